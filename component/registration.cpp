@@ -1,0 +1,102 @@
+#include "component/class_factory.h"
+#include "component/guid.h"
+#include "component/module.h"
+#include "support/ini_file.h"
+
+#include <zta/status.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <iterator>
+#include <string>
+
+namespace {
+
+constexpr const wchar_t* kClsidSection = L"CLSID";
+
+/// `fputws` needs the line as a whole: a wide `printf` would give the stream its orientation and keep the name's
+/// length unchecked.
+void PrintProgress(const wchar_t* pwszFormat, const wchar_t* pwszClassName)
+{
+    wchar_t awcLine[256];
+    if (std::swprintf(awcLine, std::size(awcLine), pwszFormat, pwszClassName) >= 0) {
+        std::fputws(awcLine, stdout);
+    }
+}
+
+} // namespace
+
+bool ZtBaseCOMNamespace::ZtInternalGetIniFilePath(char* pszPath)
+{
+    const char* pszDirectory = std::getenv("ORBUTILS");
+    if (pszDirectory == nullptr) {
+        std::puts("ZtInternalGetIniFilePath: Environement variable ORBUTILS not found.");
+        return false;
+    }
+    std::snprintf(pszPath, kMaxIniPath, "%s/CLSIDs", pszDirectory);
+    return true;
+}
+
+extern "C" int ZtInternalRegisterServer(_GUID clsid, const wchar_t* /*pwszName*/, const wchar_t* pwszModulePath)
+{
+    char aszPath[kMaxIniPath];
+    if (!ZtBaseCOMNamespace::ZtInternalGetIniFilePath(aszPath)) {
+        return E_FAIL;
+    }
+    CZtIniFile oIniFile(aszPath, true);
+    oIniFile.SetString(ztGuidToString(clsid), kClsidSection, std::wstring(pwszModulePath));
+    return ZT_NOERROR;
+}
+
+extern "C" int ZtInternalUnregisterServer(_GUID clsid)
+{
+    char aszPath[kMaxIniPath];
+    if (!ZtBaseCOMNamespace::ZtInternalGetIniFilePath(aszPath)) {
+        return E_FAIL;
+    }
+    CZtIniFile oIniFile(aszPath, false);
+    oIniFile.DeleteRecord(ztGuidToString(clsid), kClsidSection);
+    return ZT_NOERROR;
+}
+
+extern "C" int ZtInternalRegisterAllServers(const wchar_t* pwszModulePath)
+{
+    int iStatus = ZT_NOERROR;
+    for (int i = 0; i < g_iTemplates && iStatus >= 0; ++i) {
+        const CZtFactoryTemplate& rTemplate = g_aoTemplates[i];
+        if (rTemplate.m_pfnRegister != nullptr) {
+            iStatus = rTemplate.m_pfnRegister(true, rTemplate.m_pClsid);
+            if (iStatus < 0) {
+                break;
+            }
+        }
+        iStatus = ZtInternalRegisterServer(*rTemplate.m_pClsid, rTemplate.m_pwszName, pwszModulePath);
+        PrintProgress(L"- - Register %ls\n", rTemplate.m_pwszName);
+    }
+    return iStatus;
+}
+
+extern "C" int ZtInternalUnregisterAllServers()
+{
+    int iStatus = ZT_NOERROR;
+    for (int i = 0; i < g_iTemplates && iStatus >= 0; ++i) {
+        const CZtFactoryTemplate& rTemplate = g_aoTemplates[i];
+        if (rTemplate.m_pfnRegister != nullptr) {
+            rTemplate.m_pfnRegister(false, rTemplate.m_pClsid);
+        }
+        iStatus = ZtInternalUnregisterServer(*rTemplate.m_pClsid);
+        PrintProgress(L"- - Unregister %ls\n", rTemplate.m_pwszName);
+    }
+    return iStatus;
+}
+
+extern "C" int DllRegisterServer(const wchar_t* pwszModulePath)
+{
+    return ZtInternalRegisterAllServers(pwszModulePath);
+}
+
+extern "C" int DllUnregisterServer()
+{
+    return ZtInternalUnregisterAllServers();
+}

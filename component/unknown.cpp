@@ -1,0 +1,131 @@
+#include "component/unknown.h"
+
+#include "component/guid.h"
+
+#include <zta/status.h>
+
+std::atomic<int> g_i32Objects{0};
+
+namespace {
+
+/// An object that nobody aggregates is its own owner. The first three slots of INonDelegatingUnknown and of IUnknown
+/// take the same arguments, so that a caller reaches the non-delegating side through an ordinary IUnknown pointer.
+IUnknown* OwnerOf(INonDelegatingUnknown* pThis, IUnknown* pOuterUnknown)
+{
+    return pOuterUnknown != nullptr ? pOuterUnknown : reinterpret_cast<IUnknown*>(pThis);
+}
+
+int QueryUnknownOnly(INonDelegatingUnknown* pThis, const _GUID& riid, void** ppv)
+{
+    if (ZtIsSameGuid(riid, IID_IUnknown)) {
+        return ZtGetInterface(pThis, ppv);
+    }
+    *ppv = nullptr;
+    return E_NOINTERFACE;
+}
+
+unsigned long AddReference(std::atomic<unsigned int>& rCount)
+{
+    ++rCount;
+    // A second, plain read: the result is for diagnosis, and 0 would read as a dead object.
+    const unsigned int uiCount = rCount.load();
+    return uiCount == 0 ? 1 : uiCount;
+}
+
+/// Takes one reference away. True when it was the last; the count then stands at 1, so that a pair of AddRef and
+/// Release made while the destructor runs does not delete the object a second time.
+bool DropReference(std::atomic<unsigned int>& rCount, unsigned long& rulLeft)
+{
+    rulLeft = --rCount;
+    if (rulLeft != 0) {
+        return false;
+    }
+    ++rCount;
+    return true;
+}
+
+} // namespace
+
+extern "C" int ZtGetInterface(INonDelegatingUnknown* pUnknown, void** ppv)
+{
+    *ppv = pUnknown;
+    pUnknown->NonDelegatingAddRef();
+    return ZT_NOERROR;
+}
+
+CZtLightUnknown::CZtLightUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown, int* phr)
+    : CZtLightUnknown(pwszName, pOuterUnknown)
+{
+    *phr = ZT_NOERROR;
+}
+
+CZtLightUnknown::CZtLightUnknown(const wchar_t* /*pwszName*/, IUnknown* pOuterUnknown)
+    : m_pOuterUnknown(OwnerOf(this, pOuterUnknown)), m_ulRefCount(1)
+{
+    ++g_i32Objects;
+}
+
+CZtLightUnknown::~CZtLightUnknown()
+{
+    --g_i32Objects;
+}
+
+int CZtLightUnknown::NonDelegatingQueryInterface(const _GUID& riid, void** ppv)
+{
+    return QueryUnknownOnly(this, riid, ppv);
+}
+
+unsigned long CZtLightUnknown::NonDelegatingAddRef()
+{
+    return AddReference(m_ulRefCount);
+}
+
+unsigned long CZtLightUnknown::NonDelegatingRelease()
+{
+    unsigned long ulLeft = 0;
+    if (DropReference(m_ulRefCount, ulLeft)) {
+        delete this;
+    }
+    return ulLeft;
+}
+
+CZtUnknown::CZtUnknown(bool /*bFlag*/, const wchar_t* pwszName, IUnknown* pOuterUnknown, int* phr)
+    : CZtUnknown(pwszName, pOuterUnknown, phr)
+{
+}
+
+CZtUnknown::CZtUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown, int* phr)
+    : CZtUnknown(pwszName, pOuterUnknown)
+{
+    *phr = ZT_NOERROR;
+}
+
+CZtUnknown::CZtUnknown(const wchar_t* /*pwszName*/, IUnknown* pOuterUnknown)
+    : m_pOuterUnknown(OwnerOf(this, pOuterUnknown)), m_ulRefCount(0)
+{
+    ++g_i32Objects;
+}
+
+CZtUnknown::~CZtUnknown()
+{
+    --g_i32Objects;
+}
+
+int CZtUnknown::NonDelegatingQueryInterface(const _GUID& riid, void** ppv)
+{
+    return QueryUnknownOnly(this, riid, ppv);
+}
+
+unsigned long CZtUnknown::NonDelegatingAddRef()
+{
+    return AddReference(m_ulRefCount);
+}
+
+unsigned long CZtUnknown::NonDelegatingRelease()
+{
+    unsigned long ulLeft = 0;
+    if (DropReference(m_ulRefCount, ulLeft)) {
+        delete this;
+    }
+    return ulLeft;
+}

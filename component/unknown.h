@@ -1,0 +1,74 @@
+/// The base of every reference-counted object of the module.
+///
+/// An object has two sides. Its `INonDelegatingUnknown` side always talks to the object itself; the `IUnknown` side of
+/// a derived class forwards to the owning unknown, which is an outer object where there is one, else the object.
+#pragma once
+
+#include <zta/unknown.h>
+
+#include <atomic>
+
+class ZTA_API INonDelegatingUnknown {
+public:
+    virtual int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) = 0;
+    virtual unsigned long NonDelegatingAddRef() = 0;
+    virtual unsigned long NonDelegatingRelease() = 0;
+};
+
+/// Live objects of the module: every CZtLightUnknown, CZtUnknown and CZtClassFactory. See DllCanUnloadNow.
+extern ZTA_API std::atomic<int> g_i32Objects;
+
+/// Writes `pUnknown` to `*ppv` with a reference of its own. Returns 0. Neither argument may be null.
+extern "C" ZTA_API int ZtGetInterface(INonDelegatingUnknown* pUnknown, void** ppv);
+
+/// The `IUnknown` side of a class that derives from CZtLightUnknown or CZtUnknown: each call goes to the owning unknown.
+#define ZTA_DELEGATE_IUNKNOWN()                                                                                        \
+    int QueryInterface(const _GUID& riid, void** ppv) override { return m_pOuterUnknown->QueryInterface(riid, ppv); }   \
+    unsigned long AddRef() override { return m_pOuterUnknown->AddRef(); }                                              \
+    unsigned long Release() override { return m_pOuterUnknown->Release(); }
+
+/// A reference-counted object that is born with one reference, its creator's.
+class ZTA_API CZtLightUnknown : public INonDelegatingUnknown {
+public:
+    /// pwszName       for diagnosis; not kept
+    /// pOuterUnknown  the object that aggregates this one, or null
+    /// phr            receives 0
+    CZtLightUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown, int* phr);
+    CZtLightUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown);
+    CZtLightUnknown(const CZtLightUnknown&) = delete;
+    CZtLightUnknown& operator=(const CZtLightUnknown&) = delete;
+
+    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override;
+    unsigned long NonDelegatingAddRef() override;
+    unsigned long NonDelegatingRelease() override;
+    virtual ~CZtLightUnknown();
+
+protected:
+    IUnknown* m_pOuterUnknown;
+    std::atomic<unsigned int> m_ulRefCount;
+
+    friend struct SZtLayoutProbe; ///< the tests' view of the fields whose order the contract fixes
+};
+
+/// A reference-counted object that is born without a reference: nobody owns it until the first AddRef.
+class ZTA_API CZtUnknown : public INonDelegatingUnknown {
+public:
+    /// As for CZtLightUnknown; `bFlag` has no effect.
+    CZtUnknown(bool bFlag, const wchar_t* pwszName, IUnknown* pOuterUnknown, int* phr);
+    CZtUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown, int* phr);
+    CZtUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown);
+    CZtUnknown(const CZtUnknown&) = delete;
+    CZtUnknown& operator=(const CZtUnknown&) = delete;
+
+    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override;
+    unsigned long NonDelegatingAddRef() override;
+    unsigned long NonDelegatingRelease() override;
+    virtual ~CZtUnknown();
+
+protected:
+    IUnknown* m_pOuterUnknown;
+    std::atomic<unsigned int> m_ulRefCount;
+    void* m_pReserved = nullptr; ///< keeps the size of the object that the contract gives; nothing touches it
+
+    friend struct SZtLayoutProbe; ///< the tests' view of the fields whose order the contract fixes
+};

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "component/unknown.h"
+#include "kernels/bit_depth.h"
+#include "kernels/data_type.h"
+#include "kernels/fade.h"
+
+#include <zta/engine_interfaces.h>
+
+#include <atomic>
+
+/// The most buffers, and the most channels, that one operation takes.
+inline constexpr unsigned long kMaxBuffers = 64;
+
+/// The capacity of each buffer of the pool, in bytes.
+inline constexpr unsigned long kScratchBytes = 192000;
+
+/// The service object of the module.
+///
+/// An operation has two halves. Its entry checks the arguments, takes the busy latch and saves the operands with
+/// SaveInfo...; its worker Process... takes them with GetInfo..., does the work and ends the operation. The worker runs
+/// once, from its entry, on the same thread.
+///
+/// The order of the fields is part of the contract.
+class ZTA_API CZtaAudioSamplesEngine : public CZtLightUnknown, public IZtaAudioSamplesEngine {
+public:
+    /// pEngine  the host, which creates the pool; used here only
+    /// pStatus  receives the first failure of the host, or 0; what was created before it stays until the destructor
+    CZtaAudioSamplesEngine(IZtQuonEnginePrivate* pEngine, unsigned long ulReserved, int* pStatus);
+    ~CZtaAudioSamplesEngine() override;
+
+    ZTA_DELEGATE_IUNKNOWN()
+    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override;
+
+    int CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioSamples* pDestination) override;
+    int DuplicateAudioSamples(IZtAudioSamples* pSource, unsigned long ulSourceOffset, IZtAudioSamples* pDestination,
+                              unsigned long ulDestinationOffset, unsigned long ulLength) override;
+    int CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
+                                     IZtAudioSamples* pStereo) override;
+    int CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                     IZtAudioSamples* pRight) override;
+    int CopyAudioSamplesMonoToMux(IZtAudioSamples** ppMono, unsigned long ulMonoCount, IZtAudioSamples* pMux,
+                                  SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount) override;
+    int CopyAudioSamplesStereoToMux(IZtAudioSamples** ppStereo, unsigned long ulStereoCount, IZtAudioSamples* pMux,
+                                    SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount) override;
+    int CopyAudioSamplesMuxToMono(IZtAudioSamples* pMux, IZtAudioSamples** ppMono, unsigned long ulMonoCount,
+                                  SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount) override;
+    int CopyAudioSamplesMuxToStereo(IZtAudioSamples* pMux, IZtAudioSamples** ppStereo, unsigned long ulStereoCount,
+                                    SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount) override;
+    int ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                    unsigned long ulVolumeCount) override;
+    int CreateAudioResampler(SZtaWaveFormatInfo* psInputFormat, SZtaWaveFormatInfo* psOutputFormat,
+                             IUnknown** ppResampler) override;
+    int ProcessAudioResampler(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
+                              IUnknown* pResampler) override;
+
+    // The workers, and what passes the operands from an entry to its worker.
+    int ProcessCopyConv();
+    int SaveInfoCopyConv(IZtAudioSamples* pSource, IZtAudioSamples* pDestination);
+    int GetInfoCopyConv(IZtAudioSamples** ppSource, IZtAudioSamples** ppDestination);
+
+    /// Releases every saved buffer and clears the other operands, but for the count of the saved buffers and the
+    /// volume records. Returns 0.
+    int ReleaseAllSavedInfo();
+
+    /// Relabels a buffer of 20 valid bits in 32 as 24 in 32, in the description and on the buffer. Returns what the
+    /// buffer's SetWaveFormat returns, or 0 where nothing is to do.
+    int Convert32BitAudioSampleFrom20To24(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription* pDescription);
+
+    /// Moves one buffer's content into another, as bytes or through a kernel. The descriptions decide which, and they
+    /// are the caller's: they may name a format that a buffer does not report yet.
+    int BufferCopy(IZtAudioSamples* pIn, SZtAudioSamplesDescription* pInDescription, IZtAudioSamples* pOut,
+                   SZtAudioSamplesDescription* pOutDescription);
+
+    /// True for 16-bit samples in multi-format words that become plain 16-bit PCM of the same rate and channels.
+    bool is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormatInfo& sIn, const SZtaWaveFormatInfo& sOut);
+
+private:
+    IZtQuonEnginePrivate* m_pHostEngine;
+    IZtAudioSamples* m_pSavedInput;
+    IZtAudioSamples* m_pSavedOutput;
+    IZtAudioSamples* m_apSavedBuffers[kMaxBuffers];
+    std::uint64_t m_ui64SavedBufferCount;
+    SZtAudioMonoVolumeInfo m_asSavedVolumes[kMaxBuffers];
+    std::uint64_t m_ui64SavedVolumeCount;
+    std::uint64_t m_ui64SavedSourceOffset;
+    std::uint64_t m_ui64SavedDestinationOffset;
+    std::uint64_t m_ui64SavedLength;
+    IZtAudioSamples* m_pScratch0;
+    IZtAudioSamples* m_pScratch1;
+    IZtAudioSamples* m_pScratch2;
+    IZtAudioSamples* m_apFadeScratch[kMaxBuffers];
+    IZtAudioSamples* m_apConvertScratch[kMaxBuffers];
+    IUnknown* m_pSavedResamplerState;
+    EZtAudioResamplerMode m_eSavedResamplerMode;
+    CZtaConvertBitDepth m_oConvertBitDepth;
+    CZtaConvertDataType m_oConvertDataType;
+    CZtaApplyFade m_oApplyFade;
+    std::atomic<std::uint32_t> m_ui32Busy;
+
+    friend struct SZtLayoutProbe;
+};

@@ -1,0 +1,4 @@
+#pragma once
+
+/// Marks what belongs to the binary contract: visible outside the shared object, by name and with its type information.
+#define ZTA_API __attribute__((visibility("default")))

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "kernels/bit_depth_list.h"
+#include "kernels/kernel_table.h"
+
+/// Converts between the sample layouts of one channel count and rate: 16-in-16, 24-in-32, 24-in-24 and float.
+///
+/// Narrowing drops low bits, float to integer truncates towards zero, and nothing saturates. Kernels have no state: one
+/// object serves several threads on different buffers. [any thread] [no allocation] [no lock]
+class ZTA_API CZtaConvertBitDepth : public CZtaAudioProcessingUtil {
+public:
+    CZtaConvertBitDepth();
+    ~CZtaConvertBitDepth() override;
+
+    /// Converts the input's valid frames and sets the output's valid length to them.
+    /// Errors  ZT_E_FORMAT_NOT_SUPPORTED             a format that cannot be classified
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the output's capacity is below the input's valid frames
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no row for the pair
+    ///         any other code                        from the buffers
+    int ConvertBitDepth(IZtAudioSamples* pInput, IZtAudioSamples* pOutput);
+
+    int QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported);
+
+    // The kernels of the table. ulFrames counts sample frames; buffers may not overlap unless they are the same and
+    // the conversion keeps the sample size. Each returns 0.
+#define ZTA_BIT_DEPTH_ROW(in, out, name, arithmetic, samples)                                                          \
+    int name(unsigned long ulFrames, void* pvInput, void* pvOutput);
+    ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ROW)
+#undef ZTA_BIT_DEPTH_ROW
+
+    // Conversions of packed samples, by whole frames of ulChannels samples until ulInputBytes are consumed.
+    // bLowAligned selects where the sample lies in its 32-bit word; the two directions are no inverse pair then.
+    // Errors  ZT_E_BUFFER_SIZE_MISMATCH: the frames done do not come to ulInputBytes and ulOutputBytes; they stay
+    //         written
+
+    /// b0 b1 becomes 0 b0 b0 b1, or b0 b1 0 0 if bLowAligned.
+    int ConvertBitDepth16To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
+                              unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned);
+
+    /// b0 b1 b2 becomes 0 b0 b1 b2, or b0 b1 b2 0 if bLowAligned.
+    int ConvertBitDepth24To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
+                              unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned);
+
+    /// b0 b1 b2 b3 becomes b1 b2 b3, or b3 b2 b1 if bLowAligned.
+    int ConvertBitDepth32To24(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
+                              unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned);
+
+private:
+    using Function = int (CZtaConvertBitDepth::*)(unsigned long ulFrames, void* pvInput, void* pvOutput);
+
+    TZtaKernelTable<Function, 36> m_oTable;
+
+    friend struct SZtLayoutProbe;
+};

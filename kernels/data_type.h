@@ -1,0 +1,62 @@
+#pragma once
+
+#include "kernels/kernel_table.h"
+
+// clang-format off
+
+/// What CZtaConvertDataType does, one row each:
+///   ROW(layout on both sides, function, arithmetic, samples per frame)
+#define ZTA_DATA_TYPE_LIST(ROW) \
+    ROW(16In16Mono,   ConvertDataTypeMMFToPCM16bitMono,       MultiFormatTo16, 1) \
+    ROW(16In16Stereo, ConvertDataTypeMMFToPCM16bitStereo,     MultiFormatTo16, 2) \
+    ROW(16In16Mux4,   ConvertDataTypeMMFToPCM16bitMux4,       MultiFormatTo16, 4) \
+    ROW(16In16Mux8,   ConvertDataTypeMMFToPCM16bitMux8,       MultiFormatTo16, 8) \
+    ROW(16In16Mux16,  ConvertDataTypeMMFToPCM16bitMux16,      MultiFormatTo16, 16) \
+    ROW(24In32Mono,   ConvertDataTypeMMFToPCM24In32bitMono,   MultiFormatTo24, 1) \
+    ROW(24In32Stereo, ConvertDataTypeMMFToPCM24In32bitStereo, MultiFormatTo24, 2) \
+    ROW(24In32Mux4,   ConvertDataTypeMMFToPCM24In32bitMux4,   MultiFormatTo24, 4) \
+    ROW(24In32Mux8,   ConvertDataTypeMMFToPCM24In32bitMux8,   MultiFormatTo24, 8) \
+    ROW(24In32Mux16,  ConvertDataTypeMMFToPCM24In32bitMux16,  MultiFormatTo24, 16)
+
+// clang-format on
+
+/// Strips multi-format words down to plain PCM.
+///
+/// A multi-format word (MMF in the names) holds its audio field in bits 27 to 4, as an AES3 subframe does; a 16-bit
+/// sample fills bits 27 to 12. The other bits are dropped. Kernels have no state. [any thread] [no allocation]
+class ZTA_API CZtaConvertDataType : public CZtaAudioProcessingUtil {
+public:
+    CZtaConvertDataType();
+    ~CZtaConvertDataType() override;
+
+    /// Converts words of one size: the output has the input's layout, frame size and channel count. The output's valid
+    /// length is not set, and that the input is multi-format is not checked.
+    /// Errors  ZT_E_DESTINATION_BUFFER_TOO_SMALL     the output's capacity is below the input's valid frames
+    ///         ZT_E_BUFFER_FORMAT_MISMATCH           layouts, frame sizes or channel counts differ
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no row for the layout
+    ///         any other code                        from the digest of the buffers
+    int ConvertDataType(IZtAudioSamples* pInput, IZtAudioSamples* pOutput);
+
+    int QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported);
+
+    // The kernels of the table, on 32-bit words; in place is allowed. Each returns 0.
+#define ZTA_DATA_TYPE_ROW(layout, name, arithmetic, samples)                                                           \
+    int name(unsigned long ulFrames, void* pvInput, void* pvOutput);
+    ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ROW)
+#undef ZTA_DATA_TYPE_ROW
+
+    /// Converts 16-bit multi-format words to 16-bit samples. The output's valid length is not set but must already be
+    /// the input's, in frames.
+    /// psDescription  the input's
+    /// Errors         ZT_E_BUFFER_SIZE_MISMATCH: the frame counts differ; any other code: from the buffers
+    int ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(IZtAudioSamples* pInput,
+                                                        const SZtAudioSamplesDescription* psDescription,
+                                                        IZtAudioSamples* pOutput);
+
+private:
+    using Function = int (CZtaConvertDataType::*)(unsigned long ulFrames, void* pvInput, void* pvOutput);
+
+    TZtaKernelTable<Function, 10> m_oTable;
+
+    friend struct SZtLayoutProbe;
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "kernels/audio_processing_util.h"
+
+/// The rows of a kernel class and the functions behind them, filled from the class's one list. Row number and function
+/// index are equal.
+template <class Function, int Count>
+class TZtaKernelTable {
+public:
+    struct Row {
+        EZtAudioSampleFormatProperty eInputFormat;
+        EZtAudioSampleFormatProperty eOutputFormat;
+        Function pfnFunction;
+    };
+
+    explicit TZtaKernelTable(const Row (&rasRows)[Count]) noexcept : m_sList{Count, m_asRows}
+    {
+        for (int i = 0; i < Count; ++i) {
+            m_asRows[i] = {rasRows[i].eInputFormat, rasRows[i].eOutputFormat, i};
+            m_apfnFunctions[i] = rasRows[i].pfnFunction;
+        }
+    }
+
+    TZtaKernelTable(const TZtaKernelTable&) = delete;
+    TZtaKernelTable& operator=(const TZtaKernelTable&) = delete;
+
+    SZtAListOfProcessingFormatsAndFunctionIndex* List() noexcept { return &m_sList; }
+    Function operator[](int iFunctionIndex) const noexcept { return m_apfnFunctions[iFunctionIndex]; }
+
+private:
+    SZtAProcessingFormatAndFunctionIndex m_asRows[Count];
+    SZtAListOfProcessingFormatsAndFunctionIndex m_sList;
+    Function m_apfnFunctions[Count];
+};

@@ -8,6 +8,7 @@
 #include <zta/engine_interfaces.h>
 
 #include <atomic>
+#include <initializer_list>
 
 /// The most buffers, and the most channels, that one operation takes.
 inline constexpr unsigned long kMaxBuffers = 64;
@@ -76,6 +77,31 @@ public:
     bool is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormatInfo& sIn, const SZtaWaveFormatInfo& sOut);
 
 private:
+    // What the operations are composed of, besides operation.h. Not part of the contract.
+
+    /// Calls `rVisit` with each slot of the pool, in the order of creation, until it returns false.
+    template <class Visit>
+    ZTA_INTERNAL void ForEachPoolSlot(Visit rVisit);
+
+    /// 0, or ZT_E_MODULE_BUSY where another operation holds the latch.
+    ZTA_INTERNAL int TakeLatch();
+
+    /// GetAudioSamplesDescription as the entries make it, with the label fix behind it.
+    ZTA_INTERNAL int DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription);
+
+    /// The failure ending of an entry: signals the contents that were obtained (the others are null), records the
+    /// status on the outputs, clears the latch and returns the status.
+    ZTA_INTERNAL int EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
+                                    std::initializer_list<IZtAVContent*> oOutputs);
+
+    /// What a worker does between its work and its signals: drops the operands and frees the latch, so that whoever
+    /// is woken by a signal may start the next operation.
+    ZTA_INTERNAL void EndWork();
+
+    ZTA_INTERNAL int ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut);
+    ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
+                               IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
+
     IZtQuonEnginePrivate* m_pHostEngine;
     IZtAudioSamples* m_pSavedInput;
     IZtAudioSamples* m_pSavedOutput;

@@ -1,6 +1,5 @@
 #include "component/hresult.h"
-#include "engine/audio_samples_engine.h"
-#include "engine/operation.h"
+#include "engine/one_to_one_entry.h"
 
 #include <zta/status.h>
 
@@ -8,33 +7,13 @@
 
 int CZtaAudioSamplesEngine::CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
 {
-    CContentPtr oDestination;
-    int iStatus = OpenOutput(pDestination, oDestination);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    CContentPtr oSource;
-    iStatus = OpenInput(pSource, oSource);
-    SZtAudioSamplesDescription sSource = kEmptyDescription;
-    SZtAudioSamplesDescription sDestination = kEmptyDescription;
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pSource, sSource);
-    }
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pDestination, sDestination);
-    }
-    if (iStatus >= 0 && sSource.sWaveFormat.ulChannels != sDestination.sWaveFormat.ulChannels) {
-        iStatus = ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH;
-    }
-    if (iStatus >= 0) {
-        iStatus = TakeLatch();
-    }
-    if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {oSource}, {oDestination});
-    }
-    SaveInfoCopyConv(pSource, pDestination);
-    oDestination->MarkWriteStartTime();
-    return ProcessCopyConv();
+    return EnterOneToOne(
+        EEntryDescriptions::RelabelTwentyBits, ZT_NOERROR, pSource, pDestination,
+        [](const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& rsDestination) {
+            return rsSource.ulChannels == rsDestination.ulChannels ? ZT_NOERROR
+                                                                   : ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH;
+        },
+        [&] { SaveInfoCopyConv(pSource, pDestination); }, &CZtaAudioSamplesEngine::ProcessCopyConv);
 }
 
 int CZtaAudioSamplesEngine::SaveInfoCopyConv(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
@@ -160,16 +139,8 @@ bool CZtaAudioSamplesEngine::is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormat
 /// Copies the valid bytes. The output's valid length stays as it was: whoever wants it to follow sets it beforehand.
 int CZtaAudioSamplesEngine::ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
 {
-    // Nothing here looks at the statuses: a buffer whose host call failed reads as empty, or as without room.
-    void* pvIn = nullptr;
-    void* pvOut = nullptr;
-    unsigned long ulLength = 0;
-    unsigned long ulCapacity = 0;
-    unsigned long ulOutLength = 0;
-    pIn->GetBufferAndLength(&pvIn, &ulLength);
-    pOut->GetBufferCapacity(&ulCapacity);
-    pOut->GetBufferAndLength(&pvOut, &ulOutLength);
-    if (ulLength > ulCapacity || (ulLength != 0 && pvOut == nullptr)) {
+    const SByteRun sRun = LookAtBytes(pIn, pOut);
+    if (sRun.ulLength > sRun.ulCapacity) {
         void* pvContent = nullptr;
         pOut->QueryInterface(IID_IZtAVContent, &pvContent);
         if (pvContent != nullptr) {
@@ -178,8 +149,8 @@ int CZtaAudioSamplesEngine::ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut
         }
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    if (ulLength != 0 && pvIn != nullptr) {
-        std::memmove(pvOut, pvIn, ulLength);
+    if (sRun.ulLength != 0) {
+        std::memmove(sRun.pbyOut, sRun.pbyIn, sRun.ulLength);
     }
     return ZT_NOERROR;
 }

@@ -13,6 +13,12 @@ int QueryContent(IZtAudioSamples* pBuffer, CContentPtr& rContent)
     return iStatus;
 }
 
+int ReadErrorCode(IZtAVContent* pContent, int iStatus)
+{
+    pContent->GetErrorCode(&iStatus);
+    return IsToleratedErrorCode(iStatus) ? ZT_NOERROR : iStatus;
+}
+
 int OpenOutput(IZtAudioSamples* pOutput, CContentPtr& rContent)
 {
     if (pOutput == nullptr) {
@@ -27,12 +33,8 @@ int OpenInput(IZtAudioSamples* pInput, CContentPtr& rContent)
     if (pInput == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    int iStatus = QueryContent(pInput, rContent);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    rContent->GetErrorCode(&iStatus);
-    return IsToleratedErrorCode(iStatus) ? ZT_NOERROR : iStatus;
+    const int iStatus = QueryContent(pInput, rContent);
+    return iStatus < 0 ? iStatus : ReadErrorCode(*rContent, iStatus);
 }
 
 int SaveOperands(std::initializer_list<SSavedOperand> oOperands)
@@ -58,4 +60,18 @@ void ReleaseSlot(IZtAudioSamples*& rpSlot)
         rpSlot->Release();
         rpSlot = nullptr;
     }
+}
+
+SByteRun LookAtBytes(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
+{
+    void* pvIn = nullptr;
+    void* pvOut = nullptr;
+    unsigned long ulLength = 0;
+    unsigned long ulCapacity = 0;
+    unsigned long ulOutLength = 0;
+    pIn->GetBufferAndLength(&pvIn, &ulLength);
+    pOut->GetBufferCapacity(&ulCapacity);
+    pOut->GetBufferAndLength(&pvOut, &ulOutLength);
+    return {static_cast<const unsigned char*>(pvIn), pvIn == nullptr ? 0 : ulLength, static_cast<unsigned char*>(pvOut),
+            pvOut == nullptr ? 0 : ulCapacity};
 }

@@ -43,6 +43,9 @@ constexpr bool IsToleratedErrorCode(int iCode)
 /// Obtains the side of a buffer that takes signals. After a failure there is none, whatever the host wrote.
 int QueryContent(IZtAudioSamples* pBuffer, CContentPtr& rContent);
 
+/// What a producer left on a buffer, with the tolerated codes read as 0. `iStatus` stands where the host writes none.
+int ReadErrorCode(IZtAVContent* pContent, int iStatus);
+
 /// The first checks of an output: without a content there is nothing to signal and nowhere to record a failure.
 int OpenOutput(IZtAudioSamples* pOutput, CContentPtr& rContent);
 
@@ -60,3 +63,14 @@ int SaveOperands(std::initializer_list<SSavedOperand> oOperands);
 
 /// Gives a slot's reference back and clears the slot.
 void ReleaseSlot(IZtAudioSamples*& rpSlot);
+
+/// The memory of two buffers, as a plain copy sees it: nothing here looks at the hosts' statuses, and a buffer without
+/// an address has no bytes, or no room.
+struct SByteRun {
+    const unsigned char* pbyIn;
+    unsigned long ulLength; ///< valid bytes of the input
+    unsigned char* pbyOut;
+    unsigned long ulCapacity; ///< capacity of the output, in bytes
+};
+
+SByteRun LookAtBytes(IZtAudioSamples* pIn, IZtAudioSamples* pOut);

@@ -4,12 +4,6 @@
 
 // Operations that this release does not have. They say so and touch nothing.
 
-int CZtaAudioSamplesEngine::DuplicateAudioSamples(IZtAudioSamples*, unsigned long, IZtAudioSamples*, unsigned long,
-                                                  unsigned long)
-{
-    return ZT_E_NOT_IMPLEMENTED;
-}
-
 int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples*, IZtAudioSamples*, IZtAudioSamples*)
 {
     return ZT_E_NOT_IMPLEMENTED;

@@ -147,8 +147,8 @@ TEST_F(Copy, OfSixteenBitMultiFormatIntoSixteenBitPcmHalvesTheWords)
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
     EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() +
-                                    Calls{"source.GetBufferAndLength", "destination.GetBufferAndLength",
-                                          "source.GetLengthInSampleFrames", "destination.GetLengthInSampleFrames"} +
+                                    (Calls{"source.GetBufferAndLength", "destination.GetBufferAndLength",
+                                           "source.GetLengthInSampleFrames", "destination.GetLengthInSampleFrames"}) +
                                     WorkerEnd());
     EXPECT_EQ(Samples<std::uint16_t>(*destination, 2), (std::vector<std::uint16_t>{0x1234, 0x8000}));
 }
@@ -304,7 +304,7 @@ TEST_F(Copy, BetweenRatesIsLeftToTheBitDepthKernelWhichRefuses)
     auto destination = Make("destination", Pcm16(1, 48000), 1);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Digest("source") + Digest("destination") +
-                                    Calls{ErrorCall("destination", ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)} +
+                                    (Calls{ErrorCall("destination", ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)}) +
                                     WorkerEnd());
     ExpectAtRest({source.Get(), destination.Get()});
 }
@@ -587,8 +587,8 @@ TEST_F(Copy, ThatDoesNotFitTouchesNothingAndLeavesOneMoreReference)
 
     EXPECT_EQ(journal_.Calls(),
               Entry() + WorkerStart() + ByteCopy("source", "destination") +
-                  Calls{"destination.QueryInterface", ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-                        ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)} +
+                  (Calls{"destination.QueryInterface", ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+                         ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
                   WorkerEnd());
     EXPECT_EQ(Samples<std::int16_t>(*destination, 2), (std::vector<std::int16_t>{0, 0}));
     EXPECT_EQ(destination->References(), 2) << "the byte copy does not give back what its query handed out";
@@ -614,8 +614,8 @@ TEST_F(Copy, ThatDoesNotFitTheStageBufferLeavesTheDestinationUntouched)
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     EXPECT_EQ(journal_.Calls(),
               Entry() + WorkerStart() + Calls{"scratch0.SetWaveFormat"} + ByteCopy("source", "scratch0") +
-                  Calls{"scratch0.QueryInterface", ErrorCall("scratch0", ZT_E_DESTINATION_BUFFER_TOO_SMALL)} +
-                  Flags("scratch0", 1, 0) + Calls{ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)} +
+                  (Calls{"scratch0.QueryInterface", ErrorCall("scratch0", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
+                  Flags("scratch0", 1, 0) + (Calls{ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
                   WorkerEnd());
     EXPECT_EQ(host_.Buffer("scratch0").References(), 2);
     host_.Buffer("scratch0").Release();
@@ -636,7 +636,7 @@ TEST_F(Copy, WhoseStageFadeIsRefusedStillSetsTheStagesFlags)
     source->SetFades(true, true);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(journal_.Calls(),
-              Entry() + WorkerStart() + Calls{ErrorCall("destination", ZT_E_FORMAT_NOT_SUPPORTED)} + WorkerEnd());
+              Entry() + WorkerStart() + (Calls{ErrorCall("destination", ZT_E_FORMAT_NOT_SUPPORTED)}) + WorkerEnd());
 }
 
 TEST_F(Copy, IntoAMuxTooShortForAFadeClearsTheFlagsAllTheSame)
@@ -647,7 +647,7 @@ TEST_F(Copy, IntoAMuxTooShortForAFadeClearsTheFlagsAllTheSame)
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 199 * 16) +
                                     Flags("destination", 1, 0) + Digest("destination") + Flags("destination", 0, 0) +
-                                    Calls{ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)} + WorkerEnd());
+                                    (Calls{ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) + WorkerEnd());
 }
 
 TEST_F(Copy, WhoseConversionFailsBeforeAFadeInPlaceAsksForNoFade)
@@ -657,7 +657,7 @@ TEST_F(Copy, WhoseConversionFailsBeforeAFadeInPlaceAsksForNoFade)
     source->SetFades(true, false);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Digest("source") + Digest("destination") +
-                                    Calls{ErrorCall("destination", ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)} +
+                                    (Calls{ErrorCall("destination", ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)}) +
                                     WorkerEnd());
 }
 
@@ -672,7 +672,7 @@ TEST_F(Copy, WhoseSourceTurnsBadAfterTheEntryHandsTheCodeOn)
     };
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_FAIL);
     journal_.hook = nullptr;
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Calls{ErrorCall("destination", ZT_E_FAIL)} + WorkerEnd());
+    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + (Calls{ErrorCall("destination", ZT_E_FAIL)}) + WorkerEnd());
 }
 
 TEST_F(Copy, WhoseDescriptionFailsInTheWorkerGivesTheHostsCode)
@@ -712,9 +712,9 @@ TEST_F(Copy, LogsAFailureOfItsWorkOnceAndNoFailureOfItsEntry)
     auto destination = Make("destination", Pcm16(1), 1);
     LogRecorder::Clear();
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(LogRecorder::Count(), 1);
+    EXPECT_EQ(LogRecorder::Count(), 1U);
     EXPECT_EQ(Run(nullptr, destination.Get()), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(LogRecorder::Count(), 1) << "the entry keeps its status to itself";
+    EXPECT_EQ(LogRecorder::Count(), 1U) << "the entry keeps its status to itself";
     journal_.hook = [&](const std::string& entry) {
         if (entry == "destination.MarkWriteStartTime") {
             source->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
@@ -722,7 +722,7 @@ TEST_F(Copy, LogsAFailureOfItsWorkOnceAndNoFailureOfItsEntry)
     };
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_FAIL);
     journal_.hook = nullptr;
-    EXPECT_EQ(LogRecorder::Count(), 1) << "a code that the producer left is not reported";
+    EXPECT_EQ(LogRecorder::Count(), 1U) << "a code that the producer left is not reported";
 }
 
 } // namespace

@@ -1,9 +1,17 @@
 #pragma once
 
+#include "component/smart_ptr.h"
 #include "component/unknown.h"
 #include "kernels/bit_depth.h"
 #include "kernels/data_type.h"
 #include "kernels/fade.h"
+#include "kernels/mono_to_mux.h"
+#include "kernels/mono_to_stereo.h"
+#include "kernels/mux_to_mono.h"
+#include "kernels/mux_to_stereo.h"
+#include "kernels/stereo_to_mono.h"
+#include "kernels/stereo_to_mux.h"
+#include "kernels/volume.h"
 
 #include <zta/engine_interfaces.h>
 
@@ -77,6 +85,34 @@ public:
     int BufferDuplicateWithOffset(IZtAudioSamples* pSource, unsigned long ulSourceOffset, IZtAudioSamples* pDestination,
                                   unsigned long ulDestinationOffset, unsigned long ulLength);
 
+    int ProcessMonoToStereo();
+    int SaveInfoMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight, IZtAudioSamples* pStereo);
+    int GetInfoMonoToStereo(IZtAudioSamples** ppLeft, IZtAudioSamples** ppRight, IZtAudioSamples** ppStereo);
+
+    int ProcessStereoToMono();
+    int SaveInfoStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft, IZtAudioSamples* pRight);
+    int GetInfoStereoToMono(IZtAudioSamples** ppStereo, IZtAudioSamples** ppLeft, IZtAudioSamples** ppRight);
+
+    int ProcessMonoToMux();
+    int ProcessStereoToMux();
+    int ProcessMuxToMono();
+    int ProcessMuxToStereo();
+    int SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, IZtAudioSamples** ppBuffers,
+                    unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
+
+    /// Errors  ZT_E_INVALID_PARAMETER: a count argument is null; ZT_E_ARRAY_TOO_SMALL: `*pulCount` buffers or
+    ///         `*pulVolumeCount` volumes are too few. Nothing is written then.
+    int GetInfoMux(IZtAudioSamples** ppInput, IZtAudioSamples** ppOutput, IZtAudioSamples** ppBuffers,
+                   unsigned long* pulCount, SZtAudioMonoVolumeInfo* psVolumes, unsigned long* pulVolumeCount);
+
+    int ProcessApplyVolume();
+    int SaveInfoApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                            unsigned long ulVolumeCount);
+
+    /// Errors  ZT_E_ARRAY_TOO_SMALL: `*pulVolumeCount` volumes are too few; only the buffers are written then.
+    int GetInfoApplyVolume(IZtAudioSamples** ppInput, IZtAudioSamples** ppOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                           unsigned long* pulVolumeCount);
+
     /// Releases every saved buffer and clears the other operands, but for the count of the saved buffers and the
     /// volume records. Returns 0.
     int ReleaseAllSavedInfo();
@@ -125,6 +161,55 @@ private:
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
 
+    /// Labels a stage buffer with a format and converts into it.
+    ZTA_INTERNAL int ConvertToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtaWaveFormatInfo& rsStageFormat);
+
+    /// Labels a stage buffer as the description says, and copies bytes and valid length into it.
+    ZTA_INTERNAL int CopyToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage,
+                                 SZtAudioSamplesDescription& rsDescription);
+
+    /// Hands a request for fades on to a buffer and, if there is one, carries it out and clears it there.
+    ZTA_INTERNAL int FadeInPlace(IZtAudioSamples* pBuffer, const SZtAudioSamplesDescription& rsRequest);
+
+    ZTA_INTERNAL int InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                      IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
+                                      IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo);
+    ZTA_INTERNAL int SplitStaged(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo, IZtAudioSamples* pLeft,
+                                 SZtAudioSamplesDescription& rsLeft, IZtAudioSamples* pRight,
+                                 SZtAudioSamplesDescription& rsRight);
+
+    /// The operands of a mux worker: one of pInput and pOutput is the mux, the other null.
+    struct SMuxOperands {
+        IZtAudioSamples* pInput = nullptr;
+        IZtAudioSamples* pOutput = nullptr;
+        IZtAudioSamples* apBuffers[kMaxBuffers];
+        unsigned long ulCount = 0;
+        SZtAudioMonoVolumeInfo asVolumes[kMaxBuffers];
+        unsigned long ulVolumeCount = 0;
+    };
+
+    /// Keeps the record of one slot, or silence beyond the saved count; a silent record keeps its channel reference.
+    ZTA_INTERNAL void SaveVolume(unsigned long ulSlot, const SZtAudioMonoVolumeInfo* psVolumes);
+    ZTA_INTERNAL int TakeMuxOperands(SMuxOperands& rsOperands);
+
+    // The four mux operations are two: ulSide is 1 where the array holds mono buffers and 2 where it holds stereo ones.
+    ZTA_INTERNAL int EnterAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers, unsigned long ulCount,
+                                   IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
+                                   unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)());
+    ZTA_INTERNAL int OpenAssemblyInput(unsigned long ulSide, IZtAudioSamples* pBuffer);
+    template <class Kernel, class Convert>
+    ZTA_INTERNAL int ProcessAssembly(Kernel& rKernel, Convert pfnConvert, unsigned long ulSide);
+    template <class Kernel>
+    ZTA_INTERNAL int StageInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
+                                SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, IZtAudioSamples*& rpStaged);
+    ZTA_INTERNAL int EnterSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
+                                unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
+                                int (CZtaAudioSamplesEngine::*pfnProcess)());
+    ZTA_INTERNAL int OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer,
+                                     TZtSmartPtr<IZtAVContent>& rContent);
+    template <class Kernel, class Convert>
+    ZTA_INTERNAL int ProcessSplit(Kernel& rKernel, Convert pfnConvert);
+
     IZtQuonEnginePrivate* m_pHostEngine;
     IZtAudioSamples* m_pSavedInput;
     IZtAudioSamples* m_pSavedOutput;
@@ -145,6 +230,13 @@ private:
     CZtaConvertBitDepth m_oConvertBitDepth;
     CZtaConvertDataType m_oConvertDataType;
     CZtaApplyFade m_oApplyFade;
+    CZtaConvertMonoToStereo m_oConvertMonoToStereo;
+    CZtaConvertStereoToMono m_oConvertStereoToMono;
+    CZtaConvertMonoToMux m_oConvertMonoToMux;
+    CZtaConvertStereoToMux m_oConvertStereoToMux;
+    CZtaConvertMuxToMono m_oConvertMuxToMono;
+    CZtaConvertMuxToStereo m_oConvertMuxToStereo;
+    CZtaApplyVolume m_oApplyVolume;
     std::atomic<std::uint32_t> m_ui32Busy;
 
     friend struct SZtLayoutProbe;

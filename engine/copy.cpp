@@ -78,20 +78,12 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
 
     if (IsSameFormat(rsDestination.sWaveFormat, sStage.sWaveFormat)) {
         iStatus = BufferCopy(pSource, &rsSource, pDestination, &rsDestination);
-        if (iStatus >= 0) {
-            pDestination->SetFadeIn(rsSource.bFadeIn);
-            pDestination->SetFadeOut(rsSource.bFadeOut);
-            iStatus = m_oApplyFade.ApplyFade(pDestination);
-            pDestination->SetFadeIn(false);
-            pDestination->SetFadeOut(false);
-        }
-        return iStatus;
+        return iStatus >= 0 ? FadeInPlace(pDestination, rsSource) : iStatus;
     }
 
     m_pScratch0->SetWaveFormat(&sStage.sWaveFormat);
     iStatus = BufferCopy(pSource, &rsSource, m_pScratch0, &sStage);
-    m_pScratch0->SetFadeIn(rsSource.bFadeIn);
-    m_pScratch0->SetFadeOut(rsSource.bFadeOut);
+    SetFades(m_pScratch0, rsSource.bFadeIn, rsSource.bFadeOut);
     if (iStatus >= 0) {
         iStatus = m_oApplyFade.ApplyFade(m_pScratch0);
     }
@@ -99,8 +91,7 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
         iStatus = BufferCopy(m_pScratch0, &sStage, pDestination, &rsDestination);
     }
     if (iStatus >= 0) {
-        pDestination->SetFadeIn(false);
-        pDestination->SetFadeOut(false);
+        SetFades(pDestination, false, false);
     }
     return iStatus;
 }

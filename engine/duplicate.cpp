@@ -84,8 +84,7 @@ int CZtaAudioSamplesEngine::ProcessDuplicate()
     }
     if (iStatus >= 0) {
         oDestination->SetPolarity(sSource.ePolarity);
-        oDestination->SetFadeIn(sSource.bFadeIn);
-        oDestination->SetFadeOut(sSource.bFadeOut);
+        SetFades(oDestination, sSource.bFadeIn, sSource.bFadeOut);
         iStatus = BufferDuplicateWithOffset(pSource, ulSourceOffset, pDestination, ulDestinationOffset, ulLength);
     }
     if (iStatus < 0) {

@@ -61,6 +61,18 @@ struct SSavedOperand {
 /// Empties the slots, then fills them, with a reference each. ZT_E_INVALID_PARAMETER if an operand is null.
 int SaveOperands(std::initializer_list<SSavedOperand> oOperands);
 
+/// The first of two statuses, unless only the second is a failure.
+constexpr int FirstFailure(int iFirst, int iSecond)
+{
+    return iFirst >= 0 && iSecond < 0 ? iSecond : iFirst;
+}
+
+inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)
+{
+    pBuffer->SetFadeIn(bFadeIn);
+    pBuffer->SetFadeOut(bFadeOut);
+}
+
 /// Gives a slot's reference back and clears the slot.
 void ReleaseSlot(IZtAudioSamples*& rpSlot);
 

@@ -1,0 +1,296 @@
+#include "component/hresult.h"
+#include "engine/audio_samples_engine.h"
+#include "engine/operation.h"
+
+#include <zta/status.h>
+
+namespace {
+
+/// The check that both directions make on their three buffers, in the order of their arguments.
+int CheckThreeFormats(std::initializer_list<const SZtaWaveFormatInfo*> oFormats,
+                      std::initializer_list<std::uint32_t> oChannels)
+{
+    const std::uint32_t* pulChannels = oChannels.begin();
+    for (const SZtaWaveFormatInfo* psFormat : oFormats) {
+        if (psFormat->ulChannels != *pulChannels++) {
+            return ZT_E_FORMAT_NOT_SUPPORTED;
+        }
+    }
+    for (const SZtaWaveFormatInfo* psFormat : oFormats) {
+        if (psFormat->eDataType == keZtAudioDataTypeOpaque) {
+            return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
+        }
+    }
+    return ZT_NOERROR;
+}
+
+} // namespace
+
+int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
+                                                         IZtAudioSamples* pStereo)
+{
+    CContentPtr oStereo;
+    int iStatus = OpenOutput(pStereo, oStereo);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    CContentPtr oLeft;
+    CContentPtr oRight;
+    SZtAudioSamplesDescription sLeft = kEmptyDescription;
+    SZtAudioSamplesDescription sRight = kEmptyDescription;
+    SZtAudioSamplesDescription sStereo = kEmptyDescription;
+    // Where one input is missing, the other is not looked at and gets no signal.
+    iStatus = pLeft == nullptr || pRight == nullptr ? ZT_E_INVALID_POINTER : OpenInput(pLeft, oLeft);
+    if (iStatus >= 0) {
+        iStatus = OpenInput(pRight, oRight);
+    }
+    if (iStatus >= 0) {
+        iStatus = DescribeForEntry(pLeft, sLeft);
+    }
+    if (iStatus >= 0) {
+        iStatus = DescribeForEntry(pRight, sRight);
+    }
+    if (iStatus >= 0) {
+        iStatus = DescribeForEntry(pStereo, sStereo);
+    }
+    if (iStatus >= 0) {
+        iStatus = CheckThreeFormats({&sLeft.sWaveFormat, &sRight.sWaveFormat, &sStereo.sWaveFormat}, {1, 1, 2});
+    }
+    if (iStatus >= 0) {
+        iStatus = TakeLatch();
+    }
+    if (iStatus < 0) {
+        return EndFailedEntry(iStatus, {oLeft, oRight}, {oStereo});
+    }
+    SaveInfoMonoToStereo(pLeft, pRight, pStereo);
+    oStereo->MarkWriteStartTime();
+    return ProcessMonoToStereo();
+}
+
+int CZtaAudioSamplesEngine::SaveInfoMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
+                                                 IZtAudioSamples* pStereo)
+{
+    return SaveOperands({{&m_apSavedBuffers[0], pLeft}, {&m_apSavedBuffers[1], pRight}, {&m_pSavedOutput, pStereo}});
+}
+
+int CZtaAudioSamplesEngine::GetInfoMonoToStereo(IZtAudioSamples** ppLeft, IZtAudioSamples** ppRight,
+                                                IZtAudioSamples** ppStereo)
+{
+    *ppLeft = m_apSavedBuffers[0];
+    *ppRight = m_apSavedBuffers[1];
+    *ppStereo = m_pSavedOutput;
+    return ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::ProcessMonoToStereo()
+{
+    IZtAudioSamples* pLeft = nullptr;
+    IZtAudioSamples* pRight = nullptr;
+    IZtAudioSamples* pStereo = nullptr;
+    GetInfoMonoToStereo(&pLeft, &pRight, &pStereo);
+    CSamplesPtr oLeft;
+    CSamplesPtr oRight;
+    CSamplesPtr oStereo;
+    oLeft = pLeft;
+    oRight = pRight;
+    oStereo = pStereo;
+
+    SZtAudioSamplesDescription sLeft = kEmptyDescription;
+    SZtAudioSamplesDescription sRight = kEmptyDescription;
+    SZtAudioSamplesDescription sStereo = kEmptyDescription;
+    int iStatus = oLeft->GetAudioSamplesDescription(&sLeft);
+    if (iStatus >= 0) {
+        iStatus = oRight->GetAudioSamplesDescription(&sRight);
+    }
+    if (iStatus >= 0) {
+        iStatus = oStereo->GetAudioSamplesDescription(&sStereo);
+    }
+    if (iStatus >= 0) {
+        iStatus = InterleaveStaged(pLeft, sLeft, pRight, sRight, pStereo, sStereo);
+    }
+    // Only a fade that both sides ask for is one of the stereo buffer.
+    if (iStatus >= 0 && sLeft.bFadeIn == sRight.bFadeIn && sLeft.bFadeOut == sRight.bFadeOut) {
+        iStatus = FadeInPlace(pStereo, sLeft);
+    }
+    if (iStatus < 0) {
+        oStereo->SetErrorCode(iStatus);
+    }
+    EndWork();
+    CZtHResult hrSignals(oLeft->SignalReadCompletion());
+    hrSignals = oRight->SignalReadCompletion();
+    oStereo->MarkWriteStopTime();
+    hrSignals = oStereo->SignalWriteCompletion();
+    return iStatus;
+}
+
+/// Interleaves, through a stage buffer on each side whose format the kernel does not take.
+int CZtaAudioSamplesEngine::InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                             IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
+                                             IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo)
+{
+    SZtaWaveFormatInfo sMonoFormat = {};
+    SZtaWaveFormatInfo sStereoFormat = {};
+    int iStatus =
+        m_oConvertMonoToStereo.SuggestFormat(&rsLeft.sWaveFormat, &rsStereo.sWaveFormat, &sMonoFormat, &sStereoFormat);
+    if (iStatus >= 0 && !IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {
+        iStatus = ConvertToStage(pLeft, m_pScratch0, sMonoFormat);
+        pLeft = m_pScratch0;
+    }
+    if (iStatus >= 0 && !IsSameFormat(rsRight.sWaveFormat, sMonoFormat)) {
+        iStatus = ConvertToStage(pRight, m_pScratch1, sMonoFormat);
+        pRight = m_pScratch1;
+    }
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (IsSameFormat(rsStereo.sWaveFormat, sStereoFormat)) {
+        return m_oConvertMonoToStereo.ConvertMonoToStereo(pLeft, pRight, pStereo);
+    }
+    iStatus = m_pScratch2->SetWaveFormat(&sStereoFormat);
+    if (iStatus >= 0) {
+        iStatus = m_oConvertMonoToStereo.ConvertMonoToStereo(pLeft, pRight, m_pScratch2);
+    }
+    if (iStatus >= 0) {
+        iStatus = m_oConvertBitDepth.ConvertBitDepth(m_pScratch2, pStereo);
+    }
+    return iStatus;
+}
+
+int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                                         IZtAudioSamples* pRight)
+{
+    if (pLeft == nullptr && pRight == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    CContentPtr oStereo;
+    CContentPtr oLeft;
+    CContentPtr oRight;
+    SZtAudioSamplesDescription sStereo = kEmptyDescription;
+    SZtAudioSamplesDescription sLeft = kEmptyDescription;
+    SZtAudioSamplesDescription sRight = kEmptyDescription;
+    if (pLeft != nullptr) {
+        // Nobody looks at a failure: a left output without a content throws when its start is marked.
+        QueryContent(pLeft, oLeft);
+    }
+    int iStatus = pRight == nullptr ? ZT_E_INVALID_POINTER : QueryContent(pRight, oRight);
+    if (iStatus >= 0) {
+        iStatus = OpenInput(pStereo, oStereo);
+    }
+    if (iStatus >= 0) {
+        iStatus = DescribeForEntry(pStereo, sStereo);
+    }
+    if (iStatus >= 0) {
+        iStatus = pLeft == nullptr ? ZT_E_INVALID_POINTER : DescribeForEntry(pLeft, sLeft);
+    }
+    if (iStatus >= 0) {
+        iStatus = DescribeForEntry(pRight, sRight);
+    }
+    if (iStatus >= 0) {
+        iStatus = CheckThreeFormats({&sStereo.sWaveFormat, &sLeft.sWaveFormat, &sRight.sWaveFormat}, {2, 1, 1});
+    }
+    if (iStatus >= 0) {
+        iStatus = TakeLatch();
+    }
+    if (iStatus < 0) {
+        return EndFailedEntry(iStatus, {oStereo}, {oLeft, oRight});
+    }
+    SaveInfoStereoToMono(pStereo, pLeft, pRight);
+    oLeft->MarkWriteStartTime();
+    oRight->MarkWriteStartTime();
+    return ProcessStereoToMono();
+}
+
+int CZtaAudioSamplesEngine::SaveInfoStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                                 IZtAudioSamples* pRight)
+{
+    return SaveOperands({{&m_pSavedInput, pStereo}, {&m_apSavedBuffers[0], pLeft}, {&m_apSavedBuffers[1], pRight}});
+}
+
+int CZtaAudioSamplesEngine::GetInfoStereoToMono(IZtAudioSamples** ppStereo, IZtAudioSamples** ppLeft,
+                                                IZtAudioSamples** ppRight)
+{
+    *ppStereo = m_pSavedInput;
+    *ppLeft = m_apSavedBuffers[0];
+    *ppRight = m_apSavedBuffers[1];
+    return ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::ProcessStereoToMono()
+{
+    IZtAudioSamples* pStereo = nullptr;
+    IZtAudioSamples* pLeft = nullptr;
+    IZtAudioSamples* pRight = nullptr;
+    GetInfoStereoToMono(&pStereo, &pLeft, &pRight);
+    CSamplesPtr oStereo;
+    CSamplesPtr oLeft;
+    CSamplesPtr oRight;
+    oStereo = pStereo;
+    oLeft = pLeft;
+    oRight = pRight;
+
+    SZtAudioSamplesDescription sStereo = kEmptyDescription;
+    SZtAudioSamplesDescription sLeft = kEmptyDescription;
+    SZtAudioSamplesDescription sRight = kEmptyDescription;
+    CZtHResult hr(oStereo->GetAudioSamplesDescription(&sStereo));
+    if (hr.DidSucceed()) {
+        hr = oLeft->GetAudioSamplesDescription(&sLeft);
+    }
+    if (hr.DidSucceed()) {
+        hr = oRight->GetAudioSamplesDescription(&sRight);
+    }
+    if (hr.DidSucceed()) {
+        // The right output has its mark from the entry already, and the left one gets no stop mark below. Hosts see
+        // two start marks and one stop mark on the right, one start mark and none on the left.
+        oRight->MarkWriteStartTime();
+        hr = SplitStaged(pStereo, sStereo, pLeft, sLeft, pRight, sRight);
+    }
+    if (hr.DidFail()) {
+        oLeft->SetErrorCode(hr);
+        oRight->SetErrorCode(hr);
+    }
+    EndWork();
+    CZtHResult hrSignals(oStereo->SignalReadCompletion());
+    oRight->MarkWriteStopTime();
+    hrSignals = oRight->SignalWriteCompletion();
+    hrSignals = oLeft->SignalWriteCompletion();
+    return hr;
+}
+
+/// Splits, through a stage buffer on each side whose format the kernel does not take.
+int CZtaAudioSamplesEngine::SplitStaged(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo,
+                                        IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                        IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight)
+{
+    SZtaWaveFormatInfo sStereoFormat = {};
+    SZtaWaveFormatInfo sMonoFormat = {};
+    int iStatus =
+        m_oConvertStereoToMono.SuggestFormat(&rsStereo.sWaveFormat, &rsLeft.sWaveFormat, &sStereoFormat, &sMonoFormat);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (!IsSameFormat(rsStereo.sWaveFormat, sStereoFormat)) {
+        iStatus = ConvertToStage(pStereo, m_pScratch0, sStereoFormat);
+        pStereo = m_pScratch0;
+    }
+    // The stages of the outputs are labelled even when the input could not be staged.
+    IZtAudioSamples* pLeftTarget = pLeft;
+    IZtAudioSamples* pRightTarget = pRight;
+    if (!IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {
+        pLeftTarget = m_pScratch1;
+        iStatus = FirstFailure(iStatus, m_pScratch1->SetWaveFormat(&sMonoFormat));
+    }
+    if (!IsSameFormat(rsRight.sWaveFormat, sMonoFormat)) {
+        pRightTarget = m_pScratch2;
+        iStatus = FirstFailure(iStatus, m_pScratch2->SetWaveFormat(&sMonoFormat));
+    }
+    if (iStatus >= 0) {
+        iStatus = m_oConvertStereoToMono.ConvertStereoToMono(pStereo, pLeftTarget, pRightTarget);
+    }
+    if (iStatus >= 0 && pLeftTarget != pLeft) {
+        iStatus = m_oConvertBitDepth.ConvertBitDepth(pLeftTarget, pLeft);
+    }
+    if (iStatus >= 0 && pRightTarget != pRight) {
+        iStatus = m_oConvertBitDepth.ConvertBitDepth(pRightTarget, pRight);
+    }
+    return iStatus;
+}

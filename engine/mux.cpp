@@ -1,0 +1,434 @@
+#include "engine/audio_samples_engine.h"
+#include "engine/operation.h"
+
+#include <zta/status.h>
+
+#include <algorithm>
+
+namespace {
+
+/// How many of its channels a mux operation moves in one buffer of the array.
+enum ESide : unsigned long {
+    kMonoSide = 1,
+    kStereoSide = 2,
+};
+
+/// The counts of buffers that assemble or split a mux. Two mono buffers pass the entry of an assembly, though no kernel
+/// knows a mux of two channels.
+constexpr unsigned long kBufferCounts[] = {2, 4, 8, 16, 32, 64};
+
+bool IsBufferCount(unsigned long ulCount, unsigned long ulLeast, unsigned long ulMost)
+{
+    return ulCount >= ulLeast && ulCount <= ulMost &&
+           std::find(std::begin(kBufferCounts), std::end(kBufferCounts), ulCount) != std::end(kBufferCounts);
+}
+
+/// The verdict on the volume arguments, or `iStatus` where there is nothing to say.
+int CheckVolumes(const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount, unsigned long ulBufferCount,
+                 bool bCountsAgree, int iStatus)
+{
+    if (ulVolumeCount == 0) {
+        return iStatus;
+    }
+    if (psVolumes == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    return bCountsAgree && ulBufferCount >= 2 ? iStatus : ZT_E_INVALID_PARAMETER;
+}
+
+/// Signals one buffer of the array in a failure ending, if there is one and it has a content.
+template <class Signal>
+void SignalEntry(IZtAudioSamples* pBuffer, Signal rSignal)
+{
+    if (pBuffer != nullptr) {
+        CContentPtr oContent;
+        QueryContent(pBuffer, oContent);
+        if (oContent != nullptr) {
+            rSignal(*oContent);
+        }
+    }
+}
+
+} // namespace
+
+// ---- Passing the operands ----
+
+int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, IZtAudioSamples** ppBuffers,
+                                        unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes,
+                                        unsigned long ulVolumeCount)
+{
+    m_ui64SavedBufferCount = ulCount;
+    m_ui64SavedVolumeCount = ulVolumeCount;
+    for (unsigned long i = 0; i < kMaxBuffers; ++i) {
+        ReleaseSlot(m_apSavedBuffers[i]);
+        SaveVolume(i, psVolumes);
+        if (i < ulCount) {
+            if (ppBuffers[i] == nullptr) {
+                return ZT_E_INVALID_PARAMETER;
+            }
+            m_apSavedBuffers[i] = ppBuffers[i];
+            m_apSavedBuffers[i]->AddRef();
+        }
+    }
+    // The side that an operation does not have stays empty.
+    SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});
+    return ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::GetInfoMux(IZtAudioSamples** ppInput, IZtAudioSamples** ppOutput,
+                                       IZtAudioSamples** ppBuffers, unsigned long* pulCount,
+                                       SZtAudioMonoVolumeInfo* psVolumes, unsigned long* pulVolumeCount)
+{
+    if (pulCount == nullptr || pulVolumeCount == nullptr) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (m_ui64SavedBufferCount > *pulCount || m_ui64SavedVolumeCount > *pulVolumeCount) {
+        return ZT_E_ARRAY_TOO_SMALL;
+    }
+    *pulCount = m_ui64SavedBufferCount;
+    *pulVolumeCount = m_ui64SavedVolumeCount;
+    std::copy_n(m_apSavedBuffers, m_ui64SavedBufferCount, ppBuffers);
+    std::copy_n(m_asSavedVolumes, m_ui64SavedVolumeCount, psVolumes);
+    *ppInput = m_pSavedInput;
+    *ppOutput = m_pSavedOutput;
+    return ZT_NOERROR;
+}
+
+void CZtaAudioSamplesEngine::SaveVolume(unsigned long ulSlot, const SZtAudioMonoVolumeInfo* psVolumes)
+{
+    if (ulSlot < m_ui64SavedVolumeCount) {
+        m_asSavedVolumes[ulSlot] = psVolumes[ulSlot];
+    } else {
+        m_asSavedVolumes[ulSlot].fStartVolume = 0.0F;
+        m_asSavedVolumes[ulSlot].fEndVolume = 0.0F;
+    }
+}
+
+int CZtaAudioSamplesEngine::TakeMuxOperands(SMuxOperands& rsOperands)
+{
+    rsOperands.ulCount = kMaxBuffers;
+    rsOperands.ulVolumeCount = kMaxBuffers;
+    const int iStatus = GetInfoMux(&rsOperands.pInput, &rsOperands.pOutput, rsOperands.apBuffers, &rsOperands.ulCount,
+                                   rsOperands.asVolumes, &rsOperands.ulVolumeCount);
+    if (iStatus < 0) {
+        // One volume more than there are channels at most: the work is off, but the buffers still want their signals.
+        rsOperands.pInput = m_pSavedInput;
+        rsOperands.pOutput = m_pSavedOutput;
+        rsOperands.ulCount = m_ui64SavedBufferCount;
+        std::copy_n(m_apSavedBuffers, rsOperands.ulCount, rsOperands.apBuffers);
+    }
+    return iStatus;
+}
+
+// ---- Assembly ----
+
+int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux(IZtAudioSamples** ppMono, unsigned long ulMonoCount,
+                                                      IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
+                                                      unsigned long ulVolumeCount)
+{
+    return EnterAssembly(kMonoSide, ppMono, ulMonoCount, pMux, psVolumes, ulVolumeCount,
+                         &CZtaAudioSamplesEngine::ProcessMonoToMux);
+}
+
+int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux(IZtAudioSamples** ppStereo, unsigned long ulStereoCount,
+                                                        IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
+                                                        unsigned long ulVolumeCount)
+{
+    return EnterAssembly(kStereoSide, ppStereo, ulStereoCount, pMux, psVolumes, ulVolumeCount,
+                         &CZtaAudioSamplesEngine::ProcessStereoToMux);
+}
+
+int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers, unsigned long ulCount,
+                                          IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
+                                          unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)())
+{
+    CContentPtr oMux;
+    int iStatus = OpenOutput(pMux, oMux);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (ppBuffers == nullptr) {
+        iStatus = ZT_E_INVALID_POINTER;
+    }
+    // Half of an odd volume count agrees with the stereo buffers; the volume step refuses the odd one out later.
+    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount / ulSide == ulCount, iStatus);
+    for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
+        iStatus = OpenAssemblyInput(ulSide, ppBuffers[i]);
+    }
+    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    if (iStatus >= 0) {
+        iStatus = DescribeForEntry(pMux, sMux);
+    }
+    if (iStatus >= 0 && !IsBufferCount(ulCount, 2, kMaxBuffers / ulSide)) {
+        iStatus = ZT_E_INVALID_PARAMETER;
+    }
+    if (iStatus >= 0 && sMux.sWaveFormat.ulChannels != ulCount * ulSide) {
+        iStatus = ZT_E_BUFFER_FORMAT_MISMATCH;
+    }
+    if (iStatus >= 0 && sMux.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
+        iStatus = ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
+    }
+    if (iStatus >= 0) {
+        iStatus = TakeLatch();
+    }
+    if (iStatus < 0) {
+        // Every buffer of the array is signalled, also those that were not looked at.
+        for (unsigned long i = 0; ppBuffers != nullptr && i < ulCount; ++i) {
+            SignalEntry(ppBuffers[i], [](IZtAVContent& rContent) { rContent.SignalReadCompletion(); });
+        }
+        return EndFailedEntry(iStatus, {}, {oMux});
+    }
+    SaveInfoMux(nullptr, pMux, ppBuffers, ulCount, psVolumes, ulVolumeCount);
+    oMux->MarkWriteStartTime();
+    return (this->*pfnProcess)();
+}
+
+/// Looks at one input of an assembly. Hosts see its description read and its label fixed, but the verdict on it does
+/// not survive: what the producer left on the buffer takes its place, and an input of another layout, or of opaque
+/// words, is refused by the worker with another code.
+int CZtaAudioSamplesEngine::OpenAssemblyInput(unsigned long ulSide, IZtAudioSamples* pBuffer)
+{
+    if (pBuffer == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    SZtAudioSamplesDescription sBuffer = kEmptyDescription;
+    const bool bDescribed = pBuffer->GetAudioSamplesDescription(&sBuffer) >= 0;
+    const bool bStereoOnly = ulSide == kStereoSide && (sBuffer.sWaveFormat.ulChannels != kStereoSide ||
+                                                       sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque);
+    if (bDescribed && !bStereoOnly) {
+        Convert32BitAudioSampleFrom20To24(pBuffer, &sBuffer);
+    }
+    CContentPtr oContent;
+    const int iStatus = QueryContent(pBuffer, oContent);
+    return iStatus < 0 ? ZT_E_INVALID_PARAMETER : ReadErrorCode(*oContent, iStatus);
+}
+
+int CZtaAudioSamplesEngine::ProcessMonoToMux()
+{
+    return ProcessAssembly(m_oConvertMonoToMux, &CZtaConvertMonoToMux::ConvertMonoToMux, kMonoSide);
+}
+
+int CZtaAudioSamplesEngine::ProcessStereoToMux()
+{
+    return ProcessAssembly(m_oConvertStereoToMux, &CZtaConvertStereoToMux::ConvertStereoToMux, kStereoSide);
+}
+
+template <class Kernel, class Convert>
+int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert, unsigned long ulSide)
+{
+    SMuxOperands sOperands;
+    int iStatus = TakeMuxOperands(sOperands);
+    CSamplesPtr oMux;
+    oMux = sOperands.pOutput;
+
+    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    if (iStatus >= 0) {
+        iStatus = oMux->GetAudioSamplesDescription(&sMux);
+    }
+    IZtAudioSamples* apStaged[kMaxBuffers];
+    SZtAudioSamplesDescription sInput = kEmptyDescription;
+    for (unsigned long i = 0; i < sOperands.ulCount && iStatus >= 0; ++i) {
+        const int iDescribed = sOperands.apBuffers[i]->GetAudioSamplesDescription(&sInput);
+        // A stereo input that cannot be described is taken for what the one before it was.
+        if (ulSide == kMonoSide) {
+            iStatus = iDescribed;
+        }
+        if (iStatus >= 0) {
+            iStatus = StageInput(rKernel, sOperands.apBuffers[i], sInput, sMux, i, apStaged[i]);
+        }
+    }
+    if (iStatus >= 0) {
+        // The last input speaks for all. The inputs have been faded: only an assembly of stereo buffers still hands
+        // the request on with the mux.
+        oMux->SetPolarity(sInput.ePolarity);
+        SetFades(oMux, ulSide == kStereoSide && sInput.bFadeIn, ulSide == kStereoSide && sInput.bFadeOut);
+        iStatus =
+            (rKernel.*pfnConvert)(apStaged, sOperands.ulCount, oMux, sOperands.asVolumes, sOperands.ulVolumeCount);
+    }
+    EndWork();
+    for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
+        sOperands.apBuffers[i]->SignalReadCompletion();
+    }
+    if (iStatus < 0) {
+        oMux->SetErrorCode(iStatus);
+    }
+    oMux->MarkWriteStopTime();
+    oMux->SignalWriteCompletion();
+    return iStatus;
+}
+
+/// Brings input `ulIndex` to the kernel's format, and fades it if it asks for that.
+template <class Kernel>
+int CZtaAudioSamplesEngine::StageInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
+                                       SZtAudioSamplesDescription& rsMux, unsigned long ulIndex,
+                                       IZtAudioSamples*& rpStaged)
+{
+    SZtaWaveFormatInfo sInputFormat = {};
+    SZtaWaveFormatInfo sMuxFormat = {};
+    int iStatus = rKernel.SuggestFormat(&rsInput.sWaveFormat, &rsMux.sWaveFormat, &sInputFormat, &sMuxFormat);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    IZtAudioSamples* pStage = m_apConvertScratch[ulIndex];
+    iStatus = IsSameFormat(rsInput.sWaveFormat, sInputFormat) ? CopyToStage(pInput, pStage, rsInput)
+                                                              : ConvertToStage(pInput, pStage, sInputFormat);
+    rpStaged = pStage;
+    if (iStatus < 0 || (!rsInput.bFadeIn && !rsInput.bFadeOut)) {
+        return iStatus;
+    }
+    // The second stage carries the input's own label, whatever the first one made of the samples: an input that needs
+    // a conversion and a fade is faded under the wrong label, and the kernel refuses it.
+    IZtAudioSamples* pFade = m_apFadeScratch[ulIndex];
+    iStatus = CopyToStage(pStage, pFade, rsInput);
+    rpStaged = pFade;
+    if (iStatus >= 0) {
+        SetFades(pFade, rsInput.bFadeIn, rsInput.bFadeOut);
+        iStatus = m_oApplyFade.ApplyFade(pFade);
+    }
+    return iStatus;
+}
+
+// ---- Split ----
+
+int CZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono(IZtAudioSamples* pMux, IZtAudioSamples** ppMono,
+                                                      unsigned long ulMonoCount, SZtAudioMonoVolumeInfo* psVolumes,
+                                                      unsigned long ulVolumeCount)
+{
+    return EnterSplit(kMonoSide, pMux, ppMono, ulMonoCount, psVolumes, ulVolumeCount,
+                      &CZtaAudioSamplesEngine::ProcessMuxToMono);
+}
+
+int CZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo(IZtAudioSamples* pMux, IZtAudioSamples** ppStereo,
+                                                        unsigned long ulStereoCount, SZtAudioMonoVolumeInfo* psVolumes,
+                                                        unsigned long ulVolumeCount)
+{
+    return EnterSplit(kStereoSide, pMux, ppStereo, ulStereoCount, psVolumes, ulVolumeCount,
+                      &CZtaAudioSamplesEngine::ProcessMuxToStereo);
+}
+
+int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
+                                       unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes,
+                                       unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)())
+{
+    if (ppBuffers == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    CContentPtr oMux;
+    CContentPtr aoOutputs[kMaxBuffers];
+    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    int iStatus = OpenInput(pMux, oMux);
+    if (iStatus >= 0) {
+        iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount == ulCount * ulSide, iStatus);
+    }
+    if (iStatus >= 0) {
+        iStatus = DescribeForEntry(pMux, sMux);
+    }
+    if (iStatus >= 0 && (!IsBufferCount(ulCount, 4 / ulSide, kMaxBuffers / ulSide) ||
+                         sMux.sWaveFormat.ulChannels != ulCount * ulSide)) {
+        iStatus = ZT_E_INVALID_PARAMETER;
+    }
+    if (iStatus >= 0 && sMux.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
+        iStatus = ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
+    }
+    for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
+        iStatus = OpenSplitOutput(ulSide, ppBuffers[i], aoOutputs[i]);
+    }
+    if (iStatus >= 0) {
+        iStatus = TakeLatch();
+    }
+    if (iStatus < 0) {
+        for (unsigned long i = 0; i < ulCount; ++i) {
+            SignalEntry(ppBuffers[i], [iStatus](IZtAVContent& rContent) {
+                rContent.SetErrorCode(iStatus);
+                rContent.SignalWriteCompletion();
+            });
+        }
+        return EndFailedEntry(iStatus, {oMux}, {});
+    }
+    SaveInfoMux(pMux, nullptr, ppBuffers, ulCount, psVolumes, ulVolumeCount);
+    for (unsigned long i = 0; i < ulCount; ++i) {
+        aoOutputs[i]->MarkWriteStartTime();
+    }
+    return (this->*pfnProcess)();
+}
+
+/// Looks at one output of a split. Here the verdict stands.
+int CZtaAudioSamplesEngine::OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer, CContentPtr& rContent)
+{
+    SZtAudioSamplesDescription sBuffer = kEmptyDescription;
+    if (pBuffer == nullptr || QueryContent(pBuffer, rContent) < 0 ||
+        pBuffer->GetAudioSamplesDescription(&sBuffer) < 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
+        return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
+    }
+    if (sBuffer.sWaveFormat.ulChannels != ulSide) {
+        return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
+    }
+    return Convert32BitAudioSampleFrom20To24(pBuffer, &sBuffer);
+}
+
+int CZtaAudioSamplesEngine::ProcessMuxToMono()
+{
+    return ProcessSplit(m_oConvertMuxToMono, &CZtaConvertMuxToMono::ConvertMuxToMono);
+}
+
+int CZtaAudioSamplesEngine::ProcessMuxToStereo()
+{
+    return ProcessSplit(m_oConvertMuxToStereo, &CZtaConvertMuxToStereo::ConvertMuxToStereo);
+}
+
+template <class Kernel, class Convert>
+int CZtaAudioSamplesEngine::ProcessSplit(Kernel& rKernel, Convert pfnConvert)
+{
+    SMuxOperands sOperands;
+    int iStatus = TakeMuxOperands(sOperands);
+    CSamplesPtr oMux;
+    oMux = sOperands.pInput;
+
+    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    SZtAudioSamplesDescription sFirst = kEmptyDescription;
+    SZtaWaveFormatInfo sMuxFormat = {};
+    SZtaWaveFormatInfo sOutputFormat = {};
+    if (iStatus >= 0) {
+        iStatus = oMux->GetAudioSamplesDescription(&sMux);
+    }
+    if (iStatus >= 0) {
+        iStatus = sOperands.apBuffers[0]->GetAudioSamplesDescription(&sFirst);
+    }
+    if (iStatus >= 0) {
+        // Outputs are never converted, so what is suggested for them is not used.
+        iStatus = rKernel.SuggestFormat(&sMux.sWaveFormat, &sFirst.sWaveFormat, &sMuxFormat, &sOutputFormat);
+    }
+    IZtAudioSamples* pSource = oMux;
+    if (iStatus >= 0 && !IsSameFormat(sMux.sWaveFormat, sMuxFormat)) {
+        iStatus = ConvertToStage(oMux, m_pScratch0, sMuxFormat);
+        pSource = m_pScratch0;
+    }
+    if (iStatus >= 0) {
+        iStatus = (rKernel.*pfnConvert)(pSource, sOperands.apBuffers, sOperands.ulCount, sOperands.asVolumes,
+                                        sOperands.ulVolumeCount);
+    }
+    if (iStatus >= 0) {
+        for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
+            // After a failing fade the later outputs still get their polarity and flags, but no fade.
+            sOperands.apBuffers[i]->SetPolarity(sMux.ePolarity);
+            if (iStatus >= 0) {
+                iStatus = FadeInPlace(sOperands.apBuffers[i], sMux);
+            } else {
+                SetFades(sOperands.apBuffers[i], sMux.bFadeIn, sMux.bFadeOut);
+            }
+        }
+    }
+    EndWork();
+    oMux->SignalReadCompletion();
+    for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
+        if (iStatus < 0) {
+            sOperands.apBuffers[i]->SetErrorCode(iStatus);
+        }
+        sOperands.apBuffers[i]->MarkWriteStopTime();
+        sOperands.apBuffers[i]->SignalWriteCompletion();
+    }
+    return iStatus;
+}

@@ -91,7 +91,7 @@ TEST(ProcessorFeatures, TakeAvx2OnlyWithFmaAndBothBitManipulationSets)
 TEST(ProcessorFeatures, TakeWideRegistersAsEnabledOnlyWithTheSystemsConsent)
 {
     EXPECT_TRUE(ZtaFeaturesOfProcessor(WithAvx2()) & 0x200);
-    for (std::uint64_t xcr0 : {0, 1, 2, 3, 4, 5}) {
+    for (std::uint64_t xcr0 : {0u, 1u, 2u, 3u, 4u, 5u}) {
         SZtaProcessorWords words = WithAvx2();
         words.ui64Xcr0 = xcr0;
         EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x200) << xcr0;
@@ -106,7 +106,7 @@ TEST(ProcessorFeatures, TakeWideRegistersAsEnabledOnlyWithTheSystemsConsent)
     words.sLeaf1.ulEcx = Bit(27);
     words.ui64Xcr0 = 0xE0;
     EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x200000000u);
-    for (std::uint64_t xcr0 : {0x60, 0xA0, 0xC0}) {
+    for (std::uint64_t xcr0 : {0x60u, 0xA0u, 0xC0u}) {
         words.ui64Xcr0 = xcr0;
         EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0u) << xcr0;
     }

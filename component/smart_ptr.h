@@ -75,8 +75,8 @@ private:
     friend struct SZtLayoutProbe;
 };
 
-class IZtAudioSamples;
-class IZtAVContent;
+class ZTA_API IZtAudioSamples;
+class ZTA_API IZtAVContent;
 
 extern template class TZtSmartPtr<IZtAudioSamples>;
 extern template class TZtSmartPtr<IZtAVContent>;

@@ -1,8 +1,6 @@
 #include "component/exceptions.h"
 
-CZtBaseException::CZtBaseException(const std::string& rMessage) : m_sMessage(rMessage)
-{
-}
+CZtBaseException::CZtBaseException(const std::string& rMessage) : m_sMessage(rMessage) {}
 
 CZtBaseException::CZtBaseException(const CZtBaseException& rOther) = default;
 
@@ -15,9 +13,7 @@ const std::string& CZtBaseException::GetMessage() const
     return m_sMessage;
 }
 
-CZtSmartPointerException::CZtSmartPointerException(const std::string& rMessage) : CZtBaseException(rMessage)
-{
-}
+CZtSmartPointerException::CZtSmartPointerException(const std::string& rMessage) : CZtBaseException(rMessage) {}
 
 CZtSmartPointerException::CZtSmartPointerException(const CZtSmartPointerException& rOther) = default;
 

@@ -61,10 +61,6 @@ extern "C" int ZtInternalGetClassObject(const _GUID& rclsid, const _GUID& riid, 
     return CLASS_E_NOAGGREGATION;
 }
 
-void _ztStartWPP()
-{
-}
+void _ztStartWPP() {}
 
-void _ztStopWPP()
-{
-}
+void _ztStopWPP() {}

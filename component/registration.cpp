@@ -15,8 +15,6 @@ namespace {
 
 constexpr const wchar_t* kClsidSection = L"CLSID";
 
-/// `fputws` needs the line as a whole: a wide `printf` would give the stream its orientation and keep the name's
-/// length unchecked.
 void PrintProgress(const wchar_t* pwszFormat, const wchar_t* pwszClassName)
 {
     wchar_t awcLine[256];

@@ -32,16 +32,15 @@ unsigned long AddReference(std::atomic<unsigned int>& rCount)
     return uiCount == 0 ? 1 : uiCount;
 }
 
-/// Takes one reference away. True when it was the last; the count then stands at 1, so that a pair of AddRef and
-/// Release made while the destructor runs does not delete the object a second time.
-bool DropReference(std::atomic<unsigned int>& rCount, unsigned long& rulLeft)
+/// Takes one reference away. After the last one the count goes back to 1, so that a pair of AddRef and Release made
+/// while the destructor runs does not delete the object a second time. Returns what is left, 0 after the last.
+unsigned long DropReference(std::atomic<unsigned int>& rCount)
 {
-    rulLeft = --rCount;
-    if (rulLeft != 0) {
-        return false;
+    const unsigned int uiLeft = --rCount;
+    if (uiLeft == 0) {
+        ++rCount;
     }
-    ++rCount;
-    return true;
+    return uiLeft;
 }
 
 } // namespace
@@ -82,8 +81,8 @@ unsigned long CZtLightUnknown::NonDelegatingAddRef()
 
 unsigned long CZtLightUnknown::NonDelegatingRelease()
 {
-    unsigned long ulLeft = 0;
-    if (DropReference(m_ulRefCount, ulLeft)) {
+    const unsigned long ulLeft = DropReference(m_ulRefCount);
+    if (ulLeft == 0) {
         delete this;
     }
     return ulLeft;
@@ -94,8 +93,7 @@ CZtUnknown::CZtUnknown(bool /*bFlag*/, const wchar_t* pwszName, IUnknown* pOuter
 {
 }
 
-CZtUnknown::CZtUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown, int* phr)
-    : CZtUnknown(pwszName, pOuterUnknown)
+CZtUnknown::CZtUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown, int* phr) : CZtUnknown(pwszName, pOuterUnknown)
 {
     *phr = ZT_NOERROR;
 }
@@ -123,8 +121,8 @@ unsigned long CZtUnknown::NonDelegatingAddRef()
 
 unsigned long CZtUnknown::NonDelegatingRelease()
 {
-    unsigned long ulLeft = 0;
-    if (DropReference(m_ulRefCount, ulLeft)) {
+    const unsigned long ulLeft = DropReference(m_ulRefCount);
+    if (ulLeft == 0) {
         delete this;
     }
     return ulLeft;

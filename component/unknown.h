@@ -21,11 +21,21 @@ extern ZTA_API std::atomic<int> g_i32Objects;
 /// Writes `pUnknown` to `*ppv` with a reference of its own. Returns 0. Neither argument may be null.
 extern "C" ZTA_API int ZtGetInterface(INonDelegatingUnknown* pUnknown, void** ppv);
 
-/// The `IUnknown` side of a class that derives from CZtLightUnknown or CZtUnknown: each call goes to the owning unknown.
+/// The `IUnknown` side of a class that derives from CZtLightUnknown or CZtUnknown: each call goes to the owning
+/// unknown.
 #define ZTA_DELEGATE_IUNKNOWN()                                                                                        \
-    int QueryInterface(const _GUID& riid, void** ppv) override { return m_pOuterUnknown->QueryInterface(riid, ppv); }   \
-    unsigned long AddRef() override { return m_pOuterUnknown->AddRef(); }                                              \
-    unsigned long Release() override { return m_pOuterUnknown->Release(); }
+    int QueryInterface(const _GUID& riid, void** ppv) override                                                         \
+    {                                                                                                                  \
+        return m_pOuterUnknown->QueryInterface(riid, ppv);                                                             \
+    }                                                                                                                  \
+    unsigned long AddRef() override                                                                                    \
+    {                                                                                                                  \
+        return m_pOuterUnknown->AddRef();                                                                              \
+    }                                                                                                                  \
+    unsigned long Release() override                                                                                   \
+    {                                                                                                                  \
+        return m_pOuterUnknown->Release();                                                                             \
+    }
 
 /// A reference-counted object that is born with one reference, its creator's.
 class ZTA_API CZtLightUnknown : public INonDelegatingUnknown {

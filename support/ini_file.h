@@ -14,7 +14,8 @@ ZTA_API void Trim(std::wstring& s, const std::wstring& sChars, int iMode);
 /// A section is not a container: its records are those that carry its name, wherever they stand, and its header is a
 /// record with an empty key. Names are compared exactly, and a record that is commented out is found like any other.
 /// The key comes before the section in every operation. Operations that change something write the file at once if the
-/// object was made with `bAutoSave`; the destructor writes what is still unwritten. For one thread and one writer.
+/// object was made with `bAutoSave`; the destructor writes what is still unwritten. The files are plain ASCII, and
+/// every line of them ends with a newline. For one thread and one writer.
 class ZTA_API CZtIniFile {
 public:
     /// The two comment characters.
@@ -29,17 +30,17 @@ public:
         wchar_t Commented;     ///< a space if the record is active, else the character that disables it
         std::wstring Section;  ///< the section's name, also for a key record
         std::wstring Key;      ///< empty for a section header, and for nothing else
-        std::wstring Value;    ///< empty for a section header
+        std::wstring Value;    ///< not written for a section header, and empty as a rule
     };
 
-    /// Reads the file; a file that cannot be opened is an empty one.
-    /// Throws std::out_of_range on a section line without a "]".
+    /// Reads the file; a file that cannot be opened is an empty one. Throws what Load throws.
     CZtIniFile(std::string sFileName, bool bAutoSave);
     CZtIniFile(const CZtIniFile&) = delete;
     CZtIniFile& operator=(const CZtIniFile&) = delete;
     virtual ~CZtIniFile();
 
     /// Replaces the content from the file. False, with the content kept, if it cannot be opened.
+    /// Throws std::out_of_range on a section line without a "]"; the content then ends before that line.
     bool Load();
 
     /// Writes the file. False, with a message on standard output, if it cannot be opened.

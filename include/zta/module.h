@@ -1,4 +1,4 @@
-/// The exports of the module, all without name mangling, for a host that loads it with `dlopen` or links it.
+/// The functions of the module, without name mangling for a host that looks them up after `dlopen`, and its version.
 ///
 /// Life of the module: dlopen, DllEntryPoint(h, 1), DllGetClassObject, use, DllCanUnloadNow() == 0,
 /// DllEntryPoint(h, 0), dlclose. Nothing runs at load by itself.

@@ -1,0 +1,357 @@
+#include "support/ini_file.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+namespace {
+
+constexpr int kTrimLeft = 1;
+constexpr int kTrimRight = 2;
+
+constexpr wchar_t kActive = L' ';
+
+bool IsCommentChar(wchar_t cChar)
+{
+    return cChar == CZtIniFile::keCommentCharPound || cChar == CZtIniFile::keCommentCharSemicolon;
+}
+
+auto RecordSectionIs(const std::wstring& rsSection)
+{
+    return [&rsSection](const CZtIniFile::Record& rRecord) { return rRecord.Section == rsSection; };
+}
+
+auto RecordSectionKeyIs(const std::wstring& rsKey, const std::wstring& rsSection)
+{
+    return [&rsKey, &rsSection](const CZtIniFile::Record& rRecord) {
+        return rRecord.Section == rsSection && rRecord.Key == rsKey;
+    };
+}
+
+/// The first record that fits, or the end.
+template <class Predicate>
+auto Find(std::vector<CZtIniFile::Record>& raoContent, Predicate pfnFits)
+{
+    return std::find_if(raoContent.begin(), raoContent.end(), pfnFits);
+}
+
+CZtIniFile::Record MakeRecord(std::wstring sSection, std::wstring sKey, std::wstring sValue)
+{
+    return {std::wstring(), kActive, std::move(sSection), std::move(sKey), std::move(sValue)};
+}
+
+std::wstring ElementOf(const CZtIniFile::Record& rRecord)
+{
+    return rRecord.Key.empty() ? L"[" + rRecord.Section + L"]" : rRecord.Key + L"=" + rRecord.Value;
+}
+
+} // namespace
+
+void Trim(std::wstring& s, const std::wstring& sChars, int iMode)
+{
+    const std::size_t ulFirst = s.find_first_not_of(sChars);
+    if (ulFirst == std::wstring::npos) {
+        s.clear();
+        return;
+    }
+    if (iMode != kTrimLeft) {
+        s.erase(s.find_last_not_of(sChars) + 1);
+    }
+    if (iMode != kTrimRight) {
+        s.erase(0, ulFirst);
+    }
+}
+
+CZtIniFile::CZtIniFile(std::string sFileName, bool bAutoSave)
+    : m_sFileName(std::move(sFileName)), m_bAutoSave(bAutoSave), m_bDirty(false)
+{
+    Load();
+}
+
+CZtIniFile::~CZtIniFile()
+{
+    Sort(true);
+    if (m_bDirty) {
+        Save();
+    }
+}
+
+bool CZtIniFile::Load()
+{
+    std::wifstream oFile(m_sFileName);
+    if (!oFile.is_open()) {
+        return false;
+    }
+    m_aoContent.clear();
+    const std::wstring sBlanks = L" \t\n\r";
+    std::wstring sPendingComments;
+    std::wstring sSection;
+    std::wstring sLine;
+    // A last line without its newline is not a line: reading it sets the flag of the file's end.
+    while (std::getline(oFile, sLine) && !oFile.eof()) {
+        Trim(sLine, sBlanks, 0);
+        if (sLine.empty()) {
+            continue;
+        }
+        Record oRecord = MakeRecord({}, {}, {});
+        if (IsCommentChar(sLine.front())) {
+            if (sLine.find_first_of(L"[=") == std::wstring::npos) {
+                sPendingComments += sLine + L'\n';
+                continue;
+            }
+            oRecord.Commented = sLine.front();
+            sLine.erase(0, 1);
+            Trim(sLine, sBlanks, 0);
+        }
+        // The order of the two tests is part of the format: a bracket anywhere makes a header, and a "=" that is left
+        // in the header's name makes the header a key record after all, without its comments.
+        if (sLine.find(L'[') != std::wstring::npos) {
+            sLine.erase(0, 1);
+            sLine.erase(sLine.find(L']'));
+            oRecord.Comments = std::exchange(sPendingComments, {});
+            oRecord.Section = sLine;
+            sSection = sLine;
+        }
+        const std::size_t ulEqual = sLine.find(L'=');
+        if (ulEqual != std::wstring::npos) {
+            oRecord.Comments = std::exchange(sPendingComments, {});
+            oRecord.Section = sSection;
+            oRecord.Key = sLine.substr(0, ulEqual);
+            oRecord.Value = sLine.substr(ulEqual + 1);
+        }
+        // What is neither a header nor a key record counts as a header without a name, unless comments wait for the
+        // next line.
+        if (sPendingComments.empty()) {
+            m_aoContent.push_back(std::move(oRecord));
+        }
+    }
+    return true;
+}
+
+bool CZtIniFile::Save()
+{
+    return Save(true);
+}
+
+bool CZtIniFile::Save(bool bDoSave)
+{
+    if (!bDoSave) {
+        return true;
+    }
+    std::wofstream oFile(m_sFileName);
+    if (!oFile.is_open()) {
+        std::printf("Unable to open %s for writing\n", m_sFileName.c_str());
+        return false;
+    }
+    for (const Record& rRecord : m_aoContent) {
+        // The blank of an active record is written too, Load takes it off.
+        oFile << rRecord.Comments << rRecord.Commented << ElementOf(rRecord) << std::endl;
+    }
+    oFile.close();
+    m_bDirty = false;
+    return true;
+}
+
+bool CZtIniFile::Sort(bool /*bAscending*/)
+{
+    return true;
+}
+
+std::wstring CZtIniFile::Content()
+{
+    std::wstring sText;
+    for (const Record& rRecord : m_aoContent) {
+        sText += rRecord.Comments;
+        if (rRecord.Commented != kActive) {
+            sText += rRecord.Commented;
+        }
+        sText += ElementOf(rRecord) + L'\n';
+    }
+    return sText;
+}
+
+bool CZtIniFile::SectionExists(std::wstring sSection)
+{
+    return Find(m_aoContent, RecordSectionIs(sSection)) != m_aoContent.end();
+}
+
+bool CZtIniFile::RecordExists(std::wstring sKey, std::wstring sSection)
+{
+    return Find(m_aoContent, RecordSectionKeyIs(sKey, sSection)) != m_aoContent.end();
+}
+
+bool CZtIniFile::AddSection(std::wstring sSection)
+{
+    if (SectionExists(sSection)) {
+        return false;
+    }
+    m_aoContent.push_back(MakeRecord(std::move(sSection), {}, {}));
+    m_bDirty = true;
+    return Save(m_bAutoSave);
+}
+
+bool CZtIniFile::DeleteSection(std::wstring sSection)
+{
+    if (std::erase_if(m_aoContent, RecordSectionIs(sSection)) != 0) {
+        m_bDirty = true;
+    }
+    return Save(m_bAutoSave);
+}
+
+bool CZtIniFile::RenameSection(std::wstring sOld, std::wstring sNew)
+{
+    if (SectionExists(sNew)) {
+        return false;
+    }
+    for (Record& rRecord : m_aoContent) {
+        if (rRecord.Section == sOld) {
+            rRecord.Section = sNew;
+            m_bDirty = true;
+        }
+    }
+    return Save(m_bAutoSave);
+}
+
+bool CZtIniFile::DeleteRecord(std::wstring sKey, std::wstring sSection)
+{
+    const auto itRecord = Find(m_aoContent, RecordSectionKeyIs(sKey, sSection));
+    if (itRecord == m_aoContent.end()) {
+        return false;
+    }
+    m_aoContent.erase(itRecord);
+    m_bDirty = true;
+    return Save(m_bAutoSave);
+}
+
+bool CZtIniFile::SetString(std::wstring sKey, std::wstring sSection, std::wstring sValue)
+{
+    m_bDirty = true;
+    const auto itSection = Find(m_aoContent, RecordSectionIs(sSection));
+    const auto itRecord = Find(m_aoContent, RecordSectionKeyIs(sKey, sSection));
+    if (itRecord != m_aoContent.end()) {
+        itRecord->Value = std::move(sValue);
+    } else if (itSection != m_aoContent.end()) {
+        m_aoContent.insert(std::next(itSection), MakeRecord(std::move(sSection), std::move(sKey), std::move(sValue)));
+    } else {
+        m_aoContent.push_back(MakeRecord(sSection, {}, {}));
+        m_aoContent.push_back(MakeRecord(std::move(sSection), std::move(sKey), std::move(sValue)));
+    }
+    return Save(m_bAutoSave);
+}
+
+bool CZtIniFile::SetLongLong(std::wstring sKey, std::wstring sSection, unsigned long long ullValue)
+{
+    return SetString(std::move(sKey), std::move(sSection), std::to_wstring(ullValue));
+}
+
+std::wstring CZtIniFile::GetString(std::wstring sKey, std::wstring sSection, std::wstring sDefault)
+{
+    const auto itRecord = Find(m_aoContent, RecordSectionKeyIs(sKey, sSection));
+    return itRecord != m_aoContent.end() ? itRecord->Value : sDefault;
+}
+
+unsigned long long CZtIniFile::GetLongLong(std::wstring sKey, std::wstring sSection, unsigned long long ullDefault)
+{
+    const std::wstring sText = GetString(std::move(sKey), std::move(sSection), {});
+    if (sText.empty()) {
+        return ullDefault;
+    }
+    unsigned long long ullValue = 0;
+    for (const wchar_t cDigit : sText) {
+        // Nothing is rejected: a character that is no digit counts by its distance from "0", and overflow wraps.
+        ullValue = ullValue * 10 + static_cast<unsigned long long>(cDigit - L'0');
+    }
+    return ullValue;
+}
+
+std::vector<CZtIniFile::Record> CZtIniFile::GetRecord(std::wstring sKey, std::wstring sSection)
+{
+    const auto itRecord = Find(m_aoContent, RecordSectionKeyIs(sKey, sSection));
+    return itRecord != m_aoContent.end() ? std::vector<Record>{*itRecord} : std::vector<Record>();
+}
+
+std::vector<CZtIniFile::Record> CZtIniFile::GetSection(std::wstring sSection)
+{
+    std::vector<Record> aoFound;
+    std::copy_if(m_aoContent.begin(), m_aoContent.end(), std::back_inserter(aoFound),
+                 [&](const Record& rRecord) { return rRecord.Section == sSection && !rRecord.Key.empty(); });
+    return aoFound;
+}
+
+std::vector<CZtIniFile::Record> CZtIniFile::GetSections()
+{
+    std::vector<Record> aoFound;
+    std::copy_if(m_aoContent.begin(), m_aoContent.end(), std::back_inserter(aoFound),
+                 [](const Record& rRecord) { return rRecord.Key.empty(); });
+    return aoFound;
+}
+
+std::vector<std::wstring> CZtIniFile::GetSectionNames()
+{
+    std::vector<std::wstring> asNames;
+    for (const Record& rHeader : GetSections()) {
+        asNames.push_back(rHeader.Section);
+    }
+    return asNames;
+}
+
+bool CZtIniFile::CommentRecord(CommentChar eChar, std::wstring sKey, std::wstring sSection)
+{
+    const auto itRecord = Find(m_aoContent, RecordSectionKeyIs(sKey, sSection));
+    if (itRecord == m_aoContent.end()) {
+        return false;
+    }
+    itRecord->Commented = static_cast<wchar_t>(eChar);
+    m_bDirty = true;
+    return Save(m_bAutoSave);
+}
+
+bool CZtIniFile::UnCommentRecord(std::wstring sKey, std::wstring sSection)
+{
+    const auto itRecord = Find(m_aoContent, RecordSectionKeyIs(sKey, sSection));
+    if (itRecord == m_aoContent.end()) {
+        return false;
+    }
+    itRecord->Commented = kActive;
+    m_bDirty = true;
+    return Save(); // the one operation that writes the file whether or not it does so by itself
+}
+
+bool CZtIniFile::CommentSection(wchar_t cChar, std::wstring sSection)
+{
+    for (Record& rRecord : m_aoContent) {
+        if (rRecord.Section == sSection) {
+            rRecord.Commented = cChar;
+            m_bDirty = true;
+        }
+    }
+    return Save(m_bAutoSave);
+}
+
+bool CZtIniFile::UnCommentSection(std::wstring sSection)
+{
+    return CommentSection(kActive, std::move(sSection));
+}
+
+bool CZtIniFile::SetRecordComments(std::wstring sComments, std::wstring sKey, std::wstring sSection)
+{
+    const auto itRecord = Find(m_aoContent, RecordSectionKeyIs(sKey, sSection));
+    if (itRecord == m_aoContent.end()) {
+        return false;
+    }
+    // A text that ends with a newline gets another one, which Load skips as a blank line. A single character is taken
+    // as it stands.
+    if (sComments.size() > 1) {
+        sComments += L'\n';
+    }
+    itRecord->Comments = std::move(sComments);
+    m_bDirty = true;
+    return Save(m_bAutoSave);
+}
+
+bool CZtIniFile::SetSectionComments(std::wstring sComments, std::wstring sSection)
+{
+    return SetRecordComments(std::move(sComments), {}, std::move(sSection));
+}

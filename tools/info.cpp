@@ -27,6 +27,18 @@ std::string NameOfFormat(int format)
                                                                                                      : "unknown";
 }
 
+std::string LengthText(const SoundReader& sound)
+{
+    if (sound.Frames() == 0) {
+        return "no sample frames, or not told";
+    }
+    const double seconds = static_cast<double>(sound.Frames()) / sound.Rate();
+    char text[96];
+    std::snprintf(text, sizeof text, "%lld sample frames, %.3f s (%s)", static_cast<long long>(sound.Frames()), seconds,
+                  TimeText(seconds).c_str());
+    return text;
+}
+
 void Show(const std::filesystem::path& path)
 {
     const SoundReader sound(path);
@@ -34,9 +46,7 @@ void Show(const std::filesystem::path& path)
     Line("container", NameOfFormat(sound.Format() & SF_FORMAT_TYPEMASK));
     Line("samples", NameOfFormat(sound.Format() & SF_FORMAT_SUBMASK) + ", " + std::to_string(sound.Channels()) +
                         (sound.Channels() == 1 ? " channel, " : " channels, ") + std::to_string(sound.Rate()) + " Hz");
-    Line("length", sound.Frames() == 0 ? "no sample frames, or not told"
-                                       : std::to_string(sound.Frames()) + " sample frames, " +
-                                             TimeText(static_cast<double>(sound.Frames()) / sound.Rate()));
+    Line("length", LengthText(sound));
     Line("engine", zta::host::FormatName(WaveFormat(sound.Word(), sound.Channels(), sound.Rate())));
     if (!sound.Loss().empty()) {
         Line("note", std::string(sound.Loss()));

@@ -24,16 +24,27 @@ void RequirePlainPath(const std::string& path)
     }
 }
 
-// The module tells of a file that it could not write on standard output only, so the file is looked at.
-bool FileHolds(const std::filesystem::path& file, const std::string& modulePath)
+// The class identifier as the file spells it: three hyphens, not four.
+std::string ClassKey()
+{
+    const _GUID& id = CLSID_ZtaAudioSamplesEngine;
+    char text[48];
+    int length = std::snprintf(text, sizeof text, "{%08X-%04X-%04X-", id.Data1, id.Data2, id.Data3);
+    for (const unsigned char byte : id.Data4) {
+        length += std::snprintf(text + length, sizeof text - static_cast<std::size_t>(length), "%02X", byte);
+    }
+    return std::string(text) + "}=";
+}
+
+std::string LineOf(const std::filesystem::path& file, const std::string& key)
 {
     std::ifstream lines(file);
     for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with(" {") && line.ends_with("}=" + modulePath)) {
-            return true;
+        if (line.starts_with(" " + key)) {
+            return line.substr(1);
         }
     }
-    return false;
+    return {};
 }
 
 // Runs one of the module's two registrations on the folder's CLSIDs file and checks what it did.
@@ -54,9 +65,11 @@ void Record(const std::filesystem::path& folder, const Context& context, bool re
     } else {
         module.Unregister();
     }
+    // The module tells of a file that it could not write on standard output only, so the file is looked at.
     const auto file = folder / "CLSIDs";
-    if (FileHolds(file, modulePath) != registering) {
-        throw Failure(file.string() + ": cannot write");
+    const std::string key = ClassKey();
+    if (LineOf(file, key) != (registering ? key + modulePath : "")) {
+        throw Failure(file.string() + ": could not be brought up to date");
     }
 }
 

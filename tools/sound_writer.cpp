@@ -1,5 +1,6 @@
 #include "tools/sound_writer.h"
 
+#include "host/formats.h"
 #include "tools/failure.h"
 
 #include <algorithm>
@@ -87,8 +88,8 @@ SoundWriter::SoundWriter(const std::filesystem::path& path, SampleWord word, std
     info.channels = static_cast<int>(channels);
     info.samplerate = static_cast<int>(rate);
     if (sf_format_check(&info) == SF_FALSE) {
-        throw Failure(path.string() + ": " + std::string(container.name) + " does not hold " +
-                      std::to_string(channels) + " channels of " + std::string(NameOf(word)) + " samples");
+        throw Failure(path.string() + ": " + std::string(container.name) + " cannot hold " +
+                      zta::host::FormatName(WaveFormat(word, channels, rate)));
     }
     RequireRoom(expectedFrames);
     sound_.reset(sf_open_virtual(&kThroughOutputFile, SFM_WRITE, &info, &file_));

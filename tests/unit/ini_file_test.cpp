@@ -1,0 +1,825 @@
+#include "support/ini_file.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temp_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Record = CZtIniFile::Record;
+
+/// A test's file of known content, and objects on it.
+class IniFile : public testing::Test {
+protected:
+    void Write(const std::string& text) { WriteTextFile(name_, text); }
+    std::string Read() const { return ReadTextFile(name_); }
+    bool Exists() const { return std::filesystem::exists(name_); }
+
+    /// What an object makes of the text.
+    std::wstring ContentOf(const std::string& text)
+    {
+        Write(text);
+        return CZtIniFile(name_, false).Content();
+    }
+
+    /// What an object makes of the text when it saves it again.
+    std::string SavedFrom(const std::string& text)
+    {
+        Write(text);
+        CZtIniFile file(name_, false);
+        EXPECT_TRUE(file.Save());
+        return Read();
+    }
+
+    /// The records of the text, headers and keys, as told by the object.
+    std::vector<Record> HeadersOf(const std::string& text)
+    {
+        Write(text);
+        return CZtIniFile(name_, false).GetSections();
+    }
+
+    TempDirectory directory_;
+    std::string name_ = directory_.File("test.ini");
+};
+
+void ExpectRecord(const Record& record, const std::wstring& comments, wchar_t commented, const std::wstring& section,
+                  const std::wstring& key, const std::wstring& value)
+{
+    EXPECT_EQ(record.Comments, comments);
+    EXPECT_EQ(record.Commented, commented);
+    EXPECT_EQ(record.Section, section);
+    EXPECT_EQ(record.Key, key);
+    EXPECT_EQ(record.Value, value);
+}
+
+TEST(IniFileTrim, TakesTheCharactersOffBothEndsOrOne)
+{
+    const auto trimmed = [](std::wstring text, int mode) {
+        Trim(text, L" \t", mode);
+        return text;
+    };
+    EXPECT_EQ(trimmed(L" \ta b\t ", 0), L"a b");
+    EXPECT_EQ(trimmed(L" \ta b\t ", 1), L"a b\t ");
+    EXPECT_EQ(trimmed(L" \ta b\t ", 2), L" \ta b");
+    EXPECT_EQ(trimmed(L"a", 0), L"a");
+    EXPECT_EQ(trimmed(L"\na\n", 0), L"\na\n") << "only the given characters";
+}
+
+TEST(IniFileTrim, EmptiesATextOfNothingElseInAnyMode)
+{
+    for (const int mode : {0, 1, 2}) {
+        std::wstring blanks = L" \t ";
+        Trim(blanks, L" \t", mode);
+        EXPECT_EQ(blanks, L"") << mode;
+        std::wstring empty;
+        Trim(empty, L" ", mode);
+        EXPECT_EQ(empty, L"") << mode;
+    }
+}
+
+TEST(IniFileTrim, KeepsATextWhenThereIsNothingToTakeOff)
+{
+    for (const int mode : {0, 1, 2}) {
+        std::wstring text = L" a ";
+        Trim(text, L"", mode);
+        EXPECT_EQ(text, L" a ") << mode;
+    }
+}
+
+TEST(IniFileValues, CommentCharactersAreTheirOwnValues)
+{
+    EXPECT_EQ(CZtIniFile::keCommentCharPound, 35U);
+    EXPECT_EQ(CZtIniFile::keCommentCharSemicolon, 59U);
+}
+
+// Reading
+
+TEST_F(IniFile, LoadsAHeaderAndAKeyAndSavesThemWithABlankInFront)
+{
+    Write("[A]\nk=1\n");
+    CZtIniFile file(name_, false);
+    ASSERT_EQ(file.GetSections().size(), 1U);
+    ExpectRecord(file.GetSections()[0], L"", L' ', L"A", L"", L"");
+    ASSERT_EQ(file.GetSection(L"A").size(), 1U);
+    ExpectRecord(file.GetSection(L"A")[0], L"", L' ', L"A", L"k", L"1");
+    EXPECT_TRUE(file.Save());
+    EXPECT_EQ(Read(), " [A]\n k=1\n");
+    EXPECT_EQ(SavedFrom(" [A]\n k=1\n"), " [A]\n k=1\n");
+}
+
+TEST_F(IniFile, LosesALastLineWithoutNewline)
+{
+    EXPECT_EQ(ContentOf("[A]\nk=1"), L"[A]\n");
+    EXPECT_EQ(ContentOf("[A]"), L"");
+    EXPECT_EQ(ContentOf("[A]\n[no bracket"), L"[A]\n") << "not even looked at";
+}
+
+TEST_F(IniFile, KeepsTheBlanksAroundTheEqualSign)
+{
+    Write("[A]\n  k = 1  \n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetString(L"k ", L"A", L"none"), L" 1");
+    EXPECT_EQ(file.GetString(L"k", L"A", L"none"), L"none");
+}
+
+TEST_F(IniFile, TrimsBlanksTabsAndCarriageReturns)
+{
+    EXPECT_EQ(ContentOf("\t [A]\r\n \r\tk=1\t \r\n"), L"[A]\nk=1\n");
+    EXPECT_EQ(ContentOf("\v[A]\n"), L"[[A]\n") << "a vertical tab is no blank";
+}
+
+TEST_F(IniFile, SkipsBlankLines)
+{
+    EXPECT_EQ(ContentOf("\n\n[A]\n \t\r\nk=1\n\n"), L"[A]\nk=1\n");
+    EXPECT_EQ(ContentOf("\n"), L"");
+    EXPECT_EQ(ContentOf(""), L"");
+}
+
+TEST_F(IniFile, SplitsAtTheFirstEqualSign)
+{
+    Write("[A]\nk=a=b=\n=v\nempty=\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetString(L"k", L"A", L""), L"a=b=");
+    EXPECT_EQ(file.GetString(L"empty", L"A", L"none"), L"");
+}
+
+TEST_F(IniFile, AKeyRecordWithoutAKeyIsAHeader)
+{
+    const std::vector<Record> headers = HeadersOf("[A]\n=v\n");
+    ASSERT_EQ(headers.size(), 2U);
+    ExpectRecord(headers[1], L"", L' ', L"A", L"", L"v");
+    EXPECT_EQ(SavedFrom("[A]\n=v\n"), " [A]\n [A]\n");
+}
+
+TEST_F(IniFile, KeysBeforeAnyHeaderBelongToTheSectionWithoutName)
+{
+    Write("k=1\n[A]\nk=2\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetString(L"k", L"", L"none"), L"1");
+    EXPECT_EQ(file.GetString(L"k", L"A", L"none"), L"2");
+}
+
+TEST_F(IniFile, CommentLinesBelongToWhatFollows)
+{
+    const std::vector<Record> headers = HeadersOf("# hello\n[A]\n");
+    ASSERT_EQ(headers.size(), 1U);
+    ExpectRecord(headers[0], L"# hello\n", L' ', L"A", L"", L"");
+    EXPECT_EQ(SavedFrom("# hello\n[A]\n"), "# hello\n [A]\n");
+
+    Write("[A]\n  # one \n\n;two\nk=1\nl=2\n");
+    CZtIniFile file(name_, false);
+    ExpectRecord(file.GetRecord(L"k", L"A").at(0), L"# one\n;two\n", L' ', L"A", L"k", L"1");
+    ExpectRecord(file.GetRecord(L"l", L"A").at(0), L"", L' ', L"A", L"l", L"2");
+    EXPECT_EQ(SavedFrom("[A]\n  # one \n\n;two\nk=1\n"), " [A]\n# one\n;two\n k=1\n");
+}
+
+TEST_F(IniFile, LosesCommentsAtTheEnd)
+{
+    EXPECT_EQ(SavedFrom("[A]\n# bye\n"), " [A]\n");
+    EXPECT_EQ(SavedFrom("# bye\n"), "");
+}
+
+TEST_F(IniFile, KnowsCommentedOutKeys)
+{
+    for (const char character : {'#', ';'}) {
+        const std::string mark(1, character);
+        Write(mark + "k=1\n" + mark + " \tl=2\n");
+        CZtIniFile file(name_, false);
+        ExpectRecord(file.GetRecord(L"k", L"").at(0), L"", character, L"", L"k", L"1");
+        EXPECT_EQ(file.GetString(L"k", L"", L"none"), L"1");
+        EXPECT_EQ(file.GetString(L"l", L"", L"none"), L"2") << "trimmed again behind the mark";
+        EXPECT_TRUE(file.Save());
+        EXPECT_EQ(Read(), mark + "k=1\n" + mark + "l=2\n");
+    }
+}
+
+TEST_F(IniFile, KnowsCommentedOutHeaders)
+{
+    std::vector<Record> headers = HeadersOf("#[A]\nk=1\n");
+    ASSERT_EQ(headers.size(), 1U);
+    ExpectRecord(headers[0], L"", L'#', L"A", L"", L"");
+    EXPECT_EQ(ContentOf("#[A]\nk=1\n"), L"#[A]\nk=1\n");
+
+    headers = HeadersOf("# hello [there]\n");
+    ASSERT_EQ(headers.size(), 1U);
+    ExpectRecord(headers[0], L"", L'#', L"ello [there", L"", L"");
+}
+
+TEST_F(IniFile, TakesOffOnlyOneCommentCharacter)
+{
+    Write("##k=1\n#;l=2\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetString(L"#k", L"", L"none"), L"1");
+    EXPECT_EQ(file.GetString(L";l", L"", L"none"), L"2");
+}
+
+TEST_F(IniFile, ACommentCharacterInsideALineIsText)
+{
+    Write("[A]\nk=1 # one\n");
+    EXPECT_EQ(CZtIniFile(name_, false).GetString(L"k", L"A", L""), L"1 # one");
+}
+
+TEST_F(IniFile, ABracketAnywhereMakesAHeader)
+{
+    std::vector<Record> headers = HeadersOf("key=a[b]c\n");
+    // The name still holds a "=", which makes it a key record after all.
+    EXPECT_TRUE(headers.empty());
+    Write("key=a[b]c\nl=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetString(L"ey", L"ey=a[b", L"none"), L"a[b");
+    EXPECT_EQ(file.GetString(L"l", L"ey=a[b", L"none"), L"1");
+
+    headers = HeadersOf("x[A]tail\n");
+    ASSERT_EQ(headers.size(), 1U);
+    EXPECT_EQ(headers[0].Section, L"[A");
+    headers = HeadersOf("[A] # tail\n");
+    ASSERT_EQ(headers.size(), 1U);
+    EXPECT_EQ(headers[0].Section, L"A");
+}
+
+TEST_F(IniFile, AnEqualSignInAHeaderMakesItAKeyRecord)
+{
+    Write("[a=b]\nl=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.GetSections().empty());
+    ExpectRecord(file.GetRecord(L"a", L"a=b").at(0), L"", L' ', L"a=b", L"a", L"b");
+    EXPECT_EQ(file.GetString(L"l", L"a=b", L"none"), L"1");
+}
+
+TEST_F(IniFile, AnEqualSignInAHeaderLosesItsComments)
+{
+    Write("# gone\n[a=b]\n");
+    CZtIniFile file(name_, false);
+    ExpectRecord(file.GetRecord(L"a", L"a=b").at(0), L"", L' ', L"a=b", L"a", L"b");
+}
+
+TEST_F(IniFile, AnEqualSignBehindTheBracketIsCutOff)
+{
+    const std::vector<Record> headers = HeadersOf("[A]=1\n");
+    ASSERT_EQ(headers.size(), 1U);
+    ExpectRecord(headers[0], L"", L' ', L"A", L"", L"");
+}
+
+TEST_F(IniFile, NamesAreNotTrimmedInsideTheBrackets)
+{
+    const std::vector<Record> headers = HeadersOf("[ A ]\n[]\n");
+    ASSERT_EQ(headers.size(), 2U);
+    EXPECT_EQ(headers[0].Section, L" A ");
+    EXPECT_EQ(headers[1].Section, L"");
+}
+
+TEST_F(IniFile, APlainTextLineBecomesAHeaderWithoutName)
+{
+    const std::vector<Record> headers = HeadersOf("[A]\nhello\nk=1\n");
+    ASSERT_EQ(headers.size(), 2U);
+    ExpectRecord(headers[1], L"", L' ', L"", L"", L"");
+    Write("[A]\nhello\nk=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetString(L"k", L"A", L"none"), L"1") << "the section goes on";
+    EXPECT_TRUE(file.Save());
+    EXPECT_EQ(Read(), " [A]\n []\n k=1\n");
+}
+
+TEST_F(IniFile, APlainTextLineBehindACommentIsDropped)
+{
+    Write("# c\nhello\nk=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.GetSections().empty());
+    ExpectRecord(file.GetRecord(L"k", L"").at(0), L"# c\n", L' ', L"", L"k", L"1");
+}
+
+TEST_F(IniFile, ASectionLineWithoutClosingBracketThrows)
+{
+    // Of the second line the only closing bracket goes with the first character.
+    for (const std::string line : {"[A\n", "]x[A\n", "# [A\n", "k=[\n"}) {
+        Write("[B]\n" + line);
+        try {
+            CZtIniFile file(name_, false);
+            ADD_FAILURE() << line;
+        } catch (const std::out_of_range& error) {
+            EXPECT_NE(std::string(error.what()).find("basic_string::erase"), std::string::npos) << error.what();
+        }
+        EXPECT_EQ(Read(), "[B]\n" + line) << "the file is not touched";
+    }
+}
+
+TEST_F(IniFile, ABracketIsCutAtTheFirstClosingOne)
+{
+    const std::vector<Record> headers = HeadersOf("a]b[c\n[x]y]\n");
+    ASSERT_EQ(headers.size(), 2U);
+    EXPECT_EQ(headers[0].Section, L"");
+    EXPECT_EQ(headers[1].Section, L"x");
+}
+
+TEST_F(IniFile, AThrowingReloadKeepsWhatStandsBeforeTheLine)
+{
+    Write("[A]\nk=1\n");
+    CZtIniFile file(name_, false);
+    Write("[B]\nl=2\n[oops\n[C]\n");
+    EXPECT_THROW(file.Load(), std::out_of_range);
+    EXPECT_EQ(file.Content(), L"[B]\nl=2\n");
+}
+
+TEST_F(IniFile, AMissingFileIsAnEmptyOne)
+{
+    CZtIniFile file(name_, false);
+    EXPECT_FALSE(file.Load());
+    EXPECT_EQ(file.Content(), L"");
+    EXPECT_FALSE(Exists());
+}
+
+TEST_F(IniFile, AFailedReloadKeepsTheContent)
+{
+    Write("[A]\n");
+    CZtIniFile file(name_, false);
+    std::filesystem::remove(name_);
+    EXPECT_FALSE(file.Load());
+    EXPECT_EQ(file.Content(), L"[A]\n");
+}
+
+TEST_F(IniFile, AReloadReplacesTheContent)
+{
+    Write("# c\n[A]\n# pending\n");
+    CZtIniFile file(name_, false);
+    Write("k=1\n");
+    EXPECT_TRUE(file.Load());
+    EXPECT_EQ(file.Content(), L"k=1\n") << "neither section nor comments of the former content stay";
+}
+
+TEST_F(IniFile, ReadsToTheFirstByteThatIsNotAscii)
+{
+    EXPECT_EQ(ContentOf("[A]\nk=1\nl=\xFF\nm=1\n"), L"[A]\nk=1\n");
+}
+
+TEST_F(IniFile, ADirectoryReadsAsAnEmptyFile)
+{
+    EXPECT_EQ(CZtIniFile(directory_.Path().string(), false).Content(), L"");
+}
+
+// Writing
+
+TEST_F(IniFile, SaveReplacesTheFile)
+{
+    Write("[A]\n");
+    CZtIniFile file(name_, false);
+    Write("something much longer\n");
+    EXPECT_TRUE(file.Save(true));
+    EXPECT_EQ(Read(), " [A]\n");
+}
+
+TEST_F(IniFile, SaveFalseDoesNothing)
+{
+    Write("[A]\n");
+    {
+        CZtIniFile file(name_, false);
+        EXPECT_TRUE(file.AddSection(L"B"));
+        EXPECT_TRUE(file.Save(false));
+        EXPECT_EQ(Read(), "[A]\n");
+    }
+    EXPECT_EQ(Read(), " [A]\n [B]\n") << "the change was still unwritten";
+}
+
+TEST_F(IniFile, SaveMakesTheDestructorRest)
+{
+    {
+        CZtIniFile file(name_, false);
+        EXPECT_TRUE(file.AddSection(L"B"));
+        EXPECT_TRUE(file.Save());
+        std::filesystem::remove(name_);
+    }
+    EXPECT_FALSE(Exists());
+}
+
+TEST_F(IniFile, TheDestructorWritesChangesOnly)
+{
+    Write("[A]\n");
+    {
+        CZtIniFile file(name_, true);
+    }
+    EXPECT_EQ(Read(), "[A]\n");
+    {
+        CZtIniFile file(name_, false);
+        EXPECT_TRUE(file.SetString(L"k", L"A", L"1"));
+        EXPECT_EQ(Read(), "[A]\n");
+    }
+    EXPECT_EQ(Read(), " [A]\n k=1\n");
+}
+
+TEST_F(IniFile, AutoSaveWritesAtOnce)
+{
+    CZtIniFile file(name_, true);
+    EXPECT_TRUE(file.SetString(L"k", L"A", L"1"));
+    EXPECT_EQ(Read(), " [A]\n k=1\n");
+}
+
+TEST_F(IniFile, AFileThatCannotBeWrittenIsToldOnceForEachTry)
+{
+    const std::string missing = directory_.File("missing/test.ini");
+    const ChildResult result = RunInChild([&] {
+        CZtIniFile file(missing, true);
+        const bool isSaved = file.SetString(L"k", L"A", L"1");
+        return (isSaved ? 1 : 0) + (file.GetString(L"k", L"A", L"") == L"1" ? 2 : 0);
+    });
+    EXPECT_TRUE(result.ended);
+    EXPECT_EQ(result.status, 2) << "false, and the change stays";
+    const std::string message = "Unable to open " + missing + " for writing\n";
+    EXPECT_EQ(result.output, message + message) << "the destructor tries again";
+}
+
+TEST_F(IniFile, AFileThatCannotBeReadIsNotTold)
+{
+    const ChildResult result = RunInChild([&] { return CZtIniFile(name_, true).Load() ? 1 : 0; });
+    EXPECT_TRUE(result.ended);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "");
+}
+
+TEST_F(IniFile, ContentLeavesOutTheBlankOfActiveRecords)
+{
+    EXPECT_EQ(ContentOf("# c\n[A]\n;k=1\nl=2\n"), L"# c\n[A]\n;k=1\nl=2\n");
+    EXPECT_EQ(SavedFrom("# c\n[A]\n;k=1\nl=2\n"), "# c\n [A]\n;k=1\n l=2\n");
+}
+
+TEST_F(IniFile, SortLeavesTheOrder)
+{
+    Write("[B]\nz=1\na=2\n[A]\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.Sort(true));
+    EXPECT_TRUE(file.Sort(false));
+    EXPECT_EQ(file.Content(), L"[B]\nz=1\na=2\n[A]\n");
+}
+
+// Looking up
+
+TEST_F(IniFile, LookupsAreExact)
+{
+    Write("[Section]\nKey=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SectionExists(L"Section"));
+    EXPECT_FALSE(file.SectionExists(L"section"));
+    EXPECT_FALSE(file.SectionExists(L"Sectio"));
+    EXPECT_FALSE(file.SectionExists(L"Section "));
+    EXPECT_TRUE(file.RecordExists(L"Key", L"Section"));
+    EXPECT_FALSE(file.RecordExists(L"key", L"Section"));
+    EXPECT_FALSE(file.RecordExists(L"Key", L"section"));
+    EXPECT_FALSE(file.RecordExists(L"Ke", L"Section"));
+    EXPECT_EQ(file.GetString(L"key", L"Section", L"default"), L"default");
+    EXPECT_EQ(file.GetString(L"Key", L"Section", L"default"), L"1");
+}
+
+TEST_F(IniFile, ASectionExistsByItsKeysAlone)
+{
+    Write("k=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SectionExists(L""));
+    EXPECT_TRUE(file.GetSections().empty());
+}
+
+TEST_F(IniFile, TheFirstHitCounts)
+{
+    Write("[A]\nk=1\nk=2\n[B]\n[A]\nk=3\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetString(L"k", L"A", L""), L"1");
+    ASSERT_EQ(file.GetRecord(L"k", L"A").size(), 1U);
+    EXPECT_EQ(file.GetRecord(L"k", L"A")[0].Value, L"1");
+    EXPECT_TRUE(file.GetRecord(L"k", L"B").empty());
+}
+
+TEST_F(IniFile, GetSectionGivesItsKeysWhereverTheyStand)
+{
+    Write("[A]\nk=1\n#l=2\n[B]\nm=3\n[A]\nn=4\n");
+    CZtIniFile file(name_, false);
+    const std::vector<Record> records = file.GetSection(L"A");
+    ASSERT_EQ(records.size(), 3U);
+    ExpectRecord(records[0], L"", L' ', L"A", L"k", L"1");
+    ExpectRecord(records[1], L"", L'#', L"A", L"l", L"2");
+    ExpectRecord(records[2], L"", L' ', L"A", L"n", L"4");
+    EXPECT_TRUE(file.GetSection(L"C").empty());
+}
+
+TEST_F(IniFile, GetSectionNamesKeepsOrderAndRepeats)
+{
+    Write("[B]\nk=1\n#[A]\n[B]\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetSectionNames(), (std::vector<std::wstring>{L"B", L"A", L"B"}));
+    EXPECT_EQ(file.GetSections().size(), 3U);
+    EXPECT_EQ(file.GetSections()[1].Commented, L'#');
+}
+
+TEST_F(IniFile, GetStringPrefersAnEmptyValueToTheDefault)
+{
+    Write("[A]\nk=\n");
+    EXPECT_EQ(CZtIniFile(name_, false).GetString(L"k", L"A", L"default"), L"");
+}
+
+TEST_F(IniFile, GetLongLongReadsDigits)
+{
+    Write("[A]\nzero=0\nmax=18446744073709551615\nempty=\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetLongLong(L"zero", L"A", 7), 0U);
+    EXPECT_EQ(file.GetLongLong(L"max", L"A", 7), std::numeric_limits<unsigned long long>::max());
+    EXPECT_EQ(file.GetLongLong(L"absent", L"A", 7), 7U);
+    EXPECT_EQ(file.GetLongLong(L"empty", L"A", 7), 7U);
+}
+
+TEST_F(IniFile, GetLongLongRejectsNothing)
+{
+    Write("[A]\na=12a\nminus=-5\nblank= 1\nover=18446744073709551616\n");
+    CZtIniFile file(name_, false);
+    EXPECT_EQ(file.GetLongLong(L"a", L"A", 0), 169U);
+    EXPECT_EQ(file.GetLongLong(L"minus", L"A", 0), 0ULL - 25) << "(45 - 48) * 10 + 5";
+    EXPECT_EQ(file.GetLongLong(L"blank", L"A", 0), 0ULL - 159) << "(32 - 48) * 10 + 1";
+    EXPECT_EQ(file.GetLongLong(L"over", L"A", 7), 0U);
+}
+
+// Changing
+
+TEST_F(IniFile, SetStringReplacesTheValueInPlace)
+{
+    Write("[A]\n# c\n#k=1\nl=2\nk=3\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SetString(L"k", L"A", L"new"));
+    EXPECT_EQ(file.Content(), L"[A]\n# c\n#k=new\nl=2\nk=3\n") << "still commented out, and the first hit only";
+}
+
+TEST_F(IniFile, SetStringAddsNewKeysAtTheSectionsStart)
+{
+    Write("[B]\n[A]\nk=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SetString(L"x", L"A", L"1"));
+    EXPECT_TRUE(file.SetString(L"x", L"A", L"2"));
+    EXPECT_TRUE(file.SetString(L"y", L"A", L"3"));
+    EXPECT_EQ(file.Content(), L"[B]\n[A]\ny=3\nx=2\nk=1\n");
+}
+
+TEST_F(IniFile, SetStringInsertsBehindTheFirstRecordOfTheSection)
+{
+    Write("a=1\nb=2\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SetString(L"c", L"", L"3"));
+    EXPECT_EQ(file.Content(), L"a=1\nc=3\nb=2\n");
+}
+
+TEST_F(IniFile, SetStringAppendsANewSection)
+{
+    Write("[A]\nk=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SetString(L"x", L"B", L"1"));
+    EXPECT_EQ(file.Content(), L"[A]\nk=1\n[B]\nx=1\n");
+    ASSERT_EQ(file.GetSections().size(), 2U);
+    ExpectRecord(file.GetSections()[1], L"", L' ', L"B", L"", L"");
+    ExpectRecord(file.GetRecord(L"x", L"B").at(0), L"", L' ', L"B", L"x", L"1");
+}
+
+TEST_F(IniFile, SetLongLongWritesDecimal)
+{
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SetLongLong(L"max", L"A", std::numeric_limits<unsigned long long>::max()));
+    EXPECT_TRUE(file.SetLongLong(L"zero", L"A", 0));
+    EXPECT_EQ(file.Content(), L"[A]\nzero=0\nmax=18446744073709551615\n");
+    EXPECT_EQ(file.GetLongLong(L"max", L"A", 0), std::numeric_limits<unsigned long long>::max());
+}
+
+TEST_F(IniFile, AddSectionAppendsAHeaderOnce)
+{
+    Write("[A]\n");
+    CZtIniFile file(name_, true);
+    EXPECT_TRUE(file.AddSection(L"B"));
+    EXPECT_EQ(Read(), " [A]\n [B]\n");
+    Write("untouched");
+    EXPECT_FALSE(file.AddSection(L"B"));
+    EXPECT_FALSE(file.AddSection(L"A"));
+    EXPECT_EQ(Read(), "untouched");
+    EXPECT_EQ(file.Content(), L"[A]\n[B]\n");
+}
+
+TEST_F(IniFile, DeleteSectionTakesEveryRecordOfTheName)
+{
+    Write("[A]\nk=1\n[B]\nl=2\n#[A]\nm=3\n");
+    CZtIniFile file(name_, true);
+    EXPECT_TRUE(file.DeleteSection(L"A"));
+    EXPECT_EQ(Read(), " [B]\n l=2\n");
+}
+
+TEST_F(IniFile, OperationsOnSectionsSaveEvenIfNothingChanged)
+{
+    Write("[A]\n");
+    CZtIniFile file(name_, true);
+    const auto expectSaved = [&](const char* operation) {
+        EXPECT_EQ(Read(), " [A]\n") << operation;
+        Write("other\n");
+    };
+    Write("other\n");
+    EXPECT_TRUE(file.DeleteSection(L"X"));
+    expectSaved("DeleteSection");
+    EXPECT_TRUE(file.RenameSection(L"X", L"Y"));
+    expectSaved("RenameSection");
+    EXPECT_TRUE(file.CommentSection(L'#', L"X"));
+    expectSaved("CommentSection");
+    EXPECT_TRUE(file.UnCommentSection(L"X"));
+    expectSaved("UnCommentSection");
+}
+
+TEST_F(IniFile, OperationsThatFindNothingLeaveTheObjectClean)
+{
+    Write("[A]\n");
+    {
+        CZtIniFile file(name_, false);
+        EXPECT_FALSE(file.AddSection(L"A"));
+        EXPECT_TRUE(file.DeleteSection(L"X"));
+        EXPECT_TRUE(file.RenameSection(L"X", L"Y"));
+        EXPECT_FALSE(file.RenameSection(L"X", L"A"));
+        EXPECT_FALSE(file.DeleteRecord(L"k", L"A"));
+        EXPECT_FALSE(file.CommentRecord(CZtIniFile::keCommentCharPound, L"k", L"A"));
+        EXPECT_FALSE(file.UnCommentRecord(L"k", L"A"));
+        EXPECT_TRUE(file.CommentSection(L'#', L"X"));
+        EXPECT_TRUE(file.UnCommentSection(L"X"));
+        EXPECT_FALSE(file.SetRecordComments(L"# c", L"k", L"A"));
+        EXPECT_FALSE(file.SetSectionComments(L"# c", L"X"));
+    }
+    EXPECT_EQ(Read(), "[A]\n") << "not written by the destructor";
+}
+
+TEST_F(IniFile, OperationsThatFailDoNotSave)
+{
+    Write("[A]\n");
+    CZtIniFile file(name_, true);
+    Write("other\n");
+    EXPECT_FALSE(file.RenameSection(L"X", L"A"));
+    EXPECT_FALSE(file.DeleteRecord(L"k", L"A"));
+    EXPECT_FALSE(file.CommentRecord(CZtIniFile::keCommentCharPound, L"k", L"A"));
+    EXPECT_FALSE(file.UnCommentRecord(L"k", L"A"));
+    EXPECT_FALSE(file.SetRecordComments(L"# c", L"k", L"A"));
+    EXPECT_FALSE(file.SetSectionComments(L"# c", L"X"));
+    EXPECT_EQ(Read(), "other\n");
+}
+
+/// One change of the file "[A]\n#k=1\n", and how the file then reads.
+struct Change {
+    const char* name;
+    bool (*apply)(CZtIniFile& file);
+    const char* result;
+};
+
+void PrintTo(const Change& change, std::ostream* stream)
+{
+    *stream << change.name;
+}
+
+class IniFileChange : public IniFile, public testing::WithParamInterface<Change> {};
+
+TEST_P(IniFileChange, IsWrittenAtOnceWithAutoSave)
+{
+    Write("[A]\n#k=1\n");
+    CZtIniFile file(name_, true);
+    EXPECT_TRUE(GetParam().apply(file));
+    EXPECT_EQ(Read(), GetParam().result);
+}
+
+TEST_P(IniFileChange, IsLeftToTheDestructorWithoutAutoSave)
+{
+    Write("[A]\n#k=1\n");
+    {
+        CZtIniFile file(name_, false);
+        EXPECT_TRUE(GetParam().apply(file));
+        EXPECT_EQ(Read(), std::string(GetParam().name) == "UnCommentRecord" ? GetParam().result : "[A]\n#k=1\n");
+    }
+    EXPECT_EQ(Read(), GetParam().result);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, IniFileChange,
+    testing::Values(
+        Change{"SetString", [](CZtIniFile& file) { return file.SetString(L"k", L"A", L"2"); }, " [A]\n#k=2\n"},
+        Change{"SetLongLong", [](CZtIniFile& file) { return file.SetLongLong(L"k", L"A", 3); }, " [A]\n#k=3\n"},
+        Change{"AddSection", [](CZtIniFile& file) { return file.AddSection(L"B"); }, " [A]\n#k=1\n [B]\n"},
+        Change{"DeleteSection", [](CZtIniFile& file) { return file.DeleteSection(L"A"); }, ""},
+        Change{"RenameSection", [](CZtIniFile& file) { return file.RenameSection(L"A", L"B"); }, " [B]\n#k=1\n"},
+        Change{"DeleteRecord", [](CZtIniFile& file) { return file.DeleteRecord(L"k", L"A"); }, " [A]\n"},
+        Change{"CommentRecord",
+               [](CZtIniFile& file) { return file.CommentRecord(CZtIniFile::keCommentCharSemicolon, L"k", L"A"); },
+               " [A]\n;k=1\n"},
+        Change{"UnCommentRecord", [](CZtIniFile& file) { return file.UnCommentRecord(L"k", L"A"); }, " [A]\n k=1\n"},
+        Change{"CommentSection", [](CZtIniFile& file) { return file.CommentSection(L';', L"A"); }, ";[A]\n;k=1\n"},
+        Change{"UnCommentSection", [](CZtIniFile& file) { return file.UnCommentSection(L"A"); }, " [A]\n k=1\n"},
+        Change{"SetRecordComments", [](CZtIniFile& file) { return file.SetRecordComments(L"# c", L"k", L"A"); },
+               " [A]\n# c\n#k=1\n"},
+        Change{"SetSectionComments", [](CZtIniFile& file) { return file.SetSectionComments(L"# c", L"A"); },
+               "# c\n [A]\n#k=1\n"}),
+    [](const auto& change) { return change.param.name; });
+
+TEST_F(IniFile, UnCommentRecordWritesWithoutAutoSave)
+{
+    Write("[A]\n#k=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.CommentRecord(CZtIniFile::keCommentCharSemicolon, L"k", L"A"));
+    EXPECT_EQ(Read(), "[A]\n#k=1\n");
+    EXPECT_TRUE(file.UnCommentRecord(L"k", L"A"));
+    EXPECT_EQ(Read(), " [A]\n k=1\n");
+}
+
+TEST_F(IniFile, RenameSectionMovesAllItsRecords)
+{
+    Write("[A]\nk=1\n[B]\n[A]\n#l=2\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.RenameSection(L"A", L"C"));
+    EXPECT_EQ(file.Content(), L"[C]\nk=1\n[B]\n[C]\n#l=2\n");
+    EXPECT_EQ(file.GetSection(L"C").size(), 2U);
+    EXPECT_FALSE(file.RenameSection(L"C", L"B"));
+    EXPECT_FALSE(file.RenameSection(L"C", L"C"));
+    EXPECT_EQ(file.Content(), L"[C]\nk=1\n[B]\n[C]\n#l=2\n");
+}
+
+TEST_F(IniFile, DeleteRecordTakesTheFirstHitWithItsComments)
+{
+    Write("[A]\n# c\nk=1\nk=2\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.DeleteRecord(L"k", L"A"));
+    EXPECT_EQ(file.Content(), L"[A]\nk=2\n");
+    EXPECT_TRUE(file.DeleteRecord(L"k", L"A"));
+    EXPECT_FALSE(file.DeleteRecord(L"k", L"A"));
+    EXPECT_TRUE(file.SectionExists(L"A"));
+}
+
+TEST_F(IniFile, CommentingARecordTouchesTheFirstHitOnly)
+{
+    Write("[A]\nk=1\nk=2\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.CommentRecord(CZtIniFile::keCommentCharPound, L"k", L"A"));
+    EXPECT_EQ(file.Content(), L"[A]\n#k=1\nk=2\n");
+    EXPECT_TRUE(file.CommentRecord(CZtIniFile::keCommentCharSemicolon, L"k", L"A"));
+    EXPECT_EQ(file.Content(), L"[A]\n;k=1\nk=2\n");
+    EXPECT_TRUE(file.UnCommentRecord(L"k", L"A"));
+    EXPECT_EQ(file.Content(), L"[A]\nk=1\nk=2\n");
+}
+
+TEST_F(IniFile, CommentingASectionTouchesItsHeaderAndKeys)
+{
+    Write("[A]\nk=1\n[B]\nl=2\n[A]\n#m=3\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.CommentSection(L';', L"A"));
+    EXPECT_EQ(file.Content(), L";[A]\n;k=1\n[B]\nl=2\n;[A]\n;m=3\n");
+    EXPECT_TRUE(file.UnCommentSection(L"A"));
+    EXPECT_EQ(file.Content(), L"[A]\nk=1\n[B]\nl=2\n[A]\nm=3\n");
+}
+
+TEST_F(IniFile, CommentSectionTakesAnyCharacter)
+{
+    Write("[A]\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.CommentSection(L'!', L"A"));
+    EXPECT_EQ(file.Content(), L"![A]\n");
+}
+
+TEST_F(IniFile, CommentsGetANewlineEvenIfTheyHaveOne)
+{
+    Write("[A]\nk=1\n");
+    CZtIniFile file(name_, true);
+    EXPECT_TRUE(file.SetRecordComments(L"# x\n", L"k", L"A"));
+    EXPECT_EQ(file.GetRecord(L"k", L"A").at(0).Comments, L"# x\n\n");
+    EXPECT_EQ(Read(), " [A]\n# x\n\n k=1\n");
+    EXPECT_TRUE(file.Load());
+    EXPECT_EQ(file.GetRecord(L"k", L"A").at(0).Comments, L"# x\n") << "the blank line is skipped";
+
+    EXPECT_TRUE(file.SetSectionComments(L"# y\n", L"A"));
+    EXPECT_EQ(file.GetSections().at(0).Comments, L"# y\n\n");
+    EXPECT_TRUE(file.SetSectionComments(L"##", L"A"));
+    EXPECT_EQ(file.GetSections().at(0).Comments, L"##\n");
+}
+
+TEST_F(IniFile, CommentsOfOneCharacterOrNoneAreTakenAsTheyStand)
+{
+    Write("# c\n[A]\n# d\nk=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SetSectionComments(L"#", L"A"));
+    EXPECT_EQ(file.GetSections().at(0).Comments, L"#");
+    EXPECT_TRUE(file.SetRecordComments(L"", L"k", L"A"));
+    EXPECT_EQ(file.Content(), L"#[A]\nk=1\n");
+    EXPECT_TRUE(file.SetSectionComments(L"\n", L"A"));
+    EXPECT_EQ(file.GetSections().at(0).Comments, L"\n");
+}
+
+TEST_F(IniFile, SectionCommentsNeedAHeader)
+{
+    Write("k=1\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SectionExists(L""));
+    EXPECT_FALSE(file.SetSectionComments(L"# c", L""));
+}
+
+TEST_F(IniFile, SectionCommentsGoToTheHeaderAndNotToAKeyBeforeIt)
+{
+    Write("k=1\nplain\n");
+    CZtIniFile file(name_, false);
+    EXPECT_TRUE(file.SetSectionComments(L"# c", L""));
+    EXPECT_EQ(file.Content(), L"k=1\n# c\n[]\n");
+}
+
+} // namespace

@@ -5,18 +5,22 @@
 
 #include <zta/status.h>
 
+#include <cstring>
+
 namespace {
 
 /// Every buffer of the pool is asked for alike. The capacity is what matters: each use labels the buffer first.
-constexpr SZtCreateAudioSamplesDescription kPoolBuffer = {
-    sizeof(SZtCreateAudioSamplesDescription),
-    kScratchBytes,
-    0,
-    1,
-    false,
-    false,
-    {sizeof(SZtaWaveFormatInfo), 2, keZtAudioDataTypePcm, 48000, 32, 32},
-};
+/// Zeroed as a whole first: what lies between the fields reaches the host, too.
+SZtCreateAudioSamplesDescription PoolBufferRequest()
+{
+    SZtCreateAudioSamplesDescription sRequest;
+    std::memset(&sRequest, 0, sizeof(sRequest));
+    sRequest.ulSize = sizeof(sRequest);
+    sRequest.ui64BufferSize = kScratchBytes;
+    sRequest.ulHostAttribute = 1;
+    sRequest.sWaveFormat = {sizeof(SZtaWaveFormatInfo), 2, keZtAudioDataTypePcm, 48000, 32, 32};
+    return sRequest;
+}
 
 } // namespace
 
@@ -44,7 +48,7 @@ CZtaAudioSamplesEngine::CZtaAudioSamplesEngine(IZtQuonEnginePrivate* pEngine, un
       m_pSavedResamplerState(nullptr), m_eSavedResamplerMode(), m_ui32Busy(0)
 {
     *pStatus = ZT_NOERROR;
-    SZtCreateAudioSamplesDescription sRequest = kPoolBuffer;
+    SZtCreateAudioSamplesDescription sRequest = PoolBufferRequest();
     ForEachPoolSlot([&](IZtAudioSamples*& rpSlot) {
         *pStatus = m_pHostEngine->CreateAudioSamples(&sRequest, &rpSlot);
         return *pStatus >= 0;

@@ -1,7 +1,25 @@
 #include "component/guid.h"
 
+#include <zta/engine_interfaces.h>
+
 #include <cwchar>
 #include <iterator>
+
+namespace {
+
+/// The identifiers are exported names, also those that the module itself never asks for.
+[[gnu::used]] const _GUID* const g_apExportedIdentifiers[] = {
+    &IID_IUnknown,
+    &IID_IClassFactory,
+    &IID_IZtAVContent,
+    &IID_IZtAudioSamples,
+    &IID_IZtQuonEnginePrivate,
+    &IID_IZtaAudioSamplesEngine,
+    &IID_IZtaAudioSamplesEngineFactory,
+    &CLSID_ZtaAudioSamplesEngine,
+};
+
+} // namespace
 
 std::wstring ztGuidToString(const _GUID& guid)
 {

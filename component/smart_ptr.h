@@ -2,6 +2,9 @@
 
 #include "component/exceptions.h"
 
+// Not merely declared: an instantiation is no more visible than its argument.
+#include <zta/host_interfaces.h>
+
 /// A pointer to an interface that holds one reference while it is not null. Misuse raises CZtSmartPointerException
 /// instead of crashing. For one thread.
 ///
@@ -74,9 +77,6 @@ private:
 
     friend struct SZtLayoutProbe;
 };
-
-class ZTA_API IZtAudioSamples;
-class ZTA_API IZtAVContent;
 
 extern template class TZtSmartPtr<IZtAudioSamples>;
 extern template class TZtSmartPtr<IZtAVContent>;

@@ -8,12 +8,20 @@
 #include <zta/engine_interfaces.h>
 
 #include <atomic>
+#include <initializer_list>
 
 /// The most buffers, and the most channels, that one operation takes.
 inline constexpr unsigned long kMaxBuffers = 64;
 
 /// The capacity of each buffer of the pool, in bytes.
 inline constexpr unsigned long kScratchBytes = 192000;
+
+/// How the entry of an operation reads the descriptions of its buffers.
+enum class EEntryDescriptions {
+    RelabelTwentyBits,      ///< a failure is ZT_E_INVALID_PARAMETER; a buffer of 20 valid bits is relabelled
+    LeaveLabels,            ///< a failure is ZT_E_INVALID_PARAMETER; labels stay
+    LeaveLabelsAndHostCode, ///< a failure is what the host returned; labels stay
+};
 
 /// The service object of the module.
 ///
@@ -59,6 +67,16 @@ public:
     int SaveInfoCopyConv(IZtAudioSamples* pSource, IZtAudioSamples* pDestination);
     int GetInfoCopyConv(IZtAudioSamples** ppSource, IZtAudioSamples** ppDestination);
 
+    int ProcessDuplicate();
+    int SaveInfoDuplicate(IZtAudioSamples* pSource, unsigned long ulSourceOffset, IZtAudioSamples* pDestination,
+                          unsigned long ulDestinationOffset, unsigned long ulLength);
+    int GetInfoDuplicate(IZtAudioSamples** ppSource, unsigned long* pulSourceOffset, IZtAudioSamples** ppDestination,
+                         unsigned long* pulDestinationOffset, unsigned long* pulLength);
+
+    /// Copies a run of bytes. The source is bounded by its valid length and the destination by its capacity.
+    int BufferDuplicateWithOffset(IZtAudioSamples* pSource, unsigned long ulSourceOffset, IZtAudioSamples* pDestination,
+                                  unsigned long ulDestinationOffset, unsigned long ulLength);
+
     /// Releases every saved buffer and clears the other operands, but for the count of the saved buffers and the
     /// volume records. Returns 0.
     int ReleaseAllSavedInfo();
@@ -76,6 +94,37 @@ public:
     bool is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormatInfo& sIn, const SZtaWaveFormatInfo& sOut);
 
 private:
+    // What the operations are composed of, besides operation.h. Not part of the contract.
+
+    /// Calls `rVisit` with each slot of the pool, in the order of creation, until it returns false.
+    template <class Visit>
+    ZTA_INTERNAL void ForEachPoolSlot(Visit rVisit);
+
+    /// 0, or ZT_E_MODULE_BUSY where another operation holds the latch.
+    ZTA_INTERNAL int TakeLatch();
+
+    /// GetAudioSamplesDescription as most entries make it, with the label fix behind it.
+    ZTA_INTERNAL int DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription);
+
+    /// The entry of an operation with one input and one output; see one_to_one_entry.h.
+    template <class CheckFormats, class SaveInfo>
+    ZTA_INTERNAL int EnterOneToOne(EEntryDescriptions eDescriptions, int iArgumentStatus, IZtAudioSamples* pInput,
+                                   IZtAudioSamples* pOutput, CheckFormats rCheckFormats, SaveInfo rSaveInfo,
+                                   int (CZtaAudioSamplesEngine::*pfnProcess)());
+
+    /// The failure ending of an entry: signals the contents that were obtained (the others are null), records the
+    /// status on the outputs, clears the latch and returns the status.
+    ZTA_INTERNAL int EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
+                                    std::initializer_list<IZtAVContent*> oOutputs);
+
+    /// What a worker does between its work and its signals: drops the operands and frees the latch, so that whoever
+    /// is woken by a signal may start the next operation.
+    ZTA_INTERNAL void EndWork();
+
+    ZTA_INTERNAL int ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut);
+    ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
+                               IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
+
     IZtQuonEnginePrivate* m_pHostEngine;
     IZtAudioSamples* m_pSavedInput;
     IZtAudioSamples* m_pSavedOutput;

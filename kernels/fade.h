@@ -5,23 +5,20 @@
 // clang-format off
 
 /// What CZtaApplyFade does, one row each:
-///   ROW(layout, fade in, fade out)
+///   ROW(layout, fade in, fade out, law of arithmetic, words per frame, what becomes of a buffer shorter than the fade)
 #define ZTA_FADE_LIST(ROW) \
-    ROW(16In16Mono,   ApplyFadeIn16Mono,          ApplyFadeOut16Mono) \
-    ROW(16In16Stereo, ApplyFadeIn16Stereo,        ApplyFadeOut16Stereo) \
-    ROW(24In32Mono,   ApplyFadeIn24Mono,          ApplyFadeOut24Mono) \
-    ROW(24In32Stereo, ApplyFadeIn24Stereo,        ApplyFadeOut24Stereo) \
-    ROW(24In32Mux4,   ApplyFadeIn24BitIn32Mux4,   ApplyFadeOut24BitIn32Mux4) \
-    ROW(24In32Mux8,   ApplyFadeIn24BitIn32Mux8,   ApplyFadeOut24BitIn32Mux8) \
-    ROW(24In32Mux16,  ApplyFadeIn24BitIn32Mux16,  ApplyFadeOut24BitIn32Mux16) \
-    ROW(16In16Mux4,   ApplyFadeIn16BitIn16Mux4,   ApplyFadeOut16BitIn16Mux4) \
-    ROW(16In16Mux8,   ApplyFadeIn16BitIn16Mux8,   ApplyFadeOut16BitIn16Mux8) \
-    ROW(16In16Mux16,  ApplyFadeIn16BitIn16Mux16,  ApplyFadeOut16BitIn16Mux16)
+    ROW(16In16Mono,   ApplyFadeIn16Mono,         ApplyFadeOut16Mono,         Sample16,       1, Fade) \
+    ROW(16In16Stereo, ApplyFadeIn16Stereo,       ApplyFadeOut16Stereo,       StereoFrame16,  1, Fade) \
+    ROW(24In32Mono,   ApplyFadeIn24Mono,         ApplyFadeOut24Mono,         Word24In32,     1, Fade) \
+    ROW(24In32Stereo, ApplyFadeIn24Stereo,       ApplyFadeOut24Stereo,       Word24In32,     2, Fade) \
+    ROW(24In32Mux4,   ApplyFadeIn24BitIn32Mux4,  ApplyFadeOut24BitIn32Mux4,  MuxWord24In32,  4, Refuse) \
+    ROW(24In32Mux8,   ApplyFadeIn24BitIn32Mux8,  ApplyFadeOut24BitIn32Mux8,  MuxWord24In32,  8, Refuse) \
+    ROW(24In32Mux16,  ApplyFadeIn24BitIn32Mux16, ApplyFadeOut24BitIn32Mux16, MuxWord24In32, 16, Refuse) \
+    ROW(16In16Mux4,   ApplyFadeIn16BitIn16Mux4,  ApplyFadeOut16BitIn16Mux4,  Sample16,       4, Refuse) \
+    ROW(16In16Mux8,   ApplyFadeIn16BitIn16Mux8,  ApplyFadeOut16BitIn16Mux8,  Sample16,       8, Refuse) \
+    ROW(16In16Mux16,  ApplyFadeIn16BitIn16Mux16, ApplyFadeOut16BitIn16Mux16, Sample16,      16, Refuse)
 
 // clang-format on
-
-/// The length of a fade, in sample frames.
-inline constexpr unsigned long kFadeFrames = 200;
 
 /// Fades the start, the end or both ends of a buffer in place, as its description's flags ask.
 ///
@@ -42,7 +39,7 @@ public:
     int QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSupported);
 
     // The kernels of the table.
-#define ZTA_FADE_ROW(layout, fadeIn, fadeOut)                                                                          \
+#define ZTA_FADE_ROW(layout, fadeIn, fadeOut, law, words, shortBuffer)                                                 \
     int fadeIn(unsigned long ulFrames, void* pvBuffer);                                                                \
     int fadeOut(unsigned long ulFrames, void* pvBuffer);
     ZTA_FADE_LIST(ZTA_FADE_ROW)

@@ -32,3 +32,24 @@ private:
     SZtAListOfProcessingFormatsAndFunctionIndex m_sList;
     Function m_apfnFunctions[Count];
 };
+
+/// What a row is found by.
+struct SZtaFormatPair {
+    EZtAudioSampleFormatProperty eInputFormat;
+    EZtAudioSampleFormatProperty eOutputFormat;
+};
+
+/// True if no two rows have the same pair: a search would never come to the second.
+template <int Count>
+constexpr bool ZtaPairsAreUnique(const SZtaFormatPair (&rasPairs)[Count])
+{
+    for (int i = 0; i < Count; ++i) {
+        for (int j = 0; j < i; ++j) {
+            if (rasPairs[i].eInputFormat == rasPairs[j].eInputFormat &&
+                rasPairs[i].eOutputFormat == rasPairs[j].eOutputFormat) {
+                return false;
+            }
+        }
+    }
+    return true;
+}

@@ -1,0 +1,142 @@
+#include "engine/audio_samples_engine.h"
+
+#include "component/guid.h"
+#include "engine/operation.h"
+
+#include <zta/status.h>
+
+#include <cstring>
+
+namespace {
+
+/// Every buffer of the pool is asked for alike. The capacity is what matters: each use labels the buffer first.
+/// Zeroed as a whole first: what lies between the fields reaches the host, too.
+SZtCreateAudioSamplesDescription PoolBufferRequest()
+{
+    SZtCreateAudioSamplesDescription sRequest;
+    std::memset(&sRequest, 0, sizeof(sRequest));
+    sRequest.ulSize = sizeof(sRequest);
+    sRequest.ui64BufferSize = kScratchBytes;
+    sRequest.ulHostAttribute = 1;
+    sRequest.sWaveFormat = {sizeof(SZtaWaveFormatInfo), 2, keZtAudioDataTypePcm, 48000, 32, 32};
+    return sRequest;
+}
+
+} // namespace
+
+template <class Visit>
+void CZtaAudioSamplesEngine::ForEachPoolSlot(Visit rVisit)
+{
+    for (IZtAudioSamples** ppSlot : {&m_pScratch0, &m_pScratch1, &m_pScratch2}) {
+        if (!rVisit(*ppSlot)) {
+            return;
+        }
+    }
+    for (unsigned long i = 0; i < kMaxBuffers; ++i) {
+        if (!rVisit(m_apFadeScratch[i]) || !rVisit(m_apConvertScratch[i])) {
+            return;
+        }
+    }
+}
+
+CZtaAudioSamplesEngine::CZtaAudioSamplesEngine(IZtQuonEnginePrivate* pEngine, unsigned long /*ulReserved*/,
+                                               int* pStatus)
+    : CZtLightUnknown(L"CZtaAudioSamplesEngine", nullptr), m_pHostEngine(pEngine), m_pSavedInput(nullptr),
+      m_pSavedOutput(nullptr), m_apSavedBuffers(), m_ui64SavedBufferCount(0), m_asSavedVolumes(),
+      m_ui64SavedVolumeCount(0), m_ui64SavedSourceOffset(0), m_ui64SavedDestinationOffset(0), m_ui64SavedLength(0),
+      m_pScratch0(nullptr), m_pScratch1(nullptr), m_pScratch2(nullptr), m_apFadeScratch(), m_apConvertScratch(),
+      m_pSavedResamplerState(nullptr), m_eSavedResamplerMode(), m_ui32Busy(0)
+{
+    *pStatus = ZT_NOERROR;
+    SZtCreateAudioSamplesDescription sRequest = PoolBufferRequest();
+    ForEachPoolSlot([&](IZtAudioSamples*& rpSlot) {
+        *pStatus = m_pHostEngine->CreateAudioSamples(&sRequest, &rpSlot);
+        return *pStatus >= 0;
+    });
+}
+
+CZtaAudioSamplesEngine::~CZtaAudioSamplesEngine()
+{
+    ForEachPoolSlot([](IZtAudioSamples*& rpSlot) {
+        ReleaseSlot(rpSlot);
+        return true;
+    });
+    ReleaseAllSavedInfo();
+}
+
+int CZtaAudioSamplesEngine::NonDelegatingQueryInterface(const _GUID& riid, void** ppv)
+{
+    if (ZtIsSameGuid(riid, IID_IZtaAudioSamplesEngine)) {
+        return ZtGetInterface(reinterpret_cast<INonDelegatingUnknown*>(static_cast<IZtaAudioSamplesEngine*>(this)),
+                              ppv);
+    }
+    return CZtLightUnknown::NonDelegatingQueryInterface(riid, ppv);
+}
+
+int CZtaAudioSamplesEngine::ReleaseAllSavedInfo()
+{
+    ReleaseSlot(m_pSavedInput);
+    ReleaseSlot(m_pSavedOutput);
+    for (IZtAudioSamples*& rpBuffer : m_apSavedBuffers) {
+        ReleaseSlot(rpBuffer);
+    }
+    m_ui64SavedSourceOffset = 0;
+    m_ui64SavedDestinationOffset = 0;
+    m_ui64SavedLength = 0;
+    m_ui64SavedVolumeCount = 0;
+    m_eSavedResamplerMode = EZtAudioResamplerMode();
+    m_pSavedResamplerState = nullptr;
+    return ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::Convert32BitAudioSampleFrom20To24(IZtAudioSamples* pBuffer,
+                                                              SZtAudioSamplesDescription* pDescription)
+{
+    SZtaWaveFormatInfo& rsFormat = pDescription->sWaveFormat;
+    if (pBuffer == nullptr || rsFormat.ulBitsPerSample != 32 || rsFormat.ulValidBitsPerSample != 20) {
+        return ZT_NOERROR;
+    }
+    rsFormat.ulValidBitsPerSample = 24;
+    return pBuffer->SetWaveFormat(&rsFormat);
+}
+
+int CZtaAudioSamplesEngine::TakeLatch()
+{
+    return m_ui32Busy.exchange(1) == 0 ? ZT_NOERROR : ZT_E_MODULE_BUSY;
+}
+
+int CZtaAudioSamplesEngine::DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
+{
+    if (pBuffer->GetAudioSamplesDescription(&rsDescription) < 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    return Convert32BitAudioSampleFrom20To24(pBuffer, &rsDescription);
+}
+
+int CZtaAudioSamplesEngine::EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
+                                           std::initializer_list<IZtAVContent*> oOutputs)
+{
+    for (IZtAVContent* pInput : oInputs) {
+        if (pInput != nullptr) {
+            pInput->SignalReadCompletion();
+        }
+    }
+    for (IZtAVContent* pOutput : oOutputs) {
+        if (pOutput != nullptr) {
+            pOutput->SetErrorCode(iStatus);
+            pOutput->SignalWriteCompletion();
+        }
+    }
+    // A call that failed before it took the latch clears it all the same, even while another operation runs: hosts
+    // count on a failed call to free a stuck engine.
+    if (iStatus != ZT_E_MODULE_BUSY) {
+        m_ui32Busy.exchange(0);
+    }
+    return iStatus;
+}
+
+void CZtaAudioSamplesEngine::EndWork()
+{
+    ReleaseAllSavedInfo();
+    m_ui32Busy.exchange(0);
+}

@@ -1,0 +1,156 @@
+#include "component/hresult.h"
+#include "engine/one_to_one_entry.h"
+
+#include <zta/status.h>
+
+#include <cstring>
+
+int CZtaAudioSamplesEngine::CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
+{
+    return EnterOneToOne(
+        EEntryDescriptions::RelabelTwentyBits, ZT_NOERROR, pSource, pDestination,
+        [](const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& rsDestination) {
+            return rsSource.ulChannels == rsDestination.ulChannels ? ZT_NOERROR
+                                                                   : ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH;
+        },
+        [&] { SaveInfoCopyConv(pSource, pDestination); }, &CZtaAudioSamplesEngine::ProcessCopyConv);
+}
+
+int CZtaAudioSamplesEngine::SaveInfoCopyConv(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
+{
+    return SaveOperands({{&m_pSavedInput, pSource}, {&m_pSavedOutput, pDestination}});
+}
+
+int CZtaAudioSamplesEngine::GetInfoCopyConv(IZtAudioSamples** ppSource, IZtAudioSamples** ppDestination)
+{
+    *ppSource = m_pSavedInput;
+    *ppDestination = m_pSavedOutput;
+    return ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::ProcessCopyConv()
+{
+    IZtAudioSamples* pSource = nullptr;
+    IZtAudioSamples* pDestination = nullptr;
+    GetInfoCopyConv(&pSource, &pDestination);
+    CSamplesPtr oSource;
+    CSamplesPtr oDestination;
+    oSource = pSource;
+    oDestination = pDestination;
+
+    SZtAudioSamplesDescription sSource = kEmptyDescription;
+    SZtAudioSamplesDescription sDestination = kEmptyDescription;
+    CZtHResult hr(oSource->GetAudioSamplesDescription(&sSource));
+    if (hr.DidSucceed()) {
+        hr = oDestination->GetAudioSamplesDescription(&sDestination);
+    }
+    if (hr.DidSucceed()) {
+        // Read once more: the producer may have failed since the entry looked.
+        oSource->GetErrorCode(&hr);
+        if (IsToleratedErrorCode(hr)) {
+            hr = ZT_NOERROR;
+        }
+    }
+    if (hr.DidSucceed()) {
+        hr = sSource.bFadeIn || sSource.bFadeOut ? CopyFaded(pSource, sSource, pDestination, sDestination)
+                                                 : BufferCopy(pSource, &sSource, pDestination, &sDestination);
+    }
+    if (hr.DidFail()) {
+        oDestination->SetErrorCode(hr);
+    }
+    EndWork();
+    oSource->SignalReadCompletion();
+    oDestination->MarkWriteStopTime();
+    oDestination->SignalWriteCompletion();
+    return hr;
+}
+
+/// Fades where fades can run: on the destination if its format allows, else on a stage buffer that is then brought to
+/// the destination's format. The request for the fade ends here.
+int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
+                                      IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination)
+{
+    SZtAudioSamplesDescription sStage = rsSource;
+    int iStatus = m_oApplyFade.SuggestFormat(&rsDestination.sWaveFormat, &sStage.sWaveFormat);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+
+    if (IsSameFormat(rsDestination.sWaveFormat, sStage.sWaveFormat)) {
+        iStatus = BufferCopy(pSource, &rsSource, pDestination, &rsDestination);
+        if (iStatus >= 0) {
+            pDestination->SetFadeIn(rsSource.bFadeIn);
+            pDestination->SetFadeOut(rsSource.bFadeOut);
+            iStatus = m_oApplyFade.ApplyFade(pDestination);
+            pDestination->SetFadeIn(false);
+            pDestination->SetFadeOut(false);
+        }
+        return iStatus;
+    }
+
+    m_pScratch0->SetWaveFormat(&sStage.sWaveFormat);
+    iStatus = BufferCopy(pSource, &rsSource, m_pScratch0, &sStage);
+    m_pScratch0->SetFadeIn(rsSource.bFadeIn);
+    m_pScratch0->SetFadeOut(rsSource.bFadeOut);
+    if (iStatus >= 0) {
+        iStatus = m_oApplyFade.ApplyFade(m_pScratch0);
+    }
+    if (iStatus >= 0) {
+        iStatus = BufferCopy(m_pScratch0, &sStage, pDestination, &rsDestination);
+    }
+    if (iStatus >= 0) {
+        pDestination->SetFadeIn(false);
+        pDestination->SetFadeOut(false);
+    }
+    return iStatus;
+}
+
+int CZtaAudioSamplesEngine::BufferCopy(IZtAudioSamples* pIn, SZtAudioSamplesDescription* pInDescription,
+                                       IZtAudioSamples* pOut, SZtAudioSamplesDescription* pOutDescription)
+{
+    const SZtaWaveFormatInfo& rsIn = pInDescription->sWaveFormat;
+    const SZtaWaveFormatInfo& rsOut = pOutDescription->sWaveFormat;
+    const bool bSameRateAndContainer =
+        rsIn.ulSamplesPerSec == rsOut.ulSamplesPerSec && rsIn.ulBitsPerSample == rsOut.ulBitsPerSample;
+    const bool bSameValidBits = rsIn.ulValidBitsPerSample == rsOut.ulValidBitsPerSample;
+
+    if (rsIn.eDataType == rsOut.eDataType && bSameRateAndContainer &&
+        (bSameValidBits || rsIn.eDataType == keZtAudioDataTypeOpaque)) {
+        return ByteCopy(pIn, pOut);
+    }
+    if (is16In32MultiFormatTo16In16Pcm(rsIn, rsOut)) {
+        return m_oConvertDataType.ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(pIn, pInDescription, pOut);
+    }
+    if (rsIn.eDataType == keZtAudioDataTypeMultiFormat && rsOut.eDataType == keZtAudioDataTypePcm &&
+        bSameRateAndContainer && bSameValidBits) {
+        return m_oConvertDataType.ConvertDataType(pIn, pOut);
+    }
+    return m_oConvertBitDepth.ConvertBitDepth(pIn, pOut);
+}
+
+bool CZtaAudioSamplesEngine::is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormatInfo& sIn,
+                                                            const SZtaWaveFormatInfo& sOut)
+{
+    return sIn.eDataType == keZtAudioDataTypeMultiFormat && sOut.eDataType == keZtAudioDataTypePcm &&
+           sIn.ulSamplesPerSec == sOut.ulSamplesPerSec && sIn.ulBitsPerSample == 32 && sOut.ulBitsPerSample == 16 &&
+           sIn.ulValidBitsPerSample == sOut.ulValidBitsPerSample && sIn.ulChannels == sOut.ulChannels;
+}
+
+/// Copies the valid bytes. The output's valid length stays as it was: whoever wants it to follow sets it beforehand.
+int CZtaAudioSamplesEngine::ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
+{
+    const SByteRun sRun = LookAtBytes(pIn, pOut);
+    if (sRun.ulLength > sRun.ulCapacity) {
+        void* pvContent = nullptr;
+        pOut->QueryInterface(IID_IZtAVContent, &pvContent);
+        if (pvContent != nullptr) {
+            // The reference stays on the output: hosts see one more count after a copy that did not fit.
+            static_cast<IZtAVContent*>(pvContent)->SetErrorCode(ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        }
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    if (sRun.ulLength != 0) {
+        std::memmove(sRun.pbyOut, sRun.pbyIn, sRun.ulLength);
+    }
+    return ZT_NOERROR;
+}

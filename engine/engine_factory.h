@@ -1,0 +1,21 @@
+#pragma once
+
+#include "component/unknown.h"
+
+#include <zta/engine_interfaces.h>
+
+/// The class that the module offers: it makes engines.
+class ZTA_API CZtaAudioSamplesEngineFactory : public CZtUnknown, public IZtaAudioSamplesEngineFactory {
+public:
+    /// What the class table calls. `*pStatus` receives 0, or E_OUTOFMEMORY with a null result.
+    static INonDelegatingUnknown* CreateInstance(IUnknown* pOuter, int* pStatus);
+
+    CZtaAudioSamplesEngineFactory(IUnknown* pOuter, int* pStatus);
+    ~CZtaAudioSamplesEngineFactory() override;
+
+    ZTA_DELEGATE_IUNKNOWN()
+    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override;
+
+    int CreateAudioSamplesEngine(IZtQuonEnginePrivate* pEngine, unsigned long ulReserved,
+                                 IZtaAudioSamplesEngine** ppEngine) override;
+};

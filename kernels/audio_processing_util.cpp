@@ -1,0 +1,251 @@
+#include "kernels/audio_processing_util.h"
+
+#include <zta/status.h>
+
+#include <bit>
+#include <cmath>
+
+namespace {
+
+/// Formats that differ in their channel count alone. Counts are the powers of two up to `ulMaxChannels`; the properties
+/// follow one another from that of the mono format.
+struct SFormatFamily {
+    EZtAudioDataType eDataType;
+    std::uint32_t ulBitsPerSample;
+    std::uint32_t ulValidBitsPerSample;
+    std::uint32_t ulSamplesPerSec;
+    std::uint32_t ulMaxChannels;
+    EZtAudioSampleFormatProperty eMono;
+};
+
+// clang-format off
+
+// Words of 32 bits with a 16-bit sample go by the name of 16-in-16, so a property does not tell the frame size. 20 bits
+// are taken as 24.
+constexpr SFormatFamily kasFamilies[] = {
+    {keZtAudioDataTypePcm,         16, 16, 48000, 64, keZtAudioSampleFormat16In16Mono},
+    {keZtAudioDataTypePcm,         32, 16, 48000,  2, keZtAudioSampleFormat16In16Mono},
+    {keZtAudioDataTypeMultiFormat, 32, 16, 48000,  2, keZtAudioSampleFormat16In16Mono},
+    {keZtAudioDataTypePcm,         32, 20, 48000,  2, keZtAudioSampleFormat24In32Mono},
+    {keZtAudioDataTypePcm,         32, 24, 48000, 64, keZtAudioSampleFormat24In32Mono},
+    {keZtAudioDataTypeMultiFormat, 32, 24, 48000, 64, keZtAudioSampleFormat24In32Mono},
+    {keZtAudioDataTypeFloat,       32, 32, 48000,  2, keZtAudioSampleFormatFloat32Mono},
+    {keZtAudioDataTypePcm,         16, 16, 44100,  2, keZtAudioSampleFormat16In16Mono44k},
+    {keZtAudioDataTypePcm,         24, 24, 48000, 64, keZtAudioSampleFormat24In24Mono},
+};
+
+// clang-format on
+
+bool Holds(const SFormatFamily& rsFamily, const SZtaWaveFormatInfo& rsFormat)
+{
+    return rsFormat.eDataType == rsFamily.eDataType && rsFormat.ulBitsPerSample == rsFamily.ulBitsPerSample &&
+           rsFormat.ulValidBitsPerSample == rsFamily.ulValidBitsPerSample &&
+           rsFormat.ulSamplesPerSec == rsFamily.ulSamplesPerSec && std::has_single_bit(rsFormat.ulChannels) &&
+           rsFormat.ulChannels <= rsFamily.ulMaxChannels;
+}
+
+EZtAudioSampleFormatProperty Classify(const SZtaWaveFormatInfo& rsFormat)
+{
+    for (const SFormatFamily& rsFamily : kasFamilies) {
+        if (Holds(rsFamily, rsFormat)) {
+            const int iDoublings = std::countr_zero(rsFormat.ulChannels);
+            return static_cast<EZtAudioSampleFormatProperty>(rsFamily.eMono + static_cast<std::uint32_t>(iDoublings));
+        }
+    }
+    // Whatever its data type, rate and channels: such a buffer can be digested, and is refused by the searches.
+    if (rsFormat.ulBitsPerSample == 32 && rsFormat.ulValidBitsPerSample == 24) {
+        return keZtAudioSampleFormat24In32Other;
+    }
+    return keZtAudioSampleFormatInvalid;
+}
+
+// The layouts at 48000 Hz that a class which works in place may suggest.
+bool IsMono(EZtAudioSampleFormatProperty eProperty)
+{
+    return eProperty == keZtAudioSampleFormat16In16Mono || eProperty == keZtAudioSampleFormat24In32Mono ||
+           eProperty == keZtAudioSampleFormatFloat32Mono || eProperty == keZtAudioSampleFormat24In24Mono;
+}
+
+bool IsStereo(EZtAudioSampleFormatProperty eProperty)
+{
+    return eProperty == keZtAudioSampleFormat16In16Stereo || eProperty == keZtAudioSampleFormat24In32Stereo ||
+           eProperty == keZtAudioSampleFormatFloat32Stereo || eProperty == keZtAudioSampleFormat24In24Stereo;
+}
+
+} // namespace
+
+CZtaAudioProcessingUtil::CZtaAudioProcessingUtil() = default;
+CZtaAudioProcessingUtil::~CZtaAudioProcessingUtil() = default;
+
+int CZtaAudioProcessingUtil::GetSampleFormat(SZtaWaveFormatInfo* psFormat, EZtAudioSampleFormatProperty* peProperty)
+{
+    *peProperty = Classify(*psFormat);
+    return *peProperty == keZtAudioSampleFormatInvalid ? ZT_E_FORMAT_NOT_SUPPORTED : ZT_NOERROR;
+}
+
+int CZtaAudioProcessingUtil::GetBufferInformations(IZtAudioSamples* pSamples, void** ppvBuffer,
+                                                   unsigned long* pulValidFrames, unsigned long* pulCapacityFrames,
+                                                   int* piBytesPerFrame, EZtAudioSampleFormatProperty* peFormat,
+                                                   SZtAudioSamplesDescription* psDescription)
+{
+    int iStatus = pSamples->GetAudioSamplesDescription(psDescription);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtaWaveFormatInfo* const psFormat = &psDescription->sWaveFormat;
+    const std::uint32_t ulBytesPerFrame = psFormat->ulBitsPerSample / 8 * psFormat->ulChannels;
+    *piBytesPerFrame = static_cast<int>(ulBytesPerFrame);
+
+    void* pvBuffer = nullptr;
+    unsigned long ulLength = 0;
+    iStatus = pSamples->GetBufferAndLength(&pvBuffer, &ulLength);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    *ppvBuffer = pvBuffer;
+    *pulValidFrames = ulLength / ulBytesPerFrame;
+
+    unsigned long ulCapacity = 0;
+    iStatus = pSamples->GetBufferCapacity(&ulCapacity);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    *pulCapacityFrames = ulCapacity / ulBytesPerFrame;
+
+    return GetSampleFormat(psFormat, peFormat);
+}
+
+int CZtaAudioProcessingUtil::GetBufferInformations(IZtAudioSamples* pSamples,
+                                                   SZtAudioBufferInformations* psInformations)
+{
+    return GetBufferInformations(pSamples, &psInformations->pvBuffer, &psInformations->ulValidFrames,
+                                 &psInformations->ulCapacityFrames, &psInformations->iBytesPerFrame,
+                                 &psInformations->eFormat, &psInformations->sDescription);
+}
+
+int CZtaAudioProcessingUtil::ValidateProcessingFormatAndGetFunctionIndex(
+    EZtAudioSampleFormatProperty eInput, EZtAudioSampleFormatProperty eOutput,
+    SZtAListOfProcessingFormatsAndFunctionIndex* psList, int* piFunctionIndex)
+{
+    for (int i = 0; i < psList->iFormatCount; ++i) {
+        const SZtAProcessingFormatAndFunctionIndex& rsRow = psList->psFormats[i];
+        if (rsRow.eInputFormat == eInput && rsRow.eOutputFormat == eOutput) {
+            *piFunctionIndex = rsRow.iFunctionIndex;
+            return ZT_NOERROR;
+        }
+    }
+    return ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED;
+}
+
+int CZtaAudioProcessingUtil::SuggestFormatInOutBuffers(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut,
+                                                       SZtaWaveFormatInfo* psSuggestedIn,
+                                                       SZtaWaveFormatInfo* psSuggestedOut)
+{
+    EZtAudioSampleFormatProperty eInput;
+    int iStatus = GetSampleFormat(psIn, &eInput);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    EZtAudioSampleFormatProperty eOutput;
+    iStatus = GetSampleFormat(psOut, &eOutput);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+
+    int iFunctionIndex;
+    iStatus = ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, m_psProcessingFormats, &iFunctionIndex);
+    if (iStatus >= 0) {
+        *psSuggestedIn = *psIn;
+        *psSuggestedOut = *psOut;
+        return ZT_NOERROR;
+    }
+
+    const int iCount = m_psProcessingFormats->iFormatCount;
+    const SZtAProcessingFormatAndFunctionIndex* const psRows = m_psProcessingFormats->psFormats;
+    if (iCount < 1) {
+        return iStatus;
+    }
+    for (int i = 0; i < iCount; ++i) {
+        if (psRows[i].eOutputFormat == eOutput) {
+            *psSuggestedIn = g_asFormatOfProperty[psRows[i].eInputFormat];
+            *psSuggestedOut = *psOut;
+            return ZT_NOERROR;
+        }
+    }
+    for (int i = 0; i < iCount; ++i) {
+        if (psRows[i].eInputFormat == eInput) {
+            *psSuggestedIn = *psIn;
+            *psSuggestedOut = g_asFormatOfProperty[psRows[i].eOutputFormat];
+            return ZT_NOERROR;
+        }
+    }
+    // Hosts rely on the first row for stereo at 44100 Hz, and on the last one for all others, mono at 44100 Hz
+    // included.
+    const SZtAProcessingFormatAndFunctionIndex& rsRow =
+        psRows[eInput == keZtAudioSampleFormat16In16Stereo44k ? 0 : iCount - 1];
+    *psSuggestedIn = g_asFormatOfProperty[rsRow.eInputFormat];
+    *psSuggestedOut = g_asFormatOfProperty[rsRow.eOutputFormat];
+    return ZT_NOERROR;
+}
+
+int CZtaAudioProcessingUtil::SuggestFormatSingleBuffer(SZtaWaveFormatInfo* psFormat, SZtaWaveFormatInfo* psSuggested)
+{
+    EZtAudioSampleFormatProperty eProperty;
+    int iStatus = GetSampleFormat(psFormat, &eProperty);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+
+    int iFunctionIndex;
+    iStatus = ValidateProcessingFormatAndGetFunctionIndex(eProperty, eProperty, m_psProcessingFormats, &iFunctionIndex);
+    if (iStatus >= 0) {
+        *psSuggested = *psFormat;
+        return ZT_NOERROR;
+    }
+
+    // Anything but mono at 48000 Hz is answered with stereo.
+    const auto Fits = IsMono(eProperty) ? IsMono : IsStereo;
+    for (int i = m_psProcessingFormats->iFormatCount - 1; i >= 0; --i) {
+        const EZtAudioSampleFormatProperty eCandidate = m_psProcessingFormats->psFormats[i].eInputFormat;
+        if (Fits(eCandidate)) {
+            *psSuggested = g_asFormatOfProperty[eCandidate];
+            return ZT_NOERROR;
+        }
+    }
+    return iStatus;
+}
+
+int CZtaAudioProcessingUtil::QueryFormatSupportedInOutBuffers(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut,
+                                                              bool* pbSupported)
+{
+    *pbSupported = false;
+
+    EZtAudioSampleFormatProperty eInput;
+    int iStatus = GetSampleFormat(psIn, &eInput);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    EZtAudioSampleFormatProperty eOutput;
+    iStatus = GetSampleFormat(psOut, &eOutput);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+
+    int iFunctionIndex;
+    *pbSupported =
+        ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, m_psProcessingFormats, &iFunctionIndex) >= 0;
+    return ZT_NOERROR;
+}
+
+int CZtaAudioProcessingUtil::QueryFormatSupportedSingleBuffer(SZtaWaveFormatInfo* psFormat, bool* pbSupported)
+{
+    return QueryFormatSupportedInOutBuffers(psFormat, psFormat, pbSupported);
+}
+
+float ConvertToDBFS(float fValue, float fReference)
+{
+    if (fValue == 0.0f) {
+        return -999.9f;
+    }
+    return 20.0f * std::log10(fValue / fReference);
+}

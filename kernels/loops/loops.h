@@ -1,0 +1,73 @@
+#pragma once
+
+#include "support/processor_features.h"
+
+#include <cstdint>
+
+// clang-format off
+
+/// The conversions of one sample each, in the order of the table: ROW(name, bytes in, bytes out, law)
+/// The laws stand in conversions.h. In the names "24" beside "16" or "32f" is 24-in-32; beside "32" it is 24-in-24.
+#define ZTA_CONVERSION_LIST(ROW) \
+    ROW(16To24,              2, 4, Same) \
+    ROW(16To32f,             2, 4, ToFloatBy32767) \
+    ROW(24To16,              4, 2, Same) \
+    ROW(24To32f,             4, 4, ToFloatBy8388607) \
+    ROW(32fTo16,             4, 2, FloatTo16) \
+    ROW(32fTo24,             4, 4, FloatTo32) \
+    ROW(24To32,              3, 4, Same) \
+    ROW(24To32LowAligned,    3, 4, Lower8) \
+    ROW(32To24,              4, 3, Same) \
+    ROW(32To24LowAligned,    4, 3, Reverse24) \
+    ROW(16To32,              2, 4, RepeatLowByte) \
+    ROW(16To32LowAligned,    2, 4, Lower16) \
+    ROW(MultiFormatTo16,     4, 4, AudioField16) \
+    ROW(MultiFormatTo24,     4, 4, AudioField24) \
+    ROW(MultiFormatTo16In16, 4, 2, AudioField16)
+
+/// The instruction sets that loops are compiled for, the preferred one first: ROW(name, features that it takes)
+/// Each has a file target_<name>.cpp.
+#define ZTA_LOOP_TARGET_LIST(ROW) \
+    ROW(avx2,  keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
+    ROW(plain, 0)
+
+// clang-format on
+
+/// Converts samples, the first one first. Pointers need no alignment, and bytes outside the samples are not touched.
+/// Input and output may be the same or overlap where both sides have the same size; otherwise they may not overlap.
+using ZtaConversion = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexcept;
+
+/// The loops of one instruction set.
+struct SZtaSampleLoops {
+    const char* pszName;
+#define ZTA_LOOP_ROW(name, in, out, law) ZtaConversion pfn##name;
+    ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
+};
+
+#define ZTA_LOOP_ROW(name, features)                                                                                   \
+    namespace zta::loops::name {                                                                                       \
+    extern const SZtaSampleLoops g_sLoops;                                                                             \
+    }
+ZTA_LOOP_TARGET_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
+
+struct SZtaLoopTarget {
+    const SZtaSampleLoops* psLoops;
+    std::uint64_t ui64Features; ///< all that the loops take, as a mask of EZtaProcessorFeature
+
+    bool RunsWith(std::uint64_t ui64Available) const noexcept { return (ui64Features & ~ui64Available) == 0; }
+};
+
+/// Every instruction set compiled in, the preferred one first. The last, the plain form, takes nothing.
+inline constexpr SZtaLoopTarget g_asLoopTargets[] = {
+#define ZTA_LOOP_ROW(name, features) {&zta::loops::name::g_sLoops, features},
+    ZTA_LOOP_TARGET_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
+};
+
+/// The preferred loops among those that run with the given features.
+const SZtaSampleLoops& ZtaChooseLoops(std::uint64_t ui64Features) noexcept;
+
+/// The loops for this processor, chosen at the first call. [any thread] [no allocation] [no lock]
+const SZtaSampleLoops& ZtaActiveLoops() noexcept;

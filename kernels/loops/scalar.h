@@ -1,0 +1,72 @@
+/// One sample at a time: what a loop needs of an instruction set, in its plainest form.
+///
+/// Words are the lanes that laws work on. A sample of 2 or 3 bytes stands at the top of its word, as a 24-in-32 sample
+/// does, with zeros below; a sample of 4 bytes is the word. Addresses need no alignment.
+///
+/// Like all that a target file includes, this is compiled once for each target and has no name outside its object.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zta::loops::ZTA_LOOP_TARGET {
+namespace {
+
+struct Scalar {
+    static constexpr unsigned long kLanes = 1;
+    using Words = std::uint32_t;
+    using Floats = float;
+
+    /// Bytes is the size of a sample in memory.
+    template <int Bytes>
+    static Words Load(const std::uint8_t* puc)
+    {
+        if constexpr (Bytes == 2) {
+            std::uint16_t usSample;
+            __builtin_memcpy(&usSample, puc, 2);
+            return static_cast<Words>(usSample) << 16;
+        } else if constexpr (Bytes == 3) {
+            return static_cast<Words>(puc[0]) << 8 | static_cast<Words>(puc[1]) << 16 |
+                   static_cast<Words>(puc[2]) << 24;
+        } else {
+            Words ulSample;
+            __builtin_memcpy(&ulSample, puc, 4);
+            return ulSample;
+        }
+    }
+
+    /// The top bytes of the word.
+    template <int Bytes>
+    static void Store(std::uint8_t* puc, Words ulWord)
+    {
+        if constexpr (Bytes == 2) {
+            const std::uint16_t usSample = static_cast<std::uint16_t>(ulWord >> 16);
+            __builtin_memcpy(puc, &usSample, 2);
+        } else if constexpr (Bytes == 3) {
+            puc[0] = static_cast<std::uint8_t>(ulWord >> 8);
+            puc[1] = static_cast<std::uint8_t>(ulWord >> 16);
+            puc[2] = static_cast<std::uint8_t>(ulWord >> 24);
+        } else {
+            __builtin_memcpy(puc, &ulWord, 4);
+        }
+    }
+
+    static Floats BitsToFloats(Words ulWord) { return __builtin_bit_cast(float, ulWord); }
+    static Words BitsToWords(Floats fValue) { return __builtin_bit_cast(Words, fValue); }
+
+    /// Words as signed integers, rounded to the nearest float.
+    static Floats Convert(Words ulWord) { return static_cast<float>(static_cast<std::int32_t>(ulWord)); }
+
+    /// Towards zero; 0x80000000 for all that a signed word cannot hold and for NaN.
+    static Words Truncate(Floats fValue)
+    {
+        const bool bFits = fValue >= -2147483648.0f && fValue < 2147483648.0f;
+        return bFits ? static_cast<Words>(static_cast<std::int32_t>(fValue)) : 0x80000000;
+    }
+
+    /// The correctly rounded quotient of a converted word.
+    static Floats Divide(Floats fValue, float fDivisor) { return fValue / fDivisor; }
+};
+
+} // namespace
+} // namespace zta::loops::ZTA_LOOP_TARGET

@@ -1,0 +1,12 @@
+// The loops for processors with AVX2 and FMA.
+#define ZTA_LOOP_TARGET avx2
+#include "kernels/loops/scalar.h"
+#include "kernels/loops/vector_avx2.h"
+
+namespace zta::loops::ZTA_LOOP_TARGET {
+namespace {
+using Vector = Avx2;
+} // namespace
+} // namespace zta::loops::ZTA_LOOP_TARGET
+
+#include "kernels/loops/body.h"

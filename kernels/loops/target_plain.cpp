@@ -1,0 +1,11 @@
+// The loops for every processor, one sample at a time. The others are tested against them.
+#define ZTA_LOOP_TARGET plain
+#include "kernels/loops/scalar.h"
+
+namespace zta::loops::ZTA_LOOP_TARGET {
+namespace {
+using Vector = Scalar;
+} // namespace
+} // namespace zta::loops::ZTA_LOOP_TARGET
+
+#include "kernels/loops/body.h"

@@ -1,0 +1,392 @@
+// Objects of this side called through hand-laid tables in C, and objects of C called by the engine: what each side
+// finds in a slot is what the other has put there.
+
+#include "tests/contract/slots.h"
+
+#include "component/smart_ptr.h"
+#include "component/unknown.h"
+
+#include <zta/zta.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <new>
+#include <numeric>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Statuses = std::array<long, SLOTS_MAX>;
+
+/// Checks the arguments of the operation in one slot: its n-th is slot * 10 + n, as a number or as a pointer.
+/// Returns a status by which the slot is recognised.
+template <class... Arguments>
+int Arrived(int slot, Arguments... arguments)
+{
+    int n = 0;
+    const auto expect = [&n, slot](auto argument) {
+        const auto expected = static_cast<unsigned long>(slot * 10 + ++n);
+        if constexpr (std::is_pointer_v<decltype(argument)>) {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(argument), expected) << "slot " << slot << ", argument " << n;
+        } else {
+            EXPECT_EQ(static_cast<unsigned long>(argument), expected) << "slot " << slot << ", argument " << n;
+        }
+    };
+    (expect(arguments), ...);
+    return -100 - slot;
+}
+
+/// The three operations of IUnknown, each recognisable, for an interface that has them.
+template <class Interface>
+class Recognised : public Interface {
+public:
+    int QueryInterface(const _GUID& riid, void** ppv) override { return Arrived(0, &riid, ppv); }
+    unsigned long AddRef() override { return 101; }
+    unsigned long Release() override { return 102; }
+};
+
+/// What the slots must answer: slot 0 and those from `first` to `last` as Arrived does, slots 1 and 2 as counts.
+Statuses Expected(int first, int last)
+{
+    Statuses statuses{};
+    statuses[0] = -100;
+    statuses[1] = 101;
+    statuses[2] = 102;
+    for (int slot = first; slot <= last; ++slot) {
+        statuses[static_cast<std::size_t>(slot)] = -100 - slot;
+    }
+    return statuses;
+}
+
+TEST(Slots, Unknown)
+{
+    Recognised<IUnknown> object;
+    Statuses statuses{};
+    slots_call_unknown(static_cast<IUnknown*>(&object), statuses.data());
+    EXPECT_EQ(statuses, Expected(0, 0));
+}
+
+struct ClassFactory : Recognised<IClassFactory> {
+    int CreateInstance(IUnknown* outer, const _GUID& riid, void** ppv) override
+    {
+        return Arrived(5, outer, &riid, ppv);
+    }
+    int LockServer(int lock) override { return Arrived(6, lock); }
+};
+
+TEST(Slots, ClassFactory)
+{
+    ClassFactory object;
+    Statuses statuses{};
+    slots_call_class_factory(static_cast<IClassFactory*>(&object), statuses.data());
+    EXPECT_EQ(statuses, Expected(5, 6));
+}
+
+struct EngineFactory : Recognised<IZtaAudioSamplesEngineFactory> {
+    int CreateAudioSamplesEngine(IZtQuonEnginePrivate* host, unsigned long reserved,
+                                 IZtaAudioSamplesEngine** engine) override
+    {
+        return Arrived(5, host, reserved, engine);
+    }
+};
+
+TEST(Slots, EngineFactory)
+{
+    EngineFactory object;
+    Statuses statuses{};
+    slots_call_engine_factory(static_cast<IZtaAudioSamplesEngineFactory*>(&object), statuses.data());
+    EXPECT_EQ(statuses, Expected(5, 5));
+}
+
+struct Engine : Recognised<IZtaAudioSamplesEngine> {
+    using Samples = IZtAudioSamples*;
+    using Volumes = SZtAudioMonoVolumeInfo*;
+    using Count = unsigned long;
+
+    int CopyAudioSamples(Samples a, Samples b) override { return Arrived(5, a, b); }
+    int CopyAudioSamplesMonoToStereo(Samples a, Samples b, Samples c) override { return Arrived(6, a, b, c); }
+    int CopyAudioSamplesStereoToMono(Samples a, Samples b, Samples c) override { return Arrived(7, a, b, c); }
+    int DuplicateAudioSamples(Samples a, Count b, Samples c, Count d, Count e) override
+    {
+        return Arrived(8, a, b, c, d, e);
+    }
+    int CopyAudioSamplesMonoToMux(Samples* a, Count b, Samples c, Volumes d, Count e) override
+    {
+        return Arrived(9, a, b, c, d, e);
+    }
+    int CopyAudioSamplesStereoToMux(Samples* a, Count b, Samples c, Volumes d, Count e) override
+    {
+        return Arrived(10, a, b, c, d, e);
+    }
+    int CopyAudioSamplesMuxToMono(Samples a, Samples* b, Count c, Volumes d, Count e) override
+    {
+        return Arrived(11, a, b, c, d, e);
+    }
+    int CopyAudioSamplesMuxToStereo(Samples a, Samples* b, Count c, Volumes d, Count e) override
+    {
+        return Arrived(12, a, b, c, d, e);
+    }
+    int ApplyVolume(Samples a, Samples b, Volumes c, Count d) override { return Arrived(13, a, b, c, d); }
+    int CreateAudioResampler(SZtaWaveFormatInfo* a, SZtaWaveFormatInfo* b, IUnknown** c) override
+    {
+        return Arrived(14, a, b, c);
+    }
+    int ProcessAudioResampler(Samples a, Samples b, EZtAudioResamplerMode c, IUnknown* d) override
+    {
+        return Arrived(15, a, b, static_cast<unsigned long>(c), d);
+    }
+};
+
+TEST(Slots, Engine)
+{
+    Engine object;
+    Statuses statuses{};
+    slots_call_engine(static_cast<IZtaAudioSamplesEngine*>(&object), statuses.data());
+    EXPECT_EQ(statuses, Expected(5, 15));
+}
+
+/// Says what a destructor did: whether it ran, and whether it gave the memory back.
+template <class Base>
+struct Destroyed : Base {
+    explicit Destroyed(int& count) : Base(), destroyed(count) {}
+    ~Destroyed() override { ++destroyed; }
+
+    static void* operator new(std::size_t, void* place) { return place; }
+    static void operator delete(void*, void*) {}
+    static void operator delete(void*) { ++freed; }
+
+    int& destroyed;
+    static inline int freed = 0;
+};
+
+template <class Base>
+void ExpectDestructorSlots(int complete, int deleting)
+{
+    using Object = Destroyed<Base>;
+    Object::freed = 0;
+    int destroyed = 0;
+    alignas(Object) unsigned char place[sizeof(Object)];
+    slots_destroy(static_cast<Base*>(new (place) Object(destroyed)), complete);
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(Object::freed, 0);
+    slots_destroy(static_cast<Base*>(new (place) Object(destroyed)), deleting);
+    EXPECT_EQ(destroyed, 2);
+    EXPECT_EQ(Object::freed, 1);
+}
+
+TEST(Slots, DestructorsTakeTheirTwo)
+{
+    ExpectDestructorSlots<ClassFactory>(3, 4);
+    ExpectDestructorSlots<EngineFactory>(3, 4);
+    ExpectDestructorSlots<Engine>(3, 4);
+}
+
+template <class Base>
+struct NonDelegating : Base {
+    NonDelegating() : Base(L"NonDelegating", nullptr) {}
+
+    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override { return Arrived(0, &riid, ppv); }
+    unsigned long NonDelegatingAddRef() override { return 101; }
+    unsigned long NonDelegatingRelease() override { return 102; }
+};
+
+template <class Base>
+void ExpectNonDelegatingSlots()
+{
+    NonDelegating<Base> object;
+    Statuses statuses{};
+    slots_call_non_delegating_unknown(static_cast<INonDelegatingUnknown*>(&object), statuses.data());
+    EXPECT_EQ(statuses, Expected(0, 0));
+    ExpectDestructorSlots<NonDelegating<Base>>(3, 4);
+}
+
+TEST(Slots, UnknownsOfTheFrame)
+{
+    ExpectNonDelegatingSlots<CZtLightUnknown>();
+    ExpectNonDelegatingSlots<CZtUnknown>();
+}
+
+template <class Interface>
+void ExpectSmartPointerSlots()
+{
+    CBuffer buffer;
+    c_buffer_init(&buffer, 1, 1, 16, 16, nullptr, 0, 0);
+    using Pointer = TZtSmartPtr<Interface>;
+    alignas(Pointer) unsigned char place[sizeof(Pointer)];
+    auto* pointer = new (place) Pointer();
+    void* field = place + 8;
+    std::vector<void*> results(10);
+    slots_call_smart_pointer(pointer, &buffer, results.data());
+    EXPECT_EQ(results, (std::vector<void*>{pointer, nullptr, field, &buffer, nullptr, &buffer, &buffer, &buffer,
+                                           pointer, nullptr}));
+    EXPECT_EQ(buffer.references, 1);
+    EXPECT_EQ(buffer.calls[1], 1);
+    EXPECT_EQ(buffer.calls[2], 1);
+}
+
+TEST(Slots, SmartPointers)
+{
+    ExpectSmartPointerSlots<IZtAudioSamples>();
+    ExpectSmartPointerSlots<IZtAVContent>();
+}
+
+/// An engine on a host in C.
+class CHostSlots : public testing::Test {
+protected:
+    static constexpr std::uint32_t kPcm = 1;
+    static constexpr std::uint32_t kMulti = 3;
+
+    void SetUp() override
+    {
+        c_host_init(&host_);
+        unsigned long left = 1;
+        ASSERT_EQ(c_create_engine(&host_, &engine_, &left), 0);
+        EXPECT_EQ(left, 0U);
+        std::iota(source_data_.begin(), source_data_.end(), static_cast<unsigned char>(1));
+        destination_data_.fill(0xEE);
+    }
+
+    void TearDown() override
+    {
+        if (engine_ != nullptr) {
+            EXPECT_EQ(c_release(engine_), 0U);
+        }
+        EXPECT_EQ(host_.alive, 0);
+    }
+
+    void Source(std::uint32_t type, std::uint32_t bits, std::uint32_t valid_bits, unsigned long length)
+    {
+        c_buffer_init(&source_, 1, type, bits, valid_bits, source_data_.data(), source_data_.size(), length);
+    }
+
+    void Destination(std::uint32_t type, std::uint32_t bits, std::uint32_t valid_bits, unsigned long length)
+    {
+        c_buffer_init(&destination_, 1, type, bits, valid_bits, destination_data_.data(), destination_data_.size(),
+                      length);
+    }
+
+    CHost host_{};
+    void* engine_ = nullptr;
+    CBuffer source_{};
+    CBuffer destination_{};
+    std::array<unsigned char, 64> source_data_{};
+    std::array<unsigned char, 64> destination_data_{};
+};
+
+TEST_F(CHostSlots, TheHostEngineIsAskedForItsBuffersAndNothingElse)
+{
+    EXPECT_EQ(host_.calls[0], 0);
+    EXPECT_EQ(host_.calls[1], 0);
+    EXPECT_EQ(host_.calls[2], 0);
+    EXPECT_EQ(host_.calls[3], 131);
+    EXPECT_EQ(host_.alive, 131);
+    const std::vector<std::uint32_t> request(std::begin(host_.request), std::end(host_.request));
+    EXPECT_EQ(request, (std::vector<std::uint32_t>{56, 0, 192000, 0, 0, 1, 0, 24, 2, 1, 48000, 32, 32, 0}));
+}
+
+// In the order strings, letter by slot: a QueryInterface, d and e the marks, f and g the signals, h and i SetErrorCode
+// and GetErrorCode, j SetPolarity, k SetWaveFormat, l GetAudioSamplesDescription, m GetBufferAndLength,
+// n GetBufferCapacity, o GetLengthInSampleFrames, p and q the fades, r SetLength.
+
+TEST_F(CHostSlots, AByteCopyCallsTheSlotsOfItsSkeletonInOrder)
+{
+    Source(kPcm, 16, 16, 40);
+    Destination(kPcm, 16, 16, 0);
+    EXPECT_EQ(c_copy(engine_, &source_, &destination_), 0);
+    EXPECT_STREQ(source_.order, "ailli"
+                                "mf");
+    EXPECT_STREQ(destination_.order, "aldl"
+                                     "nm"
+                                     "eg");
+    EXPECT_EQ(std::memcmp(source_data_.data(), destination_data_.data(), 40), 0);
+    EXPECT_EQ(destination_data_[40], 0xEE);
+    EXPECT_EQ(source_.references, 1);
+    EXPECT_EQ(destination_.references, 1);
+}
+
+TEST_F(CHostSlots, AConversionSetsTheLengthOfItsOutput)
+{
+    Source(kPcm, 16, 16, 8);
+    Destination(kPcm, 32, 24, 0);
+    EXPECT_EQ(c_copy(engine_, &source_, &destination_), 0);
+    EXPECT_EQ(destination_.calls[17], 1);
+    EXPECT_EQ(destination_.length, 16U);
+    EXPECT_EQ(std::memcmp(destination_data_.data(), "\0\0\1\2\0\0\3\4\0\0\5\6\0\0\7\10", 16), 0);
+}
+
+TEST_F(CHostSlots, TheLabelFixRelabelsTheHostsOwnBuffer)
+{
+    Source(kPcm, 32, 20, 8);
+    Destination(kPcm, 32, 24, 8);
+    EXPECT_EQ(c_copy(engine_, &source_, &destination_), 0);
+    EXPECT_EQ(source_.calls[10], 1);
+    EXPECT_EQ(source_.format[5], 24U);
+    EXPECT_EQ(destination_.calls[10], 0);
+}
+
+TEST_F(CHostSlots, ADuplicateHandsOnPolarityAndFades)
+{
+    Source(kPcm, 16, 16, 40);
+    source_.polarity = 77;
+    source_.fade_in = 1;
+    Destination(kPcm, 16, 16, 40);
+    destination_.fade_out = 1;
+    EXPECT_EQ(c_duplicate(engine_, &source_, 4, &destination_, 10, 6), 0);
+    EXPECT_EQ(destination_.polarity, 77U);
+    EXPECT_EQ(destination_.fade_in, 1);
+    EXPECT_EQ(destination_.fade_out, 0);
+    EXPECT_EQ(std::memcmp(source_data_.data() + 4, destination_data_.data() + 10, 6), 0);
+    EXPECT_EQ(destination_data_[9], 0xEE);
+    EXPECT_EQ(destination_data_[16], 0xEE);
+}
+
+TEST_F(CHostSlots, AFadeIsAskedForAndTakenBackOnTheDestination)
+{
+    Source(kPcm, 16, 16, 40);
+    source_.fade_in = 1;
+    Destination(kPcm, 16, 16, 40);
+    EXPECT_EQ(c_copy(engine_, &source_, &destination_), 0);
+    EXPECT_EQ(destination_.calls[15], 2);
+    EXPECT_EQ(destination_.calls[16], 2);
+    EXPECT_EQ(destination_.fade_in, 0);
+    EXPECT_EQ(source_.fade_in, 1);
+}
+
+TEST_F(CHostSlots, NarrowingMultiFormatWordsComparesLengthsInSampleFrames)
+{
+    Source(kMulti, 32, 16, 16);
+    Destination(kPcm, 16, 16, 8);
+    EXPECT_EQ(c_copy(engine_, &source_, &destination_), 0);
+    EXPECT_EQ(source_.calls[14] + destination_.calls[14], 2);
+}
+
+TEST_F(CHostSlots, AFailureIsRecordedOnTheDestinationAndSignalled)
+{
+    Source(kPcm, 16, 16, 40);
+    Destination(kPcm, 16, 16, 0);
+    destination_.capacity = 39;
+    EXPECT_EQ(c_copy(engine_, &source_, &destination_), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(destination_.error_code, ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(destination_data_[0], 0xEE);
+    EXPECT_EQ(source_.calls[5], 1);
+    EXPECT_EQ(destination_.calls[6], 1);
+    EXPECT_EQ(source_.references, 1);
+    // The reference that the byte copy takes to record the failure stays with the destination.
+    EXPECT_EQ(destination_.references, 2);
+}
+
+TEST_F(CHostSlots, ASignalledErrorOfTheSourceIsPassedOn)
+{
+    Source(kPcm, 16, 16, 40);
+    source_.error_code = ZT_E_FAIL;
+    Destination(kPcm, 16, 16, 0);
+    EXPECT_EQ(c_copy(engine_, &source_, &destination_), ZT_E_FAIL);
+    EXPECT_STREQ(source_.order, "aif");
+    EXPECT_STREQ(destination_.order, "ahg");
+    EXPECT_EQ(destination_.error_code, ZT_E_FAIL);
+}
+
+} // namespace

@@ -1,0 +1,227 @@
+#include "component/class_factory.h"
+#include "component/unknown.h"
+#include "engine/engine_factory.h"
+#include "tests/support/engine_fixture.h"
+
+#include <zta/module.h>
+
+namespace zta::test {
+namespace {
+
+host::Ref<IClassFactory> ModuleClassFactory()
+{
+    void* pv = nullptr;
+    EXPECT_EQ(DllGetClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &pv), 0);
+    return host::Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(pv));
+}
+
+TEST(EngineCreation, AsksTheHostForThePoolInOrderWithOneRecord)
+{
+    Journal journal;
+    RecordingHost host(journal);
+    auto engine = CreateEngine(host);
+
+    ASSERT_EQ(host.Requests(), 131);
+    for (const SZtCreateAudioSamplesDescription& record : host.RequestRecords()) {
+        EXPECT_EQ(record.ulSize, 56U);
+        EXPECT_EQ(record.ui64BufferSize, 192000U);
+        EXPECT_EQ(record.ePolarity, 0U);
+        EXPECT_EQ(record.ulHostAttribute, 1U);
+        EXPECT_FALSE(record.bFadeIn);
+        EXPECT_FALSE(record.bFadeOut);
+        const SZtaWaveFormatInfo expected = {24, 2, keZtAudioDataTypePcm, 48000, 32, 32};
+        EXPECT_EQ(std::memcmp(&record.sWaveFormat, &expected, sizeof(expected)), 0);
+    }
+    EXPECT_TRUE(SZtLayoutProbe::PoolIs(static_cast<CZtaAudioSamplesEngine&>(*engine), host.Buffers()))
+        << "three stage buffers, then by turns one for fades and one for conversions";
+}
+
+TEST(EngineCreation, ReleasesThePoolWithTheLastReference)
+{
+    const int objectsBefore = g_i32Objects;
+    const long buffersBefore = host::AudioBuffer::LiveCount();
+    Journal journal;
+    RecordingHost host(journal);
+    auto engine = CreateEngine(host);
+    EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + 131);
+    EXPECT_EQ(g_i32Objects, objectsBefore + 1);
+
+    EXPECT_EQ(engine.Detach()->Release(), 0U) << "creation adds no reference to the caller's";
+
+    EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore);
+    EXPECT_EQ(g_i32Objects, objectsBefore);
+}
+
+TEST(EngineCreation, FailingAtAnyRequestStillHandsOutAnEngineWithWhatWasMade)
+{
+    const int objectsBefore = g_i32Objects;
+    const long buffersBefore = host::AudioBuffer::LiveCount();
+    for (int n = 1; n <= 131; ++n) {
+        SCOPED_TRACE(n);
+        Journal journal;
+        RecordingHost host(journal);
+        host.FailRequest(n);
+        int status = 0;
+        auto engine = CreateEngine(host, &status);
+
+        EXPECT_EQ(status, kInjectedFailure);
+        ASSERT_TRUE(engine);
+        EXPECT_EQ(host.Requests(), n) << "the first failure stops the creation";
+        EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + n - 1) << "what was made stays";
+        EXPECT_TRUE(SZtLayoutProbe::PoolIs(static_cast<CZtaAudioSamplesEngine&>(*engine), host.Buffers()));
+
+        engine.Reset();
+        EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore);
+        EXPECT_EQ(g_i32Objects, objectsBefore);
+    }
+}
+
+TEST(EngineCreation, IgnoresTheReservedArgument)
+{
+    Journal journal;
+    RecordingHost host(journal);
+    void* pv = nullptr;
+    ASSERT_EQ(ModuleClassFactory()->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &pv), 0);
+    auto factory = host::Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(pv));
+    IZtaAudioSamplesEngine* engine = nullptr;
+    EXPECT_EQ(factory->CreateAudioSamplesEngine(&host, ~0UL, &engine), 0);
+    ASSERT_NE(engine, nullptr);
+    EXPECT_EQ(engine->AddRef(), 2U) << "the engine starts with the caller's one reference";
+    EXPECT_EQ(engine->Release(), 1U);
+    EXPECT_EQ(engine->Release(), 0U);
+}
+
+TEST(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
+{
+    class CountingHost : public RecordingHost {
+    public:
+        using RecordingHost::RecordingHost;
+        unsigned long AddRef() override { return ++calls; }
+        unsigned long Release() override { return ++calls; }
+        int QueryInterface(const _GUID& riid, void** ppv) override
+        {
+            ++calls;
+            return RecordingHost::QueryInterface(riid, ppv);
+        }
+        unsigned long calls = 0;
+    };
+    Journal journal;
+    CountingHost host(journal);
+    auto engine = CreateEngine(host);
+    auto source = RecordingBuffer::Create(journal, "source", host::Pcm16(1), 64);
+    auto destination = RecordingBuffer::Create(journal, "destination", host::Pcm24In32(1), 128);
+    EXPECT_EQ(engine->CopyAudioSamples(source.Get(), destination.Get()), 0);
+    engine.Reset();
+    EXPECT_EQ(host.calls, 0U);
+    EXPECT_EQ(host.Requests(), 131);
+}
+
+TEST(EngineQuery, AnswersItsInterfaceAndIUnknownOnly)
+{
+    Journal journal;
+    RecordingHost host(journal);
+    auto engine = CreateEngine(host);
+
+    const _GUID copy = IID_IZtaAudioSamplesEngine; // the same identifier at another address
+    void* pv = nullptr;
+    ASSERT_EQ(engine->QueryInterface(copy, &pv), 0);
+    EXPECT_EQ(pv, static_cast<void*>(engine.Get()));
+    engine->Release();
+
+    ASSERT_EQ(engine->QueryInterface(IID_IUnknown, &pv), 0);
+    auto unknown = host::Ref<IUnknown>::Adopt(static_cast<IUnknown*>(pv));
+    ASSERT_EQ(unknown->QueryInterface(IID_IZtaAudioSamplesEngine, &pv), 0);
+    EXPECT_EQ(pv, static_cast<void*>(engine.Get())) << "IUnknown leads back to the interface";
+    EXPECT_EQ(static_cast<IUnknown*>(pv)->Release(), 2U);
+
+    EXPECT_EQ(engine->QueryInterface(IID_IZtaAudioSamplesEngineFactory, &pv), E_NOINTERFACE);
+    EXPECT_EQ(pv, nullptr);
+}
+
+TEST(EngineFactory, IsMadeByTheModulesClassFactoryAndLeavesWithIt)
+{
+    const int objectsBefore = g_i32Objects;
+    auto classFactory = ModuleClassFactory();
+    void* pv = nullptr;
+    ASSERT_EQ(classFactory->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &pv), 0);
+    auto factory = host::Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(pv));
+    EXPECT_EQ(g_i32Objects, objectsBefore + 2);
+
+    EXPECT_EQ(factory->QueryInterface(IID_IZtaAudioSamplesEngine, &pv), E_NOINTERFACE);
+    EXPECT_EQ(pv, nullptr);
+    EXPECT_EQ(classFactory->CreateInstance(nullptr, IID_IZtaAudioSamplesEngine, &pv), E_NOINTERFACE)
+        << "the engine itself has no class";
+
+    factory.Reset();
+    classFactory.Reset();
+    EXPECT_EQ(g_i32Objects, objectsBefore);
+}
+
+/// An object that aggregates the engine factory.
+class Outer : public IUnknown {
+public:
+    virtual ~Outer() = default;
+    int QueryInterface(const _GUID& /*riid*/, void** ppv) override
+    {
+        *ppv = this;
+        return 0;
+    }
+    unsigned long AddRef() override { return ++references; }
+    unsigned long Release() override { return --references; }
+
+    unsigned long references = 0;
+};
+
+TEST(EngineFactory, AggregatedForwardsToTheOuterObject)
+{
+    Outer outer;
+    auto classFactory = ModuleClassFactory();
+    void* pv = nullptr;
+    EXPECT_EQ(classFactory->CreateInstance(&outer, IID_IZtaAudioSamplesEngineFactory, &pv), E_NOINTERFACE)
+        << "who aggregates must ask for IUnknown";
+    ASSERT_EQ(classFactory->CreateInstance(&outer, IID_IUnknown, &pv), 0);
+    auto* inner = static_cast<INonDelegatingUnknown*>(pv);
+
+    ASSERT_EQ(inner->NonDelegatingQueryInterface(IID_IZtaAudioSamplesEngineFactory, &pv), 0);
+    EXPECT_EQ(outer.references, 1U) << "the inner object's interfaces are counted by the outer one";
+    auto* factory = static_cast<IZtaAudioSamplesEngineFactory*>(pv);
+    void* asked = nullptr;
+    EXPECT_EQ(factory->QueryInterface(IID_IClassFactory, &asked), 0);
+    EXPECT_EQ(asked, static_cast<void*>(&outer));
+    EXPECT_EQ(factory->AddRef(), 2U);
+    factory->Release();
+    factory->Release();
+    EXPECT_EQ(inner->NonDelegatingRelease(), 0U);
+}
+
+TEST(ClassTable, HasTheOneClassOfTheModule)
+{
+    ASSERT_EQ(g_iTemplates, 1);
+    EXPECT_STREQ(g_aoTemplates[0].m_pwszName, L"KelvarVideo AudioSamples Engine");
+    EXPECT_EQ(std::memcmp(g_aoTemplates[0].m_pClsid, &CLSID_ZtaAudioSamplesEngine, sizeof(_GUID)), 0);
+    EXPECT_EQ(g_aoTemplates[0].m_pfnCreateInstance, &CZtaAudioSamplesEngineFactory::CreateInstance);
+    EXPECT_EQ(g_aoTemplates[0].m_pfnInitClass, nullptr);
+    EXPECT_EQ(g_aoTemplates[0].m_pfnRegister, nullptr);
+}
+
+TEST(Identifiers, HaveTheirPublishedValues)
+{
+    const auto text = [](const _GUID& guid) {
+        char buffer[64];
+        const std::uint8_t* last = guid.Data4;
+        std::snprintf(buffer, sizeof(buffer), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", guid.Data1,
+                      guid.Data2, guid.Data3, last[0], last[1], last[2], last[3], last[4], last[5], last[6], last[7]);
+        return std::string(buffer);
+    };
+    EXPECT_EQ(text(IID_IZtAVContent), "E7906166-30F4-4F30-AE1E-2FCFAE969330");
+    EXPECT_EQ(text(IID_IZtAudioSamples), "20B1F28E-A524-4997-A768-F4FF6342363E");
+    EXPECT_EQ(text(IID_IZtQuonEnginePrivate), "1E271296-1E50-40C9-8BB5-FB13F8133B96");
+    EXPECT_EQ(text(CLSID_ZtaAudioSamplesEngine), "45F20097-F519-4DCF-80D8-CC0D06CBF259");
+    EXPECT_EQ(text(IID_IZtaAudioSamplesEngine), "1E3A4C45-A1AD-4385-A650-1C3DB428F3CB");
+    EXPECT_EQ(text(IID_IZtaAudioSamplesEngineFactory), "8593F6A8-4042-42B9-86D0-7160A75F5F87");
+    EXPECT_EQ(text(IID_IUnknown), "00000000-0000-0000-C000-000000000046");
+    EXPECT_EQ(text(IID_IClassFactory), "00000001-0000-0000-C000-000000000046");
+}
+
+} // namespace
+} // namespace zta::test

@@ -1,0 +1,145 @@
+#include "tests/support/engine_fixture.h"
+#include "tests/support/scenarios.h"
+
+#include <cstdio>
+
+namespace zta::test {
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+/// Everything that an operation leaves in its outputs.
+std::vector<Bytes> Contents(const Scenario& scenario)
+{
+    std::vector<Bytes> contents;
+    for (const auto& output : scenario.outputs) {
+        contents.emplace_back(output->Data(), output->Data() + output->Capacity());
+    }
+    return contents;
+}
+
+RecordingBuffer& Recording(const host::Ref<host::AudioBuffer>& buffer)
+{
+    return static_cast<RecordingBuffer&>(*buffer);
+}
+
+/// A byte copy that does not fit keeps the reference that its query hands out. Finds these queries in the journal and
+/// gives their references back.
+void ReleaseKeptReferences(const Calls& calls, RecordingBuffer& buffer)
+{
+    const std::string query = buffer.Name() + ".QueryInterface";
+    const std::string record = ErrorCall(buffer.Name(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    for (std::size_t i = 0; i + 1 < calls.size(); ++i) {
+        if (calls[i] == query && calls[i + 1] == record && buffer.References() > 1) {
+            buffer.Release();
+        }
+    }
+}
+
+class HostFaults : public EngineTest, public ::testing::WithParamInterface<ScenarioRow> {
+protected:
+    Scenario MakeScenario()
+    {
+        return GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+            return host::Ref<host::AudioBuffer>::Adopt(RecordingBuffer::Create(journal_, name, format, bytes).Detach());
+        });
+    }
+
+    void CheckBuffer(const RecordingBuffer& buffer, const char* signal, bool mayStaySilent)
+    {
+        const int signals = journal_.Count(buffer.Name() + "." + signal);
+        EXPECT_LE(signals, 1) << buffer.Name();
+        if (!mayStaySilent) {
+            EXPECT_EQ(signals, 1) << buffer.Name();
+        }
+    }
+
+    void Inject(int n, bool lasting, const std::vector<Bytes>& expected)
+    {
+        const ScenarioRow& row = GetParam();
+        Scenario scenario = MakeScenario();
+        journal_.Clear();
+        journal_.FailCall(n, lasting);
+        const int status = RunAnnounced(scenario, *engine_);
+        injected_ = journal_.HasFailed();
+        journal_.StopFailing();
+        const Calls calls = journal_.Calls();
+        if (!injected_) {
+            EXPECT_EQ(status, row.status);
+        }
+        const std::string failed = injected_ ? calls[static_cast<std::size_t>(n) - 1] : "";
+        SCOPED_TRACE("call " + std::to_string(n) + (lasting ? " and after: " : ": ") + failed);
+
+        // A buffer that does not answer the entry's query gets no signal; everyone else gets exactly one.
+        const bool queryFailed = failed.ends_with(".QueryInterface") || (lasting && injected_);
+        for (const auto& input : scenario.inputs) {
+            CheckBuffer(Recording(input), "SignalReadCompletion", queryFailed);
+        }
+        for (const auto& output : scenario.outputs) {
+            CheckBuffer(Recording(output), "SignalWriteCompletion", queryFailed);
+            const std::string& name = Recording(output).Name();
+            if (status < 0 && !row.returnsSignalsStatus && journal_.Count(name + ".SignalWriteCompletion") == 1) {
+                EXPECT_GE(journal_.Count(ErrorCall(name, status)), 1) << name;
+            }
+        }
+        for (const auto& output : scenario.outputs) {
+            ReleaseKeptReferences(calls, Recording(output));
+        }
+        for (RecordingBuffer* buffer : host_.Buffers()) {
+            ReleaseKeptReferences(calls, *buffer);
+        }
+        for (const auto& buffer : scenario.inputs) {
+            ExpectAtRest({&Recording(buffer)});
+        }
+        for (const auto& buffer : scenario.outputs) {
+            ExpectAtRest({&Recording(buffer)});
+        }
+
+        // The engine is as good as new.
+        Scenario again = MakeScenario();
+        EXPECT_EQ(RunAnnounced(again, *engine_), row.status);
+        EXPECT_EQ(Contents(again), expected);
+        for (const auto& output : again.outputs) {
+            ReleaseKeptReferences(journal_.Calls(), Recording(output));
+        }
+        for (RecordingBuffer* buffer : host_.Buffers()) {
+            while (buffer->References() > 1) {
+                buffer->Release();
+            }
+        }
+    }
+
+    bool injected_ = false;
+};
+
+TEST_P(HostFaults, AtAnyCallLeaveEverythingBalanced)
+{
+    const ScenarioRow& row = GetParam();
+    Scenario reference = MakeScenario();
+    EXPECT_EQ(RunAnnounced(reference, *engine_), row.status);
+    const std::vector<Bytes> expected = Contents(reference);
+    for (RecordingBuffer* buffer : host_.Buffers()) {
+        while (buffer->References() > 1) {
+            buffer->Release();
+        }
+    }
+
+    int injections = 0;
+    for (const bool lasting : {false, true}) {
+        int n = 1;
+        do {
+            Inject(n++, lasting, expected);
+            injections += injected_ ? 1 : 0;
+            ASSERT_LT(n, 10000) << "the operation does not end";
+        } while (injected_);
+    }
+    RecordProperty("injections", injections);
+    std::printf("%d failures injected\n", injections);
+    EXPECT_GT(injections, 10);
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, HostFaults, ::testing::ValuesIn(Scenarios()),
+                         [](const auto& parameter) { return parameter.param.name; });
+
+} // namespace
+} // namespace zta::test

@@ -1,0 +1,179 @@
+// CopyAudioSamples under the trap, on every road that it can take.
+
+#include "tests/realtime/realtime_test_support.h"
+
+#include "kernels/bit_depth_list.h"
+#include "kernels/sample_format.h"
+
+#include <zta/status.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace zta::host;
+using zta::test::ClocklessBuffer;
+using zta::test::ExpectRealtimeSafe;
+using zta::test::RealtimeTrap;
+
+constexpr std::size_t kFrames = 480;
+
+class CopyRealtime : public zta::test::RealtimeEngine {
+protected:
+    /// Copies between two fresh buffers under the trap; the source asks for the given fades.
+    void Copy(const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to, bool fade_in = false, bool fade_out = false,
+              int expected = ZT_NOERROR)
+    {
+        SCOPED_TRACE(FormatName(from) + " to " + FormatName(to) + (fade_in ? ", fade in" : "") +
+                     (fade_out ? ", fade out" : ""));
+        const auto source = ClocklessBuffer::Create(from, kFrames);
+        const auto destination = ClocklessBuffer::Create(to, kFrames);
+        source->SetFades(fade_in, fade_out);
+        CopyBetween(source, destination, expected);
+    }
+
+    void CopyBetween(const Ref<ClocklessBuffer>& source, const Ref<ClocklessBuffer>& destination, int expected)
+    {
+        source->AnnounceRead();
+        destination->AnnounceWrite();
+        int status = 1;
+        ExpectRealtimeSafe([&] { status = engine_->CopyAudioSamples(source.Get(), destination.Get()); });
+        EXPECT_EQ(status, expected) << module_.ErrorText(status);
+        EXPECT_EQ(destination->ErrorCode(), expected);
+        EXPECT_EQ(source->ReadCount() + destination->WriteCount(), 0);
+        EXPECT_EQ(source->PairingViolations() + destination->PairingViolations(), 0);
+    }
+};
+
+TEST_F(CopyRealtime, TheTrapReachesIntoTheModule)
+{
+    if (!RealtimeTrap::IsAvailable()) {
+        GTEST_SKIP() << "the sanitizer watches the allocator itself";
+    }
+    // Creation of an engine is no real-time operation.
+    RealtimeTrap trap;
+    const auto engine = module_.CreateEngine(*host_.Get());
+    EXPECT_GT(trap.Violations(), 131);
+}
+
+TEST_F(CopyRealtime, ByteCopies)
+{
+    for (const auto& format : {Pcm16(1), Pcm16(2, 44100), Pcm24In24(64), Pcm24In32(8), Float32(2), Multi24(4),
+                               Opaque(16), SZtaWaveFormatInfo{24, 3, keZtAudioDataTypePcm, 96000, 8, 8}}) {
+        Copy(format, format);
+    }
+    Copy(Opaque(2, 32, 24), Opaque(2, 32, 32));
+}
+
+TEST_F(CopyRealtime, EveryConversionOfBitDepth)
+{
+#define ZTA_PAIR(in, out, name, arithmetic, samples)                                                                   \
+    Copy(g_asFormatOfProperty[keZtAudioSampleFormat##in], g_asFormatOfProperty[keZtAudioSampleFormat##out]);
+    ZTA_BIT_DEPTH_LIST(ZTA_PAIR)
+#undef ZTA_PAIR
+}
+
+TEST_F(CopyRealtime, EveryConversionOfDataType)
+{
+    for (const std::uint32_t channels : {1U, 2U}) {
+        SZtaWaveFormatInfo pcm16_in_32 = Multi16(channels);
+        pcm16_in_32.eDataType = keZtAudioDataTypePcm;
+        Copy(Multi16(channels), pcm16_in_32);
+        Copy(Multi16(channels), Pcm16(channels));
+    }
+    for (const std::uint32_t channels : {1U, 2U, 4U, 8U, 16U}) {
+        Copy(Multi24(channels), Pcm24In32(channels));
+    }
+}
+
+TEST_F(CopyRealtime, TheLabelFix)
+{
+    Copy(Pcm20In32(2), Pcm24In32(2));
+    Copy(Pcm20In32(2), Pcm20In32(2));
+}
+
+TEST_F(CopyRealtime, FadesInPlaceOnTheDestination)
+{
+    for (const std::uint32_t channels : {1U, 2U, 4U, 8U, 16U}) {
+        Copy(Pcm16(channels), Pcm16(channels), true, true);
+        Copy(Pcm24In32(channels), Pcm24In32(channels), true, true);
+        Copy(Pcm16(channels), Pcm24In32(channels), true, false);
+        Copy(Pcm24In32(channels), Pcm16(channels), false, true);
+    }
+}
+
+TEST_F(CopyRealtime, FadesOnTheStageBuffer)
+{
+    // Faded as 16-in-16 or 24-in-32, then brought to a format that fades refuse.
+    for (const std::uint32_t channels : {1U, 2U}) {
+        Copy(Pcm24In32(channels), Pcm24In24(channels), true, true);
+        Copy(Pcm24In24(channels), Pcm24In24(channels), true, true);
+        Copy(Pcm16(channels), Float32(channels), true, true);
+        Copy(Float32(channels), Float32(channels), true, true);
+    }
+}
+
+TEST_F(CopyRealtime, FailuresOfTheEntry)
+{
+    const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
+    const auto destination = ClocklessBuffer::Create(Pcm16(2), kFrames);
+
+    int status = 0;
+    ExpectRealtimeSafe([&] { status = engine_->CopyAudioSamples(source.Get(), nullptr); });
+    EXPECT_EQ(status, ZT_E_INVALID_POINTER);
+
+    destination->AnnounceWrite();
+    ExpectRealtimeSafe([&] { status = engine_->CopyAudioSamples(nullptr, destination.Get()); });
+    EXPECT_EQ(status, ZT_E_INVALID_POINTER);
+    EXPECT_EQ(destination->WriteCount(), 0);
+
+    Copy(Pcm16(2), Pcm16(1), false, false, ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH);
+
+    source->SetErrorCode(ZT_E_FAIL);
+    CopyBetween(source, destination, ZT_E_FAIL);
+}
+
+TEST_F(CopyRealtime, FailuresOfTheWorker)
+{
+    // These pass through the status value that reports failures to the host's log; this host has none.
+    Copy(Float32(2), Float32(2, 44100), false, false, ZT_E_FORMAT_NOT_SUPPORTED);
+    Copy(Pcm16(32), Pcm16(32), true, false, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+
+    const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
+    CopyBetween(source, ClocklessBuffer::Create(Pcm16(2), kFrames - 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    CopyBetween(source, ClocklessBuffer::Create(Pcm24In32(2), kFrames - 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+}
+
+TEST_F(CopyRealtime, ACallOnABusyEngine)
+{
+    // A host that calls the engine again from inside an operation meets the latch as another thread would.
+    class Reentrant : public ClocklessBuffer {
+    public:
+        Reentrant(const SZtaWaveFormatInfo& format, std::function<void()> inner)
+            : ClocklessBuffer(format, kFrames), inner_(std::move(inner))
+        {
+        }
+
+        int MarkWriteStartTime() override { return inner_(), 0; }
+
+    private:
+        std::function<void()> inner_;
+    };
+
+    const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
+    const auto inner_source = ClocklessBuffer::Create(Pcm16(2), kFrames);
+    const auto inner_destination = ClocklessBuffer::Create(Pcm16(2), kFrames);
+    int inner_status = 0;
+    const auto destination = Ref<ClocklessBuffer>::Adopt(new Reentrant(
+        Pcm16(2), [&] { inner_status = engine_->CopyAudioSamples(inner_source.Get(), inner_destination.Get()); }));
+    inner_source->AnnounceRead();
+    inner_destination->AnnounceWrite();
+    CopyBetween(source, destination, ZT_NOERROR);
+    EXPECT_EQ(inner_status, ZT_E_MODULE_BUSY);
+    EXPECT_EQ(inner_destination->ErrorCode(), ZT_E_MODULE_BUSY);
+    EXPECT_EQ(inner_destination->WriteCount(), 0);
+}
+
+} // namespace

@@ -1,0 +1,173 @@
+// The trap itself: it must catch what it is there to catch, or the tests that rely on it prove nothing.
+
+#include "tests/support/realtime_trap.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+using zta::test::RealtimeTrap;
+using zta::test::RunUnderSeccomp;
+
+/// Hides a pointer from the optimiser, which would otherwise drop an allocation that nothing uses.
+void Keep(void* memory)
+{
+    asm volatile("" : : "r"(memory) : "memory");
+}
+
+class Watch : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!RealtimeTrap::IsAvailable()) {
+            GTEST_SKIP() << "the sanitizer watches the allocator itself";
+        }
+    }
+};
+
+/// The first forbidden call of `action`, and how many there were.
+template <class Action>
+std::pair<std::string, int> Caught(Action action)
+{
+    RealtimeTrap trap;
+    action();
+    const int violations = trap.Violations();
+    return {trap.First(), violations};
+}
+
+TEST_F(Watch, SeesNothingInPureArithmetic)
+{
+    volatile int sum = 0;
+    EXPECT_EQ(Caught([&sum] {
+                  for (int i = 0; i < 1000; ++i) {
+                      sum = sum + i;
+                  }
+              }),
+              std::make_pair(std::string(), 0));
+}
+
+TEST_F(Watch, CatchesMalloc)
+{
+    void* memory = nullptr;
+    EXPECT_EQ(Caught([&memory] { Keep(memory = std::malloc(10)); }), std::make_pair(std::string("malloc"), 1));
+    EXPECT_EQ(Caught([&memory] { std::free(memory); }), std::make_pair(std::string("free"), 1));
+}
+
+TEST_F(Watch, CatchesTheAllocatorsOtherEntries)
+{
+    void* memory = nullptr;
+    EXPECT_EQ(Caught([&memory] { Keep(memory = std::calloc(1, 10)); }).first, "calloc");
+    EXPECT_EQ(Caught([&memory] { Keep(memory = std::realloc(memory, 5000)); }).first, "realloc");
+    std::free(memory);
+    EXPECT_EQ(Caught([&memory] { Keep(memory = std::aligned_alloc(64, 64)); }).first, "aligned_alloc");
+    std::free(memory);
+    EXPECT_EQ(Caught([&memory] { EXPECT_EQ(posix_memalign(&memory, 64, 64), 0); }).first, "posix_memalign");
+    std::free(memory);
+}
+
+TEST_F(Watch, CatchesNewAndDelete)
+{
+    int* number = nullptr;
+    EXPECT_EQ(Caught([&number] { Keep(number = new int(1)); }), std::make_pair(std::string("malloc"), 1));
+    EXPECT_EQ(Caught([&number] { delete number; }), std::make_pair(std::string("free"), 1));
+}
+
+TEST_F(Watch, CatchesAMutex)
+{
+    std::mutex mutex;
+    EXPECT_EQ(Caught([&mutex] { const std::lock_guard lock(mutex); }),
+              std::make_pair(std::string("pthread_mutex_lock"), 2));
+}
+
+TEST_F(Watch, CatchesFiles)
+{
+    EXPECT_EQ(Caught([] { ASSERT_EQ(write(-1, "", 0), -1); }), std::make_pair(std::string("write"), 1));
+    char byte = 0;
+    EXPECT_EQ(Caught([&byte] { ASSERT_EQ(read(-1, &byte, 1), -1); }), std::make_pair(std::string("read"), 1));
+    EXPECT_EQ(Caught([] { ASSERT_EQ(open("/nowhere/at/all", O_RDONLY), -1); }), std::make_pair(std::string("open"), 1));
+    EXPECT_EQ(Caught([] { ASSERT_EQ(std::fopen("/nowhere/at/all", "r"), nullptr); }).first, "fopen");
+}
+
+TEST_F(Watch, NamesTheFirstAndCountsAll)
+{
+    std::mutex mutex;
+    EXPECT_EQ(Caught([&mutex] {
+                  void* memory = std::malloc(10);
+                  Keep(memory);
+                  const std::lock_guard lock(mutex);
+                  std::free(memory);
+              }),
+              std::make_pair(std::string("malloc"), 4));
+}
+
+TEST_F(Watch, EndsWithItsScopeAndStartsAfresh)
+{
+    {
+        RealtimeTrap trap;
+        Keep(std::make_unique<int>(1).get());
+    }
+    Keep(std::make_unique<int>(1).get());
+    RealtimeTrap trap;
+    EXPECT_EQ(trap.Violations(), 0);
+}
+
+class Seccomp : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (RunUnderSeccomp([](void*) {}, nullptr) == zta::test::kSeccompUnavailable) {
+            GTEST_SKIP() << "the kernel does not let this process filter its system calls";
+        }
+    }
+};
+
+TEST_F(Seccomp, LetsPureArithmeticThrough)
+{
+    const auto count = [](void* sum) {
+        for (int i = 0; i < 1000; ++i) {
+            *static_cast<volatile int*>(sum) = *static_cast<volatile int*>(sum) + i;
+        }
+    };
+    int sum = 0;
+    EXPECT_EQ(RunUnderSeccomp(count, &sum), zta::test::kNoSystemCall);
+    EXPECT_EQ(sum, 0) << "the child works on its own memory";
+}
+
+TEST_F(Seccomp, CatchesAWrite)
+{
+    EXPECT_EQ(RunUnderSeccomp([](void*) { EXPECT_EQ(write(1, "x", 1), 1); }, nullptr), SYS_write);
+}
+
+TEST_F(Seccomp, CatchesACallPastTheLibrary)
+{
+    EXPECT_EQ(RunUnderSeccomp(
+                  [](void*) {
+                      long number = SYS_getppid;
+                      asm volatile("syscall" : "+a"(number) : : "rcx", "r11", "memory");
+                  },
+                  nullptr),
+              SYS_getppid);
+}
+
+TEST_F(Seccomp, CatchesAnAllocationThatNeedsMoreMemory)
+{
+    if (!RealtimeTrap::IsAvailable()) {
+        GTEST_SKIP() << "the sanitizer's allocator has its own ways";
+    }
+    EXPECT_EQ(RunUnderSeccomp([](void*) { Keep(std::malloc(std::size_t{1} << 30)); }, nullptr), SYS_mmap);
+}
+
+TEST_F(Seccomp, TellsACrashFromASystemCall)
+{
+    EXPECT_EQ(RunUnderSeccomp([](void*) { __builtin_trap(); }, nullptr), zta::test::kCrashed);
+}
+
+} // namespace

@@ -71,7 +71,7 @@ int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
     for (const std::size_t size : kSizes) {
-        const std::string suffix = "/" + std::to_string(size >> 10) + "KiB";
+        const std::string suffix = std::string("/").append(std::to_string(size >> 10)).append("KiB");
         benchmark::RegisterBenchmark(("memcpy" + suffix).c_str(), Copy, size);
         for (const SZtaLoopTarget& target : g_asLoopTargets) {
             if (!target.RunsWith(features)) {

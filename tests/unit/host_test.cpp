@@ -231,7 +231,7 @@ TEST(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
             buffer->SignalReadCompletion();
             buffer->SignalWriteCompletion();
         });
-        const bool ended = buffer->WaitForCompletion(std::chrono::nanoseconds::max());
+        const bool ended = buffer->WaitForCompletion(10s);
         const int open = buffer->ReadCount() + buffer->WriteCount();
         engine.join();
         ASSERT_TRUE(ended);

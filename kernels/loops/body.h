@@ -12,8 +12,8 @@
 #define ZTA_STRING_OF(name) #name
 #define ZTA_STRING(name) ZTA_STRING_OF(name)
 
-const SZtaSampleLoops zta::loops::ZTA_LOOP_TARGET::g_sLoops = {ZTA_STRING(ZTA_LOOP_TARGET),
+constinit const SZtaSampleLoops zta::loops::ZTA_LOOP_TARGET::g_sLoops = {ZTA_STRING(ZTA_LOOP_TARGET),
 #define ZTA_LOOP_ROW(name, in, out, law) Convert<in, out, law>,
-                                                               ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
+                                                                         ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
 };

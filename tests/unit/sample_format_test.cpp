@@ -225,10 +225,10 @@ TEST(SampleFormat, GivesEachTableFormatItsOwnProperty)
 
 TEST(SampleFormat, ClassifiesEveryCombinationAsTheTableTells)
 {
-    for (const std::uint32_t type : {0, 1, 2, 3, 4, 5, 9}) {
-        for (const std::uint32_t container : {0, 8, 16, 20, 24, 32, 64}) {
-            for (const std::uint32_t valid : {0, 8, 16, 20, 24, 32}) {
-                for (const std::uint32_t rate : {0, 44100, 48000, 96000}) {
+    for (const std::uint32_t type : {0u, 1u, 2u, 3u, 4u, 5u, 9u}) {
+        for (const std::uint32_t container : {0u, 8u, 16u, 20u, 24u, 32u, 64u}) {
+            for (const std::uint32_t valid : {0u, 8u, 16u, 20u, 24u, 32u}) {
+                for (const std::uint32_t rate : {0u, 44100u, 48000u, 96000u}) {
                     for (std::uint32_t channels = 0; channels <= 65; ++channels) {
                         ASSERT_EQ(Classify(type, container, valid, rate, channels),
                                   Model(type, container, valid, rate, channels))

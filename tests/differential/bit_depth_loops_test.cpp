@@ -1,0 +1,319 @@
+// Every conversion loop of every instruction set that this processor runs, against the plain models of the tests.
+
+#include "kernels/loops/loops.h"
+#include "tests/support/conversion_models.h"
+#include "tests/support/guarded_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <iterator>
+#include <limits>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct Conversion {
+    const char* name;
+    std::size_t in;
+    std::size_t out;
+    ZtaConversion SZtaSampleLoops::*loop;
+    void (*model)(const std::uint8_t* in, std::uint8_t* out);
+};
+
+constexpr Conversion kConversions[] = {
+#define ZTA_TEST_ROW(name, in, out, law) {#name, in, out, &SZtaSampleLoops::pfn##name, &models::Convert##name},
+    ZTA_CONVERSION_LIST(ZTA_TEST_ROW)
+#undef ZTA_TEST_ROW
+};
+
+constexpr std::size_t kMaxSamples = 300;
+constexpr std::uint8_t kPoison = 0xA5;
+
+unsigned Seed()
+{
+    static const unsigned seed = [] {
+        const char* chosen = std::getenv("ZTA_TEST_SEED");
+        const unsigned value =
+            chosen != nullptr ? static_cast<unsigned>(std::strtoul(chosen, nullptr, 10)) : std::random_device{}();
+        std::cout << "ZTA_TEST_SEED=" << value << "\n";
+        return value;
+    }();
+    return seed;
+}
+
+/// The words at which something changes, for conversions that read four bytes.
+Bytes TellingWords()
+{
+    std::vector<std::uint32_t> words;
+    for (int bit = 0; bit < 32; ++bit) {
+        for (std::uint32_t near : {0xFFFFFFFFu, 0u, 1u}) {
+            words.push_back((1u << bit) + near);
+            words.push_back(~((1u << bit) + near));
+        }
+    }
+    using Limits = std::numeric_limits<float>;
+    for (float value : {0.0f, 0.5f, 1.0f, 1.5f, 2.0f, 65536.0f, 65538.0f, 1e9f, 2147483520.0f, 2147483648.0f,
+                        1.0f / 32767.0f, 32768.0f / 32767.0f, Limits::max(), Limits::min(), Limits::denorm_min(),
+                        Limits::infinity(), Limits::quiet_NaN(), Limits::signaling_NaN()}) {
+        std::uint8_t bytes[4];
+        models::SetFloat(bytes, value);
+        const std::uint32_t word = models::Word(bytes);
+        for (std::uint32_t near : {0xFFFFFFFFu, 0u, 1u}) {
+            words.push_back(word + near);
+            words.push_back((word + near) ^ 0x80000000u);
+        }
+    }
+    Bytes bytes(words.size() * 4);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        models::SetWord(&bytes[i * 4], words[i]);
+    }
+    return bytes;
+}
+
+class ConversionLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
+protected:
+    void SetUp() override
+    {
+        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+            GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
+        }
+        loop_ = target_.psLoops->*conversion_.loop;
+        random_.seed(Seed());
+    }
+
+    Bytes RandomBytes(std::size_t count)
+    {
+        Bytes bytes(count);
+        std::generate(bytes.begin(), bytes.end(), [this] { return static_cast<std::uint8_t>(random_()); });
+        return bytes;
+    }
+
+    Bytes RandomSamples(std::size_t count)
+    {
+        Bytes bytes = RandomBytes(count * conversion_.in);
+        if (conversion_.in == 4) { // every other word has an exponent at which floats are in or just out of range
+            for (std::size_t i = 0; i < count; i += 2) {
+                const auto exponent = static_cast<std::uint32_t>(100 + random_() % 60);
+                const std::uint32_t word = models::Word(&bytes[i * 4]);
+                models::SetWord(&bytes[i * 4], (word & 0x807FFFFFu) | exponent << 23);
+            }
+        }
+        return bytes;
+    }
+
+    Bytes Expected(const Bytes& input) const
+    {
+        const std::size_t count = input.size() / conversion_.in;
+        Bytes output(count * conversion_.out);
+        for (std::size_t i = 0; i < count; ++i) {
+            conversion_.model(&input[i * conversion_.in], &output[i * conversion_.out]);
+        }
+        return output;
+    }
+
+    /// The loop's result for all of the input. The addresses are odd, so that no vector is aligned.
+    Bytes Result(const Bytes& input) const
+    {
+        const std::size_t count = input.size() / conversion_.in;
+        Bytes unaligned(input.size() + 1);
+        std::copy(input.begin(), input.end(), unaligned.begin() + 1);
+        Bytes output(count * conversion_.out + 1);
+        loop_(unaligned.data() + 1, output.data() + 1, count);
+        output.erase(output.begin());
+        return output;
+    }
+
+    void ExpectSame(const Bytes& input) const
+    {
+        const Bytes expected = Expected(input);
+        const Bytes result = Result(input);
+        if (expected == result) {
+            return;
+        }
+        const auto at = static_cast<std::size_t>(std::mismatch(expected.begin(), expected.end(), result.begin()).first -
+                                                 expected.begin());
+        ADD_FAILURE() << "sample " << at / conversion_.out << " of " << input.size() / conversion_.in << ", byte "
+                      << at % conversion_.out << ": expected " << int{expected[at]} << ", got " << int{result[at]};
+    }
+
+    const SZtaLoopTarget& target_ = g_asLoopTargets[std::get<0>(GetParam())];
+    const Conversion& conversion_ = kConversions[std::get<1>(GetParam())];
+    ZtaConversion loop_ = nullptr;
+    std::mt19937 random_;
+};
+
+class ConversionLoopOfOneSize : public ConversionLoop {};
+
+TEST_P(ConversionLoop, GivesTheModelsBytesAtEveryLengthAndAlignmentAndTouchesNoOthers)
+{
+    constexpr std::size_t kZone = 128;
+    const Bytes samples = RandomSamples(kMaxSamples);
+    const Bytes expected = Expected(samples);
+    Bytes input(samples.size() + 64);
+    Bytes output(expected.size() + 64 + 2 * kZone);
+    const auto Check = [&](std::size_t count, std::size_t inputOffset, std::size_t outputOffset) {
+        std::copy_n(samples.begin(), count * conversion_.in, input.begin() + static_cast<std::ptrdiff_t>(inputOffset));
+        std::fill(output.begin(), output.end(), kPoison);
+        loop_(input.data() + inputOffset, output.data() + kZone + outputOffset, count);
+        const auto first = output.begin() + static_cast<std::ptrdiff_t>(kZone + outputOffset);
+        const auto last = first + static_cast<std::ptrdiff_t>(count * conversion_.out);
+        const auto IsPoison = [](std::uint8_t byte) { return byte == kPoison; };
+        ASSERT_TRUE(std::equal(first, last, expected.begin())) << count << " " << inputOffset << " " << outputOffset;
+        ASSERT_TRUE(std::all_of(output.begin(), first, IsPoison)) << count << " " << inputOffset << " " << outputOffset;
+        ASSERT_TRUE(std::all_of(last, output.end(), IsPoison)) << count << " " << inputOffset << " " << outputOffset;
+    };
+    for (std::size_t count = 0; count <= kMaxSamples; ++count) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            ASSERT_NO_FATAL_FAILURE(Check(count, random_() % 64, random_() % 64));
+        }
+    }
+    for (std::size_t count : {std::size_t{1}, std::size_t{9}, std::size_t{75}, kMaxSamples}) {
+        for (std::size_t offset = 0; offset < 64; ++offset) {
+            ASSERT_NO_FATAL_FAILURE(Check(count, offset, random_() % 64));
+            ASSERT_NO_FATAL_FAILURE(Check(count, random_() % 64, offset));
+        }
+    }
+}
+
+TEST_P(ConversionLoop, ReadsAndWritesNothingBesideItsSamples)
+{
+    const Bytes samples = RandomSamples(kMaxSamples);
+    const Bytes expected = Expected(samples);
+    const GuardedBuffer input(samples.size());
+    const GuardedBuffer output(expected.size());
+    for (std::size_t count = 0; count <= kMaxSamples; ++count) {
+        const std::size_t inputBytes = count * conversion_.in;
+        const std::size_t outputBytes = count * conversion_.out;
+        for (bool inputAtEnd : {false, true}) {
+            for (bool outputAtEnd : {false, true}) {
+                std::uint8_t* in = inputAtEnd ? input.End() - inputBytes : input.Begin();
+                std::uint8_t* out = outputAtEnd ? output.End() - outputBytes : output.Begin();
+                std::copy_n(samples.begin(), inputBytes, in);
+                loop_(in, out, count);
+                ASSERT_TRUE(std::equal(out, out + outputBytes, expected.begin())) << count;
+            }
+        }
+    }
+}
+
+TEST_P(ConversionLoop, LeavesItsInputAlone)
+{
+    const Bytes samples = RandomSamples(kMaxSamples);
+    Bytes input = samples;
+    Bytes output(kMaxSamples * conversion_.out);
+    loop_(input.data(), output.data(), kMaxSamples);
+    EXPECT_EQ(input, samples);
+}
+
+TEST_P(ConversionLoop, GivesTheModelsBytesForTellingAndManyRandomSamples)
+{
+    if (conversion_.in == 2) { // all there are
+        Bytes all(65536 * 2);
+        for (std::size_t i = 0; i < 65536; ++i) {
+            all[i * 2] = static_cast<std::uint8_t>(i % 256);
+            all[i * 2 + 1] = static_cast<std::uint8_t>(i / 256);
+        }
+        ExpectSame(all);
+        return;
+    }
+    if (conversion_.in == 4) {
+        const Bytes words = TellingWords();
+        ExpectSame(words);
+        for (std::size_t i = 0; i < words.size(); i += 4) { // alone, so that the remainder's path meets them, too
+            ExpectSame(Bytes(words.begin() + static_cast<std::ptrdiff_t>(i),
+                             words.begin() + static_cast<std::ptrdiff_t>(i + 4)));
+        }
+    }
+    ExpectSame(RandomSamples(200'000));
+}
+
+TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereBuffersOverlap)
+{
+    constexpr std::ptrdiff_t kFarthest = 150;
+    for (std::ptrdiff_t shift = -kFarthest; shift <= kFarthest; ++shift) {
+        const std::size_t count = shift == 0 ? 257 : random_() % 100;
+        Bytes memory = RandomBytes(2 * kFarthest + 257 * 4);
+        Bytes expected = memory;
+        for (std::size_t i = 0; i < count; ++i) {
+            std::uint8_t* in = expected.data() + kFarthest + i * 4;
+            std::uint8_t converted[4];
+            conversion_.model(in, converted);
+            std::copy_n(converted, 4, in + shift);
+        }
+        loop_(memory.data() + kFarthest, memory.data() + kFarthest + shift, count);
+        ASSERT_EQ(memory, expected) << "output " << shift << " bytes behind the input, " << count << " samples";
+    }
+    for (std::size_t count = 0; count <= kMaxSamples; ++count) {
+        Bytes memory = RandomSamples(count);
+        const Bytes expected = Expected(memory);
+        loop_(memory.data(), memory.data(), count);
+        ASSERT_EQ(memory, expected) << count << " samples in place";
+    }
+}
+
+std::vector<std::size_t> ConversionsWhere(bool (*chosen)(const Conversion&))
+{
+    std::vector<std::size_t> indexes;
+    for (std::size_t i = 0; i < std::size(kConversions); ++i) {
+        if (chosen(kConversions[i])) {
+            indexes.push_back(i);
+        }
+    }
+    return indexes;
+}
+
+std::string Name(const testing::TestParamInfo<std::tuple<std::size_t, std::size_t>>& param)
+{
+    return std::string(g_asLoopTargets[std::get<0>(param.param)].psLoops->pszName) + "_" +
+           kConversions[std::get<1>(param.param)].name;
+}
+
+const auto kAllTargets = testing::Range(std::size_t{0}, std::size(g_asLoopTargets));
+
+INSTANTIATE_TEST_SUITE_P(All, ConversionLoop,
+                         testing::Combine(kAllTargets,
+                                          testing::ValuesIn(ConversionsWhere([](const auto&) { return true; }))),
+                         Name);
+INSTANTIATE_TEST_SUITE_P(All, ConversionLoopOfOneSize,
+                         testing::Combine(kAllTargets, testing::ValuesIn(ConversionsWhere([](const auto& c) {
+                                              return c.in == c.out;
+                                          }))),
+                         Name);
+
+/// Quotients do not depend on the exponent, so one octave of each sign stands for all words.
+TEST(ConversionLoops, DivideEveryMantissaToTheNearestFloat)
+{
+    constexpr std::uint32_t kMantissas = 1u << 23;
+    constexpr std::uint32_t kChunk = 1u << 16;
+    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    std::vector<std::int32_t> words(kChunk);
+    std::vector<float> quotients(kChunk);
+    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+        if (!target.RunsWith(features)) {
+            std::cout << "skipped " << target.psLoops->pszName << "\n";
+            continue;
+        }
+        for (std::uint32_t first = 0; first < 2 * kMantissas; first += kChunk) {
+            for (std::uint32_t i = 0; i < kChunk; ++i) {
+                const std::uint32_t mantissa = kMantissas + (first + i) % kMantissas;
+                const auto word = static_cast<std::int32_t>(mantissa << 7);
+                words[i] = first < kMantissas ? word : -word;
+            }
+            target.psLoops->pfn24To32f(words.data(), quotients.data(), kChunk);
+            for (std::uint32_t i = 0; i < kChunk; ++i) {
+                ASSERT_EQ(quotients[i], models::Quotient(static_cast<float>(words[i]), 2147483392.0))
+                    << target.psLoops->pszName << " " << words[i];
+            }
+        }
+    }
+}
+
+} // namespace

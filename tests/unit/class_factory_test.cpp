@@ -1,0 +1,270 @@
+#include "component/class_factory.h"
+#include "component/guid.h"
+
+#include <zta/status.h>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <type_traits>
+
+namespace {
+
+constexpr _GUID kClsid = {0xAAAAAAAA, 0xBBBB, 0xCCCC, {1, 2, 3, 4, 5, 6, 7, 8}};
+constexpr _GUID kIidOfObject = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
+constexpr _GUID kIidOfNothing = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 9}};
+
+/// What the test's class does when it is told to create an object, and what became of it.
+struct Script {
+    int status = 0;
+    int calls = 0;
+    int first_status = 77; ///< of the status argument before it was written
+    IUnknown* outer = nullptr;
+    INonDelegatingUnknown* object = nullptr;
+    int ends = 0;
+};
+
+Script g_script;
+
+template <class Base>
+class Object : public Base, public IUnknown {
+public:
+    explicit Object(IUnknown* outer) : Base(L"object", outer) {}
+    ~Object() override { ++g_script.ends; }
+
+    using Base::m_pOuterUnknown;
+    using Base::m_ulRefCount;
+
+    ZTA_DELEGATE_IUNKNOWN()
+
+    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override
+    {
+        count_at_query = m_ulRefCount;
+        if (ZtIsSameGuid(riid, kIidOfObject)) {
+            *ppv = static_cast<IUnknown*>(this);
+            AddRef();
+            return 3; // a success that the factory must hand through
+        }
+        return Base::NonDelegatingQueryInterface(riid, ppv);
+    }
+
+    unsigned count_at_query = 0;
+};
+
+INonDelegatingUnknown* CreateNothing(IUnknown*, int* phr)
+{
+    ++g_script.calls;
+    *phr = g_script.status;
+    return nullptr;
+}
+
+template <class Base>
+INonDelegatingUnknown* CreateObject(IUnknown* outer, int* phr)
+{
+    ++g_script.calls;
+    g_script.outer = outer;
+    g_script.first_status = *phr;
+    *phr = g_script.status;
+    g_script.object = new Object<Base>(outer);
+    return g_script.object;
+}
+
+INonDelegatingUnknown* Throw(IUnknown*, int*)
+{
+    throw std::runtime_error("creator");
+}
+
+using Creator = INonDelegatingUnknown* (*)(IUnknown*, int*);
+
+/// A factory on a class of the given creator, with one reference.
+class ClassFactory : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        g_script = Script();
+        objects_before_ = g_i32Objects;
+    }
+
+    void TearDown() override
+    {
+        if (factory_ != nullptr) {
+            EXPECT_EQ(factory_->Release(), 0U);
+        }
+        EXPECT_EQ(g_i32Objects, objects_before_);
+        EXPECT_EQ(CZtClassFactory::ms_i32LockedCount, 0);
+    }
+
+    IClassFactory& Factory(Creator creator = CreateNothing)
+    {
+        template_ = {L"test class", &kClsid, creator, nullptr, nullptr};
+        factory_ = new CZtClassFactory(&template_);
+        factory_->AddRef();
+        return *factory_;
+    }
+
+    int objects_before_ = 0;
+
+private:
+    CZtFactoryTemplate template_{};
+    IClassFactory* factory_ = nullptr;
+};
+
+class NoOuter : public IUnknown {
+public:
+    int QueryInterface(const _GUID&, void**) override { return E_FAIL; }
+    unsigned long AddRef() override { return ++references; }
+    unsigned long Release() override { return --references; }
+
+    unsigned long references = 100;
+};
+
+TEST_F(ClassFactory, CountsAsAnObjectWhileItLives)
+{
+    const CZtFactoryTemplate row = {L"test class", &kClsid, CreateNothing, nullptr, nullptr};
+    auto* factory = new CZtClassFactory(&row);
+    EXPECT_EQ(g_i32Objects, objects_before_ + 1);
+    EXPECT_EQ(factory->AddRef(), 1U) << "born without a reference";
+    EXPECT_EQ(factory->AddRef(), 2U);
+    EXPECT_EQ(factory->Release(), 1U);
+    EXPECT_EQ(g_i32Objects, objects_before_ + 1);
+    EXPECT_EQ(factory->Release(), 0U);
+    EXPECT_EQ(g_i32Objects, objects_before_);
+}
+
+TEST_F(ClassFactory, HasTwoInterfaces)
+{
+    IClassFactory& factory = Factory();
+    const _GUID copy = IID_IClassFactory;
+    for (const _GUID* iid : {&IID_IUnknown, &IID_IClassFactory, &copy}) {
+        void* result = nullptr;
+        EXPECT_EQ(factory.QueryInterface(*iid, &result), 0);
+        EXPECT_EQ(result, &factory);
+        EXPECT_EQ(factory.Release(), 1U) << "the query took a reference";
+    }
+}
+
+TEST_F(ClassFactory, LeavesTheOutputAloneForAnotherInterface)
+{
+    IClassFactory& factory = Factory();
+    int untouched = 0;
+    void* result = &untouched;
+    EXPECT_EQ(factory.QueryInterface(kIidOfNothing, &result), static_cast<int>(0x80004002));
+    EXPECT_EQ(result, &untouched);
+    factory.AddRef();
+    EXPECT_EQ(factory.Release(), 1U) << "no reference was taken";
+}
+
+TEST_F(ClassFactory, LockServerCountsForTheWholeModule)
+{
+    IClassFactory& factory = Factory();
+    EXPECT_EQ(factory.LockServer(1), 0);
+    EXPECT_EQ(factory.LockServer(-7), 0) << "any nonzero value locks";
+    EXPECT_EQ(CZtClassFactory::ms_i32LockedCount, 2);
+    EXPECT_EQ(factory.LockServer(0), 0);
+    EXPECT_EQ(CZtClassFactory::ms_i32LockedCount, 1);
+    EXPECT_EQ(factory.LockServer(0), 0);
+    EXPECT_EQ(CZtClassFactory::ms_i32LockedCount, 0);
+}
+
+TEST_F(ClassFactory, ReportsOutOfMemoryForACreatorThatGivesNothing)
+{
+    IClassFactory& factory = Factory(CreateNothing);
+    int untouched = 0;
+    for (const int status : {0, 1}) {
+        g_script.status = status;
+        void* result = &untouched;
+        EXPECT_EQ(factory.CreateInstance(nullptr, IID_IUnknown, &result), static_cast<int>(0x8007000E)) << status;
+        EXPECT_EQ(result, &untouched);
+    }
+    EXPECT_EQ(g_script.calls, 2);
+}
+
+TEST_F(ClassFactory, ReportsTheStatusOfACreatorThatGivesNothing)
+{
+    g_script.status = ZT_E_INVALID_POINTER;
+    void* result = nullptr;
+    EXPECT_EQ(Factory(CreateNothing).CreateInstance(nullptr, IID_IUnknown, &result), ZT_E_INVALID_POINTER);
+}
+
+TEST_F(ClassFactory, PassesOnWhatACreatorThrows)
+{
+    void* result = nullptr;
+    EXPECT_THROW(Factory(Throw).CreateInstance(nullptr, IID_IUnknown, &result), std::runtime_error);
+}
+
+/// What is the same for classes on either base.
+template <class Base>
+class ClassFactoryOn : public ClassFactory {
+protected:
+    IClassFactory& ObjectFactory() { return Factory(CreateObject<Base>); }
+};
+
+using Bases = testing::Types<CZtLightUnknown, CZtUnknown>;
+TYPED_TEST_SUITE(ClassFactoryOn, Bases);
+
+TYPED_TEST(ClassFactoryOn, DeletesAnObjectThatReportsAFailure)
+{
+    g_script.status = ZT_E_FAIL;
+    int untouched = 0;
+    void* result = &untouched;
+    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfObject, &result), ZT_E_FAIL);
+    EXPECT_EQ(g_script.ends, 1);
+    EXPECT_EQ(result, &untouched);
+    EXPECT_EQ(g_i32Objects, this->objects_before_ + 1) << "only the factory is left";
+}
+
+TYPED_TEST(ClassFactoryOn, HandsOutTheInterfaceThatIsAskedFor)
+{
+    g_script.status = 1; // no failure
+    void* result = nullptr;
+    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfObject, &result), 3) << "the query's status";
+    EXPECT_EQ(g_script.first_status, 0);
+    EXPECT_EQ(g_script.outer, nullptr);
+    auto* object = dynamic_cast<Object<TypeParam>*>(g_script.object);
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(result, static_cast<IUnknown*>(object));
+    const unsigned first = std::is_same_v<TypeParam, CZtLightUnknown> ? 1 : 0;
+    EXPECT_EQ(object->count_at_query, first + 1);
+    EXPECT_EQ(object->m_ulRefCount, first + 1);
+    EXPECT_EQ(g_script.ends, 0);
+    while (g_script.ends == 0) {
+        object->NonDelegatingRelease();
+    }
+}
+
+TYPED_TEST(ClassFactoryOn, AFailedQueryLeavesWhatTheCreatorOwns)
+{
+    int untouched = 0;
+    void* result = &untouched;
+    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfNothing, &result), E_NOINTERFACE);
+    EXPECT_EQ(result, nullptr) << "written by the object";
+    if (std::is_same_v<TypeParam, CZtUnknown>) {
+        EXPECT_EQ(g_script.ends, 1) << "the reference around the query was the last";
+    } else {
+        EXPECT_EQ(g_script.ends, 0) << "the object keeps the reference that it was born with";
+        EXPECT_EQ(g_script.object->NonDelegatingRelease(), 0U);
+    }
+}
+
+TYPED_TEST(ClassFactoryOn, AggregatesUnderIUnknownOnly)
+{
+    NoOuter outer;
+    IClassFactory& factory = this->ObjectFactory();
+    int untouched = 0;
+    void* result = &untouched;
+    EXPECT_EQ(factory.CreateInstance(&outer, kIidOfObject, &result), static_cast<int>(0x80004002));
+    EXPECT_EQ(result, &untouched);
+    EXPECT_EQ(g_script.calls, 0) << "nothing was created";
+
+    const _GUID copy = IID_IUnknown;
+    EXPECT_EQ(factory.CreateInstance(&outer, copy, &result), 0);
+    EXPECT_EQ(g_script.outer, &outer);
+    EXPECT_EQ(result, static_cast<void*>(g_script.object)) << "the side that talks to the object itself";
+    EXPECT_EQ(outer.references, 100U);
+    while (g_script.ends == 0) {
+        static_cast<IUnknown*>(result)->Release();
+    }
+    EXPECT_EQ(outer.references, 100U);
+}
+
+} // namespace

@@ -1,0 +1,685 @@
+#include "kernels/fade.h"
+#include "kernels/loops/fade_gains.h"
+
+#include "tests/support/fake_audio_samples.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <set>
+#include <vector>
+
+namespace {
+
+constexpr int kFormatNotSupported = static_cast<int>(0x8999803A);
+constexpr int kProcessingFormatNotSupported = static_cast<int>(0x8999803D);
+constexpr int kDestinationTooSmall = static_cast<int>(0x8999803E);
+constexpr int kHostFailure = static_cast<int>(0x80001234);
+
+constexpr std::size_t kRamp = 200;
+
+// --- The model: the law and the arithmetic, sample by sample, in wide integers and without shifts --------------------
+
+std::int64_t Gain(std::int64_t fullScale, std::size_t entry)
+{
+    const long double t = static_cast<long double>(entry + 1) / 200;
+    const long double gain = 1 - (1 - t) * (1 - t);
+    return std::llround(static_cast<long double>(fullScale) * gain);
+}
+
+std::int64_t Floor(std::int64_t value, std::int64_t divisor)
+{
+    const std::int64_t quotient = value / divisor;
+    return value % divisor < 0 ? quotient - 1 : quotient;
+}
+
+std::int64_t Low32(std::int64_t value)
+{
+    return value - Floor(value, std::int64_t{1} << 32) * (std::int64_t{1} << 32);
+}
+
+enum class Law { Each16, Stereo16, Each24, Mux24 };
+
+std::int16_t Product16(std::int16_t sample, std::int64_t gain)
+{
+    return static_cast<std::int16_t>(Floor(sample * gain, 32768));
+}
+
+std::uint32_t Word24(std::uint32_t word, std::int64_t gain)
+{
+    const std::int64_t product = static_cast<std::int32_t>(word) * gain;
+    return static_cast<std::uint32_t>(Low32(Floor(product, std::int64_t{1} << 32) * 2));
+}
+
+std::uint32_t MuxWord24(std::uint32_t word, std::int64_t gain)
+{
+    const std::int64_t value = static_cast<std::int32_t>(word);
+    const std::int64_t high = Floor(value, 65536);
+    const std::int64_t low = value - high * 65536;
+    return static_cast<std::uint32_t>(Low32((high * gain + Floor((low / 2) * gain, 32768)) * 2));
+}
+
+template <class T>
+T Read(const std::uint8_t* bytes)
+{
+    T value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+
+template <class T>
+void Write(std::uint8_t* bytes, T value)
+{
+    std::memcpy(bytes, &value, sizeof value);
+}
+
+/// One frame of `channels` samples, with the gain of a table's entry.
+void ModelFrame(Law law, std::size_t channels, std::uint8_t* frame, std::size_t entry)
+{
+    const std::int64_t gain = Gain(law == Law::Each24 ? 2147483647 : 32767, entry);
+    for (std::size_t channel = 0; channel < channels; ++channel) {
+        std::uint8_t* const at = frame + channel * (law == Law::Each16 || law == Law::Stereo16 ? 2 : 4);
+        switch (law) {
+        case Law::Each16:
+            Write(at, Product16(Read<std::int16_t>(at), gain));
+            break;
+        case Law::Stereo16: {
+            // Right before left, since a right sample looks at its left one as it was.
+            if (channel == 0) {
+                const auto left = Read<std::int16_t>(at);
+                const auto right = static_cast<std::uint16_t>(Product16(Read<std::int16_t>(at + 2), gain));
+                Write(at, Product16(left, gain));
+                Write(at + 2, static_cast<std::uint16_t>(left * gain < 0 ? right | 1 : right));
+            }
+            break;
+        }
+        case Law::Each24:
+            Write(at, Word24(Read<std::uint32_t>(at), gain));
+            break;
+        case Law::Mux24:
+            Write(at, MuxWord24(Read<std::uint32_t>(at), gain));
+            break;
+        }
+    }
+}
+
+// --- The kernels, one row each ---------------------------------------------------------------------------------------
+
+using Kernel = int (CZtaApplyFade::*)(unsigned long, void*);
+
+struct Row {
+    const char* name;
+    std::uint32_t property;
+    Kernel fadeIn;
+    Kernel fadeOut;
+    Law law;
+    std::size_t channels;
+    std::size_t frameBytes;
+    bool mux;
+};
+
+// clang-format off
+const Row kRows[] = {
+    {"Mono16",   1, &CZtaApplyFade::ApplyFadeIn16Mono,         &CZtaApplyFade::ApplyFadeOut16Mono,         Law::Each16,    1,  2, false},
+    {"Stereo16", 2, &CZtaApplyFade::ApplyFadeIn16Stereo,       &CZtaApplyFade::ApplyFadeOut16Stereo,       Law::Stereo16,  2,  4, false},
+    {"Mono24",   8, &CZtaApplyFade::ApplyFadeIn24Mono,         &CZtaApplyFade::ApplyFadeOut24Mono,         Law::Each24,    1,  4, false},
+    {"Stereo24", 9, &CZtaApplyFade::ApplyFadeIn24Stereo,       &CZtaApplyFade::ApplyFadeOut24Stereo,       Law::Each24,    2,  8, false},
+    {"Mux4_24",  10, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux4,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux4,  Law::Mux24,    4, 16, true},
+    {"Mux8_24",  11, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux8,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux8,  Law::Mux24,    8, 32, true},
+    {"Mux16_24", 12, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux16, &CZtaApplyFade::ApplyFadeOut24BitIn32Mux16, Law::Mux24,   16, 64, true},
+    {"Mux4_16",  3, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux4,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux4,  Law::Each16,    4,  8, true},
+    {"Mux8_16",  4, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux8,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux8,  Law::Each16,    8, 16, true},
+    {"Mux16_16", 5, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux16, &CZtaApplyFade::ApplyFadeOut16BitIn16Mux16, Law::Each16,   16, 32, true},
+};
+// clang-format on
+
+int ModelFadeIn(const Row& row, std::size_t frames, std::uint8_t* buffer)
+{
+    if (row.mux && frames < kRamp) {
+        return kDestinationTooSmall;
+    }
+    for (std::size_t k = 0; k < std::min(frames, kRamp); ++k) {
+        ModelFrame(row.law, row.channels, buffer + k * row.frameBytes, k);
+    }
+    return 0;
+}
+
+int ModelFadeOut(const Row& row, std::size_t frames, std::uint8_t* buffer)
+{
+    if (row.mux && frames < kRamp) {
+        return kDestinationTooSmall;
+    }
+    const std::size_t length = std::min(frames, kRamp);
+    for (std::size_t k = 0; k < length; ++k) {
+        ModelFrame(row.law, row.channels, buffer + (frames - length + k) * row.frameBytes, 199 - k);
+    }
+    return 0;
+}
+
+/// Samples at random, a good part of them at the ends of their range.
+std::vector<std::uint8_t> Noise(std::size_t bytes, std::uint32_t seed)
+{
+    constexpr std::array<std::uint32_t, 12> kExtremes = {0x80008000, 0x7FFF7FFF, 0x00000000, 0xFFFFFFFF,
+                                                         0x80000000, 0x7FFFFFFF, 0x7FFFFF00, 0x80000100,
+                                                         0x0000FFFF, 0xFFFF0000, 0x00010001, 0xFFFF8000};
+    std::mt19937 random(seed);
+    std::vector<std::uint8_t> noise(bytes + 4);
+    for (std::size_t i = 0; i < bytes; i += 4) {
+        const auto draw = static_cast<std::uint32_t>(random());
+        Write(&noise[i], draw % 4 == 0 ? kExtremes[draw / 4 % kExtremes.size()] : draw);
+    }
+    noise.resize(bytes);
+    return noise;
+}
+
+std::vector<std::size_t> Lengths()
+{
+    std::vector<std::size_t> lengths;
+    for (std::size_t frames = 0; frames <= 300; ++frames) {
+        lengths.push_back(frames);
+    }
+    lengths.insert(lengths.end(), {399, 400, 401, 1024, 4801});
+    return lengths;
+}
+
+class FadeKernel : public ::testing::TestWithParam<Row> {};
+
+INSTANTIATE_TEST_SUITE_P(Every, FadeKernel, ::testing::ValuesIn(kRows), [](const auto& row) { return row.param.name; });
+
+/// Runs a kernel and its model on the same noise, at every alignment that a 32-bit word can have, between guards.
+void Compare(const Row& row, Kernel kernel, int (*model)(const Row&, std::size_t, std::uint8_t*))
+{
+    constexpr std::size_t kGuard = 128;
+    CZtaApplyFade fade;
+    for (const std::size_t frames : Lengths()) {
+        for (std::size_t offset = 0; offset < 4; ++offset) {
+            const std::size_t start = kGuard + offset;
+            std::vector<std::uint8_t> actual =
+                Noise(start + frames * row.frameBytes + kGuard, static_cast<std::uint32_t>(frames * 4 + offset));
+            std::vector<std::uint8_t> expected = actual;
+            const int status = (fade.*kernel)(frames, actual.data() + start);
+            ASSERT_EQ(status, model(row, frames, expected.data() + start)) << frames << " frames";
+            ASSERT_EQ(actual, expected) << frames << " frames at offset " << offset;
+        }
+    }
+}
+
+TEST_P(FadeKernel, FadesInAsTheModel)
+{
+    Compare(GetParam(), GetParam().fadeIn, ModelFadeIn);
+}
+
+TEST_P(FadeKernel, FadesOutAsTheModel)
+{
+    Compare(GetParam(), GetParam().fadeOut, ModelFadeOut);
+}
+
+TEST_P(FadeKernel, RefusesAMuxBufferShorterThanTheFadeAndNoOther)
+{
+    const Row& row = GetParam();
+    CZtaApplyFade fade;
+    for (const Kernel kernel : {row.fadeIn, row.fadeOut}) {
+        for (const std::size_t frames : {0u, 1u, 199u}) {
+            std::vector<std::uint8_t> buffer(frames * row.frameBytes + 4, 0x55);
+            const std::vector<std::uint8_t> before = buffer;
+            EXPECT_EQ((fade.*kernel)(frames, buffer.data()), row.mux ? kDestinationTooSmall : 0);
+            EXPECT_EQ(buffer == before, row.mux || frames == 0) << frames;
+        }
+        std::vector<std::uint8_t> buffer(200 * row.frameBytes, 0x55);
+        EXPECT_EQ((fade.*kernel)(200, buffer.data()), 0);
+    }
+}
+
+// --- The gains -------------------------------------------------------------------------------------------------------
+
+TEST(FadeGains, StandAtTheirKnownValues)
+{
+    EXPECT_EQ(kFadeFrames, 200u);
+
+    EXPECT_EQ(kausFadeGains16[0], 327);
+    EXPECT_EQ(kausFadeGains16[1], 652);
+    EXPECT_EQ(kausFadeGains16[2], 976);
+    EXPECT_EQ(kausFadeGains16[99], 24575);
+    EXPECT_EQ(kausFadeGains16[199], 32767);
+
+    EXPECT_EQ(kaulFadeGains32[0], 21421149u);
+    EXPECT_EQ(kaulFadeGains32[1], 42734925u);
+    EXPECT_EQ(kaulFadeGains32[2], 63941326u);
+    EXPECT_EQ(kaulFadeGains32[99], 1610612735u);
+    EXPECT_EQ(kaulFadeGains32[199], 2147483647u);
+
+    EXPECT_EQ(kaulFadeGainsVector[0], 327u);
+    EXPECT_EQ(kaulFadeGainsVector[1], 652u);
+    EXPECT_EQ(kaulFadeGainsVector[2], 976u);
+    EXPECT_EQ(kaulFadeGainsVector[99], 24575u);
+    EXPECT_EQ(kaulFadeGainsVector[199], 32767u);
+}
+
+TEST(FadeGains, FollowTheParabola)
+{
+    static_assert(sizeof kausFadeGains16 == 200 * 2);
+    static_assert(sizeof kaulFadeGains32 == 200 * 4);
+    static_assert(sizeof kaulFadeGainsVector == 200 * 4);
+    for (std::size_t i = 0; i < 200; ++i) {
+        EXPECT_EQ(kausFadeGains16[i], Gain(32767, i)) << i;
+        EXPECT_EQ(kaulFadeGains32[i], Gain(2147483647, i)) << i;
+        EXPECT_EQ(kaulFadeGainsVector[i], kausFadeGains16[i]) << i;
+    }
+}
+
+TEST(FadeGains, AreThoseOfTheKernels)
+{
+    CZtaApplyFade fade;
+    std::vector<std::int16_t> samples(200, -32768); // comes out as the negative gain
+    fade.ApplyFadeIn16Mono(200, samples.data());
+    for (std::size_t i = 0; i < 200; ++i) {
+        EXPECT_EQ(samples[i], -kausFadeGains16[i]) << i;
+    }
+}
+
+// --- The arithmetic, at values worked out by hand --------------------------------------------------------------------
+
+std::vector<std::int16_t> FadeWith(Kernel kernel, std::vector<std::int16_t> samples, std::size_t channels)
+{
+    CZtaApplyFade fade;
+    EXPECT_EQ((fade.*kernel)(samples.size() / channels, samples.data()), 0);
+    return samples;
+}
+
+std::vector<std::uint32_t> FadeWith(Kernel kernel, std::vector<std::uint32_t> words, std::size_t channels)
+{
+    CZtaApplyFade fade;
+    EXPECT_EQ((fade.*kernel)(words.size() / channels, words.data()), 0);
+    return words;
+}
+
+TEST(Fade16Mono, RoundsTowardsMinusInfinity)
+{
+    using Samples = std::vector<std::int16_t>;
+    // A fade-in of one frame takes the gain 327, a fade-out of one frame 32767.
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, Samples{-1}, 1), Samples{-1});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, Samples{1}, 1), Samples{0});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, Samples{32767}, 1), Samples{326});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, Samples{-32768}, 1), Samples{-327});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut16Mono, Samples{32767}, 1), Samples{32766});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut16Mono, Samples{-32768}, 1), Samples{-32767});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut16Mono, Samples{1}, 1), Samples{0});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut16Mono, Samples{-1}, 1), Samples{-1});
+}
+
+TEST(Fade16Mono, EndsBelowFullGainOnTheWayIntoAShortBuffer)
+{
+    const auto faded = FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, std::vector<std::int16_t>(100, -32768), 1);
+    EXPECT_EQ(faded.front(), -327);
+    EXPECT_EQ(faded.back(), -24575); // three quarters
+}
+
+TEST(Fade16Mono, StartsAtFullGainOnTheWayOutOfAShortBuffer)
+{
+    const auto faded = FadeWith(&CZtaApplyFade::ApplyFadeOut16Mono, std::vector<std::int16_t>(100, -32768), 1);
+    EXPECT_EQ(faded.front(), -32767);
+    EXPECT_EQ(faded.back(), -24738); // of entry 100: 32767 * (1 - (99 / 200)^2) is 24738.27
+}
+
+TEST(Fade16Stereo, SetsTheLowestBitOfTheRightSampleWhenTheLeftProductIsNegative)
+{
+    using Samples = std::vector<std::int16_t>;
+    for (const auto& [before, after] :
+         {std::pair{Samples{-1, 0}, Samples{-1, 1}}, //
+          std::pair{Samples{1, 0}, Samples{0, 0}},   //
+          std::pair{Samples{0, 0}, Samples{0, 0}},   //
+          std::pair{Samples{-1, -1}, Samples{-1, -1}}, std::pair{Samples{-1, -32767}, Samples{-1, -32767}},
+          std::pair{Samples{-1, -32768}, Samples{-1, -32767}}, std::pair{Samples{1, -32767}, Samples{0, -32767}},
+          std::pair{Samples{0, -3}, Samples{0, -3}}, std::pair{Samples{-5, 3}, Samples{-5, 3}},
+          std::pair{Samples{32767, 32767}, Samples{32766, 32766}},
+          std::pair{Samples{-32768, 32767}, Samples{-32767, 32767}}}) {
+        EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut16Stereo, before, 2), after);
+    }
+}
+
+TEST(Fade16Stereo, DoesNotShareItsCrosstalkWithMux)
+{
+    CZtaApplyFade fade;
+    const unsigned short gain = 32767;
+    std::vector<std::int16_t> samples = {-1, 0, -1, 0};
+    fade.ApplyFade16BitIn16Mux4(samples.data(), 1, &gain, true);
+    EXPECT_EQ(samples, (std::vector<std::int16_t>{-1, 0, -1, 0}));
+}
+
+TEST(Fade24, KeepsTheHighHalfOfTheProduct)
+{
+    using Words = std::vector<std::uint32_t>;
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut24Mono, Words{0x7FFFFF00}, 1), Words{0x7FFFFEFE});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut24Mono, Words{0x80000000}, 1), Words{0x80000000});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut24Mono, Words{0}, 1), Words{0});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut24Mono, Words{1}, 1), Words{0});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut24Mono, Words{0xFFFFFFFF}, 1), Words{0xFFFFFFFE});
+    EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut24Stereo, Words{0x7FFFFF00, 0xFFFFFFFF}, 2),
+              (Words{0x7FFFFEFE, 0xFFFFFFFE}));
+}
+
+TEST(Fade24Mux, LetsTheLowByteTakePart)
+{
+    // 32767 * 32767 = 0x3FFF0001; the low half adds (32767 * 32767) >> 15 = 0x7FFE.
+    const unsigned int gain = 32767;
+    std::vector<std::uint32_t> words = {0x7FFF0000, 0x7FFFFFFF, 0x80000000, 0x000000FF};
+    CZtaApplyFade fade;
+    fade.ApplyFade24BitIn32Mux4(words.data(), 1, &gain, true);
+    EXPECT_EQ(words, (std::vector<std::uint32_t>{0x7FFE0002, 0x7FFEFFFE, 0x80010000, 0x000000FC}));
+}
+
+TEST(Fade24Mux, WrapsForGainsBeyondFullScale)
+{
+    const unsigned int gain = 65535;
+    std::vector<std::uint32_t> words = {0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0};
+    CZtaApplyFade fade;
+    fade.ApplyFade24BitIn32Mux4(words.data(), 1, &gain, true);
+    EXPECT_EQ(words, (std::vector<std::uint32_t>{0xFFFEFFFC, 0x00010000, 0xFFFFFFFC, 0}));
+}
+
+// --- The ramps with gains of the caller's ----------------------------------------------------------------------------
+
+TEST(Ramp16, IsExactForEverySampleAndGain)
+{
+    CZtaApplyFade fade;
+    std::vector<std::int16_t> samples(65536);
+    for (std::size_t entry = 0; entry < 200; ++entry) {
+        for (int i = 0; i < 65536; ++i) {
+            samples[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(i - 32768);
+        }
+        // Two frames of half the domain each; a step of 0 keeps the gain.
+        fade._Fade16BitIn16MuxBuffer(samples.data(), 32768, 2, &kausFadeGains16[entry], 0);
+        for (int i = 0; i < 65536; ++i) {
+            ASSERT_EQ(samples[static_cast<std::size_t>(i)],
+                      Product16(static_cast<std::int16_t>(i - 32768), Gain(32767, entry)))
+                << "sample " << i - 32768 << " entry " << entry;
+        }
+    }
+}
+
+TEST(Ramp16, AdvancesByItsStepAfterEachFrame)
+{
+    CZtaApplyFade fade;
+    const std::array<unsigned short, 7> gains = {100, 200, 300, 400, 500, 600, 700};
+    struct Case {
+        short step;
+        std::array<std::int16_t, 3> gains;
+    };
+    for (const Case& c : {Case{1, {400, 500, 600}}, Case{-1, {400, 300, 200}}, Case{0, {400, 400, 400}}}) {
+        std::vector<std::int16_t> samples(9, -32768);
+        fade._Fade16BitIn16MuxBuffer(samples.data(), 3, 3, &gains[3], c.step);
+        for (std::size_t i = 0; i < 9; ++i) {
+            EXPECT_EQ(samples[i], -c.gains[i / 3]) << "step " << c.step << " sample " << i;
+        }
+    }
+    std::vector<std::int16_t> samples(3, -32768);
+    fade._Fade16BitIn16MuxBuffer(samples.data(), 1, 3, &gains[0], 3);
+    EXPECT_EQ(samples, (std::vector<std::int16_t>{-100, -400, -700}));
+    samples.assign(3, -32768);
+    fade._Fade16BitIn16MuxBuffer(samples.data(), 1, 3, &gains[6], -2);
+    EXPECT_EQ(samples, (std::vector<std::int16_t>{-700, -500, -300}));
+}
+
+TEST(Ramp16, TouchesNothingForNoFramesOrNoChannels)
+{
+    CZtaApplyFade fade;
+    const unsigned short gain = 0;
+    std::int16_t sample = 1234;
+    fade._Fade16BitIn16MuxBuffer(&sample, 1, 0, &gain, 1);
+    fade._Fade16BitIn16MuxBuffer(&sample, 0, 1, &gain, 1);
+    EXPECT_EQ(sample, 1234);
+}
+
+/// Checks a ramp of any length in both directions: one gain for each frame, the same for all of its channels.
+template <class Sample, class Entry, class Scale>
+void CheckRamp(void (CZtaApplyFade::*ramp)(void*, unsigned long, const Entry*, bool), std::size_t channels, Scale scale)
+{
+    CZtaApplyFade fade;
+    for (const std::size_t frames : {0u, 1u, 2u, 7u, 200u, 331u}) {
+        for (const bool forward : {true, false}) {
+            std::mt19937 random(static_cast<std::uint32_t>(frames));
+            std::vector<Entry> gains(frames + 1);
+            for (Entry& gain : gains) {
+                gain = static_cast<Entry>(random() % 32768);
+            }
+            std::vector<Sample> actual(frames * channels + 16);
+            for (Sample& sample : actual) {
+                sample = static_cast<Sample>(random());
+            }
+            std::vector<Sample> expected = actual;
+            for (std::size_t i = 0; i < frames * channels; ++i) {
+                const std::size_t frame = i / channels;
+                expected[i] = scale(expected[i], gains[forward ? frame : frames - frame]);
+            }
+            (fade.*ramp)(actual.data(), frames, forward ? &gains[0] : &gains[frames], forward);
+            ASSERT_EQ(actual, expected) << frames << " frames of " << channels << (forward ? " forward" : " backward");
+        }
+    }
+}
+
+TEST(MuxRamps, WalkTheCallersGainsInBothDirections)
+{
+    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux4, 4, MuxWord24);
+    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux8, 8, MuxWord24);
+    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux16, 16, MuxWord24);
+    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux4, 4, Product16);
+    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux8, 8, Product16);
+    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux16, 16, Product16);
+}
+
+// --- The operation ---------------------------------------------------------------------------------------------------
+
+const std::vector<std::string> kDigestCalls = {"GetAudioSamplesDescription", "GetBufferAndLength", "GetBufferCapacity"};
+
+FakeAudioSamples Samples(const Row& row, std::size_t frames, bool fadeIn, bool fadeOut)
+{
+    FakeAudioSamples samples(g_asFormatOfProperty[row.property], frames, frames + 5);
+    samples.data = Noise(samples.data.size(), row.property);
+    samples.fadeIn = fadeIn;
+    samples.fadeOut = fadeOut;
+    return samples;
+}
+
+class ApplyFade : public ::testing::TestWithParam<Row> {};
+
+INSTANTIATE_TEST_SUITE_P(Every, ApplyFade, ::testing::ValuesIn(kRows), [](const auto& row) { return row.param.name; });
+
+TEST_P(ApplyFade, DoesWhatTheFlagsAskIn)
+{
+    const Row& row = GetParam();
+    for (const std::size_t frames : {200u, 333u, 1000u}) {
+        for (const bool fadeIn : {false, true}) {
+            for (const bool fadeOut : {false, true}) {
+                FakeAudioSamples samples = Samples(row, frames, fadeIn, fadeOut);
+                std::vector<std::uint8_t> expected = samples.data;
+                if (fadeIn) {
+                    ModelFadeIn(row, frames, expected.data());
+                }
+                if (fadeOut) {
+                    ModelFadeOut(row, frames, expected.data());
+                }
+                CZtaApplyFade fade;
+                EXPECT_EQ(fade.ApplyFade(&samples), 0);
+                EXPECT_EQ(samples.data, expected) << frames << " frames, in " << fadeIn << ", out " << fadeOut;
+            }
+        }
+    }
+}
+
+TEST_P(ApplyFade, FadesAShortBufferUnlessItIsMux)
+{
+    const Row& row = GetParam();
+    for (const bool fadeIn : {false, true}) {
+        for (const bool fadeOut : {false, true}) {
+            FakeAudioSamples samples = Samples(row, 199, fadeIn, fadeOut);
+            std::vector<std::uint8_t> expected = samples.data;
+            if (fadeIn) {
+                ModelFadeIn(row, 199, expected.data());
+            }
+            if (fadeOut) {
+                ModelFadeOut(row, 199, expected.data());
+            }
+            CZtaApplyFade fade;
+            EXPECT_EQ(fade.ApplyFade(&samples), row.mux && (fadeIn || fadeOut) ? kDestinationTooSmall : 0);
+            EXPECT_EQ(samples.data, expected) << "in " << fadeIn << ", out " << fadeOut;
+        }
+    }
+}
+
+TEST_P(ApplyFade, SucceedsOnABufferWithoutFrames)
+{
+    FakeAudioSamples samples = Samples(GetParam(), 0, true, true);
+    const std::vector<std::uint8_t> before = samples.data;
+    CZtaApplyFade fade;
+    EXPECT_EQ(fade.ApplyFade(&samples), 0);
+    EXPECT_EQ(samples.data, before);
+}
+
+TEST_P(ApplyFade, AsksTheHostForTheDigestAndNothingElse)
+{
+    FakeAudioSamples samples = Samples(GetParam(), 200, true, true);
+    CZtaApplyFade fade;
+    fade.ApplyFade(&samples);
+    EXPECT_EQ(samples.calls, kDigestCalls);
+    EXPECT_EQ(samples.descriptionSizes, std::vector<std::uint32_t>{40});
+}
+
+TEST_P(ApplyFade, PassesAFailureOfTheHostOn)
+{
+    for (int FakeAudioSamples::*status :
+         {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus, &FakeAudioSamples::capacityStatus}) {
+        FakeAudioSamples samples = Samples(GetParam(), 200, true, true);
+        samples.*status = kHostFailure;
+        const std::vector<std::uint8_t> before = samples.data;
+        CZtaApplyFade fade;
+        EXPECT_EQ(fade.ApplyFade(&samples), kHostFailure);
+        EXPECT_EQ(samples.data, before);
+    }
+}
+
+TEST_P(ApplyFade, TakesNoStatusOfZeroOrAboveForAFailure)
+{
+    FakeAudioSamples samples = Samples(GetParam(), 200, true, false);
+    samples.descriptionStatus = samples.bufferStatus = samples.capacityStatus = 1;
+    const std::vector<std::uint8_t> before = samples.data;
+    CZtaApplyFade fade;
+    EXPECT_EQ(fade.ApplyFade(&samples), 0);
+    EXPECT_NE(samples.data, before);
+}
+
+TEST(ApplyFadeRefusal, MeetsEveryFormatWithoutARowEvenWithBothFlagsClear)
+{
+    std::set<std::uint32_t> rows;
+    for (const Row& row : kRows) {
+        rows.insert(row.property);
+    }
+    for (std::uint32_t property = 1; property < 27; ++property) {
+        if (rows.count(property) != 0) {
+            continue;
+        }
+        for (const bool flag : {false, true}) {
+            SZtaWaveFormatInfo format = g_asFormatOfProperty[property];
+            format.ulChannels = property == 15 ? 3 : format.ulChannels;
+            FakeAudioSamples samples(format, 300, 300);
+            samples.fadeIn = samples.fadeOut = flag;
+            samples.data = Noise(samples.data.size(), property);
+            const std::vector<std::uint8_t> before = samples.data;
+            CZtaApplyFade fade;
+            EXPECT_EQ(fade.ApplyFade(&samples), kProcessingFormatNotSupported) << property;
+            EXPECT_EQ(samples.data, before) << property;
+        }
+    }
+}
+
+TEST(ApplyFadeRefusal, ComesBeforeTheLookAtTheLength)
+{
+    FakeAudioSamples samples(WaveFormat(2, 32, 32, 48000, 2), 0, 10);
+    CZtaApplyFade fade;
+    EXPECT_EQ(fade.ApplyFade(&samples), kProcessingFormatNotSupported);
+}
+
+TEST(ApplyFadeRefusal, MeetsFormatsThatCannotBeClassified)
+{
+    FakeAudioSamples samples(WaveFormat(1, 16, 16, 96000, 2), 300, 300);
+    samples.fadeIn = samples.fadeOut = true;
+    const std::vector<std::uint8_t> before = samples.data;
+    CZtaApplyFade fade;
+    EXPECT_EQ(fade.ApplyFade(&samples), kFormatNotSupported);
+    EXPECT_EQ(samples.data, before);
+}
+
+TEST(ApplyFadeTo16In32, TakesTheWordsFor16BitSamples)
+{
+    // The property is that of 16-in-16, so the kernel fades as many 16-bit samples as there are 32-bit frames.
+    FakeAudioSamples samples(WaveFormat(1, 32, 16, 48000, 1), 300, 300);
+    samples.fadeIn = samples.fadeOut = true;
+    samples.data = Noise(samples.data.size(), 1);
+    std::vector<std::uint8_t> expected = samples.data;
+    ModelFadeIn(kRows[0], 300, expected.data());
+    ModelFadeOut(kRows[0], 300, expected.data());
+    CZtaApplyFade fade;
+    EXPECT_EQ(fade.ApplyFade(&samples), 0);
+    EXPECT_EQ(samples.data, expected);
+}
+
+// --- The rows and the questions about them ---------------------------------------------------------------------------
+
+TEST(FadeTable, HoldsTenRowsInTheirOrder)
+{
+    struct Opened : CZtaApplyFade {
+        using CZtaApplyFade::m_psProcessingFormats;
+    };
+    const Opened fade;
+    ASSERT_EQ(fade.m_psProcessingFormats->iFormatCount, 10);
+    for (int i = 0; i < 10; ++i) {
+        const SZtAProcessingFormatAndFunctionIndex& row = fade.m_psProcessingFormats->psFormats[i];
+        EXPECT_EQ(row.eInputFormat, kRows[i].property) << i;
+        EXPECT_EQ(row.eOutputFormat, kRows[i].property) << i;
+        EXPECT_EQ(row.iFunctionIndex, i);
+    }
+}
+
+TEST(FadeTable, SupportsItsRowsAndNoOthers)
+{
+    CZtaApplyFade fade;
+    for (std::uint32_t property = 1; property < 27; ++property) {
+        SZtaWaveFormatInfo format = g_asFormatOfProperty[property];
+        bool supported = property % 2 == 0;
+        EXPECT_EQ(fade.QueryFormatSupported(&format, &supported), 0);
+        EXPECT_EQ(supported, property <= 5 || (property >= 8 && property <= 12)) << property;
+    }
+    SZtaWaveFormatInfo unknown = WaveFormat(1, 8, 8, 48000, 1);
+    bool supported = true;
+    EXPECT_EQ(fade.QueryFormatSupported(&unknown, &supported), kFormatNotSupported);
+    EXPECT_FALSE(supported);
+}
+
+TEST(FadeTable, SuggestsTheFormatItself24In32MonoOr24In32Stereo)
+{
+    CZtaApplyFade fade;
+    for (std::uint32_t property = 1; property < 27; ++property) {
+        const bool held = property <= 5 || (property >= 8 && property <= 12);
+        const bool mono = property == 16 || property == 20;
+        SZtaWaveFormatInfo format = g_asFormatOfProperty[property];
+        SZtaWaveFormatInfo suggested{};
+        EXPECT_EQ(fade.SuggestFormat(&format, &suggested), 0);
+        EXPECT_EQ(std::memcmp(&suggested, &g_asFormatOfProperty[held ? property : (mono ? 8 : 9)], sizeof suggested), 0)
+            << property;
+    }
+}
+
+TEST(FadeTable, SuggestsNothingForAFormatThatCannotBeClassified)
+{
+    CZtaApplyFade fade;
+    SZtaWaveFormatInfo unknown = WaveFormat(1, 8, 8, 48000, 1);
+    SZtaWaveFormatInfo suggested = WaveFormat(4, 5, 6, 7, 8);
+    const SZtaWaveFormatInfo before = suggested;
+    EXPECT_EQ(fade.SuggestFormat(&unknown, &suggested), kFormatNotSupported);
+    EXPECT_EQ(std::memcmp(&suggested, &before, sizeof suggested), 0);
+}
+
+} // namespace

@@ -1,0 +1,204 @@
+#include "component/hresult.h"
+#include "tests/support/log_recorder.h"
+
+#include <zta/status.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+class HResult : public testing::Test {
+protected:
+    void SetUp() override { LogRecorder::Clear(); }
+
+    static void ExpectLogged(std::size_t count) { EXPECT_EQ(LogRecorder::Count(), count); }
+};
+
+TEST_F(HResult, LogsAFailureAsItIsStored)
+{
+    const CZtHResult status(ZT_E_MODULE_BUSY);
+    ExpectLogged(1);
+    const LogEntry entry = LogRecorder::Last();
+    EXPECT_EQ(entry.package, 21004U);
+    EXPECT_EQ(entry.line, 1);
+    EXPECT_EQ(entry.level, 4U);
+    EXPECT_EQ(entry.format, "[ASSERT] hr = %ls");
+    EXPECT_EQ(LogRecorder::LastText(),
+              "[ASSERT] hr = ZT_E_MODULE_BUSY: The module is still processing the last requested operation.");
+}
+
+TEST_F(HResult, LogsAFailureWithoutTextAsUnknown)
+{
+    const CZtHResult status(E_FAIL);
+    ExpectLogged(1);
+    EXPECT_EQ(LogRecorder::LastText(), "[ASSERT] hr = Unknown error");
+}
+
+TEST_F(HResult, LogsNoSuccess)
+{
+    CZtHResult status(0);
+    CZtHResult other(1);
+    CZtHResult largest(0x7FFFFFFF, 0);
+    status = 0;
+    status = 1;
+    status = other;
+    status.AssertIfError();
+    ExpectLogged(0);
+}
+
+TEST_F(HResult, LogsNoFailureThatWasDeclaredAcceptable)
+{
+    const CZtHResult accepted(ZT_E_INVALID_PARAMETER, 1, ZT_E_INVALID_PARAMETER);
+    ExpectLogged(0);
+    const CZtHResult refused(ZT_E_INVALID_PARAMETER, 1, ZT_E_INVALID_POINTER);
+    ExpectLogged(1);
+}
+
+TEST_F(HResult, TakesAnyNumberOfAcceptableFailures)
+{
+    CZtHResult status(0, 7, ZT_E_FAIL, E_FAIL, kZtSynchroStatusPlayedLate, kZtSynchroStatusCancelled, E_POINTER,
+                      E_NOINTERFACE, kZtSynchroStatusPlayedLate);
+    for (const int code :
+         {ZT_E_FAIL, E_FAIL, kZtSynchroStatusPlayedLate, kZtSynchroStatusCancelled, E_POINTER, E_NOINTERFACE}) {
+        status = code;
+        ExpectLogged(0);
+    }
+    status = E_OUTOFMEMORY;
+    ExpectLogged(1);
+}
+
+TEST_F(HResult, AcceptsNothingWithACountOfZeroOrLess)
+{
+    const CZtHResult none(ZT_E_FAIL, 0);
+    ExpectLogged(1);
+    const CZtHResult negative(ZT_E_FAIL, -1, ZT_E_FAIL);
+    ExpectLogged(2);
+}
+
+TEST_F(HResult, LogsEachAssignment)
+{
+    CZtHResult status(0);
+    status = ZT_E_FAIL;
+    ExpectLogged(1);
+    status = ZT_E_FAIL;
+    ExpectLogged(2);
+    status = 0;
+    ExpectLogged(2);
+    EXPECT_EQ(static_cast<int&>(status), 0);
+}
+
+TEST_F(HResult, KeepsItsAcceptableFailuresThroughAssignment)
+{
+    CZtHResult status(0, 1, ZT_E_FAIL);
+    status = ZT_E_INVALID_POINTER;
+    ExpectLogged(1);
+    status = ZT_E_FAIL;
+    ExpectLogged(1);
+    EXPECT_EQ(static_cast<int&>(status), ZT_E_FAIL);
+}
+
+TEST_F(HResult, LogsNothingWithAssignNoAssertUntilAsked)
+{
+    CZtHResult status(0);
+    status.AssignNoAssert(ZT_E_FAIL);
+    ExpectLogged(0);
+    EXPECT_TRUE(status.DidFail());
+    status.AssertIfError();
+    ExpectLogged(1);
+    status.AssertIfError();
+    ExpectLogged(2);
+}
+
+TEST_F(HResult, IsWrittenBehindTheCheckThroughItsReferenceAndAddress)
+{
+    CZtHResult status(0);
+    static_cast<int&>(status) = ZT_E_FAIL;
+    EXPECT_TRUE(status.DidFail());
+    *&status = ZT_E_INVALID_POINTER;
+    EXPECT_EQ(static_cast<int&>(status), ZT_E_INVALID_POINTER);
+    ExpectLogged(0);
+    status.AssertIfError();
+    ExpectLogged(1);
+}
+
+TEST_F(HResult, SucceedsFromZeroUpwards)
+{
+    for (const int code : {0, 1, 0x7FFFFFFF}) {
+        CZtHResult status(code);
+        EXPECT_TRUE(status.DidSucceed()) << code;
+        EXPECT_FALSE(status.DidFail()) << code;
+    }
+    for (const int code : {-1, E_FAIL, static_cast<int>(0x80000000)}) {
+        CZtHResult status(code);
+        EXPECT_FALSE(status.DidSucceed()) << code;
+        EXPECT_TRUE(status.DidFail()) << code;
+    }
+}
+
+TEST_F(HResult, CopiesStatusAndAcceptableFailures)
+{
+    CZtHResult original(ZT_E_FAIL, 1, ZT_E_FAIL);
+    CZtHResult copy(original);
+    ExpectLogged(0);
+    EXPECT_EQ(static_cast<int&>(copy), ZT_E_FAIL);
+    copy = ZT_E_INVALID_POINTER;
+    ExpectLogged(1);
+    EXPECT_EQ(static_cast<int&>(original), ZT_E_FAIL);
+}
+
+TEST_F(HResult, ChecksACopy)
+{
+    CZtHResult original(0);
+    original.AssignNoAssert(ZT_E_FAIL);
+    const CZtHResult copy(original);
+    ExpectLogged(1);
+}
+
+TEST_F(HResult, ACopyOutlivesItsOriginal)
+{
+    CZtHResult copy(0);
+    {
+        const CZtHResult original(0, 1, ZT_E_FAIL);
+        copy = original;
+    }
+    copy = ZT_E_FAIL;
+    ExpectLogged(0);
+}
+
+TEST_F(HResult, AssignmentTakesOverAcceptableFailures)
+{
+    CZtHResult status(0, 1, ZT_E_INVALID_POINTER);
+    const CZtHResult other(ZT_E_FAIL, 1, ZT_E_FAIL);
+    status = other;
+    ExpectLogged(0);
+    EXPECT_EQ(static_cast<int&>(status), ZT_E_FAIL);
+    status = ZT_E_INVALID_POINTER;
+    ExpectLogged(1);
+}
+
+TEST_F(HResult, AssignmentOfAPlainOneKeepsAcceptableFailures)
+{
+    CZtHResult status(0, 1, ZT_E_FAIL);
+    CZtHResult plain(0);
+    plain.AssignNoAssert(ZT_E_FAIL);
+    status = plain;
+    ExpectLogged(0);
+    plain.AssignNoAssert(ZT_E_INVALID_POINTER);
+    status = plain;
+    ExpectLogged(1);
+}
+
+TEST_F(HResult, AssignmentToItselfIsSafe)
+{
+    CZtHResult status(ZT_E_FAIL, 1, ZT_E_FAIL);
+    const CZtHResult& self = status;
+    status = self;
+    ExpectLogged(0);
+    EXPECT_EQ(static_cast<int&>(status), ZT_E_FAIL);
+    status = ZT_E_FAIL;
+    ExpectLogged(0);
+}
+
+} // namespace

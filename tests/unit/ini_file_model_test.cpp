@@ -1,0 +1,538 @@
+/// Compares the INI file with a plain model of its rules, over random files and random sequences of operations. The
+/// model works line by line on strings of its own and keeps the file's text beside them. A failure prints the seed;
+/// the environment variable ZTA_TEST_SEED repeats it.
+#include "support/ini_file.h"
+#include "tests/support/temp_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <optional>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Text = std::wstring;
+
+struct Line {
+    Text comments;
+    wchar_t mark = L' ';
+    Text section;
+    Text key;
+    Text value;
+};
+
+class Model {
+public:
+    explicit Model(bool saves_at_once) : saves_at_once_(saves_at_once) {}
+
+    std::optional<Text> disk; ///< the file, if there is one
+    std::vector<Line> lines;
+
+    bool Load()
+    {
+        if (!disk) {
+            return false;
+        }
+        lines.clear();
+        Text comments;
+        Text section;
+        std::size_t start = 0;
+        for (;;) {
+            std::size_t end = start;
+            while (end < disk->size() && (*disk)[end] != L'\n') {
+                ++end;
+            }
+            if (end == disk->size()) {
+                return true;
+            }
+            LoadLine(disk->substr(start, end - start), comments, section);
+            start = end + 1;
+        }
+    }
+
+    bool Save(bool really)
+    {
+        if (really) {
+            disk = Shown(true);
+            is_dirty_ = false;
+        }
+        return true;
+    }
+
+    void Destroy()
+    {
+        if (is_dirty_) {
+            Save(true);
+        }
+    }
+
+    Text Content() const { return Shown(false); }
+
+    bool HasSection(const Text& section) const
+    {
+        for (const Line& line : lines) {
+            if (line.section == section) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    Line* First(const Text& key, const Text& section)
+    {
+        for (Line& line : lines) {
+            if (line.section == section && line.key == key) {
+                return &line;
+            }
+        }
+        return nullptr;
+    }
+
+    bool AddSection(const Text& section)
+    {
+        if (HasSection(section)) {
+            return false;
+        }
+        lines.push_back({L"", L' ', section, L"", L""});
+        return Changed();
+    }
+
+    bool DeleteSection(const Text& section)
+    {
+        for (std::size_t i = lines.size(); i > 0; --i) {
+            if (lines[i - 1].section == section) {
+                lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(i - 1));
+                is_dirty_ = true;
+            }
+        }
+        return Save(saves_at_once_);
+    }
+
+    bool RenameSection(const Text& from, const Text& to)
+    {
+        if (HasSection(to)) {
+            return false;
+        }
+        for (Line& line : lines) {
+            if (line.section == from) {
+                line.section = to;
+                is_dirty_ = true;
+            }
+        }
+        return Save(saves_at_once_);
+    }
+
+    bool DeleteRecord(const Text& key, const Text& section)
+    {
+        const Line* line = First(key, section);
+        if (line == nullptr) {
+            return false;
+        }
+        lines.erase(lines.begin() + (line - lines.data()));
+        return Changed();
+    }
+
+    bool SetString(const Text& key, const Text& section, const Text& value)
+    {
+        if (Line* line = First(key, section)) {
+            line->value = value;
+            return Changed();
+        }
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            if (lines[i].section == section) {
+                lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(i + 1), {L"", L' ', section, key, value});
+                return Changed();
+            }
+        }
+        lines.push_back({L"", L' ', section, L"", L""});
+        lines.push_back({L"", L' ', section, key, value});
+        return Changed();
+    }
+
+    unsigned long long GetLongLong(const Text& key, const Text& section, unsigned long long otherwise)
+    {
+        const Line* line = First(key, section);
+        if (line == nullptr || line->value.empty()) {
+            return otherwise;
+        }
+        unsigned long long result = 0;
+        for (const wchar_t character : line->value) {
+            result = result * 10 + static_cast<unsigned long long>(character) - 48;
+        }
+        return result;
+    }
+
+    bool MarkRecord(wchar_t mark, const Text& key, const Text& section)
+    {
+        Line* line = First(key, section);
+        if (line == nullptr) {
+            return false;
+        }
+        line->mark = mark;
+        return Changed();
+    }
+
+    bool UnmarkRecord(const Text& key, const Text& section) { return MarkRecord(L' ', key, section) && Save(true); }
+
+    bool MarkSection(wchar_t mark, const Text& section)
+    {
+        for (Line& line : lines) {
+            if (line.section == section) {
+                line.mark = mark;
+                is_dirty_ = true;
+            }
+        }
+        return Save(saves_at_once_);
+    }
+
+    bool SetComments(const Text& comments, const Text& key, const Text& section)
+    {
+        Line* line = First(key, section);
+        if (line == nullptr) {
+            return false;
+        }
+        line->comments = comments.size() > 1 ? comments + L"\n" : comments;
+        return Changed();
+    }
+
+private:
+    static bool Has(const Text& text, wchar_t character) { return text.find(character) != Text::npos; }
+
+    static Text Trimmed(const Text& text)
+    {
+        const Text blanks = L" \t\n\r";
+        std::size_t first = 0;
+        std::size_t end = text.size();
+        while (first < end && Has(blanks, text[first])) {
+            ++first;
+        }
+        while (end > first && Has(blanks, text[end - 1])) {
+            --end;
+        }
+        return text.substr(first, end - first);
+    }
+
+    void LoadLine(const Text& raw, Text& comments, Text& section)
+    {
+        Text text = Trimmed(raw);
+        if (text.empty()) {
+            return;
+        }
+        Line line;
+        if (text[0] == L'#' || text[0] == L';') {
+            if (!Has(text, L'[') && !Has(text, L'=')) {
+                comments += text + L"\n";
+            } else {
+                line.mark = text[0];
+                text = Trimmed(text.substr(1));
+            }
+        }
+        if (Has(text, L'[')) {
+            text = text.substr(1);
+            if (!Has(text, L']')) {
+                throw std::out_of_range("no closing bracket");
+            }
+            text = text.substr(0, text.find(L']'));
+            line.comments = comments;
+            comments = L"";
+            line.section = text;
+            section = text;
+        }
+        if (Has(text, L'=')) {
+            line.comments = comments;
+            comments = L"";
+            line.section = section;
+            line.key = text.substr(0, text.find(L'='));
+            line.value = text.substr(text.find(L'=') + 1);
+        }
+        if (comments.empty()) {
+            lines.push_back(line);
+        }
+    }
+
+    Text Shown(bool with_blank) const
+    {
+        Text text;
+        for (const Line& line : lines) {
+            text += line.comments;
+            if (with_blank || line.mark != L' ') {
+                text += line.mark;
+            }
+            if (line.key.empty()) {
+                text += L"[" + line.section + L"]\n";
+            } else {
+                text += line.key + L"=" + line.value + L"\n";
+            }
+        }
+        return text;
+    }
+
+    bool Changed()
+    {
+        is_dirty_ = true;
+        return Save(saves_at_once_);
+    }
+
+    bool saves_at_once_;
+    bool is_dirty_ = false;
+};
+
+/// Random choices of one round.
+class Dice {
+public:
+    explicit Dice(unsigned seed) : engine_(seed) {}
+
+    std::size_t Below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(engine_); }
+
+    Text OneOf(const std::vector<Text>& texts) { return texts[Below(texts.size())]; }
+
+    Text Section() { return OneOf({L"", L"A", L"B", L"a", L"A B", L"a=b"}); }
+    Text Key() { return OneOf({L"", L"k", L"K", L"k ", L"long key"}); }
+    Text Value() { return OneOf({L"", L"1", L" v", L"18446744073709551615", L"12a", L"-3", L"a=b", L"#"}); }
+    Text Comments() { return OneOf({L"", L"#", L"# x", L"; y\n", L"# a\n; b\n", L"\n"}); }
+    wchar_t Mark() { return Below(2) == 0 ? L'#' : L';'; }
+
+    /// Most lines are what one finds in such files; some are made of its special characters.
+    Text File()
+    {
+        Text text;
+        for (std::size_t line = Below(12); line > 0; --line) {
+            switch (Below(8)) {
+            case 0:
+            case 1:
+                text += OneOf({L"", L" ", L"\t", L"#", L";"}) + L"[" + Section() + L"]" + OneOf({L"", L" ", L" x"});
+                break;
+            case 2:
+            case 3:
+            case 4:
+                text += OneOf({L"", L" ", L"#", L"; "}) + Key() + L"=" + Value() + OneOf({L"", L"\r", L" \t"});
+                break;
+            case 5:
+                text += OneOf({L"# comment", L"  ; comment ", L"#", L"", L" ", L"plain"});
+                break;
+            default:
+                text += Soup(L"[]]==#; \t\rab");
+                break;
+            }
+            text += L"\n";
+        }
+        return Below(4) == 0 ? text + OneOf({L"x=1", L"[tail]", L"[", L" "}) : text;
+    }
+
+private:
+    /// Lines with an opening bracket mostly get a closing one, or nearly every file would be refused.
+    Text Soup(const Text& characters)
+    {
+        Text text;
+        for (std::size_t i = Below(8); i > 0; --i) {
+            text += characters[Below(characters.size())];
+        }
+        return text.find(L'[') != Text::npos && Below(8) != 0 ? text + L"]" : text;
+    }
+
+    std::mt19937 engine_;
+};
+
+std::string Narrow(const Text& text)
+{
+    return {text.begin(), text.end()};
+}
+
+/// A model and a real file in the same state.
+class Pair {
+public:
+    Pair(std::string name, Dice& dice) : name_(std::move(name)), dice_(dice) {}
+
+    void Run()
+    {
+        const bool saves_at_once = dice_.Below(2) == 0;
+        Model model(saves_at_once);
+        ReplaceFile(model);
+        bool is_refused = false;
+        try {
+            model.Load();
+        } catch (const std::out_of_range&) {
+            is_refused = true;
+        }
+        if (is_refused) {
+            EXPECT_THROW(CZtIniFile(name_, saves_at_once), std::out_of_range);
+            EXPECT_EQ(ReadTextFile(name_), Narrow(*model.disk));
+            return;
+        }
+        {
+            CZtIniFile file(name_, saves_at_once);
+            Compare(file, model);
+            for (std::size_t step = dice_.Below(25); step > 0 && !testing::Test::HasFailure(); --step) {
+                Step(file, model);
+                Compare(file, model);
+            }
+        }
+        model.Destroy();
+        EXPECT_EQ(ReadTextFile(name_), Narrow(*model.disk));
+    }
+
+private:
+    void ReplaceFile(Model& model)
+    {
+        model.disk = dice_.File();
+        WriteTextFile(name_, Narrow(*model.disk));
+    }
+
+    void Reload(CZtIniFile& file, Model& model)
+    {
+        bool is_refused = false;
+        try {
+            model.Load();
+        } catch (const std::out_of_range&) {
+            is_refused = true;
+        }
+        if (is_refused) {
+            EXPECT_THROW(file.Load(), std::out_of_range);
+        } else {
+            EXPECT_TRUE(file.Load());
+        }
+    }
+
+    void Step(CZtIniFile& file, Model& model)
+    {
+        const Text section = dice_.Section();
+        const Text key = dice_.Key();
+        const Text value = dice_.Value();
+        const Text comments = dice_.Comments();
+        const wchar_t mark = dice_.Mark();
+        const std::size_t operation = dice_.Below(15);
+        SCOPED_TRACE("operation " + std::to_string(operation) + ", section \"" + Narrow(section) + "\", key \"" +
+                     Narrow(key) + "\", value \"" + Narrow(value) + "\"");
+        switch (operation) {
+        case 0:
+            EXPECT_EQ(file.AddSection(section), model.AddSection(section));
+            break;
+        case 1:
+            EXPECT_EQ(file.DeleteSection(section), model.DeleteSection(section));
+            break;
+        case 2: {
+            const Text to = dice_.Section();
+            EXPECT_EQ(file.RenameSection(section, to), model.RenameSection(section, to));
+            break;
+        }
+        case 3:
+            EXPECT_EQ(file.DeleteRecord(key, section), model.DeleteRecord(key, section));
+            break;
+        case 4:
+        case 5:
+            EXPECT_EQ(file.SetString(key, section, value), model.SetString(key, section, value));
+            break;
+        case 6: {
+            const unsigned long long number = std::size_t{1} << dice_.Below(64);
+            EXPECT_EQ(file.SetLongLong(key, section, number), model.SetString(key, section, std::to_wstring(number)));
+            break;
+        }
+        case 7: {
+            const auto character = static_cast<CZtIniFile::CommentChar>(mark);
+            EXPECT_EQ(file.CommentRecord(character, key, section), model.MarkRecord(mark, key, section));
+            break;
+        }
+        case 8:
+            EXPECT_EQ(file.UnCommentRecord(key, section), model.UnmarkRecord(key, section));
+            break;
+        case 9:
+            EXPECT_EQ(file.CommentSection(mark, section), model.MarkSection(mark, section));
+            break;
+        case 10:
+            EXPECT_EQ(file.UnCommentSection(section), model.MarkSection(L' ', section));
+            break;
+        case 11:
+            EXPECT_EQ(file.SetRecordComments(comments, key, section), model.SetComments(comments, key, section));
+            break;
+        case 12:
+            EXPECT_EQ(file.SetSectionComments(comments, section), model.SetComments(comments, L"", section));
+            break;
+        case 13: {
+            const bool really = dice_.Below(2) == 0;
+            EXPECT_EQ(file.Save(really), model.Save(really));
+            break;
+        }
+        default:
+            if (dice_.Below(2) == 0) {
+                ReplaceFile(model);
+            }
+            Reload(file, model);
+            break;
+        }
+    }
+
+    static void Compare(const std::vector<CZtIniFile::Record>& records, const std::vector<Line>& lines)
+    {
+        ASSERT_EQ(records.size(), lines.size());
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            EXPECT_EQ(records[i].Comments, lines[i].comments);
+            EXPECT_EQ(records[i].Commented, lines[i].mark);
+            EXPECT_EQ(records[i].Section, lines[i].section);
+            EXPECT_EQ(records[i].Key, lines[i].key);
+            EXPECT_EQ(records[i].Value, lines[i].value);
+        }
+    }
+
+    /// Everything that can be asked of the object, and the file.
+    void Compare(CZtIniFile& file, Model& model)
+    {
+        EXPECT_EQ(file.Content(), model.Content());
+        EXPECT_EQ(ReadTextFile(name_), Narrow(*model.disk));
+
+        std::vector<Line> headers;
+        std::vector<Text> names;
+        std::vector<Text> sections = {L"", L"no such section", dice_.Section()};
+        for (const Line& line : model.lines) {
+            sections.push_back(line.section);
+            if (line.key.empty()) {
+                headers.push_back(line);
+                names.push_back(line.section);
+            }
+        }
+        Compare(file.GetSections(), headers);
+        EXPECT_EQ(file.GetSectionNames(), names);
+
+        const Text key = model.lines.empty() ? dice_.Key() : model.lines[dice_.Below(model.lines.size())].key;
+        for (const Text& section : sections) {
+            EXPECT_EQ(file.SectionExists(section), model.HasSection(section));
+            std::vector<Line> keys;
+            for (const Line& line : model.lines) {
+                if (line.section == section && !line.key.empty()) {
+                    keys.push_back(line);
+                }
+            }
+            Compare(file.GetSection(section), keys);
+
+            const Line* line = model.First(key, section);
+            EXPECT_EQ(file.RecordExists(key, section), line != nullptr);
+            EXPECT_EQ(file.GetString(key, section, L"none"), line != nullptr ? line->value : L"none");
+            EXPECT_EQ(file.GetLongLong(key, section, 77), model.GetLongLong(key, section, 77));
+            Compare(file.GetRecord(key, section), line != nullptr ? std::vector<Line>{*line} : std::vector<Line>());
+        }
+    }
+
+    std::string name_;
+    Dice& dice_;
+};
+
+TEST(IniFileModel, AgreesOverRandomFilesAndOperations)
+{
+    const char* given = std::getenv("ZTA_TEST_SEED");
+    const auto first =
+        given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
+    const unsigned rounds = given != nullptr ? 1 : 4000;
+    const TempDirectory directory;
+    for (unsigned round = 0; round < rounds && !HasFailure(); ++round) {
+        const unsigned seed = first + round;
+        SCOPED_TRACE("ZTA_TEST_SEED=" + std::to_string(seed));
+        Dice dice(seed);
+        Pair(directory.File("model.ini"), dice).Run();
+    }
+}
+
+} // namespace

@@ -1,0 +1,238 @@
+/// Registration reads the environment and writes to standard output, so each call is made in a child process.
+#include "component/module.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temp_directory.h"
+
+#include <zta/engine_interfaces.h>
+#include <zta/module.h>
+#include <zta/status.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+constexpr const wchar_t* kModule = L"/opt/media/libZtaAudioSamplesEngine.so";
+constexpr const char* kLine = " {45F20097-F519-4DCF-80D8CC0D06CBF259}=/opt/media/libZtaAudioSamplesEngine.so\n";
+constexpr const char* kRegistered = "- - Register KelvarVideo AudioSamples Engine\n";
+constexpr const char* kUnregistered = "- - Unregister KelvarVideo AudioSamples Engine\n";
+constexpr const char* kNoVariable = "ZtInternalGetIniFilePath: Environement variable ORBUTILS not found.\n";
+
+constexpr _GUID kForeign = {0x01020304, 0x0506, 0x0708, {9, 10, 11, 12, 13, 14, 15, 16}};
+
+int Register()
+{
+    return DllRegisterServer(kModule);
+}
+
+class Registration : public testing::Test {
+protected:
+    void Write(const std::string& text) { WriteTextFile(file_, text); }
+    std::string Read() const { return ReadTextFile(file_); }
+    bool Exists() const { return std::filesystem::exists(file_); }
+
+    /// Runs a function with the variable set to the test's directory.
+    ChildResult Run(const std::function<int()>& function) const
+    {
+        return RunWith(directory_.Path().string(), function);
+    }
+
+    static ChildResult RunWith(const std::string& variable, const std::function<int()>& function)
+    {
+        const ChildResult result = RunInChild([&] {
+            ::setenv("ORBUTILS", variable.c_str(), 1);
+            return function();
+        });
+        EXPECT_TRUE(result.ended);
+        return result;
+    }
+
+    static ChildResult RunWithout(const std::function<int()>& function)
+    {
+        const ChildResult result = RunInChild([&] {
+            ::unsetenv("ORBUTILS");
+            return function();
+        });
+        EXPECT_TRUE(result.ended);
+        return result;
+    }
+
+    static void Expect(const ChildResult& result, int status, const std::string& output)
+    {
+        EXPECT_EQ(result.status, status);
+        EXPECT_EQ(result.output, output);
+    }
+
+    TempDirectory directory_;
+    std::string file_ = directory_.File("CLSIDs");
+};
+
+TEST_F(Registration, WritesItsLineBelowTheSection)
+{
+    Expect(Run(Register), 0, kRegistered);
+    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+}
+
+TEST_F(Registration, TakesOutItsLineAndLeavesTheSection)
+{
+    Write(std::string(" [CLSID]\n") + kLine);
+    Expect(Run(DllUnregisterServer), 0, kUnregistered);
+    EXPECT_EQ(Read(), " [CLSID]\n");
+}
+
+TEST_F(Registration, HasAnotherNameForEachOfTheTwo)
+{
+    Expect(Run([] { return ZtInternalRegisterAllServers(kModule); }), 0, kRegistered);
+    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+    Expect(Run(ZtInternalUnregisterAllServers), 0, kUnregistered);
+    EXPECT_EQ(Read(), " [CLSID]\n");
+}
+
+TEST_F(Registration, KeepsTheLinesOfOthers)
+{
+    const std::string head = "# shared\n [CLSID]\n";
+    const std::string others = " {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other.so\n"
+                               ";{45F20097-F519-4DCF-80D8-CC0D06CBF259}=four hyphens\n"
+                               " [Other]\n"
+                               " {45F20097-F519-4DCF-80D8CC0D06CBF259}=of another section\n";
+    Write(head + others);
+    Expect(Run(Register), 0, kRegistered);
+    EXPECT_EQ(Read(), head + kLine + others);
+    Expect(Run(DllUnregisterServer), 0, kUnregistered);
+    EXPECT_EQ(Read(), head + others);
+}
+
+TEST_F(Registration, TwiceKeepsOneLine)
+{
+    Expect(Run(Register), 0, kRegistered);
+    Expect(Run(Register), 0, kRegistered);
+    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+    Expect(Run([] { return DllRegisterServer(L"/elsewhere.so"); }), 0, kRegistered);
+    EXPECT_EQ(Read(), " [CLSID]\n {45F20097-F519-4DCF-80D8CC0D06CBF259}=/elsewhere.so\n");
+    Expect(Run([] { return Register() + Register(); }), 0, std::string(kRegistered) + kRegistered);
+    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+}
+
+TEST_F(Registration, LeavesAClassThatIsCommentedOutSo)
+{
+    Write(" [CLSID]\n#{45F20097-F519-4DCF-80D8CC0D06CBF259}=old\n");
+    Expect(Run(Register), 0, kRegistered);
+    EXPECT_EQ(Read(), " [CLSID]\n#" + std::string(kLine).substr(1));
+}
+
+TEST_F(Registration, UnregisteringAnAbsentClassSucceeds)
+{
+    Write("[CLSID]\nother=1\n");
+    Expect(Run(DllUnregisterServer), 0, kUnregistered);
+    EXPECT_EQ(Read(), "[CLSID]\nother=1\n") << "the file is not written";
+}
+
+TEST_F(Registration, UnregisteringWithoutAFileSucceeds)
+{
+    Expect(Run(DllUnregisterServer), 0, kUnregistered);
+    EXPECT_FALSE(Exists());
+}
+
+TEST_F(Registration, TellsAMissingVariableOnceAndFails)
+{
+    // The message is of bytes, so the stream then drops the line of progress.
+    const int fail = static_cast<int>(0x80004005);
+    Expect(RunWithout(Register), fail, kNoVariable);
+    Expect(RunWithout(DllUnregisterServer), fail, kNoVariable);
+    Expect(RunWithout([] { return ZtInternalRegisterServer(kForeign, L"name", kModule); }), fail, kNoVariable);
+    Expect(RunWithout([] { return ZtInternalUnregisterServer(kForeign); }), fail, kNoVariable);
+}
+
+TEST_F(Registration, PrintsItsProgressWhateverTheStatus)
+{
+    const auto wide = [](int (*function)()) {
+        return [function] {
+            std::fwide(stdout, 1);
+            return function();
+        };
+    };
+    Expect(RunWithout(wide(Register)), E_FAIL, kRegistered);
+    Expect(RunWithout(wide(DllUnregisterServer)), E_FAIL, kUnregistered);
+    Expect(RunWith(directory_.File("missing"), wide(Register)), 0, kRegistered);
+}
+
+TEST_F(Registration, SucceedsIfTheFileCannotBeWritten)
+{
+    const std::string missing = directory_.File("missing");
+    const std::string message = "Unable to open " + missing + "/CLSIDs for writing\n";
+    Expect(RunWith(missing, Register), 0, message + message);
+    EXPECT_FALSE(std::filesystem::exists(missing));
+
+    std::filesystem::create_directory(file_);
+    const std::string directory_message = "Unable to open " + file_ + " for writing\n";
+    Expect(Run(Register), 0, directory_message + directory_message);
+}
+
+TEST_F(Registration, RegistersAnyClassByItself)
+{
+    Expect(Run([] { return ZtInternalRegisterServer(kForeign, nullptr, L"/opt/other.so"); }), 0, "");
+    EXPECT_EQ(Read(), " [CLSID]\n {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other.so\n");
+    Expect(Run(Register), 0, kRegistered);
+    Expect(Run([] { return ZtInternalUnregisterServer(kForeign); }), 0, "");
+    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+}
+
+TEST_F(Registration, RefusesANullPathWithALogicError)
+{
+    Write("[CLSID]\n");
+    const ChildResult result = Run([] {
+        try {
+            return DllRegisterServer(nullptr);
+        } catch (const std::logic_error&) {
+            return 77;
+        }
+    });
+    Expect(result, 77, "");
+    EXPECT_EQ(Read(), "[CLSID]\n");
+}
+
+TEST_F(Registration, PassesOnAMalformedFile)
+{
+    Write("[CLSID\n");
+    const ChildResult result = Run([] {
+        try {
+            return Register();
+        } catch (const std::out_of_range&) {
+            return 77;
+        }
+    });
+    Expect(result, 77, "");
+    EXPECT_EQ(Read(), "[CLSID\n");
+}
+
+TEST_F(Registration, FormsThePathFromTheVariable)
+{
+    const auto print_path = [] {
+        std::string path(kMaxIniPath + 1, '?');
+        const bool is_found = ZtBaseCOMNamespace::ZtInternalGetIniFilePath(path.data());
+        std::fputs(path.c_str(), stdout);
+        return is_found && path.back() == '?' ? 1 : 0;
+    };
+    Expect(RunWith("/some/where", print_path), 1, "/some/where/CLSIDs");
+    Expect(RunWith("", print_path), 1, "/CLSIDs"); // set, though empty
+    const std::string longer(5000, 'x');
+    Expect(RunWith(longer, print_path), 1, longer.substr(0, 4095)); // cut to its room
+}
+
+TEST_F(Registration, HasNoPathWithoutTheVariable)
+{
+    const ChildResult result = RunWithout([] {
+        char path[kMaxIniPath] = "untouched";
+        return ZtBaseCOMNamespace::ZtInternalGetIniFilePath(path) || std::string(path) != "untouched" ? 1 : 0;
+    });
+    Expect(result, 0, kNoVariable);
+}
+
+} // namespace

@@ -1,0 +1,13 @@
+/// The commands. Each adds itself to the command line and runs when the line names it.
+#pragma once
+
+#include "tools/context.h"
+
+namespace CLI {
+class App;
+}
+
+void AddInfoCommand(CLI::App& app, const Context& context);
+void AddConvertCommand(CLI::App& app, const Context& context);
+void AddRegisterCommand(CLI::App& app, const Context& context);
+void AddUnregisterCommand(CLI::App& app, const Context& context);

@@ -1,0 +1,130 @@
+#include "tools/block_reader.h"
+#include "tools/commands.h"
+#include "tools/conversion.h"
+#include "tools/failure.h"
+#include "tools/interruption.h"
+#include "tools/progress.h"
+#include "tools/sound_reader.h"
+#include "tools/sound_writer.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cmath>
+#include <memory>
+#include <span>
+
+namespace {
+
+constexpr sf_count_t kDefaultBlock = 4096;
+constexpr sf_count_t kLargestBlock = 192000;
+
+struct Options {
+    std::filesystem::path in;
+    std::filesystem::path out;
+    std::string format;
+    bool fadeIn = false;
+    bool fadeOut = false;
+    sf_count_t block = kDefaultBlock;
+};
+
+// The engine does not saturate. This counts the samples that it cannot bring to integers as they are.
+class FullScaleWatch {
+public:
+    FullScaleWatch(SampleWord from, SampleWord to) : watching_(from == SampleWord::Float32 && to != from)
+    {
+        if (to == SampleWord::Pcm16) {
+            scale_ = 32767.0F;
+            lowest_ = std::nextafter(-32769.0F, 0.0F);
+            limit_ = 32768.0F;
+        }
+    }
+
+    void Look(const Block& block, std::uint32_t channels)
+    {
+        if (!watching_) {
+            return;
+        }
+        const auto* samples = reinterpret_cast<const float*>(block.words);
+        for (const float sample : std::span(samples, static_cast<std::size_t>(block.frames) * channels)) {
+            const float scaled = sample * scale_;
+            count_ += scaled >= lowest_ && scaled < limit_ ? 0 : 1; // a NaN counts
+        }
+    }
+
+    long Count() const { return count_; }
+
+private:
+    bool watching_;
+    float scale_ = 1.0F;
+    float lowest_ = -1.0F;
+    float limit_ = 1.0F;
+    long count_ = 0;
+};
+
+void RequireTwoFiles(const Options& options)
+{
+    std::error_code error;
+    if (std::filesystem::equivalent(options.in, options.out, error)) {
+        throw Failure(options.out.string() + ": input and output are the same file");
+    }
+}
+
+void Convert(const Options& options, const Context& context)
+{
+    SoundReader in(options.in);
+    in.RequireWhole();
+    RequireTwoFiles(options);
+    const SampleWord to = options.format.empty() ? in.Word() : SampleWordNamed(options.format).value();
+    BlockReader blocks(in, options.block, options.fadeIn, options.fadeOut);
+    EngineSession engine(context);
+    Conversion conversion(engine, in.Word(), to, in.Channels(), in.Rate(), blocks.MaxFrames(),
+                          options.fadeIn || options.fadeOut);
+    const bool extensible = (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX;
+    SoundWriter out(options.out, to, in.Channels(), in.Rate(), in.Frames(), extensible);
+    out.CopyTags(in);
+    if (!in.Loss().empty()) {
+        context.Note(options.in.string() + ": " + std::string(in.Loss()));
+    }
+
+    FullScaleWatch fullScale(in.Word(), to);
+    Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
+    for (Block block; blocks.Next(block);) {
+        CheckInterruption();
+        fullScale.Look(block, in.Channels());
+        out.Write(conversion.Run(block), block.frames);
+        progress.Advance(block.frames);
+    }
+    CheckInterruption();
+    out.Commit();
+    progress.Finish();
+    if (fullScale.Count() != 0) {
+        context.Note(options.in.string() + ": " + std::to_string(fullScale.Count()) +
+                     " samples beyond full scale wrapped around; lower the level before converting");
+    }
+}
+
+} // namespace
+
+void AddConvertCommand(CLI::App& app, const Context& context)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("convert", "Copy a sound file, converting its sample format");
+    command->add_option("IN", options->in, "the file to read: WAV, W64, RF64, AIFF, FLAC or Ogg")->required();
+    command->add_option("OUT", options->out, "the file to write, its container by the extension: " + OutputExtensions())
+        ->required();
+    command->add_option("--format", options->format, "sample format of the output; that of the input if not given")
+        ->check(CLI::IsMember(SampleWordNames()));
+    command->add_flag("--fade-in", options->fadeIn, "fade in over the first 200 sample frames");
+    command->add_flag("--fade-out", options->fadeOut, "fade out over the last 200 sample frames");
+    command->add_option("--block", options->block, "sample frames per block; the result does not depend on it")
+        ->capture_default_str()
+        ->check(CLI::Range(sf_count_t{1}, kLargestBlock));
+    command->footer("Conversions neither round, dither nor saturate. An existing OUT is replaced when the new file is\n"
+                    "complete, and stays as it is when anything fails.\n"
+                    "\n"
+                    "Examples:\n"
+                    "  ztaudio convert speech.wav speech.flac\n"
+                    "  ztaudio convert mix.wav mix-float.wav --format float\n"
+                    "  ztaudio convert take.aiff clip.wav --format 16 --fade-in --fade-out");
+    command->callback([options, &context] { Convert(*options, context); });
+}

@@ -1,0 +1,26 @@
+/// The sample words in which a file's samples meet the engine.
+#pragma once
+
+#include <zta/audio_records.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class SampleWord { Pcm16, Pcm24In32, Pcm24In24, Float32 };
+
+/// The name that `--format` takes.
+std::string_view NameOf(SampleWord word);
+std::optional<SampleWord> SampleWordNamed(std::string_view name);
+std::vector<std::string> SampleWordNames();
+
+/// The subtype of libsndfile that holds the word's samples in a file.
+int FileSubtype(SampleWord word);
+
+/// Bytes of one sample in the engine's buffers.
+std::size_t BytesOf(SampleWord word);
+
+SZtaWaveFormatInfo WaveFormat(SampleWord word, std::uint32_t channels, std::uint32_t rate);

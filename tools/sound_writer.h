@@ -1,0 +1,43 @@
+/// Writing sound files.
+#pragma once
+
+#include "tools/output_file.h"
+#include "tools/sample_word.h"
+#include "tools/sound_reader.h"
+
+#include <sndfile.h>
+
+#include <filesystem>
+#include <vector>
+
+/// The extensions that name a container to write, for help texts.
+std::string OutputExtensions();
+
+class SoundWriter {
+public:
+    /// Begins a file of the container that the extension names. Throws Failure when the container does not hold such
+    /// samples or cannot hold `expectedFrames` of them, or when the file cannot be made.
+    SoundWriter(const std::filesystem::path& path, SampleWord word, std::uint32_t channels, std::uint32_t rate,
+                sf_count_t expectedFrames, bool extensibleWav);
+
+    /// Carries over what the source tells about its sound, as far as the container has room for it. Before any Write.
+    void CopyTags(const SoundReader& source);
+
+    /// Writes whole sample frames of words. Throws Failure when they could not all be written.
+    void Write(const void* words, sf_count_t frames);
+
+    /// Completes the file and gives it its name.
+    void Commit();
+
+private:
+    void RequireRoom(sf_count_t frames) const;
+
+    std::filesystem::path path_;
+    SampleWord word_;
+    std::size_t samplesPerFrame_;
+    std::uint64_t limit_;
+    sf_count_t framesWritten_ = 0;
+    std::vector<int> unpacked_;
+    OutputFile file_;
+    SoundHandle sound_;
+};

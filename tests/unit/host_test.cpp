@@ -2,6 +2,7 @@
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/module.h"
+#include "tests/support/temp_directory.h"
 
 #include <zta/status.h>
 
@@ -9,7 +10,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -228,7 +231,7 @@ TEST(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
             buffer->SignalReadCompletion();
             buffer->SignalWriteCompletion();
         });
-        const bool ended = buffer->WaitForCompletion(std::chrono::nanoseconds::max());
+        const bool ended = buffer->WaitForCompletion(10s);
         const int open = buffer->ReadCount() + buffer->WriteCount();
         engine.join();
         ASSERT_TRUE(ended);
@@ -513,6 +516,28 @@ TEST(HostModule, GivesTheVersionOfTheBuild)
     EXPECT_TRUE(std::all_of(std::begin(version.achRevision), std::end(version.achRevision),
                             [](char digit) { return std::strchr("0123456789abcdef", digit) != nullptr && digit; }));
     EXPECT_NE(version.achRelease[0], '\0');
+}
+
+TEST(HostModule, RegistersTheClassUnderAPathAndTakesItOut)
+{
+    const TempDirectory directory;
+    ASSERT_EQ(setenv("ORBUTILS", directory.Path().c_str(), 1), 0);
+    zta::host::Module module(ZTA_MODULE_PATH);
+    const auto text = [&directory] { return ReadTextFile(directory.File("CLSIDs")); };
+    const std::string line = "{45F20097-F519-4DCF-80D8CC0D06CBF259}=/opt/engine.so";
+    module.Register("/opt/engine.so");
+    EXPECT_NE(text().find(line), std::string::npos) << text();
+    module.Unregister();
+    EXPECT_EQ(text().find(line), std::string::npos) << text();
+
+    unsetenv("ORBUTILS");
+    try {
+        module.Register("/opt/engine.so");
+        FAIL() << "registered nowhere";
+    } catch (const zta::host::ModuleError& error) {
+        EXPECT_EQ(error.Status(), E_FAIL);
+    }
+    EXPECT_THROW(module.Unregister(), zta::host::ModuleError);
 }
 
 TEST(HostModule, FindsExportedNamesOnly)

@@ -246,7 +246,7 @@ TEST(HostAudioBuffer, EverySleeperIsWoken)
     int woken[3] = {};
     std::thread waiters[3];
     for (int i = 0; i < 3; ++i) {
-        waiters[i] = std::thread([&buffer, &woken, i] { woken[i] = buffer->WaitForCompletion(60s); });
+        waiters[i] = std::thread([&buffer, &woken, i] { woken[i] = buffer->WaitForCompletion(10s); });
     }
     buffer->SignalWriteCompletion();
     for (auto& waiter : waiters) {

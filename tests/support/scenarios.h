@@ -7,6 +7,7 @@
 #include <zta/engine_interfaces.h>
 
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,12 @@ struct ScenarioRow {
     bool returnsSignalsStatus; ///< the operation returns what its last signal returned, whatever became of the work
     std::function<Scenario(const BufferFactory&)> make;
 };
+
+/// How GoogleTest shows a row.
+inline void PrintTo(const ScenarioRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
 
 /// Announces every access, as a host does, and runs.
 int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine);

@@ -7,6 +7,7 @@
 
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <tuple>
 
@@ -278,9 +279,54 @@ TEST_F(Convert, CarriesOverTitleAndArtist)
 
 TEST_F(Convert, KeepsTheChannelMapOfAnExtensibleWav)
 {
-    Sound sound = Noise(SF_FORMAT_PCM_24, 4, 100);
-    sound.format = SF_FORMAT_WAVEX | SF_FORMAT_PCM_24;
-    EXPECT_EQ(Run(sound, {}).format & SF_FORMAT_TYPEMASK, SF_FORMAT_WAVEX);
+    const std::vector<int> map = {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_LFE};
+    const int bytes = static_cast<int>(map.size() * sizeof(int));
+    SF_INFO info{};
+    info.format = SF_FORMAT_WAVEX | SF_FORMAT_PCM_24;
+    info.channels = 4;
+    info.samplerate = 48000;
+    SNDFILE* file = sf_open(in_.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr);
+    std::vector<int> copy = map;
+    EXPECT_EQ(sf_command(file, SFC_SET_CHANNEL_MAP_INFO, copy.data(), bytes), SF_TRUE);
+    const std::vector<int> samples(400, 1 << 20);
+    sf_write_int(file, samples.data(), 400);
+    sf_close(file);
+
+    ASSERT_EQ(RunTool({"convert", in_, folder_.File("out.wav")}).exitCode, 0);
+    file = sf_open(folder_.File("out.wav").c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(info.format & SF_FORMAT_TYPEMASK, SF_FORMAT_WAVEX);
+    copy.assign(map.size(), 0);
+    EXPECT_EQ(sf_command(file, SFC_GET_CHANNEL_MAP_INFO, copy.data(), bytes), SF_TRUE);
+    EXPECT_EQ(copy, map);
+    sf_close(file);
+}
+
+TEST_F(Convert, CarriesOverTheBroadcastRecord)
+{
+    SF_INFO info{};
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    info.channels = 1;
+    info.samplerate = 48000;
+    SNDFILE* file = sf_open(in_.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr);
+    SF_BROADCAST_INFO broadcast{};
+    std::snprintf(broadcast.originator, sizeof broadcast.originator, "Studio 4");
+    broadcast.time_reference_low = 123456;
+    EXPECT_EQ(sf_command(file, SFC_SET_BROADCAST_INFO, &broadcast, sizeof broadcast), SF_TRUE);
+    const std::vector<short> samples(1000, 7);
+    sf_write_short(file, samples.data(), 1000);
+    sf_close(file);
+
+    ASSERT_EQ(RunTool({"convert", in_, folder_.File("out.wav")}).exitCode, 0);
+    file = sf_open(folder_.File("out.wav").c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr);
+    SF_BROADCAST_INFO out{};
+    EXPECT_EQ(sf_command(file, SFC_GET_BROADCAST_INFO, &out, sizeof out), SF_TRUE);
+    EXPECT_STREQ(out.originator, "Studio 4");
+    EXPECT_EQ(out.time_reference_low, 123456U);
+    sf_close(file);
 }
 
 TEST_F(Convert, ReplacesAnExistingFileAndKeepsItsRights)

@@ -231,11 +231,14 @@ TEST(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
             buffer->SignalReadCompletion();
             buffer->SignalWriteCompletion();
         });
+        const auto start = std::chrono::steady_clock::now();
         const bool ended = buffer->WaitForCompletion(10s);
+        const auto waited = std::chrono::steady_clock::now() - start;
         const int open = buffer->ReadCount() + buffer->WriteCount();
         engine.join();
         ASSERT_TRUE(ended);
         ASSERT_EQ(open, 0);
+        ASSERT_LT(waited, 5s) << "the waiter slept on until its timeout";
     }
 }
 
@@ -246,13 +249,15 @@ TEST(HostAudioBuffer, EverySleeperIsWoken)
     int woken[3] = {};
     std::thread waiters[3];
     for (int i = 0; i < 3; ++i) {
-        waiters[i] = std::thread([&buffer, &woken, i] { woken[i] = buffer->WaitForCompletion(60s); });
+        waiters[i] = std::thread([&buffer, &woken, i] { woken[i] = buffer->WaitForCompletion(10s); });
     }
+    const auto start = std::chrono::steady_clock::now();
     buffer->SignalWriteCompletion();
     for (auto& waiter : waiters) {
         waiter.join();
     }
     EXPECT_EQ(woken[0] + woken[1] + woken[2], 3);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << "a waiter slept on until its timeout";
 }
 
 TEST(HostAudioBuffer, ReportsItsDescriptionAsSet)

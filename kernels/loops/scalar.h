@@ -66,6 +66,43 @@ struct Scalar {
 
     /// The correctly rounded quotient of a converted word.
     static Floats Divide(Floats fValue, float fDivisor) { return fValue / fDivisor; }
+
+    /// A 24-in-32 sample times a gain with 12 fraction bits, the low 16 bits of ulGain, as a 24-bit value; it can be
+    /// too large for 24 bits. The halves are multiplied apart, and what falls below the lower product's unit is cut
+    /// off.
+    static Words Scale(Words ulWord, Words ulGain)
+    {
+        const std::int32_t iSample = static_cast<std::int32_t>(ulWord) >> 4;
+        const std::int32_t iGain = static_cast<std::int16_t>(ulGain);
+        const std::int32_t iLow = (iSample & 0xFFFF) >> 1;
+        return static_cast<Words>((iSample >> 16) * iGain + (iLow * iGain >> 15));
+    }
+
+    /// Words as signed integers, limited from above, then from below.
+    static Words Limit(Words ulWord, Words ulUpper, Words ulLower)
+    {
+        const auto Signed = [](Words ul) { return static_cast<std::int32_t>(ul); };
+        ulWord = Signed(ulWord) < Signed(ulUpper) ? ulWord : ulUpper;
+        return Signed(ulWord) > Signed(ulLower) ? ulWord : ulLower;
+    }
+
+    /// The frames that InterleavePairs and SplitPairs move at once.
+    template <int Bytes>
+    static constexpr unsigned long kPairFrames = 1;
+
+    template <int Bytes>
+    static void InterleavePairs(const std::uint8_t* pucLeft, const std::uint8_t* pucRight, std::uint8_t* pucStereo)
+    {
+        __builtin_memcpy(pucStereo, pucLeft, Bytes);
+        __builtin_memcpy(pucStereo + Bytes, pucRight, Bytes);
+    }
+
+    template <int Bytes>
+    static void SplitPairs(const std::uint8_t* pucStereo, std::uint8_t* pucLeft, std::uint8_t* pucRight)
+    {
+        __builtin_memcpy(pucLeft, pucStereo, Bytes);
+        __builtin_memcpy(pucRight, pucStereo + Bytes, Bytes);
+    }
 };
 
 } // namespace

@@ -7,6 +7,7 @@
 /// Nothing that is compiled here may be shared between objects: the linker keeps one copy of an inline function of a
 /// standard header, and that copy may use instructions that the processor does not have.
 #include "kernels/loops/conversions.h"
+#include "kernels/loops/interleave.h"
 #include "kernels/loops/loops.h"
 
 #define ZTA_STRING_OF(name) #name
@@ -15,5 +16,8 @@
 constinit const SZtaSampleLoops zta::loops::ZTA_LOOP_TARGET::g_sLoops = {ZTA_STRING(ZTA_LOOP_TARGET),
 #define ZTA_LOOP_ROW(name, in, out, law) Convert<in, out, law>,
                                                                          ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
+#define ZTA_LOOP_ROW(bytes) Interleave<bytes>, Split<bytes>,
+                                                                             ZTA_ELEMENT_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
 };

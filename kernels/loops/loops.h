@@ -25,6 +25,15 @@
     ROW(MultiFormatTo24,     4, 4, AudioField24) \
     ROW(MultiFormatTo16In16, 4, 2, AudioField16)
 
+/// The elements that are moved between separate streams and a mux, by their bytes: ROW(bytes)
+/// Each is a mono sample or a stereo frame of one of the containers; 4 bytes can be either.
+#define ZTA_ELEMENT_LIST(ROW) \
+    ROW(2) \
+    ROW(3) \
+    ROW(4) \
+    ROW(6) \
+    ROW(8)
+
 /// The instruction sets that loops are compiled for, the preferred one first: ROW(name, features that it takes)
 /// Each has a file target_<name>.cpp.
 #define ZTA_LOOP_TARGET_LIST(ROW) \
@@ -37,11 +46,25 @@
 /// Input and output may be the same or overlap where both sides have the same size; otherwise they may not overlap.
 using ZtaConversion = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexcept;
 
+/// Interleaves streams: the mux receives frame after frame, in each frame one element of every stream in their order.
+/// Pointers need no alignment, and bytes outside the elements are not touched. The mux may not overlap a stream.
+using ZtaInterleave = void (*)(const void* const* ppvStreams, unsigned long ulStreams, void* pvMux,
+                               unsigned long ulFrames) noexcept;
+
+/// The inverse of ZtaInterleave. No two of the buffers may overlap.
+using ZtaSplit = void (*)(const void* pvMux, void* const* ppvStreams, unsigned long ulStreams,
+                          unsigned long ulFrames) noexcept;
+
 /// The loops of one instruction set.
 struct SZtaSampleLoops {
     const char* pszName;
 #define ZTA_LOOP_ROW(name, in, out, law) ZtaConversion pfn##name;
     ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
+#define ZTA_LOOP_ROW(bytes)                                                                                            \
+    ZtaInterleave pfnInterleave##bytes;                                                                                \
+    ZtaSplit pfnSplit##bytes;
+    ZTA_ELEMENT_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
 };
 

@@ -31,6 +31,15 @@
     ROW(24, 3) \
     ROW(32, 4)
 
+/// The elements that are moved between separate streams and a mux, by their bytes: ROW(bytes)
+/// Each is a mono sample or a stereo frame of one of the containers; 4 bytes can be either.
+#define ZTA_ELEMENT_LIST(ROW) \
+    ROW(2) \
+    ROW(3) \
+    ROW(4) \
+    ROW(6) \
+    ROW(8)
+
 /// The instruction sets that loops are compiled for, the preferred one first: ROW(name, features that it takes)
 /// Each has a file target_<name>.cpp.
 #define ZTA_LOOP_TARGET_LIST(ROW) \
@@ -70,6 +79,15 @@ struct SZtaGainRamp {
 using ZtaApplyGainRamp = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples,
                                   const SZtaGainRamp* psRamp) noexcept;
 
+/// Interleaves streams: the mux receives frame after frame, in each frame one element of every stream in their order.
+/// Pointers need no alignment, and bytes outside the elements are not touched. The mux may not overlap a stream.
+using ZtaInterleave = void (*)(const void* const* ppvStreams, unsigned long ulStreams, void* pvMux,
+                               unsigned long ulFrames) noexcept;
+
+/// The inverse of ZtaInterleave. No two of the buffers may overlap.
+using ZtaSplit = void (*)(const void* pvMux, void* const* ppvStreams, unsigned long ulStreams,
+                          unsigned long ulFrames) noexcept;
+
 /// The loops of one instruction set.
 struct SZtaSampleLoops {
     const char* pszName;
@@ -82,6 +100,11 @@ struct SZtaSampleLoops {
     ZTA_PAIR_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
     ZtaApplyGainRamp pfnApplyGainRamp;
+#define ZTA_LOOP_ROW(bytes)                                                                                            \
+    ZtaInterleave pfnInterleave##bytes;                                                                                \
+    ZtaSplit pfnSplit##bytes;
+    ZTA_ELEMENT_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
 };
 
 #define ZTA_LOOP_ROW(name, features)                                                                                   \

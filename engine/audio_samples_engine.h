@@ -12,6 +12,7 @@
 #include "kernels/stereo_to_mono.h"
 #include "kernels/stereo_to_mux.h"
 #include "kernels/volume.h"
+#include "resampler/resample_audio.h"
 
 #include <zta/engine_interfaces.h>
 
@@ -113,6 +114,12 @@ public:
     int GetInfoApplyVolume(IZtAudioSamples** ppInput, IZtAudioSamples** ppOutput, SZtAudioMonoVolumeInfo* psVolumes,
                            unsigned long* pulVolumeCount);
 
+    int ProcessResampling();
+    int SaveInfoResampler(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
+                          IUnknown* pResampler);
+    int GetInfoResampler(IZtAudioSamples** ppInput, IZtAudioSamples** ppOutput, EZtAudioResamplerMode* peMode,
+                         IUnknown** ppResampler);
+
     /// Releases every saved buffer and clears the other operands, but for the count of the saved buffers and the
     /// volume records. Returns 0.
     int ReleaseAllSavedInfo();
@@ -212,6 +219,10 @@ private:
     template <class Kernel, class Convert>
     ZTA_INTERNAL int ProcessSplit(Kernel& rKernel, Convert pfnConvert);
 
+    ZTA_INTERNAL int ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
+                                    IUnknown* pResampler, SZtaWaveFormatInfo& rsInputFormat,
+                                    SZtaWaveFormatInfo& rsOutputFormat);
+
     IZtQuonEnginePrivate* m_pHostEngine;
     IZtAudioSamples* m_pSavedInput;
     IZtAudioSamples* m_pSavedOutput;
@@ -239,6 +250,7 @@ private:
     CZtaConvertMuxToMono m_oConvertMuxToMono;
     CZtaConvertMuxToStereo m_oConvertMuxToStereo;
     CZtaApplyVolume m_oApplyVolume;
+    CZtaResampleAudio m_oResampleAudio;
     std::atomic<std::uint32_t> m_ui32Busy;
 
     friend struct SZtLayoutProbe;

@@ -7,7 +7,7 @@
 // clang-format off
 
 /// The conversions of one sample each, in the order of the table: ROW(name, bytes in, bytes out, law)
-/// The laws stand in conversions.h. In the names "24" beside "16" or "32f" is 24-in-32; beside "32" it is 24-in-24.
+/// The laws stand in conversions.inc. In the names "24" beside "16" or "32f" is 24-in-32; beside "32" it is 24-in-24.
 #define ZTA_CONVERSION_LIST(ROW) \
     ROW(16To24,              2, 4, Same) \
     ROW(16To32f,             2, 4, ToFloatBy32767) \
@@ -24,6 +24,12 @@
     ROW(MultiFormatTo16,     4, 4, AudioField16) \
     ROW(MultiFormatTo24,     4, 4, AudioField24) \
     ROW(MultiFormatTo16In16, 4, 2, AudioField16)
+
+/// The samples whose pairs are interleaved and split, by size: ROW(name, bytes). In the name "24" is 24-in-24.
+#define ZTA_PAIR_LIST(ROW) \
+    ROW(16, 2) \
+    ROW(24, 3) \
+    ROW(32, 4)
 
 /// The elements that are moved between separate streams and a mux, by their bytes: ROW(bytes)
 /// Each is a mono sample or a stereo frame of one of the containers; 4 bytes can be either.
@@ -46,6 +52,33 @@
 /// Input and output may be the same or overlap where both sides have the same size; otherwise they may not overlap.
 using ZtaConversion = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexcept;
 
+/// Interleaves the samples of two buffers: left, right, left, right. A null input reads as silence. The output may not
+/// overlap an input. Pointers need no alignment, and bytes outside the samples are not touched.
+using ZtaInterleavePair = void (*)(const void* pvLeft, const void* pvRight, void* pvStereo,
+                                   unsigned long ulFrames) noexcept;
+
+/// The reverse. A null input reads as silence, and a null output is dropped. Buffers may not overlap. Pointers need no
+/// alignment, and bytes outside the samples are not touched.
+using ZtaSplitPair = void (*)(const void* pvStereo, void* pvLeft, void* pvRight, unsigned long ulFrames) noexcept;
+
+/// The gains of a ramp over an interleaved stream of 24-in-32 samples. Samples i, i + 4, ... + 4 * ulGroups belong to
+/// the lanes of the groups in turn.
+struct SZtaGainRamp {
+    /// For each group four gains and four increments, with 12 fraction bits. A gain's low 16 bits multiply, and they
+    /// stay within 0 and 32767 for all samples.
+    std::int32_t* plGroups;
+    unsigned long ulGroups;      ///< 1, 2, 4, 8 or 16
+    const std::int32_t* plUpper; ///< the limits of the four lanes of a group, as 24-bit values
+    const std::int32_t* plLower;
+};
+
+/// Scales samples by gains that move from sample to sample of a lane; bits below the 24th are cut off. With one or two
+/// groups psRamp's gains stay as they are; with more, which take whole passes through the groups only, they move along.
+/// Input and output may be the same; otherwise they may not overlap. Pointers need no alignment, and bytes outside the
+/// samples are not touched.
+using ZtaApplyGainRamp = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples,
+                                  const SZtaGainRamp* psRamp) noexcept;
+
 /// Interleaves streams: the mux receives frame after frame, in each frame one element of every stream in their order.
 /// Pointers need no alignment, and bytes outside the elements are not touched. The mux may not overlap a stream.
 using ZtaInterleave = void (*)(const void* const* ppvStreams, unsigned long ulStreams, void* pvMux,
@@ -61,6 +94,12 @@ struct SZtaSampleLoops {
 #define ZTA_LOOP_ROW(name, in, out, law) ZtaConversion pfn##name;
     ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
+#define ZTA_LOOP_ROW(name, bytes)                                                                                      \
+    ZtaInterleavePair pfnInterleavePair##name;                                                                         \
+    ZtaSplitPair pfnSplitPair##name;
+    ZTA_PAIR_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
+    ZtaApplyGainRamp pfnApplyGainRamp;
 #define ZTA_LOOP_ROW(bytes)                                                                                            \
     ZtaInterleave pfnInterleave##bytes;                                                                                \
     ZtaSplit pfnSplit##bytes;

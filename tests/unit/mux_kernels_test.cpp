@@ -43,9 +43,11 @@ struct Zoned {
     /// True if it begins with `expected` and all the rest is as it was.
     bool Holds(const Bytes& expected) const
     {
-        Bytes whole(memory.size(), kPoison);
-        std::copy(expected.begin(), expected.end(), whole.begin() + kZone);
-        return memory == whole;
+        const auto first = memory.begin() + kZone;
+        const auto last = first + static_cast<std::ptrdiff_t>(expected.size());
+        const auto IsPoison = [](std::uint8_t byte) { return byte == kPoison; };
+        return expected.size() <= Size() && std::equal(expected.begin(), expected.end(), first) &&
+               std::all_of(memory.begin(), first, IsPoison) && std::all_of(last, memory.end(), IsPoison);
     }
 
     Bytes memory;

@@ -28,6 +28,11 @@ constexpr Conversion kConversions[] = {
 #undef ZTA_BENCH_ROW
 };
 
+std::string Name(std::string path, std::size_t size)
+{
+    return path.append("/").append(std::to_string(size >> 10)).append("KiB");
+}
+
 /// Floats between -1 and 1, which are also fair words.
 std::vector<float> Noise(std::size_t bytes)
 {
@@ -48,7 +53,7 @@ void Copy(benchmark::State& state, std::size_t bytes)
         std::memcpy(output.data(), input.data(), bytes);
         benchmark::ClobberMemory();
     }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * 2 * bytes));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * bytes));
 }
 
 void Convert(benchmark::State& state, ZtaConversion loop, const Conversion& conversion, std::size_t copied)
@@ -60,9 +65,8 @@ void Convert(benchmark::State& state, ZtaConversion loop, const Conversion& conv
         loop(input.data(), output.data(), samples);
         benchmark::ClobberMemory();
     }
-    const std::size_t bytes = state.iterations() * samples * (conversion.in + conversion.out);
-    state.SetBytesProcessed(static_cast<std::int64_t>(bytes));
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * samples));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(samples * (conversion.in + conversion.out)));
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(samples));
 }
 
 } // namespace
@@ -71,15 +75,15 @@ int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
     for (const std::size_t size : kSizes) {
-        const std::string suffix = std::string("/").append(std::to_string(size >> 10)).append("KiB");
-        benchmark::RegisterBenchmark(("memcpy" + suffix).c_str(), Copy, size);
+        benchmark::RegisterBenchmark(Name("memcpy", size).c_str(), Copy, size);
         for (const SZtaLoopTarget& target : g_asLoopTargets) {
             if (!target.RunsWith(features)) {
                 continue;
             }
             for (const Conversion& conversion : kConversions) {
-                const std::string name = std::string(target.psLoops->pszName) + "/" + conversion.name + suffix;
-                benchmark::RegisterBenchmark(name.c_str(), Convert, target.psLoops->*conversion.loop, conversion, size);
+                const std::string path = std::string(target.psLoops->pszName).append("/").append(conversion.name);
+                benchmark::RegisterBenchmark(Name(path, size).c_str(), Convert, target.psLoops->*conversion.loop,
+                                             conversion, size);
             }
         }
     }

@@ -7,7 +7,7 @@
 // clang-format off
 
 /// The conversions of one sample each, in the order of the table: ROW(name, bytes in, bytes out, law)
-/// The laws stand in conversions.h. In the names "24" beside "16" or "32f" is 24-in-32; beside "32" it is 24-in-24.
+/// The laws stand in conversions.inc. In the names "24" beside "16" or "32f" is 24-in-32; beside "32" it is 24-in-24.
 #define ZTA_CONVERSION_LIST(ROW) \
     ROW(16To24,              2, 4, Same) \
     ROW(16To32f,             2, 4, ToFloatBy32767) \

@@ -1,7 +1,7 @@
 // The loops for processors with AVX2 and FMA.
 #define ZTA_LOOP_TARGET avx2
-#include "kernels/loops/scalar.h"
-#include "kernels/loops/vector_avx2.h"
+#include "kernels/loops/scalar.inc"
+#include "kernels/loops/vector_avx2.inc"
 
 namespace zta::loops::ZTA_LOOP_TARGET {
 namespace {
@@ -9,4 +9,4 @@ using Vector = Avx2;
 } // namespace
 } // namespace zta::loops::ZTA_LOOP_TARGET
 
-#include "kernels/loops/body.h"
+#include "kernels/loops/body.inc"

@@ -1,6 +1,6 @@
 // The loops for every processor, one sample at a time. The others are tested against them.
 #define ZTA_LOOP_TARGET plain
-#include "kernels/loops/scalar.h"
+#include "kernels/loops/scalar.inc"
 
 namespace zta::loops::ZTA_LOOP_TARGET {
 namespace {
@@ -8,4 +8,4 @@ using Vector = Scalar;
 } // namespace
 } // namespace zta::loops::ZTA_LOOP_TARGET
 
-#include "kernels/loops/body.h"
+#include "kernels/loops/body.inc"

@@ -52,10 +52,14 @@ TEST_F(CopyRealtime, TheTrapReachesIntoTheModule)
     if (!RealtimeTrap::IsAvailable()) {
         GTEST_SKIP() << "the sanitizer watches the allocator itself";
     }
-    // Creation of an engine is no real-time operation.
+    // To make a class factory is no real-time operation: it is allocated and freed in the module.
+    const auto get_class_object = module_.Symbol<decltype(&DllGetClassObject)>("DllGetClassObject");
+    void* factory = nullptr;
     RealtimeTrap trap;
-    const auto engine = module_.CreateEngine(*host_.Get());
-    EXPECT_GT(trap.Violations(), 131);
+    get_class_object(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &factory);
+    static_cast<IClassFactory*>(factory)->Release();
+    EXPECT_EQ(trap.Violations(), 2);
+    EXPECT_STREQ(trap.First(), "malloc");
 }
 
 TEST_F(CopyRealtime, ByteCopies)
@@ -142,7 +146,10 @@ TEST_F(CopyRealtime, FailuresOfTheWorker)
     Copy(Pcm16(32), Pcm16(32), true, false, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 
     const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
-    CopyBetween(source, ClocklessBuffer::Create(Pcm16(2), kFrames - 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    const auto small = ClocklessBuffer::Create(Pcm16(2), kFrames - 1);
+    CopyBetween(source, small, ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    // The reference that the byte copy takes to record the failure stays with the destination.
+    EXPECT_EQ(small->Release(), 1U);
     CopyBetween(source, ClocklessBuffer::Create(Pcm24In32(2), kFrames - 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
 }
 

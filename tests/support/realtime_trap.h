@@ -26,7 +26,8 @@ public:
     /// Ends the watch and names the first forbidden call; "" if there was none.
     const char* First();
 
-    /// False in builds whose sanitizer has these entry points for itself: the watch then sees nothing.
+    /// False in builds whose sanitizer has these entry points for itself: the watch then sees nothing, and
+    /// RunUnderSeccomp is unavailable, since the sanitizer's own runtime enters the kernel.
     static bool IsAvailable();
 };
 

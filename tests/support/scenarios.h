@@ -7,6 +7,7 @@
 #include <zta/engine_interfaces.h>
 
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,15 @@ struct ScenarioRow {
     std::string name;
     int status;                ///< what the operation returns while the host does its part
     bool returnsSignalsStatus; ///< the operation returns what its last signal returned, whatever became of the work
+    bool leavesReference; ///< a byte copy does not fit: it keeps one reference on its target, beyond the engine's end
     std::function<Scenario(const BufferFactory&)> make;
 };
+
+/// How GoogleTest shows a row.
+inline void PrintTo(const ScenarioRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
 
 /// Announces every access, as a host does, and runs.
 int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine);

@@ -2,6 +2,7 @@
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/module.h"
+#include "tests/support/temp_directory.h"
 
 #include <zta/status.h>
 
@@ -9,7 +10,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -228,11 +231,14 @@ TEST(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
             buffer->SignalReadCompletion();
             buffer->SignalWriteCompletion();
         });
-        const bool ended = buffer->WaitForCompletion(std::chrono::nanoseconds::max());
+        const auto start = std::chrono::steady_clock::now();
+        const bool ended = buffer->WaitForCompletion(10s);
+        const auto waited = std::chrono::steady_clock::now() - start;
         const int open = buffer->ReadCount() + buffer->WriteCount();
         engine.join();
         ASSERT_TRUE(ended);
         ASSERT_EQ(open, 0);
+        ASSERT_LT(waited, 5s) << "the waiter slept on until its timeout";
     }
 }
 
@@ -243,13 +249,15 @@ TEST(HostAudioBuffer, EverySleeperIsWoken)
     int woken[3] = {};
     std::thread waiters[3];
     for (int i = 0; i < 3; ++i) {
-        waiters[i] = std::thread([&buffer, &woken, i] { woken[i] = buffer->WaitForCompletion(60s); });
+        waiters[i] = std::thread([&buffer, &woken, i] { woken[i] = buffer->WaitForCompletion(10s); });
     }
+    const auto start = std::chrono::steady_clock::now();
     buffer->SignalWriteCompletion();
     for (auto& waiter : waiters) {
         waiter.join();
     }
     EXPECT_EQ(woken[0] + woken[1] + woken[2], 3);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << "a waiter slept on until its timeout";
 }
 
 TEST(HostAudioBuffer, ReportsItsDescriptionAsSet)
@@ -513,6 +521,28 @@ TEST(HostModule, GivesTheVersionOfTheBuild)
     EXPECT_TRUE(std::all_of(std::begin(version.achRevision), std::end(version.achRevision),
                             [](char digit) { return std::strchr("0123456789abcdef", digit) != nullptr && digit; }));
     EXPECT_NE(version.achRelease[0], '\0');
+}
+
+TEST(HostModule, RegistersTheClassUnderAPathAndTakesItOut)
+{
+    const TempDirectory directory;
+    ASSERT_EQ(setenv("ORBUTILS", directory.Path().c_str(), 1), 0);
+    zta::host::Module module(ZTA_MODULE_PATH);
+    const auto text = [&directory] { return ReadTextFile(directory.File("CLSIDs")); };
+    const std::string line = "{45F20097-F519-4DCF-80D8CC0D06CBF259}=/opt/engine.so";
+    module.Register("/opt/engine.so");
+    EXPECT_NE(text().find(line), std::string::npos) << text();
+    module.Unregister();
+    EXPECT_EQ(text().find(line), std::string::npos) << text();
+
+    unsetenv("ORBUTILS");
+    try {
+        module.Register("/opt/engine.so");
+        FAIL() << "registered nowhere";
+    } catch (const zta::host::ModuleError& error) {
+        EXPECT_EQ(error.Status(), E_FAIL);
+    }
+    EXPECT_THROW(module.Unregister(), zta::host::ModuleError);
 }
 
 TEST(HostModule, FindsExportedNamesOnly)

@@ -12,10 +12,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
+#include <fcntl.h>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -173,6 +176,23 @@ TEST_F(Registration, SucceedsIfTheFileCannotBeWritten)
     std::filesystem::create_directory(file_);
     const std::string directory_message = "Unable to open " + file_ + " for writing\n";
     Expect(Run(Register), 0, directory_message + directory_message);
+}
+
+TEST_F(Registration, UnregisteringWritesOnceAndRegisteringTwiceIfTheFirstFails)
+{
+    // A sealed file in memory can be read, but nobody, not even root, can open it for rewriting.
+    const int sealed = ::memfd_create("CLSIDs", MFD_ALLOW_SEALING);
+    ASSERT_GE(sealed, 0);
+    const std::string text = std::string("[CLSID]\n") + kLine;
+    ASSERT_EQ(::write(sealed, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    ASSERT_EQ(::fcntl(sealed, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE), 0);
+    std::filesystem::create_symlink("/proc/self/fd/" + std::to_string(sealed), file_);
+
+    const std::string message = "Unable to open " + file_ + " for writing\n";
+    Expect(Run(DllUnregisterServer), 0, message);
+    Expect(Run(Register), 0, message + message);
+    EXPECT_EQ(Read(), text);
+    ::close(sealed);
 }
 
 TEST_F(Registration, RegistersAnyClassByItself)

@@ -1,0 +1,157 @@
+// Engines and threads: separate engines share nothing, and one engine serves one caller at a time.
+
+#include "host/audio_buffer.h"
+#include "host/formats.h"
+#include "host/host_engine.h"
+#include "tests/support/recording_host.h"
+#include "tests/support/scenarios.h"
+
+#include <zta/status.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <iterator>
+#include <thread>
+#include <vector>
+
+namespace zta::test {
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+host::Ref<host::AudioBuffer> MakePlainBuffer(const std::string& /*name*/, const SZtaWaveFormatInfo& format,
+                                             std::size_t bytes)
+{
+    return host::AudioBuffer::Create(format, bytes);
+}
+
+std::vector<Bytes> Contents(const Scenario& scenario)
+{
+    std::vector<Bytes> contents;
+    for (const auto& output : scenario.outputs) {
+        contents.emplace_back(output->Data(), output->Data() + output->Capacity());
+    }
+    return contents;
+}
+
+TEST(EngineThreads, EnginesOnManyThreadsDoNotDisturbEachOther)
+{
+    auto hostEngine = host::HostEngine::Create();
+    std::vector<ScenarioRow> rows;
+    std::copy_if(Scenarios().begin(), Scenarios().end(), std::back_inserter(rows),
+                 [](const ScenarioRow& row) { return !row.leavesReference; });
+    std::vector<std::vector<Bytes>> expected;
+    {
+        auto engine = CreateEngine(*hostEngine);
+        for (const ScenarioRow& row : rows) {
+            const Scenario scenario = row.make(MakePlainBuffer);
+            RunAnnounced(scenario, *engine);
+            expected.push_back(Contents(scenario));
+        }
+    }
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([&, t] {
+            auto engine = CreateEngine(*hostEngine);
+            for (std::size_t round = 0; round < 2 * rows.size(); ++round) {
+                const std::size_t i = (round + static_cast<std::size_t>(t)) % rows.size();
+                const Scenario scenario = rows[i].make(MakePlainBuffer);
+                const int status = RunAnnounced(scenario, *engine);
+                wrong += status != rows[i].status || Contents(scenario) != expected[i];
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(EngineThreads, ManyCallersOfOneEngineWinOneAtATime)
+{
+    constexpr int kThreads = 8;
+    constexpr int kRounds = 2000;
+    constexpr std::size_t kFrames = 256;
+    auto hostEngine = host::HostEngine::Create();
+    auto engine = CreateEngine(*hostEngine);
+    std::atomic<int> done{0};
+    std::atomic<int> busy{0};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            auto source = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
+            auto destination = host::AudioBuffer::Create(host::Pcm24In32(1), kFrames * 4);
+            const auto sample = static_cast<std::int16_t>(t + 1);
+            for (std::size_t i = 0; i < kFrames; ++i) {
+                std::memcpy(source->Data() + 2 * i, &sample, sizeof(sample));
+            }
+            source->SetValidLength(kFrames * 2);
+            for (int round = 0; round < kRounds; ++round) {
+                std::memset(destination->Data(), 0, destination->Capacity());
+                destination->ClearErrorCode();
+                source->AnnounceRead();
+                destination->AnnounceWrite();
+                const int status = engine->CopyAudioSamples(source.Get(), destination.Get());
+                std::int32_t last = 0;
+                std::memcpy(&last, destination->Data() + 4 * (kFrames - 1), sizeof(last));
+                const bool won = status == ZT_NOERROR && last == sample * 65536 && destination->ErrorCode() == 0;
+                const bool lost = status == ZT_E_MODULE_BUSY && last == 0 && destination->ErrorCode() == status;
+                done += won;
+                busy += lost;
+                wrong += !won && !lost;
+                wrong += source->ReadCount() != 0 || destination->WriteCount() != 0;
+                wrong += source->PairingViolations() + destination->PairingViolations();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(done + busy, kThreads * kRounds);
+    EXPECT_GT(done, 0);
+}
+
+TEST(EngineThreads, EnginesComeAndGoOnManyThreads)
+{
+    auto hostEngine = host::HostEngine::Create();
+    const long buffersBefore = host::AudioBuffer::LiveCount();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 5; ++round) {
+                auto engine = CreateEngine(*hostEngine);
+                EXPECT_TRUE(engine);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore);
+}
+
+TEST(EngineThreads, ABufferWaitsForItsCompletionOnAnotherThread)
+{
+    auto hostEngine = host::HostEngine::Create();
+    auto engine = CreateEngine(*hostEngine);
+    auto source = host::AudioBuffer::Create(host::Pcm16(1), 2000);
+    source->SetValidLength(2000);
+    auto destination = host::AudioBuffer::Create(host::Float32(1), 4000);
+    for (int round = 0; round < 200; ++round) {
+        source->AnnounceRead();
+        destination->AnnounceWrite();
+        std::thread worker([&] { engine->CopyAudioSamples(source.Get(), destination.Get()); });
+        EXPECT_TRUE(destination->WaitForCompletion(std::chrono::seconds(10)));
+        EXPECT_EQ(destination->Length(), 4000U);
+        worker.join();
+    }
+}
+
+} // namespace
+} // namespace zta::test

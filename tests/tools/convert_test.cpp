@@ -1,0 +1,437 @@
+// ztaudio convert on good input: every sample of every file that it writes.
+#include "tests/support/temp_directory.h"
+#include "tests/tools/run_tool.h"
+#include "tests/tools/sounds.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <tuple>
+
+namespace {
+
+const std::vector<std::string> kFormats = {"16", "24in32", "24in24", "float"};
+const std::vector<std::string> kBlocks = {"1", "7", "200", "1024", "4800"};
+
+class Convert : public ::testing::Test {
+protected:
+    /// Converts `sound` and gives the file that came out.
+    Sound Run(const Sound& sound, std::vector<std::string> options, const std::string& name = "out.wav")
+    {
+        WriteSound(in_, sound);
+        std::vector<std::string> arguments = {"convert", in_, folder_.File(name)};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        last_ = RunTool(arguments);
+        EXPECT_EQ(last_.exitCode, 0) << last_.errors;
+        return last_.exitCode == 0 ? ReadSound(folder_.File(name)) : Sound{};
+    }
+
+    /// Converts `sound` in vain and gives what the tool says.
+    std::string Refused(const Sound& sound, std::vector<std::string> options)
+    {
+        WriteSound(in_, sound);
+        std::vector<std::string> arguments = {"convert", in_, folder_.File("out.wav")};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        last_ = RunTool(arguments);
+        EXPECT_EQ(last_.exitCode, 1);
+        EXPECT_FALSE(std::filesystem::exists(folder_.File("out.wav")));
+        return last_.errors;
+    }
+
+    TempDirectory folder_;
+    std::string in_ = folder_.File("in.wav");
+    RunResult last_;
+};
+
+class ConvertPairs : public Convert,
+                     public ::testing::WithParamInterface<std::tuple<int /*subtype*/, std::string /*to*/>> {};
+
+TEST_P(ConvertPairs, AreExactInMonoAndStereo)
+{
+    const auto& [subtype, to] = GetParam();
+    for (const int channels : {1, 2}) {
+        const Sound sound = Noise(subtype, channels, 10007);
+        ExpectSame(Run(sound, {"--format", to}), Converted(sound, to));
+        EXPECT_EQ(last_.errors, "");
+        EXPECT_EQ(last_.output, "");
+    }
+}
+
+TEST_P(ConvertPairs, FadeTheEndsWhateverTheBlock)
+{
+    const auto& [subtype, to] = GetParam();
+    for (const int channels : {1, 2}) {
+        const Sound sound = Noise(subtype, channels, 5000);
+        const Sound expected = Converted(sound, to, true, true);
+        for (const std::string& block : kBlocks) {
+            SCOPED_TRACE("block " + block);
+            ExpectSame(Run(sound, {"--format", to, "--fade-in", "--fade-out", "--block", block}), expected);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllFormats, ConvertPairs,
+                         ::testing::Combine(::testing::Values(SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT),
+                                            ::testing::ValuesIn(kFormats)));
+
+TEST_F(Convert, KeepsTheFormatOfTheInput)
+{
+    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
+        const Sound sound = Noise(subtype, 2, 3000);
+        ExpectSame(Run(sound, {}), sound);
+    }
+}
+
+TEST_F(Convert, GivesTheSameBytesForEveryBlockSize)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_24, 2, 10001);
+    std::string bytes;
+    for (const std::string& block : kBlocks) {
+        Run(sound, {"--format", "float", "--block", block});
+        const std::string now = ReadTextFile(folder_.File("out.wav"));
+        EXPECT_TRUE(bytes.empty() || bytes == now) << "block " << block;
+        bytes = now;
+    }
+}
+
+TEST_F(Convert, TakesIntegerMuxesOfFourToSixtyFourChannels)
+{
+    for (const int channels : {4, 8, 16, 32, 64}) {
+        SCOPED_TRACE(channels);
+        const Sound narrow = Noise(SF_FORMAT_PCM_16, channels, 1500);
+        const Sound wide = Noise(SF_FORMAT_PCM_24, channels, 1500);
+        for (const char* to : {"16", "24in32", "24in24"}) {
+            ExpectSame(Run(narrow, {"--format", to}), Converted(narrow, to));
+            ExpectSame(Run(wide, {"--format", to}), Converted(wide, to));
+        }
+    }
+}
+
+TEST_F(Convert, FadesEightChannels)
+{
+    const Sound narrow = Noise(SF_FORMAT_PCM_16, 8, 1500);
+    const Sound wide = Noise(SF_FORMAT_PCM_24, 8, 1500);
+    for (const char* to : {"16", "24in32", "24in24"}) {
+        ExpectSame(Run(narrow, {"--format", to, "--fade-in", "--fade-out"}), Converted(narrow, to, true, true));
+        ExpectSame(Run(wide, {"--format", to, "--fade-in"}), Converted(wide, to, true, false));
+        ExpectSame(Run(wide, {"--format", to, "--fade-out"}), Converted(wide, to, false, true));
+    }
+}
+
+TEST_F(Convert, FadesFilesAboutAsLongAsTheFade)
+{
+    for (const long frames : {1, 199, 200, 201, 399, 400, 401}) {
+        for (const char* to : {"16", "24in24", "float"}) {
+            SCOPED_TRACE(std::to_string(frames) + " frames to " + to);
+            const Sound sound = Noise(SF_FORMAT_PCM_16, 1, frames);
+            for (const char* block : {"1", "200", "4096"}) {
+                ExpectSame(Run(sound, {"--format", to, "--block", block, "--fade-in"}),
+                           Converted(sound, to, true, false));
+                ExpectSame(Run(sound, {"--format", to, "--block", block, "--fade-out"}),
+                           Converted(sound, to, false, true));
+                ExpectSame(Run(sound, {"--format", to, "--block", block, "--fade-in", "--fade-out"}),
+                           Converted(sound, to, true, true));
+            }
+        }
+    }
+}
+
+TEST_F(Convert, TakesAnEmptyFile)
+{
+    for (const std::string& to : kFormats) {
+        const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 0);
+        ExpectSame(Run(sound, {"--format", to, "--fade-in", "--fade-out"}), Converted(sound, to));
+    }
+}
+
+TEST_F(Convert, TakesAFileOfOneFrame)
+{
+    for (const std::string& to : kFormats) {
+        const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1);
+        ExpectSame(Run(sound, {"--format", to}), Converted(sound, to));
+    }
+}
+
+TEST_F(Convert, CopiesAnyRateAndChannelCountWithinAFormat)
+{
+    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
+        const Sound sound = Noise(subtype, 6, 2000, 96000);
+        ExpectSame(Run(sound, {}), sound);
+    }
+}
+
+TEST_F(Convert, WritesEveryContainerByItsExtension)
+{
+    const std::vector<std::pair<std::string, int>> containers = {
+        {"wav", SF_FORMAT_WAV},  {"w64", SF_FORMAT_W64},   {"rf64", SF_FORMAT_RF64}, {"aiff", SF_FORMAT_AIFF},
+        {"aif", SF_FORMAT_AIFF}, {"flac", SF_FORMAT_FLAC}, {"WAV", SF_FORMAT_WAV}};
+    for (const auto& [extension, type] : containers) {
+        for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {
+            SCOPED_TRACE(extension);
+            const Sound sound = Noise(subtype, 2, 3000);
+            const Sound out = Run(sound, {}, "out." + extension);
+            EXPECT_EQ(out.format & SF_FORMAT_TYPEMASK, type);
+            ExpectSame(out, sound);
+            // And back, so that every container is read too.
+            const RunResult back = RunTool({"convert", folder_.File("out." + extension), folder_.File("back.wav")});
+            EXPECT_EQ(back.exitCode, 0) << back.errors;
+            ExpectSame(ReadSound(folder_.File("back.wav")), sound);
+        }
+    }
+}
+
+TEST_F(Convert, ReadsOggAsFloat)
+{
+    Sound sound = Noise(SF_FORMAT_FLOAT, 1, 5000);
+    for (std::size_t i = 0; i < sound.words.size(); ++i) {
+        sound.words[i] = std::bit_cast<std::int32_t>(0.5F * std::sin(static_cast<float>(i) * 0.05F));
+    }
+    sound.format = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+    WriteSound(folder_.File("in.ogg"), sound);
+    const RunResult run = RunTool({"convert", folder_.File("in.ogg"), folder_.File("out.wav")});
+    EXPECT_EQ(run.exitCode, 0) << run.errors;
+    const Sound out = ReadSound(folder_.File("out.wav"));
+    EXPECT_EQ(out.Subtype(), SF_FORMAT_FLOAT);
+    EXPECT_EQ(out.Frames(), 5000);
+}
+
+TEST_F(Convert, ReadsEightBitsAsSixteen)
+{
+    Sound sound = Noise(SF_FORMAT_PCM_24, 1, 1000);
+    for (std::int32_t& word : sound.words) {
+        word &= ~0xFFFFFF;
+    }
+    Sound expected = Converted(sound, "16");
+    sound.format = SF_FORMAT_WAV | SF_FORMAT_PCM_U8;
+    ExpectSame(Run(sound, {}), expected);
+}
+
+TEST_F(Convert, TellsThatAFileOf32BitIntegersLosesItsLowBytes)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_32, 1, 1000);
+    Sound expected = sound;
+    expected.format = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
+    for (std::int32_t& word : expected.words) {
+        word &= ~0xFF;
+    }
+    ExpectSame(Run(sound, {}), expected);
+    EXPECT_EQ(last_.errors, "ztaudio: note: " + in_ + ": 32-bit integer samples: the low 8 bits are dropped\n");
+    ExpectSame(Run(sound, {"--format", "float"}), Converted(expected, "float"));
+}
+
+TEST_F(Convert, TellsThatDoublesAreRounded)
+{
+    Sound sound = Noise(SF_FORMAT_FLOAT, 1, 1000);
+    const Sound expected = sound;
+    sound.format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE;
+    ExpectSame(Run(sound, {}), expected);
+    EXPECT_EQ(last_.errors, "ztaudio: note: " + in_ + ": double-precision samples: rounded to single precision\n");
+}
+
+TEST_F(Convert, WrapsFloatsBeyondFullScaleAndCountsThem)
+{
+    Sound sound{SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, 48000, {}};
+    for (const float value : {1.0F, -1.0F, 1.5F, -1.5F, 0.5F, std::numeric_limits<float>::quiet_NaN()}) {
+        sound.words.push_back(std::bit_cast<std::int32_t>(value));
+    }
+    ExpectSame(Run(sound, {"--format", "24in32"}), Converted(sound, "24in32"));
+    EXPECT_NE(last_.errors.find(": 4 samples beyond full scale wrapped around"), std::string::npos) << last_.errors;
+    EXPECT_EQ(ReadSound(folder_.File("out.wav")).words[0], INT32_MIN);
+    // 1.0 is the highest 16-bit sample; the NaN and the two beyond full scale wrap.
+    ExpectSame(Run(sound, {"--format", "16"}), Converted(sound, "16"));
+    EXPECT_NE(last_.errors.find(": 3 samples beyond full scale wrapped around"), std::string::npos) << last_.errors;
+    ExpectSame(Run(sound, {}), sound);
+    EXPECT_EQ(last_.errors, "");
+}
+
+TEST_F(Convert, SaysNothingWithQuiet)
+{
+    Run(Noise(SF_FORMAT_PCM_32, 1, 1000), {"--quiet"});
+    EXPECT_EQ(last_.errors, "");
+    EXPECT_EQ(last_.output, "");
+}
+
+TEST_F(Convert, CarriesOverTitleAndArtist)
+{
+    SF_INFO info{};
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    info.channels = 1;
+    info.samplerate = 48000;
+    SNDFILE* file = sf_open(in_.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr);
+    sf_set_string(file, SF_STR_TITLE, "Morning");
+    sf_set_string(file, SF_STR_ARTIST, "A. Speaker");
+    const std::vector<short> samples(1000, 7);
+    sf_write_short(file, samples.data(), 1000);
+    sf_close(file);
+    for (const char* name : {"out.wav", "out.flac", "out.aiff", "out.rf64"}) {
+        ASSERT_EQ(RunTool({"convert", in_, folder_.File(name)}).exitCode, 0);
+        file = sf_open(folder_.File(name).c_str(), SFM_READ, &info);
+        ASSERT_NE(file, nullptr);
+        EXPECT_STREQ(sf_get_string(file, SF_STR_TITLE), "Morning") << name;
+        EXPECT_STREQ(sf_get_string(file, SF_STR_ARTIST), "A. Speaker") << name;
+        sf_close(file);
+    }
+}
+
+TEST_F(Convert, KeepsTheChannelMapOfAnExtensibleWav)
+{
+    const std::vector<int> map = {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_LFE};
+    const int bytes = static_cast<int>(map.size() * sizeof(int));
+    SF_INFO info{};
+    info.format = SF_FORMAT_WAVEX | SF_FORMAT_PCM_24;
+    info.channels = 4;
+    info.samplerate = 48000;
+    SNDFILE* file = sf_open(in_.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr);
+    std::vector<int> copy = map;
+    EXPECT_EQ(sf_command(file, SFC_SET_CHANNEL_MAP_INFO, copy.data(), bytes), SF_TRUE);
+    const std::vector<int> samples(400, 1 << 20);
+    sf_write_int(file, samples.data(), 400);
+    sf_close(file);
+
+    ASSERT_EQ(RunTool({"convert", in_, folder_.File("out.wav")}).exitCode, 0);
+    file = sf_open(folder_.File("out.wav").c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(info.format & SF_FORMAT_TYPEMASK, SF_FORMAT_WAVEX);
+    copy.assign(map.size(), 0);
+    EXPECT_EQ(sf_command(file, SFC_GET_CHANNEL_MAP_INFO, copy.data(), bytes), SF_TRUE);
+    EXPECT_EQ(copy, map);
+    sf_close(file);
+}
+
+TEST_F(Convert, CarriesOverTheBroadcastRecord)
+{
+    SF_INFO info{};
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    info.channels = 1;
+    info.samplerate = 48000;
+    SNDFILE* file = sf_open(in_.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr);
+    SF_BROADCAST_INFO broadcast{};
+    std::snprintf(broadcast.originator, sizeof broadcast.originator, "Studio 4");
+    broadcast.time_reference_low = 123456;
+    EXPECT_EQ(sf_command(file, SFC_SET_BROADCAST_INFO, &broadcast, sizeof broadcast), SF_TRUE);
+    const std::vector<short> samples(1000, 7);
+    sf_write_short(file, samples.data(), 1000);
+    sf_close(file);
+
+    ASSERT_EQ(RunTool({"convert", in_, folder_.File("out.wav")}).exitCode, 0);
+    file = sf_open(folder_.File("out.wav").c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr);
+    SF_BROADCAST_INFO out{};
+    EXPECT_EQ(sf_command(file, SFC_GET_BROADCAST_INFO, &out, sizeof out), SF_TRUE);
+    EXPECT_STREQ(out.originator, "Studio 4");
+    EXPECT_EQ(out.time_reference_low, 123456U);
+    sf_close(file);
+}
+
+TEST_F(Convert, ReplacesAnExistingFileAndKeepsItsRights)
+{
+    WriteTextFile(folder_.File("out.wav"), "old");
+    std::filesystem::permissions(folder_.File("out.wav"), std::filesystem::perms(0640));
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 100);
+    ExpectSame(Run(sound, {}), sound);
+    EXPECT_EQ(std::filesystem::status(folder_.File("out.wav")).permissions(), std::filesystem::perms(0640));
+}
+
+TEST_F(Convert, WritesThroughALink)
+{
+    WriteTextFile(folder_.File("real.wav"), "old");
+    std::filesystem::create_symlink("real.wav", folder_.File("out.wav"));
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 100);
+    ExpectSame(Run(sound, {}), sound);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_.File("out.wav")));
+    ExpectSame(ReadSound(folder_.File("real.wav")), sound);
+}
+
+TEST_F(Convert, LeavesNothingButItsOutput)
+{
+    Run(Noise(SF_FORMAT_PCM_16, 1, 100), {});
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{"in.wav", "out.wav"}));
+}
+
+// The engine's pool takes 25 MB; the samples of the file take 23 MB as they come in and 46 MB as they go out.
+TEST_F(Convert, NeedsNoMoreMemoryForALongFile)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs memory of its own";
+#endif
+    const Sound twoMinutes = Noise(SF_FORMAT_PCM_16, 2, 120 * 48000L);
+    WriteSound(in_, twoMinutes);
+    const RunResult run =
+        RunTool({"convert", in_, folder_.File("out.wav"), "--format", "24in32", "--fade-in", "--fade-out"},
+                {.memoryLimit = 32UL << 20});
+    EXPECT_EQ(run.exitCode, 0) << run.errors;
+    ExpectSame(ReadSound(folder_.File("out.wav")), Converted(twoMinutes, "24in32", true, true));
+}
+
+TEST_F(Convert, ShowsProgressOnATerminal)
+{
+    WriteSound(in_, Noise(SF_FORMAT_PCM_16, 2, 480000));
+    const RunResult run = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_NE(run.errors.find("x real time, "), std::string::npos) << run.errors;
+    EXPECT_NE(run.errors.find("out.wav: 0:10 of sound in "), std::string::npos) << run.errors;
+    const RunResult quiet = RunTool({"--quiet", "convert", in_, folder_.File("out.wav")}, {.terminal = true});
+    EXPECT_EQ(quiet.errors, "");
+}
+
+// What the engine has no row for is refused in the engine's words.
+
+constexpr const char* kNoProcessing = "ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED: The source and destination format imply "
+                                      "a processing that is not supported.\n";
+constexpr const char* kNoFormat = "ZT_E_FORMAT_NOT_SUPPORTED: The format of the surface or audio samples is not "
+                                  "supported in the requested processing.\n";
+
+TEST_F(Convert, RefusesAnotherRate)
+{
+    const std::string errors = Refused(Noise(SF_FORMAT_PCM_16, 1, 1000, 44100), {"--format", "24in32"});
+    EXPECT_EQ(errors,
+              "ztaudio: from 16-in-16 mono, 44100 Hz to 24-in-32 mono, 44100 Hz: " + std::string(kNoProcessing));
+    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_16, 1, 1000, 32000), {"--format", "float"}).ends_with(kNoFormat));
+}
+
+TEST_F(Convert, RefusesAnotherChannelCount)
+{
+    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_16, 6, 1000), {"--format", "24in32"}).ends_with(kNoFormat));
+    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_24, 3, 1000), {"--format", "24in24"}).ends_with(kNoFormat));
+}
+
+TEST_F(Convert, RefusesFloatBeyondStereo)
+{
+    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_24, 8, 1000), {"--format", "float"}).ends_with(kNoFormat));
+    EXPECT_TRUE(Refused(Noise(SF_FORMAT_FLOAT, 4, 1000), {"--format", "16"}).ends_with(kNoFormat));
+}
+
+TEST_F(Convert, RefusesAnEmptyFileOfAnotherRateToo)
+{
+    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_16, 1, 0, 44100), {"--format", "24in32"}).ends_with(kNoProcessing));
+}
+
+TEST_F(Convert, RefusesFadesWhereTheEngineHasNone)
+{
+    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {
+        for (const int channels : {3, 6, 32, 64}) {
+            EXPECT_TRUE(Refused(Noise(subtype, channels, 1000), {"--fade-in"}).ends_with(kNoProcessing)) << channels;
+        }
+        EXPECT_TRUE(Refused(Noise(subtype, 2, 1000, 44100), {"--fade-out"}).ends_with(kNoProcessing));
+    }
+    EXPECT_NE(Refused(Noise(SF_FORMAT_FLOAT, 4, 1000), {"--fade-in"}), "");
+}
+
+TEST_F(Convert, RefusesAFadeOfManyChannelsThatIsLongerThanTheFile)
+{
+    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_16, 8, 199), {"--fade-in"})
+                    .ends_with("ZT_E_DESTINATION_BUFFER_TOO_SMALL: Destination buffer is too small.\n"));
+}
+
+} // namespace

@@ -1,0 +1,118 @@
+#include "tests/tools/run_tool.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <poll.h>
+#include <pty.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+void LimitTo(std::optional<unsigned long> value, __rlimit_resource resource)
+{
+    if (value) {
+        const rlimit limit = {*value, *value};
+        setrlimit(resource, &limit);
+    }
+}
+
+[[noreturn]] void BecomeTool(const std::vector<std::string>& arguments, const RunOptions& options, int output,
+                             int errors)
+{
+    dup2(output, STDOUT_FILENO);
+    dup2(errors, STDERR_FILENO);
+    unsetenv("ZTAUDIO_MODULE");
+    unsetenv("ORBUTILS");
+    for (const auto& [name, value] : options.environment) {
+        setenv(name.c_str(), value.c_str(), 1);
+    }
+    LimitTo(options.fileSizeLimit, RLIMIT_FSIZE);
+    LimitTo(options.memoryLimit, RLIMIT_DATA);
+    std::string program = options.program.empty() ? ZTAUDIO_PATH : options.program;
+    std::vector<char*> argv = {program.data()};
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    execv(program.c_str(), argv.data());
+    _exit(127);
+}
+
+/// Reads both ends until the child has closed them.
+void Collect(int output, int errors, RunResult& result)
+{
+    std::array<pollfd, 2> ends = {{{output, POLLIN, 0}, {errors, POLLIN, 0}}};
+    for (int open = 2; open > 0;) {
+        poll(ends.data(), ends.size(), -1);
+        for (pollfd& end : ends) {
+            if (end.fd < 0 || end.revents == 0) {
+                continue;
+            }
+            std::array<char, 4096> bytes{};
+            const ssize_t count = read(end.fd, bytes.data(), bytes.size());
+            if (count > 0) {
+                (end.fd == output ? result.output : result.errors)
+                    .append(bytes.data(), static_cast<std::size_t>(count));
+            } else if (count == 0 || errno != EINTR) { // a terminal without a program on it gives EIO
+                end.fd = -1;
+                --open;
+            }
+        }
+    }
+}
+
+bool HoldsTemporary(const std::string& folder)
+{
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().filename().string().starts_with(".ztaudio-")) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options)
+{
+    std::array<int, 2> output{};
+    std::array<int, 2> errors{};
+    EXPECT_EQ(pipe(output.data()), 0);
+    if (options.terminal) {
+        const winsize size = {.ws_row = 24, .ws_col = 100, .ws_xpixel = 0, .ws_ypixel = 0};
+        EXPECT_EQ(openpty(errors.data(), &errors[1], nullptr, nullptr, &size), 0);
+    } else {
+        EXPECT_EQ(pipe(errors.data()), 0);
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        close(output[0]);
+        close(errors[0]);
+        BecomeTool(arguments, options, output[1], errors[1]);
+    }
+    close(output[1]);
+    close(errors[1]);
+    if (options.signalAtFirstTemporary != 0) {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!HoldsTemporary(options.watchedFolder) && std::chrono::steady_clock::now() < giveUp) {
+        }
+        kill(child, options.signalAtFirstTemporary);
+    }
+    RunResult result;
+    Collect(output[0], errors[0], result);
+    close(output[0]);
+    close(errors[0]);
+    int end = 0;
+    EXPECT_EQ(waitpid(child, &end, 0), child);
+    result.exitCode = WIFEXITED(end) ? WEXITSTATUS(end) : -1;
+    result.signal = WIFSIGNALED(end) ? WTERMSIG(end) : 0;
+    return result;
+}

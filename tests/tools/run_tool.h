@@ -1,0 +1,26 @@
+/// Runs ztaudio as a child process.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct RunOptions {
+    std::optional<unsigned long> fileSizeLimit = {};                   ///< bytes a file may grow to, as by ulimit -f
+    std::optional<unsigned long> memoryLimit = {};                     ///< bytes of data, as by ulimit -d
+    std::vector<std::pair<std::string, std::string>> environment = {}; ///< in addition to the test's own
+    std::string program = {};                                          ///< another copy of the tool
+    bool terminal = false;                                             ///< standard error is a terminal of 100 columns
+    int signalAtFirstTemporary = 0; ///< sent as soon as the tool has a temporary file in `watchedFolder`
+    std::string watchedFolder = {};
+};
+
+struct RunResult {
+    int exitCode = -1; ///< -1 if a signal ended the program
+    int signal = 0;
+    std::string output;
+    std::string errors;
+};
+
+RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options = {});

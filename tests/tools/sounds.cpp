@@ -1,0 +1,199 @@
+#include "tests/tools/sounds.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <random>
+
+namespace {
+
+constexpr long kFadeFrames = 200;
+
+std::int32_t Bits(float value)
+{
+    return std::bit_cast<std::int32_t>(value);
+}
+
+std::int32_t Truncated(float product)
+{
+    return product >= -0x1p31F && product < 0x1p31F ? static_cast<std::int32_t>(product) : INT32_MIN;
+}
+
+std::int32_t ConvertSample(std::int32_t word, int from, int to)
+{
+    if (from == to) {
+        return word;
+    }
+    if (to == SF_FORMAT_PCM_16) {
+        return from == SF_FORMAT_PCM_24 ? word >> 16
+                                        : static_cast<std::int16_t>(Truncated(std::bit_cast<float>(word) * 32767.0F));
+    }
+    if (to == SF_FORMAT_PCM_24) {
+        return from == SF_FORMAT_PCM_16 ? word * 65536 : Truncated(std::bit_cast<float>(word) * 2147483648.0F);
+    }
+    return Bits(static_cast<float>(word) / (from == SF_FORMAT_PCM_16 ? 32767.0F : 2147483392.0F));
+}
+
+double Curve(long entry)
+{
+    const double rest = 1.0 - static_cast<double>(entry + 1) / kFadeFrames;
+    return 1.0 - rest * rest;
+}
+
+void FadeFrame(Sound& sound, long frame, long entry)
+{
+    std::int32_t* words = &sound.words[static_cast<std::size_t>(frame * sound.channels)];
+    const auto gain16 = static_cast<std::int32_t>(std::lround(Curve(entry) * 32767.0));
+    const auto gain32 = static_cast<std::int64_t>(std::llround(Curve(entry) * 2147483647.0));
+    if (sound.Subtype() == SF_FORMAT_PCM_16 && sound.channels == 2) {
+        const bool leftNegative = words[0] * gain16 < 0;
+        words[0] = words[0] * gain16 >> 15;
+        words[1] = (words[1] * gain16 >> 15) | (leftNegative ? 1 : 0);
+        return;
+    }
+    for (int c = 0; c < sound.channels; ++c) {
+        if (sound.Subtype() == SF_FORMAT_PCM_16) {
+            words[c] = words[c] * gain16 >> 15;
+        } else if (sound.channels <= 2) {
+            words[c] = static_cast<std::int32_t>((words[c] * gain32 >> 32) * 2);
+        } else {
+            const std::int32_t high = words[c] >> 16;
+            const std::int32_t low = words[c] & 0xFFFF;
+            words[c] = (high * gain16 + ((low >> 1) * gain16 >> 15)) * 2;
+        }
+    }
+}
+
+Sound Faded(Sound sound, bool fadeIn, bool fadeOut)
+{
+    const long length = std::min(kFadeFrames, sound.Frames());
+    for (long k = 0; fadeIn && k < length; ++k) {
+        FadeFrame(sound, k, k);
+    }
+    for (long k = 0; fadeOut && k < length; ++k) {
+        FadeFrame(sound, sound.Frames() - length + k, kFadeFrames - 1 - k);
+    }
+    return sound;
+}
+
+Sound ToSubtype(const Sound& sound, int subtype)
+{
+    Sound result = sound;
+    result.format = SF_FORMAT_WAV | subtype;
+    std::ranges::transform(sound.words, result.words.begin(),
+                           [&](std::int32_t word) { return ConvertSample(word, sound.Subtype(), subtype); });
+    return result;
+}
+
+} // namespace
+
+void ExpectSame(const Sound& actual, const Sound& expected)
+{
+    EXPECT_EQ(actual.Subtype(), expected.Subtype());
+    EXPECT_EQ(actual.channels, expected.channels);
+    EXPECT_EQ(actual.rate, expected.rate);
+    ASSERT_EQ(actual.words.size(), expected.words.size());
+    const auto [is, shouldBe] = std::ranges::mismatch(actual.words, expected.words);
+    if (is != actual.words.end()) {
+        ADD_FAILURE() << "sample " << is - actual.words.begin() << " is " << *is << ", should be " << *shouldBe;
+    }
+}
+
+void WriteSound(const std::string& path, const Sound& sound)
+{
+    SF_INFO info{};
+    info.format = sound.format;
+    info.channels = sound.channels;
+    info.samplerate = sound.rate;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
+    const auto count = static_cast<sf_count_t>(sound.words.size());
+    if (sound.Subtype() == SF_FORMAT_FLOAT || sound.Subtype() == SF_FORMAT_DOUBLE ||
+        sound.Subtype() == SF_FORMAT_VORBIS) {
+        std::vector<float> floats(sound.words.size());
+        std::ranges::transform(sound.words, floats.begin(), [](auto word) { return std::bit_cast<float>(word); });
+        EXPECT_EQ(sf_write_float(file, floats.data(), count), count);
+    } else {
+        std::vector<int> words = sound.words;
+        if (sound.Subtype() == SF_FORMAT_PCM_16) {
+            std::ranges::for_each(words, [](int& word) { word *= 65536; });
+        }
+        EXPECT_EQ(sf_write_int(file, words.data(), count), count);
+    }
+    EXPECT_EQ(sf_close(file), 0);
+}
+
+Sound ReadSound(const std::string& path)
+{
+    SF_INFO info{};
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    EXPECT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
+    if (file == nullptr) {
+        return {};
+    }
+    Sound sound{info.format, info.channels, info.samplerate, {}};
+    const sf_count_t count = info.frames * info.channels;
+    sound.words.resize(static_cast<std::size_t>(count));
+    if (sound.Subtype() == SF_FORMAT_FLOAT) {
+        std::vector<float> floats(sound.words.size());
+        EXPECT_EQ(sf_read_float(file, floats.data(), count), count);
+        std::ranges::transform(floats, sound.words.begin(), Bits);
+    } else {
+        EXPECT_EQ(sf_read_int(file, sound.words.data(), count), count);
+        if (sound.Subtype() == SF_FORMAT_PCM_16) {
+            std::ranges::for_each(sound.words, [](int& word) { word >>= 16; });
+        }
+    }
+    sf_close(file);
+    return sound;
+}
+
+Sound Noise(int subtype, int channels, long frames, int rate)
+{
+    Sound sound{SF_FORMAT_WAV | subtype, channels, rate, {}};
+    std::mt19937 random(20231u + static_cast<unsigned>(frames * 64 + channels));
+    for (long i = 0; i < frames * channels; ++i) {
+        const auto word = i == 0 ? INT32_MIN : i == 1 ? INT32_MAX : i == 2 ? -1 : static_cast<std::int32_t>(random());
+        switch (subtype) {
+        case SF_FORMAT_PCM_16:
+            sound.words.push_back(word >> 16);
+            break;
+        case SF_FORMAT_PCM_24:
+            sound.words.push_back(word & ~0xFF);
+            break;
+        case SF_FORMAT_PCM_32:
+            sound.words.push_back(word);
+            break;
+        default:
+            sound.words.push_back(Bits(static_cast<float>(word & ~0x7F) * 0x1p-31F));
+            break;
+        }
+    }
+    return sound;
+}
+
+Sound Converted(const Sound& sound, const std::string& format, bool fadeIn, bool fadeOut)
+{
+    const int to = format == "16" ? SF_FORMAT_PCM_16 : format == "float" ? SF_FORMAT_FLOAT : SF_FORMAT_PCM_24;
+    Sound result = ToSubtype(sound, to);
+    if (fadeIn || fadeOut) {
+        // Where the target takes no fades, the block with the fade goes through 24-bit words; a block is the fade's
+        // own 200 frames, or the whole file where two of them do not fit.
+        const int fadedAs = to == SF_FORMAT_FLOAT ? SF_FORMAT_PCM_24 : to;
+        const Sound faded = ToSubtype(Faded(ToSubtype(sound, fadedAs), fadeIn, fadeOut), to);
+        const long frames = sound.Frames();
+        const bool whole = fadeIn && fadeOut && frames < 2 * kFadeFrames;
+        for (long frame = 0; frame < frames; ++frame) {
+            if (whole || (fadeIn && frame < kFadeFrames) || (fadeOut && frame >= frames - kFadeFrames)) {
+                const auto at = static_cast<std::ptrdiff_t>(frame * sound.channels);
+                std::copy_n(faded.words.begin() + at, sound.channels, result.words.begin() + at);
+            }
+        }
+    }
+    if (to == SF_FORMAT_PCM_24) { // a file has no place for the low byte
+        std::ranges::for_each(result.words, [](std::int32_t& word) { word &= ~0xFF; });
+    }
+    return result;
+}

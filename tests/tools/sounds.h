@@ -1,0 +1,31 @@
+/// Sound files for the tool's tests, and the laws of the conversions, one sample at a time.
+#pragma once
+
+#include <sndfile.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// A sound in memory. A 16-bit sample stands as a number, a 24-bit sample in the top of its word, a float by its bits.
+struct Sound {
+    int format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    int channels = 1;
+    int rate = 48000;
+    std::vector<std::int32_t> words;
+
+    int Subtype() const { return format & SF_FORMAT_SUBMASK; }
+    long Frames() const { return static_cast<long>(words.size()) / channels; }
+};
+
+/// The same subtype, shape and samples; the container may differ.
+void ExpectSame(const Sound& actual, const Sound& expected);
+
+void WriteSound(const std::string& path, const Sound& sound);
+Sound ReadSound(const std::string& path);
+
+/// Noise over the whole range, with the extremes at the start. Of floats, the range is -1 to just below 1.
+Sound Noise(int subtype, int channels, long frames, int rate = 48000);
+
+/// The file that the conversion of `sound` to the tool's format of that name must give.
+Sound Converted(const Sound& sound, const std::string& format, bool fadeIn = false, bool fadeOut = false);

@@ -18,15 +18,13 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 struct PairLoops {
-    const char* name;
     std::size_t bytes; ///< of a sample
     ZtaInterleavePair SZtaSampleLoops::*interleave;
     ZtaSplitPair SZtaSampleLoops::*split;
 };
 
 constexpr PairLoops kPairLoops[] = {
-#define ZTA_TEST_ROW(name, bytes)                                                                                      \
-    {#name, bytes, &SZtaSampleLoops::pfnInterleavePair##name, &SZtaSampleLoops::pfnSplitPair##name},
+#define ZTA_TEST_ROW(bytes) {bytes, &SZtaSampleLoops::pfnInterleavePair##bytes, &SZtaSampleLoops::pfnSplitPair##bytes},
     ZTA_PAIR_LIST(ZTA_TEST_ROW)
 #undef ZTA_TEST_ROW
 };
@@ -205,7 +203,7 @@ INSTANTIATE_TEST_SUITE_P(All, PairLoop,
                                           testing::Range(std::size_t{0}, std::size(kPairLoops))),
                          [](const auto& param) {
                              return std::string(g_asLoopTargets[std::get<0>(param.param)].psLoops->pszName) + "_" +
-                                    kPairLoops[std::get<1>(param.param)].name;
+                                    std::to_string(kPairLoops[std::get<1>(param.param)].bytes) + "bytes";
                          });
 
 } // namespace

@@ -4,8 +4,10 @@ JOBS ?= $(shell nproc)
 BUILD_PACKAGES = g++ cmake ninja-build git
 TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libcli11-dev libbenchmark-dev binutils
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
+TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
+TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo build clean
+.PHONY: test demo tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -14,6 +16,13 @@ test: build
 
 demo: build
 	scripts/demo build/$(PRESET) build/demo
+
+# By Clang's own compile commands: GCC's have options that clang-tidy does not know.
+tidy:
+	scripts/require-packages $(TIDY_PACKAGES)
+	cmake --preset clang
+	cmake --build --preset clang --target zta_version_values
+	run-clang-tidy -quiet -j $(JOBS) -p build/clang $(patsubst %,'^$(CURDIR)/%/.*\.cpp$$',$(TIDY_ROOMS))
 
 build:
 	scripts/require-packages $(or $(ZTA_PACKAGES),$(TEST_PACKAGES))

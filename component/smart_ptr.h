@@ -56,6 +56,7 @@ public:
     }
 
     /// Takes a reference on `p`, then gives the old one back: assigning a pointer to itself is safe.
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): the slot's type is the contract's
     virtual T* operator=(T* p)
     {
         if (p != nullptr) {

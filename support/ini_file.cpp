@@ -172,6 +172,8 @@ std::wstring CZtIniFile::Content()
     return sText;
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the contract passes texts by value
+
 bool CZtIniFile::SectionExists(std::wstring sSection)
 {
     return Find(m_aoContent, RecordSectionIs(sSection)) != m_aoContent.end();
@@ -355,3 +357,5 @@ bool CZtIniFile::SetSectionComments(std::wstring sComments, std::wstring sSectio
 {
     return SetRecordComments(std::move(sComments), {}, std::move(sSection));
 }
+
+// NOLINTEND(performance-unnecessary-value-param)

@@ -16,7 +16,7 @@ std::filesystem::path FindModule(const Context& context)
     for (const char* place : {".", "../lib", ZTA_LIBDIR_FROM_BINDIR, ".."}) {
         for (const char* name : {"libZtaAudioSamplesEngine.so", "libZtaAudioSamplesEngine.so.1"}) {
             std::error_code error;
-            const auto path = (folder / place / name).lexically_normal();
+            auto path = (folder / place / name).lexically_normal();
             if (std::filesystem::is_regular_file(path, error)) {
                 return path;
             }

@@ -47,6 +47,7 @@ std::optional<SampleWord> SampleWordNamed(std::string_view name)
 std::vector<std::string> SampleWordNames()
 {
     std::vector<std::string> names;
+    names.reserve(std::size(kRows));
     for (const Row& row : kRows) {
         names.emplace_back(row.name);
     }

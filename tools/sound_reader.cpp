@@ -4,9 +4,6 @@
 #include "tools/missing_bytes.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <span>
 
 namespace {

@@ -4,7 +4,6 @@
 #include "tools/failure.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <limits>
 #include <string>

@@ -25,6 +25,21 @@
     ROW(MultiFormatTo24,     4, 4, AudioField24) \
     ROW(MultiFormatTo16In16, 4, 2, AudioField16)
 
+/// The samples that are moved between two mono buffers and a stereo buffer, by their bytes: ROW(bytes)
+#define ZTA_PAIR_LIST(ROW) \
+    ROW(2) \
+    ROW(3) \
+    ROW(4)
+
+/// The elements that are moved between separate streams and a mux, by their bytes: ROW(bytes)
+/// Each is a mono sample or a stereo frame of one of the containers; 4 bytes can be either.
+#define ZTA_ELEMENT_LIST(ROW) \
+    ROW(2) \
+    ROW(3) \
+    ROW(4) \
+    ROW(6) \
+    ROW(8)
+
 /// The instruction sets that loops are compiled for, the preferred one first: ROW(name, features that it takes)
 /// Each has a file target_<name>.cpp.
 #define ZTA_LOOP_TARGET_LIST(ROW) \
@@ -37,11 +52,58 @@
 /// Input and output may be the same or overlap where both sides have the same size; otherwise they may not overlap.
 using ZtaConversion = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexcept;
 
+/// Interleaves the samples of two buffers: left, right, left, right. A null input reads as silence. The output may not
+/// overlap an input. Pointers need no alignment, and bytes outside the samples are not touched.
+using ZtaInterleavePair = void (*)(const void* pvLeft, const void* pvRight, void* pvStereo,
+                                   unsigned long ulFrames) noexcept;
+
+/// The reverse. A null input reads as silence, and a null output is dropped. Buffers may not overlap. Pointers need no
+/// alignment, and bytes outside the samples are not touched.
+using ZtaSplitPair = void (*)(const void* pvStereo, void* pvLeft, void* pvRight, unsigned long ulFrames) noexcept;
+
+/// The gains of a ramp over an interleaved stream of 24-in-32 samples. Four samples in a row take the four lanes of a
+/// group, and the groups take turns.
+struct SZtaGainRamp {
+    /// For each group four gains and four increments, with 12 fraction bits. A gain's low 16 bits multiply, and they
+    /// stay within 0 and 32767 for all samples.
+    std::int32_t* plGroups;
+    unsigned long ulGroups;      ///< 1, 2, 4, 8 or 16
+    const std::int32_t* plUpper; ///< the limits of the four lanes of a group, as 24-bit values
+    const std::int32_t* plLower;
+};
+
+/// Scales samples; after each of them its lane's gain moves on by the lane's increment. Bits below the 24th are cut
+/// off. With more than one group the samples are whole passes through the groups. With more than two the gains in
+/// plGroups move, too; with less they stay, and only copies of them move. Input and output may be the same; otherwise
+/// they may not overlap. Pointers need no alignment, and bytes outside the samples are not touched.
+using ZtaApplyGainRamp = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples,
+                                  const SZtaGainRamp* psRamp) noexcept;
+
+/// Interleaves streams: the mux receives frame after frame, in each frame one element of every stream in their order.
+/// Pointers need no alignment, and bytes outside the elements are not touched. The mux may not overlap a stream.
+using ZtaInterleave = void (*)(const void* const* ppvStreams, unsigned long ulStreams, void* pvMux,
+                               unsigned long ulFrames) noexcept;
+
+/// The inverse of ZtaInterleave. No two of the buffers may overlap.
+using ZtaSplit = void (*)(const void* pvMux, void* const* ppvStreams, unsigned long ulStreams,
+                          unsigned long ulFrames) noexcept;
+
 /// The loops of one instruction set.
 struct SZtaSampleLoops {
     const char* pszName;
 #define ZTA_LOOP_ROW(name, in, out, law) ZtaConversion pfn##name;
     ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
+#define ZTA_LOOP_ROW(bytes)                                                                                            \
+    ZtaInterleavePair pfnInterleavePair##bytes;                                                                        \
+    ZtaSplitPair pfnSplitPair##bytes;
+    ZTA_PAIR_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
+    ZtaApplyGainRamp pfnApplyGainRamp;
+#define ZTA_LOOP_ROW(bytes)                                                                                            \
+    ZtaInterleave pfnInterleave##bytes;                                                                                \
+    ZtaSplit pfnSplit##bytes;
+    ZTA_ELEMENT_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
 };
 

@@ -1,5 +1,6 @@
 // The loops for processors with AVX2 and FMA.
 #define ZTA_LOOP_TARGET avx2
+#include "kernels/loops/rows_avx2.inc"
 #include "kernels/loops/scalar.inc"
 #include "kernels/loops/vector_avx2.inc"
 

@@ -10,8 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <iterator>
 #include <thread>
 #include <vector>
 
@@ -38,10 +40,13 @@ std::vector<Bytes> Contents(const Scenario& scenario)
 TEST(EngineThreads, EnginesOnManyThreadsDoNotDisturbEachOther)
 {
     auto hostEngine = host::HostEngine::Create();
+    std::vector<ScenarioRow> rows;
+    std::copy_if(Scenarios().begin(), Scenarios().end(), std::back_inserter(rows),
+                 [](const ScenarioRow& row) { return !row.leavesReference; });
     std::vector<std::vector<Bytes>> expected;
     {
         auto engine = CreateEngine(*hostEngine);
-        for (const ScenarioRow& row : Scenarios()) {
+        for (const ScenarioRow& row : rows) {
             const Scenario scenario = row.make(MakePlainBuffer);
             RunAnnounced(scenario, *engine);
             expected.push_back(Contents(scenario));
@@ -52,11 +57,11 @@ TEST(EngineThreads, EnginesOnManyThreadsDoNotDisturbEachOther)
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&, t] {
             auto engine = CreateEngine(*hostEngine);
-            for (std::size_t round = 0; round < 2 * Scenarios().size(); ++round) {
-                const std::size_t i = (round + static_cast<std::size_t>(t)) % Scenarios().size();
-                const Scenario scenario = Scenarios()[i].make(MakePlainBuffer);
+            for (std::size_t round = 0; round < 2 * rows.size(); ++round) {
+                const std::size_t i = (round + static_cast<std::size_t>(t)) % rows.size();
+                const Scenario scenario = rows[i].make(MakePlainBuffer);
                 const int status = RunAnnounced(scenario, *engine);
-                wrong += status != Scenarios()[i].status || Contents(scenario) != expected[i];
+                wrong += status != rows[i].status || Contents(scenario) != expected[i];
             }
         });
     }

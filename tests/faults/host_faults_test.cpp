@@ -23,19 +23,6 @@ RecordingBuffer& Recording(const host::Ref<host::AudioBuffer>& buffer)
     return static_cast<RecordingBuffer&>(*buffer);
 }
 
-/// A byte copy that does not fit keeps the reference that its query hands out. Finds these queries in the journal and
-/// gives their references back.
-void ReleaseKeptReferences(const Calls& calls, RecordingBuffer& buffer)
-{
-    const std::string query = buffer.Name() + ".QueryInterface";
-    const std::string record = ErrorCall(buffer.Name(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    for (std::size_t i = 0; i + 1 < calls.size(); ++i) {
-        if (calls[i] == query && calls[i + 1] == record && buffer.References() > 1) {
-            buffer.Release();
-        }
-    }
-}
-
 class HostFaults : public EngineTest, public ::testing::WithParamInterface<ScenarioRow> {
 protected:
     Scenario MakeScenario()
@@ -43,6 +30,27 @@ protected:
         return GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
             return host::Ref<host::AudioBuffer>::Adopt(RecordingBuffer::Create(journal_, name, format, bytes).Detach());
         });
+    }
+
+    /// A byte copy that does not fit keeps the reference that its query hands out. Finds these queries in the journal
+    /// and gives their references back.
+    void ReleaseKeptReferences(const Scenario& scenario)
+    {
+        std::vector<RecordingBuffer*> buffers = host_.Buffers();
+        for (const auto& output : scenario.outputs) {
+            buffers.push_back(&Recording(output));
+        }
+        const Calls& calls = journal_.Calls();
+        for (RecordingBuffer* buffer : buffers) {
+            const std::string query = buffer->Name() + ".QueryInterface";
+            const std::string record = ErrorCall(buffer->Name(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+            for (std::size_t i = 0; i + 1 < calls.size(); ++i) {
+                if (calls[i] == query && calls[i + 1] == record && buffer->References() > 1) {
+                    buffer->Release();
+                }
+            }
+        }
+        journal_.Clear();
     }
 
     void CheckBuffer(const RecordingBuffer& buffer, const char* signal, bool mayStaySilent)
@@ -82,12 +90,7 @@ protected:
                 EXPECT_GE(journal_.Count(ErrorCall(name, status)), 1) << name;
             }
         }
-        for (const auto& output : scenario.outputs) {
-            ReleaseKeptReferences(calls, Recording(output));
-        }
-        for (RecordingBuffer* buffer : host_.Buffers()) {
-            ReleaseKeptReferences(calls, *buffer);
-        }
+        ReleaseKeptReferences(scenario);
         for (const auto& buffer : scenario.inputs) {
             ExpectAtRest({&Recording(buffer)});
         }
@@ -99,14 +102,7 @@ protected:
         Scenario again = MakeScenario();
         EXPECT_EQ(RunAnnounced(again, *engine_), row.status);
         EXPECT_EQ(Contents(again), expected);
-        for (const auto& output : again.outputs) {
-            ReleaseKeptReferences(journal_.Calls(), Recording(output));
-        }
-        for (RecordingBuffer* buffer : host_.Buffers()) {
-            while (buffer->References() > 1) {
-                buffer->Release();
-            }
-        }
+        ReleaseKeptReferences(again);
     }
 
     bool injected_ = false;
@@ -118,11 +114,7 @@ TEST_P(HostFaults, AtAnyCallLeaveEverythingBalanced)
     Scenario reference = MakeScenario();
     EXPECT_EQ(RunAnnounced(reference, *engine_), row.status);
     const std::vector<Bytes> expected = Contents(reference);
-    for (RecordingBuffer* buffer : host_.Buffers()) {
-        while (buffer->References() > 1) {
-            buffer->Release();
-        }
-    }
+    ReleaseKeptReferences(reference);
 
     int injections = 0;
     for (const bool lasting : {false, true}) {

@@ -48,9 +48,10 @@ host::Ref<host::AudioBuffer> MakeBuffer(const BufferFactory& factory, const std:
     return buffer;
 }
 
-ScenarioRow CopyRow(const std::string& path, const Side& source, const Side& destination, int status = 0)
+ScenarioRow CopyRow(const std::string& path, const Side& source, const Side& destination, int status = 0,
+                    bool leavesReference = false)
 {
-    return {"Copy" + path, status, false, [=](const BufferFactory& factory) {
+    return {"Copy" + path, status, false, leavesReference, [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "source", source));
                 scenario.outputs.push_back(MakeBuffer(factory, "destination", destination));
@@ -64,7 +65,7 @@ ScenarioRow CopyRow(const std::string& path, const Side& source, const Side& des
 ScenarioRow DuplicateRow(const std::string& path, const Side& source, const Side& destination, unsigned long from,
                          unsigned long to, unsigned long length)
 {
-    return {"Duplicate" + path, 0, true, [=](const BufferFactory& factory) {
+    return {"Duplicate" + path, 0, true, false, [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "source", source));
                 scenario.outputs.push_back(MakeBuffer(factory, "destination", destination));
@@ -95,7 +96,7 @@ const std::vector<ScenarioRow>& Scenarios()
     static const std::vector<ScenarioRow> rows = {
         CopyRow("Bytes", {Pcm16(2), 300}, {Pcm16(2), 300}),
         CopyRow("OpaqueBytes", {Opaque(3, 32, 24), 10}, {Opaque(3, 32, 32), 10}),
-        CopyRow("BytesThatDoNotFit", {Pcm16(1), 11}, {Pcm16(1), 10}, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+        CopyRow("BytesThatDoNotFit", {Pcm16(1), 11}, {Pcm16(1), 10}, ZT_E_DESTINATION_BUFFER_TOO_SMALL, true),
         CopyRow("BitDepth", {Pcm16(2), 300}, {Pcm24In32(2), 300}),
         CopyRow("BitDepthToFloat", {Pcm24In32(1), 300}, {Float32(1), 300}),
         CopyRow("BitDepthPacked", {Pcm24In32(8), 300}, {Pcm24In24(8), 300}),
@@ -110,7 +111,7 @@ const std::vector<ScenarioRow>& Scenarios()
         CopyRow("FadedOnTheStage", {Pcm16(1), 500, true, true}, {Float32(1), 500}),
         CopyRow("FadedTooShort", {Pcm16(4), 100, true, false}, {Pcm24In32(4), 100}, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
         CopyRow("FadedStageTooSmall", {Pcm24In32(1), 48001, true, false}, {Float32(1), 48001},
-                ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+                ZT_E_DESTINATION_BUFFER_TOO_SMALL, true),
         CopyRow("Relabelled", {Pcm20In32(2), 100}, {Pcm20In32(2), 100}),
         CopyRow("OfOtherChannels", {Pcm16(1), 10}, {Pcm16(2), 10}, ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH),
         DuplicateRow("Run", {Pcm16(1), 100, true, false}, {Pcm16(1), 100}, 20, 40, 60),

@@ -29,6 +29,7 @@ struct ScenarioRow {
     std::string name;
     int status;                ///< what the operation returns while the host does its part
     bool returnsSignalsStatus; ///< the operation returns what its last signal returned, whatever became of the work
+    bool leavesReference; ///< a byte copy does not fit: it keeps one reference on its target, beyond the engine's end
     std::function<Scenario(const BufferFactory&)> make;
 };
 

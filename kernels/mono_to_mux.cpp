@@ -1,0 +1,67 @@
+#include "kernels/mono_to_mux.h"
+
+#include "component/hresult.h"
+#include "kernels/mux_kernels.h"
+
+#include <iterator>
+
+namespace {
+
+#define ZTA_MUX_ROW(in, out, name, body) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
+constexpr SZtaFormatPair kPairs[] = {ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ROW)};
+#undef ZTA_MUX_ROW
+static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
+
+constexpr SZtaMuxRules kRules = ZtaMonoRules(ZT_E_INPUT_FORMAT_NOT_SUPPORTED);
+
+} // namespace
+
+#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+    {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &CZtaConvertMonoToMux::name},
+CZtaConvertMonoToMux::CZtaConvertMonoToMux() : m_oTable({ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ROW)})
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+#undef ZTA_MUX_ROW
+
+CZtaConvertMonoToMux::~CZtaConvertMonoToMux() = default;
+
+int CZtaConvertMonoToMux::SuggestFormat(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut,
+                                        SZtaWaveFormatInfo* psSuggestedIn, SZtaWaveFormatInfo* psSuggestedOut)
+{
+    return CZtHResult(SuggestFormatInOutBuffers(psIn, psOut, psSuggestedIn, psSuggestedOut));
+}
+
+int CZtaConvertMonoToMux::ConvertMonoToMux(IZtAudioSamples** ppMono, unsigned long ulMonoCount, IZtAudioSamples* pMux,
+                                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
+{
+    return ZtaAssembleMux(*this, m_oTable, m_oApplyVolume, kRules,
+                          {ppMono, ulMonoCount, pMux, psVolumes, ulVolumeCount});
+}
+
+#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+    int CZtaConvertMonoToMux::name(void** ppvSources, unsigned long ulBufferCount, void* pvMux,                        \
+                                   unsigned long ulFrames)                                                             \
+    {                                                                                                                  \
+        return body(ppvSources, ulBufferCount, pvMux, ulFrames);                                                       \
+    }
+ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ROW)
+#undef ZTA_MUX_ROW
+
+int CZtaConvertMonoToMux::_ConvertNMonoTo1Mux(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
+                                              unsigned long ulFrames)
+{
+    return kInterleaveMono24In32(ppvSources, ulBufferCount, pvMux, ulFrames);
+}
+
+int CZtaConvertMonoToMux::_ConvertNMonoTo1MuxFor24in24Buffer(void** ppvSources, unsigned long ulBufferCount,
+                                                             void* pvMux, unsigned long ulFrames)
+{
+    return kInterleaveMono24In24(ppvSources, ulBufferCount, pvMux, ulFrames);
+}
+
+int CZtaConvertMonoToMux::_ConvertNMonoTo1MuxFor16in16Buffer(void** ppvSources, unsigned long ulBufferCount,
+                                                             void* pvMux, unsigned long ulFrames)
+{
+    return kInterleaveMono16In16(ppvSources, ulBufferCount, pvMux, ulFrames);
+}

@@ -1,0 +1,66 @@
+#include "kernels/mux_to_mono.h"
+
+#include "component/hresult.h"
+#include "kernels/mux_kernels.h"
+
+#include <iterator>
+
+namespace {
+
+#define ZTA_MUX_ROW(in, out, name, body) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
+constexpr SZtaFormatPair kPairs[] = {ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ROW)};
+#undef ZTA_MUX_ROW
+static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
+
+constexpr SZtaMuxRules kRules = ZtaMonoRules(ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
+
+} // namespace
+
+#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+    {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &CZtaConvertMuxToMono::name},
+CZtaConvertMuxToMono::CZtaConvertMuxToMono() : m_oTable({ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ROW)})
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+#undef ZTA_MUX_ROW
+
+CZtaConvertMuxToMono::~CZtaConvertMuxToMono() = default;
+
+int CZtaConvertMuxToMono::SuggestFormat(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut,
+                                        SZtaWaveFormatInfo* psSuggestedIn, SZtaWaveFormatInfo* psSuggestedOut)
+{
+    return CZtHResult(SuggestFormatInOutBuffers(psIn, psOut, psSuggestedIn, psSuggestedOut));
+}
+
+int CZtaConvertMuxToMono::ConvertMuxToMono(IZtAudioSamples* pMux, IZtAudioSamples** ppMono, unsigned long ulMonoCount,
+                                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
+{
+    return ZtaSplitMux(*this, m_oTable, m_oApplyVolume, kRules, {ppMono, ulMonoCount, pMux, psVolumes, ulVolumeCount});
+}
+
+#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+    int CZtaConvertMuxToMono::name(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,                   \
+                                   unsigned long ulFrames)                                                             \
+    {                                                                                                                  \
+        return body(pvMux, ppvDestinations, ulBufferCount, ulFrames);                                                  \
+    }
+ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ROW)
+#undef ZTA_MUX_ROW
+
+int CZtaConvertMuxToMono::_Convert1MuxToNMonoFor24in32Buffer(void* pvMux, void** ppvDestinations,
+                                                             unsigned long ulBufferCount, unsigned long ulFrames)
+{
+    return kSplitMono24In32(pvMux, ppvDestinations, ulBufferCount, ulFrames);
+}
+
+int CZtaConvertMuxToMono::_Convert1MuxToNMonoFor24in24Buffer(void* pvMux, void** ppvDestinations,
+                                                             unsigned long ulBufferCount, unsigned long ulFrames)
+{
+    return kSplitMono24In24(pvMux, ppvDestinations, ulBufferCount, ulFrames);
+}
+
+int CZtaConvertMuxToMono::_Convert1MuxToNMonoFor16in16Buffer(void* pvMux, void** ppvDestinations,
+                                                             unsigned long ulBufferCount, unsigned long ulFrames)
+{
+    return kSplitMono16In16(pvMux, ppvDestinations, ulBufferCount, ulFrames);
+}

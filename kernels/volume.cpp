@@ -1,0 +1,219 @@
+#include "kernels/volume.h"
+
+#include "kernels/loops/loops.h"
+
+#include <zta/status.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+
+namespace {
+
+constexpr unsigned long kBlockBytes = 1024;
+constexpr unsigned long kBlockAlignment = 16;
+constexpr unsigned long kGroupLanes = 4;
+constexpr unsigned long kMaxChannels = 64;
+static_assert(kBlockBytes >= kMaxChannels * 2 * sizeof(std::int32_t));
+
+constexpr float kUnity = 4096.0f;
+constexpr float kMaxGain = 8.0f;
+
+/// Becomes 32767, the largest multiplier of 16 bits.
+constexpr auto kGainBelowMax = std::bit_cast<float>(0x40FFFF2E);
+
+/// What the operation's own checks let through. 24-in-24 has no row all the same.
+bool IsVolumeFormat(EZtAudioSampleFormatProperty eFormat)
+{
+    return (eFormat >= keZtAudioSampleFormat24In32Mono && eFormat <= keZtAudioSampleFormat24In32Mux64) ||
+           eFormat == keZtAudioSampleFormat24In24Mono || eFormat == keZtAudioSampleFormat24In24Stereo;
+}
+
+bool IsInRange(float fGain)
+{
+    return !(fGain > kMaxGain || fGain < 0.0f);
+}
+
+void ReplaceMaximum(float& rfGain)
+{
+    if (rfGain == kMaxGain) {
+        rfGain = kGainBelowMax;
+    }
+}
+
+/// Towards zero, as the bits of a lane; 0x80000000 for a NaN and for what a lane cannot hold.
+std::uint32_t Truncate(float fValue)
+{
+    const bool bFits = fValue >= -2147483648.0f && fValue < 2147483648.0f;
+    return bFits ? static_cast<std::uint32_t>(static_cast<std::int32_t>(fValue)) : 0x80000000;
+}
+
+int CheckArguments(bool bChannelsFit, const void* pvInput, const void* pvOutput)
+{
+    if (!bChannelsFit) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    return pvInput == nullptr || pvOutput == nullptr ? ZT_E_INVALID_POINTER : ZT_NOERROR;
+}
+
+} // namespace
+
+alignas(16) const std::int32_t CZtaApplyVolume::ms_alPosSaturation[4] = {0x7FFFFF, 0x7FFFFF, 0x7FFFFF, 0x7FFFFF};
+alignas(16) const std::int32_t CZtaApplyVolume::ms_alNegSaturation[4] = {-0x800000, -0x800000, -0x800000, -0x800000};
+
+#define ZTA_VOLUME_ROW(layout, name)                                                                                   \
+    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaApplyVolume::name},
+CZtaApplyVolume::CZtaApplyVolume()
+    : m_oTable({ZTA_VOLUME_LIST(ZTA_VOLUME_ROW)}),
+      m_plVolumeSettings(static_cast<std::int32_t*>(std::aligned_alloc(kBlockAlignment, kBlockBytes)))
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+#undef ZTA_VOLUME_ROW
+
+CZtaApplyVolume::~CZtaApplyVolume()
+{
+    std::free(m_plVolumeSettings);
+}
+
+int CZtaApplyVolume::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                 unsigned long ulChannels)
+{
+    if (ulChannels == 0 || ulChannels > kMaxChannels) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    SZtAudioBufferInformations sInput{};
+    SZtAudioBufferInformations sOutput{};
+    sInput.sDescription.ulSize = sizeof sInput.sDescription;
+    sOutput.sDescription.ulSize = sizeof sOutput.sDescription;
+    if (GetBufferInformations(pOutput, &sOutput) < 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (!IsVolumeFormat(sOutput.eFormat)) {
+        return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
+    }
+    if (GetBufferInformations(pInput, &sInput) < 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (!IsVolumeFormat(sInput.eFormat)) {
+        return ZT_E_INPUT_FORMAT_NOT_SUPPORTED;
+    }
+    if (sInput.eFormat != sOutput.eFormat) {
+        return ZT_E_BUFFER_FORMAT_MISMATCH;
+    }
+    if (sOutput.ulValidFrames != sInput.ulValidFrames) {
+        return sOutput.ulValidFrames < sInput.ulValidFrames ? ZT_E_DESTINATION_BUFFER_TOO_SMALL
+                                                            : ZT_E_BUFFER_SIZE_MISMATCH;
+    }
+    if (ulChannels != sInput.sDescription.sWaveFormat.ulChannels) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    int iFunctionIndex = 0;
+    int iStatus = ValidateProcessingFormatAndGetFunctionIndex(sInput.eFormat, sOutput.eFormat, m_psProcessingFormats,
+                                                              &iFunctionIndex);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (sInput.ulValidFrames > 0) {
+        iStatus = (this->*m_oTable[iFunctionIndex])(sInput.pvBuffer, sOutput.pvBuffer, psVolumes, ulChannels,
+                                                    sInput.ulValidFrames);
+        if (iStatus < 0) {
+            return iStatus;
+        }
+    }
+    return pOutput->SetLength(static_cast<unsigned long>(sOutput.iBytesPerFrame) * sOutput.ulValidFrames);
+}
+
+int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels,
+                                       unsigned long ulFrames)
+{
+    if (psVolumes == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    if (ulChannels == 0) {
+        return ZT_E_ARRAY_TOO_SMALL;
+    }
+    for (unsigned long i = 0; i < ulChannels; ++i) {
+        if (!IsInRange(psVolumes[i].fStartVolume) || !IsInRange(psVolumes[i].fEndVolume)) {
+            return ZT_E_INVALID_PARAMETER;
+        }
+        // The caller sees the replacement, even if a record after this one fails.
+        ReplaceMaximum(psVolumes[i].fStartVolume);
+        ReplaceMaximum(psVolumes[i].fEndVolume);
+    }
+    if (ulChannels > kMaxChannels || !std::has_single_bit(ulChannels)) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    const unsigned long ulLanes = std::max(ulChannels, kGroupLanes);
+    const auto ulFramesPerPass = static_cast<std::uint32_t>(ulLanes / ulChannels);
+    for (unsigned long i = 0; i < ulLanes; ++i) {
+        const SZtAudioMonoVolumeInfo& rsVolume = psVolumes[i % ulChannels];
+        const auto ulFrame = static_cast<std::uint32_t>(i / ulChannels);
+        const float fRise = rsVolume.fEndVolume - rsVolume.fStartVolume;
+        const std::uint32_t ulGain = Truncate(rsVolume.fStartVolume * kUnity);
+        const std::uint32_t ulStep = Truncate(fRise / static_cast<float>(ulFrames) * kUnity);
+        std::int32_t* const plLane = m_plVolumeSettings + i / kGroupLanes * 2 * kGroupLanes + i % kGroupLanes;
+        plLane[0] = static_cast<std::int32_t>(ulGain + ulFrame * ulStep);
+        plLane[kGroupLanes] = static_cast<std::int32_t>(ulFramesPerPass * ulStep);
+    }
+    return ZT_NOERROR;
+}
+
+int CZtaApplyVolume::ApplyVolume24bitIn32Mux4_2_1(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                                  unsigned long ulChannels, unsigned long ulFrames)
+{
+    if (ulFrames == 0) {
+        return ZT_NOERROR;
+    }
+    int iStatus = CheckArguments(ulChannels == 1 || ulChannels == 2 || ulChannels == 4, pvInput, pvOutput);
+    if (iStatus >= 0) {
+        iStatus = SetVolumeSettings(psVolumes, ulChannels, ulFrames);
+    }
+    // Steps are counted in 16 bits, and a count of zero leaves all as it is: a mono buffer of less than four frames and
+    // a stereo buffer of one are never scaled.
+    const unsigned long ulSteps = ulFrames * ulChannels / kGroupLanes;
+    if (iStatus >= 0 && (ulSteps & 0xFFFF) != 0) {
+        RunRamp(pvInput, pvOutput, ulChannels, ulFrames);
+    }
+    return iStatus;
+}
+
+int CZtaApplyVolume::ApplyVolume24bitIn32Mux8(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                              unsigned long ulChannels, unsigned long ulFrames)
+{
+    if (ulFrames == 0) {
+        return ZT_NOERROR;
+    }
+    int iStatus = CheckArguments(ulChannels == 8, pvInput, pvOutput);
+    if (iStatus >= 0) {
+        iStatus = SetVolumeSettings(psVolumes, ulChannels, ulFrames);
+    }
+    if (iStatus >= 0) {
+        RunRamp(pvInput, pvOutput, ulChannels, ulFrames);
+    }
+    return iStatus;
+}
+
+int CZtaApplyVolume::ApplyVolume24bitIn32Mux64_32_16(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                                     unsigned long ulChannels, unsigned long ulFrames)
+{
+    if (ulFrames == 0) {
+        return ZT_NOERROR;
+    }
+    int iStatus = CheckArguments(ulChannels == 16 || ulChannels == 32 || ulChannels == 64, pvInput, pvOutput);
+    if (iStatus >= 0) {
+        iStatus = SetVolumeSettings(psVolumes, ulChannels, ulFrames);
+    }
+    if (iStatus >= 0) {
+        RunRamp(pvInput, pvOutput, ulChannels, ulFrames);
+    }
+    return iStatus;
+}
+
+/// Scales by what SetVolumeSettings left in the block. Nothing reads the block afterwards.
+void CZtaApplyVolume::RunRamp(const void* pvInput, void* pvOutput, unsigned long ulChannels, unsigned long ulFrames)
+{
+    const SZtaGainRamp sRamp = {m_plVolumeSettings, std::max(ulChannels / kGroupLanes, 1UL), ms_alPosSaturation,
+                                ms_alNegSaturation};
+    ZtaActiveLoops().pfnApplyGainRamp(pvInput, pvOutput, ulFrames * ulChannels, &sRamp);
+}

@@ -1,0 +1,44 @@
+#!/bin/sh
+# check_layers_test.sh CHECK_LAYERS: each rule broken on purpose must be seen, and nothing else.
+set -eu
+check=$1
+root=$(mktemp -d)
+trap 'rm -rf "$root"' EXIT
+
+# expect FILE INCLUDE VERDICT: a tree with this one file and line is accepted ("fine"), or refused with this text.
+expect() {
+    rm -rf "${root:?}"/*
+    mkdir -p "$root/$(dirname "$1")"
+    printf '#pragma once\n%s\n' "$2" > "$root/$1"
+    if said=$("$check" "$root"); then said=fine; fi
+    if [ "$said" != "$3" ]; then
+        echo "$1 with $2: expected \"$3\", got \"$said\"" >&2
+        exit 1
+    fi
+}
+
+expect engine/a.cpp '#include "kernels/fade.h"' fine
+expect engine/a.cpp '#include "engine/deep/b.h"' fine
+expect engine/a.cpp '#include <zta/status.h>' fine
+expect engine/a.cpp '#include <vector>' fine
+expect kernels/loops/a.h '#include <immintrin.h>' fine
+expect host/a.cpp '#include <sys/mman.h>' fine
+expect tests/unit/a.cpp '#include "engine/b.h"' fine
+expect component/a.cpp '#include "version_values.h"' fine
+
+expect engine/a.cpp '#include "kernels/loops/loops.h"' \
+    'engine/a.cpp:2: engine may not include kernels/loops: kernels/loops/loops.h'
+expect kernels/a.cpp '  #  include "engine/b.h"' 'kernels/a.cpp:2: kernels may not include engine: engine/b.h'
+expect kernels/loops/a.inc '#include <zta/status.h>' \
+    'kernels/loops/a.inc:2: kernels/loops may not include include: zta/status.h'
+expect kernels/a.h '#include <unistd.h>' 'kernels/a.h:2: kernels may not include system: unistd.h'
+expect include/zta/a.h '#include <sys/types.h>' 'include/zta/a.h:2: include may not include system: sys/types.h'
+expect include/zta/a.h '#include "nowhere/a.h"' \
+    'include/zta/a.h:2: include may not include an unknown folder: nowhere/a.h'
+expect engine/a.cpp '#include "version_values.h"' \
+    'engine/a.cpp:2: engine may not include generated: version_values.h'
+expect tools/a.cpp '#include "component/module.h"' \
+    'tools/a.cpp:2: tools may not include component: component/module.h'
+expect attic/a.cpp '#include <vector>' \
+    'attic/a.cpp:1: no rule for this folder: give it one in scripts/check-layers'
+expect engine/readme.txt '' 'check-layers: no sources here'

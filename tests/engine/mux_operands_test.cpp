@@ -26,7 +26,8 @@ protected:
     struct Taken {
         IZtAudioSamples* input = reinterpret_cast<IZtAudioSamples*>(1);
         IZtAudioSamples* output = reinterpret_cast<IZtAudioSamples*>(1);
-        std::vector<IZtAudioSamples*> buffers = std::vector<IZtAudioSamples*>(64, reinterpret_cast<IZtAudioSamples*>(1));
+        std::vector<IZtAudioSamples*> buffers =
+            std::vector<IZtAudioSamples*>(64, reinterpret_cast<IZtAudioSamples*>(1));
         unsigned long count = 64;
         std::vector<SZtAudioMonoVolumeInfo> volumes = std::vector<SZtAudioMonoVolumeInfo>(64, {99, 9.0F, 9.0F});
         unsigned long volumeCount = 64;
@@ -165,8 +166,8 @@ TEST_F(MuxOperands, CannotBeTakenWithoutBothCounts)
     EXPECT_EQ(Object().GetInfoMux(&taken.input, &taken.output, taken.buffers.data(), nullptr, taken.volumes.data(),
                                   &taken.volumeCount),
               ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(Object().GetInfoMux(&taken.input, &taken.output, taken.buffers.data(), &taken.count,
-                                  taken.volumes.data(), nullptr),
+    EXPECT_EQ(Object().GetInfoMux(&taken.input, &taken.output, taken.buffers.data(), &taken.count, taken.volumes.data(),
+                                  nullptr),
               ZT_E_INVALID_PARAMETER);
     ExpectNothingWritten(taken, 64, 64);
 }

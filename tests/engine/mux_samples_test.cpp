@@ -1,8 +1,9 @@
-// What the mux operations make of samples, beside a plain model: every width, container, direction and a set of lengths.
+// What the mux operations make of samples, beside a plain model: every width, container, direction and a set of
+// lengths.
 
+#include "tests/support/gain_model.h"
 #include "tests/support/mux_fixture.h"
 
-#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -29,21 +30,6 @@ std::int64_t Gain(const Volume& volume, std::size_t frames, std::size_t n)
     return parts(start) + static_cast<std::int64_t>(n) * parts(step);
 }
 
-std::int64_t Floor(std::int64_t value, std::int64_t divisor)
-{
-    return value / divisor - (value % divisor < 0 ? 1 : 0);
-}
-
-/// A word scaled and limited to 24 bits, in integers that cannot overflow.
-Word Scaled(Word word, std::int64_t gain)
-{
-    const std::int64_t x = Floor(word >= 0x80000000U ? std::int64_t{word} - 0x100000000 : std::int64_t{word}, 16);
-    const std::int64_t high = Floor(x, 65536);
-    const std::int64_t low = x - high * 65536;
-    const std::int64_t y = std::clamp<std::int64_t>(high * gain + low / 2 * gain / 32768, -8388608, 8388607);
-    return static_cast<Word>(y * 256);
-}
-
 /// Applies one ramp for each channel to interleaved words.
 void Scale(std::vector<Word>& words, const std::vector<Volume>& volumes)
 {
@@ -54,7 +40,7 @@ void Scale(std::vector<Word>& words, const std::vector<Volume>& volumes)
         return;
     }
     for (std::size_t i = 0; i < words.size(); ++i) {
-        words[i] = Scaled(words[i], Gain(volumes[i % channels], frames, i / channels));
+        words[i] = models::Scaled(words[i], Gain(volumes[i % channels], frames, i / channels));
     }
 }
 

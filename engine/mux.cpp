@@ -44,7 +44,7 @@ void SignalEntry(IZtAudioSamples* pBuffer, Signal rSignal)
         CContentPtr oContent;
         QueryContent(pBuffer, oContent);
         if (oContent != nullptr) {
-            rSignal(*oContent);
+            rSignal(static_cast<IZtAVContent*>(oContent));
         }
     }
 }
@@ -174,7 +174,7 @@ int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples*
     if (iStatus < 0) {
         // Every buffer of the array is signalled, also those that were not looked at.
         for (unsigned long i = 0; ppBuffers != nullptr && i < ulCount; ++i) {
-            SignalEntry(ppBuffers[i], [](IZtAVContent& rContent) { rContent.SignalReadCompletion(); });
+            SignalEntry(ppBuffers[i], [](IZtAVContent* pContent) { pContent->SignalReadCompletion(); });
         }
         return EndFailedEntry(iStatus, {}, {oMux});
     }
@@ -338,9 +338,9 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
     }
     if (iStatus < 0) {
         for (unsigned long i = 0; i < ulCount; ++i) {
-            SignalEntry(ppBuffers[i], [iStatus](IZtAVContent& rContent) {
-                rContent.SetErrorCode(iStatus);
-                rContent.SignalWriteCompletion();
+            SignalEntry(ppBuffers[i], [iStatus](IZtAVContent* pContent) {
+                pContent->SetErrorCode(iStatus);
+                pContent->SignalWriteCompletion();
             });
         }
         return EndFailedEntry(iStatus, {oMux}, {});

@@ -208,6 +208,18 @@ struct SZtLayoutProbe {
         };
     }
 
+    /// The table, what it holds as far as an object shows it, and the volume step.
+    template <class Kernels>
+    static Offsets Mux()
+    {
+        const Kernels kernels;
+        const auto offset = [&kernels](const void* field) {
+            return static_cast<const char*>(field) - reinterpret_cast<const char*>(&kernels);
+        };
+        return {OffsetOf(&Kernels::m_oTable), offset(kernels.m_psProcessingFormats->psFormats),
+                offset(kernels.m_psProcessingFormats), OffsetOf(&Kernels::m_oApplyVolume)};
+    }
+
     static_assert(sizeof(CZtaAudioSamplesEngine::m_apSavedBuffers) == 64 * 8);
     static_assert(sizeof(CZtaAudioSamplesEngine::m_asSavedVolumes) == 64 * 12);
     static_assert(sizeof(CZtaAudioSamplesEngine::m_apFadeScratch) == 64 * 8);
@@ -353,6 +365,19 @@ TEST(Layout, FactoryHasItsServiceInterfaceBehindTheUnknownAndNoFields)
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<CZtUnknown*>(factory)), 0x10000U);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<IZtaAudioSamplesEngineFactory*>(factory)), 0x10000U + 32);
     EXPECT_EQ(sizeof(CZtaAudioSamplesEngineFactory), 40U);
+}
+
+TEST(Layout, MuxKernelsHaveRowsThenTheirListThenFunctionsThenTheVolumeStep)
+{
+    const Offsets expected = {16, 16, 200, 456}; // 15 rows of 12 bytes, the list, 15 functions of 16 bytes
+    EXPECT_EQ(SZtLayoutProbe::Mux<CZtaConvertMonoToMux>(), expected);
+    EXPECT_EQ(SZtLayoutProbe::Mux<CZtaConvertStereoToMux>(), expected);
+    EXPECT_EQ(SZtLayoutProbe::Mux<CZtaConvertMuxToMono>(), expected);
+    EXPECT_EQ(SZtLayoutProbe::Mux<CZtaConvertMuxToStereo>(), expected);
+    EXPECT_EQ(sizeof(CZtaConvertMonoToMux), 696U);
+    EXPECT_EQ(sizeof(CZtaConvertStereoToMux), 696U);
+    EXPECT_EQ(sizeof(CZtaConvertMuxToMono), 696U);
+    EXPECT_EQ(sizeof(CZtaConvertMuxToStereo), 696U);
 }
 
 TEST(Layout, Identifiers)

@@ -104,9 +104,13 @@ public:
     /// That the buffer begins with these bytes, and all else is poison.
     bool Holds(const Bytes& bytes) const
     {
-        Bytes expected(memory_.size(), kPoison);
-        std::copy(bytes.begin(), bytes.end(), expected.begin() + static_cast<std::ptrdiff_t>(at_));
-        return memory_ == expected;
+        for (std::size_t i = 0; i < memory_.size(); ++i) {
+            const bool isInside = i >= at_ && i - at_ < bytes.size();
+            if (memory_[i] != (isInside ? bytes[i - at_] : kPoison)) {
+                return false;
+            }
+        }
+        return true;
     }
 
 private:

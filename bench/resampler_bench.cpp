@@ -122,8 +122,8 @@ struct Variant {
 };
 
 constexpr Variant kVariants[] = {
-#define ZTA_BENCH_ROW(prefix, features, options) {#prefix, features, &prefix##_ippsResamplePolyphaseFixed_16s},
-    ZTA_IPP_VARIANT_LIST(ZTA_BENCH_ROW)
+#define ZTA_BENCH_ROW(unused, prefix, features, options) {#prefix, features, &prefix##_ippsResamplePolyphaseFixed_16s},
+    ZTA_IPP_VARIANT_LIST(ZTA_BENCH_ROW, )
 #undef ZTA_BENCH_ROW
 };
 
@@ -152,7 +152,7 @@ int main(int argc, char** argv)
     if (runs(keZtaFeatureAvx2 | keZtaFeatureAvxEnabled)) {
         benchmark::RegisterBenchmark("bare/256", Bare256);
     }
-    if (runs(kui64Avx512Wide | keZtaFeatureAvx512Enabled)) {
+    if (runs(kui64ZtaAvx512Wide | keZtaFeatureAvx512Enabled)) {
         benchmark::RegisterBenchmark("bare/512", Bare512);
     }
     benchmark::Initialize(&argc, argv);

@@ -1,11 +1,13 @@
 #include "tests/support/scenarios.h"
 
 #include "host/formats.h"
+#include "resampler/resample_audio.h"
 
 #include <zta/status.h>
 
 #include <cstring>
 #include <optional>
+#include <stdexcept>
 
 namespace zta::test {
 namespace {
@@ -211,6 +213,35 @@ ScenarioRow SplitRow(const std::string& path, const Side& mux, const Sides& part
             }};
 }
 
+/// A stream between the rates of two formats, of the first one's channels.
+host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to)
+{
+    CZtaResampleAudio resample;
+    IUnknown* stream = nullptr;
+    if (resample.CreateAudioResamplerMono16BitsToMono16Bits(from.ulSamplesPerSec, to.ulSamplesPerSec, from.ulChannels,
+                                                            &stream) < 0) {
+        throw std::runtime_error("no stream between these rates");
+    }
+    return host::Ref<IUnknown>::Adopt(stream);
+}
+
+/// One buffer of a stream of the given formats, after a first one that restarts it.
+ScenarioRow ResampleRow(const std::string& path, const Side& input, const Side& output, int status = 0)
+{
+    return {"Resample" + path, status, false, false, "", [=](const BufferFactory& factory) {
+                Scenario scenario;
+                scenario.inputs.push_back(MakeBuffer(factory, "input", input));
+                scenario.outputs.push_back(MakeBuffer(factory, "output", output));
+                IZtAudioSamples* in = scenario.inputs[0].Get();
+                IZtAudioSamples* out = scenario.outputs[0].Get();
+                const auto stream = MakeStream(input.format, output.format);
+                scenario.run = [=](IZtaAudioSamplesEngine& engine) {
+                    return engine.ProcessAudioResampler(in, out, keZtAudioResamplerModeRestart, stream.Get());
+                };
+                return scenario;
+            }};
+}
+
 } // namespace
 
 int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine)
@@ -330,6 +361,14 @@ const std::vector<ScenarioRow>& Scenarios()
         SplitRow("Faded", {Pcm24In32(8), 300, false, true}, {4, {Pcm24In32(2), 300}}),
         SplitRow("Scaled", {Pcm24In32(8), 301}, {4, {Pcm24In32(2), 301}}, 8),
         SplitRow("Relabelled", {Pcm20In32(4), 10}, {2, {Pcm20In32(2), 10}}),
+
+        ResampleRow("MonoUp", {Pcm16(1, 44100), 500}, {Pcm16(1, 48000), 600}),
+        ResampleRow("MonoDown", {Pcm16(1, 48000), 500}, {Pcm16(1, 44100), 500}),
+        ResampleRow("StereoUp", {Pcm16(2, 44100), 500}, {Pcm16(2, 48000), 600}),
+        ResampleRow("StereoDown", {Pcm16(2, 48000), 500}, {Pcm16(2, 44100), 500}),
+        ResampleRow("SeveralPasses", {Pcm16(1, 44100), 20000}, {Pcm16(1, 48000), 22000}),
+        ResampleRow("WithoutRoom", {Pcm16(1, 44100), 500}, {Pcm16(1, 48000), 500}, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+        ResampleRow("OfOtherRates", {Pcm16(1, 44100), 500}, {Pcm16(1, 96000), 1500}, ZT_E_INVALID_AUDIO_SAMPLING_RATE),
     };
     return rows;
 }

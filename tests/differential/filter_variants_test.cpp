@@ -1,5 +1,5 @@
-// All builds of the resampler's filter and run against the model and against each other, on random filters and stretches,
-// by their own names and through the public functions.
+// All builds of the resampler's filter and run against the model and against each other, on random filters and
+// stretches, by their own names and through the public functions.
 
 #include "tests/support/filter_block.h"
 
@@ -28,7 +28,10 @@ std::mt19937 Random()
     return std::mt19937(seed);
 }
 
-int Between(std::mt19937& random, int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
+int Between(std::mt19937& random, int low, int high)
+{
+    return std::uniform_int_distribution<int>(low, high)(random);
+}
 
 FilterPlan RandomPlan(std::mt19937& random)
 {
@@ -120,10 +123,12 @@ TEST(FilterVariants, RunAlike)
         const FilterBlock filter = zta::test::MakeFilter(builds.front(), plan, rollOff, 9.0f);
         const int half = filter.Head().halfLen;
         const int len = Between(random, 0, 2) == 0 ? Between(random, 1, 4) : Between(random, 1, 1500);
-        const double time = half + Between(random, 0, 9) +
-                            (Between(random, 0, 3) == 0 ? Between(random, 0, 999) / 1000.0
-                                                        : Between(random, 0, plan.outRate - 1) / static_cast<double>(plan.outRate));
-        const float norm = Between(random, 0, 1) == 0 ? 1.0f : std::uniform_real_distribution<float>(-2.0f, 2.0f)(random);
+        const double time =
+            half + Between(random, 0, 9) +
+            (Between(random, 0, 3) == 0 ? Between(random, 0, 999) / 1000.0
+                                        : Between(random, 0, plan.outRate - 1) / static_cast<double>(plan.outRate));
+        const float norm =
+            Between(random, 0, 1) == 0 ? 1.0f : std::uniform_real_distribution<float>(-2.0f, 2.0f)(random);
         SCOPED_TRACE(testing::Message() << plan.inRate << " to " << plan.outRate << ", length " << plan.length
                                         << ", len " << len << ", time " << time << ", norm " << norm);
         if (static_cast<std::int64_t>(len) * plan.outRate / plan.inRate > 100000) {
@@ -134,8 +139,8 @@ TEST(FilterVariants, RunAlike)
         for (const SignalBuild& build : builds) {
             const bool early = std::string(build.prefix) == "m7" || std::string(build.prefix) == "n8";
             const models::RunResult model = models::Run(source.data(), len, norm, time, filter.Get(), early);
-            const Output output = RunBy(build.ippsResamplePolyphaseFixed_16s, source, len, norm, time, filter,
-                                        model.samples.size() + 2);
+            const Output output =
+                RunBy(build.ippsResamplePolyphaseFixed_16s, source, len, norm, time, filter, model.samples.size() + 2);
             ASSERT_EQ(output.status, ippStsNoErr);
             ASSERT_EQ(output.samples.size(), model.samples.size()) << build.prefix;
             ASSERT_EQ(output.time, model.time) << build.prefix;

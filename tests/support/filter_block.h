@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace zta::test {
@@ -38,9 +39,10 @@ public:
     static constexpr std::uint8_t kPoison = 0xA5;
 
     explicit FilterBlock(std::size_t size)
-        : size_(size), buffer_(size + 16), begin_(buffer_.End() - (size + 15) / 16 * 16)
+        : size_(size), buffer_(std::make_unique<GuardedBuffer>(size + 16)),
+          begin_(buffer_->End() - (size + 15) / 16 * 16)
     {
-        std::memset(buffer_.Begin(), kPoison, buffer_.Size());
+        std::memset(buffer_->Begin(), kPoison, buffer_->Size());
     }
 
     IppsResamplingPolyphaseFixed_16s* Get() const
@@ -57,13 +59,13 @@ public:
     }
     bool IsUntouchedFrom(std::size_t offset) const
     {
-        return std::all_of(begin_ + offset, buffer_.End(), [](std::uint8_t byte) { return byte == kPoison; }) &&
-               std::all_of(buffer_.Begin(), begin_, [](std::uint8_t byte) { return byte == kPoison; });
+        return std::all_of(begin_ + offset, buffer_->End(), [](std::uint8_t byte) { return byte == kPoison; }) &&
+               std::all_of(buffer_->Begin(), begin_, [](std::uint8_t byte) { return byte == kPoison; });
     }
 
 private:
     std::size_t size_;
-    GuardedBuffer buffer_;
+    std::unique_ptr<GuardedBuffer> buffer_;
     std::uint8_t* begin_;
 };
 

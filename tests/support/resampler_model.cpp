@@ -10,7 +10,10 @@ namespace models {
 
 namespace {
 
-std::int64_t RoundUp(std::int64_t value, std::int64_t multiple) { return (value + multiple - 1) / multiple * multiple; }
+std::int64_t RoundUp(std::int64_t value, std::int64_t multiple)
+{
+    return (value + multiple - 1) / multiple * multiple;
+}
 
 double BesselI0(double x)
 {
@@ -45,7 +48,8 @@ BlockLayout::BlockLayout(const FilterPlan& plan)
     tapSize = words ? 2 : 4;
     // What comes before the cut of the fraction is single precision throughout.
     const double ratio = static_cast<double>(outRate) / static_cast<double>(inRate);
-    volatile float reach = static_cast<float>(ratio < 1.0 ? static_cast<double>(length) * ratio : static_cast<double>(length));
+    volatile float reach =
+        static_cast<float>(ratio < 1.0 ? static_cast<double>(length) * ratio : static_cast<double>(length));
     reach = reach + 1e-5f;
     volatile float rate = static_cast<float>(std::max(inRate, outRate));
     rate = 0.5f * rate;

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-/// The resampler's filter and its run once more, written from their definitions: the filter from the distance of each tap
-/// to its output, the run from the position of each output.
+/// The resampler's filter and its run once more, written from their definitions: the filter from the distance of each
+/// tap to its output, the run from the position of each output.
 namespace models {
 
 enum class TapKind { Words, Floats };

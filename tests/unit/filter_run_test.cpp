@@ -219,7 +219,8 @@ TEST_P(FilterRun, KeepsPositionsBeyond32Bits)
                 const models::RunResult model = models::Run(source, len, 1.0f, index + fraction, filter.Get(), false);
                 EXPECT_EQ(output.samples, model.samples);
                 EXPECT_EQ(output.time, model.time);
-                EXPECT_EQ(output.samples, Run(noise.data(), len, (index + fraction) - (index - 20), filter.Get()).samples);
+                EXPECT_EQ(output.samples,
+                          Run(noise.data(), len, (index + fraction) - (index - 20), filter.Get()).samples);
             }
         }
     }

@@ -1,5 +1,6 @@
-// Each conversion loop of each instruction set that this processor runs, beside a memory copy that moves as many bytes:
-// a loop that reads r and writes w bytes is compared with the copy of (r + w) / 2. Take both from one run:
+// The conversion, pair and gain loops of each instruction set that this processor runs, beside a memory copy that moves
+// as many bytes: a loop that reads r and writes w bytes is compared with the copy of (r + w) / 2. Take both from one
+// run:
 //   loops_bench --benchmark_repetitions=5 --benchmark_enable_random_interleaving
 
 #include "kernels/loops/loops.h"
@@ -27,6 +28,22 @@ constexpr Conversion kConversions[] = {
     ZTA_CONVERSION_LIST(ZTA_BENCH_ROW)
 #undef ZTA_BENCH_ROW
 };
+
+struct Pair {
+    const char* bytes;
+    std::size_t frameBytes; ///< read and as many written
+    ZtaInterleavePair SZtaSampleLoops::*interleave;
+    ZtaSplitPair SZtaSampleLoops::*split;
+};
+
+constexpr Pair kPairs[] = {
+#define ZTA_BENCH_ROW(bytes)                                                                                           \
+    {#bytes, 2 * (bytes), &SZtaSampleLoops::pfnInterleavePair##bytes, &SZtaSampleLoops::pfnSplitPair##bytes},
+    ZTA_PAIR_LIST(ZTA_BENCH_ROW)
+#undef ZTA_BENCH_ROW
+};
+
+constexpr unsigned long kGroupCounts[] = {1, 2, 4, 8, 16}; ///< of gains: up to 4 channels, 8, 16, 32, 64
 
 std::string Name(std::string path, std::size_t size)
 {
@@ -69,6 +86,48 @@ void Convert(benchmark::State& state, ZtaConversion loop, const Conversion& conv
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(samples));
 }
 
+void InterleavePair(benchmark::State& state, ZtaInterleavePair loop, std::size_t frameBytes, std::size_t copied)
+{
+    const std::size_t frames = copied / frameBytes;
+    const std::vector<float> left = Noise(copied / 2);
+    const std::vector<float> right = Noise(copied / 2);
+    std::vector<float> stereo(copied / sizeof(float) + 1);
+    for (auto _ : state) {
+        loop(left.data(), right.data(), stereo.data(), frames);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * frames * frameBytes));
+}
+
+void SplitPair(benchmark::State& state, ZtaSplitPair loop, std::size_t frameBytes, std::size_t copied)
+{
+    const std::size_t frames = copied / frameBytes;
+    const std::vector<float> stereo = Noise(copied);
+    std::vector<float> left(copied / 2 / sizeof(float) + 1);
+    std::vector<float> right(copied / 2 / sizeof(float) + 1);
+    for (auto _ : state) {
+        loop(stereo.data(), left.data(), right.data(), frames);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * frames * frameBytes));
+}
+
+void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long groups, std::size_t copied)
+{
+    constexpr std::int32_t kUpper[] = {8388607, 8388607, 8388607, 8388607};
+    constexpr std::int32_t kLower[] = {-8388608, -8388608, -8388608, -8388608};
+    const std::vector<float> input = Noise(copied);
+    std::vector<float> output(input.size());
+    std::vector<std::int32_t> block(groups * 8);
+    const SZtaGainRamp ramp = {block.data(), groups, kUpper, kLower};
+    for (auto _ : state) {
+        loop(input.data(), output.data(), copied / 4, &ramp);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * copied));
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(copied / 4));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -84,6 +143,21 @@ int main(int argc, char** argv)
                 const std::string path = std::string(target.psLoops->pszName).append("/").append(conversion.name);
                 benchmark::RegisterBenchmark(Name(path, size).c_str(), Convert, target.psLoops->*conversion.loop,
                                              conversion, size);
+            }
+            for (const Pair& pair : kPairs) {
+                const std::string path = std::string(target.psLoops->pszName).append("/");
+                benchmark::RegisterBenchmark(
+                    Name(std::string(path).append("InterleavePair").append(pair.bytes), size).c_str(), InterleavePair,
+                    target.psLoops->*pair.interleave, pair.frameBytes, size);
+                benchmark::RegisterBenchmark(
+                    Name(std::string(path).append("SplitPair").append(pair.bytes), size).c_str(), SplitPair,
+                    target.psLoops->*pair.split, pair.frameBytes, size);
+            }
+            for (const unsigned long groups : kGroupCounts) {
+                const std::string path =
+                    std::string(target.psLoops->pszName).append("/GainRamp").append(std::to_string(groups));
+                benchmark::RegisterBenchmark(Name(path, size).c_str(), ApplyGainRamp, target.psLoops->pfnApplyGainRamp,
+                                             groups, size);
             }
         }
     }

@@ -157,6 +157,8 @@ private:
     /// is woken by a signal may start the next operation.
     ZTA_INTERNAL void EndWork();
 
+    class ZTA_INTERNAL CEndWorkOnExit;
+
     ZTA_INTERNAL int ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut);
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);

@@ -156,6 +156,24 @@ int CZtaAudioSamplesEngine::InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSam
     return iStatus;
 }
 
+/// Ends the work when it goes out of scope, unless it is cancelled before.
+class CZtaAudioSamplesEngine::CEndWorkOnExit {
+public:
+    explicit CEndWorkOnExit(CZtaAudioSamplesEngine& rEngine) : m_pEngine(&rEngine) {}
+    CEndWorkOnExit(const CEndWorkOnExit&) = delete;
+    CEndWorkOnExit& operator=(const CEndWorkOnExit&) = delete;
+    ~CEndWorkOnExit()
+    {
+        if (m_pEngine != nullptr) {
+            m_pEngine->EndWork();
+        }
+    }
+    void Cancel() { m_pEngine = nullptr; }
+
+private:
+    CZtaAudioSamplesEngine* m_pEngine;
+};
+
 int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                          IZtAudioSamples* pRight)
 {
@@ -195,8 +213,13 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStere
         return EndFailedEntry(iStatus, {oStereo}, {oLeft, oRight});
     }
     SaveInfoStereoToMono(pStereo, pLeft, pRight);
-    oLeft->MarkWriteStartTime();
-    oRight->MarkWriteStartTime();
+    {
+        // Where the mark throws, nobody is signalled, but the engine is free again.
+        CEndWorkOnExit oEndWork(*this);
+        oLeft->MarkWriteStartTime();
+        oRight->MarkWriteStartTime();
+        oEndWork.Cancel();
+    }
     return ProcessStereoToMono();
 }
 

@@ -81,14 +81,14 @@ int CZtaConvertMonoToStereo::QueryFormatSupported(SZtaWaveFormatInfo* psMono, SZ
 
 int CZtaConvertMonoToStereo::ConvertMonoToStereo16(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo)
 {
-    ZtaActiveLoops().pfnInterleavePair16(pvLeft, pvRight, pvStereo, ulFrames);
+    ZtaActiveLoops().pfnInterleavePair2(pvLeft, pvRight, pvStereo, ulFrames);
     return ZT_NOERROR;
 }
 
 int CZtaConvertMonoToStereo::ConvertMonoToStereo24in32(unsigned long ulFrames, void* pvLeft, void* pvRight,
                                                        void* pvStereo)
 {
-    ZtaActiveLoops().pfnInterleavePair32(pvLeft, pvRight, pvStereo, ulFrames);
+    ZtaActiveLoops().pfnInterleavePair4(pvLeft, pvRight, pvStereo, ulFrames);
     return ZT_NOERROR;
 }
 
@@ -101,6 +101,6 @@ int CZtaConvertMonoToStereo::ConvertMonoToStereo24in24(unsigned long ulFrames, v
     if (pvStereo == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    ZtaActiveLoops().pfnInterleavePair24(pvLeft, pvRight, pvStereo, ulFrames);
+    ZtaActiveLoops().pfnInterleavePair3(pvLeft, pvRight, pvStereo, ulFrames);
     return ZT_NOERROR;
 }

@@ -84,7 +84,7 @@ int CZtaConvertStereoToMono::QueryFormatSupported(SZtaWaveFormatInfo* psStereo, 
 int CZtaConvertStereoToMono::ConvertStereoToMono16(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight)
 {
     if (pvStereo != nullptr) {
-        ZtaActiveLoops().pfnSplitPair16(pvStereo, pvLeft, pvRight, ulFrames);
+        ZtaActiveLoops().pfnSplitPair2(pvStereo, pvLeft, pvRight, ulFrames);
     }
     return ZT_NOERROR;
 }
@@ -93,7 +93,7 @@ int CZtaConvertStereoToMono::ConvertStereoToMono24in32(unsigned long ulFrames, v
                                                        void* pvRight)
 {
     if (pvStereo != nullptr) {
-        ZtaActiveLoops().pfnSplitPair32(pvStereo, pvLeft, pvRight, ulFrames);
+        ZtaActiveLoops().pfnSplitPair4(pvStereo, pvLeft, pvRight, ulFrames);
     }
     return ZT_NOERROR;
 }
@@ -107,6 +107,6 @@ int CZtaConvertStereoToMono::ConvertStereoToMono24in24(unsigned long ulFrames, v
     if (pvLeft == nullptr && pvRight == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    ZtaActiveLoops().pfnSplitPair24(pvStereo, pvLeft, pvRight, ulFrames);
+    ZtaActiveLoops().pfnSplitPair3(pvStereo, pvLeft, pvRight, ulFrames);
     return ZT_NOERROR;
 }

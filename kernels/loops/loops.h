@@ -25,11 +25,11 @@
     ROW(MultiFormatTo24,     4, 4, AudioField24) \
     ROW(MultiFormatTo16In16, 4, 2, AudioField16)
 
-/// The samples whose pairs are interleaved and split, by size: ROW(name, bytes). In the name "24" is 24-in-24.
+/// The samples that are moved between two mono buffers and a stereo buffer, by their bytes: ROW(bytes)
 #define ZTA_PAIR_LIST(ROW) \
-    ROW(16, 2) \
-    ROW(24, 3) \
-    ROW(32, 4)
+    ROW(2) \
+    ROW(3) \
+    ROW(4)
 
 /// The elements that are moved between separate streams and a mux, by their bytes: ROW(bytes)
 /// Each is a mono sample or a stereo frame of one of the containers; 4 bytes can be either.
@@ -61,8 +61,8 @@ using ZtaInterleavePair = void (*)(const void* pvLeft, const void* pvRight, void
 /// alignment, and bytes outside the samples are not touched.
 using ZtaSplitPair = void (*)(const void* pvStereo, void* pvLeft, void* pvRight, unsigned long ulFrames) noexcept;
 
-/// The gains of a ramp over an interleaved stream of 24-in-32 samples. Samples i, i + 4, ... + 4 * ulGroups belong to
-/// the lanes of the groups in turn.
+/// The gains of a ramp over an interleaved stream of 24-in-32 samples. Four samples in a row take the four lanes of a
+/// group, and the groups take turns.
 struct SZtaGainRamp {
     /// For each group four gains and four increments, with 12 fraction bits. A gain's low 16 bits multiply, and they
     /// stay within 0 and 32767 for all samples.
@@ -72,10 +72,10 @@ struct SZtaGainRamp {
     const std::int32_t* plLower;
 };
 
-/// Scales samples by gains that move from sample to sample of a lane; bits below the 24th are cut off. With one or two
-/// groups psRamp's gains stay as they are; with more, which take whole passes through the groups only, they move along.
-/// Input and output may be the same; otherwise they may not overlap. Pointers need no alignment, and bytes outside the
-/// samples are not touched.
+/// Scales samples; after each of them its lane's gain moves on by the lane's increment. Bits below the 24th are cut
+/// off. With more than one group the samples are whole passes through the groups. With more than two the gains in
+/// plGroups move, too; with less they stay, and only copies of them move. Input and output may be the same; otherwise
+/// they may not overlap. Pointers need no alignment, and bytes outside the samples are not touched.
 using ZtaApplyGainRamp = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples,
                                   const SZtaGainRamp* psRamp) noexcept;
 
@@ -94,9 +94,9 @@ struct SZtaSampleLoops {
 #define ZTA_LOOP_ROW(name, in, out, law) ZtaConversion pfn##name;
     ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
-#define ZTA_LOOP_ROW(name, bytes)                                                                                      \
-    ZtaInterleavePair pfnInterleavePair##name;                                                                         \
-    ZtaSplitPair pfnSplitPair##name;
+#define ZTA_LOOP_ROW(bytes)                                                                                            \
+    ZtaInterleavePair pfnInterleavePair##bytes;                                                                        \
+    ZtaSplitPair pfnSplitPair##bytes;
     ZTA_PAIR_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
     ZtaApplyGainRamp pfnApplyGainRamp;

@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <vector>
@@ -152,6 +153,18 @@ struct SZtLayoutProbe {
 
     static Offsets ProcessingUtil() { return {OffsetOf(&CZtaAudioProcessingUtil::m_psProcessingFormats)}; }
 
+    static Offsets MonoToStereo() { return {OffsetOf(&CZtaConvertMonoToStereo::m_oTable)}; }
+    static Offsets StereoToMono() { return {OffsetOf(&CZtaConvertStereoToMono::m_oTable)}; }
+
+    static Offsets Volume()
+    {
+        return {OffsetOf(&CZtaApplyVolume::m_oTable), OffsetOf(&CZtaApplyVolume::m_plVolumeSettings)};
+    }
+
+    static const std::int32_t* VolumeSettings(const CZtaApplyVolume& volume) { return volume.m_plVolumeSettings; }
+    static const auto& UpperLimits() { return CZtaApplyVolume::ms_alPosSaturation; }
+    static const auto& LowerLimits() { return CZtaApplyVolume::ms_alNegSaturation; }
+
     static Offsets Engine()
     {
         using Engine = CZtaAudioSamplesEngine;
@@ -184,8 +197,27 @@ struct SZtLayoutProbe {
             OffsetOf(&Engine::m_oConvertBitDepth),
             OffsetOf(&Engine::m_oConvertDataType),
             OffsetOf(&Engine::m_oApplyFade),
+            OffsetOf(&Engine::m_oConvertMonoToStereo),
+            OffsetOf(&Engine::m_oConvertStereoToMono),
+            OffsetOf(&Engine::m_oConvertMonoToMux),
+            OffsetOf(&Engine::m_oConvertStereoToMux),
+            OffsetOf(&Engine::m_oConvertMuxToMono),
+            OffsetOf(&Engine::m_oConvertMuxToStereo),
+            OffsetOf(&Engine::m_oApplyVolume),
             OffsetOf(&Engine::m_ui32Busy),
         };
+    }
+
+    /// The table, what it holds as far as an object shows it, and the volume step.
+    template <class Kernels>
+    static Offsets Mux()
+    {
+        const Kernels kernels;
+        const auto offset = [&kernels](const void* field) {
+            return static_cast<const char*>(field) - reinterpret_cast<const char*>(&kernels);
+        };
+        return {OffsetOf(&Kernels::m_oTable), offset(kernels.m_psProcessingFormats->psFormats),
+                offset(kernels.m_psProcessingFormats), OffsetOf(&Kernels::m_oApplyVolume)};
     }
 
     static_assert(sizeof(CZtaAudioSamplesEngine::m_apSavedBuffers) == 64 * 8);
@@ -254,6 +286,60 @@ TEST(Layout, KernelBase)
     EXPECT_EQ(sizeof(CZtaAudioProcessingUtil), 16U);
 }
 
+TEST(Layout, MonoAndStereoKernels)
+{
+    EXPECT_EQ(SZtLayoutProbe::MonoToStereo(), (Offsets{16}));
+    EXPECT_EQ(sizeof(CZtaConvertMonoToStereo), 144U);
+    EXPECT_EQ(SZtLayoutProbe::StereoToMono(), (Offsets{16}));
+    EXPECT_EQ(sizeof(CZtaConvertStereoToMono), 144U);
+}
+
+TEST(Layout, VolumeKernel)
+{
+    EXPECT_EQ(SZtLayoutProbe::Volume(), (Offsets{16, 232}));
+    EXPECT_EQ(sizeof(CZtaApplyVolume), 240U);
+    for (const auto* limits : {&SZtLayoutProbe::UpperLimits(), &SZtLayoutProbe::LowerLimits()}) {
+        static_assert(sizeof(*limits) == 16);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(limits) % 16, 0U);
+    }
+    for (int lane = 0; lane < 4; ++lane) {
+        EXPECT_EQ(SZtLayoutProbe::UpperLimits()[lane], 8388607);
+        EXPECT_EQ(SZtLayoutProbe::LowerLimits()[lane], -8388608);
+    }
+}
+
+using Lanes = std::vector<std::int32_t>;
+
+/// The settings block for ramps over ten frames. Channel c starts at 1 + c parts and steps by 1 + c parts a frame.
+Lanes VolumeSettings(unsigned long channels)
+{
+    CZtaApplyVolume volume;
+    std::vector<SZtAudioMonoVolumeInfo> records;
+    for (unsigned long c = 0; c < channels; ++c) {
+        const auto parts = static_cast<float>(1 + c);
+        records.push_back({0, parts / 4096.0f, parts * 11.1f / 4096.0f});
+    }
+    EXPECT_EQ(volume.SetVolumeSettings(records.data(), channels, 10), 0);
+    const std::int32_t* block = SZtLayoutProbe::VolumeSettings(volume);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0U);
+    return {block, block + 2 * std::max(channels, 4UL)};
+}
+
+TEST(Layout, VolumeSettingsHaveFourGainsThenFourIncrementsForEachGroup)
+{
+    EXPECT_EQ(VolumeSettings(1), (Lanes{1, 2, 3, 4, 4, 4, 4, 4}));
+    EXPECT_EQ(VolumeSettings(2), (Lanes{1, 2, 2, 4, 2, 4, 2, 4}));
+    for (std::int32_t channels : {4, 8, 16, 32, 64}) {
+        Lanes expected;
+        for (std::int32_t c = 0; c < channels; c += 4) {
+            for (int half = 0; half < 2; ++half) { // each channel's step is as large as its gain
+                expected.insert(expected.end(), {c + 1, c + 2, c + 3, c + 4});
+            }
+        }
+        EXPECT_EQ(VolumeSettings(static_cast<unsigned long>(channels)), expected);
+    }
+}
+
 TEST(Layout, Engine)
 {
     EXPECT_EQ(SZtLayoutProbe::Engine(),
@@ -261,8 +347,8 @@ TEST(Layout, Engine)
     EXPECT_EQ(sizeof(CZtaConvertBitDepth), 1040U);
     EXPECT_EQ(sizeof(CZtaConvertDataType), 312U);
     EXPECT_EQ(sizeof(CZtaApplyFade), 480U);
-    EXPECT_EQ(SZtLayoutProbe::EngineTail(), (Offsets{2440, 3480, 3792, 4272}));
-    EXPECT_EQ(sizeof(CZtaAudioSamplesEngine), 4280U);
+    EXPECT_EQ(SZtLayoutProbe::EngineTail(), (Offsets{2440, 3480, 3792, 4272, 4416, 4560, 5256, 5952, 6648, 7344, 7584}));
+    EXPECT_EQ(sizeof(CZtaAudioSamplesEngine), 7592U);
 }
 
 TEST(Layout, EngineHasItsServiceInterfaceBehindTheLightUnknown)
@@ -279,6 +365,19 @@ TEST(Layout, FactoryHasItsServiceInterfaceBehindTheUnknownAndNoFields)
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<CZtUnknown*>(factory)), 0x10000U);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<IZtaAudioSamplesEngineFactory*>(factory)), 0x10000U + 32);
     EXPECT_EQ(sizeof(CZtaAudioSamplesEngineFactory), 40U);
+}
+
+TEST(Layout, MuxKernelsHaveRowsThenTheirListThenFunctionsThenTheVolumeStep)
+{
+    const Offsets expected = {16, 16, 200, 456}; // 15 rows of 12 bytes, the list, 15 functions of 16 bytes
+    EXPECT_EQ(SZtLayoutProbe::Mux<CZtaConvertMonoToMux>(), expected);
+    EXPECT_EQ(SZtLayoutProbe::Mux<CZtaConvertStereoToMux>(), expected);
+    EXPECT_EQ(SZtLayoutProbe::Mux<CZtaConvertMuxToMono>(), expected);
+    EXPECT_EQ(SZtLayoutProbe::Mux<CZtaConvertMuxToStereo>(), expected);
+    EXPECT_EQ(sizeof(CZtaConvertMonoToMux), 696U);
+    EXPECT_EQ(sizeof(CZtaConvertStereoToMux), 696U);
+    EXPECT_EQ(sizeof(CZtaConvertMuxToMono), 696U);
+    EXPECT_EQ(sizeof(CZtaConvertMuxToStereo), 696U);
 }
 
 TEST(Layout, Identifiers)

@@ -37,7 +37,7 @@ protected:
                 "input.GetAudioSamplesDescription", "output.GetAudioSamplesDescription"};
     }
 
-    static Calls ToWork() { return Entry() + Calls{"output.MarkWriteStartTime", "input.GetAudioSamplesDescription"}; }
+    static Calls ToWork() { return Entry() + (Calls{"output.MarkWriteStartTime", "input.GetAudioSamplesDescription"}); }
 
     static Calls Flags(int fadeIn, int fadeOut)
     {
@@ -197,7 +197,8 @@ TEST_F(Volume, ChecksInOrderAndSignalsWhatItHasLookedAt)
     expect(kInjectedFailure, {"output.QueryInterface", "input.QueryInterface", ErrorCall("output", kInjectedFailure),
                               "output.SignalWriteCompletion"});
     input->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
-    expect(ZT_E_FAIL, Calls{"output.QueryInterface", "input.QueryInterface", "input.GetErrorCode"} + Ending(ZT_E_FAIL));
+    expect(ZT_E_FAIL,
+           (Calls{"output.QueryInterface", "input.QueryInterface", "input.GetErrorCode"}) + Ending(ZT_E_FAIL));
     input->host::AudioBuffer::SetErrorCode(kZtSynchroStatusPlayedLate);
     const Calls entry = Entry();
     for (std::size_t described = 4; described <= 5; ++described) {

@@ -68,7 +68,13 @@ protected:
         Scenario scenario = MakeScenario();
         journal_.Clear();
         journal_.FailCall(n, lasting);
-        const int status = RunAnnounced(scenario, *engine_);
+        int status = 0;
+        bool thrown = false;
+        try {
+            status = RunAnnounced(scenario, *engine_);
+        } catch (const CZtSmartPointerException&) {
+            thrown = true;
+        }
         injected_ = journal_.HasFailed();
         journal_.StopFailing();
         const Calls calls = journal_.Calls();
@@ -77,6 +83,8 @@ protected:
         }
         const std::string failed = injected_ ? calls[static_cast<std::size_t>(n) - 1] : "";
         SCOPED_TRACE("call " + std::to_string(n) + (lasting ? " and after: " : ": ") + failed);
+
+        EXPECT_EQ(thrown, !lasting && !row.throwsOn.empty() && failed == row.throwsOn);
 
         // A buffer that does not answer the entry's query gets no signal; everyone else gets exactly one.
         const bool queryFailed = failed.ends_with(".QueryInterface") || (lasting && injected_);

@@ -42,6 +42,22 @@ struct SZtLayoutProbe {
         }
         return holds;
     }
+
+    /// What a slot keeps, in use or not.
+    static const SZtAudioMonoVolumeInfo& SavedVolume(const CZtaAudioSamplesEngine& engine, std::size_t slot)
+    {
+        return engine.m_asSavedVolumes[slot];
+    }
+
+    static const IZtAudioSamples* SavedBuffer(const CZtaAudioSamplesEngine& engine, std::size_t slot)
+    {
+        return engine.m_apSavedBuffers[slot];
+    }
+
+    static std::uint64_t SavedBufferCount(const CZtaAudioSamplesEngine& engine)
+    {
+        return engine.m_ui64SavedBufferCount;
+    }
 };
 
 namespace zta::test {

@@ -30,6 +30,7 @@ struct ScenarioRow {
     int status;                ///< what the operation returns while the host does its part
     bool returnsSignalsStatus; ///< the operation returns what its last signal returned, whatever became of the work
     bool leavesReference; ///< a byte copy does not fit: it keeps one reference on its target, beyond the engine's end
+    std::string throwsOn; ///< the host call whose failure the operation reports by CZtSmartPointerException, or ""
     std::function<Scenario(const BufferFactory&)> make;
 };
 

@@ -1,0 +1,320 @@
+// The engine's operations through the module's front door, on the reference host, beside what they cannot avoid: the
+// copies of the bytes that they read and write and, for one small copy, the bare host calls.
+//
+// Each measurement takes the operation and its yardstick in turns, so that a drift of the machine meets both. The
+// counter "share" is the yardstick's time divided by the operation's: 1 is as fast as the yardstick.
+
+#include "host/audio_buffer.h"
+#include "host/formats.h"
+#include "host/host_engine.h"
+#include "host/module.h"
+
+#include <zta/status.h>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using zta::host::AudioBuffer;
+using zta::host::Pcm16;
+using zta::host::Pcm24In32;
+using zta::host::Ref;
+
+/// A buffer whose marks do not read the clock, so that the operation is measured and not the host.
+class CheapBuffer : public AudioBuffer {
+public:
+    static Ref<CheapBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t frames)
+    {
+        auto buffer = Ref<CheapBuffer>::Adopt(new CheapBuffer(format, frames * zta::host::BytesPerFrame(format)));
+        buffer->SetValidLength(buffer->Capacity());
+        for (std::size_t i = 0; i < buffer->Capacity(); ++i) {
+            buffer->Data()[i] = static_cast<std::byte>(i * 37);
+        }
+        return buffer;
+    }
+
+    int MarkWriteStartTime() override { return 0; }
+    int MarkWriteStopTime() override { return 0; }
+
+protected:
+    using AudioBuffer::AudioBuffer;
+};
+
+using Buffers = std::vector<Ref<CheapBuffer>>;
+
+double ThreadSeconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+double Time(int repetitions, const std::function<void()>& work)
+{
+    const double start = ThreadSeconds();
+    for (int i = 0; i < repetitions; ++i) {
+        work();
+    }
+    return (ThreadSeconds() - start) / repetitions;
+}
+
+/// Measures `work` and `yardstick` in turns.
+void Compare(benchmark::State& state, const std::function<void()>& work, const std::function<void()>& yardstick)
+{
+    work();
+    yardstick();
+    const double once = std::max(Time(8, work), 1e-7);
+    const int repetitions = std::max(1, static_cast<int>(2e-4 / once));
+    std::vector<double> shares;
+    for ([[maybe_unused]] auto _ : state) {
+        const double worked = Time(repetitions, work);
+        const double measured = Time(repetitions, yardstick);
+        state.SetIterationTime(worked);
+        shares.push_back(measured / worked);
+    }
+    std::nth_element(shares.begin(), shares.begin() + static_cast<std::ptrdiff_t>(shares.size() / 2), shares.end());
+    state.counters["share"] = shares[shares.size() / 2];
+}
+
+struct Bench {
+    explicit Bench(const std::string& path) : module(path) {}
+
+    zta::host::Module module;
+    Ref<zta::host::HostEngine> host = zta::host::HostEngine::Create();
+    Ref<IZtaAudioSamplesEngine> engine = module.CreateEngine(*host);
+};
+
+void Announce(const Buffers& inputs, const Buffers& outputs)
+{
+    for (const auto& input : inputs) {
+        input->AnnounceRead();
+    }
+    for (const auto& output : outputs) {
+        output->AnnounceWrite();
+    }
+}
+
+void Check(const Bench& bench, int status)
+{
+    if (status < 0) {
+        std::fprintf(stderr, "an operation failed: %s\n", bench.module.ErrorText(status).c_str());
+        std::exit(1);
+    }
+}
+
+/// One operation of the table: its buffers, the call, and the passes over memory that it cannot avoid, each as a copy
+/// of so many bytes.
+struct Operation {
+    std::string name;
+    Buffers inputs;
+    Buffers outputs;
+    std::function<int(IZtaAudioSamplesEngine&)> call;
+    std::vector<std::size_t> passes;
+};
+
+std::vector<IZtAudioSamples*> Raw(const Buffers& buffers)
+{
+    std::vector<IZtAudioSamples*> raw;
+    for (const auto& buffer : buffers) {
+        raw.push_back(buffer.Get());
+    }
+    return raw;
+}
+
+Buffers Make(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t frames)
+{
+    Buffers buffers;
+    for (std::size_t i = 0; i < count; ++i) {
+        buffers.push_back(CheapBuffer::Create(format, frames));
+    }
+    return buffers;
+}
+
+std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
+{
+    return std::vector<SZtAudioMonoVolumeInfo>(channels, {0, 0.25F, 0.75F});
+}
+
+using FormatOf = SZtaWaveFormatInfo (*)(std::uint32_t channels, std::uint32_t rate);
+
+/// The operations at one width and length. The assembly stages every input in the pool: that copy is a pass of its own.
+std::vector<Operation> Operations(std::uint32_t channels, std::size_t frames, FormatOf format, const char* container)
+{
+    const auto mono = format(1, 48000);
+    const auto stereo = format(2, 48000);
+    const auto mux = format(channels, 48000);
+    const std::size_t bytes = frames * zta::host::BytesPerFrame(mux);
+    const std::string suffix = std::string("/").append(container).append("/").append(std::to_string(channels)) + "ch/" +
+                               std::to_string(frames);
+    std::vector<Operation> operations;
+    const auto add = [&](const char* name, Buffers inputs, Buffers outputs, std::vector<std::size_t> passes,
+                         std::function<int(IZtaAudioSamplesEngine&)> call) {
+        operations.push_back({std::string(name).append(suffix), std::move(inputs), std::move(outputs), std::move(call),
+                              std::move(passes)});
+    };
+
+    const auto in = Make(1, mux, frames);
+    const auto out = Make(1, mux, frames);
+    add("Copy", in, out, {bytes},
+        [a = in[0].Get(), b = out[0].Get()](IZtaAudioSamplesEngine& engine) { return engine.CopyAudioSamples(a, b); });
+    add("Duplicate", in, out, {bytes}, [a = in[0].Get(), b = out[0].Get(), bytes](IZtaAudioSamplesEngine& engine) {
+        return engine.DuplicateAudioSamples(a, 0, b, 0, bytes);
+    });
+    if (format == Pcm24In32) {
+        add("Volume", in, out, {bytes},
+            [a = in[0].Get(), b = out[0].Get(), ramps = Ramps(channels)](IZtaAudioSamplesEngine& engine) mutable {
+                return engine.ApplyVolume(a, b, ramps.data(), ramps.size());
+            });
+    }
+    if (channels == 2) {
+        const auto monos = Make(2, mono, frames);
+        add("MonoToStereo", monos, out, {bytes}, [raw = Raw(monos), b = out[0].Get()](IZtaAudioSamplesEngine& engine) {
+            return engine.CopyAudioSamplesMonoToStereo(raw[0], raw[1], b);
+        });
+        add("StereoToMono", in, monos, {bytes}, [a = in[0].Get(), raw = Raw(monos)](IZtaAudioSamplesEngine& engine) {
+            return engine.CopyAudioSamplesStereoToMono(a, raw[0], raw[1]);
+        });
+        return operations;
+    }
+    const auto monos = Make(channels, mono, frames);
+    const auto stereos = Make(channels / 2, stereo, frames);
+    add("MonoToMux", monos, out, {bytes, bytes},
+        [raw = Raw(monos), b = out[0].Get()](IZtaAudioSamplesEngine& engine) mutable {
+            return engine.CopyAudioSamplesMonoToMux(raw.data(), raw.size(), b, nullptr, 0);
+        });
+    add("StereoToMux", stereos, out, {bytes, bytes},
+        [raw = Raw(stereos), b = out[0].Get()](IZtaAudioSamplesEngine& engine) mutable {
+            return engine.CopyAudioSamplesStereoToMux(raw.data(), raw.size(), b, nullptr, 0);
+        });
+    add("MuxToMono", in, monos, {bytes}, [raw = Raw(monos), a = in[0].Get()](IZtaAudioSamplesEngine& engine) mutable {
+        return engine.CopyAudioSamplesMuxToMono(a, raw.data(), raw.size(), nullptr, 0);
+    });
+    add("MuxToStereo", in, stereos, {bytes},
+        [raw = Raw(stereos), a = in[0].Get()](IZtaAudioSamplesEngine& engine) mutable {
+            return engine.CopyAudioSamplesMuxToStereo(a, raw.data(), raw.size(), nullptr, 0);
+        });
+    return operations;
+}
+
+void Measure(benchmark::State& state, Bench& bench, const Operation& operation)
+{
+    std::size_t largest = 0;
+    for (const std::size_t pass : operation.passes) {
+        largest = std::max(largest, pass);
+    }
+    std::vector<std::byte> from(largest, std::byte{1});
+    std::vector<std::byte> to(largest);
+    Compare(
+        state,
+        [&] {
+            Announce(operation.inputs, operation.outputs);
+            Check(bench, operation.call(*bench.engine));
+        },
+        [&] {
+            for (const std::size_t pass : operation.passes) {
+                std::memcpy(to.data(), from.data(), pass);
+                benchmark::DoNotOptimize(to.data());
+                benchmark::ClobberMemory();
+            }
+        });
+}
+
+/// The host calls that a copy of equal formats makes, in their order, and the copy itself.
+void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destination)
+{
+    SZtAudioSamplesDescription description{};
+    description.ulSize = sizeof(description);
+    void* content = nullptr;
+    void* data = nullptr;
+    void* target = nullptr;
+    unsigned long length = 0;
+    unsigned long capacity = 0;
+    unsigned long ignored = 0;
+    int code = 0;
+    destination.QueryInterface(IID_IZtAVContent, &content);
+    source.QueryInterface(IID_IZtAVContent, &content);
+    source.GetErrorCode(&code);
+    source.GetAudioSamplesDescription(&description);
+    destination.GetAudioSamplesDescription(&description);
+    for (int reference = 0; reference < 2; ++reference) { // the saved operand, and the worker's own
+        source.AddRef();
+        destination.AddRef();
+    }
+    destination.MarkWriteStartTime();
+    source.GetAudioSamplesDescription(&description);
+    destination.GetAudioSamplesDescription(&description);
+    source.GetErrorCode(&code);
+    source.GetBufferAndLength(&data, &length);
+    destination.GetBufferCapacity(&capacity);
+    destination.GetBufferAndLength(&target, &ignored);
+    std::memcpy(target, data, length);
+    source.Release();
+    destination.Release();
+    source.SignalReadCompletion();
+    destination.MarkWriteStopTime();
+    destination.SignalWriteCompletion();
+    for (int reference = 0; reference < 2; ++reference) { // the worker's, and the queries'
+        source.Release();
+        destination.Release();
+    }
+}
+
+void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t frames)
+{
+    const auto source = CheapBuffer::Create(Pcm16(1), frames);
+    const auto destination = CheapBuffer::Create(Pcm16(1), frames);
+    Compare(
+        state,
+        [&] {
+            source->AnnounceRead();
+            destination->AnnounceWrite();
+            Check(bench, bench.engine->CopyAudioSamples(source.Get(), destination.Get()));
+        },
+        [&] {
+            source->AnnounceRead();
+            destination->AnnounceWrite();
+            CallTheHostAsACopyDoes(*source, *destination);
+        });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    static Bench bench(ZTA_MODULE_PATH);
+    static std::vector<Operation> operations;
+    for (const std::size_t frames : {1024U, 4800U}) {
+        for (const std::uint32_t channels : {2U, 8U, 16U, 32U, 64U}) {
+            for (Operation& operation : Operations(channels, frames, Pcm24In32, "24in32")) {
+                operations.push_back(std::move(operation));
+            }
+            for (Operation& operation : Operations(channels, frames, Pcm16, "16")) {
+                operations.push_back(std::move(operation));
+            }
+        }
+    }
+    for (const Operation& operation : operations) {
+        benchmark::RegisterBenchmark(operation.name.c_str(),
+                                     [&operation](benchmark::State& state) { Measure(state, bench, operation); })
+            ->UseManualTime()
+            ->Iterations(200);
+    }
+    for (const std::size_t frames : {1U, 1024U}) {
+        benchmark::RegisterBenchmark(
+            std::string("CopyToHostCalls/").append(std::to_string(frames)).c_str(),
+            [frames](benchmark::State& state) { MeasureAgainstHostCalls(state, bench, frames); })
+            ->UseManualTime()
+            ->Iterations(500);
+    }
+    benchmark::RunSpecifiedBenchmarks();
+}

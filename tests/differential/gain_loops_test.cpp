@@ -1,0 +1,231 @@
+// The loop of the gain ramps of every instruction set that this processor runs, against a model in wide integers.
+
+#include "kernels/loops/loops.h"
+#include "tests/support/gain_model.h"
+#include "tests/support/guarded_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace {
+
+using Words = std::vector<std::uint32_t>;
+
+constexpr std::size_t kGroupCounts[] = {1, 2, 4, 8, 16};
+constexpr std::int32_t kUpper[] = {8388607, 8388607, 8388607, 8388607};
+constexpr std::int32_t kLower[] = {-8388608, -8388608, -8388608, -8388608};
+
+/// Gains and increments of each lane of each group, as the loop takes them: four of the ones, four of the others.
+class Settings {
+public:
+    explicit Settings(std::size_t groups) : values(groups * 8) {}
+
+    std::int32_t& Gain(std::size_t lane) { return values[lane / 4 * 8 + lane % 4]; }
+    std::int32_t& Increment(std::size_t lane) { return values[lane / 4 * 8 + 4 + lane % 4]; }
+    std::size_t Lanes() const { return values.size() / 2; }
+    SZtaGainRamp Ramp() { return {values.data(), values.size() / 8, kUpper, kLower}; }
+
+    std::vector<std::int32_t> values;
+};
+
+class GainLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
+protected:
+    void SetUp() override
+    {
+        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+            GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
+        }
+    }
+
+    Words RandomWords(std::size_t count)
+    {
+        Words words(count);
+        std::generate(words.begin(), words.end(), [this] { return static_cast<std::uint32_t>(random_()); });
+        return words;
+    }
+
+    std::int64_t Between(std::int64_t first, std::int64_t last)
+    {
+        return std::uniform_int_distribution<std::int64_t>(first, last)(random_);
+    }
+
+    /// Ramps that stay between 0 and 32767 for as many samples, in all directions.
+    Settings RandomSettings(std::size_t samples)
+    {
+        Settings settings(groups_);
+        const auto passes = static_cast<std::int64_t>(samples / settings.Lanes() + 1);
+        for (std::size_t lane = 0; lane < settings.Lanes(); ++lane) {
+            const std::int64_t first = Between(0, 32767);
+            const std::int64_t last = Between(0, 32767);
+            settings.Gain(lane) = static_cast<std::int32_t>(first);
+            settings.Increment(lane) = static_cast<std::int32_t>((last - first) / passes);
+        }
+        return settings;
+    }
+
+    static Words Expected(const Words& input, Settings settings)
+    {
+        Words output(input.size());
+        for (std::size_t i = 0; i < input.size(); ++i) {
+            const std::size_t lane = i % settings.Lanes();
+            const auto pass = static_cast<std::int64_t>(i / settings.Lanes());
+            output[i] = models::Scaled(input[i], settings.Gain(lane) + pass * settings.Increment(lane));
+        }
+        return output;
+    }
+
+    /// Lengths come in whole passes, but for a single group.
+    std::size_t Step() const { return groups_ == 1 ? 1 : groups_ * 4; }
+
+    void Run(const void* input, void* output, std::size_t samples, Settings settings) const
+    {
+        const SZtaGainRamp ramp = settings.Ramp();
+        target_.psLoops->pfnApplyGainRamp(input, output, samples, &ramp);
+    }
+
+    const SZtaLoopTarget& target_ = g_asLoopTargets[std::get<0>(GetParam())];
+    const std::size_t groups_ = kGroupCounts[std::get<1>(GetParam())];
+    std::mt19937 random_{28};
+};
+
+TEST_P(GainLoop, GivesTheModelsWordsAtEveryLengthAndAlignmentAndTouchesNoOtherByte)
+{
+    constexpr std::size_t kZone = 128;
+    constexpr std::uint8_t kPoison = 0xA5;
+    for (std::size_t passes = 0; passes <= 300; ++passes) {
+        const std::size_t samples = passes * Step();
+        const Words input = RandomWords(samples);
+        const Settings settings = RandomSettings(samples);
+        const Words expected = Expected(input, settings);
+        for (std::size_t k = 0; k < 4; ++k) {
+            const std::size_t inputOffset = random_() % 64;
+            const std::size_t outputOffset = kZone + random_() % 64;
+            std::vector<std::uint8_t> in(samples * 4 + 64);
+            std::vector<std::uint8_t> out(samples * 4 + 64 + 2 * kZone, kPoison);
+            std::vector<std::uint8_t> whole = out;
+            if (samples != 0) {
+                std::memcpy(in.data() + inputOffset, input.data(), samples * 4);
+                std::memcpy(whole.data() + outputOffset, expected.data(), samples * 4);
+            }
+            Run(in.data() + inputOffset, out.data() + outputOffset, samples, settings);
+            ASSERT_EQ(out, whole) << samples << " samples";
+        }
+    }
+}
+
+TEST_P(GainLoop, ReadsAndWritesNothingBesideItsSamplesAndWorksInPlace)
+{
+    const std::size_t most = 100 * Step();
+    const GuardedBuffer first(most * 4);
+    const GuardedBuffer second(most * 4);
+    for (std::size_t samples = 0; samples <= most; samples += Step()) {
+        const Words input = RandomWords(samples);
+        const Settings settings = RandomSettings(samples);
+        const Words expected = Expected(input, settings);
+        for (bool atEnd : {false, true}) {
+            for (bool inPlace : {false, true}) {
+                std::uint8_t* in = atEnd ? first.End() - samples * 4 : first.Begin();
+                std::uint8_t* out = inPlace ? in : atEnd ? second.End() - samples * 4 : second.Begin();
+                if (samples != 0) {
+                    std::memcpy(in, input.data(), samples * 4);
+                }
+                Run(in, out, samples, settings);
+                ASSERT_TRUE(samples == 0 || std::memcmp(out, expected.data(), samples * 4) == 0) << samples;
+                ASSERT_TRUE(inPlace || samples == 0 || std::memcmp(in, input.data(), samples * 4) == 0) << samples;
+            }
+        }
+    }
+}
+
+TEST_P(GainLoop, GivesTheModelsWordsForTellingAndManyRandomSamplesAtAllGains)
+{
+    Words words;
+    for (int bit = 0; bit < 32; ++bit) {
+        for (std::uint32_t near : {0xFFFFFFFFu, 0u, 1u}) {
+            words.push_back((1u << bit) + near);
+            words.push_back(~((1u << bit) + near));
+        }
+    }
+    const Words random = RandomWords(64 * 40 - words.size());
+    words.insert(words.end(), random.begin(), random.end());
+    Words output(words.size());
+    for (std::int32_t gain = 0; gain <= 32767; gain += gain < 200 || gain > 32600 ? 1 : 97) {
+        Settings settings(groups_);
+        for (std::size_t lane = 0; lane < settings.Lanes(); ++lane) {
+            settings.Gain(lane) = gain;
+        }
+        Run(words.data(), output.data(), words.size(), settings);
+        ASSERT_EQ(output, Expected(words, settings)) << gain;
+    }
+}
+
+TEST_P(GainLoop, TakesItsLimitsFromEachLane)
+{
+    const std::int32_t upper[] = {100, 200, 300, 400};
+    const std::int32_t lower[] = {-1000, -2000, -3000, -4000};
+    Words words(3 * groups_ * 4);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        words[i] = i / 4 % 2 == 0 ? 0x7FFFFF00 : 0x80000000;
+    }
+    if (groups_ == 1) {
+        words.insert(words.end(), {0x7FFFFF00, 0x80000000, 0x7FFFFF00});
+    }
+    Settings settings(groups_);
+    for (std::size_t lane = 0; lane < settings.Lanes(); ++lane) {
+        settings.Gain(lane) = 4096;
+    }
+    Words output(words.size());
+    const SZtaGainRamp ramp = {settings.values.data(), groups_, upper, lower};
+    target_.psLoops->pfnApplyGainRamp(words.data(), output.data(), words.size(), &ramp);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::int32_t limit = words[i] == 0x80000000 ? lower[i % 4] : upper[i % 4];
+        EXPECT_EQ(static_cast<std::int32_t>(output[i]), limit * 256) << i;
+    }
+}
+
+TEST_P(GainLoop, MultipliesByTheLowBitsOfAGain)
+{
+    Settings settings(groups_);
+    Settings low(groups_);
+    for (std::size_t lane = 0; lane < settings.Lanes(); ++lane) {
+        low.Gain(lane) = static_cast<std::int32_t>(lane * 100);
+        settings.Gain(lane) = low.Gain(lane) + (lane % 2 == 0 ? -0x7FFFFFFF - 1 : 0x12340000);
+        settings.Increment(lane) = -0x7FFFFFFF - 1; // what a NaN becomes
+    }
+    const Words input = RandomWords(settings.Lanes() * 20);
+    Words output(input.size());
+    Run(input.data(), output.data(), input.size(), settings);
+    EXPECT_EQ(output, Expected(input, low));
+}
+
+TEST_P(GainLoop, MovesTheGainsAlongInTheBlockOfMoreThanTwoGroups)
+{
+    Settings settings = RandomSettings(1000 * groups_ * 4);
+    Settings expected = settings;
+    Words words = RandomWords(999 * groups_ * 4);
+    if (groups_ > 2) {
+        for (std::size_t lane = 0; lane < expected.Lanes(); ++lane) {
+            expected.Gain(lane) += 999 * expected.Increment(lane);
+        }
+    }
+    const SZtaGainRamp ramp = settings.Ramp();
+    target_.psLoops->pfnApplyGainRamp(words.data(), words.data(), words.size(), &ramp);
+    EXPECT_EQ(settings.values, expected.values);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, GainLoop,
+                         testing::Combine(testing::Range(std::size_t{0}, std::size(g_asLoopTargets)),
+                                          testing::Range(std::size_t{0}, std::size(kGroupCounts))),
+                         [](const auto& param) {
+                             return std::string(g_asLoopTargets[std::get<0>(param.param)].psLoops->pszName) + "_" +
+                                    std::to_string(kGroupCounts[std::get<1>(param.param)]) + "groups";
+                         });
+
+} // namespace

@@ -1,5 +1,6 @@
 #include "kernels/bit_depth.h"
 
+#include "kernels/kernel_run.h"
 #include "kernels/loops/loops.h"
 
 #include <zta/status.h>
@@ -43,32 +44,21 @@ CZtaConvertBitDepth::~CZtaConvertBitDepth() = default;
 
 int CZtaConvertBitDepth::ConvertBitDepth(IZtAudioSamples* pInput, IZtAudioSamples* pOutput)
 {
-    SZtAudioBufferInformations sInput{};
-    SZtAudioBufferInformations sOutput{};
-    sInput.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
-    sOutput.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
-    int iStatus = GetBufferInformations(pInput, &sInput);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iStatus = GetBufferInformations(pOutput, &sOutput);
+    SZtAudioBufferInformations sInput;
+    SZtAudioBufferInformations sOutput;
+    int iStatus = ZtaDigest(*this, {{pInput, sInput}, {pOutput, sOutput}});
     if (iStatus < 0) {
         return iStatus;
     }
     if (sOutput.ulCapacityFrames < sInput.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    int iFunctionIndex = 0;
-    iStatus = ValidateProcessingFormatAndGetFunctionIndex(sInput.eFormat, sOutput.eFormat, m_psProcessingFormats,
-                                                          &iFunctionIndex);
+    iStatus =
+        ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames, [&](Function pfnKernel) {
+            return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
+        });
     if (iStatus < 0) {
         return iStatus;
-    }
-    if (sInput.ulValidFrames > 0) {
-        iStatus = (this->*m_oTable[iFunctionIndex])(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
-        if (iStatus < 0) {
-            return iStatus;
-        }
     }
     return pOutput->SetLength(sInput.ulValidFrames * static_cast<unsigned long>(sOutput.iBytesPerFrame));
 }

@@ -1,5 +1,6 @@
 #include "kernels/data_type.h"
 
+#include "kernels/kernel_run.h"
 #include "kernels/loops/loops.h"
 
 #include <zta/status.h>
@@ -28,15 +29,9 @@ CZtaConvertDataType::~CZtaConvertDataType() = default;
 
 int CZtaConvertDataType::ConvertDataType(IZtAudioSamples* pInput, IZtAudioSamples* pOutput)
 {
-    SZtAudioBufferInformations sInput{};
-    SZtAudioBufferInformations sOutput{};
-    sInput.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
-    sOutput.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
-    int iStatus = GetBufferInformations(pInput, &sInput);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iStatus = GetBufferInformations(pOutput, &sOutput);
+    SZtAudioBufferInformations sInput;
+    SZtAudioBufferInformations sOutput;
+    int iStatus = ZtaDigest(*this, {{pInput, sInput}, {pOutput, sOutput}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -47,16 +42,10 @@ int CZtaConvertDataType::ConvertDataType(IZtAudioSamples* pInput, IZtAudioSample
         sInput.sDescription.sWaveFormat.ulChannels != sOutput.sDescription.sWaveFormat.ulChannels) {
         return ZT_E_BUFFER_FORMAT_MISMATCH;
     }
-    int iFunctionIndex = 0;
-    iStatus = ValidateProcessingFormatAndGetFunctionIndex(sInput.eFormat, sOutput.eFormat, m_psProcessingFormats,
-                                                          &iFunctionIndex);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    if (sInput.ulValidFrames == 0) {
-        return ZT_NOERROR;
-    }
-    return (this->*m_oTable[iFunctionIndex])(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
+    return ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames,
+                        [&](Function pfnKernel) {
+                            return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
+                        });
 }
 
 int CZtaConvertDataType::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported)

@@ -1,5 +1,6 @@
 #include "kernels/fade.h"
 
+#include "kernels/kernel_run.h"
 #include "kernels/loops/fade_loops.h"
 
 #include <zta/status.h>
@@ -52,9 +53,8 @@ CZtaApplyFade::~CZtaApplyFade() = default;
 
 int CZtaApplyFade::ApplyFade(IZtAudioSamples* pSamples)
 {
-    SZtAudioBufferInformations sBuffer{};
-    sBuffer.sDescription.ulSize = sizeof sBuffer.sDescription;
-    int iStatus = GetBufferInformations(pSamples, &sBuffer);
+    SZtAudioBufferInformations sBuffer;
+    int iStatus = ZtaDigest(*this, {{pSamples, sBuffer}});
     if (iStatus < 0) {
         return iStatus;
     }

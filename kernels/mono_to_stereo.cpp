@@ -1,5 +1,6 @@
 #include "kernels/mono_to_stereo.h"
 
+#include "kernels/kernel_run.h"
 #include "kernels/loops/loops.h"
 
 #include <zta/status.h>
@@ -24,17 +25,10 @@ CZtaConvertMonoToStereo::~CZtaConvertMonoToStereo() = default;
 int CZtaConvertMonoToStereo::ConvertMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                  IZtAudioSamples* pStereo)
 {
-    SZtAudioBufferInformations sLeft{};
-    SZtAudioBufferInformations sRight{};
-    SZtAudioBufferInformations sStereo{};
-    sLeft.sDescription.ulSize = sizeof sLeft.sDescription;
-    sRight.sDescription.ulSize = sizeof sRight.sDescription;
-    sStereo.sDescription.ulSize = sizeof sStereo.sDescription;
-    int iStatus = GetBufferInformations(pLeft, &sLeft);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iStatus = GetBufferInformations(pRight, &sRight);
+    SZtAudioBufferInformations sLeft;
+    SZtAudioBufferInformations sRight;
+    SZtAudioBufferInformations sStereo;
+    int iStatus = ZtaDigest(*this, {{pLeft, sLeft}, {pRight, sRight}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -45,24 +39,18 @@ int CZtaConvertMonoToStereo::ConvertMonoToStereo(IZtAudioSamples* pLeft, IZtAudi
     if (ulFrames != sRight.ulValidFrames) {
         return ZT_E_BUFFER_SIZE_MISMATCH;
     }
-    iStatus = GetBufferInformations(pStereo, &sStereo);
+    iStatus = ZtaDigest(*this, {{pStereo, sStereo}});
     if (iStatus < 0) {
         return iStatus;
     }
     if (sStereo.ulCapacityFrames < ulFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    int iFunctionIndex = 0;
-    iStatus = ValidateProcessingFormatAndGetFunctionIndex(sLeft.eFormat, sStereo.eFormat, m_psProcessingFormats,
-                                                          &iFunctionIndex);
+    iStatus = ZtaRunKernel(*this, m_oTable, sLeft.eFormat, sStereo.eFormat, ulFrames, [&](Function pfnKernel) {
+        return (this->*pfnKernel)(ulFrames, sLeft.pvBuffer, sRight.pvBuffer, sStereo.pvBuffer);
+    });
     if (iStatus < 0) {
         return iStatus;
-    }
-    if (ulFrames > 0) {
-        iStatus = (this->*m_oTable[iFunctionIndex])(ulFrames, sLeft.pvBuffer, sRight.pvBuffer, sStereo.pvBuffer);
-        if (iStatus < 0) {
-            return iStatus;
-        }
     }
     return pStereo->SetLength(ulFrames * static_cast<unsigned long>(sStereo.iBytesPerFrame));
 }

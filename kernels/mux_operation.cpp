@@ -12,13 +12,6 @@ unsigned long BytesHeld(const SZtAudioBufferInformations& rsBuffer)
            static_cast<unsigned long>(rsBuffer.iBytesPerFrame);
 }
 
-int DigestOne(CZtaAudioProcessingUtil& rUtil, IZtAudioSamples* pSamples, SZtAudioBufferInformations& rsBuffer)
-{
-    rsBuffer = {};
-    rsBuffer.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
-    return rUtil.GetBufferInformations(pSamples, &rsBuffer);
-}
-
 } // namespace
 
 int SZtaMuxOperands::Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& rsRules, const SZtaMuxCall& rsCall)
@@ -38,7 +31,7 @@ int SZtaMuxOperands::Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& 
     unsigned long ulElementBytes = 0;
     for (unsigned long i = 0; i < rsCall.ulCount; ++i) {
         SZtAudioBufferInformations sBuffer;
-        if (DigestOne(rUtil, rsCall.ppBuffers[i], sBuffer) < 0) {
+        if (ZtaDigest(rUtil, {{rsCall.ppBuffers[i], sBuffer}}) < 0) {
             return ZT_E_INVALID_PARAMETER;
         }
         const auto psElement =
@@ -58,7 +51,7 @@ int SZtaMuxOperands::Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& 
         ulFramesMoved = std::min(ulFramesMoved, BytesHeld(sBuffer) / ulElementBytes);
     }
 
-    const int iStatus = DigestOne(rUtil, rsCall.pMux, sMux);
+    const int iStatus = ZtaDigest(rUtil, {{rsCall.pMux, sMux}});
     if (iStatus >= 0) {
         ulFramesMoved = std::min(ulFramesMoved, BytesHeld(sMux) / (ulElementBytes * rsCall.ulCount));
     }

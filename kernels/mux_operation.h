@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/kernel_run.h"
 #include "kernels/kernel_table.h"
 #include "kernels/volume.h"
 
@@ -67,17 +68,6 @@ struct SZtaMuxOperands {
     int Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& rsRules, const SZtaMuxCall& rsCall);
 };
 
-/// Calls `rRun` with the kernel of a pair of formats, if there are frames to move.
-template <class Table, class Run>
-int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, EZtAudioSampleFormatProperty eInput,
-                    EZtAudioSampleFormatProperty eOutput, unsigned long ulFrames, Run rRun)
-{
-    int iFunctionIndex = 0;
-    const int iStatus =
-        rUtil.ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, rTable.List(), &iFunctionIndex);
-    return iStatus >= 0 && ulFrames > 0 ? rRun(rTable[iFunctionIndex]) : iStatus;
-}
-
 /// Interleaves the buffers into the mux, which must have its length set. Without volumes the mux ends with the length
 /// of the buffers; with volumes it keeps its own, and all of that is scaled.
 template <class Class, class Table>
@@ -95,7 +85,7 @@ int ZtaAssembleMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     iStatus =
-        ZtaRunMuxKernel(rClass, rTable, rsFirst.eFormat, rsMux.eFormat, sOperands.ulFramesMoved, [&](auto pfnKernel) {
+        ZtaRunKernel(rClass, rTable, rsFirst.eFormat, rsMux.eFormat, sOperands.ulFramesMoved, [&](auto pfnKernel) {
             return (rClass.*pfnKernel)(sOperands.apvBuffers, rsCall.ulCount, rsMux.pvBuffer, sOperands.ulFramesMoved);
         });
     if (iStatus < 0) {
@@ -124,7 +114,7 @@ int ZtaSplitMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZ
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     iStatus =
-        ZtaRunMuxKernel(rClass, rTable, rsMux.eFormat, rsFirst.eFormat, sOperands.ulFramesMoved, [&](auto pfnKernel) {
+        ZtaRunKernel(rClass, rTable, rsMux.eFormat, rsFirst.eFormat, sOperands.ulFramesMoved, [&](auto pfnKernel) {
             return (rClass.*pfnKernel)(rsMux.pvBuffer, sOperands.apvBuffers, rsCall.ulCount, sOperands.ulFramesMoved);
         });
     if (iStatus < 0) {

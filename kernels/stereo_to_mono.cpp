@@ -1,5 +1,6 @@
 #include "kernels/stereo_to_mono.h"
 
+#include "kernels/kernel_run.h"
 #include "kernels/loops/loops.h"
 
 #include <zta/status.h>
@@ -24,21 +25,10 @@ CZtaConvertStereoToMono::~CZtaConvertStereoToMono() = default;
 int CZtaConvertStereoToMono::ConvertStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                  IZtAudioSamples* pRight)
 {
-    SZtAudioBufferInformations sStereo{};
-    SZtAudioBufferInformations sLeft{};
-    SZtAudioBufferInformations sRight{};
-    sStereo.sDescription.ulSize = sizeof sStereo.sDescription;
-    sLeft.sDescription.ulSize = sizeof sLeft.sDescription;
-    sRight.sDescription.ulSize = sizeof sRight.sDescription;
-    int iStatus = GetBufferInformations(pStereo, &sStereo);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iStatus = GetBufferInformations(pLeft, &sLeft);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iStatus = GetBufferInformations(pRight, &sRight);
+    SZtAudioBufferInformations sStereo;
+    SZtAudioBufferInformations sLeft;
+    SZtAudioBufferInformations sRight;
+    int iStatus = ZtaDigest(*this, {{pStereo, sStereo}, {pLeft, sLeft}, {pRight, sRight}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -50,17 +40,11 @@ int CZtaConvertStereoToMono::ConvertStereoToMono(IZtAudioSamples* pStereo, IZtAu
     if (ulFrames > sLeft.ulCapacityFrames && ulFrames > sRight.ulCapacityFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    int iFunctionIndex = 0;
-    iStatus = ValidateProcessingFormatAndGetFunctionIndex(sStereo.eFormat, sLeft.eFormat, m_psProcessingFormats,
-                                                          &iFunctionIndex);
+    iStatus = ZtaRunKernel(*this, m_oTable, sStereo.eFormat, sLeft.eFormat, ulFrames, [&](Function pfnKernel) {
+        return (this->*pfnKernel)(ulFrames, sStereo.pvBuffer, sLeft.pvBuffer, sRight.pvBuffer);
+    });
     if (iStatus < 0) {
         return iStatus;
-    }
-    if (ulFrames > 0) {
-        iStatus = (this->*m_oTable[iFunctionIndex])(ulFrames, sStereo.pvBuffer, sLeft.pvBuffer, sRight.pvBuffer);
-        if (iStatus < 0) {
-            return iStatus;
-        }
     }
     iStatus = pLeft->SetLength(ulFrames * static_cast<unsigned long>(sLeft.iBytesPerFrame));
     if (iStatus < 0) {

@@ -1,5 +1,6 @@
 #include "kernels/volume.h"
 
+#include "kernels/kernel_run.h"
 #include "kernels/loops/loops.h"
 
 #include <zta/status.h>
@@ -48,14 +49,6 @@ std::uint32_t Truncate(float fValue)
     return bFits ? static_cast<std::uint32_t>(static_cast<std::int32_t>(fValue)) : 0x80000000;
 }
 
-int CheckArguments(bool bChannelsFit, const void* pvInput, const void* pvOutput)
-{
-    if (!bChannelsFit) {
-        return ZT_E_INVALID_PARAMETER;
-    }
-    return pvInput == nullptr || pvOutput == nullptr ? ZT_E_INVALID_POINTER : ZT_NOERROR;
-}
-
 } // namespace
 
 alignas(16) const std::int32_t CZtaApplyVolume::ms_alPosSaturation[4] = {0x7FFFFF, 0x7FFFFF, 0x7FFFFF, 0x7FFFFF};
@@ -82,17 +75,15 @@ int CZtaApplyVolume::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutp
     if (ulChannels == 0 || ulChannels > kMaxChannels) {
         return ZT_E_INVALID_PARAMETER;
     }
-    SZtAudioBufferInformations sInput{};
-    SZtAudioBufferInformations sOutput{};
-    sInput.sDescription.ulSize = sizeof sInput.sDescription;
-    sOutput.sDescription.ulSize = sizeof sOutput.sDescription;
-    if (GetBufferInformations(pOutput, &sOutput) < 0) {
+    SZtAudioBufferInformations sInput;
+    SZtAudioBufferInformations sOutput;
+    if (ZtaDigest(*this, {{pOutput, sOutput}}) < 0) {
         return ZT_E_INVALID_PARAMETER;
     }
     if (!IsVolumeFormat(sOutput.eFormat)) {
         return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
     }
-    if (GetBufferInformations(pInput, &sInput) < 0) {
+    if (ZtaDigest(*this, {{pInput, sInput}}) < 0) {
         return ZT_E_INVALID_PARAMETER;
     }
     if (!IsVolumeFormat(sInput.eFormat)) {
@@ -108,18 +99,12 @@ int CZtaApplyVolume::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutp
     if (ulChannels != sInput.sDescription.sWaveFormat.ulChannels) {
         return ZT_E_INVALID_PARAMETER;
     }
-    int iFunctionIndex = 0;
-    int iStatus = ValidateProcessingFormatAndGetFunctionIndex(sInput.eFormat, sOutput.eFormat, m_psProcessingFormats,
-                                                              &iFunctionIndex);
+    const int iStatus =
+        ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames, [&](Function pfnKernel) {
+            return (this->*pfnKernel)(sInput.pvBuffer, sOutput.pvBuffer, psVolumes, ulChannels, sInput.ulValidFrames);
+        });
     if (iStatus < 0) {
         return iStatus;
-    }
-    if (sInput.ulValidFrames > 0) {
-        iStatus = (this->*m_oTable[iFunctionIndex])(sInput.pvBuffer, sOutput.pvBuffer, psVolumes, ulChannels,
-                                                    sInput.ulValidFrames);
-        if (iStatus < 0) {
-            return iStatus;
-        }
     }
     return pOutput->SetLength(static_cast<unsigned long>(sOutput.iBytesPerFrame) * sOutput.ulValidFrames);
 }
@@ -162,58 +147,44 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
 int CZtaApplyVolume::ApplyVolume24bitIn32Mux4_2_1(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
                                                   unsigned long ulChannels, unsigned long ulFrames)
 {
-    if (ulFrames == 0) {
-        return ZT_NOERROR;
-    }
-    int iStatus = CheckArguments(ulChannels == 1 || ulChannels == 2 || ulChannels == 4, pvInput, pvOutput);
-    if (iStatus >= 0) {
-        iStatus = SetVolumeSettings(psVolumes, ulChannels, ulFrames);
-    }
+    const bool bChannelsFit = ulChannels == 1 || ulChannels == 2 || ulChannels == 4;
     // Steps are counted in 16 bits, and a count of zero leaves all as it is: a mono buffer of less than four frames and
     // a stereo buffer of one are never scaled.
-    const unsigned long ulSteps = ulFrames * ulChannels / kGroupLanes;
-    if (iStatus >= 0 && (ulSteps & 0xFFFF) != 0) {
-        RunRamp(pvInput, pvOutput, ulChannels, ulFrames);
-    }
-    return iStatus;
+    const bool bScales = (ulFrames * ulChannels / kGroupLanes & 0xFFFF) != 0;
+    return Scale(bChannelsFit, bScales, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
 }
 
 int CZtaApplyVolume::ApplyVolume24bitIn32Mux8(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
                                               unsigned long ulChannels, unsigned long ulFrames)
 {
-    if (ulFrames == 0) {
-        return ZT_NOERROR;
-    }
-    int iStatus = CheckArguments(ulChannels == 8, pvInput, pvOutput);
-    if (iStatus >= 0) {
-        iStatus = SetVolumeSettings(psVolumes, ulChannels, ulFrames);
-    }
-    if (iStatus >= 0) {
-        RunRamp(pvInput, pvOutput, ulChannels, ulFrames);
-    }
-    return iStatus;
+    return Scale(ulChannels == 8, true, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
 }
 
 int CZtaApplyVolume::ApplyVolume24bitIn32Mux64_32_16(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
                                                      unsigned long ulChannels, unsigned long ulFrames)
 {
+    const bool bChannelsFit = ulChannels == 16 || ulChannels == 32 || ulChannels == 64;
+    return Scale(bChannelsFit, true, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
+}
+
+/// The body of the kernels: their checks, the settings block, and the ramp. Nothing reads the block afterwards.
+int CZtaApplyVolume::Scale(bool bChannelsFit, bool bScales, const void* pvInput, void* pvOutput,
+                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels, unsigned long ulFrames)
+{
     if (ulFrames == 0) {
         return ZT_NOERROR;
     }
-    int iStatus = CheckArguments(ulChannels == 16 || ulChannels == 32 || ulChannels == 64, pvInput, pvOutput);
-    if (iStatus >= 0) {
-        iStatus = SetVolumeSettings(psVolumes, ulChannels, ulFrames);
+    if (!bChannelsFit) {
+        return ZT_E_INVALID_PARAMETER;
     }
-    if (iStatus >= 0) {
-        RunRamp(pvInput, pvOutput, ulChannels, ulFrames);
+    if (pvInput == nullptr || pvOutput == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    const int iStatus = SetVolumeSettings(psVolumes, ulChannels, ulFrames);
+    if (iStatus >= 0 && bScales) {
+        const SZtaGainRamp sRamp = {m_plVolumeSettings, std::max(ulChannels / kGroupLanes, 1UL), ms_alPosSaturation,
+                                    ms_alNegSaturation};
+        ZtaActiveLoops().pfnApplyGainRamp(pvInput, pvOutput, ulFrames * ulChannels, &sRamp);
     }
     return iStatus;
-}
-
-/// Scales by what SetVolumeSettings left in the block. Nothing reads the block afterwards.
-void CZtaApplyVolume::RunRamp(const void* pvInput, void* pvOutput, unsigned long ulChannels, unsigned long ulFrames)
-{
-    const SZtaGainRamp sRamp = {m_plVolumeSettings, std::max(ulChannels / kGroupLanes, 1UL), ms_alPosSaturation,
-                                ms_alNegSaturation};
-    ZtaActiveLoops().pfnApplyGainRamp(pvInput, pvOutput, ulFrames * ulChannels, &sRamp);
 }

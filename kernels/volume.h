@@ -71,7 +71,8 @@ private:
     using Function = int (CZtaApplyVolume::*)(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
                                               unsigned long ulChannels, unsigned long ulFrames);
 
-    void RunRamp(const void* pvInput, void* pvOutput, unsigned long ulChannels, unsigned long ulFrames);
+    ZTA_INTERNAL int Scale(bool bChannelsFit, bool bScales, const void* pvInput, void* pvOutput,
+                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels, unsigned long ulFrames);
 
     TZtaKernelTable<Function, 7> m_oTable;
 

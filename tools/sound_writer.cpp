@@ -14,6 +14,9 @@ constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 // Their sizes have 32 bits; the headers and tags take a little of that.
 constexpr std::uint64_t kLimit32 = 0xFFFFFFFF - 0x100000;
 
+// Each call of libsndfile is a call of the system.
+constexpr std::size_t kBatchBytes = 65536;
+
 struct Container {
     std::string_view extension;
     std::string_view name;
@@ -100,13 +103,18 @@ SoundWriter::SoundWriter(const std::filesystem::path& path, SampleWord word, std
     sf_command(sound_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
+void SoundWriter::CopyTexts(const SoundReader& source)
+{
+    for (const Tag& tag : source.Tags()) {
+        sf_set_string(sound_.get(), tag.kind, tag.text.c_str());
+    }
+}
+
 void SoundWriter::CopyTags(const SoundReader& source)
 {
+    CopyTexts(source);
     SNDFILE* from = source.Handle();
     SNDFILE* to = sound_.get();
-    for (const Tag& tag : source.Tags()) {
-        sf_set_string(to, tag.kind, tag.text.c_str());
-    }
     std::vector<int> channelMap(samplesPerFrame_);
     const int mapBytes = static_cast<int>(channelMap.size() * sizeof(int));
     if (sf_command(from, SFC_GET_CHANNEL_MAP_INFO, channelMap.data(), mapBytes) == SF_TRUE) {
@@ -125,9 +133,21 @@ void SoundWriter::RequireRoom(sf_count_t frames) const
     }
 }
 
-void SoundWriter::Write(const void* words, sf_count_t frames)
+void SoundWriter::Write(const std::byte* words, sf_count_t frames)
 {
-    RequireRoom(framesWritten_ + frames);
+    RequireRoom(framesTaken_ + frames);
+    pending_.insert(pending_.end(), words,
+                    words + static_cast<std::size_t>(frames) * samplesPerFrame_ * BytesOf(word_));
+    framesTaken_ += frames;
+    if (pending_.size() >= kBatchBytes) {
+        WritePending();
+    }
+}
+
+void SoundWriter::WritePending()
+{
+    const void* words = pending_.data();
+    const auto frames = static_cast<sf_count_t>(pending_.size() / (samplesPerFrame_ * BytesOf(word_)));
     sf_count_t written = 0;
     switch (word_) {
     case SampleWord::Pcm16:
@@ -155,14 +175,35 @@ void SoundWriter::Write(const void* words, sf_count_t frames)
     if (written != frames) {
         throw Failure(path_.string() + ": cannot write: " + sf_strerror(sound_.get()));
     }
-    framesWritten_ += written;
+    pending_.clear();
+}
+
+void SoundWriter::Commit(std::span<const std::unique_ptr<SoundWriter>> writers)
+{
+    for (const auto& writer : writers) {
+        writer->Close();
+    }
+    for (const auto& writer : writers) {
+        writer->file_.Publish();
+    }
+    for (const auto& writer : writers) {
+        writer->file_.Keep();
+    }
 }
 
 void SoundWriter::Commit()
 {
+    Close();
+    file_.Publish();
+    file_.Keep();
+}
+
+void SoundWriter::Close()
+{
+    WritePending();
     const int error = sf_close(sound_.release());
     if (error != SF_ERR_NO_ERROR) {
         throw Failure(path_.string() + ": cannot write: " + sf_error_number(error));
     }
-    file_.Commit();
+    file_.Close();
 }

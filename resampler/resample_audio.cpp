@@ -1,5 +1,6 @@
 #include "resampler/resample_audio.h"
 
+#include "kernels/kernel_run.h"
 #include "resampler/polyphase_resampler.h"
 
 #include <zta/status.h>
@@ -110,14 +111,9 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
 int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut, EZtAudioResamplerMode eMode,
                                      unsigned long ulChannel, IUnknown* pResampler)
 {
-    SZtAudioBufferInformations sIn{};
-    SZtAudioBufferInformations sOut{};
-    sIn.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
-    sOut.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
-    int iStatus = GetBufferInformations(pIn, &sIn);
-    if (iStatus >= 0) {
-        iStatus = GetBufferInformations(pOut, &sOut);
-    }
+    SZtAudioBufferInformations sIn;
+    SZtAudioBufferInformations sOut;
+    int iStatus = ZtaDigest(*this, {{pIn, sIn}, {pOut, sOut}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -125,20 +121,14 @@ int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut
     if (sIn.ulValidFrames > sOut.ulCapacityFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    int iFunctionIndex = 0;
-    iStatus =
-        ValidateProcessingFormatAndGetFunctionIndex(sIn.eFormat, sOut.eFormat, m_psProcessingFormats, &iFunctionIndex);
-    if (iStatus < 0) {
-        return iStatus;
-    }
     // An empty input runs no kernel: its output counts as full, with whatever it holds.
     unsigned long ulOutSamples = sOut.ulCapacityFrames;
-    if (sIn.ulValidFrames > 0) {
-        iStatus = (this->*m_oTable[iFunctionIndex])(sIn.ulValidFrames, sIn.pvBuffer, ulOutSamples, sOut.pvBuffer, eMode,
-                                                    ulChannel, pResampler);
-        if (iStatus < 0) {
-            return iStatus;
-        }
+    iStatus = ZtaRunKernel(*this, m_oTable, sIn.eFormat, sOut.eFormat, sIn.ulValidFrames, [&](Function pfnKernel) {
+        return (this->*pfnKernel)(sIn.ulValidFrames, sIn.pvBuffer, ulOutSamples, sOut.pvBuffer, eMode, ulChannel,
+                                  pResampler);
+    });
+    if (iStatus < 0) {
+        return iStatus;
     }
     return pOut->SetLength(ulOutSamples * static_cast<unsigned long>(sOut.iBytesPerFrame));
 }

@@ -117,7 +117,7 @@ TEST_P(FilterRun, CentresANearlyWholePositionOnTheNextSample)
     EXPECT_NEAR(none.time, time, 1e-14);
 
     // Half a phase more goes up, anything less stays.
-    EXPECT_EQ(Run(source.data(), 1, 20.0 + 159.5 / 160.0, filter.Get()).samples.size(), 0u);
+    EXPECT_EQ(Run(source.data(), 1, 20.0 + 159.51 / 160.0, filter.Get()).samples.size(), 0u);
     EXPECT_EQ(Run(source.data(), 1, 20.0 + 159.49 / 160.0, filter.Get()).samples.size(), 1u);
 }
 

@@ -9,11 +9,12 @@
 /// The argument of the list is handed through. Each build has a file variant_<prefix>.cpp; CMakeLists.txt reads the
 /// options from here.
 ///
-/// n8 is also what a processor with MOVBE or SSE4.1 gets: all that were made have SSSE3. n0 has no options for ER and PF:
-/// newer compilers have dropped them, and no function here has a use for them.
+/// n8 is also what a processor with MOVBE or SSE4.1 gets, and a virtual machine may have one of them without SSSE3: it is
+/// compiled for less than its name allows. n0 has no options for ER and PF: newer compilers have dropped them, and no
+/// function here has a use for them.
 #define ZTA_IPP_VARIANT_LIST(ROW, argument) \
     ROW(argument, m7, keZtaFeatureSse2, "-msse2") \
-    ROW(argument, n8, keZtaFeatureSsse3, "-mssse3") \
+    ROW(argument, n8, keZtaFeatureSsse3, "-msse2") \
     ROW(argument, y8, keZtaFeatureSse42, "-msse4.2") \
     ROW(argument, e9, keZtaFeatureAvx | keZtaFeatureAvxEnabled, "-mavx") \
     ROW(argument, l9, keZtaFeatureAvx2 | keZtaFeatureAvxEnabled, "-mavx2 -mfma") \

@@ -10,6 +10,7 @@
 #include "engine/engine_factory.h"
 #include "kernels/audio_processing_util.h"
 #include "kernels/sample_format.h"
+#include "resampler/polyphase_resampler.h"
 #include "support/ini_file.h"
 
 #include <zta/zta.h>
@@ -194,17 +195,12 @@ struct SZtLayoutProbe {
     {
         using Engine = CZtaAudioSamplesEngine;
         return {
-            OffsetOf(&Engine::m_oConvertBitDepth),
-            OffsetOf(&Engine::m_oConvertDataType),
-            OffsetOf(&Engine::m_oApplyFade),
-            OffsetOf(&Engine::m_oConvertMonoToStereo),
-            OffsetOf(&Engine::m_oConvertStereoToMono),
-            OffsetOf(&Engine::m_oConvertMonoToMux),
-            OffsetOf(&Engine::m_oConvertStereoToMux),
-            OffsetOf(&Engine::m_oConvertMuxToMono),
-            OffsetOf(&Engine::m_oConvertMuxToStereo),
-            OffsetOf(&Engine::m_oApplyVolume),
-            OffsetOf(&Engine::m_ui32Busy),
+            OffsetOf(&Engine::m_oConvertBitDepth),     OffsetOf(&Engine::m_oConvertDataType),
+            OffsetOf(&Engine::m_oApplyFade),           OffsetOf(&Engine::m_oConvertMonoToStereo),
+            OffsetOf(&Engine::m_oConvertStereoToMono), OffsetOf(&Engine::m_oConvertMonoToMux),
+            OffsetOf(&Engine::m_oConvertStereoToMux),  OffsetOf(&Engine::m_oConvertMuxToMono),
+            OffsetOf(&Engine::m_oConvertMuxToStereo),  OffsetOf(&Engine::m_oApplyVolume),
+            OffsetOf(&Engine::m_oResampleAudio),       OffsetOf(&Engine::m_ui32Busy),
         };
     }
 
@@ -347,8 +343,24 @@ TEST(Layout, Engine)
     EXPECT_EQ(sizeof(CZtaConvertBitDepth), 1040U);
     EXPECT_EQ(sizeof(CZtaConvertDataType), 312U);
     EXPECT_EQ(sizeof(CZtaApplyFade), 480U);
-    EXPECT_EQ(SZtLayoutProbe::EngineTail(), (Offsets{2440, 3480, 3792, 4272, 4416, 4560, 5256, 5952, 6648, 7344, 7584}));
-    EXPECT_EQ(sizeof(CZtaAudioSamplesEngine), 7592U);
+    EXPECT_EQ(SZtLayoutProbe::EngineTail(),
+              (Offsets{2440, 3480, 3792, 4272, 4416, 4560, 5256, 5952, 6648, 7344, 7584, 7672}));
+    EXPECT_EQ(sizeof(CZtaAudioSamplesEngine), 7680U);
+}
+
+TEST(Layout, ResamplerStream)
+{
+    using Stream = CPolyphaseResampler;
+    EXPECT_EQ((Offsets{OffsetOf(&Stream::m_eHint), OffsetOf(&Stream::m_pSpec), OffsetOf(&Stream::m_ulInputRate),
+                       OffsetOf(&Stream::m_ulOutputRate), OffsetOf(&Stream::m_ulFilterLength),
+                       OffsetOf(&Stream::m_ulWorkSamples), OffsetOf(&Stream::m_ulChannels),
+                       OffsetOf(&Stream::m_ulHistoryStride), OffsetOf(&Stream::m_ulPrimeSamples),
+                       OffsetOf(&Stream::m_aulHistoryCount), OffsetOf(&Stream::m_adTime),
+                       OffsetOf(&Stream::m_psWorkBuffer), OffsetOf(&Stream::m_psHistory), OffsetOf(&Stream::m_fRollOff),
+                       OffsetOf(&Stream::m_fAlpha), OffsetOf(&Stream::m_lRefCount)}),
+              (Offsets{40, 48, 56, 64, 72, 80, 88, 96, 104, 112, 240, 368, 376, 384, 388, 392}));
+    EXPECT_EQ(sizeof(Stream), 400U);
+    EXPECT_EQ(sizeof(CZtaResampleAudio), 88U);
 }
 
 TEST(Layout, EngineHasItsServiceInterfaceBehindTheLightUnknown)

@@ -57,7 +57,7 @@ Conversion::Conversion(EngineSession& engine, SampleWord from, SampleWord to, st
     if (fades) {
         faded_ = build(FadedRoad(from, to));
         if (!TakesFades(channels, rate)) {
-            engine.Refuse(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, *faded_.front(), *faded_.back());
+            engine.Refuse(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, {{faded_.front().Get()}}, {{faded_.back().Get()}});
         }
         Travel(faded_, {.fadeIn = true, .fadeOut = true});
     }

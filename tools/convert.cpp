@@ -1,7 +1,7 @@
 #include "tools/block_reader.h"
 #include "tools/commands.h"
 #include "tools/conversion.h"
-#include "tools/failure.h"
+#include "tools/full_scale_watch.h"
 #include "tools/interruption.h"
 #include "tools/progress.h"
 #include "tools/sound_reader.h"
@@ -9,9 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include <cmath>
 #include <memory>
-#include <span>
 
 namespace {
 
@@ -27,53 +25,11 @@ struct Options {
     sf_count_t block = kDefaultBlock;
 };
 
-// The engine does not saturate. This counts the samples that it cannot bring to integers as they are.
-class FullScaleWatch {
-public:
-    FullScaleWatch(SampleWord from, SampleWord to) : watching_(from == SampleWord::Float32 && to != from)
-    {
-        if (to == SampleWord::Pcm16) {
-            scale_ = 32767.0F;
-            lowest_ = std::nextafter(-32769.0F, 0.0F);
-            limit_ = 32768.0F;
-        }
-    }
-
-    void Look(const Block& block, std::uint32_t channels)
-    {
-        if (!watching_) {
-            return;
-        }
-        const auto* samples = reinterpret_cast<const float*>(block.words);
-        for (const float sample : std::span(samples, static_cast<std::size_t>(block.frames) * channels)) {
-            const float scaled = sample * scale_;
-            count_ += scaled >= lowest_ && scaled < limit_ ? 0 : 1; // a NaN counts
-        }
-    }
-
-    long Count() const { return count_; }
-
-private:
-    bool watching_;
-    float scale_ = 1.0F;
-    float lowest_ = -1.0F;
-    float limit_ = 1.0F;
-    long count_ = 0;
-};
-
-void RequireTwoFiles(const Options& options)
-{
-    std::error_code error;
-    if (std::filesystem::equivalent(options.in, options.out, error)) {
-        throw Failure(options.out.string() + ": input and output are the same file");
-    }
-}
-
 void Convert(const Options& options, const Context& context)
 {
     SoundReader in(options.in);
     in.RequireWhole();
-    RequireTwoFiles(options);
+    RequireOtherFile(options.in, options.out);
     const SampleWord to = options.format.empty() ? in.Word() : SampleWordNamed(options.format).value();
     BlockReader blocks(in, options.block, options.fadeIn, options.fadeOut);
     EngineSession engine(context);
@@ -82,25 +38,20 @@ void Convert(const Options& options, const Context& context)
     const bool extensible = (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX;
     SoundWriter out(options.out, to, in.Channels(), in.Rate(), in.Frames(), extensible);
     out.CopyTags(in);
-    if (!in.Loss().empty()) {
-        context.Note(options.in.string() + ": " + std::string(in.Loss()));
-    }
+    in.TellLoss(context);
 
     FullScaleWatch fullScale(in.Word(), to);
     Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
     for (Block block; blocks.Next(block);) {
         CheckInterruption();
-        fullScale.Look(block, in.Channels());
+        fullScale.Look(block.words, static_cast<std::size_t>(block.frames) * in.Channels());
         out.Write(conversion.Run(block), block.frames);
         progress.Advance(block.frames);
     }
     CheckInterruption();
     out.Commit();
     progress.Finish();
-    if (fullScale.Count() != 0) {
-        context.Note(options.in.string() + ": " + std::to_string(fullScale.Count()) +
-                     " samples beyond full scale wrapped around; lower the level before converting");
-    }
+    fullScale.Tell(context, in);
 }
 
 } // namespace

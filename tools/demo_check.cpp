@@ -1,8 +1,10 @@
-/// Checks what scripts/demo converted: demo_check ORIGINAL RESULT STEP...
+/// Checks what scripts/demo made: demo_check ORIGINAL RESULT STEP...
 ///
-/// ORIGINAL is a 16-bit file, RESULT what became of it through the steps, each named like the format that ztaudio was
-/// asked for, with "+fades" behind it where a fade-in and a fade-out were asked for. The laws of the conversions stand
-/// here a second time, worked out without the engine's code, in whole numbers and double precision.
+/// ORIGINAL is a 16-bit file, RESULT what became of it through the steps; of a mux "FILE#C" is channel C, from 1. A
+/// step is named like the format that ztaudio was asked for, with "+fades" behind it where a fade-in and a fade-out
+/// were asked for; "longest=N" continues with silence to N sample frames, and "gain=START:END" is a ramp of gains over
+/// the whole length, given as factors. The laws stand here a second time, worked out without the engine's code, in
+/// whole numbers and double precision.
 #include <sndfile.h>
 
 #include <algorithm>
@@ -34,12 +36,12 @@ struct Sound {
     std::int64_t Frames() const { return static_cast<std::int64_t>(words.size()) / channels; }
 };
 
-Sound ReadSound(const char* path)
+Sound ReadFile(const std::string& path)
 {
     SF_INFO info{};
-    SNDFILE* file = sf_open(path, SFM_READ, &info);
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
     if (file == nullptr) {
-        throw std::runtime_error(std::string(path) + ": " + sf_strerror(nullptr));
+        throw std::runtime_error(path + ": " + sf_strerror(nullptr));
     }
     Sound sound;
     sound.channels = info.channels;
@@ -68,9 +70,24 @@ Sound ReadSound(const char* path)
     }
     sf_close(file);
     if (read != count) {
-        throw std::runtime_error(std::string(path) + ": cannot read its samples");
+        throw std::runtime_error(path + ": cannot read its samples");
     }
     return sound;
+}
+
+Sound ReadSound(const std::string& name)
+{
+    const auto mark = name.rfind('#');
+    Sound sound = ReadFile(name.substr(0, mark));
+    if (mark == std::string::npos) {
+        return sound;
+    }
+    const auto channel = static_cast<std::size_t>(std::stoul(name.substr(mark + 1)) - 1);
+    Words words;
+    for (std::size_t i = channel; i < sound.words.size(); i += static_cast<std::size_t>(sound.channels)) {
+        words.push_back(sound.words[i]);
+    }
+    return {sound.kind, 1, words};
 }
 
 // Doubles hold the exact product or quotient of two floats closely enough that rounding it once more gives the float.
@@ -143,9 +160,36 @@ Sound Convert(const Sound& in, Kind to, bool fades)
     return out;
 }
 
+/// The gain of each frame is the one nearest to the line from the first frame's to the last one's. Of the product 12
+/// fraction bits are cut off, and what is left is limited to 24 bits.
+Sound Scale(const Sound& in, std::string_view ramp)
+{
+    if (in.kind != Kind::Pcm24 || in.channels != 1 || in.Frames() < 2) {
+        throw std::runtime_error("gains are checked on mono files of 24 bits");
+    }
+    const double start = std::round(4096.0 * std::stod(std::string(ramp.substr(0, ramp.find(':')))));
+    const double end = std::round(4096.0 * std::stod(std::string(ramp.substr(ramp.find(':') + 1))));
+    Sound out = in;
+    for (std::size_t i = 0; i < in.words.size(); ++i) {
+        const double line = start + (end - start) * static_cast<double>(i) / static_cast<double>(in.Frames() - 1);
+        const auto gain = static_cast<std::int64_t>(std::min(std::floor(line + 0.5), 32767.0)); // 8 is out of reach
+        const std::int64_t product = (in.words[i] >> 8) * gain >> 12;
+        out.words[i] = static_cast<std::int32_t>(std::clamp<std::int64_t>(product, -0x800000, 0x7FFFFF)) * 256;
+    }
+    return out;
+}
+
 /// A step is done through the engine; then a file keeps it, and of a 24-bit word a file has no low byte.
 Sound ConvertByStep(const Sound& in, std::string_view step)
 {
+    if (step.starts_with("longest=")) {
+        Sound out = in;
+        out.words.resize(std::stoul(std::string(step.substr(std::strlen("longest=")))));
+        return out;
+    }
+    if (step.starts_with("gain=")) {
+        return Scale(in, step.substr(std::strlen("gain=")));
+    }
     const bool fades = step.ends_with("+fades");
     const std::string_view format = step.substr(0, step.size() - (fades ? std::strlen("+fades") : 0));
     if (format == "16") {

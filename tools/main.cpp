@@ -34,7 +34,7 @@ int Run(int argc, char** argv)
 {
     Context context;
     bool version = false;
-    CLI::App app("The audio samples engine at the command line: copies sound files through the engine.", "ztaudio");
+    CLI::App app("The audio samples engine at the command line: takes sound files through the engine.", "ztaudio");
     app.fallthrough();
     app.require_subcommand(0, 1);
     app.add_flag("-q,--quiet", context.quiet, "nothing but errors: no progress, no notes");
@@ -46,9 +46,15 @@ int Run(int argc, char** argv)
                "Examples:\n"
                "  ztaudio info speech.wav\n"
                "  ztaudio convert speech.wav speech-24.wav --format 24in32\n"
+               "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav\n"
                "  ztaudio convert --help");
     AddInfoCommand(app, context);
     AddConvertCommand(app, context);
+    AddCutCommand(app, context);
+    AddStereoCommand(app, context);
+    AddVolumeCommand(app, context);
+    AddMuxCommand(app, context);
+    AddSplitCommand(app, context);
     AddRegisterCommand(app, context);
     AddUnregisterCommand(app, context);
     try {

@@ -34,6 +34,14 @@ mode_t AccessRights(const std::filesystem::path& target)
 
 } // namespace
 
+void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::path& out)
+{
+    std::error_code error;
+    if (std::filesystem::equivalent(in, out, error)) {
+        throw Failure(out.string() + ": input and output are the same file");
+    }
+}
+
 OutputFile::OutputFile(const std::filesystem::path& target) : target_(target)
 {
     std::error_code error;
@@ -59,9 +67,12 @@ OutputFile::~OutputFile()
     if (file_ >= 0) {
         close(file_);
     }
-    if (!temporary_.empty()) {
-        unlink(temporary_.c_str());
+    if (exchanged_) {
+        Exchange();
+    } else if (created_) {
+        unlink(target_.c_str());
     }
+    Keep();
 }
 
 std::int64_t OutputFile::Write(const void* data, std::int64_t bytes) noexcept
@@ -102,14 +113,40 @@ void OutputFile::RequireWritten() const
     }
 }
 
-void OutputFile::Commit()
+void OutputFile::Close()
 {
     RequireWritten();
     if (close(std::exchange(file_, -1)) != 0) {
         throw CannotWrite(target_, errno);
     }
+}
+
+void OutputFile::Publish()
+{
+    exchanged_ = Exchange();
+    if (exchanged_) {
+        return;
+    }
+    // There is no file of that name, or the file system cannot exchange names.
+    const bool missing = errno == ENOENT;
     if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
         throw CannotWrite(target_, errno);
     }
     temporary_.clear();
+    created_ = missing;
+}
+
+void OutputFile::Keep() noexcept
+{
+    if (!temporary_.empty()) {
+        unlink(temporary_.c_str());
+    }
+    temporary_.clear();
+    exchanged_ = false;
+    created_ = false;
+}
+
+bool OutputFile::Exchange() const noexcept
+{
+    return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_EXCHANGE) == 0;
 }

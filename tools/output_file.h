@@ -4,8 +4,11 @@
 #include <cstdint>
 #include <filesystem>
 
+/// Throws Failure when both names lead to one file.
+void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::path& out);
+
 /// A file that is written under a temporary name in the folder of its target and takes the target's name at the end.
-/// Until then an existing target stays as it is; when the object goes without Commit, the temporary file goes too.
+/// Until then an existing target stays as it is; when the object goes before the end, the temporary file goes too.
 class OutputFile {
 public:
     /// Throws Failure when the target is something else than a regular file or its folder cannot be written.
@@ -24,12 +27,23 @@ public:
     /// Throws Failure when a write has failed.
     void RequireWritten() const;
 
-    /// Gives the file the target's name. Throws Failure when a write has failed or the name cannot be taken.
-    void Commit();
+    /// Closes the file, which is then complete under its temporary name. Throws Failure when a write has failed.
+    void Close();
+
+    /// Gives the file the target's name. What had that name is kept until Keep, and has it again when the object goes
+    /// without Keep. Throws Failure when the name cannot be taken.
+    void Publish();
+
+    /// Makes the publication final.
+    void Keep() noexcept;
 
 private:
+    bool Exchange() const noexcept;
+
     std::filesystem::path target_;
-    std::filesystem::path temporary_;
+    std::filesystem::path temporary_; ///< holds what the target was before, once that has been exchanged
+    bool exchanged_ = false;
+    bool created_ = false; ///< published where there was no file
     int file_ = -1;
     int error_ = 0;
 };

@@ -81,6 +81,13 @@ std::vector<Tag> SoundReader::Tags() const
     return tags;
 }
 
+void SoundReader::TellLoss(const Context& context) const
+{
+    if (!loss_.empty()) {
+        context.Note(path_.string() + ": " + std::string(loss_));
+    }
+}
+
 void SoundReader::RequireWhole() const
 {
     if (const std::uint64_t missing = MissingBytes(path_); missing != 0) {

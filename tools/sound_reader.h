@@ -1,6 +1,7 @@
 /// Reading sound files.
 #pragma once
 
+#include "tools/context.h"
 #include "tools/sample_word.h"
 
 #include <sndfile.h>
@@ -42,6 +43,9 @@ public:
 
     /// What is lost when the file's samples become such words; empty if nothing is.
     std::string_view Loss() const { return loss_; }
+
+    /// Notes the loss, if there is one.
+    void TellLoss(const Context& context) const;
 
     /// Throws Failure when the file is shorter than its header promises.
     void RequireWhole() const;

@@ -100,13 +100,18 @@ SoundWriter::SoundWriter(const std::filesystem::path& path, SampleWord word, std
     sf_command(sound_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
+void SoundWriter::CopyTexts(const SoundReader& source)
+{
+    for (const Tag& tag : source.Tags()) {
+        sf_set_string(sound_.get(), tag.kind, tag.text.c_str());
+    }
+}
+
 void SoundWriter::CopyTags(const SoundReader& source)
 {
+    CopyTexts(source);
     SNDFILE* from = source.Handle();
     SNDFILE* to = sound_.get();
-    for (const Tag& tag : source.Tags()) {
-        sf_set_string(to, tag.kind, tag.text.c_str());
-    }
     std::vector<int> channelMap(samplesPerFrame_);
     const int mapBytes = static_cast<int>(channelMap.size() * sizeof(int));
     if (sf_command(from, SFC_GET_CHANNEL_MAP_INFO, channelMap.data(), mapBytes) == SF_TRUE) {
@@ -158,11 +163,31 @@ void SoundWriter::Write(const void* words, sf_count_t frames)
     framesWritten_ += written;
 }
 
+void SoundWriter::Commit(std::span<const std::unique_ptr<SoundWriter>> writers)
+{
+    for (const auto& writer : writers) {
+        writer->Close();
+    }
+    for (const auto& writer : writers) {
+        writer->file_.Publish();
+    }
+    for (const auto& writer : writers) {
+        writer->file_.Keep();
+    }
+}
+
 void SoundWriter::Commit()
+{
+    Close();
+    file_.Publish();
+    file_.Keep();
+}
+
+void SoundWriter::Close()
 {
     const int error = sf_close(sound_.release());
     if (error != SF_ERR_NO_ERROR) {
         throw Failure(path_.string() + ": cannot write: " + sf_error_number(error));
     }
-    file_.Commit();
+    file_.Close();
 }

@@ -8,6 +8,8 @@
 #include <sndfile.h>
 
 #include <filesystem>
+#include <memory>
+#include <span>
 #include <vector>
 
 /// The extensions that name a container to write, for help texts.
@@ -23,13 +25,20 @@ public:
     /// Carries over what the source tells about its sound, as far as the container has room for it. Before any Write.
     void CopyTags(const SoundReader& source);
 
+    /// Of that, the texts only: what does not refer to times or channels.
+    void CopyTexts(const SoundReader& source);
+
     /// Writes whole sample frames of words. Throws Failure when they could not all be written.
     void Write(const void* words, sf_count_t frames);
 
-    /// Completes the file and gives it its name.
+    /// Completes the files and gives them their names: all of them or, when this throws Failure, none.
+    static void Commit(std::span<const std::unique_ptr<SoundWriter>> writers);
+
+    /// The same for one file.
     void Commit();
 
 private:
+    void Close();
     void RequireRoom(sf_count_t frames) const;
 
     std::filesystem::path path_;

@@ -21,7 +21,8 @@ TEST(Help, ShowsExamplesForTheToolAndForEachCommand)
     const RunResult tool = RunTool({"--help"});
     EXPECT_EQ(tool.exitCode, 0);
     EXPECT_EQ(tool.errors, "");
-    for (const std::string command : {"info", "convert", "register", "unregister"}) {
+    for (const std::string command :
+         {"info", "convert", "cut", "stereo", "volume", "mux", "split", "register", "unregister"}) {
         EXPECT_TRUE(Has(tool.output, "  " + command + " ")) << tool.output;
         const RunResult help = RunTool({command, "--help"});
         EXPECT_EQ(help.exitCode, 0);

@@ -36,6 +36,9 @@ void LimitTo(std::optional<unsigned long> value, __rlimit_resource resource)
     }
     LimitTo(options.fileSizeLimit, RLIMIT_FSIZE);
     LimitTo(options.memoryLimit, RLIMIT_DATA);
+    if (options.user && (setgid(*options.user) != 0 || setuid(*options.user) != 0)) {
+        _exit(127);
+    }
     std::string program = options.program.empty() ? ZTAUDIO_PATH : options.program;
     std::vector<char*> argv = {program.data()};
     for (const std::string& argument : arguments) {

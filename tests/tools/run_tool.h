@@ -10,6 +10,7 @@ struct RunOptions {
     std::optional<unsigned long> fileSizeLimit = {};                   ///< bytes a file may grow to, as by ulimit -f
     std::optional<unsigned long> memoryLimit = {};                     ///< bytes of data, as by ulimit -d
     std::vector<std::pair<std::string, std::string>> environment = {}; ///< in addition to the test's own
+    std::optional<unsigned> user = {};                                 ///< who runs the tool
     std::string program = {};                                          ///< another copy of the tool
     bool terminal = false;                                             ///< standard error is a terminal of 100 columns
     int signalAtFirstTemporary = 0; ///< sent as soon as the tool has a temporary file in `watchedFolder`

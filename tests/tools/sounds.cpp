@@ -1,5 +1,7 @@
 #include "tests/tools/sounds.h"
 
+#include "tests/support/gain_model.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -194,6 +196,52 @@ Sound Converted(const Sound& sound, const std::string& format, bool fadeIn, bool
     }
     if (to == SF_FORMAT_PCM_24) { // a file has no place for the low byte
         std::ranges::for_each(result.words, [](std::int32_t& word) { word &= ~0xFF; });
+    }
+    return result;
+}
+
+Sound Interleaved(const std::vector<Sound>& sounds)
+{
+    Sound mux{sounds[0].format, 0, sounds[0].rate, {}};
+    long frames = 0;
+    for (const Sound& sound : sounds) {
+        mux.channels += sound.channels;
+        frames = std::max(frames, sound.Frames());
+    }
+    for (long frame = 0; frame < frames; ++frame) {
+        for (const Sound& sound : sounds) {
+            for (int c = 0; c < sound.channels; ++c) {
+                mux.words.push_back(
+                    frame < sound.Frames() ? sound.words[static_cast<std::size_t>(frame * sound.channels + c)] : 0);
+            }
+        }
+    }
+    return mux;
+}
+
+Sound Channels(const Sound& mux, int first, int count)
+{
+    Sound part{mux.format, count, mux.rate, {}};
+    for (long frame = 0; frame < mux.Frames(); ++frame) {
+        for (int c = first; c < first + count; ++c) {
+            part.words.push_back(mux.words[static_cast<std::size_t>(frame * mux.channels + c)]);
+        }
+    }
+    return part;
+}
+
+Sound Scaled(const Sound& sound, const std::vector<GainRamp>& ramps)
+{
+    Sound result = sound;
+    const double last = std::max(1.0, static_cast<double>(sound.Frames() - 1));
+    for (std::size_t i = 0; i < sound.words.size(); ++i) {
+        const auto channels = static_cast<std::size_t>(sound.channels);
+        const GainRamp& ramp = ramps[i % channels];
+        // So small a product is exact, and the quotient is never rounded onto a half.
+        const double climb = static_cast<double>(ramp.end - ramp.start) * static_cast<double>(i / channels) / last;
+        const double gain = std::floor(ramp.start + climb + 0.5);
+        result.words[i] = static_cast<std::int32_t>(models::Scaled(static_cast<std::uint32_t>(sound.words[i]),
+                                                                   static_cast<std::int64_t>(std::min(gain, 32767.0))));
     }
     return result;
 }

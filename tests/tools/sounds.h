@@ -29,3 +29,18 @@ Sound Noise(int subtype, int channels, long frames, int rate = 48000);
 
 /// The file that the conversion of `sound` to the tool's format of that name must give.
 Sound Converted(const Sound& sound, const std::string& format, bool fadeIn = false, bool fadeOut = false);
+
+/// One channel of a gain ramp, in 1/4096: from its start in the first frame to its end in the last.
+struct GainRamp {
+    int start = 4096;
+    int end = 4096;
+};
+
+/// What a mux of the sounds must hold: their channels in turn, the shorter sounds continued with silence.
+Sound Interleaved(const std::vector<Sound>& sounds);
+
+/// Channels `first` to `first + count - 1` of a mux.
+Sound Channels(const Sound& mux, int first, int count);
+
+/// A 24-bit sound with gains, one ramp for each channel, as a file keeps it.
+Sound Scaled(const Sound& sound, const std::vector<GainRamp>& ramps);

@@ -1,4 +1,5 @@
-/// All functions of the signal library that exist once for each build, and their declarations: m7_ippsSet_16s and so on.
+/// All functions of the signal library that exist once for each build, and their declarations: m7_ippsSet_16s and so
+/// on.
 #pragma once
 
 #include "signal/variant_list.h"
@@ -41,11 +42,11 @@
 
 extern "C" {
 #define ZTA_IPP_DECLARE(result, name, prefix, parameters, arguments) ZTA_API result prefix##_##name parameters noexcept;
-#define ZTA_IPP_DECLARE_VARIANT(prefix, features, options)                                                             \
+#define ZTA_IPP_DECLARE_VARIANT(argument, prefix, features, options)                                                   \
     ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_DECLARE, prefix)                                                                   \
     ZTA_IPP_INNER_LIST(ZTA_IPP_DECLARE, prefix)
 ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_DECLARE, in)
-ZTA_IPP_VARIANT_LIST(ZTA_IPP_DECLARE_VARIANT)
+ZTA_IPP_VARIANT_LIST(ZTA_IPP_DECLARE_VARIANT, )
 #undef ZTA_IPP_DECLARE_VARIANT
 #undef ZTA_IPP_DECLARE
 } // extern "C"

@@ -1,0 +1,88 @@
+/// Which build serves which features: pure functions of two masks.
+#pragma once
+
+#include "signal/variant_list.h"
+
+#include <zta/ipp.h>
+
+/// One row of the rule: a mask that holds all of ui64Test selects the build of this index, and is widened by all that
+/// the row implies.
+struct SZtaFeatureRule {
+    std::uint64_t ui64Test;
+    std::uint32_t ulIndex;
+    std::uint64_t ui64Implied;
+};
+
+// clang-format off
+
+/// The first row that holds decides.
+inline constexpr SZtaFeatureRule kasFeatureRules[] = {
+    {kui64ZtaAvx512Wide, 6, 0x73081DF},
+    {kui64ZtaAvx512Many, 5, 0x0F081DF},
+    {keZtaFeatureAvx2,   4, 0x00081DF},
+    {keZtaFeatureAvx,    3, 0x00001DF},
+    {keZtaFeatureSse42,  2, 0x00000DF},
+    {keZtaFeatureSse41,  1, 0x000005F},
+    {keZtaFeatureMovbe,  1, 0x000003F},
+    {keZtaFeatureSsse3,  1, 0x000001F},
+    {keZtaFeatureSse3,   0, 0x000000F},
+    {keZtaFeatureSse2,   0, 0x0000007},
+};
+
+// clang-format on
+
+/// What a mask selects.
+struct SZtaSelection {
+    std::uint64_t ui64Enabled; ///< the mask, with all that it implies
+    std::uint32_t ulIndex;     ///< the build
+    IppStatus eStatus;
+};
+
+/// Bits that no feature has. Bit 63 is a command of ippSetCpuFeatures.
+inline constexpr std::uint64_t kui64UnknownFeatures = 0x7FFFFFE000000000;
+
+/// Features that take the wide registers, which are the operating system's to give.
+inline constexpr std::uint64_t kui64AvxFeatures = keZtaFeatureAvx | keZtaFeatureAvx2;
+inline constexpr std::uint64_t kui64Avx512Features = 0xC6FF00000;
+
+/// Applies the rule to a mask that has been checked.
+constexpr SZtaSelection ZtaSelectBuild(std::uint64_t ui64Mask) noexcept
+{
+    for (const SZtaFeatureRule& rsRule : kasFeatureRules) {
+        if ((ui64Mask & rsRule.ui64Test) == rsRule.ui64Test) {
+            const bool bComplete = (ui64Mask & rsRule.ui64Implied) == rsRule.ui64Implied;
+            return {ui64Mask | rsRule.ui64Implied, rsRule.ulIndex, bComplete ? ippStsNoErr : ippStsFeaturesCombination};
+        }
+    }
+    const std::uint64_t ui64Implied = keZtaFeatureMmx | (ui64Mask & keZtaFeatureSse);
+    return {ui64Mask | ui64Implied, 0, ippStsNotSupportedCpu};
+}
+
+/// Checks a mask against the detected features. Features whose registers the operating system does not keep are taken
+/// out of it; all others stay, so that a request for more than the processor has selects what was asked for. The last
+/// warning counts.
+constexpr IppStatus ZtaCheckFeatures(std::uint64_t& rui64Mask, std::uint64_t ui64Detected) noexcept
+{
+    IppStatus eStatus = ippStsNoErr;
+    if ((rui64Mask & kui64UnknownFeatures) != 0) {
+        eStatus = ippStsUnknownFeature;
+    }
+    if ((rui64Mask & kui64AvxFeatures) != 0 && (ui64Detected & keZtaFeatureAvxEnabled) == 0) {
+        rui64Mask &= ~kui64AvxFeatures;
+        eStatus = ippStsFeatureNotSupported;
+    }
+    if ((rui64Mask & kui64Avx512Features) != 0 && (ui64Detected & keZtaFeatureAvx512Enabled) == 0) {
+        rui64Mask &= ~kui64Avx512Features;
+        eStatus = ippStsFeatureNotSupported;
+    }
+    if ((rui64Mask & ~ui64Detected) != 0) {
+        eStatus = ippStsFeatureNotSupported;
+    }
+    return eStatus;
+}
+
+/// True if CPUID leaf 0 says "GenuineIntel".
+constexpr bool ZtaIsGenuineIntel(const SZtaCpuidLeaf& rsLeaf0) noexcept
+{
+    return rsLeaf0.ulEbx == 0x756E6547 && rsLeaf0.ulEdx == 0x49656E69 && rsLeaf0.ulEcx == 0x6C65746E;
+}

@@ -1,0 +1,36 @@
+#include <zta/ipp.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+
+namespace {
+
+constexpr std::uintptr_t kulAlignment = 64;
+
+/// Room for the alignment, and below the block for the address that malloc gave.
+constexpr int kiOverhead = 72;
+
+} // namespace
+
+void* ippMalloc(int len) noexcept
+{
+    if (len < 1 || len > std::numeric_limits<int>::max() - kiOverhead) {
+        return nullptr;
+    }
+    void* const pvStart = std::malloc(static_cast<std::size_t>(len + kiOverhead));
+    if (pvStart == nullptr) {
+        return nullptr;
+    }
+    const std::uintptr_t ulBlock = (reinterpret_cast<std::uintptr_t>(pvStart) + kiOverhead - 1) & ~(kulAlignment - 1);
+    void** const ppvBlock = reinterpret_cast<void**>(ulBlock);
+    ppvBlock[-1] = pvStart;
+    return ppvBlock;
+}
+
+void ippFree(void* p) noexcept
+{
+    if (p != nullptr) {
+        std::free(static_cast<void**>(p)[-1]);
+    }
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+/// Sine and cosine of one angle, each as a main part and what is missing to its true value.
+struct SZtaSinCos {
+    double dSin;
+    double dSinRest;
+    double dCos; ///< has the 24 bits of a float, so that its product with 29 bits is exact
+    double dCosRest;
+};
+
+/// The full turn in steps of pi / 32.
+struct SZtaSineTable {
+    SZtaSinCos asSteps[64];
+};
+
+extern const SZtaSineTable g_sSineTable;

@@ -193,9 +193,9 @@ int CZtaAudioSamplesEngine::OpenAssemblyInput(unsigned long ulSide, IZtAudioSamp
     }
     SZtAudioSamplesDescription sBuffer = kEmptyDescription;
     const bool bDescribed = pBuffer->GetAudioSamplesDescription(&sBuffer) >= 0;
-    const bool bStereoOnly = ulSide == kStereoSide && (sBuffer.sWaveFormat.ulChannels != kStereoSide ||
-                                                       sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque);
-    if (bDescribed && !bStereoOnly) {
+    const bool bLeftAlone = ulSide == kStereoSide && (sBuffer.sWaveFormat.ulChannels != kStereoSide ||
+                                                      sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque);
+    if (bDescribed && !bLeftAlone) {
         Convert32BitAudioSampleFrom20To24(pBuffer, &sBuffer);
     }
     CContentPtr oContent;

@@ -1,5 +1,7 @@
 #include "kernels/audio_processing_util.h"
 
+#include "kernels/loops/loops.h"
+
 #include <zta/status.h>
 
 #include <bit>
@@ -74,7 +76,13 @@ bool IsStereo(EZtAudioSampleFormatProperty eProperty)
 
 } // namespace
 
-CZtaAudioProcessingUtil::CZtaAudioProcessingUtil() = default;
+CZtaAudioProcessingUtil::CZtaAudioProcessingUtil()
+{
+    // Asking the processor can be slow under a virtual machine: kernels are made off the real-time path, so that no
+    // operation has to.
+    ZtaActiveLoops();
+}
+
 CZtaAudioProcessingUtil::~CZtaAudioProcessingUtil() = default;
 
 int CZtaAudioProcessingUtil::GetSampleFormat(SZtaWaveFormatInfo* psFormat, EZtAudioSampleFormatProperty* peProperty)

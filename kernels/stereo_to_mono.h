@@ -29,7 +29,7 @@ public:
     int ConvertStereoToMono16(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);
     int ConvertStereoToMono24in32(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);
 
-    /// Unlike its siblings it refuses to do nothing, takes both outputs, and a null input reads as silence.
+    /// Unlike its siblings it refuses to do nothing, and a null input reads as silence.
     /// Errors  ZT_E_INVALID_PARAMETER  no frames
     ///         ZT_E_INVALID_POINTER    no output at all
     int ConvertStereoToMono24in24(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);

@@ -14,6 +14,9 @@ constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 // Their sizes have 32 bits; the headers and tags take a little of that.
 constexpr std::uint64_t kLimit32 = 0xFFFFFFFF - 0x100000;
 
+// Each call of libsndfile is a call of the system.
+constexpr std::size_t kBatchBytes = 65536;
+
 struct Container {
     std::string_view extension;
     std::string_view name;
@@ -130,9 +133,21 @@ void SoundWriter::RequireRoom(sf_count_t frames) const
     }
 }
 
-void SoundWriter::Write(const void* words, sf_count_t frames)
+void SoundWriter::Write(const std::byte* words, sf_count_t frames)
 {
-    RequireRoom(framesWritten_ + frames);
+    RequireRoom(framesTaken_ + frames);
+    pending_.insert(pending_.end(), words,
+                    words + static_cast<std::size_t>(frames) * samplesPerFrame_ * BytesOf(word_));
+    framesTaken_ += frames;
+    if (pending_.size() >= kBatchBytes) {
+        WritePending();
+    }
+}
+
+void SoundWriter::WritePending()
+{
+    const void* words = pending_.data();
+    const auto frames = static_cast<sf_count_t>(pending_.size() / (samplesPerFrame_ * BytesOf(word_)));
     sf_count_t written = 0;
     switch (word_) {
     case SampleWord::Pcm16:
@@ -160,7 +175,7 @@ void SoundWriter::Write(const void* words, sf_count_t frames)
     if (written != frames) {
         throw Failure(path_.string() + ": cannot write: " + sf_strerror(sound_.get()));
     }
-    framesWritten_ += written;
+    pending_.clear();
 }
 
 void SoundWriter::Commit(std::span<const std::unique_ptr<SoundWriter>> writers)
@@ -185,6 +200,7 @@ void SoundWriter::Commit()
 
 void SoundWriter::Close()
 {
+    WritePending();
     const int error = sf_close(sound_.release());
     if (error != SF_ERR_NO_ERROR) {
         throw Failure(path_.string() + ": cannot write: " + sf_error_number(error));

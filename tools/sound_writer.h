@@ -7,6 +7,7 @@
 
 #include <sndfile.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -28,8 +29,9 @@ public:
     /// Of that, the texts only: what does not refer to times or channels.
     void CopyTexts(const SoundReader& source);
 
-    /// Writes whole sample frames of words. Throws Failure when they could not all be written.
-    void Write(const void* words, sf_count_t frames);
+    /// Writes whole sample frames of words, or keeps them until there are more. Throws Failure when words could not be
+    /// written.
+    void Write(const std::byte* words, sf_count_t frames);
 
     /// Completes the files and gives them their names: all of them or, when this throws Failure, none.
     static void Commit(std::span<const std::unique_ptr<SoundWriter>> writers);
@@ -39,13 +41,15 @@ public:
 
 private:
     void Close();
+    void WritePending();
     void RequireRoom(sf_count_t frames) const;
 
     std::filesystem::path path_;
     SampleWord word_;
     std::size_t samplesPerFrame_;
     std::uint64_t limit_;
-    sf_count_t framesWritten_ = 0;
+    sf_count_t framesTaken_ = 0;
+    std::vector<std::byte> pending_;
     std::vector<int> unpacked_;
     OutputFile file_;
     SoundHandle sound_;

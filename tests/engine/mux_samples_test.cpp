@@ -240,7 +240,7 @@ TEST_P(MuxSamples, AreMovedAndThenRefuseVolumesWhereTheContainerHasNone)
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, MuxSamples, ::testing::ValuesIn(Cases()),
-                         [](const auto& info) { return ::testing::PrintToString(info.param); });
+                         [](const auto& parameter) { return ::testing::PrintToString(parameter.param); });
 
 } // namespace
 } // namespace zta::test

@@ -29,8 +29,9 @@ protected:
         array_.clear();
         pointers_.clear();
         volumes_.clear();
+        pointers_.reserve(count + 1); // an empty array has an address, too
         for (std::size_t i = 0; i < count; ++i) {
-            array_.push_back(Make("b" + std::to_string(i), format, frames));
+            array_.push_back(Make(Name("b", i), format, frames));
             FillWithNoise(*array_.back());
             pointers_.push_back(array_.back().Get());
         }
@@ -47,7 +48,7 @@ protected:
 
     void ReplaceBuffer(std::size_t i, const SZtaWaveFormatInfo& format, std::size_t frames)
     {
-        array_[i] = Make("b" + std::to_string(i), format, frames);
+        array_[i] = Make(Name("b", i), format, frames);
         FillWithNoise(*array_[i]);
         pointers_[i] = array_[i].Get();
     }

@@ -5,6 +5,7 @@
 #include <zta/status.h>
 
 #include <cstring>
+#include <optional>
 
 namespace zta::test {
 namespace {
@@ -141,6 +142,75 @@ ScenarioRow VolumeRow(const std::string& path, const Side& input, const Side& ou
             }};
 }
 
+/// The array side of a mux operation: buffers that are alike, but for the last one where a row says so.
+struct Sides {
+    std::size_t count;
+    Side side;
+    std::optional<Side> last = std::nullopt;
+};
+
+std::vector<host::Ref<host::AudioBuffer>> MakeBuffers(const BufferFactory& factory, const Sides& sides)
+{
+    std::vector<host::Ref<host::AudioBuffer>> buffers;
+    for (std::size_t i = 0; i < sides.count; ++i) {
+        const bool isLast = i + 1 == sides.count;
+        buffers.push_back(
+            MakeBuffer(factory, "part" + std::to_string(i), isLast && sides.last ? *sides.last : sides.side));
+    }
+    return buffers;
+}
+
+std::vector<IZtAudioSamples*> Pointers(const std::vector<host::Ref<host::AudioBuffer>>& buffers)
+{
+    std::vector<IZtAudioSamples*> pointers;
+    for (const auto& buffer : buffers) {
+        pointers.push_back(buffer.Get());
+    }
+    return pointers;
+}
+
+/// The channels of the array's buffers tell which of the two operations runs.
+ScenarioRow AssemblyRow(const std::string& path, const Sides& parts, const Side& mux, std::size_t volumes = 0,
+                        int status = 0, bool leavesReference = false)
+{
+    const bool mono = parts.side.format.ulChannels == 1;
+    return {(mono ? "MonoToMux" : "StereoToMux") + path,
+            status,
+            false,
+            leavesReference,
+            "",
+            [=](const BufferFactory& factory) {
+                Scenario scenario;
+                scenario.inputs = MakeBuffers(factory, parts);
+                scenario.outputs.push_back(MakeBuffer(factory, "mux", mux));
+                const auto operation = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
+                                            : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
+                scenario.run = [array = Pointers(scenario.inputs), out = scenario.outputs[0].Get(),
+                                ramps = Ramps(volumes), operation](IZtaAudioSamplesEngine& engine) mutable {
+                    return (engine.*operation)(array.data(), array.size(), out, ramps.data(), ramps.size());
+                };
+                return scenario;
+            }};
+}
+
+ScenarioRow SplitRow(const std::string& path, const Side& mux, const Sides& parts, std::size_t volumes = 0,
+                     int status = 0)
+{
+    const bool mono = parts.side.format.ulChannels == 1;
+    return {(mono ? "MuxToMono" : "MuxToStereo") + path, status, false, false, "", [=](const BufferFactory& factory) {
+                Scenario scenario;
+                scenario.inputs.push_back(MakeBuffer(factory, "mux", mux));
+                scenario.outputs = MakeBuffers(factory, parts);
+                const auto operation = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
+                                            : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
+                scenario.run = [in = scenario.inputs[0].Get(), array = Pointers(scenario.outputs),
+                                ramps = Ramps(volumes), operation](IZtaAudioSamplesEngine& engine) mutable {
+                    return (engine.*operation)(in, array.data(), array.size(), ramps.data(), ramps.size());
+                };
+                return scenario;
+            }};
+}
+
 } // namespace
 
 int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine)
@@ -206,6 +276,60 @@ const std::vector<ScenarioRow>& Scenarios()
         VolumeRow("Faded", {Pcm24In32(4), 301, true, true}, {Pcm24In32(4), 301}, 4),
         VolumeRow("OfUnequalLengths", {Pcm24In32(1), 300}, {Pcm24In32(1), 301}, 1, ZT_E_BUFFER_SIZE_MISMATCH),
         VolumeRow("OfOtherFormats", {Pcm16(1), 300}, {Pcm16(1), 300}, 1, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
+
+        AssemblyRow("Direct", {4, {Pcm24In32(1), 300}}, {Pcm24In32(4), 300}),
+        AssemblyRow("Packed", {8, {Pcm24In24(1), 300}}, {Pcm24In24(8), 300}),
+        AssemblyRow("StagedInputs", {4, {Pcm16(1), 300}}, {Pcm24In32(4), 300}),
+        AssemblyRow("StagedFloat", {4, {Pcm24In32(1), 300}, Side{Float32(1), 300}}, {Pcm24In32(4), 300}),
+        AssemblyRow("Faded", {4, {Pcm16(1), 300, true, true}}, {Pcm16(4), 300}),
+        AssemblyRow("LastFaded", {4, {Pcm24In32(1), 300}, Side{Pcm24In32(1), 300, false, true}}, {Pcm24In32(4), 300}),
+        AssemblyRow("StagedAndFaded", {4, {Pcm24In32(1), 300, true}}, {Pcm16(4), 300}, 0,
+                    ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        AssemblyRow("Scaled", {4, {Pcm24In32(1), 301}}, {Pcm24In32(4), 301}, 4),
+        AssemblyRow("ScaledBeyondTheInputs", {4, {Pcm24In32(1), 100}}, {Pcm24In32(4), 301}, 4),
+        AssemblyRow("ScaledWithoutARow", {4, {Pcm16(1), 300}}, {Pcm16(4), 300}, 4, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
+        AssemblyRow("IntoStereo", {2, {Pcm24In32(1), 300}}, {Pcm24In32(2), 300}, 0,
+                    ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        AssemblyRow("OfUnequalLengths", {4, {Pcm16(1), 300}, Side{Pcm16(1), 299}}, {Pcm16(4), 300}, 0,
+                    ZT_E_BUFFER_SIZE_MISMATCH),
+        AssemblyRow("ThatDoesNotFit", {4, {Pcm16(1), 300}}, {Pcm16(4), 299}, 0, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+        AssemblyRow("StageTooSmall", {4, {Pcm24In32(1), 10}, Side{Pcm24In32(1), 48001}}, {Pcm24In32(4), 10}, 0,
+                    ZT_E_DESTINATION_BUFFER_TOO_SMALL, true),
+        AssemblyRow("OfAWrongWidth", {4, {Pcm16(1), 10}}, {Pcm16(8), 10}, 0, ZT_E_BUFFER_FORMAT_MISMATCH),
+        AssemblyRow("OfAWrongCount", {3, {Pcm16(1), 10}}, {Pcm16(4), 10}, 0, ZT_E_INVALID_PARAMETER),
+        AssemblyRow("Relabelled", {4, {Pcm20In32(1), 10}}, {Pcm20In32(4), 10}),
+        AssemblyRow("Direct", {2, {Pcm24In32(2), 300}}, {Pcm24In32(4), 300}),
+        AssemblyRow("Wide", {16, {Pcm16(2), 30}}, {Pcm16(32), 30}),
+        AssemblyRow("StagedInputs", {4, {Pcm24In24(2), 300}}, {Pcm24In32(8), 300}),
+        AssemblyRow("Faded", {2, {Pcm24In32(2), 300, true, true}}, {Pcm24In32(4), 300}),
+        AssemblyRow("Scaled", {4, {Pcm24In32(2), 301}}, {Pcm24In32(8), 301}, 8),
+        AssemblyRow("WithAnOddVolume", {2, {Pcm24In32(2), 300}}, {Pcm24In32(4), 300}, 5, ZT_E_INVALID_PARAMETER),
+        AssemblyRow("WithTooManyVolumes", {32, {Pcm24In32(2), 10}}, {Pcm24In32(64), 10}, 65, ZT_E_ARRAY_TOO_SMALL),
+        AssemblyRow("Relabelled", {2, {Pcm20In32(2), 10}}, {Pcm20In32(4), 10}),
+
+        SplitRow("Direct", {Pcm24In32(4), 300}, {4, {Pcm24In32(1), 300}}),
+        SplitRow("Wide", {Pcm24In24(32), 30}, {32, {Pcm24In24(1), 30}}),
+        SplitRow("Staged", {Pcm24In32(4), 300}, {4, {Pcm16(1), 300}}),
+        SplitRow("StagedWithoutARow", {Pcm24In32(8), 300}, {8, {Pcm16(1), 300}}, 0,
+                 ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        SplitRow("StageTooSmall", {Pcm16(4), 12001}, {4, {Pcm24In32(1), 12001}}, 0, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+        SplitRow("Faded", {Pcm16(4), 300, true, true}, {4, {Pcm16(1), 300}}),
+        SplitRow("FadedWithoutAKernel", {Pcm24In24(4), 300, true}, {4, {Pcm24In24(1), 300}}, 0,
+                 ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        SplitRow("Scaled", {Pcm24In32(4), 301}, {4, {Pcm24In32(1), 301}}, 4),
+        SplitRow("ScaledWithoutARow", {Pcm16(4), 300}, {4, {Pcm16(1), 300}}, 4, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
+        SplitRow("OfUnequalLengths", {Pcm16(4), 10}, {4, {Pcm16(1), 300}, Side{Pcm16(1), 299}}, 0,
+                 ZT_E_BUFFER_SIZE_MISMATCH),
+        SplitRow("ThatDoesNotFit", {Pcm16(4), 300}, {4, {Pcm16(1), 299}}, 0, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+        SplitRow("OfAWrongWidth", {Pcm16(4), 10}, {8, {Pcm16(1), 10}}, 0, ZT_E_INVALID_PARAMETER),
+        SplitRow("IntoAnOutputOfOtherChannels", {Pcm16(4), 10}, {4, {Pcm16(1), 10}, Side{Pcm16(2), 10}}, 0,
+                 ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
+        SplitRow("Relabelled", {Pcm20In32(4), 10}, {4, {Pcm20In32(1), 10}}),
+        SplitRow("Direct", {Pcm24In32(4), 300}, {2, {Pcm24In32(2), 300}}),
+        SplitRow("Staged", {Pcm16(4), 300}, {2, {Pcm24In32(2), 300}}),
+        SplitRow("Faded", {Pcm24In32(8), 300, false, true}, {4, {Pcm24In32(2), 300}}),
+        SplitRow("Scaled", {Pcm24In32(8), 301}, {4, {Pcm24In32(2), 301}}, 8),
+        SplitRow("Relabelled", {Pcm20In32(4), 10}, {2, {Pcm20In32(2), 10}}),
     };
     return rows;
 }

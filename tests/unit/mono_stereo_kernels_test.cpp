@@ -301,8 +301,13 @@ TEST(StereoToMonoKernels, Of24In24TestFramesThenOutputsThenTheInput)
     CZtaConvertStereoToMono splitter;
     EXPECT_EQ(splitter.ConvertStereoToMono24in24(0, nullptr, nullptr, nullptr), kInvalidParameter);
     EXPECT_EQ(splitter.ConvertStereoToMono24in24(1, nullptr, nullptr, nullptr), kInvalidPointer);
-    Bytes stereo(6);
+    Bytes stereo = {1, 2, 3, 4, 5, 6};
     EXPECT_EQ(splitter.ConvertStereoToMono24in24(1, stereo.data(), nullptr, nullptr), kInvalidPointer);
+    Bytes mono(3); // one missing output is not reported
+    EXPECT_EQ(splitter.ConvertStereoToMono24in24(1, stereo.data(), mono.data(), nullptr), 0);
+    EXPECT_EQ(mono, (Bytes{1, 2, 3}));
+    EXPECT_EQ(splitter.ConvertStereoToMono24in24(1, stereo.data(), nullptr, mono.data()), 0);
+    EXPECT_EQ(mono, (Bytes{4, 5, 6}));
 }
 
 // --- The operation that interleaves ----------------------------------------------------------------------------------

@@ -312,14 +312,16 @@ TEST(MuxOperations, RefuseBuffersOfDifferentLengthsAtTheFirstThatDiffers)
 {
     for (const Operation* operation : kOperations) {
         const MuxRow& row = (*operation->rows)[1];
-        Call call(*operation, row, 1000);
-        call.buffers[2].length = 999 * row.elementBytes;
-        const Call before = call;
-        EXPECT_EQ(call.Run(), kSizeMismatch) << row.name;
-        EXPECT_TRUE(call.IsUntouched(before));
-        EXPECT_EQ(call.buffers[2].calls, kDigest);
-        EXPECT_TRUE(call.buffers[3].calls.empty());
-        EXPECT_TRUE(call.mux.calls.empty());
+        for (const unsigned long other : {999ul, 1001ul}) {
+            Call call(*operation, row, 1000);
+            call.buffers[2].length = other * row.elementBytes;
+            const Call before = call;
+            EXPECT_EQ(call.Run(), kSizeMismatch) << row.name;
+            EXPECT_TRUE(call.IsUntouched(before));
+            EXPECT_EQ(call.buffers[2].calls, kDigest);
+            EXPECT_TRUE(call.buffers[3].calls.empty());
+            EXPECT_TRUE(call.mux.calls.empty());
+        }
     }
 }
 

@@ -267,6 +267,14 @@ TEST(VolumeKernels, ReachTheEndGainInNoFrame)
     EXPECT_EQ(output.back(), 0x40000000u / 1024);
 }
 
+TEST(VolumeKernels, ComputeStepsInSinglePrecision)
+{
+    // 7.9 - 0.6771 rounds down to a single; the exact difference would give a step of 5917.
+    const Words output = Result(Words(4 * 5, 0x10000000), Records(4, {0, 0.6771f, 7.9f}));
+    EXPECT_EQ(output[0], models::Scaled(0x10000000, 2773));
+    EXPECT_EQ(output[16], models::Scaled(0x10000000, 2773 + 4 * 5916));
+}
+
 TEST(VolumeKernels, StayWithinTheirMultiplierAtTheSteepestRamps)
 {
     for (const Row& row : kRows) {

@@ -36,7 +36,30 @@
     ROW(IppStatus, ippsMulC_64f_I, prefix, (double val, double* pSrcDst, int len), (val, pSrcDst, len)) \
     ROW(double, ippsSinOne, prefix, (double x), (x)) \
     ROW(double, ippsSqrtOne, prefix, (double x), (x)) \
-    ROW(IppStatus, ippsZero_64f, prefix, (double* pDst, int len), (pDst, len))
+    ROW(IppStatus, ippsZero_64f, prefix, (double* pDst, int len), (pDst, len)) \
+    ROW(void, ownsKaiserPrototypeDown, prefix, \
+        (int M, int outRate, int halfLen, int N, double* pPrototype, double rollf, double alpha), \
+        (M, outRate, halfLen, N, pPrototype, rollf, alpha)) \
+    ROW(void, ownsKaiserPrototypeUp, prefix, \
+        (int M, int outRate, int halfLen, int N, double* pPrototype, double rollf, double alpha), \
+        (M, outRate, halfLen, N, pPrototype, rollf, alpha))
+
+/// The sums of products of the builds up to SSSE3, and of those after them: the same columns
+#define ZTA_IPP_DOT_PRODUCT_LIST(ROW) \
+    ROW(void, ownDotProd16_16s64s_M7, m7, ZTA_IPP_DOT_16S, ) \
+    ROW(void, ownDotProd16_16s64s_M7, n8, ZTA_IPP_DOT_16S, ) \
+    ROW(void, ownDotProd16_16s64s, y8, ZTA_IPP_DOT_16S, ) \
+    ROW(void, ownDotProd16_16s64s, e9, ZTA_IPP_DOT_16S, ) \
+    ROW(void, ownDotProd16_16s64s, l9, ZTA_IPP_DOT_16S, ) \
+    ROW(void, ownDotProd16_16s64s, n0, ZTA_IPP_DOT_16S, ) \
+    ROW(void, ownDotProd16_16s64s, k0, ZTA_IPP_DOT_16S, ) \
+    ROW(void, ownsDotProd_16s32f64f, y8, ZTA_IPP_DOT_32F, ) \
+    ROW(void, ownsDotProd_16s32f64f, e9, ZTA_IPP_DOT_32F, ) \
+    ROW(void, ownsDotProd_16s32f64f, l9, ZTA_IPP_DOT_32F, ) \
+    ROW(void, ownsDotProd_16s32f64f, n0, ZTA_IPP_DOT_32F, ) \
+    ROW(void, ownsDotProd_16s32f64f, k0, ZTA_IPP_DOT_32F, )
+#define ZTA_IPP_DOT_16S (const std::int16_t* pSamples, const std::int16_t* pTaps, std::int64_t* pResult, int n)
+#define ZTA_IPP_DOT_32F (const std::int16_t* pSamples, const float* pTaps, int n, double* pResult)
 
 // clang-format on
 
@@ -47,6 +70,7 @@ extern "C" {
     ZTA_IPP_INNER_LIST(ZTA_IPP_DECLARE, prefix)
 ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_DECLARE, in)
 ZTA_IPP_VARIANT_LIST(ZTA_IPP_DECLARE_VARIANT, )
+ZTA_IPP_DOT_PRODUCT_LIST(ZTA_IPP_DECLARE)
 #undef ZTA_IPP_DECLARE_VARIANT
 #undef ZTA_IPP_DECLARE
 } // extern "C"

@@ -1,0 +1,165 @@
+// The run of the resampler's filter on each build that this processor can execute, beside the plain form and beside
+// multiply-adds alone, on registers that are never loaded. Compare outputs per second (items) between rows of one run,
+// and multiply-adds per second (macs), of which an output takes 32:
+//   resampler_bench --benchmark_repetitions=5 --benchmark_enable_random_interleaving
+
+#include "bench/plain_run.h"
+#include "signal/functions.h"
+
+#include <benchmark/benchmark.h>
+
+#include <immintrin.h>
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kFilterLength = 32;
+constexpr int kMargin = 17;
+
+using Run = decltype(&ippsResamplePolyphaseFixed_16s);
+
+struct FreeBlock {
+    void operator()(void* p) const { m7_ippsFree(p); }
+};
+using Filter = std::unique_ptr<IppsResamplingPolyphaseFixed_16s, FreeBlock>;
+
+Filter MakeFilter(int inRate, int outRate)
+{
+    int size = 0;
+    int length = 0;
+    int height = 0;
+    m7_ippsResamplePolyphaseFixedGetSize_16s(inRate, outRate, kFilterLength, &size, &length, &height, ippAlgHintFast);
+    Filter filter(reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(m7_ippsMalloc_8u(size)));
+    m7_ippsResamplePolyphaseFixedInit_16s(inRate, outRate, kFilterLength, 1.0f, 9.0f, filter.get(), ippAlgHintFast);
+    return filter;
+}
+
+struct Stretch {
+    int inRate;
+    int outRate;
+    int frames;
+};
+
+std::vector<std::int16_t> Noise(int frames)
+{
+    std::minstd_rand random(1);
+    std::uniform_int_distribution<int> values(-32768, 32767);
+    std::vector<std::int16_t> noise(static_cast<std::size_t>(frames + 2 * kMargin));
+    for (std::int16_t& value : noise) {
+        value = static_cast<std::int16_t>(values(random));
+    }
+    return noise;
+}
+
+/// Runs over a stretch again and again, from the same position.
+template <typename RunOnce>
+void Resample(benchmark::State& state, const Stretch& stretch, RunOnce runOnce)
+{
+    const Filter filter = MakeFilter(stretch.inRate, stretch.outRate);
+    const std::vector<std::int16_t> input = Noise(stretch.frames);
+    std::vector<std::int16_t> output(static_cast<std::size_t>(stretch.frames) * 2 + 2);
+    std::int64_t outputs = 0;
+    for (auto _ : state) {
+        double time = kMargin;
+        outputs += runOnce(input.data(), stretch.frames, output.data(), &time, *filter);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(outputs);
+    state.counters["macs"] =
+        benchmark::Counter(static_cast<double>(outputs * kFilterLength), benchmark::Counter::kIsRate);
+}
+
+void ResampleWith(benchmark::State& state, const Stretch& stretch, Run run)
+{
+    Resample(state, stretch, [run](const auto* source, int len, auto* destination, double* time, const auto& filter) {
+        int outputs = 0;
+        run(source, len, destination, 1.0f, time, &outputs, &filter);
+        return outputs;
+    });
+}
+
+void ResamplePlain(benchmark::State& state, const Stretch& stretch)
+{
+    Resample(state, stretch, PlainRun);
+}
+
+/// Eight sums abreast, which is more than a processor has multiply-adds under way.
+#define ZTA_BENCH_BARE(name, options, Register, multiply, add, broadcast)                                              \
+    __attribute__((target(options))) void name(benchmark::State& state)                                                \
+    {                                                                                                                  \
+        constexpr int kRounds = 1024;                                                                                  \
+        Register taps = broadcast(3);                                                                                  \
+        Register sums[8] = {taps, taps, taps, taps, taps, taps, taps, taps};                                           \
+        for (auto _ : state) {                                                                                         \
+            for (int round = 0; round < kRounds; ++round) {                                                            \
+                asm("" : "+x"(taps));                                                                                  \
+                _Pragma("GCC unroll 8") for (int i = 0; i < 8; ++i)                                                    \
+                {                                                                                                      \
+                    Register samples = taps;                                                                           \
+                    asm("" : "+x"(samples));                                                                           \
+                    sums[i] = add(sums[i], multiply(taps, samples));                                                   \
+                }                                                                                                      \
+            }                                                                                                          \
+            benchmark::DoNotOptimize(sums);                                                                            \
+        }                                                                                                              \
+        const std::int64_t macs = state.iterations() * kRounds * 8 * static_cast<std::int64_t>(sizeof(Register) / 2);  \
+        state.SetItemsProcessed(macs / kFilterLength);                                                                 \
+        state.counters["macs"] = benchmark::Counter(static_cast<double>(macs), benchmark::Counter::kIsRate);           \
+    }
+
+ZTA_BENCH_BARE(Bare128, "sse2", __m128i, _mm_madd_epi16, _mm_add_epi32, _mm_set1_epi16)
+ZTA_BENCH_BARE(Bare256, "avx2", __m256i, _mm256_madd_epi16, _mm256_add_epi32, _mm256_set1_epi16)
+ZTA_BENCH_BARE(Bare512, "avx512f,avx512bw", __m512i, _mm512_madd_epi16, _mm512_add_epi32, _mm512_set1_epi16)
+
+struct Variant {
+    const char* name;
+    std::uint64_t features;
+    Run run;
+};
+
+constexpr Variant kVariants[] = {
+#define ZTA_BENCH_ROW(unused, prefix, features, options) {#prefix, features, &prefix##_ippsResamplePolyphaseFixed_16s},
+    ZTA_IPP_VARIANT_LIST(ZTA_BENCH_ROW, )
+#undef ZTA_BENCH_ROW
+};
+
+constexpr Stretch kStretches[] = {
+    {44100, 48000, 160},  {48000, 44100, 160},  {44100, 48000, 1024},
+    {48000, 44100, 1024}, {44100, 48000, 4800}, {48000, 44100, 4800},
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    const auto runs = [features](std::uint64_t needed) { return (features & needed) == needed; };
+    for (const Stretch& stretch : kStretches) {
+        std::string suffix = "/" + std::to_string(stretch.inRate) + "to" + std::to_string(stretch.outRate);
+        suffix.append("/").append(std::to_string(stretch.frames));
+        benchmark::RegisterBenchmark(("plain" + suffix).c_str(), ResamplePlain, stretch);
+        for (const Variant& variant : kVariants) {
+            if (runs(variant.features)) {
+                benchmark::RegisterBenchmark((variant.name + suffix).c_str(), ResampleWith, stretch, variant.run);
+            }
+        }
+    }
+    benchmark::RegisterBenchmark("bare/128", Bare128);
+    if (runs(keZtaFeatureAvx2 | keZtaFeatureAvxEnabled)) {
+        benchmark::RegisterBenchmark("bare/256", Bare256);
+    }
+    if (runs(kui64ZtaAvx512Wide | keZtaFeatureAvx512Enabled)) {
+        benchmark::RegisterBenchmark("bare/512", Bare512);
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

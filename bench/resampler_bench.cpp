@@ -96,11 +96,10 @@ void ResamplePlain(benchmark::State& state, const Stretch& stretch)
         Register sums[8] = {taps, taps, taps, taps, taps, taps, taps, taps};                                           \
         for (auto _ : state) {                                                                                         \
             for (int round = 0; round < kRounds; ++round) {                                                            \
-                asm("" : "+x"(taps));                                                                                  \
                 _Pragma("GCC unroll 8") for (int i = 0; i < 8; ++i)                                                    \
                 {                                                                                                      \
                     Register samples = taps;                                                                           \
-                    asm("" : "+x"(samples));                                                                           \
+                    asm volatile("" : "+x"(samples));                                                                  \
                     sums[i] = add(sums[i], multiply(taps, samples));                                                   \
                 }                                                                                                      \
             }                                                                                                          \
@@ -132,6 +131,13 @@ constexpr Stretch kStretches[] = {
     {48000, 44100, 1024}, {44100, 48000, 4800}, {48000, 44100, 4800},
 };
 
+std::string Suffix(const Stretch& stretch)
+{
+    std::string suffix("/");
+    suffix.append(std::to_string(stretch.inRate)).append("to").append(std::to_string(stretch.outRate));
+    return suffix.append("/").append(std::to_string(stretch.frames));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -139,8 +145,7 @@ int main(int argc, char** argv)
     const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
     const auto runs = [features](std::uint64_t needed) { return (features & needed) == needed; };
     for (const Stretch& stretch : kStretches) {
-        std::string suffix = "/" + std::to_string(stretch.inRate) + "to" + std::to_string(stretch.outRate);
-        suffix.append("/").append(std::to_string(stretch.frames));
+        const std::string suffix = Suffix(stretch);
         benchmark::RegisterBenchmark(("plain" + suffix).c_str(), ResamplePlain, stretch);
         for (const Variant& variant : kVariants) {
             if (runs(variant.features)) {

@@ -133,7 +133,7 @@ std::optional<ToneFigures> ToneOf(const Channel& channel, double rate)
     }
     return ToneFigures{.hertz = tone->bin * rate / static_cast<double>(channel.spectrum.Length()),
                        .level = PowerDecibels(2 * tone->power),
-                       .noise = PowerDecibels(tone->power / (tone->rest - tone->harmonics)),
+                       .noise = PowerDecibels(tone->power / tone->noise),
                        .thdNoise = PowerDecibels(tone->rest / tone->power)};
 }
 

@@ -95,10 +95,17 @@ std::vector<Point> FrequencyResponse(const std::vector<double>& impulse, const D
 /// What the documents quote of a response.
 void TellResponse(const Direction& direction, std::span<const Point> points)
 {
-    std::printf("%s:", direction.Text().c_str());
-    for (const double kilohertz : {1.0, 10.0, 15.0, 18.0, 19.0, 20.0, 20.5, 21.0, 22.05, 24.0, 25.0, 26.0}) {
+    double deviation = 0;
+    double stop = -200;
+    for (const Point& point : points) {
+        deviation = std::max(deviation, point.x <= 18 ? std::abs(point.y) : 0);
+        stop = std::max(stop, point.x >= 26.5 ? point.y : stop);
+    }
+    std::printf("%s: within %.4f dB up to 18 kHz, at most %.1f dB from 26.5 kHz on;", direction.Text().c_str(),
+                deviation, stop);
+    for (const double kilohertz : {19.0, 20.0, 21.0, 22.05, 24.0, 25.0, 26.0}) {
         const auto point = std::ranges::lower_bound(points, kilohertz, {}, &Point::x);
-        std::printf("  %.2f dB at %g kHz", point->y, kilohertz);
+        std::printf(" %.2f dB at %g kHz", point->y, kilohertz);
     }
     std::printf("\n");
 }
@@ -108,8 +115,8 @@ void PlotResponses(EngineSession& engine, const std::filesystem::path& folder)
     SvgPlot whole("Response of the filter", {.first = 0, .last = 44, .step = 4, .label = "frequency in kHz"},
                   {.first = -120, .last = 10, .step = 20, .label = "gain in dB"});
     SvgPlot close("Response of the filter, passband close up",
-                  {.first = 0, .last = 24, .step = 2, .label = "frequency in kHz"},
-                  {.first = -6, .last = 1, .step = 1, .label = "gain in dB"});
+                  {.first = 0, .last = 22, .step = 2, .label = "frequency in kHz"},
+                  {.first = -3, .last = 0.5, .step = 0.5, .label = "gain in dB", .decimals = 1});
     for (const Direction& direction : kDirections) {
         const auto points = FrequencyResponse(ImpulseResponse(engine, direction), direction, 44000);
         TellResponse(direction, points);
@@ -157,13 +164,13 @@ void PlotTone(EngineSession& engine, const std::filesystem::path& folder, const 
     constexpr std::size_t kEdge = 100; // where the sound begins and ends
     const Spectrum before = SpectrumOf(std::span(in).subspan(kEdge, in.size() - 2 * kEdge), 1 << 16);
     const Spectrum after = SpectrumOf(std::span(out).subspan(kEdge, out.size() - 2 * kEdge), 1 << 16);
-    AddSpectrum(plot, "after", after, rate);
+    AddSpectrum(plot, "output", after, rate);
     WriteText(folder / direction.File("tone-" + std::to_string(static_cast<int>(hertz))), plot.Text());
     for (const auto& [when, spectrum] : {std::pair("before", &before), {"after", &after}}) {
         const Tone tone = FindTone(spectrum->Powers()).value();
         std::printf("%s%s, %s: level %.3f dBFS, signal to noise %.2f dB, THD+N %.2f dB\n", name,
                     direction.Text().c_str(), when, PowerDecibels(2 * tone.power),
-                    PowerDecibels(tone.power / (tone.rest - tone.harmonics)), PowerDecibels(tone.rest / tone.power));
+                    PowerDecibels(tone.power / tone.noise), PowerDecibels(tone.rest / tone.power));
     }
 }
 

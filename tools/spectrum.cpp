@@ -139,13 +139,20 @@ std::optional<Tone> FindTone(std::span<const double> powers)
     const auto highest = static_cast<std::size_t>(std::max_element(sound, powers.end()) - powers.begin());
     const Lobe lobe(highest, bins);
     std::vector<bool> taken(bins);
-    std::fill_n(taken.begin(), kLobe + 1, true);
-    std::fill(taken.begin() + static_cast<std::ptrdiff_t>(lobe.first),
-              taken.begin() + static_cast<std::ptrdiff_t>(lobe.last) + 1, true);
-    Tone tone{.bin = 0, .power = SumOf(powers, lobe), .rest = 0, .harmonics = 0};
-    for (std::size_t bin = 0; bin < bins; ++bin) {
-        tone.rest += taken[bin] ? 0 : powers[bin];
-    }
+    const auto take = [&taken](const Lobe& of) {
+        std::fill(taken.begin() + static_cast<std::ptrdiff_t>(of.first),
+                  taken.begin() + static_cast<std::ptrdiff_t>(of.last) + 1, true);
+    };
+    const auto left = [&] {
+        double sum = 0;
+        for (std::size_t bin = 0; bin < bins; ++bin) {
+            sum += taken[bin] ? 0 : powers[bin];
+        }
+        return sum;
+    };
+    take(Lobe(0, bins));
+    take(lobe);
+    Tone tone{.bin = 0, .power = SumOf(powers, lobe), .rest = left(), .noise = 0};
     if (!(tone.power > tone.rest)) {
         return std::nullopt;
     }
@@ -154,11 +161,8 @@ std::optional<Tone> FindTone(std::span<const double> powers)
         tone.bin += static_cast<double>(bin) * powers[bin] / tone.power;
     }
     for (std::size_t n = 2; n <= kHighestHarmonic; ++n) {
-        const Lobe harmonic(Folded(static_cast<double>(n) * tone.bin, bins), bins);
-        for (std::size_t bin = harmonic.first; bin <= harmonic.last; ++bin) {
-            tone.harmonics += taken[bin] ? 0 : powers[bin];
-            taken[bin] = true;
-        }
+        take(Lobe(Folded(static_cast<double>(n) * tone.bin, bins), bins));
     }
+    tone.noise = left();
     return tone;
 }

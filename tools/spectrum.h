@@ -45,10 +45,10 @@ private:
 
 /// A tone with what else there is, powers in mean squares.
 struct Tone {
-    double bin;       ///< where it stands, in bins of the spectrum and parts of a bin
-    double power;     ///< of the tone itself
-    double rest;      ///< everything else but the part at 0 hertz
-    double harmonics; ///< what of the rest stands at the 2nd to the 10th harmonic, mirrored ones included
+    double bin;   ///< where it stands, in bins of the spectrum and parts of a bin
+    double power; ///< of the tone itself
+    double rest;  ///< everything else but the part at 0 hertz
+    double noise; ///< what of the rest does not stand at the 2nd to the 10th harmonic, mirrored ones included
 };
 
 /// The tone that holds at least half of the sound's power; nothing if there is none.

@@ -55,7 +55,7 @@ std::vector<double> Ticks(const Axis& axis)
 {
     std::vector<double> ticks;
     for (double n = std::ceil(axis.first / axis.step - 1e-9); n * axis.step <= axis.last + 1e-9; ++n) {
-        ticks.push_back(n * axis.step);
+        ticks.push_back(n * axis.step + 0.0); // not -0
     }
     return ticks;
 }
@@ -95,7 +95,8 @@ double SvgPlot::X(double value) const
 
 double SvgPlot::Y(double value) const
 {
-    return kBottom - (kBottom - kTop) * (std::clamp(value, y_.first, y_.last) - y_.first) / (y_.last - y_.first);
+    const double y = kBottom - (kBottom - kTop) * (value - y_.first) / (y_.last - y_.first);
+    return std::clamp(y, 0.0, kHeight); // what is outside the plot is clipped
 }
 
 void SvgPlot::AddCurve(std::string_view name, std::span<const Point> points)
@@ -110,7 +111,7 @@ void SvgPlot::AddCurve(std::string_view name, std::span<const Point> points)
     char move = 'M';
     for (std::size_t i = 0; i < points.size();) {
         const double column = std::floor(X(points[i].x) / kColumn);
-        double y = kBottom;
+        double y = kHeight;
         for (; i < points.size() && std::floor(X(points[i].x) / kColumn) <= column; ++i) {
             y = std::min(y, Y(points[i].y));
         }
@@ -159,7 +160,10 @@ void SvgPlot::AddMap(std::span<const double> levels, std::size_t columns)
 
 std::string SvgPlot::Text() const
 {
-    return head_ + map_ + curves_ +
+    return head_ + map_ +
+           Print("<clipPath id=\"plot\"><path d=\"M%g %gH%gV%gH%gz\"/></clipPath>\n<g clip-path=\"url(#plot)\">\n",
+                 kLeft, kTop, kRight, kBottom, kLeft) +
+           curves_ + "</g>\n" +
            Print("<rect x=\"%g\" y=\"%g\" width=\"%g\" height=\"%g\" fill=\"none\" stroke=\"#555\"/>\n", kLeft, kTop,
                  kRight - kLeft, kBottom - kTop) +
            legend_ + "</svg>\n";

@@ -26,7 +26,7 @@ public:
     SvgPlot(std::string_view title, const Axis& x, const Axis& y);
 
     /// Adds points, in ascending order of x, as a curve. Of points that are closer than the picture can show, the
-    /// highest is drawn; what lies outside the axes is drawn at their ends.
+    /// highest is drawn.
     void AddCurve(std::string_view name, std::span<const Point> points);
 
     /// Fills the plot with a grid of cells, row by row from the lowest: a level of -100 or less is blank, 0 is darkest.

@@ -1,15 +1,19 @@
-# Fails if an object of a loop target holds or takes a weak symbol: the linker would keep one copy of it for all targets,
-# and that copy may use instructions that the processor does not have.
+# Fails if an object that is compiled for one instruction set holds or takes a weak symbol: the linker would keep one
+# copy of it for all of them, and that copy may use instructions that the processor does not have.
 #   NM       the program
-#   OBJECTS  the objects of the loops; those of targets are told by their names
+#   OBJECTS  objects; those that count are told by their names
+#   NAMES    a pattern for their names
+#   CONTENT  a pattern for what each of them holds
+#   COUNT    how many there are at least
 set(checked 0)
 foreach(object IN LISTS OBJECTS)
-  if(NOT object MATCHES "/target_[^/]*$")
+  get_filename_component(name ${object} NAME)
+  if(NOT name MATCHES "${NAMES}")
     continue()
   endif()
   execute_process(COMMAND ${NM} ${object} OUTPUT_VARIABLE symbols RESULT_VARIABLE result)
-  if(NOT result EQUAL 0 OR NOT symbols MATCHES "g_sLoops")
-    message(FATAL_ERROR "${object} holds no table of loops")
+  if(NOT result EQUAL 0 OR NOT symbols MATCHES "${CONTENT}")
+    message(FATAL_ERROR "${object} does not hold ${CONTENT}")
   endif()
   string(REGEX MATCHALL "[^\n]* [VvWwu] [^\n]*" weak "${symbols}")
   if(weak)
@@ -18,7 +22,7 @@ foreach(object IN LISTS OBJECTS)
   endif()
   math(EXPR checked "${checked} + 1")
 endforeach()
-if(checked LESS 2)
-  message(FATAL_ERROR "found ${checked} targets, expected the plain form and at least one more")
+if(checked LESS COUNT)
+  message(FATAL_ERROR "found ${checked} objects, expected ${COUNT} at least")
 endif()
-message(STATUS "${checked} targets without weak symbols")
+message(STATUS "${checked} objects without weak symbols")

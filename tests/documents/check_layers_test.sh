@@ -22,6 +22,7 @@ expect engine/a.cpp '#include "engine/deep/b.h"' fine
 expect engine/a.cpp '#include <zta/status.h>' fine
 expect engine/a.cpp '#include <vector>' fine
 expect kernels/loops/a.h '#include <immintrin.h>' fine
+expect signal/a.h '#include "support/b.h"' fine
 expect host/a.cpp '#include <sys/mman.h>' fine
 expect tests/unit/a.cpp '#include "engine/b.h"' fine
 expect component/a.cpp '#include "version_values.h"' fine
@@ -31,6 +32,8 @@ expect engine/a.cpp '#include "kernels/loops/loops.h"' \
 expect kernels/a.cpp '  #  include "engine/b.h"' 'kernels/a.cpp:2: kernels may not include engine: engine/b.h'
 expect kernels/loops/a.inc '#include <zta/status.h>' \
     'kernels/loops/a.inc:2: kernels/loops may not include include: zta/status.h'
+expect signal/a.inc '#include "kernels/loops/loops.h"' \
+    'signal/a.inc:2: signal may not include kernels/loops: kernels/loops/loops.h'
 expect kernels/a.h '#include <unistd.h>' 'kernels/a.h:2: kernels may not include system: unistd.h'
 expect include/zta/a.h '#include <sys/types.h>' 'include/zta/a.h:2: include may not include system: sys/types.h'
 expect include/zta/a.h '#include "nowhere/a.h"' \

@@ -1,0 +1,100 @@
+// First calls of the signal functions on many threads at once.
+
+#include "signal/feature_rules.h"
+#include "tests/support/signal_spies.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <barrier>
+#include <thread>
+#include <vector>
+
+namespace zta::test {
+namespace {
+
+constexpr int threadCount = 64;
+
+/// Runs a function with the thread's number on all threads at one moment.
+template <class Body>
+void Race(Body body)
+{
+    std::barrier start(threadCount);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < threadCount; ++i) {
+        threads.emplace_back([&start, body, i] {
+            start.arrive_and_wait();
+            body(i);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+int BuildOfThisProcessor()
+{
+    std::uint64_t mask = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    ZtaCheckFeatures(mask, mask);
+    return static_cast<int>(ZtaSelectBuild(mask).ulIndex);
+}
+
+TEST(DispatchRace, FirstCallsOnManyThreadsAllWork)
+{
+    InFreshProcess([] {
+        std::vector<std::vector<std::int16_t>> results(threadCount, std::vector<std::int16_t>(100));
+        Race([&results](int i) {
+            const auto value = static_cast<std::int16_t>(i + 1);
+            if (i % 3 == 0) {
+                ippsFree(ippsMalloc_8u(i + 1));
+            } else if (i % 3 == 1) {
+                const std::int16_t source[] = {value};
+                ippsMove_16s(source, results[static_cast<std::size_t>(i)].data(), 1);
+            }
+            ippsSet_16s(value, results[static_cast<std::size_t>(i)].data(), 100);
+        });
+        for (int i = 0; i < threadCount; ++i) {
+            const auto& result = results[static_cast<std::size_t>(i)];
+            EXPECT_EQ(std::count(result.begin(), result.end(), i + 1), 100) << "thread " << i;
+        }
+    });
+}
+
+TEST(DispatchRace, FirstCallsOnManyThreadsReachOneBuild)
+{
+    InFreshProcess([] {
+        RedirectAllToSpies();
+        std::vector<int> reached(threadCount);
+        Race([&reached](int i) {
+            ippsSet_16s(0, nullptr, 0);
+            reached[static_cast<std::size_t>(i)] = reachedBuild;
+        });
+        EXPECT_EQ(std::count(reached.begin(), reached.end(), BuildOfThisProcessor()), threadCount);
+    });
+}
+
+// Selections go on while others call: no call sees an index that is not finished.
+TEST(DispatchRace, SelectingTheSameBuildAgainIsSeenByNobody)
+{
+    InFreshProcess([] {
+        RedirectAllToSpies();
+        const int expected = BuildOfThisProcessor();
+        std::atomic<int> missed = 0;
+        Race([&missed, expected](int i) {
+            for (int round = 0; round < 200; ++round) {
+                if (i % 2 == 0) {
+                    ippInit();
+                }
+                for (int call = 0; call < 50; ++call) {
+                    ippsSet_16s(0, nullptr, 0);
+                    missed += reachedBuild != expected ? 1 : 0;
+                }
+            }
+        });
+        EXPECT_EQ(missed, 0);
+    });
+}
+
+} // namespace
+} // namespace zta::test

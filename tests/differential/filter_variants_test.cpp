@@ -1,0 +1,191 @@
+// All builds of the resampler's filter and run against the model and against each other, on random filters and
+// stretches, by their own names and through the public functions.
+
+#include "tests/support/filter_block.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <random>
+
+namespace {
+
+using models::BlockLayout;
+using models::FilterPlan;
+using models::TapKind;
+using zta::test::ExecutableSignalBuilds;
+using zta::test::FilterBlock;
+using zta::test::HintOf;
+using zta::test::SignalBuild;
+
+std::mt19937 Random()
+{
+    const char* chosen = std::getenv("ZTA_TEST_SEED");
+    const unsigned seed =
+        chosen != nullptr ? static_cast<unsigned>(std::strtoul(chosen, nullptr, 10)) : std::random_device{}();
+    std::cout << "ZTA_TEST_SEED=" << seed << "\n";
+    return std::mt19937(seed);
+}
+
+int Between(std::mt19937& random, int low, int high)
+{
+    return std::uniform_int_distribution<int>(low, high)(random);
+}
+
+FilterPlan RandomPlan(std::mt19937& random)
+{
+    const int most = Between(random, 0, 3) == 0 ? 2000 : 60;
+    const FilterPlan plan{Between(random, 1, most), Between(random, 1, most), Between(random, 1, 90),
+                          Between(random, 0, 2) == 0 ? TapKind::Floats : TapKind::Words};
+    return Between(random, 0, 3) == 0 ? FilterPlan{plan.inRate, plan.outRate, 32, TapKind::Words} : plan;
+}
+
+/// Noise, a square wave of full scale, impulses, or a constant.
+std::vector<std::int16_t> RandomSignal(std::mt19937& random, std::size_t count)
+{
+    const int form = Between(random, 0, 3);
+    const int period = Between(random, 2, 50);
+    const int level = Between(random, 0, 1) == 0 ? 32767 : -32768;
+    std::vector<std::int16_t> signal(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const bool first = static_cast<int>(i) % period < period / 2;
+        const int value = form == 0   ? Between(random, -32768, 32767)
+                          : form == 1 ? (first ? 32767 : -32768)
+                          : form == 2 ? (static_cast<int>(i) % period == 0 ? level : 0)
+                                      : level;
+        signal[i] = static_cast<std::int16_t>(value);
+    }
+    return signal;
+}
+
+struct Output {
+    IppStatus status;
+    std::vector<std::int16_t> samples;
+    double time;
+};
+
+Output RunBy(decltype(&ippsResamplePolyphaseFixed_16s) run, const std::vector<std::int16_t>& source, int len,
+             float norm, double time, const FilterBlock& filter, std::size_t room)
+{
+    std::vector<std::int16_t> samples(room, 0x5A5A);
+    int count = -1;
+    const IppStatus status = run(source.data(), len, samples.data(), norm, &time, &count, filter.Get());
+    samples.resize(static_cast<std::size_t>(std::max(count, 0)));
+    return {status, samples, time};
+}
+
+TEST(FilterVariants, BuildTheSameBlock)
+{
+    std::mt19937 random = Random();
+    const std::vector<SignalBuild> builds = ExecutableSignalBuilds();
+    for (int round = 0; round < 60; ++round) {
+        const FilterPlan plan = RandomPlan(random);
+        const BlockLayout layout(plan);
+        const float rollOff = std::uniform_real_distribution<float>(0.05f, 1.0f)(random);
+        const float alpha = std::uniform_real_distribution<float>(1.0f, 20.0f)(random);
+        SCOPED_TRACE(testing::Message() << plan.inRate << " to " << plan.outRate << ", length " << plan.length);
+        const FilterBlock block(static_cast<std::size_t>(layout.size));
+        std::vector<std::uint8_t> first;
+        for (const SignalBuild& build : builds) {
+            std::memset(block.Bytes(), FilterBlock::kPoison, block.Size());
+            ASSERT_EQ(build.ippsResamplePolyphaseFixedInit_16s(plan.inRate, plan.outRate, plan.length, rollOff, alpha,
+                                                               block.Get(), HintOf(plan.kind)),
+                      ippStsNoErr);
+            const std::vector<std::uint8_t> bytes(block.Bytes(), block.Bytes() + block.Size());
+            first = first.empty() ? bytes : first;
+            ASSERT_EQ(bytes, first) << build.prefix;
+            ASSERT_TRUE(block.IsUntouchedFrom(block.Size()));
+        }
+        const std::vector<double> prototype = models::Prototype(layout, rollOff, alpha);
+        const bool shares = layout.stride == 2 * layout.halfLen && layout.outRate > 1;
+        for (std::int64_t p = 0; p < layout.outRate; ++p) {
+            const std::vector<double> row = models::Row(layout, prototype, p);
+            for (std::size_t i = 0; i < row.size() - (shares && p == 0 ? 1 : 0); ++i) {
+                ASSERT_TRUE(plan.kind == TapKind::Words ? models::IsRoundedTap(block.Row<std::int16_t>(p)[i], row[i])
+                                                        : models::IsRoundedTap(block.Row<float>(p)[i], row[i]))
+                    << "row " << p << " tap " << i;
+            }
+        }
+        const std::vector<std::int16_t> steps = models::Steps(layout);
+        ASSERT_TRUE(std::equal(steps.begin(), steps.end(), block.Head().steps));
+    }
+}
+
+TEST(FilterVariants, RunAlike)
+{
+    std::mt19937 random = Random();
+    const std::vector<SignalBuild> builds = ExecutableSignalBuilds();
+    for (int round = 0; round < 400; ++round) {
+        const FilterPlan plan = RandomPlan(random);
+        const bool words = plan.kind == TapKind::Words;
+        const float rollOff = std::uniform_real_distribution<float>(0.3f, 1.0f)(random);
+        const FilterBlock filter = zta::test::MakeFilter(builds.front(), plan, rollOff, 9.0f);
+        const int half = filter.Head().halfLen;
+        const int len = Between(random, 0, 2) == 0 ? Between(random, 1, 4) : Between(random, 1, 1500);
+        const double time =
+            half + Between(random, 0, 9) +
+            (Between(random, 0, 3) == 0 ? Between(random, 0, 999) / 1000.0
+                                        : Between(random, 0, plan.outRate - 1) / static_cast<double>(plan.outRate));
+        const float norm =
+            Between(random, 0, 1) == 0 ? 1.0f : std::uniform_real_distribution<float>(-2.0f, 2.0f)(random);
+        SCOPED_TRACE(testing::Message() << plan.inRate << " to " << plan.outRate << ", length " << plan.length
+                                        << ", len " << len << ", time " << time << ", norm " << norm);
+        if (static_cast<std::int64_t>(len) * plan.outRate / plan.inRate > 100000) {
+            continue;
+        }
+        const std::vector<std::int16_t> source =
+            RandomSignal(random, static_cast<std::size_t>(len + 3 * half + plan.inRate / plan.outRate + 20));
+        for (const SignalBuild& build : builds) {
+            const bool early = std::string(build.prefix) == "m7" || std::string(build.prefix) == "n8";
+            const models::RunResult model = models::Run(source.data(), len, norm, time, filter.Get(), early);
+            const Output output =
+                RunBy(build.ippsResamplePolyphaseFixed_16s, source, len, norm, time, filter, model.samples.size() + 2);
+            ASSERT_EQ(output.status, ippStsNoErr);
+            ASSERT_EQ(output.samples.size(), model.samples.size()) << build.prefix;
+            ASSERT_EQ(output.time, model.time) << build.prefix;
+            if (words) {
+                ASSERT_EQ(output.samples, model.samples) << build.prefix;
+            }
+            for (std::size_t i = 0; i < model.samples.size(); ++i) {
+                ASSERT_TRUE(output.samples[i] == model.samples[i] || model.unsure[i]) << build.prefix << " at " << i;
+                ASSERT_NEAR(output.samples[i], model.samples[i], 1) << build.prefix << " at " << i;
+            }
+        }
+    }
+}
+
+TEST(FilterVariants, AreReachedThroughThePublicFunctions)
+{
+    std::mt19937 random = Random();
+    const std::vector<std::int16_t> source = RandomSignal(random, 1200);
+    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+        const std::uint64_t takeMyWord = std::uint64_t{1} << 63;
+        ippSetCpuFeatures(takeMyWord | build.features);
+        for (const auto& [in, out] : {std::pair{44100, 48000}, std::pair{48000, 44100}}) {
+            for (const TapKind kind : {TapKind::Words, TapKind::Floats}) {
+                int size = 0;
+                int length = 0;
+                int height = 0;
+                ASSERT_EQ(ippsResamplePolyphaseFixedGetSize_16s(in, out, 32, &size, &length, &height, HintOf(kind)),
+                          ippStsNoErr);
+                const FilterBlock filter(static_cast<std::size_t>(size));
+                ASSERT_EQ(ippsResamplePolyphaseFixedInit_16s(in, out, 32, 1.0f, 9.0f, filter.Get(), HintOf(kind)),
+                          ippStsNoErr);
+                for (const int len : {1, 700}) {
+                    const Output output =
+                        RunBy(&ippsResamplePolyphaseFixed_16s, source, len, 1.0f, 17.25, filter, 2000);
+                    const Output direct =
+                        RunBy(build.ippsResamplePolyphaseFixed_16s, source, len, 1.0f, 17.25, filter, 2000);
+                    EXPECT_EQ(output.samples, direct.samples);
+                    EXPECT_EQ(output.time, direct.time);
+                    EXPECT_EQ(output.samples.size(),
+                              models::Run(source.data(), len, 1.0f, 17.25, filter.Get(), false).samples.size());
+                }
+            }
+        }
+    }
+    ippInit();
+}
+
+} // namespace

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// The resampler's filter and its run once more, written from their definitions: the filter from the distance of each
+/// tap to its output, the run from the position of each output.
+namespace models {
+
+enum class TapKind { Words, Floats };
+
+struct FilterPlan {
+    int inRate;
+    int outRate;
+    int length;
+    TapKind kind;
+};
+
+/// The sizes of a filter's block, and where its parts begin.
+struct BlockLayout {
+    explicit BlockLayout(const FilterPlan& plan);
+
+    std::int64_t inRate; ///< in lowest terms
+    std::int64_t outRate;
+    std::int64_t halfLen;
+    std::int64_t stride; ///< in taps
+    std::int64_t tapSize;
+    std::int64_t coefficients;
+    std::int64_t rowPointers;
+    std::int64_t rows;
+    std::int64_t prototype;
+    std::int64_t size; ///< as a caller is told
+};
+
+/// The normalised prototype by the distance from the centre, in units of 1 / outRate of an input sample, before it is
+/// scaled and rounded to taps.
+std::vector<double> Prototype(const BlockLayout& layout, float rollOff, float alpha);
+
+/// The taps of one row, without the places that rows share.
+std::vector<double> Row(const BlockLayout& layout, const std::vector<double>& prototype, std::int64_t phase);
+
+/// The step table.
+std::vector<std::int16_t> Steps(const BlockLayout& layout);
+
+/// Whether a 16-bit or single-precision tap is `value` rounded, or as near to a tie as the last bits of a double are.
+bool IsRoundedTap(std::int16_t tap, double value);
+bool IsRoundedTap(float tap, double value);
+
+/// What stands at the beginning of a block.
+struct BlockHead {
+    std::int32_t inRate;
+    std::int32_t outRate;
+    float tapScale;
+    std::int32_t halfLen;
+    std::int32_t tapKind;
+    std::int32_t gap;
+    const std::int16_t* steps;
+    const void* const* rows;
+    std::uint32_t reserved;
+    std::uint32_t end;
+};
+
+/// Reads the head of a block, or of whatever else looks like one.
+BlockHead HeadOf(const void* block);
+
+struct RunResult {
+    std::vector<std::int16_t> samples;
+    std::vector<bool> unsure; ///< where the last bits of a sum of floats decide
+    double time;
+};
+
+/// `sumsInFloat`: sums of single-precision products are rounded to float, and no product is exempt from that.
+RunResult Run(const std::int16_t* source, int len, float norm, double time, const void* block, bool sumsInFloat);
+
+} // namespace models

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "signal/functions.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace zta::test {
+
+/// One build of the signal functions: every function under the name that it has without its prefix.
+struct SignalBuild {
+    const char* prefix;
+    std::uint64_t features; ///< what the processor must have to run it
+#define ZTA_TEST_MEMBER(result, name, prefix, parameters, arguments) decltype(&m7_##name) name;
+    ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_MEMBER, )
+    ZTA_IPP_INNER_LIST(ZTA_TEST_MEMBER, )
+#undef ZTA_TEST_MEMBER
+};
+
+inline std::ostream& operator<<(std::ostream& stream, const SignalBuild& build)
+{
+    return stream << build.prefix;
+}
+
+inline const SignalBuild signalBuilds[] = {
+#define ZTA_TEST_POINTER(result, name, prefix, parameters, arguments) prefix##_##name,
+#define ZTA_TEST_BUILD(argument, prefix, features, options)                                                            \
+    {#prefix, (features),                                                                                              \
+     ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_POINTER, prefix) ZTA_IPP_INNER_LIST(ZTA_TEST_POINTER, prefix)},
+    ZTA_IPP_VARIANT_LIST(ZTA_TEST_BUILD, )
+#undef ZTA_TEST_BUILD
+#undef ZTA_TEST_POINTER
+};
+
+/// The builds that this processor can run, in their order.
+inline std::vector<SignalBuild> RunnableSignalBuilds()
+{
+    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    std::vector<SignalBuild> runnable;
+    for (const SignalBuild& build : signalBuilds) {
+        if ((features & build.features) == build.features) {
+            runnable.push_back(build);
+        }
+    }
+    return runnable;
+}
+
+/// For parameterized tests: the build's prefix as the name of the case.
+struct SignalBuildName {
+    template <class Info>
+    std::string operator()(const Info& info) const
+    {
+        return info.param.prefix;
+    }
+};
+
+} // namespace zta::test

@@ -1,0 +1,478 @@
+// Which build of the signal functions a call reaches, and what the functions around the selection return.
+
+#include "signal/feature_rules.h"
+#include "tests/support/signal_builds.h"
+#include "tests/support/signal_spies.h"
+
+#include <gtest/gtest.h>
+
+#include <cpuid.h>
+
+#include <iterator>
+#include <string>
+#include <tuple>
+
+namespace zta::test {
+namespace {
+
+constexpr unsigned long takeMyWord = 1ul << 63;
+
+/// Masks that select the builds, in their order.
+constexpr unsigned long completeMasks[] = {0x7, 0x1F, 0xDF, 0x1DF, 0x81DF, 0xF081DF, 0x73081DF};
+
+std::uint64_t DetectedFeatures()
+{
+    return ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+}
+
+// The rule.
+
+struct Selection {
+    unsigned index;
+    unsigned long enabled;
+    int status;
+    bool operator==(const Selection&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Selection& selection)
+{
+    return stream << "index " << selection.index << ", enabled 0x" << std::hex << selection.enabled << std::dec
+                  << ", status " << selection.status;
+}
+
+Selection Select(unsigned long mask)
+{
+    Selection selection{99, mask, 0};
+    selection.status = ownFeaturesToIdx(&selection.enabled, &selection.index);
+    return selection;
+}
+
+/// The rule, written down a second time.
+Selection ExpectedSelection(unsigned long mask)
+{
+    const auto make = [mask](unsigned index, unsigned long implied) {
+        return Selection{index, mask | implied, (mask & implied) == implied ? 0 : 51};
+    };
+    if ((mask & 0x7300000) == 0x7300000) {
+        return make(6, 0x73081DF);
+    }
+    if ((mask & 0xF00000) == 0xF00000) {
+        return make(5, 0xF081DF);
+    }
+    if (mask & 0x8000) {
+        return make(4, 0x81DF);
+    }
+    if (mask & 0x100) {
+        return make(3, 0x1DF);
+    }
+    if (mask & 0x80) {
+        return make(2, 0xDF);
+    }
+    if (mask & 0x40) {
+        return make(1, 0x5F);
+    }
+    if (mask & 0x20) {
+        return make(1, 0x3F);
+    }
+    if (mask & 0x10) {
+        return make(1, 0x1F);
+    }
+    if (mask & 8) {
+        return make(0, 0xF);
+    }
+    if (mask & 4) {
+        return make(0, 7);
+    }
+    return {0, mask | (mask & 2 ? 3ul : 1ul), 36};
+}
+
+TEST(FeatureRules, AllMasksOfTheFeaturesThatMatter)
+{
+    constexpr int bits[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 15, 20, 21, 22, 23, 24, 25, 26};
+    for (unsigned long subset = 0; subset < 1ul << std::size(bits); ++subset) {
+        unsigned long mask = 0;
+        for (std::size_t i = 0; i < std::size(bits); ++i) {
+            mask |= (subset >> i & 1) << bits[i];
+        }
+        ASSERT_EQ(Select(mask), ExpectedSelection(mask)) << std::hex << mask;
+    }
+}
+
+TEST(FeatureRules, OtherFeaturesChangeNothingAndStayInTheMask)
+{
+    constexpr unsigned long others = ~0x7F081FFul;
+    for (const unsigned long mask : completeMasks) {
+        Selection expected = ExpectedSelection(mask);
+        expected.enabled |= others;
+        EXPECT_EQ(Select(mask | others), expected) << std::hex << mask;
+    }
+}
+
+TEST(FeatureRules, CompleteMasksSelectTheBuildsInTheirOrder)
+{
+    ASSERT_EQ(std::size(completeMasks), std::size(signalBuilds));
+    for (unsigned index = 0; index < std::size(completeMasks); ++index) {
+        EXPECT_EQ(Select(completeMasks[index]), (Selection{index, completeMasks[index], 0}));
+    }
+}
+
+TEST(FeatureRules, BothAvx512GroupsSelectTheWideOne)
+{
+    EXPECT_EQ(Select(0x7F081DF).index, 6u);
+    EXPECT_EQ(Select(0x7F081DF).status, 0);
+}
+
+TEST(FeatureRules, PartOfAnAvx512GroupFallsToAvx2)
+{
+    EXPECT_EQ(Select(0x63081DF), (Selection{4, 0x63081DF, 0}));
+    EXPECT_EQ(Select(0x7081DF), (Selection{4, 0x7081DF, 0}));
+}
+
+TEST(FeatureRules, Avx2WithoutFmaIsOneFeatureLessAndSelectsAvx)
+{
+    SZtaProcessorWords words{};
+    words.sLeaf0.ulEax = 7;
+    words.sLeaf1.ulEdx = 0x7 << 24 | 1u << 23;
+    words.sLeaf1.ulEcx = 1u << 0 | 1u << 9 | 1u << 19 | 1u << 20 | 1u << 27 | 1u << 28;
+    words.sLeaf7.ulEbx = 1u << 3 | 1u << 5 | 1u << 8;
+    words.ui64Xcr0 = 7;
+    EXPECT_EQ(Select(ZtaFeaturesOfProcessor(words)).index, 3u);
+    words.sLeaf1.ulEcx |= 1u << 12;
+    EXPECT_EQ(Select(ZtaFeaturesOfProcessor(words)).index, 4u);
+}
+
+// The check of a mask against the processor.
+
+struct Check {
+    std::uint64_t mask;
+    int status;
+    bool operator==(const Check&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Check& check)
+{
+    return stream << "mask 0x" << std::hex << check.mask << std::dec << ", status " << check.status;
+}
+
+Check CheckMask(std::uint64_t mask, std::uint64_t detected)
+{
+    const int status = ZtaCheckFeatures(mask, detected);
+    return {mask, status};
+}
+
+TEST(FeatureCheck, WhatTheProcessorHasIsFine)
+{
+    EXPECT_EQ(CheckMask(0, 0), (Check{0, 0}));
+    EXPECT_EQ(CheckMask(0x1F, 0xFF), (Check{0x1F, 0}));
+    EXPECT_EQ(CheckMask(0x2073081FF, 0x2073083FF), (Check{0x2073081FF, 0}));
+}
+
+TEST(FeatureCheck, AvxGoesWithoutTheOperatingSystemsConsent)
+{
+    EXPECT_EQ(CheckMask(0x81FF, 0x81FF), (Check{0xFF, 49}));
+    EXPECT_EQ(CheckMask(0x1FF, 0x1FF), (Check{0xFF, 49}));
+    EXPECT_EQ(CheckMask(0x80FF, 0x80FF), (Check{0xFF, 49}));
+    EXPECT_EQ(CheckMask(0x81FF, 0x83FF), (Check{0x81FF, 0}));
+}
+
+TEST(FeatureCheck, EachAvx512FeatureGoesWithoutTheOperatingSystemsConsent)
+{
+    constexpr std::uint64_t group = 0xC6FF00000;
+    for (int bit = 0; bit < 37; ++bit) {
+        const std::uint64_t feature = std::uint64_t{1} << bit;
+        const bool inGroup = (group & feature) != 0;
+        const std::uint64_t detected = (feature | 0x200) & ~0x200000000ul;
+        const bool consents = bit == 33; // the consent itself: taken from detected here, so that it is refused
+        EXPECT_EQ(CheckMask(feature, detected), (Check{inGroup ? 0 : feature, inGroup || consents ? 49 : 0})) << bit;
+        EXPECT_EQ(CheckMask(feature, detected | 0x200000000), (Check{feature, 0})) << bit;
+    }
+    EXPECT_EQ(CheckMask(group | 0xFF, group | 0xFF), (Check{0xFF, 49}));
+}
+
+TEST(FeatureCheck, WhatTheProcessorLacksStaysAndIsWarnedOf)
+{
+    EXPECT_EQ(CheckMask(0x1F, 0xF), (Check{0x1F, 49}));
+    EXPECT_EQ(CheckMask(0x81DF, 0x2DF), (Check{0x81DF, 49}));
+    EXPECT_EQ(CheckMask(0x1000, 0xFFF), (Check{0x1000, 49}));
+}
+
+TEST(FeatureCheck, UnknownFeaturesAreWarnedOfButALackIsTheLastWord)
+{
+    for (int bit = 37; bit <= 62; ++bit) {
+        const std::uint64_t unknown = std::uint64_t{1} << bit;
+        EXPECT_EQ(CheckMask(unknown, unknown), (Check{unknown, 50})) << bit; // taken from a caller's word
+        EXPECT_EQ(CheckMask(unknown, 0), (Check{unknown, 49})) << bit;
+        EXPECT_EQ(CheckMask(unknown | 0x100, unknown | 0x100), (Check{unknown, 49})) << bit;
+    }
+}
+
+// An operating system that does not keep the wide registers: what the first call gets from it.
+TEST(FeatureCheck, Avx2WithoutConsentEndsAtSse42)
+{
+    std::uint64_t mask = 0x81DF;
+    EXPECT_EQ(ZtaCheckFeatures(mask, 0x81DF), ippStsFeatureNotSupported);
+    EXPECT_EQ(Select(mask), (Selection{2, 0xDF, 0}));
+}
+
+TEST(Vendor, IsIntelsOnlyByAllThreeWords)
+{
+    const SZtaCpuidLeaf intel = {0, 0x756E6547, 0x6C65746E, 0x49656E69};
+    EXPECT_TRUE(ZtaIsGenuineIntel(intel));
+    for (const auto word : {&SZtaCpuidLeaf::ulEbx, &SZtaCpuidLeaf::ulEcx, &SZtaCpuidLeaf::ulEdx}) {
+        SZtaCpuidLeaf other = intel;
+        other.*word ^= 1;
+        EXPECT_FALSE(ZtaIsGenuineIntel(other));
+    }
+    SZtaCpuidLeaf more = intel;
+    more.ulEax = 0x20;
+    EXPECT_TRUE(ZtaIsGenuineIntel(more));
+}
+
+TEST(Vendor, IsReadFromThisProcessor)
+{
+    unsigned eax = 0;
+    char name[13] = {};
+    ASSERT_TRUE(__get_cpuid(0, &eax, reinterpret_cast<unsigned*>(name), reinterpret_cast<unsigned*>(name + 8),
+                            reinterpret_cast<unsigned*>(name + 4)));
+    EXPECT_EQ(ipp_is_GenuineIntel(), std::string(name) == "GenuineIntel" ? 1 : 0);
+}
+
+// The process-wide state.
+
+TEST(CpuFeatures, AreThoseOfTheProcessor)
+{
+    unsigned long mask = 0;
+    unsigned words[4] = {};
+    EXPECT_EQ(ippGetCpuFeatures(&mask, words), ippStsNoErr);
+    EXPECT_EQ(mask, DetectedFeatures());
+    unsigned expected[4] = {};
+    ASSERT_TRUE(__get_cpuid(1, &expected[0], &expected[1], &expected[2], &expected[3]));
+    EXPECT_EQ(words[0], expected[0]);
+    EXPECT_EQ(words[1] & 0xFFFFFF, expected[1] & 0xFFFFFF); // the highest byte is the number of the core
+    EXPECT_EQ(words[2], expected[2]);
+    EXPECT_EQ(words[3], expected[3]);
+
+    mask = 0;
+    EXPECT_EQ(ippGetCpuFeatures(&mask, nullptr), ippStsNoErr);
+    EXPECT_EQ(mask, DetectedFeatures());
+    mask = 0;
+    EXPECT_EQ(ownGetMaskFeatures(&mask), 1);
+    EXPECT_EQ(mask, DetectedFeatures());
+}
+
+TEST(CpuFeatures, TakeNoNullMask)
+{
+    unsigned words[4] = {1, 2, 3, 4};
+    EXPECT_EQ(ippGetCpuFeatures(nullptr, words), ippStsNullPtrErr);
+    EXPECT_EQ(words[0], 1u);
+    EXPECT_EQ(words[3], 4u);
+}
+
+TEST(CpuFeatures, EnabledOnesAreStoredAsTold)
+{
+    InFreshProcess([] {
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0u);
+        ippSetCpuFeaturesMask(0x123456789ABCDEF);
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x123456789ABCDEFu);
+        EXPECT_EQ(ownGetFeature(0x0ABCDEF), 1);
+        EXPECT_EQ(ownGetFeature(0x10), 0);
+        EXPECT_EQ(ownGetFeature(0x1F), 0); // not all of it
+        EXPECT_EQ(ownGetFeature(0), 1);
+    });
+}
+
+TEST(CpuFeatures, EnabledOnesCanBecomeTheDetectedOnes)
+{
+    InFreshProcess([] {
+        ippSetCpuFeaturesMask(0xDF);
+        ownMaskIsFeatures();
+        unsigned long mask = 0;
+        EXPECT_EQ(ippGetCpuFeatures(&mask, nullptr), ippStsNoErr);
+        EXPECT_EQ(mask, 0xDFu);
+    });
+}
+
+TEST(SetCpuFeatures, TheEdges)
+{
+    if ((DetectedFeatures() & 0x1F) != 0x1F) {
+        GTEST_SKIP() << "this processor has no SSSE3";
+    }
+    InFreshProcess([] {
+        EXPECT_EQ(ippSetCpuFeatures(0x1F), 0);
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x1Fu);
+        EXPECT_EQ(ippSetCpuFeatures(0x10), 51);
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x1Fu);
+        EXPECT_EQ(ippSetCpuFeatures(0), 36);
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 1u);
+        EXPECT_EQ(ippSetCpuFeatures(2), 36);
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 3u);
+        EXPECT_EQ(ippSetCpuFeatures(0x101F), 49); // bit 12 means nothing, and no processor has it
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x101Fu);
+        EXPECT_EQ(ippSetCpuFeatures(0x1010), 49); // the check's warning goes before the rule's
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x101Fu);
+        unsigned index = 99;
+        EXPECT_EQ(ownSetCpuFeaturesAndIdx(0x7, &index), 0);
+        EXPECT_EQ(index, 0u);
+        EXPECT_EQ(ownSetCpuFeaturesAndIdx(0x1F, &index), 0);
+        EXPECT_EQ(index, 1u);
+    });
+}
+
+TEST(SetCpuFeatures, TakesTheCallersWord)
+{
+    InFreshProcess([] {
+        ippSetCpuFeaturesMask(0x5);
+        EXPECT_EQ(ippSetCpuFeatures(takeMyWord | 0x1F), 0);
+        unsigned long detected = 0;
+        ippGetCpuFeatures(&detected, nullptr);
+        EXPECT_EQ(detected, 0x5u);
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x1Fu);
+        EXPECT_EQ(ippSetCpuFeatures(takeMyWord | 1ul << 40 | 0x10), 51);
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), 1ul << 40 | 0x1F);
+    });
+}
+
+// Where calls go.
+
+template <class T>
+T SampleArgument(int number)
+{
+    if constexpr (std::is_pointer_v<T>) {
+        return reinterpret_cast<T>(static_cast<std::uintptr_t>(4096 + 16 * number));
+    } else if constexpr (std::is_floating_point_v<T>) {
+        return static_cast<T>(number) + T{0.25};
+    } else {
+        return static_cast<T>(number);
+    }
+}
+
+/// Calls a function with arguments that all differ, and expects them at a build's spy.
+template <auto Stub, int Build, class Result, class... Arguments, std::size_t... Numbers>
+void ExpectCallReaches(Result (*function)(Arguments...) noexcept, const char* name, std::index_sequence<Numbers...>)
+{
+    const std::tuple<Arguments...> arguments(SampleArgument<Arguments>(static_cast<int>(Numbers) + 3)...);
+    using Spy = SignalSpy<Stub, Build>;
+    Spy::arguments = {};
+    reachedBuild = -1;
+    std::apply(function, arguments);
+    EXPECT_EQ(reachedBuild, Build) << name;
+    EXPECT_TRUE(Spy::arguments == arguments) << name;
+}
+
+template <auto Stub, class Result, class... Arguments>
+void ExpectReaches(Result (*function)(Arguments...) noexcept, unsigned build, const char* name)
+{
+    constexpr auto numbers = std::index_sequence_for<Arguments...>();
+    switch (build) {
+#define ZTA_TEST_CASE(index)                                                                                           \
+    case index:                                                                                                        \
+        return ExpectCallReaches<Stub, index>(function, name, numbers);
+        ZTA_TEST_CASE(0)
+        ZTA_TEST_CASE(1)
+        ZTA_TEST_CASE(2)
+        ZTA_TEST_CASE(3)
+        ZTA_TEST_CASE(4)
+        ZTA_TEST_CASE(5)
+        ZTA_TEST_CASE(6)
+#undef ZTA_TEST_CASE
+    default:
+        FAIL() << "no build " << build;
+    }
+}
+
+TEST(Dispatch, EveryFunctionReachesEachBuildWithItsArguments)
+{
+    InFreshProcess([] {
+        RedirectAllToSpies();
+        for (unsigned build = 0; build < std::size(completeMasks); ++build) {
+            EXPECT_EQ(ippSetCpuFeatures(takeMyWord | completeMasks[build]), 0);
+#define ZTA_TEST_CALL(result, name, prefix, parameters, arguments) ExpectReaches<&in_##name>(&name, build, #name);
+            ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_CALL, )
+#undef ZTA_TEST_CALL
+        }
+    });
+}
+
+/// The build for this processor, by the rule.
+unsigned BuildOfThisProcessor()
+{
+    std::uint64_t mask = DetectedFeatures();
+    ZtaCheckFeatures(mask, mask);
+    return ExpectedSelection(mask).index;
+}
+
+// One process for each function: whichever comes first selects the build, and its arguments arrive.
+#define ZTA_TEST_FIRST_CALL(result, name, prefix, parameters, arguments)                                               \
+    TEST(FirstCall, Of_##name)                                                                                         \
+    {                                                                                                                  \
+        InFreshProcess([] {                                                                                            \
+            RedirectAllToSpies();                                                                                      \
+            ExpectReaches<&in_##name>(&name, BuildOfThisProcessor(), #name);                                           \
+            EXPECT_EQ(ippGetEnabledCpuFeatures(), Select(DetectedFeatures()).enabled);                                 \
+        });                                                                                                            \
+    }
+ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_FIRST_CALL, )
+#undef ZTA_TEST_FIRST_CALL
+
+TEST(Dispatch, StubsSelectAnewWhateverIsSelected)
+{
+    InFreshProcess([] {
+        RedirectAllToSpies();
+        EXPECT_EQ(ippSetCpuFeatures(0x7), 0);
+#define ZTA_TEST_CALL(result, name, prefix, parameters, arguments)                                                     \
+    ippSetCpuFeatures(0x7);                                                                                            \
+    ExpectReaches<&in_##name>(&name, 0, #name);                                                                        \
+    ExpectReaches<&in_##name>(&in_##name, BuildOfThisProcessor(), "in_" #name);
+        ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_CALL, )
+#undef ZTA_TEST_CALL
+    });
+}
+
+TEST(Dispatch, EnabledFeaturesAloneSelectNothing)
+{
+    InFreshProcess([] {
+        RedirectAllToSpies();
+        EXPECT_EQ(ippSetCpuFeatures(0x7), 0);
+        ippSetCpuFeaturesMask(0x73081DF);
+        ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, 0, "ippsSet_16s");
+    });
+}
+
+TEST(Init, SelectsTheBuildOfThisProcessorAndTellsTheVendor)
+{
+    InFreshProcess([] {
+        RedirectAllToSpies();
+        const Selection expected = ExpectedSelection(DetectedFeatures());
+        const int status = ipp_is_GenuineIntel() != 0 ? expected.status : 20;
+        EXPECT_EQ(ippInit(), status);
+        EXPECT_EQ(ippGetEnabledCpuFeatures(), expected.enabled);
+        ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, BuildOfThisProcessor(), "ippsSet_16s");
+        EXPECT_EQ(ippSetCpuFeatures(0x7), 0);
+        EXPECT_EQ(ippSafeInit(), status);
+        ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, BuildOfThisProcessor(), "ippsSet_16s");
+    });
+}
+
+TEST(Init, SelectsFromTheDetectedFeatures)
+{
+    InFreshProcess([] {
+        RedirectAllToSpies();
+        ippSetCpuFeaturesMask(0xDF);
+        ownMaskIsFeatures();
+        EXPECT_EQ(ippInit(), ipp_is_GenuineIntel() != 0 ? 0 : 20);
+        ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, 2, "ippsSet_16s");
+    });
+}
+
+// What the processor lacks is selected all the same where the caller asks for it, but never by the first call.
+TEST(Init, SelectsABuildThatTheProcessorRuns)
+{
+    bool runs = false;
+    for (const SignalBuild& build : RunnableSignalBuilds()) {
+        runs |= std::string(build.prefix) == signalBuilds[BuildOfThisProcessor()].prefix;
+    }
+    EXPECT_TRUE(runs);
+}
+
+} // namespace
+} // namespace zta::test

@@ -1,0 +1,363 @@
+// The numeric and memory primitives: each build alone, and through the dispatch.
+
+#include "tests/support/guarded_buffer.h"
+#include "tests/support/signal_builds.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace zta::test {
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+/// Compares all bits: tells -0.0 from 0.0, and a NaN is itself.
+bool Same(double a, double b)
+{
+    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+class Primitives : public testing::TestWithParam<SignalBuild> {};
+
+/// The builds, and what the dispatch makes of the functions that it has.
+std::vector<SignalBuild> BuildsAndDispatch()
+{
+    std::vector<SignalBuild> builds = RunnableSignalBuilds();
+    SignalBuild dispatch = builds.back();
+    dispatch.prefix = "dispatch";
+    dispatch.ippsFree = ippsFree;
+    dispatch.ippsMalloc_8u = ippsMalloc_8u;
+    dispatch.ippsMove_16s = ippsMove_16s;
+    dispatch.ippsSet_16s = ippsSet_16s;
+    builds.push_back(dispatch);
+    return builds;
+}
+
+INSTANTIATE_TEST_SUITE_P(Builds, Primitives, testing::ValuesIn(BuildsAndDispatch()), SignalBuildName());
+
+TEST_P(Primitives, RefuseNullBeforeTheyLookAtTheCount)
+{
+    const SignalBuild& build = GetParam();
+    std::int16_t sample = 7;
+    for (const int len : {1, 0, -1, std::numeric_limits<int>::min()}) {
+        EXPECT_EQ(build.ippsSet_16s(1, nullptr, len), ippStsNullPtrErr);
+        EXPECT_EQ(build.ippsMove_16s(nullptr, &sample, len), ippStsNullPtrErr);
+        EXPECT_EQ(build.ippsMove_16s(&sample, nullptr, len), ippStsNullPtrErr);
+        EXPECT_EQ(build.ippsZero_64f(nullptr, len), ippStsNullPtrErr);
+        for (const double factor : {0.0, 1.0, 2.0}) {
+            EXPECT_EQ(build.ippsMulC_64f_I(factor, nullptr, len), ippStsNullPtrErr);
+        }
+    }
+    EXPECT_EQ(sample, 7);
+}
+
+TEST_P(Primitives, RefuseCountsBelowOneAndTouchNothing)
+{
+    const SignalBuild& build = GetParam();
+    const std::int16_t source = 1;
+    std::int16_t sample = 7;
+    double value = 3.0;
+    for (const int len : {0, -1, std::numeric_limits<int>::min()}) {
+        EXPECT_EQ(build.ippsSet_16s(1, &sample, len), ippStsSizeErr);
+        EXPECT_EQ(build.ippsMove_16s(&source, &sample, len), ippStsSizeErr);
+        EXPECT_EQ(build.ippsZero_64f(&value, len), ippStsSizeErr);
+        for (const double factor : {0.0, 1.0, 2.0}) {
+            EXPECT_EQ(build.ippsMulC_64f_I(factor, &value, len), ippStsSizeErr);
+        }
+    }
+    EXPECT_EQ(sample, 7);
+    EXPECT_EQ(value, 3.0);
+}
+
+TEST_P(Primitives, SetFillsItsSamplesAndNoOthers)
+{
+    std::vector<std::int16_t> samples;
+    for (int offset = 0; offset < 40; ++offset) {
+        for (int len = 1; len < 200; ++len) {
+            samples.assign(260, 99);
+            ASSERT_EQ(GetParam().ippsSet_16s(-12345, samples.data() + offset, len), ippStsNoErr);
+            for (int i = 0; i < 260; ++i) {
+                ASSERT_EQ(samples[static_cast<std::size_t>(i)], i >= offset && i < offset + len ? -12345 : 99)
+                    << "offset " << offset << ", length " << len << ", at " << i;
+            }
+        }
+    }
+}
+
+TEST_P(Primitives, SetFillsLargeBlocksToTheEndOfMemory)
+{
+    const GuardedBuffer memory(5'000'000);
+    const auto len = static_cast<int>(memory.Size() / 2);
+    auto* const samples = reinterpret_cast<std::int16_t*>(memory.Begin());
+    EXPECT_EQ(GetParam().ippsSet_16s(0x1234, samples, len), ippStsNoErr);
+    EXPECT_EQ(std::count(samples, samples + len, 0x1234), len);
+    EXPECT_EQ(GetParam().ippsSet_16s(-1, samples + 1, len - 1), ippStsNoErr);
+    EXPECT_EQ(std::count(samples + 1, samples + len, -1), len - 1);
+    EXPECT_EQ(samples[0], 0x1234);
+}
+
+TEST_P(Primitives, MoveCopiesOverlappingSamplesEitherWay)
+{
+    std::vector<std::int16_t> start(300);
+    for (std::size_t i = 0; i < start.size(); ++i) {
+        start[i] = static_cast<std::int16_t>(i * 211 + 5);
+    }
+    for (const int from : {0, 1, 2, 7, 40, 63, 64}) {
+        for (const int to : {0, 1, 3, 8, 41, 63, 64}) {
+            for (const int len : {1, 2, 3, 7, 8, 15, 16, 17, 31, 33, 64, 65, 100, 129, 200}) {
+                std::vector<std::int16_t> samples = start;
+                ASSERT_EQ(GetParam().ippsMove_16s(samples.data() + from, samples.data() + to, len), ippStsNoErr);
+                std::vector<std::int16_t> expected = start;
+                std::copy_n(start.begin() + from, len, expected.begin() + to);
+                ASSERT_EQ(samples, expected) << "from " << from << " to " << to << ", length " << len;
+            }
+        }
+    }
+}
+
+TEST_P(Primitives, ZeroClearsItsValuesAndNoOthers)
+{
+    for (int offset = 0; offset < 9; ++offset) {
+        for (int len = 1; len < 70; ++len) {
+            std::vector<double> values(90, nan);
+            ASSERT_EQ(GetParam().ippsZero_64f(values.data() + offset, len), ippStsNoErr);
+            for (int i = 0; i < 90; ++i) {
+                const bool inside = i >= offset && i < offset + len;
+                ASSERT_TRUE(Same(values[static_cast<std::size_t>(i)], inside ? 0.0 : nan))
+                    << "offset " << offset << ", length " << len << ", at " << i;
+            }
+        }
+    }
+}
+
+TEST_P(Primitives, MulCScalesItsValuesAndNoOthers)
+{
+    for (const double factor : {16384.0, -0.3, 1.0 / 3, 5e-324, infinity}) {
+        for (int offset = 0; offset < 9; ++offset) {
+            for (int len = 1; len < 70; ++len) {
+                std::vector<double> values(90);
+                for (std::size_t i = 0; i < values.size(); ++i) {
+                    values[i] = 0.1 * static_cast<double>(i + 1) - 4.0;
+                }
+                std::vector<double> expected = values;
+                for (int i = offset; i < offset + len; ++i) {
+                    expected[static_cast<std::size_t>(i)] *= factor;
+                }
+                ASSERT_EQ(GetParam().ippsMulC_64f_I(factor, values.data() + offset, len), ippStsNoErr);
+                ASSERT_TRUE(std::equal(values.begin(), values.end(), expected.begin(), Same))
+                    << "factor " << factor << ", offset " << offset << ", length " << len;
+            }
+        }
+    }
+}
+
+TEST_P(Primitives, MulCByOneLeavesEvenSignallingNaNAsItIs)
+{
+    const auto signalling = std::bit_cast<double>(std::uint64_t{0x7FF0000000000001});
+    std::vector<double> values(20, signalling);
+    EXPECT_EQ(GetParam().ippsMulC_64f_I(1.0, values.data(), 20), ippStsNoErr);
+    for (const double& value : values) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof(bits));
+        EXPECT_EQ(bits, 0x7FF0000000000001u);
+    }
+}
+
+TEST_P(Primitives, MulCByZeroLeavesNoNaN)
+{
+    for (const double zero : {0.0, -0.0}) {
+        std::vector<double> values = {nan, infinity, -infinity, -1.0, 5.0, nan, 1.0, 2.0, 3.0};
+        EXPECT_EQ(GetParam().ippsMulC_64f_I(zero, values.data(), 8), ippStsNoErr);
+        EXPECT_TRUE(std::all_of(values.begin(), values.begin() + 8, [](double value) { return Same(value, 0.0); }));
+        EXPECT_EQ(values[8], 3.0);
+    }
+}
+
+TEST_P(Primitives, MallocAlignsEveryLengthTo64)
+{
+    const SignalBuild& build = GetParam();
+    std::vector<unsigned char*> blocks;
+    for (int len = 1; len <= 1000; ++len) {
+        unsigned char* const block = build.ippsMalloc_8u(len);
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 64, 0u);
+        std::memset(block, len & 0xFF, static_cast<std::size_t>(len));
+        blocks.push_back(block);
+    }
+    for (int len = 1; len <= 1000; ++len) {
+        unsigned char* const block = blocks[static_cast<std::size_t>(len - 1)];
+        EXPECT_EQ(std::count(block, block + len, len & 0xFF), len);
+        build.ippsFree(block);
+    }
+}
+
+TEST_P(Primitives, MallocKeepsTheStartBelowTheBlock)
+{
+    for (int len = 1; len <= 200; ++len) {
+        unsigned char* const block = GetParam().ippsMalloc_8u(len);
+        ASSERT_NE(block, nullptr);
+        std::uintptr_t start = 0;
+        std::memcpy(&start, block - sizeof(start), sizeof(start));
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block), (start + 71) & ~std::uintptr_t{63});
+        GetParam().ippsFree(block);
+    }
+}
+
+TEST_P(Primitives, MallocRefusesWhatCannotBe)
+{
+    const SignalBuild& build = GetParam();
+    constexpr int highest = std::numeric_limits<int>::max();
+    for (const int len : {0, -1, std::numeric_limits<int>::min(), highest, highest - 71}) {
+        EXPECT_EQ(build.ippsMalloc_8u(len), nullptr) << len;
+    }
+    unsigned char* const largest = build.ippsMalloc_8u(highest - 72);
+    ASSERT_NE(largest, nullptr) << "not refused for its length";
+    build.ippsFree(largest);
+}
+
+TEST_P(Primitives, FreeOfNullDoesNothing)
+{
+    GetParam().ippsFree(nullptr);
+}
+
+TEST(Malloc, IsTheSameForBlocksOfAnyContent)
+{
+    EXPECT_EQ(ippMalloc(0), nullptr);
+    EXPECT_EQ(ippMalloc(std::numeric_limits<int>::max() - 71), nullptr);
+    void* const block = ippMalloc(100);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 64, 0u);
+    ippsFree(block);
+    ippFree(ippsMalloc_8u(100));
+    ippFree(nullptr);
+}
+
+// The square root.
+
+TEST_P(Primitives, SqrtOneIsTheRootOfIeee)
+{
+    const SignalBuild& build = GetParam();
+    for (const double x : {0.0, -0.0, 1.0, 2.0, 0.5, 1e-320, 5e-324, 1e308, infinity, 0.1, 1.0 - 1e-16}) {
+        EXPECT_TRUE(Same(build.ippsSqrtOne(x), std::sqrt(x))) << x;
+    }
+    for (const double x : {-1.0, -5e-324, -infinity, nan}) {
+        EXPECT_TRUE(std::isnan(build.ippsSqrtOne(x))) << x;
+    }
+    const double quieted = build.ippsSqrtOne(std::bit_cast<double>(std::uint64_t{0x7FF0000000000001}));
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(quieted), 0x7FF8000000000001u);
+    std::mt19937_64 random(5);
+    for (int i = 0; i < 10000; ++i) {
+        const auto x = std::bit_cast<double>(random() >> 1);
+        if (!std::isnan(x)) {
+            ASSERT_TRUE(Same(build.ippsSqrtOne(x), std::sqrt(x))) << x;
+        }
+    }
+}
+
+// The sine.
+
+/// Arguments that are dense, close to the zeros and to the steps of the table, and of every magnitude.
+const std::vector<double>& SineArguments()
+{
+    static const std::vector<double> arguments = [] {
+        std::vector<double> all;
+        const auto add = [&all](double x) {
+            all.push_back(x);
+            all.push_back(-x);
+        };
+        for (int i = 0; i <= 200'000; ++i) {
+            add(i * (16 * M_PI / 200'000)); // all that the filter asks for
+            add(i * 0.4505437);             // up to where the ordinary way ends
+        }
+        for (int step = 1; step < 920'000; step += step < 5000 ? 1 : 37) {
+            const double x = static_cast<double>(step * (3.14159265358979323846264338327950288L / 64));
+            add(x); // angles of the table, and those halfway between two
+            add(std::nextafter(x, 0.0));
+            add(std::nextafter(x, infinity));
+        }
+        for (const double edge : {90112.0, std::ldexp(1.0, -252), std::ldexp(1.0, 1023), 0x1.fffffffffffffp1023}) {
+            add(edge);
+            add(std::nextafter(edge, 0.0));
+        }
+        std::mt19937_64 random(7);
+        for (int i = 0; i < 200'000; ++i) {
+            const auto x = std::bit_cast<double>(random() >> 1);
+            if (std::isfinite(x)) {
+                add(x);
+            }
+            add(std::ldexp(1.0 + static_cast<double>(random() >> 12) * 0x1p-52, static_cast<int>(random() % 100) - 40));
+        }
+        return all;
+    }();
+    return arguments;
+}
+
+/// How far a result is from the sine, in units of the last place of that.
+double ErrorInUnits(double result, double x)
+{
+    const long double sine = sinl(static_cast<long double>(x));
+    const int exponent = std::max(std::ilogb(sine), -1022);
+    return static_cast<double>(std::ldexp(fabsl(static_cast<long double>(result) - sine), 52 - exponent));
+}
+
+TEST(SinOne, IsTheSineToItsLastPlace)
+{
+    double worst = 0.0;
+    double worstAt = 0.0;
+    for (const double x : SineArguments()) {
+        const double error = ErrorInUnits(m7_ippsSinOne(x), x);
+        if (error > worst) {
+            worst = error;
+            worstAt = x;
+        }
+    }
+    EXPECT_LE(worst, 1.0) << "at " << worstAt;
+}
+
+// Half a unit is the rounding of the result itself; the arithmetic in front of it adds next to nothing.
+TEST(SinOne, IsHardlyEverTheSecondNearest)
+{
+    double worst = 0.0;
+    double worstAt = 0.0;
+    for (const double x : SineArguments()) {
+        if (std::abs(x) < 90112.0) {
+            const double error = ErrorInUnits(m7_ippsSinOne(x), x);
+            if (error > worst) {
+                worst = error;
+                worstAt = x;
+            }
+        }
+    }
+    EXPECT_LE(worst, 0.51) << "at " << worstAt;
+}
+
+TEST_P(Primitives, SinOneIsTheSameInAllBuilds)
+{
+    for (const double x : SineArguments()) {
+        ASSERT_TRUE(Same(GetParam().ippsSinOne(x), m7_ippsSinOne(x))) << x;
+    }
+}
+
+TEST_P(Primitives, SinOneAtTheEdges)
+{
+    const SignalBuild& build = GetParam();
+    for (const double x : {0.0, -0.0, 1e-300, -1e-300, 5e-324, std::ldexp(1.0, -253)}) {
+        EXPECT_TRUE(Same(build.ippsSinOne(x), x)) << x;
+    }
+    for (const double x : {infinity, -infinity, nan}) {
+        EXPECT_TRUE(std::isnan(build.ippsSinOne(x))) << x;
+    }
+    EXPECT_EQ(build.ippsSinOne(M_PI / 2), 1.0);
+    EXPECT_EQ(build.ippsSinOne(M_PI), 1.2246467991473532e-16);
+    EXPECT_EQ(build.ippsSinOne(1e22), -0.8522008497671888);
+}
+
+} // namespace
+} // namespace zta::test

@@ -144,6 +144,22 @@ TEST_F(Resample, TakesOtherFormatsAt48000HertzAs16Bits)
     }
 }
 
+TEST_F(Resample, CarriesOverTheTitle)
+{
+    Write("in.wav", Tone(997, -1, 100));
+    SF_INFO info{};
+    SNDFILE* file = sf_open(File("in.wav").c_str(), SFM_RDWR, &info);
+    ASSERT_NE(file, nullptr);
+    sf_set_string(file, SF_STR_TITLE, "Morning");
+    sf_close(file);
+    Run({"resample", File("in.wav"), File("out.flac"), "--rate", "44100"});
+    file = sf_open(File("out.flac").c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr);
+    EXPECT_STREQ(sf_get_string(file, SF_STR_TITLE), "Morning");
+    EXPECT_EQ(info.format, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+    sf_close(file);
+}
+
 TEST_F(Resample, TellsOfFloatsBeyondFullScale)
 {
     Sound sound = Converted(Noise(SF_FORMAT_PCM_16, 1, 100), "float");

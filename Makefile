@@ -2,12 +2,12 @@
 PRESET ?= release
 JOBS ?= $(shell nproc)
 BUILD_PACKAGES = g++ cmake ninja-build git
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libcli11-dev libbenchmark-dev binutils
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev binutils
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo tidy build clean
+.PHONY: test demo plots tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -16,6 +16,10 @@ test: build
 
 demo: build
 	scripts/demo build/$(PRESET) build/demo
+
+# The pictures of docs/resampler.md, and the figures that it quotes.
+plots: build
+	build/$(PRESET)/tools/make_plots docs/plots
 
 # By Clang's own compile commands: GCC's have options that clang-tidy does not know.
 tidy:

@@ -14,5 +14,7 @@ void AddStereoCommand(CLI::App& app, const Context& context);
 void AddVolumeCommand(CLI::App& app, const Context& context);
 void AddMuxCommand(CLI::App& app, const Context& context);
 void AddSplitCommand(CLI::App& app, const Context& context);
+void AddResampleCommand(CLI::App& app, const Context& context);
+void AddAnalyseCommand(CLI::App& app, const Context& context);
 void AddRegisterCommand(CLI::App& app, const Context& context);
 void AddUnregisterCommand(CLI::App& app, const Context& context);

@@ -26,12 +26,12 @@ std::filesystem::path FindModule(const Context& context)
     throw Failure("libZtaAudioSamplesEngine.so not found near " + folder.string() + ": name it with --module PATH");
 }
 
-namespace {
-
 std::size_t FramesOf(const host::AudioBuffer& buffer)
 {
     return buffer.Length() / host::BytesPerFrame(buffer.Description().sWaveFormat);
 }
+
+namespace {
 
 std::vector<IZtAudioSamples*> Interfaces(Buffers buffers)
 {
@@ -122,19 +122,45 @@ void EngineSession::Extract(host::AudioBuffer& source, std::size_t first, std::s
     });
 }
 
+host::Ref<IUnknown> EngineSession::CreateResampler(host::AudioBuffer& input, host::AudioBuffer& output)
+{
+    SZtaWaveFormatInfo from = input.Description().sWaveFormat;
+    SZtaWaveFormatInfo to = output.Description().sWaveFormat;
+    host::Ref<IUnknown> resampler;
+    if (const int status = engine_->CreateAudioResampler(&from, &to, resampler.Put()); status < 0) {
+        Refuse(status, {{&input}}, {{&output}});
+    }
+    return resampler;
+}
+
+void EngineSession::Resample(host::AudioBuffer& input, host::AudioBuffer& output, bool first, IUnknown& resampler)
+{
+    const auto mode = first ? keZtAudioResamplerModeRestart : keZtAudioResamplerModeContinue;
+    Announced({{&input}}, {{&output}},
+              [&] { return engine_->ProcessAudioResampler(&input, &output, mode, &resampler); });
+}
+
 template <typename Operation>
-void EngineSession::Run(Buffers inputs, Buffers outputs, std::size_t frames, Operation operation)
+void EngineSession::Announced(Buffers inputs, Buffers outputs, Operation operation)
 {
     for (host::AudioBuffer* input : inputs) {
         input->AnnounceRead();
     }
     for (host::AudioBuffer* output : outputs) {
-        output->SetValidLength(frames * host::BytesPerFrame(output->Description().sWaveFormat));
         output->AnnounceWrite();
     }
     if (const int status = operation(); status < 0) {
         Refuse(status, inputs, outputs);
     }
+}
+
+template <typename Operation>
+void EngineSession::Run(Buffers inputs, Buffers outputs, std::size_t frames, Operation operation)
+{
+    for (host::AudioBuffer* output : outputs) {
+        output->SetValidLength(frames * host::BytesPerFrame(output->Description().sWaveFormat));
+    }
+    Announced(inputs, outputs, operation);
     for (const host::AudioBuffer* output : outputs) {
         if (output->ErrorCode() < 0) { // all that tells of a failed duplicate
             Refuse(output->ErrorCode(), inputs, outputs);

@@ -16,6 +16,9 @@ std::filesystem::path FindModule(const Context& context);
 using Buffers = std::span<zta::host::AudioBuffer* const>;
 using Volumes = std::span<SZtAudioMonoVolumeInfo>;
 
+/// Sample frames that are valid in the buffer.
+std::size_t FramesOf(const zta::host::AudioBuffer& buffer);
+
 /// One engine on the reference host: its operations with their announcements. Most of them want the lengths of the
 /// outputs beforehand; here they become as long as the first input, in sample frames. Each throws Failure, with the
 /// engine's text, when the engine refuses.
@@ -39,10 +42,18 @@ public:
     void Extract(zta::host::AudioBuffer& source, std::size_t first, std::size_t frames,
                  zta::host::AudioBuffer& destination);
 
+    /// The state of a stream from buffers like the input to buffers like the output.
+    zta::host::Ref<IUnknown> CreateResampler(zta::host::AudioBuffer& input, zta::host::AudioBuffer& output);
+
+    /// Resamples the next buffer of a stream; `first` begins the stream. The output becomes as long as what comes out.
+    void Resample(zta::host::AudioBuffer& input, zta::host::AudioBuffer& output, bool first, IUnknown& resampler);
+
     /// Throws Failure with the engine's text for the status.
     [[noreturn]] void Refuse(int status, Buffers inputs, Buffers outputs) const;
 
 private:
+    template <typename Operation>
+    void Announced(Buffers inputs, Buffers outputs, Operation operation);
     template <typename Operation>
     void Run(Buffers inputs, Buffers outputs, std::size_t frames, Operation operation);
 

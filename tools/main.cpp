@@ -47,6 +47,7 @@ int Run(int argc, char** argv)
                "  ztaudio info speech.wav\n"
                "  ztaudio convert speech.wav speech-24.wav --format 24in32\n"
                "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav\n"
+               "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
                "  ztaudio convert --help");
     AddInfoCommand(app, context);
     AddConvertCommand(app, context);
@@ -55,6 +56,8 @@ int Run(int argc, char** argv)
     AddVolumeCommand(app, context);
     AddMuxCommand(app, context);
     AddSplitCommand(app, context);
+    AddResampleCommand(app, context);
+    AddAnalyseCommand(app, context);
     AddRegisterCommand(app, context);
     AddUnregisterCommand(app, context);
     try {

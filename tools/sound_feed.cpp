@@ -1,9 +1,7 @@
 #include "tools/sound_feed.h"
 
-#include "tools/padded_block.h"
-
-SoundFeed::SoundFeed(EngineSession& engine, SoundReader& sound, SampleWord word)
-    : sound_(sound), blocks_(sound, kBlockFrames, false, false),
+SoundFeed::SoundFeed(EngineSession& engine, SoundReader& sound, SampleWord word, sf_count_t blockFrames)
+    : sound_(sound), blocks_(sound, blockFrames, false, false),
       conversion_(engine, sound.Word(), word, sound.Channels(), sound.Rate(), blocks_.MaxFrames(), false),
       fullScale_(sound.Word(), word)
 {

@@ -4,13 +4,14 @@
 #include "tools/block_reader.h"
 #include "tools/conversion.h"
 #include "tools/full_scale_watch.h"
+#include "tools/padded_block.h"
 
 class SoundFeed {
 public:
     /// Throws Failure, with the engine's text, when the engine has no road to `word`.
-    SoundFeed(EngineSession& engine, SoundReader& sound, SampleWord word);
+    SoundFeed(EngineSession& engine, SoundReader& sound, SampleWord word, sf_count_t blockFrames = kBlockFrames);
 
-    /// Gives the next block, of kBlockFrames frames until the last one, valid until the next call; no frames at the
+    /// Gives the next block, of `blockFrames` frames until the last one, valid until the next call; no frames at the
     /// end.
     Block Next();
 

@@ -211,6 +211,15 @@ TEST_F(BadInput, AWrongCommandLine)
         {"split", in_, "-o", folder_.File("%s.wav")},
         {"split", in_, "-o", folder_.File("%2d.wav")},
         {"volume", in_, out_},
+        {"resample", in_, out_},
+        {"resample", in_, "--rate", "44100"},
+        {"resample", in_, out_, "--rate", "0"},
+        {"resample", in_, out_, "--rate", "-44100"},
+        {"resample", in_, out_, "--rate", "fast"},
+        {"resample", in_, out_, "--rate", "44100", "--block", "0"},
+        {"resample", in_, folder_.File("out.ogg"), "--rate", "44100"},
+        {"analyse"},
+        {"analyse", in_, in_},
         {"volume", in_, "--gain", "1"},
         {"stereo", in_, in_},
         {"cut", in_},
@@ -456,5 +465,75 @@ TEST_P(Interruption, RemovesAllHalfWrittenFilesOfASplit)
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, Interruption, ::testing::Values(SIGINT, SIGTERM, SIGHUP));
+
+TEST_F(BadInput, ARateThatNothingIsResampledTo)
+{
+    const std::string text = ": ZT_E_INVALID_AUDIO_SAMPLING_RATE: Specified sampling rate not supported or invalid\n";
+    for (const std::string rate : {"48000", "32000", "44099", "96000"}) {
+        EXPECT_EQ(Fails({"resample", in_, out_, "--rate", rate}),
+                  "ztaudio: from 16-in-16 stereo, 48000 Hz to 16-in-16 stereo, " + rate + " Hz" + text);
+    }
+    for (const int rate : {22050, 44100, 96000}) {
+        WriteSound(folder_.File("slow.wav"), Noise(SF_FORMAT_PCM_16, 1, 100, rate));
+        EXPECT_TRUE(Fails({"resample", folder_.File("slow.wav"), out_, "--rate", "44100"}).ends_with(text));
+    }
+}
+
+TEST_F(BadInput, MoreChannelsThanAreResampled)
+{
+    const std::string path = folder_.File("mux.wav");
+    for (const int rate : {44100, 48000}) {
+        for (const int channels : {3, 4, 8}) {
+            WriteSound(path, Noise(SF_FORMAT_PCM_16, channels, 100, rate));
+            EXPECT_EQ(Fails({"resample", path, out_, "--rate", rate == 44100 ? "48000" : "44100"}),
+                      "ztaudio: " + path + ": has " + std::to_string(channels) +
+                          " channels: mono and stereo are resampled, and nothing joins more channels at 44100 Hz; "
+                          "split the file first\n");
+        }
+    }
+}
+
+TEST_F(BadInput, OtherFormatsAt44100HertzForTheResampler)
+{
+    const std::string path = folder_.File("wide.wav");
+    for (const auto& [subtype, name] : {std::pair(SF_FORMAT_PCM_24, "24-in-32"), {SF_FORMAT_FLOAT, "float 32"}}) {
+        WriteSound(path, Noise(subtype, 1, 100, 44100));
+        const std::string errors = Fails({"resample", path, out_, "--rate", "48000"});
+        EXPECT_TRUE(errors.starts_with("ztaudio: from " + std::string(name) +
+                                       " mono, 44100 Hz to 16-in-16 mono, 44100 Hz: ZT_E_"))
+            << errors;
+    }
+}
+
+TEST_F(BadInput, ResamplingThatFailsOnTheWay)
+{
+    EXPECT_TRUE(Fails({"resample", in_, in_, "--rate", "44100"}).ends_with("input and output are the same file\n"));
+    WriteTextFile(out_, "precious");
+    EXPECT_EQ(Fails({"resample", in_, out_, "--rate", "44100"}, 1, {.fileSizeLimit = 10000}),
+              "ztaudio: " + out_ + ": cannot write: File too large\n");
+    Truncate(in_, 4001);
+    EXPECT_NE(Fails({"resample", in_, out_, "--rate", "44100"}).find("truncated"), std::string::npos);
+}
+
+TEST_F(BadInput, AnAnalysisThatCannotBeDone)
+{
+    const std::string missing = folder_.File("missing.wav");
+    const std::string plot = folder_.File("plot.svg");
+    Fails({"analyse", missing, "--plot", plot});
+    Fails({"analyse", in_, "--reference", missing, "--plot", plot});
+    EXPECT_TRUE(Fails({"analyse", in_, "--plot", in_}).ends_with("input and output are the same file\n"));
+    EXPECT_EQ(Fails({"analyse", in_, "--plot", folder_.File("missing/plot.svg")}),
+              "ztaudio: " + folder_.File("missing/plot.svg") + ": cannot write: No such file or directory\n");
+    WriteTextFile(plot, "precious");
+    Fails({"analyse", in_, "--plot", plot}, 1, {.fileSizeLimit = 1000});
+    for (const Sound& other : {Noise(SF_FORMAT_PCM_16, 1, 48000), Noise(SF_FORMAT_PCM_16, 2, 48000, 44100)}) {
+        WriteSound(folder_.File("other.wav"), other);
+        EXPECT_EQ(Fails({"analyse", in_, "--reference", folder_.File("other.wav")}),
+                  "ztaudio: " + folder_.File("other.wav") + ": is no reference for " + in_ +
+                      ", which has another rate or other channels\n");
+    }
+    Truncate(in_, 4001);
+    EXPECT_NE(Fails({"analyse", in_, "--plot", plot}).find("truncated"), std::string::npos);
+}
 
 } // namespace

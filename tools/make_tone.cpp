@@ -1,0 +1,35 @@
+/// make_tone FILE HERTZ DBFS RATE SECONDS: writes a sine for scripts/demo, as a mono WAV file of 16 bits.
+#include <sndfile.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <numbers>
+#include <vector>
+
+int main(int argc, char** argv)
+{
+    if (argc != 6) {
+        std::fprintf(stderr, "usage: make_tone FILE HERTZ DBFS RATE SECONDS\n");
+        return 2;
+    }
+    const double hertz = std::atof(argv[2]);
+    const double amplitude = 32768 * std::pow(10.0, std::atof(argv[3]) / 20);
+    const double rate = std::atof(argv[4]);
+    std::vector<short> samples(static_cast<std::size_t>(rate * std::atof(argv[5])));
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const double turns = std::fmod(hertz * static_cast<double>(i) / rate, 1.0);
+        samples[i] = static_cast<short>(std::lround(amplitude * std::sin(2 * std::numbers::pi * turns)));
+    }
+    SF_INFO info{};
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    info.channels = 1;
+    info.samplerate = static_cast<int>(rate);
+    SNDFILE* file = sf_open(argv[1], SFM_WRITE, &info);
+    const auto count = static_cast<sf_count_t>(samples.size());
+    if (file == nullptr || sf_write_short(file, samples.data(), count) != count || sf_close(file) != 0) {
+        std::fprintf(stderr, "make_tone: cannot write %s\n", argv[1]);
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}

@@ -12,22 +12,6 @@
 
 namespace zta::test {
 
-/// The builds whose code this processor has the instructions for: also n0, which asks for more than it is made of.
-inline std::vector<SignalBuild> ExecutableSignalBuilds()
-{
-    constexpr std::uint64_t groups = kui64ZtaAvx512Many & ~std::uint64_t{keZtaFeatureAvx512Er | keZtaFeatureAvx512Pf};
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
-    std::vector<SignalBuild> executable;
-    for (const SignalBuild& build : signalBuilds) {
-        const std::uint64_t needed =
-            (build.features & kui64ZtaAvx512Many) == kui64ZtaAvx512Many ? groups | kui64ZtaUnderAvx512 : build.features;
-        if ((features & needed) == needed) {
-            executable.push_back(build);
-        }
-    }
-    return executable;
-}
-
 inline IppHintAlgorithm HintOf(models::TapKind kind)
 {
     return kind == models::TapKind::Words ? ippAlgHintFast : ippAlgHintAccurate;

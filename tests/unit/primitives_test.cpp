@@ -30,7 +30,7 @@ class Primitives : public testing::TestWithParam<SignalBuild> {};
 /// The builds, and what the dispatch makes of the functions that it has.
 std::vector<SignalBuild> BuildsAndDispatch()
 {
-    std::vector<SignalBuild> builds = RunnableSignalBuilds();
+    std::vector<SignalBuild> builds = ExecutableSignalBuilds();
     SignalBuild dispatch = builds.back();
     dispatch.prefix = "dispatch";
     dispatch.ippsFree = ippsFree;

@@ -87,16 +87,16 @@ void ResamplePlain(benchmark::State& state, const Stretch& stretch)
     Resample(state, stretch, PlainRun);
 }
 
-/// Eight sums abreast, which is more than a processor has multiply-adds under way.
+/// Four sums abreast, as many as a processor adds at once, and few enough for the registers of SSE2.
 #define ZTA_BENCH_BARE(name, options, Register, multiply, add, broadcast)                                              \
     __attribute__((target(options))) void name(benchmark::State& state)                                                \
     {                                                                                                                  \
         constexpr int kRounds = 1024;                                                                                  \
         Register taps = broadcast(3);                                                                                  \
-        Register sums[8] = {taps, taps, taps, taps, taps, taps, taps, taps};                                           \
+        Register sums[4] = {taps, taps, taps, taps};                                                                   \
         for (auto _ : state) {                                                                                         \
             for (int round = 0; round < kRounds; ++round) {                                                            \
-                _Pragma("GCC unroll 8") for (int i = 0; i < 8; ++i)                                                    \
+                _Pragma("GCC unroll 4") for (int i = 0; i < 4; ++i)                                                    \
                 {                                                                                                      \
                     Register samples = taps;                                                                           \
                     asm volatile("" : "+x"(samples));                                                                  \
@@ -105,7 +105,7 @@ void ResamplePlain(benchmark::State& state, const Stretch& stretch)
             }                                                                                                          \
             benchmark::DoNotOptimize(sums);                                                                            \
         }                                                                                                              \
-        const std::int64_t macs = state.iterations() * kRounds * 8 * static_cast<std::int64_t>(sizeof(Register) / 2);  \
+        const std::int64_t macs = state.iterations() * kRounds * 4 * static_cast<std::int64_t>(sizeof(Register) / 2);  \
         state.SetItemsProcessed(macs / kFilterLength);                                                                 \
         state.counters["macs"] = benchmark::Counter(static_cast<double>(macs), benchmark::Counter::kIsRate);           \
     }

@@ -371,6 +371,23 @@ TEST_P(FilterRun, RunsFiltersLongerThanItsPairSums)
     }
 }
 
+TEST_P(FilterRun, AddsTheSmallestNegativePairsOfLongFilters)
+{
+    // Each pair is -1, whose low half is as large as one can be.
+    for (const int length : {65528, 65532, 65536, 80000}) {
+        const FilterBlock filter = MakeFilter(GetParam(), {1, 1, length, TapKind::Words});
+        auto* row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
+        std::vector<std::int16_t> source(static_cast<std::size_t>(length + 10));
+        for (int i = 0; i <= length; ++i) {
+            row[i] = static_cast<std::int16_t>(i % 2 == 0 ? -1 : 0);
+            source[static_cast<std::size_t>(i)] = 1;
+        }
+        const Output output = Run(source.data(), 1, length / 2, filter.Get(), 8192.0f, 4);
+        const int sum = -(length / 2 + 1);
+        EXPECT_EQ(output.samples.at(0), sum / 2 - (sum % 2 == 0 ? 0 : 1)) << length;
+    }
+}
+
 TEST_P(FilterRun, TakesTheLastProductOfSinglePrecisionAsTheBuildsDo)
 {
     const bool early = std::string(GetParam().prefix) == "m7" || std::string(GetParam().prefix) == "n8";
@@ -467,6 +484,22 @@ TEST(DotProduct, AddsUpLongRowsOfTheLargestProducts)
                 sum.function(samples.data(), taps.data(), &result, n);
                 EXPECT_EQ(result, std::int64_t{-32768} * tap * n) << sum.prefix << " " << n;
             }
+        }
+    }
+}
+
+TEST(DotProduct, AddsUpLongRowsOfTheSmallestNegativePairs)
+{
+    const std::vector<std::int16_t> samples(100000, 1);
+    std::vector<std::int16_t> taps(100000);
+    for (std::size_t i = 0; i < taps.size(); i += 2) {
+        taps[i] = -1;
+    }
+    for (const WordSum& sum : ExecutableWordSums()) {
+        for (const int n : {65536, 80000, 100000}) {
+            std::int64_t result = 0;
+            sum.function(samples.data(), taps.data(), &result, n);
+            EXPECT_EQ(result, -n / 2) << sum.prefix << " " << n;
         }
     }
 }

@@ -1,5 +1,6 @@
 // The engine's operations through the module's front door, on the reference host, beside what they cannot avoid: the
-// copies of the bytes that they read and write and, for one small copy, the bare host calls.
+// copies of the bytes that they read and write; for one small copy the bare host calls, and for resampling the bare
+// run.
 //
 // Each measurement takes the operation and its yardstick in turns, so that a drift of the machine meets both. The
 // counter "share" is the yardstick's time divided by the operation's: 1 is as fast as the yardstick.
@@ -9,6 +10,7 @@
 #include "host/host_engine.h"
 #include "host/module.h"
 
+#include <zta/ipp.h>
 #include <zta/status.h>
 
 #include <benchmark/benchmark.h>
@@ -228,6 +230,78 @@ void Measure(benchmark::State& state, Bench& bench, const Operation& operation)
         });
 }
 
+/// A filter bank of the module's own, and its run over one stretch of samples.
+class BareRun {
+public:
+    BareRun(const Bench& bench, std::uint32_t from, std::uint32_t to, std::size_t frames)
+        : run_(bench.module.Symbol<decltype(&ippsResamplePolyphaseFixed_16s)>("ippsResamplePolyphaseFixed_16s")),
+          frames_(frames), input_(frames + 64), output_(frames * to / from + 64)
+    {
+        int size = 0;
+        int length = 0;
+        int height = 0;
+        const auto in = static_cast<int>(from);
+        const auto out = static_cast<int>(to);
+        bench.module.Symbol<decltype(&ippsResamplePolyphaseFixedGetSize_16s)>("ippsResamplePolyphaseFixedGetSize_16s")(
+            in, out, 32, &size, &length, &height, ippAlgHintFast);
+        block_.resize(static_cast<std::size_t>(size) / sizeof(Aligned) + 1);
+        bench.module.Symbol<decltype(&ippsResamplePolyphaseFixedInit_16s)>("ippsResamplePolyphaseFixedInit_16s")(
+            in, out, 32, 1.0F, 9.0F, Bank(), ippAlgHintFast);
+    }
+
+    void operator()()
+    {
+        double time = 17.0;
+        int outputs = 0;
+        run_(input_.data(), static_cast<int>(frames_), output_.data(), 1.0F, &time, &outputs, Bank());
+        benchmark::DoNotOptimize(output_.data());
+        benchmark::ClobberMemory();
+    }
+
+private:
+    struct alignas(64) Aligned {
+        std::byte bytes[64];
+    };
+
+    IppsResamplingPolyphaseFixed_16s* Bank()
+    {
+        return reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(block_.data());
+    }
+
+    decltype(&ippsResamplePolyphaseFixed_16s) run_;
+    std::size_t frames_;
+    std::vector<std::int16_t> input_;
+    std::vector<std::int16_t> output_;
+    std::vector<Aligned> block_;
+};
+
+/// One buffer of a stream, beside the bare run over as many samples of each channel.
+void MeasureResampler(benchmark::State& state, Bench& bench, std::uint32_t channels, std::uint32_t from,
+                      std::uint32_t to, std::size_t frames)
+{
+    SZtaWaveFormatInfo in = Pcm16(channels, from);
+    SZtaWaveFormatInfo out = Pcm16(channels, to);
+    IUnknown* made = nullptr;
+    Check(bench, bench.engine->CreateAudioResampler(&in, &out, &made));
+    const auto stream = Ref<IUnknown>::Adopt(made);
+    const auto input = CheapBuffer::Create(in, frames);
+    const auto output = CheapBuffer::Create(out, frames * to / from + frames + 2);
+    BareRun run(bench, from, to, frames);
+    Compare(
+        state,
+        [&] {
+            input->AnnounceRead();
+            output->AnnounceWrite();
+            Check(bench, bench.engine->ProcessAudioResampler(input.Get(), output.Get(), keZtAudioResamplerModeContinue,
+                                                             stream.Get()));
+        },
+        [&] {
+            for (std::uint32_t channel = 0; channel < channels; ++channel) {
+                run();
+            }
+        });
+}
+
 /// The host calls that a copy of equal formats makes, in their order, and the copy itself.
 void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destination)
 {
@@ -315,6 +389,21 @@ int main(int argc, char** argv)
             [frames](benchmark::State& state) { MeasureAgainstHostCalls(state, bench, frames); })
             ->UseManualTime()
             ->Iterations(500);
+    }
+    for (const std::uint32_t channels : {1U, 2U}) {
+        for (const std::uint32_t from : {44100U, 48000U}) {
+            for (const std::size_t frames : {160U, 1024U, 4800U}) {
+                const std::uint32_t to = 44100U + 48000U - from;
+                std::string name = "Resample/";
+                name.append(std::to_string(from)).append("/").append(std::to_string(channels)).append("ch/");
+                name.append(std::to_string(frames));
+                benchmark::RegisterBenchmark(
+                    name.c_str(),
+                    [=](benchmark::State& state) { MeasureResampler(state, bench, channels, from, to, frames); })
+                    ->UseManualTime()
+                    ->Iterations(200);
+            }
+        }
     }
     benchmark::RunSpecifiedBenchmarks();
 }

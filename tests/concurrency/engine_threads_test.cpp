@@ -153,5 +153,48 @@ TEST(EngineThreads, ABufferWaitsForItsCompletionOnAnotherThread)
     }
 }
 
+TEST(EngineThreads, StreamsOnManyThreadsDoNotDisturbEachOther)
+{
+    constexpr std::size_t kFrames = 4000;
+    auto hostEngine = host::HostEngine::Create();
+    const auto resampled = [&](std::uint32_t seed) {
+        auto engine = CreateEngine(*hostEngine);
+        SZtaWaveFormatInfo from = host::Pcm16(2, 44100);
+        SZtaWaveFormatInfo to = host::Pcm16(2, 48000);
+        IUnknown* made = nullptr;
+        EXPECT_EQ(engine->CreateAudioResampler(&from, &to, &made), 0);
+        const auto stream = host::Ref<IUnknown>::Adopt(made);
+        auto input = host::AudioBuffer::Create(from, kFrames * 4);
+        auto output = host::AudioBuffer::Create(to, kFrames * 5);
+        input->SetValidLength(kFrames * 4);
+        Bytes samples;
+        for (int block = 0; block < 20; ++block) {
+            for (std::size_t i = 0; i < input->Capacity(); ++i) {
+                seed = seed * 1664525U + 1013904223U;
+                input->Data()[i] = static_cast<std::byte>(seed >> 24);
+            }
+            input->AnnounceRead();
+            output->AnnounceWrite();
+            const auto mode = block == 0 ? keZtAudioResamplerModeRestart : keZtAudioResamplerModeContinue;
+            EXPECT_EQ(engine->ProcessAudioResampler(input.Get(), output.Get(), mode, stream.Get()), 0);
+            samples.insert(samples.end(), output->Data(), output->Data() + output->Length());
+        }
+        return samples;
+    };
+    std::vector<Bytes> expected;
+    for (std::uint32_t t = 0; t < 4; ++t) {
+        expected.push_back(resampled(t));
+    }
+    std::vector<Bytes> found(expected.size());
+    std::vector<std::thread> threads;
+    for (std::uint32_t t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] { found[t] = resampled(t); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(found, expected);
+}
+
 } // namespace
 } // namespace zta::test

@@ -93,18 +93,22 @@ void ResamplePlain(benchmark::State& state, const Stretch& stretch)
     {                                                                                                                  \
         constexpr int kRounds = 1024;                                                                                  \
         Register taps = broadcast(3);                                                                                  \
-        Register sums[4] = {taps, taps, taps, taps};                                                                   \
+        Register a = taps, b = taps, c = taps, d = taps;                                                               \
         for (auto _ : state) {                                                                                         \
             for (int round = 0; round < kRounds; ++round) {                                                            \
-                _Pragma("GCC unroll 4") for (int i = 0; i < 4; ++i)                                                    \
-                {                                                                                                      \
-                    Register samples = taps;                                                                           \
-                    asm volatile("" : "+x"(samples));                                                                  \
-                    sums[i] = add(sums[i], multiply(taps, samples));                                                   \
-                }                                                                                                      \
+                Register samples = taps;                                                                               \
+                asm volatile("" : "+x"(samples));                                                                      \
+                a = add(a, multiply(taps, samples));                                                                   \
+                asm volatile("" : "+x"(samples));                                                                      \
+                b = add(b, multiply(taps, samples));                                                                   \
+                asm volatile("" : "+x"(samples));                                                                      \
+                c = add(c, multiply(taps, samples));                                                                   \
+                asm volatile("" : "+x"(samples));                                                                      \
+                d = add(d, multiply(taps, samples));                                                                   \
             }                                                                                                          \
-            benchmark::DoNotOptimize(sums);                                                                            \
         }                                                                                                              \
+        Register sum = add(add(a, b), add(c, d));                                                                      \
+        benchmark::DoNotOptimize(sum);                                                                                 \
         const std::int64_t macs = state.iterations() * kRounds * 4 * static_cast<std::int64_t>(sizeof(Register) / 2);  \
         state.SetItemsProcessed(macs / kFilterLength);                                                                 \
         state.counters["macs"] = benchmark::Counter(static_cast<double>(macs), benchmark::Counter::kIsRate);           \

@@ -67,7 +67,7 @@ void Copy(benchmark::State& state, const Shape& shape)
         std::memcpy(output.data(), input.data(), shape.Bytes());
         benchmark::ClobberMemory();
     }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * 2 * shape.Bytes()));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * shape.Bytes()));
 }
 
 void Interleave(benchmark::State& state, ZtaInterleave loop, const Shape& shape)
@@ -77,7 +77,7 @@ void Interleave(benchmark::State& state, ZtaInterleave loop, const Shape& shape)
         loop(buffers.streams.data(), shape.streams, buffers.mux, shape.frames);
         benchmark::ClobberMemory();
     }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * 2 * shape.Bytes()));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * shape.Bytes()));
 }
 
 void Split(benchmark::State& state, ZtaSplit loop, const Shape& shape)
@@ -87,7 +87,7 @@ void Split(benchmark::State& state, ZtaSplit loop, const Shape& shape)
         loop(buffers.mux, buffers.streams.data(), shape.streams, shape.frames);
         benchmark::ClobberMemory();
     }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * 2 * shape.Bytes()));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * shape.Bytes()));
 }
 
 void Register(const SZtaSampleLoops& loops, const Element& element, const Shape& shape, const std::string& suffix)

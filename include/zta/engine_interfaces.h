@@ -44,47 +44,103 @@ public:
     ///         any other code                            what the source's producer or the host reported
     virtual int CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioSamples* pDestination) = 0;
 
-    /// Interleaves two mono buffers into one stereo buffer: left first in each sample frame.
+    /// Interleaves two mono buffers into one stereo buffer: left first in each sample frame. Formats are brought
+    /// together through the pool, and a fade that both inputs ask for is applied. Sets the stereo buffer's length.
+    ///
+    /// Errors  ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER, ZT_E_MODULE_BUSY  as for CopyAudioSamples
+    ///         ZT_E_FORMAT_NOT_SUPPORTED           channels are not 1, 1 and 2, or a format is not known
+    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE    a buffer holds opaque words
+    ///         ZT_E_BUFFER_SIZE_MISMATCH           the inputs' lengths differ
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, ZT_E_BUFFER_FORMAT_MISMATCH
     virtual int CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                              IZtAudioSamples* pStereo) = 0;
 
-    /// Splits one stereo buffer into two mono buffers.
+    /// Splits one stereo buffer into two mono buffers and sets their lengths. Errors as above.
     virtual int CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                              IZtAudioSamples* pRight) = 0;
 
     /// Copies `ulLength` bytes between two buffers of one format, from byte `ulSourceOffset` of the source's valid
-    /// data to byte `ulDestinationOffset` of the destination's capacity.
+    /// data to byte `ulDestinationOffset` of the destination's capacity. Polarity and fade flags are handed on, the
+    /// destination's length stays. A run outside the buffers is told by the destination's error code alone
+    /// (ZT_E_SOURCE_BUFFER_TOO_SMALL, ZT_E_DESTINATION_BUFFER_TOO_SMALL): the call returns what the host's
+    /// SignalWriteCompletion returned.
+    ///
+    /// Errors  ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER, ZT_E_MODULE_BUSY  as for CopyAudioSamples
+    ///         ZT_E_AUDIO_FORMAT_MISMATCH  formats differ, other than in the width of opaque words
     virtual int DuplicateAudioSamples(IZtAudioSamples* pSource, unsigned long ulSourceOffset,
                                       IZtAudioSamples* pDestination, unsigned long ulDestinationOffset,
                                       unsigned long ulLength) = 0;
 
-    /// Interleaves mono buffers into one mux buffer; entry c is channel c. Volumes are optional (count 0).
+    /// Interleaves mono buffers into one mux buffer of 4, 8, 16, 32 or 64 channels; entry c is channel c. Volumes, one
+    /// for each channel, are optional (count 0) and work on 24-in-32. The mux's valid length must already be the
+    /// inputs' or more; without volumes it ends as the inputs'.
+    ///
+    /// Errors  ZT_E_INVALID_POINTER               null mux (nothing is signalled), array, entry, or missing volumes
+    ///         ZT_E_INVALID_PARAMETER             a count that is not allowed, or a buffer that cannot be read
+    ///         ZT_E_BUFFER_FORMAT_MISMATCH        the mux's channels are not those of the array
+    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE   a mux of opaque words
+    ///         ZT_E_BUFFER_SIZE_MISMATCH          inputs of different lengths
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL  an input beyond the pool's 192000 bytes, or a mux that is too short
+    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED
+    ///         ZT_E_MODULE_BUSY, or what an input's producer or the host reported
     virtual int CopyAudioSamplesMonoToMux(IZtAudioSamples** ppMono, unsigned long ulMonoCount, IZtAudioSamples* pMux,
                                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount) = 0;
 
-    /// Interleaves stereo buffers into one mux buffer; entry k is channels 2k and 2k + 1.
+    /// Interleaves stereo buffers into one mux buffer; entry k is channels 2k and 2k + 1, and volume c is channel c's.
+    /// Errors as above.
     virtual int CopyAudioSamplesStereoToMux(IZtAudioSamples** ppStereo, unsigned long ulStereoCount,
                                             IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                             unsigned long ulVolumeCount) = 0;
 
-    /// Splits one mux buffer into mono buffers.
+    /// Splits one mux buffer into mono buffers of its container; channel c goes to entry c. The outputs' valid lengths
+    /// must already be equal, and the mux's or more; without volumes they end as the mux's.
+    ///
+    /// Errors  ZT_E_INVALID_POINTER               null array (nothing is signalled), mux, or volumes with a count
+    ///         ZT_E_INVALID_PARAMETER             a count or width that is not allowed, a null entry, or a buffer that
+    ///                                            cannot be read
+    ///         ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED   an output of other channels
+    ///         the others as above
     virtual int CopyAudioSamplesMuxToMono(IZtAudioSamples* pMux, IZtAudioSamples** ppMono, unsigned long ulMonoCount,
                                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount) = 0;
 
-    /// Splits one mux buffer into stereo buffers.
+    /// Splits one mux buffer into stereo buffers; channels 2k and 2k + 1 go to entry k. Errors as above.
     virtual int CopyAudioSamplesMuxToStereo(IZtAudioSamples* pMux, IZtAudioSamples** ppStereo,
                                             unsigned long ulStereoCount, SZtAudioMonoVolumeInfo* psVolumes,
                                             unsigned long ulVolumeCount) = 0;
 
-    /// Applies one gain ramp per channel from a buffer to another of the same format and length, or to itself.
+    /// Applies one gain ramp per channel from a 24-in-32 buffer to another of the same format and length, or to itself,
+    /// and then the fades that the input asks for. The result saturates. Sets no length other than the output's own.
+    ///
+    /// Errors  ZT_E_INVALID_POINTER              a null buffer (null output: nothing is signalled)
+    ///         ZT_E_INVALID_PARAMETER            no volumes, not one for each channel, or a gain outside 0.0 to 8.0
+    ///         ZT_E_BUFFER_FORMAT_MISMATCH       formats differ
+    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE  a multi-format or opaque input
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL, ZT_E_BUFFER_SIZE_MISMATCH  an output shorter or longer than the input
+    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED
+    ///         ZT_E_MODULE_BUSY, or what the input's producer or the host reported
     virtual int ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, SZtAudioMonoVolumeInfo* psVolumes,
                             unsigned long ulVolumeCount) = 0;
 
-    /// Creates the state of one resampled stream. The caller owns the reference that it gets. [allocates]
+    /// Creates the state of one stream of 16-bit PCM between 44100 and 48000 Hz, mono or stereo. The caller owns the
+    /// one reference that it gets, and must not query the object. [any thread] [allocates]
+    ///
+    /// Errors  ZT_E_INVALID_POINTER, ZT_E_INVALID_AUDIO_CHANNEL_TYPE, ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE,
+    ///         ZT_E_INVALID_AUDIO_DATA_TYPE, ZT_E_INVALID_AUDIO_SAMPLING_RATE: the first that fits;
+    ///         ZT_E_INCONSISTENCY_DETECTED: the stream could not be made
     virtual int CreateAudioResampler(SZtaWaveFormatInfo* psInputFormat, SZtaWaveFormatInfo* psOutputFormat,
                                      IUnknown** ppResampler) = 0;
 
-    /// Resamples one buffer of a stream.
+    /// Resamples one buffer of a stream. How a stream is cut into buffers does not change its samples. The output's
+    /// valid length tells how many frames came out; its capacity must be at least the input's frames, and more than
+    /// those times the ratio of the rates. An empty input marks the output full.
+    /// pResampler  from CreateAudioResampler, for as many channels; no reference is taken
+    ///
+    /// Errors  ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER, ZT_E_MODULE_BUSY  as for CopyAudioSamples; also a stream
+    ///                                            that is null, or none of this engine's making
+    ///         ZT_E_INVALID_AUDIO_CHANNEL_TYPE, ZT_E_INVALID_AUDIO_SAMPLING_RATE, ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE,
+    ///         ZT_E_INVALID_AUDIO_DATA_TYPE       the first that fits
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL  the stream has not moved, in mono
+    ///         ZT_E_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED
     virtual int ProcessAudioResampler(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
                                       IUnknown* pResampler) = 0;
 };

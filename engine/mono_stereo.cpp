@@ -307,7 +307,10 @@ int CZtaAudioSamplesEngine::SplitStaged(IZtAudioSamples* pStereo, SZtAudioSample
         iStatus = FirstFailure(iStatus, m_pScratch2->SetWaveFormat(&sMonoFormat));
     }
     if (iStatus >= 0) {
-        iStatus = m_oConvertStereoToMono.ConvertStereoToMono(pStereo, pLeftTarget, pRightTarget);
+        // A stage beside a larger output of the caller's would be written beyond its end.
+        const bool bStaged = pLeftTarget != pLeft || pRightTarget != pRight;
+        iStatus = bStaged ? m_oConvertStereoToMono.ConvertStereoToMonoStaged(pStereo, pLeftTarget, pRightTarget)
+                          : m_oConvertStereoToMono.ConvertStereoToMono(pStereo, pLeftTarget, pRightTarget);
     }
     if (iStatus >= 0 && pLeftTarget != pLeft) {
         iStatus = m_oConvertBitDepth.ConvertBitDepth(pLeftTarget, pLeft);

@@ -25,6 +25,18 @@ CZtaConvertStereoToMono::~CZtaConvertStereoToMono() = default;
 int CZtaConvertStereoToMono::ConvertStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                  IZtAudioSamples* pRight)
 {
+    return Convert(pStereo, pLeft, pRight, EOutputsChecked::Together);
+}
+
+int CZtaConvertStereoToMono::ConvertStereoToMonoStaged(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                                       IZtAudioSamples* pRight)
+{
+    return Convert(pStereo, pLeft, pRight, EOutputsChecked::Each);
+}
+
+int CZtaConvertStereoToMono::Convert(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
+                                     EOutputsChecked eChecked)
+{
     SZtAudioBufferInformations sStereo;
     SZtAudioBufferInformations sLeft;
     SZtAudioBufferInformations sRight;
@@ -37,7 +49,9 @@ int CZtaConvertStereoToMono::ConvertStereoToMono(IZtAudioSamples* pStereo, IZtAu
     }
     // One output with room is enough to pass: hosts are not refused what used to go through.
     const unsigned long ulFrames = sStereo.ulValidFrames;
-    if (ulFrames > sLeft.ulCapacityFrames && ulFrames > sRight.ulCapacityFrames) {
+    const bool bLeftTooSmall = ulFrames > sLeft.ulCapacityFrames;
+    const bool bRightTooSmall = ulFrames > sRight.ulCapacityFrames;
+    if (eChecked == EOutputsChecked::Each ? bLeftTooSmall || bRightTooSmall : bLeftTooSmall && bRightTooSmall) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     iStatus = ZtaRunKernel(*this, m_oTable, sStereo.eFormat, sLeft.eFormat, ulFrames, [&](Function pfnKernel) {

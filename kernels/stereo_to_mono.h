@@ -34,7 +34,17 @@ public:
     ///         ZT_E_INVALID_POINTER    no output at all
     int ConvertStereoToMono24in24(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);
 
+    /// The same for outputs of which one is a stage buffer of the engine's: each must have room, or the call is
+    /// refused.
+    ZTA_INTERNAL int ConvertStereoToMonoStaged(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                               IZtAudioSamples* pRight);
+
 private:
+    enum class EOutputsChecked { Together, Each };
+
+    ZTA_INTERNAL int Convert(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
+                             EOutputsChecked eChecked);
+
     using Function = int (CZtaConvertStereoToMono::*)(unsigned long ulFrames, void* pvStereo, void* pvLeft,
                                                       void* pvRight);
 

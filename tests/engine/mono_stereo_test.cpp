@@ -455,6 +455,22 @@ TEST_F(StereoToMono, StagesOutputsOneByOne)
     EXPECT_EQ(Samples<std::int16_t>(*right16, 1), std::vector<std::int16_t>{0x4000});
 }
 
+TEST_F(StereoToMono, WithOneStagedOutputTakesWhatTheStageHoldsAndNoFrameMore)
+{
+    for (const bool leftStaged : {true, false}) {
+        for (const std::size_t frames : {48000U, 48001U}) {
+            auto stereo = Make("stereo", Pcm24In32(2), frames);
+            // The suggestion follows the left output: a float left is staged, and so is a 16-bit right.
+            auto left = Make("left", leftStaged ? Float32(1) : Pcm24In32(1), 0, frames);
+            auto right = Make("right", leftStaged ? Pcm24In32(1) : Pcm16(1), 0, frames);
+            EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()),
+                      frames == 48000 ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL)
+                << leftStaged << " " << frames;
+            ExpectAtRest({stereo.Get(), left.Get(), right.Get()});
+        }
+    }
+}
+
 TEST_F(StereoToMono, KeepsWhatWasDoneWhenTheSecondOutputFails)
 {
     auto stereo = Make("stereo", Pcm24In32(2), 0, 1);

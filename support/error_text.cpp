@@ -12,6 +12,7 @@ namespace {
 /// All texts. The table names them by their places in here: a table of pointers would have to be adjusted, row by row,
 /// whenever the module is loaded.
 struct STexts {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): the name of a member
 #define ZTA_STATUS_ROW(code, name, sentence) wchar_t name[std::size(L"" #name ": " sentence)];
 #include <zta/status_rows.inc>
 };

@@ -82,7 +82,8 @@ std::vector<std::string> WordsOf(const std::string& text)
 {
     std::vector<std::string> words;
     int before = ' ';
-    for (const unsigned char c : text) {
+    for (const char letter : text) {
+        const int c = static_cast<unsigned char>(letter);
         if (std::isalnum(c) != 0) {
             if (std::isalnum(before) == 0 || (std::islower(before) != 0 && std::isupper(c) != 0)) {
                 words.emplace_back();

@@ -20,9 +20,8 @@ struct SZtaPreparedRows {
         alignas(64) std::int16_t aasPairs[kiPairs][kiLanes][2];
         /// Of the first two samples of each lane's row, from the first one of lane 0's.
         alignas(64) std::uint16_t aausOffsets[kiLanes][2];
-        std::int32_t lOutputs;   ///< fewer than the lanes at the end of a period
-        std::int32_t lAdvance;   ///< samples from the first one of this group to that of the next
-        std::int32_t lOuterLane; ///< the lane of phase 0; -1 in the other groups
+        std::int32_t lOutputs; ///< fewer than the lanes at the end of a period
+        std::int32_t lAdvance; ///< samples from the first one of this group to that of the next
     };
 
     SGroup asGroups[kiMaxPhases / kiLanes];

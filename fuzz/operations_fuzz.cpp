@@ -106,6 +106,7 @@ struct Operation {
         const auto in = [&](std::size_t i) { return inputs[i].Get(); };
         const auto out = [&](std::size_t i) { return outputs[i].Get(); };
         std::vector<IZtAudioSamples*> array;
+        array.reserve(1); // no buffers are not no array
         for (const Buffer& buffer : IsSplit(kind) ? outputs : inputs) {
             array.push_back(buffer.Get());
         }
@@ -174,12 +175,9 @@ struct Operation {
 
 class Session {
 public:
-    explicit Session(Choices& choices) : choices_(choices)
+    explicit Session(Choices& choices) : choices_(choices), stream_(streams_[choices.Below(2)].Get())
     {
         host_->ResetPool();
-        SZtaWaveFormatInfo from = zta::host::Pcm16(1 + static_cast<std::uint32_t>(choices.Below(2)), 44100);
-        SZtaWaveFormatInfo to = zta::host::Pcm16(from.ulChannels, 48000);
-        ZTA_FUZZ_CHECK(engine_->CreateAudioResampler(&from, &to, stream_.Put()) == 0);
     }
 
     void Step()
@@ -202,12 +200,13 @@ public:
         int status = 0;
         bool thrown = false;
         try {
-            status = operation.Run(*engine_, stream_.Get());
+            status = operation.Run(*engine_, stream_);
         } catch (const CZtSmartPointerException&) {
             thrown = true;
         }
         faults_.End();
 
+        if (getenv("FZ")) { fprintf(stderr,"kind %d plan %zu at %d status %x thrown %d array %d volumes %d/%zu leftCode %x failed %d\n",(int)operation.kind,plan,at,status,thrown,operation.hasArray,operation.hasVolumes,operation.volumes.size(),operation.leftCode,faults_.HasFailed());  for(auto*v:{&operation.inputs,&operation.outputs}) for(auto&c:*v) if(c) fprintf(stderr,"  %s r %d w %d err %x\n",v==&operation.inputs?"in":"out",c->ReadCount(),c->WriteCount(),c->ErrorCode()); else fprintf(stderr," null\n"); for(auto*v:{&insBefore,&outsBefore}) for(auto&c:*v) fprintf(stderr,"  %u ch type %u %u/%u rate %u len %zu cap %zu\n",c.Format().ulChannels,c.Format().eDataType,c.Format().ulValidBitsPerSample,c.Format().ulBitsPerSample,c.Format().ulSamplesPerSec,c.length,c.bytes.size()); }
         // Without its content the left output of a split cannot be marked.
         ZTA_FUZZ_CHECK(!thrown || (operation.kind == Kind::StereoToMono && faults_.HasQueryFailed()));
         ZTA_FUZZ_CHECK(codes.count(status) != 0 || IsDocumented(operation.kind, status));
@@ -622,13 +621,13 @@ private:
     }
 
     /// Formats that a kernel takes as they are: one container throughout, and as many channels as the parts have.
-    static bool AreDirect(const Content& whole, const std::vector<Content>& parts)
+    static bool AreDirect(const Content& whole, const std::vector<Content>& parts, bool isMux)
     {
         SZtaWaveFormatInfo part = whole.Format();
         part.ulChannels = parts[0].Format().ulChannels;
         bool direct = IsExact(whole.Format()) && whole.Format().eDataType == keZtAudioDataTypePcm &&
                       part.ulChannels * parts.size() == whole.Format().ulChannels && part.ulChannels <= 2 &&
-                      (part.ulSamplesPerSec == 48000 || whole.Format().ulChannels == 2);
+                      (isMux ? whole.Format().ulChannels >= 4 : whole.Format().ulChannels == 2);
         for (const Content& content : parts) {
             direct = direct && AreEqual(content.Format(), part) && content.Frames() == parts[0].Frames();
         }
@@ -638,7 +637,8 @@ private:
     static void CheckInterleaving(const Operation& operation, int status, const std::vector<Content>& ins,
                                   const Content& out)
     {
-        bool plain = AreDirect(out, ins) && operation.volumes.empty() && ins[0].Frames() > 0;
+        const bool isMux = operation.kind != Kind::MonoToStereo;
+        bool plain = AreDirect(out, ins, isMux) && operation.volumes.empty() && ins[0].Frames() > 0;
         std::vector<const Content*> parts;
         for (const Content& in : ins) {
             plain = plain && !in.AsksForFade();
@@ -649,7 +649,6 @@ private:
         }
         // A mux is measured by its valid length, stereo by its capacity.
         const std::size_t frames = ins[0].Frames();
-        const bool isMux = operation.kind != Kind::MonoToStereo;
         const bool isStaged =
             isMux && std::any_of(ins.begin(), ins.end(), [](const Content& in) { return in.length > kScratchBytes; });
         if (isStaged || (isMux ? out.Frames() : out.Room()) < frames) {
@@ -670,7 +669,8 @@ private:
     {
         const bool isMux = operation.kind != Kind::StereoToMono;
         const std::size_t frames = in.Frames();
-        bool plain = AreDirect(in, outs) && operation.volumes.empty() && frames > 0 && (!in.AsksForFade() || !isMux);
+        bool plain =
+            AreDirect(in, outs, isMux) && operation.volumes.empty() && frames > 0 && (!in.AsksForFade() || !isMux);
         // What becomes of outputs that are too short is the kernel's affair.
         for (const Content& out : outs) {
             plain = plain && (isMux ? out.Frames() : out.Room()) >= frames;
@@ -740,8 +740,19 @@ private:
     static inline FaultyHost* const host_ = new FaultyHost(faults_);
     static inline const Ref<IZtaAudioSamplesEngine> engine_ = zta::test::CreateEngine(*host_);
 
+    /// A stream of one or two channels. Its own samples are another target's affair, so one serves all inputs.
+    static Ref<IUnknown> MakeStream(std::uint32_t channels)
+    {
+        SZtaWaveFormatInfo from = zta::host::Pcm16(channels, 44100);
+        SZtaWaveFormatInfo to = zta::host::Pcm16(channels, 48000);
+        Ref<IUnknown> stream;
+        ZTA_FUZZ_CHECK(engine_->CreateAudioResampler(&from, &to, stream.Put()) == 0);
+        return stream;
+    }
+    static inline const Ref<IUnknown> streams_[] = {MakeStream(1), MakeStream(2)};
+
     Choices& choices_;
-    Ref<IUnknown> stream_;
+    IUnknown* stream_;
     std::vector<Buffer> kept_;
     std::size_t frames_ = 0;
 };

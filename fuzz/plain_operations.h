@@ -74,7 +74,7 @@ inline constexpr Law kLaws[] = {
 
 /// The result of a conversion; nothing where the model does not know the samples.
 struct Conversion {
-    int status;
+    int status; ///< 1 where only the samples of a copy that was made are known
     std::optional<Content> out;
 };
 
@@ -137,8 +137,6 @@ inline Conversion CopyPlainly(Content in, Content out)
              ++i) {
             convert(in.bytes.data() + i * 4, out.bytes.data() + i * (wide ? 4 : 2));
         }
-        // Only the samples of a copy that was made count: the class has rules of its own for the lengths.
-        out.length = wide ? in.length / host::BytesPerFrame(from) * host::BytesPerFrame(to) : out.length;
         return {1, out};
     }
     return ConvertPlainly(in, out);

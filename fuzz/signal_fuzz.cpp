@@ -148,8 +148,8 @@ void CheckRun(Choices& choices, const SignalBuild& build)
     const IppStatus made = build.ippsResamplePolyphaseFixedInit_16s(plan.inRate, plan.outRate, plan.length, rollOff,
                                                                     alpha, block.get(), zta::test::HintOf(plan.kind));
     ZTA_FUZZ_CHECK(made == (good ? ippStsNoErr : ippStsBadArgErr));
-    if (!good || std::isnan(rollOff) || std::isnan(alpha)) {
-        return; // the model has no row for such a filter
+    if (!good || std::isnan(rollOff) || !(alpha < 700.0F)) {
+        return; // such windows leave the range of a double, and the model has no row for them
     }
 
     // From half a filter before the first position to half a filter behind the last one that may be.

@@ -1,5 +1,5 @@
+#include "bench/common/text.h"
 #include "bench/peers/result.h"
-#include "bench/peers/text.h"
 
 #include <algorithm>
 #include <cmath>

@@ -13,8 +13,8 @@ using namespace bench;
 std::vector<WorkRow> AllWorks(const Bench& bench)
 {
     std::vector<WorkRow> rows;
-    for (const auto add : {AddConversions, AddMuxes, AddGains, AddMultiFormatsAndFades, AddResampling, AddCallCost,
-                           AddContents, AddEngines}) {
+    for (const auto add : {AddConversions, AddMuxes, AddGains, AddMultiFormatsAndFades, AddResampling, AddContents,
+                           AddCallCost, AddEngines}) {
         add(rows, bench);
     }
     return rows;

@@ -1,8 +1,7 @@
 /// Other libraries that do some of the same jobs. Each has a file of its own, the only one that includes its headers.
 #pragma once
 
-#include "bench/peers/measure.h"
-#include "bench/peers/sound.h"
+#include "bench/common/jobs.h"
 
 #include <functional>
 #include <memory>
@@ -10,12 +9,6 @@
 #include <vector>
 
 namespace bench {
-
-struct Rates {
-    std::uint32_t from;
-    std::uint32_t to;
-    std::uint32_t channels;
-};
 
 /// A stream of interleaved 16-bit samples: takes all of the input and returns how many frames came out.
 using Stream =

@@ -90,6 +90,7 @@ public:
         }
         buffer_ = gst_buffer_new_wrapped_full(static_cast<GstMemoryFlags>(0), side.planes.front(), side.Bytes(), 0,
                                               side.Bytes(), nullptr, nullptr);
+        gst_segment_init(&transform_->segment, GST_FORMAT_TIME);
         Class()->before_transform(transform_, buffer_);
     }
     ~VolumeElement()

@@ -68,8 +68,9 @@ Result Measure(const WorkRow& row, double seconds)
         const auto wrong = WrongResult(work, contender);
         if (!wrong) {
             accepted.push_back(std::move(contender));
-        } else if (contender.role == Role::Library) {
-            throw std::runtime_error(row.family + ", " + row.name + ": the library's result is wrong: " + *wrong);
+        } else if (contender.role != Role::Peer && contender.role != Role::Other) {
+            throw std::runtime_error(row.family + ", " + row.name + ", " + contender.name +
+                                     ": wrong result: " + *wrong);
         } else {
             result.leftOut.push_back(contender.name + ": " + *wrong);
         }

@@ -31,10 +31,10 @@ struct Result {
     std::string name;
     std::vector<Timed> contenders;
     std::vector<Verdict> verdicts;
-    std::vector<std::string> leftOut; ///< contenders whose results were wrong, and how
+    std::vector<std::string> leftOut; ///< peers whose results were wrong, and how
 };
 
-/// Checks every contender of a work, then measures them. A library's result that is wrong ends the run.
+/// Checks every contender of a work, then measures them. Only a peer's result may be wrong, which leaves it out.
 Result Measure(const WorkRow& row, double seconds);
 
 /// What a role is called where its target is told, such as "of the limit".

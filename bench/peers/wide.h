@@ -1,7 +1,7 @@
 /// Yardsticks that the processor itself sets: copies, and multiply-adds out of registers.
 #pragma once
 
-#include "bench/peers/measure.h"
+#include "bench/common/measure.h"
 
 #include <cstddef>
 #include <string>

@@ -1,8 +1,8 @@
 /// The works that are compared: what is done, by whom, and how fast it shall be.
 #pragma once
 
-#include "bench/peers/host.h"
-#include "bench/peers/measure.h"
+#include "bench/common/host.h"
+#include "bench/common/measure.h"
 #include "bench/peers/peer.h"
 
 #include <functional>

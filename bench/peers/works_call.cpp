@@ -1,9 +1,9 @@
-#include "bench/peers/models.h"
+#include "bench/common/jobs.h"
+#include "bench/common/models.h"
+#include "bench/peers/copy_by_hand.h"
 #include "bench/peers/work.h"
 
 #include <array>
-#include <atomic>
-#include <cstring>
 
 namespace bench {
 
@@ -61,49 +61,6 @@ private:
     Tally counts_{};
 };
 
-/// What the contract demands of a copy of equal formats, and nothing else: the host calls, the latch, the copy.
-[[gnu::noinline]] void CopyByHand(IZtAudioSamples& source, IZtAudioSamples& destination)
-{
-    static std::atomic<std::uint32_t> latch;
-    SZtAudioSamplesDescription description{};
-    description.ulSize = sizeof description;
-    void* content = nullptr;
-    void* from = nullptr;
-    void* to = nullptr;
-    unsigned long length = 0;
-    unsigned long ignored = 0;
-    unsigned long capacity = 0;
-    int code = 0;
-    destination.QueryInterface(IID_IZtAVContent, &content);
-    source.QueryInterface(IID_IZtAVContent, &content);
-    source.GetErrorCode(&code);
-    source.GetAudioSamplesDescription(&description);
-    destination.GetAudioSamplesDescription(&description);
-    latch.exchange(1);
-    for (int reference = 0; reference < 2; ++reference) { // the saved operand's, and the worker's own
-        source.AddRef();
-        destination.AddRef();
-    }
-    destination.MarkWriteStartTime();
-    source.GetAudioSamplesDescription(&description);
-    destination.GetAudioSamplesDescription(&description);
-    source.GetErrorCode(&code);
-    source.GetBufferAndLength(&from, &length);
-    destination.GetBufferCapacity(&capacity);
-    destination.GetBufferAndLength(&to, &ignored);
-    std::memcpy(to, from, length);
-    source.Release();
-    destination.Release();
-    latch.exchange(0);
-    source.SignalReadCompletion();
-    destination.MarkWriteStopTime();
-    destination.SignalWriteCompletion();
-    for (int reference = 0; reference < 2; ++reference) { // the worker's, and the query's
-        source.Release();
-        destination.Release();
-    }
-}
-
 /// The yardstick makes the engine's calls, as many of each kind on each buffer.
 std::optional<std::string> CompareCalls(const Bench& bench)
 {
@@ -135,15 +92,10 @@ Work MakeOneFrame(const Bench& bench)
         Fill(in, Content::Noise);
         Poison(out);
     };
-    work.contenders.push_back(MakeContender(
-        "engine", Role::Library,
-        [&engine = bench.spread, source, target] {
-            engine.Require(engine->CopyAudioSamples(source->One(), target->One()));
-        },
-        [&bench, copied] {
-            const auto calls = CompareCalls(bench);
-            return calls ? calls : copied();
-        }));
+    work.contenders.push_back(MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out), [&bench, copied] {
+        const auto calls = CompareCalls(bench);
+        return calls ? calls : copied();
+    }));
     work.contenders.push_back(MakeContender(
         "host calls, latch and copy", Role::Yardstick, [source, target] { CopyByHand(*source->One(), *target->One()); },
         copied));

@@ -1,3 +1,4 @@
+#include "bench/common/models.h"
 #include "bench/peers/work.h"
 
 namespace bench {
@@ -14,6 +15,8 @@ struct Operation {
 
 constexpr std::size_t kFrames = 4800;
 constexpr std::uint32_t kChannels = 2;
+constexpr float kStart = 0.5F;
+constexpr float kEnd = 2.5F;
 
 constexpr Operation kOperations[] = {
     {"16 to float", Sample::Int16, Sample::Float, false},
@@ -23,16 +26,14 @@ constexpr Operation kOperations[] = {
     {"gain ramp", Sample::Int24In32, Sample::Int24In32, true},
 };
 
-Job JobOn(const Bench& bench, const Operation& operation, const std::shared_ptr<BufferSet>& in,
-          const std::shared_ptr<BufferSet>& out)
+Job JobOn(const Bench& bench, const Operation& operation, const Side& in, const Side& out)
 {
-    if (operation.ramp) {
-        std::vector<SZtAudioMonoVolumeInfo> ramps(kChannels, {0, 0.5F, 2.5F});
-        return [&engine = bench.spread, in, out, ramps]() mutable {
-            engine.Require(engine->ApplyVolume(in->One(), out->One(), ramps.data(), ramps.size()));
-        };
-    }
-    return [&engine = bench.spread, in, out] { engine.Require(engine->CopyAudioSamples(in->One(), out->One())); };
+    return operation.ramp ? VolumeJob(bench.spread, in, out, kStart, kEnd) : CopyJob(bench.spread, in, out);
+}
+
+Check CheckOf(const Operation& operation, const Side& in, const Side& out)
+{
+    return EqualTo(out, [=] { return operation.ramp ? Scaled(in, kStart, kEnd) : Converted(in, out); });
 }
 
 Work MakeContent(const Bench& bench, const Operation& operation, Content content)
@@ -42,22 +43,18 @@ Work MakeContent(const Bench& bench, const Operation& operation, Content content
     const Side special = side(operation.from);
     const Side noise = side(operation.from);
     const Side out = side(operation.to);
-    const auto target = std::make_shared<BufferSet>(out);
     Work work;
     work.prepare = [=] {
         Fill(special, content);
         Fill(noise, Content::Noise);
         Poison(out);
     };
-    // The law itself is checked where it is compared with the peers; here, that the samples were taken.
-    const auto checked = [&](const Side& in) {
-        return operation.ramp ? Check() : WithinTolerance(in, out, 0x1.01p-15);
+    const auto add = [&](Content of, Role role, const Side& in) {
+        work.contenders.push_back(
+            MakeContender(NameOf(of), role, JobOn(bench, operation, in, out), CheckOf(operation, in, out)));
     };
-    work.contenders.push_back(MakeContender(NameOf(content), Role::Library,
-                                            JobOn(bench, operation, std::make_shared<BufferSet>(special), target),
-                                            checked(special)));
-    work.contenders.push_back(MakeContender(
-        "noise", Role::Yardstick, JobOn(bench, operation, std::make_shared<BufferSet>(noise), target), checked(noise)));
+    add(content, Role::Library, special);
+    add(Content::Noise, Role::Yardstick, noise);
     work.targets = {{Role::Yardstick, 0.95}};
     return work;
 }

@@ -1,4 +1,4 @@
-#include "bench/peers/models.h"
+#include "bench/common/models.h"
 #include "bench/peers/work.h"
 
 namespace bench {
@@ -32,14 +32,8 @@ Work MakeConversion(const Bench& bench, Sample from, Sample to, std::size_t fram
         Fill(in, Content::Noise);
         Poison(out);
     };
-    const auto source = std::make_shared<BufferSet>(in);
-    const auto target = std::make_shared<BufferSet>(out);
-    work.contenders.push_back(MakeContender(
-        "engine", Role::Library,
-        [&engine = bench.spread, source, target] {
-            engine.Require(engine->CopyAudioSamples(source->One(), target->One()));
-        },
-        EqualTo(out, [in, out] { return Converted(in, out); })));
+    work.contenders.push_back(MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out),
+                                            EqualTo(out, [in, out] { return Converted(in, out); })));
     AddLimits(work, OnePass(in, out));
     for (const auto& peer : bench.peers) {
         if (Job job = peer->Convert(in, out)) {

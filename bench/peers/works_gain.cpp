@@ -1,4 +1,4 @@
-#include "bench/peers/models.h"
+#include "bench/common/models.h"
 #include "bench/peers/work.h"
 
 namespace bench {
@@ -18,16 +18,6 @@ std::size_t FramesIn(std::size_t bytes, std::uint32_t channels)
 const char* SizeName(std::size_t bytes)
 {
     return bytes == kInCache ? "64 KiB" : "64 MiB";
-}
-
-Job VolumeJob(const Engine& engine, const Side& in, const Side& out, float start, float end)
-{
-    const auto source = std::make_shared<BufferSet>(in);
-    const auto target = in.planes == out.planes ? source : std::make_shared<BufferSet>(out);
-    std::vector<SZtAudioMonoVolumeInfo> ramps(in.Channels(), {0, start, end});
-    return [&engine, source, target, ramps]() mutable {
-        engine.Require(engine->ApplyVolume(source->One(), target->One(), ramps.data(), ramps.size()));
-    };
 }
 
 Work MakeRamp(const Bench& bench, std::size_t bytes, std::uint32_t channels)

@@ -1,4 +1,4 @@
-#include "bench/peers/models.h"
+#include "bench/common/models.h"
 #include "bench/peers/work.h"
 
 namespace bench {
@@ -21,7 +21,7 @@ struct Shape {
     std::size_t frames;
 };
 
-/// The buffers of one work, the staging memory of its limit, and the engine's call on them.
+/// The buffers of one work, and the staging memory of its limit.
 struct Setting {
     Side planes;
     Side mux;
@@ -51,24 +51,7 @@ Setting MakeSetting(const Shape& shape, Placement placement)
 
 Job EngineJob(const Engine& engine, const Setting& setting)
 {
-    const auto planes = std::make_shared<BufferSet>(setting.planes);
-    const auto mux = std::make_shared<BufferSet>(setting.mux);
-    const bool mono = setting.planes.channelsOfPlane == 1;
-    const auto call = [&engine, planes, mux](auto operation) {
-        return Job([&engine, planes, mux, operation] { engine.Require(operation(*planes, *mux)); });
-    };
-    if (setting.joins) {
-        const auto join = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
-                               : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
-        return call([&engine, join](BufferSet& from, BufferSet& to) {
-            return (engine.operator->()->*join)(from.Array(), from.Count(), to.One(), nullptr, 0);
-        });
-    }
-    const auto split = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
-                            : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
-    return call([&engine, split](BufferSet& to, BufferSet& from) {
-        return (engine.operator->()->*split)(from.One(), to.Array(), to.Count(), nullptr, 0);
-    });
+    return MuxJob(engine, setting.planes, setting.mux, setting.joins);
 }
 
 Check CheckOf(const Setting& setting)

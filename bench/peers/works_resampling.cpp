@@ -4,8 +4,8 @@
 
 #include <zta/ipp.h>
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <map>
 #include <random>
 
@@ -22,56 +22,10 @@ constexpr Direction kDirections[] = {{44100, 48000}, {48000, 44100}};
 /// Long turns: some resamplers work in blocks of thousands of frames.
 constexpr double kTurnSeconds = 2e-3;
 
-/// One stream of the engine's over buffers of its own.
-class EngineStream {
-public:
-    EngineStream(const Bench& bench, const Rates& rates, std::size_t frames)
-        : engine_(bench.spread), channels_(rates.channels),
-          memory_(std::make_shared<Memory>(4 * Memory::RoomFor(2 * (2 * frames + 2) * channels_, Placement::Spread))),
-          in_(MakeSide(memory_, Sample::Int16, channels_, 1, frames, Placement::Spread)),
-          out_(MakeSide(memory_, Sample::Int16, channels_, 1, 2 * frames + 2, Placement::Spread)),
-          source_(in_, rates.from), target_(out_, rates.to)
-    {
-        SZtaWaveFormatInfo from = FormatOf(Sample::Int16, channels_, rates.from);
-        SZtaWaveFormatInfo to = FormatOf(Sample::Int16, channels_, rates.to);
-        engine_.Require(engine_->CreateAudioResampler(&from, &to, stream_.Put()));
-        Fill(in_, Content::Silence);
-        Call(keZtAudioResamplerModeRestart);
-        Fill(in_, Content::Noise);
-    }
-
-    void Call(EZtAudioResamplerMode mode = keZtAudioResamplerModeContinue)
-    {
-        engine_.Require(engine_->ProcessAudioResampler(source_.One(), target_.One(), mode, stream_.Get()));
-    }
-
-    std::size_t Process(const std::int16_t* in, std::int16_t* out)
-    {
-        std::memcpy(in_.planes.front(), in, in_.Bytes());
-        Call();
-        const std::size_t bytes = target_.First().Length();
-        std::memcpy(out, out_.planes.front(), bytes);
-        return bytes / 2 / channels_;
-    }
-
-    const Side& In() const { return in_; }
-    const Side& Out() const { return out_; }
-
-private:
-    const Engine& engine_;
-    std::uint32_t channels_;
-    std::shared_ptr<Memory> memory_;
-    Side in_;
-    Side out_;
-    BufferSet source_;
-    BufferSet target_;
-    zta::host::Ref<IUnknown> stream_;
-};
-
 StreamMaker EngineMaker(const Bench& bench)
 {
     return {"engine", [&bench](const Rates& rates, std::size_t frames) -> Stream {
-                return [stream = std::make_shared<EngineStream>(bench, rates, frames)](
+                return [stream = std::make_shared<EngineStream>(bench.spread, rates, frames)](
                            const std::int16_t* in, std::size_t, std::int16_t* out, std::size_t) {
                     return stream->Process(in, out);
                 };
@@ -180,7 +134,7 @@ Check RunsLikeTheOldestBuild(const Bench& bench, const std::shared_ptr<BareRun>&
 Work MakeResampling(const Bench& bench, const Direction& direction, std::uint32_t channels, std::size_t frames)
 {
     const Rates rates{direction.from, direction.to, channels};
-    const auto engine = std::make_shared<EngineStream>(bench, rates, frames);
+    const auto engine = std::make_shared<EngineStream>(bench.spread, rates, frames);
     Work work;
     work.turnSeconds = kTurnSeconds;
     work.prepare = [] {};
@@ -197,7 +151,8 @@ Work MakeResampling(const Bench& bench, const Direction& direction, std::uint32_
         RunsLikeTheOldestBuild(bench, run, direction, frames)));
     for (const auto& peer : bench.peers) {
         for (const StreamMaker& maker : peer->Resamplers()) {
-            const bool suffices = QualityOf(maker, direction).Suffices();
+            const bool suffices = std::all_of(std::begin(kDirections), std::end(kDirections),
+                                              [&](const Direction& way) { return QualityOf(maker, way).Suffices(); });
             const auto out = std::make_shared<std::vector<std::int16_t>>((2 * frames + 16384) * channels);
             const Stream stream = maker.make(rates, frames);
             const auto* const in = reinterpret_cast<const std::int16_t*>(engine->In().planes.front());
@@ -212,6 +167,22 @@ Work MakeResampling(const Bench& bench, const Direction& direction, std::uint32_
     if (frames != 160) {
         work.targets.push_back({Role::Yardstick, 0.85});
     }
+    return work;
+}
+
+/// What the samples hold must not tell in the time. No tone is played here: the works above have checked the stream.
+Work MakeContent(const Bench& bench, Content content)
+{
+    constexpr Rates kRates{44100, 48000, 2};
+    constexpr std::size_t kFrames = 4800;
+    Work work;
+    work.turnSeconds = kTurnSeconds;
+    work.prepare = [] {};
+    for (const auto& [of, role] : {std::pair(content, Role::Library), std::pair(Content::Noise, Role::Yardstick)}) {
+        const auto stream = std::make_shared<EngineStream>(bench.spread, kRates, kFrames, of);
+        work.contenders.push_back(MakeContender(NameOf(of), role, [stream] { stream->Call(); }, {}));
+    }
+    work.targets = {{Role::Yardstick, 0.95}};
     return work;
 }
 
@@ -284,6 +255,10 @@ void AddResampling(std::vector<WorkRow>& rows, const Bench& bench)
             rows.push_back({"Bare run of the filter", std::string(build.name) + ", " + Text(direction),
                             [&bench, build, direction] { return MakeBareRun(bench, build, direction); }});
         }
+    }
+    for (const Content content : {Content::Silence, Content::FadeTail}) {
+        rows.push_back({"Silence, fade tails and denormals", std::string("resampling, ") + NameOf(content),
+                        [&bench, content] { return MakeContent(bench, content); }});
     }
 }
 

@@ -1,4 +1,4 @@
-#include "bench/peers/models.h"
+#include "bench/common/models.h"
 #include "bench/peers/work.h"
 
 #include <cmath>
@@ -44,20 +44,14 @@ Work MakeCopy(const Bench& bench, const Row& row, bool fades)
     const auto memory = std::make_shared<Memory>(2 * Memory::RoomFor(room, Placement::Spread));
     const Side in = MakeSide(memory, row.from, row.channels, 1, kFrames, Placement::Spread, room);
     const Side out = MakeSide(memory, row.to, row.channels, 1, kFrames, Placement::Spread, room);
-    const auto source = std::make_shared<BufferSet>(in);
-    const auto target = std::make_shared<BufferSet>(out);
-    source->AskForFades(fades, fades);
     Work work;
     work.prepare = [in, out] {
         Fill(in, Content::Noise);
         Poison(out);
     };
-    work.contenders.push_back(MakeContender(
-        "engine", Role::Library,
-        [&engine = bench.spread, source, target] {
-            engine.Require(engine->CopyAudioSamples(source->One(), target->One()));
-        },
-        fades ? FadedAtBothEnds(in, out) : EqualTo(out, [in, out] { return Converted(in, out); })));
+    work.contenders.push_back(
+        MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out, fades),
+                      fades ? FadedAtBothEnds(in, out) : EqualTo(out, [in, out] { return Converted(in, out); })));
     AddLimits(work, OnePass(in, out));
     work.targets = {{Role::Limit, 0.8}};
     return work;

@@ -1,4 +1,4 @@
-#include "bench/peers/sound.h"
+#include "bench/common/sound.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,4 +1,4 @@
-#include "bench/peers/models.h"
+#include "bench/common/models.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 /// benchmark's own, plain counts instead of atomic ones, no clock.
 #pragma once
 
-#include "bench/peers/sound.h"
+#include "bench/common/sound.h"
 #include "host/module.h"
 
 #include <zta/host_interfaces.h>
@@ -75,6 +75,7 @@ public:
     ~Engine();
 
     IZtaAudioSamplesEngine* operator->() const { return engine_.Get(); }
+    IZtaAudioSamplesEngine& Get() const { return *engine_; }
 
     /// Throws with the engine's text for a status that is a failure.
     void Require(int status) const

@@ -1,4 +1,4 @@
-#include "bench/peers/host.h"
+#include "bench/common/host.h"
 
 #include <zta/status.h>
 

@@ -1,4 +1,4 @@
-#include "bench/peers/measure.h"
+#include "bench/common/measure.h"
 
 #include <algorithm>
 #include <ctime>

@@ -4,10 +4,14 @@ JOBS ?= $(shell nproc)
 BUILD_PACKAGES = g++ cmake ninja-build git
 TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev binutils
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
+BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libcli11-dev libswresample-dev libsoxr-dev \
+	libsamplerate0-dev libspeexdsp-dev libzita-resampler-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev \
+	gstreamer1.0-plugins-base
+PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo plots tidy build clean
+.PHONY: test demo plots bench bench-quick perfcheck tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -20,6 +24,22 @@ demo: build
 # The pictures of docs/resampler.md, and the figures that it quotes.
 plots: build
 	build/$(PRESET)/tools/make_plots docs/plots
+
+# The library beside its limits and beside other libraries, and docs/performance.md with what comes out. Wants a quiet
+# machine for some ten minutes. The quick form prints only.
+COMPARE_PEERS = build/bench/bench/peers/compare_peers --json build/bench/results.json \
+	--revision "$$(git describe --always --dirty)"
+
+bench bench-quick:
+	scripts/require-packages $(BENCH_PACKAGES)
+	cmake --preset bench
+	cmake --build --preset bench -j $(JOBS) --target compare_peers
+	$(COMPARE_PEERS) $(if $(filter bench,$@),--seconds 1.5 --document docs/performance.md,--seconds 0.2)
+
+# Fails if the library has become slower than it was at the revision BASE.
+perfcheck:
+	scripts/require-packages $(PERFCHECK_PACKAGES)
+	scripts/perfcheck "$(BASE)"
 
 # By Clang's own compile commands: GCC's have options that clang-tidy does not know.
 tidy:

@@ -11,7 +11,7 @@ PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo plots bench bench-quick perfcheck tidy build clean
+.PHONY: test demo plots error-codes bench bench-quick perfcheck tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -24,6 +24,10 @@ demo: build
 # The pictures of docs/resampler.md, and the figures that it quotes.
 plots: build
 	build/$(PRESET)/tools/make_plots docs/plots
+
+# The page of all statuses.
+error-codes: build
+	build/$(PRESET)/tools/make_error_codes > docs/error-codes.md
 
 # The library beside its limits and beside other libraries, and docs/performance.md with what comes out. Wants a quiet
 # machine for some ten minutes. The quick form prints only.

@@ -127,7 +127,7 @@ public:
         while (text.ends_with("\n\n")) {
             text.pop_back();
         }
-        return text + "\n";
+        return text;
     }
 
     void WriteCharts(const std::filesystem::path& folder) const

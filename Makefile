@@ -12,7 +12,7 @@ PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo plots error-codes docs abi-accept bench bench-quick perfcheck tidy build clean
+.PHONY: test demo plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -45,11 +45,16 @@ abi-accept:
 COMPARE_PEERS = build/bench/bench/peers/compare_peers --json build/bench/results.json \
 	--revision "$$(git describe --always --dirty)"
 
-bench bench-quick:
+bench: peers
+	$(COMPARE_PEERS) --seconds 1.5 --document docs/performance.md
+
+bench-quick: peers
+	$(COMPARE_PEERS) --seconds 0.2
+
+peers:
 	scripts/require-packages $(BENCH_PACKAGES)
 	cmake --preset bench
 	cmake --build --preset bench -j $(JOBS) --target compare_peers
-	$(COMPARE_PEERS) $(if $(filter bench,$@),--seconds 1.5 --document docs/performance.md,--seconds 0.2)
 
 # Fails if the library has become slower than it was at the revision BASE.
 perfcheck:

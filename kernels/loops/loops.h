@@ -133,6 +133,9 @@ inline constexpr SZtaLoopTarget g_asLoopTargets[] = {
 /// The preferred loops among those that run with the given features.
 const SZtaSampleLoops& ZtaChooseLoops(std::uint64_t ui64Features) noexcept;
 
+/// The loops of a name if they run with the given features, else null. A null name stands for the preferred ones.
+const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Features) noexcept;
+
 /// The loops in use: those that ZtaSelectLoops chose, else the preferred ones of this processor, chosen at the first
 /// call. [any thread] [no allocation] [no lock]
 const SZtaSampleLoops& ZtaActiveLoops() noexcept;

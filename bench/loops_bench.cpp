@@ -200,18 +200,27 @@ void SplitPair(benchmark::State& state, ZtaSplitPair loop, std::size_t frameByte
     CompareWithCopies(state, copied, [&] { loop(stereo.Data(), left.Data(), right.Data(), frames); });
 }
 
+/// Ramps up to a gain of 1 cannot exceed the limits of a sample; those above can, and are looked at for it.
 constexpr unsigned long kGroupCounts[] = {1, 2, 4, 8, 16}; ///< of gains: up to 4 channels, 8, 16, 32, 64
 
-void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long groups, std::size_t copied)
+void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long groups, std::int32_t gain,
+                   std::size_t copied)
 {
     constexpr std::int32_t kUpper[] = {8388607, 8388607, 8388607, 8388607};
     constexpr std::int32_t kLower[] = {-8388608, -8388608, -8388608, -8388608};
     const Memory input(copied);
     const Memory output(copied);
     FillWithNoise(input);
-    std::vector<std::int32_t> block(groups * 8, 1000);
+    std::vector<std::int32_t> settings(groups * 8);
+    for (std::size_t i = 0; i < settings.size(); i += 8) {
+        std::fill_n(settings.begin() + static_cast<std::ptrdiff_t>(i), 4, gain);
+    }
+    std::vector<std::int32_t> block(settings.size());
     const SZtaGainRamp ramp = {block.data(), groups, kUpper, kLower};
-    CompareWithCopies(state, copied, [&] { loop(input.Data(), output.Data(), copied / 4, &ramp); });
+    CompareWithCopies(state, copied, [&] {
+        block = settings; // the loop moves it
+        loop(input.Data(), output.Data(), copied / 4, &ramp);
+    });
 }
 
 using Function = std::function<void(benchmark::State&)>;
@@ -245,8 +254,11 @@ void RegisterAll(const SZtaLoopTarget& target, std::size_t size)
                  [=, &loops](auto& state) { SplitPair(state, loops.*pair.split, pair.frameBytes, size); });
     }
     for (const unsigned long groups : kGroupCounts) {
-        Register(target, "GainRamp" + std::to_string(groups), size, "",
-                 [=, &loops](auto& state) { ApplyGainRamp(state, loops.pfnApplyGainRamp, groups, size); });
+        const std::string name = "GainRamp" + std::to_string(groups);
+        Register(target, name, size, "",
+                 [=, &loops](auto& state) { ApplyGainRamp(state, loops.pfnApplyGainRamp, groups, 4000, size); });
+        Register(target, name + "Limited", size, "",
+                 [=, &loops](auto& state) { ApplyGainRamp(state, loops.pfnApplyGainRamp, groups, 5000, size); });
     }
 }
 

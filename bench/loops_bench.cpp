@@ -223,13 +223,33 @@ void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long
     });
 }
 
+constexpr std::size_t kFadeBenchFrames = 4800;
+
+/// A fade over all frames of a buffer; the gains count as bytes read.
+template <class Gain>
+void Fade(benchmark::State& state, ZtaFade<Gain> loop, std::size_t words, std::size_t wordBytes, std::ptrdiff_t step)
+{
+    const std::size_t bytes = kFadeBenchFrames * words * wordBytes;
+    const Memory buffer(bytes);
+    FillWithNoise(buffer);
+    std::vector<Gain> gains(kFadeBenchFrames);
+    for (std::size_t i = 0; i < gains.size(); ++i) {
+        gains[i] = static_cast<Gain>(i * 32767 / gains.size());
+    }
+    const Gain* first = step > 0 ? gains.data() : &gains.back();
+    CompareWithCopies(state, bytes + kFadeBenchFrames * sizeof(Gain) / 2,
+                      [&] { loop(buffer.Data(), words, kFadeBenchFrames, first, step); });
+}
+
 using Function = std::function<void(benchmark::State&)>;
 
 void Register(const SZtaLoopTarget& target, const std::string& loop, std::size_t size, const std::string& kind,
               const Function& function)
 {
-    const std::string name = std::string(target.psLoops->pszName) + "/" + loop + "/" + std::to_string(size >> 10) +
-                             "KiB" + (kind.empty() ? "" : "/" + kind);
+    const bool isFade = size == kFadeBenchFrames;
+    std::string name = target.psLoops->pszName;
+    name.append("/").append(loop).append("/").append(std::to_string(isFade ? size : size >> 10));
+    name.append(isFade ? "frames" : "KiB").append(kind.empty() ? "" : "/").append(kind);
     benchmark::RegisterBenchmark(name.c_str(), function)->UseManualTime()->Iterations(size > 1 << 20 ? 11 : 101);
 }
 
@@ -262,11 +282,31 @@ void RegisterAll(const SZtaLoopTarget& target, std::size_t size)
     }
 }
 
+void RegisterFades(const SZtaLoopTarget& target)
+{
+    const SZtaSampleLoops& loops = *target.psLoops;
+    for (const std::size_t words : {1U, 2U, 4U, 8U, 16U}) {
+        for (const std::ptrdiff_t step : {1, -1}) {
+            const std::string shape = std::to_string(words).append(step > 0 ? "In" : "Out");
+#define ZTA_BENCH_ROW(law, bytes, gains)                                                                               \
+    Register(target, std::string("Fade" #law "x").append(shape), kFadeBenchFrames, "",                                 \
+             [=, &loops](auto& state) { Fade(state, loops.pfnFade##law, words, bytes, step); });
+            ZTA_FADE_LOOP_LIST(ZTA_BENCH_ROW)
+#undef ZTA_BENCH_ROW
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+        if (target.RunsWith(features)) {
+            RegisterFades(target);
+        }
+    }
     for (const std::size_t size : kSizes) {
         for (const SZtaLoopTarget& target : g_asLoopTargets) {
             if (target.RunsWith(features)) {

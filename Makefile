@@ -10,9 +10,9 @@ BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libc
 	gstreamer1.0-plugins-base
 PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
-TIDY_ROOMS = support component kernels engine host tools examples
+TIDY_ROOMS = support component kernels signal resampler engine host tools examples
 
-.PHONY: test demo plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy build clean
+.PHONY: test demo plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy fuzz check emulate build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -67,6 +67,24 @@ tidy:
 	cmake --preset clang
 	cmake --build --preset clang --target zta_version_values
 	run-clang-tidy -quiet -j $(JOBS) -p build/clang $(patsubst %,'^$(CURDIR)/%/.*\.cpp$$',$(TIDY_ROOMS))
+
+# Each fuzz target for SECONDS seconds; what is found stays in build/fuzz/findings.
+SECONDS ?= 60
+fuzz:
+	scripts/require-packages $(TEST_PACKAGES) clang libclang-rt-14-dev
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+	scripts/fuzz build/fuzz $(SECONDS)
+
+# Sanitizers, Valgrind and the readers of source text, one line each. CHECKERS names some of them.
+check:
+	scripts/require-packages $(TIDY_PACKAGES) valgrind cppcheck
+	JOBS=$(JOBS) scripts/check $(CHECKERS)
+
+# The tests as they run on older processors. No emulator knows AVX-512.
+emulate: export ZTA_PACKAGES = $(TEST_PACKAGES) qemu-user
+emulate: build
+	scripts/emulate build/$(PRESET) qemu64 core2duo Nehalem Haswell
 
 build:
 	scripts/require-packages $(or $(ZTA_PACKAGES),$(TEST_PACKAGES))

@@ -43,8 +43,10 @@
 /// The instruction sets that loops are compiled for, the preferred one first: ROW(name, features that it takes)
 /// Each has a file target_<name>.cpp.
 #define ZTA_LOOP_TARGET_LIST(ROW) \
-    ROW(avx2,  keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
-    ROW(plain, 0)
+    ROW(avx512, keZtaFeatureAvx2 | keZtaFeatureAvxEnabled | keZtaFeatureAvx512F | keZtaFeatureAvx512Bw | \
+                keZtaFeatureAvx512Dq | keZtaFeatureAvx512Vl | keZtaFeatureAvx512Enabled) \
+    ROW(avx2,   keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
+    ROW(plain,  0)
 
 // clang-format on
 
@@ -131,5 +133,10 @@ inline constexpr SZtaLoopTarget g_asLoopTargets[] = {
 /// The preferred loops among those that run with the given features.
 const SZtaSampleLoops& ZtaChooseLoops(std::uint64_t ui64Features) noexcept;
 
-/// The loops for this processor, chosen at the first call. [any thread] [no allocation] [no lock]
+/// The loops in use: those that ZtaSelectLoops chose, else the preferred ones of this processor, chosen at the first
+/// call. [any thread] [no allocation] [no lock]
 const SZtaSampleLoops& ZtaActiveLoops() noexcept;
+
+/// Puts the loops of one instruction set into use, by their name; null stands for the preferred ones. False, and no
+/// change, where the name is unknown or this processor does not run them. [any thread] [no allocation] [no lock]
+bool ZtaSelectLoops(const char* pszName) noexcept;

@@ -41,6 +41,7 @@ constexpr Element kElements[] = {
 constexpr std::size_t kStreams[] = {2, 3, 4, 7, 8, 16, 32, 64};
 constexpr std::size_t kFrames[] = {16, 1024, 4800};
 constexpr std::size_t kPage = 4096;
+static const std::size_t kAlign = std::getenv("AL") ? std::strtoul(std::getenv("AL"),nullptr,10) : 16;
 constexpr int kRounds = 31;
 constexpr double kBatchSeconds = 100e-6;
 
@@ -91,7 +92,7 @@ public:
           memory_(shape.streams * streamPages_ * kPage + shape.Bytes() + 2 * kPage)
     {
         std::minstd_rand random(1);
-        const auto Offset = [&] { return placement == Placement::Same ? 0 : random() % (kPage / 16) * 16; };
+        const auto Offset = [&] { return placement == Placement::Same ? 0 : random() % (kPage / kAlign) * kAlign; };
         char* page = memory_.Data();
         for (std::size_t i = 0; i < shape.streams; ++i, page += streamPages_ * kPage) {
             streams_.push_back(page + Offset());

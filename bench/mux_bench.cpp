@@ -38,10 +38,7 @@ constexpr Element kElements[] = {
     ZTA_ELEMENT_LIST(ZTA_BENCH_ROW)
 #undef ZTA_BENCH_ROW
 };
-constexpr std::size_t kStreams[] = {2, 3, 4, 7, 8, 16, 32, 64};
-constexpr std::size_t kFrames[] = {16, 1024, 4800};
 constexpr std::size_t kPage = 4096;
-static const std::size_t kAlign = std::getenv("AL") ? std::strtoul(std::getenv("AL"),nullptr,10) : 16;
 constexpr int kRounds = 31;
 constexpr double kBatchSeconds = 100e-6;
 
@@ -92,7 +89,7 @@ public:
           memory_(shape.streams * streamPages_ * kPage + shape.Bytes() + 2 * kPage)
     {
         std::minstd_rand random(1);
-        const auto Offset = [&] { return placement == Placement::Same ? 0 : random() % (kPage / kAlign) * kAlign; };
+        const auto Offset = [&] { return placement == Placement::Same ? 0 : random() % (kPage / 64) * 64; };
         char* page = memory_.Data();
         for (std::size_t i = 0; i < shape.streams; ++i, page += streamPages_ * kPage) {
             streams_.push_back(page + Offset());
@@ -236,9 +233,10 @@ void MeasureShape(const Element& element, std::size_t streams, std::size_t frame
     std::fflush(stdout);
 }
 
-std::size_t Argument(int argc, char** argv, int i)
+std::vector<std::size_t> Asked(int argc, char** argv, int i, std::vector<std::size_t> all)
 {
-    return i < argc ? std::strtoul(argv[i], nullptr, 10) : 0;
+    const std::size_t value = i < argc ? std::strtoul(argv[i], nullptr, 10) : 0;
+    return value == 0 ? all : std::vector{value};
 }
 
 } // namespace
@@ -246,16 +244,15 @@ std::size_t Argument(int argc, char** argv, int i)
 int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
-    const auto IsAsked = [&](int i, std::size_t value) {
-        const std::size_t asked = Argument(argc, argv, i);
-        return asked == 0 || asked == value;
-    };
+    const std::vector<std::size_t> bytes = Asked(argc, argv, 1, {2, 3, 4, 6, 8});
+    const std::vector<std::size_t> streams = Asked(argc, argv, 2, {2, 4, 8, 16, 32, 64});
+    const std::vector<std::size_t> frames = Asked(argc, argv, 3, {1024, 4800});
     std::printf("shares of the copy: interleave, split (random places), interleave, split (same place)\n");
     for (const Element& element : kElements) {
-        for (const std::size_t streams : kStreams) {
-            for (const std::size_t frames : kFrames) {
-                if (IsAsked(1, element.bytes) && IsAsked(2, streams) && IsAsked(3, frames)) {
-                    MeasureShape(element, streams, frames, features);
+        if (std::find(bytes.begin(), bytes.end(), element.bytes) != bytes.end()) {
+            for (const std::size_t count : streams) {
+                for (const std::size_t length : frames) {
+                    MeasureShape(element, count, length, features);
                 }
             }
         }

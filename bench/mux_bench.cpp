@@ -3,12 +3,13 @@
 //
 //   mux_bench [element bytes] [streams] [frames]
 //
-// measures all shapes, or those that are asked for; 0 stands for all. Each line is one shape. Its first column is the
+// measures the usual shapes, or those that are asked for; 0 stands for all of the usual. Each line is one shape. Its first column is the
 // time of the copy in nanoseconds, then follow for each target the shares of interleaving and splitting: first with
 // the buffers at random places of their pages, then with all of them at the same place, as hosts that allocate by
 // pages have them. A share is the median over many rounds, and in each round all columns take turns: what else the
 // machine does falls on all of them. Time is the processor time of the thread.
 
+#include "bench/wide_copy.h"
 #include "kernels/loops/loops.h"
 
 #include <algorithm>
@@ -22,8 +23,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <immintrin.h>
 
 namespace {
 
@@ -81,7 +80,7 @@ private:
     std::unique_ptr<char, void (*)(void*)> memory_;
 };
 
-/// A mux and its streams, each in pages of its own. Random places are those of an allocator that aligns to 16 bytes.
+/// A mux and its streams, each in pages of its own and beginning with a cache line.
 class Buffers {
 public:
     Buffers(const Shape& shape, Placement placement)
@@ -106,34 +105,6 @@ private:
     std::vector<void*> streams_;
     void* mux_;
 };
-
-[[gnu::target("avx512f"), gnu::noinline]] void CopyBy64(char* output, const char* input, std::size_t bytes)
-{
-    std::size_t i = 0;
-    for (; i + 256 <= bytes; i += 256) {
-        const __m512i first = _mm512_loadu_si512(input + i);
-        const __m512i second = _mm512_loadu_si512(input + i + 64);
-        const __m512i third = _mm512_loadu_si512(input + i + 128);
-        const __m512i fourth = _mm512_loadu_si512(input + i + 192);
-        _mm512_storeu_si512(output + i, first);
-        _mm512_storeu_si512(output + i + 64, second);
-        _mm512_storeu_si512(output + i + 128, third);
-        _mm512_storeu_si512(output + i + 192, fourth);
-    }
-    std::memcpy(output + i, input + i, bytes - i);
-}
-
-[[gnu::target("avx"), gnu::noinline]] void CopyBy32(char* output, const char* input, std::size_t bytes)
-{
-    std::size_t i = 0;
-    for (; i + 64 <= bytes; i += 64) {
-        const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(input + i));
-        const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(input + i + 32));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(output + i), first);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(output + i + 32), second);
-    }
-    std::memcpy(output + i, input + i, bytes - i);
-}
 
 /// Something to be timed, and its time for one call in each round.
 struct Column {
@@ -191,11 +162,7 @@ void MeasureShape(const Element& element, std::size_t streams, std::size_t frame
     char* to = output.Data() + kPage / 2;
     std::vector<Column> columns;
     columns.push_back({"memcpy", [&] { std::memcpy(to, input.Data(), shape.Bytes()); }});
-    if ((features & keZtaFeatureAvx512F) != 0 && (features & keZtaFeatureAvx512Enabled) != 0) {
-        columns.push_back({"copy", [&] { CopyBy64(to, input.Data(), shape.Bytes()); }});
-    } else if ((features & keZtaFeatureAvxEnabled) != 0) {
-        columns.push_back({"copy", [&] { CopyBy32(to, input.Data(), shape.Bytes()); }});
-    }
+    columns.push_back({"copy", [&] { WideCopy(to, input.Data(), shape.Bytes()); }});
     const std::size_t copies = columns.size();
 
     const Buffers random(shape, Placement::Random);

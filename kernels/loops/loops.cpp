@@ -25,6 +25,19 @@ const SZtaSampleLoops& ZtaChooseLoops(std::uint64_t ui64Features) noexcept
     return *psTarget->psLoops;
 }
 
+const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Features) noexcept
+{
+    if (pszName == nullptr) {
+        return &ZtaChooseLoops(ui64Features);
+    }
+    for (const SZtaLoopTarget& rsTarget : g_asLoopTargets) {
+        if (std::strcmp(rsTarget.psLoops->pszName, pszName) == 0 && rsTarget.RunsWith(ui64Features)) {
+            return rsTarget.psLoops;
+        }
+    }
+    return nullptr;
+}
+
 const SZtaSampleLoops& ZtaActiveLoops() noexcept
 {
     const SZtaSampleLoops* psLoops = g_psActive.load(std::memory_order_relaxed);
@@ -40,16 +53,10 @@ const SZtaSampleLoops& ZtaActiveLoops() noexcept
 
 bool ZtaSelectLoops(const char* pszName) noexcept
 {
-    const std::uint64_t ui64Features = FeaturesOfThisProcessor();
-    if (pszName == nullptr) {
-        g_psActive.store(&ZtaChooseLoops(ui64Features), std::memory_order_relaxed);
-        return true;
+    const SZtaSampleLoops* psLoops = ZtaFindLoops(pszName, FeaturesOfThisProcessor());
+    if (psLoops == nullptr) {
+        return false;
     }
-    for (const SZtaLoopTarget& rsTarget : g_asLoopTargets) {
-        if (std::strcmp(rsTarget.psLoops->pszName, pszName) == 0 && rsTarget.RunsWith(ui64Features)) {
-            g_psActive.store(rsTarget.psLoops, std::memory_order_relaxed);
-            return true;
-        }
-    }
-    return false;
+    g_psActive.store(psLoops, std::memory_order_relaxed);
+    return true;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "kernels/loops/fade_gains.h"
 #include "support/processor_features.h"
 
+#include <cstddef>
 #include <cstdint>
 
 // clang-format off
@@ -24,6 +26,14 @@
     ROW(MultiFormatTo16,     4, 4, AudioField16) \
     ROW(MultiFormatTo24,     4, 4, AudioField24) \
     ROW(MultiFormatTo16In16, 4, 2, AudioField16)
+
+/// The fades, by the words that a frame consists of: ROW(law, bytes of a word, gains of the fixed ramp)
+/// The laws stand in fades.inc.
+#define ZTA_FADE_LOOP_LIST(ROW) \
+    ROW(Sample16,      2, kausFadeGains16) \
+    ROW(StereoFrame16, 4, kausFadeGains16) \
+    ROW(Word24In32,    4, kaulFadeGains32) \
+    ROW(MuxWord24In32, 4, kaulFadeGainsVector)
 
 /// The samples that are moved between two mono buffers and a stereo buffer, by their bytes: ROW(bytes)
 #define ZTA_PAIR_LIST(ROW) \
@@ -53,6 +63,13 @@
 /// Converts samples, the first one first. Pointers need no alignment, and bytes outside the samples are not touched.
 /// Input and output may be the same or overlap where both sides have the same size; otherwise they may not overlap.
 using ZtaConversion = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexcept;
+
+/// Fades frames of ulWords words in place: frame n takes the gain n * iStep entries from pGains on. Addresses of words
+/// need no alignment, and no gain beside those of the frames is read.
+/// For StereoFrame16 they are at most 32767.
+template <class Gain>
+using ZtaFade = void (*)(void* pvBuffer, unsigned long ulWords, unsigned long ulFrames, const Gain* pGains,
+                         std::ptrdiff_t iStep) noexcept;
 
 /// Interleaves the samples of two buffers: left, right, left, right. A null input reads as silence. The output may not
 /// overlap an input. Pointers need no alignment, and bytes outside the samples are not touched.
@@ -102,6 +119,9 @@ struct SZtaSampleLoops {
     ZTA_PAIR_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
     ZtaApplyGainRamp pfnApplyGainRamp;
+#define ZTA_LOOP_ROW(law, bytes, gains) ZtaFade<typename decltype(gains)::value_type> pfnFade##law;
+    ZTA_FADE_LOOP_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
 #define ZTA_LOOP_ROW(bytes)                                                                                            \
     ZtaInterleave pfnInterleave##bytes;                                                                                \
     ZtaSplit pfnSplit##bytes;
@@ -132,6 +152,9 @@ inline constexpr SZtaLoopTarget g_asLoopTargets[] = {
 
 /// The preferred loops among those that run with the given features.
 const SZtaSampleLoops& ZtaChooseLoops(std::uint64_t ui64Features) noexcept;
+
+/// The loops of a name if they run with the given features, else null. A null name stands for the preferred ones.
+const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Features) noexcept;
 
 /// The loops in use: those that ZtaSelectLoops chose, else the preferred ones of this processor, chosen at the first
 /// call. [any thread] [no allocation] [no lock]

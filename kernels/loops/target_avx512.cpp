@@ -1,4 +1,5 @@
-// The loops for processors with AVX-512 as servers and desktops have it: F, BW, DQ and VL, and what goes before them.
+// The loops for processors with AVX-512 as servers and desktops have it, with permutations of bytes: F, BW, DQ, VL and
+// VBMI, and what goes before them.
 #define ZTA_LOOP_TARGET avx512
 #include "kernels/loops/rows_avx2.inc"
 #include "kernels/loops/rows_avx512.inc"

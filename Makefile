@@ -2,12 +2,13 @@
 PRESET ?= release
 JOBS ?= $(shell nproc)
 BUILD_PACKAGES = g++ cmake ninja-build git
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev binutils
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev binutils \
+	abigail-tools doxygen
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo plots tidy build clean
+.PHONY: test demo plots error-codes docs abi-accept tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -20,6 +21,20 @@ demo: build
 # The pictures of docs/resampler.md, and the figures that it quotes.
 plots: build
 	build/$(PRESET)/tools/make_plots docs/plots
+
+# The page of all statuses.
+error-codes: build
+	build/$(PRESET)/tools/make_error_codes > docs/error-codes.md
+
+# The headers' reference, in build/docs/html.
+docs:
+	scripts/require-packages doxygen
+	scripts/docs
+
+# Takes the binary interface as it is now for the one that is meant: see docs/abi.md.
+abi-accept:
+	scripts/require-packages $(BUILD_PACKAGES) abigail-tools
+	scripts/abi accept
 
 # By Clang's own compile commands: GCC's have options that clang-tidy does not know.
 tidy:

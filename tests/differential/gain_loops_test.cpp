@@ -194,7 +194,7 @@ TEST_P(GainLoop, TakesItsLimitsFromEachLane)
 TEST_P(GainLoop, LimitsFromTheFirstGainAboveOneOn)
 {
     const Words extremes = {0x7FFFFFFF, 0x80000000, 0x7FFFFF00, 0x80000100, 0xFFFFFFFF, 0x7FFFFFE0, 0x8000001F};
-    for (const std::size_t passes : {1, 2, 3, 4, 5, 17, 64, 129}) {
+    for (const std::size_t passes : {1UL, 2UL, 3UL, 4UL, 5UL, 17UL, 64UL, 129UL}) {
         Words input(passes * groups_ * 4);
         for (std::size_t i = 0; i < input.size(); ++i) {
             input[i] = extremes[i % extremes.size()];

@@ -94,11 +94,7 @@ CZtIniFile::~CZtIniFile()
 {
     Sort(true);
     if (m_bDirty) {
-        try {
-            Save();
-        } catch (...) {
-            // Out of memory, and nobody is left to tell: the file keeps what it has.
-        }
+        Save();
     }
 }
 
@@ -167,7 +163,8 @@ bool CZtIniFile::Save(bool bDoSave)
     if (!bDoSave) {
         return true;
     }
-    // Nothing is allocated once the file has been opened and so emptied: whoever runs out of memory here loses no line.
+    // No memory of the free store is used here: the file is emptied as it is opened, and whoever ran out of memory then
+    // would lose its lines. The destructor comes here, too.
     wchar_t awcBuffer[256];
     std::wofstream oFile;
     oFile.rdbuf()->pubsetbuf(awcBuffer, std::size(awcBuffer));

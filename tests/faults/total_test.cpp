@@ -20,7 +20,7 @@ public:
         }
         std::printf("%d failures of the host's calls and %d of allocations injected in all\n",
                     hostFailuresInjected.load(), allocationFailuresInjected.load());
-        EXPECT_GE(hostFailuresInjected, 9000);
+        EXPECT_GE(hostFailuresInjected, 9200);
         if (FailingAllocator::IsAvailable()) {
             EXPECT_GE(allocationFailuresInjected, 600);
         }

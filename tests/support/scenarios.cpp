@@ -260,6 +260,8 @@ int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine)
 
 const std::vector<ScenarioRow>& Scenarios()
 {
+    const SZtaWaveFormatInfo eightBits = MakeFormat(1, keZtAudioDataTypePcm, 48000, 8, 8);
+    const SZtaWaveFormatInfo eightBitsStereo = MakeFormat(2, keZtAudioDataTypePcm, 48000, 8, 8);
     static const std::vector<ScenarioRow> rows = {
         CopyRow("Bytes", {Pcm16(2), 300}, {Pcm16(2), 300}),
         CopyRow("OpaqueBytes", {Opaque(3, 32, 24), 10}, {Opaque(3, 32, 32), 10}),
@@ -273,6 +275,11 @@ const std::vector<ScenarioRow>& Scenarios()
         CopyRow("MultiFormat", {Multi24(2), 300}, {Pcm24In32(2), 300}),
         CopyRow("MultiFormatToSixteenBits", {Multi16(2), 300}, {Pcm16(2), 300}),
         CopyRow("MultiFormatOfAnotherLength", {Multi16(2), 299}, {Pcm16(2), 300}, ZT_E_BUFFER_SIZE_MISMATCH),
+        CopyRow("MultiFormatToFloat", {Multi24(2), 300}, {Float32(2), 300}),
+        CopyRow("MultiFormatToAnotherRate", {Multi24(2), 10}, {MakeFormat(2, keZtAudioDataTypePcm, 44100, 32, 24), 10},
+                ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        CopyRow("MultiFormatToOtherValidBits", {Multi24(2), 10},
+                {MakeFormat(2, keZtAudioDataTypePcm, 48000, 32, 16), 10}),
         CopyRow("FadedInPlace", {Pcm16(1), 500, true, true}, {Pcm24In32(1), 500}),
         CopyRow("FadedInPlaceFromEqualBytes", {Pcm16(2), 500, true, false}, {Pcm16(2), 500}),
         CopyRow("FadedOnTheStage", {Pcm16(1), 500, true, true}, {Float32(1), 500}),
@@ -292,6 +299,8 @@ const std::vector<ScenarioRow>& Scenarios()
         MonoToStereoRow("Faded", {Pcm16(1), 300, true, true}, {Pcm16(1), 300, true, true}, {Pcm16(2), 300}),
         MonoToStereoRow("FadedWithoutAKernel", {Pcm24In24(1), 300, true}, {Pcm24In24(1), 300, true},
                         {Pcm24In24(2), 300}, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        MonoToStereoRow("OfNoKnownFormat", {eightBits, 10}, {eightBits, 10}, {eightBitsStereo, 10},
+                        ZT_E_FORMAT_NOT_SUPPORTED),
         MonoToStereoRow("OfUnequalLengths", {Pcm16(1), 299}, {Pcm16(1), 300}, {Pcm16(2), 300},
                         ZT_E_BUFFER_SIZE_MISMATCH),
         MonoToStereoRow("Relabelled", {Pcm20In32(1), 10}, {Pcm20In32(1), 10}, {Pcm20In32(2), 10}),
@@ -300,6 +309,8 @@ const std::vector<ScenarioRow>& Scenarios()
         StereoToMonoRow("StagedOutputs", {Pcm24In32(2), 300}, {Float32(1), 300}, {Float32(1), 300}),
         StereoToMonoRow("WithoutARow", {Float32(2), 300}, {Float32(1), 300}, {Float32(1), 300},
                         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        StereoToMonoRow("OfNoKnownFormat", {eightBitsStereo, 10}, {eightBits, 10}, {eightBits, 10},
+                        ZT_E_FORMAT_NOT_SUPPORTED),
         StereoToMonoRow("TooSmall", {Pcm16(2), 300}, {Pcm16(1), 299}, {Pcm16(1), 299},
                         ZT_E_DESTINATION_BUFFER_TOO_SMALL),
 
@@ -308,6 +319,7 @@ const std::vector<ScenarioRow>& Scenarios()
         VolumeRow("EightChannels", {Pcm24In32(8), 301}, {Pcm24In32(8), 301}, 8),
         VolumeRow("SixtyFourChannels", {Pcm24In32(64), 301}, {Pcm24In32(64), 301}, 64),
         VolumeRow("Faded", {Pcm24In32(4), 301, true, true}, {Pcm24In32(4), 301}, 4),
+        VolumeRow("FadedOut", {Pcm24In32(4), 301, false, true}, {Pcm24In32(4), 301}, 4),
         VolumeRow("OfUnequalLengths", {Pcm24In32(1), 300}, {Pcm24In32(1), 301}, 1, ZT_E_BUFFER_SIZE_MISMATCH),
         VolumeRow("OfOtherFormats", {Pcm16(1), 300}, {Pcm16(1), 300}, 1, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
 

@@ -200,20 +200,16 @@ TEST_F(AllocationFaults, OfAVolumeBlockAreReportedByTheOperationThatNeedsIt)
             }
         }
     }
-    const std::vector<std::string> expected = {"MonoToMuxScaled",
-                                               "MonoToMuxScaledBeyondTheInputs",
-                                               "StereoToMuxScaled",
-                                               "MuxToMonoScaled",
-                                               "MuxToStereoScaled",
-                                               "VolumeMono",
-                                               "VolumeStereo",
-                                               "VolumeEightChannels",
-                                               "VolumeSixtyFourChannels",
-                                               "VolumeFaded"};
+    std::vector<std::string> expected;
+    for (const ScenarioRow& row : Scenarios()) {
+        if (row.status == 0 && (row.operation == "Volume" || row.name.find("Scaled") != std::string::npos)) {
+            expected.push_back(row.name);
+        }
+    }
+    std::sort(expected.begin(), expected.end());
     std::sort(affected.begin(), affected.end());
-    std::vector<std::string> sorted = expected;
-    std::sort(sorted.begin(), sorted.end());
-    EXPECT_EQ(affected, sorted) << "each of them without its own block, and only then";
+    EXPECT_GE(affected.size(), 10U);
+    EXPECT_EQ(affected, expected) << "each of them without its own block, and only then";
 }
 
 TEST_F(AllocationFaults, OfAStreamAreReportedAndTheNextStreamIsExact)

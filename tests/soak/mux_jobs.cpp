@@ -227,7 +227,7 @@ private:
 
 void AddMuxJobs(Jobs& jobs)
 {
-    for (const std::size_t side : {1, 2}) {
+    for (const std::size_t side : {std::size_t{1}, std::size_t{2}}) {
         jobs.push_back(std::make_unique<ArrayJob>(side, true));
         jobs.push_back(std::make_unique<ArrayJob>(side, false));
     }

@@ -39,7 +39,7 @@ coverage:
 	scripts/require-packages $(TEST_PACKAGES) gcovr
 	cmake --preset coverage
 	cmake --build --preset coverage -j $(JOBS)
-	JOBS=$(JOBS) scripts/coverage
+	scripts/coverage
 
 # Every host call and every allocation fails once; the last line counts them.
 faults: build

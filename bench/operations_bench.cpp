@@ -11,17 +11,20 @@
 #include "host/module.h"
 
 #include <zta/ipp.h>
+#include <zta/sample_loops.h>
 #include <zta/status.h>
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -302,9 +305,10 @@ void MeasureResampler(benchmark::State& state, Bench& bench, std::uint32_t chann
         });
 }
 
-/// The host calls that a copy of equal formats makes, in their order, and the copy itself.
+/// The host calls that a copy of equal formats makes, in their order, the latch around them, and the copy itself.
 void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destination)
 {
+    static std::atomic<std::uint32_t> busy;
     SZtAudioSamplesDescription description{};
     description.ulSize = sizeof(description);
     void* content = nullptr;
@@ -319,6 +323,7 @@ void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destinatio
     source.GetErrorCode(&code);
     source.GetAudioSamplesDescription(&description);
     destination.GetAudioSamplesDescription(&description);
+    busy.exchange(1);
     for (int reference = 0; reference < 2; ++reference) { // the saved operand, and the worker's own
         source.AddRef();
         destination.AddRef();
@@ -333,6 +338,7 @@ void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destinatio
     std::memcpy(target, data, length);
     source.Release();
     destination.Release();
+    busy.exchange(0);
     source.SignalReadCompletion();
     destination.MarkWriteStopTime();
     destination.SignalWriteCompletion();
@@ -360,12 +366,27 @@ void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t 
         });
 }
 
+/// The one argument of this program's own, --loops=NAME: the sample loops to run instead of the module's choice.
+void SelectLoops(const Bench& bench, int argc, char** argv)
+{
+    constexpr std::string_view kOption = "--loops=";
+    for (int i = 1; i < argc; ++i) {
+        const bool isOption = std::string_view(argv[i]).starts_with(kOption);
+        const auto select = bench.module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
+        if (!isOption || select(argv[i] + kOption.size()) < 0) {
+            std::fprintf(stderr, "%s: no such option, or no such loops on this processor\n", argv[i]);
+            std::exit(1);
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
     static Bench bench(ZTA_MODULE_PATH);
+    SelectLoops(bench, argc, argv);
     static std::vector<Operation> operations;
     for (const std::size_t frames : {1024U, 4800U}) {
         for (const std::uint32_t channels : {2U, 8U, 16U, 32U, 64U}) {

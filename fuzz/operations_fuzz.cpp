@@ -379,6 +379,9 @@ private:
         operation.from = offset();
         operation.to = offset();
         operation.length = offset();
+        if (operation.kind == Kind::Duplicate && operation.inputs[0] && choices_.Rarely(3)) {
+            operation.length = operation.inputs[0]->Length() - operation.from; // to the very end
+        }
         operation.leftCode = operation.inputs.empty() || !operation.inputs[0] ? 0 : operation.inputs[0]->ErrorCode();
         return operation;
     }

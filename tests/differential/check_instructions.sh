@@ -51,6 +51,7 @@ for object in "$@"; do
         continue # data alone
     elif ! assembles "$set"; then
         echo "$name has instructions beyond $set:"
+        grep Fatal "$work/errors" || true
         sed -n 's/^[^:]*:\([0-9]*\): /\1 /p' "$work/errors" | head -n 5 | while read -r line text; do
             echo "  $(sed -n "${line}p" "$work/source.s"): $text"
         done

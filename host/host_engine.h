@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/ref.h"
+#include "ref.h"
 
 #include <zta/host_interfaces.h>
 

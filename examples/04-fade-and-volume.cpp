@@ -38,7 +38,8 @@ try {
     std::memcpy(words.data(), buffer->Data(), bytes);
     for (std::size_t frame = 0; frame < words.size(); frame += 64) {
         const double level = words[frame] / 2147483648.0;
-        std::printf("%4zu  %.4f  %s\n", frame, level, std::string(static_cast<std::size_t>(level * 80), '#').c_str());
+        std::printf("%4zu  %.4f  %s\n", frame, level,
+                    std::string(static_cast<std::size_t>(level * 80) + 1, '#').c_str());
     }
     return 0;
 } catch (const std::exception& error) {

@@ -33,9 +33,9 @@ foreach(name zta-audio-samples-engine zta-host)
   install(FILES ${generated}/${name}.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
 endforeach()
 
-# What people read: README.md's path to the host's guide holds, and the examples are a project to copy.
+# What people read: the links of the host's guide hold, and the examples are a project to copy.
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(FILES docs/host-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+install(FILES docs/host-guide.md docs/error-codes.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 file(GLOB examples CONFIGURE_DEPENDS examples/*.cpp)
 install(FILES ${examples} examples/CMakeLists.txt examples/README.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)

@@ -6,4 +6,4 @@ rm -rf build expected.txt
 "$CMAKE" --build build --target program --parallel 2 >> log || { cat log; exit 1; }
 build/program
 "$(dirname "$CMAKE")/ctest" --test-dir build -N | grep -qx 'Total Tests: 0'
-"$CMAKE" --install build --prefix prefix | { ! grep -e Installing -e Up-to-date; }
+if "$CMAKE" --install build --prefix prefix | grep -e Installing -e Up-to-date; then exit 1; fi

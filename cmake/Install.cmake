@@ -36,9 +36,7 @@ endforeach()
 # What people read: the links of the host's guide hold, and the examples are a project to copy.
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(FILES docs/host-guide.md docs/error-codes.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
-file(GLOB examples CONFIGURE_DEPENDS examples/*.cpp)
-install(FILES ${examples} examples/CMakeLists.txt examples/README.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 get_property(tools GLOBAL PROPERTY ZTA_TOOLS)
 foreach(tool IN LISTS tools)

@@ -4,13 +4,13 @@ JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 BUILD_PACKAGES = g++ cmake ninja-build git
 INSTALL_PACKAGES = $(BUILD_PACKAGES) libsndfile1-dev libfftw3-dev libcli11-dev
-TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev libbenchmark-dev binutils pkg-config
+TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev libbenchmark-dev binutils pkg-config abigail-tools doxygen
 DEBIAN_PACKAGES = $(INSTALL_PACKAGES) dpkg-dev debhelper lintian
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo install package plots error-codes tidy build clean
+.PHONY: test demo install package plots error-codes docs abi-accept tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -41,6 +41,16 @@ plots: build
 # The page of all statuses.
 error-codes: build
 	build/$(PRESET)/tools/make_error_codes > docs/error-codes.md
+
+# The headers' reference, in build/docs/html.
+docs:
+	scripts/require-packages doxygen
+	scripts/docs
+
+# Takes the binary interface as it is now for the one that is meant: see docs/abi.md.
+abi-accept:
+	scripts/require-packages $(BUILD_PACKAGES) abigail-tools
+	scripts/abi accept
 
 # By Clang's own compile commands: GCC's have options that clang-tidy does not know.
 tidy:

@@ -7,10 +7,14 @@ INSTALL_PACKAGES = $(BUILD_PACKAGES) libsndfile1-dev libfftw3-dev libcli11-dev
 TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev libbenchmark-dev binutils pkg-config abigail-tools doxygen
 DEBIAN_PACKAGES = $(INSTALL_PACKAGES) dpkg-dev debhelper lintian
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
+BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libcli11-dev libswresample-dev libsoxr-dev \
+	libsamplerate0-dev libspeexdsp-dev libzita-resampler-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev \
+	gstreamer1.0-plugins-base
+PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo install package plots error-codes docs abi-accept tidy build clean
+.PHONY: test demo install package plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -51,6 +55,27 @@ docs:
 abi-accept:
 	scripts/require-packages $(BUILD_PACKAGES) abigail-tools
 	scripts/abi accept
+
+# The library beside its limits and beside other libraries, and docs/performance.md with what comes out. Wants a quiet
+# machine for some ten minutes. The quick form prints only.
+COMPARE_PEERS = build/bench/bench/peers/compare_peers --json build/bench/results.json \
+	--revision "$$(git describe --always --dirty)"
+
+bench: peers
+	$(COMPARE_PEERS) --seconds 1.5 --document docs/performance.md
+
+bench-quick: peers
+	$(COMPARE_PEERS) --seconds 0.2
+
+peers:
+	scripts/require-packages $(BENCH_PACKAGES)
+	cmake --preset bench
+	cmake --build --preset bench -j $(JOBS) --target compare_peers
+
+# Fails if the library has become slower than it was at the revision BASE.
+perfcheck:
+	scripts/require-packages $(PERFCHECK_PACKAGES)
+	scripts/perfcheck "$(BASE)"
 
 # By Clang's own compile commands: GCC's have options that clang-tidy does not know.
 tidy:

@@ -15,5 +15,6 @@
 #include <zta/ipp.h>
 #include <zta/logger.h>
 #include <zta/module.h>
+#include <zta/sample_loops.h>
 #include <zta/status.h>
 #include <zta/unknown.h>

@@ -14,7 +14,8 @@ PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host tools examples
 
-.PHONY: test demo install package plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy build clean
+.PHONY: test demo install package plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy mutate coverage \
+	faults soak build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -83,6 +84,27 @@ tidy:
 	cmake --preset clang
 	cmake --build --preset clang --target zta_version_values
 	run-clang-tidy -quiet -j $(JOBS) -p build/clang $(patsubst %,'^$(CURDIR)/%/.*\.cpp$$',$(TIDY_ROOMS))
+
+# Breaks the library in SAMPLE places, drawn by SEED, one at a time, and counts what the tests notice. A stopped run
+# goes on where it was.
+mutate:
+	scripts/require-packages $(TEST_PACKAGES) python3
+	scripts/mutate --sample $(or $(SAMPLE),100) --seed $(or $(SEED),1)
+
+# How much of the library the tests reach, room by room.
+coverage:
+	scripts/require-packages $(TEST_PACKAGES) gcovr
+	cmake --preset coverage
+	cmake --build --preset coverage -j $(JOBS)
+	scripts/coverage
+
+# Every host call and every allocation fails once; the last line counts them.
+faults: build
+	build/$(PRESET)/tests/faults_tests --gtest_brief=1
+
+# All operations at random on two threads, for MINUTES.
+soak: build
+	build/$(PRESET)/tests/soak/soak $$(($(or $(MINUTES),10) * 60)) $(or $(SEED),1)
 
 build:
 	scripts/require-packages $(or $(ZTA_PACKAGES),$(TEST_PACKAGES))

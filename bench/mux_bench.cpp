@@ -1,15 +1,27 @@
-// The moves between streams and a mux, beside a memory copy of as many bytes. Names are
-//   target/move+element bytes/streams/frames/placement
-// where the streams lie at random places or all at the same place of their pages. Take ratios from one run:
-//   mux_bench --benchmark_repetitions=5 --benchmark_enable_random_interleaving
+// The moves between streams and a mux as shares of what the memory allows: of the faster of memcpy and a copy by the
+// widest registers, of as many bytes as the move reads and writes.
+//
+//   mux_bench [element bytes] [streams] [frames]
+//
+// measures the usual shapes, or those that are asked for; 0 stands for all of the usual. Each line is one shape. Its
+// first column is the time of the copy in nanoseconds, then follow for each target the shares of interleaving and
+// splitting: first with the buffers at random places of their pages, then with all of them at the same place, as hosts
+// that allocate by pages have them. A share is the median over many rounds, and in each round all columns take turns:
+// what else the machine does falls on all of them. Time is the processor time of the thread.
 
+#include "bench/wide_copy.h"
 #include "kernels/loops/loops.h"
 
-#include <benchmark/benchmark.h>
-
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <functional>
+#include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -25,77 +37,173 @@ constexpr Element kElements[] = {
     ZTA_ELEMENT_LIST(ZTA_BENCH_ROW)
 #undef ZTA_BENCH_ROW
 };
-constexpr std::size_t kStreams[] = {4, 8, 16, 32, 64};
-constexpr std::size_t kFrames[] = {1024, 4800};
 constexpr std::size_t kPage = 4096;
+constexpr int kRounds = 31;
+constexpr double kBatchSeconds = 100e-6;
+
+double ThreadSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+/// Keeps the compiler from dropping or joining copies.
+void Clobber()
+{
+    asm volatile("" ::: "memory");
+}
 
 struct Shape {
     std::size_t elementBytes;
     std::size_t streams;
     std::size_t frames;
-    bool samePlaces;
 
-    std::size_t Bytes() const { return elementBytes * streams * frames; }
+    std::size_t StreamBytes() const { return elementBytes * frames; }
+    std::size_t Bytes() const { return StreamBytes() * streams; }
 };
 
-/// A mux and its streams, each in pages of its own.
-struct Buffers {
-    explicit Buffers(const Shape& shape)
+enum class Placement { Random, Same };
+
+/// Memory that begins with a page.
+class Pages {
+public:
+    explicit Pages(std::size_t bytes)
+        : memory_(static_cast<char*>(std::aligned_alloc(kPage, (bytes + kPage - 1) / kPage * kPage)), &std::free)
+    {
+        std::memset(memory_.get(), 1, bytes);
+    }
+
+    char* Data() const { return memory_.get(); }
+
+private:
+    std::unique_ptr<char, void (*)(void*)> memory_;
+};
+
+/// A mux and its streams, each in pages of its own and beginning with a cache line.
+class Buffers {
+public:
+    Buffers(const Shape& shape, Placement placement)
+        : streamPages_(shape.StreamBytes() / kPage + 2),
+          memory_(shape.streams * streamPages_ * kPage + shape.Bytes() + 2 * kPage)
     {
         std::minstd_rand random(1);
-        const std::size_t streamBytes = shape.elementBytes * shape.frames;
-        const std::size_t pages = (streamBytes + 2 * kPage - 1) / kPage;
-        memory.resize(shape.streams * pages * kPage + kPage + shape.Bytes() + kPage, 1);
-        const std::size_t misaligned = reinterpret_cast<std::uintptr_t>(memory.data()) % kPage;
-        char* page = memory.data() + (misaligned == 0 ? 0 : kPage - misaligned);
-        for (std::size_t i = 0; i < shape.streams; ++i, page += pages * kPage) {
-            streams.push_back(page + (shape.samePlaces ? 0 : random() % kPage));
+        const auto Offset = [&] { return placement == Placement::Same ? 0 : random() % (kPage / 64) * 64; };
+        char* page = memory_.Data();
+        for (std::size_t i = 0; i < shape.streams; ++i, page += streamPages_ * kPage) {
+            streams_.push_back(page + Offset());
         }
-        mux = page + (shape.samePlaces ? 0 : random() % kPage);
+        mux_ = page + Offset();
     }
 
-    std::vector<char> memory;
-    std::vector<void*> streams;
-    char* mux;
+    void* const* Streams() const { return streams_.data(); }
+    void* Mux() const { return mux_; }
+
+private:
+    std::size_t streamPages_;
+    Pages memory_;
+    std::vector<void*> streams_;
+    void* mux_;
 };
 
-void Copy(benchmark::State& state, const Shape& shape)
+/// Something to be timed, and its time for one call in each round.
+struct Column {
+    std::string name;
+    std::function<void()> call;
+    std::size_t calls = 1; ///< in a batch
+    std::vector<double> seconds{};
+};
+
+double Batch(const Column& column)
 {
-    std::vector<char> input(shape.Bytes(), 1);
-    std::vector<char> output(shape.Bytes(), 1);
-    for (auto _ : state) {
-        std::memcpy(output.data(), input.data(), shape.Bytes());
-        benchmark::ClobberMemory();
+    const double start = ThreadSeconds();
+    for (std::size_t i = 0; i < column.calls; ++i) {
+        column.call();
+        Clobber();
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * shape.Bytes()));
+    return (ThreadSeconds() - start) / static_cast<double>(column.calls);
 }
 
-void Interleave(benchmark::State& state, ZtaInterleave loop, const Shape& shape)
+void Measure(std::vector<Column>& columns)
 {
-    Buffers buffers(shape);
-    for (auto _ : state) {
-        loop(buffers.streams.data(), shape.streams, buffers.mux, shape.frames);
-        benchmark::ClobberMemory();
+    for (Column& column : columns) {
+        while (Batch(column) * static_cast<double>(column.calls) < kBatchSeconds) {
+            column.calls *= 2;
+        }
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * shape.Bytes()));
+    for (int round = 0; round < kRounds; ++round) {
+        for (Column& column : columns) {
+            column.call(); // brings its own bytes back to the caches
+            column.seconds.push_back(Batch(column));
+        }
+    }
 }
 
-void Split(benchmark::State& state, ZtaSplit loop, const Shape& shape)
+double Median(std::vector<double> values)
 {
-    Buffers buffers(shape);
-    for (auto _ : state) {
-        loop(buffers.mux, buffers.streams.data(), shape.streams, shape.frames);
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * shape.Bytes()));
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
 }
 
-void Register(const SZtaSampleLoops& loops, const Element& element, const Shape& shape, const std::string& suffix)
+/// How often the numerator's time is the denominator's: the median over the rounds.
+double Ratio(const std::vector<double>& numerator, const std::vector<double>& denominator)
 {
-    const std::string target = std::string(loops.pszName).append("/");
-    benchmark::RegisterBenchmark((target + "interleave" + suffix).c_str(), Interleave, loops.*element.interleave,
-                                 shape);
-    benchmark::RegisterBenchmark((target + "split" + suffix).c_str(), Split, loops.*element.split, shape);
+    std::vector<double> ratios(numerator.size());
+    std::transform(numerator.begin(), numerator.end(), denominator.begin(), ratios.begin(), std::divides<>());
+    return Median(std::move(ratios));
+}
+
+void MeasureShape(const Element& element, std::size_t streams, std::size_t frames, std::uint64_t features)
+{
+    const Shape shape{element.bytes, streams, frames};
+    const Pages input(shape.Bytes());
+    const Pages output(shape.Bytes() + kPage / 2);
+    char* to = output.Data() + kPage / 2;
+    std::vector<Column> columns;
+    columns.push_back({"memcpy", [&] { std::memcpy(to, input.Data(), shape.Bytes()); }});
+    columns.push_back({"copy", [&] { WideCopy(to, input.Data(), shape.Bytes()); }});
+    const std::size_t copies = columns.size();
+
+    const Buffers random(shape, Placement::Random);
+    const Buffers same(shape, Placement::Same);
+    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+        if (!target.RunsWith(features)) {
+            continue;
+        }
+        const std::string name = target.psLoops->pszName;
+        for (const Buffers* buffers : {&random, &same}) {
+            columns.push_back({name + " interleave", [&, buffers, loop = target.psLoops->*element.interleave] {
+                                   loop(buffers->Streams(), streams, buffers->Mux(), frames);
+                               }});
+            columns.push_back({name + " split", [&, buffers, loop = target.psLoops->*element.split] {
+                                   loop(buffers->Mux(), buffers->Streams(), streams, frames);
+                               }});
+        }
+    }
+    Measure(columns);
+
+    std::vector<double> limit = columns[0].seconds;
+    for (std::size_t c = 1; c < copies; ++c) {
+        for (std::size_t i = 0; i < limit.size(); ++i) {
+            limit[i] = std::min(limit[i], columns[c].seconds[i]);
+        }
+    }
+    std::printf("%zu bytes %2zu streams %4zu frames %9.0f ns", element.bytes, streams, frames, 1e9 * Median(limit));
+    for (std::size_t c = copies; c < columns.size(); c += 4) {
+        std::printf("  %-6s", columns[c].name.substr(0, columns[c].name.find(' ')).c_str());
+        for (std::size_t i = c; i < c + 4; ++i) {
+            std::printf(" %5.2f", Ratio(limit, columns[i].seconds));
+        }
+    }
+    std::printf("\n");
+    std::fflush(stdout);
+}
+
+std::vector<std::size_t> Asked(int argc, char** argv, int i, std::vector<std::size_t> all)
+{
+    const std::size_t value = i < argc ? std::strtoul(argv[i], nullptr, 10) : 0;
+    return value == 0 ? all : std::vector{value};
 }
 
 } // namespace
@@ -103,33 +211,18 @@ void Register(const SZtaSampleLoops& loops, const Element& element, const Shape&
 int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    const std::vector<std::size_t> bytes = Asked(argc, argv, 1, {2, 3, 4, 6, 8});
+    const std::vector<std::size_t> streams = Asked(argc, argv, 2, {2, 4, 8, 16, 32, 64});
+    const std::vector<std::size_t> frames = Asked(argc, argv, 3, {1024, 4800});
+    std::printf("shares of the copy: interleave, split (random places), interleave, split (same place)\n");
     for (const Element& element : kElements) {
-        for (const std::size_t streams : kStreams) {
-            for (const std::size_t frames : kFrames) {
-                const std::string size = std::to_string(element.bytes)
-                                             .append("/")
-                                             .append(std::to_string(streams))
-                                             .append("/")
-                                             .append(std::to_string(frames));
-                benchmark::RegisterBenchmark(("memcpy" + size).c_str(), Copy,
-                                             Shape{element.bytes, streams, frames, false});
-                for (const SZtaLoopTarget& target : g_asLoopTargets) {
-                    if (!target.RunsWith(features)) {
-                        continue;
-                    }
-                    for (const bool same : {false, true}) {
-                        Register(*target.psLoops, element, {element.bytes, streams, frames, same},
-                                 size + (same ? "/same" : "/random"));
-                    }
+        if (std::find(bytes.begin(), bytes.end(), element.bytes) != bytes.end()) {
+            for (const std::size_t count : streams) {
+                for (const std::size_t length : frames) {
+                    MeasureShape(element, count, length, features);
                 }
             }
         }
     }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
     return 0;
 }

@@ -27,7 +27,7 @@ if(ZTA_SANITIZE)
   endif()
 endif()
 if(ZTA_COVERAGE)
-  add_compile_options(--coverage)
+  add_compile_options(--coverage -fprofile-update=atomic) # tests have threads
   add_link_options(--coverage)
 endif()
 

@@ -129,6 +129,10 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
     if (ulChannels > kMaxChannels || !std::has_single_bit(ulChannels)) {
         return ZT_E_INVALID_PARAMETER;
     }
+    // The object is handed out without its block where memory was short when it was made.
+    if (m_plVolumeSettings == nullptr) {
+        return E_OUTOFMEMORY;
+    }
     const unsigned long ulLanes = std::max(ulChannels, kGroupLanes);
     const auto ulFramesPerPass = static_cast<std::uint32_t>(ulLanes / ulChannels);
     for (unsigned long i = 0; i < ulLanes; ++i) {

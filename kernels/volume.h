@@ -52,6 +52,7 @@ public:
     ///         ZT_E_ARRAY_TOO_SMALL    no channels
     ///         ZT_E_INVALID_PARAMETER  a gain outside 0.0 to 8.0, which a NaN is not; or, after all records have been
     ///                                 read, a channel count that is not a power of two up to 64
+    ///         E_OUTOFMEMORY           no memory was left for the block when the object was made
     int SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels, unsigned long ulFrames);
 
     // The kernels of the table, for the channel counts in their names. Without frames they return 0 and look at

@@ -1,9 +1,12 @@
 #include "support/ini_file.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <new>
+#include <sstream>
 #include <utility>
 
 namespace {
@@ -42,9 +45,26 @@ CZtIniFile::Record MakeRecord(std::wstring sSection, std::wstring sKey, std::wst
     return {std::wstring(), kActive, std::move(sSection), std::move(sKey), std::move(sValue)};
 }
 
-std::wstring ElementOf(const CZtIniFile::Record& rRecord)
+void WriteElement(std::wostream& rOutput, const CZtIniFile::Record& rRecord)
 {
-    return rRecord.Key.empty() ? L"[" + rRecord.Section + L"]" : rRecord.Key + L"=" + rRecord.Value;
+    if (rRecord.Key.empty()) {
+        rOutput << L'[' << rRecord.Section << L']';
+    } else {
+        rOutput << rRecord.Key << L'=' << rRecord.Value;
+    }
+}
+
+/// False at the end, and where the rest is no text. A stream takes a failed allocation for that, too: what has not been
+/// read would be lost with the next save, so that one is passed on.
+bool ReadLine(std::wifstream& rFile, std::wstring& rsLine)
+{
+    rFile.exceptions(std::ios_base::badbit);
+    try {
+        // A last line without its newline is not a line: reading it sets the flag of the file's end.
+        return std::getline(rFile, rsLine) && !rFile.eof();
+    } catch (const std::ios_base::failure&) {
+        return false;
+    }
 }
 
 } // namespace
@@ -80,8 +100,12 @@ CZtIniFile::~CZtIniFile()
 
 bool CZtIniFile::Load()
 {
+    errno = 0;
     std::wifstream oFile(m_sFileName);
     if (!oFile.is_open()) {
+        if (errno == ENOMEM) { // the file may be there, and must not be taken for an empty one
+            throw std::bad_alloc();
+        }
         return false;
     }
     m_aoContent.clear();
@@ -89,8 +113,7 @@ bool CZtIniFile::Load()
     std::wstring sPendingComments;
     std::wstring sSection;
     std::wstring sLine;
-    // A last line without its newline is not a line: reading it sets the flag of the file's end.
-    while (std::getline(oFile, sLine) && !oFile.eof()) {
+    while (ReadLine(oFile, sLine)) {
         Trim(sLine, sBlanks, 0);
         if (sLine.empty()) {
             continue;
@@ -140,14 +163,21 @@ bool CZtIniFile::Save(bool bDoSave)
     if (!bDoSave) {
         return true;
     }
-    std::wofstream oFile(m_sFileName);
+    // No memory of the free store is used here: the file is emptied as it is opened, and whoever ran out of memory then
+    // would lose its lines. The destructor comes here, too.
+    wchar_t awcBuffer[256];
+    std::wofstream oFile;
+    oFile.rdbuf()->pubsetbuf(awcBuffer, std::size(awcBuffer));
+    oFile.open(m_sFileName);
     if (!oFile.is_open()) {
         std::printf("Unable to open %s for writing\n", m_sFileName.c_str());
         return false;
     }
     for (const Record& rRecord : m_aoContent) {
         // The blank of an active record is written too, Load takes it off.
-        oFile << rRecord.Comments << rRecord.Commented << ElementOf(rRecord) << std::endl;
+        oFile << rRecord.Comments << rRecord.Commented;
+        WriteElement(oFile, rRecord);
+        oFile << std::endl;
     }
     oFile.close();
     m_bDirty = false;
@@ -161,15 +191,16 @@ bool CZtIniFile::Sort(bool /*bAscending*/)
 
 std::wstring CZtIniFile::Content()
 {
-    std::wstring sText;
+    std::wostringstream oText;
     for (const Record& rRecord : m_aoContent) {
-        sText += rRecord.Comments;
+        oText << rRecord.Comments;
         if (rRecord.Commented != kActive) {
-            sText += rRecord.Commented;
+            oText << rRecord.Commented;
         }
-        sText += ElementOf(rRecord) + L'\n';
+        WriteElement(oText, rRecord);
+        oText << L'\n';
     }
-    return sText;
+    return oText.str();
 }
 
 // NOLINTBEGIN(performance-unnecessary-value-param): the contract passes texts by value

@@ -4,9 +4,9 @@
 
 /// The sample loops, which the kernels of the copy, volume, stereo and mux operations spend their time in, exist once
 /// for each instruction set: "plain" runs on every processor, "avx2" on those with AVX2 and FMA, "avx512" on those with
-/// AVX-512 F, BW, DQ and VL, each with the operating system's consent. All give the same samples to the last bit; the
-/// choice is one of speed, and the module makes it by itself, once for the process. These two functions are for tests,
-/// measurements, and for hosts that know better. The signal functions make a choice of their own: see zta/ipp.h.
+/// AVX-512 F, BW, DQ, VL and VBMI, each with the operating system's consent. All give the same samples to the last bit;
+/// the choice is one of speed, and the module makes it by itself, once for the process. These two functions are for
+/// tests, measurements, and for hosts that know better. The signal functions make a choice of their own: see zta/ipp.h.
 extern "C" {
 
 /// The name of the loops in use. The string is constant and static. [any thread] [no allocation] [no lock]

@@ -54,7 +54,7 @@
 /// Each has a file target_<name>.cpp.
 #define ZTA_LOOP_TARGET_LIST(ROW) \
     ROW(avx512, keZtaFeatureAvx2 | keZtaFeatureAvxEnabled | keZtaFeatureAvx512F | keZtaFeatureAvx512Bw | \
-                keZtaFeatureAvx512Dq | keZtaFeatureAvx512Vl | keZtaFeatureAvx512Enabled) \
+                keZtaFeatureAvx512Dq | keZtaFeatureAvx512Vl | keZtaFeatureAvx512Vbmi | keZtaFeatureAvx512Enabled) \
     ROW(avx2,   keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
     ROW(plain,  0)
 

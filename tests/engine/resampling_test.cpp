@@ -487,10 +487,14 @@ TEST_F(Resampling, ForgetsWhatItFoundBeforeTheFormats)
     journal_.hook = nullptr;
     input->ClearErrorCode();
     for (const int call : {7, 8}) {
+        journal_.Clear();
         journal_.FailCall(call);
         EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), ZT_E_FORMAT_NOT_SUPPORTED)
             << "a format that cannot be read cannot be classified";
         journal_.StopFailing();
+        EXPECT_EQ(journal_.Count("output.GetAudioSamplesDescription"), call - 6)
+            << "each step only after the one before";
+        EXPECT_EQ(journal_.Count("input.GetErrorCode"), 1) << "by the entry alone";
     }
 }
 

@@ -3,6 +3,15 @@
 #include "tests/realtime/realtime_test_support.h"
 #include "tests/support/scenarios.h"
 
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+
 namespace {
 
 using zta::host::AudioBuffer;
@@ -35,6 +44,80 @@ TEST_P(OperationsRealtime, NeitherAllocateNorLockNorEnterTheKernel)
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, OperationsRealtime, testing::ValuesIn(zta::test::Scenarios()),
+                         [](const auto& parameter) { return parameter.param.name; });
+
+/// A buffer that breaks the rule inside an operation, where the engine marks the start of a write.
+class BreakingBuffer : public ClocklessBuffer {
+public:
+    BreakingBuffer(const SZtaWaveFormatInfo& format, std::size_t frames, std::function<void()> breach)
+        : ClocklessBuffer(format, frames), breach_(std::move(breach))
+    {
+    }
+
+    int MarkWriteStartTime() override { return breach_(), 0; }
+
+private:
+    std::function<void()> breach_;
+};
+
+struct Breach {
+    const char* name;
+    std::function<void()> act;
+    const char* seen; ///< the first call that the watch names
+    int systemCall;   ///< what the kernel's filter tells: kNoSystemCall where the breach stays in the process
+};
+
+class BreachOfAnOperation : public zta::test::RealtimeEngine, public testing::WithParamInterface<Breach> {};
+
+/// The proof that the test above would fail: each thing that an operation must not do is done in one, and is seen.
+TEST_P(BreachOfAnOperation, IsSeen)
+{
+    if (!zta::test::RealtimeTrap::IsAvailable()) {
+        GTEST_SKIP() << "the sanitizer watches the allocator itself";
+    }
+    const SZtaWaveFormatInfo format = zta::host::Pcm16(1);
+    const auto source = ClocklessBuffer::Create(format, 64);
+    const auto destination = Ref<BreakingBuffer>::Adopt(new BreakingBuffer(format, 64, GetParam().act));
+    source->AnnounceRead();
+    destination->AnnounceWrite();
+    auto operation = [&] { engine_->CopyAudioSamples(source.Get(), destination.Get()); };
+    const int call = zta::test::RunUnderSeccomp(
+        [](void* argument) { (*static_cast<decltype(operation)*>(argument))(); }, &operation);
+    if (call != zta::test::kSeccompUnavailable) {
+        EXPECT_EQ(call, GetParam().systemCall);
+    }
+    zta::test::RealtimeTrap trap;
+    operation();
+    EXPECT_GT(trap.Violations(), 0);
+    EXPECT_STREQ(trap.First(), GetParam().seen);
+}
+
+std::mutex breachedLock;
+std::condition_variable breachedCondition;
+volatile char breachedByte = 0;
+
+/// An allocation that the compiler cannot drop.
+void Allocate()
+{
+    char* const memory = new char[100];
+    memory[0] = breachedByte;
+    breachedByte = memory[0];
+    delete[] memory;
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, BreachOfAnOperation,
+                         testing::Values(Breach{"Allocation", Allocate, "malloc", zta::test::kNoSystemCall},
+                                         Breach{"Lock", [] { const std::lock_guard lock(breachedLock); },
+                                                "pthread_mutex_lock", zta::test::kNoSystemCall},
+                                         Breach{"Wait",
+                                                [] {
+                                                    std::unique_lock lock(breachedLock);
+                                                    breachedCondition.wait_for(lock, std::chrono::microseconds(1));
+                                                },
+                                                "pthread_mutex_lock", SYS_futex},
+                                         Breach{"File", [] { breachedByte = open("/nowhere/at/all", O_RDONLY) < 0; },
+                                                "open", SYS_openat},
+                                         Breach{"Sleep", [] { usleep(1); }, "usleep", SYS_clock_nanosleep}),
                          [](const auto& parameter) { return parameter.param.name; });
 
 } // namespace

@@ -174,12 +174,25 @@ ZTA_WATCH(int, pthread_rwlock_rdlock, (pthread_rwlock_t * lock), (lock))
 ZTA_WATCH(int, pthread_rwlock_wrlock, (pthread_rwlock_t * lock), (lock))
 ZTA_WATCH(int, pthread_spin_lock, (pthread_spinlock_t * lock), (lock))
 ZTA_WATCH(int, pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t* mutex), (condition, mutex))
+ZTA_WATCH(int, pthread_cond_timedwait, (pthread_cond_t * condition, pthread_mutex_t* mutex, const timespec* until),
+          (condition, mutex, until))
+ZTA_WATCH(int, pthread_cond_clockwait,
+          (pthread_cond_t * condition, pthread_mutex_t* mutex, clockid_t clock, const timespec* until),
+          (condition, mutex, clock, until))
 ZTA_WATCH(int, pthread_cond_signal, (pthread_cond_t * condition), (condition))
 ZTA_WATCH(int, pthread_cond_broadcast, (pthread_cond_t * condition), (condition))
 ZTA_WATCH(int, sem_wait, (sem_t * semaphore), (semaphore))
+ZTA_WATCH(int, sem_timedwait, (sem_t * semaphore, const timespec* until), (semaphore, until))
 ZTA_WATCH(int, sem_post, (sem_t * semaphore), (semaphore))
 ZTA_WATCH(int, sched_yield, (), ())
 ZTA_WATCH(int, nanosleep, (const timespec* time, timespec* left), (time, left))
+ZTA_WATCH(int, clock_nanosleep, (clockid_t clock, int flags, const timespec* time, timespec* left),
+          (clock, flags, time, left))
+ZTA_WATCH(unsigned, sleep, (unsigned seconds), (seconds))
+ZTA_WATCH(int, pthread_create,
+          (pthread_t * thread, const pthread_attr_t* attributes, void* (*start)(void*), void* argument),
+          (thread, attributes, start, argument))
+ZTA_WATCH(int, pthread_join, (pthread_t thread, void** result), (thread, result))
 ZTA_WATCH(int, usleep, (useconds_t time), (time))
 ZTA_WATCH(std::FILE*, fopen, (const char* path, const char* mode), (path, mode))
 ZTA_WATCH(std::size_t, fwrite, (const void* data, std::size_t size, std::size_t count, std::FILE* file),

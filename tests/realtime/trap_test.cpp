@@ -4,12 +4,17 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <memory>
 #include <mutex>
+#include <semaphore.h>
 #include <string>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -94,6 +99,33 @@ TEST_F(Watch, CatchesFiles)
     EXPECT_EQ(Caught([&byte] { ASSERT_EQ(read(-1, &byte, 1), -1); }), std::make_pair(std::string("read"), 1));
     EXPECT_EQ(Caught([] { ASSERT_EQ(open("/nowhere/at/all", O_RDONLY), -1); }), std::make_pair(std::string("open"), 1));
     EXPECT_EQ(Caught([] { ASSERT_EQ(std::fopen("/nowhere/at/all", "r"), nullptr); }).first, "fopen");
+}
+
+TEST_F(Watch, CatchesWaits)
+{
+    using std::chrono::microseconds;
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    std::condition_variable condition;
+    EXPECT_EQ(Caught([&] { condition.wait_for(lock, microseconds(1)); }),
+              std::make_pair(std::string("pthread_cond_clockwait"), 1));
+    sem_t semaphore;
+    ASSERT_EQ(sem_init(&semaphore, 0, 1), 0);
+    EXPECT_EQ(Caught([&] { EXPECT_EQ(sem_wait(&semaphore), 0); }), std::make_pair(std::string("sem_wait"), 1));
+    EXPECT_EQ(Caught([&] { EXPECT_EQ(sem_post(&semaphore), 0); }), std::make_pair(std::string("sem_post"), 1));
+    EXPECT_EQ(sem_destroy(&semaphore), 0);
+    EXPECT_EQ(Caught([] { std::thread([] {}).join(); }).first, "malloc") << "and pthread_create after it";
+}
+
+TEST_F(Watch, CatchesSleep)
+{
+    const timespec moment = {0, 1};
+    EXPECT_EQ(Caught([&] { nanosleep(&moment, nullptr); }), std::make_pair(std::string("nanosleep"), 1));
+    EXPECT_EQ(Caught([&] { clock_nanosleep(CLOCK_MONOTONIC, 0, &moment, nullptr); }),
+              std::make_pair(std::string("clock_nanosleep"), 1));
+    EXPECT_EQ(Caught([] { usleep(1); }).first, "usleep");
+    EXPECT_EQ(Caught([] { sleep(0); }).first, "sleep");
+    EXPECT_EQ(Caught([] { std::this_thread::yield(); }), std::make_pair(std::string("sched_yield"), 1));
 }
 
 TEST_F(Watch, NamesTheFirstAndCountsAll)

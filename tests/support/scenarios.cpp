@@ -54,7 +54,7 @@ host::Ref<host::AudioBuffer> MakeBuffer(const BufferFactory& factory, const std:
 ScenarioRow CopyRow(const std::string& path, const Side& source, const Side& destination, int status = 0,
                     bool leavesReference = false)
 {
-    return {"Copy" + path, status, false, leavesReference, "", [=](const BufferFactory& factory) {
+    return {"Copy", "Copy" + path, status, false, leavesReference, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "source", source));
                 scenario.outputs.push_back(MakeBuffer(factory, "destination", destination));
@@ -68,7 +68,7 @@ ScenarioRow CopyRow(const std::string& path, const Side& source, const Side& des
 ScenarioRow DuplicateRow(const std::string& path, const Side& source, const Side& destination, unsigned long from,
                          unsigned long to, unsigned long length)
 {
-    return {"Duplicate" + path, 0, true, false, "", [=](const BufferFactory& factory) {
+    return {"Duplicate", "Duplicate" + path, 0, true, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "source", source));
                 scenario.outputs.push_back(MakeBuffer(factory, "destination", destination));
@@ -84,7 +84,7 @@ ScenarioRow DuplicateRow(const std::string& path, const Side& source, const Side
 ScenarioRow MonoToStereoRow(const std::string& path, const Side& left, const Side& right, const Side& stereo,
                             int status = 0)
 {
-    return {"MonoToStereo" + path, status, false, false, "", [=](const BufferFactory& factory) {
+    return {"MonoToStereo", "MonoToStereo" + path, status, false, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "left", left));
                 scenario.inputs.push_back(MakeBuffer(factory, "right", right));
@@ -102,7 +102,13 @@ ScenarioRow MonoToStereoRow(const std::string& path, const Side& left, const Sid
 ScenarioRow StereoToMonoRow(const std::string& path, const Side& stereo, const Side& left, const Side& right,
                             int status = 0)
 {
-    return {"StereoToMono" + path, status, false, false, "left.QueryInterface", [=](const BufferFactory& factory) {
+    return {"StereoToMono",
+            "StereoToMono" + path,
+            status,
+            false,
+            false,
+            "left.QueryInterface",
+            [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "stereo", stereo));
                 scenario.outputs.push_back(MakeBuffer(factory, "left", left));
@@ -131,7 +137,7 @@ std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
 ScenarioRow VolumeRow(const std::string& path, const Side& input, const Side& output, std::size_t volumes,
                       int status = 0)
 {
-    return {"Volume" + path, status, false, false, "", [=](const BufferFactory& factory) {
+    return {"Volume", "Volume" + path, status, false, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "input", input));
                 scenario.outputs.push_back(MakeBuffer(factory, "output", output));
@@ -176,20 +182,16 @@ ScenarioRow AssemblyRow(const std::string& path, const Sides& parts, const Side&
                         int status = 0, bool leavesReference = false)
 {
     const bool mono = parts.side.format.ulChannels == 1;
-    return {(mono ? "MonoToMux" : "StereoToMux") + path,
-            status,
-            false,
-            leavesReference,
-            "",
-            [=](const BufferFactory& factory) {
+    const std::string operation = mono ? "MonoToMux" : "StereoToMux";
+    return {operation, operation + path, status, false, leavesReference, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs = MakeBuffers(factory, parts);
                 scenario.outputs.push_back(MakeBuffer(factory, "mux", mux));
-                const auto operation = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
-                                            : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
+                const auto method = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
+                                         : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
                 scenario.run = [array = Pointers(scenario.inputs), out = scenario.outputs[0].Get(),
-                                ramps = Ramps(volumes), operation](IZtaAudioSamplesEngine& engine) mutable {
-                    return (engine.*operation)(array.data(), array.size(), out, ramps.data(), ramps.size());
+                                ramps = Ramps(volumes), method](IZtaAudioSamplesEngine& engine) mutable {
+                    return (engine.*method)(array.data(), array.size(), out, ramps.data(), ramps.size());
                 };
                 return scenario;
             }};
@@ -199,15 +201,16 @@ ScenarioRow SplitRow(const std::string& path, const Side& mux, const Sides& part
                      int status = 0)
 {
     const bool mono = parts.side.format.ulChannels == 1;
-    return {(mono ? "MuxToMono" : "MuxToStereo") + path, status, false, false, "", [=](const BufferFactory& factory) {
+    const std::string operation = mono ? "MuxToMono" : "MuxToStereo";
+    return {operation, operation + path, status, false, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "mux", mux));
                 scenario.outputs = MakeBuffers(factory, parts);
-                const auto operation = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
-                                            : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
+                const auto method = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
+                                         : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
                 scenario.run = [in = scenario.inputs[0].Get(), array = Pointers(scenario.outputs),
-                                ramps = Ramps(volumes), operation](IZtaAudioSamplesEngine& engine) mutable {
-                    return (engine.*operation)(in, array.data(), array.size(), ramps.data(), ramps.size());
+                                ramps = Ramps(volumes), method](IZtaAudioSamplesEngine& engine) mutable {
+                    return (engine.*method)(in, array.data(), array.size(), ramps.data(), ramps.size());
                 };
                 return scenario;
             }};
@@ -228,7 +231,7 @@ host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFor
 /// One buffer of a stream of the given formats, after a first one that restarts it.
 ScenarioRow ResampleRow(const std::string& path, const Side& input, const Side& output, int status = 0)
 {
-    return {"Resample" + path, status, false, false, "", [=](const BufferFactory& factory) {
+    return {"Resample", "Resample" + path, status, false, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "input", input));
                 scenario.outputs.push_back(MakeBuffer(factory, "output", output));
@@ -257,6 +260,8 @@ int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine)
 
 const std::vector<ScenarioRow>& Scenarios()
 {
+    const SZtaWaveFormatInfo eightBits = MakeFormat(1, keZtAudioDataTypePcm, 48000, 8, 8);
+    const SZtaWaveFormatInfo eightBitsStereo = MakeFormat(2, keZtAudioDataTypePcm, 48000, 8, 8);
     static const std::vector<ScenarioRow> rows = {
         CopyRow("Bytes", {Pcm16(2), 300}, {Pcm16(2), 300}),
         CopyRow("OpaqueBytes", {Opaque(3, 32, 24), 10}, {Opaque(3, 32, 32), 10}),
@@ -270,6 +275,11 @@ const std::vector<ScenarioRow>& Scenarios()
         CopyRow("MultiFormat", {Multi24(2), 300}, {Pcm24In32(2), 300}),
         CopyRow("MultiFormatToSixteenBits", {Multi16(2), 300}, {Pcm16(2), 300}),
         CopyRow("MultiFormatOfAnotherLength", {Multi16(2), 299}, {Pcm16(2), 300}, ZT_E_BUFFER_SIZE_MISMATCH),
+        CopyRow("MultiFormatToFloat", {Multi24(2), 300}, {Float32(2), 300}),
+        CopyRow("MultiFormatToAnotherRate", {Multi24(2), 10}, {MakeFormat(2, keZtAudioDataTypePcm, 44100, 32, 24), 10},
+                ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        CopyRow("MultiFormatToOtherValidBits", {Multi24(2), 10},
+                {MakeFormat(2, keZtAudioDataTypePcm, 48000, 32, 16), 10}),
         CopyRow("FadedInPlace", {Pcm16(1), 500, true, true}, {Pcm24In32(1), 500}),
         CopyRow("FadedInPlaceFromEqualBytes", {Pcm16(2), 500, true, false}, {Pcm16(2), 500}),
         CopyRow("FadedOnTheStage", {Pcm16(1), 500, true, true}, {Float32(1), 500}),
@@ -290,6 +300,8 @@ const std::vector<ScenarioRow>& Scenarios()
         MonoToStereoRow("Faded", {Pcm16(1), 300, true, true}, {Pcm16(1), 300, true, true}, {Pcm16(2), 300}),
         MonoToStereoRow("FadedWithoutAKernel", {Pcm24In24(1), 300, true}, {Pcm24In24(1), 300, true},
                         {Pcm24In24(2), 300}, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        MonoToStereoRow("OfNoKnownFormat", {eightBits, 10}, {eightBits, 10}, {eightBitsStereo, 10},
+                        ZT_E_FORMAT_NOT_SUPPORTED),
         MonoToStereoRow("OfUnequalLengths", {Pcm16(1), 299}, {Pcm16(1), 300}, {Pcm16(2), 300},
                         ZT_E_BUFFER_SIZE_MISMATCH),
         MonoToStereoRow("Relabelled", {Pcm20In32(1), 10}, {Pcm20In32(1), 10}, {Pcm20In32(2), 10}),
@@ -298,6 +310,8 @@ const std::vector<ScenarioRow>& Scenarios()
         StereoToMonoRow("StagedOutputs", {Pcm24In32(2), 300}, {Float32(1), 300}, {Float32(1), 300}),
         StereoToMonoRow("WithoutARow", {Float32(2), 300}, {Float32(1), 300}, {Float32(1), 300},
                         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
+        StereoToMonoRow("OfNoKnownFormat", {eightBitsStereo, 10}, {eightBits, 10}, {eightBits, 10},
+                        ZT_E_FORMAT_NOT_SUPPORTED),
         StereoToMonoRow("TooSmall", {Pcm16(2), 300}, {Pcm16(1), 299}, {Pcm16(1), 299},
                         ZT_E_DESTINATION_BUFFER_TOO_SMALL),
         StereoToMonoRow("Relabelled", {Pcm20In32(2), 10}, {Pcm20In32(1), 10}, {Pcm20In32(1), 10}),
@@ -307,6 +321,7 @@ const std::vector<ScenarioRow>& Scenarios()
         VolumeRow("EightChannels", {Pcm24In32(8), 301}, {Pcm24In32(8), 301}, 8),
         VolumeRow("SixtyFourChannels", {Pcm24In32(64), 301}, {Pcm24In32(64), 301}, 64),
         VolumeRow("Faded", {Pcm24In32(4), 301, true, true}, {Pcm24In32(4), 301}, 4),
+        VolumeRow("FadedOut", {Pcm24In32(4), 301, false, true}, {Pcm24In32(4), 301}, 4),
         VolumeRow("OfUnequalLengths", {Pcm24In32(1), 300}, {Pcm24In32(1), 301}, 1, ZT_E_BUFFER_SIZE_MISMATCH),
         VolumeRow("OfOtherFormats", {Pcm16(1), 300}, {Pcm16(1), 300}, 1, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
 

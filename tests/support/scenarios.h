@@ -24,8 +24,10 @@ struct Scenario {
     std::function<int(IZtaAudioSamplesEngine&)> run;
 };
 
-/// One path through an operation. `make` builds its buffers afresh, filled the same each time.
+/// One path through an operation; the name begins with the operation's. `make` builds its buffers afresh, filled the
+/// same each time.
 struct ScenarioRow {
+    std::string operation;
     std::string name;
     int status;                ///< what the operation returns while the host does its part
     bool returnsSignalsStatus; ///< the operation returns what its last signal returned, whatever became of the work

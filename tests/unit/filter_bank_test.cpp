@@ -400,4 +400,22 @@ TEST_P(FilterBank, EndsForEveryAlpha)
     }
 }
 
+// The public functions refuse such a cut-off; the inner ones take it.
+TEST_P(FilterBank, ACutOffBelowZeroMirrorsThePrototype)
+{
+    constexpr int kRate = 10;
+    constexpr int kHalf = 8;
+    constexpr int kCount = kRate * kHalf + 1;
+    for (const auto prototype : {GetParam().ownsKaiserPrototypeUp, GetParam().ownsKaiserPrototypeDown}) {
+        double above[kCount];
+        double below[kCount];
+        prototype(kRate, kRate, kHalf, kCount, above, 0.75, 9.0);
+        prototype(kRate, kRate, kHalf, kCount, below, -0.75, 9.0);
+        EXPECT_GT(above[0], 0.0);
+        for (int i = 0; i < kCount; ++i) {
+            EXPECT_EQ(below[i], -above[i]) << i;
+        }
+    }
+}
+
 } // namespace

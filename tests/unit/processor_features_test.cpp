@@ -162,6 +162,7 @@ TEST(LoopTargets, TakeAvx512OnlyWholeAndWithTheSystemsConsent)
 {
     SZtaProcessorWords words = WithAvx2();
     words.sLeaf7.ulEbx |= Bit(16) | Bit(17) | Bit(30) | Bit(31);
+    words.sLeaf7.ulEcx |= Bit(1);
     words.ui64Xcr0 = 0xE7;
     EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "avx512");
     for (const int bit : {16, 17, 30, 31}) {
@@ -169,6 +170,9 @@ TEST(LoopTargets, TakeAvx512OnlyWholeAndWithTheSystemsConsent)
         less.sLeaf7.ulEbx &= ~Bit(bit);
         EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(less)).pszName, "avx2") << bit;
     }
+    SZtaProcessorWords withoutVbmi = words;
+    withoutVbmi.sLeaf7.ulEcx &= ~Bit(1);
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(withoutVbmi)).pszName, "avx2");
     for (const int bit : {5, 6, 7}) {
         SZtaProcessorWords less = words;
         less.ui64Xcr0 &= ~std::uint64_t{Bit(bit)};

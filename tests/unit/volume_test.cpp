@@ -10,6 +10,11 @@
 #include <limits>
 #include <random>
 
+/// The tests' view of the block that a call leaves.
+struct SZtLayoutProbe {
+    static const std::int32_t* Settings(const CZtaApplyVolume& volume) { return volume.m_plVolumeSettings; }
+};
+
 namespace {
 
 using Words = std::vector<std::uint32_t>;
@@ -735,6 +740,21 @@ TEST(ApplyVolume, EndsWithTheStatusOfSettingTheLength)
         Records records = Flat(8, 0.25f);
         EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 8), status);
         EXPECT_EQ(WordsOf(output), Expected(WordsOf(input), records));
+    }
+}
+
+TEST(VolumeSettings, OfNoFramesHaveStepsThatNoLaneHolds)
+{
+    // Rises by infinity, falls by infinity, and what is neither: all three are the word that stands for "does not fit".
+    for (const auto& [start, end] : {std::pair{1.0f, 2.0f}, {2.0f, 1.0f}, {1.0f, 1.0f}}) {
+        CZtaApplyVolume volume;
+        Records records(4, {0, start, end});
+        EXPECT_EQ(volume.SetVolumeSettings(records.data(), 4, 0), 0);
+        const std::int32_t* const lanes = SZtLayoutProbe::Settings(volume);
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ(lanes[i], static_cast<std::int32_t>(start * 4096.0f));
+            EXPECT_EQ(lanes[4 + i], std::numeric_limits<std::int32_t>::min());
+        }
     }
 }
 

@@ -1,0 +1,33 @@
+// What one run of the whole program injected, told in its last line. CTest runs each test by itself, and the program as
+// a whole once beside (see CMakeLists.txt).
+
+#include "tests/faults/failing_allocator.h"
+#include "tests/faults/injections.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+namespace zta::test {
+namespace {
+
+class Total : public ::testing::Environment {
+public:
+    void TearDown() override
+    {
+        if (::testing::GTEST_FLAG(filter) != "*") {
+            return;
+        }
+        std::printf("%d failures of the host's calls and %d of allocations injected in all\n",
+                    hostFailuresInjected.load(), allocationFailuresInjected.load());
+        EXPECT_GE(hostFailuresInjected, 9200);
+        if (FailingAllocator::IsAvailable()) {
+            EXPECT_GE(allocationFailuresInjected, 600);
+        }
+    }
+};
+
+[[maybe_unused]] const ::testing::Environment* const total = ::testing::AddGlobalTestEnvironment(new Total);
+
+} // namespace
+} // namespace zta::test

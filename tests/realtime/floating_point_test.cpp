@@ -1,0 +1,138 @@
+// The floating-point mode belongs to the host: the module neither changes it nor depends on what is flushed to zero.
+
+#include "tests/realtime/realtime_test_support.h"
+#include "tests/support/scenarios.h"
+#include "tests/support/temp_directory.h"
+
+#include <immintrin.h>
+
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <vector>
+
+#include <dlfcn.h>
+
+namespace zta::test {
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+constexpr unsigned kFlushToZero = 0x8000;
+constexpr unsigned kDenormalsAreZero = 0x0040;
+constexpr unsigned kRoundUp = 0x4000;
+constexpr unsigned kDefault = 0x1F80; // all exceptions masked
+constexpr unsigned kFlags = 0x003F;   // what has happened so far is no mode
+
+struct Modes {
+    unsigned mxcsr;
+    std::uint16_t x87;
+    bool operator==(const Modes&) const = default;
+};
+
+Modes Now()
+{
+    Modes modes{_mm_getcsr() & ~kFlags, 0};
+    asm volatile("fnstcw %0" : "=m"(modes.x87));
+    return modes;
+}
+
+void Set(const Modes& modes)
+{
+    _mm_setcsr(modes.mxcsr);
+    asm volatile("fldcw %0" : : "m"(modes.x87));
+}
+
+/// A mode for the length of a scope.
+class Mode {
+public:
+    explicit Mode(unsigned mxcsr, std::uint16_t x87 = 0x037F) : before_(Now()) { Set({mxcsr, x87}); }
+    ~Mode() { Set(before_); }
+    Mode(const Mode&) = delete;
+    Mode& operator=(const Mode&) = delete;
+
+private:
+    Modes before_;
+};
+
+host::Ref<host::AudioBuffer> MakeBuffer(const std::string& /*name*/, const SZtaWaveFormatInfo& format,
+                                        std::size_t bytes)
+{
+    return host::AudioBuffer::Create(format, bytes);
+}
+
+TEST(FloatingPointMode, IsLeftAloneByLoadingAndUnloading)
+{
+    // A copy, because the program has the module itself loaded already.
+    TempDirectory directory;
+    const std::string copy = directory.File("copy.so");
+    std::filesystem::copy_file(ZTA_MODULE_PATH, copy);
+    EXPECT_EQ(Now(), (Modes{kDefault, 0x037F})) << "the program's start loaded the module, too";
+    const Mode mode(kDefault | kRoundUp, 0x027F); // doubles on the old stack
+    const Modes before = Now();
+    EXPECT_EQ(before, (Modes{kDefault | kRoundUp, 0x027F})) << "what is set can be seen";
+    void* module = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(module, nullptr) << dlerror();
+    EXPECT_EQ(Now(), before);
+    EXPECT_EQ(dlclose(module), 0);
+    EXPECT_EQ(Now(), before);
+}
+
+class FloatingPointOf : public RealtimeEngine, public testing::WithParamInterface<ScenarioRow> {
+protected:
+    /// What the operation leaves in its outputs under a mode. The streams and buffers are made under it, too.
+    std::vector<Bytes> Result(unsigned mxcsr)
+    {
+        const Mode mode(mxcsr);
+        const Modes before = Now();
+        const Scenario scenario = GetParam().make(MakeBuffer);
+        EXPECT_EQ(RunAnnounced(scenario, *engine_), GetParam().status);
+        EXPECT_EQ(Now(), before);
+        std::vector<Bytes> contents;
+        for (const auto& output : scenario.outputs) {
+            contents.emplace_back(output->Data(), output->Data() + output->Capacity());
+        }
+        return contents;
+    }
+};
+
+TEST_P(FloatingPointOf, LeavesTheModeAndGivesTheSameUnderFlushing)
+{
+    if (GetParam().leavesReference && !RealtimeTrap::IsAvailable()) {
+        GTEST_SKIP() << "the sanitizer would report the reference that stays";
+    }
+    const std::vector<Bytes> expected = Result(kDefault);
+    EXPECT_EQ(Result(kDefault | kFlushToZero | kDenormalsAreZero), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, FloatingPointOf, testing::ValuesIn(Scenarios()),
+                         [](const auto& parameter) { return parameter.param.name; });
+
+TEST(FloatingPointMode, DenormalFloatsAreSilenceEitherWay)
+{
+    const auto hostEngine = host::HostEngine::Create();
+    host::Module module(ZTA_MODULE_PATH);
+    const auto engine = module.CreateEngine(*hostEngine.Get());
+    constexpr std::size_t kFrames = 64;
+    const auto source = host::AudioBuffer::Create(host::Float32(1), kFrames * 4);
+    for (std::size_t i = 0; i < kFrames; ++i) {
+        const std::uint32_t bits = static_cast<std::uint32_t>(i % 2 << 31 | (i * 131071 + 1));
+        std::memcpy(source->Data() + 4 * i, &bits, sizeof(bits));
+    }
+    source->SetValidLength(source->Capacity());
+    for (const SZtaWaveFormatInfo& format : {host::Pcm16(1), host::Pcm24In32(1)}) {
+        for (const unsigned mxcsr : {kDefault, kDefault | kFlushToZero | kDenormalsAreZero}) {
+            const Mode mode(mxcsr);
+            const auto destination = host::AudioBuffer::Create(format, kFrames * host::BytesPerFrame(format));
+            std::memset(destination->Data(), 0x55, destination->Capacity());
+            source->AnnounceRead();
+            destination->AnnounceWrite();
+            EXPECT_EQ(engine->CopyAudioSamples(source.Get(), destination.Get()), 0);
+            EXPECT_EQ(Bytes(destination->Data(), destination->Data() + destination->Capacity()),
+                      Bytes(destination->Capacity()));
+        }
+    }
+}
+
+} // namespace
+} // namespace zta::test

@@ -1,0 +1,144 @@
+// How deep the stack gets in each operation: a real-time thread has a small one, and must know.
+
+#include "tests/realtime/realtime_test_support.h"
+#include "tests/support/scenarios.h"
+
+#include <pthread.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+
+namespace zta::test {
+namespace {
+
+/// What an operation may take, host's buffers included; docs/testing.md quotes the first.
+#ifdef __OPTIMIZE__
+constexpr std::size_t kBound = 8 * 1024;
+#else
+constexpr std::size_t kBound = 32 * 1024;
+#endif
+
+constexpr std::size_t kStackBytes = 512 * 1024;
+constexpr auto kPaint = std::byte{0xA5};
+
+/// A function run on a thread whose stack was painted, and how much of it lost its paint.
+class PaintedStack {
+public:
+    PaintedStack()
+        : memory_(static_cast<std::byte*>(
+              mmap(nullptr, kStackBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0)))
+    {
+    }
+    ~PaintedStack() { munmap(memory_, kStackBytes); }
+    PaintedStack(const PaintedStack&) = delete;
+    PaintedStack& operator=(const PaintedStack&) = delete;
+
+    /// Bytes of stack that the function took below its caller.
+    std::size_t DepthOf(const std::function<void()>& function)
+    {
+        function_ = &function;
+        pthread_attr_t attributes;
+        EXPECT_EQ(pthread_attr_init(&attributes), 0);
+        EXPECT_EQ(pthread_attr_setstack(&attributes, memory_, kStackBytes), 0);
+        pthread_t thread{};
+        EXPECT_EQ(pthread_create(&thread, &attributes, Start, this), 0);
+        EXPECT_EQ(pthread_join(thread, nullptr), 0);
+        EXPECT_EQ(pthread_attr_destroy(&attributes), 0);
+        const std::byte* const lowest = std::find_if(memory_, top_, [](std::byte value) { return value != kPaint; });
+        EXPECT_GT(lowest, memory_) << "the stack was too small";
+        return static_cast<std::size_t>(top_ - lowest);
+    }
+
+private:
+    static void* Start(void* self)
+    {
+        static_cast<PaintedStack*>(self)->Run();
+        return nullptr;
+    }
+
+    [[gnu::noinline]] void Run()
+    {
+        Paint();
+        top_ = static_cast<std::byte*>(__builtin_frame_address(0));
+        (*function_)();
+    }
+
+    /// All that lies well below its own frame. What it leaves unpainted lies within the frames of any function that is
+    /// called in its place, as long as that takes more than its slack.
+    [[gnu::noinline]] void Paint()
+    {
+        volatile std::byte* const end = static_cast<std::byte*>(__builtin_frame_address(0)) - kSlack;
+        for (volatile std::byte* at = memory_; at < end; ++at) {
+            *at = kPaint;
+        }
+    }
+
+    static constexpr std::size_t kSlack = 256;
+    std::byte* memory_;
+    std::byte* top_ = nullptr;
+    const std::function<void()>* function_ = nullptr;
+};
+
+/// A known depth. The volatile writes keep the array.
+template <std::size_t Bytes>
+[[gnu::noinline]] void Take()
+{
+    std::array<volatile char, Bytes> room;
+    for (volatile char& at : room) {
+        at = 1;
+    }
+}
+
+TEST(StackDepth, IsSeen)
+{
+    if (!RealtimeTrap::IsAvailable()) {
+        GTEST_SKIP() << "the sanitizer has stacks of its own";
+    }
+    PaintedStack stack;
+    for (const auto& [bytes, take] : {std::pair<std::size_t, void (*)()>{2000, Take<2000>}, {30000, Take<30000>}}) {
+        const std::size_t depth = stack.DepthOf(take);
+        EXPECT_GE(depth, bytes);
+        EXPECT_LE(depth, bytes + 1000);
+    }
+}
+
+class StackOfOperations : public RealtimeEngine {};
+
+TEST_F(StackOfOperations, StaysWithinItsBound)
+{
+    if (!RealtimeTrap::IsAvailable()) {
+        GTEST_SKIP() << "the sanitizer has frames of its own";
+    }
+    PaintedStack stack;
+    std::map<std::string, std::size_t> deepest;
+    for (const ScenarioRow& row : Scenarios()) {
+        SCOPED_TRACE(row.name);
+        std::size_t depth = 0;
+        // The first run binds the functions of this program; the second counts.
+        for (int round = 0; round < 2; ++round) {
+            const Scenario scenario =
+                row.make([](const std::string& /*name*/, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+                    return host::Ref<host::AudioBuffer>::Adopt(
+                        ClocklessBuffer::Create(format, bytes / host::BytesPerFrame(format)).Detach());
+                });
+            int status = 1;
+            depth = stack.DepthOf([&] { status = RunAnnounced(scenario, *engine_); });
+            EXPECT_EQ(status, row.status);
+        }
+        EXPECT_LE(depth, kBound);
+        deepest[row.operation] = std::max(deepest[row.operation], depth);
+    }
+    for (const auto& [operation, depth] : deepest) {
+        EXPECT_GT(depth, 500U) << "nothing was measured";
+        std::printf("%-28s %5zu bytes of stack\n", operation.c_str(), depth);
+    }
+}
+
+} // namespace
+} // namespace zta::test

@@ -1,0 +1,43 @@
+/// What the endurance run repeats: calls of the engine whose results are known by other means.
+#pragma once
+
+#include "tests/soak/latencies.h"
+
+#include <zta/engine_interfaces.h>
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace zta::test {
+
+using Random = std::mt19937;
+
+/// Between the two, both included.
+inline std::size_t Between(Random& random, std::size_t least, std::size_t most)
+{
+    return std::uniform_int_distribution<std::size_t>(least, most)(random);
+}
+
+/// One kind of call, with buffers of its own. Belongs to one thread.
+class Job {
+public:
+    virtual ~Job() = default;
+
+    /// Prepares a call from random data, makes it, and compares. The call alone is timed. Returns what is wrong, or "".
+    virtual std::string Run(IZtaAudioSamplesEngine& engine, Random& random, Latencies& latencies) = 0;
+};
+
+using Jobs = std::vector<std::unique_ptr<Job>>;
+
+/// Mux operations of 64 channels, and copies, duplicates and volumes of such buffers: against plain models.
+void AddMuxJobs(Jobs& jobs);
+
+/// Every path of every operation: against what a fresh engine gave for it before the run.
+void AddScenarioJobs(Jobs& jobs);
+
+/// A stereo stream that never ends: against the same stream in other cuts, resampled by an engine of its own.
+void AddStreamJob(Jobs& jobs, IZtQuonEnginePrivate& host);
+
+} // namespace zta::test

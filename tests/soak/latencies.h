@@ -1,0 +1,40 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+
+namespace zta::test {
+
+/// Times of single calls, counted in classes one sixteenth of an octave wide: memory stays the same however many.
+class Latencies {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    void Add(Clock::duration time);
+    void Add(const Latencies& other);
+
+    /// Times a call and counts it.
+    template <class Call>
+    auto Time(Call call)
+    {
+        const auto begin = Clock::now();
+        const auto result = call();
+        Add(Clock::now() - begin);
+        return result;
+    }
+
+    [[nodiscard]] std::uint64_t Count() const { return count_; }
+    /// In microseconds: a bound for the given share of the calls, at most a sixteenth of an octave above it.
+    [[nodiscard]] double Quantile(double share) const;
+    [[nodiscard]] double Largest() const;
+
+private:
+    static constexpr int kClassesOfOctave = 16;
+    static constexpr int kOctaves = 40; ///< of nanoseconds
+    std::array<std::uint64_t, kClassesOfOctave * kOctaves> classes_{};
+    std::uint64_t count_ = 0;
+    std::int64_t largest_ = 0; ///< nanoseconds
+};
+
+} // namespace zta::test

@@ -1,0 +1,146 @@
+// soak SECONDS [SEED]: all operations at random on two threads, every result checked, memory and counts watched. Prints
+// how long the calls took beside a loop that does nothing, which shows what the machine itself adds. Exit code 1 if
+// anything is wrong.
+
+#include "component/unknown.h"
+#include "host/audio_buffer.h"
+#include "host/host_engine.h"
+#include "tests/soak/job.h"
+#include "tests/support/recording_host.h"
+
+#include <zta/module.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include <unistd.h>
+
+namespace {
+
+using namespace zta::test;
+using Clock = Latencies::Clock;
+
+constexpr int kThreads = 2;
+
+/// What the heap and the stacks may move about after the run has warmed up.
+constexpr long kSlackBytes = 2 << 20;
+
+std::atomic<int> failures{0};
+
+void Fail(const std::string& what)
+{
+    // One line tells enough; a broken run has thousands.
+    if (failures++ < 20) {
+        std::printf("FAILED: %s\n", what.c_str());
+    }
+}
+
+long ResidentBytes()
+{
+    long size = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+/// A loop without a call or a memory access; about as long as the middle one of the calls.
+int SpinABit()
+{
+    for (int i = 0; i < 20000; ++i) {
+        asm volatile("" : : "r"(i));
+    }
+    return 0;
+}
+
+struct Times {
+    Latencies calls;
+    Latencies emptyLoop;
+};
+
+void Work(IZtQuonEnginePrivate& host, unsigned seed, Clock::time_point end, Times& times)
+{
+    Random random(seed);
+    const auto engine = CreateEngine(host);
+    Jobs jobs;
+    AddMuxJobs(jobs);
+    AddScenarioJobs(jobs);
+    AddScenarioJobs(jobs); // all paths of all operations: a larger share
+    AddStreamJob(jobs, host);
+    while (Clock::now() < end && failures == 0) {
+        const std::string wrong = jobs[Between(random, 0, jobs.size() - 1)]->Run(*engine, random, times.calls);
+        if (!wrong.empty()) {
+            Fail(wrong + " (seed " + std::to_string(seed) + ", call " + std::to_string(times.calls.Count()) + ")");
+        }
+        times.emptyLoop.Time(SpinABit);
+    }
+}
+
+void Print(const char* name, const Latencies& times)
+{
+    std::printf("%-12s %12llu times %9.2f us median %9.2f us 99.9 %% %11.2f us largest\n", name,
+                static_cast<unsigned long long>(times.Count()), times.Quantile(0.5), times.Quantile(0.999),
+                times.Largest());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const double seconds = argc > 1 ? std::atof(argv[1]) : 0.0;
+    if (seconds <= 0.0) {
+        std::fprintf(stderr, "usage: soak SECONDS [SEED]\n");
+        return 2;
+    }
+    const auto seed = static_cast<unsigned>(argc > 2 ? std::atoi(argv[2]) : 1);
+    const auto begin = Clock::now();
+    const auto end = begin + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+
+    Times times[kThreads];
+    long warm = 0;
+    long most = 0;
+    {
+        const auto host = zta::host::HostEngine::Create();
+        std::thread threads[kThreads];
+        for (unsigned t = 0; t < kThreads; ++t) {
+            threads[t] = std::thread([&, t] { Work(*host.Get(), seed + t, end, times[t]); });
+        }
+        // A quarter of the run warms up. Afterwards no more memory is in use than then.
+        while (Clock::now() < end && failures == 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            long& mark = Clock::now() < begin + (end - begin) / 4 ? warm : most;
+            mark = std::max(mark, ResidentBytes());
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+#ifndef ZTA_SANITIZED
+    if (most > warm + kSlackBytes) {
+        Fail("the process grew");
+    }
+#endif
+    if (zta::host::AudioBuffer::LiveCount() != 0) {
+        Fail(std::to_string(zta::host::AudioBuffer::LiveCount()) + " buffers are left");
+    }
+    if (g_i32Objects != 0 || DllCanUnloadNow() != 0) {
+        Fail(std::to_string(g_i32Objects) + " objects are left");
+    }
+
+    for (int t = 1; t < kThreads; ++t) {
+        times[0].calls.Add(times[t].calls);
+        times[0].emptyLoop.Add(times[t].emptyLoop);
+    }
+    Print("operations", times[0].calls);
+    Print("empty loop", times[0].emptyLoop);
+    std::printf("memory: %.1f MB warm, %.1f MB at most after that; %d failures in %.0f seconds on %d threads\n",
+                static_cast<double>(warm) / 1e6, static_cast<double>(most) / 1e6, failures.load(), seconds, kThreads);
+    if (times[0].calls.Count() < 100) {
+        Fail("hardly anything ran");
+    }
+    return failures == 0 ? 0 : 1;
+}

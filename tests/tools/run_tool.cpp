@@ -39,7 +39,7 @@ void LimitTo(std::optional<unsigned long> value, __rlimit_resource resource)
     if (options.user && (setgid(*options.user) != 0 || setuid(*options.user) != 0)) {
         _exit(127);
     }
-    std::string program = options.program.empty() ? ZTAUDIO_PATH : options.program;
+    std::string program = options.program.empty() ? ZTA_TOOL_PATH : options.program;
     std::vector<char*> argv = {program.data()};
     for (const std::string& argument : arguments) {
         argv.push_back(const_cast<char*>(argument.c_str()));

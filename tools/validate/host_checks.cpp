@@ -165,6 +165,7 @@ void CallEverything(IZtAudioSamples& samples)
 void CheckLoads(const Context& context)
 {
     const Plugin plugin(context);
+    static_cast<void>(plugin.Create());
 }
 
 void CheckCreates(const Context& context)

@@ -154,7 +154,9 @@ int Run(int argc, char** argv)
         ->allow_extra_args(false)
         ->option_text("PATTERN (may be repeated)");
     app.add_flag("--json", options.json, "print the report as JSON");
-    app.add_option("--seed", options.seed, "where the random samples begin; 1 if not given")->option_text("N");
+    app.add_option("--seed", options.seed, "where the random samples begin; 1 if not given")
+        ->check(CLI::NonNegativeNumber)
+        ->option_text("N");
     app.add_option("--timeout", options.timeout, "how long one check may take; 10 if not given")
         ->check(CLI::Range(0.05, 3600.0))
         ->option_text("SECONDS");

@@ -90,9 +90,10 @@ std::string Between(const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to
 void CheckCopySamples(const Context& context)
 {
     Session session(context);
-    for (const auto& [from, to] :
-         {std::pair{Pcm16(2), Pcm16(2)}, std::pair{Pcm24In24(1), Pcm24In24(1)}, std::pair{Float32(2), Float32(2)},
-          std::pair{Opaque(3, 32, 24), Opaque(3, 32, 32)}}) {
+    for (const auto& pair : {std::pair{Pcm16(2), Pcm16(2)}, std::pair{Pcm24In24(1), Pcm24In24(1)},
+                             std::pair{Float32(2), Float32(2)}, std::pair{Opaque(3, 32, 24), Opaque(3, 32, 32)}}) {
+        const SZtaWaveFormatInfo& from = pair.first;
+        const SZtaWaveFormatInfo& to = pair.second;
         const Shape shape = {{{"source", from, 90, 95}}, {{"destination", to, 70, 110}}};
         RunCases(session, "copy", shape, Between(from, to), [&](Call& call) {
             RequireContent(call.Output(), WrittenOver(call.OutputBefore(), call.InputSamples()), Between(from, to));

@@ -7,7 +7,7 @@ DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host models tools examples
 
-.PHONY: test demo plots tidy build clean
+.PHONY: test demo plots error-codes tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -20,6 +20,10 @@ demo: build
 # The pictures of docs/resampler.md, and the figures that it quotes.
 plots: build
 	build/$(PRESET)/tools/make_plots docs/plots
+
+# The page of all statuses.
+error-codes: build
+	build/$(PRESET)/tools/make_error_codes > docs/error-codes.md
 
 # By Clang's own compile commands: GCC's have options that clang-tidy does not know.
 tidy:

@@ -16,6 +16,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -302,9 +303,10 @@ void MeasureResampler(benchmark::State& state, Bench& bench, std::uint32_t chann
         });
 }
 
-/// The host calls that a copy of equal formats makes, in their order, and the copy itself.
+/// The host calls that a copy of equal formats makes, in their order, the latch around them, and the copy itself.
 void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destination)
 {
+    static std::atomic<std::uint32_t> busy;
     SZtAudioSamplesDescription description{};
     description.ulSize = sizeof(description);
     void* content = nullptr;
@@ -319,6 +321,7 @@ void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destinatio
     source.GetErrorCode(&code);
     source.GetAudioSamplesDescription(&description);
     destination.GetAudioSamplesDescription(&description);
+    busy.exchange(1);
     for (int reference = 0; reference < 2; ++reference) { // the saved operand, and the worker's own
         source.AddRef();
         destination.AddRef();
@@ -333,6 +336,7 @@ void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destinatio
     std::memcpy(target, data, length);
     source.Release();
     destination.Release();
+    busy.exchange(0);
     source.SignalReadCompletion();
     destination.MarkWriteStopTime();
     destination.SignalWriteCompletion();

@@ -5,6 +5,7 @@
 
 #include "bench/plain_run.h"
 #include "signal/functions.h"
+#include "signal/prepared_rows.h"
 
 #include <benchmark/benchmark.h>
 
@@ -82,6 +83,18 @@ void ResampleWith(benchmark::State& state, const Stretch& stretch, Run run)
     });
 }
 
+/// As the engine's streams do it, which prepare the rows once. Builds that do not prepare any are not listed.
+void ResampleWithRowsOfK0(benchmark::State& state, const Stretch& stretch)
+{
+    const auto rows = std::make_unique<SZtaPreparedRows>();
+    k0_ownPrepareRows_16s(MakeFilter(stretch.inRate, stretch.outRate).get(), rows.get());
+    Resample(state, stretch, [&rows](const auto* source, int len, auto* destination, double* time, const auto& filter) {
+        int outputs = 0;
+        k0_ownResamplePrepared_16s(source, len, destination, 1.0f, time, &outputs, &filter, rows.get());
+        return outputs;
+    });
+}
+
 void ResamplePlain(benchmark::State& state, const Stretch& stretch)
 {
     Resample(state, stretch, PlainRun);
@@ -151,6 +164,9 @@ int main(int argc, char** argv)
     for (const Stretch& stretch : kStretches) {
         const std::string suffix = Suffix(stretch);
         benchmark::RegisterBenchmark(("plain" + suffix).c_str(), ResamplePlain, stretch);
+        if (runs(kui64ZtaAvx512Wide | kui64ZtaUnderAvx512)) {
+            benchmark::RegisterBenchmark(("k0 prepared" + suffix).c_str(), ResampleWithRowsOfK0, stretch);
+        }
         for (const Variant& variant : kVariants) {
             if (runs(variant.features)) {
                 benchmark::RegisterBenchmark((variant.name + suffix).c_str(), ResampleWith, stretch, variant.run);

@@ -77,8 +77,15 @@ int CZtaAudioSamplesEngine::ReleaseAllSavedInfo()
 {
     ReleaseSlot(m_pSavedInput);
     ReleaseSlot(m_pSavedOutput);
-    for (IZtAudioSamples*& rpBuffer : m_apSavedBuffers) {
-        ReleaseSlot(rpBuffer);
+    // Most operations leave all of these empty: that is seen at once, and not slot by slot.
+    std::uintptr_t uiSaved = 0;
+    for (IZtAudioSamples* const pBuffer : m_apSavedBuffers) {
+        uiSaved |= reinterpret_cast<std::uintptr_t>(pBuffer);
+    }
+    if (uiSaved != 0) {
+        for (IZtAudioSamples*& rpBuffer : m_apSavedBuffers) {
+            ReleaseSlot(rpBuffer);
+        }
     }
     m_ui64SavedSourceOffset = 0;
     m_ui64SavedDestinationOffset = 0;

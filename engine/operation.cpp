@@ -54,14 +54,6 @@ int SaveOperands(std::initializer_list<SSavedOperand> oOperands)
     return iStatus;
 }
 
-void ReleaseSlot(IZtAudioSamples*& rpSlot)
-{
-    if (rpSlot != nullptr) {
-        rpSlot->Release();
-        rpSlot = nullptr;
-    }
-}
-
 SByteRun LookAtBytes(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
 {
     void* pvIn = nullptr;

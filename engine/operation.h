@@ -74,7 +74,13 @@ inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)
 }
 
 /// Gives a slot's reference back and clears the slot.
-void ReleaseSlot(IZtAudioSamples*& rpSlot);
+inline void ReleaseSlot(IZtAudioSamples*& rpSlot)
+{
+    if (rpSlot != nullptr) {
+        rpSlot->Release();
+        rpSlot = nullptr;
+    }
+}
 
 /// The memory of two buffers, as a plain copy sees it: nothing here looks at the hosts' statuses, and a buffer without
 /// an address has no bytes, or no room.

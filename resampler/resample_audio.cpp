@@ -2,11 +2,14 @@
 
 #include "kernels/kernel_run.h"
 #include "resampler/polyphase_resampler.h"
+#include "signal/functions.h"
+#include "signal/prepared_rows.h"
 
 #include <zta/status.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <typeinfo>
 
 namespace {
 
@@ -20,6 +23,27 @@ constexpr float kAlpha = 9.0F;
 std::int16_t* AllocateSamples(std::uint64_t ulSamples)
 {
     return static_cast<std::int16_t*>(std::aligned_alloc(kSampleAlignment, ulSamples * sizeof(std::int16_t)));
+}
+
+/// The work buffer has the rows that were prepared for the run behind it.
+std::int16_t* AllocateWorkBuffer()
+{
+    constexpr std::uint64_t kAlignment = alignof(SZtaPreparedRows);
+    static_assert(kWorkSamples * sizeof(std::int16_t) % kAlignment == 0);
+    return static_cast<std::int16_t*>(
+        std::aligned_alloc(kAlignment, kWorkSamples * sizeof(std::int16_t) + sizeof(SZtaPreparedRows)));
+}
+
+SZtaPreparedRows* RowsBehind(std::int16_t* psWorkBuffer)
+{
+    return reinterpret_cast<SZtaPreparedRows*>(psWorkBuffer + kWorkSamples);
+}
+
+/// Null for an object of another class. To find out takes a comparison where it is this very class.
+CPolyphaseResampler* AsStream(IUnknown* pResampler)
+{
+    return typeid(*pResampler) == typeid(CPolyphaseResampler) ? static_cast<CPolyphaseResampler*>(pResampler)
+                                                              : dynamic_cast<CPolyphaseResampler*>(pResampler);
 }
 
 /// Starts a channel afresh: the signal is held at its first value, so that a restart begins without a step.
@@ -78,7 +102,7 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     pStream->m_ulOutputRate = ulOutRate;
     pStream->m_ulFilterLength = kFilterLength;
     pStream->m_ulWorkSamples = kWorkSamples;
-    pStream->m_psWorkBuffer = AllocateSamples(kWorkSamples);
+    pStream->m_psWorkBuffer = AllocateWorkBuffer();
     pStream->m_psHistory = AllocateSamples(ulChannels * kHistoryStride);
     pStream->m_ulPrimeSamples = kFilterLength / 2 + 1;
     pStream->m_ulHistoryStride = kHistoryStride;
@@ -103,6 +127,7 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
         // Hosts see a stream that came to nothing as one live object more: nothing of it is released.
         return ZT_E_INCONSISTENCY_DETECTED;
     }
+    ownPrepareRows_16s(pStream->m_pSpec, RowsBehind(pStream->m_psWorkBuffer));
     *ppResampler = pStream;
     pStream->AddRef();
     return ZT_NOERROR;
@@ -140,7 +165,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
     if (pResampler == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    auto* pStream = dynamic_cast<CPolyphaseResampler*>(pResampler);
+    CPolyphaseResampler* const pStream = AsStream(pResampler);
     if (pStream == nullptr || ulChannel >= std::min(pStream->m_ulChannels, CPolyphaseResampler::kMaxChannels)) {
         return ZT_E_INVALID_PARAMETER;
     }
@@ -170,8 +195,8 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         const auto lPositions = static_cast<std::int64_t>(ulTotal) - static_cast<std::int64_t>(dTime) -
                                 static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         int iOutputs = 0;
-        ippsResamplePolyphaseFixed_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs,
-                                       pStream->m_pSpec);
+        ownResamplePrepared_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
+                                RowsBehind(psWork));
         const std::uint64_t ulConsumed = static_cast<std::uint64_t>(dTime) - pStream->m_ulPrimeSamples;
         ulCount = ulTotal - ulConsumed;
         dTime -= static_cast<double>(ulConsumed);

@@ -41,6 +41,7 @@ void StoreDetected(std::uint64_t ui64Features) noexcept
         return name arguments;                                                                                         \
     }
 ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_PUBLIC, )
+ZTA_IPP_HIDDEN_LIST(ZTA_IPP_PUBLIC, )
 #undef ZTA_IPP_PUBLIC
 #undef ZTA_IPP_ENTRY
 

@@ -6,6 +6,8 @@
 
 #include <zta/ipp.h>
 
+struct SZtaPreparedRows;
+
 // clang-format off
 
 /// The functions behind a public one of the same name, which leads to the selected build:
@@ -30,6 +32,16 @@
     ROW(IppStatus, ippsSet_16s, prefix, \
         (std::int16_t val, std::int16_t* pDst, int len), \
         (val, pDst, len))
+
+/// The same, for the resampler alone: its filters and its calls are such that preparing the rows once pays.
+#define ZTA_IPP_HIDDEN_LIST(ROW, prefix) \
+    ROW(void, ownPrepareRows_16s, prefix, \
+        (const IppsResamplingPolyphaseFixed_16s* pSpec, SZtaPreparedRows* pRows), \
+        (pSpec, pRows)) \
+    ROW(IppStatus, ownResamplePrepared_16s, prefix, \
+        (const std::int16_t* pSrc, int len, std::int16_t* pDst, float norm, double* pTime, int* pOutlen, \
+         const IppsResamplingPolyphaseFixed_16s* pSpec, const SZtaPreparedRows* pRows), \
+        (pSrc, len, pDst, norm, pTime, pOutlen, pSpec, pRows))
 
 /// The functions that only others of the same build call: the same columns
 #define ZTA_IPP_INNER_LIST(ROW, prefix) \
@@ -65,12 +77,19 @@
 
 extern "C" {
 #define ZTA_IPP_DECLARE(result, name, prefix, parameters, arguments) ZTA_API result prefix##_##name parameters noexcept;
+#define ZTA_IPP_DECLARE_HIDDEN(result, name, prefix, parameters, arguments) result prefix##_##name parameters noexcept;
+#define ZTA_IPP_DECLARE_OPEN(result, name, prefix, parameters, arguments) result name parameters noexcept;
 #define ZTA_IPP_DECLARE_VARIANT(argument, prefix, features, options)                                                   \
     ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_DECLARE, prefix)                                                                   \
+    ZTA_IPP_HIDDEN_LIST(ZTA_IPP_DECLARE_HIDDEN, prefix)                                                                \
     ZTA_IPP_INNER_LIST(ZTA_IPP_DECLARE, prefix)
 ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_DECLARE, in)
+ZTA_IPP_HIDDEN_LIST(ZTA_IPP_DECLARE_OPEN, )
+ZTA_IPP_HIDDEN_LIST(ZTA_IPP_DECLARE_HIDDEN, in)
 ZTA_IPP_VARIANT_LIST(ZTA_IPP_DECLARE_VARIANT, )
 ZTA_IPP_DOT_PRODUCT_LIST(ZTA_IPP_DECLARE)
 #undef ZTA_IPP_DECLARE_VARIANT
+#undef ZTA_IPP_DECLARE_OPEN
+#undef ZTA_IPP_DECLARE_HIDDEN
 #undef ZTA_IPP_DECLARE
 } // extern "C"

@@ -1,11 +1,8 @@
 /// The statuses that cross the boundary, as signed 32-bit values: 0 or above is success, below 0 is failure.
 #pragma once
 
-#include <zta/status_list.h>
-
 #define ZTA_STATUS_ROW(code, name, sentence) inline constexpr int name = static_cast<int>(code);
-ZTA_STATUS_LIST(ZTA_STATUS_ROW)
-#undef ZTA_STATUS_ROW
+#include <zta/status_rows.inc>
 
 /// Statuses of the component model itself; they have no text of their own.
 inline constexpr int E_NOINTERFACE = static_cast<int>(0x80004002);

@@ -1,11 +1,15 @@
 // The built module as a file, read with the tools of binutils.
 
+#include <zta/error_text.h>
+
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <set>
@@ -141,6 +145,33 @@ TEST(ModuleFile, IsBoundWhenItIsLoadedAndNeedsNoPatchedCode)
         EXPECT_EQ(line.find("TEXTREL"), std::string::npos) << line;
     }
     EXPECT_TRUE(bound);
+}
+
+TEST(ModuleFile, HasNoAddressOfAnErrorTextToAdjust)
+{
+    SKIP_IF_INSTRUMENTED();
+    const std::vector<const wchar_t*> texts = {
+#define ZTA_STATUS_ROW(code, name, sentence) ztErrorToString(static_cast<int>(code)),
+#include <zta/status_rows.inc>
+    };
+    const auto [first, last] = std::minmax_element(texts.begin(), texts.end(), std::less<>());
+    Dl_info module{};
+    ASSERT_NE(dladdr(*first, &module), 0);
+    const auto place = [&module](const wchar_t* text) {
+        return static_cast<std::size_t>(reinterpret_cast<const char*>(text) -
+                                        static_cast<const char*>(module.dli_fbase));
+    };
+    std::size_t adjusted = 0;
+    for (const std::string& line : Inspect("readelf --relocs --wide")) {
+        // "offset info R_X86_64_RELATIVE target"
+        const auto words = Words(line);
+        if (words.size() == 4 && words[2] == "R_X86_64_RELATIVE") {
+            const std::size_t target = std::stoul(words[3], nullptr, 16);
+            EXPECT_FALSE(target >= place(*first) && target <= place(*last)) << line;
+            ++adjusted;
+        }
+    }
+    EXPECT_GT(adjusted, 0U) << "other data does hold addresses";
 }
 
 TEST(ModuleFile, HasNoSymbolThatWouldKeepItLoaded)

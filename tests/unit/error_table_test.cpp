@@ -1,0 +1,238 @@
+// The whole table of the error texts, against a list of its names that is kept apart.
+#include "tests/support/status_runs.h"
+
+#include <zta/error_text.h>
+#include <zta/status.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <iterator>
+#include <map>
+#include <random>
+#include <set>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+const std::string kUnknown = "Unknown error";
+
+/// The text of a code; all texts are of 7-bit characters.
+std::string TextOf(std::uint32_t code)
+{
+    const std::wstring wide = ztErrorToString(static_cast<int>(code));
+    EXPECT_TRUE(std::all_of(wide.begin(), wide.end(), [](wchar_t c) { return c >= L' ' && c <= L'~'; })) << code;
+    std::string text;
+    std::transform(wide.begin(), wide.end(), std::back_inserter(text), [](wchar_t c) { return static_cast<char>(c); });
+    return text;
+}
+
+struct Name {
+    std::string name;
+    std::uint32_t code;
+};
+
+/// What the runs and the blocks name, in their order; a block with its first code.
+std::vector<Name> ExpectedNames()
+{
+    std::vector<Name> expected;
+    for (const StatusRun& run : kStatusRuns) {
+        std::istringstream names{std::string(run.names)};
+        std::uint32_t code = run.first_code;
+        for (std::string name; names >> name; ++code) {
+            expected.push_back({name, code});
+        }
+    }
+    for (const StatusBlock& block : kStatusBlocks) {
+        expected.push_back({std::string(block.name), block.first_code});
+    }
+    return expected;
+}
+
+/// All codes that have a text, with their names.
+std::map<std::uint32_t, std::string> ExpectedCodes()
+{
+    std::map<std::uint32_t, std::string> codes;
+    for (const Name& name : ExpectedNames()) {
+        EXPECT_TRUE(codes.emplace(name.code, name.name).second) << std::hex << name.code << " twice";
+    }
+    for (const StatusBlock& block : kStatusBlocks) {
+        for (std::uint32_t code = block.first_code + 1; code <= block.last_code; ++code) {
+            EXPECT_TRUE(codes.emplace(code, block.name).second) << std::hex << code << " twice";
+        }
+    }
+    return codes;
+}
+
+std::string SentenceOf(const Name& row)
+{
+    const std::string text = TextOf(row.code);
+    const std::string lead = row.name + ": ";
+    EXPECT_EQ(text.substr(0, lead.size()), lead) << std::hex << row.code;
+    return text.size() > lead.size() ? text.substr(lead.size()) : "";
+}
+
+/// The words of a name or of a sentence in small letters. A capital behind a small letter begins a new one.
+std::vector<std::string> WordsOf(const std::string& text)
+{
+    std::vector<std::string> words;
+    int before = ' ';
+    for (const char letter : text) {
+        const int c = static_cast<unsigned char>(letter);
+        if (std::isalnum(c) != 0) {
+            if (std::isalnum(before) == 0 || (std::islower(before) != 0 && std::isupper(c) != 0)) {
+                words.emplace_back();
+            }
+            words.back() += static_cast<char>(std::tolower(c));
+        }
+        before = c;
+    }
+    return words;
+}
+
+/// The words of a sentence that the name lacks, in whatever form: words with the same first four letters count as one,
+/// and short words and those that only join others as none.
+std::set<std::string> WordsBeyondTheName(const Name& row)
+{
+    static const std::set<std::string> kJoints = {
+        "and", "are", "been", "can",  "could", "for",   "from", "had", "has",  "have",  "its",  "more",  "must",
+        "not", "one", "than", "that", "the",   "there", "this", "was", "were", "which", "with", "cannot"};
+    std::vector<std::string> stems = WordsOf(row.name);
+    for (std::string& stem : stems) {
+        stem.resize(std::min<std::size_t>(stem.size(), 4));
+    }
+    std::set<std::string> beyond;
+    for (const std::string& word : WordsOf(SentenceOf(row))) {
+        if (word.size() > 2 && !kJoints.contains(word) &&
+            std::count(stems.begin(), stems.end(), word.substr(0, 4)) == 0) {
+            beyond.insert(word);
+        }
+    }
+    return beyond;
+}
+
+TEST(ErrorTable, HasAConstantForEachName)
+{
+    const std::vector<Name> constants = {
+#define ZTA_STATUS_ROW(code, name, sentence) {#name, static_cast<std::uint32_t>(name)},
+#include <zta/status_rows.inc>
+    };
+    const std::vector<Name> expected = ExpectedNames();
+    ASSERT_EQ(constants.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(constants[i].name, expected[i].name) << i;
+        EXPECT_EQ(constants[i].code, expected[i].code) << expected[i].name;
+    }
+}
+
+TEST(ErrorTable, BeginsEachTextWithTheName)
+{
+    for (const Name& row : ExpectedNames()) {
+        EXPECT_NE(SentenceOf(row), "") << row.name;
+    }
+}
+
+TEST(ErrorTable, CountsItsFamilies)
+{
+    const std::vector<Name> rows = ExpectedNames();
+    const auto count = [&rows](const std::string& family) {
+        return std::count_if(rows.begin(), rows.end(),
+                             [&](const Name& row) { return TextOf(row.code).starts_with(family); });
+    };
+    EXPECT_EQ(count("ZT_E_"), 791);
+    EXPECT_EQ(count("ZT_W_"), 158);
+    EXPECT_EQ(count("ZT_M_"), 54);
+    EXPECT_EQ(count("kZtSynchroStatus"), 22);
+    EXPECT_EQ(count("kZtkStatus"), 3);
+    EXPECT_EQ(rows.size(), 2U + 791U + 158U + 54U + 22U + 3U);
+}
+
+TEST(ErrorTable, HasSignsByFamily)
+{
+    for (const Name& row : ExpectedNames()) {
+        const bool is_failure = row.name.starts_with("ZT_E_") || row.name.starts_with("kZt");
+        EXPECT_EQ(static_cast<int>(row.code) < 0, is_failure) << row.name;
+    }
+}
+
+TEST(ErrorTable, SaysMoreThanTheName)
+{
+    // Five texts that are as they always were, and the two of success.
+    const std::set<std::string> kept = {"ZT_NOERROR",
+                                        "ZT_FALSE",
+                                        "ZT_E_DESTINATION_BUFFER_TOO_SMALL",
+                                        "ZT_E_INVALID_PARAMETER",
+                                        "ZT_E_INCONSISTENCY_DETECTED",
+                                        "ZT_E_ARRAY_TOO_SMALL",
+                                        "ZT_E_PARAMETER_ARRAY_TOO_BIG"};
+    for (const Name& row : ExpectedNames()) {
+        EXPECT_EQ(WordsBeyondTheName(row).size() >= 2, !kept.contains(row.name)) << TextOf(row.code);
+    }
+}
+
+TEST(ErrorTable, SaysNothingTwice)
+{
+    std::set<std::string> sentences;
+    for (const Name& row : ExpectedNames()) {
+        EXPECT_TRUE(sentences.insert(SentenceOf(row)).second) << TextOf(row.code);
+    }
+}
+
+TEST(ErrorTable, AnswersABlockWithOneText)
+{
+    for (const StatusBlock& block : kStatusBlocks) {
+        const std::string text = TextOf(block.first_code);
+        EXPECT_EQ(text.find(block.name), 0U) << text;
+        for (std::uint32_t code = block.first_code; code <= block.last_code; ++code) {
+            EXPECT_EQ(TextOf(code), text) << std::hex << code;
+        }
+        EXPECT_EQ(TextOf(block.first_code - 1), kUnknown) << block.name;
+        EXPECT_EQ(TextOf(block.last_code + 1), kUnknown) << block.name;
+    }
+}
+
+TEST(ErrorTable, IsUnknownInTheGapsOfItsFamilies)
+{
+    struct Range {
+        std::uint32_t first;
+        std::uint32_t last;
+        int unknown;
+    };
+    constexpr Range kRanges[] = {
+        {0x00000000, 0x000000FF, 256 - 2},
+        {0x09990000, 0x0999FFFF, 65536 - 158 - 54},
+        {0x89990000, 0x8999FFFF, 65536 - 783},
+        {0x8F3D0000, 0x8F3DFFFF, 65536 - 8},
+        {0xA3060000, 0xA306FFFF, 65536 - 11},
+        {0xE3060000, 0xE306FFFF, 65536 - 11},
+        {0xEFAC0000, 0xEFACFFFF, 65536 - 32 - 256 - 64},
+    };
+    const auto codes = ExpectedCodes();
+    for (const Range& range : kRanges) {
+        int unknown = 0;
+        for (std::uint32_t code = range.first; code <= range.last; ++code) {
+            const bool is_unknown = TextOf(code) == kUnknown;
+            EXPECT_EQ(is_unknown, !codes.contains(code)) << std::hex << code;
+            unknown += is_unknown ? 1 : 0;
+        }
+        EXPECT_EQ(unknown, range.unknown) << std::hex << range.first;
+    }
+}
+
+TEST(ErrorTable, IsUnknownForCodesAtRandom)
+{
+    const auto codes = ExpectedCodes();
+    std::mt19937 random(20240917);
+    for (int i = 0; i < 1'000'000; ++i) {
+        const auto code = static_cast<std::uint32_t>(random());
+        const std::wstring_view text = ztErrorToString(static_cast<int>(code));
+        ASSERT_EQ(text == L"Unknown error", !codes.contains(code)) << std::hex << code;
+    }
+}
+
+} // namespace

@@ -2,7 +2,8 @@
 PRESET ?= release
 JOBS ?= $(shell nproc)
 BUILD_PACKAGES = g++ cmake ninja-build git
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev nlohmann-json3-dev binutils
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev \
+    nlohmann-json3-dev binutils
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host models tools examples

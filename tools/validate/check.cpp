@@ -1,10 +1,24 @@
 #include "tools/validate/check.h"
 
-#include <zta/status.h>
-
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace zta::validate {
+
+namespace {
+
+struct Status {
+    std::uint32_t code;
+    const char* name;
+};
+
+const Status kStatuses[] = {
+#define ZTA_STATUS_ROW(code, name, sentence) {code, #name},
+#include <zta/status_rows.inc>
+};
+
+} // namespace
 
 void Require(bool fact, const std::string& otherwise)
 {
@@ -22,12 +36,9 @@ std::string StatusText(int status)
 {
     char code[16];
     std::snprintf(code, sizeof(code), "0x%08X", static_cast<unsigned int>(status));
-    // clang-format off
-#define ZTA_STATUS_ROW(number, name, sentence) if (status == name) return std::string(code) + " (" #name ")";
-    ZTA_STATUS_LIST(ZTA_STATUS_ROW)
-#undef ZTA_STATUS_ROW
-    // clang-format on
-    return code;
+    const auto* const row = std::find_if(std::begin(kStatuses), std::end(kStatuses),
+                                         [=](const Status& entry) { return static_cast<int>(entry.code) == status; });
+    return row == std::end(kStatuses) ? code : std::string(code) + " (" + row->name + ")";
 }
 
 } // namespace zta::validate

@@ -279,6 +279,9 @@ Outcome RunInChild(const Check& check, const Context& context, std::chrono::mill
     }
     setpgid(id, id); // on both sides: whichever comes first
     ChildProcess child(id);
+    if (child.Handle() < 0) {
+        ThrowSystemError("pidfd_open");
+    }
     output.writeEnd.Close();
     report.writeEnd.Close();
 

@@ -120,6 +120,11 @@ void CheckVersion(const Context& context)
     }
 }
 
+const std::pair<std::uint32_t, const wchar_t*> kTexts[] = {
+#define ZTA_STATUS_ROW(code, name, sentence) {code, L"" #name ": " sentence},
+#include <zta/status_rows.inc>
+};
+
 void CheckStatusTexts(const Context& context)
 {
     const host::Module module(context.subject);
@@ -129,13 +134,11 @@ void CheckStatusTexts(const Context& context)
         Require(actual != nullptr && std::wcscmp(actual, expected) == 0,
                 "the text of " + StatusText(static_cast<int>(code)) + " is another");
     };
-    // clang-format off
-#define ZTA_STATUS_ROW(code, name, sentence) require(code, L"" #name ": " sentence);
-    ZTA_STATUS_LIST(ZTA_STATUS_ROW)
-#undef ZTA_STATUS_ROW
-    // clang-format on
+    for (const auto& [code, expected] : kTexts) {
+        require(code, expected);
+    }
     require(2, L"Unknown error");
-    require(0x89990000, L"Unknown error");
+    require(0x7FFFFFFF, L"Unknown error");
 }
 
 // ---- Entry and unload ----
@@ -490,24 +493,9 @@ private:
     std::string file_;
 };
 
-/// The file's lines without the empty ones.
-std::vector<std::string> LinesOf(const std::string& text)
+void RequireText(const Registry& registry, const std::string& expected, const std::string& when)
 {
-    std::vector<std::string> lines;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        const std::size_t end = std::min(text.find('\n', at), text.size());
-        if (end != at) {
-            lines.push_back(text.substr(at, end - at));
-        }
-        at = end + 1;
-    }
-    return lines;
-}
-
-void RequireLines(const Registry& registry, const std::vector<std::string>& expected, const std::string& when)
-{
-    Require(LinesOf(registry.Text()) == expected, "the file CLSIDs is not as it should be " + when);
+    Require(registry.Text() == expected, "the file CLSIDs is not as it should be " + when);
 }
 
 void CheckRegisters(const Context& context)
@@ -516,7 +504,7 @@ void CheckRegisters(const Context& context)
     for (const auto& [path, text] : {std::pair{L"/somewhere/first.so", "/somewhere/first.so"},
                                      std::pair{L"/somewhere/second.so", "/somewhere/second.so"}}) {
         RequireStatus(registry.Register(path), ZT_NOERROR, "DllRegisterServer");
-        RequireLines(registry, {" [CLSID]", std::string(kClassLine) + text}, "after a registration");
+        RequireText(registry, std::string(" [CLSID]\n") + kClassLine + text + "\n", "after a registration");
     }
     Require(EntriesOf(context.folder.c_str()) == 1, "there are other files than CLSIDs in the folder");
 }
@@ -533,13 +521,12 @@ void CheckUnregisters(const Context& context)
 void CheckKeepsOthers(const Context& context)
 {
     const Registry registry(context);
-    const std::string other = " {00000000-0000-0000-0000000000000001}=/somewhere/other.so";
-    registry.Write(" [CLSID]\n" + other + "\n");
+    const std::string before = "# shared\n [CLSID]\n {00000000-0000-0000-0000000000000001}=/somewhere/other.so\n";
+    registry.Write(before);
     RequireStatus(registry.Register(L"/somewhere/first.so"), ZT_NOERROR, "DllRegisterServer");
-    const auto lines = LinesOf(registry.Text());
-    Require(std::find(lines.begin(), lines.end(), other) != lines.end(), "a registration loses another class");
+    RequireText(registry, before + kClassLine + "/somewhere/first.so\n", "after a registration beside another class");
     RequireStatus(registry.Unregister(), ZT_NOERROR, "DllUnregisterServer");
-    RequireLines(registry, {" [CLSID]", other}, "after another class has gone");
+    RequireText(registry, before, "when the other class is alone again");
 }
 
 void CheckNeedsFolder(const Context& context)

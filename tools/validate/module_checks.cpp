@@ -521,12 +521,13 @@ void CheckUnregisters(const Context& context)
 void CheckKeepsOthers(const Context& context)
 {
     const Registry registry(context);
-    const std::string before = "# shared\n [CLSID]\n {00000000-0000-0000-0000000000000001}=/somewhere/other.so\n";
-    registry.Write(before);
+    const std::string head = "# shared\n [CLSID]\n";
+    const std::string other = " {00000000-0000-0000-0000000000000001}=/somewhere/other.so\n";
+    registry.Write(head + other);
     RequireStatus(registry.Register(L"/somewhere/first.so"), ZT_NOERROR, "DllRegisterServer");
-    RequireText(registry, before + kClassLine + "/somewhere/first.so\n", "after a registration beside another class");
+    RequireText(registry, head + kClassLine + "/somewhere/first.so\n" + other, "with a second class");
     RequireStatus(registry.Unregister(), ZT_NOERROR, "DllUnregisterServer");
-    RequireText(registry, before, "when the other class is alone again");
+    RequireText(registry, head + other, "when the other class is alone again");
 }
 
 void CheckNeedsFolder(const Context& context)

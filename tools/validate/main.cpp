@@ -200,7 +200,8 @@ int Run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     using namespace zta::validate;
-    WatchSignals();
+    // Whoever asks twice, as timeout(1) does, would otherwise get processes of the module left over.
+    WatchSignals(SecondSignal::IsIgnored);
     try {
         return Run(argc, argv);
     } catch (const UsageFailure& failure) {

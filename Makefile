@@ -2,13 +2,17 @@
 PRESET ?= release
 JOBS ?= $(shell nproc)
 BUILD_PACKAGES = g++ cmake ninja-build git
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev \
-    nlohmann-json3-dev binutils
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev binutils \
+	nlohmann-json3-dev abigail-tools doxygen
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
+BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libcli11-dev libswresample-dev libsoxr-dev \
+	libsamplerate0-dev libspeexdsp-dev libzita-resampler-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev \
+	gstreamer1.0-plugins-base
+PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_ROOMS = support component kernels engine host models tools examples
 
-.PHONY: test demo plots error-codes tidy build clean
+.PHONY: test demo plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -25,6 +29,37 @@ plots: build
 # The page of all statuses.
 error-codes: build
 	build/$(PRESET)/tools/make_error_codes > docs/error-codes.md
+
+# The headers' reference, in build/docs/html.
+docs:
+	scripts/require-packages doxygen
+	scripts/docs
+
+# Takes the binary interface as it is now for the one that is meant: see docs/abi.md.
+abi-accept:
+	scripts/require-packages $(BUILD_PACKAGES) abigail-tools
+	scripts/abi accept
+
+# The library beside its limits and beside other libraries, and docs/performance.md with what comes out. Wants a quiet
+# machine for some ten minutes. The quick form prints only.
+COMPARE_PEERS = build/bench/bench/peers/compare_peers --json build/bench/results.json \
+	--revision "$$(git describe --always --dirty)"
+
+bench: peers
+	$(COMPARE_PEERS) --seconds 1.5 --document docs/performance.md
+
+bench-quick: peers
+	$(COMPARE_PEERS) --seconds 0.2
+
+peers:
+	scripts/require-packages $(BENCH_PACKAGES)
+	cmake --preset bench
+	cmake --build --preset bench -j $(JOBS) --target compare_peers
+
+# Fails if the library has become slower than it was at the revision BASE.
+perfcheck:
+	scripts/require-packages $(PERFCHECK_PACKAGES)
+	scripts/perfcheck "$(BASE)"
 
 # By Clang's own compile commands: GCC's have options that clang-tidy does not know.
 tidy:

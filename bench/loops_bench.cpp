@@ -1,13 +1,25 @@
-// The conversion, pair and gain loops of each instruction set that this processor runs, beside a memory copy that moves
-// as many bytes: a loop that reads r and writes w bytes is compared with the copy of (r + w) / 2. Take both from one
-// run:
-//   loops_bench --benchmark_repetitions=5 --benchmark_enable_random_interleaving
+// The conversion, pair, gain and fade loops of each instruction set that this processor runs, beside copies that move
+// as many bytes: a loop that reads r and writes w bytes is compared with copies of (r + w) / 2. Names are
+//   target/loop/size of the copy[/kind of samples]
+//
+// Each round times the loop, memcpy and a copy by full registers in turns, in time of this thread, so that a drift of
+// the machine meets all three. Counters are medians over the rounds of a copy's time divided by the loop's: "memcpy",
+// "wide", and "share", which is the lesser of the two. 1 is as fast as the fastest copy.
+//
+// Samples of the other kinds than noise also have "noise", the time on noise divided by theirs: 1 is no difference.
+//   loops_bench --benchmark_filter='avx512/.*/16KiB'
 
+#include "bench/wide_copy.h"
 #include "kernels/loops/loops.h"
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <functional>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -15,6 +27,97 @@
 namespace {
 
 constexpr std::size_t kSizes[] = {16 << 10, 512 << 10, 64 << 20}; ///< the copy's bytes: first level, second, memory
+
+/// Whole blocks of memory, aligned to cache lines.
+class Memory {
+public:
+    explicit Memory(std::size_t bytes)
+        : bytes_((bytes + 255) / 256 * 256), memory_(static_cast<char*>(std::aligned_alloc(256, bytes_)), std::free)
+    {
+        std::memset(memory_.get(), 0, bytes_);
+    }
+
+    char* Data() const { return memory_.get(); }
+
+    template <class Value>
+    void Fill(Value value) const
+    {
+        using Word = decltype(value());
+        for (std::size_t i = 0; i < bytes_; i += sizeof(Word)) {
+            const Word word = value();
+            std::memcpy(Data() + i, &word, sizeof word);
+        }
+    }
+
+private:
+    std::size_t bytes_;
+    std::unique_ptr<char, decltype(&std::free)> memory_;
+};
+
+/// Floats between -1 and 1, which are also fair words.
+void FillWithNoise(const Memory& memory)
+{
+    std::minstd_rand random(1);
+    std::uniform_real_distribution<float> values(-1.0f, 1.0f);
+    memory.Fill([&] { return values(random); });
+}
+
+double ThreadSeconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+double Median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+using Work = std::function<void()>;
+
+double Time(int repetitions, const Work& work)
+{
+    const double start = ThreadSeconds();
+    for (int i = 0; i < repetitions; ++i) {
+        work();
+        benchmark::ClobberMemory();
+    }
+    return (ThreadSeconds() - start) / repetitions;
+}
+
+/// Measures the loop and its yardsticks in turns; each yardstick's share becomes the counter of its name.
+void Compare(benchmark::State& state, const Work& loop, const std::vector<std::pair<const char*, Work>>& yardsticks)
+{
+    loop();
+    const double once = std::max(Time(3, loop), 1e-8);
+    const int repetitions = std::max(1, static_cast<int>(1e-4 / once));
+    std::vector<std::vector<double>> shares(yardsticks.size());
+    for ([[maybe_unused]] auto _ : state) {
+        const double time = Time(repetitions, loop);
+        state.SetIterationTime(time);
+        for (std::size_t i = 0; i < yardsticks.size(); ++i) {
+            shares[i].push_back(Time(repetitions, yardsticks[i].second) / time);
+        }
+    }
+    for (std::size_t i = 0; i < yardsticks.size(); ++i) {
+        state.counters[yardsticks[i].first] = Median(shares[i]);
+    }
+}
+
+/// Measures a loop beside the two copies of as many bytes.
+void CompareWithCopies(benchmark::State& state, std::size_t copied, const Work& loop)
+{
+    const Memory input(copied);
+    const Memory output(copied);
+    FillWithNoise(input);
+    Compare(state, loop,
+            {{"memcpy", [&] { std::memcpy(output.Data(), input.Data(), copied); }},
+             {"wide", [&] { WideCopy(output.Data(), input.Data(), copied); }}});
+    state.counters["share"] = std::min(state.counters["memcpy"].value, state.counters["wide"].value);
+}
 
 struct Conversion {
     const char* name;
@@ -28,6 +131,42 @@ constexpr Conversion kConversions[] = {
     ZTA_CONVERSION_LIST(ZTA_BENCH_ROW)
 #undef ZTA_BENCH_ROW
 };
+
+void Convert(benchmark::State& state, ZtaConversion loop, const Conversion& conversion, std::size_t copied)
+{
+    const std::size_t samples = 2 * copied / (conversion.in + conversion.out);
+    const Memory input(samples * conversion.in);
+    const Memory output(samples * conversion.out);
+    FillWithNoise(input);
+    CompareWithCopies(state, copied, [&] { loop(input.Data(), output.Data(), samples); });
+}
+
+/// Samples on which arithmetic may be slower than on noise: words whose floats are told by their bits.
+struct Kind {
+    const char* name;
+    std::uint32_t (*word)(std::size_t i);
+};
+
+constexpr Kind kKinds[] = {
+    {"silence", [](std::size_t /*i*/) -> std::uint32_t { return 0; }},
+    {"denormals", [](std::size_t i) -> std::uint32_t { return 1 + static_cast<std::uint32_t>(i * 40503 % 0x7FFFFF); }},
+    {"halfDenormals",
+     [](std::size_t i) -> std::uint32_t { return i % 2 == 0 ? 0x3F000000 + static_cast<std::uint32_t>(i) : 12345; }},
+    {"fadeTail", [](std::size_t i) -> std::uint32_t { return (240 - static_cast<std::uint32_t>(i / 16) % 240) << 23; }},
+};
+
+void ConvertKind(benchmark::State& state, ZtaConversion loop, const Conversion& conversion, const Kind& kind,
+                 std::size_t copied)
+{
+    const std::size_t samples = 2 * copied / (conversion.in + conversion.out);
+    const Memory noise(samples * 4);
+    const Memory input(samples * 4);
+    const Memory output(samples * conversion.out);
+    FillWithNoise(noise);
+    input.Fill([i = std::size_t{0}, &kind]() mutable { return kind.word(i++); });
+    Compare(state, [&] { loop(input.Data(), output.Data(), samples); },
+            {{"noise", [&] { loop(noise.Data(), output.Data(), samples); }}});
+}
 
 struct Pair {
     const char* bytes;
@@ -43,89 +182,119 @@ constexpr Pair kPairs[] = {
 #undef ZTA_BENCH_ROW
 };
 
-constexpr unsigned long kGroupCounts[] = {1, 2, 4, 8, 16}; ///< of gains: up to 4 channels, 8, 16, 32, 64
-
-std::string Name(std::string path, std::size_t size)
-{
-    return path.append("/").append(std::to_string(size >> 10)).append("KiB");
-}
-
-/// Floats between -1 and 1, which are also fair words.
-std::vector<float> Noise(std::size_t bytes)
-{
-    std::minstd_rand random(1);
-    std::uniform_real_distribution<float> values(-1.0f, 1.0f);
-    std::vector<float> noise(bytes / sizeof(float) + 1);
-    for (float& value : noise) {
-        value = values(random);
-    }
-    return noise;
-}
-
-void Copy(benchmark::State& state, std::size_t bytes)
-{
-    const std::vector<float> input = Noise(bytes);
-    std::vector<float> output(input.size());
-    for (auto _ : state) {
-        std::memcpy(output.data(), input.data(), bytes);
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * bytes));
-}
-
-void Convert(benchmark::State& state, ZtaConversion loop, const Conversion& conversion, std::size_t copied)
-{
-    const std::size_t samples = 2 * copied / (conversion.in + conversion.out);
-    const std::vector<float> input = Noise(samples * conversion.in);
-    std::vector<float> output(samples * conversion.out / sizeof(float) + 1);
-    for (auto _ : state) {
-        loop(input.data(), output.data(), samples);
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(samples * (conversion.in + conversion.out)));
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(samples));
-}
-
 void InterleavePair(benchmark::State& state, ZtaInterleavePair loop, std::size_t frameBytes, std::size_t copied)
 {
     const std::size_t frames = copied / frameBytes;
-    const std::vector<float> left = Noise(copied / 2);
-    const std::vector<float> right = Noise(copied / 2);
-    std::vector<float> stereo(copied / sizeof(float) + 1);
-    for (auto _ : state) {
-        loop(left.data(), right.data(), stereo.data(), frames);
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * frames * frameBytes));
+    const Memory left(copied / 2);
+    const Memory right(copied / 2);
+    const Memory stereo(copied);
+    CompareWithCopies(state, copied, [&] { loop(left.Data(), right.Data(), stereo.Data(), frames); });
 }
 
 void SplitPair(benchmark::State& state, ZtaSplitPair loop, std::size_t frameBytes, std::size_t copied)
 {
     const std::size_t frames = copied / frameBytes;
-    const std::vector<float> stereo = Noise(copied);
-    std::vector<float> left(copied / 2 / sizeof(float) + 1);
-    std::vector<float> right(copied / 2 / sizeof(float) + 1);
-    for (auto _ : state) {
-        loop(stereo.data(), left.data(), right.data(), frames);
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * frames * frameBytes));
+    const Memory left(copied / 2);
+    const Memory right(copied / 2);
+    const Memory stereo(copied);
+    CompareWithCopies(state, copied, [&] { loop(stereo.Data(), left.Data(), right.Data(), frames); });
 }
 
-void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long groups, std::size_t copied)
+/// Ramps up to a gain of 1 cannot exceed the limits of a sample; those above can, and are looked at for it.
+constexpr unsigned long kGroupCounts[] = {1, 2, 4, 8, 16}; ///< of gains: up to 4 channels, 8, 16, 32, 64
+
+void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long groups, std::int32_t gain,
+                   std::size_t copied)
 {
     constexpr std::int32_t kUpper[] = {8388607, 8388607, 8388607, 8388607};
     constexpr std::int32_t kLower[] = {-8388608, -8388608, -8388608, -8388608};
-    const std::vector<float> input = Noise(copied);
-    std::vector<float> output(input.size());
-    std::vector<std::int32_t> block(groups * 8);
-    const SZtaGainRamp ramp = {block.data(), groups, kUpper, kLower};
-    for (auto _ : state) {
-        loop(input.data(), output.data(), copied / 4, &ramp);
-        benchmark::ClobberMemory();
+    const Memory input(copied);
+    const Memory output(copied);
+    FillWithNoise(input);
+    std::vector<std::int32_t> settings(groups * 8);
+    for (std::size_t i = 0; i < settings.size(); i += 8) {
+        std::fill_n(settings.begin() + static_cast<std::ptrdiff_t>(i), 4, gain);
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * copied));
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(copied / 4));
+    std::vector<std::int32_t> block(settings.size());
+    const SZtaGainRamp ramp = {block.data(), groups, kUpper, kLower};
+    CompareWithCopies(state, copied, [&] {
+        block = settings; // the loop moves it
+        loop(input.Data(), output.Data(), copied / 4, &ramp);
+    });
+}
+
+constexpr std::size_t kFadeBenchFrames = 4800;
+
+/// A fade over all frames of a buffer; the gains count as bytes read.
+template <class Gain>
+void Fade(benchmark::State& state, ZtaFade<Gain> loop, std::size_t words, std::size_t wordBytes, std::ptrdiff_t step)
+{
+    const std::size_t bytes = kFadeBenchFrames * words * wordBytes;
+    const Memory buffer(bytes);
+    FillWithNoise(buffer);
+    std::vector<Gain> gains(kFadeBenchFrames);
+    for (std::size_t i = 0; i < gains.size(); ++i) {
+        gains[i] = static_cast<Gain>(i * 32767 / gains.size());
+    }
+    const Gain* first = step > 0 ? gains.data() : &gains.back();
+    CompareWithCopies(state, bytes + kFadeBenchFrames * sizeof(Gain) / 2,
+                      [&] { loop(buffer.Data(), words, kFadeBenchFrames, first, step); });
+}
+
+using Function = std::function<void(benchmark::State&)>;
+
+void Register(const SZtaLoopTarget& target, const std::string& loop, std::size_t size, const std::string& kind,
+              const Function& function)
+{
+    const bool isFade = size == kFadeBenchFrames;
+    std::string name = target.psLoops->pszName;
+    name.append("/").append(loop).append("/").append(std::to_string(isFade ? size : size >> 10));
+    name.append(isFade ? "frames" : "KiB").append(kind.empty() ? "" : "/").append(kind);
+    benchmark::RegisterBenchmark(name.c_str(), function)->UseManualTime()->Iterations(size > 1 << 20 ? 11 : 101);
+}
+
+void RegisterAll(const SZtaLoopTarget& target, std::size_t size)
+{
+    const SZtaSampleLoops& loops = *target.psLoops;
+    for (const Conversion& conversion : kConversions) {
+        const ZtaConversion loop = loops.*conversion.loop;
+        Register(target, conversion.name, size, "", [=](auto& state) { Convert(state, loop, conversion, size); });
+        if (conversion.in != 4 || size != kSizes[0]) {
+            continue;
+        }
+        for (const Kind& kind : kKinds) {
+            Register(target, conversion.name, size, kind.name,
+                     [=](auto& state) { ConvertKind(state, loop, conversion, kind, size); });
+        }
+    }
+    for (const Pair& pair : kPairs) {
+        Register(target, std::string("InterleavePair") + pair.bytes, size, "",
+                 [=, &loops](auto& state) { InterleavePair(state, loops.*pair.interleave, pair.frameBytes, size); });
+        Register(target, std::string("SplitPair") + pair.bytes, size, "",
+                 [=, &loops](auto& state) { SplitPair(state, loops.*pair.split, pair.frameBytes, size); });
+    }
+    for (const unsigned long groups : kGroupCounts) {
+        const std::string name = "GainRamp" + std::to_string(groups);
+        Register(target, name, size, "",
+                 [=, &loops](auto& state) { ApplyGainRamp(state, loops.pfnApplyGainRamp, groups, 4000, size); });
+        Register(target, name + "Limited", size, "",
+                 [=, &loops](auto& state) { ApplyGainRamp(state, loops.pfnApplyGainRamp, groups, 5000, size); });
+    }
+}
+
+void RegisterFades(const SZtaLoopTarget& target)
+{
+    const SZtaSampleLoops& loops = *target.psLoops;
+    for (const std::size_t words : {1U, 2U, 4U, 8U, 16U}) {
+        for (const std::ptrdiff_t step : {1, -1}) {
+            const std::string shape = std::to_string(words).append(step > 0 ? "In" : "Out");
+#define ZTA_BENCH_ROW(law, bytes, gains)                                                                               \
+    Register(target, std::string("Fade" #law "x").append(shape), kFadeBenchFrames, "",                                 \
+             [=, &loops](auto& state) { Fade(state, loops.pfnFade##law, words, bytes, step); });
+            ZTA_FADE_LOOP_LIST(ZTA_BENCH_ROW)
+#undef ZTA_BENCH_ROW
+        }
+    }
 }
 
 } // namespace
@@ -133,31 +302,15 @@ void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long
 int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+        if (target.RunsWith(features)) {
+            RegisterFades(target);
+        }
+    }
     for (const std::size_t size : kSizes) {
-        benchmark::RegisterBenchmark(Name("memcpy", size).c_str(), Copy, size);
         for (const SZtaLoopTarget& target : g_asLoopTargets) {
-            if (!target.RunsWith(features)) {
-                continue;
-            }
-            for (const Conversion& conversion : kConversions) {
-                const std::string path = std::string(target.psLoops->pszName).append("/").append(conversion.name);
-                benchmark::RegisterBenchmark(Name(path, size).c_str(), Convert, target.psLoops->*conversion.loop,
-                                             conversion, size);
-            }
-            for (const Pair& pair : kPairs) {
-                const std::string path = std::string(target.psLoops->pszName).append("/");
-                benchmark::RegisterBenchmark(
-                    Name(std::string(path).append("InterleavePair").append(pair.bytes), size).c_str(), InterleavePair,
-                    target.psLoops->*pair.interleave, pair.frameBytes, size);
-                benchmark::RegisterBenchmark(
-                    Name(std::string(path).append("SplitPair").append(pair.bytes), size).c_str(), SplitPair,
-                    target.psLoops->*pair.split, pair.frameBytes, size);
-            }
-            for (const unsigned long groups : kGroupCounts) {
-                const std::string path =
-                    std::string(target.psLoops->pszName).append("/GainRamp").append(std::to_string(groups));
-                benchmark::RegisterBenchmark(Name(path, size).c_str(), ApplyGainRamp, target.psLoops->pfnApplyGainRamp,
-                                             groups, size);
+            if (target.RunsWith(features)) {
+                RegisterAll(target, size);
             }
         }
     }

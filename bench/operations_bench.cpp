@@ -11,6 +11,7 @@
 #include "host/module.h"
 
 #include <zta/ipp.h>
+#include <zta/sample_loops.h>
 #include <zta/status.h>
 
 #include <benchmark/benchmark.h>
@@ -23,6 +24,7 @@
 #include <ctime>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -364,12 +366,27 @@ void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t 
         });
 }
 
+/// The one argument of this program's own, --loops=NAME: the sample loops to run instead of the module's choice.
+void SelectLoops(const Bench& bench, int argc, char** argv)
+{
+    constexpr std::string_view kOption = "--loops=";
+    for (int i = 1; i < argc; ++i) {
+        const bool isOption = std::string_view(argv[i]).starts_with(kOption);
+        const auto select = bench.module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
+        if (!isOption || select(argv[i] + kOption.size()) < 0) {
+            std::fprintf(stderr, "%s: no such option, or no such loops on this processor\n", argv[i]);
+            std::exit(1);
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
     static Bench bench(ZTA_MODULE_PATH);
+    SelectLoops(bench, argc, argv);
     static std::vector<Operation> operations;
     for (const std::size_t frames : {1024U, 4800U}) {
         for (const std::uint32_t channels : {2U, 8U, 16U, 32U, 64U}) {

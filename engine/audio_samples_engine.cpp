@@ -22,6 +22,22 @@ SZtCreateAudioSamplesDescription PoolBufferRequest()
     return sRequest;
 }
 
+/// In four chains, each of which is a quarter as long.
+bool AreAllNull(IZtAudioSamples* const (&rapBuffers)[kMaxBuffers])
+{
+    std::uintptr_t ui0 = 0;
+    std::uintptr_t ui1 = 0;
+    std::uintptr_t ui2 = 0;
+    std::uintptr_t ui3 = 0;
+    for (unsigned long i = 0; i < kMaxBuffers; i += 4) {
+        ui0 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i]);
+        ui1 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 1]);
+        ui2 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 2]);
+        ui3 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 3]);
+    }
+    return (ui0 | ui1 | ui2 | ui3) == 0;
+}
+
 } // namespace
 
 template <class Visit>
@@ -78,11 +94,7 @@ int CZtaAudioSamplesEngine::ReleaseAllSavedInfo()
     ReleaseSlot(m_pSavedInput);
     ReleaseSlot(m_pSavedOutput);
     // Most operations leave all of these empty: that is seen at once, and not slot by slot.
-    std::uintptr_t uiSaved = 0;
-    for (IZtAudioSamples* const pBuffer : m_apSavedBuffers) {
-        uiSaved |= reinterpret_cast<std::uintptr_t>(pBuffer);
-    }
-    if (uiSaved != 0) {
+    if (!AreAllNull(m_apSavedBuffers)) {
         for (IZtAudioSamples*& rpBuffer : m_apSavedBuffers) {
             ReleaseSlot(rpBuffer);
         }
@@ -107,19 +119,6 @@ int CZtaAudioSamplesEngine::Convert32BitAudioSampleFrom20To24(IZtAudioSamples* p
     return pBuffer->SetWaveFormat(&rsFormat);
 }
 
-int CZtaAudioSamplesEngine::TakeLatch()
-{
-    return m_ui32Busy.exchange(1) == 0 ? ZT_NOERROR : ZT_E_MODULE_BUSY;
-}
-
-int CZtaAudioSamplesEngine::DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
-{
-    if (pBuffer->GetAudioSamplesDescription(&rsDescription) < 0) {
-        return ZT_E_INVALID_PARAMETER;
-    }
-    return Convert32BitAudioSampleFrom20To24(pBuffer, &rsDescription);
-}
-
 int CZtaAudioSamplesEngine::EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
                                            std::initializer_list<IZtAVContent*> oOutputs)
 {
@@ -140,10 +139,4 @@ int CZtaAudioSamplesEngine::EndFailedEntry(int iStatus, std::initializer_list<IZ
         m_ui32Busy.exchange(0);
     }
     return iStatus;
-}
-
-void CZtaAudioSamplesEngine::EndWork()
-{
-    ReleaseAllSavedInfo();
-    m_ui32Busy.exchange(0);
 }

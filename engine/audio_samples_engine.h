@@ -15,6 +15,7 @@
 #include "resampler/resample_audio.h"
 
 #include <zta/engine_interfaces.h>
+#include <zta/status.h>
 
 #include <atomic>
 #include <initializer_list>
@@ -144,10 +145,19 @@ private:
     ZTA_INTERNAL void ForEachPoolSlot(Visit rVisit);
 
     /// 0, or ZT_E_MODULE_BUSY where another operation holds the latch.
-    ZTA_INTERNAL int TakeLatch();
+    ZTA_INTERNAL int TakeLatch() { return m_ui32Busy.exchange(1) == 0 ? ZT_NOERROR : ZT_E_MODULE_BUSY; }
 
     /// GetAudioSamplesDescription as most entries make it, with the label fix behind it.
-    ZTA_INTERNAL int DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription);
+    ZTA_INTERNAL int DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
+    {
+        if (pBuffer->GetAudioSamplesDescription(&rsDescription) < 0) {
+            return ZT_E_INVALID_PARAMETER;
+        }
+        const SZtaWaveFormatInfo& rsFormat = rsDescription.sWaveFormat;
+        return rsFormat.ulBitsPerSample == 32 && rsFormat.ulValidBitsPerSample == 20
+                   ? Convert32BitAudioSampleFrom20To24(pBuffer, &rsDescription)
+                   : ZT_NOERROR;
+    }
 
     /// The entry of an operation with one input and one output; see one_to_one_entry.h.
     template <class CheckFormats, class SaveInfo>
@@ -162,7 +172,11 @@ private:
 
     /// What a worker does between its work and its signals: drops the operands and frees the latch, so that whoever
     /// is woken by a signal may start the next operation.
-    ZTA_INTERNAL void EndWork();
+    ZTA_INTERNAL void EndWork()
+    {
+        ReleaseAllSavedInfo();
+        m_ui32Busy.exchange(0);
+    }
 
     class ZTA_INTERNAL CEndWorkOnExit;
 

@@ -1,4 +1,3 @@
-#include "component/hresult.h"
 #include "engine/one_to_one_entry.h"
 
 #include <zta/status.h>
@@ -40,29 +39,30 @@ int CZtaAudioSamplesEngine::ProcessCopyConv()
 
     SZtAudioSamplesDescription sSource = kEmptyDescription;
     SZtAudioSamplesDescription sDestination = kEmptyDescription;
-    CZtHResult hr(oSource->GetAudioSamplesDescription(&sSource));
-    if (hr.DidSucceed()) {
-        hr = oDestination->GetAudioSamplesDescription(&sDestination);
+    int iStatus = Reported(oSource->GetAudioSamplesDescription(&sSource));
+    if (iStatus >= 0) {
+        iStatus = Reported(oDestination->GetAudioSamplesDescription(&sDestination));
     }
-    if (hr.DidSucceed()) {
-        // Read once more: the producer may have failed since the entry looked.
-        oSource->GetErrorCode(&hr);
-        if (IsToleratedErrorCode(hr)) {
-            hr = ZT_NOERROR;
+    if (iStatus >= 0) {
+        // Read once more: the producer may have failed since the entry looked. That is no news for the log.
+        oSource->GetErrorCode(&iStatus);
+        if (IsToleratedErrorCode(iStatus)) {
+            iStatus = ZT_NOERROR;
         }
     }
-    if (hr.DidSucceed()) {
-        hr = sSource.bFadeIn || sSource.bFadeOut ? CopyFaded(pSource, sSource, pDestination, sDestination)
-                                                 : BufferCopy(pSource, &sSource, pDestination, &sDestination);
+    if (iStatus >= 0) {
+        iStatus =
+            Reported(sSource.bFadeIn || sSource.bFadeOut ? CopyFaded(pSource, sSource, pDestination, sDestination)
+                                                         : BufferCopy(pSource, &sSource, pDestination, &sDestination));
     }
-    if (hr.DidFail()) {
-        oDestination->SetErrorCode(hr);
+    if (iStatus < 0) {
+        oDestination->SetErrorCode(iStatus);
     }
     EndWork();
     oSource->SignalReadCompletion();
     oDestination->MarkWriteStopTime();
     oDestination->SignalWriteCompletion();
-    return hr;
+    return iStatus;
 }
 
 /// Fades where fades can run: on the destination if its format allows, else on a stage buffer that is then brought to

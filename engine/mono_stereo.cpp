@@ -1,4 +1,3 @@
-#include "component/hresult.h"
 #include "engine/audio_samples_engine.h"
 #include "engine/operation.h"
 
@@ -116,10 +115,10 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
         oStereo->SetErrorCode(iStatus);
     }
     EndWork();
-    CZtHResult hrSignals(oLeft->SignalReadCompletion());
-    hrSignals = oRight->SignalReadCompletion();
+    Reported(oLeft->SignalReadCompletion());
+    Reported(oRight->SignalReadCompletion());
     oStereo->MarkWriteStopTime();
-    hrSignals = oStereo->SignalWriteCompletion();
+    Reported(oStereo->SignalWriteCompletion());
     return iStatus;
 }
 
@@ -254,29 +253,29 @@ int CZtaAudioSamplesEngine::ProcessStereoToMono()
     SZtAudioSamplesDescription sStereo = kEmptyDescription;
     SZtAudioSamplesDescription sLeft = kEmptyDescription;
     SZtAudioSamplesDescription sRight = kEmptyDescription;
-    CZtHResult hr(oStereo->GetAudioSamplesDescription(&sStereo));
-    if (hr.DidSucceed()) {
-        hr = oLeft->GetAudioSamplesDescription(&sLeft);
+    int iStatus = Reported(oStereo->GetAudioSamplesDescription(&sStereo));
+    if (iStatus >= 0) {
+        iStatus = Reported(oLeft->GetAudioSamplesDescription(&sLeft));
     }
-    if (hr.DidSucceed()) {
-        hr = oRight->GetAudioSamplesDescription(&sRight);
+    if (iStatus >= 0) {
+        iStatus = Reported(oRight->GetAudioSamplesDescription(&sRight));
     }
-    if (hr.DidSucceed()) {
+    if (iStatus >= 0) {
         // The right output has its mark from the entry already, and the left one gets no stop mark below. Hosts see
         // two start marks and one stop mark on the right, one start mark and none on the left.
         oRight->MarkWriteStartTime();
-        hr = SplitStaged(pStereo, sStereo, pLeft, sLeft, pRight, sRight);
+        iStatus = Reported(SplitStaged(pStereo, sStereo, pLeft, sLeft, pRight, sRight));
     }
-    if (hr.DidFail()) {
-        oLeft->SetErrorCode(hr);
-        oRight->SetErrorCode(hr);
+    if (iStatus < 0) {
+        oLeft->SetErrorCode(iStatus);
+        oRight->SetErrorCode(iStatus);
     }
     EndWork();
-    CZtHResult hrSignals(oStereo->SignalReadCompletion());
+    Reported(oStereo->SignalReadCompletion());
     oRight->MarkWriteStopTime();
-    hrSignals = oRight->SignalWriteCompletion();
-    hrSignals = oLeft->SignalWriteCompletion();
-    return hr;
+    Reported(oRight->SignalWriteCompletion());
+    Reported(oLeft->SignalWriteCompletion());
+    return iStatus;
 }
 
 /// Splits, through a stage buffer on each side whose format the kernel does not take.

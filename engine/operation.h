@@ -1,5 +1,6 @@
 #pragma once
 
+#include "component/hresult.h"
 #include "component/smart_ptr.h"
 
 #include <zta/host_interfaces.h>
@@ -40,17 +41,65 @@ constexpr bool IsToleratedErrorCode(int iCode)
     }
 }
 
+/// The status, of which the host's log is told if it is a failure.
+inline int Reported(int iStatus)
+{
+    if (iStatus < 0) {
+        CZtHResult oReport(iStatus);
+    }
+    return iStatus;
+}
+
 /// Obtains the side of a buffer that takes signals. After a failure there is none, whatever the host wrote.
-int QueryContent(IZtAudioSamples* pBuffer, CContentPtr& rContent);
+inline int QueryContent(IZtAudioSamples* pBuffer, CContentPtr& rContent)
+{
+    void* pvContent = nullptr;
+    const int iStatus = pBuffer->QueryInterface(IID_IZtAVContent, &pvContent);
+    auto* pContent = static_cast<IZtAVContent*>(pvContent);
+    if (iStatus >= 0) {
+        // Takes over the reference that the query handed out. Named by its class, so that it is no virtual call.
+        *rContent.CContentPtr::operator&() = pContent;
+    } else if (pContent != nullptr) {
+        pContent->Release();
+    }
+    return iStatus;
+}
 
 /// What a producer left on a buffer, with the tolerated codes read as 0. `iStatus` stands where the host writes none.
-int ReadErrorCode(IZtAVContent* pContent, int iStatus);
+inline int ReadErrorCode(IZtAVContent* pContent, int iStatus)
+{
+    pContent->GetErrorCode(&iStatus);
+    return IsToleratedErrorCode(iStatus) ? ZT_NOERROR : iStatus;
+}
 
 /// The first checks of an output: without a content there is nothing to signal and nowhere to record a failure.
-int OpenOutput(IZtAudioSamples* pOutput, CContentPtr& rContent);
+inline int OpenOutput(IZtAudioSamples* pOutput, CContentPtr& rContent)
+{
+    if (pOutput == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    const int iStatus = QueryContent(pOutput, rContent);
+    return iStatus < 0 ? ZT_E_INVALID_PARAMETER : iStatus;
+}
 
 /// The first checks of an input: its content, and what its producer left on it.
-int OpenInput(IZtAudioSamples* pInput, CContentPtr& rContent);
+inline int OpenInput(IZtAudioSamples* pInput, CContentPtr& rContent)
+{
+    if (pInput == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    const int iStatus = QueryContent(pInput, rContent);
+    return iStatus < 0 ? iStatus : ReadErrorCode(rContent.CContentPtr::operator*(), iStatus);
+}
+
+/// Gives a slot's reference back and clears the slot.
+inline void ReleaseSlot(IZtAudioSamples*& rpSlot)
+{
+    if (rpSlot != nullptr) {
+        rpSlot->Release();
+        rpSlot = nullptr;
+    }
+}
 
 /// One saved operand and where it is kept.
 struct SSavedOperand {
@@ -59,7 +108,22 @@ struct SSavedOperand {
 };
 
 /// Empties the slots, then fills them, with a reference each. ZT_E_INVALID_PARAMETER if an operand is null.
-int SaveOperands(std::initializer_list<SSavedOperand> oOperands);
+inline int SaveOperands(std::initializer_list<SSavedOperand> oOperands)
+{
+    for (const SSavedOperand& rsOperand : oOperands) {
+        ReleaseSlot(*rsOperand.ppSlot);
+    }
+    int iStatus = ZT_NOERROR;
+    for (const SSavedOperand& rsOperand : oOperands) {
+        if (rsOperand.pBuffer == nullptr) {
+            iStatus = ZT_E_INVALID_PARAMETER;
+            continue;
+        }
+        *rsOperand.ppSlot = rsOperand.pBuffer;
+        rsOperand.pBuffer->AddRef();
+    }
+    return iStatus;
+}
 
 /// The first of two statuses, unless only the second is a failure.
 constexpr int FirstFailure(int iFirst, int iSecond)
@@ -73,15 +137,6 @@ inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)
     pBuffer->SetFadeOut(bFadeOut);
 }
 
-/// Gives a slot's reference back and clears the slot.
-inline void ReleaseSlot(IZtAudioSamples*& rpSlot)
-{
-    if (rpSlot != nullptr) {
-        rpSlot->Release();
-        rpSlot = nullptr;
-    }
-}
-
 /// The memory of two buffers, as a plain copy sees it: nothing here looks at the hosts' statuses, and a buffer without
 /// an address has no bytes, or no room.
 struct SByteRun {
@@ -91,4 +146,16 @@ struct SByteRun {
     unsigned long ulCapacity; ///< capacity of the output, in bytes
 };
 
-SByteRun LookAtBytes(IZtAudioSamples* pIn, IZtAudioSamples* pOut);
+inline SByteRun LookAtBytes(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
+{
+    void* pvIn = nullptr;
+    void* pvOut = nullptr;
+    unsigned long ulLength = 0;
+    unsigned long ulCapacity = 0;
+    unsigned long ulOutLength = 0;
+    pIn->GetBufferAndLength(&pvIn, &ulLength);
+    pOut->GetBufferCapacity(&ulCapacity);
+    pOut->GetBufferAndLength(&pvOut, &ulOutLength);
+    return {static_cast<const unsigned char*>(pvIn), pvIn == nullptr ? 0 : ulLength, static_cast<unsigned char*>(pvOut),
+            pvOut == nullptr ? 0 : ulCapacity};
+}

@@ -1,3 +1,4 @@
+/// The host's buffers.
 #pragma once
 
 #include "host/ref.h"
@@ -28,6 +29,7 @@ namespace zta::host {
 /// A host with wishes of its own derives from this class: each operation can be overridden.
 class AudioBuffer : public IZtAudioSamples {
 public:
+    /// What the marks are taken with.
     using Clock = std::chrono::steady_clock;
 
     /// Creates a buffer of `capacityBytes` bytes; the caller owns the reference. Throws std::bad_alloc.
@@ -77,13 +79,12 @@ public:
 
     // What the host calls.
 
-    /// Announce an access, before the engine is called. Up to 65535 of each kind may be open.
-    void AnnounceRead();
-    void AnnounceWrite();
+    // Announce an access, before the engine is called. Up to 65535 of each kind may be open.
+    void AnnounceRead();  ///< on an input
+    void AnnounceWrite(); ///< on an output
 
-    /// Announced accesses that have not been signalled.
-    [[nodiscard]] int ReadCount() const;
-    [[nodiscard]] int WriteCount() const;
+    [[nodiscard]] int ReadCount() const;  ///< announced reads that have not been signalled
+    [[nodiscard]] int WriteCount() const; ///< announced writes that have not been signalled
 
     /// Signals that came without an announcement.
     [[nodiscard]] int PairingViolations() const;
@@ -91,29 +92,29 @@ public:
     /// Blocks until no announced access is open. False if `timeout` passes first; 0 or less only looks.
     [[nodiscard]] bool WaitForCompletion(std::chrono::nanoseconds timeout);
 
-    [[nodiscard]] std::byte* Data();
-    [[nodiscard]] const std::byte* Data() const;
-    [[nodiscard]] std::size_t Capacity() const;
-    [[nodiscard]] std::size_t Length() const;
+    [[nodiscard]] std::byte* Data();             ///< the first byte
+    [[nodiscard]] const std::byte* Data() const; ///< the first byte
+    [[nodiscard]] std::size_t Capacity() const;  ///< bytes that the buffer holds
+    [[nodiscard]] std::size_t Length() const;    ///< bytes that are valid, from the first on
 
     /// Sets the valid length. Throws std::length_error beyond the capacity.
     void SetValidLength(std::size_t lengthBytes);
 
     /// 0, or what the last failing producer of this content left behind.
     [[nodiscard]] int ErrorCode() const;
-    void ClearErrorCode();
+    void ClearErrorCode(); ///< before the buffer is used again: the engine never does it
 
-    [[nodiscard]] SZtAudioSamplesDescription Description() const;
-    [[nodiscard]] std::uint32_t Polarity() const;
-    void SetFormat(const SZtaWaveFormatInfo& format);
-    void SetFades(bool fadeIn, bool fadeOut);
+    [[nodiscard]] SZtAudioSamplesDescription Description() const; ///< what the engine reads
+    [[nodiscard]] std::uint32_t Polarity() const;                 ///< as the engine has set it last; 0 at first
+    void SetFormat(const SZtaWaveFormatInfo& format);             ///< relabels; the samples stay
+    void SetFades(bool fadeIn, bool fadeOut);                     ///< asks for fades at the two ends
 
-    /// How often the engine has marked the start and the stop of its writing, and when last; the epoch of the clock
-    /// (CLOCK_MONOTONIC) if never.
-    [[nodiscard]] int WriteStartMarks() const;
-    [[nodiscard]] int WriteStopMarks() const;
-    [[nodiscard]] Clock::time_point LastWriteStart() const;
-    [[nodiscard]] Clock::time_point LastWriteStop() const;
+    // How often the engine has marked the start and the stop of its writing, and when last; the epoch of the clock
+    // (CLOCK_MONOTONIC) if never.
+    [[nodiscard]] int WriteStartMarks() const;              ///< start marks so far
+    [[nodiscard]] int WriteStopMarks() const;               ///< stop marks so far
+    [[nodiscard]] Clock::time_point LastWriteStart() const; ///< when the last start mark came
+    [[nodiscard]] Clock::time_point LastWriteStop() const;  ///< when the last stop mark came
 
     /// Buffers of this process that are alive, derived ones included.
     [[nodiscard]] static long LiveCount();

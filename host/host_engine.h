@@ -1,3 +1,4 @@
+/// The host's engine object.
 #pragma once
 
 #include "host/ref.h"

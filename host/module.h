@@ -1,3 +1,4 @@
+/// Loading of the module.
 #pragma once
 
 #include "host/ref.h"
@@ -13,6 +14,7 @@ namespace zta::host {
 /// An operation of the module failed.
 class ModuleError : public std::runtime_error {
 public:
+    /// `what` is a line for people.
     ModuleError(const std::string& what, int status) : std::runtime_error(what), status_(status) {}
 
     /// The negative status that the module returned.
@@ -52,8 +54,10 @@ public:
     [[nodiscard]] std::string ErrorText(int status) const;
 
     /// Records the module's classes in the CLSIDs file, in the directory named by the environment variable ORBUTILS,
-    /// with `path` as the module's; and takes them out of it. Both print a line each. Throw ModuleError.
+    /// with `path` as the module's, and prints a line. Throws ModuleError.
     void Register(const std::string& path);
+
+    /// Takes the module's classes out of the CLSIDs file and prints a line. Throws ModuleError.
     void Unregister();
 
     /// What the module says of its build.

@@ -1,3 +1,4 @@
+/// References with an owner.
 #pragma once
 
 #include <utility>
@@ -11,7 +12,11 @@ template <class T>
 class Ref {
 public:
     Ref() noexcept = default;
+
+    /// Takes a reference of its own.
     Ref(const Ref& other) noexcept : object_(other.object_) { AddRef(); }
+
+    /// Takes over the other's reference.
     Ref(Ref&& other) noexcept : object_(other.Detach()) {}
     ~Ref() { Reset(); }
 
@@ -35,9 +40,9 @@ public:
 
     /// The object, which stays owned by this reference; null if there is none.
     [[nodiscard]] T* Get() const noexcept { return object_; }
-    T* operator->() const noexcept { return object_; }
-    T& operator*() const noexcept { return *object_; }
-    explicit operator bool() const noexcept { return object_ != nullptr; }
+    T* operator->() const noexcept { return object_; }                     ///< the object, which must be there
+    T& operator*() const noexcept { return *object_; }                     ///< the object, which must be there
+    explicit operator bool() const noexcept { return object_ != nullptr; } ///< whether there is one
 
     /// Gives the reference to the caller, who must release it.
     [[nodiscard]] T* Detach() noexcept { return std::exchange(object_, nullptr); }

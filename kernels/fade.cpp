@@ -1,7 +1,7 @@
 #include "kernels/fade.h"
 
 #include "kernels/kernel_run.h"
-#include "kernels/loops/fade_loops.h"
+#include "kernels/loops/loops.h"
 
 #include <zta/status.h>
 
@@ -9,7 +9,15 @@
 
 namespace {
 
-using namespace fade_loops; // the list names the laws
+/// What a kernel takes of the loops for each kind of word; the class's list names them.
+#define ZTA_FADE_ROW(law, bytes, gains)                                                                                \
+    struct law {                                                                                                       \
+        static constexpr unsigned long kBytes = bytes;                                                                 \
+        static constexpr auto& kGains = gains;                                                                         \
+        static constexpr auto pfnFade = &SZtaSampleLoops::pfnFade##law;                                                \
+    };
+ZTA_FADE_LOOP_LIST(ZTA_FADE_ROW)
+#undef ZTA_FADE_ROW
 
 enum class EEnd { In, Out };
 
@@ -27,11 +35,11 @@ int Fade(unsigned long ulFadeFrames, unsigned long ulFrames, void* pvBuffer)
     }
     const unsigned long ulLength = std::min(ulFadeFrames, ulFrames);
     if constexpr (eEnd == EEnd::In) {
-        Ramp<Law>(pvBuffer, ulWords, ulLength, &Law::kGains[0], 1);
+        (ZtaActiveLoops().*Law::pfnFade)(pvBuffer, ulWords, ulLength, &Law::kGains[0], 1);
     } else {
-        const unsigned long ulSkipped = (ulFrames - ulLength) * ulWords * sizeof(typename Law::Word);
+        const unsigned long ulSkipped = (ulFrames - ulLength) * ulWords * Law::kBytes;
         auto* const pbStart = static_cast<unsigned char*>(pvBuffer) + ulSkipped;
-        Ramp<Law>(pbStart, ulWords, ulLength, &Law::kGains[ulFadeFrames - 1], -1);
+        (ZtaActiveLoops().*Law::pfnFade)(pbStart, ulWords, ulLength, &Law::kGains[ulFadeFrames - 1], -1);
     }
     return ZT_NOERROR;
 }
@@ -101,19 +109,19 @@ ZTA_FADE_LIST(ZTA_FADE_ROW)
 void CZtaApplyFade::ApplyFade24BitIn32Mux4(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
                                            bool bForward)
 {
-    Ramp<MuxWord24In32>(pvBuffer, 4, ulFrames, pulGains, bForward ? 1 : -1);
+    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 4, ulFrames, pulGains, bForward ? 1 : -1);
 }
 
 void CZtaApplyFade::ApplyFade24BitIn32Mux8(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
                                            bool bForward)
 {
-    Ramp<MuxWord24In32>(pvBuffer, 8, ulFrames, pulGains, bForward ? 1 : -1);
+    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 8, ulFrames, pulGains, bForward ? 1 : -1);
 }
 
 void CZtaApplyFade::ApplyFade24BitIn32Mux16(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
                                             bool bForward)
 {
-    Ramp<MuxWord24In32>(pvBuffer, 16, ulFrames, pulGains, bForward ? 1 : -1);
+    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 16, ulFrames, pulGains, bForward ? 1 : -1);
 }
 
 void CZtaApplyFade::ApplyFade16BitIn16Mux4(void* pvBuffer, unsigned long ulFrames, const unsigned short* pusGains,
@@ -137,5 +145,5 @@ void CZtaApplyFade::ApplyFade16BitIn16Mux16(void* pvBuffer, unsigned long ulFram
 void CZtaApplyFade::_Fade16BitIn16MuxBuffer(void* pvBuffer, unsigned short usChannels, unsigned long ulFrames,
                                             const unsigned short* pusGains, short sStep)
 {
-    Ramp<Sample16>(pvBuffer, usChannels, ulFrames, pusGains, sStep);
+    ZtaActiveLoops().pfnFadeSample16(pvBuffer, usChannels, ulFrames, pusGains, sStep);
 }

@@ -13,6 +13,7 @@ void PrintError(std::string_view text);
 struct Context {
     bool quiet = false; ///< nothing but errors on standard error
     std::string module; ///< the module as the user named it, empty to search for it
+    std::string loops;  ///< the sample loops that the user named, empty for the module's own choice
 
     /// Tells the user something that does not end the command.
     void Note(std::string_view text) const;

@@ -3,6 +3,8 @@
 #include "host/formats.h"
 #include "tools/failure.h"
 
+#include <zta/sample_loops.h>
+
 #include <string>
 #include <vector>
 
@@ -24,6 +26,17 @@ std::filesystem::path FindModule(const Context& context)
         }
     }
     throw Failure("libZtaAudioSamplesEngine.so not found near " + folder.string() + ": name it with --module PATH");
+}
+
+void SelectLoops(const host::Module& module, const Context& context)
+{
+    if (context.loops.empty()) {
+        return;
+    }
+    const auto select = module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
+    if (select(context.loops.c_str()) < 0) {
+        throw Failure("--loops " + context.loops + ": no such loops, or this processor does not run them");
+    }
 }
 
 std::size_t FramesOf(const host::AudioBuffer& buffer)
@@ -55,6 +68,7 @@ std::string NameOf(Buffers buffers)
 EngineSession::EngineSession(const Context& context)
     : module_(FindModule(context).string()), host_(host::HostEngine::Create()), engine_(module_.CreateEngine(*host_))
 {
+    SelectLoops(module_, context);
 }
 
 void EngineSession::Copy(host::AudioBuffer& source, host::AudioBuffer& destination)

@@ -13,6 +13,9 @@
 /// installation puts it. Throws Failure when there is none.
 std::filesystem::path FindModule(const Context& context);
 
+/// Has the module run the sample loops that the user named, if any. Throws Failure when it does not.
+void SelectLoops(const zta::host::Module& module, const Context& context);
+
 using Buffers = std::span<zta::host::AudioBuffer* const>;
 using Volumes = std::span<SZtAudioMonoVolumeInfo>;
 

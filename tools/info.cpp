@@ -1,9 +1,13 @@
 #include "host/formats.h"
+#include "host/module.h"
 #include "tools/commands.h"
+#include "tools/engine_session.h"
 #include "tools/failure.h"
 #include "tools/missing_bytes.h"
 #include "tools/progress.h"
 #include "tools/sound_reader.h"
+
+#include <zta/sample_loops.h>
 
 #include <CLI/CLI.hpp>
 
@@ -59,6 +63,15 @@ void Show(const std::filesystem::path& path)
     }
 }
 
+void ShowModule(const Context& context)
+{
+    const std::string path = FindModule(context).string();
+    const zta::host::Module module(path);
+    SelectLoops(module, context);
+    std::printf("%s\n", path.c_str());
+    Line("loops", module.Symbol<decltype(&ztGetSampleLoops)>("ztGetSampleLoops")());
+}
+
 void Info(const std::vector<std::filesystem::path>& files)
 {
     bool failed = false;
@@ -77,13 +90,14 @@ void Info(const std::vector<std::filesystem::path>& files)
 
 } // namespace
 
-void AddInfoCommand(CLI::App& app, const Context& /*context*/)
+void AddInfoCommand(CLI::App& app, const Context& context)
 {
     const auto files = std::make_shared<std::vector<std::filesystem::path>>();
     CLI::App* command = app.add_subcommand("info", "Tell what sound files hold and how the engine takes them");
-    command->add_option("FILE", *files, "the files to look at")->required();
+    command->add_option("FILE", *files, "the files to look at; without any, the sample loops that the module runs");
     command->footer("Examples:\n"
+                    "  ztaudio info\n"
                     "  ztaudio info speech.wav\n"
                     "  ztaudio info /usr/share/sounds/alsa/*.wav");
-    command->callback([files] { Info(*files); });
+    command->callback([files, &context] { files->empty() ? ShowModule(context) : Info(*files); });
 }

@@ -41,6 +41,8 @@ int Run(int argc, char** argv)
     app.add_flag("--version", version, "print the versions of the tool and of the module");
     app.add_option("--module", context.module, "the module to load; else it is searched for near the tool")
         ->envname("ZTAUDIO_MODULE");
+    app.add_option("--loops", context.loops,
+                   "the sample loops to run, plain, avx2 or avx512; else the module chooses. The samples are the same");
     app.footer("Exit code: 0 if all went well, 1 if something failed, 2 if the command line is wrong.\n"
                "\n"
                "Examples:\n"

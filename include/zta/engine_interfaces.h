@@ -5,10 +5,15 @@
 #include <zta/host_interfaces.h>
 #include <zta/unknown.h>
 
+/// The class that the module offers, the factory of engines: {45F20097-F519-4DCF-80D8-CC0D06CBF259}
 inline constexpr _GUID CLSID_ZtaAudioSamplesEngine ZTA_API = {
     0x45F20097, 0xF519, 0x4DCF, {0x80, 0xD8, 0xCC, 0x0D, 0x06, 0xCB, 0xF2, 0x59}};
+
+/// {1E3A4C45-A1AD-4385-A650-1C3DB428F3CB}
 inline constexpr _GUID IID_IZtaAudioSamplesEngine ZTA_API = {
     0x1E3A4C45, 0xA1AD, 0x4385, {0xA6, 0x50, 0x1C, 0x3D, 0xB4, 0x28, 0xF3, 0xCB}};
+
+/// {8593F6A8-4042-42B9-86D0-7160A75F5F87}
 inline constexpr _GUID IID_IZtaAudioSamplesEngineFactory ZTA_API = {
     0x8593F6A8, 0x4042, 0x42B9, {0x86, 0xD0, 0x71, 0x60, 0xA7, 0x5F, 0x5F, 0x87}};
 

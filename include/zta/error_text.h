@@ -1,3 +1,4 @@
+/// The texts of the statuses.
 #pragma once
 
 #include <zta/export.h>

@@ -1,3 +1,4 @@
+/// What is visible outside the shared object.
 #pragma once
 
 /// Marks what belongs to the binary contract: visible outside the shared object, by name and with its type information.

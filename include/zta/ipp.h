@@ -63,11 +63,19 @@ ZTA_API void ippSetCpuFeaturesMask(unsigned long mask) noexcept;
 /// The enabled features: those of the last selection, with all that it implies. 0 before the first. [any thread]
 ZTA_API unsigned long ippGetEnabledCpuFeatures() noexcept;
 
-/// Steps of the above. [any thread]
+/// Gives the detected features; detects them if that has not been done. Returns 1. [any thread]
 ZTA_API int ownGetMaskFeatures(unsigned long* pMask) noexcept;
+
+/// Chooses the build for a set of features and completes the set with all that the build implies. Selects nothing.
+/// pIdx  receives the build's index: m7, n8, y8, e9, l9, n0 and k0 from 0 on
 ZTA_API IppStatus ownFeaturesToIdx(unsigned long* pMask, unsigned int* pIdx) noexcept;
+
+/// What ippSetCpuFeatures does but for the selection: checks the features, chooses the build and stores the set.
 ZTA_API IppStatus ownSetCpuFeaturesAndIdx(unsigned long mask, unsigned int* pIdx) noexcept;
+
+/// Takes the enabled features for those that the processor has. [any thread]
 ZTA_API void ownMaskIsFeatures() noexcept;
+
 /// 1 if all features of the mask are enabled, else 0.
 ZTA_API int ownGetFeature(unsigned long mask) noexcept;
 /// 1 if the processor calls itself "GenuineIntel", else 0.
@@ -80,8 +88,10 @@ ZTA_API unsigned char* ippsMalloc_8u(int len) noexcept;
 /// Frees a block of ippsMalloc_8u. Null does nothing. [any thread]
 ZTA_API void ippsFree(void* p) noexcept;
 
-/// What the two above do, for blocks of any content.
+/// What ippsMalloc_8u does, for blocks of any content.
 ZTA_API void* ippMalloc(int len) noexcept;
+
+/// What ippsFree does, for those.
 ZTA_API void ippFree(void* p) noexcept;
 
 /// Writes val into len samples. [any thread] [no allocation] [no lock]

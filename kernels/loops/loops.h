@@ -1,7 +1,9 @@
 #pragma once
 
+#include "kernels/loops/fade_gains.h"
 #include "support/processor_features.h"
 
+#include <cstddef>
 #include <cstdint>
 
 // clang-format off
@@ -25,6 +27,14 @@
     ROW(MultiFormatTo24,     4, 4, AudioField24) \
     ROW(MultiFormatTo16In16, 4, 2, AudioField16)
 
+/// The fades, by the words that a frame consists of: ROW(law, bytes of a word, gains of the fixed ramp)
+/// The laws stand in fades.inc.
+#define ZTA_FADE_LOOP_LIST(ROW) \
+    ROW(Sample16,      2, kausFadeGains16) \
+    ROW(StereoFrame16, 4, kausFadeGains16) \
+    ROW(Word24In32,    4, kaulFadeGains32) \
+    ROW(MuxWord24In32, 4, kaulFadeGainsVector)
+
 /// The samples that are moved between two mono buffers and a stereo buffer, by their bytes: ROW(bytes)
 #define ZTA_PAIR_LIST(ROW) \
     ROW(2) \
@@ -43,14 +53,23 @@
 /// The instruction sets that loops are compiled for, the preferred one first: ROW(name, features that it takes)
 /// Each has a file target_<name>.cpp.
 #define ZTA_LOOP_TARGET_LIST(ROW) \
-    ROW(avx2,  keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
-    ROW(plain, 0)
+    ROW(avx512, keZtaFeatureAvx2 | keZtaFeatureAvxEnabled | keZtaFeatureAvx512F | keZtaFeatureAvx512Bw | \
+                keZtaFeatureAvx512Dq | keZtaFeatureAvx512Vl | keZtaFeatureAvx512Enabled) \
+    ROW(avx2,   keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
+    ROW(plain,  0)
 
 // clang-format on
 
 /// Converts samples, the first one first. Pointers need no alignment, and bytes outside the samples are not touched.
 /// Input and output may be the same or overlap where both sides have the same size; otherwise they may not overlap.
 using ZtaConversion = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexcept;
+
+/// Fades frames of ulWords words in place: frame n takes the gain n * iStep entries from pGains on. Addresses of words
+/// need no alignment, and no gain beside those of the frames is read.
+/// For StereoFrame16 they are at most 32767.
+template <class Gain>
+using ZtaFade = void (*)(void* pvBuffer, unsigned long ulWords, unsigned long ulFrames, const Gain* pGains,
+                         std::ptrdiff_t iStep) noexcept;
 
 /// Interleaves the samples of two buffers: left, right, left, right. A null input reads as silence. The output may not
 /// overlap an input. Pointers need no alignment, and bytes outside the samples are not touched.
@@ -100,6 +119,9 @@ struct SZtaSampleLoops {
     ZTA_PAIR_LIST(ZTA_LOOP_ROW)
 #undef ZTA_LOOP_ROW
     ZtaApplyGainRamp pfnApplyGainRamp;
+#define ZTA_LOOP_ROW(law, bytes, gains) ZtaFade<typename decltype(gains)::value_type> pfnFade##law;
+    ZTA_FADE_LOOP_LIST(ZTA_LOOP_ROW)
+#undef ZTA_LOOP_ROW
 #define ZTA_LOOP_ROW(bytes)                                                                                            \
     ZtaInterleave pfnInterleave##bytes;                                                                                \
     ZtaSplit pfnSplit##bytes;
@@ -131,5 +153,13 @@ inline constexpr SZtaLoopTarget g_asLoopTargets[] = {
 /// The preferred loops among those that run with the given features.
 const SZtaSampleLoops& ZtaChooseLoops(std::uint64_t ui64Features) noexcept;
 
-/// The loops for this processor, chosen at the first call. [any thread] [no allocation] [no lock]
+/// The loops of a name if they run with the given features, else null. A null name stands for the preferred ones.
+const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Features) noexcept;
+
+/// The loops in use: those that ZtaSelectLoops chose, else the preferred ones of this processor, chosen at the first
+/// call. [any thread] [no allocation] [no lock]
 const SZtaSampleLoops& ZtaActiveLoops() noexcept;
+
+/// Puts the loops of one instruction set into use, by their name; null stands for the preferred ones. False, and no
+/// change, where the name is unknown or this processor does not run them. [any thread] [no allocation] [no lock]
+bool ZtaSelectLoops(const char* pszName) noexcept;

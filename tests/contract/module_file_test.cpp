@@ -8,10 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <memory>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -278,13 +281,95 @@ TEST_F(ExportsList, IsSortedWithoutRepetition)
 
 TEST_F(ExportsList, HoldsNothingOfTheStandardLibrary)
 {
-    // Names of std in functions, members, tables and guards.
+    // What belongs to std or __gnu_cxx: functions, members, tables, type information, guards and local statics.
+    const std::regex standard("_Z(T[VTSI]|GV|GR|Z)*N?[rVKRO]*(S[tabsiod]|9__gnu_cxx).*");
+    ASSERT_TRUE(std::regex_match("_ZNSt7__cxx1112basic_stringIwSt11char_traitsIwESaIwEE8_M_eraseEmm", standard));
+    ASSERT_TRUE(std::regex_match("_ZTINSt8ios_base7failureE", standard));
+    ASSERT_TRUE(std::regex_match("_ZSt4moveIRiE", standard));
     for (const std::string& name : listed_) {
-        for (const char* prefix : {"_ZSt", "_ZNSt", "_ZNKSt", "_ZTVSt", "_ZTSSt", "_ZTISt", "_ZTVNSt", "_ZTSNSt",
-                                   "_ZTINSt", "_ZGVNSt", "_ZN9__gnu_cxx"}) {
-            EXPECT_NE(name.rfind(prefix, 0), 0U) << name;
+        EXPECT_FALSE(std::regex_match(name, standard)) << name;
+    }
+}
+
+TEST(ModuleFile, ExportsWeaklyWhatEveryProgramHasACopyOfAndNothingElse)
+{
+    // Tables and type information, the identifiers, the smart pointer's instantiations, and the members that forward
+    // IUnknown's operations: all are defined in headers.
+    const std::regex expected("_ZT[VSI].*|(IID|CLSID)_.*|_ZNK?11TZtSmartPtrI.*|"
+                              "_Z(N|ThnN?[0-9]+_N)(22CZtaAudioSamplesEngine|29CZtaAudioSamplesEngineFactory)"
+                              "(14QueryInterfaceERK5_GUIDPPv|6AddRefEv|7ReleaseEv)");
+    for (const Symbol& symbol : Symbols("--dynamic --defined-only")) {
+        if (std::strchr("WwVv", symbol.type) != nullptr) {
+            EXPECT_TRUE(std::regex_match(symbol.name, expected)) << symbol.name;
         }
     }
+}
+
+TEST(ModuleFile, ImportsWeaklyWhatMayBeMissing)
+{
+    SKIP_IF_INSTRUMENTED();
+    const std::regex expected("_Z8ZtLogger.*|_ITM_.*|__gmon_start__|__cxa_finalize@.*|__cxa_pure_virtual@.*");
+    for (const Symbol& symbol : Symbols("--dynamic --undefined-only")) {
+        if (std::strchr("wv", symbol.type) != nullptr) {
+            EXPECT_TRUE(std::regex_match(symbol.name, expected)) << symbol.name;
+        }
+    }
+}
+
+/// The slots of a class's table: for each base that has one, an offset, the type information, then its operations.
+struct Table {
+    std::string name;
+    std::vector<unsigned long> slots;
+};
+
+// The first operation of a table is IUnknown's or INonDelegatingUnknown's, or a destructor, which takes two slots.
+const std::vector<Table> kTables = {
+    {"_ZTV8IUnknown", {3}},
+    {"_ZTV15CZtLightUnknown", {5}},
+    {"_ZTV10CZtUnknown", {5}},
+    {"_ZTV15CZtClassFactory", {7}},
+    // IUnknown's three again and the operations, for those who call the class itself; then the interface's own table.
+    {"_ZTV22CZtaAudioSamplesEngine", {5 + 3 + 11, 5 + 11}},
+    {"_ZTV29CZtaAudioSamplesEngineFactory", {5 + 3 + 1, 5 + 1}},
+    {"_ZTV19CPolyphaseResampler", {5, 5}},
+    {"_ZTV11TZtSmartPtrI15IZtAudioSamplesE", {2 + 7}},
+    {"_ZTV11TZtSmartPtrI12IZtAVContentE", {2 + 7}},
+    {"_ZTV16CZtBaseException", {2}},
+    {"_ZTV24CZtSmartPointerException", {2}},
+    {"_ZTV10CZtIniFile", {2}},
+    {"_ZTV23CZtaAudioProcessingUtil", {2}},
+    {"_ZTV19CZtaConvertBitDepth", {2}},
+    {"_ZTV19CZtaConvertDataType", {2}},
+    {"_ZTV13CZtaApplyFade", {2}},
+    {"_ZTV15CZtaApplyVolume", {2}},
+    {"_ZTV23CZtaConvertMonoToStereo", {2}},
+    {"_ZTV23CZtaConvertStereoToMono", {2}},
+    {"_ZTV20CZtaConvertMonoToMux", {2}},
+    {"_ZTV22CZtaConvertStereoToMux", {2}},
+    {"_ZTV20CZtaConvertMuxToMono", {2}},
+    {"_ZTV22CZtaConvertMuxToStereo", {2}},
+    {"_ZTV17CZtaResampleAudio", {2}},
+};
+
+TEST(ModuleFile, HasTablesOfThePromisedSlotsAndNoOthers)
+{
+    SKIP_IF_INSTRUMENTED();
+    std::map<std::string, unsigned long> expected;
+    for (const Table& table : kTables) {
+        unsigned long bytes = 0;
+        for (const unsigned long slots : table.slots) {
+            bytes += 8 * (2 + slots);
+        }
+        expected[table.name] = bytes;
+    }
+    std::map<std::string, unsigned long> found;
+    for (const std::string& line : Inspect("nm --dynamic --defined-only --print-size")) {
+        const auto words = Words(line);
+        if (words.size() == 4 && words[3].rfind("_ZTV", 0) == 0) {
+            found[words[3]] = std::stoul(words[1], nullptr, 16);
+        }
+    }
+    EXPECT_EQ(found, expected);
 }
 
 } // namespace

@@ -15,6 +15,8 @@ typedef struct Guid {
 static const Guid kClassEngine = {0x45F20097, 0xF519, 0x4DCF, {0x80, 0xD8, 0xCC, 0x0D, 0x06, 0xCB, 0xF2, 0x59}};
 static const Guid kEngineFactory = {0x8593F6A8, 0x4042, 0x42B9, {0x86, 0xD0, 0x71, 0x60, 0xA7, 0x5F, 0x5F, 0x87}};
 static const Guid kContent = {0xE7906166, 0x30F4, 0x4F30, {0xAE, 0x1E, 0x2F, 0xCF, 0xAE, 0x96, 0x93, 0x30}};
+static const Guid kUnknown = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+static const Guid kEngine = {0x1E3A4C45, 0xA1AD, 0x4385, {0xA6, 0x50, 0x1C, 0x3D, 0xB4, 0x28, 0xF3, 0xCB}};
 static const Guid kClassFactory = {0x00000001, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 #define UNKNOWN_SLOTS                                                                                                  \
@@ -416,6 +418,7 @@ void c_host_init(CHost* host)
 }
 
 int DllGetClassObject(const Guid* class_id, const Guid* interface_id, void** result);
+int DllCanUnloadNow(void);
 
 int c_create_engine(CHost* host, void** engine, unsigned long* factory_references_left)
 {
@@ -448,7 +451,52 @@ int c_duplicate(void* engine, CBuffer* source, unsigned long source_offset, CBuf
         ->duplicate(engine, source, source_offset, destination, destination_offset, length);
 }
 
+unsigned long c_add_ref(void* object)
+{
+    return SLOTS_OF(UnknownSlots, object)->add_ref(object);
+}
+
 unsigned long c_release(void* object)
 {
     return SLOTS_OF(UnknownSlots, object)->release(object);
+}
+
+int c_query_unknown(void* object, void** result)
+{
+    return SLOTS_OF(UnknownSlots, object)->query_interface(object, &kUnknown, result);
+}
+
+int c_query_engine(void* object, void** result)
+{
+    return SLOTS_OF(UnknownSlots, object)->query_interface(object, &kEngine, result);
+}
+
+int c_lock_server(CLock* result)
+{
+    void* class_factory = NULL;
+    const ClassFactorySlots* slots;
+    const int status = DllGetClassObject(&kClassEngine, &kClassFactory, &class_factory);
+    if (status < 0) {
+        return status;
+    }
+    slots = SLOTS_OF(ClassFactorySlots, class_factory);
+    result->locked = slots->lock_server(class_factory, 1);
+    slots->release(class_factory);
+    result->can_unload_locked = DllCanUnloadNow();
+    DllGetClassObject(&kClassEngine, &kClassFactory, &class_factory);
+    slots = SLOTS_OF(ClassFactorySlots, class_factory);
+    result->unlocked = slots->lock_server(class_factory, 0);
+    result->can_unload_unlocked = DllCanUnloadNow();
+    slots->release(class_factory);
+    result->can_unload_released = DllCanUnloadNow();
+    return 0;
+}
+
+int c_create_resampler(void* engine, unsigned int channels, void** stream)
+{
+    uint32_t input[6] = {24, 0, 1, 44100, 16, 16};
+    uint32_t output[6] = {24, 0, 1, 48000, 16, 16};
+    input[1] = channels;
+    output[1] = channels;
+    return SLOTS_OF(EngineSlots, engine)->create_resampler(engine, input, output, stream);
 }

@@ -59,7 +59,27 @@ int c_create_engine(CHost* host, void** engine, unsigned long* factory_reference
 int c_copy(void* engine, CBuffer* source, CBuffer* destination);
 int c_duplicate(void* engine, CBuffer* source, unsigned long source_offset, CBuffer* destination,
                 unsigned long destination_offset, unsigned long length);
+unsigned long c_add_ref(void* object);
 unsigned long c_release(void* object);
+
+/* QueryInterface of IUnknown, or what stands in its slot, for IUnknown and for the engine's interface. */
+int c_query_unknown(void* object, void** result);
+int c_query_engine(void* object, void** result);
+
+/* What LockServer of the module's class factory returns, and DllCanUnloadNow while it is locked, unlocked and released.
+ */
+typedef struct CLock {
+    int locked;
+    int unlocked;
+    int can_unload_locked;
+    int can_unload_unlocked;
+    int can_unload_released;
+} CLock;
+
+int c_lock_server(CLock* result);
+
+/* A stream from 44100 to 48000 Hz. */
+int c_create_resampler(void* engine, unsigned int channels, void** stream);
 
 #ifdef __cplusplus
 }

@@ -3,8 +3,21 @@
 
 #include "tests/contract/slots.h"
 
+#include "component/exceptions.h"
 #include "component/smart_ptr.h"
 #include "component/unknown.h"
+#include "kernels/bit_depth.h"
+#include "kernels/data_type.h"
+#include "kernels/fade.h"
+#include "kernels/mono_to_mux.h"
+#include "kernels/mono_to_stereo.h"
+#include "kernels/mux_to_mono.h"
+#include "kernels/mux_to_stereo.h"
+#include "kernels/stereo_to_mono.h"
+#include "kernels/stereo_to_mux.h"
+#include "kernels/volume.h"
+#include "resampler/resample_audio.h"
+#include "support/ini_file.h"
 
 #include <zta/zta.h>
 
@@ -151,7 +164,10 @@ TEST(Slots, Engine)
 /// Says what a destructor did: whether it ran, and whether it gave the memory back.
 template <class Base>
 struct Destroyed : Base {
-    explicit Destroyed(int& count) : Base(), destroyed(count) {}
+    template <class... Arguments>
+    explicit Destroyed(int& count, const Arguments&... arguments) : Base(arguments...), destroyed(count)
+    {
+    }
     ~Destroyed() override { ++destroyed; }
 
     static void* operator new(std::size_t, void* place) { return place; }
@@ -162,17 +178,17 @@ struct Destroyed : Base {
     static inline int freed = 0;
 };
 
-template <class Base>
-void ExpectDestructorSlots(int complete, int deleting)
+template <class Base, class... Arguments>
+void ExpectDestructorSlots(int complete, int deleting, const Arguments&... arguments)
 {
     using Object = Destroyed<Base>;
     Object::freed = 0;
     int destroyed = 0;
     alignas(Object) unsigned char place[sizeof(Object)];
-    slots_destroy(static_cast<Base*>(new (place) Object(destroyed)), complete);
+    slots_destroy(static_cast<Base*>(new (place) Object(destroyed, arguments...)), complete);
     EXPECT_EQ(destroyed, 1);
     EXPECT_EQ(Object::freed, 0);
-    slots_destroy(static_cast<Base*>(new (place) Object(destroyed)), deleting);
+    slots_destroy(static_cast<Base*>(new (place) Object(destroyed, arguments...)), deleting);
     EXPECT_EQ(destroyed, 2);
     EXPECT_EQ(Object::freed, 1);
 }
@@ -233,6 +249,38 @@ TEST(Slots, SmartPointers)
     ExpectSmartPointerSlots<IZtAVContent>();
 }
 
+TEST(Slots, ClassesWithoutAnInterfaceHaveTheirDestructorsOnly)
+{
+    ExpectDestructorSlots<CZtBaseException>(0, 1, std::string("text"));
+    ExpectDestructorSlots<CZtSmartPointerException>(0, 1, std::string("text"));
+    ExpectDestructorSlots<CZtIniFile>(0, 1, std::string(), false);
+    ExpectDestructorSlots<CZtaAudioProcessingUtil>(0, 1);
+    ExpectDestructorSlots<CZtaConvertBitDepth>(0, 1);
+    ExpectDestructorSlots<CZtaConvertDataType>(0, 1);
+    ExpectDestructorSlots<CZtaApplyFade>(0, 1);
+    ExpectDestructorSlots<CZtaApplyVolume>(0, 1);
+    ExpectDestructorSlots<CZtaConvertMonoToStereo>(0, 1);
+    ExpectDestructorSlots<CZtaConvertStereoToMono>(0, 1);
+    ExpectDestructorSlots<CZtaConvertMonoToMux>(0, 1);
+    ExpectDestructorSlots<CZtaConvertStereoToMux>(0, 1);
+    ExpectDestructorSlots<CZtaConvertMuxToMono>(0, 1);
+    ExpectDestructorSlots<CZtaConvertMuxToStereo>(0, 1);
+    ExpectDestructorSlots<CZtaResampleAudio>(0, 1);
+}
+
+TEST(Slots, TheModulesClassFactoryLocks)
+{
+    const int before = g_i32Objects;
+    CLock lock{};
+    ASSERT_EQ(c_lock_server(&lock), 0);
+    EXPECT_EQ(lock.locked, 0);
+    EXPECT_EQ(lock.can_unload_locked, 1);
+    EXPECT_EQ(lock.unlocked, 0);
+    EXPECT_EQ(lock.can_unload_unlocked, 1);
+    EXPECT_EQ(lock.can_unload_released, 0);
+    EXPECT_EQ(g_i32Objects, before);
+}
+
 /// An engine on a host in C.
 class CHostSlots : public testing::Test {
 protected:
@@ -285,6 +333,49 @@ TEST_F(CHostSlots, TheHostEngineIsAskedForItsBuffersAndNothingElse)
     EXPECT_EQ(host_.alive, 131);
     const std::vector<std::uint32_t> request(std::begin(host_.request), std::end(host_.request));
     EXPECT_EQ(request, (std::vector<std::uint32_t>{56, 0, 192000, 0, 0, 1, 0, 24, 2, 1, 48000, 32, 32, 0}));
+}
+
+TEST_F(CHostSlots, TheEngineHasTwoTablesAndOneCount)
+{
+    // Its own, of the non-delegating unknown, and 24 bytes behind it the service interface's.
+    void* owning = static_cast<char*>(engine_) - 24;
+    void* result = nullptr;
+    EXPECT_EQ(c_query_unknown(engine_, &result), 0);
+    EXPECT_EQ(result, owning);
+    EXPECT_EQ(c_query_engine(owning, &result), 0);
+    EXPECT_EQ(result, engine_);
+    EXPECT_EQ(c_add_ref(owning), 4U);
+    EXPECT_EQ(c_release(engine_), 3U);
+    EXPECT_EQ(c_release(owning), 2U);
+    EXPECT_EQ(c_release(owning), 1U);
+    slots_destroy(engine_, 4);
+    engine_ = nullptr;
+    EXPECT_EQ(host_.alive, 0);
+}
+
+TEST_F(CHostSlots, AStreamHasTwoTablesAndCountsInTheFirst)
+{
+    const int before = g_i32Objects;
+    for (const unsigned long offset : {0UL, 8UL}) {
+        void* stream = nullptr;
+        ASSERT_EQ(c_create_resampler(engine_, 2, &stream), 0);
+        EXPECT_EQ(g_i32Objects, before + 1);
+        EXPECT_EQ(c_add_ref(stream), 2U);
+        EXPECT_EQ(c_release(stream), 1U);
+        void* result = nullptr;
+        EXPECT_EQ(c_query_unknown(stream, &result), 0);
+        EXPECT_EQ(result, stream);
+
+        // The count of the second table is the frame's, which nobody uses.
+        void* frame = static_cast<char*>(stream) + 8;
+        EXPECT_EQ(c_add_ref(frame), 1U);
+        EXPECT_EQ(c_query_unknown(frame, &result), 0);
+        EXPECT_EQ(result, frame);
+        EXPECT_EQ(c_release(frame), 1U);
+
+        slots_destroy(static_cast<char*>(stream) + offset, 4);
+        EXPECT_EQ(g_i32Objects, before);
+    }
 }
 
 // In the order strings, letter by slot: a QueryInterface, d and e the marks, f and g the signals, h and i SetErrorCode

@@ -204,6 +204,20 @@ TEST_P(ConversionLoop, ReadsAndWritesNothingBesideItsSamples)
     }
 }
 
+TEST_P(ConversionLoop, GivesASampleTheSameBytesAloneAndAtEveryPlaceInARow)
+{
+    const Bytes samples = RandomSamples(3 * kMaxSamples);
+    const Bytes row = Result(samples);
+    for (std::size_t first = 0; first < 2 * kMaxSamples; ++first) {
+        const auto at = samples.begin() + static_cast<std::ptrdiff_t>(first * conversion_.in);
+        for (const std::size_t count : {std::size_t{1}, 5 + first % 90}) {
+            const Bytes part = Result(Bytes(at, at + static_cast<std::ptrdiff_t>(count * conversion_.in)));
+            const auto expected = row.begin() + static_cast<std::ptrdiff_t>(first * conversion_.out);
+            ASSERT_TRUE(std::equal(part.begin(), part.end(), expected)) << count << " samples from " << first << " on";
+        }
+    }
+}
+
 TEST_P(ConversionLoop, LeavesItsInputAlone)
 {
     const Bytes samples = RandomSamples(kMaxSamples);

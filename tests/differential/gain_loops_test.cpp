@@ -190,6 +190,34 @@ TEST_P(GainLoop, TakesItsLimitsFromEachLane)
     }
 }
 
+/// Up to a gain of 1 nothing can exceed the limits, so that the loop may leave them out; one step above it can.
+TEST_P(GainLoop, LimitsFromTheFirstGainAboveOneOn)
+{
+    const Words extremes = {0x7FFFFFFF, 0x80000000, 0x7FFFFF00, 0x80000100, 0xFFFFFFFF, 0x7FFFFFE0, 0x8000001F};
+    for (const std::size_t passes : {1UL, 2UL, 3UL, 4UL, 5UL, 17UL, 64UL, 129UL}) {
+        Words input(passes * groups_ * 4);
+        for (std::size_t i = 0; i < input.size(); ++i) {
+            input[i] = extremes[i % extremes.size()];
+        }
+        const auto last = static_cast<std::int32_t>(passes) - 1;
+        for (const std::int32_t increment : {-2, -1, 0, 1, 2}) {
+            for (const std::int32_t end : {4094, 4095, 4096, 4097, 4098, 4200}) {
+                for (const std::size_t lane : {std::size_t{0}, groups_ * 4 - 2, groups_ * 4 - 1}) {
+                    Settings settings(groups_);
+                    for (std::size_t i = 0; i < settings.Lanes(); ++i) {
+                        settings.Gain(i) = 1000;
+                    }
+                    settings.Gain(lane) = end - last * increment;
+                    settings.Increment(lane) = increment;
+                    Words output(input.size());
+                    Run(input.data(), output.data(), input.size(), settings);
+                    ASSERT_EQ(output, Expected(input, settings)) << passes << " passes to " << end << ", " << lane;
+                }
+            }
+        }
+    }
+}
+
 TEST_P(GainLoop, MultipliesByTheLowBitsOfAGain)
 {
     Settings settings(groups_);

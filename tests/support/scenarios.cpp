@@ -281,6 +281,7 @@ const std::vector<ScenarioRow>& Scenarios()
         DuplicateRow("Run", {Pcm16(1), 100, true, false}, {Pcm16(1), 100}, 20, 40, 60),
         DuplicateRow("BeyondTheSource", {Pcm16(1), 100}, {Pcm16(1), 200}, 180, 0, 21),
         DuplicateRow("BeyondTheDestination", {Pcm16(1), 100}, {Pcm16(1), 50}, 0, 90, 11),
+        DuplicateRow("Relabelled", {Pcm20In32(2), 10}, {Pcm20In32(2), 10}, 0, 0, 80),
 
         MonoToStereoRow("Direct", {Pcm16(1), 300}, {Pcm16(1), 300}, {Pcm16(2), 300}),
         MonoToStereoRow("Packed", {Pcm24In24(1), 300}, {Pcm24In24(1), 300}, {Pcm24In24(2), 300}),
@@ -299,6 +300,7 @@ const std::vector<ScenarioRow>& Scenarios()
                         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
         StereoToMonoRow("TooSmall", {Pcm16(2), 300}, {Pcm16(1), 299}, {Pcm16(1), 299},
                         ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+        StereoToMonoRow("Relabelled", {Pcm20In32(2), 10}, {Pcm20In32(1), 10}, {Pcm20In32(1), 10}),
 
         VolumeRow("Mono", {Pcm24In32(1), 301}, {Pcm24In32(1), 301}, 1),
         VolumeRow("Stereo", {Pcm24In32(2), 301}, {Pcm24In32(2), 301}, 2),

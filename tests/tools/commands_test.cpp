@@ -114,6 +114,33 @@ TEST(Info, TellsOfATruncatedFile)
     EXPECT_TRUE(Has(run.output, "  truncated  1000 bytes of samples are missing\n")) << run.output;
 }
 
+TEST(Info, NamesTheModulesLoopsWithoutFiles)
+{
+    const RunResult chosen = RunTool({"info"});
+    EXPECT_EQ(chosen.exitCode, 0) << chosen.errors;
+    EXPECT_TRUE(chosen.output.starts_with(kModule + "\n  loops      ")) << chosen.output;
+    const RunResult plain = RunTool({"info", "--loops", "plain"});
+    EXPECT_EQ(plain.exitCode, 0) << plain.errors;
+    EXPECT_EQ(plain.output, kModule + "\n  loops      plain\n");
+}
+
+TEST(Loops, AreTheOnesThatTheUserNames)
+{
+    const TempDirectory folder;
+    WriteSound(folder.File("a.wav"), Noise(SF_FORMAT_PCM_16, 2, 4800));
+    const auto Convert = [&](const std::string& out, const std::string& loops) {
+        return RunTool({"--loops", loops, "convert", folder.File("a.wav"), folder.File(out), "--format", "24in32"});
+    };
+    EXPECT_EQ(Convert("plain.wav", "plain").exitCode, 0);
+    EXPECT_EQ(RunTool({"convert", folder.File("a.wav"), folder.File("b.wav"), "--format", "24in32"}).exitCode, 0);
+    ExpectSame(ReadSound(folder.File("b.wav")), ReadSound(folder.File("plain.wav")));
+
+    const RunResult refused = Convert("c.wav", "avx3");
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.errors, "ztaudio: --loops avx3: no such loops, or this processor does not run them\n");
+    EXPECT_FALSE(std::filesystem::exists(folder.File("c.wav")));
+}
+
 class Registration : public ::testing::Test {
 protected:
     std::string Line() const { return " {45F20097-F519-4DCF-80D8CC0D06CBF259}=" + kModule + "\n"; }

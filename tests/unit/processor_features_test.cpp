@@ -158,6 +158,45 @@ TEST(LoopTargets, AreChosenByTheirFeaturesInOrder)
     EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "plain");
 }
 
+TEST(LoopTargets, TakeAvx512OnlyWholeAndWithTheSystemsConsent)
+{
+    SZtaProcessorWords words = WithAvx2();
+    words.sLeaf7.ulEbx |= Bit(16) | Bit(17) | Bit(30) | Bit(31);
+    words.ui64Xcr0 = 0xE7;
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "avx512");
+    for (const int bit : {16, 17, 30, 31}) {
+        SZtaProcessorWords less = words;
+        less.sLeaf7.ulEbx &= ~Bit(bit);
+        EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(less)).pszName, "avx2") << bit;
+    }
+    for (const int bit : {5, 6, 7}) {
+        SZtaProcessorWords less = words;
+        less.ui64Xcr0 &= ~std::uint64_t{Bit(bit)};
+        EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(less)).pszName, "avx2") << bit;
+    }
+    words.sLeaf1.ulEcx &= ~Bit(12); // without FMA
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "plain");
+}
+
+TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
+{
+    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+        EXPECT_EQ(ZtaFindLoops(target.psLoops->pszName, target.ui64Features), target.psLoops);
+        for (int bit = 0; bit < 64; ++bit) {
+            const std::uint64_t needed = target.ui64Features & std::uint64_t{1} << bit;
+            if (needed != 0) {
+                EXPECT_EQ(ZtaFindLoops(target.psLoops->pszName, target.ui64Features & ~needed), nullptr) << bit;
+            }
+        }
+    }
+    const std::uint64_t avx2 = ZtaFeaturesOfProcessor(WithAvx2());
+    EXPECT_EQ(ZtaFindLoops(nullptr, avx2), &ZtaChooseLoops(avx2));
+    EXPECT_EQ(ZtaFindLoops("avx512", avx2), nullptr);
+    for (const char* name : {"", "avx", "avx22", "AVX2", "plain "}) {
+        EXPECT_EQ(ZtaFindLoops(name, ~std::uint64_t{0}), nullptr) << name;
+    }
+}
+
 TEST(LoopTargets, EndWithThePlainFormThatTakesNothing)
 {
     const SZtaLoopTarget& last = *std::prev(std::end(g_asLoopTargets));

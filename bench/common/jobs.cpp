@@ -1,0 +1,100 @@
+#include "bench/common/jobs.h"
+
+#include <cstring>
+#include <vector>
+
+namespace bench {
+
+namespace {
+
+using Set = std::shared_ptr<BufferSet>;
+
+Set MakeSet(const Side& side)
+{
+    return std::make_shared<BufferSet>(side);
+}
+
+} // namespace
+
+Job CopyJob(const Engine& engine, const Side& in, const Side& out, bool fades)
+{
+    const Set source = MakeSet(in);
+    source->AskForFades(fades, fades);
+    return [&engine, source, target = MakeSet(out)] {
+        engine.Require(engine->CopyAudioSamples(source->One(), target->One()));
+    };
+}
+
+Job VolumeJob(const Engine& engine, const Side& in, const Side& out, float start, float end)
+{
+    const Set source = MakeSet(in);
+    const Set target = in.planes == out.planes ? source : MakeSet(out);
+    std::vector<SZtAudioMonoVolumeInfo> ramps(in.Channels(), {0, start, end});
+    return [&engine, source, target, ramps]() mutable {
+        engine.Require(engine->ApplyVolume(source->One(), target->One(), ramps.data(), ramps.size()));
+    };
+}
+
+Job MuxJob(const Engine& engine, const Side& planes, const Side& mux, bool joins)
+{
+    const Set many = MakeSet(planes);
+    const Set one = MakeSet(mux);
+    const bool mono = planes.channelsOfPlane == 1;
+    if (joins) {
+        const auto join = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
+                               : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
+        return [&engine, many, one, join] {
+            engine.Require((engine.Get().*join)(many->Array(), many->Count(), one->One(), nullptr, 0));
+        };
+    }
+    const auto split = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
+                            : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
+    return [&engine, many, one, split] {
+        engine.Require((engine.Get().*split)(one->One(), many->Array(), many->Count(), nullptr, 0));
+    };
+}
+
+Job StereoJob(const Engine& engine, const Side& monos, const Side& stereo, bool joins)
+{
+    const Set many = MakeSet(monos);
+    const Set one = MakeSet(stereo);
+    if (joins) {
+        return [&engine, many, one] {
+            engine.Require(engine->CopyAudioSamplesMonoToStereo(many->Array()[0], many->Array()[1], one->One()));
+        };
+    }
+    return [&engine, many, one] {
+        engine.Require(engine->CopyAudioSamplesStereoToMono(one->One(), many->Array()[0], many->Array()[1]));
+    };
+}
+
+EngineStream::EngineStream(const Engine& engine, const Rates& rates, std::size_t frames, Content content)
+    : engine_(engine), channels_(rates.channels),
+      memory_(std::make_shared<Memory>(4 * Memory::RoomFor(2 * (2 * frames + 2) * channels_, Placement::Spread))),
+      in_(MakeSide(memory_, Sample::Int16, channels_, 1, frames, Placement::Spread)),
+      out_(MakeSide(memory_, Sample::Int16, channels_, 1, 2 * frames + 2, Placement::Spread)), source_(in_, rates.from),
+      target_(out_, rates.to)
+{
+    SZtaWaveFormatInfo from = FormatOf(Sample::Int16, channels_, rates.from);
+    SZtaWaveFormatInfo to = FormatOf(Sample::Int16, channels_, rates.to);
+    engine_.Require(engine_->CreateAudioResampler(&from, &to, stream_.Put()));
+    Fill(in_, Content::Silence);
+    Call(keZtAudioResamplerModeRestart);
+    Fill(in_, content);
+}
+
+void EngineStream::Call(EZtAudioResamplerMode mode)
+{
+    engine_.Require(engine_->ProcessAudioResampler(source_.One(), target_.One(), mode, stream_.Get()));
+}
+
+std::size_t EngineStream::Process(const std::int16_t* in, std::int16_t* out)
+{
+    std::memcpy(in_.planes.front(), in, in_.Bytes());
+    Call();
+    const std::size_t bytes = target_.First().Length();
+    std::memcpy(out, out_.planes.front(), bytes);
+    return bytes / 2 / channels_;
+}
+
+} // namespace bench

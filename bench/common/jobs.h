@@ -1,0 +1,56 @@
+/// Calls of the engine's operations on fixed buffers, ready to be repeated. A job throws when the engine refuses.
+#pragma once
+
+#include "bench/common/host.h"
+#include "bench/common/measure.h"
+#include "bench/common/sound.h"
+
+#include <memory>
+
+namespace bench {
+
+/// CopyAudioSamples, with both fades or none.
+Job CopyJob(const Engine& engine, const Side& in, const Side& out, bool fades = false);
+
+/// ApplyVolume, with the same ramp on all channels; in place where both sides are one.
+Job VolumeJob(const Engine& engine, const Side& in, const Side& out, float start, float end);
+
+/// One of the four mux operations: from planes of one or two channels to the mux if it `joins`, else back.
+Job MuxJob(const Engine& engine, const Side& planes, const Side& mux, bool joins);
+
+/// CopyAudioSamplesMonoToStereo, or CopyAudioSamplesStereoToMono.
+Job StereoJob(const Engine& engine, const Side& monos, const Side& stereo, bool joins);
+
+struct Rates {
+    std::uint32_t from;
+    std::uint32_t to;
+    std::uint32_t channels;
+};
+
+/// A stream of the engine's resampler over buffers of its own.
+class EngineStream {
+public:
+    EngineStream(const Engine& engine, const Rates& rates, std::size_t frames, Content content = Content::Noise);
+
+    /// Goes on with the samples that are there.
+    void Call() { Call(keZtAudioResamplerModeContinue); }
+
+    /// Goes on with these samples, as many frames as a buffer has. Returns the frames that came out.
+    std::size_t Process(const std::int16_t* in, std::int16_t* out);
+
+    const Side& In() const { return in_; }
+
+private:
+    void Call(EZtAudioResamplerMode mode);
+
+    const Engine& engine_;
+    std::uint32_t channels_;
+    std::shared_ptr<Memory> memory_;
+    Side in_;
+    Side out_;
+    BufferSet source_;
+    BufferSet target_;
+    zta::host::Ref<IUnknown> stream_;
+};
+
+} // namespace bench

@@ -1,0 +1,21 @@
+/// What the library makes of a sample, bit for bit, written without a thought of speed. The checks of the library's own
+/// results use it; the other libraries are held against the true value, see WithinTolerance.
+#pragma once
+
+#include "bench/common/sound.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace bench {
+
+std::vector<std::byte> Converted(const Side& in, const Side& out);
+
+/// The samples of `in` in the order of the planes of `out`.
+std::vector<std::byte> Moved(const Side& in, const Side& out);
+
+/// 24-in-32 under one ramp for each channel, from `start` towards `end`.
+std::vector<std::byte> Scaled(const Side& in, double start, double end);
+
+} // namespace bench

@@ -1,0 +1,98 @@
+/// The library beside its limits and its peers: one process, one processor, contenders in turns. `make bench` runs it.
+#include "bench/peers/result.h"
+#include "bench/peers/works_resampling.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+namespace {
+
+using namespace bench;
+
+std::vector<WorkRow> AllWorks(const Bench& bench)
+{
+    std::vector<WorkRow> rows;
+    for (const auto add : {AddConversions, AddMuxes, AddGains, AddMultiFormatsAndFades, AddResampling, AddContents,
+                           AddCallCost, AddEngines}) {
+        add(rows, bench);
+    }
+    return rows;
+}
+
+struct Options {
+    std::string module = ZTA_MODULE_PATH;
+    std::string revision = "revision unknown";
+    double seconds = 1.0;
+    std::vector<std::string> filters;
+    std::string json;
+    std::string document;
+    bool list = false;
+};
+
+bool Wanted(const WorkRow& row, const std::vector<std::string>& filters)
+{
+    const std::string text = row.family + ": " + row.name;
+    return filters.empty() || std::any_of(filters.begin(), filters.end(), [&](const std::string& filter) {
+               return text.find(filter) != std::string::npos;
+           });
+}
+
+int Run(const Options& options)
+{
+    PinToProcessor(0);
+    zta::host::Module module(options.module);
+    const auto peers = MakePeers();
+    Engine spread(module, Placement::Spread);
+    Engine samePage(module, Placement::SamePage);
+    const Bench bench{module, spread, samePage, peers};
+    const std::vector<WorkRow> rows = AllWorks(bench);
+    Report report;
+    if (options.list) {
+        for (const WorkRow& row : rows) {
+            std::printf("%s: %s\n", row.family.c_str(), row.name.c_str());
+        }
+        return 0;
+    }
+    report.surroundings = LookAround(bench, options.revision);
+    PrintHead(report.surroundings);
+    for (const WorkRow& row : rows) {
+        if (Wanted(row, options.filters)) {
+            report.results.push_back(Measure(row, options.seconds));
+            PrintResult(report.results.back());
+        }
+    }
+    report.qualities = MeasureQualities(bench);
+    PrintQualities(report.qualities);
+    PrintSummary(report);
+    if (!options.json.empty()) {
+        WriteJson(report, options.json);
+    }
+    if (!options.document.empty()) {
+        const std::filesystem::path here(ZTA_BENCH_PEERS_PATH);
+        WriteDocument(report, here / "performance.md.in", here / "distances.txt", options.document);
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    CLI::App app("Measures the library beside copies of the same bytes and beside other libraries.");
+    app.add_option("--module", options.module, "the library's file")->capture_default_str();
+    app.add_option("--seconds", options.seconds, "time for each work")->capture_default_str();
+    app.add_option("--filter", options.filters, "only works whose name holds this text");
+    app.add_option("--json", options.json, "write the results into this file");
+    app.add_option("--document", options.document, "write the document into this file, its charts beside it");
+    app.add_option("--revision", options.revision, "what the document says of the library's revision");
+    app.add_flag("--list", options.list, "name the works, and measure nothing");
+    CLI11_PARSE(app, argc, argv);
+    try {
+        return Run(options);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return EXIT_FAILURE;
+    }
+}

@@ -1,0 +1,46 @@
+/// Other libraries that do some of the same jobs. Each has a file of its own, the only one that includes its headers.
+#pragma once
+
+#include "bench/common/jobs.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// A stream of interleaved 16-bit samples: takes all of the input and returns how many frames came out.
+using Stream =
+    std::function<std::size_t(const std::int16_t* in, std::size_t frames, std::int16_t* out, std::size_t capacity)>;
+
+struct StreamMaker {
+    std::string name;
+    std::function<Stream(const Rates& rates, std::size_t mostFrames)> make;
+};
+
+/// What a peer does not do, it answers with an empty job.
+class Peer {
+public:
+    virtual ~Peer() = default;
+    virtual std::string Name() const = 0;
+    virtual std::string Version() const = 0;
+
+    /// All of `in` into `out`: another sample format, another layout of the same channels, or both.
+    virtual Job Convert(const Side& in, const Side& out) const;
+    /// A constant gain on all samples, in place, with saturation.
+    virtual Job Gain(const Side& side, double gain) const;
+    /// The resamplers at the settings that are worth a comparison.
+    virtual std::vector<StreamMaker> Resamplers() const;
+};
+
+std::unique_ptr<Peer> MakeSwresample();
+std::unique_ptr<Peer> MakeGStreamer();
+std::unique_ptr<Peer> MakeSamplerate();
+std::unique_ptr<Peer> MakeSoxr();
+std::unique_ptr<Peer> MakeSpeex();
+std::unique_ptr<Peer> MakeZita();
+
+std::vector<std::unique_ptr<Peer>> MakePeers();
+
+} // namespace bench

@@ -1,0 +1,147 @@
+#include "bench/peers/result.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <limits>
+#include <stdexcept>
+
+#include <sys/utsname.h>
+#include <unistd.h>
+
+namespace bench {
+
+namespace {
+
+/// The contender's result, looked at before its time is.
+std::optional<std::string> WrongResult(const Work& work, const Contender& contender)
+{
+    if (!contender.check) {
+        return std::nullopt;
+    }
+    work.prepare();
+    try {
+        contender.once();
+        return contender.check();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+}
+
+std::string Line(const char* path, const char* key)
+{
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with(key)) {
+            const std::size_t colon = line.find_first_of(":=");
+            const std::size_t start = line.find_first_not_of(" \t\"", colon + 1);
+            const std::size_t end = line.find_last_not_of(" \t\"");
+            return start == std::string::npos ? "" : line.substr(start, end - start + 1);
+        }
+    }
+    return "unknown";
+}
+
+std::string Cache(int name)
+{
+    const long bytes = sysconf(name);
+    return bytes > 0 ? std::to_string(bytes / 1024) + " KiB" : "unknown";
+}
+
+const char* WidestInstructions()
+{
+    if (__builtin_cpu_supports("avx512bw")) {
+        return "AVX-512";
+    }
+    return __builtin_cpu_supports("avx2") ? "AVX2" : "no AVX2";
+}
+
+} // namespace
+
+Result Measure(const WorkRow& row, double seconds)
+{
+    Work work = row.make();
+    Result result{row.family, row.name, {}, {}, {}};
+    std::vector<Contender> accepted;
+    for (Contender& contender : work.contenders) {
+        const auto wrong = WrongResult(work, contender);
+        if (!wrong) {
+            accepted.push_back(std::move(contender));
+        } else if (contender.role != Role::Peer && contender.role != Role::Other) {
+            throw std::runtime_error(row.family + ", " + row.name + ", " + contender.name +
+                                     ": wrong result: " + *wrong);
+        } else {
+            result.leftOut.push_back(contender.name + ": " + *wrong);
+        }
+    }
+    if (accepted.empty()) {
+        return result;
+    }
+    work.prepare();
+    std::vector<Timer> timers;
+    for (const Contender& contender : accepted) {
+        timers.push_back(contender.timer);
+    }
+    const Rounds rounds = TakeTurns(timers, {.seconds = seconds, .turnSeconds = work.turnSeconds});
+    for (std::size_t i = 0; i < accepted.size(); ++i) {
+        result.contenders.push_back({accepted[i].name, accepted[i].role, Median(rounds[i])});
+    }
+    for (const Target& target : work.targets) {
+        Verdict verdict{target, std::numeric_limits<double>::infinity(), ""};
+        for (std::size_t i = 1; i < accepted.size(); ++i) {
+            const double ratio = MedianRatio(rounds[i], rounds[0]);
+            if (accepted[i].role == target.against && ratio < verdict.share) {
+                verdict.share = ratio;
+                verdict.against = accepted[i].name;
+            }
+        }
+        if (!verdict.against.empty()) {
+            result.verdicts.push_back(verdict);
+        }
+    }
+    return result;
+}
+
+std::string Phrase(Role role)
+{
+    switch (role) {
+    case Role::Limit:
+        return "of the limit";
+    case Role::Peer:
+        return "times the fastest peer";
+    default:
+        return "of the yardstick";
+    }
+}
+
+std::string Number(double share)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, share < 10 ? "%.2f" : "%.1f", share);
+    return text;
+}
+
+Surroundings LookAround(const Bench& bench, std::string revision)
+{
+    Surroundings found;
+    found.machine = Line("/proc/cpuinfo", "model name") + ", family " + Line("/proc/cpuinfo", "cpu family") +
+                    ", model " + Line("/proc/cpuinfo", "model\t") + ", " + std::to_string(ProcessorCount()) +
+                    " processors, " + WidestInstructions() + "; caches " + Cache(_SC_LEVEL1_DCACHE_SIZE) + ", " +
+                    Cache(_SC_LEVEL2_CACHE_SIZE) + ", " + Cache(_SC_LEVEL3_CACHE_SIZE);
+    utsname name{};
+    uname(&name);
+    found.system = Line("/etc/os-release", "PRETTY_NAME") + ", " + name.sysname + " " + name.release;
+    found.compiler = ZTA_COMPILER;
+    char date[32];
+    const std::time_t now = std::time(nullptr);
+    std::strftime(date, sizeof date, "%Y-%m-%d", std::gmtime(&now));
+    found.date = date;
+    found.revision = std::move(revision);
+    for (const auto& peer : bench.peers) {
+        found.peers.push_back(peer->Version());
+    }
+    return found;
+}
+
+} // namespace bench

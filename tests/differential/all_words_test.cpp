@@ -1,0 +1,105 @@
+// The conversions with arithmetic, on every 32-bit word that there is.
+
+#include "kernels/loops/loops.h"
+#include "tests/support/conversion_models.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+// Optimised code takes some ten seconds for all words, other code and sanitizers take minutes: these go through every
+// 61st stretch of words.
+#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+constexpr std::uint64_t kStride = 1;
+#else
+constexpr std::uint64_t kStride = 61;
+#endif
+constexpr std::uint32_t kStretch = 1u << 13;
+
+std::uint32_t To32f(std::uint32_t word)
+{
+    return std::bit_cast<std::uint32_t>(
+        models::Quotient(static_cast<float>(static_cast<std::int32_t>(word)), 2147483392.0));
+}
+
+/// Towards zero, and 0x80000000 for what does not fit: as models::Truncated, in a form that compilers make vectors of.
+std::uint32_t Truncated(float product)
+{
+    const bool fits = product >= -2147483648.0f && product < 2147483648.0f;
+    return fits ? static_cast<std::uint32_t>(static_cast<std::int64_t>(product)) : 0x80000000;
+}
+
+std::uint32_t To16(std::uint32_t word)
+{
+    return Truncated(std::bit_cast<float>(word) * 32767.0f) & 0xFFFF;
+}
+
+std::uint32_t To24(std::uint32_t word)
+{
+    return Truncated(std::bit_cast<float>(word) * 2147483648.0f);
+}
+
+/// Compares all targets with the law. Output words are compared as they stand in memory.
+template <class Output, class Law>
+void GoThroughAllWords(ZtaConversion SZtaSampleLoops::*loop, Law law)
+{
+    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    std::vector<std::uint32_t> words(kStretch);
+    std::vector<Output> expected(kStretch);
+    std::vector<Output> actual(kStretch);
+    std::uint64_t done = 0;
+    for (std::uint64_t first = 0; first < std::uint64_t{1} << 32; first += kStretch * kStride) {
+        for (std::uint32_t i = 0; i < kStretch; ++i) {
+            words[i] = static_cast<std::uint32_t>(first) + i;
+        }
+        for (std::uint32_t i = 0; i < kStretch; ++i) {
+            expected[i] = static_cast<Output>(law(words[i]));
+        }
+        for (const SZtaLoopTarget& target : g_asLoopTargets) {
+            if (!target.RunsWith(features)) {
+                continue;
+            }
+            (target.psLoops->*loop)(words.data(), actual.data(), kStretch);
+            if (std::memcmp(actual.data(), expected.data(), kStretch * sizeof(Output)) == 0) {
+                continue;
+            }
+            const auto at = std::mismatch(actual.begin(), actual.end(), expected.begin()).first - actual.begin();
+            FAIL() << target.psLoops->pszName << " makes " << actual[static_cast<std::size_t>(at)] << " of word "
+                   << words[static_cast<std::size_t>(at)] << ", expected " << expected[static_cast<std::size_t>(at)];
+        }
+        done += kStretch;
+    }
+    EXPECT_GE(done * kStride, std::uint64_t{1} << 32);
+}
+
+TEST(AllWords, BecomeTheCorrectlyRoundedQuotient)
+{
+    GoThroughAllWords<std::uint32_t>(&SZtaSampleLoops::pfn24To32f, [](std::uint32_t word) { return To32f(word); });
+}
+
+TEST(AllWords, AsFloatsBecomeTheTruncated16BitProduct)
+{
+    GoThroughAllWords<std::uint16_t>(&SZtaSampleLoops::pfn32fTo16, [](std::uint32_t word) { return To16(word); });
+}
+
+TEST(AllWords, AsFloatsBecomeTheTruncated32BitProduct)
+{
+    GoThroughAllWords<std::uint32_t>(&SZtaSampleLoops::pfn32fTo24, [](std::uint32_t word) { return To24(word); });
+}
+
+TEST(AllWords, AreTruncatedByTheModelsLaw)
+{
+    for (const float value : {0.0f, 0.99f, 1.5f, 65536.5f, 2147483520.0f, 2147483648.0f, 1e30f}) {
+        EXPECT_EQ(Truncated(value), models::Truncated(value));
+        EXPECT_EQ(Truncated(-value), models::Truncated(-value));
+    }
+    const float nan = std::bit_cast<float>(0x7FC00000u);
+    EXPECT_EQ(Truncated(nan), models::Truncated(nan));
+}
+
+} // namespace

@@ -1,0 +1,193 @@
+// The loops of the fades of every instruction set that this processor runs, against plain models in wide integers.
+
+#include "kernels/loops/loops.h"
+#include "tests/support/guarded_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr unsigned long kWordCounts[] = {1, 2, 3, 4, 5, 6, 8, 12, 16, 32, 64, 65};
+constexpr std::ptrdiff_t kSteps[] = {1, -1, 0, 2, -3};
+constexpr unsigned long kMaxFrames = 130;
+
+std::int64_t Floor(std::int64_t value, std::int64_t divisor)
+{
+    const std::int64_t quotient = value / divisor;
+    return value % divisor < 0 ? quotient - 1 : quotient;
+}
+
+// What a word becomes. Results of more bits than the word's lose the upper ones.
+
+struct Sample16Model {
+    static constexpr std::int64_t kMostGain = 65535;
+
+    static std::uint16_t Apply(std::uint16_t word, std::uint16_t gain)
+    {
+        return static_cast<std::uint16_t>(Floor(static_cast<std::int16_t>(word) * std::int64_t{gain}, 32768));
+    }
+};
+
+struct StereoFrame16Model {
+    static constexpr std::int64_t kMostGain = 32767;
+
+    static std::uint32_t Apply(std::uint32_t word, std::uint16_t gain)
+    {
+        const auto left = static_cast<std::uint16_t>(word % 65536);
+        const auto right = static_cast<std::uint16_t>(word / 65536);
+        const bool negative = left >= 32768 && gain != 0;
+        return Sample16Model::Apply(left, gain) | Sample16Model::Apply(right, gain) * 65536u | (negative ? 65536u : 0u);
+    }
+};
+
+struct Word24In32Model {
+    static constexpr std::int64_t kMostGain = 0xFFFFFFFF;
+
+    static std::uint32_t Apply(std::uint32_t word, std::uint32_t gain)
+    {
+        const std::int64_t product = std::int64_t{static_cast<std::int32_t>(word)} * static_cast<std::int32_t>(gain);
+        return static_cast<std::uint32_t>(2 * Floor(product, std::int64_t{1} << 32));
+    }
+};
+
+struct MuxWord24In32Model {
+    static constexpr std::int64_t kMostGain = 0xFFFFFFFF;
+
+    static std::uint32_t Apply(std::uint32_t word, std::uint32_t gain)
+    {
+        const auto high = static_cast<std::uint32_t>(Floor(static_cast<std::int32_t>(word), 65536));
+        const auto low = static_cast<std::int32_t>(word % 65536 / 2 * gain);
+        return 2 * (high * gain + static_cast<std::uint32_t>(Floor(low, 32768)));
+    }
+};
+
+template <class Model, class Gain>
+class Fade {
+public:
+    explicit Fade(ZtaFade<Gain> fade) : loop_(fade) {}
+
+    void AtEveryLength()
+    {
+        for (const unsigned long words : kWordCounts) {
+            for (unsigned long frames = 0; frames <= kMaxFrames; ++frames) {
+                for (const std::ptrdiff_t step : kSteps) {
+                    if (std::abs(step) != 1 && frames % 13 != 0) {
+                        continue;
+                    }
+                    const std::size_t bytes = words * frames * sizeof(Word);
+                    ASSERT_NO_FATAL_FAILURE(Check(buffer_.Begin(), words, frames, step, frames % 2 == 0));
+                    ASSERT_NO_FATAL_FAILURE(Check(buffer_.End() - bytes, words, frames, step, frames % 2 != 0));
+                }
+            }
+        }
+    }
+
+    void AtEveryAlignment()
+    {
+        constexpr std::size_t kZone = 64;
+        constexpr std::uint8_t kPoison = 0xA5;
+        for (const unsigned long words : {1UL, 2UL, 4UL, 8UL, 16UL}) {
+            for (std::size_t offset = kZone; offset < kZone + 64; ++offset) {
+                const unsigned long frames = 30 + random_() % 100;
+                const std::size_t end = offset + words * frames * sizeof(Word);
+                std::fill(buffer_.Begin(), buffer_.Begin() + end + kZone, kPoison);
+                ASSERT_NO_FATAL_FAILURE(Check(buffer_.Begin() + offset, words, frames, offset % 2 == 0 ? 1 : -1, true));
+                const auto IsPoison = [](std::uint8_t byte) { return byte == kPoison; };
+                ASSERT_TRUE(std::all_of(buffer_.Begin(), buffer_.Begin() + offset, IsPoison));
+                ASSERT_TRUE(std::all_of(buffer_.Begin() + end, buffer_.Begin() + end + kZone, IsPoison));
+            }
+        }
+    }
+
+private:
+    using Word = decltype(Model::Apply(0, 0));
+
+    /// Most gains are small ones; some are any.
+    Gain RandomGain()
+    {
+        const std::int64_t most = random_() % 4 == 0 ? Model::kMostGain : 32767;
+        constexpr std::int64_t kTelling[] = {0, 1, 16383, 16384, 16385, 32767, 32768, 49151, 49152, 65535};
+        const std::int64_t value = random_() % 4 == 0 ? kTelling[random_() % std::size(kTelling)]
+                                                      : std::uniform_int_distribution<std::int64_t>(0, most)(random_);
+        return static_cast<Gain>(std::min(value, Model::kMostGain));
+    }
+
+    Word RandomWord()
+    {
+        constexpr std::uint32_t kTelling[] = {0,          1,          0xFFFF,     0x7FFF,     0x8000,     0x10000,
+                                              0xFFFFFFFF, 0x7FFFFFFF, 0x80000000, 0x80008000, 0x7FFF8000, 0x00018000};
+        return static_cast<Word>(random_() % 3 == 0 ? kTelling[random_() % std::size(kTelling)] : random_());
+    }
+
+    /// Fades random frames at the given address, with the gains next to a page that must not be touched.
+    void Check(std::uint8_t* at, unsigned long words, unsigned long frames, std::ptrdiff_t step, bool gainsAtEnd)
+    {
+        const std::size_t reach =
+            step == 0 ? 1 : (frames == 0 ? 0 : (frames - 1) * static_cast<std::size_t>(std::abs(step)) + 1);
+        const std::size_t gainBytes = reach * sizeof(Gain);
+        std::uint8_t* const gainsAt = gainsAtEnd ? gains_.End() - gainBytes : gains_.Begin();
+        std::vector<Gain> gains(reach);
+        std::generate(gains.begin(), gains.end(), [this] { return RandomGain(); });
+        if (reach != 0) {
+            std::memcpy(gainsAt, gains.data(), gainBytes);
+        }
+        std::vector<Word> input(words * frames);
+        std::generate(input.begin(), input.end(), [this] { return RandomWord(); });
+        if (!input.empty()) {
+            std::memcpy(at, input.data(), input.size() * sizeof(Word));
+        }
+        const auto* first = reinterpret_cast<const Gain*>(gainsAt) + (step < 0 && reach != 0 ? reach - 1 : 0);
+        loop_(at, words, frames, first, step);
+        for (std::size_t i = 0; i < input.size(); ++i) {
+            Word actual;
+            std::memcpy(&actual, at + i * sizeof(Word), sizeof(Word));
+            const Gain gain = first[static_cast<std::ptrdiff_t>(i / words) * step];
+            ASSERT_EQ(actual, Model::Apply(input[i], gain))
+                << "word " << i << " (" << input[i] << " by " << gain << ") of " << frames << " frames of " << words
+                << ", step " << step;
+        }
+        ASSERT_TRUE(reach == 0 || std::memcmp(gainsAt, gains.data(), gainBytes) == 0) << "the gains have changed";
+    }
+
+    ZtaFade<Gain> loop_;
+    std::mt19937 random_{77};
+    GuardedBuffer buffer_{65 * kMaxFrames * sizeof(Word) + 256};
+    GuardedBuffer gains_{3 * kMaxFrames * sizeof(Gain)};
+};
+
+class FadeLoop : public testing::TestWithParam<std::size_t> {
+protected:
+    void SetUp() override
+    {
+        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+            GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
+        }
+    }
+
+    const SZtaLoopTarget& target_ = g_asLoopTargets[GetParam()];
+};
+
+// The tests of one law.
+#define ZTA_TEST_ROW(law, bytes, gains)                                                                                \
+    TEST_P(FadeLoop, law##GivesTheModelsWordsAtEveryLengthAndReadsNoOtherGain)                                         \
+    {                                                                                                                  \
+        Fade<law##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##law).AtEveryLength();                  \
+    }                                                                                                                  \
+    TEST_P(FadeLoop, law##GivesTheModelsWordsAtEveryAlignmentAndTouchesNoOtherByte)                                    \
+    {                                                                                                                  \
+        Fade<law##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##law).AtEveryAlignment();               \
+    }
+ZTA_FADE_LOOP_LIST(ZTA_TEST_ROW)
+#undef ZTA_TEST_ROW
+
+INSTANTIATE_TEST_SUITE_P(All, FadeLoop, testing::Range(std::size_t{0}, std::size(g_asLoopTargets)),
+                         [](const auto& param) { return std::string(g_asLoopTargets[param.param].psLoops->pszName); });
+
+} // namespace

@@ -1,0 +1,89 @@
+// The choice of the module's sample loops by its exported functions.
+
+#include "kernels/bit_depth.h"
+#include "kernels/loops/loops.h"
+
+#include <zta/sample_loops.h>
+#include <zta/status.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+/// The module's loops and those of this program are two copies of the same lists; they have the same names.
+class SampleLoops : public testing::Test {
+protected:
+    void TearDown() override { ztSelectSampleLoops(nullptr); }
+
+    std::uint64_t features_ = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    std::string preferred_ = ZtaChooseLoops(features_).pszName;
+};
+
+TEST_F(SampleLoops, AreTheWidestOfTheProcessorUnlessOthersAreSelected)
+{
+    EXPECT_EQ(ztGetSampleLoops(), preferred_);
+    EXPECT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
+    EXPECT_STREQ(ztGetSampleLoops(), "plain");
+    EXPECT_EQ(ztSelectSampleLoops(nullptr), ZT_NOERROR);
+    EXPECT_EQ(ztGetSampleLoops(), preferred_);
+}
+
+TEST_F(SampleLoops, CanBeAnyThatTheProcessorRuns)
+{
+    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+        ASSERT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
+        const bool runs = target.RunsWith(features_);
+        const char* name = target.psLoops->pszName;
+        EXPECT_EQ(ztSelectSampleLoops(name), runs ? ZT_NOERROR : ZT_E_INVALID_PARAMETER) << name;
+        EXPECT_STREQ(ztGetSampleLoops(), runs ? name : "plain");
+    }
+}
+
+TEST_F(SampleLoops, StayWhereTheNameIsUnknown)
+{
+    ASSERT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
+    for (const char* name : {"", "avx", "avx5120", "Plain", "plain "}) {
+        EXPECT_EQ(ztSelectSampleLoops(name), ZT_E_INVALID_PARAMETER) << name;
+        EXPECT_STREQ(ztGetSampleLoops(), "plain");
+    }
+}
+
+TEST_F(SampleLoops, GiveTheSameSamplesAndMayChangeWhileAnOperationRuns)
+{
+    constexpr unsigned long kFrames = 20'011;
+    std::vector<std::int16_t> input(kFrames * 2);
+    for (std::size_t i = 0; i < input.size(); ++i) {
+        input[i] = static_cast<std::int16_t>(i * 40503);
+    }
+    std::vector<float> expected(input.size());
+    std::vector<float> output(input.size());
+    CZtaConvertBitDepth kernel;
+    ASSERT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
+    kernel.ConvertBitDepthStereo16To32f(kFrames, input.data(), expected.data());
+
+    std::atomic<bool> done = false;
+    std::thread changer([&done] {
+        while (!done) {
+            for (const SZtaLoopTarget& target : g_asLoopTargets) {
+                ztSelectSampleLoops(target.psLoops->pszName);
+            }
+        }
+    });
+    int different = 0;
+    for (int i = 0; i < 300; ++i) {
+        output.assign(output.size(), -2.0f);
+        kernel.ConvertBitDepthStereo16To32f(kFrames, input.data(), output.data());
+        different += std::memcmp(output.data(), expected.data(), output.size() * sizeof(float)) != 0 ? 1 : 0;
+    }
+    done = true;
+    changer.join();
+    EXPECT_EQ(different, 0);
+}
+
+} // namespace

@@ -22,14 +22,20 @@ public:
     /// Writes a call down, runs the hook, and returns 0 or the failure to inject.
     int Enter(const std::string& entry);
 
+    /// Forgets the calls so far.
     void Clear();
+
+    /// The calls so far.
     [[nodiscard]] const std::vector<std::string>& Calls() const { return calls_; }
+
+    /// How often an entry is among them.
     [[nodiscard]] int Count(const std::string& entry) const;
 
     /// Lets call number `n` from now on fail, counted from 1; with `lasting` every call after it, too.
     void FailCall(int n, bool lasting = false);
     /// Lets every call of an entry fail, for example "source.QueryInterface".
     void FailEntry(const std::string& entry, int status = kInjectedFailure);
+    /// No call fails from now on.
     void StopFailing();
     /// True once a call has been failed since the last request.
     [[nodiscard]] bool HasFailed() const { return failed_; }
@@ -46,8 +52,10 @@ private:
     std::vector<std::pair<std::string, int>> failingEntries_;
 };
 
+/// A buffer that enters each call in a journal before it carries it out; one that the journal fails has no effect.
 class RecordingBuffer : public AudioBuffer {
 public:
+    /// As `AudioBuffer::Create`; the journal outlives the buffer.
     static Ref<RecordingBuffer> Create(Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
                                        std::size_t capacityBytes);
 
@@ -72,9 +80,11 @@ public:
 
     /// References that are held now.
     [[nodiscard]] long References() const { return references_; }
+    /// What its entries begin with.
     [[nodiscard]] const std::string& Name() const { return name_; }
 
 protected:
+    /// The object starts with one reference, its creator's.
     RecordingBuffer(Journal& journal, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
     ~RecordingBuffer() override = default;
 
@@ -88,6 +98,7 @@ private:
 /// "fade1" ... in the order of their creation.
 class RecordingHost : public IZtQuonEnginePrivate {
 public:
+    /// The journal is that of all buffers, and outlives the host.
     explicit RecordingHost(Journal& journal) : journal_(journal) {}
     virtual ~RecordingHost() = default;
 
@@ -99,10 +110,13 @@ public:
     /// Lets request number `n` fail, counted from 1; 0 for none.
     void FailRequest(int n) { failAt_ = n; }
 
+    /// How many buffers have been asked for.
     [[nodiscard]] int Requests() const { return static_cast<int>(requests_.size()); }
+    /// The records that they were asked for with.
     [[nodiscard]] const std::vector<SZtCreateAudioSamplesDescription>& RequestRecords() const { return requests_; }
     /// The pool's buffers, without references of their own: alive as long as the engine.
     [[nodiscard]] const std::vector<RecordingBuffer*>& Buffers() const { return buffers_; }
+    /// The buffer of this name. Throws std::out_of_range if there is none.
     [[nodiscard]] RecordingBuffer& Buffer(const std::string& name) const;
 
 private:

@@ -3,8 +3,8 @@
 
 /// What a signal does that comes after the first one of its kind.
 enum class SecondSignal {
-    Kills,    ///< the program may be busy for long
-    IsIgnored ///< the end is near, and must not be cut short
+    Kills,     ///< the program may be busy for long
+    IsIgnored, ///< the end is near, and must not be cut short
 };
 
 /// From now on SIGINT, SIGTERM and SIGHUP are remembered for CheckInterruption. Writing to a closed pipe or beyond a

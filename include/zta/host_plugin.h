@@ -14,8 +14,10 @@ extern "C" {
 /// ppSamples  receives the buffer with a reference that the caller owns
 ZTA_API int ZtaHostCreateAudioSamples(SZtCreateAudioSamplesDescription* psDescription, IZtAudioSamples** ppSamples);
 
-/// Announce one access to a buffer, as the host does before it calls the engine.
+/// Announces one read of a buffer, as the host does before it calls the engine.
 ZTA_API int ZtaHostAnnounceRead(IZtAudioSamples* pSamples);
+
+/// Announces one write.
 ZTA_API int ZtaHostAnnounceWrite(IZtAudioSamples* pSamples);
 
 /// Tells how many announced accesses have not been signalled yet.

@@ -173,14 +173,17 @@ std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
     return volumes;
 }
 
-Call::Call(Session& session, const Operation& operation, const Shape& shape, bool odd)
+Call::Call(Session& session, const Operation& operation, const Shape& shape, bool unaligned)
     : volumes(shape.volumes), volumeCount(shape.volumes.size()), session_(session), operation_(operation)
 {
+    // The resampler takes samples as the 16-bit words that they are.
+    const std::size_t shift = !unaligned ? 0 : operation.name == "resample" ? 2 : 1;
     const auto make = [&](const std::vector<Side>& sides, std::vector<host::Ref<WatchedBuffer>>& buffers,
                           std::vector<IZtAudioSamples*>& pointers, std::vector<Bytes>& before) {
         for (const Side& side : sides) {
             const std::size_t frameBytes = host::BytesPerFrame(side.format);
-            auto buffer = WatchedBuffer::Create(journal, side.name, side.format, side.capacityFrames * frameBytes, odd);
+            auto buffer =
+                WatchedBuffer::Create(journal, side.name, side.format, side.capacityFrames * frameBytes, shift);
             before.push_back(RandomSamples(session.random, side.format, side.capacityFrames * frameBytes));
             buffer->SetContent(before.back());
             buffer->SetValidLength(side.frames * frameBytes);

@@ -55,7 +55,7 @@ const std::vector<Operation>& Operations();
 /// One call with its buffers. What is handed over can be spoilt before Run.
 class Call {
 public:
-    Call(Session& session, const Operation& operation, const Shape& shape, bool odd = false);
+    Call(Session& session, const Operation& operation, const Shape& shape, bool unaligned = false);
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 

@@ -65,12 +65,12 @@ void RequirePolarity(const WatchedBuffer& buffer, std::uint32_t polarity, const 
     Require(buffer.Polarity() == polarity, what + ": the polarity of " + buffer.Name() + " is wrong");
 }
 
-/// Makes and runs a good call at addresses of both kinds, and hands it to `verify`.
+/// Makes and runs a good call at an aligned and at another address, and hands it to `verify`.
 void RunCases(Session& session, const std::string& operation, const Shape& shape, const std::string& what,
               const std::function<void(Call&)>& verify, const std::function<void(Call&)>& prepare = nullptr)
 {
-    for (const bool odd : {false, true}) {
-        Call call(session, OperationNamed(operation), shape, odd);
+    for (const bool unaligned : {false, true}) {
+        Call call(session, OperationNamed(operation), shape, unaligned);
         if (prepare) {
             prepare(call);
         }

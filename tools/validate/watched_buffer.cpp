@@ -19,15 +19,16 @@ std::uint8_t GuardByte(std::size_t position)
 } // namespace
 
 host::Ref<WatchedBuffer> WatchedBuffer::Create(host::Journal& journal, std::string name,
-                                               const SZtaWaveFormatInfo& format, std::size_t capacityBytes, bool odd)
+                                               const SZtaWaveFormatInfo& format, std::size_t capacityBytes,
+                                               std::size_t shift)
 {
-    return host::Ref<WatchedBuffer>::Adopt(new WatchedBuffer(journal, std::move(name), format, capacityBytes, odd));
+    return host::Ref<WatchedBuffer>::Adopt(new WatchedBuffer(journal, std::move(name), format, capacityBytes, shift));
 }
 
 WatchedBuffer::WatchedBuffer(host::Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
-                             std::size_t capacityBytes, bool odd)
+                             std::size_t capacityBytes, std::size_t shift)
     : host::RecordingBuffer(journal, std::move(name), format, capacityBytes + 2 * kGuardBytes),
-      begin_(kGuardBytes - (odd ? 1 : 0)), size_(capacityBytes)
+      begin_(kGuardBytes - shift), size_(capacityBytes)
 {
     for (std::size_t i = 0; i < Capacity(); ++i) {
         Data()[i] = static_cast<std::byte>(GuardByte(i));

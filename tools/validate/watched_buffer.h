@@ -12,11 +12,11 @@ namespace zta::validate {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Its samples stand between two guard zones, at an odd address if that is asked for; a module must cope with any.
+/// Its samples stand between two guard zones, `shift` bytes in front of a multiple of 64.
 class WatchedBuffer : public host::RecordingBuffer {
 public:
     static host::Ref<WatchedBuffer> Create(host::Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
-                                           std::size_t capacityBytes, bool odd);
+                                           std::size_t capacityBytes, std::size_t shift);
 
     int GetBufferAndLength(void** data, unsigned long* lengthBytes) override;
     int GetBufferCapacity(unsigned long* capacityBytes) override;
@@ -30,7 +30,7 @@ public:
 
 protected:
     WatchedBuffer(host::Journal& journal, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes,
-                  bool odd);
+                  std::size_t shift);
 
 private:
     std::size_t begin_;

@@ -3,7 +3,7 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 BUILD_PACKAGES = g++ cmake ninja-build git
-INSTALL_PACKAGES = $(BUILD_PACKAGES) libsndfile1-dev libfftw3-dev libcli11-dev
+INSTALL_PACKAGES = $(BUILD_PACKAGES) libsndfile1-dev libfftw3-dev libcli11-dev nlohmann-json3-dev
 TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev libbenchmark-dev binutils pkg-config abigail-tools doxygen
 DEBIAN_PACKAGES = $(INSTALL_PACKAGES) dpkg-dev debhelper lintian
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
@@ -12,7 +12,7 @@ BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libc
 	gstreamer1.0-plugins-base
 PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
-TIDY_ROOMS = support component kernels engine host tools examples
+TIDY_ROOMS = support component kernels engine host models tools examples
 
 .PHONY: test demo install package plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy mutate coverage \
 	faults soak build clean

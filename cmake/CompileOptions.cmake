@@ -31,8 +31,9 @@ if(ZTA_COVERAGE)
   add_link_options(--coverage)
 endif()
 
+set(ZTA_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${ZTA_WERROR}>:-Werror>)
+
 function(zta_compile_options target)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror $<$<COMPILE_LANGUAGE:CXX>:-fno-semantic-interposition>
-    ${ZTA_SANITIZE_WARNINGS})
+    ${ZTA_WARNINGS} $<$<COMPILE_LANGUAGE:CXX>:-fno-semantic-interposition> ${ZTA_SANITIZE_WARNINGS})
 endfunction()

@@ -5,9 +5,9 @@
 #include "host/formats.h"
 #include "kernels/bit_depth_list.h"
 #include "kernels/sample_format.h"
-#include "tests/support/conversion_models.h"
+#include "models/conversion_models.h"
+#include "models/gain_model.h"
 #include "tests/support/format_model.h"
-#include "tests/support/gain_model.h"
 
 #include <zta/status.h>
 

@@ -1,12 +1,12 @@
 // A stream of the engine, cut into buffers at any places and restarted at some: it gives the samples that
-// tests/support/resampler_model.h computes for each stretch as a whole.
+// models/resampler_model.h computes for each stretch as a whole.
 
 #include "fuzz/choices.h"
 #include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "host/host_engine.h"
+#include "models/resampler_model.h"
 #include "tests/support/recording_host.h"
-#include "tests/support/resampler_model.h"
 
 #include <zta/ipp.h>
 #include <zta/status.h>

@@ -1,5 +1,5 @@
 // The signal functions with any sizes, rates, lengths, null pointers and feature masks, in every build that this
-// processor runs: statuses, and samples against tests/support/resampler_model.h. Memory is of the exact size that each
+// processor runs: statuses, and samples against models/resampler_model.h. Memory is of the exact size that each
 // function is told of, so that AddressSanitizer sees every step beside it.
 
 #include "fuzz/choices.h"

@@ -1,4 +1,4 @@
-#include "tests/support/resampler_model.h"
+#include "models/resampler_model.h"
 
 #include <algorithm>
 #include <cmath>

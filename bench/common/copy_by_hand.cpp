@@ -1,4 +1,4 @@
-#include "bench/peers/copy_by_hand.h"
+#include "bench/common/copy_by_hand.h"
 
 #include <atomic>
 #include <cstring>

@@ -1,18 +1,21 @@
 # The commands of a newcomer and of CI. Each installs what it lacks, builds and runs.
 PRESET ?= release
 JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
 BUILD_PACKAGES = g++ cmake ninja-build git
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev libsndfile1-dev libfftw3-dev libcli11-dev libbenchmark-dev binutils \
-	abigail-tools doxygen
+INSTALL_PACKAGES = $(BUILD_PACKAGES) libsndfile1-dev libfftw3-dev libcli11-dev nlohmann-json3-dev
+TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev libbenchmark-dev binutils pkg-config abigail-tools doxygen
+DEBIAN_PACKAGES = $(INSTALL_PACKAGES) dpkg-dev debhelper lintian
 DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
 BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libcli11-dev libswresample-dev libsoxr-dev \
 	libsamplerate0-dev libspeexdsp-dev libzita-resampler-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev \
 	gstreamer1.0-plugins-base
 PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
-TIDY_ROOMS = support component kernels engine host tools examples
+TIDY_ROOMS = support component kernels signal resampler engine host models tools examples
 
-.PHONY: test demo plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy mutate coverage faults soak build clean
+.PHONY: test demo install package plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy fuzz check \
+	emulate mutate coverage faults soak build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
 
@@ -21,6 +24,20 @@ test: build
 
 demo: build
 	scripts/demo build/$(PRESET) build/demo
+
+# Library, headers and tools; no tests, which is what `make test` is for.
+install:
+	scripts/require-packages $(INSTALL_PACKAGES)
+	cmake --preset $(PRESET) -B build/install -DCMAKE_INSTALL_PREFIX="$(PREFIX)" \
+		-DZTA_BUILD_TESTS=OFF -DZTA_BUILD_BENCH=OFF -DZTA_BUILD_EXAMPLES=OFF
+	cmake --build build/install -j $(JOBS)
+	cmake --install build/install
+
+# Debian's packages, in build/packages. CHECK=1 runs the tests on what is packaged, too.
+package: export DEB_BUILD_OPTIONS = parallel=$(JOBS) $(if $(CHECK),,nocheck)
+package:
+	scripts/require-packages $(DEBIAN_PACKAGES) $(if $(CHECK),$(TEST_PACKAGES))
+	scripts/make-packages
 
 # The pictures of docs/resampler.md, and the figures that it quotes.
 plots: build
@@ -67,6 +84,24 @@ tidy:
 	cmake --preset clang
 	cmake --build --preset clang --target zta_version_values
 	run-clang-tidy -quiet -j $(JOBS) -p build/clang $(patsubst %,'^$(CURDIR)/%/.*\.cpp$$',$(TIDY_ROOMS))
+
+# Each fuzz target for SECONDS seconds; what is found stays in build/fuzz/findings.
+SECONDS ?= 60
+fuzz:
+	scripts/require-packages $(TEST_PACKAGES) clang libclang-rt-14-dev
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+	scripts/fuzz build/fuzz $(SECONDS)
+
+# Sanitizers, Valgrind and the readers of source text, one line each. CHECKERS names some of them.
+check:
+	scripts/require-packages $(TIDY_PACKAGES) valgrind cppcheck
+	JOBS=$(JOBS) scripts/check $(CHECKERS)
+
+# The tests as they run on older processors. No emulator knows AVX-512.
+emulate: export ZTA_PACKAGES = $(TEST_PACKAGES) qemu-user
+emulate: build
+	scripts/emulate build/$(PRESET) qemu64 core2duo Nehalem Haswell
 
 # Breaks the library in SAMPLE places, drawn by SEED, one at a time, and counts what the tests notice. A stopped run
 # goes on where it was.

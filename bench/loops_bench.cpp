@@ -218,7 +218,7 @@ void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long
     std::vector<std::int32_t> block(settings.size());
     const SZtaGainRamp ramp = {block.data(), groups, kUpper, kLower};
     CompareWithCopies(state, copied, [&] {
-        block = settings; // the loop moves it
+        std::copy(settings.begin(), settings.end(), block.begin()); // the loop moves it
         loop(input.Data(), output.Data(), copied / 4, &ramp);
     });
 }

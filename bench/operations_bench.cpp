@@ -5,6 +5,7 @@
 // Each measurement takes the operation and its yardstick in turns, so that a drift of the machine meets both. The
 // counter "share" is the yardstick's time divided by the operation's: 1 is as fast as the yardstick.
 
+#include "bench/common/copy_by_hand.h"
 #include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "host/host_engine.h"
@@ -17,7 +18,6 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -305,49 +305,6 @@ void MeasureResampler(benchmark::State& state, Bench& bench, std::uint32_t chann
         });
 }
 
-/// The host calls that a copy of equal formats makes, in their order, the latch around them, and the copy itself.
-void CallTheHostAsACopyDoes(IZtAudioSamples& source, IZtAudioSamples& destination)
-{
-    static std::atomic<std::uint32_t> busy;
-    SZtAudioSamplesDescription description{};
-    description.ulSize = sizeof(description);
-    void* content = nullptr;
-    void* data = nullptr;
-    void* target = nullptr;
-    unsigned long length = 0;
-    unsigned long capacity = 0;
-    unsigned long ignored = 0;
-    int code = 0;
-    destination.QueryInterface(IID_IZtAVContent, &content);
-    source.QueryInterface(IID_IZtAVContent, &content);
-    source.GetErrorCode(&code);
-    source.GetAudioSamplesDescription(&description);
-    destination.GetAudioSamplesDescription(&description);
-    busy.exchange(1);
-    for (int reference = 0; reference < 2; ++reference) { // the saved operand, and the worker's own
-        source.AddRef();
-        destination.AddRef();
-    }
-    destination.MarkWriteStartTime();
-    source.GetAudioSamplesDescription(&description);
-    destination.GetAudioSamplesDescription(&description);
-    source.GetErrorCode(&code);
-    source.GetBufferAndLength(&data, &length);
-    destination.GetBufferCapacity(&capacity);
-    destination.GetBufferAndLength(&target, &ignored);
-    std::memcpy(target, data, length);
-    source.Release();
-    destination.Release();
-    busy.exchange(0);
-    source.SignalReadCompletion();
-    destination.MarkWriteStopTime();
-    destination.SignalWriteCompletion();
-    for (int reference = 0; reference < 2; ++reference) { // the worker's, and the queries'
-        source.Release();
-        destination.Release();
-    }
-}
-
 void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t frames)
 {
     const auto source = CheapBuffer::Create(Pcm16(1), frames);
@@ -362,7 +319,7 @@ void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t 
         [&] {
             source->AnnounceRead();
             destination->AnnounceWrite();
-            CallTheHostAsACopyDoes(*source, *destination);
+            bench::CopyByHand(*source, *destination);
         });
 }
 

@@ -33,10 +33,11 @@ if(ZTA_COVERAGE)
   set(ZTA_COUNTED -O0 -g --coverage -fprofile-update=atomic "-fprofile-exclude-files=/usr/.*")
 endif()
 
+set(ZTA_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${ZTA_WERROR}>:-Werror>)
+
 function(zta_compile_options target)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror $<$<COMPILE_LANGUAGE:CXX>:-fno-semantic-interposition>
-    ${ZTA_SANITIZE_WARNINGS})
+    ${ZTA_WARNINGS} $<$<COMPILE_LANGUAGE:CXX>:-fno-semantic-interposition> ${ZTA_SANITIZE_WARNINGS})
 endfunction()
 
 # For a target with code of the library.

@@ -1,8 +1,8 @@
 // Loads the module, creates an engine, converts one buffer from 16 to 24 bits and prints what came out.
-#include "host/audio_buffer.h"
-#include "host/formats.h"
-#include "host/host_engine.h"
-#include "host/module.h"
+#include <zta/host/audio_buffer.h>
+#include <zta/host/formats.h>
+#include <zta/host/host_engine.h>
+#include <zta/host/module.h>
 
 #include <cstdio>
 #include <cstring>

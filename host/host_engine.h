@@ -1,7 +1,7 @@
 /// The host's engine object.
 #pragma once
 
-#include "host/ref.h"
+#include "ref.h"
 
 #include <zta/host_interfaces.h>
 

@@ -1,7 +1,7 @@
 /// Loading of the module.
 #pragma once
 
-#include "host/ref.h"
+#include "ref.h"
 
 #include <zta/engine_interfaces.h>
 #include <zta/module.h>

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <typeinfo>
 
 namespace {
@@ -136,8 +137,8 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
 int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut, EZtAudioResamplerMode eMode,
                                      unsigned long ulChannel, IUnknown* pResampler)
 {
-    SZtAudioBufferInformations sIn;
-    SZtAudioBufferInformations sOut;
+    SZtAudioBufferInformations sIn{};
+    SZtAudioBufferInformations sOut{};
     int iStatus = ZtaDigest(*this, {{pIn, sIn}, {pOut, sOut}});
     if (iStatus < 0) {
         return iStatus;
@@ -181,7 +182,9 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
     std::uint64_t ulCount = pStream->m_aulHistoryCount[ulChannel];
     double dTime = pStream->m_adTime[ulChannel];
     if (eMode == keZtAudioResamplerModeRestart && ulInSamples > 0) {
-        Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, *psIn);
+        std::int16_t sFirst = 0; // the host's samples may lie at any address
+        std::memcpy(&sFirst, psIn, sizeof(sFirst));
+        Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, sFirst);
     }
     ippsMove_16s(psHistory, psWork, static_cast<int>(ulCount));
 

@@ -28,6 +28,7 @@ void StoreDetected(std::uint64_t ui64Features) noexcept
 
 // Each public function: one load of the index, one of the function, one jump. A stub runs before anything is selected;
 // the call that it makes then goes to a build.
+// NOLINTBEGIN(bugprone-macro-parentheses): names are handed through
 #define ZTA_IPP_ENTRY(name, prefix, features, options) prefix##_##name,
 #define ZTA_IPP_PUBLIC(result, name, argument, parameters, arguments)                                                  \
     result name parameters noexcept                                                                                    \
@@ -44,6 +45,7 @@ ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_PUBLIC, )
 ZTA_IPP_HIDDEN_LIST(ZTA_IPP_PUBLIC, )
 #undef ZTA_IPP_PUBLIC
 #undef ZTA_IPP_ENTRY
+// NOLINTEND(bugprone-macro-parentheses)
 
 // On x86-64 CPUID exists, so that detection cannot fail.
 IppStatus ippInit() noexcept

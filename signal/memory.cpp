@@ -18,7 +18,7 @@ void* ippMalloc(int len) noexcept
     if (len < 1 || len > std::numeric_limits<int>::max() - kiOverhead) {
         return nullptr;
     }
-    void* const pvStart = std::malloc(static_cast<std::size_t>(len + kiOverhead));
+    void* const pvStart = std::malloc(static_cast<std::size_t>(len) + kiOverhead);
     if (pvStart == nullptr) {
         return nullptr;
     }

@@ -16,11 +16,11 @@ extern "C" void RememberSignal(int signal)
 
 } // namespace
 
-void WatchSignals()
+void WatchSignals(SecondSignal second)
 {
     struct sigaction remember = {};
     remember.sa_handler = RememberSignal;
-    remember.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    remember.sa_flags = SA_RESTART | (second == SecondSignal::Kills ? static_cast<int>(SA_RESETHAND) : 0);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction inherited = {};
         sigaction(signal, nullptr, &inherited);

@@ -1,9 +1,15 @@
 /// Signals that end a command in good order.
 #pragma once
 
-/// From now on SIGINT, SIGTERM and SIGHUP are remembered for CheckInterruption; a second one kills at once. Writing
-/// to a closed pipe or beyond a size limit becomes an ordinary write error.
-void WatchSignals();
+/// What a signal does that comes after the first one of its kind.
+enum class SecondSignal {
+    Kills,     ///< the program may be busy for long
+    IsIgnored, ///< the end is near, and must not be cut short
+};
+
+/// From now on SIGINT, SIGTERM and SIGHUP are remembered for CheckInterruption. Writing to a closed pipe or beyond a
+/// size limit becomes an ordinary write error.
+void WatchSignals(SecondSignal second = SecondSignal::Kills);
 
 /// Throws Interrupted when a signal has come.
 void CheckInterruption();

@@ -1,6 +1,6 @@
+#include "bench/common/copy_by_hand.h"
 #include "bench/common/jobs.h"
 #include "bench/common/models.h"
-#include "bench/peers/copy_by_hand.h"
 #include "bench/peers/work.h"
 
 #include <array>

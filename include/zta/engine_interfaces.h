@@ -60,7 +60,9 @@ public:
     virtual int CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                              IZtAudioSamples* pStereo) = 0;
 
-    /// Splits one stereo buffer into two mono buffers and sets their lengths. Errors as above.
+    /// Splits one stereo buffer into two mono buffers and sets their lengths. Each output must have room for the
+    /// frames: the call is refused where both are too small, and where one is a buffer that needs a conversion, not
+    /// otherwise. Errors as above.
     virtual int CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                              IZtAudioSamples* pRight) = 0;
 
@@ -145,6 +147,7 @@ public:
     ///         ZT_E_INVALID_AUDIO_CHANNEL_TYPE, ZT_E_INVALID_AUDIO_SAMPLING_RATE, ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE,
     ///         ZT_E_INVALID_AUDIO_DATA_TYPE       the first that fits
     ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL  the stream has not moved, in mono
+    ///         ZT_E_BUFFER_SIZE_MISMATCH          the channels are out of step since an earlier failure: restart
     ///         ZT_E_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED
     virtual int ProcessAudioResampler(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
                                       IUnknown* pResampler) = 0;

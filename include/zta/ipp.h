@@ -47,7 +47,12 @@ ZTA_API IppStatus ippInit() noexcept;
 ZTA_API IppStatus ippSafeInit() noexcept;
 
 /// Tells what the processor can do. [any thread]
-/// pFeaturesMask   receives the features: see support/processor_features.h for the bits
+/// pFeaturesMask   receives the features, a bit each: 0 MMX, 1 SSE, 2 SSE2, 3 SSE3, 4 SSSE3, 5 MOVBE, 6 SSE4.1,
+///                 7 SSE4.2, 8 AVX, 9 AVX enabled by the operating system, 10 AES, 11 PCLMULQDQ, 13 RDRAND, 14 F16C,
+///                 15 AVX2 with FMA, BMI1 and BMI2, 16 ADX, 17 RDSEED, 18 PREFETCHW, 19 SHA, 20 to 27 AVX-512 F, CD,
+///                 ER, PF, BW, DQ, VL and VBMI, 28 MPX, 29 AVX-512 4FMAPS, 30 AVX-512 4VNNIW, 31 a processor model of
+///                 its own, 32 AVX-512 IFMA, 33 AVX-512 enabled by the operating system, 34 to 36 AVX-512 VPOPCNTDQ,
+///                 BITALG and FP16
 /// pCpuidInfoRegs  null, or receives EAX, EBX, ECX and EDX of CPUID leaf 1
 ZTA_API IppStatus ippGetCpuFeatures(unsigned long* pFeaturesMask, unsigned int* pCpuidInfoRegs) noexcept;
 

@@ -12,6 +12,7 @@
 #include <zta/error_text.h>
 #include <zta/export.h>
 #include <zta/host_interfaces.h>
+#include <zta/host_plugin.h>
 #include <zta/ipp.h>
 #include <zta/logger.h>
 #include <zta/module.h>

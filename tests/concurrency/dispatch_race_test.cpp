@@ -1,5 +1,6 @@
 // First calls of the signal functions on many threads at once.
 
+#include "kernels/loops/loops.h"
 #include "signal/feature_rules.h"
 #include "tests/support/signal_spies.h"
 
@@ -71,6 +72,16 @@ TEST(DispatchRace, FirstCallsOnManyThreadsReachOneBuild)
             reached[static_cast<std::size_t>(i)] = reachedBuild;
         });
         EXPECT_EQ(std::count(reached.begin(), reached.end(), BuildOfThisProcessor()), threadCount);
+    });
+}
+
+TEST(DispatchRace, FirstUsesOfTheLoopsOnManyThreadsAgree)
+{
+    InFreshProcess([] {
+        std::vector<const SZtaSampleLoops*> chosen(threadCount);
+        Race([&chosen](int i) { chosen[static_cast<std::size_t>(i)] = &ZtaActiveLoops(); });
+        const SZtaSampleLoops& expected = ZtaChooseLoops(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()));
+        EXPECT_EQ(std::count(chosen.begin(), chosen.end(), &expected), threadCount);
     });
 }
 

@@ -117,6 +117,71 @@ TEST(EngineThreads, ManyCallersOfOneEngineWinOneAtATime)
     EXPECT_GT(done, 0);
 }
 
+/// The host's side of a worker: whoever is here holds the engine's latch.
+class WatchedBuffer final : public host::AudioBuffer {
+public:
+    static host::Ref<WatchedBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t bytes)
+    {
+        return host::Ref<WatchedBuffer>::Adopt(new WatchedBuffer(format, bytes));
+    }
+
+    int SetLength(unsigned long lengthBytes) override
+    {
+        most_ = std::max<int>(most_, ++inside_);
+        std::this_thread::yield();
+        --inside_;
+        return host::AudioBuffer::SetLength(lengthBytes);
+    }
+
+    static inline std::atomic<int> most_{0};
+
+private:
+    using host::AudioBuffer::AudioBuffer;
+
+    static inline std::atomic<int> inside_{0};
+};
+
+TEST(EngineThreads, CallersOfOneEngineAreNeverInsideTogether)
+{
+    constexpr std::size_t kFrames = 64;
+    auto hostEngine = host::HostEngine::Create();
+    auto engine = CreateEngine(*hostEngine);
+    std::atomic<int> done{0};
+    std::atomic<int> wrong{0};
+    WatchedBuffer::most_ = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([&] {
+            auto left = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
+            auto right = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
+            left->SetValidLength(kFrames * 2);
+            right->SetValidLength(kFrames * 2);
+            auto wide = WatchedBuffer::Create(host::Pcm24In32(1), kFrames * 4);
+            auto stereo = WatchedBuffer::Create(host::Pcm16(2), kFrames * 4);
+            for (int round = 0; round < 500; ++round) {
+                left->AnnounceRead();
+                wide->AnnounceWrite();
+                const int copied = engine->CopyAudioSamples(left.Get(), wide.Get());
+                left->AnnounceRead();
+                right->AnnounceRead();
+                stereo->AnnounceWrite();
+                const int paired = engine->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get());
+                for (const int status : {copied, paired}) {
+                    done += status == ZT_NOERROR;
+                    wrong += status != ZT_NOERROR && status != ZT_E_MODULE_BUSY;
+                }
+                wrong += left->ReadCount() + right->ReadCount() + wide->WriteCount() + stereo->WriteCount();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(done, 0);
+    EXPECT_EQ(WatchedBuffer::most_, 1);
+}
+
 TEST(EngineThreads, EnginesComeAndGoOnManyThreads)
 {
     auto hostEngine = host::HostEngine::Create();

@@ -1,7 +1,7 @@
 // The conversions with arithmetic, on every 32-bit word that there is.
 
 #include "kernels/loops/loops.h"
-#include "tests/support/conversion_models.h"
+#include "models/conversion_models.h"
 
 #include <gtest/gtest.h>
 

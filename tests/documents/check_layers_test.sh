@@ -26,6 +26,8 @@ expect signal/a.h '#include "support/b.h"' fine
 expect host/a.cpp '#include <sys/mman.h>' fine
 expect tests/unit/a.cpp '#include "engine/b.h"' fine
 expect component/a.cpp '#include "version_values.h"' fine
+expect host/a.h '#include "a.h"' fine
+expect examples/a.cpp '#include <zta/host/b.h>' fine
 
 expect engine/a.cpp '#include "kernels/loops/loops.h"' \
     'engine/a.cpp:2: engine may not include kernels/loops: kernels/loops/loops.h'
@@ -40,6 +42,8 @@ expect include/zta/a.h '#include "nowhere/a.h"' \
     'include/zta/a.h:2: include may not include an unknown folder: nowhere/a.h'
 expect engine/a.cpp '#include "version_values.h"' \
     'engine/a.cpp:2: engine may not include generated: version_values.h'
+expect host/a.h '#include "b.h"' 'host/a.h:2: host may not include generated: b.h'
+expect engine/a.cpp '#include <zta/host/b.h>' 'engine/a.cpp:2: engine may not include host: zta/host/b.h'
 expect tools/a.cpp '#include "component/module.h"' \
     'tools/a.cpp:2: tools may not include component: component/module.h'
 expect attic/a.cpp '#include <vector>' \

@@ -1,7 +1,7 @@
 // What the mux operations make of samples, beside a plain model: every width, container, direction and a set of
 // lengths.
 
-#include "tests/support/gain_model.h"
+#include "models/gain_model.h"
 #include "tests/support/mux_fixture.h"
 
 #include <cmath>
@@ -19,17 +19,6 @@ using Volume = SZtAudioMonoVolumeInfo;
 
 // ---- The model ----
 
-/// The gain of frame `n` on a ramp over `frames` frames, in parts of 4096.
-std::int64_t Gain(const Volume& volume, std::size_t frames, std::size_t n)
-{
-    const auto below = [](float gain) { return gain == 8.0F ? 7.99989986419677734375F : gain; };
-    const float start = below(volume.fStartVolume);
-    const float end = below(volume.fEndVolume);
-    const float step = (end - start) / static_cast<float>(frames);
-    const auto parts = [](float value) { return static_cast<std::int64_t>(std::trunc(value * 4096.0F)); };
-    return parts(start) + static_cast<std::int64_t>(n) * parts(step);
-}
-
 /// Applies one ramp for each channel to interleaved words.
 void Scale(std::vector<Word>& words, const std::vector<Volume>& volumes)
 {
@@ -40,7 +29,7 @@ void Scale(std::vector<Word>& words, const std::vector<Volume>& volumes)
         return;
     }
     for (std::size_t i = 0; i < words.size(); ++i) {
-        words[i] = models::Scaled(words[i], Gain(volumes[i % channels], frames, i / channels));
+        words[i] = models::Scaled(words[i], models::RampGain(volumes[i % channels], i / channels, frames));
     }
 }
 

@@ -601,5 +601,35 @@ TEST(ResamplerKernel, KeepsItsChannelsApart)
               ZT_E_INVALID_PARAMETER);
 }
 
+TEST(ResamplerKernel, TakesSamplesAtOddAddresses)
+{
+    const Samples16 in = Noise(1000, 12);
+    struct Result {
+        unsigned long written = 0;
+        std::vector<std::byte> bytes;
+    };
+    const auto resample = [&in](std::size_t offset) {
+        CZtaResampleAudio kernel;
+        IUnknown* made = nullptr;
+        EXPECT_EQ(kernel.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 1, &made), 0);
+        const auto stream = host::Ref<IUnknown>::Adopt(made);
+        std::vector<std::byte> source(in.size() * 2 + offset);
+        std::memcpy(source.data() + offset, in.data(), in.size() * 2);
+        std::vector<std::byte> destination(4000 + offset);
+        Result result;
+        result.written = 2000;
+        EXPECT_EQ(kernel.Resample16BitMonoTo16BitMono(in.size(), source.data() + offset, result.written,
+                                                      destination.data() + offset, kRestart, 0, stream.Get()),
+                  0);
+        result.bytes.assign(destination.begin() + static_cast<std::ptrdiff_t>(offset), destination.end());
+        return result;
+    };
+    const Result even = resample(0);
+    const Result odd = resample(1);
+    EXPECT_GT(even.written, 1000u);
+    EXPECT_EQ(odd.written, even.written);
+    EXPECT_EQ(odd.bytes, even.bytes);
+}
+
 } // namespace
 } // namespace zta::test

@@ -1,7 +1,7 @@
 #include "host/audio_buffer.h"
 #include "host/formats.h"
+#include "models/gain_model.h"
 #include "tests/soak/job.h"
-#include "tests/support/gain_model.h"
 
 #include <zta/status.h>
 
@@ -48,14 +48,6 @@ std::vector<SZtAudioMonoVolumeInfo> RandomVolumes(Random& random)
     return volumes;
 }
 
-/// The gain of one channel in one frame, with 12 fraction bits.
-std::int64_t GainAt(const SZtAudioMonoVolumeInfo& volume, std::size_t frame, std::size_t frames)
-{
-    const float rise = (volume.fEndVolume - volume.fStartVolume) / static_cast<float>(frames) * 4096.0F;
-    return static_cast<std::int64_t>(volume.fStartVolume * 4096.0F) +
-           static_cast<std::int64_t>(frame) * static_cast<std::int64_t>(rise);
-}
-
 /// 64 channels of 24-in-32, as one mux buffer and as the words that it must hold.
 class MuxJob : public Job {
 public:
@@ -89,7 +81,7 @@ protected:
     {
         const std::size_t frames = mux.size() / kChannels;
         for (std::size_t i = 0; volumeCount != 0 && i < mux.size(); ++i) {
-            mux[i] = models::Scaled(mux[i], GainAt(volumes[i % kChannels], i / kChannels, frames));
+            mux[i] = models::Scaled(mux[i], models::RampGain(volumes[i % kChannels], i / kChannels, frames));
         }
     }
 

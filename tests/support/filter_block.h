@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/support/guarded_buffer.h"
-#include "tests/support/resampler_model.h"
+#include "models/resampler_model.h"
 #include "tests/support/signal_builds.h"
 
 #include <algorithm>

@@ -1,117 +1,14 @@
-/// The tests' recording host: buffers that write down every call they receive, and that fail a chosen one.
+/// The recording host of the tests, with an engine of the module that they are linked against.
 #pragma once
 
-#include "host/audio_buffer.h"
-#include "host/host_engine.h"
-#include "host/ref.h"
-
-#include <zta/engine_interfaces.h>
-
-#include <functional>
-#include <string>
-#include <vector>
+#include "host/recording_host.h"
 
 namespace zta::test {
 
-/// What an injected failure returns.
-inline constexpr int kInjectedFailure = static_cast<int>(0x8999FACE);
-
-/// The calls that a set of recording buffers received, in order, as "buffer.Operation" or "buffer.Operation(value)".
-/// AddRef and Release are not among them.
-class Journal {
-public:
-    /// Writes a call down, runs the hook, and returns 0 or the failure to inject.
-    int Enter(const std::string& entry);
-
-    void Clear();
-    [[nodiscard]] const std::vector<std::string>& Calls() const { return calls_; }
-    [[nodiscard]] int Count(const std::string& entry) const;
-
-    /// Lets call number `n` from now on fail, counted from 1; with `lasting` every call after it, too.
-    void FailCall(int n, bool lasting = false);
-    /// Lets every call of an entry fail, for example "source.QueryInterface".
-    void FailEntry(const std::string& entry, int status = kInjectedFailure);
-    void StopFailing();
-    /// True once a call has been failed since the last request.
-    [[nodiscard]] bool HasFailed() const { return failed_; }
-
-    /// Runs inside each call, after it has been written down.
-    std::function<void(const std::string& entry)> hook;
-
-private:
-    std::vector<std::string> calls_;
-    int failAt_ = 0;
-    int sinceRequest_ = 0;
-    bool lasting_ = false;
-    bool failed_ = false;
-    std::vector<std::pair<std::string, int>> failingEntries_;
-};
-
-class RecordingBuffer : public host::AudioBuffer {
-public:
-    static host::Ref<RecordingBuffer> Create(Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
-                                             std::size_t capacityBytes);
-
-    int QueryInterface(const _GUID& riid, void** ppv) override;
-    unsigned long AddRef() override;
-    unsigned long Release() override;
-    int MarkWriteStartTime() override;
-    int MarkWriteStopTime() override;
-    int SignalReadCompletion() override;
-    int SignalWriteCompletion() override;
-    int SetErrorCode(int code) override;
-    int GetErrorCode(int* code) override;
-    int SetPolarity(std::uint32_t polarity) override;
-    int SetWaveFormat(SZtaWaveFormatInfo* format) override;
-    int GetAudioSamplesDescription(SZtAudioSamplesDescription* description) override;
-    int GetBufferAndLength(void** data, unsigned long* lengthBytes) override;
-    int GetBufferCapacity(unsigned long* capacityBytes) override;
-    int GetLengthInSampleFrames(unsigned long* frames) override;
-    int SetFadeIn(bool fadeIn) override;
-    int SetFadeOut(bool fadeOut) override;
-    int SetLength(unsigned long lengthBytes) override;
-
-    /// References that are held now.
-    [[nodiscard]] long References() const { return references_; }
-    [[nodiscard]] const std::string& Name() const { return name_; }
-
-protected:
-    RecordingBuffer(Journal& journal, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
-    ~RecordingBuffer() override = default;
-
-private:
-    Journal& journal_;
-    std::string name_;
-    long references_ = 1;
-};
-
-/// A host engine whose buffers record. The pool's buffers are named "scratch0" to "scratch2", "fade0", "convert0",
-/// "fade1" ... in the order of their creation.
-class RecordingHost : public IZtQuonEnginePrivate {
-public:
-    explicit RecordingHost(Journal& journal) : journal_(journal) {}
-    virtual ~RecordingHost() = default;
-
-    int QueryInterface(const _GUID& riid, void** ppv) override;
-    unsigned long AddRef() override { return 1; }
-    unsigned long Release() override { return 1; }
-    int CreateAudioSamples(SZtCreateAudioSamplesDescription* description, IZtAudioSamples** samples) override;
-
-    /// Lets request number `n` fail, counted from 1; 0 for none.
-    void FailRequest(int n) { failAt_ = n; }
-
-    [[nodiscard]] int Requests() const { return static_cast<int>(requests_.size()); }
-    [[nodiscard]] const std::vector<SZtCreateAudioSamplesDescription>& RequestRecords() const { return requests_; }
-    /// The pool's buffers, without references of their own: alive as long as the engine.
-    [[nodiscard]] const std::vector<RecordingBuffer*>& Buffers() const { return buffers_; }
-    [[nodiscard]] RecordingBuffer& Buffer(const std::string& name) const;
-
-private:
-    Journal& journal_;
-    int failAt_ = 0;
-    std::vector<SZtCreateAudioSamplesDescription> requests_;
-    std::vector<RecordingBuffer*> buffers_;
-};
+using host::Journal;
+using host::kInjectedFailure;
+using host::RecordingBuffer;
+using host::RecordingHost;
 
 /// Creates an engine through the module's exports, on any host.
 host::Ref<IZtaAudioSamplesEngine> CreateEngine(IZtQuonEnginePrivate& host, int* status = nullptr);

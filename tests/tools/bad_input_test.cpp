@@ -186,7 +186,6 @@ TEST_F(BadInput, AWrongCommandLine)
     const std::vector<std::vector<std::string>> lines = {
         {},
         {"bogus"},
-        {"info"},
         {"convert"},
         {"convert", in_},
         {"convert", in_, out_, "--format", "32"},

@@ -49,7 +49,7 @@ TEST(ModuleSearch, TakesTheModuleBesideTheToolOrInTheLibFolderNextToIt)
         std::filesystem::create_directories(folder.Path() / "bin");
         std::filesystem::create_directories(folder.Path() / "lib");
         const auto tool = folder.Path() / "bin" / "ztaudio";
-        std::filesystem::copy_file(ZTAUDIO_PATH, tool, std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::copy_file(ZTA_TOOL_PATH, tool, std::filesystem::copy_options::overwrite_existing);
         std::filesystem::copy_file(kModule, folder.Path() / place);
         const RunResult run = RunTool({"--version"}, {.program = tool});
         EXPECT_EQ(run.exitCode, 0) << run.errors;

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
 #include <pty.h>
@@ -39,7 +40,7 @@ void LimitTo(std::optional<unsigned long> value, __rlimit_resource resource)
     if (options.user && (setgid(*options.user) != 0 || setuid(*options.user) != 0)) {
         _exit(127);
     }
-    std::string program = options.program.empty() ? ZTAUDIO_PATH : options.program;
+    std::string program = options.program.empty() ? ZTA_TOOL_PATH : options.program;
     std::vector<char*> argv = {program.data()};
     for (const std::string& argument : arguments) {
         argv.push_back(const_cast<char*>(argument.c_str()));
@@ -88,12 +89,12 @@ RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& o
 {
     std::array<int, 2> output{};
     std::array<int, 2> errors{};
-    EXPECT_EQ(pipe(output.data()), 0);
+    EXPECT_EQ(pipe2(output.data(), O_CLOEXEC), 0);
     if (options.terminal) {
         const winsize size = {.ws_row = 24, .ws_col = 100, .ws_xpixel = 0, .ws_ypixel = 0};
         EXPECT_EQ(openpty(errors.data(), &errors[1], nullptr, nullptr, &size), 0);
     } else {
-        EXPECT_EQ(pipe(errors.data()), 0);
+        EXPECT_EQ(pipe2(errors.data(), O_CLOEXEC), 0);
     }
     const pid_t child = fork();
     if (child == 0) {

@@ -1,4 +1,4 @@
-/// Runs ztaudio as a child process.
+/// Runs a tool, ztaudio if it is the tests of that one, as a child process.
 #pragma once
 
 #include <optional>

@@ -1,6 +1,6 @@
 #include "tests/tools/sounds.h"
 
-#include "tests/support/gain_model.h"
+#include "models/gain_model.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "kernels/data_type.h"
-#include "tests/support/conversion_models.h"
+#include "models/conversion_models.h"
 #include "tests/support/fake_audio_samples.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 #include "kernels/fade.h"
 #include "kernels/loops/fade_gains.h"
 
+#include "models/fade_model.h"
 #include "tests/support/fake_audio_samples.h"
 
 #include <gtest/gtest.h>
@@ -15,97 +16,18 @@
 
 namespace {
 
+using models::FadedSample16;
+using models::FadeFrame;
+using models::FadeGain;
+using models::FadeLaw;
+using models::Write;
+
 constexpr int kFormatNotSupported = static_cast<int>(0x8999803A);
 constexpr int kProcessingFormatNotSupported = static_cast<int>(0x8999803D);
 constexpr int kDestinationTooSmall = static_cast<int>(0x8999803E);
 constexpr int kHostFailure = static_cast<int>(0x80001234);
 
 constexpr std::size_t kRamp = 200;
-
-// --- The model: the law and the arithmetic, sample by sample, in wide integers and without shifts --------------------
-
-std::int64_t Gain(std::int64_t fullScale, std::size_t entry)
-{
-    const long double t = static_cast<long double>(entry + 1) / 200;
-    const long double gain = 1 - (1 - t) * (1 - t);
-    return std::llround(static_cast<long double>(fullScale) * gain);
-}
-
-std::int64_t Floor(std::int64_t value, std::int64_t divisor)
-{
-    const std::int64_t quotient = value / divisor;
-    return value % divisor < 0 ? quotient - 1 : quotient;
-}
-
-std::int64_t Low32(std::int64_t value)
-{
-    return value - Floor(value, std::int64_t{1} << 32) * (std::int64_t{1} << 32);
-}
-
-enum class Law { Each16, Stereo16, Each24, Mux24 };
-
-std::int16_t Product16(std::int16_t sample, std::int64_t gain)
-{
-    return static_cast<std::int16_t>(Floor(sample * gain, 32768));
-}
-
-std::uint32_t Word24(std::uint32_t word, std::int64_t gain)
-{
-    const std::int64_t product = static_cast<std::int32_t>(word) * gain;
-    return static_cast<std::uint32_t>(Low32(Floor(product, std::int64_t{1} << 32) * 2));
-}
-
-std::uint32_t MuxWord24(std::uint32_t word, std::int64_t gain)
-{
-    const std::int64_t value = static_cast<std::int32_t>(word);
-    const std::int64_t high = Floor(value, 65536);
-    const std::int64_t low = value - high * 65536;
-    return static_cast<std::uint32_t>(Low32((high * gain + Floor((low / 2) * gain, 32768)) * 2));
-}
-
-template <class T>
-T Read(const std::uint8_t* bytes)
-{
-    T value;
-    std::memcpy(&value, bytes, sizeof value);
-    return value;
-}
-
-template <class T>
-void Write(std::uint8_t* bytes, T value)
-{
-    std::memcpy(bytes, &value, sizeof value);
-}
-
-/// One frame of `channels` samples, with the gain of a table's entry.
-void ModelFrame(Law law, std::size_t channels, std::uint8_t* frame, std::size_t entry)
-{
-    const std::int64_t gain = Gain(law == Law::Each24 ? 2147483647 : 32767, entry);
-    for (std::size_t channel = 0; channel < channels; ++channel) {
-        std::uint8_t* const at = frame + channel * (law == Law::Each16 || law == Law::Stereo16 ? 2 : 4);
-        switch (law) {
-        case Law::Each16:
-            Write(at, Product16(Read<std::int16_t>(at), gain));
-            break;
-        case Law::Stereo16: {
-            // Right before left, since a right sample looks at its left one as it was.
-            if (channel == 0) {
-                const auto left = Read<std::int16_t>(at);
-                const auto right = static_cast<std::uint16_t>(Product16(Read<std::int16_t>(at + 2), gain));
-                Write(at, Product16(left, gain));
-                Write(at + 2, static_cast<std::uint16_t>(left * gain < 0 ? right | 1 : right));
-            }
-            break;
-        }
-        case Law::Each24:
-            Write(at, Word24(Read<std::uint32_t>(at), gain));
-            break;
-        case Law::Mux24:
-            Write(at, MuxWord24(Read<std::uint32_t>(at), gain));
-            break;
-        }
-    }
-}
 
 // --- The kernels, one row each ---------------------------------------------------------------------------------------
 
@@ -116,7 +38,7 @@ struct Row {
     std::uint32_t property;
     Kernel fadeIn;
     Kernel fadeOut;
-    Law law;
+    FadeLaw law;
     std::size_t channels;
     std::size_t frameBytes;
     bool mux;
@@ -124,16 +46,16 @@ struct Row {
 
 // clang-format off
 const Row kRows[] = {
-    {"Mono16",   1, &CZtaApplyFade::ApplyFadeIn16Mono,         &CZtaApplyFade::ApplyFadeOut16Mono,         Law::Each16,    1,  2, false},
-    {"Stereo16", 2, &CZtaApplyFade::ApplyFadeIn16Stereo,       &CZtaApplyFade::ApplyFadeOut16Stereo,       Law::Stereo16,  2,  4, false},
-    {"Mono24",   8, &CZtaApplyFade::ApplyFadeIn24Mono,         &CZtaApplyFade::ApplyFadeOut24Mono,         Law::Each24,    1,  4, false},
-    {"Stereo24", 9, &CZtaApplyFade::ApplyFadeIn24Stereo,       &CZtaApplyFade::ApplyFadeOut24Stereo,       Law::Each24,    2,  8, false},
-    {"Mux4_24",  10, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux4,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux4,  Law::Mux24,    4, 16, true},
-    {"Mux8_24",  11, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux8,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux8,  Law::Mux24,    8, 32, true},
-    {"Mux16_24", 12, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux16, &CZtaApplyFade::ApplyFadeOut24BitIn32Mux16, Law::Mux24,   16, 64, true},
-    {"Mux4_16",  3, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux4,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux4,  Law::Each16,    4,  8, true},
-    {"Mux8_16",  4, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux8,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux8,  Law::Each16,    8, 16, true},
-    {"Mux16_16", 5, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux16, &CZtaApplyFade::ApplyFadeOut16BitIn16Mux16, Law::Each16,   16, 32, true},
+    {"Mono16",   1, &CZtaApplyFade::ApplyFadeIn16Mono,         &CZtaApplyFade::ApplyFadeOut16Mono,         FadeLaw::Each16,    1,  2, false},
+    {"Stereo16", 2, &CZtaApplyFade::ApplyFadeIn16Stereo,       &CZtaApplyFade::ApplyFadeOut16Stereo,       FadeLaw::Stereo16,  2,  4, false},
+    {"Mono24",   8, &CZtaApplyFade::ApplyFadeIn24Mono,         &CZtaApplyFade::ApplyFadeOut24Mono,         FadeLaw::Each24,    1,  4, false},
+    {"Stereo24", 9, &CZtaApplyFade::ApplyFadeIn24Stereo,       &CZtaApplyFade::ApplyFadeOut24Stereo,       FadeLaw::Each24,    2,  8, false},
+    {"Mux4_24",  10, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux4,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux4,  FadeLaw::Mux24,    4, 16, true},
+    {"Mux8_24",  11, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux8,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux8,  FadeLaw::Mux24,    8, 32, true},
+    {"Mux16_24", 12, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux16, &CZtaApplyFade::ApplyFadeOut24BitIn32Mux16, FadeLaw::Mux24,   16, 64, true},
+    {"Mux4_16",  3, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux4,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux4,  FadeLaw::Each16,    4,  8, true},
+    {"Mux8_16",  4, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux8,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux8,  FadeLaw::Each16,    8, 16, true},
+    {"Mux16_16", 5, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux16, &CZtaApplyFade::ApplyFadeOut16BitIn16Mux16, FadeLaw::Each16,   16, 32, true},
 };
 // clang-format on
 
@@ -143,7 +65,7 @@ int ModelFadeIn(const Row& row, std::size_t frames, std::uint8_t* buffer)
         return kDestinationTooSmall;
     }
     for (std::size_t k = 0; k < std::min(frames, kRamp); ++k) {
-        ModelFrame(row.law, row.channels, buffer + k * row.frameBytes, k);
+        FadeFrame(row.law, row.channels, buffer + k * row.frameBytes, k);
     }
     return 0;
 }
@@ -155,7 +77,7 @@ int ModelFadeOut(const Row& row, std::size_t frames, std::uint8_t* buffer)
     }
     const std::size_t length = std::min(frames, kRamp);
     for (std::size_t k = 0; k < length; ++k) {
-        ModelFrame(row.law, row.channels, buffer + (frames - length + k) * row.frameBytes, 199 - k);
+        FadeFrame(row.law, row.channels, buffer + (frames - length + k) * row.frameBytes, 199 - k);
     }
     return 0;
 }
@@ -265,8 +187,8 @@ TEST(FadeGains, FollowTheParabola)
     static_assert(sizeof kaulFadeGains32 == 200 * 4);
     static_assert(sizeof kaulFadeGainsVector == 200 * 4);
     for (std::size_t i = 0; i < 200; ++i) {
-        EXPECT_EQ(kausFadeGains16[i], Gain(32767, i)) << i;
-        EXPECT_EQ(kaulFadeGains32[i], Gain(2147483647, i)) << i;
+        EXPECT_EQ(kausFadeGains16[i], FadeGain(32767, i)) << i;
+        EXPECT_EQ(kaulFadeGains32[i], FadeGain(2147483647, i)) << i;
         EXPECT_EQ(kaulFadeGainsVector[i], kausFadeGains16[i]) << i;
     }
 }
@@ -395,7 +317,7 @@ TEST(Ramp16, IsExactForEverySampleAndGain)
         fade._Fade16BitIn16MuxBuffer(samples.data(), 32768, 2, &kausFadeGains16[entry], 0);
         for (int i = 0; i < 65536; ++i) {
             ASSERT_EQ(samples[static_cast<std::size_t>(i)],
-                      Product16(static_cast<std::int16_t>(i - 32768), Gain(32767, entry)))
+                      FadedSample16(static_cast<std::int16_t>(i - 32768), FadeGain(32767, entry)))
                 << "sample " << i - 32768 << " entry " << entry;
         }
     }
@@ -463,12 +385,12 @@ void CheckRamp(void (CZtaApplyFade::*ramp)(void*, unsigned long, const Entry*, b
 
 TEST(MuxRamps, WalkTheCallersGainsInBothDirections)
 {
-    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux4, 4, MuxWord24);
-    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux8, 8, MuxWord24);
-    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux16, 16, MuxWord24);
-    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux4, 4, Product16);
-    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux8, 8, Product16);
-    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux16, 16, Product16);
+    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux4, 4, models::FadedMuxWord24);
+    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux8, 8, models::FadedMuxWord24);
+    CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux16, 16, models::FadedMuxWord24);
+    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux4, 4, FadedSample16);
+    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux8, 8, FadedSample16);
+    CheckRamp<std::int16_t>(&CZtaApplyFade::ApplyFade16BitIn16Mux16, 16, FadedSample16);
 }
 
 // --- The operation ---------------------------------------------------------------------------------------------------

@@ -1,13 +1,13 @@
 #include "kernels/audio_processing_util.h"
 
 #include "tests/support/fake_audio_samples.h"
+#include "tests/support/format_model.h"
 
 #include <zta/status.h>
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <optional>
 
 namespace {
 
@@ -45,122 +45,10 @@ Classified Classify(std::uint32_t type, std::uint32_t container, std::uint32_t v
     return Classify(WaveFormat(type, container, valid, rate, channels));
 }
 
-// The table of classification, row by row: type, container, valid bits, rate and channels are tested in this order.
-
-std::optional<std::uint32_t> OfSevenWidths(std::uint32_t channels, std::uint32_t mono)
-{
-    switch (channels) {
-    case 1:
-        return mono;
-    case 2:
-        return mono + 1;
-    case 4:
-        return mono + 2;
-    case 8:
-        return mono + 3;
-    case 16:
-        return mono + 4;
-    case 32:
-        return mono + 5;
-    case 64:
-        return mono + 6;
-    default:
-        return std::nullopt;
-    }
-}
-
-std::optional<std::uint32_t> PcmModel(std::uint32_t container, std::uint32_t valid, std::uint32_t rate,
-                                      std::uint32_t channels)
-{
-    if ((container == 16 || container == 32) && valid == 16 && rate == 48000 && channels == 1) {
-        return 1;
-    }
-    if ((container == 16 || container == 32) && valid == 16 && rate == 48000 && channels == 2) {
-        return 2;
-    }
-    if (container == 32) {
-        if (valid == 20 && rate == 48000 && channels == 1) {
-            return 8;
-        }
-        if (valid == 20 && rate == 48000 && channels == 2) {
-            return 9;
-        }
-        if (valid == 24) {
-            const auto width = rate == 48000 ? OfSevenWidths(channels, 8) : std::nullopt;
-            return width ? width : 15;
-        }
-        return std::nullopt;
-    }
-    if (container == 16) {
-        if (valid != 16) {
-            return std::nullopt;
-        }
-        if (rate == 44100) {
-            return channels == 1 ? std::optional<std::uint32_t>(18)
-                                 : (channels == 2 ? std::optional<std::uint32_t>(19) : std::nullopt);
-        }
-        return rate == 48000 ? OfSevenWidths(channels, 1) : std::nullopt;
-    }
-    if (container == 24) {
-        return valid == 24 && rate == 48000 ? OfSevenWidths(channels, 20) : std::nullopt;
-    }
-    return std::nullopt;
-}
-
-std::optional<std::uint32_t> FloatModel(std::uint32_t container, std::uint32_t valid, std::uint32_t rate,
-                                        std::uint32_t channels)
-{
-    if (container != 32) {
-        return std::nullopt;
-    }
-    if (valid == 32 && rate == 48000 && channels == 1) {
-        return 16;
-    }
-    if (valid == 32 && rate == 48000 && channels == 2) {
-        return 17;
-    }
-    return valid == 24 ? std::optional<std::uint32_t>(15) : std::nullopt;
-}
-
-std::optional<std::uint32_t> MultiFormatModel(std::uint32_t container, std::uint32_t valid, std::uint32_t rate,
-                                              std::uint32_t channels)
-{
-    if (container != 32) {
-        return std::nullopt;
-    }
-    if (valid == 16) {
-        if (rate == 48000 && channels == 1) {
-            return 1;
-        }
-        return rate == 48000 && channels == 2 ? std::optional<std::uint32_t>(2) : std::nullopt;
-    }
-    if (valid == 24) {
-        const auto width = rate == 48000 ? OfSevenWidths(channels, 8) : std::nullopt;
-        return width ? width : 15;
-    }
-    return std::nullopt;
-}
-
 Classified Model(std::uint32_t type, std::uint32_t container, std::uint32_t valid, std::uint32_t rate,
                  std::uint32_t channels)
 {
-    std::optional<std::uint32_t> property;
-    switch (type) {
-    case 1:
-        property = PcmModel(container, valid, rate, channels);
-        break;
-    case 2:
-        property = FloatModel(container, valid, rate, channels);
-        break;
-    case 3:
-        property = MultiFormatModel(container, valid, rate, channels);
-        break;
-    default:
-        if (container == 32 && valid == 24) {
-            property = 15;
-        }
-        break;
-    }
+    const auto property = models::Property(type, container, valid, rate, channels);
     return property ? Accepted(*property) : kRefused;
 }
 

@@ -1,6 +1,6 @@
 #include "kernels/volume.h"
+#include "models/gain_model.h"
 #include "tests/support/fake_audio_samples.h"
-#include "tests/support/gain_model.h"
 
 #include <gtest/gtest.h>
 
@@ -92,32 +92,13 @@ Records Flat(unsigned long channels, float gain)
     return Records(channels, {0, gain, gain});
 }
 
-float Replaced(float gain)
-{
-    float replacement;
-    const std::uint32_t bits = 0x40FFFF2E;
-    std::memcpy(&replacement, &bits, sizeof replacement);
-    return gain == 8.0f ? replacement : gain;
-}
-
-/// The gain of a frame, as the multiplier; every operation rounds to single precision.
-std::int64_t GainOf(const SZtAudioMonoVolumeInfo& record, std::size_t frame, std::size_t frames)
-{
-    const volatile float start = Replaced(record.fStartVolume);
-    const volatile float rise = Replaced(record.fEndVolume) - start;
-    const volatile float perFrame = rise / static_cast<float>(frames);
-    const volatile float gain = start * 4096.0f;
-    const volatile float step = perFrame * 4096.0f;
-    return static_cast<std::int64_t>(gain) + static_cast<std::int64_t>(frame) * static_cast<std::int64_t>(step);
-}
-
 Words Expected(const Words& input, const Records& records)
 {
     const std::size_t channels = records.size();
     const std::size_t frames = input.size() / channels;
     Words output(input.size());
     for (std::size_t i = 0; i < frames * channels; ++i) {
-        output[i] = models::Scaled(input[i], GainOf(records[i % channels], i / channels, frames));
+        output[i] = models::Scaled(input[i], models::RampGain(records[i % channels], i / channels, frames));
     }
     return output;
 }
@@ -291,8 +272,8 @@ TEST(VolumeKernels, StayWithinTheirMultiplierAtTheSteepestRamps)
             const Words input = RandomWords(frames * row.channels);
             for (std::size_t frame : {std::size_t{0}, frames - 1}) {
                 for (const SZtAudioMonoVolumeInfo& record : records) {
-                    ASSERT_GE(GainOf(record, frame, frames), 0);
-                    ASSERT_LE(GainOf(record, frame, frames), 32767);
+                    ASSERT_GE(models::RampGain(record, frame, frames), 0);
+                    ASSERT_LE(models::RampGain(record, frame, frames), 32767);
                 }
             }
             ASSERT_EQ(Result(input, records), Expected(input, records)) << row.channels << ", " << frames;
@@ -462,7 +443,7 @@ TEST(VolumeSettings, ReplaceEightInTheCallersRecords)
     CZtaApplyVolume volume;
     Records records = {{7, 8.0f, 1.0f}, {8, 1.0f, 8.0f}, {9, 8.0f, 8.0f}, {10, 7.5f, std::nextafter(8.0f, 0.0f)}};
     EXPECT_EQ(volume.SetVolumeSettings(records.data(), 4, 10), 0);
-    const float replaced = Replaced(8.0f);
+    const float replaced = models::BelowEight(8.0f);
     EXPECT_EQ(replaced, 7.99989986419677734375f);
     EXPECT_EQ(records[0].fStartVolume, replaced);
     EXPECT_EQ(records[0].fEndVolume, 1.0f);
@@ -484,9 +465,9 @@ TEST(VolumeSettings, KeepTheReplacementsBeforeARecordThatFails)
     records[2].fEndVolume = 9.0f;
     EXPECT_EQ(volume.SetVolumeSettings(records.data(), 4, 10), kInvalidParameter);
     for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(records[i].fStartVolume, i < 2 ? Replaced(8.0f) : 8.0f) << i;
+        EXPECT_EQ(records[i].fStartVolume, i < 2 ? models::BelowEight(8.0f) : 8.0f) << i;
     }
-    EXPECT_EQ(records[1].fEndVolume, Replaced(8.0f));
+    EXPECT_EQ(records[1].fEndVolume, models::BelowEight(8.0f));
 }
 
 TEST(VolumeSettings, ReadAllRecordsBeforeTheyRefuseTheirCount)
@@ -497,7 +478,7 @@ TEST(VolumeSettings, ReadAllRecordsBeforeTheyRefuseTheirCount)
         const bool isRow =
             std::any_of(std::begin(kRows), std::end(kRows), [=](const Row& row) { return row.channels == channels; });
         EXPECT_EQ(volume.SetVolumeSettings(records.data(), channels, 10), isRow ? 0 : kInvalidParameter) << channels;
-        EXPECT_EQ(records.back().fEndVolume, Replaced(8.0f));
+        EXPECT_EQ(records.back().fEndVolume, models::BelowEight(8.0f));
     }
 }
 
@@ -703,7 +684,7 @@ TEST(ApplyVolume, PassesOnTheFailuresOfAKernelWithoutSettingTheLength)
     Records records = Flat(2, 8.0f);
     records[1].fStartVolume = 8.5f;
     EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 2), kInvalidParameter);
-    EXPECT_EQ(records[0].fStartVolume, Replaced(8.0f));
+    EXPECT_EQ(records[0].fStartVolume, models::BelowEight(8.0f));
     EXPECT_EQ(WordsOf(output), Words(12));
     EXPECT_TRUE(output.lengthsSet.empty());
 }

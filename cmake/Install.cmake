@@ -1,0 +1,46 @@
+# What `cmake --install` puts where, in three components: runtime, development and tools. tests/packaging/manifest lists
+# every file; Debian's packages (packaging/debian) are cut along the same lines.
+include(CMakePackageConfigHelpers)
+set(package ZtaAudioSamplesEngine)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${package})
+set(generated ${PROJECT_BINARY_DIR}/generated/packaging)
+
+# The library, and what hosts compile against.
+set_target_properties(ZtaAudioSamplesEngine PROPERTIES EXPORT_NAME AudioSamplesEngine)
+set_target_properties(zta_headers PROPERTIES EXPORT_NAME Headers)
+set_target_properties(zta_host PROPERTIES EXPORT_NAME Host)
+install(TARGETS ZtaAudioSamplesEngine zta_headers zta_host EXPORT ${package}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(DIRECTORY include/zta DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+file(GLOB host_headers CONFIGURE_DEPENDS host/*.h)
+install(FILES ${host_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zta/host COMPONENT development)
+
+# How other builds find them, wherever the prefix has been moved to.
+install(EXPORT ${package} NAMESPACE Zta:: FILE ${package}Targets.cmake DESTINATION ${package_dir} COMPONENT development)
+write_basic_package_version_file(${generated}/${package}ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES packaging/cmake/${package}Config.cmake ${generated}/${package}ConfigVersion.cmake
+  DESTINATION ${package_dir} COMPONENT development)
+
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+cmake_path(APPEND CMAKE_INSTALL_PREFIX ${pkgconfig_dir} OUTPUT_VARIABLE absolute_dir)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${absolute_dir} OUTPUT_VARIABLE prefix_from_pkgconfig)
+set(prefix "\${prefix}")
+cmake_path(APPEND prefix ${CMAKE_INSTALL_LIBDIR} OUTPUT_VARIABLE pkgconfig_libdir) # which may be absolute
+cmake_path(APPEND prefix ${CMAKE_INSTALL_INCLUDEDIR} OUTPUT_VARIABLE pkgconfig_includedir)
+foreach(name zta-audio-samples-engine zta-host)
+  configure_file(packaging/pkgconfig/${name}.pc.in ${generated}/${name}.pc @ONLY)
+  install(FILES ${generated}/${name}.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
+endforeach()
+
+# What people read: the links of the host's guide hold, and the examples are a project to copy.
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES docs/abi.md docs/error-codes.md docs/host-guide.md docs/validator.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+
+get_property(tools GLOBAL PROPERTY ZTA_TOOLS)
+foreach(tool IN LISTS tools)
+  install(TARGETS ${tool} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install(FILES docs/man/${tool}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+endforeach()

@@ -1,0 +1,93 @@
+/// What the fuzz targets share: choices that are taken from an input, and checks.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <type_traits>
+
+/// Ends the process when a condition does not hold: what the fuzzer, and the replay, take for a finding.
+#define ZTA_FUZZ_CHECK(condition)                                                                                      \
+    (static_cast<bool>(condition) ? static_cast<void>(0) : ::zta::fuzz::Fail(__FILE__, __LINE__, #condition))
+
+namespace zta::fuzz {
+
+[[noreturn]] inline void Fail(const char* file, int line, const char* condition)
+{
+    std::fprintf(stderr, "%s:%d: does not hold: %s\n", file, line, condition);
+    std::abort();
+}
+
+/// Takes choices off the front of an input. Behind its end every choice is 0, so that each input means something.
+class Choices {
+public:
+    Choices(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
+
+    [[nodiscard]] bool IsEmpty() const { return left_ == 0; }
+
+    /// Any value of a number's type.
+    template <class Number>
+    Number Any()
+    {
+        static_assert(std::is_arithmetic_v<Number>);
+        Number value{};
+        const std::size_t taken = std::min(sizeof(value), left_);
+        std::memcpy(&value, data_, taken);
+        Skip(taken);
+        return value;
+    }
+
+    /// 0 to count - 1. A small count takes one byte.
+    std::size_t Below(std::size_t count) { return (count <= 256 ? Any<std::uint8_t>() : Any<std::uint32_t>()) % count; }
+
+    bool Flip() { return Below(2) == 1; }
+
+    /// True once in `count` on average, and at the end of the input false.
+    bool Rarely(std::size_t count) { return Below(count) == count - 1; }
+
+    template <class Item, std::size_t Count>
+    const Item& OneOf(const Item (&items)[Count])
+    {
+        return items[Below(Count)];
+    }
+
+    /// Up to `most` bytes.
+    std::string Text(std::size_t most)
+    {
+        const std::size_t taken = std::min(most, left_);
+        std::string text(reinterpret_cast<const char*>(data_), taken);
+        Skip(taken);
+        return text;
+    }
+
+private:
+    void Skip(std::size_t count)
+    {
+        data_ += count;
+        left_ -= count;
+    }
+
+    const std::uint8_t* data_;
+    std::size_t left_;
+};
+
+/// Samples that look like noise and depend on nothing but the seed.
+class Noise {
+public:
+    explicit Noise(std::uint32_t seed) : state_(seed) {}
+
+    std::uint32_t Next()
+    {
+        state_ = state_ * 1664525U + 1013904223U;
+        return state_ >> 8;
+    }
+
+private:
+    std::uint32_t state_;
+};
+
+} // namespace zta::fuzz

@@ -1,0 +1,217 @@
+// Format records through the classification, the suggestions and the queries of every kernel class, against the rules
+// as tests/support/format_model.h has them and against the classes' lists of rows.
+
+#include "fuzz/choices.h"
+#include "kernels/bit_depth.h"
+#include "kernels/data_type.h"
+#include "kernels/fade.h"
+#include "kernels/mono_to_mux.h"
+#include "kernels/mono_to_stereo.h"
+#include "kernels/mux_to_mono.h"
+#include "kernels/mux_to_stereo.h"
+#include "kernels/stereo_to_mono.h"
+#include "kernels/stereo_to_mux.h"
+#include "kernels/volume.h"
+#include "resampler/resample_audio.h"
+#include "tests/support/format_model.h"
+
+#include <zta/status.h>
+
+#include <vector>
+
+/// Where the classes keep their rows.
+struct SZtLayoutProbe {
+    static const SZtAListOfProcessingFormatsAndFunctionIndex& Rows(const CZtaAudioProcessingUtil& kernel)
+    {
+        return *kernel.m_psProcessingFormats;
+    }
+};
+
+namespace {
+
+using zta::fuzz::Choices;
+
+/// Neither a format nor a property that an answer could leave behind.
+constexpr SZtaWaveFormatInfo kUntouched = {1, 2, static_cast<EZtAudioDataType>(3), 4, 5, 6};
+
+struct Suggestion {
+    int status = ZT_E_FORMAT_NOT_SUPPORTED;
+    SZtaWaveFormatInfo in = kUntouched;
+    SZtaWaveFormatInfo out = kUntouched;
+};
+
+bool AreEqual(const SZtaWaveFormatInfo& first, const SZtaWaveFormatInfo& second)
+{
+    return std::memcmp(&first, &second, sizeof(first)) == 0;
+}
+
+std::optional<std::uint32_t> Property(const SZtaWaveFormatInfo& format)
+{
+    return models::Property(format.eDataType, format.ulBitsPerSample, format.ulValidBitsPerSample,
+                            format.ulSamplesPerSec, format.ulChannels);
+}
+
+/// Mostly fields that mean something, now and then any bits.
+SZtaWaveFormatInfo MakeFormat(Choices& choices)
+{
+    constexpr std::uint32_t kChannels[] = {1, 2, 4, 8, 16, 32, 64, 0, 3, 6, 65};
+    constexpr std::uint32_t kTypes[] = {1, 2, 3, 4, 0, 9};
+    constexpr std::uint32_t kRates[] = {48000, 44100, 96000, 0};
+    constexpr std::uint32_t kContainers[] = {16, 24, 32, 8, 0, 64};
+    constexpr std::uint32_t kValids[] = {16, 20, 24, 32, 0, 8};
+    const auto field = [&](const auto& usual) {
+        return choices.Rarely(32) ? choices.Any<std::uint32_t>() : choices.OneOf(usual);
+    };
+    SZtaWaveFormatInfo format{};
+    format.ulSize = choices.Rarely(16) ? choices.Any<std::uint32_t>() : 24;
+    format.ulChannels = field(kChannels);
+    format.eDataType = static_cast<EZtAudioDataType>(field(kTypes));
+    format.ulSamplesPerSec = field(kRates);
+    format.ulBitsPerSample = field(kContainers);
+    format.ulValidBitsPerSample = field(kValids);
+    return format;
+}
+
+/// A class's rows, and what the rules make of them.
+class Rules {
+public:
+    explicit Rules(const CZtaAudioProcessingUtil& kernel)
+    {
+        const auto& list = SZtLayoutProbe::Rows(kernel);
+        for (int i = 0; i < list.iFormatCount; ++i) {
+            rows_.push_back({list.psFormats[i].eInputFormat, list.psFormats[i].eOutputFormat});
+        }
+    }
+
+    [[nodiscard]] bool Has(std::uint32_t in, std::uint32_t out) const
+    {
+        for (const Row& row : rows_) {
+            if (row.in == in && row.out == out) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// The pair itself, else another input, else another output, else a whole row.
+    [[nodiscard]] Suggestion ForPair(const SZtaWaveFormatInfo& in, const SZtaWaveFormatInfo& out) const
+    {
+        const auto inProperty = Property(in);
+        const auto outProperty = Property(out);
+        if (!inProperty || !outProperty) {
+            return {};
+        }
+        if (Has(*inProperty, *outProperty)) {
+            return {0, in, out};
+        }
+        for (const Row& row : rows_) {
+            if (row.out == *outProperty) {
+                return {0, g_asFormatOfProperty[row.in], out};
+            }
+        }
+        for (const Row& row : rows_) {
+            if (row.in == *inProperty) {
+                return {0, in, g_asFormatOfProperty[row.out]};
+            }
+        }
+        const Row& row = *inProperty == 19 ? rows_.front() : rows_.back();
+        return {0, g_asFormatOfProperty[row.in], g_asFormatOfProperty[row.out]};
+    }
+
+    /// The format itself, else the last row of its sort: mono for the four mono layouts, stereo for all others.
+    [[nodiscard]] Suggestion ForOne(const SZtaWaveFormatInfo& format) const
+    {
+        const auto property = Property(format);
+        if (!property) {
+            return {};
+        }
+        if (Has(*property, *property)) {
+            return {0, format, kUntouched};
+        }
+        const auto isOneOf = [](std::uint32_t value, std::initializer_list<std::uint32_t> set) {
+            return std::find(set.begin(), set.end(), value) != set.end();
+        };
+        const bool mono = isOneOf(*property, {1, 8, 16, 20});
+        for (std::size_t i = rows_.size(); i > 0; --i) {
+            const std::uint32_t candidate = rows_[i - 1].in;
+            if (mono ? isOneOf(candidate, {1, 8, 16, 20}) : isOneOf(candidate, {2, 9, 17, 21})) {
+                return {0, g_asFormatOfProperty[candidate], kUntouched};
+            }
+        }
+        return {ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, kUntouched, kUntouched};
+    }
+
+private:
+    struct Row {
+        std::uint32_t in;
+        std::uint32_t out;
+    };
+    std::vector<Row> rows_;
+};
+
+void CheckClassification(CZtaAudioProcessingUtil& kernel, SZtaWaveFormatInfo format)
+{
+    auto property = static_cast<EZtAudioSampleFormatProperty>(0xDEAD);
+    const int status = kernel.GetSampleFormat(&format, &property);
+    const auto expected = Property(format);
+    ZTA_FUZZ_CHECK(status == (expected ? 0 : ZT_E_FORMAT_NOT_SUPPORTED));
+    ZTA_FUZZ_CHECK(property == expected.value_or(0));
+}
+
+void CheckPair(CZtaAudioProcessingUtil& kernel, const Rules& rules, SZtaWaveFormatInfo in, SZtaWaveFormatInfo out)
+{
+    const Suggestion expected = rules.ForPair(in, out);
+    Suggestion found;
+    found.status = kernel.SuggestFormatInOutBuffers(&in, &out, &found.in, &found.out);
+    ZTA_FUZZ_CHECK(found.status == expected.status);
+    ZTA_FUZZ_CHECK(AreEqual(found.in, expected.in) && AreEqual(found.out, expected.out));
+
+    bool supported = true;
+    const int status = kernel.QueryFormatSupportedInOutBuffers(&in, &out, &supported);
+    ZTA_FUZZ_CHECK(status == expected.status);
+    ZTA_FUZZ_CHECK(supported == (status >= 0 && rules.Has(*Property(in), *Property(out))));
+}
+
+void CheckOne(CZtaAudioProcessingUtil& kernel, const Rules& rules, SZtaWaveFormatInfo format)
+{
+    const Suggestion expected = rules.ForOne(format);
+    SZtaWaveFormatInfo found = kUntouched;
+    ZTA_FUZZ_CHECK(kernel.SuggestFormatSingleBuffer(&format, &found) == expected.status);
+    ZTA_FUZZ_CHECK(AreEqual(found, expected.in));
+
+    bool supported = true;
+    const auto property = Property(format);
+    const int status = kernel.QueryFormatSupportedSingleBuffer(&format, &supported);
+    ZTA_FUZZ_CHECK(status == (property ? 0 : ZT_E_FORMAT_NOT_SUPPORTED));
+    ZTA_FUZZ_CHECK(supported == (property && rules.Has(*property, *property)));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static CZtaConvertBitDepth bitDepth;
+    static CZtaConvertDataType dataType;
+    static CZtaApplyFade fade;
+    static CZtaConvertMonoToStereo monoToStereo;
+    static CZtaConvertStereoToMono stereoToMono;
+    static CZtaConvertMonoToMux monoToMux;
+    static CZtaConvertStereoToMux stereoToMux;
+    static CZtaConvertMuxToMono muxToMono;
+    static CZtaConvertMuxToStereo muxToStereo;
+    static CZtaApplyVolume volume;
+    static CZtaResampleAudio resampleAudio;
+    static CZtaAudioProcessingUtil* const kernels[] = {&bitDepth,     &dataType,  &fade,         &monoToStereo,
+                                                       &stereoToMono, &monoToMux, &stereoToMux,  &muxToMono,
+                                                       &muxToStereo,  &volume,    &resampleAudio};
+    Choices choices(data, size);
+    const SZtaWaveFormatInfo in = MakeFormat(choices);
+    const SZtaWaveFormatInfo out = choices.Rarely(4) ? in : MakeFormat(choices);
+    CheckClassification(bitDepth, in);
+    for (CZtaAudioProcessingUtil* kernel : kernels) {
+        const Rules rules(*kernel);
+        CheckPair(*kernel, rules, in, out);
+        CheckOne(*kernel, rules, in);
+    }
+    return 0;
+}

@@ -1,0 +1,782 @@
+// Sequences of the engine's operations on buffers of any format, length and state, while the host's calls fail or call
+// the engine again. Whatever happens: the status is a documented one, every buffer has had its signals, references are
+// back, the latch is as it should be. Where the host does its part, samples are those of fuzz/plain_operations.h.
+
+#include "engine/audio_samples_engine.h"
+#include "fuzz/choices.h"
+#include "fuzz/faulty_host.h"
+#include "fuzz/plain_operations.h"
+#include "tests/support/recording_host.h"
+
+#include <map>
+#include <set>
+#include <utility>
+
+/// The latch, and what an engine keeps between its two halves.
+struct SZtLayoutProbe {
+    static std::uint32_t Busy(const CZtaAudioSamplesEngine& engine) { return engine.m_ui32Busy; }
+    static void SetBusy(CZtaAudioSamplesEngine& engine, std::uint32_t busy) { engine.m_ui32Busy = busy; }
+    static bool HoldsOperands(const CZtaAudioSamplesEngine& engine)
+    {
+        bool holds = engine.m_pSavedInput != nullptr || engine.m_pSavedOutput != nullptr ||
+                     engine.m_pSavedResamplerState != nullptr || engine.m_ui64SavedVolumeCount != 0;
+        for (const IZtAudioSamples* buffer : engine.m_apSavedBuffers) {
+            holds = holds || buffer != nullptr;
+        }
+        return holds;
+    }
+};
+
+namespace {
+
+using namespace zta::fuzz;
+using zta::host::Ref;
+using Buffer = Ref<FaultyBuffer>;
+
+enum class Kind {
+    Copy,
+    Duplicate,
+    MonoToStereo,
+    StereoToMono,
+    MonoToMux,
+    StereoToMux,
+    MuxToMono,
+    MuxToStereo,
+    Volume,
+    Resample,
+};
+constexpr std::size_t kKinds = 10;
+
+/// What each operation may return, besides 0 and what an input's producer or the host reported.
+bool IsDocumented(Kind kind, int status)
+{
+    static const std::set<int> common = {ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER, ZT_E_MODULE_BUSY};
+    static const std::set<int> copies = {
+        ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH, ZT_E_DESTINATION_BUFFER_TOO_SMALL, ZT_E_FORMAT_NOT_SUPPORTED,
+        ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED,     ZT_E_BUFFER_SIZE_MISMATCH,         ZT_E_BUFFER_FORMAT_MISMATCH};
+    static const std::set<int> pairs = {ZT_E_FORMAT_NOT_SUPPORTED,         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE,
+                                        ZT_E_BUFFER_SIZE_MISMATCH,         ZT_E_BUFFER_FORMAT_MISMATCH,
+                                        ZT_E_DESTINATION_BUFFER_TOO_SMALL, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED};
+    static const std::set<int> muxes = {
+        ZT_E_BUFFER_FORMAT_MISMATCH,          ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE, ZT_E_BUFFER_SIZE_MISMATCH,
+        ZT_E_DESTINATION_BUFFER_TOO_SMALL,    ZT_E_INPUT_FORMAT_NOT_SUPPORTED,  ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED,
+        ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, ZT_E_FORMAT_NOT_SUPPORTED};
+    static const std::set<int> streams = {ZT_E_INVALID_AUDIO_CHANNEL_TYPE,      ZT_E_INVALID_AUDIO_SAMPLING_RATE,
+                                          ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE,    ZT_E_INVALID_AUDIO_DATA_TYPE,
+                                          ZT_E_DESTINATION_BUFFER_TOO_SMALL,    ZT_E_FORMAT_NOT_SUPPORTED,
+                                          ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, ZT_E_BUFFER_SIZE_MISMATCH};
+    static const std::set<int> duplicates = {ZT_E_AUDIO_FORMAT_MISMATCH};
+    static const std::map<Kind, const std::set<int>*> own = {
+        {Kind::Copy, &copies},        {Kind::Duplicate, &duplicates}, {Kind::MonoToStereo, &pairs},
+        {Kind::StereoToMono, &pairs}, {Kind::MonoToMux, &muxes},      {Kind::StereoToMux, &muxes},
+        {Kind::MuxToMono, &muxes},    {Kind::MuxToStereo, &muxes},    {Kind::Volume, &muxes},
+        {Kind::Resample, &streams}};
+    return status == 0 || common.count(status) != 0 || own.at(kind)->count(status) != 0;
+}
+
+constexpr bool IsSplit(Kind kind)
+{
+    return kind == Kind::MuxToMono || kind == Kind::MuxToStereo;
+}
+
+/// A code that a producer leaves on a buffer is no failure if it is one of these, or not negative.
+bool IsTolerated(int code)
+{
+    constexpr int kWarnings[] = {kZtSynchroStatusPlayedLate,     kZtSynchroStatusCancelledLate,
+                                 kZtSynchroStatusRepeatedFrame,  kZtSynchroStatusInvalidBufferTime,
+                                 kZtSynchroStatusDeviceNotReady, kZtSynchroStatusCancelled};
+    return code >= 0 || std::find(std::begin(kWarnings), std::end(kWarnings), code) != std::end(kWarnings);
+}
+
+/// One operation with its operands; a null pointer is one that the caller gives.
+struct Operation {
+    Kind kind = Kind::Copy;
+    std::vector<Buffer> inputs;
+    std::vector<Buffer> outputs;
+    bool hasArray = true;
+    bool hasVolumes = true;
+    std::vector<SZtAudioMonoVolumeInfo> volumes;
+    unsigned long from = 0;
+    unsigned long to = 0;
+    unsigned long length = 0;
+    EZtAudioResamplerMode mode = keZtAudioResamplerModeRestart;
+
+    int Run(IZtaAudioSamplesEngine& engine, IUnknown* stream)
+    {
+        const auto in = [&](std::size_t i) { return inputs[i].Get(); };
+        const auto out = [&](std::size_t i) { return outputs[i].Get(); };
+        std::vector<IZtAudioSamples*> array;
+        array.reserve(1); // no buffers are not no array
+        for (const Buffer& buffer : IsSplit(kind) ? outputs : inputs) {
+            array.push_back(buffer.Get());
+        }
+        IZtAudioSamples** const many = hasArray ? array.data() : nullptr;
+        std::vector<SZtAudioMonoVolumeInfo> records = volumes; // the engine may write to them
+        SZtAudioMonoVolumeInfo* const gains = hasVolumes ? records.data() : nullptr;
+        switch (kind) {
+        case Kind::Copy:
+            return engine.CopyAudioSamples(in(0), out(0));
+        case Kind::Duplicate:
+            return engine.DuplicateAudioSamples(in(0), from, out(0), to, length);
+        case Kind::MonoToStereo:
+            return engine.CopyAudioSamplesMonoToStereo(in(0), in(1), out(0));
+        case Kind::StereoToMono:
+            return engine.CopyAudioSamplesStereoToMono(in(0), out(0), out(1));
+        case Kind::MonoToMux:
+            return engine.CopyAudioSamplesMonoToMux(many, array.size(), out(0), gains, records.size());
+        case Kind::StereoToMux:
+            return engine.CopyAudioSamplesStereoToMux(many, array.size(), out(0), gains, records.size());
+        case Kind::MuxToMono:
+            return engine.CopyAudioSamplesMuxToMono(in(0), many, array.size(), gains, records.size());
+        case Kind::MuxToStereo:
+            return engine.CopyAudioSamplesMuxToStereo(in(0), many, array.size(), gains, records.size());
+        case Kind::Volume:
+            return engine.ApplyVolume(in(0), out(0), gains, records.size());
+        case Kind::Resample:
+            return engine.ProcessAudioResampler(in(0), out(0), mode, stream);
+        }
+        return 0;
+    }
+
+    /// The call ends before anything else happens.
+    [[nodiscard]] bool EndsAtOnce() const
+    {
+        switch (kind) {
+        case Kind::StereoToMono:
+            return !outputs[0] && !outputs[1];
+        case Kind::MuxToMono:
+        case Kind::MuxToStereo:
+            return !hasArray;
+        default:
+            return !outputs[0];
+        }
+    }
+
+    /// Which inputs a host that answers all queries gets a signal for. Every output that is given gets its one.
+    [[nodiscard]] bool IsReadSignalled(std::size_t i) const
+    {
+        switch (kind) {
+        case Kind::MonoToStereo:
+            return inputs[0] && inputs[1] && (i == 0 || IsTolerated(leftCode));
+        case Kind::StereoToMono:
+            return static_cast<bool>(outputs[1]);
+        case Kind::MonoToMux:
+        case Kind::StereoToMux:
+            return hasArray;
+        case Kind::Volume:
+            return hasVolumes && !volumes.empty();
+        default:
+            return true;
+        }
+    }
+
+    int leftCode = 0; ///< what the producer of the left input left on it
+};
+
+class Session {
+public:
+    explicit Session(Choices& choices) : choices_(choices) { host_->ResetPool(); }
+
+    void Step()
+    {
+        Operation operation = MakeOperation();
+        if (!HasRoomForPair(operation)) {
+            return;
+        }
+        enum { Nothing, Failing, FailingOn, CallingBack, Busy, kPlans };
+        const std::size_t plan = choices_.Flip() ? choices_.Below(kPlans) : std::size_t{Nothing};
+        const int at = 1 + static_cast<int>(choices_.Below(80));
+        const bool isPlain = plan == Nothing || plan == Busy;
+        Announce(operation);
+        std::set<int> codes = {Faults::kStatus};
+        for (const Buffer& input : operation.inputs) {
+            codes.insert(input ? input->ErrorCode() : 0);
+        }
+        const std::vector<Content> insBefore = Contents(operation.inputs);
+        const std::vector<Content> outsBefore = Contents(operation.outputs);
+        SZtLayoutProbe::SetBusy(Object(), plan == Busy ? 1 : 0);
+        faults_.Begin(plan == Failing || plan == FailingOn ? at : 0, plan == FailingOn, plan == CallingBack ? at : 0,
+                      [this] { CallBack(); });
+        int status = 0;
+        bool thrown = false;
+        try {
+            status = operation.Run(*engine_, stream_.Get());
+        } catch (const CZtSmartPointerException&) {
+            thrown = true;
+        }
+        faults_.End();
+
+        // Without its content the left output of a split cannot be marked.
+        ZTA_FUZZ_CHECK(!thrown || (operation.kind == Kind::StereoToMono && faults_.HasQueryFailed()));
+        const bool isDocumented = codes.count(status) != 0 || IsDocumented(operation.kind, status);
+        if (!isDocumented) {
+            std::fprintf(stderr, "operation %d returned %08X\n", static_cast<int>(operation.kind),
+                         static_cast<unsigned int>(status));
+        }
+        ZTA_FUZZ_CHECK(isDocumented);
+        CheckLatch(operation, status, plan == Busy);
+        CheckSignals(operation, thrown);
+        CheckReferences(operation);
+        if (isPlain) {
+            CheckErrorCodes(operation, status);
+        }
+        if (plan == Nothing && operation.hasArray) {
+            CheckSamples(operation, status, insBefore, outsBefore);
+        }
+        Keep(operation);
+    }
+
+private:
+    static CZtaAudioSamplesEngine& Object() { return static_cast<CZtaAudioSamplesEngine&>(*engine_); }
+
+    // ---- Making operations ----
+
+    SZtaWaveFormatInfo MakeFormat(std::uint32_t channels)
+    {
+        constexpr struct {
+            EZtAudioDataType type;
+            std::uint32_t container;
+            std::uint32_t valid;
+        } kSorts[] = {{keZtAudioDataTypePcm, 32, 24},
+                      {keZtAudioDataTypePcm, 16, 16},
+                      {keZtAudioDataTypePcm, 24, 24},
+                      {keZtAudioDataTypeFloat, 32, 32},
+                      {keZtAudioDataTypePcm, 32, 20},
+                      {keZtAudioDataTypeMultiFormat, 32, 16},
+                      {keZtAudioDataTypeMultiFormat, 32, 24},
+                      {keZtAudioDataTypeOpaque, 32, 24},
+                      {keZtAudioDataTypePcm, 32, 16},
+                      {keZtAudioDataTypePcm, 16, 20},
+                      {keZtAudioDataTypeFloat, 32, 24},
+                      {keZtAudioDataTypeOpaque, 8, 8},
+                      {static_cast<EZtAudioDataType>(9), 32, 24}};
+        constexpr std::uint32_t kChannels[] = {1, 2, 4, 8, 16, 32, 64, 3, 6, 65, 70};
+        const auto& sort = choices_.OneOf(kSorts);
+        if (choices_.Rarely(16)) {
+            channels = choices_.OneOf(kChannels);
+        }
+        const std::uint32_t rate = choices_.Rarely(16) ? 44100 : 48000;
+        return zta::host::MakeFormat(channels, sort.type, rate, sort.container, sort.valid);
+    }
+
+    /// The frames of a buffer: as the operation's others have, most of the time.
+    std::size_t MakeFrames()
+    {
+        if (choices_.Rarely(8)) {
+            frames_ = choices_.Rarely(32) ? 24000 + choices_.Below(30000) : choices_.Below(500);
+        }
+        return frames_;
+    }
+
+    Buffer MakeBuffer(const SZtaWaveFormatInfo& format)
+    {
+        const std::size_t frameBytes = zta::host::BytesPerFrame(format);
+        const std::size_t frames = MakeFrames();
+        const std::size_t length = frames * frameBytes + (choices_.Rarely(16) ? choices_.Below(frameBytes) : 0);
+        const std::size_t spare = choices_.Rarely(8) ? choices_.Below(2000) : 0;
+        auto buffer = FaultyBuffer::Create(faults_, format, length + spare);
+        Noise noise(choices_.Any<std::uint8_t>());
+        for (std::size_t i = 0; i < length; ++i) {
+            buffer->Data()[i] = static_cast<std::byte>(noise.Next());
+        }
+        if (format.eDataType == keZtAudioDataTypeFloat && !choices_.Rarely(4)) {
+            for (std::size_t i = 0; i + sizeof(float) <= length; i += sizeof(float)) {
+                const float sample = static_cast<float>(noise.Next() % 20000) / 10000.0F - 1.0F;
+                std::memcpy(buffer->Data() + i, &sample, sizeof(sample));
+            }
+        }
+        buffer->SetValidLength(choices_.Rarely(16) ? choices_.Below(length + 1) : length);
+        if (choices_.Rarely(6)) {
+            buffer->SetFades(choices_.Flip(), choices_.Flip());
+        }
+        if (choices_.Rarely(16)) {
+            constexpr int kCodes[] = {kZtSynchroStatusPlayedLate, static_cast<int>(0x80001234), ZT_E_MODULE_BUSY,
+                                      ZT_E_DESTINATION_BUFFER_TOO_SMALL, 7};
+            buffer->zta::host::AudioBuffer::SetErrorCode(choices_.OneOf(kCodes));
+        }
+        return buffer;
+    }
+
+    /// A buffer of `like`'s format, or of one of its own; now and then one of an earlier operation, or none.
+    Buffer Operand(std::uint32_t channels, const SZtaWaveFormatInfo* like)
+    {
+        if (choices_.Rarely(64)) {
+            return {};
+        }
+        if (!kept_.empty() && choices_.Rarely(8)) {
+            return kept_[choices_.Below(kept_.size())];
+        }
+        if (like == nullptr || choices_.Rarely(8)) {
+            return MakeBuffer(MakeFormat(channels));
+        }
+        SZtaWaveFormatInfo format = *like;
+        format.ulChannels = channels;
+        return MakeBuffer(format);
+    }
+
+    Operation MakeOperation()
+    {
+        Operation operation;
+        operation.kind = static_cast<Kind>(choices_.Below(kKinds));
+        frames_ = choices_.Below(choices_.Rarely(4) ? 400 : 12);
+        const bool isAlike = !choices_.Rarely(3);
+        SZtaWaveFormatInfo common = MakeFormat(1);
+        const SZtaWaveFormatInfo* const like = isAlike ? &common : nullptr;
+        constexpr std::uint32_t kWidths[] = {4, 8, 16, 2, 32, 64, 1};
+        constexpr std::uint32_t kCounts[] = {0, 1, 3, 5, 12, 65, 66};
+        const std::uint32_t width = choices_.OneOf(kWidths);
+        const std::uint32_t side = operation.kind == Kind::StereoToMux || operation.kind == Kind::MuxToStereo ? 2 : 1;
+        const std::uint32_t count = choices_.Rarely(24) ? choices_.OneOf(kCounts) : width / side;
+        const auto add = [&](std::vector<Buffer>& buffers, std::uint32_t channels, std::uint32_t how = 1) {
+            for (std::uint32_t i = 0; i < how; ++i) {
+                buffers.push_back(Operand(channels, like));
+            }
+        };
+        switch (operation.kind) {
+        case Kind::Copy:
+        case Kind::Duplicate:
+        case Kind::Volume:
+            add(operation.inputs, width);
+            add(operation.outputs, width);
+            if (choices_.Rarely(16)) {
+                operation.outputs = operation.inputs;
+            }
+            break;
+        case Kind::MonoToStereo:
+            add(operation.inputs, 1, 2);
+            add(operation.outputs, 2);
+            break;
+        case Kind::StereoToMono:
+            add(operation.inputs, 2);
+            add(operation.outputs, 1, 2);
+            break;
+        case Kind::MonoToMux:
+        case Kind::StereoToMux:
+            add(operation.inputs, side, count);
+            add(operation.outputs, width);
+            break;
+        case Kind::MuxToMono:
+        case Kind::MuxToStereo:
+            add(operation.inputs, width);
+            add(operation.outputs, side, count);
+            break;
+        case Kind::Resample:
+            common = zta::host::Pcm16(1, 44100);
+            add(operation.inputs, 1 + (width & 1));
+            common.ulSamplesPerSec = 48000;
+            add(operation.outputs, 1 + (width & 1));
+            operation.mode = static_cast<EZtAudioResamplerMode>(choices_.Below(4));
+            break;
+        }
+        if (operation.kind == Kind::Resample && !stream_) {
+            SZtaWaveFormatInfo from = zta::host::Pcm16(1 + static_cast<std::uint32_t>(choices_.Below(2)), 44100);
+            SZtaWaveFormatInfo to = zta::host::Pcm16(from.ulChannels, 48000);
+            ZTA_FUZZ_CHECK(engine_->CreateAudioResampler(&from, &to, stream_.Put()) == 0);
+        }
+        operation.hasArray = !choices_.Rarely(64);
+        MakeVolumes(operation, width);
+        const auto offset = [&] { return choices_.Rarely(8) ? choices_.Any<unsigned long>() : choices_.Below(300); };
+        operation.from = offset();
+        operation.to = offset();
+        operation.length = offset();
+        if (operation.kind == Kind::Duplicate && operation.inputs[0] && choices_.Rarely(3)) {
+            operation.length = operation.inputs[0]->Length() - operation.from; // to the very end
+        }
+        operation.leftCode = operation.inputs.empty() || !operation.inputs[0] ? 0 : operation.inputs[0]->ErrorCode();
+        return operation;
+    }
+
+    void MakeVolumes(Operation& operation, std::uint32_t width)
+    {
+        const bool wanted = operation.kind == Kind::Volume || choices_.Rarely(4);
+        const std::size_t count = choices_.Rarely(12) ? choices_.Below(70) : wanted ? width : 0;
+        operation.hasVolumes = !choices_.Rarely(32);
+        constexpr float kGains[] = {1.0F, 0.0F, 8.0F, 0.5F, 2.0F, 7.999F, -0.1F, 8.1F, 1e30F};
+        const std::size_t usual = choices_.Rarely(8) ? std::size(kGains) : 6;
+        for (std::size_t i = 0; i < count; ++i) {
+            const float start = kGains[choices_.Below(usual)];
+            operation.volumes.push_back(
+                {static_cast<std::uint32_t>(i), start, choices_.Flip() ? start : kGains[choices_.Below(usual)]});
+        }
+        if (choices_.Rarely(64) && !operation.volumes.empty()) {
+            operation.volumes[0].fStartVolume = choices_.Any<float>();
+        }
+    }
+
+    /// A split into two is refused where both outputs are too small. That none of them is alone is for hosts to see to.
+    static bool HasRoomForPair(const Operation& operation)
+    {
+        if (operation.kind != Kind::StereoToMono || !operation.inputs[0] || !operation.outputs[0] ||
+            !operation.outputs[1]) {
+            return true;
+        }
+        const std::size_t frames = ContentOf(*operation.inputs[0]).Frames();
+        return (ContentOf(*operation.outputs[0]).Room() < frames) == (ContentOf(*operation.outputs[1]).Room() < frames);
+    }
+
+    static void Announce(const Operation& operation)
+    {
+        for (const Buffer& input : operation.inputs) {
+            if (input) {
+                input->AnnounceRead();
+            }
+        }
+        for (const Buffer& output : operation.outputs) {
+            if (output) {
+                output->AnnounceWrite();
+            }
+        }
+    }
+
+    static std::vector<Content> Contents(const std::vector<Buffer>& buffers)
+    {
+        std::vector<Content> contents;
+        for (const Buffer& buffer : buffers) {
+            contents.push_back(buffer ? ContentOf(*buffer) : Content{});
+        }
+        return contents;
+    }
+
+    static Content ContentOf(const FaultyBuffer& buffer)
+    {
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(buffer.Data());
+        return {buffer.Description(), buffer.Length(), {bytes, bytes + buffer.Capacity()}};
+    }
+
+    // ---- What the host does from within a call ----
+
+    /// Another caller comes with good buffers of its own.
+    void CallBack()
+    {
+        const bool isBusy = SZtLayoutProbe::Busy(Object()) != 0;
+        auto source = FaultyBuffer::Create(faults_, zta::host::Pcm16(1), 64);
+        auto destination = FaultyBuffer::Create(faults_, zta::host::Pcm24In32(1), 128);
+        source->SetValidLength(64);
+        source->AnnounceRead();
+        destination->AnnounceWrite();
+        const int status = engine_->CopyAudioSamples(source.Get(), destination.Get());
+        ZTA_FUZZ_CHECK(status == (isBusy ? ZT_E_MODULE_BUSY : 0));
+        ZTA_FUZZ_CHECK(SZtLayoutProbe::Busy(Object()) == (isBusy ? 1U : 0U));
+        ZTA_FUZZ_CHECK(destination->ErrorCode() == status);
+        ZTA_FUZZ_CHECK(source->ReadCount() == 0 && destination->WriteCount() == 0);
+        ZTA_FUZZ_CHECK(source->References() == 1 && destination->References() == 1);
+    }
+
+    // ---- Checks ----
+
+    /// Every ending frees the latch, but for the one that found it taken, and those that come before everything.
+    static void CheckLatch(const Operation& operation, int status, bool wasBusy)
+    {
+        const bool staysBusy = wasBusy && (status == ZT_E_MODULE_BUSY || operation.EndsAtOnce());
+        ZTA_FUZZ_CHECK(SZtLayoutProbe::Busy(Object()) == (staysBusy ? 1U : 0U));
+        ZTA_FUZZ_CHECK(!SZtLayoutProbe::HoldsOperands(Object()));
+        SZtLayoutProbe::SetBusy(Object(), 0);
+    }
+
+    /// Each announced access has had one signal, or, where the operation does not come to that buffer, none. A query
+    /// that fails leaves its buffer without.
+    void CheckSignals(const Operation& operation, bool thrown)
+    {
+        const bool maybe = faults_.HasQueryFailed() || thrown;
+        std::map<FaultyBuffer*, std::pair<int, int>> left;
+        for (std::size_t i = 0; i < operation.inputs.size(); ++i) {
+            if (operation.inputs[i]) {
+                left[operation.inputs[i].Get()].first +=
+                    operation.EndsAtOnce() || !operation.IsReadSignalled(i) ? 1 : 0;
+            }
+        }
+        for (const Buffer& output : operation.outputs) {
+            if (output) {
+                left[output.Get()].second += operation.EndsAtOnce() ? 1 : 0;
+            }
+        }
+        for (const auto& [buffer, counts] : left) {
+            ZTA_FUZZ_CHECK(buffer->PairingViolations() == 0);
+            ZTA_FUZZ_CHECK(maybe ? buffer->ReadCount() >= counts.first : buffer->ReadCount() == counts.first);
+            ZTA_FUZZ_CHECK(maybe ? buffer->WriteCount() >= counts.second : buffer->WriteCount() == counts.second);
+            while (buffer->ReadCount() != 0) {
+                buffer->zta::host::AudioBuffer::SignalReadCompletion();
+            }
+            while (buffer->WriteCount() != 0) {
+                buffer->zta::host::AudioBuffer::SignalWriteCompletion();
+            }
+        }
+    }
+
+    void CheckReferences(const Operation& operation)
+    {
+        std::map<FaultyBuffer*, long> own;
+        for (const std::vector<Buffer>* buffers : {&operation.inputs, &operation.outputs, &std::as_const(kept_)}) {
+            for (const Buffer& buffer : *buffers) {
+                if (buffer) {
+                    ++own[buffer.Get()];
+                }
+            }
+        }
+        for (const auto& [buffer, count] : own) {
+            CheckReferences(*buffer, count);
+        }
+        for (FaultyBuffer* buffer : host_->Pool()) {
+            CheckReferences(*buffer, 1);
+        }
+    }
+
+    /// A byte copy that does not fit may have kept one.
+    static void CheckReferences(FaultyBuffer& buffer, long own)
+    {
+        const long kept = buffer.References() - own;
+        ZTA_FUZZ_CHECK(kept >= 0 && kept <= buffer.Refusals());
+        buffer.ReleaseKept(kept);
+    }
+
+    /// A failure stands on each output.
+    static void CheckErrorCodes(const Operation& operation, int status)
+    {
+        if (status >= 0 || operation.EndsAtOnce()) {
+            return;
+        }
+        for (const Buffer& output : operation.outputs) {
+            ZTA_FUZZ_CHECK(!output || output->ErrorCode() == status);
+        }
+    }
+
+    // ---- Samples ----
+
+    static bool AreApart(const Operation& operation)
+    {
+        std::set<const FaultyBuffer*> all;
+        std::size_t count = 0;
+        for (const auto* buffers : {&operation.inputs, &operation.outputs}) {
+            for (const Buffer& buffer : *buffers) {
+                if (!buffer) {
+                    return false;
+                }
+                all.insert(buffer.Get());
+                ++count;
+            }
+        }
+        return all.size() == count;
+    }
+
+    static void CheckSamples(const Operation& operation, int status, std::vector<Content> ins,
+                             std::vector<Content> outs)
+    {
+        if (!AreApart(operation) || ins.empty() || outs.empty()) {
+            return;
+        }
+        for (std::size_t i = 0; i < ins.size(); ++i) {
+            // No operation writes to an input.
+            ZTA_FUZZ_CHECK(ContentOf(*operation.inputs[i]).bytes == ins[i].bytes);
+            if (!IsTolerated(operation.inputs[i]->ErrorCode())) {
+                return;
+            }
+        }
+        switch (operation.kind) {
+        case Kind::Copy:
+            CheckCopy(operation, status, ins[0], outs[0]);
+            break;
+        case Kind::Duplicate:
+            CheckDuplicate(operation, status, ins[0], outs[0]);
+            break;
+        case Kind::MonoToStereo:
+        case Kind::MonoToMux:
+        case Kind::StereoToMux:
+            CheckInterleaving(operation, status, ins, outs[0]);
+            break;
+        case Kind::StereoToMono:
+        case Kind::MuxToMono:
+        case Kind::MuxToStereo:
+            CheckSplit(operation, status, ins[0], outs);
+            break;
+        case Kind::Volume:
+            CheckVolume(operation, status, ins[0], outs[0]);
+            break;
+        case Kind::Resample:
+            break;
+        }
+    }
+
+    static void CheckCopy(const Operation& operation, int status, const Content& in, const Content& out)
+    {
+        const Content found = ContentOf(*operation.outputs[0]);
+        if (in.AsksForFade()) {
+            ZTA_FUZZ_CHECK(status < 0 || !found.AsksForFade());
+            return;
+        }
+        const Conversion expected = CopyPlainly(in, out);
+        if (expected.status == 1 && status < 0) {
+            return;
+        }
+        ZTA_FUZZ_CHECK(status == (expected.status == 1 ? 0 : expected.status));
+        if (expected.out) {
+            ZTA_FUZZ_CHECK(found.bytes == expected.out->bytes);
+            ZTA_FUZZ_CHECK(expected.status == 1 || found.length == expected.out->length);
+        }
+    }
+
+    static void CheckDuplicate(const Operation& operation, int status, Content in, Content out)
+    {
+        FixLabel(in);
+        FixLabel(out);
+        const bool opaque = in.Format().eDataType == keZtAudioDataTypeOpaque &&
+                            out.Format().eDataType == keZtAudioDataTypeOpaque &&
+                            in.Format().ulChannels == out.Format().ulChannels &&
+                            in.Format().ulSamplesPerSec == out.Format().ulSamplesPerSec;
+        const FaultyBuffer& destination = *operation.outputs[0];
+        if (!AreEqual(in.Format(), out.Format()) && !opaque) {
+            ZTA_FUZZ_CHECK(status == ZT_E_AUDIO_FORMAT_MISMATCH);
+            return;
+        }
+        ZTA_FUZZ_CHECK(status == 0);
+        const unsigned long length = operation.length;
+        if (operation.from >= in.length || in.length - operation.from < length) {
+            ZTA_FUZZ_CHECK(destination.ErrorCode() == ZT_E_SOURCE_BUFFER_TOO_SMALL);
+        } else if (operation.to >= out.bytes.size() || out.bytes.size() - operation.to < length) {
+            ZTA_FUZZ_CHECK(destination.ErrorCode() == ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        } else {
+            std::memcpy(out.bytes.data() + operation.to, in.bytes.data() + operation.from, length);
+        }
+        const Content found = ContentOf(destination);
+        ZTA_FUZZ_CHECK(found.bytes == out.bytes && found.length == out.length);
+        ZTA_FUZZ_CHECK(found.description.bFadeIn == in.description.bFadeIn);
+        ZTA_FUZZ_CHECK(found.description.bFadeOut == in.description.bFadeOut);
+        ZTA_FUZZ_CHECK(found.description.ePolarity == in.description.ePolarity);
+    }
+
+    /// Formats that a kernel takes as they are: one container throughout, and as many channels as the parts have.
+    static bool AreDirect(const Content& whole, const std::vector<Content>& parts, bool isMux)
+    {
+        SZtaWaveFormatInfo part = whole.Format();
+        part.ulChannels = parts[0].Format().ulChannels;
+        bool direct = IsExact(whole.Format()) && whole.Format().eDataType == keZtAudioDataTypePcm &&
+                      part.ulChannels * parts.size() == whole.Format().ulChannels && part.ulChannels <= 2 &&
+                      (isMux ? whole.Format().ulChannels >= 4 : whole.Format().ulChannels == 2);
+        for (const Content& content : parts) {
+            direct = direct && AreEqual(content.Format(), part) && content.Frames() == parts[0].Frames();
+        }
+        return direct;
+    }
+
+    static void CheckInterleaving(const Operation& operation, int status, const std::vector<Content>& ins,
+                                  const Content& out)
+    {
+        const bool isMux = operation.kind != Kind::MonoToStereo;
+        bool plain = AreDirect(out, ins, isMux) && operation.volumes.empty() && ins[0].Frames() > 0;
+        std::vector<const Content*> parts;
+        for (const Content& in : ins) {
+            plain = plain && !in.AsksForFade();
+            parts.push_back(&in);
+        }
+        if (!plain) {
+            return;
+        }
+        // A mux is measured by its valid length, stereo by its capacity.
+        const std::size_t frames = ins[0].Frames();
+        const bool isStaged =
+            isMux && std::any_of(ins.begin(), ins.end(), [](const Content& in) { return in.length > kScratchBytes; });
+        if (isStaged || (isMux ? out.Frames() : out.Room()) < frames) {
+            ZTA_FUZZ_CHECK(status == ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+            return;
+        }
+        ZTA_FUZZ_CHECK(status == 0);
+        const std::size_t elementBytes = zta::host::BytesPerFrame(ins[0].Format());
+        std::vector<std::uint8_t> expected = Interleaved(parts, elementBytes, frames);
+        const Content found = ContentOf(*operation.outputs[0]);
+        ZTA_FUZZ_CHECK(found.length == expected.size());
+        expected.insert(expected.end(), out.bytes.begin() + static_cast<std::ptrdiff_t>(expected.size()),
+                        out.bytes.end());
+        ZTA_FUZZ_CHECK(found.bytes == expected);
+    }
+
+    static void CheckSplit(const Operation& operation, int status, const Content& in, const std::vector<Content>& outs)
+    {
+        const bool isMux = operation.kind != Kind::StereoToMono;
+        const std::size_t frames = in.Frames();
+        bool plain =
+            AreDirect(in, outs, isMux) && operation.volumes.empty() && frames > 0 && (!in.AsksForFade() || !isMux);
+        // Outputs of a mux that are longer than it receive what lies behind its valid frames.
+        for (const Content& out : outs) {
+            plain = plain && (isMux ? out.Frames() == frames : out.Room() >= frames);
+        }
+        if (!plain) {
+            return;
+        }
+        ZTA_FUZZ_CHECK(status == 0);
+        const std::size_t elementBytes = zta::host::BytesPerFrame(outs[0].Format());
+        for (std::size_t part = 0; part < outs.size(); ++part) {
+            Content expected = outs[part];
+            for (std::size_t frame = 0; frame < frames; ++frame) {
+                // Sixteen channels of 24-in-32: the third frame of a tail of three has channels 8 to 11 twice.
+                const bool repeats = in.Format().ulChannels == 16 && elementBytes == 4 &&
+                                     in.Format().ulBitsPerSample == 32 && outs.size() == 16 && part >= 12 &&
+                                     frames % 4 == 3 && frame == frames - 1;
+                const std::size_t element = frame * outs.size() + part - (repeats ? 4 : 0);
+                std::memcpy(expected.bytes.data() + frame * elementBytes, in.bytes.data() + element * elementBytes,
+                            elementBytes);
+            }
+            const Content found = ContentOf(*operation.outputs[part]);
+            ZTA_FUZZ_CHECK(found.bytes == expected.bytes);
+            ZTA_FUZZ_CHECK(found.length == frames * elementBytes);
+        }
+    }
+
+    /// Steady gains alone.
+    static void CheckVolume(const Operation& operation, int status, const Content& in, const Content& out)
+    {
+        const std::size_t channels = in.Format().ulChannels;
+        bool plain = operation.hasVolumes && operation.volumes.size() == channels && IsExact(in.Format()) &&
+                     AreEqual(in.Format(), out.Format()) && in.Format().ulValidBitsPerSample == 24 &&
+                     in.Format().ulBitsPerSample == 32 && !in.AsksForFade() && in.Frames() == out.Frames() &&
+                     in.Frames() * channels >= 4;
+        for (const SZtAudioMonoVolumeInfo& volume : operation.volumes) {
+            plain = plain && volume.fStartVolume == volume.fEndVolume && volume.fStartVolume >= 0.0F &&
+                    volume.fStartVolume <= 8.0F;
+        }
+        if (!plain) {
+            return;
+        }
+        ZTA_FUZZ_CHECK(status == 0);
+        Content expected = out;
+        for (std::size_t i = 0; i < in.Frames() * channels; ++i) {
+            const auto gain = std::min(
+                std::int64_t{32767}, static_cast<std::int64_t>(operation.volumes[i % channels].fStartVolume * 4096.0F));
+            models::SetWord(expected.bytes.data() + 4 * i, models::Scaled(models::Word(in.bytes.data() + 4 * i), gain));
+        }
+        ZTA_FUZZ_CHECK(ContentOf(*operation.outputs[0]).bytes == expected.bytes);
+    }
+
+    // ---- Buffers for later ----
+
+    void Keep(const Operation& operation)
+    {
+        for (const Buffer& output : operation.outputs) {
+            if (output && kept_.size() < 6) {
+                kept_.push_back(output);
+            }
+        }
+        if (choices_.Rarely(8)) {
+            kept_.clear();
+        }
+    }
+
+    static inline Faults faults_;
+    static inline FaultyHost* const host_ = new FaultyHost(faults_);
+    static inline const Ref<IZtaAudioSamplesEngine> engine_ = zta::test::CreateEngine(*host_);
+
+    Choices& choices_;
+    Ref<IUnknown> stream_;
+    std::vector<Buffer> kept_;
+    std::size_t frames_ = 0;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Choices choices(data, size);
+    Session session(choices);
+    for (int step = 0; step < 8 && !choices.IsEmpty(); ++step) {
+        session.Step();
+    }
+    return 0;
+}

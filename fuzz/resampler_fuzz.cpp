@@ -1,0 +1,176 @@
+// A stream of the engine, cut into buffers at any places and restarted at some: it gives the samples that
+// models/resampler_model.h computes for each stretch as a whole.
+
+#include "fuzz/choices.h"
+#include "host/audio_buffer.h"
+#include "host/formats.h"
+#include "host/host_engine.h"
+#include "models/resampler_model.h"
+#include "tests/support/recording_host.h"
+
+#include <zta/ipp.h>
+#include <zta/status.h>
+
+#include <vector>
+
+namespace {
+
+using zta::fuzz::Choices;
+using zta::fuzz::Noise;
+using zta::host::AudioBuffer;
+using zta::host::Ref;
+using Samples = std::vector<std::int16_t>;
+
+/// A filter as every stream has one.
+class Filter {
+public:
+    Filter(int from, int to)
+    {
+        int size = 0;
+        int length = 0;
+        int height = 0;
+        ippsResamplePolyphaseFixedGetSize_16s(from, to, 32, &size, &length, &height, ippAlgHintFast);
+        block_ = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(size));
+        ippsResamplePolyphaseFixedInit_16s(from, to, 32, 1.0F, 9.0F, block_, ippAlgHintFast);
+    }
+    Filter(const Filter&) = delete;
+    Filter& operator=(const Filter&) = delete;
+    ~Filter() { ippsFree(block_); }
+
+    /// One channel of a stretch behind the first value, or the silence, that a channel begins with.
+    [[nodiscard]] Samples Run(const Samples& stretch, std::int16_t before) const
+    {
+        constexpr int kBefore = 17;
+        const int len = static_cast<int>(stretch.size()) - kBefore;
+        if (len < 1) {
+            return {};
+        }
+        Samples source(kBefore, before);
+        source.insert(source.end(), stretch.begin(), stretch.end());
+        return models::Run(source.data(), len, 1.0F, kBefore, block_, false).samples;
+    }
+
+private:
+    IppsResamplingPolyphaseFixed_16s* block_;
+};
+
+class Stream {
+public:
+    Stream(IZtaAudioSamplesEngine& engine, std::uint32_t channels, bool up)
+        : engine_(engine), channels_(channels), up_(up), from_(zta::host::Pcm16(channels, up ? 44100 : 48000)),
+          to_(zta::host::Pcm16(channels, up ? 48000 : 44100))
+    {
+        ZTA_FUZZ_CHECK(engine.CreateAudioResampler(&from_, &to_, stream_.Put()) == 0);
+    }
+
+    void Run(Choices& choices)
+    {
+        Noise noise(choices.Any<std::uint16_t>());
+        for (int piece = 0; piece < 24 && !choices.IsEmpty(); ++piece) {
+            const std::size_t most = choices.Rarely(8) ? 9000 : choices.Rarely(3) ? 700 : 40;
+            const std::size_t frames = choices.Below(most);
+            if (choices.Rarely(8) || (piece == 0 && choices.Flip())) {
+                Compare();
+                restart_ = true;
+            }
+            const std::size_t least = up_ ? frames * 160 / 147 + 1 : std::max(frames * 147 / 160 + 1, frames);
+            // In stereo the stages have room, and what does not fit into the output is lost.
+            const bool fits = channels_ == 2 || !choices.Rarely(8);
+            Process(noise, frames, fits ? least + 1 + choices.Below(100) : choices.Below(least), choices);
+        }
+        Compare();
+    }
+
+private:
+    void Process(Noise& noise, std::size_t frames, std::size_t room, Choices& choices)
+    {
+        const std::size_t frameBytes = channels_ * sizeof(std::int16_t);
+        if (frames == 0 && channels_ == 2) {
+            return; // its stages count as full, and so much the output need not take
+        }
+        auto input = AudioBuffer::Create(from_, frames * frameBytes);
+        auto output = AudioBuffer::Create(to_, room * frameBytes);
+        Samples samples(frames * channels_);
+        for (std::int16_t& sample : samples) {
+            sample = static_cast<std::int16_t>(noise.Next());
+        }
+        if (frames != 0) {
+            std::memcpy(input->Data(), samples.data(), frames * frameBytes);
+        }
+        input->SetValidLength(frames * frameBytes);
+        input->AnnounceRead();
+        output->AnnounceWrite();
+        const auto continues = static_cast<EZtAudioResamplerMode>(choices.Flip() ? 1 : 7);
+        const int status = engine_.ProcessAudioResampler(
+            input.Get(), output.Get(), restart_ ? keZtAudioResamplerModeRestart : continues, stream_.Get());
+        ZTA_FUZZ_CHECK(input->ReadCount() == 0 && output->WriteCount() == 0);
+        ZTA_FUZZ_CHECK(input->PairingViolations() == 0 && output->PairingViolations() == 0);
+
+        const bool fits = frames <= room && frames * to_.ulSamplesPerSec / from_.ulSamplesPerSec + 1 <= room;
+        if (frames != 0 && !fits) {
+            ZTA_FUZZ_CHECK(status == ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+            return;
+        }
+        ZTA_FUZZ_CHECK(status == 0);
+        ZTA_FUZZ_CHECK(output->Length() <= output->Capacity() && output->Length() % frameBytes == 0);
+        if (frames == 0) {
+            ZTA_FUZZ_CHECK(output->Length() == output->Capacity());
+            return;
+        }
+        if (restart_) {
+            stretch_.clear();
+            found_.clear();
+            restart_ = false;
+            primed_ = true;
+        }
+        stretch_.insert(stretch_.end(), samples.begin(), samples.end());
+        Samples made(output->Length() / sizeof(std::int16_t));
+        if (!made.empty()) {
+            std::memcpy(made.data(), output->Data(), output->Length());
+        }
+        found_.insert(found_.end(), made.begin(), made.end());
+    }
+
+    [[nodiscard]] Samples Channel(const Samples& interleaved, std::size_t channel) const
+    {
+        Samples samples;
+        for (std::size_t i = channel; i < interleaved.size(); i += channels_) {
+            samples.push_back(interleaved[i]);
+        }
+        return samples;
+    }
+
+    void Compare() const
+    {
+        static const Filter up(44100, 48000);
+        static const Filter down(48000, 44100);
+        for (std::size_t channel = 0; channel < channels_; ++channel) {
+            const Samples stretch = Channel(stretch_, channel);
+            const std::int16_t before = primed_ && !stretch.empty() ? stretch.front() : std::int16_t{0};
+            ZTA_FUZZ_CHECK(Channel(found_, channel) == (up_ ? up : down).Run(stretch, before));
+        }
+    }
+
+    IZtaAudioSamplesEngine& engine_;
+    std::uint32_t channels_;
+    bool up_;
+    SZtaWaveFormatInfo from_;
+    SZtaWaveFormatInfo to_;
+    Ref<IUnknown> stream_;
+    bool restart_ = false;
+    bool primed_ = false; ///< the stretch began with a restart
+    Samples stretch_;     ///< since then
+    Samples found_;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const auto hostEngine = zta::host::HostEngine::Create();
+    static const auto engine = zta::test::CreateEngine(*hostEngine);
+    Choices choices(data, size);
+    const std::uint32_t channels = choices.Flip() ? 2 : 1;
+    Stream(*engine, channels, choices.Flip()).Run(choices);
+    return 0;
+}

@@ -1,0 +1,253 @@
+// The signal functions with any sizes, rates, lengths, null pointers and feature masks, in every build that this
+// processor runs: statuses, and samples against models/resampler_model.h. Memory is of the exact size that each
+// function is told of, so that AddressSanitizer sees every step beside it.
+
+#include "fuzz/choices.h"
+#include "signal/feature_rules.h"
+#include "tests/support/filter_block.h"
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <numeric>
+
+namespace {
+
+using zta::fuzz::Choices;
+using zta::fuzz::Noise;
+using zta::test::SignalBuild;
+
+constexpr int kLargestBlock = 0x7FFFFFFE;
+
+struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+};
+using Block = std::unique_ptr<IppsResamplingPolyphaseFixed_16s, Free>;
+
+Block MakeBlock(int size)
+{
+    void* memory = nullptr;
+    ZTA_FUZZ_CHECK(posix_memalign(&memory, 16, static_cast<std::size_t>(size)) == 0);
+    return Block(static_cast<IppsResamplingPolyphaseFixed_16s*>(memory));
+}
+
+std::vector<std::int16_t> MakeSamples(Choices& choices, std::size_t count)
+{
+    Noise noise(choices.Any<std::uint16_t>());
+    const bool fullScale = choices.Flip();
+    std::vector<std::int16_t> samples(count);
+    for (std::int16_t& sample : samples) {
+        const auto value = static_cast<std::int16_t>(noise.Next());
+        sample = fullScale ? (value < 0 ? std::int16_t{-32768} : std::int16_t{32767}) : value;
+    }
+    return samples;
+}
+
+/// A count that is mostly small, now and then anything.
+int MakeCount(Choices& choices, std::size_t usual)
+{
+    return choices.Rarely(16) ? choices.Any<int>() : static_cast<int>(choices.Below(usual));
+}
+
+void CheckSetAndMove(Choices& choices, const SignalBuild& build)
+{
+    const int len = static_cast<int>(choices.Below(600)) - 2;
+    const auto room = static_cast<std::size_t>(std::max(len, 0));
+    const auto value = choices.Any<std::int16_t>();
+    const bool null = choices.Rarely(16);
+    std::vector<std::int16_t> memory = MakeSamples(choices, room);
+    std::vector<std::int16_t> expected = memory;
+    const IppStatus status = null ? ippStsNullPtrErr : len < 1 ? ippStsSizeErr : ippStsNoErr;
+    if (status == ippStsNoErr) {
+        std::fill(expected.begin(), expected.end(), value);
+    }
+    std::int16_t none = 0;
+    std::int16_t* const begin = memory.empty() ? &none : memory.data();
+    ZTA_FUZZ_CHECK(build.ippsSet_16s(value, null ? nullptr : begin, len) == status);
+    ZTA_FUZZ_CHECK(memory == expected);
+
+    // Both ends lie in one stretch of memory and may overlap.
+    const std::size_t distance = choices.Below(room + 1);
+    const bool forwards = choices.Flip();
+    memory = MakeSamples(choices, room + distance);
+    expected = memory;
+    const std::size_t from = forwards ? 0 : distance;
+    const std::size_t to = forwards ? distance : 0;
+    if (status == ippStsNoErr) {
+        std::memmove(expected.data() + to, expected.data() + from, room * sizeof(std::int16_t));
+    }
+    std::int16_t* const start = memory.empty() ? &none : memory.data();
+    const bool nullSource = null && choices.Flip();
+    ZTA_FUZZ_CHECK(build.ippsMove_16s(nullSource ? nullptr : start + from, null && !nullSource ? nullptr : start + to,
+                                      len) == status);
+    ZTA_FUZZ_CHECK(memory == expected);
+}
+
+/// What a filter takes, or -1 for more than a block may have.
+std::int64_t SizeOf(const models::FilterPlan& plan)
+{
+    const double bytes = static_cast<double>(plan.outRate / std::gcd(plan.inRate, plan.outRate)) * plan.length;
+    const std::int64_t size = bytes > kLargestBlock ? -1 : models::BlockLayout(plan).size;
+    return size > kLargestBlock ? -1 : size;
+}
+
+void CheckSize(Choices& choices, const SignalBuild& build)
+{
+    models::FilterPlan plan{MakeCount(choices, 100000), MakeCount(choices, 100000), MakeCount(choices, 300),
+                            choices.Flip() ? models::TapKind::Floats : models::TapKind::Words};
+    int size = -7;
+    int length = -7;
+    int height = -7;
+    const std::size_t null = choices.Below(16);
+    const IppStatus status = build.ippsResamplePolyphaseFixedGetSize_16s(
+        plan.inRate, plan.outRate, plan.length, null == 1 ? nullptr : &size, null == 2 ? nullptr : &length,
+        null == 3 ? nullptr : &height, zta::test::HintOf(plan.kind));
+    if (null >= 1 && null <= 3) {
+        ZTA_FUZZ_CHECK(status == ippStsNullPtrErr);
+    } else if (plan.inRate < 1 || plan.outRate < 1 || plan.length < 1) {
+        ZTA_FUZZ_CHECK(status == ippStsSizeErr);
+    } else if (const std::int64_t expected = SizeOf(plan); expected < 0) {
+        ZTA_FUZZ_CHECK(status == ippStsBadArgErr);
+    } else {
+        ZTA_FUZZ_CHECK(status == ippStsNoErr);
+        ZTA_FUZZ_CHECK(size == expected);
+        ZTA_FUZZ_CHECK(length == (plan.length + 3) / 4 * 4);
+        ZTA_FUZZ_CHECK(height == plan.outRate / std::gcd(plan.inRate, plan.outRate));
+    }
+    if (status != ippStsNoErr) {
+        ZTA_FUZZ_CHECK(size == -7 && length == -7 && height == -7);
+    }
+}
+
+float MakeParameter(Choices& choices, float usual)
+{
+    constexpr float kOdd[] = {0.0F, -1.0F, 1e30F, std::numeric_limits<float>::quiet_NaN()};
+    return choices.Rarely(16) ? choices.OneOf(kOdd) : usual;
+}
+
+void CheckRun(Choices& choices, const SignalBuild& build)
+{
+    constexpr int kRates[][2] = {{44100, 48000}, {48000, 44100}, {1, 1}, {1, 3}, {7, 3}, {2, 1}};
+    const auto& rates = choices.OneOf(kRates);
+    models::FilterPlan plan{rates[0], rates[1], 32, choices.Flip() ? models::TapKind::Floats : models::TapKind::Words};
+    if (choices.Flip()) {
+        plan.inRate = 1 + static_cast<int>(choices.Below(250));
+        plan.outRate = 1 + static_cast<int>(choices.Below(250));
+        plan.length = 1 + static_cast<int>(choices.Below(80));
+    }
+    int size = 0;
+    int length = 0;
+    int height = 0;
+    ZTA_FUZZ_CHECK(build.ippsResamplePolyphaseFixedGetSize_16s(plan.inRate, plan.outRate, plan.length, &size, &length,
+                                                               &height, zta::test::HintOf(plan.kind)) == ippStsNoErr);
+    const Block block = MakeBlock(size);
+    const float rollOff = MakeParameter(choices, static_cast<float>(1 + choices.Below(255)) / 256.0F);
+    const float alpha = MakeParameter(choices, 1.0F + static_cast<float>(choices.Below(200)) / 16.0F);
+    // What is no number is not refused.
+    const bool good = !(rollOff <= 0.0F || rollOff > 1.0F || alpha < 1.0F);
+    const IppStatus made = build.ippsResamplePolyphaseFixedInit_16s(plan.inRate, plan.outRate, plan.length, rollOff,
+                                                                    alpha, block.get(), zta::test::HintOf(plan.kind));
+    ZTA_FUZZ_CHECK(made == (good ? ippStsNoErr : ippStsBadArgErr));
+    if (!good || std::isnan(rollOff) || !(alpha < 700.0F)) {
+        return; // such windows leave the range of a double, and the model has no row for them
+    }
+
+    // From half a filter before the first position to half a filter behind the last one that may be.
+    const models::BlockHead head = models::HeadOf(block.get());
+    const int len = static_cast<int>(choices.Below(500)) - 1;
+    const double fraction = static_cast<double>(choices.Any<std::uint16_t>()) / 65536.0;
+    const double start = head.halfLen + static_cast<int>(choices.Below(3)) + fraction;
+    const std::size_t count = static_cast<std::size_t>(static_cast<int>(start) + std::max(len, 0) + head.halfLen + 1);
+    const std::vector<std::int16_t> source = MakeSamples(choices, count);
+    const std::size_t room =
+        static_cast<std::size_t>((std::int64_t{std::max(len, 0)} * plan.outRate + plan.inRate - 1) / plan.inRate + 1);
+    std::vector<std::int16_t> samples(room);
+    constexpr float kNorms[] = {1.0F, 0.5F, -1.0F, 3.0F, 0.0F};
+    const float norm = choices.OneOf(kNorms);
+    double time = start;
+    int outputs = -7;
+    const IppStatus status =
+        build.ippsResamplePolyphaseFixed_16s(source.data(), len, samples.data(), norm, &time, &outputs, block.get());
+    ZTA_FUZZ_CHECK(status == (len < 1 ? ippStsSizeErr : ippStsNoErr));
+    if (len < 1) {
+        ZTA_FUZZ_CHECK(time == start && outputs == -7);
+        return;
+    }
+    const bool sumsInFloat = std::string(build.prefix) == "m7" || std::string(build.prefix) == "n8";
+    const models::RunResult model = models::Run(source.data(), len, norm, start, block.get(), sumsInFloat);
+    ZTA_FUZZ_CHECK(outputs == static_cast<int>(model.samples.size()));
+    ZTA_FUZZ_CHECK(std::abs(time - model.time) < 1e-9);
+    for (std::size_t i = 0; i < model.samples.size(); ++i) {
+        const int difference = std::abs(samples[i] - model.samples[i]);
+        ZTA_FUZZ_CHECK(difference == 0 || (model.unsure[i] && difference == 1));
+    }
+}
+
+void CheckMemory(Choices& choices)
+{
+    constexpr int kMost = 0x7FFFFFFF - 72;
+    constexpr int kOdd[] = {0, -1, kMost + 1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()};
+    const int len = choices.Rarely(3) ? choices.OneOf(kOdd) : static_cast<int>(choices.Below(10000));
+    unsigned char* const memory = ippsMalloc_8u(len);
+    ZTA_FUZZ_CHECK((memory != nullptr) == (len >= 1 && len <= kMost));
+    ZTA_FUZZ_CHECK(reinterpret_cast<std::uintptr_t>(memory) % 64 == 0);
+    if (memory != nullptr) {
+        std::memset(memory, 0xA5, static_cast<std::size_t>(len));
+    }
+    ippsFree(memory);
+}
+
+/// Masks that leave the processor no build beyond its own.
+void CheckFeatures(Choices& choices)
+{
+    const std::uint64_t detected = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    const std::uint64_t asked = choices.Any<std::uint64_t>() & (detected | kui64UnknownFeatures);
+    std::uint64_t checked = asked;
+    IppStatus expected = ZtaCheckFeatures(checked, detected);
+    const SZtaSelection selection = ZtaSelectBuild(checked);
+    if (selection.eStatus != ippStsNoErr) {
+        expected = selection.eStatus;
+    }
+    // Some selections imply more than was asked for; only those that this processor runs are made.
+    if ((selection.ui64Enabled & ~(detected | kui64UnknownFeatures)) == 0) {
+        const IppStatus status = ippSetCpuFeatures(asked);
+        ZTA_FUZZ_CHECK(status == expected || status == ippStsUnknownFeature || status == ippStsFeatureNotSupported ||
+                       status == ippStsFeaturesCombination || status == ippStsNotSupportedCpu);
+        ZTA_FUZZ_CHECK((ippGetEnabledCpuFeatures() & selection.ui64Enabled) == selection.ui64Enabled);
+        ZTA_FUZZ_CHECK(ownGetFeature(selection.ui64Enabled) == 1);
+        std::int16_t sample = 0;
+        ZTA_FUZZ_CHECK(ippsSet_16s(5, &sample, 1) == ippStsNoErr && sample == 5);
+    }
+    ZTA_FUZZ_CHECK(ippSetCpuFeatures(detected) >= 0);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const std::vector<SignalBuild> builds = zta::test::ExecutableSignalBuilds();
+    Choices choices(data, size);
+    for (int step = 0; step < 20 && !choices.IsEmpty(); ++step) {
+        const std::size_t function = choices.Below(8);
+        const SignalBuild& build = builds[choices.Below(builds.size())];
+        switch (function) {
+        case 0:
+            CheckSetAndMove(choices, build);
+            break;
+        case 1:
+        case 2:
+            CheckSize(choices, build);
+            break;
+        case 3:
+            CheckMemory(choices);
+            break;
+        case 4:
+            CheckFeatures(choices);
+            break;
+        default:
+            CheckRun(choices, build);
+            break;
+        }
+    }
+    return 0;
+}

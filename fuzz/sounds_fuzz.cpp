@@ -1,0 +1,77 @@
+// Any bytes as a sound file, read as the tool reads its inputs. Only what is ours is instrumented; libsndfile runs as
+// the system has it.
+
+#include "fuzz/choices.h"
+#include "host/formats.h"
+#include "tests/support/temp_directory.h"
+#include "tools/block_reader.h"
+#include "tools/failure.h"
+#include "tools/missing_bytes.h"
+
+namespace {
+
+using zta::fuzz::Choices;
+
+/// A file may promise any count of frames; so many tell enough.
+constexpr sf_count_t kMostFrames = 20000;
+constexpr std::uint32_t kMostChannels = 64;
+
+void Read(const std::filesystem::path& path, sf_count_t blockFrames, bool fadeIn, bool fadeOut)
+{
+    SoundReader sound(path);
+    for (const Tag& tag : sound.Tags()) {
+        ZTA_FUZZ_CHECK(!tag.text.empty());
+    }
+    ZTA_FUZZ_CHECK(sound.Channels() > 0 && sound.Frames() >= 0);
+    if (sound.Channels() > kMostChannels) {
+        return;
+    }
+    BlockReader blocks(sound, blockFrames, fadeIn, fadeOut);
+    if (blocks.MaxFrames() > kMostFrames) {
+        return;
+    }
+    sf_count_t given = 0;
+    bool last = false;
+    for (Block block; given < kMostFrames && blocks.Next(block);) {
+        ZTA_FUZZ_CHECK(!last);
+        ZTA_FUZZ_CHECK(block.frames > 0 && block.frames <= blocks.MaxFrames());
+        ZTA_FUZZ_CHECK(!block.fadeIn || (fadeIn && given == 0));
+        ZTA_FUZZ_CHECK(!block.fadeOut || fadeOut);
+        last = block.fadeOut;
+        // Every byte is there.
+        const std::size_t bytes = static_cast<std::size_t>(block.frames) * sound.Channels() * BytesOf(sound.Word());
+        const std::vector<std::byte> copy(block.words, block.words + bytes);
+        ZTA_FUZZ_CHECK(std::memcmp(copy.data(), block.words, bytes) == 0);
+        given += block.frames;
+    }
+    sound.RequireWhole();
+}
+
+} // namespace
+
+/// What the libraries of the system lose over damaged files is not ours to mend.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
+{
+    return "leak:libsndfile\nleak:libvorbis\n";
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const TempDirectory directory;
+    if (size < 2) {
+        return 0;
+    }
+    // The last bytes tell how to read, so that the file's own begin where its format wants them.
+    Choices choices(data + size - 2, 2);
+    const auto blockFrames = static_cast<sf_count_t>(1 + choices.Below(256) * 5);
+    const std::size_t fades = choices.Below(4);
+    const std::string path = directory.File("fuzz.sound");
+    WriteTextFile(path, std::string(reinterpret_cast<const char*>(data), size - 2));
+    MissingBytes(path);
+    try {
+        Read(path, blockFrames, (fades & 1) != 0, (fades & 2) != 0);
+    } catch (const Failure& failure) {
+        ZTA_FUZZ_CHECK(std::string(failure.what()).find(path) == 0);
+    }
+    return 0;
+}

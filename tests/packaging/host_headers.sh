@@ -1,0 +1,10 @@
+#!/bin/sh
+# Each header of the reference host compiles alone where it is installed, with nothing else of the tree. (The tests of
+# the contract do that with the others.)
+set -eu
+(cd "$PREFIX/include" && ls zta/host/*.h) > headers.txt
+test -s headers.txt
+while read -r header; do
+    printf '#include <%s>\n' "$header" |
+        "$CXX" -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I "$PREFIX/include" -x c++ -
+done < headers.txt

@@ -1,0 +1,122 @@
+/// What a wave format classifies as, row by row: type, container, valid bits, rate and channels are tested in this
+/// order.
+#pragma once
+
+#include <zta/audio_records.h>
+
+#include <cstdint>
+#include <optional>
+
+namespace models {
+
+inline std::optional<std::uint32_t> OfSevenWidths(std::uint32_t channels, std::uint32_t mono)
+{
+    switch (channels) {
+    case 1:
+        return mono;
+    case 2:
+        return mono + 1;
+    case 4:
+        return mono + 2;
+    case 8:
+        return mono + 3;
+    case 16:
+        return mono + 4;
+    case 32:
+        return mono + 5;
+    case 64:
+        return mono + 6;
+    default:
+        return std::nullopt;
+    }
+}
+
+inline std::optional<std::uint32_t> PcmProperty(std::uint32_t container, std::uint32_t valid, std::uint32_t rate,
+                                                std::uint32_t channels)
+{
+    if ((container == 16 || container == 32) && valid == 16 && rate == 48000 && channels == 1) {
+        return 1;
+    }
+    if ((container == 16 || container == 32) && valid == 16 && rate == 48000 && channels == 2) {
+        return 2;
+    }
+    if (container == 32) {
+        if (valid == 20 && rate == 48000 && channels == 1) {
+            return 8;
+        }
+        if (valid == 20 && rate == 48000 && channels == 2) {
+            return 9;
+        }
+        if (valid == 24) {
+            const auto width = rate == 48000 ? OfSevenWidths(channels, 8) : std::nullopt;
+            return width ? width : 15;
+        }
+        return std::nullopt;
+    }
+    if (container == 16) {
+        if (valid != 16) {
+            return std::nullopt;
+        }
+        if (rate == 44100) {
+            return channels == 1 ? std::optional<std::uint32_t>(18)
+                                 : (channels == 2 ? std::optional<std::uint32_t>(19) : std::nullopt);
+        }
+        return rate == 48000 ? OfSevenWidths(channels, 1) : std::nullopt;
+    }
+    if (container == 24) {
+        return valid == 24 && rate == 48000 ? OfSevenWidths(channels, 20) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+inline std::optional<std::uint32_t> FloatProperty(std::uint32_t container, std::uint32_t valid, std::uint32_t rate,
+                                                  std::uint32_t channels)
+{
+    if (container != 32) {
+        return std::nullopt;
+    }
+    if (valid == 32 && rate == 48000 && channels == 1) {
+        return 16;
+    }
+    if (valid == 32 && rate == 48000 && channels == 2) {
+        return 17;
+    }
+    return valid == 24 ? std::optional<std::uint32_t>(15) : std::nullopt;
+}
+
+inline std::optional<std::uint32_t> MultiFormatProperty(std::uint32_t container, std::uint32_t valid,
+                                                        std::uint32_t rate, std::uint32_t channels)
+{
+    if (container != 32) {
+        return std::nullopt;
+    }
+    if (valid == 16) {
+        if (rate == 48000 && channels == 1) {
+            return 1;
+        }
+        return rate == 48000 && channels == 2 ? std::optional<std::uint32_t>(2) : std::nullopt;
+    }
+    if (valid == 24) {
+        const auto width = rate == 48000 ? OfSevenWidths(channels, 8) : std::nullopt;
+        return width ? width : 15;
+    }
+    return std::nullopt;
+}
+
+/// Nothing for a format that is refused.
+inline std::optional<std::uint32_t> Property(std::uint32_t type, std::uint32_t container, std::uint32_t valid,
+                                             std::uint32_t rate, std::uint32_t channels)
+{
+    switch (type) {
+    case 1:
+        return PcmProperty(container, valid, rate, channels);
+    case 2:
+        return FloatProperty(container, valid, rate, channels);
+    case 3:
+        return MultiFormatProperty(container, valid, rate, channels);
+    default:
+        return container == 32 && valid == 24 ? std::optional<std::uint32_t>(15) : std::nullopt;
+    }
+}
+
+} // namespace models

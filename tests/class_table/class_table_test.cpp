@@ -81,7 +81,6 @@ protected:
             WriteTextFile(trace_, g_trace);
             return status;
         });
-        EXPECT_TRUE(result.ended);
         return {result.status, result.output + ReadTextFile(trace_)};
     }
 

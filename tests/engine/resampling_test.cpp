@@ -498,6 +498,23 @@ TEST_F(Resampling, ForgetsWhatItFoundBeforeTheFormats)
     }
 }
 
+TEST_F(Resampling, OfStereoMovesNoSampleBetweenStagesWithoutAFormat)
+{
+    auto stream = Stream(2, 48000, 44100);
+    auto input = Make("input", Pcm16(2, 48000), 1024);
+    auto output = Make("output", Pcm16(2, 44100), 0, 1024);
+    const Calls formats = Calls{"scratch0.SetWaveFormat"} + Calls{"scratch1.SetWaveFormat"} +
+                          Calls{"scratch2.SetWaveFormat"} + Calls{"scratch0.SetWaveFormat"};
+    const int before = static_cast<int>(ToWork().size());
+    for (const int stage : {1, 2, 3}) {
+        journal_.FailCall(before + stage);
+        EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), kInjectedFailure);
+        journal_.StopFailing();
+        EXPECT_EQ(journal_.Calls(), ToWork() + formats + Calls{ErrorCall("output", kInjectedFailure)} + End()) << stage;
+        ExpectAtRest({input.Get(), output.Get()});
+    }
+}
+
 TEST_F(Resampling, RefusesValidBitsThatCannotBePlaced)
 {
     auto stream = Stream(1, 44100, 48000);

@@ -264,8 +264,8 @@ TEST(LoadCycles, TheModuleComesAndGoesAThousandTimesAndLeavesNothingBehind)
 {
     const auto host = ThriftyHost::Create();
     const int warm = kRounds / 10;
-    std::size_t allocated = 0;
-    std::size_t resident = 0;
+    [[maybe_unused]] std::size_t allocated = 0;
+    [[maybe_unused]] std::size_t resident = 0;
     for (int round = 1; round <= kRounds; ++round) {
         LoadUseAndUnload(*host);
         ASSERT_FALSE(HasFatalFailure() || HasNonfatalFailure()) << "round " << round;

@@ -52,9 +52,10 @@ ChildResult RunInChild(const std::function<int()>& function)
     ChildResult result;
     int end = 0;
     EXPECT_EQ(::waitpid(child, &end, 0), child);
-    result.ended = WIFEXITED(end) && WEXITSTATUS(end) == EXIT_SUCCESS;
     result.output = ReadAll(output);
-    if (result.ended) {
+    const bool has_ended = WIFEXITED(end) && WEXITSTATUS(end) == EXIT_SUCCESS;
+    EXPECT_TRUE(has_ended) << "the child's wait status is " << end << ", and it wrote:\n" << result.output;
+    if (has_ended) {
         EXPECT_EQ(::pread(status, &result.status, sizeof(result.status), 0), ssize_t{sizeof(result.status)});
     }
     ::close(output);

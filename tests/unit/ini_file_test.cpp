@@ -427,7 +427,6 @@ TEST_F(IniFile, AFileThatCannotBeWrittenIsToldOnceForEachTry)
         const bool isSaved = file.SetString(L"k", L"A", L"1");
         return (isSaved ? 1 : 0) + (file.GetString(L"k", L"A", L"") == L"1" ? 2 : 0);
     });
-    EXPECT_TRUE(result.ended);
     EXPECT_EQ(result.status, 2) << "false, and the change stays";
     const std::string message = "Unable to open " + missing + " for writing\n";
     EXPECT_EQ(result.output, message + message) << "the destructor tries again";
@@ -436,7 +435,6 @@ TEST_F(IniFile, AFileThatCannotBeWrittenIsToldOnceForEachTry)
 TEST_F(IniFile, AFileThatCannotBeReadIsNotTold)
 {
     const ChildResult result = RunInChild([&] { return CZtIniFile(name_, true).Load() ? 1 : 0; });
-    EXPECT_TRUE(result.ended);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, "");
 }

@@ -49,22 +49,18 @@ protected:
 
     static ChildResult RunWith(const std::string& variable, const std::function<int()>& function)
     {
-        const ChildResult result = RunInChild([&] {
+        return RunInChild([&] {
             ::setenv("ORBUTILS", variable.c_str(), 1);
             return function();
         });
-        EXPECT_TRUE(result.ended);
-        return result;
     }
 
     static ChildResult RunWithout(const std::function<int()>& function)
     {
-        const ChildResult result = RunInChild([&] {
+        return RunInChild([&] {
             ::unsetenv("ORBUTILS");
             return function();
         });
-        EXPECT_TRUE(result.ended);
-        return result;
     }
 
     static void Expect(const ChildResult& result, int status, const std::string& output)

@@ -159,7 +159,7 @@ TEST_P(PreparedRows, GiveTheSameOnFullScaleSquaresAndImpulses)
     for (const FilterPlan& plan : {kUp, kDown}) {
         const FilterBlock filter = FilterOf(plan);
         GetParam().prepare(filter.Get(), &rows_);
-        for (const std::size_t half : {1, 2, 3, 5, 16, 100}) {
+        for (const std::size_t half : {1U, 2U, 3U, 5U, 16U, 100U}) {
             ExpectTheSame(filter, &rows_, FullScaleSquare(1200, half), 1000, 17.0);
         }
         for (const std::int16_t peak : {std::int16_t{32767}, std::int16_t{-32768}}) {

@@ -153,6 +153,7 @@ private:
         if (pBuffer->GetAudioSamplesDescription(&rsDescription) < 0) {
             return ZT_E_INVALID_PARAMETER;
         }
+        // Looked at here as well, so that no call is made for other formats.
         const SZtaWaveFormatInfo& rsFormat = rsDescription.sWaveFormat;
         return rsFormat.ulBitsPerSample == 32 && rsFormat.ulValidBitsPerSample == 20
                    ? Convert32BitAudioSampleFrom20To24(pBuffer, &rsDescription)

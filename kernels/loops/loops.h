@@ -25,7 +25,7 @@
     ROW(16To32LowAligned,    2, 4, Lower16) \
     ROW(MultiFormatTo16,     4, 4, AudioField16) \
     ROW(MultiFormatTo24,     4, 4, AudioField24) \
-    ROW(MultiFormatTo16In16, 4, 2, AudioField16)
+    ROW(MultiFormatTo16In16, 4, 2, AudioField16AtBottom)
 
 /// The fades, by the words that a frame consists of: ROW(law, bytes of a word, gains of the fixed ramp)
 /// The laws stand in fades.inc.

@@ -78,6 +78,28 @@ Bytes TellingWords()
     return bytes;
 }
 
+/// Outputs from this size on may be written past the caches.
+constexpr std::size_t kVeryLarge = std::size_t{32} << 20;
+/// Samples that very large buffers repeat; so many that none of them stays at its place in a line.
+constexpr std::size_t kPeriod = 4801;
+
+void Repeat(const Bytes& period, std::size_t bytes, std::uint8_t* to)
+{
+    for (std::size_t i = 0; i < bytes; i += period.size()) {
+        std::copy_n(period.begin(), std::min(period.size(), bytes - i), to + i);
+    }
+}
+
+bool Repeats(const Bytes& period, std::size_t bytes, const std::uint8_t* from)
+{
+    for (std::size_t i = 0; i < bytes; i += period.size()) {
+        if (!std::equal(from + i, from + std::min(i + period.size(), bytes), period.begin())) {
+            return false;
+        }
+    }
+    return true;
+}
+
 class ConversionLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
 protected:
     void SetUp() override
@@ -183,6 +205,31 @@ TEST_P(ConversionLoop, GivesTheModelsBytesAtEveryLengthAndAlignmentAndTouchesNoO
     }
 }
 
+TEST_P(ConversionLoop, GivesTheModelsBytesInVeryLargeBuffersAndTouchesNoOthers)
+{
+    const Bytes samples = RandomSamples(kPeriod);
+    const Bytes expected = Expected(samples);
+    const std::size_t least = (kVeryLarge + conversion_.out - 1) / conversion_.out;
+    const std::size_t most = least + 131;
+    const GuardedBuffer input(most * conversion_.in);
+    const GuardedBuffer output(most * conversion_.out + 1);
+    const auto Check = [&](std::size_t count, std::size_t bytesToTheEnd) {
+        std::uint8_t* in = input.End() - count * conversion_.in;
+        std::uint8_t* out = output.End() - bytesToTheEnd - count * conversion_.out;
+        Repeat(samples, count * conversion_.in, in);
+        std::fill(output.Begin(), output.End(), kPoison);
+        loop_(in, out, count);
+        const auto IsPoison = [](std::uint8_t byte) { return byte == kPoison; };
+        ASSERT_TRUE(Repeats(expected, count * conversion_.out, out)) << count << " " << bytesToTheEnd;
+        ASSERT_TRUE(std::all_of(output.Begin(), out, IsPoison)) << count << " " << bytesToTheEnd;
+        ASSERT_TRUE(std::all_of(output.End() - bytesToTheEnd, output.End(), IsPoison)) << count << " " << bytesToTheEnd;
+    };
+    ASSERT_NO_FATAL_FAILURE(Check(least - 1, 0));
+    ASSERT_NO_FATAL_FAILURE(Check(least, 0));
+    ASSERT_NO_FATAL_FAILURE(Check(least + 8, 1)); // no sample begins at a line
+    ASSERT_NO_FATAL_FAILURE(Check(most, 0));
+}
+
 TEST_P(ConversionLoop, ReadsAndWritesNothingBesideItsSamples)
 {
     const Bytes samples = RandomSamples(kMaxSamples);
@@ -270,6 +317,20 @@ TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereBuffersOverlap)
         const Bytes expected = Expected(memory);
         loop_(memory.data(), memory.data(), count);
         ASSERT_EQ(memory, expected) << count << " samples in place";
+    }
+}
+
+TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereVeryLargeBuffersOverlap)
+{
+    constexpr std::size_t kCount = kVeryLarge / 4 + 77;
+    const Bytes samples = RandomSamples(kPeriod);
+    const Bytes expected = Expected(samples);
+    for (const std::size_t before : {std::size_t{0}, std::size_t{4}, std::size_t{4096}, kVeryLarge}) {
+        const GuardedBuffer memory(before + kCount * 4);
+        std::uint8_t* in = memory.End() - kCount * 4;
+        Repeat(samples, kCount * 4, in);
+        loop_(in, in - before, kCount);
+        ASSERT_TRUE(Repeats(expected, kCount * 4, in - before)) << "output " << before << " bytes before the input";
     }
 }
 

@@ -22,20 +22,19 @@ SZtCreateAudioSamplesDescription PoolBufferRequest()
     return sRequest;
 }
 
-/// In four chains, each of which is a quarter as long.
-bool AreAllNull(IZtAudioSamples* const (&rapBuffers)[kMaxBuffers])
+/// Releases eight slots at a time, or sees at once that all of them are empty: most operations use few of them or none.
+void ReleaseSlots(IZtAudioSamples* (&rapSlots)[kMaxBuffers])
 {
-    std::uintptr_t ui0 = 0;
-    std::uintptr_t ui1 = 0;
-    std::uintptr_t ui2 = 0;
-    std::uintptr_t ui3 = 0;
-    for (unsigned long i = 0; i < kMaxBuffers; i += 4) {
-        ui0 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i]);
-        ui1 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 1]);
-        ui2 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 2]);
-        ui3 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 3]);
+    constexpr unsigned long kAtOnce = 8;
+    for (unsigned long i = 0; i < kMaxBuffers; i += kAtOnce) {
+        std::uintptr_t uiAny = 0;
+        for (unsigned long j = i; j < i + kAtOnce; ++j) {
+            uiAny |= reinterpret_cast<std::uintptr_t>(rapSlots[j]);
+        }
+        for (unsigned long j = i; uiAny != 0 && j < i + kAtOnce; ++j) {
+            ReleaseSlot(rapSlots[j]);
+        }
     }
-    return (ui0 | ui1 | ui2 | ui3) == 0;
 }
 
 } // namespace
@@ -93,12 +92,7 @@ int CZtaAudioSamplesEngine::ReleaseAllSavedInfo()
 {
     ReleaseSlot(m_pSavedInput);
     ReleaseSlot(m_pSavedOutput);
-    // Most operations leave all of these empty: that is seen at once, and not slot by slot.
-    if (!AreAllNull(m_apSavedBuffers)) {
-        for (IZtAudioSamples*& rpBuffer : m_apSavedBuffers) {
-            ReleaseSlot(rpBuffer);
-        }
-    }
+    ReleaseSlots(m_apSavedBuffers);
     m_ui64SavedSourceOffset = 0;
     m_ui64SavedDestinationOffset = 0;
     m_ui64SavedLength = 0;

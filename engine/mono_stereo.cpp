@@ -109,7 +109,7 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
     }
     // Only a fade that both sides ask for is one of the stereo buffer.
     if (iStatus >= 0 && sLeft.bFadeIn == sRight.bFadeIn && sLeft.bFadeOut == sRight.bFadeOut) {
-        iStatus = FadeInPlace(pStereo, sLeft);
+        iStatus = FadeInPlace(m_oApplyFade, pStereo, sLeft);
     }
     if (iStatus < 0) {
         oStereo->SetErrorCode(iStatus);

@@ -88,7 +88,7 @@ int CZtaAudioSamplesEngine::ProcessApplyVolume()
         iStatus = m_oApplyVolume.ApplyVolume(pInput, pOutput, asVolumes, ulVolumeCount);
         HandOn();
         if (iStatus >= 0 && (sInput.bFadeIn || sInput.bFadeOut)) {
-            iStatus = FadeInPlace(pOutput, sInput);
+            iStatus = FadeInPlace(m_oApplyFade, pOutput, sInput);
         }
     }
     EndWork();

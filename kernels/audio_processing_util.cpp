@@ -38,11 +38,17 @@ constexpr SFormatFamily kasFamilies[] = {
 
 // clang-format on
 
+/// By a mask: without an instruction for it, std::has_single_bit counts all bits.
+bool IsPowerOfTwo(std::uint32_t ul)
+{
+    return ul != 0 && (ul & (ul - 1)) == 0;
+}
+
 bool Holds(const SFormatFamily& rsFamily, const SZtaWaveFormatInfo& rsFormat)
 {
     return rsFormat.eDataType == rsFamily.eDataType && rsFormat.ulBitsPerSample == rsFamily.ulBitsPerSample &&
            rsFormat.ulValidBitsPerSample == rsFamily.ulValidBitsPerSample &&
-           rsFormat.ulSamplesPerSec == rsFamily.ulSamplesPerSec && std::has_single_bit(rsFormat.ulChannels) &&
+           rsFormat.ulSamplesPerSec == rsFamily.ulSamplesPerSec && IsPowerOfTwo(rsFormat.ulChannels) &&
            rsFormat.ulChannels <= rsFamily.ulMaxChannels;
 }
 
@@ -101,7 +107,7 @@ int CZtaAudioProcessingUtil::GetBufferInformations(IZtAudioSamples* pSamples, vo
         return iStatus;
     }
     SZtaWaveFormatInfo* const psFormat = &psDescription->sWaveFormat;
-    const std::uint32_t ulBytesPerFrame = psFormat->ulBitsPerSample / 8 * psFormat->ulChannels;
+    const std::uint32_t ulBytesPerFrame = ZtaBytesPerFrame(*psFormat);
     *piBytesPerFrame = static_cast<int>(ulBytesPerFrame);
 
     void* pvBuffer = nullptr;

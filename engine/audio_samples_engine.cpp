@@ -5,6 +5,7 @@
 
 #include <zta/status.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -22,17 +23,33 @@ SZtCreateAudioSamplesDescription PoolBufferRequest()
     return sRequest;
 }
 
-/// Releases eight slots at a time, or sees at once that all of them are empty: most operations use few of them or none.
+/// In four chains, each of which is a quarter as long.
+template <unsigned long Slots>
+bool AreAllNull(IZtAudioSamples* const* ppSlots)
+{
+    std::uintptr_t ui0 = 0;
+    std::uintptr_t ui1 = 0;
+    std::uintptr_t ui2 = 0;
+    std::uintptr_t ui3 = 0;
+    for (unsigned long i = 0; i < Slots; i += 4) {
+        ui0 |= reinterpret_cast<std::uintptr_t>(ppSlots[i]);
+        ui1 |= reinterpret_cast<std::uintptr_t>(ppSlots[i + 1]);
+        ui2 |= reinterpret_cast<std::uintptr_t>(ppSlots[i + 2]);
+        ui3 |= reinterpret_cast<std::uintptr_t>(ppSlots[i + 3]);
+    }
+    return (ui0 | ui1 | ui2 | ui3) == 0;
+}
+
+/// Most operations leave all slots empty, or most of them: that is seen at once, and not slot by slot.
 void ReleaseSlots(IZtAudioSamples* (&rapSlots)[kMaxBuffers])
 {
     constexpr unsigned long kAtOnce = 8;
+    if (AreAllNull<kMaxBuffers>(rapSlots)) {
+        return;
+    }
     for (unsigned long i = 0; i < kMaxBuffers; i += kAtOnce) {
-        std::uintptr_t uiAny = 0;
-        for (unsigned long j = i; j < i + kAtOnce; ++j) {
-            uiAny |= reinterpret_cast<std::uintptr_t>(rapSlots[j]);
-        }
-        for (unsigned long j = i; uiAny != 0 && j < i + kAtOnce; ++j) {
-            ReleaseSlot(rapSlots[j]);
+        if (!AreAllNull<kAtOnce>(rapSlots + i)) {
+            std::for_each_n(rapSlots + i, kAtOnce, ReleaseSlot);
         }
     }
 }

@@ -217,8 +217,9 @@ private:
         SZtaWaveFormatInfo sSuggested = {};
     };
 
-    /// Keeps the record of one slot, or silence beyond the saved count; a silent record keeps its channel reference.
-    ZTA_INTERNAL void SaveVolume(unsigned long ulSlot, const SZtAudioMonoVolumeInfo* psVolumes);
+    /// Keeps the records of the first slots, or silence beyond the saved count; a silent record keeps its channel
+    /// reference.
+    ZTA_INTERNAL void SaveVolumes(unsigned long ulSlots, const SZtAudioMonoVolumeInfo* psVolumes);
     ZTA_INTERNAL int TakeMuxOperands(SMuxOperands& rsOperands);
 
     // The four mux operations are two: ulSide is 1 where the array holds mono buffers and 2 where it holds stereo ones.

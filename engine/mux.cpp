@@ -103,8 +103,8 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
     m_ui64SavedVolumeCount = ulVolumeCount;
     for (unsigned long i = 0; i < ulCount; ++i) {
         ReleaseSlot(m_apSavedBuffers[i]);
-        SaveVolume(i, psVolumes);
         if (ppBuffers[i] == nullptr) {
+            SaveVolumes(i + 1, psVolumes);
             return ZT_E_INVALID_PARAMETER;
         }
         m_apSavedBuffers[i] = ppBuffers[i];
@@ -112,8 +112,8 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
     }
     for (unsigned long i = ulCount; i < kMaxBuffers; ++i) {
         ReleaseSlot(m_apSavedBuffers[i]);
-        SaveVolume(i, psVolumes);
     }
+    SaveVolumes(kMaxBuffers, psVolumes);
     // The side that an operation does not have stays empty.
     SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});
     return ZT_NOERROR;
@@ -138,13 +138,13 @@ int CZtaAudioSamplesEngine::GetInfoMux(IZtAudioSamples** ppInput, IZtAudioSample
     return ZT_NOERROR;
 }
 
-void CZtaAudioSamplesEngine::SaveVolume(unsigned long ulSlot, const SZtAudioMonoVolumeInfo* psVolumes)
+void CZtaAudioSamplesEngine::SaveVolumes(unsigned long ulSlots, const SZtAudioMonoVolumeInfo* psVolumes)
 {
-    if (ulSlot < m_ui64SavedVolumeCount) {
-        m_asSavedVolumes[ulSlot] = psVolumes[ulSlot];
-    } else {
-        m_asSavedVolumes[ulSlot].fStartVolume = 0.0F;
-        m_asSavedVolumes[ulSlot].fEndVolume = 0.0F;
+    const unsigned long ulRecords = std::min<unsigned long>(m_ui64SavedVolumeCount, ulSlots);
+    std::copy_n(psVolumes, ulRecords, m_asSavedVolumes);
+    for (unsigned long i = ulRecords; i < ulSlots; ++i) {
+        m_asSavedVolumes[i].fStartVolume = 0.0F;
+        m_asSavedVolumes[i].fEndVolume = 0.0F;
     }
 }
 

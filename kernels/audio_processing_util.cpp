@@ -38,17 +38,11 @@ constexpr SFormatFamily kasFamilies[] = {
 
 // clang-format on
 
-/// By a mask: without an instruction for it, std::has_single_bit counts all bits.
-bool IsPowerOfTwo(std::uint32_t ul)
-{
-    return ul != 0 && (ul & (ul - 1)) == 0;
-}
-
 bool Holds(const SFormatFamily& rsFamily, const SZtaWaveFormatInfo& rsFormat)
 {
     return rsFormat.eDataType == rsFamily.eDataType && rsFormat.ulBitsPerSample == rsFamily.ulBitsPerSample &&
            rsFormat.ulValidBitsPerSample == rsFamily.ulValidBitsPerSample &&
-           rsFormat.ulSamplesPerSec == rsFamily.ulSamplesPerSec && IsPowerOfTwo(rsFormat.ulChannels) &&
+           rsFormat.ulSamplesPerSec == rsFamily.ulSamplesPerSec && ZtaIsPowerOfTwo(rsFormat.ulChannels) &&
            rsFormat.ulChannels <= rsFamily.ulMaxChannels;
 }
 

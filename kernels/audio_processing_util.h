@@ -16,6 +16,12 @@ struct ZTA_API SZtAListOfProcessingFormatsAndFunctionIndex {
     SZtAProcessingFormatAndFunctionIndex* psFormats;
 };
 
+/// By a mask: without an instruction for it, std::has_single_bit counts all bits.
+constexpr bool ZtaIsPowerOfTwo(unsigned long ul)
+{
+    return ul != 0 && (ul & (ul - 1)) == 0;
+}
+
 /// Container bits beyond whole bytes do not count.
 constexpr std::uint32_t ZtaBytesPerFrame(const SZtaWaveFormatInfo& rsFormat)
 {

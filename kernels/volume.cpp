@@ -126,7 +126,7 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
         ReplaceMaximum(psVolumes[i].fStartVolume);
         ReplaceMaximum(psVolumes[i].fEndVolume);
     }
-    if (ulChannels > kMaxChannels || !std::has_single_bit(ulChannels)) {
+    if (ulChannels > kMaxChannels || !ZtaIsPowerOfTwo(ulChannels)) {
         return ZT_E_INVALID_PARAMETER;
     }
     // The object is handed out without its block where memory was short when it was made.

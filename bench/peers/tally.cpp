@@ -145,4 +145,9 @@ std::optional<std::string> CompareCalls(TallySet& first, TallySet& second, const
     return std::nullopt;
 }
 
+Contender MakeCallsAlone(Job byHand, Check check)
+{
+    return MakeContender("host calls alone", Role::Calls, std::move(byHand), std::move(check));
+}
+
 } // namespace bench

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bench/common/host.h"
+#include "bench/peers/work.h"
 
 #include <array>
 #include <functional>
@@ -11,9 +12,6 @@
 #include <vector>
 
 namespace bench {
-
-/// The name of a contender that makes an operation's calls by hand, and does none of its work.
-inline constexpr const char* kHostCallsAlone = "host calls alone";
 
 /// A buffer that counts the calls of each kind.
 class TallyBuffer : public PlainBuffer {
@@ -65,5 +63,8 @@ private:
 /// Nothing if both leave the same counts on every buffer.
 std::optional<std::string> CompareCalls(TallySet& first, TallySet& second, const std::function<void()>& engine,
                                         const std::function<void()>& byHand);
+
+/// A contender that makes an operation's calls by hand, and does none of its work.
+Contender MakeCallsAlone(Job byHand, Check check);
 
 } // namespace bench

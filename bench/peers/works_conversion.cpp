@@ -23,8 +23,7 @@ struct Size {
 /// What the call costs without the samples.
 Contender HostCalls(const Bench& bench, const Side& in, const Side& out)
 {
-    return MakeContender(
-        kHostCallsAlone, Role::Yardstick,
+    return MakeCallsAlone(
         [source = std::make_shared<BufferSet>(in), target = std::make_shared<BufferSet>(out)] {
             CallConversionByHand(*source->One(), *target->One());
         },

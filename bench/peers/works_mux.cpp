@@ -108,8 +108,7 @@ Contender HostCalls(const Bench& bench, const Setting& setting)
             CallSplitByHand(*mux.One(), planes.Array(), planes.Count());
         }
     };
-    return MakeContender(
-        kHostCallsAlone, Role::Yardstick,
+    return MakeCallsAlone(
         [CallByHand, planes = std::make_shared<BufferSet>(setting.planes),
          mux = std::make_shared<BufferSet>(setting.mux)] { CallByHand(*planes, *mux); },
         [&bench, setting, CallByHand] {

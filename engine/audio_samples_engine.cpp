@@ -5,7 +5,6 @@
 
 #include <zta/status.h>
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -21,37 +20,6 @@ SZtCreateAudioSamplesDescription PoolBufferRequest()
     sRequest.ulHostAttribute = 1;
     sRequest.sWaveFormat = {sizeof(SZtaWaveFormatInfo), 2, keZtAudioDataTypePcm, 48000, 32, 32};
     return sRequest;
-}
-
-/// In four chains, each of which is a quarter as long.
-template <unsigned long Slots>
-bool AreAllNull(IZtAudioSamples* const* ppSlots)
-{
-    std::uintptr_t ui0 = 0;
-    std::uintptr_t ui1 = 0;
-    std::uintptr_t ui2 = 0;
-    std::uintptr_t ui3 = 0;
-    for (unsigned long i = 0; i < Slots; i += 4) {
-        ui0 |= reinterpret_cast<std::uintptr_t>(ppSlots[i]);
-        ui1 |= reinterpret_cast<std::uintptr_t>(ppSlots[i + 1]);
-        ui2 |= reinterpret_cast<std::uintptr_t>(ppSlots[i + 2]);
-        ui3 |= reinterpret_cast<std::uintptr_t>(ppSlots[i + 3]);
-    }
-    return (ui0 | ui1 | ui2 | ui3) == 0;
-}
-
-/// Most operations leave all slots empty, or most of them: that is seen at once, and not slot by slot.
-void ReleaseSlots(IZtAudioSamples* (&rapSlots)[kMaxBuffers])
-{
-    constexpr unsigned long kAtOnce = 8;
-    if (AreAllNull<kMaxBuffers>(rapSlots)) {
-        return;
-    }
-    for (unsigned long i = 0; i < kMaxBuffers; i += kAtOnce) {
-        if (!AreAllNull<kAtOnce>(rapSlots + i)) {
-            std::for_each_n(rapSlots + i, kAtOnce, ReleaseSlot);
-        }
-    }
 }
 
 } // namespace
@@ -109,7 +77,7 @@ int CZtaAudioSamplesEngine::ReleaseAllSavedInfo()
 {
     ReleaseSlot(m_pSavedInput);
     ReleaseSlot(m_pSavedOutput);
-    ReleaseSlots(m_apSavedBuffers);
+    ReleaseSlots(m_apSavedBuffers, kMaxBuffers);
     m_ui64SavedSourceOffset = 0;
     m_ui64SavedDestinationOffset = 0;
     m_ui64SavedLength = 0;

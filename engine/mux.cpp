@@ -110,9 +110,7 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
         m_apSavedBuffers[i] = ppBuffers[i];
         m_apSavedBuffers[i]->AddRef();
     }
-    for (unsigned long i = ulCount; i < kMaxBuffers; ++i) {
-        ReleaseSlot(m_apSavedBuffers[i]);
-    }
+    ReleaseSlots(m_apSavedBuffers + ulCount, kMaxBuffers - ulCount);
     SaveVolumes(kMaxBuffers, psVolumes);
     // The side that an operation does not have stays empty.
     SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});

@@ -9,6 +9,8 @@
 #include <bit>
 #include <cstdlib>
 
+#include <xmmintrin.h>
+
 namespace {
 
 constexpr unsigned long kBlockBytes = 1024;
@@ -42,11 +44,10 @@ void ReplaceMaximum(float& rfGain)
     }
 }
 
-/// Towards zero, as the bits of a lane; 0x80000000 for a NaN and for what a lane cannot hold.
+/// Towards zero, as the bits of a lane; the instruction gives 0x80000000 for a NaN and for what a lane cannot hold.
 std::uint32_t Truncate(float fValue)
 {
-    const bool bFits = fValue >= -2147483648.0f && fValue < 2147483648.0f;
-    return bFits ? static_cast<std::uint32_t>(static_cast<std::int32_t>(fValue)) : 0x80000000;
+    return static_cast<std::uint32_t>(_mm_cvttss_si32(_mm_set_ss(fValue)));
 }
 
 } // namespace
@@ -133,17 +134,18 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
     if (m_plVolumeSettings == nullptr) {
         return E_OUTOFMEMORY;
     }
-    const unsigned long ulLanes = std::max(ulChannels, kGroupLanes);
-    const auto ulFramesPerPass = static_cast<std::uint32_t>(ulLanes / ulChannels);
-    for (unsigned long i = 0; i < ulLanes; ++i) {
-        const SZtAudioMonoVolumeInfo& rsVolume = psVolumes[i % ulChannels];
-        const auto ulFrame = static_cast<std::uint32_t>(i / ulChannels);
+    const unsigned long ulFramesPerPass = std::max(kGroupLanes / ulChannels, 1UL);
+    for (unsigned long ulChannel = 0; ulChannel < ulChannels; ++ulChannel) {
+        const SZtAudioMonoVolumeInfo& rsVolume = psVolumes[ulChannel];
         const float fRise = rsVolume.fEndVolume - rsVolume.fStartVolume;
-        const std::uint32_t ulGain = Truncate(rsVolume.fStartVolume * kUnity);
         const std::uint32_t ulStep = Truncate(fRise / static_cast<float>(ulFrames) * kUnity);
-        std::int32_t* const plLane = m_plVolumeSettings + i / kGroupLanes * 2 * kGroupLanes + i % kGroupLanes;
-        plLane[0] = static_cast<std::int32_t>(ulGain + ulFrame * ulStep);
-        plLane[kGroupLanes] = static_cast<std::int32_t>(ulFramesPerPass * ulStep);
+        std::uint32_t ulGain = Truncate(rsVolume.fStartVolume * kUnity);
+        for (unsigned long i = ulChannel; i < ulFramesPerPass * ulChannels; i += ulChannels) {
+            std::int32_t* const plLane = m_plVolumeSettings + i / kGroupLanes * 2 * kGroupLanes + i % kGroupLanes;
+            plLane[0] = static_cast<std::int32_t>(ulGain);
+            plLane[kGroupLanes] = static_cast<std::int32_t>(static_cast<std::uint32_t>(ulFramesPerPass) * ulStep);
+            ulGain += ulStep;
+        }
     }
     return ZT_NOERROR;
 }

@@ -17,6 +17,7 @@
 #include <zta/engine_interfaces.h>
 #include <zta/status.h>
 
+#include <algorithm>
 #include <atomic>
 #include <initializer_list>
 
@@ -184,6 +185,12 @@ private:
         m_ui32Busy.exchange(0);
     }
 
+    /// To be called before the first slots of m_apSavedBuffers are filled.
+    ZTA_INTERNAL void UseSlots(unsigned long ulSlots)
+    {
+        m_ui32UsedSlots = std::max(m_ui32UsedSlots, static_cast<std::uint32_t>(ulSlots));
+    }
+
     class ZTA_INTERNAL CEndWorkOnExit;
 
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
@@ -274,6 +281,7 @@ private:
     CZtaApplyVolume m_oApplyVolume;
     CZtaResampleAudio m_oResampleAudio;
     std::atomic<std::uint32_t> m_ui32Busy;
+    std::uint32_t m_ui32UsedSlots; ///< slots of m_apSavedBuffers from here on are empty
 
     friend struct SZtLayoutProbe;
 };

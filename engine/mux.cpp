@@ -101,6 +101,7 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
 {
     m_ui64SavedBufferCount = ulCount;
     m_ui64SavedVolumeCount = ulVolumeCount;
+    UseSlots(ulCount);
     for (unsigned long i = 0; i < ulCount; ++i) {
         ReleaseSlot(m_apSavedBuffers[i]);
         if (ppBuffers[i] == nullptr) {
@@ -110,7 +111,7 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
         m_apSavedBuffers[i] = ppBuffers[i];
         m_apSavedBuffers[i]->AddRef();
     }
-    ReleaseSlots(m_apSavedBuffers + ulCount, kMaxBuffers - ulCount);
+    std::for_each(m_apSavedBuffers + ulCount, m_apSavedBuffers + m_ui32UsedSlots, ReleaseSlot);
     SaveVolumes(kMaxBuffers, psVolumes);
     // The side that an operation does not have stays empty.
     SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});

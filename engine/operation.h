@@ -7,8 +7,6 @@
 #include <zta/host_interfaces.h>
 #include <zta/status.h>
 
-#include <algorithm>
-#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 
@@ -102,24 +100,6 @@ inline void ReleaseSlot(IZtAudioSamples*& rpSlot)
         rpSlot->Release();
         rpSlot = nullptr;
     }
-}
-
-/// Most operations leave all slots empty, or most of them: that is seen at once, and not slot by slot.
-inline void ReleaseSlots(IZtAudioSamples** ppSlots, unsigned long ulSlots)
-{
-    constexpr unsigned long kAtOnce = 16;
-    for (; ulSlots >= kAtOnce; ppSlots += kAtOnce, ulSlots -= kAtOnce) {
-        std::uintptr_t ui0 = 0;
-        std::uintptr_t ui1 = 0;
-        for (unsigned long i = 0; i < kAtOnce; i += 2) {
-            ui0 |= reinterpret_cast<std::uintptr_t>(ppSlots[i]);
-            ui1 |= reinterpret_cast<std::uintptr_t>(ppSlots[i + 1]);
-        }
-        if ((ui0 | ui1) != 0) {
-            std::for_each_n(ppSlots, kAtOnce, ReleaseSlot);
-        }
-    }
-    std::for_each_n(ppSlots, ulSlots, ReleaseSlot);
 }
 
 /// One saved operand and where it is kept.

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 namespace {
 

@@ -56,6 +56,15 @@ void Prime(std::int16_t* psHistory, std::uint64_t& rulCount, double& rdTime, std
     ippsSet_16s(sFirst, psHistory, static_cast<int>(rulCount));
 }
 
+/// Moves all that a channel's store holds, however much of it is valid: that takes less than to look. The samples
+/// behind the work buffer's are its rows.
+void MoveHistory(const std::int16_t* psFrom, std::int16_t* psTo)
+{
+    std::int16_t asHistory[kHistoryStride];
+    std::memcpy(asHistory, psFrom, sizeof(asHistory));
+    std::memcpy(psTo, asHistory, sizeof(asHistory));
+}
+
 } // namespace
 
 CZtaResampleAudio::CZtaResampleAudio()
@@ -186,7 +195,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         std::memcpy(&sFirst, psIn, sizeof(sFirst));
         Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, sFirst);
     }
-    ippsMove_16s(psHistory, psWork, static_cast<int>(ulCount));
+    MoveHistory(psHistory, psWork);
 
     std::uint64_t ulWritten = 0;
     while (ulInSamples > 0) {
@@ -200,17 +209,18 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         int iOutputs = 0;
         ownResamplePrepared_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
                                 RowsBehind(psWork));
-        const std::uint64_t ulConsumed = static_cast<std::uint64_t>(dTime) - pStream->m_ulPrimeSamples;
-        ulCount = ulTotal - ulConsumed;
-        dTime -= static_cast<double>(ulConsumed);
-        ippsMove_16s(psWork + ulConsumed, psWork, static_cast<int>(ulCount));
+        const std::int64_t lConsumed =
+            static_cast<std::int64_t>(dTime) - static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
+        ulCount = ulTotal - static_cast<std::uint64_t>(lConsumed);
+        dTime -= static_cast<double>(lConsumed);
         ulWritten += static_cast<std::uint64_t>(iOutputs);
         psOut += iOutputs;
         psIn += ulChunk;
         ulInSamples -= ulChunk;
+        // The rest begins the next pass, or waits for the next buffer.
+        MoveHistory(psWork + lConsumed, ulInSamples > 0 ? psWork : psHistory);
     }
 
-    ippsMove_16s(psWork, psHistory, static_cast<int>(ulCount));
     pStream->m_aulHistoryCount[ulChannel] = ulCount;
     pStream->m_adTime[ulChannel] = dTime;
     ulOutSamples = ulWritten;

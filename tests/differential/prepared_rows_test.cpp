@@ -186,6 +186,8 @@ TEST_P(PreparedRows, GiveTheSameForOtherRates)
                               {159, 160},
                               {3, 160},
                               {239, 160},
+                              {253, 160},
+                              {51, 32},
                               {320, 159},
                               {160, 161},
                               {147, 480}}) {
@@ -273,9 +275,9 @@ TEST_P(PreparedRows, GiveTheSameForEveryNorm)
         GetParam().prepare(filter.Get(), &rows_);
         const std::vector<std::int16_t> noise = Noise(1300, 6);
         const std::vector<std::int16_t> square = FullScaleSquare(1300, 40);
-        for (const float norm :
-             {1.0f, -1.0f, 0.5f, 0.37f, 2.0f, 3.3f, 1000.0f, 8191.0f, 8192.0f, 8193.0f, 9000.0f, -8192.0f, -9000.0f,
-              1e9f, -1e30f, 0.0f, std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()}) {
+        for (const float norm : {1.0f, -1.0f, 0.5f, 0.37f, 2.0f, 3.3f, 1000.0f, 8191.0f, 8192.0f, 8193.0f, 9000.0f,
+                                 -8192.0f, -9000.0f, 60000.0f, 1e9f, -1e30f, 0.0f,
+                                 std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()}) {
             for (const SZtaPreparedRows* const rows :
                  {static_cast<const SZtaPreparedRows*>(&rows_), static_cast<const SZtaPreparedRows*>(nullptr)}) {
                 ExpectTheSame(filter, rows, noise, 1000, 17.25, norm);

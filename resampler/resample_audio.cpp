@@ -26,13 +26,15 @@ std::int16_t* AllocateSamples(std::uint64_t ulSamples)
     return static_cast<std::int16_t*>(std::aligned_alloc(kSampleAlignment, ulSamples * sizeof(std::int16_t)));
 }
 
-/// The work buffer has the rows that were prepared for the run behind it.
+/// The work buffer has the rows that were prepared for the run behind it. All of it is written to here, so that no call
+/// of a stream meets memory that the system has yet to provide.
 std::int16_t* AllocateWorkBuffer()
 {
     constexpr std::uint64_t kAlignment = alignof(SZtaPreparedRows);
-    static_assert(kWorkSamples * sizeof(std::int16_t) % kAlignment == 0);
-    return static_cast<std::int16_t*>(
-        std::aligned_alloc(kAlignment, kWorkSamples * sizeof(std::int16_t) + sizeof(SZtaPreparedRows)));
+    constexpr std::size_t kBytes = kWorkSamples * sizeof(std::int16_t) + sizeof(SZtaPreparedRows);
+    static_assert(kWorkSamples * sizeof(std::int16_t) % kAlignment == 0 && kBytes % kAlignment == 0);
+    void* const pvBuffer = std::aligned_alloc(kAlignment, kBytes);
+    return static_cast<std::int16_t*>(pvBuffer == nullptr ? nullptr : std::memset(pvBuffer, 0, kBytes));
 }
 
 SZtaPreparedRows* RowsBehind(std::int16_t* psWorkBuffer)
@@ -56,8 +58,8 @@ void Prime(std::int16_t* psHistory, std::uint64_t& rulCount, double& rdTime, std
     ippsSet_16s(sFirst, psHistory, static_cast<int>(rulCount));
 }
 
-/// Moves all that a channel's store holds, however much of it is valid: that takes less than to look. The samples
-/// behind the work buffer's are its rows.
+/// Moves as many samples as a channel's store holds, the valid ones first: to move those alone takes longer. What
+/// follows in the work buffer, or behind it, is never looked at.
 void MoveHistory(const std::int16_t* psFrom, std::int16_t* psTo)
 {
     std::int16_t asHistory[kHistoryStride];

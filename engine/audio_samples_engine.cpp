@@ -22,22 +22,6 @@ SZtCreateAudioSamplesDescription PoolBufferRequest()
     return sRequest;
 }
 
-/// In four chains, each of which is a quarter as long.
-bool AreAllNull(IZtAudioSamples* const (&rapBuffers)[kMaxBuffers])
-{
-    std::uintptr_t ui0 = 0;
-    std::uintptr_t ui1 = 0;
-    std::uintptr_t ui2 = 0;
-    std::uintptr_t ui3 = 0;
-    for (unsigned long i = 0; i < kMaxBuffers; i += 4) {
-        ui0 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i]);
-        ui1 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 1]);
-        ui2 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 2]);
-        ui3 |= reinterpret_cast<std::uintptr_t>(rapBuffers[i + 3]);
-    }
-    return (ui0 | ui1 | ui2 | ui3) == 0;
-}
-
 } // namespace
 
 template <class Visit>
@@ -61,7 +45,7 @@ CZtaAudioSamplesEngine::CZtaAudioSamplesEngine(IZtQuonEnginePrivate* pEngine, un
       m_pSavedOutput(nullptr), m_apSavedBuffers(), m_ui64SavedBufferCount(0), m_asSavedVolumes(),
       m_ui64SavedVolumeCount(0), m_ui64SavedSourceOffset(0), m_ui64SavedDestinationOffset(0), m_ui64SavedLength(0),
       m_pScratch0(nullptr), m_pScratch1(nullptr), m_pScratch2(nullptr), m_apFadeScratch(), m_apConvertScratch(),
-      m_pSavedResamplerState(nullptr), m_eSavedResamplerMode(), m_ui32Busy(0)
+      m_pSavedResamplerState(nullptr), m_eSavedResamplerMode(), m_ui32Busy(0), m_ui32UsedSlots(0)
 {
     *pStatus = ZT_NOERROR;
     SZtCreateAudioSamplesDescription sRequest = PoolBufferRequest();
@@ -93,12 +77,8 @@ int CZtaAudioSamplesEngine::ReleaseAllSavedInfo()
 {
     ReleaseSlot(m_pSavedInput);
     ReleaseSlot(m_pSavedOutput);
-    // Most operations leave all of these empty: that is seen at once, and not slot by slot.
-    if (!AreAllNull(m_apSavedBuffers)) {
-        for (IZtAudioSamples*& rpBuffer : m_apSavedBuffers) {
-            ReleaseSlot(rpBuffer);
-        }
-    }
+    std::for_each_n(m_apSavedBuffers, m_ui32UsedSlots, ReleaseSlot);
+    m_ui32UsedSlots = 0;
     m_ui64SavedSourceOffset = 0;
     m_ui64SavedDestinationOffset = 0;
     m_ui64SavedLength = 0;

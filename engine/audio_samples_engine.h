@@ -17,6 +17,7 @@
 #include <zta/engine_interfaces.h>
 #include <zta/status.h>
 
+#include <algorithm>
 #include <atomic>
 #include <initializer_list>
 
@@ -147,17 +148,22 @@ private:
     /// 0, or ZT_E_MODULE_BUSY where another operation holds the latch.
     ZTA_INTERNAL int TakeLatch() { return m_ui32Busy.exchange(1) == 0 ? ZT_NOERROR : ZT_E_MODULE_BUSY; }
 
+    /// The label fix; looked at here as well, so that no call is made for other formats.
+    ZTA_INTERNAL int FixLabel(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
+    {
+        const SZtaWaveFormatInfo& rsFormat = rsDescription.sWaveFormat;
+        return rsFormat.ulBitsPerSample == 32 && rsFormat.ulValidBitsPerSample == 20
+                   ? Convert32BitAudioSampleFrom20To24(pBuffer, &rsDescription)
+                   : ZT_NOERROR;
+    }
+
     /// GetAudioSamplesDescription as most entries make it, with the label fix behind it.
     ZTA_INTERNAL int DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
     {
         if (pBuffer->GetAudioSamplesDescription(&rsDescription) < 0) {
             return ZT_E_INVALID_PARAMETER;
         }
-        // Looked at here as well, so that no call is made for other formats.
-        const SZtaWaveFormatInfo& rsFormat = rsDescription.sWaveFormat;
-        return rsFormat.ulBitsPerSample == 32 && rsFormat.ulValidBitsPerSample == 20
-                   ? Convert32BitAudioSampleFrom20To24(pBuffer, &rsDescription)
-                   : ZT_NOERROR;
+        return FixLabel(pBuffer, rsDescription);
     }
 
     /// The entry of an operation with one input and one output; see one_to_one_entry.h.
@@ -179,21 +185,19 @@ private:
         m_ui32Busy.exchange(0);
     }
 
+    /// To be called before the first slots of m_apSavedBuffers are filled.
+    ZTA_INTERNAL void UseSlots(unsigned long ulSlots)
+    {
+        m_ui32UsedSlots = std::max(m_ui32UsedSlots, static_cast<std::uint32_t>(ulSlots));
+    }
+
     class ZTA_INTERNAL CEndWorkOnExit;
 
-    ZTA_INTERNAL int ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut);
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
 
     /// Labels a stage buffer with a format and converts into it.
     ZTA_INTERNAL int ConvertToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtaWaveFormatInfo& rsStageFormat);
-
-    /// Labels a stage buffer as the description says, and copies bytes and valid length into it.
-    ZTA_INTERNAL int CopyToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage,
-                                 SZtAudioSamplesDescription& rsDescription);
-
-    /// Hands a request for fades on to a buffer and, if there is one, carries it out and clears it there.
-    ZTA_INTERNAL int FadeInPlace(IZtAudioSamples* pBuffer, const SZtAudioSamplesDescription& rsRequest);
 
     ZTA_INTERNAL int InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
                                       IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
@@ -212,8 +216,17 @@ private:
         unsigned long ulVolumeCount = 0;
     };
 
-    /// Keeps the record of one slot, or silence beyond the saved count; a silent record keeps its channel reference.
-    ZTA_INTERNAL void SaveVolume(unsigned long ulSlot, const SZtAudioMonoVolumeInfo* psVolumes);
+    /// What the kernel was asked last about an input, and its answer: inputs of one format are asked about once.
+    struct SStageFormat {
+        bool bKnown = false;
+        bool bConverts = false;
+        SZtaWaveFormatInfo sInput = {};
+        SZtaWaveFormatInfo sSuggested = {};
+    };
+
+    /// Keeps the records of the first slots, or silence beyond the saved count; a silent record keeps its channel
+    /// reference.
+    ZTA_INTERNAL void SaveVolumes(unsigned long ulSlots, const SZtAudioMonoVolumeInfo* psVolumes);
     ZTA_INTERNAL int TakeMuxOperands(SMuxOperands& rsOperands);
 
     // The four mux operations are two: ulSide is 1 where the array holds mono buffers and 2 where it holds stereo ones.
@@ -225,7 +238,8 @@ private:
     ZTA_INTERNAL int ProcessAssembly(Kernel& rKernel, Convert pfnConvert, unsigned long ulSide);
     template <class Kernel>
     ZTA_INTERNAL int StageInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
-                                SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, IZtAudioSamples*& rpStaged);
+                                SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SStageFormat& rsStage,
+                                IZtAudioSamples*& rpStaged);
     ZTA_INTERNAL int EnterSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
                                 unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
                                 int (CZtaAudioSamplesEngine::*pfnProcess)());
@@ -267,6 +281,7 @@ private:
     CZtaApplyVolume m_oApplyVolume;
     CZtaResampleAudio m_oResampleAudio;
     std::atomic<std::uint32_t> m_ui32Busy;
+    std::uint32_t m_ui32UsedSlots; ///< slots of m_apSavedBuffers from here on are empty
 
     friend struct SZtLayoutProbe;
 };

@@ -2,8 +2,6 @@
 
 #include <zta/status.h>
 
-#include <cstring>
-
 int CZtaAudioSamplesEngine::CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
 {
     return EnterOneToOne(
@@ -78,7 +76,7 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
 
     if (IsSameFormat(rsDestination.sWaveFormat, sStage.sWaveFormat)) {
         iStatus = BufferCopy(pSource, &rsSource, pDestination, &rsDestination);
-        return iStatus >= 0 ? FadeInPlace(pDestination, rsSource) : iStatus;
+        return iStatus >= 0 ? FadeInPlace(m_oApplyFade, pDestination, rsSource) : iStatus;
     }
 
     m_pScratch0->SetWaveFormat(&sStage.sWaveFormat);
@@ -125,23 +123,4 @@ bool CZtaAudioSamplesEngine::is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormat
     return sIn.eDataType == keZtAudioDataTypeMultiFormat && sOut.eDataType == keZtAudioDataTypePcm &&
            sIn.ulSamplesPerSec == sOut.ulSamplesPerSec && sIn.ulBitsPerSample == 32 && sOut.ulBitsPerSample == 16 &&
            sIn.ulValidBitsPerSample == sOut.ulValidBitsPerSample && sIn.ulChannels == sOut.ulChannels;
-}
-
-/// Copies the valid bytes. The output's valid length stays as it was: whoever wants it to follow sets it beforehand.
-int CZtaAudioSamplesEngine::ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
-{
-    const SByteRun sRun = LookAtBytes(pIn, pOut);
-    if (sRun.ulLength > sRun.ulCapacity) {
-        void* pvContent = nullptr;
-        pOut->QueryInterface(IID_IZtAVContent, &pvContent);
-        if (pvContent != nullptr) {
-            // The reference stays on the output: hosts see one more count after a copy that did not fit.
-            static_cast<IZtAVContent*>(pvContent)->SetErrorCode(ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-        }
-        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-    }
-    if (sRun.ulLength != 0) {
-        std::memmove(sRun.pbyOut, sRun.pbyIn, sRun.ulLength);
-    }
-    return ZT_NOERROR;
 }

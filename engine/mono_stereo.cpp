@@ -69,6 +69,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft,
 int CZtaAudioSamplesEngine::SaveInfoMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                  IZtAudioSamples* pStereo)
 {
+    UseSlots(2);
     return SaveOperands({{&m_apSavedBuffers[0], pLeft}, {&m_apSavedBuffers[1], pRight}, {&m_pSavedOutput, pStereo}});
 }
 
@@ -109,7 +110,7 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
     }
     // Only a fade that both sides ask for is one of the stereo buffer.
     if (iStatus >= 0 && sLeft.bFadeIn == sRight.bFadeIn && sLeft.bFadeOut == sRight.bFadeOut) {
-        iStatus = FadeInPlace(pStereo, sLeft);
+        iStatus = FadeInPlace(m_oApplyFade, pStereo, sLeft);
     }
     if (iStatus < 0) {
         oStereo->SetErrorCode(iStatus);
@@ -225,6 +226,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStere
 int CZtaAudioSamplesEngine::SaveInfoStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                  IZtAudioSamples* pRight)
 {
+    UseSlots(2);
     return SaveOperands({{&m_pSavedInput, pStereo}, {&m_apSavedBuffers[0], pLeft}, {&m_apSavedBuffers[1], pRight}});
 }
 

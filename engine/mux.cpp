@@ -4,6 +4,7 @@
 #include <zta/status.h>
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -49,6 +50,47 @@ void SignalEntry(IZtAudioSamples* pBuffer, Signal rSignal)
     }
 }
 
+/// Labels a stage buffer as the description says, and copies bytes and valid length into it.
+int CopyToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtAudioSamplesDescription& rsDescription)
+{
+    void* pvIn = nullptr;
+    unsigned long ulLength = 0;
+    int iStatus = pIn->GetBufferAndLength(&pvIn, &ulLength);
+    if (iStatus >= 0) {
+        iStatus = pStage->SetWaveFormat(&rsDescription.sWaveFormat);
+    }
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    // A host may refuse a length beyond the stage's capacity; that it does not fit is for the copy to tell.
+    const int iLengthStatus = pStage->SetLength(ulLength);
+    return FirstFailure(ByteCopy(pIn, pStage), iLengthStatus);
+}
+
+/// The contents of an array of buffers, of which no more are made than the array has.
+class CContents {
+public:
+    CContents() {}
+    CContents(const CContents&) = delete;
+    CContents& operator=(const CContents&) = delete;
+
+    ~CContents()
+    {
+        while (m_ulCount != 0) {
+            std::destroy_at(m_aoContents + --m_ulCount);
+        }
+    }
+
+    CContentPtr& Add() { return *std::construct_at(m_aoContents + m_ulCount++); }
+    CContentPtr& operator[](unsigned long ulIndex) { return m_aoContents[ulIndex]; }
+
+private:
+    union {
+        CContentPtr m_aoContents[kMaxBuffers];
+    };
+    unsigned long m_ulCount = 0;
+};
+
 } // namespace
 
 // ---- Passing the operands ----
@@ -59,17 +101,18 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
 {
     m_ui64SavedBufferCount = ulCount;
     m_ui64SavedVolumeCount = ulVolumeCount;
-    for (unsigned long i = 0; i < kMaxBuffers; ++i) {
+    UseSlots(ulCount);
+    for (unsigned long i = 0; i < ulCount; ++i) {
         ReleaseSlot(m_apSavedBuffers[i]);
-        SaveVolume(i, psVolumes);
-        if (i < ulCount) {
-            if (ppBuffers[i] == nullptr) {
-                return ZT_E_INVALID_PARAMETER;
-            }
-            m_apSavedBuffers[i] = ppBuffers[i];
-            m_apSavedBuffers[i]->AddRef();
+        if (ppBuffers[i] == nullptr) {
+            SaveVolumes(i + 1, psVolumes);
+            return ZT_E_INVALID_PARAMETER;
         }
+        m_apSavedBuffers[i] = ppBuffers[i];
+        m_apSavedBuffers[i]->AddRef();
     }
+    std::for_each(m_apSavedBuffers + ulCount, m_apSavedBuffers + m_ui32UsedSlots, ReleaseSlot);
+    SaveVolumes(kMaxBuffers, psVolumes);
     // The side that an operation does not have stays empty.
     SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});
     return ZT_NOERROR;
@@ -94,13 +137,13 @@ int CZtaAudioSamplesEngine::GetInfoMux(IZtAudioSamples** ppInput, IZtAudioSample
     return ZT_NOERROR;
 }
 
-void CZtaAudioSamplesEngine::SaveVolume(unsigned long ulSlot, const SZtAudioMonoVolumeInfo* psVolumes)
+void CZtaAudioSamplesEngine::SaveVolumes(unsigned long ulSlots, const SZtAudioMonoVolumeInfo* psVolumes)
 {
-    if (ulSlot < m_ui64SavedVolumeCount) {
-        m_asSavedVolumes[ulSlot] = psVolumes[ulSlot];
-    } else {
-        m_asSavedVolumes[ulSlot].fStartVolume = 0.0F;
-        m_asSavedVolumes[ulSlot].fEndVolume = 0.0F;
+    const unsigned long ulRecords = std::min<unsigned long>(m_ui64SavedVolumeCount, ulSlots);
+    std::copy_n(psVolumes, ulRecords, m_asSavedVolumes);
+    for (unsigned long i = ulRecords; i < ulSlots; ++i) {
+        m_asSavedVolumes[i].fStartVolume = 0.0F;
+        m_asSavedVolumes[i].fEndVolume = 0.0F;
     }
 }
 
@@ -196,7 +239,7 @@ int CZtaAudioSamplesEngine::OpenAssemblyInput(unsigned long ulSide, IZtAudioSamp
     const bool bLeftAlone = ulSide == kStereoSide && (sBuffer.sWaveFormat.ulChannels != kStereoSide ||
                                                       sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque);
     if (bDescribed && !bLeftAlone) {
-        Convert32BitAudioSampleFrom20To24(pBuffer, &sBuffer);
+        FixLabel(pBuffer, sBuffer);
     }
     CContentPtr oContent;
     const int iStatus = QueryContent(pBuffer, oContent);
@@ -227,6 +270,7 @@ int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert,
     }
     IZtAudioSamples* apStaged[kMaxBuffers];
     SZtAudioSamplesDescription sInput = kEmptyDescription;
+    SStageFormat sStage;
     for (unsigned long i = 0; i < sOperands.ulCount && iStatus >= 0; ++i) {
         const int iDescribed = sOperands.apBuffers[i]->GetAudioSamplesDescription(&sInput);
         // A stereo input that cannot be described is taken for what the one before it was.
@@ -234,7 +278,7 @@ int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert,
             iStatus = iDescribed;
         }
         if (iStatus >= 0) {
-            iStatus = StageInput(rKernel, sOperands.apBuffers[i], sInput, sMux, i, apStaged[i]);
+            iStatus = StageInput(rKernel, sOperands.apBuffers[i], sInput, sMux, i, sStage, apStaged[i]);
         }
     }
     if (iStatus >= 0) {
@@ -260,18 +304,27 @@ int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert,
 /// Brings input `ulIndex` to the kernel's format, and fades it if it asks for that.
 template <class Kernel>
 int CZtaAudioSamplesEngine::StageInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
-                                       SZtAudioSamplesDescription& rsMux, unsigned long ulIndex,
+                                       SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SStageFormat& rsStage,
                                        IZtAudioSamples*& rpStaged)
 {
-    SZtaWaveFormatInfo sInputFormat = {};
-    SZtaWaveFormatInfo sMuxFormat = {};
-    int iStatus = rKernel.SuggestFormat(&rsInput.sWaveFormat, &rsMux.sWaveFormat, &sInputFormat, &sMuxFormat);
-    if (iStatus < 0) {
-        return iStatus;
+    int iStatus = ZT_NOERROR;
+    if (!rsStage.bKnown || !IsSameFormat(rsInput.sWaveFormat, rsStage.sInput)) {
+        SZtaWaveFormatInfo sMuxFormat = {};
+        iStatus = rKernel.SuggestFormat(&rsInput.sWaveFormat, &rsMux.sWaveFormat, &rsStage.sSuggested, &sMuxFormat);
+        if (iStatus < 0) {
+            return iStatus;
+        }
+        rsStage.sInput = rsInput.sWaveFormat;
+        rsStage.bKnown = true;
+        rsStage.bConverts = !IsSameFormat(rsStage.sInput, rsStage.sSuggested);
     }
     IZtAudioSamples* pStage = m_apConvertScratch[ulIndex];
-    iStatus = IsSameFormat(rsInput.sWaveFormat, sInputFormat) ? CopyToStage(pInput, pStage, rsInput)
-                                                              : ConvertToStage(pInput, pStage, sInputFormat);
+    if (rsStage.bConverts) {
+        SZtaWaveFormatInfo sStageFormat = rsStage.sSuggested;
+        iStatus = ConvertToStage(pInput, pStage, sStageFormat);
+    } else {
+        iStatus = CopyToStage(pInput, pStage, rsInput);
+    }
     rpStaged = pStage;
     if (iStatus < 0 || (!rsInput.bFadeIn && !rsInput.bFadeOut)) {
         return iStatus;
@@ -314,7 +367,7 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
         return ZT_E_INVALID_POINTER;
     }
     CContentPtr oMux;
-    CContentPtr aoOutputs[kMaxBuffers];
+    CContents oOutputs;
     SZtAudioSamplesDescription sMux = kEmptyDescription;
     int iStatus = OpenInput(pMux, oMux);
     if (iStatus >= 0) {
@@ -331,7 +384,7 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
         iStatus = ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
     }
     for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
-        iStatus = OpenSplitOutput(ulSide, ppBuffers[i], aoOutputs[i]);
+        iStatus = OpenSplitOutput(ulSide, ppBuffers[i], oOutputs.Add());
     }
     if (iStatus >= 0) {
         iStatus = TakeLatch();
@@ -347,7 +400,7 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
     }
     SaveInfoMux(pMux, nullptr, ppBuffers, ulCount, psVolumes, ulVolumeCount);
     for (unsigned long i = 0; i < ulCount; ++i) {
-        aoOutputs[i]->MarkWriteStartTime();
+        oOutputs[i].CContentPtr::operator->()->MarkWriteStartTime();
     }
     return (this->*pfnProcess)();
 }
@@ -366,7 +419,7 @@ int CZtaAudioSamplesEngine::OpenSplitOutput(unsigned long ulSide, IZtAudioSample
     if (sBuffer.sWaveFormat.ulChannels != ulSide) {
         return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
     }
-    return Convert32BitAudioSampleFrom20To24(pBuffer, &sBuffer);
+    return FixLabel(pBuffer, sBuffer);
 }
 
 int CZtaAudioSamplesEngine::ProcessMuxToMono()
@@ -415,7 +468,7 @@ int CZtaAudioSamplesEngine::ProcessSplit(Kernel& rKernel, Convert pfnConvert)
             // After a failing fade the later outputs still get their polarity and flags, but no fade.
             sOperands.apBuffers[i]->SetPolarity(sMux.ePolarity);
             if (iStatus >= 0) {
-                iStatus = FadeInPlace(sOperands.apBuffers[i], sMux);
+                iStatus = FadeInPlace(m_oApplyFade, sOperands.apBuffers[i], sMux);
             } else {
                 SetFades(sOperands.apBuffers[i], sMux.bFadeIn, sMux.bFadeOut);
             }

@@ -2,6 +2,7 @@
 
 #include "component/hresult.h"
 #include "component/smart_ptr.h"
+#include "kernels/fade.h"
 
 #include <zta/host_interfaces.h>
 #include <zta/status.h>
@@ -158,4 +159,35 @@ inline SByteRun LookAtBytes(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
     pOut->GetBufferAndLength(&pvOut, &ulOutLength);
     return {static_cast<const unsigned char*>(pvIn), pvIn == nullptr ? 0 : ulLength, static_cast<unsigned char*>(pvOut),
             pvOut == nullptr ? 0 : ulCapacity};
+}
+
+/// Copies the valid bytes. The output's valid length stays as it was: whoever wants it to follow sets it beforehand.
+inline int ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
+{
+    const SByteRun sRun = LookAtBytes(pIn, pOut);
+    if (sRun.ulLength > sRun.ulCapacity) {
+        void* pvContent = nullptr;
+        pOut->QueryInterface(IID_IZtAVContent, &pvContent);
+        if (pvContent != nullptr) {
+            // The reference stays on the output: hosts see one more count after a copy that did not fit.
+            static_cast<IZtAVContent*>(pvContent)->SetErrorCode(ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        }
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    if (sRun.ulLength != 0) {
+        std::memmove(sRun.pbyOut, sRun.pbyIn, sRun.ulLength);
+    }
+    return ZT_NOERROR;
+}
+
+/// Hands a request for fades on to a buffer and, if there is one, carries it out and clears it there.
+inline int FadeInPlace(CZtaApplyFade& rKernel, IZtAudioSamples* pBuffer, const SZtAudioSamplesDescription& rsRequest)
+{
+    SetFades(pBuffer, rsRequest.bFadeIn, rsRequest.bFadeOut);
+    if (!rsRequest.bFadeIn && !rsRequest.bFadeOut) {
+        return ZT_NOERROR;
+    }
+    const int iStatus = rKernel.ApplyFade(pBuffer);
+    SetFades(pBuffer, false, false);
+    return iStatus;
 }

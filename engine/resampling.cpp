@@ -32,21 +32,13 @@ int CheckDataTypes(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsO
                : ZT_E_INVALID_AUDIO_DATA_TYPE;
 }
 
-using FormatCheck = int (*)(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut);
-
-// A pair that is wrong in several ways is told the first of them, and the two operations do not look in one order.
-constexpr FormatCheck kCreationChecks[] = {CheckChannels, CheckContainers, CheckDataTypes, CheckRates};
-constexpr FormatCheck kProcessChecks[] = {CheckChannels, CheckRates, CheckContainers, CheckDataTypes};
-
-int CheckPair(const FormatCheck (&rapfnChecks)[4], const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut)
+/// A pair that is wrong in several ways is told the first of them, and the two operations do not look in one order.
+template <class... Checks>
+int CheckPair(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut, Checks... pfnChecks)
 {
-    for (const FormatCheck pfnCheck : rapfnChecks) {
-        const int iStatus = pfnCheck(rsIn, rsOut);
-        if (iStatus < 0) {
-            return iStatus;
-        }
-    }
-    return ZT_NOERROR;
+    int iStatus = ZT_NOERROR;
+    static_cast<void>((((iStatus = pfnChecks(rsIn, rsOut)) >= 0) && ...));
+    return iStatus;
 }
 
 } // namespace
@@ -57,7 +49,8 @@ int CZtaAudioSamplesEngine::CreateAudioResampler(SZtaWaveFormatInfo* psInputForm
     if (psInputFormat == nullptr || psOutputFormat == nullptr || ppResampler == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    int iStatus = CheckPair(kCreationChecks, *psInputFormat, *psOutputFormat);
+    int iStatus =
+        CheckPair(*psInputFormat, *psOutputFormat, CheckChannels, CheckContainers, CheckDataTypes, CheckRates);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -71,7 +64,7 @@ int CZtaAudioSamplesEngine::ProcessAudioResampler(IZtAudioSamples* pInput, IZtAu
     return EnterOneToOne(
         EEntryDescriptions::LeaveLabels, ZT_NOERROR, pInput, pOutput,
         [](const SZtaWaveFormatInfo& rsInput, const SZtaWaveFormatInfo& rsOutput) {
-            return CheckPair(kProcessChecks, rsInput, rsOutput);
+            return CheckPair(rsInput, rsOutput, CheckChannels, CheckRates, CheckContainers, CheckDataTypes);
         },
         [&] { SaveInfoResampler(pInput, pOutput, eMode, pResampler); }, &CZtaAudioSamplesEngine::ProcessResampling);
 }

@@ -44,9 +44,7 @@ int CZtaAudioSamplesEngine::SaveInfoApplyVolume(IZtAudioSamples* pInput, IZtAudi
         return ZT_E_PARAMETER_ARRAY_TOO_BIG;
     }
     m_ui64SavedVolumeCount = ulVolumeCount;
-    for (unsigned long i = 0; i < kMaxBuffers; ++i) {
-        SaveVolume(i, psVolumes);
-    }
+    SaveVolumes(kMaxBuffers, psVolumes);
     return SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}}) < 0 ? ZT_E_INVALID_POINTER : ZT_NOERROR;
 }
 
@@ -88,7 +86,7 @@ int CZtaAudioSamplesEngine::ProcessApplyVolume()
         iStatus = m_oApplyVolume.ApplyVolume(pInput, pOutput, asVolumes, ulVolumeCount);
         HandOn();
         if (iStatus >= 0 && (sInput.bFadeIn || sInput.bFadeOut)) {
-            iStatus = FadeInPlace(pOutput, sInput);
+            iStatus = FadeInPlace(m_oApplyFade, pOutput, sInput);
         }
     }
     EndWork();

@@ -33,6 +33,9 @@ public:
         callAt_ = 0;
     }
 
+    /// In a call of the host's own.
+    [[nodiscard]] bool IsInside() const { return isInside_; }
+
     [[nodiscard]] bool HasFailed() const { return hasFailed_; }
     [[nodiscard]] bool HasQueryFailed() const { return hasQueryFailed_; }
 
@@ -78,6 +81,10 @@ public:
 
     /// How often a byte copy did not fit: each may have kept the reference that its query handed out.
     [[nodiscard]] long Refusals() const { return refusals_; }
+
+    /// What the operation was told last of the producer's code, which is nothing where that call failed.
+    [[nodiscard]] int ToldCode() const { return told_; }
+    void ForgetTold() { told_ = 0; }
 
     /// Gives kept references back.
     void ReleaseKept(long count)
@@ -132,7 +139,12 @@ public:
     }
     int GetErrorCode(int* code) override
     {
-        return Call([&] { return host::AudioBuffer::GetErrorCode(code); });
+        const bool isOperations = !faults_.IsInside();
+        const int status = Call([&] { return host::AudioBuffer::GetErrorCode(code); });
+        if (isOperations) {
+            told_ = status < 0 ? 0 : *code;
+        }
+        return status;
     }
     int SetPolarity(std::uint32_t polarity) override
     {
@@ -190,6 +202,7 @@ private:
     long references_ = 1;
     long refusals_ = 0;
     bool isQueried_ = false; ///< the last call was a query
+    int told_ = 0;
 };
 
 /// Creates the pool of one engine.

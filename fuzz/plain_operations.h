@@ -1,11 +1,12 @@
-/// What operations do where no fade, stage buffer or host's fault is in play: samples and statuses, worked out plainly
-/// from copies of the buffers.
+/// What operations do where no stage buffer of another format and no host's fault is in play: samples and statuses,
+/// worked out plainly from copies of the buffers.
 #pragma once
 
 #include "host/formats.h"
 #include "kernels/bit_depth_list.h"
 #include "kernels/sample_format.h"
 #include "models/conversion_models.h"
+#include "models/fade_model.h"
 #include "models/gain_model.h"
 #include "tests/support/format_model.h"
 
@@ -140,6 +141,74 @@ inline Conversion CopyPlainly(Content in, Content out)
         return {1, out};
     }
     return ConvertPlainly(in, out);
+}
+
+/// How the samples of a layout are faded.
+struct FadeRow {
+    EZtAudioSampleFormatProperty property;
+    models::FadeLaw law;
+    std::size_t channels;
+};
+
+inline constexpr FadeRow kFadeRows[] = {
+    {keZtAudioSampleFormat16In16Mono, models::FadeLaw::Each16, 1},
+    {keZtAudioSampleFormat16In16Stereo, models::FadeLaw::Stereo16, 2},
+    {keZtAudioSampleFormat16In16Mux4, models::FadeLaw::Each16, 4},
+    {keZtAudioSampleFormat16In16Mux8, models::FadeLaw::Each16, 8},
+    {keZtAudioSampleFormat16In16Mux16, models::FadeLaw::Each16, 16},
+    {keZtAudioSampleFormat24In32Mono, models::FadeLaw::Each24, 1},
+    {keZtAudioSampleFormat24In32Stereo, models::FadeLaw::Each24, 2},
+    {keZtAudioSampleFormat24In32Mux4, models::FadeLaw::Mux24, 4},
+    {keZtAudioSampleFormat24In32Mux8, models::FadeLaw::Mux24, 8},
+    {keZtAudioSampleFormat24In32Mux16, models::FadeLaw::Mux24, 16},
+};
+
+/// The row of a format that is its property's own, or null.
+inline const FadeRow* FadeRowOf(const SZtaWaveFormatInfo& format)
+{
+    if (IsExact(format)) {
+        for (const FadeRow& row : kFadeRows) {
+            if (row.property == *PropertyOf(format)) {
+                return &row;
+            }
+        }
+    }
+    return nullptr;
+}
+
+/// Fades valid frames in place. A short mono or stereo buffer gets the outer end of the ramp, a short mux nothing.
+inline int FadePlainly(const FadeRow& row, bool in, bool out, Content& content)
+{
+    constexpr std::size_t kRamp = 200;
+    const std::size_t frames = content.Frames();
+    if (frames == 0 || (!in && !out)) {
+        return 0;
+    }
+    if (row.channels > 2 && frames < kRamp) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    const std::size_t length = std::min(kRamp, frames);
+    const std::size_t frameBytes = host::BytesPerFrame(content.Format());
+    for (std::size_t k = 0; in && k < length; ++k) {
+        models::FadeFrame(row.law, row.channels, content.bytes.data() + k * frameBytes, k);
+    }
+    for (std::size_t k = 0; out && k < length; ++k) {
+        models::FadeFrame(row.law, row.channels, content.bytes.data() + (frames - length + k) * frameBytes,
+                          kRamp - 1 - k);
+    }
+    return 0;
+}
+
+/// A copy that asks for a fade, into a format that can be faded where it is.
+inline Conversion CopyFadedPlainly(const Content& in, const Content& out, const FadeRow& row)
+{
+    Conversion result = CopyPlainly(in, out);
+    if (result.status == 0 && result.out) {
+        result.status = FadePlainly(row, in.description.bFadeIn, in.description.bFadeOut, *result.out);
+    } else if (result.status >= 0) {
+        return {result.status, std::nullopt};
+    }
+    return result;
 }
 
 /// Interleaves elements: frame after frame, one of each part.

@@ -42,7 +42,7 @@ bool Holds(const SFormatFamily& rsFamily, const SZtaWaveFormatInfo& rsFormat)
 {
     return rsFormat.eDataType == rsFamily.eDataType && rsFormat.ulBitsPerSample == rsFamily.ulBitsPerSample &&
            rsFormat.ulValidBitsPerSample == rsFamily.ulValidBitsPerSample &&
-           rsFormat.ulSamplesPerSec == rsFamily.ulSamplesPerSec && std::has_single_bit(rsFormat.ulChannels) &&
+           rsFormat.ulSamplesPerSec == rsFamily.ulSamplesPerSec && ZtaIsPowerOfTwo(rsFormat.ulChannels) &&
            rsFormat.ulChannels <= rsFamily.ulMaxChannels;
 }
 
@@ -101,7 +101,7 @@ int CZtaAudioProcessingUtil::GetBufferInformations(IZtAudioSamples* pSamples, vo
         return iStatus;
     }
     SZtaWaveFormatInfo* const psFormat = &psDescription->sWaveFormat;
-    const std::uint32_t ulBytesPerFrame = psFormat->ulBitsPerSample / 8 * psFormat->ulChannels;
+    const std::uint32_t ulBytesPerFrame = ZtaBytesPerFrame(*psFormat);
     *piBytesPerFrame = static_cast<int>(ulBytesPerFrame);
 
     void* pvBuffer = nullptr;

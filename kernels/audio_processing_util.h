@@ -16,6 +16,18 @@ struct ZTA_API SZtAListOfProcessingFormatsAndFunctionIndex {
     SZtAProcessingFormatAndFunctionIndex* psFormats;
 };
 
+/// By a mask: without an instruction for it, std::has_single_bit counts all bits.
+constexpr bool ZtaIsPowerOfTwo(unsigned long ul)
+{
+    return ul != 0 && (ul & (ul - 1)) == 0;
+}
+
+/// Container bits beyond whole bytes do not count.
+constexpr std::uint32_t ZtaBytesPerFrame(const SZtaWaveFormatInfo& rsFormat)
+{
+    return rsFormat.ulBitsPerSample / 8 * rsFormat.ulChannels;
+}
+
 /// The digest of a buffer. The caller sets `sDescription.ulSize` to 40 before it asks for one.
 struct ZTA_API SZtAudioBufferInformations {
     void* pvBuffer;                 ///< the first sample

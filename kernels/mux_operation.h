@@ -56,8 +56,15 @@ struct SZtaMuxCall {
 struct SZtaMuxOperands {
     static constexpr unsigned long kMostBuffers = 64;
 
+    /// The first of the array. The others may differ from it in their container, but not in their length.
+    struct SFirst {
+        EZtAudioSampleFormatProperty eFormat;
+        unsigned long ulBytesPerFrame;
+        unsigned long ulValidFrames;
+    };
+
     void* apvBuffers[kMostBuffers];
-    SZtAudioBufferInformations sFirst; ///< the buffers may differ from it in their container, but not in their length
+    SFirst sFirst;
     SZtAudioBufferInformations sMux;
 
     /// Those of the first buffer, but no more than every buffer has memory for: hosts see a difference only where they
@@ -66,6 +73,11 @@ struct SZtaMuxOperands {
 
     /// Checks the counts and digests the buffers, in the array's order, then the mux.
     int Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& rsRules, const SZtaMuxCall& rsCall);
+
+private:
+    /// Bounds the frames by what is certain to be a buffer's memory, of which ulMovedBytes are moved for each.
+    void LimitFrames(unsigned long ulValidFrames, unsigned long ulCapacityFrames, unsigned long ulFrameBytes,
+                     unsigned long ulMovedBytes);
 };
 
 /// Interleaves the buffers into the mux, which must have its length set. Without volumes the mux ends with the length
@@ -79,7 +91,7 @@ int ZtaAssembleMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const
     if (iStatus < 0) {
         return iStatus;
     }
-    const SZtAudioBufferInformations& rsFirst = sOperands.sFirst;
+    const SZtaMuxOperands::SFirst& rsFirst = sOperands.sFirst;
     const SZtAudioBufferInformations& rsMux = sOperands.sMux;
     if (rsMux.ulValidFrames < rsFirst.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
@@ -108,7 +120,7 @@ int ZtaSplitMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZ
     if (iStatus < 0) {
         return iStatus;
     }
-    const SZtAudioBufferInformations& rsFirst = sOperands.sFirst;
+    const SZtaMuxOperands::SFirst& rsFirst = sOperands.sFirst;
     const SZtAudioBufferInformations& rsMux = sOperands.sMux;
     if (rsFirst.ulValidFrames < rsMux.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
@@ -120,7 +132,7 @@ int ZtaSplitMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZ
     if (iStatus < 0) {
         return iStatus;
     }
-    const unsigned long ulLength = static_cast<unsigned long>(rsFirst.iBytesPerFrame) * rsMux.ulValidFrames;
+    const unsigned long ulLength = rsFirst.ulBytesPerFrame * rsMux.ulValidFrames;
     for (unsigned long i = 0; i < rsCall.ulCount; ++i) {
         IZtAudioSamples* pOutput = rsCall.ppBuffers[i];
         const int iLast =

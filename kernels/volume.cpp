@@ -8,6 +8,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <cstring>
+
+#include <immintrin.h>
 
 namespace {
 
@@ -35,6 +38,12 @@ bool IsInRange(float fGain)
     return !(fGain > kMaxGain || fGain < 0.0f);
 }
 
+/// Most gains are, and one comparison of their bits tells it: those of 0 to below 8 are in order, all others behind.
+bool IsBelowMax(float fGain)
+{
+    return std::bit_cast<std::uint32_t>(fGain) < std::bit_cast<std::uint32_t>(kMaxGain);
+}
+
 void ReplaceMaximum(float& rfGain)
 {
     if (rfGain == kMaxGain) {
@@ -42,11 +51,13 @@ void ReplaceMaximum(float& rfGain)
     }
 }
 
-/// Towards zero, as the bits of a lane; 0x80000000 for a NaN and for what a lane cannot hold.
-std::uint32_t Truncate(float fValue)
+using FloatGroup = float __attribute__((vector_size(16)));
+using IntegerGroup = std::uint32_t __attribute__((vector_size(16)));
+
+/// Towards zero, as the bits of a lane; the instruction gives 0x80000000 for a NaN and for what a lane cannot hold.
+IntegerGroup Truncate(FloatGroup vValues)
 {
-    const bool bFits = fValue >= -2147483648.0f && fValue < 2147483648.0f;
-    return bFits ? static_cast<std::uint32_t>(static_cast<std::int32_t>(fValue)) : 0x80000000;
+    return reinterpret_cast<IntegerGroup>(_mm_cvttps_epi32(vValues));
 }
 
 } // namespace
@@ -119,6 +130,9 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
         return ZT_E_ARRAY_TOO_SMALL;
     }
     for (unsigned long i = 0; i < ulChannels; ++i) {
+        if (IsBelowMax(psVolumes[i].fStartVolume) && IsBelowMax(psVolumes[i].fEndVolume)) {
+            continue;
+        }
         if (!IsInRange(psVolumes[i].fStartVolume) || !IsInRange(psVolumes[i].fEndVolume)) {
             return ZT_E_INVALID_PARAMETER;
         }
@@ -126,24 +140,32 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
         ReplaceMaximum(psVolumes[i].fStartVolume);
         ReplaceMaximum(psVolumes[i].fEndVolume);
     }
-    if (ulChannels > kMaxChannels || !std::has_single_bit(ulChannels)) {
+    if (ulChannels > kMaxChannels || !ZtaIsPowerOfTwo(ulChannels)) {
         return ZT_E_INVALID_PARAMETER;
     }
     // The object is handed out without its block where memory was short when it was made.
     if (m_plVolumeSettings == nullptr) {
         return E_OUTOFMEMORY;
     }
-    const unsigned long ulLanes = std::max(ulChannels, kGroupLanes);
-    const auto ulFramesPerPass = static_cast<std::uint32_t>(ulLanes / ulChannels);
-    for (unsigned long i = 0; i < ulLanes; ++i) {
-        const SZtAudioMonoVolumeInfo& rsVolume = psVolumes[i % ulChannels];
-        const auto ulFrame = static_cast<std::uint32_t>(i / ulChannels);
-        const float fRise = rsVolume.fEndVolume - rsVolume.fStartVolume;
-        const std::uint32_t ulGain = Truncate(rsVolume.fStartVolume * kUnity);
-        const std::uint32_t ulStep = Truncate(fRise / static_cast<float>(ulFrames) * kUnity);
-        std::int32_t* const plLane = m_plVolumeSettings + i / kGroupLanes * 2 * kGroupLanes + i % kGroupLanes;
-        plLane[0] = static_cast<std::int32_t>(ulGain + ulFrame * ulStep);
-        plLane[kGroupLanes] = static_cast<std::int32_t>(ulFramesPerPass * ulStep);
+    const unsigned long ulFramesPerPass = std::max(kGroupLanes / ulChannels, 1UL);
+    const float fFrames = static_cast<float>(ulFrames);
+    std::int32_t* plGroup = m_plVolumeSettings;
+    for (unsigned long ulFirst = 0; ulFirst < ulFramesPerPass * ulChannels; ulFirst += kGroupLanes) {
+        FloatGroup vStart;
+        FloatGroup vEnd;
+        IntegerGroup vFrame;
+        for (unsigned long i = 0; i < kGroupLanes; ++i) {
+            const SZtAudioMonoVolumeInfo& rsVolume = psVolumes[(ulFirst + i) & (ulChannels - 1)];
+            vStart[i] = rsVolume.fStartVolume;
+            vEnd[i] = rsVolume.fEndVolume;
+            vFrame[i] = static_cast<std::uint32_t>(i >> std::countr_zero(ulChannels));
+        }
+        const IntegerGroup vStep = Truncate((vEnd - vStart) / fFrames * kUnity);
+        const IntegerGroup vGain = Truncate(vStart * kUnity) + vFrame * vStep;
+        const IntegerGroup vStepOfPass = vStep * static_cast<std::uint32_t>(ulFramesPerPass);
+        std::memcpy(plGroup, &vGain, sizeof(vGain));
+        std::memcpy(plGroup + kGroupLanes, &vStepOfPass, sizeof(vStepOfPass));
+        plGroup += 2 * kGroupLanes;
     }
     return ZT_NOERROR;
 }

@@ -26,13 +26,15 @@ std::int16_t* AllocateSamples(std::uint64_t ulSamples)
     return static_cast<std::int16_t*>(std::aligned_alloc(kSampleAlignment, ulSamples * sizeof(std::int16_t)));
 }
 
-/// The work buffer has the rows that were prepared for the run behind it.
+/// The work buffer has the rows that were prepared for the run behind it. All of it is written to here, so that no call
+/// of a stream meets memory that the system has yet to provide.
 std::int16_t* AllocateWorkBuffer()
 {
     constexpr std::uint64_t kAlignment = alignof(SZtaPreparedRows);
-    static_assert(kWorkSamples * sizeof(std::int16_t) % kAlignment == 0);
-    return static_cast<std::int16_t*>(
-        std::aligned_alloc(kAlignment, kWorkSamples * sizeof(std::int16_t) + sizeof(SZtaPreparedRows)));
+    constexpr std::size_t kBytes = kWorkSamples * sizeof(std::int16_t) + sizeof(SZtaPreparedRows);
+    static_assert(kWorkSamples * sizeof(std::int16_t) % kAlignment == 0 && kBytes % kAlignment == 0);
+    void* const pvBuffer = std::aligned_alloc(kAlignment, kBytes);
+    return static_cast<std::int16_t*>(pvBuffer == nullptr ? nullptr : std::memset(pvBuffer, 0, kBytes));
 }
 
 SZtaPreparedRows* RowsBehind(std::int16_t* psWorkBuffer)
@@ -54,6 +56,15 @@ void Prime(std::int16_t* psHistory, std::uint64_t& rulCount, double& rdTime, std
     rulCount = ulFilterLength / 2 + 1;
     rdTime = static_cast<double>(rulCount);
     ippsSet_16s(sFirst, psHistory, static_cast<int>(rulCount));
+}
+
+/// Moves as many samples as a channel's store holds, the valid ones first: to move those alone takes longer. What
+/// follows in the work buffer, or behind it, is never looked at.
+void MoveHistory(const std::int16_t* psFrom, std::int16_t* psTo)
+{
+    std::int16_t asHistory[kHistoryStride];
+    std::memcpy(asHistory, psFrom, sizeof(asHistory));
+    std::memcpy(psTo, asHistory, sizeof(asHistory));
 }
 
 } // namespace
@@ -137,8 +148,8 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
 int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut, EZtAudioResamplerMode eMode,
                                      unsigned long ulChannel, IUnknown* pResampler)
 {
-    SZtAudioBufferInformations sIn{};
-    SZtAudioBufferInformations sOut{};
+    SZtAudioBufferInformations sIn;
+    SZtAudioBufferInformations sOut;
     int iStatus = ZtaDigest(*this, {{pIn, sIn}, {pOut, sOut}});
     if (iStatus < 0) {
         return iStatus;
@@ -186,7 +197,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         std::memcpy(&sFirst, psIn, sizeof(sFirst));
         Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, sFirst);
     }
-    ippsMove_16s(psHistory, psWork, static_cast<int>(ulCount));
+    MoveHistory(psHistory, psWork);
 
     std::uint64_t ulWritten = 0;
     while (ulInSamples > 0) {
@@ -200,17 +211,18 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         int iOutputs = 0;
         ownResamplePrepared_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
                                 RowsBehind(psWork));
-        const std::uint64_t ulConsumed = static_cast<std::uint64_t>(dTime) - pStream->m_ulPrimeSamples;
-        ulCount = ulTotal - ulConsumed;
-        dTime -= static_cast<double>(ulConsumed);
-        ippsMove_16s(psWork + ulConsumed, psWork, static_cast<int>(ulCount));
+        const std::int64_t lConsumed =
+            static_cast<std::int64_t>(dTime) - static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
+        ulCount = ulTotal - static_cast<std::uint64_t>(lConsumed);
+        dTime -= static_cast<double>(lConsumed);
         ulWritten += static_cast<std::uint64_t>(iOutputs);
         psOut += iOutputs;
         psIn += ulChunk;
         ulInSamples -= ulChunk;
+        // The rest begins the next pass, or waits for the next buffer.
+        MoveHistory(psWork + lConsumed, ulInSamples > 0 ? psWork : psHistory);
     }
 
-    ippsMove_16s(psWork, psHistory, static_cast<int>(ulCount));
     pStream->m_aulHistoryCount[ulChannel] = ulCount;
     pStream->m_adTime[ulChannel] = dTime;
     ulOutSamples = ulWritten;

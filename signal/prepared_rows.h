@@ -6,26 +6,27 @@
 #include <cstdint>
 
 /// A period of outputs, from phase 0 on, in groups of sixteen. The pairs of taps at one place in sixteen rows lie side
-/// by side, so that each lane of a register works for one output and no sum is added up across a register.
+/// by side, so that each lane of a register works for one output and no sum is added up across a register. Where a
+/// period ends within a group, two may follow one another, so that fewer lanes go unused.
 ///
 /// Whichever build is selected may be handed rows that another has prepared: those that do not use them leave them
 /// empty and take no notice of them.
 struct SZtaPreparedRows {
     static constexpr int kiLanes = 16;
-    static constexpr int kiTaps = 32; ///< of a row; that of phase 0 has one more
+    static constexpr int kiTaps = 32; ///< of a row; that of phase 0 has one more, which must be 0
     static constexpr int kiPairs = kiTaps / 2;
     static constexpr int kiMaxPhases = 160;
+    static constexpr int kiMaxPeriods = 2;
 
     struct SGroup {
         alignas(64) std::int16_t aasPairs[kiPairs][kiLanes][2];
         /// Of the first two samples of each lane's row, from the first one of lane 0's.
         alignas(64) std::uint16_t aausOffsets[kiLanes][2];
-        std::int32_t lOutputs; ///< fewer than the lanes at the end of a period
+        std::int32_t lOutputs; ///< fewer than the lanes in the last group alone
         std::int32_t lAdvance; ///< samples from the first one of this group to that of the next
     };
 
-    SGroup asGroups[kiMaxPhases / kiLanes];
-    std::uint8_t aucPlaces[kiMaxPhases]; ///< each phase's place in the period
+    SGroup asGroups[kiMaxPeriods * kiMaxPhases / kiLanes];
+    std::uint8_t aucPlaces[kiMaxPhases]; ///< each phase's place in the first period
     std::int32_t lGroups;                ///< 0 where this form cannot serve the filter
-    std::int32_t lOuterTap;              ///< the last tap of phase 0
 };

@@ -35,23 +35,27 @@ Job VolumeJob(const Engine& engine, const Side& in, const Side& out, float start
     };
 }
 
+MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool joins)
+{
+    const bool mono = channelsOfPlane == 1;
+    if (joins) {
+        const auto join = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
+                               : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
+        return [join](IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
+                      IZtAudioSamples* mux) { return (engine.*join)(planes, count, mux, nullptr, 0); };
+    }
+    const auto split = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
+                            : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
+    return [split](IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
+                   IZtAudioSamples* mux) { return (engine.*split)(mux, planes, count, nullptr, 0); };
+}
+
 Job MuxJob(const Engine& engine, const Side& planes, const Side& mux, bool joins)
 {
     const Set many = MakeSet(planes);
     const Set one = MakeSet(mux);
-    const bool mono = planes.channelsOfPlane == 1;
-    if (joins) {
-        const auto join = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
-                               : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
-        return [&engine, many, one, join] {
-            engine.Require((engine.Get().*join)(many->Array(), many->Count(), one->One(), nullptr, 0));
-        };
-    }
-    const auto split = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
-                            : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
-    return [&engine, many, one, split] {
-        engine.Require((engine.Get().*split)(one->One(), many->Array(), many->Count(), nullptr, 0));
-    };
+    const MuxCall call = MuxCallOf(planes.channelsOfPlane, joins);
+    return [&engine, many, one, call] { engine.Require(call(engine.Get(), many->Array(), many->Count(), one->One())); };
 }
 
 Job StereoJob(const Engine& engine, const Side& monos, const Side& stereo, bool joins)

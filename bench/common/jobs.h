@@ -5,6 +5,7 @@
 #include "bench/common/measure.h"
 #include "bench/common/sound.h"
 
+#include <functional>
 #include <memory>
 
 namespace bench {
@@ -14,6 +15,12 @@ Job CopyJob(const Engine& engine, const Side& in, const Side& out, bool fades = 
 
 /// ApplyVolume, with the same ramp on all channels; in place where both sides are one.
 Job VolumeJob(const Engine& engine, const Side& in, const Side& out, float start, float end);
+
+/// The mux operation between planes of one or two channels and a mux: to the mux if it `joins`, else from it. Gives the
+/// engine's status.
+using MuxCall = std::function<int(IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
+                                  IZtAudioSamples* mux)>;
+MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool joins);
 
 /// One of the four mux operations: from planes of one or two channels to the mux if it `joins`, else back.
 Job MuxJob(const Engine& engine, const Side& planes, const Side& mux, bool joins);

@@ -57,7 +57,7 @@ std::string Quoted(const std::string& text)
 
 const char* NameOf(Role role)
 {
-    static constexpr const char* kNames[] = {"library", "limit", "peer", "yardstick", "other"};
+    static constexpr const char* kNames[] = {"library", "limit", "peer", "yardstick", "calls", "other"};
     return kNames[static_cast<std::size_t>(role)];
 }
 
@@ -174,6 +174,12 @@ private:
             head += Text({" ", Phrase(role), " | target |"});
             rule += "---:|---|";
         }
+        const bool withCalls = std::any_of(results_.begin(), results_.end(),
+                                           [](const Result* result) { return result->withCalls.has_value(); });
+        if (withCalls) {
+            head += " of limit and calls |";
+            rule += "---:|";
+        }
         std::string text = Text({head, "\n", rule, "\n"});
         for (const Result* result : results_) {
             text += Text({"| ", result->name, " |"});
@@ -187,6 +193,9 @@ private:
             }
             for (const Role role : roles_) {
                 text += VerdictCells(*result, role);
+            }
+            if (withCalls) {
+                text += result->withCalls ? Text({" ", Number(*result->withCalls), " |"}) : " |";
             }
             text += "\n";
         }

@@ -33,6 +33,9 @@ void PrintResult(const Result& result)
                     Phrase(verdict.target.against).c_str(), verdict.against.c_str(),
                     Number(verdict.target.share).c_str(), verdict.Reached() ? "reached" : "NOT REACHED");
     }
+    if (result.withCalls) {
+        std::printf("  %6s of the limit and the host calls", Number(*result.withCalls).c_str());
+    }
     std::printf("\n");
     for (const std::string& text : result.leftOut) {
         std::printf("    left out: %s\n", text.c_str());

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 
@@ -57,12 +58,18 @@ const char* WidestInstructions()
     return __builtin_cpu_supports("avx2") ? "AVX2" : "no AVX2";
 }
 
+std::vector<double> Sums(std::vector<double> first, const std::vector<double>& second)
+{
+    std::transform(first.begin(), first.end(), second.begin(), first.begin(), std::plus());
+    return first;
+}
+
 } // namespace
 
 Result Measure(const WorkRow& row, double seconds)
 {
     Work work = row.make();
-    Result result{row.family, row.name, {}, {}, {}};
+    Result result{row.family, row.name, {}, {}, {}, {}};
     std::vector<Contender> accepted;
     for (Contender& contender : work.contenders) {
         const auto wrong = WrongResult(work, contender);
@@ -98,6 +105,14 @@ Result Measure(const WorkRow& row, double seconds)
         }
         if (!verdict.against.empty()) {
             result.verdicts.push_back(verdict);
+        }
+    }
+    for (std::size_t calls = 1; calls < accepted.size(); ++calls) {
+        for (std::size_t limit = 1; accepted[calls].role == Role::Calls && limit < accepted.size(); ++limit) {
+            if (accepted[limit].role == Role::Limit) {
+                const double ratio = MedianRatio(Sums(rounds[limit], rounds[calls]), rounds[0]);
+                result.withCalls = std::min(result.withCalls.value_or(ratio), ratio);
+            }
         }
     }
     return result;

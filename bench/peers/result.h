@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <iosfwd>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -31,6 +32,7 @@ struct Result {
     std::string name;
     std::vector<Timed> contenders;
     std::vector<Verdict> verdicts;
+    std::optional<double> withCalls;  ///< of the limit and the host calls together, where these were measured
     std::vector<std::string> leftOut; ///< peers whose results were wrong, and how
 };
 

@@ -18,6 +18,7 @@ enum class Role {
     Limit,     ///< a copy of the bytes that the work reads and writes
     Peer,      ///< another library, to the same law or a better one
     Yardstick, ///< what else the library is held against
+    Calls,     ///< the host calls of the work, and nothing else
     Other      ///< shown, and not counted: another library that is worth less
 };
 

@@ -1,4 +1,6 @@
+#include "bench/common/calls_by_hand.h"
 #include "bench/common/models.h"
+#include "bench/peers/tally.h"
 #include "bench/peers/work.h"
 
 namespace bench {
@@ -18,6 +20,23 @@ struct Size {
     double share;
 };
 
+/// What the call costs without the samples.
+Contender HostCalls(const Bench& bench, const Side& in, const Side& out)
+{
+    return MakeCallsAlone(
+        [source = std::make_shared<BufferSet>(in), target = std::make_shared<BufferSet>(out)] {
+            CallConversionByHand(*source->One(), *target->One());
+        },
+        [&bench, in, out] {
+            TallySet source(in);
+            TallySet target(out);
+            return CompareCalls(
+                source, target,
+                [&] { bench.spread.Require(bench.spread->CopyAudioSamples(source.One(), target.One())); },
+                [&] { CallConversionByHand(*source.One(), *target.One()); });
+        });
+}
+
 /// The whole of a work: the engine, the limits, and each peer that does it.
 Work MakeConversion(const Bench& bench, Sample from, Sample to, std::size_t frames, std::uint32_t channels)
 {
@@ -35,6 +54,7 @@ Work MakeConversion(const Bench& bench, Sample from, Sample to, std::size_t fram
     work.contenders.push_back(MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out),
                                             EqualTo(out, [in, out] { return Converted(in, out); })));
     AddLimits(work, OnePass(in, out));
+    work.contenders.push_back(HostCalls(bench, in, out));
     for (const auto& peer : bench.peers) {
         if (Job job = peer->Convert(in, out)) {
             work.contenders.push_back(

@@ -1,4 +1,6 @@
+#include "bench/common/calls_by_hand.h"
 #include "bench/common/models.h"
+#include "bench/peers/tally.h"
 #include "bench/peers/work.h"
 
 namespace bench {
@@ -95,6 +97,30 @@ Side AsWords(const Side& side, std::uint32_t samplesOfWord)
     return words;
 }
 
+/// What the call costs without the samples.
+Contender HostCalls(const Bench& bench, const Setting& setting)
+{
+    const auto stages = std::make_shared<BufferSet>(setting.stage);
+    const auto CallByHand = [stages, joins = setting.joins](auto& planes, auto& mux) {
+        if (joins) {
+            CallAssemblyByHand(planes.Array(), stages->Array(), planes.Count(), *mux.One());
+        } else {
+            CallSplitByHand(*mux.One(), planes.Array(), planes.Count());
+        }
+    };
+    return MakeCallsAlone(
+        [CallByHand, planes = std::make_shared<BufferSet>(setting.planes),
+         mux = std::make_shared<BufferSet>(setting.mux)] { CallByHand(*planes, *mux); },
+        [&bench, setting, CallByHand] {
+            TallySet planes(setting.planes);
+            TallySet mux(setting.mux);
+            const auto CallEngine = [&, call = MuxCallOf(setting.planes.channelsOfPlane, setting.joins)] {
+                bench.spread.Require(call(bench.spread.Get(), planes.Array(), planes.Count(), mux.One()));
+            };
+            return CompareCalls(planes, mux, CallEngine, [&] { CallByHand(planes, mux); });
+        });
+}
+
 Work MakeMux(const Bench& bench, const Shape& shape)
 {
     const Setting setting = MakeSetting(shape, Placement::Spread);
@@ -103,6 +129,7 @@ Work MakeMux(const Bench& bench, const Shape& shape)
     work.contenders.push_back(
         MakeContender("engine", Role::Library, EngineJob(bench.spread, setting), CheckOf(setting)));
     AddLimits(work, PassesOf(setting));
+    work.contenders.push_back(HostCalls(bench, setting));
     const Side in = AsWords(setting.In(), shape.kind.channelsOfPlane);
     const Side out = AsWords(setting.Out(), shape.kind.channelsOfPlane);
     for (const auto& peer : bench.peers) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 
 namespace {
@@ -70,13 +71,14 @@ struct Output {
 };
 
 /// By the m7 build, one output at a time.
-Output Expected(const std::int16_t* source, int len, double time, const IppsResamplingPolyphaseFixed_16s* filter)
+Output Expected(const std::int16_t* source, int len, double time, const IppsResamplingPolyphaseFixed_16s* filter,
+                float norm)
 {
     constexpr std::size_t room = 4000;
     Output output{ippStsNoErr, std::vector<std::int16_t>(room), time};
     int count = 0;
     output.status =
-        m7_ippsResamplePolyphaseFixed_16s(source, len, output.samples.data(), 1.0f, &output.time, &count, filter);
+        m7_ippsResamplePolyphaseFixed_16s(source, len, output.samples.data(), norm, &output.time, &count, filter);
     output.samples.resize(static_cast<std::size_t>(count));
     return output;
 }
@@ -86,9 +88,9 @@ protected:
     /// With the samples that belong to the outputs between two pages that must not be touched, and the outputs right
     /// before one.
     void ExpectTheSame(const FilterBlock& filter, const SZtaPreparedRows* rows, const std::vector<std::int16_t>& signal,
-                       int len, double time)
+                       int len, double time, float norm = 1.0f)
     {
-        const Output expected = Expected(signal.data(), len, time, filter.Get());
+        const Output expected = Expected(signal.data(), len, time, filter.Get(), norm);
         const auto count = static_cast<std::int64_t>(expected.samples.size());
         const models::BlockHead head = filter.Head();
         // In units of 1 / outRate sample, from the first output's whole position on.
@@ -103,9 +105,9 @@ protected:
         double timeAfter = time;
         int written = 0;
         const IppStatus status = GetParam().run(reinterpret_cast<std::int16_t*>(source_.End()) - samples, len,
-                                                destination, 1.0f, &timeAfter, &written, filter.Get(), rows);
+                                                destination, norm, &timeAfter, &written, filter.Get(), rows);
         ASSERT_EQ((Output{status, {destination, destination + written}, timeAfter}), expected)
-            << "len " << len << ", time " << time;
+            << "len " << len << ", time " << time << ", norm " << norm;
         ASSERT_TRUE(std::all_of(destination_.Begin(), reinterpret_cast<std::uint8_t*>(destination),
                                 [](std::uint8_t byte) { return byte == 0x5A; }));
     }
@@ -184,6 +186,8 @@ TEST_P(PreparedRows, GiveTheSameForOtherRates)
                               {159, 160},
                               {3, 160},
                               {239, 160},
+                              {253, 160},
+                              {51, 32},
                               {320, 159},
                               {160, 161},
                               {147, 480}}) {
@@ -227,18 +231,60 @@ TEST_P(PreparedRows, AreLeftEmptyWhereSumsPass32Bits)
     ExpectTheSame(filter, &rows_, square, 1000, 17.0);
 }
 
-TEST_P(PreparedRows, CountTheOutermostTap)
+TEST_P(PreparedRows, AreLeftEmptyWhereTheOutermostTapIsNotZero)
 {
     const FilterBlock filter = FilterOf(kUp);
     std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
-    std::fill_n(row, 33, std::int16_t{16383});
-    std::fill_n(row + 4, 29, std::int16_t{0});
-    row[32] = -2;
     GetParam().prepare(filter.Get(), &rows_);
     EXPECT_EQ(rows_.lGroups != 0, std::string(GetParam().prefix) == "k0");
-    row[32] = -3;
+    row[32] = 1;
     GetParam().prepare(filter.Get(), &rows_);
     EXPECT_EQ(rows_.lGroups, 0);
+}
+
+/// Rows with one tap each, so that sums are as chosen: halves, limits, and what lies next to them.
+TEST_P(PreparedRows, RoundEverySumLikeTheRunWithoutThem)
+{
+    for (const FilterPlan& plan : {kUp, kDown}) {
+        for (const int tap : {1, -1, 3, 128, 8192, -8192, 16384, -16384}) {
+            const FilterBlock filter = FilterOf(plan);
+            const int phases = filter.Head().outRate;
+            for (int phase = 0; phase < phases; ++phase) {
+                std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
+                std::fill_n(row, phase == 0 ? 33 : 32, std::int16_t{0});
+                row[16] = static_cast<std::int16_t>(tap);
+                // The second tap brings the sums beside the halves.
+                row[20] = static_cast<std::int16_t>(phase % 3 - 1);
+            }
+            GetParam().prepare(filter.Get(), &rows_);
+            std::vector<std::int16_t> steps(1300);
+            for (std::size_t i = 0; i < steps.size(); ++i) {
+                const int step = static_cast<int>(i) * 51 - 32768;
+                steps[i] = static_cast<std::int16_t>(i % 7 == 0 ? step / 1024 * 1024 : std::min(step, 32767));
+            }
+            ExpectTheSame(filter, &rows_, steps, 1200, 17.0);
+        }
+    }
+}
+
+/// Each norm times the largest sums, and those that a rounding before the limits would carry beyond 32 bits.
+TEST_P(PreparedRows, GiveTheSameForEveryNorm)
+{
+    for (const FilterPlan& plan : {kUp, kDown}) {
+        const FilterBlock filter = FilterOf(plan);
+        GetParam().prepare(filter.Get(), &rows_);
+        const std::vector<std::int16_t> noise = Noise(1300, 6);
+        const std::vector<std::int16_t> square = FullScaleSquare(1300, 40);
+        for (const float norm : {1.0f, -1.0f, 0.5f, 0.37f, 2.0f, 3.3f, 1000.0f, 8191.0f, 8192.0f, 8193.0f, 9000.0f,
+                                 -8192.0f, -9000.0f, 60000.0f, 1e9f, -1e30f, 0.0f,
+                                 std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()}) {
+            for (const SZtaPreparedRows* const rows :
+                 {static_cast<const SZtaPreparedRows*>(&rows_), static_cast<const SZtaPreparedRows*>(nullptr)}) {
+                ExpectTheSame(filter, rows, noise, 1000, 17.25, norm);
+                ExpectTheSame(filter, rows, square, 1000, 17.25, norm);
+            }
+        }
+    }
 }
 
 TEST_P(PreparedRows, AreLeftEmptyForSinglePrecision)

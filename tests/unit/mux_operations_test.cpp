@@ -545,6 +545,18 @@ TEST(MuxAssembly, LooksAtTheContainerOfTheFirstBufferOnlyAndReadsNoBufferTooFar)
     EXPECT_EQ(call.mux.data, expected);
     EXPECT_EQ(call.mux.lengthsSet, std::vector<unsigned long>{12 * 16});
 
+    // A buffer that is like the one before but for its room is looked at by itself.
+    Call roomy(kMonoToMux, row, 12);
+    for (std::size_t i : {1, 2}) {
+        roomy.buffers[i] = FakeAudioSamples(FormatOfLayout(1), 12, i == 1 ? 24 : 12);
+        roomy.buffers[i].data = RandomBytes(roomy.buffers[i].data.size());
+    }
+    expected = roomy.mux.data;
+    const Bytes six = Muxed(roomy.Samples(), row.elementBytes, 6);
+    std::copy(six.begin(), six.end(), expected.begin());
+    EXPECT_EQ(roomy.Run(), 0);
+    EXPECT_EQ(roomy.mux.data, expected);
+
     Call wide(kMonoToMux, 1, 4, 12, 3, 12); // the other way round all elements are there, though not the right ones
     wide.buffers[2] = FakeAudioSamples(FormatOfLayout(8), 12, 12);
     wide.buffers[2].data = RandomBytes(48);

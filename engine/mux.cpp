@@ -101,8 +101,9 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
 {
     m_ui64SavedBufferCount = ulCount;
     m_ui64SavedVolumeCount = ulVolumeCount;
-    UseSlots(ulCount);
-    for (unsigned long i = 0; i < ulCount; ++i) {
+    const unsigned long ulSlots = std::min(ulCount, kMaxBuffers);
+    UseSlots(ulSlots);
+    for (unsigned long i = 0; i < ulSlots; ++i) {
         ReleaseSlot(m_apSavedBuffers[i]);
         if (ppBuffers[i] == nullptr) {
             SaveVolumes(i + 1, psVolumes);
@@ -111,7 +112,7 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
         m_apSavedBuffers[i] = ppBuffers[i];
         m_apSavedBuffers[i]->AddRef();
     }
-    std::for_each(m_apSavedBuffers + ulCount, m_apSavedBuffers + m_ui32UsedSlots, ReleaseSlot);
+    std::for_each(m_apSavedBuffers + ulSlots, m_apSavedBuffers + m_ui32UsedSlots, ReleaseSlot);
     SaveVolumes(kMaxBuffers, psVolumes);
     // The side that an operation does not have stays empty.
     SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});

@@ -99,6 +99,19 @@ TEST_F(MuxOperands, ReplaceTheOnesBeforeThem)
     ExpectAtRest({other.Get(), mux_.Get()});
 }
 
+TEST_F(MuxOperands, HaveRoomForTheFirst64Buffers)
+{
+    std::vector<IZtAudioSamples*> many(66, array_[0].Get());
+    EXPECT_EQ(Object().SaveInfoMux(mux_.Get(), nullptr, many.data(), many.size(), nullptr, 0), 0);
+    EXPECT_EQ(array_[0]->References(), 65);
+    EXPECT_EQ(mux_->References(), 2);
+    Taken taken;
+    EXPECT_EQ(Take(taken), ZT_E_ARRAY_TOO_SMALL);
+    ExpectNothingWritten(taken, 64, 64);
+    Object().ReleaseAllSavedInfo();
+    ExpectAtRest({array_[0].Get(), mux_.Get()});
+}
+
 TEST_F(MuxOperands, LeaveTheChannelReferenceOfUnusedRecordsAndSilenceTheirGains)
 {
     UseVolumes({{1, 1.0F, 2.0F}, {2, 3.0F, 4.0F}, {3, 5.0F, 6.0F}});

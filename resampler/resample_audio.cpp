@@ -148,8 +148,8 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
 int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut, EZtAudioResamplerMode eMode,
                                      unsigned long ulChannel, IUnknown* pResampler)
 {
-    SZtAudioBufferInformations sIn;
-    SZtAudioBufferInformations sOut;
+    SZtAudioBufferInformations sIn{};
+    SZtAudioBufferInformations sOut{};
     int iStatus = ZtaDigest(*this, {{pIn, sIn}, {pOut, sOut}});
     if (iStatus < 0) {
         return iStatus;

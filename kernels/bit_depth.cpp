@@ -44,8 +44,8 @@ CZtaConvertBitDepth::~CZtaConvertBitDepth() = default;
 
 int CZtaConvertBitDepth::ConvertBitDepth(IZtAudioSamples* pInput, IZtAudioSamples* pOutput)
 {
-    SZtAudioBufferInformations sInput;
-    SZtAudioBufferInformations sOutput;
+    SZtAudioBufferInformations sInput{};
+    SZtAudioBufferInformations sOutput{};
     int iStatus = ZtaDigest(*this, {{pInput, sInput}, {pOutput, sOutput}});
     if (iStatus < 0) {
         return iStatus;

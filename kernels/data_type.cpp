@@ -29,8 +29,8 @@ CZtaConvertDataType::~CZtaConvertDataType() = default;
 
 int CZtaConvertDataType::ConvertDataType(IZtAudioSamples* pInput, IZtAudioSamples* pOutput)
 {
-    SZtAudioBufferInformations sInput;
-    SZtAudioBufferInformations sOutput;
+    SZtAudioBufferInformations sInput{};
+    SZtAudioBufferInformations sOutput{};
     int iStatus = ZtaDigest(*this, {{pInput, sInput}, {pOutput, sOutput}});
     if (iStatus < 0) {
         return iStatus;

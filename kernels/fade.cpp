@@ -61,7 +61,7 @@ CZtaApplyFade::~CZtaApplyFade() = default;
 
 int CZtaApplyFade::ApplyFade(IZtAudioSamples* pSamples)
 {
-    SZtAudioBufferInformations sBuffer;
+    SZtAudioBufferInformations sBuffer{};
     int iStatus = ZtaDigest(*this, {{pSamples, sBuffer}});
     if (iStatus < 0) {
         return iStatus;

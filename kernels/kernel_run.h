@@ -6,7 +6,7 @@
 
 /// What the operations of the kernel classes share: digesting their buffers, and running the function of a row.
 
-/// A buffer, and where its digest goes. The record needs no preparation.
+/// A buffer, and where its digest goes, which must be empty.
 struct SZtaDigested {
     IZtAudioSamples* pSamples;
     SZtAudioBufferInformations& rsInformations;
@@ -16,7 +16,6 @@ struct SZtaDigested {
 inline int ZtaDigest(CZtaAudioProcessingUtil& rUtil, std::initializer_list<SZtaDigested> oBuffers)
 {
     for (const SZtaDigested& rsBuffer : oBuffers) {
-        rsBuffer.rsInformations = {};
         rsBuffer.rsInformations.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
         const int iStatus = rUtil.GetBufferInformations(rsBuffer.pSamples, &rsBuffer.rsInformations);
         if (iStatus < 0) {

@@ -25,9 +25,9 @@ CZtaConvertMonoToStereo::~CZtaConvertMonoToStereo() = default;
 int CZtaConvertMonoToStereo::ConvertMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                  IZtAudioSamples* pStereo)
 {
-    SZtAudioBufferInformations sLeft;
-    SZtAudioBufferInformations sRight;
-    SZtAudioBufferInformations sStereo;
+    SZtAudioBufferInformations sLeft{};
+    SZtAudioBufferInformations sRight{};
+    SZtAudioBufferInformations sStereo{};
     int iStatus = ZtaDigest(*this, {{pLeft, sLeft}, {pRight, sRight}});
     if (iStatus < 0) {
         return iStatus;

@@ -84,6 +84,7 @@ int SZtaMuxOperands::Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& 
         LimitFrames(ulValidFrames, sAnswers.ulCapacity / ulFrameBytes, ulFrameBytes, ulElementBytes);
     }
 
+    sMux = {};
     const int iStatus = ZtaDigest(rUtil, {{rsCall.pMux, sMux}});
     if (iStatus >= 0) {
         LimitFrames(sMux.ulValidFrames, sMux.ulCapacityFrames, static_cast<unsigned long>(sMux.iBytesPerFrame),

@@ -37,9 +37,9 @@ int CZtaConvertStereoToMono::ConvertStereoToMonoStaged(IZtAudioSamples* pStereo,
 int CZtaConvertStereoToMono::Convert(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                      EOutputsChecked eChecked)
 {
-    SZtAudioBufferInformations sStereo;
-    SZtAudioBufferInformations sLeft;
-    SZtAudioBufferInformations sRight;
+    SZtAudioBufferInformations sStereo{};
+    SZtAudioBufferInformations sLeft{};
+    SZtAudioBufferInformations sRight{};
     int iStatus = ZtaDigest(*this, {{pStereo, sStereo}, {pLeft, sLeft}, {pRight, sRight}});
     if (iStatus < 0) {
         return iStatus;

@@ -86,8 +86,8 @@ int CZtaApplyVolume::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutp
     if (ulChannels == 0 || ulChannels > kMaxChannels) {
         return ZT_E_INVALID_PARAMETER;
     }
-    SZtAudioBufferInformations sInput;
-    SZtAudioBufferInformations sOutput;
+    SZtAudioBufferInformations sInput{};
+    SZtAudioBufferInformations sOutput{};
     if (ZtaDigest(*this, {{pOutput, sOutput}}) < 0) {
         return ZT_E_INVALID_PARAMETER;
     }

@@ -547,7 +547,7 @@ TEST(MuxAssembly, LooksAtTheContainerOfTheFirstBufferOnlyAndReadsNoBufferTooFar)
 
     // A buffer that is like the one before but for its room is looked at by itself.
     Call roomy(kMonoToMux, row, 12);
-    for (std::size_t i : {1, 2}) {
+    for (const std::size_t i : {1U, 2U}) {
         roomy.buffers[i] = FakeAudioSamples(FormatOfLayout(1), 12, i == 1 ? 24 : 12);
         roomy.buffers[i].data = RandomBytes(roomy.buffers[i].data.size());
     }

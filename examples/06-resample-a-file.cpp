@@ -16,9 +16,11 @@ namespace {
 
 constexpr sf_count_t kBlock = 1024;
 
-SndfileHandle Open(SndfileHandle file, const char* path)
+void RequireOpen(const SndfileHandle& file, const char* path)
 {
-    return file ? file : throw std::runtime_error(std::string(path) + ": " + file.strError());
+    if (file.error() != 0) {
+        throw std::runtime_error(std::string(path) + ": " + file.strError());
+    }
 }
 
 } // namespace
@@ -28,7 +30,8 @@ try {
     if (argc < 3) {
         throw std::runtime_error("usage: 06-resample-a-file IN OUT [MODULE]");
     }
-    auto in = Open(SndfileHandle(argv[1]), argv[1]);
+    SndfileHandle in(argv[1]);
+    RequireOpen(in, argv[1]);
     const auto channels = static_cast<std::uint32_t>(in.channels());
     const int rate = in.samplerate() == 44100 ? 48000 : 44100;
 
@@ -48,9 +51,11 @@ try {
     const auto destination = AudioBuffer::Create(to, 2 * kBlock * frame); // more than 48000 / 44100 of a block
     Ref<IUnknown> stream;
     check(engine->CreateAudioResampler(&from, &to, stream.Put()));
-    auto out = Open(SndfileHandle(argv[2], SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_PCM_16, in.channels(), rate), argv[2]);
+    SndfileHandle out(argv[2], SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_PCM_16, in.channels(), rate);
+    RequireOpen(out, argv[2]);
 
-    const sf_count_t total = (2 * in.frames() * rate + in.samplerate()) / (2 * in.samplerate()); // to the nearest
+    const sf_count_t inRate = in.samplerate();
+    const sf_count_t total = (2 * in.frames() * rate + inRate) / (2 * inRate); // to the nearest
     auto mode = keZtAudioResamplerModeRestart;
     for (sf_count_t written = 0; written < total; mode = keZtAudioResamplerModeContinue) {
         // The output lags behind the input: at the end silence pushes the rest out.

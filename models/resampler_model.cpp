@@ -150,6 +150,7 @@ RunResult Run(const std::int16_t* source, int len, float norm, double time, cons
     const double fraction = time - static_cast<double>(whole);
     const double gain = static_cast<double>(norm) * static_cast<double>(head.tapScale) *
                         std::min(1.0, head.outRate / static_cast<double>(head.inRate));
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): the law of the phase adds a half and cuts off
     const auto phase = static_cast<std::int64_t>(head.outRate * fraction + 0.5);
 
     RunResult result;

@@ -155,7 +155,7 @@ Spectrum SpectrumOf(std::span<const std::int16_t> samples, std::size_t segment)
 void PlotTone(EngineSession& engine, const std::filesystem::path& folder, const Direction& direction, double hertz)
 {
     constexpr double kLevel = -1;
-    const Samples in = Sine(hertz, kLevel, direction.from, 6 * direction.from);
+    const Samples in = Sine(hertz, kLevel, direction.from, std::size_t{6} * direction.from);
     const Samples out = Resampled(engine, direction, in);
     const double rate = direction.to;
     char name[96];

@@ -7,16 +7,30 @@
 #include <numbers>
 #include <vector>
 
+namespace {
+
+bool ReadNumber(const char* text, double& number)
+{
+    char* end = nullptr;
+    number = std::strtod(text, &end);
+    return end != text && *end == '\0';
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
-    if (argc != 6) {
+    double hertz = 0;
+    double decibels = 0;
+    double rate = 0;
+    double seconds = 0;
+    if (argc != 6 || !ReadNumber(argv[2], hertz) || !ReadNumber(argv[3], decibels) || !ReadNumber(argv[4], rate) ||
+        !ReadNumber(argv[5], seconds)) {
         std::fprintf(stderr, "usage: make_tone FILE HERTZ DBFS RATE SECONDS\n");
         return 2;
     }
-    const double hertz = std::atof(argv[2]);
-    const double amplitude = 32768 * std::pow(10.0, std::atof(argv[3]) / 20);
-    const double rate = std::atof(argv[4]);
-    std::vector<short> samples(static_cast<std::size_t>(rate * std::atof(argv[5])));
+    const double amplitude = 32768 * std::pow(10.0, decibels / 20);
+    std::vector<short> samples(static_cast<std::size_t>(rate * seconds));
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const double turns = std::fmod(hertz * static_cast<double>(i) / rate, 1.0);
         samples[i] = static_cast<short>(std::lround(amplitude * std::sin(2 * std::numbers::pi * turns)));

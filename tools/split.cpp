@@ -25,17 +25,22 @@ struct Options {
     std::vector<std::string> gains;
 };
 
-const std::regex kPlace(R"(\{\}|%d|%0([1-9])d)");
+/// Where a pattern has the number.
+const std::regex& Place()
+{
+    static const std::regex place(R"(\{\}|%d|%0([1-9])d)");
+    return place;
+}
 
 std::ptrdiff_t Places(const std::string& pattern)
 {
-    return std::distance(std::sregex_iterator(pattern.begin(), pattern.end(), kPlace), std::sregex_iterator());
+    return std::distance(std::sregex_iterator(pattern.begin(), pattern.end(), Place()), std::sregex_iterator());
 }
 
 std::filesystem::path NumberedPath(const std::string& pattern, std::size_t number)
 {
     std::smatch place;
-    std::regex_search(pattern, place, kPlace);
+    std::regex_search(pattern, place, Place());
     std::string digits = std::to_string(number);
     const std::size_t width = place[1].matched ? std::stoul(place[1]) : 0;
     digits.insert(0, width - std::min(width, digits.size()), '0');

@@ -27,6 +27,7 @@ constexpr double kShadeDecibels = 10;
     char text[512];
     std::va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has just run
     std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     return text;
@@ -54,8 +55,10 @@ std::string Escaped(std::string_view text)
 std::vector<double> Ticks(const Axis& axis)
 {
     std::vector<double> ticks;
-    for (double n = std::ceil(axis.first / axis.step - 1e-9); n * axis.step <= axis.last + 1e-9; ++n) {
-        ticks.push_back(n * axis.step + 0.0); // not -0
+    const auto first = std::lround(std::ceil(axis.first / axis.step - 1e-9));
+    const auto last = std::lround(std::floor(axis.last / axis.step + 1e-9));
+    for (auto n = first; n <= last; ++n) {
+        ticks.push_back(static_cast<double>(n) * axis.step);
     }
     return ticks;
 }

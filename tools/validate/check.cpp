@@ -20,13 +20,6 @@ const Status kStatuses[] = {
 
 } // namespace
 
-void Require(bool fact, const std::string& otherwise)
-{
-    if (!fact) {
-        throw CheckFailure(otherwise);
-    }
-}
-
 void RequireStatus(int actual, int expected, const std::string& what)
 {
     Require(actual == expected, what + " gives " + StatusText(actual) + ", not " + StatusText(expected));

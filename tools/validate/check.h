@@ -43,7 +43,12 @@ public:
 };
 
 /// Throws CheckFailure unless `fact` holds.
-void Require(bool fact, const std::string& otherwise);
+inline void Require(bool fact, const std::string& otherwise)
+{
+    if (!fact) {
+        throw CheckFailure(otherwise);
+    }
+}
 
 /// Throws CheckFailure, with both statuses, unless they are equal.
 void RequireStatus(int actual, int expected, const std::string& what);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <csignal>
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -95,6 +97,14 @@ bool Drain(const Descriptor& end, std::string& text, std::size_t kept)
     return true;
 }
 
+/// The number that a text begins with; 0 for none.
+pid_t LeadingNumber(std::string_view text)
+{
+    pid_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
 std::set<pid_t> Children()
 {
     std::set<pid_t> children;
@@ -108,8 +118,9 @@ std::set<pid_t> Children()
         const std::string stat{std::istreambuf_iterator<char>(file), {}};
         // "pid (any name) state parent ..."
         const auto nameEnd = stat.rfind(')');
-        if (nameEnd != std::string::npos && std::atoi(stat.c_str() + std::min(nameEnd + 4, stat.size())) == getpid()) {
-            children.insert(std::atoi(name.c_str()));
+        if (nameEnd != std::string::npos &&
+            LeadingNumber(std::string_view(stat).substr(std::min(nameEnd + 4, stat.size()))) == getpid()) {
+            children.insert(LeadingNumber(name));
         }
     }
     return children;

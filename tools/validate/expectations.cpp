@@ -21,7 +21,7 @@ struct Conversion {
     ConvertSample convert;
 };
 
-const Conversion kConversions[] = {
+constexpr Conversion kConversions[] = {
     {host::Pcm16(1), host::Pcm24In32(1), models::Convert16To24},
     {host::Pcm16(1), host::Float32(1), models::Convert16To32f},
     {host::Pcm24In32(1), host::Pcm16(1), models::Convert24To16},

@@ -7,6 +7,9 @@
 #include <zta/host_plugin.h>
 #include <zta/status.h>
 
+#include <array>
+#include <bit>
+#include <cstddef>
 #include <cstring>
 
 #include <dlfcn.h>
@@ -171,8 +174,10 @@ void CheckLoads(const Context& context)
 void CheckCreates(const Context& context)
 {
     const Plugin plugin(context);
+    constexpr std::size_t kPool = 131;
     std::vector<Ref<IZtAudioSamples>> pool;
-    for (int i = 0; i < 131; ++i) {
+    pool.reserve(kPool);
+    while (pool.size() < kPool) {
         pool.push_back(plugin.Create());
     }
     for (const auto& samples : pool) {
@@ -193,13 +198,13 @@ void CheckRecord(const Context& context)
     const auto create =
         reinterpret_cast<decltype(&ZtaHostCreateAudioSamples)>(dlsym(handle, "ZtaHostCreateAudioSamples"));
     SZtCreateAudioSamplesDescription request = PoolRequest();
-    SZtCreateAudioSamplesDescription before;
-    std::memcpy(static_cast<void*>(&before), &request, sizeof(request));
+    using Image = std::array<std::byte, sizeof(request)>;
+    const auto before = std::bit_cast<Image>(request);
     for (int i = 0; i < 2; ++i) {
         IZtAudioSamples* samples = nullptr;
         Require(create(&request, &samples) >= 0, "ZtaHostCreateAudioSamples fails");
         Ref<IZtAudioSamples>::Adopt(samples).Reset();
-        Require(std::memcmp(&before, &request, sizeof(request)) == 0, "the request has been altered");
+        Require(std::bit_cast<Image>(request) == before, "the request has been altered");
     }
 }
 
@@ -439,41 +444,40 @@ void CheckIndependence(const Context& context)
             "what was done to one buffer shows on another");
 }
 
-const Check kChecks[] = {
-    {"host.loads", "The plugin loads and makes buffers.", "", CheckLoads},
-    {"host.pool", "131 buffers of 192000 bytes can be had at once, each with memory of its own.", "host.loads",
-     CheckCreates},
-    {"host.record", "The request for a buffer is not altered.", "host.loads", CheckRecord},
-    {"buffer.content", "A query for IID_IZtAVContent gives the buffer's own content.", "host.loads", CheckContent},
-    {"buffer.query", "A buffer answers its three interfaces and refuses others, with a null pointer.", "host.loads",
-     CheckQuery},
-    {"buffer.references", "References are counted, those of queries too.", "host.loads", CheckReferences},
-    {"buffer.description", "A new buffer's description has every field as it was asked for.", "host.loads",
-     CheckDescription},
-    {"buffer.format", "SetWaveFormat relabels the buffer and nothing else.", "host.loads", CheckFormat},
-    {"buffer.memory", "The memory can be written up to the capacity, stays at its address and keeps its content.",
-     "host.loads", CheckMemory},
-    {"buffer.alignment", "The samples begin at a multiple of 64.", "host.loads", CheckAlignment},
-    {"buffer.capacity", "The capacity is what was asked for, or more, and does not change.", "host.loads",
-     CheckCapacity},
-    {"buffer.length", "SetLength sets the valid length, from 0 to the capacity.", "host.loads", CheckLength},
-    {"buffer.frames", "The length in frames is the valid length over the bytes of a frame, rounded down.", "host.loads",
-     CheckFrames},
-    {"buffer.fades", "Both fade flags read as they were set.", "host.loads", CheckFades},
-    {"buffer.polarity", "The polarity reads as it was set.", "host.loads", CheckPolarity},
-    {"buffer.error-code", "A new buffer has no error code, and a code reads as it was set.", "host.loads",
-     CheckErrorCode},
-    {"buffer.read-signals", "A read's signal ends one announced read.", "host.loads", CheckReadSignals},
-    {"buffer.write-signals", "A write's signal ends one announced write and gives 0; marks end nothing.", "host.loads",
-     CheckWriteSignals},
-    {"buffer.independence", "What is done to one buffer does not show on another.", "host.loads", CheckIndependence},
-};
-
 } // namespace
 
 std::vector<Check> HostChecks()
 {
-    return {std::begin(kChecks), std::end(kChecks)};
+    return {
+        {"host.loads", "The plugin loads and makes buffers.", "", CheckLoads},
+        {"host.pool", "131 buffers of 192000 bytes can be had at once, each with memory of its own.", "host.loads",
+         CheckCreates},
+        {"host.record", "The request for a buffer is not altered.", "host.loads", CheckRecord},
+        {"buffer.content", "A query for IID_IZtAVContent gives the buffer's own content.", "host.loads", CheckContent},
+        {"buffer.query", "A buffer answers its three interfaces and refuses others, with a null pointer.", "host.loads",
+         CheckQuery},
+        {"buffer.references", "References are counted, those of queries too.", "host.loads", CheckReferences},
+        {"buffer.description", "A new buffer's description has every field as it was asked for.", "host.loads",
+         CheckDescription},
+        {"buffer.format", "SetWaveFormat relabels the buffer and nothing else.", "host.loads", CheckFormat},
+        {"buffer.memory", "The memory can be written up to the capacity, stays at its address and keeps its content.",
+         "host.loads", CheckMemory},
+        {"buffer.alignment", "The samples begin at a multiple of 64.", "host.loads", CheckAlignment},
+        {"buffer.capacity", "The capacity is what was asked for, or more, and does not change.", "host.loads",
+         CheckCapacity},
+        {"buffer.length", "SetLength sets the valid length, from 0 to the capacity.", "host.loads", CheckLength},
+        {"buffer.frames", "The length in frames is the valid length over the bytes of a frame, rounded down.",
+         "host.loads", CheckFrames},
+        {"buffer.fades", "Both fade flags read as they were set.", "host.loads", CheckFades},
+        {"buffer.polarity", "The polarity reads as it was set.", "host.loads", CheckPolarity},
+        {"buffer.error-code", "A new buffer has no error code, and a code reads as it was set.", "host.loads",
+         CheckErrorCode},
+        {"buffer.read-signals", "A read's signal ends one announced read.", "host.loads", CheckReadSignals},
+        {"buffer.write-signals", "A write's signal ends one announced write and gives 0; marks end nothing.",
+         "host.loads", CheckWriteSignals},
+        {"buffer.independence", "What is done to one buffer does not show on another.", "host.loads",
+         CheckIndependence},
+    };
 }
 
 } // namespace zta::validate

@@ -59,7 +59,7 @@ public:
     {
         for (const std::string& buffer : buffers) {
             for (const std::string& operation : operations) {
-                calls_.push_back(buffer + "." + operation);
+                calls_.push_back(std::string(buffer).append(".").append(operation));
             }
         }
     }

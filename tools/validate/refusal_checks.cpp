@@ -31,7 +31,7 @@ struct Refusal {
     Names spared = {}; ///< buffers without a signal and without an error code
     std::function<void(Shape&)> reshape = nullptr;
     std::function<void(Call&)> spoil = nullptr;
-    std::string leaking = ""; ///< a buffer on which one reference stays
+    std::string leaking = {}; ///< a buffer on which one reference stays
 };
 
 /// A duplicate that fails in its work tells so by the destination's error code alone.

@@ -394,7 +394,8 @@ void CheckMuxConverts(const Context& context, const MuxCase& mux)
                 parts.push_back(Converted(samples, arrayFormat, muxFormat));
             }
         } else {
-            parts = Separated(Converted(call.InputSamples(), muxFormat, arrayFormat), 4 / mux.side, 2 * mux.side);
+            parts = Separated(Converted(call.InputSamples(), muxFormat, arrayFormat), 4 / mux.side,
+                              std::size_t{2} * mux.side);
         }
         RequireMuxed(call, mux, parts, mux.assembly ? 4 : 2, what);
     });
@@ -639,51 +640,6 @@ void CheckResamplerCreation(const Context& context)
     }
 }
 
-const Check kChecks[] = {
-    {"operation.copy.samples", "Equal formats are copied byte by byte, and the valid length stays.", "engine.creation",
-     CheckCopySamples},
-    {"operation.copy.converts", "Every conversion gives the samples of its law and sets the valid length.",
-     "engine.creation", CheckCopyConverts},
-    {"operation.copy.multi-format", "Multi-format words become PCM of the same bits.", "engine.creation",
-     CheckCopyMultiFormat},
-    {"operation.copy.fades", "The fades that the source asks for are carried out, and its request is used up.",
-     "engine.creation", CheckCopyFades},
-    {"operation.copy.relabels", "20 bits in 32 become 24 bits in 32, on the host's buffers too.", "engine.creation",
-     CheckCopyRelabels},
-    {"operation.duplicate.samples", "The run of bytes arrives, up to both ends, and all around it stays.",
-     "engine.creation", CheckDuplicateSamples},
-    {"operation.duplicate.labels", "Polarity and fade flags are handed on.", "engine.creation", CheckDuplicateLabels},
-    {"operation.mono-to-stereo.samples", "Left and right are interleaved in every container.", "engine.creation",
-     CheckMonoToStereoSamples},
-    {"operation.mono-to-stereo.converts", "Inputs and output of other containers are converted on the way.",
-     "engine.creation", CheckMonoToStereoConverts},
-    {"operation.mono-to-stereo.fades", "A fade runs if both inputs ask for it, and only then.", "engine.creation",
-     CheckMonoToStereoFades},
-    {"operation.stereo-to-mono.samples", "Left and right are taken apart in every container.", "engine.creation",
-     CheckStereoToMonoSamples},
-    {"operation.stereo-to-mono.converts", "Input and outputs of other containers are converted on the way.",
-     "engine.creation", CheckStereoToMonoConverts},
-    {"operation.mux-to-mono.tail",
-     "The last sample of outputs 12 to 15 repeats that of 8 to 11 where three frames are left.", "engine.creation",
-     CheckMuxTail},
-    {"operation.volume.samples", "Every channel gets its gain ramp, and the polarity is handed on.", "engine.creation",
-     CheckVolumeSamples},
-    {"operation.volume.limits", "Gains of 0 and 8 are taken, and the result saturates at 24 bits.", "engine.creation",
-     CheckVolumeLimits},
-    {"operation.volume.in-place", "Input and output may be one buffer, which is signalled for both.", "engine.creation",
-     CheckVolumeInPlace},
-    {"operation.volume.fades", "The fade that the input asks for runs on the scaled samples.", "engine.creation",
-     CheckVolumeFades},
-    {"operation.resample.samples", "Mono streams have the samples of the filter, in both directions.",
-     "engine.creation", CheckResampleSamples},
-    {"operation.resample.stereo", "Stereo streams are two mono streams side by side.", "engine.creation",
-     CheckResampleStereo},
-    {"operation.resample.cuts", "How a stream is cut into buffers does not change its samples.", "engine.creation",
-     CheckResampleCuts},
-    {"operation.resample.creation", "A resampler comes with one reference, for the formats that there are.",
-     "engine.creation", CheckResamplerCreation},
-};
-
 struct MuxAspect {
     const char* name;
     const char* sentence;
@@ -701,7 +657,51 @@ const MuxAspect kMuxAspects[] = {
 
 std::vector<Check> SampleChecks()
 {
-    std::vector<Check> checks(std::begin(kChecks), std::end(kChecks));
+    std::vector<Check> checks = {
+        {"operation.copy.samples", "Equal formats are copied byte by byte, and the valid length stays.",
+         "engine.creation", CheckCopySamples},
+        {"operation.copy.converts", "Every conversion gives the samples of its law and sets the valid length.",
+         "engine.creation", CheckCopyConverts},
+        {"operation.copy.multi-format", "Multi-format words become PCM of the same bits.", "engine.creation",
+         CheckCopyMultiFormat},
+        {"operation.copy.fades", "The fades that the source asks for are carried out, and its request is used up.",
+         "engine.creation", CheckCopyFades},
+        {"operation.copy.relabels", "20 bits in 32 become 24 bits in 32, on the host's buffers too.", "engine.creation",
+         CheckCopyRelabels},
+        {"operation.duplicate.samples", "The run of bytes arrives, up to both ends, and all around it stays.",
+         "engine.creation", CheckDuplicateSamples},
+        {"operation.duplicate.labels", "Polarity and fade flags are handed on.", "engine.creation",
+         CheckDuplicateLabels},
+        {"operation.mono-to-stereo.samples", "Left and right are interleaved in every container.", "engine.creation",
+         CheckMonoToStereoSamples},
+        {"operation.mono-to-stereo.converts", "Inputs and output of other containers are converted on the way.",
+         "engine.creation", CheckMonoToStereoConverts},
+        {"operation.mono-to-stereo.fades", "A fade runs if both inputs ask for it, and only then.", "engine.creation",
+         CheckMonoToStereoFades},
+        {"operation.stereo-to-mono.samples", "Left and right are taken apart in every container.", "engine.creation",
+         CheckStereoToMonoSamples},
+        {"operation.stereo-to-mono.converts", "Input and outputs of other containers are converted on the way.",
+         "engine.creation", CheckStereoToMonoConverts},
+        {"operation.mux-to-mono.tail",
+         "The last sample of outputs 12 to 15 repeats that of 8 to 11 where three frames are left.", "engine.creation",
+         CheckMuxTail},
+        {"operation.volume.samples", "Every channel gets its gain ramp, and the polarity is handed on.",
+         "engine.creation", CheckVolumeSamples},
+        {"operation.volume.limits", "Gains of 0 and 8 are taken, and the result saturates at 24 bits.",
+         "engine.creation", CheckVolumeLimits},
+        {"operation.volume.in-place", "Input and output may be one buffer, which is signalled for both.",
+         "engine.creation", CheckVolumeInPlace},
+        {"operation.volume.fades", "The fade that the input asks for runs on the scaled samples.", "engine.creation",
+         CheckVolumeFades},
+        {"operation.resample.samples", "Mono streams have the samples of the filter, in both directions.",
+         "engine.creation", CheckResampleSamples},
+        {"operation.resample.stereo", "Stereo streams are two mono streams side by side.", "engine.creation",
+         CheckResampleStereo},
+        {"operation.resample.cuts", "How a stream is cut into buffers does not change its samples.", "engine.creation",
+         CheckResampleCuts},
+        {"operation.resample.creation", "A resampler comes with one reference, for the formats that there are.",
+         "engine.creation", CheckResamplerCreation},
+    };
     for (const MuxCase& mux : {MuxCase{true, 1}, MuxCase{true, 2}, MuxCase{false, 1}, MuxCase{false, 2}}) {
         for (const MuxAspect& aspect : kMuxAspects) {
             checks.push_back({"operation." + mux.Operation() + "." + aspect.name, aspect.sentence, "engine.creation",

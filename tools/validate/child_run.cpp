@@ -115,7 +115,8 @@ std::set<pid_t> Children()
             continue;
         }
         std::ifstream file(entry.path() / "stat");
-        const std::string stat{std::istreambuf_iterator<char>(file), {}};
+        std::string stat;
+        std::getline(file, stat, '\0'); // all of it; nothing of a process that has just ended
         // "pid (any name) state parent ..."
         const auto nameEnd = stat.rfind(')');
         if (nameEnd != std::string::npos &&

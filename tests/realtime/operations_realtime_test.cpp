@@ -100,6 +100,7 @@ volatile char breachedByte = 0;
 void Allocate()
 {
     char* const memory = new char[100];
+    asm volatile("" : : "g"(memory) : "memory"); // compilers may leave out what nobody sees
     memory[0] = breachedByte;
     breachedByte = memory[0];
     delete[] memory;

@@ -67,6 +67,7 @@ private:
         Paint();
         top_ = static_cast<std::byte*>(__builtin_frame_address(0));
         (*function_)();
+        asm volatile("" ::: "memory"); // no tail call, which would begin above this frame
     }
 
     /// All that lies well below its own frame. What it leaves unpainted lies within the frames of any function that is
@@ -135,7 +136,7 @@ TEST_F(StackOfOperations, StaysWithinItsBound)
         deepest[row.operation] = std::max(deepest[row.operation], depth);
     }
     for (const auto& [operation, depth] : deepest) {
-        EXPECT_GT(depth, 500U) << "nothing was measured";
+        EXPECT_GT(depth, 400U) << "nothing was measured";
         std::printf("%-28s %5zu bytes of stack\n", operation.c_str(), depth);
     }
 }

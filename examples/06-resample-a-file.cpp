@@ -54,8 +54,7 @@ try {
     SndfileHandle out(argv[2], SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_PCM_16, in.channels(), rate);
     RequireOpen(out, argv[2]);
 
-    const sf_count_t inRate = in.samplerate();
-    const sf_count_t total = (2 * in.frames() * rate + inRate) / (2 * inRate); // to the nearest
+    const sf_count_t total = (in.frames() * rate + in.samplerate() / 2) / in.samplerate(); // to the nearest
     auto mode = keZtAudioResamplerModeRestart;
     for (sf_count_t written = 0; written < total; mode = keZtAudioResamplerModeContinue) {
         // The output lags behind the input: at the end silence pushes the rest out.

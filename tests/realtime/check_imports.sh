@@ -8,14 +8,14 @@ set -eu
 nm=$1 list=$2 objects=$3 skip=$4 exact=${5:-}
 
 xargs "$nm" -A < "$objects" | awk -v list="$list" -v skip="$skip" -v exact="$exact" '
-    # "object:address kind name", without an address where the name is undefined
+    # "object:address kind name", with LLVM a blank behind the colon, without an address where the name is undefined
     {
         kind = $(NF - 1)
         name = $NF
         object = $0
         sub(/:[ 0-9a-f]+ [A-Za-z] [^ ]*$/, "", object)
         if (kind !~ /[UTWwVvBbDdRrt]/) next
-        if ($0 !~ /:[0-9a-f]+ [A-Za-z] [^ ]*$/) {
+        if ($0 !~ /: ?[0-9a-f]+ [A-Za-z] [^ ]*$/) {
             if (object ~ skip) next
             room = object
             sub(/\/[^\/]*$/, "", room)

@@ -17,6 +17,7 @@ struct SZtaPreparedRows {
     static constexpr int kiPairs = kiTaps / 2;
     static constexpr int kiMaxPhases = 160;
     static constexpr int kiMaxPeriods = 2;
+    static constexpr int kiAdvanceBits = 3;
 
     struct SGroup {
         alignas(64) std::int16_t aasPairs[kiPairs][kiLanes][2];
@@ -26,7 +27,14 @@ struct SZtaPreparedRows {
         std::int32_t lAdvance; ///< samples from the first one of this group to that of the next
     };
 
-    SGroup asGroups[kiMaxPeriods * kiMaxPhases / kiLanes];
+    static constexpr int kiMaxGroups = kiMaxPeriods * kiMaxPhases / kiLanes;
+    static_assert((kiMaxGroups - 1) * kiAdvanceBits <= 64);
+
+    SGroup asGroups[kiMaxGroups];
     std::uint8_t aucPlaces[kiMaxPhases]; ///< each phase's place in the first period
-    std::int32_t lGroups;                ///< 0 where this form cannot serve the filter
+    /// By how much the advance of each group but the last is above the least of them, the first in the lowest bits: a
+    /// run that reads each advance from memory waits for it before it can ask for samples.
+    std::uint64_t ulAdvances;
+    std::int32_t lLeastAdvance;
+    std::int32_t lGroups; ///< 0 where this form cannot serve the filter
 };

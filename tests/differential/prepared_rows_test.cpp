@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <random>
 
@@ -265,6 +266,61 @@ TEST_P(PreparedRows, RoundEverySumLikeTheRunWithoutThem)
             ExpectTheSame(filter, &rows_, steps, 1200, 17.0);
         }
     }
+}
+
+/// One output at a time, of a sum as chosen: those between which the outputs change, upwards and downwards, what lies
+/// next to them, and the largest.
+TEST_P(PreparedRows, RoundTheSumsAroundEveryHalfLikeTheRunWithoutThem)
+{
+    for (const FilterPlan& plan : {kUp, kDown}) {
+        const FilterBlock filter = FilterOf(plan);
+        const models::BlockHead head = filter.Head();
+        for (int phase = 0; phase < head.outRate; ++phase) {
+            std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
+            std::fill_n(row, phase == 0 ? 33 : 32, std::int16_t{0});
+            std::fill_n(row, 3, std::int16_t{16384});
+            row[3] = 1;
+        }
+        GetParam().prepare(filter.Get(), &rows_);
+        const double gain = 0x1p-14 * std::min(1.0, static_cast<double>(head.outRate) / head.inRate);
+        std::vector<std::int16_t> samples(40);
+        int phase = 0;
+        const auto ExpectTheSameFor = [&](std::int64_t sum) {
+            phase = (phase + 1) % head.outRate;
+            const std::size_t first = phase == 0 ? 1 : 2;
+            std::int64_t steps = sum >> 14;
+            for (std::size_t i = first; i < first + 3; ++i) {
+                samples[i] = static_cast<std::int16_t>(std::clamp<std::int64_t>(steps, -32768, 32767));
+                steps -= samples[i];
+            }
+            ASSERT_EQ(steps, 0) << sum;
+            samples[first + 3] = static_cast<std::int16_t>(sum & 0x3FFF);
+            ExpectTheSame(filter, &rows_, samples, 1, 17 + static_cast<double>(phase) / head.outRate);
+        };
+        for (int half = -33000; half < 33000 && !HasFatalFailure(); ++half) {
+            const auto sum = static_cast<std::int64_t>(std::floor((half + 0.5) / gain));
+            for (std::int64_t near = sum - 1; near <= sum + 1; ++near) {
+                ExpectTheSameFor(near);
+            }
+        }
+        for (const std::int64_t sum : {-98304LL * 16384, -98304LL * 16384 + 1, 98301LL * 16384 + 16383}) {
+            ExpectTheSameFor(sum);
+        }
+    }
+}
+
+/// Groups of outputs follow one another by nearly equal numbers of samples. A filter that says otherwise has no rows.
+TEST_P(PreparedRows, AreLeftEmptyWhereGroupsAdvanceByTooDifferentNumbers)
+{
+    const FilterBlock filter = FilterOf(kUp);
+    // Between the third group and the fourth, which is up to one sample more than between others.
+    std::int16_t& step = filter.Get()->pStep[47 * 147 % 160];
+    step = static_cast<std::int16_t>(step + 6);
+    GetParam().prepare(filter.Get(), &rows_);
+    EXPECT_EQ(rows_.lGroups != 0, std::string(GetParam().prefix) == "k0");
+    step = static_cast<std::int16_t>(step + 2);
+    GetParam().prepare(filter.Get(), &rows_);
+    EXPECT_EQ(rows_.lGroups, 0);
 }
 
 /// Each norm times the largest sums, and those that a rounding before the limits would carry beyond 32 bits.

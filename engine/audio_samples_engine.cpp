@@ -45,7 +45,7 @@ CZtaAudioSamplesEngine::CZtaAudioSamplesEngine(IZtQuonEnginePrivate* pEngine, un
       m_pSavedOutput(nullptr), m_apSavedBuffers(), m_ui64SavedBufferCount(0), m_asSavedVolumes(),
       m_ui64SavedVolumeCount(0), m_ui64SavedSourceOffset(0), m_ui64SavedDestinationOffset(0), m_ui64SavedLength(0),
       m_pScratch0(nullptr), m_pScratch1(nullptr), m_pScratch2(nullptr), m_apFadeScratch(), m_apConvertScratch(),
-      m_pSavedResamplerState(nullptr), m_eSavedResamplerMode(), m_ui32Busy(0), m_ui32UsedSlots(0)
+      m_pSavedResamplerState(nullptr), m_eSavedResamplerMode(), m_ui32Busy(0), m_ui16UsedSlots(0), m_ui16UsedVolumes(0)
 {
     *pStatus = ZT_NOERROR;
     SZtCreateAudioSamplesDescription sRequest = PoolBufferRequest();
@@ -77,8 +77,8 @@ int CZtaAudioSamplesEngine::ReleaseAllSavedInfo()
 {
     ReleaseSlot(m_pSavedInput);
     ReleaseSlot(m_pSavedOutput);
-    std::for_each_n(m_apSavedBuffers, m_ui32UsedSlots, ReleaseSlot);
-    m_ui32UsedSlots = 0;
+    std::for_each_n(m_apSavedBuffers, m_ui16UsedSlots, ReleaseSlot);
+    m_ui16UsedSlots = 0;
     m_ui64SavedSourceOffset = 0;
     m_ui64SavedDestinationOffset = 0;
     m_ui64SavedLength = 0;

@@ -188,7 +188,7 @@ private:
     /// To be called before the first slots of m_apSavedBuffers are filled.
     ZTA_INTERNAL void UseSlots(unsigned long ulSlots)
     {
-        m_ui32UsedSlots = std::max(m_ui32UsedSlots, static_cast<std::uint32_t>(ulSlots));
+        m_ui16UsedSlots = std::max(m_ui16UsedSlots, static_cast<std::uint16_t>(ulSlots));
     }
 
     class ZTA_INTERNAL CEndWorkOnExit;
@@ -281,7 +281,8 @@ private:
     CZtaApplyVolume m_oApplyVolume;
     CZtaResampleAudio m_oResampleAudio;
     std::atomic<std::uint32_t> m_ui32Busy;
-    std::uint32_t m_ui32UsedSlots; ///< slots of m_apSavedBuffers from here on are empty
+    std::uint16_t m_ui16UsedSlots;   ///< slots of m_apSavedBuffers from here on are empty
+    std::uint16_t m_ui16UsedVolumes; ///< records of m_asSavedVolumes from here on are silent
 
     friend struct SZtLayoutProbe;
 };

@@ -112,7 +112,7 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
         m_apSavedBuffers[i] = ppBuffers[i];
         m_apSavedBuffers[i]->AddRef();
     }
-    std::for_each(m_apSavedBuffers + ulSlots, m_apSavedBuffers + m_ui32UsedSlots, ReleaseSlot);
+    std::for_each(m_apSavedBuffers + ulSlots, m_apSavedBuffers + m_ui16UsedSlots, ReleaseSlot);
     SaveVolumes(kMaxBuffers, psVolumes);
     // The side that an operation does not have stays empty.
     SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});
@@ -142,9 +142,13 @@ void CZtaAudioSamplesEngine::SaveVolumes(unsigned long ulSlots, const SZtAudioMo
 {
     const unsigned long ulRecords = std::min<unsigned long>(m_ui64SavedVolumeCount, ulSlots);
     std::copy_n(psVolumes, ulRecords, m_asSavedVolumes);
-    for (unsigned long i = ulRecords; i < ulSlots; ++i) {
+    const unsigned long ulUsed = std::min<unsigned long>(m_ui16UsedVolumes, ulSlots);
+    for (unsigned long i = ulRecords; i < ulUsed; ++i) {
         m_asSavedVolumes[i].fStartVolume = 0.0F;
         m_asSavedVolumes[i].fEndVolume = 0.0F;
+    }
+    if (ulUsed == m_ui16UsedVolumes) {
+        m_ui16UsedVolumes = static_cast<std::uint16_t>(ulRecords);
     }
 }
 

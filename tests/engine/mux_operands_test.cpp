@@ -127,6 +127,23 @@ TEST_F(MuxOperands, LeaveTheChannelReferenceOfUnusedRecordsAndSilenceTheirGains)
     EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 3).ulChannelRef, 0U);
 }
 
+TEST_F(MuxOperands, SilenceTheGainsThatASaveEndedEarlyLeftBehind)
+{
+    UseVolumes({{1, 1.0F, 1.0F}, {2, 1.0F, 1.0F}, {3, 1.0F, 1.0F}, {4, 1.0F, 1.0F}});
+    EXPECT_EQ(Save(4, 4), 0);
+    IZtAudioSamples* const second = pointers_[1];
+    RemoveBuffer(1);
+    EXPECT_EQ(Save(4, 1), ZT_E_INVALID_PARAMETER);
+    pointers_[1] = second;
+    const auto StartGain = [&](std::size_t slot) { return SZtLayoutProbe::SavedVolume(Object(), slot).fStartVolume; };
+    EXPECT_EQ(StartGain(1), 0.0F) << "the slot that has no buffer";
+    EXPECT_EQ(StartGain(2), 1.0F) << "as it was";
+    EXPECT_EQ(StartGain(3), 1.0F) << "as it was";
+    EXPECT_EQ(Save(4, 1), 0);
+    EXPECT_EQ(StartGain(2), 0.0F);
+    EXPECT_EQ(StartGain(3), 0.0F);
+}
+
 TEST_F(MuxOperands, EndAtAMissingBuffer)
 {
     auto before = Make("before", Pcm16(4), 1);

@@ -17,6 +17,8 @@ struct SZtaPreparedRows {
     static constexpr int kiPairs = kiTaps / 2;
     static constexpr int kiMaxPhases = 160;
     static constexpr int kiMaxPeriods = 2;
+    static constexpr int kiMaxOffset = 24; ///< of a lane's samples from those of its group's first lane
+    static constexpr int kiMaxInQuad = 4;  ///< of a lane's samples from those of the first of its four neighbours
     static constexpr int kiAdvanceBits = 3;
 
     struct SGroup {

@@ -7,8 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <initializer_list>
 #include <limits>
 #include <random>
+
+#include <immintrin.h>
 
 namespace {
 
@@ -113,6 +116,9 @@ protected:
                                 [](std::uint8_t byte) { return byte == 0x5A; }));
     }
 
+    /// The builds for AVX2 and what came after it.
+    static bool PreparesRows() { return (GetParam().features & keZtaFeatureAvx2) != 0; }
+
     SZtaPreparedRows rows_;
     GuardedBuffer source_{20000};
     GuardedBuffer destination_{20000};
@@ -209,18 +215,20 @@ TEST_P(PreparedRows, AreLeftEmptyWhereSumsPass32Bits)
     std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(5));
     GetParam().prepare(filter.Get(), &rows_);
     const bool prepares = rows_.lGroups != 0;
-    EXPECT_EQ(prepares, std::string(GetParam().prefix) == "k0");
+    EXPECT_EQ(prepares, PreparesRows());
 
-    // 65534 together, half of it in the even places, and then one more.
+    // 65535 together, half of it in the even places, and then one more.
     std::fill_n(row, 32, std::int16_t{0});
     row[0] = 16384;
-    row[2] = -16383;
+    row[2] = -16384;
     row[9] = 16384;
     row[31] = -16383;
     GetParam().prepare(filter.Get(), &rows_);
     EXPECT_EQ(rows_.lGroups != 0, prepares);
     const std::vector<std::int16_t> square = FullScaleSquare(1200, 1);
     ExpectTheSame(filter, &rows_, square, 1000, 17.0);
+    // Somewhere this has the signs of all four taps.
+    ExpectTheSame(filter, &rows_, FullScaleSquare(1200, 2), 1000, 17.0);
     row[4] = 1;
     GetParam().prepare(filter.Get(), &rows_);
     EXPECT_EQ(rows_.lGroups, 0);
@@ -237,7 +245,7 @@ TEST_P(PreparedRows, AreLeftEmptyWhereTheOutermostTapIsNotZero)
     const FilterBlock filter = FilterOf(kUp);
     std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
     GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups != 0, std::string(GetParam().prefix) == "k0");
+    EXPECT_EQ(rows_.lGroups != 0, PreparesRows());
     row[32] = 1;
     GetParam().prepare(filter.Get(), &rows_);
     EXPECT_EQ(rows_.lGroups, 0);
@@ -309,18 +317,48 @@ TEST_P(PreparedRows, RoundTheSumsAroundEveryHalfLikeTheRunWithoutThem)
     }
 }
 
-/// Groups of outputs follow one another by nearly equal numbers of samples. A filter that says otherwise has no rows.
-TEST_P(PreparedRows, AreLeftEmptyWhereGroupsAdvanceByTooDifferentNumbers)
+/// What follows from rates is nearly even. A filter that says otherwise has no rows.
+TEST_P(PreparedRows, AreLeftEmptyWhereStepsAreTooUneven)
 {
-    const FilterBlock filter = FilterOf(kUp);
-    // Between the third group and the fourth, which is up to one sample more than between others.
-    std::int16_t& step = filter.Get()->pStep[47 * 147 % 160];
-    step = static_cast<std::int16_t>(step + 6);
-    GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups != 0, std::string(GetParam().prefix) == "k0");
-    step = static_cast<std::int16_t>(step + 2);
-    GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups, 0);
+    struct Change {
+        int place; ///< of an output, in the order of the run
+        int samples;
+    };
+    const auto Prepares = [this](std::initializer_list<Change> changes) {
+        const FilterBlock filter = FilterOf(kUp);
+        for (const Change& change : changes) {
+            std::int16_t& step = filter.Get()->pStep[change.place * 147 % 160];
+            step = static_cast<std::int16_t>(step + change.samples);
+        }
+        GetParam().prepare(filter.Get(), &rows_);
+        return rows_.lGroups != 0;
+    };
+    // Between the third group and the fourth; what the others advance by differs by one.
+    EXPECT_EQ(Prepares({{47, 6}}), PreparesRows());
+    EXPECT_FALSE(Prepares({{47, 8}}));
+    // In the third group: from quad to quad, and back before the next group.
+    EXPECT_EQ(Prepares({{39, 9}, {47, -9}}), PreparesRows());
+    EXPECT_FALSE(Prepares({{39, 12}, {47, -12}}));
+    EXPECT_FALSE(Prepares({{35, -12}, {47, 12}}));
+    // In a quad.
+    EXPECT_EQ(Prepares({{37, 1}, {47, -1}}), PreparesRows());
+    EXPECT_FALSE(Prepares({{37, 3}, {47, -3}}));
+    EXPECT_FALSE(Prepares({{37, -3}, {47, 3}}));
+}
+
+TEST_P(PreparedRows, GiveTheSameHoweverTheHostRounds)
+{
+    const unsigned int mode = _MM_GET_ROUNDING_MODE();
+    for (const FilterPlan& plan : {kUp, kDown}) {
+        const FilterBlock filter = FilterOf(plan);
+        GetParam().prepare(filter.Get(), &rows_);
+        const std::vector<std::int16_t> noise = Noise(1300, 7);
+        for (const unsigned int other : {_MM_ROUND_DOWN, _MM_ROUND_UP, _MM_ROUND_TOWARD_ZERO}) {
+            _MM_SET_ROUNDING_MODE(other);
+            ExpectTheSame(filter, &rows_, noise, 1000, 17.25);
+            _MM_SET_ROUNDING_MODE(mode);
+        }
+    }
 }
 
 /// Each norm times the largest sums, and those that a rounding before the limits would carry beyond 32 bits.
@@ -355,9 +393,9 @@ TEST_P(PreparedRows, LongRunsGiveTheSameWithoutAny)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
         const FilterBlock filter = FilterOf(plan);
-        const std::vector<std::int16_t> noise = Noise(1300, 4);
+        const std::vector<std::int16_t> noise = Noise(3500, 4);
         const int phases = filter.Head().outRate;
-        for (int len = 380; len <= 1000; len += 31) {
+        for (int len = 380; len <= 3400; len += len < 1000 ? 31 : 300) {
             ExpectTheSame(filter, nullptr, noise, len, 17 + static_cast<double>(len % phases) / phases);
         }
     }

@@ -6,21 +6,6 @@
 
 std::atomic<int> CZtClassFactory::ms_i32LockedCount{0};
 
-namespace {
-
-/// Deletes an object that no one has a reference on. Both bases of the frame have their destructor behind the three
-/// operations of INonDelegatingUnknown, which itself has none.
-void DeleteUnowned(INonDelegatingUnknown* pObject)
-{
-    if (auto* pUnknown = dynamic_cast<CZtUnknown*>(pObject)) {
-        delete pUnknown;
-    } else {
-        delete dynamic_cast<CZtLightUnknown*>(pObject);
-    }
-}
-
-} // namespace
-
 CZtClassFactory::CZtClassFactory(const CZtFactoryTemplate* pTemplate) : m_pTemplate(pTemplate), m_lRefCount(0)
 {
     ++g_i32Objects;
@@ -67,7 +52,7 @@ int CZtClassFactory::CreateInstance(IUnknown* pOuterUnknown, const _GUID& riid, 
         return hr < 0 ? hr : E_OUTOFMEMORY;
     }
     if (hr < 0) {
-        DeleteUnowned(pObject);
+        delete pObject; // by its slot: the object may be of any class, and no reference has been taken
         return hr;
     }
     // The reference around the query suits objects that are born with one and objects that are born with none; of the

@@ -8,11 +8,15 @@
 
 #include <atomic>
 
+/// The side of an object that talks to the object itself. Slots 0 to 2 are the operations, 3 and 4 the destructor.
 class ZTA_API INonDelegatingUnknown {
 public:
     virtual int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) = 0;
     virtual unsigned long NonDelegatingAddRef() = 0;
     virtual unsigned long NonDelegatingRelease() = 0;
+
+    /// Behind the operations: an object that nobody has a reference on is deleted through its slot.
+    virtual ~INonDelegatingUnknown() = default;
 };
 
 /// Live objects of the module: every CZtLightUnknown, CZtUnknown and CZtClassFactory. See DllCanUnloadNow.
@@ -51,7 +55,7 @@ public:
     int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override;
     unsigned long NonDelegatingAddRef() override;
     unsigned long NonDelegatingRelease() override;
-    virtual ~CZtLightUnknown();
+    ~CZtLightUnknown() override;
 
 protected:
     IUnknown* m_pOuterUnknown;
@@ -73,7 +77,7 @@ public:
     int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override;
     unsigned long NonDelegatingAddRef() override;
     unsigned long NonDelegatingRelease() override;
-    virtual ~CZtUnknown();
+    ~CZtUnknown() override;
 
 protected:
     IUnknown* m_pOuterUnknown;

@@ -69,6 +69,70 @@ INonDelegatingUnknown* CreateObject(IUnknown* outer, int* phr)
     return g_script.object;
 }
 
+/// An object that is on neither base of the frame.
+class Foreign : public INonDelegatingUnknown {
+public:
+    ~Foreign() override { ++g_script.ends; }
+
+    int NonDelegatingQueryInterface(const _GUID& /*riid*/, void** /*ppv*/) override { return ++g_script.calls; }
+    unsigned long NonDelegatingAddRef() override { return static_cast<unsigned long>(++g_script.calls); }
+    unsigned long NonDelegatingRelease() override { return static_cast<unsigned long>(++g_script.calls); }
+};
+
+INonDelegatingUnknown* CreateForeign(IUnknown*, int* phr)
+{
+    ++g_script.calls;
+    *phr = g_script.status;
+    return new Foreign;
+}
+
+/// An object as another compiler may make it: a table of functions, without type information.
+struct HandMade {
+    const void* slots;
+    int complete_ends;
+    int deleting_ends;
+};
+
+int QueryHandMade(HandMade* /*object*/, const _GUID& /*riid*/, void** /*ppv*/)
+{
+    return ++g_script.calls;
+}
+
+unsigned long CountHandMade(HandMade* /*object*/)
+{
+    return static_cast<unsigned long>(++g_script.calls);
+}
+
+void EndHandMade(HandMade* object)
+{
+    ++object->complete_ends;
+}
+
+void DeleteHandMade(HandMade* object)
+{
+    ++object->deleting_ends;
+}
+
+const void* const kHandMadeTable[] = {
+    nullptr, // the offset to the top
+    nullptr, // the type information
+    reinterpret_cast<const void*>(QueryHandMade),
+    reinterpret_cast<const void*>(CountHandMade),
+    reinterpret_cast<const void*>(CountHandMade),
+    reinterpret_cast<const void*>(EndHandMade),
+    reinterpret_cast<const void*>(DeleteHandMade),
+};
+
+HandMade g_hand_made;
+
+INonDelegatingUnknown* CreateHandMade(IUnknown*, int* phr)
+{
+    ++g_script.calls;
+    *phr = g_script.status;
+    g_hand_made = {&kHandMadeTable[2], 0, 0};
+    return reinterpret_cast<INonDelegatingUnknown*>(&g_hand_made);
+}
+
 INonDelegatingUnknown* Throw(IUnknown*, int*)
 {
     throw std::runtime_error("creator");
@@ -190,6 +254,29 @@ TEST_F(ClassFactory, PassesOnWhatACreatorThrows)
 {
     void* result = nullptr;
     EXPECT_THROW(Factory(Throw).CreateInstance(nullptr, IID_IUnknown, &result), std::runtime_error);
+}
+
+TEST_F(ClassFactory, DeletesAnObjectOfAnyClassThatReportsAFailure)
+{
+    g_script.status = ZT_E_FAIL;
+    int untouched = 0;
+    void* result = &untouched;
+    EXPECT_EQ(Factory(CreateForeign).CreateInstance(nullptr, kIidOfObject, &result), ZT_E_FAIL);
+    EXPECT_EQ(g_script.ends, 1);
+    EXPECT_EQ(g_script.calls, 1) << "no operation of the object was called";
+    EXPECT_EQ(result, &untouched);
+}
+
+TEST_F(ClassFactory, DeletesAnObjectWithoutTypeInformationThroughItsSlot)
+{
+    g_script.status = ZT_E_INVALID_POINTER;
+    int untouched = 0;
+    void* result = &untouched;
+    EXPECT_EQ(Factory(CreateHandMade).CreateInstance(nullptr, kIidOfObject, &result), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(g_hand_made.deleting_ends, 1);
+    EXPECT_EQ(g_hand_made.complete_ends, 0) << "the deleting one runs what it needs itself";
+    EXPECT_EQ(g_script.calls, 1) << "no operation of the object was called";
+    EXPECT_EQ(result, &untouched);
 }
 
 /// What is the same for classes on either base.

@@ -17,12 +17,14 @@ public:
     TZtSmartPtr(const TZtSmartPtr&) = delete;
     TZtSmartPtr& operator=(const TZtSmartPtr&) = delete;
 
-    /// Gives the reference back. An exception that escapes Release ends the process.
+    /// Gives the reference back and leaves null in the field, also for who looks at the memory afterwards. An exception
+    /// that escapes Release ends the process.
     virtual ~TZtSmartPtr()
     {
         if (m_pInterface != nullptr) {
             m_pInterface->Release();
-            m_pInterface = nullptr;
+            // The object ends here, so that the compiler would drop an ordinary store.
+            *const_cast<T* volatile*>(&m_pInterface) = nullptr;
         }
     }
 

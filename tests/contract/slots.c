@@ -182,6 +182,13 @@ void slots_destroy(void* object, int slot)
     slots[slot](object);
 }
 
+void* slots_pointer_at(const void* memory, unsigned long offset)
+{
+    void* pointer;
+    memcpy(&pointer, (const char*)memory + offset, sizeof(pointer));
+    return pointer;
+}
+
 /* The host. */
 
 static CBuffer* note(void* object, int slot)

@@ -25,6 +25,9 @@ void slots_call_smart_pointer(void* object, void* assigned, void** results);
 /* Calls the destructor in one of its two slots: the first destroys the object, the second gives its memory back too. */
 void slots_destroy(void* object, int slot);
 
+/* The pointer at an offset of a block of memory, whatever the caller's compiler knows of it. */
+void* slots_pointer_at(const void* memory, unsigned long offset);
+
 /* A host in C. Each buffer and the host itself count the calls of every slot and keep the order of the calls. */
 typedef struct CBuffer {
     const void* slots; /* must stay first */

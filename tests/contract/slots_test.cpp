@@ -243,6 +243,29 @@ void ExpectSmartPointerSlots()
     EXPECT_EQ(buffer.calls[2], 1);
 }
 
+/// The field is looked at after the destructor, as code that was compiled elsewhere may do.
+template <class Interface>
+void ExpectSmartPointersDestructorToWriteNull()
+{
+    CBuffer buffer;
+    c_buffer_init(&buffer, 1, 1, 16, 16, nullptr, 0, 0);
+    using Pointer = TZtSmartPtr<Interface>;
+    alignas(Pointer) unsigned char place[sizeof(Pointer)];
+    auto* pointer = new (place) Pointer();
+    *pointer = reinterpret_cast<Interface*>(&buffer);
+    ASSERT_EQ(slots_pointer_at(place, 8), &buffer);
+    const long references = buffer.references;
+    slots_destroy(pointer, 0);
+    EXPECT_EQ(buffer.references, references - 1);
+    EXPECT_EQ(slots_pointer_at(place, 8), nullptr);
+}
+
+TEST(Slots, SmartPointersDestructorWritesNull)
+{
+    ExpectSmartPointersDestructorToWriteNull<IZtAudioSamples>();
+    ExpectSmartPointersDestructorToWriteNull<IZtAVContent>();
+}
+
 TEST(Slots, SmartPointers)
 {
     ExpectSmartPointerSlots<IZtAudioSamples>();

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cwchar>
+#include <exception>
 #include <fstream>
 #include <iterator>
+#include <locale>
 #include <new>
 #include <sstream>
+#include <streambuf>
 #include <utility>
 
 namespace {
@@ -54,6 +58,58 @@ void WriteElement(std::wostream& rOutput, const CZtIniFile::Record& rRecord)
     }
 }
 
+void WriteRecords(std::wostream& rOutput, const std::vector<CZtIniFile::Record>& raoContent)
+{
+    for (const CZtIniFile::Record& rRecord : raoContent) {
+        // The blank of an active record is written too, Load takes it off.
+        rOutput << rRecord.Comments << rRecord.Commented;
+        WriteElement(rOutput, rRecord);
+        rOutput << std::endl;
+    }
+}
+
+using Encoding = std::codecvt<wchar_t, char, std::mbstate_t>;
+
+/// Encodes what is written to it as a file of the default locale would, and drops the bytes. Fails at the first
+/// character that the locale cannot express. Allocates nothing.
+class EncodingCheck : public std::wstreambuf {
+protected:
+    int_type overflow(int_type iChar) override
+    {
+        const wchar_t cChar = traits_type::to_char_type(iChar);
+        return EncodingCheck::xsputn(&cChar, 1) == 1 ? iChar : traits_type::eof();
+    }
+
+    std::streamsize xsputn(const wchar_t* pcText, std::streamsize iCount) override
+    {
+        const wchar_t* const pcEnd = pcText + iCount;
+        const wchar_t* pcNext = pcText;
+        while (pcNext != pcEnd) {
+            const wchar_t* const pcFrom = pcNext;
+            char acBytes[256];
+            char* pcBytesEnd = acBytes;
+            const auto eResult =
+                m_rEncoding.out(m_sState, pcFrom, pcEnd, pcNext, acBytes, std::end(acBytes), pcBytesEnd);
+            if (eResult == Encoding::error || (pcNext == pcFrom && pcBytesEnd == acBytes)) {
+                return pcNext - pcText;
+            }
+        }
+        return iCount;
+    }
+
+private:
+    const Encoding& m_rEncoding = std::use_facet<Encoding>(getloc());
+    std::mbstate_t m_sState{};
+};
+
+bool CanEncode(const std::vector<CZtIniFile::Record>& raoContent)
+{
+    EncodingCheck oCheck;
+    std::wostream oOutput(&oCheck);
+    WriteRecords(oOutput, raoContent);
+    return oOutput.good();
+}
+
 /// False at the end, and where the rest is no text. A stream takes a failed allocation for that, too: what has not been
 /// read would be lost with the next save, so that one is passed on.
 bool ReadLine(std::wifstream& rFile, std::wstring& rsLine)
@@ -65,6 +121,50 @@ bool ReadLine(std::wifstream& rFile, std::wstring& rsLine)
     } catch (const std::ios_base::failure&) {
         return false;
     }
+}
+
+/// False if the file cannot be opened; the reason is in errno then, but for want of memory, which is thrown: the file
+/// may be there, and must not be taken for an empty one.
+template <class Stream>
+bool OpenForReading(Stream& rFile, const std::string& rsFileName)
+{
+    errno = 0;
+    rFile.open(rsFileName);
+    if (!rFile.is_open() && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    return rFile.is_open();
+}
+
+/// False for a file whose lines Load cannot all have read: who replaces it loses them. A stream of wide characters does
+/// not tell the first byte that is no text from the end of the file, so the bytes are decoded here.
+bool CanReadAll(const std::string& rsFileName)
+{
+    std::ifstream oFile;
+    if (!OpenForReading(oFile, rsFileName)) {
+        return errno == ENOENT;
+    }
+    const std::locale oLocale;
+    const auto& rEncoding = std::use_facet<Encoding>(oLocale);
+    std::mbstate_t sState{};
+    char acBytes[256];
+    char* pcEnd = acBytes; // what stands before it is the beginning of a character
+    while (oFile && pcEnd != std::end(acBytes)) {
+        pcEnd += oFile.read(pcEnd, std::end(acBytes) - pcEnd).gcount();
+        const char* pcNext = acBytes;
+        const char* pcFrom = nullptr;
+        while (pcNext != pcEnd && pcNext != pcFrom) {
+            pcFrom = pcNext;
+            wchar_t awcText[256];
+            wchar_t* pwcTextEnd = awcText;
+            if (rEncoding.in(sState, pcFrom, pcEnd, pcNext, awcText, std::end(awcText), pwcTextEnd) ==
+                Encoding::error) {
+                return false;
+            }
+        }
+        pcEnd = std::copy(pcNext, static_cast<const char*>(pcEnd), acBytes);
+    }
+    return oFile.eof();
 }
 
 } // namespace
@@ -100,12 +200,8 @@ CZtIniFile::~CZtIniFile()
 
 bool CZtIniFile::Load()
 {
-    errno = 0;
-    std::wifstream oFile(m_sFileName);
-    if (!oFile.is_open()) {
-        if (errno == ENOMEM) { // the file may be there, and must not be taken for an empty one
-            throw std::bad_alloc();
-        }
+    std::wifstream oFile;
+    if (!OpenForReading(oFile, m_sFileName)) {
         return false;
     }
     m_aoContent.clear();
@@ -163,23 +259,31 @@ bool CZtIniFile::Save(bool bDoSave)
     if (!bDoSave) {
         return true;
     }
-    // No memory of the free store is used here: the file is emptied as it is opened, and whoever ran out of memory then
-    // would lose its lines. The destructor comes here, too.
     wchar_t awcBuffer[256];
     std::wofstream oFile;
-    oFile.rdbuf()->pubsetbuf(awcBuffer, std::size(awcBuffer));
-    oFile.open(m_sFileName);
+    bool bKeepsLines = false;
+    try {
+        // Opening the file empties it, so what can go wrong with its lines is looked for first. A file that would lose
+        // some is opened all the same, but keeps what it holds: no caller is told of more than a failed opening.
+        bKeepsLines = CanEncode(m_aoContent) && CanReadAll(m_sFileName);
+        // No memory of the free store is used from here on, as it might run out with the file empty.
+        oFile.rdbuf()->pubsetbuf(awcBuffer, std::size(awcBuffer));
+        oFile.open(m_sFileName, bKeepsLines ? std::ios_base::trunc : std::ios_base::app);
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the file has not been opened
+    }
     if (!oFile.is_open()) {
         std::printf("Unable to open %s for writing\n", m_sFileName.c_str());
         return false;
     }
-    for (const Record& rRecord : m_aoContent) {
-        // The blank of an active record is written too, Load takes it off.
-        oFile << rRecord.Comments << rRecord.Commented;
-        WriteElement(oFile, rRecord);
-        oFile << std::endl;
+    try {
+        if (bKeepsLines) {
+            WriteRecords(oFile, m_aoContent);
+        }
+        oFile.close();
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // Closing writes what a failed write has left in the buffer, and throws where that cannot be encoded. Callers
+        // of the module catch nothing, and the destructor comes here, too.
     }
-    oFile.close();
     m_bDirty = false;
     return true;
 }

@@ -43,7 +43,9 @@ public:
     /// Throws std::out_of_range on a section line without a "]"; the content then ends before that line.
     bool Load();
 
-    /// Writes the file. False, with a message on standard output, if it cannot be opened.
+    /// Writes the file. False, with a message on standard output, if it cannot be opened. Throws nothing. The file
+    /// stays as it is, and the result is true, if the default locale cannot express a character of the content, or
+    /// cannot decode all that the file holds: it would lose lines.
     bool Save();
     bool Save(bool bDoSave);
 

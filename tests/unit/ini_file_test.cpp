@@ -4,11 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cwchar>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <limits>
+#include <locale>
 #include <stdexcept>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -437,6 +441,194 @@ TEST_F(IniFile, AFileThatCannotBeReadIsNotTold)
     const ChildResult result = RunInChild([&] { return CZtIniFile(name_, true).Load() ? 1 : 0; });
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, "");
+}
+
+/// A change of an object on a file, in a child process: an exception that leaves the destructor would end it. The child
+/// returns the change's result as 1 or 0.
+ChildResult ChangeInChild(const std::string& name, bool saves, const std::function<bool(CZtIniFile&)>& change)
+{
+    return RunInChild([&] {
+        CZtIniFile file(name, saves);
+        return change(file) ? 1 : 0;
+    });
+}
+
+TEST_F(IniFile, TextThatTheLocaleCannotExpressLeavesTheFileAsItIs)
+{
+    const std::string text = "# c\n[A]\nk=1\n[B]\nm=2\n";
+    const std::wstring letter = L"\u00e9";
+    const std::vector<std::function<bool(CZtIniFile&)>> changes = {
+        [&](CZtIniFile& file) { return file.SetString(L"k", L"A", letter); },
+        [&](CZtIniFile& file) { return file.SetString(L"k", L"A", std::wstring(1000, L'v') + letter); },
+        [&](CZtIniFile& file) { return file.SetString(letter, L"A", L"1"); },
+        [&](CZtIniFile& file) { return file.RenameSection(L"B", letter); },
+        [&](CZtIniFile& file) { return file.SetRecordComments(L"# " + letter, L"m", L"B"); },
+        [&](CZtIniFile& file) { return file.CommentSection(letter[0], L"A"); },
+        [&](CZtIniFile& file) { return file.CommentSection(static_cast<wchar_t>(WEOF), L"A"); },
+    };
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        for (const bool saves : {true, false}) {
+            Write(text);
+            const ChildResult result = ChangeInChild(name_, saves, changes[i]);
+            EXPECT_EQ(result.status, 1) << i << saves;
+            EXPECT_EQ(result.output, "") << i << saves;
+            EXPECT_EQ(Read(), text) << i << saves;
+        }
+    }
+}
+
+TEST_F(IniFile, TextThatTheLocaleCannotExpressIsNotTriedAgain)
+{
+    Write("[A]\nk=1\n");
+    const ChildResult result = RunInChild([&] {
+        CZtIniFile file(name_, false);
+        const bool isSaved = file.SetString(L"k", L"A", L"\u00e9") && file.Save();
+        std::filesystem::remove(name_);
+        return isSaved && file.GetString(L"k", L"A", L"") == L"\u00e9" ? 1 : 0;
+    });
+    EXPECT_EQ(result.status, 1) << "true, and the change stays in memory";
+    EXPECT_FALSE(Exists()) << "the object counts as written";
+}
+
+TEST_F(IniFile, TextThatTheLocaleCannotExpressIsWrittenToNoNewFile)
+{
+    const ChildResult result =
+        ChangeInChild(name_, true, [](CZtIniFile& file) { return file.SetString(L"k", L"A", L"\u00e9"); });
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(Read(), "");
+}
+
+TEST_F(IniFile, TextThatTheLocaleCannotExpressDoesNotHideThatTheFileCannotBeOpened)
+{
+    const std::string missing = directory_.File("missing/test.ini");
+    const ChildResult result =
+        ChangeInChild(missing, true, [](CZtIniFile& file) { return file.SetString(L"k", L"A", L"\u00e9"); });
+    EXPECT_EQ(result.status, 0);
+    const std::string message = "Unable to open " + missing + " for writing\n";
+    EXPECT_EQ(result.output, message + message) << "the destructor tries again";
+}
+
+TEST_F(IniFile, AFileThatIsNotTextToItsEndKeepsItsLines)
+{
+    const std::string lines(5000, 'v');
+    for (const std::string& tail : {std::string("l=\xFF\nm=1\n"), std::string("# \xC3\xA9\n[B]\n"),
+                                    "l=" + lines + "\nm=\xC3\n", "l=\xC3\nm=" + lines + "\n"}) {
+        for (const bool saves : {true, false}) {
+            const std::string text = std::string("[A]\nk=1\n") + tail;
+            Write(text);
+            const ChildResult result =
+                ChangeInChild(name_, saves, [](CZtIniFile& file) { return file.SetString(L"k", L"A", L"2"); });
+            EXPECT_EQ(result.status, 1) << tail << saves;
+            EXPECT_EQ(result.output, "") << tail << saves;
+            EXPECT_EQ(Read(), text) << tail << saves;
+        }
+    }
+}
+
+TEST_F(IniFile, AFileThatMayBeWrittenButNotReadKeepsItsLines)
+{
+    Write("[A]\nk=1\n");
+    std::filesystem::permissions(directory_.Path(), std::filesystem::perms(0755));
+    std::filesystem::permissions(name_, std::filesystem::perms(0222));
+    constexpr int kSkipped = 2;
+    const ChildResult result = RunInChild([&] {
+        constexpr uid_t kNobody = 65534; // the superuser may read anything
+        if (::geteuid() == 0 && ::seteuid(kNobody) != 0) {
+            return kSkipped;
+        }
+        CZtIniFile file(name_, true);
+        return file.SetString(L"k", L"A", L"2") ? 1 : 0;
+    });
+    if (result.status == kSkipped) {
+        GTEST_SKIP() << "there is no other user";
+    }
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    std::filesystem::permissions(name_, std::filesystem::perms(0644));
+    EXPECT_EQ(Read(), "[A]\nk=1\n");
+}
+
+TEST_F(IniFile, ALocaleThatExpressesMoreWritesMore)
+{
+    const ChildResult result = RunInChild([&] {
+        try {
+            std::locale::global(std::locale("C.UTF-8"));
+        } catch (const std::runtime_error&) {
+            return 2;
+        }
+        const std::wstring value = std::wstring(1000, L'\u00e9') + L'\0' + L'\U0001F3B5';
+        const bool isSaved = CZtIniFile(name_, true).SetString(L"\u00e9", L"A", value);
+        const std::wstring read = CZtIniFile(name_, false).GetString(L"\u00e9", L"A", L"");
+        return isSaved && read == value ? 1 : 0;
+    });
+    if (result.status == 2) {
+        GTEST_SKIP() << "the system has no such locale";
+    }
+    EXPECT_EQ(result.status, 1);
+    std::string letters;
+    for (int i = 0; i < 1000; ++i) {
+        letters += "\xC3\xA9";
+    }
+    EXPECT_EQ(Read(), " [A]\n \xC3\xA9=" + letters + std::string(1, '\0') + "\xF0\x9F\x8E\xB5\n");
+}
+
+/// Encodes ASCII, and any other character once: the second time it fails.
+class ForgetfulEncoding : public std::codecvt<wchar_t, char, std::mbstate_t> {
+protected:
+    result do_out(state_type& /*state*/, const wchar_t* from, const wchar_t* end, const wchar_t*& next, char* bytes,
+                  char* bytes_end, char*& bytes_next) const override
+    {
+        for (next = from, bytes_next = bytes; next != end; ++next) {
+            if (bytes_next == bytes_end) {
+                return partial;
+            }
+            if (*next > L'~' && encoded_++ > 0) {
+                return error;
+            }
+            *bytes_next++ = *next > L'~' ? '?' : static_cast<char>(*next);
+        }
+        return ok;
+    }
+
+private:
+    mutable int encoded_ = 0;
+};
+
+TEST_F(IniFile, AnEncodingThatFailsOnlyWhileTheFileIsWrittenThrowsNothing)
+{
+    const ChildResult result = RunInChild([&] {
+        std::locale::global(std::locale(std::locale(), new ForgetfulEncoding));
+        CZtIniFile file(name_, true);
+        const bool isSaved = file.SetString(L"k", L"A", L"\u00e9");
+        std::filesystem::remove(name_);
+        return isSaved ? 1 : 0;
+    });
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_FALSE(Exists()) << "the object counts as written";
+}
+
+/// An encoding that takes nothing and tells of no error.
+class StuckEncoding : public std::codecvt<wchar_t, char, std::mbstate_t> {
+protected:
+    result do_out(state_type& /*state*/, const wchar_t* from, const wchar_t* /*end*/, const wchar_t*& next, char* bytes,
+                  char* /*bytes_end*/, char*& bytes_next) const override
+    {
+        next = from;
+        bytes_next = bytes;
+        return partial;
+    }
+};
+
+TEST_F(IniFile, AnEncodingThatGetsNowhereLeavesTheFileAsItIs)
+{
+    Write("[A]\nk=1\n");
+    const ChildResult result = RunInChild([&] {
+        std::locale::global(std::locale(std::locale(), new StuckEncoding));
+        return CZtIniFile(name_, true).SetString(L"k", L"A", L"2") ? 1 : 0;
+    });
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(Read(), "[A]\nk=1\n");
 }
 
 TEST_F(IniFile, ContentLeavesOutTheBlankOfActiveRecords)

@@ -191,6 +191,35 @@ TEST_F(Registration, UnregisteringWritesOnceAndRegisteringTwiceIfTheFirstFails)
     ::close(sealed);
 }
 
+TEST_F(Registration, LosesNoLineToAPathThatTheLocaleCannotExpress)
+{
+    const auto register_accented = [] { return DllRegisterServer(L"/opt/m\u00e9dias/libZtaAudioSamplesEngine.so"); };
+    const std::string others = " {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other.so\n [Other]\n key=value\n";
+    for (const std::string& text : {" [CLSID]\n" + others, std::string(" [CLSID]\n") + kLine + others}) {
+        Write(text);
+        Expect(Run(register_accented), 0, kRegistered);
+        EXPECT_EQ(Read(), text);
+    }
+    std::filesystem::remove(file_);
+    Expect(Run(register_accented), 0, kRegistered);
+    EXPECT_EQ(Read(), "");
+    Expect(Run(Register), 0, kRegistered);
+    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+}
+
+TEST_F(Registration, LosesNoLineOfAFileThatTheLocaleCannotRead)
+{
+    const std::string text = std::string(" [CLSID]\n") + kLine +
+                             " {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/m\xC3\xA9"
+                             "dias/other.so\n"
+                             " {11020304-0506-0708-090A0B0C0D0E0F10}=/opt/third.so\n";
+    Write(text);
+    Expect(Run([] { return DllRegisterServer(L"/elsewhere.so"); }), 0, kRegistered);
+    EXPECT_EQ(Read(), text);
+    Expect(Run(DllUnregisterServer), 0, kUnregistered);
+    EXPECT_EQ(Read(), text);
+}
+
 TEST_F(Registration, RegistersAnyClassByItself)
 {
     Expect(Run([] { return ZtInternalRegisterServer(kForeign, nullptr, L"/opt/other.so"); }), 0, "");

@@ -93,6 +93,65 @@ TEST_F(AllocationFaults, OfAClassObjectPassOnAsBadAlloc)
     EXPECT_EQ(injections, 2);
 }
 
+/// An object on neither base of the frame, with a block that may be missing.
+class ObjectWithBlock : public INonDelegatingUnknown {
+public:
+    ObjectWithBlock() : block_(new (std::nothrow) char[100]) {}
+    ObjectWithBlock(const ObjectWithBlock&) = delete;
+    ObjectWithBlock& operator=(const ObjectWithBlock&) = delete;
+    ~ObjectWithBlock() override { delete[] block_; }
+
+    static INonDelegatingUnknown* Create(IUnknown* /*outer*/, int* status)
+    {
+        auto* object = new (std::nothrow) ObjectWithBlock;
+        *status = object != nullptr && object->block_ == nullptr ? ZT_E_FAIL : 0;
+        return object;
+    }
+
+    int NonDelegatingQueryInterface(const _GUID& /*riid*/, void** ppv) override
+    {
+        *ppv = this;
+        return 0;
+    }
+    unsigned long NonDelegatingAddRef() override { return ++references_; }
+    unsigned long NonDelegatingRelease() override
+    {
+        const unsigned long left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+private:
+    char* block_;
+    unsigned long references_ = 0;
+};
+
+TEST_F(AllocationFaults, OfAnObjectThatIsMadeButUselessLeaveNothing)
+{
+    const CZtFactoryTemplate row = {L"class", &CLSID_ZtaAudioSamplesEngine, ObjectWithBlock::Create, nullptr, nullptr};
+    auto* made = new CZtClassFactory(&row);
+    made->AddRef();
+    const auto factory = host::Ref<IClassFactory>::Adopt(made);
+    void* object = nullptr;
+    const auto action = [&] {
+        object = &untouched;
+        return factory->CreateInstance(nullptr, IID_IUnknown, &object);
+    };
+    int useless = 0;
+    const int injections = FailEach(action, [&](const Outcome& outcome) {
+        EXPECT_FALSE(outcome.thrown);
+        EXPECT_TRUE(outcome.status == 0 || outcome.status == E_OUTOFMEMORY || outcome.status == ZT_E_FAIL);
+        EXPECT_EQ(outcome.status == 0, !outcome.injected);
+        EXPECT_EQ(object == &untouched, outcome.injected);
+        EXPECT_EQ(outcome.balance, 0);
+        useless += outcome.status == ZT_E_FAIL ? 1 : 0;
+    });
+    EXPECT_EQ(useless, 2) << "the second of the two allocations, alone and with all that follow";
+    EXPECT_EQ(injections, 4);
+}
+
 host::Ref<IClassFactory> ModuleClassFactory()
 {
     void* pv = nullptr;
@@ -369,6 +428,21 @@ TEST_F(RegistrationFaults, AnUnregistrationLosesNoOtherLine)
 {
     const std::string others = " {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other/libAnotherModule.so\n";
     FailEachOf(DllUnregisterServer, kRegistered + others, " [CLSID]\n" + others);
+}
+
+TEST_F(RegistrationFaults, APathThatTheLocaleCannotExpressLosesNoLine)
+{
+    const std::string text = " [CLSID]\n {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other/libAnotherModule.so\n";
+    FailEachOf([] { return DllRegisterServer(L"/opt/m\u00e9dia/libZtaAudioSamplesEngine.so"); }, text, text);
+}
+
+TEST_F(RegistrationFaults, AFileThatTheLocaleCannotReadLosesNoLine)
+{
+    const std::string text = std::string(kRegistered) +
+                             " {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/m\xC3\xA9/libAnotherModule.so\n"
+                             " [Other]\n key=value\n";
+    FailEachOf([] { return DllRegisterServer(L"/elsewhere.so"); }, text, text);
+    FailEachOf(DllUnregisterServer, text, text);
 }
 
 } // namespace

@@ -13,8 +13,12 @@ bool HasNullEntry(void* const* ppvBuffers, unsigned long ulBufferCount)
 
 } // namespace
 
-int SZtaBlockKernel::Check(void* const* ppvBuffers, unsigned long ulBufferCount) const noexcept
+int SZtaBlockKernel::Check(void* const* ppvBuffers, unsigned long ulBufferCount, const void* /*pvMux*/,
+                           unsigned long ulFrames) const noexcept
 {
+    if (ulFrames == 0) {
+        return ZT_NOERROR;
+    }
     if (ulBufferCount != ulBuffers) {
         return ZT_E_INVALID_PARAMETER;
     }
@@ -30,11 +34,8 @@ unsigned long SZtaBlockKernel::FramesMoved(unsigned long ulFrames) const noexcep
 int SZtaBlockInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
                                     unsigned long ulFrames) const noexcept
 {
-    if (ulFrames == 0) {
-        return ZT_NOERROR;
-    }
-    const int iStatus = Check(ppvSources, ulBufferCount);
-    if (iStatus >= 0) {
+    const int iStatus = Check(ppvSources, ulBufferCount, pvMux, ulFrames);
+    if (iStatus >= 0 && ulFrames > 0) {
         (ZtaActiveLoops().*pfnLoop)(ppvSources, ulBuffers, pvMux, FramesMoved(ulFrames));
     }
     return iStatus;
@@ -43,11 +44,8 @@ int SZtaBlockInterleave::operator()(void** ppvSources, unsigned long ulBufferCou
 int SZtaBlockSplit::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
                                unsigned long ulFrames) const noexcept
 {
-    if (ulFrames == 0) {
-        return ZT_NOERROR;
-    }
-    const int iStatus = Check(ppvDestinations, ulBufferCount);
-    if (iStatus < 0) {
+    const int iStatus = Check(ppvDestinations, ulBufferCount, pvMux, ulFrames);
+    if (iStatus < 0 || ulFrames == 0) {
         return iStatus;
     }
     const unsigned long ulMoved = FramesMoved(ulFrames);
@@ -75,8 +73,8 @@ void SZtaCountedBody::UseUp(void** ppvBuffers, unsigned long ulBufferCount, unsi
     }
 }
 
-int SZtaCountedInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
-                                      unsigned long ulFrames) const noexcept
+int SZtaCountedInterleave::Check(void* const* ppvSources, unsigned long ulBufferCount, const void* pvMux,
+                                 unsigned long ulFrames) const noexcept
 {
     if (!Takes(ulBufferCount, ulFrames)) {
         return ZT_E_INVALID_PARAMETER;
@@ -84,8 +82,15 @@ int SZtaCountedInterleave::operator()(void** ppvSources, unsigned long ulBufferC
     if (pvMux == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    if (bLooksAtEntries && HasNullEntry(ppvSources, ulBufferCount)) {
-        return ZT_E_INVALID_PARAMETER;
+    return bLooksAtEntries && HasNullEntry(ppvSources, ulBufferCount) ? ZT_E_INVALID_PARAMETER : ZT_NOERROR;
+}
+
+int SZtaCountedInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
+                                      unsigned long ulFrames) const noexcept
+{
+    const int iStatus = Check(ppvSources, ulBufferCount, pvMux, ulFrames);
+    if (iStatus < 0) {
+        return iStatus;
     }
     if (ppvSources == nullptr) {
         std::memset(pvMux, 0, ulBufferCount * ulElementBytes * ulFrames);
@@ -96,14 +101,21 @@ int SZtaCountedInterleave::operator()(void** ppvSources, unsigned long ulBufferC
     return ZT_NOERROR;
 }
 
-int SZtaCountedSplit::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
-                                 unsigned long ulFrames) const noexcept
+int SZtaCountedSplit::Check(void* const* ppvDestinations, unsigned long ulBufferCount, const void* /*pvMux*/,
+                            unsigned long ulFrames) const noexcept
 {
     if (!Takes(ulBufferCount, ulFrames)) {
         return ZT_E_INVALID_PARAMETER;
     }
-    if (HasNullEntry(ppvDestinations, ulBufferCount)) {
-        return ZT_E_INVALID_POINTER;
+    return HasNullEntry(ppvDestinations, ulBufferCount) ? ZT_E_INVALID_POINTER : ZT_NOERROR;
+}
+
+int SZtaCountedSplit::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
+                                 unsigned long ulFrames) const noexcept
+{
+    const int iStatus = Check(ppvDestinations, ulBufferCount, pvMux, ulFrames);
+    if (iStatus < 0) {
+        return iStatus;
     }
     if (pvMux == nullptr) {
         for (unsigned long i = 0; i < ulBufferCount; ++i) {

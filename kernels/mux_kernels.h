@@ -6,6 +6,8 @@
 
 /// The bodies of the mux kernels. Block kernels move one fixed count of 24-in-32 buffers, counted bodies any count. All
 /// move elements, which are mono samples or stereo frames; ulFrames counts them in one buffer.
+///
+/// Each has a Check, which tells whether the body takes its arguments, and looks at no sample. The body begins with it.
 
 inline constexpr unsigned long kLow16BitsOfCount = 0xFFFF;
 inline constexpr unsigned long kWholeCount = ~0UL;
@@ -18,8 +20,9 @@ struct SZtaBlockKernel {
                                  ///< from the starts of the buffers to the starts of the buffers
     int iNullEntry;              ///< the status of a null entry, or of no array
 
-    /// Refuses what the kernel does not take. With ulFrames 0 there is nothing to refuse, and nothing is looked at.
-    int Check(void* const* ppvBuffers, unsigned long ulBufferCount) const noexcept;
+    /// With ulFrames 0 there is nothing to refuse, and nothing is looked at. No block kernel looks at the mux.
+    int Check(void* const* ppvBuffers, unsigned long ulBufferCount, const void* pvMux,
+              unsigned long ulFrames) const noexcept;
     unsigned long FramesMoved(unsigned long ulFrames) const noexcept;
 };
 
@@ -52,6 +55,8 @@ struct SZtaCountedInterleave : SZtaCountedBody {
     bool bLooksAtEntries; ///< a null entry, or no array, is ZT_E_INVALID_PARAMETER; otherwise no array is silence in
                           ///< the mux, and the entries must be good
 
+    int Check(void* const* ppvSources, unsigned long ulBufferCount, const void* pvMux,
+              unsigned long ulFrames) const noexcept;
     int operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames) const noexcept;
 };
 
@@ -59,6 +64,8 @@ struct SZtaCountedInterleave : SZtaCountedBody {
 struct SZtaCountedSplit : SZtaCountedBody {
     ZtaSplit SZtaSampleLoops::*pfnLoop;
 
+    int Check(void* const* ppvDestinations, unsigned long ulBufferCount, const void* pvMux,
+              unsigned long ulFrames) const noexcept;
     int operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
                    unsigned long ulFrames) const noexcept;
 };
@@ -108,3 +115,13 @@ inline constexpr SZtaCountedSplit kSplitStereo24In24 = {{32, 6}, &SZtaSampleLoop
 inline constexpr SZtaCountedSplit kSplitStereo16In16 = {{32, 4}, &SZtaSampleLoops::pfnSplit4};
 
 // clang-format on
+
+/// The Check of a body, for a table with one entry a row.
+using ZtaMuxCheck = int (*)(void* const* ppvBuffers, unsigned long ulBufferCount, const void* pvMux,
+                            unsigned long ulFrames) noexcept;
+
+template <const auto& rsBody>
+int ZtaCheckOf(void* const* ppvBuffers, unsigned long ulBufferCount, const void* pvMux, unsigned long ulFrames) noexcept
+{
+    return rsBody.Check(ppvBuffers, ulBufferCount, pvMux, ulFrames);
+}

@@ -2,6 +2,7 @@
 
 #include "kernels/kernel_run.h"
 #include "kernels/kernel_table.h"
+#include "kernels/mux_kernels.h"
 #include "kernels/volume.h"
 
 #include <zta/status.h>
@@ -21,26 +22,29 @@ struct SZtaMuxRules {
                                   ///< buffers: an odd volume too many passes, and the volume step has to refuse it.
     SZtaMuxElement asElements[3]; ///< the formats taken
     int iOtherFormat;             ///< the status of any other
+    const ZtaMuxCheck* pfnChecks; ///< what the kernel of each row takes
 };
 
-constexpr SZtaMuxRules ZtaMonoRules(int iOtherFormat)
+constexpr SZtaMuxRules ZtaMonoRules(int iOtherFormat, const ZtaMuxCheck* pfnChecks)
 {
     return {64,
             1,
             {{keZtAudioSampleFormat24In32Mono, 4},
              {keZtAudioSampleFormat24In24Mono, 3},
              {keZtAudioSampleFormat16In16Mono, 2}},
-            iOtherFormat};
+            iOtherFormat,
+            pfnChecks};
 }
 
-constexpr SZtaMuxRules ZtaStereoRules(unsigned long ulMostBuffers, int iOtherFormat)
+constexpr SZtaMuxRules ZtaStereoRules(unsigned long ulMostBuffers, int iOtherFormat, const ZtaMuxCheck* pfnChecks)
 {
     return {ulMostBuffers,
             2,
             {{keZtAudioSampleFormat24In32Stereo, 8},
              {keZtAudioSampleFormat24In24Stereo, 6},
              {keZtAudioSampleFormat16In16Stereo, 4}},
-            iOtherFormat};
+            iOtherFormat,
+            pfnChecks};
 }
 
 /// The arguments of one call.
@@ -68,7 +72,8 @@ struct SZtaMuxOperands {
     SZtAudioBufferInformations sMux;
 
     /// Those of the first buffer, but no more than every buffer has memory for: hosts see a difference only where they
-    /// mix containers in the array, or where a mux has no room for as many frames as its outputs are long.
+    /// mix containers in the array, or where a mux has no room for as many frames as its outputs are long. What a
+    /// kernel checks does not depend on it.
     unsigned long ulFramesMoved;
 
     /// Checks the counts and digests the buffers, in the array's order, then the mux.
@@ -79,6 +84,24 @@ private:
     void LimitFrames(unsigned long ulValidFrames, unsigned long ulCapacityFrames, unsigned long ulFrameBytes,
                      unsigned long ulMovedBytes);
 };
+
+/// Finds the row of a pair of formats and, unless the buffers are empty, calls `rRun` with its kernel. The kernel's
+/// checks are those of a call with all frames, even if none of them can be moved.
+template <class Table, class Run>
+int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, const SZtaMuxRules& rsRules,
+                    SZtaMuxOperands& rsOperands, unsigned long ulCount, EZtAudioSampleFormatProperty eInput,
+                    EZtAudioSampleFormatProperty eOutput, Run rRun)
+{
+    int iRow = 0;
+    const int iStatus = rUtil.ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, rTable.List(), &iRow);
+    if (iStatus < 0 || rsOperands.sFirst.ulValidFrames == 0) {
+        return iStatus;
+    }
+    return rsOperands.ulFramesMoved > 0
+               ? rRun(rTable[iRow])
+               : rsRules.pfnChecks[iRow](rsOperands.apvBuffers, ulCount, rsOperands.sMux.pvBuffer,
+                                         rsOperands.sFirst.ulValidFrames);
+}
 
 /// Interleaves the buffers into the mux, which must have its length set. Without volumes the mux ends with the length
 /// of the buffers; with volumes it keeps its own, and all of that is scaled.
@@ -96,8 +119,8 @@ int ZtaAssembleMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const
     if (rsMux.ulValidFrames < rsFirst.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    iStatus =
-        ZtaRunKernel(rClass, rTable, rsFirst.eFormat, rsMux.eFormat, sOperands.ulFramesMoved, [&](auto pfnKernel) {
+    iStatus = ZtaRunMuxKernel(
+        rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsFirst.eFormat, rsMux.eFormat, [&](auto pfnKernel) {
             return (rClass.*pfnKernel)(sOperands.apvBuffers, rsCall.ulCount, rsMux.pvBuffer, sOperands.ulFramesMoved);
         });
     if (iStatus < 0) {
@@ -125,8 +148,8 @@ int ZtaSplitMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZ
     if (rsFirst.ulValidFrames < rsMux.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    iStatus =
-        ZtaRunKernel(rClass, rTable, rsMux.eFormat, rsFirst.eFormat, sOperands.ulFramesMoved, [&](auto pfnKernel) {
+    iStatus = ZtaRunMuxKernel(
+        rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsMux.eFormat, rsFirst.eFormat, [&](auto pfnKernel) {
             return (rClass.*pfnKernel)(rsMux.pvBuffer, sOperands.apvBuffers, rsCall.ulCount, sOperands.ulFramesMoved);
         });
     if (iStatus < 0) {

@@ -12,7 +12,11 @@ constexpr SZtaFormatPair kPairs[] = {ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ROW)};
 #undef ZTA_MUX_ROW
 static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
 
-constexpr SZtaMuxRules kRules = ZtaMonoRules(ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
+#define ZTA_MUX_ROW(in, out, name, body) &ZtaCheckOf<body>,
+constexpr ZtaMuxCheck kChecks[] = {ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ROW)};
+#undef ZTA_MUX_ROW
+
+constexpr SZtaMuxRules kRules = ZtaMonoRules(ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kChecks);
 
 } // namespace
 

@@ -12,8 +12,12 @@ constexpr SZtaFormatPair kPairs[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ROW)};
 #undef ZTA_MUX_ROW
 static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
 
+#define ZTA_MUX_ROW(in, out, name, body) &ZtaCheckOf<body>,
+constexpr ZtaMuxCheck kChecks[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ROW)};
+#undef ZTA_MUX_ROW
+
 /// The kernels stop at 32 buffers: more are refused, but only if there are frames.
-constexpr SZtaMuxRules kRules = ZtaStereoRules(64, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
+constexpr SZtaMuxRules kRules = ZtaStereoRules(64, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kChecks);
 
 } // namespace
 

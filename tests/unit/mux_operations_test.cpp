@@ -402,6 +402,72 @@ TEST(MuxOperations, PassOnAFailureOfTheKernel)
     }
 }
 
+TEST(MuxOperations, CheckTheCountOfBuffersThoughNoFrameFits)
+{
+    for (const Operation* operation : kOperations) {
+        for (const MuxRow& row : *operation->rows) {
+            // One frame of the mux is too small for one element of each.
+            const unsigned long count = 2 * row.buffers;
+            if (count > operation->most) {
+                continue;
+            }
+            const unsigned long taken = row.blockFrames != 0 ? row.buffers : operation->channels == 1 ? 64 : 32;
+            Call call(*operation, operation->Layout(row), count, 1, operation->MuxLayout(row), 1);
+            const Call before = call;
+            const bool refused = row.blockFrames != 0 || count > taken;
+            EXPECT_EQ(call.Run(), refused ? kInvalidParameter : 0) << row.name;
+            EXPECT_EQ(call.mux.data, before.mux.data) << row.name;
+            EXPECT_EQ(call.Samples(), before.Samples()) << row.name;
+            EXPECT_EQ(call.IsUntouched(before), refused) << row.name;
+        }
+    }
+    Call call(kMuxToStereo, 9, 33, 1, 14, 1); // one more than the counted bodies take
+    const Call before = call;
+    EXPECT_EQ(call.Run(), kInvalidParameter);
+    EXPECT_TRUE(call.IsUntouched(before));
+}
+
+TEST(MuxOperations, CheckPointersThoughNoFrameFits)
+{
+    for (const Operation* operation : kOperations) {
+        const int narrow = operation->channels == 1 ? 1 : 2;
+        for (const MuxRow& row : *operation->rows) {
+            if (operation->Layout(row) == narrow) {
+                continue;
+            }
+            // The second buffer has no room for one element of the first's container.
+            const auto run = [&](bool entryIsNull, bool muxIsNull) {
+                Call call(*operation, row, 1);
+                call.buffers[1] = FakeAudioSamples(FormatOfLayout(narrow), 1, 1);
+                if (entryIsNull) {
+                    call.buffers[0].data = Bytes();
+                }
+                if (muxIsNull) {
+                    call.mux.data = Bytes();
+                }
+                const Call before = call;
+                const int status = call.Run();
+                EXPECT_EQ(call.mux.data, before.mux.data) << row.name;
+                EXPECT_EQ(call.Samples(), before.Samples()) << row.name;
+                EXPECT_EQ(call.IsUntouched(before), status != 0) << row.name;
+                return status;
+            };
+            const bool counted = row.blockFrames == 0;
+            const bool packed = operation->Layout(row) >= 20;
+            int nullEntry = kInvalidPointer;
+            if (operation->assembles) {
+                nullEntry = counted && !packed ? 0 : kInvalidParameter;
+                if (std::string(row.name) == "Convert16MonoToMux16") {
+                    nullEntry = kInvalidPointer;
+                }
+            }
+            EXPECT_EQ(run(false, false), 0) << row.name;
+            EXPECT_EQ(run(true, false), nullEntry) << row.name;
+            EXPECT_EQ(run(false, true), operation->assembles && counted ? kInvalidPointer : 0) << row.name;
+        }
+    }
+}
+
 TEST(MuxOperations, CountWholeFrames)
 {
     for (const Operation* operation : kOperations) {

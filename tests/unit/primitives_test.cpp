@@ -92,6 +92,35 @@ TEST_P(Primitives, SetFillsItsSamplesAndNoOthers)
     }
 }
 
+/// Fails under a sanitizer alone, where a build takes its samples for aligned.
+TEST_P(Primitives, TakeSamplesAtOddAddresses)
+{
+    constexpr std::size_t kBytes = 20001;
+    for (const int len : {1, 2, 3, 7, 8, 15, 16, 17, 31, 32, 33, 63, 64, 65, 129, 1000, 9000}) {
+        std::vector<std::uint8_t> bytes(kBytes, 0x5A);
+        auto* const odd = reinterpret_cast<std::int16_t*>(bytes.data() + 1);
+        ASSERT_EQ(GetParam().ippsSet_16s(0x1234, odd, len), ippStsNoErr);
+        std::vector<std::uint8_t> expected(kBytes, 0x5A);
+        for (std::size_t i = 0; i < static_cast<std::size_t>(len); ++i) {
+            expected[1 + 2 * i] = 0x34;
+            expected[2 + 2 * i] = 0x12;
+        }
+        ASSERT_EQ(bytes, expected) << len;
+
+        for (std::size_t i = 0; i < kBytes; ++i) {
+            bytes[i] = static_cast<std::uint8_t>(i * 37 + i / 256);
+        }
+        for (const auto& [from, to] : {std::pair{1, 7}, std::pair{7, 1}, std::pair{1, 2}, std::pair{2, 1}}) {
+            expected = bytes;
+            std::memmove(expected.data() + to, bytes.data() + from, static_cast<std::size_t>(len) * 2);
+            ASSERT_EQ(GetParam().ippsMove_16s(reinterpret_cast<const std::int16_t*>(bytes.data() + from),
+                                              reinterpret_cast<std::int16_t*>(bytes.data() + to), len),
+                      ippStsNoErr);
+            ASSERT_EQ(bytes, expected) << len << " from " << from << " to " << to;
+        }
+    }
+}
+
 TEST_P(Primitives, SetFillsLargeBlocksToTheEndOfMemory)
 {
     const GuardedBuffer memory(5'000'000);

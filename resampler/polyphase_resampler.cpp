@@ -1,6 +1,7 @@
 #include "resampler/polyphase_resampler.h"
 
 #include "component/guid.h"
+#include "signal/filter_rows.h"
 
 #include <zta/status.h>
 
@@ -16,6 +17,7 @@ CPolyphaseResampler::CPolyphaseResampler()
 
 CPolyphaseResampler::~CPolyphaseResampler()
 {
+    ZtaFreePreparedRowsOf(m_pSpec);
     ippsFree(m_pSpec);
     std::free(m_psWorkBuffer);
     std::free(m_psHistory);

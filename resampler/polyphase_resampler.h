@@ -38,7 +38,7 @@ public:
     std::uint64_t m_ulPrimeSamples;                ///< the position of the first output, in samples of history
     std::uint64_t m_aulHistoryCount[kMaxChannels]; ///< valid samples of each channel's history
     double m_adTime[kMaxChannels];                 ///< each channel's next output, in samples from its history's start
-    std::int16_t* m_psWorkBuffer;                  ///< where history and new input meet
+    std::int16_t* m_psWorkBuffer;                  ///< where history and new input meet; holds nothing between calls
     std::int16_t* m_psHistory;                     ///< channel c's starts at sample c * m_ulHistoryStride
     float m_fRollOff;                              ///< cut-off, as a part of the lower rate's half
     float m_fAlpha;                                ///< of the Kaiser window

@@ -2,8 +2,8 @@
 
 #include "kernels/kernel_run.h"
 #include "resampler/polyphase_resampler.h"
+#include "signal/filter_rows.h"
 #include "signal/functions.h"
-#include "signal/prepared_rows.h"
 
 #include <zta/status.h>
 
@@ -26,22 +26,6 @@ std::int16_t* AllocateSamples(std::uint64_t ulSamples)
     return static_cast<std::int16_t*>(std::aligned_alloc(kSampleAlignment, ulSamples * sizeof(std::int16_t)));
 }
 
-/// The work buffer has the rows that were prepared for the run behind it. All of it is written to here, so that no call
-/// of a stream meets memory that the system has yet to provide.
-std::int16_t* AllocateWorkBuffer()
-{
-    constexpr std::uint64_t kAlignment = alignof(SZtaPreparedRows);
-    constexpr std::size_t kBytes = kWorkSamples * sizeof(std::int16_t) + sizeof(SZtaPreparedRows);
-    static_assert(kWorkSamples * sizeof(std::int16_t) % kAlignment == 0 && kBytes % kAlignment == 0);
-    void* const pvBuffer = std::aligned_alloc(kAlignment, kBytes);
-    return static_cast<std::int16_t*>(pvBuffer == nullptr ? nullptr : std::memset(pvBuffer, 0, kBytes));
-}
-
-SZtaPreparedRows* RowsBehind(std::int16_t* psWorkBuffer)
-{
-    return reinterpret_cast<SZtaPreparedRows*>(psWorkBuffer + kWorkSamples);
-}
-
 /// Null for an object of another class. To find out takes a comparison where it is this very class.
 CPolyphaseResampler* AsStream(IUnknown* pResampler)
 {
@@ -56,15 +40,6 @@ void Prime(std::int16_t* psHistory, std::uint64_t& rulCount, double& rdTime, std
     rulCount = ulFilterLength / 2 + 1;
     rdTime = static_cast<double>(rulCount);
     ippsSet_16s(sFirst, psHistory, static_cast<int>(rulCount));
-}
-
-/// Moves as many samples as a channel's store holds, the valid ones first: to move those alone takes longer. What
-/// follows in the work buffer, or behind it, is never looked at.
-void MoveHistory(const std::int16_t* psFrom, std::int16_t* psTo)
-{
-    std::int16_t asHistory[kHistoryStride];
-    std::memcpy(asHistory, psFrom, sizeof(asHistory));
-    std::memcpy(psTo, asHistory, sizeof(asHistory));
 }
 
 } // namespace
@@ -114,7 +89,7 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     pStream->m_ulOutputRate = ulOutRate;
     pStream->m_ulFilterLength = kFilterLength;
     pStream->m_ulWorkSamples = kWorkSamples;
-    pStream->m_psWorkBuffer = AllocateWorkBuffer();
+    pStream->m_psWorkBuffer = AllocateSamples(kWorkSamples);
     pStream->m_psHistory = AllocateSamples(ulChannels * kHistoryStride);
     pStream->m_ulPrimeSamples = kFilterLength / 2 + 1;
     pStream->m_ulHistoryStride = kHistoryStride;
@@ -123,6 +98,10 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     std::fill(std::begin(pStream->m_adTime), std::end(pStream->m_adTime),
               static_cast<double>(pStream->m_ulPrimeSamples));
     ippsSet_16s(0, pStream->m_psHistory, static_cast<int>(ulChannels * kHistoryStride));
+    if (pStream->m_psWorkBuffer != nullptr) {
+        // No call of the stream then meets memory that the system has yet to provide.
+        std::memset(pStream->m_psWorkBuffer, 0, kWorkSamples * sizeof(std::int16_t));
+    }
 
     int iSize = 0;
     int iLength = 0;
@@ -133,13 +112,16 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     ippsResamplePolyphaseFixedGetSize_16s(iInRate, iOutRate, iFilterLength, &iSize, &iLength, &iHeight,
                                           pStream->m_eHint);
     pStream->m_pSpec = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(iSize));
+    // Each allocation is checked, though hosts expect no status for it: a clear status code is better than a later
+    // crash. The primitives refuse null, so that nothing above has written through it.
     const bool bAllocated = pStream->m_psWorkBuffer != nullptr && pStream->m_psHistory != nullptr;
     if (!bAllocated || ippsResamplePolyphaseFixedInit_16s(iInRate, iOutRate, iFilterLength, kRollOff, kAlpha,
                                                           pStream->m_pSpec, pStream->m_eHint) != ippStsNoErr) {
         // Hosts see a stream that came to nothing as one live object more: nothing of it is released.
         return ZT_E_INCONSISTENCY_DETECTED;
     }
-    ownPrepareRows_16s(pStream->m_pSpec, RowsBehind(pStream->m_psWorkBuffer));
+    // That these may be missing is no failure: the stream is slower then.
+    ZtaPrepareRowsOf(pStream->m_pSpec);
     *ppResampler = pStream;
     pStream->AddRef();
     return ZT_NOERROR;
@@ -178,12 +160,15 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         return ZT_E_INVALID_POINTER;
     }
     CPolyphaseResampler* const pStream = AsStream(pResampler);
-    if (pStream == nullptr || ulChannel >= std::min(pStream->m_ulChannels, CPolyphaseResampler::kMaxChannels)) {
+    if (pStream == nullptr || pStream->m_ulInputRate == 0) { // no stream, or one that nothing has set up
         return ZT_E_INVALID_PARAMETER;
     }
     const std::uint64_t ulNeeded = pStream->m_ulOutputRate * ulInSamples / pStream->m_ulInputRate;
     if (ulNeeded + 1 > ulOutSamples) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    if (ulChannel >= std::min(pStream->m_ulChannels, CPolyphaseResampler::kMaxChannels)) {
+        return ZT_E_INVALID_PARAMETER;
     }
 
     const auto* psIn = static_cast<const std::int16_t*>(pIn);
@@ -194,11 +179,12 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
     double dTime = pStream->m_adTime[ulChannel];
     if (eMode == keZtAudioResamplerModeRestart && ulInSamples > 0) {
         std::int16_t sFirst = 0; // the host's samples may lie at any address
-        std::memcpy(&sFirst, psIn, sizeof(sFirst));
+        std::memcpy(&sFirst, pIn, sizeof(sFirst));
         Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, sFirst);
     }
-    MoveHistory(psHistory, psWork);
+    ippsMove_16s(psHistory, psWork, static_cast<int>(ulCount));
 
+    const SZtaPreparedRows& rsRows = ZtaPreparedRowsOf(pStream->m_pSpec);
     std::uint64_t ulWritten = 0;
     while (ulInSamples > 0) {
         const std::uint64_t ulChunk = std::min(pStream->m_ulWorkSamples - ulCount, ulInSamples);
@@ -210,7 +196,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
                                 static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         int iOutputs = 0;
         ownResamplePrepared_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
-                                RowsBehind(psWork));
+                                &rsRows);
         const std::int64_t lConsumed =
             static_cast<std::int64_t>(dTime) - static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         ulCount = ulTotal - static_cast<std::uint64_t>(lConsumed);
@@ -219,10 +205,10 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         psOut += iOutputs;
         psIn += ulChunk;
         ulInSamples -= ulChunk;
-        // The rest begins the next pass, or waits for the next buffer.
-        MoveHistory(psWork + lConsumed, ulInSamples > 0 ? psWork : psHistory);
+        ippsMove_16s(psWork + lConsumed, psWork, static_cast<int>(ulCount)); // the rest begins the next pass
     }
 
+    ippsMove_16s(psWork, psHistory, static_cast<int>(ulCount)); // or waits for the next buffer
     pStream->m_aulHistoryCount[ulChannel] = ulCount;
     pStream->m_adTime[ulChannel] = dTime;
     ulOutSamples = ulWritten;

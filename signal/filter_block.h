@@ -11,8 +11,9 @@ struct IppsResamplingPolyphaseFixed_16s {
     std::int32_t halfLen; ///< a row has 2 * halfLen taps, and row 0 one more
     std::int32_t tapKind; ///< 2 for 16-bit taps, 1 for single-precision taps
     std::int16_t* pStep;  ///< by how many samples the source moves after an output of each phase
-    void** pRows;         ///< the taps of each phase
+    void** pRows;         ///< the taps of each phase, and behind them the prepared rows, where the filter has such
     std::uint32_t reserved;
+    std::uint32_t ulRowsOf; ///< tells whether the filter has prepared rows (see filter_rows.h); 0 in a new filter
 };
 
 static_assert(sizeof(IppsResamplingPolyphaseFixed_16s) == 48);
@@ -23,3 +24,4 @@ static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, tapKind) == 16);
 static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, pStep) == 24);
 static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, pRows) == 32);
 static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, reserved) == 40);
+static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, ulRowsOf) == 44);

@@ -33,7 +33,8 @@ struct SZtaPreparedRows;
         (std::int16_t val, std::int16_t* pDst, int len), \
         (val, pDst, len))
 
-/// The same, for the resampler alone: its filters and its calls are such that preparing the rows once pays.
+/// The same, for the resampler alone: its filters and its calls are such that preparing the rows once pays. Without
+/// pRows a long run prepares its own, as that of the public function does.
 #define ZTA_IPP_HIDDEN_LIST(ROW, prefix) \
     ROW(void, ownPrepareRows_16s, prefix, \
         (const IppsResamplingPolyphaseFixed_16s* pSpec, SZtaPreparedRows* pRows), \

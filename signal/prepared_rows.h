@@ -9,7 +9,7 @@
 /// by side, so that each lane of a register works for one output and no sum is added up across a register. Where a
 /// period ends within a group, two may follow one another, so that fewer lanes go unused.
 ///
-/// Whichever build is selected may be handed rows that another has prepared: builds that use them make them alike, the
+/// Where they lie is for filter_rows.h. Whichever build is selected may be handed rows that another has prepared: builds that use them make them alike, the
 /// others leave them empty and take no notice of them.
 struct SZtaPreparedRows {
     static constexpr int kiLanes = 16;
@@ -38,5 +38,5 @@ struct SZtaPreparedRows {
     /// run that reads each advance from memory waits for it before it can ask for samples.
     std::uint64_t ulAdvances;
     std::int32_t lLeastAdvance;
-    std::int32_t lGroups; ///< 0 where this form cannot serve the filter
+    std::int32_t lGroups; ///< 0 where there are none, or where this form cannot serve the filter
 };

@@ -1,6 +1,10 @@
 #include "tests/support/engine_fixture.h"
 
 #include "resampler/polyphase_resampler.h"
+#include "signal/filter_block.h"
+#include "signal/prepared_rows.h"
+#include "tests/support/guarded_buffer.h"
+#include "tests/support/signal_builds.h"
 
 #include <cmath>
 #include <numeric>
@@ -599,6 +603,270 @@ TEST(ResamplerKernel, KeepsItsChannelsApart)
     room = out.size();
     EXPECT_EQ(resample.Resample16BitMonoTo16BitMono(1, in.data(), room, out.data(), kRestart, 2, stream.Get()),
               ZT_E_INVALID_PARAMETER);
+}
+
+TEST(ResamplerKernel, LooksForTheStreamThenForTheRoomThenForTheChannel)
+{
+    CZtaResampleAudio resample;
+    IUnknown* made = nullptr;
+    ASSERT_EQ(resample.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 2, &made), 0);
+    const auto stream = host::Ref<IUnknown>::Adopt(made);
+    Samples16 in = Noise(1000, 13);
+    Samples16 out(2000);
+    const auto run = [&](unsigned long room, unsigned long channel, IUnknown* to) {
+        const unsigned long offered = room;
+        const int status =
+            resample.Resample16BitMonoTo16BitMono(in.size(), in.data(), room, out.data(), kRestart, channel, to);
+        EXPECT_TRUE(status == 0 || room == offered);
+        return status;
+    };
+    CPolyphaseResampler bare; // nothing has set it up
+    for (const unsigned long channel : {1UL, 2UL, 15UL, 16UL, ~0UL}) {
+        EXPECT_EQ(run(1000, channel, nullptr), ZT_E_INVALID_POINTER);
+        EXPECT_EQ(run(1000, channel, &bare), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ(run(1088, channel, stream.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL) << channel;
+        EXPECT_EQ(run(1089, channel, stream.Get()), channel < 2 ? 0 : ZT_E_INVALID_PARAMETER) << channel;
+    }
+}
+
+/// A stream, and the kernel that runs it.
+class StreamState : public testing::Test {
+protected:
+    using Filter = IppsResamplingPolyphaseFixed_16s;
+
+    struct FreeFilter {
+        void operator()(Filter* filter) const { ippsFree(filter); }
+    };
+    using OwnFilter = std::unique_ptr<Filter, FreeFilter>;
+
+    host::Ref<IUnknown> Make(unsigned long from, unsigned long to, unsigned long channels = 1)
+    {
+        IUnknown* made = nullptr;
+        EXPECT_EQ(kernel_.CreateAudioResamplerMono16BitsToMono16Bits(from, to, channels, &made), 0);
+        return host::Ref<IUnknown>::Adopt(made);
+    }
+
+    static CPolyphaseResampler& State(const host::Ref<IUnknown>& stream)
+    {
+        return dynamic_cast<CPolyphaseResampler&>(*stream);
+    }
+
+    Samples16 Run(const host::Ref<IUnknown>& stream, const Samples16& in, EZtAudioResamplerMode mode,
+                  unsigned long channel = 0)
+    {
+        Samples16 out(2 * in.size() + 2);
+        unsigned long written = out.size();
+        EXPECT_EQ(kernel_.Resample16BitMonoTo16BitMono(in.size(), const_cast<std::int16_t*>(in.data()), written,
+                                                       out.data(), mode, channel, stream.Get()),
+                  0);
+        out.resize(written);
+        return out;
+    }
+
+    /// A filter of the caller's own, at rates of 44100 and 48000.
+    static OwnFilter MakeFilter(float rollOff)
+    {
+        constexpr int kBytes = 40100;
+        unsigned char* const memory = ippsMalloc_8u(kBytes);
+        std::memset(memory, 0xA5, kBytes);
+        OwnFilter filter(reinterpret_cast<Filter*>(memory));
+        Init(filter.get(), rollOff);
+        return filter;
+    }
+
+    static void Init(Filter* filter, float rollOff)
+    {
+        EXPECT_EQ(ippsResamplePolyphaseFixedInit_16s(44100, 48000, 32, rollOff, 9.0F, filter, ippAlgHintFast),
+                  ippStsNoErr);
+    }
+
+    CZtaResampleAudio kernel_;
+};
+
+TEST_F(StreamState, WorksInAnySamplesOfTheSizeOfTheWorkBuffer)
+{
+    constexpr std::size_t kBytes = 8192 * 2;
+    const Samples16 in = Noise(30000, 14);
+    for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
+        const auto expected = Make(from, to);
+        const auto stream = Make(from, to);
+        std::int16_t* const own = State(stream).m_psWorkBuffer;
+        // An access behind the buffer ends the program, and in another call it is another one.
+        const GuardedBuffer first(kBytes);
+        const GuardedBuffer second(kBytes);
+        std::size_t at = 0;
+        EZtAudioResamplerMode mode = kRestart;
+        for (const std::size_t frames : {1U, 20U, 480U, 9000U, 3U, 441U, 20000U}) {
+            const GuardedBuffer& memory = at % 2 == 0 ? first : second;
+            std::memset(memory.Begin(), 0x77, memory.Size());
+            State(stream).m_psWorkBuffer = reinterpret_cast<std::int16_t*>(memory.End() - kBytes);
+            const Samples16 piece(in.begin() + static_cast<std::ptrdiff_t>(at),
+                                  in.begin() + static_cast<std::ptrdiff_t>(at + frames));
+            EXPECT_EQ(Run(stream, piece, mode), Run(expected, piece, mode)) << frames;
+            at += frames;
+            mode = kContinue;
+        }
+        State(stream).m_psWorkBuffer = own;
+    }
+}
+
+TEST_F(StreamState, TouchesNothingBehindTheValidHistory)
+{
+    static constexpr std::int16_t kPaint = 0x5B5B;
+    for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
+        const auto stream = Make(from, to, 2);
+        CPolyphaseResampler& state = State(stream);
+        const auto paint = [&state](unsigned long channel) {
+            std::fill_n(state.m_psWorkBuffer, 8192, kPaint);
+            std::int16_t* const history = state.m_psHistory + channel * 48;
+            std::fill(history + state.m_aulHistoryCount[channel], history + 48, kPaint);
+        };
+        const auto isPaint = [=](const std::int16_t* begin, const std::int16_t* end) {
+            return std::all_of(begin, end, [=](std::int16_t sample) { return sample == kPaint; });
+        };
+        for (const std::size_t frames : {1U, 2U, 16U, 17U, 18U, 30U, 480U, 8000U}) {
+            for (const EZtAudioResamplerMode mode : {kRestart, kContinue}) {
+                for (const unsigned long channel : {0UL, 1UL}) {
+                    paint(channel);
+                    const std::uint64_t before = mode == kRestart ? 17 : state.m_aulHistoryCount[channel];
+                    const Samples16 in = Noise(frames, 15);
+                    Run(stream, in, mode, channel);
+                    const std::uint64_t count = state.m_aulHistoryCount[channel];
+                    const std::int16_t* const history = state.m_psHistory + channel * 48;
+                    const auto rest = static_cast<std::ptrdiff_t>(std::min<std::size_t>(count, frames));
+                    EXPECT_TRUE(std::equal(in.end() - rest, in.end(), history + count - rest)) << frames;
+                    // Beyond what a call may have moved there, whether from the old history or the new.
+                    const std::uint64_t touched = mode == kRestart ? std::max<std::uint64_t>(count, 17) : count;
+                    EXPECT_TRUE(isPaint(history + std::max(touched, before), history + 48)) << frames;
+                    EXPECT_TRUE(std::equal(history, history + count, state.m_psWorkBuffer)) << frames;
+                    EXPECT_TRUE(isPaint(state.m_psWorkBuffer + before + frames, state.m_psWorkBuffer + 8192)) << frames;
+                }
+            }
+        }
+    }
+}
+
+TEST_F(StreamState, HasItsRowsPreparedForItsOwnFilterAlone)
+{
+    const Samples16 in = Noise(3000, 16);
+    const auto usual = Make(44100, 48000);
+    const Samples16 full = Run(usual, in, kRestart);
+    // With a filter of the caller's own, in other memory.
+    const auto other = Make(44100, 48000);
+    Filter* const own = State(other).m_pSpec;
+    const OwnFilter half = MakeFilter(0.5F);
+    State(other).m_pSpec = half.get();
+    const Samples16 halved = Run(other, in, kRestart);
+    EXPECT_NE(halved, full);
+    // That is what the public function makes of it.
+    Samples16 stretch(17, in[0]);
+    stretch.insert(stretch.end(), in.begin(), in.end());
+    Samples16 expected(4000);
+    double time = 17.0;
+    int count = 0;
+    ASSERT_EQ(ippsResamplePolyphaseFixed_16s(stretch.data(), static_cast<int>(in.size()) - 17, expected.data(), 1.0F,
+                                             &time, &count, half.get()),
+              ippStsNoErr);
+    expected.resize(static_cast<std::size_t>(count));
+    EXPECT_EQ(halved, expected);
+    State(other).m_pSpec = own;
+    EXPECT_EQ(Run(other, in, kRestart), full);
+    // With another filter in the same memory.
+    Init(State(other).m_pSpec, 0.5F);
+    EXPECT_EQ(Run(other, in, kRestart), halved);
+}
+
+TEST_F(StreamState, SharesNoRowsWithACopyOfItsFilter)
+{
+    const Samples16 in = Noise(3000, 17);
+    auto stream = Make(44100, 48000);
+    const Samples16 expected = Run(stream, in, kRestart);
+    const auto other = Make(44100, 48000);
+    // A copy that is complete: no pointer of it leads to the original.
+    constexpr int kBytes = 40100;
+    auto* const copy = reinterpret_cast<Filter*>(ippsMalloc_8u(kBytes));
+    const Filter* const filter = State(stream).m_pSpec;
+    std::memcpy(static_cast<void*>(copy), filter, kBytes);
+    const auto moved = [&](const void* pointer) {
+        return reinterpret_cast<std::uint8_t*>(copy) +
+               (static_cast<const std::uint8_t*>(pointer) - reinterpret_cast<const std::uint8_t*>(filter));
+    };
+    copy->pStep = reinterpret_cast<std::int16_t*>(moved(filter->pStep));
+    copy->pRows = reinterpret_cast<void**>(moved(filter->pRows));
+    for (int phase = 0; phase < 160; ++phase) {
+        copy->pRows[phase] = moved(filter->pRows[phase]);
+    }
+    Filter* const own = State(other).m_pSpec;
+    State(other).m_pSpec = copy;
+    stream = host::Ref<IUnknown>(); // and its rows are gone
+    EXPECT_EQ(Run(other, in, kRestart), expected);
+    State(other).m_pSpec = own;
+    ippsFree(copy);
+}
+
+/// The rows lie in memory of their own, for the builds that have a use for them.
+TEST_F(StreamState, HasItsRowsInABlockThatTheFilterNames)
+{
+    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+        ippSetCpuFeatures(build.features);
+        const auto stream = Make(44100, 48000);
+        const Filter* const filter = State(stream).m_pSpec;
+        const bool prepares = (build.features & keZtaFeatureAvx2) != 0;
+        EXPECT_EQ(filter->ulRowsOf != 0, prepares) << build.prefix;
+        EXPECT_EQ(filter->reserved, 0U);
+        if (prepares) {
+            const auto* const rows = static_cast<const SZtaPreparedRows*>(filter->pRows[filter->outRate]);
+            EXPECT_EQ(rows->lGroups, 10);
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(rows) % 64, 0U);
+        }
+    }
+    ippInit();
+}
+
+/// The host's samples, the work buffer and the history alike, with each build.
+TEST_F(StreamState, TakesSamplesAtOddAddresses)
+{
+    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+        ippSetCpuFeatures(build.features);
+        for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
+            for (const bool hasRows : {true, false}) {
+                const auto even = Make(from, to);
+                const auto odd = Make(from, to);
+                CPolyphaseResampler& state = State(odd);
+                if (!hasRows) {
+                    Filter* const filter = state.m_pSpec;
+                    if (filter->ulRowsOf != 0) {
+                        ippFree(filter->pRows[filter->outRate]);
+                        filter->ulRowsOf = 0;
+                    }
+                }
+                std::int16_t* const work = state.m_psWorkBuffer;
+                std::int16_t* const history = state.m_psHistory;
+                std::vector<std::uint8_t> oddWork(8192 * 2 + 1);
+                std::vector<std::uint8_t> oddHistory(48 * 2 + 1);
+                state.m_psWorkBuffer = reinterpret_cast<std::int16_t*>(oddWork.data() + 1);
+                state.m_psHistory = reinterpret_cast<std::int16_t*>(oddHistory.data() + 1);
+                EZtAudioResamplerMode mode = kContinue;
+                for (const std::size_t frames : {1000U, 1U, 17U, 33U, 9000U, 480U}) {
+                    const Samples16 in = Noise(frames, 12);
+                    const Samples16 expected = Run(even, in, mode);
+                    std::vector<std::uint8_t> source(in.size() * 2 + 1);
+                    std::memcpy(source.data() + 1, in.data(), in.size() * 2);
+                    std::vector<std::uint8_t> destination(in.size() * 4 + 5);
+                    unsigned long written = in.size() * 2 + 2;
+                    EXPECT_EQ(kernel_.Resample16BitMonoTo16BitMono(in.size(), source.data() + 1, written,
+                                                                   destination.data() + 1, mode, 0, odd.Get()),
+                              0);
+                    ASSERT_EQ(written, expected.size()) << build.prefix;
+                    EXPECT_EQ(std::memcmp(destination.data() + 1, expected.data(), written * 2), 0) << build.prefix;
+                    mode = frames == 1000 ? kRestart : kContinue;
+                }
+                state.m_psWorkBuffer = work;
+                state.m_psHistory = history;
+            }
+        }
+    }
+    ippInit();
 }
 
 TEST(ResamplerKernel, TakesSamplesAtOddAddresses)

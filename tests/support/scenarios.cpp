@@ -1,7 +1,9 @@
 #include "tests/support/scenarios.h"
 
 #include "host/formats.h"
+#include "resampler/polyphase_resampler.h"
 #include "resampler/resample_audio.h"
+#include "signal/filter_block.h"
 
 #include <zta/status.h>
 
@@ -228,8 +230,19 @@ host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFor
     return host::Ref<IUnknown>::Adopt(stream);
 }
 
+/// Makes a stream one whose creation found no memory for the rows that it prepares.
+void DropPreparedRows(IUnknown& stream)
+{
+    IppsResamplingPolyphaseFixed_16s* const filter = dynamic_cast<CPolyphaseResampler&>(stream).m_pSpec;
+    if (filter->ulRowsOf != 0) {
+        ippFree(filter->pRows[filter->outRate]);
+        filter->ulRowsOf = 0;
+    }
+}
+
 /// One buffer of a stream of the given formats, after a first one that restarts it.
-ScenarioRow ResampleRow(const std::string& path, const Side& input, const Side& output, int status = 0)
+ScenarioRow ResampleRow(const std::string& path, const Side& input, const Side& output, int status = 0,
+                        bool hasRows = true)
 {
     return {"Resample", "Resample" + path, status, false, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
@@ -238,6 +251,9 @@ ScenarioRow ResampleRow(const std::string& path, const Side& input, const Side& 
                 IZtAudioSamples* in = scenario.inputs[0].Get();
                 IZtAudioSamples* out = scenario.outputs[0].Get();
                 const auto stream = MakeStream(input.format, output.format);
+                if (!hasRows) {
+                    DropPreparedRows(*stream);
+                }
                 scenario.run = [=](IZtaAudioSamplesEngine& engine) {
                     return engine.ProcessAudioResampler(in, out, keZtAudioResamplerModeRestart, stream.Get());
                 };
@@ -384,6 +400,8 @@ const std::vector<ScenarioRow>& Scenarios()
         ResampleRow("StereoUp", {Pcm16(2, 44100), 500}, {Pcm16(2, 48000), 600}),
         ResampleRow("StereoDown", {Pcm16(2, 48000), 500}, {Pcm16(2, 44100), 500}),
         ResampleRow("SeveralPasses", {Pcm16(1, 44100), 20000}, {Pcm16(1, 48000), 22000}),
+        ResampleRow("UpWithoutPreparedRows", {Pcm16(1, 44100), 20000}, {Pcm16(1, 48000), 22000}, 0, false),
+        ResampleRow("DownWithoutPreparedRows", {Pcm16(2, 48000), 20000}, {Pcm16(2, 44100), 20000}, 0, false),
         ResampleRow("WithoutRoom", {Pcm16(1, 44100), 500}, {Pcm16(1, 48000), 500}, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
         ResampleRow("OfOtherRates", {Pcm16(1, 44100), 500}, {Pcm16(1, 96000), 1500}, ZT_E_INVALID_AUDIO_SAMPLING_RATE),
     };

@@ -9,8 +9,8 @@
 /// by side, so that each lane of a register works for one output and no sum is added up across a register. Where a
 /// period ends within a group, two may follow one another, so that fewer lanes go unused.
 ///
-/// Where they lie is for filter_rows.h. Whichever build is selected may be handed rows that another has prepared: builds that use them make them alike, the
-/// others leave them empty and take no notice of them.
+/// Where they lie is for filter_rows.h. Whichever build is selected may be handed rows that another has prepared:
+/// builds that use them make them alike, the others leave them empty and take no notice of them.
 struct SZtaPreparedRows {
     static constexpr int kiLanes = 16;
     static constexpr int kiTaps = 32; ///< of a row; that of phase 0 has one more, which must be 0

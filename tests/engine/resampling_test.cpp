@@ -771,8 +771,11 @@ TEST_F(StreamState, HasItsRowsPreparedForItsOwnFilterAlone)
     EXPECT_EQ(halved, expected);
     State(other).m_pSpec = own;
     EXPECT_EQ(Run(other, in, kRestart), full);
-    // With another filter in the same memory.
-    Init(State(other).m_pSpec, 0.5F);
+    // With another filter in the same memory, after which nothing tells of the rows.
+    void* const rows = own->ulRowsOf != 0 ? own->pRows[own->outRate] : nullptr;
+    Init(own, 0.5F);
+    EXPECT_EQ(own->ulRowsOf, 0U);
+    ippFree(rows);
     EXPECT_EQ(Run(other, in, kRestart), halved);
 }
 

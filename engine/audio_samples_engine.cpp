@@ -1,7 +1,6 @@
 #include "engine/audio_samples_engine.h"
 
 #include "component/guid.h"
-#include "engine/operation.h"
 
 #include <zta/status.h>
 
@@ -99,7 +98,7 @@ int CZtaAudioSamplesEngine::Convert32BitAudioSampleFrom20To24(IZtAudioSamples* p
     return pBuffer->SetWaveFormat(&rsFormat);
 }
 
-int CZtaAudioSamplesEngine::EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
+void CZtaAudioSamplesEngine::SignalFailure(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
                                            std::initializer_list<IZtAVContent*> oOutputs)
 {
     for (IZtAVContent* pInput : oInputs) {
@@ -113,10 +112,4 @@ int CZtaAudioSamplesEngine::EndFailedEntry(int iStatus, std::initializer_list<IZ
             pOutput->SignalWriteCompletion();
         }
     }
-    // A call that failed before it took the latch clears it all the same, even while another operation runs: hosts
-    // count on a failed call to free a stuck engine.
-    if (iStatus != ZT_E_MODULE_BUSY) {
-        m_ui32Busy.exchange(0);
-    }
-    return iStatus;
 }

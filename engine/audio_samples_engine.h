@@ -1,7 +1,7 @@
 #pragma once
 
-#include "component/smart_ptr.h"
 #include "component/unknown.h"
+#include "engine/operation.h"
 #include "kernels/bit_depth.h"
 #include "kernels/data_type.h"
 #include "kernels/fade.h"
@@ -32,6 +32,12 @@ enum class EEntryDescriptions {
     RelabelTwentyBits,      ///< a failure is ZT_E_INVALID_PARAMETER; a buffer of 20 valid bits is relabelled
     LeaveLabels,            ///< a failure is ZT_E_INVALID_PARAMETER; labels stay
     LeaveLabelsAndHostCode, ///< a failure is what the host returned; labels stay
+};
+
+/// How a worker with one input and one output ends; see EndOneToOne.
+enum class EOneToOneEnding {
+    SignalBuffers,  ///< records a failure before the busy flag is cleared; signals the buffers
+    SignalContents, ///< queries the contents after the busy flag is cleared; records a failure between the signals
 };
 
 /// The service object of the module.
@@ -157,10 +163,10 @@ private:
                    : ZT_NOERROR;
     }
 
-    /// GetAudioSamplesDescription as most entries make it, with the label fix behind it.
+    /// Requests a description as most entry points do, and relabels 20 valid bits.
     ZTA_INTERNAL int DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
     {
-        if (pBuffer->GetAudioSamplesDescription(&rsDescription) < 0) {
+        if (RequestDescription(pBuffer, rsDescription) < 0) {
             return ZT_E_INVALID_PARAMETER;
         }
         return FixLabel(pBuffer, rsDescription);
@@ -172,26 +178,96 @@ private:
                                    IZtAudioSamples* pOutput, CheckFormats rCheckFormats, SaveInfo rSaveInfo,
                                    int (CZtaAudioSamplesEngine::*pfnProcess)());
 
-    /// The failure ending of an entry: signals the contents that were obtained (the others are null), records the
-    /// status on the outputs, clears the latch and returns the status.
+    /// The failure ending of an entry point: calls `rSignalArray`, signals the contents that were obtained (the others
+    /// are null), records the status on the outputs, clears the busy flag and returns the status.
+    template <class SignalArray>
     ZTA_INTERNAL int EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
-                                    std::initializer_list<IZtAVContent*> oOutputs);
-
-    /// What a worker does between its work and its signals: drops the operands and frees the latch, so that whoever
-    /// is woken by a signal may start the next operation.
-    ZTA_INTERNAL void EndWork()
+                                    std::initializer_list<IZtAVContent*> oOutputs, SignalArray rSignalArray)
     {
-        ReleaseAllSavedInfo();
-        m_ui32Busy.exchange(0);
+        const CScopedClearBusy oClearBusy(*this, iStatus);
+        rSignalArray();
+        SignalFailure(iStatus, oInputs, oOutputs);
+        return iStatus;
     }
+    ZTA_INTERNAL int EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
+                                    std::initializer_list<IZtAVContent*> oOutputs)
+    {
+        return EndFailedEntry(iStatus, oInputs, oOutputs, [] {});
+    }
+    ZTA_INTERNAL static void SignalFailure(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
+                                           std::initializer_list<IZtAVContent*> oOutputs);
+
+    /// Clears the busy flag at the end of a failed call, also if a signal raises an exception.
+    ///
+    /// A call that failed before it set the flag clears it all the same, even while another operation runs: hosts
+    /// count on a failed call to free a stuck engine.
+    class ZTA_INTERNAL CScopedClearBusy {
+    public:
+        CScopedClearBusy(CZtaAudioSamplesEngine& rEngine, int iStatus) : m_rEngine(rEngine), m_iStatus(iStatus) {}
+        CScopedClearBusy(const CScopedClearBusy&) = delete;
+        CScopedClearBusy& operator=(const CScopedClearBusy&) = delete;
+        ~CScopedClearBusy()
+        {
+            if (m_iStatus != ZT_E_MODULE_BUSY) {
+                m_rEngine.m_ui32Busy.exchange(0);
+            }
+        }
+
+    private:
+        CZtaAudioSamplesEngine& m_rEngine;
+        int m_iStatus;
+    };
+
+    /// The exception guard of an operation that has set the busy flag. Its destructor releases the operands and clears
+    /// the flag if an exception leaves the scope before End or Dismiss. The buffers get no signal in that case.
+    class ZTA_INTERNAL CScopedEndOperation {
+    public:
+        explicit CScopedEndOperation(CZtaAudioSamplesEngine& rEngine) : m_pEngine(&rEngine) {}
+        CScopedEndOperation(const CScopedEndOperation&) = delete;
+        CScopedEndOperation& operator=(const CScopedEndOperation&) = delete;
+        ~CScopedEndOperation() { End(); }
+
+        /// Releases the operands, then clears the flag. A worker calls this before its signals, so that a thread that
+        /// a signal wakes can start the next operation.
+        void End()
+        {
+            if (m_pEngine != nullptr) {
+                m_pEngine->ReleaseAllSavedInfo();
+                m_pEngine->m_ui32Busy.exchange(0);
+                m_pEngine = nullptr;
+            }
+        }
+
+        void Dismiss() { m_pEngine = nullptr; }
+
+    private:
+        CZtaAudioSamplesEngine* m_pEngine;
+    };
+
+    /// The last part of an entry point, after the busy flag is set: `rPrepare` saves the operands and marks the start
+    /// of writing; then the worker runs, under a guard of its own.
+    template <class Prepare>
+    ZTA_INTERNAL int RunWorker(Prepare rPrepare, int (CZtaAudioSamplesEngine::*pfnProcess)())
+    {
+        {
+            CScopedEndOperation oOperation(*this);
+            rPrepare();
+            oOperation.Dismiss();
+        }
+        return (this->*pfnProcess)();
+    }
+
+    /// The end of a worker with one input and one output: records a failure on the output, ends the operation, and
+    /// signals both buffers. Returns the status of the last signal.
+    template <EOneToOneEnding eEnding>
+    ZTA_INTERNAL static int EndOneToOne(CScopedEndOperation& rOperation, IZtAudioSamples* pInput,
+                                        IZtAudioSamples* pOutput, int iStatus);
 
     /// To be called before the first slots of m_apSavedBuffers are filled.
     ZTA_INTERNAL void UseSlots(unsigned long ulSlots)
     {
         m_ui16UsedSlots = std::max(m_ui16UsedSlots, static_cast<std::uint16_t>(ulSlots));
     }
-
-    class ZTA_INTERNAL CEndWorkOnExit;
 
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
@@ -243,8 +319,7 @@ private:
     ZTA_INTERNAL int EnterSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
                                 unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
                                 int (CZtaAudioSamplesEngine::*pfnProcess)());
-    ZTA_INTERNAL int OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer,
-                                     TZtSmartPtr<IZtAVContent>& rContent);
+    ZTA_INTERNAL int OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer, CContentHolder& rContent);
     template <class Kernel, class Convert>
     ZTA_INTERNAL int ProcessSplit(Kernel& rKernel, Convert pfnConvert);
 

@@ -27,6 +27,7 @@ int CZtaAudioSamplesEngine::GetInfoCopyConv(IZtAudioSamples** ppSource, IZtAudio
 
 int CZtaAudioSamplesEngine::ProcessCopyConv()
 {
+    CScopedEndOperation oOperation(*this);
     IZtAudioSamples* pSource = nullptr;
     IZtAudioSamples* pDestination = nullptr;
     GetInfoCopyConv(&pSource, &pDestination);
@@ -42,24 +43,16 @@ int CZtaAudioSamplesEngine::ProcessCopyConv()
         iStatus = Reported(oDestination->GetAudioSamplesDescription(&sDestination));
     }
     if (iStatus >= 0) {
-        // Read once more: the producer may have failed since the entry looked. That is no news for the log.
+        // Read once more: the producer may have failed after the entry point read the code. It is not logged.
         oSource->GetErrorCode(&iStatus);
-        if (IsToleratedErrorCode(iStatus)) {
-            iStatus = ZT_NOERROR;
-        }
+        iStatus = ClearToleratedCode(iStatus);
     }
     if (iStatus >= 0) {
         iStatus =
             Reported(sSource.bFadeIn || sSource.bFadeOut ? CopyFaded(pSource, sSource, pDestination, sDestination)
                                                          : BufferCopy(pSource, &sSource, pDestination, &sDestination));
     }
-    if (iStatus < 0) {
-        oDestination->SetErrorCode(iStatus);
-    }
-    EndWork();
-    oSource->SignalReadCompletion();
-    oDestination->MarkWriteStopTime();
-    oDestination->SignalWriteCompletion();
+    EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pSource, pDestination, iStatus);
     return iStatus;
 }
 
@@ -76,7 +69,7 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
 
     if (IsSameFormat(rsDestination.sWaveFormat, sStage.sWaveFormat)) {
         iStatus = BufferCopy(pSource, &rsSource, pDestination, &rsDestination);
-        return iStatus >= 0 ? FadeInPlace(m_oApplyFade, pDestination, rsSource) : iStatus;
+        return iStatus >= 0 ? FadeInPlace(m_oApplyFade, pDestination, rsSource, iStatus) : iStatus;
     }
 
     m_pScratch0->SetWaveFormat(&sStage.sWaveFormat);

@@ -62,6 +62,7 @@ int CZtaAudioSamplesEngine::GetInfoDuplicate(IZtAudioSamples** ppSource, unsigne
 
 int CZtaAudioSamplesEngine::ProcessDuplicate()
 {
+    CScopedEndOperation oOperation(*this);
     IZtAudioSamples* pSource = nullptr;
     IZtAudioSamples* pDestination = nullptr;
     unsigned long ulSourceOffset = 0;
@@ -80,36 +81,39 @@ int CZtaAudioSamplesEngine::ProcessDuplicate()
         iStatus = oDestination->GetAudioSamplesDescription(&sDestination);
     }
     if (iStatus >= 0) {
-        iStatus = ReadErrorCode(oSource, iStatus);
+        oSource->GetErrorCode(&iStatus);
+        iStatus = ClearToleratedCode(iStatus);
     }
     if (iStatus >= 0) {
         oDestination->SetPolarity(sSource.ePolarity);
-        SetFades(oDestination, sSource.bFadeIn, sSource.bFadeOut);
+        SetFades(pDestination, sSource.bFadeIn, sSource.bFadeOut);
         iStatus = BufferDuplicateWithOffset(pSource, ulSourceOffset, pDestination, ulDestinationOffset, ulLength);
     }
-    if (iStatus < 0) {
-        oDestination->SetErrorCode(iStatus);
-    }
-    EndWork();
-    oSource->SignalReadCompletion();
-    oDestination->MarkWriteStopTime();
-    // The caller gets the outcome of the signal: that of the work stands on the destination alone.
-    return oDestination->SignalWriteCompletion();
+    // Returns the status of the signal. The status of the operation is recorded on the destination only.
+    return EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pSource, pDestination, iStatus);
 }
 
 int CZtaAudioSamplesEngine::BufferDuplicateWithOffset(IZtAudioSamples* pSource, unsigned long ulSourceOffset,
                                                       IZtAudioSamples* pDestination, unsigned long ulDestinationOffset,
                                                       unsigned long ulLength)
 {
-    const SByteRun sRun = LookAtBytes(pSource, pDestination);
-    if (!IsRunInside(ulSourceOffset, ulLength, sRun.ulLength)) {
+    const SByteSpans sSpans = GetByteSpans(pSource, pDestination);
+    if (!IsRunInside(ulSourceOffset, ulLength, sSpans.ulLength)) {
         return ZT_E_SOURCE_BUFFER_TOO_SMALL;
     }
-    if (!IsRunInside(ulDestinationOffset, ulLength, sRun.ulCapacity)) {
+    if (!IsRunInside(ulDestinationOffset, ulLength, sSpans.ulCapacity)) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    if (ulLength != 0) {
-        std::memmove(sRun.pbyOut + ulDestinationOffset, sRun.pbyIn + ulSourceOffset, ulLength);
+    if (ulLength == 0) {
+        return ZT_NOERROR;
     }
+    // A buffer without an address holds no byte of the run.
+    if (sSpans.pbyIn == nullptr) {
+        return ZT_E_SOURCE_BUFFER_TOO_SMALL;
+    }
+    if (sSpans.pbyOut == nullptr) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    std::memmove(sSpans.pbyOut + ulDestinationOffset, sSpans.pbyIn + ulSourceOffset, ulLength);
     return ZT_NOERROR;
 }

@@ -1,5 +1,4 @@
 #include "engine/audio_samples_engine.h"
-#include "engine/operation.h"
 
 #include <zta/status.h>
 
@@ -28,13 +27,13 @@ int CheckThreeFormats(std::initializer_list<const SZtaWaveFormatInfo*> oFormats,
 int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                          IZtAudioSamples* pStereo)
 {
-    CContentPtr oStereo;
+    CContentHolder oStereo;
     int iStatus = OpenOutput(pStereo, oStereo);
     if (iStatus < 0) {
         return iStatus;
     }
-    CContentPtr oLeft;
-    CContentPtr oRight;
+    CContentHolder oLeft;
+    CContentHolder oRight;
     SZtAudioSamplesDescription sLeft = kEmptyDescription;
     SZtAudioSamplesDescription sRight = kEmptyDescription;
     SZtAudioSamplesDescription sStereo = kEmptyDescription;
@@ -59,11 +58,14 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft,
         iStatus = TakeLatch();
     }
     if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {oLeft, oRight}, {oStereo});
+        return EndFailedEntry(iStatus, {oLeft.Get(), oRight.Get()}, {oStereo.Get()});
     }
-    SaveInfoMonoToStereo(pLeft, pRight, pStereo);
-    oStereo->MarkWriteStartTime();
-    return ProcessMonoToStereo();
+    return RunWorker(
+        [&] {
+            SaveInfoMonoToStereo(pLeft, pRight, pStereo);
+            oStereo->MarkWriteStartTime();
+        },
+        &CZtaAudioSamplesEngine::ProcessMonoToStereo);
 }
 
 int CZtaAudioSamplesEngine::SaveInfoMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
@@ -84,6 +86,7 @@ int CZtaAudioSamplesEngine::GetInfoMonoToStereo(IZtAudioSamples** ppLeft, IZtAud
 
 int CZtaAudioSamplesEngine::ProcessMonoToStereo()
 {
+    CScopedEndOperation oOperation(*this);
     IZtAudioSamples* pLeft = nullptr;
     IZtAudioSamples* pRight = nullptr;
     IZtAudioSamples* pStereo = nullptr;
@@ -110,12 +113,12 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
     }
     // Only a fade that both sides ask for is one of the stereo buffer.
     if (iStatus >= 0 && sLeft.bFadeIn == sRight.bFadeIn && sLeft.bFadeOut == sRight.bFadeOut) {
-        iStatus = FadeInPlace(m_oApplyFade, pStereo, sLeft);
+        iStatus = FadeInPlace(m_oApplyFade, pStereo, sLeft, iStatus);
     }
     if (iStatus < 0) {
         oStereo->SetErrorCode(iStatus);
     }
-    EndWork();
+    oOperation.End();
     Reported(oLeft->SignalReadCompletion());
     Reported(oRight->SignalReadCompletion());
     oStereo->MarkWriteStopTime();
@@ -156,41 +159,23 @@ int CZtaAudioSamplesEngine::InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSam
     return iStatus;
 }
 
-/// Ends the work when it goes out of scope, unless it is cancelled before.
-class CZtaAudioSamplesEngine::CEndWorkOnExit {
-public:
-    explicit CEndWorkOnExit(CZtaAudioSamplesEngine& rEngine) : m_pEngine(&rEngine) {}
-    CEndWorkOnExit(const CEndWorkOnExit&) = delete;
-    CEndWorkOnExit& operator=(const CEndWorkOnExit&) = delete;
-    ~CEndWorkOnExit()
-    {
-        if (m_pEngine != nullptr) {
-            m_pEngine->EndWork();
-        }
-    }
-    void Cancel() { m_pEngine = nullptr; }
-
-private:
-    CZtaAudioSamplesEngine* m_pEngine;
-};
-
 int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                          IZtAudioSamples* pRight)
 {
     if (pLeft == nullptr && pRight == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    CContentPtr oStereo;
-    CContentPtr oLeft;
-    CContentPtr oRight;
+    CContentHolder oStereo;
+    CContentHolder oLeft;
+    CContentHolder oRight;
     SZtAudioSamplesDescription sStereo = kEmptyDescription;
     SZtAudioSamplesDescription sLeft = kEmptyDescription;
     SZtAudioSamplesDescription sRight = kEmptyDescription;
     if (pLeft != nullptr) {
-        // Nobody looks at a failure: a left output without a content throws when its start is marked.
-        QueryContent(pLeft, oLeft);
+        // The status is ignored: a left output without a content raises an exception when its start is marked.
+        oLeft.Query(pLeft);
     }
-    int iStatus = pRight == nullptr ? ZT_E_INVALID_POINTER : QueryContent(pRight, oRight);
+    int iStatus = pRight == nullptr ? ZT_E_INVALID_POINTER : oRight.Query(pRight);
     if (iStatus >= 0) {
         iStatus = OpenInput(pStereo, oStereo);
     }
@@ -210,17 +195,15 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStere
         iStatus = TakeLatch();
     }
     if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {oStereo}, {oLeft, oRight});
+        return EndFailedEntry(iStatus, {oStereo.Get()}, {oLeft.Get(), oRight.Get()});
     }
-    SaveInfoStereoToMono(pStereo, pLeft, pRight);
-    {
-        // Where the mark throws, nobody is signalled, but the engine is free again.
-        CEndWorkOnExit oEndWork(*this);
-        oLeft->MarkWriteStartTime();
-        oRight->MarkWriteStartTime();
-        oEndWork.Cancel();
-    }
-    return ProcessStereoToMono();
+    return RunWorker(
+        [&] {
+            SaveInfoStereoToMono(pStereo, pLeft, pRight);
+            oLeft->MarkWriteStartTime();
+            oRight->MarkWriteStartTime();
+        },
+        &CZtaAudioSamplesEngine::ProcessStereoToMono);
 }
 
 int CZtaAudioSamplesEngine::SaveInfoStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
@@ -241,6 +224,7 @@ int CZtaAudioSamplesEngine::GetInfoStereoToMono(IZtAudioSamples** ppStereo, IZtA
 
 int CZtaAudioSamplesEngine::ProcessStereoToMono()
 {
+    CScopedEndOperation oOperation(*this);
     IZtAudioSamples* pStereo = nullptr;
     IZtAudioSamples* pLeft = nullptr;
     IZtAudioSamples* pRight = nullptr;
@@ -272,7 +256,7 @@ int CZtaAudioSamplesEngine::ProcessStereoToMono()
         oLeft->SetErrorCode(iStatus);
         oRight->SetErrorCode(iStatus);
     }
-    EndWork();
+    oOperation.End();
     Reported(oStereo->SignalReadCompletion());
     oRight->MarkWriteStopTime();
     Reported(oRight->SignalWriteCompletion());
@@ -308,10 +292,9 @@ int CZtaAudioSamplesEngine::SplitStaged(IZtAudioSamples* pStereo, SZtAudioSample
         iStatus = FirstFailure(iStatus, m_pScratch2->SetWaveFormat(&sMonoFormat));
     }
     if (iStatus >= 0) {
-        // A stage beside a larger output of the caller's would be written beyond its end.
-        const bool bStaged = pLeftTarget != pLeft || pRightTarget != pRight;
-        iStatus = bStaged ? m_oConvertStereoToMono.ConvertStereoToMonoStaged(pStereo, pLeftTarget, pRightTarget)
-                          : m_oConvertStereoToMono.ConvertStereoToMono(pStereo, pLeftTarget, pRightTarget);
+        // A scratch buffer next to a larger output of the caller would be written beyond its end.
+        iStatus = m_oConvertStereoToMono.ConvertStereoToMonoChecked(pStereo, pLeftTarget, pRightTarget,
+                                                                    pLeftTarget != pLeft, pRightTarget != pRight);
     }
     if (iStatus >= 0 && pLeftTarget != pLeft) {
         iStatus = m_oConvertBitDepth.ConvertBitDepth(pLeftTarget, pLeft);

@@ -1,5 +1,4 @@
 #include "engine/audio_samples_engine.h"
-#include "engine/operation.h"
 
 #include <zta/status.h>
 
@@ -42,10 +41,10 @@ template <class Signal>
 void SignalEntry(IZtAudioSamples* pBuffer, Signal rSignal)
 {
     if (pBuffer != nullptr) {
-        CContentPtr oContent;
-        QueryContent(pBuffer, oContent);
-        if (oContent != nullptr) {
-            rSignal(static_cast<IZtAVContent*>(oContent));
+        CContentHolder oContent;
+        oContent.Query(pBuffer);
+        if (oContent.Get() != nullptr) {
+            rSignal(oContent.Get());
         }
     }
 }
@@ -81,12 +80,12 @@ public:
         }
     }
 
-    CContentPtr& Add() { return *std::construct_at(m_aoContents + m_ulCount++); }
-    CContentPtr& operator[](unsigned long ulIndex) { return m_aoContents[ulIndex]; }
+    CContentHolder& Add() { return *std::construct_at(m_aoContents + m_ulCount++); }
+    CContentHolder& operator[](unsigned long ulIndex) { return m_aoContents[ulIndex]; }
 
 private:
     union {
-        CContentPtr m_aoContents[kMaxBuffers];
+        CContentHolder m_aoContents[kMaxBuffers];
     };
     unsigned long m_ulCount = 0;
 };
@@ -109,8 +108,7 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
             SaveVolumes(i + 1, psVolumes);
             return ZT_E_INVALID_PARAMETER;
         }
-        m_apSavedBuffers[i] = ppBuffers[i];
-        m_apSavedBuffers[i]->AddRef();
+        FillSlot(m_apSavedBuffers[i], ppBuffers[i]);
     }
     std::for_each(m_apSavedBuffers + ulSlots, m_apSavedBuffers + m_ui16UsedSlots, ReleaseSlot);
     SaveVolumes(kMaxBuffers, psVolumes);
@@ -190,7 +188,7 @@ int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples*
                                           IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                           unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)())
 {
-    CContentPtr oMux;
+    CContentHolder oMux;
     int iStatus = OpenOutput(pMux, oMux);
     if (iStatus < 0) {
         return iStatus;
@@ -220,15 +218,19 @@ int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples*
         iStatus = TakeLatch();
     }
     if (iStatus < 0) {
-        // Every buffer of the array is signalled, also those that were not looked at.
-        for (unsigned long i = 0; ppBuffers != nullptr && i < ulCount; ++i) {
-            SignalEntry(ppBuffers[i], [](IZtAVContent* pContent) { pContent->SignalReadCompletion(); });
-        }
-        return EndFailedEntry(iStatus, {}, {oMux});
+        return EndFailedEntry(iStatus, {}, {oMux.Get()}, [&] {
+            // Signal every buffer of the array, including those that were not validated.
+            for (unsigned long i = 0; ppBuffers != nullptr && i < ulCount; ++i) {
+                SignalEntry(ppBuffers[i], [](IZtAVContent* pContent) { pContent->SignalReadCompletion(); });
+            }
+        });
     }
-    SaveInfoMux(nullptr, pMux, ppBuffers, ulCount, psVolumes, ulVolumeCount);
-    oMux->MarkWriteStartTime();
-    return (this->*pfnProcess)();
+    return RunWorker(
+        [&] {
+            SaveInfoMux(nullptr, pMux, ppBuffers, ulCount, psVolumes, ulVolumeCount);
+            oMux->MarkWriteStartTime();
+        },
+        pfnProcess);
 }
 
 /// Looks at one input of an assembly. Hosts see its description read and its label fixed, but the verdict on it does
@@ -240,15 +242,15 @@ int CZtaAudioSamplesEngine::OpenAssemblyInput(unsigned long ulSide, IZtAudioSamp
         return ZT_E_INVALID_POINTER;
     }
     SZtAudioSamplesDescription sBuffer = kEmptyDescription;
-    const bool bDescribed = pBuffer->GetAudioSamplesDescription(&sBuffer) >= 0;
+    const bool bDescribed = RequestDescription(pBuffer, sBuffer) >= 0;
     const bool bLeftAlone = ulSide == kStereoSide && (sBuffer.sWaveFormat.ulChannels != kStereoSide ||
                                                       sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque);
     if (bDescribed && !bLeftAlone) {
         FixLabel(pBuffer, sBuffer);
     }
-    CContentPtr oContent;
-    const int iStatus = QueryContent(pBuffer, oContent);
-    return iStatus < 0 ? ZT_E_INVALID_PARAMETER : ReadErrorCode(*oContent, iStatus);
+    CContentHolder oContent;
+    const int iStatus = oContent.Query(pBuffer);
+    return iStatus < 0 ? ZT_E_INVALID_PARAMETER : ReadErrorCode(oContent, iStatus);
 }
 
 int CZtaAudioSamplesEngine::ProcessMonoToMux()
@@ -264,6 +266,7 @@ int CZtaAudioSamplesEngine::ProcessStereoToMux()
 template <class Kernel, class Convert>
 int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert, unsigned long ulSide)
 {
+    CScopedEndOperation oOperation(*this);
     SMuxOperands sOperands;
     int iStatus = TakeMuxOperands(sOperands);
     CSamplesPtr oMux;
@@ -277,7 +280,7 @@ int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert,
     SZtAudioSamplesDescription sInput = kEmptyDescription;
     SStageFormat sStage;
     for (unsigned long i = 0; i < sOperands.ulCount && iStatus >= 0; ++i) {
-        const int iDescribed = sOperands.apBuffers[i]->GetAudioSamplesDescription(&sInput);
+        const int iDescribed = RequestDescription(sOperands.apBuffers[i], sInput);
         // A stereo input that cannot be described is taken for what the one before it was.
         if (ulSide == kMonoSide) {
             iStatus = iDescribed;
@@ -294,7 +297,7 @@ int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert,
         iStatus =
             (rKernel.*pfnConvert)(apStaged, sOperands.ulCount, oMux, sOperands.asVolumes, sOperands.ulVolumeCount);
     }
-    EndWork();
+    oOperation.End();
     for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
         sOperands.apBuffers[i]->SignalReadCompletion();
     }
@@ -371,7 +374,7 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
     if (ppBuffers == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    CContentPtr oMux;
+    CContentHolder oMux;
     CContents oOutputs;
     SZtAudioSamplesDescription sMux = kEmptyDescription;
     int iStatus = OpenInput(pMux, oMux);
@@ -395,27 +398,30 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
         iStatus = TakeLatch();
     }
     if (iStatus < 0) {
-        for (unsigned long i = 0; i < ulCount; ++i) {
-            SignalEntry(ppBuffers[i], [iStatus](IZtAVContent* pContent) {
-                pContent->SetErrorCode(iStatus);
-                pContent->SignalWriteCompletion();
-            });
-        }
-        return EndFailedEntry(iStatus, {oMux}, {});
+        return EndFailedEntry(iStatus, {oMux.Get()}, {}, [&] {
+            for (unsigned long i = 0; i < ulCount; ++i) {
+                SignalEntry(ppBuffers[i], [iStatus](IZtAVContent* pContent) {
+                    pContent->SetErrorCode(iStatus);
+                    pContent->SignalWriteCompletion();
+                });
+            }
+        });
     }
-    SaveInfoMux(pMux, nullptr, ppBuffers, ulCount, psVolumes, ulVolumeCount);
-    for (unsigned long i = 0; i < ulCount; ++i) {
-        oOutputs[i].CContentPtr::operator->()->MarkWriteStartTime();
-    }
-    return (this->*pfnProcess)();
+    return RunWorker(
+        [&] {
+            SaveInfoMux(pMux, nullptr, ppBuffers, ulCount, psVolumes, ulVolumeCount);
+            for (unsigned long i = 0; i < ulCount; ++i) {
+                oOutputs[i]->MarkWriteStartTime();
+            }
+        },
+        pfnProcess);
 }
 
 /// Looks at one output of a split. Here the verdict stands.
-int CZtaAudioSamplesEngine::OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer, CContentPtr& rContent)
+int CZtaAudioSamplesEngine::OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer, CContentHolder& rContent)
 {
     SZtAudioSamplesDescription sBuffer = kEmptyDescription;
-    if (pBuffer == nullptr || QueryContent(pBuffer, rContent) < 0 ||
-        pBuffer->GetAudioSamplesDescription(&sBuffer) < 0) {
+    if (pBuffer == nullptr || rContent.Query(pBuffer) < 0 || RequestDescription(pBuffer, sBuffer) < 0) {
         return ZT_E_INVALID_PARAMETER;
     }
     if (sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
@@ -440,6 +446,7 @@ int CZtaAudioSamplesEngine::ProcessMuxToStereo()
 template <class Kernel, class Convert>
 int CZtaAudioSamplesEngine::ProcessSplit(Kernel& rKernel, Convert pfnConvert)
 {
+    CScopedEndOperation oOperation(*this);
     SMuxOperands sOperands;
     int iStatus = TakeMuxOperands(sOperands);
     CSamplesPtr oMux;
@@ -473,13 +480,13 @@ int CZtaAudioSamplesEngine::ProcessSplit(Kernel& rKernel, Convert pfnConvert)
             // After a failing fade the later outputs still get their polarity and flags, but no fade.
             sOperands.apBuffers[i]->SetPolarity(sMux.ePolarity);
             if (iStatus >= 0) {
-                iStatus = FadeInPlace(m_oApplyFade, sOperands.apBuffers[i], sMux);
+                iStatus = FadeInPlace(m_oApplyFade, sOperands.apBuffers[i], sMux, iStatus);
             } else {
                 SetFades(sOperands.apBuffers[i], sMux.bFadeIn, sMux.bFadeOut);
             }
         }
     }
-    EndWork();
+    oOperation.End();
     oMux->SignalReadCompletion();
     for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
         if (iStatus < 0) {

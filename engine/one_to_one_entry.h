@@ -1,7 +1,6 @@
 #pragma once
 
 #include "engine/audio_samples_engine.h"
-#include "engine/operation.h"
 
 /// The entry of an operation with one input and one output, for the operations that differ in nothing else than this:
 /// eDescriptions    how the buffers' descriptions are read
@@ -14,7 +13,7 @@ int CZtaAudioSamplesEngine::EnterOneToOne(EEntryDescriptions eDescriptions, int 
                                           IZtAudioSamples* pInput, IZtAudioSamples* pOutput, CheckFormats rCheckFormats,
                                           SaveInfo rSaveInfo, int (CZtaAudioSamplesEngine::*pfnProcess)())
 {
-    CContentPtr oOutput;
+    CContentHolder oOutput;
     int iStatus = OpenOutput(pOutput, oOutput);
     if (iStatus < 0) {
         return iStatus;
@@ -24,10 +23,10 @@ int CZtaAudioSamplesEngine::EnterOneToOne(EEntryDescriptions eDescriptions, int 
         if (eDescriptions == EEntryDescriptions::RelabelTwentyBits) {
             return DescribeForEntry(pBuffer, rsDescription);
         }
-        const int iDescribed = pBuffer->GetAudioSamplesDescription(&rsDescription);
+        const int iDescribed = RequestDescription(pBuffer, rsDescription);
         return iDescribed < 0 && eDescriptions == EEntryDescriptions::LeaveLabels ? ZT_E_INVALID_PARAMETER : iDescribed;
     };
-    CContentPtr oInput;
+    CContentHolder oInput;
     SZtAudioSamplesDescription sInput = kEmptyDescription;
     SZtAudioSamplesDescription sOutput = kEmptyDescription;
     iStatus = pInput == nullptr ? ZT_E_INVALID_POINTER : iArgumentStatus;
@@ -47,10 +46,46 @@ int CZtaAudioSamplesEngine::EnterOneToOne(EEntryDescriptions eDescriptions, int 
         iStatus = TakeLatch();
     }
     if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {oInput}, {oOutput});
+        return EndFailedEntry(iStatus, {oInput.Get()}, {oOutput.Get()});
     }
 
-    rSaveInfo();
-    oOutput->MarkWriteStartTime();
-    return (this->*pfnProcess)();
+    return RunWorker(
+        [&] {
+            rSaveInfo();
+            oOutput->MarkWriteStartTime();
+        },
+        pfnProcess);
+}
+
+template <EOneToOneEnding eEnding>
+int CZtaAudioSamplesEngine::EndOneToOne(CScopedEndOperation& rOperation, IZtAudioSamples* pInput,
+                                        IZtAudioSamples* pOutput, int iStatus)
+{
+    if (pInput == nullptr || pOutput == nullptr) {
+        // A worker that is called without its entry point.
+        RaiseEmptyPointer<IZtAudioSamples>();
+    }
+    if constexpr (eEnding == EOneToOneEnding::SignalBuffers) {
+        if (iStatus < 0) {
+            pOutput->SetErrorCode(iStatus);
+        }
+        rOperation.End();
+        pInput->SignalReadCompletion();
+        pOutput->MarkWriteStopTime();
+        return pOutput->SignalWriteCompletion();
+    } else {
+        rOperation.End();
+        // If the host fails a query here, the buffer serves as its own content: no announced access stays open.
+        CContentHolder oInput;
+        oInput.Query(pInput);
+        (oInput.Get() != nullptr ? oInput.Get() : pInput)->SignalReadCompletion();
+        CContentHolder oOutput;
+        oOutput.Query(pOutput);
+        IZtAVContent* const pContent = oOutput.Get() != nullptr ? oOutput.Get() : pOutput;
+        if (iStatus < 0) {
+            pContent->SetErrorCode(iStatus);
+        }
+        pContent->MarkWriteStopTime();
+        return pContent->SignalWriteCompletion();
+    }
 }

@@ -9,11 +9,11 @@
 
 #include <cstring>
 #include <initializer_list>
+#include <utility>
 
 /// The pieces that the operations of the engine share. The order in which an operation uses them is what a host sees
 /// of it; it stands in the operation's own text.
 
-using CContentPtr = TZtSmartPtr<IZtAVContent>;
 using CSamplesPtr = TZtSmartPtr<IZtAudioSamples>;
 
 /// A description that is ready to be filled.
@@ -51,55 +51,106 @@ inline int Reported(int iStatus)
     return iStatus;
 }
 
-/// Obtains the side of a buffer that takes signals. After a failure there is none, whatever the host wrote.
-inline int QueryContent(IZtAudioSamples* pBuffer, CContentPtr& rContent)
+/// The code that a producer left on a buffer, with 0 for the tolerated codes.
+constexpr int ClearToleratedCode(int iCode)
 {
-    void* pvContent = nullptr;
-    const int iStatus = pBuffer->QueryInterface(IID_IZtAVContent, &pvContent);
-    auto* pContent = static_cast<IZtAVContent*>(pvContent);
-    if (iStatus >= 0) {
-        // Takes over the reference that the query handed out. Named by its class, so that it is no virtual call.
-        *rContent.CContentPtr::operator&() = pContent;
-    } else if (pContent != nullptr) {
-        pContent->Release();
-    }
-    return iStatus;
+    return IsToleratedErrorCode(iCode) ? ZT_NOERROR : iCode;
 }
 
-/// What a producer left on a buffer, with the tolerated codes read as 0. `iStatus` stands where the host writes none.
-inline int ReadErrorCode(IZtAVContent* pContent, int iStatus)
+/// Raises the exception of a smart pointer that is used while empty.
+template <class Interface>
+[[gnu::cold, gnu::noinline]] inline Interface* RaiseEmptyPointer()
 {
-    pContent->GetErrorCode(&iStatus);
-    return IsToleratedErrorCode(iStatus) ? ZT_NOERROR : iStatus;
+    return TZtSmartPtr<Interface>().operator->();
+}
+
+/// Owns the IZtAVContent of a buffer for the time of a call. Its operations are not virtual, and it uses TZtSmartPtr
+/// only where a host sees the difference: a holder that is used while empty raises the same exception.
+class CContentHolder {
+public:
+    CContentHolder() = default;
+    CContentHolder(const CContentHolder&) = delete;
+    CContentHolder& operator=(const CContentHolder&) = delete;
+
+    ~CContentHolder()
+    {
+        if (m_pContent != nullptr) {
+            m_pContent->Release();
+        }
+    }
+
+    /// Queries the content of a buffer; the holder must be empty. After a failure the holder is still empty, even if
+    /// the host returned a pointer.
+    int Query(IZtAudioSamples* pBuffer)
+    {
+        void* pvContent = nullptr;
+        const int iStatus = pBuffer->QueryInterface(IID_IZtAVContent, &pvContent);
+        auto* pContent = static_cast<IZtAVContent*>(pvContent);
+        if (iStatus >= 0) {
+            m_pContent = pContent;
+        } else if (pContent != nullptr) {
+            pContent->Release();
+        }
+        return iStatus;
+    }
+
+    /// The content, or null.
+    [[nodiscard]] IZtAVContent* Get() const { return m_pContent; }
+
+    IZtAVContent* operator->() const { return m_pContent != nullptr ? m_pContent : RaiseEmptyPointer<IZtAVContent>(); }
+
+private:
+    IZtAVContent* m_pContent = nullptr;
+};
+
+/// The code that a producer left on an input, with 0 for the tolerated codes. `iStatus` if the host writes no code.
+inline int ReadErrorCode(const CContentHolder& rContent, int iStatus)
+{
+    rContent->GetErrorCode(&iStatus);
+    return ClearToleratedCode(iStatus);
 }
 
 /// The first checks of an output: without a content there is nothing to signal and nowhere to record a failure.
-inline int OpenOutput(IZtAudioSamples* pOutput, CContentPtr& rContent)
+inline int OpenOutput(IZtAudioSamples* pOutput, CContentHolder& rContent)
 {
     if (pOutput == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    const int iStatus = QueryContent(pOutput, rContent);
+    const int iStatus = rContent.Query(pOutput);
     return iStatus < 0 ? ZT_E_INVALID_PARAMETER : iStatus;
 }
 
-/// The first checks of an input: its content, and what its producer left on it.
-inline int OpenInput(IZtAudioSamples* pInput, CContentPtr& rContent)
+/// The first checks of an input: its content, and the code that its producer left on it.
+inline int OpenInput(IZtAudioSamples* pInput, CContentHolder& rContent)
 {
     if (pInput == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    const int iStatus = QueryContent(pInput, rContent);
-    return iStatus < 0 ? iStatus : ReadErrorCode(rContent.CContentPtr::operator*(), iStatus);
+    const int iStatus = rContent.Query(pInput);
+    return iStatus < 0 ? iStatus : ReadErrorCode(rContent, iStatus);
 }
 
-/// Gives a slot's reference back and clears the slot.
+/// Requests the description of a buffer. Sets the size field each time: the host may have overwritten it in an earlier
+/// request.
+inline int RequestDescription(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
+{
+    rsDescription.ulSize = sizeof(SZtAudioSamplesDescription);
+    return pBuffer->GetAudioSamplesDescription(&rsDescription);
+}
+
+/// Clears a slot and releases its reference. The slot is clear even if Release raises an exception.
 inline void ReleaseSlot(IZtAudioSamples*& rpSlot)
 {
     if (rpSlot != nullptr) {
-        rpSlot->Release();
-        rpSlot = nullptr;
+        std::exchange(rpSlot, nullptr)->Release();
     }
+}
+
+/// Fills an empty slot, with a reference. The slot stays empty if AddRef raises an exception.
+inline void FillSlot(IZtAudioSamples*& rpSlot, IZtAudioSamples* pBuffer)
+{
+    pBuffer->AddRef();
+    rpSlot = pBuffer;
 }
 
 /// One saved operand and where it is kept.
@@ -120,8 +171,7 @@ inline int SaveOperands(std::initializer_list<SSavedOperand> oOperands)
             iStatus = ZT_E_INVALID_PARAMETER;
             continue;
         }
-        *rsOperand.ppSlot = rsOperand.pBuffer;
-        rsOperand.pBuffer->AddRef();
+        FillSlot(*rsOperand.ppSlot, rsOperand.pBuffer);
     }
     return iStatus;
 }
@@ -138,16 +188,15 @@ inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)
     pBuffer->SetFadeOut(bFadeOut);
 }
 
-/// The memory of two buffers, as a plain copy sees it: nothing here looks at the hosts' statuses, and a buffer without
-/// an address has no bytes, or no room.
-struct SByteRun {
+/// The memory of two buffers, for a byte copy. If a host call fails and writes nothing, the field is null or 0.
+struct SByteSpans {
     const unsigned char* pbyIn;
     unsigned long ulLength; ///< valid bytes of the input
     unsigned char* pbyOut;
     unsigned long ulCapacity; ///< capacity of the output, in bytes
 };
 
-inline SByteRun LookAtBytes(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
+inline SByteSpans GetByteSpans(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
 {
     void* pvIn = nullptr;
     void* pvOut = nullptr;
@@ -157,37 +206,42 @@ inline SByteRun LookAtBytes(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
     pIn->GetBufferAndLength(&pvIn, &ulLength);
     pOut->GetBufferCapacity(&ulCapacity);
     pOut->GetBufferAndLength(&pvOut, &ulOutLength);
-    return {static_cast<const unsigned char*>(pvIn), pvIn == nullptr ? 0 : ulLength, static_cast<unsigned char*>(pvOut),
-            pvOut == nullptr ? 0 : ulCapacity};
+    return {static_cast<const unsigned char*>(pvIn), ulLength, static_cast<unsigned char*>(pvOut), ulCapacity};
 }
 
-/// Copies the valid bytes. The output's valid length stays as it was: whoever wants it to follow sets it beforehand.
+/// Copies the valid bytes. Does not change the valid length of the output; the caller sets it.
+///
+/// The lengths decide first. An input without an address then reads as empty, and an output without an address as too
+/// small for any byte.
 inline int ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
 {
-    const SByteRun sRun = LookAtBytes(pIn, pOut);
-    if (sRun.ulLength > sRun.ulCapacity) {
+    const SByteSpans sSpans = GetByteSpans(pIn, pOut);
+    const unsigned long ulBytes = sSpans.pbyIn != nullptr ? sSpans.ulLength : 0;
+    if (sSpans.ulLength > sSpans.ulCapacity || (ulBytes != 0 && sSpans.pbyOut == nullptr)) {
         void* pvContent = nullptr;
         pOut->QueryInterface(IID_IZtAVContent, &pvContent);
         if (pvContent != nullptr) {
-            // The reference stays on the output: hosts see one more count after a copy that did not fit.
+            // The reference stays on the output: hosts observe one more count after a copy that did not fit.
             static_cast<IZtAVContent*>(pvContent)->SetErrorCode(ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         }
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    if (sRun.ulLength != 0) {
-        std::memmove(sRun.pbyOut, sRun.pbyIn, sRun.ulLength);
+    if (ulBytes != 0) {
+        std::memmove(sSpans.pbyOut, sSpans.pbyIn, ulBytes);
     }
     return ZT_NOERROR;
 }
 
-/// Hands a request for fades on to a buffer and, if there is one, carries it out and clears it there.
-inline int FadeInPlace(CZtaApplyFade& rKernel, IZtAudioSamples* pBuffer, const SZtAudioSamplesDescription& rsRequest)
+/// Copies the fade flags to the buffer. If one is set, applies the fade and clears the flags; the result is the status
+/// of the fade. Otherwise the result is `iStatus`, the status of the work so far.
+inline int FadeInPlace(CZtaApplyFade& rKernel, IZtAudioSamples* pBuffer, const SZtAudioSamplesDescription& rsRequest,
+                       int iStatus)
 {
     SetFades(pBuffer, rsRequest.bFadeIn, rsRequest.bFadeOut);
     if (!rsRequest.bFadeIn && !rsRequest.bFadeOut) {
-        return ZT_NOERROR;
+        return iStatus;
     }
-    const int iStatus = rKernel.ApplyFade(pBuffer);
+    iStatus = rKernel.ApplyFade(pBuffer);
     SetFades(pBuffer, false, false);
     return iStatus;
 }

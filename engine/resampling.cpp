@@ -90,6 +90,7 @@ int CZtaAudioSamplesEngine::GetInfoResampler(IZtAudioSamples** ppInput, IZtAudio
 
 int CZtaAudioSamplesEngine::ProcessResampling()
 {
+    CScopedEndOperation oOperation(*this);
     IZtAudioSamples* pInput = nullptr;
     IZtAudioSamples* pOutput = nullptr;
     EZtAudioResamplerMode eMode = EZtAudioResamplerMode();
@@ -107,10 +108,10 @@ int CZtaAudioSamplesEngine::ProcessResampling()
         iStatus = oOutput->GetAudioSamplesDescription(&sOutput);
     }
     if (iStatus >= 0) {
-        ReadErrorCode(oInput, iStatus);
+        oInput->GetErrorCode(&iStatus);
     }
-    // What was found so far is forgotten here: hosts see the verdict on the formats, and a format that could not be
-    // read is one that cannot be classified.
+    // The status so far is dropped here: hosts receive the status of the format check. The format of a failed request
+    // is empty and cannot be classified.
     SZtaWaveFormatInfo sInputFormat = {};
     SZtaWaveFormatInfo sOutputFormat = {};
     iStatus = m_oResampleAudio.SuggestFormat(&sInput.sWaveFormat, &sOutput.sWaveFormat, &sInputFormat, &sOutputFormat);
@@ -119,13 +120,7 @@ int CZtaAudioSamplesEngine::ProcessResampling()
                       ? m_oResampleAudio.ResampleAudio(pInput, pOutput, eMode, 0, pResampler)
                       : ResampleStereo(pInput, pOutput, eMode, pResampler, sInputFormat, sOutputFormat);
     }
-    if (iStatus < 0) {
-        oOutput->SetErrorCode(iStatus);
-    }
-    EndWork();
-    oInput->SignalReadCompletion();
-    oOutput->MarkWriteStopTime();
-    oOutput->SignalWriteCompletion();
+    EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pInput, pOutput, iStatus);
     return iStatus;
 }
 

@@ -65,6 +65,7 @@ int CZtaAudioSamplesEngine::GetInfoApplyVolume(IZtAudioSamples** ppInput, IZtAud
 
 int CZtaAudioSamplesEngine::ProcessApplyVolume()
 {
+    CScopedEndOperation oOperation(*this);
     IZtAudioSamples* pInput = nullptr;
     IZtAudioSamples* pOutput = nullptr;
     SZtAudioMonoVolumeInfo asVolumes[kMaxBuffers];
@@ -80,28 +81,15 @@ int CZtaAudioSamplesEngine::ProcessApplyVolume()
     if (iStatus >= 0) {
         const auto HandOn = [&] {
             oOutput->SetPolarity(sInput.ePolarity);
-            SetFades(oOutput, sInput.bFadeIn, sInput.bFadeOut);
+            SetFades(pOutput, sInput.bFadeIn, sInput.bFadeOut);
         };
         HandOn();
         iStatus = m_oApplyVolume.ApplyVolume(pInput, pOutput, asVolumes, ulVolumeCount);
         HandOn();
         if (iStatus >= 0 && (sInput.bFadeIn || sInput.bFadeOut)) {
-            iStatus = FadeInPlace(m_oApplyFade, pOutput, sInput);
+            iStatus = FadeInPlace(m_oApplyFade, pOutput, sInput, iStatus);
         }
     }
-    EndWork();
-
-    CContentPtr oContent;
-    QueryContent(pInput, oContent);
-    // A buffer is its own content where the host fails the query: no access stays open.
-    (oContent != nullptr ? oContent : pInput)->SignalReadCompletion();
-    CContentPtr oOutputContent;
-    QueryContent(pOutput, oOutputContent);
-    IZtAVContent* pOutputContent = oOutputContent != nullptr ? oOutputContent : pOutput;
-    if (iStatus < 0) {
-        pOutputContent->SetErrorCode(iStatus);
-    }
-    pOutputContent->MarkWriteStopTime();
-    pOutputContent->SignalWriteCompletion();
+    EndOneToOne<EOneToOneEnding::SignalContents>(oOperation, pInput, pOutput, iStatus);
     return iStatus;
 }

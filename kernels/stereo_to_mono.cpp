@@ -25,17 +25,11 @@ CZtaConvertStereoToMono::~CZtaConvertStereoToMono() = default;
 int CZtaConvertStereoToMono::ConvertStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                  IZtAudioSamples* pRight)
 {
-    return Convert(pStereo, pLeft, pRight, EOutputsChecked::Together);
+    return ConvertStereoToMonoChecked(pStereo, pLeft, pRight, false, false);
 }
 
-int CZtaConvertStereoToMono::ConvertStereoToMonoStaged(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
-                                                       IZtAudioSamples* pRight)
-{
-    return Convert(pStereo, pLeft, pRight, EOutputsChecked::Each);
-}
-
-int CZtaConvertStereoToMono::Convert(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
-                                     EOutputsChecked eChecked)
+int CZtaConvertStereoToMono::ConvertStereoToMonoChecked(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                                        IZtAudioSamples* pRight, bool bLeftMustFit, bool bRightMustFit)
 {
     SZtAudioBufferInformations sStereo{};
     SZtAudioBufferInformations sLeft{};
@@ -47,11 +41,11 @@ int CZtaConvertStereoToMono::Convert(IZtAudioSamples* pStereo, IZtAudioSamples* 
     if (sLeft.eFormat != sRight.eFormat) {
         return ZT_E_BUFFER_FORMAT_MISMATCH;
     }
-    // One output with room is enough to pass: hosts are not refused what used to go through.
+    // One output of the caller that is large enough is sufficient: hosts rely on calls that pass this way.
     const unsigned long ulFrames = sStereo.ulValidFrames;
     const bool bLeftTooSmall = ulFrames > sLeft.ulCapacityFrames;
     const bool bRightTooSmall = ulFrames > sRight.ulCapacityFrames;
-    if (eChecked == EOutputsChecked::Each ? bLeftTooSmall || bRightTooSmall : bLeftTooSmall && bRightTooSmall) {
+    if ((bLeftTooSmall && (bLeftMustFit || bRightTooSmall)) || (bRightTooSmall && bRightMustFit)) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     iStatus = ZtaRunKernel(*this, m_oTable, sStereo.eFormat, sLeft.eFormat, ulFrames, [&](Function pfnKernel) {

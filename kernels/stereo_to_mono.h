@@ -13,7 +13,7 @@ public:
 
     /// Splits the input's valid frames and sets the valid length of both outputs to them, left first.
     ///
-    /// Capacity is refused only where both outputs are too small: a caller must see to it that each has room.
+    /// Rejects the call only if both outputs are too small: the caller ensures that each output is large enough.
     /// Errors  ZT_E_FORMAT_NOT_SUPPORTED             a format that cannot be classified
     ///         ZT_E_BUFFER_FORMAT_MISMATCH           left and right have different layouts or rates
     ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the capacities of both are below the input's valid frames
@@ -34,17 +34,12 @@ public:
     ///         ZT_E_INVALID_POINTER    no output at all
     int ConvertStereoToMono24in24(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);
 
-    /// The same for outputs of which one is a stage buffer of the engine's: each must have room, or the call is
-    /// refused.
-    ZTA_INTERNAL int ConvertStereoToMonoStaged(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
-                                               IZtAudioSamples* pRight);
+    /// ConvertStereoToMono for outputs of which some are scratch buffers: also rejects the call if an output that must
+    /// fit is too small.
+    ZTA_INTERNAL int ConvertStereoToMonoChecked(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                                IZtAudioSamples* pRight, bool bLeftMustFit, bool bRightMustFit);
 
 private:
-    enum class EOutputsChecked { Together, Each };
-
-    ZTA_INTERNAL int Convert(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
-                             EOutputsChecked eChecked);
-
     using Function = int (CZtaConvertStereoToMono::*)(unsigned long ulFrames, void* pvStereo, void* pvLeft,
                                                       void* pvRight);
 

@@ -3,6 +3,8 @@
 #include "tests/realtime/realtime_test_support.h"
 #include "tests/support/scenarios.h"
 
+#include <zta/status.h>
+
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -45,6 +47,113 @@ TEST_P(OperationsRealtime, NeitherAllocateNorLockNorEnterTheKernel)
 
 INSTANTIATE_TEST_SUITE_P(Operations, OperationsRealtime, testing::ValuesIn(zta::test::Scenarios()),
                          [](const auto& parameter) { return parameter.param.name; });
+
+/// A buffer of an unusual host: its samples have no address, it reports another capacity than it has, or the setter of
+/// its length returns a status above 0.
+class UnusualBuffer : public ClocklessBuffer {
+public:
+    static Ref<UnusualBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t frames)
+    {
+        auto buffer = Ref<UnusualBuffer>::Adopt(new UnusualBuffer(format, frames));
+        buffer->SetValidLength(buffer->Capacity());
+        return buffer;
+    }
+
+    bool hasNoAddress = false;
+    unsigned long hiddenBytes = 0; ///< of the capacity
+    int lengthStatus = 0;
+
+    int GetBufferAndLength(void** data, unsigned long* lengthBytes) override
+    {
+        const int status = AudioBuffer::GetBufferAndLength(data, lengthBytes);
+        *data = hasNoAddress ? nullptr : *data;
+        return status;
+    }
+
+    int GetBufferCapacity(unsigned long* capacityBytes) override
+    {
+        const int status = AudioBuffer::GetBufferCapacity(capacityBytes);
+        *capacityBytes -= hiddenBytes;
+        return status;
+    }
+
+    int SetLength(unsigned long lengthBytes) override
+    {
+        const int status = AudioBuffer::SetLength(lengthBytes);
+        return status < 0 ? status : lengthStatus;
+    }
+
+private:
+    using ClocklessBuffer::ClocklessBuffer;
+};
+
+class UnusualHostRealtime : public zta::test::RealtimeEngine {
+protected:
+    static void Announce(AudioBuffer& input, AudioBuffer& output)
+    {
+        input.AnnounceRead();
+        output.AnnounceWrite();
+    }
+};
+
+TEST_F(UnusualHostRealtime, CopiesFromAndIntoBuffersWithoutAnAddress)
+{
+    for (const bool source : {true, false}) {
+        const auto in = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
+        const auto out = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
+        (source ? in : out)->hasNoAddress = true;
+        Announce(*in, *out);
+        int status = 1;
+        zta::test::ExpectRealtimeSafe([&] { status = engine_->CopyAudioSamples(in.Get(), out.Get()); });
+        EXPECT_EQ(status, source ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        if (!source) {
+            out->Release(); // the reference of a byte copy that does not fit
+        }
+    }
+}
+
+TEST_F(UnusualHostRealtime, DuplicatesFromAndIntoBuffersWithoutAnAddress)
+{
+    for (const unsigned long length : {0UL, 10UL}) {
+        for (const bool source : {true, false}) {
+            const auto in = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
+            const auto out = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
+            (source ? in : out)->hasNoAddress = true;
+            Announce(*in, *out);
+            zta::test::ExpectRealtimeSafe([&] { engine_->DuplicateAudioSamples(in.Get(), 0, out.Get(), 0, length); });
+            const int tooSmall = source ? ZT_E_SOURCE_BUFFER_TOO_SMALL : ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+            EXPECT_EQ(out->ErrorCode(), length == 0 ? 0 : tooSmall);
+        }
+    }
+}
+
+TEST_F(UnusualHostRealtime, SplitsNextToAScratchBufferIntoAnOutputThatReportsTooLittle)
+{
+    const auto stereo = UnusualBuffer::Create(zta::host::Pcm24In32(2), 64);
+    const auto left = UnusualBuffer::Create(zta::host::Float32(1), 64);
+    const auto right = UnusualBuffer::Create(zta::host::Pcm24In32(1), 64);
+    right->hiddenBytes = 4;
+    Announce(*stereo, *left);
+    right->AnnounceWrite();
+    int status = 1;
+    zta::test::ExpectRealtimeSafe(
+        [&] { status = engine_->CopyAudioSamplesStereoToMono(stereo.Get(), left.Get(), right.Get()); });
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(UnusualHostRealtime, ReturnsAStatusAboveZero)
+{
+    const auto left = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
+    const auto right = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
+    const auto stereo = UnusualBuffer::Create(zta::host::Pcm16(2), 64);
+    stereo->lengthStatus = 2;
+    Announce(*left, *stereo);
+    right->AnnounceRead();
+    int status = 1;
+    zta::test::ExpectRealtimeSafe(
+        [&] { status = engine_->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get()); });
+    EXPECT_EQ(status, 2);
+}
 
 /// A buffer that breaks the rule inside an operation, where the engine marks the start of a write.
 class BreakingBuffer : public ClocklessBuffer {

@@ -1,5 +1,6 @@
 #include "tests/faults/injections.h"
 #include "tests/support/engine_fixture.h"
+#include "tests/support/misbehaving_buffer.h"
 #include "tests/support/scenarios.h"
 
 #include <cstdio>
@@ -8,6 +9,9 @@ namespace zta::test {
 namespace {
 
 using Bytes = std::vector<std::byte>;
+
+/// What a host's call raises.
+struct HostException {};
 
 /// Everything that an operation leaves in its outputs.
 std::vector<Bytes> Contents(const Scenario& scenario)
@@ -114,6 +118,63 @@ protected:
         ReleaseKeptReferences(again);
     }
 
+    /// Lets call number `n` of the host raise an exception, counted from 1; with `atReferences` the calls that count
+    /// are those that take a reference on a buffer of the caller. Returns false if there were fewer calls.
+    bool InjectException(int n, bool atReferences, const std::vector<Bytes>& expected)
+    {
+        int calls = 0;
+        const auto raise = [&] {
+            if (++calls == n) {
+                throw HostException();
+            }
+        };
+        std::vector<MisbehavingBuffer*> buffers;
+        Scenario scenario =
+            GetParam().make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+                auto buffer = MisbehavingBuffer::Create(journal_, name, format, bytes);
+                buffers.push_back(buffer.Get());
+                return host::Ref<host::AudioBuffer>::Adopt(buffer.Detach());
+            });
+        journal_.Clear();
+        if (atReferences) {
+            for (MisbehavingBuffer* buffer : buffers) {
+                buffer->onAddRef = raise;
+            }
+        } else {
+            journal_.hook = [&](const std::string& /*entry*/) { raise(); };
+        }
+        bool raised = false;
+        try {
+            RunAnnounced(scenario, *engine_);
+        } catch (const HostException&) {
+            raised = true;
+        }
+        journal_.hook = nullptr;
+        for (MisbehavingBuffer* buffer : buffers) {
+            buffer->onAddRef = nullptr;
+        }
+        SCOPED_TRACE((atReferences ? "reference " : "call ") + std::to_string(n) +
+                     (journal_.Calls().empty() ? "" : ", last call " + journal_.Calls().back()));
+        EXPECT_EQ(raised, calls >= n);
+
+        for (const auto& input : scenario.inputs) {
+            CheckBuffer(Recording(input), "SignalReadCompletion", raised);
+        }
+        for (const auto& output : scenario.outputs) {
+            CheckBuffer(Recording(output), "SignalWriteCompletion", raised);
+        }
+        ReleaseKeptReferences(scenario);
+        for (MisbehavingBuffer* buffer : buffers) {
+            ExpectAtRest({buffer});
+        }
+
+        Scenario again = MakeScenario();
+        EXPECT_EQ(RunAnnounced(again, *engine_), GetParam().status);
+        EXPECT_EQ(Contents(again), expected);
+        ReleaseKeptReferences(again);
+        return raised;
+    }
+
     bool injected_ = false;
 };
 
@@ -137,6 +198,25 @@ TEST_P(HostFaults, AtAnyCallLeaveEverythingBalanced)
     hostFailuresInjected += injections;
     std::printf("%d failures injected\n", injections);
     EXPECT_GT(injections, 10);
+}
+
+// Host interfaces return status codes. A host whose call raises an exception all the same finds the engine free.
+TEST_P(HostFaults, ThatAreExceptionsLeaveTheEngineFreeAndHoldNothing)
+{
+    const ScenarioRow& row = GetParam();
+    Scenario reference = MakeScenario();
+    EXPECT_EQ(RunAnnounced(reference, *engine_), row.status);
+    const std::vector<Bytes> expected = Contents(reference);
+    ReleaseKeptReferences(reference);
+
+    for (const bool atReferences : {false, true}) {
+        int n = 1;
+        while (InjectException(n, atReferences, expected)) {
+            ASSERT_LT(++n, 10000) << "the operation does not end";
+        }
+        hostExceptionsInjected += n - 1;
+        EXPECT_GT(n, atReferences ? 2 : 5);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, HostFaults, ::testing::ValuesIn(Scenarios()),

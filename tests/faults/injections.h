@@ -6,6 +6,7 @@
 namespace zta::test {
 
 inline std::atomic<int> hostFailuresInjected{0};
+inline std::atomic<int> hostExceptionsInjected{0};
 inline std::atomic<int> allocationFailuresInjected{0};
 
 } // namespace zta::test

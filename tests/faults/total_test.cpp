@@ -18,9 +18,11 @@ public:
         if (::testing::GTEST_FLAG(filter) != "*") {
             return;
         }
-        std::printf("%d failures of the host's calls and %d of allocations injected in all\n",
-                    hostFailuresInjected.load(), allocationFailuresInjected.load());
+        std::printf("%d failures of the host's calls, %d exceptions of them and %d failures of allocations injected in "
+                    "all\n",
+                    hostFailuresInjected.load(), hostExceptionsInjected.load(), allocationFailuresInjected.load());
         EXPECT_GE(hostFailuresInjected, 9200);
+        EXPECT_GE(hostExceptionsInjected, 5000);
         if (FailingAllocator::IsAvailable()) {
             EXPECT_GE(allocationFailuresInjected, 600);
         }

@@ -12,9 +12,9 @@ BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libc
 	gstreamer1.0-plugins-base
 PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
-TIDY_ROOMS = support component kernels signal resampler engine host models tools examples
+TIDY_LAYERS = src host testing/models tools examples
 
-.PHONY: test demo install package plots error-codes docs abi-accept bench bench-quick peers perfcheck tidy fuzz check \
+.PHONY: test demo install package plots status-codes docs abi-accept bench bench-quick peers perfcheck tidy fuzz check \
 	emulate mutate coverage faults soak build clean
 test: export ZTA_PACKAGES = $(TEST_PACKAGES)
 demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
@@ -41,11 +41,11 @@ package:
 
 # The pictures of docs/resampler.md, and the figures that it quotes.
 plots: build
-	build/$(PRESET)/tools/make_plots docs/plots
+	build/$(PRESET)/bin/make_plots docs/plots
 
 # The page of all statuses.
-error-codes: build
-	build/$(PRESET)/tools/make_error_codes > docs/error-codes.md
+status-codes: build
+	build/$(PRESET)/bin/make_status_codes > docs/status-codes.md
 
 # The headers' reference, in build/docs/html.
 docs:
@@ -83,7 +83,7 @@ tidy:
 	scripts/require-packages $(TIDY_PACKAGES)
 	cmake --preset clang
 	cmake --build --preset clang --target zta_version_values
-	run-clang-tidy -quiet -j $(JOBS) -p build/clang $(patsubst %,'^$(CURDIR)/%/.*\.cpp$$',$(TIDY_ROOMS))
+	run-clang-tidy -quiet -j $(JOBS) -p build/clang $(patsubst %,'^$(CURDIR)/%/.*\.cpp$$',$(TIDY_LAYERS))
 
 # Each fuzz target for SECONDS seconds; what is found stays in build/fuzz/findings.
 SECONDS ?= 60

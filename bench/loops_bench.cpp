@@ -9,7 +9,7 @@
 // Samples of the other kinds than noise also have "noise", the time on noise divided by theirs: 1 is no difference.
 //   loops_bench --benchmark_filter='avx512/.*/16KiB'
 
-#include "bench/wide_copy.h"
+#include "bench/simd_copy.h"
 #include "kernels/loops/loops.h"
 
 #include <benchmark/benchmark.h>

@@ -9,7 +9,7 @@
 // that allocate by pages have them. A share is the median over many rounds, and in each round all columns take turns:
 // what else the machine does falls on all of them. Time is the processor time of the thread.
 
-#include "bench/wide_copy.h"
+#include "bench/simd_copy.h"
 #include "kernels/loops/loops.h"
 
 #include <algorithm>

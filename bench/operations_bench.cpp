@@ -5,7 +5,7 @@
 // Each measurement takes the operation and its yardstick in turns, so that a drift of the machine meets both. The
 // counter "share" is the yardstick's time divided by the operation's: 1 is as fast as the yardstick.
 
-#include "bench/common/calls_by_hand.h"
+#include "bench/common/direct_calls.h"
 #include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "host/host_engine.h"

@@ -3,9 +3,9 @@
 // and multiply-adds per second (macs), of which an output takes 32:
 //   resampler_bench --benchmark_repetitions=5 --benchmark_enable_random_interleaving
 
-#include "bench/plain_run.h"
+#include "bench/reference_resampler.h"
 #include "signal/functions.h"
-#include "signal/prepared_rows.h"
+#include "signal/packed_filter_bank.h"
 
 #include <benchmark/benchmark.h>
 
@@ -138,7 +138,7 @@ struct Variant {
 };
 
 constexpr Variant kVariants[] = {
-#define ZTA_BENCH_ROW(unused, prefix, features, options) {#prefix, features, &prefix##_ippsResamplePolyphaseFixed_16s},
+#define ZTA_BENCH_ROW(unused, prefix, features) {#prefix, features, &prefix##_ippsResamplePolyphaseFixed_16s},
     ZTA_IPP_VARIANT_LIST(ZTA_BENCH_ROW, )
 #undef ZTA_BENCH_ROW
 };

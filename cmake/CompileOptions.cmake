@@ -15,7 +15,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 if(ZTA_SANITIZE)
-  # The vptr check cannot see through the frame's shared slots (component/unknown.h), nor across dlopen.
+  # The vptr check cannot see through the frame's shared slots (src/component/unknown.h), nor across dlopen.
   add_compile_options(-fsanitize=${ZTA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${ZTA_SANITIZE})
   # Between the sanitizers' checks GCC 12 takes members of its own <regex> for uninitialised.

@@ -35,7 +35,7 @@ endforeach()
 
 # What people read: the links of the host's guide hold, and the examples are a project to copy.
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(FILES docs/abi.md docs/error-codes.md docs/host-guide.md docs/validator.md
+install(FILES docs/abi.md docs/status-codes.md docs/host-guide.md docs/validator.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 

@@ -1,7 +1,7 @@
 // Format records through the classification, the suggestions and the queries of every kernel class, against the rules
-// as tests/support/format_model.h has them and against the classes' lists of rows.
+// as testing/format_model.h has them and against the classes' lists of rows.
 
-#include "fuzz/choices.h"
+#include "fuzz/fuzz_input.h"
 #include "kernels/bit_depth.h"
 #include "kernels/data_type.h"
 #include "kernels/fade.h"
@@ -13,7 +13,7 @@
 #include "kernels/stereo_to_mux.h"
 #include "kernels/volume.h"
 #include "resampler/resample_audio.h"
-#include "tests/support/format_model.h"
+#include "testing/format_model.h"
 
 #include <zta/status.h>
 

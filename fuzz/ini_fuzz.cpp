@@ -1,9 +1,9 @@
-// Any text as an INI file, and operations on it, against tests/support/ini_model.h.
+// Any text as an INI file, and operations on it, against testing/ini_model.h.
 
-#include "fuzz/choices.h"
+#include "fuzz/fuzz_input.h"
 #include "support/ini_file.h"
-#include "tests/support/ini_model.h"
-#include "tests/support/temp_directory.h"
+#include "testing/ini_model.h"
+#include "testing/temp_directory.h"
 
 #include <memory>
 

@@ -1,12 +1,12 @@
 // Sequences of the engine's operations on buffers of any format, length and state, while the host's calls fail or call
 // the engine again. Whatever happens: the status is a documented one, every buffer has had its signals, references are
-// back, the latch is as it should be. Where the host does its part, samples are those of fuzz/plain_operations.h.
+// back, the latch is as it should be. Where the host does its part, samples are those of fuzz/reference_operations.h.
 
 #include "engine/audio_samples_engine.h"
-#include "fuzz/choices.h"
-#include "fuzz/faulty_host.h"
-#include "fuzz/plain_operations.h"
-#include "tests/support/recording_host.h"
+#include "fuzz/fuzz_input.h"
+#include "fuzz/fault_injecting_host.h"
+#include "fuzz/reference_operations.h"
+#include "testing/recording_host.h"
 
 #include <map>
 #include <set>

@@ -1,12 +1,12 @@
 // A stream of the engine, cut into buffers at any places and restarted at some: it gives the samples that
-// models/resampler_model.h computes for each stretch as a whole.
+// testing/models/resampler_model.h computes for each stretch as a whole.
 
-#include "fuzz/choices.h"
+#include "fuzz/fuzz_input.h"
 #include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "host/host_engine.h"
-#include "models/resampler_model.h"
-#include "tests/support/recording_host.h"
+#include "testing/models/resampler_model.h"
+#include "testing/recording_host.h"
 
 #include <zta/ipp.h>
 #include <zta/status.h>

@@ -1,10 +1,10 @@
 // The signal functions with any sizes, rates, lengths, null pointers and feature masks, in every build that this
-// processor runs: statuses, and samples against models/resampler_model.h. Memory is of the exact size that each
+// processor runs: statuses, and samples against testing/models/resampler_model.h. Memory is of the exact size that each
 // function is told of, so that AddressSanitizer sees every step beside it.
 
-#include "fuzz/choices.h"
-#include "signal/feature_rules.h"
-#include "tests/support/filter_block.h"
+#include "fuzz/fuzz_input.h"
+#include "signal/variant_selection.h"
+#include "testing/filter_spec.h"
 
 #include <cmath>
 #include <limits>

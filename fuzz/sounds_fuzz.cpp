@@ -1,12 +1,12 @@
 // Any bytes as a sound file, read as the tool reads its inputs. Only what is ours is instrumented; libsndfile runs as
 // the system has it.
 
-#include "fuzz/choices.h"
+#include "fuzz/fuzz_input.h"
 #include "host/formats.h"
-#include "tests/support/temp_directory.h"
-#include "tools/block_reader.h"
-#include "tools/failure.h"
-#include "tools/missing_bytes.h"
+#include "testing/temp_directory.h"
+#include "tools/ztaudio/block_reader.h"
+#include "tools/common/failure.h"
+#include "tools/ztaudio/truncation_check.h"
 
 namespace {
 

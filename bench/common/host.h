@@ -2,7 +2,7 @@
 /// benchmark's own, plain counts instead of atomic ones, no clock.
 #pragma once
 
-#include "bench/common/sound.h"
+#include "bench/common/test_signal.h"
 #include "host/module.h"
 
 #include <zta/host_interfaces.h>

@@ -3,7 +3,7 @@
 
 #include "bench/common/host.h"
 #include "bench/common/measure.h"
-#include "bench/common/sound.h"
+#include "bench/common/test_signal.h"
 
 #include <functional>
 #include <memory>

@@ -2,7 +2,7 @@
 /// results use it; the other libraries are held against the true value, see WithinTolerance.
 #pragma once
 
-#include "bench/common/sound.h"
+#include "bench/common/test_signal.h"
 
 #include <cstddef>
 #include <cstdint>

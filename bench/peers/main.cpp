@@ -1,6 +1,6 @@
 /// The library beside its limits and its peers: one process, one processor, contenders in turns. `make bench` runs it.
 #include "bench/peers/result.h"
-#include "bench/peers/works_resampling.h"
+#include "bench/peers/workload_resampling.h"
 
 #include <CLI/CLI.hpp>
 

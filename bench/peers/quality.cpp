@@ -1,6 +1,6 @@
 #include "bench/peers/quality.h"
 
-#include "tools/spectrum.h"
+#include "tools/common/spectrum.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "bench/peers/quality.h"
-#include "bench/peers/work.h"
+#include "bench/peers/workload.h"
 
 #include <filesystem>
 #include <iosfwd>

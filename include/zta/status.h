@@ -3,7 +3,7 @@
 
 /// A row of the table as a constant of its name.
 #define ZTA_STATUS_ROW(code, name, sentence) inline constexpr int name = static_cast<int>(code);
-#include <zta/status_rows.inc>
+#include <zta/status_codes.def>
 
 // Statuses of the component model itself; they have no text of their own.
 inline constexpr int E_NOINTERFACE = static_cast<int>(0x80004002);         ///< the object has no such interface

@@ -1,8 +1,8 @@
 /// What the frame does with each row of a class table that has several, with and without hooks.
 #include "component/class_factory.h"
 #include "component/module.h"
-#include "tests/support/child_process.h"
-#include "tests/support/temp_directory.h"
+#include "testing/child_process.h"
+#include "testing/temp_directory.h"
 
 #include <zta/module.h>
 #include <zta/status.h>

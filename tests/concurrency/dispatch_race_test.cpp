@@ -1,8 +1,8 @@
 // First calls of the signal functions on many threads at once.
 
 #include "kernels/loops/loops.h"
-#include "signal/feature_rules.h"
-#include "tests/support/signal_spies.h"
+#include "signal/variant_selection.h"
+#include "testing/signal_spies.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "host/host_engine.h"
-#include "tests/support/recording_host.h"
-#include "tests/support/scenarios.h"
+#include "testing/recording_host.h"
+#include "testing/scenarios.h"
 
 #include <zta/status.h>
 

@@ -1,7 +1,7 @@
 // The conversions with arithmetic, on every 32-bit word that there is.
 
 #include "kernels/loops/loops.h"
-#include "models/conversion_models.h"
+#include "testing/models/conversion_models.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Every conversion loop of every instruction set that this processor runs, against the plain models of the tests.
 
 #include "kernels/loops/loops.h"
-#include "models/conversion_models.h"
-#include "tests/support/guarded_buffer.h"
+#include "testing/models/conversion_models.h"
+#include "testing/guarded_buffer.h"
 
 #include <gtest/gtest.h>
 

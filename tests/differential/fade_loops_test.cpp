@@ -1,7 +1,7 @@
 // The loops of the fades of every instruction set that this processor runs, against plain models in wide integers.
 
 #include "kernels/loops/loops.h"
-#include "tests/support/guarded_buffer.h"
+#include "testing/guarded_buffer.h"
 
 #include <gtest/gtest.h>
 

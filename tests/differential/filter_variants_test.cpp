@@ -1,7 +1,7 @@
 // All builds of the resampler's filter and run against the model and against each other, on random filters and
 // stretches, by their own names and through the public functions.
 
-#include "tests/support/filter_block.h"
+#include "testing/filter_spec.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The loop of the gain ramps of every instruction set that this processor runs, against a model in wide integers.
 
 #include "kernels/loops/loops.h"
-#include "models/gain_model.h"
-#include "tests/support/guarded_buffer.h"
+#include "testing/models/gain_model.h"
+#include "testing/guarded_buffer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The moves between streams and a mux, of every instruction set that this processor runs, against a plain model.
 
 #include "kernels/loops/loops.h"
-#include "tests/support/guarded_buffer.h"
+#include "testing/guarded_buffer.h"
 
 #include <gtest/gtest.h>
 

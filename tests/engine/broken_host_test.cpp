@@ -1,6 +1,6 @@
 // Hosts that break the contract of their own interfaces, and arguments that no operation hands on.
 
-#include "tests/support/engine_fixture.h"
+#include "testing/engine_fixture.h"
 
 namespace zta::test {
 namespace {

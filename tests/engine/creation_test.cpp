@@ -1,7 +1,7 @@
 #include "component/class_factory.h"
 #include "component/unknown.h"
 #include "engine/engine_factory.h"
-#include "tests/support/engine_fixture.h"
+#include "testing/engine_fixture.h"
 
 #include <zta/module.h>
 

@@ -1,4 +1,4 @@
-#include "tests/support/engine_fixture.h"
+#include "testing/engine_fixture.h"
 
 #include <limits>
 

@@ -1,8 +1,8 @@
 // Which calls the engine makes on a host's buffers, over every path of every operation, against the table of the host's
 // guide.
 
-#include "tests/support/recording_host.h"
-#include "tests/support/scenarios.h"
+#include "testing/recording_host.h"
+#include "testing/scenarios.h"
 
 #include <gtest/gtest.h>
 

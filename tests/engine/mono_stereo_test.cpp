@@ -1,5 +1,5 @@
-#include "tests/support/engine_fixture.h"
-#include "tests/support/log_recorder.h"
+#include "testing/engine_fixture.h"
+#include "testing/log_recorder.h"
 
 namespace zta::test {
 namespace {

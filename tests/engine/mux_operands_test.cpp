@@ -1,6 +1,6 @@
 // How the mux operations pass their operands from the entry to the worker.
 
-#include "tests/support/mux_fixture.h"
+#include "testing/mux_fixture.h"
 
 namespace zta::test {
 namespace {

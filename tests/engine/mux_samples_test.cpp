@@ -1,8 +1,8 @@
 // What the mux operations make of samples, beside a plain model: every width, container, direction and a set of
 // lengths.
 
-#include "models/gain_model.h"
-#include "tests/support/mux_fixture.h"
+#include "testing/models/gain_model.h"
+#include "testing/mux_fixture.h"
 
 #include <cmath>
 #include <random>

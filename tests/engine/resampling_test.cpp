@@ -1,10 +1,10 @@
-#include "tests/support/engine_fixture.h"
+#include "testing/engine_fixture.h"
 
 #include "resampler/polyphase_resampler.h"
-#include "signal/filter_block.h"
-#include "signal/prepared_rows.h"
-#include "tests/support/guarded_buffer.h"
-#include "tests/support/signal_builds.h"
+#include "signal/filter_spec.h"
+#include "signal/packed_filter_bank.h"
+#include "testing/guarded_buffer.h"
+#include "testing/signal_variants.h"
 
 #include <cmath>
 #include <numeric>

@@ -1,9 +1,9 @@
 // Hosts that use a freedom of their interfaces that few hosts use, or break the contract of a buffer.
 
 #include "component/exceptions.h"
-#include "tests/support/engine_fixture.h"
-#include "tests/support/misbehaving_buffer.h"
-#include "tests/support/scenarios.h"
+#include "testing/engine_fixture.h"
+#include "testing/misbehaving_buffer.h"
+#include "testing/scenarios.h"
 
 #include <functional>
 #include <string>

@@ -5,14 +5,14 @@
 #include "host/host_engine.h"
 #include "resampler/polyphase_resampler.h"
 #include "resampler/resample_audio.h"
-#include "signal/filter_block.h"
+#include "signal/filter_spec.h"
 #include "support/ini_file.h"
 #include "tests/faults/failing_allocator.h"
 #include "tests/faults/injections.h"
-#include "tests/support/child_process.h"
-#include "tests/support/engine_fixture.h"
-#include "tests/support/scenarios.h"
-#include "tests/support/temp_directory.h"
+#include "testing/child_process.h"
+#include "testing/engine_fixture.h"
+#include "testing/scenarios.h"
+#include "testing/temp_directory.h"
 
 #include <zta/module.h>
 

@@ -1,7 +1,7 @@
 #include "tests/faults/injections.h"
-#include "tests/support/engine_fixture.h"
-#include "tests/support/misbehaving_buffer.h"
-#include "tests/support/scenarios.h"
+#include "testing/engine_fixture.h"
+#include "testing/misbehaving_buffer.h"
+#include "testing/scenarios.h"
 
 #include <cstdio>
 

@@ -1,8 +1,8 @@
 // The floating-point mode belongs to the host: the module neither changes it nor depends on what is flushed to zero.
 
 #include "tests/realtime/realtime_test_support.h"
-#include "tests/support/scenarios.h"
-#include "tests/support/temp_directory.h"
+#include "testing/scenarios.h"
+#include "testing/temp_directory.h"
 
 #include <immintrin.h>
 

@@ -1,7 +1,7 @@
 // Every path of every operation under the trap.
 
 #include "tests/realtime/realtime_test_support.h"
-#include "tests/support/scenarios.h"
+#include "testing/scenarios.h"
 
 #include <zta/status.h>
 

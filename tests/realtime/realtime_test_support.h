@@ -5,7 +5,7 @@
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/module.h"
-#include "tests/support/realtime_trap.h"
+#include "testing/realtime_trap.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/support/realtime_trap.h"
+#include "testing/realtime_trap.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 // How deep the stack gets in each operation: a real-time thread has a small one, and must know.
 
 #include "tests/realtime/realtime_test_support.h"
-#include "tests/support/scenarios.h"
+#include "testing/scenarios.h"
 
 #include <pthread.h>
 #include <sys/mman.h>

@@ -1,6 +1,6 @@
 // The trap itself: it must catch what it is there to catch, or the tests that rely on it prove nothing.
 
-#include "tests/support/realtime_trap.h"
+#include "testing/realtime_trap.h"
 
 #include <gtest/gtest.h>
 

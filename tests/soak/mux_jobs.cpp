@@ -1,6 +1,6 @@
 #include "host/audio_buffer.h"
 #include "host/formats.h"
-#include "models/gain_model.h"
+#include "testing/models/gain_model.h"
 #include "tests/soak/job.h"
 
 #include <zta/status.h>

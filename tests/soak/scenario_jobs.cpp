@@ -1,6 +1,6 @@
 #include "host/audio_buffer.h"
 #include "tests/soak/job.h"
-#include "tests/support/scenarios.h"
+#include "testing/scenarios.h"
 
 #include <cstddef>
 

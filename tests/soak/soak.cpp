@@ -6,7 +6,7 @@
 #include "host/audio_buffer.h"
 #include "host/host_engine.h"
 #include "tests/soak/job.h"
-#include "tests/support/recording_host.h"
+#include "testing/recording_host.h"
 
 #include <zta/module.h>
 

@@ -1,5 +1,5 @@
 // What cannot be done ends in one line, a non-zero exit code, and nothing changed.
-#include "tests/support/temp_directory.h"
+#include "testing/temp_directory.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/sounds.h"
 

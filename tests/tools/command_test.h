@@ -1,7 +1,7 @@
 /// What the tests of the commands share: a folder, files in it, and the tool's last run.
 #pragma once
 
-#include "tests/support/temp_directory.h"
+#include "testing/temp_directory.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/sounds.h"
 

@@ -1,5 +1,5 @@
 // ztaudio's help, versions, info and registration.
-#include "tests/support/temp_directory.h"
+#include "testing/temp_directory.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/sounds.h"
 

@@ -1,5 +1,5 @@
 // ztaudio convert on good input: every sample of every file that it writes.
-#include "tests/support/temp_directory.h"
+#include "testing/temp_directory.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/sounds.h"
 

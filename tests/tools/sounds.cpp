@@ -1,6 +1,6 @@
 #include "tests/tools/sounds.h"
 
-#include "models/gain_model.h"
+#include "testing/models/gain_model.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "kernels/audio_processing_util.h"
 
-#include "tests/support/fake_audio_samples.h"
+#include "testing/fake_audio_samples.h"
 
 #include <zta/status.h>
 

@@ -1,8 +1,8 @@
 // Which build of the signal functions a call reaches, and what the functions around the selection return.
 
-#include "signal/feature_rules.h"
-#include "tests/support/signal_builds.h"
-#include "tests/support/signal_spies.h"
+#include "signal/variant_selection.h"
+#include "testing/signal_variants.h"
+#include "testing/signal_spies.h"
 
 #include <gtest/gtest.h>
 

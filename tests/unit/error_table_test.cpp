@@ -1,5 +1,5 @@
 // The whole table of the error texts, against a list of its names that is kept apart.
-#include "tests/support/status_runs.h"
+#include "testing/status_ranges.h"
 
 #include <zta/error_text.h>
 #include <zta/status.h>
@@ -120,7 +120,7 @@ TEST(ErrorTable, HasAConstantForEachName)
 {
     const std::vector<Name> constants = {
 #define ZTA_STATUS_ROW(code, name, sentence) {#name, static_cast<std::uint32_t>(name)},
-#include <zta/status_rows.inc>
+#include <zta/status_codes.def>
     };
     const std::vector<Name> expected = ExpectedNames();
     ASSERT_EQ(constants.size(), expected.size());

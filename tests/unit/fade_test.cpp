@@ -1,8 +1,8 @@
 #include "kernels/fade.h"
-#include "kernels/loops/fade_gains.h"
+#include "kernels/loops/fade_curve.h"
 
-#include "models/fade_model.h"
-#include "tests/support/fake_audio_samples.h"
+#include "testing/models/fade_model.h"
+#include "testing/fake_audio_samples.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The filter bank: sizes, layout, literal taps, the two limits, and the model of the tests for all else.
 
-#include "tests/support/filter_block.h"
+#include "testing/filter_spec.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/module.h"
-#include "tests/support/temp_directory.h"
+#include "testing/temp_directory.h"
 
 #include <zta/status.h>
 

@@ -1,5 +1,5 @@
 #include "component/hresult.h"
-#include "tests/support/log_recorder.h"
+#include "testing/log_recorder.h"
 
 #include <zta/status.h>
 

@@ -1,8 +1,8 @@
 /// Compares the INI file with a plain model of its rules, over random files and random sequences of operations.
 /// A failure prints the seed; the environment variable ZTA_TEST_SEED repeats it.
 #include "support/ini_file.h"
-#include "tests/support/ini_model.h"
-#include "tests/support/temp_directory.h"
+#include "testing/ini_model.h"
+#include "testing/temp_directory.h"
 
 #include <gtest/gtest.h>
 

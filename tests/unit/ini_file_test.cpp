@@ -1,6 +1,6 @@
 #include "support/ini_file.h"
-#include "tests/support/child_process.h"
-#include "tests/support/temp_directory.h"
+#include "testing/child_process.h"
+#include "testing/temp_directory.h"
 
 #include <gtest/gtest.h>
 

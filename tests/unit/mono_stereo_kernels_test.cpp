@@ -1,6 +1,6 @@
 #include "kernels/mono_to_stereo.h"
 #include "kernels/stereo_to_mono.h"
-#include "tests/support/fake_audio_samples.h"
+#include "testing/fake_audio_samples.h"
 
 #include <gtest/gtest.h>
 

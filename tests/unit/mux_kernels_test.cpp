@@ -1,6 +1,6 @@
 // The named kernels of the four mux classes and the counted bodies behind them.
 
-#include "tests/support/mux_rows.h"
+#include "testing/mux_cases.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // ConvertMonoToMux, ConvertStereoToMux, ConvertMuxToMono and ConvertMuxToStereo on buffers whose every answer the test
 // sets.
 
-#include "tests/support/log_recorder.h"
-#include "tests/support/mux_rows.h"
+#include "testing/log_recorder.h"
+#include "testing/mux_cases.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The numeric and memory primitives: each build alone, and through the dispatch.
 
-#include "tests/support/guarded_buffer.h"
-#include "tests/support/signal_builds.h"
+#include "testing/guarded_buffer.h"
+#include "testing/signal_variants.h"
 
 #include <gtest/gtest.h>
 

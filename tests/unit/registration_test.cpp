@@ -1,7 +1,7 @@
 /// Registration reads the environment and writes to standard output, so each call is made in a child process.
 #include "component/module.h"
-#include "tests/support/child_process.h"
-#include "tests/support/temp_directory.h"
+#include "testing/child_process.h"
+#include "testing/temp_directory.h"
 
 #include <zta/engine_interfaces.h>
 #include <zta/module.h>

@@ -1,7 +1,7 @@
 #include "kernels/audio_processing_util.h"
 
-#include "tests/support/fake_audio_samples.h"
-#include "tests/support/format_model.h"
+#include "testing/fake_audio_samples.h"
+#include "testing/format_model.h"
 
 #include <zta/status.h>
 

@@ -1,6 +1,6 @@
 #include "kernels/volume.h"
-#include "models/gain_model.h"
-#include "tests/support/fake_audio_samples.h"
+#include "testing/models/gain_model.h"
+#include "testing/fake_audio_samples.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,107 @@
+/// compare_builds: two builds of the library in one process, operation by operation.
+///   compare_builds LIMIT BASE.so NEW.so   takes both in turns and fails where NEW takes more than LIMIT times BASE's
+///                                         processor time
+///   compare_builds --names                prints the operations, one a line
+///   compare_builds --calls LIBRARY.so     for a counter of instructions: each operation a few times, inside
+///                                         `zta_counted_calls`
+#include "bench/compare/operations.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+/// Calls a job a fixed number of times: a name for the counter to look for.
+extern "C" [[gnu::noinline, gnu::visibility("default")]] void zta_counted_calls(const bench::Job* job)
+{
+    constexpr int kCalls = 8;
+    for (int call = 0; call < kCalls; ++call) {
+        (*job)();
+    }
+    asm volatile("" ::: "memory");
+}
+
+namespace {
+
+using namespace bench;
+
+/// Memory at an unlucky place may make either build look slow; a slow build looks so each time.
+constexpr int kAttempts = 4;
+
+struct Pair {
+    double base;
+    double now;
+    double ratio;
+};
+
+Pair Compare(const Operation& operation, const Engine& base, const Engine& now)
+{
+    const Timer timers[] = {TimerOf(operation.jobOf(base)), TimerOf(operation.jobOf(now))};
+    const Rounds rounds = TakeTurns(timers, {.seconds = 0.15, .turnSeconds = 2e-4, .leastRounds = 51});
+    return {Median(rounds[0]), Median(rounds[1]), MedianRatio(rounds[1], rounds[0])};
+}
+
+bool IsSlower(const Operation& operation, zta::host::Module& baseModule, zta::host::Module& newModule, double limit)
+{
+    Pair pair{};
+    int attempt = 0;
+    do { // each time with engines of its own, so that no pool keeps an unlucky place
+        const Engine base(baseModule, Placement::Spread);
+        const Engine now(newModule, Placement::Spread);
+        pair = Compare(operation, base, now);
+    } while ((pair.ratio > limit || pair.ratio < 1 / limit) && ++attempt < kAttempts);
+    const bool slower = pair.ratio > limit;
+    std::printf("  %-36s %9.3f us %9.3f us  %.3f%s\n", operation.name.c_str(), pair.base * 1e6, pair.now * 1e6,
+                pair.ratio, slower ? "  SLOWER" : "");
+    std::fflush(stdout);
+    return slower;
+}
+
+int ComparePairs(double limit, const char* basePath, const char* newPath)
+{
+    PinToProcessor(0);
+    zta::host::Module base(basePath);
+    zta::host::Module now(newPath);
+    int slower = 0;
+    for (const Operation& operation : MakeOperations()) {
+        slower += IsSlower(operation, base, now, limit) ? 1 : 0;
+    }
+    return slower;
+}
+
+void CallAll(const char* path)
+{
+    zta::host::Module module(path);
+    const Engine engine(module, Placement::Spread);
+    for (const Operation& operation : MakeOperations()) {
+        const Job job = operation.jobOf(engine);
+        job(); // what happens once only is not counted
+        zta_counted_calls(&job);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        if (argc == 2 && std::strcmp(argv[1], "--names") == 0) {
+            for (const Operation& operation : MakeOperations()) {
+                std::printf("%s\n", operation.name.c_str());
+            }
+            return EXIT_SUCCESS;
+        }
+        if (argc == 3 && std::strcmp(argv[1], "--calls") == 0) {
+            CallAll(argv[2]);
+            return EXIT_SUCCESS;
+        }
+        if (argc == 4) {
+            return ComparePairs(std::atof(argv[1]), argv[2], argv[3]) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return EXIT_FAILURE;
+    }
+    std::fprintf(stderr, "usage: compare_builds LIMIT BASE NEW | --names | --calls LIBRARY\n");
+    return 2;
+}

@@ -1,0 +1,70 @@
+/// Tells whether calls that were written down by hand are those that the engine makes.
+#pragma once
+
+#include "bench/common/host.h"
+#include "bench/peers/workload.h"
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// A buffer that counts the calls of each kind.
+class TallyBuffer : public PlainBuffer {
+public:
+    using PlainBuffer::PlainBuffer;
+    using Tally = std::array<int, 18>;
+
+    const Tally& Counts() const { return counts_; }
+    void Clear() { counts_ = {}; }
+
+    int QueryInterface(const _GUID& riid, void** ppv) override;
+    unsigned long AddRef() override;
+    unsigned long Release() override;
+    int MarkWriteStartTime() override;
+    int MarkWriteStopTime() override;
+    int SignalReadCompletion() override;
+    int SignalWriteCompletion() override;
+    int SetErrorCode(int code) override;
+    int GetErrorCode(int* code) override;
+    int SetPolarity(std::uint32_t polarity) override;
+    int SetWaveFormat(SZtaWaveFormatInfo* format) override;
+    int GetAudioSamplesDescription(SZtAudioSamplesDescription* description) override;
+    int GetBufferAndLength(void** data, unsigned long* length) override;
+    int GetBufferCapacity(unsigned long* capacity) override;
+    int GetLengthInSampleFrames(unsigned long* frames) override;
+    int SetFadeIn(bool fadeIn) override;
+    int SetFadeOut(bool fadeOut) override;
+    int SetLength(unsigned long length) override;
+
+private:
+    Tally counts_{};
+};
+
+/// The planes of a side as counting buffers.
+class TallySet {
+public:
+    explicit TallySet(const Side& side);
+
+    IZtAudioSamples* One() const { return pointers_.front(); }
+    IZtAudioSamples** Array() { return pointers_.data(); }
+    unsigned long Count() const { return pointers_.size(); }
+    std::vector<TallyBuffer::Tally> Take();
+
+private:
+    std::vector<std::unique_ptr<TallyBuffer>> buffers_;
+    std::vector<IZtAudioSamples*> pointers_;
+};
+
+/// Nothing if both leave the same counts on every buffer.
+std::optional<std::string> CompareCalls(TallySet& first, TallySet& second, const std::function<void()>& engine,
+                                        const std::function<void()>& byHand);
+
+/// A contender that makes an operation's calls by hand, and does none of its work.
+Contender MakeCallsAlone(Job byHand, Check check);
+
+} // namespace bench

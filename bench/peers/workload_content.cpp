@@ -1,0 +1,77 @@
+#include "bench/common/models.h"
+#include "bench/peers/workload.h"
+
+namespace bench {
+
+namespace {
+
+/// One operation on buffers of 4800 stereo frames, with what the samples hold as the only difference.
+struct Operation {
+    const char* name;
+    Sample from;
+    Sample to;
+    bool ramp;
+};
+
+constexpr std::size_t kFrames = 4800;
+constexpr std::uint32_t kChannels = 2;
+constexpr float kStart = 0.5F;
+constexpr float kEnd = 2.5F;
+
+constexpr Operation kOperations[] = {
+    {"16 to float", Sample::Int16, Sample::Float, false},
+    {"24-in-32 to float", Sample::Int24In32, Sample::Float, false},
+    {"float to 16", Sample::Float, Sample::Int16, false},
+    {"float to 24-in-32", Sample::Float, Sample::Int24In32, false},
+    {"gain ramp", Sample::Int24In32, Sample::Int24In32, true},
+};
+
+Job JobOn(const Bench& bench, const Operation& operation, const Side& in, const Side& out)
+{
+    return operation.ramp ? VolumeJob(bench.spread, in, out, kStart, kEnd) : CopyJob(bench.spread, in, out);
+}
+
+Check CheckOf(const Operation& operation, const Side& in, const Side& out)
+{
+    return EqualTo(out, [=] { return operation.ramp ? Scaled(in, kStart, kEnd) : Converted(in, out); });
+}
+
+Work MakeContent(const Bench& bench, const Operation& operation, Content content)
+{
+    const auto memory = std::make_shared<Memory>(3 * Memory::RoomFor(8 * kFrames, Placement::Spread));
+    const auto side = [&](Sample sample) { return MakeSide(memory, sample, kChannels, 1, kFrames, Placement::Spread); };
+    const Side special = side(operation.from);
+    const Side noise = side(operation.from);
+    const Side out = side(operation.to);
+    Work work;
+    work.prepare = [=] {
+        Fill(special, content);
+        Fill(noise, Content::Noise);
+        Poison(out);
+    };
+    const auto add = [&](Content of, Role role, const Side& in) {
+        work.contenders.push_back(
+            MakeContender(NameOf(of), role, JobOn(bench, operation, in, out), CheckOf(operation, in, out)));
+    };
+    add(content, Role::Library, special);
+    add(Content::Noise, Role::Yardstick, noise);
+    work.targets = {{Role::Yardstick, 0.95}};
+    return work;
+}
+
+} // namespace
+
+void AddContents(std::vector<WorkRow>& rows, const Bench& bench)
+{
+    for (const Operation& operation : kOperations) {
+        for (const Content content : {Content::Silence, Content::FadeTail, Content::Denormal}) {
+            if (content == Content::Denormal && operation.from != Sample::Float) {
+                continue;
+            }
+            rows.push_back({"Silence, fade tails and denormals", std::string(operation.name) + ", " + NameOf(content),
+                            [&bench, operation, content] { return MakeContent(bench, operation, content); }});
+        }
+    }
+}
+
+} // namespace bench

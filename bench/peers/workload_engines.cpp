@@ -1,0 +1,137 @@
+#include "bench/common/models.h"
+#include "bench/peers/workload.h"
+
+#include <atomic>
+#include <thread>
+
+#include <sys/resource.h>
+
+namespace bench {
+
+namespace {
+
+constexpr std::size_t kEngines = 8;
+
+/// An engine with buffers of its own: 1024 stereo frames from 16 bits to 24 in 32, 12 KiB in all.
+class Station {
+public:
+    explicit Station(zta::host::Module& module)
+        : engine_(module, Placement::Spread), memory_(std::make_shared<Memory>(1 << 16)),
+          in_(MakeSide(memory_, Sample::Int16, 2, 1, 1024, Placement::Spread)),
+          out_(MakeSide(memory_, Sample::Int24In32, 2, 1, 1024, Placement::Spread)), source_(in_), target_(out_)
+    {
+        Fill(in_, Content::Noise);
+        Poison(out_);
+    }
+
+    void Call() { engine_.Require(engine_->CopyAudioSamples(source_.One(), target_.One())); }
+
+    std::optional<std::string> Check() const
+    {
+        return EqualTo(out_, [this] { return Converted(in_, out_); })();
+    }
+
+private:
+    Engine engine_;
+    std::shared_ptr<Memory> memory_;
+    Side in_;
+    Side out_;
+    BufferSet source_;
+    BufferSet target_;
+};
+
+long VoluntarySwitches()
+{
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nvcsw;
+}
+
+/// Eight threads, spread over the processors, each with its engine. The seconds of one call are the threads' mean, of
+/// processor time, which does not count a thread that is kept waiting for its turn; a thread that waits for another
+/// would show as switches of its own will.
+class EightEngines {
+public:
+    explicit EightEngines(const std::vector<std::shared_ptr<Station>>& stations) : stations_(stations) {}
+
+    double operator()(int calls)
+    {
+        std::atomic<std::size_t> ready = 0;
+        std::vector<double> seconds(stations_.size());
+        std::vector<std::thread> threads;
+        for (std::size_t i = 0; i < stations_.size(); ++i) {
+            threads.emplace_back([&, i] {
+                PinToProcessor(i);
+                Station& station = *stations_[i];
+                station.Call();
+                ++ready;
+                while (ready != stations_.size()) {
+                    std::this_thread::yield();
+                }
+                const long before = VoluntarySwitches();
+                const double start = ThreadSeconds();
+                for (int call = 0; call < calls; ++call) {
+                    station.Call();
+                }
+                seconds[i] = ThreadSeconds() - start;
+                waits_ += VoluntarySwitches() - before;
+            });
+        }
+        double sum = 0;
+        for (std::size_t i = 0; i < threads.size(); ++i) {
+            threads[i].join();
+            sum += seconds[i];
+        }
+        return sum / calls / static_cast<double>(threads.size());
+    }
+
+    long Waits() const { return waits_; }
+
+private:
+    std::vector<std::shared_ptr<Station>> stations_;
+    std::atomic<long> waits_ = 0;
+};
+
+Work MakeEngines(const Bench& bench)
+{
+    std::vector<std::shared_ptr<Station>> stations;
+    for (std::size_t i = 0; i < kEngines; ++i) {
+        stations.push_back(std::make_shared<Station>(bench.module));
+    }
+    const auto eight = std::make_shared<EightEngines>(stations);
+    Work work;
+    work.turnSeconds = 4e-3;
+    work.prepare = [] {};
+    Contender all;
+    all.name = "eight engines";
+    all.role = Role::Library;
+    all.timer = [eight](int calls) { return (*eight)(calls); };
+    all.once = [eight] { (*eight)(20000); };
+    all.check = [stations, eight]() -> std::optional<std::string> {
+        for (const auto& station : stations) {
+            if (const auto wrong = station->Check()) {
+                return wrong;
+            }
+        }
+        if (eight->Waits() != 0) {
+            return "a thread waited " + std::to_string(eight->Waits()) + " times";
+        }
+        return std::nullopt;
+    };
+    work.contenders.push_back(std::move(all));
+    work.contenders.push_back(MakeContender(
+        "one engine", Role::Yardstick, [station = stations.front()] { station->Call(); },
+        [station = stations.front()] { return station->Check(); }));
+    work.targets = {{Role::Yardstick, 0.95}};
+    return work;
+}
+
+} // namespace
+
+void AddEngines(std::vector<WorkRow>& rows, const Bench& bench)
+{
+    rows.push_back(
+        {"Eight engines", "16 to 24-in-32, 1024 stereo frames each", [&bench] { return MakeEngines(bench); }});
+}
+
+} // namespace bench

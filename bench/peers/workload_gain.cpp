@@ -1,0 +1,93 @@
+#include "bench/common/models.h"
+#include "bench/peers/workload.h"
+
+namespace bench {
+
+namespace {
+
+constexpr std::size_t kInCache = 64 << 10;
+constexpr std::size_t kInMemory = 64 << 20;
+
+/// Frames of 24-in-32 in so many bytes, some less where the engine leaves lengths of many 65536 steps alone.
+std::size_t FramesIn(std::size_t bytes, std::uint32_t channels)
+{
+    const std::size_t frames = bytes / (4 * channels);
+    return frames * channels / 4 % 65536 == 0 ? frames - 4 : frames;
+}
+
+const char* SizeName(std::size_t bytes)
+{
+    return bytes == kInCache ? "64 KiB" : "64 MiB";
+}
+
+Work MakeRamp(const Bench& bench, std::size_t bytes, std::uint32_t channels)
+{
+    constexpr float kStart = 0.5F;
+    constexpr float kEnd = 2.5F;
+    const auto memory = std::make_shared<Memory>(2 * Memory::RoomFor(bytes, Placement::Spread));
+    const auto side = [&] {
+        return MakeSide(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Spread);
+    };
+    const Side in = side();
+    const Side out = side();
+    Work work;
+    work.prepare = [in, out] {
+        Fill(in, Content::Noise);
+        Poison(out);
+    };
+    work.contenders.push_back(MakeContender("engine", Role::Library, VolumeJob(bench.spread, in, out, kStart, kEnd),
+                                            EqualTo(out, [in] { return Scaled(in, kStart, kEnd); })));
+    AddLimits(work, OnePass(in, out));
+    work.targets = {{Role::Limit, bytes == kInCache ? 0.6 : 0.9}};
+    return work;
+}
+
+/// No peer has ramps that run by sample frames, so the constant gain stands for them: in place, as the peers work.
+Work MakeConstant(const Bench& bench, std::size_t bytes, std::uint32_t channels)
+{
+    constexpr float kGain = 1.5F;
+    const auto memory = std::make_shared<Memory>(2 * Memory::RoomFor(bytes, Placement::Spread));
+    const Side side = MakeSide(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Spread);
+    const Side before = MakeSide(memory, Sample::Int24In32, channels, 1, side.frames, Placement::Spread);
+    Work work;
+    work.prepare = [side, before] {
+        Fill(side, Content::Noise);
+        Fill(before, Content::Noise);
+    };
+    work.contenders.push_back(MakeContender("engine", Role::Library, VolumeJob(bench.spread, side, side, kGain, kGain),
+                                            EqualTo(side, [before] { return Scaled(before, kGain, kGain); })));
+    for (const auto& peer : bench.peers) {
+        if (Job job = peer->Gain(side, static_cast<double>(kGain))) {
+            work.contenders.push_back(
+                MakeContender(peer->Name(), Role::Peer, std::move(job),
+                              WithinTolerance(before, side, 0x1.01p-23, static_cast<double>(kGain))));
+        }
+    }
+    work.targets = {{Role::Peer, 1.0}};
+    return work;
+}
+
+std::string Channels(std::uint32_t channels)
+{
+    return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
+}
+
+} // namespace
+
+void AddGains(std::vector<WorkRow>& rows, const Bench& bench)
+{
+    for (const std::size_t bytes : {kInCache, kInMemory}) {
+        for (const std::uint32_t channels : {1U, 2U, 4U, 8U, 16U, 32U, 64U}) {
+            rows.push_back({"Gain ramps", Channels(channels) + ", " + SizeName(bytes),
+                            [&bench, bytes, channels] { return MakeRamp(bench, bytes, channels); }});
+        }
+    }
+    for (const std::size_t bytes : {kInCache, kInMemory}) {
+        for (const std::uint32_t channels : {2U, 8U}) {
+            rows.push_back({"Constant gain in place", Channels(channels) + ", " + SizeName(bytes),
+                            [&bench, bytes, channels] { return MakeConstant(bench, bytes, channels); }});
+        }
+    }
+}
+
+} // namespace bench

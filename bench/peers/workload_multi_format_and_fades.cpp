@@ -1,0 +1,83 @@
+#include "bench/common/models.h"
+#include "bench/peers/workload.h"
+
+#include <cmath>
+
+namespace bench {
+
+namespace {
+
+constexpr std::size_t kFrames = 4800;
+constexpr std::size_t kFadeFrames = 200;
+
+struct Row {
+    Sample from;
+    Sample to;
+    std::uint32_t channels;
+};
+
+/// Untouched in the middle to the bit; along the edges within 2^-10 of 1 - (1 - t)^2.
+Check FadedAtBothEnds(const Side& in, const Side& out)
+{
+    return [in, out]() -> std::optional<std::string> {
+        const std::vector<std::byte> plain = Converted(in, out);
+        const std::size_t bytes = BytesOf(out.sample);
+        for (std::size_t i = 0; i < out.frames * out.channelsOfPlane; ++i) {
+            const std::size_t frame = i / out.channelsOfPlane;
+            const std::size_t fromEdge = std::min(frame, out.frames - 1 - frame);
+            const double left = fromEdge < kFadeFrames ? 1 - static_cast<double>(fromEdge + 1) / kFadeFrames : 0.0;
+            const double expected = ValueAt(out.sample, plain.data() + i * bytes) * (1 - left * left);
+            const double found = ValueAt(out.sample, out.planes.front() + i * bytes);
+            if (std::abs(found - expected) > (fromEdge < kFadeFrames ? 0x1p-10 : 0.0)) {
+                return "frame " + std::to_string(frame) + " is " + std::to_string(found) + " instead of " +
+                       std::to_string(expected);
+            }
+        }
+        return std::nullopt;
+    };
+}
+
+Work MakeCopy(const Bench& bench, const Row& row, bool fades)
+{
+    const std::size_t samples = kFrames * row.channels;
+    const std::size_t room = PassRoom(samples * BytesOf(row.from), samples * BytesOf(row.to));
+    const auto memory = std::make_shared<Memory>(2 * Memory::RoomFor(room, Placement::Spread));
+    const Side in = MakeSide(memory, row.from, row.channels, 1, kFrames, Placement::Spread, room);
+    const Side out = MakeSide(memory, row.to, row.channels, 1, kFrames, Placement::Spread, room);
+    Work work;
+    work.prepare = [in, out] {
+        Fill(in, Content::Noise);
+        Poison(out);
+    };
+    work.contenders.push_back(
+        MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out, fades),
+                      fades ? FadedAtBothEnds(in, out) : EqualTo(out, [in, out] { return Converted(in, out); })));
+    AddLimits(work, OnePass(in, out));
+    work.targets = {{Role::Limit, 0.8}};
+    return work;
+}
+
+std::string NameOf(const Row& row)
+{
+    return std::string(NameOf(row.from)) + " to " + NameOf(row.to) + ", " + std::to_string(row.channels) + " ch, " +
+           std::to_string(kFrames) + " frames";
+}
+
+} // namespace
+
+void AddMultiFormatsAndFades(std::vector<WorkRow>& rows, const Bench& bench)
+{
+    using enum Sample;
+    constexpr Row kWords[] = {{Multi24, Int24In32, 2}, {Multi24, Int24In32, 16}, {Multi16, Int16, 2}};
+    constexpr Row kFades[] = {{Int24In32, Int24In32, 1},  {Int24In32, Int24In32, 2}, {Int24In32, Int24In32, 8},
+                              {Int24In32, Int24In32, 16}, {Int16, Int16, 1},         {Int16, Int16, 2},
+                              {Int16, Int16, 8},          {Int16, Int16, 16},        {Int16, Int24In32, 2}};
+    for (const Row& row : kWords) {
+        rows.push_back({"Multi-format words", NameOf(row), [&bench, row] { return MakeCopy(bench, row, false); }});
+    }
+    for (const Row& row : kFades) {
+        rows.push_back({"Copies with both fades", NameOf(row), [&bench, row] { return MakeCopy(bench, row, true); }});
+    }
+}
+
+} // namespace bench

@@ -1,0 +1,272 @@
+#include "bench/peers/workload_resampling.h"
+
+#include "bench/peers/simd_copies.h"
+
+#include <zta/ipp.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <random>
+
+namespace bench {
+
+namespace {
+
+struct Direction {
+    std::uint32_t from;
+    std::uint32_t to;
+};
+
+constexpr Direction kDirections[] = {{44100, 48000}, {48000, 44100}};
+/// Long turns: some resamplers work in blocks of thousands of frames.
+constexpr double kTurnSeconds = 2e-3;
+/// Input samples of a bare run: one piece that fits the nearest cache.
+constexpr std::size_t kBareFrames = 8192;
+
+StreamMaker EngineMaker(const Bench& bench)
+{
+    return {"engine", [&bench](const Rates& rates, std::size_t frames) -> Stream {
+                return [stream = std::make_shared<EngineStream>(bench.spread, rates, frames)](
+                           const std::int16_t* in, std::size_t, std::int16_t* out, std::size_t) {
+                    return stream->Process(in, out);
+                };
+            }};
+}
+
+const Quality& QualityOf(const StreamMaker& maker, const Direction& direction)
+{
+    static std::map<std::pair<std::string, std::uint32_t>, Quality> known;
+    const auto [entry, isNew] = known.try_emplace({maker.name, direction.from});
+    if (isNew) {
+        const auto play = [&](double hertz) {
+            const Rates rates{direction.from, direction.to, 1};
+            return PlayTone(maker, rates, 1024, hertz, 4, 0).signalToNoise;
+        };
+        entry->second = {maker.name, direction.from, direction.to, play(kLowTone), play(kHighTone)};
+    }
+    return entry->second;
+}
+
+/// The low tone keeps its level within 0.1 dB and comes out at 40 dB or better, in the last channel too, when the
+/// stream is cut as it is measured.
+Check KeepsTheTone(const StreamMaker& maker, const Rates& rates, std::size_t frames)
+{
+    return [maker, rates, frames]() -> std::optional<std::string> {
+        const ToneResult tone = PlayTone(maker, rates, frames, kLowTone, 1.5, rates.channels - 1);
+        if (std::abs(tone.level - kToneLevel) > 0.1 || tone.signalToNoise < 40) {
+            return "the tone is at " + std::to_string(tone.level) + " dBFS, " + std::to_string(tone.signalToNoise) +
+                   " dB above the noise";
+        }
+        return std::nullopt;
+    };
+}
+
+/// The filter's run of one build of the module, with a filter bank of that build.
+class BareRun {
+public:
+    BareRun(const Bench& bench, const std::string& prefix, const Direction& direction, std::size_t frames)
+        : run_(Symbol<decltype(run_)>(bench, prefix + "ippsResamplePolyphaseFixed_16s")), frames_(frames),
+          input_(frames + 64), output_(2 * frames + 64)
+    {
+        int size = 0;
+        int length = 0;
+        int height = 0;
+        const auto from = static_cast<int>(direction.from);
+        const auto to = static_cast<int>(direction.to);
+        Symbol<decltype(&ippsResamplePolyphaseFixedGetSize_16s)>(
+            bench, prefix + "ippsResamplePolyphaseFixedGetSize_16s")(from, to, kTaps, &size, &length, &height,
+                                                                     ippAlgHintFast);
+        block_.resize(static_cast<std::size_t>(size) / sizeof(Line) + 1);
+        Symbol<decltype(&ippsResamplePolyphaseFixedInit_16s)>(bench, prefix + "ippsResamplePolyphaseFixedInit_16s")(
+            from, to, kTaps, 1.0F, 9.0F, Bank(), ippAlgHintFast);
+        std::minstd_rand random(3);
+        std::uniform_int_distribution<int> values(-32000, 32000);
+        for (std::int16_t& sample : input_) {
+            sample = static_cast<std::int16_t>(values(random));
+        }
+    }
+
+    std::size_t Run()
+    {
+        double time = kTaps / 2 + 1;
+        int outputs = 0;
+        run_(input_.data(), static_cast<int>(frames_), output_.data(), 1.0F, &time, &outputs, Bank());
+        return static_cast<std::size_t>(outputs);
+    }
+
+    const std::vector<std::int16_t>& Output() const { return output_; }
+
+private:
+    struct alignas(64) Line {
+        std::byte bytes[64];
+    };
+    static constexpr int kTaps = 32;
+
+    template <typename F>
+    static F Symbol(const Bench& bench, const std::string& name)
+    {
+        return bench.module.Symbol<F>(name.c_str());
+    }
+    IppsResamplingPolyphaseFixed_16s* Bank()
+    {
+        return reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(block_.data());
+    }
+
+    decltype(&ippsResamplePolyphaseFixed_16s) run_;
+    std::size_t frames_;
+    std::vector<std::int16_t> input_;
+    std::vector<std::int16_t> output_;
+    std::vector<Line> block_;
+};
+
+/// Sample by sample what the build for the oldest processors makes.
+Check RunsLikeTheOldestBuild(const Bench& bench, const std::shared_ptr<BareRun>& run, const Direction& direction,
+                             std::size_t frames)
+{
+    return [&bench, run, direction, frames]() -> std::optional<std::string> {
+        BareRun oldest(bench, "m7_", direction, frames);
+        if (run->Run() != oldest.Run() || run->Output() != oldest.Output()) {
+            return "the run differs from that of the oldest build";
+        }
+        return std::nullopt;
+    };
+}
+
+/// The bare run as a yardstick for so many samples. It goes over more of them in one piece, so that what it prepares
+/// for itself does not count, and is charged by the sample.
+Contender BareRunOver(const Bench& bench, const Direction& direction, std::size_t samples)
+{
+    const auto run = std::make_shared<BareRun>(bench, "", direction, kBareFrames);
+    Contender contender = MakeContender(
+        "bare run", Role::Yardstick, [run] { run->Run(); }, RunsLikeTheOldestBuild(bench, run, direction, kBareFrames));
+    contender.timer = [runs = contender.timer, samples](int calls) {
+        const double share = static_cast<double>(samples) / kBareFrames;
+        return runs(std::max(1, static_cast<int>(calls * share))) * share;
+    };
+    return contender;
+}
+
+Work MakeResampling(const Bench& bench, const Direction& direction, std::uint32_t channels, std::size_t frames)
+{
+    const Rates rates{direction.from, direction.to, channels};
+    const auto engine = std::make_shared<EngineStream>(bench.spread, rates, frames);
+    Work work;
+    work.turnSeconds = kTurnSeconds;
+    work.prepare = [] {};
+    work.contenders.push_back(MakeContender(
+        "engine", Role::Library, [engine] { engine->Call(); }, KeepsTheTone(EngineMaker(bench), rates, frames)));
+    work.contenders.push_back(BareRunOver(bench, direction, channels * frames));
+    for (const auto& peer : bench.peers) {
+        for (const StreamMaker& maker : peer->Resamplers()) {
+            const bool suffices = std::all_of(std::begin(kDirections), std::end(kDirections),
+                                              [&](const Direction& way) { return QualityOf(maker, way).Suffices(); });
+            const auto out = std::make_shared<std::vector<std::int16_t>>((2 * frames + 16384) * channels);
+            const Stream stream = maker.make(rates, frames);
+            const auto* const in = reinterpret_cast<const std::int16_t*>(engine->In().planes.front());
+            const std::size_t capacity = out->size() / channels;
+            work.contenders.push_back(MakeContender(
+                maker.name, suffices ? Role::Peer : Role::Other,
+                [stream, in, frames, out, capacity] { stream(in, frames, out->data(), capacity); },
+                KeepsTheTone(maker, rates, frames)));
+        }
+    }
+    work.targets = {{Role::Peer, frames == 160 ? 2.5 : 4.0}};
+    if (frames != 160) {
+        work.targets.push_back({Role::Yardstick, 0.85});
+    }
+    return work;
+}
+
+/// What the samples hold must not tell in the time. No tone is played here: the works above have checked the stream.
+Work MakeContent(const Bench& bench, Content content)
+{
+    constexpr Rates kRates{44100, 48000, 2};
+    constexpr std::size_t kFrames = 4800;
+    Work work;
+    work.turnSeconds = kTurnSeconds;
+    work.prepare = [] {};
+    for (const auto& [of, role] : {std::pair(content, Role::Library), std::pair(Content::Noise, Role::Yardstick)}) {
+        const auto stream = std::make_shared<EngineStream>(bench.spread, kRates, kFrames, of);
+        work.contenders.push_back(MakeContender(NameOf(of), role, [stream] { stream->Call(); }, {}));
+    }
+    work.targets = {{Role::Yardstick, 0.95}};
+    return work;
+}
+
+struct Build {
+    const char* prefix;
+    const char* name;
+    std::size_t registerBytes;
+    double share;
+};
+
+constexpr Build kBuilds[] = {{"k0_", "AVX-512", 64, 0.25}, {"l9_", "AVX2", 32, 0.2}};
+
+Work MakeBareRun(const Bench& bench, const Build& build, const Direction& direction)
+{
+    const auto run = std::make_shared<BareRun>(bench, build.prefix, direction, kBareFrames);
+    Work work;
+    work.prepare = [] {};
+    const Job adds = MultiplyAdds(kBareFrames * direction.to / direction.from, build.registerBytes);
+    if (!adds) {
+        return work; // not on this processor
+    }
+    work.contenders.push_back(MakeContender(
+        "run", Role::Library, [run] { run->Run(); }, RunsLikeTheOldestBuild(bench, run, direction, kBareFrames)));
+    work.contenders.push_back(MakeContender("multiply-adds", Role::Yardstick, adds, {}));
+    work.targets = {{Role::Yardstick, build.share}};
+    return work;
+}
+
+std::string Text(const Direction& direction)
+{
+    return std::to_string(direction.from) + " to " + std::to_string(direction.to);
+}
+
+} // namespace
+
+std::vector<Quality> MeasureQualities(const Bench& bench)
+{
+    std::vector<StreamMaker> makers = {EngineMaker(bench)};
+    for (const auto& peer : bench.peers) {
+        for (const StreamMaker& maker : peer->Resamplers()) {
+            makers.push_back(maker);
+        }
+    }
+    std::vector<Quality> qualities;
+    for (const StreamMaker& maker : makers) {
+        for (const Direction& direction : kDirections) {
+            qualities.push_back(QualityOf(maker, direction));
+        }
+    }
+    return qualities;
+}
+
+void AddResampling(std::vector<WorkRow>& rows, const Bench& bench)
+{
+    for (const std::size_t frames : {160U, 1024U, 4800U}) {
+        for (const std::uint32_t channels : {1U, 2U}) {
+            for (const Direction& direction : kDirections) {
+                rows.push_back(
+                    {"Resampling",
+                     Text(direction) + (channels == 1 ? ", mono, " : ", stereo, ") + std::to_string(frames) + " frames",
+                     [&bench, direction, channels, frames] {
+                         return MakeResampling(bench, direction, channels, frames);
+                     }});
+            }
+        }
+    }
+    for (const Build& build : kBuilds) {
+        for (const Direction& direction : kDirections) {
+            rows.push_back({"Bare run of the filter", std::string(build.name) + ", " + Text(direction),
+                            [&bench, build, direction] { return MakeBareRun(bench, build, direction); }});
+        }
+    }
+    for (const Content content : {Content::Silence, Content::FadeTail}) {
+        rows.push_back({"Silence, fade tails and denormals", std::string("resampling, ") + NameOf(content),
+                        [&bench, content] { return MakeContent(bench, content); }});
+    }
+}
+
+} // namespace bench

@@ -1,0 +1,228 @@
+/// What operations do where no stage buffer of another format and no host's fault is in play: samples and statuses,
+/// worked out plainly from copies of the buffers.
+#pragma once
+
+#include "host/formats.h"
+#include "kernels/bit_depth_list.h"
+#include "kernels/sample_format.h"
+#include "testing/models/conversion_models.h"
+#include "testing/models/fade_model.h"
+#include "testing/models/gain_model.h"
+#include "testing/format_model.h"
+
+#include <zta/status.h>
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+namespace zta::fuzz {
+
+/// A buffer as it was before an operation, or as it is to be after it. The vector is the whole capacity.
+struct Content {
+    SZtAudioSamplesDescription description;
+    std::size_t length;
+    std::vector<std::uint8_t> bytes;
+
+    [[nodiscard]] const SZtaWaveFormatInfo& Format() const { return description.sWaveFormat; }
+    [[nodiscard]] std::size_t Frames() const { return length / host::BytesPerFrame(Format()); }
+    [[nodiscard]] std::size_t Room() const { return bytes.size() / host::BytesPerFrame(Format()); }
+    [[nodiscard]] bool AsksForFade() const { return description.bFadeIn || description.bFadeOut; }
+};
+
+inline std::optional<std::uint32_t> PropertyOf(const SZtaWaveFormatInfo& format)
+{
+    return models::Property(format.eDataType, format.ulBitsPerSample, format.ulValidBitsPerSample,
+                            format.ulSamplesPerSec, format.ulChannels);
+}
+
+/// True for a format that is its property's own, so that the property tells its frame, too.
+inline bool IsExact(const SZtaWaveFormatInfo& format)
+{
+    const auto property = PropertyOf(format);
+    return property && *property != keZtAudioSampleFormat24In32Other &&
+           std::memcmp(&format, &g_asFormatOfProperty[*property], sizeof(format)) == 0;
+}
+
+inline bool AreEqual(const SZtaWaveFormatInfo& first, const SZtaWaveFormatInfo& second)
+{
+    return std::memcmp(&first, &second, sizeof(first)) == 0;
+}
+
+/// A 20-bit label becomes a 24-bit one.
+inline void FixLabel(Content& content)
+{
+    SZtaWaveFormatInfo& format = content.description.sWaveFormat;
+    if (format.ulBitsPerSample == 32 && format.ulValidBitsPerSample == 20) {
+        format.ulValidBitsPerSample = 24;
+    }
+}
+
+/// One law of conversion between two layouts, for samples of these sizes.
+struct Law {
+    EZtAudioSampleFormatProperty in;
+    EZtAudioSampleFormatProperty out;
+    void (*convert)(const std::uint8_t* in, std::uint8_t* out);
+};
+
+inline constexpr Law kLaws[] = {
+#define ZTA_FUZZ_LAW(in, out, name, arithmetic, samples)                                                               \
+    {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, models::Convert##arithmetic},
+    ZTA_BIT_DEPTH_LIST(ZTA_FUZZ_LAW)
+#undef ZTA_FUZZ_LAW
+};
+
+/// The result of a conversion; nothing where the model does not know the samples.
+struct Conversion {
+    int status; ///< 1 where only the samples of a copy that was made are known
+    std::optional<Content> out;
+};
+
+inline Conversion ConvertPlainly(const Content& in, const Content& out)
+{
+    const auto inProperty = PropertyOf(in.Format());
+    const auto outProperty = PropertyOf(out.Format());
+    if (!inProperty || !outProperty) {
+        return {ZT_E_FORMAT_NOT_SUPPORTED, out};
+    }
+    if (out.Room() < in.Frames()) {
+        return {ZT_E_DESTINATION_BUFFER_TOO_SMALL, out};
+    }
+    for (const Law& law : kLaws) {
+        if (law.in != *inProperty || law.out != *outProperty) {
+            continue;
+        }
+        if (!IsExact(in.Format()) || !IsExact(out.Format())) {
+            return {0, std::nullopt};
+        }
+        Content result = out;
+        const std::size_t inBytes = in.Format().ulBitsPerSample / 8;
+        const std::size_t outBytes = out.Format().ulBitsPerSample / 8;
+        for (std::size_t i = 0; i < in.Frames() * in.Format().ulChannels; ++i) {
+            law.convert(in.bytes.data() + i * inBytes, result.bytes.data() + i * outBytes);
+        }
+        result.length = in.Frames() * host::BytesPerFrame(out.Format());
+        return {0, result};
+    }
+    return {ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, out};
+}
+
+/// A copy without a fade.
+inline Conversion CopyPlainly(Content in, Content out)
+{
+    FixLabel(in);
+    FixLabel(out);
+    const SZtaWaveFormatInfo& from = in.Format();
+    const SZtaWaveFormatInfo& to = out.Format();
+    if (from.ulChannels != to.ulChannels) {
+        return {ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH, out};
+    }
+    const bool sameValidBits = from.ulValidBitsPerSample == to.ulValidBitsPerSample;
+    if (from.eDataType == to.eDataType && from.ulSamplesPerSec == to.ulSamplesPerSec &&
+        from.ulBitsPerSample == to.ulBitsPerSample && (sameValidBits || from.eDataType == keZtAudioDataTypeOpaque)) {
+        if (in.length > out.bytes.size()) {
+            return {ZT_E_DESTINATION_BUFFER_TOO_SMALL, out};
+        }
+        std::copy_n(in.bytes.begin(), in.length, out.bytes.begin());
+        return {0, out};
+    }
+    if (from.eDataType == keZtAudioDataTypeMultiFormat && to.eDataType == keZtAudioDataTypePcm && sameValidBits &&
+        from.ulSamplesPerSec == to.ulSamplesPerSec &&
+        (from.ulBitsPerSample == to.ulBitsPerSample || (from.ulBitsPerSample == 32 && to.ulBitsPerSample == 16))) {
+        const bool wide = to.ulBitsPerSample == 32;
+        const auto convert = !wide                             ? models::ConvertMultiFormatTo16In16
+                             : from.ulValidBitsPerSample == 16 ? models::ConvertMultiFormatTo16
+                                                               : models::ConvertMultiFormatTo24;
+        for (std::size_t i = 0; i < in.Frames() * from.ulChannels && (i + 1) * (wide ? 4 : 2) <= out.bytes.size();
+             ++i) {
+            convert(in.bytes.data() + i * 4, out.bytes.data() + i * (wide ? 4 : 2));
+        }
+        return {1, out};
+    }
+    return ConvertPlainly(in, out);
+}
+
+/// How the samples of a layout are faded.
+struct FadeRow {
+    EZtAudioSampleFormatProperty property;
+    models::FadeLaw law;
+    std::size_t channels;
+};
+
+inline constexpr FadeRow kFadeRows[] = {
+    {keZtAudioSampleFormat16In16Mono, models::FadeLaw::Each16, 1},
+    {keZtAudioSampleFormat16In16Stereo, models::FadeLaw::Stereo16, 2},
+    {keZtAudioSampleFormat16In16Mux4, models::FadeLaw::Each16, 4},
+    {keZtAudioSampleFormat16In16Mux8, models::FadeLaw::Each16, 8},
+    {keZtAudioSampleFormat16In16Mux16, models::FadeLaw::Each16, 16},
+    {keZtAudioSampleFormat24In32Mono, models::FadeLaw::Each24, 1},
+    {keZtAudioSampleFormat24In32Stereo, models::FadeLaw::Each24, 2},
+    {keZtAudioSampleFormat24In32Mux4, models::FadeLaw::Mux24, 4},
+    {keZtAudioSampleFormat24In32Mux8, models::FadeLaw::Mux24, 8},
+    {keZtAudioSampleFormat24In32Mux16, models::FadeLaw::Mux24, 16},
+};
+
+/// The row of a format that is its property's own, or null.
+inline const FadeRow* FadeRowOf(const SZtaWaveFormatInfo& format)
+{
+    if (IsExact(format)) {
+        for (const FadeRow& row : kFadeRows) {
+            if (row.property == *PropertyOf(format)) {
+                return &row;
+            }
+        }
+    }
+    return nullptr;
+}
+
+/// Fades valid frames in place. A short mono or stereo buffer gets the outer end of the ramp, a short mux nothing.
+inline int FadePlainly(const FadeRow& row, bool in, bool out, Content& content)
+{
+    constexpr std::size_t kRamp = 200;
+    const std::size_t frames = content.Frames();
+    if (frames == 0 || (!in && !out)) {
+        return 0;
+    }
+    if (row.channels > 2 && frames < kRamp) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    const std::size_t length = std::min(kRamp, frames);
+    const std::size_t frameBytes = host::BytesPerFrame(content.Format());
+    for (std::size_t k = 0; in && k < length; ++k) {
+        models::FadeFrame(row.law, row.channels, content.bytes.data() + k * frameBytes, k);
+    }
+    for (std::size_t k = 0; out && k < length; ++k) {
+        models::FadeFrame(row.law, row.channels, content.bytes.data() + (frames - length + k) * frameBytes,
+                          kRamp - 1 - k);
+    }
+    return 0;
+}
+
+/// A copy that asks for a fade, into a format that can be faded where it is.
+inline Conversion CopyFadedPlainly(const Content& in, const Content& out, const FadeRow& row)
+{
+    Conversion result = CopyPlainly(in, out);
+    if (result.status == 0 && result.out) {
+        result.status = FadePlainly(row, in.description.bFadeIn, in.description.bFadeOut, *result.out);
+    } else if (result.status >= 0) {
+        return {result.status, std::nullopt};
+    }
+    return result;
+}
+
+/// Interleaves elements: frame after frame, one of each part.
+inline std::vector<std::uint8_t> Interleaved(const std::vector<const Content*>& parts, std::size_t elementBytes,
+                                             std::size_t frames)
+{
+    std::vector<std::uint8_t> mux;
+    for (std::size_t frame = 0; frame < frames; ++frame) {
+        for (const Content* part : parts) {
+            const auto element = part->bytes.begin() + static_cast<std::ptrdiff_t>(frame * elementBytes);
+            mux.insert(mux.end(), element, element + static_cast<std::ptrdiff_t>(elementBytes));
+        }
+    }
+    return mux;
+}
+
+} // namespace zta::fuzz

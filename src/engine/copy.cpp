@@ -1,0 +1,119 @@
+#include "engine/one_to_one_entry_point.h"
+
+#include <zta/status.h>
+
+int CZtaAudioSamplesEngine::CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
+{
+    return EnterOneToOne(
+        EEntryDescriptions::RelabelTwentyBits, ZT_NOERROR, pSource, pDestination,
+        [](const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& rsDestination) {
+            return rsSource.ulChannels == rsDestination.ulChannels ? ZT_NOERROR
+                                                                   : ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH;
+        },
+        [&] { SaveInfoCopyConv(pSource, pDestination); }, &CZtaAudioSamplesEngine::ProcessCopyConv);
+}
+
+int CZtaAudioSamplesEngine::SaveInfoCopyConv(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
+{
+    return SaveOperands({{&m_pSavedInput, pSource}, {&m_pSavedOutput, pDestination}});
+}
+
+int CZtaAudioSamplesEngine::GetInfoCopyConv(IZtAudioSamples** ppSource, IZtAudioSamples** ppDestination)
+{
+    *ppSource = m_pSavedInput;
+    *ppDestination = m_pSavedOutput;
+    return ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::ProcessCopyConv()
+{
+    CScopedEndOperation oOperation(*this);
+    IZtAudioSamples* pSource = nullptr;
+    IZtAudioSamples* pDestination = nullptr;
+    GetInfoCopyConv(&pSource, &pDestination);
+    CSamplesPtr oSource;
+    CSamplesPtr oDestination;
+    oSource = pSource;
+    oDestination = pDestination;
+
+    SZtAudioSamplesDescription sSource = kEmptyDescription;
+    SZtAudioSamplesDescription sDestination = kEmptyDescription;
+    int iStatus = Reported(oSource->GetAudioSamplesDescription(&sSource));
+    if (iStatus >= 0) {
+        iStatus = Reported(oDestination->GetAudioSamplesDescription(&sDestination));
+    }
+    if (iStatus >= 0) {
+        // Read once more: the producer may have failed after the entry point read the code. It is not logged.
+        oSource->GetErrorCode(&iStatus);
+        iStatus = ClearToleratedCode(iStatus);
+    }
+    if (iStatus >= 0) {
+        iStatus =
+            Reported(sSource.bFadeIn || sSource.bFadeOut ? CopyFaded(pSource, sSource, pDestination, sDestination)
+                                                         : BufferCopy(pSource, &sSource, pDestination, &sDestination));
+    }
+    EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pSource, pDestination, iStatus);
+    return iStatus;
+}
+
+/// Fades where fades can run: on the destination if its format allows, else on a stage buffer that is then brought to
+/// the destination's format. The request for the fade ends here.
+int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
+                                      IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination)
+{
+    SZtAudioSamplesDescription sStage = rsSource;
+    int iStatus = m_oApplyFade.SuggestFormat(&rsDestination.sWaveFormat, &sStage.sWaveFormat);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+
+    if (IsSameFormat(rsDestination.sWaveFormat, sStage.sWaveFormat)) {
+        iStatus = BufferCopy(pSource, &rsSource, pDestination, &rsDestination);
+        return iStatus >= 0 ? FadeInPlace(m_oApplyFade, pDestination, rsSource, iStatus) : iStatus;
+    }
+
+    m_pScratch0->SetWaveFormat(&sStage.sWaveFormat);
+    iStatus = BufferCopy(pSource, &rsSource, m_pScratch0, &sStage);
+    SetFades(m_pScratch0, rsSource.bFadeIn, rsSource.bFadeOut);
+    if (iStatus >= 0) {
+        iStatus = m_oApplyFade.ApplyFade(m_pScratch0);
+    }
+    if (iStatus >= 0) {
+        iStatus = BufferCopy(m_pScratch0, &sStage, pDestination, &rsDestination);
+    }
+    if (iStatus >= 0) {
+        SetFades(pDestination, false, false);
+    }
+    return iStatus;
+}
+
+int CZtaAudioSamplesEngine::BufferCopy(IZtAudioSamples* pIn, SZtAudioSamplesDescription* pInDescription,
+                                       IZtAudioSamples* pOut, SZtAudioSamplesDescription* pOutDescription)
+{
+    const SZtaWaveFormatInfo& rsIn = pInDescription->sWaveFormat;
+    const SZtaWaveFormatInfo& rsOut = pOutDescription->sWaveFormat;
+    const bool bSameRateAndContainer =
+        rsIn.ulSamplesPerSec == rsOut.ulSamplesPerSec && rsIn.ulBitsPerSample == rsOut.ulBitsPerSample;
+    const bool bSameValidBits = rsIn.ulValidBitsPerSample == rsOut.ulValidBitsPerSample;
+
+    if (rsIn.eDataType == rsOut.eDataType && bSameRateAndContainer &&
+        (bSameValidBits || rsIn.eDataType == keZtAudioDataTypeOpaque)) {
+        return ByteCopy(pIn, pOut);
+    }
+    if (is16In32MultiFormatTo16In16Pcm(rsIn, rsOut)) {
+        return m_oConvertDataType.ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(pIn, pInDescription, pOut);
+    }
+    if (rsIn.eDataType == keZtAudioDataTypeMultiFormat && rsOut.eDataType == keZtAudioDataTypePcm &&
+        bSameRateAndContainer && bSameValidBits) {
+        return m_oConvertDataType.ConvertDataType(pIn, pOut);
+    }
+    return m_oConvertBitDepth.ConvertBitDepth(pIn, pOut);
+}
+
+bool CZtaAudioSamplesEngine::is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormatInfo& sIn,
+                                                            const SZtaWaveFormatInfo& sOut)
+{
+    return sIn.eDataType == keZtAudioDataTypeMultiFormat && sOut.eDataType == keZtAudioDataTypePcm &&
+           sIn.ulSamplesPerSec == sOut.ulSamplesPerSec && sIn.ulBitsPerSample == 32 && sOut.ulBitsPerSample == 16 &&
+           sIn.ulValidBitsPerSample == sOut.ulValidBitsPerSample && sIn.ulChannels == sOut.ulChannels;
+}

@@ -1,0 +1,119 @@
+#include "engine/one_to_one_entry_point.h"
+
+#include <zta/status.h>
+
+#include <cstring>
+
+namespace {
+
+/// One format, or two kinds of opaque words, whose width is nobody's business here.
+bool CanDuplicate(const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& rsDestination)
+{
+    return IsSameFormat(rsSource, rsDestination) ||
+           (rsSource.eDataType == keZtAudioDataTypeOpaque && rsDestination.eDataType == keZtAudioDataTypeOpaque &&
+            rsSource.ulChannels == rsDestination.ulChannels &&
+            rsSource.ulSamplesPerSec == rsDestination.ulSamplesPerSec);
+}
+
+/// True if a run of `ulLength` bytes from `ulOffset` on lies within `ulEnd` bytes. An offset at the end is outside,
+/// also for an empty run. No sum is formed, so nothing wraps.
+bool IsRunInside(unsigned long ulOffset, unsigned long ulLength, unsigned long ulEnd)
+{
+    return ulOffset < ulEnd && ulEnd - ulOffset >= ulLength;
+}
+
+} // namespace
+
+int CZtaAudioSamplesEngine::DuplicateAudioSamples(IZtAudioSamples* pSource, unsigned long ulSourceOffset,
+                                                  IZtAudioSamples* pDestination, unsigned long ulDestinationOffset,
+                                                  unsigned long ulLength)
+{
+    return EnterOneToOne(
+        EEntryDescriptions::RelabelTwentyBits, ZT_NOERROR, pSource, pDestination,
+        [](const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& rsDestination) {
+            return CanDuplicate(rsSource, rsDestination) ? ZT_NOERROR : ZT_E_AUDIO_FORMAT_MISMATCH;
+        },
+        [&] { SaveInfoDuplicate(pSource, ulSourceOffset, pDestination, ulDestinationOffset, ulLength); },
+        &CZtaAudioSamplesEngine::ProcessDuplicate);
+}
+
+int CZtaAudioSamplesEngine::SaveInfoDuplicate(IZtAudioSamples* pSource, unsigned long ulSourceOffset,
+                                              IZtAudioSamples* pDestination, unsigned long ulDestinationOffset,
+                                              unsigned long ulLength)
+{
+    const int iStatus = SaveOperands({{&m_pSavedInput, pSource}, {&m_pSavedOutput, pDestination}});
+    m_ui64SavedSourceOffset = ulSourceOffset;
+    m_ui64SavedDestinationOffset = ulDestinationOffset;
+    m_ui64SavedLength = ulLength;
+    return iStatus;
+}
+
+int CZtaAudioSamplesEngine::GetInfoDuplicate(IZtAudioSamples** ppSource, unsigned long* pulSourceOffset,
+                                             IZtAudioSamples** ppDestination, unsigned long* pulDestinationOffset,
+                                             unsigned long* pulLength)
+{
+    *ppSource = m_pSavedInput;
+    *pulSourceOffset = m_ui64SavedSourceOffset;
+    *ppDestination = m_pSavedOutput;
+    *pulDestinationOffset = m_ui64SavedDestinationOffset;
+    *pulLength = m_ui64SavedLength;
+    return ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::ProcessDuplicate()
+{
+    CScopedEndOperation oOperation(*this);
+    IZtAudioSamples* pSource = nullptr;
+    IZtAudioSamples* pDestination = nullptr;
+    unsigned long ulSourceOffset = 0;
+    unsigned long ulDestinationOffset = 0;
+    unsigned long ulLength = 0;
+    GetInfoDuplicate(&pSource, &ulSourceOffset, &pDestination, &ulDestinationOffset, &ulLength);
+    CSamplesPtr oSource;
+    CSamplesPtr oDestination;
+    oSource = pSource;
+    oDestination = pDestination;
+
+    SZtAudioSamplesDescription sSource = kEmptyDescription;
+    SZtAudioSamplesDescription sDestination = kEmptyDescription;
+    int iStatus = oSource->GetAudioSamplesDescription(&sSource);
+    if (iStatus >= 0) {
+        iStatus = oDestination->GetAudioSamplesDescription(&sDestination);
+    }
+    if (iStatus >= 0) {
+        oSource->GetErrorCode(&iStatus);
+        iStatus = ClearToleratedCode(iStatus);
+    }
+    if (iStatus >= 0) {
+        oDestination->SetPolarity(sSource.ePolarity);
+        SetFades(pDestination, sSource.bFadeIn, sSource.bFadeOut);
+        iStatus = BufferDuplicateWithOffset(pSource, ulSourceOffset, pDestination, ulDestinationOffset, ulLength);
+    }
+    // Returns the status of the signal. The status of the operation is recorded on the destination only.
+    return EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pSource, pDestination, iStatus);
+}
+
+int CZtaAudioSamplesEngine::BufferDuplicateWithOffset(IZtAudioSamples* pSource, unsigned long ulSourceOffset,
+                                                      IZtAudioSamples* pDestination, unsigned long ulDestinationOffset,
+                                                      unsigned long ulLength)
+{
+    const SByteSpans sSpans = GetByteSpans(pSource, pDestination);
+    if (!IsRunInside(ulSourceOffset, ulLength, sSpans.ulLength)) {
+        return ZT_E_SOURCE_BUFFER_TOO_SMALL;
+    }
+    if (!IsRunInside(ulDestinationOffset, ulLength, sSpans.ulCapacity)) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    if (ulLength == 0) {
+        return ZT_NOERROR;
+    }
+    // A buffer without an address holds no byte of the run.
+    if (sSpans.pbyIn == nullptr) {
+        return ZT_E_SOURCE_BUFFER_TOO_SMALL;
+    }
+    if (sSpans.pbyOut == nullptr) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    std::memmove(sSpans.pbyOut + ulDestinationOffset, sSpans.pbyIn + ulSourceOffset, ulLength);
+    return ZT_NOERROR;
+}

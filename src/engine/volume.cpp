@@ -1,0 +1,95 @@
+#include "engine/one_to_one_entry_point.h"
+
+#include <zta/status.h>
+
+namespace {
+
+int CheckVolumeFormats(const SZtaWaveFormatInfo& rsInput, const SZtaWaveFormatInfo& rsOutput,
+                       unsigned long ulVolumeCount)
+{
+    if (rsInput.ulChannels != rsOutput.ulChannels) {
+        return ZT_E_BUFFER_FORMAT_MISMATCH;
+    }
+    if (rsInput.ulChannels != ulVolumeCount) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (rsInput.eDataType == keZtAudioDataTypeMultiFormat || rsInput.eDataType == keZtAudioDataTypeOpaque) {
+        return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
+    }
+    // No known format has so many channels; there would be no room to save the records.
+    return ulVolumeCount > kMaxBuffers ? ZT_E_PARAMETER_ARRAY_TOO_BIG : ZT_NOERROR;
+}
+
+} // namespace
+
+int CZtaAudioSamplesEngine::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput,
+                                        SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
+{
+    return EnterOneToOne(
+        EEntryDescriptions::LeaveLabelsAndHostCode,
+        psVolumes == nullptr || ulVolumeCount == 0 ? ZT_E_INVALID_PARAMETER : ZT_NOERROR, pInput, pOutput,
+        [&](const SZtaWaveFormatInfo& rsInput, const SZtaWaveFormatInfo& rsOutput) {
+            return CheckVolumeFormats(rsInput, rsOutput, ulVolumeCount);
+        },
+        [&] { SaveInfoApplyVolume(pInput, pOutput, psVolumes, ulVolumeCount); },
+        &CZtaAudioSamplesEngine::ProcessApplyVolume);
+}
+
+int CZtaAudioSamplesEngine::SaveInfoApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput,
+                                                SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
+{
+    ReleaseSlot(m_pSavedInput);
+    ReleaseSlot(m_pSavedOutput);
+    if (ulVolumeCount > kMaxBuffers) {
+        return ZT_E_PARAMETER_ARRAY_TOO_BIG;
+    }
+    m_ui64SavedVolumeCount = ulVolumeCount;
+    SaveVolumes(kMaxBuffers, psVolumes);
+    return SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}}) < 0 ? ZT_E_INVALID_POINTER : ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::GetInfoApplyVolume(IZtAudioSamples** ppInput, IZtAudioSamples** ppOutput,
+                                               SZtAudioMonoVolumeInfo* psVolumes, unsigned long* pulVolumeCount)
+{
+    *ppInput = m_pSavedInput;
+    *ppOutput = m_pSavedOutput;
+    if (m_ui64SavedVolumeCount > *pulVolumeCount) {
+        return ZT_E_ARRAY_TOO_SMALL;
+    }
+    *pulVolumeCount = m_ui64SavedVolumeCount;
+    for (unsigned long i = 0; i < m_ui64SavedVolumeCount; ++i) {
+        psVolumes[i] = m_asSavedVolumes[i];
+    }
+    return ZT_NOERROR;
+}
+
+int CZtaAudioSamplesEngine::ProcessApplyVolume()
+{
+    CScopedEndOperation oOperation(*this);
+    IZtAudioSamples* pInput = nullptr;
+    IZtAudioSamples* pOutput = nullptr;
+    SZtAudioMonoVolumeInfo asVolumes[kMaxBuffers];
+    unsigned long ulVolumeCount = kMaxBuffers;
+    GetInfoApplyVolume(&pInput, &pOutput, asVolumes, &ulVolumeCount);
+    CSamplesPtr oInput;
+    CSamplesPtr oOutput;
+    oInput = pInput;
+    oOutput = pOutput;
+
+    SZtAudioSamplesDescription sInput = kEmptyDescription;
+    int iStatus = oInput->GetAudioSamplesDescription(&sInput);
+    if (iStatus >= 0) {
+        const auto HandOn = [&] {
+            oOutput->SetPolarity(sInput.ePolarity);
+            SetFades(pOutput, sInput.bFadeIn, sInput.bFadeOut);
+        };
+        HandOn();
+        iStatus = m_oApplyVolume.ApplyVolume(pInput, pOutput, asVolumes, ulVolumeCount);
+        HandOn();
+        if (iStatus >= 0 && (sInput.bFadeIn || sInput.bFadeOut)) {
+            iStatus = FadeInPlace(m_oApplyFade, pOutput, sInput, iStatus);
+        }
+    }
+    EndOneToOne<EOneToOneEnding::SignalContents>(oOperation, pInput, pOutput, iStatus);
+    return iStatus;
+}

@@ -1,0 +1,102 @@
+#include "kernels/bit_depth.h"
+
+#include "kernels/kernel_call.h"
+#include "kernels/loops/loops.h"
+
+#include <zta/status.h>
+
+#include <iterator>
+
+namespace {
+
+#define ZTA_BIT_DEPTH_ROW(in, out, name, arithmetic, samples) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
+constexpr SZtaFormatPair kPairs[] = {ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ROW)};
+#undef ZTA_BIT_DEPTH_ROW
+static_assert(std::size(kPairs) == 36 && ZtaPairsAreUnique(kPairs));
+
+/// Runs a loop over as many whole frames as it takes to consume the input's bytes; the last of them may reach beyond
+/// these. Frames without samples consume nothing.
+int ConvertWholeFrames(ZtaConversion pfnLoop, unsigned long ulInputSample, unsigned long ulOutputSample,
+                       unsigned long ulChannels, unsigned long ulInputBytes, const void* pvInput,
+                       unsigned long ulOutputBytes, void* pvOutput)
+{
+    const unsigned long ulFrameBytes = ulChannels * ulInputSample;
+    unsigned long ulSamples = 0;
+    if (ulFrameBytes != 0) {
+        ulSamples = (ulInputBytes / ulFrameBytes + (ulInputBytes % ulFrameBytes != 0)) * ulChannels;
+    }
+    pfnLoop(pvInput, pvOutput, ulSamples);
+    const bool bAsTold = ulSamples * ulInputSample == ulInputBytes && ulSamples * ulOutputSample == ulOutputBytes;
+    return bAsTold ? ZT_NOERROR : ZT_E_BUFFER_SIZE_MISMATCH;
+}
+
+} // namespace
+
+#define ZTA_BIT_DEPTH_ROW(in, out, name, arithmetic, samples)                                                          \
+    {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &CZtaConvertBitDepth::name},
+CZtaConvertBitDepth::CZtaConvertBitDepth() : m_oTable({ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ROW)})
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+#undef ZTA_BIT_DEPTH_ROW
+
+CZtaConvertBitDepth::~CZtaConvertBitDepth() = default;
+
+int CZtaConvertBitDepth::ConvertBitDepth(IZtAudioSamples* pInput, IZtAudioSamples* pOutput)
+{
+    SZtAudioBufferInformations sInput{};
+    SZtAudioBufferInformations sOutput{};
+    int iStatus = ZtaDigest(*this, {{pInput, sInput}, {pOutput, sOutput}});
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (sOutput.ulCapacityFrames < sInput.ulValidFrames) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    iStatus =
+        ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames, [&](Function pfnKernel) {
+            return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
+        });
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    return pOutput->SetLength(sInput.ulValidFrames * static_cast<unsigned long>(sOutput.iBytesPerFrame));
+}
+
+int CZtaConvertBitDepth::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported)
+{
+    return QueryFormatSupportedInOutBuffers(psIn, psOut, pbSupported);
+}
+
+#define ZTA_BIT_DEPTH_ROW(in, out, name, arithmetic, samples)                                                          \
+    int CZtaConvertBitDepth::name(unsigned long ulFrames, void* pvInput, void* pvOutput)                               \
+    {                                                                                                                  \
+        ZtaActiveLoops().pfn##arithmetic(pvInput, pvOutput, ulFrames*(samples));                                       \
+        return ZT_NOERROR;                                                                                             \
+    }
+ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ROW)
+#undef ZTA_BIT_DEPTH_ROW
+
+int CZtaConvertBitDepth::ConvertBitDepth16To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
+                                               unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned)
+{
+    const SZtaSampleLoops& rsLoops = ZtaActiveLoops();
+    return ConvertWholeFrames(bLowAligned ? rsLoops.pfn16To32LowAligned : rsLoops.pfn16To32, 2, 4, ulChannels,
+                              ulInputBytes, pvInput, ulOutputBytes, pvOutput);
+}
+
+int CZtaConvertBitDepth::ConvertBitDepth24To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
+                                               unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned)
+{
+    const SZtaSampleLoops& rsLoops = ZtaActiveLoops();
+    return ConvertWholeFrames(bLowAligned ? rsLoops.pfn24To32LowAligned : rsLoops.pfn24To32, 3, 4, ulChannels,
+                              ulInputBytes, pvInput, ulOutputBytes, pvOutput);
+}
+
+int CZtaConvertBitDepth::ConvertBitDepth32To24(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
+                                               unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned)
+{
+    const SZtaSampleLoops& rsLoops = ZtaActiveLoops();
+    return ConvertWholeFrames(bLowAligned ? rsLoops.pfn32To24LowAligned : rsLoops.pfn32To24, 4, 3, ulChannels,
+                              ulInputBytes, pvInput, ulOutputBytes, pvOutput);
+}

@@ -1,0 +1,94 @@
+#include "kernels/data_type.h"
+
+#include "kernels/kernel_call.h"
+#include "kernels/loops/loops.h"
+
+#include <zta/status.h>
+
+#include <iterator>
+
+namespace {
+
+#define ZTA_DATA_TYPE_ROW(layout, name, arithmetic, samples)                                                           \
+    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout},
+constexpr SZtaFormatPair kPairs[] = {ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ROW)};
+#undef ZTA_DATA_TYPE_ROW
+static_assert(std::size(kPairs) == 10 && ZtaPairsAreUnique(kPairs));
+
+} // namespace
+
+#define ZTA_DATA_TYPE_ROW(layout, name, arithmetic, samples)                                                           \
+    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaConvertDataType::name},
+CZtaConvertDataType::CZtaConvertDataType() : m_oTable({ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ROW)})
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+#undef ZTA_DATA_TYPE_ROW
+
+CZtaConvertDataType::~CZtaConvertDataType() = default;
+
+int CZtaConvertDataType::ConvertDataType(IZtAudioSamples* pInput, IZtAudioSamples* pOutput)
+{
+    SZtAudioBufferInformations sInput{};
+    SZtAudioBufferInformations sOutput{};
+    int iStatus = ZtaDigest(*this, {{pInput, sInput}, {pOutput, sOutput}});
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (sOutput.ulCapacityFrames < sInput.ulValidFrames) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    if (sInput.eFormat != sOutput.eFormat || sInput.iBytesPerFrame != sOutput.iBytesPerFrame ||
+        sInput.sDescription.sWaveFormat.ulChannels != sOutput.sDescription.sWaveFormat.ulChannels) {
+        return ZT_E_BUFFER_FORMAT_MISMATCH;
+    }
+    return ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames,
+                        [&](Function pfnKernel) {
+                            return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
+                        });
+}
+
+int CZtaConvertDataType::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported)
+{
+    return QueryFormatSupportedInOutBuffers(psIn, psOut, pbSupported);
+}
+
+#define ZTA_DATA_TYPE_ROW(layout, name, arithmetic, samples)                                                           \
+    int CZtaConvertDataType::name(unsigned long ulFrames, void* pvInput, void* pvOutput)                               \
+    {                                                                                                                  \
+        ZtaActiveLoops().pfn##arithmetic(pvInput, pvOutput, ulFrames*(samples));                                       \
+        return ZT_NOERROR;                                                                                             \
+    }
+ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ROW)
+#undef ZTA_DATA_TYPE_ROW
+
+int CZtaConvertDataType::ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(
+    IZtAudioSamples* pInput, const SZtAudioSamplesDescription* psDescription, IZtAudioSamples* pOutput)
+{
+    void* pvInput = nullptr;
+    void* pvOutput = nullptr;
+    unsigned long ulBytes = 0; // the counts are told in frames
+    int iStatus = pInput->GetBufferAndLength(&pvInput, &ulBytes);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = pOutput->GetBufferAndLength(&pvOutput, &ulBytes);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    unsigned long ulInputFrames = 0;
+    unsigned long ulOutputFrames = 0;
+    iStatus = pInput->GetLengthInSampleFrames(&ulInputFrames);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = pOutput->GetLengthInSampleFrames(&ulOutputFrames);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (ulInputFrames != ulOutputFrames) {
+        return ZT_E_BUFFER_SIZE_MISMATCH;
+    }
+    ZtaActiveLoops().pfnMultiFormatTo16In16(pvInput, pvOutput, ulInputFrames * psDescription->sWaveFormat.ulChannels);
+    return iStatus;
+}

@@ -1,0 +1,149 @@
+#include "kernels/fade.h"
+
+#include "kernels/kernel_call.h"
+#include "kernels/loops/loops.h"
+
+#include <zta/status.h>
+
+#include <algorithm>
+
+namespace {
+
+/// What a kernel takes of the loops for each kind of word; the class's list names them.
+#define ZTA_FADE_ROW(law, bytes, gains)                                                                                \
+    struct law {                                                                                                       \
+        static constexpr unsigned long kBytes = bytes;                                                                 \
+        static constexpr auto& kGains = gains;                                                                         \
+        static constexpr auto pfnFade = &SZtaSampleLoops::pfnFade##law;                                                \
+    };
+ZTA_FADE_LOOP_LIST(ZTA_FADE_ROW)
+#undef ZTA_FADE_ROW
+
+enum class EEnd { In, Out };
+
+/// What a kernel makes of a buffer shorter than the fade.
+enum class EShort {
+    Fade,   ///< fades it with the first gains on the way in, the last ones on the way out
+    Refuse, ///< leaves it as it is
+};
+
+template <EEnd eEnd, class Law, unsigned long ulWords, EShort eShort>
+int Fade(unsigned long ulFadeFrames, unsigned long ulFrames, void* pvBuffer)
+{
+    if (eShort == EShort::Refuse && ulFrames < ulFadeFrames) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    const unsigned long ulLength = std::min(ulFadeFrames, ulFrames);
+    if constexpr (eEnd == EEnd::In) {
+        (ZtaActiveLoops().*Law::pfnFade)(pvBuffer, ulWords, ulLength, &Law::kGains[0], 1);
+    } else {
+        const unsigned long ulSkipped = (ulFrames - ulLength) * ulWords * Law::kBytes;
+        auto* const pbStart = static_cast<unsigned char*>(pvBuffer) + ulSkipped;
+        (ZtaActiveLoops().*Law::pfnFade)(pbStart, ulWords, ulLength, &Law::kGains[ulFadeFrames - 1], -1);
+    }
+    return ZT_NOERROR;
+}
+
+} // namespace
+
+#define ZTA_FADE_IN(layout, fadeIn, fadeOut, law, words, shortBuffer)                                                  \
+    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaApplyFade::fadeIn},
+#define ZTA_FADE_OUT(layout, fadeIn, fadeOut, law, words, shortBuffer) &CZtaApplyFade::fadeOut,
+CZtaApplyFade::CZtaApplyFade()
+    : m_ulFadeFrames(kFadeFrames), m_oFadeIn({ZTA_FADE_LIST(ZTA_FADE_IN)}), m_apfnFadeOut{ZTA_FADE_LIST(ZTA_FADE_OUT)}
+{
+    m_psProcessingFormats = m_oFadeIn.List();
+}
+#undef ZTA_FADE_IN
+#undef ZTA_FADE_OUT
+
+CZtaApplyFade::~CZtaApplyFade() = default;
+
+int CZtaApplyFade::ApplyFade(IZtAudioSamples* pSamples)
+{
+    SZtAudioBufferInformations sBuffer{};
+    int iStatus = ZtaDigest(*this, {{pSamples, sBuffer}});
+    if (iStatus < 0) {
+        return iStatus;
+    }
+
+    int iFunctionIndex;
+    iStatus = ValidateProcessingFormatAndGetFunctionIndex(sBuffer.eFormat, sBuffer.eFormat, m_psProcessingFormats,
+                                                          &iFunctionIndex);
+    if (iStatus < 0 || sBuffer.ulValidFrames == 0) {
+        return iStatus;
+    }
+
+    // A fade-in that fails does not stop the fade-out, and only the last status counts.
+    if (sBuffer.sDescription.bFadeIn) {
+        iStatus = (this->*m_oFadeIn[iFunctionIndex])(sBuffer.ulValidFrames, sBuffer.pvBuffer);
+    }
+    if (sBuffer.sDescription.bFadeOut) {
+        iStatus = (this->*m_apfnFadeOut[iFunctionIndex])(sBuffer.ulValidFrames, sBuffer.pvBuffer);
+    }
+    return iStatus;
+}
+
+int CZtaApplyFade::SuggestFormat(SZtaWaveFormatInfo* psFormat, SZtaWaveFormatInfo* psSuggested)
+{
+    return SuggestFormatSingleBuffer(psFormat, psSuggested);
+}
+
+int CZtaApplyFade::QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSupported)
+{
+    return QueryFormatSupportedSingleBuffer(psFormat, pbSupported);
+}
+
+#define ZTA_FADE_ROW(layout, fadeIn, fadeOut, law, words, shortBuffer)                                                 \
+    int CZtaApplyFade::fadeIn(unsigned long ulFrames, void* pvBuffer)                                                  \
+    {                                                                                                                  \
+        return Fade<EEnd::In, law, words, EShort::shortBuffer>(m_ulFadeFrames, ulFrames, pvBuffer);                    \
+    }                                                                                                                  \
+    int CZtaApplyFade::fadeOut(unsigned long ulFrames, void* pvBuffer)                                                 \
+    {                                                                                                                  \
+        return Fade<EEnd::Out, law, words, EShort::shortBuffer>(m_ulFadeFrames, ulFrames, pvBuffer);                   \
+    }
+ZTA_FADE_LIST(ZTA_FADE_ROW)
+#undef ZTA_FADE_ROW
+
+void CZtaApplyFade::ApplyFade24BitIn32Mux4(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
+                                           bool bForward)
+{
+    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 4, ulFrames, pulGains, bForward ? 1 : -1);
+}
+
+void CZtaApplyFade::ApplyFade24BitIn32Mux8(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
+                                           bool bForward)
+{
+    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 8, ulFrames, pulGains, bForward ? 1 : -1);
+}
+
+void CZtaApplyFade::ApplyFade24BitIn32Mux16(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
+                                            bool bForward)
+{
+    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 16, ulFrames, pulGains, bForward ? 1 : -1);
+}
+
+void CZtaApplyFade::ApplyFade16BitIn16Mux4(void* pvBuffer, unsigned long ulFrames, const unsigned short* pusGains,
+                                           bool bForward)
+{
+    _Fade16BitIn16MuxBuffer(pvBuffer, 4, ulFrames, pusGains, bForward ? 1 : -1);
+}
+
+void CZtaApplyFade::ApplyFade16BitIn16Mux8(void* pvBuffer, unsigned long ulFrames, const unsigned short* pusGains,
+                                           bool bForward)
+{
+    _Fade16BitIn16MuxBuffer(pvBuffer, 8, ulFrames, pusGains, bForward ? 1 : -1);
+}
+
+void CZtaApplyFade::ApplyFade16BitIn16Mux16(void* pvBuffer, unsigned long ulFrames, const unsigned short* pusGains,
+                                            bool bForward)
+{
+    _Fade16BitIn16MuxBuffer(pvBuffer, 16, ulFrames, pusGains, bForward ? 1 : -1);
+}
+
+void CZtaApplyFade::_Fade16BitIn16MuxBuffer(void* pvBuffer, unsigned short usChannels, unsigned long ulFrames,
+                                            const unsigned short* pusGains, short sStep)
+{
+    ZtaActiveLoops().pfnFadeSample16(pvBuffer, usChannels, ulFrames, pusGains, sStep);
+}

@@ -1,0 +1,94 @@
+#include "kernels/mono_to_stereo.h"
+
+#include "kernels/kernel_call.h"
+#include "kernels/loops/loops.h"
+
+#include <zta/status.h>
+
+CZtaConvertMonoToStereo::CZtaConvertMonoToStereo()
+    : m_oTable({
+          {keZtAudioSampleFormat16In16Mono, keZtAudioSampleFormat16In16Stereo,
+           &CZtaConvertMonoToStereo::ConvertMonoToStereo16},
+          {keZtAudioSampleFormat16In16Mono44k, keZtAudioSampleFormat16In16Stereo44k,
+           &CZtaConvertMonoToStereo::ConvertMonoToStereo16},
+          {keZtAudioSampleFormat24In32Mono, keZtAudioSampleFormat24In32Stereo,
+           &CZtaConvertMonoToStereo::ConvertMonoToStereo24in32},
+          {keZtAudioSampleFormat24In24Mono, keZtAudioSampleFormat24In24Stereo,
+           &CZtaConvertMonoToStereo::ConvertMonoToStereo24in24},
+      })
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+
+CZtaConvertMonoToStereo::~CZtaConvertMonoToStereo() = default;
+
+int CZtaConvertMonoToStereo::ConvertMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
+                                                 IZtAudioSamples* pStereo)
+{
+    SZtAudioBufferInformations sLeft{};
+    SZtAudioBufferInformations sRight{};
+    SZtAudioBufferInformations sStereo{};
+    int iStatus = ZtaDigest(*this, {{pLeft, sLeft}, {pRight, sRight}});
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (sLeft.eFormat != sRight.eFormat) {
+        return ZT_E_BUFFER_FORMAT_MISMATCH;
+    }
+    const unsigned long ulFrames = sLeft.ulValidFrames;
+    if (ulFrames != sRight.ulValidFrames) {
+        return ZT_E_BUFFER_SIZE_MISMATCH;
+    }
+    iStatus = ZtaDigest(*this, {{pStereo, sStereo}});
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (sStereo.ulCapacityFrames < ulFrames) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    iStatus = ZtaRunKernel(*this, m_oTable, sLeft.eFormat, sStereo.eFormat, ulFrames, [&](Function pfnKernel) {
+        return (this->*pfnKernel)(ulFrames, sLeft.pvBuffer, sRight.pvBuffer, sStereo.pvBuffer);
+    });
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    return pStereo->SetLength(ulFrames * static_cast<unsigned long>(sStereo.iBytesPerFrame));
+}
+
+int CZtaConvertMonoToStereo::SuggestFormat(SZtaWaveFormatInfo* psMono, SZtaWaveFormatInfo* psStereo,
+                                           SZtaWaveFormatInfo* psSuggestedMono, SZtaWaveFormatInfo* psSuggestedStereo)
+{
+    return SuggestFormatInOutBuffers(psMono, psStereo, psSuggestedMono, psSuggestedStereo);
+}
+
+int CZtaConvertMonoToStereo::QueryFormatSupported(SZtaWaveFormatInfo* psMono, SZtaWaveFormatInfo* psStereo,
+                                                  bool* pbSupported)
+{
+    return QueryFormatSupportedInOutBuffers(psMono, psStereo, pbSupported);
+}
+
+int CZtaConvertMonoToStereo::ConvertMonoToStereo16(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo)
+{
+    ZtaActiveLoops().pfnInterleavePair2(pvLeft, pvRight, pvStereo, ulFrames);
+    return ZT_NOERROR;
+}
+
+int CZtaConvertMonoToStereo::ConvertMonoToStereo24in32(unsigned long ulFrames, void* pvLeft, void* pvRight,
+                                                       void* pvStereo)
+{
+    ZtaActiveLoops().pfnInterleavePair4(pvLeft, pvRight, pvStereo, ulFrames);
+    return ZT_NOERROR;
+}
+
+int CZtaConvertMonoToStereo::ConvertMonoToStereo24in24(unsigned long ulFrames, void* pvLeft, void* pvRight,
+                                                       void* pvStereo)
+{
+    if (ulFrames == 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (pvStereo == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    ZtaActiveLoops().pfnInterleavePair3(pvLeft, pvRight, pvStereo, ulFrames);
+    return ZT_NOERROR;
+}

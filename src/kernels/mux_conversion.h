@@ -1,0 +1,170 @@
+#pragma once
+
+#include "kernels/kernel_call.h"
+#include "kernels/kernel_table.h"
+#include "kernels/mux_kernels.h"
+#include "kernels/volume.h"
+
+#include <zta/status.h>
+
+/// The operations of the mux classes: between an array of mono or stereo buffers and one mux buffer.
+
+/// What an array may hold, and the bytes of its elements, which are mono samples or stereo frames.
+struct SZtaMuxElement {
+    EZtAudioSampleFormatProperty eFormat;
+    unsigned long ulBytes;
+};
+
+/// How the four operations differ in what they take.
+struct SZtaMuxRules {
+    unsigned long ulMostBuffers;  ///< more, or none, is ZT_E_INVALID_PARAMETER
+    unsigned long ulChannels;     ///< of one buffer. The volumes divided by it and rounded down must be as many as the
+                                  ///< buffers: an odd volume too many passes, and the volume step has to refuse it.
+    SZtaMuxElement asElements[3]; ///< the formats taken
+    int iOtherFormat;             ///< the status of any other
+    const ZtaMuxCheck* pfnChecks; ///< what the kernel of each row takes
+};
+
+constexpr SZtaMuxRules ZtaMonoRules(int iOtherFormat, const ZtaMuxCheck* pfnChecks)
+{
+    return {64,
+            1,
+            {{keZtAudioSampleFormat24In32Mono, 4},
+             {keZtAudioSampleFormat24In24Mono, 3},
+             {keZtAudioSampleFormat16In16Mono, 2}},
+            iOtherFormat,
+            pfnChecks};
+}
+
+constexpr SZtaMuxRules ZtaStereoRules(unsigned long ulMostBuffers, int iOtherFormat, const ZtaMuxCheck* pfnChecks)
+{
+    return {ulMostBuffers,
+            2,
+            {{keZtAudioSampleFormat24In32Stereo, 8},
+             {keZtAudioSampleFormat24In24Stereo, 6},
+             {keZtAudioSampleFormat16In16Stereo, 4}},
+            iOtherFormat,
+            pfnChecks};
+}
+
+/// The arguments of one call.
+struct SZtaMuxCall {
+    IZtAudioSamples** ppBuffers;
+    unsigned long ulCount;
+    IZtAudioSamples* pMux;
+    SZtAudioMonoVolumeInfo* psVolumes;
+    unsigned long ulVolumeCount;
+};
+
+/// The buffers of one call, as far as the call needs to know them.
+struct SZtaMuxOperands {
+    static constexpr unsigned long kMostBuffers = 64;
+
+    /// The first of the array. The others may differ from it in their container, but not in their length.
+    struct SFirst {
+        EZtAudioSampleFormatProperty eFormat;
+        unsigned long ulBytesPerFrame;
+        unsigned long ulValidFrames;
+    };
+
+    void* apvBuffers[kMostBuffers];
+    SFirst sFirst;
+    SZtAudioBufferInformations sMux;
+
+    /// Those of the first buffer, but no more than every buffer has memory for: hosts see a difference only where they
+    /// mix containers in the array, or where a mux has no room for as many frames as its outputs are long. What a
+    /// kernel checks does not depend on it.
+    unsigned long ulFramesMoved;
+
+    /// Checks the counts and digests the buffers, in the array's order, then the mux.
+    int Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& rsRules, const SZtaMuxCall& rsCall);
+
+private:
+    /// Bounds the frames by what is certain to be a buffer's memory, of which ulMovedBytes are moved for each.
+    void LimitFrames(unsigned long ulValidFrames, unsigned long ulCapacityFrames, unsigned long ulFrameBytes,
+                     unsigned long ulMovedBytes);
+};
+
+/// Finds the row of a pair of formats and, unless the buffers are empty, calls `rRun` with its kernel. The kernel's
+/// checks are those of a call with all frames, even if none of them can be moved.
+template <class Table, class Run>
+int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, const SZtaMuxRules& rsRules,
+                    SZtaMuxOperands& rsOperands, unsigned long ulCount, EZtAudioSampleFormatProperty eInput,
+                    EZtAudioSampleFormatProperty eOutput, Run rRun)
+{
+    int iRow = 0;
+    const int iStatus = rUtil.ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, rTable.List(), &iRow);
+    if (iStatus < 0 || rsOperands.sFirst.ulValidFrames == 0) {
+        return iStatus;
+    }
+    return rsOperands.ulFramesMoved > 0
+               ? rRun(rTable[iRow])
+               : rsRules.pfnChecks[iRow](rsOperands.apvBuffers, ulCount, rsOperands.sMux.pvBuffer,
+                                         rsOperands.sFirst.ulValidFrames);
+}
+
+/// Interleaves the buffers into the mux, which must have its length set. Without volumes the mux ends with the length
+/// of the buffers; with volumes it keeps its own, and all of that is scaled.
+template <class Class, class Table>
+int ZtaAssembleMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZtaMuxRules& rsRules,
+                   const SZtaMuxCall& rsCall)
+{
+    SZtaMuxOperands sOperands;
+    int iStatus = sOperands.Digest(rClass, rsRules, rsCall);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    const SZtaMuxOperands::SFirst& rsFirst = sOperands.sFirst;
+    const SZtAudioBufferInformations& rsMux = sOperands.sMux;
+    if (rsMux.ulValidFrames < rsFirst.ulValidFrames) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    iStatus = ZtaRunMuxKernel(
+        rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsFirst.eFormat, rsMux.eFormat, [&](auto pfnKernel) {
+            return (rClass.*pfnKernel)(sOperands.apvBuffers, rsCall.ulCount, rsMux.pvBuffer, sOperands.ulFramesMoved);
+        });
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (rsCall.ulVolumeCount != 0) {
+        return rVolume.ApplyVolume(rsCall.pMux, rsCall.pMux, rsCall.psVolumes, rsCall.ulVolumeCount);
+    }
+    return rsCall.pMux->SetLength(static_cast<unsigned long>(rsMux.iBytesPerFrame) * rsFirst.ulValidFrames);
+}
+
+/// Splits the mux into the buffers, which must have their lengths set. Without volumes they end with the length of the
+/// mux; with volumes they keep their own. Every buffer gets its last step, and the last failure is the one returned.
+template <class Class, class Table>
+int ZtaSplitMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZtaMuxRules& rsRules,
+                const SZtaMuxCall& rsCall)
+{
+    SZtaMuxOperands sOperands;
+    int iStatus = sOperands.Digest(rClass, rsRules, rsCall);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    const SZtaMuxOperands::SFirst& rsFirst = sOperands.sFirst;
+    const SZtAudioBufferInformations& rsMux = sOperands.sMux;
+    if (rsFirst.ulValidFrames < rsMux.ulValidFrames) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    iStatus = ZtaRunMuxKernel(
+        rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsMux.eFormat, rsFirst.eFormat, [&](auto pfnKernel) {
+            return (rClass.*pfnKernel)(rsMux.pvBuffer, sOperands.apvBuffers, rsCall.ulCount, sOperands.ulFramesMoved);
+        });
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    const unsigned long ulLength = rsFirst.ulBytesPerFrame * rsMux.ulValidFrames;
+    for (unsigned long i = 0; i < rsCall.ulCount; ++i) {
+        IZtAudioSamples* pOutput = rsCall.ppBuffers[i];
+        const int iLast =
+            rsCall.ulVolumeCount == 0
+                ? pOutput->SetLength(ulLength)
+                : rVolume.ApplyVolume(pOutput, pOutput, &rsCall.psVolumes[i * rsRules.ulChannels], rsRules.ulChannels);
+        if (iLast < 0) {
+            iStatus = iLast;
+        }
+    }
+    return iStatus;
+}

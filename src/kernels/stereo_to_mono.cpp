@@ -1,0 +1,104 @@
+#include "kernels/stereo_to_mono.h"
+
+#include "kernels/kernel_call.h"
+#include "kernels/loops/loops.h"
+
+#include <zta/status.h>
+
+CZtaConvertStereoToMono::CZtaConvertStereoToMono()
+    : m_oTable({
+          {keZtAudioSampleFormat16In16Stereo, keZtAudioSampleFormat16In16Mono,
+           &CZtaConvertStereoToMono::ConvertStereoToMono16},
+          {keZtAudioSampleFormat16In16Stereo44k, keZtAudioSampleFormat16In16Mono44k,
+           &CZtaConvertStereoToMono::ConvertStereoToMono16},
+          {keZtAudioSampleFormat24In32Stereo, keZtAudioSampleFormat24In32Mono,
+           &CZtaConvertStereoToMono::ConvertStereoToMono24in32},
+          {keZtAudioSampleFormat24In24Stereo, keZtAudioSampleFormat24In24Mono,
+           &CZtaConvertStereoToMono::ConvertStereoToMono24in24},
+      })
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+
+CZtaConvertStereoToMono::~CZtaConvertStereoToMono() = default;
+
+int CZtaConvertStereoToMono::ConvertStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                                 IZtAudioSamples* pRight)
+{
+    return ConvertStereoToMonoChecked(pStereo, pLeft, pRight, false, false);
+}
+
+int CZtaConvertStereoToMono::ConvertStereoToMonoChecked(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                                        IZtAudioSamples* pRight, bool bLeftMustFit, bool bRightMustFit)
+{
+    SZtAudioBufferInformations sStereo{};
+    SZtAudioBufferInformations sLeft{};
+    SZtAudioBufferInformations sRight{};
+    int iStatus = ZtaDigest(*this, {{pStereo, sStereo}, {pLeft, sLeft}, {pRight, sRight}});
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (sLeft.eFormat != sRight.eFormat) {
+        return ZT_E_BUFFER_FORMAT_MISMATCH;
+    }
+    // One output of the caller that is large enough is sufficient: hosts rely on calls that pass this way.
+    const unsigned long ulFrames = sStereo.ulValidFrames;
+    const bool bLeftTooSmall = ulFrames > sLeft.ulCapacityFrames;
+    const bool bRightTooSmall = ulFrames > sRight.ulCapacityFrames;
+    if ((bLeftTooSmall && (bLeftMustFit || bRightTooSmall)) || (bRightTooSmall && bRightMustFit)) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    iStatus = ZtaRunKernel(*this, m_oTable, sStereo.eFormat, sLeft.eFormat, ulFrames, [&](Function pfnKernel) {
+        return (this->*pfnKernel)(ulFrames, sStereo.pvBuffer, sLeft.pvBuffer, sRight.pvBuffer);
+    });
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = pLeft->SetLength(ulFrames * static_cast<unsigned long>(sLeft.iBytesPerFrame));
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    return pRight->SetLength(ulFrames * static_cast<unsigned long>(sRight.iBytesPerFrame));
+}
+
+int CZtaConvertStereoToMono::SuggestFormat(SZtaWaveFormatInfo* psStereo, SZtaWaveFormatInfo* psMono,
+                                           SZtaWaveFormatInfo* psSuggestedStereo, SZtaWaveFormatInfo* psSuggestedMono)
+{
+    return SuggestFormatInOutBuffers(psStereo, psMono, psSuggestedStereo, psSuggestedMono);
+}
+
+int CZtaConvertStereoToMono::QueryFormatSupported(SZtaWaveFormatInfo* psStereo, SZtaWaveFormatInfo* psMono,
+                                                  bool* pbSupported)
+{
+    return QueryFormatSupportedInOutBuffers(psStereo, psMono, pbSupported);
+}
+
+int CZtaConvertStereoToMono::ConvertStereoToMono16(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight)
+{
+    if (pvStereo != nullptr) {
+        ZtaActiveLoops().pfnSplitPair2(pvStereo, pvLeft, pvRight, ulFrames);
+    }
+    return ZT_NOERROR;
+}
+
+int CZtaConvertStereoToMono::ConvertStereoToMono24in32(unsigned long ulFrames, void* pvStereo, void* pvLeft,
+                                                       void* pvRight)
+{
+    if (pvStereo != nullptr) {
+        ZtaActiveLoops().pfnSplitPair4(pvStereo, pvLeft, pvRight, ulFrames);
+    }
+    return ZT_NOERROR;
+}
+
+int CZtaConvertStereoToMono::ConvertStereoToMono24in24(unsigned long ulFrames, void* pvStereo, void* pvLeft,
+                                                       void* pvRight)
+{
+    if (ulFrames == 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (pvLeft == nullptr && pvRight == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    ZtaActiveLoops().pfnSplitPair3(pvStereo, pvLeft, pvRight, ulFrames);
+    return ZT_NOERROR;
+}

@@ -1,0 +1,216 @@
+#include "kernels/volume.h"
+
+#include "kernels/kernel_call.h"
+#include "kernels/loops/loops.h"
+
+#include <zta/status.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <cstring>
+
+#include <immintrin.h>
+
+namespace {
+
+constexpr unsigned long kBlockBytes = 1024;
+constexpr unsigned long kBlockAlignment = 16;
+constexpr unsigned long kGroupLanes = 4;
+constexpr unsigned long kMaxChannels = 64;
+static_assert(kBlockBytes >= kMaxChannels * 2 * sizeof(std::int32_t));
+
+constexpr float kUnity = 4096.0f;
+constexpr float kMaxGain = 8.0f;
+
+/// Becomes 32767, the largest multiplier of 16 bits.
+constexpr auto kGainBelowMax = std::bit_cast<float>(0x40FFFF2E);
+
+/// What the operation's own checks let through. 24-in-24 has no row all the same.
+bool IsVolumeFormat(EZtAudioSampleFormatProperty eFormat)
+{
+    return (eFormat >= keZtAudioSampleFormat24In32Mono && eFormat <= keZtAudioSampleFormat24In32Mux64) ||
+           eFormat == keZtAudioSampleFormat24In24Mono || eFormat == keZtAudioSampleFormat24In24Stereo;
+}
+
+bool IsInRange(float fGain)
+{
+    return !(fGain > kMaxGain || fGain < 0.0f);
+}
+
+/// Most gains are, and one comparison of their bits tells it: those of 0 to below 8 are in order, all others behind.
+bool IsBelowMax(float fGain)
+{
+    return std::bit_cast<std::uint32_t>(fGain) < std::bit_cast<std::uint32_t>(kMaxGain);
+}
+
+void ReplaceMaximum(float& rfGain)
+{
+    if (rfGain == kMaxGain) {
+        rfGain = kGainBelowMax;
+    }
+}
+
+using FloatGroup = float __attribute__((vector_size(16)));
+using IntegerGroup = std::uint32_t __attribute__((vector_size(16)));
+
+/// Towards zero, as the bits of a lane; the instruction gives 0x80000000 for a NaN and for what a lane cannot hold.
+IntegerGroup Truncate(FloatGroup vValues)
+{
+    return reinterpret_cast<IntegerGroup>(_mm_cvttps_epi32(vValues));
+}
+
+} // namespace
+
+alignas(16) const std::int32_t CZtaApplyVolume::ms_alPosSaturation[4] = {0x7FFFFF, 0x7FFFFF, 0x7FFFFF, 0x7FFFFF};
+alignas(16) const std::int32_t CZtaApplyVolume::ms_alNegSaturation[4] = {-0x800000, -0x800000, -0x800000, -0x800000};
+
+#define ZTA_VOLUME_ROW(layout, name)                                                                                   \
+    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaApplyVolume::name},
+CZtaApplyVolume::CZtaApplyVolume()
+    : m_oTable({ZTA_VOLUME_LIST(ZTA_VOLUME_ROW)}),
+      m_plVolumeSettings(static_cast<std::int32_t*>(std::aligned_alloc(kBlockAlignment, kBlockBytes)))
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+#undef ZTA_VOLUME_ROW
+
+CZtaApplyVolume::~CZtaApplyVolume()
+{
+    std::free(m_plVolumeSettings);
+}
+
+int CZtaApplyVolume::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                 unsigned long ulChannels)
+{
+    if (ulChannels == 0 || ulChannels > kMaxChannels) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    SZtAudioBufferInformations sInput{};
+    SZtAudioBufferInformations sOutput{};
+    if (ZtaDigest(*this, {{pOutput, sOutput}}) < 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (!IsVolumeFormat(sOutput.eFormat)) {
+        return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
+    }
+    if (ZtaDigest(*this, {{pInput, sInput}}) < 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (!IsVolumeFormat(sInput.eFormat)) {
+        return ZT_E_INPUT_FORMAT_NOT_SUPPORTED;
+    }
+    if (sInput.eFormat != sOutput.eFormat) {
+        return ZT_E_BUFFER_FORMAT_MISMATCH;
+    }
+    if (sOutput.ulValidFrames != sInput.ulValidFrames) {
+        return sOutput.ulValidFrames < sInput.ulValidFrames ? ZT_E_DESTINATION_BUFFER_TOO_SMALL
+                                                            : ZT_E_BUFFER_SIZE_MISMATCH;
+    }
+    if (ulChannels != sInput.sDescription.sWaveFormat.ulChannels) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    const int iStatus =
+        ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames, [&](Function pfnKernel) {
+            return (this->*pfnKernel)(sInput.pvBuffer, sOutput.pvBuffer, psVolumes, ulChannels, sInput.ulValidFrames);
+        });
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    return pOutput->SetLength(static_cast<unsigned long>(sOutput.iBytesPerFrame) * sOutput.ulValidFrames);
+}
+
+int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels,
+                                       unsigned long ulFrames)
+{
+    if (psVolumes == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    if (ulChannels == 0) {
+        return ZT_E_ARRAY_TOO_SMALL;
+    }
+    for (unsigned long i = 0; i < ulChannels; ++i) {
+        if (IsBelowMax(psVolumes[i].fStartVolume) && IsBelowMax(psVolumes[i].fEndVolume)) {
+            continue;
+        }
+        if (!IsInRange(psVolumes[i].fStartVolume) || !IsInRange(psVolumes[i].fEndVolume)) {
+            return ZT_E_INVALID_PARAMETER;
+        }
+        // The caller sees the replacement, even if a record after this one fails.
+        ReplaceMaximum(psVolumes[i].fStartVolume);
+        ReplaceMaximum(psVolumes[i].fEndVolume);
+    }
+    if (ulChannels > kMaxChannels || !ZtaIsPowerOfTwo(ulChannels)) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    // The object is handed out without its block where memory was short when it was made.
+    if (m_plVolumeSettings == nullptr) {
+        return E_OUTOFMEMORY;
+    }
+    const unsigned long ulFramesPerPass = std::max(kGroupLanes / ulChannels, 1UL);
+    const float fFrames = static_cast<float>(ulFrames);
+    std::int32_t* plGroup = m_plVolumeSettings;
+    for (unsigned long ulFirst = 0; ulFirst < ulFramesPerPass * ulChannels; ulFirst += kGroupLanes) {
+        FloatGroup vStart;
+        FloatGroup vEnd;
+        IntegerGroup vFrame;
+        for (unsigned long i = 0; i < kGroupLanes; ++i) {
+            const SZtAudioMonoVolumeInfo& rsVolume = psVolumes[(ulFirst + i) & (ulChannels - 1)];
+            vStart[i] = rsVolume.fStartVolume;
+            vEnd[i] = rsVolume.fEndVolume;
+            vFrame[i] = static_cast<std::uint32_t>(i >> std::countr_zero(ulChannels));
+        }
+        const IntegerGroup vStep = Truncate((vEnd - vStart) / fFrames * kUnity);
+        const IntegerGroup vGain = Truncate(vStart * kUnity) + vFrame * vStep;
+        const IntegerGroup vStepOfPass = vStep * static_cast<std::uint32_t>(ulFramesPerPass);
+        std::memcpy(plGroup, &vGain, sizeof(vGain));
+        std::memcpy(plGroup + kGroupLanes, &vStepOfPass, sizeof(vStepOfPass));
+        plGroup += 2 * kGroupLanes;
+    }
+    return ZT_NOERROR;
+}
+
+int CZtaApplyVolume::ApplyVolume24bitIn32Mux4_2_1(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                                  unsigned long ulChannels, unsigned long ulFrames)
+{
+    const bool bChannelsFit = ulChannels == 1 || ulChannels == 2 || ulChannels == 4;
+    // Steps are counted in 16 bits, and a count of zero leaves all as it is: a mono buffer of less than four frames and
+    // a stereo buffer of one are never scaled.
+    const bool bScales = (ulFrames * ulChannels / kGroupLanes & 0xFFFF) != 0;
+    return Scale(bChannelsFit, bScales, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
+}
+
+int CZtaApplyVolume::ApplyVolume24bitIn32Mux8(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                              unsigned long ulChannels, unsigned long ulFrames)
+{
+    return Scale(ulChannels == 8, true, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
+}
+
+int CZtaApplyVolume::ApplyVolume24bitIn32Mux64_32_16(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                                     unsigned long ulChannels, unsigned long ulFrames)
+{
+    const bool bChannelsFit = ulChannels == 16 || ulChannels == 32 || ulChannels == 64;
+    return Scale(bChannelsFit, true, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
+}
+
+/// The body of the kernels: their checks, the settings block, and the ramp. Nothing reads the block afterwards.
+int CZtaApplyVolume::Scale(bool bChannelsFit, bool bScales, const void* pvInput, void* pvOutput,
+                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels, unsigned long ulFrames)
+{
+    if (ulFrames == 0) {
+        return ZT_NOERROR;
+    }
+    if (!bChannelsFit) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (pvInput == nullptr || pvOutput == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    const int iStatus = SetVolumeSettings(psVolumes, ulChannels, ulFrames);
+    if (iStatus >= 0 && bScales) {
+        const SZtaGainRamp sRamp = {m_plVolumeSettings, std::max(ulChannels / kGroupLanes, 1UL), ms_alPosSaturation,
+                                    ms_alNegSaturation};
+        ZtaActiveLoops().pfnApplyGainRamp(pvInput, pvOutput, ulFrames * ulChannels, &sRamp);
+    }
+    return iStatus;
+}

@@ -1,0 +1,216 @@
+#include "resampler/resample_audio.h"
+
+#include "kernels/kernel_call.h"
+#include "resampler/polyphase_resampler.h"
+#include "signal/filter_rows.h"
+#include "signal/functions.h"
+
+#include <zta/status.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <typeinfo>
+
+namespace {
+
+constexpr std::uint64_t kFilterLength = 32;
+constexpr std::uint64_t kWorkSamples = 8192;
+constexpr std::uint64_t kHistoryStride = 48;
+constexpr std::size_t kSampleAlignment = 16;
+constexpr float kRollOff = 1.0F;
+constexpr float kAlpha = 9.0F;
+
+std::int16_t* AllocateSamples(std::uint64_t ulSamples)
+{
+    return static_cast<std::int16_t*>(std::aligned_alloc(kSampleAlignment, ulSamples * sizeof(std::int16_t)));
+}
+
+/// Null for an object of another class. To find out takes a comparison where it is this very class.
+CPolyphaseResampler* AsStream(IUnknown* pResampler)
+{
+    return typeid(*pResampler) == typeid(CPolyphaseResampler) ? static_cast<CPolyphaseResampler*>(pResampler)
+                                                              : dynamic_cast<CPolyphaseResampler*>(pResampler);
+}
+
+/// Starts a channel afresh: the signal is held at its first value, so that a restart begins without a step.
+void Prime(std::int16_t* psHistory, std::uint64_t& rulCount, double& rdTime, std::uint64_t ulFilterLength,
+           std::int16_t sFirst)
+{
+    rulCount = ulFilterLength / 2 + 1;
+    rdTime = static_cast<double>(rulCount);
+    ippsSet_16s(sFirst, psHistory, static_cast<int>(rulCount));
+}
+
+} // namespace
+
+CZtaResampleAudio::CZtaResampleAudio()
+    : m_oTable({
+          {keZtAudioSampleFormat16In16Mono44k, keZtAudioSampleFormat16In16Mono,
+           &CZtaResampleAudio::Resample16BitMonoTo16BitMono},
+          {keZtAudioSampleFormat16In16Mono, keZtAudioSampleFormat16In16Mono44k,
+           &CZtaResampleAudio::Resample16BitMonoTo16BitMono},
+      })
+{
+    m_psProcessingFormats = m_oTable.List();
+}
+
+CZtaResampleAudio::~CZtaResampleAudio() = default;
+
+int CZtaResampleAudio::SuggestFormat(SZtaWaveFormatInfo* pIn, SZtaWaveFormatInfo* pOut,
+                                     SZtaWaveFormatInfo* pSuggestedIn, SZtaWaveFormatInfo* pSuggestedOut)
+{
+    return SuggestFormatInOutBuffers(pIn, pOut, pSuggestedIn, pSuggestedOut);
+}
+
+int CZtaResampleAudio::QueryFormatSupported(SZtaWaveFormatInfo* pIn, SZtaWaveFormatInfo* pOut, bool* pbSupported)
+{
+    return QueryFormatSupportedInOutBuffers(pIn, pOut, pbSupported);
+}
+
+int CZtaResampleAudio::CreateAudioResampler(SZtaWaveFormatInfo* pIn, SZtaWaveFormatInfo* pOut, IUnknown** ppResampler)
+{
+    if (pIn->ulBitsPerSample != 16 || pOut->ulBitsPerSample != 16) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    return CreateAudioResamplerMono16BitsToMono16Bits(
+        pIn->ulSamplesPerSec, pOut->ulSamplesPerSec,
+        static_cast<unsigned long>(static_cast<long>(static_cast<int>(pOut->ulChannels))), ppResampler);
+}
+
+int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long ulInRate, unsigned long ulOutRate,
+                                                                  unsigned long ulChannels, IUnknown** ppResampler)
+{
+    auto* pStream = new CPolyphaseResampler;
+    pStream->m_eHint = ippAlgHintFast;
+    pStream->m_fRollOff = kRollOff;
+    pStream->m_fAlpha = kAlpha;
+    pStream->m_ulInputRate = ulInRate;
+    pStream->m_ulOutputRate = ulOutRate;
+    pStream->m_ulFilterLength = kFilterLength;
+    pStream->m_ulWorkSamples = kWorkSamples;
+    pStream->m_psWorkBuffer = AllocateSamples(kWorkSamples);
+    pStream->m_psHistory = AllocateSamples(ulChannels * kHistoryStride);
+    pStream->m_ulPrimeSamples = kFilterLength / 2 + 1;
+    pStream->m_ulHistoryStride = kHistoryStride;
+    pStream->m_ulChannels = ulChannels;
+    std::fill(std::begin(pStream->m_aulHistoryCount), std::end(pStream->m_aulHistoryCount), pStream->m_ulPrimeSamples);
+    std::fill(std::begin(pStream->m_adTime), std::end(pStream->m_adTime),
+              static_cast<double>(pStream->m_ulPrimeSamples));
+    ippsSet_16s(0, pStream->m_psHistory, static_cast<int>(ulChannels * kHistoryStride));
+    if (pStream->m_psWorkBuffer != nullptr) {
+        // No call of the stream then meets memory that the system has yet to provide.
+        std::memset(pStream->m_psWorkBuffer, 0, kWorkSamples * sizeof(std::int16_t));
+    }
+
+    int iSize = 0;
+    int iLength = 0;
+    int iHeight = 0;
+    const int iInRate = static_cast<int>(ulInRate);
+    const int iOutRate = static_cast<int>(ulOutRate);
+    const int iFilterLength = static_cast<int>(kFilterLength);
+    ippsResamplePolyphaseFixedGetSize_16s(iInRate, iOutRate, iFilterLength, &iSize, &iLength, &iHeight,
+                                          pStream->m_eHint);
+    pStream->m_pSpec = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(iSize));
+    // Each allocation is checked, though hosts expect no status for it: a clear status code is better than a later
+    // crash. The primitives refuse null, so that nothing above has written through it.
+    const bool bAllocated = pStream->m_psWorkBuffer != nullptr && pStream->m_psHistory != nullptr;
+    if (!bAllocated || ippsResamplePolyphaseFixedInit_16s(iInRate, iOutRate, iFilterLength, kRollOff, kAlpha,
+                                                          pStream->m_pSpec, pStream->m_eHint) != ippStsNoErr) {
+        // Hosts see a stream that came to nothing as one live object more: nothing of it is released.
+        return ZT_E_INCONSISTENCY_DETECTED;
+    }
+    // That these may be missing is no failure: the stream is slower then.
+    ZtaPrepareRowsOf(pStream->m_pSpec);
+    *ppResampler = pStream;
+    pStream->AddRef();
+    return ZT_NOERROR;
+}
+
+int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut, EZtAudioResamplerMode eMode,
+                                     unsigned long ulChannel, IUnknown* pResampler)
+{
+    SZtAudioBufferInformations sIn{};
+    SZtAudioBufferInformations sOut{};
+    int iStatus = ZtaDigest(*this, {{pIn, sIn}, {pOut, sOut}});
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    // In frames of both sides whatever the rates: a conversion downwards needs room for its input, too.
+    if (sIn.ulValidFrames > sOut.ulCapacityFrames) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    // An empty input runs no kernel: its output counts as full, with whatever it holds.
+    unsigned long ulOutSamples = sOut.ulCapacityFrames;
+    iStatus = ZtaRunKernel(*this, m_oTable, sIn.eFormat, sOut.eFormat, sIn.ulValidFrames, [&](Function pfnKernel) {
+        return (this->*pfnKernel)(sIn.ulValidFrames, sIn.pvBuffer, ulOutSamples, sOut.pvBuffer, eMode, ulChannel,
+                                  pResampler);
+    });
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    return pOut->SetLength(ulOutSamples * static_cast<unsigned long>(sOut.iBytesPerFrame));
+}
+
+int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, void* pIn, unsigned long& ulOutSamples,
+                                                    void* pOut, EZtAudioResamplerMode eMode, unsigned long ulChannel,
+                                                    IUnknown* pResampler)
+{
+    if (pResampler == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    CPolyphaseResampler* const pStream = AsStream(pResampler);
+    if (pStream == nullptr || pStream->m_ulInputRate == 0) { // no stream, or one that nothing has set up
+        return ZT_E_INVALID_PARAMETER;
+    }
+    const std::uint64_t ulNeeded = pStream->m_ulOutputRate * ulInSamples / pStream->m_ulInputRate;
+    if (ulNeeded + 1 > ulOutSamples) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    if (ulChannel >= std::min(pStream->m_ulChannels, CPolyphaseResampler::kMaxChannels)) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+
+    const auto* psIn = static_cast<const std::int16_t*>(pIn);
+    auto* psOut = static_cast<std::int16_t*>(pOut);
+    std::int16_t* const psWork = pStream->m_psWorkBuffer;
+    std::int16_t* const psHistory = pStream->m_psHistory + ulChannel * pStream->m_ulHistoryStride;
+    std::uint64_t ulCount = pStream->m_aulHistoryCount[ulChannel];
+    double dTime = pStream->m_adTime[ulChannel];
+    if (eMode == keZtAudioResamplerModeRestart && ulInSamples > 0) {
+        std::int16_t sFirst = 0; // the host's samples may lie at any address
+        std::memcpy(&sFirst, pIn, sizeof(sFirst));
+        Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, sFirst);
+    }
+    ippsMove_16s(psHistory, psWork, static_cast<int>(ulCount));
+
+    const SZtaPreparedRows& rsRows = ZtaPreparedRowsOf(pStream->m_pSpec);
+    std::uint64_t ulWritten = 0;
+    while (ulInSamples > 0) {
+        const std::uint64_t ulChunk = std::min(pStream->m_ulWorkSamples - ulCount, ulInSamples);
+        ippsMove_16s(psIn, psWork + ulCount, static_cast<int>(ulChunk));
+        const std::uint64_t ulTotal = ulCount + ulChunk;
+        // Positions that the run may serve: the last of them still finds all the samples that its row needs. Where
+        // there are none, the run refuses and the samples wait for the next buffer.
+        const auto lPositions = static_cast<std::int64_t>(ulTotal) - static_cast<std::int64_t>(dTime) -
+                                static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
+        int iOutputs = 0;
+        ownResamplePrepared_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
+                                &rsRows);
+        const std::int64_t lConsumed =
+            static_cast<std::int64_t>(dTime) - static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
+        ulCount = ulTotal - static_cast<std::uint64_t>(lConsumed);
+        dTime -= static_cast<double>(lConsumed);
+        ulWritten += static_cast<std::uint64_t>(iOutputs);
+        psOut += iOutputs;
+        psIn += ulChunk;
+        ulInSamples -= ulChunk;
+        ippsMove_16s(psWork + lConsumed, psWork, static_cast<int>(ulCount)); // the rest begins the next pass
+    }
+
+    ippsMove_16s(psWork, psHistory, static_cast<int>(ulCount)); // or waits for the next buffer
+    pStream->m_aulHistoryCount[ulChannel] = ulCount;
+    pStream->m_adTime[ulChannel] = dTime;
+    ulOutSamples = ulWritten;
+    return ZT_NOERROR;
+}

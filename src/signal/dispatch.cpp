@@ -1,0 +1,145 @@
+// The public functions, the stubs of first calls, and the selection of a build.
+
+#include "signal/variant_selection.h"
+#include "signal/functions.h"
+
+#include <atomic>
+
+namespace {
+
+/// In a mask for ippSetCpuFeatures: take the mask as it is.
+constexpr std::uint64_t kui64TakeMyWord = std::uint64_t{1} << 63;
+
+/// The selected build; -1 before the first call. Worked out elsewhere and stored once, so that a call sees -1 or a
+/// finished index. Nobody waits for anybody: threads that make the first call at once all store the same values.
+constinit std::atomic<std::int32_t> s_lBuild = -1;
+
+constinit std::atomic<std::uint64_t> s_ui64Detected = 0;
+constinit std::atomic<bool> s_bDetected = false;
+constinit std::atomic<std::uint64_t> s_ui64Enabled = 0;
+
+void StoreDetected(std::uint64_t ui64Features) noexcept
+{
+    s_ui64Detected.store(ui64Features, std::memory_order_relaxed);
+    s_bDetected.store(true, std::memory_order_release);
+}
+
+} // namespace
+
+// Each public function: one load of the index, one of the function, one jump. A stub runs before anything is selected;
+// the call that it makes then goes to a build.
+// NOLINTBEGIN(bugprone-macro-parentheses): names are handed through
+#define ZTA_IPP_ENTRY(name, prefix, features) prefix##_##name,
+#define ZTA_IPP_PUBLIC(result, name, argument, parameters, arguments)                                                  \
+    result name parameters noexcept                                                                                    \
+    {                                                                                                                  \
+        static constexpr decltype(&in_##name) kapfn[] = {in_##name, ZTA_IPP_VARIANT_LIST(ZTA_IPP_ENTRY, name)};        \
+        return kapfn[s_lBuild.load(std::memory_order_relaxed) + 1] arguments;                                          \
+    }                                                                                                                  \
+    result in_##name parameters noexcept                                                                               \
+    {                                                                                                                  \
+        ippSafeInit();                                                                                                 \
+        return name arguments;                                                                                         \
+    }
+ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_PUBLIC, )
+ZTA_IPP_HIDDEN_LIST(ZTA_IPP_PUBLIC, )
+#undef ZTA_IPP_PUBLIC
+#undef ZTA_IPP_ENTRY
+// NOLINTEND(bugprone-macro-parentheses)
+
+// On x86-64 CPUID exists, so that detection cannot fail.
+IppStatus ippInit() noexcept
+{
+    unsigned long ulMask = 0;
+    ippGetCpuFeatures(&ulMask, nullptr);
+    const IppStatus eStatus = ippSetCpuFeatures(ulMask);
+    return ipp_is_GenuineIntel() != 0 ? eStatus : ippStsNonIntelCpu;
+}
+
+// The stubs are ordinary calls: the compiler keeps their arguments across this one.
+IppStatus ippSafeInit() noexcept
+{
+    return ippInit();
+}
+
+IppStatus ippGetCpuFeatures(unsigned long* pFeaturesMask, unsigned int* pCpuidInfoRegs) noexcept
+{
+    if (pFeaturesMask == nullptr) {
+        return ippStsNullPtrErr;
+    }
+    ownGetMaskFeatures(pFeaturesMask);
+    if (pCpuidInfoRegs != nullptr) {
+        const SZtaCpuidLeaf sLeaf1 = ZtaReadProcessorWords().sLeaf1;
+        pCpuidInfoRegs[0] = sLeaf1.ulEax;
+        pCpuidInfoRegs[1] = sLeaf1.ulEbx;
+        pCpuidInfoRegs[2] = sLeaf1.ulEcx;
+        pCpuidInfoRegs[3] = sLeaf1.ulEdx;
+    }
+    return ippStsNoErr;
+}
+
+IppStatus ippSetCpuFeatures(unsigned long mask) noexcept
+{
+    unsigned int uIndex = 0;
+    const IppStatus eStatus = ownSetCpuFeaturesAndIdx(mask, &uIndex);
+    s_lBuild.store(static_cast<std::int32_t>(uIndex), std::memory_order_relaxed);
+    return eStatus;
+}
+
+void ippSetCpuFeaturesMask(unsigned long mask) noexcept
+{
+    s_ui64Enabled.store(mask, std::memory_order_relaxed);
+}
+
+unsigned long ippGetEnabledCpuFeatures() noexcept
+{
+    return s_ui64Enabled.load(std::memory_order_relaxed);
+}
+
+int ownGetMaskFeatures(unsigned long* pMask) noexcept
+{
+    if (!s_bDetected.load(std::memory_order_acquire)) {
+        StoreDetected(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()));
+    }
+    *pMask = s_ui64Detected.load(std::memory_order_relaxed);
+    return 1;
+}
+
+IppStatus ownFeaturesToIdx(unsigned long* pMask, unsigned int* pIdx) noexcept
+{
+    const SZtaSelection sSelection = ZtaSelectBuild(*pMask);
+    *pMask = sSelection.ui64Enabled;
+    *pIdx = sSelection.ulIndex;
+    return sSelection.eStatus;
+}
+
+IppStatus ownSetCpuFeaturesAndIdx(unsigned long mask, unsigned int* pIdx) noexcept
+{
+    IppStatus eStatus = ippStsNoErr;
+    if ((mask & kui64TakeMyWord) != 0) {
+        mask &= ~kui64TakeMyWord;
+        ownMaskIsFeatures();
+    } else {
+        unsigned long ulDetected = 0;
+        ownGetMaskFeatures(&ulDetected);
+        eStatus = ZtaCheckFeatures(mask, ulDetected);
+    }
+    const IppStatus eSelection = ownFeaturesToIdx(&mask, pIdx);
+    ippSetCpuFeaturesMask(mask);
+    return eStatus != ippStsNoErr ? eStatus : eSelection;
+}
+
+void ownMaskIsFeatures() noexcept
+{
+    StoreDetected(ippGetEnabledCpuFeatures());
+}
+
+int ownGetFeature(unsigned long mask) noexcept
+{
+    return (ippGetEnabledCpuFeatures() & mask) == mask ? 1 : 0;
+}
+
+int ipp_is_GenuineIntel() noexcept
+{
+    return ZtaIsGenuineIntel(ZtaReadProcessorWords().sLeaf0) ? 1 : 0;
+}

@@ -1,0 +1,317 @@
+/// The filter bank: a Kaiser-windowed sinc, designed as one long prototype and cut into one row of taps for each output
+/// phase. Sums and products are taken in the order in which they are written and nothing is fused, so that every
+/// variant builds the same block.
+#include "signal/filter_spec.h"
+
+#include <immintrin.h>
+
+namespace {
+
+/// The sizes of one block.
+struct SBankShape {
+    std::int64_t llInRate;       ///< in lowest terms
+    std::int64_t llOutRate;      ///< in lowest terms; also the number of phases
+    std::int64_t llLength;       ///< the filter length, a multiple of four
+    std::int64_t llStride;       ///< taps from one row to the next
+    std::int64_t llCoefficients; ///< of the prototype
+    std::int64_t llTapBytes;
+    std::int64_t llStepBytes;       ///< of the step table
+    std::int64_t llRowPointerBytes; ///< of the table of row pointers
+
+    std::int64_t HalfLength() const { return llLength / 2; }
+    bool HasSingleTaps() const { return llTapBytes == sizeof(float); }
+    /// So large that no other size needs to be looked at; these stay below 2^40 otherwise.
+    bool IsBeyondReach() const { return llCoefficients > 0x7FFFFFFF; }
+    std::int64_t RowsBytes() const { return llOutRate * llStride * llTapBytes; }
+};
+
+int GreatestCommonDivisor(int iA, int iB)
+{
+    while (iB != 0) {
+        const int iRest = iA % iB;
+        iA = iB;
+        iB = iRest;
+    }
+    return iA;
+}
+
+/// The prototype reaches half a filter length to one side, in steps of the higher rate. The count comes from single
+/// precision, and what a long filter loses in the rounding is missing from its block.
+std::int64_t CountCoefficients(int iInRate, int iOutRate, std::int64_t llLength)
+{
+    const double dRatio = static_cast<double>(iOutRate) / iInRate;
+    const double dLength = static_cast<double>(llLength);
+    const bool bDown = dRatio < 1.0;
+    const float fHalfRate = 0.5f * static_cast<float>(bDown ? iInRate : iOutRate);
+    const float fLength = static_cast<float>(bDown ? dLength * dRatio : dLength) + 1e-5f;
+    return static_cast<std::int64_t>(fHalfRate * fLength) + 1;
+}
+
+SBankShape MakeShape(int iInRate, int iOutRate, int iLength, IppHintAlgorithm eHint)
+{
+    const int iDivisor = GreatestCommonDivisor(iInRate, iOutRate);
+    iInRate /= iDivisor;
+    iOutRate /= iDivisor;
+    const bool bSingle = eHint == ippAlgHintAccurate;
+    const std::int64_t llAsked = iLength;
+
+    SBankShape sShape;
+    sShape.llInRate = iInRate;
+    sShape.llOutRate = iOutRate;
+    sShape.llLength = (llAsked + 3) & ~3;
+    // From the length as asked for: where that is no multiple of four, or for 16-bit taps lies 5 to 7 above a multiple
+    // of eight, the extra tap of row 0 and the first tap of row 1 share their place.
+    sShape.llStride = bSingle ? (llAsked + 4) & ~3 : (llAsked + 8) & ~7;
+    sShape.llCoefficients = CountCoefficients(iInRate, iOutRate, sShape.llLength);
+    sShape.llTapBytes = bSingle ? sizeof(float) : sizeof(std::int16_t);
+    sShape.llStepBytes = ((sShape.llOutRate + 7) & ~7) * 2;
+    sShape.llRowPointerBytes = ((sShape.llOutRate + 4) & ~3) * 8;
+    return sShape;
+}
+
+/// The zeroth modified Bessel function of twice the argument. An argument that takes it out of the range of a double
+/// gives infinity, and NaN gives NaN.
+double BesselI0(double dHalf)
+{
+    double dSum = 1.0;
+    double dTerm = 1.0;
+    for (int k = 1; dTerm >= 1e-21 * dSum && dTerm < __builtin_inf(); ++k) {
+        const double dQuotient = dHalf / k;
+        dTerm *= dQuotient * dQuotient;
+        dSum += dTerm;
+    }
+    return dSum;
+}
+
+/// Calls fnVisit(element, position) for each element of the prototype but the first. Positions count from the centre in
+/// units of 1 / iOutRate of an input sample. The elements stand in the order of the phases, and the outermost one last.
+template <typename Visit>
+void ForEachCoefficient(int iOutRate, int iHalfLen, int iCoefficients, Visit fnVisit)
+{
+    const int iLast = iCoefficients - 1;
+    int iElement = 0;
+    for (int iPhase = 0; iPhase < iOutRate && iElement < iLast; ++iPhase) {
+        std::int64_t llPosition = iPhase;
+        for (int i = 0; i < iHalfLen && llPosition < iCoefficients && iElement < iLast; ++i) {
+            if (iElement > 0) {
+                fnVisit(iElement, llPosition);
+            }
+            ++iElement;
+            llPosition += iOutRate;
+        }
+    }
+    fnVisit(iLast, std::int64_t{iLast});
+}
+
+/// The windowed sinc, before it is normalised: iM positions from one zero to the next, more with a lower cut-off.
+void DesignPrototype(int iM, int iOutRate, int iHalfLen, int iCoefficients, double* pdPrototype, double dRollOff,
+                     double dAlpha)
+{
+    const double dStep = 3.141592653589793 / iM;
+    const double dInverse = 1.0 / BesselI0(dAlpha * 0.5);
+    const double dWidth = 1.0 / (iCoefficients - 1);
+    // Rounding can count more coefficients than the phases have positions.
+    ZTA_IPP(ippsZero_64f)(pdPrototype, iCoefficients);
+    pdPrototype[0] = dRollOff;
+    ForEachCoefficient(iOutRate, iHalfLen, iCoefficients, [=](int iElement, std::int64_t llPosition) {
+        const double dPosition = static_cast<double>(llPosition);
+        const double dSinc = ZTA_IPP(ippsSinOne)(dRollOff * dStep * dPosition) / (dPosition * dStep);
+        const double dAt = dPosition * dWidth;
+        const double dSquare = 1.0 - dAt * dAt;
+        const double dRoot = dSquare > 0.0 ? ZTA_IPP(ippsSqrtOne)(dSquare) : 0.0;
+        pdPrototype[iElement] = BesselI0(dRoot * dAlpha * 0.5) * dInverse * dSinc;
+    });
+}
+
+void Normalise(double* pdPrototype, int iCoefficients, double dGain)
+{
+    ZTA_IPP(ippsMulC_64f_I)((pdPrototype[0] < 0.0 ? -1.0 : 1.0) / dGain, pdPrototype, iCoefficients);
+}
+
+std::int16_t Quantise(double dTap)
+{
+    return static_cast<std::int16_t>(_mm_cvttsd_si32(_mm_set_sd(dTap > 0.0 ? dTap + 0.5 : dTap - 0.5)));
+}
+
+/// Taps of single precision overlap the prototype that they come from, so each is written as bytes.
+template <typename Tap>
+void StoreTap(Tap* pRow, std::int64_t llIndex, Tap tap)
+{
+    __builtin_memcpy(pRow + llIndex, &tap, sizeof(tap));
+}
+
+/// Cuts the prototype into rows. `pElements` has one element more than the prototype, a copy of its last, which is the
+/// outer tap of row 0 and also stands for what the count of coefficients lost.
+template <typename Tap, typename Element>
+void FillRows(const SBankShape& rsShape, Tap* pRows, const Element* pElements)
+{
+    const std::int64_t llHalf = rsShape.HalfLength();
+    const std::int64_t llCoefficients = rsShape.llCoefficients;
+    const auto fnTap = [=](std::int64_t llElement) {
+        return static_cast<Tap>(pElements[llElement < llCoefficients ? llElement : llCoefficients]);
+    };
+
+    StoreTap(pRows, llHalf, fnTap(0));
+    for (std::int64_t k = 1; k < llHalf; ++k) {
+        const Tap tap = fnTap(k);
+        StoreTap(pRows, llHalf + k, tap);
+        StoreTap(pRows, llHalf - k, tap);
+    }
+    const Tap outer = fnTap(llCoefficients);
+    StoreTap(pRows, 0, outer);
+    StoreTap(pRows, 2 * llHalf, outer);
+
+    // The prototype is symmetric: phase p is the left half of row p and, mirrored, the right half of the row opposite.
+    std::int64_t llElement = llHalf;
+    for (std::int64_t p = 1; p < rsShape.llOutRate; ++p) {
+        Tap* pRow = pRows + p * rsShape.llStride;
+        Tap* pOpposite = pRows + (rsShape.llOutRate - p) * rsShape.llStride;
+        for (std::int64_t i = 0; i < llHalf; ++i) {
+            const Tap tap = fnTap(llElement++);
+            StoreTap(pOpposite, llHalf + i, tap);
+            StoreTap(pRow, llHalf - 1 - i, tap);
+        }
+    }
+}
+
+/// How many input samples the source moves after an output of each phase. Row 0 starts one sample before the others,
+/// so the step out of it is one longer and the step into it one shorter.
+void FillSteps(const SBankShape& rsShape, std::int16_t* psSteps)
+{
+    const std::int64_t llOutRate = rsShape.llOutRate;
+    const std::int64_t llIntoZero = (llOutRate - rsShape.llInRate % llOutRate) % llOutRate;
+    for (std::int64_t p = 0; p < llOutRate; ++p) {
+        const std::int64_t llStep = (p + rsShape.llInRate) / llOutRate + (p == 0) - (p == llIntoZero);
+        psSteps[p] = static_cast<std::int16_t>(llStep);
+    }
+}
+
+} // namespace
+
+/// For output rates at or above the input rate: the gain of phase 0 is made 1.
+extern "C" void ZTA_IPP(ownsKaiserPrototypeUp)(int M, int outRate, int halfLen, int N, double* pPrototype, double rollf,
+                                               double alpha) noexcept
+{
+    DesignPrototype(M, outRate, halfLen, N, pPrototype, rollf, alpha);
+    double dSum = 0.0;
+    for (int i = 1; i < halfLen && i < N; ++i) {
+        dSum += pPrototype[i];
+    }
+    Normalise(pPrototype, N, pPrototype[0] + 2.0 * dSum + 2.0 * pPrototype[N - 1]);
+}
+
+/// For output rates below the input rate: the gain over the grid of the output rate is made 1.
+extern "C" void ZTA_IPP(ownsKaiserPrototypeDown)(int M, int outRate, int halfLen, int N, double* pPrototype,
+                                                 double rollf, double alpha) noexcept
+{
+    DesignPrototype(M, outRate, halfLen, N, pPrototype, rollf, alpha);
+    double dSum = 0.0;
+    ForEachCoefficient(outRate, halfLen, N, [=, &dSum](int iElement, std::int64_t llPosition) {
+        if (llPosition % M == 0) {
+            dSum += pPrototype[iElement];
+        }
+    });
+    Normalise(pPrototype, N, pPrototype[0] + 2.0 * dSum);
+}
+
+extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedGetSize_16s)(int inRate, int outRate, int len, int* pSize,
+                                                                    int* pLen, int* pHeight,
+                                                                    IppHintAlgorithm hint) noexcept
+{
+    if (pSize == nullptr || pLen == nullptr || pHeight == nullptr) {
+        return ippStsNullPtrErr;
+    }
+    if (inRate < 1 || outRate < 1 || len < 1) {
+        return ippStsSizeErr;
+    }
+    const SBankShape sShape = MakeShape(inRate, outRate, len, hint);
+    if (sShape.IsBeyondReach()) {
+        return ippStsBadArgErr;
+    }
+    // This product is one of 32 bits. Where it wraps the size means nothing, and Init, which counts in 64, refuses.
+    const std::int64_t llTaps = static_cast<std::int32_t>(sShape.llOutRate * sShape.llStride);
+    const std::int64_t llTables = sShape.llStepBytes + sShape.llRowPointerBytes;
+    const std::int64_t llCoefficients = sShape.llCoefficients;
+    const std::int64_t llSize = sShape.HasSingleTaps()
+                                    ? llTables + 4 * llTaps + 8 * llCoefficients + 48
+                                    : llTables + 8 * llCoefficients + 58 + 2 * (llTaps + llCoefficients);
+    if (llSize > 0x7FFFFFFE) {
+        return ippStsBadArgErr;
+    }
+    *pSize = static_cast<int>(llSize);
+    *pLen = static_cast<int>(sShape.llLength);
+    *pHeight = static_cast<int>(sShape.llOutRate);
+    return ippStsNoErr;
+}
+
+extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedInit_16s)(int inRate, int outRate, int len, float rollf,
+                                                                 float alpha, IppsResamplingPolyphaseFixed_16s* pSpec,
+                                                                 IppHintAlgorithm hint) noexcept
+{
+    if (pSpec == nullptr) {
+        return ippStsNullPtrErr;
+    }
+    if (inRate < 1 || outRate < 1 || len < 1) {
+        return ippStsSizeErr;
+    }
+    if (rollf <= 0.0f || rollf > 1.0f || alpha < 1.0f) {
+        return ippStsBadArgErr;
+    }
+    const SBankShape sShape = MakeShape(inRate, outRate, len, hint);
+    if (sShape.IsBeyondReach()) {
+        return ippStsBadArgErr;
+    }
+    const bool bSingle = sShape.HasSingleTaps();
+    const std::int64_t llCounted =
+        sShape.llStepBytes + sShape.llRowPointerBytes + sShape.RowsBytes() + 8 * sShape.llCoefficients;
+    if (bSingle ? llCounted + 40 > 0x7FFFFFFE : llCounted + 2 * sShape.llCoefficients > 0x7FFFFFCE) {
+        return ippStsBadArgErr;
+    }
+
+    std::uint8_t* const pucSteps = reinterpret_cast<std::uint8_t*>(pSpec + 1);
+    std::uint8_t* const pucRowPointers = pucSteps + sShape.llStepBytes;
+    std::uint8_t* const pucRows = pucRowPointers + sShape.llRowPointerBytes;
+    // Taps of single precision need the prototype longest, and its first 8 bytes share the place of the last row's end.
+    double* const pdPrototype = reinterpret_cast<double*>(pucRows + sShape.RowsBytes() - (bSingle ? 8 : 0));
+
+    const int iInRate = static_cast<int>(sShape.llInRate);
+    const int iOutRate = static_cast<int>(sShape.llOutRate);
+    const int iHalfLen = static_cast<int>(sShape.HalfLength());
+    const int iCoefficients = static_cast<int>(sShape.llCoefficients);
+    if (iOutRate < iInRate) {
+        ZTA_IPP(ownsKaiserPrototypeDown)(iInRate, iOutRate, iHalfLen, iCoefficients, pdPrototype, rollf, alpha);
+    } else {
+        ZTA_IPP(ownsKaiserPrototypeUp)(iOutRate, iOutRate, iHalfLen, iCoefficients, pdPrototype, rollf, alpha);
+    }
+
+    auto** const ppRows = reinterpret_cast<std::uint8_t**>(pucRowPointers);
+    for (std::int64_t p = 0; p < iOutRate; ++p) {
+        ppRows[p] = pucRows + p * sShape.llStride * sShape.llTapBytes;
+    }
+    std::int16_t* const psSteps = reinterpret_cast<std::int16_t*>(pucSteps);
+    FillSteps(sShape, psSteps);
+
+    if (bSingle) {
+        pdPrototype[iCoefficients] = pdPrototype[iCoefficients - 1];
+        FillRows(sShape, reinterpret_cast<float*>(pucRows), pdPrototype);
+    } else {
+        std::int16_t* const psQuantised = reinterpret_cast<std::int16_t*>(pdPrototype + iCoefficients);
+        ZTA_IPP(ippsMulC_64f_I)(16384.0, pdPrototype, iCoefficients);
+        for (int i = 0; i < iCoefficients; ++i) {
+            psQuantised[i] = Quantise(pdPrototype[i]);
+        }
+        psQuantised[iCoefficients] = psQuantised[iCoefficients - 1];
+        FillRows(sShape, reinterpret_cast<std::int16_t*>(pucRows), psQuantised);
+        pSpec->reserved = 0;
+    }
+
+    pSpec->inRate = iInRate;
+    pSpec->outRate = iOutRate;
+    pSpec->tapScale = bSingle ? 1.0f : 0x1p-14f;
+    pSpec->halfLen = iHalfLen;
+    pSpec->tapKind = bSingle ? 1 : 2;
+    pSpec->pStep = psSteps;
+    pSpec->pRows = reinterpret_cast<void**>(ppRows);
+    pSpec->ulRowsOf = 0;
+    return ippStsNoErr;
+}

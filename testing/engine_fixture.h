@@ -1,0 +1,149 @@
+/// What the tests of the engine's operations share: an engine on a recording host, and buffers that record.
+#pragma once
+
+#include "engine/audio_samples_engine.h"
+#include "host/formats.h"
+#include "testing/recording_host.h"
+
+#include <zta/status.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+/// The tests' view of what an engine keeps between its two halves.
+struct SZtLayoutProbe {
+    static std::uint32_t Busy(const CZtaAudioSamplesEngine& engine) { return engine.m_ui32Busy; }
+    static void SetBusy(CZtaAudioSamplesEngine& engine, std::uint32_t busy) { engine.m_ui32Busy = busy; }
+
+    /// True if the pool holds exactly these buffers in the order of creation, and null behind them.
+    static bool PoolIs(const CZtaAudioSamplesEngine& engine, const std::vector<zta::test::RecordingBuffer*>& buffers)
+    {
+        std::vector<const IZtAudioSamples*> pool = {engine.m_pScratch0, engine.m_pScratch1, engine.m_pScratch2};
+        for (unsigned long i = 0; i < kMaxBuffers; ++i) {
+            pool.push_back(engine.m_apFadeScratch[i]);
+            pool.push_back(engine.m_apConvertScratch[i]);
+        }
+        std::vector<const IZtAudioSamples*> expected(buffers.begin(), buffers.end());
+        expected.resize(pool.size());
+        return pool == expected;
+    }
+
+    static bool HoldsOperands(const CZtaAudioSamplesEngine& engine)
+    {
+        bool holds = engine.m_pSavedInput != nullptr || engine.m_pSavedOutput != nullptr ||
+                     engine.m_pSavedResamplerState != nullptr || engine.m_ui64SavedVolumeCount != 0 ||
+                     engine.m_ui64SavedSourceOffset != 0 || engine.m_ui64SavedDestinationOffset != 0 ||
+                     engine.m_ui64SavedLength != 0 || engine.m_eSavedResamplerMode != EZtAudioResamplerMode();
+        for (const IZtAudioSamples* buffer : engine.m_apSavedBuffers) {
+            holds = holds || buffer != nullptr;
+        }
+        return holds;
+    }
+
+    /// What a slot keeps, in use or not.
+    static const SZtAudioMonoVolumeInfo& SavedVolume(const CZtaAudioSamplesEngine& engine, std::size_t slot)
+    {
+        return engine.m_asSavedVolumes[slot];
+    }
+
+    static const IZtAudioSamples* SavedBuffer(const CZtaAudioSamplesEngine& engine, std::size_t slot)
+    {
+        return engine.m_apSavedBuffers[slot];
+    }
+
+    static std::uint64_t SavedBufferCount(const CZtaAudioSamplesEngine& engine)
+    {
+        return engine.m_ui64SavedBufferCount;
+    }
+};
+
+namespace zta::test {
+
+using Calls = std::vector<std::string>;
+
+/// Puts lists of calls together.
+inline Calls operator+(Calls first, const Calls& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+/// The calls by which a kernel digests a buffer.
+inline Calls Digest(const std::string& buffer)
+{
+    return {buffer + ".GetAudioSamplesDescription", buffer + ".GetBufferAndLength", buffer + ".GetBufferCapacity"};
+}
+
+inline std::string ErrorCall(const std::string& buffer, int code)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), ".SetErrorCode(0x%08X)", static_cast<unsigned int>(code));
+    return buffer + text;
+}
+
+class EngineTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        engine_ = CreateEngine(host_);
+        journal_.Clear();
+    }
+
+    CZtaAudioSamplesEngine& Object() { return static_cast<CZtaAudioSamplesEngine&>(*engine_); }
+
+    /// A buffer with `validFrames` frames of valid data, all zero, and room for `capacityFrames`.
+    host::Ref<RecordingBuffer> Make(const std::string& name, const SZtaWaveFormatInfo& format, std::size_t validFrames,
+                                    std::size_t capacityFrames)
+    {
+        auto buffer = RecordingBuffer::Create(journal_, name, format, capacityFrames * host::BytesPerFrame(format));
+        buffer->SetValidLength(validFrames * host::BytesPerFrame(format));
+        return buffer;
+    }
+
+    host::Ref<RecordingBuffer> Make(const std::string& name, const SZtaWaveFormatInfo& format, std::size_t frames)
+    {
+        return Make(name, format, frames, frames);
+    }
+
+    template <class Sample>
+    static void Fill(host::AudioBuffer& buffer, const std::vector<Sample>& samples)
+    {
+        ASSERT_LE(samples.size() * sizeof(Sample), buffer.Capacity());
+        if (!samples.empty()) {
+            std::memcpy(buffer.Data(), samples.data(), samples.size() * sizeof(Sample));
+        }
+        buffer.SetValidLength(samples.size() * sizeof(Sample));
+    }
+
+    template <class Sample>
+    static std::vector<Sample> Samples(const host::AudioBuffer& buffer, std::size_t count)
+    {
+        std::vector<Sample> samples(count);
+        if (count != 0) {
+            std::memcpy(samples.data(), buffer.Data(), count * sizeof(Sample));
+        }
+        return samples;
+    }
+
+    /// Whatever the outcome of an operation: the latch is free, nothing is kept, every reference is back.
+    void ExpectAtRest(std::initializer_list<const RecordingBuffer*> buffers)
+    {
+        EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 0U);
+        EXPECT_FALSE(SZtLayoutProbe::HoldsOperands(Object()));
+        for (const RecordingBuffer* buffer : buffers) {
+            EXPECT_EQ(buffer->References(), 1) << buffer->Name();
+        }
+        for (const RecordingBuffer* buffer : host_.Buffers()) {
+            EXPECT_EQ(buffer->References(), 1) << buffer->Name();
+        }
+    }
+
+    Journal journal_;
+    RecordingHost host_{journal_};
+    host::Ref<IZtaAudioSamplesEngine> engine_;
+};
+
+} // namespace zta::test

@@ -1,0 +1,107 @@
+/// A recording buffer of an unusual host: it breaks the buffer contract, or uses a freedom that few hosts use.
+#pragma once
+
+#include "testing/recording_host.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <utility>
+
+namespace zta::test {
+
+/// Behaves like RecordingBuffer until a field says otherwise.
+class MisbehavingBuffer : public RecordingBuffer {
+public:
+    static host::Ref<MisbehavingBuffer> Create(Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
+                                               std::size_t capacityBytes)
+    {
+        return host::Ref<MisbehavingBuffer>::Adopt(
+            new MisbehavingBuffer(journal, std::move(name), format, capacityBytes));
+    }
+
+    /// A query succeeds without a pointer.
+    bool hasNoContent = false;
+    /// The samples have no address; length and capacity stay.
+    bool hasNoAddress = false;
+    /// The capacity that the buffer reports.
+    std::optional<unsigned long> reportedCapacity;
+    /// What SetLength returns after it has succeeded.
+    int lengthStatus = 0;
+    /// A description comes back with this in its size field.
+    std::optional<std::uint32_t> returnedSize;
+    /// Receives the size field of each request for a description.
+    std::function<void(std::uint32_t size)> onDescription;
+    /// Run before a reference is taken, and after one was released.
+    std::function<void()> onAddRef;
+    std::function<void()> onReleased;
+
+    int QueryInterface(const _GUID& riid, void** ppv) override
+    {
+        const int status = RecordingBuffer::QueryInterface(riid, ppv);
+        if (hasNoContent && status >= 0) {
+            Release();
+            *ppv = nullptr;
+        }
+        return status;
+    }
+
+    unsigned long AddRef() override
+    {
+        if (onAddRef) {
+            onAddRef();
+        }
+        return RecordingBuffer::AddRef();
+    }
+
+    unsigned long Release() override
+    {
+        const std::function<void()> released = onReleased;
+        const unsigned long references = RecordingBuffer::Release();
+        if (released) {
+            released();
+        }
+        return references;
+    }
+
+    int GetAudioSamplesDescription(SZtAudioSamplesDescription* description) override
+    {
+        if (onDescription) {
+            onDescription(description->ulSize);
+        }
+        const int status = RecordingBuffer::GetAudioSamplesDescription(description);
+        if (status >= 0 && returnedSize) {
+            description->ulSize = *returnedSize;
+        }
+        return status;
+    }
+
+    int GetBufferAndLength(void** data, unsigned long* lengthBytes) override
+    {
+        const int status = RecordingBuffer::GetBufferAndLength(data, lengthBytes);
+        if (status >= 0 && hasNoAddress) {
+            *data = nullptr;
+        }
+        return status;
+    }
+
+    int GetBufferCapacity(unsigned long* capacityBytes) override
+    {
+        const int status = RecordingBuffer::GetBufferCapacity(capacityBytes);
+        if (status >= 0 && reportedCapacity) {
+            *capacityBytes = *reportedCapacity;
+        }
+        return status;
+    }
+
+    int SetLength(unsigned long lengthBytes) override
+    {
+        const int status = RecordingBuffer::SetLength(lengthBytes);
+        return status >= 0 ? lengthStatus : status;
+    }
+
+private:
+    using RecordingBuffer::RecordingBuffer;
+};
+
+} // namespace zta::test

@@ -1,0 +1,94 @@
+/// Spies in the place of the dispatched functions: they tell which build a public function leads to, and with which
+/// arguments. No spy needs the build's instructions, so that every build can be selected on every processor.
+#pragma once
+
+#include "signal/functions.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <tuple>
+#include <unistd.h>
+
+namespace zta::test {
+
+/// The index of the build that the last call of this thread reached; -1 if none was.
+inline thread_local int reachedBuild = -1;
+
+/// A spy for each function and build. The function is told by its first-call stub.
+template <auto Function, int Build, class Type = decltype(Function)>
+struct SignalSpy;
+
+template <auto Function, int Build, class Result, class... Arguments>
+struct SignalSpy<Function, Build, Result (*)(Arguments...) noexcept> {
+    /// The arguments of this thread's last call.
+    static inline thread_local std::tuple<Arguments...> arguments;
+
+    static Result Call(Arguments... values) noexcept
+    {
+        reachedBuild = Build;
+        arguments = {values...};
+        return Result();
+    }
+};
+
+/// Overwrites the start of a function of the module with a jump. For good: use it in a process of its own.
+inline void Redirect(const char* name, const void* target)
+{
+    void* const module = ::dlopen(ZTA_MODULE_PATH, RTLD_NOLOAD | RTLD_LAZY);
+    ASSERT_NE(module, nullptr);
+    auto* const function = static_cast<unsigned char*>(::dlsym(module, name));
+    ::dlclose(module);
+    ASSERT_NE(function, nullptr) << name << " is not exported";
+
+    std::array<unsigned char, 12> code = {0x48, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xE0}; // mov rax, target; jmp rax
+    std::memcpy(code.data() + 2, &target, sizeof(target));
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto start = reinterpret_cast<std::uintptr_t>(function);
+    const auto first = start & ~(page - 1);
+    ASSERT_EQ(
+        ::mprotect(reinterpret_cast<void*>(first), start + code.size() - first, PROT_READ | PROT_WRITE | PROT_EXEC), 0);
+    std::memcpy(function, code.data(), code.size());
+}
+
+template <auto Function, int Build>
+void RedirectToSpy(const char* name)
+{
+    Redirect(name, reinterpret_cast<const void*>(&SignalSpy<Function, Build>::Call));
+}
+
+/// Puts a spy into each build of each dispatched function.
+inline void RedirectAllToSpies()
+{
+    enum : int {
+#define ZTA_TEST_INDEX(argument, prefix, features) index_##prefix,
+        ZTA_IPP_VARIANT_LIST(ZTA_TEST_INDEX, )
+#undef ZTA_TEST_INDEX
+    };
+#define ZTA_TEST_REDIRECT(result, name, prefix, parameters, arguments)                                                 \
+    RedirectToSpy<&in_##name, index_##prefix>(#prefix "_" #name);
+#define ZTA_TEST_REDIRECT_BUILD(argument, prefix, features) ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_REDIRECT, prefix)
+    ZTA_IPP_VARIANT_LIST(ZTA_TEST_REDIRECT_BUILD, )
+#undef ZTA_TEST_REDIRECT_BUILD
+#undef ZTA_TEST_REDIRECT
+}
+
+/// Runs a part of a test in a process of its own, which starts anew and so finds nothing selected: the state of the
+/// dispatch cannot be put back.
+template <class Body>
+void InFreshProcess(Body body)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            body();
+            std::exit(::testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
+        },
+        ::testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+} // namespace zta::test

@@ -1,0 +1,213 @@
+// The loops that interleave and split two buffers, of every instruction set that this processor runs, against a model
+// that moves byte by byte.
+
+#include "kernels/loops/loops.h"
+#include "testing/guarded_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct PairLoops {
+    std::size_t bytes; ///< of a sample
+    ZtaInterleavePair SZtaSampleLoops::*interleave;
+    ZtaSplitPair SZtaSampleLoops::*split;
+};
+
+constexpr PairLoops kPairLoops[] = {
+#define ZTA_TEST_ROW(bytes) {bytes, &SZtaSampleLoops::pfnInterleavePair##bytes, &SZtaSampleLoops::pfnSplitPair##bytes},
+    ZTA_PAIR_LIST(ZTA_TEST_ROW)
+#undef ZTA_TEST_ROW
+};
+
+constexpr std::size_t kMaxFrames = 300;
+constexpr std::uint8_t kPoison = 0xA5;
+
+class PairLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
+protected:
+    void SetUp() override
+    {
+        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+            GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
+        }
+    }
+
+    Bytes RandomBytes(std::size_t count)
+    {
+        Bytes bytes(count);
+        std::generate(bytes.begin(), bytes.end(), [this] { return static_cast<std::uint8_t>(random_()); });
+        return bytes;
+    }
+
+    /// The side that byte i of a stereo buffer belongs to.
+    std::size_t SideOf(std::size_t i) const { return i / bytes_ % 2; }
+
+    /// The place of byte i of a stereo buffer in its side.
+    std::size_t PlaceInSide(std::size_t i) const { return i / (2 * bytes_) * bytes_ + i % bytes_; }
+
+    Bytes Interleaved(const std::uint8_t* left, const std::uint8_t* right, std::size_t frames) const
+    {
+        Bytes stereo(frames * 2 * bytes_);
+        for (std::size_t i = 0; i < stereo.size(); ++i) {
+            const std::uint8_t* side = SideOf(i) == 0 ? left : right;
+            stereo[i] = side == nullptr ? std::uint8_t{0} : side[PlaceInSide(i)];
+        }
+        return stereo;
+    }
+
+    Bytes Side(const std::uint8_t* stereo, std::size_t side, std::size_t frames) const
+    {
+        Bytes mono(frames * bytes_);
+        for (std::size_t i = 0; i < frames * 2 * bytes_; ++i) {
+            if (stereo != nullptr && SideOf(i) == side) {
+                mono[PlaceInSide(i)] = stereo[i];
+            }
+        }
+        return mono;
+    }
+
+    void Interleave(const std::uint8_t* left, const std::uint8_t* right, std::uint8_t* stereo, std::size_t frames)
+    {
+        (target_.psLoops->*loops_.interleave)(left, right, stereo, frames);
+    }
+
+    void Split(const std::uint8_t* stereo, std::uint8_t* left, std::uint8_t* right, std::size_t frames)
+    {
+        (target_.psLoops->*loops_.split)(stereo, left, right, frames);
+    }
+
+    const SZtaLoopTarget& target_ = g_asLoopTargets[std::get<0>(GetParam())];
+    const PairLoops& loops_ = kPairLoops[std::get<1>(GetParam())];
+    const std::size_t bytes_ = loops_.bytes;
+    std::mt19937 random_{27};
+};
+
+/// A buffer in the midst of poison, at any alignment.
+class PoisonedBuffer {
+public:
+    PoisonedBuffer(std::size_t size, std::size_t offset)
+        : memory_(size + 2 * kZone + offset, kPoison), at_(kZone + offset)
+    {
+    }
+
+    std::uint8_t* Data() { return memory_.data() + at_; }
+
+    /// That the buffer begins with these bytes, and all else is poison.
+    bool Holds(const Bytes& bytes) const
+    {
+        for (std::size_t i = 0; i < memory_.size(); ++i) {
+            const bool isInside = i >= at_ && i - at_ < bytes.size();
+            if (memory_[i] != (isInside ? bytes[i - at_] : kPoison)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    static constexpr std::size_t kZone = 128;
+
+    Bytes memory_;
+    std::size_t at_;
+};
+
+TEST_P(PairLoop, MovesEveryCountOfFramesAtEveryAlignmentAndTouchesNoOtherByte)
+{
+    for (std::size_t frames = 0; frames <= kMaxFrames; ++frames) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            const Bytes bytes = RandomBytes(frames * 2 * bytes_ + 64);
+            const std::uint8_t* first = bytes.data() + random_() % 32;
+            const std::uint8_t* second = first + frames * bytes_ + random_() % 32;
+            PoisonedBuffer stereo(frames * 2 * bytes_, random_() % 64);
+            Interleave(first, second, stereo.Data(), frames);
+            ASSERT_TRUE(stereo.Holds(Interleaved(first, second, frames))) << frames;
+
+            PoisonedBuffer left(frames * bytes_, random_() % 64);
+            PoisonedBuffer right(frames * bytes_, random_() % 64);
+            Split(first, left.Data(), right.Data(), frames);
+            ASSERT_TRUE(left.Holds(Side(first, 0, frames))) << frames;
+            ASSERT_TRUE(right.Holds(Side(first, 1, frames))) << frames;
+        }
+    }
+}
+
+TEST_P(PairLoop, ReadsSilenceFromNullAndDropsWhatGoesThere)
+{
+    for (std::size_t frames = 0; frames <= kMaxFrames; ++frames) {
+        const Bytes bytes = RandomBytes(frames * 2 * bytes_);
+        for (const std::uint8_t* left : {static_cast<const std::uint8_t*>(nullptr), bytes.data()}) {
+            for (const std::uint8_t* right : {static_cast<const std::uint8_t*>(nullptr), bytes.data()}) {
+                PoisonedBuffer stereo(frames * 2 * bytes_, 0);
+                Interleave(left, right, stereo.Data(), frames);
+                ASSERT_TRUE(stereo.Holds(Interleaved(left, right, frames))) << frames;
+            }
+        }
+        for (const std::uint8_t* stereo : {static_cast<const std::uint8_t*>(nullptr), bytes.data()}) {
+            PoisonedBuffer left(frames * bytes_, 0);
+            PoisonedBuffer right(frames * bytes_, 0);
+            Split(stereo, left.Data(), nullptr, frames);
+            ASSERT_TRUE(left.Holds(Side(stereo, 0, frames))) << frames;
+            Split(stereo, nullptr, right.Data(), frames);
+            ASSERT_TRUE(right.Holds(Side(stereo, 1, frames))) << frames;
+            Split(stereo, nullptr, nullptr, frames);
+        }
+    }
+}
+
+TEST_P(PairLoop, ReadsAndWritesNothingBesideItsSamples)
+{
+    const GuardedBuffer first(kMaxFrames * bytes_);
+    const GuardedBuffer second(kMaxFrames * bytes_);
+    const GuardedBuffer both(kMaxFrames * 2 * bytes_);
+    for (std::size_t frames = 0; frames <= kMaxFrames; ++frames) {
+        for (bool atEnd : {false, true}) {
+            const std::size_t size = frames * bytes_;
+            std::uint8_t* left = atEnd ? first.End() - size : first.Begin();
+            std::uint8_t* right = atEnd ? second.End() - size : second.Begin();
+            std::uint8_t* stereo = atEnd ? both.End() - 2 * size : both.Begin();
+            const Bytes bytes = RandomBytes(2 * size);
+            std::copy(bytes.begin(), bytes.end(), stereo);
+            Split(stereo, left, right, frames);
+            ASSERT_TRUE(std::equal(left, left + size, Side(bytes.data(), 0, frames).begin())) << frames;
+            ASSERT_TRUE(std::equal(right, right + size, Side(bytes.data(), 1, frames).begin())) << frames;
+            ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), stereo)) << frames;
+            std::fill_n(stereo, 2 * size, kPoison);
+            Interleave(left, right, stereo, frames);
+            ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), stereo)) << frames;
+        }
+    }
+}
+
+TEST_P(PairLoop, MovesLongBuffers)
+{
+    constexpr std::size_t kFrames = 100'003;
+    const Bytes left = RandomBytes(kFrames * bytes_);
+    const Bytes right = RandomBytes(kFrames * bytes_);
+    Bytes stereo(kFrames * 2 * bytes_);
+    Interleave(left.data(), right.data(), stereo.data(), kFrames);
+    EXPECT_EQ(stereo, Interleaved(left.data(), right.data(), kFrames));
+    Bytes first(left.size());
+    Bytes second(right.size());
+    Split(stereo.data(), first.data(), second.data(), kFrames);
+    EXPECT_EQ(first, left);
+    EXPECT_EQ(second, right);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, PairLoop,
+                         testing::Combine(testing::Range(std::size_t{0}, std::size(g_asLoopTargets)),
+                                          testing::Range(std::size_t{0}, std::size(kPairLoops))),
+                         [](const auto& param) {
+                             return std::string(g_asLoopTargets[std::get<0>(param.param)].psLoops->pszName) + "_" +
+                                    std::to_string(kPairLoops[std::get<1>(param.param)].bytes) + "bytes";
+                         });
+
+} // namespace

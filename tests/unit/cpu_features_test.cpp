@@ -1,0 +1,219 @@
+#include "kernels/loops/loops.h"
+#include "support/cpu_features.h"
+
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <string>
+
+namespace {
+
+constexpr std::uint32_t Bit(int bit)
+{
+    return 1u << bit;
+}
+
+/// A processor with both ranges of leaves and nothing else.
+SZtaProcessorWords Bare()
+{
+    SZtaProcessorWords words{};
+    words.sLeaf0.ulEax = 7;
+    words.sLeaf80000000.ulEax = 0x80000001;
+    return words;
+}
+
+SZtaProcessorWords WithAvx2()
+{
+    SZtaProcessorWords words = Bare();
+    words.sLeaf1.ulEcx = Bit(12) | Bit(27) | Bit(28);
+    words.sLeaf7.ulEbx = Bit(3) | Bit(5) | Bit(8);
+    words.ui64Xcr0 = 7;
+    return words;
+}
+
+TEST(ProcessorFeatures, ReadEachFeatureFromItsOneBit)
+{
+    struct Row {
+        std::uint32_t SZtaCpuidLeaf::*word;
+        SZtaCpuidLeaf SZtaProcessorWords::*leaf;
+        int bit;
+        std::uint64_t feature;
+    };
+    constexpr auto leaf1 = &SZtaProcessorWords::sLeaf1;
+    constexpr auto leaf7 = &SZtaProcessorWords::sLeaf7;
+    constexpr auto leafE1 = &SZtaProcessorWords::sLeaf80000001;
+    constexpr auto ebx = &SZtaCpuidLeaf::ulEbx;
+    constexpr auto ecx = &SZtaCpuidLeaf::ulEcx;
+    constexpr auto edx = &SZtaCpuidLeaf::ulEdx;
+    const Row rows[] = {
+        {edx, leaf1, 23, 0x1},         {edx, leaf1, 25, 0x2},          {edx, leaf1, 26, 0x4},
+        {ecx, leaf1, 0, 0x8},          {ecx, leaf1, 9, 0x10},          {ecx, leaf1, 22, 0x20},
+        {ecx, leaf1, 19, 0x40},        {ecx, leaf1, 20, 0x80},         {ecx, leaf1, 28, 0x100},
+        {ecx, leaf1, 25, 0x400},       {ecx, leaf1, 1, 0x800},         {ecx, leaf1, 30, 0x2000},
+        {ecx, leaf1, 29, 0x4000},      {ebx, leaf7, 19, 0x10000},      {ebx, leaf7, 18, 0x20000},
+        {ecx, leafE1, 8, 0x40000},     {ebx, leaf7, 29, 0x80000},      {ebx, leaf7, 16, 0x100000},
+        {ebx, leaf7, 28, 0x200000},    {ebx, leaf7, 27, 0x400000},     {ebx, leaf7, 26, 0x800000},
+        {ebx, leaf7, 30, 0x1000000},   {ebx, leaf7, 17, 0x2000000},    {ebx, leaf7, 31, 0x4000000},
+        {ecx, leaf7, 1, 0x8000000},    {ebx, leaf7, 14, 0x10000000},   {edx, leaf7, 3, 0x20000000},
+        {edx, leaf7, 2, 0x40000000},   {ebx, leaf7, 21, 0x100000000},  {ecx, leaf7, 14, 0x400000000},
+        {ecx, leaf7, 12, 0x800000000}, {edx, leaf7, 23, 0x1000000000},
+    };
+    for (const auto& leaf : {leaf1, leaf7, leafE1}) {
+        for (const auto& word : {&SZtaCpuidLeaf::ulEax, ebx, ecx, edx}) {
+            for (int bit = 0; bit < 32; ++bit) {
+                std::uint64_t expected = 0;
+                for (const Row& row : rows) {
+                    if (row.leaf == leaf && row.word == word && row.bit == bit) {
+                        expected = row.feature;
+                    }
+                }
+                SZtaProcessorWords words = Bare();
+                words.*leaf.*word = Bit(bit);
+                EXPECT_EQ(ZtaFeaturesOfProcessor(words), expected) << "bit " << bit;
+            }
+        }
+    }
+}
+
+TEST(ProcessorFeatures, TakeAvx2OnlyWithFmaAndBothBitManipulationSets)
+{
+    EXPECT_TRUE(ZtaFeaturesOfProcessor(WithAvx2()) & 0x8000);
+    for (int bit : {3, 5, 8}) {
+        SZtaProcessorWords words = WithAvx2();
+        words.sLeaf7.ulEbx &= ~Bit(bit);
+        EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x8000) << bit;
+    }
+    SZtaProcessorWords words = WithAvx2();
+    words.sLeaf1.ulEcx &= ~Bit(12);
+    EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x8000);
+}
+
+TEST(ProcessorFeatures, TakeWideRegistersAsEnabledOnlyWithTheSystemsConsent)
+{
+    EXPECT_TRUE(ZtaFeaturesOfProcessor(WithAvx2()) & 0x200);
+    for (std::uint64_t xcr0 : {0u, 1u, 2u, 3u, 4u, 5u}) {
+        SZtaProcessorWords words = WithAvx2();
+        words.ui64Xcr0 = xcr0;
+        EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x200) << xcr0;
+    }
+    for (int bit : {27, 28}) {
+        SZtaProcessorWords words = WithAvx2();
+        words.sLeaf1.ulEcx &= ~Bit(bit);
+        EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x200) << bit;
+    }
+
+    SZtaProcessorWords words = Bare();
+    words.sLeaf1.ulEcx = Bit(27);
+    words.ui64Xcr0 = 0xE0;
+    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x200000000u);
+    for (std::uint64_t xcr0 : {0x60u, 0xA0u, 0xC0u}) {
+        words.ui64Xcr0 = xcr0;
+        EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0u) << xcr0;
+    }
+    words.ui64Xcr0 = 0xE0;
+    words.sLeaf1.ulEcx = 0;
+    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0u);
+}
+
+TEST(ProcessorFeatures, TellOneProcessorByFamilyAndModel)
+{
+    SZtaProcessorWords words = Bare();
+    words.sLeaf1.ulEax = 0x00010B1F;
+    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x80000000u);
+    words.sLeaf1.ulEax = 0x00010B3F;
+    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0u);
+}
+
+TEST(ProcessorFeatures, IgnoreLeavesThatTheProcessorDoesNotHave)
+{
+    SZtaProcessorWords words = WithAvx2();
+    words.sLeaf80000001.ulEcx = Bit(8);
+    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x48300u);
+    words.sLeaf0.ulEax = 6;
+    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x40300u);
+    words.sLeaf80000000.ulEax = 0x80000000;
+    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x300u);
+}
+
+TEST(ProcessorFeatures, AgreeWithTheCompilersRuntime)
+{
+    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    EXPECT_EQ((features & 0x4) != 0, __builtin_cpu_supports("sse2") != 0);
+    EXPECT_EQ((features & 0x10) != 0, __builtin_cpu_supports("ssse3") != 0);
+    EXPECT_EQ((features & 0x80) != 0, __builtin_cpu_supports("sse4.2") != 0);
+    EXPECT_EQ((features & 0x8200) == 0x8200, __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"));
+    EXPECT_EQ((features & 0x200100000) == 0x200100000, __builtin_cpu_supports("avx512f") != 0);
+}
+
+TEST(LoopTargets, AreChosenByTheirFeaturesInOrder)
+{
+    EXPECT_STREQ(ZtaChooseLoops(0).pszName, "plain");
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(Bare())).pszName, "plain");
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(WithAvx2())).pszName, "avx2");
+    SZtaProcessorWords words = WithAvx2();
+    words.ui64Xcr0 = 3; // an operating system that does not keep the wide registers
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "plain");
+    words = WithAvx2();
+    words.sLeaf1.ulEcx &= ~Bit(12); // AVX2 without FMA
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "plain");
+}
+
+TEST(LoopTargets, TakeAvx512OnlyWholeAndWithTheSystemsConsent)
+{
+    SZtaProcessorWords words = WithAvx2();
+    words.sLeaf7.ulEbx |= Bit(16) | Bit(17) | Bit(30) | Bit(31);
+    words.sLeaf7.ulEcx |= Bit(1);
+    words.ui64Xcr0 = 0xE7;
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "avx512");
+    for (const int bit : {16, 17, 30, 31}) {
+        SZtaProcessorWords less = words;
+        less.sLeaf7.ulEbx &= ~Bit(bit);
+        EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(less)).pszName, "avx2") << bit;
+    }
+    SZtaProcessorWords withoutVbmi = words;
+    withoutVbmi.sLeaf7.ulEcx &= ~Bit(1);
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(withoutVbmi)).pszName, "avx2");
+    for (const int bit : {5, 6, 7}) {
+        SZtaProcessorWords less = words;
+        less.ui64Xcr0 &= ~std::uint64_t{Bit(bit)};
+        EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(less)).pszName, "avx2") << bit;
+    }
+    words.sLeaf1.ulEcx &= ~Bit(12); // without FMA
+    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "plain");
+}
+
+TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
+{
+    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+        EXPECT_EQ(ZtaFindLoops(target.psLoops->pszName, target.ui64Features), target.psLoops);
+        for (int bit = 0; bit < 64; ++bit) {
+            const std::uint64_t needed = target.ui64Features & std::uint64_t{1} << bit;
+            if (needed != 0) {
+                EXPECT_EQ(ZtaFindLoops(target.psLoops->pszName, target.ui64Features & ~needed), nullptr) << bit;
+            }
+        }
+    }
+    const std::uint64_t avx2 = ZtaFeaturesOfProcessor(WithAvx2());
+    EXPECT_EQ(ZtaFindLoops(nullptr, avx2), &ZtaChooseLoops(avx2));
+    EXPECT_EQ(ZtaFindLoops("avx512", avx2), nullptr);
+    for (const char* name : {"", "avx", "avx22", "AVX2", "plain "}) {
+        EXPECT_EQ(ZtaFindLoops(name, ~std::uint64_t{0}), nullptr) << name;
+    }
+}
+
+TEST(LoopTargets, EndWithThePlainFormThatTakesNothing)
+{
+    const SZtaLoopTarget& last = *std::prev(std::end(g_asLoopTargets));
+    EXPECT_STREQ(last.psLoops->pszName, "plain");
+    EXPECT_TRUE(last.RunsWith(0));
+    EXPECT_FALSE(g_asLoopTargets[0].RunsWith(0));
+}
+
+TEST(LoopTargets, StayChosen)
+{
+    const SZtaSampleLoops& loops = ZtaActiveLoops();
+    EXPECT_EQ(&loops, &ZtaChooseLoops(ZtaFeaturesOfProcessor(ZtaReadProcessorWords())));
+    EXPECT_EQ(&loops, &ZtaActiveLoops());
+}
+
+} // namespace

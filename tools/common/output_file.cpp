@@ -1,0 +1,152 @@
+#include "tools/common/output_file.h"
+
+#include "tools/common/failure.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+Failure CannotWrite(const std::filesystem::path& target, int error)
+{
+    return Failure(target.string() + ": cannot write: " + std::generic_category().message(error));
+}
+
+// The access rights that the file would have got if it had been opened under its own name.
+mode_t AccessRights(const std::filesystem::path& target)
+{
+    struct stat existing = {};
+    if (stat(target.c_str(), &existing) == 0) {
+        return existing.st_mode & 0777;
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+} // namespace
+
+void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::path& out)
+{
+    std::error_code error;
+    if (std::filesystem::equivalent(in, out, error)) {
+        throw Failure(out.string() + ": input and output are the same file");
+    }
+}
+
+OutputFile::OutputFile(const std::filesystem::path& target) : target_(target)
+{
+    std::error_code error;
+    const auto status = std::filesystem::status(target, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        throw Failure(target.string() + ": cannot write: not a regular file");
+    }
+    if (std::filesystem::is_symlink(std::filesystem::symlink_status(target, error))) {
+        const auto pointedTo = std::filesystem::weakly_canonical(target, error);
+        target_ = error ? target : pointedTo; // the link stays a link
+    }
+    std::string pattern = (target_.parent_path() / ".ztaudio-XXXXXX").string();
+    file_ = mkostemp(pattern.data(), O_CLOEXEC);
+    if (file_ < 0) {
+        throw CannotWrite(target, errno);
+    }
+    temporary_ = pattern;
+    fchmod(file_, AccessRights(target_));
+}
+
+OutputFile::~OutputFile()
+{
+    if (file_ >= 0) {
+        close(file_);
+    }
+    if (exchanged_) {
+        Exchange();
+    } else if (created_) {
+        unlink(target_.c_str());
+    }
+    Keep();
+}
+
+std::int64_t OutputFile::Write(const void* data, std::int64_t bytes) noexcept
+{
+    const auto* from = static_cast<const std::byte*>(data);
+    std::int64_t written = 0;
+    while (error_ == 0 && written < bytes) {
+        const ssize_t count = write(file_, from + written, static_cast<std::size_t>(bytes - written));
+        if (count >= 0) {
+            written += count;
+        } else if (errno != EINTR) {
+            error_ = errno;
+        }
+    }
+    return written;
+}
+
+std::int64_t OutputFile::Read(void* data, std::int64_t bytes) noexcept
+{
+    return read(file_, data, static_cast<std::size_t>(bytes));
+}
+
+std::int64_t OutputFile::Seek(std::int64_t offset, int whence) noexcept
+{
+    return lseek(file_, offset, whence);
+}
+
+std::int64_t OutputFile::Length() const noexcept
+{
+    struct stat status = {};
+    return fstat(file_, &status) == 0 ? status.st_size : -1;
+}
+
+void OutputFile::RequireWritten() const
+{
+    if (error_ != 0) {
+        throw CannotWrite(target_, error_);
+    }
+}
+
+void OutputFile::Close()
+{
+    RequireWritten();
+    if (close(std::exchange(file_, -1)) != 0) {
+        throw CannotWrite(target_, errno);
+    }
+}
+
+void OutputFile::Publish()
+{
+    exchanged_ = Exchange();
+    if (exchanged_) {
+        return;
+    }
+    // There is no file of that name, or the file system cannot exchange names.
+    const bool missing = errno == ENOENT;
+    if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
+        throw CannotWrite(target_, errno);
+    }
+    temporary_.clear();
+    created_ = missing;
+}
+
+void OutputFile::Keep() noexcept
+{
+    if (!temporary_.empty()) {
+        unlink(temporary_.c_str());
+    }
+    temporary_.clear();
+    exchanged_ = false;
+    created_ = false;
+}
+
+bool OutputFile::Exchange() const noexcept
+{
+    return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_EXCHANGE) == 0;
+}

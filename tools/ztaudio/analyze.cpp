@@ -1,0 +1,272 @@
+#include "tools/ztaudio/commands.h"
+#include "tools/common/failure.h"
+#include "tools/common/signal_handling.h"
+#include "tools/common/output_file.h"
+#include "tools/ztaudio/padded_buffer.h"
+#include "tools/ztaudio/sound_file_reader.h"
+#include "tools/common/spectrum_plot.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+constexpr sf_count_t kSegment = 65536;
+constexpr sf_count_t kShortestSegment = 512;
+
+struct Options {
+    std::filesystem::path in;
+    std::filesystem::path reference;
+    std::filesystem::path plot;
+    bool json = false;
+};
+
+/// The samples of a sound, 1 being full scale, in blocks for each channel.
+class SampleSource {
+public:
+    explicit SampleSource(SoundReader& sound)
+        : sound_(sound), words_(static_cast<std::size_t>(kBlockFrames) * sound.Channels() * BytesOf(sound.Word()))
+    {
+    }
+
+    /// Reads up to `frames` frames, at most a block, into one vector for each channel. False at the end.
+    bool Next(sf_count_t frames, std::vector<std::vector<double>>& channels)
+    {
+        const auto count = static_cast<std::size_t>(sound_.Read(words_.data(), frames));
+        channels.assign(sound_.Channels(), std::vector<double>(count));
+        for (std::size_t i = 0; i < count * channels.size(); ++i) {
+            channels[i % channels.size()][i / channels.size()] = Sample(i);
+        }
+        return count != 0;
+    }
+
+private:
+    double Sample(std::size_t i) const
+    {
+        switch (sound_.Word()) {
+        case SampleWord::Pcm16:
+            return reinterpret_cast<const std::int16_t*>(words_.data())[i] * 0x1p-15;
+        case SampleWord::Float32:
+            return static_cast<double>(reinterpret_cast<const float*>(words_.data())[i]);
+        default:
+            return reinterpret_cast<const std::int32_t*>(words_.data())[i] * 0x1p-31;
+        }
+    }
+
+    SoundReader& sound_;
+    std::vector<std::byte> words_;
+};
+
+class Level {
+public:
+    void Add(double sample)
+    {
+        peak_ = std::max(peak_, std::abs(sample));
+        squares_ += sample * sample;
+        ++count_;
+    }
+    double Rms() const { return PowerDecibels(squares_ / std::max(count_, 1.0)); }
+    double Peak() const { return AmplitudeDecibels(peak_); }
+
+private:
+    double peak_ = 0;
+    double squares_ = 0;
+    double count_ = 0;
+};
+
+struct Channel {
+    Level level;
+    Level difference;
+    Spectrum spectrum;
+};
+
+struct Report {
+    std::vector<Channel> channels;
+    sf_count_t frames = 0;
+};
+
+/// Looks at the whole sound, and beside it at the reference as far as both go.
+Report Analyse(SoundReader& in, SoundReader* reference)
+{
+    const sf_count_t frames = in.Frames() == 0 ? kSegment : in.Frames();
+    const auto segment = static_cast<std::size_t>(std::clamp(frames / 2 * 2, kShortestSegment, kSegment));
+    Report report{std::vector<Channel>(in.Channels(), Channel{{}, {}, Spectrum(segment)}), 0};
+    SampleSource source(in);
+    std::unique_ptr<SampleSource> other = reference != nullptr ? std::make_unique<SampleSource>(*reference) : nullptr;
+    std::vector<std::vector<double>> samples;
+    std::vector<std::vector<double>> others(in.Channels());
+    while (source.Next(kBlockFrames, samples)) {
+        CheckInterruption();
+        if (other) {
+            other->Next(kBlockFrames, others);
+        }
+        for (std::size_t c = 0; c < samples.size(); ++c) {
+            Channel& channel = report.channels[c];
+            std::ranges::for_each(samples[c], [&](double sample) { channel.level.Add(sample); });
+            for (std::size_t i = 0; i < std::min(samples[c].size(), others[c].size()); ++i) {
+                channel.difference.Add(samples[c][i] - others[c][i]);
+            }
+            channel.spectrum.Add(samples[c]);
+        }
+        report.frames += static_cast<sf_count_t>(samples[0].size());
+    }
+    return report;
+}
+
+/// What a report tells of a test tone.
+struct ToneFigures {
+    double hertz;
+    double level;    ///< a full-scale sine being 0
+    double noise;    ///< signal to noise: the tone over what is neither tone nor harmonic
+    double thdNoise; ///< THD+N: all that is not the tone, over the tone
+};
+
+std::optional<ToneFigures> ToneOf(const Channel& channel, double rate)
+{
+    const auto tone = FindTone(channel.spectrum.Powers());
+    if (!tone) {
+        return std::nullopt;
+    }
+    return ToneFigures{.hertz = tone->bin * rate / static_cast<double>(channel.spectrum.Length()),
+                       .level = PowerDecibels(2 * tone->power),
+                       .noise = PowerDecibels(tone->power / tone->noise),
+                       .thdNoise = PowerDecibels(tone->rest / tone->power)};
+}
+
+void Print(const Options& options, const SoundReader& in, const Report& report)
+{
+    std::printf("%s: %lld sample frames at %u Hz\n", options.in.c_str(), static_cast<long long>(report.frames),
+                in.Rate());
+    for (std::size_t c = 0; c < report.channels.size(); ++c) {
+        const Channel& channel = report.channels[c];
+        std::printf("  channel %-3zu level %.2f dBFS, peak %.2f dBFS\n", c + 1, channel.level.Rms(),
+                    channel.level.Peak());
+        if (const auto tone = ToneOf(channel, in.Rate())) {
+            std::printf("    tone      %.3f Hz at %.2f dBFS, signal to noise %.2f dB, THD+N %.2f dB\n", tone->hertz,
+                        tone->level, tone->noise, tone->thdNoise);
+        } else {
+            std::printf("    tone      none\n");
+        }
+        if (!options.reference.empty()) {
+            std::printf("    difference level %.2f dBFS, peak %.2f dBFS\n", channel.difference.Rms(),
+                        channel.difference.Peak());
+        }
+    }
+}
+
+std::string JsonNumber(double value, int decimals)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*f", decimals, value);
+    return std::isfinite(value) ? text : "null";
+}
+
+std::string JsonText(const std::string& text)
+{
+    std::string result = "\"";
+    for (const char letter : text) {
+        if (static_cast<unsigned char>(letter) < 0x20) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(letter));
+            result += escape;
+        } else {
+            result += letter == '"' || letter == '\\' ? "\\" : "";
+            result += letter;
+        }
+    }
+    return result + '"';
+}
+
+void PrintJson(const Options& options, const SoundReader& in, const Report& report)
+{
+    std::string text = "{\"file\": " + JsonText(options.in.string()) + ", \"rate\": " + std::to_string(in.Rate()) +
+                       ", \"frames\": " + std::to_string(report.frames) + ", \"channels\": [";
+    const char* comma = "";
+    for (const Channel& channel : report.channels) {
+        text += std::string(comma) + "\n  {\"level_dbfs\": " + JsonNumber(channel.level.Rms(), 3) +
+                ", \"peak_dbfs\": " + JsonNumber(channel.level.Peak(), 3) + ", \"tone\": ";
+        if (const auto tone = ToneOf(channel, in.Rate())) {
+            text += "{\"frequency_hz\": " + JsonNumber(tone->hertz, 4) +
+                    ", \"level_dbfs\": " + JsonNumber(tone->level, 3) +
+                    ", \"signal_to_noise_db\": " + JsonNumber(tone->noise, 3) +
+                    ", \"thd_n_db\": " + JsonNumber(tone->thdNoise, 3) + "}";
+        } else {
+            text += "null";
+        }
+        if (!options.reference.empty()) {
+            text += ", \"difference\": {\"level_dbfs\": " + JsonNumber(channel.difference.Rms(), 3) +
+                    ", \"peak_dbfs\": " + JsonNumber(channel.difference.Peak(), 3) + "}";
+        }
+        text += "}";
+        comma = ",";
+    }
+    std::printf("%s\n]}\n", text.c_str());
+}
+
+void RequireLike(const SoundReader& in, const SoundReader& reference)
+{
+    if (in.Channels() != reference.Channels() || in.Rate() != reference.Rate()) {
+        throw Failure(reference.Path().string() + ": is no reference for " + in.Path().string() +
+                      ", which has another rate or other channels");
+    }
+}
+
+void Plot(const Options& options, const SoundReader& in, const Report& report)
+{
+    SvgPlot plot = SpectrumPlot(options.in.filename().string(), in.Rate(), -160);
+    for (std::size_t c = 0; c < report.channels.size(); ++c) {
+        AddSpectrum(plot, "channel " + std::to_string(c + 1), report.channels[c].spectrum, in.Rate());
+    }
+    WriteText(options.plot, plot.Text());
+}
+
+void RunAnalysis(const Options& options, const Context& context)
+{
+    SoundReader in(options.in);
+    in.RequireWhole();
+    std::unique_ptr<SoundReader> reference;
+    if (!options.reference.empty()) {
+        reference = std::make_unique<SoundReader>(options.reference);
+        reference->RequireWhole();
+        RequireLike(in, *reference);
+    }
+    for (const auto& file : {options.in, options.reference}) {
+        RequireOtherFile(file, options.plot);
+    }
+    const Report report = Analyse(in, reference.get());
+    if (!options.plot.empty()) {
+        Plot(options, in, report);
+    }
+    in.TellLoss(context);
+    if (reference && reference->Frames() != report.frames) {
+        context.Note(options.reference.string() + ": has " + std::to_string(reference->Frames()) +
+                     " sample frames; the difference is that of the frames that both have");
+    }
+    (options.json ? PrintJson : Print)(options, in, report);
+}
+
+} // namespace
+
+void AddAnalyseCommand(CLI::App& app, const Context& context)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("analyse", "Measure a sound file: level, peak, and a test tone's quality");
+    command->add_option("IN", options->in, "the file to measure")->required();
+    command->add_option("--reference", options->reference, "tell also the level of the difference from this file");
+    command->add_option("--plot", options->plot, "draw the spectrum into this SVG file");
+    command->add_flag("--json", options->json, "print JSON");
+    command->footer(
+        "The level is that of the mean square; 0 dBFS is the square of full scale, and a full-scale sine has -3.01.\n"
+        "A tone is told where it holds most of the sound. Its own level is 0 dBFS for a full-scale sine. Signal to\n"
+        "noise leaves out its harmonics up to the tenth; THD+N does not. Neither counts what stands at 0 Hz.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio analyse tone.wav\n"
+        "  ztaudio analyse copy.wav --reference original.wav\n"
+        "  ztaudio analyse tone.wav --plot tone.svg --json");
+    command->callback([options, &context] { RunAnalysis(*options, context); });
+}

@@ -1,0 +1,41 @@
+/// A sound file in blocks, cut so that fades come out the same whatever the block size.
+#pragma once
+
+#include "tools/ztaudio/sound_file_reader.h"
+
+#include <cstddef>
+#include <vector>
+
+/// The frames that a fade of the engine takes.
+inline constexpr sf_count_t kFadeFrames = 200;
+
+struct Block {
+    const std::byte* words = nullptr;
+    sf_count_t frames = 0;
+    bool fadeIn = false;
+    bool fadeOut = false;
+};
+
+/// Reads blocks of `blockFrames` frames, the last one shorter. A fade has a block of exactly its own length at the
+/// start or the end of the file; a file that is too short for the blocks of its fades is one block.
+class BlockReader {
+public:
+    BlockReader(SoundReader& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut);
+
+    /// The longest block that Next gives.
+    sf_count_t MaxFrames() const;
+
+    /// Gives the next block, valid until the next call. False at the end.
+    bool Next(Block& block);
+
+private:
+    SoundReader& sound_;
+    sf_count_t blockFrames_;
+    bool fadeIn_;
+    bool fadeOut_;
+    bool first_ = true;
+    std::size_t frameBytes_;
+    std::vector<std::byte> held_;
+    sf_count_t heldFrames_ = 0;
+    sf_count_t givenFrames_ = 0; ///< of those held
+};

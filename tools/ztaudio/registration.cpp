@@ -1,0 +1,99 @@
+#include "host/module.h"
+#include "tools/ztaudio/commands.h"
+#include "tools/ztaudio/engine_session.h"
+#include "tools/common/failure.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <string>
+
+namespace {
+
+// The file is text of lines in which a "[" begins a section, and the module writes it in ASCII only.
+void RequirePlainPath(const std::string& path)
+{
+    if (std::ranges::any_of(path, [](char letter) { return letter < ' ' || letter > '~' || letter == '['; })) {
+        throw Failure(path + ": the CLSIDs file cannot hold this path: only ASCII characters, and no \"[\"");
+    }
+}
+
+// The class identifier as the file spells it: three hyphens, not four.
+std::string ClassKey()
+{
+    const _GUID& id = CLSID_ZtaAudioSamplesEngine;
+    char text[48];
+    int length = std::snprintf(text, sizeof text, "{%08X-%04X-%04X-", id.Data1, id.Data2, id.Data3);
+    for (const unsigned char byte : id.Data4) {
+        length += std::snprintf(text + length, sizeof text - static_cast<std::size_t>(length), "%02X", byte);
+    }
+    return std::string(text) + "}=";
+}
+
+std::string LineOf(const std::filesystem::path& file, const std::string& key)
+{
+    std::ifstream lines(file);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with(" " + key)) {
+            return line.substr(1);
+        }
+    }
+    return {};
+}
+
+// Runs one of the module's two registrations on the folder's CLSIDs file and checks what it did.
+void Record(const std::filesystem::path& folder, const Context& context, bool registering)
+{
+    const std::string modulePath = FindModule(context).string();
+    RequirePlainPath(modulePath);
+    if (!std::filesystem::is_directory(folder)) {
+        throw Failure(folder.string() + ": not a folder");
+    }
+    if (context.quiet && std::freopen("/dev/null", "w", stdout) == nullptr) {
+        throw Failure("cannot silence standard output");
+    }
+    zta::host::Module module(modulePath);
+    setenv("ORBUTILS", folder.c_str(), 1);
+    if (registering) {
+        module.Register(modulePath);
+    } else {
+        module.Unregister();
+    }
+    // The module tells of a file that it could not write on standard output only, so the file is looked at.
+    const auto file = folder / "CLSIDs";
+    const std::string key = ClassKey();
+    if (LineOf(file, key) != (registering ? key + modulePath : "")) {
+        throw Failure(file.string() + ": could not be brought up to date");
+    }
+}
+
+void AddCommand(CLI::App& app, const Context& context, const char* name, const char* what, bool registering)
+{
+    const auto folder = std::make_shared<std::filesystem::path>();
+    CLI::App* command = app.add_subcommand(name, what);
+    command->add_option("DIR", *folder, "the folder of the CLSIDs file")->required();
+    command->footer(
+        std::string("Hosts find the module through the CLSIDs file of the folder that the environment variable\n"
+                    "ORBUTILS names.\n"
+                    "\n"
+                    "Example:\n"
+                    "  ztaudio ") +
+        name + " /usr/local/share/kelvarvideo");
+    command->callback([folder, &context, registering] { Record(*folder, context, registering); });
+}
+
+} // namespace
+
+void AddRegisterCommand(CLI::App& app, const Context& context)
+{
+    AddCommand(app, context, "register", "Record the module in a folder's CLSIDs file", true);
+}
+
+void AddUnregisterCommand(CLI::App& app, const Context& context)
+{
+    AddCommand(app, context, "unregister", "Take the module out of a folder's CLSIDs file", false);
+}

@@ -1,0 +1,43 @@
+/// One stream of 16-bit sound through the engine's resampling operation, from its first sample to its tail.
+#pragma once
+
+#include "tools/ztaudio/engine_session.h"
+
+#include <sndfile.h>
+
+/// The sample frames that a sound of `frames` frames has at the other rate: as many as come nearest to its duration.
+sf_count_t ResampledFrames(sf_count_t frames, std::uint32_t from, std::uint32_t to);
+
+/// The most frames that the engine takes in one buffer, whatever the direction and the channels.
+inline constexpr sf_count_t kMostResampledFrames = 88199;
+
+class ResampleStream {
+public:
+    struct Result {
+        const std::byte* words; ///< valid until the next call
+        sf_count_t frames;
+    };
+
+    /// Throws Failure, with the engine's text, when there is no such stream.
+    ResampleStream(EngineSession& engine, std::uint32_t channels, std::uint32_t from, std::uint32_t to,
+                   sf_count_t maxFrames);
+
+    /// Resamples the next `frames` frames, at least one. What comes out may be nothing: it lags behind.
+    Result Next(const std::byte* words, sf_count_t frames);
+
+    /// When all sound has been given: feeds silence and gives what comes out of it, piece by piece, until the sound has
+    /// its exact length. False when it has.
+    bool Tail(Result& result);
+
+private:
+    Result Run(std::size_t frames);
+
+    EngineSession& engine_;
+    std::uint32_t from_;
+    std::uint32_t to_;
+    zta::host::Ref<zta::host::AudioBuffer> input_;
+    zta::host::Ref<zta::host::AudioBuffer> output_;
+    zta::host::Ref<IUnknown> resampler_;
+    sf_count_t given_ = 0;
+    sf_count_t written_ = 0;
+};

@@ -1,0 +1,70 @@
+#include "tools/ztaudio/sample_format.h"
+
+#include "host/formats.h"
+
+#include <sndfile.h>
+
+#include <array>
+
+namespace {
+
+struct Row {
+    SampleWord word;
+    std::string_view name;
+    int subtype;
+    SZtaWaveFormatInfo (*format)(std::uint32_t channels, std::uint32_t rate);
+};
+
+constexpr std::array<Row, 4> kRows = {{
+    {SampleWord::Pcm16, "16", SF_FORMAT_PCM_16, zta::host::Pcm16},
+    {SampleWord::Pcm24In32, "24in32", SF_FORMAT_PCM_24, zta::host::Pcm24In32},
+    {SampleWord::Pcm24In24, "24in24", SF_FORMAT_PCM_24, zta::host::Pcm24In24},
+    {SampleWord::Float32, "float", SF_FORMAT_FLOAT, zta::host::Float32},
+}};
+
+const Row& RowOf(SampleWord word)
+{
+    return kRows.at(static_cast<std::size_t>(word));
+}
+
+} // namespace
+
+std::string_view NameOf(SampleWord word)
+{
+    return RowOf(word).name;
+}
+
+std::optional<SampleWord> SampleWordNamed(std::string_view name)
+{
+    for (const Row& row : kRows) {
+        if (row.name == name) {
+            return row.word;
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> SampleWordNames()
+{
+    std::vector<std::string> names;
+    names.reserve(std::size(kRows));
+    for (const Row& row : kRows) {
+        names.emplace_back(row.name);
+    }
+    return names;
+}
+
+int FileSubtype(SampleWord word)
+{
+    return RowOf(word).subtype;
+}
+
+std::size_t BytesOf(SampleWord word)
+{
+    return zta::host::BytesPerFrame(WaveFormat(word, 1, zta::host::kDefaultRate));
+}
+
+SZtaWaveFormatInfo WaveFormat(SampleWord word, std::uint32_t channels, std::uint32_t rate)
+{
+    return RowOf(word).format(channels, rate);
+}

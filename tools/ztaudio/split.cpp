@@ -1,0 +1,131 @@
+#include "host/formats.h"
+#include "tools/ztaudio/commands.h"
+#include "tools/common/failure.h"
+#include "tools/ztaudio/gains.h"
+#include "tools/common/signal_handling.h"
+#include "tools/ztaudio/padded_buffer.h"
+#include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/block_converter.h"
+#include "tools/ztaudio/sound_file_writer.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <memory>
+#include <regex>
+
+namespace host = zta::host;
+
+namespace {
+
+struct Options {
+    std::filesystem::path in;
+    std::string pattern;
+    bool stereo = false;
+    std::vector<std::string> gains;
+};
+
+/// Where a pattern has the number.
+const std::regex& Place()
+{
+    static const std::regex place(R"(\{\}|%d|%0([1-9])d)");
+    return place;
+}
+
+std::ptrdiff_t Places(const std::string& pattern)
+{
+    return std::distance(std::sregex_iterator(pattern.begin(), pattern.end(), Place()), std::sregex_iterator());
+}
+
+std::filesystem::path NumberedPath(const std::string& pattern, std::size_t number)
+{
+    std::smatch place;
+    std::regex_search(pattern, place, Place());
+    std::string digits = std::to_string(number);
+    const std::size_t width = place[1].matched ? std::stoul(place[1]) : 0;
+    digits.insert(0, width - std::min(width, digits.size()), '0');
+    return place.prefix().str() + digits + place.suffix().str();
+}
+
+void Split(const Options& options, const Context& context)
+{
+    SoundReader in(options.in);
+    in.RequireWhole();
+    const std::uint32_t width = options.stereo ? 2 : 1;
+    const std::size_t count = std::max(1U, in.Channels() / width);
+    for (std::size_t i = 0; i < count; ++i) {
+        RequireOtherFile(options.in, NumberedPath(options.pattern, i + 1));
+    }
+    const SampleWord word = options.gains.empty() ? in.Word() : ScaledWord(in.Word(), context);
+    Gains gains(options.gains, in.Channels(), in.Frames());
+    EngineSession engine(context);
+    SoundFeed feed(engine, in, word);
+    const auto mux = MakeBuffer(WaveFormat(word, in.Channels(), in.Rate()));
+    std::vector<host::Ref<host::AudioBuffer>> parts;
+    std::vector<host::AudioBuffer*> entries;
+    for (std::size_t i = 0; i < count; ++i) {
+        entries.push_back(parts.emplace_back(MakeBuffer(WaveFormat(word, width, in.Rate()))).Get());
+    }
+    const auto run = [&](const std::byte* words, sf_count_t frames, Volumes volumes) {
+        Fill(*mux, words, frames, frames);
+        if (options.stereo) {
+            engine.MuxToStereo(*mux, entries, volumes);
+        } else {
+            engine.MuxToMono(*mux, entries, volumes);
+        }
+    };
+    run(nullptr, 0, gains.At(0)); // what the engine refuses, it refuses before there is a file
+
+    std::vector<std::unique_ptr<SoundWriter>> outputs;
+    for (std::size_t i = 0; i < count; ++i) {
+        outputs.push_back(std::make_unique<SoundWriter>(NumberedPath(options.pattern, i + 1), word, width, in.Rate(),
+                                                        in.Frames(), false));
+        outputs.back()->CopyTags(in);
+    }
+    const std::size_t frameBytes = BytesOf(word) * in.Channels();
+    Progress progress(context, options.in.filename().string(), in.Frames(), in.Rate());
+    for (Block block = feed.Next(); block.frames != 0; block = feed.Next()) {
+        CheckInterruption();
+        gains.ForSteadyRuns(feed.Given() - block.frames, block.frames,
+                            [&](sf_count_t first, sf_count_t frames, Volumes volumes) {
+                                run(block.words + static_cast<std::size_t>(first) * frameBytes, frames, volumes);
+                                for (std::size_t i = 0; i < count; ++i) {
+                                    outputs[i]->Write(entries[i]->Data(), frames);
+                                }
+                            });
+        progress.Advance(block.frames);
+    }
+    CheckInterruption();
+    SoundWriter::Commit(outputs);
+    progress.Finish();
+    feed.TellLoss(context);
+}
+
+} // namespace
+
+void AddSplitCommand(CLI::App& app, const Context& context)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("split", "Take a file of many channels apart into mono or stereo files");
+    command->add_option("IN", options->in, "the file to read, of 4, 8, 16, 32 or 64 channels")->required();
+    command
+        ->add_option("-o,--output", options->pattern,
+                     "names of the files to write: {}, %d or %02d stands for the number of the channel or pair")
+        ->required()
+        ->type_name("PATTERN")
+        ->check([](const std::string& pattern) -> std::string {
+            return Places(pattern) == 1 ? "" : pattern + " needs one place for a number: {}, %d or %02d";
+        });
+    command->add_flag("--stereo", options->stereo, "stereo files of channels 1 and 2, 3 and 4, and so on");
+    AddGainOption(*command, options->gains);
+    command->footer(
+        "Channels and pairs are numbered from 1. The outputs have the sample format of the input, 24in32\n"
+        "where there are gains. They get their names when all are complete; if anything fails, none does.\n" +
+        std::string(kGainHelp) +
+        "\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio split eight.wav -o channel-{}.wav\n"
+        "  ztaudio split eight.wav -o pair-%02d.flac --stereo --gain -6dB");
+    command->callback([options, &context] { Split(*options, context); });
+}

@@ -1,0 +1,78 @@
+#include "tools/ztaudio/commands.h"
+#include "tools/ztaudio/gains.h"
+#include "tools/common/signal_handling.h"
+#include "tools/ztaudio/padded_buffer.h"
+#include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/block_converter.h"
+#include "tools/ztaudio/sound_file_writer.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace {
+
+struct Options {
+    std::filesystem::path in;
+    std::filesystem::path out;
+    std::vector<std::string> gains;
+    std::string format;
+};
+
+void ChangeVolume(const Options& options, const Context& context)
+{
+    SoundReader in(options.in);
+    in.RequireWhole();
+    RequireOtherFile(options.in, options.out);
+    const SampleWord word =
+        options.format.empty() ? ScaledWord(in.Word(), context) : SampleWordNamed(options.format).value();
+    Gains gains(options.gains, in.Channels(), in.Frames());
+    EngineSession engine(context);
+    SoundFeed feed(engine, in, SampleWord::Pcm24In32);
+    const auto plain = MakeBuffer(WaveFormat(SampleWord::Pcm24In32, in.Channels(), in.Rate()));
+    const auto scaled = MakeBuffer(WaveFormat(SampleWord::Pcm24In32, in.Channels(), in.Rate()));
+    Conversion conversion(engine, SampleWord::Pcm24In32, word, in.Channels(), in.Rate(), kBlockFrames, false);
+    engine.ApplyVolume(*plain, *scaled, gains.At(0)); // what the engine refuses, it refuses before there is a file
+
+    const std::size_t frameBytes = BytesOf(SampleWord::Pcm24In32) * in.Channels();
+    SoundWriter out(options.out, word, in.Channels(), in.Rate(), in.Frames(),
+                    (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX);
+    out.CopyTags(in);
+    Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
+    for (Block block = feed.Next(); block.frames != 0; block = feed.Next()) {
+        CheckInterruption();
+        gains.ForSteadyRuns(feed.Given() - block.frames, block.frames,
+                            [&](sf_count_t first, sf_count_t run, Volumes volumes) {
+                                const std::byte* words = block.words + static_cast<std::size_t>(first) * frameBytes;
+                                Fill(*plain, words, run, run);
+                                engine.ApplyVolume(*plain, *scaled, volumes);
+                                out.Write(conversion.Run({.words = scaled->Data(), .frames = run}), run);
+                            });
+        progress.Advance(block.frames);
+    }
+    CheckInterruption();
+    out.Commit();
+    progress.Finish();
+    feed.TellLoss(context);
+}
+
+} // namespace
+
+void AddVolumeCommand(CLI::App& app, const Context& context)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("volume", "Apply gains and gain ramps to a sound file");
+    command->add_option("IN", options->in, "the file to read, of 1, 2, 4, 8, 16, 32 or 64 channels")->required();
+    command->add_option("OUT", options->out, "the file to write, its container by the extension: " + OutputExtensions())
+        ->required();
+    AddGainOption(*command, options->gains)->required();
+    command->add_option("--format", options->format, "sample format of the output; 24in32 if not given")
+        ->check(CLI::IsMember(SampleWordNames()));
+    command->footer(std::string(kGainHelp) + "\n"
+                                             "\n"
+                                             "Examples:\n"
+                                             "  ztaudio volume speech.wav softer.wav --gain -6dB\n"
+                                             "  ztaudio volume speech.wav fading.wav --gain 1:0 --format 16\n"
+                                             "  ztaudio volume stereo.wav panned.wav --gain 1=1:0 --gain 2=0:1");
+    command->callback([options, &context] { ChangeVolume(*options, context); });
+}

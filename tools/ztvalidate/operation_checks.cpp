@@ -1,0 +1,255 @@
+// What every operation must keep: signals, the order of host calls, references, the latch.
+
+#include "tools/ztvalidate/operations.h"
+
+#include <zta/status.h>
+
+#include <algorithm>
+
+namespace zta::validate {
+
+namespace {
+
+using Calls = std::vector<std::string>;
+
+constexpr int kSomeFailure = ZT_E_FAIL;
+
+bool EndsWith(const std::string& text, const std::string& end)
+{
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+std::string Listed(const Calls& calls)
+{
+    std::string text;
+    for (const std::string& call : calls) {
+        text += (text.empty() ? "" : ", ") + call;
+    }
+    return text.empty() ? "none" : text;
+}
+
+/// The calls of IZtAVContent, in whose order hosts see an operation.
+Calls ContentCalls(const Calls& all)
+{
+    Calls calls;
+    for (const std::string& call : all) {
+        const std::string name = call.substr(call.find('.') + 1);
+        if (name.starts_with("MarkWrite") || name.starts_with("Signal") || name.starts_with("SetErrorCode") ||
+            name.starts_with("GetErrorCode")) {
+            calls.push_back(call.substr(0, call.find('(')));
+        }
+    }
+    return calls;
+}
+
+/// Puts together the order that an operation's family has.
+class OrderBuilder {
+public:
+    explicit OrderBuilder(const Call& call)
+    {
+        for (std::size_t i = 0; i < call.Inputs(); ++i) {
+            inputs_.push_back(call.Input(i).Name());
+        }
+        for (std::size_t i = 0; i < call.Outputs(); ++i) {
+            outputs_.push_back(call.Output(i).Name());
+        }
+    }
+
+    void Each(const Calls& buffers, const Calls& operations)
+    {
+        for (const std::string& buffer : buffers) {
+            for (const std::string& operation : operations) {
+                calls_.push_back(std::string(buffer).append(".").append(operation));
+            }
+        }
+    }
+
+    Calls Success(const Operation& operation)
+    {
+        Each(inputs_, {"GetErrorCode"});
+        Each(outputs_, {"MarkWriteStartTime"});
+        if (operation.family == Family::StereoToMono) {
+            Each({outputs_[1]}, {"MarkWriteStartTime"});
+        }
+        if (operation.readsErrorCodeTwice) {
+            Each(inputs_, {"GetErrorCode"});
+        }
+        Each(inputs_, {"SignalReadCompletion"});
+        if (operation.family == Family::StereoToMono) {
+            Each({outputs_[1]}, {"MarkWriteStopTime", "SignalWriteCompletion"});
+            Each({outputs_[0]}, {"SignalWriteCompletion"});
+        } else {
+            Each(outputs_, {"MarkWriteStopTime", "SignalWriteCompletion"});
+        }
+        return calls_;
+    }
+
+    /// The last input has brought an error code.
+    Calls Failure(const Operation& operation)
+    {
+        Each(inputs_, {"GetErrorCode"});
+        if (operation.family != Family::Split) {
+            Each(inputs_, {"SignalReadCompletion"});
+        }
+        Each(outputs_, {"SetErrorCode", "SignalWriteCompletion"});
+        if (operation.family == Family::Split) {
+            Each(inputs_, {"SignalReadCompletion"});
+        }
+        return calls_;
+    }
+
+private:
+    Calls inputs_;
+    Calls outputs_;
+    Calls calls_;
+};
+
+void RequireOrder(const Call& call, const Calls& expected, const std::string& what)
+{
+    const Calls actual = ContentCalls(call.journal.Calls());
+    Require(actual == expected, what + " makes the calls " + Listed(actual) + "; they should be " + Listed(expected));
+}
+
+void RequireSuccess(Call& call)
+{
+    RequireStatus(call.Run(), ZT_NOERROR, "the call");
+}
+
+void CheckSignals(const Context& context, const Operation& operation)
+{
+    Session session(context);
+    for (int round = 0; round < 2; ++round) {
+        Call call(session, operation, operation.shape);
+        RequireSuccess(call);
+        call.RequireSignals("the call", ZT_NOERROR);
+    }
+}
+
+void CheckOrder(const Context& context, const Operation& operation)
+{
+    Session session(context);
+    Call call(session, operation, operation.shape);
+    RequireSuccess(call);
+    RequireOrder(call, OrderBuilder(call).Success(operation), "the call");
+    const Calls& all = call.journal.Calls();
+    for (std::size_t i = 0; i < call.Outputs(); ++i) {
+        const std::string prefix = call.Output(i).Name() + ".";
+        const auto last =
+            std::find_if(all.rbegin(), all.rend(), [&](const std::string& name) { return name.starts_with(prefix); });
+        Require(last != all.rend() && *last == prefix + "SignalWriteCompletion",
+                "the last call on " + call.Output(i).Name() + " is not SignalWriteCompletion");
+    }
+
+    Call failing(session, operation, operation.shape);
+    failing.Input(failing.Inputs() - 1).SetErrorCode(kSomeFailure);
+    failing.Run();
+    RequireOrder(failing, OrderBuilder(failing).Failure(operation), "a call with an error code on its last input");
+}
+
+void CheckReferences(const Context& context, const Operation& operation)
+{
+    Session session(context);
+    Call call(session, operation, operation.shape);
+    RequireSuccess(call);
+    call.RequireHarmless("the call");
+    Call failing(session, operation, operation.shape);
+    failing.Input().SetErrorCode(kSomeFailure);
+    failing.Run();
+    failing.RequireHarmless("a failing call");
+    if (call.stream) {
+        Require(call.stream->AddRef() == 2 && call.stream->Release() == 1,
+                "the call has changed the references of the resampler");
+    }
+}
+
+/// Calls the engine from inside one of its own host calls, and gives what the inner call returned.
+int CallFromInside(Call& outer, Call& inner, const std::string& entry)
+{
+    bool entered = false;
+    int status = ZT_NOERROR;
+    outer.journal.hook = [&](const std::string& name) {
+        if (!entered && EndsWith(name, entry)) {
+            entered = true;
+            status = inner.Run();
+        }
+    };
+    RequireStatus(outer.Run(), ZT_NOERROR, "the outer call");
+    Require(entered, "the outer call does not make the host call " + entry);
+    outer.RequireSignals("the outer call", ZT_NOERROR);
+    outer.RequireHarmless("the outer call");
+    inner.RequireHarmless("the inner call");
+    return status;
+}
+
+void CheckBusy(const Context& context, const Operation& operation)
+{
+    Session session(context);
+    Call outer(session, operation, operation.shape);
+    Call inner(session, operation, operation.shape);
+    RequireStatus(CallFromInside(outer, inner, "MarkWriteStartTime"), ZT_E_MODULE_BUSY, "a call inside another");
+    inner.RequireSignals("the refused call", ZT_E_MODULE_BUSY);
+    for (std::size_t i = 0; i < inner.Outputs(); ++i) {
+        Require(inner.Output(i).Content() == inner.OutputBefore(i), "the refused call has written its output");
+    }
+    Call later(session, operation, operation.shape);
+    RequireStatus(later.Run(), ZT_NOERROR, "a call after both");
+}
+
+void CheckCompletion(const Context& context, const Operation& operation)
+{
+    for (const char* signal : {"SignalReadCompletion", "SignalWriteCompletion"}) {
+        Session session(context);
+        Call outer(session, operation, operation.shape);
+        Call inner(session, operation, operation.shape);
+        RequireStatus(CallFromInside(outer, inner, signal), ZT_NOERROR, std::string("a call from ") + signal);
+        inner.RequireSignals("the inner call", ZT_NOERROR);
+    }
+}
+
+void CheckTolerated(const Context& context, const Operation& operation)
+{
+    Session session(context);
+    for (const int code :
+         {kZtSynchroStatusPlayedLate, kZtSynchroStatusCancelledLate, kZtSynchroStatusRepeatedFrame,
+          kZtSynchroStatusInvalidBufferTime, kZtSynchroStatusDeviceNotReady, kZtSynchroStatusCancelled}) {
+        Call call(session, operation, operation.shape);
+        for (std::size_t i = 0; i < call.Inputs(); ++i) {
+            call.Input(i).SetErrorCode(code);
+        }
+        const std::string what = "a call with " + StatusText(code) + " on its inputs";
+        RequireStatus(call.Run(), ZT_NOERROR, what);
+        call.RequireSignals(what, ZT_NOERROR);
+    }
+}
+
+struct Aspect {
+    const char* name;
+    const char* sentence;
+    void (*run)(const Context& context, const Operation& operation);
+};
+
+const Aspect kAspects[] = {
+    {"signals", "Each announced access gets exactly one signal, and no error code is left.", CheckSignals},
+    {"order", "Marks, error codes and signals come in their fixed order, also in a call that fails.", CheckOrder},
+    {"references", "Every reference on the buffers is given back, and nothing is written beside the outputs' samples.",
+     CheckReferences},
+    {"busy", "A call during another one gets ZT_E_MODULE_BUSY at once, with its buffers signalled.", CheckBusy},
+    {"completion", "The engine is free again before it signals any completion.", CheckCompletion},
+    {"tolerated", "The six synchronisation warnings on inputs count as no failure.", CheckTolerated},
+};
+
+} // namespace
+
+std::vector<Check> OperationChecks()
+{
+    std::vector<Check> checks;
+    for (const Operation& operation : Operations()) {
+        for (const Aspect& aspect : kAspects) {
+            checks.push_back({CheckName(operation, aspect.name), aspect.sentence, "engine.creation",
+                              [&](const Context& context) { aspect.run(context, operation); }});
+        }
+    }
+    return checks;
+}
+
+} // namespace zta::validate

@@ -1,0 +1,297 @@
+#include "tools/ztvalidate/operations.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+namespace zta::validate {
+
+namespace {
+
+using host::Pcm16;
+using host::Pcm24In32;
+
+int InvokeCopy(IZtaAudioSamplesEngine& engine, Call& call)
+{
+    return engine.CopyAudioSamples(call.in[0], call.out[0]);
+}
+
+int InvokeDuplicate(IZtaAudioSamplesEngine& engine, Call& call)
+{
+    return engine.DuplicateAudioSamples(call.in[0], call.sourceOffset, call.out[0], call.destinationOffset,
+                                        call.length);
+}
+
+int InvokeMonoToStereo(IZtaAudioSamplesEngine& engine, Call& call)
+{
+    return engine.CopyAudioSamplesMonoToStereo(call.in[0], call.in[1], call.out[0]);
+}
+
+int InvokeStereoToMono(IZtaAudioSamplesEngine& engine, Call& call)
+{
+    return engine.CopyAudioSamplesStereoToMono(call.in[0], call.out[0], call.out[1]);
+}
+
+template <auto Member>
+int InvokeAssembly(IZtaAudioSamplesEngine& engine, Call& call)
+{
+    return (engine.*Member)(call.Array(call.in), call.in.size(), call.out[0], call.Volumes(), call.volumeCount);
+}
+
+template <auto Member>
+int InvokeSplit(IZtaAudioSamplesEngine& engine, Call& call)
+{
+    return (engine.*Member)(call.in[0], call.Array(call.out), call.out.size(), call.Volumes(), call.volumeCount);
+}
+
+int InvokeVolume(IZtaAudioSamplesEngine& engine, Call& call)
+{
+    return engine.ApplyVolume(call.in[0], call.out[0], call.Volumes(), call.volumeCount);
+}
+
+int InvokeResample(IZtaAudioSamplesEngine& engine, Call& call)
+{
+    return engine.ProcessAudioResampler(call.in[0], call.out[0], call.mode, call.stream.Get());
+}
+
+std::vector<Side> Array(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t frames)
+{
+    std::vector<Side> sides;
+    for (std::size_t i = 0; i < count; ++i) {
+        sides.emplace_back(PartName(i), format, frames);
+    }
+    return sides;
+}
+
+} // namespace
+
+std::vector<Side*> Shape::Sides()
+{
+    std::vector<Side*> sides;
+    for (auto* group : {&inputs, &outputs}) {
+        for (Side& side : *group) {
+            sides.push_back(&side);
+        }
+    }
+    return sides;
+}
+
+const std::vector<Operation>& Operations()
+{
+    using Engine = IZtaAudioSamplesEngine;
+    static const std::vector<Operation> operations = {
+        {"copy",
+         Family::OneToOne,
+         true,
+         {{{"source", Pcm16(2), 300}}, {{"destination", Pcm24In32(2), 300}}},
+         InvokeCopy},
+        {"duplicate",
+         Family::OneToOne,
+         true,
+         {{{"source", Pcm16(1), 100}}, {{"destination", Pcm16(1), 100}}},
+         InvokeDuplicate},
+        {"mono-to-stereo",
+         Family::MonoToStereo,
+         false,
+         {{{"left", Pcm16(1), 60}, {"right", Pcm16(1), 60}}, {{"stereo", Pcm16(2), 60}}},
+         InvokeMonoToStereo},
+        {"stereo-to-mono",
+         Family::StereoToMono,
+         false,
+         {{{"stereo", Pcm16(2), 60}}, {{"left", Pcm16(1), 60}, {"right", Pcm16(1), 60}}},
+         InvokeStereoToMono},
+        {"mono-to-mux",
+         Family::Assembly,
+         false,
+         {Array(4, Pcm24In32(1), 40), {{"mux", Pcm24In32(4), 40}}},
+         InvokeAssembly<&Engine::CopyAudioSamplesMonoToMux>},
+        {"stereo-to-mux",
+         Family::Assembly,
+         false,
+         {Array(2, Pcm24In32(2), 40), {{"mux", Pcm24In32(4), 40}}},
+         InvokeAssembly<&Engine::CopyAudioSamplesStereoToMux>},
+        {"mux-to-mono",
+         Family::Split,
+         false,
+         {{{"mux", Pcm24In32(4), 40}}, Array(4, Pcm24In32(1), 40)},
+         InvokeSplit<&Engine::CopyAudioSamplesMuxToMono>},
+        {"mux-to-stereo",
+         Family::Split,
+         false,
+         {{{"mux", Pcm24In32(4), 40}}, Array(2, Pcm24In32(2), 40)},
+         InvokeSplit<&Engine::CopyAudioSamplesMuxToStereo>},
+        {"volume",
+         Family::OneToOne,
+         false,
+         {{{"input", Pcm24In32(2), 40}}, {{"output", Pcm24In32(2), 40}}, Ramps(2)},
+         InvokeVolume},
+        {"resample",
+         Family::OneToOne,
+         true,
+         {{{"input", Pcm16(1, 44100), 300}}, {{"output", Pcm16(1, 48000), 0, 400}}},
+         InvokeResample},
+    };
+    return operations;
+}
+
+const Operation& OperationNamed(const std::string& name)
+{
+    for (const Operation& operation : Operations()) {
+        if (operation.name == name) {
+            return operation;
+        }
+    }
+    throw std::logic_error("no operation " + name);
+}
+
+std::string PartName(std::size_t i)
+{
+    const std::string stem = "b";
+    return stem + std::to_string(i);
+}
+
+std::string CheckName(const Operation& operation, const std::string& aspect)
+{
+    return "operation." + operation.name + "." + aspect;
+}
+
+host::Ref<IUnknown> MakeStream(IZtaAudioSamplesEngine& engine, SZtaWaveFormatInfo from, SZtaWaveFormatInfo to)
+{
+    IUnknown* stream = nullptr;
+    RequireStatus(engine.CreateAudioResampler(&from, &to, &stream), 0, "the creation of a resampler");
+    Require(stream != nullptr, "the creation of a resampler succeeds and gives none");
+    return host::Ref<IUnknown>::Adopt(stream);
+}
+
+std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
+{
+    std::vector<SZtAudioMonoVolumeInfo> volumes(channels);
+    for (std::size_t c = 0; c < channels; ++c) {
+        const auto channel = static_cast<std::uint32_t>(c);
+        volumes[c] = {channel, 0.25F + static_cast<float>(c) * 0.0625F, 2.0F - static_cast<float>(c) * 0.03125F};
+    }
+    return volumes;
+}
+
+Call::Call(Session& session, const Operation& operation, const Shape& shape, bool unaligned)
+    : volumes(shape.volumes), volumeCount(shape.volumes.size()), session_(session), operation_(operation)
+{
+    // The resampler takes samples as the 16-bit words that they are.
+    const std::size_t shift = !unaligned ? 0 : operation.name == "resample" ? 2 : 1;
+    const auto make = [&](const std::vector<Side>& sides, std::vector<host::Ref<WatchedBuffer>>& buffers,
+                          std::vector<IZtAudioSamples*>& pointers, std::vector<Bytes>& before) {
+        for (const Side& side : sides) {
+            const std::size_t frameBytes = host::BytesPerFrame(side.format);
+            auto buffer =
+                WatchedBuffer::Create(journal, side.name, side.format, side.capacityFrames * frameBytes, shift);
+            before.push_back(RandomSamples(session.random, side.format, side.capacityFrames * frameBytes));
+            buffer->SetContent(before.back());
+            buffer->SetValidLength(side.frames * frameBytes);
+            buffer->SetFades(side.fadeIn, side.fadeOut);
+            buffer->SetPolarity(side.polarity);
+            pointers.push_back(buffer.Get());
+            buffers.push_back(buffer);
+        }
+    };
+    make(shape.inputs, inputs_, in, inputsBefore_);
+    make(shape.outputs, outputs_, out, outputsBefore_);
+    in.reserve(in.size() + 1); // an empty array has an address, too
+    if (operation.name == "resample") {
+        SZtaWaveFormatInfo from = operation.shape.inputs[0].format;
+        SZtaWaveFormatInfo to = operation.shape.outputs[0].format;
+        from.ulChannels = to.ulChannels = shape.inputs[0].format.ulChannels == 2 ? 2 : 1;
+        if (shape.inputs[0].format.ulSamplesPerSec == 48000) {
+            std::swap(from, to);
+        }
+        stream = MakeStream(*session.engine, from, to);
+    }
+}
+
+int Call::Run()
+{
+    for (const auto& input : inputs_) {
+        input->AnnounceRead();
+    }
+    for (const auto& output : outputs_) {
+        output->AnnounceWrite();
+    }
+    journal.Clear();
+    return operation_.invoke(*session_.engine, *this);
+}
+
+WatchedBuffer& Call::Buffer(const std::string& name) const
+{
+    for (const auto* group : {&inputs_, &outputs_}) {
+        for (const auto& buffer : *group) {
+            if (buffer->Name() == name) {
+                return *buffer;
+            }
+        }
+    }
+    throw std::logic_error("no buffer " + name);
+}
+
+Bytes Call::InputSamples(std::size_t i) const
+{
+    const Bytes& all = inputsBefore_.at(i);
+    return {all.begin(), all.begin() + static_cast<std::ptrdiff_t>(inputs_.at(i)->Length())};
+}
+
+void Call::Remove(const std::string& name)
+{
+    const IZtAudioSamples* buffer = &Buffer(name);
+    for (auto* group : {&in, &out}) {
+        std::replace_if(
+            group->begin(), group->end(), [=](IZtAudioSamples* entry) { return entry == buffer; }, nullptr);
+    }
+}
+
+void Call::Fail(const std::string& name, const std::string& entry)
+{
+    journal.FailEntry(name + "." + entry);
+}
+
+void Call::RequireHarmless(const std::string& what, const std::string& leaking) const
+{
+    for (std::size_t i = 0; i < inputs_.size(); ++i) {
+        const bool inPlace = std::find(out.begin(), out.end(), in[i]) != out.end();
+        Require(inPlace || inputs_[i]->Content() == inputsBefore_[i],
+                what + ": the samples of input " + inputs_[i]->Name() + " have changed");
+    }
+    for (const auto* group : {&inputs_, &outputs_}) {
+        for (const auto& buffer : *group) {
+            Require(buffer->IsGuardIntact(),
+                    what + ": bytes beside the samples of " + buffer->Name() + " have changed");
+            const long expected = buffer->Name() == leaking ? 2 : 1;
+            Require(buffer->References() == expected, what + ": " + buffer->Name() + " is left with " +
+                                                          std::to_string(buffer->References()) + " references, not " +
+                                                          std::to_string(expected));
+        }
+    }
+    for (const host::RecordingBuffer* buffer : session_.host.Buffers()) {
+        Require(buffer->References() == 1, what + ": buffer " + buffer->Name() + " of the pool is left with " +
+                                               std::to_string(buffer->References()) + " references, not 1");
+        Require(buffer->PairingViolations() == 0, what + ": a buffer of the pool has been signalled");
+    }
+}
+
+void Call::RequireSignals(const std::string& what, int code, const std::set<std::string>& spared) const
+{
+    const auto require = [&](const WatchedBuffer& buffer, const char* kind, int open) {
+        const int expected = spared.contains(buffer.Name()) ? 1 : 0;
+        Require(open >= expected && buffer.PairingViolations() == 0,
+                what + ": " + buffer.Name() + " has had more " + kind + " signals than announcements");
+        Require(open == expected, what + ": " + buffer.Name() + " has not had its " + kind + " signal");
+    };
+    for (const auto& input : inputs_) {
+        require(*input, "read", input->ReadCount());
+    }
+    for (const auto& output : outputs_) {
+        require(*output, "write", output->WriteCount());
+        const int expected = spared.contains(output->Name()) ? 0 : code;
+        Require(output->ErrorCode() == expected, what + ": the error code of " + output->Name() + " is " +
+                                                     StatusText(output->ErrorCode()) + ", not " + StatusText(expected));
+    }
+}
+
+} // namespace zta::validate

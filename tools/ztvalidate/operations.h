@@ -1,0 +1,133 @@
+/// The engine's operations as data: their usual buffers, how they are called, and what every call must keep.
+#pragma once
+
+#include "tools/ztvalidate/session.h"
+#include "tools/ztvalidate/guarded_buffer.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace zta::validate {
+
+/// How one buffer of a call is made: full of random samples, of which the first `frames` frames are valid.
+struct Side {
+    std::string name;
+    SZtaWaveFormatInfo format;
+    std::size_t frames;
+    std::size_t capacityFrames;
+    bool fadeIn = false;
+    bool fadeOut = false;
+    std::uint32_t polarity = 0;
+
+    Side(std::string sideName, const SZtaWaveFormatInfo& sideFormat, std::size_t validFrames, std::size_t capacity = 0)
+        : name(std::move(sideName)), format(sideFormat), frames(validFrames),
+          capacityFrames(capacity == 0 ? validFrames : capacity)
+    {
+    }
+};
+
+struct Shape {
+    std::vector<Side> inputs;
+    std::vector<Side> outputs;
+    std::vector<SZtAudioMonoVolumeInfo> volumes = {};
+
+    /// All buffers, inputs first.
+    std::vector<Side*> Sides();
+};
+
+/// In what the order of their host calls is alike.
+enum class Family { OneToOne, MonoToStereo, StereoToMono, Assembly, Split };
+
+class Call;
+
+struct Operation {
+    std::string name;
+    Family family;
+    bool readsErrorCodeTwice; ///< at the entry and in the worker
+    Shape shape;
+    int (*invoke)(IZtaAudioSamplesEngine& engine, Call& call);
+};
+
+const std::vector<Operation>& Operations();
+
+/// One call with its buffers. What is handed over can be spoilt before Run.
+class Call {
+public:
+    Call(Session& session, const Operation& operation, const Shape& shape, bool unaligned = false);
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    /// Announces every access as a host does, and calls the engine.
+    int Run();
+
+    [[nodiscard]] const Operation& Of() const { return operation_; }
+    [[nodiscard]] WatchedBuffer& Input(std::size_t i = 0) const { return *inputs_.at(i); }
+    [[nodiscard]] WatchedBuffer& Output(std::size_t i = 0) const { return *outputs_.at(i); }
+    [[nodiscard]] std::size_t Inputs() const { return inputs_.size(); }
+    [[nodiscard]] std::size_t Outputs() const { return outputs_.size(); }
+    [[nodiscard]] WatchedBuffer& Buffer(const std::string& name) const;
+
+    /// The valid samples of an input, and the whole memory of an output, as they were before the call.
+    [[nodiscard]] Bytes InputSamples(std::size_t i = 0) const;
+    [[nodiscard]] const Bytes& OutputBefore(std::size_t i = 0) const { return outputsBefore_.at(i); }
+
+    /// Hands over a null pointer in this buffer's place.
+    void Remove(const std::string& name);
+    /// Lets every call of this kind on this buffer fail.
+    void Fail(const std::string& name, const std::string& entry);
+
+    /// Whatever the outcome: no byte has changed beside the outputs' samples, and no reference is lost but the one that
+    /// `leaking` tells.
+    void RequireHarmless(const std::string& what, const std::string& leaking = "") const;
+    /// Every buffer but the spared ones has had its signal, none has had another, and the outputs among them hold
+    /// `code`.
+    void RequireSignals(const std::string& what, int code, const std::set<std::string>& spared = {}) const;
+
+    host::Journal journal;
+
+    // What is handed over.
+    std::vector<IZtAudioSamples*> in;
+    std::vector<IZtAudioSamples*> out;
+    bool nullArray = false;
+    std::vector<SZtAudioMonoVolumeInfo> volumes;
+    bool nullVolumes = false;
+    unsigned long volumeCount = 0;
+    unsigned long sourceOffset = 20;
+    unsigned long destinationOffset = 40;
+    unsigned long length = 60;
+    EZtAudioResamplerMode mode = keZtAudioResamplerModeRestart;
+    host::Ref<IUnknown> stream;
+
+    /// The array of a mux operation, null if that is asked for.
+    IZtAudioSamples** Array(std::vector<IZtAudioSamples*>& buffers) { return nullArray ? nullptr : buffers.data(); }
+    SZtAudioMonoVolumeInfo* Volumes() { return nullVolumes || volumes.empty() ? nullptr : volumes.data(); }
+
+private:
+    Session& session_;
+    const Operation& operation_;
+    std::vector<host::Ref<WatchedBuffer>> inputs_;
+    std::vector<host::Ref<WatchedBuffer>> outputs_;
+    std::vector<Bytes> inputsBefore_;
+    std::vector<Bytes> outputsBefore_;
+};
+
+/// A stream between the rates of two formats.
+host::Ref<IUnknown> MakeStream(IZtaAudioSamplesEngine& engine, SZtaWaveFormatInfo from, SZtaWaveFormatInfo to);
+
+/// The volume of each channel, a different ramp in each.
+std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels);
+
+std::vector<Check> OperationChecks();
+std::vector<Check> RefusalChecks();
+std::vector<Check> SampleChecks();
+
+/// The name of an entry of an array, "b0" and so on.
+std::string PartName(std::size_t i);
+
+/// "operation.copy.busy".
+std::string CheckName(const Operation& operation, const std::string& aspect);
+const Operation& OperationNamed(const std::string& name);
+
+} // namespace zta::validate

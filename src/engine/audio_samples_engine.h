@@ -178,6 +178,16 @@ private:
                                    IZtAudioSamples* pOutput, CheckFormats rCheckFormats, SaveInfo rSaveInfo,
                                    int (CZtaAudioSamplesEngine::*pfnProcess)());
 
+    template <class CheckFormats>
+    ZTA_INTERNAL int CheckOneToOne(EEntryDescriptions eDescriptions, int iArgumentStatus, IZtAudioSamples* pInput,
+                                   IZtAudioSamples* pOutput, CContentHolder& rInput, CheckFormats rCheckFormats);
+
+    // The checks of the other entry points. They obtain contents; success sets the busy flag.
+    ZTA_INTERNAL int CheckMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight, IZtAudioSamples* pStereo,
+                                       CContentHolder& rLeft, CContentHolder& rRight);
+    ZTA_INTERNAL int CheckStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
+                                       CContentHolder& rStereo, CContentHolder& rRight);
+
     /// The failure ending of an entry point: calls `rSignalArray`, signals the contents that were obtained (the others
     /// are null), records the status on the outputs, clears the busy flag and returns the status.
     template <class SignalArray>
@@ -309,6 +319,8 @@ private:
     ZTA_INTERNAL int EnterAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers, unsigned long ulCount,
                                    IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                    unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)());
+    ZTA_INTERNAL int CheckAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers, unsigned long ulCount,
+                                   IZtAudioSamples* pMux, int iStatus);
     ZTA_INTERNAL int OpenAssemblyInput(unsigned long ulSide, IZtAudioSamples* pBuffer);
     template <class Kernel, class Convert>
     ZTA_INTERNAL int ProcessAssembly(Kernel& rKernel, Convert pfnConvert, unsigned long ulSide);
@@ -319,6 +331,10 @@ private:
     ZTA_INTERNAL int EnterSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
                                 unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
                                 int (CZtaAudioSamplesEngine::*pfnProcess)());
+    template <class Contents>
+    ZTA_INTERNAL int CheckSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
+                                unsigned long ulCount, const SZtAudioMonoVolumeInfo* psVolumes,
+                                unsigned long ulVolumeCount, CContentHolder& rMux, Contents& rOutputs);
     ZTA_INTERNAL int OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer, CContentHolder& rContent);
     template <class Kernel, class Convert>
     ZTA_INTERNAL int ProcessSplit(Kernel& rKernel, Convert pfnConvert);

@@ -69,21 +69,24 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
 
     if (IsSameFormat(rsDestination.sWaveFormat, sStage.sWaveFormat)) {
         iStatus = BufferCopy(pSource, &rsSource, pDestination, &rsDestination);
-        return iStatus >= 0 ? FadeInPlace(m_oApplyFade, pDestination, rsSource, iStatus) : iStatus;
+        return iStatus < 0 ? iStatus : FadeInPlace(m_oApplyFade, pDestination, rsSource, iStatus);
     }
 
     m_pScratch0->SetWaveFormat(&sStage.sWaveFormat);
     iStatus = BufferCopy(pSource, &rsSource, m_pScratch0, &sStage);
     SetFades(m_pScratch0, rsSource.bFadeIn, rsSource.bFadeOut);
-    if (iStatus >= 0) {
-        iStatus = m_oApplyFade.ApplyFade(m_pScratch0);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0) {
-        iStatus = BufferCopy(m_pScratch0, &sStage, pDestination, &rsDestination);
+    iStatus = m_oApplyFade.ApplyFade(m_pScratch0);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0) {
-        SetFades(pDestination, false, false);
+    iStatus = BufferCopy(m_pScratch0, &sStage, pDestination, &rsDestination);
+    if (iStatus < 0) {
+        return iStatus;
     }
+    SetFades(pDestination, false, false);
     return iStatus;
 }
 

@@ -24,6 +24,41 @@ int CheckThreeFormats(std::initializer_list<const SZtaWaveFormatInfo*> oFormats,
 
 } // namespace
 
+inline int CZtaAudioSamplesEngine::CheckMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
+                                                     IZtAudioSamples* pStereo, CContentHolder& rLeft,
+                                                     CContentHolder& rRight)
+{
+    // If one input is missing, the other one is not validated and gets no signal.
+    if (pLeft == nullptr || pRight == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    int iStatus = OpenInput(pLeft, rLeft);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = OpenInput(pRight, rRight);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtAudioSamplesDescription sLeft = kEmptyDescription;
+    iStatus = DescribeForEntry(pLeft, sLeft);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtAudioSamplesDescription sRight = kEmptyDescription;
+    iStatus = DescribeForEntry(pRight, sRight);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtAudioSamplesDescription sStereo = kEmptyDescription;
+    iStatus = DescribeForEntry(pStereo, sStereo);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = CheckThreeFormats({&sLeft.sWaveFormat, &sRight.sWaveFormat, &sStereo.sWaveFormat}, {1, 1, 2});
+    return iStatus < 0 ? iStatus : TakeLatch();
+}
+
 int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                          IZtAudioSamples* pStereo)
 {
@@ -34,29 +69,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft,
     }
     CContentHolder oLeft;
     CContentHolder oRight;
-    SZtAudioSamplesDescription sLeft = kEmptyDescription;
-    SZtAudioSamplesDescription sRight = kEmptyDescription;
-    SZtAudioSamplesDescription sStereo = kEmptyDescription;
-    // Where one input is missing, the other is not looked at and gets no signal.
-    iStatus = pLeft == nullptr || pRight == nullptr ? ZT_E_INVALID_POINTER : OpenInput(pLeft, oLeft);
-    if (iStatus >= 0) {
-        iStatus = OpenInput(pRight, oRight);
-    }
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pLeft, sLeft);
-    }
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pRight, sRight);
-    }
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pStereo, sStereo);
-    }
-    if (iStatus >= 0) {
-        iStatus = CheckThreeFormats({&sLeft.sWaveFormat, &sRight.sWaveFormat, &sStereo.sWaveFormat}, {1, 1, 2});
-    }
-    if (iStatus >= 0) {
-        iStatus = TakeLatch();
-    }
+    iStatus = CheckMonoToStereo(pLeft, pRight, pStereo, oLeft, oRight);
     if (iStatus < 0) {
         return EndFailedEntry(iStatus, {oLeft.Get(), oRight.Get()}, {oStereo.Get()});
     }
@@ -135,28 +148,69 @@ int CZtaAudioSamplesEngine::InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSam
     SZtaWaveFormatInfo sStereoFormat = {};
     int iStatus =
         m_oConvertMonoToStereo.SuggestFormat(&rsLeft.sWaveFormat, &rsStereo.sWaveFormat, &sMonoFormat, &sStereoFormat);
-    if (iStatus >= 0 && !IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {
-        iStatus = ConvertToStage(pLeft, m_pScratch0, sMonoFormat);
-        pLeft = m_pScratch0;
-    }
-    if (iStatus >= 0 && !IsSameFormat(rsRight.sWaveFormat, sMonoFormat)) {
-        iStatus = ConvertToStage(pRight, m_pScratch1, sMonoFormat);
-        pRight = m_pScratch1;
-    }
     if (iStatus < 0) {
         return iStatus;
+    }
+    if (!IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {
+        iStatus = ConvertToStage(pLeft, m_pScratch0, sMonoFormat);
+        if (iStatus < 0) {
+            return iStatus;
+        }
+        pLeft = m_pScratch0;
+    }
+    if (!IsSameFormat(rsRight.sWaveFormat, sMonoFormat)) {
+        iStatus = ConvertToStage(pRight, m_pScratch1, sMonoFormat);
+        if (iStatus < 0) {
+            return iStatus;
+        }
+        pRight = m_pScratch1;
     }
     if (IsSameFormat(rsStereo.sWaveFormat, sStereoFormat)) {
         return m_oConvertMonoToStereo.ConvertMonoToStereo(pLeft, pRight, pStereo);
     }
     iStatus = m_pScratch2->SetWaveFormat(&sStereoFormat);
-    if (iStatus >= 0) {
-        iStatus = m_oConvertMonoToStereo.ConvertMonoToStereo(pLeft, pRight, m_pScratch2);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0) {
-        iStatus = m_oConvertBitDepth.ConvertBitDepth(m_pScratch2, pStereo);
+    iStatus = m_oConvertMonoToStereo.ConvertMonoToStereo(pLeft, pRight, m_pScratch2);
+    return iStatus < 0 ? iStatus : m_oConvertBitDepth.ConvertBitDepth(m_pScratch2, pStereo);
+}
+
+inline int CZtaAudioSamplesEngine::CheckStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
+                                                     IZtAudioSamples* pRight, CContentHolder& rStereo,
+                                                     CContentHolder& rRight)
+{
+    if (pRight == nullptr) {
+        return ZT_E_INVALID_POINTER;
     }
-    return iStatus;
+    int iStatus = rRight.Query(pRight);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = OpenInput(pStereo, rStereo);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtAudioSamplesDescription sStereo = kEmptyDescription;
+    iStatus = DescribeForEntry(pStereo, sStereo);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (pLeft == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    SZtAudioSamplesDescription sLeft = kEmptyDescription;
+    iStatus = DescribeForEntry(pLeft, sLeft);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtAudioSamplesDescription sRight = kEmptyDescription;
+    iStatus = DescribeForEntry(pRight, sRight);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = CheckThreeFormats({&sStereo.sWaveFormat, &sLeft.sWaveFormat, &sRight.sWaveFormat}, {2, 1, 1});
+    return iStatus < 0 ? iStatus : TakeLatch();
 }
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
@@ -168,32 +222,11 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStere
     CContentHolder oStereo;
     CContentHolder oLeft;
     CContentHolder oRight;
-    SZtAudioSamplesDescription sStereo = kEmptyDescription;
-    SZtAudioSamplesDescription sLeft = kEmptyDescription;
-    SZtAudioSamplesDescription sRight = kEmptyDescription;
     if (pLeft != nullptr) {
         // The status is ignored: a left output without a content raises an exception when its start is marked.
         oLeft.Query(pLeft);
     }
-    int iStatus = pRight == nullptr ? ZT_E_INVALID_POINTER : oRight.Query(pRight);
-    if (iStatus >= 0) {
-        iStatus = OpenInput(pStereo, oStereo);
-    }
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pStereo, sStereo);
-    }
-    if (iStatus >= 0) {
-        iStatus = pLeft == nullptr ? ZT_E_INVALID_POINTER : DescribeForEntry(pLeft, sLeft);
-    }
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pRight, sRight);
-    }
-    if (iStatus >= 0) {
-        iStatus = CheckThreeFormats({&sStereo.sWaveFormat, &sLeft.sWaveFormat, &sRight.sWaveFormat}, {2, 1, 1});
-    }
-    if (iStatus >= 0) {
-        iStatus = TakeLatch();
-    }
+    const int iStatus = CheckStereoToMono(pStereo, pLeft, pRight, oStereo, oRight);
     if (iStatus < 0) {
         return EndFailedEntry(iStatus, {oStereo.Get()}, {oLeft.Get(), oRight.Get()});
     }
@@ -291,16 +324,20 @@ int CZtaAudioSamplesEngine::SplitStaged(IZtAudioSamples* pStereo, SZtAudioSample
         pRightTarget = m_pScratch2;
         iStatus = FirstFailure(iStatus, m_pScratch2->SetWaveFormat(&sMonoFormat));
     }
-    if (iStatus >= 0) {
-        // A scratch buffer next to a larger output of the caller would be written beyond its end.
-        iStatus = m_oConvertStereoToMono.ConvertStereoToMonoChecked(pStereo, pLeftTarget, pRightTarget,
-                                                                    pLeftTarget != pLeft, pRightTarget != pRight);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0 && pLeftTarget != pLeft) {
+    // A scratch buffer next to a larger output of the caller would be written beyond its end.
+    iStatus = m_oConvertStereoToMono.ConvertStereoToMonoChecked(pStereo, pLeftTarget, pRightTarget,
+                                                                pLeftTarget != pLeft, pRightTarget != pRight);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (pLeftTarget != pLeft) {
         iStatus = m_oConvertBitDepth.ConvertBitDepth(pLeftTarget, pLeft);
+        if (iStatus < 0) {
+            return iStatus;
+        }
     }
-    if (iStatus >= 0 && pRightTarget != pRight) {
-        iStatus = m_oConvertBitDepth.ConvertBitDepth(pRightTarget, pRight);
-    }
-    return iStatus;
+    return pRightTarget != pRight ? m_oConvertBitDepth.ConvertBitDepth(pRightTarget, pRight) : iStatus;
 }

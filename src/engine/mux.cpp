@@ -55,9 +55,10 @@ int CopyToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtAudioSamplesDe
     void* pvIn = nullptr;
     unsigned long ulLength = 0;
     int iStatus = pIn->GetBufferAndLength(&pvIn, &ulLength);
-    if (iStatus >= 0) {
-        iStatus = pStage->SetWaveFormat(&rsDescription.sWaveFormat);
+    if (iStatus < 0) {
+        return iStatus;
     }
+    iStatus = pStage->SetWaveFormat(&rsDescription.sWaveFormat);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -184,6 +185,33 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux(IZtAudioSamples** ppSter
                          &CZtaAudioSamplesEngine::ProcessStereoToMux);
 }
 
+/// The checks of an assembly after those of the arguments, whose status is `iStatus`. Success sets the busy flag.
+inline int CZtaAudioSamplesEngine::CheckAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers,
+                                                 unsigned long ulCount, IZtAudioSamples* pMux, int iStatus)
+{
+    for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
+        iStatus = OpenAssemblyInput(ulSide, ppBuffers[i]);
+    }
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    iStatus = DescribeForEntry(pMux, sMux);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (!IsBufferCount(ulCount, 2, kMaxBuffers / ulSide)) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (sMux.sWaveFormat.ulChannels != ulCount * ulSide) {
+        return ZT_E_BUFFER_FORMAT_MISMATCH;
+    }
+    if (sMux.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
+        return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
+    }
+    return TakeLatch();
+}
+
 int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers, unsigned long ulCount,
                                           IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                           unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)())
@@ -196,27 +224,9 @@ int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples*
     if (ppBuffers == nullptr) {
         iStatus = ZT_E_INVALID_POINTER;
     }
-    // Half of an odd volume count agrees with the stereo buffers; the volume step refuses the odd one out later.
+    // Half of an odd volume count agrees with the stereo buffers; the volume step rejects the odd one later.
     iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount / ulSide == ulCount, iStatus);
-    for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
-        iStatus = OpenAssemblyInput(ulSide, ppBuffers[i]);
-    }
-    SZtAudioSamplesDescription sMux = kEmptyDescription;
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pMux, sMux);
-    }
-    if (iStatus >= 0 && !IsBufferCount(ulCount, 2, kMaxBuffers / ulSide)) {
-        iStatus = ZT_E_INVALID_PARAMETER;
-    }
-    if (iStatus >= 0 && sMux.sWaveFormat.ulChannels != ulCount * ulSide) {
-        iStatus = ZT_E_BUFFER_FORMAT_MISMATCH;
-    }
-    if (iStatus >= 0 && sMux.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
-        iStatus = ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
-    }
-    if (iStatus >= 0) {
-        iStatus = TakeLatch();
-    }
+    iStatus = CheckAssembly(ulSide, ppBuffers, ulCount, pMux, iStatus);
     if (iStatus < 0) {
         return EndFailedEntry(iStatus, {}, {oMux.Get()}, [&] {
             // Signal every buffer of the array, including those that were not validated.
@@ -342,11 +352,11 @@ int CZtaAudioSamplesEngine::StageInput(Kernel& rKernel, IZtAudioSamples* pInput,
     IZtAudioSamples* pFade = m_apFadeScratch[ulIndex];
     iStatus = CopyToStage(pStage, pFade, rsInput);
     rpStaged = pFade;
-    if (iStatus >= 0) {
-        SetFades(pFade, rsInput.bFadeIn, rsInput.bFadeOut);
-        iStatus = m_oApplyFade.ApplyFade(pFade);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    return iStatus;
+    SetFades(pFade, rsInput.bFadeIn, rsInput.bFadeOut);
+    return m_oApplyFade.ApplyFade(pFade);
 }
 
 // ---- Split ----
@@ -367,6 +377,57 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo(IZtAudioSamples* pMux, I
                       &CZtaAudioSamplesEngine::ProcessMuxToStereo);
 }
 
+/// The checks of one output of a split.
+inline int CZtaAudioSamplesEngine::OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer,
+                                                   CContentHolder& rContent)
+{
+    SZtAudioSamplesDescription sBuffer = kEmptyDescription;
+    if (pBuffer == nullptr || rContent.Query(pBuffer) < 0 || RequestDescription(pBuffer, sBuffer) < 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
+        return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
+    }
+    if (sBuffer.sWaveFormat.ulChannels != ulSide) {
+        return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
+    }
+    return FixLabel(pBuffer, sBuffer);
+}
+
+/// The checks of a split, which obtain the contents of all buffers. Success sets the busy flag.
+template <class Contents>
+int CZtaAudioSamplesEngine::CheckSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
+                                       unsigned long ulCount, const SZtAudioMonoVolumeInfo* psVolumes,
+                                       unsigned long ulVolumeCount, CContentHolder& rMux, Contents& rOutputs)
+{
+    int iStatus = OpenInput(pMux, rMux);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount == ulCount * ulSide, iStatus);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    iStatus = DescribeForEntry(pMux, sMux);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (!IsBufferCount(ulCount, 4 / ulSide, kMaxBuffers / ulSide) || sMux.sWaveFormat.ulChannels != ulCount * ulSide) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    if (sMux.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
+        return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
+    }
+    for (unsigned long i = 0; i < ulCount; ++i) {
+        iStatus = OpenSplitOutput(ulSide, ppBuffers[i], rOutputs.Add());
+        if (iStatus < 0) {
+            return iStatus;
+        }
+    }
+    return TakeLatch();
+}
+
 int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
                                        unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes,
                                        unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)())
@@ -376,27 +437,7 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
     }
     CContentHolder oMux;
     CContents oOutputs;
-    SZtAudioSamplesDescription sMux = kEmptyDescription;
-    int iStatus = OpenInput(pMux, oMux);
-    if (iStatus >= 0) {
-        iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount == ulCount * ulSide, iStatus);
-    }
-    if (iStatus >= 0) {
-        iStatus = DescribeForEntry(pMux, sMux);
-    }
-    if (iStatus >= 0 && (!IsBufferCount(ulCount, 4 / ulSide, kMaxBuffers / ulSide) ||
-                         sMux.sWaveFormat.ulChannels != ulCount * ulSide)) {
-        iStatus = ZT_E_INVALID_PARAMETER;
-    }
-    if (iStatus >= 0 && sMux.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
-        iStatus = ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
-    }
-    for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
-        iStatus = OpenSplitOutput(ulSide, ppBuffers[i], oOutputs.Add());
-    }
-    if (iStatus >= 0) {
-        iStatus = TakeLatch();
-    }
+    const int iStatus = CheckSplit(ulSide, pMux, ppBuffers, ulCount, psVolumes, ulVolumeCount, oMux, oOutputs);
     if (iStatus < 0) {
         return EndFailedEntry(iStatus, {oMux.Get()}, {}, [&] {
             for (unsigned long i = 0; i < ulCount; ++i) {
@@ -415,22 +456,6 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
             }
         },
         pfnProcess);
-}
-
-/// Looks at one output of a split. Here the verdict stands.
-int CZtaAudioSamplesEngine::OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer, CContentHolder& rContent)
-{
-    SZtAudioSamplesDescription sBuffer = kEmptyDescription;
-    if (pBuffer == nullptr || rContent.Query(pBuffer) < 0 || RequestDescription(pBuffer, sBuffer) < 0) {
-        return ZT_E_INVALID_PARAMETER;
-    }
-    if (sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
-        return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
-    }
-    if (sBuffer.sWaveFormat.ulChannels != ulSide) {
-        return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
-    }
-    return FixLabel(pBuffer, sBuffer);
 }
 
 int CZtaAudioSamplesEngine::ProcessMuxToMono()

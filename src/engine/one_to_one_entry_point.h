@@ -2,6 +2,43 @@
 
 #include "engine/audio_samples_engine.h"
 
+/// The checks of EnterOneToOne after those of the output. Success sets the busy flag.
+template <class CheckFormats>
+int CZtaAudioSamplesEngine::CheckOneToOne(EEntryDescriptions eDescriptions, int iArgumentStatus,
+                                          IZtAudioSamples* pInput, IZtAudioSamples* pOutput, CContentHolder& rInput,
+                                          CheckFormats rCheckFormats)
+{
+    if (pInput == nullptr) {
+        return ZT_E_INVALID_POINTER;
+    }
+    if (iArgumentStatus < 0) {
+        return iArgumentStatus;
+    }
+    int iStatus = OpenInput(pInput, rInput);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    const auto Describe = [&](IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription) {
+        if (eDescriptions == EEntryDescriptions::RelabelTwentyBits) {
+            return DescribeForEntry(pBuffer, rsDescription);
+        }
+        const int iDescribed = RequestDescription(pBuffer, rsDescription);
+        return iDescribed < 0 && eDescriptions == EEntryDescriptions::LeaveLabels ? ZT_E_INVALID_PARAMETER : iDescribed;
+    };
+    SZtAudioSamplesDescription sInput = kEmptyDescription;
+    iStatus = Describe(pInput, sInput);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtAudioSamplesDescription sOutput = kEmptyDescription;
+    iStatus = Describe(pOutput, sOutput);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = rCheckFormats(sInput.sWaveFormat, sOutput.sWaveFormat);
+    return iStatus < 0 ? iStatus : TakeLatch();
+}
+
 /// The entry of an operation with one input and one output, for the operations that differ in nothing else than this:
 /// eDescriptions    how the buffers' descriptions are read
 /// iArgumentStatus  the verdict on the other arguments, which counts once both buffers are given
@@ -19,32 +56,8 @@ int CZtaAudioSamplesEngine::EnterOneToOne(EEntryDescriptions eDescriptions, int 
         return iStatus;
     }
 
-    const auto Describe = [&](IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription) {
-        if (eDescriptions == EEntryDescriptions::RelabelTwentyBits) {
-            return DescribeForEntry(pBuffer, rsDescription);
-        }
-        const int iDescribed = RequestDescription(pBuffer, rsDescription);
-        return iDescribed < 0 && eDescriptions == EEntryDescriptions::LeaveLabels ? ZT_E_INVALID_PARAMETER : iDescribed;
-    };
     CContentHolder oInput;
-    SZtAudioSamplesDescription sInput = kEmptyDescription;
-    SZtAudioSamplesDescription sOutput = kEmptyDescription;
-    iStatus = pInput == nullptr ? ZT_E_INVALID_POINTER : iArgumentStatus;
-    if (iStatus >= 0) {
-        iStatus = OpenInput(pInput, oInput);
-    }
-    if (iStatus >= 0) {
-        iStatus = Describe(pInput, sInput);
-    }
-    if (iStatus >= 0) {
-        iStatus = Describe(pOutput, sOutput);
-    }
-    if (iStatus >= 0) {
-        iStatus = rCheckFormats(sInput.sWaveFormat, sOutput.sWaveFormat);
-    }
-    if (iStatus >= 0) {
-        iStatus = TakeLatch();
-    }
+    iStatus = CheckOneToOne(eDescriptions, iArgumentStatus, pInput, pOutput, oInput, rCheckFormats);
     if (iStatus < 0) {
         return EndFailedEntry(iStatus, {oInput.Get()}, {oOutput.Get()});
     }

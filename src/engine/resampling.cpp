@@ -145,11 +145,9 @@ int CZtaAudioSamplesEngine::ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamp
         iStatus = m_oResampleAudio.ResampleAudio(pLeftIn, pLeftOut, eMode, 0, pResampler);
     }
     iStatus = FirstFailure(iStatus, pRightOut->SetWaveFormat(&rsOutputFormat));
-    if (iStatus >= 0) {
-        iStatus = m_oResampleAudio.ResampleAudio(pRightIn, pRightOut, eMode, 1, pResampler);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0) {
-        iStatus = m_oConvertMonoToStereo.ConvertMonoToStereo(pLeftOut, pRightOut, pOutput);
-    }
-    return iStatus;
+    iStatus = m_oResampleAudio.ResampleAudio(pRightIn, pRightOut, eMode, 1, pResampler);
+    return iStatus < 0 ? iStatus : m_oConvertMonoToStereo.ConvertMonoToStereo(pLeftOut, pRightOut, pOutput);
 }

@@ -115,7 +115,7 @@ void CompareWithCopies(benchmark::State& state, std::size_t copied, const Work& 
     FillWithNoise(input);
     Compare(state, loop,
             {{"memcpy", [&] { std::memcpy(output.Data(), input.Data(), copied); }},
-             {"wide", [&] { WideCopy(output.Data(), input.Data(), copied); }}});
+             {"wide", [&] { SimdCopy(output.Data(), input.Data(), copied); }}});
     state.counters["share"] = std::min(state.counters["memcpy"].value, state.counters["wide"].value);
 }
 
@@ -127,9 +127,9 @@ struct Conversion {
 };
 
 constexpr Conversion kConversions[] = {
-#define ZTA_BENCH_ROW(name, in, out, law) {#name, in, out, &SZtaSampleLoops::pfn##name},
-    ZTA_CONVERSION_LIST(ZTA_BENCH_ROW)
-#undef ZTA_BENCH_ROW
+#define ZTA_BENCH_ENTRY(name, in, out, law) {#name, in, out, &SZtaSampleLoops::pfn##name},
+    ZTA_CONVERSION_LIST(ZTA_BENCH_ENTRY)
+#undef ZTA_BENCH_ENTRY
 };
 
 void Convert(benchmark::State& state, ZtaConversion loop, const Conversion& conversion, std::size_t copied)
@@ -171,18 +171,18 @@ void ConvertKind(benchmark::State& state, ZtaConversion loop, const Conversion& 
 struct Pair {
     const char* bytes;
     std::size_t frameBytes; ///< read and as many written
-    ZtaInterleavePair SZtaSampleLoops::*interleave;
-    ZtaSplitPair SZtaSampleLoops::*split;
+    ZtaInterleaveStereo SZtaSampleLoops::*interleave;
+    ZtaDeinterleaveStereo SZtaSampleLoops::*split;
 };
 
 constexpr Pair kPairs[] = {
-#define ZTA_BENCH_ROW(bytes)                                                                                           \
-    {#bytes, 2 * (bytes), &SZtaSampleLoops::pfnInterleavePair##bytes, &SZtaSampleLoops::pfnSplitPair##bytes},
-    ZTA_PAIR_LIST(ZTA_BENCH_ROW)
-#undef ZTA_BENCH_ROW
+#define ZTA_BENCH_ENTRY(bytes)                                                                                         \
+    {#bytes, 2 * (bytes), &SZtaSampleLoops::pfnInterleaveStereo##bytes, &SZtaSampleLoops::pfnDeinterleaveStereo##bytes},
+    ZTA_STEREO_LIST(ZTA_BENCH_ENTRY)
+#undef ZTA_BENCH_ENTRY
 };
 
-void InterleavePair(benchmark::State& state, ZtaInterleavePair loop, std::size_t frameBytes, std::size_t copied)
+void InterleavePair(benchmark::State& state, ZtaInterleaveStereo loop, std::size_t frameBytes, std::size_t copied)
 {
     const std::size_t frames = copied / frameBytes;
     const Memory left(copied / 2);
@@ -191,7 +191,7 @@ void InterleavePair(benchmark::State& state, ZtaInterleavePair loop, std::size_t
     CompareWithCopies(state, copied, [&] { loop(left.Data(), right.Data(), stereo.Data(), frames); });
 }
 
-void SplitPair(benchmark::State& state, ZtaSplitPair loop, std::size_t frameBytes, std::size_t copied)
+void SplitPair(benchmark::State& state, ZtaDeinterleaveStereo loop, std::size_t frameBytes, std::size_t copied)
 {
     const std::size_t frames = copied / frameBytes;
     const Memory left(copied / 2);
@@ -243,7 +243,7 @@ void Fade(benchmark::State& state, ZtaFade<Gain> loop, std::size_t words, std::s
 
 using Function = std::function<void(benchmark::State&)>;
 
-void Register(const SZtaLoopTarget& target, const std::string& loop, std::size_t size, const std::string& kind,
+void Register(const SZtaLoopVariant& target, const std::string& loop, std::size_t size, const std::string& kind,
               const Function& function)
 {
     const bool isFade = size == kFadeBenchFrames;
@@ -253,7 +253,7 @@ void Register(const SZtaLoopTarget& target, const std::string& loop, std::size_t
     benchmark::RegisterBenchmark(name.c_str(), function)->UseManualTime()->Iterations(size > 1 << 20 ? 11 : 101);
 }
 
-void RegisterAll(const SZtaLoopTarget& target, std::size_t size)
+void RegisterAll(const SZtaLoopVariant& target, std::size_t size)
 {
     const SZtaSampleLoops& loops = *target.psLoops;
     for (const Conversion& conversion : kConversions) {
@@ -282,17 +282,17 @@ void RegisterAll(const SZtaLoopTarget& target, std::size_t size)
     }
 }
 
-void RegisterFades(const SZtaLoopTarget& target)
+void RegisterFades(const SZtaLoopVariant& target)
 {
     const SZtaSampleLoops& loops = *target.psLoops;
     for (const std::size_t words : {1U, 2U, 4U, 8U, 16U}) {
         for (const std::ptrdiff_t step : {1, -1}) {
             const std::string shape = std::to_string(words).append(step > 0 ? "In" : "Out");
-#define ZTA_BENCH_ROW(law, bytes, gains)                                                                               \
+#define ZTA_BENCH_ENTRY(law, bytes, gains)                                                                             \
     Register(target, std::string("Fade" #law "x").append(shape), kFadeBenchFrames, "",                                 \
              [=, &loops](auto& state) { Fade(state, loops.pfnFade##law, words, bytes, step); });
-            ZTA_FADE_LOOP_LIST(ZTA_BENCH_ROW)
-#undef ZTA_BENCH_ROW
+            ZTA_FADE_LOOP_LIST(ZTA_BENCH_ENTRY)
+#undef ZTA_BENCH_ENTRY
         }
     }
 }
@@ -301,15 +301,15 @@ void RegisterFades(const SZtaLoopTarget& target)
 
 int main(int argc, char** argv)
 {
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
-    for (const SZtaLoopTarget& target : g_asLoopTargets) {
-        if (target.RunsWith(features)) {
+    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
+    for (const SZtaLoopVariant& target : kLoopVariants) {
+        if (target.IsSupported(features)) {
             RegisterFades(target);
         }
     }
     for (const std::size_t size : kSizes) {
-        for (const SZtaLoopTarget& target : g_asLoopTargets) {
-            if (target.RunsWith(features)) {
+        for (const SZtaLoopVariant& target : kLoopVariants) {
+            if (target.IsSupported(features)) {
                 RegisterAll(target, size);
             }
         }

@@ -29,13 +29,14 @@ namespace {
 struct Element {
     std::size_t bytes;
     ZtaInterleave SZtaSampleLoops::*interleave;
-    ZtaSplit SZtaSampleLoops::*split;
+    ZtaDeinterleave SZtaSampleLoops::*split;
 };
 
 constexpr Element kElements[] = {
-#define ZTA_BENCH_ROW(bytes) {bytes, &SZtaSampleLoops::pfnInterleave##bytes, &SZtaSampleLoops::pfnSplit##bytes},
-    ZTA_ELEMENT_LIST(ZTA_BENCH_ROW)
-#undef ZTA_BENCH_ROW
+#define ZTA_BENCH_ENTRY(bytes)                                                                                         \
+    {bytes, &SZtaSampleLoops::pfnInterleave##bytes, &SZtaSampleLoops::pfnDeinterleave##bytes},
+    ZTA_ELEMENT_LIST(ZTA_BENCH_ENTRY)
+#undef ZTA_BENCH_ENTRY
 };
 constexpr std::size_t kPage = 4096;
 constexpr int kRounds = 31;
@@ -162,13 +163,13 @@ void MeasureShape(const Element& element, std::size_t streams, std::size_t frame
     char* to = output.Data() + kPage / 2;
     std::vector<Column> columns;
     columns.push_back({"memcpy", [&] { std::memcpy(to, input.Data(), shape.Bytes()); }});
-    columns.push_back({"copy", [&] { WideCopy(to, input.Data(), shape.Bytes()); }});
+    columns.push_back({"copy", [&] { SimdCopy(to, input.Data(), shape.Bytes()); }});
     const std::size_t copies = columns.size();
 
     const Buffers random(shape, Placement::Random);
     const Buffers same(shape, Placement::Same);
-    for (const SZtaLoopTarget& target : g_asLoopTargets) {
-        if (!target.RunsWith(features)) {
+    for (const SZtaLoopVariant& target : kLoopVariants) {
+        if (!target.IsSupported(features)) {
             continue;
         }
         const std::string name = target.psLoops->pszName;
@@ -200,7 +201,7 @@ void MeasureShape(const Element& element, std::size_t streams, std::size_t frame
     std::fflush(stdout);
 }
 
-std::vector<std::size_t> Asked(int argc, char** argv, int i, std::vector<std::size_t> all)
+std::vector<std::size_t> IsSelected(int argc, char** argv, int i, std::vector<std::size_t> all)
 {
     const std::size_t value = i < argc ? std::strtoul(argv[i], nullptr, 10) : 0;
     return value == 0 ? all : std::vector{value};
@@ -210,10 +211,10 @@ std::vector<std::size_t> Asked(int argc, char** argv, int i, std::vector<std::si
 
 int main(int argc, char** argv)
 {
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
-    const std::vector<std::size_t> bytes = Asked(argc, argv, 1, {2, 3, 4, 6, 8});
-    const std::vector<std::size_t> streams = Asked(argc, argv, 2, {2, 4, 8, 16, 32, 64});
-    const std::vector<std::size_t> frames = Asked(argc, argv, 3, {1024, 4800});
+    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
+    const std::vector<std::size_t> bytes = IsSelected(argc, argv, 1, {2, 3, 4, 6, 8});
+    const std::vector<std::size_t> streams = IsSelected(argc, argv, 2, {2, 4, 8, 16, 32, 64});
+    const std::vector<std::size_t> frames = IsSelected(argc, argv, 3, {1024, 4800});
     std::printf("shares of the copy: interleave, split (random places), interleave, split (same place)\n");
     for (const Element& element : kElements) {
         if (std::find(bytes.begin(), bytes.end(), element.bytes) != bytes.end()) {

@@ -234,9 +234,9 @@ void Measure(benchmark::State& state, Bench& bench, const Operation& operation)
 }
 
 /// A filter bank of the module's own, and its run over one stretch of samples.
-class BareRun {
+class FilterOnly {
 public:
-    BareRun(const Bench& bench, std::uint32_t from, std::uint32_t to, std::size_t frames)
+    FilterOnly(const Bench& bench, std::uint32_t from, std::uint32_t to, std::size_t frames)
         : run_(bench.module.Symbol<decltype(&ippsResamplePolyphaseFixed_16s)>("ippsResamplePolyphaseFixed_16s")),
           frames_(frames), input_(frames + 64), output_(frames * to / from + 64)
     {
@@ -289,7 +289,7 @@ void MeasureResampler(benchmark::State& state, Bench& bench, std::uint32_t chann
     const auto stream = Ref<IUnknown>::Adopt(made);
     const auto input = CheapBuffer::Create(in, frames);
     const auto output = CheapBuffer::Create(out, frames * to / from + frames + 2);
-    BareRun run(bench, from, to, frames);
+    FilterOnly run(bench, from, to, frames);
     Compare(
         state,
         [&] {
@@ -319,7 +319,7 @@ void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t 
         [&] {
             source->AnnounceRead();
             destination->AnnounceWrite();
-            bench::CopyByHand(*source, *destination);
+            bench::CopyDirectly(*source, *destination);
         });
 }
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-int PlainRun(const std::int16_t* source, int len, std::int16_t* destination, double* time,
-             const IppsResamplingPolyphaseFixed_16s& filter)
+int ReferenceResample(const std::int16_t* source, int len, std::int16_t* destination, double* time,
+                      const IppsResamplingPolyphaseFixed_16s& filter)
 {
     const int index = static_cast<int>(*time);
     const double fraction = *time - index;

@@ -39,7 +39,7 @@ Filter MakeFilter(int inRate, int outRate)
     return filter;
 }
 
-struct Stretch {
+struct InputSpan {
     int inRate;
     int outRate;
     int frames;
@@ -58,7 +58,7 @@ std::vector<std::int16_t> Noise(int frames)
 
 /// Runs over a stretch again and again, from the same position.
 template <typename RunOnce>
-void Resample(benchmark::State& state, const Stretch& stretch, RunOnce runOnce)
+void Resample(benchmark::State& state, const InputSpan& stretch, RunOnce runOnce)
 {
     const Filter filter = MakeFilter(stretch.inRate, stretch.outRate);
     const std::vector<std::int16_t> input = Noise(stretch.frames);
@@ -74,7 +74,7 @@ void Resample(benchmark::State& state, const Stretch& stretch, RunOnce runOnce)
         benchmark::Counter(static_cast<double>(outputs * kFilterLength), benchmark::Counter::kIsRate);
 }
 
-void ResampleWith(benchmark::State& state, const Stretch& stretch, Run run)
+void ResampleWith(benchmark::State& state, const InputSpan& stretch, Run run)
 {
     Resample(state, stretch, [run](const auto* source, int len, auto* destination, double* time, const auto& filter) {
         int outputs = 0;
@@ -84,20 +84,20 @@ void ResampleWith(benchmark::State& state, const Stretch& stretch, Run run)
 }
 
 /// As the engine's streams do it, which prepare the rows once. Builds that do not prepare any are not listed.
-void ResampleWithRowsOfK0(benchmark::State& state, const Stretch& stretch)
+void ResampleWithK0Bank(benchmark::State& state, const InputSpan& stretch)
 {
-    const auto rows = std::make_unique<SZtaPreparedRows>();
-    k0_ownPrepareRows_16s(MakeFilter(stretch.inRate, stretch.outRate).get(), rows.get());
+    const auto rows = std::make_unique<SZtaPackedFilterBank>();
+    k0_ownPackFilterBank_16s(MakeFilter(stretch.inRate, stretch.outRate).get(), rows.get());
     Resample(state, stretch, [&rows](const auto* source, int len, auto* destination, double* time, const auto& filter) {
         int outputs = 0;
-        k0_ownResamplePrepared_16s(source, len, destination, 1.0f, time, &outputs, &filter, rows.get());
+        k0_ownResamplePacked_16s(source, len, destination, 1.0f, time, &outputs, &filter, rows.get());
         return outputs;
     });
 }
 
-void ResamplePlain(benchmark::State& state, const Stretch& stretch)
+void ResamplePlain(benchmark::State& state, const InputSpan& stretch)
 {
-    Resample(state, stretch, PlainRun);
+    Resample(state, stretch, ReferenceResample);
 }
 
 /// Four sums abreast, as many as a processor adds at once, and few enough for the registers of SSE2.
@@ -138,17 +138,17 @@ struct Variant {
 };
 
 constexpr Variant kVariants[] = {
-#define ZTA_BENCH_ROW(unused, prefix, features) {#prefix, features, &prefix##_ippsResamplePolyphaseFixed_16s},
-    ZTA_IPP_VARIANT_LIST(ZTA_BENCH_ROW, )
-#undef ZTA_BENCH_ROW
+#define ZTA_BENCH_ENTRY(unused, prefix, features) {#prefix, features, &prefix##_ippsResamplePolyphaseFixed_16s},
+    ZTA_IPP_VARIANT_LIST(ZTA_BENCH_ENTRY, )
+#undef ZTA_BENCH_ENTRY
 };
 
-constexpr Stretch kStretches[] = {
+constexpr InputSpan kStretches[] = {
     {44100, 48000, 160},  {48000, 44100, 160},  {44100, 48000, 1024},
     {48000, 44100, 1024}, {44100, 48000, 4800}, {48000, 44100, 4800},
 };
 
-std::string Suffix(const Stretch& stretch)
+std::string Suffix(const InputSpan& stretch)
 {
     std::string suffix("/");
     suffix.append(std::to_string(stretch.inRate)).append("to").append(std::to_string(stretch.outRate));
@@ -159,13 +159,13 @@ std::string Suffix(const Stretch& stretch)
 
 int main(int argc, char** argv)
 {
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     const auto runs = [features](std::uint64_t needed) { return (features & needed) == needed; };
-    for (const Stretch& stretch : kStretches) {
+    for (const InputSpan& stretch : kStretches) {
         const std::string suffix = Suffix(stretch);
         benchmark::RegisterBenchmark(("plain" + suffix).c_str(), ResamplePlain, stretch);
-        if (runs(kui64ZtaAvx512Wide | kui64ZtaUnderAvx512)) {
-            benchmark::RegisterBenchmark(("k0 prepared" + suffix).c_str(), ResampleWithRowsOfK0, stretch);
+        if (runs(kAvx512BwDqVlFeatures | kAvx512Prerequisites)) {
+            benchmark::RegisterBenchmark(("k0 prepared" + suffix).c_str(), ResampleWithK0Bank, stretch);
         }
         for (const Variant& variant : kVariants) {
             if (runs(variant.features)) {
@@ -177,7 +177,7 @@ int main(int argc, char** argv)
     if (runs(keZtaFeatureAvx2 | keZtaFeatureAvxEnabled)) {
         benchmark::RegisterBenchmark("bare/256", Bare256);
     }
-    if (runs(kui64ZtaAvx512Wide | keZtaFeatureAvx512Enabled)) {
+    if (runs(kAvx512BwDqVlFeatures | keZtaFeatureAvx512Enabled)) {
         benchmark::RegisterBenchmark("bare/512", Bare512);
     }
     benchmark::Initialize(&argc, argv);

@@ -48,7 +48,7 @@ void CopyBy16(char* output, const char* input, std::size_t bytes)
 
 } // namespace
 
-void WideCopy(void* output, const void* input, std::size_t bytes)
+void SimdCopy(void* output, const void* input, std::size_t bytes)
 {
     static const auto copy = __builtin_cpu_supports("avx512f") != 0 ? CopyBy64
                              : __builtin_cpu_supports("avx") != 0   ? CopyBy32

@@ -12,17 +12,17 @@
 namespace zta::fuzz {
 
 /// What happens at the calls of one host, counted from the last Begin.
-class Faults {
+class FaultInjector {
 public:
     static constexpr int kStatus = static_cast<int>(0x80004005);
 
     /// Call number `failAt` fails, and all after it if `lasting`; at call number `callAt` the host calls back. 0 is no
     /// call.
-    void Begin(int failAt, bool lasting, int callAt, std::function<void()> callBack)
+    void Begin(int failAt, bool persistent, int callAt, std::function<void()> callBack)
     {
-        *this = Faults();
+        *this = FaultInjector();
         failAt_ = failAt;
-        lasting_ = lasting;
+        lasting_ = persistent;
         callAt_ = callAt;
         callBack_ = std::move(callBack);
     }
@@ -34,7 +34,7 @@ public:
     }
 
     /// In a call of the host's own.
-    [[nodiscard]] bool IsInside() const { return isInside_; }
+    [[nodiscard]] bool IsInHostCall() const { return isInside_; }
 
     [[nodiscard]] bool HasFailed() const { return hasFailed_; }
     [[nodiscard]] bool HasQueryFailed() const { return hasQueryFailed_; }
@@ -72,7 +72,7 @@ private:
 
 class FaultyBuffer final : public host::AudioBuffer {
 public:
-    static host::Ref<FaultyBuffer> Create(Faults& faults, const SZtaWaveFormatInfo& format, std::size_t bytes)
+    static host::Ref<FaultyBuffer> Create(FaultInjector& faults, const SZtaWaveFormatInfo& format, std::size_t bytes)
     {
         return host::Ref<FaultyBuffer>::Adopt(new FaultyBuffer(faults, format, bytes));
     }
@@ -80,11 +80,11 @@ public:
     [[nodiscard]] long References() const { return references_; }
 
     /// How often a byte copy did not fit: each may have kept the reference that its query handed out.
-    [[nodiscard]] long Refusals() const { return refusals_; }
+    [[nodiscard]] long Rejections() const { return refusals_; }
 
     /// What the operation was told last of the producer's code, which is nothing where that call failed.
-    [[nodiscard]] int ToldCode() const { return told_; }
-    void ForgetTold() { told_ = 0; }
+    [[nodiscard]] int ReportedCode() const { return told_; }
+    void ClearReportedCode() { told_ = 0; }
 
     /// Gives kept references back.
     void ReleaseKept(long count)
@@ -139,7 +139,7 @@ public:
     }
     int GetErrorCode(int* code) override
     {
-        const bool isOperations = !faults_.IsInside();
+        const bool isOperations = !faults_.IsInHostCall();
         const int status = Call([&] { return host::AudioBuffer::GetErrorCode(code); });
         if (isOperations) {
             told_ = status < 0 ? 0 : *code;
@@ -184,7 +184,7 @@ public:
     }
 
 private:
-    FaultyBuffer(Faults& faults, const SZtaWaveFormatInfo& format, std::size_t bytes)
+    FaultyBuffer(FaultInjector& faults, const SZtaWaveFormatInfo& format, std::size_t bytes)
         : host::AudioBuffer(format, bytes), faults_(faults)
     {
     }
@@ -198,7 +198,7 @@ private:
         return status < 0 ? status : body();
     }
 
-    Faults& faults_;
+    FaultInjector& faults_;
     long references_ = 1;
     long refusals_ = 0;
     bool isQueried_ = false; ///< the last call was a query
@@ -208,7 +208,7 @@ private:
 /// Creates the pool of one engine.
 class FaultyHost final : public host::HostEngine {
 public:
-    explicit FaultyHost(Faults& faults) : faults_(faults) {}
+    explicit FaultyHost(FaultInjector& faults) : faults_(faults) {}
 
     int CreateAudioSamples(SZtCreateAudioSamplesDescription* description, IZtAudioSamples** samples) override
     {
@@ -232,7 +232,7 @@ public:
     }
 
 private:
-    Faults& faults_;
+    FaultInjector& faults_;
     std::vector<FaultyBuffer*> pool_;
 };
 

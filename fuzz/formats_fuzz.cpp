@@ -29,7 +29,7 @@ struct SZtLayoutProbe {
 
 namespace {
 
-using zta::fuzz::Choices;
+using zta::fuzz::FuzzInput;
 
 /// Neither a format nor a property that an answer could leave behind.
 constexpr SZtaWaveFormatInfo kUntouched = {1, 2, static_cast<EZtAudioDataType>(3), 4, 5, 6};
@@ -52,7 +52,7 @@ std::optional<std::uint32_t> Property(const SZtaWaveFormatInfo& format)
 }
 
 /// Mostly fields that mean something, now and then any bits.
-SZtaWaveFormatInfo MakeFormat(Choices& choices)
+SZtaWaveFormatInfo MakeFormat(FuzzInput& choices)
 {
     constexpr std::uint32_t kChannels[] = {1, 2, 4, 8, 16, 32, 64, 0, 3, 6, 65};
     constexpr std::uint32_t kTypes[] = {1, 2, 3, 4, 0, 9};
@@ -60,10 +60,10 @@ SZtaWaveFormatInfo MakeFormat(Choices& choices)
     constexpr std::uint32_t kContainers[] = {16, 24, 32, 8, 0, 64};
     constexpr std::uint32_t kValids[] = {16, 20, 24, 32, 0, 8};
     const auto field = [&](const auto& usual) {
-        return choices.Rarely(32) ? choices.Any<std::uint32_t>() : choices.OneOf(usual);
+        return choices.ConsumeWithOdds(32) ? choices.Any<std::uint32_t>() : choices.OneOf(usual);
     };
     SZtaWaveFormatInfo format{};
-    format.ulSize = choices.Rarely(16) ? choices.Any<std::uint32_t>() : 24;
+    format.ulSize = choices.ConsumeWithOdds(16) ? choices.Any<std::uint32_t>() : 24;
     format.ulChannels = field(kChannels);
     format.eDataType = static_cast<EZtAudioDataType>(field(kTypes));
     format.ulSamplesPerSec = field(kRates);
@@ -204,9 +204,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static CZtaAudioProcessingUtil* const kernels[] = {&bitDepth,     &dataType,  &fade,         &monoToStereo,
                                                        &stereoToMono, &monoToMux, &stereoToMux,  &muxToMono,
                                                        &muxToStereo,  &volume,    &resampleAudio};
-    Choices choices(data, size);
+    FuzzInput choices(data, size);
     const SZtaWaveFormatInfo in = MakeFormat(choices);
-    const SZtaWaveFormatInfo out = choices.Rarely(4) ? in : MakeFormat(choices);
+    const SZtaWaveFormatInfo out = choices.ConsumeWithOdds(4) ? in : MakeFormat(choices);
     CheckClassification(bitDepth, in);
     for (CZtaAudioProcessingUtil* kernel : kernels) {
         const Rules rules(*kernel);

@@ -23,9 +23,9 @@ namespace zta::fuzz {
 }
 
 /// Takes choices off the front of an input. Behind its end every choice is 0, so that each input means something.
-class Choices {
+class FuzzInput {
 public:
-    Choices(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
+    FuzzInput(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
 
     [[nodiscard]] bool IsEmpty() const { return left_ == 0; }
 
@@ -42,17 +42,20 @@ public:
     }
 
     /// 0 to count - 1. A small count takes one byte.
-    std::size_t Below(std::size_t count) { return (count <= 256 ? Any<std::uint8_t>() : Any<std::uint32_t>()) % count; }
+    std::size_t ConsumeIndex(std::size_t count)
+    {
+        return (count <= 256 ? Any<std::uint8_t>() : Any<std::uint32_t>()) % count;
+    }
 
-    bool Flip() { return Below(2) == 1; }
+    bool ConsumeBool() { return ConsumeIndex(2) == 1; }
 
     /// True once in `count` on average, and at the end of the input false.
-    bool Rarely(std::size_t count) { return Below(count) == count - 1; }
+    bool ConsumeWithOdds(std::size_t count) { return ConsumeIndex(count) == count - 1; }
 
     template <class Item, std::size_t Count>
     const Item& OneOf(const Item (&items)[Count])
     {
-        return items[Below(Count)];
+        return items[ConsumeIndex(Count)];
     }
 
     /// Up to `most` bytes.

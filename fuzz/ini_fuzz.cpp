@@ -11,13 +11,13 @@ namespace {
 
 using models::Line;
 using models::Text;
-using zta::fuzz::Choices;
+using zta::fuzz::FuzzInput;
 
 /// The files are plain ASCII.
-Text MakeText(Choices& choices, std::size_t most)
+Text MakeText(FuzzInput& choices, std::size_t most)
 {
     Text text;
-    for (const char byte : choices.Text(choices.Below(most + 1))) {
+    for (const char byte : choices.Text(choices.ConsumeIndex(most + 1))) {
         text += static_cast<wchar_t>(byte & 0x7F);
     }
     return text;
@@ -31,8 +31,8 @@ std::string Narrow(const Text& text)
 /// An object and the model in the same state, on a file of their own.
 class Pair {
 public:
-    Pair(std::string name, Choices& choices)
-        : name_(std::move(name)), choices_(choices), savesAtOnce_(choices.Flip()), model_(savesAtOnce_)
+    Pair(std::string name, FuzzInput& choices)
+        : name_(std::move(name)), choices_(choices), savesAtOnce_(choices.ConsumeBool()), model_(savesAtOnce_)
     {
         ReplaceFile();
     }
@@ -77,7 +77,7 @@ private:
 
     void Reload()
     {
-        if (choices_.Flip()) {
+        if (choices_.ConsumeBool()) {
             ReplaceFile();
         }
         const bool refused = ModelRefuses();
@@ -93,19 +93,19 @@ private:
     /// Mostly a name that is there.
     Text Name(bool key)
     {
-        if (model_.lines.empty() || choices_.Rarely(3)) {
+        if (model_.lines.empty() || choices_.ConsumeWithOdds(3)) {
             return MakeText(choices_, 6);
         }
-        const Line& line = model_.lines[choices_.Below(model_.lines.size())];
+        const Line& line = model_.lines[choices_.ConsumeIndex(model_.lines.size())];
         return key ? line.key : line.section;
     }
 
     void Step()
     {
-        const std::size_t operation = choices_.Below(14);
+        const std::size_t operation = choices_.ConsumeIndex(14);
         const Text section = Name(false);
         const Text key = Name(true);
-        const wchar_t mark = choices_.Flip() ? L'#' : L';';
+        const wchar_t mark = choices_.ConsumeBool() ? L'#' : L';';
         switch (operation) {
         case 0:
             ZTA_FUZZ_CHECK(file_->AddSection(section) == model_.AddSection(section));
@@ -157,7 +157,7 @@ private:
             break;
         }
         case 12: {
-            const bool really = choices_.Flip();
+            const bool really = choices_.ConsumeBool();
             ZTA_FUZZ_CHECK(file_->Save(really) == model_.Save(really));
             break;
         }
@@ -201,7 +201,7 @@ private:
     }
 
     std::string name_;
-    Choices& choices_;
+    FuzzInput& choices_;
     bool savesAtOnce_;
     models::IniFile model_;
     std::unique_ptr<CZtIniFile> file_;
@@ -212,7 +212,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const TempDirectory directory;
-    Choices choices(data, size);
+    FuzzInput choices(data, size);
     Pair(directory.File("fuzz.ini"), choices).Run();
     return 0;
 }

@@ -3,8 +3,8 @@
 // back, the latch is as it should be. Where the host does its part, samples are those of fuzz/reference_operations.h.
 
 #include "engine/audio_samples_engine.h"
-#include "fuzz/fuzz_input.h"
 #include "fuzz/fault_injecting_host.h"
+#include "fuzz/fuzz_input.h"
 #include "fuzz/reference_operations.h"
 #include "testing/recording_host.h"
 
@@ -139,7 +139,7 @@ struct Operation {
     }
 
     /// The call ends before anything else happens.
-    [[nodiscard]] bool EndsAtOnce() const
+    [[nodiscard]] bool FailsImmediately() const
     {
         switch (kind) {
         case Kind::StereoToMono:
@@ -157,7 +157,7 @@ struct Operation {
     {
         switch (kind) {
         case Kind::MonoToStereo:
-            return inputs[0] && inputs[1] && (i == 0 || IsTolerated(inputs[0]->ToldCode()));
+            return inputs[0] && inputs[1] && (i == 0 || IsTolerated(inputs[0]->ReportedCode()));
         case Kind::StereoToMono:
             return static_cast<bool>(outputs[1]);
         case Kind::MonoToMux:
@@ -173,7 +173,7 @@ struct Operation {
 
 class Session {
 public:
-    explicit Session(Choices& choices) : choices_(choices) { host_->ResetPool(); }
+    explicit Session(FuzzInput& choices) : choices_(choices) { host_->ResetPool(); }
 
     void Step()
     {
@@ -182,11 +182,11 @@ public:
             return;
         }
         enum { Nothing, Failing, FailingOn, CallingBack, Busy, kPlans };
-        const std::size_t plan = choices_.Flip() ? choices_.Below(kPlans) : std::size_t{Nothing};
-        const int at = 1 + static_cast<int>(choices_.Below(80));
+        const std::size_t plan = choices_.ConsumeBool() ? choices_.ConsumeIndex(kPlans) : std::size_t{Nothing};
+        const int at = 1 + static_cast<int>(choices_.ConsumeIndex(80));
         const bool isPlain = plan == Nothing || plan == Busy;
         Announce(operation);
-        std::set<int> codes = {Faults::kStatus};
+        std::set<int> codes = {FaultInjector::kStatus};
         for (const Buffer& input : operation.inputs) {
             codes.insert(input ? input->ErrorCode() : 0);
         }
@@ -250,18 +250,18 @@ private:
                       {static_cast<EZtAudioDataType>(9), 32, 24}};
         constexpr std::uint32_t kChannels[] = {1, 2, 4, 8, 16, 32, 64, 3, 6, 65, 70};
         const auto& sort = choices_.OneOf(kSorts);
-        if (choices_.Rarely(16)) {
+        if (choices_.ConsumeWithOdds(16)) {
             channels = choices_.OneOf(kChannels);
         }
-        const std::uint32_t rate = choices_.Rarely(16) ? 44100 : 48000;
+        const std::uint32_t rate = choices_.ConsumeWithOdds(16) ? 44100 : 48000;
         return zta::host::MakeFormat(channels, sort.type, rate, sort.container, sort.valid);
     }
 
     /// The frames of a buffer: as the operation's others have, most of the time.
     std::size_t MakeFrames()
     {
-        if (choices_.Rarely(8)) {
-            frames_ = choices_.Rarely(32) ? 24000 + choices_.Below(30000) : choices_.Below(500);
+        if (choices_.ConsumeWithOdds(8)) {
+            frames_ = choices_.ConsumeWithOdds(32) ? 24000 + choices_.ConsumeIndex(30000) : choices_.ConsumeIndex(500);
         }
         return frames_;
     }
@@ -270,24 +270,25 @@ private:
     {
         const std::size_t frameBytes = zta::host::BytesPerFrame(format);
         const std::size_t frames = MakeFrames();
-        const std::size_t length = frames * frameBytes + (choices_.Rarely(16) ? choices_.Below(frameBytes) : 0);
-        const std::size_t spare = choices_.Rarely(8) ? choices_.Below(2000) : 0;
+        const std::size_t length =
+            frames * frameBytes + (choices_.ConsumeWithOdds(16) ? choices_.ConsumeIndex(frameBytes) : 0);
+        const std::size_t spare = choices_.ConsumeWithOdds(8) ? choices_.ConsumeIndex(2000) : 0;
         auto buffer = FaultyBuffer::Create(faults_, format, length + spare);
         Noise noise(choices_.Any<std::uint8_t>());
         for (std::size_t i = 0; i < length; ++i) {
             buffer->Data()[i] = static_cast<std::byte>(noise.Next());
         }
-        if (format.eDataType == keZtAudioDataTypeFloat && !choices_.Rarely(4)) {
+        if (format.eDataType == keZtAudioDataTypeFloat && !choices_.ConsumeWithOdds(4)) {
             for (std::size_t i = 0; i + sizeof(float) <= length; i += sizeof(float)) {
                 const float sample = static_cast<float>(noise.Next() % 20000) / 10000.0F - 1.0F;
                 std::memcpy(buffer->Data() + i, &sample, sizeof(sample));
             }
         }
-        buffer->SetValidLength(choices_.Rarely(16) ? choices_.Below(length + 1) : length);
-        if (choices_.Rarely(6)) {
-            buffer->SetFades(choices_.Flip(), choices_.Flip());
+        buffer->SetValidLength(choices_.ConsumeWithOdds(16) ? choices_.ConsumeIndex(length + 1) : length);
+        if (choices_.ConsumeWithOdds(6)) {
+            buffer->SetFades(choices_.ConsumeBool(), choices_.ConsumeBool());
         }
-        if (choices_.Rarely(16)) {
+        if (choices_.ConsumeWithOdds(16)) {
             constexpr int kCodes[] = {kZtSynchroStatusPlayedLate, static_cast<int>(0x80001234), ZT_E_MODULE_BUSY,
                                       ZT_E_DESTINATION_BUFFER_TOO_SMALL, 7};
             buffer->zta::host::AudioBuffer::SetErrorCode(choices_.OneOf(kCodes));
@@ -298,13 +299,13 @@ private:
     /// A buffer of `like`'s format, or of one of its own; now and then one of an earlier operation, or none.
     Buffer Operand(std::uint32_t channels, const SZtaWaveFormatInfo* like)
     {
-        if (choices_.Rarely(64)) {
+        if (choices_.ConsumeWithOdds(64)) {
             return {};
         }
-        if (!kept_.empty() && choices_.Rarely(8)) {
-            return kept_[choices_.Below(kept_.size())];
+        if (!kept_.empty() && choices_.ConsumeWithOdds(8)) {
+            return kept_[choices_.ConsumeIndex(kept_.size())];
         }
-        if (like == nullptr || choices_.Rarely(8)) {
+        if (like == nullptr || choices_.ConsumeWithOdds(8)) {
             return MakeBuffer(MakeFormat(channels));
         }
         SZtaWaveFormatInfo format = *like;
@@ -315,16 +316,16 @@ private:
     Operation MakeOperation()
     {
         Operation operation;
-        operation.kind = static_cast<Kind>(choices_.Below(kKinds));
-        frames_ = choices_.Below(choices_.Rarely(4) ? 400 : 12);
-        const bool isAlike = !choices_.Rarely(3);
+        operation.kind = static_cast<Kind>(choices_.ConsumeIndex(kKinds));
+        frames_ = choices_.ConsumeIndex(choices_.ConsumeWithOdds(4) ? 400 : 12);
+        const bool isAlike = !choices_.ConsumeWithOdds(3);
         SZtaWaveFormatInfo common = MakeFormat(1);
         const SZtaWaveFormatInfo* const like = isAlike ? &common : nullptr;
         constexpr std::uint32_t kWidths[] = {4, 8, 16, 2, 32, 64, 1};
         constexpr std::uint32_t kCounts[] = {0, 1, 3, 5, 12, 65, 66};
         const std::uint32_t width = choices_.OneOf(kWidths);
         const std::uint32_t side = operation.kind == Kind::StereoToMux || operation.kind == Kind::MuxToStereo ? 2 : 1;
-        const std::uint32_t count = choices_.Rarely(24) ? choices_.OneOf(kCounts) : width / side;
+        const std::uint32_t count = choices_.ConsumeWithOdds(24) ? choices_.OneOf(kCounts) : width / side;
         const auto add = [&](std::vector<Buffer>& buffers, std::uint32_t channels, std::uint32_t how = 1) {
             for (std::uint32_t i = 0; i < how; ++i) {
                 buffers.push_back(Operand(channels, like));
@@ -336,7 +337,7 @@ private:
         case Kind::Volume:
             add(operation.inputs, width);
             add(operation.outputs, width);
-            if (choices_.Rarely(16)) {
+            if (choices_.ConsumeWithOdds(16)) {
                 operation.outputs = operation.inputs;
             }
             break;
@@ -363,26 +364,28 @@ private:
             add(operation.inputs, 1 + (width & 1));
             common.ulSamplesPerSec = 48000;
             add(operation.outputs, 1 + (width & 1));
-            operation.mode = static_cast<EZtAudioResamplerMode>(choices_.Below(4));
+            operation.mode = static_cast<EZtAudioResamplerMode>(choices_.ConsumeIndex(4));
             break;
         }
         if (operation.kind == Kind::Resample && !stream_) {
-            SZtaWaveFormatInfo from = zta::host::Pcm16(1 + static_cast<std::uint32_t>(choices_.Below(2)), 44100);
+            SZtaWaveFormatInfo from = zta::host::Pcm16(1 + static_cast<std::uint32_t>(choices_.ConsumeIndex(2)), 44100);
             SZtaWaveFormatInfo to = zta::host::Pcm16(from.ulChannels, 48000);
             ZTA_FUZZ_CHECK(engine_->CreateAudioResampler(&from, &to, stream_.Put()) == 0);
         }
-        operation.hasArray = !choices_.Rarely(64);
+        operation.hasArray = !choices_.ConsumeWithOdds(64);
         MakeVolumes(operation, width);
-        const auto offset = [&] { return choices_.Rarely(8) ? choices_.Any<unsigned long>() : choices_.Below(300); };
+        const auto offset = [&] {
+            return choices_.ConsumeWithOdds(8) ? choices_.Any<unsigned long>() : choices_.ConsumeIndex(300);
+        };
         operation.from = offset();
         operation.to = offset();
         operation.length = offset();
-        if (operation.kind == Kind::Duplicate && operation.inputs[0] && choices_.Rarely(3)) {
+        if (operation.kind == Kind::Duplicate && operation.inputs[0] && choices_.ConsumeWithOdds(3)) {
             operation.length = operation.inputs[0]->Length() - operation.from; // to the very end
         }
         for (const Buffer& input : operation.inputs) {
             if (input) {
-                input->ForgetTold();
+                input->ClearReportedCode();
             }
         }
         return operation;
@@ -390,17 +393,17 @@ private:
 
     void MakeVolumes(Operation& operation, std::uint32_t width)
     {
-        const bool wanted = operation.kind == Kind::Volume || choices_.Rarely(4);
-        const std::size_t count = choices_.Rarely(12) ? choices_.Below(70) : wanted ? width : 0;
-        operation.hasVolumes = !choices_.Rarely(32);
+        const bool wanted = operation.kind == Kind::Volume || choices_.ConsumeWithOdds(4);
+        const std::size_t count = choices_.ConsumeWithOdds(12) ? choices_.ConsumeIndex(70) : wanted ? width : 0;
+        operation.hasVolumes = !choices_.ConsumeWithOdds(32);
         constexpr float kGains[] = {1.0F, 0.0F, 8.0F, 0.5F, 2.0F, 7.999F, -0.1F, 8.1F, 1e30F};
-        const std::size_t usual = choices_.Rarely(8) ? std::size(kGains) : 6;
+        const std::size_t usual = choices_.ConsumeWithOdds(8) ? std::size(kGains) : 6;
         for (std::size_t i = 0; i < count; ++i) {
-            const float start = kGains[choices_.Below(usual)];
-            operation.volumes.push_back(
-                {static_cast<std::uint32_t>(i), start, choices_.Flip() ? start : kGains[choices_.Below(usual)]});
+            const float start = kGains[choices_.ConsumeIndex(usual)];
+            operation.volumes.push_back({static_cast<std::uint32_t>(i), start,
+                                         choices_.ConsumeBool() ? start : kGains[choices_.ConsumeIndex(usual)]});
         }
-        if (choices_.Rarely(64) && !operation.volumes.empty()) {
+        if (choices_.ConsumeWithOdds(64) && !operation.volumes.empty()) {
             operation.volumes[0].fStartVolume = choices_.Any<float>();
         }
     }
@@ -413,7 +416,8 @@ private:
             return true;
         }
         const std::size_t frames = ContentOf(*operation.inputs[0]).Frames();
-        return (ContentOf(*operation.outputs[0]).Room() < frames) == (ContentOf(*operation.outputs[1]).Room() < frames);
+        return (ContentOf(*operation.outputs[0]).CapacityFrames() < frames) ==
+               (ContentOf(*operation.outputs[1]).CapacityFrames() < frames);
     }
 
     static void Announce(const Operation& operation)
@@ -469,7 +473,7 @@ private:
     /// Every ending frees the latch, but for the one that found it taken, and those that come before everything.
     static void CheckLatch(const Operation& operation, int status, bool wasBusy)
     {
-        const bool staysBusy = wasBusy && (status == ZT_E_MODULE_BUSY || operation.EndsAtOnce());
+        const bool staysBusy = wasBusy && (status == ZT_E_MODULE_BUSY || operation.FailsImmediately());
         ZTA_FUZZ_CHECK(SZtLayoutProbe::Busy(Object()) == (staysBusy ? 1U : 0U));
         ZTA_FUZZ_CHECK(!SZtLayoutProbe::HoldsOperands(Object()));
         SZtLayoutProbe::SetBusy(Object(), 0);
@@ -484,12 +488,12 @@ private:
         for (std::size_t i = 0; i < operation.inputs.size(); ++i) {
             if (operation.inputs[i]) {
                 left[operation.inputs[i].Get()].first +=
-                    operation.EndsAtOnce() || !operation.IsReadSignalled(i) ? 1 : 0;
+                    operation.FailsImmediately() || !operation.IsReadSignalled(i) ? 1 : 0;
             }
         }
         for (const Buffer& output : operation.outputs) {
             if (output) {
-                left[output.Get()].second += operation.EndsAtOnce() ? 1 : 0;
+                left[output.Get()].second += operation.FailsImmediately() ? 1 : 0;
             }
         }
         for (const auto& [buffer, counts] : left) {
@@ -527,14 +531,14 @@ private:
     static void CheckReferences(FaultyBuffer& buffer, long own)
     {
         const long kept = buffer.References() - own;
-        ZTA_FUZZ_CHECK(kept >= 0 && kept <= buffer.Refusals());
+        ZTA_FUZZ_CHECK(kept >= 0 && kept <= buffer.Rejections());
         buffer.ReleaseKept(kept);
     }
 
     /// A failure stands on each output.
     static void CheckErrorCodes(const Operation& operation, int status)
     {
-        if (status >= 0 || operation.EndsAtOnce()) {
+        if (status >= 0 || operation.FailsImmediately()) {
             return;
         }
         for (const Buffer& output : operation.outputs) {
@@ -544,7 +548,7 @@ private:
 
     // ---- Samples ----
 
-    static bool AreApart(const Operation& operation)
+    static bool AreDisjoint(const Operation& operation)
     {
         std::set<const FaultyBuffer*> all;
         std::size_t count = 0;
@@ -563,7 +567,7 @@ private:
     static void CheckSamples(const Operation& operation, int status, std::vector<Content> ins,
                              std::vector<Content> outs)
     {
-        if (!AreApart(operation) || ins.empty() || outs.empty()) {
+        if (!AreDisjoint(operation) || ins.empty() || outs.empty()) {
             return;
         }
         for (std::size_t i = 0; i < ins.size(); ++i) {
@@ -608,7 +612,7 @@ private:
         if (in.AsksForFade() && fade == nullptr) {
             return; // faded on a stage buffer
         }
-        const Conversion expected = in.AsksForFade() ? CopyFadedPlainly(in, out, *fade) : CopyPlainly(in, out);
+        const Conversion expected = in.AsksForFade() ? CopyFadedPlainly(in, out, *fade) : ReferenceCopy(in, out);
         if (expected.status == 1 && status < 0) {
             return;
         }
@@ -678,7 +682,7 @@ private:
         std::vector<const Content*> parts;
         for (Content& in : staged) {
             if (in.AsksForFade()) {
-                FadePlainly(*fade, in.description.bFadeIn, in.description.bFadeOut, in);
+                ReferenceFade(*fade, in.description.bFadeIn, in.description.bFadeOut, in);
             }
             parts.push_back(&in);
         }
@@ -686,7 +690,7 @@ private:
         const std::size_t frames = ins[0].Frames();
         const bool isStaged =
             isMux && std::any_of(ins.begin(), ins.end(), [](const Content& in) { return in.length > kScratchBytes; });
-        if (isStaged || (isMux ? out.Frames() : out.Room()) < frames) {
+        if (isStaged || (isMux ? out.Frames() : out.CapacityFrames()) < frames) {
             ZTA_FUZZ_CHECK(status == ZT_E_DESTINATION_BUFFER_TOO_SMALL);
             return;
         }
@@ -709,7 +713,7 @@ private:
                      (!in.AsksForFade() || !isMux || fade != nullptr);
         // Outputs of a mux that are longer than it receive what lies behind its valid frames.
         for (const Content& out : outs) {
-            plain = plain && (isMux ? out.Frames() == frames : out.Room() >= frames);
+            plain = plain && (isMux ? out.Frames() == frames : out.CapacityFrames() >= frames);
         }
         if (!plain) {
             return;
@@ -728,7 +732,7 @@ private:
                             elementBytes);
             }
             if (fade != nullptr) {
-                FadePlainly(*fade, in.description.bFadeIn, in.description.bFadeOut, expected);
+                ReferenceFade(*fade, in.description.bFadeIn, in.description.bFadeOut, expected);
             }
             const Content found = ContentOf(*operation.outputs[part]);
             ZTA_FUZZ_CHECK(found.bytes == expected.bytes);
@@ -771,16 +775,16 @@ private:
                 kept_.push_back(output);
             }
         }
-        if (choices_.Rarely(8)) {
+        if (choices_.ConsumeWithOdds(8)) {
             kept_.clear();
         }
     }
 
-    static inline Faults faults_;
+    static inline FaultInjector faults_;
     static inline FaultyHost* const host_ = new FaultyHost(faults_);
     static inline const Ref<IZtaAudioSamplesEngine> engine_ = zta::test::CreateEngine(*host_);
 
-    Choices& choices_;
+    FuzzInput& choices_;
     Ref<IUnknown> stream_;
     std::vector<Buffer> kept_;
     std::size_t frames_ = 0;
@@ -790,7 +794,7 @@ private:
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    Choices choices(data, size);
+    FuzzInput choices(data, size);
     Session session(choices);
     for (int step = 0; step < 8 && !choices.IsEmpty(); ++step) {
         session.Step();

@@ -5,10 +5,10 @@
 #include "host/formats.h"
 #include "kernels/bit_depth_list.h"
 #include "kernels/sample_format.h"
+#include "testing/format_model.h"
 #include "testing/models/conversion_models.h"
 #include "testing/models/fade_model.h"
 #include "testing/models/gain_model.h"
-#include "testing/format_model.h"
 
 #include <zta/status.h>
 
@@ -27,7 +27,7 @@ struct Content {
 
     [[nodiscard]] const SZtaWaveFormatInfo& Format() const { return description.sWaveFormat; }
     [[nodiscard]] std::size_t Frames() const { return length / host::BytesPerFrame(Format()); }
-    [[nodiscard]] std::size_t Room() const { return bytes.size() / host::BytesPerFrame(Format()); }
+    [[nodiscard]] std::size_t CapacityFrames() const { return bytes.size() / host::BytesPerFrame(Format()); }
     [[nodiscard]] bool AsksForFade() const { return description.bFadeIn || description.bFadeOut; }
 };
 
@@ -60,13 +60,13 @@ inline void FixLabel(Content& content)
 }
 
 /// One law of conversion between two layouts, for samples of these sizes.
-struct Law {
+struct Op {
     EZtAudioSampleFormatProperty in;
     EZtAudioSampleFormatProperty out;
     void (*convert)(const std::uint8_t* in, std::uint8_t* out);
 };
 
-inline constexpr Law kLaws[] = {
+inline constexpr Op kLaws[] = {
 #define ZTA_FUZZ_LAW(in, out, name, arithmetic, samples)                                                               \
     {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, models::Convert##arithmetic},
     ZTA_BIT_DEPTH_LIST(ZTA_FUZZ_LAW)
@@ -79,17 +79,17 @@ struct Conversion {
     std::optional<Content> out;
 };
 
-inline Conversion ConvertPlainly(const Content& in, const Content& out)
+inline Conversion ReferenceConvert(const Content& in, const Content& out)
 {
     const auto inProperty = PropertyOf(in.Format());
     const auto outProperty = PropertyOf(out.Format());
     if (!inProperty || !outProperty) {
         return {ZT_E_FORMAT_NOT_SUPPORTED, out};
     }
-    if (out.Room() < in.Frames()) {
+    if (out.CapacityFrames() < in.Frames()) {
         return {ZT_E_DESTINATION_BUFFER_TOO_SMALL, out};
     }
-    for (const Law& law : kLaws) {
+    for (const Op& law : kLaws) {
         if (law.in != *inProperty || law.out != *outProperty) {
             continue;
         }
@@ -109,7 +109,7 @@ inline Conversion ConvertPlainly(const Content& in, const Content& out)
 }
 
 /// A copy without a fade.
-inline Conversion CopyPlainly(Content in, Content out)
+inline Conversion ReferenceCopy(Content in, Content out)
 {
     FixLabel(in);
     FixLabel(out);
@@ -140,27 +140,27 @@ inline Conversion CopyPlainly(Content in, Content out)
         }
         return {1, out};
     }
-    return ConvertPlainly(in, out);
+    return ReferenceConvert(in, out);
 }
 
 /// How the samples of a layout are faded.
 struct FadeRow {
     EZtAudioSampleFormatProperty property;
-    models::FadeLaw law;
+    models::FadeOp law;
     std::size_t channels;
 };
 
 inline constexpr FadeRow kFadeRows[] = {
-    {keZtAudioSampleFormat16In16Mono, models::FadeLaw::Each16, 1},
-    {keZtAudioSampleFormat16In16Stereo, models::FadeLaw::Stereo16, 2},
-    {keZtAudioSampleFormat16In16Mux4, models::FadeLaw::Each16, 4},
-    {keZtAudioSampleFormat16In16Mux8, models::FadeLaw::Each16, 8},
-    {keZtAudioSampleFormat16In16Mux16, models::FadeLaw::Each16, 16},
-    {keZtAudioSampleFormat24In32Mono, models::FadeLaw::Each24, 1},
-    {keZtAudioSampleFormat24In32Stereo, models::FadeLaw::Each24, 2},
-    {keZtAudioSampleFormat24In32Mux4, models::FadeLaw::Mux24, 4},
-    {keZtAudioSampleFormat24In32Mux8, models::FadeLaw::Mux24, 8},
-    {keZtAudioSampleFormat24In32Mux16, models::FadeLaw::Mux24, 16},
+    {keZtAudioSampleFormat16In16Mono, models::FadeOp::Int16, 1},
+    {keZtAudioSampleFormat16In16Stereo, models::FadeOp::Stereo16, 2},
+    {keZtAudioSampleFormat16In16Mux4, models::FadeOp::Int16, 4},
+    {keZtAudioSampleFormat16In16Mux8, models::FadeOp::Int16, 8},
+    {keZtAudioSampleFormat16In16Mux16, models::FadeOp::Int16, 16},
+    {keZtAudioSampleFormat24In32Mono, models::FadeOp::Int24In32, 1},
+    {keZtAudioSampleFormat24In32Stereo, models::FadeOp::Int24In32, 2},
+    {keZtAudioSampleFormat24In32Mux4, models::FadeOp::Mux24, 4},
+    {keZtAudioSampleFormat24In32Mux8, models::FadeOp::Mux24, 8},
+    {keZtAudioSampleFormat24In32Mux16, models::FadeOp::Mux24, 16},
 };
 
 /// The row of a format that is its property's own, or null.
@@ -177,7 +177,7 @@ inline const FadeRow* FadeRowOf(const SZtaWaveFormatInfo& format)
 }
 
 /// Fades valid frames in place. A short mono or stereo buffer gets the outer end of the ramp, a short mux nothing.
-inline int FadePlainly(const FadeRow& row, bool in, bool out, Content& content)
+inline int ReferenceFade(const FadeRow& row, bool in, bool out, Content& content)
 {
     constexpr std::size_t kRamp = 200;
     const std::size_t frames = content.Frames();
@@ -202,9 +202,9 @@ inline int FadePlainly(const FadeRow& row, bool in, bool out, Content& content)
 /// A copy that asks for a fade, into a format that can be faded where it is.
 inline Conversion CopyFadedPlainly(const Content& in, const Content& out, const FadeRow& row)
 {
-    Conversion result = CopyPlainly(in, out);
+    Conversion result = ReferenceCopy(in, out);
     if (result.status == 0 && result.out) {
-        result.status = FadePlainly(row, in.description.bFadeIn, in.description.bFadeOut, *result.out);
+        result.status = ReferenceFade(row, in.description.bFadeIn, in.description.bFadeOut, *result.out);
     } else if (result.status >= 0) {
         return {result.status, std::nullopt};
     }

@@ -15,7 +15,7 @@
 
 namespace {
 
-using zta::fuzz::Choices;
+using zta::fuzz::FuzzInput;
 using zta::fuzz::Noise;
 using zta::host::AudioBuffer;
 using zta::host::Ref;
@@ -63,26 +63,26 @@ public:
         ZTA_FUZZ_CHECK(engine.CreateAudioResampler(&from_, &to_, stream_.Put()) == 0);
     }
 
-    void Run(Choices& choices)
+    void Run(FuzzInput& choices)
     {
         Noise noise(choices.Any<std::uint16_t>());
         for (int piece = 0; piece < 24 && !choices.IsEmpty(); ++piece) {
-            const std::size_t most = choices.Rarely(8) ? 9000 : choices.Rarely(3) ? 700 : 40;
-            const std::size_t frames = choices.Below(most);
-            if (choices.Rarely(8) || (piece == 0 && choices.Flip())) {
+            const std::size_t most = choices.ConsumeWithOdds(8) ? 9000 : choices.ConsumeWithOdds(3) ? 700 : 40;
+            const std::size_t frames = choices.ConsumeIndex(most);
+            if (choices.ConsumeWithOdds(8) || (piece == 0 && choices.ConsumeBool())) {
                 Compare();
                 restart_ = true;
             }
             const std::size_t least = up_ ? frames * 160 / 147 + 1 : std::max(frames * 147 / 160 + 1, frames);
             // In stereo the stages have room, and what does not fit into the output is lost.
-            const bool fits = channels_ == 2 || !choices.Rarely(8);
-            Process(noise, frames, fits ? least + 1 + choices.Below(100) : choices.Below(least), choices);
+            const bool fits = channels_ == 2 || !choices.ConsumeWithOdds(8);
+            Process(noise, frames, fits ? least + 1 + choices.ConsumeIndex(100) : choices.ConsumeIndex(least), choices);
         }
         Compare();
     }
 
 private:
-    void Process(Noise& noise, std::size_t frames, std::size_t room, Choices& choices)
+    void Process(Noise& noise, std::size_t frames, std::size_t room, FuzzInput& choices)
     {
         const std::size_t frameBytes = channels_ * sizeof(std::int16_t);
         if (frames == 0 && channels_ == 2) {
@@ -100,7 +100,7 @@ private:
         input->SetValidLength(frames * frameBytes);
         input->AnnounceRead();
         output->AnnounceWrite();
-        const auto continues = static_cast<EZtAudioResamplerMode>(choices.Flip() ? 1 : 7);
+        const auto continues = static_cast<EZtAudioResamplerMode>(choices.ConsumeBool() ? 1 : 7);
         const int status = engine_.ProcessAudioResampler(
             input.Get(), output.Get(), restart_ ? keZtAudioResamplerModeRestart : continues, stream_.Get());
         ZTA_FUZZ_CHECK(input->ReadCount() == 0 && output->WriteCount() == 0);
@@ -118,12 +118,12 @@ private:
             return;
         }
         if (restart_) {
-            stretch_.clear();
+            segment_.clear();
             found_.clear();
             restart_ = false;
             primed_ = true;
         }
-        stretch_.insert(stretch_.end(), samples.begin(), samples.end());
+        segment_.insert(segment_.end(), samples.begin(), samples.end());
         Samples made(output->Length() / sizeof(std::int16_t));
         if (!made.empty()) {
             std::memcpy(made.data(), output->Data(), output->Length());
@@ -145,7 +145,7 @@ private:
         static const Filter up(44100, 48000);
         static const Filter down(48000, 44100);
         for (std::size_t channel = 0; channel < channels_; ++channel) {
-            const Samples stretch = Channel(stretch_, channel);
+            const Samples stretch = Channel(segment_, channel);
             const std::int16_t before = primed_ && !stretch.empty() ? stretch.front() : std::int16_t{0};
             ZTA_FUZZ_CHECK(Channel(found_, channel) == (up_ ? up : down).Run(stretch, before));
         }
@@ -159,7 +159,7 @@ private:
     Ref<IUnknown> stream_;
     bool restart_ = false;
     bool primed_ = false; ///< the stretch began with a restart
-    Samples stretch_;     ///< since then
+    Samples segment_;     ///< since then
     Samples found_;
 };
 
@@ -169,8 +169,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const auto hostEngine = zta::host::HostEngine::Create();
     static const auto engine = zta::test::CreateEngine(*hostEngine);
-    Choices choices(data, size);
-    const std::uint32_t channels = choices.Flip() ? 2 : 1;
-    Stream(*engine, channels, choices.Flip()).Run(choices);
+    FuzzInput choices(data, size);
+    const std::uint32_t channels = choices.ConsumeBool() ? 2 : 1;
+    Stream(*engine, channels, choices.ConsumeBool()).Run(choices);
     return 0;
 }

@@ -13,9 +13,9 @@
 
 namespace {
 
-using zta::fuzz::Choices;
+using zta::fuzz::FuzzInput;
 using zta::fuzz::Noise;
-using zta::test::SignalBuild;
+using zta::test::SignalVariant;
 
 constexpr int kLargestBlock = 0x7FFFFFFE;
 
@@ -31,10 +31,10 @@ Block MakeBlock(int size)
     return Block(static_cast<IppsResamplingPolyphaseFixed_16s*>(memory));
 }
 
-std::vector<std::int16_t> MakeSamples(Choices& choices, std::size_t count)
+std::vector<std::int16_t> MakeSamples(FuzzInput& choices, std::size_t count)
 {
     Noise noise(choices.Any<std::uint16_t>());
-    const bool fullScale = choices.Flip();
+    const bool fullScale = choices.ConsumeBool();
     std::vector<std::int16_t> samples(count);
     for (std::int16_t& sample : samples) {
         const auto value = static_cast<std::int16_t>(noise.Next());
@@ -44,17 +44,17 @@ std::vector<std::int16_t> MakeSamples(Choices& choices, std::size_t count)
 }
 
 /// A count that is mostly small, now and then anything.
-int MakeCount(Choices& choices, std::size_t usual)
+int MakeCount(FuzzInput& choices, std::size_t usual)
 {
-    return choices.Rarely(16) ? choices.Any<int>() : static_cast<int>(choices.Below(usual));
+    return choices.ConsumeWithOdds(16) ? choices.Any<int>() : static_cast<int>(choices.ConsumeIndex(usual));
 }
 
-void CheckSetAndMove(Choices& choices, const SignalBuild& build)
+void CheckSetAndMove(FuzzInput& choices, const SignalVariant& build)
 {
-    const int len = static_cast<int>(choices.Below(600)) - 2;
+    const int len = static_cast<int>(choices.ConsumeIndex(600)) - 2;
     const auto room = static_cast<std::size_t>(std::max(len, 0));
     const auto value = choices.Any<std::int16_t>();
-    const bool null = choices.Rarely(16);
+    const bool null = choices.ConsumeWithOdds(16);
     std::vector<std::int16_t> memory = MakeSamples(choices, room);
     std::vector<std::int16_t> expected = memory;
     const IppStatus status = null ? ippStsNullPtrErr : len < 1 ? ippStsSizeErr : ippStsNoErr;
@@ -67,8 +67,8 @@ void CheckSetAndMove(Choices& choices, const SignalBuild& build)
     ZTA_FUZZ_CHECK(memory == expected);
 
     // Both ends lie in one stretch of memory and may overlap.
-    const std::size_t distance = choices.Below(room + 1);
-    const bool forwards = choices.Flip();
+    const std::size_t distance = choices.ConsumeIndex(room + 1);
+    const bool forwards = choices.ConsumeBool();
     memory = MakeSamples(choices, room + distance);
     expected = memory;
     const std::size_t from = forwards ? 0 : distance;
@@ -77,7 +77,7 @@ void CheckSetAndMove(Choices& choices, const SignalBuild& build)
         std::memmove(expected.data() + to, expected.data() + from, room * sizeof(std::int16_t));
     }
     std::int16_t* const start = memory.empty() ? &none : memory.data();
-    const bool nullSource = null && choices.Flip();
+    const bool nullSource = null && choices.ConsumeBool();
     ZTA_FUZZ_CHECK(build.ippsMove_16s(nullSource ? nullptr : start + from, null && !nullSource ? nullptr : start + to,
                                       len) == status);
     ZTA_FUZZ_CHECK(memory == expected);
@@ -91,14 +91,14 @@ std::int64_t SizeOf(const models::FilterPlan& plan)
     return size > kLargestBlock ? -1 : size;
 }
 
-void CheckSize(Choices& choices, const SignalBuild& build)
+void CheckSize(FuzzInput& choices, const SignalVariant& build)
 {
     models::FilterPlan plan{MakeCount(choices, 100000), MakeCount(choices, 100000), MakeCount(choices, 300),
-                            choices.Flip() ? models::TapKind::Floats : models::TapKind::Words};
+                            choices.ConsumeBool() ? models::TapKind::Floats : models::TapKind::Words};
     int size = -7;
     int length = -7;
     int height = -7;
-    const std::size_t null = choices.Below(16);
+    const std::size_t null = choices.ConsumeIndex(16);
     const IppStatus status = build.ippsResamplePolyphaseFixedGetSize_16s(
         plan.inRate, plan.outRate, plan.length, null == 1 ? nullptr : &size, null == 2 ? nullptr : &length,
         null == 3 ? nullptr : &height, zta::test::HintOf(plan.kind));
@@ -119,21 +119,22 @@ void CheckSize(Choices& choices, const SignalBuild& build)
     }
 }
 
-float MakeParameter(Choices& choices, float usual)
+float MakeParameter(FuzzInput& choices, float usual)
 {
     constexpr float kOdd[] = {0.0F, -1.0F, 1e30F, std::numeric_limits<float>::quiet_NaN()};
-    return choices.Rarely(16) ? choices.OneOf(kOdd) : usual;
+    return choices.ConsumeWithOdds(16) ? choices.OneOf(kOdd) : usual;
 }
 
-void CheckRun(Choices& choices, const SignalBuild& build)
+void CheckRun(FuzzInput& choices, const SignalVariant& build)
 {
     constexpr int kRates[][2] = {{44100, 48000}, {48000, 44100}, {1, 1}, {1, 3}, {7, 3}, {2, 1}};
     const auto& rates = choices.OneOf(kRates);
-    models::FilterPlan plan{rates[0], rates[1], 32, choices.Flip() ? models::TapKind::Floats : models::TapKind::Words};
-    if (choices.Flip()) {
-        plan.inRate = 1 + static_cast<int>(choices.Below(250));
-        plan.outRate = 1 + static_cast<int>(choices.Below(250));
-        plan.length = 1 + static_cast<int>(choices.Below(80));
+    models::FilterPlan plan{rates[0], rates[1], 32,
+                            choices.ConsumeBool() ? models::TapKind::Floats : models::TapKind::Words};
+    if (choices.ConsumeBool()) {
+        plan.inRate = 1 + static_cast<int>(choices.ConsumeIndex(250));
+        plan.outRate = 1 + static_cast<int>(choices.ConsumeIndex(250));
+        plan.length = 1 + static_cast<int>(choices.ConsumeIndex(80));
     }
     int size = 0;
     int length = 0;
@@ -141,8 +142,8 @@ void CheckRun(Choices& choices, const SignalBuild& build)
     ZTA_FUZZ_CHECK(build.ippsResamplePolyphaseFixedGetSize_16s(plan.inRate, plan.outRate, plan.length, &size, &length,
                                                                &height, zta::test::HintOf(plan.kind)) == ippStsNoErr);
     const Block block = MakeBlock(size);
-    const float rollOff = MakeParameter(choices, static_cast<float>(1 + choices.Below(255)) / 256.0F);
-    const float alpha = MakeParameter(choices, 1.0F + static_cast<float>(choices.Below(200)) / 16.0F);
+    const float rollOff = MakeParameter(choices, static_cast<float>(1 + choices.ConsumeIndex(255)) / 256.0F);
+    const float alpha = MakeParameter(choices, 1.0F + static_cast<float>(choices.ConsumeIndex(200)) / 16.0F);
     // What is no number is not refused.
     const bool good = !(rollOff <= 0.0F || rollOff > 1.0F || alpha < 1.0F);
     const IppStatus made = build.ippsResamplePolyphaseFixedInit_16s(plan.inRate, plan.outRate, plan.length, rollOff,
@@ -154,9 +155,9 @@ void CheckRun(Choices& choices, const SignalBuild& build)
 
     // From half a filter before the first position to half a filter behind the last one that may be.
     const models::BlockHead head = models::HeadOf(block.get());
-    const int len = static_cast<int>(choices.Below(500)) - 1;
+    const int len = static_cast<int>(choices.ConsumeIndex(500)) - 1;
     const double fraction = static_cast<double>(choices.Any<std::uint16_t>()) / 65536.0;
-    const double start = head.halfLen + static_cast<int>(choices.Below(3)) + fraction;
+    const double start = head.halfLen + static_cast<int>(choices.ConsumeIndex(3)) + fraction;
     const std::size_t count = static_cast<std::size_t>(static_cast<int>(start) + std::max(len, 0) + head.halfLen + 1);
     const std::vector<std::int16_t> source = MakeSamples(choices, count);
     const std::size_t room =
@@ -174,7 +175,7 @@ void CheckRun(Choices& choices, const SignalBuild& build)
         return;
     }
     const bool sumsInFloat = std::string(build.prefix) == "m7" || std::string(build.prefix) == "n8";
-    const models::RunResult model = models::Run(source.data(), len, norm, start, block.get(), sumsInFloat);
+    const models::ResampleResult model = models::Run(source.data(), len, norm, start, block.get(), sumsInFloat);
     ZTA_FUZZ_CHECK(outputs == static_cast<int>(model.samples.size()));
     ZTA_FUZZ_CHECK(std::abs(time - model.time) < 1e-9);
     for (std::size_t i = 0; i < model.samples.size(); ++i) {
@@ -183,11 +184,11 @@ void CheckRun(Choices& choices, const SignalBuild& build)
     }
 }
 
-void CheckMemory(Choices& choices)
+void CheckMemory(FuzzInput& choices)
 {
     constexpr int kMost = 0x7FFFFFFF - 72;
     constexpr int kOdd[] = {0, -1, kMost + 1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()};
-    const int len = choices.Rarely(3) ? choices.OneOf(kOdd) : static_cast<int>(choices.Below(10000));
+    const int len = choices.ConsumeWithOdds(3) ? choices.OneOf(kOdd) : static_cast<int>(choices.ConsumeIndex(10000));
     unsigned char* const memory = ippsMalloc_8u(len);
     ZTA_FUZZ_CHECK((memory != nullptr) == (len >= 1 && len <= kMost));
     ZTA_FUZZ_CHECK(reinterpret_cast<std::uintptr_t>(memory) % 64 == 0);
@@ -198,18 +199,18 @@ void CheckMemory(Choices& choices)
 }
 
 /// Masks that leave the processor no build beyond its own.
-void CheckFeatures(Choices& choices)
+void CheckFeatures(FuzzInput& choices)
 {
-    const std::uint64_t detected = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
-    const std::uint64_t asked = choices.Any<std::uint64_t>() & (detected | kui64UnknownFeatures);
+    const std::uint64_t detected = ZtaDetectCpuFeatures(ZtaReadCpuid());
+    const std::uint64_t asked = choices.Any<std::uint64_t>() & (detected | kUnknownFeatures);
     std::uint64_t checked = asked;
     IppStatus expected = ZtaCheckFeatures(checked, detected);
-    const SZtaSelection selection = ZtaSelectBuild(checked);
+    const SZtaSelection selection = ZtaSelectVariant(checked);
     if (selection.eStatus != ippStsNoErr) {
         expected = selection.eStatus;
     }
     // Some selections imply more than was asked for; only those that this processor runs are made.
-    if ((selection.ui64Enabled & ~(detected | kui64UnknownFeatures)) == 0) {
+    if ((selection.ui64Enabled & ~(detected | kUnknownFeatures)) == 0) {
         const IppStatus status = ippSetCpuFeatures(asked);
         ZTA_FUZZ_CHECK(status == expected || status == ippStsUnknownFeature || status == ippStsFeatureNotSupported ||
                        status == ippStsFeaturesCombination || status == ippStsNotSupportedCpu);
@@ -225,11 +226,11 @@ void CheckFeatures(Choices& choices)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const std::vector<SignalBuild> builds = zta::test::ExecutableSignalBuilds();
-    Choices choices(data, size);
+    static const std::vector<SignalVariant> builds = zta::test::SupportedSignalVariants();
+    FuzzInput choices(data, size);
     for (int step = 0; step < 20 && !choices.IsEmpty(); ++step) {
-        const std::size_t function = choices.Below(8);
-        const SignalBuild& build = builds[choices.Below(builds.size())];
+        const std::size_t function = choices.ConsumeIndex(8);
+        const SignalVariant& build = builds[choices.ConsumeIndex(builds.size())];
         switch (function) {
         case 0:
             CheckSetAndMove(choices, build);

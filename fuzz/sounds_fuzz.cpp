@@ -4,13 +4,13 @@
 #include "fuzz/fuzz_input.h"
 #include "host/formats.h"
 #include "testing/temp_directory.h"
-#include "tools/ztaudio/block_reader.h"
 #include "tools/common/failure.h"
+#include "tools/ztaudio/block_reader.h"
 #include "tools/ztaudio/truncation_check.h"
 
 namespace {
 
-using zta::fuzz::Choices;
+using zta::fuzz::FuzzInput;
 
 /// A file may promise any count of frames; so many tell enough.
 constexpr sf_count_t kMostFrames = 20000;
@@ -18,7 +18,7 @@ constexpr std::uint32_t kMostChannels = 64;
 
 void Read(const std::filesystem::path& path, sf_count_t blockFrames, bool fadeIn, bool fadeOut)
 {
-    SoundReader sound(path);
+    SoundFileReader sound(path);
     for (const Tag& tag : sound.Tags()) {
         ZTA_FUZZ_CHECK(!tag.text.empty());
     }
@@ -62,9 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     // The last bytes tell how to read, so that the file's own begin where its format wants them.
-    Choices choices(data + size - 2, 2);
-    const auto blockFrames = static_cast<sf_count_t>(1 + choices.Below(256) * 5);
-    const std::size_t fades = choices.Below(4);
+    FuzzInput choices(data + size - 2, 2);
+    const auto blockFrames = static_cast<sf_count_t>(1 + choices.ConsumeIndex(256) * 5);
+    const std::size_t fades = choices.ConsumeIndex(4);
     const std::string path = directory.File("fuzz.sound");
     WriteTextFile(path, std::string(reinterpret_cast<const char*>(data), size - 2));
     MissingBytes(path);

@@ -54,7 +54,7 @@ std::uint32_t* FutexWord(std::atomic<std::uint32_t>& word)
 }
 
 /// Sleeps while the word holds `expected`, at most for `timeout`. It may also return for no reason.
-void SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t expected, std::chrono::nanoseconds timeout)
+void FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected, std::chrono::nanoseconds timeout)
 {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
     timespec limit{};
@@ -63,7 +63,7 @@ void SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t expected, std::chro
     syscall(SYS_futex, FutexWord(word), FUTEX_WAIT_PRIVATE, expected, &limit, nullptr, 0);
 }
 
-void WakeAll(std::atomic<std::uint32_t>& word)
+void FutexWakeAll(std::atomic<std::uint32_t>& word)
 {
     syscall(SYS_futex, FutexWord(word), FUTEX_WAKE_PRIVATE, INT32_MAX, nullptr, nullptr, 0);
 }
@@ -156,7 +156,7 @@ int AudioBuffer::EndAccess(std::uint32_t one, std::uint32_t mask, int refusal)
     } while (!open_.compare_exchange_weak(open, open - one));
     // A waiter counts itself before it looks at the word, so either it sees the zero or it is seen here.
     if (open == one && waiters_.load() != 0) {
-        WakeAll(open_);
+        FutexWakeAll(open_);
     }
     return ZT_NOERROR;
 }
@@ -294,7 +294,7 @@ bool AudioBuffer::WaitForCompletion(std::chrono::nanoseconds timeout)
     ++waiters_;
     std::uint32_t open = open_;
     for (auto left = timeout; open != 0 && left.count() > 0; left = timeout - (Clock::now() - start)) {
-        SleepOn(open_, open, left);
+        FutexWait(open_, open, left);
         open = open_;
     }
     --waiters_;

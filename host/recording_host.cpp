@@ -7,7 +7,7 @@
 
 namespace zta::host {
 
-int Journal::Enter(const std::string& entry)
+int CallLog::Enter(const std::string& entry)
 {
     calls_.push_back(entry);
     ++sinceRequest_;
@@ -27,43 +27,43 @@ int Journal::Enter(const std::string& entry)
     return 0;
 }
 
-void Journal::Clear()
+void CallLog::Clear()
 {
     calls_.clear();
 }
 
-int Journal::Count(const std::string& entry) const
+int CallLog::Count(const std::string& entry) const
 {
     return static_cast<int>(std::count(calls_.begin(), calls_.end(), entry));
 }
 
-void Journal::FailCall(int n, bool lasting)
+void CallLog::FailCall(int n, bool persistent)
 {
     failAt_ = n;
-    lasting_ = lasting;
+    lasting_ = persistent;
     sinceRequest_ = 0;
     failed_ = false;
 }
 
-void Journal::FailEntry(const std::string& entry, int status)
+void CallLog::FailCallsTo(const std::string& entry, int status)
 {
     failingEntries_.emplace_back(entry, status);
     failed_ = false;
 }
 
-void Journal::StopFailing()
+void CallLog::ClearFaults()
 {
     failAt_ = 0;
     failingEntries_.clear();
 }
 
-Ref<RecordingBuffer> RecordingBuffer::Create(Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
+Ref<RecordingBuffer> RecordingBuffer::Create(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
                                              std::size_t capacityBytes)
 {
     return Ref<RecordingBuffer>::Adopt(new RecordingBuffer(journal, std::move(name), format, capacityBytes));
 }
 
-RecordingBuffer::RecordingBuffer(Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
+RecordingBuffer::RecordingBuffer(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
                                  std::size_t capacityBytes)
     : AudioBuffer(format, capacityBytes), journal_(journal), name_(std::move(name))
 {
@@ -188,7 +188,7 @@ int RecordingHost::QueryInterface(const _GUID& /*riid*/, void** ppv)
 int RecordingHost::CreateAudioSamples(SZtCreateAudioSamplesDescription* description, IZtAudioSamples** samples)
 {
     requests_.push_back(*description);
-    const int number = Requests();
+    const int number = CreationCount();
     if (number == failAt_) {
         return kInjectedFailure;
     }

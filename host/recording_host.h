@@ -17,7 +17,7 @@ inline constexpr int kInjectedFailure = static_cast<int>(0x8999FACE);
 
 /// The calls that a set of recording buffers received, in order, as "buffer.Operation" or "buffer.Operation(value)".
 /// AddRef and Release are not among them.
-class Journal {
+class CallLog {
 public:
     /// Writes a call down, runs the hook, and returns 0 or the failure to inject.
     int Enter(const std::string& entry);
@@ -32,11 +32,11 @@ public:
     [[nodiscard]] int Count(const std::string& entry) const;
 
     /// Lets call number `n` from now on fail, counted from 1; with `lasting` every call after it, too.
-    void FailCall(int n, bool lasting = false);
+    void FailCall(int n, bool persistent = false);
     /// Lets every call of an entry fail, for example "source.QueryInterface".
-    void FailEntry(const std::string& entry, int status = kInjectedFailure);
+    void FailCallsTo(const std::string& entry, int status = kInjectedFailure);
     /// No call fails from now on.
-    void StopFailing();
+    void ClearFaults();
     /// True once a call has been failed since the last request.
     [[nodiscard]] bool HasFailed() const { return failed_; }
 
@@ -56,7 +56,7 @@ private:
 class RecordingBuffer : public AudioBuffer {
 public:
     /// As `AudioBuffer::Create`; the journal outlives the buffer.
-    static Ref<RecordingBuffer> Create(Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
+    static Ref<RecordingBuffer> Create(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
                                        std::size_t capacityBytes);
 
     int QueryInterface(const _GUID& riid, void** ppv) override;
@@ -85,11 +85,11 @@ public:
 
 protected:
     /// The object starts with one reference, its creator's.
-    RecordingBuffer(Journal& journal, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
+    RecordingBuffer(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
     ~RecordingBuffer() override = default;
 
 private:
-    Journal& journal_;
+    CallLog& journal_;
     std::string name_;
     long references_ = 1;
 };
@@ -99,7 +99,7 @@ private:
 class RecordingHost : public IZtQuonEnginePrivate {
 public:
     /// The journal is that of all buffers, and outlives the host.
-    explicit RecordingHost(Journal& journal) : journal_(journal) {}
+    explicit RecordingHost(CallLog& journal) : journal_(journal) {}
     virtual ~RecordingHost() = default;
 
     int QueryInterface(const _GUID& riid, void** ppv) override;
@@ -111,16 +111,16 @@ public:
     void FailRequest(int n) { failAt_ = n; }
 
     /// How many buffers have been asked for.
-    [[nodiscard]] int Requests() const { return static_cast<int>(requests_.size()); }
+    [[nodiscard]] int CreationCount() const { return static_cast<int>(requests_.size()); }
     /// The records that they were asked for with.
-    [[nodiscard]] const std::vector<SZtCreateAudioSamplesDescription>& RequestRecords() const { return requests_; }
+    [[nodiscard]] const std::vector<SZtCreateAudioSamplesDescription>& CreationRequests() const { return requests_; }
     /// The pool's buffers, without references of their own: alive as long as the engine.
     [[nodiscard]] const std::vector<RecordingBuffer*>& Buffers() const { return buffers_; }
     /// The buffer of this name. Throws std::out_of_range if there is none.
     [[nodiscard]] RecordingBuffer& Buffer(const std::string& name) const;
 
 private:
-    Journal& journal_;
+    CallLog& journal_;
     int failAt_ = 0;
     std::vector<SZtCreateAudioSamplesDescription> requests_;
     std::vector<RecordingBuffer*> buffers_;

@@ -141,7 +141,7 @@ protected:
         }
     }
 
-    Journal journal_;
+    CallLog journal_;
     RecordingHost host_{journal_};
     host::Ref<IZtaAudioSamplesEngine> engine_;
 };

@@ -54,7 +54,7 @@ private:
 };
 
 /// The filter that a build makes for a plan.
-inline FilterBlock MakeFilter(const SignalBuild& build, const models::FilterPlan& plan, float rollOff = 1.0f,
+inline FilterBlock MakeFilter(const SignalVariant& build, const models::FilterPlan& plan, float rollOff = 1.0f,
                               float alpha = 9.0f)
 {
     int size = 0;

@@ -9,7 +9,7 @@
 
 namespace models {
 
-inline std::optional<std::uint32_t> OfSevenWidths(std::uint32_t channels, std::uint32_t mono)
+inline std::optional<std::uint32_t> PropertyForChannels(std::uint32_t channels, std::uint32_t mono)
 {
     switch (channels) {
     case 1:
@@ -48,7 +48,7 @@ inline std::optional<std::uint32_t> PcmProperty(std::uint32_t container, std::ui
             return 9;
         }
         if (valid == 24) {
-            const auto width = rate == 48000 ? OfSevenWidths(channels, 8) : std::nullopt;
+            const auto width = rate == 48000 ? PropertyForChannels(channels, 8) : std::nullopt;
             return width ? width : 15;
         }
         return std::nullopt;
@@ -61,10 +61,10 @@ inline std::optional<std::uint32_t> PcmProperty(std::uint32_t container, std::ui
             return channels == 1 ? std::optional<std::uint32_t>(18)
                                  : (channels == 2 ? std::optional<std::uint32_t>(19) : std::nullopt);
         }
-        return rate == 48000 ? OfSevenWidths(channels, 1) : std::nullopt;
+        return rate == 48000 ? PropertyForChannels(channels, 1) : std::nullopt;
     }
     if (container == 24) {
-        return valid == 24 && rate == 48000 ? OfSevenWidths(channels, 20) : std::nullopt;
+        return valid == 24 && rate == 48000 ? PropertyForChannels(channels, 20) : std::nullopt;
     }
     return std::nullopt;
 }
@@ -97,7 +97,7 @@ inline std::optional<std::uint32_t> MultiFormatProperty(std::uint32_t container,
         return rate == 48000 && channels == 2 ? std::optional<std::uint32_t>(2) : std::nullopt;
     }
     if (valid == 24) {
-        const auto width = rate == 48000 ? OfSevenWidths(channels, 8) : std::nullopt;
+        const auto width = rate == 48000 ? PropertyForChannels(channels, 8) : std::nullopt;
         return width ? width : 15;
     }
     return std::nullopt;

@@ -53,7 +53,7 @@ public:
     bool Save(bool really)
     {
         if (really) {
-            disk = Shown(true);
+            disk = Serialized(true);
             is_dirty_ = false;
         }
         return true;
@@ -66,7 +66,7 @@ public:
         }
     }
 
-    Text Content() const { return Shown(false); }
+    Text Content() const { return Serialized(false); }
 
     bool HasSection(const Text& section) const
     {
@@ -250,7 +250,7 @@ private:
         }
     }
 
-    Text Shown(bool with_blank) const
+    Text Serialized(bool with_blank) const
     {
         Text text;
         for (const Line& line : lines) {

@@ -13,7 +13,7 @@ namespace zta::test {
 /// Behaves like RecordingBuffer until a field says otherwise.
 class MisbehavingBuffer : public RecordingBuffer {
 public:
-    static host::Ref<MisbehavingBuffer> Create(Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
+    static host::Ref<MisbehavingBuffer> Create(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
                                                std::size_t capacityBytes)
     {
         return host::Ref<MisbehavingBuffer>::Adopt(

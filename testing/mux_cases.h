@@ -11,8 +11,8 @@
 #include <cstddef>
 #include <vector>
 
-struct MuxRow {
-    using Assemble = int (*)(void** sources, unsigned long count, void* mux, unsigned long frames);
+struct MuxCase {
+    using CallInterleave = int (*)(void** sources, unsigned long count, void* mux, unsigned long frames);
     using Split = int (*)(void* mux, void** destinations, unsigned long count, unsigned long frames);
 
     int input;
@@ -21,7 +21,7 @@ struct MuxRow {
     unsigned long elementBytes;
     unsigned long blockFrames; ///< 0 for kernels that take any count of buffers
     const char* name;
-    Assemble assemble;
+    CallInterleave assemble;
     Split split;
 };
 
@@ -31,7 +31,7 @@ struct MuxRow {
 #name, nullptr, [](void* m, void** d, unsigned long n, unsigned long f) { return type().name(m, d, n, f); }
 
 // clang-format off
-inline const std::vector<MuxRow> kMonoToMuxRows = {
+inline const std::vector<MuxCase> kMonoToMuxCases = {
     { 8, 10,  4, 4, 4, ZTA_ASSEMBLES(CZtaConvertMonoToMux, Convert4MonoToMux4)},
     { 8, 11,  8, 4, 4, ZTA_ASSEMBLES(CZtaConvertMonoToMux, Convert8MonoToMux8)},
     { 8, 12, 16, 4, 4, ZTA_ASSEMBLES(CZtaConvertMonoToMux, Convert16MonoToMux16)},
@@ -49,7 +49,7 @@ inline const std::vector<MuxRow> kMonoToMuxRows = {
     { 1,  7, 64, 2, 0, ZTA_ASSEMBLES(CZtaConvertMonoToMux, Convert64MonoToMux64Buffer16in16)},
 };
 
-inline const std::vector<MuxRow> kStereoToMuxRows = {
+inline const std::vector<MuxCase> kStereoToMuxRows = {
     { 9, 10,  2, 8, 2, ZTA_ASSEMBLES(CZtaConvertStereoToMux, Convert2StereoToMux4)},
     { 9, 11,  4, 8, 2, ZTA_ASSEMBLES(CZtaConvertStereoToMux, Convert4StereoToMux8)},
     { 9, 12,  8, 8, 2, ZTA_ASSEMBLES(CZtaConvertStereoToMux, Convert8StereoToMux16)},
@@ -67,7 +67,7 @@ inline const std::vector<MuxRow> kStereoToMuxRows = {
     { 2,  7, 32, 4, 0, ZTA_ASSEMBLES(CZtaConvertStereoToMux, Convert32StereoToMux64Buffer16in16)},
 };
 
-inline const std::vector<MuxRow> kMuxToMonoRows = {
+inline const std::vector<MuxCase> kMuxToMonoRows = {
     {10,  8,  4, 4, 4, ZTA_SPLITS(CZtaConvertMuxToMono, ConvertMux4To4Mono)},
     {11,  8,  8, 4, 4, ZTA_SPLITS(CZtaConvertMuxToMono, ConvertMux8To8Mono)},
     {12,  8, 16, 4, 4, ZTA_SPLITS(CZtaConvertMuxToMono, ConvertMux16To16Mono)},
@@ -85,7 +85,7 @@ inline const std::vector<MuxRow> kMuxToMonoRows = {
     { 7,  1, 64, 2, 0, ZTA_SPLITS(CZtaConvertMuxToMono, Convert16in16Mux64To64Mono)},
 };
 
-inline const std::vector<MuxRow> kMuxToStereoRows = {
+inline const std::vector<MuxCase> kMuxToStereoRows = {
     {10,  9,  2, 8, 2, ZTA_SPLITS(CZtaConvertMuxToStereo, ConvertMux4To2Stereo)},
     {11,  9,  4, 8, 2, ZTA_SPLITS(CZtaConvertMuxToStereo, ConvertMux8To4Stereo)},
     {12,  9,  8, 8, 2, ZTA_SPLITS(CZtaConvertMuxToStereo, ConvertMux16To8Stereo)},

@@ -96,7 +96,7 @@ protected:
         return buffer.Length() / host::BytesPerFrame(buffer.Description().sWaveFormat);
     }
 
-    int Assemble(unsigned long side)
+    int CallInterleave(unsigned long side)
     {
         for (IZtAudioSamples* buffer : pointers_) {
             if (buffer != nullptr) {
@@ -124,10 +124,10 @@ protected:
         }
         mux_->AnnounceRead();
         journal_.Clear();
-        return SplitUnannounced(side);
+        return DeinterleaveUnannounced(side);
     }
 
-    int SplitUnannounced(unsigned long side)
+    int DeinterleaveUnannounced(unsigned long side)
     {
         const auto operation = side == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
                                          : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
@@ -160,7 +160,7 @@ protected:
         return calls;
     }
 
-    static Calls Digests(const std::string& stem, std::size_t count)
+    static Calls QueryCalls(const std::string& stem, std::size_t count)
     {
         return ForEach(count, [&](std::size_t i) { return Digest(Name(stem, i)); });
     }
@@ -176,13 +176,13 @@ protected:
     }
 
     /// A copy of bytes, label and length.
-    static Calls CopyToStage(const std::string& in, const std::string& stage, std::size_t bytes)
+    static Calls CopyToScratch(const std::string& in, const std::string& stage, std::size_t bytes)
     {
         return Calls{in + ".GetBufferAndLength", stage + ".SetWaveFormat"} + SetLength(stage, bytes) +
                ByteCopy(in, stage);
     }
 
-    static Calls ConvertToStage(const std::string& in, const std::string& stage, std::size_t bytes)
+    static Calls ConvertToScratch(const std::string& in, const std::string& stage, std::size_t bytes)
     {
         return Calls{stage + ".SetWaveFormat"} + Digest(in) + Digest(stage) + SetLength(stage, bytes);
     }

@@ -5,7 +5,7 @@
 
 namespace zta::test {
 
-using host::Journal;
+using host::CallLog;
 using host::kInjectedFailure;
 using host::RecordingBuffer;
 using host::RecordingHost;

@@ -53,10 +53,10 @@ host::Ref<host::AudioBuffer> MakeBuffer(const BufferFactory& factory, const std:
     return buffer;
 }
 
-ScenarioRow CopyRow(const std::string& path, const Side& source, const Side& destination, int status = 0,
-                    bool leavesReference = false)
+ScenarioCase CopyRow(const std::string& path, const Side& source, const Side& destination, int status = 0,
+                     bool leaksReference = false)
 {
-    return {"Copy", "Copy" + path, status, false, leavesReference, "", [=](const BufferFactory& factory) {
+    return {"Copy", "Copy" + path, status, false, leaksReference, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs.push_back(MakeBuffer(factory, "source", source));
                 scenario.outputs.push_back(MakeBuffer(factory, "destination", destination));
@@ -67,8 +67,8 @@ ScenarioRow CopyRow(const std::string& path, const Side& source, const Side& des
             }};
 }
 
-ScenarioRow DuplicateRow(const std::string& path, const Side& source, const Side& destination, unsigned long from,
-                         unsigned long to, unsigned long length)
+ScenarioCase DuplicateRow(const std::string& path, const Side& source, const Side& destination, unsigned long from,
+                          unsigned long to, unsigned long length)
 {
     return {"Duplicate", "Duplicate" + path, 0, true, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
@@ -83,8 +83,8 @@ ScenarioRow DuplicateRow(const std::string& path, const Side& source, const Side
             }};
 }
 
-ScenarioRow MonoToStereoRow(const std::string& path, const Side& left, const Side& right, const Side& stereo,
-                            int status = 0)
+ScenarioCase MonoToStereoRow(const std::string& path, const Side& left, const Side& right, const Side& stereo,
+                             int status = 0)
 {
     return {"MonoToStereo", "MonoToStereo" + path, status, false, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
@@ -101,8 +101,8 @@ ScenarioRow MonoToStereoRow(const std::string& path, const Side& left, const Sid
             }};
 }
 
-ScenarioRow StereoToMonoRow(const std::string& path, const Side& stereo, const Side& left, const Side& right,
-                            int status = 0)
+ScenarioCase StereoToMonoRow(const std::string& path, const Side& stereo, const Side& left, const Side& right,
+                             int status = 0)
 {
     return {"StereoToMono",
             "StereoToMono" + path,
@@ -136,8 +136,8 @@ std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
     return volumes;
 }
 
-ScenarioRow VolumeRow(const std::string& path, const Side& input, const Side& output, std::size_t volumes,
-                      int status = 0)
+ScenarioCase VolumeRow(const std::string& path, const Side& input, const Side& output, std::size_t volumes,
+                       int status = 0)
 {
     return {"Volume", "Volume" + path, status, false, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
@@ -180,12 +180,12 @@ std::vector<IZtAudioSamples*> Pointers(const std::vector<host::Ref<host::AudioBu
 }
 
 /// The channels of the array's buffers tell which of the two operations runs.
-ScenarioRow AssemblyRow(const std::string& path, const Sides& parts, const Side& mux, std::size_t volumes = 0,
-                        int status = 0, bool leavesReference = false)
+ScenarioCase AssemblyRow(const std::string& path, const Sides& parts, const Side& mux, std::size_t volumes = 0,
+                         int status = 0, bool leaksReference = false)
 {
     const bool mono = parts.side.format.ulChannels == 1;
     const std::string operation = mono ? "MonoToMux" : "StereoToMux";
-    return {operation, operation + path, status, false, leavesReference, "", [=](const BufferFactory& factory) {
+    return {operation, operation + path, status, false, leaksReference, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
                 scenario.inputs = MakeBuffers(factory, parts);
                 scenario.outputs.push_back(MakeBuffer(factory, "mux", mux));
@@ -199,8 +199,8 @@ ScenarioRow AssemblyRow(const std::string& path, const Sides& parts, const Side&
             }};
 }
 
-ScenarioRow SplitRow(const std::string& path, const Side& mux, const Sides& parts, std::size_t volumes = 0,
-                     int status = 0)
+ScenarioCase SplitRow(const std::string& path, const Side& mux, const Sides& parts, std::size_t volumes = 0,
+                      int status = 0)
 {
     const bool mono = parts.side.format.ulChannels == 1;
     const std::string operation = mono ? "MuxToMono" : "MuxToStereo";
@@ -241,8 +241,8 @@ void DropPreparedRows(IUnknown& stream)
 }
 
 /// One buffer of a stream of the given formats, after a first one that restarts it.
-ScenarioRow ResampleRow(const std::string& path, const Side& input, const Side& output, int status = 0,
-                        bool hasRows = true)
+ScenarioCase ResampleRow(const std::string& path, const Side& input, const Side& output, int status = 0,
+                         bool hasRows = true)
 {
     return {"Resample", "Resample" + path, status, false, false, "", [=](const BufferFactory& factory) {
                 Scenario scenario;
@@ -274,11 +274,11 @@ int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine)
     return scenario.run(engine);
 }
 
-const std::vector<ScenarioRow>& Scenarios()
+const std::vector<ScenarioCase>& Scenarios()
 {
     const SZtaWaveFormatInfo eightBits = MakeFormat(1, keZtAudioDataTypePcm, 48000, 8, 8);
     const SZtaWaveFormatInfo eightBitsStereo = MakeFormat(2, keZtAudioDataTypePcm, 48000, 8, 8);
-    static const std::vector<ScenarioRow> rows = {
+    static const std::vector<ScenarioCase> rows = {
         CopyRow("Bytes", {Pcm16(2), 300}, {Pcm16(2), 300}),
         CopyRow("OpaqueBytes", {Opaque(3, 32, 24), 10}, {Opaque(3, 32, 32), 10}),
         CopyRow("BytesThatDoNotFit", {Pcm16(1), 11}, {Pcm16(1), 10}, ZT_E_DESTINATION_BUFFER_TOO_SMALL, true),

@@ -26,18 +26,18 @@ struct Scenario {
 
 /// One path through an operation; the name begins with the operation's. `make` builds its buffers afresh, filled the
 /// same each time.
-struct ScenarioRow {
+struct ScenarioCase {
     std::string operation;
     std::string name;
     int status;                ///< what the operation returns while the host does its part
     bool returnsSignalsStatus; ///< the operation returns what its last signal returned, whatever became of the work
-    bool leavesReference; ///< a byte copy does not fit: it keeps one reference on its target, beyond the engine's end
+    bool leaksReference;  ///< a byte copy does not fit: it keeps one reference on its target, beyond the engine's end
     std::string throwsOn; ///< the host call whose failure the operation reports by CZtSmartPointerException, or ""
     std::function<Scenario(const BufferFactory&)> make;
 };
 
 /// How GoogleTest shows a row.
-inline void PrintTo(const ScenarioRow& row, std::ostream* out)
+inline void PrintTo(const ScenarioCase& row, std::ostream* out)
 {
     *out << row.name;
 }
@@ -46,6 +46,6 @@ inline void PrintTo(const ScenarioRow& row, std::ostream* out)
 int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine);
 
 /// Every path of every operation.
-const std::vector<ScenarioRow>& Scenarios();
+const std::vector<ScenarioCase>& Scenarios();
 
 } // namespace zta::test

@@ -17,7 +17,7 @@
 namespace zta::test {
 
 /// The index of the build that the last call of this thread reached; -1 if none was.
-inline thread_local int reachedBuild = -1;
+inline thread_local int calledVariant = -1;
 
 /// A spy for each function and build. The function is told by its first-call stub.
 template <auto Function, int Build, class Type = decltype(Function)>
@@ -30,7 +30,7 @@ struct SignalSpy<Function, Build, Result (*)(Arguments...) noexcept> {
 
     static Result Call(Arguments... values) noexcept
     {
-        reachedBuild = Build;
+        calledVariant = Build;
         arguments = {values...};
         return Result();
     }

@@ -9,39 +9,40 @@
 namespace zta::test {
 
 /// One build of the signal functions: every function under the name that it has without its prefix.
-struct SignalBuild {
+struct SignalVariant {
     const char* prefix;
     std::uint64_t features; ///< what the processor must have to run it
 #define ZTA_TEST_MEMBER(result, name, prefix, parameters, arguments) decltype(&m7_##name) name;
     ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_MEMBER, )
-    ZTA_IPP_INNER_LIST(ZTA_TEST_MEMBER, )
+    ZTA_IPP_VARIANT_ONLY_LIST(ZTA_TEST_MEMBER, )
 #undef ZTA_TEST_MEMBER
 };
 
-inline std::ostream& operator<<(std::ostream& stream, const SignalBuild& build)
+inline std::ostream& operator<<(std::ostream& stream, const SignalVariant& build)
 {
     return stream << build.prefix;
 }
 
-inline const SignalBuild signalBuilds[] = {
+inline const SignalVariant signalBuilds[] = {
 #define ZTA_TEST_POINTER(result, name, prefix, parameters, arguments) prefix##_##name,
-#define ZTA_TEST_BUILD(argument, prefix, features)                                                                     \
+#define ZTA_TEST_VARIANT(argument, prefix, features)                                                                   \
     {#prefix, (features),                                                                                              \
-     ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_POINTER, prefix) ZTA_IPP_INNER_LIST(ZTA_TEST_POINTER, prefix)},
-    ZTA_IPP_VARIANT_LIST(ZTA_TEST_BUILD, )
-#undef ZTA_TEST_BUILD
+     ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_POINTER, prefix) ZTA_IPP_VARIANT_ONLY_LIST(ZTA_TEST_POINTER, prefix)},
+    ZTA_IPP_VARIANT_LIST(ZTA_TEST_VARIANT, )
+#undef ZTA_TEST_VARIANT
 #undef ZTA_TEST_POINTER
 };
 
 /// The builds whose code this processor has the instructions for: also n0, which asks for more than it is made of.
-inline std::vector<SignalBuild> ExecutableSignalBuilds()
+inline std::vector<SignalVariant> SupportedSignalVariants()
 {
-    constexpr std::uint64_t groups = kui64ZtaAvx512Many & ~std::uint64_t{keZtaFeatureAvx512Er | keZtaFeatureAvx512Pf};
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
-    std::vector<SignalBuild> executable;
-    for (const SignalBuild& build : signalBuilds) {
-        const std::uint64_t needed =
-            (build.features & kui64ZtaAvx512Many) == kui64ZtaAvx512Many ? groups | kui64ZtaUnderAvx512 : build.features;
+    constexpr std::uint64_t groups = kAvx512ErPfFeatures & ~std::uint64_t{keZtaFeatureAvx512Er | keZtaFeatureAvx512Pf};
+    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
+    std::vector<SignalVariant> executable;
+    for (const SignalVariant& build : signalBuilds) {
+        const std::uint64_t needed = (build.features & kAvx512ErPfFeatures) == kAvx512ErPfFeatures
+                                         ? groups | kAvx512Prerequisites
+                                         : build.features;
         if ((features & needed) == needed) {
             executable.push_back(build);
         }

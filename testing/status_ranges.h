@@ -5,13 +5,13 @@
 #include <cstdint>
 #include <string_view>
 
-struct StatusRun {
+struct StatusRange {
     std::uint32_t first_code;
     std::string_view names;
 };
 
 // clang-format off
-inline constexpr StatusRun kStatusRuns[] = {
+inline constexpr StatusRange kStatusRanges[] = {
     {0x00000000, "ZT_NOERROR ZT_FALSE"},
     {0x09990001, "ZT_W_HW_OVERLAY_NOT_AVAILABLE ZT_W_NOT_SUPPORTED ZT_W_BITMAP_NEED_UPDATE "
                  "ZT_W_PREVIOUS_NODE_REPLACED ZT_W_MEMORY_WAS_FREE ZT_W_MEMORY_NO_ACTION ZT_W_NOT_EXECUTING "

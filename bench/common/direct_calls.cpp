@@ -9,7 +9,7 @@ namespace bench {
 
 namespace {
 
-std::atomic<std::uint32_t> latch;
+std::atomic<std::uint32_t> busy;
 
 void Query(IZtAudioSamples& buffer)
 {
@@ -36,7 +36,7 @@ struct Bytes {
     unsigned long length = 0;
 };
 
-Bytes Look(IZtAudioSamples& buffer)
+Bytes GetBytes(IZtAudioSamples& buffer)
 {
     Bytes bytes;
     buffer.GetBufferAndLength(&bytes.data, &bytes.length);
@@ -51,14 +51,14 @@ unsigned long Capacity(IZtAudioSamples& buffer)
 }
 
 /// Returns the length.
-unsigned long Digest(IZtAudioSamples& buffer)
+unsigned long QueryBuffer(IZtAudioSamples& buffer)
 {
     Describe(buffer);
     Capacity(buffer);
-    return Look(buffer).length;
+    return GetBytes(buffer).length;
 }
 
-void HandOn(IZtAudioSamples& buffer, const SZtAudioSamplesDescription& description)
+void Propagate(IZtAudioSamples& buffer, const SZtAudioSamplesDescription& description)
 {
     buffer.SetPolarity(description.ePolarity);
     buffer.SetFadeIn(description.bFadeIn);
@@ -67,14 +67,14 @@ void HandOn(IZtAudioSamples& buffer, const SZtAudioSamplesDescription& descripti
 
 /// What surrounds the move of a copy.
 template <class Move>
-void CopyAround(IZtAudioSamples& source, IZtAudioSamples& destination, Move move)
+void CopyWithCalls(IZtAudioSamples& source, IZtAudioSamples& destination, Move move)
 {
     Query(destination);
     Query(source);
     ReadCode(source);
     Describe(source);
     Describe(destination);
-    latch.exchange(1);
+    busy.exchange(1);
     for (int reference = 0; reference < 2; ++reference) { // the saved operand's, and the worker's own
         source.AddRef();
         destination.AddRef();
@@ -86,7 +86,7 @@ void CopyAround(IZtAudioSamples& source, IZtAudioSamples& destination, Move move
     move();
     source.Release();
     destination.Release();
-    latch.exchange(0);
+    busy.exchange(0);
     source.SignalReadCompletion();
     destination.MarkWriteStopTime();
     destination.SignalWriteCompletion();
@@ -98,24 +98,24 @@ void CopyAround(IZtAudioSamples& source, IZtAudioSamples& destination, Move move
 
 } // namespace
 
-void CopyByHand(IZtAudioSamples& source, IZtAudioSamples& destination)
+void CopyDirectly(IZtAudioSamples& source, IZtAudioSamples& destination)
 {
-    CopyAround(source, destination, [&] {
-        const Bytes from = Look(source);
+    CopyWithCalls(source, destination, [&] {
+        const Bytes from = GetBytes(source);
         Capacity(destination);
-        std::memcpy(Look(destination).data, from.data, from.length);
+        std::memcpy(GetBytes(destination).data, from.data, from.length);
     });
 }
 
-void CallConversionByHand(IZtAudioSamples& source, IZtAudioSamples& destination)
+void MakeConversionCalls(IZtAudioSamples& source, IZtAudioSamples& destination)
 {
-    CopyAround(source, destination, [&] {
-        Digest(source);
-        destination.SetLength(Digest(destination));
+    CopyWithCalls(source, destination, [&] {
+        QueryBuffer(source);
+        destination.SetLength(QueryBuffer(destination));
     });
 }
 
-void CallAssemblyByHand(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsigned long count, IZtAudioSamples& mux)
+void MakeInterleaveCalls(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsigned long count, IZtAudioSamples& mux)
 {
     Query(mux);
     for (unsigned long i = 0; i < count; ++i) {
@@ -125,7 +125,7 @@ void CallAssemblyByHand(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsi
         inputs[i]->Release();
     }
     Describe(mux);
-    latch.exchange(1);
+    busy.exchange(1);
     for (unsigned long i = 0; i < count; ++i) {
         inputs[i]->AddRef();
     }
@@ -137,23 +137,23 @@ void CallAssemblyByHand(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsi
     SZtAudioSamplesDescription input{};
     for (unsigned long i = 0; i < count; ++i) {
         input = Describe(*inputs[i]);
-        const unsigned long length = Look(*inputs[i]).length;
+        const unsigned long length = GetBytes(*inputs[i]).length;
         stages[i]->SetWaveFormat(&input.sWaveFormat);
         stages[i]->SetLength(length);
-        Look(*inputs[i]);
+        GetBytes(*inputs[i]);
         Capacity(*stages[i]);
-        Look(*stages[i]);
+        GetBytes(*stages[i]);
     }
-    HandOn(mux, input);
+    Propagate(mux, input);
     for (unsigned long i = 0; i < count; ++i) {
-        Digest(*stages[i]);
+        QueryBuffer(*stages[i]);
     }
-    mux.SetLength(Digest(mux));
+    mux.SetLength(QueryBuffer(mux));
     for (unsigned long i = 0; i < count; ++i) {
         inputs[i]->Release();
     }
     mux.Release();
-    latch.exchange(0);
+    busy.exchange(0);
     for (unsigned long i = 0; i < count; ++i) {
         inputs[i]->SignalReadCompletion();
     }
@@ -163,7 +163,7 @@ void CallAssemblyByHand(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsi
     mux.Release();
 }
 
-void CallSplitByHand(IZtAudioSamples& mux, IZtAudioSamples** outputs, unsigned long count)
+void MakeDeinterleaveCalls(IZtAudioSamples& mux, IZtAudioSamples** outputs, unsigned long count)
 {
     Query(mux);
     ReadCode(mux);
@@ -172,7 +172,7 @@ void CallSplitByHand(IZtAudioSamples& mux, IZtAudioSamples** outputs, unsigned l
         Query(*outputs[i]);
         Describe(*outputs[i]);
     }
-    latch.exchange(1);
+    busy.exchange(1);
     for (unsigned long i = 0; i < count; ++i) {
         outputs[i]->AddRef();
     }
@@ -186,20 +186,20 @@ void CallSplitByHand(IZtAudioSamples& mux, IZtAudioSamples** outputs, unsigned l
     Describe(*outputs[0]);
     unsigned long length = 0;
     for (unsigned long i = 0; i < count; ++i) {
-        length = Digest(*outputs[i]);
+        length = QueryBuffer(*outputs[i]);
     }
-    Digest(mux);
+    QueryBuffer(mux);
     for (unsigned long i = 0; i < count; ++i) {
         outputs[i]->SetLength(length);
     }
     for (unsigned long i = 0; i < count; ++i) {
-        HandOn(*outputs[i], description);
+        Propagate(*outputs[i], description);
     }
     for (unsigned long i = 0; i < count; ++i) {
         outputs[i]->Release();
     }
     mux.Release();
-    latch.exchange(0);
+    busy.exchange(0);
     mux.SignalReadCompletion();
     for (unsigned long i = 0; i < count; ++i) {
         outputs[i]->MarkWriteStopTime();

@@ -7,15 +7,15 @@
 namespace bench {
 
 /// A copy of equal formats, with the samples.
-void CopyByHand(IZtAudioSamples& source, IZtAudioSamples& destination);
+void CopyDirectly(IZtAudioSamples& source, IZtAudioSamples& destination);
 
 /// The calls of a copy that converts.
-void CallConversionByHand(IZtAudioSamples& source, IZtAudioSamples& destination);
+void MakeConversionCalls(IZtAudioSamples& source, IZtAudioSamples& destination);
 
 /// The calls of an assembly without volumes and fades. Stages are buffers of the pool, one for each input.
-void CallAssemblyByHand(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsigned long count, IZtAudioSamples& mux);
+void MakeInterleaveCalls(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsigned long count, IZtAudioSamples& mux);
 
 /// The calls of a split without volumes and fades.
-void CallSplitByHand(IZtAudioSamples& mux, IZtAudioSamples** outputs, unsigned long count);
+void MakeDeinterleaveCalls(IZtAudioSamples& mux, IZtAudioSamples** outputs, unsigned long count);
 
 } // namespace bench

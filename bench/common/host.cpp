@@ -98,7 +98,7 @@ int PlainBuffer::SetLength(unsigned long length)
     return ZT_NOERROR;
 }
 
-BufferSet::BufferSet(const Side& side, std::uint32_t rate) : memory_(side.memory)
+BufferSet::BufferSet(const BufferLayout& side, std::uint32_t rate) : memory_(side.memory)
 {
     const SZtaWaveFormatInfo format = FormatOf(side.sample, side.channelsOfPlane, rate);
     for (std::byte* plane : side.planes) {
@@ -107,7 +107,7 @@ BufferSet::BufferSet(const Side& side, std::uint32_t rate) : memory_(side.memory
     }
 }
 
-void BufferSet::AskForFades(bool in, bool out)
+void BufferSet::RequestFades(bool in, bool out)
 {
     for (IZtAudioSamples* buffer : pointers_) {
         buffer->SetFadeIn(in);
@@ -118,7 +118,8 @@ void BufferSet::AskForFades(bool in, bool out)
 /// Creates the buffers of one engine's pool and keeps them.
 class Engine::Pool : public IZtQuonEnginePrivate {
 public:
-    explicit Pool(Placement placement) : placement_(placement), memory_(kBuffers * Memory::RoomFor(kBytes, placement))
+    explicit Pool(Placement placement)
+        : placement_(placement), memory_(kBuffers * Memory::RequiredBytes(kBytes, placement))
     {
     }
     virtual ~Pool() = default;
@@ -134,7 +135,7 @@ public:
     int CreateAudioSamples(SZtCreateAudioSamplesDescription* request, IZtAudioSamples** samples) override
     {
         buffers_.push_back(std::make_unique<PlainBuffer>(
-            request->sWaveFormat, memory_.Take(request->ui64BufferSize, placement_), request->ui64BufferSize, 0));
+            request->sWaveFormat, memory_.Allocate(request->ui64BufferSize, placement_), request->ui64BufferSize, 0));
         *samples = buffers_.back().get();
         return ZT_NOERROR;
     }

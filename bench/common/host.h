@@ -54,13 +54,13 @@ private:
 /// The planes of a side as buffers of a host.
 class BufferSet {
 public:
-    explicit BufferSet(const Side& side, std::uint32_t rate = 48000);
+    explicit BufferSet(const BufferLayout& side, std::uint32_t rate = 48000);
 
     IZtAudioSamples* One() const { return buffers_.front().get(); }
     PlainBuffer& First() const { return *buffers_.front(); }
     IZtAudioSamples** Array() { return pointers_.data(); }
     unsigned long Count() const { return pointers_.size(); }
-    void AskForFades(bool in, bool out);
+    void RequestFades(bool in, bool out);
 
 private:
     std::vector<std::unique_ptr<PlainBuffer>> buffers_;

@@ -9,23 +9,23 @@ namespace {
 
 using Set = std::shared_ptr<BufferSet>;
 
-Set MakeSet(const Side& side)
+Set MakeSet(const BufferLayout& side)
 {
     return std::make_shared<BufferSet>(side);
 }
 
 } // namespace
 
-Job CopyJob(const Engine& engine, const Side& in, const Side& out, bool fades)
+Job CopyJob(const Engine& engine, const BufferLayout& in, const BufferLayout& out, bool fades)
 {
     const Set source = MakeSet(in);
-    source->AskForFades(fades, fades);
+    source->RequestFades(fades, fades);
     return [&engine, source, target = MakeSet(out)] {
         engine.Require(engine->CopyAudioSamples(source->One(), target->One()));
     };
 }
 
-Job VolumeJob(const Engine& engine, const Side& in, const Side& out, float start, float end)
+Job VolumeJob(const Engine& engine, const BufferLayout& in, const BufferLayout& out, float start, float end)
 {
     const Set source = MakeSet(in);
     const Set target = in.planes == out.planes ? source : MakeSet(out);
@@ -35,10 +35,10 @@ Job VolumeJob(const Engine& engine, const Side& in, const Side& out, float start
     };
 }
 
-MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool joins)
+MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool interleaves)
 {
     const bool mono = channelsOfPlane == 1;
-    if (joins) {
+    if (interleaves) {
         const auto join = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
                                : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
         return [join](IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
@@ -50,19 +50,19 @@ MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool joins)
                    IZtAudioSamples* mux) { return (engine.*split)(mux, planes, count, nullptr, 0); };
 }
 
-Job MuxJob(const Engine& engine, const Side& planes, const Side& mux, bool joins)
+Job MuxJob(const Engine& engine, const BufferLayout& planes, const BufferLayout& mux, bool interleaves)
 {
     const Set many = MakeSet(planes);
     const Set one = MakeSet(mux);
-    const MuxCall call = MuxCallOf(planes.channelsOfPlane, joins);
+    const MuxCall call = MuxCallOf(planes.channelsOfPlane, interleaves);
     return [&engine, many, one, call] { engine.Require(call(engine.Get(), many->Array(), many->Count(), one->One())); };
 }
 
-Job StereoJob(const Engine& engine, const Side& monos, const Side& stereo, bool joins)
+Job StereoJob(const Engine& engine, const BufferLayout& monos, const BufferLayout& stereo, bool interleaves)
 {
     const Set many = MakeSet(monos);
     const Set one = MakeSet(stereo);
-    if (joins) {
+    if (interleaves) {
         return [&engine, many, one] {
             engine.Require(engine->CopyAudioSamplesMonoToStereo(many->Array()[0], many->Array()[1], one->One()));
         };
@@ -72,12 +72,13 @@ Job StereoJob(const Engine& engine, const Side& monos, const Side& stereo, bool 
     };
 }
 
-EngineStream::EngineStream(const Engine& engine, const Rates& rates, std::size_t frames, Content content)
+ResamplerStream::ResamplerStream(const Engine& engine, const Rates& rates, std::size_t frames, Content content)
     : engine_(engine), channels_(rates.channels),
-      memory_(std::make_shared<Memory>(4 * Memory::RoomFor(2 * (2 * frames + 2) * channels_, Placement::Spread))),
-      in_(MakeSide(memory_, Sample::Int16, channels_, 1, frames, Placement::Spread)),
-      out_(MakeSide(memory_, Sample::Int16, channels_, 1, 2 * frames + 2, Placement::Spread)), source_(in_, rates.from),
-      target_(out_, rates.to)
+      memory_(
+          std::make_shared<Memory>(4 * Memory::RequiredBytes(2 * (2 * frames + 2) * channels_, Placement::Staggered))),
+      in_(MakeSide(memory_, Sample::Int16, channels_, 1, frames, Placement::Staggered)),
+      out_(MakeSide(memory_, Sample::Int16, channels_, 1, 2 * frames + 2, Placement::Staggered)),
+      source_(in_, rates.from), target_(out_, rates.to)
 {
     SZtaWaveFormatInfo from = FormatOf(Sample::Int16, channels_, rates.from);
     SZtaWaveFormatInfo to = FormatOf(Sample::Int16, channels_, rates.to);
@@ -87,12 +88,12 @@ EngineStream::EngineStream(const Engine& engine, const Rates& rates, std::size_t
     Fill(in_, content);
 }
 
-void EngineStream::Call(EZtAudioResamplerMode mode)
+void ResamplerStream::Call(EZtAudioResamplerMode mode)
 {
     engine_.Require(engine_->ProcessAudioResampler(source_.One(), target_.One(), mode, stream_.Get()));
 }
 
-std::size_t EngineStream::Process(const std::int16_t* in, std::int16_t* out)
+std::size_t ResamplerStream::Process(const std::int16_t* in, std::int16_t* out)
 {
     std::memcpy(in_.planes.front(), in, in_.Bytes());
     Call();

@@ -11,22 +11,22 @@
 namespace bench {
 
 /// CopyAudioSamples, with both fades or none.
-Job CopyJob(const Engine& engine, const Side& in, const Side& out, bool fades = false);
+Job CopyJob(const Engine& engine, const BufferLayout& in, const BufferLayout& out, bool fades = false);
 
 /// ApplyVolume, with the same ramp on all channels; in place where both sides are one.
-Job VolumeJob(const Engine& engine, const Side& in, const Side& out, float start, float end);
+Job VolumeJob(const Engine& engine, const BufferLayout& in, const BufferLayout& out, float start, float end);
 
 /// The mux operation between planes of one or two channels and a mux: to the mux if it `joins`, else from it. Gives the
 /// engine's status.
 using MuxCall = std::function<int(IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
                                   IZtAudioSamples* mux)>;
-MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool joins);
+MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool interleaves);
 
 /// One of the four mux operations: from planes of one or two channels to the mux if it `joins`, else back.
-Job MuxJob(const Engine& engine, const Side& planes, const Side& mux, bool joins);
+Job MuxJob(const Engine& engine, const BufferLayout& planes, const BufferLayout& mux, bool interleaves);
 
 /// CopyAudioSamplesMonoToStereo, or CopyAudioSamplesStereoToMono.
-Job StereoJob(const Engine& engine, const Side& monos, const Side& stereo, bool joins);
+Job StereoJob(const Engine& engine, const BufferLayout& monos, const BufferLayout& stereo, bool interleaves);
 
 struct Rates {
     std::uint32_t from;
@@ -35,9 +35,9 @@ struct Rates {
 };
 
 /// A stream of the engine's resampler over buffers of its own.
-class EngineStream {
+class ResamplerStream {
 public:
-    EngineStream(const Engine& engine, const Rates& rates, std::size_t frames, Content content = Content::Noise);
+    ResamplerStream(const Engine& engine, const Rates& rates, std::size_t frames, Content content = Content::Noise);
 
     /// Goes on with the samples that are there.
     void Call() { Call(keZtAudioResamplerModeContinue); }
@@ -45,7 +45,7 @@ public:
     /// Goes on with these samples, as many frames as a buffer has. Returns the frames that came out.
     std::size_t Process(const std::int16_t* in, std::int16_t* out);
 
-    const Side& In() const { return in_; }
+    const BufferLayout& In() const { return in_; }
 
 private:
     void Call(EZtAudioResamplerMode mode);
@@ -53,8 +53,8 @@ private:
     const Engine& engine_;
     std::uint32_t channels_;
     std::shared_ptr<Memory> memory_;
-    Side in_;
-    Side out_;
+    BufferLayout in_;
+    BufferLayout out_;
     BufferSet source_;
     BufferSet target_;
     zta::host::Ref<IUnknown> stream_;

@@ -64,7 +64,7 @@ Timer TimerOf(Job job)
     };
 }
 
-Rounds TakeTurns(std::span<const Timer> contenders, const Effort& effort)
+Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& effort)
 {
     std::vector<int> calls;
     for (const Timer& timer : contenders) {
@@ -72,15 +72,15 @@ Rounds TakeTurns(std::span<const Timer> contenders, const Effort& effort)
         timer(1);
         int count = 1;
         double once = timer(count);
-        while (once * count < effort.turnSeconds / 4) {
+        while (once * count < effort.sliceSeconds / 4) {
             count *= 2;
             once = timer(count);
         }
-        calls.push_back(std::max(1, static_cast<int>(effort.turnSeconds / std::max(once, 1e-9))));
+        calls.push_back(std::max(1, static_cast<int>(effort.sliceSeconds / std::max(once, 1e-9))));
     }
     Rounds rounds(contenders.size());
     double used = 0;
-    for (std::size_t round = 0; used < effort.seconds || static_cast<int>(round) < effort.leastRounds; ++round) {
+    for (std::size_t round = 0; used < effort.seconds || static_cast<int>(round) < effort.minRounds; ++round) {
         for (std::size_t turn = 0; turn < contenders.size(); ++turn) {
             const std::size_t who = (round + turn) % contenders.size();
             const double seconds = contenders[who](calls[who]);

@@ -23,10 +23,10 @@ using Timer = std::function<double(int calls)>;
 /// The timer of a job on this thread.
 Timer TimerOf(Job job);
 
-struct Effort {
-    double seconds = 1.0;      ///< for all rounds of one work
-    double turnSeconds = 2e-4; ///< what one turn of one contender takes at least
-    int leastRounds = 5;
+struct TimeBudget {
+    double seconds = 1.0;       ///< for all rounds of one work
+    double sliceSeconds = 2e-4; ///< what one turn of one contender takes at least
+    int minRounds = 5;
 };
 
 /// Seconds of a call: for each contender one value from each round.
@@ -34,7 +34,7 @@ using Rounds = std::vector<std::vector<double>>;
 
 /// Lets the contenders take turns, as many calls a turn as fill it, until the time is used up. Each round begins with
 /// another contender.
-Rounds TakeTurns(std::span<const Timer> contenders, const Effort& effort);
+Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& effort);
 
 double Median(std::vector<double> values);
 /// The median of the rounds' quotients first / second.

@@ -71,7 +71,7 @@ void ConvertSample(Sample from, const std::byte* in, Sample to, std::byte* out)
 
 } // namespace
 
-std::vector<std::byte> Converted(const Side& in, const Side& out)
+std::vector<std::byte> Converted(const BufferLayout& in, const BufferLayout& out)
 {
     std::vector<std::byte> result(out.Bytes());
     for (std::size_t i = 0; i < in.frames * in.channelsOfPlane; ++i) {
@@ -81,7 +81,7 @@ std::vector<std::byte> Converted(const Side& in, const Side& out)
     return result;
 }
 
-std::vector<std::byte> Moved(const Side& in, const Side& out)
+std::vector<std::byte> Moved(const BufferLayout& in, const BufferLayout& out)
 {
     std::vector<std::byte> result(out.Bytes());
     const std::size_t bytes = BytesOf(in.sample);
@@ -98,7 +98,7 @@ std::vector<std::byte> Moved(const Side& in, const Side& out)
     return result;
 }
 
-std::vector<std::byte> Scaled(const Side& in, double start, double end)
+std::vector<std::byte> Scaled(const BufferLayout& in, double start, double end)
 {
     std::vector<std::byte> result(in.Bytes());
     const auto first = static_cast<std::int64_t>(start * 4096);

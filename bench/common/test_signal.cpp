@@ -136,7 +136,7 @@ Memory::~Memory()
     munmap(start_, size_);
 }
 
-std::byte* Memory::Take(std::size_t bytes, Placement placement)
+std::byte* Memory::Allocate(std::size_t bytes, Placement placement)
 {
     std::size_t at = (used_ + kLine - 1) / kLine * kLine;
     if (placement == Placement::SamePage) {
@@ -145,21 +145,22 @@ std::byte* Memory::Take(std::size_t bytes, Placement placement)
     if (at + bytes > size_) {
         throw std::logic_error("the memory of a work is too small");
     }
-    used_ = at + bytes + (placement == Placement::Spread ? kStagger : 0);
+    used_ = at + bytes + (placement == Placement::Staggered ? kStagger : 0);
     return start_ + at;
 }
 
-std::size_t Memory::RoomFor(std::size_t bytes, Placement placement)
+std::size_t Memory::RequiredBytes(std::size_t bytes, Placement placement)
 {
-    return bytes + kLine + (placement == Placement::Spread ? kStagger : kPage);
+    return bytes + kLine + (placement == Placement::Staggered ? kStagger : kPage);
 }
 
-Side MakeSide(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane, std::size_t planes,
-              std::size_t frames, Placement placement, std::size_t roomBytes)
+BufferLayout MakeSide(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane,
+                      std::size_t planes, std::size_t frames, Placement placement, std::size_t roomBytes)
 {
-    Side side{sample, channelsOfPlane, frames, {}, memory};
+    BufferLayout side{sample, channelsOfPlane, frames, {}, memory};
     for (std::size_t i = 0; i < planes; ++i) {
-        side.planes.push_back(memory->Take(std::max(roomBytes, frames * channelsOfPlane * BytesOf(sample)), placement));
+        side.planes.push_back(
+            memory->Allocate(std::max(roomBytes, frames * channelsOfPlane * BytesOf(sample)), placement));
     }
     return side;
 }
@@ -170,7 +171,7 @@ const char* NameOf(Content content)
     return kNames[static_cast<std::size_t>(content)];
 }
 
-void Fill(const Side& side, Content content)
+void Fill(const BufferLayout& side, Content content)
 {
     Source source(content);
     const std::size_t bytes = BytesOf(side.sample);
@@ -181,7 +182,7 @@ void Fill(const Side& side, Content content)
     }
 }
 
-void Poison(const Side& side)
+void Poison(const BufferLayout& side)
 {
     for (std::byte* plane : side.planes) {
         std::memset(plane, 0x5A, side.PlaneBytes());

@@ -19,8 +19,8 @@ SZtaWaveFormatInfo FormatOf(Sample sample, std::uint32_t channels, std::uint32_t
 
 /// How buffers lie to each other.
 enum class Placement {
-    Spread,  ///< at offsets within their pages that are all different, as far as pages have lines
-    SamePage ///< each at the start of a page
+    Staggered, ///< at offsets within their pages that are all different, as far as pages have lines
+    SamePage   ///< each at the start of a page
 };
 
 /// Memory in one piece, touched before it is measured.
@@ -31,10 +31,10 @@ public:
     Memory(const Memory&) = delete;
     Memory& operator=(const Memory&) = delete;
 
-    std::byte* Take(std::size_t bytes, Placement placement);
+    std::byte* Allocate(std::size_t bytes, Placement placement);
 
     /// What the buffers of a placement take at most.
-    static std::size_t RoomFor(std::size_t bytes, Placement placement);
+    static std::size_t RequiredBytes(std::size_t bytes, Placement placement);
 
 private:
     std::byte* start_;
@@ -43,7 +43,7 @@ private:
 };
 
 /// One side of a work: planes of equally many interleaved channels.
-struct Side {
+struct BufferLayout {
     Sample sample;
     std::uint32_t channelsOfPlane;
     std::size_t frames;
@@ -56,15 +56,15 @@ struct Side {
 };
 
 /// `roomBytes` is what the memory of each plane has at least.
-Side MakeSide(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane, std::size_t planes,
-              std::size_t frames, Placement placement, std::size_t roomBytes = 0);
+BufferLayout MakeSide(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane,
+                      std::size_t planes, std::size_t frames, Placement placement, std::size_t roomBytes = 0);
 
 enum class Content { Noise, Silence, FadeTail, Denormal };
 const char* NameOf(Content content);
 
-void Fill(const Side& side, Content content);
+void Fill(const BufferLayout& side, Content content);
 /// What no contender writes: a result that was not written is told.
-void Poison(const Side& side);
+void Poison(const BufferLayout& side);
 
 /// One sample as a number at full scale 1.
 double ValueAt(Sample sample, const std::byte* at);

@@ -37,7 +37,7 @@ struct Pair {
 Pair Compare(const Operation& operation, const Engine& base, const Engine& now)
 {
     const Timer timers[] = {TimerOf(operation.jobOf(base)), TimerOf(operation.jobOf(now))};
-    const Rounds rounds = TakeTurns(timers, {.seconds = 0.15, .turnSeconds = 2e-4, .leastRounds = 51});
+    const Rounds rounds = RunInterleaved(timers, {.seconds = 0.15, .sliceSeconds = 2e-4, .minRounds = 51});
     return {Median(rounds[0]), Median(rounds[1]), MedianRatio(rounds[1], rounds[0])};
 }
 
@@ -46,8 +46,8 @@ bool IsSlower(const Operation& operation, zta::host::Module& baseModule, zta::ho
     Pair pair{};
     int attempt = 0;
     do { // each time with engines of its own, so that no pool keeps an unlucky place
-        const Engine base(baseModule, Placement::Spread);
-        const Engine now(newModule, Placement::Spread);
+        const Engine base(baseModule, Placement::Staggered);
+        const Engine now(newModule, Placement::Staggered);
         pair = Compare(operation, base, now);
     } while ((pair.ratio > limit || pair.ratio < 1 / limit) && ++attempt < kAttempts);
     const bool slower = pair.ratio > limit;
@@ -72,7 +72,7 @@ int ComparePairs(double limit, const char* basePath, const char* newPath)
 void CallAll(const char* path)
 {
     zta::host::Module module(path);
-    const Engine engine(module, Placement::Spread);
+    const Engine engine(module, Placement::Staggered);
     for (const Operation& operation : MakeOperations()) {
         const Job job = operation.jobOf(engine);
         job(); // what happens once only is not counted

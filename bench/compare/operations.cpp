@@ -6,11 +6,11 @@ namespace {
 
 constexpr std::size_t kFrames = 1024;
 
-Side NewSide(Sample sample, std::uint32_t channelsOfPlane, std::size_t planes, std::size_t frames)
+BufferLayout NewSide(Sample sample, std::uint32_t channelsOfPlane, std::size_t planes, std::size_t frames)
 {
     const std::size_t bytes = frames * channelsOfPlane * BytesOf(sample);
-    const auto memory = std::make_shared<Memory>(planes * Memory::RoomFor(bytes, Placement::Spread));
-    const Side side = MakeSide(memory, sample, channelsOfPlane, planes, frames, Placement::Spread);
+    const auto memory = std::make_shared<Memory>(planes * Memory::RequiredBytes(bytes, Placement::Staggered));
+    const BufferLayout side = MakeSide(memory, sample, channelsOfPlane, planes, frames, Placement::Staggered);
     Fill(side, Content::Noise);
     return side;
 }
@@ -20,30 +20,30 @@ public:
     void AddCopy(const char* name, Sample from, Sample to, std::uint32_t channels, std::size_t frames = kFrames,
                  bool fades = false)
     {
-        const Side in = NewSide(from, channels, 1, frames);
-        const Side out = NewSide(to, channels, 1, frames);
+        const BufferLayout in = NewSide(from, channels, 1, frames);
+        const BufferLayout out = NewSide(to, channels, 1, frames);
         Add(name, [=](const Engine& engine) { return CopyJob(engine, in, out, fades); });
     }
 
     void AddVolume(const char* name, std::uint32_t channels)
     {
-        const Side in = NewSide(Sample::Int24In32, channels, 1, kFrames);
-        const Side out = NewSide(Sample::Int24In32, channels, 1, kFrames);
+        const BufferLayout in = NewSide(Sample::Int24In32, channels, 1, kFrames);
+        const BufferLayout out = NewSide(Sample::Int24In32, channels, 1, kFrames);
         Add(name, [=](const Engine& engine) { return VolumeJob(engine, in, out, 0.5F, 2.5F); });
     }
 
     void AddStereo(const char* joinName, const char* splitName)
     {
-        const Side monos = NewSide(Sample::Int24In32, 1, 2, kFrames);
-        const Side stereo = NewSide(Sample::Int24In32, 2, 1, kFrames);
+        const BufferLayout monos = NewSide(Sample::Int24In32, 1, 2, kFrames);
+        const BufferLayout stereo = NewSide(Sample::Int24In32, 2, 1, kFrames);
         Add(joinName, [=](const Engine& engine) { return StereoJob(engine, monos, stereo, true); });
         Add(splitName, [=](const Engine& engine) { return StereoJob(engine, monos, stereo, false); });
     }
 
     void AddMux(const std::string& name, Sample sample, std::uint32_t channelsOfPlane, std::size_t planes)
     {
-        const Side many = NewSide(sample, channelsOfPlane, planes, kFrames);
-        const Side mux = NewSide(sample, many.Channels(), 1, kFrames);
+        const BufferLayout many = NewSide(sample, channelsOfPlane, planes, kFrames);
+        const BufferLayout mux = NewSide(sample, many.Channels(), 1, kFrames);
         Add(name + ", join", [=](const Engine& engine) { return MuxJob(engine, many, mux, true); });
         Add(name + ", split", [=](const Engine& engine) { return MuxJob(engine, many, mux, false); });
     }
@@ -51,11 +51,11 @@ public:
     void AddResampling(const char* name, const Rates& rates)
     {
         Add(name, [=](const Engine& engine) -> Job {
-            return [stream = std::make_shared<EngineStream>(engine, rates, kFrames)] { stream->Call(); };
+            return [stream = std::make_shared<ResamplerStream>(engine, rates, kFrames)] { stream->Call(); };
         });
     }
 
-    std::vector<Operation> Take() { return std::move(operations_); }
+    std::vector<Operation> Allocate() { return std::move(operations_); }
 
 private:
     void Add(std::string name, std::function<Job(const Engine&)> jobOf)
@@ -95,7 +95,7 @@ std::vector<Operation> MakeOperations()
     operations.AddVolume("gain ramp, 16 channels", 16);
     operations.AddResampling("44100 to 48000, mono", {44100, 48000, 1});
     operations.AddResampling("48000 to 44100, stereo", {48000, 44100, 2});
-    return operations.Take();
+    return operations.Allocate();
 }
 
 } // namespace bench

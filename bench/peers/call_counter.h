@@ -14,12 +14,12 @@
 namespace bench {
 
 /// A buffer that counts the calls of each kind.
-class TallyBuffer : public PlainBuffer {
+class CountingBuffer : public PlainBuffer {
 public:
     using PlainBuffer::PlainBuffer;
-    using Tally = std::array<int, 18>;
+    using CallCounts = std::array<int, 18>;
 
-    const Tally& Counts() const { return counts_; }
+    const CallCounts& Counts() const { return counts_; }
     void Clear() { counts_ = {}; }
 
     int QueryInterface(const _GUID& riid, void** ppv) override;
@@ -42,29 +42,29 @@ public:
     int SetLength(unsigned long length) override;
 
 private:
-    Tally counts_{};
+    CallCounts counts_{};
 };
 
 /// The planes of a side as counting buffers.
-class TallySet {
+class CountingBufferSet {
 public:
-    explicit TallySet(const Side& side);
+    explicit CountingBufferSet(const BufferLayout& side);
 
     IZtAudioSamples* One() const { return pointers_.front(); }
     IZtAudioSamples** Array() { return pointers_.data(); }
     unsigned long Count() const { return pointers_.size(); }
-    std::vector<TallyBuffer::Tally> Take();
+    std::vector<CountingBuffer::CallCounts> Allocate();
 
 private:
-    std::vector<std::unique_ptr<TallyBuffer>> buffers_;
+    std::vector<std::unique_ptr<CountingBuffer>> buffers_;
     std::vector<IZtAudioSamples*> pointers_;
 };
 
 /// Nothing if both leave the same counts on every buffer.
-std::optional<std::string> CompareCalls(TallySet& first, TallySet& second, const std::function<void()>& engine,
-                                        const std::function<void()>& byHand);
+std::optional<std::string> CompareCalls(CountingBufferSet& first, CountingBufferSet& second,
+                                        const std::function<void()>& engine, const std::function<void()>& byHand);
 
 /// A contender that makes an operation's calls by hand, and does none of its work.
-Contender MakeCallsAlone(Job byHand, Check check);
+Contender MakeHostCallsOnly(Job byHand, Check check);
 
 } // namespace bench

@@ -62,7 +62,7 @@ const char* NameOf(Role role)
 }
 
 /// Paragraphs by the heading "[family]" above them.
-std::map<std::string, std::string> ReadDistances(const std::filesystem::path& file)
+std::map<std::string, std::string> ReadShortfalls(const std::filesystem::path& file)
 {
     std::map<std::string, std::string> paragraphs;
     std::istringstream lines(Read(file));
@@ -113,14 +113,14 @@ public:
     {
         std::string text = Text({"## ", family_, "\n\n", Table()});
         for (const Role role : roles_) {
-            text += Text({"\n![", family_, ", ", Phrase(role), "](", folder, "/", FileName(family_, role), ")\n"});
+            text += Text({"\n![", family_, ", ", RoleText(role), "](", folder, "/", FileName(family_, role), ")\n"});
         }
         for (const Result* result : results_) {
-            for (const std::string& leftOut : result->leftOut) {
-                text += Text({"\nLeft out of \"", result->name, "\", because its result is wrong: ", leftOut, "\n"});
+            for (const std::string& excluded : result->excluded) {
+                text += Text({"\nLeft out of \"", result->name, "\", because its result is wrong: ", excluded, "\n"});
             }
         }
-        if (FallsShort()) {
+        if (MissesTarget()) {
             text += "\n";
             text += distance.empty() ? "Why it falls short is not yet known.\n" : distance;
         }
@@ -142,7 +142,7 @@ public:
                     }
                 }
             }
-            Write(folder / FileName(family_, role), BarChart(Text({family_, ": speed, ", Phrase(role)}), bars));
+            Write(folder / FileName(family_, role), BarChart(Text({family_, ": speed, ", RoleText(role)}), bars));
         }
     }
 
@@ -155,7 +155,7 @@ private:
         }
     }
 
-    bool FallsShort() const
+    bool MissesTarget() const
     {
         return std::any_of(results_.begin(), results_.end(), [](const Result* result) {
             return !std::all_of(result->verdicts.begin(), result->verdicts.end(), std::mem_fn(&Verdict::Reached));
@@ -171,7 +171,7 @@ private:
             rule += "---:|";
         }
         for (const Role role : roles_) {
-            head += Text({" ", Phrase(role), " | target |"});
+            head += Text({" ", RoleText(role), " | target |"});
             rule += "---:|---|";
         }
         const bool withCalls = std::any_of(results_.begin(), results_.end(),
@@ -219,7 +219,7 @@ private:
     std::vector<Role> roles_;
 };
 
-std::string SurroundingsText(const Surroundings& surroundings)
+std::string SurroundingsText(const Environment& surroundings)
 {
     std::string peers;
     for (const std::string& peer : surroundings.peers) {
@@ -236,7 +236,7 @@ std::string QualityText(std::span<const Quality> qualities)
     char line[160];
     for (const Quality& quality : qualities) {
         std::snprintf(line, sizeof line, "| %s | %u to %u | %.1f dB | %.1f dB | %s |\n", quality.name.c_str(),
-                      quality.from, quality.to, quality.low, quality.high, quality.Suffices() ? "yes" : "no");
+                      quality.from, quality.to, quality.low, quality.high, quality.MeetsTarget() ? "yes" : "no");
         text += line;
     }
     return text;
@@ -292,7 +292,7 @@ void WriteDocument(const Report& report, const std::filesystem::path& templateFi
     }
     const std::filesystem::path folder = document.parent_path() / document.stem();
     std::filesystem::create_directories(folder);
-    auto distances = ReadDistances(distancesFile);
+    auto distances = ReadShortfalls(distancesFile);
     std::string sections;
     for (const std::string& family : order) {
         const Section section(family, families[family]);

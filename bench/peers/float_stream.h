@@ -15,7 +15,7 @@ struct FloatEnds {
 
     FloatEnds(std::size_t inSamples, std::size_t outSamples) : in(inSamples), out(outSamples) {}
 
-    void Take(const std::int16_t* samples, std::size_t count)
+    void Allocate(const std::int16_t* samples, std::size_t count)
     {
         for (std::size_t i = 0; i < count; ++i) {
             in[i] = static_cast<float>(samples[i]) * 0x1p-15F;

@@ -10,9 +10,9 @@ namespace {
 
 using namespace bench;
 
-std::vector<WorkRow> AllWorks(const Bench& bench)
+std::vector<WorkloadFactory> AllWorks(const Bench& bench)
 {
-    std::vector<WorkRow> rows;
+    std::vector<WorkloadFactory> rows;
     for (const auto add : {AddConversions, AddMuxes, AddGains, AddMultiFormatsAndFades, AddResampling, AddContents,
                            AddCallCost, AddEngines}) {
         add(rows, bench);
@@ -30,7 +30,7 @@ struct Options {
     bool list = false;
 };
 
-bool Wanted(const WorkRow& row, const std::vector<std::string>& filters)
+bool Wanted(const WorkloadFactory& row, const std::vector<std::string>& filters)
 {
     const std::string text = row.family + ": " + row.name;
     return filters.empty() || std::any_of(filters.begin(), filters.end(), [&](const std::string& filter) {
@@ -43,20 +43,20 @@ int Run(const Options& options)
     PinToProcessor(0);
     zta::host::Module module(options.module);
     const auto peers = MakePeers();
-    Engine spread(module, Placement::Spread);
+    Engine spread(module, Placement::Staggered);
     Engine samePage(module, Placement::SamePage);
     const Bench bench{module, spread, samePage, peers};
-    const std::vector<WorkRow> rows = AllWorks(bench);
+    const std::vector<WorkloadFactory> rows = AllWorks(bench);
     Report report;
     if (options.list) {
-        for (const WorkRow& row : rows) {
+        for (const WorkloadFactory& row : rows) {
             std::printf("%s: %s\n", row.family.c_str(), row.name.c_str());
         }
         return 0;
     }
-    report.surroundings = LookAround(bench, options.revision);
+    report.surroundings = CollectEnvironment(bench, options.revision);
     PrintHead(report.surroundings);
-    for (const WorkRow& row : rows) {
+    for (const WorkloadFactory& row : rows) {
         if (Wanted(row, options.filters)) {
             report.results.push_back(Measure(row, options.seconds));
             PrintResult(report.results.back());

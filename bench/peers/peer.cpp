@@ -2,12 +2,12 @@
 
 namespace bench {
 
-Job Peer::Convert(const Side&, const Side&) const
+Job Peer::Convert(const BufferLayout&, const BufferLayout&) const
 {
     return {};
 }
 
-Job Peer::Gain(const Side&, double) const
+Job Peer::Gain(const BufferLayout&, double) const
 {
     return {};
 }

@@ -27,9 +27,9 @@ public:
     virtual std::string Version() const = 0;
 
     /// All of `in` into `out`: another sample format, another layout of the same channels, or both.
-    virtual Job Convert(const Side& in, const Side& out) const;
+    virtual Job Convert(const BufferLayout& in, const BufferLayout& out) const;
     /// A constant gain on all samples, in place, with saturation.
-    virtual Job Gain(const Side& side, double gain) const;
+    virtual Job Gain(const BufferLayout& side, double gain) const;
     /// The resamplers at the settings that are worth a comparison.
     virtual std::vector<StreamMaker> Resamplers() const;
 };

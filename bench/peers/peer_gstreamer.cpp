@@ -29,7 +29,7 @@ GstAudioFormat FormatFor(Sample sample)
     }
 }
 
-GstAudioInfo InfoOf(const Side& side)
+GstAudioInfo InfoOf(const BufferLayout& side)
 {
     GstAudioInfo info;
     gst_audio_info_set_format(&info, FormatFor(side.sample), 48000, static_cast<int>(side.Channels()), nullptr);
@@ -39,7 +39,7 @@ GstAudioInfo InfoOf(const Side& side)
     return info;
 }
 
-std::vector<gpointer> Pointers(const Side& side)
+std::vector<gpointer> Pointers(const BufferLayout& side)
 {
     return {side.planes.begin(), side.planes.end()};
 }
@@ -73,7 +73,7 @@ StreamMaker Resampler(int quality)
 /// The volume element outside a pipeline: its transform is called as the base class calls it.
 class VolumeElement {
 public:
-    VolumeElement(const Side& side, double gain)
+    VolumeElement(const BufferLayout& side, double gain)
         : element_(gst_element_factory_make("volume", nullptr)), transform_(GST_BASE_TRANSFORM_CAST(element_))
     {
         if (element_ == nullptr) {
@@ -127,7 +127,7 @@ public:
         return version;
     }
 
-    Job Convert(const Side& in, const Side& out) const override
+    Job Convert(const BufferLayout& in, const BufferLayout& out) const override
     {
         constexpr std::uint32_t kMostChannels = 63; // with more its converter crashes
         if (FormatFor(in.sample) == GST_AUDIO_FORMAT_UNKNOWN || FormatFor(out.sample) == GST_AUDIO_FORMAT_UNKNOWN ||
@@ -153,7 +153,7 @@ public:
         };
     }
 
-    Job Gain(const Side& side, double gain) const override
+    Job Gain(const BufferLayout& side, double gain) const override
     {
         return [element = std::make_shared<VolumeElement>(side, gain)] { element->Run(); };
     }

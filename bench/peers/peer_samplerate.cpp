@@ -42,7 +42,7 @@ public:
     std::string Name() const override { return "samplerate"; }
     std::string Version() const override { return src_get_version(); }
 
-    Job Convert(const Side& in, const Side& out) const override
+    Job Convert(const BufferLayout& in, const BufferLayout& out) const override
     {
         if (in.planes.size() != 1 || out.planes.size() != 1) {
             return {};

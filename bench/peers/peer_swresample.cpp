@@ -16,7 +16,7 @@ namespace {
 using Context = std::shared_ptr<SwrContext>;
 
 /// The sample format, AV_SAMPLE_FMT_NONE if there is none such. 24-in-32 is to it a sample of 32 bits.
-AVSampleFormat FormatFor(const Side& side)
+AVSampleFormat FormatFor(const BufferLayout& side)
 {
     AVSampleFormat format = AV_SAMPLE_FMT_NONE;
     switch (side.sample) {
@@ -80,7 +80,7 @@ public:
     std::string Name() const override { return "swresample"; }
     std::string Version() const override { return std::string("libswresample ") + av_version_info(); }
 
-    Job Convert(const Side& in, const Side& out) const override
+    Job Convert(const BufferLayout& in, const BufferLayout& out) const override
     {
         const AVSampleFormat from = FormatFor(in);
         const AVSampleFormat to = FormatFor(out);

@@ -5,7 +5,7 @@
 
 namespace bench {
 
-void PrintHead(const Surroundings& surroundings)
+void PrintHead(const Environment& surroundings)
 {
     std::printf("%s\n%s\n%s; %s, %s\n", surroundings.machine.c_str(), surroundings.system.c_str(),
                 surroundings.compiler.c_str(), surroundings.date.c_str(), surroundings.revision.c_str());
@@ -30,14 +30,14 @@ void PrintResult(const Result& result)
     std::printf(" %10.3f us", result.contenders.front().seconds * 1e6);
     for (const Verdict& verdict : result.verdicts) {
         std::printf("  %6s %s (%s), target %s: %s", Number(verdict.share).c_str(),
-                    Phrase(verdict.target.against).c_str(), verdict.against.c_str(),
+                    RoleText(verdict.target.against).c_str(), verdict.against.c_str(),
                     Number(verdict.target.share).c_str(), verdict.Reached() ? "reached" : "NOT REACHED");
     }
     if (result.withCalls) {
         std::printf("  %6s of the limit and the host calls", Number(*result.withCalls).c_str());
     }
     std::printf("\n");
-    for (const std::string& text : result.leftOut) {
+    for (const std::string& text : result.excluded) {
         std::printf("    left out: %s\n", text.c_str());
     }
     std::fflush(stdout);

@@ -32,7 +32,7 @@ struct Quality {
     double low;  ///< signal to noise of the low tone
     double high; ///< of the high one
 
-    bool Suffices() const { return low >= kLeastQuality && high >= kLeastQuality; }
+    bool MeetsTarget() const { return low >= kLeastQuality && high >= kLeastQuality; }
 };
 
 } // namespace bench

@@ -16,7 +16,7 @@ namespace bench {
 namespace {
 
 /// The contender's result, looked at before its time is.
-std::optional<std::string> WrongResult(const Work& work, const Contender& contender)
+std::optional<std::string> WrongResult(const Workload& work, const Contender& contender)
 {
     if (!contender.check) {
         return std::nullopt;
@@ -66,9 +66,9 @@ std::vector<double> Sums(std::vector<double> first, const std::vector<double>& s
 
 } // namespace
 
-Result Measure(const WorkRow& row, double seconds)
+Result Measure(const WorkloadFactory& row, double seconds)
 {
-    Work work = row.make();
+    Workload work = row.make();
     Result result{row.family, row.name, {}, {}, {}, {}};
     std::vector<Contender> accepted;
     for (Contender& contender : work.contenders) {
@@ -79,7 +79,7 @@ Result Measure(const WorkRow& row, double seconds)
             throw std::runtime_error(row.family + ", " + row.name + ", " + contender.name +
                                      ": wrong result: " + *wrong);
         } else {
-            result.leftOut.push_back(contender.name + ": " + *wrong);
+            result.excluded.push_back(contender.name + ": " + *wrong);
         }
     }
     if (accepted.empty()) {
@@ -90,7 +90,7 @@ Result Measure(const WorkRow& row, double seconds)
     for (const Contender& contender : accepted) {
         timers.push_back(contender.timer);
     }
-    const Rounds rounds = TakeTurns(timers, {.seconds = seconds, .turnSeconds = work.turnSeconds});
+    const Rounds rounds = RunInterleaved(timers, {.seconds = seconds, .sliceSeconds = work.sliceSeconds});
     for (std::size_t i = 0; i < accepted.size(); ++i) {
         result.contenders.push_back({accepted[i].name, accepted[i].role, Median(rounds[i])});
     }
@@ -109,7 +109,7 @@ Result Measure(const WorkRow& row, double seconds)
     }
     for (std::size_t calls = 1; calls < accepted.size(); ++calls) {
         for (std::size_t limit = 1; accepted[calls].role == Role::Calls && limit < accepted.size(); ++limit) {
-            if (accepted[limit].role == Role::Limit) {
+            if (accepted[limit].role == Role::Bound) {
                 const double ratio = MedianRatio(Sums(rounds[limit], rounds[calls]), rounds[0]);
                 result.withCalls = std::min(result.withCalls.value_or(ratio), ratio);
             }
@@ -118,10 +118,10 @@ Result Measure(const WorkRow& row, double seconds)
     return result;
 }
 
-std::string Phrase(Role role)
+std::string RoleText(Role role)
 {
     switch (role) {
-    case Role::Limit:
+    case Role::Bound:
         return "of the limit";
     case Role::Peer:
         return "times the fastest peer";
@@ -137,9 +137,9 @@ std::string Number(double share)
     return text;
 }
 
-Surroundings LookAround(const Bench& bench, std::string revision)
+Environment CollectEnvironment(const Bench& bench, std::string revision)
 {
-    Surroundings found;
+    Environment found;
     found.machine = Line("/proc/cpuinfo", "model name") + ", family " + Line("/proc/cpuinfo", "cpu family") +
                     ", model " + Line("/proc/cpuinfo", "model\t") + ", " + std::to_string(ProcessorCount()) +
                     " processors, " + WidestInstructions() + "; caches " + Cache(_SC_LEVEL1_DCACHE_SIZE) + ", " +

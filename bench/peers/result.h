@@ -32,19 +32,19 @@ struct Result {
     std::string name;
     std::vector<Timed> contenders;
     std::vector<Verdict> verdicts;
-    std::optional<double> withCalls;  ///< of the limit and the host calls together, where these were measured
-    std::vector<std::string> leftOut; ///< peers whose results were wrong, and how
+    std::optional<double> withCalls;   ///< of the limit and the host calls together, where these were measured
+    std::vector<std::string> excluded; ///< peers whose results were wrong, and how
 };
 
 /// Checks every contender of a work, then measures them. Only a peer's result may be wrong, which leaves it out.
-Result Measure(const WorkRow& row, double seconds);
+Result Measure(const WorkloadFactory& row, double seconds);
 
 /// What a role is called where its target is told, such as "of the limit".
-std::string Phrase(Role role);
+std::string RoleText(Role role);
 /// A ratio in the manner of its role: a share of the limit, or times the peer.
 std::string Number(double share);
 
-struct Surroundings {
+struct Environment {
     std::string machine;
     std::string system;
     std::string compiler;
@@ -52,15 +52,15 @@ struct Surroundings {
     std::string revision;
     std::vector<std::string> peers;
 };
-Surroundings LookAround(const Bench& bench, std::string revision);
+Environment CollectEnvironment(const Bench& bench, std::string revision);
 
 struct Report {
-    Surroundings surroundings;
+    Environment surroundings;
     std::vector<Result> results;
     std::vector<Quality> qualities;
 };
 
-void PrintHead(const Surroundings& surroundings);
+void PrintHead(const Environment& surroundings);
 void PrintResult(const Result& result);
 void PrintSummary(const Report& report);
 void PrintQualities(std::span<const Quality> qualities);

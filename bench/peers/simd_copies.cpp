@@ -75,7 +75,7 @@ void CopyByLibrary(std::byte* to, const std::byte* from, std::size_t bytes)
     asm volatile("" ::: "memory");
 }
 
-std::vector<WideCopy> WideCopies()
+std::vector<SimdCopy> WideCopies()
 {
     if (Has512()) {
         return {{"AVX-512 copy", Copy512}};

@@ -11,7 +11,7 @@ namespace bench {
 
 using Copy = void (*)(std::byte* to, const std::byte* from, std::size_t bytes);
 
-struct WideCopy {
+struct SimdCopy {
     const char* name;
     Copy copy;
 };
@@ -20,7 +20,7 @@ struct WideCopy {
 void CopyByLibrary(std::byte* to, const std::byte* from, std::size_t bytes);
 
 /// Copies in registers of the widest kind that this processor has. None without AVX2.
-std::vector<WideCopy> WideCopies();
+std::vector<SimdCopy> WideCopies();
 
 /// `outputs` times 32 multiply-adds of 16-bit samples, in registers of 64 or 32 bytes. Empty if the processor has none.
 Job MultiplyAdds(std::size_t outputs, std::size_t registerBytes);

@@ -12,7 +12,7 @@ namespace bench {
 namespace {
 
 /// Where the sample of a channel in a frame stands.
-const std::byte* At(const Side& side, std::size_t frame, std::uint32_t channel)
+const std::byte* At(const BufferLayout& side, std::size_t frame, std::uint32_t channel)
 {
     const std::size_t inPlane = frame * side.channelsOfPlane + channel % side.channelsOfPlane;
     return side.planes[channel / side.channelsOfPlane] + inPlane * BytesOf(side.sample);
@@ -38,7 +38,7 @@ Contender MakeContender(std::string name, Role role, Job job, Check check)
     return contender;
 }
 
-void AddLimits(Work& work, const std::vector<Pass>& passes)
+void AddBounds(Workload& work, const std::vector<Pass>& passes)
 {
     const Check copied = [last = passes.back()]() -> std::optional<std::string> {
         if (std::memcmp(last.to, last.from, last.bytes) != 0) {
@@ -52,19 +52,19 @@ void AddLimits(Work& work, const std::vector<Pass>& passes)
                 copy(pass.to, pass.from, pass.bytes);
             }
         };
-        work.contenders.push_back(MakeContender(std::move(name), Role::Limit, job, copied));
+        work.contenders.push_back(MakeContender(std::move(name), Role::Bound, job, copied));
     };
     add("memcpy", CopyByLibrary);
-    for (const WideCopy& wide : WideCopies()) {
+    for (const SimdCopy& wide : WideCopies()) {
         add(wide.name, wide.copy);
     }
 }
 
-std::vector<Pass> OnePass(const Side& in, const Side& out)
+std::vector<Pass> OnePass(const BufferLayout& in, const BufferLayout& out)
 {
     const bool split = out.planes.size() >= in.planes.size();
-    const Side& many = split ? out : in;
-    const Side& few = split ? in : out;
+    const BufferLayout& many = split ? out : in;
+    const BufferLayout& few = split ? in : out;
     std::vector<Pass> passes;
     const std::size_t bytes = (in.Bytes() + out.Bytes()) / 2 / many.planes.size();
     for (std::size_t i = 0; i < many.planes.size(); ++i) {
@@ -74,12 +74,12 @@ std::vector<Pass> OnePass(const Side& in, const Side& out)
     return passes;
 }
 
-std::size_t PassRoom(std::size_t inPlaneBytes, std::size_t outPlaneBytes)
+std::size_t PassCapacity(std::size_t inPlaneBytes, std::size_t outPlaneBytes)
 {
     return std::max({inPlaneBytes, outPlaneBytes, (inPlaneBytes + outPlaneBytes + 1) / 2});
 }
 
-Check WithinTolerance(const Side& in, const Side& out, double tolerance, double gain)
+Check WithinTolerance(const BufferLayout& in, const BufferLayout& out, double tolerance, double gain)
 {
     return [=]() -> std::optional<std::string> {
         for (std::size_t frame = 0; frame < in.frames; ++frame) {
@@ -95,7 +95,7 @@ Check WithinTolerance(const Side& in, const Side& out, double tolerance, double 
     };
 }
 
-Check EqualTo(const Side& out, std::function<std::vector<std::byte>()> model)
+Check EqualTo(const BufferLayout& out, std::function<std::vector<std::byte>()> model)
 {
     return [=]() -> std::optional<std::string> {
         const std::vector<std::byte> expected = model();

@@ -26,42 +26,44 @@ constexpr Operation kOperations[] = {
     {"gain ramp", Sample::Int24In32, Sample::Int24In32, true},
 };
 
-Job JobOn(const Bench& bench, const Operation& operation, const Side& in, const Side& out)
+Job JobOn(const Bench& bench, const Operation& operation, const BufferLayout& in, const BufferLayout& out)
 {
     return operation.ramp ? VolumeJob(bench.spread, in, out, kStart, kEnd) : CopyJob(bench.spread, in, out);
 }
 
-Check CheckOf(const Operation& operation, const Side& in, const Side& out)
+Check CheckOf(const Operation& operation, const BufferLayout& in, const BufferLayout& out)
 {
     return EqualTo(out, [=] { return operation.ramp ? Scaled(in, kStart, kEnd) : Converted(in, out); });
 }
 
-Work MakeContent(const Bench& bench, const Operation& operation, Content content)
+Workload MakeContent(const Bench& bench, const Operation& operation, Content content)
 {
-    const auto memory = std::make_shared<Memory>(3 * Memory::RoomFor(8 * kFrames, Placement::Spread));
-    const auto side = [&](Sample sample) { return MakeSide(memory, sample, kChannels, 1, kFrames, Placement::Spread); };
-    const Side special = side(operation.from);
-    const Side noise = side(operation.from);
-    const Side out = side(operation.to);
-    Work work;
+    const auto memory = std::make_shared<Memory>(3 * Memory::RequiredBytes(8 * kFrames, Placement::Staggered));
+    const auto side = [&](Sample sample) {
+        return MakeSide(memory, sample, kChannels, 1, kFrames, Placement::Staggered);
+    };
+    const BufferLayout special = side(operation.from);
+    const BufferLayout noise = side(operation.from);
+    const BufferLayout out = side(operation.to);
+    Workload work;
     work.prepare = [=] {
         Fill(special, content);
         Fill(noise, Content::Noise);
         Poison(out);
     };
-    const auto add = [&](Content of, Role role, const Side& in) {
+    const auto add = [&](Content of, Role role, const BufferLayout& in) {
         work.contenders.push_back(
             MakeContender(NameOf(of), role, JobOn(bench, operation, in, out), CheckOf(operation, in, out)));
     };
     add(content, Role::Library, special);
-    add(Content::Noise, Role::Yardstick, noise);
-    work.targets = {{Role::Yardstick, 0.95}};
+    add(Content::Noise, Role::Baseline, noise);
+    work.targets = {{Role::Baseline, 0.95}};
     return work;
 }
 
 } // namespace
 
-void AddContents(std::vector<WorkRow>& rows, const Bench& bench)
+void AddContents(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
     for (const Operation& operation : kOperations) {
         for (const Content content : {Content::Silence, Content::FadeTail, Content::Denormal}) {

@@ -21,39 +21,39 @@ struct Size {
 };
 
 /// What the call costs without the samples.
-Contender HostCalls(const Bench& bench, const Side& in, const Side& out)
+Contender HostCalls(const Bench& bench, const BufferLayout& in, const BufferLayout& out)
 {
-    return MakeCallsAlone(
+    return MakeHostCallsOnly(
         [source = std::make_shared<BufferSet>(in), target = std::make_shared<BufferSet>(out)] {
-            CallConversionByHand(*source->One(), *target->One());
+            MakeConversionCalls(*source->One(), *target->One());
         },
         [&bench, in, out] {
-            TallySet source(in);
-            TallySet target(out);
+            CountingBufferSet source(in);
+            CountingBufferSet target(out);
             return CompareCalls(
                 source, target,
                 [&] { bench.spread.Require(bench.spread->CopyAudioSamples(source.One(), target.One())); },
-                [&] { CallConversionByHand(*source.One(), *target.One()); });
+                [&] { MakeConversionCalls(*source.One(), *target.One()); });
         });
 }
 
 /// The whole of a work: the engine, the limits, and each peer that does it.
-Work MakeConversion(const Bench& bench, Sample from, Sample to, std::size_t frames, std::uint32_t channels)
+Workload MakeConversion(const Bench& bench, Sample from, Sample to, std::size_t frames, std::uint32_t channels)
 {
     const std::size_t inBytes = frames * channels * BytesOf(from);
     const std::size_t outBytes = frames * channels * BytesOf(to);
-    const std::size_t room = PassRoom(inBytes, outBytes);
-    const auto memory = std::make_shared<Memory>(2 * Memory::RoomFor(room, Placement::Spread));
-    const Side in = MakeSide(memory, from, channels, 1, frames, Placement::Spread, room);
-    const Side out = MakeSide(memory, to, channels, 1, frames, Placement::Spread, room);
-    Work work;
+    const std::size_t room = PassCapacity(inBytes, outBytes);
+    const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(room, Placement::Staggered));
+    const BufferLayout in = MakeSide(memory, from, channels, 1, frames, Placement::Staggered, room);
+    const BufferLayout out = MakeSide(memory, to, channels, 1, frames, Placement::Staggered, room);
+    Workload work;
     work.prepare = [in, out] {
         Fill(in, Content::Noise);
         Poison(out);
     };
     work.contenders.push_back(MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out),
                                             EqualTo(out, [in, out] { return Converted(in, out); })));
-    AddLimits(work, OnePass(in, out));
+    AddBounds(work, OnePass(in, out));
     work.contenders.push_back(HostCalls(bench, in, out));
     for (const auto& peer : bench.peers) {
         if (Job job = peer->Convert(in, out)) {
@@ -71,14 +71,14 @@ struct Pair {
 
 constexpr Size kSizes[] = {{16 << 10, "16 KiB", 0.6}, {512 << 10, "512 KiB", 0.9}, {64 << 20, "64 MiB", 0.9}};
 
-void Add(std::vector<WorkRow>& rows, const Bench& bench, const char* family, const Pair& pair, const Size& size,
+void Add(std::vector<WorkloadFactory>& rows, const Bench& bench, const char* family, const Pair& pair, const Size& size,
          std::vector<Target> targets)
 {
     const std::string name = std::string(NameOf(pair.from)).append(" to ").append(NameOf(pair.to)) + ", " + size.name;
     rows.push_back({family, name, [&bench, pair, size, targets] {
                         constexpr std::uint32_t kChannels = 2;
                         const std::size_t frameBytes = kChannels * std::max(BytesOf(pair.from), BytesOf(pair.to));
-                        Work work = MakeConversion(bench, pair.from, pair.to, size.bytes / frameBytes, kChannels);
+                        Workload work = MakeConversion(bench, pair.from, pair.to, size.bytes / frameBytes, kChannels);
                         work.targets = targets;
                         return work;
                     }});
@@ -86,7 +86,7 @@ void Add(std::vector<WorkRow>& rows, const Bench& bench, const char* family, con
 
 } // namespace
 
-void AddConversions(std::vector<WorkRow>& rows, const Bench& bench)
+void AddConversions(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
     using enum Sample;
     constexpr Pair kPairs[] = {{Int16, Int24In32}, {Int24In32, Int16}, {Int16, Float},
@@ -94,12 +94,12 @@ void AddConversions(std::vector<WorkRow>& rows, const Bench& bench)
     constexpr Pair kPacked[] = {{Int24In24, Int24In32}, {Int24In32, Int24In24}};
     for (const Pair& pair : kPairs) {
         for (const Size& size : kSizes) {
-            Add(rows, bench, "Conversions", pair, size, {{Role::Limit, size.share}, {Role::Peer, 1.0}});
+            Add(rows, bench, "Conversions", pair, size, {{Role::Bound, size.share}, {Role::Peer, 1.0}});
         }
     }
     for (const Pair& pair : kPacked) {
         for (const Size& size : kSizes) {
-            Add(rows, bench, "Packed 24 bits", pair, size, {{Role::Limit, 0.8}});
+            Add(rows, bench, "Packed 24 bits", pair, size, {{Role::Bound, 0.8}});
         }
     }
 }

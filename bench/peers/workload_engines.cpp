@@ -13,12 +13,12 @@ namespace {
 constexpr std::size_t kEngines = 8;
 
 /// An engine with buffers of its own: 1024 stereo frames from 16 bits to 24 in 32, 12 KiB in all.
-class Station {
+class EngineWorker {
 public:
-    explicit Station(zta::host::Module& module)
-        : engine_(module, Placement::Spread), memory_(std::make_shared<Memory>(1 << 16)),
-          in_(MakeSide(memory_, Sample::Int16, 2, 1, 1024, Placement::Spread)),
-          out_(MakeSide(memory_, Sample::Int24In32, 2, 1, 1024, Placement::Spread)), source_(in_), target_(out_)
+    explicit EngineWorker(zta::host::Module& module)
+        : engine_(module, Placement::Staggered), memory_(std::make_shared<Memory>(1 << 16)),
+          in_(MakeSide(memory_, Sample::Int16, 2, 1, 1024, Placement::Staggered)),
+          out_(MakeSide(memory_, Sample::Int24In32, 2, 1, 1024, Placement::Staggered)), source_(in_), target_(out_)
     {
         Fill(in_, Content::Noise);
         Poison(out_);
@@ -34,8 +34,8 @@ public:
 private:
     Engine engine_;
     std::shared_ptr<Memory> memory_;
-    Side in_;
-    Side out_;
+    BufferLayout in_;
+    BufferLayout out_;
     BufferSet source_;
     BufferSet target_;
 };
@@ -52,7 +52,7 @@ long VoluntarySwitches()
 /// would show as switches of its own will.
 class EightEngines {
 public:
-    explicit EightEngines(const std::vector<std::shared_ptr<Station>>& stations) : stations_(stations) {}
+    explicit EightEngines(const std::vector<std::shared_ptr<EngineWorker>>& stations) : stations_(stations) {}
 
     double operator()(int calls)
     {
@@ -62,7 +62,7 @@ public:
         for (std::size_t i = 0; i < stations_.size(); ++i) {
             threads.emplace_back([&, i] {
                 PinToProcessor(i);
-                Station& station = *stations_[i];
+                EngineWorker& station = *stations_[i];
                 station.Call();
                 ++ready;
                 while (ready != stations_.size()) {
@@ -85,22 +85,22 @@ public:
         return sum / calls / static_cast<double>(threads.size());
     }
 
-    long Waits() const { return waits_; }
+    long VoluntarySwitchCount() const { return waits_; }
 
 private:
-    std::vector<std::shared_ptr<Station>> stations_;
+    std::vector<std::shared_ptr<EngineWorker>> stations_;
     std::atomic<long> waits_ = 0;
 };
 
-Work MakeEngines(const Bench& bench)
+Workload MakeEngines(const Bench& bench)
 {
-    std::vector<std::shared_ptr<Station>> stations;
+    std::vector<std::shared_ptr<EngineWorker>> stations;
     for (std::size_t i = 0; i < kEngines; ++i) {
-        stations.push_back(std::make_shared<Station>(bench.module));
+        stations.push_back(std::make_shared<EngineWorker>(bench.module));
     }
     const auto eight = std::make_shared<EightEngines>(stations);
-    Work work;
-    work.turnSeconds = 4e-3;
+    Workload work;
+    work.sliceSeconds = 4e-3;
     work.prepare = [] {};
     Contender all;
     all.name = "eight engines";
@@ -113,22 +113,22 @@ Work MakeEngines(const Bench& bench)
                 return wrong;
             }
         }
-        if (eight->Waits() != 0) {
-            return "a thread waited " + std::to_string(eight->Waits()) + " times";
+        if (eight->VoluntarySwitchCount() != 0) {
+            return "a thread waited " + std::to_string(eight->VoluntarySwitchCount()) + " times";
         }
         return std::nullopt;
     };
     work.contenders.push_back(std::move(all));
     work.contenders.push_back(MakeContender(
-        "one engine", Role::Yardstick, [station = stations.front()] { station->Call(); },
+        "one engine", Role::Baseline, [station = stations.front()] { station->Call(); },
         [station = stations.front()] { return station->Check(); }));
-    work.targets = {{Role::Yardstick, 0.95}};
+    work.targets = {{Role::Baseline, 0.95}};
     return work;
 }
 
 } // namespace
 
-void AddEngines(std::vector<WorkRow>& rows, const Bench& bench)
+void AddEngines(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
     rows.push_back(
         {"Eight engines", "16 to 24-in-32, 1024 stereo frames each", [&bench] { return MakeEngines(bench); }});

@@ -20,36 +20,37 @@ const char* SizeName(std::size_t bytes)
     return bytes == kInCache ? "64 KiB" : "64 MiB";
 }
 
-Work MakeRamp(const Bench& bench, std::size_t bytes, std::uint32_t channels)
+Workload MakeRamp(const Bench& bench, std::size_t bytes, std::uint32_t channels)
 {
     constexpr float kStart = 0.5F;
     constexpr float kEnd = 2.5F;
-    const auto memory = std::make_shared<Memory>(2 * Memory::RoomFor(bytes, Placement::Spread));
+    const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(bytes, Placement::Staggered));
     const auto side = [&] {
-        return MakeSide(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Spread);
+        return MakeSide(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Staggered);
     };
-    const Side in = side();
-    const Side out = side();
-    Work work;
+    const BufferLayout in = side();
+    const BufferLayout out = side();
+    Workload work;
     work.prepare = [in, out] {
         Fill(in, Content::Noise);
         Poison(out);
     };
     work.contenders.push_back(MakeContender("engine", Role::Library, VolumeJob(bench.spread, in, out, kStart, kEnd),
                                             EqualTo(out, [in] { return Scaled(in, kStart, kEnd); })));
-    AddLimits(work, OnePass(in, out));
-    work.targets = {{Role::Limit, bytes == kInCache ? 0.6 : 0.9}};
+    AddBounds(work, OnePass(in, out));
+    work.targets = {{Role::Bound, bytes == kInCache ? 0.6 : 0.9}};
     return work;
 }
 
 /// No peer has ramps that run by sample frames, so the constant gain stands for them: in place, as the peers work.
-Work MakeConstant(const Bench& bench, std::size_t bytes, std::uint32_t channels)
+Workload MakeConstant(const Bench& bench, std::size_t bytes, std::uint32_t channels)
 {
     constexpr float kGain = 1.5F;
-    const auto memory = std::make_shared<Memory>(2 * Memory::RoomFor(bytes, Placement::Spread));
-    const Side side = MakeSide(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Spread);
-    const Side before = MakeSide(memory, Sample::Int24In32, channels, 1, side.frames, Placement::Spread);
-    Work work;
+    const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(bytes, Placement::Staggered));
+    const BufferLayout side =
+        MakeSide(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Staggered);
+    const BufferLayout before = MakeSide(memory, Sample::Int24In32, channels, 1, side.frames, Placement::Staggered);
+    Workload work;
     work.prepare = [side, before] {
         Fill(side, Content::Noise);
         Fill(before, Content::Noise);
@@ -74,7 +75,7 @@ std::string Channels(std::uint32_t channels)
 
 } // namespace
 
-void AddGains(std::vector<WorkRow>& rows, const Bench& bench)
+void AddGains(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
     for (const std::size_t bytes : {kInCache, kInMemory}) {
         for (const std::uint32_t channels : {1U, 2U, 4U, 8U, 16U, 32U, 64U}) {

@@ -17,7 +17,7 @@ struct Row {
 };
 
 /// Untouched in the middle to the bit; along the edges within 2^-10 of 1 - (1 - t)^2.
-Check FadedAtBothEnds(const Side& in, const Side& out)
+Check ReferenceFadeInOut(const BufferLayout& in, const BufferLayout& out)
 {
     return [in, out]() -> std::optional<std::string> {
         const std::vector<std::byte> plain = Converted(in, out);
@@ -37,23 +37,23 @@ Check FadedAtBothEnds(const Side& in, const Side& out)
     };
 }
 
-Work MakeCopy(const Bench& bench, const Row& row, bool fades)
+Workload MakeCopy(const Bench& bench, const Row& row, bool fades)
 {
     const std::size_t samples = kFrames * row.channels;
-    const std::size_t room = PassRoom(samples * BytesOf(row.from), samples * BytesOf(row.to));
-    const auto memory = std::make_shared<Memory>(2 * Memory::RoomFor(room, Placement::Spread));
-    const Side in = MakeSide(memory, row.from, row.channels, 1, kFrames, Placement::Spread, room);
-    const Side out = MakeSide(memory, row.to, row.channels, 1, kFrames, Placement::Spread, room);
-    Work work;
+    const std::size_t room = PassCapacity(samples * BytesOf(row.from), samples * BytesOf(row.to));
+    const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(room, Placement::Staggered));
+    const BufferLayout in = MakeSide(memory, row.from, row.channels, 1, kFrames, Placement::Staggered, room);
+    const BufferLayout out = MakeSide(memory, row.to, row.channels, 1, kFrames, Placement::Staggered, room);
+    Workload work;
     work.prepare = [in, out] {
         Fill(in, Content::Noise);
         Poison(out);
     };
     work.contenders.push_back(
         MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out, fades),
-                      fades ? FadedAtBothEnds(in, out) : EqualTo(out, [in, out] { return Converted(in, out); })));
-    AddLimits(work, OnePass(in, out));
-    work.targets = {{Role::Limit, 0.8}};
+                      fades ? ReferenceFadeInOut(in, out) : EqualTo(out, [in, out] { return Converted(in, out); })));
+    AddBounds(work, OnePass(in, out));
+    work.targets = {{Role::Bound, 0.8}};
     return work;
 }
 
@@ -65,7 +65,7 @@ std::string NameOf(const Row& row)
 
 } // namespace
 
-void AddMultiFormatsAndFades(std::vector<WorkRow>& rows, const Bench& bench)
+void AddMultiFormatsAndFades(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
     using enum Sample;
     constexpr Row kWords[] = {{Multi24, Int24In32, 2}, {Multi24, Int24In32, 16}, {Multi16, Int16, 2}};

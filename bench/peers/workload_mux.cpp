@@ -10,7 +10,7 @@ namespace {
 struct Kind {
     const char* name;
     std::uint32_t channelsOfPlane;
-    bool joins;
+    bool interleaves;
 };
 
 constexpr Kind kKinds[] = {
@@ -25,21 +25,21 @@ struct Shape {
 
 /// The buffers of one work, and the staging memory of its limit.
 struct Setting {
-    Side planes;
-    Side mux;
-    Side stage;
-    bool joins;
+    BufferLayout planes;
+    BufferLayout mux;
+    BufferLayout stage;
+    bool interleaves;
 
-    const Side& In() const { return joins ? planes : mux; }
-    const Side& Out() const { return joins ? mux : planes; }
+    const BufferLayout& In() const { return interleaves ? planes : mux; }
+    const BufferLayout& Out() const { return interleaves ? mux : planes; }
 };
 
 Setting MakeSetting(const Shape& shape, Placement placement)
 {
     const std::size_t count = shape.channels / shape.kind.channelsOfPlane;
     const std::size_t bytes = shape.frames * shape.channels * BytesOf(shape.sample);
-    const auto memory = std::make_shared<Memory>(2 * count * Memory::RoomFor(bytes / count, placement) +
-                                                 Memory::RoomFor(bytes, placement));
+    const auto memory = std::make_shared<Memory>(2 * count * Memory::RequiredBytes(bytes / count, placement) +
+                                                 Memory::RequiredBytes(bytes, placement));
     const auto planes = [&] {
         return MakeSide(memory, shape.sample, shape.kind.channelsOfPlane, count, shape.frames, placement);
     };
@@ -47,13 +47,13 @@ Setting MakeSetting(const Shape& shape, Placement placement)
     setting.planes = planes();
     setting.mux = MakeSide(memory, shape.sample, shape.channels, 1, shape.frames, placement);
     setting.stage = planes();
-    setting.joins = shape.kind.joins;
+    setting.interleaves = shape.kind.interleaves;
     return setting;
 }
 
 Job EngineJob(const Engine& engine, const Setting& setting)
 {
-    return MuxJob(engine, setting.planes, setting.mux, setting.joins);
+    return MuxJob(engine, setting.planes, setting.mux, setting.interleaves);
 }
 
 Check CheckOf(const Setting& setting)
@@ -72,7 +72,7 @@ Job PreparationOf(const Setting& setting)
 /// An assembly copies each input into the pool first, which is a pass of its own.
 std::vector<Pass> PassesOf(const Setting& setting)
 {
-    if (!setting.joins) {
+    if (!setting.interleaves) {
         return OnePass(setting.mux, setting.planes);
     }
     std::vector<Pass> passes;
@@ -87,9 +87,9 @@ std::vector<Pass> PassesOf(const Setting& setting)
 
 /// Both samples of a stereo frame as one word: the peers know planes of single channels only, and this is the same
 /// move.
-Side AsWords(const Side& side, std::uint32_t samplesOfWord)
+BufferLayout AsWords(const BufferLayout& side, std::uint32_t samplesOfWord)
 {
-    Side words = side;
+    BufferLayout words = side;
     words.channelsOfPlane = side.channelsOfPlane / samplesOfWord;
     if (samplesOfWord == 2) {
         words.sample = side.sample == Sample::Int16 ? Sample::Int24In32 : Sample::Word64;
@@ -101,54 +101,54 @@ Side AsWords(const Side& side, std::uint32_t samplesOfWord)
 Contender HostCalls(const Bench& bench, const Setting& setting)
 {
     const auto stages = std::make_shared<BufferSet>(setting.stage);
-    const auto CallByHand = [stages, joins = setting.joins](auto& planes, auto& mux) {
-        if (joins) {
-            CallAssemblyByHand(planes.Array(), stages->Array(), planes.Count(), *mux.One());
+    const auto CallByHand = [stages, interleaves = setting.interleaves](auto& planes, auto& mux) {
+        if (interleaves) {
+            MakeInterleaveCalls(planes.Array(), stages->Array(), planes.Count(), *mux.One());
         } else {
-            CallSplitByHand(*mux.One(), planes.Array(), planes.Count());
+            MakeDeinterleaveCalls(*mux.One(), planes.Array(), planes.Count());
         }
     };
-    return MakeCallsAlone(
+    return MakeHostCallsOnly(
         [CallByHand, planes = std::make_shared<BufferSet>(setting.planes),
          mux = std::make_shared<BufferSet>(setting.mux)] { CallByHand(*planes, *mux); },
         [&bench, setting, CallByHand] {
-            TallySet planes(setting.planes);
-            TallySet mux(setting.mux);
-            const auto CallEngine = [&, call = MuxCallOf(setting.planes.channelsOfPlane, setting.joins)] {
+            CountingBufferSet planes(setting.planes);
+            CountingBufferSet mux(setting.mux);
+            const auto CallEngine = [&, call = MuxCallOf(setting.planes.channelsOfPlane, setting.interleaves)] {
                 bench.spread.Require(call(bench.spread.Get(), planes.Array(), planes.Count(), mux.One()));
             };
             return CompareCalls(planes, mux, CallEngine, [&] { CallByHand(planes, mux); });
         });
 }
 
-Work MakeMux(const Bench& bench, const Shape& shape)
+Workload MakeMux(const Bench& bench, const Shape& shape)
 {
-    const Setting setting = MakeSetting(shape, Placement::Spread);
-    Work work;
+    const Setting setting = MakeSetting(shape, Placement::Staggered);
+    Workload work;
     work.prepare = PreparationOf(setting);
     work.contenders.push_back(
         MakeContender("engine", Role::Library, EngineJob(bench.spread, setting), CheckOf(setting)));
-    AddLimits(work, PassesOf(setting));
+    AddBounds(work, PassesOf(setting));
     work.contenders.push_back(HostCalls(bench, setting));
-    const Side in = AsWords(setting.In(), shape.kind.channelsOfPlane);
-    const Side out = AsWords(setting.Out(), shape.kind.channelsOfPlane);
+    const BufferLayout in = AsWords(setting.In(), shape.kind.channelsOfPlane);
+    const BufferLayout out = AsWords(setting.Out(), shape.kind.channelsOfPlane);
     for (const auto& peer : bench.peers) {
         if (Job job = peer->Convert(in, out)) {
             work.contenders.push_back(MakeContender(peer->Name(), Role::Peer, std::move(job), CheckOf(setting)));
         }
     }
-    work.targets = {{Role::Limit, 0.8}};
+    work.targets = {{Role::Bound, 0.8}};
     if (shape.channels >= 16) {
         work.targets.push_back({Role::Peer, 2.0});
     }
     return work;
 }
 
-Work MakeMuxOnOnePage(const Bench& bench, const Shape& shape)
+Workload MakeMuxOnOnePage(const Bench& bench, const Shape& shape)
 {
     const Setting together = MakeSetting(shape, Placement::SamePage);
-    const Setting apart = MakeSetting(shape, Placement::Spread);
-    Work work;
+    const Setting apart = MakeSetting(shape, Placement::Staggered);
+    Workload work;
     work.prepare = [first = PreparationOf(together), second = PreparationOf(apart)] {
         first();
         second();
@@ -156,8 +156,8 @@ Work MakeMuxOnOnePage(const Bench& bench, const Shape& shape)
     work.contenders.push_back(
         MakeContender("at one offset", Role::Library, EngineJob(bench.samePage, together), CheckOf(together)));
     work.contenders.push_back(
-        MakeContender("at different offsets", Role::Yardstick, EngineJob(bench.spread, apart), CheckOf(apart)));
-    work.targets = {{Role::Yardstick, 0.8}};
+        MakeContender("at different offsets", Role::Baseline, EngineJob(bench.spread, apart), CheckOf(apart)));
+    work.targets = {{Role::Baseline, 0.8}};
     return work;
 }
 
@@ -169,7 +169,7 @@ std::string NameOf(const Shape& shape)
 
 } // namespace
 
-void AddMuxes(std::vector<WorkRow>& rows, const Bench& bench)
+void AddMuxes(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
     std::vector<Shape> shapes;
     for (const Kind& kind : kKinds) {

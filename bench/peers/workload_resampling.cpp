@@ -27,7 +27,7 @@ constexpr std::size_t kBareFrames = 8192;
 StreamMaker EngineMaker(const Bench& bench)
 {
     return {"engine", [&bench](const Rates& rates, std::size_t frames) -> Stream {
-                return [stream = std::make_shared<EngineStream>(bench.spread, rates, frames)](
+                return [stream = std::make_shared<ResamplerStream>(bench.spread, rates, frames)](
                            const std::int16_t* in, std::size_t, std::int16_t* out, std::size_t) {
                     return stream->Process(in, out);
                 };
@@ -50,7 +50,7 @@ const Quality& QualityOf(const StreamMaker& maker, const Direction& direction)
 
 /// The low tone keeps its level within 0.1 dB and comes out at 40 dB or better, in the last channel too, when the
 /// stream is cut as it is measured.
-Check KeepsTheTone(const StreamMaker& maker, const Rates& rates, std::size_t frames)
+Check PreservesTone(const StreamMaker& maker, const Rates& rates, std::size_t frames)
 {
     return [maker, rates, frames]() -> std::optional<std::string> {
         const ToneResult tone = PlayTone(maker, rates, frames, kLowTone, 1.5, rates.channels - 1);
@@ -63,9 +63,9 @@ Check KeepsTheTone(const StreamMaker& maker, const Rates& rates, std::size_t fra
 }
 
 /// The filter's run of one build of the module, with a filter bank of that build.
-class BareRun {
+class FilterOnly {
 public:
-    BareRun(const Bench& bench, const std::string& prefix, const Direction& direction, std::size_t frames)
+    FilterOnly(const Bench& bench, const std::string& prefix, const Direction& direction, std::size_t frames)
         : run_(Symbol<decltype(run_)>(bench, prefix + "ippsResamplePolyphaseFixed_16s")), frames_(frames),
           input_(frames + 64), output_(2 * frames + 64)
     {
@@ -121,11 +121,11 @@ private:
 };
 
 /// Sample by sample what the build for the oldest processors makes.
-Check RunsLikeTheOldestBuild(const Bench& bench, const std::shared_ptr<BareRun>& run, const Direction& direction,
+Check MatchesBaselineVariant(const Bench& bench, const std::shared_ptr<FilterOnly>& run, const Direction& direction,
                              std::size_t frames)
 {
     return [&bench, run, direction, frames]() -> std::optional<std::string> {
-        BareRun oldest(bench, "m7_", direction, frames);
+        FilterOnly oldest(bench, "m7_", direction, frames);
         if (run->Run() != oldest.Run() || run->Output() != oldest.Output()) {
             return "the run differs from that of the oldest build";
         }
@@ -137,9 +137,9 @@ Check RunsLikeTheOldestBuild(const Bench& bench, const std::shared_ptr<BareRun>&
 /// for itself does not count, and is charged by the sample.
 Contender BareRunOver(const Bench& bench, const Direction& direction, std::size_t samples)
 {
-    const auto run = std::make_shared<BareRun>(bench, "", direction, kBareFrames);
+    const auto run = std::make_shared<FilterOnly>(bench, "", direction, kBareFrames);
     Contender contender = MakeContender(
-        "bare run", Role::Yardstick, [run] { run->Run(); }, RunsLikeTheOldestBuild(bench, run, direction, kBareFrames));
+        "bare run", Role::Baseline, [run] { run->Run(); }, MatchesBaselineVariant(bench, run, direction, kBareFrames));
     contender.timer = [runs = contender.timer, samples](int calls) {
         const double share = static_cast<double>(samples) / kBareFrames;
         return runs(std::max(1, static_cast<int>(calls * share))) * share;
@@ -147,20 +147,21 @@ Contender BareRunOver(const Bench& bench, const Direction& direction, std::size_
     return contender;
 }
 
-Work MakeResampling(const Bench& bench, const Direction& direction, std::uint32_t channels, std::size_t frames)
+Workload MakeResampling(const Bench& bench, const Direction& direction, std::uint32_t channels, std::size_t frames)
 {
     const Rates rates{direction.from, direction.to, channels};
-    const auto engine = std::make_shared<EngineStream>(bench.spread, rates, frames);
-    Work work;
-    work.turnSeconds = kTurnSeconds;
+    const auto engine = std::make_shared<ResamplerStream>(bench.spread, rates, frames);
+    Workload work;
+    work.sliceSeconds = kTurnSeconds;
     work.prepare = [] {};
     work.contenders.push_back(MakeContender(
-        "engine", Role::Library, [engine] { engine->Call(); }, KeepsTheTone(EngineMaker(bench), rates, frames)));
+        "engine", Role::Library, [engine] { engine->Call(); }, PreservesTone(EngineMaker(bench), rates, frames)));
     work.contenders.push_back(BareRunOver(bench, direction, channels * frames));
     for (const auto& peer : bench.peers) {
         for (const StreamMaker& maker : peer->Resamplers()) {
-            const bool suffices = std::all_of(std::begin(kDirections), std::end(kDirections),
-                                              [&](const Direction& way) { return QualityOf(maker, way).Suffices(); });
+            const bool suffices =
+                std::all_of(std::begin(kDirections), std::end(kDirections),
+                            [&](const Direction& way) { return QualityOf(maker, way).MeetsTarget(); });
             const auto out = std::make_shared<std::vector<std::int16_t>>((2 * frames + 16384) * channels);
             const Stream stream = maker.make(rates, frames);
             const auto* const in = reinterpret_cast<const std::int16_t*>(engine->In().planes.front());
@@ -168,29 +169,29 @@ Work MakeResampling(const Bench& bench, const Direction& direction, std::uint32_
             work.contenders.push_back(MakeContender(
                 maker.name, suffices ? Role::Peer : Role::Other,
                 [stream, in, frames, out, capacity] { stream(in, frames, out->data(), capacity); },
-                KeepsTheTone(maker, rates, frames)));
+                PreservesTone(maker, rates, frames)));
         }
     }
     work.targets = {{Role::Peer, frames == 160 ? 2.5 : 4.0}};
     if (frames != 160) {
-        work.targets.push_back({Role::Yardstick, 0.85});
+        work.targets.push_back({Role::Baseline, 0.85});
     }
     return work;
 }
 
 /// What the samples hold must not tell in the time. No tone is played here: the works above have checked the stream.
-Work MakeContent(const Bench& bench, Content content)
+Workload MakeContent(const Bench& bench, Content content)
 {
     constexpr Rates kRates{44100, 48000, 2};
     constexpr std::size_t kFrames = 4800;
-    Work work;
-    work.turnSeconds = kTurnSeconds;
+    Workload work;
+    work.sliceSeconds = kTurnSeconds;
     work.prepare = [] {};
-    for (const auto& [of, role] : {std::pair(content, Role::Library), std::pair(Content::Noise, Role::Yardstick)}) {
-        const auto stream = std::make_shared<EngineStream>(bench.spread, kRates, kFrames, of);
+    for (const auto& [of, role] : {std::pair(content, Role::Library), std::pair(Content::Noise, Role::Baseline)}) {
+        const auto stream = std::make_shared<ResamplerStream>(bench.spread, kRates, kFrames, of);
         work.contenders.push_back(MakeContender(NameOf(of), role, [stream] { stream->Call(); }, {}));
     }
-    work.targets = {{Role::Yardstick, 0.95}};
+    work.targets = {{Role::Baseline, 0.95}};
     return work;
 }
 
@@ -203,19 +204,19 @@ struct Build {
 
 constexpr Build kBuilds[] = {{"k0_", "AVX-512", 64, 0.25}, {"l9_", "AVX2", 32, 0.2}};
 
-Work MakeBareRun(const Bench& bench, const Build& build, const Direction& direction)
+Workload MakeBareRun(const Bench& bench, const Build& build, const Direction& direction)
 {
-    const auto run = std::make_shared<BareRun>(bench, build.prefix, direction, kBareFrames);
-    Work work;
+    const auto run = std::make_shared<FilterOnly>(bench, build.prefix, direction, kBareFrames);
+    Workload work;
     work.prepare = [] {};
     const Job adds = MultiplyAdds(kBareFrames * direction.to / direction.from, build.registerBytes);
     if (!adds) {
         return work; // not on this processor
     }
     work.contenders.push_back(MakeContender(
-        "run", Role::Library, [run] { run->Run(); }, RunsLikeTheOldestBuild(bench, run, direction, kBareFrames)));
-    work.contenders.push_back(MakeContender("multiply-adds", Role::Yardstick, adds, {}));
-    work.targets = {{Role::Yardstick, build.share}};
+        "run", Role::Library, [run] { run->Run(); }, MatchesBaselineVariant(bench, run, direction, kBareFrames)));
+    work.contenders.push_back(MakeContender("multiply-adds", Role::Baseline, adds, {}));
+    work.targets = {{Role::Baseline, build.share}};
     return work;
 }
 
@@ -243,7 +244,7 @@ std::vector<Quality> MeasureQualities(const Bench& bench)
     return qualities;
 }
 
-void AddResampling(std::vector<WorkRow>& rows, const Bench& bench)
+void AddResampling(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
     for (const std::size_t frames : {160U, 1024U, 4800U}) {
         for (const std::uint32_t channels : {1U, 2U}) {

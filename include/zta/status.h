@@ -2,7 +2,7 @@
 #pragma once
 
 /// A row of the table as a constant of its name.
-#define ZTA_STATUS_ROW(code, name, sentence) inline constexpr int name = static_cast<int>(code);
+#define ZTA_STATUS_ENTRY(code, name, sentence) inline constexpr int name = static_cast<int>(code);
 #include <zta/status_codes.def>
 
 // Statuses of the component model itself; they have no text of their own.

@@ -8,7 +8,7 @@
 namespace {
 
 /// The identifiers are exported names, also those that the module itself never asks for.
-[[gnu::used]] const _GUID* const g_apExportedIdentifiers[] = {
+[[gnu::used]] const _GUID* const kExportedGuids[] = {
     &IID_IUnknown,
     &IID_IClassFactory,
     &IID_IZtAVContent,

@@ -15,7 +15,7 @@ IUnknown* OwnerOf(INonDelegatingUnknown* pThis, IUnknown* pOuterUnknown)
     return pOuterUnknown != nullptr ? pOuterUnknown : reinterpret_cast<IUnknown*>(pThis);
 }
 
-int QueryUnknownOnly(INonDelegatingUnknown* pThis, const _GUID& riid, void** ppv)
+int QueryIUnknown(INonDelegatingUnknown* pThis, const _GUID& riid, void** ppv)
 {
     if (ZtIsSameGuid(riid, IID_IUnknown)) {
         return ZtGetInterface(pThis, ppv);
@@ -34,7 +34,7 @@ unsigned long AddReference(std::atomic<unsigned int>& rCount)
 
 /// Takes one reference away. After the last one the count goes back to 1, so that a pair of AddRef and Release made
 /// while the destructor runs does not delete the object a second time. Returns what is left, 0 after the last.
-unsigned long DropReference(std::atomic<unsigned int>& rCount)
+unsigned long ReleaseReference(std::atomic<unsigned int>& rCount)
 {
     const unsigned int uiLeft = --rCount;
     if (uiLeft == 0) {
@@ -71,7 +71,7 @@ CZtLightUnknown::~CZtLightUnknown()
 
 int CZtLightUnknown::NonDelegatingQueryInterface(const _GUID& riid, void** ppv)
 {
-    return QueryUnknownOnly(this, riid, ppv);
+    return QueryIUnknown(this, riid, ppv);
 }
 
 unsigned long CZtLightUnknown::NonDelegatingAddRef()
@@ -81,7 +81,7 @@ unsigned long CZtLightUnknown::NonDelegatingAddRef()
 
 unsigned long CZtLightUnknown::NonDelegatingRelease()
 {
-    const unsigned long ulLeft = DropReference(m_ulRefCount);
+    const unsigned long ulLeft = ReleaseReference(m_ulRefCount);
     if (ulLeft == 0) {
         delete this;
     }
@@ -111,7 +111,7 @@ CZtUnknown::~CZtUnknown()
 
 int CZtUnknown::NonDelegatingQueryInterface(const _GUID& riid, void** ppv)
 {
-    return QueryUnknownOnly(this, riid, ppv);
+    return QueryIUnknown(this, riid, ppv);
 }
 
 unsigned long CZtUnknown::NonDelegatingAddRef()
@@ -121,7 +121,7 @@ unsigned long CZtUnknown::NonDelegatingAddRef()
 
 unsigned long CZtUnknown::NonDelegatingRelease()
 {
-    const unsigned long ulLeft = DropReference(m_ulRefCount);
+    const unsigned long ulLeft = ReleaseReference(m_ulRefCount);
     if (ulLeft == 0) {
         delete this;
     }

@@ -28,10 +28,10 @@ inline constexpr unsigned long kMaxBuffers = 64;
 inline constexpr unsigned long kScratchBytes = 192000;
 
 /// How the entry of an operation reads the descriptions of its buffers.
-enum class EEntryDescriptions {
-    RelabelTwentyBits,      ///< a failure is ZT_E_INVALID_PARAMETER; a buffer of 20 valid bits is relabelled
-    LeaveLabels,            ///< a failure is ZT_E_INVALID_PARAMETER; labels stay
-    LeaveLabelsAndHostCode, ///< a failure is what the host returned; labels stay
+enum class EDescriptionPolicy {
+    Relabel20Bits,       ///< a failure is ZT_E_INVALID_PARAMETER; a buffer of 20 valid bits is relabelled
+    KeepFormat,          ///< a failure is ZT_E_INVALID_PARAMETER; labels stay
+    KeepFormatAndStatus, ///< a failure is what the host returned; labels stay
 };
 
 /// How a worker with one input and one output ends; see EndOneToOne.
@@ -152,10 +152,10 @@ private:
     ZTA_INTERNAL void ForEachPoolSlot(Visit rVisit);
 
     /// 0, or ZT_E_MODULE_BUSY where another operation holds the latch.
-    ZTA_INTERNAL int TakeLatch() { return m_ui32Busy.exchange(1) == 0 ? ZT_NOERROR : ZT_E_MODULE_BUSY; }
+    ZTA_INTERNAL int TrySetBusy() { return m_ui32Busy.exchange(1) == 0 ? ZT_NOERROR : ZT_E_MODULE_BUSY; }
 
     /// The label fix; looked at here as well, so that no call is made for other formats.
-    ZTA_INTERNAL int FixLabel(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
+    ZTA_INTERNAL int RelabelFormat(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
     {
         const SZtaWaveFormatInfo& rsFormat = rsDescription.sWaveFormat;
         return rsFormat.ulBitsPerSample == 32 && rsFormat.ulValidBitsPerSample == 20
@@ -164,22 +164,22 @@ private:
     }
 
     /// Requests a description as most entry points do, and relabels 20 valid bits.
-    ZTA_INTERNAL int DescribeForEntry(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
+    ZTA_INTERNAL int QueryDescription(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
     {
         if (RequestDescription(pBuffer, rsDescription) < 0) {
             return ZT_E_INVALID_PARAMETER;
         }
-        return FixLabel(pBuffer, rsDescription);
+        return RelabelFormat(pBuffer, rsDescription);
     }
 
     /// The entry of an operation with one input and one output; see one_to_one_entry.h.
     template <class CheckFormats, class SaveInfo>
-    ZTA_INTERNAL int EnterOneToOne(EEntryDescriptions eDescriptions, int iArgumentStatus, IZtAudioSamples* pInput,
+    ZTA_INTERNAL int BeginOneToOne(EDescriptionPolicy eDescriptions, int iArgumentStatus, IZtAudioSamples* pInput,
                                    IZtAudioSamples* pOutput, CheckFormats rCheckFormats, SaveInfo rSaveInfo,
                                    int (CZtaAudioSamplesEngine::*pfnProcess)());
 
     template <class CheckFormats>
-    ZTA_INTERNAL int CheckOneToOne(EEntryDescriptions eDescriptions, int iArgumentStatus, IZtAudioSamples* pInput,
+    ZTA_INTERNAL int CheckOneToOne(EDescriptionPolicy eDescriptions, int iArgumentStatus, IZtAudioSamples* pInput,
                                    IZtAudioSamples* pOutput, CContentHolder& rInput, CheckFormats rCheckFormats);
 
     // The checks of the other entry points. They obtain contents; success sets the busy flag.
@@ -191,18 +191,18 @@ private:
     /// The failure ending of an entry point: calls `rSignalArray`, signals the contents that were obtained (the others
     /// are null), records the status on the outputs, clears the busy flag and returns the status.
     template <class SignalArray>
-    ZTA_INTERNAL int EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
-                                    std::initializer_list<IZtAVContent*> oOutputs, SignalArray rSignalArray)
+    ZTA_INTERNAL int RejectCall(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
+                                std::initializer_list<IZtAVContent*> oOutputs, SignalArray rSignalArray)
     {
         const CScopedClearBusy oClearBusy(*this, iStatus);
         rSignalArray();
         SignalFailure(iStatus, oInputs, oOutputs);
         return iStatus;
     }
-    ZTA_INTERNAL int EndFailedEntry(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
-                                    std::initializer_list<IZtAVContent*> oOutputs)
+    ZTA_INTERNAL int RejectCall(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
+                                std::initializer_list<IZtAVContent*> oOutputs)
     {
-        return EndFailedEntry(iStatus, oInputs, oOutputs, [] {});
+        return RejectCall(iStatus, oInputs, oOutputs, [] {});
     }
     ZTA_INTERNAL static void SignalFailure(int iStatus, std::initializer_list<IZtAVContent*> oInputs,
                                            std::initializer_list<IZtAVContent*> oOutputs);
@@ -274,7 +274,7 @@ private:
                                         IZtAudioSamples* pOutput, int iStatus);
 
     /// To be called before the first slots of m_apSavedBuffers are filled.
-    ZTA_INTERNAL void UseSlots(unsigned long ulSlots)
+    ZTA_INTERNAL void MarkSlotsUsed(unsigned long ulSlots)
     {
         m_ui16UsedSlots = std::max(m_ui16UsedSlots, static_cast<std::uint16_t>(ulSlots));
     }
@@ -283,14 +283,14 @@ private:
                                IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
 
     /// Labels a stage buffer with a format and converts into it.
-    ZTA_INTERNAL int ConvertToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtaWaveFormatInfo& rsStageFormat);
+    ZTA_INTERNAL int ConvertToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtaWaveFormatInfo& rsStageFormat);
 
-    ZTA_INTERNAL int InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
-                                      IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
-                                      IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo);
-    ZTA_INTERNAL int SplitStaged(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo, IZtAudioSamples* pLeft,
-                                 SZtAudioSamplesDescription& rsLeft, IZtAudioSamples* pRight,
-                                 SZtAudioSamplesDescription& rsRight);
+    ZTA_INTERNAL int InterleaveViaScratch(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                          IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
+                                          IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo);
+    ZTA_INTERNAL int DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo,
+                                            IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                            IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight);
 
     /// The operands of a mux worker: one of pInput and pOutput is the mux, the other null.
     struct SMuxOperands {
@@ -303,8 +303,8 @@ private:
     };
 
     /// What the kernel was asked last about an input, and its answer: inputs of one format are asked about once.
-    struct SStageFormat {
-        bool bKnown = false;
+    struct SScratchFormat {
+        bool bIsValid = false;
         bool bConverts = false;
         SZtaWaveFormatInfo sInput = {};
         SZtaWaveFormatInfo sSuggested = {};
@@ -313,31 +313,34 @@ private:
     /// Keeps the records of the first slots, or silence beyond the saved count; a silent record keeps its channel
     /// reference.
     ZTA_INTERNAL void SaveVolumes(unsigned long ulSlots, const SZtAudioMonoVolumeInfo* psVolumes);
-    ZTA_INTERNAL int TakeMuxOperands(SMuxOperands& rsOperands);
+    ZTA_INTERNAL int LoadMuxOperands(SMuxOperands& rsOperands);
 
-    // The four mux operations are two: ulSide is 1 where the array holds mono buffers and 2 where it holds stereo ones.
-    ZTA_INTERNAL int EnterAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers, unsigned long ulCount,
-                                   IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
-                                   unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)());
-    ZTA_INTERNAL int CheckAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers, unsigned long ulCount,
-                                   IZtAudioSamples* pMux, int iStatus);
-    ZTA_INTERNAL int OpenAssemblyInput(unsigned long ulSide, IZtAudioSamples* pBuffer);
+    // The four mux operations are two: ulChannelsPerBuffer is 1 where the array holds mono buffers and 2 where it holds
+    // stereo ones.
+    ZTA_INTERNAL int BeginInterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
+                                     unsigned long ulCount, IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
+                                     unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)());
+    ZTA_INTERNAL int CheckAssembly(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
+                                   unsigned long ulCount, IZtAudioSamples* pMux, int iStatus);
+    ZTA_INTERNAL int CheckInterleaveInput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer);
     template <class Kernel, class Convert>
-    ZTA_INTERNAL int ProcessAssembly(Kernel& rKernel, Convert pfnConvert, unsigned long ulSide);
+    ZTA_INTERNAL int ProcessInterleave(Kernel& rKernel, Convert pfnConvert, unsigned long ulChannelsPerBuffer);
     template <class Kernel>
-    ZTA_INTERNAL int StageInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
-                                SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SStageFormat& rsStage,
-                                IZtAudioSamples*& rpStaged);
-    ZTA_INTERNAL int EnterSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
-                                unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
-                                int (CZtaAudioSamplesEngine::*pfnProcess)());
+    ZTA_INTERNAL int PrepareInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
+                                  SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SScratchFormat& rsStage,
+                                  IZtAudioSamples*& rpStaged);
+    ZTA_INTERNAL int BeginDeinterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux,
+                                       IZtAudioSamples** ppBuffers, unsigned long ulCount,
+                                       SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
+                                       int (CZtaAudioSamplesEngine::*pfnProcess)());
     template <class Contents>
-    ZTA_INTERNAL int CheckSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
+    ZTA_INTERNAL int CheckSplit(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
                                 unsigned long ulCount, const SZtAudioMonoVolumeInfo* psVolumes,
                                 unsigned long ulVolumeCount, CContentHolder& rMux, Contents& rOutputs);
-    ZTA_INTERNAL int OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer, CContentHolder& rContent);
+    ZTA_INTERNAL int CheckDeinterleaveOutput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer,
+                                             CContentHolder& rContent);
     template <class Kernel, class Convert>
-    ZTA_INTERNAL int ProcessSplit(Kernel& rKernel, Convert pfnConvert);
+    ZTA_INTERNAL int ProcessDeinterleave(Kernel& rKernel, Convert pfnConvert);
 
     ZTA_INTERNAL int ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
                                     IUnknown* pResampler, SZtaWaveFormatInfo& rsInputFormat,

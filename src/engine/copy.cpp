@@ -4,8 +4,8 @@
 
 int CZtaAudioSamplesEngine::CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
 {
-    return EnterOneToOne(
-        EEntryDescriptions::RelabelTwentyBits, ZT_NOERROR, pSource, pDestination,
+    return BeginOneToOne(
+        EDescriptionPolicy::Relabel20Bits, ZT_NOERROR, pSource, pDestination,
         [](const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& rsDestination) {
             return rsSource.ulChannels == rsDestination.ulChannels ? ZT_NOERROR
                                                                    : ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH;
@@ -38,9 +38,9 @@ int CZtaAudioSamplesEngine::ProcessCopyConv()
 
     SZtAudioSamplesDescription sSource = kEmptyDescription;
     SZtAudioSamplesDescription sDestination = kEmptyDescription;
-    int iStatus = Reported(oSource->GetAudioSamplesDescription(&sSource));
+    int iStatus = LogIfFailed(oSource->GetAudioSamplesDescription(&sSource));
     if (iStatus >= 0) {
-        iStatus = Reported(oDestination->GetAudioSamplesDescription(&sDestination));
+        iStatus = LogIfFailed(oDestination->GetAudioSamplesDescription(&sDestination));
     }
     if (iStatus >= 0) {
         // Read once more: the producer may have failed after the entry point read the code. It is not logged.
@@ -48,9 +48,9 @@ int CZtaAudioSamplesEngine::ProcessCopyConv()
         iStatus = ClearToleratedCode(iStatus);
     }
     if (iStatus >= 0) {
-        iStatus =
-            Reported(sSource.bFadeIn || sSource.bFadeOut ? CopyFaded(pSource, sSource, pDestination, sDestination)
-                                                         : BufferCopy(pSource, &sSource, pDestination, &sDestination));
+        iStatus = LogIfFailed(sSource.bFadeIn || sSource.bFadeOut
+                                  ? CopyFaded(pSource, sSource, pDestination, sDestination)
+                                  : BufferCopy(pSource, &sSource, pDestination, &sDestination));
     }
     EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pSource, pDestination, iStatus);
     return iStatus;

@@ -17,7 +17,7 @@ bool CanDuplicate(const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& 
 
 /// True if a run of `ulLength` bytes from `ulOffset` on lies within `ulEnd` bytes. An offset at the end is outside,
 /// also for an empty run. No sum is formed, so nothing wraps.
-bool IsRunInside(unsigned long ulOffset, unsigned long ulLength, unsigned long ulEnd)
+bool IsRangeInside(unsigned long ulOffset, unsigned long ulLength, unsigned long ulEnd)
 {
     return ulOffset < ulEnd && ulEnd - ulOffset >= ulLength;
 }
@@ -28,8 +28,8 @@ int CZtaAudioSamplesEngine::DuplicateAudioSamples(IZtAudioSamples* pSource, unsi
                                                   IZtAudioSamples* pDestination, unsigned long ulDestinationOffset,
                                                   unsigned long ulLength)
 {
-    return EnterOneToOne(
-        EEntryDescriptions::RelabelTwentyBits, ZT_NOERROR, pSource, pDestination,
+    return BeginOneToOne(
+        EDescriptionPolicy::Relabel20Bits, ZT_NOERROR, pSource, pDestination,
         [](const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& rsDestination) {
             return CanDuplicate(rsSource, rsDestination) ? ZT_NOERROR : ZT_E_AUDIO_FORMAT_MISMATCH;
         },
@@ -98,10 +98,10 @@ int CZtaAudioSamplesEngine::BufferDuplicateWithOffset(IZtAudioSamples* pSource, 
                                                       unsigned long ulLength)
 {
     const SByteSpans sSpans = GetByteSpans(pSource, pDestination);
-    if (!IsRunInside(ulSourceOffset, ulLength, sSpans.ulLength)) {
+    if (!IsRangeInside(ulSourceOffset, ulLength, sSpans.ulLength)) {
         return ZT_E_SOURCE_BUFFER_TOO_SMALL;
     }
-    if (!IsRunInside(ulDestinationOffset, ulLength, sSpans.ulCapacity)) {
+    if (!IsRangeInside(ulDestinationOffset, ulLength, sSpans.ulCapacity)) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     if (ulLength == 0) {

@@ -5,8 +5,8 @@
 namespace {
 
 /// The check that both directions make on their three buffers, in the order of their arguments.
-int CheckThreeFormats(std::initializer_list<const SZtaWaveFormatInfo*> oFormats,
-                      std::initializer_list<std::uint32_t> oChannels)
+int CheckStereoFormats(std::initializer_list<const SZtaWaveFormatInfo*> oFormats,
+                       std::initializer_list<std::uint32_t> oChannels)
 {
     const std::uint32_t* pulChannels = oChannels.begin();
     for (const SZtaWaveFormatInfo* psFormat : oFormats) {
@@ -32,38 +32,38 @@ inline int CZtaAudioSamplesEngine::CheckMonoToStereo(IZtAudioSamples* pLeft, IZt
     if (pLeft == nullptr || pRight == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    int iStatus = OpenInput(pLeft, rLeft);
+    int iStatus = AcquireInput(pLeft, rLeft);
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = OpenInput(pRight, rRight);
+    iStatus = AcquireInput(pRight, rRight);
     if (iStatus < 0) {
         return iStatus;
     }
     SZtAudioSamplesDescription sLeft = kEmptyDescription;
-    iStatus = DescribeForEntry(pLeft, sLeft);
+    iStatus = QueryDescription(pLeft, sLeft);
     if (iStatus < 0) {
         return iStatus;
     }
     SZtAudioSamplesDescription sRight = kEmptyDescription;
-    iStatus = DescribeForEntry(pRight, sRight);
+    iStatus = QueryDescription(pRight, sRight);
     if (iStatus < 0) {
         return iStatus;
     }
     SZtAudioSamplesDescription sStereo = kEmptyDescription;
-    iStatus = DescribeForEntry(pStereo, sStereo);
+    iStatus = QueryDescription(pStereo, sStereo);
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = CheckThreeFormats({&sLeft.sWaveFormat, &sRight.sWaveFormat, &sStereo.sWaveFormat}, {1, 1, 2});
-    return iStatus < 0 ? iStatus : TakeLatch();
+    iStatus = CheckStereoFormats({&sLeft.sWaveFormat, &sRight.sWaveFormat, &sStereo.sWaveFormat}, {1, 1, 2});
+    return iStatus < 0 ? iStatus : TrySetBusy();
 }
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                          IZtAudioSamples* pStereo)
 {
     CContentHolder oStereo;
-    int iStatus = OpenOutput(pStereo, oStereo);
+    int iStatus = AcquireOutput(pStereo, oStereo);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -71,7 +71,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft,
     CContentHolder oRight;
     iStatus = CheckMonoToStereo(pLeft, pRight, pStereo, oLeft, oRight);
     if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {oLeft.Get(), oRight.Get()}, {oStereo.Get()});
+        return RejectCall(iStatus, {oLeft.Get(), oRight.Get()}, {oStereo.Get()});
     }
     return RunWorker(
         [&] {
@@ -84,7 +84,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft,
 int CZtaAudioSamplesEngine::SaveInfoMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                  IZtAudioSamples* pStereo)
 {
-    UseSlots(2);
+    MarkSlotsUsed(2);
     return SaveOperands({{&m_apSavedBuffers[0], pLeft}, {&m_apSavedBuffers[1], pRight}, {&m_pSavedOutput, pStereo}});
 }
 
@@ -122,7 +122,7 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
         iStatus = oStereo->GetAudioSamplesDescription(&sStereo);
     }
     if (iStatus >= 0) {
-        iStatus = InterleaveStaged(pLeft, sLeft, pRight, sRight, pStereo, sStereo);
+        iStatus = InterleaveViaScratch(pLeft, sLeft, pRight, sRight, pStereo, sStereo);
     }
     // Only a fade that both sides ask for is one of the stereo buffer.
     if (iStatus >= 0 && sLeft.bFadeIn == sRight.bFadeIn && sLeft.bFadeOut == sRight.bFadeOut) {
@@ -132,17 +132,17 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
         oStereo->SetErrorCode(iStatus);
     }
     oOperation.End();
-    Reported(oLeft->SignalReadCompletion());
-    Reported(oRight->SignalReadCompletion());
+    LogIfFailed(oLeft->SignalReadCompletion());
+    LogIfFailed(oRight->SignalReadCompletion());
     oStereo->MarkWriteStopTime();
-    Reported(oStereo->SignalWriteCompletion());
+    LogIfFailed(oStereo->SignalWriteCompletion());
     return iStatus;
 }
 
 /// Interleaves, through a stage buffer on each side whose format the kernel does not take.
-int CZtaAudioSamplesEngine::InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
-                                             IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
-                                             IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo)
+int CZtaAudioSamplesEngine::InterleaveViaScratch(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                                 IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
+                                                 IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo)
 {
     SZtaWaveFormatInfo sMonoFormat = {};
     SZtaWaveFormatInfo sStereoFormat = {};
@@ -152,14 +152,14 @@ int CZtaAudioSamplesEngine::InterleaveStaged(IZtAudioSamples* pLeft, SZtAudioSam
         return iStatus;
     }
     if (!IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {
-        iStatus = ConvertToStage(pLeft, m_pScratch0, sMonoFormat);
+        iStatus = ConvertToScratch(pLeft, m_pScratch0, sMonoFormat);
         if (iStatus < 0) {
             return iStatus;
         }
         pLeft = m_pScratch0;
     }
     if (!IsSameFormat(rsRight.sWaveFormat, sMonoFormat)) {
-        iStatus = ConvertToStage(pRight, m_pScratch1, sMonoFormat);
+        iStatus = ConvertToScratch(pRight, m_pScratch1, sMonoFormat);
         if (iStatus < 0) {
             return iStatus;
         }
@@ -187,12 +187,12 @@ inline int CZtaAudioSamplesEngine::CheckStereoToMono(IZtAudioSamples* pStereo, I
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = OpenInput(pStereo, rStereo);
+    iStatus = AcquireInput(pStereo, rStereo);
     if (iStatus < 0) {
         return iStatus;
     }
     SZtAudioSamplesDescription sStereo = kEmptyDescription;
-    iStatus = DescribeForEntry(pStereo, sStereo);
+    iStatus = QueryDescription(pStereo, sStereo);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -200,17 +200,17 @@ inline int CZtaAudioSamplesEngine::CheckStereoToMono(IZtAudioSamples* pStereo, I
         return ZT_E_INVALID_POINTER;
     }
     SZtAudioSamplesDescription sLeft = kEmptyDescription;
-    iStatus = DescribeForEntry(pLeft, sLeft);
+    iStatus = QueryDescription(pLeft, sLeft);
     if (iStatus < 0) {
         return iStatus;
     }
     SZtAudioSamplesDescription sRight = kEmptyDescription;
-    iStatus = DescribeForEntry(pRight, sRight);
+    iStatus = QueryDescription(pRight, sRight);
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = CheckThreeFormats({&sStereo.sWaveFormat, &sLeft.sWaveFormat, &sRight.sWaveFormat}, {2, 1, 1});
-    return iStatus < 0 ? iStatus : TakeLatch();
+    iStatus = CheckStereoFormats({&sStereo.sWaveFormat, &sLeft.sWaveFormat, &sRight.sWaveFormat}, {2, 1, 1});
+    return iStatus < 0 ? iStatus : TrySetBusy();
 }
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
@@ -228,7 +228,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStere
     }
     const int iStatus = CheckStereoToMono(pStereo, pLeft, pRight, oStereo, oRight);
     if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {oStereo.Get()}, {oLeft.Get(), oRight.Get()});
+        return RejectCall(iStatus, {oStereo.Get()}, {oLeft.Get(), oRight.Get()});
     }
     return RunWorker(
         [&] {
@@ -242,7 +242,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStere
 int CZtaAudioSamplesEngine::SaveInfoStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                  IZtAudioSamples* pRight)
 {
-    UseSlots(2);
+    MarkSlotsUsed(2);
     return SaveOperands({{&m_pSavedInput, pStereo}, {&m_apSavedBuffers[0], pLeft}, {&m_apSavedBuffers[1], pRight}});
 }
 
@@ -272,35 +272,35 @@ int CZtaAudioSamplesEngine::ProcessStereoToMono()
     SZtAudioSamplesDescription sStereo = kEmptyDescription;
     SZtAudioSamplesDescription sLeft = kEmptyDescription;
     SZtAudioSamplesDescription sRight = kEmptyDescription;
-    int iStatus = Reported(oStereo->GetAudioSamplesDescription(&sStereo));
+    int iStatus = LogIfFailed(oStereo->GetAudioSamplesDescription(&sStereo));
     if (iStatus >= 0) {
-        iStatus = Reported(oLeft->GetAudioSamplesDescription(&sLeft));
+        iStatus = LogIfFailed(oLeft->GetAudioSamplesDescription(&sLeft));
     }
     if (iStatus >= 0) {
-        iStatus = Reported(oRight->GetAudioSamplesDescription(&sRight));
+        iStatus = LogIfFailed(oRight->GetAudioSamplesDescription(&sRight));
     }
     if (iStatus >= 0) {
         // The right output has its mark from the entry already, and the left one gets no stop mark below. Hosts see
         // two start marks and one stop mark on the right, one start mark and none on the left.
         oRight->MarkWriteStartTime();
-        iStatus = Reported(SplitStaged(pStereo, sStereo, pLeft, sLeft, pRight, sRight));
+        iStatus = LogIfFailed(DeinterleaveViaScratch(pStereo, sStereo, pLeft, sLeft, pRight, sRight));
     }
     if (iStatus < 0) {
         oLeft->SetErrorCode(iStatus);
         oRight->SetErrorCode(iStatus);
     }
     oOperation.End();
-    Reported(oStereo->SignalReadCompletion());
+    LogIfFailed(oStereo->SignalReadCompletion());
     oRight->MarkWriteStopTime();
-    Reported(oRight->SignalWriteCompletion());
-    Reported(oLeft->SignalWriteCompletion());
+    LogIfFailed(oRight->SignalWriteCompletion());
+    LogIfFailed(oLeft->SignalWriteCompletion());
     return iStatus;
 }
 
 /// Splits, through a stage buffer on each side whose format the kernel does not take.
-int CZtaAudioSamplesEngine::SplitStaged(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo,
-                                        IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
-                                        IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight)
+int CZtaAudioSamplesEngine::DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo,
+                                                   IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                                   IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight)
 {
     SZtaWaveFormatInfo sStereoFormat = {};
     SZtaWaveFormatInfo sMonoFormat = {};
@@ -310,7 +310,7 @@ int CZtaAudioSamplesEngine::SplitStaged(IZtAudioSamples* pStereo, SZtAudioSample
         return iStatus;
     }
     if (!IsSameFormat(rsStereo.sWaveFormat, sStereoFormat)) {
-        iStatus = ConvertToStage(pStereo, m_pScratch0, sStereoFormat);
+        iStatus = ConvertToScratch(pStereo, m_pScratch0, sStereoFormat);
         pStereo = m_pScratch0;
     }
     // The stages of the outputs are labelled even when the input could not be staged.

@@ -8,16 +8,16 @@
 namespace {
 
 /// How many of its channels a mux operation moves in one buffer of the array.
-enum ESide : unsigned long {
-    kMonoSide = 1,
-    kStereoSide = 2,
+enum EChannelsPerBuffer : unsigned long {
+    kMonoChannels = 1,
+    kStereoChannels = 2,
 };
 
 /// The counts of buffers that assemble or split a mux. Two mono buffers pass the entry of an assembly, though no kernel
 /// knows a mux of two channels.
 constexpr unsigned long kBufferCounts[] = {2, 4, 8, 16, 32, 64};
 
-bool IsBufferCount(unsigned long ulCount, unsigned long ulLeast, unsigned long ulMost)
+bool IsSupportedBufferCount(unsigned long ulCount, unsigned long ulLeast, unsigned long ulMost)
 {
     return ulCount >= ulLeast && ulCount <= ulMost &&
            std::find(std::begin(kBufferCounts), std::end(kBufferCounts), ulCount) != std::end(kBufferCounts);
@@ -38,7 +38,7 @@ int CheckVolumes(const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolume
 
 /// Signals one buffer of the array in a failure ending, if there is one and it has a content.
 template <class Signal>
-void SignalEntry(IZtAudioSamples* pBuffer, Signal rSignal)
+void SignalBuffer(IZtAudioSamples* pBuffer, Signal rSignal)
 {
     if (pBuffer != nullptr) {
         CContentHolder oContent;
@@ -50,7 +50,7 @@ void SignalEntry(IZtAudioSamples* pBuffer, Signal rSignal)
 }
 
 /// Labels a stage buffer as the description says, and copies bytes and valid length into it.
-int CopyToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtAudioSamplesDescription& rsDescription)
+int CopyToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtAudioSamplesDescription& rsDescription)
 {
     void* pvIn = nullptr;
     unsigned long ulLength = 0;
@@ -68,13 +68,13 @@ int CopyToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtAudioSamplesDe
 }
 
 /// The contents of an array of buffers, of which no more are made than the array has.
-class CContents {
+class CContentArray {
 public:
-    CContents() {}
-    CContents(const CContents&) = delete;
-    CContents& operator=(const CContents&) = delete;
+    CContentArray() {}
+    CContentArray(const CContentArray&) = delete;
+    CContentArray& operator=(const CContentArray&) = delete;
 
-    ~CContents()
+    ~CContentArray()
     {
         while (m_ulCount != 0) {
             std::destroy_at(m_aoContents + --m_ulCount);
@@ -102,7 +102,7 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
     m_ui64SavedBufferCount = ulCount;
     m_ui64SavedVolumeCount = ulVolumeCount;
     const unsigned long ulSlots = std::min(ulCount, kMaxBuffers);
-    UseSlots(ulSlots);
+    MarkSlotsUsed(ulSlots);
     for (unsigned long i = 0; i < ulSlots; ++i) {
         ReleaseSlot(m_apSavedBuffers[i]);
         if (ppBuffers[i] == nullptr) {
@@ -151,7 +151,7 @@ void CZtaAudioSamplesEngine::SaveVolumes(unsigned long ulSlots, const SZtAudioMo
     }
 }
 
-int CZtaAudioSamplesEngine::TakeMuxOperands(SMuxOperands& rsOperands)
+int CZtaAudioSamplesEngine::LoadMuxOperands(SMuxOperands& rsOperands)
 {
     rsOperands.ulCount = kMaxBuffers;
     rsOperands.ulVolumeCount = kMaxBuffers;
@@ -173,51 +173,52 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux(IZtAudioSamples** ppMono, 
                                                       IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                                       unsigned long ulVolumeCount)
 {
-    return EnterAssembly(kMonoSide, ppMono, ulMonoCount, pMux, psVolumes, ulVolumeCount,
-                         &CZtaAudioSamplesEngine::ProcessMonoToMux);
+    return BeginInterleave(kMonoChannels, ppMono, ulMonoCount, pMux, psVolumes, ulVolumeCount,
+                           &CZtaAudioSamplesEngine::ProcessMonoToMux);
 }
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux(IZtAudioSamples** ppStereo, unsigned long ulStereoCount,
                                                         IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                                         unsigned long ulVolumeCount)
 {
-    return EnterAssembly(kStereoSide, ppStereo, ulStereoCount, pMux, psVolumes, ulVolumeCount,
-                         &CZtaAudioSamplesEngine::ProcessStereoToMux);
+    return BeginInterleave(kStereoChannels, ppStereo, ulStereoCount, pMux, psVolumes, ulVolumeCount,
+                           &CZtaAudioSamplesEngine::ProcessStereoToMux);
 }
 
 /// The checks of an assembly after those of the arguments, whose status is `iStatus`. Success sets the busy flag.
-inline int CZtaAudioSamplesEngine::CheckAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers,
+inline int CZtaAudioSamplesEngine::CheckAssembly(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
                                                  unsigned long ulCount, IZtAudioSamples* pMux, int iStatus)
 {
     for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
-        iStatus = OpenAssemblyInput(ulSide, ppBuffers[i]);
+        iStatus = CheckInterleaveInput(ulChannelsPerBuffer, ppBuffers[i]);
     }
     if (iStatus < 0) {
         return iStatus;
     }
     SZtAudioSamplesDescription sMux = kEmptyDescription;
-    iStatus = DescribeForEntry(pMux, sMux);
+    iStatus = QueryDescription(pMux, sMux);
     if (iStatus < 0) {
         return iStatus;
     }
-    if (!IsBufferCount(ulCount, 2, kMaxBuffers / ulSide)) {
+    if (!IsSupportedBufferCount(ulCount, 2, kMaxBuffers / ulChannelsPerBuffer)) {
         return ZT_E_INVALID_PARAMETER;
     }
-    if (sMux.sWaveFormat.ulChannels != ulCount * ulSide) {
+    if (sMux.sWaveFormat.ulChannels != ulCount * ulChannelsPerBuffer) {
         return ZT_E_BUFFER_FORMAT_MISMATCH;
     }
     if (sMux.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
         return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
     }
-    return TakeLatch();
+    return TrySetBusy();
 }
 
-int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples** ppBuffers, unsigned long ulCount,
-                                          IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
-                                          unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)())
+int CZtaAudioSamplesEngine::BeginInterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
+                                            unsigned long ulCount, IZtAudioSamples* pMux,
+                                            SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
+                                            int (CZtaAudioSamplesEngine::*pfnProcess)())
 {
     CContentHolder oMux;
-    int iStatus = OpenOutput(pMux, oMux);
+    int iStatus = AcquireOutput(pMux, oMux);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -225,13 +226,13 @@ int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples*
         iStatus = ZT_E_INVALID_POINTER;
     }
     // Half of an odd volume count agrees with the stereo buffers; the volume step rejects the odd one later.
-    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount / ulSide == ulCount, iStatus);
-    iStatus = CheckAssembly(ulSide, ppBuffers, ulCount, pMux, iStatus);
+    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount / ulChannelsPerBuffer == ulCount, iStatus);
+    iStatus = CheckAssembly(ulChannelsPerBuffer, ppBuffers, ulCount, pMux, iStatus);
     if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {}, {oMux.Get()}, [&] {
+        return RejectCall(iStatus, {}, {oMux.Get()}, [&] {
             // Signal every buffer of the array, including those that were not validated.
             for (unsigned long i = 0; ppBuffers != nullptr && i < ulCount; ++i) {
-                SignalEntry(ppBuffers[i], [](IZtAVContent* pContent) { pContent->SignalReadCompletion(); });
+                SignalBuffer(ppBuffers[i], [](IZtAVContent* pContent) { pContent->SignalReadCompletion(); });
             }
         });
     }
@@ -246,17 +247,18 @@ int CZtaAudioSamplesEngine::EnterAssembly(unsigned long ulSide, IZtAudioSamples*
 /// Looks at one input of an assembly. Hosts see its description read and its label fixed, but the verdict on it does
 /// not survive: what the producer left on the buffer takes its place, and an input of another layout, or of opaque
 /// words, is refused by the worker with another code.
-int CZtaAudioSamplesEngine::OpenAssemblyInput(unsigned long ulSide, IZtAudioSamples* pBuffer)
+int CZtaAudioSamplesEngine::CheckInterleaveInput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer)
 {
     if (pBuffer == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
     SZtAudioSamplesDescription sBuffer = kEmptyDescription;
     const bool bDescribed = RequestDescription(pBuffer, sBuffer) >= 0;
-    const bool bLeftAlone = ulSide == kStereoSide && (sBuffer.sWaveFormat.ulChannels != kStereoSide ||
-                                                      sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque);
+    const bool bLeftAlone =
+        ulChannelsPerBuffer == kStereoChannels &&
+        (sBuffer.sWaveFormat.ulChannels != kStereoChannels || sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque);
     if (bDescribed && !bLeftAlone) {
-        FixLabel(pBuffer, sBuffer);
+        RelabelFormat(pBuffer, sBuffer);
     }
     CContentHolder oContent;
     const int iStatus = oContent.Query(pBuffer);
@@ -265,20 +267,20 @@ int CZtaAudioSamplesEngine::OpenAssemblyInput(unsigned long ulSide, IZtAudioSamp
 
 int CZtaAudioSamplesEngine::ProcessMonoToMux()
 {
-    return ProcessAssembly(m_oConvertMonoToMux, &CZtaConvertMonoToMux::ConvertMonoToMux, kMonoSide);
+    return ProcessInterleave(m_oConvertMonoToMux, &CZtaConvertMonoToMux::ConvertMonoToMux, kMonoChannels);
 }
 
 int CZtaAudioSamplesEngine::ProcessStereoToMux()
 {
-    return ProcessAssembly(m_oConvertStereoToMux, &CZtaConvertStereoToMux::ConvertStereoToMux, kStereoSide);
+    return ProcessInterleave(m_oConvertStereoToMux, &CZtaConvertStereoToMux::ConvertStereoToMux, kStereoChannels);
 }
 
 template <class Kernel, class Convert>
-int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert, unsigned long ulSide)
+int CZtaAudioSamplesEngine::ProcessInterleave(Kernel& rKernel, Convert pfnConvert, unsigned long ulChannelsPerBuffer)
 {
     CScopedEndOperation oOperation(*this);
     SMuxOperands sOperands;
-    int iStatus = TakeMuxOperands(sOperands);
+    int iStatus = LoadMuxOperands(sOperands);
     CSamplesPtr oMux;
     oMux = sOperands.pOutput;
 
@@ -286,26 +288,27 @@ int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert,
     if (iStatus >= 0) {
         iStatus = oMux->GetAudioSamplesDescription(&sMux);
     }
-    IZtAudioSamples* apStaged[kMaxBuffers];
+    IZtAudioSamples* apKernelInputs[kMaxBuffers];
     SZtAudioSamplesDescription sInput = kEmptyDescription;
-    SStageFormat sStage;
+    SScratchFormat sStage;
     for (unsigned long i = 0; i < sOperands.ulCount && iStatus >= 0; ++i) {
         const int iDescribed = RequestDescription(sOperands.apBuffers[i], sInput);
         // A stereo input that cannot be described is taken for what the one before it was.
-        if (ulSide == kMonoSide) {
+        if (ulChannelsPerBuffer == kMonoChannels) {
             iStatus = iDescribed;
         }
         if (iStatus >= 0) {
-            iStatus = StageInput(rKernel, sOperands.apBuffers[i], sInput, sMux, i, sStage, apStaged[i]);
+            iStatus = PrepareInput(rKernel, sOperands.apBuffers[i], sInput, sMux, i, sStage, apKernelInputs[i]);
         }
     }
     if (iStatus >= 0) {
         // The last input speaks for all. The inputs have been faded: only an assembly of stereo buffers still hands
         // the request on with the mux.
         oMux->SetPolarity(sInput.ePolarity);
-        SetFades(oMux, ulSide == kStereoSide && sInput.bFadeIn, ulSide == kStereoSide && sInput.bFadeOut);
-        iStatus =
-            (rKernel.*pfnConvert)(apStaged, sOperands.ulCount, oMux, sOperands.asVolumes, sOperands.ulVolumeCount);
+        SetFades(oMux, ulChannelsPerBuffer == kStereoChannels && sInput.bFadeIn,
+                 ulChannelsPerBuffer == kStereoChannels && sInput.bFadeOut);
+        iStatus = (rKernel.*pfnConvert)(apKernelInputs, sOperands.ulCount, oMux, sOperands.asVolumes,
+                                        sOperands.ulVolumeCount);
     }
     oOperation.End();
     for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
@@ -321,27 +324,27 @@ int CZtaAudioSamplesEngine::ProcessAssembly(Kernel& rKernel, Convert pfnConvert,
 
 /// Brings input `ulIndex` to the kernel's format, and fades it if it asks for that.
 template <class Kernel>
-int CZtaAudioSamplesEngine::StageInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
-                                       SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SStageFormat& rsStage,
-                                       IZtAudioSamples*& rpStaged)
+int CZtaAudioSamplesEngine::PrepareInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
+                                         SZtAudioSamplesDescription& rsMux, unsigned long ulIndex,
+                                         SScratchFormat& rsStage, IZtAudioSamples*& rpStaged)
 {
     int iStatus = ZT_NOERROR;
-    if (!rsStage.bKnown || !IsSameFormat(rsInput.sWaveFormat, rsStage.sInput)) {
+    if (!rsStage.bIsValid || !IsSameFormat(rsInput.sWaveFormat, rsStage.sInput)) {
         SZtaWaveFormatInfo sMuxFormat = {};
         iStatus = rKernel.SuggestFormat(&rsInput.sWaveFormat, &rsMux.sWaveFormat, &rsStage.sSuggested, &sMuxFormat);
         if (iStatus < 0) {
             return iStatus;
         }
         rsStage.sInput = rsInput.sWaveFormat;
-        rsStage.bKnown = true;
+        rsStage.bIsValid = true;
         rsStage.bConverts = !IsSameFormat(rsStage.sInput, rsStage.sSuggested);
     }
     IZtAudioSamples* pStage = m_apConvertScratch[ulIndex];
     if (rsStage.bConverts) {
         SZtaWaveFormatInfo sStageFormat = rsStage.sSuggested;
-        iStatus = ConvertToStage(pInput, pStage, sStageFormat);
+        iStatus = ConvertToScratch(pInput, pStage, sStageFormat);
     } else {
-        iStatus = CopyToStage(pInput, pStage, rsInput);
+        iStatus = CopyToScratch(pInput, pStage, rsInput);
     }
     rpStaged = pStage;
     if (iStatus < 0 || (!rsInput.bFadeIn && !rsInput.bFadeOut)) {
@@ -350,7 +353,7 @@ int CZtaAudioSamplesEngine::StageInput(Kernel& rKernel, IZtAudioSamples* pInput,
     // The second stage carries the input's own label, whatever the first one made of the samples: an input that needs
     // a conversion and a fade is faded under the wrong label, and the kernel refuses it.
     IZtAudioSamples* pFade = m_apFadeScratch[ulIndex];
-    iStatus = CopyToStage(pStage, pFade, rsInput);
+    iStatus = CopyToScratch(pStage, pFade, rsInput);
     rpStaged = pFade;
     if (iStatus < 0) {
         return iStatus;
@@ -365,21 +368,21 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono(IZtAudioSamples* pMux, IZt
                                                       unsigned long ulMonoCount, SZtAudioMonoVolumeInfo* psVolumes,
                                                       unsigned long ulVolumeCount)
 {
-    return EnterSplit(kMonoSide, pMux, ppMono, ulMonoCount, psVolumes, ulVolumeCount,
-                      &CZtaAudioSamplesEngine::ProcessMuxToMono);
+    return BeginDeinterleave(kMonoChannels, pMux, ppMono, ulMonoCount, psVolumes, ulVolumeCount,
+                             &CZtaAudioSamplesEngine::ProcessMuxToMono);
 }
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo(IZtAudioSamples* pMux, IZtAudioSamples** ppStereo,
                                                         unsigned long ulStereoCount, SZtAudioMonoVolumeInfo* psVolumes,
                                                         unsigned long ulVolumeCount)
 {
-    return EnterSplit(kStereoSide, pMux, ppStereo, ulStereoCount, psVolumes, ulVolumeCount,
-                      &CZtaAudioSamplesEngine::ProcessMuxToStereo);
+    return BeginDeinterleave(kStereoChannels, pMux, ppStereo, ulStereoCount, psVolumes, ulVolumeCount,
+                             &CZtaAudioSamplesEngine::ProcessMuxToStereo);
 }
 
 /// The checks of one output of a split.
-inline int CZtaAudioSamplesEngine::OpenSplitOutput(unsigned long ulSide, IZtAudioSamples* pBuffer,
-                                                   CContentHolder& rContent)
+inline int CZtaAudioSamplesEngine::CheckDeinterleaveOutput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer,
+                                                           CContentHolder& rContent)
 {
     SZtAudioSamplesDescription sBuffer = kEmptyDescription;
     if (pBuffer == nullptr || rContent.Query(pBuffer) < 0 || RequestDescription(pBuffer, sBuffer) < 0) {
@@ -388,60 +391,64 @@ inline int CZtaAudioSamplesEngine::OpenSplitOutput(unsigned long ulSide, IZtAudi
     if (sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
         return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
     }
-    if (sBuffer.sWaveFormat.ulChannels != ulSide) {
+    if (sBuffer.sWaveFormat.ulChannels != ulChannelsPerBuffer) {
         return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
     }
-    return FixLabel(pBuffer, sBuffer);
+    return RelabelFormat(pBuffer, sBuffer);
 }
 
 /// The checks of a split, which obtain the contents of all buffers. Success sets the busy flag.
 template <class Contents>
-int CZtaAudioSamplesEngine::CheckSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
-                                       unsigned long ulCount, const SZtAudioMonoVolumeInfo* psVolumes,
-                                       unsigned long ulVolumeCount, CContentHolder& rMux, Contents& rOutputs)
+int CZtaAudioSamplesEngine::CheckSplit(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux,
+                                       IZtAudioSamples** ppBuffers, unsigned long ulCount,
+                                       const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
+                                       CContentHolder& rMux, Contents& rOutputs)
 {
-    int iStatus = OpenInput(pMux, rMux);
+    int iStatus = AcquireInput(pMux, rMux);
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount == ulCount * ulSide, iStatus);
+    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount == ulCount * ulChannelsPerBuffer, iStatus);
     if (iStatus < 0) {
         return iStatus;
     }
     SZtAudioSamplesDescription sMux = kEmptyDescription;
-    iStatus = DescribeForEntry(pMux, sMux);
+    iStatus = QueryDescription(pMux, sMux);
     if (iStatus < 0) {
         return iStatus;
     }
-    if (!IsBufferCount(ulCount, 4 / ulSide, kMaxBuffers / ulSide) || sMux.sWaveFormat.ulChannels != ulCount * ulSide) {
+    if (!IsSupportedBufferCount(ulCount, 4 / ulChannelsPerBuffer, kMaxBuffers / ulChannelsPerBuffer) ||
+        sMux.sWaveFormat.ulChannels != ulCount * ulChannelsPerBuffer) {
         return ZT_E_INVALID_PARAMETER;
     }
     if (sMux.sWaveFormat.eDataType == keZtAudioDataTypeOpaque) {
         return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
     }
     for (unsigned long i = 0; i < ulCount; ++i) {
-        iStatus = OpenSplitOutput(ulSide, ppBuffers[i], rOutputs.Add());
+        iStatus = CheckDeinterleaveOutput(ulChannelsPerBuffer, ppBuffers[i], rOutputs.Add());
         if (iStatus < 0) {
             return iStatus;
         }
     }
-    return TakeLatch();
+    return TrySetBusy();
 }
 
-int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
-                                       unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes,
-                                       unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)())
+int CZtaAudioSamplesEngine::BeginDeinterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux,
+                                              IZtAudioSamples** ppBuffers, unsigned long ulCount,
+                                              SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
+                                              int (CZtaAudioSamplesEngine::*pfnProcess)())
 {
     if (ppBuffers == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
     CContentHolder oMux;
-    CContents oOutputs;
-    const int iStatus = CheckSplit(ulSide, pMux, ppBuffers, ulCount, psVolumes, ulVolumeCount, oMux, oOutputs);
+    CContentArray oOutputs;
+    const int iStatus =
+        CheckSplit(ulChannelsPerBuffer, pMux, ppBuffers, ulCount, psVolumes, ulVolumeCount, oMux, oOutputs);
     if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {oMux.Get()}, {}, [&] {
+        return RejectCall(iStatus, {oMux.Get()}, {}, [&] {
             for (unsigned long i = 0; i < ulCount; ++i) {
-                SignalEntry(ppBuffers[i], [iStatus](IZtAVContent* pContent) {
+                SignalBuffer(ppBuffers[i], [iStatus](IZtAVContent* pContent) {
                     pContent->SetErrorCode(iStatus);
                     pContent->SignalWriteCompletion();
                 });
@@ -460,20 +467,20 @@ int CZtaAudioSamplesEngine::EnterSplit(unsigned long ulSide, IZtAudioSamples* pM
 
 int CZtaAudioSamplesEngine::ProcessMuxToMono()
 {
-    return ProcessSplit(m_oConvertMuxToMono, &CZtaConvertMuxToMono::ConvertMuxToMono);
+    return ProcessDeinterleave(m_oConvertMuxToMono, &CZtaConvertMuxToMono::ConvertMuxToMono);
 }
 
 int CZtaAudioSamplesEngine::ProcessMuxToStereo()
 {
-    return ProcessSplit(m_oConvertMuxToStereo, &CZtaConvertMuxToStereo::ConvertMuxToStereo);
+    return ProcessDeinterleave(m_oConvertMuxToStereo, &CZtaConvertMuxToStereo::ConvertMuxToStereo);
 }
 
 template <class Kernel, class Convert>
-int CZtaAudioSamplesEngine::ProcessSplit(Kernel& rKernel, Convert pfnConvert)
+int CZtaAudioSamplesEngine::ProcessDeinterleave(Kernel& rKernel, Convert pfnConvert)
 {
     CScopedEndOperation oOperation(*this);
     SMuxOperands sOperands;
-    int iStatus = TakeMuxOperands(sOperands);
+    int iStatus = LoadMuxOperands(sOperands);
     CSamplesPtr oMux;
     oMux = sOperands.pInput;
 
@@ -493,7 +500,7 @@ int CZtaAudioSamplesEngine::ProcessSplit(Kernel& rKernel, Convert pfnConvert)
     }
     IZtAudioSamples* pSource = oMux;
     if (iStatus >= 0 && !IsSameFormat(sMux.sWaveFormat, sMuxFormat)) {
-        iStatus = ConvertToStage(oMux, m_pScratch0, sMuxFormat);
+        iStatus = ConvertToScratch(oMux, m_pScratch0, sMuxFormat);
         pSource = m_pScratch0;
     }
     if (iStatus >= 0) {

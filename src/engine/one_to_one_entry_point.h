@@ -2,9 +2,9 @@
 
 #include "engine/audio_samples_engine.h"
 
-/// The checks of EnterOneToOne after those of the output. Success sets the busy flag.
+/// The checks of BeginOneToOne after those of the output. Success sets the busy flag.
 template <class CheckFormats>
-int CZtaAudioSamplesEngine::CheckOneToOne(EEntryDescriptions eDescriptions, int iArgumentStatus,
+int CZtaAudioSamplesEngine::CheckOneToOne(EDescriptionPolicy eDescriptions, int iArgumentStatus,
                                           IZtAudioSamples* pInput, IZtAudioSamples* pOutput, CContentHolder& rInput,
                                           CheckFormats rCheckFormats)
 {
@@ -14,16 +14,16 @@ int CZtaAudioSamplesEngine::CheckOneToOne(EEntryDescriptions eDescriptions, int 
     if (iArgumentStatus < 0) {
         return iArgumentStatus;
     }
-    int iStatus = OpenInput(pInput, rInput);
+    int iStatus = AcquireInput(pInput, rInput);
     if (iStatus < 0) {
         return iStatus;
     }
     const auto Describe = [&](IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription) {
-        if (eDescriptions == EEntryDescriptions::RelabelTwentyBits) {
-            return DescribeForEntry(pBuffer, rsDescription);
+        if (eDescriptions == EDescriptionPolicy::Relabel20Bits) {
+            return QueryDescription(pBuffer, rsDescription);
         }
         const int iDescribed = RequestDescription(pBuffer, rsDescription);
-        return iDescribed < 0 && eDescriptions == EEntryDescriptions::LeaveLabels ? ZT_E_INVALID_PARAMETER : iDescribed;
+        return iDescribed < 0 && eDescriptions == EDescriptionPolicy::KeepFormat ? ZT_E_INVALID_PARAMETER : iDescribed;
     };
     SZtAudioSamplesDescription sInput = kEmptyDescription;
     iStatus = Describe(pInput, sInput);
@@ -36,7 +36,7 @@ int CZtaAudioSamplesEngine::CheckOneToOne(EEntryDescriptions eDescriptions, int 
         return iStatus;
     }
     iStatus = rCheckFormats(sInput.sWaveFormat, sOutput.sWaveFormat);
-    return iStatus < 0 ? iStatus : TakeLatch();
+    return iStatus < 0 ? iStatus : TrySetBusy();
 }
 
 /// The entry of an operation with one input and one output, for the operations that differ in nothing else than this:
@@ -46,12 +46,12 @@ int CZtaAudioSamplesEngine::CheckOneToOne(EEntryDescriptions eDescriptions, int 
 /// rSaveInfo        saves the operands for the worker
 /// pfnProcess       the worker
 template <class CheckFormats, class SaveInfo>
-int CZtaAudioSamplesEngine::EnterOneToOne(EEntryDescriptions eDescriptions, int iArgumentStatus,
+int CZtaAudioSamplesEngine::BeginOneToOne(EDescriptionPolicy eDescriptions, int iArgumentStatus,
                                           IZtAudioSamples* pInput, IZtAudioSamples* pOutput, CheckFormats rCheckFormats,
                                           SaveInfo rSaveInfo, int (CZtaAudioSamplesEngine::*pfnProcess)())
 {
     CContentHolder oOutput;
-    int iStatus = OpenOutput(pOutput, oOutput);
+    int iStatus = AcquireOutput(pOutput, oOutput);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -59,7 +59,7 @@ int CZtaAudioSamplesEngine::EnterOneToOne(EEntryDescriptions eDescriptions, int 
     CContentHolder oInput;
     iStatus = CheckOneToOne(eDescriptions, iArgumentStatus, pInput, pOutput, oInput, rCheckFormats);
     if (iStatus < 0) {
-        return EndFailedEntry(iStatus, {oInput.Get()}, {oOutput.Get()});
+        return RejectCall(iStatus, {oInput.Get()}, {oOutput.Get()});
     }
 
     return RunWorker(

@@ -43,7 +43,7 @@ constexpr bool IsToleratedErrorCode(int iCode)
 }
 
 /// The status, of which the host's log is told if it is a failure.
-inline int Reported(int iStatus)
+inline int LogIfFailed(int iStatus)
 {
     if (iStatus < 0) {
         CZtHResult oReport(iStatus);
@@ -111,7 +111,7 @@ inline int ReadErrorCode(const CContentHolder& rContent, int iStatus)
 }
 
 /// The first checks of an output: without a content there is nothing to signal and nowhere to record a failure.
-inline int OpenOutput(IZtAudioSamples* pOutput, CContentHolder& rContent)
+inline int AcquireOutput(IZtAudioSamples* pOutput, CContentHolder& rContent)
 {
     if (pOutput == nullptr) {
         return ZT_E_INVALID_POINTER;
@@ -121,7 +121,7 @@ inline int OpenOutput(IZtAudioSamples* pOutput, CContentHolder& rContent)
 }
 
 /// The first checks of an input: its content, and the code that its producer left on it.
-inline int OpenInput(IZtAudioSamples* pInput, CContentHolder& rContent)
+inline int AcquireInput(IZtAudioSamples* pInput, CContentHolder& rContent)
 {
     if (pInput == nullptr) {
         return ZT_E_INVALID_POINTER;
@@ -154,19 +154,19 @@ inline void FillSlot(IZtAudioSamples*& rpSlot, IZtAudioSamples* pBuffer)
 }
 
 /// One saved operand and where it is kept.
-struct SSavedOperand {
+struct SOperandSlot {
     IZtAudioSamples** ppSlot;
     IZtAudioSamples* pBuffer;
 };
 
 /// Empties the slots, then fills them, with a reference each. ZT_E_INVALID_PARAMETER if an operand is null.
-inline int SaveOperands(std::initializer_list<SSavedOperand> oOperands)
+inline int SaveOperands(std::initializer_list<SOperandSlot> oOperands)
 {
-    for (const SSavedOperand& rsOperand : oOperands) {
+    for (const SOperandSlot& rsOperand : oOperands) {
         ReleaseSlot(*rsOperand.ppSlot);
     }
     int iStatus = ZT_NOERROR;
-    for (const SSavedOperand& rsOperand : oOperands) {
+    for (const SOperandSlot& rsOperand : oOperands) {
         if (rsOperand.pBuffer == nullptr) {
             iStatus = ZT_E_INVALID_PARAMETER;
             continue;

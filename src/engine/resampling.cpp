@@ -4,7 +4,7 @@
 
 namespace {
 
-bool IsResampledPair(std::uint32_t ulIn, std::uint32_t ulOut)
+bool IsSupportedRatePair(std::uint32_t ulIn, std::uint32_t ulOut)
 {
     return (ulIn == 44100 && ulOut == 48000) || (ulIn == 48000 && ulOut == 44100);
 }
@@ -17,7 +17,8 @@ int CheckChannels(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOu
 
 int CheckRates(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut)
 {
-    return IsResampledPair(rsIn.ulSamplesPerSec, rsOut.ulSamplesPerSec) ? ZT_NOERROR : ZT_E_INVALID_AUDIO_SAMPLING_RATE;
+    return IsSupportedRatePair(rsIn.ulSamplesPerSec, rsOut.ulSamplesPerSec) ? ZT_NOERROR
+                                                                            : ZT_E_INVALID_AUDIO_SAMPLING_RATE;
 }
 
 int CheckContainers(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut)
@@ -61,8 +62,8 @@ int CZtaAudioSamplesEngine::CreateAudioResampler(SZtaWaveFormatInfo* psInputForm
 int CZtaAudioSamplesEngine::ProcessAudioResampler(IZtAudioSamples* pInput, IZtAudioSamples* pOutput,
                                                   EZtAudioResamplerMode eMode, IUnknown* pResampler)
 {
-    return EnterOneToOne(
-        EEntryDescriptions::LeaveLabels, ZT_NOERROR, pInput, pOutput,
+    return BeginOneToOne(
+        EDescriptionPolicy::KeepFormat, ZT_NOERROR, pInput, pOutput,
         [](const SZtaWaveFormatInfo& rsInput, const SZtaWaveFormatInfo& rsOutput) {
             return CheckPair(rsInput, rsOutput, CheckChannels, CheckRates, CheckContainers, CheckDataTypes);
         },

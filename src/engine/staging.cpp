@@ -2,8 +2,8 @@
 
 #include <zta/status.h>
 
-int CZtaAudioSamplesEngine::ConvertToStage(IZtAudioSamples* pIn, IZtAudioSamples* pStage,
-                                           SZtaWaveFormatInfo& rsStageFormat)
+int CZtaAudioSamplesEngine::ConvertToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pStage,
+                                             SZtaWaveFormatInfo& rsStageFormat)
 {
     const int iStatus = pStage->SetWaveFormat(&rsStageFormat);
     return iStatus < 0 ? iStatus : m_oConvertBitDepth.ConvertBitDepth(pIn, pStage);

@@ -25,8 +25,8 @@ int CheckVolumeFormats(const SZtaWaveFormatInfo& rsInput, const SZtaWaveFormatIn
 int CZtaAudioSamplesEngine::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput,
                                         SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
 {
-    return EnterOneToOne(
-        EEntryDescriptions::LeaveLabelsAndHostCode,
+    return BeginOneToOne(
+        EDescriptionPolicy::KeepFormatAndStatus,
         psVolumes == nullptr || ulVolumeCount == 0 ? ZT_E_INVALID_PARAMETER : ZT_NOERROR, pInput, pOutput,
         [&](const SZtaWaveFormatInfo& rsInput, const SZtaWaveFormatInfo& rsOutput) {
             return CheckVolumeFormats(rsInput, rsOutput, ulVolumeCount);

@@ -24,7 +24,7 @@ struct SFormatFamily {
 
 // Words of 32 bits with a 16-bit sample go by the name of 16-in-16, so a property does not tell the frame size. 20 bits
 // are taken as 24.
-constexpr SFormatFamily kasFamilies[] = {
+constexpr SFormatFamily kFormatFamilies[] = {
     {keZtAudioDataTypePcm,         16, 16, 48000, 64, keZtAudioSampleFormat16In16Mono},
     {keZtAudioDataTypePcm,         32, 16, 48000,  2, keZtAudioSampleFormat16In16Mono},
     {keZtAudioDataTypeMultiFormat, 32, 16, 48000,  2, keZtAudioSampleFormat16In16Mono},
@@ -38,7 +38,7 @@ constexpr SFormatFamily kasFamilies[] = {
 
 // clang-format on
 
-bool Holds(const SFormatFamily& rsFamily, const SZtaWaveFormatInfo& rsFormat)
+bool Matches(const SFormatFamily& rsFamily, const SZtaWaveFormatInfo& rsFormat)
 {
     return rsFormat.eDataType == rsFamily.eDataType && rsFormat.ulBitsPerSample == rsFamily.ulBitsPerSample &&
            rsFormat.ulValidBitsPerSample == rsFamily.ulValidBitsPerSample &&
@@ -48,8 +48,8 @@ bool Holds(const SFormatFamily& rsFamily, const SZtaWaveFormatInfo& rsFormat)
 
 EZtAudioSampleFormatProperty Classify(const SZtaWaveFormatInfo& rsFormat)
 {
-    for (const SFormatFamily& rsFamily : kasFamilies) {
-        if (Holds(rsFamily, rsFormat)) {
+    for (const SFormatFamily& rsFamily : kFormatFamilies) {
+        if (Matches(rsFamily, rsFormat)) {
             const int iDoublings = std::countr_zero(rsFormat.ulChannels);
             return static_cast<EZtAudioSampleFormatProperty>(rsFamily.eMono + static_cast<std::uint32_t>(iDoublings));
         }

@@ -9,9 +9,9 @@
 
 namespace {
 
-#define ZTA_BIT_DEPTH_ROW(in, out, name, arithmetic, samples) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
-constexpr SZtaFormatPair kPairs[] = {ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ROW)};
-#undef ZTA_BIT_DEPTH_ROW
+#define ZTA_BIT_DEPTH_ENTRY(in, out, name, arithmetic, samples) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
+constexpr SZtaFormatPair kPairs[] = {ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)};
+#undef ZTA_BIT_DEPTH_ENTRY
 static_assert(std::size(kPairs) == 36 && ZtaPairsAreUnique(kPairs));
 
 /// Runs a loop over as many whole frames as it takes to consume the input's bytes; the last of them may reach beyond
@@ -32,13 +32,13 @@ int ConvertWholeFrames(ZtaConversion pfnLoop, unsigned long ulInputSample, unsig
 
 } // namespace
 
-#define ZTA_BIT_DEPTH_ROW(in, out, name, arithmetic, samples)                                                          \
+#define ZTA_BIT_DEPTH_ENTRY(in, out, name, arithmetic, samples)                                                        \
     {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &CZtaConvertBitDepth::name},
-CZtaConvertBitDepth::CZtaConvertBitDepth() : m_oTable({ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ROW)})
+CZtaConvertBitDepth::CZtaConvertBitDepth() : m_oTable({ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_BIT_DEPTH_ROW
+#undef ZTA_BIT_DEPTH_ENTRY
 
 CZtaConvertBitDepth::~CZtaConvertBitDepth() = default;
 
@@ -46,17 +46,17 @@ int CZtaConvertBitDepth::ConvertBitDepth(IZtAudioSamples* pInput, IZtAudioSample
 {
     SZtAudioBufferInformations sInput{};
     SZtAudioBufferInformations sOutput{};
-    int iStatus = ZtaDigest(*this, {{pInput, sInput}, {pOutput, sOutput}});
+    int iStatus = ZtaQueryBuffers(*this, {{pInput, sInput}, {pOutput, sOutput}});
     if (iStatus < 0) {
         return iStatus;
     }
     if (sOutput.ulCapacityFrames < sInput.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    iStatus =
-        ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames, [&](Function pfnKernel) {
-            return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
-        });
+    iStatus = ZtaDispatchKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames,
+                                [&](Function pfnKernel) {
+                                    return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
+                                });
     if (iStatus < 0) {
         return iStatus;
     }
@@ -68,35 +68,35 @@ int CZtaConvertBitDepth::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWave
     return QueryFormatSupportedInOutBuffers(psIn, psOut, pbSupported);
 }
 
-#define ZTA_BIT_DEPTH_ROW(in, out, name, arithmetic, samples)                                                          \
+#define ZTA_BIT_DEPTH_ENTRY(in, out, name, arithmetic, samples)                                                        \
     int CZtaConvertBitDepth::name(unsigned long ulFrames, void* pvInput, void* pvOutput)                               \
     {                                                                                                                  \
         ZtaActiveLoops().pfn##arithmetic(pvInput, pvOutput, ulFrames*(samples));                                       \
         return ZT_NOERROR;                                                                                             \
     }
-ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ROW)
-#undef ZTA_BIT_DEPTH_ROW
+ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)
+#undef ZTA_BIT_DEPTH_ENTRY
 
 int CZtaConvertBitDepth::ConvertBitDepth16To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
-                                               unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned)
+                                               unsigned long ulOutputBytes, void* pvOutput, bool bLsbAligned)
 {
     const SZtaSampleLoops& rsLoops = ZtaActiveLoops();
-    return ConvertWholeFrames(bLowAligned ? rsLoops.pfn16To32LowAligned : rsLoops.pfn16To32, 2, 4, ulChannels,
+    return ConvertWholeFrames(bLsbAligned ? rsLoops.pfn16To32LsbAligned : rsLoops.pfn16To32, 2, 4, ulChannels,
                               ulInputBytes, pvInput, ulOutputBytes, pvOutput);
 }
 
 int CZtaConvertBitDepth::ConvertBitDepth24To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
-                                               unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned)
+                                               unsigned long ulOutputBytes, void* pvOutput, bool bLsbAligned)
 {
     const SZtaSampleLoops& rsLoops = ZtaActiveLoops();
-    return ConvertWholeFrames(bLowAligned ? rsLoops.pfn24To32LowAligned : rsLoops.pfn24To32, 3, 4, ulChannels,
+    return ConvertWholeFrames(bLsbAligned ? rsLoops.pfn24To32LsbAligned : rsLoops.pfn24To32, 3, 4, ulChannels,
                               ulInputBytes, pvInput, ulOutputBytes, pvOutput);
 }
 
 int CZtaConvertBitDepth::ConvertBitDepth32To24(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
-                                               unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned)
+                                               unsigned long ulOutputBytes, void* pvOutput, bool bLsbAligned)
 {
     const SZtaSampleLoops& rsLoops = ZtaActiveLoops();
-    return ConvertWholeFrames(bLowAligned ? rsLoops.pfn32To24LowAligned : rsLoops.pfn32To24, 4, 3, ulChannels,
+    return ConvertWholeFrames(bLsbAligned ? rsLoops.pfn32To24LsbAligned : rsLoops.pfn32To24, 4, 3, ulChannels,
                               ulInputBytes, pvInput, ulOutputBytes, pvOutput);
 }

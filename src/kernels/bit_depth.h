@@ -23,27 +23,27 @@ public:
 
     // The kernels of the table. ulFrames counts sample frames; buffers may not overlap unless they are the same and
     // the conversion keeps the sample size. Each returns 0.
-#define ZTA_BIT_DEPTH_ROW(in, out, name, arithmetic, samples)                                                          \
+#define ZTA_BIT_DEPTH_ENTRY(in, out, name, arithmetic, samples)                                                        \
     int name(unsigned long ulFrames, void* pvInput, void* pvOutput);
-    ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ROW)
-#undef ZTA_BIT_DEPTH_ROW
+    ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)
+#undef ZTA_BIT_DEPTH_ENTRY
 
     // Conversions of packed samples, by whole frames of ulChannels samples until ulInputBytes are consumed.
-    // bLowAligned selects where the sample lies in its 32-bit word; the two directions are no inverse pair then.
+    // bLsbAligned selects where the sample lies in its 32-bit word; the two directions are no inverse pair then.
     // Errors  ZT_E_BUFFER_SIZE_MISMATCH: the frames done do not come to ulInputBytes and ulOutputBytes; they stay
     //         written
 
-    /// b0 b1 becomes 0 b0 b0 b1, or b0 b1 0 0 if bLowAligned.
+    /// b0 b1 becomes 0 b0 b0 b1, or b0 b1 0 0 if bLsbAligned.
     int ConvertBitDepth16To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
-                              unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned);
+                              unsigned long ulOutputBytes, void* pvOutput, bool bLsbAligned);
 
-    /// b0 b1 b2 becomes 0 b0 b1 b2, or b0 b1 b2 0 if bLowAligned.
+    /// b0 b1 b2 becomes 0 b0 b1 b2, or b0 b1 b2 0 if bLsbAligned.
     int ConvertBitDepth24To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
-                              unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned);
+                              unsigned long ulOutputBytes, void* pvOutput, bool bLsbAligned);
 
-    /// b0 b1 b2 b3 becomes b1 b2 b3, or b3 b2 b1 if bLowAligned.
+    /// b0 b1 b2 b3 becomes b1 b2 b3, or b3 b2 b1 if bLsbAligned.
     int ConvertBitDepth32To24(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
-                              unsigned long ulOutputBytes, void* pvOutput, bool bLowAligned);
+                              unsigned long ulOutputBytes, void* pvOutput, bool bLsbAligned);
 
 private:
     using Function = int (CZtaConvertBitDepth::*)(unsigned long ulFrames, void* pvInput, void* pvOutput);

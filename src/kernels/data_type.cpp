@@ -9,21 +9,21 @@
 
 namespace {
 
-#define ZTA_DATA_TYPE_ROW(layout, name, arithmetic, samples)                                                           \
+#define ZTA_DATA_TYPE_ENTRY(layout, name, arithmetic, samples)                                                         \
     {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout},
-constexpr SZtaFormatPair kPairs[] = {ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ROW)};
-#undef ZTA_DATA_TYPE_ROW
+constexpr SZtaFormatPair kPairs[] = {ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)};
+#undef ZTA_DATA_TYPE_ENTRY
 static_assert(std::size(kPairs) == 10 && ZtaPairsAreUnique(kPairs));
 
 } // namespace
 
-#define ZTA_DATA_TYPE_ROW(layout, name, arithmetic, samples)                                                           \
+#define ZTA_DATA_TYPE_ENTRY(layout, name, arithmetic, samples)                                                         \
     {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaConvertDataType::name},
-CZtaConvertDataType::CZtaConvertDataType() : m_oTable({ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ROW)})
+CZtaConvertDataType::CZtaConvertDataType() : m_oTable({ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_DATA_TYPE_ROW
+#undef ZTA_DATA_TYPE_ENTRY
 
 CZtaConvertDataType::~CZtaConvertDataType() = default;
 
@@ -31,7 +31,7 @@ int CZtaConvertDataType::ConvertDataType(IZtAudioSamples* pInput, IZtAudioSample
 {
     SZtAudioBufferInformations sInput{};
     SZtAudioBufferInformations sOutput{};
-    int iStatus = ZtaDigest(*this, {{pInput, sInput}, {pOutput, sOutput}});
+    int iStatus = ZtaQueryBuffers(*this, {{pInput, sInput}, {pOutput, sOutput}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -42,10 +42,10 @@ int CZtaConvertDataType::ConvertDataType(IZtAudioSamples* pInput, IZtAudioSample
         sInput.sDescription.sWaveFormat.ulChannels != sOutput.sDescription.sWaveFormat.ulChannels) {
         return ZT_E_BUFFER_FORMAT_MISMATCH;
     }
-    return ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames,
-                        [&](Function pfnKernel) {
-                            return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
-                        });
+    return ZtaDispatchKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames,
+                             [&](Function pfnKernel) {
+                                 return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
+                             });
 }
 
 int CZtaConvertDataType::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported)
@@ -53,14 +53,14 @@ int CZtaConvertDataType::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWave
     return QueryFormatSupportedInOutBuffers(psIn, psOut, pbSupported);
 }
 
-#define ZTA_DATA_TYPE_ROW(layout, name, arithmetic, samples)                                                           \
+#define ZTA_DATA_TYPE_ENTRY(layout, name, arithmetic, samples)                                                         \
     int CZtaConvertDataType::name(unsigned long ulFrames, void* pvInput, void* pvOutput)                               \
     {                                                                                                                  \
         ZtaActiveLoops().pfn##arithmetic(pvInput, pvOutput, ulFrames*(samples));                                       \
         return ZT_NOERROR;                                                                                             \
     }
-ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ROW)
-#undef ZTA_DATA_TYPE_ROW
+ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)
+#undef ZTA_DATA_TYPE_ENTRY
 
 int CZtaConvertDataType::ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(
     IZtAudioSamples* pInput, const SZtAudioSamplesDescription* psDescription, IZtAudioSamples* pOutput)

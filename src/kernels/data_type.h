@@ -5,18 +5,18 @@
 // clang-format off
 
 /// What CZtaConvertDataType does, one row each:
-///   ROW(layout on both sides, function, arithmetic, samples per frame)
-#define ZTA_DATA_TYPE_LIST(ROW) \
-    ROW(16In16Mono,   ConvertDataTypeMMFToPCM16bitMono,       MultiFormatTo16, 1) \
-    ROW(16In16Stereo, ConvertDataTypeMMFToPCM16bitStereo,     MultiFormatTo16, 2) \
-    ROW(16In16Mux4,   ConvertDataTypeMMFToPCM16bitMux4,       MultiFormatTo16, 4) \
-    ROW(16In16Mux8,   ConvertDataTypeMMFToPCM16bitMux8,       MultiFormatTo16, 8) \
-    ROW(16In16Mux16,  ConvertDataTypeMMFToPCM16bitMux16,      MultiFormatTo16, 16) \
-    ROW(24In32Mono,   ConvertDataTypeMMFToPCM24In32bitMono,   MultiFormatTo24, 1) \
-    ROW(24In32Stereo, ConvertDataTypeMMFToPCM24In32bitStereo, MultiFormatTo24, 2) \
-    ROW(24In32Mux4,   ConvertDataTypeMMFToPCM24In32bitMux4,   MultiFormatTo24, 4) \
-    ROW(24In32Mux8,   ConvertDataTypeMMFToPCM24In32bitMux8,   MultiFormatTo24, 8) \
-    ROW(24In32Mux16,  ConvertDataTypeMMFToPCM24In32bitMux16,  MultiFormatTo24, 16)
+///   X(layout on both sides, function, arithmetic, samples per frame)
+#define ZTA_DATA_TYPE_LIST(X) \
+    X(16In16Mono,   ConvertDataTypeMMFToPCM16bitMono,       MultiFormatTo16, 1) \
+    X(16In16Stereo, ConvertDataTypeMMFToPCM16bitStereo,     MultiFormatTo16, 2) \
+    X(16In16Mux4,   ConvertDataTypeMMFToPCM16bitMux4,       MultiFormatTo16, 4) \
+    X(16In16Mux8,   ConvertDataTypeMMFToPCM16bitMux8,       MultiFormatTo16, 8) \
+    X(16In16Mux16,  ConvertDataTypeMMFToPCM16bitMux16,      MultiFormatTo16, 16) \
+    X(24In32Mono,   ConvertDataTypeMMFToPCM24In32bitMono,   MultiFormatTo24, 1) \
+    X(24In32Stereo, ConvertDataTypeMMFToPCM24In32bitStereo, MultiFormatTo24, 2) \
+    X(24In32Mux4,   ConvertDataTypeMMFToPCM24In32bitMux4,   MultiFormatTo24, 4) \
+    X(24In32Mux8,   ConvertDataTypeMMFToPCM24In32bitMux8,   MultiFormatTo24, 8) \
+    X(24In32Mux16,  ConvertDataTypeMMFToPCM24In32bitMux16,  MultiFormatTo24, 16)
 
 // clang-format on
 
@@ -40,10 +40,10 @@ public:
     int QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported);
 
     // The kernels of the table, on 32-bit words; in place is allowed. Each returns 0.
-#define ZTA_DATA_TYPE_ROW(layout, name, arithmetic, samples)                                                           \
+#define ZTA_DATA_TYPE_ENTRY(layout, name, arithmetic, samples)                                                         \
     int name(unsigned long ulFrames, void* pvInput, void* pvOutput);
-    ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ROW)
-#undef ZTA_DATA_TYPE_ROW
+    ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)
+#undef ZTA_DATA_TYPE_ENTRY
 
     /// Converts 16-bit multi-format words to 16-bit samples. The output's valid length is not set but must already be
     /// the input's, in frames.

@@ -10,31 +10,31 @@
 namespace {
 
 /// What a kernel takes of the loops for each kind of word; the class's list names them.
-#define ZTA_FADE_ROW(law, bytes, gains)                                                                                \
+#define ZTA_FADE_ENTRY(law, bytes, gains)                                                                              \
     struct law {                                                                                                       \
         static constexpr unsigned long kBytes = bytes;                                                                 \
         static constexpr auto& kGains = gains;                                                                         \
         static constexpr auto pfnFade = &SZtaSampleLoops::pfnFade##law;                                                \
     };
-ZTA_FADE_LOOP_LIST(ZTA_FADE_ROW)
-#undef ZTA_FADE_ROW
+ZTA_FADE_LOOP_LIST(ZTA_FADE_ENTRY)
+#undef ZTA_FADE_ENTRY
 
-enum class EEnd { In, Out };
+enum class EFadeDirection { In, Out };
 
 /// What a kernel makes of a buffer shorter than the fade.
-enum class EShort {
+enum class EShortBufferPolicy {
     Fade,   ///< fades it with the first gains on the way in, the last ones on the way out
-    Refuse, ///< leaves it as it is
+    Reject, ///< leaves it as it is
 };
 
-template <EEnd eEnd, class Law, unsigned long ulWords, EShort eShort>
+template <EFadeDirection eEnd, class Law, unsigned long ulWords, EShortBufferPolicy eShort>
 int Fade(unsigned long ulFadeFrames, unsigned long ulFrames, void* pvBuffer)
 {
-    if (eShort == EShort::Refuse && ulFrames < ulFadeFrames) {
+    if (eShort == EShortBufferPolicy::Reject && ulFrames < ulFadeFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     const unsigned long ulLength = std::min(ulFadeFrames, ulFrames);
-    if constexpr (eEnd == EEnd::In) {
+    if constexpr (eEnd == EFadeDirection::In) {
         (ZtaActiveLoops().*Law::pfnFade)(pvBuffer, ulWords, ulLength, &Law::kGains[0], 1);
     } else {
         const unsigned long ulSkipped = (ulFrames - ulLength) * ulWords * Law::kBytes;
@@ -62,7 +62,7 @@ CZtaApplyFade::~CZtaApplyFade() = default;
 int CZtaApplyFade::ApplyFade(IZtAudioSamples* pSamples)
 {
     SZtAudioBufferInformations sBuffer{};
-    int iStatus = ZtaDigest(*this, {{pSamples, sBuffer}});
+    int iStatus = ZtaQueryBuffers(*this, {{pSamples, sBuffer}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -94,34 +94,36 @@ int CZtaApplyFade::QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSu
     return QueryFormatSupportedSingleBuffer(psFormat, pbSupported);
 }
 
-#define ZTA_FADE_ROW(layout, fadeIn, fadeOut, law, words, shortBuffer)                                                 \
+#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, law, words, shortBuffer)                                               \
     int CZtaApplyFade::fadeIn(unsigned long ulFrames, void* pvBuffer)                                                  \
     {                                                                                                                  \
-        return Fade<EEnd::In, law, words, EShort::shortBuffer>(m_ulFadeFrames, ulFrames, pvBuffer);                    \
+        return Fade<EFadeDirection::In, law, words, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,         \
+                                                                                     pvBuffer);                        \
     }                                                                                                                  \
     int CZtaApplyFade::fadeOut(unsigned long ulFrames, void* pvBuffer)                                                 \
     {                                                                                                                  \
-        return Fade<EEnd::Out, law, words, EShort::shortBuffer>(m_ulFadeFrames, ulFrames, pvBuffer);                   \
+        return Fade<EFadeDirection::Out, law, words, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,        \
+                                                                                      pvBuffer);                       \
     }
-ZTA_FADE_LIST(ZTA_FADE_ROW)
-#undef ZTA_FADE_ROW
+ZTA_FADE_LIST(ZTA_FADE_ENTRY)
+#undef ZTA_FADE_ENTRY
 
 void CZtaApplyFade::ApplyFade24BitIn32Mux4(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
                                            bool bForward)
 {
-    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 4, ulFrames, pulGains, bForward ? 1 : -1);
+    ZtaActiveLoops().pfnFadeMuxInt24In32(pvBuffer, 4, ulFrames, pulGains, bForward ? 1 : -1);
 }
 
 void CZtaApplyFade::ApplyFade24BitIn32Mux8(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
                                            bool bForward)
 {
-    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 8, ulFrames, pulGains, bForward ? 1 : -1);
+    ZtaActiveLoops().pfnFadeMuxInt24In32(pvBuffer, 8, ulFrames, pulGains, bForward ? 1 : -1);
 }
 
 void CZtaApplyFade::ApplyFade24BitIn32Mux16(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains,
                                             bool bForward)
 {
-    ZtaActiveLoops().pfnFadeMuxWord24In32(pvBuffer, 16, ulFrames, pulGains, bForward ? 1 : -1);
+    ZtaActiveLoops().pfnFadeMuxInt24In32(pvBuffer, 16, ulFrames, pulGains, bForward ? 1 : -1);
 }
 
 void CZtaApplyFade::ApplyFade16BitIn16Mux4(void* pvBuffer, unsigned long ulFrames, const unsigned short* pusGains,
@@ -145,5 +147,5 @@ void CZtaApplyFade::ApplyFade16BitIn16Mux16(void* pvBuffer, unsigned long ulFram
 void CZtaApplyFade::_Fade16BitIn16MuxBuffer(void* pvBuffer, unsigned short usChannels, unsigned long ulFrames,
                                             const unsigned short* pusGains, short sStep)
 {
-    ZtaActiveLoops().pfnFadeSample16(pvBuffer, usChannels, ulFrames, pusGains, sStep);
+    ZtaActiveLoops().pfnFadeInt16(pvBuffer, usChannels, ulFrames, pusGains, sStep);
 }

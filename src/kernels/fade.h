@@ -5,18 +5,18 @@
 // clang-format off
 
 /// What CZtaApplyFade does, one row each:
-///   ROW(layout, fade in, fade out, law of arithmetic, words per frame, what becomes of a buffer shorter than the fade)
-#define ZTA_FADE_LIST(ROW) \
-    ROW(16In16Mono,   ApplyFadeIn16Mono,         ApplyFadeOut16Mono,         Sample16,       1, Fade) \
-    ROW(16In16Stereo, ApplyFadeIn16Stereo,       ApplyFadeOut16Stereo,       StereoFrame16,  1, Fade) \
-    ROW(24In32Mono,   ApplyFadeIn24Mono,         ApplyFadeOut24Mono,         Word24In32,     1, Fade) \
-    ROW(24In32Stereo, ApplyFadeIn24Stereo,       ApplyFadeOut24Stereo,       Word24In32,     2, Fade) \
-    ROW(24In32Mux4,   ApplyFadeIn24BitIn32Mux4,  ApplyFadeOut24BitIn32Mux4,  MuxWord24In32,  4, Refuse) \
-    ROW(24In32Mux8,   ApplyFadeIn24BitIn32Mux8,  ApplyFadeOut24BitIn32Mux8,  MuxWord24In32,  8, Refuse) \
-    ROW(24In32Mux16,  ApplyFadeIn24BitIn32Mux16, ApplyFadeOut24BitIn32Mux16, MuxWord24In32, 16, Refuse) \
-    ROW(16In16Mux4,   ApplyFadeIn16BitIn16Mux4,  ApplyFadeOut16BitIn16Mux4,  Sample16,       4, Refuse) \
-    ROW(16In16Mux8,   ApplyFadeIn16BitIn16Mux8,  ApplyFadeOut16BitIn16Mux8,  Sample16,       8, Refuse) \
-    ROW(16In16Mux16,  ApplyFadeIn16BitIn16Mux16, ApplyFadeOut16BitIn16Mux16, Sample16,      16, Refuse)
+///   X(layout, fade in, fade out, law of arithmetic, words per frame, what becomes of a buffer shorter than the fade)
+#define ZTA_FADE_LIST(X) \
+    X(16In16Mono,   ApplyFadeIn16Mono,         ApplyFadeOut16Mono,         Int16,       1, Fade) \
+    X(16In16Stereo, ApplyFadeIn16Stereo,       ApplyFadeOut16Stereo,       StereoInt16,  1, Fade) \
+    X(24In32Mono,   ApplyFadeIn24Mono,         ApplyFadeOut24Mono,         Int24In32,     1, Fade) \
+    X(24In32Stereo, ApplyFadeIn24Stereo,       ApplyFadeOut24Stereo,       Int24In32,     2, Fade) \
+    X(24In32Mux4,   ApplyFadeIn24BitIn32Mux4,  ApplyFadeOut24BitIn32Mux4,  MuxInt24In32,  4, Reject) \
+    X(24In32Mux8,   ApplyFadeIn24BitIn32Mux8,  ApplyFadeOut24BitIn32Mux8,  MuxInt24In32,  8, Reject) \
+    X(24In32Mux16,  ApplyFadeIn24BitIn32Mux16, ApplyFadeOut24BitIn32Mux16, MuxInt24In32, 16, Reject) \
+    X(16In16Mux4,   ApplyFadeIn16BitIn16Mux4,  ApplyFadeOut16BitIn16Mux4,  Int16,       4, Reject) \
+    X(16In16Mux8,   ApplyFadeIn16BitIn16Mux8,  ApplyFadeOut16BitIn16Mux8,  Int16,       8, Reject) \
+    X(16In16Mux16,  ApplyFadeIn16BitIn16Mux16, ApplyFadeOut16BitIn16Mux16, Int16,      16, Reject)
 
 // clang-format on
 
@@ -39,11 +39,11 @@ public:
     int QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSupported);
 
     // The kernels of the table.
-#define ZTA_FADE_ROW(layout, fadeIn, fadeOut, law, words, shortBuffer)                                                 \
+#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, law, words, shortBuffer)                                               \
     int fadeIn(unsigned long ulFrames, void* pvBuffer);                                                                \
     int fadeOut(unsigned long ulFrames, void* pvBuffer);
-    ZTA_FADE_LIST(ZTA_FADE_ROW)
-#undef ZTA_FADE_ROW
+    ZTA_FADE_LIST(ZTA_FADE_ENTRY)
+#undef ZTA_FADE_ENTRY
 
     // The ramps of the mux kernels over ulFrames frames from pvBuffer on, one gain for each frame; bForward walks the
     // gains upwards from pulGains, else downwards.

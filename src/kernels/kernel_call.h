@@ -7,15 +7,15 @@
 /// What the operations of the kernel classes share: digesting their buffers, and running the function of a row.
 
 /// A buffer, and where its digest goes, which must be empty.
-struct SZtaDigested {
+struct SZtaBufferQuery {
     IZtAudioSamples* pSamples;
     SZtAudioBufferInformations& rsInformations;
 };
 
 /// Digests buffers in their order, up to the first failure.
-inline int ZtaDigest(CZtaAudioProcessingUtil& rUtil, std::initializer_list<SZtaDigested> oBuffers)
+inline int ZtaQueryBuffers(CZtaAudioProcessingUtil& rUtil, std::initializer_list<SZtaBufferQuery> oBuffers)
 {
-    for (const SZtaDigested& rsBuffer : oBuffers) {
+    for (const SZtaBufferQuery& rsBuffer : oBuffers) {
         rsBuffer.rsInformations.sDescription.ulSize = sizeof(SZtAudioSamplesDescription);
         const int iStatus = rUtil.GetBufferInformations(rsBuffer.pSamples, &rsBuffer.rsInformations);
         if (iStatus < 0) {
@@ -27,8 +27,8 @@ inline int ZtaDigest(CZtaAudioProcessingUtil& rUtil, std::initializer_list<SZtaD
 
 /// Finds the row of a pair of formats and, if there are frames to process, calls `rRun` with its function.
 template <class Table, class Run>
-int ZtaRunKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, EZtAudioSampleFormatProperty eInput,
-                 EZtAudioSampleFormatProperty eOutput, unsigned long ulFrames, Run rRun)
+int ZtaDispatchKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, EZtAudioSampleFormatProperty eInput,
+                      EZtAudioSampleFormatProperty eOutput, unsigned long ulFrames, Run rRun)
 {
     int iFunctionIndex = 0;
     const int iStatus =

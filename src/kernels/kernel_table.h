@@ -7,17 +7,17 @@
 template <class Function, int Count>
 class TZtaKernelTable {
 public:
-    struct Row {
+    struct Entry {
         EZtAudioSampleFormatProperty eInputFormat;
         EZtAudioSampleFormatProperty eOutputFormat;
         Function pfnFunction;
     };
 
-    explicit TZtaKernelTable(const Row (&rasRows)[Count]) noexcept : m_sList{Count, m_asRows}
+    explicit TZtaKernelTable(const Entry (&rasEntries)[Count]) noexcept : m_sList{Count, m_asEntries}
     {
         for (int i = 0; i < Count; ++i) {
-            m_asRows[i] = {rasRows[i].eInputFormat, rasRows[i].eOutputFormat, i};
-            m_apfnFunctions[i] = rasRows[i].pfnFunction;
+            m_asEntries[i] = {rasEntries[i].eInputFormat, rasEntries[i].eOutputFormat, i};
+            m_apfnFunctions[i] = rasEntries[i].pfnFunction;
         }
     }
 
@@ -28,7 +28,7 @@ public:
     Function operator[](int iFunctionIndex) const noexcept { return m_apfnFunctions[iFunctionIndex]; }
 
 private:
-    SZtAProcessingFormatAndFunctionIndex m_asRows[Count];
+    SZtAProcessingFormatAndFunctionIndex m_asEntries[Count];
     SZtAListOfProcessingFormatsAndFunctionIndex m_sList;
     Function m_apfnFunctions[Count];
 };

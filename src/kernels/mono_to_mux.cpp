@@ -7,26 +7,26 @@
 
 namespace {
 
-#define ZTA_MUX_ROW(in, out, name, body) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
-constexpr SZtaFormatPair kPairs[] = {ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ROW)};
-#undef ZTA_MUX_ROW
+#define ZTA_MUX_ENTRY(in, out, name, body) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
+constexpr SZtaFormatPair kPairs[] = {ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ENTRY)};
+#undef ZTA_MUX_ENTRY
 static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
 
-#define ZTA_MUX_ROW(in, out, name, body) &ZtaCheckOf<body>,
-constexpr ZtaMuxCheck kChecks[] = {ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ROW)};
-#undef ZTA_MUX_ROW
+#define ZTA_MUX_ENTRY(in, out, name, body) &ZtaCheckOf<body>,
+constexpr ZtaMuxCheck kChecks[] = {ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ENTRY)};
+#undef ZTA_MUX_ENTRY
 
-constexpr SZtaMuxRules kRules = ZtaMonoRules(ZT_E_INPUT_FORMAT_NOT_SUPPORTED, kChecks);
+constexpr SZtaMuxTraits kRules = ZtaMonoTraits(ZT_E_INPUT_FORMAT_NOT_SUPPORTED, kChecks);
 
 } // namespace
 
-#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+#define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &CZtaConvertMonoToMux::name},
-CZtaConvertMonoToMux::CZtaConvertMonoToMux() : m_oTable({ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ROW)})
+CZtaConvertMonoToMux::CZtaConvertMonoToMux() : m_oTable({ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_MUX_ROW
+#undef ZTA_MUX_ENTRY
 
 CZtaConvertMonoToMux::~CZtaConvertMonoToMux() = default;
 
@@ -39,18 +39,18 @@ int CZtaConvertMonoToMux::SuggestFormat(SZtaWaveFormatInfo* psIn, SZtaWaveFormat
 int CZtaConvertMonoToMux::ConvertMonoToMux(IZtAudioSamples** ppMono, unsigned long ulMonoCount, IZtAudioSamples* pMux,
                                            SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
 {
-    return ZtaAssembleMux(*this, m_oTable, m_oApplyVolume, kRules,
-                          {ppMono, ulMonoCount, pMux, psVolumes, ulVolumeCount});
+    return ZtaInterleaveMux(*this, m_oTable, m_oApplyVolume, kRules,
+                            {ppMono, ulMonoCount, pMux, psVolumes, ulVolumeCount});
 }
 
-#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+#define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     int CZtaConvertMonoToMux::name(void** ppvSources, unsigned long ulBufferCount, void* pvMux,                        \
                                    unsigned long ulFrames)                                                             \
     {                                                                                                                  \
         return body(ppvSources, ulBufferCount, pvMux, ulFrames);                                                       \
     }
-ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ROW)
-#undef ZTA_MUX_ROW
+ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ENTRY)
+#undef ZTA_MUX_ENTRY
 
 int CZtaConvertMonoToMux::_ConvertNMonoTo1Mux(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
                                               unsigned long ulFrames)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "kernels/mux_kernel_list.h"
 #include "kernels/mux_conversion.h"
+#include "kernels/mux_kernel_list.h"
 
 /// Interleaves up to 64 mono buffers into one mux buffer of the same container.
 ///
@@ -32,10 +32,10 @@ public:
                          SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
 
     // The kernels of the table. Each takes one data pointer for each buffer.
-#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+#define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     int name(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames);
-    ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ROW)
-#undef ZTA_MUX_ROW
+    ZTA_MONO_TO_MUX_LIST(ZTA_MUX_ENTRY)
+#undef ZTA_MUX_ENTRY
 
     // The counted bodies behind most of them, for any count from 2 to 64. They use the array up: each entry then points
     // behind its data.

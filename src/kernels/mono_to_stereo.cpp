@@ -28,7 +28,7 @@ int CZtaConvertMonoToStereo::ConvertMonoToStereo(IZtAudioSamples* pLeft, IZtAudi
     SZtAudioBufferInformations sLeft{};
     SZtAudioBufferInformations sRight{};
     SZtAudioBufferInformations sStereo{};
-    int iStatus = ZtaDigest(*this, {{pLeft, sLeft}, {pRight, sRight}});
+    int iStatus = ZtaQueryBuffers(*this, {{pLeft, sLeft}, {pRight, sRight}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -39,14 +39,14 @@ int CZtaConvertMonoToStereo::ConvertMonoToStereo(IZtAudioSamples* pLeft, IZtAudi
     if (ulFrames != sRight.ulValidFrames) {
         return ZT_E_BUFFER_SIZE_MISMATCH;
     }
-    iStatus = ZtaDigest(*this, {{pStereo, sStereo}});
+    iStatus = ZtaQueryBuffers(*this, {{pStereo, sStereo}});
     if (iStatus < 0) {
         return iStatus;
     }
     if (sStereo.ulCapacityFrames < ulFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    iStatus = ZtaRunKernel(*this, m_oTable, sLeft.eFormat, sStereo.eFormat, ulFrames, [&](Function pfnKernel) {
+    iStatus = ZtaDispatchKernel(*this, m_oTable, sLeft.eFormat, sStereo.eFormat, ulFrames, [&](Function pfnKernel) {
         return (this->*pfnKernel)(ulFrames, sLeft.pvBuffer, sRight.pvBuffer, sStereo.pvBuffer);
     });
     if (iStatus < 0) {
@@ -69,14 +69,14 @@ int CZtaConvertMonoToStereo::QueryFormatSupported(SZtaWaveFormatInfo* psMono, SZ
 
 int CZtaConvertMonoToStereo::ConvertMonoToStereo16(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo)
 {
-    ZtaActiveLoops().pfnInterleavePair2(pvLeft, pvRight, pvStereo, ulFrames);
+    ZtaActiveLoops().pfnInterleaveStereo2(pvLeft, pvRight, pvStereo, ulFrames);
     return ZT_NOERROR;
 }
 
 int CZtaConvertMonoToStereo::ConvertMonoToStereo24in32(unsigned long ulFrames, void* pvLeft, void* pvRight,
                                                        void* pvStereo)
 {
-    ZtaActiveLoops().pfnInterleavePair4(pvLeft, pvRight, pvStereo, ulFrames);
+    ZtaActiveLoops().pfnInterleaveStereo4(pvLeft, pvRight, pvStereo, ulFrames);
     return ZT_NOERROR;
 }
 
@@ -89,6 +89,6 @@ int CZtaConvertMonoToStereo::ConvertMonoToStereo24in24(unsigned long ulFrames, v
     if (pvStereo == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    ZtaActiveLoops().pfnInterleavePair3(pvLeft, pvRight, pvStereo, ulFrames);
+    ZtaActiveLoops().pfnInterleaveStereo3(pvLeft, pvRight, pvStereo, ulFrames);
     return ZT_NOERROR;
 }

@@ -7,12 +7,12 @@
 namespace {
 
 /// What a digest is made of.
-struct SAnswers {
+struct SBufferProperties {
     SZtaWaveFormatInfo sFormat;
     unsigned long ulLength;
     unsigned long ulCapacity;
 
-    bool operator==(const SAnswers& rsOther) const
+    bool operator==(const SBufferProperties& rsOther) const
     {
         return std::memcmp(&sFormat, &rsOther.sFormat, sizeof(sFormat)) == 0 && ulLength == rsOther.ulLength &&
                ulCapacity == rsOther.ulCapacity;
@@ -20,7 +20,7 @@ struct SAnswers {
 };
 
 /// Asks a buffer what GetBufferInformations asks, in the same order.
-int Ask(IZtAudioSamples* pBuffer, SAnswers& rsAnswers, void*& rpvBuffer)
+int QueryBuffer(IZtAudioSamples* pBuffer, SBufferProperties& rsAnswers, void*& rpvBuffer)
 {
     SZtAudioSamplesDescription sDescription = {};
     sDescription.ulSize = sizeof(sDescription);
@@ -34,9 +34,10 @@ int Ask(IZtAudioSamples* pBuffer, SAnswers& rsAnswers, void*& rpvBuffer)
 
 } // namespace
 
-int SZtaMuxOperands::Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& rsRules, const SZtaMuxCall& rsCall)
+int SZtaMuxOperands::QueryBuffers(CZtaAudioProcessingUtil& rUtil, const SZtaMuxTraits& rsRules,
+                                  const SZtaMuxCall& rsCall)
 {
-    if (rsCall.ulCount == 0 || rsCall.ulCount > rsRules.ulMostBuffers) {
+    if (rsCall.ulCount == 0 || rsCall.ulCount > rsRules.ulMaxBuffers) {
         return ZT_E_INVALID_PARAMETER;
     }
     if (rsCall.ulVolumeCount != 0) {
@@ -48,19 +49,19 @@ int SZtaMuxOperands::Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& 
         }
     }
 
-    SAnswers sLast = {};
+    SBufferProperties sPrevious = {};
     unsigned long ulElementBytes = 0;
     for (unsigned long i = 0; i < rsCall.ulCount; ++i) {
-        SAnswers sAnswers;
+        SBufferProperties sAnswers;
         apvBuffers[i] = nullptr;
-        if (Ask(rsCall.ppBuffers[i], sAnswers, apvBuffers[i]) < 0) {
+        if (QueryBuffer(rsCall.ppBuffers[i], sAnswers, apvBuffers[i]) < 0) {
             return ZT_E_INVALID_PARAMETER;
         }
         // What passed for the buffer before passes for one that is like it.
-        if (i != 0 && sAnswers == sLast) {
+        if (i != 0 && sAnswers == sPrevious) {
             continue;
         }
-        sLast = sAnswers;
+        sPrevious = sAnswers;
 
         EZtAudioSampleFormatProperty eFormat;
         if (rUtil.GetSampleFormat(&sAnswers.sFormat, &eFormat) < 0) {
@@ -70,34 +71,35 @@ int SZtaMuxOperands::Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& 
             std::find_if(std::begin(rsRules.asElements), std::end(rsRules.asElements),
                          [&](const SZtaMuxElement& rsElement) { return rsElement.eFormat == eFormat; });
         if (psElement == std::end(rsRules.asElements)) {
-            return rsRules.iOtherFormat;
+            return rsRules.iUnsupportedStatus;
         }
         const unsigned long ulFrameBytes = ZtaBytesPerFrame(sAnswers.sFormat);
         const unsigned long ulValidFrames = sAnswers.ulLength / ulFrameBytes;
         if (i == 0) {
             sFirst = {eFormat, ulFrameBytes, ulValidFrames};
             ulElementBytes = psElement->ulBytes;
-            ulFramesMoved = ulValidFrames;
+            ulFrameCount = ulValidFrames;
         } else if (ulValidFrames != sFirst.ulValidFrames) {
             return ZT_E_BUFFER_SIZE_MISMATCH;
         }
-        LimitFrames(ulValidFrames, sAnswers.ulCapacity / ulFrameBytes, ulFrameBytes, ulElementBytes);
+        ClampFrameCount(ulValidFrames, sAnswers.ulCapacity / ulFrameBytes, ulFrameBytes, ulElementBytes);
     }
 
     sMux = {};
-    const int iStatus = ZtaDigest(rUtil, {{rsCall.pMux, sMux}});
+    const int iStatus = ZtaQueryBuffers(rUtil, {{rsCall.pMux, sMux}});
     if (iStatus >= 0) {
-        LimitFrames(sMux.ulValidFrames, sMux.ulCapacityFrames, static_cast<unsigned long>(sMux.iBytesPerFrame),
-                    ulElementBytes * rsCall.ulCount);
+        ClampFrameCount(sMux.ulValidFrames, sMux.ulCapacityFrames, static_cast<unsigned long>(sMux.iBytesPerFrame),
+                        ulElementBytes * rsCall.ulCount);
     }
     return iStatus;
 }
 
-void SZtaMuxOperands::LimitFrames(unsigned long ulValidFrames, unsigned long ulCapacityFrames,
-                                  unsigned long ulFrameBytes, unsigned long ulMovedBytes)
+void SZtaMuxOperands::ClampFrameCount(unsigned long ulValidFrames, unsigned long ulCapacityFrames,
+                                      unsigned long ulFrameBytes, unsigned long ulProcessedFrameBytes)
 {
     const unsigned long ulHeldFrames = std::max(ulValidFrames, ulCapacityFrames);
     // Almost always the bytes are the same: no division then.
-    ulFramesMoved = std::min(ulFramesMoved,
-                             ulFrameBytes == ulMovedBytes ? ulHeldFrames : ulHeldFrames * ulFrameBytes / ulMovedBytes);
+    ulFrameCount = std::min(ulFrameCount, ulFrameBytes == ulProcessedFrameBytes
+                                              ? ulHeldFrames
+                                              : ulHeldFrames * ulFrameBytes / ulProcessedFrameBytes);
 }

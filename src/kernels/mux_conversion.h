@@ -16,34 +16,35 @@ struct SZtaMuxElement {
 };
 
 /// How the four operations differ in what they take.
-struct SZtaMuxRules {
-    unsigned long ulMostBuffers;  ///< more, or none, is ZT_E_INVALID_PARAMETER
+struct SZtaMuxTraits {
+    unsigned long ulMaxBuffers;   ///< more, or none, is ZT_E_INVALID_PARAMETER
     unsigned long ulChannels;     ///< of one buffer. The volumes divided by it and rounded down must be as many as the
                                   ///< buffers: an odd volume too many passes, and the volume step has to refuse it.
     SZtaMuxElement asElements[3]; ///< the formats taken
-    int iOtherFormat;             ///< the status of any other
+    int iUnsupportedStatus;       ///< the status of any other
     const ZtaMuxCheck* pfnChecks; ///< what the kernel of each row takes
 };
 
-constexpr SZtaMuxRules ZtaMonoRules(int iOtherFormat, const ZtaMuxCheck* pfnChecks)
+constexpr SZtaMuxTraits ZtaMonoTraits(int iUnsupportedStatus, const ZtaMuxCheck* pfnChecks)
 {
     return {64,
             1,
             {{keZtAudioSampleFormat24In32Mono, 4},
              {keZtAudioSampleFormat24In24Mono, 3},
              {keZtAudioSampleFormat16In16Mono, 2}},
-            iOtherFormat,
+            iUnsupportedStatus,
             pfnChecks};
 }
 
-constexpr SZtaMuxRules ZtaStereoRules(unsigned long ulMostBuffers, int iOtherFormat, const ZtaMuxCheck* pfnChecks)
+constexpr SZtaMuxTraits ZtaStereoTraits(unsigned long ulMaxBuffers, int iUnsupportedStatus,
+                                        const ZtaMuxCheck* pfnChecks)
 {
-    return {ulMostBuffers,
+    return {ulMaxBuffers,
             2,
             {{keZtAudioSampleFormat24In32Stereo, 8},
              {keZtAudioSampleFormat24In24Stereo, 6},
              {keZtAudioSampleFormat16In16Stereo, 4}},
-            iOtherFormat,
+            iUnsupportedStatus,
             pfnChecks};
 }
 
@@ -58,37 +59,37 @@ struct SZtaMuxCall {
 
 /// The buffers of one call, as far as the call needs to know them.
 struct SZtaMuxOperands {
-    static constexpr unsigned long kMostBuffers = 64;
+    static constexpr unsigned long kMaxBuffers = 64;
 
     /// The first of the array. The others may differ from it in their container, but not in their length.
-    struct SFirst {
+    struct SArrayFormat {
         EZtAudioSampleFormatProperty eFormat;
         unsigned long ulBytesPerFrame;
         unsigned long ulValidFrames;
     };
 
-    void* apvBuffers[kMostBuffers];
-    SFirst sFirst;
+    void* apvBuffers[kMaxBuffers];
+    SArrayFormat sFirst;
     SZtAudioBufferInformations sMux;
 
     /// Those of the first buffer, but no more than every buffer has memory for: hosts see a difference only where they
     /// mix containers in the array, or where a mux has no room for as many frames as its outputs are long. What a
     /// kernel checks does not depend on it.
-    unsigned long ulFramesMoved;
+    unsigned long ulFrameCount;
 
     /// Checks the counts and digests the buffers, in the array's order, then the mux.
-    int Digest(CZtaAudioProcessingUtil& rUtil, const SZtaMuxRules& rsRules, const SZtaMuxCall& rsCall);
+    int QueryBuffers(CZtaAudioProcessingUtil& rUtil, const SZtaMuxTraits& rsRules, const SZtaMuxCall& rsCall);
 
 private:
-    /// Bounds the frames by what is certain to be a buffer's memory, of which ulMovedBytes are moved for each.
-    void LimitFrames(unsigned long ulValidFrames, unsigned long ulCapacityFrames, unsigned long ulFrameBytes,
-                     unsigned long ulMovedBytes);
+    /// Bounds the frames by what is certain to be a buffer's memory, of which ulProcessedFrameBytes are moved for each.
+    void ClampFrameCount(unsigned long ulValidFrames, unsigned long ulCapacityFrames, unsigned long ulFrameBytes,
+                         unsigned long ulProcessedFrameBytes);
 };
 
 /// Finds the row of a pair of formats and, unless the buffers are empty, calls `rRun` with its kernel. The kernel's
 /// checks are those of a call with all frames, even if none of them can be moved.
 template <class Table, class Run>
-int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, const SZtaMuxRules& rsRules,
+int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, const SZtaMuxTraits& rsRules,
                     SZtaMuxOperands& rsOperands, unsigned long ulCount, EZtAudioSampleFormatProperty eInput,
                     EZtAudioSampleFormatProperty eOutput, Run rRun)
 {
@@ -97,7 +98,7 @@ int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, const SZtaMux
     if (iStatus < 0 || rsOperands.sFirst.ulValidFrames == 0) {
         return iStatus;
     }
-    return rsOperands.ulFramesMoved > 0
+    return rsOperands.ulFrameCount > 0
                ? rRun(rTable[iRow])
                : rsRules.pfnChecks[iRow](rsOperands.apvBuffers, ulCount, rsOperands.sMux.pvBuffer,
                                          rsOperands.sFirst.ulValidFrames);
@@ -106,22 +107,22 @@ int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, const SZtaMux
 /// Interleaves the buffers into the mux, which must have its length set. Without volumes the mux ends with the length
 /// of the buffers; with volumes it keeps its own, and all of that is scaled.
 template <class Class, class Table>
-int ZtaAssembleMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZtaMuxRules& rsRules,
-                   const SZtaMuxCall& rsCall)
+int ZtaInterleaveMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZtaMuxTraits& rsRules,
+                     const SZtaMuxCall& rsCall)
 {
     SZtaMuxOperands sOperands;
-    int iStatus = sOperands.Digest(rClass, rsRules, rsCall);
+    int iStatus = sOperands.QueryBuffers(rClass, rsRules, rsCall);
     if (iStatus < 0) {
         return iStatus;
     }
-    const SZtaMuxOperands::SFirst& rsFirst = sOperands.sFirst;
+    const SZtaMuxOperands::SArrayFormat& rsFirst = sOperands.sFirst;
     const SZtAudioBufferInformations& rsMux = sOperands.sMux;
     if (rsMux.ulValidFrames < rsFirst.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     iStatus = ZtaRunMuxKernel(
         rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsFirst.eFormat, rsMux.eFormat, [&](auto pfnKernel) {
-            return (rClass.*pfnKernel)(sOperands.apvBuffers, rsCall.ulCount, rsMux.pvBuffer, sOperands.ulFramesMoved);
+            return (rClass.*pfnKernel)(sOperands.apvBuffers, rsCall.ulCount, rsMux.pvBuffer, sOperands.ulFrameCount);
         });
     if (iStatus < 0) {
         return iStatus;
@@ -135,22 +136,22 @@ int ZtaAssembleMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const
 /// Splits the mux into the buffers, which must have their lengths set. Without volumes they end with the length of the
 /// mux; with volumes they keep their own. Every buffer gets its last step, and the last failure is the one returned.
 template <class Class, class Table>
-int ZtaSplitMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZtaMuxRules& rsRules,
-                const SZtaMuxCall& rsCall)
+int ZtaDeinterleaveMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZtaMuxTraits& rsRules,
+                       const SZtaMuxCall& rsCall)
 {
     SZtaMuxOperands sOperands;
-    int iStatus = sOperands.Digest(rClass, rsRules, rsCall);
+    int iStatus = sOperands.QueryBuffers(rClass, rsRules, rsCall);
     if (iStatus < 0) {
         return iStatus;
     }
-    const SZtaMuxOperands::SFirst& rsFirst = sOperands.sFirst;
+    const SZtaMuxOperands::SArrayFormat& rsFirst = sOperands.sFirst;
     const SZtAudioBufferInformations& rsMux = sOperands.sMux;
     if (rsFirst.ulValidFrames < rsMux.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     iStatus = ZtaRunMuxKernel(
         rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsMux.eFormat, rsFirst.eFormat, [&](auto pfnKernel) {
-            return (rClass.*pfnKernel)(rsMux.pvBuffer, sOperands.apvBuffers, rsCall.ulCount, sOperands.ulFramesMoved);
+            return (rClass.*pfnKernel)(rsMux.pvBuffer, sOperands.apvBuffers, rsCall.ulCount, sOperands.ulFrameCount);
         });
     if (iStatus < 0) {
         return iStatus;

@@ -5,7 +5,7 @@
 
 namespace {
 
-bool HasNullEntry(void* const* ppvBuffers, unsigned long ulBufferCount)
+bool HasNullPointer(void* const* ppvBuffers, unsigned long ulBufferCount)
 {
     return ppvBuffers == nullptr ||
            std::find(ppvBuffers, ppvBuffers + ulBufferCount, nullptr) != ppvBuffers + ulBufferCount;
@@ -13,8 +13,8 @@ bool HasNullEntry(void* const* ppvBuffers, unsigned long ulBufferCount)
 
 } // namespace
 
-int SZtaBlockKernel::Check(void* const* ppvBuffers, unsigned long ulBufferCount, const void* /*pvMux*/,
-                           unsigned long ulFrames) const noexcept
+int SZtaFixedCountKernel::ValidateArguments(void* const* ppvBuffers, unsigned long ulBufferCount, const void* /*pvMux*/,
+                                            unsigned long ulFrames) const noexcept
 {
     if (ulFrames == 0) {
         return ZT_NOERROR;
@@ -22,35 +22,35 @@ int SZtaBlockKernel::Check(void* const* ppvBuffers, unsigned long ulBufferCount,
     if (ulBufferCount != ulBuffers) {
         return ZT_E_INVALID_PARAMETER;
     }
-    return HasNullEntry(ppvBuffers, ulBufferCount) ? iNullEntry : ZT_NOERROR;
+    return HasNullPointer(ppvBuffers, ulBufferCount) ? iNullPointerStatus : ZT_NOERROR;
 }
 
-unsigned long SZtaBlockKernel::FramesMoved(unsigned long ulFrames) const noexcept
+unsigned long SZtaFixedCountKernel::FramesToProcess(unsigned long ulFrames) const noexcept
 {
-    const bool bBlocks = (ulFrames / ulBlockFrames & ulBlockMask) != 0;
+    const bool bBlocks = (ulFrames / ulBlockFrames & ulBlockCountMask) != 0;
     return bBlocks ? ulFrames : ulFrames % ulBlockFrames;
 }
 
-int SZtaBlockInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
-                                    unsigned long ulFrames) const noexcept
+int SZtaFixedCountInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
+                                         unsigned long ulFrames) const noexcept
 {
-    const int iStatus = Check(ppvSources, ulBufferCount, pvMux, ulFrames);
+    const int iStatus = ValidateArguments(ppvSources, ulBufferCount, pvMux, ulFrames);
     if (iStatus >= 0 && ulFrames > 0) {
-        (ZtaActiveLoops().*pfnLoop)(ppvSources, ulBuffers, pvMux, FramesMoved(ulFrames));
+        (ZtaActiveLoops().*pfnLoop)(ppvSources, ulBuffers, pvMux, FramesToProcess(ulFrames));
     }
     return iStatus;
 }
 
-int SZtaBlockSplit::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
-                               unsigned long ulFrames) const noexcept
+int SZtaFixedCountDeinterleave::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
+                                           unsigned long ulFrames) const noexcept
 {
-    const int iStatus = Check(ppvDestinations, ulBufferCount, pvMux, ulFrames);
+    const int iStatus = ValidateArguments(ppvDestinations, ulBufferCount, pvMux, ulFrames);
     if (iStatus < 0 || ulFrames == 0) {
         return iStatus;
     }
-    const unsigned long ulMoved = FramesMoved(ulFrames);
+    const unsigned long ulMoved = FramesToProcess(ulFrames);
     (ZtaActiveLoops().*pfnLoop)(pvMux, ppvDestinations, ulBuffers, ulMoved);
-    if (bThirdOfTailIsWrong && ulMoved % ulBlockFrames == 3) {
+    if (bRepeatsTailChannels && ulMoved % ulBlockFrames == 3) {
         constexpr unsigned long kSample = 4;
         const unsigned long ulLast = (ulMoved - 1) * kSample;
         const auto* pucMux = static_cast<const unsigned char*>(pvMux) + ulLast * ulBuffers;
@@ -61,34 +61,35 @@ int SZtaBlockSplit::operator()(void* pvMux, void** ppvDestinations, unsigned lon
     return ZT_NOERROR;
 }
 
-bool SZtaCountedBody::Takes(unsigned long ulBufferCount, unsigned long ulFrames) const noexcept
+bool SZtaAnyCountKernel::Accepts(unsigned long ulBufferCount, unsigned long ulFrames) const noexcept
 {
-    return ulBufferCount >= 2 && ulBufferCount <= ulMostBuffers && ulFrames != 0;
+    return ulBufferCount >= 2 && ulBufferCount <= ulMaxBuffers && ulFrames != 0;
 }
 
-void SZtaCountedBody::UseUp(void** ppvBuffers, unsigned long ulBufferCount, unsigned long ulFrames) const noexcept
+void SZtaAnyCountKernel::AdvancePointers(void** ppvBuffers, unsigned long ulBufferCount,
+                                         unsigned long ulFrames) const noexcept
 {
     for (unsigned long i = 0; i < ulBufferCount; ++i) {
         ppvBuffers[i] = static_cast<unsigned char*>(ppvBuffers[i]) + ulFrames * ulElementBytes;
     }
 }
 
-int SZtaCountedInterleave::Check(void* const* ppvSources, unsigned long ulBufferCount, const void* pvMux,
-                                 unsigned long ulFrames) const noexcept
+int SZtaAnyCountInterleave::ValidateArguments(void* const* ppvSources, unsigned long ulBufferCount, const void* pvMux,
+                                              unsigned long ulFrames) const noexcept
 {
-    if (!Takes(ulBufferCount, ulFrames)) {
+    if (!Accepts(ulBufferCount, ulFrames)) {
         return ZT_E_INVALID_PARAMETER;
     }
     if (pvMux == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    return bLooksAtEntries && HasNullEntry(ppvSources, ulBufferCount) ? ZT_E_INVALID_PARAMETER : ZT_NOERROR;
+    return bValidatesPointers && HasNullPointer(ppvSources, ulBufferCount) ? ZT_E_INVALID_PARAMETER : ZT_NOERROR;
 }
 
-int SZtaCountedInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
-                                      unsigned long ulFrames) const noexcept
+int SZtaAnyCountInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
+                                       unsigned long ulFrames) const noexcept
 {
-    const int iStatus = Check(ppvSources, ulBufferCount, pvMux, ulFrames);
+    const int iStatus = ValidateArguments(ppvSources, ulBufferCount, pvMux, ulFrames);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -97,23 +98,23 @@ int SZtaCountedInterleave::operator()(void** ppvSources, unsigned long ulBufferC
         return ZT_NOERROR;
     }
     (ZtaActiveLoops().*pfnLoop)(ppvSources, ulBufferCount, pvMux, ulFrames);
-    UseUp(ppvSources, ulBufferCount, ulFrames);
+    AdvancePointers(ppvSources, ulBufferCount, ulFrames);
     return ZT_NOERROR;
 }
 
-int SZtaCountedSplit::Check(void* const* ppvDestinations, unsigned long ulBufferCount, const void* /*pvMux*/,
-                            unsigned long ulFrames) const noexcept
+int SZtaAnyCountDeinterleave::ValidateArguments(void* const* ppvDestinations, unsigned long ulBufferCount,
+                                                const void* /*pvMux*/, unsigned long ulFrames) const noexcept
 {
-    if (!Takes(ulBufferCount, ulFrames)) {
+    if (!Accepts(ulBufferCount, ulFrames)) {
         return ZT_E_INVALID_PARAMETER;
     }
-    return HasNullEntry(ppvDestinations, ulBufferCount) ? ZT_E_INVALID_POINTER : ZT_NOERROR;
+    return HasNullPointer(ppvDestinations, ulBufferCount) ? ZT_E_INVALID_POINTER : ZT_NOERROR;
 }
 
-int SZtaCountedSplit::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
-                                 unsigned long ulFrames) const noexcept
+int SZtaAnyCountDeinterleave::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
+                                         unsigned long ulFrames) const noexcept
 {
-    const int iStatus = Check(ppvDestinations, ulBufferCount, pvMux, ulFrames);
+    const int iStatus = ValidateArguments(ppvDestinations, ulBufferCount, pvMux, ulFrames);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -124,6 +125,6 @@ int SZtaCountedSplit::operator()(void* pvMux, void** ppvDestinations, unsigned l
         return ZT_NOERROR;
     }
     (ZtaActiveLoops().*pfnLoop)(pvMux, ppvDestinations, ulBufferCount, ulFrames);
-    UseUp(ppvDestinations, ulBufferCount, ulFrames);
+    AdvancePointers(ppvDestinations, ulBufferCount, ulFrames);
     return ZT_NOERROR;
 }

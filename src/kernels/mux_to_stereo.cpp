@@ -7,27 +7,27 @@
 
 namespace {
 
-#define ZTA_MUX_ROW(in, out, name, body) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
-constexpr SZtaFormatPair kPairs[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ROW)};
-#undef ZTA_MUX_ROW
+#define ZTA_MUX_ENTRY(in, out, name, body) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
+constexpr SZtaFormatPair kPairs[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ENTRY)};
+#undef ZTA_MUX_ENTRY
 static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
 
-#define ZTA_MUX_ROW(in, out, name, body) &ZtaCheckOf<body>,
-constexpr ZtaMuxCheck kChecks[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ROW)};
-#undef ZTA_MUX_ROW
+#define ZTA_MUX_ENTRY(in, out, name, body) &ZtaCheckOf<body>,
+constexpr ZtaMuxCheck kChecks[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ENTRY)};
+#undef ZTA_MUX_ENTRY
 
 /// The kernels stop at 32 buffers: more are refused, but only if there are frames.
-constexpr SZtaMuxRules kRules = ZtaStereoRules(64, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kChecks);
+constexpr SZtaMuxTraits kRules = ZtaStereoTraits(64, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kChecks);
 
 } // namespace
 
-#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+#define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &CZtaConvertMuxToStereo::name},
-CZtaConvertMuxToStereo::CZtaConvertMuxToStereo() : m_oTable({ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ROW)})
+CZtaConvertMuxToStereo::CZtaConvertMuxToStereo() : m_oTable({ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_MUX_ROW
+#undef ZTA_MUX_ENTRY
 
 CZtaConvertMuxToStereo::~CZtaConvertMuxToStereo() = default;
 
@@ -41,33 +41,33 @@ int CZtaConvertMuxToStereo::ConvertMuxToStereo(IZtAudioSamples* pMux, IZtAudioSa
                                                unsigned long ulStereoCount, SZtAudioMonoVolumeInfo* psVolumes,
                                                unsigned long ulVolumeCount)
 {
-    return ZtaSplitMux(*this, m_oTable, m_oApplyVolume, kRules,
-                       {ppStereo, ulStereoCount, pMux, psVolumes, ulVolumeCount});
+    return ZtaDeinterleaveMux(*this, m_oTable, m_oApplyVolume, kRules,
+                              {ppStereo, ulStereoCount, pMux, psVolumes, ulVolumeCount});
 }
 
-#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+#define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     int CZtaConvertMuxToStereo::name(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,                 \
                                      unsigned long ulFrames)                                                           \
     {                                                                                                                  \
         return body(pvMux, ppvDestinations, ulBufferCount, ulFrames);                                                  \
     }
-ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ROW)
-#undef ZTA_MUX_ROW
+ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ENTRY)
+#undef ZTA_MUX_ENTRY
 
 int CZtaConvertMuxToStereo::_Convert1MuxToNStereoFor24in32Buffer(void* pvMux, void** ppvDestinations,
                                                                  unsigned long ulBufferCount, unsigned long ulFrames)
 {
-    return kSplitStereo24In32(pvMux, ppvDestinations, ulBufferCount, ulFrames);
+    return kDeinterleaveStereo24In32(pvMux, ppvDestinations, ulBufferCount, ulFrames);
 }
 
 int CZtaConvertMuxToStereo::_Convert1MuxToNStereoFor24in24Buffer(void* pvMux, void** ppvDestinations,
                                                                  unsigned long ulBufferCount, unsigned long ulFrames)
 {
-    return kSplitStereo24In24(pvMux, ppvDestinations, ulBufferCount, ulFrames);
+    return kDeinterleaveStereo24In24(pvMux, ppvDestinations, ulBufferCount, ulFrames);
 }
 
 int CZtaConvertMuxToStereo::_Convert1MuxToNStereoFor16in16Buffer(void* pvMux, void** ppvDestinations,
                                                                  unsigned long ulBufferCount, unsigned long ulFrames)
 {
-    return kSplitStereo16In16(pvMux, ppvDestinations, ulBufferCount, ulFrames);
+    return kDeinterleaveStereo16In16(pvMux, ppvDestinations, ulBufferCount, ulFrames);
 }

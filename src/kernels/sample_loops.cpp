@@ -10,5 +10,5 @@ const char* ztGetSampleLoops()
 
 int ztSelectSampleLoops(const char* pszName)
 {
-    return ZtaSelectLoops(pszName) ? ZT_NOERROR : ZT_E_INVALID_PARAMETER;
+    return ZtaSetActiveLoops(pszName) ? ZT_NOERROR : ZT_E_INVALID_PARAMETER;
 }

@@ -34,7 +34,7 @@ int CZtaConvertStereoToMono::ConvertStereoToMonoChecked(IZtAudioSamples* pStereo
     SZtAudioBufferInformations sStereo{};
     SZtAudioBufferInformations sLeft{};
     SZtAudioBufferInformations sRight{};
-    int iStatus = ZtaDigest(*this, {{pStereo, sStereo}, {pLeft, sLeft}, {pRight, sRight}});
+    int iStatus = ZtaQueryBuffers(*this, {{pStereo, sStereo}, {pLeft, sLeft}, {pRight, sRight}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -48,7 +48,7 @@ int CZtaConvertStereoToMono::ConvertStereoToMonoChecked(IZtAudioSamples* pStereo
     if ((bLeftTooSmall && (bLeftMustFit || bRightTooSmall)) || (bRightTooSmall && bRightMustFit)) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    iStatus = ZtaRunKernel(*this, m_oTable, sStereo.eFormat, sLeft.eFormat, ulFrames, [&](Function pfnKernel) {
+    iStatus = ZtaDispatchKernel(*this, m_oTable, sStereo.eFormat, sLeft.eFormat, ulFrames, [&](Function pfnKernel) {
         return (this->*pfnKernel)(ulFrames, sStereo.pvBuffer, sLeft.pvBuffer, sRight.pvBuffer);
     });
     if (iStatus < 0) {
@@ -76,7 +76,7 @@ int CZtaConvertStereoToMono::QueryFormatSupported(SZtaWaveFormatInfo* psStereo, 
 int CZtaConvertStereoToMono::ConvertStereoToMono16(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight)
 {
     if (pvStereo != nullptr) {
-        ZtaActiveLoops().pfnSplitPair2(pvStereo, pvLeft, pvRight, ulFrames);
+        ZtaActiveLoops().pfnDeinterleaveStereo2(pvStereo, pvLeft, pvRight, ulFrames);
     }
     return ZT_NOERROR;
 }
@@ -85,7 +85,7 @@ int CZtaConvertStereoToMono::ConvertStereoToMono24in32(unsigned long ulFrames, v
                                                        void* pvRight)
 {
     if (pvStereo != nullptr) {
-        ZtaActiveLoops().pfnSplitPair4(pvStereo, pvLeft, pvRight, ulFrames);
+        ZtaActiveLoops().pfnDeinterleaveStereo4(pvStereo, pvLeft, pvRight, ulFrames);
     }
     return ZT_NOERROR;
 }
@@ -99,6 +99,6 @@ int CZtaConvertStereoToMono::ConvertStereoToMono24in24(unsigned long ulFrames, v
     if (pvLeft == nullptr && pvRight == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    ZtaActiveLoops().pfnSplitPair3(pvStereo, pvLeft, pvRight, ulFrames);
+    ZtaActiveLoops().pfnDeinterleaveStereo3(pvStereo, pvLeft, pvRight, ulFrames);
     return ZT_NOERROR;
 }

@@ -7,26 +7,26 @@
 
 namespace {
 
-#define ZTA_MUX_ROW(in, out, name, body) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
-constexpr SZtaFormatPair kPairs[] = {ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ROW)};
-#undef ZTA_MUX_ROW
+#define ZTA_MUX_ENTRY(in, out, name, body) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
+constexpr SZtaFormatPair kPairs[] = {ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ENTRY)};
+#undef ZTA_MUX_ENTRY
 static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
 
-#define ZTA_MUX_ROW(in, out, name, body) &ZtaCheckOf<body>,
-constexpr ZtaMuxCheck kChecks[] = {ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ROW)};
-#undef ZTA_MUX_ROW
+#define ZTA_MUX_ENTRY(in, out, name, body) &ZtaCheckOf<body>,
+constexpr ZtaMuxCheck kChecks[] = {ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ENTRY)};
+#undef ZTA_MUX_ENTRY
 
-constexpr SZtaMuxRules kRules = ZtaStereoRules(32, ZT_E_INPUT_FORMAT_NOT_SUPPORTED, kChecks);
+constexpr SZtaMuxTraits kRules = ZtaStereoTraits(32, ZT_E_INPUT_FORMAT_NOT_SUPPORTED, kChecks);
 
 } // namespace
 
-#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+#define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &CZtaConvertStereoToMux::name},
-CZtaConvertStereoToMux::CZtaConvertStereoToMux() : m_oTable({ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ROW)})
+CZtaConvertStereoToMux::CZtaConvertStereoToMux() : m_oTable({ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_MUX_ROW
+#undef ZTA_MUX_ENTRY
 
 CZtaConvertStereoToMux::~CZtaConvertStereoToMux() = default;
 
@@ -40,18 +40,18 @@ int CZtaConvertStereoToMux::ConvertStereoToMux(IZtAudioSamples** ppStereo, unsig
                                                IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                                unsigned long ulVolumeCount)
 {
-    return ZtaAssembleMux(*this, m_oTable, m_oApplyVolume, kRules,
-                          {ppStereo, ulStereoCount, pMux, psVolumes, ulVolumeCount});
+    return ZtaInterleaveMux(*this, m_oTable, m_oApplyVolume, kRules,
+                            {ppStereo, ulStereoCount, pMux, psVolumes, ulVolumeCount});
 }
 
-#define ZTA_MUX_ROW(in, out, name, body)                                                                               \
+#define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     int CZtaConvertStereoToMux::name(void** ppvSources, unsigned long ulBufferCount, void* pvMux,                      \
                                      unsigned long ulFrames)                                                           \
     {                                                                                                                  \
         return body(ppvSources, ulBufferCount, pvMux, ulFrames);                                                       \
     }
-ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ROW)
-#undef ZTA_MUX_ROW
+ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ENTRY)
+#undef ZTA_MUX_ENTRY
 
 int CZtaConvertStereoToMux::_ConvertNStereoTo1Mux(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
                                                   unsigned long ulFrames)

@@ -44,7 +44,7 @@ bool IsBelowMax(float fGain)
     return std::bit_cast<std::uint32_t>(fGain) < std::bit_cast<std::uint32_t>(kMaxGain);
 }
 
-void ReplaceMaximum(float& rfGain)
+void ClampBelowMaxGain(float& rfGain)
 {
     if (rfGain == kMaxGain) {
         rfGain = kGainBelowMax;
@@ -65,15 +65,15 @@ IntegerGroup Truncate(FloatGroup vValues)
 alignas(16) const std::int32_t CZtaApplyVolume::ms_alPosSaturation[4] = {0x7FFFFF, 0x7FFFFF, 0x7FFFFF, 0x7FFFFF};
 alignas(16) const std::int32_t CZtaApplyVolume::ms_alNegSaturation[4] = {-0x800000, -0x800000, -0x800000, -0x800000};
 
-#define ZTA_VOLUME_ROW(layout, name)                                                                                   \
+#define ZTA_VOLUME_ENTRY(layout, name)                                                                                 \
     {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaApplyVolume::name},
 CZtaApplyVolume::CZtaApplyVolume()
-    : m_oTable({ZTA_VOLUME_LIST(ZTA_VOLUME_ROW)}),
+    : m_oTable({ZTA_VOLUME_LIST(ZTA_VOLUME_ENTRY)}),
       m_plVolumeSettings(static_cast<std::int32_t*>(std::aligned_alloc(kBlockAlignment, kBlockBytes)))
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_VOLUME_ROW
+#undef ZTA_VOLUME_ENTRY
 
 CZtaApplyVolume::~CZtaApplyVolume()
 {
@@ -88,13 +88,13 @@ int CZtaApplyVolume::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutp
     }
     SZtAudioBufferInformations sInput{};
     SZtAudioBufferInformations sOutput{};
-    if (ZtaDigest(*this, {{pOutput, sOutput}}) < 0) {
+    if (ZtaQueryBuffers(*this, {{pOutput, sOutput}}) < 0) {
         return ZT_E_INVALID_PARAMETER;
     }
     if (!IsVolumeFormat(sOutput.eFormat)) {
         return ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
     }
-    if (ZtaDigest(*this, {{pInput, sInput}}) < 0) {
+    if (ZtaQueryBuffers(*this, {{pInput, sInput}}) < 0) {
         return ZT_E_INVALID_PARAMETER;
     }
     if (!IsVolumeFormat(sInput.eFormat)) {
@@ -110,8 +110,8 @@ int CZtaApplyVolume::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutp
     if (ulChannels != sInput.sDescription.sWaveFormat.ulChannels) {
         return ZT_E_INVALID_PARAMETER;
     }
-    const int iStatus =
-        ZtaRunKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames, [&](Function pfnKernel) {
+    const int iStatus = ZtaDispatchKernel(
+        *this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames, [&](Function pfnKernel) {
             return (this->*pfnKernel)(sInput.pvBuffer, sOutput.pvBuffer, psVolumes, ulChannels, sInput.ulValidFrames);
         });
     if (iStatus < 0) {
@@ -137,8 +137,8 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
             return ZT_E_INVALID_PARAMETER;
         }
         // The caller sees the replacement, even if a record after this one fails.
-        ReplaceMaximum(psVolumes[i].fStartVolume);
-        ReplaceMaximum(psVolumes[i].fEndVolume);
+        ClampBelowMaxGain(psVolumes[i].fStartVolume);
+        ClampBelowMaxGain(psVolumes[i].fEndVolume);
     }
     if (ulChannels > kMaxChannels || !ZtaIsPowerOfTwo(ulChannels)) {
         return ZT_E_INVALID_PARAMETER;

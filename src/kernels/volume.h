@@ -7,15 +7,15 @@
 // clang-format off
 
 /// What CZtaApplyVolume does, one row each:
-///   ROW(layout on both sides, function)
-#define ZTA_VOLUME_LIST(ROW) \
-    ROW(24In32Mono,   ApplyVolume24bitIn32Mux4_2_1) \
-    ROW(24In32Stereo, ApplyVolume24bitIn32Mux4_2_1) \
-    ROW(24In32Mux4,   ApplyVolume24bitIn32Mux4_2_1) \
-    ROW(24In32Mux8,   ApplyVolume24bitIn32Mux8) \
-    ROW(24In32Mux16,  ApplyVolume24bitIn32Mux64_32_16) \
-    ROW(24In32Mux32,  ApplyVolume24bitIn32Mux64_32_16) \
-    ROW(24In32Mux64,  ApplyVolume24bitIn32Mux64_32_16)
+///   X(layout on both sides, function)
+#define ZTA_VOLUME_LIST(X) \
+    X(24In32Mono,   ApplyVolume24bitIn32Mux4_2_1) \
+    X(24In32Stereo, ApplyVolume24bitIn32Mux4_2_1) \
+    X(24In32Mux4,   ApplyVolume24bitIn32Mux4_2_1) \
+    X(24In32Mux8,   ApplyVolume24bitIn32Mux8) \
+    X(24In32Mux16,  ApplyVolume24bitIn32Mux64_32_16) \
+    X(24In32Mux32,  ApplyVolume24bitIn32Mux64_32_16) \
+    X(24In32Mux64,  ApplyVolume24bitIn32Mux64_32_16)
 
 // clang-format on
 

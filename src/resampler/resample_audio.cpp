@@ -15,11 +15,11 @@
 namespace {
 
 constexpr std::uint64_t kFilterLength = 32;
-constexpr std::uint64_t kWorkSamples = 8192;
+constexpr std::uint64_t kWorkBufferSamples = 8192;
 constexpr std::uint64_t kHistoryStride = 48;
 constexpr std::size_t kSampleAlignment = 16;
 constexpr float kRollOff = 1.0F;
-constexpr float kAlpha = 9.0F;
+constexpr float kKaiserAlpha = 9.0F;
 
 std::int16_t* AllocateSamples(std::uint64_t ulSamples)
 {
@@ -27,7 +27,7 @@ std::int16_t* AllocateSamples(std::uint64_t ulSamples)
 }
 
 /// Null for an object of another class. To find out takes a comparison where it is this very class.
-CPolyphaseResampler* AsStream(IUnknown* pResampler)
+CPolyphaseResampler* AsResampler(IUnknown* pResampler)
 {
     return typeid(*pResampler) == typeid(CPolyphaseResampler) ? static_cast<CPolyphaseResampler*>(pResampler)
                                                               : dynamic_cast<CPolyphaseResampler*>(pResampler);
@@ -84,12 +84,12 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     auto* pStream = new CPolyphaseResampler;
     pStream->m_eHint = ippAlgHintFast;
     pStream->m_fRollOff = kRollOff;
-    pStream->m_fAlpha = kAlpha;
+    pStream->m_fAlpha = kKaiserAlpha;
     pStream->m_ulInputRate = ulInRate;
     pStream->m_ulOutputRate = ulOutRate;
     pStream->m_ulFilterLength = kFilterLength;
-    pStream->m_ulWorkSamples = kWorkSamples;
-    pStream->m_psWorkBuffer = AllocateSamples(kWorkSamples);
+    pStream->m_ulWorkSamples = kWorkBufferSamples;
+    pStream->m_psWorkBuffer = AllocateSamples(kWorkBufferSamples);
     pStream->m_psHistory = AllocateSamples(ulChannels * kHistoryStride);
     pStream->m_ulPrimeSamples = kFilterLength / 2 + 1;
     pStream->m_ulHistoryStride = kHistoryStride;
@@ -100,7 +100,7 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     ippsSet_16s(0, pStream->m_psHistory, static_cast<int>(ulChannels * kHistoryStride));
     if (pStream->m_psWorkBuffer != nullptr) {
         // No call of the stream then meets memory that the system has yet to provide.
-        std::memset(pStream->m_psWorkBuffer, 0, kWorkSamples * sizeof(std::int16_t));
+        std::memset(pStream->m_psWorkBuffer, 0, kWorkBufferSamples * sizeof(std::int16_t));
     }
 
     int iSize = 0;
@@ -115,7 +115,7 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     // Each allocation is checked, though hosts expect no status for it: a clear status code is better than a later
     // crash. The primitives refuse null, so that nothing above has written through it.
     const bool bAllocated = pStream->m_psWorkBuffer != nullptr && pStream->m_psHistory != nullptr;
-    if (!bAllocated || ippsResamplePolyphaseFixedInit_16s(iInRate, iOutRate, iFilterLength, kRollOff, kAlpha,
+    if (!bAllocated || ippsResamplePolyphaseFixedInit_16s(iInRate, iOutRate, iFilterLength, kRollOff, kKaiserAlpha,
                                                           pStream->m_pSpec, pStream->m_eHint) != ippStsNoErr) {
         // Hosts see a stream that came to nothing as one live object more: nothing of it is released.
         return ZT_E_INCONSISTENCY_DETECTED;
@@ -132,7 +132,7 @@ int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut
 {
     SZtAudioBufferInformations sIn{};
     SZtAudioBufferInformations sOut{};
-    int iStatus = ZtaDigest(*this, {{pIn, sIn}, {pOut, sOut}});
+    int iStatus = ZtaQueryBuffers(*this, {{pIn, sIn}, {pOut, sOut}});
     if (iStatus < 0) {
         return iStatus;
     }
@@ -142,7 +142,7 @@ int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut
     }
     // An empty input runs no kernel: its output counts as full, with whatever it holds.
     unsigned long ulOutSamples = sOut.ulCapacityFrames;
-    iStatus = ZtaRunKernel(*this, m_oTable, sIn.eFormat, sOut.eFormat, sIn.ulValidFrames, [&](Function pfnKernel) {
+    iStatus = ZtaDispatchKernel(*this, m_oTable, sIn.eFormat, sOut.eFormat, sIn.ulValidFrames, [&](Function pfnKernel) {
         return (this->*pfnKernel)(sIn.ulValidFrames, sIn.pvBuffer, ulOutSamples, sOut.pvBuffer, eMode, ulChannel,
                                   pResampler);
     });
@@ -159,7 +159,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
     if (pResampler == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    CPolyphaseResampler* const pStream = AsStream(pResampler);
+    CPolyphaseResampler* const pStream = AsResampler(pResampler);
     if (pStream == nullptr || pStream->m_ulInputRate == 0) { // no stream, or one that nothing has set up
         return ZT_E_INVALID_PARAMETER;
     }
@@ -184,7 +184,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
     }
     ippsMove_16s(psHistory, psWork, static_cast<int>(ulCount));
 
-    const SZtaPreparedRows& rsRows = ZtaPreparedRowsOf(pStream->m_pSpec);
+    const SZtaPackedFilterBank& rsRows = ZtaPreparedRowsOf(pStream->m_pSpec);
     std::uint64_t ulWritten = 0;
     while (ulInSamples > 0) {
         const std::uint64_t ulChunk = std::min(pStream->m_ulWorkSamples - ulCount, ulInSamples);
@@ -195,8 +195,8 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         const auto lPositions = static_cast<std::int64_t>(ulTotal) - static_cast<std::int64_t>(dTime) -
                                 static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         int iOutputs = 0;
-        ownResamplePrepared_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
-                                &rsRows);
+        ownResamplePacked_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
+                              &rsRows);
         const std::int64_t lConsumed =
             static_cast<std::int64_t>(dTime) - static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         ulCount = ulTotal - static_cast<std::uint64_t>(lConsumed);

@@ -1,18 +1,18 @@
 // The public functions, the stubs of first calls, and the selection of a build.
 
-#include "signal/variant_selection.h"
 #include "signal/functions.h"
+#include "signal/variant_selection.h"
 
 #include <atomic>
 
 namespace {
 
 /// In a mask for ippSetCpuFeatures: take the mask as it is.
-constexpr std::uint64_t kui64TakeMyWord = std::uint64_t{1} << 63;
+constexpr std::uint64_t kOverrideDetectionBit = std::uint64_t{1} << 63;
 
 /// The selected build; -1 before the first call. Worked out elsewhere and stored once, so that a call sees -1 or a
 /// finished index. Nobody waits for anybody: threads that make the first call at once all store the same values.
-constinit std::atomic<std::int32_t> s_lBuild = -1;
+constinit std::atomic<std::int32_t> s_lVariant = -1;
 
 constinit std::atomic<std::uint64_t> s_ui64Detected = 0;
 constinit std::atomic<bool> s_bDetected = false;
@@ -29,22 +29,23 @@ void StoreDetected(std::uint64_t ui64Features) noexcept
 // Each public function: one load of the index, one of the function, one jump. A stub runs before anything is selected;
 // the call that it makes then goes to a build.
 // NOLINTBEGIN(bugprone-macro-parentheses): names are handed through
-#define ZTA_IPP_ENTRY(name, prefix, features) prefix##_##name,
-#define ZTA_IPP_PUBLIC(result, name, argument, parameters, arguments)                                                  \
+#define ZTA_IPP_VARIANT_FUNCTION(name, prefix, features) prefix##_##name,
+#define ZTA_IPP_DISPATCHER(result, name, argument, parameters, arguments)                                              \
     result name parameters noexcept                                                                                    \
     {                                                                                                                  \
-        static constexpr decltype(&in_##name) kapfn[] = {in_##name, ZTA_IPP_VARIANT_LIST(ZTA_IPP_ENTRY, name)};        \
-        return kapfn[s_lBuild.load(std::memory_order_relaxed) + 1] arguments;                                          \
+        static constexpr decltype(&in_##name) kapfn[] = {in_##name,                                                    \
+                                                         ZTA_IPP_VARIANT_LIST(ZTA_IPP_VARIANT_FUNCTION, name)};        \
+        return kapfn[s_lVariant.load(std::memory_order_relaxed) + 1] arguments;                                        \
     }                                                                                                                  \
     result in_##name parameters noexcept                                                                               \
     {                                                                                                                  \
         ippSafeInit();                                                                                                 \
         return name arguments;                                                                                         \
     }
-ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_PUBLIC, )
-ZTA_IPP_HIDDEN_LIST(ZTA_IPP_PUBLIC, )
-#undef ZTA_IPP_PUBLIC
-#undef ZTA_IPP_ENTRY
+ZTA_IPP_DISPATCHED_LIST(ZTA_IPP_DISPATCHER, )
+ZTA_IPP_INTERNAL_LIST(ZTA_IPP_DISPATCHER, )
+#undef ZTA_IPP_DISPATCHER
+#undef ZTA_IPP_VARIANT_FUNCTION
 // NOLINTEND(bugprone-macro-parentheses)
 
 // On x86-64 CPUID exists, so that detection cannot fail.
@@ -69,7 +70,7 @@ IppStatus ippGetCpuFeatures(unsigned long* pFeaturesMask, unsigned int* pCpuidIn
     }
     ownGetMaskFeatures(pFeaturesMask);
     if (pCpuidInfoRegs != nullptr) {
-        const SZtaCpuidLeaf sLeaf1 = ZtaReadProcessorWords().sLeaf1;
+        const SZtaCpuidLeaf sLeaf1 = ZtaReadCpuid().sLeaf1;
         pCpuidInfoRegs[0] = sLeaf1.ulEax;
         pCpuidInfoRegs[1] = sLeaf1.ulEbx;
         pCpuidInfoRegs[2] = sLeaf1.ulEcx;
@@ -82,7 +83,7 @@ IppStatus ippSetCpuFeatures(unsigned long mask) noexcept
 {
     unsigned int uIndex = 0;
     const IppStatus eStatus = ownSetCpuFeaturesAndIdx(mask, &uIndex);
-    s_lBuild.store(static_cast<std::int32_t>(uIndex), std::memory_order_relaxed);
+    s_lVariant.store(static_cast<std::int32_t>(uIndex), std::memory_order_relaxed);
     return eStatus;
 }
 
@@ -99,7 +100,7 @@ unsigned long ippGetEnabledCpuFeatures() noexcept
 int ownGetMaskFeatures(unsigned long* pMask) noexcept
 {
     if (!s_bDetected.load(std::memory_order_acquire)) {
-        StoreDetected(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()));
+        StoreDetected(ZtaDetectCpuFeatures(ZtaReadCpuid()));
     }
     *pMask = s_ui64Detected.load(std::memory_order_relaxed);
     return 1;
@@ -107,7 +108,7 @@ int ownGetMaskFeatures(unsigned long* pMask) noexcept
 
 IppStatus ownFeaturesToIdx(unsigned long* pMask, unsigned int* pIdx) noexcept
 {
-    const SZtaSelection sSelection = ZtaSelectBuild(*pMask);
+    const SZtaSelection sSelection = ZtaSelectVariant(*pMask);
     *pMask = sSelection.ui64Enabled;
     *pIdx = sSelection.ulIndex;
     return sSelection.eStatus;
@@ -116,8 +117,8 @@ IppStatus ownFeaturesToIdx(unsigned long* pMask, unsigned int* pIdx) noexcept
 IppStatus ownSetCpuFeaturesAndIdx(unsigned long mask, unsigned int* pIdx) noexcept
 {
     IppStatus eStatus = ippStsNoErr;
-    if ((mask & kui64TakeMyWord) != 0) {
-        mask &= ~kui64TakeMyWord;
+    if ((mask & kOverrideDetectionBit) != 0) {
+        mask &= ~kOverrideDetectionBit;
         ownMaskIsFeatures();
     } else {
         unsigned long ulDetected = 0;
@@ -141,5 +142,5 @@ int ownGetFeature(unsigned long mask) noexcept
 
 int ipp_is_GenuineIntel() noexcept
 {
-    return ZtaIsGenuineIntel(ZtaReadProcessorWords().sLeaf0) ? 1 : 0;
+    return ZtaIsGenuineIntel(ZtaReadCpuid().sLeaf0) ? 1 : 0;
 }

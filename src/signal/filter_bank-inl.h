@@ -8,21 +8,21 @@
 namespace {
 
 /// The sizes of one block.
-struct SBankShape {
-    std::int64_t llInRate;       ///< in lowest terms
-    std::int64_t llOutRate;      ///< in lowest terms; also the number of phases
-    std::int64_t llLength;       ///< the filter length, a multiple of four
-    std::int64_t llStride;       ///< taps from one row to the next
-    std::int64_t llCoefficients; ///< of the prototype
+struct SFilterBankLayout {
+    std::int64_t llInRate;          ///< in lowest terms
+    std::int64_t llOutRate;         ///< in lowest terms; also the number of phases
+    std::int64_t llLength;          ///< the filter length, a multiple of four
+    std::int64_t llStride;          ///< taps from one row to the next
+    std::int64_t llPrototypeLength; ///< of the prototype
     std::int64_t llTapBytes;
     std::int64_t llStepBytes;       ///< of the step table
     std::int64_t llRowPointerBytes; ///< of the table of row pointers
 
     std::int64_t HalfLength() const { return llLength / 2; }
-    bool HasSingleTaps() const { return llTapBytes == sizeof(float); }
+    bool HasFloatTaps() const { return llTapBytes == sizeof(float); }
     /// So large that no other size needs to be looked at; these stay below 2^40 otherwise.
-    bool IsBeyondReach() const { return llCoefficients > 0x7FFFFFFF; }
-    std::int64_t RowsBytes() const { return llOutRate * llStride * llTapBytes; }
+    bool ExceedsSizeLimit() const { return llPrototypeLength > 0x7FFFFFFF; }
+    std::int64_t TapTableBytes() const { return llOutRate * llStride * llTapBytes; }
 };
 
 int GreatestCommonDivisor(int iA, int iB)
@@ -37,7 +37,7 @@ int GreatestCommonDivisor(int iA, int iB)
 
 /// The prototype reaches half a filter length to one side, in steps of the higher rate. The count comes from single
 /// precision, and what a long filter loses in the rounding is missing from its block.
-std::int64_t CountCoefficients(int iInRate, int iOutRate, std::int64_t llLength)
+std::int64_t PrototypeLength(int iInRate, int iOutRate, std::int64_t llLength)
 {
     const double dRatio = static_cast<double>(iOutRate) / iInRate;
     const double dLength = static_cast<double>(llLength);
@@ -47,7 +47,7 @@ std::int64_t CountCoefficients(int iInRate, int iOutRate, std::int64_t llLength)
     return static_cast<std::int64_t>(fHalfRate * fLength) + 1;
 }
 
-SBankShape MakeShape(int iInRate, int iOutRate, int iLength, IppHintAlgorithm eHint)
+SFilterBankLayout MakeLayout(int iInRate, int iOutRate, int iLength, IppHintAlgorithm eHint)
 {
     const int iDivisor = GreatestCommonDivisor(iInRate, iOutRate);
     iInRate /= iDivisor;
@@ -55,14 +55,14 @@ SBankShape MakeShape(int iInRate, int iOutRate, int iLength, IppHintAlgorithm eH
     const bool bSingle = eHint == ippAlgHintAccurate;
     const std::int64_t llAsked = iLength;
 
-    SBankShape sShape;
+    SFilterBankLayout sShape;
     sShape.llInRate = iInRate;
     sShape.llOutRate = iOutRate;
     sShape.llLength = (llAsked + 3) & ~3;
     // From the length as asked for: where that is no multiple of four, or for 16-bit taps lies 5 to 7 above a multiple
     // of eight, the extra tap of row 0 and the first tap of row 1 share their place.
     sShape.llStride = bSingle ? (llAsked + 4) & ~3 : (llAsked + 8) & ~7;
-    sShape.llCoefficients = CountCoefficients(iInRate, iOutRate, sShape.llLength);
+    sShape.llPrototypeLength = PrototypeLength(iInRate, iOutRate, sShape.llLength);
     sShape.llTapBytes = bSingle ? sizeof(float) : sizeof(std::int16_t);
     sShape.llStepBytes = ((sShape.llOutRate + 7) & ~7) * 2;
     sShape.llRowPointerBytes = ((sShape.llOutRate + 4) & ~3) * 8;
@@ -104,8 +104,8 @@ void ForEachCoefficient(int iOutRate, int iHalfLen, int iCoefficients, Visit fnV
 }
 
 /// The windowed sinc, before it is normalised: iM positions from one zero to the next, more with a lower cut-off.
-void DesignPrototype(int iM, int iOutRate, int iHalfLen, int iCoefficients, double* pdPrototype, double dRollOff,
-                     double dAlpha)
+void DesignKaiserSinc(int iM, int iOutRate, int iHalfLen, int iCoefficients, double* pdPrototype, double dRollOff,
+                      double dAlpha)
 {
     const double dStep = 3.141592653589793 / iM;
     const double dInverse = 1.0 / BesselI0(dAlpha * 0.5);
@@ -123,12 +123,12 @@ void DesignPrototype(int iM, int iOutRate, int iHalfLen, int iCoefficients, doub
     });
 }
 
-void Normalise(double* pdPrototype, int iCoefficients, double dGain)
+void Normalize(double* pdPrototype, int iCoefficients, double dGain)
 {
     ZTA_IPP(ippsMulC_64f_I)((pdPrototype[0] < 0.0 ? -1.0 : 1.0) / dGain, pdPrototype, iCoefficients);
 }
 
-std::int16_t Quantise(double dTap)
+std::int16_t QuantizeTap(double dTap)
 {
     return static_cast<std::int16_t>(_mm_cvttsd_si32(_mm_set_sd(dTap > 0.0 ? dTap + 0.5 : dTap - 0.5)));
 }
@@ -143,12 +143,12 @@ void StoreTap(Tap* pRow, std::int64_t llIndex, Tap tap)
 /// Cuts the prototype into rows. `pElements` has one element more than the prototype, a copy of its last, which is the
 /// outer tap of row 0 and also stands for what the count of coefficients lost.
 template <typename Tap, typename Element>
-void FillRows(const SBankShape& rsShape, Tap* pRows, const Element* pElements)
+void FillPhases(const SFilterBankLayout& rsShape, Tap* pRows, const Element* pElements)
 {
     const std::int64_t llHalf = rsShape.HalfLength();
-    const std::int64_t llCoefficients = rsShape.llCoefficients;
+    const std::int64_t llPrototypeLength = rsShape.llPrototypeLength;
     const auto fnTap = [=](std::int64_t llElement) {
-        return static_cast<Tap>(pElements[llElement < llCoefficients ? llElement : llCoefficients]);
+        return static_cast<Tap>(pElements[llElement < llPrototypeLength ? llElement : llPrototypeLength]);
     };
 
     StoreTap(pRows, llHalf, fnTap(0));
@@ -157,7 +157,7 @@ void FillRows(const SBankShape& rsShape, Tap* pRows, const Element* pElements)
         StoreTap(pRows, llHalf + k, tap);
         StoreTap(pRows, llHalf - k, tap);
     }
-    const Tap outer = fnTap(llCoefficients);
+    const Tap outer = fnTap(llPrototypeLength);
     StoreTap(pRows, 0, outer);
     StoreTap(pRows, 2 * llHalf, outer);
 
@@ -176,7 +176,7 @@ void FillRows(const SBankShape& rsShape, Tap* pRows, const Element* pElements)
 
 /// How many input samples the source moves after an output of each phase. Row 0 starts one sample before the others,
 /// so the step out of it is one longer and the step into it one shorter.
-void FillSteps(const SBankShape& rsShape, std::int16_t* psSteps)
+void FillSourceSteps(const SFilterBankLayout& rsShape, std::int16_t* psSteps)
 {
     const std::int64_t llOutRate = rsShape.llOutRate;
     const std::int64_t llIntoZero = (llOutRate - rsShape.llInRate % llOutRate) % llOutRate;
@@ -192,26 +192,26 @@ void FillSteps(const SBankShape& rsShape, std::int16_t* psSteps)
 extern "C" void ZTA_IPP(ownsKaiserPrototypeUp)(int M, int outRate, int halfLen, int N, double* pPrototype, double rollf,
                                                double alpha) noexcept
 {
-    DesignPrototype(M, outRate, halfLen, N, pPrototype, rollf, alpha);
+    DesignKaiserSinc(M, outRate, halfLen, N, pPrototype, rollf, alpha);
     double dSum = 0.0;
     for (int i = 1; i < halfLen && i < N; ++i) {
         dSum += pPrototype[i];
     }
-    Normalise(pPrototype, N, pPrototype[0] + 2.0 * dSum + 2.0 * pPrototype[N - 1]);
+    Normalize(pPrototype, N, pPrototype[0] + 2.0 * dSum + 2.0 * pPrototype[N - 1]);
 }
 
 /// For output rates below the input rate: the gain over the grid of the output rate is made 1.
 extern "C" void ZTA_IPP(ownsKaiserPrototypeDown)(int M, int outRate, int halfLen, int N, double* pPrototype,
                                                  double rollf, double alpha) noexcept
 {
-    DesignPrototype(M, outRate, halfLen, N, pPrototype, rollf, alpha);
+    DesignKaiserSinc(M, outRate, halfLen, N, pPrototype, rollf, alpha);
     double dSum = 0.0;
     ForEachCoefficient(outRate, halfLen, N, [=, &dSum](int iElement, std::int64_t llPosition) {
         if (llPosition % M == 0) {
             dSum += pPrototype[iElement];
         }
     });
-    Normalise(pPrototype, N, pPrototype[0] + 2.0 * dSum);
+    Normalize(pPrototype, N, pPrototype[0] + 2.0 * dSum);
 }
 
 extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedGetSize_16s)(int inRate, int outRate, int len, int* pSize,
@@ -224,17 +224,17 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedGetSize_16s)(int inRate, 
     if (inRate < 1 || outRate < 1 || len < 1) {
         return ippStsSizeErr;
     }
-    const SBankShape sShape = MakeShape(inRate, outRate, len, hint);
-    if (sShape.IsBeyondReach()) {
+    const SFilterBankLayout sShape = MakeLayout(inRate, outRate, len, hint);
+    if (sShape.ExceedsSizeLimit()) {
         return ippStsBadArgErr;
     }
     // This product is one of 32 bits. Where it wraps the size means nothing, and Init, which counts in 64, refuses.
     const std::int64_t llTaps = static_cast<std::int32_t>(sShape.llOutRate * sShape.llStride);
     const std::int64_t llTables = sShape.llStepBytes + sShape.llRowPointerBytes;
-    const std::int64_t llCoefficients = sShape.llCoefficients;
-    const std::int64_t llSize = sShape.HasSingleTaps()
-                                    ? llTables + 4 * llTaps + 8 * llCoefficients + 48
-                                    : llTables + 8 * llCoefficients + 58 + 2 * (llTaps + llCoefficients);
+    const std::int64_t llPrototypeLength = sShape.llPrototypeLength;
+    const std::int64_t llSize = sShape.HasFloatTaps()
+                                    ? llTables + 4 * llTaps + 8 * llPrototypeLength + 48
+                                    : llTables + 8 * llPrototypeLength + 58 + 2 * (llTaps + llPrototypeLength);
     if (llSize > 0x7FFFFFFE) {
         return ippStsBadArgErr;
     }
@@ -257,14 +257,14 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedInit_16s)(int inRate, int
     if (rollf <= 0.0f || rollf > 1.0f || alpha < 1.0f) {
         return ippStsBadArgErr;
     }
-    const SBankShape sShape = MakeShape(inRate, outRate, len, hint);
-    if (sShape.IsBeyondReach()) {
+    const SFilterBankLayout sShape = MakeLayout(inRate, outRate, len, hint);
+    if (sShape.ExceedsSizeLimit()) {
         return ippStsBadArgErr;
     }
-    const bool bSingle = sShape.HasSingleTaps();
+    const bool bSingle = sShape.HasFloatTaps();
     const std::int64_t llCounted =
-        sShape.llStepBytes + sShape.llRowPointerBytes + sShape.RowsBytes() + 8 * sShape.llCoefficients;
-    if (bSingle ? llCounted + 40 > 0x7FFFFFFE : llCounted + 2 * sShape.llCoefficients > 0x7FFFFFCE) {
+        sShape.llStepBytes + sShape.llRowPointerBytes + sShape.TapTableBytes() + 8 * sShape.llPrototypeLength;
+    if (bSingle ? llCounted + 40 > 0x7FFFFFFE : llCounted + 2 * sShape.llPrototypeLength > 0x7FFFFFCE) {
         return ippStsBadArgErr;
     }
 
@@ -272,12 +272,12 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedInit_16s)(int inRate, int
     std::uint8_t* const pucRowPointers = pucSteps + sShape.llStepBytes;
     std::uint8_t* const pucRows = pucRowPointers + sShape.llRowPointerBytes;
     // Taps of single precision need the prototype longest, and its first 8 bytes share the place of the last row's end.
-    double* const pdPrototype = reinterpret_cast<double*>(pucRows + sShape.RowsBytes() - (bSingle ? 8 : 0));
+    double* const pdPrototype = reinterpret_cast<double*>(pucRows + sShape.TapTableBytes() - (bSingle ? 8 : 0));
 
     const int iInRate = static_cast<int>(sShape.llInRate);
     const int iOutRate = static_cast<int>(sShape.llOutRate);
     const int iHalfLen = static_cast<int>(sShape.HalfLength());
-    const int iCoefficients = static_cast<int>(sShape.llCoefficients);
+    const int iCoefficients = static_cast<int>(sShape.llPrototypeLength);
     if (iOutRate < iInRate) {
         ZTA_IPP(ownsKaiserPrototypeDown)(iInRate, iOutRate, iHalfLen, iCoefficients, pdPrototype, rollf, alpha);
     } else {
@@ -289,19 +289,19 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedInit_16s)(int inRate, int
         ppRows[p] = pucRows + p * sShape.llStride * sShape.llTapBytes;
     }
     std::int16_t* const psSteps = reinterpret_cast<std::int16_t*>(pucSteps);
-    FillSteps(sShape, psSteps);
+    FillSourceSteps(sShape, psSteps);
 
     if (bSingle) {
         pdPrototype[iCoefficients] = pdPrototype[iCoefficients - 1];
-        FillRows(sShape, reinterpret_cast<float*>(pucRows), pdPrototype);
+        FillPhases(sShape, reinterpret_cast<float*>(pucRows), pdPrototype);
     } else {
         std::int16_t* const psQuantised = reinterpret_cast<std::int16_t*>(pdPrototype + iCoefficients);
         ZTA_IPP(ippsMulC_64f_I)(16384.0, pdPrototype, iCoefficients);
         for (int i = 0; i < iCoefficients; ++i) {
-            psQuantised[i] = Quantise(pdPrototype[i]);
+            psQuantised[i] = QuantizeTap(pdPrototype[i]);
         }
         psQuantised[iCoefficients] = psQuantised[iCoefficients - 1];
-        FillRows(sShape, reinterpret_cast<std::int16_t*>(pucRows), psQuantised);
+        FillPhases(sShape, reinterpret_cast<std::int16_t*>(pucRows), psQuantised);
         pSpec->reserved = 0;
     }
 

@@ -7,7 +7,7 @@
 namespace {
 
 /// Never written to.
-SZtaPreparedRows s_sNoRows;
+SZtaPackedFilterBank s_sNoRows;
 
 /// What ulRowsOf holds where the entry is set, which is never 0: blocks lie at multiples of 16.
 std::uint32_t MarkOf(const IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
@@ -24,12 +24,12 @@ bool HasRows(const IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
 
 void ZtaPrepareRowsOf(IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
 {
-    void* const pvRows = ippMalloc(sizeof(SZtaPreparedRows));
+    void* const pvRows = ippMalloc(sizeof(SZtaPackedFilterBank));
     if (pvRows == nullptr) {
         return;
     }
-    auto* const psRows = static_cast<SZtaPreparedRows*>(pvRows);
-    ownPrepareRows_16s(pSpec, psRows);
+    auto* const psRows = static_cast<SZtaPackedFilterBank*>(pvRows);
+    ownPackFilterBank_16s(pSpec, psRows);
     if (psRows->lGroups == 0) {
         ippFree(pvRows);
         return;
@@ -38,9 +38,9 @@ void ZtaPrepareRowsOf(IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
     pSpec->ulRowsOf = MarkOf(pSpec);
 }
 
-const SZtaPreparedRows& ZtaPreparedRowsOf(const IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
+const SZtaPackedFilterBank& ZtaPreparedRowsOf(const IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
 {
-    return HasRows(pSpec) ? *static_cast<const SZtaPreparedRows*>(pSpec->pRows[pSpec->outRate]) : s_sNoRows;
+    return HasRows(pSpec) ? *static_cast<const SZtaPackedFilterBank*>(pSpec->pRows[pSpec->outRate]) : s_sNoRows;
 }
 
 void ZtaFreePreparedRowsOf(IppsResamplingPolyphaseFixed_16s* pSpec) noexcept

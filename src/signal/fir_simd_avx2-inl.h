@@ -7,56 +7,56 @@
 
 namespace {
 
-struct RunVector {
-    static constexpr int kiTaps = 16;
-    static constexpr int kiOutputs = 4;
-    using Register = __m256i; ///< taps, samples, or sums of 32 bits
-    using Sums = __m128i;     ///< one sum for each output
-    using Doubles = __m256d;
+struct FirSimd {
+    static constexpr int kTapsPerVector = 16;
+    static constexpr int kParallelOutputs = 4;
+    using IntVector = __m256i; ///< taps, samples, or sums of 32 bits
+    using Sums = __m128i;      ///< one sum for each output
+    using VecF64 = __m256d;
 
-    static Register Load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+    static IntVector Load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
 
-    /// `iTaps` below kiTaps, a multiple of four; the others are 0.
-    static Register LoadSome(const void* p, int iTaps)
+    /// `iTaps` below kTapsPerVector, a multiple of four; the others are 0.
+    static IntVector LoadPartial(const void* p, int iTaps)
     {
         const __m256i vQuarters = _mm256_cmpgt_epi64(_mm256_set1_epi64x(iTaps / 4), _mm256_setr_epi64x(0, 1, 2, 3));
         return _mm256_maskload_epi64(static_cast<const long long*>(p), vQuarters);
     }
 
-    static Register FromInt(int i) { return _mm256_zextsi128_si256(_mm_cvtsi32_si128(i)); }
-    static Register Products(Register vA, Register vB) { return _mm256_madd_epi16(vA, vB); }
-    static Register Add(Register vA, Register vB) { return _mm256_add_epi32(vA, vB); }
-    static Register High(Register vPairs) { return _mm256_srai_epi32(vPairs, 16); }
+    static IntVector FromInt(int i) { return _mm256_zextsi128_si256(_mm_cvtsi32_si128(i)); }
+    static IntVector MulAddPairs(IntVector vA, IntVector vB) { return _mm256_madd_epi16(vA, vB); }
+    static IntVector Add(IntVector vA, IntVector vB) { return _mm256_add_epi32(vA, vB); }
+    static IntVector HighHalves(IntVector vPairs) { return _mm256_srai_epi32(vPairs, 16); }
 
-    static Register Magnitudes(Register vTaps)
+    static IntVector Abs(IntVector vTaps)
     {
         return _mm256_max_epi16(vTaps, _mm256_subs_epi16(_mm256_setzero_si256(), vTaps));
     }
 
-    static Register Larger(Register vA, Register vB) { return _mm256_max_epi16(vA, vB); }
-    static Register Ones() { return _mm256_set1_epi16(1); }
+    static IntVector Max(IntVector vA, IntVector vB) { return _mm256_max_epi16(vA, vB); }
+    static IntVector Ones() { return _mm256_set1_epi16(1); }
 
     /// Adds up each register: a tree that adds and transposes at once.
-    static Sums AddUp(const Register (&rav)[kiOutputs])
+    static Sums HorizontalSums(const IntVector (&rav)[kParallelOutputs])
     {
-        const __m256i vLower = AddNeighbours(rav[0], rav[1]);
-        const __m256i vUpper = AddNeighbours(rav[2], rav[3]);
+        const __m256i vLower = TransposeAdd2(rav[0], rav[1]);
+        const __m256i vUpper = TransposeAdd2(rav[2], rav[3]);
         const __m256i vSums =
             _mm256_add_epi32(_mm256_unpacklo_epi64(vLower, vUpper), _mm256_unpackhi_epi64(vLower, vUpper));
         return _mm_add_epi32(_mm256_castsi256_si128(vSums), _mm256_extracti128_si256(vSums, 1));
     }
 
     /// What is left of a sum when its high parts, in units of 2^16, are taken out.
-    static Sums Low(Sums vSums, Sums vHigh) { return _mm_sub_epi32(vSums, _mm_slli_epi32(vHigh, 16)); }
+    static Sums LowHalves(Sums vSums, Sums vHigh) { return _mm_sub_epi32(vSums, _mm_slli_epi32(vHigh, 16)); }
 
-    static Doubles ToDoubles(Sums vSums) { return _mm256_cvtepi32_pd(vSums); }
+    static VecF64 ToDoubles(Sums vSums) { return _mm256_cvtepi32_pd(vSums); }
 
-    static Doubles MultiplyAdd(Doubles vA, double dFactor, Doubles vB)
+    static VecF64 MulAdd(VecF64 vA, double dFactor, VecF64 vB)
     {
         return _mm256_add_pd(_mm256_mul_pd(vA, _mm256_set1_pd(dFactor)), vB);
     }
 
-    static void StoreRounded(Doubles vSums, double dGain, std::int16_t* psOutputs)
+    static void RoundAndStore(VecF64 vSums, double dGain, std::int16_t* psOutputs)
     {
         const __m256d vValues = _mm256_mul_pd(vSums, _mm256_set1_pd(dGain));
         const __m256d vClamped =
@@ -69,7 +69,7 @@ struct RunVector {
     static void Store(Sums vSums, int* piSums) { _mm_storeu_si128(reinterpret_cast<__m128i*>(piSums), vSums); }
 
 private:
-    static __m256i AddNeighbours(__m256i vA, __m256i vB)
+    static __m256i TransposeAdd2(__m256i vA, __m256i vB)
     {
         return _mm256_add_epi32(_mm256_unpacklo_epi32(vA, vB), _mm256_unpackhi_epi32(vA, vB));
     }

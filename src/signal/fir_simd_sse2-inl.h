@@ -7,58 +7,55 @@
 
 namespace {
 
-struct RunVector {
-    static constexpr int kiTaps = 8;
-    static constexpr int kiOutputs = 4;
-    using Register = __m128i; ///< taps, samples, or sums of 32 bits
-    using Sums = __m128i;     ///< one sum for each output
+struct FirSimd {
+    static constexpr int kTapsPerVector = 8;
+    static constexpr int kParallelOutputs = 4;
+    using IntVector = __m128i; ///< taps, samples, or sums of 32 bits
+    using Sums = __m128i;      ///< one sum for each output
 
-    struct Doubles {
+    struct VecF64 {
         __m128d avHalf[2];
     };
 
-    static Register Load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
+    static IntVector Load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
 
-    /// `iTaps` below kiTaps, a multiple of four; the others are 0.
-    static Register LoadSome(const void* p, [[maybe_unused]] int iTaps) { return _mm_loadu_si64(p); }
+    /// `iTaps` below kTapsPerVector, a multiple of four; the others are 0.
+    static IntVector LoadPartial(const void* p, [[maybe_unused]] int iTaps) { return _mm_loadu_si64(p); }
 
-    static Register FromInt(int i) { return _mm_cvtsi32_si128(i); }
-    static Register Products(Register vA, Register vB) { return _mm_madd_epi16(vA, vB); }
-    static Register Add(Register vA, Register vB) { return _mm_add_epi32(vA, vB); }
-    static Register High(Register vPairs) { return _mm_srai_epi32(vPairs, 16); }
+    static IntVector FromInt(int i) { return _mm_cvtsi32_si128(i); }
+    static IntVector MulAddPairs(IntVector vA, IntVector vB) { return _mm_madd_epi16(vA, vB); }
+    static IntVector Add(IntVector vA, IntVector vB) { return _mm_add_epi32(vA, vB); }
+    static IntVector HighHalves(IntVector vPairs) { return _mm_srai_epi32(vPairs, 16); }
 
-    static Register Magnitudes(Register vTaps)
-    {
-        return _mm_max_epi16(vTaps, _mm_subs_epi16(_mm_setzero_si128(), vTaps));
-    }
+    static IntVector Abs(IntVector vTaps) { return _mm_max_epi16(vTaps, _mm_subs_epi16(_mm_setzero_si128(), vTaps)); }
 
-    static Register Larger(Register vA, Register vB) { return _mm_max_epi16(vA, vB); }
-    static Register Ones() { return _mm_set1_epi16(1); }
+    static IntVector Max(IntVector vA, IntVector vB) { return _mm_max_epi16(vA, vB); }
+    static IntVector Ones() { return _mm_set1_epi16(1); }
 
     /// Adds up each register: a tree that adds and transposes at once.
-    static Sums AddUp(const Register (&rav)[kiOutputs])
+    static Sums HorizontalSums(const IntVector (&rav)[kParallelOutputs])
     {
-        const __m128i vLower = AddNeighbours(rav[0], rav[1]);
-        const __m128i vUpper = AddNeighbours(rav[2], rav[3]);
+        const __m128i vLower = TransposeAdd2(rav[0], rav[1]);
+        const __m128i vUpper = TransposeAdd2(rav[2], rav[3]);
         return _mm_add_epi32(_mm_unpacklo_epi64(vLower, vUpper), _mm_unpackhi_epi64(vLower, vUpper));
     }
 
     /// What is left of a sum when its high parts, in units of 2^16, are taken out.
-    static Sums Low(Sums vSums, Sums vHigh) { return _mm_sub_epi32(vSums, _mm_slli_epi32(vHigh, 16)); }
+    static Sums LowHalves(Sums vSums, Sums vHigh) { return _mm_sub_epi32(vSums, _mm_slli_epi32(vHigh, 16)); }
 
-    static Doubles ToDoubles(Sums vSums)
+    static VecF64 ToDoubles(Sums vSums)
     {
         return {{_mm_cvtepi32_pd(vSums), _mm_cvtepi32_pd(_mm_unpackhi_epi64(vSums, vSums))}};
     }
 
-    static Doubles MultiplyAdd(Doubles sA, double dFactor, Doubles sB)
+    static VecF64 MulAdd(VecF64 sA, double dFactor, VecF64 sB)
     {
         const __m128d vFactor = _mm_set1_pd(dFactor);
         return {{_mm_add_pd(_mm_mul_pd(sA.avHalf[0], vFactor), sB.avHalf[0]),
                  _mm_add_pd(_mm_mul_pd(sA.avHalf[1], vFactor), sB.avHalf[1])}};
     }
 
-    static void StoreRounded(Doubles sSums, double dGain, std::int16_t* psOutputs)
+    static void RoundAndStore(VecF64 sSums, double dGain, std::int16_t* psOutputs)
     {
         const __m128d vGain = _mm_set1_pd(dGain);
         const __m128i vLower = Round(_mm_mul_pd(sSums.avHalf[0], vGain));
@@ -70,7 +67,7 @@ struct RunVector {
     static void Store(Sums vSums, int* piSums) { _mm_storeu_si128(reinterpret_cast<__m128i*>(piSums), vSums); }
 
 private:
-    static __m128i AddNeighbours(__m128i vA, __m128i vB)
+    static __m128i TransposeAdd2(__m128i vA, __m128i vB)
     {
         return _mm_add_epi32(_mm_unpacklo_epi32(vA, vB), _mm_unpackhi_epi32(vA, vB));
     }

@@ -6,23 +6,23 @@
 
 namespace {
 
-constexpr std::uintptr_t kulAlignment = 64;
+constexpr std::uintptr_t kAlignment = 64;
 
 /// Room for the alignment, and below the block for the address that malloc gave.
-constexpr int kiOverhead = 72;
+constexpr int kHeaderBytes = 72;
 
 } // namespace
 
 void* ippMalloc(int len) noexcept
 {
-    if (len < 1 || len > std::numeric_limits<int>::max() - kiOverhead) {
+    if (len < 1 || len > std::numeric_limits<int>::max() - kHeaderBytes) {
         return nullptr;
     }
-    void* const pvStart = std::malloc(static_cast<std::size_t>(len) + kiOverhead);
+    void* const pvStart = std::malloc(static_cast<std::size_t>(len) + kHeaderBytes);
     if (pvStart == nullptr) {
         return nullptr;
     }
-    const std::uintptr_t ulBlock = (reinterpret_cast<std::uintptr_t>(pvStart) + kiOverhead - 1) & ~(kulAlignment - 1);
+    const std::uintptr_t ulBlock = (reinterpret_cast<std::uintptr_t>(pvStart) + kHeaderBytes - 1) & ~(kAlignment - 1);
     void** const ppvBlock = reinterpret_cast<void**>(ulBlock);
     ppvBlock[-1] = pvStart;
     return ppvBlock;

@@ -11,32 +11,32 @@
 ///
 /// Where they lie is for filter_rows.h. Whichever build is selected may be handed rows that another has prepared:
 /// builds that use them make them alike, the others leave them empty and take no notice of them.
-struct SZtaPreparedRows {
-    static constexpr int kiLanes = 16;
-    static constexpr int kiTaps = 32; ///< of a row; that of phase 0 has one more, which must be 0
-    static constexpr int kiPairs = kiTaps / 2;
-    static constexpr int kiMaxPhases = 160;
-    static constexpr int kiMaxPeriods = 2;
-    static constexpr int kiMaxOffset = 24; ///< of a lane's samples from those of its group's first lane
-    static constexpr int kiMaxInQuad = 4;  ///< of a lane's samples from those of the first of its four neighbours
-    static constexpr int kiAdvanceBits = 3;
+struct SZtaPackedFilterBank {
+    static constexpr int kLanes = 16;
+    static constexpr int kTaps = 32; ///< of a row; that of phase 0 has one more, which must be 0
+    static constexpr int kTapPairs = kTaps / 2;
+    static constexpr int kMaxPhases = 160;
+    static constexpr int kMaxPeriods = 2;
+    static constexpr int kMaxLaneOffset = 24; ///< of a lane's samples from those of its group's first lane
+    static constexpr int kMaxQuadOffset = 4;  ///< of a lane's samples from those of the first of its four neighbours
+    static constexpr int kAdvanceBits = 3;
 
     struct SGroup {
-        alignas(64) std::int16_t aasPairs[kiPairs][kiLanes][2];
+        alignas(64) std::int16_t aasTapPairs[kTapPairs][kLanes][2];
         /// Of the first two samples of each lane's row, from the first one of lane 0's.
-        alignas(64) std::uint16_t aausOffsets[kiLanes][2];
+        alignas(64) std::uint16_t aausOffsets[kLanes][2];
         std::int32_t lOutputs; ///< fewer than the lanes in the last group alone
         std::int32_t lAdvance; ///< samples from the first one of this group to that of the next
     };
 
-    static constexpr int kiMaxGroups = kiMaxPeriods * kiMaxPhases / kiLanes;
-    static_assert((kiMaxGroups - 1) * kiAdvanceBits <= 64);
+    static constexpr int kiMaxGroups = kMaxPeriods * kMaxPhases / kLanes;
+    static_assert((kiMaxGroups - 1) * kAdvanceBits <= 64);
 
     SGroup asGroups[kiMaxGroups];
-    std::uint8_t aucPlaces[kiMaxPhases]; ///< each phase's place in the first period
+    std::uint8_t aucPhasePositions[kMaxPhases]; ///< each phase's place in the first period
     /// By how much the advance of each group but the last is above the least of them, the first in the lowest bits: a
     /// run that reads each advance from memory waits for it before it can ask for samples.
-    std::uint64_t ulAdvances;
-    std::int32_t lLeastAdvance;
+    std::uint64_t ulPackedAdvances;
+    std::int32_t lMinAdvance;
     std::int32_t lGroups; ///< 0 where there are none, or where this form cannot serve the filter
 };

@@ -15,24 +15,24 @@ constexpr int kiSampleLanes = ZTA_IPP_VECTOR_BYTES / sizeof(std::int16_t);
 constexpr int kiDoubleLanes = ZTA_IPP_VECTOR_BYTES / sizeof(double);
 
 /// Sign and exponent of a double stand in its high 16 bits, with 4 bits of the fraction.
-std::uint32_t MagnitudeWord(double dValue) noexcept
+std::uint32_t AbsHighWord(double dValue) noexcept
 {
     return static_cast<std::uint32_t>(__builtin_bit_cast(std::uint64_t, dValue) >> 48) & 0x7FFF;
 }
 
 /// The first 29 bits of a value.
-double UpperHalf(double dValue) noexcept
+double HighPart(double dValue) noexcept
 {
     return __builtin_bit_cast(double, __builtin_bit_cast(std::uint64_t, dValue) & ~std::uint64_t{0xFFFFFF});
 }
 
 /// A sum, and what rounding took from it.
-struct SExactSum {
+struct SDoubleDouble {
     double dSum;
-    double dRest;
+    double dError;
 };
 
-SExactSum AddExactly(double dA, double dB) noexcept
+SDoubleDouble TwoSum(double dA, double dB) noexcept
 {
     const double dSum = dA + dB;
     const double dShareOfB = dSum - dA;
@@ -129,7 +129,7 @@ double ZTA_IPP(ippsSqrtOne)(double x) noexcept
 
 double ZTA_IPP(ippsSinOne)(double x) noexcept
 {
-    const std::uint32_t ulMagnitude = MagnitudeWord(x);
+    const std::uint32_t ulMagnitude = AbsHighWord(x);
     if (ulMagnitude < 0x3030) { // below 2^-252
         return x;
     }
@@ -140,15 +140,15 @@ double ZTA_IPP(ippsSinOne)(double x) noexcept
         return __builtin_sin(x);
     }
 
-    // x = iStep * pi / 32 + dR + dRest. pi / 32 is the sum of three numbers, the first two so short that their products
-    // with iStep are exact.
+    // x = iStep * pi / 32 + dR + dError. pi / 32 is the sum of three numbers, the first two so short that their
+    // products with iStep are exact.
     const int iStep = static_cast<int>(x * 10.185916357881302 + (x < 0.0 ? -0.5 : 0.5));
     const double dStep = iStep;
     const double dCoarse = x - dStep * 0.09817477042088285;
-    const SExactSum sFine = AddExactly(dCoarse, -(dStep * 3.798187816439979e-12));
-    const SExactSum sReduced = AddExactly(sFine.dSum, sFine.dRest - dStep * 1.2639164054974691e-22);
+    const SDoubleDouble sFine = TwoSum(dCoarse, -(dStep * 3.798187816439979e-12));
+    const SDoubleDouble sReduced = TwoSum(sFine.dSum, sFine.dError - dStep * 1.2639164054974691e-22);
     const double dR = sReduced.dSum;
-    const double dRest = sReduced.dRest;
+    const double dError = sReduced.dError;
 
     // The series without their first terms.
     const double dR2 = dR * dR;
@@ -157,11 +157,11 @@ double ZTA_IPP(ippsSinOne)(double x) noexcept
 
     // sin(a + r) = sin a cos r + cos a sin r. The two large terms are exact and summed exactly, the small ones follow
     // in one sum: the result is off by little more than its own rounding.
-    const SZtaSinCos& rsAngle = g_sSineTable.asSteps[iStep & 63];
-    const double dUpperR = UpperHalf(dR);
-    const double dLowerR = (dR - dUpperR) + dRest;
-    const SExactSum sLarge = AddExactly(rsAngle.dSin, rsAngle.dCos * dUpperR);
+    const SZtaSinCos& rsAngle = g_sSineTable.asEntries[iStep & 63];
+    const double dUpperR = HighPart(dR);
+    const double dLowerR = (dR - dUpperR) + dError;
+    const SDoubleDouble sLarge = TwoSum(rsAngle.dSin, rsAngle.dCos * dUpperR);
     const double dSmall = rsAngle.dCos * dSinMinusR + rsAngle.dSin * dCosMinusOne + rsAngle.dCos * dLowerR +
-                          rsAngle.dCosRest * (dR + dSinMinusR) + rsAngle.dSinRest + sLarge.dRest;
+                          rsAngle.dCosLow * (dR + dSinMinusR) + rsAngle.dSinLow + sLarge.dError;
     return sLarge.dSum + dSmall;
 }

@@ -20,70 +20,71 @@ namespace {
 
 /// Sums of 32 bits, for rows whose taps are up to 65535 together: with samples of up to 32768 no part of such a sum, in
 /// whatever order it is added up, comes to 2^31.
-struct NarrowSums {
-    RunVector::Register avSums[RunVector::kiOutputs];
+struct Int32Accumulator {
+    FirSimd::IntVector avSums[FirSimd::kParallelOutputs];
 
-    void Add(int k, RunVector::Register vPairs) { avSums[k] = RunVector::Add(avSums[k], vPairs); }
-    RunVector::Doubles Total() const { return RunVector::ToDoubles(RunVector::AddUp(avSums)); }
+    void Add(int k, FirSimd::IntVector vPairs) { avSums[k] = FirSimd::Add(avSums[k], vPairs); }
+    FirSimd::VecF64 SumsAsDoubles() const { return FirSimd::ToDoubles(FirSimd::HorizontalSums(avSums)); }
 };
 
 /// Sums of 48 bits, of up to 32767 pairs. The high halves of the pairs are added up beside the pairs: they cannot pass
 /// 2^30. The pairs themselves wrap, but less all high halves they are the low halves, none of them negative, which
 /// stay below 32767 * 65536, and so are right again.
-struct WideSums {
+struct Int48Accumulator {
     static constexpr int kiMaxPairs = 32767;
 
-    RunVector::Register avSums[RunVector::kiOutputs];
-    RunVector::Register avHigh[RunVector::kiOutputs];
+    FirSimd::IntVector avSums[FirSimd::kParallelOutputs];
+    FirSimd::IntVector avHigh[FirSimd::kParallelOutputs];
 
-    void Add(int k, RunVector::Register vPairs)
+    void Add(int k, FirSimd::IntVector vPairs)
     {
-        avSums[k] = RunVector::Add(avSums[k], vPairs);
-        avHigh[k] = RunVector::Add(avHigh[k], RunVector::High(vPairs));
+        avSums[k] = FirSimd::Add(avSums[k], vPairs);
+        avHigh[k] = FirSimd::Add(avHigh[k], FirSimd::HighHalves(vPairs));
     }
 
-    RunVector::Doubles Total() const
+    FirSimd::VecF64 SumsAsDoubles() const
     {
-        const RunVector::Sums vHigh = RunVector::AddUp(avHigh);
-        const RunVector::Sums vLow = RunVector::Low(RunVector::AddUp(avSums), vHigh);
-        return RunVector::MultiplyAdd(RunVector::ToDoubles(vHigh), 65536.0, RunVector::ToDoubles(vLow));
+        const FirSimd::Sums vHigh = FirSimd::HorizontalSums(avHigh);
+        const FirSimd::Sums vLow = FirSimd::LowHalves(FirSimd::HorizontalSums(avSums), vHigh);
+        return FirSimd::MulAdd(FirSimd::ToDoubles(vHigh), 65536.0, FirSimd::ToDoubles(vLow));
     }
 
-    std::int64_t First() const
+    std::int64_t FirstSum() const
     {
-        const RunVector::Sums vHigh = RunVector::AddUp(avHigh);
-        int aiHigh[RunVector::kiOutputs];
-        int aiLow[RunVector::kiOutputs];
-        RunVector::Store(vHigh, aiHigh);
-        RunVector::Store(RunVector::Low(RunVector::AddUp(avSums), vHigh), aiLow);
+        const FirSimd::Sums vHigh = FirSimd::HorizontalSums(avHigh);
+        int aiHigh[FirSimd::kParallelOutputs];
+        int aiLow[FirSimd::kParallelOutputs];
+        FirSimd::Store(vHigh, aiHigh);
+        FirSimd::Store(FirSimd::LowHalves(FirSimd::HorizontalSums(avSums), vHigh), aiLow);
         return std::int64_t{aiHigh[0]} * 65536 + aiLow[0];
     }
 };
 
 /// Some of a row's taps or samples: as many as the vectors hold, or a lesser multiple of four.
-inline RunVector::Register LoadUpTo(const std::int16_t* ps, int iCount)
+inline FirSimd::IntVector LoadTaps(const std::int16_t* ps, int iCount)
 {
-    return iCount >= RunVector::kiTaps ? RunVector::Load(ps) : RunVector::LoadSome(ps, iCount);
+    return iCount >= FirSimd::kTapsPerVector ? FirSimd::Load(ps) : FirSimd::LoadPartial(ps, iCount);
 }
 
 /// Adds a row, whose taps are a multiple of four, to sum k.
 template <typename Sums>
-inline void AddRow(Sums& rsSums, int k, const std::int16_t* psSamples, const std::int16_t* psTaps, int iTaps)
+inline void AccumulateProducts(Sums& rsSums, int k, const std::int16_t* psSamples, const std::int16_t* psTaps,
+                               int iTaps)
 {
-    for (int i = 0; i < iTaps; i += RunVector::kiTaps) {
-        rsSums.Add(k, RunVector::Products(LoadUpTo(psTaps + i, iTaps - i), LoadUpTo(psSamples + i, iTaps - i)));
+    for (int i = 0; i < iTaps; i += FirSimd::kTapsPerVector) {
+        rsSums.Add(k, FirSimd::MulAddPairs(LoadTaps(psTaps + i, iTaps - i), LoadTaps(psSamples + i, iTaps - i)));
     }
 }
 
 /// Both phases lie below the rate, so one subtraction takes the place of the division.
-inline unsigned int AddPhases(unsigned int uiA, unsigned int uiB, unsigned int uiRate)
+inline unsigned int AddModuloRate(unsigned int uiA, unsigned int uiB, unsigned int uiRate)
 {
     const unsigned int uiSum = uiA + uiB;
     return uiSum >= uiRate ? uiSum - uiRate : uiSum;
 }
 
 /// What one call works on.
-struct SRun {
+struct SResampleState {
     const IppsResamplingPolyphaseFixed_16s* psFilter;
     const std::int16_t* psSource; ///< the first sample of the next output's row
     const std::int16_t* psEnd;    ///< behind the last sample of the last output's row
@@ -92,26 +93,26 @@ struct SRun {
     double dGain;
     long lCount; ///< outputs to come
 
-    int Taps() const { return 2 * psFilter->halfLen; }
+    int TapCount() const { return 2 * psFilter->halfLen; }
 
-    unsigned int PhaseAfter(unsigned int uiAhead) const
+    unsigned int PhaseAhead(unsigned int uiAhead) const
     {
-        return AddPhases(uiPhase, uiAhead, static_cast<unsigned int>(psFilter->outRate));
+        return AddModuloRate(uiPhase, uiAhead, static_cast<unsigned int>(psFilter->outRate));
     }
 };
 
 /// Sums in units of 2^-14 where 48000 Hz become 44100. A product that is no half is at least 2^-22 away from one, so a
 /// gain that is larger by less than that moves halves away from 0 and nothing else across one: rounded to the nearest,
-/// all products are what RoundToSample makes of those by the true gain.
-struct NudgedGain {
+/// all products are what RoundToInt16 makes of those by the true gain.
+struct BiasedGain {
     static constexpr double kdGain = 0x1p-14 * (147.0 / 160.0);
-    static constexpr double kdNudged = kdGain * (1 + 0x1p-40);
+    static constexpr double kBiasedGain = kdGain * (1 + 0x1p-40);
 
-    /// What makes a word without a sign, below an upper word of 0, a double of kdBias more.
-    static constexpr std::int64_t kllBias = 0x4330'0000'8000'0000;
-    static constexpr double kdBias = 0x1p52 + 0x1p31;
+    /// What makes a word without a sign, below an upper word of 0, a double of kInt32ToDoubleBias more.
+    static constexpr std::int64_t kInt32ToDoubleBits = 0x4330'0000'8000'0000;
+    static constexpr double kInt32ToDoubleBias = 0x1p52 + 0x1p31;
     /// What is added to this ends up as an integer in the lower word.
-    static constexpr double kdIntegers = 0x1.8p52;
+    static constexpr double kRoundingMagic = 0x1.8p52;
 };
 
 } // namespace
@@ -131,82 +132,83 @@ namespace {
 
 /// The next outputs of a run, as many as the vectors hold, or fewer at its end.
 template <typename Sums, int iFixedTaps, bool bAll>
-[[gnu::always_inline]] inline void RunGroup(SRun& rsRun, const unsigned int (&raAhead)[RunVector::kiOutputs + 1])
+[[gnu::always_inline]] inline void ResampleGroup(SResampleState& rsRun,
+                                                 const unsigned int (&raAhead)[FirSimd::kParallelOutputs + 1])
 {
     Sums sSums{};
-    const int iTaps = iFixedTaps != 0 ? iFixedTaps : rsRun.Taps();
-    for (int k = 0; k < RunVector::kiOutputs; ++k) {
+    const int iTaps = iFixedTaps != 0 ? iFixedTaps : rsRun.TapCount();
+    for (int k = 0; k < FirSimd::kParallelOutputs; ++k) {
         if (!bAll && k >= rsRun.lCount) {
             break;
         }
-        const unsigned int uiPhase = rsRun.PhaseAfter(raAhead[k]);
+        const unsigned int uiPhase = rsRun.PhaseAhead(raAhead[k]);
         const auto* psTaps = static_cast<const std::int16_t*>(rsRun.psFilter->pRows[uiPhase]);
-        AddRow(sSums, k, rsRun.psSource, psTaps, iTaps);
+        AccumulateProducts(sSums, k, rsRun.psSource, psTaps, iTaps);
         if (uiPhase == 0) {
-            sSums.Add(k, RunVector::FromInt(AtAnyAddress(rsRun.psSource)[iTaps] * psTaps[iTaps]));
+            sSums.Add(k, FirSimd::FromInt(AtAnyAddress(rsRun.psSource)[iTaps] * psTaps[iTaps]));
         }
         rsRun.psSource += rsRun.psFilter->pStep[uiPhase];
     }
     if (bAll) {
-        RunVector::StoreRounded(sSums.Total(), rsRun.dGain, rsRun.psOutput);
-        rsRun.psOutput += RunVector::kiOutputs;
-        rsRun.lCount -= RunVector::kiOutputs;
-        rsRun.uiPhase = rsRun.PhaseAfter(raAhead[RunVector::kiOutputs]);
+        FirSimd::RoundAndStore(sSums.SumsAsDoubles(), rsRun.dGain, rsRun.psOutput);
+        rsRun.psOutput += FirSimd::kParallelOutputs;
+        rsRun.lCount -= FirSimd::kParallelOutputs;
+        rsRun.uiPhase = rsRun.PhaseAhead(raAhead[FirSimd::kParallelOutputs]);
     } else {
-        std::int16_t asOutputs[RunVector::kiOutputs];
-        RunVector::StoreRounded(sSums.Total(), rsRun.dGain, asOutputs);
+        std::int16_t asOutputs[FirSimd::kParallelOutputs];
+        FirSimd::RoundAndStore(sSums.SumsAsDoubles(), rsRun.dGain, asOutputs);
         CopySamples(rsRun.psOutput, asOutputs, rsRun.lCount);
     }
 }
 
 template <typename Sums, int iFixedTaps>
-void RunAbreast(SRun sRun)
+void ResampleInParallel(SResampleState sRun)
 {
     // How far the phase of each output of a group lies ahead of the first one's.
-    unsigned int auiAhead[RunVector::kiOutputs + 1] = {};
+    unsigned int auiAhead[FirSimd::kParallelOutputs + 1] = {};
     const unsigned int uiRate = static_cast<unsigned int>(sRun.psFilter->outRate);
     const unsigned int uiStep = static_cast<unsigned int>(sRun.psFilter->inRate) % uiRate;
-    for (int k = 0; k < RunVector::kiOutputs; ++k) {
-        auiAhead[k + 1] = AddPhases(auiAhead[k], uiStep, uiRate);
+    for (int k = 0; k < FirSimd::kParallelOutputs; ++k) {
+        auiAhead[k + 1] = AddModuloRate(auiAhead[k], uiStep, uiRate);
     }
-    while (sRun.lCount >= RunVector::kiOutputs) {
-        RunGroup<Sums, iFixedTaps, true>(sRun, auiAhead);
+    while (sRun.lCount >= FirSimd::kParallelOutputs) {
+        ResampleGroup<Sums, iFixedTaps, true>(sRun, auiAhead);
     }
-    RunGroup<Sums, iFixedTaps, false>(sRun, auiAhead);
+    ResampleGroup<Sums, iFixedTaps, false>(sRun, auiAhead);
 }
 
 /// The filter length of the resampler has loops of its own.
 template <typename Sums>
-void RunAbreastOfTaps(const SRun& rsRun)
+void DispatchOnTapCount(const SResampleState& rsRun)
 {
-    if (rsRun.Taps() == 32) {
-        RunAbreast<Sums, 32>(rsRun);
+    if (rsRun.TapCount() == 32) {
+        ResampleInParallel<Sums, 32>(rsRun);
     } else {
-        RunAbreast<Sums, 0>(rsRun);
+        ResampleInParallel<Sums, 0>(rsRun);
     }
 }
 
-/// Whether all rows allow NarrowSums: whether even a row of the largest tap at each place would.
-bool AreRowsNarrow(const IppsResamplingPolyphaseFixed_16s& rsFilter)
+/// Whether all rows allow Int32Accumulator: whether even a row of the largest tap at each place would.
+bool FitsInt32Accumulator(const IppsResamplingPolyphaseFixed_16s& rsFilter)
 {
     const int iTaps = 2 * rsFilter.halfLen;
-    NarrowSums sSums{};
-    for (int i = 0; i < iTaps; i += RunVector::kiTaps) {
-        RunVector::Register vLargest{};
+    Int32Accumulator sSums{};
+    for (int i = 0; i < iTaps; i += FirSimd::kTapsPerVector) {
+        FirSimd::IntVector vLargest{};
         for (int p = 0; p < rsFilter.outRate; ++p) {
             const auto* psTaps = static_cast<const std::int16_t*>(rsFilter.pRows[p]) + i;
-            vLargest = RunVector::Larger(vLargest, RunVector::Magnitudes(LoadUpTo(psTaps, iTaps - i)));
+            vLargest = FirSimd::Max(vLargest, FirSimd::Abs(LoadTaps(psTaps, iTaps - i)));
         }
-        sSums.Add(0, RunVector::Products(vLargest, RunVector::Ones()));
+        sSums.Add(0, FirSimd::MulAddPairs(vLargest, FirSimd::Ones()));
     }
-    int aiSums[RunVector::kiOutputs];
-    RunVector::Store(RunVector::AddUp(sSums.avSums), aiSums);
+    int aiSums[FirSimd::kParallelOutputs];
+    FirSimd::Store(FirSimd::HorizontalSums(sSums.avSums), aiSums);
     const int iOuterTap = static_cast<const std::int16_t*>(rsFilter.pRows[0])[iTaps];
     const int iSlack = iTaps; // the magnitude of -32768 comes out as 32767
     return aiSums[0] + (iOuterTap < 0 ? -iOuterTap : iOuterTap) + iSlack <= 65535;
 }
 
-std::int16_t RoundToSample(double dValue)
+std::int16_t RoundToInt16(double dValue)
 {
     // Not a number ends at -32768, as it does for the vectors.
     const double dClamped = dValue > 32767.0 ? 32767.0 : dValue < -32768.0 ? -32768.0 : dValue;
@@ -216,15 +218,15 @@ std::int16_t RoundToSample(double dValue)
 
 /// One output after the other, each with its sum from fnSum(samples, taps, count).
 template <typename Sum>
-void RunOneByOne(SRun sRun, Sum fnSum)
+void ResampleScalar(SResampleState sRun, Sum fnSum)
 {
     const unsigned int uiAhead = static_cast<unsigned int>(sRun.psFilter->inRate % sRun.psFilter->outRate);
     for (; sRun.lCount > 0; --sRun.lCount) {
         const double dSum =
-            fnSum(sRun.psSource, sRun.psFilter->pRows[sRun.uiPhase], sRun.Taps() + (sRun.uiPhase == 0 ? 1 : 0));
-        *AtAnyAddress(sRun.psOutput++) = RoundToSample(dSum * sRun.dGain);
+            fnSum(sRun.psSource, sRun.psFilter->pRows[sRun.uiPhase], sRun.TapCount() + (sRun.uiPhase == 0 ? 1 : 0));
+        *AtAnyAddress(sRun.psOutput++) = RoundToInt16(dSum * sRun.dGain);
         sRun.psSource += sRun.psFilter->pStep[sRun.uiPhase];
-        sRun.uiPhase = sRun.PhaseAfter(uiAhead);
+        sRun.uiPhase = sRun.PhaseAhead(uiAhead);
     }
 }
 
@@ -241,16 +243,16 @@ void RunOneByOne(SRun sRun, Sum fnSum)
 extern "C" void ZTA_IPP_DOT_PRODUCT(const std::int16_t* pSamples, const std::int16_t* pTaps, std::int64_t* pResult,
                                     int n) noexcept
 {
-    constexpr int kiBlock = 2 * WideSums::kiMaxPairs / RunVector::kiTaps * RunVector::kiTaps;
+    constexpr int kiBlock = 2 * Int48Accumulator::kiMaxPairs / FirSimd::kTapsPerVector * FirSimd::kTapsPerVector;
     std::int64_t llSum = 0;
     for (; n % 4 != 0; --n) {
         llSum += std::int64_t{AtAnyAddress(pSamples)[n - 1]} * AtAnyAddress(pTaps)[n - 1];
     }
     while (n > 0) {
         const int iTaps = n < kiBlock ? n : kiBlock;
-        WideSums sSums{};
-        AddRow(sSums, 0, pSamples, pTaps, iTaps);
-        llSum += sSums.First();
+        Int48Accumulator sSums{};
+        AccumulateProducts(sSums, 0, pSamples, pTaps, iTaps);
+        llSum += sSums.FirstSum();
         pSamples += iTaps;
         pTaps += iTaps;
         n -= iTaps;
@@ -285,7 +287,7 @@ extern "C" void ZTA_IPP(ownsDotProd_16s32f64f)(const std::int16_t* pSamples, con
 
 namespace {
 
-double SumSingleTaps(const std::int16_t* psSamples, const void* pTaps, int iTaps)
+double DotProductFloat(const std::int16_t* psSamples, const void* pTaps, int iTaps)
 {
     const float* pfTaps = static_cast<const float*>(pTaps);
 #if defined(__SSE4_2__)
@@ -301,7 +303,7 @@ double SumSingleTaps(const std::int16_t* psSamples, const void* pTaps, int iTaps
 #endif
 }
 
-double SumLongRow(const std::int16_t* psSamples, const void* pTaps, int iTaps)
+double DotProductInt64(const std::int16_t* psSamples, const void* pTaps, int iTaps)
 {
     std::int64_t llSum;
     ZTA_IPP_DOT_PRODUCT(psSamples, static_cast<const std::int16_t*>(pTaps), &llSum, iTaps);
@@ -310,48 +312,48 @@ double SumLongRow(const std::int16_t* psSamples, const void* pTaps, int iTaps)
 
 /// Prepares the rows for one long run alone, on the stack. Inline by name only: so it is left out where nothing calls
 /// it.
-[[gnu::noinline]] inline bool PrepareAndRun(const SRun& rsRun)
+[[gnu::noinline]] inline bool PackAndResample(const SResampleState& rsRun)
 {
-    SZtaPreparedRows sRows;
-    PreparedRun::Prepare(*rsRun.psFilter, 1, sRows);
+    SZtaPackedFilterBank sRows;
+    PackedResampler::PackFilterBank(*rsRun.psFilter, 1, sRows);
     if (sRows.lGroups == 0) {
         return false;
     }
-    PreparedRun::Work(sRows, rsRun);
+    PackedResampler::Resample(sRows, rsRun);
     return true;
 }
 
 /// Rows that are empty are not prepared here: whoever has them may have a small stack.
-void RunAll(const SRun& rsRun, const SZtaPreparedRows* psRows)
+void ResampleAll(const SResampleState& rsRun, const SZtaPackedFilterBank* psRows)
 {
     const IppsResamplingPolyphaseFixed_16s& rsFilter = *rsRun.psFilter;
-    const bool bMayPrepare = PreparedRun::kbPossible && PreparedRun::Fits(rsRun);
+    const bool bCanPack = PackedResampler::kIsSupported && PackedResampler::SupportsGain(rsRun);
     const bool bMayPrepareHere =
-        bMayPrepare && psRows == nullptr && rsRun.lCount >= PreparedRun::kiWorthPeriods * rsFilter.outRate;
-    if (bMayPrepare && psRows != nullptr && psRows->lGroups != 0) {
-        PreparedRun::Work(*psRows, rsRun);
+        bCanPack && psRows == nullptr && rsRun.lCount >= PackedResampler::kBreakEvenPeriods * rsFilter.outRate;
+    if (bCanPack && psRows != nullptr && psRows->lGroups != 0) {
+        PackedResampler::Resample(*psRows, rsRun);
     } else if ((rsFilter.tapKind & 1) != 0) {
-        RunOneByOne(rsRun, SumSingleTaps);
-    } else if (bMayPrepareHere && PrepareAndRun(rsRun)) {
+        ResampleScalar(rsRun, DotProductFloat);
+    } else if (bMayPrepareHere && PackAndResample(rsRun)) {
         return;
-    } else if (rsFilter.halfLen >= WideSums::kiMaxPairs) {
-        RunOneByOne(rsRun, SumLongRow);
-    } else if (rsRun.lCount >= 2L * rsFilter.outRate && AreRowsNarrow(rsFilter)) {
+    } else if (rsFilter.halfLen >= Int48Accumulator::kiMaxPairs) {
+        ResampleScalar(rsRun, DotProductInt64);
+    } else if (rsRun.lCount >= 2L * rsFilter.outRate && FitsInt32Accumulator(rsFilter)) {
         // To look through all rows takes less than wide sums do, once each row is used about twice.
-        RunAbreastOfTaps<NarrowSums>(rsRun);
+        DispatchOnTapCount<Int32Accumulator>(rsRun);
     } else {
-        RunAbreastOfTaps<WideSums>(rsRun);
+        DispatchOnTapCount<Int48Accumulator>(rsRun);
     }
 }
 
 } // namespace
 
-extern "C" void ZTA_IPP(ownPrepareRows_16s)(const IppsResamplingPolyphaseFixed_16s* pSpec,
-                                            SZtaPreparedRows* pRows) noexcept
+extern "C" void ZTA_IPP(ownPackFilterBank_16s)(const IppsResamplingPolyphaseFixed_16s* pSpec,
+                                               SZtaPackedFilterBank* pRows) noexcept
 {
     pRows->lGroups = 0;
     if ((pSpec->tapKind & 1) == 0) {
-        PreparedRun::Prepare(*pSpec, SZtaPreparedRows::kiMaxPeriods, *pRows);
+        PackedResampler::PackFilterBank(*pSpec, SZtaPackedFilterBank::kMaxPeriods, *pRows);
     }
 }
 
@@ -359,13 +361,13 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixed_16s)(const std::int16_t*
                                                              float norm, double* pTime, int* pOutlen,
                                                              const IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
 {
-    return ZTA_IPP(ownResamplePrepared_16s)(pSrc, len, pDst, norm, pTime, pOutlen, pSpec, nullptr);
+    return ZTA_IPP(ownResamplePacked_16s)(pSrc, len, pDst, norm, pTime, pOutlen, pSpec, nullptr);
 }
 
-extern "C" IppStatus ZTA_IPP(ownResamplePrepared_16s)(const std::int16_t* pSrc, int len, std::int16_t* pDst, float norm,
-                                                      double* pTime, int* pOutlen,
-                                                      const IppsResamplingPolyphaseFixed_16s* pSpec,
-                                                      const SZtaPreparedRows* pRows) noexcept
+extern "C" IppStatus ZTA_IPP(ownResamplePacked_16s)(const std::int16_t* pSrc, int len, std::int16_t* pDst, float norm,
+                                                    double* pTime, int* pOutlen,
+                                                    const IppsResamplingPolyphaseFixed_16s* pSpec,
+                                                    const SZtaPackedFilterBank* pRows) noexcept
 {
     if (pSpec == nullptr || pSrc == nullptr || pDst == nullptr || pOutlen == nullptr || pTime == nullptr) {
         return ippStsNullPtrErr;
@@ -395,7 +397,7 @@ extern "C" IppStatus ZTA_IPP(ownResamplePrepared_16s)(const std::int16_t* pSrc, 
     // phase 0 too, though it begins one sample earlier.
     const std::int64_t llLastAhead = llEnd - 1 - (llNow + (llCount - 1) * llInRate);
 
-    SRun sRun;
+    SResampleState sRun;
     sRun.psFilter = pSpec;
     sRun.psSource = pSrc + llSample + (llPhase == 0 ? 0 : 1) - pSpec->halfLen;
     sRun.psEnd = pSrc + iIndex + len + pSpec->halfLen - llLastAhead / llOutRate;
@@ -403,7 +405,7 @@ extern "C" IppStatus ZTA_IPP(ownResamplePrepared_16s)(const std::int16_t* pSrc, 
     sRun.uiPhase = static_cast<unsigned int>(llPhase);
     sRun.dGain = static_cast<double>(norm) * static_cast<double>(pSpec->tapScale) * dRatio;
     sRun.lCount = llCount;
-    RunAll(sRun, pRows);
+    ResampleAll(sRun, pRows);
 
     *pOutlen = static_cast<int>(sRun.lCount);
     *pTime = dFraction +

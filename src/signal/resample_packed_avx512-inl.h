@@ -16,15 +16,15 @@
 
 namespace {
 
-class PreparedLanes {
-    using Rows = SZtaPreparedRows;
-    using Group = SZtaPreparedRows::SGroup;
+class PackedSimd {
+    using Rows = SZtaPackedFilterBank;
+    using Group = SZtaPackedFilterBank::SGroup;
 
-    static constexpr int kiLanes = Rows::kiLanes;
-    static constexpr int kiWindow = 32;       ///< samples of a register
-    static constexpr int kiPairsOfWindow = 4; ///< how many pairs of a row are taken out of one window
-    static constexpr int kiWindows = Rows::kiPairs / kiPairsOfWindow;
-    static_assert(Rows::kiMaxOffset == kiWindow - 2 * kiPairsOfWindow);
+    static constexpr int kLanes = Rows::kLanes;
+    static constexpr int kWindowSamples = 32;    ///< samples of a register
+    static constexpr int kTapPairsPerWindow = 4; ///< how many pairs of a row are taken out of one window
+    static constexpr int kiWindows = Rows::kTapPairs / kTapPairsPerWindow;
+    static_assert(Rows::kMaxLaneOffset == kWindowSamples - 2 * kTapPairsPerWindow);
 
     /// Sums in units of 2^-14, which is what they are in where the rate goes up.
     struct RoundByShift {
@@ -39,11 +39,11 @@ class PreparedLanes {
         }
     };
 
-    /// See NudgedGain: less to do than by the gain, and nothing that goes from one width to another.
-    struct RoundByNudge {
+    /// See BiasedGain: less to do than by the gain, and nothing that goes from one width to another.
+    struct RoundByBiasedGain {
         __m256i operator()(__m512i vSums) const
         {
-            const __m512i vBias = _mm512_set1_epi64(NudgedGain::kllBias);
+            const __m512i vBias = _mm512_set1_epi64(BiasedGain::kInt32ToDoubleBits);
             const __m512i vEven = _mm512_xor_si512(_mm512_and_si512(vSums, _mm512_set1_epi64(0xFFFF'FFFF)), vBias);
             const __m512i vOdd = _mm512_xor_si512(_mm512_srli_epi64(vSums, 32), vBias);
             return _mm512_cvtsepi32_epi16(_mm512_castps_si512(
@@ -53,9 +53,10 @@ class PreparedLanes {
     private:
         static __m512d Round(__m512i vBiased)
         {
-            const __m512d vSums = _mm512_sub_pd(_mm512_castsi512_pd(vBiased), _mm512_set1_pd(NudgedGain::kdBias));
-            return _mm512_fmadd_round_pd(vSums, _mm512_set1_pd(NudgedGain::kdNudged),
-                                         _mm512_set1_pd(NudgedGain::kdIntegers),
+            const __m512d vSums =
+                _mm512_sub_pd(_mm512_castsi512_pd(vBiased), _mm512_set1_pd(BiasedGain::kInt32ToDoubleBias));
+            return _mm512_fmadd_round_pd(vSums, _mm512_set1_pd(BiasedGain::kBiasedGain),
+                                         _mm512_set1_pd(BiasedGain::kRoundingMagic),
                                          _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
         }
     };
@@ -81,24 +82,24 @@ class PreparedLanes {
     };
 
 public:
-    static constexpr long kiWorthPeriods = 5;
+    static constexpr long kBreakEvenPeriods = 5;
     /// Samples that all windows of a group span, whether or not they belong to an output.
-    static constexpr int kiSamplesRead = (kiWindows - 1) * 2 * kiPairsOfWindow + kiWindow;
+    static constexpr int kGroupReadSamples = (kiWindows - 1) * 2 * kTapPairsPerWindow + kWindowSamples;
 
     template <typename Use>
-    static void ChooseRounding(double dGain, Use fnUse)
+    static void DispatchOnRounding(double dGain, Use fnUse)
     {
         if (dGain == RoundByShift::kdGain) {
             fnUse(RoundByShift());
-        } else if (dGain == NudgedGain::kdGain) {
-            fnUse(RoundByNudge());
+        } else if (dGain == BiasedGain::kdGain) {
+            fnUse(RoundByBiasedGain());
         } else {
             fnUse(RoundByGain{dGain});
         }
     }
 
     /// The sums of a whole group, all of whose windows may be read.
-    [[gnu::always_inline]] static __m512i SumsOf(const Group& rsGroup, const std::int16_t* psSource)
+    [[gnu::always_inline]] static __m512i ComputeSums(const Group& rsGroup, const std::int16_t* psSource)
     {
         return Sums(rsGroup, _mm512_load_si512(rsGroup.aausOffsets),
                     [=](int iFirst) { return _mm512_loadu_si512(psSource + iFirst); });
@@ -112,37 +113,38 @@ public:
     /// The outputs of a group from lane iLane on, whose first sample is at psSource. None of the samples from lReadable
     /// on is read.
     template <typename Rounding>
-    [[gnu::always_inline]] static void StorePart(const Group& rsGroup, int iLane, const std::int16_t* psSource,
-                                                 long lReadable, int iOutputs, std::int16_t* psOutput, Rounding fnRound)
+    [[gnu::always_inline]] static void StorePartial(const Group& rsGroup, int iLane, const std::int16_t* psSource,
+                                                    long lReadable, int iOutputs, std::int16_t* psOutput,
+                                                    Rounding fnRound)
     {
         const __m512i vSkipped = _mm512_set1_epi16(static_cast<short>(rsGroup.aausOffsets[iLane][0]));
         const __m512i vOffsets = _mm512_sub_epi16(_mm512_load_si512(rsGroup.aausOffsets), vSkipped);
         const __m512i vSums = Sums(rsGroup, vOffsets, [=](int iFirst) {
-            return _mm512_maskz_loadu_epi16(FirstOf(lReadable - iFirst), psSource + iFirst);
+            return _mm512_maskz_loadu_epi16(FirstLanesMask(lReadable - iFirst), psSource + iFirst);
         });
-        const __m256i vFromLane = _mm256_add_epi16(_mm256_set1_epi16(static_cast<short>(iLane)), Numbers());
-        _mm256_mask_storeu_epi16(psOutput, static_cast<__mmask16>(FirstOf(iOutputs)),
+        const __m256i vFromLane = _mm256_add_epi16(_mm256_set1_epi16(static_cast<short>(iLane)), LaneIndices());
+        _mm256_mask_storeu_epi16(psOutput, static_cast<__mmask16>(FirstLanesMask(iOutputs)),
                                  _mm256_permutexvar_epi16(vFromLane, fnRound(vSums)));
     }
 
 private:
-    static __m256i Numbers() { return _mm256_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15); }
+    static __m256i LaneIndices() { return _mm256_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15); }
 
     /// One sum for each lane. vOffsets are those of the first pairs, and fnWindow(i) loads the samples from i on.
     template <typename Window>
     [[gnu::always_inline]] static __m512i Sums(const Group& rsGroup, __m512i vOffsets, Window fnWindow)
     {
-        __m512i avOffsets[kiPairsOfWindow];
+        __m512i avOffsets[kTapPairsPerWindow];
         avOffsets[0] = vOffsets;
-        for (int k = 1; k < kiPairsOfWindow; ++k) {
+        for (int k = 1; k < kTapPairsPerWindow; ++k) {
             avOffsets[k] = _mm512_add_epi16(avOffsets[k - 1], _mm512_set1_epi16(2));
         }
-        __m512i avSums[kiPairsOfWindow];
+        __m512i avSums[kTapPairsPerWindow];
         for (int w = 0; w < kiWindows; ++w) {
-            const __m512i vWindow = fnWindow(w * 2 * kiPairsOfWindow);
-            for (int k = 0; k < kiPairsOfWindow; ++k) {
+            const __m512i vWindow = fnWindow(w * 2 * kTapPairsPerWindow);
+            for (int k = 0; k < kTapPairsPerWindow; ++k) {
                 const __m512i vSamples = _mm512_permutexvar_epi16(avOffsets[k], vWindow);
-                const __m512i vPairs = _mm512_load_si512(rsGroup.aasPairs[w * kiPairsOfWindow + k]);
+                const __m512i vPairs = _mm512_load_si512(rsGroup.aasTapPairs[w * kTapPairsPerWindow + k]);
                 const __m512i vProducts = _mm512_madd_epi16(vPairs, vSamples);
                 avSums[k] = w == 0 ? vProducts : _mm512_add_epi32(avSums[k], vProducts);
             }
@@ -151,9 +153,9 @@ private:
     }
 
     /// A mask of the first lCount words.
-    static __mmask32 FirstOf(long lCount)
+    static __mmask32 FirstLanesMask(long lCount)
     {
-        const long lWords = lCount < 0 ? 0 : lCount < kiWindow ? lCount : kiWindow;
+        const long lWords = lCount < 0 ? 0 : lCount < kWindowSamples ? lCount : kWindowSamples;
         return static_cast<__mmask32>((std::uint64_t{1} << lWords) - 1);
     }
 };

@@ -3,13 +3,16 @@
 
 namespace {
 
-struct PreparedRun {
-    static constexpr bool kbPossible = false;
-    static constexpr long kiWorthPeriods = 0;
+struct PackedResampler {
+    static constexpr bool kIsSupported = false;
+    static constexpr long kBreakEvenPeriods = 0;
 
-    static void Prepare(const IppsResamplingPolyphaseFixed_16s&, int, SZtaPreparedRows& rsRows) { rsRows.lGroups = 0; }
-    static bool Fits(const SRun&) { return false; }
-    static void Work(const SZtaPreparedRows&, const SRun&) {}
+    static void PackFilterBank(const IppsResamplingPolyphaseFixed_16s&, int, SZtaPackedFilterBank& rsRows)
+    {
+        rsRows.lGroups = 0;
+    }
+    static bool SupportsGain(const SResampleState&) { return false; }
+    static void Resample(const SZtaPackedFilterBank&, const SResampleState&) {}
 };
 
 } // namespace

@@ -3,7 +3,7 @@
 namespace {
 
 // Extended precision has 11 bits more than a double: the rests are good for 2^-64.
-constexpr long double kldPi = 3.14159265358979323846264338327950288L;
+constexpr long double kPi = 3.14159265358979323846264338327950288L;
 
 /// The series of the sine (first power 1) or the cosine (0), for angles up to pi / 4.
 constexpr long double Series(long double ldAngle, int iFirstPower)
@@ -23,12 +23,12 @@ constexpr long double SineOfStep(int iStep)
     const int iInTurn = iStep % 64;
     const int iInHalf = iInTurn % 32;
     const int iInQuarter = iInHalf <= 16 ? iInHalf : 32 - iInHalf;
-    const long double ldSine = iInQuarter <= 8 ? Series(static_cast<long double>(iInQuarter) * kldPi / 32, 1)
-                                               : Series(static_cast<long double>(16 - iInQuarter) * kldPi / 32, 0);
+    const long double ldSine = iInQuarter <= 8 ? Series(static_cast<long double>(iInQuarter) * kPi / 32, 1)
+                                               : Series(static_cast<long double>(16 - iInQuarter) * kPi / 32, 0);
     return iInTurn < 32 ? ldSine : -ldSine;
 }
 
-constexpr SZtaSinCos EntryOfStep(int iStep)
+constexpr SZtaSinCos MakeSinCos(int iStep)
 {
     const long double ldSine = SineOfStep(iStep);
     const long double ldCosine = SineOfStep(iStep + 16);
@@ -41,7 +41,7 @@ constexpr SZtaSineTable MakeTable()
 {
     SZtaSineTable sTable{};
     for (int iStep = 0; iStep < 64; ++iStep) {
-        sTable.asSteps[iStep] = EntryOfStep(iStep);
+        sTable.asEntries[iStep] = MakeSinCos(iStep);
     }
     return sTable;
 }

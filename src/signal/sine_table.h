@@ -3,14 +3,14 @@
 /// Sine and cosine of one angle, each as a main part and what is missing to its true value.
 struct SZtaSinCos {
     double dSin;
-    double dSinRest;
+    double dSinLow;
     double dCos; ///< has the 24 bits of a float, so that its product with 29 bits is exact
-    double dCosRest;
+    double dCosLow;
 };
 
 /// The full turn in steps of pi / 32.
 struct SZtaSineTable {
-    SZtaSinCos asSteps[64];
+    SZtaSinCos asEntries[64];
 };
 
 extern const SZtaSineTable g_sSineTable;

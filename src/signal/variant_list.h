@@ -5,28 +5,28 @@
 // clang-format off
 
 /// The variants of the signal functions, in the order of their indexes, from 0 on:
-/// ROW(argument, prefix, the features that it requires)
+/// X(argument, prefix, the features that it requires)
 /// The argument of the list is passed through. Each variant has a file variant_<prefix>.cpp; CMakeLists.txt has its
 /// compiler options, and the file asserts them.
 ///
 /// n8 is also what a processor with MOVBE or SSE4.1 gets, and a virtual machine may have one of them without SSSE3: it is
 /// compiled for less than its name allows. n0 has no options for ER and PF: newer compilers have dropped them, and no
 /// function here has a use for them.
-#define ZTA_IPP_VARIANT_LIST(ROW, argument) \
-    ROW(argument, m7, keZtaFeatureSse2) \
-    ROW(argument, n8, keZtaFeatureSsse3) \
-    ROW(argument, y8, keZtaFeatureSse42) \
-    ROW(argument, e9, keZtaFeatureAvx | keZtaFeatureAvxEnabled) \
-    ROW(argument, l9, keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
-    ROW(argument, n0, kui64ZtaAvx512Many | kui64ZtaUnderAvx512) \
-    ROW(argument, k0, kui64ZtaAvx512Wide | kui64ZtaUnderAvx512)
+#define ZTA_IPP_VARIANT_LIST(X, argument) \
+    X(argument, m7, keZtaFeatureSse2) \
+    X(argument, n8, keZtaFeatureSsse3) \
+    X(argument, y8, keZtaFeatureSse42) \
+    X(argument, e9, keZtaFeatureAvx | keZtaFeatureAvxEnabled) \
+    X(argument, l9, keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
+    X(argument, n0, kAvx512ErPfFeatures | kAvx512Prerequisites) \
+    X(argument, k0, kAvx512BwDqVlFeatures | kAvx512Prerequisites)
 
 // clang-format on
 
 /// The two groups of AVX-512 features that a build stands for, and what both take beside their own group.
-inline constexpr std::uint64_t kui64ZtaAvx512Many =
+inline constexpr std::uint64_t kAvx512ErPfFeatures =
     keZtaFeatureAvx512F | keZtaFeatureAvx512Cd | keZtaFeatureAvx512Er | keZtaFeatureAvx512Pf;
-inline constexpr std::uint64_t kui64ZtaAvx512Wide =
+inline constexpr std::uint64_t kAvx512BwDqVlFeatures =
     keZtaFeatureAvx512F | keZtaFeatureAvx512Cd | keZtaFeatureAvx512Bw | keZtaFeatureAvx512Dq | keZtaFeatureAvx512Vl;
-inline constexpr std::uint64_t kui64ZtaUnderAvx512 =
+inline constexpr std::uint64_t kAvx512Prerequisites =
     keZtaFeatureAvx2 | keZtaFeatureAvxEnabled | keZtaFeatureAvx512Enabled;

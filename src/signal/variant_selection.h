@@ -5,10 +5,10 @@
 
 #include <zta/ipp.h>
 
-/// One row of the rule: a mask that holds all of ui64Test selects the build of this index, and is widened by all that
-/// the row implies.
+/// One row of the rule: a mask that holds all of ui64Required selects the build of this index, and is widened by all
+/// that the row implies.
 struct SZtaFeatureRule {
-    std::uint64_t ui64Test;
+    std::uint64_t ui64Required;
     std::uint32_t ulIndex;
     std::uint64_t ui64Implied;
 };
@@ -16,9 +16,9 @@ struct SZtaFeatureRule {
 // clang-format off
 
 /// The first row that holds decides.
-inline constexpr SZtaFeatureRule kasFeatureRules[] = {
-    {kui64ZtaAvx512Wide, 6, 0x73081DF},
-    {kui64ZtaAvx512Many, 5, 0x0F081DF},
+inline constexpr SZtaFeatureRule kFeatureRules[] = {
+    {kAvx512BwDqVlFeatures, 6, 0x73081DF},
+    {kAvx512ErPfFeatures, 5, 0x0F081DF},
     {keZtaFeatureAvx2,   4, 0x00081DF},
     {keZtaFeatureAvx,    3, 0x00001DF},
     {keZtaFeatureSse42,  2, 0x00000DF},
@@ -39,17 +39,17 @@ struct SZtaSelection {
 };
 
 /// Bits that no feature has. Bit 63 is a command of ippSetCpuFeatures.
-inline constexpr std::uint64_t kui64UnknownFeatures = 0x7FFFFFE000000000;
+inline constexpr std::uint64_t kUnknownFeatures = 0x7FFFFFE000000000;
 
 /// Features that take the wide registers, which are the operating system's to give.
-inline constexpr std::uint64_t kui64AvxFeatures = keZtaFeatureAvx | keZtaFeatureAvx2;
-inline constexpr std::uint64_t kui64Avx512Features = 0xC6FF00000;
+inline constexpr std::uint64_t kAvxFeatures = keZtaFeatureAvx | keZtaFeatureAvx2;
+inline constexpr std::uint64_t kAvx512Features = 0xC6FF00000;
 
 /// Applies the rule to a mask that has been checked.
-constexpr SZtaSelection ZtaSelectBuild(std::uint64_t ui64Mask) noexcept
+constexpr SZtaSelection ZtaSelectVariant(std::uint64_t ui64Mask) noexcept
 {
-    for (const SZtaFeatureRule& rsRule : kasFeatureRules) {
-        if ((ui64Mask & rsRule.ui64Test) == rsRule.ui64Test) {
+    for (const SZtaFeatureRule& rsRule : kFeatureRules) {
+        if ((ui64Mask & rsRule.ui64Required) == rsRule.ui64Required) {
             const bool bComplete = (ui64Mask & rsRule.ui64Implied) == rsRule.ui64Implied;
             return {ui64Mask | rsRule.ui64Implied, rsRule.ulIndex, bComplete ? ippStsNoErr : ippStsFeaturesCombination};
         }
@@ -64,15 +64,15 @@ constexpr SZtaSelection ZtaSelectBuild(std::uint64_t ui64Mask) noexcept
 constexpr IppStatus ZtaCheckFeatures(std::uint64_t& rui64Mask, std::uint64_t ui64Detected) noexcept
 {
     IppStatus eStatus = ippStsNoErr;
-    if ((rui64Mask & kui64UnknownFeatures) != 0) {
+    if ((rui64Mask & kUnknownFeatures) != 0) {
         eStatus = ippStsUnknownFeature;
     }
-    if ((rui64Mask & kui64AvxFeatures) != 0 && (ui64Detected & keZtaFeatureAvxEnabled) == 0) {
-        rui64Mask &= ~kui64AvxFeatures;
+    if ((rui64Mask & kAvxFeatures) != 0 && (ui64Detected & keZtaFeatureAvxEnabled) == 0) {
+        rui64Mask &= ~kAvxFeatures;
         eStatus = ippStsFeatureNotSupported;
     }
-    if ((rui64Mask & kui64Avx512Features) != 0 && (ui64Detected & keZtaFeatureAvx512Enabled) == 0) {
-        rui64Mask &= ~kui64Avx512Features;
+    if ((rui64Mask & kAvx512Features) != 0 && (ui64Detected & keZtaFeatureAvx512Enabled) == 0) {
+        rui64Mask &= ~kAvx512Features;
         eStatus = ippStsFeatureNotSupported;
     }
     if ((rui64Mask & ~ui64Detected) != 0) {

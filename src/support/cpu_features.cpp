@@ -5,7 +5,7 @@
 namespace {
 
 template <class Word, class... Bits>
-constexpr bool All(Word word, Bits... bits)
+constexpr bool HasAllBits(Word word, Bits... bits)
 {
     return (((word >> bits) & 1) && ...);
 }
@@ -27,24 +27,24 @@ std::uint64_t ReadXcr0() noexcept
 
 } // namespace
 
-SZtaProcessorWords ZtaReadProcessorWords() noexcept
+SZtaCpuidLeaves ZtaReadCpuid() noexcept
 {
-    SZtaProcessorWords s{};
+    SZtaCpuidLeaves s{};
     s.sLeaf0 = ReadLeaf(0);
     s.sLeaf1 = ReadLeaf(1);
     s.sLeaf7 = ReadLeaf(7);
     s.sLeaf80000000 = ReadLeaf(0x80000000);
     s.sLeaf80000001 = ReadLeaf(0x80000001);
-    if (All(s.sLeaf1.ulEcx, 27)) { // the instruction faults otherwise
+    if (HasAllBits(s.sLeaf1.ulEcx, 27)) { // the instruction faults otherwise
         s.ui64Xcr0 = ReadXcr0();
     }
     return s;
 }
 
-std::uint64_t ZtaFeaturesOfProcessor(const SZtaProcessorWords& rsWords) noexcept
+std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsWords) noexcept
 {
     // A leaf that does not exist answers with the words of another.
-    SZtaProcessorWords s = rsWords;
+    SZtaCpuidLeaves s = rsWords;
     if (s.sLeaf0.ulEax < 7) {
         s.sLeaf7 = {};
     }
@@ -53,8 +53,8 @@ std::uint64_t ZtaFeaturesOfProcessor(const SZtaProcessorWords& rsWords) noexcept
     }
 
     std::uint64_t ui64Features = 0;
-#define ZTA_FEATURE_ROW(bit, name, condition) ui64Features |= (condition) ? keZtaFeature##name : std::uint64_t{0};
-    ZTA_PROCESSOR_FEATURE_LIST(ZTA_FEATURE_ROW)
-#undef ZTA_FEATURE_ROW
+#define ZTA_FEATURE_ENTRY(bit, name, condition) ui64Features |= (condition) ? keZtaFeature##name : std::uint64_t{0};
+    ZTA_CPU_FEATURE_LIST(ZTA_FEATURE_ENTRY)
+#undef ZTA_FEATURE_ENTRY
     return ui64Features;
 }

@@ -13,32 +13,32 @@ namespace {
 /// whenever the module is loaded.
 struct STexts {
 // NOLINTNEXTLINE(bugprone-macro-parentheses): the name of a member
-#define ZTA_STATUS_ROW(code, name, sentence) wchar_t name[std::size(L"" #name ": " sentence)];
+#define ZTA_STATUS_ENTRY(code, name, sentence) wchar_t name[std::size(L"" #name ": " sentence)];
 #include <zta/status_codes.def>
 };
 
 constexpr std::array s_awcTexts = std::bit_cast<std::array<wchar_t, sizeof(STexts) / sizeof(wchar_t)>>(STexts{
-#define ZTA_STATUS_ROW(code, name, sentence) L"" #name ": " sentence,
+#define ZTA_STATUS_ENTRY(code, name, sentence) L"" #name ": " sentence,
 #include <zta/status_codes.def>
 });
 
-struct SRow {
+struct SStatusEntry {
     std::uint32_t uiCode;
     /// So many low bits of the code are a connector's number, which the text does not depend on.
     std::uint32_t uiConnectorBits;
     std::uint32_t uiText;
 };
 
-constexpr SRow s_asRows[] = {
-#define ZTA_STATUS_BLOCK(code, bits, name, sentence) {code, bits, offsetof(STexts, name) / sizeof(wchar_t)},
-#define ZTA_STATUS_ROW(code, name, sentence) ZTA_STATUS_BLOCK(code, 0, name, sentence)
+constexpr SStatusEntry s_asEntries[] = {
+#define ZTA_STATUS_RANGE(code, bits, name, sentence) {code, bits, offsetof(STexts, name) / sizeof(wchar_t)},
+#define ZTA_STATUS_ENTRY(code, name, sentence) ZTA_STATUS_RANGE(code, 0, name, sentence)
 #include <zta/status_codes.def>
 };
 
-constexpr bool EachCodeHasOneRow()
+constexpr bool HasAscendingUniqueCodes()
 {
     std::uint64_t ulFree = 0;
-    for (const SRow& sRow : s_asRows) {
+    for (const SStatusEntry& sRow : s_asEntries) {
         const std::uint64_t ulCodes = std::uint64_t{1} << sRow.uiConnectorBits;
         if (sRow.uiCode < ulFree || sRow.uiCode % ulCodes != 0) {
             return false;
@@ -48,58 +48,58 @@ constexpr bool EachCodeHasOneRow()
     return true;
 }
 
-static_assert(EachCodeHasOneRow(), "the lookup searches ascending rows");
+static_assert(HasAscendingUniqueCodes(), "the lookup searches ascending rows");
 
 /// Codes without a gap: those of consecutive rows, or a block's.
-struct SRun {
+struct SCodeRange {
     std::uint32_t uiFirst;
-    std::uint32_t uiCodes;
+    std::uint32_t uiCodeCount;
     std::uint32_t uiConnectorBits;
     std::uint32_t uiRow;
 };
 
-constexpr bool BeginsRun(std::size_t ulRow)
+constexpr bool StartsRange(std::size_t ulRow)
 {
-    return ulRow == 0 || s_asRows[ulRow].uiConnectorBits != 0 || s_asRows[ulRow - 1].uiConnectorBits != 0 ||
-           s_asRows[ulRow].uiCode != s_asRows[ulRow - 1].uiCode + 1;
+    return ulRow == 0 || s_asEntries[ulRow].uiConnectorBits != 0 || s_asEntries[ulRow - 1].uiConnectorBits != 0 ||
+           s_asEntries[ulRow].uiCode != s_asEntries[ulRow - 1].uiCode + 1;
 }
 
-constexpr std::size_t CountRuns()
+constexpr std::size_t CountRanges()
 {
     std::size_t ulRuns = 0;
-    for (std::size_t ulRow = 0; ulRow < std::size(s_asRows); ++ulRow) {
-        ulRuns += BeginsRun(ulRow) ? 1 : 0;
+    for (std::size_t ulRow = 0; ulRow < std::size(s_asEntries); ++ulRow) {
+        ulRuns += StartsRange(ulRow) ? 1 : 0;
     }
     return ulRuns;
 }
 
-constexpr std::array<SRun, CountRuns()> FindRuns()
+constexpr std::array<SCodeRange, CountRanges()> FindRanges()
 {
-    std::array<SRun, CountRuns()> asRuns{};
+    std::array<SCodeRange, CountRanges()> asRuns{};
     std::size_t ulRuns = 0;
-    for (std::size_t ulRow = 0; ulRow < std::size(s_asRows); ++ulRow) {
-        const SRow& sRow = s_asRows[ulRow];
-        if (BeginsRun(ulRow)) {
+    for (std::size_t ulRow = 0; ulRow < std::size(s_asEntries); ++ulRow) {
+        const SStatusEntry& sRow = s_asEntries[ulRow];
+        if (StartsRange(ulRow)) {
             asRuns[ulRuns++] = {sRow.uiCode, 0, sRow.uiConnectorBits, static_cast<std::uint32_t>(ulRow)};
         }
-        asRuns[ulRuns - 1].uiCodes += std::uint32_t{1} << sRow.uiConnectorBits;
+        asRuns[ulRuns - 1].uiCodeCount += std::uint32_t{1} << sRow.uiConnectorBits;
     }
     return asRuns;
 }
 
-constexpr std::array s_asRuns = FindRuns();
-static_assert(s_asRuns.front().uiFirst == 0, "every code has a run at or below it");
+constexpr std::array s_asRanges = FindRanges();
+static_assert(s_asRanges.front().uiFirst == 0, "every code has a run at or below it");
 
 } // namespace
 
 extern "C" const wchar_t* ztErrorToString(int iCode)
 {
     const std::uint32_t uiCode = static_cast<std::uint32_t>(iCode);
-    const auto LiesBelow = [](std::uint32_t uiSought, const SRun& sRun) { return uiSought < sRun.uiFirst; };
-    const SRun& sRun = *std::prev(std::upper_bound(s_asRuns.begin(), s_asRuns.end(), uiCode, LiesBelow));
+    const auto LiesBelow = [](std::uint32_t uiSought, const SCodeRange& sRun) { return uiSought < sRun.uiFirst; };
+    const SCodeRange& sRun = *std::prev(std::upper_bound(s_asRanges.begin(), s_asRanges.end(), uiCode, LiesBelow));
     const std::uint32_t uiPlace = uiCode - sRun.uiFirst;
-    if (uiPlace >= sRun.uiCodes) {
+    if (uiPlace >= sRun.uiCodeCount) {
         return L"Unknown error";
     }
-    return &s_awcTexts[s_asRows[sRun.uiRow + (uiPlace >> sRun.uiConnectorBits)].uiText];
+    return &s_awcTexts[s_asEntries[sRun.uiRow + (uiPlace >> sRun.uiConnectorBits)].uiText];
 }

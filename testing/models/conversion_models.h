@@ -39,7 +39,7 @@ inline float Quotient(float value, double divisor)
 }
 
 /// Towards zero, 0x80000000 for what does not fit.
-inline std::uint32_t Truncated(float product)
+inline std::uint32_t TruncateToInt32(float product)
 {
     if (std::isnan(product) || std::fabs(static_cast<double>(product)) >= 2147483648.0) {
         return 0x80000000;
@@ -75,14 +75,14 @@ inline void Convert24To32f(const std::uint8_t* in, std::uint8_t* out)
 
 inline void Convert32fTo16(const std::uint8_t* in, std::uint8_t* out)
 {
-    const std::uint32_t word = Truncated(Float(in) * 32767.0f);
+    const std::uint32_t word = TruncateToInt32(Float(in) * 32767.0f);
     out[0] = static_cast<std::uint8_t>(word % 256);
     out[1] = static_cast<std::uint8_t>(word / 256 % 256);
 }
 
 inline void Convert32fTo24(const std::uint8_t* in, std::uint8_t* out)
 {
-    SetWord(out, Truncated(Float(in) * 2147483648.0f));
+    SetWord(out, TruncateToInt32(Float(in) * 2147483648.0f));
 }
 
 inline void Convert24To32(const std::uint8_t* in, std::uint8_t* out)
@@ -93,7 +93,7 @@ inline void Convert24To32(const std::uint8_t* in, std::uint8_t* out)
     out[3] = in[2];
 }
 
-inline void Convert24To32LowAligned(const std::uint8_t* in, std::uint8_t* out)
+inline void Convert24To32LsbAligned(const std::uint8_t* in, std::uint8_t* out)
 {
     out[0] = in[0];
     out[1] = in[1];
@@ -108,7 +108,7 @@ inline void Convert32To24(const std::uint8_t* in, std::uint8_t* out)
     out[2] = in[3];
 }
 
-inline void Convert32To24LowAligned(const std::uint8_t* in, std::uint8_t* out)
+inline void Convert32To24LsbAligned(const std::uint8_t* in, std::uint8_t* out)
 {
     out[0] = in[3];
     out[1] = in[2];
@@ -123,7 +123,7 @@ inline void Convert16To32(const std::uint8_t* in, std::uint8_t* out)
     out[3] = in[1];
 }
 
-inline void Convert16To32LowAligned(const std::uint8_t* in, std::uint8_t* out)
+inline void Convert16To32LsbAligned(const std::uint8_t* in, std::uint8_t* out)
 {
     out[0] = in[0];
     out[1] = in[1];

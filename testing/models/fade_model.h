@@ -19,28 +19,28 @@ inline std::int64_t FadeGain(std::int64_t fullScale, std::size_t entry)
 
 inline std::int64_t Low32(std::int64_t value)
 {
-    return value - FloorOfQuotient(value, std::int64_t{1} << 32) * (std::int64_t{1} << 32);
+    return value - FloorDivide(value, std::int64_t{1} << 32) * (std::int64_t{1} << 32);
 }
 
-enum class FadeLaw { Each16, Stereo16, Each24, Mux24 };
+enum class FadeOp { Int16, Stereo16, Int24In32, Mux24 };
 
 inline std::int16_t FadedSample16(std::int16_t sample, std::int64_t gain)
 {
-    return static_cast<std::int16_t>(FloorOfQuotient(sample * gain, 32768));
+    return static_cast<std::int16_t>(FloorDivide(sample * gain, 32768));
 }
 
 inline std::uint32_t FadedWord24(std::uint32_t word, std::int64_t gain)
 {
     const std::int64_t product = static_cast<std::int32_t>(word) * gain;
-    return static_cast<std::uint32_t>(Low32(FloorOfQuotient(product, std::int64_t{1} << 32) * 2));
+    return static_cast<std::uint32_t>(Low32(FloorDivide(product, std::int64_t{1} << 32) * 2));
 }
 
 inline std::uint32_t FadedMuxWord24(std::uint32_t word, std::int64_t gain)
 {
     const std::int64_t value = static_cast<std::int32_t>(word);
-    const std::int64_t high = FloorOfQuotient(value, 65536);
+    const std::int64_t high = FloorDivide(value, 65536);
     const std::int64_t low = value - high * 65536;
-    return static_cast<std::uint32_t>(Low32((high * gain + FloorOfQuotient((low / 2) * gain, 32768)) * 2));
+    return static_cast<std::uint32_t>(Low32((high * gain + FloorDivide((low / 2) * gain, 32768)) * 2));
 }
 
 template <class T>
@@ -58,16 +58,16 @@ void Write(std::uint8_t* bytes, T value)
 }
 
 /// One frame of `channels` samples, with the gain of a table's entry.
-inline void FadeFrame(FadeLaw law, std::size_t channels, std::uint8_t* frame, std::size_t entry)
+inline void FadeFrame(FadeOp law, std::size_t channels, std::uint8_t* frame, std::size_t entry)
 {
-    const std::int64_t gain = FadeGain(law == FadeLaw::Each24 ? 2147483647 : 32767, entry);
+    const std::int64_t gain = FadeGain(law == FadeOp::Int24In32 ? 2147483647 : 32767, entry);
     for (std::size_t channel = 0; channel < channels; ++channel) {
-        std::uint8_t* const at = frame + channel * (law == FadeLaw::Each16 || law == FadeLaw::Stereo16 ? 2 : 4);
+        std::uint8_t* const at = frame + channel * (law == FadeOp::Int16 || law == FadeOp::Stereo16 ? 2 : 4);
         switch (law) {
-        case FadeLaw::Each16:
+        case FadeOp::Int16:
             Write(at, FadedSample16(Read<std::int16_t>(at), gain));
             break;
-        case FadeLaw::Stereo16: {
+        case FadeOp::Stereo16: {
             // Right before left, since a right sample looks at its left one as it was.
             if (channel == 0) {
                 const auto left = Read<std::int16_t>(at);
@@ -77,10 +77,10 @@ inline void FadeFrame(FadeLaw law, std::size_t channels, std::uint8_t* frame, st
             }
             break;
         }
-        case FadeLaw::Each24:
+        case FadeOp::Int24In32:
             Write(at, FadedWord24(Read<std::uint32_t>(at), gain));
             break;
-        case FadeLaw::Mux24:
+        case FadeOp::Mux24:
             Write(at, FadedMuxWord24(Read<std::uint32_t>(at), gain));
             break;
         }

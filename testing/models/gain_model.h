@@ -9,7 +9,7 @@
 /// The gain ramp of a volume and the scaling of one 24-in-32 sample by it, in wide integers and without shifts.
 namespace models {
 
-inline std::int64_t FloorOfQuotient(std::int64_t value, std::int64_t divisor)
+inline std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor)
 {
     const std::int64_t quotient = value / divisor;
     return value % divisor < 0 ? quotient - 1 : quotient;
@@ -18,8 +18,8 @@ inline std::int64_t FloorOfQuotient(std::int64_t value, std::int64_t divisor)
 /// The word at a gain with 12 fraction bits, limited to 24 bits.
 inline std::uint32_t Scaled(std::uint32_t word, std::int64_t gain)
 {
-    const std::int64_t value = FloorOfQuotient(static_cast<std::int32_t>(word), 16);
-    const std::int64_t high = FloorOfQuotient(value, 65536);
+    const std::int64_t value = FloorDivide(static_cast<std::int32_t>(word), 16);
+    const std::int64_t high = FloorDivide(value, 65536);
     const std::int64_t low = value - high * 65536;
     std::int64_t product = high * gain + low / 2 * gain / 32768;
     product = product > 8388607 ? 8388607 : product;
@@ -28,7 +28,7 @@ inline std::uint32_t Scaled(std::uint32_t word, std::int64_t gain)
 }
 
 /// What a gain of 8.0 is replaced by: the largest that fits its multiplier.
-inline float BelowEight(float gain)
+inline float LargestGainBelow8(float gain)
 {
     float replacement;
     const std::uint32_t bits = 0x40FFFF2E;
@@ -39,8 +39,8 @@ inline float BelowEight(float gain)
 /// The gain of a frame, as the multiplier; every operation rounds to single precision.
 inline std::int64_t RampGain(const SZtAudioMonoVolumeInfo& record, std::size_t frame, std::size_t frames)
 {
-    const volatile float start = BelowEight(record.fStartVolume);
-    const volatile float rise = BelowEight(record.fEndVolume) - start;
+    const volatile float start = LargestGainBelow8(record.fStartVolume);
+    const volatile float rise = LargestGainBelow8(record.fEndVolume) - start;
     const volatile float perFrame = rise / static_cast<float>(frames);
     const volatile float gain = start * 4096.0f;
     const volatile float step = perFrame * 4096.0f;

@@ -29,7 +29,7 @@ double BesselI0(double x)
     }
 }
 
-std::int16_t RoundToWord(double value)
+std::int16_t RoundToInt16(double value)
 {
     return static_cast<std::int16_t>(std::trunc(value > 0.0 ? value + 0.5 : value - 0.5));
 }
@@ -125,7 +125,7 @@ std::vector<std::int16_t> Steps(const BlockLayout& layout)
 bool IsRoundedTap(std::int16_t tap, double value)
 {
     const double scaled = value * 16384.0;
-    return tap == RoundToWord(scaled) || tap == RoundToWord(scaled + 1e-9) || tap == RoundToWord(scaled - 1e-9);
+    return tap == RoundToInt16(scaled) || tap == RoundToInt16(scaled + 1e-9) || tap == RoundToInt16(scaled - 1e-9);
 }
 
 bool IsRoundedTap(float tap, double value)
@@ -142,7 +142,7 @@ BlockHead HeadOf(const void* block)
     return head;
 }
 
-RunResult Run(const std::int16_t* source, int len, float norm, double time, const void* block, bool sumsInFloat)
+ResampleResult Run(const std::int16_t* source, int len, float norm, double time, const void* block, bool sumsInFloat)
 {
     const BlockHead head = HeadOf(block);
     const std::int64_t outRate = head.outRate;
@@ -153,7 +153,7 @@ RunResult Run(const std::int16_t* source, int len, float norm, double time, cons
     // NOLINTNEXTLINE(bugprone-incorrect-roundings): the law of the phase adds a half and cuts off
     const auto phase = static_cast<std::int64_t>(head.outRate * fraction + 0.5);
 
-    RunResult result;
+    ResampleResult result;
     std::int64_t now = whole * outRate + phase;
     for (; now < (whole + len) * outRate; now += head.inRate) {
         const std::int64_t row = now % outRate;

@@ -64,13 +64,13 @@ struct BlockHead {
 /// Reads the head of a block, or of whatever else looks like one.
 BlockHead HeadOf(const void* block);
 
-struct RunResult {
+struct ResampleResult {
     std::vector<std::int16_t> samples;
     std::vector<bool> unsure; ///< where the last bits of a sum of floats decide
     double time;
 };
 
 /// `sumsInFloat`: sums of single-precision products are rounded to float, and no product is exempt from that.
-RunResult Run(const std::int16_t* source, int len, float norm, double time, const void* block, bool sumsInFloat);
+ResampleResult Run(const std::int16_t* source, int len, float norm, double time, const void* block, bool sumsInFloat);
 
 } // namespace models

@@ -36,9 +36,9 @@ void Race(Body body)
 
 int BuildOfThisProcessor()
 {
-    std::uint64_t mask = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    std::uint64_t mask = ZtaDetectCpuFeatures(ZtaReadCpuid());
     ZtaCheckFeatures(mask, mask);
-    return static_cast<int>(ZtaSelectBuild(mask).ulIndex);
+    return static_cast<int>(ZtaSelectVariant(mask).ulIndex);
 }
 
 TEST(DispatchRace, FirstCallsOnManyThreadsAllWork)
@@ -69,7 +69,7 @@ TEST(DispatchRace, FirstCallsOnManyThreadsReachOneBuild)
         std::vector<int> reached(threadCount);
         Race([&reached](int i) {
             ippsSet_16s(0, nullptr, 0);
-            reached[static_cast<std::size_t>(i)] = reachedBuild;
+            reached[static_cast<std::size_t>(i)] = calledVariant;
         });
         EXPECT_EQ(std::count(reached.begin(), reached.end(), BuildOfThisProcessor()), threadCount);
     });
@@ -80,7 +80,7 @@ TEST(DispatchRace, FirstUsesOfTheLoopsOnManyThreadsAgree)
     InFreshProcess([] {
         std::vector<const SZtaSampleLoops*> chosen(threadCount);
         Race([&chosen](int i) { chosen[static_cast<std::size_t>(i)] = &ZtaActiveLoops(); });
-        const SZtaSampleLoops& expected = ZtaChooseLoops(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()));
+        const SZtaSampleLoops& expected = ZtaBestLoops(ZtaDetectCpuFeatures(ZtaReadCpuid()));
         EXPECT_EQ(std::count(chosen.begin(), chosen.end(), &expected), threadCount);
     });
 }
@@ -99,7 +99,7 @@ TEST(DispatchRace, SelectingTheSameBuildAgainIsSeenByNobody)
                 }
                 for (int call = 0; call < 50; ++call) {
                     ippsSet_16s(0, nullptr, 0);
-                    missed += reachedBuild != expected ? 1 : 0;
+                    missed += calledVariant != expected ? 1 : 0;
                 }
             }
         });

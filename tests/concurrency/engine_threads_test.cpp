@@ -40,13 +40,13 @@ std::vector<Bytes> Contents(const Scenario& scenario)
 TEST(EngineThreads, EnginesOnManyThreadsDoNotDisturbEachOther)
 {
     auto hostEngine = host::HostEngine::Create();
-    std::vector<ScenarioRow> rows;
+    std::vector<ScenarioCase> rows;
     std::copy_if(Scenarios().begin(), Scenarios().end(), std::back_inserter(rows),
-                 [](const ScenarioRow& row) { return !row.leavesReference; });
+                 [](const ScenarioCase& row) { return !row.leaksReference; });
     std::vector<std::vector<Bytes>> expected;
     {
         auto engine = CreateEngine(*hostEngine);
-        for (const ScenarioRow& row : rows) {
+        for (const ScenarioCase& row : rows) {
             const Scenario scenario = row.make(MakePlainBuffer);
             RunAnnounced(scenario, *engine);
             expected.push_back(Contents(scenario));

@@ -154,7 +154,7 @@ TEST(ModuleFile, HasNoAddressOfAnErrorTextToAdjust)
 {
     SKIP_IF_INSTRUMENTED();
     const std::vector<const wchar_t*> texts = {
-#define ZTA_STATUS_ROW(code, name, sentence) ztErrorToString(static_cast<int>(code)),
+#define ZTA_STATUS_ENTRY(code, name, sentence) ztErrorToString(static_cast<int>(code)),
 #include <zta/status_codes.def>
     };
     const auto [first, last] = std::minmax_element(texts.begin(), texts.end(), std::less<>());

@@ -29,7 +29,7 @@ std::uint32_t To32f(std::uint32_t word)
 }
 
 /// Towards zero, and 0x80000000 for what does not fit: as models::Truncated, in a form that compilers make vectors of.
-std::uint32_t Truncated(float product)
+std::uint32_t TruncateToInt32(float product)
 {
     const bool fits = product >= -2147483648.0f && product < 2147483648.0f;
     return fits ? static_cast<std::uint32_t>(static_cast<std::int64_t>(product)) : 0x80000000;
@@ -37,19 +37,19 @@ std::uint32_t Truncated(float product)
 
 std::uint32_t To16(std::uint32_t word)
 {
-    return Truncated(std::bit_cast<float>(word) * 32767.0f) & 0xFFFF;
+    return TruncateToInt32(std::bit_cast<float>(word) * 32767.0f) & 0xFFFF;
 }
 
 std::uint32_t To24(std::uint32_t word)
 {
-    return Truncated(std::bit_cast<float>(word) * 2147483648.0f);
+    return TruncateToInt32(std::bit_cast<float>(word) * 2147483648.0f);
 }
 
 /// Compares all targets with the law. Output words are compared as they stand in memory.
 template <class Output, class Law>
 void GoThroughAllWords(ZtaConversion SZtaSampleLoops::*loop, Law law)
 {
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     std::vector<std::uint32_t> words(kStretch);
     std::vector<Output> expected(kStretch);
     std::vector<Output> actual(kStretch);
@@ -61,8 +61,8 @@ void GoThroughAllWords(ZtaConversion SZtaSampleLoops::*loop, Law law)
         for (std::uint32_t i = 0; i < kStretch; ++i) {
             expected[i] = static_cast<Output>(law(words[i]));
         }
-        for (const SZtaLoopTarget& target : g_asLoopTargets) {
-            if (!target.RunsWith(features)) {
+        for (const SZtaLoopVariant& target : kLoopVariants) {
+            if (!target.IsSupported(features)) {
                 continue;
             }
             (target.psLoops->*loop)(words.data(), actual.data(), kStretch);
@@ -96,11 +96,11 @@ TEST(AllWords, AsFloatsBecomeTheTruncated32BitProduct)
 TEST(AllWords, AreTruncatedByTheModelsLaw)
 {
     for (const float value : {0.0f, 0.99f, 1.5f, 65536.5f, 2147483520.0f, 2147483648.0f, 1e30f}) {
-        EXPECT_EQ(Truncated(value), models::Truncated(value));
-        EXPECT_EQ(Truncated(-value), models::Truncated(-value));
+        EXPECT_EQ(TruncateToInt32(value), models::TruncateToInt32(value));
+        EXPECT_EQ(TruncateToInt32(-value), models::TruncateToInt32(-value));
     }
     const float nan = std::bit_cast<float>(0x7FC00000u);
-    EXPECT_EQ(Truncated(nan), models::Truncated(nan));
+    EXPECT_EQ(TruncateToInt32(nan), models::TruncateToInt32(nan));
 }
 
 } // namespace

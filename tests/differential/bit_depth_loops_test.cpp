@@ -1,8 +1,8 @@
 // Every conversion loop of every instruction set that this processor runs, against the plain models of the tests.
 
 #include "kernels/loops/loops.h"
-#include "testing/models/conversion_models.h"
 #include "testing/guarded_buffer.h"
+#include "testing/models/conversion_models.h"
 
 #include <gtest/gtest.h>
 
@@ -29,9 +29,9 @@ struct Conversion {
 };
 
 constexpr Conversion kConversions[] = {
-#define ZTA_TEST_ROW(name, in, out, law) {#name, in, out, &SZtaSampleLoops::pfn##name, &models::Convert##name},
-    ZTA_CONVERSION_LIST(ZTA_TEST_ROW)
-#undef ZTA_TEST_ROW
+#define ZTA_TEST_ENTRY(name, in, out, law) {#name, in, out, &SZtaSampleLoops::pfn##name, &models::Convert##name},
+    ZTA_CONVERSION_LIST(ZTA_TEST_ENTRY)
+#undef ZTA_TEST_ENTRY
 };
 
 constexpr std::size_t kMaxSamples = 300;
@@ -104,7 +104,7 @@ class ConversionLoop : public testing::TestWithParam<std::tuple<std::size_t, std
 protected:
     void SetUp() override
     {
-        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
             GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
         }
         loop_ = target_.psLoops->*conversion_.loop;
@@ -166,7 +166,7 @@ protected:
                       << at % conversion_.out << ": expected " << int{expected[at]} << ", got " << int{result[at]};
     }
 
-    const SZtaLoopTarget& target_ = g_asLoopTargets[std::get<0>(GetParam())];
+    const SZtaLoopVariant& target_ = kLoopVariants[std::get<0>(GetParam())];
     const Conversion& conversion_ = kConversions[std::get<1>(GetParam())];
     ZtaConversion loop_ = nullptr;
     std::mt19937 random_;
@@ -347,11 +347,11 @@ std::vector<std::size_t> ConversionsWhere(bool (*chosen)(const Conversion&))
 
 std::string Name(const testing::TestParamInfo<std::tuple<std::size_t, std::size_t>>& param)
 {
-    return std::string(g_asLoopTargets[std::get<0>(param.param)].psLoops->pszName) + "_" +
+    return std::string(kLoopVariants[std::get<0>(param.param)].psLoops->pszName) + "_" +
            kConversions[std::get<1>(param.param)].name;
 }
 
-const auto kAllTargets = testing::Range(std::size_t{0}, std::size(g_asLoopTargets));
+const auto kAllTargets = testing::Range(std::size_t{0}, std::size(kLoopVariants));
 
 INSTANTIATE_TEST_SUITE_P(All, ConversionLoop,
                          testing::Combine(kAllTargets,
@@ -368,11 +368,11 @@ TEST(ConversionLoops, DivideEveryMantissaToTheNearestFloat)
 {
     constexpr std::uint32_t kMantissas = 1u << 23;
     constexpr std::uint32_t kChunk = 1u << 16;
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     std::vector<std::int32_t> words(kChunk);
     std::vector<float> quotients(kChunk);
-    for (const SZtaLoopTarget& target : g_asLoopTargets) {
-        if (!target.RunsWith(features)) {
+    for (const SZtaLoopVariant& target : kLoopVariants) {
+        if (!target.IsSupported(features)) {
             std::cout << "skipped " << target.psLoops->pszName << "\n";
             continue;
         }

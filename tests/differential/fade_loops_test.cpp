@@ -26,7 +26,7 @@ std::int64_t Floor(std::int64_t value, std::int64_t divisor)
 
 // What a word becomes. Results of more bits than the word's lose the upper ones.
 
-struct Sample16Model {
+struct Int16Model {
     static constexpr std::int64_t kMostGain = 65535;
 
     static std::uint16_t Apply(std::uint16_t word, std::uint16_t gain)
@@ -35,7 +35,7 @@ struct Sample16Model {
     }
 };
 
-struct StereoFrame16Model {
+struct StereoInt16Model {
     static constexpr std::int64_t kMostGain = 32767;
 
     static std::uint32_t Apply(std::uint32_t word, std::uint16_t gain)
@@ -43,11 +43,11 @@ struct StereoFrame16Model {
         const auto left = static_cast<std::uint16_t>(word % 65536);
         const auto right = static_cast<std::uint16_t>(word / 65536);
         const bool negative = left >= 32768 && gain != 0;
-        return Sample16Model::Apply(left, gain) | Sample16Model::Apply(right, gain) * 65536u | (negative ? 65536u : 0u);
+        return Int16Model::Apply(left, gain) | Int16Model::Apply(right, gain) * 65536u | (negative ? 65536u : 0u);
     }
 };
 
-struct Word24In32Model {
+struct Int24In32Model {
     static constexpr std::int64_t kMostGain = 0xFFFFFFFF;
 
     static std::uint32_t Apply(std::uint32_t word, std::uint32_t gain)
@@ -57,7 +57,7 @@ struct Word24In32Model {
     }
 };
 
-struct MuxWord24In32Model {
+struct MuxInt24In32Model {
     static constexpr std::int64_t kMostGain = 0xFFFFFFFF;
 
     static std::uint32_t Apply(std::uint32_t word, std::uint32_t gain)
@@ -166,16 +166,16 @@ class FadeLoop : public testing::TestWithParam<std::size_t> {
 protected:
     void SetUp() override
     {
-        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
             GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
         }
     }
 
-    const SZtaLoopTarget& target_ = g_asLoopTargets[GetParam()];
+    const SZtaLoopVariant& target_ = kLoopVariants[GetParam()];
 };
 
 // The tests of one law.
-#define ZTA_TEST_ROW(law, bytes, gains)                                                                                \
+#define ZTA_TEST_ENTRY(law, bytes, gains)                                                                              \
     TEST_P(FadeLoop, law##GivesTheModelsWordsAtEveryLengthAndReadsNoOtherGain)                                         \
     {                                                                                                                  \
         Fade<law##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##law).AtEveryLength();                  \
@@ -184,10 +184,10 @@ protected:
     {                                                                                                                  \
         Fade<law##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##law).AtEveryAlignment();               \
     }
-ZTA_FADE_LOOP_LIST(ZTA_TEST_ROW)
-#undef ZTA_TEST_ROW
+ZTA_FADE_LOOP_LIST(ZTA_TEST_ENTRY)
+#undef ZTA_TEST_ENTRY
 
-INSTANTIATE_TEST_SUITE_P(All, FadeLoop, testing::Range(std::size_t{0}, std::size(g_asLoopTargets)),
-                         [](const auto& param) { return std::string(g_asLoopTargets[param.param].psLoops->pszName); });
+INSTANTIATE_TEST_SUITE_P(All, FadeLoop, testing::Range(std::size_t{0}, std::size(kLoopVariants)),
+                         [](const auto& param) { return std::string(kLoopVariants[param.param].psLoops->pszName); });
 
 } // namespace

@@ -14,10 +14,10 @@ namespace {
 using models::BlockLayout;
 using models::FilterPlan;
 using models::TapKind;
-using zta::test::ExecutableSignalBuilds;
 using zta::test::FilterBlock;
 using zta::test::HintOf;
-using zta::test::SignalBuild;
+using zta::test::SignalVariant;
+using zta::test::SupportedSignalVariants;
 
 std::mt19937 Random()
 {
@@ -78,7 +78,7 @@ Output RunBy(decltype(&ippsResamplePolyphaseFixed_16s) run, const std::vector<st
 TEST(FilterVariants, BuildTheSameBlock)
 {
     std::mt19937 random = Random();
-    const std::vector<SignalBuild> builds = ExecutableSignalBuilds();
+    const std::vector<SignalVariant> builds = SupportedSignalVariants();
     for (int round = 0; round < 60; ++round) {
         const FilterPlan plan = RandomPlan(random);
         const BlockLayout layout(plan);
@@ -87,7 +87,7 @@ TEST(FilterVariants, BuildTheSameBlock)
         SCOPED_TRACE(testing::Message() << plan.inRate << " to " << plan.outRate << ", length " << plan.length);
         const FilterBlock block(static_cast<std::size_t>(layout.size));
         std::vector<std::uint8_t> first;
-        for (const SignalBuild& build : builds) {
+        for (const SignalVariant& build : builds) {
             std::memset(block.Bytes(), FilterBlock::kPoison, block.Size());
             ASSERT_EQ(build.ippsResamplePolyphaseFixedInit_16s(plan.inRate, plan.outRate, plan.length, rollOff, alpha,
                                                                block.Get(), HintOf(plan.kind)),
@@ -115,7 +115,7 @@ TEST(FilterVariants, BuildTheSameBlock)
 TEST(FilterVariants, RunAlike)
 {
     std::mt19937 random = Random();
-    const std::vector<SignalBuild> builds = ExecutableSignalBuilds();
+    const std::vector<SignalVariant> builds = SupportedSignalVariants();
     for (int round = 0; round < 400; ++round) {
         const FilterPlan plan = RandomPlan(random);
         const bool words = plan.kind == TapKind::Words;
@@ -136,9 +136,9 @@ TEST(FilterVariants, RunAlike)
         }
         const std::vector<std::int16_t> source =
             RandomSignal(random, static_cast<std::size_t>(len + 3 * half + plan.inRate / plan.outRate + 20));
-        for (const SignalBuild& build : builds) {
+        for (const SignalVariant& build : builds) {
             const bool early = std::string(build.prefix) == "m7" || std::string(build.prefix) == "n8";
-            const models::RunResult model = models::Run(source.data(), len, norm, time, filter.Get(), early);
+            const models::ResampleResult model = models::Run(source.data(), len, norm, time, filter.Get(), early);
             const Output output =
                 RunBy(build.ippsResamplePolyphaseFixed_16s, source, len, norm, time, filter, model.samples.size() + 2);
             ASSERT_EQ(output.status, ippStsNoErr);
@@ -159,7 +159,7 @@ TEST(FilterVariants, AreReachedThroughThePublicFunctions)
 {
     std::mt19937 random = Random();
     const std::vector<std::int16_t> source = RandomSignal(random, 1200);
-    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+    for (const SignalVariant& build : SupportedSignalVariants()) {
         const std::uint64_t takeMyWord = std::uint64_t{1} << 63;
         ippSetCpuFeatures(takeMyWord | build.features);
         for (const auto& [in, out] : {std::pair{44100, 48000}, std::pair{48000, 44100}}) {

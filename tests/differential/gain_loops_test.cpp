@@ -1,8 +1,8 @@
 // The loop of the gain ramps of every instruction set that this processor runs, against a model in wide integers.
 
 #include "kernels/loops/loops.h"
-#include "testing/models/gain_model.h"
 #include "testing/guarded_buffer.h"
+#include "testing/models/gain_model.h"
 
 #include <gtest/gtest.h>
 
@@ -39,7 +39,7 @@ class GainLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size
 protected:
     void SetUp() override
     {
-        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
             GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
         }
     }
@@ -90,7 +90,7 @@ protected:
         target_.psLoops->pfnApplyGainRamp(input, output, samples, &ramp);
     }
 
-    const SZtaLoopTarget& target_ = g_asLoopTargets[std::get<0>(GetParam())];
+    const SZtaLoopVariant& target_ = kLoopVariants[std::get<0>(GetParam())];
     const std::size_t groups_ = kGroupCounts[std::get<1>(GetParam())];
     std::mt19937 random_{28};
 };
@@ -249,10 +249,10 @@ TEST_P(GainLoop, MovesTheGainsAlongInTheBlockOfMoreThanTwoGroups)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, GainLoop,
-                         testing::Combine(testing::Range(std::size_t{0}, std::size(g_asLoopTargets)),
+                         testing::Combine(testing::Range(std::size_t{0}, std::size(kLoopVariants)),
                                           testing::Range(std::size_t{0}, std::size(kGroupCounts))),
                          [](const auto& param) {
-                             return std::string(g_asLoopTargets[std::get<0>(param.param)].psLoops->pszName) + "_" +
+                             return std::string(kLoopVariants[std::get<0>(param.param)].psLoops->pszName) + "_" +
                                     std::to_string(kGroupCounts[std::get<1>(param.param)]) + "groups";
                          });
 

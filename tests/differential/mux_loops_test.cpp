@@ -22,13 +22,13 @@ using Bytes = std::vector<std::uint8_t>;
 struct Element {
     std::size_t bytes;
     ZtaInterleave SZtaSampleLoops::*interleave;
-    ZtaSplit SZtaSampleLoops::*split;
+    ZtaDeinterleave SZtaSampleLoops::*split;
 };
 
 constexpr Element kElements[] = {
-#define ZTA_TEST_ROW(bytes) {bytes, &SZtaSampleLoops::pfnInterleave##bytes, &SZtaSampleLoops::pfnSplit##bytes},
-    ZTA_ELEMENT_LIST(ZTA_TEST_ROW)
-#undef ZTA_TEST_ROW
+#define ZTA_TEST_ENTRY(bytes) {bytes, &SZtaSampleLoops::pfnInterleave##bytes, &SZtaSampleLoops::pfnDeinterleave##bytes},
+    ZTA_ELEMENT_LIST(ZTA_TEST_ENTRY)
+#undef ZTA_TEST_ENTRY
 };
 
 constexpr std::size_t kMostStreams = 64;
@@ -90,7 +90,7 @@ class MuxLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_
 protected:
     void SetUp() override
     {
-        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
             GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
         }
         random_.seed(Seed());
@@ -155,7 +155,7 @@ protected:
         }
     }
 
-    const SZtaLoopTarget& target_ = g_asLoopTargets[std::get<0>(GetParam())];
+    const SZtaLoopVariant& target_ = kLoopVariants[std::get<0>(GetParam())];
     const Element& element_ = kElements[std::get<1>(GetParam())];
     std::mt19937 random_;
     std::vector<Bytes> samples_;
@@ -212,12 +212,12 @@ TEST_P(MuxLoop, MovesFromAndToAnyAlignment)
 
 std::string Name(const testing::TestParamInfo<std::tuple<std::size_t, std::size_t>>& param)
 {
-    return std::string(g_asLoopTargets[std::get<0>(param.param)].psLoops->pszName) + "_" +
+    return std::string(kLoopVariants[std::get<0>(param.param)].psLoops->pszName) + "_" +
            std::to_string(kElements[std::get<1>(param.param)].bytes) + "bytes";
 }
 
 INSTANTIATE_TEST_SUITE_P(All, MuxLoop,
-                         testing::Combine(testing::Range(std::size_t{0}, std::size(g_asLoopTargets)),
+                         testing::Combine(testing::Range(std::size_t{0}, std::size(kLoopVariants)),
                                           testing::Range(std::size_t{0}, std::size(kElements))),
                          Name);
 

@@ -23,20 +23,20 @@ using zta::test::MakeFilter;
 struct PreparingBuild {
     const char* prefix;
     std::uint64_t features;
-    decltype(&k0_ownPrepareRows_16s) prepare;
-    decltype(&k0_ownResamplePrepared_16s) run;
+    decltype(&k0_ownPackFilterBank_16s) prepare;
+    decltype(&k0_ownResamplePacked_16s) run;
 };
 
 constexpr PreparingBuild kBuilds[] = {
-#define ZTA_TEST_BUILD(argument, prefix, features)                                                                     \
-    {#prefix, (features), &prefix##_ownPrepareRows_16s, &prefix##_ownResamplePrepared_16s},
-    ZTA_IPP_VARIANT_LIST(ZTA_TEST_BUILD, )
-#undef ZTA_TEST_BUILD
+#define ZTA_TEST_VARIANT(argument, prefix, features)                                                                   \
+    {#prefix, (features), &prefix##_ownPackFilterBank_16s, &prefix##_ownResamplePacked_16s},
+    ZTA_IPP_VARIANT_LIST(ZTA_TEST_VARIANT, )
+#undef ZTA_TEST_VARIANT
 };
 
 std::vector<PreparingBuild> Executable()
 {
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     std::vector<PreparingBuild> executable;
     std::copy_if(std::begin(kBuilds), std::end(kBuilds), std::back_inserter(executable),
                  [features](const PreparingBuild& build) { return (features & build.features) == build.features; });
@@ -91,8 +91,8 @@ class PreparedRows : public testing::TestWithParam<PreparingBuild> {
 protected:
     /// With the samples that belong to the outputs between two pages that must not be touched, and the outputs right
     /// before one.
-    void ExpectTheSame(const FilterBlock& filter, const SZtaPreparedRows* rows, const std::vector<std::int16_t>& signal,
-                       int len, double time, float norm = 1.0f)
+    void ExpectTheSame(const FilterBlock& filter, const SZtaPackedFilterBank* rows,
+                       const std::vector<std::int16_t>& signal, int len, double time, float norm = 1.0f)
     {
         const Output expected = Expected(signal.data(), len, time, filter.Get(), norm);
         const auto count = static_cast<std::int64_t>(expected.samples.size());
@@ -119,7 +119,7 @@ protected:
     /// The builds for AVX2 and what came after it.
     static bool PreparesRows() { return (GetParam().features & keZtaFeatureAvx2) != 0; }
 
-    SZtaPreparedRows rows_;
+    SZtaPackedFilterBank rows_;
     GuardedBuffer source_{20000};
     GuardedBuffer destination_{20000};
 };
@@ -372,8 +372,8 @@ TEST_P(PreparedRows, GiveTheSameForEveryNorm)
         for (const float norm : {1.0f, -1.0f, 0.5f, 0.37f, 2.0f, 3.3f, 1000.0f, 8191.0f, 8192.0f, 8193.0f, 9000.0f,
                                  -8192.0f, -9000.0f, 60000.0f, 1e9f, -1e30f, 0.0f,
                                  std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()}) {
-            for (const SZtaPreparedRows* const rows :
-                 {static_cast<const SZtaPreparedRows*>(&rows_), static_cast<const SZtaPreparedRows*>(nullptr)}) {
+            for (const SZtaPackedFilterBank* const rows : {static_cast<const SZtaPackedFilterBank*>(&rows_),
+                                                           static_cast<const SZtaPackedFilterBank*>(nullptr)}) {
                 ExpectTheSame(filter, rows, noise, 1000, 17.25, norm);
                 ExpectTheSame(filter, rows, square, 1000, 17.25, norm);
             }

@@ -19,14 +19,15 @@ using Bytes = std::vector<std::uint8_t>;
 
 struct PairLoops {
     std::size_t bytes; ///< of a sample
-    ZtaInterleavePair SZtaSampleLoops::*interleave;
-    ZtaSplitPair SZtaSampleLoops::*split;
+    ZtaInterleaveStereo SZtaSampleLoops::*interleave;
+    ZtaDeinterleaveStereo SZtaSampleLoops::*split;
 };
 
 constexpr PairLoops kPairLoops[] = {
-#define ZTA_TEST_ROW(bytes) {bytes, &SZtaSampleLoops::pfnInterleavePair##bytes, &SZtaSampleLoops::pfnSplitPair##bytes},
-    ZTA_PAIR_LIST(ZTA_TEST_ROW)
-#undef ZTA_TEST_ROW
+#define ZTA_TEST_ENTRY(bytes)                                                                                          \
+    {bytes, &SZtaSampleLoops::pfnInterleaveStereo##bytes, &SZtaSampleLoops::pfnDeinterleaveStereo##bytes},
+    ZTA_STEREO_LIST(ZTA_TEST_ENTRY)
+#undef ZTA_TEST_ENTRY
 };
 
 constexpr std::size_t kMaxFrames = 300;
@@ -36,7 +37,7 @@ class PairLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size
 protected:
     void SetUp() override
     {
-        if (!target_.RunsWith(ZtaFeaturesOfProcessor(ZtaReadProcessorWords()))) {
+        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
             GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
         }
     }
@@ -85,7 +86,7 @@ protected:
         (target_.psLoops->*loops_.split)(stereo, left, right, frames);
     }
 
-    const SZtaLoopTarget& target_ = g_asLoopTargets[std::get<0>(GetParam())];
+    const SZtaLoopVariant& target_ = kLoopVariants[std::get<0>(GetParam())];
     const PairLoops& loops_ = kPairLoops[std::get<1>(GetParam())];
     const std::size_t bytes_ = loops_.bytes;
     std::mt19937 random_{27};
@@ -203,10 +204,10 @@ TEST_P(PairLoop, MovesLongBuffers)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, PairLoop,
-                         testing::Combine(testing::Range(std::size_t{0}, std::size(g_asLoopTargets)),
+                         testing::Combine(testing::Range(std::size_t{0}, std::size(kLoopVariants)),
                                           testing::Range(std::size_t{0}, std::size(kPairLoops))),
                          [](const auto& param) {
-                             return std::string(g_asLoopTargets[std::get<0>(param.param)].psLoops->pszName) + "_" +
+                             return std::string(kLoopVariants[std::get<0>(param.param)].psLoops->pszName) + "_" +
                                     std::to_string(kPairLoops[std::get<1>(param.param)].bytes) + "bytes";
                          });
 

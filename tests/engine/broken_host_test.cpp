@@ -11,7 +11,7 @@ using host::Pcm20In32;
 /// Refuses the query for its content, and hands out a reference all the same.
 class LyingBuffer : public RecordingBuffer {
 public:
-    static host::Ref<LyingBuffer> Create(Journal& journal)
+    static host::Ref<LyingBuffer> Create(CallLog& journal)
     {
         return host::Ref<LyingBuffer>::Adopt(new LyingBuffer(journal));
     }
@@ -23,7 +23,7 @@ public:
     }
 
 private:
-    explicit LyingBuffer(Journal& journal) : RecordingBuffer(journal, "liar", Pcm16(1), 200) {}
+    explicit LyingBuffer(CallLog& journal) : RecordingBuffer(journal, "liar", Pcm16(1), 200) {}
 };
 
 class BrokenHost : public EngineTest {};

@@ -311,7 +311,7 @@ TEST_F(Copy, BetweenRatesIsLeftToTheBitDepthKernelWhichRefuses)
 
 TEST(SixteenInThirtyTwoMultiFormat, IsTakenForWhatItIs)
 {
-    Journal journal;
+    CallLog journal;
     RecordingHost host(journal);
     auto engine = CreateEngine(host);
     auto& object = static_cast<CZtaAudioSamplesEngine&>(*engine);
@@ -350,7 +350,7 @@ TEST_F(Copy, IntoADestinationWithoutAContentSignalsNothing)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.FailEntry("destination.QueryInterface");
+    journal_.FailCallsTo("destination.QueryInterface");
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(journal_.Calls(), Calls{"destination.QueryInterface"});
     EXPECT_EQ(Run(nullptr, destination.Get()), ZT_E_INVALID_PARAMETER) << "the destination is looked at first";
@@ -372,7 +372,7 @@ TEST_F(Copy, OfASourceWithoutAContentGivesTheQuerysCodeAndNoReadSignal)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.FailEntry("source.QueryInterface", E_NOINTERFACE);
+    journal_.FailCallsTo("source.QueryInterface", E_NOINTERFACE);
     EXPECT_EQ(Run(source.Get(), destination.Get()), E_NOINTERFACE);
     EXPECT_EQ(journal_.Calls(), (Calls{"destination.QueryInterface", "source.QueryInterface",
                                        ErrorCall("destination", E_NOINTERFACE), "destination.SignalWriteCompletion"}));
@@ -430,9 +430,9 @@ TEST_F(Copy, WithAnUnreadableDescriptionIsAnInvalidParameter)
     for (const char* entry : {"source.GetAudioSamplesDescription", "destination.GetAudioSamplesDescription"}) {
         auto source = Make("source", Pcm16(1), 1);
         auto destination = Make("destination", Pcm16(1), 1);
-        journal_.FailEntry(entry);
+        journal_.FailCallsTo(entry);
         EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_INVALID_PARAMETER) << entry;
-        journal_.StopFailing();
+        journal_.ClearFaults();
         EXPECT_EQ(destination->ErrorCode(), ZT_E_INVALID_PARAMETER);
         ExpectSignalledOnce(*source, *destination);
         ExpectAtRest({source.Get(), destination.Get()});
@@ -444,9 +444,9 @@ TEST_F(Copy, WhoseRelabellingFailsGivesTheHostsCode)
     for (const char* entry : {"source.SetWaveFormat", "destination.SetWaveFormat"}) {
         auto source = Make("source", Pcm20In32(1), 1);
         auto destination = Make("destination", Pcm20In32(1), 1);
-        journal_.FailEntry(entry);
+        journal_.FailCallsTo(entry);
         EXPECT_EQ(Run(source.Get(), destination.Get()), kInjectedFailure) << entry;
-        journal_.StopFailing();
+        journal_.ClearFaults();
         ExpectSignalledOnce(*source, *destination);
     }
 }
@@ -692,13 +692,13 @@ TEST_F(Copy, OfAHostThatGivesNoAddressesReadsAsEmptyOrWithoutRoom)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.FailEntry("source.GetBufferAndLength");
+    journal_.FailCallsTo("source.GetBufferAndLength");
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
-    journal_.StopFailing();
+    journal_.ClearFaults();
     for (const char* entry : {"destination.GetBufferAndLength", "destination.GetBufferCapacity"}) {
-        journal_.FailEntry(entry);
+        journal_.FailCallsTo(entry);
         EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL) << entry;
-        journal_.StopFailing();
+        journal_.ClearFaults();
         destination->Release();
     }
     ExpectAtRest({source.Get(), destination.Get()});

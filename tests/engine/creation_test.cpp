@@ -17,12 +17,12 @@ host::Ref<IClassFactory> ModuleClassFactory()
 
 TEST(EngineCreation, AsksTheHostForThePoolInOrderWithOneRecord)
 {
-    Journal journal;
+    CallLog journal;
     RecordingHost host(journal);
     auto engine = CreateEngine(host);
 
-    ASSERT_EQ(host.Requests(), 131);
-    for (const SZtCreateAudioSamplesDescription& record : host.RequestRecords()) {
+    ASSERT_EQ(host.CreationCount(), 131);
+    for (const SZtCreateAudioSamplesDescription& record : host.CreationRequests()) {
         EXPECT_EQ(record.ulSize, 56U);
         EXPECT_EQ(record.ui64BufferSize, 192000U);
         EXPECT_EQ(record.ePolarity, 0U);
@@ -40,7 +40,7 @@ TEST(EngineCreation, ReleasesThePoolWithTheLastReference)
 {
     const int objectsBefore = g_i32Objects;
     const long buffersBefore = host::AudioBuffer::LiveCount();
-    Journal journal;
+    CallLog journal;
     RecordingHost host(journal);
     auto engine = CreateEngine(host);
     EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + 131);
@@ -58,7 +58,7 @@ TEST(EngineCreation, FailingAtAnyRequestStillHandsOutAnEngineWithWhatWasMade)
     const long buffersBefore = host::AudioBuffer::LiveCount();
     for (int n = 1; n <= 131; ++n) {
         SCOPED_TRACE(n);
-        Journal journal;
+        CallLog journal;
         RecordingHost host(journal);
         host.FailRequest(n);
         int status = 0;
@@ -66,7 +66,7 @@ TEST(EngineCreation, FailingAtAnyRequestStillHandsOutAnEngineWithWhatWasMade)
 
         EXPECT_EQ(status, kInjectedFailure);
         ASSERT_TRUE(engine);
-        EXPECT_EQ(host.Requests(), n) << "the first failure stops the creation";
+        EXPECT_EQ(host.CreationCount(), n) << "the first failure stops the creation";
         EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + n - 1) << "what was made stays";
         EXPECT_TRUE(SZtLayoutProbe::PoolIs(static_cast<CZtaAudioSamplesEngine&>(*engine), host.Buffers()));
 
@@ -78,7 +78,7 @@ TEST(EngineCreation, FailingAtAnyRequestStillHandsOutAnEngineWithWhatWasMade)
 
 TEST(EngineCreation, IgnoresTheReservedArgument)
 {
-    Journal journal;
+    CallLog journal;
     RecordingHost host(journal);
     void* pv = nullptr;
     ASSERT_EQ(ModuleClassFactory()->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &pv), 0);
@@ -105,7 +105,7 @@ TEST(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
         }
         unsigned long calls = 0;
     };
-    Journal journal;
+    CallLog journal;
     CountingHost host(journal);
     auto engine = CreateEngine(host);
     auto source = RecordingBuffer::Create(journal, "source", host::Pcm16(1), 64);
@@ -113,12 +113,12 @@ TEST(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
     EXPECT_EQ(engine->CopyAudioSamples(source.Get(), destination.Get()), 0);
     engine.Reset();
     EXPECT_EQ(host.calls, 0U);
-    EXPECT_EQ(host.Requests(), 131);
+    EXPECT_EQ(host.CreationCount(), 131);
 }
 
 TEST(EngineQuery, AnswersItsInterfaceAndIUnknownOnly)
 {
-    Journal journal;
+    CallLog journal;
     RecordingHost host(journal);
     auto engine = CreateEngine(host);
 

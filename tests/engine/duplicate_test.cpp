@@ -133,13 +133,13 @@ TEST_F(Duplicate, ReadsAHostThatGivesNoAddressesAsEmpty)
 {
     auto source = Make("source", Pcm16(1), 10);
     auto destination = Make("destination", Pcm16(1), 10);
-    journal_.FailEntry("source.GetBufferAndLength");
+    journal_.FailCallsTo("source.GetBufferAndLength");
     ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 0, *destination, 0, 4);
-    journal_.StopFailing();
+    journal_.ClearFaults();
     for (const char* entry : {"destination.GetBufferCapacity", "destination.GetBufferAndLength"}) {
-        journal_.FailEntry(entry);
+        journal_.FailCallsTo(entry);
         ExpectRefusedInTheWork(ZT_E_DESTINATION_BUFFER_TOO_SMALL, *source, 0, *destination, 0, 4);
-        journal_.StopFailing();
+        journal_.ClearFaults();
     }
 }
 
@@ -200,21 +200,21 @@ TEST_F(Duplicate, FailsItsEntryLikeACopy)
     EXPECT_EQ(Run(source.Get(), 0, nullptr, 0, 1), ZT_E_INVALID_POINTER);
     EXPECT_TRUE(journal_.Calls().empty());
 
-    journal_.FailEntry("destination.QueryInterface");
+    journal_.FailCallsTo("destination.QueryInterface");
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(journal_.Calls(), Calls{"destination.QueryInterface"});
-    journal_.StopFailing();
+    journal_.ClearFaults();
 
     EXPECT_EQ(Run(nullptr, 0, destination.Get(), 0, 1), ZT_E_INVALID_POINTER);
     EXPECT_EQ(destination->ErrorCode(), ZT_E_INVALID_POINTER);
-    journal_.FailEntry("source.QueryInterface");
+    journal_.FailCallsTo("source.QueryInterface");
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), kInjectedFailure);
     EXPECT_EQ(journal_.Count("source.SignalReadCompletion"), 0);
-    journal_.StopFailing();
+    journal_.ClearFaults();
     for (const char* entry : {"source.GetAudioSamplesDescription", "destination.GetAudioSamplesDescription"}) {
-        journal_.FailEntry(entry);
+        journal_.FailCallsTo(entry);
         EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_INVALID_PARAMETER);
-        journal_.StopFailing();
+        journal_.ClearFaults();
     }
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_MODULE_BUSY);
@@ -234,7 +234,7 @@ TEST_F(Duplicate, WhoseDescriptionOrSourceFailsInTheWorkerTellsTheDestinationOnl
         auto destination = Make("destination", Pcm16(1), 1);
         journal_.FailCall(call);
         EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), 0);
-        journal_.StopFailing();
+        journal_.ClearFaults();
         EXPECT_EQ(destination->ErrorCode(), kInjectedFailure);
         EXPECT_EQ(journal_.Count("destination.SetPolarity(0)"), 0);
     }
@@ -255,13 +255,13 @@ TEST_F(Duplicate, ReturnsWhatTheWriteSignalReturns)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.FailEntry("destination.SignalWriteCompletion", ZT_E_FAIL);
+    journal_.FailCallsTo("destination.SignalWriteCompletion", ZT_E_FAIL);
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_FAIL);
 }
 
 TEST(DuplicateOperands, AreKeptAlsoWhereABufferIsNull)
 {
-    Journal journal;
+    CallLog journal;
     RecordingHost host(journal);
     auto engine = CreateEngine(host);
     auto& object = static_cast<CZtaAudioSamplesEngine&>(*engine);

@@ -83,7 +83,7 @@ std::map<std::string, std::array<std::set<char>, kRoles>> RecordedCalls()
 {
     std::map<std::string, std::array<std::set<char>, kRoles>> calls;
     for (const auto& row : zta::test::Scenarios()) {
-        zta::test::Journal journal;
+        zta::test::CallLog journal;
         zta::test::RecordingHost host(journal);
         const auto engine = zta::test::CreateEngine(host);
         const Scenario scenario =

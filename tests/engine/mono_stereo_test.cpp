@@ -211,12 +211,12 @@ TEST_F(MonoToStereo, ChecksInOrderAndSignalsWhatItHasLookedAt)
     const auto expect = [&](int status, const Calls& calls) {
         EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), status);
         EXPECT_EQ(journal_.Calls(), calls);
-        journal_.StopFailing();
+        journal_.ClearFaults();
         ExpectAtRest({left.Get(), right.Get(), stereo.Get()});
     };
     EXPECT_EQ(Run(left.Get(), right.Get(), nullptr), ZT_E_INVALID_POINTER);
     EXPECT_TRUE(journal_.Calls().empty());
-    journal_.FailEntry("stereo.QueryInterface");
+    journal_.FailCallsTo("stereo.QueryInterface");
     expect(ZT_E_INVALID_PARAMETER, Calls{"stereo.QueryInterface"});
 
     for (const bool leftMissing : {false, true}) {
@@ -227,10 +227,10 @@ TEST_F(MonoToStereo, ChecksInOrderAndSignalsWhatItHasLookedAt)
             << "not even the input that was given gets a signal";
     }
 
-    journal_.FailEntry("left.QueryInterface");
+    journal_.FailCallsTo("left.QueryInterface");
     expect(kInjectedFailure, (Calls{"stereo.QueryInterface", "left.QueryInterface",
                                     ErrorCall("stereo", kInjectedFailure), "stereo.SignalWriteCompletion"}));
-    journal_.FailEntry("right.QueryInterface");
+    journal_.FailCallsTo("right.QueryInterface");
     expect(kInjectedFailure,
            (Calls{"stereo.QueryInterface", "left.QueryInterface", "left.GetErrorCode", "right.QueryInterface",
                   "left.SignalReadCompletion", ErrorCall("stereo", kInjectedFailure), "stereo.SignalWriteCompletion"}));
@@ -249,7 +249,7 @@ TEST_F(MonoToStereo, ChecksInOrderAndSignalsWhatItHasLookedAt)
 
     const Calls entry = Entry();
     for (std::size_t described = 6; described <= 8; ++described) {
-        journal_.FailEntry(entry[described - 1]);
+        journal_.FailCallsTo(entry[described - 1]);
         expect(ZT_E_INVALID_PARAMETER, Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) +
                                            Ending(ZT_E_INVALID_PARAMETER));
     }
@@ -295,9 +295,9 @@ TEST_F(MonoToStereo, RelabelsTwentyBitsOnAllThree)
             buffer->SetFormat(Pcm20In32(1));
         }
         stereo->SetFormat(Pcm20In32(2));
-        journal_.FailEntry(name);
+        journal_.FailCallsTo(name);
         EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), kInjectedFailure) << name;
-        journal_.StopFailing();
+        journal_.ClearFaults();
     }
 }
 
@@ -334,11 +334,11 @@ TEST_F(MonoToStereo, LogsTheSignalsButNotTheWork)
     for (const char* name :
          {"left.SignalReadCompletion", "right.SignalReadCompletion", "stereo.SignalWriteCompletion"}) {
         right->SetValidLength(4);
-        journal_.FailEntry(name);
+        journal_.FailCallsTo(name);
         LogRecorder::Clear();
         EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), 0) << "a signal's status is not the operation's";
         EXPECT_EQ(LogRecorder::Count(), 1U) << name;
-        journal_.StopFailing();
+        journal_.ClearFaults();
     }
 }
 
@@ -517,20 +517,20 @@ TEST_F(StereoToMono, ChecksInOrderAndSignalsWhatItHasLookedAt)
                             const Calls& calls) {
         EXPECT_EQ(Run(s, l, r), status);
         EXPECT_EQ(journal_.Calls(), calls);
-        journal_.StopFailing();
+        journal_.ClearFaults();
         ExpectAtRest({stereo.Get(), left.Get(), right.Get()});
     };
     expect(stereo.Get(), nullptr, nullptr, ZT_E_INVALID_POINTER, {});
     expect(stereo.Get(), left.Get(), nullptr, ZT_E_INVALID_POINTER,
            {"left.QueryInterface", ErrorCall("left", ZT_E_INVALID_POINTER), "left.SignalWriteCompletion"});
     EXPECT_EQ(left->ErrorCode(), ZT_E_INVALID_POINTER);
-    journal_.FailEntry("right.QueryInterface");
+    journal_.FailCallsTo("right.QueryInterface");
     expect(stereo.Get(), left.Get(), right.Get(), kInjectedFailure,
            {"left.QueryInterface", "right.QueryInterface", ErrorCall("left", kInjectedFailure),
             "left.SignalWriteCompletion"});
     expect(nullptr, left.Get(), right.Get(), ZT_E_INVALID_POINTER,
            (Calls{"left.QueryInterface", "right.QueryInterface"}) + OutputsEnding(ZT_E_INVALID_POINTER));
-    journal_.FailEntry("stereo.QueryInterface");
+    journal_.FailCallsTo("stereo.QueryInterface");
     expect(stereo.Get(), left.Get(), right.Get(), kInjectedFailure,
            (Calls{"left.QueryInterface", "right.QueryInterface", "stereo.QueryInterface"}) +
                OutputsEnding(kInjectedFailure));
@@ -543,7 +543,7 @@ TEST_F(StereoToMono, ChecksInOrderAndSignalsWhatItHasLookedAt)
 
     const Calls entry = Entry();
     for (std::size_t described = 5; described <= 7; ++described) {
-        journal_.FailEntry(entry[described - 1]);
+        journal_.FailCallsTo(entry[described - 1]);
         expect(stereo.Get(), left.Get(), right.Get(), ZT_E_INVALID_PARAMETER,
                Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) +
                    Ending(ZT_E_INVALID_PARAMETER));
@@ -571,9 +571,9 @@ TEST_F(StereoToMono, WithALeftOutputWithoutAContentThrowsWhenItMarksTheStart)
     auto stereo = Make("stereo", Pcm16(2), 1);
     auto left = Make("left", Pcm16(1), 1);
     auto right = Make("right", Pcm16(1), 1);
-    journal_.FailEntry("left.QueryInterface");
+    journal_.FailCallsTo("left.QueryInterface");
     EXPECT_THROW(Run(stereo.Get(), left.Get(), right.Get()), CZtSmartPointerException);
-    journal_.StopFailing();
+    journal_.ClearFaults();
     EXPECT_EQ(journal_.Calls(), Entry());
     ExpectAtRest({stereo.Get(), left.Get(), right.Get()});
     EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()), 0);
@@ -611,11 +611,11 @@ TEST_F(StereoToMono, LogsTheWorkAndTheSignals)
     auto right16 = Make("right", Pcm16(1), 1);
     for (const char* name :
          {"stereo.SignalReadCompletion", "right.SignalWriteCompletion", "left.SignalWriteCompletion"}) {
-        journal_.FailEntry(name);
+        journal_.FailCallsTo(name);
         LogRecorder::Clear();
         EXPECT_EQ(Run(stereo16.Get(), left16.Get(), right16.Get()), 0);
         EXPECT_EQ(LogRecorder::Count(), 1U) << name;
-        journal_.StopFailing();
+        journal_.ClearFaults();
     }
 }
 

@@ -123,7 +123,7 @@ TEST_P(SplitOfBoth, ReadsTheMuxItselfAndSetsTheLengths)
     mux_->SetPolarity(8);
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(journal_.Calls(),
-              Entry(Four()) + WorkerStart() + Digests("b", Four()) + Digest("mux") + Lengths(Four(), 20 * Side()) +
+              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") + Lengths(Four(), 20 * Side()) +
                   ForEach(Four(), [](std::size_t i) { return HandedOn(i, 8, 0, 0); }) + WorkerEnd(Four()));
     for (const auto& buffer : array_) {
         EXPECT_EQ(buffer->ErrorCode(), 0);
@@ -140,7 +140,7 @@ TEST_P(SplitOfBoth, WithVolumesScalesEachOutput)
     UseVolumes(4);
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(journal_.Calls(),
-              Entry(Four()) + WorkerStart() + Digests("b", Four()) + Digest("mux") +
+              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") +
                   ForEach(Four(), [](std::size_t i) { return ApplyVolume(Name("b", i), 20 * Side()); }) +
                   ForEach(Four(), [](std::size_t i) { return HandedOn(i, 0, 0, 0); }) + WorkerEnd(Four()));
     ExpectSettled();
@@ -158,8 +158,9 @@ TEST_P(SplitOfBoth, BringsFourChannelsToTheOutputsContainerOnTheStage)
         Build(format, Four(), row.mux(4, host::kDefaultRate), 3);
         EXPECT_EQ(Run(), 0);
         EXPECT_EQ(journal_.Calls(),
-                  Entry(Four()) + WorkerStart() + ConvertToStage("mux", "scratch0", 12 * (format.ulBitsPerSample / 8)) +
-                      Digests("b", Four()) + Digest("scratch0") + Lengths(Four(), 3 * host::BytesPerFrame(format)) +
+                  Entry(Four()) + WorkerStart() +
+                      ConvertToScratch("mux", "scratch0", 12 * (format.ulBitsPerSample / 8)) + QueryCalls("b", Four()) +
+                      Digest("scratch0") + Lengths(Four(), 3 * host::BytesPerFrame(format)) +
                       ForEach(Four(), [](std::size_t i) { return HandedOn(i, 0, 0, 0); }) + WorkerEnd(Four()));
         ExpectSettled();
     }
@@ -209,7 +210,7 @@ TEST_P(SplitOfBoth, FadesEachOutputAndClearsItsFlags)
     mux_->SetFades(true, false);
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(journal_.Calls(),
-              Entry(Four()) + WorkerStart() + Digests("b", Four()) + Digest("mux") + Lengths(Four(), 1200 * Side()) +
+              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") + Lengths(Four(), 1200 * Side()) +
                   ForEach(Four(), [](std::size_t i) { return HandedOn(i, 2, 1, 0) + Faded(i); }) + WorkerEnd(Four()));
     for (const auto& buffer : array_) {
         const Words samples = AllSamplesOf(*buffer);
@@ -249,7 +250,7 @@ TEST_P(SplitOfBoth, WhoseFadeFailsOnOneOutputLeavesTheLaterOnesWithoutAFade)
     EXPECT_EQ(Run(), kInjectedFailure);
     journal_.hook = nullptr;
     EXPECT_EQ(journal_.Calls(),
-              Entry(Four()) + WorkerStart() + Digests("b", Four()) + Digest("mux") + Lengths(Four(), 1200 * Side()) +
+              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") + Lengths(Four(), 1200 * Side()) +
                   ForEach(bad, [](std::size_t i) { return HandedOn(i, 3, 0, 1) + Faded(i); }) + HandedOn(bad, 3, 0, 1) +
                   (Calls{Name("b", bad) + ".GetAudioSamplesDescription", Name("b", bad) + ".GetBufferAndLength"}) +
                   Flags(Name("b", bad), 0, 0) + HandedOn(bad + 1, 3, 0, 1) + WorkerEnd(Four(), kInjectedFailure));
@@ -279,9 +280,9 @@ TEST_P(SplitOfBoth, WithoutAnArraySignalsNothing)
     BuildFour(1);
     call_.array = nullptr;
     journal_.Clear();
-    EXPECT_EQ(SplitUnannounced(Side()), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(DeinterleaveUnannounced(Side()), ZT_E_INVALID_POINTER);
     call_.mux = nullptr;
-    EXPECT_EQ(SplitUnannounced(Side()), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(DeinterleaveUnannounced(Side()), ZT_E_INVALID_POINTER);
     EXPECT_TRUE(journal_.Calls().empty());
 }
 
@@ -300,7 +301,7 @@ TEST_P(SplitOfBoth, OfAMuxWithoutAContentGivesTheQuerysCodeAndNoReadSignal)
 {
     BuildFour(1);
     UseVolumes(1);
-    journal_.FailEntry("mux.QueryInterface", E_NOINTERFACE);
+    journal_.FailCallsTo("mux.QueryInterface", E_NOINTERFACE);
     EXPECT_EQ(Run(), E_NOINTERFACE);
     EXPECT_EQ(journal_.Calls(), Calls{"mux.QueryInterface"} + Ending(E_NOINTERFACE, false));
     ExpectUntouched(E_NOINTERFACE);
@@ -372,7 +373,7 @@ TEST_P(SplitOfBoth, OfAMuxThatCannotBeDescribedIsAnInvalidParameter)
 {
     BuildFour(1);
     RemoveBuffer(1);
-    journal_.FailEntry("mux.GetAudioSamplesDescription");
+    journal_.FailCallsTo("mux.GetAudioSamplesDescription");
     ExpectRefusal(ZT_E_INVALID_PARAMETER, MuxLookedAt());
 }
 
@@ -380,9 +381,9 @@ TEST_P(SplitOfBoth, OfAMuxThatCannotBeRelabelledGivesTheHostsCodeAlsoForACountTh
 {
     for (const std::size_t count : {Four(), std::size_t{3}}) {
         Build(Pcm24In32(Channels()), count, Pcm20In32(4), 1);
-        journal_.FailEntry("mux.SetWaveFormat");
+        journal_.FailCallsTo("mux.SetWaveFormat");
         ExpectRefusal(kInjectedFailure, MuxLookedAt() + Calls{"mux.SetWaveFormat"});
-        journal_.StopFailing();
+        journal_.ClearFaults();
     }
 }
 
@@ -433,7 +434,7 @@ TEST_P(SplitOfBoth, StopsAtAMissingOutputAndSignalsTheOthers)
 TEST_P(SplitOfBoth, StopsAtAnOutputWithoutAContent)
 {
     BuildFour(1);
-    journal_.FailEntry("b1.QueryInterface", E_NOINTERFACE);
+    journal_.FailCallsTo("b1.QueryInterface", E_NOINTERFACE);
     EXPECT_EQ(Run(), ZT_E_INVALID_PARAMETER);
     Calls ending = Ending(ZT_E_INVALID_PARAMETER);
     const auto query = std::find(ending.begin(), ending.end(), "b1.QueryInterface");
@@ -446,7 +447,7 @@ TEST_P(SplitOfBoth, StopsAtAnOutputWithoutAContent)
 TEST_P(SplitOfBoth, OfAnOutputThatCannotBeDescribedIsAnInvalidParameter)
 {
     BuildFour(1);
-    journal_.FailEntry("b1.GetAudioSamplesDescription");
+    journal_.FailCallsTo("b1.GetAudioSamplesDescription");
     ExpectRefusal(ZT_E_INVALID_PARAMETER, MuxLookedAt() + LookedAt(2));
 }
 
@@ -494,7 +495,7 @@ TEST_P(SplitOfBoth, RelabelsMuxAndOutputsOfTwentyBits)
 TEST_P(SplitOfBoth, IntoAnOutputThatCannotBeRelabelledGivesTheHostsCode)
 {
     Build(Pcm20In32(Channels()), Four(), Pcm24In32(4), 1);
-    journal_.FailEntry("b0.SetWaveFormat");
+    journal_.FailCallsTo("b0.SetWaveFormat");
     ExpectRefusal(kInjectedFailure, MuxLookedAt() + LookedAt(1) + Calls{"b0.SetWaveFormat"});
 }
 
@@ -540,7 +541,7 @@ TEST_P(SplitOfBoth, FromInsideAHostCallOfAnotherIsBusy)
             for (const auto& buffer : array_) {
                 buffer->AnnounceWrite();
             }
-            inner = SplitUnannounced(Side());
+            inner = DeinterleaveUnannounced(Side());
             EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
         }
     };
@@ -571,7 +572,7 @@ TEST_P(SplitOfBoth, CanBeStartedFromInsideTheSignalsOfAnother)
                     buffer->AnnounceWrite();
                 }
                 call_.array = nextPointers.data();
-                inner = SplitUnannounced(Side());
+                inner = DeinterleaveUnannounced(Side());
             }
         };
         EXPECT_EQ(Run(), 0);
@@ -750,9 +751,9 @@ TEST_P(SplitOfBoth, PassesTheHostsFailuresInItsWorkOn)
     };
     for (const Row& row : rows) {
         Build(Pcm16(Channels()), Four(), Pcm24In32(4), 3);
-        journal_.FailEntry(row.entry);
+        journal_.FailCallsTo(row.entry);
         EXPECT_EQ(Run(), row.status) << row.entry;
-        journal_.StopFailing();
+        journal_.ClearFaults();
         ExpectAllBuffersCarry(row.status);
         ExpectSettled();
     }
@@ -782,9 +783,9 @@ TEST_P(SplitOfBoth, IgnoresWhatTheHostReturnsForMarksFlagsAndSignals)
     for (const char* entry : {"b0.MarkWriteStartTime", "b0.SetPolarity(0)", "b0.SetFadeIn(0)", "b0.SetFadeOut(0)",
                               "mux.SignalReadCompletion", "b0.MarkWriteStopTime", "b0.SignalWriteCompletion"}) {
         BuildFour(3);
-        journal_.FailEntry(entry);
+        journal_.FailCallsTo(entry);
         EXPECT_EQ(Run(), 0) << entry;
-        journal_.StopFailing();
+        journal_.ClearFaults();
         ExpectAllBuffersCarry(0);
         ExpectAtRest({mux_.Get(), array_[0].Get()});
     }

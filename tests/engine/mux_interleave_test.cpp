@@ -38,17 +38,17 @@ protected:
 
     static Calls Copied(std::size_t i, std::size_t bytes)
     {
-        return Described(i) + CopyToStage(Name("b", i), Name("convert", i), bytes);
+        return Described(i) + CopyToScratch(Name("b", i), Name("convert", i), bytes);
     }
 
     static Calls Converted(std::size_t i, std::size_t bytes)
     {
-        return Described(i) + ConvertToStage(Name("b", i), Name("convert", i), bytes);
+        return Described(i) + ConvertToScratch(Name("b", i), Name("convert", i), bytes);
     }
 
     static Calls Faded(std::size_t i, std::size_t bytes, int fadeIn, int fadeOut)
     {
-        return CopyToStage(Name("convert", i), Name("fade", i), bytes) + Flags(Name("fade", i), fadeIn, fadeOut) +
+        return CopyToScratch(Name("convert", i), Name("fade", i), bytes) + Flags(Name("fade", i), fadeIn, fadeOut) +
                Digest(Name("fade", i));
     }
 
@@ -77,7 +77,7 @@ protected:
     {
         const Words untouched = AllSamplesOf(*mux_);
         SZtLayoutProbe::SetBusy(Object(), 1);
-        EXPECT_EQ(Assemble(side), status);
+        EXPECT_EQ(CallInterleave(side), status);
         EXPECT_EQ(journal_.Calls(), before + Ending(status));
         EXPECT_EQ(mux_->ErrorCode(), status);
         EXPECT_EQ(mux_->WriteStartMarks() + mux_->WriteStopMarks(), 0);
@@ -99,7 +99,7 @@ protected:
 
     void BuildFour(std::size_t frames) { Build(Pcm24In32(Channels()), Four(), Pcm24In32(4), frames); }
 
-    int Run() { return Assemble(Side()); }
+    int Run() { return CallInterleave(Side()); }
 
     void ExpectRefusal(int status, const Calls& before) { ExpectRefused(Side(), status, before); }
 };
@@ -118,7 +118,7 @@ TEST_P(AssemblyOfBoth, StagesEveryInputInterleavesAndSetsTheLength)
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(journal_.Calls(), Entry(Four()) + WorkerStart() +
                                     ForEach(Four(), [&](std::size_t i) { return Copied(i, bytes); }) +
-                                    Polarity("mux", 0) + Flags("mux", 0, 0) + Digests("convert", Four()) +
+                                    Polarity("mux", 0) + Flags("mux", 0, 0) + QueryCalls("convert", Four()) +
                                     Digest("mux") + SetLength("mux", 80) + WorkerEnd(Four()));
     EXPECT_EQ(mux_->ErrorCode(), 0);
     EXPECT_EQ(mux_->WriteStartMarks(), 1);
@@ -134,7 +134,7 @@ TEST_P(AssemblyOfBoth, WithVolumesScalesTheFinishedMux)
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(journal_.Calls(), Entry(Four()) + WorkerStart() +
                                     ForEach(Four(), [&](std::size_t i) { return Copied(i, bytes); }) +
-                                    Polarity("mux", 0) + Flags("mux", 0, 0) + Digests("convert", Four()) +
+                                    Polarity("mux", 0) + Flags("mux", 0, 0) + QueryCalls("convert", Four()) +
                                     Digest("mux") + ApplyVolume("mux", 80) + WorkerEnd(Four()));
     ExpectSettled();
 }
@@ -146,7 +146,7 @@ TEST_P(AssemblyOfBoth, ConvertsInputsToTheContainerOfTheMux)
         EXPECT_EQ(Run(), 0);
         EXPECT_EQ(journal_.Calls(), Entry(Four()) + WorkerStart() +
                                         ForEach(Four(), [](std::size_t i) { return Converted(i, 3 * 4 * Side()); }) +
-                                        Polarity("mux", 0) + Flags("mux", 0, 0) + Digests("convert", Four()) +
+                                        Polarity("mux", 0) + Flags("mux", 0, 0) + QueryCalls("convert", Four()) +
                                         Digest("mux") + SetLength("mux", 48) + WorkerEnd(Four()));
         ExpectSettled();
     }
@@ -174,7 +174,7 @@ TEST_P(AssemblyOfBoth, ConvertsOnlyTheInputsThatNeedIt)
     EXPECT_EQ(journal_.Calls(),
               Entry(Four()) + WorkerStart() +
                   ForEach(Four(), [&](std::size_t i) { return i == 1 ? Converted(i, bytes) : Copied(i, bytes); }) +
-                  Polarity("mux", 0) + Flags("mux", 0, 0) + Digests("convert", Four()) + Digest("mux") +
+                  Polarity("mux", 0) + Flags("mux", 0, 0) + QueryCalls("convert", Four()) + Digest("mux") +
                   SetLength("mux", 48) + WorkerEnd(Four()));
     EXPECT_EQ(SamplesOf(*mux_, 2 * Side()).back(), SamplesOf(*array_[1], Side()).back() << 16);
 }
@@ -261,7 +261,7 @@ TEST_P(AssemblyOfBoth, RefusesInputsThatNeedAConversionAndAFade)
     EXPECT_EQ(journal_.Calls(),
               Entry(Four()) + WorkerStart() +
                   ForEach(Four(), [&](std::size_t i) { return Converted(i, bytes) + Faded(i, bytes, 1, 0); }) +
-                  Polarity("mux", 0) + Flags("mux", handsOn, 0) + Digests("fade", Four()) + Digest("mux") +
+                  Polarity("mux", 0) + Flags("mux", handsOn, 0) + QueryCalls("fade", Four()) + Digest("mux") +
                   WorkerEnd(Four(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
     EXPECT_NE(SamplesOf(host_.Buffer("fade0"), 100), SamplesOf(host_.Buffer("convert0"), 100)) << "the fade has run";
     EXPECT_EQ(AllSamplesOf(*mux_), untouched);
@@ -323,7 +323,7 @@ TEST_P(AssemblyOfBoth, WithoutAMuxSignalsNothing)
 TEST_P(AssemblyOfBoth, IntoAMuxWithoutAContentSignalsNothing)
 {
     BuildFour(1);
-    journal_.FailEntry("mux.QueryInterface");
+    journal_.FailCallsTo("mux.QueryInterface");
     journal_.Clear();
     EXPECT_EQ(AssembleUnannounced(Side()), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(journal_.Calls(), kMuxQueried);
@@ -400,7 +400,7 @@ TEST_P(AssemblyOfBoth, StopsAtAMissingInputAndSignalsTheOthers)
 TEST_P(AssemblyOfBoth, StopsAtAnInputWithoutAContent)
 {
     BuildFour(1);
-    journal_.FailEntry("b1.QueryInterface", E_NOINTERFACE);
+    journal_.FailCallsTo("b1.QueryInterface", E_NOINTERFACE);
     EXPECT_EQ(Run(), ZT_E_INVALID_PARAMETER);
     Calls ending = Ending(ZT_E_INVALID_PARAMETER);
     ending.erase(std::find(ending.begin(), ending.end(), "b1.SignalReadCompletion"));
@@ -485,7 +485,7 @@ TEST_P(AssemblyOfBoth, OfACountThatNoMuxHasIsAnInvalidParameter)
 TEST_P(AssemblyOfBoth, OfAMuxWhoseDescriptionFailsIsAnInvalidParameter)
 {
     BuildFour(1);
-    journal_.FailEntry("mux.GetAudioSamplesDescription");
+    journal_.FailCallsTo("mux.GetAudioSamplesDescription");
     ExpectRefusal(ZT_E_INVALID_PARAMETER, kMuxQueried + LookedAt(Four()) + Calls{"mux.GetAudioSamplesDescription"});
 }
 
@@ -493,10 +493,10 @@ TEST_P(AssemblyOfBoth, OfAMuxThatCannotBeRelabelledGivesTheHostsCodeAlsoForACoun
 {
     for (const std::size_t count : {Four(), std::size_t{3}}) {
         Build(Pcm24In32(Channels()), count, Pcm20In32(4), 1);
-        journal_.FailEntry("mux.SetWaveFormat");
+        journal_.FailCallsTo("mux.SetWaveFormat");
         ExpectRefusal(kInjectedFailure,
                       kMuxQueried + LookedAt(count) + Calls{"mux.GetAudioSamplesDescription", "mux.SetWaveFormat"});
-        journal_.StopFailing();
+        journal_.ClearFaults();
     }
 }
 
@@ -587,7 +587,7 @@ TEST_P(AssemblyOfBoth, RelabelsInputsAndMuxOfTwentyBits)
 TEST_P(AssemblyOfBoth, OfAnInputThatCannotBeRelabelledGoesOn)
 {
     Build(Pcm20In32(Channels()), Four(), Pcm24In32(4), 1);
-    journal_.FailEntry("b0.SetWaveFormat");
+    journal_.FailCallsTo("b0.SetWaveFormat");
     EXPECT_EQ(Run(), 0) << "the kernels read twenty bits as twenty-four";
     EXPECT_EQ(array_[0]->Description().sWaveFormat.ulValidBitsPerSample, 20U);
     EXPECT_EQ(array_[1]->Description().sWaveFormat.ulValidBitsPerSample, 24U);
@@ -802,7 +802,7 @@ TEST_P(AssemblyOfBoth, TakesWhatItsStagesHoldAndNotAFrameMore)
         EXPECT_EQ(Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         EXPECT_EQ(mux_->ErrorCode(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         const Calls refused = row.converts ? Calls{"convert1.SetWaveFormat"} + Digest("b1") + Digest("convert1")
-                                           : CopyToStage("b1", "convert1", (most + 1) * host::BytesPerFrame(format)) +
+                                           : CopyToScratch("b1", "convert1", (most + 1) * host::BytesPerFrame(format)) +
                                                  Calls{"convert1.QueryInterface",
                                                        ErrorCall("convert1", ZT_E_DESTINATION_BUFFER_TOO_SMALL)};
         const Calls end = Described(1) + refused + WorkerEnd(Four(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
@@ -857,9 +857,9 @@ TEST_P(AssemblyOfBoth, PassesTheHostsFailuresInItsWorkOn)
     };
     for (const Row& row : rows) {
         BuildFour(3);
-        journal_.FailEntry(row.entry);
+        journal_.FailCallsTo(row.entry);
         EXPECT_EQ(Run(), row.status) << row.entry;
-        journal_.StopFailing();
+        journal_.ClearFaults();
         EXPECT_EQ(mux_->ErrorCode(), row.status) << row.entry;
         EXPECT_EQ(mux_->WriteStopMarks(), 1);
         ExpectSettled();
@@ -871,9 +871,9 @@ TEST_P(AssemblyOfBoth, IgnoresWhatTheHostReturnsForMarksFlagsAndSignals)
     for (const char* entry : {"mux.MarkWriteStartTime", "mux.SetPolarity(0)", "mux.SetFadeIn(0)", "mux.SetFadeOut(0)",
                               "b0.SignalReadCompletion", "mux.MarkWriteStopTime", "mux.SignalWriteCompletion"}) {
         BuildFour(3);
-        journal_.FailEntry(entry);
+        journal_.FailCallsTo(entry);
         EXPECT_EQ(Run(), 0) << entry;
-        journal_.StopFailing();
+        journal_.ClearFaults();
         EXPECT_EQ(mux_->ErrorCode(), 0) << entry;
         ExpectAtRest({mux_.Get(), array_[0].Get()});
     }
@@ -900,9 +900,9 @@ using MonoToMux = Assembly;
 TEST_F(MonoToMux, OfTwoBuffersIntoStereoPassesTheEntryAndHasNoKernel)
 {
     Build(Pcm24In32(1), 2, Pcm24In32(2), 1);
-    EXPECT_EQ(Assemble(1), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(CallInterleave(1), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(journal_.Calls(), Entry(2) + WorkerStart() + Copied(0, 4) + Copied(1, 4) + Polarity("mux", 0) +
-                                    Flags("mux", 0, 0) + Digests("convert", 2) + Digest("mux") +
+                                    Flags("mux", 0, 0) + QueryCalls("convert", 2) + Digest("mux") +
                                     WorkerEnd(2, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
     EXPECT_EQ(mux_->ErrorCode(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     ExpectSettled();
@@ -922,7 +922,7 @@ TEST_F(MonoToMux, WhoseInputCannotBeDescribedToTheWorkerGivesTheHostsCode)
             journal_.FailCall(1);
         }
     };
-    EXPECT_EQ(Assemble(1), kInjectedFailure);
+    EXPECT_EQ(CallInterleave(1), kInjectedFailure);
     journal_.hook = nullptr;
     EXPECT_EQ(journal_.Calls(),
               Entry(4) + WorkerStart() + Copied(0, 4) + Copied(1, 4) + Described(2) + WorkerEnd(4, kInjectedFailure));
@@ -950,11 +950,11 @@ TEST_F(StereoToMux, TakesAnInputThatCannotBeDescribedToTheWorkerForTheOneBeforeI
             journal_.FailCall(1);
         }
     };
-    EXPECT_EQ(Assemble(2), 0);
+    EXPECT_EQ(CallInterleave(2), 0);
     journal_.hook = nullptr;
     EXPECT_EQ(journal_.Calls(), Entry(2) + WorkerStart() + Copied(0, 8) + Copied(1, 8) + Polarity("mux", 4) +
-                                    Flags("mux", 0, 0) + Digests("convert", 2) + Digest("mux") + SetLength("mux", 16) +
-                                    WorkerEnd(2));
+                                    Flags("mux", 0, 0) + QueryCalls("convert", 2) + Digest("mux") +
+                                    SetLength("mux", 16) + WorkerEnd(2));
     EXPECT_EQ(SamplesOf(*mux_, 4)[2], SamplesOf(*array_[1], 1)[0]);
     ExpectSettled();
 }
@@ -967,7 +967,7 @@ TEST_F(StereoToMux, OfAFirstInputThatCannotBeDescribedToTheWorkerKnowsNoFormat)
             journal_.FailCall(2);
         }
     };
-    EXPECT_EQ(Assemble(2), ZT_E_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(CallInterleave(2), ZT_E_FORMAT_NOT_SUPPORTED);
     journal_.hook = nullptr;
     ExpectSettled();
 }
@@ -976,9 +976,9 @@ TEST_F(StereoToMux, WithOneVolumeTooManyInterleavesAndIsThenRefused)
 {
     Build(Pcm24In32(2), 4, Pcm24In32(8), 3);
     UseVolumes(9);
-    EXPECT_EQ(Assemble(2), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(CallInterleave(2), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(journal_.Calls(), Entry(4) + WorkerStart() + ForEach(4, [](std::size_t i) { return Copied(i, 24); }) +
-                                    Polarity("mux", 0) + Flags("mux", 0, 0) + Digests("convert", 4) + Digest("mux") +
+                                    Polarity("mux", 0) + Flags("mux", 0, 0) + QueryCalls("convert", 4) + Digest("mux") +
                                     Digest("mux") + Digest("mux") + WorkerEnd(4, ZT_E_INVALID_PARAMETER));
     EXPECT_EQ(SamplesOf(*mux_, 2), SamplesOf(*array_[0], 2)) << "the samples stand unscaled";
     EXPECT_EQ(mux_->ErrorCode(), ZT_E_INVALID_PARAMETER);
@@ -990,14 +990,14 @@ TEST_F(StereoToMux, WithMoreVolumesThanTheEngineKeepsDoesNoWorkAndSignalsEveryBu
     Build(Pcm24In32(2), 32, Pcm24In32(64), 1);
     UseVolumes(65);
     const Words untouched = AllSamplesOf(*mux_);
-    EXPECT_EQ(Assemble(2), ZT_E_ARRAY_TOO_SMALL);
+    EXPECT_EQ(CallInterleave(2), ZT_E_ARRAY_TOO_SMALL);
     EXPECT_EQ(journal_.Calls(), Entry(32) + WorkerEnd(32, ZT_E_ARRAY_TOO_SMALL));
     EXPECT_EQ(mux_->ErrorCode(), ZT_E_ARRAY_TOO_SMALL);
     EXPECT_EQ(AllSamplesOf(*mux_), untouched);
     ExpectSettled();
 
     UseVolumes(64);
-    EXPECT_EQ(Assemble(2), 0) << "the engine is as good as new";
+    EXPECT_EQ(CallInterleave(2), 0) << "the engine is as good as new";
 }
 
 TEST_F(StereoToMux, KeepsTheRequestForFadesOnTheMuxThoughItsSamplesAreFaded)
@@ -1007,7 +1007,7 @@ TEST_F(StereoToMux, KeepsTheRequestForFadesOnTheMuxThoughItsSamplesAreFaded)
         Fill(*buffer, std::vector<std::uint32_t>(600, 0x40000000));
         buffer->SetFades(true, true);
     }
-    EXPECT_EQ(Assemble(2), 0);
+    EXPECT_EQ(CallInterleave(2), 0);
     EXPECT_TRUE(mux_->Description().bFadeIn && mux_->Description().bFadeOut);
     EXPECT_LT(SamplesOf(*mux_, 1)[0], 0x01000000U);
 }
@@ -1019,10 +1019,10 @@ TEST_F(MonoToMux, LogsAFormatThatNothingCanBeSuggestedForAndNoFailureOfItsEntry)
     Build(Pcm24In32(1), 4, Pcm24In32(4), 1);
     LogRecorder::Clear();
     pointers_[1] = nullptr;
-    EXPECT_EQ(Assemble(1), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(CallInterleave(1), ZT_E_INVALID_POINTER);
     EXPECT_EQ(LogRecorder::Count(), 0U) << "the entry keeps its status to itself";
     Build(Opaque(1, 32, 32), 4, Pcm24In32(4), 1);
-    EXPECT_EQ(Assemble(1), ZT_E_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(CallInterleave(1), ZT_E_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(LogRecorder::Count(), 1U);
 }
 

@@ -141,7 +141,7 @@ protected:
         if (!volumes_.empty()) {
             Scale(expected, volumes_);
         }
-        EXPECT_EQ(Assemble(GetParam().side), 0);
+        EXPECT_EQ(CallInterleave(GetParam().side), 0);
         EXPECT_EQ(SamplesOf(*mux_, expected.size()), expected);
         EXPECT_EQ(FramesOf(*mux_), frames);
         ExpectSettled();
@@ -210,7 +210,7 @@ TEST_P(MuxSamples, AreMovedAndThenRefuseVolumesWhereTheContainerHasNone)
     BuildCase(frames);
     UseRandomVolumes();
     const std::vector<Word> expected = Interleaved(frames);
-    EXPECT_EQ(Assemble(GetParam().side), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(CallInterleave(GetParam().side), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(SamplesOf(*mux_, expected.size()), expected);
     EXPECT_EQ(mux_->ErrorCode(), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
     ExpectSettled();

@@ -422,15 +422,15 @@ TEST_F(Resampling, ChecksInOrderAndSignalsWhatItHasLookedAt)
     const auto expect = [&](RecordingBuffer* in, RecordingBuffer* out, int status, const Calls& calls) {
         EXPECT_EQ(Run(in, out, kRestart, stream.Get()), status);
         EXPECT_EQ(journal_.Calls(), calls);
-        journal_.StopFailing();
+        journal_.ClearFaults();
         ExpectAtRest({input.Get(), output.Get()});
     };
     expect(input.Get(), nullptr, ZT_E_INVALID_POINTER, {});
-    journal_.FailEntry("output.QueryInterface");
+    journal_.FailCallsTo("output.QueryInterface");
     expect(input.Get(), output.Get(), ZT_E_INVALID_PARAMETER, {"output.QueryInterface"});
     expect(nullptr, output.Get(), ZT_E_INVALID_POINTER,
            {"output.QueryInterface", ErrorCall("output", ZT_E_INVALID_POINTER), "output.SignalWriteCompletion"});
-    journal_.FailEntry("input.QueryInterface");
+    journal_.FailCallsTo("input.QueryInterface");
     expect(input.Get(), output.Get(), kInjectedFailure,
            {"output.QueryInterface", "input.QueryInterface", ErrorCall("output", kInjectedFailure),
             "output.SignalWriteCompletion"});
@@ -441,7 +441,7 @@ TEST_F(Resampling, ChecksInOrderAndSignalsWhatItHasLookedAt)
     input->host::AudioBuffer::SetErrorCode(kZtSynchroStatusCancelledLate);
     const Calls entry = Entry();
     for (std::size_t described = 4; described <= 5; ++described) {
-        journal_.FailEntry(entry[described - 1]);
+        journal_.FailCallsTo(entry[described - 1]);
         expect(input.Get(), output.Get(), ZT_E_INVALID_PARAMETER,
                Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) +
                    Ending(ZT_E_INVALID_PARAMETER));
@@ -495,7 +495,7 @@ TEST_F(Resampling, ForgetsWhatItFoundBeforeTheFormats)
         journal_.FailCall(call);
         EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), ZT_E_FORMAT_NOT_SUPPORTED)
             << "a format that cannot be read cannot be classified";
-        journal_.StopFailing();
+        journal_.ClearFaults();
         EXPECT_EQ(journal_.Count("output.GetAudioSamplesDescription"), call - 6)
             << "each step only after the one before";
         EXPECT_EQ(journal_.Count("input.GetErrorCode"), 1) << "by the entry alone";
@@ -513,7 +513,7 @@ TEST_F(Resampling, OfStereoMovesNoSampleBetweenStagesWithoutAFormat)
     for (const int stage : {1, 2, 3}) {
         journal_.FailCall(before + stage);
         EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), kInjectedFailure);
-        journal_.StopFailing();
+        journal_.ClearFaults();
         EXPECT_EQ(journal_.Calls(), ToWork() + formats + Calls{ErrorCall("output", kInjectedFailure)} + End()) << stage;
         ExpectAtRest({input.Get(), output.Get()});
     }
@@ -545,7 +545,7 @@ TEST_F(Resampling, RefusesAStreamThatIsNoneOrHasNoSuchChannel)
 
 TEST(ResamplerKernel, RefusesFormatsOutsideItsRows)
 {
-    Journal journal;
+    CallLog journal;
     CZtaResampleAudio resample;
     auto input = RecordingBuffer::Create(journal, "input", Pcm16(1), 20);
     auto output = RecordingBuffer::Create(journal, "output", Pcm16(1), 20);
@@ -810,7 +810,7 @@ TEST_F(StreamState, SharesNoRowsWithACopyOfItsFilter)
 /// The rows lie in memory of their own, for the builds that have a use for them.
 TEST_F(StreamState, HasItsRowsInABlockThatTheFilterNames)
 {
-    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+    for (const SignalVariant& build : SupportedSignalVariants()) {
         ippSetCpuFeatures(build.features);
         const auto stream = Make(44100, 48000);
         const Filter* const filter = State(stream).m_pSpec;
@@ -818,7 +818,7 @@ TEST_F(StreamState, HasItsRowsInABlockThatTheFilterNames)
         EXPECT_EQ(filter->ulRowsOf != 0, prepares) << build.prefix;
         EXPECT_EQ(filter->reserved, 0U);
         if (prepares) {
-            const auto* const rows = static_cast<const SZtaPreparedRows*>(filter->pRows[filter->outRate]);
+            const auto* const rows = static_cast<const SZtaPackedFilterBank*>(filter->pRows[filter->outRate]);
             EXPECT_EQ(rows->lGroups, 10);
             EXPECT_EQ(reinterpret_cast<std::uintptr_t>(rows) % 64, 0U);
         }
@@ -829,7 +829,7 @@ TEST_F(StreamState, HasItsRowsInABlockThatTheFilterNames)
 /// The host's samples, the work buffer and the history alike, with each build.
 TEST_F(StreamState, TakesSamplesAtOddAddresses)
 {
-    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+    for (const SignalVariant& build : SupportedSignalVariants()) {
         ippSetCpuFeatures(build.features);
         for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
             for (const bool hasRows : {true, false}) {

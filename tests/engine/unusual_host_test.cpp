@@ -44,7 +44,7 @@ protected:
     }
 
     /// Builds a scenario of buffers that `configure` has seen, by their names.
-    Scenario MakeScenario(const ScenarioRow& row,
+    Scenario MakeScenario(const ScenarioCase& row,
                           const std::function<void(const std::string& name, MisbehavingBuffer& buffer)>& configure)
     {
         Scenario scenario = row.make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
@@ -67,7 +67,7 @@ protected:
 };
 
 /// The names of a scenario's buffers.
-std::vector<std::string> Names(const ScenarioRow& row)
+std::vector<std::string> Names(const ScenarioCase& row)
 {
     std::vector<std::string> names;
     row.make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
@@ -82,7 +82,7 @@ std::vector<std::string> Names(const ScenarioRow& row)
 TEST_F(UnusualHost, RaisesOneExceptionForAQueryWithoutAPointerInEveryOperation)
 {
     int raised = 0;
-    for (const ScenarioRow& row : Scenarios()) {
+    for (const ScenarioCase& row : Scenarios()) {
         if (row.status < 0) {
             continue;
         }
@@ -108,8 +108,8 @@ TEST_F(UnusualHost, RaisesOneExceptionForAQueryWithoutAPointerInEveryOperation)
 
 TEST_F(UnusualHost, ReceivesTheSizeOfTheRecordWithEveryRequestForADescription)
 {
-    for (const ScenarioRow& row : Scenarios()) {
-        if (row.leavesReference) {
+    for (const ScenarioCase& row : Scenarios()) {
+        if (row.leaksReference) {
             continue;
         }
         SCOPED_TRACE(row.name);
@@ -240,7 +240,7 @@ TEST_F(UnusualHost, ReceivesThePositiveStatusOfTheWorkWhetherOrNotTheFadeFlagsAg
 
 TEST_F(UnusualHost, FindsTheBusyFlagAsAfterAnyFailedCallIfASignalOfTheFailureRaises)
 {
-    for (const ScenarioRow& row : Scenarios()) {
+    for (const ScenarioCase& row : Scenarios()) {
         for (const auto& [code, busy] : {std::pair{ZT_E_FAIL, 0U}, {ZT_E_MODULE_BUSY, 1U}}) {
             SCOPED_TRACE(row.name);
             const Scenario scenario = MakeScenario(row, [](const std::string&, MisbehavingBuffer&) {});
@@ -299,9 +299,9 @@ TEST_F(UnusualHost, ReceivesTheExceptionOfAWorkerWithoutAnOutput)
 {
     auto source = Make("source", Pcm16(1), 10);
     EXPECT_EQ(Object().SaveInfoCopyConv(source.Get(), nullptr), ZT_E_INVALID_PARAMETER);
-    journal_.FailEntry("source.GetAudioSamplesDescription");
+    journal_.FailCallsTo("source.GetAudioSamplesDescription");
     EXPECT_THROW(Object().ProcessCopyConv(), CZtSmartPointerException);
-    journal_.StopFailing();
+    journal_.ClearFaults();
     ExpectAtRest({source.Get()});
 }
 

@@ -174,12 +174,12 @@ TEST_F(Volume, ChecksInOrderAndSignalsWhatItHasLookedAt)
     const auto expect = [&](int status, const Calls& calls) {
         EXPECT_EQ(Run(input.Get(), output.Get(), one), status);
         EXPECT_EQ(journal_.Calls(), calls);
-        journal_.StopFailing();
+        journal_.ClearFaults();
         ExpectAtRest({input.Get(), output.Get()});
     };
     EXPECT_EQ(Run(input.Get(), nullptr, one), ZT_E_INVALID_POINTER);
     EXPECT_TRUE(journal_.Calls().empty());
-    journal_.FailEntry("output.QueryInterface");
+    journal_.FailCallsTo("output.QueryInterface");
     expect(ZT_E_INVALID_PARAMETER, {"output.QueryInterface"});
 
     const auto early = [](int code) {
@@ -193,7 +193,7 @@ TEST_F(Volume, ChecksInOrderAndSignalsWhatItHasLookedAt)
     EXPECT_EQ(engine_->ApplyVolume(input.Get(), output.Get(), nullptr, 1), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(journal_.Calls(), early(ZT_E_INVALID_PARAMETER));
 
-    journal_.FailEntry("input.QueryInterface");
+    journal_.FailCallsTo("input.QueryInterface");
     expect(kInjectedFailure, {"output.QueryInterface", "input.QueryInterface", ErrorCall("output", kInjectedFailure),
                               "output.SignalWriteCompletion"});
     input->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
@@ -202,7 +202,7 @@ TEST_F(Volume, ChecksInOrderAndSignalsWhatItHasLookedAt)
     input->host::AudioBuffer::SetErrorCode(kZtSynchroStatusPlayedLate);
     const Calls entry = Entry();
     for (std::size_t described = 4; described <= 5; ++described) {
-        journal_.FailEntry(entry[described - 1]);
+        journal_.FailCallsTo(entry[described - 1]);
         expect(kInjectedFailure,
                Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) + Ending(kInjectedFailure));
     }
@@ -277,13 +277,13 @@ TEST_F(Volume, SignalsABufferThatNoLongerAnswersTheQuery)
     auto output = Make("output", Pcm24In32(1), 4);
     journal_.hook = [&](const std::string& entry) {
         if (entry == "output.SetLength(16)") {
-            journal_.FailEntry("input.QueryInterface");
-            journal_.FailEntry("output.QueryInterface");
+            journal_.FailCallsTo("input.QueryInterface");
+            journal_.FailCallsTo("output.QueryInterface");
         }
     };
     EXPECT_EQ(Run(input.Get(), output.Get(), {{0, 1.0F, 1.0F}}), 0);
     journal_.hook = nullptr;
-    journal_.StopFailing();
+    journal_.ClearFaults();
     EXPECT_EQ(input->ReadCount() + output->WriteCount(), 0);
     ExpectAtRest({input.Get(), output.Get()});
 }
@@ -335,7 +335,7 @@ TEST_F(Volume, LogsNothingOfItsOwn)
 
 TEST(VolumeOperands, FollowTheRulesOfTheirRoom)
 {
-    Journal journal;
+    CallLog journal;
     RecordingHost host(journal);
     auto engine = CreateEngine(host);
     auto& object = static_cast<CZtaAudioSamplesEngine&>(*engine);

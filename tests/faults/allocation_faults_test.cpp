@@ -7,12 +7,12 @@
 #include "resampler/resample_audio.h"
 #include "signal/filter_spec.h"
 #include "support/ini_file.h"
-#include "tests/faults/failing_allocator.h"
-#include "tests/faults/injections.h"
 #include "testing/child_process.h"
 #include "testing/engine_fixture.h"
 #include "testing/scenarios.h"
 #include "testing/temp_directory.h"
+#include "tests/faults/failing_allocator.h"
+#include "tests/faults/injections.h"
 
 #include <zta/module.h>
 
@@ -49,11 +49,11 @@ protected:
     static int FailEach(const std::function<int()>& action, const std::function<void(const Outcome&)>& check)
     {
         int injections = 0;
-        for (const bool lasting : {false, true}) {
+        for (const bool persistent : {false, true}) {
             for (int n = 1; n < 5000; ++n) {
                 Outcome outcome;
                 {
-                    FailingAllocator failing(n, lasting);
+                    FailingAllocator failing(n, persistent);
                     try {
                         outcome.status = action();
                     } catch (const std::bad_alloc&) {
@@ -62,7 +62,7 @@ protected:
                     outcome.balance = FailingAllocator::Balance();
                     outcome.injected = FailingAllocator::Stop();
                 }
-                SCOPED_TRACE("allocation " + std::to_string(n) + (lasting ? " and after" : ""));
+                SCOPED_TRACE("allocation " + std::to_string(n) + (persistent ? " and after" : ""));
                 check(outcome);
                 if (!outcome.injected) {
                     break;
@@ -243,8 +243,8 @@ TEST_F(AllocationFaults, OfAVolumeBlockAreReportedByTheOperationThatNeedsIt)
         }
         ++allocationFailuresInjected;
         const auto engine = host::Ref<IZtaAudioSamplesEngine>::Adopt(made);
-        for (const ScenarioRow& row : Scenarios()) {
-            if (row.leavesReference) {
+        for (const ScenarioCase& row : Scenarios()) {
+            if (row.leaksReference) {
                 continue;
             }
             const Scenario scenario =
@@ -266,7 +266,7 @@ TEST_F(AllocationFaults, OfAVolumeBlockAreReportedByTheOperationThatNeedsIt)
         }
     }
     std::vector<std::string> expected;
-    for (const ScenarioRow& row : Scenarios()) {
+    for (const ScenarioCase& row : Scenarios()) {
         if (row.status == 0 && (row.operation == "Volume" || row.name.find("Scaled") != std::string::npos)) {
             expected.push_back(row.name);
         }
@@ -399,7 +399,7 @@ protected:
     static constexpr int kNothingInjected = 1 << 16;
 
     /// One call with allocation `n` failing: its status or kThrown, with kNothingInjected if there were fewer.
-    int CallInChild(const std::function<int()>& call, int n, bool lasting)
+    int CallInChild(const std::function<int()>& call, int n, bool persistent)
     {
         const ChildResult result = RunInChild([&] {
             ::setenv("ORBUTILS", directory_.Path().c_str(), 1);
@@ -407,7 +407,7 @@ protected:
             static char output[4096];
             std::setvbuf(stdout, output, _IOFBF, sizeof(output));
             int status = 0;
-            FailingAllocator failing(n, lasting);
+            FailingAllocator failing(n, persistent);
             try {
                 status = call();
             } catch (const std::bad_alloc&) {
@@ -422,14 +422,14 @@ protected:
     void FailEachOf(const std::function<int()>& call, const std::string& before, const std::string& after)
     {
         int injections = 0;
-        for (const bool lasting : {false, true}) {
+        for (const bool persistent : {false, true}) {
             for (int n = 1; n < 2000; ++n) {
-                SCOPED_TRACE("allocation " + std::to_string(n) + (lasting ? " and after" : ""));
+                SCOPED_TRACE("allocation " + std::to_string(n) + (persistent ? " and after" : ""));
                 std::filesystem::remove(file_);
                 if (!before.empty()) {
                     WriteTextFile(file_, before);
                 }
-                const int status = CallInChild(call, n, lasting);
+                const int status = CallInChild(call, n, persistent);
                 const bool injected = (status & kNothingInjected) == 0;
                 EXPECT_TRUE(status == 0 || status == kThrown || status == kNothingInjected) << status;
                 if (injected) {

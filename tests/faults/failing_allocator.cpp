@@ -9,7 +9,7 @@ namespace {
 struct State {
     int failAt; ///< 0 while nothing fails
     int calls;
-    bool lasting;
+    bool persistent;
     bool failed;
     long balance;
 };
@@ -19,9 +19,9 @@ constinit thread_local State state{};
 
 } // namespace
 
-FailingAllocator::FailingAllocator(int n, bool lasting)
+FailingAllocator::FailingAllocator(int n, bool persistent)
 {
-    state = {n, 0, lasting, false, 0};
+    state = {n, 0, persistent, false, 0};
 }
 
 FailingAllocator::~FailingAllocator()
@@ -59,7 +59,7 @@ bool MayAllocate()
         return true;
     }
     ++state.calls;
-    const bool fails = state.calls == state.failAt || (state.lasting && state.calls > state.failAt);
+    const bool fails = state.calls == state.failAt || (state.persistent && state.calls > state.failAt);
     if (fails) {
         state.failed = true;
         errno = ENOMEM;

@@ -7,7 +7,7 @@ namespace zta::test {
 class FailingAllocator {
 public:
     /// Lets allocation number `n` from now on fail, counted from 1; with `lasting` every one after it, too.
-    FailingAllocator(int n, bool lasting);
+    FailingAllocator(int n, bool persistent);
     ~FailingAllocator();
 
     FailingAllocator(const FailingAllocator&) = delete;

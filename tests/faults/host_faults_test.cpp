@@ -1,7 +1,7 @@
-#include "tests/faults/injections.h"
 #include "testing/engine_fixture.h"
 #include "testing/misbehaving_buffer.h"
 #include "testing/scenarios.h"
+#include "tests/faults/injections.h"
 
 #include <cstdio>
 
@@ -28,7 +28,7 @@ RecordingBuffer& Recording(const host::Ref<host::AudioBuffer>& buffer)
     return static_cast<RecordingBuffer&>(*buffer);
 }
 
-class HostFaults : public EngineTest, public ::testing::WithParamInterface<ScenarioRow> {
+class HostFaults : public EngineTest, public ::testing::WithParamInterface<ScenarioCase> {
 protected:
     Scenario MakeScenario()
     {
@@ -67,12 +67,12 @@ protected:
         }
     }
 
-    void Inject(int n, bool lasting, const std::vector<Bytes>& expected)
+    void Inject(int n, bool persistent, const std::vector<Bytes>& expected)
     {
-        const ScenarioRow& row = GetParam();
+        const ScenarioCase& row = GetParam();
         Scenario scenario = MakeScenario();
         journal_.Clear();
-        journal_.FailCall(n, lasting);
+        journal_.FailCall(n, persistent);
         int status = 0;
         bool thrown = false;
         try {
@@ -81,18 +81,18 @@ protected:
             thrown = true;
         }
         injected_ = journal_.HasFailed();
-        journal_.StopFailing();
+        journal_.ClearFaults();
         const Calls calls = journal_.Calls();
         if (!injected_) {
             EXPECT_EQ(status, row.status);
         }
         const std::string failed = injected_ ? calls[static_cast<std::size_t>(n) - 1] : "";
-        SCOPED_TRACE("call " + std::to_string(n) + (lasting ? " and after: " : ": ") + failed);
+        SCOPED_TRACE("call " + std::to_string(n) + (persistent ? " and after: " : ": ") + failed);
 
-        EXPECT_EQ(thrown, !lasting && !row.throwsOn.empty() && failed == row.throwsOn);
+        EXPECT_EQ(thrown, !persistent && !row.throwsOn.empty() && failed == row.throwsOn);
 
         // A buffer that does not answer the entry's query gets no signal; everyone else gets exactly one.
-        const bool queryFailed = failed.ends_with(".QueryInterface") || (lasting && injected_);
+        const bool queryFailed = failed.ends_with(".QueryInterface") || (persistent && injected_);
         for (const auto& input : scenario.inputs) {
             CheckBuffer(Recording(input), "SignalReadCompletion", queryFailed);
         }
@@ -180,17 +180,17 @@ protected:
 
 TEST_P(HostFaults, AtAnyCallLeaveEverythingBalanced)
 {
-    const ScenarioRow& row = GetParam();
+    const ScenarioCase& row = GetParam();
     Scenario reference = MakeScenario();
     EXPECT_EQ(RunAnnounced(reference, *engine_), row.status);
     const std::vector<Bytes> expected = Contents(reference);
     ReleaseKeptReferences(reference);
 
     int injections = 0;
-    for (const bool lasting : {false, true}) {
+    for (const bool persistent : {false, true}) {
         int n = 1;
         do {
-            Inject(n++, lasting, expected);
+            Inject(n++, persistent, expected);
             injections += injected_ ? 1 : 0;
             ASSERT_LT(n, 10000) << "the operation does not end";
         } while (injected_);
@@ -203,7 +203,7 @@ TEST_P(HostFaults, AtAnyCallLeaveEverythingBalanced)
 // Host interfaces return status codes. A host whose call raises an exception all the same finds the engine free.
 TEST_P(HostFaults, ThatAreExceptionsLeaveTheEngineFreeAndHoldNothing)
 {
-    const ScenarioRow& row = GetParam();
+    const ScenarioCase& row = GetParam();
     Scenario reference = MakeScenario();
     EXPECT_EQ(RunAnnounced(reference, *engine_), row.status);
     const std::vector<Bytes> expected = Contents(reference);

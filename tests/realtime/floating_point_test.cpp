@@ -1,8 +1,8 @@
 // The floating-point mode belongs to the host: the module neither changes it nor depends on what is flushed to zero.
 
-#include "tests/realtime/realtime_test_support.h"
 #include "testing/scenarios.h"
 #include "testing/temp_directory.h"
+#include "tests/realtime/realtime_test_support.h"
 
 #include <immintrin.h>
 
@@ -78,7 +78,7 @@ TEST(FloatingPointMode, IsLeftAloneByLoadingAndUnloading)
     EXPECT_EQ(Now(), before);
 }
 
-class FloatingPointOf : public RealtimeEngine, public testing::WithParamInterface<ScenarioRow> {
+class FloatingPointOf : public RealtimeEngine, public testing::WithParamInterface<ScenarioCase> {
 protected:
     /// What the operation leaves in its outputs under a mode. The streams and buffers are made under it, too.
     std::vector<Bytes> Result(unsigned mxcsr)
@@ -98,7 +98,7 @@ protected:
 
 TEST_P(FloatingPointOf, LeavesTheModeAndGivesTheSameUnderFlushing)
 {
-    if (GetParam().leavesReference && !RealtimeTrap::IsAvailable()) {
+    if (GetParam().leaksReference && !RealtimeTrap::IsAvailable()) {
         GTEST_SKIP() << "the sanitizer would report the reference that stays";
     }
     const std::vector<Bytes> expected = Result(kDefault);

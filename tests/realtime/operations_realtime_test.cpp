@@ -1,7 +1,7 @@
 // Every path of every operation under the trap.
 
-#include "tests/realtime/realtime_test_support.h"
 #include "testing/scenarios.h"
+#include "tests/realtime/realtime_test_support.h"
 
 #include <zta/status.h>
 
@@ -20,13 +20,13 @@ using zta::host::AudioBuffer;
 using zta::host::Ref;
 using zta::test::ClocklessBuffer;
 using zta::test::Scenario;
-using zta::test::ScenarioRow;
+using zta::test::ScenarioCase;
 
-class OperationsRealtime : public zta::test::RealtimeEngine, public testing::WithParamInterface<ScenarioRow> {};
+class OperationsRealtime : public zta::test::RealtimeEngine, public testing::WithParamInterface<ScenarioCase> {};
 
 TEST_P(OperationsRealtime, NeitherAllocateNorLockNorEnterTheKernel)
 {
-    if (GetParam().leavesReference && !zta::test::RealtimeTrap::IsAvailable()) {
+    if (GetParam().leaksReference && !zta::test::RealtimeTrap::IsAvailable()) {
         GTEST_SKIP() << "the sanitizer would report the reference that stays";
     }
     const Scenario scenario =

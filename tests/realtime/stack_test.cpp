@@ -1,7 +1,7 @@
 // How deep the stack gets in each operation: a real-time thread has a small one, and must know.
 
-#include "tests/realtime/realtime_test_support.h"
 #include "testing/scenarios.h"
+#include "tests/realtime/realtime_test_support.h"
 
 #include <pthread.h>
 #include <sys/mman.h>
@@ -118,7 +118,7 @@ TEST_F(StackOfOperations, StaysWithinItsBound)
     }
     PaintedStack stack;
     std::map<std::string, std::size_t> deepest;
-    for (const ScenarioRow& row : Scenarios()) {
+    for (const ScenarioCase& row : Scenarios()) {
         SCOPED_TRACE(row.name);
         std::size_t depth = 0;
         // The first run binds the functions of this program; the second counts.

@@ -1,6 +1,6 @@
 #include "host/audio_buffer.h"
-#include "tests/soak/job.h"
 #include "testing/scenarios.h"
+#include "tests/soak/job.h"
 
 #include <cstddef>
 
@@ -28,8 +28,8 @@ public:
     std::string Run(IZtaAudioSamplesEngine& engine, Random& random, Latencies& latencies) override
     {
         const std::size_t index = Between(random, 0, Scenarios().size() - 1);
-        const ScenarioRow& row = Scenarios()[index];
-        if (row.leavesReference) {
+        const ScenarioCase& row = Scenarios()[index];
+        if (row.leaksReference) {
             return ""; // its buffers would pile up
         }
         const Scenario scenario = row.make(MakeBuffer);

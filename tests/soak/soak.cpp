@@ -5,8 +5,8 @@
 #include "component/unknown.h"
 #include "host/audio_buffer.h"
 #include "host/host_engine.h"
-#include "tests/soak/job.h"
 #include "testing/recording_host.h"
+#include "tests/soak/job.h"
 
 #include <zta/module.h>
 

@@ -1,7 +1,7 @@
 #include "host/audio_buffer.h"
 #include "host/formats.h"
-#include "tests/soak/job.h"
 #include "testing/recording_host.h"
+#include "tests/soak/job.h"
 
 #include <cstdint>
 #include <cstring>

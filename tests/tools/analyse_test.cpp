@@ -129,7 +129,7 @@ TEST_F(Analyse, FindsNoToneInNoiseSilenceAndShortSounds)
 TEST_F(Analyse, TellsEveryChannelForPeople)
 {
     const std::string in = Write("in.wav", Interleaved({Tone(997, -1, 70000), Noise(SF_FORMAT_PCM_16, 1, 70000)}));
-    const RunResult run = RunTool({"analyse", in});
+    const ResampleResult run = RunTool({"analyse", in});
     EXPECT_EQ(run.errors, "");
     EXPECT_TRUE(run.output.starts_with(in + ": 70000 sample frames at 48000 Hz\n"
                                             "  channel 1   level -4.01 dBFS, peak -1.00 dBFS\n"
@@ -158,7 +158,7 @@ TEST_F(Analyse, ComparesWhatBothFilesHave)
     Sound longer = Tone(997, -1, 15000);
     const std::string in = Write("in.wav", sound);
     const std::string reference = Write("reference.wav", longer);
-    RunResult run = RunTool({"analyse", in, "--reference", reference});
+    ResampleResult run = RunTool({"analyse", in, "--reference", reference});
     EXPECT_EQ(run.errors, "ztaudio: note: " + reference +
                               ": has 15000 sample frames; the difference is that of the frames that both have\n");
     EXPECT_TRUE(run.output.ends_with("    difference level -inf dBFS, peak -inf dBFS\n")) << run.output;
@@ -171,7 +171,7 @@ TEST_F(Analyse, DrawsTheSpectrum)
 {
     const std::string in = Write("in <&>.wav", Interleaved({Tone(997, -1, 70000), Tone(5000, -1, 70000)}));
     WriteTextFile(File("out.svg"), "an older picture");
-    const RunResult run = RunTool({"analyse", in, "--plot", File("out.svg")});
+    const ResampleResult run = RunTool({"analyse", in, "--plot", File("out.svg")});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     const std::string picture = ReadTextFile(File("out.svg"));
     EXPECT_TRUE(picture.starts_with("<svg ")) << picture.substr(0, 100);
@@ -185,7 +185,7 @@ TEST_F(Analyse, DrawsTheSpectrum)
 TEST_F(Analyse, EscapesTheFilesNameInJson)
 {
     const std::string in = Write("a\"\\\n.wav", Tone(997, -1, 1000));
-    const RunResult run = RunTool({"analyse", in, "--json"});
+    const ResampleResult run = RunTool({"analyse", in, "--json"});
     EXPECT_TRUE(run.output.starts_with("{\"file\": \"" + File("a\\\"\\\\\\u000a.wav") + "\", \"rate\": 48000"))
         << run.output;
 }

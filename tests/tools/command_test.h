@@ -37,5 +37,5 @@ protected:
     }
 
     TempDirectory folder_;
-    RunResult last_;
+    ResampleResult last_;
 };

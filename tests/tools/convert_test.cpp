@@ -43,7 +43,7 @@ protected:
 
     TempDirectory folder_;
     std::string in_ = folder_.File("in.wav");
-    RunResult last_;
+    ResampleResult last_;
 };
 
 class ConvertPairs : public Convert,
@@ -176,7 +176,8 @@ TEST_F(Convert, WritesEveryContainerByItsExtension)
             EXPECT_EQ(out.format & SF_FORMAT_TYPEMASK, type);
             ExpectSame(out, sound);
             // And back, so that every container is read too.
-            const RunResult back = RunTool({"convert", folder_.File("out." + extension), folder_.File("back.wav")});
+            const ResampleResult back =
+                RunTool({"convert", folder_.File("out." + extension), folder_.File("back.wav")});
             EXPECT_EQ(back.exitCode, 0) << back.errors;
             ExpectSame(ReadSound(folder_.File("back.wav")), sound);
         }
@@ -191,7 +192,7 @@ TEST_F(Convert, ReadsOggAsFloat)
     }
     sound.format = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
     WriteSound(folder_.File("in.ogg"), sound);
-    const RunResult run = RunTool({"convert", folder_.File("in.ogg"), folder_.File("out.wav")});
+    const ResampleResult run = RunTool({"convert", folder_.File("in.ogg"), folder_.File("out.wav")});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     const Sound out = ReadSound(folder_.File("out.wav"));
     EXPECT_EQ(out.Subtype(), SF_FORMAT_FLOAT);
@@ -367,7 +368,7 @@ TEST_F(Convert, NeedsNoMoreMemoryForALongFile)
 #endif
     const Sound twoMinutes = Noise(SF_FORMAT_PCM_16, 2, 120 * 48000L);
     WriteSound(in_, twoMinutes);
-    const RunResult run =
+    const ResampleResult run =
         RunTool({"convert", in_, folder_.File("out.wav"), "--format", "24in32", "--fade-in", "--fade-out"},
                 {.memoryLimit = 32UL << 20});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
@@ -377,11 +378,11 @@ TEST_F(Convert, NeedsNoMoreMemoryForALongFile)
 TEST_F(Convert, ShowsProgressOnATerminal)
 {
     WriteSound(in_, Noise(SF_FORMAT_PCM_16, 2, 480000));
-    const RunResult run = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true});
+    const ResampleResult run = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.errors.find("x real time, "), std::string::npos) << run.errors;
     EXPECT_NE(run.errors.find("out.wav: 0:10 of sound in "), std::string::npos) << run.errors;
-    const RunResult quiet = RunTool({"--quiet", "convert", in_, folder_.File("out.wav")}, {.terminal = true});
+    const ResampleResult quiet = RunTool({"--quiet", "convert", in_, folder_.File("out.wav")}, {.terminal = true});
     EXPECT_EQ(quiet.errors, "");
 }
 

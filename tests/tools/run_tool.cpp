@@ -51,7 +51,7 @@ void LimitTo(std::optional<unsigned long> value, __rlimit_resource resource)
 }
 
 /// Reads both ends until the child has closed them.
-void Collect(int output, int errors, RunResult& result)
+void Collect(int output, int errors, ResampleResult& result)
 {
     std::array<pollfd, 2> ends = {{{output, POLLIN, 0}, {errors, POLLIN, 0}}};
     for (int open = 2; open > 0;) {
@@ -85,7 +85,7 @@ bool HoldsTemporary(const std::string& folder)
 
 } // namespace
 
-RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options)
+ResampleResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options)
 {
     std::array<int, 2> output{};
     std::array<int, 2> errors{};
@@ -110,7 +110,7 @@ RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& o
         }
         kill(child, options.signalAtFirstTemporary);
     }
-    RunResult result;
+    ResampleResult result;
     Collect(output[0], errors[0], result);
     close(output[0]);
     close(errors[0]);

@@ -17,11 +17,11 @@ struct RunOptions {
     std::string watchedFolder = {};
 };
 
-struct RunResult {
+struct ResampleResult {
     int exitCode = -1; ///< -1 if a signal ended the program
     int signal = 0;
     std::string output;
     std::string errors;
 };
 
-RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options = {});
+ResampleResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options = {});

@@ -18,7 +18,7 @@ std::int32_t Bits(float value)
     return std::bit_cast<std::int32_t>(value);
 }
 
-std::int32_t Truncated(float product)
+std::int32_t TruncateToInt32(float product)
 {
     return product >= -0x1p31F && product < 0x1p31F ? static_cast<std::int32_t>(product) : INT32_MIN;
 }
@@ -29,11 +29,12 @@ std::int32_t ConvertSample(std::int32_t word, int from, int to)
         return word;
     }
     if (to == SF_FORMAT_PCM_16) {
-        return from == SF_FORMAT_PCM_24 ? word >> 16
-                                        : static_cast<std::int16_t>(Truncated(std::bit_cast<float>(word) * 32767.0F));
+        return from == SF_FORMAT_PCM_24
+                   ? word >> 16
+                   : static_cast<std::int16_t>(TruncateToInt32(std::bit_cast<float>(word) * 32767.0F));
     }
     if (to == SF_FORMAT_PCM_24) {
-        return from == SF_FORMAT_PCM_16 ? word * 65536 : Truncated(std::bit_cast<float>(word) * 2147483648.0F);
+        return from == SF_FORMAT_PCM_16 ? word * 65536 : TruncateToInt32(std::bit_cast<float>(word) * 2147483648.0F);
     }
     return Bits(static_cast<float>(word) / (from == SF_FORMAT_PCM_16 ? 32767.0F : 2147483392.0F));
 }

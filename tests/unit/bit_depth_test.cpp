@@ -1,6 +1,6 @@
 #include "kernels/bit_depth.h"
-#include "testing/models/conversion_models.h"
 #include "testing/fake_audio_samples.h"
+#include "testing/models/conversion_models.h"
 
 #include <gtest/gtest.h>
 
@@ -400,9 +400,9 @@ struct ByteWiseRow {
 };
 
 const ByteWiseRow kByteWise[] = {
-    {&K::ConvertBitDepth16To32, 2, 4, models::Convert16To32, models::Convert16To32LowAligned},
-    {&K::ConvertBitDepth24To32, 3, 4, models::Convert24To32, models::Convert24To32LowAligned},
-    {&K::ConvertBitDepth32To24, 4, 3, models::Convert32To24, models::Convert32To24LowAligned},
+    {&K::ConvertBitDepth16To32, 2, 4, models::Convert16To32, models::Convert16To32LsbAligned},
+    {&K::ConvertBitDepth24To32, 3, 4, models::Convert24To32, models::Convert24To32LsbAligned},
+    {&K::ConvertBitDepth32To24, 4, 3, models::Convert32To24, models::Convert32To24LsbAligned},
 };
 
 TEST(ConvertBitDepthByBytes, PlacesTheBytesOfOneSample)

@@ -14,17 +14,17 @@ constexpr std::uint32_t Bit(int bit)
 }
 
 /// A processor with both ranges of leaves and nothing else.
-SZtaProcessorWords Bare()
+SZtaCpuidLeaves Bare()
 {
-    SZtaProcessorWords words{};
+    SZtaCpuidLeaves words{};
     words.sLeaf0.ulEax = 7;
     words.sLeaf80000000.ulEax = 0x80000001;
     return words;
 }
 
-SZtaProcessorWords WithAvx2()
+SZtaCpuidLeaves WithAvx2()
 {
-    SZtaProcessorWords words = Bare();
+    SZtaCpuidLeaves words = Bare();
     words.sLeaf1.ulEcx = Bit(12) | Bit(27) | Bit(28);
     words.sLeaf7.ulEbx = Bit(3) | Bit(5) | Bit(8);
     words.ui64Xcr0 = 7;
@@ -35,13 +35,13 @@ TEST(ProcessorFeatures, ReadEachFeatureFromItsOneBit)
 {
     struct Row {
         std::uint32_t SZtaCpuidLeaf::*word;
-        SZtaCpuidLeaf SZtaProcessorWords::*leaf;
+        SZtaCpuidLeaf SZtaCpuidLeaves::*leaf;
         int bit;
         std::uint64_t feature;
     };
-    constexpr auto leaf1 = &SZtaProcessorWords::sLeaf1;
-    constexpr auto leaf7 = &SZtaProcessorWords::sLeaf7;
-    constexpr auto leafE1 = &SZtaProcessorWords::sLeaf80000001;
+    constexpr auto leaf1 = &SZtaCpuidLeaves::sLeaf1;
+    constexpr auto leaf7 = &SZtaCpuidLeaves::sLeaf7;
+    constexpr auto leafE1 = &SZtaCpuidLeaves::sLeaf80000001;
     constexpr auto ebx = &SZtaCpuidLeaf::ulEbx;
     constexpr auto ecx = &SZtaCpuidLeaf::ulEcx;
     constexpr auto edx = &SZtaCpuidLeaf::ulEdx;
@@ -67,9 +67,9 @@ TEST(ProcessorFeatures, ReadEachFeatureFromItsOneBit)
                         expected = row.feature;
                     }
                 }
-                SZtaProcessorWords words = Bare();
+                SZtaCpuidLeaves words = Bare();
                 words.*leaf.*word = Bit(bit);
-                EXPECT_EQ(ZtaFeaturesOfProcessor(words), expected) << "bit " << bit;
+                EXPECT_EQ(ZtaDetectCpuFeatures(words), expected) << "bit " << bit;
             }
         }
     }
@@ -77,67 +77,67 @@ TEST(ProcessorFeatures, ReadEachFeatureFromItsOneBit)
 
 TEST(ProcessorFeatures, TakeAvx2OnlyWithFmaAndBothBitManipulationSets)
 {
-    EXPECT_TRUE(ZtaFeaturesOfProcessor(WithAvx2()) & 0x8000);
+    EXPECT_TRUE(ZtaDetectCpuFeatures(WithAvx2()) & 0x8000);
     for (int bit : {3, 5, 8}) {
-        SZtaProcessorWords words = WithAvx2();
+        SZtaCpuidLeaves words = WithAvx2();
         words.sLeaf7.ulEbx &= ~Bit(bit);
-        EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x8000) << bit;
+        EXPECT_FALSE(ZtaDetectCpuFeatures(words) & 0x8000) << bit;
     }
-    SZtaProcessorWords words = WithAvx2();
+    SZtaCpuidLeaves words = WithAvx2();
     words.sLeaf1.ulEcx &= ~Bit(12);
-    EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x8000);
+    EXPECT_FALSE(ZtaDetectCpuFeatures(words) & 0x8000);
 }
 
 TEST(ProcessorFeatures, TakeWideRegistersAsEnabledOnlyWithTheSystemsConsent)
 {
-    EXPECT_TRUE(ZtaFeaturesOfProcessor(WithAvx2()) & 0x200);
+    EXPECT_TRUE(ZtaDetectCpuFeatures(WithAvx2()) & 0x200);
     for (std::uint64_t xcr0 : {0u, 1u, 2u, 3u, 4u, 5u}) {
-        SZtaProcessorWords words = WithAvx2();
+        SZtaCpuidLeaves words = WithAvx2();
         words.ui64Xcr0 = xcr0;
-        EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x200) << xcr0;
+        EXPECT_FALSE(ZtaDetectCpuFeatures(words) & 0x200) << xcr0;
     }
     for (int bit : {27, 28}) {
-        SZtaProcessorWords words = WithAvx2();
+        SZtaCpuidLeaves words = WithAvx2();
         words.sLeaf1.ulEcx &= ~Bit(bit);
-        EXPECT_FALSE(ZtaFeaturesOfProcessor(words) & 0x200) << bit;
+        EXPECT_FALSE(ZtaDetectCpuFeatures(words) & 0x200) << bit;
     }
 
-    SZtaProcessorWords words = Bare();
+    SZtaCpuidLeaves words = Bare();
     words.sLeaf1.ulEcx = Bit(27);
     words.ui64Xcr0 = 0xE0;
-    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x200000000u);
+    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x200000000u);
     for (std::uint64_t xcr0 : {0x60u, 0xA0u, 0xC0u}) {
         words.ui64Xcr0 = xcr0;
-        EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0u) << xcr0;
+        EXPECT_EQ(ZtaDetectCpuFeatures(words), 0u) << xcr0;
     }
     words.ui64Xcr0 = 0xE0;
     words.sLeaf1.ulEcx = 0;
-    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0u);
+    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0u);
 }
 
 TEST(ProcessorFeatures, TellOneProcessorByFamilyAndModel)
 {
-    SZtaProcessorWords words = Bare();
+    SZtaCpuidLeaves words = Bare();
     words.sLeaf1.ulEax = 0x00010B1F;
-    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x80000000u);
+    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x80000000u);
     words.sLeaf1.ulEax = 0x00010B3F;
-    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0u);
+    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0u);
 }
 
 TEST(ProcessorFeatures, IgnoreLeavesThatTheProcessorDoesNotHave)
 {
-    SZtaProcessorWords words = WithAvx2();
+    SZtaCpuidLeaves words = WithAvx2();
     words.sLeaf80000001.ulEcx = Bit(8);
-    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x48300u);
+    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x48300u);
     words.sLeaf0.ulEax = 6;
-    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x40300u);
+    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x40300u);
     words.sLeaf80000000.ulEax = 0x80000000;
-    EXPECT_EQ(ZtaFeaturesOfProcessor(words), 0x300u);
+    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x300u);
 }
 
 TEST(ProcessorFeatures, AgreeWithTheCompilersRuntime)
 {
-    const std::uint64_t features = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     EXPECT_EQ((features & 0x4) != 0, __builtin_cpu_supports("sse2") != 0);
     EXPECT_EQ((features & 0x10) != 0, __builtin_cpu_supports("ssse3") != 0);
     EXPECT_EQ((features & 0x80) != 0, __builtin_cpu_supports("sse4.2") != 0);
@@ -147,44 +147,44 @@ TEST(ProcessorFeatures, AgreeWithTheCompilersRuntime)
 
 TEST(LoopTargets, AreChosenByTheirFeaturesInOrder)
 {
-    EXPECT_STREQ(ZtaChooseLoops(0).pszName, "plain");
-    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(Bare())).pszName, "plain");
-    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(WithAvx2())).pszName, "avx2");
-    SZtaProcessorWords words = WithAvx2();
+    EXPECT_STREQ(ZtaBestLoops(0).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(Bare())).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(WithAvx2())).pszName, "avx2");
+    SZtaCpuidLeaves words = WithAvx2();
     words.ui64Xcr0 = 3; // an operating system that does not keep the wide registers
-    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "plain");
     words = WithAvx2();
     words.sLeaf1.ulEcx &= ~Bit(12); // AVX2 without FMA
-    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "plain");
 }
 
 TEST(LoopTargets, TakeAvx512OnlyWholeAndWithTheSystemsConsent)
 {
-    SZtaProcessorWords words = WithAvx2();
+    SZtaCpuidLeaves words = WithAvx2();
     words.sLeaf7.ulEbx |= Bit(16) | Bit(17) | Bit(30) | Bit(31);
     words.sLeaf7.ulEcx |= Bit(1);
     words.ui64Xcr0 = 0xE7;
-    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "avx512");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "avx512");
     for (const int bit : {16, 17, 30, 31}) {
-        SZtaProcessorWords less = words;
+        SZtaCpuidLeaves less = words;
         less.sLeaf7.ulEbx &= ~Bit(bit);
-        EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(less)).pszName, "avx2") << bit;
+        EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(less)).pszName, "avx2") << bit;
     }
-    SZtaProcessorWords withoutVbmi = words;
+    SZtaCpuidLeaves withoutVbmi = words;
     withoutVbmi.sLeaf7.ulEcx &= ~Bit(1);
-    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(withoutVbmi)).pszName, "avx2");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(withoutVbmi)).pszName, "avx2");
     for (const int bit : {5, 6, 7}) {
-        SZtaProcessorWords less = words;
+        SZtaCpuidLeaves less = words;
         less.ui64Xcr0 &= ~std::uint64_t{Bit(bit)};
-        EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(less)).pszName, "avx2") << bit;
+        EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(less)).pszName, "avx2") << bit;
     }
     words.sLeaf1.ulEcx &= ~Bit(12); // without FMA
-    EXPECT_STREQ(ZtaChooseLoops(ZtaFeaturesOfProcessor(words)).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "plain");
 }
 
 TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
 {
-    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+    for (const SZtaLoopVariant& target : kLoopVariants) {
         EXPECT_EQ(ZtaFindLoops(target.psLoops->pszName, target.ui64Features), target.psLoops);
         for (int bit = 0; bit < 64; ++bit) {
             const std::uint64_t needed = target.ui64Features & std::uint64_t{1} << bit;
@@ -193,8 +193,8 @@ TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
             }
         }
     }
-    const std::uint64_t avx2 = ZtaFeaturesOfProcessor(WithAvx2());
-    EXPECT_EQ(ZtaFindLoops(nullptr, avx2), &ZtaChooseLoops(avx2));
+    const std::uint64_t avx2 = ZtaDetectCpuFeatures(WithAvx2());
+    EXPECT_EQ(ZtaFindLoops(nullptr, avx2), &ZtaBestLoops(avx2));
     EXPECT_EQ(ZtaFindLoops("avx512", avx2), nullptr);
     for (const char* name : {"", "avx", "avx22", "AVX2", "plain "}) {
         EXPECT_EQ(ZtaFindLoops(name, ~std::uint64_t{0}), nullptr) << name;
@@ -203,16 +203,16 @@ TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
 
 TEST(LoopTargets, EndWithThePlainFormThatTakesNothing)
 {
-    const SZtaLoopTarget& last = *std::prev(std::end(g_asLoopTargets));
+    const SZtaLoopVariant& last = *std::prev(std::end(kLoopVariants));
     EXPECT_STREQ(last.psLoops->pszName, "plain");
-    EXPECT_TRUE(last.RunsWith(0));
-    EXPECT_FALSE(g_asLoopTargets[0].RunsWith(0));
+    EXPECT_TRUE(last.IsSupported(0));
+    EXPECT_FALSE(kLoopVariants[0].IsSupported(0));
 }
 
 TEST(LoopTargets, StayChosen)
 {
     const SZtaSampleLoops& loops = ZtaActiveLoops();
-    EXPECT_EQ(&loops, &ZtaChooseLoops(ZtaFeaturesOfProcessor(ZtaReadProcessorWords())));
+    EXPECT_EQ(&loops, &ZtaBestLoops(ZtaDetectCpuFeatures(ZtaReadCpuid())));
     EXPECT_EQ(&loops, &ZtaActiveLoops());
 }
 

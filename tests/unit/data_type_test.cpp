@@ -1,6 +1,6 @@
 #include "kernels/data_type.h"
-#include "testing/models/conversion_models.h"
 #include "testing/fake_audio_samples.h"
+#include "testing/models/conversion_models.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Which build of the signal functions a call reaches, and what the functions around the selection return.
 
 #include "signal/variant_selection.h"
-#include "testing/signal_variants.h"
 #include "testing/signal_spies.h"
+#include "testing/signal_variants.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ constexpr unsigned long completeMasks[] = {0x7, 0x1F, 0xDF, 0x1DF, 0x81DF, 0xF08
 
 std::uint64_t DetectedFeatures()
 {
-    return ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    return ZtaDetectCpuFeatures(ZtaReadCpuid());
 }
 
 // The rule.
@@ -130,15 +130,15 @@ TEST(FeatureRules, PartOfAnAvx512GroupFallsToAvx2)
 
 TEST(FeatureRules, Avx2WithoutFmaIsOneFeatureLessAndSelectsAvx)
 {
-    SZtaProcessorWords words{};
+    SZtaCpuidLeaves words{};
     words.sLeaf0.ulEax = 7;
     words.sLeaf1.ulEdx = 0x7 << 24 | 1u << 23;
     words.sLeaf1.ulEcx = 1u << 0 | 1u << 9 | 1u << 19 | 1u << 20 | 1u << 27 | 1u << 28;
     words.sLeaf7.ulEbx = 1u << 3 | 1u << 5 | 1u << 8;
     words.ui64Xcr0 = 7;
-    EXPECT_EQ(Select(ZtaFeaturesOfProcessor(words)).index, 3u);
+    EXPECT_EQ(Select(ZtaDetectCpuFeatures(words)).index, 3u);
     words.sLeaf1.ulEcx |= 1u << 12;
-    EXPECT_EQ(Select(ZtaFeaturesOfProcessor(words)).index, 4u);
+    EXPECT_EQ(Select(ZtaDetectCpuFeatures(words)).index, 4u);
 }
 
 // The check of a mask against the processor.
@@ -353,9 +353,9 @@ void ExpectCallReaches(Result (*function)(Arguments...) noexcept, const char* na
     const std::tuple<Arguments...> arguments(SampleArgument<Arguments>(static_cast<int>(Numbers) + 3)...);
     using Spy = SignalSpy<Stub, Build>;
     Spy::arguments = {};
-    reachedBuild = -1;
+    calledVariant = -1;
     std::apply(function, arguments);
-    EXPECT_EQ(reachedBuild, Build) << name;
+    EXPECT_EQ(calledVariant, Build) << name;
     EXPECT_TRUE(Spy::arguments == arguments) << name;
 }
 

@@ -41,7 +41,7 @@ struct Name {
 std::vector<Name> ExpectedNames()
 {
     std::vector<Name> expected;
-    for (const StatusRun& run : kStatusRuns) {
+    for (const StatusRange& run : kStatusRanges) {
         std::istringstream names{std::string(run.names)};
         std::uint32_t code = run.first_code;
         for (std::string name; names >> name; ++code) {
@@ -119,7 +119,7 @@ std::set<std::string> WordsBeyondTheName(const Name& row)
 TEST(ErrorTable, HasAConstantForEachName)
 {
     const std::vector<Name> constants = {
-#define ZTA_STATUS_ROW(code, name, sentence) {#name, static_cast<std::uint32_t>(name)},
+#define ZTA_STATUS_ENTRY(code, name, sentence) {#name, static_cast<std::uint32_t>(name)},
 #include <zta/status_codes.def>
     };
     const std::vector<Name> expected = ExpectedNames();

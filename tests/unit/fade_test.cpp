@@ -1,8 +1,8 @@
 #include "kernels/fade.h"
 #include "kernels/loops/fade_curve.h"
 
-#include "testing/models/fade_model.h"
 #include "testing/fake_audio_samples.h"
+#include "testing/models/fade_model.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ namespace {
 using models::FadedSample16;
 using models::FadeFrame;
 using models::FadeGain;
-using models::FadeLaw;
+using models::FadeOp;
 using models::Write;
 
 constexpr int kFormatNotSupported = static_cast<int>(0x8999803A);
@@ -38,7 +38,7 @@ struct Row {
     std::uint32_t property;
     Kernel fadeIn;
     Kernel fadeOut;
-    FadeLaw law;
+    FadeOp law;
     std::size_t channels;
     std::size_t frameBytes;
     bool mux;
@@ -46,16 +46,16 @@ struct Row {
 
 // clang-format off
 const Row kRows[] = {
-    {"Mono16",   1, &CZtaApplyFade::ApplyFadeIn16Mono,         &CZtaApplyFade::ApplyFadeOut16Mono,         FadeLaw::Each16,    1,  2, false},
-    {"Stereo16", 2, &CZtaApplyFade::ApplyFadeIn16Stereo,       &CZtaApplyFade::ApplyFadeOut16Stereo,       FadeLaw::Stereo16,  2,  4, false},
-    {"Mono24",   8, &CZtaApplyFade::ApplyFadeIn24Mono,         &CZtaApplyFade::ApplyFadeOut24Mono,         FadeLaw::Each24,    1,  4, false},
-    {"Stereo24", 9, &CZtaApplyFade::ApplyFadeIn24Stereo,       &CZtaApplyFade::ApplyFadeOut24Stereo,       FadeLaw::Each24,    2,  8, false},
-    {"Mux4_24",  10, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux4,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux4,  FadeLaw::Mux24,    4, 16, true},
-    {"Mux8_24",  11, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux8,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux8,  FadeLaw::Mux24,    8, 32, true},
-    {"Mux16_24", 12, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux16, &CZtaApplyFade::ApplyFadeOut24BitIn32Mux16, FadeLaw::Mux24,   16, 64, true},
-    {"Mux4_16",  3, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux4,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux4,  FadeLaw::Each16,    4,  8, true},
-    {"Mux8_16",  4, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux8,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux8,  FadeLaw::Each16,    8, 16, true},
-    {"Mux16_16", 5, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux16, &CZtaApplyFade::ApplyFadeOut16BitIn16Mux16, FadeLaw::Each16,   16, 32, true},
+    {"Mono16",   1, &CZtaApplyFade::ApplyFadeIn16Mono,         &CZtaApplyFade::ApplyFadeOut16Mono,         FadeOp::Int16,    1,  2, false},
+    {"Stereo16", 2, &CZtaApplyFade::ApplyFadeIn16Stereo,       &CZtaApplyFade::ApplyFadeOut16Stereo,       FadeOp::Stereo16,  2,  4, false},
+    {"Mono24",   8, &CZtaApplyFade::ApplyFadeIn24Mono,         &CZtaApplyFade::ApplyFadeOut24Mono,         FadeOp::Int24In32,    1,  4, false},
+    {"Stereo24", 9, &CZtaApplyFade::ApplyFadeIn24Stereo,       &CZtaApplyFade::ApplyFadeOut24Stereo,       FadeOp::Int24In32,    2,  8, false},
+    {"Mux4_24",  10, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux4,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux4,  FadeOp::Mux24,    4, 16, true},
+    {"Mux8_24",  11, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux8,  &CZtaApplyFade::ApplyFadeOut24BitIn32Mux8,  FadeOp::Mux24,    8, 32, true},
+    {"Mux16_24", 12, &CZtaApplyFade::ApplyFadeIn24BitIn32Mux16, &CZtaApplyFade::ApplyFadeOut24BitIn32Mux16, FadeOp::Mux24,   16, 64, true},
+    {"Mux4_16",  3, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux4,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux4,  FadeOp::Int16,    4,  8, true},
+    {"Mux8_16",  4, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux8,  &CZtaApplyFade::ApplyFadeOut16BitIn16Mux8,  FadeOp::Int16,    8, 16, true},
+    {"Mux16_16", 5, &CZtaApplyFade::ApplyFadeIn16BitIn16Mux16, &CZtaApplyFade::ApplyFadeOut16BitIn16Mux16, FadeOp::Int16,   16, 32, true},
 };
 // clang-format on
 
@@ -158,48 +158,48 @@ TEST_P(FadeKernel, RefusesAMuxBufferShorterThanTheFadeAndNoOther)
 
 // --- The gains -------------------------------------------------------------------------------------------------------
 
-TEST(FadeGains, StandAtTheirKnownValues)
+TEST(MakeFadeCurve, StandAtTheirKnownValues)
 {
     EXPECT_EQ(kFadeFrames, 200u);
 
-    EXPECT_EQ(kausFadeGains16[0], 327);
-    EXPECT_EQ(kausFadeGains16[1], 652);
-    EXPECT_EQ(kausFadeGains16[2], 976);
-    EXPECT_EQ(kausFadeGains16[99], 24575);
-    EXPECT_EQ(kausFadeGains16[199], 32767);
+    EXPECT_EQ(kFadeCurve16[0], 327);
+    EXPECT_EQ(kFadeCurve16[1], 652);
+    EXPECT_EQ(kFadeCurve16[2], 976);
+    EXPECT_EQ(kFadeCurve16[99], 24575);
+    EXPECT_EQ(kFadeCurve16[199], 32767);
 
-    EXPECT_EQ(kaulFadeGains32[0], 21421149u);
-    EXPECT_EQ(kaulFadeGains32[1], 42734925u);
-    EXPECT_EQ(kaulFadeGains32[2], 63941326u);
-    EXPECT_EQ(kaulFadeGains32[99], 1610612735u);
-    EXPECT_EQ(kaulFadeGains32[199], 2147483647u);
+    EXPECT_EQ(kFadeCurve32[0], 21421149u);
+    EXPECT_EQ(kFadeCurve32[1], 42734925u);
+    EXPECT_EQ(kFadeCurve32[2], 63941326u);
+    EXPECT_EQ(kFadeCurve32[99], 1610612735u);
+    EXPECT_EQ(kFadeCurve32[199], 2147483647u);
 
-    EXPECT_EQ(kaulFadeGainsVector[0], 327u);
-    EXPECT_EQ(kaulFadeGainsVector[1], 652u);
-    EXPECT_EQ(kaulFadeGainsVector[2], 976u);
-    EXPECT_EQ(kaulFadeGainsVector[99], 24575u);
-    EXPECT_EQ(kaulFadeGainsVector[199], 32767u);
+    EXPECT_EQ(kFadeCurveMux[0], 327u);
+    EXPECT_EQ(kFadeCurveMux[1], 652u);
+    EXPECT_EQ(kFadeCurveMux[2], 976u);
+    EXPECT_EQ(kFadeCurveMux[99], 24575u);
+    EXPECT_EQ(kFadeCurveMux[199], 32767u);
 }
 
-TEST(FadeGains, FollowTheParabola)
+TEST(MakeFadeCurve, FollowTheParabola)
 {
-    static_assert(sizeof kausFadeGains16 == 200 * 2);
-    static_assert(sizeof kaulFadeGains32 == 200 * 4);
-    static_assert(sizeof kaulFadeGainsVector == 200 * 4);
+    static_assert(sizeof kFadeCurve16 == 200 * 2);
+    static_assert(sizeof kFadeCurve32 == 200 * 4);
+    static_assert(sizeof kFadeCurveMux == 200 * 4);
     for (std::size_t i = 0; i < 200; ++i) {
-        EXPECT_EQ(kausFadeGains16[i], FadeGain(32767, i)) << i;
-        EXPECT_EQ(kaulFadeGains32[i], FadeGain(2147483647, i)) << i;
-        EXPECT_EQ(kaulFadeGainsVector[i], kausFadeGains16[i]) << i;
+        EXPECT_EQ(kFadeCurve16[i], FadeGain(32767, i)) << i;
+        EXPECT_EQ(kFadeCurve32[i], FadeGain(2147483647, i)) << i;
+        EXPECT_EQ(kFadeCurveMux[i], kFadeCurve16[i]) << i;
     }
 }
 
-TEST(FadeGains, AreThoseOfTheKernels)
+TEST(MakeFadeCurve, AreThoseOfTheKernels)
 {
     CZtaApplyFade fade;
     std::vector<std::int16_t> samples(200, -32768); // comes out as the negative gain
     fade.ApplyFadeIn16Mono(200, samples.data());
     for (std::size_t i = 0; i < 200; ++i) {
-        EXPECT_EQ(samples[i], -kausFadeGains16[i]) << i;
+        EXPECT_EQ(samples[i], -kFadeCurve16[i]) << i;
     }
 }
 
@@ -314,7 +314,7 @@ TEST(Ramp16, IsExactForEverySampleAndGain)
             samples[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(i - 32768);
         }
         // Two frames of half the domain each; a step of 0 keeps the gain.
-        fade._Fade16BitIn16MuxBuffer(samples.data(), 32768, 2, &kausFadeGains16[entry], 0);
+        fade._Fade16BitIn16MuxBuffer(samples.data(), 32768, 2, &kFadeCurve16[entry], 0);
         for (int i = 0; i < 65536; ++i) {
             ASSERT_EQ(samples[static_cast<std::size_t>(i)],
                       FadedSample16(static_cast<std::int16_t>(i - 32768), FadeGain(32767, entry)))

@@ -13,17 +13,17 @@ namespace {
 using models::BlockLayout;
 using models::FilterPlan;
 using models::TapKind;
-using zta::test::ExecutableSignalBuilds;
 using zta::test::FilterBlock;
 using zta::test::HintOf;
 using zta::test::MakeFilter;
-using zta::test::SignalBuild;
 using zta::test::SignalBuildName;
+using zta::test::SignalVariant;
+using zta::test::SupportedSignalVariants;
 
 constexpr FilterPlan kUp{44100, 48000, 32, TapKind::Words};
 constexpr FilterPlan kDown{48000, 44100, 32, TapKind::Words};
 
-class FilterBank : public testing::TestWithParam<SignalBuild> {
+class FilterBank : public testing::TestWithParam<SignalVariant> {
 protected:
     struct Sizes {
         IppStatus status;
@@ -51,7 +51,7 @@ protected:
     void ExpectModel(const FilterPlan& plan, float rollOff, float alpha) const;
 };
 
-INSTANTIATE_TEST_SUITE_P(Builds, FilterBank, testing::ValuesIn(ExecutableSignalBuilds()), SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Builds, FilterBank, testing::ValuesIn(SupportedSignalVariants()), SignalBuildName());
 
 template <class Tap>
 Tap TapAt(const std::uint8_t* bytes, std::int64_t offset)

@@ -79,44 +79,44 @@ std::vector<void*> Advanced(std::vector<void*> pointers, std::size_t bytes)
     return pointers;
 }
 
-std::vector<MuxRow> Assemblies(bool inBlocks)
+std::vector<MuxCase> Assemblies(bool inBlocks)
 {
-    std::vector<MuxRow> rows;
-    for (const auto* table : {&kMonoToMuxRows, &kStereoToMuxRows}) {
+    std::vector<MuxCase> rows;
+    for (const auto* table : {&kMonoToMuxCases, &kStereoToMuxRows}) {
         std::copy_if(table->begin(), table->end(), std::back_inserter(rows),
-                     [=](const MuxRow& row) { return (row.blockFrames != 0) == inBlocks; });
+                     [=](const MuxCase& row) { return (row.blockFrames != 0) == inBlocks; });
     }
     return rows;
 }
 
-std::vector<MuxRow> Splits(bool inBlocks)
+std::vector<MuxCase> Splits(bool inBlocks)
 {
-    std::vector<MuxRow> rows;
+    std::vector<MuxCase> rows;
     for (const auto* table : {&kMuxToMonoRows, &kMuxToStereoRows}) {
         std::copy_if(table->begin(), table->end(), std::back_inserter(rows),
-                     [=](const MuxRow& row) { return (row.blockFrames != 0) == inBlocks; });
+                     [=](const MuxCase& row) { return (row.blockFrames != 0) == inBlocks; });
     }
     return rows;
 }
 
-unsigned long MostBuffers(const MuxRow& row)
+unsigned long MostBuffers(const MuxCase& row)
 {
     const int layout = row.assemble != nullptr ? row.input : row.output;
     return layout == 8 || layout == 20 || layout == 1 ? 64 : 32;
 }
 
-bool Is24In24(const MuxRow& row)
+bool Is24In24(const MuxCase& row)
 {
     return row.input >= 20;
 }
 
-bool IsMux16To16Mono(const MuxRow& row)
+bool IsMux16To16Mono(const MuxCase& row)
 {
     return row.input == 12 && row.output == 8;
 }
 
 /// What a split gives, as buffers: exact, but for the one fault of 16 channels of mono 24-in-32.
-std::vector<Bytes> Expected(const MuxRow& row, std::vector<Bytes> buffers, unsigned long frames)
+std::vector<Bytes> Expected(const MuxCase& row, std::vector<Bytes> buffers, unsigned long frames)
 {
     for (Bytes& buffer : buffers) {
         buffer.resize(frames * row.elementBytes);
@@ -130,7 +130,7 @@ std::vector<Bytes> Expected(const MuxRow& row, std::vector<Bytes> buffers, unsig
 }
 
 template <class Class>
-void ExpectRows(const std::vector<MuxRow>& rows)
+void ExpectRows(const std::vector<MuxCase>& rows)
 {
     struct Open : Class {
         using Class::m_psProcessingFormats;
@@ -148,7 +148,7 @@ void ExpectRows(const std::vector<MuxRow>& rows)
 
 TEST(MuxKernels, HaveTheirRowsInOrder)
 {
-    ExpectRows<CZtaConvertMonoToMux>(kMonoToMuxRows);
+    ExpectRows<CZtaConvertMonoToMux>(kMonoToMuxCases);
     ExpectRows<CZtaConvertStereoToMux>(kStereoToMuxRows);
     ExpectRows<CZtaConvertMuxToMono>(kMuxToMonoRows);
     ExpectRows<CZtaConvertMuxToStereo>(kMuxToStereoRows);
@@ -157,7 +157,7 @@ TEST(MuxKernels, HaveTheirRowsInOrder)
 TEST(MuxKernels, InterleaveEveryLengthAndNoMore)
 {
     for (const bool inBlocks : {true, false}) {
-        for (const MuxRow& row : Assemblies(inBlocks)) {
+        for (const MuxCase& row : Assemblies(inBlocks)) {
             std::vector<Bytes> buffers = RandomBuffers(row.buffers, 300 * row.elementBytes);
             const std::vector<void*> pointers = Pointers(buffers);
             const std::vector<Bytes> before = buffers;
@@ -178,7 +178,7 @@ TEST(MuxKernels, InterleaveEveryLengthAndNoMore)
 TEST(MuxKernels, SplitEveryLengthAndNoMore)
 {
     for (const bool inBlocks : {true, false}) {
-        for (const MuxRow& row : Splits(inBlocks)) {
+        for (const MuxCase& row : Splits(inBlocks)) {
             const std::vector<Bytes> buffers = RandomBuffers(row.buffers, 300 * row.elementBytes);
             Bytes mux = Muxed(buffers, row.elementBytes, 300);
             const Bytes before = mux;
@@ -203,10 +203,10 @@ TEST(MuxKernels, SplitEveryLengthAndNoMore)
 
 TEST(MuxBlockKernels, LookAtNothingWithoutFrames)
 {
-    for (const MuxRow& row : Assemblies(true)) {
+    for (const MuxCase& row : Assemblies(true)) {
         EXPECT_EQ(row.assemble(nullptr, 99, nullptr, 0), 0) << row.name;
     }
-    for (const MuxRow& row : Splits(true)) {
+    for (const MuxCase& row : Splits(true)) {
         EXPECT_EQ(row.split(nullptr, nullptr, 99, 0), 0) << row.name;
     }
 }
@@ -214,7 +214,7 @@ TEST(MuxBlockKernels, LookAtNothingWithoutFrames)
 TEST(MuxBlockKernels, RefuseOtherCountsBeforeTheyLookAtEntries)
 {
     for (const unsigned long frames : {1ul, 4ul, 9ul}) {
-        for (const MuxRow& row : Assemblies(true)) {
+        for (const MuxCase& row : Assemblies(true)) {
             for (const unsigned long count : {0ul, row.buffers - 1, row.buffers + 1, 64ul}) {
                 std::vector<void*> sources(64, nullptr);
                 Zoned mux(4096);
@@ -222,7 +222,7 @@ TEST(MuxBlockKernels, RefuseOtherCountsBeforeTheyLookAtEntries)
                 EXPECT_TRUE(mux.Holds({})) << row.name;
             }
         }
-        for (const MuxRow& row : Splits(true)) {
+        for (const MuxCase& row : Splits(true)) {
             for (const unsigned long count : {0ul, row.buffers - 1, row.buffers + 1, 64ul}) {
                 std::vector<void*> destinations(64, nullptr);
                 Bytes mux(4096);
@@ -234,7 +234,7 @@ TEST(MuxBlockKernels, RefuseOtherCountsBeforeTheyLookAtEntries)
 
 TEST(MuxBlockKernels, RefuseANullEntryEachWithItsStatus)
 {
-    for (const MuxRow& row : Assemblies(true)) {
+    for (const MuxCase& row : Assemblies(true)) {
         const int status = std::string(row.name) == "Convert16MonoToMux16" ? kInvalidPointer : kInvalidParameter;
         std::vector<Bytes> buffers = RandomBuffers(row.buffers, 5 * row.elementBytes);
         Zoned mux(5 * row.buffers * row.elementBytes);
@@ -246,7 +246,7 @@ TEST(MuxBlockKernels, RefuseANullEntryEachWithItsStatus)
         EXPECT_EQ(row.assemble(nullptr, row.buffers, mux.Data(), 5), status) << row.name;
         EXPECT_TRUE(mux.Holds({})) << row.name;
     }
-    for (const MuxRow& row : Splits(true)) {
+    for (const MuxCase& row : Splits(true)) {
         Bytes mux = RandomBytes(5 * row.buffers * row.elementBytes);
         std::vector<Zoned> outputs(row.buffers, Zoned(5 * row.elementBytes));
         for (std::size_t i = 0; i < row.buffers; ++i) {
@@ -267,7 +267,7 @@ struct Moved {
 };
 
 /// Where the count of blocks has no low 16 bits, the tail alone is moved.
-std::vector<Moved> LongLengths(const MuxRow& row)
+std::vector<Moved> LongLengths(const MuxCase& row)
 {
     if (row.blockFrames == 2) {
         return {{131071, 131071}, {131072, 0}, {131073, 1}, {131074, 131074}, {262144, 0}, {262145, 1}, {393216, 0}};
@@ -278,7 +278,7 @@ std::vector<Moved> LongLengths(const MuxRow& row)
 
 TEST(MuxBlockKernels, InterleaveTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
 {
-    for (const MuxRow& row : Assemblies(true)) {
+    for (const MuxCase& row : Assemblies(true)) {
         const bool countsWhole = std::string(row.name) == "Convert16MonoToMux16";
         std::vector<Bytes> buffers = RandomBuffers(row.buffers, 524289 * row.elementBytes);
         std::vector<void*> sources = Pointers(buffers);
@@ -293,7 +293,7 @@ TEST(MuxBlockKernels, InterleaveTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
 
 TEST(MuxBlockKernels, SplitTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
 {
-    for (const MuxRow& row : Splits(true)) {
+    for (const MuxCase& row : Splits(true)) {
         const std::vector<Bytes> buffers = RandomBuffers(row.buffers, 524289 * row.elementBytes);
         Bytes mux = Muxed(buffers, row.elementBytes, 524289);
         for (const Moved& length : LongLengths(row)) {
@@ -334,7 +334,7 @@ TEST(MuxBlockKernels, RepeatChannels8To11InTheThirdFrameOfATailOf16Channels)
 
 TEST(MuxCountedBodies, CheckTheCountsThenTheMuxThenTheEntries)
 {
-    for (const MuxRow& row : Assemblies(false)) {
+    for (const MuxCase& row : Assemblies(false)) {
         std::vector<Bytes> buffers = RandomBuffers(65, 4 * row.elementBytes);
         std::vector<void*> sources = Pointers(buffers);
         const std::vector<void*> before = sources;
@@ -359,7 +359,7 @@ TEST(MuxCountedBodies, CheckTheCountsThenTheMuxThenTheEntries)
             EXPECT_TRUE(mux.Holds({})) << row.name;
         }
     }
-    for (const MuxRow& row : Splits(false)) {
+    for (const MuxCase& row : Splits(false)) {
         Bytes mux = RandomBytes(65 * 4 * row.elementBytes);
         std::vector<Zoned> outputs(65, Zoned(4 * row.elementBytes));
         const std::vector<void*> before = Pointers(outputs);
@@ -386,7 +386,7 @@ TEST(MuxCountedBodies, CheckTheCountsThenTheMuxThenTheEntries)
 
 TEST(MuxCountedBodies, TakeAnyCountUnderAnyName)
 {
-    for (const MuxRow& row : Assemblies(false)) {
+    for (const MuxCase& row : Assemblies(false)) {
         std::vector<Bytes> buffers = RandomBuffers(MostBuffers(row), 21 * row.elementBytes);
         for (unsigned long count = 2; count <= MostBuffers(row); ++count) {
             std::vector<Bytes> some(buffers.begin(), buffers.begin() + static_cast<std::ptrdiff_t>(count));
@@ -396,7 +396,7 @@ TEST(MuxCountedBodies, TakeAnyCountUnderAnyName)
             ASSERT_TRUE(mux.Holds(Muxed(some, row.elementBytes, 21))) << row.name << " " << count;
         }
     }
-    for (const MuxRow& row : Splits(false)) {
+    for (const MuxCase& row : Splits(false)) {
         const std::vector<Bytes> buffers = RandomBuffers(MostBuffers(row), 21 * row.elementBytes);
         for (unsigned long count = 2; count <= MostBuffers(row); ++count) {
             const std::vector<Bytes> some(buffers.begin(), buffers.begin() + static_cast<std::ptrdiff_t>(count));
@@ -413,7 +413,7 @@ TEST(MuxCountedBodies, TakeAnyCountUnderAnyName)
 
 TEST(MuxCountedBodies, TakeNoSourcesForSilenceButIn24In24)
 {
-    for (const MuxRow& row : Assemblies(false)) {
+    for (const MuxCase& row : Assemblies(false)) {
         const std::size_t bytes = row.buffers * 7 * row.elementBytes;
         Zoned mux(bytes + 16);
         if (Is24In24(row)) {
@@ -428,7 +428,7 @@ TEST(MuxCountedBodies, TakeNoSourcesForSilenceButIn24In24)
 
 TEST(MuxCountedBodies, TakeNoMuxForSilence)
 {
-    for (const MuxRow& row : Splits(false)) {
+    for (const MuxCase& row : Splits(false)) {
         std::vector<Zoned> outputs(row.buffers, Zoned(8 * row.elementBytes));
         std::vector<void*> destinations = Pointers(outputs);
         EXPECT_EQ(row.split(nullptr, destinations.data(), row.buffers, 7), 0) << row.name;
@@ -444,8 +444,8 @@ struct Body {
     const char* name;
     unsigned long mostBuffers;
     unsigned long elementBytes;
-    MuxRow::Assemble assemble;
-    MuxRow::Split split;
+    MuxCase::CallInterleave assemble;
+    MuxCase::Split split;
 };
 
 #define ZTA_BODY(type, function, most, bytes)                                                                          \

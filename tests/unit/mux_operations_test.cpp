@@ -50,7 +50,7 @@ struct Operation {
     bool assembles;
     unsigned long channels; ///< of one buffer
     unsigned long most;     ///< buffers taken
-    const std::vector<MuxRow>* rows;
+    const std::vector<MuxCase>* rows;
 
     int Run(IZtAudioSamples** buffers, unsigned long count, IZtAudioSamples* mux, SZtAudioMonoVolumeInfo* volumes,
             unsigned long volumeCount) const
@@ -64,11 +64,11 @@ struct Operation {
                              : CZtaConvertMuxToStereo().ConvertMuxToStereo(mux, buffers, count, volumes, volumeCount);
     }
 
-    int Layout(const MuxRow& row) const { return assembles ? row.input : row.output; }
-    int MuxLayout(const MuxRow& row) const { return assembles ? row.output : row.input; }
+    int Layout(const MuxCase& row) const { return assembles ? row.input : row.output; }
+    int MuxLayout(const MuxCase& row) const { return assembles ? row.output : row.input; }
 };
 
-const Operation kMonoToMux = {true, 1, 64, &kMonoToMuxRows};
+const Operation kMonoToMux = {true, 1, 64, &kMonoToMuxCases};
 const Operation kStereoToMux = {true, 2, 32, &kStereoToMuxRows};
 const Operation kMuxToMono = {false, 1, 64, &kMuxToMonoRows};
 const Operation kMuxToStereo = {false, 2, 64, &kMuxToStereoRows};
@@ -88,12 +88,12 @@ struct Call {
     }
 
     /// As many buffers as the row is for.
-    Call(const Operation& op, const MuxRow& row, unsigned long frames, unsigned long muxFrames)
+    Call(const Operation& op, const MuxCase& row, unsigned long frames, unsigned long muxFrames)
         : Call(op, op.Layout(row), row.buffers, frames, op.MuxLayout(row), muxFrames)
     {
     }
 
-    Call(const Operation& op, const MuxRow& row, unsigned long frames) : Call(op, row, frames, frames) {}
+    Call(const Operation& op, const MuxCase& row, unsigned long frames) : Call(op, row, frames, frames) {}
 
     int Run() { return Run(nullptr, 0); }
     int Run(Volumes volumes) { return Run(volumes.data(), volumes.size()); }
@@ -159,7 +159,7 @@ void Fill(Bytes& bytes, std::uint32_t word)
 TEST(MuxOperations, MoveTheSamplesOfEachRowAndSetTheLength)
 {
     for (const Operation* operation : kOperations) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             Call call(*operation, row, 13);
             const Bytes muxed = call.mux.data;
             if (operation->assembles) {
@@ -199,7 +199,7 @@ TEST(MuxOperations, RefuseOtherCountsOfBuffersFirst)
 TEST(MuxOperations, RefuseVolumesThatDoNotFitTheBuffersBeforeTheyLookAtThese)
 {
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = operation->rows->front();
+        const MuxCase& row = operation->rows->front();
         const unsigned long fits = row.buffers * operation->channels;
         for (const unsigned long volumes : {1ul, fits - 1, fits + operation->channels, 65ul}) {
             Call call(*operation, row, 4);
@@ -218,7 +218,7 @@ TEST(MuxOperations, RefuseVolumesThatDoNotFitTheBuffersBeforeTheyLookAtThese)
 TEST(MuxOperations, DoNotLookAtVolumesWithoutACount)
 {
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = operation->rows->front();
+        const MuxCase& row = operation->rows->front();
         Call call(*operation, row, 4);
         EXPECT_EQ(call.Run(reinterpret_cast<SZtAudioMonoVolumeInfo*>(1), 0), 0);
     }
@@ -227,7 +227,7 @@ TEST(MuxOperations, DoNotLookAtVolumesWithoutACount)
 TEST(MuxOperations, HideWhatABufferOfTheArrayReports)
 {
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = operation->rows->front();
+        const MuxCase& row = operation->rows->front();
         for (int FakeAudioSamples::*status : {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus,
                                               &FakeAudioSamples::capacityStatus}) {
             for (unsigned long i = 0; i < row.buffers; ++i) {
@@ -249,7 +249,7 @@ TEST(MuxOperations, HideWhatABufferOfTheArrayReports)
 TEST(MuxOperations, PassOnWhatTheMuxReports)
 {
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = operation->rows->front();
+        const MuxCase& row = operation->rows->front();
         for (int FakeAudioSamples::*status : {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus,
                                               &FakeAudioSamples::capacityStatus}) {
             Call call(*operation, row, 4);
@@ -273,7 +273,7 @@ TEST(MuxOperations, TakeThreeFormatsInTheArray)
                                          WaveFormat(2, 32, 32, 48000, 1), WaveFormat(2, 32, 32, 48000, 2),
                                          WaveFormat(1, 32, 24, 96000, 1)};
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = operation->rows->front();
+        const MuxCase& row = operation->rows->front();
         const auto Refuse = [&](const SZtaWaveFormatInfo& format, unsigned long at) {
             Call call(*operation, row, 4);
             call.buffers[at].format = format;
@@ -311,7 +311,7 @@ TEST(MuxOperations, CheckTheFormatOfABufferBeforeItsLength)
 TEST(MuxOperations, RefuseBuffersOfDifferentLengthsAtTheFirstThatDiffers)
 {
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = (*operation->rows)[1];
+        const MuxCase& row = (*operation->rows)[1];
         for (const unsigned long other : {999ul, 1001ul}) {
             Call call(*operation, row, 1000);
             call.buffers[2].length = other * row.elementBytes;
@@ -328,7 +328,7 @@ TEST(MuxOperations, RefuseBuffersOfDifferentLengthsAtTheFirstThatDiffers)
 TEST(MuxOperations, CompareValidLengthsAndNotCapacities)
 {
     for (const Operation* operation : kOperations) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             Call call(*operation, row, 80);
             (operation->assembles ? call.mux.length : call.buffers[0].length) -= 30;
             if (!operation->assembles) {
@@ -355,7 +355,7 @@ TEST(MuxOperations, CompareValidLengthsAndNotCapacities)
 TEST(MuxOperations, CheckTheLengthsBeforeThePair)
 {
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = operation->rows->front();
+        const MuxCase& row = operation->rows->front();
         Call call(*operation, row, operation->assembles ? 9 : 7, operation->assembles ? 7 : 9);
         call.mux.format = operation->channels == 1 ? WaveFormat(2, 32, 32, 48000, 1) : WaveFormat(2, 32, 32, 48000, 2);
         call.mux.length = (operation->assembles ? 7ul : 9ul) * 4 * operation->channels;
@@ -375,7 +375,7 @@ TEST(MuxOperations, HaveNoRowForOtherPairs)
                 if (muxLayout > 14 && muxLayout < 20) {
                     continue;
                 }
-                const auto row = std::find_if(operation->rows->begin(), operation->rows->end(), [=](const MuxRow& r) {
+                const auto row = std::find_if(operation->rows->begin(), operation->rows->end(), [=](const MuxCase& r) {
                     return operation->Layout(r) == layout && operation->MuxLayout(r) == muxLayout;
                 });
                 const bool found = row != operation->rows->end();
@@ -393,7 +393,7 @@ TEST(MuxOperations, HaveNoRowForOtherPairs)
 TEST(MuxOperations, PassOnAFailureOfTheKernel)
 {
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = operation->rows->front(); // takes its own count only
+        const MuxCase& row = operation->rows->front(); // takes its own count only
         Call call(*operation, operation->Layout(row), row.buffers + 1, 5, operation->MuxLayout(row), 5);
         const Call before = call;
         EXPECT_EQ(call.Run(), kInvalidParameter);
@@ -405,7 +405,7 @@ TEST(MuxOperations, PassOnAFailureOfTheKernel)
 TEST(MuxOperations, CheckTheCountOfBuffersThoughNoFrameFits)
 {
     for (const Operation* operation : kOperations) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             // One frame of the mux is too small for one element of each.
             const unsigned long count = 2 * row.buffers;
             if (count > operation->most) {
@@ -431,7 +431,7 @@ TEST(MuxOperations, CheckPointersThoughNoFrameFits)
 {
     for (const Operation* operation : kOperations) {
         const int narrow = operation->channels == 1 ? 1 : 2;
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             if (operation->Layout(row) == narrow) {
                 continue;
             }
@@ -471,7 +471,7 @@ TEST(MuxOperations, CheckPointersThoughNoFrameFits)
 TEST(MuxOperations, CountWholeFrames)
 {
     for (const Operation* operation : kOperations) {
-        const MuxRow& row = operation->rows->front();
+        const MuxCase& row = operation->rows->front();
         Call call(*operation, row, 5);
         for (FakeAudioSamples& buffer : call.buffers) {
             buffer.length = 4 * row.elementBytes + 3;
@@ -489,7 +489,7 @@ TEST(MuxAssembly, EndsWithTheStatusOfSettingTheLength)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
         for (const int status : {-5, 3}) {
-            const MuxRow& row = operation->rows->front();
+            const MuxCase& row = operation->rows->front();
             Call call(*operation, row, 6);
             call.mux.setLengthStatus = status;
             EXPECT_EQ(call.Run(), status);
@@ -501,7 +501,7 @@ TEST(MuxAssembly, EndsWithTheStatusOfSettingTheLength)
 TEST(MuxAssembly, OfEmptyBuffersEmptiesTheMux)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             Call call(*operation, row, 0, 5);
             const Bytes before = call.mux.data;
             EXPECT_EQ(call.Run(), 0) << row.name;
@@ -516,7 +516,7 @@ TEST(MuxAssembly, OfEmptyBuffersEmptiesTheMux)
 TEST(MuxAssembly, ShortensALongerMux)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             Call call(*operation, row, 60, 100);
             Bytes expected = call.mux.data;
             const Bytes muxed = Muxed(call.Samples(), row.elementBytes, 60);
@@ -531,7 +531,7 @@ TEST(MuxAssembly, ShortensALongerMux)
 TEST(MuxAssembly, WithVolumesScalesTheWholeMuxAndLeavesItsLength)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             if (row.input != 8 && row.input != 9) {
                 continue;
             }
@@ -554,7 +554,7 @@ TEST(MuxAssembly, WithVolumesScalesTheWholeMuxAndLeavesItsLength)
 TEST(MuxAssembly, GivesEachChannelItsOwnVolume)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        const MuxRow& row = (*operation->rows)[1]; // 8 channels
+        const MuxCase& row = (*operation->rows)[1]; // 8 channels
         Call call(*operation, row, 9);
         const Bytes muxed = Muxed(call.Samples(), row.elementBytes, 9);
         Volumes volumes = Flat(8, 1.0f);
@@ -572,7 +572,7 @@ TEST(MuxAssembly, GivesEachChannelItsOwnVolume)
 TEST(MuxAssembly, RefusesVolumesOnOtherMuxesAfterTheInterleaving)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             if (row.input == 8 || row.input == 9) {
                 continue;
             }
@@ -586,7 +586,7 @@ TEST(MuxAssembly, RefusesVolumesOnOtherMuxesAfterTheInterleaving)
 
 TEST(MuxAssembly, RefusesAnOddVolumeAfterTheInterleaving)
 {
-    for (const MuxRow& row : kStereoToMuxRows) {
+    for (const MuxCase& row : kStereoToMuxRows) {
         if (row.input != 9) {
             continue;
         }
@@ -599,7 +599,7 @@ TEST(MuxAssembly, RefusesAnOddVolumeAfterTheInterleaving)
 
 TEST(MuxAssembly, LooksAtTheContainerOfTheFirstBufferOnlyAndReadsNoBufferTooFar)
 {
-    const MuxRow& row = kMonoToMuxRows[0];
+    const MuxCase& row = kMonoToMuxCases[0];
     Call call(kMonoToMux, row, 12);
     FakeAudioSamples& narrow = call.buffers[2];
     narrow = FakeAudioSamples(FormatOfLayout(1), 12, 12); // has memory for 6 elements of the first buffer's
@@ -645,7 +645,7 @@ TEST(MuxAssembly, WritesNoFurtherThanTheMuxWithMoreBuffersThanItHasChannels)
 TEST(MuxSplit, EndsWithTheLastFailureOfSettingALengthAndStopsAtNone)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        const MuxRow& row = (*operation->rows)[1];
+        const MuxCase& row = (*operation->rows)[1];
         Call call(*operation, row, 6);
         const Bytes muxed = call.mux.data;
         call.buffers[1].setLengthStatus = -5;
@@ -667,7 +667,7 @@ TEST(MuxSplit, EndsWithTheLastFailureOfSettingALengthAndStopsAtNone)
 TEST(MuxSplit, OfAnEmptyMuxIntoEmptyBuffersSetsTheirLengths)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             Call call(*operation, row, 0);
             EXPECT_EQ(call.Run(), 0) << row.name;
             for (const FakeAudioSamples& buffer : call.buffers) {
@@ -688,7 +688,7 @@ TEST(MuxSplit, RefusesEmptyBuffersForAMuxWithData)
 TEST(MuxSplit, FillsLongerOutputsFromBehindTheMuxsData)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             Call call(*operation, row, 80);
             call.mux.length = 50 * row.buffers * row.elementBytes;
             EXPECT_EQ(call.Run(), 0) << row.name;
@@ -703,7 +703,7 @@ TEST(MuxSplit, FillsLongerOutputsFromBehindTheMuxsData)
 TEST(MuxSplit, ReadsNoFurtherThanTheMuxsMemory)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             for (const unsigned long muxFrames : {0ul, 50ul, 60ul}) {
                 Call call(*operation, row, 80, muxFrames);
                 call.mux.length = std::min(muxFrames, 50ul) * row.buffers * row.elementBytes;
@@ -724,7 +724,7 @@ TEST(MuxSplit, ReadsNoFurtherThanTheMuxsMemory)
 
 TEST(MuxSplit, WritesNoOutputTooFarThoughItLooksAtTheContainerOfTheFirstOnly)
 {
-    const MuxRow& row = kMuxToMonoRows[0];
+    const MuxCase& row = kMuxToMonoRows[0];
     Call call(kMuxToMono, row, 12);
     FakeAudioSamples& narrow = call.buffers[2];
     narrow = FakeAudioSamples(FormatOfLayout(1), 12, 12); // has memory for 6 elements of the mux's
@@ -749,7 +749,7 @@ TEST(MuxSplit, KeepsTheFaultOf16Channels)
 TEST(MuxSplit, WithVolumesScalesEachOutputOverItsOwnLength)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             if (row.output != 8 && row.output != 9) {
                 continue;
             }
@@ -771,7 +771,7 @@ TEST(MuxSplit, WithVolumesScalesEachOutputOverItsOwnLength)
 TEST(MuxSplit, GivesEachOutputItsOwnVolumes)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        const MuxRow& row = (*operation->rows)[1]; // 8 channels
+        const MuxCase& row = (*operation->rows)[1]; // 8 channels
         Call call(*operation, row, 12);
         Volumes volumes = Flat(8, 1.0f);
         volumes[3] = {0, 0.5f, 0.5f};
@@ -793,7 +793,7 @@ TEST(MuxSplit, GivesEachOutputItsOwnVolumes)
 TEST(MuxSplit, RefusesVolumesOnOtherOutputsAfterTheSplit)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxRow& row : *operation->rows) {
+        for (const MuxCase& row : *operation->rows) {
             if (row.output == 8 || row.output == 9) {
                 continue;
             }
@@ -812,7 +812,7 @@ TEST(MuxSplit, RefusesVolumesOnOtherOutputsAfterTheSplit)
 TEST(MuxSplit, WithVolumesEndsWithTheLastFailureAndStopsAtNone)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        const MuxRow& row = (*operation->rows)[1];
+        const MuxCase& row = (*operation->rows)[1];
         Call call(*operation, row, 8);
         call.buffers[1].setLengthStatus = -5;
         Volumes volumes = Flat(8, 1.0f);
@@ -868,16 +868,16 @@ std::pair<int, int> Suggested(int in, int out)
 
 TEST(MuxSuggestFormat, KeepsWhatARowTakes)
 {
-    for (const MuxRow& row : kMonoToMuxRows) {
+    for (const MuxCase& row : kMonoToMuxCases) {
         EXPECT_EQ(Suggested<CZtaConvertMonoToMux>(row.input, row.output), std::pair(row.input, row.output));
     }
-    for (const MuxRow& row : kStereoToMuxRows) {
+    for (const MuxCase& row : kStereoToMuxRows) {
         EXPECT_EQ(Suggested<CZtaConvertStereoToMux>(row.input, row.output), std::pair(row.input, row.output));
     }
-    for (const MuxRow& row : kMuxToMonoRows) {
+    for (const MuxCase& row : kMuxToMonoRows) {
         EXPECT_EQ(Suggested<CZtaConvertMuxToMono>(row.input, row.output), std::pair(row.input, row.output));
     }
-    for (const MuxRow& row : kMuxToStereoRows) {
+    for (const MuxCase& row : kMuxToStereoRows) {
         EXPECT_EQ(Suggested<CZtaConvertMuxToStereo>(row.input, row.output), std::pair(row.input, row.output));
     }
 }

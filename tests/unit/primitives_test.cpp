@@ -25,13 +25,13 @@ bool Same(double a, double b)
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
 
-class Primitives : public testing::TestWithParam<SignalBuild> {};
+class Primitives : public testing::TestWithParam<SignalVariant> {};
 
 /// The builds, and what the dispatch makes of the functions that it has.
-std::vector<SignalBuild> BuildsAndDispatch()
+std::vector<SignalVariant> BuildsAndDispatch()
 {
-    std::vector<SignalBuild> builds = ExecutableSignalBuilds();
-    SignalBuild dispatch = builds.back();
+    std::vector<SignalVariant> builds = SupportedSignalVariants();
+    SignalVariant dispatch = builds.back();
     dispatch.prefix = "dispatch";
     dispatch.ippsFree = ippsFree;
     dispatch.ippsMalloc_8u = ippsMalloc_8u;
@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(Builds, Primitives, testing::ValuesIn(BuildsAndDispatch
 
 TEST_P(Primitives, RefuseNullBeforeTheyLookAtTheCount)
 {
-    const SignalBuild& build = GetParam();
+    const SignalVariant& build = GetParam();
     std::int16_t sample = 7;
     for (const int len : {1, 0, -1, std::numeric_limits<int>::min()}) {
         EXPECT_EQ(build.ippsSet_16s(1, nullptr, len), ippStsNullPtrErr);
@@ -61,7 +61,7 @@ TEST_P(Primitives, RefuseNullBeforeTheyLookAtTheCount)
 
 TEST_P(Primitives, RefuseCountsBelowOneAndTouchNothing)
 {
-    const SignalBuild& build = GetParam();
+    const SignalVariant& build = GetParam();
     const std::int16_t source = 1;
     std::int16_t sample = 7;
     double value = 3.0;
@@ -212,7 +212,7 @@ TEST_P(Primitives, MulCByZeroLeavesNoNaN)
 
 TEST_P(Primitives, MallocAlignsEveryLengthTo64)
 {
-    const SignalBuild& build = GetParam();
+    const SignalVariant& build = GetParam();
     std::vector<unsigned char*> blocks;
     for (int len = 1; len <= 1000; ++len) {
         unsigned char* const block = build.ippsMalloc_8u(len);
@@ -242,7 +242,7 @@ TEST_P(Primitives, MallocKeepsTheStartBelowTheBlock)
 
 TEST_P(Primitives, MallocRefusesWhatCannotBe)
 {
-    const SignalBuild& build = GetParam();
+    const SignalVariant& build = GetParam();
     constexpr int highest = std::numeric_limits<int>::max();
     for (const int len : {0, -1, std::numeric_limits<int>::min(), highest, highest - 71}) {
         EXPECT_EQ(build.ippsMalloc_8u(len), nullptr) << len;
@@ -272,7 +272,7 @@ TEST(Malloc, IsTheSameForBlocksOfAnyContent)
 
 TEST_P(Primitives, SqrtOneIsTheRootOfIeee)
 {
-    const SignalBuild& build = GetParam();
+    const SignalVariant& build = GetParam();
     for (const double x : {0.0, -0.0, 1.0, 2.0, 0.5, 1e-320, 5e-324, 1e308, infinity, 0.1, 1.0 - 1e-16}) {
         EXPECT_TRUE(Same(build.ippsSqrtOne(x), std::sqrt(x))) << x;
     }
@@ -376,7 +376,7 @@ TEST_P(Primitives, SinOneIsTheSameInAllBuilds)
 
 TEST_P(Primitives, SinOneAtTheEdges)
 {
-    const SignalBuild& build = GetParam();
+    const SignalVariant& build = GetParam();
     for (const double x : {0.0, -0.0, 1e-300, -1e-300, 5e-324, std::ldexp(1.0, -253)}) {
         EXPECT_TRUE(Same(build.ippsSinOne(x), x)) << x;
     }

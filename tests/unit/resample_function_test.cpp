@@ -12,12 +12,12 @@ namespace {
 
 using models::FilterPlan;
 using models::TapKind;
-using zta::test::ExecutableSignalBuilds;
 using zta::test::FilterBlock;
 using zta::test::MakeFilter;
 using zta::test::OneRowFilter;
-using zta::test::SignalBuild;
 using zta::test::SignalBuildName;
+using zta::test::SignalVariant;
+using zta::test::SupportedSignalVariants;
 
 constexpr FilterPlan kUp{44100, 48000, 32, TapKind::Words};
 constexpr FilterPlan kDown{48000, 44100, 32, TapKind::Words};
@@ -29,7 +29,7 @@ struct Output {
     double time;
 };
 
-class FilterRun : public testing::TestWithParam<SignalBuild> {
+class FilterRun : public testing::TestWithParam<SignalVariant> {
 protected:
     Output Run(const std::int16_t* source, int len, double time, const IppsResamplingPolyphaseFixed_16s* filter,
                float norm = 1.0f, std::size_t room = 20000) const
@@ -56,7 +56,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Builds, FilterRun, testing::ValuesIn(ExecutableSignalBuilds()), SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Builds, FilterRun, testing::ValuesIn(SupportedSignalVariants()), SignalBuildName());
 
 std::vector<std::int16_t> Noise(std::size_t count, unsigned seed)
 {
@@ -138,7 +138,7 @@ TEST_P(FilterRun, SaturatesAFullScaleConstantDownwards)
         const std::vector<std::int16_t> source(2000, static_cast<std::int16_t>(level));
         const Output output = Run(source.data(), 1900, 17.0, filter.Get());
         bool saturated = false;
-        const models::RunResult model = models::Run(source.data(), 1900, 1.0f, 17.0, filter.Get(), false);
+        const models::ResampleResult model = models::Run(source.data(), 1900, 1.0f, 17.0, filter.Get(), false);
         EXPECT_EQ(output.samples, model.samples);
         for (int p = 0; p < 147; ++p) {
             const auto* row = filter.Row<std::int16_t>(p);
@@ -216,7 +216,8 @@ TEST_P(FilterRun, KeepsPositionsBeyond32Bits)
             std::copy(noise.begin(), noise.end(), source + index - 20);
             for (const int len : {1, 500}) {
                 const Output output = Run(source, len, index + fraction, filter.Get());
-                const models::RunResult model = models::Run(source, len, 1.0f, index + fraction, filter.Get(), false);
+                const models::ResampleResult model =
+                    models::Run(source, len, 1.0f, index + fraction, filter.Get(), false);
                 EXPECT_EQ(output.samples, model.samples);
                 EXPECT_EQ(output.time, model.time);
                 EXPECT_EQ(output.samples,
@@ -259,7 +260,7 @@ TEST_P(FilterRun, TakesPositionsBeforeTheOrigin)
     EXPECT_DOUBLE_EQ(output.time, models::Run(source.data(), 50, 1.0f, 40.0, filter.Get(), false).time - 60.0);
     // A whole part of 0 covers what lies one sample before it, too.
     const Output before = Run(source.data() + 60, 50, -0.5, filter.Get());
-    const models::RunResult model = models::Run(source.data(), 51, 1.0f, 59.0 + 81.0 / 160.0, filter.Get(), false);
+    const models::ResampleResult model = models::Run(source.data(), 51, 1.0f, 59.0 + 81.0 / 160.0, filter.Get(), false);
     ASSERT_EQ(before.samples.size(), model.samples.size());
     EXPECT_EQ(before.samples, model.samples);
 }
@@ -476,7 +477,7 @@ std::vector<WordSum> ExecutableWordSums()
                             {"l9", l9_ownDotProd16_16s64s},    {"n0", n0_ownDotProd16_16s64s},
                             {"k0", k0_ownDotProd16_16s64s}};
     std::vector<WordSum> executable;
-    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+    for (const SignalVariant& build : SupportedSignalVariants()) {
         const auto found = std::find_if(std::begin(sums), std::end(sums),
                                         [&](const WordSum& sum) { return std::string(sum.prefix) == build.prefix; });
         executable.push_back(*found);
@@ -531,7 +532,7 @@ TEST(DotProduct, TakesSamplesAtOddAddresses)
         {"l9", l9_ownsDotProd_16s32f64f},
         {"n0", n0_ownsDotProd_16s32f64f},
         {"k0", k0_ownsDotProd_16s32f64f}};
-    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+    for (const SignalVariant& build : SupportedSignalVariants()) {
         for (const auto& [prefix, function] : singles) {
             for (int n = 0; n <= 13 && prefix == build.prefix; ++n) {
                 double expected = 0.0;
@@ -588,7 +589,7 @@ TEST(DotProduct, OfSinglePrecisionTakesItsRestInDouble)
     for (const std::int16_t value : Noise(40, 19)) {
         taps.push_back(static_cast<float>(value) / 77777.0f);
     }
-    for (const SignalBuild& build : ExecutableSignalBuilds()) {
+    for (const SignalVariant& build : SupportedSignalVariants()) {
         for (const auto& [prefix, function] : sums) {
             if (prefix != build.prefix) {
                 continue;

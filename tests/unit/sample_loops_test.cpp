@@ -21,8 +21,8 @@ class SampleLoops : public testing::Test {
 protected:
     void TearDown() override { ztSelectSampleLoops(nullptr); }
 
-    std::uint64_t features_ = ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
-    std::string preferred_ = ZtaChooseLoops(features_).pszName;
+    std::uint64_t features_ = ZtaDetectCpuFeatures(ZtaReadCpuid());
+    std::string preferred_ = ZtaBestLoops(features_).pszName;
 };
 
 TEST_F(SampleLoops, AreTheWidestOfTheProcessorUnlessOthersAreSelected)
@@ -36,9 +36,9 @@ TEST_F(SampleLoops, AreTheWidestOfTheProcessorUnlessOthersAreSelected)
 
 TEST_F(SampleLoops, CanBeAnyThatTheProcessorRuns)
 {
-    for (const SZtaLoopTarget& target : g_asLoopTargets) {
+    for (const SZtaLoopVariant& target : kLoopVariants) {
         ASSERT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
-        const bool runs = target.RunsWith(features_);
+        const bool runs = target.IsSupported(features_);
         const char* name = target.psLoops->pszName;
         EXPECT_EQ(ztSelectSampleLoops(name), runs ? ZT_NOERROR : ZT_E_INVALID_PARAMETER) << name;
         EXPECT_STREQ(ztGetSampleLoops(), runs ? name : "plain");
@@ -70,7 +70,7 @@ TEST_F(SampleLoops, GiveTheSameSamplesAndMayChangeWhileAnOperationRuns)
     std::atomic<bool> done = false;
     std::thread changer([&done] {
         while (!done) {
-            for (const SZtaLoopTarget& target : g_asLoopTargets) {
+            for (const SZtaLoopVariant& target : kLoopVariants) {
                 ztSelectSampleLoops(target.psLoops->pszName);
             }
         }

@@ -1,6 +1,6 @@
 #include "kernels/volume.h"
-#include "testing/models/gain_model.h"
 #include "testing/fake_audio_samples.h"
+#include "testing/models/gain_model.h"
 
 #include <gtest/gtest.h>
 
@@ -443,7 +443,7 @@ TEST(VolumeSettings, ReplaceEightInTheCallersRecords)
     CZtaApplyVolume volume;
     Records records = {{7, 8.0f, 1.0f}, {8, 1.0f, 8.0f}, {9, 8.0f, 8.0f}, {10, 7.5f, std::nextafter(8.0f, 0.0f)}};
     EXPECT_EQ(volume.SetVolumeSettings(records.data(), 4, 10), 0);
-    const float replaced = models::BelowEight(8.0f);
+    const float replaced = models::LargestGainBelow8(8.0f);
     EXPECT_EQ(replaced, 7.99989986419677734375f);
     EXPECT_EQ(records[0].fStartVolume, replaced);
     EXPECT_EQ(records[0].fEndVolume, 1.0f);
@@ -465,9 +465,9 @@ TEST(VolumeSettings, KeepTheReplacementsBeforeARecordThatFails)
     records[2].fEndVolume = 9.0f;
     EXPECT_EQ(volume.SetVolumeSettings(records.data(), 4, 10), kInvalidParameter);
     for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(records[i].fStartVolume, i < 2 ? models::BelowEight(8.0f) : 8.0f) << i;
+        EXPECT_EQ(records[i].fStartVolume, i < 2 ? models::LargestGainBelow8(8.0f) : 8.0f) << i;
     }
-    EXPECT_EQ(records[1].fEndVolume, models::BelowEight(8.0f));
+    EXPECT_EQ(records[1].fEndVolume, models::LargestGainBelow8(8.0f));
 }
 
 TEST(VolumeSettings, ReadAllRecordsBeforeTheyRefuseTheirCount)
@@ -478,7 +478,7 @@ TEST(VolumeSettings, ReadAllRecordsBeforeTheyRefuseTheirCount)
         const bool isRow =
             std::any_of(std::begin(kRows), std::end(kRows), [=](const Row& row) { return row.channels == channels; });
         EXPECT_EQ(volume.SetVolumeSettings(records.data(), channels, 10), isRow ? 0 : kInvalidParameter) << channels;
-        EXPECT_EQ(records.back().fEndVolume, models::BelowEight(8.0f));
+        EXPECT_EQ(records.back().fEndVolume, models::LargestGainBelow8(8.0f));
     }
 }
 
@@ -684,7 +684,7 @@ TEST(ApplyVolume, PassesOnTheFailuresOfAKernelWithoutSettingTheLength)
     Records records = Flat(2, 8.0f);
     records[1].fStartVolume = 8.5f;
     EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 2), kInvalidParameter);
-    EXPECT_EQ(records[0].fStartVolume, models::BelowEight(8.0f));
+    EXPECT_EQ(records[0].fStartVolume, models::LargestGainBelow8(8.0f));
     EXPECT_EQ(WordsOf(output), Words(12));
     EXPECT_TRUE(output.lengthsSet.empty());
 }

@@ -34,7 +34,7 @@ Names Lines(const std::string& text)
 /// The names of all checks.
 Names Listed()
 {
-    const RunResult run = RunTool({"--list"});
+    const ResampleResult run = RunTool({"--list"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.errors, "");
     Names names;
@@ -77,7 +77,7 @@ protected:
         }
         arguments.push_back(subject);
         arguments.insert(arguments.end(), more.begin(), more.end());
-        const RunResult run = RunTool(arguments);
+        const ResampleResult run = RunTool(arguments);
         EXPECT_EQ(run.errors, "");
         Json report = Json::parse(run.output, nullptr, false);
         EXPECT_FALSE(report.is_discarded()) << run.output;
@@ -318,7 +318,7 @@ TEST_F(Validator, LeavesNoProcessWhenItIsInterrupted)
 
 TEST_F(Validator, RunsOnlyWhatIsAskedFor)
 {
-    const RunResult run = RunTool({ZTA_MODULE_PATH, "--only", "class.f*", "--only", "module.entry"});
+    const ResampleResult run = RunTool({ZTA_MODULE_PATH, "--only", "class.f*", "--only", "module.entry"});
     EXPECT_EQ(run.exitCode, 0);
     const Names lines = Lines(run.output);
     ASSERT_EQ(lines.size(), 3U);
@@ -329,7 +329,7 @@ TEST_F(Validator, RunsOnlyWhatIsAskedFor)
 
 TEST_F(Validator, SaysWhatIsWrongInText)
 {
-    const RunResult run = RunTool({Link(ZTA_BROKEN_MODULE, "module.texts"), "--only", "module.texts"});
+    const ResampleResult run = RunTool({Link(ZTA_BROKEN_MODULE, "module.texts"), "--only", "module.texts"});
     EXPECT_EQ(run.exitCode, 1);
     const Names lines = Lines(run.output);
     ASSERT_EQ(lines.size(), 3U);
@@ -356,7 +356,7 @@ TEST_F(Validator, RefusesABadCommandLineInOneLine)
                                                      {ZTA_MODULE_PATH, "--timeout", "0"},
                                                      {ZTA_MODULE_PATH, "--seed", "-1"},
                                                      {ZTA_MODULE_PATH, "--host", ZTA_BROKEN_HOST}}) {
-        const RunResult run = RunTool(arguments);
+        const ResampleResult run = RunTool(arguments);
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.output, "");
         EXPECT_TRUE(run.errors.starts_with("ztvalidate: ")) << run.errors;

@@ -16,7 +16,7 @@ extern "C" void RememberSignal(int signal)
 
 } // namespace
 
-void WatchSignals(SecondSignal second)
+void InstallSignalHandlers(SecondSignal second)
 {
     struct sigaction remember = {};
     remember.sa_handler = RememberSignal;
@@ -41,7 +41,7 @@ void CheckInterruption()
     }
 }
 
-void DieBySignal(int signal)
+void RaiseDefaultSignal(int signal)
 {
     std::signal(signal, SIG_DFL);
     std::raise(signal);

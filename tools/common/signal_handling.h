@@ -9,10 +9,10 @@ enum class SecondSignal {
 
 /// From now on SIGINT, SIGTERM and SIGHUP are remembered for CheckInterruption. Writing to a closed pipe or beyond a
 /// size limit becomes an ordinary write error.
-void WatchSignals(SecondSignal second = SecondSignal::Kills);
+void InstallSignalHandlers(SecondSignal second = SecondSignal::Kills);
 
 /// Throws Interrupted when a signal has come.
 void CheckInterruption();
 
 /// Ends the program by the signal, as if it had never been caught.
-[[noreturn]] void DieBySignal(int signal);
+[[noreturn]] void RaiseDefaultSignal(int signal);

@@ -1,7 +1,7 @@
 /// make_plots FOLDER: draws the pictures of docs/plots from what the module does, and prints figures.
 #include "tools/common/failure.h"
-#include "tools/ztaudio/resample_stream.h"
 #include "tools/common/spectrum_plot.h"
+#include "tools/ztaudio/resample_stream.h"
 
 #include <algorithm>
 #include <cmath>

@@ -23,8 +23,8 @@ struct Status {
 };
 
 constexpr Status kStatuses[] = {
-#define ZTA_STATUS_BLOCK(code, bits, name, sentence) {code, bits, #name, sentence},
-#define ZTA_STATUS_ROW(code, name, sentence) ZTA_STATUS_BLOCK(code, 0, name, sentence)
+#define ZTA_STATUS_RANGE(code, bits, name, sentence) {code, bits, #name, sentence},
+#define ZTA_STATUS_ENTRY(code, name, sentence) ZTA_STATUS_RANGE(code, 0, name, sentence)
 #include <zta/status_codes.def>
 };
 

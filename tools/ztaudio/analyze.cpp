@@ -1,10 +1,10 @@
-#include "tools/ztaudio/commands.h"
 #include "tools/common/failure.h"
-#include "tools/common/signal_handling.h"
 #include "tools/common/output_file.h"
+#include "tools/common/signal_handling.h"
+#include "tools/common/spectrum_plot.h"
+#include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/sound_file_reader.h"
-#include "tools/common/spectrum_plot.h"
 
 #include <CLI/CLI.hpp>
 
@@ -28,7 +28,7 @@ struct Options {
 /// The samples of a sound, 1 being full scale, in blocks for each channel.
 class SampleSource {
 public:
-    explicit SampleSource(SoundReader& sound)
+    explicit SampleSource(SoundFileReader& sound)
         : sound_(sound), words_(static_cast<std::size_t>(kBlockFrames) * sound.Channels() * BytesOf(sound.Word()))
     {
     }
@@ -48,16 +48,16 @@ private:
     double Sample(std::size_t i) const
     {
         switch (sound_.Word()) {
-        case SampleWord::Pcm16:
+        case SampleFormat::Pcm16:
             return reinterpret_cast<const std::int16_t*>(words_.data())[i] * 0x1p-15;
-        case SampleWord::Float32:
+        case SampleFormat::Float32:
             return static_cast<double>(reinterpret_cast<const float*>(words_.data())[i]);
         default:
             return reinterpret_cast<const std::int32_t*>(words_.data())[i] * 0x1p-31;
         }
     }
 
-    SoundReader& sound_;
+    SoundFileReader& sound_;
     std::vector<std::byte> words_;
 };
 
@@ -90,7 +90,7 @@ struct Report {
 };
 
 /// Looks at the whole sound, and beside it at the reference as far as both go.
-Report Analyse(SoundReader& in, SoundReader* reference)
+Report Analyse(SoundFileReader& in, SoundFileReader* reference)
 {
     const sf_count_t frames = in.Frames() == 0 ? kSegment : in.Frames();
     const auto segment = static_cast<std::size_t>(std::clamp(frames / 2 * 2, kShortestSegment, kSegment));
@@ -137,7 +137,7 @@ std::optional<ToneFigures> ToneOf(const Channel& channel, double rate)
                        .thdNoise = PowerDecibels(tone->rest / tone->power)};
 }
 
-void Print(const Options& options, const SoundReader& in, const Report& report)
+void Print(const Options& options, const SoundFileReader& in, const Report& report)
 {
     std::printf("%s: %lld sample frames at %u Hz\n", options.in.c_str(), static_cast<long long>(report.frames),
                 in.Rate());
@@ -181,7 +181,7 @@ std::string JsonText(const std::string& text)
     return result + '"';
 }
 
-void PrintJson(const Options& options, const SoundReader& in, const Report& report)
+void PrintJson(const Options& options, const SoundFileReader& in, const Report& report)
 {
     std::string text = "{\"file\": " + JsonText(options.in.string()) + ", \"rate\": " + std::to_string(in.Rate()) +
                        ", \"frames\": " + std::to_string(report.frames) + ", \"channels\": [";
@@ -207,7 +207,7 @@ void PrintJson(const Options& options, const SoundReader& in, const Report& repo
     std::printf("%s\n]}\n", text.c_str());
 }
 
-void RequireLike(const SoundReader& in, const SoundReader& reference)
+void RequireLike(const SoundFileReader& in, const SoundFileReader& reference)
 {
     if (in.Channels() != reference.Channels() || in.Rate() != reference.Rate()) {
         throw Failure(reference.Path().string() + ": is no reference for " + in.Path().string() +
@@ -215,7 +215,7 @@ void RequireLike(const SoundReader& in, const SoundReader& reference)
     }
 }
 
-void Plot(const Options& options, const SoundReader& in, const Report& report)
+void Plot(const Options& options, const SoundFileReader& in, const Report& report)
 {
     SvgPlot plot = SpectrumPlot(options.in.filename().string(), in.Rate(), -160);
     for (std::size_t c = 0; c < report.channels.size(); ++c) {
@@ -226,11 +226,11 @@ void Plot(const Options& options, const SoundReader& in, const Report& report)
 
 void RunAnalysis(const Options& options, const Context& context)
 {
-    SoundReader in(options.in);
+    SoundFileReader in(options.in);
     in.RequireWhole();
-    std::unique_ptr<SoundReader> reference;
+    std::unique_ptr<SoundFileReader> reference;
     if (!options.reference.empty()) {
-        reference = std::make_unique<SoundReader>(options.reference);
+        reference = std::make_unique<SoundFileReader>(options.reference);
         reference->RequireWhole();
         RequireLike(in, *reference);
     }
@@ -241,7 +241,7 @@ void RunAnalysis(const Options& options, const Context& context)
     if (!options.plot.empty()) {
         Plot(options, in, report);
     }
-    in.TellLoss(context);
+    in.ReportLoss(context);
     if (reference && reference->Frames() != report.frames) {
         context.Note(options.reference.string() + ": has " + std::to_string(reference->Frames()) +
                      " sample frames; the difference is that of the frames that both have");

@@ -2,14 +2,15 @@
 #pragma once
 
 #include "tools/ztaudio/block_reader.h"
-#include "tools/ztaudio/conversion.h"
 #include "tools/ztaudio/clip_detector.h"
+#include "tools/ztaudio/conversion.h"
 #include "tools/ztaudio/padded_buffer.h"
 
-class SoundFeed {
+class BlockConverter {
 public:
     /// Throws Failure, with the engine's text, when the engine has no road to `word`.
-    SoundFeed(EngineSession& engine, SoundReader& sound, SampleWord word, sf_count_t blockFrames = kBlockFrames);
+    BlockConverter(EngineSession& engine, SoundFileReader& sound, SampleFormat word,
+                   sf_count_t blockFrames = kBlockFrames);
 
     /// Gives the next block, of `blockFrames` frames until the last one, valid until the next call; no frames at the
     /// end.
@@ -19,12 +20,12 @@ public:
     sf_count_t Given() const { return given_; }
 
     /// Notes what has been lost on the way.
-    void TellLoss(const Context& context) const;
+    void ReportLoss(const Context& context) const;
 
 private:
-    SoundReader& sound_;
+    SoundFileReader& sound_;
     BlockReader blocks_;
     Conversion conversion_;
-    FullScaleWatch fullScale_;
+    ClipDetector fullScale_;
     sf_count_t given_ = 0;
 };

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-BlockReader::BlockReader(SoundReader& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut)
+BlockReader::BlockReader(SoundFileReader& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut)
     : sound_(sound), blockFrames_(blockFrames), fadeIn_(fadeIn), fadeOut_(fadeOut),
       frameBytes_(BytesOf(sound.Word()) * sound.Channels()),
       held_(static_cast<std::size_t>(MaxFrames() + kFadeFrames) * frameBytes_)

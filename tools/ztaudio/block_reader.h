@@ -20,7 +20,7 @@ struct Block {
 /// start or the end of the file; a file that is too short for the blocks of its fades is one block.
 class BlockReader {
 public:
-    BlockReader(SoundReader& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut);
+    BlockReader(SoundFileReader& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut);
 
     /// The longest block that Next gives.
     sf_count_t MaxFrames() const;
@@ -29,7 +29,7 @@ public:
     bool Next(Block& block);
 
 private:
-    SoundReader& sound_;
+    SoundFileReader& sound_;
     sf_count_t blockFrames_;
     bool fadeIn_;
     bool fadeOut_;

@@ -4,16 +4,16 @@
 #include <span>
 #include <string>
 
-FullScaleWatch::FullScaleWatch(SampleWord from, SampleWord to) : watching_(from == SampleWord::Float32 && to != from)
+ClipDetector::ClipDetector(SampleFormat from, SampleFormat to) : watching_(from == SampleFormat::Float32 && to != from)
 {
-    if (to == SampleWord::Pcm16) {
+    if (to == SampleFormat::Pcm16) {
         scale_ = 32767.0F;
         lowest_ = std::nextafter(-32769.0F, 0.0F);
         limit_ = 32768.0F;
     }
 }
 
-void FullScaleWatch::Look(const std::byte* words, std::size_t samples)
+void ClipDetector::Scan(const std::byte* words, std::size_t samples)
 {
     if (!watching_) {
         return;
@@ -24,7 +24,7 @@ void FullScaleWatch::Look(const std::byte* words, std::size_t samples)
     }
 }
 
-void FullScaleWatch::Tell(const Context& context, const SoundReader& sound) const
+void ClipDetector::Report(const Context& context, const SoundFileReader& sound) const
 {
     if (count_ != 0) {
         context.Note(sound.Path().string() + ": " + std::to_string(count_) +

@@ -7,14 +7,14 @@
 #include <cstddef>
 
 /// The engine does not saturate. This counts the samples that it cannot bring to integers as they are.
-class FullScaleWatch {
+class ClipDetector {
 public:
-    FullScaleWatch(SampleWord from, SampleWord to);
+    ClipDetector(SampleFormat from, SampleFormat to);
 
-    void Look(const std::byte* words, std::size_t samples);
+    void Scan(const std::byte* words, std::size_t samples);
 
     /// Notes what was seen, if anything.
-    void Tell(const Context& context, const SoundReader& sound) const;
+    void Report(const Context& context, const SoundFileReader& sound) const;
 
 private:
     bool watching_;

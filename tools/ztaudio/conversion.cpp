@@ -12,19 +12,19 @@ namespace host = zta::host;
 namespace {
 
 // The engine has no step between 16-in-16 or floating point and 24-in-24: 24-in-32 lies between them, without loss.
-std::vector<SampleWord> PlainRoad(SampleWord from, SampleWord to)
+std::vector<SampleFormat> PlainRoad(SampleFormat from, SampleFormat to)
 {
-    if (to == SampleWord::Pcm24In24 && from != SampleWord::Pcm24In32) {
-        return {from, SampleWord::Pcm24In32, to};
+    if (to == SampleFormat::Pcm24In24 && from != SampleFormat::Pcm24In32) {
+        return {from, SampleFormat::Pcm24In32, to};
     }
     return {from, to};
 }
 
 // The fade runs in the first step. Where that step led from 24-in-32 to a word that takes no fades, the engine would
 // fade a stage copy whose length is that of its last use; so such a road begins with a copy of its own.
-std::vector<SampleWord> FadedRoad(SampleWord from, SampleWord to)
+std::vector<SampleFormat> FadedRoad(SampleFormat from, SampleFormat to)
 {
-    if (from == SampleWord::Pcm24In32 && (to == SampleWord::Pcm24In24 || to == SampleWord::Float32)) {
+    if (from == SampleFormat::Pcm24In32 && (to == SampleFormat::Pcm24In24 || to == SampleFormat::Float32)) {
         return {from, from, to};
     }
     return PlainRoad(from, to);
@@ -39,13 +39,13 @@ bool TakesFades(std::uint32_t channels, std::uint32_t rate)
 
 } // namespace
 
-Conversion::Conversion(EngineSession& engine, SampleWord from, SampleWord to, std::uint32_t channels,
+Conversion::Conversion(EngineSession& engine, SampleFormat from, SampleFormat to, std::uint32_t channels,
                        std::uint32_t rate, sf_count_t maxFrames, bool fades)
     : engine_(engine)
 {
-    const auto build = [&](const std::vector<SampleWord>& words) {
-        Road road;
-        for (const SampleWord word : words) {
+    const auto build = [&](const std::vector<SampleFormat>& words) {
+        BufferChain road;
+        for (const SampleFormat word : words) {
             const SZtaWaveFormatInfo format = WaveFormat(word, channels, rate);
             road.push_back(
                 host::AudioBuffer::Create(format, static_cast<std::size_t>(maxFrames) * host::BytesPerFrame(format)));
@@ -53,24 +53,24 @@ Conversion::Conversion(EngineSession& engine, SampleWord from, SampleWord to, st
         return road;
     };
     plain_ = build(PlainRoad(from, to));
-    Travel(plain_, {});
+    ProcessChain(plain_, {});
     if (fades) {
         faded_ = build(FadedRoad(from, to));
         if (!TakesFades(channels, rate)) {
             engine.Refuse(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, {{faded_.front().Get()}}, {{faded_.back().Get()}});
         }
-        Travel(faded_, {.fadeIn = true, .fadeOut = true});
+        ProcessChain(faded_, {.fadeIn = true, .fadeOut = true});
     }
 }
 
 const std::byte* Conversion::Run(const Block& block)
 {
-    const Road& road = block.fadeIn || block.fadeOut ? faded_ : plain_;
-    Travel(road, block);
+    const BufferChain& road = block.fadeIn || block.fadeOut ? faded_ : plain_;
+    ProcessChain(road, block);
     return road.back()->Data();
 }
 
-void Conversion::Travel(const Road& road, const Block& block)
+void Conversion::ProcessChain(const BufferChain& road, const Block& block)
 {
     host::AudioBuffer& first = *road.front();
     const std::size_t bytes =

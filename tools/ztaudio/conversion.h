@@ -10,7 +10,7 @@
 class Conversion {
 public:
     /// Throws Failure, with the engine's text, when the engine has no road for these words, or none for the fades.
-    Conversion(EngineSession& engine, SampleWord from, SampleWord to, std::uint32_t channels, std::uint32_t rate,
+    Conversion(EngineSession& engine, SampleFormat from, SampleFormat to, std::uint32_t channels, std::uint32_t rate,
                sf_count_t maxFrames, bool fades);
 
     /// Converts a block. The result is valid until the next call.
@@ -18,11 +18,11 @@ public:
 
 private:
     /// Buffers, the file's first; each step copies one into the next.
-    using Road = std::vector<zta::host::Ref<zta::host::AudioBuffer>>;
+    using BufferChain = std::vector<zta::host::Ref<zta::host::AudioBuffer>>;
 
-    void Travel(const Road& road, const Block& block);
+    void ProcessChain(const BufferChain& road, const Block& block);
 
     EngineSession& engine_;
-    Road plain_;
-    Road faded_;
+    BufferChain plain_;
+    BufferChain faded_;
 };

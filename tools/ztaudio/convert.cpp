@@ -1,8 +1,8 @@
+#include "tools/common/signal_handling.h"
 #include "tools/ztaudio/block_reader.h"
+#include "tools/ztaudio/clip_detector.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/conversion.h"
-#include "tools/ztaudio/clip_detector.h"
-#include "tools/common/signal_handling.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/sound_file_writer.h"
@@ -27,31 +27,31 @@ struct Options {
 
 void Convert(const Options& options, const Context& context)
 {
-    SoundReader in(options.in);
+    SoundFileReader in(options.in);
     in.RequireWhole();
     RequireOtherFile(options.in, options.out);
-    const SampleWord to = options.format.empty() ? in.Word() : SampleWordNamed(options.format).value();
+    const SampleFormat to = options.format.empty() ? in.Word() : ParseSampleFormat(options.format).value();
     BlockReader blocks(in, options.block, options.fadeIn, options.fadeOut);
     EngineSession engine(context);
     Conversion conversion(engine, in.Word(), to, in.Channels(), in.Rate(), blocks.MaxFrames(),
                           options.fadeIn || options.fadeOut);
     const bool extensible = (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX;
-    SoundWriter out(options.out, to, in.Channels(), in.Rate(), in.Frames(), extensible);
+    SoundFileWriter out(options.out, to, in.Channels(), in.Rate(), in.Frames(), extensible);
     out.CopyTags(in);
-    in.TellLoss(context);
+    in.ReportLoss(context);
 
-    FullScaleWatch fullScale(in.Word(), to);
+    ClipDetector fullScale(in.Word(), to);
     Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
     for (Block block; blocks.Next(block);) {
         CheckInterruption();
-        fullScale.Look(block.words, static_cast<std::size_t>(block.frames) * in.Channels());
+        fullScale.Scan(block.words, static_cast<std::size_t>(block.frames) * in.Channels());
         out.Write(conversion.Run(block), block.frames);
         progress.Advance(block.frames);
     }
     CheckInterruption();
     out.Commit();
     progress.Finish();
-    fullScale.Tell(context, in);
+    fullScale.Report(context, in);
 }
 
 } // namespace

@@ -73,7 +73,7 @@ std::optional<GainOption> ParseOption(std::string_view text)
     return option;
 }
 
-std::int64_t FloorOfQuotient(std::int64_t value, std::int64_t divisor)
+std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor)
 {
     return value / divisor - (value % divisor < 0 ? 1 : 0);
 }
@@ -91,12 +91,12 @@ CLI::Option* AddGainOption(CLI::App& command, std::vector<std::string>& gains)
         });
 }
 
-SampleWord ScaledWord(SampleWord word, const Context& context)
+SampleFormat ScaledWord(SampleFormat word, const Context& context)
 {
-    if (word != SampleWord::Pcm24In32) {
+    if (word != SampleFormat::Pcm24In32) {
         context.Note("gains are applied to 24in32 samples, so the output is 24in32");
     }
-    return SampleWord::Pcm24In32;
+    return SampleFormat::Pcm24In32;
 }
 
 Gains::Gains(const std::vector<std::string>& gains, std::uint32_t channels, sf_count_t frames) : frames_(frames)
@@ -119,7 +119,7 @@ Gains::Gains(const std::vector<std::string>& gains, std::uint32_t channels, sf_c
 }
 
 /// How many of the `most` frames from `frame` on have equal gains; at least 1.
-sf_count_t Gains::Steady(sf_count_t frame, sf_count_t most) const
+sf_count_t Gains::ConstantGain(sf_count_t frame, sf_count_t most) const
 {
     for (const Ramp& ramp : ramps_) {
         if (ramp.start == ramp.end) {
@@ -159,5 +159,5 @@ int Gains::GainOf(const Ramp& ramp, sf_count_t frame) const
     // Rounded to the nearest: twice the height of the line, one more, halved and cut off downwards.
     const std::int64_t steps = frames_ - 1;
     const std::int64_t climb = ramp.end - ramp.start;
-    return ramp.start + static_cast<int>(FloorOfQuotient(2 * climb * frame + steps, 2 * steps));
+    return ramp.start + static_cast<int>(FloorDivide(2 * climb * frame + steps, 2 * steps));
 }

@@ -25,7 +25,7 @@ extern const char* const kGainHelp;
 CLI::Option* AddGainOption(CLI::App& command, std::vector<std::string>& gains);
 
 /// The word of an output to which gains were applied: 24-in-32, which is noted where it differs from `word`.
-SampleWord ScaledWord(SampleWord word, const Context& context);
+SampleFormat ScaledWord(SampleFormat word, const Context& context);
 
 class Gains {
 public:
@@ -44,7 +44,7 @@ public:
     void ForSteadyRuns(sf_count_t frame, sf_count_t frames, Step step)
     {
         for (sf_count_t first = 0, run = 0; first < frames; first += run) {
-            run = Steady(frame + first, frames - first);
+            run = ConstantGain(frame + first, frames - first);
             step(first, run, At(frame + first));
         }
     }
@@ -55,7 +55,7 @@ private:
         int end;
     };
 
-    sf_count_t Steady(sf_count_t frame, sf_count_t most) const;
+    sf_count_t ConstantGain(sf_count_t frame, sf_count_t most) const;
     int GainOf(const Ramp& ramp, sf_count_t frame) const;
 
     sf_count_t frames_;

@@ -1,11 +1,11 @@
 #include "host/formats.h"
 #include "host/module.h"
+#include "tools/common/failure.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/engine_session.h"
-#include "tools/common/failure.h"
-#include "tools/ztaudio/truncation_check.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_reader.h"
+#include "tools/ztaudio/truncation_check.h"
 
 #include <zta/sample_loops.h>
 
@@ -31,7 +31,7 @@ std::string NameOfFormat(int format)
                                                                                                      : "unknown";
 }
 
-std::string LengthText(const SoundReader& sound)
+std::string LengthText(const SoundFileReader& sound)
 {
     if (sound.Frames() == 0) {
         return "no sample frames, or not told";
@@ -45,7 +45,7 @@ std::string LengthText(const SoundReader& sound)
 
 void Show(const std::filesystem::path& path)
 {
-    const SoundReader sound(path);
+    const SoundFileReader sound(path);
     std::printf("%s\n", path.c_str());
     Line("container", NameOfFormat(sound.Format() & SF_FORMAT_TYPEMASK));
     Line("samples", NameOfFormat(sound.Format() & SF_FORMAT_SUBMASK) + ", " + std::to_string(sound.Channels()) +

@@ -9,7 +9,7 @@
 InputSet::InputSet(const std::vector<std::filesystem::path>& paths, const std::filesystem::path& output)
 {
     for (const auto& path : paths) {
-        const auto& sound = sounds_.emplace_back(std::make_unique<SoundReader>(path));
+        const auto& sound = sounds_.emplace_back(std::make_unique<SoundFileReader>(path));
         sound->RequireWhole();
         RequireOtherFile(path, output);
         if (sound->Rate() != Rate()) {
@@ -29,17 +29,17 @@ sf_count_t InputSet::Frames() const
     return frames;
 }
 
-SampleWord InputSet::CommonWord() const
+SampleFormat InputSet::CommonFormat() const
 {
-    const SampleWord first = sounds_[0]->Word();
+    const SampleFormat first = sounds_[0]->Word();
     const bool same = std::ranges::all_of(sounds_, [first](const auto& sound) { return sound->Word() == first; });
-    return same && first != SampleWord::Float32 ? first : SampleWord::Pcm24In32;
+    return same && first != SampleFormat::Float32 ? first : SampleFormat::Pcm24In32;
 }
 
-void InputSet::Begin(EngineSession& engine, SampleWord word)
+void InputSet::Begin(EngineSession& engine, SampleFormat word)
 {
     for (const auto& sound : sounds_) {
-        feeds_.push_back(std::make_unique<SoundFeed>(engine, *sound, word));
+        feeds_.push_back(std::make_unique<BlockConverter>(engine, *sound, word));
     }
 }
 
@@ -61,14 +61,14 @@ void InputSet::FillFrom(std::size_t i, sf_count_t first, sf_count_t frames, zta:
     Fill(buffer, given == 0 ? nullptr : blocks_[i].words + offset, given, frames);
 }
 
-void InputSet::TellLoss(const Context& context) const
+void InputSet::ReportLoss(const Context& context) const
 {
     sf_count_t longest = 0;
     for (const auto& feed : feeds_) {
         longest = std::max(longest, feed->Given());
     }
     for (std::size_t i = 0; i < feeds_.size(); ++i) {
-        feeds_[i]->TellLoss(context);
+        feeds_[i]->ReportLoss(context);
         if (const sf_count_t missing = longest - feeds_[i]->Given(); missing != 0) {
             context.Note(sounds_[i]->Path().string() + ": continued with " + std::to_string(missing) +
                          " sample frames of silence to the length of the longest input");

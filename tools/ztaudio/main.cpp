@@ -1,8 +1,8 @@
 /// ztaudio: the audio samples engine at the command line.
-#include "tools/ztaudio/commands.h"
-#include "tools/ztaudio/engine_session.h"
 #include "tools/common/failure.h"
 #include "tools/common/signal_handling.h"
+#include "tools/ztaudio/commands.h"
+#include "tools/ztaudio/engine_session.h"
 #include "version_values.h"
 
 #include <CLI/CLI.hpp>
@@ -83,7 +83,7 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    WatchSignals();
+    InstallSignalHandlers();
     try {
         return Run(argc, argv);
     } catch (const UsageFailure& failure) {
@@ -91,7 +91,7 @@ int main(int argc, char** argv)
         return kExitUsage;
     } catch (const Interrupted& interruption) {
         PrintError("interrupted");
-        DieBySignal(interruption.Signal());
+        RaiseDefaultSignal(interruption.Signal());
     } catch (const std::exception& error) {
         PrintError(error.what());
         return kExitFailure;

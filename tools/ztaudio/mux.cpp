@@ -1,9 +1,9 @@
 #include "host/formats.h"
-#include "tools/ztaudio/commands.h"
 #include "tools/common/failure.h"
+#include "tools/common/signal_handling.h"
+#include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/gains.h"
 #include "tools/ztaudio/input_set.h"
-#include "tools/common/signal_handling.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
@@ -23,9 +23,9 @@ struct Options {
 };
 
 /// The buffers between the files' blocks and the mux. Stereo files among mono ones are taken apart first.
-class Assembly {
+class MuxWriter {
 public:
-    Assembly(EngineSession& engine, const InputSet& inputs, SampleWord word) : engine_(engine), inputs_(inputs)
+    MuxWriter(EngineSession& engine, const InputSet& inputs, SampleFormat word) : engine_(engine), inputs_(inputs)
     {
         for (std::size_t i = 0; i < inputs.Count(); ++i) {
             allStereo_ = allStereo_ && inputs.Sound(i).Channels() == 2;
@@ -86,25 +86,25 @@ private:
     host::Ref<host::AudioBuffer> mux_;
 };
 
-SampleWord OutputWord(const Options& options, const InputSet& inputs, const Context& context)
+SampleFormat OutputWord(const Options& options, const InputSet& inputs, const Context& context)
 {
     if (!options.format.empty()) {
-        return SampleWordNamed(options.format).value();
+        return ParseSampleFormat(options.format).value();
     }
-    return options.gains.empty() ? inputs.CommonWord() : ScaledWord(inputs.CommonWord(), context);
+    return options.gains.empty() ? inputs.CommonFormat() : ScaledWord(inputs.CommonFormat(), context);
 }
 
 void Mux(const Options& options, const Context& context)
 {
     InputSet inputs(options.in, options.out);
-    const SampleWord word = OutputWord(options, inputs, context);
+    const SampleFormat word = OutputWord(options, inputs, context);
     EngineSession engine(context);
     inputs.Begin(engine, word);
-    Assembly assembly(engine, inputs, word);
+    MuxWriter assembly(engine, inputs, word);
     Gains gains(options.gains, assembly.Channels(), inputs.Frames());
     assembly.Run(0, 0, gains.At(0)); // what the engine refuses, it refuses before there is a file
 
-    SoundWriter out(options.out, word, assembly.Channels(), inputs.Rate(), inputs.Frames(), false);
+    SoundFileWriter out(options.out, word, assembly.Channels(), inputs.Rate(), inputs.Frames(), false);
     Progress progress(context, options.out.filename().string(), inputs.Frames(), inputs.Rate());
     sf_count_t done = 0;
     while (const sf_count_t frames = inputs.Next()) {
@@ -118,7 +118,7 @@ void Mux(const Options& options, const Context& context)
     CheckInterruption();
     out.Commit();
     progress.Finish();
-    inputs.TellLoss(context);
+    inputs.ReportLoss(context);
 }
 
 } // namespace

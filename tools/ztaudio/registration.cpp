@@ -1,7 +1,7 @@
 #include "host/module.h"
+#include "tools/common/failure.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/engine_session.h"
-#include "tools/common/failure.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,9 +1,9 @@
-#include "tools/ztaudio/commands.h"
 #include "tools/common/failure.h"
 #include "tools/common/signal_handling.h"
+#include "tools/ztaudio/block_converter.h"
+#include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/resample_stream.h"
-#include "tools/ztaudio/block_converter.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
 #include <CLI/CLI.hpp>
@@ -22,7 +22,7 @@ struct Options {
     sf_count_t block = kBlockFrames;
 };
 
-void RequireMonoOrStereo(const SoundReader& in)
+void RequireMonoOrStereo(const SoundFileReader& in)
 {
     if (in.Channels() > 2) {
         throw Failure(in.Path().string() + ": has " + std::to_string(in.Channels()) +
@@ -33,20 +33,20 @@ void RequireMonoOrStereo(const SoundReader& in)
 
 void Resample(const Options& options, const Context& context)
 {
-    SoundReader in(options.in);
+    SoundFileReader in(options.in);
     in.RequireWhole();
     RequireOtherFile(options.in, options.out);
     RequireMonoOrStereo(in);
     EngineSession engine(context);
     const sf_count_t block = std::min(options.block, kMostResampledFrames);
     ResampleStream stream(engine, in.Channels(), in.Rate(), options.rate, block);
-    SoundFeed feed(engine, in, SampleWord::Pcm16, block);
+    BlockConverter feed(engine, in, SampleFormat::Pcm16, block);
 
     const sf_count_t expected = ResampledFrames(in.Frames(), in.Rate(), options.rate);
-    SoundWriter out(options.out, SampleWord::Pcm16, in.Channels(), options.rate, expected,
-                    (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX);
+    SoundFileWriter out(options.out, SampleFormat::Pcm16, in.Channels(), options.rate, expected,
+                        (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX);
     out.CopyTexts(in);
-    if (in.Word() != SampleWord::Pcm16) {
+    if (in.Word() != SampleFormat::Pcm16) {
         context.Note("16-bit samples are resampled, so " + options.in.string() + " is converted to 16 bits first");
     }
     Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
@@ -63,7 +63,7 @@ void Resample(const Options& options, const Context& context)
     CheckInterruption();
     out.Commit();
     progress.Finish();
-    feed.TellLoss(context);
+    feed.ReportLoss(context);
 }
 
 } // namespace

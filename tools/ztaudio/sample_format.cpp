@@ -9,32 +9,32 @@
 namespace {
 
 struct Row {
-    SampleWord word;
+    SampleFormat word;
     std::string_view name;
     int subtype;
     SZtaWaveFormatInfo (*format)(std::uint32_t channels, std::uint32_t rate);
 };
 
 constexpr std::array<Row, 4> kRows = {{
-    {SampleWord::Pcm16, "16", SF_FORMAT_PCM_16, zta::host::Pcm16},
-    {SampleWord::Pcm24In32, "24in32", SF_FORMAT_PCM_24, zta::host::Pcm24In32},
-    {SampleWord::Pcm24In24, "24in24", SF_FORMAT_PCM_24, zta::host::Pcm24In24},
-    {SampleWord::Float32, "float", SF_FORMAT_FLOAT, zta::host::Float32},
+    {SampleFormat::Pcm16, "16", SF_FORMAT_PCM_16, zta::host::Pcm16},
+    {SampleFormat::Pcm24In32, "24in32", SF_FORMAT_PCM_24, zta::host::Pcm24In32},
+    {SampleFormat::Pcm24In24, "24in24", SF_FORMAT_PCM_24, zta::host::Pcm24In24},
+    {SampleFormat::Float32, "float", SF_FORMAT_FLOAT, zta::host::Float32},
 }};
 
-const Row& RowOf(SampleWord word)
+const Row& RowOf(SampleFormat word)
 {
     return kRows.at(static_cast<std::size_t>(word));
 }
 
 } // namespace
 
-std::string_view NameOf(SampleWord word)
+std::string_view NameOf(SampleFormat word)
 {
     return RowOf(word).name;
 }
 
-std::optional<SampleWord> SampleWordNamed(std::string_view name)
+std::optional<SampleFormat> ParseSampleFormat(std::string_view name)
 {
     for (const Row& row : kRows) {
         if (row.name == name) {
@@ -54,17 +54,17 @@ std::vector<std::string> SampleWordNames()
     return names;
 }
 
-int FileSubtype(SampleWord word)
+int FileSubtype(SampleFormat word)
 {
     return RowOf(word).subtype;
 }
 
-std::size_t BytesOf(SampleWord word)
+std::size_t BytesOf(SampleFormat word)
 {
     return zta::host::BytesPerFrame(WaveFormat(word, 1, zta::host::kDefaultRate));
 }
 
-SZtaWaveFormatInfo WaveFormat(SampleWord word, std::uint32_t channels, std::uint32_t rate)
+SZtaWaveFormatInfo WaveFormat(SampleFormat word, std::uint32_t channels, std::uint32_t rate)
 {
     return RowOf(word).format(channels, rate);
 }

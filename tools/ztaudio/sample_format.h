@@ -10,17 +10,17 @@
 #include <string_view>
 #include <vector>
 
-enum class SampleWord { Pcm16, Pcm24In32, Pcm24In24, Float32 };
+enum class SampleFormat { Pcm16, Pcm24In32, Pcm24In24, Float32 };
 
 /// The name that `--format` takes.
-std::string_view NameOf(SampleWord word);
-std::optional<SampleWord> SampleWordNamed(std::string_view name);
+std::string_view NameOf(SampleFormat word);
+std::optional<SampleFormat> ParseSampleFormat(std::string_view name);
 std::vector<std::string> SampleWordNames();
 
 /// The subtype of libsndfile that holds the word's samples in a file.
-int FileSubtype(SampleWord word);
+int FileSubtype(SampleFormat word);
 
 /// Bytes of one sample in the engine's buffers.
-std::size_t BytesOf(SampleWord word);
+std::size_t BytesOf(SampleFormat word);
 
-SZtaWaveFormatInfo WaveFormat(SampleWord word, std::uint32_t channels, std::uint32_t rate);
+SZtaWaveFormatInfo WaveFormat(SampleFormat word, std::uint32_t channels, std::uint32_t rate);

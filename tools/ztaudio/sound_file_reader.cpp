@@ -13,19 +13,19 @@ constexpr std::string_view kLosesPrecision = "double-precision samples: rounded 
 
 struct SubtypeRow {
     int subtype;
-    SampleWord word;
+    SampleFormat word;
     std::string_view loss;
 };
 
 // Narrower integers and companded samples fit into 16 bits; lossy codecs decode to floating point.
 constexpr SubtypeRow kSubtypes[] = {
-    {SF_FORMAT_PCM_S8, SampleWord::Pcm16, {}},     {SF_FORMAT_PCM_U8, SampleWord::Pcm16, {}},
-    {SF_FORMAT_PCM_16, SampleWord::Pcm16, {}},     {SF_FORMAT_ULAW, SampleWord::Pcm16, {}},
-    {SF_FORMAT_ALAW, SampleWord::Pcm16, {}},       {SF_FORMAT_IMA_ADPCM, SampleWord::Pcm16, {}},
-    {SF_FORMAT_MS_ADPCM, SampleWord::Pcm16, {}},   {SF_FORMAT_GSM610, SampleWord::Pcm16, {}},
-    {SF_FORMAT_PCM_24, SampleWord::Pcm24In32, {}}, {SF_FORMAT_PCM_32, SampleWord::Pcm24In32, kLosesLowByte},
-    {SF_FORMAT_FLOAT, SampleWord::Float32, {}},    {SF_FORMAT_DOUBLE, SampleWord::Float32, kLosesPrecision},
-    {SF_FORMAT_VORBIS, SampleWord::Float32, {}},   {SF_FORMAT_OPUS, SampleWord::Float32, {}},
+    {SF_FORMAT_PCM_S8, SampleFormat::Pcm16, {}},     {SF_FORMAT_PCM_U8, SampleFormat::Pcm16, {}},
+    {SF_FORMAT_PCM_16, SampleFormat::Pcm16, {}},     {SF_FORMAT_ULAW, SampleFormat::Pcm16, {}},
+    {SF_FORMAT_ALAW, SampleFormat::Pcm16, {}},       {SF_FORMAT_IMA_ADPCM, SampleFormat::Pcm16, {}},
+    {SF_FORMAT_MS_ADPCM, SampleFormat::Pcm16, {}},   {SF_FORMAT_GSM610, SampleFormat::Pcm16, {}},
+    {SF_FORMAT_PCM_24, SampleFormat::Pcm24In32, {}}, {SF_FORMAT_PCM_32, SampleFormat::Pcm24In32, kLosesLowByte},
+    {SF_FORMAT_FLOAT, SampleFormat::Float32, {}},    {SF_FORMAT_DOUBLE, SampleFormat::Float32, kLosesPrecision},
+    {SF_FORMAT_VORBIS, SampleFormat::Float32, {}},   {SF_FORMAT_OPUS, SampleFormat::Float32, {}},
 };
 
 struct TagRow {
@@ -42,7 +42,7 @@ constexpr TagRow kTags[] = {
 
 } // namespace
 
-SoundReader::SoundReader(const std::filesystem::path& path) : path_(path)
+SoundFileReader::SoundFileReader(const std::filesystem::path& path) : path_(path)
 {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
@@ -69,7 +69,7 @@ SoundReader::SoundReader(const std::filesystem::path& path) : path_(path)
     clearLowByte_ = subtype == SF_FORMAT_PCM_32;
 }
 
-std::vector<Tag> SoundReader::Tags() const
+std::vector<Tag> SoundFileReader::Tags() const
 {
     std::vector<Tag> tags;
     for (const TagRow& row : kTags) {
@@ -81,14 +81,14 @@ std::vector<Tag> SoundReader::Tags() const
     return tags;
 }
 
-void SoundReader::TellLoss(const Context& context) const
+void SoundFileReader::ReportLoss(const Context& context) const
 {
     if (!loss_.empty()) {
         context.Note(path_.string() + ": " + std::string(loss_));
     }
 }
 
-void SoundReader::RequireWhole() const
+void SoundFileReader::RequireWhole() const
 {
     if (const std::uint64_t missing = MissingBytes(path_); missing != 0) {
         throw Failure(path_.string() + ": truncated: " + std::to_string(missing) +
@@ -96,18 +96,18 @@ void SoundReader::RequireWhole() const
     }
 }
 
-sf_count_t SoundReader::Read(void* words, sf_count_t frames)
+sf_count_t SoundFileReader::Read(void* words, sf_count_t frames)
 {
     sf_count_t read = 0;
     switch (word_) {
-    case SampleWord::Pcm16:
+    case SampleFormat::Pcm16:
         read = sf_readf_short(sound_.get(), static_cast<short*>(words), frames);
         break;
-    case SampleWord::Pcm24In32:
-    case SampleWord::Pcm24In24:
+    case SampleFormat::Pcm24In32:
+    case SampleFormat::Pcm24In24:
         read = sf_readf_int(sound_.get(), static_cast<int*>(words), frames);
         break;
-    case SampleWord::Float32:
+    case SampleFormat::Float32:
         read = sf_readf_float(sound_.get(), static_cast<float*>(words), frames);
         break;
     }

@@ -24,10 +24,10 @@ struct Tag {
     std::string text;
 };
 
-class SoundReader {
+class SoundFileReader {
 public:
     /// Throws Failure when the file is missing, not a regular file, or holds no sound that can be read.
-    explicit SoundReader(const std::filesystem::path& path);
+    explicit SoundFileReader(const std::filesystem::path& path);
 
     const std::filesystem::path& Path() const { return path_; }
     std::uint32_t Channels() const { return static_cast<std::uint32_t>(info_.channels); }
@@ -39,13 +39,13 @@ public:
     std::vector<Tag> Tags() const;
 
     /// The word in which the file's samples meet the engine.
-    SampleWord Word() const { return word_; }
+    SampleFormat Word() const { return word_; }
 
     /// What is lost when the file's samples become such words; empty if nothing is.
     std::string_view Loss() const { return loss_; }
 
     /// Notes the loss, if there is one.
-    void TellLoss(const Context& context) const;
+    void ReportLoss(const Context& context) const;
 
     /// Throws Failure when the file is shorter than its header promises.
     void RequireWhole() const;
@@ -57,7 +57,7 @@ private:
     std::filesystem::path path_;
     SF_INFO info_{};
     SoundHandle sound_;
-    SampleWord word_{};
+    SampleFormat word_{};
     std::string_view loss_;
     bool clearLowByte_ = false;
     sf_count_t framesRead_ = 0;

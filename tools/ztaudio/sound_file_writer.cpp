@@ -79,8 +79,8 @@ std::string OutputExtensions()
     return list;
 }
 
-SoundWriter::SoundWriter(const std::filesystem::path& path, SampleWord word, std::uint32_t channels, std::uint32_t rate,
-                         sf_count_t expectedFrames, bool extensibleWav)
+SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, SampleFormat word, std::uint32_t channels,
+                                 std::uint32_t rate, sf_count_t expectedFrames, bool extensibleWav)
     : path_(path), word_(word), samplesPerFrame_(channels), limit_(ContainerOf(path).limit), file_(path)
 {
     const Container& container = ContainerOf(path);
@@ -103,14 +103,14 @@ SoundWriter::SoundWriter(const std::filesystem::path& path, SampleWord word, std
     sf_command(sound_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
-void SoundWriter::CopyTexts(const SoundReader& source)
+void SoundFileWriter::CopyTexts(const SoundFileReader& source)
 {
     for (const Tag& tag : source.Tags()) {
         sf_set_string(sound_.get(), tag.kind, tag.text.c_str());
     }
 }
 
-void SoundWriter::CopyTags(const SoundReader& source)
+void SoundFileWriter::CopyTags(const SoundFileReader& source)
 {
     CopyTexts(source);
     SNDFILE* from = source.Handle();
@@ -125,15 +125,15 @@ void SoundWriter::CopyTags(const SoundReader& source)
     CopyRecord<SF_INSTRUMENT>(from, to, SFC_GET_INSTRUMENT, SFC_SET_INSTRUMENT);
 }
 
-void SoundWriter::RequireRoom(sf_count_t frames) const
+void SoundFileWriter::RequireRoom(sf_count_t frames) const
 {
-    const std::uint64_t sampleBytes = word_ == SampleWord::Pcm24In32 ? 3 : BytesOf(word_);
+    const std::uint64_t sampleBytes = word_ == SampleFormat::Pcm24In32 ? 3 : BytesOf(word_);
     if (static_cast<std::uint64_t>(frames) > limit_ / (samplesPerFrame_ * sampleBytes)) {
         throw Failure(path_.string() + ": longer than the 4 GiB of its container: use .w64, .rf64 or .flac");
     }
 }
 
-void SoundWriter::Write(const std::byte* words, sf_count_t frames)
+void SoundFileWriter::Write(const std::byte* words, sf_count_t frames)
 {
     RequireRoom(framesTaken_ + frames);
     pending_.insert(pending_.end(), words,
@@ -144,19 +144,19 @@ void SoundWriter::Write(const std::byte* words, sf_count_t frames)
     }
 }
 
-void SoundWriter::WritePending()
+void SoundFileWriter::WritePending()
 {
     const void* words = pending_.data();
     const auto frames = static_cast<sf_count_t>(pending_.size() / (samplesPerFrame_ * BytesOf(word_)));
     sf_count_t written = 0;
     switch (word_) {
-    case SampleWord::Pcm16:
+    case SampleFormat::Pcm16:
         written = sf_writef_short(sound_.get(), static_cast<const short*>(words), frames);
         break;
-    case SampleWord::Pcm24In32:
+    case SampleFormat::Pcm24In32:
         written = sf_writef_int(sound_.get(), static_cast<const int*>(words), frames);
         break;
-    case SampleWord::Pcm24In24: {
+    case SampleFormat::Pcm24In24: {
         const auto* bytes = static_cast<const unsigned char*>(words);
         unpacked_.resize(static_cast<std::size_t>(frames) * samplesPerFrame_);
         for (int& sample : unpacked_) {
@@ -167,7 +167,7 @@ void SoundWriter::WritePending()
         written = sf_writef_int(sound_.get(), unpacked_.data(), frames);
         break;
     }
-    case SampleWord::Float32:
+    case SampleFormat::Float32:
         written = sf_writef_float(sound_.get(), static_cast<const float*>(words), frames);
         break;
     }
@@ -178,7 +178,7 @@ void SoundWriter::WritePending()
     pending_.clear();
 }
 
-void SoundWriter::Commit(std::span<const std::unique_ptr<SoundWriter>> writers)
+void SoundFileWriter::Commit(std::span<const std::unique_ptr<SoundFileWriter>> writers)
 {
     for (const auto& writer : writers) {
         writer->Close();
@@ -191,14 +191,14 @@ void SoundWriter::Commit(std::span<const std::unique_ptr<SoundWriter>> writers)
     }
 }
 
-void SoundWriter::Commit()
+void SoundFileWriter::Commit()
 {
     Close();
     file_.Publish();
     file_.Keep();
 }
 
-void SoundWriter::Close()
+void SoundFileWriter::Close()
 {
     WritePending();
     const int error = sf_close(sound_.release());

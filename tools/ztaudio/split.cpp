@@ -1,11 +1,11 @@
 #include "host/formats.h"
-#include "tools/ztaudio/commands.h"
 #include "tools/common/failure.h"
-#include "tools/ztaudio/gains.h"
 #include "tools/common/signal_handling.h"
+#include "tools/ztaudio/block_converter.h"
+#include "tools/ztaudio/commands.h"
+#include "tools/ztaudio/gains.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
-#include "tools/ztaudio/block_converter.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
 #include <CLI/CLI.hpp>
@@ -49,17 +49,17 @@ std::filesystem::path NumberedPath(const std::string& pattern, std::size_t numbe
 
 void Split(const Options& options, const Context& context)
 {
-    SoundReader in(options.in);
+    SoundFileReader in(options.in);
     in.RequireWhole();
     const std::uint32_t width = options.stereo ? 2 : 1;
     const std::size_t count = std::max(1U, in.Channels() / width);
     for (std::size_t i = 0; i < count; ++i) {
         RequireOtherFile(options.in, NumberedPath(options.pattern, i + 1));
     }
-    const SampleWord word = options.gains.empty() ? in.Word() : ScaledWord(in.Word(), context);
+    const SampleFormat word = options.gains.empty() ? in.Word() : ScaledWord(in.Word(), context);
     Gains gains(options.gains, in.Channels(), in.Frames());
     EngineSession engine(context);
-    SoundFeed feed(engine, in, word);
+    BlockConverter feed(engine, in, word);
     const auto mux = MakeBuffer(WaveFormat(word, in.Channels(), in.Rate()));
     std::vector<host::Ref<host::AudioBuffer>> parts;
     std::vector<host::AudioBuffer*> entries;
@@ -76,10 +76,10 @@ void Split(const Options& options, const Context& context)
     };
     run(nullptr, 0, gains.At(0)); // what the engine refuses, it refuses before there is a file
 
-    std::vector<std::unique_ptr<SoundWriter>> outputs;
+    std::vector<std::unique_ptr<SoundFileWriter>> outputs;
     for (std::size_t i = 0; i < count; ++i) {
-        outputs.push_back(std::make_unique<SoundWriter>(NumberedPath(options.pattern, i + 1), word, width, in.Rate(),
-                                                        in.Frames(), false));
+        outputs.push_back(std::make_unique<SoundFileWriter>(NumberedPath(options.pattern, i + 1), word, width,
+                                                            in.Rate(), in.Frames(), false));
         outputs.back()->CopyTags(in);
     }
     const std::size_t frameBytes = BytesOf(word) * in.Channels();
@@ -96,9 +96,9 @@ void Split(const Options& options, const Context& context)
         progress.Advance(block.frames);
     }
     CheckInterruption();
-    SoundWriter::Commit(outputs);
+    SoundFileWriter::Commit(outputs);
     progress.Finish();
-    feed.TellLoss(context);
+    feed.ReportLoss(context);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
+#include "tools/common/signal_handling.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/input_set.h"
-#include "tools/common/signal_handling.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
@@ -19,7 +19,7 @@ struct Options {
 void Stereo(const Options& options, const Context& context)
 {
     InputSet inputs({options.left, options.right}, options.out);
-    const SampleWord word = inputs.CommonWord();
+    const SampleFormat word = inputs.CommonFormat();
     EngineSession engine(context);
     inputs.Begin(engine, word);
     const auto left = MakeBuffer(WaveFormat(word, inputs.Sound(0).Channels(), inputs.Rate()));
@@ -33,7 +33,7 @@ void Stereo(const Options& options, const Context& context)
     };
     run(0); // what the engine refuses, it refuses before there is a file
 
-    SoundWriter out(options.out, word, 2, inputs.Rate(), inputs.Frames(), false);
+    SoundFileWriter out(options.out, word, 2, inputs.Rate(), inputs.Frames(), false);
     Progress progress(context, options.out.filename().string(), inputs.Frames(), inputs.Rate());
     while (const sf_count_t frames = inputs.Next()) {
         CheckInterruption();
@@ -43,7 +43,7 @@ void Stereo(const Options& options, const Context& context)
     CheckInterruption();
     out.Commit();
     progress.Finish();
-    inputs.TellLoss(context);
+    inputs.ReportLoss(context);
 }
 
 } // namespace

@@ -1,8 +1,8 @@
+#include "tools/common/failure.h"
+#include "tools/common/signal_handling.h"
 #include "tools/ztaudio/block_reader.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/engine_session.h"
-#include "tools/common/failure.h"
-#include "tools/common/signal_handling.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
@@ -63,7 +63,7 @@ std::string CheckPlace(const std::string& text)
     return ParsePlace(text) ? "" : text + " is no time: 1.5, 0:01.500 or, in sample frames, 72000s";
 }
 
-void RequireReached(const Options& options, sf_count_t to, sf_count_t frames)
+void RequireWithinFile(const Options& options, sf_count_t to, sf_count_t frames)
 {
     if (to > frames) {
         throw Failure(options.in.string() + ": ends after " + std::to_string(frames) +
@@ -73,12 +73,12 @@ void RequireReached(const Options& options, sf_count_t to, sf_count_t frames)
 
 void Cut(const Options& options, const Context& context)
 {
-    SoundReader in(options.in);
+    SoundFileReader in(options.in);
     in.RequireWhole();
     RequireOtherFile(options.in, options.out);
     const sf_count_t from = ParsePlace(options.from).value().Frame(in.Rate());
     const sf_count_t to = options.to.empty() ? in.Frames() : ParsePlace(options.to).value().Frame(in.Rate());
-    RequireReached(options, to, in.Frames());
+    RequireWithinFile(options, to, in.Frames());
     if (from >= to) {
         throw Failure("nothing to cut from sample frame " + std::to_string(from) + " to " + std::to_string(to));
     }
@@ -86,10 +86,10 @@ void Cut(const Options& options, const Context& context)
     const SZtaWaveFormatInfo format = WaveFormat(in.Word(), in.Channels(), in.Rate());
     const auto source = MakeBuffer(format);
     const auto piece = MakeBuffer(format);
-    SoundWriter out(options.out, in.Word(), in.Channels(), in.Rate(), to - from,
-                    (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX);
+    SoundFileWriter out(options.out, in.Word(), in.Channels(), in.Rate(), to - from,
+                        (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX);
     out.CopyTexts(in);
-    in.TellLoss(context);
+    in.ReportLoss(context);
 
     Progress progress(context, options.out.filename().string(), to, in.Rate());
     BlockReader blocks(in, kBlockFrames, false, false);

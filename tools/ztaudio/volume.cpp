@@ -1,9 +1,9 @@
+#include "tools/common/signal_handling.h"
+#include "tools/ztaudio/block_converter.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/gains.h"
-#include "tools/common/signal_handling.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
-#include "tools/ztaudio/block_converter.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
 #include <CLI/CLI.hpp>
@@ -21,22 +21,22 @@ struct Options {
 
 void ChangeVolume(const Options& options, const Context& context)
 {
-    SoundReader in(options.in);
+    SoundFileReader in(options.in);
     in.RequireWhole();
     RequireOtherFile(options.in, options.out);
-    const SampleWord word =
-        options.format.empty() ? ScaledWord(in.Word(), context) : SampleWordNamed(options.format).value();
+    const SampleFormat word =
+        options.format.empty() ? ScaledWord(in.Word(), context) : ParseSampleFormat(options.format).value();
     Gains gains(options.gains, in.Channels(), in.Frames());
     EngineSession engine(context);
-    SoundFeed feed(engine, in, SampleWord::Pcm24In32);
-    const auto plain = MakeBuffer(WaveFormat(SampleWord::Pcm24In32, in.Channels(), in.Rate()));
-    const auto scaled = MakeBuffer(WaveFormat(SampleWord::Pcm24In32, in.Channels(), in.Rate()));
-    Conversion conversion(engine, SampleWord::Pcm24In32, word, in.Channels(), in.Rate(), kBlockFrames, false);
+    BlockConverter feed(engine, in, SampleFormat::Pcm24In32);
+    const auto plain = MakeBuffer(WaveFormat(SampleFormat::Pcm24In32, in.Channels(), in.Rate()));
+    const auto scaled = MakeBuffer(WaveFormat(SampleFormat::Pcm24In32, in.Channels(), in.Rate()));
+    Conversion conversion(engine, SampleFormat::Pcm24In32, word, in.Channels(), in.Rate(), kBlockFrames, false);
     engine.ApplyVolume(*plain, *scaled, gains.At(0)); // what the engine refuses, it refuses before there is a file
 
-    const std::size_t frameBytes = BytesOf(SampleWord::Pcm24In32) * in.Channels();
-    SoundWriter out(options.out, word, in.Channels(), in.Rate(), in.Frames(),
-                    (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX);
+    const std::size_t frameBytes = BytesOf(SampleFormat::Pcm24In32) * in.Channels();
+    SoundFileWriter out(options.out, word, in.Channels(), in.Rate(), in.Frames(),
+                        (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX);
     out.CopyTags(in);
     Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
     for (Block block = feed.Next(); block.frames != 0; block = feed.Next()) {
@@ -53,7 +53,7 @@ void ChangeVolume(const Options& options, const Context& context)
     CheckInterruption();
     out.Commit();
     progress.Finish();
-    feed.TellLoss(context);
+    feed.ReportLoss(context);
 }
 
 } // namespace

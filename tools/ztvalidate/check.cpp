@@ -14,7 +14,7 @@ struct Status {
 };
 
 const Status kStatuses[] = {
-#define ZTA_STATUS_ROW(code, name, sentence) {code, #name},
+#define ZTA_STATUS_ENTRY(code, name, description) {code, #name},
 #include <zta/status_codes.def>
 };
 

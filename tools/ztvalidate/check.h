@@ -17,9 +17,9 @@ struct Context {
 };
 
 struct Check {
-    std::string name;     ///< hierarchical, with dots
-    std::string sentence; ///< what is true of a subject that passes
-    std::string needs;    ///< the check without whose success this one means nothing; empty for none
+    std::string name;        ///< hierarchical, with dots
+    std::string description; ///< what is true of a subject that passes
+    std::string needs;       ///< the check without whose success this one means nothing; empty for none
     std::function<void(const Context&)> run;
     bool needsFolder = false;
 };

@@ -40,12 +40,12 @@ bool IsSameSample(const SZtaWaveFormatInfo& first, const SZtaWaveFormatInfo& sec
            first.ulValidBitsPerSample == second.ulValidBitsPerSample;
 }
 
-models::FadeLaw LawOf(const SZtaWaveFormatInfo& format)
+models::FadeOp FindConversion(const SZtaWaveFormatInfo& format)
 {
     if (format.ulBitsPerSample == 16) {
-        return format.ulChannels == 2 ? models::FadeLaw::Stereo16 : models::FadeLaw::Each16;
+        return format.ulChannels == 2 ? models::FadeOp::Stereo16 : models::FadeOp::Int16;
     }
-    return format.ulChannels <= 2 ? models::FadeLaw::Each24 : models::FadeLaw::Mux24;
+    return format.ulChannels <= 2 ? models::FadeOp::Int24In32 : models::FadeOp::Mux24;
 }
 
 } // namespace
@@ -73,10 +73,10 @@ Bytes Faded(Bytes samples, const SZtaWaveFormatInfo& format, bool fadeIn, bool f
     const std::size_t frames = samples.size() / frameBytes;
     const std::size_t length = std::min(frames, kRamp);
     for (std::size_t k = 0; fadeIn && k < length; ++k) {
-        models::FadeFrame(LawOf(format), format.ulChannels, &samples[k * frameBytes], k);
+        models::FadeFrame(FindConversion(format), format.ulChannels, &samples[k * frameBytes], k);
     }
     for (std::size_t k = 0; fadeOut && k < length; ++k) {
-        models::FadeFrame(LawOf(format), format.ulChannels, &samples[(frames - length + k) * frameBytes],
+        models::FadeFrame(FindConversion(format), format.ulChannels, &samples[(frames - length + k) * frameBytes],
                           kRamp - 1 - k);
     }
     return samples;
@@ -105,7 +105,7 @@ Bytes Interleaved(const std::vector<Bytes>& buffers, std::size_t elementBytes)
     return frames;
 }
 
-std::vector<Bytes> Separated(const Bytes& frames, std::size_t count, std::size_t elementBytes)
+std::vector<Bytes> Deinterleaved(const Bytes& frames, std::size_t count, std::size_t elementBytes)
 {
     std::vector<Bytes> buffers(count);
     for (std::size_t at = 0; at < frames.size(); at += elementBytes) {

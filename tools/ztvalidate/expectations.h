@@ -22,7 +22,7 @@ Bytes Scaled(const Bytes& samples, const std::vector<SZtAudioMonoVolumeInfo>& vo
 Bytes Interleaved(const std::vector<Bytes>& buffers, std::size_t elementBytes);
 
 /// The reverse, for `count` buffers.
-std::vector<Bytes> Separated(const Bytes& frames, std::size_t count, std::size_t elementBytes);
+std::vector<Bytes> Deinterleaved(const Bytes& frames, std::size_t count, std::size_t elementBytes);
 
 /// A stream of 16-bit mono samples from its beginning, at another rate.
 std::vector<std::int16_t> Resampled(const std::vector<std::int16_t>& samples, std::uint32_t from, std::uint32_t to);

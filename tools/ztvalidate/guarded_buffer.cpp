@@ -18,14 +18,14 @@ std::uint8_t GuardByte(std::size_t position)
 
 } // namespace
 
-host::Ref<WatchedBuffer> WatchedBuffer::Create(host::Journal& journal, std::string name,
+host::Ref<GuardedBuffer> GuardedBuffer::Create(host::CallLog& journal, std::string name,
                                                const SZtaWaveFormatInfo& format, std::size_t capacityBytes,
                                                std::size_t shift)
 {
-    return host::Ref<WatchedBuffer>::Adopt(new WatchedBuffer(journal, std::move(name), format, capacityBytes, shift));
+    return host::Ref<GuardedBuffer>::Adopt(new GuardedBuffer(journal, std::move(name), format, capacityBytes, shift));
 }
 
-WatchedBuffer::WatchedBuffer(host::Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
+GuardedBuffer::GuardedBuffer(host::CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
                              std::size_t capacityBytes, std::size_t shift)
     : host::RecordingBuffer(journal, std::move(name), format, capacityBytes + 2 * kGuardBytes),
       begin_(kGuardBytes - shift), size_(capacityBytes)
@@ -35,7 +35,7 @@ WatchedBuffer::WatchedBuffer(host::Journal& journal, std::string name, const SZt
     }
 }
 
-int WatchedBuffer::GetBufferAndLength(void** data, unsigned long* lengthBytes)
+int GuardedBuffer::GetBufferAndLength(void** data, unsigned long* lengthBytes)
 {
     const int status = RecordingBuffer::GetBufferAndLength(data, lengthBytes);
     if (status >= 0) {
@@ -44,7 +44,7 @@ int WatchedBuffer::GetBufferAndLength(void** data, unsigned long* lengthBytes)
     return status;
 }
 
-int WatchedBuffer::GetBufferCapacity(unsigned long* capacityBytes)
+int GuardedBuffer::GetBufferCapacity(unsigned long* capacityBytes)
 {
     const int status = RecordingBuffer::GetBufferCapacity(capacityBytes);
     if (status >= 0) {
@@ -53,23 +53,23 @@ int WatchedBuffer::GetBufferCapacity(unsigned long* capacityBytes)
     return status;
 }
 
-int WatchedBuffer::SetLength(unsigned long lengthBytes)
+int GuardedBuffer::SetLength(unsigned long lengthBytes)
 {
     return lengthBytes > size_ ? ZT_E_INVALID_PARAMETER : RecordingBuffer::SetLength(lengthBytes);
 }
 
-Bytes WatchedBuffer::Content() const
+Bytes GuardedBuffer::Content() const
 {
     const auto* first = reinterpret_cast<const std::uint8_t*>(Data() + begin_);
     return {first, first + size_};
 }
 
-void WatchedBuffer::SetContent(const Bytes& bytes)
+void GuardedBuffer::SetContent(const Bytes& bytes)
 {
     std::memcpy(Data() + begin_, bytes.data(), std::min(bytes.size(), size_));
 }
 
-bool WatchedBuffer::IsGuardIntact() const
+bool GuardedBuffer::IsGuardIntact() const
 {
     for (std::size_t i = 0; i < Capacity(); ++i) {
         if ((i < begin_ || i >= begin_ + size_) && Data()[i] != static_cast<std::byte>(GuardByte(i))) {

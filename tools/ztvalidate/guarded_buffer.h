@@ -13,9 +13,9 @@ namespace zta::validate {
 using Bytes = std::vector<std::uint8_t>;
 
 /// Its samples stand between two guard zones, `shift` bytes in front of a multiple of 64.
-class WatchedBuffer : public host::RecordingBuffer {
+class GuardedBuffer : public host::RecordingBuffer {
 public:
-    static host::Ref<WatchedBuffer> Create(host::Journal& journal, std::string name, const SZtaWaveFormatInfo& format,
+    static host::Ref<GuardedBuffer> Create(host::CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
                                            std::size_t capacityBytes, std::size_t shift);
 
     int GetBufferAndLength(void** data, unsigned long* lengthBytes) override;
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] bool IsGuardIntact() const;
 
 protected:
-    WatchedBuffer(host::Journal& journal, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes,
+    GuardedBuffer(host::CallLog& journal, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes,
                   std::size_t shift);
 
 private:

@@ -185,7 +185,7 @@ int Run(int argc, char** argv)
     const std::vector<Check> checks = ChosenChecks(options);
     if (listing) {
         for (const Check& check : checks) {
-            Print(check.name + ": " + check.sentence + "\n");
+            Print(check.name + ": " + check.description + "\n");
         }
         return EXIT_SUCCESS;
     }
@@ -201,7 +201,7 @@ int main(int argc, char** argv)
 {
     using namespace zta::validate;
     // Whoever asks twice, as timeout(1) does, would otherwise get processes of the module left over.
-    WatchSignals(SecondSignal::IsIgnored);
+    InstallSignalHandlers(SecondSignal::IsIgnored);
     try {
         return Run(argc, argv);
     } catch (const UsageFailure& failure) {
@@ -209,7 +209,7 @@ int main(int argc, char** argv)
         return kExitBad;
     } catch (const Interrupted& interruption) {
         PrintError("interrupted");
-        DieBySignal(interruption.Signal());
+        RaiseDefaultSignal(interruption.Signal());
     } catch (const std::exception& error) {
         PrintError(error.what());
         return kExitBad;

@@ -121,7 +121,7 @@ void CheckVersion(const Context& context)
 }
 
 const std::pair<std::uint32_t, const wchar_t*> kTexts[] = {
-#define ZTA_STATUS_ROW(code, name, sentence) {code, L"" #name ": " sentence},
+#define ZTA_STATUS_ENTRY(code, name, description) {code, L"" #name ": " description},
 #include <zta/status_codes.def>
 };
 
@@ -353,7 +353,7 @@ void CheckPool(const Context& context)
 {
     const long before = host::AudioBuffer::LiveCount();
     Session session(context);
-    const auto& requests = session.host.RequestRecords();
+    const auto& requests = session.host.CreationRequests();
     Require(requests.size() == 131, "an engine asks for " + std::to_string(requests.size()) + " buffers, not 131");
     SZtCreateAudioSamplesDescription expected;
     std::memset(&expected, 0, sizeof(expected));
@@ -373,7 +373,7 @@ void CheckPool(const Context& context)
         Call call(session, operation, operation.shape);
         RequireStatus(call.Run(), ZT_NOERROR, operation.name);
     }
-    Require(session.host.Requests() == 131, "an operation asks the host for a buffer");
+    Require(session.host.CreationCount() == 131, "an operation asks the host for a buffer");
     session.engine.Reset();
     Require(host::AudioBuffer::LiveCount() == before, "the engine does not give all buffers of its pool back");
 }
@@ -418,12 +418,12 @@ void CheckRefusedBuffer(const Context& context)
     const auto factory = MakeEngineFactory(*classFactory);
     for (const int failing : {1, 4, 131}) {
         const std::string what = "the refusal of buffer " + std::to_string(failing);
-        host::Journal journal;
+        host::CallLog journal;
         host::RecordingHost host(journal);
         host.FailRequest(failing);
         Ref<IZtaAudioSamplesEngine> engine;
         RequireStatus(factory->CreateAudioSamplesEngine(&host, 0, engine.Put()), kInjectedFailure, what);
-        Require(host.Requests() == failing, what + " does not end the creation");
+        Require(host.CreationCount() == failing, what + " does not end the creation");
         Require(static_cast<bool>(engine), what + ": no engine is handed out");
         engine.Reset();
         Require(host::AudioBuffer::LiveCount() == before, what + ": buffers of the pool are left over");
@@ -607,7 +607,7 @@ std::vector<Check> ModuleChecks()
          true},
         {"registration.prints", "Both print their line.", "module.loads", CheckPrints, true},
     };
-    for (const auto& group : {OperationChecks(), RefusalChecks(), SampleChecks()}) {
+    for (const auto& group : {OperationChecks(), RejectionChecks(), SampleChecks()}) {
         checks.insert(checks.end(), group.begin(), group.end());
     }
     return checks;

@@ -151,11 +151,11 @@ void CheckReferences(const Context& context, const Operation& operation)
     Session session(context);
     Call call(session, operation, operation.shape);
     RequireSuccess(call);
-    call.RequireHarmless("the call");
+    call.RequireNoSideEffects("the call");
     Call failing(session, operation, operation.shape);
     failing.Input().SetErrorCode(kSomeFailure);
     failing.Run();
-    failing.RequireHarmless("a failing call");
+    failing.RequireNoSideEffects("a failing call");
     if (call.stream) {
         Require(call.stream->AddRef() == 2 && call.stream->Release() == 1,
                 "the call has changed the references of the resampler");
@@ -176,8 +176,8 @@ int CallFromInside(Call& outer, Call& inner, const std::string& entry)
     RequireStatus(outer.Run(), ZT_NOERROR, "the outer call");
     Require(entered, "the outer call does not make the host call " + entry);
     outer.RequireSignals("the outer call", ZT_NOERROR);
-    outer.RequireHarmless("the outer call");
-    inner.RequireHarmless("the inner call");
+    outer.RequireNoSideEffects("the outer call");
+    inner.RequireNoSideEffects("the inner call");
     return status;
 }
 
@@ -224,7 +224,7 @@ void CheckTolerated(const Context& context, const Operation& operation)
 
 struct Aspect {
     const char* name;
-    const char* sentence;
+    const char* description;
     void (*run)(const Context& context, const Operation& operation);
 };
 
@@ -245,7 +245,7 @@ std::vector<Check> OperationChecks()
     std::vector<Check> checks;
     for (const Operation& operation : Operations()) {
         for (const Aspect& aspect : kAspects) {
-            checks.push_back({CheckName(operation, aspect.name), aspect.sentence, "engine.creation",
+            checks.push_back({CheckName(operation, aspect.name), aspect.description, "engine.creation",
                               [&](const Context& context) { aspect.run(context, operation); }});
         }
     }

@@ -54,22 +54,22 @@ int InvokeResample(IZtaAudioSamplesEngine& engine, Call& call)
     return engine.ProcessAudioResampler(call.in[0], call.out[0], call.mode, call.stream.Get());
 }
 
-std::vector<Side> Array(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t frames)
+std::vector<BufferSpec> Array(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t frames)
 {
-    std::vector<Side> sides;
+    std::vector<BufferSpec> sides;
     for (std::size_t i = 0; i < count; ++i) {
-        sides.emplace_back(PartName(i), format, frames);
+        sides.emplace_back(ArrayElementName(i), format, frames);
     }
     return sides;
 }
 
 } // namespace
 
-std::vector<Side*> Shape::Sides()
+std::vector<BufferSpec*> CallSpec::Sides()
 {
-    std::vector<Side*> sides;
+    std::vector<BufferSpec*> sides;
     for (auto* group : {&inputs, &outputs}) {
-        for (Side& side : *group) {
+        for (BufferSpec& side : *group) {
             sides.push_back(&side);
         }
     }
@@ -101,12 +101,12 @@ const std::vector<Operation>& Operations()
          {{{"stereo", Pcm16(2), 60}}, {{"left", Pcm16(1), 60}, {"right", Pcm16(1), 60}}},
          InvokeStereoToMono},
         {"mono-to-mux",
-         Family::Assembly,
+         Family::Interleave,
          false,
          {Array(4, Pcm24In32(1), 40), {{"mux", Pcm24In32(4), 40}}},
          InvokeAssembly<&Engine::CopyAudioSamplesMonoToMux>},
         {"stereo-to-mux",
-         Family::Assembly,
+         Family::Interleave,
          false,
          {Array(2, Pcm24In32(2), 40), {{"mux", Pcm24In32(4), 40}}},
          InvokeAssembly<&Engine::CopyAudioSamplesStereoToMux>},
@@ -144,7 +144,7 @@ const Operation& OperationNamed(const std::string& name)
     throw std::logic_error("no operation " + name);
 }
 
-std::string PartName(std::size_t i)
+std::string ArrayElementName(std::size_t i)
 {
     const std::string stem = "b";
     return stem + std::to_string(i);
@@ -173,17 +173,17 @@ std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
     return volumes;
 }
 
-Call::Call(Session& session, const Operation& operation, const Shape& shape, bool unaligned)
+Call::Call(Session& session, const Operation& operation, const CallSpec& shape, bool unaligned)
     : volumes(shape.volumes), volumeCount(shape.volumes.size()), session_(session), operation_(operation)
 {
     // The resampler takes samples as the 16-bit words that they are.
     const std::size_t shift = !unaligned ? 0 : operation.name == "resample" ? 2 : 1;
-    const auto make = [&](const std::vector<Side>& sides, std::vector<host::Ref<WatchedBuffer>>& buffers,
+    const auto make = [&](const std::vector<BufferSpec>& sides, std::vector<host::Ref<GuardedBuffer>>& buffers,
                           std::vector<IZtAudioSamples*>& pointers, std::vector<Bytes>& before) {
-        for (const Side& side : sides) {
+        for (const BufferSpec& side : sides) {
             const std::size_t frameBytes = host::BytesPerFrame(side.format);
             auto buffer =
-                WatchedBuffer::Create(journal, side.name, side.format, side.capacityFrames * frameBytes, shift);
+                GuardedBuffer::Create(journal, side.name, side.format, side.capacityFrames * frameBytes, shift);
             before.push_back(RandomSamples(session.random, side.format, side.capacityFrames * frameBytes));
             buffer->SetContent(before.back());
             buffer->SetValidLength(side.frames * frameBytes);
@@ -219,7 +219,7 @@ int Call::Run()
     return operation_.invoke(*session_.engine, *this);
 }
 
-WatchedBuffer& Call::Buffer(const std::string& name) const
+GuardedBuffer& Call::Buffer(const std::string& name) const
 {
     for (const auto* group : {&inputs_, &outputs_}) {
         for (const auto& buffer : *group) {
@@ -237,7 +237,7 @@ Bytes Call::InputSamples(std::size_t i) const
     return {all.begin(), all.begin() + static_cast<std::ptrdiff_t>(inputs_.at(i)->Length())};
 }
 
-void Call::Remove(const std::string& name)
+void Call::PassNull(const std::string& name)
 {
     const IZtAudioSamples* buffer = &Buffer(name);
     for (auto* group : {&in, &out}) {
@@ -248,10 +248,10 @@ void Call::Remove(const std::string& name)
 
 void Call::Fail(const std::string& name, const std::string& entry)
 {
-    journal.FailEntry(name + "." + entry);
+    journal.FailCallsTo(name + "." + entry);
 }
 
-void Call::RequireHarmless(const std::string& what, const std::string& leaking) const
+void Call::RequireNoSideEffects(const std::string& what, const std::string& leaking) const
 {
     for (std::size_t i = 0; i < inputs_.size(); ++i) {
         const bool inPlace = std::find(out.begin(), out.end(), in[i]) != out.end();
@@ -275,10 +275,10 @@ void Call::RequireHarmless(const std::string& what, const std::string& leaking) 
     }
 }
 
-void Call::RequireSignals(const std::string& what, int code, const std::set<std::string>& spared) const
+void Call::RequireSignals(const std::string& what, int code, const std::set<std::string>& exempt) const
 {
-    const auto require = [&](const WatchedBuffer& buffer, const char* kind, int open) {
-        const int expected = spared.contains(buffer.Name()) ? 1 : 0;
+    const auto require = [&](const GuardedBuffer& buffer, const char* kind, int open) {
+        const int expected = exempt.contains(buffer.Name()) ? 1 : 0;
         Require(open >= expected && buffer.PairingViolations() == 0,
                 what + ": " + buffer.Name() + " has had more " + kind + " signals than announcements");
         Require(open == expected, what + ": " + buffer.Name() + " has not had its " + kind + " signal");
@@ -288,7 +288,7 @@ void Call::RequireSignals(const std::string& what, int code, const std::set<std:
     }
     for (const auto& output : outputs_) {
         require(*output, "write", output->WriteCount());
-        const int expected = spared.contains(output->Name()) ? 0 : code;
+        const int expected = exempt.contains(output->Name()) ? 0 : code;
         Require(output->ErrorCode() == expected, what + ": the error code of " + output->Name() + " is " +
                                                      StatusText(output->ErrorCode()) + ", not " + StatusText(expected));
     }

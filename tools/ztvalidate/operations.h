@@ -1,8 +1,8 @@
 /// The engine's operations as data: their usual buffers, how they are called, and what every call must keep.
 #pragma once
 
-#include "tools/ztvalidate/session.h"
 #include "tools/ztvalidate/guarded_buffer.h"
+#include "tools/ztvalidate/session.h"
 
 #include <map>
 #include <set>
@@ -12,7 +12,7 @@
 namespace zta::validate {
 
 /// How one buffer of a call is made: full of random samples, of which the first `frames` frames are valid.
-struct Side {
+struct BufferSpec {
     std::string name;
     SZtaWaveFormatInfo format;
     std::size_t frames;
@@ -21,24 +21,25 @@ struct Side {
     bool fadeOut = false;
     std::uint32_t polarity = 0;
 
-    Side(std::string sideName, const SZtaWaveFormatInfo& sideFormat, std::size_t validFrames, std::size_t capacity = 0)
+    BufferSpec(std::string sideName, const SZtaWaveFormatInfo& sideFormat, std::size_t validFrames,
+               std::size_t capacity = 0)
         : name(std::move(sideName)), format(sideFormat), frames(validFrames),
           capacityFrames(capacity == 0 ? validFrames : capacity)
     {
     }
 };
 
-struct Shape {
-    std::vector<Side> inputs;
-    std::vector<Side> outputs;
+struct CallSpec {
+    std::vector<BufferSpec> inputs;
+    std::vector<BufferSpec> outputs;
     std::vector<SZtAudioMonoVolumeInfo> volumes = {};
 
     /// All buffers, inputs first.
-    std::vector<Side*> Sides();
+    std::vector<BufferSpec*> Sides();
 };
 
 /// In what the order of their host calls is alike.
-enum class Family { OneToOne, MonoToStereo, StereoToMono, Assembly, Split };
+enum class Family { OneToOne, MonoToStereo, StereoToMono, Interleave, Split };
 
 class Call;
 
@@ -46,7 +47,7 @@ struct Operation {
     std::string name;
     Family family;
     bool readsErrorCodeTwice; ///< at the entry and in the worker
-    Shape shape;
+    CallSpec shape;
     int (*invoke)(IZtaAudioSamplesEngine& engine, Call& call);
 };
 
@@ -55,7 +56,7 @@ const std::vector<Operation>& Operations();
 /// One call with its buffers. What is handed over can be spoilt before Run.
 class Call {
 public:
-    Call(Session& session, const Operation& operation, const Shape& shape, bool unaligned = false);
+    Call(Session& session, const Operation& operation, const CallSpec& shape, bool unaligned = false);
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
@@ -63,29 +64,29 @@ public:
     int Run();
 
     [[nodiscard]] const Operation& Of() const { return operation_; }
-    [[nodiscard]] WatchedBuffer& Input(std::size_t i = 0) const { return *inputs_.at(i); }
-    [[nodiscard]] WatchedBuffer& Output(std::size_t i = 0) const { return *outputs_.at(i); }
+    [[nodiscard]] GuardedBuffer& Input(std::size_t i = 0) const { return *inputs_.at(i); }
+    [[nodiscard]] GuardedBuffer& Output(std::size_t i = 0) const { return *outputs_.at(i); }
     [[nodiscard]] std::size_t Inputs() const { return inputs_.size(); }
     [[nodiscard]] std::size_t Outputs() const { return outputs_.size(); }
-    [[nodiscard]] WatchedBuffer& Buffer(const std::string& name) const;
+    [[nodiscard]] GuardedBuffer& Buffer(const std::string& name) const;
 
     /// The valid samples of an input, and the whole memory of an output, as they were before the call.
     [[nodiscard]] Bytes InputSamples(std::size_t i = 0) const;
     [[nodiscard]] const Bytes& OutputBefore(std::size_t i = 0) const { return outputsBefore_.at(i); }
 
     /// Hands over a null pointer in this buffer's place.
-    void Remove(const std::string& name);
+    void PassNull(const std::string& name);
     /// Lets every call of this kind on this buffer fail.
     void Fail(const std::string& name, const std::string& entry);
 
     /// Whatever the outcome: no byte has changed beside the outputs' samples, and no reference is lost but the one that
     /// `leaking` tells.
-    void RequireHarmless(const std::string& what, const std::string& leaking = "") const;
+    void RequireNoSideEffects(const std::string& what, const std::string& leaking = "") const;
     /// Every buffer but the spared ones has had its signal, none has had another, and the outputs among them hold
     /// `code`.
-    void RequireSignals(const std::string& what, int code, const std::set<std::string>& spared = {}) const;
+    void RequireSignals(const std::string& what, int code, const std::set<std::string>& exempt = {}) const;
 
-    host::Journal journal;
+    host::CallLog journal;
 
     // What is handed over.
     std::vector<IZtAudioSamples*> in;
@@ -107,8 +108,8 @@ public:
 private:
     Session& session_;
     const Operation& operation_;
-    std::vector<host::Ref<WatchedBuffer>> inputs_;
-    std::vector<host::Ref<WatchedBuffer>> outputs_;
+    std::vector<host::Ref<GuardedBuffer>> inputs_;
+    std::vector<host::Ref<GuardedBuffer>> outputs_;
     std::vector<Bytes> inputsBefore_;
     std::vector<Bytes> outputsBefore_;
 };
@@ -120,11 +121,11 @@ host::Ref<IUnknown> MakeStream(IZtaAudioSamplesEngine& engine, SZtaWaveFormatInf
 std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels);
 
 std::vector<Check> OperationChecks();
-std::vector<Check> RefusalChecks();
+std::vector<Check> RejectionChecks();
 std::vector<Check> SampleChecks();
 
 /// The name of an entry of an array, "b0" and so on.
-std::string PartName(std::size_t i);
+std::string ArrayElementName(std::size_t i);
 
 /// "operation.copy.busy".
 std::string CheckName(const Operation& operation, const std::string& aspect);

@@ -28,9 +28,9 @@ struct Refusal {
     std::string what;
     int status;
     Stage stage = Stage::Entry;
-    Names spared = {}; ///< buffers without a signal and without an error code
-    std::function<void(Shape&)> reshape = nullptr;
-    std::function<void(Call&)> spoil = nullptr;
+    Names exempt = {}; ///< buffers without a signal and without an error code
+    std::function<void(CallSpec&)> reshape = nullptr;
+    std::function<void(Call&)> corrupt = nullptr;
     std::string leaking = {}; ///< a buffer on which one reference stays
 };
 
@@ -42,26 +42,26 @@ int ResultOf(const Operation& operation, const Refusal& refusal)
 
 void RequireRefusal(Session& session, const Operation& operation, const Refusal& refusal)
 {
-    Shape shape = operation.shape;
+    CallSpec shape = operation.shape;
     if (refusal.reshape) {
         refusal.reshape(shape);
     }
     Call call(session, operation, shape);
-    if (refusal.spoil) {
-        refusal.spoil(call);
+    if (refusal.corrupt) {
+        refusal.corrupt(call);
     }
     RequireStatus(call.Run(), ResultOf(operation, refusal), refusal.what);
 
-    Names spared = refusal.spared;
+    Names exempt = refusal.exempt;
     if (refusal.stage == Stage::Before) {
-        for (const Side* side : shape.Sides()) {
-            spared.insert(side->name);
+        for (const BufferSpec* side : shape.Sides()) {
+            exempt.insert(side->name);
         }
     }
-    call.RequireSignals(refusal.what, refusal.status, spared);
-    call.RequireHarmless(refusal.what, refusal.leaking);
+    call.RequireSignals(refusal.what, refusal.status, exempt);
+    call.RequireNoSideEffects(refusal.what, refusal.leaking);
     for (std::size_t i = 0; i < call.Outputs(); ++i) {
-        const WatchedBuffer& output = call.Output(i);
+        const GuardedBuffer& output = call.Output(i);
         const bool marked = output.WriteStartMarks() != 0;
         Require(marked == (refusal.stage == Stage::Work),
                 refusal.what + (marked ? ": a mark was set on " : ": no mark was set on ") + output.Name());
@@ -85,7 +85,7 @@ void RequireRefusals(const Context& context, const Operation& operation, const s
 
 std::function<void(Call&)> Without(const std::string& name)
 {
-    return [=](Call& call) { call.Remove(name); };
+    return [=](Call& call) { call.PassNull(name); };
 }
 
 std::function<void(Call&)> Failing(const std::string& name, const std::string& entry)
@@ -106,7 +106,7 @@ std::string OutputName(const Operation& operation, std::size_t i = 0)
 Names AllInputs(const Operation& operation)
 {
     Names names;
-    for (const Side& side : operation.shape.inputs) {
+    for (const BufferSpec& side : operation.shape.inputs) {
         names.insert(side.name);
     }
     return names;
@@ -116,12 +116,12 @@ Names AllInputs(const Operation& operation)
 
 std::vector<Refusal> NullOperands(const Operation& operation)
 {
-    const auto null = [](const std::string& name, Stage stage, const Names& spared) {
-        return Refusal{"a null " + name, ZT_E_INVALID_POINTER, stage, spared, nullptr, Without(name)};
+    const auto null = [](const std::string& name, Stage stage, const Names& exempt) {
+        return Refusal{"a null " + name, ZT_E_INVALID_POINTER, stage, exempt, nullptr, Without(name)};
     };
-    const auto nullArray = [](Stage stage, const Names& spared) {
+    const auto nullArray = [](Stage stage, const Names& exempt) {
         return Refusal{
-            "a null array", ZT_E_INVALID_POINTER, stage, spared, nullptr, [](Call& call) { call.nullArray = true; }};
+            "a null array", ZT_E_INVALID_POINTER, stage, exempt, nullptr, [](Call& call) { call.nullArray = true; }};
     };
     const Refusal nullVolumes = {"null volumes with a count",
                                  ZT_E_INVALID_POINTER,
@@ -154,12 +154,12 @@ std::vector<Refusal> NullOperands(const Operation& operation)
                  {},
                  nullptr,
                  [](Call& call) {
-                     call.Remove("left");
-                     call.Remove("right");
+                     call.PassNull("left");
+                     call.PassNull("right");
                  }},
                 null("right", Stage::Entry, {"right", "stereo"}),
                 null("stereo", Stage::Entry, {"stereo"})};
-    case Family::Assembly:
+    case Family::Interleave:
         refusals = {null(out, Stage::Before, {}), nullArray(Stage::Entry, AllInputs(operation)), nullVolumes};
         // The other three mux operations leave a null entry to the caller's care.
         if (operation.name == "mono-to-mux") {
@@ -176,8 +176,8 @@ std::vector<Refusal> NullOperands(const Operation& operation)
 
 std::vector<Refusal> WithoutContent(const Operation& operation)
 {
-    const auto mute = [](const std::string& name, int status, Stage stage, const Names& spared) {
-        return Refusal{name + " without IZtAVContent", status, stage, spared, nullptr, Failing(name, "QueryInterface")};
+    const auto mute = [](const std::string& name, int status, Stage stage, const Names& exempt) {
+        return Refusal{name + " without IZtAVContent", status, stage, exempt, nullptr, Failing(name, "QueryInterface")};
     };
     const std::string in = InputName(operation);
     const std::string out = OutputName(operation);
@@ -191,7 +191,7 @@ std::vector<Refusal> WithoutContent(const Operation& operation)
     case Family::StereoToMono:
         return {mute("right", kInjectedFailure, Stage::Entry, {"right", "stereo"}),
                 mute("stereo", kInjectedFailure, Stage::Entry, {"stereo"})};
-    case Family::Assembly:
+    case Family::Interleave:
         return {mute(out, ZT_E_INVALID_PARAMETER, Stage::Before, {}),
                 mute("b1", ZT_E_INVALID_PARAMETER, Stage::Entry, {"b1"})};
     case Family::Split:
@@ -218,10 +218,10 @@ std::vector<Refusal> Descriptions(const Operation& operation)
 {
     const int status = operation.name == "volume" ? kInjectedFailure : ZT_E_INVALID_PARAMETER;
     std::vector<Refusal> refusals;
-    Shape shape = operation.shape;
+    CallSpec shape = operation.shape;
     // What an assembly finds about its inputs at the entry does not count.
-    for (const Side* side : shape.Sides()) {
-        if (operation.family != Family::Assembly || side->name == "mux") {
+    for (const BufferSpec* side : shape.Sides()) {
+        if (operation.family != Family::Interleave || side->name == "mux") {
             refusals.push_back({side->name + " without a description",
                                 status,
                                 Stage::Entry,
@@ -235,20 +235,20 @@ std::vector<Refusal> Descriptions(const Operation& operation)
 
 // ---- Formats ----
 
-std::function<void(Shape&)> InputFormat(std::size_t i, const SZtaWaveFormatInfo& format)
+std::function<void(CallSpec&)> InputFormat(std::size_t i, const SZtaWaveFormatInfo& format)
 {
-    return [=](Shape& shape) { shape.inputs.at(i).format = format; };
+    return [=](CallSpec& shape) { shape.inputs.at(i).format = format; };
 }
 
-std::function<void(Shape&)> OutputFormat(std::size_t i, const SZtaWaveFormatInfo& format)
+std::function<void(CallSpec&)> OutputFormat(std::size_t i, const SZtaWaveFormatInfo& format)
 {
-    return [=](Shape& shape) { shape.outputs.at(i).format = format; };
+    return [=](CallSpec& shape) { shape.outputs.at(i).format = format; };
 }
 
-std::function<void(Shape&)> AllFormats(const SZtaWaveFormatInfo& format)
+std::function<void(CallSpec&)> AllFormats(const SZtaWaveFormatInfo& format)
 {
-    return [=](Shape& shape) {
-        for (Side* side : shape.Sides()) {
+    return [=](CallSpec& shape) {
+        for (BufferSpec* side : shape.Sides()) {
             side->format = MakeFormat(side->format.ulChannels, format.eDataType, format.ulSamplesPerSec,
                                       format.ulBitsPerSample, format.ulValidBitsPerSample);
         }
@@ -256,7 +256,7 @@ std::function<void(Shape&)> AllFormats(const SZtaWaveFormatInfo& format)
 }
 
 std::vector<Refusal> PairFormats(const std::string& mono, const std::string& other,
-                                 const std::function<void(Shape&)>& twoChannels)
+                                 const std::function<void(CallSpec&)>& twoChannels)
 {
     return {{mono + " of two channels", ZT_E_FORMAT_NOT_SUPPORTED, Stage::Entry, {}, twoChannels},
             {"opaque words", ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE, Stage::Entry, {}, AllFormats(Opaque(1))},
@@ -268,25 +268,25 @@ std::vector<Refusal> PairFormats(const std::string& mono, const std::string& oth
 }
 
 /// The mux operations on another number of buffers than their usual one.
-std::function<void(Shape&)> OfBuffers(std::size_t count, std::uint32_t muxChannels)
+std::function<void(CallSpec&)> OfBuffers(std::size_t count, std::uint32_t muxChannels)
 {
-    return [=](Shape& shape) {
+    return [=](CallSpec& shape) {
         const bool assembly = shape.inputs.size() > 1;
-        std::vector<Side>& array = assembly ? shape.inputs : shape.outputs;
-        const Side usual = array[0];
+        std::vector<BufferSpec>& array = assembly ? shape.inputs : shape.outputs;
+        const BufferSpec usual = array[0];
         array.clear();
         for (std::size_t i = 0; i < count; ++i) {
             array.push_back(usual);
-            array.back().name = PartName(i);
+            array.back().name = ArrayElementName(i);
         }
-        Side& mux = assembly ? shape.outputs[0] : shape.inputs[0];
+        BufferSpec& mux = assembly ? shape.outputs[0] : shape.inputs[0];
         mux.format.ulChannels = muxChannels;
     };
 }
 
 std::vector<Refusal> MuxFormats(const Operation& operation)
 {
-    const bool assembly = operation.family == Family::Assembly;
+    const bool assembly = operation.family == Family::Interleave;
     const std::uint32_t side = (assembly ? operation.shape.inputs : operation.shape.outputs)[0].format.ulChannels;
     const auto muxFormat = [&](const SZtaWaveFormatInfo& format) {
         return assembly ? OutputFormat(0, format) : InputFormat(0, format);
@@ -314,7 +314,7 @@ std::vector<Refusal> MuxFormats(const Operation& operation)
                             ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED,
                             Stage::Work,
                             {},
-                            [=](Shape& shape) {
+                            [=](CallSpec& shape) {
                                 shape.inputs[1].format = Pcm16(side);
                                 shape.outputs[0].format = Pcm24In24(4);
                             }});
@@ -333,9 +333,9 @@ std::vector<Refusal> MuxFormats(const Operation& operation)
                             ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED,
                             Stage::Work,
                             {},
-                            [=](Shape& shape) {
+                            [=](CallSpec& shape) {
                                 OfBuffers(8 / side, 8)(shape);
-                                for (Side& output : shape.outputs) {
+                                for (BufferSpec& output : shape.outputs) {
                                     output.format = Pcm16(side);
                                 }
                             }});
@@ -369,7 +369,7 @@ std::vector<Refusal> Formats(const Operation& operation)
                  Stage::Work,
                  {},
                  OutputFormat(0, Pcm24In24(2))},
-                {"three channels", ZT_E_FORMAT_NOT_SUPPORTED, Stage::Work, {}, [](Shape& shape) {
+                {"three channels", ZT_E_FORMAT_NOT_SUPPORTED, Stage::Work, {}, [](CallSpec& shape) {
                      shape.inputs[0].format = Pcm16(3);
                      shape.outputs[0].format = Pcm24In32(3);
                  }}};
@@ -427,10 +427,10 @@ std::vector<Refusal> Formats(const Operation& operation)
 
 // ---- Sizes ----
 
-std::function<void(Shape&)> Frames(bool input, std::size_t i, std::size_t frames)
+std::function<void(CallSpec&)> Frames(bool input, std::size_t i, std::size_t frames)
 {
-    return [=](Shape& shape) {
-        Side& side = (input ? shape.inputs : shape.outputs).at(i);
+    return [=](CallSpec& shape) {
+        BufferSpec& side = (input ? shape.inputs : shape.outputs).at(i);
         side.frames = side.capacityFrames = frames;
     };
 }
@@ -455,7 +455,7 @@ std::vector<Refusal> Sizes(const Operation& operation)
                  kTooSmall,
                  Stage::Work,
                  {},
-                 [](Shape& shape) { shape.outputs[0] = Side("destination", Pcm16(2), 299); },
+                 [](CallSpec& shape) { shape.outputs[0] = BufferSpec("destination", Pcm16(2), 299); },
                  nullptr,
                  "destination"}};
     }
@@ -472,7 +472,7 @@ std::vector<Refusal> Sizes(const Operation& operation)
                 {"an output of more frames", kMismatch, Stage::Work, {}, Frames(false, 0, 41)}};
     }
     if (operation.name == "resample") {
-        return {{"an output without room for all frames", kTooSmall, Stage::Work, {}, [](Shape& shape) {
+        return {{"an output without room for all frames", kTooSmall, Stage::Work, {}, [](CallSpec& shape) {
                      shape.outputs[0].capacityFrames = 326;
                  }}};
     }
@@ -481,19 +481,19 @@ std::vector<Refusal> Sizes(const Operation& operation)
         return {{"inputs of different lengths", kMismatch, Stage::Work, {}, Frames(true, 1, 59)},
                 {"a stereo buffer without room", kTooSmall, Stage::Work, {}, Frames(false, 0, 59)}};
     case Family::StereoToMono:
-        return {{"two outputs without room", kTooSmall, Stage::Work, {}, [](Shape& shape) {
+        return {{"two outputs without room", kTooSmall, Stage::Work, {}, [](CallSpec& shape) {
                      Frames(false, 0, 59)(shape);
                      Frames(false, 1, 59)(shape);
                  }}};
-    case Family::Assembly:
+    case Family::Interleave:
         return {{"inputs of different lengths", kMismatch, Stage::Work, {}, Frames(true, 1, 39)},
-                {"a mux whose valid length is too short", kTooSmall, Stage::Work, {}, [](Shape& shape) {
+                {"a mux whose valid length is too short", kTooSmall, Stage::Work, {}, [](CallSpec& shape) {
                      shape.outputs[0].frames = 39;
                  }}};
     default:
         return {{"outputs of different lengths", kMismatch, Stage::Work, {}, Frames(false, 1, 39)},
-                {"outputs whose valid length is too short", kTooSmall, Stage::Work, {}, [](Shape& shape) {
-                     for (Side& output : shape.outputs) {
+                {"outputs whose valid length is too short", kTooSmall, Stage::Work, {}, [](CallSpec& shape) {
+                     for (BufferSpec& output : shape.outputs) {
                          output.frames = 39;
                      }
                  }}};
@@ -502,7 +502,7 @@ std::vector<Refusal> Sizes(const Operation& operation)
 
 struct Aspect {
     const char* name;
-    const char* sentence;
+    const char* description;
     std::vector<Refusal> (*refusals)(const Operation& operation);
 };
 
@@ -517,13 +517,13 @@ const Aspect kAspects[] = {
 
 } // namespace
 
-std::vector<Check> RefusalChecks()
+std::vector<Check> RejectionChecks()
 {
     std::vector<Check> checks;
     for (const Operation& operation : Operations()) {
         for (const Aspect& aspect : kAspects) {
             checks.push_back(
-                {CheckName(operation, aspect.name), aspect.sentence, "engine.creation",
+                {CheckName(operation, aspect.name), aspect.description, "engine.creation",
                  [&](const Context& context) { RequireRefusals(context, operation, aspect.refusals(operation)); }});
         }
     }

@@ -49,7 +49,7 @@ std::string LineText(const ReportLine& line)
 {
     std::string result = ResultName(line.outcome.result);
     result.resize(9, ' ');
-    std::string text = result + line.check->name + ": " + line.check->sentence + "\n";
+    std::string text = result + line.check->name + ": " + line.check->description + "\n";
     if (!line.outcome.detail.empty()) {
         text += "         > " + Printable(line.outcome.detail) + "\n";
     }
@@ -72,7 +72,7 @@ std::string JsonText(const Report& report)
     Json checks = Json::array();
     for (const ReportLine& line : report.lines) {
         checks.push_back({{"name", line.check->name},
-                          {"sentence", line.check->sentence},
+                          {"sentence", line.check->description},
                           {"result", ResultName(line.outcome.result)},
                           {"detail", line.outcome.detail},
                           {"output", line.outcome.output},

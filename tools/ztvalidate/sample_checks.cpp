@@ -37,7 +37,7 @@ Bytes WrittenOver(const Bytes& before, const Bytes& samples)
     return content;
 }
 
-void RequireContent(const WatchedBuffer& buffer, const Bytes& expected, const std::string& what)
+void RequireContent(const GuardedBuffer& buffer, const Bytes& expected, const std::string& what)
 {
     const Bytes content = buffer.Content();
     if (content != expected) {
@@ -47,26 +47,26 @@ void RequireContent(const WatchedBuffer& buffer, const Bytes& expected, const st
     }
 }
 
-void RequireLength(const WatchedBuffer& buffer, std::size_t bytes, const std::string& what)
+void RequireLength(const GuardedBuffer& buffer, std::size_t bytes, const std::string& what)
 {
     Require(buffer.Length() == bytes, what + ": the valid length of " + buffer.Name() + " is " +
                                           std::to_string(buffer.Length()) + " bytes, not " + std::to_string(bytes));
 }
 
-void RequireFades(const WatchedBuffer& buffer, bool fadeIn, bool fadeOut, const std::string& what)
+void RequireFades(const GuardedBuffer& buffer, bool fadeIn, bool fadeOut, const std::string& what)
 {
     const SZtAudioSamplesDescription description = buffer.Description();
     Require(description.bFadeIn == fadeIn && description.bFadeOut == fadeOut,
             what + ": the fade flags of " + buffer.Name() + " are wrong");
 }
 
-void RequirePolarity(const WatchedBuffer& buffer, std::uint32_t polarity, const std::string& what)
+void RequirePolarity(const GuardedBuffer& buffer, std::uint32_t polarity, const std::string& what)
 {
     Require(buffer.Polarity() == polarity, what + ": the polarity of " + buffer.Name() + " is wrong");
 }
 
 /// Makes and runs a good call at an aligned and at another address, and hands it to `verify`.
-void RunCases(Session& session, const std::string& operation, const Shape& shape, const std::string& what,
+void RunCases(Session& session, const std::string& operation, const CallSpec& shape, const std::string& what,
               const std::function<void(Call&)>& verify, const std::function<void(Call&)>& prepare = nullptr)
 {
     for (const bool unaligned : {false, true}) {
@@ -75,7 +75,7 @@ void RunCases(Session& session, const std::string& operation, const Shape& shape
             prepare(call);
         }
         RequireStatus(call.Run(), ZT_NOERROR, what);
-        call.RequireHarmless(what);
+        call.RequireNoSideEffects(what);
         verify(call);
     }
 }
@@ -94,7 +94,7 @@ void CheckCopySamples(const Context& context)
                              std::pair{Float32(2), Float32(2)}, std::pair{Opaque(3, 32, 24), Opaque(3, 32, 32)}}) {
         const SZtaWaveFormatInfo& from = pair.first;
         const SZtaWaveFormatInfo& to = pair.second;
-        const Shape shape = {{{"source", from, 90, 95}}, {{"destination", to, 70, 110}}};
+        const CallSpec shape = {{{"source", from, 90, 95}}, {{"destination", to, 70, 110}}};
         RunCases(session, "copy", shape, Between(from, to), [&](Call& call) {
             RequireContent(call.Output(), WrittenOver(call.OutputBefore(), call.InputSamples()), Between(from, to));
             RequireLength(call.Output(), 70 * BytesPerFrame(to), Between(from, to));
@@ -105,7 +105,7 @@ void CheckCopySamples(const Context& context)
 void CheckConversion(Session& session, const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to,
                      std::size_t lengthBefore, std::size_t lengthAfter)
 {
-    const Shape shape = {{{"source", from, 75, 80}}, {{"destination", to, lengthBefore, 90}}};
+    const CallSpec shape = {{{"source", from, 75, 80}}, {{"destination", to, lengthBefore, 90}}};
     RunCases(session, "copy", shape, Between(from, to), [&](Call& call) {
         const Bytes samples = Converted(call.InputSamples(), from, to);
         RequireContent(call.Output(), WrittenOver(call.OutputBefore(), samples), Between(from, to));
@@ -154,7 +154,7 @@ void CheckCopyFades(const Context& context)
                            Row{Pcm24In32(4), Pcm24In32(4), Pcm24In32(4)}, Row{Pcm16(8), Pcm16(8), Pcm16(8)},
                            Row{Pcm16(1), Pcm24In32(1), Float32(1)}}) {
         for (const auto& [fadeIn, fadeOut] : {std::pair{true, false}, std::pair{false, true}, std::pair{true, true}}) {
-            Shape shape = {{{"source", row.from, 450}}, {{"destination", row.to, 450, 460}}};
+            CallSpec shape = {{{"source", row.from, 450}}, {{"destination", row.to, 450, 460}}};
             shape.inputs[0].fadeIn = fadeIn;
             shape.inputs[0].fadeOut = fadeOut;
             const std::string what = "a faded copy of " + Between(row.from, row.to);
@@ -176,10 +176,10 @@ void CheckCopyFades(const Context& context)
 void CheckCopyRelabels(const Context& context)
 {
     Session session(context);
-    const Shape shape = {{{"source", Pcm20In32(2), 50}}, {{"destination", Pcm20In32(2), 50}}};
+    const CallSpec shape = {{{"source", Pcm20In32(2), 50}}, {{"destination", Pcm20In32(2), 50}}};
     const std::string what = "a copy of 20 bits in 32";
     RunCases(session, "copy", shape, what, [&](Call& call) {
-        for (const WatchedBuffer* buffer : {&call.Input(), &call.Output()}) {
+        for (const GuardedBuffer* buffer : {&call.Input(), &call.Output()}) {
             const SZtaWaveFormatInfo expected = Pcm24In32(2);
             const SZtaWaveFormatInfo format = buffer->Description().sWaveFormat;
             Require(std::memcmp(&format, &expected, sizeof(format)) == 0,
@@ -199,7 +199,7 @@ void CheckDuplicateSamples(const Context& context)
         unsigned long length;
     };
     Session session(context);
-    const Shape shape = {{{"source", Pcm16(1), 100, 120}}, {{"destination", Pcm16(1), 30, 110}}};
+    const CallSpec shape = {{{"source", Pcm16(1), 100, 120}}, {{"destination", Pcm16(1), 30, 110}}};
     for (const Row& row : {Row{20, 40, 60}, Row{0, 0, 200}, Row{140, 160, 60}, Row{7, 3, 1}, Row{199, 219, 0}}) {
         const std::string what = "a duplicate of " + std::to_string(row.length) + " bytes";
         RunCases(
@@ -223,7 +223,7 @@ void CheckDuplicateSamples(const Context& context)
 void CheckDuplicateLabels(const Context& context)
 {
     Session session(context);
-    Shape shape = OperationNamed("duplicate").shape;
+    CallSpec shape = OperationNamed("duplicate").shape;
     shape.inputs[0].fadeOut = true;
     shape.inputs[0].polarity = 7;
     RunCases(session, "duplicate", shape, "a duplicate", [&](Call& call) {
@@ -245,7 +245,7 @@ void CheckPairs(const Context& context, bool toStereo, const std::vector<std::ar
             return same ? samples : Converted(samples, a, b);
         };
         if (toStereo) {
-            const Shape shape = {{{"left", from, 61}, {"right", from, 61}}, {{"stereo", to, 10, 64}}};
+            const CallSpec shape = {{{"left", from, 61}, {"right", from, 61}}, {{"stereo", to, 10, 64}}};
             RunCases(session, "mono-to-stereo", shape, what, [&, f = from, s = stage, t = to](Call& call) {
                 const Bytes joined = Interleaved(
                     {convert(call.InputSamples(0), f, s), convert(call.InputSamples(1), f, s)}, sampleBytes);
@@ -253,9 +253,9 @@ void CheckPairs(const Context& context, bool toStereo, const std::vector<std::ar
                 RequireLength(call.Output(), 61 * BytesPerFrame(t), what);
             });
         } else {
-            const Shape shape = {{{"stereo", from, 61}}, {{"left", to, 10, 64}, {"right", to, 10, 64}}};
+            const CallSpec shape = {{{"stereo", from, 61}}, {{"left", to, 10, 64}, {"right", to, 10, 64}}};
             RunCases(session, "stereo-to-mono", shape, what, [&, f = from, s = stage, t = to](Call& call) {
-                const auto sides = Separated(convert(call.InputSamples(), f, s), 2, sampleBytes);
+                const auto sides = Deinterleaved(convert(call.InputSamples(), f, s), 2, sampleBytes);
                 for (std::size_t i = 0; i < 2; ++i) {
                     RequireContent(call.Output(i), WrittenOver(call.OutputBefore(i), convert(sides[i], s, t)), what);
                     RequireLength(call.Output(i), 61 * BytesPerFrame(t), what);
@@ -298,8 +298,8 @@ void CheckMonoToStereoFades(const Context& context)
     Session session(context);
     for (const bool agreed : {true, false}) {
         const std::string what = agreed ? "two inputs that ask for fades" : "two inputs that ask for different fades";
-        Shape shape = {{{"left", Pcm24In32(1), 450}, {"right", Pcm24In32(1), 450}}, {{"stereo", Pcm24In32(2), 450}}};
-        for (Side& input : shape.inputs) {
+        CallSpec shape = {{{"left", Pcm24In32(1), 450}, {"right", Pcm24In32(1), 450}}, {{"stereo", Pcm24In32(2), 450}}};
+        for (BufferSpec& input : shape.inputs) {
             input.fadeIn = input.fadeOut = true;
         }
         shape.inputs[1].fadeOut = agreed;
@@ -325,13 +325,13 @@ struct MuxCase {
     }
 };
 
-Shape MuxShape(const MuxCase& mux, const SZtaWaveFormatInfo& arrayFormat, const SZtaWaveFormatInfo& muxFormat,
-               std::size_t frames)
+CallSpec MuxShape(const MuxCase& mux, const SZtaWaveFormatInfo& arrayFormat, const SZtaWaveFormatInfo& muxFormat,
+                  std::size_t frames)
 {
-    Shape shape;
-    std::vector<Side>& array = mux.assembly ? shape.inputs : shape.outputs;
+    CallSpec shape;
+    std::vector<BufferSpec>& array = mux.assembly ? shape.inputs : shape.outputs;
     for (std::uint32_t i = 0; i < muxFormat.ulChannels / mux.side; ++i) {
-        array.emplace_back(PartName(i), arrayFormat, frames, mux.assembly ? frames : frames + 3);
+        array.emplace_back(ArrayElementName(i), arrayFormat, frames, mux.assembly ? frames : frames + 3);
     }
     (mux.assembly ? shape.outputs : shape.inputs).emplace_back("mux", muxFormat, frames, frames + 3);
     return shape;
@@ -369,12 +369,12 @@ void CheckMuxSamples(const Context& context, const MuxCase& mux)
         for (const std::uint32_t width : {4U, 8U, 16U, 32U, 64U}) {
             const SZtaWaveFormatInfo muxFormat = container(width, 48000);
             const std::size_t sampleBytes = muxFormat.ulBitsPerSample / 8;
-            const Shape shape = MuxShape(mux, container(mux.side, 48000), muxFormat, 21);
+            const CallSpec shape = MuxShape(mux, container(mux.side, 48000), muxFormat, 21);
             const std::string what = mux.Operation() + " with a mux of " + FormatName(muxFormat);
             RunCases(session, mux.Operation(), shape, what, [&](Call& call) {
                 const auto parts = mux.assembly
                                        ? AllInputSamples(call)
-                                       : Separated(call.InputSamples(), width / mux.side, sampleBytes * mux.side);
+                                       : Deinterleaved(call.InputSamples(), width / mux.side, sampleBytes * mux.side);
                 RequireMuxed(call, mux, parts, sampleBytes, what);
             });
         }
@@ -394,8 +394,8 @@ void CheckMuxConverts(const Context& context, const MuxCase& mux)
                 parts.push_back(Converted(samples, arrayFormat, muxFormat));
             }
         } else {
-            parts = Separated(Converted(call.InputSamples(), muxFormat, arrayFormat), 4 / mux.side,
-                              std::size_t{2} * mux.side);
+            parts = Deinterleaved(Converted(call.InputSamples(), muxFormat, arrayFormat), 4 / mux.side,
+                                  std::size_t{2} * mux.side);
         }
         RequireMuxed(call, mux, parts, mux.assembly ? 4 : 2, what);
     });
@@ -405,8 +405,8 @@ void CheckMuxFades(const Context& context, const MuxCase& mux)
 {
     Session session(context);
     const SZtaWaveFormatInfo arrayFormat = Pcm24In32(mux.side);
-    Shape shape = MuxShape(mux, arrayFormat, Pcm24In32(4), 450);
-    for (Side& input : shape.inputs) {
+    CallSpec shape = MuxShape(mux, arrayFormat, Pcm24In32(4), 450);
+    for (BufferSpec& input : shape.inputs) {
         input.fadeIn = true;
         input.polarity = 3;
     }
@@ -416,7 +416,7 @@ void CheckMuxFades(const Context& context, const MuxCase& mux)
     RunCases(session, mux.Operation(), shape, what, [&](Call& call) {
         std::vector<Bytes> parts = mux.assembly
                                        ? AllInputSamples(call)
-                                       : Separated(call.InputSamples(), 4 / mux.side, std::size_t{4} * mux.side);
+                                       : Deinterleaved(call.InputSamples(), 4 / mux.side, std::size_t{4} * mux.side);
         for (std::size_t i = 0; i < parts.size(); ++i) {
             const bool fadeOut = !mux.assembly || i + 1 == parts.size();
             parts[i] = Faded(parts[i], arrayFormat, true, fadeOut);
@@ -435,14 +435,14 @@ void CheckMuxVolumes(const Context& context, const MuxCase& mux)
 {
     Session session(context);
     const std::uint32_t width = 8;
-    Shape shape = MuxShape(mux, Pcm24In32(mux.side), Pcm24In32(width), 40);
+    CallSpec shape = MuxShape(mux, Pcm24In32(mux.side), Pcm24In32(width), 40);
     shape.volumes = Ramps(width);
     const std::string what = mux.Operation() + " with volumes";
     RunCases(session, mux.Operation(), shape, what, [&](Call& call) {
         const Bytes all =
             mux.assembly ? Interleaved(AllInputSamples(call), std::size_t{4} * mux.side) : call.InputSamples();
         const Bytes scaled = Scaled(all, Ramps(width));
-        RequireMuxed(call, mux, Separated(scaled, width / mux.side, std::size_t{4} * mux.side), 4, what);
+        RequireMuxed(call, mux, Deinterleaved(scaled, width / mux.side, std::size_t{4} * mux.side), 4, what);
     });
 }
 
@@ -453,7 +453,7 @@ void CheckMuxTail(const Context& context)
     const MuxCase mux = {false, 1};
     const std::string what = "a split of 16 channels and 23 frames";
     RunCases(session, mux.Operation(), MuxShape(mux, Pcm24In32(1), Pcm24In32(16), 23), what, [&](Call& call) {
-        auto parts = Separated(call.InputSamples(), 16, 4);
+        auto parts = Deinterleaved(call.InputSamples(), 16, 4);
         for (std::size_t channel = 12; channel < 16; ++channel) {
             std::copy_n(parts[channel - 4].end() - 4, 4, parts[channel].end() - 4);
         }
@@ -468,7 +468,7 @@ void CheckVolumeSamples(const Context& context)
     Session session(context);
     for (const std::uint32_t channels : {1U, 2U, 4U, 8U, 16U, 32U, 64U}) {
         const SZtaWaveFormatInfo format = Pcm24In32(channels);
-        Shape shape = {{{"input", format, 41}}, {{"output", format, 41, 44}}, Ramps(channels)};
+        CallSpec shape = {{{"input", format, 41}}, {{"output", format, 41, 44}}, Ramps(channels)};
         shape.inputs[0].polarity = 9;
         const std::string what = "volumes of " + std::to_string(channels) + " channels";
         RunCases(session, "volume", shape, what, [&](Call& call) {
@@ -483,7 +483,7 @@ void CheckVolumeSamples(const Context& context)
 void CheckVolumeLimits(const Context& context)
 {
     Session session(context);
-    Shape shape = OperationNamed("volume").shape;
+    CallSpec shape = OperationNamed("volume").shape;
     shape.volumes = {{0, 8.0F, 8.0F}, {1, 0.0F, 8.0F}};
     const auto volumes = shape.volumes;
     RunCases(session, "volume", shape, "gains up to 8",
@@ -493,7 +493,7 @@ void CheckVolumeLimits(const Context& context)
 void CheckVolumeInPlace(const Context& context)
 {
     Session session(context);
-    Shape shape = OperationNamed("volume").shape;
+    CallSpec shape = OperationNamed("volume").shape;
     const auto volumes = shape.volumes;
     Call call(session, OperationNamed("volume"), shape);
     call.out[0] = call.in[0];
@@ -502,13 +502,13 @@ void CheckVolumeInPlace(const Context& context)
     RequireContent(call.Input(), Scaled(call.InputSamples(), volumes), "volumes in place");
     Require(call.Input().ReadCount() == 0 && call.Input().WriteCount() == 0 && call.Input().PairingViolations() == 0,
             "volumes in place do not signal one read and one write");
-    call.RequireHarmless("volumes in place");
+    call.RequireNoSideEffects("volumes in place");
 }
 
 void CheckVolumeFades(const Context& context)
 {
     Session session(context);
-    Shape shape = {{{"input", Pcm24In32(2), 450}}, {{"output", Pcm24In32(2), 450}}, Ramps(2)};
+    CallSpec shape = {{{"input", Pcm24In32(2), 450}}, {{"output", Pcm24In32(2), 450}}, Ramps(2)};
     shape.inputs[0].fadeIn = true;
     const std::string what = "volumes with a fade";
     RunCases(session, "volume", shape, what, [&](Call& call) {
@@ -536,7 +536,7 @@ Bytes AsBytes(const Samples16& samples)
     return bytes;
 }
 
-Shape ResampleShape(std::uint32_t channels, std::uint32_t from, std::uint32_t to, std::size_t frames)
+CallSpec ResampleShape(std::uint32_t channels, std::uint32_t from, std::uint32_t to, std::size_t frames)
 {
     return {{{"input", Pcm16(channels, from), frames}},
             {{"output", Pcm16(channels, to), 0, frames * to / from + frames}}};
@@ -547,7 +547,7 @@ void CheckResampled(Session& session, std::uint32_t channels, std::uint32_t from
     const std::string what = Between(Pcm16(channels, from), Pcm16(channels, to));
     RunCases(session, "resample", ResampleShape(channels, from, to, 700), what, [&](Call& call) {
         std::vector<Bytes> sides;
-        for (const Bytes& side : Separated(call.InputSamples(), channels, 2)) {
+        for (const Bytes& side : Deinterleaved(call.InputSamples(), channels, 2)) {
             sides.push_back(AsBytes(Resampled(AsSamples(side), from, to)));
         }
         const Bytes expected = Interleaved(sides, 2);
@@ -642,7 +642,7 @@ void CheckResamplerCreation(const Context& context)
 
 struct MuxAspect {
     const char* name;
-    const char* sentence;
+    const char* description;
     void (*run)(const Context& context, const MuxCase& mux);
 };
 
@@ -704,7 +704,7 @@ std::vector<Check> SampleChecks()
     };
     for (const MuxCase& mux : {MuxCase{true, 1}, MuxCase{true, 2}, MuxCase{false, 1}, MuxCase{false, 2}}) {
         for (const MuxAspect& aspect : kMuxAspects) {
-            checks.push_back({"operation." + mux.Operation() + "." + aspect.name, aspect.sentence, "engine.creation",
+            checks.push_back({"operation." + mux.Operation() + "." + aspect.name, aspect.description, "engine.creation",
                               [&aspect, mux](const Context& context) { aspect.run(context, mux); }});
         }
     }

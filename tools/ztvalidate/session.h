@@ -16,7 +16,7 @@ struct Session {
     }
 
     host::Module module;
-    host::Journal poolCalls;
+    host::CallLog poolCalls;
     host::RecordingHost host{poolCalls};
     host::Ref<IZtaAudioSamplesEngine> engine;
     std::mt19937_64 random;

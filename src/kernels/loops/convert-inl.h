@@ -6,13 +6,13 @@
 
 #include <cstdint>
 
-namespace zta::loops::ZTA_LOOP_TARGET {
+namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
 /// All conversions that only move bytes between left-aligned words.
-struct Same {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+struct Identity {
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
         return w;
     }
@@ -20,33 +20,33 @@ struct Same {
 
 /// Conversions that rearrange the bytes of a word: the result's bytes from the lowest to the highest, each by its place
 /// in the word, or -1 for a zero.
-template <int... Places>
-struct Bytes {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+template <int... IndexVector>
+struct ByteShuffle {
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
-        return T::template PickBytes<Places...>(w);
+        return Simd::template ShuffleBytes<IndexVector...>(w);
     }
 };
 
-using Lower8 = Bytes<1, 2, 3, -1>;
-using Lower16 = Bytes<2, 3, -1, -1>;
-using RepeatLowByte = Bytes<-1, 2, 2, 3>; ///< 0 0 b0 b1 becomes 0 b0 b0 b1
-using Reverse24 = Bytes<-1, 3, 2, 1>;     ///< b0 b1 b2 b3 becomes 0 b3 b2 b1
+using ShiftRight8 = ByteShuffle<1, 2, 3, -1>;
+using ShiftRight16 = ByteShuffle<2, 3, -1, -1>;
+using Expand16To24 = ByteShuffle<-1, 2, 2, 3>; ///< 0 0 b0 b1 becomes 0 b0 b0 b1
+using ByteSwap24 = ByteShuffle<-1, 3, 2, 1>;   ///< b0 b1 b2 b3 becomes 0 b3 b2 b1
 
 /// The upper 16 bits of the audio field, bits 27 to 12 of a multi-format word.
 struct AudioField16 {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
         return w << 4 & 0xFFFF0000;
     }
 };
 
 /// The same bits at the bottom of the word.
-struct AudioField16AtBottom {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+struct AudioField16LsbAligned {
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
         return w >> 12;
     }
@@ -54,134 +54,135 @@ struct AudioField16AtBottom {
 
 /// The whole audio field, bits 27 to 4 of a multi-format word.
 struct AudioField24 {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
         return w << 4 & 0xFFFFFF00;
     }
 };
 
 /// s / 32767.
-struct ToFloatBy32767 {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+struct Int16ToFloat {
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
-        return T::BitsToWords(T::template Divide<15, 0>(T::Convert(w)));
+        return Simd::BitCastToUint(Simd::template DivideByFullScale<15, 0>(Simd::ConvertToFloat(w)));
     }
 };
 
 /// Full scale of a 24-bit sample, 8388607 times 256, becomes 1.
-struct ToFloatBy8388607 {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+struct Int24ToFloat {
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
-        return T::BitsToWords(T::template Divide<31, 8>(T::Convert(w)));
+        return Simd::BitCastToUint(Simd::template DivideByFullScale<31, 8>(Simd::ConvertToFloat(w)));
     }
 };
 
-/// The inverse of ToFloatBy32767; what does not fit into 16 bits wraps.
-struct FloatTo16 {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+/// The inverse of Int16ToFloat; what does not fit into 16 bits wraps.
+struct FloatToInt16 {
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
-        return T::Truncate(T::BitsToFloats(w) * 32767.0f);
+        return Simd::TruncateToInt(Simd::BitCastToFloat(w) * 32767.0f);
     }
 };
 
-/// Not the inverse of ToFloatBy8388607: 1.0 is just out of range, and the low byte keeps what the product has.
-struct FloatTo32 {
-    template <class T>
-    static Words<T> Apply(Words<T> w)
+/// Not the inverse of Int24ToFloat: 1.0 is just out of range, and the low byte keeps what the product has.
+struct FloatToInt32 {
+    template <class Simd>
+    static VecU32<Simd> Apply(VecU32<Simd> w)
     {
-        return T::Truncate(T::BitsToFloats(w) * 2147483648.0f);
+        return Simd::TruncateToInt(Simd::BitCastToFloat(w) * 2147483648.0f);
     }
 };
 
-template <class Law>
-constexpr Stands kOperandStands = Stands::AtTop;
+template <class Op>
+constexpr BitAlignment kOperandAlignment = BitAlignment::MsbAligned;
 template <>
-constexpr Stands kOperandStands<ToFloatBy32767> = Stands::AtBottom;
+constexpr BitAlignment kOperandAlignment<Int16ToFloat> = BitAlignment::LsbAligned;
 
-template <class Law>
-constexpr Stands kResultStands = Stands::AtTop;
+template <class Op>
+constexpr BitAlignment kResultAlignment = BitAlignment::MsbAligned;
 template <>
-constexpr Stands kResultStands<FloatTo16> = Stands::AtBottom;
+constexpr BitAlignment kResultAlignment<FloatToInt16> = BitAlignment::LsbAligned;
 template <>
-constexpr Stands kResultStands<AudioField16AtBottom> = Stands::AtBottom;
+constexpr BitAlignment kResultAlignment<AudioField16LsbAligned> = BitAlignment::LsbAligned;
 
-template <int InBytes, int OutBytes, class Law>
-void ConvertSingly(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
+template <int InBytes, int OutBytes, class Op>
+void ConvertScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
 {
     for (unsigned long i = 0; i < ulSamples; ++i) {
-        Scalar::Store<OutBytes, kResultStands<Law>>(
+        Scalar::Store<OutBytes, kResultAlignment<Op>>(
             pucOutput + i * OutBytes,
-            Law::template Apply<Scalar>(Scalar::Load<InBytes, kOperandStands<Law>>(pucInput + i * InBytes)));
+            Op::template Apply<Scalar>(Scalar::Load<InBytes, kOperandAlignment<Op>>(pucInput + i * InBytes)));
     }
 }
 
 /// The samples before the first one that is stored at a multiple of Alignment, a power of two, if there is any.
-template <int Bytes, unsigned long Alignment>
-unsigned long SamplesToAlignment(const std::uint8_t* puc)
+template <int ByteShuffle, unsigned long Alignment>
+unsigned long SamplesUntilAligned(const std::uint8_t* puc)
 {
     const unsigned long ulBytes = -reinterpret_cast<std::uintptr_t>(puc) % Alignment;
-    if constexpr (Bytes == 3) {
+    if constexpr (ByteShuffle == 3) {
         constexpr unsigned long kInverse = 43; // 3 * 43 is 1 but for a multiple of 128
         static_assert(128 % Alignment == 0);
         return ulBytes * kInverse % Alignment;
     } else {
-        return ulBytes % Bytes == 0 ? ulBytes / Bytes : 0;
+        return ulBytes % ByteShuffle == 0 ? ulBytes / ByteShuffle : 0;
     }
 }
 
 /// True for an output so large that no cache has its first line when its last one comes: stores that go past the caches
 /// spare the reading of each line before it is written. In place the line has been read anyway. Samples have to stand
 /// so that some begin at a line.
-template <int Bytes>
-bool IsStreamed(const std::uint8_t* pucInput, const std::uint8_t* pucOutput, unsigned long ulOutputBytes)
+template <int ByteShuffle>
+bool UsesStreamingStores(const std::uint8_t* pucInput, const std::uint8_t* pucOutput, unsigned long ulOutputBytes)
 {
-    constexpr unsigned long kLeastBytes = 32 << 20;
+    constexpr unsigned long kMinStreamedBytes = 32 << 20;
     const auto ulOutput = reinterpret_cast<std::uintptr_t>(pucOutput);
-    return ulOutputBytes >= kLeastBytes && reinterpret_cast<std::uintptr_t>(pucInput) - ulOutput >= ulOutputBytes &&
-           (Bytes == 3 || ulOutput % Bytes == 0);
+    return ulOutputBytes >= kMinStreamedBytes &&
+           reinterpret_cast<std::uintptr_t>(pucInput) - ulOutput >= ulOutputBytes &&
+           (ByteShuffle == 3 || ulOutput % ByteShuffle == 0);
 }
 
 /// For at least one vector of samples.
-template <class T, int InBytes, int OutBytes, class Law, bool Streamed>
-void ConvertByVectors(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
+template <class Simd, int InBytes, int OutBytes, class Op, bool Streamed>
+void ConvertSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
 {
-    constexpr unsigned long kUnrolled = 4;
-    constexpr unsigned long kLanes = T::kLanes;
-    constexpr unsigned long kBlock = kUnrolled * kLanes;
-    constexpr Stands kFrom = kOperandStands<Law>;
-    constexpr Stands kTo = kResultStands<Law>;
+    constexpr unsigned long kUnrollFactor = 4;
+    constexpr unsigned long kLanes = Simd::kLanes;
+    constexpr unsigned long kBlock = kUnrollFactor * kLanes;
+    constexpr BitAlignment kFrom = kOperandAlignment<Op>;
+    constexpr BitAlignment kTo = kResultAlignment<Op>;
     const auto ConvertAt = [pucInput](unsigned long i) {
-        return Law::template Apply<T>(T::template Load<InBytes, kFrom>(pucInput + i * InBytes));
+        return Op::template Apply<Simd>(Simd::template Load<InBytes, kFrom>(pucInput + i * InBytes));
     };
-    const auto StoreAt = [pucOutput](unsigned long i, Words<T> v) {
-        T::template Store<OutBytes, kTo>(pucOutput + i * OutBytes, v);
+    const auto StoreAt = [pucOutput](unsigned long i, VecU32<Simd> v) {
+        Simd::template Store<OutBytes, kTo>(pucOutput + i * OutBytes, v);
     };
 
     // The vectors at both ends repeat some samples of their neighbours. They are read first and written last, so that a
     // conversion in place meets each sample as it was.
     const unsigned long ulLast = ulSamples - kLanes;
-    const Words<T> vFirst = ConvertAt(0);
-    const Words<T> vLast = ConvertAt(ulLast);
+    const VecU32<Simd> vFirst = ConvertAt(0);
+    const VecU32<Simd> vLast = ConvertAt(ulLast);
     // A store that crosses a cache line costs two. Where samples keep their size, a vector at most stands before the
     // first that does not.
-    unsigned long i = SamplesToAlignment<OutBytes, sizeof(Words<T>)>(pucOutput);
+    unsigned long i = SamplesUntilAligned<OutBytes, sizeof(VecU32<Simd>)>(pucOutput);
     for (unsigned long j = kLanes; j < i && j < ulLast; j += kLanes) {
         StoreAt(j, ConvertAt(j));
     }
     for (; i + kBlock <= ulSamples; i += kBlock) {
-        Words<T> av[kUnrolled];
-        T::template LoadBlock<InBytes, kFrom>(pucInput + i * InBytes, av);
-        for (Words<T>& rv : av) {
-            rv = Law::template Apply<T>(rv);
+        VecU32<Simd> av[kUnrollFactor];
+        Simd::template LoadBlock<InBytes, kFrom>(pucInput + i * InBytes, av);
+        for (VecU32<Simd>& rv : av) {
+            rv = Op::template Apply<Simd>(rv);
         }
-        T::template StoreBlock<OutBytes, kTo, Streamed>(pucOutput + i * OutBytes, av);
+        Simd::template StoreBlock<OutBytes, kTo, Streamed>(pucOutput + i * OutBytes, av);
     }
     if constexpr (Streamed) {
-        T::EndStreaming();
+        Simd::FenceStreamingStores();
     }
     for (; i < ulLast; i += kLanes) {
         StoreAt(i, ConvertAt(i));
@@ -190,30 +191,30 @@ void ConvertByVectors(const std::uint8_t* pucInput, std::uint8_t* pucOutput, uns
     StoreAt(ulLast, vLast);
 }
 
-template <int InBytes, int OutBytes, class Law>
+template <int InBytes, int OutBytes, class Op>
 void Convert(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexcept
 {
     const auto* pucInput = static_cast<const std::uint8_t*>(pvInput);
     auto* pucOutput = static_cast<std::uint8_t*>(pvOutput);
-    if constexpr (Vector::kLanes > 1) {
+    if constexpr (NativeSimd::kLanes > 1) {
         // Where the output begins behind the input's first byte and within it, a sample may read what an earlier one
         // wrote.
         const std::uintptr_t ulBehind =
             reinterpret_cast<std::uintptr_t>(pucOutput) - reinterpret_cast<std::uintptr_t>(pucInput);
-        const bool bOneAfterTheOther = ulBehind != 0 && ulBehind < ulSamples * InBytes;
-        if (ulSamples >= Vector::kLanes && !bOneAfterTheOther) {
-            if constexpr (Vector::kStreams) {
-                if (IsStreamed<OutBytes>(pucInput, pucOutput, ulSamples * OutBytes)) {
-                    ConvertByVectors<Vector, InBytes, OutBytes, Law, true>(pucInput, pucOutput, ulSamples);
+        const bool bOverlapsForward = ulBehind != 0 && ulBehind < ulSamples * InBytes;
+        if (ulSamples >= NativeSimd::kLanes && !bOverlapsForward) {
+            if constexpr (NativeSimd::kHasStreamingStores) {
+                if (UsesStreamingStores<OutBytes>(pucInput, pucOutput, ulSamples * OutBytes)) {
+                    ConvertSimd<NativeSimd, InBytes, OutBytes, Op, true>(pucInput, pucOutput, ulSamples);
                     return;
                 }
             }
-            ConvertByVectors<Vector, InBytes, OutBytes, Law, false>(pucInput, pucOutput, ulSamples);
+            ConvertSimd<NativeSimd, InBytes, OutBytes, Op, false>(pucInput, pucOutput, ulSamples);
             return;
         }
     }
-    ConvertSingly<InBytes, OutBytes, Law>(pucInput, pucOutput, ulSamples);
+    ConvertScalar<InBytes, OutBytes, Op>(pucInput, pucOutput, ulSamples);
 }
 
 } // namespace
-} // namespace zta::loops::ZTA_LOOP_TARGET
+} // namespace zta::loops::ZTA_LOOP_VARIANT

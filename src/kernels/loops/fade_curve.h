@@ -12,7 +12,7 @@ inline constexpr unsigned long kFadeFrames = 200;
 /// With t = (i + 1) / 200 gain i is 1 - (1 - t)^2, so the first is above zero and the last is the full scale. Entries
 /// are rounded to the nearest integer; the law has no ties.
 template <class Entry>
-constexpr std::array<Entry, kFadeFrames> FadeGains(std::uint64_t ulFullScale)
+constexpr std::array<Entry, kFadeFrames> MakeFadeCurve(std::uint64_t ulFullScale)
 {
     constexpr std::uint64_t ulOne = kFadeFrames * kFadeFrames;
     std::array<Entry, kFadeFrames> aGains{};
@@ -23,6 +23,6 @@ constexpr std::array<Entry, kFadeFrames> FadeGains(std::uint64_t ulFullScale)
     return aGains;
 }
 
-inline constexpr auto kausFadeGains16 = FadeGains<std::uint16_t>(0x7FFF);
-inline constexpr auto kaulFadeGains32 = FadeGains<std::uint32_t>(0x7FFFFFFF);
-inline constexpr auto kaulFadeGainsVector = FadeGains<std::uint32_t>(0x7FFF);
+inline constexpr auto kFadeCurve16 = MakeFadeCurve<std::uint16_t>(0x7FFF);
+inline constexpr auto kFadeCurve32 = MakeFadeCurve<std::uint32_t>(0x7FFFFFFF);
+inline constexpr auto kFadeCurveMux = MakeFadeCurve<std::uint32_t>(0x7FFF);

@@ -5,27 +5,27 @@
 
 #include <cstdint>
 
-namespace zta::loops::ZTA_LOOP_TARGET {
+namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
 constexpr unsigned long kGroupLanes = 4;
 constexpr unsigned long kMaxGroups = 16;
 
 /// The four lanes of a group. Sums and products wrap; gains multiply by their low 16 bits.
-using Group = std::uint32_t __attribute__((vector_size(16)));
+using LaneGroup = std::uint32_t __attribute__((vector_size(16)));
 
-Group LoadGroup(const std::int32_t* plLanes)
+LaneGroup LoadGroup(const std::int32_t* plLanes)
 {
-    Group v;
+    LaneGroup v;
     __builtin_memcpy(&v, plLanes, sizeof v);
     return v;
 }
 
-using SignedGroup = std::int32_t __attribute__((vector_size(16)));
+using SignedLaneGroup = std::int32_t __attribute__((vector_size(16)));
 
-SignedGroup LoadSigned(const std::int32_t* plLanes)
+SignedLaneGroup LoadSigned(const std::int32_t* plLanes)
 {
-    return reinterpret_cast<SignedGroup>(LoadGroup(plLanes));
+    return reinterpret_cast<SignedLaneGroup>(LoadGroup(plLanes));
 }
 
 const std::int32_t* GainsOf(const SZtaGainRamp& rsRamp, unsigned long ulGroup)
@@ -39,15 +39,15 @@ const std::int32_t* IncrementsOf(const SZtaGainRamp& rsRamp, unsigned long ulGro
 }
 
 /// The gains of a group in the given pass through the groups.
-Group GainsAt(const SZtaGainRamp& rsRamp, unsigned long ulGroup, unsigned long ulPass)
+LaneGroup GainsAt(const SZtaGainRamp& rsRamp, unsigned long ulGroup, unsigned long ulPass)
 {
     return LoadGroup(GainsOf(rsRamp, ulGroup)) +
            LoadGroup(IncrementsOf(rsRamp, ulGroup)) * static_cast<std::uint32_t>(ulPass);
 }
 
 /// The samples from ulFirst on.
-void RampSingly(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulFirst, unsigned long ulSamples,
-                const SZtaGainRamp& rsRamp)
+void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulFirst,
+                     unsigned long ulSamples, const SZtaGainRamp& rsRamp)
 {
     if (ulFirst == ulSamples) {
         return;
@@ -63,29 +63,29 @@ void RampSingly(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned 
     }
     for (unsigned long i = ulFirst; i < ulSamples; ++i) {
         const unsigned long j = i & (ulLanes - 1);
-        const std::uint32_t ulScaled = Scalar::Scale(Scalar::Load<4>(pucInput + i * 4), aulGains[j]);
+        const std::uint32_t ulScaled = Scalar::ApplyGain(Scalar::Load<4>(pucInput + i * 4), aulGains[j]);
         const std::uint32_t ulLimited =
-            Scalar::Limit(ulScaled, static_cast<std::uint32_t>(rsRamp.plUpper[j % kGroupLanes]),
-                          static_cast<std::uint32_t>(rsRamp.plLower[j % kGroupLanes]));
+            Scalar::Clamp(ulScaled, static_cast<std::uint32_t>(rsRamp.plClampMax[j % kGroupLanes]),
+                          static_cast<std::uint32_t>(rsRamp.plClampMin[j % kGroupLanes]));
         Scalar::Store<4>(pucOutput + i * 4, ulLimited << 8);
         aulGains[j] += aulIncrements[j];
     }
 }
 
 /// False only where no sample can exceed its limits: up to a gain of 1 a product needs no more bits than a sample.
-[[maybe_unused]] bool CanExceed(const SZtaGainRamp& rsRamp, unsigned long ulSamples)
+[[maybe_unused]] bool CanClip(const SZtaGainRamp& rsRamp, unsigned long ulSamples)
 {
     constexpr std::uint32_t kUnity = 4096;
     // A gain that moves at all is out of these bounds after so many passes.
     const unsigned long ulLastPass = (ulSamples - 1) / (rsRamp.ulGroups * kGroupLanes);
     const std::uint32_t ulMoves = ulLastPass > kUnity ? kUnity + 1 : static_cast<std::uint32_t>(ulLastPass);
-    auto vExceed =
-        reinterpret_cast<Group>((LoadSigned(rsRamp.plUpper) < 0x7FFFFF) | (LoadSigned(rsRamp.plLower) > -0x800000));
+    auto vExceed = reinterpret_cast<LaneGroup>((LoadSigned(rsRamp.plClampMax) < 0x7FFFFF) |
+                                               (LoadSigned(rsRamp.plClampMin) > -0x800000));
     for (unsigned long i = 0; i < rsRamp.ulGroups; ++i) {
         const auto vFirst = LoadGroup(GainsOf(rsRamp, i)) & 0xFFFF;
-        const auto vStep = reinterpret_cast<Group>((LoadSigned(IncrementsOf(rsRamp, i)) << 16) >> 16);
+        const auto vStep = reinterpret_cast<LaneGroup>((LoadSigned(IncrementsOf(rsRamp, i)) << 16) >> 16);
         const auto vLast = vFirst + vStep * ulMoves; // what is below 0 counts as large
-        vExceed |= reinterpret_cast<Group>((vFirst > kUnity) | (vLast > kUnity));
+        vExceed |= reinterpret_cast<LaneGroup>((vFirst > kUnity) | (vLast > kUnity));
     }
     return (vExceed[0] | vExceed[1] | vExceed[2] | vExceed[3]) != 0;
 }
@@ -94,73 +94,73 @@ void RampSingly(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned 
 ///
 /// A step takes several vectors, each with gains of its own: one sum a vector would be a chain that all wait for. It is
 /// as many passes through the groups as it holds.
-template <class T, unsigned long Groups, bool Limited>
-unsigned long RampByVectors(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
+template <class Simd, unsigned long Groups, bool Clamped>
+unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
                             const SZtaGainRamp& rsRamp)
 {
     constexpr unsigned long kLanes = Groups * kGroupLanes;
-    constexpr unsigned long kStep = kLanes > 4 * T::kLanes ? kLanes : 4 * T::kLanes;
-    constexpr unsigned long kVectors = kStep / T::kLanes;
+    constexpr unsigned long kStep = kLanes > 4 * Simd::kLanes ? kLanes : 4 * Simd::kLanes;
+    constexpr unsigned long kVectors = kStep / Simd::kLanes;
     constexpr unsigned long kPasses = kStep / kLanes;
 
-    Group avGroups[kStep / kGroupLanes];
-    Group avSteps[kStep / kGroupLanes];
+    LaneGroup avGroups[kStep / kGroupLanes];
+    LaneGroup avSteps[kStep / kGroupLanes];
     for (unsigned long i = 0; i < kStep / kGroupLanes; ++i) {
         avGroups[i] = GainsAt(rsRamp, i % Groups, i / Groups);
         avSteps[i] = LoadGroup(IncrementsOf(rsRamp, i % Groups)) * std::uint32_t{kPasses};
     }
-    typename T::Gains avGains[kVectors];
-    typename T::Gains avIncrements[kVectors];
+    typename Simd::GainVector avGains[kVectors];
+    typename Simd::GainVector avIncrements[kVectors];
     for (unsigned long j = 0; j < kVectors; ++j) {
-        constexpr unsigned long kGroupsOfVector = T::kLanes / kGroupLanes;
-        avGains[j] = T::ToGains(reinterpret_cast<const std::uint8_t*>(avGroups + j * kGroupsOfVector));
-        avIncrements[j] = T::ToGains(reinterpret_cast<const std::uint8_t*>(avSteps + j * kGroupsOfVector));
+        constexpr unsigned long kGroupsOfVector = Simd::kLanes / kGroupLanes;
+        avGains[j] = Simd::LoadGains(reinterpret_cast<const std::uint8_t*>(avGroups + j * kGroupsOfVector));
+        avIncrements[j] = Simd::LoadGains(reinterpret_cast<const std::uint8_t*>(avSteps + j * kGroupsOfVector));
     }
-    const auto oLimits = T::ToLimits(rsRamp.plUpper, rsRamp.plLower);
-    const auto ScaleAt = [&](unsigned long i, const typename T::Gains& rvGains) __attribute__((always_inline))
+    const auto oLimits = Simd::LoadClampRange(rsRamp.plClampMax, rsRamp.plClampMin);
+    const auto ScaleAt = [&](unsigned long i, const typename Simd::GainVector& rvGains) __attribute__((always_inline))
     {
-        const Words<T> vWords = T::template Load<4>(pucInput + i * 4);
-        T::template Store<4>(pucOutput + i * 4, T::template Scale24<Limited>(vWords, rvGains, oLimits));
+        const VecU32<Simd> vWords = Simd::template Load<4>(pucInput + i * 4);
+        Simd::template Store<4>(pucOutput + i * 4, Simd::template ApplyGain24<Clamped>(vWords, rvGains, oLimits));
     };
 
     unsigned long i = 0;
     for (; i + kStep <= ulSamples; i += kStep) {
         for (unsigned long j = 0; j < kVectors; ++j) {
-            ScaleAt(i + j * T::kLanes, avGains[j]);
+            ScaleAt(i + j * Simd::kLanes, avGains[j]);
             avGains[j] += avIncrements[j];
         }
     }
-    for (unsigned long j = 0; i + T::kLanes <= ulSamples; ++j, i += T::kLanes) {
+    for (unsigned long j = 0; i + Simd::kLanes <= ulSamples; ++j, i += Simd::kLanes) {
         ScaleAt(i, avGains[j]);
     }
     return i;
 }
 
-template <class T, unsigned long Groups>
-unsigned long RampByVectors(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
+template <class Simd, unsigned long Groups>
+unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
                             const SZtaGainRamp& rsRamp)
 {
-    return CanExceed(rsRamp, ulSamples) ? RampByVectors<T, Groups, true>(pucInput, pucOutput, ulSamples, rsRamp)
-                                        : RampByVectors<T, Groups, false>(pucInput, pucOutput, ulSamples, rsRamp);
+    return CanClip(rsRamp, ulSamples) ? ApplyRampSimd<Simd, Groups, true>(pucInput, pucOutput, ulSamples, rsRamp)
+                                      : ApplyRampSimd<Simd, Groups, false>(pucInput, pucOutput, ulSamples, rsRamp);
 }
 
-template <class T>
-unsigned long RampByVectors(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
+template <class Simd>
+unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
                             const SZtaGainRamp& rsRamp)
 {
-    if constexpr (T::kLanes > 1) {
-        if (ulSamples >= T::kLanes) {
+    if constexpr (Simd::kLanes > 1) {
+        if (ulSamples >= Simd::kLanes) {
             switch (rsRamp.ulGroups) {
             case 1:
-                return RampByVectors<T, 1>(pucInput, pucOutput, ulSamples, rsRamp);
+                return ApplyRampSimd<Simd, 1>(pucInput, pucOutput, ulSamples, rsRamp);
             case 2:
-                return RampByVectors<T, 2>(pucInput, pucOutput, ulSamples, rsRamp);
+                return ApplyRampSimd<Simd, 2>(pucInput, pucOutput, ulSamples, rsRamp);
             case 4:
-                return RampByVectors<T, 4>(pucInput, pucOutput, ulSamples, rsRamp);
+                return ApplyRampSimd<Simd, 4>(pucInput, pucOutput, ulSamples, rsRamp);
             case 8:
-                return RampByVectors<T, 8>(pucInput, pucOutput, ulSamples, rsRamp);
+                return ApplyRampSimd<Simd, 8>(pucInput, pucOutput, ulSamples, rsRamp);
             default:
-                return RampByVectors<T, 16>(pucInput, pucOutput, ulSamples, rsRamp);
+                return ApplyRampSimd<Simd, 16>(pucInput, pucOutput, ulSamples, rsRamp);
             }
         }
     }
@@ -171,16 +171,16 @@ void ApplyGainRamp(const void* pvInput, void* pvOutput, unsigned long ulSamples,
 {
     const auto* pucInput = static_cast<const std::uint8_t*>(pvInput);
     auto* pucOutput = static_cast<std::uint8_t*>(pvOutput);
-    const unsigned long ulDone = RampByVectors<Vector>(pucInput, pucOutput, ulSamples, *psRamp);
-    RampSingly(pucInput, pucOutput, ulDone, ulSamples, *psRamp);
+    const unsigned long ulDone = ApplyRampSimd<NativeSimd>(pucInput, pucOutput, ulSamples, *psRamp);
+    ApplyRampScalar(pucInput, pucOutput, ulDone, ulSamples, *psRamp);
     if (psRamp->ulGroups > 2) {
         const unsigned long ulPasses = ulSamples / (psRamp->ulGroups * kGroupLanes);
         for (unsigned long i = 0; i < psRamp->ulGroups; ++i) {
-            const Group vGains = GainsAt(*psRamp, i, ulPasses);
+            const LaneGroup vGains = GainsAt(*psRamp, i, ulPasses);
             __builtin_memcpy(psRamp->plGroups + i * 2 * kGroupLanes, &vGains, sizeof vGains);
         }
     }
 }
 
 } // namespace
-} // namespace zta::loops::ZTA_LOOP_TARGET
+} // namespace zta::loops::ZTA_LOOP_VARIANT

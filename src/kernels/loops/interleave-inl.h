@@ -11,305 +11,315 @@
 
 #include <cstdint>
 
-namespace zta::loops::ZTA_LOOP_TARGET {
+namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
 template <class Byte>
-struct MuxSide {
+struct MuxView {
     Byte* puc;
-    unsigned long ulStreams;
+    unsigned long ulPlanes;
 };
 
 /// The bytes from one row of a tile to the next in the mux.
-template <class R, Pieces P>
-unsigned long RowStride(unsigned long ulFrameBytes)
+template <class Tile, MuxLayout Layout>
+unsigned long VectorStride(unsigned long ulFrameBytes)
 {
-    return P == Pieces::Lines ? R::kRowBytes : P == Pieces::Halves ? R::kHalves * ulFrameBytes : ulFrameBytes;
+    return Layout == MuxLayout::Contiguous    ? Tile::kVectorBytes
+           : Layout == MuxLayout::HalfVectors ? Tile::kLanesPerHalf * ulFrameBytes
+                                              : ulFrameBytes;
 }
 
 /// The streams from ulStream on in the frames from ulFrom up to ulTo, which are whole tiles. Exact writes nothing
 /// behind the elements; otherwise what follows the streams in their frames may be spoilt and has to be moved later.
-template <class R, unsigned long Streams, Pieces P, bool Exact>
-void InterleaveTiles(const void* const* __restrict ppvStreams, MuxSide<std::uint8_t> sMux, unsigned long ulStream,
+template <class Tile, unsigned long Streams, MuxLayout Layout, bool Exact>
+void InterleaveTiles(const void* const* __restrict ppvPlanes, MuxView<std::uint8_t> sMux, unsigned long ulStream,
                      unsigned long ulFrom, unsigned long ulTo)
 {
-    const unsigned long ulFrameBytes = sMux.ulStreams * R::kBytes;
-    const unsigned long ulStride = RowStride<R, P>(ulFrameBytes);
-    ppvStreams += ulStream;
+    const unsigned long ulFrameBytes = sMux.ulPlanes * Tile::kBytes;
+    const unsigned long ulStride = VectorStride<Tile, Layout>(ulFrameBytes);
+    ppvPlanes += ulStream;
     const void* apvStreams[Streams];
-    if constexpr (R::kStoresMask) {
+    if constexpr (Tile::kUsesMaskedStores) {
         // Reading the array again would wait for the masked stores before.
         for (unsigned long i = 0; i < Streams; ++i) {
-            apvStreams[i] = ppvStreams[i];
+            apvStreams[i] = ppvPlanes[i];
         }
-        ppvStreams = apvStreams;
+        ppvPlanes = apvStreams;
     }
-    std::uint8_t* puc = sMux.puc + ulFrom * ulFrameBytes + ulStream * R::kBytes;
-    for (unsigned long f = ulFrom; f < ulTo; f += R::kFrames, puc += R::kFrames * ulFrameBytes) {
-        typename R::Row av[Streams];
+    std::uint8_t* puc = sMux.puc + ulFrom * ulFrameBytes + ulStream * Tile::kBytes;
+    for (unsigned long f = ulFrom; f < ulTo; f += Tile::kFrames, puc += Tile::kFrames * ulFrameBytes) {
+        typename Tile::VectorType av[Streams];
         for (unsigned long i = 0; i < Streams; ++i) {
-            av[i] = R::Load(static_cast<const std::uint8_t*>(ppvStreams[i]) + f * R::kBytes);
+            av[i] = Tile::Load(static_cast<const std::uint8_t*>(ppvPlanes[i]) + f * Tile::kBytes);
         }
-        R::template Interleave<Streams, P>(av);
+        Tile::template Interleave<Streams, Layout>(av);
         for (unsigned long i = 0; i < Streams; ++i) {
             std::uint8_t* pucRow = puc + i * ulStride;
-            if constexpr (P == Pieces::Halves) {
-                R::template StoreHalves<Exact>(pucRow, ulFrameBytes, av[i]);
-            } else if constexpr (P == Pieces::Lanes) {
-                R::template StoreLanes<Exact>(pucRow, R::kRun * ulFrameBytes, av[i]);
-            } else if (P == Pieces::Lines ? i + 1 < Streams : !Exact) {
-                R::StoreBeforeOther(pucRow, av[i]);
+            if constexpr (Layout == MuxLayout::HalfVectors) {
+                Tile::template StoreHalves<Exact>(pucRow, ulFrameBytes, av[i]);
+            } else if constexpr (Layout == MuxLayout::Lanes) {
+                Tile::template StoreLanes<Exact>(pucRow, Tile::kLaneElements * ulFrameBytes, av[i]);
+            } else if (Layout == MuxLayout::Contiguous ? i + 1 < Streams : !Exact) {
+                Tile::StoreWithOverrun(pucRow, av[i]);
             } else {
-                R::Store(pucRow, av[i]);
+                Tile::Store(pucRow, av[i]);
             }
         }
     }
 }
 
-template <class R, unsigned long Streams, Pieces P>
-void SplitTiles(MuxSide<const std::uint8_t> sMux, void* const* __restrict ppvStreams, unsigned long ulStream,
-                unsigned long ulFrom, unsigned long ulTo)
+template <class Tile, unsigned long Streams, MuxLayout Layout>
+void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict ppvPlanes, unsigned long ulStream,
+                       unsigned long ulFrom, unsigned long ulTo)
 {
-    const unsigned long ulFrameBytes = sMux.ulStreams * R::kBytes;
-    const unsigned long ulStride = RowStride<R, P>(ulFrameBytes);
-    ppvStreams += ulStream;
+    const unsigned long ulFrameBytes = sMux.ulPlanes * Tile::kBytes;
+    const unsigned long ulStride = VectorStride<Tile, Layout>(ulFrameBytes);
+    ppvPlanes += ulStream;
     void* apvStreams[Streams];
-    if constexpr (R::kStoresMask) {
+    if constexpr (Tile::kUsesMaskedStores) {
         // Reading the array again would wait for the masked stores before.
         for (unsigned long i = 0; i < Streams; ++i) {
-            apvStreams[i] = ppvStreams[i];
+            apvStreams[i] = ppvPlanes[i];
         }
-        ppvStreams = apvStreams;
+        ppvPlanes = apvStreams;
     }
-    const std::uint8_t* puc = sMux.puc + ulFrom * ulFrameBytes + ulStream * R::kBytes;
-    for (unsigned long f = ulFrom; f < ulTo; f += R::kFrames, puc += R::kFrames * ulFrameBytes) {
-        typename R::Row av[Streams];
+    const std::uint8_t* puc = sMux.puc + ulFrom * ulFrameBytes + ulStream * Tile::kBytes;
+    for (unsigned long f = ulFrom; f < ulTo; f += Tile::kFrames, puc += Tile::kFrames * ulFrameBytes) {
+        typename Tile::VectorType av[Streams];
         for (unsigned long i = 0; i < Streams; ++i) {
             const std::uint8_t* pucRow = puc + i * ulStride;
-            if constexpr (P == Pieces::Halves) {
-                av[i] = R::LoadHalves(pucRow, ulFrameBytes);
-            } else if constexpr (P == Pieces::Lanes) {
-                av[i] = R::LoadLanes(pucRow, R::kRun * ulFrameBytes);
+            if constexpr (Layout == MuxLayout::HalfVectors) {
+                av[i] = Tile::LoadHalves(pucRow, ulFrameBytes);
+            } else if constexpr (Layout == MuxLayout::Lanes) {
+                av[i] = Tile::LoadLanes(pucRow, Tile::kLaneElements * ulFrameBytes);
             } else {
-                av[i] = R::Load(pucRow);
+                av[i] = Tile::Load(pucRow);
             }
         }
-        R::template Split<Streams, P>(av);
+        Tile::template Deinterleave<Streams, Layout>(av);
         for (unsigned long i = 0; i < Streams; ++i) {
-            R::Store(static_cast<std::uint8_t*>(ppvStreams[i]) + f * R::kBytes, av[i]);
+            Tile::Store(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Tile::kBytes, av[i]);
         }
     }
 }
 
 /// Single elements, by Copy(element in the mux, stream, bytes into it): the streams from ulStream on in the frames from
 /// ulFrom up to ulTo.
-template <int Bytes, class Byte, class Stream, class CopyElement>
-void MoveSingly(Stream* const* ppvStreams, MuxSide<Byte> sMux, unsigned long ulStream, unsigned long ulFrom,
-                unsigned long ulTo, CopyElement Copy)
+template <int ByteShuffle, class Byte, class Stream, class CopyElement>
+void CopyElements(Stream* const* ppvPlanes, MuxView<Byte> sMux, unsigned long ulStream, unsigned long ulFrom,
+                  unsigned long ulTo, CopyElement Copy)
 {
     constexpr unsigned long kFewFrames = 4; // not worth a loop for each stream
-    const unsigned long ulStreams = sMux.ulStreams;
-    Byte* puc = sMux.puc + (ulFrom * ulStreams + ulStream) * Bytes;
+    const unsigned long ulPlanes = sMux.ulPlanes;
+    Byte* puc = sMux.puc + (ulFrom * ulPlanes + ulStream) * ByteShuffle;
     if (ulTo - ulFrom <= kFewFrames) {
-        for (unsigned long f = ulFrom; f < ulTo; ++f, puc += ulStreams * Bytes) {
-            for (unsigned long s = ulStream; s < ulStreams; ++s) {
-                Copy(puc + (s - ulStream) * Bytes, ppvStreams[s], f * Bytes);
+        for (unsigned long f = ulFrom; f < ulTo; ++f, puc += ulPlanes * ByteShuffle) {
+            for (unsigned long s = ulStream; s < ulPlanes; ++s) {
+                Copy(puc + (s - ulStream) * ByteShuffle, ppvPlanes[s], f * ByteShuffle);
             }
         }
     } else {
-        for (unsigned long s = ulStream; s < ulStreams; ++s, puc += Bytes) {
-            Stream* pvStream = ppvStreams[s];
+        for (unsigned long s = ulStream; s < ulPlanes; ++s, puc += ByteShuffle) {
+            Stream* pvStream = ppvPlanes[s];
             for (unsigned long f = ulFrom; f < ulTo; ++f) {
-                Copy(puc + (f - ulFrom) * ulStreams * Bytes, pvStream, f * Bytes);
+                Copy(puc + (f - ulFrom) * ulPlanes * ByteShuffle, pvStream, f * ByteShuffle);
             }
         }
     }
 }
 
 /// One direction: what walks over all elements calls it for parts of them.
-template <int Bytes>
-struct ToMux {
+template <int ByteShuffle>
+struct InterleaveJob {
     /// Of one tile. Lines that are only read may go at once, wherever they lie.
-    static constexpr unsigned long kMostStreams = 16;
+    static constexpr unsigned long kMaxTilePlanes = 16;
 
-    const void* const* ppvStreams;
-    MuxSide<std::uint8_t> sMux;
+    const void* const* ppvPlanes;
+    MuxView<std::uint8_t> sMux;
 
-    template <class R, unsigned long Streams, Pieces P>
-    void Tiles(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    template <class Tile, unsigned long Streams, MuxLayout Layout>
+    void ProcessTiles(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
     {
         // What stands behind all streams but the last ones in their frames comes later.
-        const bool bExact = (sMux.ulStreams - ulStream - Streams) * Bytes < R::kBeyond;
-        bExact ? InterleaveTiles<R, Streams, P, true>(ppvStreams, sMux, ulStream, ulFrom, ulTo)
-               : InterleaveTiles<R, Streams, P, false>(ppvStreams, sMux, ulStream, ulFrom, ulTo);
+        const bool bExact = (sMux.ulPlanes - ulStream - Streams) * ByteShuffle < Tile::kOverrunBytes;
+        bExact ? InterleaveTiles<Tile, Streams, Layout, true>(ppvPlanes, sMux, ulStream, ulFrom, ulTo)
+               : InterleaveTiles<Tile, Streams, Layout, false>(ppvPlanes, sMux, ulStream, ulFrom, ulTo);
     }
 
-    template <class R>
-    void Edge(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    template <class Tile>
+    void ProcessEdge(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
     {
-        for (unsigned long s = ulStream; s < sMux.ulStreams; s += R::kRun) {
-            const unsigned long ulCount = sMux.ulStreams - s < R::kRun ? sMux.ulStreams - s : R::kRun;
-            R::InterleaveEdge(ppvStreams + s, ulCount, sMux.puc + s * Bytes, sMux.ulStreams * Bytes, ulFrom, ulTo);
+        for (unsigned long s = ulStream; s < sMux.ulPlanes; s += Tile::kLaneElements) {
+            const unsigned long ulCount =
+                sMux.ulPlanes - s < Tile::kLaneElements ? sMux.ulPlanes - s : Tile::kLaneElements;
+            Tile::InterleaveMasked(ppvPlanes + s, ulCount, sMux.puc + s * ByteShuffle, sMux.ulPlanes * ByteShuffle,
+                                   ulFrom, ulTo);
         }
     }
 
-    void Singly(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    void ProcessScalar(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
     {
-        MoveSingly<Bytes>(ppvStreams, sMux, ulStream, ulFrom, ulTo,
-                          [](std::uint8_t* pucMux, const void* pvStream, unsigned long ulAt) {
-                              __builtin_memcpy(pucMux, static_cast<const std::uint8_t*>(pvStream) + ulAt, Bytes);
-                          });
+        CopyElements<ByteShuffle>(ppvPlanes, sMux, ulStream, ulFrom, ulTo,
+                                  [](std::uint8_t* pucMux, const void* pvStream, unsigned long ulAt) {
+                                      __builtin_memcpy(pucMux, static_cast<const std::uint8_t*>(pvStream) + ulAt,
+                                                       ByteShuffle);
+                                  });
     }
 };
 
-template <int Bytes>
-struct FromMux {
+template <int ByteShuffle>
+struct DeinterleaveJob {
     /// Of one tile. The lines that it writes have to stay in the first-level cache until they are full: if they lie at
     /// the same place of their pages they are in one set of it, which has 8 to 12 ways.
-    static constexpr unsigned long kMostStreams = 8;
+    static constexpr unsigned long kMaxTilePlanes = 8;
 
-    MuxSide<const std::uint8_t> sMux;
-    void* const* ppvStreams;
+    MuxView<const std::uint8_t> sMux;
+    void* const* ppvPlanes;
 
-    template <class R, unsigned long Streams, Pieces P>
-    void Tiles(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    template <class Tile, unsigned long Streams, MuxLayout Layout>
+    void ProcessTiles(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
     {
-        SplitTiles<R, Streams, P>(sMux, ppvStreams, ulStream, ulFrom, ulTo);
+        DeinterleaveTiles<Tile, Streams, Layout>(sMux, ppvPlanes, ulStream, ulFrom, ulTo);
     }
 
-    template <class R>
-    void Edge(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    template <class Tile>
+    void ProcessEdge(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
     {
-        for (unsigned long s = ulStream; s < sMux.ulStreams; s += R::kRun) {
-            const unsigned long ulCount = sMux.ulStreams - s < R::kRun ? sMux.ulStreams - s : R::kRun;
-            R::SplitEdge(sMux.puc + s * Bytes, sMux.ulStreams * Bytes, ppvStreams + s, ulCount, ulFrom, ulTo);
+        for (unsigned long s = ulStream; s < sMux.ulPlanes; s += Tile::kLaneElements) {
+            const unsigned long ulCount =
+                sMux.ulPlanes - s < Tile::kLaneElements ? sMux.ulPlanes - s : Tile::kLaneElements;
+            Tile::DeinterleaveMasked(sMux.puc + s * ByteShuffle, sMux.ulPlanes * ByteShuffle, ppvPlanes + s, ulCount,
+                                     ulFrom, ulTo);
         }
     }
 
-    void Singly(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    void ProcessScalar(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
     {
-        MoveSingly<Bytes>(ppvStreams, sMux, ulStream, ulFrom, ulTo,
-                          [](const std::uint8_t* pucMux, void* pvStream, unsigned long ulAt) {
-                              __builtin_memcpy(static_cast<std::uint8_t*>(pvStream) + ulAt, pucMux, Bytes);
-                          });
+        CopyElements<ByteShuffle>(ppvPlanes, sMux, ulStream, ulFrom, ulTo,
+                                  [](const std::uint8_t* pucMux, void* pvStream, unsigned long ulAt) {
+                                      __builtin_memcpy(static_cast<std::uint8_t*>(pvStream) + ulAt, pucMux,
+                                                       ByteShuffle);
+                                  });
     }
 };
 
 constexpr unsigned long kChunkBytes = 512; ///< of a stream
 
-constexpr unsigned long Smaller(unsigned long ulFirst, unsigned long ulSecond)
+constexpr unsigned long Min(unsigned long ulFirst, unsigned long ulSecond)
 {
     return ulFirst < ulSecond ? ulFirst : ulSecond;
 }
 
 /// The streams that are in no tile, or the frames.
-template <class R, class Move>
-void MoveRest(const Move& rMove, unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo)
+template <class Tile, class Move>
+void ProcessRemainder(const Move& rMove, unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo)
 {
-    if constexpr (R::kHasEdge) {
+    if constexpr (Tile::kHasMaskedEdge) {
         constexpr unsigned long kFewFrames = 4; // not worth the masks
-        if (ulTo - ulFrom > kFewFrames && rMove.sMux.ulStreams - ulStream > 1) {
-            rMove.template Edge<R>(ulStream, ulFrom, ulTo);
+        if (ulTo - ulFrom > kFewFrames && rMove.sMux.ulPlanes - ulStream > 1) {
+            rMove.template ProcessEdge<Tile>(ulStream, ulFrom, ulTo);
             return;
         }
     }
-    rMove.Singly(ulStream, ulFrom, ulTo);
+    rMove.ProcessScalar(ulStream, ulFrom, ulTo);
 }
 
 /// The frames from ulFrom on by tiles as far as these go; returns the first frame that is left. Of a mux that has more
 /// streams than a tile all are done for some frames before the next frames come: so few frames that the lines of the
 /// mux that the tiles share stay in the first-level cache meanwhile, and so many that the lines of the streams are
 /// spread over it.
-template <class R, int Bytes, class Move>
-unsigned long MoveByTiles(const Move& rMove, unsigned long ulFrom, unsigned long ulFrames)
+template <class Tile, int ByteShuffle, class Move>
+unsigned long ProcessFullTiles(const Move& rMove, unsigned long ulFrom, unsigned long ulFrames)
 {
-    constexpr bool kTakesTwoRuns = 2 * R::kRun <= Move::kMostStreams;
-    constexpr bool kTakesFourRunsAlone = R::kWidestAlone == 4 * R::kRun && R::kWidestAlone <= Move::kMostStreams;
-    constexpr unsigned long kChunkFrames = kChunkBytes / Bytes / R::kFrames * R::kFrames;
-    const unsigned long ulStreams = rMove.sMux.ulStreams;
+    constexpr bool kAllowsTwoLaneTiles = 2 * Tile::kLaneElements <= Move::kMaxTilePlanes;
+    constexpr bool kAllowsFourLaneTiles =
+        Tile::kMaxPlanesContiguous == 4 * Tile::kLaneElements && Tile::kMaxPlanesContiguous <= Move::kMaxTilePlanes;
+    constexpr unsigned long kChunkFrames = kChunkBytes / ByteShuffle / Tile::kFrames * Tile::kFrames;
+    const unsigned long ulPlanes = rMove.sMux.ulPlanes;
     const unsigned long ulLeft = ulFrames - ulFrom;
-    if (ulLeft < R::kFrames + R::kFramesBeyond) {
+    if (ulLeft < Tile::kFrames + Tile::kOverrunFrames) {
         return ulFrom;
     }
-    const unsigned long ulTo = ulFrom + (ulLeft - R::kFramesBeyond) / R::kFrames * R::kFrames;
-    if (ulStreams == R::kRun) {
-        rMove.template Tiles<R, R::kRun, Pieces::Lines>(0, ulFrom, ulTo);
+    const unsigned long ulTo = ulFrom + (ulLeft - Tile::kOverrunFrames) / Tile::kFrames * Tile::kFrames;
+    if (ulPlanes == Tile::kLaneElements) {
+        rMove.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
         return ulTo;
     }
-    if constexpr (R::kRun >= 4) {
-        if (ulStreams == R::kRun / 2) {
-            rMove.template Tiles<R, R::kRun / 2, Pieces::Lines>(0, ulFrom, ulTo);
+    if constexpr (Tile::kLaneElements >= 4) {
+        if (ulPlanes == Tile::kLaneElements / 2) {
+            rMove.template ProcessTiles<Tile, Tile::kLaneElements / 2, MuxLayout::Contiguous>(0, ulFrom, ulTo);
             return ulTo;
         }
     }
-    if constexpr (R::kRun >= 8) {
-        if (ulStreams == R::kRun / 4) {
-            rMove.template Tiles<R, R::kRun / 4, Pieces::Lines>(0, ulFrom, ulTo);
+    if constexpr (Tile::kLaneElements >= 8) {
+        if (ulPlanes == Tile::kLaneElements / 4) {
+            rMove.template ProcessTiles<Tile, Tile::kLaneElements / 4, MuxLayout::Contiguous>(0, ulFrom, ulTo);
             return ulTo;
         }
     }
-    if constexpr (kTakesTwoRuns) {
-        if (ulStreams == 2 * R::kRun) {
-            rMove.template Tiles<R, 2 * R::kRun, Pieces::Lines>(0, ulFrom, ulTo);
+    if constexpr (kAllowsTwoLaneTiles) {
+        if (ulPlanes == 2 * Tile::kLaneElements) {
+            rMove.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
             return ulTo;
         }
     }
-    if constexpr (kTakesFourRunsAlone) {
-        if (ulStreams == 4 * R::kRun) {
-            rMove.template Tiles<R, 4 * R::kRun, Pieces::Lines>(0, ulFrom, ulTo);
+    if constexpr (kAllowsFourLaneTiles) {
+        if (ulPlanes == 4 * Tile::kLaneElements) {
+            rMove.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
             return ulTo;
         }
     }
     const unsigned long ulChunk =
-        ulStreams <= Smaller(R::kWidest, Move::kMostStreams) ? ulTo - ulFrom : kChunkFrames;
+        ulPlanes <= Min(Tile::kMaxPlanes, Move::kMaxTilePlanes) ? ulTo - ulFrom : kChunkFrames;
     for (unsigned long f = ulFrom; f < ulTo; f += ulChunk) {
         const unsigned long ulNext = ulTo - f < ulChunk ? ulTo : f + ulChunk;
         unsigned long s = 0;
-        if constexpr (R::kWidest == 4 * R::kRun) {
-            for (; s + 4 * R::kRun <= ulStreams; s += 4 * R::kRun) {
-                rMove.template Tiles<R, 4 * R::kRun, Pieces::Rows>(s, f, ulNext);
+        if constexpr (Tile::kMaxPlanes == 4 * Tile::kLaneElements) {
+            for (; s + 4 * Tile::kLaneElements <= ulPlanes; s += 4 * Tile::kLaneElements) {
+                rMove.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::WholeVectors>(s, f, ulNext);
             }
         }
-        if constexpr (kTakesTwoRuns) {
-            for (; s + 2 * R::kRun <= ulStreams; s += 2 * R::kRun) {
-                rMove.template Tiles<R, 2 * R::kRun, Pieces::Halves>(s, f, ulNext);
+        if constexpr (kAllowsTwoLaneTiles) {
+            for (; s + 2 * Tile::kLaneElements <= ulPlanes; s += 2 * Tile::kLaneElements) {
+                rMove.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::HalfVectors>(s, f, ulNext);
             }
         }
-        for (; s + R::kRun <= ulStreams; s += R::kRun) {
-            rMove.template Tiles<R, R::kRun, Pieces::Lanes>(s, f, ulNext);
+        for (; s + Tile::kLaneElements <= ulPlanes; s += Tile::kLaneElements) {
+            rMove.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Lanes>(s, f, ulNext);
         }
-        MoveRest<R>(rMove, s, f, ulNext);
+        ProcessRemainder<Tile>(rMove, s, f, ulNext);
     }
     return ulTo;
 }
 
-template <int Bytes, class Move>
-void MoveElements(const Move& rMove, unsigned long ulFrames, RowsList<>)
+template <int ByteShuffle, class Move>
+void ProcessAllFrames(const Move& rMove, unsigned long ulFrames, TileList<>)
 {
-    rMove.Singly(0, 0, ulFrames);
+    rMove.ProcessScalar(0, 0, ulFrames);
 }
 
-template <int Bytes, class Move, class Widest, class... R>
-void MoveElements(const Move& rMove, unsigned long ulFrames, RowsList<Widest, R...>)
+template <int ByteShuffle, class Move, class Widest, class... Tile>
+void ProcessAllFrames(const Move& rMove, unsigned long ulFrames, TileList<Widest, Tile...>)
 {
-    unsigned long f = MoveByTiles<Widest, Bytes>(rMove, 0, ulFrames);
-    ((f = MoveByTiles<R, Bytes>(rMove, f, ulFrames)), ...);
-    MoveRest<Widest>(rMove, 0, f, ulFrames);
+    unsigned long f = ProcessFullTiles<Widest, ByteShuffle>(rMove, 0, ulFrames);
+    ((f = ProcessFullTiles<Tile, ByteShuffle>(rMove, f, ulFrames)), ...);
+    ProcessRemainder<Widest>(rMove, 0, f, ulFrames);
 }
 
-template <int Bytes>
-void Interleave(const void* const* ppvStreams, unsigned long ulStreams, void* pvMux, unsigned long ulFrames) noexcept
+template <int ByteShuffle>
+void Interleave(const void* const* ppvPlanes, unsigned long ulPlanes, void* pvMux, unsigned long ulFrames) noexcept
 {
-    MoveElements<Bytes>(ToMux<Bytes>{ppvStreams, {static_cast<std::uint8_t*>(pvMux), ulStreams}}, ulFrames,
-                        RowsOf<Bytes>());
+    ProcessAllFrames<ByteShuffle>(InterleaveJob<ByteShuffle>{ppvPlanes, {static_cast<std::uint8_t*>(pvMux), ulPlanes}},
+                                  ulFrames, TilesOf<ByteShuffle>());
 }
 
-template <int Bytes>
-void Split(const void* pvMux, void* const* ppvStreams, unsigned long ulStreams, unsigned long ulFrames) noexcept
+template <int ByteShuffle>
+void Deinterleave(const void* pvMux, void* const* ppvPlanes, unsigned long ulPlanes, unsigned long ulFrames) noexcept
 {
-    MoveElements<Bytes>(FromMux<Bytes>{{static_cast<const std::uint8_t*>(pvMux), ulStreams}, ppvStreams}, ulFrames,
-                        RowsOf<Bytes>());
+    ProcessAllFrames<ByteShuffle>(
+        DeinterleaveJob<ByteShuffle>{{static_cast<const std::uint8_t*>(pvMux), ulPlanes}, ppvPlanes}, ulFrames,
+        TilesOf<ByteShuffle>());
 }
 
 } // namespace
-} // namespace zta::loops::ZTA_LOOP_TARGET
+} // namespace zta::loops::ZTA_LOOP_VARIANT

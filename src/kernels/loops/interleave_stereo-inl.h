@@ -5,12 +5,12 @@
 
 #include <cstdint>
 
-namespace zta::loops::ZTA_LOOP_TARGET {
+namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
 /// One side of a pair of buffers. A missing one is a block that every step reads, or writes, again.
 template <class Byte>
-struct PairSide {
+struct StereoChannel {
     Byte* pucFirst;
     unsigned long ulSampleBytes;
 
@@ -18,7 +18,7 @@ struct PairSide {
 };
 
 template <class Byte, class Pointer>
-PairSide<Byte> SideOrBlock(Pointer pvSide, unsigned long ulSampleBytes, Byte* pucBlock)
+StereoChannel<Byte> ChannelOrDummy(Pointer pvSide, unsigned long ulSampleBytes, Byte* pucBlock)
 {
     if (pvSide == nullptr) {
         return {pucBlock, 0};
@@ -27,45 +27,45 @@ PairSide<Byte> SideOrBlock(Pointer pvSide, unsigned long ulSampleBytes, Byte* pu
 }
 
 /// A stereo buffer is a mux of two streams, and many frames go by the tiles of wide rows faster than by pairs.
-constexpr unsigned long kManyPairs = 128;
+constexpr unsigned long kMinTiledFrames = 128;
 
 template <class Rows>
-constexpr bool kBeatsPairs = false;
-template <class Widest, class... R>
-constexpr bool kBeatsPairs<RowsList<Widest, R...>> = Widest::kBeatsPairs;
+constexpr bool kPrefersTiles = false;
+template <class Widest, class... Tile>
+constexpr bool kPrefersTiles<TileList<Widest, Tile...>> = Widest::kPrefersTiles;
 
-template <int Bytes, class Move, class Widest, class... R>
-unsigned long MoveManyPairs(const Move& rMove, unsigned long ulFrames, RowsList<Widest, R...>)
+template <int ByteShuffle, class Move, class Widest, class... Tile>
+unsigned long ProcessTiledFrames(const Move& rMove, unsigned long ulFrames, TileList<Widest, Tile...>)
 {
-    return MoveByTiles<Widest, Bytes>(rMove, 0, ulFrames - Vector::kPairFrames<Bytes>);
+    return ProcessFullTiles<Widest, ByteShuffle>(rMove, 0, ulFrames - NativeSimd::kStereoStepFrames<ByteShuffle>);
 }
 
 /// These return the first frame that is left; they leave enough for a step of pairs. They are no part of their
 /// callers, so that few frames need not save registers for them.
-template <int Bytes>
-[[gnu::noinline]] unsigned long InterleaveManyPairs(const void* pvLeft, const void* pvRight, void* pvStereo,
-                                                    unsigned long ulFrames)
+template <int ByteShuffle>
+[[gnu::noinline]] unsigned long InterleaveTiledStereo(const void* pvLeft, const void* pvRight, void* pvStereo,
+                                                      unsigned long ulFrames)
 {
     const void* apvSides[] = {pvLeft, pvRight};
-    const ToMux<Bytes> oMove{apvSides, {static_cast<std::uint8_t*>(pvStereo), 2}};
-    return MoveManyPairs<Bytes>(oMove, ulFrames, RowsOf<Bytes>());
+    const InterleaveJob<ByteShuffle> oMove{apvSides, {static_cast<std::uint8_t*>(pvStereo), 2}};
+    return ProcessTiledFrames<ByteShuffle>(oMove, ulFrames, TilesOf<ByteShuffle>());
 }
 
-template <int Bytes>
-[[gnu::noinline]] unsigned long SplitManyPairs(const void* pvStereo, void* pvLeft, void* pvRight,
-                                               unsigned long ulFrames)
+template <int ByteShuffle>
+[[gnu::noinline]] unsigned long DeinterleaveTiledStereo(const void* pvStereo, void* pvLeft, void* pvRight,
+                                                        unsigned long ulFrames)
 {
     void* apvSides[] = {pvLeft, pvRight};
-    const FromMux<Bytes> oMove{{static_cast<const std::uint8_t*>(pvStereo), 2}, apvSides};
-    return MoveManyPairs<Bytes>(oMove, ulFrames, RowsOf<Bytes>());
+    const DeinterleaveJob<ByteShuffle> oMove{{static_cast<const std::uint8_t*>(pvStereo), 2}, apvSides};
+    return ProcessTiledFrames<ByteShuffle>(oMove, ulFrames, TilesOf<ByteShuffle>());
 }
 
 /// Moves all frames by MoveAt(instruction set, first frame of the step). The last step ends with the last frame and
 /// repeats some of the one before.
-template <int Bytes, class Move>
-void MovePairs(unsigned long ulFrames, Move MoveAt)
+template <int ByteShuffle, class Move>
+void ForEachStereoStep(unsigned long ulFrames, Move MoveAt)
 {
-    constexpr unsigned long kStep = Vector::kPairFrames<Bytes>;
+    constexpr unsigned long kStep = NativeSimd::kStereoStepFrames<ByteShuffle>;
     if (ulFrames < kStep) {
         for (unsigned long i = 0; i < ulFrames; ++i) {
             MoveAt(Scalar(), i);
@@ -74,53 +74,53 @@ void MovePairs(unsigned long ulFrames, Move MoveAt)
     }
     const unsigned long ulLast = ulFrames - kStep;
     for (unsigned long i = 0; i < ulLast; i += kStep) {
-        MoveAt(Vector(), i);
+        MoveAt(NativeSimd(), i);
     }
-    MoveAt(Vector(), ulLast);
+    MoveAt(NativeSimd(), ulLast);
 }
 
-template <int Bytes>
-void InterleavePair(const void* pvLeft, const void* pvRight, void* pvStereo, unsigned long ulFrames) noexcept
+template <int ByteShuffle>
+void InterleaveStereo(const void* pvLeft, const void* pvRight, void* pvStereo, unsigned long ulFrames) noexcept
 {
-    static constexpr std::uint8_t kSilence[Bytes * Vector::kPairFrames<Bytes>] = {};
-    if constexpr (kBeatsPairs<RowsOf<Bytes>>) {
-        if (ulFrames >= kManyPairs && pvLeft != nullptr && pvRight != nullptr) {
-            const unsigned long ulMoved = InterleaveManyPairs<Bytes>(pvLeft, pvRight, pvStereo, ulFrames);
-            pvLeft = static_cast<const std::uint8_t*>(pvLeft) + ulMoved * Bytes;
-            pvRight = static_cast<const std::uint8_t*>(pvRight) + ulMoved * Bytes;
-            pvStereo = static_cast<std::uint8_t*>(pvStereo) + ulMoved * 2 * Bytes;
-            ulFrames -= ulMoved;
+    static constexpr std::uint8_t kSilence[ByteShuffle * NativeSimd::kStereoStepFrames<ByteShuffle>] = {};
+    if constexpr (kPrefersTiles<TilesOf<ByteShuffle>>) {
+        if (ulFrames >= kMinTiledFrames && pvLeft != nullptr && pvRight != nullptr) {
+            const unsigned long ulProcessed = InterleaveTiledStereo<ByteShuffle>(pvLeft, pvRight, pvStereo, ulFrames);
+            pvLeft = static_cast<const std::uint8_t*>(pvLeft) + ulProcessed * ByteShuffle;
+            pvRight = static_cast<const std::uint8_t*>(pvRight) + ulProcessed * ByteShuffle;
+            pvStereo = static_cast<std::uint8_t*>(pvStereo) + ulProcessed * 2 * ByteShuffle;
+            ulFrames -= ulProcessed;
         }
     }
-    const auto oLeft = SideOrBlock<const std::uint8_t>(pvLeft, Bytes, kSilence);
-    const auto oRight = SideOrBlock<const std::uint8_t>(pvRight, Bytes, kSilence);
+    const auto oLeft = ChannelOrDummy<const std::uint8_t>(pvLeft, ByteShuffle, kSilence);
+    const auto oRight = ChannelOrDummy<const std::uint8_t>(pvRight, ByteShuffle, kSilence);
     auto* pucStereo = static_cast<std::uint8_t*>(pvStereo);
-    MovePairs<Bytes>(ulFrames, [=]<class T>(T, unsigned long i) {
-        T::template InterleavePairs<Bytes>(oLeft.At(i), oRight.At(i), pucStereo + i * 2 * Bytes);
+    ForEachStereoStep<ByteShuffle>(ulFrames, [=]<class Simd>(Simd, unsigned long i) {
+        Simd::template InterleaveStereoStep<ByteShuffle>(oLeft.At(i), oRight.At(i), pucStereo + i * 2 * ByteShuffle);
     });
 }
 
-template <int Bytes>
-void SplitPair(const void* pvStereo, void* pvLeft, void* pvRight, unsigned long ulFrames) noexcept
+template <int ByteShuffle>
+void DeinterleaveStereo(const void* pvStereo, void* pvLeft, void* pvRight, unsigned long ulFrames) noexcept
 {
-    static constexpr std::uint8_t kSilence[2 * Bytes * Vector::kPairFrames<Bytes>] = {};
-    std::uint8_t aucDropped[Bytes * Vector::kPairFrames<Bytes>];
-    if constexpr (kBeatsPairs<RowsOf<Bytes>>) {
-        if (ulFrames >= kManyPairs && pvStereo != nullptr && pvLeft != nullptr && pvRight != nullptr) {
-            const unsigned long ulMoved = SplitManyPairs<Bytes>(pvStereo, pvLeft, pvRight, ulFrames);
-            pvStereo = static_cast<const std::uint8_t*>(pvStereo) + ulMoved * 2 * Bytes;
-            pvLeft = static_cast<std::uint8_t*>(pvLeft) + ulMoved * Bytes;
-            pvRight = static_cast<std::uint8_t*>(pvRight) + ulMoved * Bytes;
-            ulFrames -= ulMoved;
+    static constexpr std::uint8_t kSilence[2 * ByteShuffle * NativeSimd::kStereoStepFrames<ByteShuffle>] = {};
+    std::uint8_t aucDropped[ByteShuffle * NativeSimd::kStereoStepFrames<ByteShuffle>];
+    if constexpr (kPrefersTiles<TilesOf<ByteShuffle>>) {
+        if (ulFrames >= kMinTiledFrames && pvStereo != nullptr && pvLeft != nullptr && pvRight != nullptr) {
+            const unsigned long ulProcessed = DeinterleaveTiledStereo<ByteShuffle>(pvStereo, pvLeft, pvRight, ulFrames);
+            pvStereo = static_cast<const std::uint8_t*>(pvStereo) + ulProcessed * 2 * ByteShuffle;
+            pvLeft = static_cast<std::uint8_t*>(pvLeft) + ulProcessed * ByteShuffle;
+            pvRight = static_cast<std::uint8_t*>(pvRight) + ulProcessed * ByteShuffle;
+            ulFrames -= ulProcessed;
         }
     }
-    const auto oStereo = SideOrBlock<const std::uint8_t>(pvStereo, 2 * Bytes, kSilence);
-    const auto oLeft = SideOrBlock<std::uint8_t>(pvLeft, Bytes, aucDropped);
-    const auto oRight = SideOrBlock<std::uint8_t>(pvRight, Bytes, aucDropped);
-    MovePairs<Bytes>(ulFrames, [=]<class T>(T, unsigned long i) {
-        T::template SplitPairs<Bytes>(oStereo.At(i), oLeft.At(i), oRight.At(i));
+    const auto oStereo = ChannelOrDummy<const std::uint8_t>(pvStereo, 2 * ByteShuffle, kSilence);
+    const auto oLeft = ChannelOrDummy<std::uint8_t>(pvLeft, ByteShuffle, aucDropped);
+    const auto oRight = ChannelOrDummy<std::uint8_t>(pvRight, ByteShuffle, aucDropped);
+    ForEachStereoStep<ByteShuffle>(ulFrames, [=]<class Simd>(Simd, unsigned long i) {
+        Simd::template DeinterleaveStereoStep<ByteShuffle>(oStereo.At(i), oLeft.At(i), oRight.At(i));
     });
 }
 
 } // namespace
-} // namespace zta::loops::ZTA_LOOP_TARGET
+} // namespace zta::loops::ZTA_LOOP_VARIANT

@@ -1,7 +1,7 @@
 /// All loops of one target, and their table.
 ///
 /// To add a loop: a row in its list in loops.h and, if it is of a new kind, its law or move in the file of its family
-/// here. To add a target: a row in ZTA_LOOP_TARGET_LIST, a file target_<name>.cpp as short as the others with
+/// here. To add a target: a row in ZTA_LOOP_VARIANT_LIST, a file target_<name>.cpp as short as the others with
 /// its options in CMakeLists.txt, and a file with its vector. Tests and benchmarks find both by the lists.
 ///
 /// Nothing that is compiled here may be shared between objects: the linker keeps one copy of an inline function of a
@@ -10,27 +10,27 @@
 #include "kernels/loops/fade-inl.h"
 #include "kernels/loops/gain_ramp-inl.h"
 #include "kernels/loops/interleave-inl.h"
-#include "kernels/loops/loops.h"
 #include "kernels/loops/interleave_stereo-inl.h"
+#include "kernels/loops/loops.h"
 
 #define ZTA_STRING_OF(name) #name
 #define ZTA_STRING(name) ZTA_STRING_OF(name)
 
 // clang-format off
-constinit const SZtaSampleLoops zta::loops::ZTA_LOOP_TARGET::g_sLoops = {
-    ZTA_STRING(ZTA_LOOP_TARGET),
-#define ZTA_LOOP_ROW(name, in, out, law) Convert<in, out, law>,
-    ZTA_CONVERSION_LIST(ZTA_LOOP_ROW)
-#undef ZTA_LOOP_ROW
-#define ZTA_LOOP_ROW(bytes) InterleavePair<bytes>, SplitPair<bytes>,
-    ZTA_PAIR_LIST(ZTA_LOOP_ROW)
-#undef ZTA_LOOP_ROW
+constinit const SZtaSampleLoops zta::loops::ZTA_LOOP_VARIANT::g_sLoops = {
+    ZTA_STRING(ZTA_LOOP_VARIANT),
+#define ZTA_LOOP_ENTRY(name, in, out, op) Convert<in, out, op>,
+    ZTA_CONVERSION_LIST(ZTA_LOOP_ENTRY)
+#undef ZTA_LOOP_ENTRY
+#define ZTA_LOOP_ENTRY(bytes) InterleaveStereo<bytes>, DeinterleaveStereo<bytes>,
+    ZTA_STEREO_LIST(ZTA_LOOP_ENTRY)
+#undef ZTA_LOOP_ENTRY
     ApplyGainRamp,
-#define ZTA_LOOP_ROW(law, bytes, gains) Fade<Vector, law>,
-    ZTA_FADE_LOOP_LIST(ZTA_LOOP_ROW)
-#undef ZTA_LOOP_ROW
-#define ZTA_LOOP_ROW(bytes) Interleave<bytes>, Split<bytes>,
-    ZTA_ELEMENT_LIST(ZTA_LOOP_ROW)
-#undef ZTA_LOOP_ROW
+#define ZTA_LOOP_ENTRY(op, bytes, gains) Fade<NativeSimd, op>,
+    ZTA_FADE_LOOP_LIST(ZTA_LOOP_ENTRY)
+#undef ZTA_LOOP_ENTRY
+#define ZTA_LOOP_ENTRY(bytes) Interleave<bytes>, Deinterleave<bytes>,
+    ZTA_ELEMENT_LIST(ZTA_LOOP_ENTRY)
+#undef ZTA_LOOP_ENTRY
 };
 // clang-format on

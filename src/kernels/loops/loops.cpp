@@ -9,17 +9,17 @@ namespace {
 // Points to constant tables only, so that nobody waits for anybody.
 constinit std::atomic<const SZtaSampleLoops*> g_psActive{nullptr};
 
-std::uint64_t FeaturesOfThisProcessor() noexcept
+std::uint64_t DetectCpuFeatures() noexcept
 {
-    return ZtaFeaturesOfProcessor(ZtaReadProcessorWords());
+    return ZtaDetectCpuFeatures(ZtaReadCpuid());
 }
 
 } // namespace
 
-const SZtaSampleLoops& ZtaChooseLoops(std::uint64_t ui64Features) noexcept
+const SZtaSampleLoops& ZtaBestLoops(std::uint64_t ui64Features) noexcept
 {
-    const SZtaLoopTarget* psTarget = std::begin(g_asLoopTargets);
-    while (!psTarget->RunsWith(ui64Features)) {
+    const SZtaLoopVariant* psTarget = std::begin(kLoopVariants);
+    while (!psTarget->IsSupported(ui64Features)) {
         ++psTarget;
     }
     return *psTarget->psLoops;
@@ -28,10 +28,10 @@ const SZtaSampleLoops& ZtaChooseLoops(std::uint64_t ui64Features) noexcept
 const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Features) noexcept
 {
     if (pszName == nullptr) {
-        return &ZtaChooseLoops(ui64Features);
+        return &ZtaBestLoops(ui64Features);
     }
-    for (const SZtaLoopTarget& rsTarget : g_asLoopTargets) {
-        if (std::strcmp(rsTarget.psLoops->pszName, pszName) == 0 && rsTarget.RunsWith(ui64Features)) {
+    for (const SZtaLoopVariant& rsTarget : kLoopVariants) {
+        if (std::strcmp(rsTarget.psLoops->pszName, pszName) == 0 && rsTarget.IsSupported(ui64Features)) {
             return rsTarget.psLoops;
         }
     }
@@ -43,7 +43,7 @@ const SZtaSampleLoops& ZtaActiveLoops() noexcept
     const SZtaSampleLoops* psLoops = g_psActive.load(std::memory_order_relaxed);
     if (psLoops == nullptr) {
         // A selection that comes in between stays.
-        const SZtaSampleLoops* psPreferred = &ZtaChooseLoops(FeaturesOfThisProcessor());
+        const SZtaSampleLoops* psPreferred = &ZtaBestLoops(DetectCpuFeatures());
         if (g_psActive.compare_exchange_strong(psLoops, psPreferred, std::memory_order_relaxed)) {
             psLoops = psPreferred;
         }
@@ -51,9 +51,9 @@ const SZtaSampleLoops& ZtaActiveLoops() noexcept
     return *psLoops;
 }
 
-bool ZtaSelectLoops(const char* pszName) noexcept
+bool ZtaSetActiveLoops(const char* pszName) noexcept
 {
-    const SZtaSampleLoops* psLoops = ZtaFindLoops(pszName, FeaturesOfThisProcessor());
+    const SZtaSampleLoops* psLoops = ZtaFindLoops(pszName, DetectCpuFeatures());
     if (psLoops == nullptr) {
         return false;
     }

@@ -8,73 +8,74 @@
 
 #include <immintrin.h>
 
-namespace zta::loops::ZTA_LOOP_TARGET {
+namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
 struct Avx2 {
     static constexpr unsigned long kLanes = 8;
-    static constexpr bool kStreams = false;
-    static constexpr bool kHasParts = false;
-    using Words = std::uint32_t __attribute__((vector_size(32)));
-    using Halves = std::uint16_t __attribute__((vector_size(32)));
-    using Floats = float __attribute__((vector_size(32)));
+    static constexpr bool kHasStreamingStores = false;
+    static constexpr bool kHasMaskedAccess = false;
+    using VecU32 = std::uint32_t __attribute__((vector_size(32)));
+    using VecU16 = std::uint16_t __attribute__((vector_size(32)));
+    using VecF32 = float __attribute__((vector_size(32)));
 
-    template <int Bytes, Stands Where = Stands::AtTop>
-    static Words Load(const std::uint8_t* puc)
+    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    static VecU32 Load(const std::uint8_t* puc)
     {
-        if constexpr (Bytes == 2 && Where == Stands::AtBottom) {
-            return reinterpret_cast<Words>(_mm256_cvtepi16_epi32(Load16(puc)));
-        } else if constexpr (Bytes == 2) {
-            return reinterpret_cast<Words>(_mm256_cvtepu16_epi32(Load16(puc))) << 16;
-        } else if constexpr (Bytes == 3) {
+        if constexpr (ByteShuffle == 2 && Alignment == BitAlignment::LsbAligned) {
+            return reinterpret_cast<VecU32>(_mm256_cvtepi16_epi32(Load128(puc)));
+        } else if constexpr (ByteShuffle == 2) {
+            return reinterpret_cast<VecU32>(_mm256_cvtepu16_epi32(Load128(puc))) << 16;
+        } else if constexpr (ByteShuffle == 3) {
             // Four samples, 12 bytes, for each half: the lower half's are its first 12, the upper half's its last 12,
             // so that exactly 24 bytes are read.
-            const __m256i vBytes = _mm256_set_m128i(Load16(puc + 8), Load16(puc));
-            return reinterpret_cast<Words>(_mm256_shuffle_epi8(
+            const __m256i vBytes = _mm256_set_m128i(Load128(puc + 8), Load128(puc));
+            return reinterpret_cast<VecU32>(_mm256_shuffle_epi8(
                 vBytes, _mm256_setr_epi8(-1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, //
                                          -1, 4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15)));
         } else {
-            return reinterpret_cast<Words>(Load32(puc));
+            return reinterpret_cast<VecU32>(Load256(puc));
         }
     }
 
     /// Consecutive vectors.
-    template <int Bytes, Stands Where = Stands::AtTop, unsigned long Count>
-    static void LoadBlock(const std::uint8_t* puc, Words (&rav)[Count])
+    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned, unsigned long Count>
+    static void LoadBlock(const std::uint8_t* puc, VecU32 (&rav)[Count])
     {
         for (unsigned long i = 0; i < Count; ++i) {
-            rav[i] = Load<Bytes, Where>(puc + i * kLanes * Bytes);
+            rav[i] = Load<ByteShuffle, Alignment>(puc + i * kLanes * ByteShuffle);
         }
     }
 
-    template <int Bytes, Stands Where = Stands::AtTop>
-    static void Store(std::uint8_t* puc, Words vWords)
+    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    static void Store(std::uint8_t* puc, VecU32 vWords)
     {
-        if constexpr (Bytes == 2) {
-            Store16(puc, _mm256_castsi256_si128(Narrow<Where>(vWords, vWords)));
-        } else if constexpr (Bytes == 3) {
+        if constexpr (ByteShuffle == 2) {
+            Store128(puc, _mm256_castsi256_si128(NarrowTo16<Alignment>(vWords, vWords)));
+        } else if constexpr (ByteShuffle == 3) {
             const __m256i vPacked = Pack24(vWords);
-            Store16(puc, _mm256_castsi256_si128(vPacked));
+            Store128(puc, _mm256_castsi256_si128(vPacked));
             _mm_storeu_si64(puc + 16, _mm256_extracti128_si256(vPacked, 1));
         } else {
-            Store32(puc, reinterpret_cast<__m256i>(vWords));
+            Store256(puc, reinterpret_cast<__m256i>(vWords));
         }
     }
 
     /// Consecutive vectors, with stores of full width where single vectors do not fill them.
-    template <int Bytes, Stands Where = Stands::AtTop, bool Streamed = false, unsigned long Count>
-    static void StoreBlock(std::uint8_t* puc, const Words (&rav)[Count])
+    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false,
+              unsigned long Count>
+    static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[Count])
     {
         static_assert(!Streamed);
-        if constexpr (Bytes == 2) {
+        if constexpr (ByteShuffle == 2) {
             static_assert(Count % 2 == 0);
             for (unsigned long i = 0; i < Count; i += 2) {
-                Store32(puc + i * 16, Narrow<Where>(rav[i], rav[i + 1]));
+                Store256(puc + i * 16, NarrowTo16<Alignment>(rav[i], rav[i + 1]));
             }
-        } else if constexpr (Bytes == 3) {
+        } else if constexpr (ByteShuffle == 3) {
             // The eight bytes too many that a full store writes are those of the next vector, which comes after.
             for (unsigned long i = 0; i + 1 < Count; ++i) {
-                Store32(puc + i * 24, Pack24(rav[i]));
+                Store256(puc + i * 24, Pack24(rav[i]));
             }
             Store<3>(puc + (Count - 1) * 24, rav[Count - 1]);
         } else {
@@ -85,143 +86,143 @@ struct Avx2 {
     }
 
     template <int First, int Second, int Third, int Fourth>
-    static Words PickBytes(Words vWords)
+    static VecU32 ShuffleBytes(VecU32 vWords)
     {
         constexpr auto kPlaces = [](int iWord) {
             const auto Byte = [iWord](int iPlace) { return iPlace < 0 ? 0x80 : iPlace + 4 * iWord; };
             return Byte(First) | Byte(Second) << 8 | Byte(Third) << 16 | Byte(Fourth) << 24;
         };
         const __m128i vPlaces = _mm_setr_epi32(kPlaces(0), kPlaces(1), kPlaces(2), kPlaces(3));
-        return reinterpret_cast<Words>(
+        return reinterpret_cast<VecU32>(
             _mm256_shuffle_epi8(reinterpret_cast<__m256i>(vWords), _mm256_broadcastsi128_si256(vPlaces)));
     }
 
-    static Floats BitsToFloats(Words vWords) { return reinterpret_cast<Floats>(vWords); }
-    static Words BitsToWords(Floats vValues) { return reinterpret_cast<Words>(vValues); }
-    static Floats Convert(Words vWords) { return _mm256_cvtepi32_ps(reinterpret_cast<__m256i>(vWords)); }
-    static Words Truncate(Floats vValues) { return reinterpret_cast<Words>(_mm256_cvttps_epi32(vValues)); }
+    static VecF32 BitCastToFloat(VecU32 vWords) { return reinterpret_cast<VecF32>(vWords); }
+    static VecU32 BitCastToUint(VecF32 vValues) { return reinterpret_cast<VecU32>(vValues); }
+    static VecF32 ConvertToFloat(VecU32 vWords) { return _mm256_cvtepi32_ps(reinterpret_cast<__m256i>(vWords)); }
+    static VecU32 TruncateToInt(VecF32 vValues) { return reinterpret_cast<VecU32>(_mm256_cvttps_epi32(vValues)); }
 
     /// The quotient is the product with the reciprocal, a geometric series. Its first two terms make one float. The
     /// third is a power of two and a matter of the exponent, to which an integer subtraction sees that leaves zero as
     /// it is; multipliers have enough to do. The error before the last rounding is less than half of the least distance
     /// that a quotient of two floats has from where the rounding turns, so it is the division's to the last bit.
     template <int Power, int Less>
-    static Floats Divide(Floats vValues)
+    static VecF32 DivideByFullScale(VecF32 vValues)
     {
-        const __m256i vExponent = _mm256_set1_epi32(kThirdTerm<Power, Less>);
+        const __m256i vExponent = _mm256_set1_epi32(kCorrectionExponent<Power, Less>);
         const __m256i vThird = _mm256_subs_epu16(reinterpret_cast<__m256i>(vValues), vExponent);
-        return _mm256_fmadd_ps(vValues, _mm256_set1_ps(kTwoTerms<Power, Less>), reinterpret_cast<__m256>(vThird));
+        return _mm256_fmadd_ps(vValues, _mm256_set1_ps(kReciprocal<Power, Less>), reinterpret_cast<__m256>(vThird));
     }
 
     template <int Power, int Less>
-    static constexpr auto kTwoTerms = static_cast<float>((1.0 + 1.0 / (std::int64_t{1} << (Power - Less))) /
-                                                         (std::int64_t{1} << Power));
+    static constexpr auto kReciprocal = static_cast<float>((1.0 + 1.0 / (std::int64_t{1} << (Power - Less))) /
+                                                           (std::int64_t{1} << Power));
     /// How many times it halves, in the place of an exponent.
     template <int Power, int Less>
-    static constexpr int kThirdTerm = (3 * Power - 2 * Less) << 23;
+    static constexpr int kCorrectionExponent = (3 * Power - 2 * Less) << 23;
 
     /// Gains of 0 to 32767, each in both halves of its word.
-    using Gains = Halves;
+    using GainVector = VecU16;
 
     /// From words that hold a gain in their lower half.
-    static Gains ToGains(const std::uint8_t* pucWords)
+    static GainVector LoadGains(const std::uint8_t* pucWords)
     {
-        return reinterpret_cast<Gains>(PickBytes<0, 1, 0, 1>(Load<4>(pucWords)));
+        return reinterpret_cast<GainVector>(ShuffleBytes<0, 1, 0, 1>(Load<4>(pucWords)));
     }
 
-    struct Limits {
-        Words vUpper;
-        Words vLower;
+    struct ClampRange {
+        VecU32 vUpper;
+        VecU32 vLower;
     };
 
-    static Limits ToLimits(const std::int32_t* plUpper, const std::int32_t* plLower)
+    static ClampRange LoadClampRange(const std::int32_t* plClampMax, const std::int32_t* plClampMin)
     {
         const auto Repeat = [](const std::int32_t* plLanes) {
-            return reinterpret_cast<Words>(
+            return reinterpret_cast<VecU32>(
                 _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(plLanes))));
         };
-        return {Repeat(plUpper) * 16 + 15, Repeat(plLower) * 16};
+        return {Repeat(plClampMax) * 16 + 15, Repeat(plClampMin) * 16};
     }
 
     /// 24-in-32 samples of scaled 24-in-32 samples, or unlimited ones. The products hold the four bits that Scalar's
     /// Scale cuts off first: a shift at the end instead of two. The upper 16 bits of low * gain, with the lowest five
     /// bits cut off, are what the lower half gives to the upper one.
-    template <bool Limited>
-    static Words Scale24(Words vWords, Gains vGains, const Limits& rsLimits)
+    template <bool Clamped>
+    static VecU32 ApplyGain24(VecU32 vWords, GainVector vGains, const ClampRange& rsLimits)
     {
         const auto vHigh =
             _mm256_madd_epi16(reinterpret_cast<__m256i>(vWords & 0xFFFF0000), reinterpret_cast<__m256i>(vGains));
         const auto vLow =
             _mm256_mulhi_epu16(reinterpret_cast<__m256i>(vWords & 0x0000FFE0), reinterpret_cast<__m256i>(vGains));
         __m256i vScaled = _mm256_add_epi32(vHigh, vLow);
-        if constexpr (Limited) {
+        if constexpr (Clamped) {
             vScaled = _mm256_max_epi32(_mm256_min_epi32(vScaled, reinterpret_cast<__m256i>(rsLimits.vUpper)),
                                        reinterpret_cast<__m256i>(rsLimits.vLower));
         }
-        return reinterpret_cast<Words>(vScaled) << 4 & 0xFFFFFF00;
+        return reinterpret_cast<VecU32>(vScaled) << 4 & 0xFFFFFF00;
     }
 
     /// Signed 16-bit halves times unsigned gains >> 15. Twice a gain is a signed multiplier and a multiple of 65536,
     /// and the upper 16 bits of the product are those with the multiplier and so many times the sample.
-    static Words Fade16(Words vSamples, Words vGains)
+    static VecU32 MulGain16(VecU32 vSamples, VecU32 vGains)
     {
         const auto vUnsigned = reinterpret_cast<__m256i>(vGains);
         const __m256i vTimes = _mm256_avg_epu16(_mm256_srli_epi16(vUnsigned, 14), _mm256_setzero_si256());
         const __m256i vProduct =
             _mm256_mulhi_epi16(reinterpret_cast<__m256i>(vSamples), _mm256_add_epi16(vUnsigned, vUnsigned));
-        return reinterpret_cast<Words>(
+        return reinterpret_cast<VecU32>(
             _mm256_add_epi16(vProduct, _mm256_mullo_epi16(reinterpret_cast<__m256i>(vSamples), vTimes)));
     }
 
     /// The upper 32 bits of signed 64-bit products.
-    static Words UpperProduct(Words vFirst, Words vSecond)
+    static VecU32 MulHigh32(VecU32 vFirst, VecU32 vSecond)
     {
         const auto v1 = reinterpret_cast<__m256i>(vFirst);
         const auto v2 = reinterpret_cast<__m256i>(vSecond);
         const __m256i vEven = _mm256_srli_epi64(_mm256_mul_epi32(v1, v2), 32);
         const __m256i vOdd = _mm256_mul_epi32(_mm256_srli_epi64(v1, 32), _mm256_srli_epi64(v2, 32));
-        return reinterpret_cast<Words>(_mm256_blend_epi32(vEven, vOdd, 0xAA));
+        return reinterpret_cast<VecU32>(_mm256_blend_epi32(vEven, vOdd, 0xAA));
     }
 
-    static Words ShiftSigned(Words vWords, int iBits)
+    static VecU32 ShiftRightArithmetic(VecU32 vWords, int iBits)
     {
-        return reinterpret_cast<Words>(_mm256_srai_epi32(reinterpret_cast<__m256i>(vWords), iBits));
+        return reinterpret_cast<VecU32>(_mm256_srai_epi32(reinterpret_cast<__m256i>(vWords), iBits));
     }
 
     /// The gains of some frames, each repeated for ulBytes bytes, a power of two, in the order of memory or the
     /// reverse.
     template <class Gain>
     class GainLoader {
-        using Places = std::conditional_t<sizeof(Gain) == 2, Halves, Words>;
+        using IndexVector = std::conditional_t<sizeof(Gain) == 2, VecU16, VecU32>;
 
     public:
         GainLoader(unsigned long ulBytes, bool bReverse)
             : m_ulGains(32UL >> __builtin_ctzl(ulBytes)), m_bReverse(bReverse)
         {
             const auto iDoublings = static_cast<Gain>(__builtin_ctzl(ulBytes / sizeof(Gain)));
-            Places vPlaces;
+            IndexVector vPlaces;
             for (unsigned i = 0; i < 32 / sizeof(Gain); ++i) {
                 vPlaces[i] = static_cast<Gain>(i);
             }
             if constexpr (sizeof(Gain) == 4) {
-                m_vGains = reinterpret_cast<Words>(vPlaces < static_cast<Gain>(m_ulGains));
+                m_vGains = reinterpret_cast<VecU32>(vPlaces < static_cast<Gain>(m_ulGains));
             }
             vPlaces >>= iDoublings;
-            m_vPlaces = bReverse ? static_cast<Gain>(m_ulGains - 1) - vPlaces : vPlaces;
+            m_vIndices = bReverse ? static_cast<Gain>(m_ulGains - 1) - vPlaces : vPlaces;
             if constexpr (sizeof(Gain) == 2) {
-                m_vPlaces = (m_vPlaces & 7) * 0x0202 + 0x0100; // of both bytes, in the half that holds the gain
+                m_vIndices = (m_vIndices & 7) * 0x0202 + 0x0100; // of both bytes, in the half that holds the gain
             }
         }
 
-        Words Load(const Gain* pGains) const
+        VecU32 Load(const Gain* pGains) const
         {
-            const auto vPlaces = reinterpret_cast<__m256i>(m_vPlaces);
+            const auto vPlaces = reinterpret_cast<__m256i>(m_vIndices);
             if constexpr (sizeof(Gain) == 2) {
-                return reinterpret_cast<Words>(_mm256_shuffle_epi8(LoadHalves(pGains), vPlaces));
+                return reinterpret_cast<VecU32>(_mm256_shuffle_epi8(LoadHalves(pGains), vPlaces));
             } else {
                 const __m256i vGains =
                     _mm256_maskload_epi32(reinterpret_cast<const int*>(pGains), reinterpret_cast<__m256i>(m_vGains));
-                return reinterpret_cast<Words>(_mm256_permutevar8x32_epi32(vGains, vPlaces));
+                return reinterpret_cast<VecU32>(_mm256_permutevar8x32_epi32(vGains, vPlaces));
             }
         }
 
@@ -230,14 +231,14 @@ struct Avx2 {
         __m256i LoadHalves(const Gain* pGains) const
         {
             if (m_ulGains == 16) {
-                const __m256i vGains = Load32(reinterpret_cast<const std::uint8_t*>(pGains));
+                const __m256i vGains = Load256(reinterpret_cast<const std::uint8_t*>(pGains));
                 return m_bReverse ? _mm256_permute4x64_epi64(vGains, 0b01001110) : vGains;
             }
-            return _mm256_broadcastsi128_si256(LoadFewGains(pGains));
+            return _mm256_broadcastsi128_si256(LoadUpTo8Gains(pGains));
         }
 
         /// With no byte more than theirs.
-        __m128i LoadFewGains(const Gain* pGains) const
+        __m128i LoadUpTo8Gains(const Gain* pGains) const
         {
             switch (m_ulGains) {
             case 8:
@@ -253,75 +254,78 @@ struct Avx2 {
 
         unsigned long m_ulGains;
         bool m_bReverse;
-        Places m_vPlaces;
-        Words m_vGains = {}; ///< all ones for each that is read
+        IndexVector m_vIndices;
+        VecU32 m_vGains = {}; ///< all ones for each that is read
     };
 
-    template <int Bytes>
-    static constexpr unsigned long kPairFrames = Bytes == 2 ? 16 : 8;
+    template <int ByteShuffle>
+    static constexpr unsigned long kStereoStepFrames = ByteShuffle == 2 ? 16 : 8;
 
-    template <int Bytes>
-    static void InterleavePairs(const std::uint8_t* pucLeft, const std::uint8_t* pucRight, std::uint8_t* pucStereo)
+    template <int ByteShuffle>
+    static void InterleaveStereoStep(const std::uint8_t* pucLeft, const std::uint8_t* pucRight, std::uint8_t* pucStereo)
     {
-        if constexpr (Bytes == 2) {
-            const __m256i vLeft = Load32(pucLeft);
-            const __m256i vRight = Load32(pucRight);
+        if constexpr (ByteShuffle == 2) {
+            const __m256i vLeft = Load256(pucLeft);
+            const __m256i vRight = Load256(pucRight);
             const __m256i vFirst = _mm256_unpacklo_epi16(vLeft, vRight);
             const __m256i vSecond = _mm256_unpackhi_epi16(vLeft, vRight);
-            Store32(pucStereo, _mm256_permute2x128_si256(vFirst, vSecond, 0x20));
-            Store32(pucStereo + 32, _mm256_permute2x128_si256(vFirst, vSecond, 0x31));
+            Store256(pucStereo, _mm256_permute2x128_si256(vFirst, vSecond, 0x20));
+            Store256(pucStereo + 32, _mm256_permute2x128_si256(vFirst, vSecond, 0x31));
         } else {
-            const __m256i vLeft = reinterpret_cast<__m256i>(Load<Bytes>(pucLeft));
-            const __m256i vRight = reinterpret_cast<__m256i>(Load<Bytes>(pucRight));
+            const __m256i vLeft = reinterpret_cast<__m256i>(Load<ByteShuffle>(pucLeft));
+            const __m256i vRight = reinterpret_cast<__m256i>(Load<ByteShuffle>(pucRight));
             const __m256i vFirst = _mm256_unpacklo_epi32(vLeft, vRight);
             const __m256i vSecond = _mm256_unpackhi_epi32(vLeft, vRight);
-            const Words avStereo[] = {reinterpret_cast<Words>(_mm256_permute2x128_si256(vFirst, vSecond, 0x20)),
-                                      reinterpret_cast<Words>(_mm256_permute2x128_si256(vFirst, vSecond, 0x31))};
-            StoreBlock<Bytes>(pucStereo, avStereo);
+            const VecU32 avStereo[] = {reinterpret_cast<VecU32>(_mm256_permute2x128_si256(vFirst, vSecond, 0x20)),
+                                       reinterpret_cast<VecU32>(_mm256_permute2x128_si256(vFirst, vSecond, 0x31))};
+            StoreBlock<ByteShuffle>(pucStereo, avStereo);
         }
     }
 
-    template <int Bytes>
-    static void SplitPairs(const std::uint8_t* pucStereo, std::uint8_t* pucLeft, std::uint8_t* pucRight)
+    template <int ByteShuffle>
+    static void DeinterleaveStereoStep(const std::uint8_t* pucStereo, std::uint8_t* pucLeft, std::uint8_t* pucRight)
     {
-        if constexpr (Bytes == 2) {
-            const Words vFirst = Load<4>(pucStereo); // of whole frames
-            const Words vSecond = Load<4>(pucStereo + 32);
-            Store32(pucLeft, Narrow<Stands::AtBottom>(vFirst, vSecond));
-            Store32(pucRight, Narrow<Stands::AtTop>(vFirst, vSecond));
+        if constexpr (ByteShuffle == 2) {
+            const VecU32 vFirst = Load<4>(pucStereo); // of whole frames
+            const VecU32 vSecond = Load<4>(pucStereo + 32);
+            Store256(pucLeft, NarrowTo16<BitAlignment::LsbAligned>(vFirst, vSecond));
+            Store256(pucRight, NarrowTo16<BitAlignment::MsbAligned>(vFirst, vSecond));
         } else {
-            const auto vFirst = reinterpret_cast<__m256>(Load<Bytes>(pucStereo));
-            const auto vSecond = reinterpret_cast<__m256>(Load<Bytes>(pucStereo + 8UL * Bytes));
-            Store<Bytes>(pucLeft, InOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b10001000)));
-            Store<Bytes>(pucRight, InOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b11011101)));
+            const auto vFirst = reinterpret_cast<__m256>(Load<ByteShuffle>(pucStereo));
+            const auto vSecond = reinterpret_cast<__m256>(Load<ByteShuffle>(pucStereo + 8UL * ByteShuffle));
+            Store<ByteShuffle>(pucLeft, RestoreLaneOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b10001000)));
+            Store<ByteShuffle>(pucRight, RestoreLaneOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b11011101)));
         }
     }
 
 private:
-    static __m128i Load16(const std::uint8_t* puc) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(puc)); }
-    static __m256i Load32(const std::uint8_t* puc) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc)); }
-    static void Store16(std::uint8_t* puc, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(puc), v); }
-    static void Store32(std::uint8_t* puc, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), v); }
+    static __m128i Load128(const std::uint8_t* puc) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(puc)); }
+    static __m256i Load256(const std::uint8_t* puc)
+    {
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc));
+    }
+    static void Store128(std::uint8_t* puc, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(puc), v); }
+    static void Store256(std::uint8_t* puc, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), v); }
 
     /// The halves with the samples, those of the first vector first.
-    template <Stands Where>
-    static __m256i Narrow(Words vFirst, Words vSecond)
+    template <BitAlignment Alignment>
+    static __m256i NarrowTo16(VecU32 vFirst, VecU32 vSecond)
     {
-        const auto Lower = [](Words v) {
-            return reinterpret_cast<__m256i>(Where == Stands::AtTop ? v >> 16 : v & 0xFFFF);
+        const auto Lower = [](VecU32 v) {
+            return reinterpret_cast<__m256i>(Alignment == BitAlignment::MsbAligned ? v >> 16 : v & 0xFFFF);
         };
         const __m256i vHalves = _mm256_packus_epi32(Lower(vFirst), Lower(vSecond));
         return _mm256_permute4x64_epi64(vHalves, 0b11011000);
     }
 
     /// Pairs of words, in order again after an operation on the halves of two vectors.
-    static Words InOrder(__m256 vPairs)
+    static VecU32 RestoreLaneOrder(__m256 vPairs)
     {
-        return reinterpret_cast<Words>(_mm256_permute4x64_epi64(reinterpret_cast<__m256i>(vPairs), 0b11011000));
+        return reinterpret_cast<VecU32>(_mm256_permute4x64_epi64(reinterpret_cast<__m256i>(vPairs), 0b11011000));
     }
 
     /// The upper three bytes of the words as 24 bytes in a row.
-    static __m256i Pack24(Words vWords)
+    static __m256i Pack24(VecU32 vWords)
     {
         const __m256i vHalves =
             _mm256_shuffle_epi8(reinterpret_cast<__m256i>(vWords),
@@ -332,4 +336,4 @@ private:
 };
 
 } // namespace
-} // namespace zta::loops::ZTA_LOOP_TARGET
+} // namespace zta::loops::ZTA_LOOP_VARIANT

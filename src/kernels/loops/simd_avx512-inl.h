@@ -9,288 +9,289 @@
 
 #include <immintrin.h>
 
-namespace zta::loops::ZTA_LOOP_TARGET {
+namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
 struct Avx512 {
     static constexpr unsigned long kLanes = 16;
-    using Words = std::uint32_t __attribute__((vector_size(64)));
-    using Halves = std::uint16_t __attribute__((vector_size(64)));
-    using Floats = float __attribute__((vector_size(64)));
+    using VecU32 = std::uint32_t __attribute__((vector_size(64)));
+    using VecU16 = std::uint16_t __attribute__((vector_size(64)));
+    using VecF32 = float __attribute__((vector_size(64)));
 
-    template <int Bytes, Stands Where = Stands::AtTop>
-    static Words Load(const std::uint8_t* puc)
+    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    static VecU32 Load(const std::uint8_t* puc)
     {
-        if constexpr (Bytes == 2 && Where == Stands::AtBottom) {
+        if constexpr (ByteShuffle == 2 && Alignment == BitAlignment::LsbAligned) {
             const __m256i vSamples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc));
-            return reinterpret_cast<Words>(_mm512_cvtepi16_epi32(vSamples));
-        } else if constexpr (Bytes == 2) {
+            return reinterpret_cast<VecU32>(_mm512_cvtepi16_epi32(vSamples));
+        } else if constexpr (ByteShuffle == 2) {
             const __m256i vSamples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc));
-            return reinterpret_cast<Words>(_mm512_cvtepu16_epi32(vSamples)) << 16;
-        } else if constexpr (Bytes == 3) {
-            return Spread24<0>(_mm512_maskz_loadu_epi32(kPackedParts, puc));
+            return reinterpret_cast<VecU32>(_mm512_cvtepu16_epi32(vSamples)) << 16;
+        } else if constexpr (ByteShuffle == 3) {
+            return Unpack24<0>(_mm512_maskz_loadu_epi32(kPacked24Mask, puc));
         } else {
-            return reinterpret_cast<Words>(_mm512_loadu_si512(puc));
+            return reinterpret_cast<VecU32>(_mm512_loadu_si512(puc));
         }
     }
 
     /// Four vectors in a row, with loads of full width where it pays.
-    template <int Bytes, Stands Where = Stands::AtTop>
-    static void LoadBlock(const std::uint8_t* puc, Words (&rav)[4])
+    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    static void LoadBlock(const std::uint8_t* puc, VecU32 (&rav)[4])
     {
-        if constexpr (Bytes == 2 && Where == Stands::AtTop) {
+        if constexpr (ByteShuffle == 2 && Alignment == BitAlignment::MsbAligned) {
             for (unsigned long i = 0; i < 4; i += 2) {
                 const __m512i vSamples = _mm512_loadu_si512(puc + i * 32);
                 rav[i] = UpperHalves<0>(vSamples);
                 rav[i + 1] = UpperHalves<16>(vSamples);
             }
-        } else if constexpr (Bytes == 3) {
+        } else if constexpr (ByteShuffle == 3) {
             // Each vector's samples stand in a line from some byte on, or in two and go round the end of the first.
             const __m512i vFirst = _mm512_loadu_si512(puc);
             const __m512i vSecond = _mm512_loadu_si512(puc + 64);
             const __m512i vThird = _mm512_loadu_si512(puc + 128);
-            rav[0] = Spread24<0>(vFirst);
-            rav[1] = Spread24<48>(_mm512_mask_blend_epi64(0b11000000, vSecond, vFirst));
-            rav[2] = Spread24<32>(_mm512_mask_blend_epi64(0b11110000, vThird, vSecond));
-            rav[3] = Spread24<16>(vThird);
+            rav[0] = Unpack24<0>(vFirst);
+            rav[1] = Unpack24<48>(_mm512_mask_blend_epi64(0b11000000, vSecond, vFirst));
+            rav[2] = Unpack24<32>(_mm512_mask_blend_epi64(0b11110000, vThird, vSecond));
+            rav[3] = Unpack24<16>(vThird);
         } else {
             for (unsigned long i = 0; i < 4; ++i) {
-                rav[i] = Load<Bytes, Where>(puc + i * 16 * Bytes);
+                rav[i] = Load<ByteShuffle, Alignment>(puc + i * 16 * ByteShuffle);
             }
         }
     }
 
-    template <int Bytes, Stands Where = Stands::AtTop>
-    static void Store(std::uint8_t* puc, Words vWords)
+    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    static void Store(std::uint8_t* puc, VecU32 vWords)
     {
-        if constexpr (Bytes == 2) {
-            const Words vLower = Where == Stands::AtTop ? vWords >> 16 : vWords;
+        if constexpr (ByteShuffle == 2) {
+            const VecU32 vLower = Alignment == BitAlignment::MsbAligned ? vWords >> 16 : vWords;
             const __m256i vSamples = _mm512_cvtepi32_epi16(reinterpret_cast<__m512i>(vLower));
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), vSamples);
-        } else if constexpr (Bytes == 3) {
-            _mm512_mask_storeu_epi32(puc, kPackedParts, Pack24<0>(vWords));
+        } else if constexpr (ByteShuffle == 3) {
+            _mm512_mask_storeu_epi32(puc, kPacked24Mask, Pack24<0>(vWords));
         } else {
             _mm512_storeu_si512(puc, reinterpret_cast<__m512i>(vWords));
         }
     }
 
     /// Stores that go past the caches to memory do so by whole lines.
-    static constexpr bool kStreams = true;
+    static constexpr bool kHasStreamingStores = true;
 
     /// After the last of them, so that stores keep their order for others.
-    static void EndStreaming() { _mm_sfence(); }
+    static void FenceStreamingStores() { _mm_sfence(); }
 
     /// Four vectors in a row, with stores of full width; Streamed ones need an address at the beginning of a line.
-    template <int Bytes, Stands Where = Stands::AtTop, bool Streamed = false>
-    static void StoreBlock(std::uint8_t* puc, const Words (&rav)[4])
+    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false>
+    static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[4])
     {
-        if constexpr (Bytes == 2) {
-            StoreLine<Streamed>(puc, Narrow<Where>(rav[0], rav[1]));
-            StoreLine<Streamed>(puc + 64, Narrow<Where>(rav[2], rav[3]));
-        } else if constexpr (Bytes == 3) {
+        if constexpr (ByteShuffle == 2) {
+            StoreCacheLine<Streamed>(puc, NarrowTo16<Alignment>(rav[0], rav[1]));
+            StoreCacheLine<Streamed>(puc + 64, NarrowTo16<Alignment>(rav[2], rav[3]));
+        } else if constexpr (ByteShuffle == 3) {
             const __m512i vSecond = Pack24<48>(rav[1]);
             const __m512i vThird = Pack24<32>(rav[2]);
-            StoreLine<Streamed>(puc, _mm512_mask_blend_epi64(0b11000000, Pack24<0>(rav[0]), vSecond));
-            StoreLine<Streamed>(puc + 64, _mm512_mask_blend_epi64(0b11110000, vSecond, vThird));
-            StoreLine<Streamed>(puc + 128, _mm512_mask_blend_epi64(0b11111100, vThird, Pack24<16>(rav[3])));
+            StoreCacheLine<Streamed>(puc, _mm512_mask_blend_epi64(0b11000000, Pack24<0>(rav[0]), vSecond));
+            StoreCacheLine<Streamed>(puc + 64, _mm512_mask_blend_epi64(0b11110000, vSecond, vThird));
+            StoreCacheLine<Streamed>(puc + 128, _mm512_mask_blend_epi64(0b11111100, vThird, Pack24<16>(rav[3])));
         } else {
             for (unsigned long i = 0; i < 4; ++i) {
-                StoreLine<Streamed>(puc + i * 64, reinterpret_cast<__m512i>(rav[i]));
+                StoreCacheLine<Streamed>(puc + i * 64, reinterpret_cast<__m512i>(rav[i]));
             }
         }
     }
 
     /// Less bytes than a vector, and no others are touched.
-    static constexpr bool kHasParts = true;
+    static constexpr bool kHasMaskedAccess = true;
 
-    static Words LoadPart(const std::uint8_t* puc, unsigned long ulBytes)
+    static VecU32 LoadPartial(const std::uint8_t* puc, unsigned long ulBytes)
     {
-        return reinterpret_cast<Words>(_mm512_maskz_loadu_epi8((std::uint64_t{1} << ulBytes) - 1, puc));
+        return reinterpret_cast<VecU32>(_mm512_maskz_loadu_epi8((std::uint64_t{1} << ulBytes) - 1, puc));
     }
 
-    static void StorePart(std::uint8_t* puc, unsigned long ulBytes, Words vWords)
+    static void StorePartial(std::uint8_t* puc, unsigned long ulBytes, VecU32 vWords)
     {
         _mm512_mask_storeu_epi8(puc, (std::uint64_t{1} << ulBytes) - 1, reinterpret_cast<__m512i>(vWords));
     }
 
     template <int First, int Second, int Third, int Fourth>
-    static Words PickBytes(Words vWords)
+    static VecU32 ShuffleBytes(VecU32 vWords)
     {
         constexpr auto kPlaces = [](int iWord) {
             const auto Byte = [iWord](int iPlace) { return iPlace < 0 ? 0x80 : iPlace + 4 * iWord; };
             return Byte(First) | Byte(Second) << 8 | Byte(Third) << 16 | Byte(Fourth) << 24;
         };
         const __m128i vPlaces = _mm_setr_epi32(kPlaces(0), kPlaces(1), kPlaces(2), kPlaces(3));
-        return reinterpret_cast<Words>(
+        return reinterpret_cast<VecU32>(
             _mm512_shuffle_epi8(reinterpret_cast<__m512i>(vWords), _mm512_broadcast_i32x4(vPlaces)));
     }
 
-    static Floats BitsToFloats(Words vWords) { return reinterpret_cast<Floats>(vWords); }
-    static Words BitsToWords(Floats vValues) { return reinterpret_cast<Words>(vValues); }
-    static Floats Convert(Words vWords) { return _mm512_cvtepi32_ps(reinterpret_cast<__m512i>(vWords)); }
-    static Words Truncate(Floats vValues) { return reinterpret_cast<Words>(_mm512_cvttps_epi32(vValues)); }
+    static VecF32 BitCastToFloat(VecU32 vWords) { return reinterpret_cast<VecF32>(vWords); }
+    static VecU32 BitCastToUint(VecF32 vValues) { return reinterpret_cast<VecU32>(vValues); }
+    static VecF32 ConvertToFloat(VecU32 vWords) { return _mm512_cvtepi32_ps(reinterpret_cast<__m512i>(vWords)); }
+    static VecU32 TruncateToInt(VecF32 vValues) { return reinterpret_cast<VecU32>(_mm512_cvttps_epi32(vValues)); }
 
     /// As Avx2 does.
     template <int Power, int Less>
-    static Floats Divide(Floats vValues)
+    static VecF32 DivideByFullScale(VecF32 vValues)
     {
-        const __m512i vExponent = _mm512_set1_epi32(Avx2::kThirdTerm<Power, Less>);
+        const __m512i vExponent = _mm512_set1_epi32(Avx2::kCorrectionExponent<Power, Less>);
         const __m512i vThird = _mm512_subs_epu16(reinterpret_cast<__m512i>(vValues), vExponent);
-        return _mm512_fmadd_ps(vValues, _mm512_set1_ps(Avx2::kTwoTerms<Power, Less>), reinterpret_cast<__m512>(vThird));
+        return _mm512_fmadd_ps(vValues, _mm512_set1_ps(Avx2::kReciprocal<Power, Less>),
+                               reinterpret_cast<__m512>(vThird));
     }
 
     /// Gains of 0 to 32767, each in both halves of its word.
-    using Gains = Halves;
+    using GainVector = VecU16;
 
     /// From words that hold a gain in their lower half.
-    static Gains ToGains(const std::uint8_t* pucWords)
+    static GainVector LoadGains(const std::uint8_t* pucWords)
     {
-        return reinterpret_cast<Gains>(PickBytes<0, 1, 0, 1>(Load<4>(pucWords)));
+        return reinterpret_cast<GainVector>(ShuffleBytes<0, 1, 0, 1>(Load<4>(pucWords)));
     }
 
-    struct Limits {
-        Words vUpper;
-        Words vLower;
+    struct ClampRange {
+        VecU32 vUpper;
+        VecU32 vLower;
     };
 
-    static Limits ToLimits(const std::int32_t* plUpper, const std::int32_t* plLower)
+    static ClampRange LoadClampRange(const std::int32_t* plClampMax, const std::int32_t* plClampMin)
     {
         const auto Repeat = [](const std::int32_t* plLanes) {
-            return reinterpret_cast<Words>(
+            return reinterpret_cast<VecU32>(
                 _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(plLanes))));
         };
-        return {Repeat(plUpper) * 16 + 15, Repeat(plLower) * 16};
+        return {Repeat(plClampMax) * 16 + 15, Repeat(plClampMin) * 16};
     }
 
     /// As Avx2 does.
-    template <bool Limited>
-    static Words Scale24(Words vWords, Gains vGains, const Limits& rsLimits)
+    template <bool Clamped>
+    static VecU32 ApplyGain24(VecU32 vWords, GainVector vGains, const ClampRange& rsLimits)
     {
         const auto vHigh =
             _mm512_madd_epi16(reinterpret_cast<__m512i>(vWords & 0xFFFF0000), reinterpret_cast<__m512i>(vGains));
         const auto vLow =
             _mm512_mulhi_epu16(reinterpret_cast<__m512i>(vWords & 0x0000FFE0), reinterpret_cast<__m512i>(vGains));
         __m512i vScaled = _mm512_add_epi32(vHigh, vLow);
-        if constexpr (Limited) {
+        if constexpr (Clamped) {
             vScaled = _mm512_max_epi32(_mm512_min_epi32(vScaled, reinterpret_cast<__m512i>(rsLimits.vUpper)),
                                        reinterpret_cast<__m512i>(rsLimits.vLower));
         }
-        return reinterpret_cast<Words>(vScaled) << 4 & 0xFFFFFF00;
+        return reinterpret_cast<VecU32>(vScaled) << 4 & 0xFFFFFF00;
     }
 
     /// Signed 16-bit halves times unsigned gains >> 15. Twice a gain is a signed multiplier and a multiple of 65536,
     /// and the upper 16 bits of the product are those with the multiplier and so many times the sample.
-    static Words Fade16(Words vSamples, Words vGains)
+    static VecU32 MulGain16(VecU32 vSamples, VecU32 vGains)
     {
         const auto vUnsigned = reinterpret_cast<__m512i>(vGains);
         const __m512i vTimes = _mm512_avg_epu16(_mm512_srli_epi16(vUnsigned, 14), _mm512_setzero_si512());
         const __m512i vProduct =
             _mm512_mulhi_epi16(reinterpret_cast<__m512i>(vSamples), _mm512_add_epi16(vUnsigned, vUnsigned));
-        return reinterpret_cast<Words>(
+        return reinterpret_cast<VecU32>(
             _mm512_add_epi16(vProduct, _mm512_mullo_epi16(reinterpret_cast<__m512i>(vSamples), vTimes)));
     }
 
     /// The upper 32 bits of signed 64-bit products.
-    static Words UpperProduct(Words vFirst, Words vSecond)
+    static VecU32 MulHigh32(VecU32 vFirst, VecU32 vSecond)
     {
         const auto v1 = reinterpret_cast<__m512i>(vFirst);
         const auto v2 = reinterpret_cast<__m512i>(vSecond);
         const __m512i vEven = _mm512_srli_epi64(_mm512_mul_epi32(v1, v2), 32);
         const __m512i vOdd = _mm512_mul_epi32(_mm512_srli_epi64(v1, 32), _mm512_srli_epi64(v2, 32));
-        return reinterpret_cast<Words>(_mm512_mask_blend_epi32(0xAAAA, vEven, vOdd));
+        return reinterpret_cast<VecU32>(_mm512_mask_blend_epi32(0xAAAA, vEven, vOdd));
     }
 
-    static Words ShiftSigned(Words vWords, unsigned iBits)
+    static VecU32 ShiftRightArithmetic(VecU32 vWords, unsigned iBits)
     {
-        return reinterpret_cast<Words>(_mm512_srai_epi32(reinterpret_cast<__m512i>(vWords), iBits));
+        return reinterpret_cast<VecU32>(_mm512_srai_epi32(reinterpret_cast<__m512i>(vWords), iBits));
     }
 
     /// The gains of some frames, each repeated for ulBytes bytes, a power of two, in the order of memory or the
     /// reverse.
     template <class Gain>
     class GainLoader {
-        using Places = std::conditional_t<sizeof(Gain) == 2, Halves, Words>;
+        using IndexVector = std::conditional_t<sizeof(Gain) == 2, VecU16, VecU32>;
 
     public:
         GainLoader(unsigned long ulBytes, bool bReverse)
             : m_ulLast((64UL >> __builtin_ctzl(ulBytes)) - 1), m_ulGains((std::uint64_t{2} << m_ulLast) - 1),
               m_bReverse(bReverse)
         {
-            Places vPlaces;
+            IndexVector vPlaces;
             for (unsigned i = 0; i < 64 / sizeof(Gain); ++i) {
                 vPlaces[i] = static_cast<Gain>(i);
             }
             vPlaces >>= static_cast<Gain>(__builtin_ctzl(ulBytes / sizeof(Gain)));
-            m_vPlaces = bReverse ? static_cast<Gain>(m_ulLast) - vPlaces : vPlaces;
+            m_vIndices = bReverse ? static_cast<Gain>(m_ulLast) - vPlaces : vPlaces;
         }
 
-        Words Load(const Gain* pGains) const { return Load(pGains, m_ulGains); }
+        VecU32 Load(const Gain* pGains) const { return Load(pGains, m_ulGains); }
 
         /// For the first frames of those that Load loads for. Reads no gain of the others.
-        Words LoadFirst(const Gain* pGains, unsigned long ulFrames) const
+        VecU32 LoadPartialGains(const Gain* pGains, unsigned long ulFrames) const
         {
             return Load(pGains, m_bReverse ? m_ulGains & m_ulGains << (m_ulLast + 1 - ulFrames)
                                            : m_ulGains >> (m_ulLast + 1 - ulFrames));
         }
 
     private:
-        Words Load(const Gain* pGains, std::uint64_t ulMask) const
+        VecU32 Load(const Gain* pGains, std::uint64_t ulMask) const
         {
-            const auto vPlaces = reinterpret_cast<__m512i>(m_vPlaces);
+            const auto vPlaces = reinterpret_cast<__m512i>(m_vIndices);
             if constexpr (sizeof(Gain) == 2) {
                 const __m512i vGains = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(ulMask), pGains);
-                return reinterpret_cast<Words>(_mm512_permutexvar_epi16(vPlaces, vGains));
+                return reinterpret_cast<VecU32>(_mm512_permutexvar_epi16(vPlaces, vGains));
             } else {
                 const __m512i vGains = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(ulMask), pGains);
-                return reinterpret_cast<Words>(_mm512_permutexvar_epi32(vPlaces, vGains));
+                return reinterpret_cast<VecU32>(_mm512_permutexvar_epi32(vPlaces, vGains));
             }
         }
 
         unsigned long m_ulLast;  ///< the last gain's place
         std::uint64_t m_ulGains; ///< a bit for each
         bool m_bReverse;
-        Places m_vPlaces;
+        IndexVector m_vIndices;
     };
 
-    template <int Bytes>
-    static constexpr unsigned long kPairFrames = Avx2::kPairFrames<Bytes>;
+    template <int ByteShuffle>
+    static constexpr unsigned long kStereoStepFrames = Avx2::kStereoStepFrames<ByteShuffle>;
 
-    template <int Bytes>
-    static void InterleavePairs(const std::uint8_t* pucLeft, const std::uint8_t* pucRight, std::uint8_t* pucStereo)
+    template <int ByteShuffle>
+    static void InterleaveStereoStep(const std::uint8_t* pucLeft, const std::uint8_t* pucRight, std::uint8_t* pucStereo)
     {
-        Avx2::InterleavePairs<Bytes>(pucLeft, pucRight, pucStereo);
+        Avx2::InterleaveStereoStep<ByteShuffle>(pucLeft, pucRight, pucStereo);
     }
 
-    template <int Bytes>
-    static void SplitPairs(const std::uint8_t* pucStereo, std::uint8_t* pucLeft, std::uint8_t* pucRight)
+    template <int ByteShuffle>
+    static void DeinterleaveStereoStep(const std::uint8_t* pucStereo, std::uint8_t* pucLeft, std::uint8_t* pucRight)
     {
-        Avx2::SplitPairs<Bytes>(pucStereo, pucLeft, pucRight);
+        Avx2::DeinterleaveStereoStep<ByteShuffle>(pucStereo, pucLeft, pucRight);
     }
 
 private:
     template <bool Streamed>
-    static void StoreLine(std::uint8_t* puc, __m512i vLine)
+    static void StoreCacheLine(std::uint8_t* puc, __m512i vLine)
     {
         Streamed ? _mm512_stream_si512(reinterpret_cast<__m512i*>(puc), vLine) : _mm512_storeu_si512(puc, vLine);
     }
 
-    static constexpr __mmask16 kPackedParts = 0x0FFF; ///< the 48 bytes of sixteen packed samples
+    static constexpr __mmask16 kPacked24Mask = 0x0FFF; ///< the 48 bytes of sixteen packed samples
 
     /// The halves with the samples, those of the first vector first. Upper halves are mostly those of words that come
     /// straight from memory: permutations of one vector take them there, and a choice between two results is cheap.
-    template <Stands Where>
-    static __m512i Narrow(Words vFirst, Words vSecond)
+    template <BitAlignment Alignment>
+    static __m512i NarrowTo16(VecU32 vFirst, VecU32 vSecond)
     {
         const auto v1 = reinterpret_cast<__m512i>(vFirst);
         const auto v2 = reinterpret_cast<__m512i>(vSecond);
-        if constexpr (Where == Stands::AtTop) {
-            constexpr Halves kUpper = {1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31,
+        if constexpr (Alignment == BitAlignment::MsbAligned) {
+            constexpr VecU16 kUpper = {1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31,
                                        1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31};
             const auto vPlaces = reinterpret_cast<__m512i>(kUpper);
             return _mm512_mask_blend_epi64(0b11110000, _mm512_permutexvar_epi16(vPlaces, v1),
                                            _mm512_permutexvar_epi16(vPlaces, v2));
         } else {
-            constexpr Halves kLower = {0,  2,  4,  6,  8,  10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30,
+            constexpr VecU16 kLower = {0,  2,  4,  6,  8,  10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30,
                                        32, 34, 36, 38, 40, 42, 44, 46, 48, 50, 52, 54, 56, 58, 60, 62};
             return _mm512_permutex2var_epi16(v1, reinterpret_cast<__m512i>(kLower), v2);
         }
@@ -298,20 +299,20 @@ private:
 
     /// Sixteen of the 16-bit samples, each in the upper half of its word.
     template <std::uint16_t First>
-    static Words UpperHalves(__m512i vSamples)
+    static VecU32 UpperHalves(__m512i vSamples)
     {
-        constexpr Halves kPlaces = Halves{0, 0, 0, 1, 0, 2,  0, 3,  0, 4,  0, 5,  0, 6,  0, 7,
+        constexpr VecU16 kPlaces = VecU16{0, 0, 0, 1, 0, 2,  0, 3,  0, 4,  0, 5,  0, 6,  0, 7,
                                           0, 8, 0, 9, 0, 10, 0, 11, 0, 12, 0, 13, 0, 14, 0, 15} +
                                    First;
-        return reinterpret_cast<Words>(
+        return reinterpret_cast<VecU32>(
             _mm512_maskz_permutexvar_epi16(0xAAAAAAAA, reinterpret_cast<__m512i>(kPlaces), vSamples));
     }
 
     /// For each byte of a register the one that goes there.
-    struct alignas(64) Places {
+    struct alignas(64) IndexVector {
         std::uint8_t auc[64];
 
-        explicit constexpr Places(int (*pfnPlace)(int iByte)) : auc()
+        explicit constexpr IndexVector(int (*pfnPlace)(int iByte)) : auc()
         {
             for (int i = 0; i < 64; ++i) {
                 auc[i] = static_cast<std::uint8_t>(pfnPlace(i));
@@ -322,22 +323,22 @@ private:
     /// Sixteen packed samples, from the given byte of the register on and around its end, in the upper three bytes of
     /// their words.
     template <int First>
-    static Words Spread24(__m512i vPacked)
+    static VecU32 Unpack24(__m512i vPacked)
     {
-        static constexpr Places kPlaces([](int i) { return (First + i / 4 * 3 + (i + 3) % 4) % 64; });
-        return reinterpret_cast<Words>(
+        static constexpr IndexVector kPlaces([](int i) { return (First + i / 4 * 3 + (i + 3) % 4) % 64; });
+        return reinterpret_cast<VecU32>(
             _mm512_maskz_permutexvar_epi8(0xEEEEEEEEEEEEEEEE, _mm512_load_si512(kPlaces.auc), vPacked));
     }
 
     /// The inverse; of the 16 bytes that are left nothing is said.
     template <int First>
-    static __m512i Pack24(Words vWords)
+    static __m512i Pack24(VecU32 vWords)
     {
-        static constexpr Places kPlaces(
+        static constexpr IndexVector kPlaces(
             [](int i) { return (i + 64 - First) % 64 / 3 * 4 % 64 + (i + 64 - First) % 64 % 3 + 1; });
         return _mm512_permutexvar_epi8(_mm512_load_si512(kPlaces.auc), reinterpret_cast<__m512i>(vWords));
     }
 };
 
 } // namespace
-} // namespace zta::loops::ZTA_LOOP_TARGET
+} // namespace zta::loops::ZTA_LOOP_VARIANT

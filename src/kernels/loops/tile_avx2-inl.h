@@ -7,94 +7,95 @@
 
 #include <immintrin.h>
 
-namespace zta::loops::ZTA_LOOP_TARGET {
+namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
 /// Elements of 3 and 6 bytes are spread to slots of 4 and 8; their halves are moved as 16 bytes all the same, of which
 /// the last 4 are not theirs.
-template <int Bytes>
-struct RowsAvx2 {
-    static constexpr int kSlot = Bytes % 3 == 0 ? Bytes / 3 * 4 : Bytes;
-    static constexpr unsigned long kRun = 16 / kSlot; ///< elements of a half
-    static constexpr int kBytes = Bytes;
-    static constexpr bool kStoresMask = false;
-    static constexpr bool kHasEdge = false;    ///< of what is no tile
-    static constexpr bool kBeatsPairs = false; ///< the steps of two streams in stereo.inc
-    static constexpr unsigned long kHalves = 1;
-    static constexpr unsigned long kFrames = 2 * kRun;
-    static constexpr unsigned long kRowBytes = kFrames * Bytes;
-    static constexpr unsigned long kBeyond = 16 - kRun * Bytes; ///< bytes that a lane is read and written too far
-    static constexpr unsigned long kFramesBeyond = (kBeyond + Bytes - 1) / Bytes;
+template <int ByteShuffle>
+struct TileAvx2 {
+    static constexpr int kSlotBytes = ByteShuffle % 3 == 0 ? ByteShuffle / 3 * 4 : ByteShuffle;
+    static constexpr unsigned long kLaneElements = 16 / kSlotBytes; ///< elements of a half
+    static constexpr int kBytes = ByteShuffle;
+    static constexpr bool kUsesMaskedStores = false;
+    static constexpr bool kHasMaskedEdge = false; ///< of what is no tile
+    static constexpr bool kPrefersTiles = false;  ///< the steps of two streams in stereo.inc
+    static constexpr unsigned long kLanesPerHalf = 1;
+    static constexpr unsigned long kFrames = 2 * kLaneElements;
+    static constexpr unsigned long kVectorBytes = kFrames * ByteShuffle;
+    static constexpr unsigned long kOverrunBytes =
+        16 - kLaneElements * ByteShuffle; ///< bytes that a lane is read and written too far
+    static constexpr unsigned long kOverrunFrames = (kOverrunBytes + ByteShuffle - 1) / ByteShuffle;
 
-    static constexpr unsigned long kWidest = 2 * kRun; ///< the streams of the widest tile
-    static constexpr unsigned long kWidestAlone = kWidest;
+    static constexpr unsigned long kMaxPlanes = 2 * kLaneElements; ///< the streams of the widest tile
+    static constexpr unsigned long kMaxPlanesContiguous = kMaxPlanes;
 
-    using Row = __m256i;
+    using VectorType = __m256i;
 
     /// The elements of two lanes.
-    static Row Load(const std::uint8_t* puc)
+    static VectorType Load(const std::uint8_t* puc)
     {
-        if constexpr (kBeyond == 0) {
+        if constexpr (kOverrunBytes == 0) {
             return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc));
         } else {
-            return Spread(
-                _mm256_inserti128_si256(_mm256_castsi128_si256(LoadLane(puc)), LoadLane(puc + kRun * Bytes), 1));
+            return Unpack(_mm256_inserti128_si256(_mm256_castsi128_si256(LoadLane(puc)),
+                                                  LoadLane(puc + kLaneElements * ByteShuffle), 1));
         }
     }
 
-    static void Store(std::uint8_t* puc, Row v) { StoreHalves<false>(puc, 0, v); }
+    static void Store(std::uint8_t* puc, VectorType v) { StoreHalves<false>(puc, 0, v); }
 
-    static Row LoadHalves(const std::uint8_t* puc, unsigned long) { return Load(puc); }
+    static VectorType LoadHalves(const std::uint8_t* puc, unsigned long) { return Load(puc); }
 
     /// Exact writes nothing too far, in two steps.
     template <bool Exact>
-    static void StoreHalves(std::uint8_t* puc, unsigned long, Row v)
+    static void StoreHalves(std::uint8_t* puc, unsigned long, VectorType v)
     {
-        if constexpr (kBeyond == 0) {
+        if constexpr (kOverrunBytes == 0) {
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), v);
         } else {
-            const Row vPacked = Pack(v);
+            const VectorType vPacked = Pack(v);
             StoreLane<false>(puc, _mm256_castsi256_si128(vPacked));
-            StoreLane<Exact>(puc + kRun * Bytes, _mm256_extracti128_si256(vPacked, 1));
+            StoreLane<Exact>(puc + kLaneElements * ByteShuffle, _mm256_extracti128_si256(vPacked, 1));
         }
     }
 
-    static Row LoadLanes(const std::uint8_t* puc, unsigned long ulStride)
+    static VectorType LoadLanes(const std::uint8_t* puc, unsigned long ulStride)
     {
-        return Spread(_mm256_inserti128_si256(_mm256_castsi128_si256(LoadLane(puc)), LoadLane(puc + ulStride), 1));
+        return Unpack(_mm256_inserti128_si256(_mm256_castsi128_si256(LoadLane(puc)), LoadLane(puc + ulStride), 1));
     }
 
     template <bool Exact>
-    static void StoreLanes(std::uint8_t* puc, unsigned long ulStride, Row v)
+    static void StoreLanes(std::uint8_t* puc, unsigned long ulStride, VectorType v)
     {
-        const Row vPacked = Pack(v);
+        const VectorType vPacked = Pack(v);
         StoreLane<Exact>(puc, _mm256_castsi256_si128(vPacked));
         StoreLane<Exact>(puc + ulStride, _mm256_extracti128_si256(vPacked, 1));
     }
 
     /// A line of the mux that another one follows.
-    static void StoreBeforeOther(std::uint8_t* puc, Row v) { StoreHalves<false>(puc, 0, v); }
+    static void StoreWithOverrun(std::uint8_t* puc, VectorType v) { StoreHalves<false>(puc, 0, v); }
 
     /// From rows of streams to rows of the mux in their order. The lanes are shuffled each by itself; then two lanes
     /// that follow each other in the mux come together.
-    template <unsigned long Streams, Pieces P>
-    static void Interleave(Row* av)
+    template <unsigned long Streams, MuxLayout Layout>
+    static void Interleave(VectorType* av)
     {
-        if constexpr (P == Pieces::Lanes) {
-            ShuffleOften<kRun, kRun>(av);
-        } else if constexpr (Streams == 2 * kRun) {
-            ShuffleOften<kRun, kRun>(av);
-            ShuffleOften<kRun, kRun>(av + kRun);
-            for (unsigned long i = 0; i < kRun; ++i) {
-                JoinLanes(av[i], av[i + kRun]);
+        if constexpr (Layout == MuxLayout::Lanes) {
+            UnpackStages<kLaneElements, kLaneElements>(av);
+        } else if constexpr (Streams == 2 * kLaneElements) {
+            UnpackStages<kLaneElements, kLaneElements>(av);
+            UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
+            for (unsigned long i = 0; i < kLaneElements; ++i) {
+                CombineLanes(av[i], av[i + kLaneElements]);
             }
         } else {
-            ShuffleOften<Streams, Streams>(av);
-            Row avLanes[Streams];
+            UnpackStages<Streams, Streams>(av);
+            VectorType avLanes[Streams];
             for (unsigned long i = 0; i < Streams / 2; ++i) {
                 avLanes[i] = av[2 * i];
                 avLanes[i + Streams / 2] = av[2 * i + 1];
-                JoinLanes(avLanes[i], avLanes[i + Streams / 2]);
+                CombineLanes(avLanes[i], avLanes[i + Streams / 2]);
             }
             for (unsigned long i = 0; i < Streams; ++i) {
                 av[i] = avLanes[i];
@@ -102,25 +103,25 @@ struct RowsAvx2 {
         }
     }
 
-    template <unsigned long Streams, Pieces P>
-    static void Split(Row* av)
+    template <unsigned long Streams, MuxLayout Layout>
+    static void Deinterleave(VectorType* av)
     {
-        if constexpr (P == Pieces::Lanes) {
-            ShuffleOften<kRun, kRun>(av);
-        } else if constexpr (Streams == 2 * kRun) {
-            ShuffleOften<kRun, kRun>(av);
-            ShuffleOften<kRun, kRun>(av + kRun);
-            for (unsigned long i = 0; i < kRun; ++i) {
-                JoinLanes(av[i], av[i + kRun]);
+        if constexpr (Layout == MuxLayout::Lanes) {
+            UnpackStages<kLaneElements, kLaneElements>(av);
+        } else if constexpr (Streams == 2 * kLaneElements) {
+            UnpackStages<kLaneElements, kLaneElements>(av);
+            UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
+            for (unsigned long i = 0; i < kLaneElements; ++i) {
+                CombineLanes(av[i], av[i + kLaneElements]);
             }
         } else {
-            Row avLanes[Streams];
+            VectorType avLanes[Streams];
             for (unsigned long i = 0; i < Streams / 2; ++i) {
                 avLanes[2 * i] = av[i];
                 avLanes[2 * i + 1] = av[i + Streams / 2];
-                JoinLanes(avLanes[2 * i], avLanes[2 * i + 1]);
+                CombineLanes(avLanes[2 * i], avLanes[2 * i + 1]);
             }
-            ShuffleOften<Streams, kRun>(avLanes);
+            UnpackStages<Streams, kLaneElements>(avLanes);
             for (unsigned long i = 0; i < Streams; ++i) {
                 av[i] = avLanes[i];
             }
@@ -129,21 +130,21 @@ struct RowsAvx2 {
 
 private:
     /// The low lanes to the first, the high lanes to the second.
-    static void JoinLanes(Row& rvFirst, Row& rvSecond)
+    static void CombineLanes(VectorType& rvFirst, VectorType& rvSecond)
     {
-        const Row vLow = _mm256_permute2x128_si256(rvFirst, rvSecond, 0x20);
+        const VectorType vLow = _mm256_permute2x128_si256(rvFirst, rvSecond, 0x20);
         rvSecond = _mm256_permute2x128_si256(rvFirst, rvSecond, 0x31);
         rvFirst = vLow;
     }
 
     /// Deals the elements of the first half of the rows and those of the second half out in turn, in each lane by
-    /// itself. On Count rows of streams, log2(Count) shuffles interleave; on interleaved elements, log2(kRun) more
-    /// come back to the streams.
+    /// itself. On Count rows of streams, log2(Count) shuffles interleave; on interleaved elements, log2(kLaneElements)
+    /// more come back to the streams.
     template <unsigned long Count, unsigned long Times>
-    static void ShuffleOften(Row* av)
+    static void UnpackStages(VectorType* av)
     {
         for (unsigned long t = 1; t < Times; t *= 2) {
-            Row avOld[Count];
+            VectorType avOld[Count];
             for (unsigned long i = 0; i < Count; ++i) {
                 avOld[i] = av[i];
             }
@@ -159,7 +160,7 @@ private:
     template <bool Exact>
     static void StoreLane(std::uint8_t* puc, __m128i v)
     {
-        if constexpr (Exact && kBeyond != 0) {
+        if constexpr (Exact && kOverrunBytes != 0) {
             _mm_storeu_si64(puc, v);
             const int iLast = _mm_extract_epi32(v, 2);
             __builtin_memcpy(puc + 8, &iLast, 4);
@@ -169,46 +170,50 @@ private:
     }
 
     /// Elements side by side to elements in their slots.
-    static Row Spread(Row v)
+    static VectorType Unpack(VectorType v)
     {
-        if constexpr (Bytes == 3) {
-            return _mm256_shuffle_epi8(v, Twice(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1)));
-        } else if constexpr (Bytes == 6) {
-            return _mm256_shuffle_epi8(v, Twice(_mm_setr_epi8(0, 1, 2, 3, 4, 5, -1, -1, 6, 7, 8, 9, 10, 11, -1, -1)));
+        if constexpr (ByteShuffle == 3) {
+            return _mm256_shuffle_epi8(
+                v, BroadcastLane(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1)));
+        } else if constexpr (ByteShuffle == 6) {
+            return _mm256_shuffle_epi8(
+                v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 3, 4, 5, -1, -1, 6, 7, 8, 9, 10, 11, -1, -1)));
         } else {
             return v;
         }
     }
 
-    static Row Pack(Row v)
+    static VectorType Pack(VectorType v)
     {
-        if constexpr (Bytes == 3) {
-            return _mm256_shuffle_epi8(v, Twice(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
-        } else if constexpr (Bytes == 6) {
-            return _mm256_shuffle_epi8(v, Twice(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1)));
+        if constexpr (ByteShuffle == 3) {
+            return _mm256_shuffle_epi8(
+                v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
+        } else if constexpr (ByteShuffle == 6) {
+            return _mm256_shuffle_epi8(
+                v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1)));
         } else {
             return v;
         }
     }
 
-    static Row Twice(__m128i v) { return _mm256_broadcastsi128_si256(v); }
+    static VectorType BroadcastLane(__m128i v) { return _mm256_broadcastsi128_si256(v); }
 
-    static Row UnpackLow(Row vFirst, Row vSecond)
+    static VectorType UnpackLow(VectorType vFirst, VectorType vSecond)
     {
-        if constexpr (kSlot == 2) {
+        if constexpr (kSlotBytes == 2) {
             return _mm256_unpacklo_epi16(vFirst, vSecond);
-        } else if constexpr (kSlot == 4) {
+        } else if constexpr (kSlotBytes == 4) {
             return _mm256_unpacklo_epi32(vFirst, vSecond);
         } else {
             return _mm256_unpacklo_epi64(vFirst, vSecond);
         }
     }
 
-    static Row UnpackHigh(Row vFirst, Row vSecond)
+    static VectorType UnpackHigh(VectorType vFirst, VectorType vSecond)
     {
-        if constexpr (kSlot == 2) {
+        if constexpr (kSlotBytes == 2) {
             return _mm256_unpackhi_epi16(vFirst, vSecond);
-        } else if constexpr (kSlot == 4) {
+        } else if constexpr (kSlotBytes == 4) {
             return _mm256_unpackhi_epi32(vFirst, vSecond);
         } else {
             return _mm256_unpackhi_epi64(vFirst, vSecond);
@@ -217,4 +222,4 @@ private:
 };
 
 } // namespace
-} // namespace zta::loops::ZTA_LOOP_TARGET
+} // namespace zta::loops::ZTA_LOOP_VARIANT

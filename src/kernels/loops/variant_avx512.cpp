@@ -1,18 +1,18 @@
 // The loops for processors with AVX-512 as servers and desktops have it, with permutations of bytes: F, BW, DQ, VL and
 // VBMI, and what goes before them.
-#define ZTA_LOOP_TARGET avx512
-#include "kernels/loops/tile_avx2-inl.h"
-#include "kernels/loops/tile_avx512-inl.h"
+#define ZTA_LOOP_VARIANT avx512
+#include "kernels/loops/simd_avx512-inl.h"
 #include "kernels/loops/simd_scalar-inl.h"
 #include "kernels/loops/tile-inl.h"
-#include "kernels/loops/simd_avx512-inl.h"
+#include "kernels/loops/tile_avx2-inl.h"
+#include "kernels/loops/tile_avx512-inl.h"
 
-namespace zta::loops::ZTA_LOOP_TARGET {
+namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
-using Vector = Avx512;
-template <int Bytes>
-using RowsOf = RowsList<RowsAvx512<Bytes>, RowsAvx2<Bytes>>;
+using NativeSimd = Avx512;
+template <int ByteShuffle>
+using TilesOf = TileList<TileAvx512<ByteShuffle>, TileAvx2<ByteShuffle>>;
 } // namespace
-} // namespace zta::loops::ZTA_LOOP_TARGET
+} // namespace zta::loops::ZTA_LOOP_VARIANT
 
 #include "kernels/loops/loops-inl.h"

@@ -1,9 +1,8 @@
-// The engine's operations through the module's front door, on the reference host, beside what they cannot avoid: the
-// copies of the bytes that they read and write; for one small copy the bare host calls, and for resampling the bare
-// run.
+// The engine's operations through the interface, on the reference host, beside a baseline: copies of the bytes that
+// they read and write; for one small copy the host calls alone, and for resampling the filter alone.
 //
-// Each measurement takes the operation and its yardstick in turns, so that a drift of the machine meets both. The
-// counter "share" is the yardstick's time divided by the operation's: 1 is as fast as the yardstick.
+// Each measurement interleaves the operation and its baseline, so that a drift of the machine affects both. The counter
+// "share" is the time of the baseline divided by that of the operation.
 
 #include "bench/common/direct_calls.h"
 #include "host/audio_buffer.h"
@@ -72,17 +71,17 @@ double Time(int repetitions, const std::function<void()>& work)
     return (ThreadSeconds() - start) / repetitions;
 }
 
-/// Measures `work` and `yardstick` in turns.
-void Compare(benchmark::State& state, const std::function<void()>& work, const std::function<void()>& yardstick)
+/// Measures `work` and `baseline`, interleaved.
+void Compare(benchmark::State& state, const std::function<void()>& work, const std::function<void()>& baseline)
 {
     work();
-    yardstick();
+    baseline();
     const double once = std::max(Time(8, work), 1e-7);
     const int repetitions = std::max(1, static_cast<int>(2e-4 / once));
     std::vector<double> shares;
     for ([[maybe_unused]] auto _ : state) {
         const double worked = Time(repetitions, work);
-        const double measured = Time(repetitions, yardstick);
+        const double measured = Time(repetitions, baseline);
         state.SetIterationTime(worked);
         shares.push_back(measured / worked);
     }
@@ -117,7 +116,7 @@ void Check(const Bench& bench, int status)
 }
 
 /// One operation of the table: its buffers, the call, and the passes over memory that it cannot avoid, each as a copy
-/// of so many bytes.
+/// of that many bytes.
 struct Operation {
     std::string name;
     Buffers inputs;
@@ -151,7 +150,8 @@ std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
 
 using FormatOf = SZtaWaveFormatInfo (*)(std::uint32_t channels, std::uint32_t rate);
 
-/// The operations at one width and length. The assembly stages every input in the pool: that copy is a pass of its own.
+/// The operations with one channel count and length. Interleaving copies every input to a scratch buffer, an extra
+/// pass.
 std::vector<Operation> Operations(std::uint32_t channels, std::size_t frames, FormatOf format, const char* container)
 {
     const auto mono = format(1, 48000);
@@ -233,7 +233,7 @@ void Measure(benchmark::State& state, Bench& bench, const Operation& operation)
         });
 }
 
-/// A filter bank of the module's own, and its run over one stretch of samples.
+/// A filter bank of the module, applied to one span of samples.
 class FilterOnly {
 public:
     FilterOnly(const Bench& bench, std::uint32_t from, std::uint32_t to, std::size_t frames)
@@ -278,7 +278,7 @@ private:
     std::vector<Aligned> block_;
 };
 
-/// One buffer of a stream, beside the bare run over as many samples of each channel.
+/// One buffer of a stream, beside the filter alone over as many samples of each channel.
 void MeasureResampler(benchmark::State& state, Bench& bench, std::uint32_t channels, std::uint32_t from,
                       std::uint32_t to, std::size_t frames)
 {
@@ -323,7 +323,7 @@ void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t 
         });
 }
 
-/// The one argument of this program's own, --loops=NAME: the sample loops to run instead of the module's choice.
+/// This program's own argument, --loops=NAME: the variant of the sample loops.
 void SelectLoops(const Bench& bench, int argc, char** argv)
 {
     constexpr std::string_view kOption = "--loops=";

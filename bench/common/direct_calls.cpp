@@ -65,7 +65,7 @@ void Propagate(IZtAudioSamples& buffer, const SZtAudioSamplesDescription& descri
     buffer.SetFadeOut(description.bFadeOut);
 }
 
-/// What surrounds the move of a copy.
+/// The calls before and after the samples of a copy are moved.
 template <class Move>
 void CopyWithCalls(IZtAudioSamples& source, IZtAudioSamples& destination, Move move)
 {

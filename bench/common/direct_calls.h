@@ -2,8 +2,8 @@
 
 #include <zta/host_interfaces.h>
 
-/// What the contract demands of an operation that goes well, made by hand: the host calls, as many of each kind on each
-/// buffer as the engine makes, and the latch, without any check. Where it says so, the samples are moved as well.
+/// The host calls that the contract requires of a successful operation, as many of each kind on each buffer as the
+/// engine makes, and the busy flag, without any check. Only CopyDirectly also copies the samples.
 namespace bench {
 
 /// A copy of equal formats, with the samples.
@@ -12,10 +12,10 @@ void CopyDirectly(IZtAudioSamples& source, IZtAudioSamples& destination);
 /// The calls of a copy that converts.
 void MakeConversionCalls(IZtAudioSamples& source, IZtAudioSamples& destination);
 
-/// The calls of an assembly without volumes and fades. Stages are buffers of the pool, one for each input.
+/// The calls of an interleave operation without gains and fades. It uses one scratch buffer for each input.
 void MakeInterleaveCalls(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsigned long count, IZtAudioSamples& mux);
 
-/// The calls of a split without volumes and fades.
+/// The calls of a deinterleave operation without gains and fades.
 void MakeDeinterleaveCalls(IZtAudioSamples& mux, IZtAudioSamples** outputs, unsigned long count);
 
 } // namespace bench

@@ -51,7 +51,7 @@ private:
     int error_ = 0;
 };
 
-/// The planes of a side as buffers of a host.
+/// The planes of a layout as buffers of a host.
 class BufferSet {
 public:
     explicit BufferSet(const BufferLayout& side, std::uint32_t rate = 48000);
@@ -68,7 +68,7 @@ private:
     std::shared_ptr<Memory> memory_;
 };
 
-/// An engine on a pool whose buffers lie as asked for.
+/// An engine whose pool has the given placement.
 class Engine {
 public:
     Engine(zta::host::Module& module, Placement placement);

@@ -1,4 +1,4 @@
-/// Calls of the engine's operations on fixed buffers, ready to be repeated. A job throws when the engine refuses.
+/// Repeatable calls of the engine's operations on fixed buffers. A job throws if the engine returns a failure.
 #pragma once
 
 #include "bench/common/host.h"
@@ -13,16 +13,16 @@ namespace bench {
 /// CopyAudioSamples, with both fades or none.
 Job CopyJob(const Engine& engine, const BufferLayout& in, const BufferLayout& out, bool fades = false);
 
-/// ApplyVolume, with the same ramp on all channels; in place where both sides are one.
+/// ApplyVolume, with the same ramp on all channels; in place if both layouts are the same.
 Job VolumeJob(const Engine& engine, const BufferLayout& in, const BufferLayout& out, float start, float end);
 
-/// The mux operation between planes of one or two channels and a mux: to the mux if it `joins`, else from it. Gives the
-/// engine's status.
+/// The mux operation between planes of one or two channels and a mux: to the mux if it interleaves, else from it.
+/// Returns the engine's status.
 using MuxCall = std::function<int(IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
                                   IZtAudioSamples* mux)>;
 MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool interleaves);
 
-/// One of the four mux operations: from planes of one or two channels to the mux if it `joins`, else back.
+/// One of the four mux operations: from planes of one or two channels to the mux if it interleaves, else from it.
 Job MuxJob(const Engine& engine, const BufferLayout& planes, const BufferLayout& mux, bool interleaves);
 
 /// CopyAudioSamplesMonoToStereo, or CopyAudioSamplesStereoToMono.
@@ -39,10 +39,10 @@ class ResamplerStream {
 public:
     ResamplerStream(const Engine& engine, const Rates& rates, std::size_t frames, Content content = Content::Noise);
 
-    /// Goes on with the samples that are there.
+    /// Continues with the samples in the input buffer.
     void Call() { Call(keZtAudioResamplerModeContinue); }
 
-    /// Goes on with these samples, as many frames as a buffer has. Returns the frames that came out.
+    /// Continues with these samples, one buffer of frames. Returns the number of output frames.
     std::size_t Process(const std::int16_t* in, std::int16_t* out);
 
     const BufferLayout& In() const { return in_; }

@@ -10,7 +10,7 @@ namespace bench {
 
 namespace {
 
-/// The processors of the process, before any thread was bound.
+/// The CPUs of the process, before any thread was bound.
 const std::vector<int>& Processors()
 {
     static const std::vector<int> processors = [] {
@@ -68,7 +68,7 @@ Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& effor
 {
     std::vector<int> calls;
     for (const Timer& timer : contenders) {
-        // The first calls warm up; then the turn is doubled until it is long enough to be told.
+        // The first calls warm up. Then the slice is doubled until the clock resolves it.
         timer(1);
         int count = 1;
         double once = timer(count);

@@ -1,4 +1,4 @@
-/// Times by the thread's processor clock, of contenders that take turns.
+/// Interleaved measurements by the thread's CPU clock.
 #pragma once
 
 #include <functional>
@@ -8,36 +8,36 @@
 
 namespace bench {
 
-/// Processor seconds of the calling thread so far.
+/// Returns the CPU seconds of the calling thread.
 double ThreadSeconds();
 
 /// Binds the calling thread to one processor of those that it may run on, the `index`-th modulo their number.
 void PinToProcessor(std::size_t index);
-/// How many processors the process may run on.
+/// Returns the number of CPUs that the process may run on.
 std::size_t ProcessorCount();
 
 using Job = std::function<void()>;
-/// Runs `calls` calls and gives the seconds of processor time that one of them took.
+/// Runs `calls` calls and returns the CPU seconds of one of them.
 using Timer = std::function<double(int calls)>;
 
 /// The timer of a job on this thread.
 Timer TimerOf(Job job);
 
 struct TimeBudget {
-    double seconds = 1.0;       ///< for all rounds of one work
-    double sliceSeconds = 2e-4; ///< what one turn of one contender takes at least
+    double seconds = 1.0;       ///< for all rounds of one workload
+    double sliceSeconds = 2e-4; ///< minimum length of one slice
     int minRounds = 5;
 };
 
 /// Seconds of a call: for each contender one value from each round.
 using Rounds = std::vector<std::vector<double>>;
 
-/// Lets the contenders take turns, as many calls a turn as fill it, until the time is used up. Each round begins with
-/// another contender.
+/// Runs the contenders in alternating slices, each of as many calls as fill it, until the time is used up. Each round
+/// begins with another contender.
 Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& effort);
 
 double Median(std::vector<double> values);
-/// The median of the rounds' quotients first / second.
+/// Returns the median of first / second over the rounds.
 double MedianRatio(const std::vector<double>& first, const std::vector<double>& second);
 
 } // namespace bench

@@ -33,7 +33,7 @@ float Float(const std::byte* at)
     return value;
 }
 
-/// The integer word, of 32 bits, that a sample stands for.
+/// Returns a sample as an MSB-aligned 32-bit word.
 std::int64_t Word(Sample sample, const std::byte* at)
 {
     switch (sample) {

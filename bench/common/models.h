@@ -1,5 +1,5 @@
-/// What the library makes of a sample, bit for bit, written without a thought of speed. The checks of the library's own
-/// results use it; the other libraries are held against the true value, see WithinTolerance.
+/// Reference models for the checks of the library's results, bit for bit. Other libraries are compared with the exact
+/// value, see WithinTolerance.
 #pragma once
 
 #include "bench/common/test_signal.h"

@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kLine = 64;
-/// Seventeen lines: a step that meets each line of a page before it meets one again, and that leaves no two
-/// neighbours so close that a processor would take a load of one for a load of what was stored to the other.
+/// Seventeen cache lines: visits each line of a page before a line repeats, and keeps neighbors far enough apart to
+/// avoid false store-to-load dependencies.
 constexpr std::size_t kStagger = 17 * kLine;
 
 struct Row {
@@ -56,7 +56,7 @@ void Store(std::byte* at, T value)
     std::memcpy(at, &value, sizeof value);
 }
 
-/// A sample of the content as a number; `i` counts the samples of a plane.
+/// Returns sample `i` of a plane as a number.
 class Source {
 public:
     explicit Source(Content content) : content_(content) {}
@@ -67,7 +67,7 @@ public:
         switch (content_) {
         case Content::Silence:
             return 0;
-        case Content::FadeTail: // the last steps of a fade that goes down by 60 dB in 4800 samples
+        case Content::FadeTail: // the end of a fade of 60 dB over 4800 samples
             return noise * 1e-4 * std::pow(10.0, -3.0 * static_cast<double>(i % 4800) / 4800);
         case Content::Denormal:
             return noise * 1e-39;

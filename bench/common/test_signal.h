@@ -1,4 +1,4 @@
-/// The samples that the contenders work on: memory at chosen places, and what is in it.
+/// Test signals, and memory at chosen page offsets for them.
 #pragma once
 
 #include <zta/audio_records.h>
@@ -17,13 +17,13 @@ std::size_t BytesOf(Sample sample);
 const char* NameOf(Sample sample);
 SZtaWaveFormatInfo FormatOf(Sample sample, std::uint32_t channels, std::uint32_t rate = 48000);
 
-/// How buffers lie to each other.
+/// The page offsets of buffers.
 enum class Placement {
-    Staggered, ///< at offsets within their pages that are all different, as far as pages have lines
+    Staggered, ///< different offsets, as far as a page has cache lines
     SamePage   ///< each at the start of a page
 };
 
-/// Memory in one piece, touched before it is measured.
+/// One memory block, touched before it is measured.
 class Memory {
 public:
     explicit Memory(std::size_t bytes);
@@ -33,7 +33,7 @@ public:
 
     std::byte* Allocate(std::size_t bytes, Placement placement);
 
-    /// What the buffers of a placement take at most.
+    /// Returns the maximum size of the buffers of a placement.
     static std::size_t RequiredBytes(std::size_t bytes, Placement placement);
 
 private:
@@ -42,7 +42,7 @@ private:
     std::size_t used_ = 0;
 };
 
-/// One side of a work: planes of equally many interleaved channels.
+/// The inputs or outputs of a workload: planes with the same number of interleaved channels.
 struct BufferLayout {
     Sample sample;
     std::uint32_t channelsOfPlane;
@@ -55,7 +55,7 @@ struct BufferLayout {
     std::uint32_t Channels() const { return channelsOfPlane * static_cast<std::uint32_t>(planes.size()); }
 };
 
-/// `roomBytes` is what the memory of each plane has at least.
+/// `roomBytes` is the minimum capacity of each plane.
 BufferLayout MakeSide(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane,
                       std::size_t planes, std::size_t frames, Placement placement, std::size_t roomBytes = 0);
 
@@ -63,10 +63,10 @@ enum class Content { Noise, Silence, FadeTail, Denormal };
 const char* NameOf(Content content);
 
 void Fill(const BufferLayout& side, Content content);
-/// What no contender writes: a result that was not written is told.
+/// Fills the outputs with a pattern that no contender produces, so that missing writes are detected.
 void Poison(const BufferLayout& side);
 
-/// One sample as a number at full scale 1.
+/// Returns a sample as a number, relative to full scale.
 double ValueAt(Sample sample, const std::byte* at);
 
 } // namespace bench

@@ -6,7 +6,7 @@
 
 namespace bench {
 
-/// The parts one after the other.
+/// Returns the concatenated parts.
 inline std::string Text(std::initializer_list<std::string_view> parts)
 {
     std::string text;

@@ -1,6 +1,6 @@
 /// compare_builds: two builds of the library in one process, operation by operation.
-///   compare_builds LIMIT BASE.so NEW.so   takes both in turns and fails where NEW takes more than LIMIT times BASE's
-///                                         processor time
+///   compare_builds LIMIT BASE.so NEW.so   interleaves both and fails if NEW needs more than LIMIT times the CPU
+///                                         time of BASE
 ///   compare_builds --names                prints the operations, one a line
 ///   compare_builds --calls LIBRARY.so     for a counter of instructions: each operation a few times, inside
 ///                                         `zta_counted_calls`
@@ -11,7 +11,7 @@
 #include <cstring>
 #include <exception>
 
-/// Calls a job a fixed number of times: a name for the counter to look for.
+/// Calls a job a fixed number of times. The instruction counter looks for this name.
 extern "C" [[gnu::noinline, gnu::visibility("default")]] void zta_counted_calls(const bench::Job* job)
 {
     constexpr int kCalls = 8;
@@ -25,7 +25,7 @@ namespace {
 
 using namespace bench;
 
-/// Memory at an unlucky place may make either build look slow; a slow build looks so each time.
+/// An unlucky memory placement may make either build look slow, so a slow result is repeated.
 constexpr int kAttempts = 4;
 
 struct Pair {
@@ -45,7 +45,7 @@ bool IsSlower(const Operation& operation, zta::host::Module& baseModule, zta::ho
 {
     Pair pair{};
     int attempt = 0;
-    do { // each time with engines of its own, so that no pool keeps an unlucky place
+    do { // with new engines each time, so that no pool keeps an unlucky placement
         const Engine base(baseModule, Placement::Staggered);
         const Engine now(newModule, Placement::Staggered);
         pair = Compare(operation, base, now);

@@ -123,31 +123,31 @@ CountingBufferSet::CountingBufferSet(const BufferLayout& side)
     }
 }
 
-std::vector<CountingBuffer::CallCounts> CountingBufferSet::Allocate()
+std::vector<CountingBuffer::CallCounts> CountingBufferSet::TakeCounts()
 {
-    std::vector<CountingBuffer::CallCounts> tallies;
+    std::vector<CountingBuffer::CallCounts> counts;
     for (const auto& buffer : buffers_) {
-        tallies.push_back(buffer->Counts());
+        counts.push_back(buffer->Counts());
         buffer->Clear();
     }
-    return tallies;
+    return counts;
 }
 
 std::optional<std::string> CompareCalls(CountingBufferSet& first, CountingBufferSet& second,
-                                        const std::function<void()>& engine, const std::function<void()>& byHand)
+                                        const std::function<void()>& engine, const std::function<void()>& direct)
 {
     engine();
-    const auto engines = std::pair(first.Allocate(), second.Allocate());
-    byHand();
-    if (engines != std::pair(first.Allocate(), second.Allocate())) {
-        return "the engine makes other host calls than the yardstick";
+    const auto engines = std::pair(first.TakeCounts(), second.TakeCounts());
+    direct();
+    if (engines != std::pair(first.TakeCounts(), second.TakeCounts())) {
+        return "the engine makes other host calls than the baseline";
     }
     return std::nullopt;
 }
 
-Contender MakeHostCallsOnly(Job byHand, Check check)
+Contender MakeHostCallsOnly(Job direct, Check check)
 {
-    return MakeContender("host calls alone", Role::Calls, std::move(byHand), std::move(check));
+    return MakeContender("host calls alone", Role::Calls, std::move(direct), std::move(check));
 }
 
 } // namespace bench

@@ -1,4 +1,4 @@
-/// Tells whether calls that were written down by hand are those that the engine makes.
+/// Compares the calls of bench/common/direct_calls.h with those that the engine makes.
 #pragma once
 
 #include "bench/common/host.h"
@@ -45,7 +45,7 @@ private:
     CallCounts counts_{};
 };
 
-/// The planes of a side as counting buffers.
+/// The planes of a layout as counting buffers.
 class CountingBufferSet {
 public:
     explicit CountingBufferSet(const BufferLayout& side);
@@ -53,18 +53,18 @@ public:
     IZtAudioSamples* One() const { return pointers_.front(); }
     IZtAudioSamples** Array() { return pointers_.data(); }
     unsigned long Count() const { return pointers_.size(); }
-    std::vector<CountingBuffer::CallCounts> Allocate();
+    std::vector<CountingBuffer::CallCounts> TakeCounts();
 
 private:
     std::vector<std::unique_ptr<CountingBuffer>> buffers_;
     std::vector<IZtAudioSamples*> pointers_;
 };
 
-/// Nothing if both leave the same counts on every buffer.
+/// Returns nothing if both leave the same counts on every buffer.
 std::optional<std::string> CompareCalls(CountingBufferSet& first, CountingBufferSet& second,
-                                        const std::function<void()>& engine, const std::function<void()>& byHand);
+                                        const std::function<void()>& engine, const std::function<void()>& direct);
 
-/// A contender that makes an operation's calls by hand, and does none of its work.
-Contender MakeHostCallsOnly(Job byHand, Check check);
+/// Returns a contender that only makes an operation's host calls.
+Contender MakeHostCallsOnly(Job direct, Check check);
 
 } // namespace bench

@@ -27,14 +27,16 @@ constexpr double kRow = 16;
 
 } // namespace
 
-std::string BarChart(const std::string& title, std::span<const Bar> bars)
+std::string BarChart(const std::string& title, std::span<const Bar> bars, std::span<const std::string> legend)
 {
+    static constexpr const char* kColors[] = {"#2f6fa7", "#7fb2dd", "#c9a227"};
     double most = 1;
     for (const Bar& bar : bars) {
         most = std::max({most, bar.value, bar.target});
     }
     const double unit = kWidth / most;
-    const double bottom = kTop + kRow * static_cast<double>(bars.size());
+    const double top = legend.size() > 1 ? kTop + kRow : kTop;
+    const double bottom = top + kRow * static_cast<double>(bars.size());
     const double width = kLabels + kWidth + kText;
     std::string text =
         Print("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %g %g\" width=\"%g\" height=\"%g\" "
@@ -42,18 +44,27 @@ std::string BarChart(const std::string& title, std::span<const Bar> bars)
               "<rect width=\"100%%\" height=\"100%%\" fill=\"#fff\"/>\n"
               "<text x=\"8\" y=\"20\" font-size=\"14\">%s</text>\n",
               width, bottom + 10, width, bottom + 10, title.c_str());
-    double top = kTop;
+    for (std::size_t i = 0; legend.size() > 1 && i < legend.size(); ++i) {
+        const double x = kLabels + 160 * static_cast<double>(i);
+        text += Print("<rect x=\"%g\" y=\"%g\" width=\"10\" height=\"10\" fill=\"%s\"/>\n", x, kTop - 4,
+                      kColors[i % std::size(kColors)]);
+        text += Print("<text x=\"%g\" y=\"%g\">%s</text>\n", x + 15, kTop + 5, legend[i].c_str());
+    }
+    double y = top;
     for (const Bar& bar : bars) {
-        const bool reached = bar.value >= bar.target;
+        const bool missed = bar.value < bar.target;
         text +=
-            Print("<text x=\"%g\" y=\"%g\" text-anchor=\"end\">%s</text>\n", kLabels - 6, top + 11, bar.label.c_str());
-        text += Print("<rect x=\"%g\" y=\"%g\" width=\"%.1f\" height=\"%g\" fill=\"%s\"/>\n", kLabels, top + 2,
-                      bar.value * unit, kRow - 4, reached ? "#4d94cc" : "#d1495b");
-        text += Print("<path stroke=\"#000\" stroke-width=\"1.5\" d=\"M%.1f %gv%g\"/>\n", kLabels + bar.target * unit,
-                      top + 1, kRow - 2);
+            Print("<text x=\"%g\" y=\"%g\" text-anchor=\"end\">%s</text>\n", kLabels - 6, y + 11, bar.label.c_str());
+        text += Print("<rect x=\"%g\" y=\"%g\" width=\"%.1f\" height=\"%g\" fill=\"%s\"/>\n", kLabels, y + 2,
+                      bar.value * unit, kRow - 4,
+                      missed ? "#d1495b" : kColors[static_cast<std::size_t>(bar.color) % std::size(kColors)]);
+        if (bar.target > 0) {
+            text += Print("<path stroke=\"#000\" stroke-width=\"1.5\" d=\"M%.1f %gv%g\"/>\n",
+                          kLabels + bar.target * unit, y + 1, kRow - 2);
+        }
         text += Print("<text x=\"%.1f\" y=\"%g\">%s</text>\n", kLabels + std::max(bar.value, bar.target) * unit + 5,
-                      top + 11, bar.text.c_str());
-        top += kRow;
+                      y + 11, bar.text.c_str());
+        y += kRow;
     }
     return text + "</svg>\n";
 }

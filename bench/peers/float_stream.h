@@ -1,5 +1,5 @@
-/// Lets a resampler of floats take part in the 16-bit streams: the conversions on both sides are loops of our own, as
-/// plain as the compiler makes fast ones of.
+/// Adapts a resampler of floats to 16-bit streams. The conversions before and after it are simple loops that the
+/// compiler vectorizes.
 #pragma once
 
 #include <algorithm>

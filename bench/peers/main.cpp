@@ -1,4 +1,4 @@
-/// The library beside its limits and its peers: one process, one processor, contenders in turns. `make bench` runs it.
+/// The library beside its bounds and its peers: one process, one processor, interleaved slices. `make bench` runs it.
 #include "bench/peers/result.h"
 #include "bench/peers/workload_resampling.h"
 
@@ -10,7 +10,7 @@ namespace {
 
 using namespace bench;
 
-std::vector<WorkloadFactory> AllWorks(const Bench& bench)
+std::vector<WorkloadFactory> AllWorkloads(const Bench& bench)
 {
     std::vector<WorkloadFactory> rows;
     for (const auto add : {AddConversions, AddMuxes, AddGains, AddMultiFormatsAndFades, AddResampling, AddContents,
@@ -46,19 +46,21 @@ int Run(const Options& options)
     Engine spread(module, Placement::Staggered);
     Engine samePage(module, Placement::SamePage);
     const Bench bench{module, spread, samePage, peers};
-    const std::vector<WorkloadFactory> rows = AllWorks(bench);
+    const std::vector<WorkloadFactory> rows = AllWorkloads(bench);
     Report report;
+    const std::vector<InstructionSet> sets = SupportedInstructionSets(module);
+    sets.front().select();
     if (options.list) {
         for (const WorkloadFactory& row : rows) {
             std::printf("%s: %s\n", row.family.c_str(), row.name.c_str());
         }
         return 0;
     }
-    report.surroundings = CollectEnvironment(bench, options.revision);
-    PrintHead(report.surroundings);
+    report.environment = CollectEnvironment(bench, options.revision);
+    PrintHead(report.environment);
     for (const WorkloadFactory& row : rows) {
         if (Wanted(row, options.filters)) {
-            report.results.push_back(Measure(row, options.seconds));
+            report.results.push_back(Measure(row, sets, options.seconds));
             PrintResult(report.results.back());
         }
     }
@@ -70,7 +72,7 @@ int Run(const Options& options)
     }
     if (!options.document.empty()) {
         const std::filesystem::path here(ZTA_BENCH_PEERS_PATH);
-        WriteDocument(report, here / "performance.md.in", here / "distances.txt", options.document);
+        WriteDocument(report, here / "performance.md.in", here / "shortfalls.txt", options.document);
     }
     return 0;
 }
@@ -82,12 +84,12 @@ int main(int argc, char** argv)
     Options options;
     CLI::App app("Measures the library beside copies of the same bytes and beside other libraries.");
     app.add_option("--module", options.module, "the library's file")->capture_default_str();
-    app.add_option("--seconds", options.seconds, "time for each work")->capture_default_str();
-    app.add_option("--filter", options.filters, "only works whose name holds this text");
-    app.add_option("--json", options.json, "write the results into this file");
-    app.add_option("--document", options.document, "write the document into this file, its charts beside it");
-    app.add_option("--revision", options.revision, "what the document says of the library's revision");
-    app.add_flag("--list", options.list, "name the works, and measure nothing");
+    app.add_option("--seconds", options.seconds, "time for each workload")->capture_default_str();
+    app.add_option("--filter", options.filters, "only workloads whose name contains this text");
+    app.add_option("--json", options.json, "write the results to this file");
+    app.add_option("--document", options.document, "write the document to this file, its pages and charts beside it");
+    app.add_option("--revision", options.revision, "the library's revision, for the document");
+    app.add_flag("--list", options.list, "list the workloads, and measure nothing");
     CLI11_PARSE(app, argc, argv);
     try {
         return Run(options);

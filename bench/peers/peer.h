@@ -10,7 +10,7 @@
 
 namespace bench {
 
-/// A stream of interleaved 16-bit samples: takes all of the input and returns how many frames came out.
+/// A stream of interleaved 16-bit samples: consumes the input and returns the number of output frames.
 using Stream =
     std::function<std::size_t(const std::int16_t* in, std::size_t frames, std::int16_t* out, std::size_t capacity)>;
 
@@ -19,7 +19,7 @@ struct StreamMaker {
     std::function<Stream(const Rates& rates, std::size_t mostFrames)> make;
 };
 
-/// What a peer does not do, it answers with an empty job.
+/// Returns an empty job for what a peer does not support.
 class Peer {
 public:
     virtual ~Peer() = default;
@@ -30,7 +30,7 @@ public:
     virtual Job Convert(const BufferLayout& in, const BufferLayout& out) const;
     /// A constant gain on all samples, in place, with saturation.
     virtual Job Gain(const BufferLayout& side, double gain) const;
-    /// The resamplers at the settings that are worth a comparison.
+    /// The resamplers, at comparable settings.
     virtual std::vector<StreamMaker> Resamplers() const;
 };
 

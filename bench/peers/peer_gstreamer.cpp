@@ -10,7 +10,7 @@ namespace bench {
 
 namespace {
 
-/// GST_AUDIO_FORMAT_UNKNOWN if there is none such. 24-in-32 is to it a sample of 32 bits.
+/// Returns GST_AUDIO_FORMAT_UNKNOWN for unsupported formats. 24-in-32 is a 32-bit sample there.
 GstAudioFormat FormatFor(Sample sample)
 {
     switch (sample) {
@@ -70,7 +70,7 @@ StreamMaker Resampler(int quality)
             }};
 }
 
-/// The volume element outside a pipeline: its transform is called as the base class calls it.
+/// The volume element outside a pipeline: its transform function is called directly.
 class VolumeElement {
 public:
     VolumeElement(const BufferLayout& side, double gain)
@@ -129,9 +129,9 @@ public:
 
     Job Convert(const BufferLayout& in, const BufferLayout& out) const override
     {
-        constexpr std::uint32_t kMostChannels = 63; // with more its converter crashes
+        constexpr std::uint32_t kMaxChannels = 63; // with more its converter crashes
         if (FormatFor(in.sample) == GST_AUDIO_FORMAT_UNKNOWN || FormatFor(out.sample) == GST_AUDIO_FORMAT_UNKNOWN ||
-            in.Channels() > kMostChannels) {
+            in.Channels() > kMaxChannels) {
             return {};
         }
         GstAudioInfo from = InfoOf(in);

@@ -15,7 +15,7 @@ namespace {
 
 using Context = std::shared_ptr<SwrContext>;
 
-/// The sample format, AV_SAMPLE_FMT_NONE if there is none such. 24-in-32 is to it a sample of 32 bits.
+/// Returns the sample format, or AV_SAMPLE_FMT_NONE. 24-in-32 is a 32-bit sample there.
 AVSampleFormat FormatFor(const BufferLayout& side)
 {
     AVSampleFormat format = AV_SAMPLE_FMT_NONE;

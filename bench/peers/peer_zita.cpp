@@ -20,14 +20,14 @@ StreamMaker MakeResampler(unsigned int halfLength)
                 }
                 const auto ends = std::make_shared<FloatEnds>(most * channels, (2 * most + 2) * channels);
                 return [=](const std::int16_t* in, std::size_t frames, std::int16_t* out, std::size_t capacity) {
-                    const std::size_t room = std::min(capacity, 2 * most + 2);
+                    const std::size_t outputCapacity = std::min(capacity, 2 * most + 2);
                     ends->Allocate(in, frames * channels);
                     resampler->inp_count = static_cast<unsigned int>(frames);
                     resampler->inp_data = ends->in.data();
-                    resampler->out_count = static_cast<unsigned int>(room);
+                    resampler->out_count = static_cast<unsigned int>(outputCapacity);
                     resampler->out_data = ends->out.data();
                     resampler->process();
-                    const std::size_t made = room - resampler->out_count;
+                    const std::size_t made = outputCapacity - resampler->out_count;
                     ends->Give(out, made * channels);
                     return made;
                 };

@@ -5,12 +5,12 @@
 
 namespace bench {
 
-void PrintHead(const Environment& surroundings)
+void PrintHead(const Environment& environment)
 {
-    std::printf("%s\n%s\n%s; %s, %s\n", surroundings.machine.c_str(), surroundings.system.c_str(),
-                surroundings.compiler.c_str(), surroundings.date.c_str(), surroundings.revision.c_str());
-    for (const std::string& peer : surroundings.peers) {
-        std::printf("%s%s", &peer == &surroundings.peers.front() ? "peers: " : ", ", peer.c_str());
+    std::printf("%s\n%s\n%s; %s, %s\n", environment.machine.c_str(), environment.system.c_str(),
+                environment.compiler.c_str(), environment.date.c_str(), environment.revision.c_str());
+    for (const std::string& peer : environment.peers) {
+        std::printf("%s%s", &peer == &environment.peers.front() ? "peers: " : ", ", peer.c_str());
     }
     std::printf("\n");
 }
@@ -27,18 +27,20 @@ void PrintResult(const Result& result)
         std::printf(" not on this processor\n");
         return;
     }
-    std::printf(" %10.3f us", result.contenders.front().seconds * 1e6);
+    std::printf("\n");
+    for (const Timed& timed : result.contenders) {
+        std::printf("    %-28s %10.3f us\n", timed.name.c_str(), timed.seconds * 1e6);
+    }
     for (const Verdict& verdict : result.verdicts) {
-        std::printf("  %6s %s (%s), target %s: %s", Number(verdict.share).c_str(),
-                    RoleText(verdict.target.against).c_str(), verdict.against.c_str(),
+        std::printf("    %-8s %6s %s (%s), target %s: %s\n", verdict.instructionSet.c_str(),
+                    Number(verdict.share).c_str(), RoleText(verdict.target.against).c_str(), verdict.against.c_str(),
                     Number(verdict.target.share).c_str(), verdict.Reached() ? "reached" : "NOT REACHED");
     }
-    if (result.withCalls) {
-        std::printf("  %6s of the limit and the host calls", Number(*result.withCalls).c_str());
+    for (const auto& [set, share] : result.withCalls) {
+        std::printf("    %-8s %6s of the bound and the host calls\n", set.c_str(), Number(share).c_str());
     }
-    std::printf("\n");
     for (const std::string& text : result.excluded) {
-        std::printf("    left out: %s\n", text.c_str());
+        std::printf("    excluded: %s\n", text.c_str());
     }
     std::fflush(stdout);
 }

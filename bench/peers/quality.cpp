@@ -12,7 +12,7 @@ namespace bench {
 ToneResult PlayTone(const StreamMaker& maker, const Rates& rates, std::size_t frames, double hertz, double seconds,
                     std::uint32_t channel)
 {
-    constexpr std::size_t kEdge = 4096; // where the sound begins, and what is on its way through the resampler
+    constexpr std::size_t kEdge = 4096; // the onset of the tone, and the resampler's latency
     constexpr std::size_t kSegment = 1 << 14;
     const Stream stream = maker.make(rates, frames);
     const std::size_t capacity = 2 * frames + 16384;

@@ -1,4 +1,4 @@
-/// What a resampler does to a tone.
+/// The quality of resamplers, measured with tones.
 #pragma once
 
 #include "bench/peers/peer.h"
@@ -14,15 +14,15 @@ struct ToneResult {
     double signalToNoise; ///< in dB: the tone to all else but its harmonics
 };
 
-/// A tone of -1 dBFS of so many seconds through a fresh stream, in calls of `frames` frames; what comes out of one
-/// channel. Throws if no tone comes out.
+/// Sends a tone of -1 dBFS through a new stream, in calls of `frames` frames, and measures one output channel. Throws
+/// if the output has no tone.
 ToneResult PlayTone(const StreamMaker& maker, const Rates& rates, std::size_t frames, double hertz, double seconds,
                     std::uint32_t channel);
 
 inline constexpr double kToneLevel = -1.0;
 inline constexpr double kLowTone = 997;
 inline constexpr double kHighTone = 15000;
-/// Whose tones keep less is no peer of the engine's resampler.
+/// A resampler below this is not counted as a peer.
 inline constexpr double kLeastQuality = 70;
 
 struct Quality {

@@ -15,7 +15,7 @@ namespace bench {
 
 namespace {
 
-/// The contender's result, looked at before its time is.
+/// Returns what is wrong with the contender's result, if anything.
 std::optional<std::string> WrongResult(const Workload& work, const Contender& contender)
 {
     if (!contender.check) {
@@ -64,11 +64,75 @@ std::vector<double> Sums(std::vector<double> first, const std::vector<double>& s
     return first;
 }
 
+/// Measures the library once for each instruction set. Another contender of the same job differs in what is selected
+/// during its slices; the first set is selected at all other times.
+void AddInstructionSets(Workload& work, std::span<const InstructionSet> sets)
+{
+    if (work.contenders.empty() || work.fixedVariant) {
+        return;
+    }
+    const Contender library = work.contenders.front();
+    work.contenders.erase(work.contenders.begin());
+    const auto during = [&](const InstructionSet& set, auto call) {
+        return [call, select = set.select, restore = sets.front().select](auto... arguments) {
+            select();
+            struct Restore {
+                const std::function<void()>& set;
+                ~Restore() { set(); }
+            } const guard{restore};
+            return call(arguments...);
+        };
+    };
+    std::vector<Contender> variants;
+    for (const InstructionSet& set : sets) {
+        Contender variant = library;
+        variant.name = library.name + ", " + set.name;
+        variant.instructionSet = set.name;
+        variant.timer = during(set, library.timer);
+        variant.once = during(set, library.once);
+        if (library.check) {
+            variant.check = during(set, library.check);
+        }
+        variants.push_back(std::move(variant));
+    }
+    work.contenders.insert(work.contenders.begin(), variants.begin(), variants.end());
+}
+
+/// Compares one contender of the library with all others, round by round.
+void AddVerdicts(Result& result, const std::vector<Target>& targets, const std::vector<Contender>& contenders,
+                 const Rounds& rounds, std::size_t library)
+{
+    const std::string& set = contenders[library].instructionSet;
+    for (const Target& target : targets) {
+        Verdict verdict{target, set, std::numeric_limits<double>::infinity(), ""};
+        for (std::size_t i = 0; i < contenders.size(); ++i) {
+            const double ratio = MedianRatio(rounds[i], rounds[library]);
+            if (contenders[i].role == target.against && ratio < verdict.share) {
+                verdict.share = ratio;
+                verdict.against = contenders[i].name;
+            }
+        }
+        if (!verdict.against.empty()) {
+            result.verdicts.push_back(verdict);
+        }
+    }
+    for (std::size_t calls = 0; calls < contenders.size(); ++calls) {
+        for (std::size_t bound = 0; contenders[calls].role == Role::Calls && bound < contenders.size(); ++bound) {
+            if (contenders[bound].role == Role::Bound) {
+                const double ratio = MedianRatio(Sums(rounds[bound], rounds[calls]), rounds[library]);
+                const auto entry = result.withCalls.try_emplace(set, ratio).first;
+                entry->second = std::min(entry->second, ratio);
+            }
+        }
+    }
+}
+
 } // namespace
 
-Result Measure(const WorkloadFactory& row, double seconds)
+Result Measure(const WorkloadFactory& row, std::span<const InstructionSet> sets, double seconds)
 {
     Workload work = row.make();
+    AddInstructionSets(work, sets);
     Result result{row.family, row.name, {}, {}, {}, {}};
     std::vector<Contender> accepted;
     for (Contender& contender : work.contenders) {
@@ -94,26 +158,8 @@ Result Measure(const WorkloadFactory& row, double seconds)
     for (std::size_t i = 0; i < accepted.size(); ++i) {
         result.contenders.push_back({accepted[i].name, accepted[i].role, Median(rounds[i])});
     }
-    for (const Target& target : work.targets) {
-        Verdict verdict{target, std::numeric_limits<double>::infinity(), ""};
-        for (std::size_t i = 1; i < accepted.size(); ++i) {
-            const double ratio = MedianRatio(rounds[i], rounds[0]);
-            if (accepted[i].role == target.against && ratio < verdict.share) {
-                verdict.share = ratio;
-                verdict.against = accepted[i].name;
-            }
-        }
-        if (!verdict.against.empty()) {
-            result.verdicts.push_back(verdict);
-        }
-    }
-    for (std::size_t calls = 1; calls < accepted.size(); ++calls) {
-        for (std::size_t limit = 1; accepted[calls].role == Role::Calls && limit < accepted.size(); ++limit) {
-            if (accepted[limit].role == Role::Bound) {
-                const double ratio = MedianRatio(Sums(rounds[limit], rounds[calls]), rounds[0]);
-                result.withCalls = std::min(result.withCalls.value_or(ratio), ratio);
-            }
-        }
+    for (std::size_t library = 0; library < accepted.size() && accepted[library].role == Role::Library; ++library) {
+        AddVerdicts(result, work.targets, accepted, rounds, library);
     }
     return result;
 }
@@ -122,11 +168,11 @@ std::string RoleText(Role role)
 {
     switch (role) {
     case Role::Bound:
-        return "of the limit";
+        return "of the bound";
     case Role::Peer:
         return "times the fastest peer";
     default:
-        return "of the yardstick";
+        return "of the baseline";
     }
 }
 

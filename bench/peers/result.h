@@ -1,4 +1,4 @@
-/// What a run has found.
+/// The results of one execution.
 #pragma once
 
 #include "bench/peers/quality.h"
@@ -6,7 +6,7 @@
 
 #include <filesystem>
 #include <iosfwd>
-#include <optional>
+#include <map>
 #include <span>
 #include <string>
 #include <vector>
@@ -16,13 +16,14 @@ namespace bench {
 struct Timed {
     std::string name;
     Role role;
-    double seconds; ///< the median of a call
+    double seconds; ///< median of a call
 };
 
 struct Verdict {
     Target target;
-    double share;        ///< the median of the ratios
-    std::string against; ///< the fastest of the target's role
+    std::string instructionSet;
+    double share;        ///< median of the ratios
+    std::string against; ///< the fastest contender of the target's role
 
     bool Reached() const { return share >= target.share; }
 };
@@ -32,16 +33,18 @@ struct Result {
     std::string name;
     std::vector<Timed> contenders;
     std::vector<Verdict> verdicts;
-    std::optional<double> withCalls;   ///< of the limit and the host calls together, where these were measured
-    std::vector<std::string> excluded; ///< peers whose results were wrong, and how
+    /// By instruction set: the share of the bound and the host calls together, where these were measured.
+    std::map<std::string, double> withCalls;
+    std::vector<std::string> excluded; ///< peers with wrong results, and what is wrong
 };
 
-/// Checks every contender of a work, then measures them. Only a peer's result may be wrong, which leaves it out.
-Result Measure(const WorkloadFactory& row, double seconds);
+/// Checks every contender of a workload, then measures all in interleaved slices: the library once for each instruction
+/// set. Only a peer's result may be wrong, which excludes it.
+Result Measure(const WorkloadFactory& row, std::span<const InstructionSet> sets, double seconds);
 
-/// What a role is called where its target is told, such as "of the limit".
+/// Returns the text of a role in a table's head, such as "of the bound".
 std::string RoleText(Role role);
-/// A ratio in the manner of its role: a share of the limit, or times the peer.
+/// Formats a ratio.
 std::string Number(double share);
 
 struct Environment {
@@ -55,28 +58,30 @@ struct Environment {
 Environment CollectEnvironment(const Bench& bench, std::string revision);
 
 struct Report {
-    Environment surroundings;
+    Environment environment;
     std::vector<Result> results;
     std::vector<Quality> qualities;
 };
 
-void PrintHead(const Environment& surroundings);
+void PrintHead(const Environment& environment);
 void PrintResult(const Result& result);
 void PrintSummary(const Report& report);
 void PrintQualities(std::span<const Quality> qualities);
 
 void WriteJson(const Report& report, const std::filesystem::path& file);
-/// Fills the template's fields; the charts go into a folder beside the document, with the document's name.
+/// Fills the template of the overview. Writes a page and charts for each family, and the page of targets, to a folder
+/// beside the document that has the document's name.
 void WriteDocument(const Report& report, const std::filesystem::path& templateFile,
-                   const std::filesystem::path& distancesFile, const std::filesystem::path& document);
+                   const std::filesystem::path& shortfallsFile, const std::filesystem::path& document);
 
-/// A chart of one bar for each row, with a mark at what each row shall reach.
+/// One bar of a chart. A target is drawn as a mark if it is above 0; a bar that misses it is red.
 struct Bar {
-    std::string label;
+    std::string label; ///< empty: the bar belongs to the label above
     double value;
     double target;
     std::string text;
+    int color = 0; ///< index into the chart's legend
 };
-std::string BarChart(const std::string& title, std::span<const Bar> bars);
+std::string BarChart(const std::string& title, std::span<const Bar> bars, std::span<const std::string> legend = {});
 
 } // namespace bench

@@ -8,7 +8,7 @@ namespace bench {
 
 namespace {
 
-/// Four registers a step; what is left over goes the library's way.
+/// Four registers a step; std::memcpy copies the remainder.
 #define ZTA_WIDE_COPY(name, options, Register, load, store)                                                            \
     [[gnu::target(options)]] void name(std::byte* to, const std::byte* from, std::size_t bytes)                        \
     {                                                                                                                  \
@@ -34,7 +34,7 @@ ZTA_WIDE_COPY(Copy256, "avx2", __m256i, _mm256_loadu_si256, _mm256_storeu_si256)
 
 #undef ZTA_WIDE_COPY
 
-/// Eight sums abreast, so that no sum waits for the one before it. The samples change behind the compiler's back.
+/// Eight independent accumulators, which hide the latency. The samples are opaque to the compiler.
 #define ZTA_MULTIPLY_ADDS(name, options, Register, multiply, add, broadcast)                                           \
     [[gnu::target(options)]] void name(std::size_t rounds)                                                             \
     {                                                                                                                  \
@@ -75,7 +75,7 @@ void CopyByLibrary(std::byte* to, const std::byte* from, std::size_t bytes)
     asm volatile("" ::: "memory");
 }
 
-std::vector<SimdCopy> WideCopies()
+std::vector<SimdCopy> AllSimdCopies()
 {
     if (Has512()) {
         return {{"AVX-512 copy", Copy512}};
@@ -88,7 +88,7 @@ std::vector<SimdCopy> WideCopies()
 
 Job MultiplyAdds(std::size_t outputs, std::size_t registerBytes)
 {
-    // A register of 64 bytes makes all 32 multiply-adds of an output at once; a round has eight registers.
+    // A register of 64 bytes holds all 32 multiply-adds of an output; a round uses eight registers.
     const std::size_t rounds = (outputs * 64 / registerBytes + 7) / 8;
     if (registerBytes == 64 && Has512()) {
         return [rounds] { MultiplyAdds512(rounds); };

@@ -1,4 +1,4 @@
-/// Yardsticks that the processor itself sets: copies, and multiply-adds out of registers.
+/// Baselines of the machine: copies, and multiply-adds out of registers.
 #pragma once
 
 #include "bench/common/measure.h"
@@ -16,13 +16,13 @@ struct SimdCopy {
     Copy copy;
 };
 
-/// std::memcpy, in a place where the compiler cannot see through it.
+/// std::memcpy, in a source of its own so that the compiler cannot inline it.
 void CopyByLibrary(std::byte* to, const std::byte* from, std::size_t bytes);
 
-/// Copies in registers of the widest kind that this processor has. None without AVX2.
-std::vector<SimdCopy> WideCopies();
+/// Copies with the widest registers of this CPU. None without AVX2.
+std::vector<SimdCopy> AllSimdCopies();
 
-/// `outputs` times 32 multiply-adds of 16-bit samples, in registers of 64 or 32 bytes. Empty if the processor has none.
+/// `outputs` times 32 multiply-adds of 16-bit samples, in registers of 64 or 32 bytes. Empty if the CPU has none.
 Job MultiplyAdds(std::size_t outputs, std::size_t registerBytes);
 
 } // namespace bench

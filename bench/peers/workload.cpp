@@ -2,16 +2,20 @@
 
 #include "bench/peers/simd_copies.h"
 
+#include <zta/ipp.h>
+#include <zta/sample_loops.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
 
 namespace bench {
 
 namespace {
 
-/// Where the sample of a channel in a frame stands.
+/// Returns the address of one channel's sample in a frame.
 const std::byte* At(const BufferLayout& side, std::size_t frame, std::uint32_t channel)
 {
     const std::size_t inPlane = frame * side.channelsOfPlane + channel % side.channelsOfPlane;
@@ -26,6 +30,38 @@ std::optional<std::string> Wrong(std::size_t frame, std::uint32_t channel, doubl
 }
 
 } // namespace
+
+std::vector<InstructionSet> SupportedInstructionSets(const zta::host::Module& module)
+{
+    const auto selectLoops = module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
+    const auto setFeatures = module.Symbol<decltype(&ippSetCpuFeatures)>("ippSetCpuFeatures");
+    unsigned long detected = 0;
+    module.Symbol<decltype(&ippGetCpuFeatures)>("ippGetCpuFeatures")(&detected, nullptr);
+    // All features from AVX-512 F on need AVX-512, except MPX and the processor models between them.
+    constexpr unsigned long kBelowAvx512 = (1UL << 20) - 1;
+    struct Entry {
+        const char* name;
+        const char* loops;
+        unsigned long features;
+    };
+    const Entry entries[] = {{"AVX-512", "avx512", detected}, {"AVX2", "avx2", detected & kBelowAvx512}};
+    std::vector<InstructionSet> sets;
+    for (const Entry& entry : entries) {
+        if (selectLoops(entry.loops) >= 0) {
+            sets.push_back({entry.name, [=] {
+                                if (selectLoops(entry.loops) < 0) {
+                                    throw std::runtime_error(std::string("cannot select ") + entry.name);
+                                }
+                                setFeatures(entry.features);
+                            }});
+        }
+    }
+    selectLoops(nullptr);
+    if (sets.empty()) {
+        sets.push_back({"SSE2", [] {}});
+    }
+    return sets;
+}
 
 Contender MakeContender(std::string name, Role role, Job job, Check check)
 {
@@ -55,7 +91,7 @@ void AddBounds(Workload& work, const std::vector<Pass>& passes)
         work.contenders.push_back(MakeContender(std::move(name), Role::Bound, job, copied));
     };
     add("memcpy", CopyByLibrary);
-    for (const SimdCopy& wide : WideCopies()) {
+    for (const SimdCopy& wide : AllSimdCopies()) {
         add(wide.name, wide.copy);
     }
 }

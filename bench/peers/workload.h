@@ -1,4 +1,4 @@
-/// The works that are compared: what is done, by whom, and how fast it shall be.
+/// Workloads: the task, its contenders and its performance targets.
 #pragma once
 
 #include "bench/common/host.h"
@@ -14,15 +14,15 @@
 namespace bench {
 
 enum class Role {
-    Library,  ///< the engine at its interface; the first contender of each work
-    Bound,    ///< a copy of the bytes that the work reads and writes
-    Peer,     ///< another library, to the same law or a better one
-    Baseline, ///< what else the library is held against
-    Calls,    ///< the host calls of the work, and nothing else
-    Other     ///< shown, and not counted: another library that is worth less
+    Library,  ///< the engine at its interface; the first contender of each workload
+    Bound,    ///< a copy of the bytes that the workload reads and writes
+    Peer,     ///< another library with the same result or a better one
+    Baseline, ///< another measure that the library is compared with
+    Calls,    ///< the host calls of the workload, and nothing else
+    Other     ///< shown but not counted: a library of lower quality
 };
 
-/// Looks at the outputs after one call. Nothing if they are right, else what is wrong.
+/// Checks the outputs after one call. Returns what is wrong, if anything.
 using Check = std::function<std::optional<std::string>()>;
 
 struct Contender {
@@ -31,41 +31,50 @@ struct Contender {
     Timer timer;
     Job once; ///< one call, for the check
     Check check;
-    std::string remark; ///< shown beside the name
+    std::string instructionSet; ///< of the library, as it is selected during the contender's slices
 };
 
-/// The library's speed as a multiple of the fastest contender's of a role.
+/// The wanted speed of the library, as a multiple of the fastest contender of a role.
 struct Target {
     Role against;
     double share;
 };
 
 struct Workload {
-    std::string family; ///< a section of the report
+    std::string family; ///< a page of the report
     std::string name;
     std::vector<Contender> contenders;
     std::vector<Target> targets;
     Job prepare;                ///< before each check: inputs filled, outputs poisoned
-    double sliceSeconds = 2e-4; ///< of one turn at least
-    std::string amount;         ///< what one call does, for people
+    double sliceSeconds = 2e-4; ///< minimum length of one slice
+    bool fixedVariant = false;  ///< the contender calls one variant by its name
 };
 
-/// Makes a work when its turn comes, so that only its own memory is in use.
+/// Selects the library's code for one instruction set, in the whole process.
+struct InstructionSet {
+    std::string name;
+    std::function<void()> select;
+};
+
+/// The instruction sets that are compared side by side: those of this machine, the widest first.
+std::vector<InstructionSet> SupportedInstructionSets(const zta::host::Module& module);
+
+/// Makes a workload when it is measured, so that only its own memory is in use.
 struct WorkloadFactory {
     std::string family;
     std::string name;
     std::function<Workload()> make;
 };
 
-/// What all works are made from.
+/// What all workloads are made from.
 struct Bench {
     zta::host::Module& module;
-    Engine& spread;   ///< its pool lies spread
-    Engine& samePage; ///< its pool's buffers all begin at a page
+    Engine& spread;   ///< its pool buffers have different page offsets
+    Engine& samePage; ///< its pool buffers are page-aligned
     const std::vector<std::unique_ptr<Peer>>& peers;
 };
 
-// The table of works, by family.
+// The table of workloads, by family.
 void AddConversions(std::vector<WorkloadFactory>& rows, const Bench& bench);
 void AddMuxes(std::vector<WorkloadFactory>& rows, const Bench& bench);
 void AddGains(std::vector<WorkloadFactory>& rows, const Bench& bench);
@@ -75,10 +84,10 @@ void AddCallCost(std::vector<WorkloadFactory>& rows, const Bench& bench);
 void AddContents(std::vector<WorkloadFactory>& rows, const Bench& bench);
 void AddEngines(std::vector<WorkloadFactory>& rows, const Bench& bench);
 
-/// A contender whose call is a plain job.
+/// Returns a contender whose call is a job.
 Contender MakeContender(std::string name, Role role, Job job, Check check);
 
-/// Adds the copies of these passes: as memcpy makes them, and in the widest registers.
+/// Adds the copies of these passes: with memcpy, and with the widest registers.
 struct Pass {
     std::byte* to;
     const std::byte* from;
@@ -86,18 +95,18 @@ struct Pass {
 };
 void AddBounds(Workload& work, const std::vector<Pass>& passes);
 
-/// The passes of a work that reads `in` and writes `out` once: as many bytes as both sides have, half of them read,
-/// half written, from the memory of one to the memory of the other. Each plane of the side with more planes is a pass.
+/// Returns the passes of a workload that reads `in` and writes `out` once: the bytes of both, half of them read and
+/// half written, from the memory of one to the memory of the other. Each plane of the one with more planes is a pass.
 std::vector<Pass> OnePass(const BufferLayout& in, const BufferLayout& out);
 
-/// The room that a plane needs so that OnePass stays in it.
+/// Returns the capacity that a plane needs for OnePass.
 std::size_t PassCapacity(std::size_t inPlaneBytes, std::size_t outPlaneBytes);
 
-/// True values of `out`, sample by sample, as long as `in` lies in the same channel order; the difference allowed is
-/// `tolerance` at full scale 1.
+/// Compares each sample of `out` with the value of `in`; the channel order is the same. `tolerance` is relative to full
+/// scale 1.
 Check WithinTolerance(const BufferLayout& in, const BufferLayout& out, double tolerance, double gain = 1.0);
 
-/// The outputs are, byte for byte, what the model writes into its argument: one plane after the other.
+/// Compares the outputs with the model's bytes: one plane after the other.
 Check EqualTo(const BufferLayout& out, std::function<std::vector<std::byte>()> model);
 
 } // namespace bench

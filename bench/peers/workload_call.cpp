@@ -23,7 +23,7 @@ Workload MakeOneFrame(const Bench& bench)
     };
     work.contenders.push_back(MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out), copied));
     work.contenders.push_back(MakeContender(
-        "host calls, latch and copy", Role::Baseline,
+        "host calls, busy flag and copy", Role::Baseline,
         [source, target] { CopyDirectly(*source->One(), *target->One()); },
         [&bench, in, out, copied] {
             CountingBufferSet tallied(in);
@@ -41,7 +41,7 @@ Workload MakeOneFrame(const Bench& bench)
 
 void AddCallCost(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
-    rows.push_back({"Cost of a call", "copy of one frame", [&bench] { return MakeOneFrame(bench); }});
+    rows.push_back({"Call overhead", "copy of one frame", [&bench] { return MakeOneFrame(bench); }});
 }
 
 } // namespace bench

@@ -5,7 +5,7 @@ namespace bench {
 
 namespace {
 
-/// One operation on buffers of 4800 stereo frames, with what the samples hold as the only difference.
+/// One operation on buffers of 4800 stereo frames. Only the content of the samples differs.
 struct Operation {
     const char* name;
     Sample from;

@@ -20,7 +20,7 @@ struct Size {
     double share;
 };
 
-/// What the call costs without the samples.
+/// The host calls alone.
 Contender HostCalls(const Bench& bench, const BufferLayout& in, const BufferLayout& out)
 {
     return MakeHostCallsOnly(
@@ -37,15 +37,15 @@ Contender HostCalls(const Bench& bench, const BufferLayout& in, const BufferLayo
         });
 }
 
-/// The whole of a work: the engine, the limits, and each peer that does it.
+/// A workload: the engine, the bounds, and each peer that supports it.
 Workload MakeConversion(const Bench& bench, Sample from, Sample to, std::size_t frames, std::uint32_t channels)
 {
     const std::size_t inBytes = frames * channels * BytesOf(from);
     const std::size_t outBytes = frames * channels * BytesOf(to);
-    const std::size_t room = PassCapacity(inBytes, outBytes);
-    const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(room, Placement::Staggered));
-    const BufferLayout in = MakeSide(memory, from, channels, 1, frames, Placement::Staggered, room);
-    const BufferLayout out = MakeSide(memory, to, channels, 1, frames, Placement::Staggered, room);
+    const std::size_t capacity = PassCapacity(inBytes, outBytes);
+    const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(capacity, Placement::Staggered));
+    const BufferLayout in = MakeSide(memory, from, channels, 1, frames, Placement::Staggered, capacity);
+    const BufferLayout out = MakeSide(memory, to, channels, 1, frames, Placement::Staggered, capacity);
     Workload work;
     work.prepare = [in, out] {
         Fill(in, Content::Noise);

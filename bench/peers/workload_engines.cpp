@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kEngines = 8;
 
-/// An engine with buffers of its own: 1024 stereo frames from 16 bits to 24 in 32, 12 KiB in all.
+/// An engine with its own buffers: 1024 stereo frames from 16-in-16 to 24-in-32, 12 KiB in total.
 class EngineWorker {
 public:
     explicit EngineWorker(zta::host::Module& module)
@@ -47,9 +47,8 @@ long VoluntarySwitches()
     return usage.ru_nvcsw;
 }
 
-/// Eight threads, spread over the processors, each with its engine. The seconds of one call are the threads' mean, of
-/// processor time, which does not count a thread that is kept waiting for its turn; a thread that waits for another
-/// would show as switches of its own will.
+/// Eight threads, spread over the CPUs, each with its own engine. The time of one call is the mean CPU time of the
+/// threads, which excludes scheduling. A thread that waits for another shows as a voluntary context switch.
 class EightEngines {
 public:
     explicit EightEngines(const std::vector<std::shared_ptr<EngineWorker>>& stations) : stations_(stations) {}

@@ -8,7 +8,7 @@ namespace {
 constexpr std::size_t kInCache = 64 << 10;
 constexpr std::size_t kInMemory = 64 << 20;
 
-/// Frames of 24-in-32 in so many bytes, some less where the engine leaves lengths of many 65536 steps alone.
+/// Frames of 24-in-32 in that many bytes, fewer where the engine does not process multiples of 65536.
 std::size_t FramesIn(std::size_t bytes, std::uint32_t channels)
 {
     const std::size_t frames = bytes / (4 * channels);
@@ -42,7 +42,7 @@ Workload MakeRamp(const Bench& bench, std::size_t bytes, std::uint32_t channels)
     return work;
 }
 
-/// No peer has ramps that run by sample frames, so the constant gain stands for them: in place, as the peers work.
+/// No peer has gain ramps by frames, so constant gains are compared: in place, as the peers process.
 Workload MakeConstant(const Bench& bench, std::size_t bytes, std::uint32_t channels)
 {
     constexpr float kGain = 1.5F;

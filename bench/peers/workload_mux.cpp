@@ -23,7 +23,7 @@ struct Shape {
     std::size_t frames;
 };
 
-/// The buffers of one work, and the staging memory of its limit.
+/// The buffers of one workload, and the staging memory of its bound.
 struct Setting {
     BufferLayout planes;
     BufferLayout mux;
@@ -69,7 +69,7 @@ Job PreparationOf(const Setting& setting)
     };
 }
 
-/// An assembly copies each input into the pool first, which is a pass of its own.
+/// Interleaving copies each input to a scratch buffer first, an extra pass.
 std::vector<Pass> PassesOf(const Setting& setting)
 {
     if (!setting.interleaves) {
@@ -85,8 +85,7 @@ std::vector<Pass> PassesOf(const Setting& setting)
     return passes;
 }
 
-/// Both samples of a stereo frame as one word: the peers know planes of single channels only, and this is the same
-/// move.
+/// A stereo frame as one sample of twice the size: the peers only support planes of one channel.
 BufferLayout AsWords(const BufferLayout& side, std::uint32_t samplesOfWord)
 {
     BufferLayout words = side;
@@ -97,7 +96,7 @@ BufferLayout AsWords(const BufferLayout& side, std::uint32_t samplesOfWord)
     return words;
 }
 
-/// What the call costs without the samples.
+/// The host calls alone.
 Contender HostCalls(const Bench& bench, const Setting& setting)
 {
     const auto stages = std::make_shared<BufferSet>(setting.stage);
@@ -185,8 +184,8 @@ void AddMuxes(std::vector<WorkloadFactory>& rows, const Bench& bench)
         rows.push_back({"Mux", NameOf(shape), [&bench, shape] { return MakeMux(bench, shape); }});
     }
     for (const Shape& shape : shapes) {
-        rows.push_back({"Mux at one offset within the pages", NameOf(shape),
-                        [&bench, shape] { return MakeMuxOnOnePage(bench, shape); }});
+        rows.push_back(
+            {"Mux, page-aligned", NameOf(shape), [&bench, shape] { return MakeMuxOnOnePage(bench, shape); }});
     }
 }
 

@@ -19,10 +19,10 @@ struct Direction {
 };
 
 constexpr Direction kDirections[] = {{44100, 48000}, {48000, 44100}};
-/// Long turns: some resamplers work in blocks of thousands of frames.
-constexpr double kTurnSeconds = 2e-3;
-/// Input samples of a bare run: one piece that fits the nearest cache.
-constexpr std::size_t kBareFrames = 8192;
+/// Long slices: some resamplers process blocks of thousands of frames.
+constexpr double kSliceSeconds = 2e-3;
+/// Input samples of the filter alone: contiguous, within the first-level cache.
+constexpr std::size_t kFilterFrames = 8192;
 
 StreamMaker EngineMaker(const Bench& bench)
 {
@@ -48,8 +48,8 @@ const Quality& QualityOf(const StreamMaker& maker, const Direction& direction)
     return entry->second;
 }
 
-/// The low tone keeps its level within 0.1 dB and comes out at 40 dB or better, in the last channel too, when the
-/// stream is cut as it is measured.
+/// Checks that the low tone keeps its level within 0.1 dB and 40 dB of signal to noise, in the last channel, with calls
+/// of the measured length.
 Check PreservesTone(const StreamMaker& maker, const Rates& rates, std::size_t frames)
 {
     return [maker, rates, frames]() -> std::optional<std::string> {
@@ -62,7 +62,7 @@ Check PreservesTone(const StreamMaker& maker, const Rates& rates, std::size_t fr
     };
 }
 
-/// The filter's run of one build of the module, with a filter bank of that build.
+/// The filter of one variant, with a filter bank of that variant.
 class FilterOnly {
 public:
     FilterOnly(const Bench& bench, const std::string& prefix, const Direction& direction, std::size_t frames)
@@ -120,28 +120,29 @@ private:
     std::vector<Line> block_;
 };
 
-/// Sample by sample what the build for the oldest processors makes.
+/// Compares with the variant for the oldest CPUs, sample by sample.
 Check MatchesBaselineVariant(const Bench& bench, const std::shared_ptr<FilterOnly>& run, const Direction& direction,
                              std::size_t frames)
 {
     return [&bench, run, direction, frames]() -> std::optional<std::string> {
         FilterOnly oldest(bench, "m7_", direction, frames);
         if (run->Run() != oldest.Run() || run->Output() != oldest.Output()) {
-            return "the run differs from that of the oldest build";
+            return "the output differs from that of the oldest variant";
         }
         return std::nullopt;
     };
 }
 
-/// The bare run as a yardstick for so many samples. It goes over more of them in one piece, so that what it prepares
-/// for itself does not count, and is charged by the sample.
-Contender BareRunOver(const Bench& bench, const Direction& direction, std::size_t samples)
+/// The filter alone as the baseline for that many samples. It processes more of them in one call, so that its set-up
+/// does not count, and is charged by the sample.
+Contender FilterBaseline(const Bench& bench, const Direction& direction, std::size_t samples)
 {
-    const auto run = std::make_shared<FilterOnly>(bench, "", direction, kBareFrames);
+    const auto run = std::make_shared<FilterOnly>(bench, "", direction, kFilterFrames);
     Contender contender = MakeContender(
-        "bare run", Role::Baseline, [run] { run->Run(); }, MatchesBaselineVariant(bench, run, direction, kBareFrames));
+        "filter alone", Role::Baseline, [run] { run->Run(); },
+        MatchesBaselineVariant(bench, run, direction, kFilterFrames));
     contender.timer = [runs = contender.timer, samples](int calls) {
-        const double share = static_cast<double>(samples) / kBareFrames;
+        const double share = static_cast<double>(samples) / kFilterFrames;
         return runs(std::max(1, static_cast<int>(calls * share))) * share;
     };
     return contender;
@@ -152,11 +153,11 @@ Workload MakeResampling(const Bench& bench, const Direction& direction, std::uin
     const Rates rates{direction.from, direction.to, channels};
     const auto engine = std::make_shared<ResamplerStream>(bench.spread, rates, frames);
     Workload work;
-    work.sliceSeconds = kTurnSeconds;
+    work.sliceSeconds = kSliceSeconds;
     work.prepare = [] {};
     work.contenders.push_back(MakeContender(
         "engine", Role::Library, [engine] { engine->Call(); }, PreservesTone(EngineMaker(bench), rates, frames)));
-    work.contenders.push_back(BareRunOver(bench, direction, channels * frames));
+    work.contenders.push_back(FilterBaseline(bench, direction, channels * frames));
     for (const auto& peer : bench.peers) {
         for (const StreamMaker& maker : peer->Resamplers()) {
             const bool suffices =
@@ -179,13 +180,13 @@ Workload MakeResampling(const Bench& bench, const Direction& direction, std::uin
     return work;
 }
 
-/// What the samples hold must not tell in the time. No tone is played here: the works above have checked the stream.
+/// The content of the samples must not change the time. The workloads above check the stream.
 Workload MakeContent(const Bench& bench, Content content)
 {
     constexpr Rates kRates{44100, 48000, 2};
     constexpr std::size_t kFrames = 4800;
     Workload work;
-    work.sliceSeconds = kTurnSeconds;
+    work.sliceSeconds = kSliceSeconds;
     work.prepare = [] {};
     for (const auto& [of, role] : {std::pair(content, Role::Library), std::pair(Content::Noise, Role::Baseline)}) {
         const auto stream = std::make_shared<ResamplerStream>(bench.spread, kRates, kFrames, of);
@@ -204,18 +205,20 @@ struct Build {
 
 constexpr Build kBuilds[] = {{"k0_", "AVX-512", 64, 0.25}, {"l9_", "AVX2", 32, 0.2}};
 
-Workload MakeBareRun(const Bench& bench, const Build& build, const Direction& direction)
+Workload MakeFilterOnly(const Bench& bench, const Build& build, const Direction& direction)
 {
-    const auto run = std::make_shared<FilterOnly>(bench, build.prefix, direction, kBareFrames);
+    const auto run = std::make_shared<FilterOnly>(bench, build.prefix, direction, kFilterFrames);
     Workload work;
     work.prepare = [] {};
-    const Job adds = MultiplyAdds(kBareFrames * direction.to / direction.from, build.registerBytes);
+    const Job adds = MultiplyAdds(kFilterFrames * direction.to / direction.from, build.registerBytes);
     if (!adds) {
-        return work; // not on this processor
+        return work; // not on this CPU
     }
     work.contenders.push_back(MakeContender(
-        "run", Role::Library, [run] { run->Run(); }, MatchesBaselineVariant(bench, run, direction, kBareFrames)));
+        "run", Role::Library, [run] { run->Run(); }, MatchesBaselineVariant(bench, run, direction, kFilterFrames)));
     work.contenders.push_back(MakeContender("multiply-adds", Role::Baseline, adds, {}));
+    work.fixedVariant = true;
+    work.contenders.front().instructionSet = build.name;
     work.targets = {{Role::Baseline, build.share}};
     return work;
 }
@@ -260,8 +263,8 @@ void AddResampling(std::vector<WorkloadFactory>& rows, const Bench& bench)
     }
     for (const Build& build : kBuilds) {
         for (const Direction& direction : kDirections) {
-            rows.push_back({"Bare run of the filter", std::string(build.name) + ", " + Text(direction),
-                            [&bench, build, direction] { return MakeBareRun(bench, build, direction); }});
+            rows.push_back({"Filter kernel", std::string(build.name) + ", " + Text(direction),
+                            [&bench, build, direction] { return MakeFilterOnly(bench, build, direction); }});
         }
     }
     for (const Content content : {Content::Silence, Content::FadeTail}) {

@@ -5,7 +5,7 @@
 
 namespace bench {
 
-/// The engine's resampler, then those of the peers, measured in both directions.
+/// Measures the engine's resampler and those of the peers, in both directions.
 std::vector<Quality> MeasureQualities(const Bench& bench);
 
 } // namespace bench

@@ -1,6 +1,6 @@
-// soak SECONDS [SEED]: all operations at random on two threads, every result checked, memory and counts watched. Prints
-// how long the calls took beside a loop that does nothing, which shows what the machine itself adds. Exit code 1 if
-// anything is wrong.
+// soak SECONDS [SEED]: runs all operations in random order on two threads and checks every result, the memory in use
+// and the reference counts. Prints the duration of the calls beside that of an empty loop, which shows what the machine
+// itself adds. Exit code 1 if anything is wrong.
 
 #include "component/unknown.h"
 #include "host/audio_buffer.h"
@@ -27,14 +27,21 @@ using Clock = Latencies::Clock;
 
 constexpr int kThreads = 2;
 
-/// What the heap and the stacks may move about after the run has warmed up.
+/// By how much heap and stacks may change after the warm-up.
 constexpr long kSlackBytes = 2 << 20;
+
+/// The warm-up of a thread, in jobs: by then each kind of job has allocated what it needs. A busy machine needs longer
+/// for them than the warm-up of a short run takes, and the run lasts until twice as many were made.
+constexpr int kWarmUpCalls = 4000;
+
+std::atomic<int> warmThreads{0};
+std::atomic<int> runningThreads{kThreads};
 
 std::atomic<int> failures{0};
 
 void Fail(const std::string& what)
 {
-    // One line tells enough; a broken run has thousands.
+    // A broken run has thousands of failures.
     if (failures++ < 20) {
         std::printf("FAILED: %s\n", what.c_str());
     }
@@ -48,7 +55,7 @@ long ResidentBytes()
     return resident * sysconf(_SC_PAGESIZE);
 }
 
-/// A loop without a call or a memory access; about as long as the middle one of the calls.
+/// A loop without a call or a memory access; about as long as the median call.
 int SpinABit()
 {
     for (int i = 0; i < 20000; ++i) {
@@ -71,13 +78,15 @@ void Work(IZtQuonEnginePrivate& host, unsigned seed, Clock::time_point end, Time
     AddScenarioJobs(jobs);
     AddScenarioJobs(jobs); // all paths of all operations: a larger share
     AddStreamJob(jobs, host);
-    while (Clock::now() < end && failures == 0) {
+    for (int i = 0; (Clock::now() < end || i < 2 * kWarmUpCalls) && failures == 0; ++i) {
+        warmThreads += i == kWarmUpCalls ? 1 : 0;
         const std::string wrong = jobs[Between(random, 0, jobs.size() - 1)]->Run(*engine, random, times.calls);
         if (!wrong.empty()) {
             Fail(wrong + " (seed " + std::to_string(seed) + ", call " + std::to_string(times.calls.Count()) + ")");
         }
         times.emptyLoop.Time(SpinABit);
     }
+    --runningThreads;
 }
 
 void Print(const char* name, const Latencies& times)
@@ -109,10 +118,11 @@ int main(int argc, char** argv)
         for (unsigned t = 0; t < kThreads; ++t) {
             threads[t] = std::thread([&, t] { Work(*host.Get(), seed + t, end, times[t]); });
         }
-        // A quarter of the run warms up. Afterwards no more memory is in use than then.
-        while (Clock::now() < end && failures == 0) {
+        // Memory in use must not grow after the warm-up: a quarter of the run, and kWarmUpCalls jobs of each thread.
+        while (runningThreads > 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            long& mark = Clock::now() < begin + (end - begin) / 4 ? warm : most;
+            const bool isWarm = warmThreads == kThreads && Clock::now() >= begin + (end - begin) / 4;
+            long& mark = isWarm ? most : warm;
             mark = std::max(mark, ResidentBytes());
         }
         for (std::thread& thread : threads) {

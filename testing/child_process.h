@@ -8,7 +8,7 @@ struct ChildResult {
     std::string output; ///< what it wrote to standard output
 };
 
-/// Runs a function in a child process whose standard output is fresh: no byte and no wide character has been written
-/// to it. (The stream keeps the orientation of its first output for good, and drops what is written the other way.)
+/// Runs a function in a child process whose standard output has no orientation yet: no byte and no wide character was
+/// written. (The stream keeps the orientation of its first output and drops output of the other kind.)
 /// The test fails if a signal or an exception ends the child.
 ChildResult RunInChild(const std::function<int()>& function);

@@ -1,4 +1,4 @@
-/// What the tests of the engine's operations share: an engine on a recording host, and buffers that record.
+/// Fixture for the tests of the engine's operations: an engine on a recording host, and recording buffers.
 #pragma once
 
 #include "engine/audio_samples_engine.h"
@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-/// The tests' view of what an engine keeps between its two halves.
+/// Gives tests access to what an engine saves for the worker.
 struct SZtLayoutProbe {
     static std::uint32_t Busy(const CZtaAudioSamplesEngine& engine) { return engine.m_ui32Busy; }
     static void SetBusy(CZtaAudioSamplesEngine& engine, std::uint32_t busy) { engine.m_ui32Busy = busy; }
@@ -43,7 +43,7 @@ struct SZtLayoutProbe {
         return holds;
     }
 
-    /// What a slot keeps, in use or not.
+    /// The content of a slot, in use or not.
     static const SZtAudioMonoVolumeInfo& SavedVolume(const CZtaAudioSamplesEngine& engine, std::size_t slot)
     {
         return engine.m_asSavedVolumes[slot];
@@ -64,14 +64,14 @@ namespace zta::test {
 
 using Calls = std::vector<std::string>;
 
-/// Puts lists of calls together.
+/// Concatenates lists of calls.
 inline Calls operator+(Calls first, const Calls& second)
 {
     first.insert(first.end(), second.begin(), second.end());
     return first;
 }
 
-/// The calls by which a kernel digests a buffer.
+/// The calls with which a kernel queries a buffer.
 inline Calls Digest(const std::string& buffer)
 {
     return {buffer + ".GetAudioSamplesDescription", buffer + ".GetBufferAndLength", buffer + ".GetBufferCapacity"};
@@ -94,7 +94,7 @@ protected:
 
     CZtaAudioSamplesEngine& Object() { return static_cast<CZtaAudioSamplesEngine&>(*engine_); }
 
-    /// A buffer with `validFrames` frames of valid data, all zero, and room for `capacityFrames`.
+    /// A buffer with `validFrames` frames of valid data, all zero, and a capacity of `capacityFrames`.
     host::Ref<RecordingBuffer> Make(const std::string& name, const SZtaWaveFormatInfo& format, std::size_t validFrames,
                                     std::size_t capacityFrames)
     {
@@ -128,7 +128,7 @@ protected:
         return samples;
     }
 
-    /// Whatever the outcome of an operation: the latch is free, nothing is kept, every reference is back.
+    /// After every operation: the busy flag is clear, no operand is saved, every reference is released.
     void ExpectAtRest(std::initializer_list<const RecordingBuffer*> buffers)
     {
         EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 0U);

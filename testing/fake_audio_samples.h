@@ -14,13 +14,13 @@ inline SZtaWaveFormatInfo WaveFormat(std::uint32_t type, std::uint32_t container
     return {24, channels, static_cast<EZtAudioDataType>(type), rate, container, valid};
 }
 
-/// A buffer whose every answer the test sets and which writes down what it is asked. It does not keep itself
-/// consistent: length, capacity and data are what the test says, however little they fit together.
+/// A fake buffer: the test sets every result, and the calls are logged. Length, capacity and data are independent of
+/// each other.
 class FakeAudioSamples final : public IZtAudioSamples {
 public:
     FakeAudioSamples() = default;
 
-    /// A consistent buffer: room for `capacityFrames`, the first `validFrames` of them valid.
+    /// A consistent buffer with a capacity of `capacityFrames`; the first `validFrames` are valid.
     FakeAudioSamples(const SZtaWaveFormatInfo& waveFormat, unsigned long validFrames, unsigned long capacityFrames)
         : format(waveFormat)
     {
@@ -32,7 +32,7 @@ public:
         lengthInFrames = validFrames;
     }
 
-    // What the buffer answers.
+    // The results of the calls.
     std::vector<std::uint8_t> data;
     SZtaWaveFormatInfo format{};
     unsigned long length = 0;
@@ -42,7 +42,7 @@ public:
     bool fadeIn = false;
     bool fadeOut = false;
 
-    // The status of each call; a call that fails leaves its outputs alone.
+    // The status of each call. A failing call does not write its outputs.
     int descriptionStatus = 0;
     int bufferStatus = 0;
     int capacityStatus = 0;
@@ -50,10 +50,10 @@ public:
     int setLengthStatus = 0;
     int setWaveFormatStatus = 0;
 
-    // What the buffer was told.
+    // The arguments of the calls.
     std::vector<std::string> calls;              ///< the names of the operations, in order
     std::vector<unsigned long> lengthsSet;       ///< of SetLength
-    std::vector<std::uint32_t> descriptionSizes; ///< `ulSize` as handed to GetAudioSamplesDescription
+    std::vector<std::uint32_t> descriptionSizes; ///< `ulSize` as passed to GetAudioSamplesDescription
 
     int QueryInterface(const _GUID&, void** ppv) override
     {

@@ -17,7 +17,7 @@ inline IppHintAlgorithm HintOf(models::TapKind kind)
     return kind == models::TapKind::Words ? ippAlgHintFast : ippAlgHintAccurate;
 }
 
-/// A filter's block that ends as close to a page's end as its alignment allows.
+/// Memory for a filter that ends as close to a guard page as its alignment allows.
 class FilterBlock {
 public:
     static constexpr std::uint8_t kPoison = 0xA5;
@@ -53,7 +53,7 @@ private:
     std::uint8_t* begin_;
 };
 
-/// The filter that a build makes for a plan.
+/// Initializes a filter with one variant.
 inline FilterBlock MakeFilter(const SignalVariant& build, const models::FilterPlan& plan, float rollOff = 1.0f,
                               float alpha = 9.0f)
 {
@@ -68,7 +68,7 @@ inline FilterBlock MakeFilter(const SignalVariant& build, const models::FilterPl
     return block;
 }
 
-/// A filter made by hand: equal rates, so one row, with tap i of it at sample i - 2.
+/// A filter with given taps: equal rates, so one phase, with tap i at sample i - 2.
 template <class Tap>
 class OneRowFilter {
 public:

@@ -1,4 +1,4 @@
-/// What a wave format classifies as, row by row: type, container, valid bits, rate and channels are tested in this
+/// Reference model of the format classification. Type, container, valid bits, rate and channels are tested in this
 /// order.
 #pragma once
 
@@ -103,7 +103,7 @@ inline std::optional<std::uint32_t> MultiFormatProperty(std::uint32_t container,
     return std::nullopt;
 }
 
-/// Nothing for a format that is refused.
+/// Returns nothing for a rejected format.
 inline std::optional<std::uint32_t> Property(std::uint32_t type, std::uint32_t container, std::uint32_t valid,
                                              std::uint32_t rate, std::uint32_t channels)
 {

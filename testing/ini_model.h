@@ -1,4 +1,4 @@
-/// The INI file once more, line by line on strings of its own, with the file's text beside them.
+/// Reference model of the INI file: lines of strings, and the text on disk.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,4 @@
-/// The host's log in the test programs. A program that uses LogRecorder gets the `ZtLogger` that the module imports,
-/// and can see what was logged.
+/// The host's log in the test programs: LogRecorder defines the `ZtLogger` that the module imports, and records it.
 #pragma once
 
 #include <zta/logger.h>
@@ -15,7 +14,7 @@ struct LogEntry {
     std::string text; ///< the line as a log would show it
 };
 
-/// What has been logged since the last Clear, by all threads.
+/// The log since the last Clear, of all threads.
 class LogRecorder {
 public:
     static void Clear();

@@ -1,6 +1,6 @@
 #pragma once
 
-// The 60 kernels between buffers and a mux, by hand: what their tables must hold, and a way to call each.
+// The 60 mux kernels: the expected table entries, and a way to call each.
 
 #include "kernels/mono_to_mux.h"
 #include "kernels/mux_to_mono.h"
@@ -19,7 +19,7 @@ struct MuxCase {
     int output;
     unsigned long buffers;
     unsigned long elementBytes;
-    unsigned long blockFrames; ///< 0 for kernels that take any count of buffers
+    unsigned long blockFrames; ///< 0 for kernels that accept any number of buffers
     const char* name;
     CallInterleave assemble;
     Split split;
@@ -107,7 +107,7 @@ inline const std::vector<MuxCase> kMuxToStereoRows = {
 #undef ZTA_ASSEMBLES
 #undef ZTA_SPLITS
 
-/// The usual wave format of an integer layout: 16-in-16, 24-in-32 or 24-in-24 of 1 to 64 channels at 48000 hertz.
+/// The wave format of an integer property: 16-in-16, 24-in-32 or 24-in-24, 1 to 64 channels, 48000 Hz.
 inline SZtaWaveFormatInfo FormatOfLayout(int property)
 {
     constexpr std::uint32_t kChannels[] = {1, 2, 4, 8, 16, 32, 64};
@@ -118,7 +118,7 @@ inline SZtaWaveFormatInfo FormatOfLayout(int property)
                          : WaveFormat(1, 16, 16, 48000, kChannels[property - 1]);
 }
 
-/// The model of all mux operations: frame after frame, one element of each buffer in turn.
+/// Reference model of all mux operations: frame by frame, one element of each buffer.
 inline std::vector<std::uint8_t> Muxed(const std::vector<std::vector<std::uint8_t>>& buffers, std::size_t elementBytes,
                                        std::size_t frames)
 {

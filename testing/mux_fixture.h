@@ -1,4 +1,4 @@
-/// What the tests of the mux operations share.
+/// Fixture for the tests of the mux operations.
 #pragma once
 
 #include "testing/engine_fixture.h"
@@ -8,7 +8,7 @@
 
 namespace zta::test {
 
-/// The arguments of one mux operation. Tests spoil what they are about.
+/// The arguments of one mux operation. Tests change the one under test.
 struct MuxCall {
     IZtAudioSamples** array = nullptr;
     unsigned long count = 0;
@@ -17,12 +17,12 @@ struct MuxCall {
     unsigned long volumeCount = 0;
 };
 
-/// An array of buffers "b0", "b1" ... and a buffer "mux", with the arguments that go with them.
+/// An array of buffers "b0", "b1" ... and a buffer "mux", with the arguments of an operation on them.
 class MuxTest : public EngineTest {
 protected:
     using Words = std::vector<std::uint32_t>;
 
-    /// Makes `count` buffers and a mux, all full of noise; lengths are in frames.
+    /// Creates `count` buffers and a mux, filled with noise. Lengths are in frames.
     void Build(const SZtaWaveFormatInfo& format, std::size_t count, const SZtaWaveFormatInfo& muxFormat,
                std::size_t frames)
     {
@@ -84,13 +84,13 @@ protected:
         return words;
     }
 
-    /// Every word of a buffer's memory.
+    /// Every 32-bit word of a buffer's memory.
     static Words AllSamplesOf(const host::AudioBuffer& buffer)
     {
         return SamplesOf(buffer, buffer.Capacity() / (buffer.Description().sWaveFormat.ulBitsPerSample / 8));
     }
 
-    /// The frames that are valid, by the buffer's own label.
+    /// The valid frames, by the buffer's own format.
     static std::size_t FramesOf(const host::AudioBuffer& buffer)
     {
         return buffer.Length() / host::BytesPerFrame(buffer.Description().sWaveFormat);
@@ -134,7 +134,7 @@ protected:
         return (engine_.Get()->*operation)(call_.mux, call_.array, call_.count, call_.volumes, call_.volumeCount);
     }
 
-    /// Every access has had its signal, and no other; everything is at rest.
+    /// Every access was signalled exactly once, and the engine is at rest.
     void ExpectSettled()
     {
         for (const auto& buffer : array_) {
@@ -175,7 +175,7 @@ protected:
         return {buffer + ".SetLength(" + std::to_string(bytes) + ")"};
     }
 
-    /// A copy of bytes, label and length.
+    /// A copy of bytes, format and length.
     static Calls CopyToScratch(const std::string& in, const std::string& stage, std::size_t bytes)
     {
         return Calls{in + ".GetBufferAndLength", stage + ".SetWaveFormat"} + SetLength(stage, bytes) +

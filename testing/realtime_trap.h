@@ -1,8 +1,8 @@
-/// Proof that code keeps off the allocator, off locks and out of the kernel.
+/// Proves that code does not allocate, lock or enter the kernel.
 ///
-/// Two means that complete each other: a watch over the C library's entry points, which names what was called, and a
-/// filter in the kernel, which no way around the library escapes. The watch replaces malloc and its like in the whole
-/// program; so it is part of the program of the room `realtime` only, and this header is for its tests.
+/// Two complementary means: interposed functions of the C library, which name the forbidden call, and a filter in the
+/// kernel, which also sees calls that bypass the library. The interposition replaces malloc and similar functions in
+/// the whole program, so only the program of tests/realtime has it, and this header is for its tests.
 #pragma once
 
 namespace zta::test {
@@ -20,10 +20,10 @@ public:
     RealtimeTrap(const RealtimeTrap&) = delete;
     RealtimeTrap& operator=(const RealtimeTrap&) = delete;
 
-    /// Ends the watch and tells how many forbidden calls there were.
+    /// Ends the watch and returns the number of forbidden calls.
     int Violations();
 
-    /// Ends the watch and names the first forbidden call; "" if there was none.
+    /// Ends the watch and returns the name of the first forbidden call, or "".
     const char* First();
 
     /// False in builds whose sanitizer has these entry points for itself: the watch then sees nothing, and
@@ -31,7 +31,7 @@ public:
     static bool IsAvailable();
 };
 
-/// What RunUnderSeccomp returns if it is none of the numbers of system calls.
+/// Results of RunUnderSeccomp other than the number of a system call.
 inline constexpr int kNoSystemCall = -1;
 inline constexpr int kCrashed = -2;
 inline constexpr int kSeccompUnavailable = -3;

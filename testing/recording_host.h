@@ -1,4 +1,4 @@
-/// The recording host of the tests, with an engine of the module that they are linked against.
+/// The recording host of the tests, with an engine of the module that the test program links.
 #pragma once
 
 #include "host/recording_host.h"

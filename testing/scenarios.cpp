@@ -24,7 +24,7 @@ using host::Pcm20In32;
 using host::Pcm24In24;
 using host::Pcm24In32;
 
-/// How one buffer of a scenario is made.
+/// One buffer of a scenario.
 struct Side {
     SZtaWaveFormatInfo format;
     std::size_t frames;
@@ -32,7 +32,7 @@ struct Side {
     bool fadeOut = false;
 };
 
-/// A buffer full of a fixed pattern; floats stay within full scale.
+/// A buffer filled with a fixed pattern. Floats stay within full scale.
 host::Ref<host::AudioBuffer> MakeBuffer(const BufferFactory& factory, const std::string& name, const Side& side)
 {
     const std::size_t bytes = side.frames * host::BytesPerFrame(side.format);
@@ -152,7 +152,7 @@ ScenarioCase VolumeRow(const std::string& path, const Side& input, const Side& o
             }};
 }
 
-/// The array side of a mux operation: buffers that are alike, but for the last one where a row says so.
+/// The array of a mux operation: equal buffers, except the last one if a test case says so.
 struct Sides {
     std::size_t count;
     Side side;
@@ -179,7 +179,7 @@ std::vector<IZtAudioSamples*> Pointers(const std::vector<host::Ref<host::AudioBu
     return pointers;
 }
 
-/// The channels of the array's buffers tell which of the two operations runs.
+/// The channel count of the array's buffers selects the operation.
 ScenarioCase AssemblyRow(const std::string& path, const Sides& parts, const Side& mux, std::size_t volumes = 0,
                          int status = 0, bool leaksReference = false)
 {
@@ -230,7 +230,7 @@ host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFor
     return host::Ref<IUnknown>::Adopt(stream);
 }
 
-/// Makes a stream one whose creation found no memory for the rows that it prepares.
+/// Removes the packed filter bank of a stream, as if its allocation had failed.
 void DropPreparedRows(IUnknown& stream)
 {
     IppsResamplingPolyphaseFixed_16s* const filter = dynamic_cast<CPolyphaseResampler&>(stream).m_pSpec;

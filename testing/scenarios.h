@@ -13,7 +13,7 @@
 
 namespace zta::test {
 
-/// Makes an empty buffer; the name is for a journal.
+/// Creates an empty buffer. The name is for the call log.
 using BufferFactory = std::function<host::Ref<host::AudioBuffer>(const std::string& name,
                                                                  const SZtaWaveFormatInfo& format, std::size_t bytes)>;
 
@@ -24,25 +24,25 @@ struct Scenario {
     std::function<int(IZtaAudioSamplesEngine&)> run;
 };
 
-/// One path through an operation; the name begins with the operation's. `make` builds its buffers afresh, filled the
-/// same each time.
+/// One path through an operation; its name begins with the operation's name. `make` creates new buffers with the same
+/// content each time.
 struct ScenarioCase {
     std::string operation;
     std::string name;
-    int status;                ///< what the operation returns while the host does its part
-    bool returnsSignalsStatus; ///< the operation returns what its last signal returned, whatever became of the work
-    bool leaksReference;  ///< a byte copy does not fit: it keeps one reference on its target, beyond the engine's end
-    std::string throwsOn; ///< the host call whose failure the operation reports by CZtSmartPointerException, or ""
+    int status;                ///< result of the operation if no host call fails
+    bool returnsSignalsStatus; ///< the result is that of the last signal, not of the work
+    bool leaksReference;       ///< a byte copy that does not fit keeps a reference on its target
+    std::string throwsOn;      ///< the host call whose failure the operation reports by CZtSmartPointerException, or ""
     std::function<Scenario(const BufferFactory&)> make;
 };
 
-/// How GoogleTest shows a row.
+/// For GoogleTest.
 inline void PrintTo(const ScenarioCase& row, std::ostream* out)
 {
     *out << row.name;
 }
 
-/// Announces every access, as a host does, and runs.
+/// Announces every access, as a host does, and runs the scenario.
 int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine);
 
 /// Every path of every operation.

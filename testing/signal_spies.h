@@ -1,5 +1,5 @@
-/// Spies in the place of the dispatched functions: they tell which build a public function leads to, and with which
-/// arguments. No spy needs the build's instructions, so that every build can be selected on every processor.
+/// Spies that replace the dispatched functions: they record which variant a public function calls, and with which
+/// arguments. A spy does not need the variant's instructions, so every variant can be selected on every CPU.
 #pragma once
 
 #include "signal/functions.h"
@@ -16,10 +16,10 @@
 
 namespace zta::test {
 
-/// The index of the build that the last call of this thread reached; -1 if none was.
+/// The index of the variant that the last call of this thread reached, or -1.
 inline thread_local int calledVariant = -1;
 
-/// A spy for each function and build. The function is told by its first-call stub.
+/// A spy for each function and variant. The function is identified by its first-call stub.
 template <auto Function, int Build, class Type = decltype(Function)>
 struct SignalSpy;
 
@@ -36,7 +36,7 @@ struct SignalSpy<Function, Build, Result (*)(Arguments...) noexcept> {
     }
 };
 
-/// Overwrites the start of a function of the module with a jump. For good: use it in a process of its own.
+/// Overwrites the start of a function of the module with a jump, permanently. Use it in a separate process.
 inline void Redirect(const char* name, const void* target)
 {
     void* const module = ::dlopen(ZTA_MODULE_PATH, RTLD_NOLOAD | RTLD_LAZY);
@@ -61,7 +61,7 @@ void RedirectToSpy(const char* name)
     Redirect(name, reinterpret_cast<const void*>(&SignalSpy<Function, Build>::Call));
 }
 
-/// Puts a spy into each build of each dispatched function.
+/// Replaces each dispatched function of each variant with a spy.
 inline void RedirectAllToSpies()
 {
     enum : int {
@@ -77,8 +77,7 @@ inline void RedirectAllToSpies()
 #undef ZTA_TEST_REDIRECT
 }
 
-/// Runs a part of a test in a process of its own, which starts anew and so finds nothing selected: the state of the
-/// dispatch cannot be put back.
+/// Runs a part of a test in a new process, where no variant is selected yet. The state of the dispatch cannot be reset.
 template <class Body>
 void InFreshProcess(Body body)
 {

@@ -8,10 +8,10 @@
 
 namespace zta::test {
 
-/// One build of the signal functions: every function under the name that it has without its prefix.
+/// One variant of the signal functions: each function under its name without the prefix.
 struct SignalVariant {
     const char* prefix;
-    std::uint64_t features; ///< what the processor must have to run it
+    std::uint64_t features; ///< the CPU features that it requires
 #define ZTA_TEST_MEMBER(result, name, prefix, parameters, arguments) decltype(&m7_##name) name;
     ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_MEMBER, )
     ZTA_IPP_VARIANT_ONLY_LIST(ZTA_TEST_MEMBER, )
@@ -33,7 +33,7 @@ inline const SignalVariant signalBuilds[] = {
 #undef ZTA_TEST_POINTER
 };
 
-/// The builds whose code this processor has the instructions for: also n0, which asks for more than it is made of.
+/// The variants whose instructions this CPU has. This includes n0, which requires more features than it uses.
 inline std::vector<SignalVariant> SupportedSignalVariants()
 {
     constexpr std::uint64_t groups = kAvx512ErPfFeatures & ~std::uint64_t{keZtaFeatureAvx512Er | keZtaFeatureAvx512Pf};
@@ -50,7 +50,7 @@ inline std::vector<SignalVariant> SupportedSignalVariants()
     return executable;
 }
 
-/// For parameterized tests: the build's prefix as the name of the case.
+/// For parameterized tests: the variant's prefix as the name of the test case.
 struct SignalBuildName {
     template <class Info>
     std::string operator()(const Info& info) const

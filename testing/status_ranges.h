@@ -1,5 +1,5 @@
-// The statuses that have a text, as runs: the code of the first name, then the names in the order of their codes. It is
-// kept apart from the library's table, row by row with its codes, and each is checked against the other.
+// The status codes that have a text, as ranges: the code of the first name, then the names in the order of their codes.
+// This list is independent of the library's table; tests compare the two.
 #pragma once
 
 #include <cstdint>
@@ -409,7 +409,7 @@ inline constexpr StatusRange kStatusRanges[] = {
 };
 // clang-format on
 
-/// A block of codes with one text: the low bits of the code are the number of a connector.
+/// A range of codes with one text. The low bits of the code are the number of a connector.
 struct StatusBlock {
     std::uint32_t first_code;
     std::uint32_t last_code;

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// In memory where the system has a place there: a file on disk that is rewritten over and over waits for the disk.
+/// In memory if possible: a file on disk that is rewritten repeatedly waits for the disk.
 std::filesystem::path Parent()
 {
     const char* memory = "/dev/shm";

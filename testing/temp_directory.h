@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-/// A new, empty directory that goes away with the object.
+/// A new, empty directory that is removed with the object.
 class TempDirectory {
 public:
     TempDirectory();

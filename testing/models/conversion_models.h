@@ -1,4 +1,4 @@
-/// What one sample becomes, written from the meaning of each conversion byte by byte, with no thought of speed.
+/// Reference models of the conversions of one sample, byte by byte.
 #pragma once
 
 #include <cmath>
@@ -31,14 +31,13 @@ inline void SetFloat(std::uint8_t* bytes, float value)
     std::memcpy(bytes, &value, sizeof value);
 }
 
-/// A quotient of two floats in double precision, rounded once more, is the correctly rounded quotient: 53 bits are more
-/// than twice 24 and two.
+/// A double-precision quotient of two floats, rounded to float, is the correctly rounded quotient: 53 >= 2 * 24 + 2.
 inline float Quotient(float value, double divisor)
 {
     return static_cast<float>(static_cast<double>(value) / divisor);
 }
 
-/// Towards zero, 0x80000000 for what does not fit.
+/// Rounds towards zero; returns 0x80000000 if the value does not fit.
 inline std::uint32_t TruncateToInt32(float product)
 {
     if (std::isnan(product) || std::fabs(static_cast<double>(product)) >= 2147483648.0) {

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-/// A fade: its law and its arithmetic, sample by sample, in wide integers and without shifts.
+/// Reference model of a fade: curve and arithmetic, sample by sample, in wide integers and without shifts.
 namespace models {
 
 inline std::int64_t FadeGain(std::int64_t fullScale, std::size_t entry)
@@ -57,7 +57,7 @@ void Write(std::uint8_t* bytes, T value)
     std::memcpy(bytes, &value, sizeof value);
 }
 
-/// One frame of `channels` samples, with the gain of a table's entry.
+/// One frame of `channels` samples, with the gain of one table entry.
 inline void FadeFrame(FadeOp law, std::size_t channels, std::uint8_t* frame, std::size_t entry)
 {
     const std::int64_t gain = FadeGain(law == FadeOp::Int24In32 ? 2147483647 : 32767, entry);
@@ -68,7 +68,7 @@ inline void FadeFrame(FadeOp law, std::size_t channels, std::uint8_t* frame, std
             Write(at, FadedSample16(Read<std::int16_t>(at), gain));
             break;
         case FadeOp::Stereo16: {
-            // Right before left, since a right sample looks at its left one as it was.
+            // Right before left, because a right sample depends on the unchanged left one.
             if (channel == 0) {
                 const auto left = Read<std::int16_t>(at);
                 const auto right = static_cast<std::uint16_t>(FadedSample16(Read<std::int16_t>(at + 2), gain));

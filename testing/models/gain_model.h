@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-/// The gain ramp of a volume and the scaling of one 24-in-32 sample by it, in wide integers and without shifts.
+/// Reference model of a gain ramp on 24-in-32 samples, in wide integers and without shifts.
 namespace models {
 
 inline std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor)
@@ -15,7 +15,7 @@ inline std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor)
     return value % divisor < 0 ? quotient - 1 : quotient;
 }
 
-/// The word at a gain with 12 fraction bits, limited to 24 bits.
+/// Applies a gain with 12 fraction bits to a sample, clamped to 24 bits.
 inline std::uint32_t Scaled(std::uint32_t word, std::int64_t gain)
 {
     const std::int64_t value = FloorDivide(static_cast<std::int32_t>(word), 16);
@@ -27,7 +27,7 @@ inline std::uint32_t Scaled(std::uint32_t word, std::int64_t gain)
     return static_cast<std::uint32_t>(static_cast<std::uint64_t>(product) * 256);
 }
 
-/// What a gain of 8.0 is replaced by: the largest that fits its multiplier.
+/// The replacement of a gain of 8.0: the largest gain that fits the multiplier.
 inline float LargestGainBelow8(float gain)
 {
     float replacement;
@@ -36,7 +36,7 @@ inline float LargestGainBelow8(float gain)
     return gain == 8.0f ? replacement : gain;
 }
 
-/// The gain of a frame, as the multiplier; every operation rounds to single precision.
+/// Returns the multiplier of a frame. Every operation rounds to single precision.
 inline std::int64_t RampGain(const SZtAudioMonoVolumeInfo& record, std::size_t frame, std::size_t frames)
 {
     const volatile float start = LargestGainBelow8(record.fStartVolume);

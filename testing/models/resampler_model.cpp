@@ -46,7 +46,7 @@ BlockLayout::BlockLayout(const FilterPlan& plan)
     const bool words = plan.kind == TapKind::Words;
     stride = words ? RoundUp(plan.length + 1, 8) : RoundUp(plan.length + 1, 4);
     tapSize = words ? 2 : 4;
-    // What comes before the cut of the fraction is single precision throughout.
+    // Everything before the fraction is truncated is single precision.
     const double ratio = static_cast<double>(outRate) / static_cast<double>(inRate);
     volatile float reach =
         static_cast<float>(ratio < 1.0 ? static_cast<double>(length) * ratio : static_cast<double>(length));
@@ -79,7 +79,7 @@ std::vector<double> Prototype(const BlockLayout& layout, float rollOff, float al
         const double w = std::sqrt(std::max(0.0, 1.0 - u * u));
         taps[static_cast<std::size_t>(n)] = BesselI0(w * alpha) * scale * sinc;
     }
-    // The gain: over the input's grid when the rate goes up, over the output's when it goes down.
+    // The gain: relative to the input rate for upsampling, to the output rate for downsampling.
     const std::int64_t grid = layout.inRate > layout.outRate ? layout.inRate : layout.outRate;
     double sides = taps[static_cast<std::size_t>(last)];
     if (layout.inRate > layout.outRate && last % grid != 0) {
@@ -97,7 +97,7 @@ std::vector<double> Prototype(const BlockLayout& layout, float rollOff, float al
 
 std::vector<double> Row(const BlockLayout& layout, const std::vector<double>& prototype, std::int64_t phase)
 {
-    // Row 0 is centred on a sample and has both its outer ones.
+    // Phase 0 is centered on a sample and has both outermost taps.
     std::vector<double> row;
     for (std::int64_t sample = phase == 0 ? -layout.halfLen : 1 - layout.halfLen; sample <= layout.halfLen; ++sample) {
         const std::int64_t distance = std::abs(sample * layout.outRate - phase);
@@ -109,7 +109,7 @@ std::vector<double> Row(const BlockLayout& layout, const std::vector<double>& pr
 
 std::vector<std::int16_t> Steps(const BlockLayout& layout)
 {
-    // From the first sample of one output's row to the first sample of the next one's.
+    // From the first sample of one output to the first sample of the next output.
     const auto first = [&layout](std::int64_t position) {
         return position / layout.outRate + (position % layout.outRate == 0 ? 0 : 1);
     };
@@ -150,7 +150,7 @@ ResampleResult Run(const std::int16_t* source, int len, float norm, double time,
     const double fraction = time - static_cast<double>(whole);
     const double gain = static_cast<double>(norm) * static_cast<double>(head.tapScale) *
                         std::min(1.0, head.outRate / static_cast<double>(head.inRate));
-    // NOLINTNEXTLINE(bugprone-incorrect-roundings): the law of the phase adds a half and cuts off
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): the phase is defined as truncation after adding a half
     const auto phase = static_cast<std::int64_t>(head.outRate * fraction + 0.5);
 
     ResampleResult result;

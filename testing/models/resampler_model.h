@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-/// The resampler's filter and its run once more, written from their definitions: the filter from the distance of each
-/// tap to its output, the run from the position of each output.
+/// Reference model of the resampler, written from the definitions: each tap from its distance to the output, each
+/// output from its position.
 namespace models {
 
 enum class TapKind { Words, Floats };
@@ -17,7 +17,7 @@ struct FilterPlan {
     TapKind kind;
 };
 
-/// The sizes of a filter's block, and where its parts begin.
+/// The size of a filter in memory, and the offsets of its parts.
 struct BlockLayout {
     explicit BlockLayout(const FilterPlan& plan);
 
@@ -30,14 +30,14 @@ struct BlockLayout {
     std::int64_t rowPointers;
     std::int64_t rows;
     std::int64_t prototype;
-    std::int64_t size; ///< as a caller is told
+    std::int64_t size; ///< as reported to the caller
 };
 
-/// The normalised prototype by the distance from the centre, in units of 1 / outRate of an input sample, before it is
-/// scaled and rounded to taps.
+/// The normalized prototype filter by the distance from its center, in units of 1 / outRate of an input sample, before
+/// scaling and quantization.
 std::vector<double> Prototype(const BlockLayout& layout, float rollOff, float alpha);
 
-/// The taps of one row, without the places that rows share.
+/// The taps of one phase, without the entries that phases share.
 std::vector<double> Row(const BlockLayout& layout, const std::vector<double>& prototype, std::int64_t phase);
 
 /// The step table.
@@ -47,7 +47,7 @@ std::vector<std::int16_t> Steps(const BlockLayout& layout);
 bool IsRoundedTap(std::int16_t tap, double value);
 bool IsRoundedTap(float tap, double value);
 
-/// What stands at the beginning of a block.
+/// The head of a filter in memory.
 struct BlockHead {
     std::int32_t inRate;
     std::int32_t outRate;
@@ -61,7 +61,7 @@ struct BlockHead {
     std::uint32_t end;
 };
 
-/// Reads the head of a block, or of whatever else looks like one.
+/// Reads the head of a filter.
 BlockHead HeadOf(const void* block);
 
 struct ResampleResult {

@@ -1,4 +1,4 @@
-/// What the endurance run repeats: calls of the engine whose results are known by other means.
+/// Jobs of the soak test: calls of the engine whose results are known independently.
 #pragma once
 
 #include "tests/soak/latencies.h"
@@ -14,13 +14,13 @@ namespace zta::test {
 
 using Random = std::mt19937;
 
-/// Between the two, both included.
+/// Returns a random number from `least` to `most`, inclusive.
 inline std::size_t Between(Random& random, std::size_t least, std::size_t most)
 {
     return std::uniform_int_distribution<std::size_t>(least, most)(random);
 }
 
-/// One kind of call, with buffers of its own. Belongs to one thread.
+/// One kind of call, with its own buffers. Belongs to one thread.
 class Job {
 public:
     virtual ~Job() = default;
@@ -31,13 +31,13 @@ public:
 
 using Jobs = std::vector<std::unique_ptr<Job>>;
 
-/// Mux operations of 64 channels, and copies, duplicates and volumes of such buffers: against plain models.
+/// Mux operations of 64 channels, and copies, duplicates and volumes of such buffers: against reference models.
 void AddMuxJobs(Jobs& jobs);
 
-/// Every path of every operation: against what a fresh engine gave for it before the run.
+/// Every path of every operation, compared with the result of a new engine before the run.
 void AddScenarioJobs(Jobs& jobs);
 
-/// A stereo stream that never ends: against the same stream in other cuts, resampled by an engine of its own.
+/// An endless stereo stream, compared with the same stream in buffers of other lengths on another engine.
 void AddStreamJob(Jobs& jobs, IZtQuonEnginePrivate& host);
 
 } // namespace zta::test

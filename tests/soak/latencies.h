@@ -6,7 +6,7 @@
 
 namespace zta::test {
 
-/// Times of single calls, counted in classes one sixteenth of an octave wide: memory stays the same however many.
+/// A histogram of call durations, in classes of one sixteenth of an octave. Its size is constant.
 class Latencies {
 public:
     using Clock = std::chrono::steady_clock;
@@ -25,7 +25,8 @@ public:
     }
 
     [[nodiscard]] std::uint64_t Count() const { return count_; }
-    /// In microseconds: a bound for the given share of the calls, at most a sixteenth of an octave above it.
+    /// Returns an upper bound in microseconds for the given share of the calls, at most a sixteenth of an octave above
+    /// it.
     [[nodiscard]] double Quantile(double share) const;
     [[nodiscard]] double Largest() const;
 

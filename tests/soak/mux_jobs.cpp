@@ -19,7 +19,7 @@ using Words = std::vector<std::uint32_t>;
 constexpr std::size_t kChannels = 64;
 constexpr std::size_t kMostFrames = 600;
 
-/// Of random samples, which 24-in-32 has in the upper three bytes of its words; the lowest one takes part as well.
+/// Random samples. The padding byte of 24-in-32 is random as well.
 void FillAtRandom(AudioBuffer& buffer, std::size_t frames, Random& random)
 {
     buffer.SetValidLength(frames * host::BytesPerFrame(buffer.Description().sWaveFormat));
@@ -48,7 +48,7 @@ std::vector<SZtAudioMonoVolumeInfo> RandomVolumes(Random& random)
     return volumes;
 }
 
-/// 64 channels of 24-in-32, as one mux buffer and as the words that it must hold.
+/// 64 channels of 24-in-32, as one mux buffer and as the expected samples.
 class MuxJob : public Job {
 public:
     std::string Run(IZtaAudioSamplesEngine& engine, Random& random, Latencies& latencies) override
@@ -89,7 +89,7 @@ private:
     std::vector<Ref<AudioBuffer>> buffers_;
 };
 
-/// Between an array of mono or stereo buffers and the mux, either way.
+/// Interleaves an array of mono or stereo buffers, or deinterleaves the mux.
 class ArrayJob : public MuxJob {
 public:
     ArrayJob(std::size_t side, bool assembles)
@@ -174,7 +174,7 @@ private:
     Ref<AudioBuffer> output_ = Make(host::Pcm24In32(kChannels));
 };
 
-/// To 24-in-24 and back, which leaves all but the lowest byte; and a run of the result into another place.
+/// Converts to 24-in-24 and back, which clears the padding byte, and duplicates a range of the result.
 class CopyJob : public MuxJob {
 protected:
     std::string Try(IZtaAudioSamplesEngine& engine, Random& random, std::size_t frames,

@@ -22,7 +22,7 @@ std::vector<std::vector<std::byte>> Contents(const Scenario& scenario)
     return contents;
 }
 
-/// All rows in turn rather than one, so that the other jobs have their share of the calls.
+/// All scenarios in turn, so that the other jobs have their share of the calls.
 class ScenarioJob : public Job {
 public:
     std::string Run(IZtaAudioSamplesEngine& engine, Random& random, Latencies& latencies) override
@@ -30,7 +30,7 @@ public:
         const std::size_t index = Between(random, 0, Scenarios().size() - 1);
         const ScenarioCase& row = Scenarios()[index];
         if (row.leaksReference) {
-            return ""; // its buffers would pile up
+            return ""; // it leaks its buffers by design
         }
         const Scenario scenario = row.make(MakeBuffer);
         const int status = latencies.Time([&] { return RunAnnounced(scenario, engine); });
@@ -47,7 +47,7 @@ public:
                 return row.name + ": an output's writes do not add up";
             }
         }
-        // The first evaluation of a row is the one that the others must repeat.
+        // The first result of a scenario is the expected one.
         expected_.resize(Scenarios().size());
         if (expected_[index].empty()) {
             expected_[index] = Contents(scenario);

@@ -35,7 +35,7 @@ public:
         output_ = host::AudioBuffer::Create(to, (kMostFrames * 2 + 64) * sizeof(Frame));
     }
 
-    /// Moves the first frames of `waiting` through the stream and appends what comes out.
+    /// Resamples the first frames of `waiting` and appends the output.
     int Push(IZtaAudioSamplesEngine& engine, std::deque<Frame>& waiting, std::size_t frames, std::deque<Frame>& result,
              Latencies& latencies)
     {
@@ -84,7 +84,7 @@ public:
         if (stream_.Push(engine, waiting_, frames, result_, latencies) != 0) {
             return "Stream: a failure";
         }
-        // The other stream takes pieces of its own lengths as soon as it can.
+        // The other stream processes buffers of other lengths.
         while (waitingOther_.size() >= nextOther_) {
             if (other_.Push(*otherEngine_, waitingOther_, nextOther_, resultOther_, unused_) != 0) {
                 return "Stream: a failure of the other one";

@@ -1,4 +1,4 @@
-/// A host whose calls can fail, or call back, at any point, and whose buffers count what the engine does with them.
+/// A host whose calls can fail, or call the engine again, at any point, and whose buffers count the engine's calls.
 #pragma once
 
 #include "host/audio_buffer.h"
@@ -11,7 +11,7 @@
 
 namespace zta::fuzz {
 
-/// What happens at the calls of one host, counted from the last Begin.
+/// Injects faults into the calls of one host, counted from the last Begin.
 class FaultInjector {
 public:
     static constexpr int kStatus = static_cast<int>(0x80004005);
@@ -33,7 +33,7 @@ public:
         callAt_ = 0;
     }
 
-    /// In a call of the host's own.
+    /// During a nested call of the host.
     [[nodiscard]] bool IsInHostCall() const { return isInside_; }
 
     [[nodiscard]] bool HasFailed() const { return hasFailed_; }
@@ -43,7 +43,7 @@ public:
     int Enter(bool isQuery)
     {
         if (isInside_) {
-            return 0; // what the host does from within a call of its own succeeds
+            return 0; // nested calls of the host succeed
         }
         const int call = ++calls_;
         if (call == callAt_) {
@@ -79,14 +79,14 @@ public:
 
     [[nodiscard]] long References() const { return references_; }
 
-    /// How often a byte copy did not fit: each may have kept the reference that its query handed out.
+    /// How often a byte copy did not fit: each may have kept the reference of its query.
     [[nodiscard]] long Rejections() const { return refusals_; }
 
-    /// What the operation was told last of the producer's code, which is nothing where that call failed.
+    /// The error code that the operation last received, or none if that call failed.
     [[nodiscard]] int ReportedCode() const { return told_; }
     void ClearReportedCode() { told_ = 0; }
 
-    /// Gives kept references back.
+    /// Releases kept references.
     void ReleaseKept(long count)
     {
         for (; count > 0; --count) {
@@ -124,7 +124,7 @@ public:
     {
         return Call([&] { return host::AudioBuffer::MarkWriteStopTime(); });
     }
-    // A signal that fails has been heard all the same.
+    // A failing signal counts as received.
     int SignalReadCompletion() override
     {
         const int status = host::AudioBuffer::SignalReadCompletion();
@@ -189,7 +189,7 @@ private:
     {
     }
 
-    /// A call that fails has no effect and writes no output.
+    /// A failing call has no effect and writes no output.
     template <class Body>
     int Call(Body body)
     {
@@ -221,7 +221,7 @@ public:
 
     [[nodiscard]] const std::vector<FaultyBuffer*>& Pool() const { return pool_; }
 
-    /// As an engine finds its pool at first, but for the samples: nothing is handed from one input to the next.
+    /// Resets the pool to its initial state, except the samples, so that inputs are independent.
     void ResetPool()
     {
         for (FaultyBuffer* buffer : pool_) {

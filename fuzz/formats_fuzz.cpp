@@ -1,5 +1,5 @@
-// Format records through the classification, the suggestions and the queries of every kernel class, against the rules
-// as testing/format_model.h has them and against the classes' lists of rows.
+// Passes format records to the classification, the suggestions and the queries of every kernel class, and compares with
+// testing/format_model.h and the classes' lists of table entries.
 
 #include "fuzz/fuzz_input.h"
 #include "kernels/bit_depth.h"
@@ -19,7 +19,7 @@
 
 #include <vector>
 
-/// Where the classes keep their rows.
+/// Gives access to the kernel tables.
 struct SZtLayoutProbe {
     static const SZtAListOfProcessingFormatsAndFunctionIndex& Rows(const CZtaAudioProcessingUtil& kernel)
     {
@@ -31,7 +31,7 @@ namespace {
 
 using zta::fuzz::FuzzInput;
 
-/// Neither a format nor a property that an answer could leave behind.
+/// No valid format or property.
 constexpr SZtaWaveFormatInfo kUntouched = {1, 2, static_cast<EZtAudioDataType>(3), 4, 5, 6};
 
 struct Suggestion {
@@ -51,7 +51,7 @@ std::optional<std::uint32_t> Property(const SZtaWaveFormatInfo& format)
                             format.ulSamplesPerSec, format.ulChannels);
 }
 
-/// Mostly fields that mean something, now and then any bits.
+/// Mostly valid fields, sometimes random bits.
 SZtaWaveFormatInfo MakeFormat(FuzzInput& choices)
 {
     constexpr std::uint32_t kChannels[] = {1, 2, 4, 8, 16, 32, 64, 0, 3, 6, 65};
@@ -72,7 +72,7 @@ SZtaWaveFormatInfo MakeFormat(FuzzInput& choices)
     return format;
 }
 
-/// A class's rows, and what the rules make of them.
+/// A kernel table, and the expected results of its searches.
 class Rules {
 public:
     explicit Rules(const CZtaAudioProcessingUtil& kernel)
@@ -93,7 +93,7 @@ public:
         return false;
     }
 
-    /// The pair itself, else another input, else another output, else a whole row.
+    /// The pair itself, else another input, else another output, else another table entry.
     [[nodiscard]] Suggestion ForPair(const SZtaWaveFormatInfo& in, const SZtaWaveFormatInfo& out) const
     {
         const auto inProperty = Property(in);
@@ -118,7 +118,7 @@ public:
         return {0, g_asFormatOfProperty[row.in], g_asFormatOfProperty[row.out]};
     }
 
-    /// The format itself, else the last row of its sort: mono for the four mono layouts, stereo for all others.
+    /// The format itself, else the last table entry of its kind: mono for the four mono formats, stereo for all others.
     [[nodiscard]] Suggestion ForOne(const SZtaWaveFormatInfo& format) const
     {
         const auto property = Property(format);

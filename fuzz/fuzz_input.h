@@ -1,4 +1,4 @@
-/// What the fuzz targets share: choices that are taken from an input, and checks.
+/// Shared by the fuzz targets: choices consumed from an input, and checks.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 #include <string>
 #include <type_traits>
 
-/// Ends the process when a condition does not hold: what the fuzzer, and the replay, take for a finding.
+/// Ends the process if a condition does not hold, which is a finding for the fuzzer and the replay.
 #define ZTA_FUZZ_CHECK(condition)                                                                                      \
     (static_cast<bool>(condition) ? static_cast<void>(0) : ::zta::fuzz::Fail(__FILE__, __LINE__, #condition))
 
@@ -22,7 +22,7 @@ namespace zta::fuzz {
     std::abort();
 }
 
-/// Takes choices off the front of an input. Behind its end every choice is 0, so that each input means something.
+/// Consumes choices from the front of an input. Behind its end every choice is 0, so every input is valid.
 class FuzzInput {
 public:
     FuzzInput(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
@@ -78,7 +78,7 @@ private:
     std::size_t left_;
 };
 
-/// Samples that look like noise and depend on nothing but the seed.
+/// Pseudo-random samples that depend on the seed only.
 class Noise {
 public:
     explicit Noise(std::uint32_t seed) : state_(seed) {}

@@ -1,4 +1,4 @@
-// Any text as an INI file, and operations on it, against testing/ini_model.h.
+// Reads any text as an INI file, performs operations on it, and compares with testing/ini_model.h.
 
 #include "fuzz/fuzz_input.h"
 #include "support/ini_file.h"
@@ -28,7 +28,7 @@ std::string Narrow(const Text& text)
     return {text.begin(), text.end()};
 }
 
-/// An object and the model in the same state, on a file of their own.
+/// An object and the model in the same state, with a file.
 class Pair {
 public:
     Pair(std::string name, FuzzInput& choices)
@@ -90,7 +90,7 @@ private:
         ZTA_FUZZ_CHECK(threw == refused);
     }
 
-    /// Mostly a name that is there.
+    /// Mostly an existing name.
     Text Name(bool key)
     {
         if (model_.lines.empty() || choices_.ConsumeWithOdds(3)) {

@@ -1,6 +1,6 @@
-// Sequences of the engine's operations on buffers of any format, length and state, while the host's calls fail or call
-// the engine again. Whatever happens: the status is a documented one, every buffer has had its signals, references are
-// back, the latch is as it should be. Where the host does its part, samples are those of fuzz/reference_operations.h.
+// Sequences of the engine's operations on buffers of any format, length and state, while host calls fail or call the
+// engine again. In every case the status is a documented one, every buffer was signalled, references are released, and
+// the busy flag is right. If no host call fails, samples equal those of fuzz/reference_operations.h.
 
 #include "engine/audio_samples_engine.h"
 #include "fuzz/fault_injecting_host.h"
@@ -12,7 +12,7 @@
 #include <set>
 #include <utility>
 
-/// The latch, and what an engine keeps between its two halves.
+/// Gives access to the busy flag and the saved operands.
 struct SZtLayoutProbe {
     static std::uint32_t Busy(const CZtaAudioSamplesEngine& engine) { return engine.m_ui32Busy; }
     static void SetBusy(CZtaAudioSamplesEngine& engine, std::uint32_t busy) { engine.m_ui32Busy = busy; }
@@ -47,7 +47,7 @@ enum class Kind {
 };
 constexpr std::size_t kKinds = 10;
 
-/// What each operation may return, besides 0 and what an input's producer or the host reported.
+/// The status codes of each operation, besides 0 and the codes of inputs and host.
 bool IsDocumented(Kind kind, int status)
 {
     static const std::set<int> common = {ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER, ZT_E_MODULE_BUSY};
@@ -79,7 +79,7 @@ constexpr bool IsSplit(Kind kind)
     return kind == Kind::MuxToMono || kind == Kind::MuxToStereo;
 }
 
-/// A code that a producer leaves on a buffer is no failure if it is one of these, or not negative.
+/// An error code of an input is no failure if it is one of these, or not negative.
 bool IsTolerated(int code)
 {
     constexpr int kWarnings[] = {kZtSynchroStatusPlayedLate,     kZtSynchroStatusCancelledLate,
@@ -106,7 +106,7 @@ struct Operation {
         const auto in = [&](std::size_t i) { return inputs[i].Get(); };
         const auto out = [&](std::size_t i) { return outputs[i].Get(); };
         std::vector<IZtAudioSamples*> array;
-        array.reserve(1); // no buffers are not no array
+        array.reserve(1); // an empty array is not a null array
         for (const Buffer& buffer : IsSplit(kind) ? outputs : inputs) {
             array.push_back(buffer.Get());
         }
@@ -138,7 +138,7 @@ struct Operation {
         return 0;
     }
 
-    /// The call ends before anything else happens.
+    /// The call fails before anything else happens.
     [[nodiscard]] bool FailsImmediately() const
     {
         switch (kind) {
@@ -152,7 +152,7 @@ struct Operation {
         }
     }
 
-    /// Which inputs a host that answers all queries gets a signal for. Every output that is given gets its one.
+    /// The inputs that are signalled if no query fails. Every output is signalled once.
     [[nodiscard]] bool IsReadSignalled(std::size_t i) const
     {
         switch (kind) {
@@ -204,7 +204,7 @@ public:
         }
         faults_.End();
 
-        // Without its content the left output of a split cannot be marked.
+        // Without its contents the left output of a deinterleave operation cannot be marked.
         ZTA_FUZZ_CHECK(!thrown || (operation.kind == Kind::StereoToMono && faults_.HasQueryFailed()));
         const bool isDocumented = codes.count(status) != 0 || IsDocumented(operation.kind, status);
         if (!isDocumented) {
@@ -257,7 +257,7 @@ private:
         return zta::host::MakeFormat(channels, sort.type, rate, sort.container, sort.valid);
     }
 
-    /// The frames of a buffer: as the operation's others have, most of the time.
+    /// The frames of a buffer: mostly as in the operation's other buffers.
     std::size_t MakeFrames()
     {
         if (choices_.ConsumeWithOdds(8)) {
@@ -296,7 +296,7 @@ private:
         return buffer;
     }
 
-    /// A buffer of `like`'s format, or of one of its own; now and then one of an earlier operation, or none.
+    /// A buffer of `like`'s format or of another; sometimes one of an earlier operation, or none.
     Buffer Operand(std::uint32_t channels, const SZtaWaveFormatInfo* like)
     {
         if (choices_.ConsumeWithOdds(64)) {
@@ -408,7 +408,7 @@ private:
         }
     }
 
-    /// A split into two is refused where both outputs are too small. That none of them is alone is for hosts to see to.
+    /// Deinterleaving stereo is rejected only if both outputs are too small. The host must check each of them.
     static bool HasRoomForPair(const Operation& operation)
     {
         if (operation.kind != Kind::StereoToMono || !operation.inputs[0] || !operation.outputs[0] ||
@@ -449,9 +449,9 @@ private:
         return {buffer.Description(), buffer.Length(), {bytes, bytes + buffer.Capacity()}};
     }
 
-    // ---- What the host does from within a call ----
+    // ---- Nested calls of the host ----
 
-    /// Another caller comes with good buffers of its own.
+    /// Another caller with valid buffers.
     void CallBack()
     {
         const bool isBusy = SZtLayoutProbe::Busy(Object()) != 0;
@@ -470,7 +470,7 @@ private:
 
     // ---- Checks ----
 
-    /// Every ending frees the latch, but for the one that found it taken, and those that come before everything.
+    /// Every call clears the busy flag, except a call that found it set and a call that failed before all checks.
     static void CheckLatch(const Operation& operation, int status, bool wasBusy)
     {
         const bool staysBusy = wasBusy && (status == ZT_E_MODULE_BUSY || operation.FailsImmediately());
@@ -479,8 +479,8 @@ private:
         SZtLayoutProbe::SetBusy(Object(), 0);
     }
 
-    /// Each announced access has had one signal, or, where the operation does not come to that buffer, none. A query
-    /// that fails leaves its buffer without.
+    /// Each announced access was signalled once, or not at all if the operation did not reach that buffer or its query
+    /// failed.
     void CheckSignals(const Operation& operation, bool thrown)
     {
         const bool maybe = faults_.HasQueryFailed() || thrown;
@@ -527,7 +527,7 @@ private:
         }
     }
 
-    /// A byte copy that does not fit may have kept one.
+    /// A byte copy that does not fit may have kept a reference.
     static void CheckReferences(FaultyBuffer& buffer, long own)
     {
         const long kept = buffer.References() - own;
@@ -535,7 +535,7 @@ private:
         buffer.ReleaseKept(kept);
     }
 
-    /// A failure stands on each output.
+    /// A failure is recorded on each output.
     static void CheckErrorCodes(const Operation& operation, int status)
     {
         if (status >= 0 || operation.FailsImmediately()) {
@@ -610,7 +610,7 @@ private:
         FixLabel(labelled);
         const FadeRow* const fade = FadeRowOf(labelled.Format());
         if (in.AsksForFade() && fade == nullptr) {
-            return; // faded on a stage buffer
+            return; // faded on a scratch buffer
         }
         const Conversion expected = in.AsksForFade() ? CopyFadedPlainly(in, out, *fade) : ReferenceCopy(in, out);
         if (expected.status == 1 && status < 0) {
@@ -652,7 +652,7 @@ private:
         ZTA_FUZZ_CHECK(found.description.ePolarity == in.description.ePolarity);
     }
 
-    /// Formats that a kernel takes as they are: one container throughout, and as many channels as the parts have.
+    /// Formats that a kernel accepts without staging: one container, and as many channels as the buffers have in total.
     static bool AreDirect(const Content& whole, const std::vector<Content>& parts, bool isMux)
     {
         SZtaWaveFormatInfo part = whole.Format();
@@ -686,7 +686,7 @@ private:
             }
             parts.push_back(&in);
         }
-        // A mux is measured by its valid length, stereo by its capacity.
+        // The length of a mux is its valid length; that of stereo is its capacity.
         const std::size_t frames = ins[0].Frames();
         const bool isStaged =
             isMux && std::any_of(ins.begin(), ins.end(), [](const Content& in) { return in.length > kScratchBytes; });
@@ -711,7 +711,7 @@ private:
         const FadeRow* const fade = isMux && in.AsksForFade() ? FadeRowOf(outs[0].Format()) : nullptr;
         bool plain = AreDirect(in, outs, isMux) && operation.volumes.empty() && frames > 0 &&
                      (!in.AsksForFade() || !isMux || fade != nullptr);
-        // Outputs of a mux that are longer than it receive what lies behind its valid frames.
+        // Outputs that are longer than the mux receive the frames behind its valid ones.
         for (const Content& out : outs) {
             plain = plain && (isMux ? out.Frames() == frames : out.CapacityFrames() >= frames);
         }
@@ -741,7 +741,7 @@ private:
         }
     }
 
-    /// Steady gains alone.
+    /// Constant gains only.
     static void CheckVolume(const Operation& operation, int status, const Content& in, const Content& out)
     {
         const std::size_t channels = in.Format().ulChannels;

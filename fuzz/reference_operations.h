@@ -1,5 +1,5 @@
-/// What operations do where no stage buffer of another format and no host's fault is in play: samples and statuses,
-/// worked out plainly from copies of the buffers.
+/// Reference models of the operations without scratch buffers of another format and without host failures: samples and
+/// status codes, computed from copies of the buffers.
 #pragma once
 
 #include "host/formats.h"
@@ -19,7 +19,7 @@
 
 namespace zta::fuzz {
 
-/// A buffer as it was before an operation, or as it is to be after it. The vector is the whole capacity.
+/// The state of a buffer before an operation, or the expected state after it. The vector has the size of the capacity.
 struct Content {
     SZtAudioSamplesDescription description;
     std::size_t length;
@@ -37,7 +37,7 @@ inline std::optional<std::uint32_t> PropertyOf(const SZtaWaveFormatInfo& format)
                             format.ulSamplesPerSec, format.ulChannels);
 }
 
-/// True for a format that is its property's own, so that the property tells its frame, too.
+/// Returns true if the format is the regular one of its property, so that the property determines the frame size.
 inline bool IsExact(const SZtaWaveFormatInfo& format)
 {
     const auto property = PropertyOf(format);
@@ -50,7 +50,7 @@ inline bool AreEqual(const SZtaWaveFormatInfo& first, const SZtaWaveFormatInfo& 
     return std::memcmp(&first, &second, sizeof(first)) == 0;
 }
 
-/// A 20-bit label becomes a 24-bit one.
+/// A 20-bit format is relabelled as 24-bit.
 inline void FixLabel(Content& content)
 {
     SZtaWaveFormatInfo& format = content.description.sWaveFormat;
@@ -59,7 +59,7 @@ inline void FixLabel(Content& content)
     }
 }
 
-/// One law of conversion between two layouts, for samples of these sizes.
+/// One conversion op between two formats, for samples of these sizes.
 struct Op {
     EZtAudioSampleFormatProperty in;
     EZtAudioSampleFormatProperty out;
@@ -73,9 +73,9 @@ inline constexpr Op kLaws[] = {
 #undef ZTA_FUZZ_LAW
 };
 
-/// The result of a conversion; nothing where the model does not know the samples.
+/// The result of a conversion; nothing if the model does not cover the samples.
 struct Conversion {
-    int status; ///< 1 where only the samples of a copy that was made are known
+    int status; ///< 1 if only the samples of a successful copy are known
     std::optional<Content> out;
 };
 
@@ -143,7 +143,7 @@ inline Conversion ReferenceCopy(Content in, Content out)
     return ReferenceConvert(in, out);
 }
 
-/// How the samples of a layout are faded.
+/// The fade of one format.
 struct FadeRow {
     EZtAudioSampleFormatProperty property;
     models::FadeOp law;
@@ -163,7 +163,7 @@ inline constexpr FadeRow kFadeRows[] = {
     {keZtAudioSampleFormat24In32Mux16, models::FadeOp::Mux24, 16},
 };
 
-/// The row of a format that is its property's own, or null.
+/// The table entry of a regular format, or null.
 inline const FadeRow* FadeRowOf(const SZtaWaveFormatInfo& format)
 {
     if (IsExact(format)) {
@@ -176,7 +176,8 @@ inline const FadeRow* FadeRowOf(const SZtaWaveFormatInfo& format)
     return nullptr;
 }
 
-/// Fades valid frames in place. A short mono or stereo buffer gets the outer end of the ramp, a short mux nothing.
+/// Fades valid frames in place. A short mono or stereo buffer gets the outer end of the curve; a short mux is
+/// unchanged.
 inline int ReferenceFade(const FadeRow& row, bool in, bool out, Content& content)
 {
     constexpr std::size_t kRamp = 200;
@@ -199,7 +200,7 @@ inline int ReferenceFade(const FadeRow& row, bool in, bool out, Content& content
     return 0;
 }
 
-/// A copy that asks for a fade, into a format that can be faded where it is.
+/// A copy with a fade into a format that can be faded in place.
 inline Conversion CopyFadedPlainly(const Content& in, const Content& out, const FadeRow& row)
 {
     Conversion result = ReferenceCopy(in, out);
@@ -211,7 +212,7 @@ inline Conversion CopyFadedPlainly(const Content& in, const Content& out, const 
     return result;
 }
 
-/// Interleaves elements: frame after frame, one of each part.
+/// Interleaves elements: frame by frame, one of each buffer.
 inline std::vector<std::uint8_t> Interleaved(const std::vector<const Content*>& parts, std::size_t elementBytes,
                                              std::size_t frames)
 {

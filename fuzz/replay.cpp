@@ -1,5 +1,4 @@
-// Hands files to a fuzz target, one after the other, as the fuzzer does but with any compiler: for the corpora, and for
-// an input that the fuzzer has found.
+// Passes files to a fuzz target, as the fuzzer does but with any compiler: for the corpora, and for a finding.
 
 #include <algorithm>
 #include <cstdint>
@@ -45,7 +44,7 @@ int main(int argc, char** argv)
     int replayed = 0;
     for (int i = 1; i < argc; ++i) {
         for (const auto& path : FilesOf(argv[i])) {
-            // A crash says nothing of its own: the last name is the input.
+            // After a crash, the last name is the input.
             std::printf("%s\n", path.c_str());
             std::fflush(stdout);
             if (!Replay(path)) {

@@ -1,5 +1,5 @@
-// A stream of the engine, cut into buffers at any places and restarted at some: it gives the samples that
-// testing/models/resampler_model.h computes for each stretch as a whole.
+// A stream of the engine in buffers of any length, with restarts. The output equals that of
+// testing/models/resampler_model.h for each segment between restarts.
 
 #include "fuzz/fuzz_input.h"
 #include "host/audio_buffer.h"
@@ -21,7 +21,7 @@ using zta::host::AudioBuffer;
 using zta::host::Ref;
 using Samples = std::vector<std::int16_t>;
 
-/// A filter as every stream has one.
+/// The filter of every stream.
 class Filter {
 public:
     Filter(int from, int to)
@@ -37,7 +37,7 @@ public:
     Filter& operator=(const Filter&) = delete;
     ~Filter() { ippsFree(block_); }
 
-    /// One channel of a stretch behind the first value, or the silence, that a channel begins with.
+    /// One channel of a segment, after the first value or the silence that primes the history.
     [[nodiscard]] Samples Run(const Samples& stretch, std::int16_t before) const
     {
         constexpr int kBefore = 17;
@@ -74,7 +74,7 @@ public:
                 restart_ = true;
             }
             const std::size_t least = up_ ? frames * 160 / 147 + 1 : std::max(frames * 147 / 160 + 1, frames);
-            // In stereo the stages have room, and what does not fit into the output is lost.
+            // In stereo the scratch buffers are large enough, and samples beyond the output are lost.
             const bool fits = channels_ == 2 || !choices.ConsumeWithOdds(8);
             Process(noise, frames, fits ? least + 1 + choices.ConsumeIndex(100) : choices.ConsumeIndex(least), choices);
         }
@@ -86,7 +86,7 @@ private:
     {
         const std::size_t frameBytes = channels_ * sizeof(std::int16_t);
         if (frames == 0 && channels_ == 2) {
-            return; // its stages count as full, and so much the output need not take
+            return; // the scratch buffers count as full, and the output can be smaller
         }
         auto input = AudioBuffer::Create(from_, frames * frameBytes);
         auto output = AudioBuffer::Create(to_, room * frameBytes);
@@ -158,8 +158,8 @@ private:
     SZtaWaveFormatInfo to_;
     Ref<IUnknown> stream_;
     bool restart_ = false;
-    bool primed_ = false; ///< the stretch began with a restart
-    Samples segment_;     ///< since then
+    bool primed_ = false; ///< the segment began with a restart
+    Samples segment_;     ///< since the restart
     Samples found_;
 };
 

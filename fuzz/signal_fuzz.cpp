@@ -1,6 +1,6 @@
-// The signal functions with any sizes, rates, lengths, null pointers and feature masks, in every build that this
-// processor runs: statuses, and samples against testing/models/resampler_model.h. Memory is of the exact size that each
-// function is told of, so that AddressSanitizer sees every step beside it.
+// The signal functions with any sizes, rates, lengths, null pointers and feature masks, in every variant that this CPU
+// supports: status codes, and samples compared with testing/models/resampler_model.h. Memory has the exact size that
+// each function receives, so AddressSanitizer detects every overrun.
 
 #include "fuzz/fuzz_input.h"
 #include "signal/variant_selection.h"
@@ -43,7 +43,7 @@ std::vector<std::int16_t> MakeSamples(FuzzInput& choices, std::size_t count)
     return samples;
 }
 
-/// A count that is mostly small, now and then anything.
+/// A count: mostly small, sometimes any value.
 int MakeCount(FuzzInput& choices, std::size_t usual)
 {
     return choices.ConsumeWithOdds(16) ? choices.Any<int>() : static_cast<int>(choices.ConsumeIndex(usual));
@@ -66,7 +66,7 @@ void CheckSetAndMove(FuzzInput& choices, const SignalVariant& build)
     ZTA_FUZZ_CHECK(build.ippsSet_16s(value, null ? nullptr : begin, len) == status);
     ZTA_FUZZ_CHECK(memory == expected);
 
-    // Both ends lie in one stretch of memory and may overlap.
+    // Source and destination are in one memory block and may overlap.
     const std::size_t distance = choices.ConsumeIndex(room + 1);
     const bool forwards = choices.ConsumeBool();
     memory = MakeSamples(choices, room + distance);
@@ -83,7 +83,7 @@ void CheckSetAndMove(FuzzInput& choices, const SignalVariant& build)
     ZTA_FUZZ_CHECK(memory == expected);
 }
 
-/// What a filter takes, or -1 for more than a block may have.
+/// Returns the size of a filter, or -1 above the limit.
 std::int64_t SizeOf(const models::FilterPlan& plan)
 {
     const double bytes = static_cast<double>(plan.outRate / std::gcd(plan.inRate, plan.outRate)) * plan.length;
@@ -144,16 +144,16 @@ void CheckRun(FuzzInput& choices, const SignalVariant& build)
     const Block block = MakeBlock(size);
     const float rollOff = MakeParameter(choices, static_cast<float>(1 + choices.ConsumeIndex(255)) / 256.0F);
     const float alpha = MakeParameter(choices, 1.0F + static_cast<float>(choices.ConsumeIndex(200)) / 16.0F);
-    // What is no number is not refused.
+    // NaN is not rejected.
     const bool good = !(rollOff <= 0.0F || rollOff > 1.0F || alpha < 1.0F);
     const IppStatus made = build.ippsResamplePolyphaseFixedInit_16s(plan.inRate, plan.outRate, plan.length, rollOff,
                                                                     alpha, block.get(), zta::test::HintOf(plan.kind));
     ZTA_FUZZ_CHECK(made == (good ? ippStsNoErr : ippStsBadArgErr));
     if (!good || std::isnan(rollOff) || !(alpha < 700.0F)) {
-        return; // such windows leave the range of a double, and the model has no row for them
+        return; // such windows exceed the range of double, and the model does not cover them
     }
 
-    // From half a filter before the first position to half a filter behind the last one that may be.
+    // From half a filter before the first position to half a filter behind the last possible one.
     const models::BlockHead head = models::HeadOf(block.get());
     const int len = static_cast<int>(choices.ConsumeIndex(500)) - 1;
     const double fraction = static_cast<double>(choices.Any<std::uint16_t>()) / 65536.0;
@@ -198,7 +198,7 @@ void CheckMemory(FuzzInput& choices)
     ippsFree(memory);
 }
 
-/// Masks that leave the processor no build beyond its own.
+/// Masks that select no variant beyond those of this CPU.
 void CheckFeatures(FuzzInput& choices)
 {
     const std::uint64_t detected = ZtaDetectCpuFeatures(ZtaReadCpuid());
@@ -209,7 +209,7 @@ void CheckFeatures(FuzzInput& choices)
     if (selection.eStatus != ippStsNoErr) {
         expected = selection.eStatus;
     }
-    // Some selections imply more than was asked for; only those that this processor runs are made.
+    // Some selections imply more features than requested; only those that this CPU supports are made.
     if ((selection.ui64Enabled & ~(detected | kUnknownFeatures)) == 0) {
         const IppStatus status = ippSetCpuFeatures(asked);
         ZTA_FUZZ_CHECK(status == expected || status == ippStsUnknownFeature || status == ippStsFeatureNotSupported ||

@@ -1,5 +1,4 @@
-// Any bytes as a sound file, read as the tool reads its inputs. Only what is ours is instrumented; libsndfile runs as
-// the system has it.
+// Reads any bytes as a sound file, as the tool reads its inputs. libsndfile is not instrumented.
 
 #include "fuzz/fuzz_input.h"
 #include "host/formats.h"
@@ -12,7 +11,7 @@ namespace {
 
 using zta::fuzz::FuzzInput;
 
-/// A file may promise any count of frames; so many tell enough.
+/// A file can claim any number of frames; this many are enough.
 constexpr sf_count_t kMostFrames = 20000;
 constexpr std::uint32_t kMostChannels = 64;
 
@@ -49,7 +48,7 @@ void Read(const std::filesystem::path& path, sf_count_t blockFrames, bool fadeIn
 
 } // namespace
 
-/// What the libraries of the system lose over damaged files is not ours to mend.
+/// Leaks of system libraries on damaged files are not checked.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
 {
     return "leak:libsndfile\nleak:libvorbis\n";
@@ -61,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 2) {
         return 0;
     }
-    // The last bytes tell how to read, so that the file's own begin where its format wants them.
+    // The last bytes select how to read, so that the file begins at offset 0.
     FuzzInput choices(data + size - 2, 2);
     const auto blockFrames = static_cast<sf_count_t>(1 + choices.ConsumeIndex(256) * 5);
     const std::size_t fades = choices.ConsumeIndex(4);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int threadCount = 64;
 
-/// Runs a function with the thread's number on all threads at one moment.
+/// Runs a function on all threads at the same moment.
 template <class Body>
 void Race(Body body)
 {
@@ -62,7 +62,7 @@ TEST(DispatchRace, FirstCallsOnManyThreadsAllWork)
     });
 }
 
-TEST(DispatchRace, FirstCallsOnManyThreadsReachOneBuild)
+TEST(DispatchRace, FirstCallsOnManyThreadsReachOneVariant)
 {
     InFreshProcess([] {
         RedirectAllToSpies();
@@ -85,8 +85,8 @@ TEST(DispatchRace, FirstUsesOfTheLoopsOnManyThreadsAgree)
     });
 }
 
-// Selections go on while others call: no call sees an index that is not finished.
-TEST(DispatchRace, SelectingTheSameBuildAgainIsSeenByNobody)
+// Selections run while others call: no call sees an intermediate index.
+TEST(DispatchRace, SelectingTheSameVariantAgainChangesNoCall)
 {
     InFreshProcess([] {
         RedirectAllToSpies();

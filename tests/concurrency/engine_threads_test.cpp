@@ -117,7 +117,7 @@ TEST(EngineThreads, ManyCallersOfOneEngineWinOneAtATime)
     EXPECT_GT(done, 0);
 }
 
-/// The host's side of a worker: whoever is here holds the engine's latch.
+/// Called by a worker: the calling thread has set the engine's busy flag.
 class WatchedBuffer final : public host::AudioBuffer {
 public:
     static host::Ref<WatchedBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t bytes)

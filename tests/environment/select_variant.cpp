@@ -1,5 +1,5 @@
-// The environment variable ZTA_TEST_LOOPS names the sample loops that a program's tests run with, for runs where the
-// widest are not wanted: under Valgrind, or to look for a difference.
+// The environment variable ZTA_TEST_LOOPS selects the variant of the sample loops for a test program, for example under
+// Valgrind.
 
 #include <zta/sample_loops.h>
 

@@ -1,5 +1,5 @@
-// The module loaded, used in full and unloaded a thousand times: it leaves the process each time, takes its memory with
-// it, and says at every step whether it can go. This program is not linked against the module.
+// Loads, uses and unloads the module a thousand times: it leaves the process each time, frees its memory, and reports
+// at every step whether it can be unloaded. This program is not linked against the module.
 
 #include "host/audio_buffer.h"
 #include "host/formats.h"
@@ -60,7 +60,7 @@ public:
         return ZT_NOERROR;
     }
 
-    /// How many buffers the last engine took. The next one gets them anew.
+    /// Returns how many buffers the last engine created, and resets the count.
     std::size_t TakeBack() { return std::exchange(next_, 0U); }
 
 private:
@@ -81,7 +81,7 @@ Ref<AudioBuffer> Filled(const SZtaWaveFormatInfo& format, std::size_t frames = k
     return buffer;
 }
 
-/// Every operation of the engine on small data, with the announcements of a host; each must succeed.
+/// Calls every operation on small data, with the announcements of a host. Each must succeed.
 class Session {
 public:
     explicit Session(IZtaAudioSamplesEngine& engine) : engine_(engine) {}
@@ -195,7 +195,7 @@ void UseEveryOperation(IZtaAudioSamplesEngine& engine, Ref<IUnknown>& stream)
     session.Resample(1, 44100, 48000, stream);
     session.Resample(2, 48000, 44100, stream);
 
-    // A failure, for the sake of the path to the log.
+    // A failure, to cover the log.
     const auto source = Filled(Pcm16(1));
     const auto stereo = Filled(Pcm16(2));
     EXPECT_EQ(engine.CopyAudioSamples(source.Get(), stereo.Get()), ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH);
@@ -244,7 +244,7 @@ void LoadUseAndUnload(ThriftyHost& host)
     ASSERT_FALSE(IsMapped());
 }
 
-/// What the allocator has handed out, in bytes, whether from its heap or by a mapping.
+/// Returns the allocated bytes, from the heap and from mappings.
 std::size_t AllocatedBytes()
 {
     const auto info = mallinfo2();
@@ -275,8 +275,8 @@ TEST(LoadCycles, TheModuleComesAndGoesAThousandTimesAndLeavesNothingBehind)
         }
     }
 #ifndef ZTA_INSTRUMENTED
-    // Not one block more in 900 rounds. With its cache for each thread, which CTest turns off for this test, the
-    // allocator counts freed blocks as handed out, and some kilobytes of them come together.
+    // Not one block more in 900 rounds. CTest turns off the allocator's thread cache, in which freed blocks count as
+    // allocated.
     const char* tunables = std::getenv("GLIBC_TUNABLES");
     const bool exact = tunables != nullptr && std::strstr(tunables, "tcache_count=0") != nullptr;
     EXPECT_LE(AllocatedBytes(), allocated + (exact ? 0 : 65536));

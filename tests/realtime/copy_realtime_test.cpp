@@ -1,4 +1,4 @@
-// CopyAudioSamples under the trap, on every road that it can take.
+// CopyAudioSamples under the real-time trap, on every path.
 
 #include "tests/realtime/realtime_test_support.h"
 
@@ -22,7 +22,7 @@ constexpr std::size_t kFrames = 480;
 
 class CopyRealtime : public zta::test::RealtimeEngine {
 protected:
-    /// Copies between two fresh buffers under the trap; the source asks for the given fades.
+    /// Copies between two new buffers under the trap. The source requests the given fades.
     void Copy(const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to, bool fade_in = false, bool fade_out = false,
               int expected = ZT_NOERROR)
     {
@@ -52,7 +52,7 @@ TEST_F(CopyRealtime, TheTrapReachesIntoTheModule)
     if (!RealtimeTrap::IsAvailable()) {
         GTEST_SKIP() << "the sanitizer watches the allocator itself";
     }
-    // To make a class factory is no real-time operation: it is allocated and freed in the module.
+    // Creating a class factory is not a real-time operation: the module allocates and frees it.
     const auto get_class_object = module_.Symbol<decltype(&DllGetClassObject)>("DllGetClassObject");
     void* factory = nullptr;
     RealtimeTrap trap;
@@ -108,9 +108,9 @@ TEST_F(CopyRealtime, FadesInPlaceOnTheDestination)
     }
 }
 
-TEST_F(CopyRealtime, FadesOnTheStageBuffer)
+TEST_F(CopyRealtime, FadesOnTheScratchBuffer)
 {
-    // Faded as 16-in-16 or 24-in-32, then brought to a format that fades refuse.
+    // Faded as 16-in-16 or 24-in-32, then converted to a format that cannot be faded.
     for (const std::uint32_t channels : {1U, 2U}) {
         Copy(Pcm24In32(channels), Pcm24In24(channels), true, true);
         Copy(Pcm24In24(channels), Pcm24In24(channels), true, true);
@@ -119,7 +119,7 @@ TEST_F(CopyRealtime, FadesOnTheStageBuffer)
     }
 }
 
-TEST_F(CopyRealtime, FailuresOfTheEntry)
+TEST_F(CopyRealtime, FailuresOfTheEntryPoint)
 {
     const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
     const auto destination = ClocklessBuffer::Create(Pcm16(2), kFrames);
@@ -141,21 +141,21 @@ TEST_F(CopyRealtime, FailuresOfTheEntry)
 
 TEST_F(CopyRealtime, FailuresOfTheWorker)
 {
-    // These pass through the status value that reports failures to the host's log; this host has none.
+    // CZtHResult logs these failures; this host has no log.
     Copy(Float32(2), Float32(2, 44100), false, false, ZT_E_FORMAT_NOT_SUPPORTED);
     Copy(Pcm16(32), Pcm16(32), true, false, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 
     const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
     const auto small = ClocklessBuffer::Create(Pcm16(2), kFrames - 1);
     CopyBetween(source, small, ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    // The reference that the byte copy takes to record the failure stays with the destination.
+    // The byte copy keeps a reference on the destination.
     EXPECT_EQ(small->Release(), 1U);
     CopyBetween(source, ClocklessBuffer::Create(Pcm24In32(2), kFrames - 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
 }
 
 TEST_F(CopyRealtime, ACallOnABusyEngine)
 {
-    // A host that calls the engine again from inside an operation meets the latch as another thread would.
+    // A nested call of the host finds the busy flag set, as another thread would.
     class Reentrant : public ClocklessBuffer {
     public:
         Reentrant(const SZtaWaveFormatInfo& format, std::function<void()> inner)

@@ -1,4 +1,4 @@
-// The floating-point mode belongs to the host: the module neither changes it nor depends on what is flushed to zero.
+// The module neither changes the floating-point mode of the host nor depends on flush-to-zero.
 
 #include "testing/scenarios.h"
 #include "testing/temp_directory.h"
@@ -22,7 +22,7 @@ constexpr unsigned kFlushToZero = 0x8000;
 constexpr unsigned kDenormalsAreZero = 0x0040;
 constexpr unsigned kRoundUp = 0x4000;
 constexpr unsigned kDefault = 0x1F80; // all exceptions masked
-constexpr unsigned kFlags = 0x003F;   // what has happened so far is no mode
+constexpr unsigned kFlags = 0x003F;   // exception flags are not part of the mode
 
 struct Modes {
     unsigned mxcsr;
@@ -43,7 +43,7 @@ void Set(const Modes& modes)
     asm volatile("fldcw %0" : : "m"(modes.x87));
 }
 
-/// A mode for the length of a scope.
+/// Sets a mode for a scope.
 class Mode {
 public:
     explicit Mode(unsigned mxcsr, std::uint16_t x87 = 0x037F) : before_(Now()) { Set({mxcsr, x87}); }
@@ -63,12 +63,12 @@ host::Ref<host::AudioBuffer> MakeBuffer(const std::string& /*name*/, const SZtaW
 
 TEST(FloatingPointMode, IsLeftAloneByLoadingAndUnloading)
 {
-    // A copy, because the program has the module itself loaded already.
+    // A copy, because the program has already loaded the module itself.
     TempDirectory directory;
     const std::string copy = directory.File("copy.so");
     std::filesystem::copy_file(ZTA_MODULE_PATH, copy);
     EXPECT_EQ(Now(), (Modes{kDefault, 0x037F})) << "the program's start loaded the module, too";
-    const Mode mode(kDefault | kRoundUp, 0x027F); // doubles on the old stack
+    const Mode mode(kDefault | kRoundUp, 0x027F); // x87: double precision
     const Modes before = Now();
     EXPECT_EQ(before, (Modes{kDefault | kRoundUp, 0x027F})) << "what is set can be seen";
     void* module = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -80,7 +80,7 @@ TEST(FloatingPointMode, IsLeftAloneByLoadingAndUnloading)
 
 class FloatingPointOf : public RealtimeEngine, public testing::WithParamInterface<ScenarioCase> {
 protected:
-    /// What the operation leaves in its outputs under a mode. The streams and buffers are made under it, too.
+    /// Returns the outputs of the operation under a mode. The streams and buffers are created under it as well.
     std::vector<Bytes> Result(unsigned mxcsr)
     {
         const Mode mode(mxcsr);

@@ -1,4 +1,4 @@
-// Every path of every operation under the trap.
+// Every path of every operation under the real-time trap.
 
 #include "testing/scenarios.h"
 #include "tests/realtime/realtime_test_support.h"
@@ -107,7 +107,7 @@ TEST_F(UnusualHostRealtime, CopiesFromAndIntoBuffersWithoutAnAddress)
         zta::test::ExpectRealtimeSafe([&] { status = engine_->CopyAudioSamples(in.Get(), out.Get()); });
         EXPECT_EQ(status, source ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         if (!source) {
-            out->Release(); // the reference of a byte copy that does not fit
+            out->Release(); // which a byte copy that does not fit keeps
         }
     }
 }
@@ -127,7 +127,7 @@ TEST_F(UnusualHostRealtime, DuplicatesFromAndIntoBuffersWithoutAnAddress)
     }
 }
 
-TEST_F(UnusualHostRealtime, SplitsNextToAScratchBufferIntoAnOutputThatReportsTooLittle)
+TEST_F(UnusualHostRealtime, DeinterleavesNextToAScratchBufferIntoAnOutputThatReportsTooLittle)
 {
     const auto stereo = UnusualBuffer::Create(zta::host::Pcm24In32(2), 64);
     const auto left = UnusualBuffer::Create(zta::host::Float32(1), 64);
@@ -155,7 +155,7 @@ TEST_F(UnusualHostRealtime, ReturnsAStatusAboveZero)
     EXPECT_EQ(status, 2);
 }
 
-/// A buffer that breaks the rule inside an operation, where the engine marks the start of a write.
+/// A buffer that violates the real-time rules inside an operation, when the engine marks the start of a write.
 class BreakingBuffer : public ClocklessBuffer {
 public:
     BreakingBuffer(const SZtaWaveFormatInfo& format, std::size_t frames, std::function<void()> breach)
@@ -172,14 +172,14 @@ private:
 struct Breach {
     const char* name;
     std::function<void()> act;
-    const char* seen; ///< the first call that the watch names
-    int systemCall;   ///< what the kernel's filter tells: kNoSystemCall where the breach stays in the process
+    const char* seen; ///< the first call that the trap reports
+    int systemCall;   ///< result of the kernel's filter: kNoSystemCall if the violation needs no system call
 };
 
-class BreachOfAnOperation : public zta::test::RealtimeEngine, public testing::WithParamInterface<Breach> {};
+class ViolationInAnOperation : public zta::test::RealtimeEngine, public testing::WithParamInterface<Breach> {};
 
-/// The proof that the test above would fail: each thing that an operation must not do is done in one, and is seen.
-TEST_P(BreachOfAnOperation, IsSeen)
+/// Proves that the tests above can fail: each forbidden action is performed in an operation, and is detected.
+TEST_P(ViolationInAnOperation, IsDetected)
 {
     if (!zta::test::RealtimeTrap::IsAvailable()) {
         GTEST_SKIP() << "the sanitizer watches the allocator itself";
@@ -209,13 +209,13 @@ volatile char breachedByte = 0;
 void Allocate()
 {
     char* const memory = new char[100];
-    asm volatile("" : : "g"(memory) : "memory"); // compilers may leave out what nobody sees
+    asm volatile("" : : "g"(memory) : "memory"); // otherwise the compiler removes the allocation
     memory[0] = breachedByte;
     breachedByte = memory[0];
     delete[] memory;
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, BreachOfAnOperation,
+INSTANTIATE_TEST_SUITE_P(Kinds, ViolationInAnOperation,
                          testing::Values(Breach{"Allocation", Allocate, "malloc", zta::test::kNoSystemCall},
                                          Breach{"Lock", [] { const std::lock_guard lock(breachedLock); },
                                                 "pthread_mutex_lock", zta::test::kNoSystemCall},

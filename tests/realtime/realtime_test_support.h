@@ -1,4 +1,4 @@
-/// What the tests of the engine's operations under the trap share.
+/// Helpers of the tests under the real-time trap.
 #pragma once
 
 #include "host/audio_buffer.h"
@@ -14,7 +14,7 @@
 
 namespace zta::test {
 
-/// A buffer whose marks do not read the clock: on some machines that is a system call, and it would be the host's own.
+/// A buffer whose marks do not read the clock: on some machines that is a system call, of the host.
 class ClocklessBuffer : public host::AudioBuffer {
 public:
     [[nodiscard]] static host::Ref<ClocklessBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t frames)
@@ -40,8 +40,8 @@ private:
     int marks_ = 0;
 };
 
-/// Runs an operation twice from the same state: in a child that may not enter the kernel, then here under the watch.
-/// The operation must do no more than call the engine, and must leave its checks for later.
+/// Runs an operation twice from the same state: in a child that may not enter the kernel, then here under the trap. The
+/// function must only call the engine; checks follow later.
 template <class Operation>
 void ExpectRealtimeSafe(Operation operation)
 {
@@ -54,7 +54,7 @@ void ExpectRealtimeSafe(Operation operation)
     EXPECT_EQ(trap.Violations(), 0) << "first: " << trap.First();
 }
 
-/// An engine on the reference host, through the module's front door.
+/// An engine on the reference host, created through the module's exports.
 class RealtimeEngine : public testing::Test {
 protected:
     host::Module module_{ZTA_MODULE_PATH};

@@ -32,7 +32,7 @@ struct Watch {
     const char* first;
 };
 
-// Constant-initialised, in the program itself: reading it calls nothing.
+// Constant-initialized, in the program itself: reading it calls no function.
 constinit thread_local Watch watch{false, 0, ""};
 
 } // namespace
@@ -81,7 +81,7 @@ void Note(const char* name)
     }
 }
 
-/// The function of that name in the libraries behind the program.
+/// Returns the next function of that name, in the libraries.
 template <class Function>
 Function* Next(const char* name)
 {
@@ -96,10 +96,10 @@ Function* Next(const char* name)
 
 #ifndef ZTA_SANITIZED
 
-// The libraries must find these instead of their own.
+// Exported, so that the libraries call these.
 #pragma GCC visibility push(default)
 
-// The allocator is handed on to the C library's own second names, because dlsym may allocate itself.
+// The allocator calls the C library's second names, because dlsym may allocate.
 extern "C" {
 
 void* __libc_malloc(std::size_t size);
@@ -151,14 +151,14 @@ int posix_memalign(void** memory, std::size_t alignment, std::size_t size)
 
 void free(void* memory)
 {
-    // Giving back nothing touches nothing.
+    // free(nullptr) does not touch the heap.
     if (memory != nullptr) {
         zta::test::Note("free");
     }
     __libc_free(memory);
 }
 
-/// One watched function that is handed on as it came.
+/// One watched function that forwards its arguments.
 #define ZTA_WATCH(result, name, parameters, arguments)                                                                 \
     result name parameters                                                                                             \
     {                                                                                                                  \
@@ -236,7 +236,7 @@ int RunUnderSeccomp(void (*)(void*), void*)
 
 namespace {
 
-/// The child's end of a page that both processes see.
+/// The child's view of a page shared with the parent.
 volatile int* seen_by_parent = nullptr;
 
 [[noreturn]] void EndChild()
@@ -252,7 +252,7 @@ void OnRefusedSystemCall(int, siginfo_t* info, void*)
     EndChild();
 }
 
-/// Lets the calling process make no system call but exit_group; any other one raises SIGSYS.
+/// Allows no system call but exit_group in the calling process; any other raises SIGSYS.
 bool RefuseSystemCalls()
 {
     sock_filter filter[] = {

@@ -1,4 +1,4 @@
-// How deep the stack gets in each operation: a real-time thread has a small one, and must know.
+// The stack depth of each operation. Real-time threads have small stacks.
 
 #include "testing/scenarios.h"
 #include "tests/realtime/realtime_test_support.h"
@@ -17,7 +17,7 @@
 namespace zta::test {
 namespace {
 
-/// What an operation may take, host's buffers included; docs/testing.md quotes the first.
+/// The bound of an operation, including the host's buffers.
 #ifdef __OPTIMIZE__
 constexpr std::size_t kBound = 8 * 1024;
 #else
@@ -27,7 +27,7 @@ constexpr std::size_t kBound = 32 * 1024;
 constexpr std::size_t kStackBytes = 512 * 1024;
 constexpr auto kPaint = std::byte{0xA5};
 
-/// A function run on a thread whose stack was painted, and how much of it lost its paint.
+/// Runs a function on a thread whose stack was filled with a pattern, and measures how much of it changed.
 class PaintedStack {
 public:
     PaintedStack()
@@ -39,7 +39,7 @@ public:
     PaintedStack(const PaintedStack&) = delete;
     PaintedStack& operator=(const PaintedStack&) = delete;
 
-    /// Bytes of stack that the function took below its caller.
+    /// Returns the bytes of stack that the function used.
     std::size_t DepthOf(const std::function<void()>& function)
     {
         function_ = &function;
@@ -67,11 +67,11 @@ private:
         Paint();
         top_ = static_cast<std::byte*>(__builtin_frame_address(0));
         (*function_)();
-        asm volatile("" ::: "memory"); // no tail call, which would begin above this frame
+        asm volatile("" ::: "memory"); // prevents a tail call
     }
 
-    /// All that lies well below its own frame. What it leaves unpainted lies within the frames of any function that is
-    /// called in its place, as long as that takes more than its slack.
+    /// Fills the stack below its own frame. The bytes that stay unfilled lie within the frame of the measured function,
+    /// if that uses more than the slack.
     [[gnu::noinline]] void Paint()
     {
         volatile std::byte* const end = static_cast<std::byte*>(__builtin_frame_address(0)) - kSlack;
@@ -86,7 +86,7 @@ private:
     const std::function<void()>* function_ = nullptr;
 };
 
-/// A known depth. The volatile writes keep the array.
+/// Uses a known depth. The volatile writes keep the array.
 template <std::size_t Bytes>
 [[gnu::noinline]] void Take()
 {
@@ -96,7 +96,7 @@ template <std::size_t Bytes>
     }
 }
 
-TEST(StackDepth, IsSeen)
+TEST(StackDepth, IsDetected)
 {
     if (!RealtimeTrap::IsAvailable()) {
         GTEST_SKIP() << "the sanitizer has stacks of its own";
@@ -121,7 +121,7 @@ TEST_F(StackOfOperations, StaysWithinItsBound)
     for (const ScenarioCase& row : Scenarios()) {
         SCOPED_TRACE(row.name);
         std::size_t depth = 0;
-        // The first run binds the functions of this program; the second counts.
+        // The first call binds the functions of this program; the second is measured.
         for (int round = 0; round < 2; ++round) {
             const Scenario scenario =
                 row.make([](const std::string& /*name*/, const SZtaWaveFormatInfo& format, std::size_t bytes) {

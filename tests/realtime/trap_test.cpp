@@ -1,4 +1,4 @@
-// The trap itself: it must catch what it is there to catch, or the tests that rely on it prove nothing.
+// Tests of the real-time trap itself.
 
 #include "testing/realtime_trap.h"
 
@@ -22,7 +22,7 @@ namespace {
 using zta::test::RealtimeTrap;
 using zta::test::RunUnderSeccomp;
 
-/// Hides a pointer from the optimiser, which would otherwise drop an allocation that nothing uses.
+/// Hides a pointer from the optimizer, which would otherwise remove an unused allocation.
 void Keep(void* memory)
 {
     asm volatile("" : : "r"(memory) : "memory");
@@ -38,7 +38,7 @@ protected:
     }
 };
 
-/// The first forbidden call of `action`, and how many there were.
+/// Returns the first forbidden call of `action`, and the number of them.
 template <class Action>
 std::pair<std::string, int> Caught(Action action)
 {
@@ -140,7 +140,7 @@ TEST_F(Watch, NamesTheFirstAndCountsAll)
               std::make_pair(std::string("malloc"), 4));
 }
 
-TEST_F(Watch, EndsWithItsScopeAndStartsAfresh)
+TEST_F(Watch, EndsWithItsScope)
 {
     {
         RealtimeTrap trap;
@@ -178,7 +178,7 @@ TEST_F(Seccomp, CatchesAWrite)
     EXPECT_EQ(RunUnderSeccomp([](void*) { EXPECT_EQ(write(1, "x", 1), 1); }, nullptr), SYS_write);
 }
 
-TEST_F(Seccomp, CatchesACallPastTheLibrary)
+TEST_F(Seccomp, CatchesACallThatBypassesTheLibrary)
 {
     EXPECT_EQ(RunUnderSeccomp(
                   [](void*) {
@@ -194,7 +194,7 @@ TEST_F(Seccomp, CatchesAnAllocationThatNeedsMoreMemory)
     EXPECT_EQ(RunUnderSeccomp([](void*) { Keep(std::malloc(std::size_t{1} << 30)); }, nullptr), SYS_mmap);
 }
 
-TEST_F(Seccomp, TellsACrashFromASystemCall)
+TEST_F(Seccomp, DistinguishesACrashFromASystemCall)
 {
     EXPECT_EQ(RunUnderSeccomp([](void*) { asm volatile("ud2"); }, nullptr), zta::test::kCrashed);
 }

@@ -97,7 +97,7 @@ TEST(HostFormats, CountTheBytesOfAFrame)
     EXPECT_EQ(BytesPerFrame(SZtaWaveFormatInfo{}), 0U);
 }
 
-TEST(HostFormats, CarryTheFieldsThatTheEngineTellsFormatsApartBy)
+TEST(HostFormats, HaveTheFieldsThatTheEngineCompares)
 {
     const auto expect = [](const SZtaWaveFormatInfo& format, const SZtaWaveFormatInfo& fields) {
         EXPECT_EQ(std::memcmp(&format, &fields, 24), 0);
@@ -112,7 +112,7 @@ TEST(HostFormats, CarryTheFieldsThatTheEngineTellsFormatsApartBy)
     expect(zta::host::Opaque(2, 32, 20, 96000), {24, 2, keZtAudioDataTypeOpaque, 96000, 32, 20});
 }
 
-TEST(HostFormats, HaveNamesForPeople)
+TEST(HostFormats, HaveReadableNames)
 {
     EXPECT_EQ(zta::host::FormatName(zta::host::Pcm16(1)), "16-in-16 mono, 48000 Hz");
     EXPECT_EQ(zta::host::FormatName(zta::host::Pcm24In32(2, 44100)), "24-in-32 stereo, 44100 Hz");
@@ -139,7 +139,7 @@ TEST(HostAudioBuffer, StartsZeroedAlignedAndEmpty)
     EXPECT_EQ(buffer->LastWriteStop(), AudioBuffer::Clock::time_point());
 }
 
-TEST(HostAudioBuffer, RefusesACapacityThatNoMemoryCanHold)
+TEST(HostAudioBuffer, RejectsACapacityBeyondMemory)
 {
     const long before = AudioBuffer::LiveCount();
     EXPECT_THROW((void)AudioBuffer::Create(zta::host::Pcm16(2), SIZE_MAX), std::bad_alloc);
@@ -157,7 +157,7 @@ TEST(HostAudioBuffer, CountsReferencesAndLiveBuffers)
     EXPECT_EQ(AudioBuffer::LiveCount(), before);
 }
 
-TEST(HostAudioBuffer, AnswersItsThreeInterfacesAndNoOther)
+TEST(HostAudioBuffer, SupportsItsThreeInterfacesAndNoOther)
 {
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     for (const _GUID& id : {IID_IUnknown, IID_IZtAVContent, IID_IZtAudioSamples}) {
@@ -189,7 +189,7 @@ TEST(HostAudioBuffer, AcceptsOneSignalForEachAnnouncement)
     EXPECT_EQ(buffer->PairingViolations(), 0);
 }
 
-TEST(HostAudioBuffer, RefusesAndCountsASignalWithoutAnnouncement)
+TEST(HostAudioBuffer, RejectsAndCountsASignalWithoutAnnouncement)
 {
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     buffer->AnnounceWrite();
@@ -222,7 +222,7 @@ TEST(HostAudioBuffer, WaitGivesUpAfterItsTimeout)
 
 TEST(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
 {
-    // Repeated, so that the signals meet the waiter before, during and after its way into sleep.
+    // Repeated, so that the signals arrive before, while and after the waiter blocks.
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     for (int round = 0; round < 2000; ++round) {
         buffer->AnnounceRead();
@@ -318,7 +318,7 @@ TEST(HostAudioBuffer, KeepsItsLengthWithinItsCapacity)
     EXPECT_EQ(buffer->Length(), 3U);
 }
 
-TEST(HostAudioBuffer, RefusesNullPointersAndRecordsWithoutSize)
+TEST(HostAudioBuffer, RejectsNullPointersAndRecordsWithoutSize)
 {
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     void* data = nullptr;
@@ -408,7 +408,7 @@ TEST(HostEngineObject, CreatesWhatTheRequestAsksForAndLeavesItUnaltered)
     EXPECT_EQ(std::memcmp(&description.sWaveFormat, &request.sWaveFormat, 24), 0);
 }
 
-TEST(HostEngineObject, RefusesWhatItCannotMakeSenseOf)
+TEST(HostEngineObject, RejectsInvalidRequests)
 {
     const auto host = HostEngine::Create();
     SZtCreateAudioSamplesDescription request{};
@@ -422,7 +422,7 @@ TEST(HostEngineObject, RefusesWhatItCannotMakeSenseOf)
     EXPECT_EQ(samples, nullptr);
 }
 
-TEST(HostEngineObject, AnswersItsTwoInterfacesAndNoOther)
+TEST(HostEngineObject, SupportsItsTwoInterfacesAndNoOther)
 {
     const auto host = HostEngine::Create();
     for (const _GUID& id : {IID_IUnknown, IID_IZtQuonEnginePrivate}) {
@@ -436,7 +436,7 @@ TEST(HostEngineObject, AnswersItsTwoInterfacesAndNoOther)
     EXPECT_EQ(host->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
-/// The message of what `action` throws; empty if it throws nothing.
+/// Returns the message of the exception of `action`, or "".
 template <class Action>
 std::string Message(Action action)
 {
@@ -455,7 +455,7 @@ TEST(HostModule, NamesTheFileThatItCannotLoad)
     EXPECT_EQ(message.find('\n'), std::string::npos);
 }
 
-TEST(HostModule, RefusesALibraryThatIsNoModule)
+TEST(HostModule, RejectsALibraryThatIsNoModule)
 {
     EXPECT_EQ(Message([] { zta::host::Module module("libm.so.6"); }), "libm.so.6 does not export DllEntryPoint");
 }
@@ -479,7 +479,7 @@ TEST(HostModule, IsInUseWhileAnEngineIsAlive)
     EXPECT_THROW((void)module.CanUnload(), std::logic_error);
 }
 
-TEST(HostModule, PassesOnTheHostsRefusalAndLeavesNothingBehind)
+TEST(HostModule, ReturnsTheHostsFailureAndLeaksNothing)
 {
     class Stingy : public HostEngine {
     public:
@@ -523,7 +523,7 @@ TEST(HostModule, GivesTheVersionOfTheBuild)
     EXPECT_NE(version.achRelease[0], '\0');
 }
 
-TEST(HostModule, RegistersTheClassUnderAPathAndTakesItOut)
+TEST(HostModule, RegistersTheClassUnderAPathAndUnregistersIt)
 {
     const TempDirectory directory;
     ASSERT_EQ(setenv("ORBUTILS", directory.Path().c_str(), 1), 0);

@@ -167,6 +167,30 @@ bool CanReadAll(const std::string& rsFileName)
     return oFile.eof();
 }
 
+/// Prints the message in the orientation that standard output has: bytes are lost once a host has printed wide text.
+void PrintOpenFailure(const std::string& sFileName)
+{
+    if (std::fwide(stdout, 0) <= 0) {
+        std::printf("Unable to open %s for writing\n", sFileName.c_str());
+        return;
+    }
+    // Byte by byte: %s would stop at a byte that the locale does not know, and memory may have run out.
+    std::fputws(L"Unable to open ", stdout);
+    std::mbstate_t sState{};
+    for (std::size_t i = 0; i < sFileName.size();) {
+        wchar_t wc = L'?';
+        std::size_t ulBytes = std::mbrtowc(&wc, &sFileName[i], sFileName.size() - i, &sState);
+        if (ulBytes > sFileName.size() - i) {
+            wc = L'?';
+            ulBytes = 1;
+            sState = std::mbstate_t{};
+        }
+        std::fputwc(wc, stdout);
+        i += std::max<std::size_t>(ulBytes, 1);
+    }
+    std::fputws(L" for writing\n", stdout);
+}
+
 } // namespace
 
 void Trim(std::wstring& s, const std::wstring& sChars, int iMode)
@@ -272,7 +296,7 @@ bool CZtIniFile::Save(bool bDoSave)
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the file has not been opened
     }
     if (!oFile.is_open()) {
-        std::printf("Unable to open %s for writing\n", m_sFileName.c_str());
+        PrintOpenFailure(m_sFileName);
         return false;
     }
     try {

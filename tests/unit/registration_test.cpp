@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
@@ -159,7 +160,8 @@ TEST_F(Registration, PrintsItsProgressWhateverTheStatus)
     };
     Expect(RunWithout(wide(Register)), E_FAIL, kRegistered);
     Expect(RunWithout(wide(DllUnregisterServer)), E_FAIL, kUnregistered);
-    Expect(RunWith(directory_.File("missing"), wide(Register)), 0, kRegistered);
+    const std::string message = "Unable to open " + directory_.File("missing") + "/CLSIDs for writing\n";
+    Expect(RunWith(directory_.File("missing"), wide(Register)), 0, message + message + kRegistered);
 }
 
 TEST_F(Registration, SucceedsIfTheFileCannotBeWritten)
@@ -172,6 +174,28 @@ TEST_F(Registration, SucceedsIfTheFileCannotBeWritten)
     std::filesystem::create_directory(file_);
     const std::string directory_message = "Unable to open " + file_ + " for writing\n";
     Expect(Run(Register), 0, directory_message + directory_message);
+}
+
+// A first registration makes standard output wide; messages of bytes would be lost from then on.
+TEST_F(Registration, PrintsTheMessageAlsoToAWideStream)
+{
+    const std::string missing = directory_.File("f\xC3\xBCnf");
+    const auto message = [&](const char* letter) {
+        return "Unable to open " + directory_.File("f") + letter + "nf/CLSIDs for writing\n";
+    };
+    const auto twice = [&] {
+        Register();
+        ::setenv("ORBUTILS", missing.c_str(), 1);
+        return Register();
+    };
+    const std::string registered = kRegistered;
+    // In the C locale the two bytes of the letter are unknown.
+    Expect(Run(twice), 0, registered + message("??") + message("??") + registered);
+    Expect(Run([&] {
+               std::setlocale(LC_ALL, "C.UTF-8");
+               return twice();
+           }),
+           0, registered + message("\xC3\xBC") + message("\xC3\xBC") + registered);
 }
 
 TEST_F(Registration, UnregisteringWritesOnceAndRegisteringTwiceIfTheFirstFails)

@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <utility>
 
 namespace {
 
@@ -10,6 +11,7 @@ struct Log {
     std::mutex mutex;
     std::size_t count = 0;
     LogEntry last;
+    std::function<void()> hook;
 };
 
 Log& TheLog()
@@ -32,6 +34,9 @@ void ZtLogger(EZtLogPackage package, int line, EZtLogLevel level, const char* fo
     const std::lock_guard lock(log.mutex);
     ++log.count;
     log.last = {package, line, level, format, text};
+    if (log.hook) {
+        log.hook();
+    }
 }
 
 void LogRecorder::Clear()
@@ -59,4 +64,11 @@ LogEntry LogRecorder::Last()
 std::string LogRecorder::LastText()
 {
     return Last().text;
+}
+
+void LogRecorder::SetHook(std::function<void()> hook)
+{
+    Log& log = TheLog();
+    const std::lock_guard lock(log.mutex);
+    log.hook = std::move(hook);
 }

@@ -4,6 +4,7 @@
 #include <zta/logger.h>
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 struct LogEntry {
@@ -23,4 +24,7 @@ public:
     /// The last line, an empty one if there is none.
     static LogEntry Last();
     static std::string LastText();
+
+    /// Run for each line. It must not use the recorder.
+    static void SetHook(std::function<void()> hook);
 };

@@ -22,6 +22,8 @@ public:
 
     /// A query succeeds without a pointer.
     bool hasNoContent = false;
+    /// What a query for the content returns beside the pointer.
+    int queryStatus = 0;
     /// The samples have no address; length and capacity stay.
     bool hasNoAddress = false;
     /// The capacity that the buffer reports.
@@ -43,7 +45,7 @@ public:
             Release();
             *ppv = nullptr;
         }
-        return status;
+        return status >= 0 ? queryStatus : status;
     }
 
     unsigned long AddRef() override

@@ -48,9 +48,9 @@ int CZtaAudioSamplesEngine::ProcessCopyConv()
         iStatus = ClearToleratedCode(iStatus);
     }
     if (iStatus >= 0) {
-        iStatus = LogIfFailed(sSource.bFadeIn || sSource.bFadeOut
-                                  ? CopyFaded(pSource, sSource, pDestination, sDestination)
-                                  : BufferCopy(pSource, &sSource, pDestination, &sDestination));
+        iStatus = sSource.bFadeIn || sSource.bFadeOut
+                      ? CopyFaded(pSource, sSource, pDestination, sDestination)
+                      : LogIfFailed(BufferCopy(pSource, &sSource, pDestination, &sDestination));
     }
     EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pSource, pDestination, iStatus);
     return iStatus;
@@ -62,27 +62,33 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
                                       IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination)
 {
     SZtAudioSamplesDescription sStage = rsSource;
-    int iStatus = m_oApplyFade.SuggestFormat(&rsDestination.sWaveFormat, &sStage.sWaveFormat);
+    int iStatus = LogIfFailed(m_oApplyFade.SuggestFormat(&rsDestination.sWaveFormat, &sStage.sWaveFormat));
     if (iStatus < 0) {
         return iStatus;
     }
 
     if (IsSameFormat(rsDestination.sWaveFormat, sStage.sWaveFormat)) {
-        iStatus = BufferCopy(pSource, &rsSource, pDestination, &rsDestination);
-        return iStatus < 0 ? iStatus : FadeInPlace(m_oApplyFade, pDestination, rsSource, iStatus);
+        iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, pDestination, &rsDestination));
+        if (iStatus < 0) {
+            return iStatus;
+        }
+        SetFades(pDestination, rsSource.bFadeIn, rsSource.bFadeOut);
+        iStatus = LogIfFailed(m_oApplyFade.ApplyFade(pDestination));
+        SetFades(pDestination, false, false);
+        return iStatus;
     }
 
     m_pScratch0->SetWaveFormat(&sStage.sWaveFormat);
-    iStatus = BufferCopy(pSource, &rsSource, m_pScratch0, &sStage);
+    iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, m_pScratch0, &sStage));
     SetFades(m_pScratch0, rsSource.bFadeIn, rsSource.bFadeOut);
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = m_oApplyFade.ApplyFade(m_pScratch0);
+    iStatus = LogIfFailed(m_oApplyFade.ApplyFade(m_pScratch0));
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = BufferCopy(m_pScratch0, &sStage, pDestination, &rsDestination);
+    iStatus = LogIfFailed(BufferCopy(m_pScratch0, &sStage, pDestination, &rsDestination));
     if (iStatus < 0) {
         return iStatus;
     }

@@ -283,7 +283,7 @@ int CZtaAudioSamplesEngine::ProcessStereoToMono()
         // The right output has its mark from the entry already, and the left one gets no stop mark below. Hosts see
         // two start marks and one stop mark on the right, one start mark and none on the left.
         oRight->MarkWriteStartTime();
-        iStatus = LogIfFailed(DeinterleaveViaScratch(pStereo, sStereo, pLeft, sLeft, pRight, sRight));
+        iStatus = DeinterleaveViaScratch(pStereo, sStereo, pLeft, sLeft, pRight, sRight);
     }
     if (iStatus < 0) {
         oLeft->SetErrorCode(iStatus);
@@ -304,13 +304,13 @@ int CZtaAudioSamplesEngine::DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZt
 {
     SZtaWaveFormatInfo sStereoFormat = {};
     SZtaWaveFormatInfo sMonoFormat = {};
-    int iStatus =
-        m_oConvertStereoToMono.SuggestFormat(&rsStereo.sWaveFormat, &rsLeft.sWaveFormat, &sStereoFormat, &sMonoFormat);
+    int iStatus = LogIfFailed(
+        m_oConvertStereoToMono.SuggestFormat(&rsStereo.sWaveFormat, &rsLeft.sWaveFormat, &sStereoFormat, &sMonoFormat));
     if (iStatus < 0) {
         return iStatus;
     }
     if (!IsSameFormat(rsStereo.sWaveFormat, sStereoFormat)) {
-        iStatus = ConvertToScratch(pStereo, m_pScratch0, sStereoFormat);
+        iStatus = LogIfFailed(ConvertToScratch(pStereo, m_pScratch0, sStereoFormat));
         pStereo = m_pScratch0;
     }
     // The stages of the outputs are labelled even when the input could not be staged.
@@ -318,26 +318,26 @@ int CZtaAudioSamplesEngine::DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZt
     IZtAudioSamples* pRightTarget = pRight;
     if (!IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {
         pLeftTarget = m_pScratch1;
-        iStatus = FirstFailure(iStatus, m_pScratch1->SetWaveFormat(&sMonoFormat));
+        iStatus = LogFirstFailure(iStatus, m_pScratch1->SetWaveFormat(&sMonoFormat));
     }
     if (!IsSameFormat(rsRight.sWaveFormat, sMonoFormat)) {
         pRightTarget = m_pScratch2;
-        iStatus = FirstFailure(iStatus, m_pScratch2->SetWaveFormat(&sMonoFormat));
+        iStatus = LogFirstFailure(iStatus, m_pScratch2->SetWaveFormat(&sMonoFormat));
     }
     if (iStatus < 0) {
         return iStatus;
     }
     // A scratch buffer next to a larger output of the caller would be written beyond its end.
-    iStatus = m_oConvertStereoToMono.ConvertStereoToMonoChecked(pStereo, pLeftTarget, pRightTarget,
-                                                                pLeftTarget != pLeft, pRightTarget != pRight);
+    iStatus = LogIfFailed(m_oConvertStereoToMono.ConvertStereoToMonoChecked(
+        pStereo, pLeftTarget, pRightTarget, pLeftTarget != pLeft, pRightTarget != pRight));
     if (iStatus < 0) {
         return iStatus;
     }
     if (pLeftTarget != pLeft) {
-        iStatus = m_oConvertBitDepth.ConvertBitDepth(pLeftTarget, pLeft);
+        iStatus = LogIfFailed(m_oConvertBitDepth.ConvertBitDepth(pLeftTarget, pLeft));
         if (iStatus < 0) {
             return iStatus;
         }
     }
-    return pRightTarget != pRight ? m_oConvertBitDepth.ConvertBitDepth(pRightTarget, pRight) : iStatus;
+    return pRightTarget != pRight ? LogIfFailed(m_oConvertBitDepth.ConvertBitDepth(pRightTarget, pRight)) : iStatus;
 }

@@ -36,13 +36,14 @@ int CheckVolumes(const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolume
     return bCountsAgree && ulBufferCount >= 2 ? iStatus : ZT_E_INVALID_PARAMETER;
 }
 
-/// Signals one buffer of the array in a failure ending, if there is one and it has a content.
+/// Signals one buffer of the array in a failure ending if the host returns a pointer to its content. The status of the
+/// query does not matter: the access to each buffer of the array is announced and has to end.
 template <class Signal>
 void SignalBuffer(IZtAudioSamples* pBuffer, Signal rSignal)
 {
     if (pBuffer != nullptr) {
         CContentHolder oContent;
-        oContent.Query(pBuffer);
+        oContent.QueryPointer(pBuffer);
         if (oContent.Get() != nullptr) {
             rSignal(oContent.Get());
         }
@@ -130,8 +131,9 @@ int CZtaAudioSamplesEngine::GetInfoMux(IZtAudioSamples** ppInput, IZtAudioSample
     }
     *pulCount = m_ui64SavedBufferCount;
     *pulVolumeCount = m_ui64SavedVolumeCount;
-    std::copy_n(m_apSavedBuffers, m_ui64SavedBufferCount, ppBuffers);
-    std::copy_n(m_asSavedVolumes, m_ui64SavedVolumeCount, psVolumes);
+    // SaveInfoMux keeps every count, but no more than kMaxBuffers buffers and volumes.
+    std::copy_n(m_apSavedBuffers, std::min<unsigned long>(m_ui64SavedBufferCount, kMaxBuffers), ppBuffers);
+    std::copy_n(m_asSavedVolumes, std::min<unsigned long>(m_ui64SavedVolumeCount, kMaxBuffers), psVolumes);
     *ppInput = m_pSavedInput;
     *ppOutput = m_pSavedOutput;
     return ZT_NOERROR;
@@ -155,14 +157,21 @@ int CZtaAudioSamplesEngine::LoadMuxOperands(SMuxOperands& rsOperands)
 {
     rsOperands.ulCount = kMaxBuffers;
     rsOperands.ulVolumeCount = kMaxBuffers;
-    const int iStatus = GetInfoMux(&rsOperands.pInput, &rsOperands.pOutput, rsOperands.apBuffers, &rsOperands.ulCount,
-                                   rsOperands.asVolumes, &rsOperands.ulVolumeCount);
+    int iStatus = GetInfoMux(&rsOperands.pInput, &rsOperands.pOutput, rsOperands.apBuffers, &rsOperands.ulCount,
+                             rsOperands.asVolumes, &rsOperands.ulVolumeCount);
     if (iStatus < 0) {
-        // One volume more than there are channels at most: the work is off, but the buffers still want their signals.
+        // Too many volumes, or too many buffers in a direct call. Nothing is processed; the saved buffers are signaled.
         rsOperands.pInput = m_pSavedInput;
         rsOperands.pOutput = m_pSavedOutput;
-        rsOperands.ulCount = m_ui64SavedBufferCount;
+        rsOperands.ulCount = std::min<unsigned long>(m_ui64SavedBufferCount, kMaxBuffers);
         std::copy_n(m_apSavedBuffers, rsOperands.ulCount, rsOperands.apBuffers);
+    }
+    IZtAudioSamples** const ppEnd = rsOperands.apBuffers + rsOperands.ulCount;
+    if (std::find(rsOperands.apBuffers, ppEnd, nullptr) != ppEnd) {
+        // A direct call after a SaveInfoMux that ended at a null pointer.
+        rsOperands.ulCount =
+            static_cast<unsigned long>(std::remove(rsOperands.apBuffers, ppEnd, nullptr) - rsOperands.apBuffers);
+        iStatus = FirstFailure(iStatus, ZT_E_INVALID_POINTER);
     }
     return iStatus;
 }
@@ -490,6 +499,9 @@ int CZtaAudioSamplesEngine::ProcessDeinterleave(Kernel& rKernel, Convert pfnConv
     SZtaWaveFormatInfo sOutputFormat = {};
     if (iStatus >= 0) {
         iStatus = oMux->GetAudioSamplesDescription(&sMux);
+    }
+    if (iStatus >= 0 && sOperands.ulCount == 0) {
+        iStatus = ZT_E_INVALID_PARAMETER;
     }
     if (iStatus >= 0) {
         iStatus = sOperands.apBuffers[0]->GetAudioSamplesDescription(&sFirst);

@@ -74,12 +74,15 @@ template <EOneToOneEnding eEnding>
 int CZtaAudioSamplesEngine::EndOneToOne(CScopedEndOperation& rOperation, IZtAudioSamples* pInput,
                                         IZtAudioSamples* pOutput, int iStatus)
 {
-    if (pInput == nullptr || pOutput == nullptr) {
-        // A worker that is called without its entry point.
-        RaiseEmptyPointer<IZtAudioSamples>();
-    }
+    // A worker that is called without its entry point can have an input and no output.
+    const auto RequireOutput = [pOutput] {
+        if (pOutput == nullptr) {
+            RaiseEmptyPointer<IZtAudioSamples>();
+        }
+    };
     if constexpr (eEnding == EOneToOneEnding::SignalBuffers) {
         if (iStatus < 0) {
+            RequireOutput();
             pOutput->SetErrorCode(iStatus);
         }
         rOperation.End();
@@ -92,6 +95,7 @@ int CZtaAudioSamplesEngine::EndOneToOne(CScopedEndOperation& rOperation, IZtAudi
         CContentHolder oInput;
         oInput.Query(pInput);
         (oInput.Get() != nullptr ? oInput.Get() : pInput)->SignalReadCompletion();
+        RequireOutput();
         CContentHolder oOutput;
         oOutput.Query(pOutput);
         IZtAVContent* const pContent = oOutput.Get() != nullptr ? oOutput.Get() : pOutput;

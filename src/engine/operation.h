@@ -42,7 +42,8 @@ constexpr bool IsToleratedErrorCode(int iCode)
     }
 }
 
-/// The status, of which the host's log is told if it is a failure.
+/// Returns the status, and logs it if it is a failure. To be called as soon as the status is known: the host sees the
+/// log line before the host calls that follow.
 inline int LogIfFailed(int iStatus)
 {
     if (iStatus < 0) {
@@ -92,6 +93,14 @@ public:
             pContent->Release();
         }
         return iStatus;
+    }
+
+    /// Queries as Query does, but keeps any pointer that the host returns, also from a query that fails.
+    void QueryPointer(IZtAudioSamples* pBuffer)
+    {
+        void* pvContent = nullptr;
+        pBuffer->QueryInterface(IID_IZtAVContent, &pvContent);
+        m_pContent = static_cast<IZtAVContent*>(pvContent);
     }
 
     /// The content, or null.
@@ -180,6 +189,12 @@ inline int SaveOperands(std::initializer_list<SOperandSlot> oOperands)
 constexpr int FirstFailure(int iFirst, int iSecond)
 {
     return iFirst >= 0 && iSecond < 0 ? iSecond : iFirst;
+}
+
+/// FirstFailure, which logs the second status if it becomes the result.
+inline int LogFirstFailure(int iFirst, int iSecond)
+{
+    return iFirst >= 0 ? FirstFailure(iFirst, LogIfFailed(iSecond)) : iFirst;
 }
 
 inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)

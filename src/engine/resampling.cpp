@@ -140,7 +140,8 @@ int CZtaAudioSamplesEngine::ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamp
     iStatus = FirstFailure(iStatus, pRightIn->SetWaveFormat(&rsInputFormat));
     iStatus = FirstFailure(iStatus, pLeftOut->SetWaveFormat(&rsOutputFormat));
     if (iStatus >= 0) {
-        iStatus = m_oConvertStereoToMono.ConvertStereoToMono(pInput, pLeftIn, pRightIn);
+        // The host may have given the scratch buffers different capacities.
+        iStatus = m_oConvertStereoToMono.ConvertStereoToMonoChecked(pInput, pLeftIn, pRightIn, true, true);
     }
     if (iStatus >= 0) {
         iStatus = m_oResampleAudio.ResampleAudio(pLeftIn, pLeftOut, eMode, 0, pResampler);

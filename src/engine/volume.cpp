@@ -57,9 +57,7 @@ int CZtaAudioSamplesEngine::GetInfoApplyVolume(IZtAudioSamples** ppInput, IZtAud
         return ZT_E_ARRAY_TOO_SMALL;
     }
     *pulVolumeCount = m_ui64SavedVolumeCount;
-    for (unsigned long i = 0; i < m_ui64SavedVolumeCount; ++i) {
-        psVolumes[i] = m_asSavedVolumes[i];
-    }
+    std::copy_n(m_asSavedVolumes, std::min<unsigned long>(m_ui64SavedVolumeCount, kMaxBuffers), psVolumes);
     return ZT_NOERROR;
 }
 

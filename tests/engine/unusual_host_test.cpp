@@ -2,9 +2,12 @@
 
 #include "component/exceptions.h"
 #include "testing/engine_fixture.h"
+#include "testing/log_recorder.h"
 #include "testing/misbehaving_buffer.h"
 #include "testing/scenarios.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <utility>
@@ -19,6 +22,20 @@ using host::Pcm24In32;
 
 /// What an unusual host raises.
 struct HostException {};
+
+constexpr const char* kEmptyPointerText = "TZtSmartPtr::operator-> -> Internal pointer is NULL!";
+
+/// The text of the smart pointer's exception that a call raises, or "none".
+template <class Call>
+std::string ExceptionText(Call call)
+{
+    try {
+        call();
+    } catch (const CZtSmartPointerException& error) {
+        return error.GetMessage();
+    }
+    return "none";
+}
 
 RecordingBuffer& Recording(const host::Ref<host::AudioBuffer>& buffer)
 {
@@ -90,14 +107,8 @@ TEST_F(UnusualHost, RaisesOneExceptionForAQueryWithoutAPointerInEveryOperation)
             SCOPED_TRACE(row.name + ", " + empty);
             const Scenario scenario = MakeScenario(
                 row, [&](const std::string& name, MisbehavingBuffer& buffer) { buffer.hasNoContent = name == empty; });
-            std::string text = "none";
-            try {
-                RunAnnounced(scenario, *engine_);
-            } catch (const CZtSmartPointerException& error) {
-                text = error.GetMessage();
-                ++raised;
-            }
-            EXPECT_EQ(text, "TZtSmartPtr::operator-> -> Internal pointer is NULL!");
+            EXPECT_EQ(ExceptionText([&] { RunAnnounced(scenario, *engine_); }), kEmptyPointerText);
+            ++raised;
             ExpectScenarioAtRest(scenario);
         }
     }
@@ -303,6 +314,241 @@ TEST_F(UnusualHost, ReceivesTheExceptionOfAWorkerWithoutAnOutput)
     EXPECT_THROW(Object().ProcessCopyConv(), CZtSmartPointerException);
     journal_.ClearFaults();
     ExpectAtRest({source.Get()});
+}
+
+// ---- Workers called directly ----
+
+TEST_F(UnusualHost, ReceivesTheInputsSignalFromAVolumeWorkerWithoutAnOutput)
+{
+    auto input = Make("input", Pcm16(1), 10);
+    SZtAudioMonoVolumeInfo volume = {0, 1.0F, 1.0F};
+    EXPECT_EQ(Object().SaveInfoApplyVolume(input.Get(), nullptr, &volume, 1), ZT_E_INVALID_POINTER);
+    journal_.FailCallsTo("input.GetAudioSamplesDescription");
+    EXPECT_EQ(ExceptionText([&] { Object().ProcessApplyVolume(); }), kEmptyPointerText);
+    journal_.ClearFaults();
+    EXPECT_EQ(journal_.Count("input.SignalReadCompletion"), 1);
+    ExpectAtRest({input.Get()});
+}
+
+using Worker = int (CZtaAudioSamplesEngine::*)();
+
+TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithTooManyBuffers)
+{
+    for (const auto& [worker, interleaves] : {std::pair<Worker, bool>{&CZtaAudioSamplesEngine::ProcessMonoToMux, true},
+                                              {&CZtaAudioSamplesEngine::ProcessStereoToMux, true},
+                                              {&CZtaAudioSamplesEngine::ProcessMuxToMono, false},
+                                              {&CZtaAudioSamplesEngine::ProcessMuxToStereo, false}}) {
+        for (const unsigned long count : {65UL, 100UL}) {
+            auto plane = Make("plane", Pcm16(1), 10);
+            auto mux = Make("mux", Pcm16(4), 10);
+            std::vector<IZtAudioSamples*> planes(count, plane.Get());
+            journal_.Clear();
+            ASSERT_EQ(Object().SaveInfoMux(interleaves ? nullptr : mux.Get(), interleaves ? mux.Get() : nullptr,
+                                           planes.data(), count, nullptr, 0),
+                      0);
+            EXPECT_EQ((Object().*worker)(), ZT_E_ARRAY_TOO_SMALL);
+            EXPECT_EQ(journal_.Count("plane.SignalReadCompletion"), interleaves ? 64 : 0);
+            EXPECT_EQ(journal_.Count("plane.SignalWriteCompletion"), interleaves ? 0 : 64);
+            EXPECT_EQ(journal_.Count("mux.SignalReadCompletion"), interleaves ? 0 : 1);
+            EXPECT_EQ(journal_.Count("mux.SignalWriteCompletion"), interleaves ? 1 : 0);
+            ExpectAtRest({plane.Get(), mux.Get()});
+        }
+    }
+}
+
+TEST_F(UnusualHost, ReceivesAnErrorFromAMuxWorkerWithoutBuffers)
+{
+    auto mux = Make("mux", Pcm16(4), 10);
+    for (const Worker worker :
+         {&CZtaAudioSamplesEngine::ProcessMonoToMux, &CZtaAudioSamplesEngine::ProcessStereoToMux,
+          &CZtaAudioSamplesEngine::ProcessMuxToMono, &CZtaAudioSamplesEngine::ProcessMuxToStereo}) {
+        ASSERT_EQ(Object().SaveInfoMux(mux.Get(), mux.Get(), nullptr, 0, nullptr, 0), 0);
+        EXPECT_EQ((Object().*worker)(), ZT_E_INVALID_PARAMETER);
+        ExpectAtRest({mux.Get()});
+    }
+    EXPECT_EQ(journal_.Count("mux.SignalWriteCompletion"), 2);
+    EXPECT_EQ(journal_.Count("mux.SignalReadCompletion"), 2);
+}
+
+TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithAMissingBuffer)
+{
+    auto mux = Make("mux", Pcm16(4), 10);
+    auto plane = Make("plane", Pcm16(1), 10);
+    for (const Worker worker : {&CZtaAudioSamplesEngine::ProcessMonoToMux, &CZtaAudioSamplesEngine::ProcessMuxToMono}) {
+        IZtAudioSamples* planes[] = {plane.Get(), plane.Get(), plane.Get(), plane.Get()};
+        ASSERT_EQ(Object().SaveInfoMux(mux.Get(), mux.Get(), planes, 4, nullptr, 0), 0);
+        planes[1] = nullptr;
+        ASSERT_EQ(Object().SaveInfoMux(mux.Get(), mux.Get(), planes, 4, nullptr, 0), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ((Object().*worker)(), ZT_E_INVALID_POINTER);
+        ExpectAtRest({mux.Get(), plane.Get()});
+    }
+    EXPECT_EQ(journal_.Count("plane.SignalReadCompletion"), 3);
+    EXPECT_EQ(journal_.Count("plane.SignalWriteCompletion"), 3);
+}
+
+TEST_F(UnusualHost, ReceivesNoMoreThan64BuffersAndVolumesFromGetInfo)
+{
+    auto plane = Make("plane", Pcm16(1), 10);
+    std::vector<IZtAudioSamples*> planes(200, plane.Get());
+    std::vector<SZtAudioMonoVolumeInfo> volumes(200, {7, 1.0F, 1.0F});
+    ASSERT_EQ(Object().SaveInfoMux(nullptr, plane.Get(), planes.data(), 200, volumes.data(), 200), 0);
+
+    const SZtAudioMonoVolumeInfo untouched = {99, 9.0F, 9.0F};
+    std::vector<IZtAudioSamples*> takenPlanes(200);
+    IZtAudioSamples* input = nullptr;
+    IZtAudioSamples* output = nullptr;
+    unsigned long count = 200;
+    for (const bool mux : {true, false}) {
+        std::vector<SZtAudioMonoVolumeInfo> taken(200, untouched);
+        unsigned long volumeCount = 200;
+        EXPECT_EQ(mux ? Object().GetInfoMux(&input, &output, takenPlanes.data(), &count, taken.data(), &volumeCount)
+                      : Object().GetInfoApplyVolume(&input, &output, taken.data(), &volumeCount),
+                  0);
+        EXPECT_EQ(volumeCount, 200U) << "the count that was saved";
+        EXPECT_EQ(taken[63].ulChannelRef, 7U);
+        EXPECT_EQ(taken[64].ulChannelRef, 99U);
+    }
+    EXPECT_EQ(count, 200U);
+    EXPECT_EQ(takenPlanes[63], plane.Get());
+    EXPECT_EQ(takenPlanes[64], nullptr);
+    Object().ReleaseAllSavedInfo();
+    ExpectAtRest({plane.Get()});
+}
+
+// ---- The order of log lines ----
+
+TEST_F(UnusualHost, ReceivesTheLogLineBeforeTheCallsThatFollowTheFailure)
+{
+    LogRecorder::SetHook([this] { journal_.Enter("log"); });
+    const auto CallsFromLog = [&] {
+        const Calls& calls = journal_.Calls();
+        return Calls(std::find(calls.begin(), calls.end(), "log"), calls.end());
+    };
+    const auto WriteEnd = [](const std::string& buffer) {
+        return Calls{buffer + ".MarkWriteStopTime", buffer + ".SignalWriteCompletion"};
+    };
+    const int tooSmall = ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+
+    // The input does not fit the scratch buffer, or the fade is rejected on the destination itself.
+    auto source = Make("source", Pcm24In32(1), 48001);
+    source->SetFades(true, false);
+    auto destination = Make("destination", Float32(1), 0, 48001);
+    journal_.Clear();
+    EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), tooSmall);
+    EXPECT_EQ(CallsFromLog(), (Calls{"log", "scratch0.SetFadeIn(1)", "scratch0.SetFadeOut(0)",
+                                     ErrorCall("destination", tooSmall), "source.SignalReadCompletion"} +
+                               WriteEnd("destination")));
+    ReleaseKeptReferences(host_.Buffer("scratch0"));
+
+    source = Make("source", Pcm16(4), 20);
+    source->SetFades(true, false);
+    destination = Make("destination", Pcm16(4), 20);
+    journal_.Clear();
+    const int rejected = engine_->CopyAudioSamples(source.Get(), destination.Get());
+    EXPECT_LT(rejected, 0);
+    EXPECT_EQ(CallsFromLog(), (Calls{"log", "destination.SetFadeIn(0)", "destination.SetFadeOut(0)",
+                                     ErrorCall("destination", rejected), "source.SignalReadCompletion"} +
+                               WriteEnd("destination")));
+
+    // The input cannot be staged; the scratch buffers of the outputs are labeled all the same.
+    auto stereo = Make("stereo", Pcm24In32(2), 48001);
+    auto left = Make("left", Pcm16(1), 0, 48001);
+    auto right = Make("right", Pcm16(1), 0, 48001);
+    for (const char* failing : {"", "scratch1.SetWaveFormat", "scratch2.SetWaveFormat"}) {
+        SCOPED_TRACE(failing);
+        stereo->AnnounceRead();
+        left->AnnounceWrite();
+        right->AnnounceWrite();
+        journal_.Clear();
+        journal_.FailCallsTo(failing);
+        const int status = engine_->CopyAudioSamplesStereoToMono(stereo.Get(), left.Get(), right.Get());
+        journal_.ClearFaults();
+        EXPECT_LT(status, 0);
+        EXPECT_EQ(journal_.Count("log"), 1);
+        EXPECT_EQ(CallsFromLog(),
+                  (Calls{"log", ErrorCall("left", status), ErrorCall("right", status), "stereo.SignalReadCompletion"} +
+                   WriteEnd("right") + Calls{"left.SignalWriteCompletion"}));
+    }
+    LogRecorder::SetHook(nullptr);
+    ExpectAtRest({source.Get(), destination.Get(), stereo.Get(), left.Get(), right.Get()});
+}
+
+// ---- Capacities of the pool ----
+
+/// A host whose scratch buffer `big` is larger than requested. The others are as large, but report what was requested.
+class UnequalHost : public RecordingHost {
+public:
+    UnequalHost(CallLog& journal, int big) : RecordingHost(journal), log_(journal), big_(big) {}
+
+    int CreateAudioSamples(SZtCreateAudioSamplesDescription* description, IZtAudioSamples** samples) override
+    {
+        const int index = static_cast<int>(pool_.size());
+        auto buffer = MisbehavingBuffer::Create(log_, "scratch" + std::to_string(index), description->sWaveFormat,
+                                                2 * description->ui64BufferSize);
+        if (index != big_) {
+            buffer->reportedCapacity = description->ui64BufferSize;
+        }
+        pool_.push_back(buffer.Get());
+        *samples = buffer.Detach();
+        return 0;
+    }
+
+    /// True if nothing was written to scratch buffer `index` beyond the capacity that it reports.
+    [[nodiscard]] bool IsIntact(std::size_t index) const
+    {
+        const auto* data = pool_[index]->Data();
+        return std::all_of(data + kScratchBytes, data + 2 * kScratchBytes,
+                           [](std::byte byte) { return byte == std::byte(); });
+    }
+
+private:
+    CallLog& log_;
+    int big_;
+    std::vector<MisbehavingBuffer*> pool_;
+};
+
+TEST_F(UnusualHost, FindsNothingWrittenBehindTheSmallerScratchBufferOfStereoResampling)
+{
+    for (const int big : {0, 1}) {
+        SCOPED_TRACE(big);
+        UnequalHost host(journal_, big);
+        const auto engine = CreateEngine(host);
+        auto input = Make("input", Pcm16(2, 48000), 96001);
+        std::fill_n(input->Data(), input->Length(), std::byte(0x55));
+        auto output = Make("output", Pcm16(2, 44100), 0, 100000);
+        SZtaWaveFormatInfo inputFormat = Pcm16(2, 48000);
+        SZtaWaveFormatInfo outputFormat = Pcm16(2, 44100);
+        IUnknown* stream = nullptr;
+        ASSERT_EQ(engine->CreateAudioResampler(&inputFormat, &outputFormat, &stream), 0);
+        const auto resampler = host::Ref<IUnknown>::Adopt(stream);
+        EXPECT_EQ(engine->ProcessAudioResampler(input.Get(), output.Get(), static_cast<EZtAudioResamplerMode>(2),
+                                                resampler.Get()),
+                  ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        EXPECT_TRUE(host.IsIntact(static_cast<std::size_t>(1 - big)));
+        ExpectAtRest({input.Get(), output.Get()});
+    }
+}
+
+// ---- A failing query that returns a pointer ----
+
+TEST_F(UnusualHost, ReceivesTheSignalsOfAMuxBufferWhoseQueryFailsWithAPointer)
+{
+    std::vector<host::Ref<MisbehavingBuffer>> planes;
+    std::vector<IZtAudioSamples*> pointers;
+    for (const char* name : {"plane0", "plane1", "plane2", "plane3"}) {
+        planes.push_back(MakeUnusual(name, Pcm16(1), 10));
+        pointers.push_back(planes.back().Get());
+    }
+    planes[1]->queryStatus = E_NOINTERFACE;
+    auto mux = Make("mux", Pcm16(4), 10);
+    journal_.Clear();
+    EXPECT_EQ(engine_->CopyAudioSamplesMonoToMux(pointers.data(), 4, mux.Get(), nullptr, 0), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(engine_->CopyAudioSamplesMuxToMono(mux.Get(), pointers.data(), 4, nullptr, 0), ZT_E_INVALID_PARAMETER);
+    for (const auto& plane : planes) {
+        EXPECT_EQ(journal_.Count(plane->Name() + ".SignalReadCompletion"), 1);
+        EXPECT_EQ(journal_.Count(plane->Name() + ".SignalWriteCompletion"), 1);
+        ExpectAtRest({plane.Get(), mux.Get()});
+    }
 }
 
 } // namespace

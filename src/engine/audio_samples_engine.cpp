@@ -76,8 +76,7 @@ int CZtaAudioSamplesEngine::ReleaseAllSavedInfo()
 {
     ReleaseSlot(m_pSavedInput);
     ReleaseSlot(m_pSavedOutput);
-    std::for_each_n(m_apSavedBuffers, m_ui16UsedSlots, ReleaseSlot);
-    m_ui16UsedSlots = 0;
+    ReleaseBufferSlots(0, m_ui16UsedSlots);
     m_ui64SavedSourceOffset = 0;
     m_ui64SavedDestinationOffset = 0;
     m_ui64SavedLength = 0;

@@ -273,10 +273,34 @@ private:
     ZTA_INTERNAL static int EndOneToOne(CScopedEndOperation& rOperation, IZtAudioSamples* pInput,
                                         IZtAudioSamples* pOutput, int iStatus);
 
-    /// To be called before the first slots of m_apSavedBuffers are filled.
-    ZTA_INTERNAL void MarkSlotsUsed(unsigned long ulSlots)
+    // All changes of m_apSavedBuffers go through these two, which keep m_ui16UsedSlots correct.
+
+    /// Releases and clears the slots from `ulFirst` up to, but not including, `ulEnd`.
+    ZTA_INTERNAL void ReleaseBufferSlots(unsigned long ulFirst, unsigned long ulEnd)
     {
-        m_ui16UsedSlots = std::max(m_ui16UsedSlots, static_cast<std::uint16_t>(ulSlots));
+        const unsigned long ulUsed = m_ui16UsedSlots;
+        for (unsigned long i = ulFirst; i < std::min(ulEnd, ulUsed); ++i) {
+            ReleaseSlot(m_apSavedBuffers[i]);
+        }
+        if (ulFirst < ulUsed && ulUsed <= ulEnd) {
+            m_ui16UsedSlots = static_cast<std::uint16_t>(ulFirst);
+        }
+    }
+
+    /// Saves an operand in an empty slot. Returns the status of FillSlot.
+    ZTA_INTERNAL int FillBufferSlot(unsigned long ulIndex, IZtAudioSamples* pBuffer)
+    {
+        m_ui16UsedSlots = std::max(m_ui16UsedSlots, static_cast<std::uint16_t>(ulIndex + 1));
+        return FillSlot(m_apSavedBuffers[ulIndex], pBuffer);
+    }
+
+    /// Replaces m_pSavedInput and m_pSavedOutput. ZT_E_INVALID_PARAMETER if one of the operands is null.
+    ZTA_INTERNAL int SaveInputAndOutput(IZtAudioSamples* pInput, IZtAudioSamples* pOutput)
+    {
+        ReleaseSlot(m_pSavedInput);
+        ReleaseSlot(m_pSavedOutput);
+        const int iStatus = FillSlot(m_pSavedInput, pInput);
+        return FirstFailure(iStatus, FillSlot(m_pSavedOutput, pOutput));
     }
 
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,

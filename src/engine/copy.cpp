@@ -1,4 +1,5 @@
 #include "engine/one_to_one_entry_point.h"
+#include "engine/staging.h"
 
 #include <zta/status.h>
 
@@ -15,7 +16,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioS
 
 int CZtaAudioSamplesEngine::SaveInfoCopyConv(IZtAudioSamples* pSource, IZtAudioSamples* pDestination)
 {
-    return SaveOperands({{&m_pSavedInput, pSource}, {&m_pSavedOutput, pDestination}});
+    return SaveInputAndOutput(pSource, pDestination);
 }
 
 int CZtaAudioSamplesEngine::GetInfoCopyConv(IZtAudioSamples** ppSource, IZtAudioSamples** ppDestination)

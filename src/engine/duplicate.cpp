@@ -1,4 +1,5 @@
 #include "engine/one_to_one_entry_point.h"
+#include "engine/staging.h"
 
 #include <zta/status.h>
 
@@ -41,7 +42,7 @@ int CZtaAudioSamplesEngine::SaveInfoDuplicate(IZtAudioSamples* pSource, unsigned
                                               IZtAudioSamples* pDestination, unsigned long ulDestinationOffset,
                                               unsigned long ulLength)
 {
-    const int iStatus = SaveOperands({{&m_pSavedInput, pSource}, {&m_pSavedOutput, pDestination}});
+    const int iStatus = SaveInputAndOutput(pSource, pDestination);
     m_ui64SavedSourceOffset = ulSourceOffset;
     m_ui64SavedDestinationOffset = ulDestinationOffset;
     m_ui64SavedLength = ulLength;

@@ -84,8 +84,11 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft,
 int CZtaAudioSamplesEngine::SaveInfoMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                  IZtAudioSamples* pStereo)
 {
-    MarkSlotsUsed(2);
-    return SaveOperands({{&m_apSavedBuffers[0], pLeft}, {&m_apSavedBuffers[1], pRight}, {&m_pSavedOutput, pStereo}});
+    ReleaseBufferSlots(0, 2);
+    ReleaseSlot(m_pSavedOutput);
+    int iStatus = FillBufferSlot(0, pLeft);
+    iStatus = FirstFailure(iStatus, FillBufferSlot(1, pRight));
+    return FirstFailure(iStatus, FillSlot(m_pSavedOutput, pStereo));
 }
 
 int CZtaAudioSamplesEngine::GetInfoMonoToStereo(IZtAudioSamples** ppLeft, IZtAudioSamples** ppRight,
@@ -242,8 +245,11 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStere
 int CZtaAudioSamplesEngine::SaveInfoStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                  IZtAudioSamples* pRight)
 {
-    MarkSlotsUsed(2);
-    return SaveOperands({{&m_pSavedInput, pStereo}, {&m_apSavedBuffers[0], pLeft}, {&m_apSavedBuffers[1], pRight}});
+    ReleaseSlot(m_pSavedInput);
+    ReleaseBufferSlots(0, 2);
+    int iStatus = FillSlot(m_pSavedInput, pStereo);
+    iStatus = FirstFailure(iStatus, FillBufferSlot(0, pLeft));
+    return FirstFailure(iStatus, FillBufferSlot(1, pRight));
 }
 
 int CZtaAudioSamplesEngine::GetInfoStereoToMono(IZtAudioSamples** ppStereo, IZtAudioSamples** ppLeft,

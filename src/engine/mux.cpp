@@ -1,4 +1,4 @@
-#include "engine/audio_samples_engine.h"
+#include "engine/staging.h"
 
 #include <zta/status.h>
 
@@ -50,24 +50,6 @@ void SignalBuffer(IZtAudioSamples* pBuffer, Signal rSignal)
     }
 }
 
-/// Labels a stage buffer as the description says, and copies bytes and valid length into it.
-int CopyToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtAudioSamplesDescription& rsDescription)
-{
-    void* pvIn = nullptr;
-    unsigned long ulLength = 0;
-    int iStatus = pIn->GetBufferAndLength(&pvIn, &ulLength);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iStatus = pStage->SetWaveFormat(&rsDescription.sWaveFormat);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    // A host may refuse a length beyond the stage's capacity; that it does not fit is for the copy to tell.
-    const int iLengthStatus = pStage->SetLength(ulLength);
-    return FirstFailure(ByteCopy(pIn, pStage), iLengthStatus);
-}
-
 /// The contents of an array of buffers, of which no more are made than the array has.
 class CContentArray {
 public:
@@ -103,19 +85,17 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
     m_ui64SavedBufferCount = ulCount;
     m_ui64SavedVolumeCount = ulVolumeCount;
     const unsigned long ulSlots = std::min(ulCount, kMaxBuffers);
-    MarkSlotsUsed(ulSlots);
     for (unsigned long i = 0; i < ulSlots; ++i) {
-        ReleaseSlot(m_apSavedBuffers[i]);
-        if (ppBuffers[i] == nullptr) {
+        ReleaseBufferSlots(i, i + 1);
+        if (FillBufferSlot(i, ppBuffers[i]) < 0) {
             SaveVolumes(i + 1, psVolumes);
             return ZT_E_INVALID_PARAMETER;
         }
-        FillSlot(m_apSavedBuffers[i], ppBuffers[i]);
     }
-    std::for_each(m_apSavedBuffers + ulSlots, m_apSavedBuffers + m_ui16UsedSlots, ReleaseSlot);
+    ReleaseBufferSlots(ulSlots, kMaxBuffers);
     SaveVolumes(kMaxBuffers, psVolumes);
-    // The side that an operation does not have stays empty.
-    SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});
+    // One of the two is null in every operation, so the status does not matter.
+    SaveInputAndOutput(pInput, pOutput);
     return ZT_NOERROR;
 }
 
@@ -329,46 +309,6 @@ int CZtaAudioSamplesEngine::ProcessInterleave(Kernel& rKernel, Convert pfnConver
     oMux->MarkWriteStopTime();
     oMux->SignalWriteCompletion();
     return iStatus;
-}
-
-/// Brings input `ulIndex` to the kernel's format, and fades it if it asks for that.
-template <class Kernel>
-int CZtaAudioSamplesEngine::PrepareInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
-                                         SZtAudioSamplesDescription& rsMux, unsigned long ulIndex,
-                                         SScratchFormat& rsStage, IZtAudioSamples*& rpStaged)
-{
-    int iStatus = ZT_NOERROR;
-    if (!rsStage.bIsValid || !IsSameFormat(rsInput.sWaveFormat, rsStage.sInput)) {
-        SZtaWaveFormatInfo sMuxFormat = {};
-        iStatus = rKernel.SuggestFormat(&rsInput.sWaveFormat, &rsMux.sWaveFormat, &rsStage.sSuggested, &sMuxFormat);
-        if (iStatus < 0) {
-            return iStatus;
-        }
-        rsStage.sInput = rsInput.sWaveFormat;
-        rsStage.bIsValid = true;
-        rsStage.bConverts = !IsSameFormat(rsStage.sInput, rsStage.sSuggested);
-    }
-    IZtAudioSamples* pStage = m_apConvertScratch[ulIndex];
-    if (rsStage.bConverts) {
-        SZtaWaveFormatInfo sStageFormat = rsStage.sSuggested;
-        iStatus = ConvertToScratch(pInput, pStage, sStageFormat);
-    } else {
-        iStatus = CopyToScratch(pInput, pStage, rsInput);
-    }
-    rpStaged = pStage;
-    if (iStatus < 0 || (!rsInput.bFadeIn && !rsInput.bFadeOut)) {
-        return iStatus;
-    }
-    // The second stage carries the input's own label, whatever the first one made of the samples: an input that needs
-    // a conversion and a fade is faded under the wrong label, and the kernel refuses it.
-    IZtAudioSamples* pFade = m_apFadeScratch[ulIndex];
-    iStatus = CopyToScratch(pStage, pFade, rsInput);
-    rpStaged = pFade;
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    SetFades(pFade, rsInput.bFadeIn, rsInput.bFadeOut);
-    return m_oApplyFade.ApplyFade(pFade);
 }
 
 // ---- Split ----

@@ -8,7 +8,6 @@
 #include <zta/status.h>
 
 #include <cstring>
-#include <initializer_list>
 #include <utility>
 
 /// The pieces that the operations of the engine share. The order in which an operation uses them is what a host sees
@@ -155,34 +154,16 @@ inline void ReleaseSlot(IZtAudioSamples*& rpSlot)
     }
 }
 
-/// Fills an empty slot, with a reference. The slot stays empty if AddRef raises an exception.
-inline void FillSlot(IZtAudioSamples*& rpSlot, IZtAudioSamples* pBuffer)
+/// Saves an operand in an empty slot, with a reference. ZT_E_INVALID_PARAMETER if the operand is null. The slot stays
+/// empty if AddRef raises an exception.
+inline int FillSlot(IZtAudioSamples*& rpSlot, IZtAudioSamples* pBuffer)
 {
+    if (pBuffer == nullptr) {
+        return ZT_E_INVALID_PARAMETER;
+    }
     pBuffer->AddRef();
     rpSlot = pBuffer;
-}
-
-/// One saved operand and where it is kept.
-struct SOperandSlot {
-    IZtAudioSamples** ppSlot;
-    IZtAudioSamples* pBuffer;
-};
-
-/// Empties the slots, then fills them, with a reference each. ZT_E_INVALID_PARAMETER if an operand is null.
-inline int SaveOperands(std::initializer_list<SOperandSlot> oOperands)
-{
-    for (const SOperandSlot& rsOperand : oOperands) {
-        ReleaseSlot(*rsOperand.ppSlot);
-    }
-    int iStatus = ZT_NOERROR;
-    for (const SOperandSlot& rsOperand : oOperands) {
-        if (rsOperand.pBuffer == nullptr) {
-            iStatus = ZT_E_INVALID_PARAMETER;
-            continue;
-        }
-        FillSlot(*rsOperand.ppSlot, rsOperand.pBuffer);
-    }
-    return iStatus;
+    return ZT_NOERROR;
 }
 
 /// The first of two statuses, unless only the second is a failure.
@@ -201,50 +182,6 @@ inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)
 {
     pBuffer->SetFadeIn(bFadeIn);
     pBuffer->SetFadeOut(bFadeOut);
-}
-
-/// The memory of two buffers, for a byte copy. If a host call fails and writes nothing, the field is null or 0.
-struct SByteSpans {
-    const unsigned char* pbyIn;
-    unsigned long ulLength; ///< valid bytes of the input
-    unsigned char* pbyOut;
-    unsigned long ulCapacity; ///< capacity of the output, in bytes
-};
-
-inline SByteSpans GetByteSpans(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
-{
-    void* pvIn = nullptr;
-    void* pvOut = nullptr;
-    unsigned long ulLength = 0;
-    unsigned long ulCapacity = 0;
-    unsigned long ulOutLength = 0;
-    pIn->GetBufferAndLength(&pvIn, &ulLength);
-    pOut->GetBufferCapacity(&ulCapacity);
-    pOut->GetBufferAndLength(&pvOut, &ulOutLength);
-    return {static_cast<const unsigned char*>(pvIn), ulLength, static_cast<unsigned char*>(pvOut), ulCapacity};
-}
-
-/// Copies the valid bytes. Does not change the valid length of the output; the caller sets it.
-///
-/// The lengths decide first. An input without an address then reads as empty, and an output without an address as too
-/// small for any byte.
-inline int ByteCopy(IZtAudioSamples* pIn, IZtAudioSamples* pOut)
-{
-    const SByteSpans sSpans = GetByteSpans(pIn, pOut);
-    const unsigned long ulBytes = sSpans.pbyIn != nullptr ? sSpans.ulLength : 0;
-    if (sSpans.ulLength > sSpans.ulCapacity || (ulBytes != 0 && sSpans.pbyOut == nullptr)) {
-        void* pvContent = nullptr;
-        pOut->QueryInterface(IID_IZtAVContent, &pvContent);
-        if (pvContent != nullptr) {
-            // The reference stays on the output: hosts observe one more count after a copy that did not fit.
-            static_cast<IZtAVContent*>(pvContent)->SetErrorCode(ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-        }
-        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-    }
-    if (ulBytes != 0) {
-        std::memmove(sSpans.pbyOut, sSpans.pbyIn, ulBytes);
-    }
-    return ZT_NOERROR;
 }
 
 /// Copies the fade flags to the buffer. If one is set, applies the fade and clears the flags; the result is the status

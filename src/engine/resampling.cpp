@@ -73,7 +73,7 @@ int CZtaAudioSamplesEngine::ProcessAudioResampler(IZtAudioSamples* pInput, IZtAu
 int CZtaAudioSamplesEngine::SaveInfoResampler(IZtAudioSamples* pInput, IZtAudioSamples* pOutput,
                                               EZtAudioResamplerMode eMode, IUnknown* pResampler)
 {
-    const int iStatus = SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}});
+    const int iStatus = SaveInputAndOutput(pInput, pOutput);
     m_eSavedResamplerMode = eMode;
     m_pSavedResamplerState = pResampler;
     return iStatus;

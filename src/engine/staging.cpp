@@ -1,10 +1,8 @@
-#include "engine/audio_samples_engine.h"
+#include "engine/staging.h"
 
-#include <zta/status.h>
-
-int CZtaAudioSamplesEngine::ConvertToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pStage,
-                                             SZtaWaveFormatInfo& rsStageFormat)
+int CZtaAudioSamplesEngine::ConvertToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pScratch,
+                                             SZtaWaveFormatInfo& rsFormat)
 {
-    const int iStatus = pStage->SetWaveFormat(&rsStageFormat);
-    return iStatus < 0 ? iStatus : m_oConvertBitDepth.ConvertBitDepth(pIn, pStage);
+    const int iStatus = pScratch->SetWaveFormat(&rsFormat);
+    return iStatus < 0 ? iStatus : m_oConvertBitDepth.ConvertBitDepth(pIn, pScratch);
 }

@@ -45,7 +45,7 @@ int CZtaAudioSamplesEngine::SaveInfoApplyVolume(IZtAudioSamples* pInput, IZtAudi
     }
     m_ui64SavedVolumeCount = ulVolumeCount;
     SaveVolumes(kMaxBuffers, psVolumes);
-    return SaveOperands({{&m_pSavedInput, pInput}, {&m_pSavedOutput, pOutput}}) < 0 ? ZT_E_INVALID_POINTER : ZT_NOERROR;
+    return SaveInputAndOutput(pInput, pOutput) < 0 ? ZT_E_INVALID_POINTER : ZT_NOERROR;
 }
 
 int CZtaAudioSamplesEngine::GetInfoApplyVolume(IZtAudioSamples** ppInput, IZtAudioSamples** ppOutput,

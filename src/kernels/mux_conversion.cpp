@@ -78,28 +78,28 @@ int SZtaMuxOperands::QueryBuffers(CZtaAudioProcessingUtil& rUtil, const SZtaMuxT
         if (i == 0) {
             sFirst = {eFormat, ulFrameBytes, ulValidFrames};
             ulElementBytes = psElement->ulBytes;
-            ulFrameCount = ulValidFrames;
+            ulMaxFrames = kUnboundedFrames;
         } else if (ulValidFrames != sFirst.ulValidFrames) {
             return ZT_E_BUFFER_SIZE_MISMATCH;
         }
-        ClampFrameCount(ulValidFrames, sAnswers.ulCapacity / ulFrameBytes, ulFrameBytes, ulElementBytes);
+        ClampMaxFrames(ulValidFrames, sAnswers.ulCapacity / ulFrameBytes, ulFrameBytes, ulElementBytes);
     }
 
     sMux = {};
     const int iStatus = ZtaQueryBuffers(rUtil, {{rsCall.pMux, sMux}});
     if (iStatus >= 0) {
-        ClampFrameCount(sMux.ulValidFrames, sMux.ulCapacityFrames, static_cast<unsigned long>(sMux.iBytesPerFrame),
-                        ulElementBytes * rsCall.ulCount);
+        ClampMaxFrames(sMux.ulValidFrames, sMux.ulCapacityFrames, static_cast<unsigned long>(sMux.iBytesPerFrame),
+                       ulElementBytes * rsCall.ulCount);
     }
     return iStatus;
 }
 
-void SZtaMuxOperands::ClampFrameCount(unsigned long ulValidFrames, unsigned long ulCapacityFrames,
-                                      unsigned long ulFrameBytes, unsigned long ulProcessedFrameBytes)
+void SZtaMuxOperands::ClampMaxFrames(unsigned long ulValidFrames, unsigned long ulCapacityFrames,
+                                     unsigned long ulFrameBytes, unsigned long ulProcessedFrameBytes)
 {
     const unsigned long ulHeldFrames = std::max(ulValidFrames, ulCapacityFrames);
     // Almost always the bytes are the same: no division then.
-    ulFrameCount = std::min(ulFrameCount, ulFrameBytes == ulProcessedFrameBytes
-                                              ? ulHeldFrames
-                                              : ulHeldFrames * ulFrameBytes / ulProcessedFrameBytes);
+    ulMaxFrames = std::min(ulMaxFrames, ulFrameBytes == ulProcessedFrameBytes
+                                            ? ulHeldFrames
+                                            : ulHeldFrames * ulFrameBytes / ulProcessedFrameBytes);
 }

@@ -22,10 +22,10 @@ struct SZtaMuxTraits {
                                   ///< buffers: an odd volume too many passes, and the volume step has to refuse it.
     SZtaMuxElement asElements[3]; ///< the formats taken
     int iUnsupportedStatus;       ///< the status of any other
-    const ZtaMuxCheck* pfnChecks; ///< what the kernel of each row takes
+    const ZtaMuxKernel* pfnKernels; ///< by function index
 };
 
-constexpr SZtaMuxTraits ZtaMonoTraits(int iUnsupportedStatus, const ZtaMuxCheck* pfnChecks)
+constexpr SZtaMuxTraits ZtaMonoTraits(int iUnsupportedStatus, const ZtaMuxKernel* pfnKernels)
 {
     return {64,
             1,
@@ -33,11 +33,11 @@ constexpr SZtaMuxTraits ZtaMonoTraits(int iUnsupportedStatus, const ZtaMuxCheck*
              {keZtAudioSampleFormat24In24Mono, 3},
              {keZtAudioSampleFormat16In16Mono, 2}},
             iUnsupportedStatus,
-            pfnChecks};
+            pfnKernels};
 }
 
 constexpr SZtaMuxTraits ZtaStereoTraits(unsigned long ulMaxBuffers, int iUnsupportedStatus,
-                                        const ZtaMuxCheck* pfnChecks)
+                                        const ZtaMuxKernel* pfnKernels)
 {
     return {ulMaxBuffers,
             2,
@@ -45,7 +45,7 @@ constexpr SZtaMuxTraits ZtaStereoTraits(unsigned long ulMaxBuffers, int iUnsuppo
              {keZtAudioSampleFormat24In24Stereo, 6},
              {keZtAudioSampleFormat16In16Stereo, 4}},
             iUnsupportedStatus,
-            pfnChecks};
+            pfnKernels};
 }
 
 /// The arguments of one call.
@@ -72,36 +72,34 @@ struct SZtaMuxOperands {
     SArrayFormat sFirst;
     SZtAudioBufferInformations sMux;
 
-    /// Those of the first buffer, but no more than every buffer has memory for: hosts see a difference only where they
-    /// mix containers in the array, or where a mux has no room for as many frames as its outputs are long. What a
-    /// kernel checks does not depend on it.
-    unsigned long ulFrameCount;
+    /// The frames that every buffer has memory for. Fewer than those of the first buffer only if the array mixes
+    /// containers, or if the mux is smaller than its outputs are long.
+    unsigned long ulMaxFrames;
 
     /// Checks the counts and digests the buffers, in the array's order, then the mux.
     int QueryBuffers(CZtaAudioProcessingUtil& rUtil, const SZtaMuxTraits& rsRules, const SZtaMuxCall& rsCall);
 
 private:
     /// Bounds the frames by what is certain to be a buffer's memory, of which ulProcessedFrameBytes are moved for each.
-    void ClampFrameCount(unsigned long ulValidFrames, unsigned long ulCapacityFrames, unsigned long ulFrameBytes,
-                         unsigned long ulProcessedFrameBytes);
+    void ClampMaxFrames(unsigned long ulValidFrames, unsigned long ulCapacityFrames, unsigned long ulFrameBytes,
+                        unsigned long ulProcessedFrameBytes);
 };
 
-/// Finds the row of a pair of formats and, unless the buffers are empty, calls `rRun` with its kernel. The kernel's
-/// checks are those of a call with all frames, even if none of them can be moved.
-template <class Table, class Run>
+/// Finds the kernel of a pair of formats and, unless the buffers are empty, calls it with all frames of the first
+/// buffer. It moves those that every buffer has memory for.
+template <class Table>
 int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, const SZtaMuxTraits& rsRules,
                     SZtaMuxOperands& rsOperands, unsigned long ulCount, EZtAudioSampleFormatProperty eInput,
-                    EZtAudioSampleFormatProperty eOutput, Run rRun)
+                    EZtAudioSampleFormatProperty eOutput)
 {
-    int iRow = 0;
-    const int iStatus = rUtil.ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, rTable.List(), &iRow);
+    int iFunctionIndex = 0;
+    const int iStatus =
+        rUtil.ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, rTable.List(), &iFunctionIndex);
     if (iStatus < 0 || rsOperands.sFirst.ulValidFrames == 0) {
         return iStatus;
     }
-    return rsOperands.ulFrameCount > 0
-               ? rRun(rTable[iRow])
-               : rsRules.pfnChecks[iRow](rsOperands.apvBuffers, ulCount, rsOperands.sMux.pvBuffer,
-                                         rsOperands.sFirst.ulValidFrames);
+    return rsRules.pfnKernels[iFunctionIndex](rsOperands.apvBuffers, ulCount, rsOperands.sMux.pvBuffer,
+                                              rsOperands.sFirst.ulValidFrames, rsOperands.ulMaxFrames);
 }
 
 /// Interleaves the buffers into the mux, which must have its length set. Without volumes the mux ends with the length
@@ -120,10 +118,7 @@ int ZtaInterleaveMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, con
     if (rsMux.ulValidFrames < rsFirst.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    iStatus = ZtaRunMuxKernel(
-        rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsFirst.eFormat, rsMux.eFormat, [&](auto pfnKernel) {
-            return (rClass.*pfnKernel)(sOperands.apvBuffers, rsCall.ulCount, rsMux.pvBuffer, sOperands.ulFrameCount);
-        });
+    iStatus = ZtaRunMuxKernel(rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsFirst.eFormat, rsMux.eFormat);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -149,10 +144,7 @@ int ZtaDeinterleaveMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, c
     if (rsFirst.ulValidFrames < rsMux.ulValidFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    iStatus = ZtaRunMuxKernel(
-        rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsMux.eFormat, rsFirst.eFormat, [&](auto pfnKernel) {
-            return (rClass.*pfnKernel)(rsMux.pvBuffer, sOperands.apvBuffers, rsCall.ulCount, sOperands.ulFrameCount);
-        });
+    iStatus = ZtaRunMuxKernel(rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsMux.eFormat, rsFirst.eFormat);
     if (iStatus < 0) {
         return iStatus;
     }

@@ -32,27 +32,27 @@ unsigned long SZtaFixedCountKernel::FramesToProcess(unsigned long ulFrames) cons
 }
 
 int SZtaFixedCountInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
-                                         unsigned long ulFrames) const noexcept
+                                         unsigned long ulFrames, unsigned long ulMaxFrames) const noexcept
 {
     const int iStatus = ValidateArguments(ppvSources, ulBufferCount, pvMux, ulFrames);
     if (iStatus >= 0 && ulFrames > 0) {
-        (ZtaActiveLoops().*pfnLoop)(ppvSources, ulBuffers, pvMux, FramesToProcess(ulFrames));
+        (ZtaActiveLoops().*pfnLoop)(ppvSources, ulBuffers, pvMux, std::min(FramesToProcess(ulFrames), ulMaxFrames));
     }
     return iStatus;
 }
 
 int SZtaFixedCountDeinterleave::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
-                                           unsigned long ulFrames) const noexcept
+                                           unsigned long ulFrames, unsigned long ulMaxFrames) const noexcept
 {
     const int iStatus = ValidateArguments(ppvDestinations, ulBufferCount, pvMux, ulFrames);
     if (iStatus < 0 || ulFrames == 0) {
         return iStatus;
     }
-    const unsigned long ulMoved = FramesToProcess(ulFrames);
-    (ZtaActiveLoops().*pfnLoop)(pvMux, ppvDestinations, ulBuffers, ulMoved);
-    if (bRepeatsTailChannels && ulMoved % ulBlockFrames == 3) {
+    const unsigned long ulProcessed = FramesToProcess(ulFrames);
+    (ZtaActiveLoops().*pfnLoop)(pvMux, ppvDestinations, ulBuffers, std::min(ulProcessed, ulMaxFrames));
+    if (bRepeatsTailChannels && ulProcessed % ulBlockFrames == 3 && ulProcessed <= ulMaxFrames) {
         constexpr unsigned long kSample = 4;
-        const unsigned long ulLast = (ulMoved - 1) * kSample;
+        const unsigned long ulLast = (ulProcessed - 1) * kSample;
         const auto* pucMux = static_cast<const unsigned char*>(pvMux) + ulLast * ulBuffers;
         for (unsigned long c = 12; c < 16; ++c) {
             std::memcpy(static_cast<unsigned char*>(ppvDestinations[c]) + ulLast, pucMux + (c - 4) * kSample, kSample);
@@ -87,12 +87,13 @@ int SZtaAnyCountInterleave::ValidateArguments(void* const* ppvSources, unsigned 
 }
 
 int SZtaAnyCountInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
-                                       unsigned long ulFrames) const noexcept
+                                       unsigned long ulFrames, unsigned long ulMaxFrames) const noexcept
 {
     const int iStatus = ValidateArguments(ppvSources, ulBufferCount, pvMux, ulFrames);
     if (iStatus < 0) {
         return iStatus;
     }
+    ulFrames = std::min(ulFrames, ulMaxFrames);
     if (ppvSources == nullptr) {
         std::memset(pvMux, 0, ulBufferCount * ulElementBytes * ulFrames);
         return ZT_NOERROR;
@@ -112,12 +113,13 @@ int SZtaAnyCountDeinterleave::ValidateArguments(void* const* ppvDestinations, un
 }
 
 int SZtaAnyCountDeinterleave::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
-                                         unsigned long ulFrames) const noexcept
+                                         unsigned long ulFrames, unsigned long ulMaxFrames) const noexcept
 {
     const int iStatus = ValidateArguments(ppvDestinations, ulBufferCount, pvMux, ulFrames);
     if (iStatus < 0) {
         return iStatus;
     }
+    ulFrames = std::min(ulFrames, ulMaxFrames);
     if (pvMux == nullptr) {
         for (unsigned long i = 0; i < ulBufferCount; ++i) {
             std::memset(ppvDestinations[i], 0, ulFrames * ulElementBytes);

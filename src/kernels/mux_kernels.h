@@ -9,6 +9,10 @@
 ///
 /// Each has a Check, which tells whether the body takes its arguments, and looks at no sample. The body begins with it.
 
+/// The frames that every buffer of a call has memory for. They bound what a kernel moves, and nothing else: the checks,
+/// the block count and the tail are those of all ulFrames.
+inline constexpr unsigned long kUnboundedFrames = ~0UL;
+
 inline constexpr unsigned long kBlockCount16Bits = 0xFFFF;
 inline constexpr unsigned long kBlockCountAllBits = ~0UL;
 
@@ -29,15 +33,16 @@ struct SZtaFixedCountKernel {
 struct SZtaFixedCountInterleave : SZtaFixedCountKernel {
     ZtaInterleave SZtaSampleLoops::*pfnLoop;
 
-    int operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames) const noexcept;
+    int operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
+                   unsigned long ulMaxFrames = kUnboundedFrames) const noexcept;
 };
 
 struct SZtaFixedCountDeinterleave : SZtaFixedCountKernel {
     ZtaDeinterleave SZtaSampleLoops::*pfnLoop;
     bool bRepeatsTailChannels; ///< of a tail of 3 frames, hosts see the third with channels 8 to 11 also in 12 to 15
 
-    int operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
-                   unsigned long ulFrames) const noexcept;
+    int operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount, unsigned long ulFrames,
+                   unsigned long ulMaxFrames = kUnboundedFrames) const noexcept;
 };
 
 /// What all counted bodies have. Outside the counts, or with no frame, the status is ZT_E_INVALID_PARAMETER. The array
@@ -57,7 +62,8 @@ struct SZtaAnyCountInterleave : SZtaAnyCountKernel {
 
     int ValidateArguments(void* const* ppvSources, unsigned long ulBufferCount, const void* pvMux,
                           unsigned long ulFrames) const noexcept;
-    int operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames) const noexcept;
+    int operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
+                   unsigned long ulMaxFrames = kUnboundedFrames) const noexcept;
 };
 
 /// With no mux the destinations receive silence.
@@ -66,8 +72,8 @@ struct SZtaAnyCountDeinterleave : SZtaAnyCountKernel {
 
     int ValidateArguments(void* const* ppvDestinations, unsigned long ulBufferCount, const void* pvMux,
                           unsigned long ulFrames) const noexcept;
-    int operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
-                   unsigned long ulFrames) const noexcept;
+    int operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount, unsigned long ulFrames,
+                   unsigned long ulMaxFrames = kUnboundedFrames) const noexcept;
 };
 
 // clang-format off
@@ -116,12 +122,17 @@ inline constexpr SZtaAnyCountDeinterleave kDeinterleaveStereo16In16 = {{32, 4}, 
 
 // clang-format on
 
-/// The Check of a body, for a table with one entry a row.
-using ZtaMuxCheck = int (*)(void* const* ppvBuffers, unsigned long ulBufferCount, const void* pvMux,
-                            unsigned long ulFrames) noexcept;
+/// A kernel with a bound, for a table with one entry for each format pair.
+using ZtaMuxKernel = int (*)(void** ppvBuffers, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
+                             unsigned long ulMaxFrames) noexcept;
 
-template <const auto& rsBody>
-int ZtaCheckOf(void* const* ppvBuffers, unsigned long ulBufferCount, const void* pvMux, unsigned long ulFrames) noexcept
+template <const auto& rsKernel>
+int ZtaCallMuxKernel(void** ppvBuffers, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
+                     unsigned long ulMaxFrames) noexcept
 {
-    return rsBody.ValidateArguments(ppvBuffers, ulBufferCount, pvMux, ulFrames);
+    if constexpr (requires { rsKernel(ppvBuffers, ulBufferCount, pvMux, ulFrames, ulMaxFrames); }) {
+        return rsKernel(ppvBuffers, ulBufferCount, pvMux, ulFrames, ulMaxFrames);
+    } else {
+        return rsKernel(pvMux, ppvBuffers, ulBufferCount, ulFrames, ulMaxFrames);
+    }
 }

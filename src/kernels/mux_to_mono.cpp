@@ -12,11 +12,11 @@ constexpr SZtaFormatPair kPairs[] = {ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ENTRY)};
 #undef ZTA_MUX_ENTRY
 static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
 
-#define ZTA_MUX_ENTRY(in, out, name, body) &ZtaCheckOf<body>,
-constexpr ZtaMuxCheck kChecks[] = {ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ENTRY)};
+#define ZTA_MUX_ENTRY(in, out, name, body) &ZtaCallMuxKernel<body>,
+constexpr ZtaMuxKernel kKernels[] = {ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ENTRY)};
 #undef ZTA_MUX_ENTRY
 
-constexpr SZtaMuxTraits kRules = ZtaMonoTraits(ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kChecks);
+constexpr SZtaMuxTraits kRules = ZtaMonoTraits(ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kKernels);
 
 } // namespace
 

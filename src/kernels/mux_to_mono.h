@@ -31,7 +31,8 @@ public:
     int ConvertMuxToMono(IZtAudioSamples* pMux, IZtAudioSamples** ppMono, unsigned long ulMonoCount,
                          SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
 
-    // The kernels of the table. Each takes one data pointer for each buffer.
+    // The kernels of the table. Each takes one data pointer for each buffer. No destination may overlap the mux: frames
+    // and channels are moved in an order that depends on the processor.
 #define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     int name(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount, unsigned long ulFrames);
     ZTA_MUX_TO_MONO_LIST(ZTA_MUX_ENTRY)

@@ -12,12 +12,12 @@ constexpr SZtaFormatPair kPairs[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ENTRY)};
 #undef ZTA_MUX_ENTRY
 static_assert(std::size(kPairs) == 15 && ZtaPairsAreUnique(kPairs));
 
-#define ZTA_MUX_ENTRY(in, out, name, body) &ZtaCheckOf<body>,
-constexpr ZtaMuxCheck kChecks[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ENTRY)};
+#define ZTA_MUX_ENTRY(in, out, name, body) &ZtaCallMuxKernel<body>,
+constexpr ZtaMuxKernel kKernels[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_ENTRY)};
 #undef ZTA_MUX_ENTRY
 
 /// The kernels stop at 32 buffers: more are refused, but only if there are frames.
-constexpr SZtaMuxTraits kRules = ZtaStereoTraits(64, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kChecks);
+constexpr SZtaMuxTraits kRules = ZtaStereoTraits(64, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kKernels);
 
 } // namespace
 

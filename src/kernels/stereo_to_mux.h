@@ -31,7 +31,7 @@ public:
     int ConvertStereoToMux(IZtAudioSamples** ppStereo, unsigned long ulStereoCount, IZtAudioSamples* pMux,
                            SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
 
-    // The kernels of the table. Each takes one data pointer for each buffer.
+    // The kernels of the table. Each takes one data pointer for each buffer. No source may overlap the mux.
 #define ZTA_MUX_ENTRY(in, out, name, body)                                                                             \
     int name(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames);
     ZTA_STEREO_TO_MUX_LIST(ZTA_MUX_ENTRY)

@@ -722,6 +722,63 @@ TEST(MuxSplit, ReadsNoFurtherThanTheMuxsMemory)
     }
 }
 
+TEST(MuxSplit, DecidesTheTailByTheFramesOfTheOutputs)
+{
+    const MuxCase& row = kMuxToMonoRows[2]; // 16 channels: the third frame of a tail repeats channels 8 to 11
+    for (const unsigned long frames : {7UL, 8UL, 9UL, 11UL, 12UL, 52UL}) {
+        for (const unsigned long muxFrames : {3UL, 6UL, 7UL, 8UL, 11UL, 51UL}) {
+            Call call(kMuxToMono, row, frames, std::min(frames, muxFrames));
+            std::vector<Bytes> expected = call.Samples();
+            for (std::size_t c = 0; c < 16; ++c) {
+                for (unsigned long f = 0; f < std::min(frames, muxFrames); ++f) {
+                    const bool isRepeated = frames % 4 == 3 && f == frames - 1 && c >= 12;
+                    std::memcpy(&expected[c][f * 4], &call.mux.data[(f * 16 + c - (isRepeated ? 4 : 0)) * 4], 4);
+                }
+            }
+            EXPECT_EQ(call.Run(), 0);
+            EXPECT_EQ(call.Samples(), expected) << frames << " " << muxFrames;
+        }
+    }
+}
+
+TEST(MuxSplit, DecidesTheCountOfBlocksByTheFramesOfTheOutputs)
+{
+    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
+        for (const MuxCase& row : *operation->rows) {
+            if (row.blockFrames == 0) {
+                continue;
+            }
+            const unsigned long frames = row.blockFrames << 16; // the low 16 bits of the count of blocks are 0
+            Call none(*operation, row, frames, frames - 1);
+            const std::vector<Bytes> before = none.Samples();
+            EXPECT_EQ(none.Run(), 0) << row.name;
+            EXPECT_TRUE(none.Samples() == before) << row.name;
+
+            Call all(*operation, row, frames + row.blockFrames, frames);
+            EXPECT_EQ(all.Run(), 0) << row.name;
+            EXPECT_TRUE(Muxed(all.Samples(), row.elementBytes, frames) == all.mux.data) << row.name;
+        }
+    }
+}
+
+TEST(MuxAssembly, DecidesTheCountOfBlocksByTheFramesOfTheInputs)
+{
+    for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
+        for (const MuxCase& row : *operation->rows) {
+            if (row.blockFrames == 0 || std::string(row.name) == "Convert16MonoToMux16") {
+                continue;
+            }
+            const unsigned long frames = row.blockFrames << 16;
+            Call call(*operation, row, frames);
+            // Has memory for half of the frames.
+            call.buffers[1] = FakeAudioSamples(FormatOfLayout(operation->channels == 1 ? 1 : 2), frames, frames);
+            const Bytes before = call.mux.data;
+            EXPECT_EQ(call.Run(), 0) << row.name;
+            EXPECT_TRUE(call.mux.data == before) << row.name;
+        }
+    }
+}
+
 TEST(MuxSplit, WritesNoOutputTooFarThoughItLooksAtTheContainerOfTheFirstOnly)
 {
     const MuxCase& row = kMuxToMonoRows[0];

@@ -24,7 +24,8 @@ public:
                       SZtaWaveFormatInfo* psSuggestedStereo);
     int QueryFormatSupported(SZtaWaveFormatInfo* psMono, SZtaWaveFormatInfo* psStereo, bool* pbSupported);
 
-    // The kernels of the table. A null input reads as silence.
+    // The kernels of the table. A null input reads as silence. An input may lie in the second half of the output; other
+    // overlaps are not supported.
     int ConvertMonoToStereo16(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo);
     int ConvertMonoToStereo24in32(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo);
 

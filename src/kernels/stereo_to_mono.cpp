@@ -75,7 +75,7 @@ int CZtaConvertStereoToMono::QueryFormatSupported(SZtaWaveFormatInfo* psStereo, 
 
 int CZtaConvertStereoToMono::ConvertStereoToMono16(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight)
 {
-    if (pvStereo != nullptr) {
+    if (pvStereo != nullptr && (pvLeft != nullptr || pvRight != nullptr)) {
         ZtaActiveLoops().pfnDeinterleaveStereo2(pvStereo, pvLeft, pvRight, ulFrames);
     }
     return ZT_NOERROR;
@@ -84,7 +84,7 @@ int CZtaConvertStereoToMono::ConvertStereoToMono16(unsigned long ulFrames, void*
 int CZtaConvertStereoToMono::ConvertStereoToMono24in32(unsigned long ulFrames, void* pvStereo, void* pvLeft,
                                                        void* pvRight)
 {
-    if (pvStereo != nullptr) {
+    if (pvStereo != nullptr && (pvLeft != nullptr || pvRight != nullptr)) {
         ZtaActiveLoops().pfnDeinterleaveStereo4(pvStereo, pvLeft, pvRight, ulFrames);
     }
     return ZT_NOERROR;

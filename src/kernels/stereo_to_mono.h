@@ -25,7 +25,8 @@ public:
                       SZtaWaveFormatInfo* psSuggestedMono);
     int QueryFormatSupported(SZtaWaveFormatInfo* psStereo, SZtaWaveFormatInfo* psMono, bool* pbSupported);
 
-    // The kernels of the table. A null output is dropped; without an input nothing is written.
+    // The kernels of the table. A null output is dropped; without an input nothing is written. One output may begin at
+    // the input's address; other overlaps are not supported.
     int ConvertStereoToMono16(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);
     int ConvertStereoToMono24in32(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);
 

@@ -188,6 +188,39 @@ TEST_P(PairLoop, ReadsAndWritesNothingBesideItsSamples)
     }
 }
 
+TEST_P(PairLoop, DeinterleavesIntoItsOwnMemory)
+{
+    for (std::size_t frames = 0; frames <= 2 * kMaxFrames; ++frames) {
+        const Bytes input = RandomBytes(frames * 2 * bytes_);
+        for (const std::size_t shared : {0U, 1U}) {
+            Bytes memory = input;
+            Bytes other(frames * bytes_);
+            Split(memory.data(), shared == 0 ? memory.data() : other.data(), shared == 1 ? memory.data() : other.data(),
+                  frames);
+            Bytes expected = Side(input.data(), shared, frames);
+            expected.insert(expected.end(), input.begin() + static_cast<std::ptrdiff_t>(expected.size()), input.end());
+            ASSERT_EQ(memory, expected) << frames;
+            ASSERT_EQ(other, Side(input.data(), 1 - shared, frames)) << frames;
+        }
+    }
+}
+
+TEST_P(PairLoop, InterleavesFromTheSecondHalfOfItsOutput)
+{
+    for (std::size_t frames = 0; frames <= 2 * kMaxFrames; ++frames) {
+        const Bytes first = RandomBytes(frames * bytes_);
+        const Bytes second = RandomBytes(frames * bytes_);
+        Bytes memory(frames * 2 * bytes_);
+        std::uint8_t* half = memory.data() + frames * bytes_;
+        std::copy(first.begin(), first.end(), half);
+        Interleave(half, second.data(), memory.data(), frames);
+        ASSERT_EQ(memory, Interleaved(first.data(), second.data(), frames)) << frames;
+        std::copy(first.begin(), first.end(), half);
+        Interleave(second.data(), half, memory.data(), frames);
+        ASSERT_EQ(memory, Interleaved(second.data(), first.data(), frames)) << frames;
+    }
+}
+
 TEST_P(PairLoop, MovesLongBuffers)
 {
     constexpr std::size_t kFrames = 100'003;

@@ -1,6 +1,7 @@
 #include "kernels/mono_to_stereo.h"
 #include "kernels/stereo_to_mono.h"
 #include "testing/fake_audio_samples.h"
+#include "testing/guarded_buffer.h"
 
 #include <gtest/gtest.h>
 
@@ -264,6 +265,37 @@ TEST(StereoToMonoKernels, DropANullOutput)
             EXPECT_EQ((splitter.*row.split)(frames, stereo.data(), mono.data(), nullptr), 0);
             EXPECT_EQ(mono, SideOf(stereo, 0, frames, row.bytes));
             EXPECT_EQ((splitter.*row.split)(frames, stereo.data(), nullptr, nullptr), 0);
+        }
+    }
+}
+
+TEST(StereoToMonoKernels, ReadNothingWithoutAnOutput)
+{
+    CZtaConvertStereoToMono splitter;
+    const GuardedBuffer buffer(1);
+    for (const Row& row : {k16, k24In32}) {
+        for (const unsigned long frames : {1UL, 7UL, 100UL, 1UL << 40}) {
+            EXPECT_EQ((splitter.*row.split)(frames, buffer.End(), nullptr, nullptr), 0);
+        }
+    }
+}
+
+TEST(StereoToMonoKernels, DeinterleaveIntoTheirOwnMemory)
+{
+    CZtaConvertStereoToMono splitter;
+    for (const Row& row : kRows) {
+        for (std::size_t frames = 1; frames <= 400; ++frames) {
+            for (const std::size_t shared : {0U, 1U}) {
+                const Bytes stereo = RandomBytes(frames * 2 * row.bytes);
+                Bytes memory = stereo;
+                Bytes other(frames * row.bytes);
+                void* outputs[] = {other.data(), other.data()};
+                outputs[shared] = memory.data();
+                ASSERT_EQ((splitter.*row.split)(frames, memory.data(), outputs[0], outputs[1]), 0);
+                memory.resize(frames * row.bytes);
+                ASSERT_EQ(memory, SideOf(stereo, shared, frames, row.bytes)) << row.mono << ": " << frames;
+                ASSERT_EQ(other, SideOf(stereo, 1 - shared, frames, row.bytes)) << row.mono << ": " << frames;
+            }
         }
     }
 }

@@ -60,23 +60,30 @@ template <int ByteShuffle>
     return ProcessTiledFrames<ByteShuffle>(oMove, ulFrames, TilesOf<ByteShuffle>());
 }
 
-/// Moves all frames by MoveAt(instruction set, first frame of the step). The last step ends with the last frame and
-/// repeats some of the one before.
-template <int ByteShuffle, class Move>
-void ForEachStereoStep(unsigned long ulFrames, Move MoveAt)
+/// Processes all frames in steps of a vector. The last step ends with the last frame and repeats some frames of the
+/// step before it. It is loaded before any other step is stored, so that a buffer that shares memory with its source
+/// receives what a loop over frames gives.
+///
+/// LoadAt(instruction set, frame) returns the vectors of a step, StoreAt(frame, vectors) stores them, and
+/// CopyFrame(frame) copies one frame of a buffer that is shorter than a step.
+template <int ByteShuffle, class LoadStep, class StoreStep, class CopySingleFrame>
+void ForEachStereoStep(unsigned long ulFrames, LoadStep LoadAt, StoreStep StoreAt, CopySingleFrame CopyFrame)
 {
     constexpr unsigned long kStep = NativeSimd::kStereoStepFrames<ByteShuffle>;
-    if (ulFrames < kStep) {
-        for (unsigned long i = 0; i < ulFrames; ++i) {
-            MoveAt(Scalar(), i);
+    if constexpr (kStep > 1) {
+        if (ulFrames >= kStep) {
+            const unsigned long ulLast = ulFrames - kStep;
+            const auto oLast = LoadAt(NativeSimd(), ulLast);
+            for (unsigned long i = 0; i < ulLast; i += kStep) {
+                StoreAt(i, LoadAt(NativeSimd(), i));
+            }
+            StoreAt(ulLast, oLast);
+            return;
         }
-        return;
     }
-    const unsigned long ulLast = ulFrames - kStep;
-    for (unsigned long i = 0; i < ulLast; i += kStep) {
-        MoveAt(NativeSimd(), i);
+    for (unsigned long i = 0; i < ulFrames; ++i) {
+        CopyFrame(i);
     }
-    MoveAt(NativeSimd(), ulLast);
 }
 
 template <int ByteShuffle>
@@ -95,9 +102,18 @@ void InterleaveStereo(const void* pvLeft, const void* pvRight, void* pvStereo, u
     const auto oLeft = ChannelOrDummy<const std::uint8_t>(pvLeft, ByteShuffle, kSilence);
     const auto oRight = ChannelOrDummy<const std::uint8_t>(pvRight, ByteShuffle, kSilence);
     auto* pucStereo = static_cast<std::uint8_t*>(pvStereo);
-    ForEachStereoStep<ByteShuffle>(ulFrames, [=]<class Simd>(Simd, unsigned long i) {
-        Simd::template InterleaveStereoStep<ByteShuffle>(oLeft.At(i), oRight.At(i), pucStereo + i * 2 * ByteShuffle);
-    });
+    ForEachStereoStep<ByteShuffle>(
+        ulFrames,
+        [=]<class Simd>(Simd, unsigned long i) {
+            return Simd::template LoadInterleaved<ByteShuffle>(oLeft.At(i), oRight.At(i));
+        },
+        [=]<class Step>(unsigned long i, const Step& rsStep) {
+            rsStep.template StoreInterleaved<ByteShuffle>(pucStereo + i * 2 * ByteShuffle);
+        },
+        [=](unsigned long i) {
+            __builtin_memcpy(pucStereo + i * 2 * ByteShuffle, oLeft.At(i), ByteShuffle);
+            __builtin_memcpy(pucStereo + (i * 2 + 1) * ByteShuffle, oRight.At(i), ByteShuffle);
+        });
 }
 
 template <int ByteShuffle>
@@ -117,9 +133,16 @@ void DeinterleaveStereo(const void* pvStereo, void* pvLeft, void* pvRight, unsig
     const auto oStereo = ChannelOrDummy<const std::uint8_t>(pvStereo, 2 * ByteShuffle, kSilence);
     const auto oLeft = ChannelOrDummy<std::uint8_t>(pvLeft, ByteShuffle, aucDropped);
     const auto oRight = ChannelOrDummy<std::uint8_t>(pvRight, ByteShuffle, aucDropped);
-    ForEachStereoStep<ByteShuffle>(ulFrames, [=]<class Simd>(Simd, unsigned long i) {
-        Simd::template DeinterleaveStereoStep<ByteShuffle>(oStereo.At(i), oLeft.At(i), oRight.At(i));
-    });
+    ForEachStereoStep<ByteShuffle>(
+        ulFrames,
+        [=]<class Simd>(Simd, unsigned long i) { return Simd::template LoadDeinterleaved<ByteShuffle>(oStereo.At(i)); },
+        [=]<class Step>(unsigned long i, const Step& rsStep) {
+            rsStep.template StoreDeinterleaved<ByteShuffle>(oLeft.At(i), oRight.At(i));
+        },
+        [=](unsigned long i) {
+            __builtin_memcpy(oLeft.At(i), oStereo.At(i), ByteShuffle);
+            __builtin_memcpy(oRight.At(i), oStereo.At(i) + ByteShuffle, ByteShuffle);
+        });
 }
 
 } // namespace

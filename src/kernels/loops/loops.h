@@ -71,13 +71,15 @@ template <class Gain>
 using ZtaFade = void (*)(void* pvBuffer, unsigned long ulWords, unsigned long ulFrames, const Gain* pGains,
                          std::ptrdiff_t iStep) noexcept;
 
-/// Interleaves the samples of two buffers: left, right, left, right. A null input reads as silence. The output may not
-/// overlap an input. Pointers need no alignment, and bytes outside the samples are not touched.
+/// Interleaves the samples of two buffers: left, right, left, right. A null input reads as silence. An input may lie in
+/// the second half of the output; other overlaps are not supported. Pointers need no alignment, and bytes outside the
+/// samples are not accessed.
 using ZtaInterleaveStereo = void (*)(const void* pvLeft, const void* pvRight, void* pvStereo,
                                      unsigned long ulFrames) noexcept;
 
-/// The reverse. A null input reads as silence, and a null output is dropped. Buffers may not overlap. Pointers need no
-/// alignment, and bytes outside the samples are not touched.
+/// The inverse. A null input reads as silence, and a null output is dropped. One output may begin at the input's
+/// address; other overlaps are not supported. Pointers need no alignment, and bytes outside the samples are not
+/// accessed.
 using ZtaDeinterleaveStereo = void (*)(const void* pvStereo, void* pvLeft, void* pvRight,
                                        unsigned long ulFrames) noexcept;
 

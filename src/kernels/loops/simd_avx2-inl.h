@@ -261,40 +261,60 @@ struct Avx2 {
     template <int ByteShuffle>
     static constexpr unsigned long kStereoStepFrames = ByteShuffle == 2 ? 16 : 8;
 
+    /// The frames of one step of the stereo loops, in registers between loading and storing.
+    struct StereoStep {
+        VecU32 vFirst; ///< the first half of the frames, or the left channel
+        VecU32 vSecond;
+
+        template <int ByteShuffle>
+        void StoreInterleaved(std::uint8_t* pucStereo) const
+        {
+            const VecU32 avStereo[] = {vFirst, vSecond};
+            StoreBlock<ByteShuffle == 3 ? 3 : 4>(pucStereo, avStereo);
+        }
+
+        template <int ByteShuffle>
+        void StoreDeinterleaved(std::uint8_t* pucLeft, std::uint8_t* pucRight) const
+        {
+            Store<ByteShuffle == 3 ? 3 : 4>(pucLeft, vFirst);
+            Store<ByteShuffle == 3 ? 3 : 4>(pucRight, vSecond);
+        }
+    };
+
     template <int ByteShuffle>
-    static void InterleaveStereoStep(const std::uint8_t* pucLeft, const std::uint8_t* pucRight, std::uint8_t* pucStereo)
+    static StereoStep LoadInterleaved(const std::uint8_t* pucLeft, const std::uint8_t* pucRight)
     {
+        __m256i vFirst;
+        __m256i vSecond;
         if constexpr (ByteShuffle == 2) {
             const __m256i vLeft = Load256(pucLeft);
             const __m256i vRight = Load256(pucRight);
-            const __m256i vFirst = _mm256_unpacklo_epi16(vLeft, vRight);
-            const __m256i vSecond = _mm256_unpackhi_epi16(vLeft, vRight);
-            Store256(pucStereo, _mm256_permute2x128_si256(vFirst, vSecond, 0x20));
-            Store256(pucStereo + 32, _mm256_permute2x128_si256(vFirst, vSecond, 0x31));
+            vFirst = _mm256_unpacklo_epi16(vLeft, vRight);
+            vSecond = _mm256_unpackhi_epi16(vLeft, vRight);
         } else {
             const __m256i vLeft = reinterpret_cast<__m256i>(Load<ByteShuffle>(pucLeft));
             const __m256i vRight = reinterpret_cast<__m256i>(Load<ByteShuffle>(pucRight));
-            const __m256i vFirst = _mm256_unpacklo_epi32(vLeft, vRight);
-            const __m256i vSecond = _mm256_unpackhi_epi32(vLeft, vRight);
-            const VecU32 avStereo[] = {reinterpret_cast<VecU32>(_mm256_permute2x128_si256(vFirst, vSecond, 0x20)),
-                                       reinterpret_cast<VecU32>(_mm256_permute2x128_si256(vFirst, vSecond, 0x31))};
-            StoreBlock<ByteShuffle>(pucStereo, avStereo);
+            vFirst = _mm256_unpacklo_epi32(vLeft, vRight);
+            vSecond = _mm256_unpackhi_epi32(vLeft, vRight);
         }
+        return {reinterpret_cast<VecU32>(_mm256_permute2x128_si256(vFirst, vSecond, 0x20)),
+                reinterpret_cast<VecU32>(_mm256_permute2x128_si256(vFirst, vSecond, 0x31))};
     }
 
     template <int ByteShuffle>
-    static void DeinterleaveStereoStep(const std::uint8_t* pucStereo, std::uint8_t* pucLeft, std::uint8_t* pucRight)
+    static StereoStep LoadDeinterleaved(const std::uint8_t* pucStereo)
     {
         if constexpr (ByteShuffle == 2) {
             const VecU32 vFirst = Load<4>(pucStereo); // of whole frames
             const VecU32 vSecond = Load<4>(pucStereo + 32);
-            Store256(pucLeft, NarrowTo16<BitAlignment::LsbAligned>(vFirst, vSecond));
-            Store256(pucRight, NarrowTo16<BitAlignment::MsbAligned>(vFirst, vSecond));
+            return {reinterpret_cast<VecU32>(NarrowTo16<BitAlignment::LsbAligned>(vFirst, vSecond)),
+                    reinterpret_cast<VecU32>(NarrowTo16<BitAlignment::MsbAligned>(vFirst, vSecond))};
         } else {
             const auto vFirst = reinterpret_cast<__m256>(Load<ByteShuffle>(pucStereo));
-            const auto vSecond = reinterpret_cast<__m256>(Load<ByteShuffle>(pucStereo + 8UL * ByteShuffle));
-            Store<ByteShuffle>(pucLeft, RestoreLaneOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b10001000)));
-            Store<ByteShuffle>(pucRight, RestoreLaneOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b11011101)));
+            auto vSecond = reinterpret_cast<__m256>(Load<ByteShuffle>(pucStereo + 8UL * ByteShuffle));
+            __asm__("" : "+x"(vSecond)); // in a register: GCC loads an operand of both shuffles twice otherwise
+            return {RestoreLaneOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b10001000)),
+                    RestoreLaneOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b11011101))};
         }
     }
 

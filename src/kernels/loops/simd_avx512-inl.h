@@ -257,15 +257,15 @@ struct Avx512 {
     static constexpr unsigned long kStereoStepFrames = Avx2::kStereoStepFrames<ByteShuffle>;
 
     template <int ByteShuffle>
-    static void InterleaveStereoStep(const std::uint8_t* pucLeft, const std::uint8_t* pucRight, std::uint8_t* pucStereo)
+    static auto LoadInterleaved(const std::uint8_t* pucLeft, const std::uint8_t* pucRight)
     {
-        Avx2::InterleaveStereoStep<ByteShuffle>(pucLeft, pucRight, pucStereo);
+        return Avx2::LoadInterleaved<ByteShuffle>(pucLeft, pucRight);
     }
 
     template <int ByteShuffle>
-    static void DeinterleaveStereoStep(const std::uint8_t* pucStereo, std::uint8_t* pucLeft, std::uint8_t* pucRight)
+    static auto LoadDeinterleaved(const std::uint8_t* pucStereo)
     {
-        Avx2::DeinterleaveStereoStep<ByteShuffle>(pucStereo, pucLeft, pucRight);
+        return Avx2::LoadDeinterleaved<ByteShuffle>(pucStereo);
     }
 
 private:

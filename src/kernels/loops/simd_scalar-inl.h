@@ -112,23 +112,9 @@ struct Scalar {
         return static_cast<VecU32>(static_cast<std::int32_t>(ulWord) >> iBits);
     }
 
-    /// The frames that InterleaveStereoStep and DeinterleaveStereoStep move at once.
+    /// The frames of one step of the stereo loops. 1 stands for loops without steps.
     template <int ByteShuffle>
     static constexpr unsigned long kStereoStepFrames = 1;
-
-    template <int ByteShuffle>
-    static void InterleaveStereoStep(const std::uint8_t* pucLeft, const std::uint8_t* pucRight, std::uint8_t* pucStereo)
-    {
-        __builtin_memcpy(pucStereo, pucLeft, ByteShuffle);
-        __builtin_memcpy(pucStereo + ByteShuffle, pucRight, ByteShuffle);
-    }
-
-    template <int ByteShuffle>
-    static void DeinterleaveStereoStep(const std::uint8_t* pucStereo, std::uint8_t* pucLeft, std::uint8_t* pucRight)
-    {
-        __builtin_memcpy(pucLeft, pucStereo, ByteShuffle);
-        __builtin_memcpy(pucRight, pucStereo + ByteShuffle, ByteShuffle);
-    }
 
 private:
     template <int Place>

@@ -2,10 +2,7 @@
 
 // The 60 mux kernels: the expected table entries, and a way to call each.
 
-#include "kernels/mono_to_mux.h"
-#include "kernels/mux_to_mono.h"
-#include "kernels/mux_to_stereo.h"
-#include "kernels/stereo_to_mux.h"
+#include "kernels/mux_conversion.h"
 #include "testing/fake_audio_samples.h"
 
 #include <cstddef>

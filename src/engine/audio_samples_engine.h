@@ -5,12 +5,9 @@
 #include "kernels/bit_depth.h"
 #include "kernels/data_type.h"
 #include "kernels/fade.h"
-#include "kernels/mono_to_mux.h"
 #include "kernels/mono_to_stereo.h"
-#include "kernels/mux_to_mono.h"
-#include "kernels/mux_to_stereo.h"
+#include "kernels/mux_conversion.h"
 #include "kernels/stereo_to_mono.h"
-#include "kernels/stereo_to_mux.h"
 #include "kernels/volume.h"
 #include "resampler/resample_audio.h"
 

@@ -76,6 +76,26 @@ bool IsStereo(EZtAudioSampleFormatProperty eProperty)
 
 } // namespace
 
+int SZtaBufferProperties::Query(IZtAudioSamples* pSamples)
+{
+    int iStatus = pSamples->GetAudioSamplesDescription(&sDescription);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iSuccessfulCalls = 1;
+    iStatus = pSamples->GetBufferAndLength(&pvBuffer, &ulLength);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iSuccessfulCalls = 2;
+    iStatus = pSamples->GetBufferCapacity(&ulCapacity);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iSuccessfulCalls = 3;
+    return ZT_NOERROR;
+}
+
 CZtaAudioProcessingUtil::CZtaAudioProcessingUtil()
 {
     // Asking the processor can be slow under a virtual machine: kernels are made off the real-time path, so that no
@@ -96,30 +116,23 @@ int CZtaAudioProcessingUtil::GetBufferInformations(IZtAudioSamples* pSamples, vo
                                                    int* piBytesPerFrame, EZtAudioSampleFormatProperty* peFormat,
                                                    SZtAudioSamplesDescription* psDescription)
 {
-    int iStatus = pSamples->GetAudioSamplesDescription(psDescription);
-    if (iStatus < 0) {
-        return iStatus;
-    }
+    SZtaBufferProperties sBuffer;
+    sBuffer.sDescription = *psDescription;
+    const int iStatus = sBuffer.Query(pSamples);
+    *psDescription = sBuffer.sDescription;
     SZtaWaveFormatInfo* const psFormat = &psDescription->sWaveFormat;
     const std::uint32_t ulBytesPerFrame = ZtaBytesPerFrame(*psFormat);
-    *piBytesPerFrame = static_cast<int>(ulBytesPerFrame);
-
-    void* pvBuffer = nullptr;
-    unsigned long ulLength = 0;
-    iStatus = pSamples->GetBufferAndLength(&pvBuffer, &ulLength);
+    if (sBuffer.iSuccessfulCalls >= 1) {
+        *piBytesPerFrame = static_cast<int>(ulBytesPerFrame);
+    }
+    if (sBuffer.iSuccessfulCalls >= 2) {
+        *ppvBuffer = sBuffer.pvBuffer;
+        *pulValidFrames = sBuffer.ulLength / ulBytesPerFrame;
+    }
     if (iStatus < 0) {
         return iStatus;
     }
-    *ppvBuffer = pvBuffer;
-    *pulValidFrames = ulLength / ulBytesPerFrame;
-
-    unsigned long ulCapacity = 0;
-    iStatus = pSamples->GetBufferCapacity(&ulCapacity);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    *pulCapacityFrames = ulCapacity / ulBytesPerFrame;
-
+    *pulCapacityFrames = sBuffer.ulCapacity / ulBytesPerFrame;
     return GetSampleFormat(psFormat, peFormat);
 }
 

@@ -4,6 +4,8 @@
 
 #include <zta/host_interfaces.h>
 
+#include <cstring>
+
 /// One thing that a kernel class does. The order of a class's rows is behaviour: searches take the first hit.
 struct ZTA_API SZtAProcessingFormatAndFunctionIndex {
     EZtAudioSampleFormatProperty eInputFormat;
@@ -36,6 +38,26 @@ struct ZTA_API SZtAudioBufferInformations {
     std::int32_t iBytesPerFrame;
     EZtAudioSampleFormatProperty eFormat;
     SZtAudioSamplesDescription sDescription;
+};
+
+/// What a buffer reports of itself. This is the one place that queries it.
+struct SZtaBufferProperties {
+    SZtAudioSamplesDescription sDescription{sizeof(SZtAudioSamplesDescription), 0, 0, false, false, {}};
+    void* pvBuffer = nullptr;
+    unsigned long ulLength = 0;   ///< bytes
+    unsigned long ulCapacity = 0; ///< bytes
+    int iSuccessfulCalls = 0;     ///< of the three host calls; the fields of the others are not valid
+
+    /// Queries description, length and capacity, in this order, up to the first failure.
+    ZTA_INTERNAL int Query(IZtAudioSamples* pSamples);
+
+    /// Compares what the format, the valid length and the capacity follow from.
+    bool HasSameProperties(const SZtaBufferProperties& rsOther) const
+    {
+        return std::memcmp(&sDescription.sWaveFormat, &rsOther.sDescription.sWaveFormat, sizeof(SZtaWaveFormatInfo)) ==
+                   0 &&
+               ulLength == rsOther.ulLength && ulCapacity == rsOther.ulCapacity;
+    }
 };
 
 /// The base of every kernel class: it reduces wave formats to the few layouts that kernels know and searches the

@@ -4,15 +4,15 @@
 
 #include <initializer_list>
 
-/// What the operations of the kernel classes share: digesting their buffers, and running the function of a row.
+/// Helpers of the kernel classes: query the buffers and call the kernel of a table entry.
 
-/// A buffer, and where its digest goes, which must be empty.
+/// A buffer and the record that receives its buffer info. The record must be empty.
 struct SZtaBufferQuery {
     IZtAudioSamples* pSamples;
     SZtAudioBufferInformations& rsInformations;
 };
 
-/// Digests buffers in their order, up to the first failure.
+/// Queries buffers in their order, up to the first failure.
 inline int ZtaQueryBuffers(CZtaAudioProcessingUtil& rUtil, std::initializer_list<SZtaBufferQuery> oBuffers)
 {
     for (const SZtaBufferQuery& rsBuffer : oBuffers) {
@@ -25,13 +25,13 @@ inline int ZtaQueryBuffers(CZtaAudioProcessingUtil& rUtil, std::initializer_list
     return 0;
 }
 
-/// Finds the row of a pair of formats and, if there are frames to process, calls `rRun` with its function.
-template <class Table, class Run>
+/// Finds the table entry of a format pair and, if there are frames to process, calls `rCall` with its kernel.
+template <class Table, class Call>
 int ZtaDispatchKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, EZtAudioSampleFormatProperty eInput,
-                      EZtAudioSampleFormatProperty eOutput, unsigned long ulFrames, Run rRun)
+                      EZtAudioSampleFormatProperty eOutput, unsigned long ulFrames, Call rCall)
 {
     int iFunctionIndex = 0;
     const int iStatus =
         rUtil.ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, rTable.List(), &iFunctionIndex);
-    return iStatus >= 0 && ulFrames > 0 ? rRun(rTable[iFunctionIndex]) : iStatus;
+    return iStatus >= 0 && ulFrames > 0 ? rCall(rTable[iFunctionIndex]) : iStatus;
 }

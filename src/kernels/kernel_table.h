@@ -2,8 +2,8 @@
 
 #include "kernels/audio_processing_util.h"
 
-/// The rows of a kernel class and the functions behind them, filled from the class's one list. Row number and function
-/// index are equal.
+/// The table of a kernel class: its format pairs and the kernels behind them, filled from the class's one list. Entry
+/// number and function index are equal.
 template <class Function, int Count>
 class TZtaKernelTable {
 public:
@@ -33,13 +33,13 @@ private:
     Function m_apfnFunctions[Count];
 };
 
-/// What a row is found by.
+/// The key of a table entry.
 struct SZtaFormatPair {
     EZtAudioSampleFormatProperty eInputFormat;
     EZtAudioSampleFormatProperty eOutputFormat;
 };
 
-/// True if no two rows have the same pair: a search would never come to the second.
+/// Returns true if no pair occurs twice: a search would never find the second.
 template <int Count>
 constexpr bool ZtaPairsAreUnique(const SZtaFormatPair (&rasPairs)[Count])
 {
@@ -53,3 +53,19 @@ constexpr bool ZtaPairsAreUnique(const SZtaFormatPair (&rasPairs)[Count])
     }
     return true;
 }
+
+// Expansions of the kernel lists. A list has entries X(input layout, output layout, kernel, ...), or X(layout, kernel,
+// ...) if both sides have one layout. Its class names itself `Self`.
+
+/// The number of entries of a list.
+#define ZTA_ENTRY_COUNT(LIST) (0 LIST(ZTA_COUNT_ENTRY))
+#define ZTA_COUNT_ENTRY(...) +1
+
+/// Initializers of SZtaFormatPair.
+#define ZTA_FORMAT_PAIR(in, out, ...) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
+#define ZTA_SAME_FORMAT_PAIR(layout, ...) {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout},
+
+/// Initializers of TZtaKernelTable::Entry, in a member of the class.
+#define ZTA_TABLE_ENTRY(in, out, name, ...) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &Self::name},
+#define ZTA_SAME_FORMAT_TABLE_ENTRY(layout, name, ...)                                                                 \
+    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &Self::name},

@@ -1,163 +1,165 @@
 #pragma once
 
-#include "kernels/kernel_call.h"
 #include "kernels/kernel_table.h"
-#include "kernels/mux_kernels.h"
+#include "kernels/mux_kernel_list.h"
 #include "kernels/volume.h"
 
-#include <zta/status.h>
+/// The four classes between an array of mono or stereo buffers and one mux buffer of the same container.
+///
+/// Samples are copied unchanged, then scaled if the call has volumes. The settings block of the volumes belongs to the
+/// object: one call at a time. [no allocation except in the constructor] [no lock]
+///
+/// Their kernels take one data pointer for each buffer of the array. No buffer of the array may overlap the mux: the
+/// order in which frames and channels are moved depends on the processor. Kernels for any count of buffers, which have
+/// a leading underscore and are also behind most of the others, advance each pointer in the array past the processed
+/// data; they accept 2 to 64 mono buffers or 2 to 32 stereo buffers.
 
-/// The operations of the mux classes: between an array of mono or stereo buffers and one mux buffer.
+#define ZTA_INTERLEAVE_KERNEL(in, out, name, kernel)                                                                   \
+    int name(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames);
+#define ZTA_DEINTERLEAVE_KERNEL(in, out, name, kernel)                                                                 \
+    int name(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount, unsigned long ulFrames);
 
-/// What an array may hold, and the bytes of its elements, which are mono samples or stereo frames.
-struct SZtaMuxElement {
-    EZtAudioSampleFormatProperty eFormat;
-    unsigned long ulBytes;
-};
+/// Interleaves up to 64 mono buffers into one mux buffer.
+class ZTA_API CZtaConvertMonoToMux : public CZtaAudioProcessingUtil {
+public:
+    CZtaConvertMonoToMux();
+    ~CZtaConvertMonoToMux() override;
 
-/// How the four operations differ in what they take.
-struct SZtaMuxTraits {
-    unsigned long ulMaxBuffers;   ///< more, or none, is ZT_E_INVALID_PARAMETER
-    unsigned long ulChannels;     ///< of one buffer. The volumes divided by it and rounded down must be as many as the
-                                  ///< buffers: an odd volume too many passes, and the volume step has to refuse it.
-    SZtaMuxElement asElements[3]; ///< the formats taken
-    int iUnsupportedStatus;       ///< the status of any other
-    const ZtaMuxKernel* pfnKernels; ///< by function index
-};
+    /// Suggests formats that a table entry processes, and logs a failure.
+    int SuggestFormat(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, SZtaWaveFormatInfo* psSuggestedIn,
+                      SZtaWaveFormatInfo* psSuggestedOut);
 
-constexpr SZtaMuxTraits ZtaMonoTraits(int iUnsupportedStatus, const ZtaMuxKernel* pfnKernels)
-{
-    return {64,
-            1,
-            {{keZtAudioSampleFormat24In32Mono, 4},
-             {keZtAudioSampleFormat24In24Mono, 3},
-             {keZtAudioSampleFormat16In16Mono, 2}},
-            iUnsupportedStatus,
-            pfnKernels};
-}
+    /// Interleaves the valid frames of all buffers and applies the volumes, one for each channel, if there are any. On
+    /// entry, the valid length of the mux must be at least that of the buffers. Without volumes it becomes the buffers'
+    /// length. With volumes it is kept, and the whole mux is scaled.
+    /// Errors  ZT_E_INVALID_PARAMETER                no buffer or too many, another count of volumes, or a buffer of
+    /// the
+    ///                                               array that cannot be queried
+    ///         ZT_E_INVALID_POINTER                  a volume count with null volumes
+    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED       a buffer of the array has a format that the table does not have
+    ///         ZT_E_BUFFER_SIZE_MISMATCH             the valid lengths of the array differ
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the mux is shorter than the buffers
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the pair
+    ///         ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED      volumes, and the mux is not 24-in-32; it holds the samples
+    ///         any other code                        from the mux or the volumes
+    int ConvertMonoToMux(IZtAudioSamples** ppMono, unsigned long ulMonoCount, IZtAudioSamples* pMux,
+                         SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
 
-constexpr SZtaMuxTraits ZtaStereoTraits(unsigned long ulMaxBuffers, int iUnsupportedStatus,
-                                        const ZtaMuxKernel* pfnKernels)
-{
-    return {ulMaxBuffers,
-            2,
-            {{keZtAudioSampleFormat24In32Stereo, 8},
-             {keZtAudioSampleFormat24In24Stereo, 6},
-             {keZtAudioSampleFormat16In16Stereo, 4}},
-            iUnsupportedStatus,
-            pfnKernels};
-}
-
-/// The arguments of one call.
-struct SZtaMuxCall {
-    IZtAudioSamples** ppBuffers;
-    unsigned long ulCount;
-    IZtAudioSamples* pMux;
-    SZtAudioMonoVolumeInfo* psVolumes;
-    unsigned long ulVolumeCount;
-};
-
-/// The buffers of one call, as far as the call needs to know them.
-struct SZtaMuxOperands {
-    static constexpr unsigned long kMaxBuffers = 64;
-
-    /// The first of the array. The others may differ from it in their container, but not in their length.
-    struct SArrayFormat {
-        EZtAudioSampleFormatProperty eFormat;
-        unsigned long ulBytesPerFrame;
-        unsigned long ulValidFrames;
-    };
-
-    void* apvBuffers[kMaxBuffers];
-    SArrayFormat sFirst;
-    SZtAudioBufferInformations sMux;
-
-    /// The frames that every buffer has memory for. Fewer than those of the first buffer only if the array mixes
-    /// containers, or if the mux is smaller than its outputs are long.
-    unsigned long ulMaxFrames;
-
-    /// Checks the counts and digests the buffers, in the array's order, then the mux.
-    int QueryBuffers(CZtaAudioProcessingUtil& rUtil, const SZtaMuxTraits& rsRules, const SZtaMuxCall& rsCall);
+    // The kernels of the table, and those for any count.
+    ZTA_MONO_TO_MUX_LIST(ZTA_INTERLEAVE_KERNEL)
+    ZTA_MONO_TO_MUX_ANY_COUNT_LIST(ZTA_INTERLEAVE_KERNEL)
 
 private:
-    /// Bounds the frames by what is certain to be a buffer's memory, of which ulProcessedFrameBytes are moved for each.
-    void ClampMaxFrames(unsigned long ulValidFrames, unsigned long ulCapacityFrames, unsigned long ulFrameBytes,
-                        unsigned long ulProcessedFrameBytes);
+    using Self = CZtaConvertMonoToMux;
+    using Function = int (Self::*)(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames);
+
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_MONO_TO_MUX_LIST)> m_oTable;
+    CZtaApplyVolume m_oApplyVolume;
+
+    friend struct SZtLayoutProbe;
 };
 
-/// Finds the kernel of a pair of formats and, unless the buffers are empty, calls it with all frames of the first
-/// buffer. It moves those that every buffer has memory for.
-template <class Table>
-int ZtaRunMuxKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, const SZtaMuxTraits& rsRules,
-                    SZtaMuxOperands& rsOperands, unsigned long ulCount, EZtAudioSampleFormatProperty eInput,
-                    EZtAudioSampleFormatProperty eOutput)
-{
-    int iFunctionIndex = 0;
-    const int iStatus =
-        rUtil.ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, rTable.List(), &iFunctionIndex);
-    if (iStatus < 0 || rsOperands.sFirst.ulValidFrames == 0) {
-        return iStatus;
-    }
-    return rsRules.pfnKernels[iFunctionIndex](rsOperands.apvBuffers, ulCount, rsOperands.sMux.pvBuffer,
-                                              rsOperands.sFirst.ulValidFrames, rsOperands.ulMaxFrames);
-}
+/// Interleaves up to 32 stereo buffers into one mux buffer.
+class ZTA_API CZtaConvertStereoToMux : public CZtaAudioProcessingUtil {
+public:
+    CZtaConvertStereoToMux();
+    ~CZtaConvertStereoToMux() override;
 
-/// Interleaves the buffers into the mux, which must have its length set. Without volumes the mux ends with the length
-/// of the buffers; with volumes it keeps its own, and all of that is scaled.
-template <class Class, class Table>
-int ZtaInterleaveMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZtaMuxTraits& rsRules,
-                     const SZtaMuxCall& rsCall)
-{
-    SZtaMuxOperands sOperands;
-    int iStatus = sOperands.QueryBuffers(rClass, rsRules, rsCall);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    const SZtaMuxOperands::SArrayFormat& rsFirst = sOperands.sFirst;
-    const SZtAudioBufferInformations& rsMux = sOperands.sMux;
-    if (rsMux.ulValidFrames < rsFirst.ulValidFrames) {
-        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-    }
-    iStatus = ZtaRunMuxKernel(rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsFirst.eFormat, rsMux.eFormat);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    if (rsCall.ulVolumeCount != 0) {
-        return rVolume.ApplyVolume(rsCall.pMux, rsCall.pMux, rsCall.psVolumes, rsCall.ulVolumeCount);
-    }
-    return rsCall.pMux->SetLength(static_cast<unsigned long>(rsMux.iBytesPerFrame) * rsFirst.ulValidFrames);
-}
+    /// Suggests formats that a table entry processes, and logs a failure.
+    int SuggestFormat(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, SZtaWaveFormatInfo* psSuggestedIn,
+                      SZtaWaveFormatInfo* psSuggestedOut);
 
-/// Splits the mux into the buffers, which must have their lengths set. Without volumes they end with the length of the
-/// mux; with volumes they keep their own. Every buffer gets its last step, and the last failure is the one returned.
-template <class Class, class Table>
-int ZtaDeinterleaveMux(Class& rClass, Table& rTable, CZtaApplyVolume& rVolume, const SZtaMuxTraits& rsRules,
-                       const SZtaMuxCall& rsCall)
-{
-    SZtaMuxOperands sOperands;
-    int iStatus = sOperands.QueryBuffers(rClass, rsRules, rsCall);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    const SZtaMuxOperands::SArrayFormat& rsFirst = sOperands.sFirst;
-    const SZtAudioBufferInformations& rsMux = sOperands.sMux;
-    if (rsFirst.ulValidFrames < rsMux.ulValidFrames) {
-        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-    }
-    iStatus = ZtaRunMuxKernel(rClass, rTable, rsRules, sOperands, rsCall.ulCount, rsMux.eFormat, rsFirst.eFormat);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    const unsigned long ulLength = rsFirst.ulBytesPerFrame * rsMux.ulValidFrames;
-    for (unsigned long i = 0; i < rsCall.ulCount; ++i) {
-        IZtAudioSamples* pOutput = rsCall.ppBuffers[i];
-        const int iLast =
-            rsCall.ulVolumeCount == 0
-                ? pOutput->SetLength(ulLength)
-                : rVolume.ApplyVolume(pOutput, pOutput, &rsCall.psVolumes[i * rsRules.ulChannels], rsRules.ulChannels);
-        if (iLast < 0) {
-            iStatus = iLast;
-        }
-    }
-    return iStatus;
-}
+    /// Does what ConvertMonoToMux does, for stereo buffers: two volumes for each. One volume more than that fails with
+    /// ZT_E_INVALID_PARAMETER after the interleaving.
+    int ConvertStereoToMux(IZtAudioSamples** ppStereo, unsigned long ulStereoCount, IZtAudioSamples* pMux,
+                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
+
+    // The kernels of the table, and those for any count.
+    ZTA_STEREO_TO_MUX_LIST(ZTA_INTERLEAVE_KERNEL)
+    ZTA_STEREO_TO_MUX_ANY_COUNT_LIST(ZTA_INTERLEAVE_KERNEL)
+
+private:
+    using Self = CZtaConvertStereoToMux;
+    using Function = int (Self::*)(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames);
+
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_STEREO_TO_MUX_LIST)> m_oTable;
+    CZtaApplyVolume m_oApplyVolume;
+
+    friend struct SZtLayoutProbe;
+};
+
+/// Deinterleaves one mux buffer into up to 64 mono buffers.
+class ZTA_API CZtaConvertMuxToMono : public CZtaAudioProcessingUtil {
+public:
+    CZtaConvertMuxToMono();
+    ~CZtaConvertMuxToMono() override;
+
+    /// Suggests formats that a table entry processes, and logs a failure.
+    int SuggestFormat(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, SZtaWaveFormatInfo* psSuggestedIn,
+                      SZtaWaveFormatInfo* psSuggestedOut);
+
+    /// Deinterleaves as many frames as the buffers have, then applies the volumes, if there are any, to each buffer
+    /// separately. On entry, the valid lengths of the buffers must be at least that of the mux. Without volumes they
+    /// become the mux's length; with volumes they are kept.
+    /// Errors  ZT_E_INVALID_PARAMETER                no buffer or too many, another count of volumes, or a buffer of
+    /// the
+    ///                                               array that cannot be queried
+    ///         ZT_E_INVALID_POINTER                  a volume count with null volumes
+    ///         ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED      a buffer of the array has a format that the table does not have;
+    ///         or
+    ///                                               volumes on 16-in-16 buffers, which hold the samples
+    ///         ZT_E_BUFFER_SIZE_MISMATCH             the valid lengths of the array differ
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the buffers are shorter than the mux
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the pair; or volumes on 24-in-24 buffers, which
+    ///                                               hold the samples
+    ///         any other code                        from the buffers or the volumes: the last failure
+    int ConvertMuxToMono(IZtAudioSamples* pMux, IZtAudioSamples** ppMono, unsigned long ulMonoCount,
+                         SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
+
+    // The kernels of the table, and those for any count.
+    ZTA_MUX_TO_MONO_LIST(ZTA_DEINTERLEAVE_KERNEL)
+    ZTA_MUX_TO_MONO_ANY_COUNT_LIST(ZTA_DEINTERLEAVE_KERNEL)
+
+private:
+    using Self = CZtaConvertMuxToMono;
+    using Function = int (Self::*)(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
+                                   unsigned long ulFrames);
+
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_MUX_TO_MONO_LIST)> m_oTable;
+    CZtaApplyVolume m_oApplyVolume;
+
+    friend struct SZtLayoutProbe;
+};
+
+/// Deinterleaves one mux buffer into up to 32 stereo buffers.
+class ZTA_API CZtaConvertMuxToStereo : public CZtaAudioProcessingUtil {
+public:
+    CZtaConvertMuxToStereo();
+    ~CZtaConvertMuxToStereo() override;
+
+    /// Suggests formats that a table entry processes, and logs a failure.
+    int SuggestFormat(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, SZtaWaveFormatInfo* psSuggestedIn,
+                      SZtaWaveFormatInfo* psSuggestedOut);
+
+    /// Does what ConvertMuxToMono does, for stereo buffers: two volumes for each. One volume more than that is ignored.
+    /// 33 to 64 buffers are rejected only if there are frames to process.
+    int ConvertMuxToStereo(IZtAudioSamples* pMux, IZtAudioSamples** ppStereo, unsigned long ulStereoCount,
+                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
+
+    // The kernels of the table, and those for any count.
+    ZTA_MUX_TO_STEREO_LIST(ZTA_DEINTERLEAVE_KERNEL)
+    ZTA_MUX_TO_STEREO_ANY_COUNT_LIST(ZTA_DEINTERLEAVE_KERNEL)
+
+private:
+    using Self = CZtaConvertMuxToStereo;
+    using Function = int (Self::*)(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
+                                   unsigned long ulFrames);
+
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_MUX_TO_STEREO_LIST)> m_oTable;
+    CZtaApplyVolume m_oApplyVolume;
+
+    friend struct SZtLayoutProbe;
+};
+
+#undef ZTA_INTERLEAVE_KERNEL
+#undef ZTA_DEINTERLEAVE_KERNEL

@@ -2,10 +2,9 @@
 
 // clang-format off
 
-/// What the mux classes do, one list each:
-///   X(input layout, output layout, function, body)
-/// A body is one of those in mux_kernels.h. The classes export the counted ones under names of their own, too. The first
-/// row of an output layout is what SuggestFormat proposes for it.
+/// The kernel tables of the mux classes, one list each:
+///   X(input layout, output layout, exported name, kernel)
+/// The kernels are defined in mux_kernels.h. For an output format, SuggestFormat proposes the first entry that has it.
 
 #define ZTA_MONO_TO_MUX_LIST(X) \
     X(24In32Mono, 24In32Mux4,  Convert4MonoToMux4,                kInterleave4Mono) \
@@ -58,7 +57,7 @@
     X(16In16Mux32, 16In16Mono, Convert16in16Mux32To32Mono,    kDeinterleaveMono16In16) \
     X(16In16Mux64, 16In16Mono, Convert16in16Mux64To64Mono,    kDeinterleaveMono16In16)
 
-/// Unlike in the other lists, the wide rows stand behind the narrow ones of all containers.
+/// Unlike in the other lists, the entries of 32 and 64 channels follow the narrower ones of all containers.
 #define ZTA_MUX_TO_STEREO_LIST(X) \
     X(24In32Mux4,  24In32Stereo, ConvertMux4To2Stereo,                kDeinterleave2Stereo) \
     X(24In32Mux8,  24In32Stereo, ConvertMux8To4Stereo,                kDeinterleave4Stereo) \
@@ -75,5 +74,28 @@
     X(24In32Mux64, 24In32Stereo, ConvertMux64To32Stereo,              kDeinterleaveStereo24In32) \
     X(24In24Mux64, 24In24Stereo, ConvertMux64To32StereoBuffer24in24,  kDeinterleaveStereo24In24) \
     X(16In16Mux64, 16In16Stereo, ConvertMux64To32StereoBuffer16in16,  kDeinterleaveStereo16In16)
+
+/// The kernels for any count of buffers, which most table entries name, have exported names of their own:
+///   X(layout of a buffer, Mux, exported name, kernel)
+
+#define ZTA_MONO_TO_MUX_ANY_COUNT_LIST(X) \
+    X(24In32Mono, Mux, _ConvertNMonoTo1Mux,                kInterleaveMono24In32) \
+    X(24In24Mono, Mux, _ConvertNMonoTo1MuxFor24in24Buffer, kInterleaveMono24In24) \
+    X(16In16Mono, Mux, _ConvertNMonoTo1MuxFor16in16Buffer, kInterleaveMono16In16)
+
+#define ZTA_STEREO_TO_MUX_ANY_COUNT_LIST(X) \
+    X(24In32Stereo, Mux, _ConvertNStereoTo1Mux,                kInterleaveStereo24In32) \
+    X(24In24Stereo, Mux, _ConvertNStereoTo1MuxFor24in24Buffer, kInterleaveStereo24In24) \
+    X(16In16Stereo, Mux, _ConvertNStereoTo1MuxFor16in16Buffer, kInterleaveStereo16In16)
+
+#define ZTA_MUX_TO_MONO_ANY_COUNT_LIST(X) \
+    X(24In32Mono, Mux, _Convert1MuxToNMonoFor24in32Buffer, kDeinterleaveMono24In32) \
+    X(24In24Mono, Mux, _Convert1MuxToNMonoFor24in24Buffer, kDeinterleaveMono24In24) \
+    X(16In16Mono, Mux, _Convert1MuxToNMonoFor16in16Buffer, kDeinterleaveMono16In16)
+
+#define ZTA_MUX_TO_STEREO_ANY_COUNT_LIST(X) \
+    X(24In32Stereo, Mux, _Convert1MuxToNStereoFor24in32Buffer, kDeinterleaveStereo24In32) \
+    X(24In24Stereo, Mux, _Convert1MuxToNStereoFor24in24Buffer, kDeinterleaveStereo24In24) \
+    X(16In16Stereo, Mux, _Convert1MuxToNStereoFor16in16Buffer, kDeinterleaveStereo16In16)
 
 // clang-format on

@@ -13,7 +13,7 @@ bool HasNullPointer(void* const* ppvBuffers, unsigned long ulBufferCount)
 
 } // namespace
 
-int SZtaFixedCountKernel::ValidateArguments(void* const* ppvBuffers, unsigned long ulBufferCount, const void* /*pvMux*/,
+int SZtaFixedCountKernel::ValidateArguments(void* const* ppvBuffers, unsigned long ulBufferCount,
                                             unsigned long ulFrames) const noexcept
 {
     if (ulFrames == 0) {
@@ -34,17 +34,17 @@ unsigned long SZtaFixedCountKernel::FramesToProcess(unsigned long ulFrames) cons
 int SZtaFixedCountInterleave::operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux,
                                          unsigned long ulFrames, unsigned long ulMaxFrames) const noexcept
 {
-    const int iStatus = ValidateArguments(ppvSources, ulBufferCount, pvMux, ulFrames);
+    const int iStatus = ValidateArguments(ppvSources, ulBufferCount, ulFrames);
     if (iStatus >= 0 && ulFrames > 0) {
         (ZtaActiveLoops().*pfnLoop)(ppvSources, ulBuffers, pvMux, std::min(FramesToProcess(ulFrames), ulMaxFrames));
     }
     return iStatus;
 }
 
-int SZtaFixedCountDeinterleave::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
+int SZtaFixedCountDeinterleave::operator()(void** ppvDestinations, unsigned long ulBufferCount, void* pvMux,
                                            unsigned long ulFrames, unsigned long ulMaxFrames) const noexcept
 {
-    const int iStatus = ValidateArguments(ppvDestinations, ulBufferCount, pvMux, ulFrames);
+    const int iStatus = ValidateArguments(ppvDestinations, ulBufferCount, ulFrames);
     if (iStatus < 0 || ulFrames == 0) {
         return iStatus;
     }
@@ -104,7 +104,7 @@ int SZtaAnyCountInterleave::operator()(void** ppvSources, unsigned long ulBuffer
 }
 
 int SZtaAnyCountDeinterleave::ValidateArguments(void* const* ppvDestinations, unsigned long ulBufferCount,
-                                                const void* /*pvMux*/, unsigned long ulFrames) const noexcept
+                                                unsigned long ulFrames) const noexcept
 {
     if (!Accepts(ulBufferCount, ulFrames)) {
         return ZT_E_INVALID_PARAMETER;
@@ -112,10 +112,10 @@ int SZtaAnyCountDeinterleave::ValidateArguments(void* const* ppvDestinations, un
     return HasNullPointer(ppvDestinations, ulBufferCount) ? ZT_E_INVALID_POINTER : ZT_NOERROR;
 }
 
-int SZtaAnyCountDeinterleave::operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount,
+int SZtaAnyCountDeinterleave::operator()(void** ppvDestinations, unsigned long ulBufferCount, void* pvMux,
                                          unsigned long ulFrames, unsigned long ulMaxFrames) const noexcept
 {
-    const int iStatus = ValidateArguments(ppvDestinations, ulBufferCount, pvMux, ulFrames);
+    const int iStatus = ValidateArguments(ppvDestinations, ulBufferCount, ulFrames);
     if (iStatus < 0) {
         return iStatus;
     }

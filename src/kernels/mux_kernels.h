@@ -4,29 +4,27 @@
 
 #include <zta/status.h>
 
-/// The bodies of the mux kernels. Block kernels move one fixed count of 24-in-32 buffers, counted bodies any count. All
-/// move elements, which are mono samples or stereo frames; ulFrames counts them in one buffer.
+/// The kernels of the mux classes. Fixed-count kernels accept one count of 24-in-32 buffers, any-count kernels up to 32
+/// or 64 buffers. All move elements, which are mono samples or stereo frames; ulFrames counts them in one buffer.
 ///
-/// Each has a Check, which tells whether the body takes its arguments, and looks at no sample. The body begins with it.
+/// Every kernel is called with (planes, count of planes, mux, frames, frames in memory). The last argument is the
+/// number of frames that every buffer has memory for. It bounds what a kernel moves, and nothing else: the checks, the
+/// block count and the tail are those of all frames.
 
-/// The frames that every buffer of a call has memory for. They bound what a kernel moves, and nothing else: the checks,
-/// the block count and the tail are those of all ulFrames.
 inline constexpr unsigned long kUnboundedFrames = ~0UL;
 
 inline constexpr unsigned long kBlockCount16Bits = 0xFFFF;
 inline constexpr unsigned long kBlockCountAllBits = ~0UL;
 
-/// What all block kernels have; how they differ is in their rows below.
 struct SZtaFixedCountKernel {
     unsigned long ulBuffers;        ///< any other count is ZT_E_INVALID_PARAMETER
-    unsigned long ulBlockFrames;    ///< so many frames make a block; the frames left over are the tail
-    unsigned long ulBlockCountMask; ///< where the count of blocks is 0 under this mask, hosts see the tail alone moved,
-                                    ///< from the starts of the buffers to the starts of the buffers
-    int iNullPointerStatus;         ///< the status of a null entry, or of no array
+    unsigned long ulBlockFrames;    ///< frames of a block; the frames after the last block are the tail
+    unsigned long ulBlockCountMask; ///< if the block count is 0 under this mask, only as many frames as the tail has
+                                    ///< are moved, at the start of the buffers. Hosts rely on it.
+    int iNullPointerStatus; ///< the status of a null plane, or of a null array
 
-    /// With ulFrames 0 there is nothing to refuse, and nothing is looked at. No block kernel looks at the mux.
-    int ValidateArguments(void* const* ppvBuffers, unsigned long ulBufferCount, const void* pvMux,
-                          unsigned long ulFrames) const noexcept;
+    /// Returns the status of the arguments. If ulFrames is 0, no argument is validated. The mux is never validated.
+    int ValidateArguments(void* const* ppvBuffers, unsigned long ulBufferCount, unsigned long ulFrames) const noexcept;
     unsigned long FramesToProcess(unsigned long ulFrames) const noexcept;
 };
 
@@ -34,21 +32,22 @@ struct SZtaFixedCountInterleave : SZtaFixedCountKernel {
     ZtaInterleave SZtaSampleLoops::*pfnLoop;
 
     int operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
-                   unsigned long ulMaxFrames = kUnboundedFrames) const noexcept;
+                   unsigned long ulMaxFrames) const noexcept;
 };
 
 struct SZtaFixedCountDeinterleave : SZtaFixedCountKernel {
     ZtaDeinterleave SZtaSampleLoops::*pfnLoop;
-    bool bRepeatsTailChannels; ///< of a tail of 3 frames, hosts see the third with channels 8 to 11 also in 12 to 15
+    bool bRepeatsTailChannels; ///< the third frame of a tail of 3 repeats channels 8 to 11 in 12 to 15. Hosts rely on
+                               ///< it.
 
-    int operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount, unsigned long ulFrames,
-                   unsigned long ulMaxFrames = kUnboundedFrames) const noexcept;
+    int operator()(void** ppvDestinations, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
+                   unsigned long ulMaxFrames) const noexcept;
 };
 
-/// What all counted bodies have. Outside the counts, or with no frame, the status is ZT_E_INVALID_PARAMETER. The array
-/// is used up: each entry that was moved points behind its data afterwards.
+/// Any-count kernels reject other counts, and calls without frames, with ZT_E_INVALID_PARAMETER. On return, each
+/// pointer in the array points past the processed data.
 struct SZtaAnyCountKernel {
-    unsigned long ulMaxBuffers; ///< 2 is the least
+    unsigned long ulMaxBuffers; ///< the minimum is 2
     unsigned long ulElementBytes;
 
     bool Accepts(unsigned long ulBufferCount, unsigned long ulFrames) const noexcept;
@@ -57,28 +56,28 @@ struct SZtaAnyCountKernel {
 
 struct SZtaAnyCountInterleave : SZtaAnyCountKernel {
     ZtaInterleave SZtaSampleLoops::*pfnLoop;
-    bool bValidatesPointers; ///< a null entry, or no array, is ZT_E_INVALID_PARAMETER; otherwise no array is silence in
-                             ///< the mux, and the entries must be good
+    bool bValidatesPointers; ///< true: a null plane or array is ZT_E_INVALID_PARAMETER. false: planes must not be null,
+                             ///< and a null array fills the mux with silence
 
     int ValidateArguments(void* const* ppvSources, unsigned long ulBufferCount, const void* pvMux,
                           unsigned long ulFrames) const noexcept;
     int operator()(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
-                   unsigned long ulMaxFrames = kUnboundedFrames) const noexcept;
+                   unsigned long ulMaxFrames) const noexcept;
 };
 
-/// With no mux the destinations receive silence.
+/// A null mux fills the destinations with silence.
 struct SZtaAnyCountDeinterleave : SZtaAnyCountKernel {
     ZtaDeinterleave SZtaSampleLoops::*pfnLoop;
 
-    int ValidateArguments(void* const* ppvDestinations, unsigned long ulBufferCount, const void* pvMux,
+    int ValidateArguments(void* const* ppvDestinations, unsigned long ulBufferCount,
                           unsigned long ulFrames) const noexcept;
-    int operator()(void* pvMux, void** ppvDestinations, unsigned long ulBufferCount, unsigned long ulFrames,
-                   unsigned long ulMaxFrames = kUnboundedFrames) const noexcept;
+    int operator()(void** ppvDestinations, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
+                   unsigned long ulMaxFrames) const noexcept;
 };
 
 // clang-format off
 
-//                                                      buffers, block, its mask,          null entry
+//                                                      buffers, block, its mask,          null plane
 inline constexpr SZtaFixedCountInterleave kInterleave4Mono   = {{ 4,  4,     kBlockCount16Bits, ZT_E_INVALID_PARAMETER},
                                                            &SZtaSampleLoops::pfnInterleave4};
 inline constexpr SZtaFixedCountInterleave kInterleave8Mono   = {{ 8,  4,     kBlockCount16Bits, ZT_E_INVALID_PARAMETER},
@@ -105,7 +104,7 @@ inline constexpr SZtaFixedCountDeinterleave kDeinterleave4Stereo = {{ 4, 2, kBlo
 inline constexpr SZtaFixedCountDeinterleave kDeinterleave8Stereo = {{ 8, 2, kBlockCount16Bits, ZT_E_INVALID_POINTER},
                                                  &SZtaSampleLoops::pfnDeinterleave8, false};
 
-//                                                             most buffers, bytes,           loop, looks at entries
+//                                                             most buffers, bytes,           loop, validates pointers
 inline constexpr SZtaAnyCountInterleave kInterleaveMono24In32   = {{64, 4}, &SZtaSampleLoops::pfnInterleave4, false};
 inline constexpr SZtaAnyCountInterleave kInterleaveMono24In24   = {{64, 3}, &SZtaSampleLoops::pfnInterleave3, true};
 inline constexpr SZtaAnyCountInterleave kInterleaveMono16In16   = {{64, 2}, &SZtaSampleLoops::pfnInterleave2, false};
@@ -122,7 +121,7 @@ inline constexpr SZtaAnyCountDeinterleave kDeinterleaveStereo16In16 = {{32, 4}, 
 
 // clang-format on
 
-/// A kernel with a bound, for a table with one entry for each format pair.
+/// A kernel as a function, for tables.
 using ZtaMuxKernel = int (*)(void** ppvBuffers, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
                              unsigned long ulMaxFrames) noexcept;
 
@@ -130,9 +129,5 @@ template <const auto& rsKernel>
 int ZtaCallMuxKernel(void** ppvBuffers, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames,
                      unsigned long ulMaxFrames) noexcept
 {
-    if constexpr (requires { rsKernel(ppvBuffers, ulBufferCount, pvMux, ulFrames, ulMaxFrames); }) {
-        return rsKernel(ppvBuffers, ulBufferCount, pvMux, ulFrames, ulMaxFrames);
-    } else {
-        return rsKernel(pvMux, ppvBuffers, ulBufferCount, ulFrames, ulMaxFrames);
-    }
+    return rsKernel(ppvBuffers, ulBufferCount, pvMux, ulFrames, ulMaxFrames);
 }

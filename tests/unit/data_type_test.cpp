@@ -314,6 +314,62 @@ TEST(ConvertMultiFormatTo16In16, TakesTheUpper16BitsOfTheAudioField)
     EXPECT_EQ(narrowing.output.data, (Bytes{0x34, 0x12, 0x00, 0x80}));
 }
 
+/// Two buffers on one memory.
+TEST(ConvertMultiFormatTo16In16, ConvertsInPlace)
+{
+    class SharedBuffer final : public IZtAudioSamples {
+    public:
+        SharedBuffer(Bytes& memory, unsigned long words) : memory_(memory), words_(words) {}
+        int QueryInterface(const _GUID&, void**) override { return E_NOINTERFACE; }
+        unsigned long AddRef() override { return 2; }
+        unsigned long Release() override { return 1; }
+        int MarkWriteStartTime() override { return 0; }
+        int MarkWriteStopTime() override { return 0; }
+        int SignalReadCompletion() override { return 0; }
+        int SignalWriteCompletion() override { return 0; }
+        int SetErrorCode(int) override { return 0; }
+        int GetErrorCode(int*) override { return 0; }
+        int SetPolarity(std::uint32_t) override { return 0; }
+        int SetWaveFormat(SZtaWaveFormatInfo*) override { return 0; }
+        int GetAudioSamplesDescription(SZtAudioSamplesDescription*) override { return 0; }
+        int GetBufferAndLength(void** buffer, unsigned long* bytes) override
+        {
+            *buffer = memory_.data();
+            *bytes = memory_.size();
+            return 0;
+        }
+        int GetBufferCapacity(unsigned long*) override { return 0; }
+        int GetLengthInSampleFrames(unsigned long* frames) override
+        {
+            *frames = words_;
+            return 0;
+        }
+        int SetFadeIn(bool) override { return 0; }
+        int SetFadeOut(bool) override { return 0; }
+        int SetLength(unsigned long) override { return 0; }
+
+    private:
+        Bytes& memory_;
+        unsigned long words_;
+    };
+
+    SZtAudioSamplesDescription description{};
+    description.sWaveFormat.ulChannels = 1;
+    for (unsigned long words = 0; words < 500; ++words) {
+        Bytes memory(words * 4);
+        for (std::size_t i = 0; i < memory.size(); ++i) {
+            memory[i] = static_cast<std::uint8_t>(i * 151 + i / 256);
+        }
+        const Bytes expected = Expected(models::ConvertMultiFormatTo16In16, memory, words, 2);
+        SharedBuffer input(memory, words);
+        SharedBuffer output(memory, words);
+        EXPECT_EQ(CZtaConvertDataType().ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(&input, &description, &output),
+                  0);
+        memory.resize(expected.size());
+        ASSERT_EQ(memory, expected) << words;
+    }
+}
+
 TEST(ConvertMultiFormatTo16In16, ConvertsAllChannelsOfTheDescriptionAndLeavesTheLengthAlone)
 {
     for (std::uint32_t channels : {1u, 2u, 7u}) {

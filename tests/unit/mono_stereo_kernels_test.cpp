@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <random>
+#include <thread>
 
 namespace {
 
@@ -616,6 +618,85 @@ TEST(ConvertStereoToMono, ReturnsTheFailureOfAKernelWithoutSettingLengths)
 }
 
 /// All known formats in all combinations: only the rows' pairs pass.
+TEST(ConvertMonoToStereo, ReadsAnInputWithoutAPointerAsSilence)
+{
+    CZtaConvertMonoToStereo interleaver;
+    for (const Row& row : kRows) {
+        for (const bool leftIsNull : {true, false}) {
+            FakeAudioSamples left = Filled(row.monoFormat, 11, 11);
+            FakeAudioSamples right = Filled(row.monoFormat, 11, 11);
+            FakeAudioSamples stereo = Filled(row.stereoFormat, 11, 11);
+            (leftIsNull ? left : right).data = Bytes();
+            EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &stereo), 0) << row.mono;
+            EXPECT_EQ(stereo.data, Interleaved(left.data, right.data, 11, row.bytes)) << row.mono;
+        }
+    }
+}
+
+TEST(ConvertStereoToMono, DropsAnOutputWithoutAPointer)
+{
+    CZtaConvertStereoToMono splitter;
+    for (const Row& row : kRows) {
+        for (const std::size_t dropped : {0U, 1U}) {
+            FakeAudioSamples stereo = Filled(row.stereoFormat, 11, 11);
+            FakeAudioSamples outputs[] = {Filled(row.monoFormat, 11, 11), Filled(row.monoFormat, 11, 11)};
+            outputs[dropped].data = Bytes();
+            EXPECT_EQ(splitter.ConvertStereoToMono(&stereo, &outputs[0], &outputs[1]), 0) << row.stereo;
+            EXPECT_EQ(outputs[1 - dropped].data, SideOf(stereo.data, 1 - dropped, 11, row.bytes)) << row.stereo;
+            EXPECT_EQ(outputs[dropped].lengthsSet, std::vector<unsigned long>{11 * row.bytes}) << row.stereo;
+        }
+    }
+}
+
+TEST(ConvertStereoToMono, WritesSilenceWithoutAnInputPointerOnlyIn24In24)
+{
+    CZtaConvertStereoToMono splitter;
+    for (const Row& row : kRows) {
+        FakeAudioSamples stereo(row.stereoFormat, 11, 11);
+        stereo.data = Bytes();
+        FakeAudioSamples left = Filled(row.monoFormat, 11, 11);
+        FakeAudioSamples right = Filled(row.monoFormat, 11, 11);
+        const Bytes leftBefore = left.data;
+        const Bytes rightBefore = right.data;
+        EXPECT_EQ(splitter.ConvertStereoToMono(&stereo, &left, &right), 0) << row.stereo;
+        EXPECT_EQ(left.data, row.bytes == 3 ? Bytes(33) : leftBefore) << row.stereo;
+        EXPECT_EQ(right.data, row.bytes == 3 ? Bytes(33) : rightBefore) << row.stereo;
+        for (const FakeAudioSamples* output : {&left, &right}) {
+            EXPECT_EQ(output->lengthsSet, std::vector<unsigned long>{11 * row.bytes}) << row.stereo;
+        }
+    }
+}
+
+TEST(MonoStereoOperations, ServeSeveralThreadsWithOneObject)
+{
+    CZtaConvertMonoToStereo interleaver;
+    CZtaConvertStereoToMono splitter;
+    const auto work = [&](const Row& row, const Bytes& input, bool& isRight) {
+        Bytes left(input.size() / 2);
+        Bytes right(input.size() / 2);
+        Bytes stereo(input.size());
+        const unsigned long frames = left.size() / row.bytes;
+        for (int i = 0; i < 300; ++i) {
+            Bytes source = input;
+            isRight = isRight && (splitter.*row.split)(frames, source.data(), left.data(), right.data()) == 0 &&
+                      (interleaver.*row.interleave)(frames, left.data(), right.data(), stereo.data()) == 0 &&
+                      stereo == input && left == SideOf(input, 0, frames, row.bytes);
+        }
+    };
+    bool isRight[std::size(kRows)];
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < std::size(kRows); ++i) {
+        isRight[i] = true;
+        threads.emplace_back(work, std::cref(kRows[i]), RandomBytes(2 * 333 * kRows[i].bytes), std::ref(isRight[i]));
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const bool right : isRight) {
+        EXPECT_TRUE(right);
+    }
+}
+
 TEST(MonoStereoOperations, HaveNoRowForOtherPairs)
 {
     CZtaConvertMonoToStereo interleaver;

@@ -468,6 +468,83 @@ TEST(MuxOperations, CheckPointersThoughNoFrameFits)
     }
 }
 
+TEST(MuxOperations, RejectASuccessfulQueryWithoutAPointer)
+{
+    for (const Operation* operation : kOperations) {
+        for (const MuxCase& row : *operation->rows) {
+            const bool anyCount = row.blockFrames == 0;
+            const bool packed = operation->Layout(row) >= 20;
+            if (operation->assembles && anyCount && !packed) {
+                continue; // the sources must not be null
+            }
+            int nullPlane = kInvalidPointer;
+            if (operation->assembles && std::string(row.name) != "Convert16MonoToMux16") {
+                nullPlane = kInvalidParameter;
+            }
+            for (const unsigned long i : {0UL, row.buffers - 1}) {
+                Call call(*operation, row, 5);
+                call.buffers[i].data = Bytes();
+                const Call before = call;
+                EXPECT_EQ(call.Run(), nullPlane) << row.name;
+                EXPECT_TRUE(call.IsUntouched(before)) << row.name;
+            }
+        }
+    }
+}
+
+TEST(MuxOperations, AcceptPositiveStatusesOfTheArray)
+{
+    for (const Operation* operation : kOperations) {
+        const MuxCase& row = operation->rows->front();
+        for (int FakeAudioSamples::*status : {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus,
+                                              &FakeAudioSamples::capacityStatus}) {
+            for (unsigned long i = 0; i < row.buffers; ++i) {
+                Call call(*operation, row, 4);
+                const Bytes muxed = call.mux.data;
+                call.buffers[i].*status = 7;
+                EXPECT_EQ(call.Run(), 0) << row.name << " " << i;
+                EXPECT_EQ(Muxed(call.Samples(), row.elementBytes, 4), operation->assembles ? call.mux.data : muxed);
+            }
+        }
+    }
+}
+
+TEST(MuxSplit, GivesABufferThatOccursTwiceItsLastChannel)
+{
+    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
+        for (const MuxCase& row : *operation->rows) {
+            for (const unsigned long frames : {1UL, 5UL, 64UL, 200UL}) {
+                Call call(*operation, row, frames);
+                Call separate = call;
+                std::vector<IZtAudioSamples*> pointers;
+                for (FakeAudioSamples& buffer : call.buffers) {
+                    pointers.push_back(&buffer);
+                }
+                pointers.front() = pointers.back();
+                EXPECT_EQ(operation->Run(pointers.data(), pointers.size(), &call.mux, nullptr, 0), 0) << row.name;
+                EXPECT_EQ(separate.Run(), 0) << row.name;
+                std::vector<Bytes> expected = separate.Samples();
+                expected.front() = call.buffers.front().data; // of a buffer that the call does not have
+                EXPECT_EQ(call.Samples(), expected) << row.name << " " << frames;
+                EXPECT_EQ(call.buffers.back().lengthsSet.size(), 2U) << row.name;
+            }
+        }
+    }
+}
+
+TEST(MuxSplit, AppliesTheVolumesOfABufferThatOccursTwiceOneAfterTheOther)
+{
+    const MuxCase& row = kMuxToMonoRows[0];
+    Call call(kMuxToMono, row, 8);
+    Fill(call.mux.data, 0x10000000);
+    std::vector<IZtAudioSamples*> pointers(4, &call.buffers[3]);
+    Volumes volumes = Flat(4, 0.5f);
+    EXPECT_EQ(kMuxToMono.Run(pointers.data(), 4, &call.mux, volumes.data(), 4), 0);
+    for (std::size_t f = 0; f < 8; ++f) {
+        EXPECT_EQ(Word(call.buffers[3].data, f), 0x01000000U);
+    }
+}
+
 TEST(MuxOperations, CountWholeFrames)
 {
     for (const Operation* operation : kOperations) {

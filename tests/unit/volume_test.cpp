@@ -689,6 +689,19 @@ TEST(ApplyVolume, PassesOnTheFailuresOfAKernelWithoutSettingTheLength)
     EXPECT_TRUE(output.lengthsSet.empty());
 }
 
+TEST(ApplyVolume, RejectsASuccessfulQueryWithoutAPointer)
+{
+    for (const bool inputIsNull : {true, false}) {
+        FakeAudioSamples input(WaveFormat(1, 32, 24, 48000, 8), 5, 5);
+        FakeAudioSamples output = input;
+        (inputIsNull ? input : output).data.clear();
+        (inputIsNull ? input : output).data.shrink_to_fit();
+        SZtAudioMonoVolumeInfo volumes[8] = {};
+        EXPECT_EQ(CZtaApplyVolume().ApplyVolume(&input, &output, volumes, 8), static_cast<int>(0x89998045));
+        EXPECT_TRUE(output.lengthsSet.empty());
+    }
+}
+
 TEST(ApplyVolume, LooksAtNoRecordsWithoutFrames)
 {
     CZtaApplyVolume volume;

@@ -9,8 +9,8 @@
 
 namespace {
 
-/// Formats that differ in their channel count alone. Counts are the powers of two up to `ulMaxChannels`; the properties
-/// follow one another from that of the mono format.
+/// Formats that differ only in the channel count, which is a power of two up to `ulMaxChannels`. Their properties are
+/// consecutive, beginning with that of the mono format.
 struct SFormatFamily {
     EZtAudioDataType eDataType;
     std::uint32_t ulBitsPerSample;
@@ -22,8 +22,8 @@ struct SFormatFamily {
 
 // clang-format off
 
-// Words of 32 bits with a 16-bit sample go by the name of 16-in-16, so a property does not tell the frame size. 20 bits
-// are taken as 24.
+// 16-bit samples in 32-bit containers are classified as 16-in-16: the frame size does not follow from the property. 20
+// valid bits are classified as 24.
 constexpr SFormatFamily kFormatFamilies[] = {
     {keZtAudioDataTypePcm,         16, 16, 48000, 64, keZtAudioSampleFormat16In16Mono},
     {keZtAudioDataTypePcm,         32, 16, 48000,  2, keZtAudioSampleFormat16In16Mono},
@@ -54,14 +54,14 @@ EZtAudioSampleFormatProperty Classify(const SZtaWaveFormatInfo& rsFormat)
             return static_cast<EZtAudioSampleFormatProperty>(rsFamily.eMono + static_cast<std::uint32_t>(iDoublings));
         }
     }
-    // Whatever its data type, rate and channels: such a buffer can be digested, and is refused by the searches.
+    // With any data type, rate and channel count: such a buffer can be queried, and no table entry has this property.
     if (rsFormat.ulBitsPerSample == 32 && rsFormat.ulValidBitsPerSample == 24) {
         return keZtAudioSampleFormat24In32Other;
     }
     return keZtAudioSampleFormatInvalid;
 }
 
-// The layouts at 48000 Hz that a class which works in place may suggest.
+// The layouts at 48000 Hz that SuggestFormatSingleBuffer may suggest.
 bool IsMono(EZtAudioSampleFormatProperty eProperty)
 {
     return eProperty == keZtAudioSampleFormat16In16Mono || eProperty == keZtAudioSampleFormat24In32Mono ||
@@ -98,8 +98,7 @@ int SZtaBufferProperties::Query(IZtAudioSamples* pSamples)
 
 CZtaAudioProcessingUtil::CZtaAudioProcessingUtil()
 {
-    // Asking the processor can be slow under a virtual machine: kernels are made off the real-time path, so that no
-    // operation has to.
+    // Detects the CPU features now, outside the real-time path: CPUID is slow in a virtual machine.
     ZtaActiveLoops();
 }
 
@@ -149,9 +148,9 @@ int CZtaAudioProcessingUtil::ValidateProcessingFormatAndGetFunctionIndex(
     SZtAListOfProcessingFormatsAndFunctionIndex* psList, int* piFunctionIndex)
 {
     for (int i = 0; i < psList->iFormatCount; ++i) {
-        const SZtAProcessingFormatAndFunctionIndex& rsRow = psList->psFormats[i];
-        if (rsRow.eInputFormat == eInput && rsRow.eOutputFormat == eOutput) {
-            *piFunctionIndex = rsRow.iFunctionIndex;
+        const SZtAProcessingFormatAndFunctionIndex& rsEntry = psList->psFormats[i];
+        if (rsEntry.eInputFormat == eInput && rsEntry.eOutputFormat == eOutput) {
+            *piFunctionIndex = rsEntry.iFunctionIndex;
             return ZT_NOERROR;
         }
     }
@@ -182,30 +181,30 @@ int CZtaAudioProcessingUtil::SuggestFormatInOutBuffers(SZtaWaveFormatInfo* psIn,
     }
 
     const int iCount = m_psProcessingFormats->iFormatCount;
-    const SZtAProcessingFormatAndFunctionIndex* const psRows = m_psProcessingFormats->psFormats;
+    const SZtAProcessingFormatAndFunctionIndex* const psEntries = m_psProcessingFormats->psFormats;
     if (iCount < 1) {
         return iStatus;
     }
     for (int i = 0; i < iCount; ++i) {
-        if (psRows[i].eOutputFormat == eOutput) {
-            *psSuggestedIn = g_asFormatOfProperty[psRows[i].eInputFormat];
+        if (psEntries[i].eOutputFormat == eOutput) {
+            *psSuggestedIn = g_asFormatOfProperty[psEntries[i].eInputFormat];
             *psSuggestedOut = *psOut;
             return ZT_NOERROR;
         }
     }
     for (int i = 0; i < iCount; ++i) {
-        if (psRows[i].eInputFormat == eInput) {
+        if (psEntries[i].eInputFormat == eInput) {
             *psSuggestedIn = *psIn;
-            *psSuggestedOut = g_asFormatOfProperty[psRows[i].eOutputFormat];
+            *psSuggestedOut = g_asFormatOfProperty[psEntries[i].eOutputFormat];
             return ZT_NOERROR;
         }
     }
-    // Hosts rely on the first row for stereo at 44100 Hz, and on the last one for all others, mono at 44100 Hz
-    // included.
-    const SZtAProcessingFormatAndFunctionIndex& rsRow =
-        psRows[eInput == keZtAudioSampleFormat16In16Stereo44k ? 0 : iCount - 1];
-    *psSuggestedIn = g_asFormatOfProperty[rsRow.eInputFormat];
-    *psSuggestedOut = g_asFormatOfProperty[rsRow.eOutputFormat];
+    // Required behavior: the first entry for stereo at 44100 Hz, the last one for all other formats, including mono at
+    // 44100 Hz.
+    const SZtAProcessingFormatAndFunctionIndex& rsEntry =
+        psEntries[eInput == keZtAudioSampleFormat16In16Stereo44k ? 0 : iCount - 1];
+    *psSuggestedIn = g_asFormatOfProperty[rsEntry.eInputFormat];
+    *psSuggestedOut = g_asFormatOfProperty[rsEntry.eOutputFormat];
     return ZT_NOERROR;
 }
 
@@ -224,7 +223,7 @@ int CZtaAudioProcessingUtil::SuggestFormatSingleBuffer(SZtaWaveFormatInfo* psFor
         return ZT_NOERROR;
     }
 
-    // Anything but mono at 48000 Hz is answered with stereo.
+    // Required behavior: stereo for every format but mono at 48000 Hz.
     const auto Fits = IsMono(eProperty) ? IsMono : IsStereo;
     for (int i = m_psProcessingFormats->iFormatCount - 1; i >= 0; --i) {
         const EZtAudioSampleFormatProperty eCandidate = m_psProcessingFormats->psFormats[i].eInputFormat;

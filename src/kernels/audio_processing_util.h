@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-/// One thing that a kernel class does. The order of a class's rows is behaviour: searches take the first hit.
+/// An entry of a kernel table. The order of entries is observable: searches return the first match.
 struct ZTA_API SZtAProcessingFormatAndFunctionIndex {
     EZtAudioSampleFormatProperty eInputFormat;
     EZtAudioSampleFormatProperty eOutputFormat;
@@ -18,19 +18,19 @@ struct ZTA_API SZtAListOfProcessingFormatsAndFunctionIndex {
     SZtAProcessingFormatAndFunctionIndex* psFormats;
 };
 
-/// By a mask: without an instruction for it, std::has_single_bit counts all bits.
+/// Uses a mask: without a population count instruction, std::has_single_bit counts bit by bit.
 constexpr bool ZtaIsPowerOfTwo(unsigned long ul)
 {
     return ul != 0 && (ul & (ul - 1)) == 0;
 }
 
-/// Container bits beyond whole bytes do not count.
+/// Ignores container bits beyond whole bytes.
 constexpr std::uint32_t ZtaBytesPerFrame(const SZtaWaveFormatInfo& rsFormat)
 {
     return rsFormat.ulBitsPerSample / 8 * rsFormat.ulChannels;
 }
 
-/// The digest of a buffer. The caller sets `sDescription.ulSize` to 40 before it asks for one.
+/// The buffer info. The caller sets `sDescription.ulSize` to 40 before the query.
 struct ZTA_API SZtAudioBufferInformations {
     void* pvBuffer;                 ///< the first sample
     unsigned long ulValidFrames;    ///< sample frames of valid data
@@ -60,47 +60,46 @@ struct SZtaBufferProperties {
     }
 };
 
-/// The base of every kernel class: it reduces wave formats to the few layouts that kernels know and searches the
-/// derived class's rows.
+/// The base of every kernel class: classifies wave formats and searches the kernel table of the derived class.
 ///
-/// Statuses of the host's buffers are passed on unchanged. Nothing here changes an object, so several threads may ask
-/// one kernel object about formats. [any thread] [no allocation] [no lock]
+/// Returns the status codes of host calls unchanged. No function changes the object: several threads may use it. [any
+/// thread] [no allocation] [no lock]
 class ZTA_API CZtaAudioProcessingUtil {
 public:
-    /// The derived constructor points `m_psProcessingFormats` at its own list.
+    /// The derived constructor sets `m_psProcessingFormats` to its own list.
     CZtaAudioProcessingUtil();
     CZtaAudioProcessingUtil(const CZtaAudioProcessingUtil&) = delete;
     CZtaAudioProcessingUtil& operator=(const CZtaAudioProcessingUtil&) = delete;
     virtual ~CZtaAudioProcessingUtil();
 
     /// Classifies a format.
-    /// Errors  ZT_E_FORMAT_NOT_SUPPORTED: no property fits; `*peProperty` is then 0
+    /// Errors  ZT_E_FORMAT_NOT_SUPPORTED  no property matches; `*peProperty` is then 0
     int GetSampleFormat(SZtaWaveFormatInfo* psFormat, EZtAudioSampleFormatProperty* peProperty);
 
-    /// Digests a buffer. On ZT_E_FORMAT_NOT_SUPPORTED all other outputs have been written. The buffer's frame must
-    /// have at least one byte.
+    /// Queries the buffer info. On ZT_E_FORMAT_NOT_SUPPORTED all other outputs are written. The frame size of the
+    /// buffer must not be 0.
     int GetBufferInformations(IZtAudioSamples* pSamples, void** ppvBuffer, unsigned long* pulValidFrames,
                               unsigned long* pulCapacityFrames, int* piBytesPerFrame,
                               EZtAudioSampleFormatProperty* peFormat, SZtAudioSamplesDescription* psDescription);
     int GetBufferInformations(IZtAudioSamples* pSamples, SZtAudioBufferInformations* psInformations);
 
-    /// Finds the first row of a pair.
-    /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED: no row; `*piFunctionIndex` is left alone
+    /// Finds the first table entry of a pair.
+    /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry; `*piFunctionIndex` is not written
     int ValidateProcessingFormatAndGetFunctionIndex(EZtAudioSampleFormatProperty eInput,
                                                     EZtAudioSampleFormatProperty eOutput,
                                                     SZtAListOfProcessingFormatsAndFunctionIndex* psList,
                                                     int* piFunctionIndex);
 
-    /// Suggests formats near the given ones that a row processes: the pair itself, else another input, else another
-    /// output, else a whole row. Succeeds whenever both formats can be classified.
+    /// Suggests formats near the given ones that a table entry processes: the pair itself, else another input, else
+    /// another output, else both of an entry. Succeeds if both formats can be classified.
     int SuggestFormatInOutBuffers(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut,
                                   SZtaWaveFormatInfo* psSuggestedIn, SZtaWaveFormatInfo* psSuggestedOut);
 
-    /// The same for a class that works in place.
-    /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED: nothing fits; `*psSuggested` is left alone
+    /// The same for a class that processes in place.
+    /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no entry matches; `*psSuggested` is not written
     int SuggestFormatSingleBuffer(SZtaWaveFormatInfo* psFormat, SZtaWaveFormatInfo* psSuggested);
 
-    /// A format that cannot be classified is an error; one that no row processes is success with false.
+    /// Fails for a format that cannot be classified. Succeeds with false for one that no table entry processes.
     int QueryFormatSupportedInOutBuffers(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported);
     int QueryFormatSupportedSingleBuffer(SZtaWaveFormatInfo* psFormat, bool* pbSupported);
 
@@ -110,5 +109,5 @@ protected:
     friend struct SZtLayoutProbe;
 };
 
-/// `fValue` in decibels relative to `fReference`; -999.9 for a value of zero.
+/// Returns `fValue` in decibels relative to `fReference`, or -999.9 if `fValue` is 0.
 ZTA_API float ConvertToDBFS(float fValue, float fReference);

@@ -5,17 +5,12 @@
 
 #include <zta/status.h>
 
-#include <iterator>
-
 namespace {
 
-#define ZTA_BIT_DEPTH_ENTRY(in, out, name, arithmetic, samples) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},
-constexpr SZtaFormatPair kPairs[] = {ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)};
-#undef ZTA_BIT_DEPTH_ENTRY
-static_assert(std::size(kPairs) == 36 && ZtaPairsAreUnique(kPairs));
+static_assert(ZtaPairsAreUnique({ZTA_BIT_DEPTH_LIST(ZTA_FORMAT_PAIR)}));
 
-/// Runs a loop over as many whole frames as it takes to consume the input's bytes; the last of them may reach beyond
-/// these. Frames without samples consume nothing.
+/// Converts whole frames until all bytes of the input are consumed. The last frame may reach beyond them. Frames
+/// without samples consume nothing.
 int ConvertWholeFrames(ZtaConversion pfnLoop, unsigned long ulInputSample, unsigned long ulOutputSample,
                        unsigned long ulChannels, unsigned long ulInputBytes, const void* pvInput,
                        unsigned long ulOutputBytes, void* pvOutput)
@@ -26,19 +21,16 @@ int ConvertWholeFrames(ZtaConversion pfnLoop, unsigned long ulInputSample, unsig
         ulSamples = (ulInputBytes / ulFrameBytes + (ulInputBytes % ulFrameBytes != 0)) * ulChannels;
     }
     pfnLoop(pvInput, pvOutput, ulSamples);
-    const bool bAsTold = ulSamples * ulInputSample == ulInputBytes && ulSamples * ulOutputSample == ulOutputBytes;
-    return bAsTold ? ZT_NOERROR : ZT_E_BUFFER_SIZE_MISMATCH;
+    const bool bSizesMatch = ulSamples * ulInputSample == ulInputBytes && ulSamples * ulOutputSample == ulOutputBytes;
+    return bSizesMatch ? ZT_NOERROR : ZT_E_BUFFER_SIZE_MISMATCH;
 }
 
 } // namespace
 
-#define ZTA_BIT_DEPTH_ENTRY(in, out, name, arithmetic, samples)                                                        \
-    {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, &CZtaConvertBitDepth::name},
-CZtaConvertBitDepth::CZtaConvertBitDepth() : m_oTable({ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)})
+CZtaConvertBitDepth::CZtaConvertBitDepth() : m_oTable({ZTA_BIT_DEPTH_LIST(ZTA_TABLE_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_BIT_DEPTH_ENTRY
 
 CZtaConvertBitDepth::~CZtaConvertBitDepth() = default;
 
@@ -68,10 +60,10 @@ int CZtaConvertBitDepth::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWave
     return QueryFormatSupportedInOutBuffers(psIn, psOut, pbSupported);
 }
 
-#define ZTA_BIT_DEPTH_ENTRY(in, out, name, arithmetic, samples)                                                        \
+#define ZTA_BIT_DEPTH_ENTRY(in, out, name, loop, samples)                                                              \
     int CZtaConvertBitDepth::name(unsigned long ulFrames, void* pvInput, void* pvOutput)                               \
     {                                                                                                                  \
-        ZtaActiveLoops().pfn##arithmetic(pvInput, pvOutput, ulFrames*(samples));                                       \
+        ZtaActiveLoops().pfn##loop(pvInput, pvOutput, ulFrames*(samples));                                             \
         return ZT_NOERROR;                                                                                             \
     }
 ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)

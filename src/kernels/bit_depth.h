@@ -5,17 +5,17 @@
 
 /// Converts between the sample layouts of one channel count and rate: 16-in-16, 24-in-32, 24-in-24 and float.
 ///
-/// Narrowing drops low bits, float to integer truncates towards zero, and nothing saturates. Kernels have no state: one
-/// object serves several threads on different buffers. [any thread] [no allocation] [no lock]
+/// Narrowing drops low bits, float to integer truncates towards zero, and nothing saturates. Kernels have no state:
+/// several threads may use one object on different buffers. [any thread] [no allocation] [no lock]
 class ZTA_API CZtaConvertBitDepth : public CZtaAudioProcessingUtil {
 public:
     CZtaConvertBitDepth();
     ~CZtaConvertBitDepth() override;
 
-    /// Converts the input's valid frames and sets the output's valid length to them.
+    /// Converts the valid frames of the input and sets the valid length of the output to them.
     /// Errors  ZT_E_FORMAT_NOT_SUPPORTED             a format that cannot be classified
-    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the output's capacity is below the input's valid frames
-    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no row for the pair
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the capacity of the output is below the valid frames of the input
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the pair
     ///         any other code                        from the buffers
     int ConvertBitDepth(IZtAudioSamples* pInput, IZtAudioSamples* pOutput);
 
@@ -23,15 +23,15 @@ public:
 
     // The kernels of the table. ulFrames counts sample frames; buffers may not overlap unless they are the same and
     // the conversion keeps the sample size. Each returns 0.
-#define ZTA_BIT_DEPTH_ENTRY(in, out, name, arithmetic, samples)                                                        \
+#define ZTA_BIT_DEPTH_ENTRY(in, out, name, loop, samples)                                                              \
     int name(unsigned long ulFrames, void* pvInput, void* pvOutput);
     ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)
 #undef ZTA_BIT_DEPTH_ENTRY
 
-    // Conversions of packed samples, by whole frames of ulChannels samples until ulInputBytes are consumed.
-    // bLsbAligned selects where the sample lies in its 32-bit word; the two directions are no inverse pair then.
-    // Errors  ZT_E_BUFFER_SIZE_MISMATCH: the frames done do not come to ulInputBytes and ulOutputBytes; they stay
-    //         written
+    // Conversions of whole frames of ulChannels samples until ulInputBytes are consumed. bLsbAligned selects the
+    // alignment in the 32-bit container; the two directions are then not inverse. Errors  ZT_E_BUFFER_SIZE_MISMATCH the
+    // converted frames differ in size from ulInputBytes or ulOutputBytes; the output
+    //                                    is written nevertheless
 
     /// b0 b1 becomes 0 b0 b0 b1, or b0 b1 0 0 if bLsbAligned.
     int ConvertBitDepth16To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,
@@ -46,9 +46,10 @@ public:
                               unsigned long ulOutputBytes, void* pvOutput, bool bLsbAligned);
 
 private:
-    using Function = int (CZtaConvertBitDepth::*)(unsigned long ulFrames, void* pvInput, void* pvOutput);
+    using Self = CZtaConvertBitDepth;
+    using Function = int (Self::*)(unsigned long ulFrames, void* pvInput, void* pvOutput);
 
-    TZtaKernelTable<Function, 36> m_oTable;
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_BIT_DEPTH_LIST)> m_oTable;
 
     friend struct SZtLayoutProbe;
 };

@@ -2,9 +2,9 @@
 
 // clang-format off
 
-/// What CZtaConvertBitDepth does, one row each:
-///   X(input layout, output layout, function, arithmetic, samples per frame)
-/// In the names "24" beside "16" or "32f" is 24-in-32; beside "32" it is 24-in-24, and "32" is 24-in-32.
+/// The kernel table of CZtaConvertBitDepth:
+///   X(input layout, output layout, kernel, loop, samples per frame)
+/// In the names, "24" beside "16" or "32f" is 24-in-32; beside "32" it is 24-in-24, and "32" is 24-in-32.
 #define ZTA_BIT_DEPTH_LIST(X) \
     X(16In16Mono,    24In32Mono,    ConvertBitDepthMono16To24,    16To24,   1) \
     X(16In16Stereo,  24In32Stereo,  ConvertBitDepthStereo16To24,  16To24,   2) \

@@ -5,25 +5,12 @@
 
 #include <zta/status.h>
 
-#include <iterator>
+static_assert(ZtaPairsAreUnique({ZTA_DATA_TYPE_LIST(ZTA_SAME_FORMAT_PAIR)}));
 
-namespace {
-
-#define ZTA_DATA_TYPE_ENTRY(layout, name, arithmetic, samples)                                                         \
-    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout},
-constexpr SZtaFormatPair kPairs[] = {ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)};
-#undef ZTA_DATA_TYPE_ENTRY
-static_assert(std::size(kPairs) == 10 && ZtaPairsAreUnique(kPairs));
-
-} // namespace
-
-#define ZTA_DATA_TYPE_ENTRY(layout, name, arithmetic, samples)                                                         \
-    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaConvertDataType::name},
-CZtaConvertDataType::CZtaConvertDataType() : m_oTable({ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)})
+CZtaConvertDataType::CZtaConvertDataType() : m_oTable({ZTA_DATA_TYPE_LIST(ZTA_SAME_FORMAT_TABLE_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_DATA_TYPE_ENTRY
 
 CZtaConvertDataType::~CZtaConvertDataType() = default;
 
@@ -53,10 +40,10 @@ int CZtaConvertDataType::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWave
     return QueryFormatSupportedInOutBuffers(psIn, psOut, pbSupported);
 }
 
-#define ZTA_DATA_TYPE_ENTRY(layout, name, arithmetic, samples)                                                         \
+#define ZTA_DATA_TYPE_ENTRY(layout, name, loop, samples)                                                               \
     int CZtaConvertDataType::name(unsigned long ulFrames, void* pvInput, void* pvOutput)                               \
     {                                                                                                                  \
-        ZtaActiveLoops().pfn##arithmetic(pvInput, pvOutput, ulFrames*(samples));                                       \
+        ZtaActiveLoops().pfn##loop(pvInput, pvOutput, ulFrames*(samples));                                             \
         return ZT_NOERROR;                                                                                             \
     }
 ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)
@@ -67,7 +54,7 @@ int CZtaConvertDataType::ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(
 {
     void* pvInput = nullptr;
     void* pvOutput = nullptr;
-    unsigned long ulBytes = 0; // the counts are told in frames
+    unsigned long ulBytes = 0; // not used: the lengths are compared in frames
     int iStatus = pInput->GetBufferAndLength(&pvInput, &ulBytes);
     if (iStatus < 0) {
         return iStatus;

@@ -4,8 +4,8 @@
 
 // clang-format off
 
-/// What CZtaConvertDataType does, one row each:
-///   X(layout on both sides, function, arithmetic, samples per frame)
+/// The kernel table of CZtaConvertDataType:
+///   X(layout of input and output, kernel, loop, samples per frame)
 #define ZTA_DATA_TYPE_LIST(X) \
     X(16In16Mono,   ConvertDataTypeMMFToPCM16bitMono,       MultiFormatTo16, 1) \
     X(16In16Stereo, ConvertDataTypeMMFToPCM16bitStereo,     MultiFormatTo16, 2) \
@@ -20,43 +20,45 @@
 
 // clang-format on
 
-/// Strips multi-format words down to plain PCM.
+/// Extracts the PCM samples of multi-format words.
 ///
 /// A multi-format word (MMF in the names) holds its audio field in bits 27 to 4, as an AES3 subframe does; a 16-bit
-/// sample fills bits 27 to 12. The other bits are dropped. Kernels have no state. [any thread] [no allocation]
+/// sample fills bits 27 to 12. The other bits are dropped. Kernels have no state: several threads may use one object on
+/// different buffers. [any thread] [no allocation]
 class ZTA_API CZtaConvertDataType : public CZtaAudioProcessingUtil {
 public:
     CZtaConvertDataType();
     ~CZtaConvertDataType() override;
 
-    /// Converts words of one size: the output has the input's layout, frame size and channel count. The output's valid
-    /// length is not set, and that the input is multi-format is not checked.
-    /// Errors  ZT_E_DESTINATION_BUFFER_TOO_SMALL     the output's capacity is below the input's valid frames
+    /// Converts to words of the same size. Input and output have the same layout, frame size and channel count. Does
+    /// not set the valid length of the output, and does not check that the input is multi-format. Errors
+    /// ZT_E_DESTINATION_BUFFER_TOO_SMALL     the capacity of the output is below the valid frames of the input
     ///         ZT_E_BUFFER_FORMAT_MISMATCH           layouts, frame sizes or channel counts differ
-    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no row for the layout
-    ///         any other code                        from the digest of the buffers
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the layout
+    ///         any other code                        from the buffers
     int ConvertDataType(IZtAudioSamples* pInput, IZtAudioSamples* pOutput);
 
     int QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported);
 
-    // The kernels of the table, on 32-bit words; in place is allowed. Each returns 0.
-#define ZTA_DATA_TYPE_ENTRY(layout, name, arithmetic, samples)                                                         \
+    // The kernels of the table, on 32-bit words. Input and output may be the same. Each returns 0.
+#define ZTA_DATA_TYPE_ENTRY(layout, name, loop, samples)                                                               \
     int name(unsigned long ulFrames, void* pvInput, void* pvOutput);
     ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)
 #undef ZTA_DATA_TYPE_ENTRY
 
-    /// Converts 16-bit multi-format words to 16-bit samples. The output's valid length is not set but must already be
-    /// the input's, in frames.
-    /// psDescription  the input's
-    /// Errors         ZT_E_BUFFER_SIZE_MISMATCH: the frame counts differ; any other code: from the buffers
+    /// Converts 16-bit multi-format words to 16-bit samples. Does not set the valid length of the output, which must
+    /// equal that of the input, in frames. psDescription  of the input Errors         ZT_E_BUFFER_SIZE_MISMATCH  the
+    /// frame counts differ
+    ///                any other code             from the buffers
     int ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(IZtAudioSamples* pInput,
                                                         const SZtAudioSamplesDescription* psDescription,
                                                         IZtAudioSamples* pOutput);
 
 private:
-    using Function = int (CZtaConvertDataType::*)(unsigned long ulFrames, void* pvInput, void* pvOutput);
+    using Self = CZtaConvertDataType;
+    using Function = int (Self::*)(unsigned long ulFrames, void* pvInput, void* pvOutput);
 
-    TZtaKernelTable<Function, 10> m_oTable;
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_DATA_TYPE_LIST)> m_oTable;
 
     friend struct SZtLayoutProbe;
 };

@@ -9,52 +9,52 @@
 
 namespace {
 
-/// What a kernel takes of the loops for each kind of word; the class's list names them.
-#define ZTA_FADE_ENTRY(law, bytes, gains)                                                                              \
-    struct law {                                                                                                       \
+/// The loop, the word size and the fade curve of each op.
+#define ZTA_FADE_ENTRY(op, bytes, gains)                                                                               \
+    struct op {                                                                                                        \
         static constexpr unsigned long kBytes = bytes;                                                                 \
         static constexpr auto& kGains = gains;                                                                         \
-        static constexpr auto pfnFade = &SZtaSampleLoops::pfnFade##law;                                                \
+        static constexpr auto pfnFade = &SZtaSampleLoops::pfnFade##op;                                                 \
     };
 ZTA_FADE_LOOP_LIST(ZTA_FADE_ENTRY)
 #undef ZTA_FADE_ENTRY
 
 enum class EFadeDirection { In, Out };
 
-/// What a kernel makes of a buffer shorter than the fade.
+/// The policy for a buffer shorter than the fade.
 enum class EShortBufferPolicy {
-    Fade,   ///< fades it with the first gains on the way in, the last ones on the way out
-    Reject, ///< leaves it as it is
+    Fade,   ///< fades all frames: in with the first gains of the curve, out with the last
+    Reject, ///< changes nothing and returns an error code
 };
 
-template <EFadeDirection eEnd, class Law, unsigned long ulWords, EShortBufferPolicy eShort>
+template <EFadeDirection eDirection, class Op, unsigned long ulWords, EShortBufferPolicy ePolicy>
 int Fade(unsigned long ulFadeFrames, unsigned long ulFrames, void* pvBuffer)
 {
-    if (eShort == EShortBufferPolicy::Reject && ulFrames < ulFadeFrames) {
+    if (ePolicy == EShortBufferPolicy::Reject && ulFrames < ulFadeFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     const unsigned long ulLength = std::min(ulFadeFrames, ulFrames);
-    if constexpr (eEnd == EFadeDirection::In) {
-        (ZtaActiveLoops().*Law::pfnFade)(pvBuffer, ulWords, ulLength, &Law::kGains[0], 1);
+    if constexpr (eDirection == EFadeDirection::In) {
+        (ZtaActiveLoops().*Op::pfnFade)(pvBuffer, ulWords, ulLength, &Op::kGains[0], 1);
     } else {
-        const unsigned long ulSkipped = (ulFrames - ulLength) * ulWords * Law::kBytes;
+        const unsigned long ulSkipped = (ulFrames - ulLength) * ulWords * Op::kBytes;
         auto* const pbStart = static_cast<unsigned char*>(pvBuffer) + ulSkipped;
-        (ZtaActiveLoops().*Law::pfnFade)(pbStart, ulWords, ulLength, &Law::kGains[ulFadeFrames - 1], -1);
+        (ZtaActiveLoops().*Op::pfnFade)(pbStart, ulWords, ulLength, &Op::kGains[ulFadeFrames - 1], -1);
     }
     return ZT_NOERROR;
 }
 
 } // namespace
 
-#define ZTA_FADE_IN(layout, fadeIn, fadeOut, law, words, shortBuffer)                                                  \
-    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaApplyFade::fadeIn},
-#define ZTA_FADE_OUT(layout, fadeIn, fadeOut, law, words, shortBuffer) &CZtaApplyFade::fadeOut,
+static_assert(ZtaPairsAreUnique({ZTA_FADE_LIST(ZTA_SAME_FORMAT_PAIR)}));
+
+#define ZTA_FADE_OUT(layout, fadeIn, fadeOut, ...) &CZtaApplyFade::fadeOut,
 CZtaApplyFade::CZtaApplyFade()
-    : m_ulFadeFrames(kFadeFrames), m_oFadeIn({ZTA_FADE_LIST(ZTA_FADE_IN)}), m_apfnFadeOut{ZTA_FADE_LIST(ZTA_FADE_OUT)}
+    : m_ulFadeFrames(kFadeFrames),
+      m_oFadeIn({ZTA_FADE_LIST(ZTA_SAME_FORMAT_TABLE_ENTRY)}), m_apfnFadeOut{ZTA_FADE_LIST(ZTA_FADE_OUT)}
 {
     m_psProcessingFormats = m_oFadeIn.List();
 }
-#undef ZTA_FADE_IN
 #undef ZTA_FADE_OUT
 
 CZtaApplyFade::~CZtaApplyFade() = default;
@@ -74,7 +74,7 @@ int CZtaApplyFade::ApplyFade(IZtAudioSamples* pSamples)
         return iStatus;
     }
 
-    // A fade-in that fails does not stop the fade-out, and only the last status counts.
+    // A failed fade-in does not prevent the fade-out. The last status is returned.
     if (sBuffer.sDescription.bFadeIn) {
         iStatus = (this->*m_oFadeIn[iFunctionIndex])(sBuffer.ulValidFrames, sBuffer.pvBuffer);
     }
@@ -94,16 +94,16 @@ int CZtaApplyFade::QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSu
     return QueryFormatSupportedSingleBuffer(psFormat, pbSupported);
 }
 
-#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, law, words, shortBuffer)                                               \
+#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, op, words, shortBuffer)                                                \
     int CZtaApplyFade::fadeIn(unsigned long ulFrames, void* pvBuffer)                                                  \
     {                                                                                                                  \
-        return Fade<EFadeDirection::In, law, words, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,         \
-                                                                                     pvBuffer);                        \
+        return Fade<EFadeDirection::In, op, words, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,          \
+                                                                                    pvBuffer);                         \
     }                                                                                                                  \
     int CZtaApplyFade::fadeOut(unsigned long ulFrames, void* pvBuffer)                                                 \
     {                                                                                                                  \
-        return Fade<EFadeDirection::Out, law, words, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,        \
-                                                                                      pvBuffer);                       \
+        return Fade<EFadeDirection::Out, op, words, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,         \
+                                                                                     pvBuffer);                        \
     }
 ZTA_FADE_LIST(ZTA_FADE_ENTRY)
 #undef ZTA_FADE_ENTRY

@@ -4,49 +4,50 @@
 
 // clang-format off
 
-/// What CZtaApplyFade does, one row each:
-///   X(layout, fade in, fade out, law of arithmetic, words per frame, what becomes of a buffer shorter than the fade)
+/// The kernel table of CZtaApplyFade:
+///   X(layout, fade-in, fade-out, op, words per frame, policy for a buffer shorter than the fade)
 #define ZTA_FADE_LIST(X) \
-    X(16In16Mono,   ApplyFadeIn16Mono,         ApplyFadeOut16Mono,         Int16,       1, Fade) \
+    X(16In16Mono,   ApplyFadeIn16Mono,         ApplyFadeOut16Mono,         Int16,        1, Fade) \
     X(16In16Stereo, ApplyFadeIn16Stereo,       ApplyFadeOut16Stereo,       StereoInt16,  1, Fade) \
-    X(24In32Mono,   ApplyFadeIn24Mono,         ApplyFadeOut24Mono,         Int24In32,     1, Fade) \
-    X(24In32Stereo, ApplyFadeIn24Stereo,       ApplyFadeOut24Stereo,       Int24In32,     2, Fade) \
+    X(24In32Mono,   ApplyFadeIn24Mono,         ApplyFadeOut24Mono,         Int24In32,    1, Fade) \
+    X(24In32Stereo, ApplyFadeIn24Stereo,       ApplyFadeOut24Stereo,       Int24In32,    2, Fade) \
     X(24In32Mux4,   ApplyFadeIn24BitIn32Mux4,  ApplyFadeOut24BitIn32Mux4,  MuxInt24In32,  4, Reject) \
     X(24In32Mux8,   ApplyFadeIn24BitIn32Mux8,  ApplyFadeOut24BitIn32Mux8,  MuxInt24In32,  8, Reject) \
     X(24In32Mux16,  ApplyFadeIn24BitIn32Mux16, ApplyFadeOut24BitIn32Mux16, MuxInt24In32, 16, Reject) \
-    X(16In16Mux4,   ApplyFadeIn16BitIn16Mux4,  ApplyFadeOut16BitIn16Mux4,  Int16,       4, Reject) \
-    X(16In16Mux8,   ApplyFadeIn16BitIn16Mux8,  ApplyFadeOut16BitIn16Mux8,  Int16,       8, Reject) \
-    X(16In16Mux16,  ApplyFadeIn16BitIn16Mux16, ApplyFadeOut16BitIn16Mux16, Int16,      16, Reject)
+    X(16In16Mux4,   ApplyFadeIn16BitIn16Mux4,  ApplyFadeOut16BitIn16Mux4,  Int16,        4, Reject) \
+    X(16In16Mux8,   ApplyFadeIn16BitIn16Mux8,  ApplyFadeOut16BitIn16Mux8,  Int16,        8, Reject) \
+    X(16In16Mux16,  ApplyFadeIn16BitIn16Mux16, ApplyFadeOut16BitIn16Mux16, Int16,       16, Reject)
 
 // clang-format on
 
-/// Fades the start, the end or both ends of a buffer in place, as its description's flags ask.
+/// Fades the start, the end or both ends of a buffer in place, as requested by the flags of its description.
 ///
-/// The gain rises as 1 - (1 - t)^2 over 200 frames: fast at first, softly at the end. [any thread] [no allocation]
+/// The fade curve is 1 - (1 - t)^2 over 200 frames. Several threads may use one object on different buffers. [any
+/// thread] [no allocation]
 class ZTA_API CZtaApplyFade : public CZtaAudioProcessingUtil {
 public:
     CZtaApplyFade();
     ~CZtaApplyFade() override;
 
-    /// Fades a buffer. With both flags set the status is that of the fade-out alone.
-    /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no fade for the layout, whether or not a flag is set
-    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     a mux buffer of less than 200 frames; it is left as it was
-    ///         any other code                        from the digest of the buffer
+    /// Fades a buffer. If both flags are set, returns the status of the fade-out.
+    /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the layout, whether or not a flag is set
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     a mux buffer of less than 200 frames, which is not changed
+    ///         any other code                        from the buffer
     int ApplyFade(IZtAudioSamples* pSamples);
 
-    /// Suggests a format near the given one that can be faded.
+    /// Suggests a format near the given one that a table entry processes.
     int SuggestFormat(SZtaWaveFormatInfo* psFormat, SZtaWaveFormatInfo* psSuggested);
     int QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSupported);
 
     // The kernels of the table.
-#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, law, words, shortBuffer)                                               \
+#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, op, words, shortBuffer)                                                \
     int fadeIn(unsigned long ulFrames, void* pvBuffer);                                                                \
     int fadeOut(unsigned long ulFrames, void* pvBuffer);
     ZTA_FADE_LIST(ZTA_FADE_ENTRY)
 #undef ZTA_FADE_ENTRY
 
-    // The ramps of the mux kernels over ulFrames frames from pvBuffer on, one gain for each frame; bForward walks the
-    // gains upwards from pulGains, else downwards.
+    // The fades of mux kernels over ulFrames frames, with one gain for each frame. If bForward is true, the gains
+    // follow in ascending order of memory, otherwise in descending order.
     void ApplyFade24BitIn32Mux4(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains, bool bForward);
     void ApplyFade24BitIn32Mux8(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains, bool bForward);
     void ApplyFade24BitIn32Mux16(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains, bool bForward);
@@ -57,11 +58,12 @@ public:
                                  const unsigned short* pusGains, short sStep);
 
 private:
-    using Function = int (CZtaApplyFade::*)(unsigned long ulFrames, void* pvBuffer);
+    using Self = CZtaApplyFade;
+    using Function = int (Self::*)(unsigned long ulFrames, void* pvBuffer);
 
     unsigned long m_ulFadeFrames;
-    TZtaKernelTable<Function, 10> m_oFadeIn;
-    Function m_apfnFadeOut[10];
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_FADE_LIST)> m_oFadeIn;
+    Function m_apfnFadeOut[ZTA_ENTRY_COUNT(ZTA_FADE_LIST)];
 
     friend struct SZtLayoutProbe;
 };

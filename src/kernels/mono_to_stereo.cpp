@@ -5,17 +5,9 @@
 
 #include <zta/status.h>
 
-CZtaConvertMonoToStereo::CZtaConvertMonoToStereo()
-    : m_oTable({
-          {keZtAudioSampleFormat16In16Mono, keZtAudioSampleFormat16In16Stereo,
-           &CZtaConvertMonoToStereo::ConvertMonoToStereo16},
-          {keZtAudioSampleFormat16In16Mono44k, keZtAudioSampleFormat16In16Stereo44k,
-           &CZtaConvertMonoToStereo::ConvertMonoToStereo16},
-          {keZtAudioSampleFormat24In32Mono, keZtAudioSampleFormat24In32Stereo,
-           &CZtaConvertMonoToStereo::ConvertMonoToStereo24in32},
-          {keZtAudioSampleFormat24In24Mono, keZtAudioSampleFormat24In24Stereo,
-           &CZtaConvertMonoToStereo::ConvertMonoToStereo24in24},
-      })
+static_assert(ZtaPairsAreUnique({ZTA_MONO_TO_STEREO_LIST(ZTA_FORMAT_PAIR)}));
+
+CZtaConvertMonoToStereo::CZtaConvertMonoToStereo() : m_oTable({ZTA_MONO_TO_STEREO_LIST(ZTA_TABLE_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }

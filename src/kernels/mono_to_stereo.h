@@ -2,9 +2,21 @@
 
 #include "kernels/kernel_table.h"
 
-/// Interleaves two mono buffers into one stereo buffer, bit for bit.
+// clang-format off
+
+/// The kernel table of CZtaConvertMonoToStereo:
+///   X(input layout, output layout, kernel)
+#define ZTA_MONO_TO_STEREO_LIST(X) \
+    X(16In16Mono,    16In16Stereo,    ConvertMonoToStereo16) \
+    X(16In16Mono44k, 16In16Stereo44k, ConvertMonoToStereo16) \
+    X(24In32Mono,    24In32Stereo,    ConvertMonoToStereo24in32) \
+    X(24In24Mono,    24In24Stereo,    ConvertMonoToStereo24in24)
+
+// clang-format on
+
+/// Interleaves two mono buffers into one stereo buffer, bit-exact.
 ///
-/// Kernels have no state: one object serves several threads on different buffers. [any thread] [no allocation] [no
+/// Kernels have no state: several threads may use one object on different buffers. [any thread] [no allocation] [no
 /// lock]
 class ZTA_API CZtaConvertMonoToStereo : public CZtaAudioProcessingUtil {
 public:
@@ -29,16 +41,16 @@ public:
     int ConvertMonoToStereo16(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo);
     int ConvertMonoToStereo24in32(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo);
 
-    /// Unlike its siblings it refuses to do nothing.
+    /// Unlike the others, rejects calls that have no effect.
     /// Errors  ZT_E_INVALID_PARAMETER  no frames
-    ///         ZT_E_INVALID_POINTER    no output
+    ///         ZT_E_INVALID_POINTER    null output
     int ConvertMonoToStereo24in24(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo);
 
 private:
-    using Function = int (CZtaConvertMonoToStereo::*)(unsigned long ulFrames, void* pvLeft, void* pvRight,
-                                                      void* pvStereo);
+    using Self = CZtaConvertMonoToStereo;
+    using Function = int (Self::*)(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo);
 
-    TZtaKernelTable<Function, 4> m_oTable;
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_MONO_TO_STEREO_LIST)> m_oTable;
 
     friend struct SZtLayoutProbe;
 };

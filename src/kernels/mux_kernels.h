@@ -21,7 +21,7 @@ struct SZtaFixedCountKernel {
     unsigned long ulBlockFrames;    ///< frames of a block; the frames after the last block are the tail
     unsigned long ulBlockCountMask; ///< if the block count is 0 under this mask, only as many frames as the tail has
                                     ///< are moved, at the start of the buffers. Hosts rely on it.
-    int iNullPointerStatus; ///< the status of a null plane, or of a null array
+    int iNullPointerStatus;         ///< the status of a null plane, or of a null array
 
     /// Returns the status of the arguments. If ulFrames is 0, no argument is validated. The mux is never validated.
     int ValidateArguments(void* const* ppvBuffers, unsigned long ulBufferCount, unsigned long ulFrames) const noexcept;

@@ -11,8 +11,7 @@ constexpr EZtAudioDataType kFloat = keZtAudioDataTypeFloat;
 
 // clang-format off
 
-// In the order of the properties:
-//   record size, channels, data type, rate, container bits, valid bits
+// In the order of the properties: record size, channels, data type, rate, container bits, valid bits
 const SZtaWaveFormatInfo g_asFormatOfProperty[kSampleFormatCount] = {
     {kSize,  0, kNone,      0,  0,  0}, // Invalid
     {kSize,  1, kPcm,   48000, 16, 16}, // 16In16Mono

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-/// The sample layouts that kernels know. 16In16: a signed 16-bit sample in two bytes. 24In32: a signed 24-bit sample in
-/// the top three bytes of a 32-bit word. 24In24: a signed 24-bit sample in three bytes. All little-endian, the samples
-/// of a frame interleaved. Rates are 48000 Hz except where 44k is named.
+/// The layouts that kernels process. 16In16: a signed 16-bit sample in two bytes. 24In32: a signed 24-bit sample in
+/// the upper three bytes of a 32-bit container. 24In24: a packed signed 24-bit sample. All little-endian, with
+/// interleaved channels. The rate is 48000 Hz unless the name has 44k.
 enum EZtAudioSampleFormatProperty : std::uint32_t {
     keZtAudioSampleFormatInvalid = 0,
     keZtAudioSampleFormat16In16Mono = 1,
@@ -23,7 +23,7 @@ enum EZtAudioSampleFormatProperty : std::uint32_t {
     keZtAudioSampleFormat24In32Mux16 = 12,
     keZtAudioSampleFormat24In32Mux32 = 13,
     keZtAudioSampleFormat24In32Mux64 = 14,
-    keZtAudioSampleFormat24In32Other = 15, ///< classified, but no kernel takes it
+    keZtAudioSampleFormat24In32Other = 15, ///< classified, but no kernel processes it
     keZtAudioSampleFormatFloat32Mono = 16,
     keZtAudioSampleFormatFloat32Stereo = 17,
     keZtAudioSampleFormat16In16Mono44k = 18,
@@ -39,5 +39,5 @@ enum EZtAudioSampleFormatProperty : std::uint32_t {
 
 inline constexpr int kSampleFormatCount = 27;
 
-/// The complete format of each property, by its value. Rows 0 and 15 name no channel count.
+/// The complete format of each property, by its value. Entries 0 and 15 have no channel count.
 extern ZTA_API const SZtaWaveFormatInfo g_asFormatOfProperty[kSampleFormatCount];

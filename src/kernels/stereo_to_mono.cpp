@@ -5,17 +5,9 @@
 
 #include <zta/status.h>
 
-CZtaConvertStereoToMono::CZtaConvertStereoToMono()
-    : m_oTable({
-          {keZtAudioSampleFormat16In16Stereo, keZtAudioSampleFormat16In16Mono,
-           &CZtaConvertStereoToMono::ConvertStereoToMono16},
-          {keZtAudioSampleFormat16In16Stereo44k, keZtAudioSampleFormat16In16Mono44k,
-           &CZtaConvertStereoToMono::ConvertStereoToMono16},
-          {keZtAudioSampleFormat24In32Stereo, keZtAudioSampleFormat24In32Mono,
-           &CZtaConvertStereoToMono::ConvertStereoToMono24in32},
-          {keZtAudioSampleFormat24In24Stereo, keZtAudioSampleFormat24In24Mono,
-           &CZtaConvertStereoToMono::ConvertStereoToMono24in24},
-      })
+static_assert(ZtaPairsAreUnique({ZTA_STEREO_TO_MONO_LIST(ZTA_FORMAT_PAIR)}));
+
+CZtaConvertStereoToMono::CZtaConvertStereoToMono() : m_oTable({ZTA_STEREO_TO_MONO_LIST(ZTA_TABLE_ENTRY)})
 {
     m_psProcessingFormats = m_oTable.List();
 }
@@ -41,7 +33,7 @@ int CZtaConvertStereoToMono::ConvertStereoToMonoChecked(IZtAudioSamples* pStereo
     if (sLeft.eFormat != sRight.eFormat) {
         return ZT_E_BUFFER_FORMAT_MISMATCH;
     }
-    // One output of the caller that is large enough is sufficient: hosts rely on calls that pass this way.
+    // Required behavior: one output of the caller that is large enough is sufficient. Hosts rely on it.
     const unsigned long ulFrames = sStereo.ulValidFrames;
     const bool bLeftTooSmall = ulFrames > sLeft.ulCapacityFrames;
     const bool bRightTooSmall = ulFrames > sRight.ulCapacityFrames;

@@ -23,10 +23,10 @@ static_assert(kBlockBytes >= kMaxChannels * 2 * sizeof(std::int32_t));
 constexpr float kUnity = 4096.0f;
 constexpr float kMaxGain = 8.0f;
 
-/// Becomes 32767, the largest multiplier of 16 bits.
+/// Converts to 32767, the largest multiplier of 16 bits.
 constexpr auto kGainBelowMax = std::bit_cast<float>(0x40FFFF2E);
 
-/// What the operation's own checks let through. 24-in-24 has no row all the same.
+/// Returns true for the formats that pass the format checks of the operation. 24-in-24 has no table entry nevertheless.
 bool IsVolumeFormat(EZtAudioSampleFormatProperty eFormat)
 {
     return (eFormat >= keZtAudioSampleFormat24In32Mono && eFormat <= keZtAudioSampleFormat24In32Mux64) ||
@@ -38,7 +38,7 @@ bool IsInRange(float fGain)
     return !(fGain > kMaxGain || fGain < 0.0f);
 }
 
-/// Most gains are, and one comparison of their bits tells it: those of 0 to below 8 are in order, all others behind.
+/// Returns true for gains from 0 to below 8: as integers, their bits are in order and below those of all other values.
 bool IsBelowMax(float fGain)
 {
     return std::bit_cast<std::uint32_t>(fGain) < std::bit_cast<std::uint32_t>(kMaxGain);
@@ -54,7 +54,7 @@ void ClampBelowMaxGain(float& rfGain)
 using FloatGroup = float __attribute__((vector_size(16)));
 using IntegerGroup = std::uint32_t __attribute__((vector_size(16)));
 
-/// Towards zero, as the bits of a lane; the instruction gives 0x80000000 for a NaN and for what a lane cannot hold.
+/// Truncates to integers. NaN and values that do not fit in 32 bits give 0x80000000.
 IntegerGroup Truncate(FloatGroup vValues)
 {
     return reinterpret_cast<IntegerGroup>(_mm_cvttps_epi32(vValues));
@@ -65,15 +65,14 @@ IntegerGroup Truncate(FloatGroup vValues)
 alignas(16) const std::int32_t CZtaApplyVolume::ms_alPosSaturation[4] = {0x7FFFFF, 0x7FFFFF, 0x7FFFFF, 0x7FFFFF};
 alignas(16) const std::int32_t CZtaApplyVolume::ms_alNegSaturation[4] = {-0x800000, -0x800000, -0x800000, -0x800000};
 
-#define ZTA_VOLUME_ENTRY(layout, name)                                                                                 \
-    {keZtAudioSampleFormat##layout, keZtAudioSampleFormat##layout, &CZtaApplyVolume::name},
+static_assert(ZtaPairsAreUnique({ZTA_VOLUME_LIST(ZTA_SAME_FORMAT_PAIR)}));
+
 CZtaApplyVolume::CZtaApplyVolume()
-    : m_oTable({ZTA_VOLUME_LIST(ZTA_VOLUME_ENTRY)}),
+    : m_oTable({ZTA_VOLUME_LIST(ZTA_SAME_FORMAT_TABLE_ENTRY)}),
       m_plVolumeSettings(static_cast<std::int32_t*>(std::aligned_alloc(kBlockAlignment, kBlockBytes)))
 {
     m_psProcessingFormats = m_oTable.List();
 }
-#undef ZTA_VOLUME_ENTRY
 
 CZtaApplyVolume::~CZtaApplyVolume()
 {
@@ -136,14 +135,14 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
         if (!IsInRange(psVolumes[i].fStartVolume) || !IsInRange(psVolumes[i].fEndVolume)) {
             return ZT_E_INVALID_PARAMETER;
         }
-        // The caller sees the replacement, even if a record after this one fails.
+        // The replacement is observable by the caller, even if a later record fails.
         ClampBelowMaxGain(psVolumes[i].fStartVolume);
         ClampBelowMaxGain(psVolumes[i].fEndVolume);
     }
     if (ulChannels > kMaxChannels || !ZtaIsPowerOfTwo(ulChannels)) {
         return ZT_E_INVALID_PARAMETER;
     }
-    // The object is handed out without its block where memory was short when it was made.
+    // The constructor cannot report that the allocation failed.
     if (m_plVolumeSettings == nullptr) {
         return E_OUTOFMEMORY;
     }
@@ -174,8 +173,8 @@ int CZtaApplyVolume::ApplyVolume24bitIn32Mux4_2_1(void* pvInput, void* pvOutput,
                                                   unsigned long ulChannels, unsigned long ulFrames)
 {
     const bool bChannelsFit = ulChannels == 1 || ulChannels == 2 || ulChannels == 4;
-    // Steps are counted in 16 bits, and a count of zero leaves all as it is: a mono buffer of less than four frames and
-    // a stereo buffer of one are never scaled.
+    // Required behavior: the step count has 16 bits, and a count of 0 processes nothing. Mono buffers of less than four
+    // frames and stereo buffers of one frame are never scaled.
     const bool bScales = (ulFrames * ulChannels / kGroupLanes & 0xFFFF) != 0;
     return Scale(bChannelsFit, bScales, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
 }
@@ -193,7 +192,7 @@ int CZtaApplyVolume::ApplyVolume24bitIn32Mux64_32_16(void* pvInput, void* pvOutp
     return Scale(bChannelsFit, true, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
 }
 
-/// The body of the kernels: their checks, the settings block, and the ramp. Nothing reads the block afterwards.
+/// Validates the arguments of a kernel, fills the settings block and applies the gain ramp.
 int CZtaApplyVolume::Scale(bool bChannelsFit, bool bScales, const void* pvInput, void* pvOutput,
                            SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels, unsigned long ulFrames)
 {

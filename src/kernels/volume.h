@@ -6,8 +6,8 @@
 
 // clang-format off
 
-/// What CZtaApplyVolume does, one row each:
-///   X(layout on both sides, function)
+/// The kernel table of CZtaApplyVolume:
+///   X(layout of input and output, kernel)
 #define ZTA_VOLUME_LIST(X) \
     X(24In32Mono,   ApplyVolume24bitIn32Mux4_2_1) \
     X(24In32Stereo, ApplyVolume24bitIn32Mux4_2_1) \
@@ -19,48 +19,50 @@
 
 // clang-format on
 
-/// Scales 24-in-32 samples by a gain per channel that moves linearly across the buffer, and limits them to 24 bits.
+/// Applies a gain ramp per channel to 24-in-32 samples, and saturates to 24 bits.
 ///
-/// Gains have 12 fraction bits. With G the start gain and D the step per frame, both cut off to whole parts of 4096,
-/// frame n has the gain G + n * D: a step below one part vanishes, and no frame has the end gain.
+/// Gains have 12 fraction bits. With G the start gain and D the step per frame, both truncated to multiples of 1/4096,
+/// frame n has the gain G + n * D. A step below 1/4096 becomes 0, and no frame has the end gain.
 /// The settings block belongs to the object: one call at a time. [no allocation in a call] [no lock]
 class ZTA_API CZtaApplyVolume : public CZtaAudioProcessingUtil {
 public:
     CZtaApplyVolume();
     ~CZtaApplyVolume() override;
 
-    /// Scales the input's valid frames; input and output may be the same. The output's valid length must already be the
-    /// input's, in frames; it is set to whole frames of it. A gain of exactly 8.0 is replaced in psVolumes by the
-    /// largest one that there is, just below it, also if a later record fails.
-    /// psVolumes   one record for each channel, in their order
-    /// ulChannels  that of the input
-    /// Errors  ZT_E_INVALID_PARAMETER                another channel count, a buffer that cannot be digested, or a gain
+    /// Scales the valid frames of the input; input and output may be the same. On entry, the valid length of the output
+    /// must equal that of the input, in frames; it is then set to whole frames. A gain of exactly 8.0 is replaced in
+    /// psVolumes by the largest possible gain, just below 8.0, even if a later record fails.
+    /// psVolumes   one record for each channel, in channel order
+    /// ulChannels  the channel count of the input
+    /// Errors  ZT_E_INVALID_PARAMETER                another channel count, a buffer that cannot be queried, or a gain
     ///                                               outside 0.0 to 8.0
-    ///         ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED      a layout that no volume is for
-    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED       the same
+    ///         ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED      the output has a layout without a table entry
+    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED       the input has such a layout
     ///         ZT_E_BUFFER_FORMAT_MISMATCH           the layouts differ
     ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the output has fewer valid frames
     ///         ZT_E_BUFFER_SIZE_MISMATCH             the output has more
     ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  24-in-24
-    ///         ZT_E_INVALID_POINTER                  no samples or no records, unless there are no frames
+    ///         ZT_E_INVALID_POINTER                  null samples or records, unless there are no frames
     ///         any other code                        from setting the output's length
     int ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, SZtAudioMonoVolumeInfo* psVolumes,
                     unsigned long ulChannels);
 
-    /// Fills the settings block for a ramp over ulFrames frames; writes to psVolumes as ApplyVolume does.
-    /// Errors  ZT_E_INVALID_POINTER    no records
+    /// Fills the settings block for a gain ramp over ulFrames frames. Writes to psVolumes as ApplyVolume does.
+    /// Errors  ZT_E_INVALID_POINTER    null records
     ///         ZT_E_ARRAY_TOO_SMALL    no channels
-    ///         ZT_E_INVALID_PARAMETER  a gain outside 0.0 to 8.0, which a NaN is not; or, after all records have been
-    ///                                 read, a channel count that is not a power of two up to 64
-    ///         E_OUTOFMEMORY           no memory was left for the block when the object was made
+    ///         ZT_E_INVALID_PARAMETER  a gain outside 0.0 to 8.0 (NaN is accepted); or, after all records have been
+    ///         read, a
+    ///                                 channel count that is not a power of two up to 64
+    ///         E_OUTOFMEMORY           the constructor could not allocate the block
     int SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels, unsigned long ulFrames);
 
-    // The kernels of the table, for the channel counts in their names. Without frames they return 0 and look at
-    // nothing. Errors  ZT_E_INVALID_PARAMETER  another channel count
-    //         ZT_E_INVALID_POINTER    no samples
+    // The kernels of the table, for the channel counts in their names. If ulFrames is 0, they return 0 and validate no
+    // argument.
+    // Errors  ZT_E_INVALID_PARAMETER  another channel count
+    //         ZT_E_INVALID_POINTER    null samples
     //         any other code          from SetVolumeSettings
 
-    /// Works by steps of four samples. A whole multiple of 65536 steps, none included, leaves the buffer unprocessed.
+    /// Processes steps of four samples. If the number of steps is a multiple of 65536, or 0, no sample is processed.
     int ApplyVolume24bitIn32Mux4_2_1(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
                                      unsigned long ulChannels, unsigned long ulFrames);
     int ApplyVolume24bitIn32Mux8(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
@@ -69,20 +71,20 @@ public:
                                         unsigned long ulChannels, unsigned long ulFrames);
 
 private:
-    using Function = int (CZtaApplyVolume::*)(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
-                                              unsigned long ulChannels, unsigned long ulFrames);
+    using Self = CZtaApplyVolume;
+    using Function = int (Self::*)(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
+                                   unsigned long ulChannels, unsigned long ulFrames);
 
     ZTA_INTERNAL int Scale(bool bChannelsFit, bool bScales, const void* pvInput, void* pvOutput,
                            SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels, unsigned long ulFrames);
 
-    TZtaKernelTable<Function, 7> m_oTable;
+    TZtaKernelTable<Function, ZTA_ENTRY_COUNT(ZTA_VOLUME_LIST)> m_oTable;
 
-    /// 1024 bytes: for each group of four samples of the interleaved stream four gains, then four increments from one
-    /// group of the same lanes to the next. A frame of less than four samples fills a group with the frames that
-    /// follow.
+    /// The settings block of 1024 bytes. For each group of four interleaved samples: four gains, then four increments
+    /// from one group of the same channels to the next. Several frames of less than four samples share a group.
     std::int32_t* m_plVolumeSettings;
 
-    // The limits of the four lanes of a group.
+    // The clamp range of the four lanes of a group.
     alignas(16) static const std::int32_t ms_alPosSaturation[4];
     alignas(16) static const std::int32_t ms_alNegSaturation[4];
 

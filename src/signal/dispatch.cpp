@@ -57,10 +57,58 @@ IppStatus ippInit() noexcept
     return ipp_is_GenuineIntel() != 0 ? eStatus : ippStsNonIntelCpu;
 }
 
-// The stubs are ordinary calls: the compiler keeps their arguments across this one.
-IppStatus ippSafeInit() noexcept
+// Keeps all registers that can hold arguments, whoever calls it.
+[[gnu::naked, gnu::no_instrument_function, gnu::no_profile_instrument_function]] IppStatus ippSafeInit() noexcept
 {
-    return ippInit();
+    // 6 integer and 8 floating-point arguments. 8 + 6 * 8 + 136 bytes keep the stack aligned to 16 bytes at the call.
+    asm(R"(
+        push %rdi
+        .cfi_adjust_cfa_offset 8
+        push %rsi
+        .cfi_adjust_cfa_offset 8
+        push %rdx
+        .cfi_adjust_cfa_offset 8
+        push %rcx
+        .cfi_adjust_cfa_offset 8
+        push %r8
+        .cfi_adjust_cfa_offset 8
+        push %r9
+        .cfi_adjust_cfa_offset 8
+        sub $136, %rsp
+        .cfi_adjust_cfa_offset 136
+        movups %xmm0, (%rsp)
+        movups %xmm1, 16(%rsp)
+        movups %xmm2, 32(%rsp)
+        movups %xmm3, 48(%rsp)
+        movups %xmm4, 64(%rsp)
+        movups %xmm5, 80(%rsp)
+        movups %xmm6, 96(%rsp)
+        movups %xmm7, 112(%rsp)
+        call ippInit@PLT
+        movups (%rsp), %xmm0
+        movups 16(%rsp), %xmm1
+        movups 32(%rsp), %xmm2
+        movups 48(%rsp), %xmm3
+        movups 64(%rsp), %xmm4
+        movups 80(%rsp), %xmm5
+        movups 96(%rsp), %xmm6
+        movups 112(%rsp), %xmm7
+        add $136, %rsp
+        .cfi_adjust_cfa_offset -136
+        pop %r9
+        .cfi_adjust_cfa_offset -8
+        pop %r8
+        .cfi_adjust_cfa_offset -8
+        pop %rcx
+        .cfi_adjust_cfa_offset -8
+        pop %rdx
+        .cfi_adjust_cfa_offset -8
+        pop %rsi
+        .cfi_adjust_cfa_offset -8
+        pop %rdi
+        .cfi_adjust_cfa_offset -8
+        ret
+    )");
 }
 
 IppStatus ippGetCpuFeatures(unsigned long* pFeaturesMask, unsigned int* pCpuidInfoRegs) noexcept

@@ -8,7 +8,9 @@
 
 #include <cpuid.h>
 
+#include <cstring>
 #include <iterator>
+#include <numeric>
 #include <string>
 #include <tuple>
 
@@ -450,6 +452,77 @@ TEST(Init, SelectsTheBuildOfThisProcessorAndTellsTheVendor)
         EXPECT_EQ(ippSetCpuFeatures(0x7), 0);
         EXPECT_EQ(ippSafeInit(), status);
         ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, BuildOfThisProcessor(), "ippsSet_16s");
+    });
+}
+
+/// The registers that arguments come in.
+struct ArgumentRegisters {
+    std::uint64_t integers[6];
+    double doubles[8];
+};
+
+/// Calls a function with these registers and stores what it leaves in them.
+int CallWithRegisters(IppStatus (*function)() noexcept, ArgumentRegisters& registers)
+{
+    ArgumentRegisters* const pointer = &registers;
+    register IppStatus (*target)() noexcept asm("r12") = function;
+    register ArgumentRegisters* memory asm("r13") = pointer;
+    int status = 0;
+    // Below the red zone of this function.
+    asm volatile(R"(
+        mov %%rsp, %%r14
+        sub $256, %%rsp
+        and $-64, %%rsp
+        mov (%%r13), %%rdi
+        mov 8(%%r13), %%rsi
+        mov 16(%%r13), %%rdx
+        mov 24(%%r13), %%rcx
+        mov 32(%%r13), %%r8
+        mov 40(%%r13), %%r9
+        movsd 48(%%r13), %%xmm0
+        movsd 56(%%r13), %%xmm1
+        movsd 64(%%r13), %%xmm2
+        movsd 72(%%r13), %%xmm3
+        movsd 80(%%r13), %%xmm4
+        movsd 88(%%r13), %%xmm5
+        movsd 96(%%r13), %%xmm6
+        movsd 104(%%r13), %%xmm7
+        call *%%r12
+        mov %%r14, %%rsp
+        mov %%rdi, (%%r13)
+        mov %%rsi, 8(%%r13)
+        mov %%rdx, 16(%%r13)
+        mov %%rcx, 24(%%r13)
+        mov %%r8, 32(%%r13)
+        mov %%r9, 40(%%r13)
+        movsd %%xmm0, 48(%%r13)
+        movsd %%xmm1, 56(%%r13)
+        movsd %%xmm2, 64(%%r13)
+        movsd %%xmm3, 72(%%r13)
+        movsd %%xmm4, 80(%%r13)
+        movsd %%xmm5, 88(%%r13)
+        movsd %%xmm6, 96(%%r13)
+        movsd %%xmm7, 104(%%r13)
+    )"
+                 : "=a"(status)
+                 : "r"(target), "r"(memory)
+                 : "rdi", "rsi", "rdx", "rcx", "r8", "r9", "r10", "r11", "r14", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4",
+                   "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", "xmm11", "xmm12", "xmm13", "xmm14", "xmm15",
+                   "memory", "cc");
+    return status;
+}
+
+TEST(Init, KeepsTheArgumentsOfTheInterruptedCall)
+{
+    InFreshProcess([] {
+        for (int call = 0; call < 2; ++call) {
+            ArgumentRegisters registers{};
+            std::iota(std::begin(registers.integers), std::end(registers.integers), 0x1111'2222'3333'4444U);
+            std::iota(std::begin(registers.doubles), std::end(registers.doubles), 0.25);
+            const ArgumentRegisters before = registers;
+            EXPECT_EQ(CallWithRegisters(&ippSafeInit, registers), ippInit());
+            EXPECT_EQ(std::memcmp(&registers, &before, sizeof(registers)), 0) << call;
+        }
     });
 }
 

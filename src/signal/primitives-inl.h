@@ -7,9 +7,9 @@
 
 namespace {
 
-// Vectors of samples at any address, and of doubles at any address that those have.
+// Vectors at any address.
 using SampleVector [[gnu::vector_size(ZTA_IPP_VECTOR_BYTES), gnu::aligned(1), gnu::may_alias]] = std::int16_t;
-using DoubleVector [[gnu::vector_size(ZTA_IPP_VECTOR_BYTES), gnu::aligned(8), gnu::may_alias]] = double;
+using DoubleVector [[gnu::vector_size(ZTA_IPP_VECTOR_BYTES), gnu::aligned(1), gnu::may_alias]] = double;
 
 constexpr int kiSampleLanes = ZTA_IPP_VECTOR_BYTES / sizeof(std::int16_t);
 constexpr int kiDoubleLanes = ZTA_IPP_VECTOR_BYTES / sizeof(double);
@@ -94,7 +94,7 @@ IppStatus ZTA_IPP(ippsZero_64f)(double* pDst, int len) noexcept
     if (len < 1) {
         return ippStsSizeErr;
     }
-    __builtin_memset(pDst, 0, static_cast<std::size_t>(len) * sizeof(double));
+    __builtin_memset(static_cast<void*>(pDst), 0, static_cast<std::size_t>(len) * sizeof(double));
     return ippStsNoErr;
 }
 
@@ -117,7 +117,7 @@ IppStatus ZTA_IPP(ippsMulC_64f_I)(double val, double* pSrcDst, int len) noexcept
         *reinterpret_cast<DoubleVector*>(pSrcDst + i) *= val;
     }
     for (; i < len; ++i) {
-        pSrcDst[i] *= val;
+        AtAnyAddress(pSrcDst)[i] *= val;
     }
     return ippStsNoErr;
 }

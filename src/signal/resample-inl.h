@@ -245,7 +245,7 @@ extern "C" void ZTA_IPP_DOT_PRODUCT(const std::int16_t* pSamples, const std::int
 {
     constexpr int kiBlock = 2 * Int48Accumulator::kiMaxPairs / FirSimd::kTapsPerVector * FirSimd::kTapsPerVector;
     std::int64_t llSum = 0;
-    for (; n % 4 != 0; --n) {
+    for (; n > 0 && n % 4 != 0; --n) {
         llSum += std::int64_t{AtAnyAddress(pSamples)[n - 1]} * AtAnyAddress(pTaps)[n - 1];
     }
     while (n > 0) {
@@ -265,21 +265,22 @@ extern "C" void ZTA_IPP_DOT_PRODUCT(const std::int16_t* pSamples, const std::int
 extern "C" void ZTA_IPP(ownsDotProd_16s32f64f)(const std::int16_t* pSamples, const float* pTaps, int n,
                                                double* pResult) noexcept
 {
-    const AnySample* const psSamples = AtAnyAddress(pSamples);
+    const UnalignedSample* const psSamples = AtAnyAddress(pSamples);
+    const UnalignedFloat* const pfTaps = AtAnyAddress(pTaps);
     double adSums[4] = {};
     int i = 0;
     for (; i + 4 <= n; i += 4) {
         for (int k = 0; k < 4; ++k) {
-            adSums[k] += static_cast<double>(static_cast<float>(psSamples[i + k]) * pTaps[i + k]);
+            adSums[k] += static_cast<double>(static_cast<float>(psSamples[i + k]) * pfTaps[i + k]);
         }
     }
     if (i + 2 <= n) {
-        adSums[0] += static_cast<double>(psSamples[i]) * static_cast<double>(pTaps[i]);
-        adSums[1] += static_cast<double>(psSamples[i + 1]) * static_cast<double>(pTaps[i + 1]);
+        adSums[0] += static_cast<double>(psSamples[i]) * static_cast<double>(pfTaps[i]);
+        adSums[1] += static_cast<double>(psSamples[i + 1]) * static_cast<double>(pfTaps[i + 1]);
         i += 2;
     }
     if (i < n) {
-        adSums[0] += static_cast<double>(psSamples[i]) * static_cast<double>(pTaps[i]);
+        adSums[0] += static_cast<double>(psSamples[i]) * static_cast<double>(pfTaps[i]);
     }
     *pResult = (adSums[0] + adSums[2]) + (adSums[1] + adSums[3]);
 }
@@ -297,7 +298,7 @@ double DotProductFloat(const std::int16_t* psSamples, const void* pTaps, int iTa
 #else
     double adSums[2] = {};
     for (int i = 0; i < iTaps; ++i) {
-        adSums[i % 2] += static_cast<double>(static_cast<float>(AtAnyAddress(psSamples)[i]) * pfTaps[i]);
+        adSums[i % 2] += static_cast<double>(static_cast<float>(AtAnyAddress(psSamples)[i]) * AtAnyAddress(pfTaps)[i]);
     }
     return static_cast<double>(static_cast<float>(adSums[0] + adSums[1]));
 #endif

@@ -6,17 +6,29 @@
 
 namespace {
 
-using AnySample [[gnu::aligned(1), gnu::may_alias]] = std::int16_t;
+using UnalignedSample [[gnu::aligned(1), gnu::may_alias]] = std::int16_t;
+using UnalignedFloat [[gnu::aligned(1), gnu::may_alias]] = float;
+using UnalignedDouble [[gnu::aligned(1), gnu::may_alias]] = double;
 
-/// For reading and writing single samples. A pointer to plain samples may only be moved.
-inline const AnySample* AtAnyAddress(const std::int16_t* ps)
+/// Returns a pointer for element accesses. A pointer to the plain type may be misaligned, but not dereferenced.
+inline const UnalignedSample* AtAnyAddress(const std::int16_t* ps)
 {
-    return reinterpret_cast<const AnySample*>(ps);
+    return reinterpret_cast<const UnalignedSample*>(ps);
 }
 
-inline AnySample* AtAnyAddress(std::int16_t* ps)
+inline UnalignedSample* AtAnyAddress(std::int16_t* ps)
 {
-    return reinterpret_cast<AnySample*>(ps);
+    return reinterpret_cast<UnalignedSample*>(ps);
+}
+
+inline const UnalignedFloat* AtAnyAddress(const float* pf)
+{
+    return reinterpret_cast<const UnalignedFloat*>(pf);
+}
+
+inline UnalignedDouble* AtAnyAddress(double* pd)
+{
+    return reinterpret_cast<UnalignedDouble*>(pd);
 }
 
 /// By addresses without a type: the compiler takes typed ones for aligned.

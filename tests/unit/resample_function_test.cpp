@@ -525,7 +525,12 @@ TEST(DotProduct, TakesSamplesAtOddAddresses)
             EXPECT_EQ(result, expected) << sum.prefix << " " << n;
         }
     }
-    const std::vector<float> floats(300, 0.7f);
+    std::vector<float> floats(300);
+    for (std::size_t i = 0; i < floats.size(); ++i) {
+        floats[i] = 0.7f + 0.01f * static_cast<float>(i);
+    }
+    std::vector<std::uint8_t> oddFloats(floats.size() * sizeof(float) + 1);
+    std::memcpy(oddFloats.data() + 1, floats.data(), floats.size() * sizeof(float));
     const std::pair<std::string, void (*)(const std::int16_t*, const float*, int, double*) noexcept> singles[] = {
         {"y8", y8_ownsDotProd_16s32f64f},
         {"e9", e9_ownsDotProd_16s32f64f},
@@ -538,9 +543,25 @@ TEST(DotProduct, TakesSamplesAtOddAddresses)
                 double expected = 0.0;
                 double result = -1.0;
                 function(samples.data(), floats.data(), n, &expected);
-                function(at, floats.data(), n, &result);
+                function(at, reinterpret_cast<const float*>(oddFloats.data() + 1), n, &result);
                 EXPECT_EQ(result, expected) << prefix << " " << n;
             }
+        }
+    }
+}
+
+TEST(DotProduct, IsZeroForNegativeCounts)
+{
+    const GuardedBuffer samples(64);
+    const GuardedBuffer taps(64);
+    std::memset(samples.Begin(), 0x11, samples.Size());
+    std::memset(taps.Begin(), 0x11, taps.Size());
+    for (const WordSum& sum : ExecutableWordSums()) {
+        for (const int n : {-1, -2, -3, -4, -5, std::numeric_limits<int>::min(), std::numeric_limits<int>::min() + 1}) {
+            std::int64_t result = -1;
+            sum.function(reinterpret_cast<std::int16_t*>(samples.Begin() + 16),
+                         reinterpret_cast<std::int16_t*>(taps.Begin() + 16), &result, n);
+            EXPECT_EQ(result, 0) << sum.prefix << " " << n;
         }
     }
 }

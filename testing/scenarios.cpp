@@ -231,13 +231,9 @@ host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFor
 }
 
 /// Removes the packed filter bank of a stream, as if its allocation had failed.
-void DropPreparedRows(IUnknown& stream)
+void DropPackedFilterBank(IUnknown\& stream)
 {
-    IppsResamplingPolyphaseFixed_16s* const filter = dynamic_cast<CPolyphaseResampler&>(stream).m_pSpec;
-    if (filter->ulRowsOf != 0) {
-        ippFree(filter->pRows[filter->outRate]);
-        filter->ulRowsOf = 0;
-    }
+    dynamic_cast<CPolyphaseResampler&>(stream).m_pSpec->ulPackedBankKey = 0;
 }
 
 /// One buffer of a stream of the given formats, after a first one that restarts it.
@@ -252,7 +248,7 @@ ScenarioCase ResampleRow(const std::string& path, const Side& input, const Side&
                 IZtAudioSamples* out = scenario.outputs[0].Get();
                 const auto stream = MakeStream(input.format, output.format);
                 if (!hasRows) {
-                    DropPreparedRows(*stream);
+                    DropPackedFilterBank(*stream);
                 }
                 scenario.run = [=](IZtaAudioSamplesEngine& engine) {
                     return engine.ProcessAudioResampler(in, out, keZtAudioResamplerModeRestart, stream.Get());

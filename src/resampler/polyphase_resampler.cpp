@@ -1,7 +1,6 @@
 #include "resampler/polyphase_resampler.h"
 
 #include "component/guid.h"
-#include "signal/filter_rows.h"
 
 #include <zta/status.h>
 
@@ -17,7 +16,6 @@ CPolyphaseResampler::CPolyphaseResampler()
 
 CPolyphaseResampler::~CPolyphaseResampler()
 {
-    ZtaFreePreparedRowsOf(m_pSpec);
     ippsFree(m_pSpec);
     std::free(m_psWorkBuffer);
     std::free(m_psHistory);

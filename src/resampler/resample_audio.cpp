@@ -2,14 +2,15 @@
 
 #include "kernels/kernel_call.h"
 #include "resampler/polyphase_resampler.h"
-#include "signal/filter_rows.h"
 #include "signal/functions.h"
+#include "signal/packed_filter_bank.h"
 
 #include <zta/status.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <typeinfo>
 
 namespace {
@@ -18,11 +19,17 @@ constexpr std::uint64_t kFilterLength = 32;
 constexpr std::uint64_t kWorkBufferSamples = 8192;
 constexpr std::uint64_t kHistoryStride = 48;
 constexpr std::size_t kSampleAlignment = 16;
+constexpr std::uint64_t kMaxPrimitiveCount = std::numeric_limits<int>::max();
 constexpr float kRollOff = 1.0F;
 constexpr float kKaiserAlpha = 9.0F;
 
-std::int16_t* AllocateSamples(std::uint64_t ulSamples)
+/// Returns null if the memory is not available, or if ippsSet_16s cannot count the samples.
+std::int16_t* AllocateSamples(std::uint64_t ulRows, std::uint64_t ulRowSamples)
 {
+    if (ulRows > kMaxPrimitiveCount / ulRowSamples) {
+        return nullptr;
+    }
+    const std::uint64_t ulSamples = ulRows * ulRowSamples;
     return static_cast<std::int16_t*>(std::aligned_alloc(kSampleAlignment, ulSamples * sizeof(std::int16_t)));
 }
 
@@ -89,8 +96,8 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     pStream->m_ulOutputRate = ulOutRate;
     pStream->m_ulFilterLength = kFilterLength;
     pStream->m_ulWorkSamples = kWorkBufferSamples;
-    pStream->m_psWorkBuffer = AllocateSamples(kWorkBufferSamples);
-    pStream->m_psHistory = AllocateSamples(ulChannels * kHistoryStride);
+    pStream->m_psWorkBuffer = AllocateSamples(1, kWorkBufferSamples);
+    pStream->m_psHistory = AllocateSamples(ulChannels, kHistoryStride);
     pStream->m_ulPrimeSamples = kFilterLength / 2 + 1;
     pStream->m_ulHistoryStride = kHistoryStride;
     pStream->m_ulChannels = ulChannels;
@@ -111,7 +118,8 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     const int iFilterLength = static_cast<int>(kFilterLength);
     ippsResamplePolyphaseFixedGetSize_16s(iInRate, iOutRate, iFilterLength, &iSize, &iLength, &iHeight,
                                           pStream->m_eHint);
-    pStream->m_pSpec = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(iSize));
+    const int iBlockBytes = ZtaAddPackedFilterBankBytes(iSize, iLength, iHeight);
+    pStream->m_pSpec = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(iBlockBytes));
     // Each allocation is checked, though hosts expect no status for it: a clear status code is better than a later
     // crash. The primitives refuse null, so that nothing above has written through it.
     const bool bAllocated = pStream->m_psWorkBuffer != nullptr && pStream->m_psHistory != nullptr;
@@ -120,8 +128,7 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
         // Hosts see a stream that came to nothing as one live object more: nothing of it is released.
         return ZT_E_INCONSISTENCY_DETECTED;
     }
-    // That these may be missing is no failure: the stream is slower then.
-    ZtaPrepareRowsOf(pStream->m_pSpec);
+    ZtaPackFilterBank(pStream->m_pSpec, iSize, iBlockBytes);
     *ppResampler = pStream;
     pStream->AddRef();
     return ZT_NOERROR;
@@ -171,20 +178,27 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         return ZT_E_INVALID_PARAMETER;
     }
 
+    // A buffer without data must not advance the stream: no pass would consume samples, and the history would overflow.
+    if (ulInSamples > 0 && (pIn == nullptr || pOut == nullptr)) {
+        return ZT_E_INVALID_POINTER;
+    }
+
     const auto* psIn = static_cast<const std::int16_t*>(pIn);
     auto* psOut = static_cast<std::int16_t*>(pOut);
     std::int16_t* const psWork = pStream->m_psWorkBuffer;
     std::int16_t* const psHistory = pStream->m_psHistory + ulChannel * pStream->m_ulHistoryStride;
     std::uint64_t ulCount = pStream->m_aulHistoryCount[ulChannel];
     double dTime = pStream->m_adTime[ulChannel];
-    if (eMode == keZtAudioResamplerModeRestart && ulInSamples > 0) {
-        std::int16_t sFirst = 0; // the host's samples may lie at any address
-        std::memcpy(&sFirst, pIn, sizeof(sFirst));
+    if (eMode == keZtAudioResamplerModeRestart) {
+        std::int16_t sFirst = 0; // silence if there is no first sample
+        if (pIn != nullptr) {
+            std::memcpy(&sFirst, pIn, sizeof(sFirst)); // the host's samples may be at an odd address
+        }
         Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, sFirst);
     }
     ippsMove_16s(psHistory, psWork, static_cast<int>(ulCount));
 
-    const SZtaPackedFilterBank& rsRows = ZtaPreparedRowsOf(pStream->m_pSpec);
+    const SZtaPackedFilterBank& rsBank = ZtaGetPackedFilterBank(pStream->m_pSpec);
     std::uint64_t ulWritten = 0;
     while (ulInSamples > 0) {
         const std::uint64_t ulChunk = std::min(pStream->m_ulWorkSamples - ulCount, ulInSamples);
@@ -196,7 +210,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
                                 static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         int iOutputs = 0;
         ownResamplePacked_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
-                              &rsRows);
+                              &rsBank);
         const std::int64_t lConsumed =
             static_cast<std::int64_t>(dTime) - static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         ulCount = ulTotal - static_cast<std::uint64_t>(lConsumed);

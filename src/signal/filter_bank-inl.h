@@ -312,6 +312,6 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedInit_16s)(int inRate, int
     pSpec->tapKind = bSingle ? 1 : 2;
     pSpec->pStep = psSteps;
     pSpec->pRows = reinterpret_cast<void**>(ppRows);
-    pSpec->ulRowsOf = 0;
+    pSpec->ulPackedBankKey = 0;
     return ippStsNoErr;
 }

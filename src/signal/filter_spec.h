@@ -1,4 +1,4 @@
-/// The head of a filter's block. The tables that it points to follow it in the same piece of memory.
+/// The header of a filter's block. The tables that it points to follow it in the same block.
 #pragma once
 
 #include <cstddef>
@@ -11,9 +11,9 @@ struct IppsResamplingPolyphaseFixed_16s {
     std::int32_t halfLen; ///< a row has 2 * halfLen taps, and row 0 one more
     std::int32_t tapKind; ///< 2 for 16-bit taps, 1 for single-precision taps
     std::int16_t* pStep;  ///< by how many samples the source moves after an output of each phase
-    void** pRows;         ///< the taps of each phase, and behind them the prepared rows, where the filter has such
+    void** pRows;         ///< the taps of each phase; one entry more may point to the packed filter bank
     std::uint32_t reserved;
-    std::uint32_t ulRowsOf; ///< tells whether the filter has prepared rows (see filter_rows.h); 0 in a new filter
+    std::uint32_t ulPackedBankKey; ///< nonzero if the filter has a packed filter bank (see packed_filter_bank.h)
 };
 
 static_assert(sizeof(IppsResamplingPolyphaseFixed_16s) == 48);
@@ -24,4 +24,4 @@ static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, tapKind) == 16);
 static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, pStep) == 24);
 static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, pRows) == 32);
 static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, reserved) == 40);
-static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, ulRowsOf) == 44);
+static_assert(offsetof(IppsResamplingPolyphaseFixed_16s, ulPackedBankKey) == 44);

@@ -9,8 +9,8 @@
 /// by side, so that each lane of a register works for one output and no sum is added up across a register. Where a
 /// period ends within a group, two may follow one another, so that fewer lanes go unused.
 ///
-/// Where they lie is for filter_rows.h. Whichever build is selected may be handed rows that another has prepared:
-/// builds that use them make them alike, the others leave them empty and take no notice of them.
+/// Every variant accepts a bank that another variant packed: the variants that use it produce the same bank, the others
+/// produce an empty one and ignore it.
 struct SZtaPackedFilterBank {
     static constexpr int kLanes = 16;
     static constexpr int kTaps = 32; ///< of a row; that of phase 0 has one more, which must be 0
@@ -40,3 +40,23 @@ struct SZtaPackedFilterBank {
     std::int32_t lMinAdvance;
     std::int32_t lGroups; ///< 0 where there are none, or where this form cannot serve the filter
 };
+
+// The packed bank of a filter lies behind the filter's tables, in the same block. One entry more than the phases need
+// in the table of row pointers points to it; this entry always exists. The key in the header is derived from the
+// address of the block.
+//
+// ippsResamplePolyphaseFixedInit_16s clears the key, so a filter that is initialized again in place has no packed bank,
+// and a copy of a filter has none because its address differs. ippsFree of the filter frees both.
+
+/// Returns the size of a block for a filter of iFilterBytes and its packed bank, or iFilterBytes if such a filter
+/// cannot have one.
+int ZtaAddPackedFilterBankBytes(int iFilterBytes, int iTapCount, int iPhaseCount) noexcept;
+
+/// Packs the bank of an initialized filter into the block that contains it. Does nothing if the block has no space for
+/// it, if the filter does not fit the packed form, or if the selected variant does not use it: the filter then gives
+/// the same samples without it.
+void ZtaPackFilterBank(IppsResamplingPolyphaseFixed_16s* pSpec, int iFilterBytes, int iBlockBytes) noexcept;
+
+/// Returns the packed bank of a filter, which is empty if the filter has none or if pSpec is null.
+/// [no allocation] [no lock]
+const SZtaPackedFilterBank& ZtaGetPackedFilterBank(const IppsResamplingPolyphaseFixed_16s* pSpec) noexcept;

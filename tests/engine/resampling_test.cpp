@@ -4,6 +4,7 @@
 #include "signal/filter_spec.h"
 #include "signal/packed_filter_bank.h"
 #include "testing/guarded_buffer.h"
+#include "testing/misbehaving_buffer.h"
 #include "testing/signal_variants.h"
 
 #include <cmath>
@@ -771,11 +772,9 @@ TEST_F(StreamState, HasItsRowsPreparedForItsOwnFilterAlone)
     EXPECT_EQ(halved, expected);
     State(other).m_pSpec = own;
     EXPECT_EQ(Run(other, in, kRestart), full);
-    // With another filter in the same memory, after which nothing tells of the rows.
-    void* const rows = own->ulRowsOf != 0 ? own->pRows[own->outRate] : nullptr;
+    // With another filter in the same memory, which has no packed bank; both are freed with the stream.
     Init(own, 0.5F);
-    EXPECT_EQ(own->ulRowsOf, 0U);
-    ippFree(rows);
+    EXPECT_EQ(own->ulPackedBankKey, 0U);
     EXPECT_EQ(Run(other, in, kRestart), halved);
 }
 
@@ -815,7 +814,7 @@ TEST_F(StreamState, HasItsRowsInABlockThatTheFilterNames)
         const auto stream = Make(44100, 48000);
         const Filter* const filter = State(stream).m_pSpec;
         const bool prepares = (build.features & keZtaFeatureAvx2) != 0;
-        EXPECT_EQ(filter->ulRowsOf != 0, prepares) << build.prefix;
+        EXPECT_EQ(filter->ulPackedBankKey != 0, prepares) << build.prefix;
         EXPECT_EQ(filter->reserved, 0U);
         if (prepares) {
             const auto* const rows = static_cast<const SZtaPackedFilterBank*>(filter->pRows[filter->outRate]);
@@ -824,6 +823,124 @@ TEST_F(StreamState, HasItsRowsInABlockThatTheFilterNames)
         }
     }
     ippInit();
+}
+
+TEST_F(StreamState, GivesTheSameSamplesWithoutAPackedBank)
+{
+    for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
+        const auto packed = Make(from, to);
+        const auto plain = Make(from, to);
+        State(plain).m_pSpec->ulPackedBankKey = 0;
+        EZtAudioResamplerMode mode = kRestart;
+        for (const std::size_t frames : {480U, 9U, 20000U, 441U}) {
+            const Samples16 in = Noise(frames, 18);
+            EXPECT_EQ(Run(plain, in, mode), Run(packed, in, mode)) << frames;
+            mode = kContinue;
+        }
+    }
+}
+
+TEST_F(StreamState, FreesThePackedBankWithAFilterThatWasReplaced)
+{
+    // A program may free the filter of a stream and set one of its own: a leak checker reports any remainder.
+    const auto stream = Make(44100, 48000);
+    ippsFree(State(stream).m_pSpec);
+    State(stream).m_pSpec = MakeFilter(1.0F).release();
+    const Samples16 in = Noise(3000, 19);
+    EXPECT_EQ(Run(stream, in, kRestart), Run(Make(44100, 48000), in, kRestart));
+}
+
+/// Buffers whose host reports success but no address.
+TEST_F(StreamState, RejectsSamplesWithoutAnAddressAndKeepsTheChannel)
+{
+    for (const bool isInput : {true, false}) {
+        for (const std::size_t frames : {1000U, 9000U}) {
+            for (const EZtAudioResamplerMode mode : {kRestart, kContinue}) {
+                const auto stream = Make(44100, 48000);
+                const auto expected = Make(44100, 48000);
+                const Samples16 in = Noise(frames, 20);
+                Samples16 out(2 * frames);
+                unsigned long written = out.size();
+                EXPECT_EQ(kernel_.Resample16BitMonoTo16BitMono(
+                              frames, isInput ? nullptr : const_cast<std::int16_t*>(in.data()), written,
+                              isInput ? out.data() : nullptr, mode, 0, stream.Get()),
+                          ZT_E_INVALID_POINTER);
+                EXPECT_EQ(written, out.size());
+                EXPECT_EQ(State(stream).m_aulHistoryCount[0], 17U);
+                EXPECT_EQ(State(stream).m_adTime[0], 17.0);
+                EXPECT_EQ(Run(stream, in, kContinue), Run(expected, in, kContinue));
+            }
+        }
+    }
+}
+
+TEST_F(Resampling, RejectsBuffersWithoutAnAddressAndContinuesTheStream)
+{
+    for (const bool isInput : {true, false}) {
+        for (const std::size_t frames : {1000U, 9000U}) {
+            const auto stream = Stream(1, 44100, 48000);
+            const auto expected = Stream(1, 44100, 48000);
+            const Samples16 first = Noise(500, 21);
+            const Samples16 second = Noise(1000, 22);
+            EXPECT_EQ(Resample(first, 1, 44100, 48000, kRestart, stream),
+                      Resample(first, 1, 44100, 48000, kRestart, expected));
+
+            const auto input = MisbehavingBuffer::Create(journal_, "input", Pcm16(1, 44100), frames * 2);
+            const auto output = MisbehavingBuffer::Create(journal_, "output", Pcm16(1, 48000), frames * 3);
+            input->SetValidLength(frames * 2);
+            (isInput ? input : output)->hasNoAddress = true;
+            EXPECT_EQ(Run(input.Get(), output.Get(), kContinue, stream.Get()), ZT_E_INVALID_POINTER);
+            EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 0U);
+            EXPECT_EQ(journal_.Count("input.SignalReadCompletion"), 1);
+            EXPECT_EQ(journal_.Count("output.SignalWriteCompletion"), 1);
+            EXPECT_EQ(Resample(second, 1, 44100, 48000, kContinue, stream),
+                      Resample(second, 1, 44100, 48000, kContinue, expected));
+        }
+    }
+}
+
+TEST_F(StreamState, RestartsWithoutSamples)
+{
+    const auto stream = Make(44100, 48000);
+    CPolyphaseResampler& state = State(stream);
+    Samples16 in = Noise(1000, 23);
+    Samples16 out(2);
+    for (const bool hasInput : {true, false}) {
+        Run(stream, in, kRestart);
+        ASSERT_NE(state.m_aulHistoryCount[0], 17U);
+        unsigned long written = out.size();
+        EXPECT_EQ(kernel_.Resample16BitMonoTo16BitMono(0, hasInput ? in.data() : nullptr, written, out.data(), kRestart,
+                                                       0, stream.Get()),
+                  0);
+        EXPECT_EQ(written, 0U);
+        EXPECT_EQ(state.m_aulHistoryCount[0], 17U);
+        EXPECT_EQ(state.m_adTime[0], 17.0);
+        EXPECT_EQ(Samples16(state.m_psHistory, state.m_psHistory + 17), Samples16(17, hasInput ? in[0] : 0));
+    }
+}
+
+TEST_F(StreamState, PrimesByTheFilterLength)
+{
+    const auto stream = Make(44100, 48000);
+    State(stream).m_ulFilterLength = 40;
+    unsigned long written = 2;
+    Samples16 samples(2);
+    EXPECT_EQ(
+        kernel_.Resample16BitMonoTo16BitMono(0, samples.data(), written, samples.data(), kRestart, 0, stream.Get()), 0);
+    EXPECT_EQ(State(stream).m_aulHistoryCount[0], 21U);
+    EXPECT_EQ(State(stream).m_adTime[0], 21.0);
+}
+
+TEST_F(StreamState, CreationRejectsChannelCountsWithoutMemory)
+{
+    for (const unsigned long channels : {1UL << 60, 1UL << 59, ~0UL / 96 + 1, ~0UL, 0xFFFFFFFFUL, 1UL << 27}) {
+        IUnknown* const unchanged = reinterpret_cast<IUnknown*>(0x40);
+        IUnknown* stream = unchanged;
+        EXPECT_EQ(kernel_.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, channels, &stream),
+                  ZT_E_INCONSISTENCY_DETECTED)
+            << channels;
+        EXPECT_EQ(stream, unchanged);
+    }
 }
 
 /// The host's samples, the work buffer and the history alike, with each build.
@@ -837,11 +954,7 @@ TEST_F(StreamState, TakesSamplesAtOddAddresses)
                 const auto odd = Make(from, to);
                 CPolyphaseResampler& state = State(odd);
                 if (!hasRows) {
-                    Filter* const filter = state.m_pSpec;
-                    if (filter->ulRowsOf != 0) {
-                        ippFree(filter->pRows[filter->outRate]);
-                        filter->ulRowsOf = 0;
-                    }
+                    state.m_pSpec->ulPackedBankKey = 0;
                 }
                 std::int16_t* const work = state.m_psWorkBuffer;
                 std::int16_t* const history = state.m_psHistory;

@@ -231,7 +231,7 @@ host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFor
 }
 
 /// Removes the packed filter bank of a stream, as if its allocation had failed.
-void DropPackedFilterBank(IUnknown\& stream)
+void DropPackedFilterBank(IUnknown& stream)
 {
     dynamic_cast<CPolyphaseResampler&>(stream).m_pSpec->ulPackedBankKey = 0;
 }

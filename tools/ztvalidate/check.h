@@ -1,4 +1,4 @@
-/// What a check is, and how it tells what it saw.
+/// A check, the ways in which it ends, and what it returns.
 #pragma once
 
 #include <cstdint>
@@ -9,51 +9,73 @@
 
 namespace zta::validate {
 
-/// What a check works with.
+/// The input of a check.
 struct Context {
     std::string subject;    ///< the shared object under test
     std::uint64_t seed = 1; ///< of the random samples
-    std::string folder;     ///< an empty folder that goes away after the check, for those that ask for one
+    std::string folder;     ///< an empty folder that is removed after the check, for checks that need one
 };
 
 struct Check {
     std::string name;        ///< hierarchical, with dots
-    std::string description; ///< what is true of a subject that passes
-    std::string needs;       ///< the check without whose success this one means nothing; empty for none
+    std::string description; ///< true of each subject that passes
+    std::string needs;       ///< the check that must pass before this one; empty for none
     std::function<void(const Context&)> run;
     bool needsFolder = false;
 };
 
-/// What is wrong, in one line.
+/// The part of a check's name before the last dot: "operation.copy" of "operation.copy.busy".
+std::string GroupName(const Check& check);
+
+/// A violation, in one line.
 class CheckFailure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// What a user of the subject should know, though no rule is broken.
+/// A property that breaks no rule and that users of the subject should know.
 class CheckWarning : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Why the check says nothing about this subject.
+/// The reason why a check does not apply to the subject.
 class CheckSkipped : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Throws CheckFailure unless `fact` holds.
-inline void Require(bool fact, const std::string& otherwise)
+/// Throws CheckFailure unless `condition` is true.
+inline void Require(bool condition, const std::string& otherwise)
 {
-    if (!fact) {
+    if (!condition) {
         throw CheckFailure(otherwise);
     }
 }
 
-/// Throws CheckFailure, with both statuses, unless they are equal.
+/// Throws CheckFailure, with both status codes, unless they are equal.
 void RequireStatus(int actual, int expected, const std::string& what);
 
+/// A status code in hexadecimal digits, with its name if it has one.
 std::string StatusText(int status);
+
+enum class Result { Passed, Warning, Failed, Crashed, Skipped };
+
+const char* ResultName(Result result);
+
+struct Outcome {
+    Result result = Result::Passed;
+    std::string detail = {}; ///< one line; empty for a check that passed
+    std::string output = {}; ///< the beginning of what the check's process printed, for one that failed or crashed
+    double seconds = 0;
+    bool hasHung = false; ///< the time limit ended it
+};
+
+/// True of a check that failed or crashed.
+bool IsBad(const Outcome& outcome);
+
+/// Runs a check in this process. A crash or a hang is not caught.
+Outcome PerformCheck(const Check& check, const Context& context);
 
 std::vector<Check> ModuleChecks();
 std::vector<Check> HostChecks();

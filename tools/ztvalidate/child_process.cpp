@@ -32,7 +32,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How much is kept of what a check writes; the rest is read and thrown away.
+/// How much of a check's output is kept; the rest is read and dropped.
 constexpr std::size_t kOutputKept = 2000;
 
 /// A report that is no longer than this arrives as a whole or not at all.
@@ -82,11 +82,11 @@ struct Pipe {
     }
 };
 
-/// Takes what is there without waiting; keeps the beginning. False once the other end is closed.
+/// Reads the available bytes without blocking, and keeps the first ones. False once the other end is closed.
 bool Drain(const Descriptor& end, std::string& text, std::size_t kept)
 {
     std::array<char, 4096> bytes;
-    // A writer that never stops must not hold the reader: the next round takes the rest.
+    // A writer that never stops must not block the reader: the next call reads more.
     for (int round = 0; round < 16; ++round) {
         const ssize_t count = read(end.Get(), bytes.data(), bytes.size());
         if (count <= 0) {
@@ -127,14 +127,7 @@ std::set<pid_t> Children()
     return children;
 }
 
-/// Children that this process had before it started any: whoever started it may have left some.
-std::set<pid_t>& ForeignChildren()
-{
-    static std::set<pid_t> children;
-    return children;
-}
-
-/// Ends what a check's process has left behind, wherever it has moved to.
+/// Ends the processes that a check's process has left behind, in any process group or session.
 void EndOrphans()
 {
     const auto giveUp = Clock::now() + std::chrono::seconds(5);
@@ -146,10 +139,8 @@ void EndOrphans()
         }
         bool found = false;
         for (const pid_t child : Children()) {
-            if (!ForeignChildren().contains(child)) {
-                kill(child, SIGKILL);
-                found = true;
-            }
+            kill(child, SIGKILL);
+            found = true;
         }
         if (!found) {
             return;
@@ -158,7 +149,7 @@ void EndOrphans()
     }
 }
 
-/// The process of one check. It is gone when this object is.
+/// The process of one check. The destructor ends it.
 class ChildProcess {
 public:
     explicit ChildProcess(pid_t id) : id_(id), handle_(static_cast<int>(syscall(SYS_pidfd_open, id, 0))) {}
@@ -168,7 +159,7 @@ public:
 
     [[nodiscard]] int Handle() const { return handle_.Get(); }
 
-    /// Kills what is left of it and gives the status that it ended with.
+    /// Ends it and the processes that it started. Returns its exit status.
     int End()
     {
         if (id_ == 0) {
@@ -192,10 +183,10 @@ private:
 
 // ---- In the child ----
 
-void Report(int file, Result result, const std::string& detail)
+void Report(int file, const Outcome& outcome)
 {
-    std::string report(1, static_cast<char>('0' + static_cast<int>(result)));
-    report += detail.substr(0, kReportKept - 1);
+    std::string report(1, static_cast<char>('0' + static_cast<int>(outcome.result)));
+    report += outcome.detail.substr(0, kReportKept - 1);
     if (write(file, report.data(), report.size()) < 0) {
         std::abort();
     }
@@ -217,40 +208,33 @@ void Report(int file, Result result, const std::string& detail)
     dup2(nothing, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
-    try {
-        check.run(context);
-        Report(report, Result::Passed, "");
-    } catch (const CheckFailure& failure) {
-        Report(report, Result::Failed, failure.what());
-    } catch (const CheckWarning& warning) {
-        Report(report, Result::Warning, warning.what());
-    } catch (const CheckSkipped& reason) {
-        Report(report, Result::Skipped, reason.what());
-    } catch (const std::exception& error) {
-        Report(report, Result::Failed, error.what());
-    } catch (...) {
-        Report(report, Result::Failed, "an exception that is none of the standard library's came out of it");
-    }
+    Report(report, PerformCheck(check, context));
     std::fflush(nullptr);
     _exit(EXIT_SUCCESS);
 }
 
 // ---- In the parent ----
 
-/// What a check's process was good for, from its report and its end.
+/// The outcome of a check, from its process's report and exit status.
 Outcome Judge(const std::string& report, int status)
 {
     const int code = report.empty() ? -1 : report[0] - '0';
     if (code >= 0 && code <= static_cast<int>(Result::Skipped)) {
-        return {static_cast<Result>(code), report.substr(1), "", 0};
+        return {static_cast<Result>(code), report.substr(1)};
     }
     if (WIFSIGNALED(status)) {
         const char* name = sigabbrev_np(WTERMSIG(status));
         return {Result::Crashed,
-                std::string("ended by SIG") + (name != nullptr ? name : std::to_string(WTERMSIG(status))), "", 0};
+                std::string("ended by SIG") + (name != nullptr ? name : std::to_string(WTERMSIG(status)))};
     }
-    return {Result::Crashed, "ended the process with exit code " + std::to_string(WEXITSTATUS(status)), "", 0};
+    return {Result::Crashed, "ended the process with exit code " + std::to_string(WEXITSTATUS(status))};
 }
+
+/// A signal that arrives just before the wait is noticed after it.
+constexpr std::chrono::milliseconds kMaxWait(1000);
+
+/// The share of the time limit after which a check yields the processor to others: it may loop without end.
+constexpr int kPoliteShare = 10;
 
 std::string LimitText(std::chrono::milliseconds limit)
 {
@@ -261,18 +245,11 @@ std::string LimitText(std::chrono::milliseconds limit)
 
 } // namespace
 
-const char* ResultName(Result result)
-{
-    constexpr std::array<const char*, 5> names = {"passed", "warning", "failed", "crashed", "skipped"};
-    return names[static_cast<std::size_t>(result)];
-}
-
 void AdoptOrphans()
 {
     if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
         ThrowSystemError("prctl");
     }
-    ForeignChildren() = Children();
 }
 
 Outcome RunInChild(const Check& check, const Context& context, std::chrono::milliseconds limit)
@@ -300,6 +277,7 @@ Outcome RunInChild(const Check& check, const Context& context, std::chrono::mill
     std::string outputText;
     std::string reportText;
     bool ended = false;
+    bool isPolite = false;
     std::array<pollfd, 3> events = {
         {{child.Handle(), POLLIN, 0}, {output.readEnd.Get(), POLLIN, 0}, {report.readEnd.Get(), POLLIN, 0}}};
     while (!ended) {
@@ -307,10 +285,19 @@ Outcome RunInChild(const Check& check, const Context& context, std::chrono::mill
         if (left.count() <= 0) {
             break;
         }
-        const int count = poll(events.data(), events.size(), static_cast<int>(left.count()));
+        auto wait = left;
+        if (!isPolite) {
+            wait = left - limit + limit / kPoliteShare;
+            if (wait.count() <= 0) {
+                setpriority(PRIO_PGRP, static_cast<id_t>(id), 10);
+                isPolite = true;
+                wait = left;
+            }
+        }
+        const int count = poll(events.data(), events.size(), static_cast<int>(std::min(wait, kMaxWait).count()));
         CheckInterruption();
         if (count < 0) {
-            continue; // a signal that is none of ours
+            continue; // another signal
         }
         ended = events[0].revents != 0;
         if (events[1].revents != 0 && !Drain(output.readEnd, outputText, kOutputKept)) {
@@ -324,8 +311,9 @@ Outcome RunInChild(const Check& check, const Context& context, std::chrono::mill
     Drain(output.readEnd, outputText, kOutputKept);
     Drain(report.readEnd, reportText, kReportKept);
 
-    Outcome outcome = ended ? Judge(reportText, status) : Outcome{Result::Failed, LimitText(limit), "", 0};
-    if (outcome.result == Result::Failed || outcome.result == Result::Crashed) {
+    Outcome outcome = ended ? Judge(reportText, status) : Outcome{Result::Failed, LimitText(limit)};
+    outcome.hasHung = !ended;
+    if (IsBad(outcome)) {
         outcome.output = outputText;
     }
     outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();

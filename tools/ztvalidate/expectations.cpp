@@ -130,8 +130,8 @@ std::vector<std::int16_t> Resampled(const std::vector<std::int16_t>& samples, st
     const double gain =
         std::min(1.0, static_cast<double>(layout.outRate) / static_cast<double>(layout.inRate)) / 16384.0;
 
-    // In front of the stream stands its first sample, as long as the filter reaches, so that the first output is at the
-    // time of the first input; the last outputs wait for samples that the next buffer brings.
+    // The stream is primed with its first sample, repeated to the reach of the filter, so that the first output has
+    // the time of the first input. The last outputs require samples of the next buffer.
     constexpr std::int64_t kPrime = 17;
     std::vector<std::int16_t> primed(kPrime, samples.front());
     primed.insert(primed.end(), samples.begin(), samples.end());

@@ -18,16 +18,16 @@ std::uint8_t GuardByte(std::size_t position)
 
 } // namespace
 
-host::Ref<GuardedBuffer> GuardedBuffer::Create(host::CallLog& journal, std::string name,
+host::Ref<GuardedBuffer> GuardedBuffer::Create(host::CallLog& callLog, std::string name,
                                                const SZtaWaveFormatInfo& format, std::size_t capacityBytes,
                                                std::size_t shift)
 {
-    return host::Ref<GuardedBuffer>::Adopt(new GuardedBuffer(journal, std::move(name), format, capacityBytes, shift));
+    return host::Ref<GuardedBuffer>::Adopt(new GuardedBuffer(callLog, std::move(name), format, capacityBytes, shift));
 }
 
-GuardedBuffer::GuardedBuffer(host::CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
+GuardedBuffer::GuardedBuffer(host::CallLog& callLog, std::string name, const SZtaWaveFormatInfo& format,
                              std::size_t capacityBytes, std::size_t shift)
-    : host::RecordingBuffer(journal, std::move(name), format, capacityBytes + 2 * kGuardBytes),
+    : host::RecordingBuffer(callLog, std::move(name), format, capacityBytes + 2 * kGuardBytes),
       begin_(kGuardBytes - shift), size_(capacityBytes)
 {
     for (std::size_t i = 0; i < Capacity(); ++i) {
@@ -35,11 +35,22 @@ GuardedBuffer::GuardedBuffer(host::CallLog& journal, std::string name, const SZt
     }
 }
 
+int GuardedBuffer::GetAudioSamplesDescription(SZtAudioSamplesDescription* description)
+{
+    ++descriptionRequests_;
+    wrongRecordSizes_ += description != nullptr && description->ulSize != sizeof(*description) ? 1 : 0;
+    const int status = RecordingBuffer::GetAudioSamplesDescription(description);
+    if (status >= 0 && overwritesSizes_) {
+        description->ulSize = 7;
+    }
+    return status;
+}
+
 int GuardedBuffer::GetBufferAndLength(void** data, unsigned long* lengthBytes)
 {
     const int status = RecordingBuffer::GetBufferAndLength(data, lengthBytes);
     if (status >= 0) {
-        *data = Data() + begin_;
+        *data = hasAddress_ ? Data() + begin_ : nullptr;
     }
     return status;
 }
@@ -55,7 +66,8 @@ int GuardedBuffer::GetBufferCapacity(unsigned long* capacityBytes)
 
 int GuardedBuffer::SetLength(unsigned long lengthBytes)
 {
-    return lengthBytes > size_ ? ZT_E_INVALID_PARAMETER : RecordingBuffer::SetLength(lengthBytes);
+    const int status = lengthBytes > size_ ? ZT_E_INVALID_PARAMETER : RecordingBuffer::SetLength(lengthBytes);
+    return status < 0 ? status : lengthStatus_;
 }
 
 Bytes GuardedBuffer::Content() const

@@ -1,7 +1,8 @@
-// The module as a file, its entry, its class objects, its engine, its registration, and how it leaves.
+// Checks of the module as a file, of its entry point, its class objects, its engine, its registration, and its unload.
 
-#include "host/host_engine.h"
+#include "tools/ztvalidate/library.h"
 #include "tools/ztvalidate/operations.h"
+#include "tools/ztvalidate/query_checks.h"
 #include "tools/ztvalidate/session.h"
 
 #include <zta/error_text.h>
@@ -16,9 +17,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <set>
+#include <new>
 
-#include <dlfcn.h>
 #include <elf.h>
 #include <fcntl.h>
 #include <link.h>
@@ -31,11 +31,6 @@ namespace {
 using host::kInjectedFailure;
 using host::Ref;
 
-constexpr _GUID kUnknownId = {0x5A544156, 0x0000, 0x0000, {1, 2, 3, 4, 5, 6, 7, 8}};
-
-/// What stands in an output that must be left alone.
-void* const kUntouched = reinterpret_cast<void*>(std::uintptr_t{0x5A5A5A5A});
-
 auto GetClassObject(const host::Module& module)
 {
     return module.Symbol<decltype(&DllGetClassObject)>("DllGetClassObject");
@@ -46,7 +41,7 @@ Ref<IClassFactory> MakeClassFactory(const host::Module& module)
     void* object = nullptr;
     RequireStatus(GetClassObject(module)(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &object), ZT_NOERROR,
                   "DllGetClassObject for the engine's class");
-    Require(object != nullptr, "DllGetClassObject succeeds and gives nothing");
+    RequireObject(object, "DllGetClassObject");
     return Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(object));
 }
 
@@ -55,37 +50,33 @@ Ref<IZtaAudioSamplesEngineFactory> MakeEngineFactory(IClassFactory& classFactory
     void* object = nullptr;
     RequireStatus(classFactory.CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &object), ZT_NOERROR,
                   "CreateInstance for the engine factory");
-    Require(object != nullptr, "CreateInstance succeeds and gives nothing");
+    RequireObject(object, "CreateInstance");
     return Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(object));
 }
 
 void RequireCanUnload(const host::Module& module, bool expected, const std::string& when)
 {
-    const int answer = module.Symbol<decltype(&DllCanUnloadNow)>("DllCanUnloadNow")();
-    Require(answer == (expected ? 0 : 1),
-            "DllCanUnloadNow says " + std::to_string(answer) + " " + when + ", not " + (expected ? "0" : "1"));
+    const int result = module.Symbol<decltype(&DllCanUnloadNow)>("DllCanUnloadNow")();
+    Require(result == (expected ? 0 : 1),
+            "DllCanUnloadNow returns " + std::to_string(result) + " " + when + ", not " + (expected ? "0" : "1"));
 }
 
 // ---- The file ----
 
 void CheckLoads(const Context& context)
 {
-    void* handle = dlopen(context.subject.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
-        throw CheckFailure(dlerror());
-    }
+    const Library library(context.subject);
 }
 
 void CheckExports(const Context& context)
 {
-    void* handle = dlopen(context.subject.c_str(), RTLD_NOW | RTLD_LOCAL);
-    Require(handle != nullptr, "cannot be loaded");
+    const Library library(context.subject);
     std::string missing;
     for (const char* name :
          {"DllEntryPoint", "DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer",
           "ZtInternalGetClassObject", "ZtInternalRegisterServer", "ZtInternalUnregisterServer",
           "ZtInternalRegisterAllServers", "ZtInternalUnregisterAllServers", "ztErrorToString", "g_achVersionInfo"}) {
-        if (dlsym(handle, name) == nullptr) {
+        if (library.Find<void*>(name) == nullptr) {
             missing += std::string(missing.empty() ? "" : ", ") + name;
         }
     }
@@ -94,17 +85,17 @@ void CheckExports(const Context& context)
 
 void CheckBinding(const Context& context)
 {
-    void* handle = dlopen(context.subject.c_str(), RTLD_NOW | RTLD_LOCAL);
+    const Library library(context.subject);
     link_map* map = nullptr;
-    Require(handle != nullptr && dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0, "cannot be loaded");
+    Require(dlinfo(library.Handle(), RTLD_DI_LINKMAP, &map) == 0, "the loader has no record of it");
     for (const ElfW(Dyn)* entry = map->l_ld; entry->d_tag != DT_NULL; ++entry) {
         if (entry->d_tag == DT_BIND_NOW || (entry->d_tag == DT_FLAGS && (entry->d_un.d_val & DF_BIND_NOW) != 0) ||
             (entry->d_tag == DT_FLAGS_1 && (entry->d_un.d_val & DF_1_NOW) != 0)) {
             return;
         }
     }
-    throw CheckWarning("it is not linked with -z now: in a host that loads it lazily, a first call takes the loader's "
-                       "lock on whatever thread it is made");
+    throw CheckWarning("it is not linked with -z now: in a host that loads it lazily, the first call of a function "
+                       "acquires the loader's lock on the calling thread");
 }
 
 void CheckVersion(const Context& context)
@@ -132,7 +123,7 @@ void CheckStatusTexts(const Context& context)
     const auto require = [&](std::uint32_t code, const wchar_t* expected) {
         const wchar_t* actual = text(static_cast<int>(code));
         Require(actual != nullptr && std::wcscmp(actual, expected) == 0,
-                "the text of " + StatusText(static_cast<int>(code)) + " is another");
+                "the text of " + StatusText(static_cast<int>(code)) + " is wrong");
     };
     for (const auto& [code, expected] : kTexts) {
         require(code, expected);
@@ -141,31 +132,31 @@ void CheckStatusTexts(const Context& context)
     require(0x7FFFFFFF, L"Unknown error");
 }
 
-// ---- Entry and unload ----
+// ---- Entry point and unload ----
 
-void CheckEntry(const Context& context)
+void CheckEntryPoint(const Context& context)
 {
     const host::Module module(context.subject);
     const auto enter = module.Symbol<decltype(&DllEntryPoint)>("DllEntryPoint");
     for (const unsigned long reason : {kZtModuleLoad, 2UL, kZtModuleUnload, kZtModuleLoad}) {
-        const int answer = enter(7, reinterpret_cast<void*>(reason));
-        Require(answer == 1, "DllEntryPoint gives " + std::to_string(answer) + " for reason " + std::to_string(reason));
+        const int result = enter(7, reinterpret_cast<void*>(reason));
+        Require(result == 1,
+                "DllEntryPoint returns " + std::to_string(result) + " for reason " + std::to_string(reason));
     }
 }
 
 void CheckCanUnload(const Context& context)
 {
     const host::Module module(context.subject);
-    RequireCanUnload(module, true, "when nothing has been made");
+    RequireCanUnload(module, true, "before an object has been created");
     auto classFactory = MakeClassFactory(module);
     RequireCanUnload(module, false, "while a class factory is alive");
     auto factory = MakeEngineFactory(*classFactory);
     classFactory.Reset();
     RequireCanUnload(module, false, "while an engine factory is alive");
-    const auto host = host::HostEngine::Create();
+    PoolHost host;
     Ref<IZtaAudioSamplesEngine> engine;
-    RequireStatus(factory->CreateAudioSamplesEngine(host.Get(), 0, engine.Put()), ZT_NOERROR,
-                  "CreateAudioSamplesEngine");
+    RequireStatus(factory->CreateAudioSamplesEngine(&host, 0, engine.Put()), ZT_NOERROR, "CreateAudioSamplesEngine");
     factory.Reset();
     RequireCanUnload(module, false, "while an engine is alive");
     auto stream = MakeStream(*engine, host::Pcm16(1, 44100), host::Pcm16(1, 48000));
@@ -190,7 +181,7 @@ void CheckLocks(const Context& context)
     classFactory = MakeClassFactory(module);
     RequireStatus(classFactory->LockServer(0), ZT_NOERROR, "LockServer(0)");
     classFactory.Reset();
-    RequireCanUnload(module, true, "when the locks have been taken back");
+    RequireCanUnload(module, true, "when the locks have been released");
 }
 
 bool IsMapped(const std::string& path)
@@ -208,8 +199,8 @@ bool IsMapped(const std::string& path)
 void UseAndUnload(const Context& context)
 {
     host::Module module(context.subject);
-    const auto host = host::HostEngine::Create();
-    module.CreateEngine(*host).Reset();
+    PoolHost host;
+    module.CreateEngine(host).Reset();
     RequireCanUnload(module, true, "when everything has been released");
     module.Unload();
 }
@@ -227,20 +218,20 @@ void CheckReloads(const Context& context)
     }
 }
 
-std::size_t EntriesOf(const char* folder)
+std::size_t CountEntries(const char* folder)
 {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
 }
 
 void CheckTraces(const Context& context)
 {
-    const std::size_t threads = EntriesOf("/proc/self/task");
-    const std::size_t files = EntriesOf("/proc/self/fd");
+    const std::size_t threads = CountEntries("/proc/self/task");
+    const std::size_t files = CountEntries("/proc/self/fd");
     Session session(context);
     Call call(session, Operations().front(), Operations().front().shape);
     RequireStatus(call.Run(), ZT_NOERROR, "a copy");
-    Require(EntriesOf("/proc/self/task") == threads, "it runs a thread of its own");
-    Require(EntriesOf("/proc/self/fd") == files, "it keeps a file open");
+    Require(CountEntries("/proc/self/task") == threads, "it runs a thread of its own");
+    Require(CountEntries("/proc/self/fd") == files, "it keeps a file open");
 }
 
 // ---- Class objects ----
@@ -252,18 +243,11 @@ void CheckClassFactory(const Context& context)
         void* object = nullptr;
         RequireStatus(GetClassObject(module)(CLSID_ZtaAudioSamplesEngine, id, &object), ZT_NOERROR,
                       "DllGetClassObject");
-        Require(object != nullptr, "DllGetClassObject succeeds and gives nothing");
+        RequireObject(object, "DllGetClassObject");
         const auto factory = Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(object));
-        Require(factory->AddRef() == 2 && factory->Release() == 1, "a new class factory has not one reference");
-        for (const _GUID& answered : {IID_IClassFactory, IID_IUnknown}) {
-            object = nullptr;
-            RequireStatus(factory->QueryInterface(answered, &object), ZT_NOERROR, "a query of the class factory");
-            Require(object == factory.Get(), "a query of the class factory gives another object");
-            Require(factory->Release() == 1, "a query of the class factory does not add one reference");
-        }
-        object = kUntouched;
-        RequireStatus(factory->QueryInterface(kUnknownId, &object), E_NOINTERFACE,
-                      "a query of the class factory for an unknown interface");
+        RequireOneReference(*factory, "a new class factory");
+        RequireInterfaces(*factory, {IID_IClassFactory, IID_IUnknown}, "the class factory", true);
+        RequireNoOtherInterface(*factory, "the class factory", RejectedOutput::Free);
     }
 }
 
@@ -276,7 +260,7 @@ void CheckWrongClass(const Context& context)
     Require(object == kUntouched, "an unknown class changes the output");
     RequireStatus(GetClassObject(module)(kUnknownId, IID_IClassFactory, nullptr), CLASS_E_NOAGGREGATION,
                   "an unknown class with a null output");
-    RequireCanUnload(module, true, "after a refusal");
+    RequireCanUnload(module, true, "after a rejection");
 }
 
 void CheckWrongInterface(const Context& context)
@@ -289,7 +273,7 @@ void CheckWrongInterface(const Context& context)
         RequireStatus(GetClassObject(module)(classId, kUnknownId, nullptr), E_NOINTERFACE,
                       "an unknown interface with a null output");
     }
-    RequireCanUnload(module, true, "after a refusal");
+    RequireCanUnload(module, true, "after a rejection");
 }
 
 void CheckInstances(const Context& context)
@@ -297,22 +281,19 @@ void CheckInstances(const Context& context)
     const host::Module module(context.subject);
     auto classFactory = MakeClassFactory(module);
     auto factory = MakeEngineFactory(*classFactory);
-    Require(factory->AddRef() == 2 && factory->Release() == 1, "a new engine factory has not one reference");
-    void* object = nullptr;
-    RequireStatus(factory->QueryInterface(IID_IZtaAudioSamplesEngineFactory, &object), ZT_NOERROR,
-                  "a query of the engine factory");
-    Require(object == factory.Get() && factory->Release() == 1, "a query of the engine factory is not counted");
+    RequireOneReference(*factory, "a new engine factory");
+    RequireInterfaces(*factory, {IID_IZtaAudioSamplesEngineFactory}, "the engine factory", true);
     factory.Reset();
 
-    object = kUntouched;
+    void* object = kUntouched;
     RequireStatus(classFactory->CreateInstance(nullptr, kUnknownId, &object), E_NOINTERFACE,
                   "CreateInstance for an unknown interface");
-    Require(object == nullptr, "CreateInstance for an unknown interface leaves the output as it was");
+    Require(object == nullptr, "CreateInstance for an unknown interface does not clear its output");
     classFactory.Reset();
-    RequireCanUnload(module, true, "after a refused instance");
+    RequireCanUnload(module, true, "after a rejected request for an instance");
 }
 
-/// An outer object that never goes away.
+/// An outer object that is never deleted.
 class Outer : public IUnknown {
 public:
     int QueryInterface(const _GUID& /*riid*/, void** ppv) override
@@ -334,10 +315,76 @@ void CheckAggregation(const Context& context)
                   "aggregation with another interface than IID_IUnknown");
     RequireStatus(classFactory->CreateInstance(&outer, IID_IUnknown, &object), ZT_NOERROR,
                   "aggregation with IID_IUnknown");
-    Require(object != nullptr, "aggregation succeeds and gives nothing");
+    RequireObject(object, "aggregation");
     Ref<IUnknown>::Adopt(static_cast<IUnknown*>(object)).Reset();
     classFactory.Reset();
-    RequireCanUnload(module, true, "after an aggregated object has gone");
+    RequireCanUnload(module, true, "after an aggregated object has been released");
+}
+
+/// One line of the module's class table, as programs define it that use the exported class factory.
+struct ClassTemplate {
+    const wchar_t* name;
+    const _GUID* classId;
+    void* (*create)(IUnknown* outer, int* status);
+    void (*initialize)(bool isLoading, const _GUID* classId);
+    int (*registerClass)(bool registers, const _GUID* classId);
+};
+
+/// An object as another compiler may lay it out: a pointer to a table of three operations and two destructors, without
+/// type information. Its construction fails.
+struct FailedObject {
+    const void* const* slots;
+    int calls;
+    int completeDestructions;
+    int deletingDestructions;
+};
+
+FailedObject failedObject;
+
+int FailingOperation(FailedObject* object)
+{
+    return ++object->calls;
+}
+
+const void* const kFailedObjectTable[] = {
+    nullptr, // the offset to the top
+    nullptr, // the type information
+    reinterpret_cast<const void*>(&FailingOperation),
+    reinterpret_cast<const void*>(&FailingOperation),
+    reinterpret_cast<const void*>(&FailingOperation),
+    reinterpret_cast<const void*>(+[](FailedObject* object) { ++object->completeDestructions; }),
+    reinterpret_cast<const void*>(+[](FailedObject* object) { ++object->deletingDestructions; }),
+};
+
+void* CreateFailedObject(IUnknown* /*outer*/, int* status)
+{
+    failedObject = {&kFailedObjectTable[2], 0, 0, 0};
+    *status = ZT_E_INVALID_POINTER;
+    return &failedObject;
+}
+
+void CheckFailedInstance(const Context& context)
+{
+    const host::Module module(context.subject);
+    const Library library(context.subject);
+    const auto construct = library.Find<void (*)(void* factory, const ClassTemplate* entry)>(
+        "_ZN15CZtClassFactoryC1EPK18CZtFactoryTemplate");
+    if (construct == nullptr) {
+        throw CheckSkipped("it does not export the class CZtClassFactory");
+    }
+    const ClassTemplate entry = {L"Failing", &kUnknownId, CreateFailedObject, nullptr, nullptr};
+    // The object's pointer to its operations, the class and the reference count. The last Release frees it.
+    void* const memory = ::operator new(3 * sizeof(void*));
+    construct(memory, &entry);
+    const auto factory = Ref<IClassFactory>::Retain(static_cast<IClassFactory*>(memory));
+    void* object = kUntouched;
+    const int status = factory->CreateInstance(nullptr, IID_IUnknown, &object);
+    RequireStatus(status, ZT_E_INVALID_POINTER, "CreateInstance of a class whose construction fails");
+    Require(object == kUntouched, "CreateInstance of a class whose construction fails changes its output");
+    Require(failedObject.deletingDestructions == 1 && failedObject.completeDestructions == 0,
+            "an object whose construction failed is destroyed " + std::to_string(failedObject.deletingDestructions) +
+                " times through the slot of its deleting destructor, not once");
+    Require(failedObject.calls == 0, "an operation of an object whose construction failed is called");
 }
 
 // ---- The engine ----
@@ -345,8 +392,8 @@ void CheckAggregation(const Context& context)
 void CheckCreation(const Context& context)
 {
     Session session(context);
-    Require(session.engine.Get() != nullptr, "CreateAudioSamplesEngine succeeds and gives nothing");
-    Require(session.engine->AddRef() == 2 && session.engine->Release() == 1, "a new engine has not one reference");
+    RequireObject(session.engine.Get(), "CreateAudioSamplesEngine");
+    RequireOneReference(*session.engine, "a new engine");
 }
 
 void CheckPool(const Context& context)
@@ -354,7 +401,7 @@ void CheckPool(const Context& context)
     const long before = host::AudioBuffer::LiveCount();
     Session session(context);
     const auto& requests = session.host.CreationRequests();
-    Require(requests.size() == 131, "an engine asks for " + std::to_string(requests.size()) + " buffers, not 131");
+    Require(requests.size() == 131, "an engine requests " + std::to_string(requests.size()) + " buffers, not 131");
     SZtCreateAudioSamplesDescription expected;
     std::memset(&expected, 0, sizeof(expected));
     expected.ulSize = sizeof(expected);
@@ -362,23 +409,23 @@ void CheckPool(const Context& context)
     expected.ulHostAttribute = 1;
     expected.sWaveFormat = host::MakeFormat(2, keZtAudioDataTypePcm, 48000, 32, 32);
     for (const SZtCreateAudioSamplesDescription& request : requests) {
-        // Field by field: what stands between the fields does not matter.
+        // Field by field: the bytes between the fields have no meaning.
         Require(request.ulSize == expected.ulSize && request.ui64BufferSize == expected.ui64BufferSize &&
                     request.ePolarity == expected.ePolarity && request.ulHostAttribute == expected.ulHostAttribute &&
                     !request.bFadeIn && !request.bFadeOut &&
                     std::memcmp(&request.sWaveFormat, &expected.sWaveFormat, sizeof(expected.sWaveFormat)) == 0,
-                "a request for a buffer has other values than those that hosts know");
+                "a request for a buffer has other values than hosts expect");
     }
     for (const Operation& operation : Operations()) {
         Call call(session, operation, operation.shape);
         RequireStatus(call.Run(), ZT_NOERROR, operation.name);
     }
-    Require(session.host.CreationCount() == 131, "an operation asks the host for a buffer");
+    Require(session.host.CreationCount() == 131, "an operation requests a buffer from the host");
     session.engine.Reset();
-    Require(host::AudioBuffer::LiveCount() == before, "the engine does not give all buffers of its pool back");
+    Require(host::AudioBuffer::LiveCount() == before, "the engine does not release all buffers of its pool");
 }
 
-/// A host engine that counts what is done to it.
+/// A host engine that counts its calls.
 class CountingHost : public IZtQuonEnginePrivate {
 public:
     int QueryInterface(const _GUID& /*riid*/, void** ppv) override
@@ -407,42 +454,33 @@ void CheckHostUse(const Context& context)
     auto engine = module.CreateEngine(host);
     engine.Reset();
     Require(host.uses == 0, "the engine queries the host object or counts references on it");
-    Require(host.requests > 0, "the engine asks its host for no buffer");
+    Require(host.requests > 0, "the engine requests no buffer from its host");
 }
 
-void CheckRefusedBuffer(const Context& context)
+void CheckRejectedBuffer(const Context& context)
 {
     const host::Module module(context.subject);
     const long before = host::AudioBuffer::LiveCount();
     auto classFactory = MakeClassFactory(module);
     const auto factory = MakeEngineFactory(*classFactory);
     for (const int failing : {1, 4, 131}) {
-        const std::string what = "the refusal of buffer " + std::to_string(failing);
-        host::CallLog journal;
-        host::RecordingHost host(journal);
+        const std::string what = "the rejection of buffer " + std::to_string(failing);
+        PoolHost host;
         host.FailRequest(failing);
         Ref<IZtaAudioSamplesEngine> engine;
         RequireStatus(factory->CreateAudioSamplesEngine(&host, 0, engine.Put()), kInjectedFailure, what);
         Require(host.CreationCount() == failing, what + " does not end the creation");
-        Require(static_cast<bool>(engine), what + ": no engine is handed out");
+        Require(static_cast<bool>(engine), what + ": no engine is returned");
         engine.Reset();
-        Require(host::AudioBuffer::LiveCount() == before, what + ": buffers of the pool are left over");
+        Require(host::AudioBuffer::LiveCount() == before, what + ": buffers of the pool stay alive");
     }
 }
 
 void CheckEngineQuery(const Context& context)
 {
     Session session(context);
-    for (const _GUID& id : {IID_IZtaAudioSamplesEngine, IID_IUnknown}) {
-        void* object = nullptr;
-        RequireStatus(session.engine->QueryInterface(id, &object), ZT_NOERROR, "a query of the engine");
-        Require(object != nullptr, "a query of the engine succeeds and gives nothing");
-        Require(static_cast<IUnknown*>(object)->Release() == 1, "a query of the engine does not add one reference");
-    }
-    void* object = kUntouched;
-    RequireStatus(session.engine->QueryInterface(kUnknownId, &object), E_NOINTERFACE,
-                  "a query of the engine for an unknown interface");
-    Require(object == nullptr, "a refused query of the engine does not clear its output");
+    RequireInterfaces(*session.engine, {IID_IZtaAudioSamplesEngine, IID_IUnknown}, "the engine", true);
+    RequireNoOtherInterface(*session.engine, "the engine", RejectedOutput::Cleared);
 }
 
 void CheckEngineReferences(const Context& context)
@@ -451,9 +489,9 @@ void CheckEngineReferences(const Context& context)
     const long whole = host::AudioBuffer::LiveCount();
     session.engine->AddRef();
     session.engine->AddRef();
-    Require(session.engine->Release() == 2, "Release gives another count than that of the references");
-    Require(session.engine->Release() == 1, "Release gives another count than that of the references");
-    Require(host::AudioBuffer::LiveCount() == whole, "an engine with references gives buffers back");
+    Require(session.engine->Release() == 2, "Release does not return the count of references");
+    Require(session.engine->Release() == 1, "Release does not return the count of references");
+    Require(host::AudioBuffer::LiveCount() == whole, "an engine with references releases buffers");
     session.engine.Reset();
     Require(host::AudioBuffer::LiveCount() == whole - 131, "an engine without references keeps its buffers");
     RequireCanUnload(session.module, true, "when the engine has been released");
@@ -463,13 +501,26 @@ void CheckEngineReferences(const Context& context)
 
 constexpr char kClassLine[] = " {45F20097-F519-4DCF-80D8CC0D06CBF259}=";
 
-/// The registration file in the check's folder, and what the module prints.
+/// The registration file in the check's folder. The module finds the folder by an environment variable.
 class Registry {
 public:
     explicit Registry(const Context& context) : module(context.subject), file_(context.folder + "/CLSIDs")
     {
+        if (const char* folder = getenv("ORBUTILS")) {
+            folderBefore_ = folder;
+        }
         setenv("ORBUTILS", context.folder.c_str(), 1);
     }
+    ~Registry()
+    {
+        if (folderBefore_.empty()) {
+            unsetenv("ORBUTILS");
+        } else {
+            setenv("ORBUTILS", folderBefore_.c_str(), 1);
+        }
+    }
+    Registry(const Registry&) = delete;
+    Registry& operator=(const Registry&) = delete;
 
     [[nodiscard]] std::string Text() const
     {
@@ -491,11 +542,12 @@ public:
 
 private:
     std::string file_;
+    std::string folderBefore_;
 };
 
 void RequireText(const Registry& registry, const std::string& expected, const std::string& when)
 {
-    Require(registry.Text() == expected, "the file CLSIDs is not as it should be " + when);
+    Require(registry.Text() == expected, "the file CLSIDs has other lines than expected " + when);
 }
 
 void CheckRegisters(const Context& context)
@@ -506,7 +558,7 @@ void CheckRegisters(const Context& context)
         RequireStatus(registry.Register(path), ZT_NOERROR, "DllRegisterServer");
         RequireText(registry, std::string(" [CLSID]\n") + kClassLine + text + "\n", "after a registration");
     }
-    Require(EntriesOf(context.folder.c_str()) == 1, "there are other files than CLSIDs in the folder");
+    Require(CountEntries(context.folder.c_str()) == 1, "there are other files than CLSIDs in the folder");
 }
 
 void CheckUnregisters(const Context& context)
@@ -525,89 +577,140 @@ void CheckKeepsOthers(const Context& context)
     const std::string other = " {00000000-0000-0000-0000000000000001}=/somewhere/other.so\n";
     registry.Write(head + other);
     RequireStatus(registry.Register(L"/somewhere/first.so"), ZT_NOERROR, "DllRegisterServer");
-    RequireText(registry, head + kClassLine + "/somewhere/first.so\n" + other, "with a second class");
+    RequireText(registry, head + kClassLine + "/somewhere/first.so\n" + other,
+                "after a registration beside another class");
     RequireStatus(registry.Unregister(), ZT_NOERROR, "DllUnregisterServer");
-    RequireText(registry, head + other, "when the other class is alone again");
+    RequireText(registry, head + other, "after the other class has become the only one");
 }
 
-void CheckNeedsFolder(const Context& context)
+void CheckWithoutFolder(const Context& context)
 {
     const Registry registry(context);
     unsetenv("ORBUTILS");
     RequireStatus(registry.Register(L"/somewhere/first.so"), E_FAIL, "DllRegisterServer without ORBUTILS");
     RequireStatus(registry.Unregister(), E_FAIL, "DllUnregisterServer without ORBUTILS");
-    Require(EntriesOf(context.folder.c_str()) == 0, "a failed registration writes a file");
+    Require(CountEntries(context.folder.c_str()) == 0, "a failed registration writes a file");
 }
+
+/// A path that the C locale cannot express. If the module cannot write it, the lines of other modules must survive.
+void CheckNonAscii(const Context& context)
+{
+    const Registry registry(context);
+    const std::string others = " [CLSID]\n {00000000-0000-0000-0000000000000001}=/somewhere/other.so\n"
+                               " [Other]\n key=value\n";
+    registry.Write(others);
+    RequireStatus(registry.Register(L"/somewhere/m\u00e9dias/first.so"), ZT_NOERROR,
+                  "DllRegisterServer with a path outside ASCII");
+    std::string text = registry.Text();
+    if (const auto line = text.find(kClassLine); line != std::string::npos) {
+        text.erase(line, text.find('\n', line) + 1 - line);
+    }
+    Require(text == others, "a registration with a path outside ASCII changes the lines of other modules");
+}
+
+/// Leads standard output into a file while it lives.
+class PrintedText {
+public:
+    explicit PrintedText(const std::string& name) : name_(name), before_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3))
+    {
+        std::fflush(stdout);
+        const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        const bool isOpen = before_ >= 0 && file >= 0 && dup2(file, STDOUT_FILENO) >= 0;
+        close(file);
+        if (!isOpen) {
+            close(before_);
+            throw CheckFailure("cannot write " + name);
+        }
+    }
+    ~PrintedText()
+    {
+        std::fflush(stdout);
+        dup2(before_, STDOUT_FILENO);
+        close(before_);
+    }
+    PrintedText(const PrintedText&) = delete;
+    PrintedText& operator=(const PrintedText&) = delete;
+
+    [[nodiscard]] std::string Read() const
+    {
+        std::fflush(stdout);
+        std::ifstream file(name_);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+private:
+    std::string name_;
+    int before_;
+};
 
 void CheckPrints(const Context& context)
 {
-    // The module chooses how it writes, and the first write settles how the stream can be written from then on: so the
-    // stream itself is led into a file, and the module's text is all that comes out.
-    const std::string name = context.folder + "/printed";
     const Registry registry(context);
-    Require(std::freopen(name.c_str(), "w", stdout) != nullptr, "cannot write " + name);
+    const PrintedText printed(context.folder + "/printed");
     registry.Register(L"/somewhere/first.so");
     registry.Unregister();
-    std::fflush(stdout);
-    std::ifstream file(name);
-    const std::string printed{std::istreambuf_iterator<char>(file), {}};
-    Require(printed == "- - Register KelvarVideo AudioSamples Engine\n- - Unregister KelvarVideo AudioSamples Engine\n",
-            "it prints other lines than those that installers know");
+    Require(printed.Read() ==
+                "- - Register KelvarVideo AudioSamples Engine\n- - Unregister KelvarVideo AudioSamples Engine\n",
+            "it prints other lines than installers expect");
 }
 
 } // namespace
 
 std::vector<Check> ModuleChecks()
 {
+    const std::string loads = "module.loads";
+    const std::string creation = "engine.creation";
     std::vector<Check> checks = {
-        {"module.loads", "The file is a shared object with all its names bound.", "", CheckLoads},
-        {"module.exports", "Every function that a host looks up is there under its plain name.", "module.loads",
+        {"module.loads", "The file is a shared object whose imported names are all resolved.", "", CheckLoads},
+        {"module.exports", "It exports every function that a host looks up, under its plain name.", loads,
          CheckExports},
-        {"module.binding", "Its own calls are bound when it is loaded.", "module.loads", CheckBinding},
-        {"module.version", "The version record holds a revision, a release and a build number.", "module.loads",
+        {"module.binding", "Its calls are bound when it is loaded.", loads, CheckBinding},
+        {"module.version", "The version record contains a revision, a release and a build number.", loads,
          CheckVersion},
-        {"module.texts", "Every status has its text, and everything else is \"Unknown error\".", "module.loads",
+        {"module.texts", "Every status code has its text, and any other value is \"Unknown error\".", loads,
          CheckStatusTexts},
-        {"module.entry", "DllEntryPoint answers 1 to load, to unload and to any other reason.", "module.loads",
-         CheckEntry},
-        {"module.can-unload", "DllCanUnloadNow tells the truth while objects of each kind come and go.", "module.loads",
+        {"module.entry", "DllEntryPoint returns 1 for load, for unload and for any other reason.", loads,
+         CheckEntryPoint},
+        {"module.can-unload", "DllCanUnloadNow is right while objects of each kind are created and released.", loads,
          CheckCanUnload},
-        {"module.locks", "LockServer keeps the module, once for each lock.", "module.loads", CheckLocks},
-        {"module.unloads", "After its unload the file is gone from the process.", "module.loads", CheckUnloads},
-        {"module.reloads", "It can be loaded, used and unloaded again and again.", "module.loads", CheckReloads},
-        {"module.traces", "It has no thread of its own and keeps no file open.", "module.loads", CheckTraces},
-        {"class.factory", "DllGetClassObject gives the class factory, which counts its references.", "module.loads",
+        {"module.locks", "LockServer keeps the module loaded, once for each lock.", loads, CheckLocks},
+        {"module.unloads", "After its unload the file is no longer mapped.", loads, CheckUnloads},
+        {"module.reloads", "It can be loaded, used and unloaded five times.", loads, CheckReloads},
+        {"module.traces", "It has no thread of its own and keeps no file open.", loads, CheckTraces},
+        {"class.factory", "DllGetClassObject returns the class factory, which counts its references.", loads,
          CheckClassFactory},
-        {"class.wrong-class", "An unknown class is refused, and the output is left alone.", "module.loads",
-         CheckWrongClass},
+        {"class.wrong-class", "An unknown class is rejected, and the output does not change.", loads, CheckWrongClass},
         {"class.wrong-interface",
-         "An unknown interface is refused before the class is looked at, and the output is left alone.", "module.loads",
+         "An unknown interface is rejected before the class is compared, and the output does not change.", loads,
          CheckWrongInterface},
-        {"class.instances", "CreateInstance makes engine factories, and nothing is left of a refused one.",
-         "module.loads", CheckInstances},
-        {"class.aggregation", "An outer object is taken with IID_IUnknown only.", "module.loads", CheckAggregation},
-        {"engine.creation", "CreateAudioSamplesEngine gives an engine with one reference.", "module.loads",
-         CheckCreation},
-        {"engine.pool", "An engine asks for 131 buffers of 192000 bytes, once, and gives them back.", "engine.creation",
+        {"class.instances", "CreateInstance creates engine factories, and a rejected request leaves nothing behind.",
+         loads, CheckInstances},
+        {"class.aggregation", "An outer object is accepted with IID_IUnknown only.", loads, CheckAggregation},
+        {"class.failed-instance",
+         "The exported class factory deletes an object whose construction failed, once, through its slot.", loads,
+         CheckFailedInstance},
+        {"engine.creation", "CreateAudioSamplesEngine returns an engine with one reference.", loads, CheckCreation},
+        {"engine.pool", "An engine requests 131 buffers of 192000 bytes, once, and releases them.", creation,
          CheckPool},
-        {"engine.host", "The host object is neither queried nor kept.", "engine.creation", CheckHostUse},
-        {"engine.refused-buffer", "A refused buffer is the status of the creation, and the engine can be released.",
-         "engine.creation", CheckRefusedBuffer},
-        {"engine.query", "The engine answers its two interfaces and refuses all others.", "engine.creation",
-         CheckEngineQuery},
-        {"engine.references", "The engine lives as long as it has references, and no longer.", "engine.creation",
+        {"engine.host", "The engine neither queries the host object nor keeps it.", creation, CheckHostUse},
+        {"engine.rejected-buffer",
+         "The status of a rejected buffer is that of the creation, and the engine can be released.", creation,
+         CheckRejectedBuffer},
+        {"engine.query", "The engine has its two interfaces and rejects all others.", creation, CheckEngineQuery},
+        {"engine.references", "The engine lives as long as it has references, and no longer.", creation,
          CheckEngineReferences},
-        {"registration.writes", "DllRegisterServer writes the class with its path, and one line for it.",
-         "module.loads", CheckRegisters, true},
-        {"registration.removes", "DllUnregisterServer takes the class out, and does not mind if it is not there.",
-         "module.loads", CheckUnregisters, true},
-        {"registration.keeps-others", "The classes of other modules stay in the file.", "module.loads",
-         CheckKeepsOthers, true},
-        {"registration.needs-folder", "Without ORBUTILS both fail and write nothing.", "module.loads", CheckNeedsFolder,
+        {"registration.writes", "DllRegisterServer writes the class with its path, on one line.", loads, CheckRegisters,
          true},
-        {"registration.prints", "Both print their line.", "module.loads", CheckPrints, true},
+        {"registration.removes", "DllUnregisterServer removes the class, and succeeds if it is not registered.", loads,
+         CheckUnregisters, true},
+        {"registration.keeps-others", "The classes of other modules stay in the file.", loads, CheckKeepsOthers, true},
+        {"registration.needs-folder", "Without ORBUTILS both functions fail and write nothing.", loads,
+         CheckWithoutFolder, true},
+        {"registration.non-ascii", "With a path outside ASCII it returns, and the file's other lines stay.", loads,
+         CheckNonAscii, true},
+        {"registration.prints", "Both functions print their line.", loads, CheckPrints, true},
     };
-    for (const auto& group : {OperationChecks(), RejectionChecks(), SampleChecks()}) {
+    for (const auto& group : {OperationChecks(), RejectionChecks(), SampleChecks(), UnusualHostChecks()}) {
         checks.insert(checks.end(), group.begin(), group.end());
     }
     return checks;

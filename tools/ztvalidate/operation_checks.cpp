@@ -1,4 +1,4 @@
-// What every operation must keep: signals, the order of host calls, references, the latch.
+// Checks of the rules for every operation: signals, the order of host calls, references, the busy flag.
 
 #include "tools/ztvalidate/operations.h"
 
@@ -28,7 +28,7 @@ std::string Listed(const Calls& calls)
     return text.empty() ? "none" : text;
 }
 
-/// The calls of IZtAVContent, in whose order hosts see an operation.
+/// The calls of IZtAVContent, whose order hosts observe.
 Calls ContentCalls(const Calls& all)
 {
     Calls calls;
@@ -42,7 +42,7 @@ Calls ContentCalls(const Calls& all)
     return calls;
 }
 
-/// Puts together the order that an operation's family has.
+/// Builds the order of calls of an operation's family.
 class OrderBuilder {
 public:
     explicit OrderBuilder(const Call& call)
@@ -84,15 +84,15 @@ public:
         return calls_;
     }
 
-    /// The last input has brought an error code.
+    /// The order if the last input has an error code.
     Calls Failure(const Operation& operation)
     {
         Each(inputs_, {"GetErrorCode"});
-        if (operation.family != Family::Split) {
+        if (operation.family != Family::Deinterleave) {
             Each(inputs_, {"SignalReadCompletion"});
         }
         Each(outputs_, {"SetErrorCode", "SignalWriteCompletion"});
-        if (operation.family == Family::Split) {
+        if (operation.family == Family::Deinterleave) {
             Each(inputs_, {"SignalReadCompletion"});
         }
         return calls_;
@@ -106,8 +106,8 @@ private:
 
 void RequireOrder(const Call& call, const Calls& expected, const std::string& what)
 {
-    const Calls actual = ContentCalls(call.journal.Calls());
-    Require(actual == expected, what + " makes the calls " + Listed(actual) + "; they should be " + Listed(expected));
+    const Calls actual = ContentCalls(call.callLog.Calls());
+    Require(actual == expected, what + " makes the calls " + Listed(actual) + ", expected " + Listed(expected));
 }
 
 void RequireSuccess(Call& call)
@@ -131,7 +131,7 @@ void CheckOrder(const Context& context, const Operation& operation)
     Call call(session, operation, operation.shape);
     RequireSuccess(call);
     RequireOrder(call, OrderBuilder(call).Success(operation), "the call");
-    const Calls& all = call.journal.Calls();
+    const Calls& all = call.callLog.Calls();
     for (std::size_t i = 0; i < call.Outputs(); ++i) {
         const std::string prefix = call.Output(i).Name() + ".";
         const auto last =
@@ -158,16 +158,16 @@ void CheckReferences(const Context& context, const Operation& operation)
     failing.RequireNoSideEffects("a failing call");
     if (call.stream) {
         Require(call.stream->AddRef() == 2 && call.stream->Release() == 1,
-                "the call has changed the references of the resampler");
+                "the call changes the references of the resampler");
     }
 }
 
-/// Calls the engine from inside one of its own host calls, and gives what the inner call returned.
+/// Calls the engine from inside one of its own host calls. Returns the status of the inner call.
 int CallFromInside(Call& outer, Call& inner, const std::string& entry)
 {
     bool entered = false;
     int status = ZT_NOERROR;
-    outer.journal.hook = [&](const std::string& name) {
+    outer.callLog.hook = [&](const std::string& name) {
         if (!entered && EndsWith(name, entry)) {
             entered = true;
             status = inner.Run();
@@ -187,9 +187,9 @@ void CheckBusy(const Context& context, const Operation& operation)
     Call outer(session, operation, operation.shape);
     Call inner(session, operation, operation.shape);
     RequireStatus(CallFromInside(outer, inner, "MarkWriteStartTime"), ZT_E_MODULE_BUSY, "a call inside another");
-    inner.RequireSignals("the refused call", ZT_E_MODULE_BUSY);
+    inner.RequireSignals("the rejected call", ZT_E_MODULE_BUSY);
     for (std::size_t i = 0; i < inner.Outputs(); ++i) {
-        Require(inner.Output(i).Content() == inner.OutputBefore(i), "the refused call has written its output");
+        Require(inner.Output(i).Content() == inner.OutputBefore(i), "the rejected call writes its output");
     }
     Call later(session, operation, operation.shape);
     RequireStatus(later.Run(), ZT_NOERROR, "a call after both");
@@ -222,6 +222,33 @@ void CheckTolerated(const Context& context, const Operation& operation)
     }
 }
 
+/// A host may overwrite the size field of a record that it fills. Each request must set it.
+void CheckRecordSizes(const Context& context, const Operation& operation)
+{
+    Session session(context);
+    Call call(session, operation, operation.shape);
+    std::vector<GuardedBuffer*> buffers;
+    for (std::size_t i = 0; i < call.Inputs(); ++i) {
+        buffers.push_back(&call.Input(i));
+    }
+    for (std::size_t i = 0; i < call.Outputs(); ++i) {
+        buffers.push_back(&call.Output(i));
+    }
+    for (GuardedBuffer* buffer : buffers) {
+        buffer->OverwriteRecordSizes();
+    }
+    const int status = call.Run();
+    int requests = 0;
+    for (const GuardedBuffer* buffer : buffers) {
+        requests += buffer->DescriptionRequests();
+        Require(buffer->WrongRecordSizes() == 0,
+                std::to_string(buffer->WrongRecordSizes()) + " of " + std::to_string(buffer->DescriptionRequests()) +
+                    " requests for the description of " + buffer->Name() + " have a wrong size field");
+    }
+    RequireStatus(status, ZT_NOERROR, "the call");
+    Require(requests > 0, "the call requests no description");
+}
+
 struct Aspect {
     const char* name;
     const char* description;
@@ -229,13 +256,14 @@ struct Aspect {
 };
 
 const Aspect kAspects[] = {
-    {"signals", "Each announced access gets exactly one signal, and no error code is left.", CheckSignals},
-    {"order", "Marks, error codes and signals come in their fixed order, also in a call that fails.", CheckOrder},
-    {"references", "Every reference on the buffers is given back, and nothing is written beside the outputs' samples.",
+    {"signals", "Each announced access receives exactly one signal, and no error code remains.", CheckSignals},
+    {"order", "Marks, error codes and signals have their fixed order, also in a call that fails.", CheckOrder},
+    {"references", "Every reference on the buffers is released, and no byte outside the outputs' samples changes.",
      CheckReferences},
-    {"busy", "A call during another one gets ZT_E_MODULE_BUSY at once, with its buffers signalled.", CheckBusy},
-    {"completion", "The engine is free again before it signals any completion.", CheckCompletion},
-    {"tolerated", "The six synchronisation warnings on inputs count as no failure.", CheckTolerated},
+    {"busy", "A call during another one returns ZT_E_MODULE_BUSY and signals its buffers.", CheckBusy},
+    {"completion", "The engine accepts the next call before it signals any completion.", CheckCompletion},
+    {"tolerated", "The six synchronization warnings on inputs are not failures.", CheckTolerated},
+    {"record-sizes", "Each request for a description sets the size of the record.", CheckRecordSizes},
 };
 
 } // namespace

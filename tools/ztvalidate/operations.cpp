@@ -1,5 +1,7 @@
 #include "tools/ztvalidate/operations.h"
 
+#include "tools/ztvalidate/sample_comparison.h"
+
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
@@ -33,13 +35,13 @@ int InvokeStereoToMono(IZtaAudioSamplesEngine& engine, Call& call)
 }
 
 template <auto Member>
-int InvokeAssembly(IZtaAudioSamplesEngine& engine, Call& call)
+int InvokeInterleave(IZtaAudioSamplesEngine& engine, Call& call)
 {
     return (engine.*Member)(call.Array(call.in), call.in.size(), call.out[0], call.Volumes(), call.volumeCount);
 }
 
 template <auto Member>
-int InvokeSplit(IZtaAudioSamplesEngine& engine, Call& call)
+int InvokeDeinterleave(IZtaAudioSamplesEngine& engine, Call& call)
 {
     return (engine.*Member)(call.in[0], call.Array(call.out), call.out.size(), call.Volumes(), call.volumeCount);
 }
@@ -56,24 +58,24 @@ int InvokeResample(IZtaAudioSamplesEngine& engine, Call& call)
 
 std::vector<BufferSpec> Array(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t frames)
 {
-    std::vector<BufferSpec> sides;
+    std::vector<BufferSpec> specs;
     for (std::size_t i = 0; i < count; ++i) {
-        sides.emplace_back(ArrayElementName(i), format, frames);
+        specs.emplace_back(ArrayElementName(i), format, frames);
     }
-    return sides;
+    return specs;
 }
 
 } // namespace
 
-std::vector<BufferSpec*> CallSpec::Sides()
+std::vector<BufferSpec*> CallSpec::AllBuffers()
 {
-    std::vector<BufferSpec*> sides;
+    std::vector<BufferSpec*> specs;
     for (auto* group : {&inputs, &outputs}) {
-        for (BufferSpec& side : *group) {
-            sides.push_back(&side);
+        for (BufferSpec& spec : *group) {
+            specs.push_back(&spec);
         }
     }
-    return sides;
+    return specs;
 }
 
 const std::vector<Operation>& Operations()
@@ -104,22 +106,22 @@ const std::vector<Operation>& Operations()
          Family::Interleave,
          false,
          {Array(4, Pcm24In32(1), 40), {{"mux", Pcm24In32(4), 40}}},
-         InvokeAssembly<&Engine::CopyAudioSamplesMonoToMux>},
+         InvokeInterleave<&Engine::CopyAudioSamplesMonoToMux>},
         {"stereo-to-mux",
          Family::Interleave,
          false,
          {Array(2, Pcm24In32(2), 40), {{"mux", Pcm24In32(4), 40}}},
-         InvokeAssembly<&Engine::CopyAudioSamplesStereoToMux>},
+         InvokeInterleave<&Engine::CopyAudioSamplesStereoToMux>},
         {"mux-to-mono",
-         Family::Split,
+         Family::Deinterleave,
          false,
          {{{"mux", Pcm24In32(4), 40}}, Array(4, Pcm24In32(1), 40)},
-         InvokeSplit<&Engine::CopyAudioSamplesMuxToMono>},
+         InvokeDeinterleave<&Engine::CopyAudioSamplesMuxToMono>},
         {"mux-to-stereo",
-         Family::Split,
+         Family::Deinterleave,
          false,
          {{{"mux", Pcm24In32(4), 40}}, Array(2, Pcm24In32(2), 40)},
-         InvokeSplit<&Engine::CopyAudioSamplesMuxToStereo>},
+         InvokeDeinterleave<&Engine::CopyAudioSamplesMuxToStereo>},
         {"volume",
          Family::OneToOne,
          false,
@@ -159,7 +161,7 @@ host::Ref<IUnknown> MakeStream(IZtaAudioSamplesEngine& engine, SZtaWaveFormatInf
 {
     IUnknown* stream = nullptr;
     RequireStatus(engine.CreateAudioResampler(&from, &to, &stream), 0, "the creation of a resampler");
-    Require(stream != nullptr, "the creation of a resampler succeeds and gives none");
+    Require(stream != nullptr, "the creation of a resampler succeeds without a pointer");
     return host::Ref<IUnknown>::Adopt(stream);
 }
 
@@ -176,19 +178,19 @@ std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
 Call::Call(Session& session, const Operation& operation, const CallSpec& shape, bool unaligned)
     : volumes(shape.volumes), volumeCount(shape.volumes.size()), session_(session), operation_(operation)
 {
-    // The resampler takes samples as the 16-bit words that they are.
+    // The resampler requires 16-bit alignment.
     const std::size_t shift = !unaligned ? 0 : operation.name == "resample" ? 2 : 1;
-    const auto make = [&](const std::vector<BufferSpec>& sides, std::vector<host::Ref<GuardedBuffer>>& buffers,
+    const auto make = [&](const std::vector<BufferSpec>& specs, std::vector<host::Ref<GuardedBuffer>>& buffers,
                           std::vector<IZtAudioSamples*>& pointers, std::vector<Bytes>& before) {
-        for (const BufferSpec& side : sides) {
-            const std::size_t frameBytes = host::BytesPerFrame(side.format);
+        for (const BufferSpec& spec : specs) {
+            const std::size_t frameBytes = host::BytesPerFrame(spec.format);
             auto buffer =
-                GuardedBuffer::Create(journal, side.name, side.format, side.capacityFrames * frameBytes, shift);
-            before.push_back(RandomSamples(session.random, side.format, side.capacityFrames * frameBytes));
+                GuardedBuffer::Create(callLog, spec.name, spec.format, spec.capacityFrames * frameBytes, shift);
+            before.push_back(RandomSamples(session.random, spec.format, spec.capacityFrames * frameBytes));
             buffer->SetContent(before.back());
-            buffer->SetValidLength(side.frames * frameBytes);
-            buffer->SetFades(side.fadeIn, side.fadeOut);
-            buffer->SetPolarity(side.polarity);
+            buffer->SetValidLength(spec.frames * frameBytes);
+            buffer->SetFades(spec.fadeIn, spec.fadeOut);
+            buffer->SetPolarity(spec.polarity);
             pointers.push_back(buffer.Get());
             buffers.push_back(buffer);
         }
@@ -215,7 +217,7 @@ int Call::Run()
     for (const auto& output : outputs_) {
         output->AnnounceWrite();
     }
-    journal.Clear();
+    callLog.Clear();
     return operation_.invoke(*session_.engine, *this);
 }
 
@@ -248,30 +250,31 @@ void Call::PassNull(const std::string& name)
 
 void Call::Fail(const std::string& name, const std::string& entry)
 {
-    journal.FailCallsTo(name + "." + entry);
+    callLog.FailCallsTo(name + "." + entry);
 }
 
 void Call::RequireNoSideEffects(const std::string& what, const std::string& leaking) const
 {
     for (std::size_t i = 0; i < inputs_.size(); ++i) {
         const bool inPlace = std::find(out.begin(), out.end(), in[i]) != out.end();
-        Require(inPlace || inputs_[i]->Content() == inputsBefore_[i],
-                what + ": the samples of input " + inputs_[i]->Name() + " have changed");
+        if (!inPlace) {
+            RequireSameSamples(inputs_[i]->Content(), inputsBefore_[i], inputs_[i]->Description().sWaveFormat,
+                               {what + ": it changes input " + inputs_[i]->Name(), Seed()});
+        }
     }
     for (const auto* group : {&inputs_, &outputs_}) {
         for (const auto& buffer : *group) {
-            Require(buffer->IsGuardIntact(),
-                    what + ": bytes beside the samples of " + buffer->Name() + " have changed");
+            Require(buffer->IsGuardIntact(), what + ": it changes bytes outside the samples of " + buffer->Name());
             const long expected = buffer->Name() == leaking ? 2 : 1;
-            Require(buffer->References() == expected, what + ": " + buffer->Name() + " is left with " +
+            Require(buffer->References() == expected, what + ": " + buffer->Name() + " keeps " +
                                                           std::to_string(buffer->References()) + " references, not " +
                                                           std::to_string(expected));
         }
     }
-    for (const host::RecordingBuffer* buffer : session_.host.Buffers()) {
-        Require(buffer->References() == 1, what + ": buffer " + buffer->Name() + " of the pool is left with " +
-                                               std::to_string(buffer->References()) + " references, not 1");
-        Require(buffer->PairingViolations() == 0, what + ": a buffer of the pool has been signalled");
+    for (const PoolBuffer* buffer : session_.host.Buffers()) {
+        Require(buffer->References() == 1,
+                what + ": " + buffer->Name() + " keeps " + std::to_string(buffer->References()) + " references, not 1");
+        Require(buffer->PairingViolations() == 0, what + ": it signals " + buffer->Name());
     }
 }
 
@@ -280,8 +283,8 @@ void Call::RequireSignals(const std::string& what, int code, const std::set<std:
     const auto require = [&](const GuardedBuffer& buffer, const char* kind, int open) {
         const int expected = exempt.contains(buffer.Name()) ? 1 : 0;
         Require(open >= expected && buffer.PairingViolations() == 0,
-                what + ": " + buffer.Name() + " has had more " + kind + " signals than announcements");
-        Require(open == expected, what + ": " + buffer.Name() + " has not had its " + kind + " signal");
+                what + ": " + buffer.Name() + " receives more " + kind + " signals than were announced");
+        Require(open == expected, what + ": " + buffer.Name() + " does not receive its " + kind + " signal");
     };
     for (const auto& input : inputs_) {
         require(*input, "read", input->ReadCount());

@@ -1,17 +1,16 @@
-/// The engine's operations as data: their usual buffers, how they are called, and what every call must keep.
+/// The engine's operations as data: their usual buffers, their calls, and the rules for every call.
 #pragma once
 
 #include "tools/ztvalidate/guarded_buffer.h"
 #include "tools/ztvalidate/session.h"
 
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
 namespace zta::validate {
 
-/// How one buffer of a call is made: full of random samples, of which the first `frames` frames are valid.
+/// One buffer of a call. It is full of random samples, of which the first `frames` frames are valid.
 struct BufferSpec {
     std::string name;
     SZtaWaveFormatInfo format;
@@ -21,9 +20,9 @@ struct BufferSpec {
     bool fadeOut = false;
     std::uint32_t polarity = 0;
 
-    BufferSpec(std::string sideName, const SZtaWaveFormatInfo& sideFormat, std::size_t validFrames,
+    BufferSpec(std::string bufferName, const SZtaWaveFormatInfo& bufferFormat, std::size_t validFrames,
                std::size_t capacity = 0)
-        : name(std::move(sideName)), format(sideFormat), frames(validFrames),
+        : name(std::move(bufferName)), format(bufferFormat), frames(validFrames),
           capacityFrames(capacity == 0 ? validFrames : capacity)
     {
     }
@@ -35,25 +34,25 @@ struct CallSpec {
     std::vector<SZtAudioMonoVolumeInfo> volumes = {};
 
     /// All buffers, inputs first.
-    std::vector<BufferSpec*> Sides();
+    std::vector<BufferSpec*> AllBuffers();
 };
 
-/// In what the order of their host calls is alike.
-enum class Family { OneToOne, MonoToStereo, StereoToMono, Interleave, Split };
+/// Operations of one family make their host calls in the same order.
+enum class Family { OneToOne, MonoToStereo, StereoToMono, Interleave, Deinterleave };
 
 class Call;
 
 struct Operation {
     std::string name;
     Family family;
-    bool readsErrorCodeTwice; ///< at the entry and in the worker
+    bool readsErrorCodeTwice; ///< in the entry point and in the worker
     CallSpec shape;
     int (*invoke)(IZtaAudioSamplesEngine& engine, Call& call);
 };
 
 const std::vector<Operation>& Operations();
 
-/// One call with its buffers. What is handed over can be spoilt before Run.
+/// One call with its buffers. The arguments can be changed before Run.
 class Call {
 public:
     Call(Session& session, const Operation& operation, const CallSpec& shape, bool unaligned = false);
@@ -63,7 +62,6 @@ public:
     /// Announces every access as a host does, and calls the engine.
     int Run();
 
-    [[nodiscard]] const Operation& Of() const { return operation_; }
     [[nodiscard]] GuardedBuffer& Input(std::size_t i = 0) const { return *inputs_.at(i); }
     [[nodiscard]] GuardedBuffer& Output(std::size_t i = 0) const { return *outputs_.at(i); }
     [[nodiscard]] std::size_t Inputs() const { return inputs_.size(); }
@@ -74,21 +72,26 @@ public:
     [[nodiscard]] Bytes InputSamples(std::size_t i = 0) const;
     [[nodiscard]] const Bytes& OutputBefore(std::size_t i = 0) const { return outputsBefore_.at(i); }
 
-    /// Hands over a null pointer in this buffer's place.
+    /// Passes a null pointer instead of this buffer.
     void PassNull(const std::string& name);
-    /// Lets every call of this kind on this buffer fail.
+    /// Makes every host call of this name on this buffer fail.
     void Fail(const std::string& name, const std::string& entry);
 
-    /// Whatever the outcome: no byte has changed beside the outputs' samples, and no reference is lost but the one that
-    /// `leaking` tells.
+    /// Requires, after any outcome, that no byte has changed outside the outputs' samples, and that no buffer but
+    /// `leaking` keeps a reference.
     void RequireNoSideEffects(const std::string& what, const std::string& leaking = "") const;
-    /// Every buffer but the spared ones has had its signal, none has had another, and the outputs among them hold
-    /// `code`.
+    /// Releases the reference that a call keeps on a buffer, so that the buffer can be freed.
+    void ReleaseKeptReference(const std::string& name) const { Buffer(name).Release(); }
+    /// Requires that every buffer but the exempt ones has received its signal, that none has received another, and that
+    /// the outputs among them hold `code`.
     void RequireSignals(const std::string& what, int code, const std::set<std::string>& exempt = {}) const;
 
-    host::CallLog journal;
+    /// The seed of the random samples.
+    [[nodiscard]] std::uint64_t Seed() const { return session_.seed; }
 
-    // What is handed over.
+    host::CallLog callLog;
+
+    // The arguments.
     std::vector<IZtAudioSamples*> in;
     std::vector<IZtAudioSamples*> out;
     bool nullArray = false;
@@ -101,7 +104,7 @@ public:
     EZtAudioResamplerMode mode = keZtAudioResamplerModeRestart;
     host::Ref<IUnknown> stream;
 
-    /// The array of a mux operation, null if that is asked for.
+    /// The array of a mux operation, null if `nullArray` is set.
     IZtAudioSamples** Array(std::vector<IZtAudioSamples*>& buffers) { return nullArray ? nullptr : buffers.data(); }
     SZtAudioMonoVolumeInfo* Volumes() { return nullVolumes || volumes.empty() ? nullptr : volumes.data(); }
 
@@ -117,14 +120,15 @@ private:
 /// A stream between the rates of two formats.
 host::Ref<IUnknown> MakeStream(IZtaAudioSamplesEngine& engine, SZtaWaveFormatInfo from, SZtaWaveFormatInfo to);
 
-/// The volume of each channel, a different ramp in each.
+/// A gain ramp for each channel, no two alike.
 std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels);
 
 std::vector<Check> OperationChecks();
 std::vector<Check> RejectionChecks();
 std::vector<Check> SampleChecks();
+std::vector<Check> UnusualHostChecks();
 
-/// The name of an entry of an array, "b0" and so on.
+/// The name of a buffer of an array, "b0" and so on.
 std::string ArrayElementName(std::size_t i);
 
 /// "operation.copy.busy".

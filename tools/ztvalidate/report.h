@@ -1,8 +1,9 @@
-/// What is printed about the checks that have been run.
+/// The report on the checks that have run: as text, as JSON, and as JUnit XML.
 #pragma once
 
-#include "tools/ztvalidate/child_process.h"
+#include "tools/ztvalidate/check.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace zta::validate {
@@ -12,19 +13,39 @@ struct ReportLine {
     Outcome outcome;
 };
 
-struct Report {
-    std::string kind; ///< "module" or "host"
+/// The checks of one module or plugin.
+struct SubjectReport {
     Context context;
-    std::vector<ReportLine> lines;
+    std::vector<ReportLine> lines = {};
+};
 
-    /// True if nothing failed or crashed.
+struct Report {
+    bool isHost = false;
+    std::string program; ///< the validator, as in the command line
+    std::uint64_t seed = 1;
+    std::size_t checkCount = 0; ///< of all subjects; more than there are lines if the run was interrupted
+    std::vector<SubjectReport> subjects = {};
+
+    [[nodiscard]] std::size_t Count(Result result) const;
+    [[nodiscard]] std::size_t LineCount() const;
+
+    /// True if each check of each subject has an outcome, none is bad, and one at least has passed for each subject.
     [[nodiscard]] bool IsGood() const;
 };
 
-/// One line for each check, with what is known about those that did not pass.
-std::string LineText(const ReportLine& line);
-std::string SummaryText(const Report& report);
+/// A command that runs one check on a subject in the validator's own process.
+std::string RerunCommand(const Report& report, const Context& context, const Check& check);
+
+/// A word as a shell reads it back.
+std::string ShellQuoted(const std::string& word);
+
+/// One line for each check, with details of those that did not pass.
+std::string LineText(const Report& report, const Context& context, const ReportLine& line);
+
+/// The last line of a report.
+std::string VerdictText(const Report& report);
 
 std::string JsonText(const Report& report);
+std::string JunitText(const Report& report);
 
 } // namespace zta::validate

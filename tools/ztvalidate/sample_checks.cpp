@@ -1,7 +1,10 @@
-// What the operations make of samples, flags, polarity and lengths, on random data and against the plain models.
+// Checks of the samples, flags, polarity and lengths that operations produce, on random data against the reference
+// models.
 
 #include "tools/ztvalidate/expectations.h"
 #include "tools/ztvalidate/operations.h"
+#include "tools/ztvalidate/query_checks.h"
+#include "tools/ztvalidate/sample_comparison.h"
 
 #include <zta/status.h>
 
@@ -26,7 +29,7 @@ using host::Pcm24In32;
 
 using MakeContainer = SZtaWaveFormatInfo (*)(std::uint32_t channels, std::uint32_t rate);
 
-/// The containers that are moved without a change.
+/// The containers that are copied without a change.
 const MakeContainer kContainers[] = {Pcm24In32, Pcm24In24, Pcm16};
 
 /// An output's memory after a call that has written `samples` to its beginning.
@@ -37,14 +40,11 @@ Bytes WrittenOver(const Bytes& before, const Bytes& samples)
     return content;
 }
 
-void RequireContent(const GuardedBuffer& buffer, const Bytes& expected, const std::string& what)
+/// Compares the whole memory of a buffer.
+void RequireContent(const Call& call, const GuardedBuffer& buffer, const Bytes& expected, const std::string& what)
 {
-    const Bytes content = buffer.Content();
-    if (content != expected) {
-        const auto at = std::mismatch(content.begin(), content.end(), expected.begin(), expected.end()).first;
-        throw CheckFailure(what + ": " + buffer.Name() + " is wrong from byte " + std::to_string(at - content.begin()) +
-                           " on");
-    }
+    RequireSameSamples(buffer.Content(), expected, buffer.Description().sWaveFormat,
+                       {what + ": " + buffer.Name(), call.Seed()});
 }
 
 void RequireLength(const GuardedBuffer& buffer, std::size_t bytes, const std::string& what)
@@ -65,7 +65,7 @@ void RequirePolarity(const GuardedBuffer& buffer, std::uint32_t polarity, const 
     Require(buffer.Polarity() == polarity, what + ": the polarity of " + buffer.Name() + " is wrong");
 }
 
-/// Makes and runs a good call at an aligned and at another address, and hands it to `verify`.
+/// Runs a good call with aligned and one with unaligned samples, and passes each to `verify`.
 void RunCases(Session& session, const std::string& operation, const CallSpec& shape, const std::string& what,
               const std::function<void(Call&)>& verify, const std::function<void(Call&)>& prepare = nullptr)
 {
@@ -96,7 +96,8 @@ void CheckCopySamples(const Context& context)
         const SZtaWaveFormatInfo& to = pair.second;
         const CallSpec shape = {{{"source", from, 90, 95}}, {{"destination", to, 70, 110}}};
         RunCases(session, "copy", shape, Between(from, to), [&](Call& call) {
-            RequireContent(call.Output(), WrittenOver(call.OutputBefore(), call.InputSamples()), Between(from, to));
+            RequireContent(call, call.Output(), WrittenOver(call.OutputBefore(), call.InputSamples()),
+                           Between(from, to));
             RequireLength(call.Output(), 70 * BytesPerFrame(to), Between(from, to));
         });
     }
@@ -108,7 +109,7 @@ void CheckConversion(Session& session, const SZtaWaveFormatInfo& from, const SZt
     const CallSpec shape = {{{"source", from, 75, 80}}, {{"destination", to, lengthBefore, 90}}};
     RunCases(session, "copy", shape, Between(from, to), [&](Call& call) {
         const Bytes samples = Converted(call.InputSamples(), from, to);
-        RequireContent(call.Output(), WrittenOver(call.OutputBefore(), samples), Between(from, to));
+        RequireContent(call, call.Output(), WrittenOver(call.OutputBefore(), samples), Between(from, to));
         RequireLength(call.Output(), lengthAfter * BytesPerFrame(to), Between(from, to));
     });
 }
@@ -144,15 +145,15 @@ void CheckCopyMultiFormat(const Context& context)
 
 void CheckCopyFades(const Context& context)
 {
-    struct Row {
+    struct Case {
         SZtaWaveFormatInfo from;
-        SZtaWaveFormatInfo stage; ///< where the fade runs: the destination itself, or a buffer of the pool
+        SZtaWaveFormatInfo stage; ///< of the buffer that is faded: the destination, or a scratch buffer
         SZtaWaveFormatInfo to;
     };
     Session session(context);
-    for (const Row& row : {Row{Pcm16(1), Pcm24In32(1), Pcm24In32(1)}, Row{Pcm16(2), Pcm16(2), Pcm16(2)},
-                           Row{Pcm24In32(4), Pcm24In32(4), Pcm24In32(4)}, Row{Pcm16(8), Pcm16(8), Pcm16(8)},
-                           Row{Pcm16(1), Pcm24In32(1), Float32(1)}}) {
+    for (const Case& row : {Case{Pcm16(1), Pcm24In32(1), Pcm24In32(1)}, Case{Pcm16(2), Pcm16(2), Pcm16(2)},
+                            Case{Pcm24In32(4), Pcm24In32(4), Pcm24In32(4)}, Case{Pcm16(8), Pcm16(8), Pcm16(8)},
+                            Case{Pcm16(1), Pcm24In32(1), Float32(1)}}) {
         for (const auto& [fadeIn, fadeOut] : {std::pair{true, false}, std::pair{false, true}, std::pair{true, true}}) {
             CallSpec shape = {{{"source", row.from, 450}}, {{"destination", row.to, 450, 460}}};
             shape.inputs[0].fadeIn = fadeIn;
@@ -164,8 +165,8 @@ void CheckCopyFades(const Context& context)
             };
             RunCases(session, "copy", shape, what, [&, in = fadeIn, out = fadeOut](Call& call) {
                 const Bytes staged = Faded(convert(call.InputSamples(), row.from, row.stage), row.stage, in, out);
-                RequireContent(call.Output(), WrittenOver(call.OutputBefore(), convert(staged, row.stage, row.to)),
-                               what);
+                RequireContent(call, call.Output(),
+                               WrittenOver(call.OutputBefore(), convert(staged, row.stage, row.to)), what);
                 RequireFades(call.Output(), false, false, what);
                 RequireFades(call.Input(), in, out, what);
             });
@@ -183,9 +184,9 @@ void CheckCopyRelabels(const Context& context)
             const SZtaWaveFormatInfo expected = Pcm24In32(2);
             const SZtaWaveFormatInfo format = buffer->Description().sWaveFormat;
             Require(std::memcmp(&format, &expected, sizeof(format)) == 0,
-                    what + ": " + buffer->Name() + " is not labelled as 24 bits in 32 afterwards");
+                    what + ": " + buffer->Name() + " does not have the format 24-in-32 afterwards");
         }
-        RequireContent(call.Output(), call.InputSamples(), what);
+        RequireContent(call, call.Output(), call.InputSamples(), what);
     });
 }
 
@@ -193,14 +194,14 @@ void CheckCopyRelabels(const Context& context)
 
 void CheckDuplicateSamples(const Context& context)
 {
-    struct Row {
+    struct Case {
         unsigned long from;
         unsigned long to;
         unsigned long length;
     };
     Session session(context);
     const CallSpec shape = {{{"source", Pcm16(1), 100, 120}}, {{"destination", Pcm16(1), 30, 110}}};
-    for (const Row& row : {Row{20, 40, 60}, Row{0, 0, 200}, Row{140, 160, 60}, Row{7, 3, 1}, Row{199, 219, 0}}) {
+    for (const Case& row : {Case{20, 40, 60}, Case{0, 0, 200}, Case{140, 160, 60}, Case{7, 3, 1}, Case{199, 219, 0}}) {
         const std::string what = "a duplicate of " + std::to_string(row.length) + " bytes";
         RunCases(
             session, "duplicate", shape, what,
@@ -209,7 +210,7 @@ void CheckDuplicateSamples(const Context& context)
                 const Bytes source = call.InputSamples();
                 std::copy_n(source.begin() + static_cast<std::ptrdiff_t>(row.from), row.length,
                             expected.begin() + static_cast<std::ptrdiff_t>(row.to));
-                RequireContent(call.Output(), expected, what);
+                RequireContent(call, call.Output(), expected, what);
                 RequireLength(call.Output(), 60, what);
             },
             [&](Call& call) {
@@ -249,7 +250,7 @@ void CheckPairs(const Context& context, bool toStereo, const std::vector<std::ar
             RunCases(session, "mono-to-stereo", shape, what, [&, f = from, s = stage, t = to](Call& call) {
                 const Bytes joined = Interleaved(
                     {convert(call.InputSamples(0), f, s), convert(call.InputSamples(1), f, s)}, sampleBytes);
-                RequireContent(call.Output(), WrittenOver(call.OutputBefore(), convert(joined, s, t)), what);
+                RequireContent(call, call.Output(), WrittenOver(call.OutputBefore(), convert(joined, s, t)), what);
                 RequireLength(call.Output(), 61 * BytesPerFrame(t), what);
             });
         } else {
@@ -257,7 +258,8 @@ void CheckPairs(const Context& context, bool toStereo, const std::vector<std::ar
             RunCases(session, "stereo-to-mono", shape, what, [&, f = from, s = stage, t = to](Call& call) {
                 const auto sides = Deinterleaved(convert(call.InputSamples(), f, s), 2, sampleBytes);
                 for (std::size_t i = 0; i < 2; ++i) {
-                    RequireContent(call.Output(i), WrittenOver(call.OutputBefore(i), convert(sides[i], s, t)), what);
+                    RequireContent(call, call.Output(i), WrittenOver(call.OutputBefore(i), convert(sides[i], s, t)),
+                                   what);
                     RequireLength(call.Output(i), 61 * BytesPerFrame(t), what);
                 }
             });
@@ -297,7 +299,7 @@ void CheckMonoToStereoFades(const Context& context)
 {
     Session session(context);
     for (const bool agreed : {true, false}) {
-        const std::string what = agreed ? "two inputs that ask for fades" : "two inputs that ask for different fades";
+        const std::string what = agreed ? "two inputs with equal fade flags" : "two inputs with different fade flags";
         CallSpec shape = {{{"left", Pcm24In32(1), 450}, {"right", Pcm24In32(1), 450}}, {{"stereo", Pcm24In32(2), 450}}};
         for (BufferSpec& input : shape.inputs) {
             input.fadeIn = input.fadeOut = true;
@@ -306,7 +308,7 @@ void CheckMonoToStereoFades(const Context& context)
         shape.outputs[0].fadeOut = true;
         RunCases(session, "mono-to-stereo", shape, what, [&](Call& call) {
             const Bytes joined = Interleaved({call.InputSamples(0), call.InputSamples(1)}, 4);
-            RequireContent(call.Output(), Faded(joined, Pcm24In32(2), agreed, agreed), what);
+            RequireContent(call, call.Output(), Faded(joined, Pcm24In32(2), agreed, agreed), what);
             RequireFades(call.Output(), false, !agreed, what);
         });
     }
@@ -315,13 +317,13 @@ void CheckMonoToStereoFades(const Context& context)
 // ---- Mux ----
 
 struct MuxCase {
-    bool assembly;
-    std::uint32_t side; ///< channels of one buffer of the array
+    bool interleaves;
+    std::uint32_t channelsPerBuffer; ///< of the array
 
     [[nodiscard]] std::string Operation() const
     {
-        const std::string name = side == 1 ? "mono" : "stereo";
-        return assembly ? name + "-to-mux" : "mux-to-" + name;
+        const std::string name = channelsPerBuffer == 1 ? "mono" : "stereo";
+        return interleaves ? name + "-to-mux" : "mux-to-" + name;
     }
 };
 
@@ -329,11 +331,11 @@ CallSpec MuxShape(const MuxCase& mux, const SZtaWaveFormatInfo& arrayFormat, con
                   std::size_t frames)
 {
     CallSpec shape;
-    std::vector<BufferSpec>& array = mux.assembly ? shape.inputs : shape.outputs;
-    for (std::uint32_t i = 0; i < muxFormat.ulChannels / mux.side; ++i) {
-        array.emplace_back(ArrayElementName(i), arrayFormat, frames, mux.assembly ? frames : frames + 3);
+    std::vector<BufferSpec>& array = mux.interleaves ? shape.inputs : shape.outputs;
+    for (std::uint32_t i = 0; i < muxFormat.ulChannels / mux.channelsPerBuffer; ++i) {
+        array.emplace_back(ArrayElementName(i), arrayFormat, frames, mux.interleaves ? frames : frames + 3);
     }
-    (mux.assembly ? shape.outputs : shape.inputs).emplace_back("mux", muxFormat, frames, frames + 3);
+    (mux.interleaves ? shape.outputs : shape.inputs).emplace_back("mux", muxFormat, frames, frames + 3);
     return shape;
 }
 
@@ -346,19 +348,19 @@ std::vector<Bytes> AllInputSamples(const Call& call)
     return samples;
 }
 
-/// Compares the outputs with what they should be made of: one mux, or the parts of one.
-void RequireMuxed(const Call& call, const MuxCase& mux, const std::vector<Bytes>& parts, std::size_t sampleBytes,
+/// Compares the outputs with what they should contain: one mux, or the planes of one.
+void RequireMuxed(const Call& call, const MuxCase& mux, const std::vector<Bytes>& planes, std::size_t sampleBytes,
                   const std::string& what)
 {
-    if (mux.assembly) {
-        const Bytes samples = Interleaved(parts, sampleBytes * mux.side);
-        RequireContent(call.Output(), WrittenOver(call.OutputBefore(), samples), what);
+    if (mux.interleaves) {
+        const Bytes samples = Interleaved(planes, sampleBytes * mux.channelsPerBuffer);
+        RequireContent(call, call.Output(), WrittenOver(call.OutputBefore(), samples), what);
         RequireLength(call.Output(), samples.size(), what);
         return;
     }
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-        RequireContent(call.Output(i), WrittenOver(call.OutputBefore(i), parts[i]), what);
-        RequireLength(call.Output(i), parts[i].size(), what);
+    for (std::size_t i = 0; i < planes.size(); ++i) {
+        RequireContent(call, call.Output(i), WrittenOver(call.OutputBefore(i), planes[i]), what);
+        RequireLength(call.Output(i), planes[i].size(), what);
     }
 }
 
@@ -369,13 +371,13 @@ void CheckMuxSamples(const Context& context, const MuxCase& mux)
         for (const std::uint32_t width : {4U, 8U, 16U, 32U, 64U}) {
             const SZtaWaveFormatInfo muxFormat = container(width, 48000);
             const std::size_t sampleBytes = muxFormat.ulBitsPerSample / 8;
-            const CallSpec shape = MuxShape(mux, container(mux.side, 48000), muxFormat, 21);
+            const CallSpec shape = MuxShape(mux, container(mux.channelsPerBuffer, 48000), muxFormat, 21);
             const std::string what = mux.Operation() + " with a mux of " + FormatName(muxFormat);
             RunCases(session, mux.Operation(), shape, what, [&](Call& call) {
-                const auto parts = mux.assembly
-                                       ? AllInputSamples(call)
-                                       : Deinterleaved(call.InputSamples(), width / mux.side, sampleBytes * mux.side);
-                RequireMuxed(call, mux, parts, sampleBytes, what);
+                const auto planes = mux.interleaves ? AllInputSamples(call)
+                                                    : Deinterleaved(call.InputSamples(), width / mux.channelsPerBuffer,
+                                                                    sampleBytes * mux.channelsPerBuffer);
+                RequireMuxed(call, mux, planes, sampleBytes, what);
             });
         }
     }
@@ -384,27 +386,27 @@ void CheckMuxSamples(const Context& context, const MuxCase& mux)
 void CheckMuxConverts(const Context& context, const MuxCase& mux)
 {
     Session session(context);
-    const SZtaWaveFormatInfo arrayFormat = Pcm16(mux.side);
+    const SZtaWaveFormatInfo arrayFormat = Pcm16(mux.channelsPerBuffer);
     const SZtaWaveFormatInfo muxFormat = Pcm24In32(4);
     const std::string what = mux.Operation() + " between containers";
     RunCases(session, mux.Operation(), MuxShape(mux, arrayFormat, muxFormat, 40), what, [&](Call& call) {
-        std::vector<Bytes> parts;
-        if (mux.assembly) {
+        std::vector<Bytes> planes;
+        if (mux.interleaves) {
             for (const Bytes& samples : AllInputSamples(call)) {
-                parts.push_back(Converted(samples, arrayFormat, muxFormat));
+                planes.push_back(Converted(samples, arrayFormat, muxFormat));
             }
         } else {
-            parts = Deinterleaved(Converted(call.InputSamples(), muxFormat, arrayFormat), 4 / mux.side,
-                                  std::size_t{2} * mux.side);
+            planes = Deinterleaved(Converted(call.InputSamples(), muxFormat, arrayFormat), 4 / mux.channelsPerBuffer,
+                                   std::size_t{2} * mux.channelsPerBuffer);
         }
-        RequireMuxed(call, mux, parts, mux.assembly ? 4 : 2, what);
+        RequireMuxed(call, mux, planes, mux.interleaves ? 4 : 2, what);
     });
 }
 
 void CheckMuxFades(const Context& context, const MuxCase& mux)
 {
     Session session(context);
-    const SZtaWaveFormatInfo arrayFormat = Pcm24In32(mux.side);
+    const SZtaWaveFormatInfo arrayFormat = Pcm24In32(mux.channelsPerBuffer);
     CallSpec shape = MuxShape(mux, arrayFormat, Pcm24In32(4), 450);
     for (BufferSpec& input : shape.inputs) {
         input.fadeIn = true;
@@ -414,18 +416,18 @@ void CheckMuxFades(const Context& context, const MuxCase& mux)
     shape.inputs.back().polarity = 5;
     const std::string what = mux.Operation() + " with fades";
     RunCases(session, mux.Operation(), shape, what, [&](Call& call) {
-        std::vector<Bytes> parts = mux.assembly
-                                       ? AllInputSamples(call)
-                                       : Deinterleaved(call.InputSamples(), 4 / mux.side, std::size_t{4} * mux.side);
-        for (std::size_t i = 0; i < parts.size(); ++i) {
-            const bool fadeOut = !mux.assembly || i + 1 == parts.size();
-            parts[i] = Faded(parts[i], arrayFormat, true, fadeOut);
+        std::vector<Bytes> planes = mux.interleaves ? AllInputSamples(call)
+                                                    : Deinterleaved(call.InputSamples(), 4 / mux.channelsPerBuffer,
+                                                                    std::size_t{4} * mux.channelsPerBuffer);
+        for (std::size_t i = 0; i < planes.size(); ++i) {
+            const bool fadeOut = !mux.interleaves || i + 1 == planes.size();
+            planes[i] = Faded(planes[i], arrayFormat, true, fadeOut);
         }
-        RequireMuxed(call, mux, parts, 4, what);
+        RequireMuxed(call, mux, planes, 4, what);
         for (std::size_t i = 0; i < call.Outputs(); ++i) {
-            // An assembly of stereo buffers hands the last input's request on, though it has been carried out.
-            const bool handedOn = mux.assembly && mux.side == 2;
-            RequireFades(call.Output(i), handedOn, handedOn, what);
+            // Interleaving of stereo buffers propagates the last input's flags, although the fades have been applied.
+            const bool keepsFlags = mux.interleaves && mux.channelsPerBuffer == 2;
+            RequireFades(call.Output(i), keepsFlags, keepsFlags, what);
             RequirePolarity(call.Output(i), 5, what);
         }
     });
@@ -435,29 +437,31 @@ void CheckMuxVolumes(const Context& context, const MuxCase& mux)
 {
     Session session(context);
     const std::uint32_t width = 8;
-    CallSpec shape = MuxShape(mux, Pcm24In32(mux.side), Pcm24In32(width), 40);
+    CallSpec shape = MuxShape(mux, Pcm24In32(mux.channelsPerBuffer), Pcm24In32(width), 40);
     shape.volumes = Ramps(width);
     const std::string what = mux.Operation() + " with volumes";
     RunCases(session, mux.Operation(), shape, what, [&](Call& call) {
-        const Bytes all =
-            mux.assembly ? Interleaved(AllInputSamples(call), std::size_t{4} * mux.side) : call.InputSamples();
+        const Bytes all = mux.interleaves ? Interleaved(AllInputSamples(call), std::size_t{4} * mux.channelsPerBuffer)
+                                          : call.InputSamples();
         const Bytes scaled = Scaled(all, Ramps(width));
-        RequireMuxed(call, mux, Deinterleaved(scaled, width / mux.side, std::size_t{4} * mux.side), 4, what);
+        RequireMuxed(call, mux,
+                     Deinterleaved(scaled, width / mux.channelsPerBuffer, std::size_t{4} * mux.channelsPerBuffer), 4,
+                     what);
     });
 }
 
-/// 16 channels whose frames leave 3 behind the last block of 4.
+/// 16 channels, and 3 frames after the last block of 4.
 void CheckMuxTail(const Context& context)
 {
     Session session(context);
     const MuxCase mux = {false, 1};
-    const std::string what = "a split of 16 channels and 23 frames";
+    const std::string what = "deinterleaving of 16 channels and 23 frames";
     RunCases(session, mux.Operation(), MuxShape(mux, Pcm24In32(1), Pcm24In32(16), 23), what, [&](Call& call) {
-        auto parts = Deinterleaved(call.InputSamples(), 16, 4);
+        auto planes = Deinterleaved(call.InputSamples(), 16, 4);
         for (std::size_t channel = 12; channel < 16; ++channel) {
-            std::copy_n(parts[channel - 4].end() - 4, 4, parts[channel].end() - 4);
+            std::copy_n(planes[channel - 4].end() - 4, 4, planes[channel].end() - 4);
         }
-        RequireMuxed(call, mux, parts, 4, what);
+        RequireMuxed(call, mux, planes, 4, what);
     });
 }
 
@@ -472,7 +476,7 @@ void CheckVolumeSamples(const Context& context)
         shape.inputs[0].polarity = 9;
         const std::string what = "volumes of " + std::to_string(channels) + " channels";
         RunCases(session, "volume", shape, what, [&](Call& call) {
-            RequireContent(call.Output(),
+            RequireContent(call, call.Output(),
                            WrittenOver(call.OutputBefore(), Scaled(call.InputSamples(), Ramps(channels))), what);
             RequireLength(call.Output(), 41 * BytesPerFrame(format), what);
             RequirePolarity(call.Output(), 9, what);
@@ -486,8 +490,9 @@ void CheckVolumeLimits(const Context& context)
     CallSpec shape = OperationNamed("volume").shape;
     shape.volumes = {{0, 8.0F, 8.0F}, {1, 0.0F, 8.0F}};
     const auto volumes = shape.volumes;
-    RunCases(session, "volume", shape, "gains up to 8",
-             [&](Call& call) { RequireContent(call.Output(), Scaled(call.InputSamples(), volumes), "gains up to 8"); });
+    RunCases(session, "volume", shape, "gains up to 8", [&](Call& call) {
+        RequireContent(call, call.Output(), Scaled(call.InputSamples(), volumes), "gains up to 8");
+    });
 }
 
 void CheckVolumeInPlace(const Context& context)
@@ -499,7 +504,7 @@ void CheckVolumeInPlace(const Context& context)
     call.out[0] = call.in[0];
     call.Input().AnnounceWrite();
     RequireStatus(call.Run(), ZT_NOERROR, "volumes in place");
-    RequireContent(call.Input(), Scaled(call.InputSamples(), volumes), "volumes in place");
+    RequireContent(call, call.Input(), Scaled(call.InputSamples(), volumes), "volumes in place");
     Require(call.Input().ReadCount() == 0 && call.Input().WriteCount() == 0 && call.Input().PairingViolations() == 0,
             "volumes in place do not signal one read and one write");
     call.RequireNoSideEffects("volumes in place");
@@ -513,7 +518,7 @@ void CheckVolumeFades(const Context& context)
     const std::string what = "volumes with a fade";
     RunCases(session, "volume", shape, what, [&](Call& call) {
         const Bytes scaled = Scaled(call.InputSamples(), Ramps(2));
-        RequireContent(call.Output(), Faded(scaled, Pcm24In32(2), true, false), what);
+        RequireContent(call, call.Output(), Faded(scaled, Pcm24In32(2), true, false), what);
         RequireFades(call.Output(), false, false, what);
     });
 }
@@ -552,10 +557,10 @@ void CheckResampled(Session& session, std::uint32_t channels, std::uint32_t from
         }
         const Bytes expected = Interleaved(sides, 2);
         RequireLength(call.Output(), expected.size(), what);
-        // What lies behind the valid length is nobody's affair.
+        // The content after the valid length is free.
         Bytes content = call.Output().Content();
         content.resize(expected.size());
-        Require(content == expected, what + ": the samples are not those of the filter");
+        RequireSameSamples(content, expected, Pcm16(channels, to), {what, call.Seed()});
     });
 }
 
@@ -573,7 +578,7 @@ void CheckResampleStereo(const Context& context)
     CheckResampled(session, 2, 48000, 44100);
 }
 
-/// Sends a whole stream through in buffers of the given frames; a second stream runs between them.
+/// Resamples a whole stream in buffers of these frame counts, and another stream between them.
 Bytes ResampledInCuts(Session& session, const Bytes& samples, const std::vector<std::size_t>& cuts)
 {
     const Operation& operation = OperationNamed("resample");
@@ -602,9 +607,11 @@ void CheckResampleCuts(const Context& context)
     Session session(context);
     const Bytes samples = RandomSamples(session.random, Pcm16(1, 44100), 2000);
     const Bytes whole = ResampledInCuts(session, samples, {1000});
-    Require(whole == AsBytes(Resampled(AsSamples(samples), 44100, 48000)), "one buffer gives wrong samples");
-    Require(ResampledInCuts(session, samples, {1, 16, 1, 300, 682}) == whole,
-            "a stream in several buffers gives other samples than in one");
+    const SZtaWaveFormatInfo format = Pcm16(1, 48000);
+    RequireSameSamples(whole, AsBytes(Resampled(AsSamples(samples), 44100, 48000)), format,
+                       {"a stream in one buffer", context.seed});
+    RequireSameSamples(ResampledInCuts(session, samples, {1, 16, 1, 300, 682}), whole, format,
+                       {"a stream in five buffers", context.seed});
 }
 
 void CheckResamplerCreation(const Context& context)
@@ -614,29 +621,30 @@ void CheckResamplerCreation(const Context& context)
     SZtaWaveFormatInfo in = Pcm16(1, 44100);
     SZtaWaveFormatInfo out = Pcm16(1, 48000);
     const host::Ref<IUnknown> stream = MakeStream(engine, in, out);
-    Require(stream->AddRef() == 2 && stream->Release() == 1, "a new resampler has not one reference");
+    RequireOneReference(*stream, "a new resampler");
 
     IUnknown* none = nullptr;
     RequireStatus(engine.CreateAudioResampler(nullptr, &out, &none), ZT_E_INVALID_POINTER, "a null input format");
     RequireStatus(engine.CreateAudioResampler(&in, nullptr, &none), ZT_E_INVALID_POINTER, "a null output format");
     RequireStatus(engine.CreateAudioResampler(&in, &out, nullptr), ZT_E_INVALID_POINTER, "a null output");
 
-    struct Row {
+    struct Case {
         const char* what;
         SZtaWaveFormatInfo in;
         SZtaWaveFormatInfo out;
         int status;
     };
     constexpr auto kFloat = keZtAudioDataTypeFloat;
-    for (Row row : {Row{"mono into stereo", Pcm16(1, 44100), Pcm16(2, 48000), ZT_E_INVALID_AUDIO_CHANNEL_TYPE},
-                    Row{"three channels", Pcm16(3, 44100), Pcm16(3, 48000), ZT_E_INVALID_AUDIO_CHANNEL_TYPE},
-                    Row{"24 bits at 32000 Hz", Pcm24In24(1, 32000), Pcm16(1, 48000), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE},
-                    Row{"a type that is not PCM", MakeFormat(1, kFloat, 32000, 16, 16), Pcm16(1, 48000),
-                        ZT_E_INVALID_AUDIO_DATA_TYPE},
-                    Row{"two equal rates", Pcm16(1, 48000), Pcm16(1, 48000), ZT_E_INVALID_AUDIO_SAMPLING_RATE},
-                    Row{"32000 Hz", Pcm16(1, 32000), Pcm16(1, 48000), ZT_E_INVALID_AUDIO_SAMPLING_RATE}}) {
+    for (Case row :
+         {Case{"mono into stereo", Pcm16(1, 44100), Pcm16(2, 48000), ZT_E_INVALID_AUDIO_CHANNEL_TYPE},
+          Case{"three channels", Pcm16(3, 44100), Pcm16(3, 48000), ZT_E_INVALID_AUDIO_CHANNEL_TYPE},
+          Case{"24 bits at 32000 Hz", Pcm24In24(1, 32000), Pcm16(1, 48000), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE},
+          Case{"a type that is not PCM", MakeFormat(1, kFloat, 32000, 16, 16), Pcm16(1, 48000),
+               ZT_E_INVALID_AUDIO_DATA_TYPE},
+          Case{"two equal rates", Pcm16(1, 48000), Pcm16(1, 48000), ZT_E_INVALID_AUDIO_SAMPLING_RATE},
+          Case{"32000 Hz", Pcm16(1, 32000), Pcm16(1, 48000), ZT_E_INVALID_AUDIO_SAMPLING_RATE}}) {
         RequireStatus(engine.CreateAudioResampler(&row.in, &row.out, &none), row.status, row.what);
-        Require(none == nullptr, std::string(row.what) + " gives a resampler");
+        Require(none == nullptr, std::string(row.what) + " creates a resampler");
     }
 }
 
@@ -647,64 +655,63 @@ struct MuxAspect {
 };
 
 const MuxAspect kMuxAspects[] = {
-    {"samples", "Every channel stands in its place, in every container and width.", CheckMuxSamples},
-    {"converts", "Buffers of another container than the mux's are converted on the way.", CheckMuxConverts},
-    {"fades", "The fades that inputs ask for are carried out; flags and polarity are handed on.", CheckMuxFades},
-    {"volumes", "Every channel gets its gain ramp.", CheckMuxVolumes},
+    {"samples", "Every channel has its samples at its position, in every container and channel count.",
+     CheckMuxSamples},
+    {"converts", "Buffers with another container than the mux are converted.", CheckMuxConverts},
+    {"fades", "The requested fades are applied; flags and polarity are propagated.", CheckMuxFades},
+    {"volumes", "Every channel receives its gain ramp.", CheckMuxVolumes},
 };
 
 } // namespace
 
 std::vector<Check> SampleChecks()
 {
+    const std::string creation = "engine.creation";
     std::vector<Check> checks = {
-        {"operation.copy.samples", "Equal formats are copied byte by byte, and the valid length stays.",
-         "engine.creation", CheckCopySamples},
-        {"operation.copy.converts", "Every conversion gives the samples of its law and sets the valid length.",
-         "engine.creation", CheckCopyConverts},
-        {"operation.copy.multi-format", "Multi-format words become PCM of the same bits.", "engine.creation",
+        {"operation.copy.samples", "Equal formats are copied byte by byte, and the valid length does not change.",
+         creation, CheckCopySamples},
+        {"operation.copy.converts", "Every conversion produces the expected samples and sets the valid length.",
+         creation, CheckCopyConverts},
+        {"operation.copy.multi-format", "Multi-format words become PCM of the same bits.", creation,
          CheckCopyMultiFormat},
-        {"operation.copy.fades", "The fades that the source asks for are carried out, and its request is used up.",
-         "engine.creation", CheckCopyFades},
-        {"operation.copy.relabels", "20 bits in 32 become 24 bits in 32, on the host's buffers too.", "engine.creation",
+        {"operation.copy.fades", "The requested fades are applied, and the flags of the destination are cleared.",
+         creation, CheckCopyFades},
+        {"operation.copy.relabels", "The format 20-in-32 becomes 24-in-32, on the host's buffers also.", creation,
          CheckCopyRelabels},
-        {"operation.duplicate.samples", "The run of bytes arrives, up to both ends, and all around it stays.",
-         "engine.creation", CheckDuplicateSamples},
-        {"operation.duplicate.labels", "Polarity and fade flags are handed on.", "engine.creation",
-         CheckDuplicateLabels},
-        {"operation.mono-to-stereo.samples", "Left and right are interleaved in every container.", "engine.creation",
+        {"operation.duplicate.samples", "The range of bytes is copied, up to both ends, and no other byte changes.",
+         creation, CheckDuplicateSamples},
+        {"operation.duplicate.labels", "Polarity and fade flags are propagated.", creation, CheckDuplicateLabels},
+        {"operation.mono-to-stereo.samples", "Left and right are interleaved in every container.", creation,
          CheckMonoToStereoSamples},
-        {"operation.mono-to-stereo.converts", "Inputs and output of other containers are converted on the way.",
-         "engine.creation", CheckMonoToStereoConverts},
-        {"operation.mono-to-stereo.fades", "A fade runs if both inputs ask for it, and only then.", "engine.creation",
+        {"operation.mono-to-stereo.converts", "Inputs and output with other containers are converted.", creation,
+         CheckMonoToStereoConverts},
+        {"operation.mono-to-stereo.fades", "A fade is applied if and only if both inputs request it.", creation,
          CheckMonoToStereoFades},
-        {"operation.stereo-to-mono.samples", "Left and right are taken apart in every container.", "engine.creation",
+        {"operation.stereo-to-mono.samples", "Left and right are deinterleaved in every container.", creation,
          CheckStereoToMonoSamples},
-        {"operation.stereo-to-mono.converts", "Input and outputs of other containers are converted on the way.",
-         "engine.creation", CheckStereoToMonoConverts},
+        {"operation.stereo-to-mono.converts", "Input and outputs with other containers are converted.", creation,
+         CheckStereoToMonoConverts},
         {"operation.mux-to-mono.tail",
-         "The last sample of outputs 12 to 15 repeats that of 8 to 11 where three frames are left.", "engine.creation",
-         CheckMuxTail},
-        {"operation.volume.samples", "Every channel gets its gain ramp, and the polarity is handed on.",
-         "engine.creation", CheckVolumeSamples},
-        {"operation.volume.limits", "Gains of 0 and 8 are taken, and the result saturates at 24 bits.",
-         "engine.creation", CheckVolumeLimits},
-        {"operation.volume.in-place", "Input and output may be one buffer, which is signalled for both.",
-         "engine.creation", CheckVolumeInPlace},
-        {"operation.volume.fades", "The fade that the input asks for runs on the scaled samples.", "engine.creation",
+         "The last sample of outputs 12 to 15 repeats that of 8 to 11 if three frames remain.", creation, CheckMuxTail},
+        {"operation.volume.samples", "Every channel receives its gain ramp, and the polarity is propagated.", creation,
+         CheckVolumeSamples},
+        {"operation.volume.limits", "Gains of 0 and 8 are accepted, and the result saturates at 24 bits.", creation,
+         CheckVolumeLimits},
+        {"operation.volume.in-place", "Input and output can be one buffer, which receives both signals.", creation,
+         CheckVolumeInPlace},
+        {"operation.volume.fades", "The fade that the input requests is applied to the scaled samples.", creation,
          CheckVolumeFades},
-        {"operation.resample.samples", "Mono streams have the samples of the filter, in both directions.",
-         "engine.creation", CheckResampleSamples},
-        {"operation.resample.stereo", "Stereo streams are two mono streams side by side.", "engine.creation",
-         CheckResampleStereo},
-        {"operation.resample.cuts", "How a stream is cut into buffers does not change its samples.", "engine.creation",
+        {"operation.resample.samples", "Mono streams have the samples of the filter, in both directions.", creation,
+         CheckResampleSamples},
+        {"operation.resample.stereo", "A stereo stream equals two mono streams.", creation, CheckResampleStereo},
+        {"operation.resample.cuts", "The lengths of a stream's buffers do not change its samples.", creation,
          CheckResampleCuts},
-        {"operation.resample.creation", "A resampler comes with one reference, for the formats that there are.",
-         "engine.creation", CheckResamplerCreation},
+        {"operation.resample.creation", "A resampler is created with one reference, for the supported formats.",
+         creation, CheckResamplerCreation},
     };
     for (const MuxCase& mux : {MuxCase{true, 1}, MuxCase{true, 2}, MuxCase{false, 1}, MuxCase{false, 2}}) {
         for (const MuxAspect& aspect : kMuxAspects) {
-            checks.push_back({"operation." + mux.Operation() + "." + aspect.name, aspect.description, "engine.creation",
+            checks.push_back({"operation." + mux.Operation() + "." + aspect.name, aspect.description, creation,
                               [&aspect, mux](const Context& context) { aspect.run(context, mux); }});
         }
     }

@@ -1,9 +1,9 @@
-/// The module under test in use: loaded, with an engine on a host that records.
+/// The module under test in use: loaded, with an engine.
 #pragma once
 
 #include "host/module.h"
-#include "host/recording_host.h"
 #include "tools/ztvalidate/check.h"
+#include "tools/ztvalidate/pool_host.h"
 
 #include <random>
 
@@ -11,15 +11,15 @@ namespace zta::validate {
 
 struct Session {
     explicit Session(const Context& context)
-        : module(context.subject), engine(module.CreateEngine(host)), random(context.seed)
+        : module(context.subject), engine(module.CreateEngine(host)), random(context.seed), seed(context.seed)
     {
     }
 
     host::Module module;
-    host::CallLog poolCalls;
-    host::RecordingHost host{poolCalls};
+    PoolHost host;
     host::Ref<IZtaAudioSamplesEngine> engine;
     std::mt19937_64 random;
+    std::uint64_t seed;
 };
 
 } // namespace zta::validate

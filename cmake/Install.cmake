@@ -19,7 +19,8 @@ install(FILES ${host_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zta/host C
 # How other builds find them, wherever the prefix has been moved to.
 install(EXPORT ${package} NAMESPACE Zta:: FILE ${package}Targets.cmake DESTINATION ${package_dir} COMPONENT development)
 write_basic_package_version_file(${generated}/${package}ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(FILES packaging/cmake/${package}Config.cmake ${generated}/${package}ConfigVersion.cmake
+install(FILES packaging/cmake/${package}Config.cmake packaging/cmake/ZtaValidation.cmake
+  ${generated}/${package}ConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
@@ -36,6 +37,7 @@ endforeach()
 # What people read: the links of the host's guide hold, and the examples are a project to copy.
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(FILES docs/abi.md docs/status-codes.md docs/host-guide.md docs/validator.md
+  docs/debugging-a-validation.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
@@ -44,3 +46,9 @@ foreach(tool IN LISTS tools)
   install(TARGETS ${tool} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   install(FILES docs/man/${tool}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endforeach()
+
+# The broken modules and plugins of the validator's self-test.
+get_property(fixtures GLOBAL PROPERTY ZTA_VALIDATOR_FIXTURES)
+if(fixtures)
+  install(TARGETS ${fixtures} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zta/validate COMPONENT tools)
+endif()

@@ -1,12 +1,12 @@
-# Makes Doxygen's lists of the headers' columns. The comments are written for people who read the header:
+# Converts the columns of the headers' comments to Doxygen lists. In the headers they are formatted for reading:
 #
 #   /// pDst    room for len samples
 #   /// Errors  ippStsBadArgErr    the size would be too large
 #   ///         ippStsNullPtrErr   no pointer
 #
-# A word (or several, with commas) and two blanks begin a row; a row of codes inside "Errors" is a row below it.
+# A word (or several, with commas) and two blanks begin a list item; codes in the item "Errors" are items below it.
 NR == 1 && /^\/\/\// { print "/// @file" }
-# A documented file lists its members. What stands above the pragma is its comment, and nobody else's.
+# The comment above the pragma documents the file only; a documented file lists its members.
 /^#pragma once/ { print; print ""; next }
 !/^ *\/\/\/ / { inside = goes_on = 0; print; next }
 {
@@ -28,7 +28,7 @@ NR == 1 && /^\/\/\// { print "/// @file" }
             next
         }
     }
-    # A list of codes goes on behind a comma; else a code begins a row even where nothing is said of it.
+    # A list of codes continues after a comma. Otherwise a code begins an item, even without a description.
     if (inside && goes_on) {
         goes_on = (text ~ /,$/)
         sub(/^ +/, "", text)

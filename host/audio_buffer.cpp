@@ -53,7 +53,7 @@ std::uint32_t* FutexWord(std::atomic<std::uint32_t>& word)
     return reinterpret_cast<std::uint32_t*>(&word);
 }
 
-/// Sleeps while the word holds `expected`, at most for `timeout`. It may also return for no reason.
+/// Blocks while the word is `expected`, at most for `timeout`. Spurious returns are possible.
 void FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected, std::chrono::nanoseconds timeout)
 {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
@@ -103,7 +103,7 @@ int AudioBuffer::QueryInterface(const _GUID& riid, void** ppv)
     if (ppv == nullptr) {
         return E_POINTER;
     }
-    // One chain of bases without a second branch: the three interfaces share one address.
+    // The three interfaces are one chain of bases and have the same address.
     if (IsSame(riid, IID_IUnknown) || IsSame(riid, IID_IZtAVContent) || IsSame(riid, IID_IZtAudioSamples)) {
         *ppv = static_cast<IZtAudioSamples*>(this);
         AddRef();
@@ -154,7 +154,7 @@ int AudioBuffer::EndAccess(std::uint32_t one, std::uint32_t mask, int refusal)
             return refusal;
         }
     } while (!open_.compare_exchange_weak(open, open - one));
-    // A waiter counts itself before it looks at the word, so either it sees the zero or it is seen here.
+    // A waiter increments the counter before it reads the word: either it reads zero, or it is counted here.
     if (open == one && waiters_.load() != 0) {
         FutexWakeAll(open_);
     }

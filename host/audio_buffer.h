@@ -1,4 +1,4 @@
-/// The host's buffers.
+/// The buffers of the reference host.
 #pragma once
 
 #include "ref.h"
@@ -12,38 +12,38 @@
 
 namespace zta::host {
 
-/// A buffer of audio samples with memory of its own, as a host hands it to the engine.
+/// A buffer of audio samples that owns its memory.
 ///
-/// The life of one access: the host announces it (AnnounceRead on an input, AnnounceWrite on an output) and calls the
-/// engine; the engine answers each announcement with one signal. A consumer on another thread waits for that with
+/// An access: the host announces it (AnnounceRead on an input, AnnounceWrite on an output) and calls the engine; the
+/// engine answers each announcement with one completion signal. A consumer on another thread waits for the signal with
 /// WaitForCompletion.
 ///
-/// Units are bytes unless a name says otherwise. Fresh memory is all zero, aligned to 64 bytes, and the valid length
-/// is 0.
+/// Units are bytes unless the name says otherwise. New memory is zero and aligned to 64 bytes; the valid length is 0.
 ///
-/// Threads: references, counts, marks and the error code may be used from any thread at any time. Samples, format,
-/// length, fade flags and polarity belong to whoever has the announced access; several readers may share them.
-/// No operation of the interfaces allocates or locks, and none enters the kernel, except that a signal wakes a thread
-/// that waits and that the marks read the clock.
+/// Threads: reference count, open accesses, marks and error code are atomic. Samples, format, length, fade flags and
+/// polarity belong to the thread with the announced access; several readers may share them. The operations of the
+/// interfaces do not allocate or lock. They make no system call, except that a signal wakes a waiting thread and that
+/// the marks read the clock.
 ///
-/// A host with wishes of its own derives from this class: each operation can be overridden.
+/// A derived class may override each operation.
 class AudioBuffer : public IZtAudioSamples {
 public:
-    /// What the marks are taken with.
+    /// The clock of the marks.
     using Clock = std::chrono::steady_clock;
 
     /// Creates a buffer of `capacityBytes` bytes; the caller owns the reference. Throws std::bad_alloc.
     [[nodiscard]] static Ref<AudioBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
 
-    /// Creates what the engine asks a host for.
+    /// Creates the buffer that an engine requests. Throws std::bad_alloc.
     [[nodiscard]] static Ref<AudioBuffer> Create(const SZtCreateAudioSamplesDescription& request);
 
     AudioBuffer(const AudioBuffer&) = delete;
     AudioBuffer& operator=(const AudioBuffer&) = delete;
 
-    // What the engine calls. A null pointer is refused with ZT_E_INVALID_POINTER; nothing throws.
+    // Called by the engine. They do not throw. A null pointer returns ZT_E_INVALID_POINTER, from
+    // QueryInterface E_POINTER.
 
-    /// Answers IID_IUnknown, IID_IZtAVContent and IID_IZtAudioSamples.
+    /// Supports IID_IUnknown, IID_IZtAVContent and IID_IZtAudioSamples.
     int QueryInterface(const _GUID& riid, void** ppv) override;
     unsigned long AddRef() override;
     unsigned long Release() override;
@@ -51,9 +51,11 @@ public:
     int MarkWriteStartTime() override;
     int MarkWriteStopTime() override;
 
-    /// End one announced access. Errors  ZT_E_READ_COUNT_NOT_INCREMENTED, ZT_E_WRITE_COUNT_NOT_INCREMENTED: there is
-    /// none; see PairingViolations.
+    /// Ends one announced read.
+    /// Errors  ZT_E_READ_COUNT_NOT_INCREMENTED  no read is announced; see PairingViolations
     int SignalReadCompletion() override;
+    /// Ends one announced write.
+    /// Errors  ZT_E_WRITE_COUNT_NOT_INCREMENTED  no write is announced; see PairingViolations
     int SignalWriteCompletion() override;
 
     int SetErrorCode(int code) override;
@@ -62,68 +64,67 @@ public:
     int SetPolarity(std::uint32_t polarity) override;
     int SetWaveFormat(SZtaWaveFormatInfo* format) override;
 
-    /// Errors  ZT_E_INVALID_PARAMETER: the record's size is not set.
+    /// Errors  ZT_E_INVALID_PARAMETER  the record has another size
     int GetAudioSamplesDescription(SZtAudioSamplesDescription* description) override;
 
     int GetBufferAndLength(void** data, unsigned long* lengthBytes) override;
     int GetBufferCapacity(unsigned long* capacityBytes) override;
 
-    /// 0 frames in a format whose frame has no bytes.
+    /// Stores 0 if a frame of the format has no bytes.
     int GetLengthInSampleFrames(unsigned long* frames) override;
 
     int SetFadeIn(bool fadeIn) override;
     int SetFadeOut(bool fadeOut) override;
 
-    /// Errors  ZT_E_INVALID_PARAMETER: beyond the capacity; the length stays.
+    /// Errors  ZT_E_INVALID_PARAMETER  the length exceeds the capacity; the valid length does not change
     int SetLength(unsigned long lengthBytes) override;
 
-    // What the host calls.
+    // Called by the host.
 
-    // Announce an access, before the engine is called. Up to 65535 of each kind may be open.
+    // Announce an access before the call of the engine. At most 65535 reads and 65535 writes may be open.
     void AnnounceRead();  ///< on an input
     void AnnounceWrite(); ///< on an output
 
-    [[nodiscard]] int ReadCount() const;  ///< announced reads that have not been signalled
-    [[nodiscard]] int WriteCount() const; ///< announced writes that have not been signalled
+    [[nodiscard]] int ReadCount() const;  ///< announced reads without a signal
+    [[nodiscard]] int WriteCount() const; ///< announced writes without a signal
 
-    /// Signals that came without an announcement.
+    /// Returns the number of signals without an announcement.
     [[nodiscard]] int PairingViolations() const;
 
-    /// Blocks until no announced access is open. False if `timeout` passes first; 0 or less only looks.
+    /// Blocks until no announced access is open. Returns false after `timeout`; does not block if it is 0 or negative.
     [[nodiscard]] bool WaitForCompletion(std::chrono::nanoseconds timeout);
 
     [[nodiscard]] std::byte* Data();             ///< the first byte
     [[nodiscard]] const std::byte* Data() const; ///< the first byte
-    [[nodiscard]] std::size_t Capacity() const;  ///< bytes that the buffer holds
-    [[nodiscard]] std::size_t Length() const;    ///< bytes that are valid, from the first on
+    [[nodiscard]] std::size_t Capacity() const;  ///< capacity in bytes
+    [[nodiscard]] std::size_t Length() const;    ///< valid length in bytes
 
-    /// Sets the valid length. Throws std::length_error beyond the capacity.
+    /// Sets the valid length. Throws std::length_error if it exceeds the capacity.
     void SetValidLength(std::size_t lengthBytes);
 
-    /// 0, or what the last failing producer of this content left behind.
+    /// Returns the error code that the producer recorded, or 0.
     [[nodiscard]] int ErrorCode() const;
-    void ClearErrorCode(); ///< before the buffer is used again: the engine never does it
+    void ClearErrorCode(); ///< call before reusing the buffer: the engine does not clear it
 
-    [[nodiscard]] SZtAudioSamplesDescription Description() const; ///< what the engine reads
-    [[nodiscard]] std::uint32_t Polarity() const;                 ///< as the engine has set it last; 0 at first
-    void SetFormat(const SZtaWaveFormatInfo& format);             ///< relabels; the samples stay
-    void SetFades(bool fadeIn, bool fadeOut);                     ///< asks for fades at the two ends
+    [[nodiscard]] SZtAudioSamplesDescription Description() const; ///< the description that the engine receives
+    [[nodiscard]] std::uint32_t Polarity() const;                 ///< as last set by the engine; initially 0
+    void SetFormat(const SZtaWaveFormatInfo& format);             ///< the samples do not change
+    void SetFades(bool fadeIn, bool fadeOut);                     ///< requests fades
 
-    // How often the engine has marked the start and the stop of its writing, and when last; the epoch of the clock
-    // (CLOCK_MONOTONIC) if never.
-    [[nodiscard]] int WriteStartMarks() const;              ///< start marks so far
-    [[nodiscard]] int WriteStopMarks() const;               ///< stop marks so far
-    [[nodiscard]] Clock::time_point LastWriteStart() const; ///< when the last start mark came
-    [[nodiscard]] Clock::time_point LastWriteStop() const;  ///< when the last stop mark came
+    // Time marks of the engine: their number, and the time of the last one (the epoch of the clock if none).
+    [[nodiscard]] int WriteStartMarks() const;              ///< number of start marks
+    [[nodiscard]] int WriteStopMarks() const;               ///< number of stop marks
+    [[nodiscard]] Clock::time_point LastWriteStart() const; ///< time of the last start mark
+    [[nodiscard]] Clock::time_point LastWriteStop() const;  ///< time of the last stop mark
 
-    /// Buffers of this process that are alive, derived ones included.
+    /// Returns the number of live buffers of this process, derived classes included.
     [[nodiscard]] static long LiveCount();
 
 protected:
-    /// The object starts with one reference, its creator's. Throws std::bad_alloc.
+    /// The object has one reference, owned by its creator. Throws std::bad_alloc.
     AudioBuffer(const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
 
-    /// Declared behind the interface's operations and nowhere above: it must not move their slots.
+    /// Declared after the operations of the interface, so that their slots do not move.
     virtual ~AudioBuffer();
 
 private:
@@ -143,7 +144,7 @@ private:
     SZtAudioSamplesDescription description_{};
     std::atomic<int> errorCode_{0};
 
-    /// Open reads in the low half, open writes in the high half: one word, so that "none" is one value to wait for.
+    /// Open reads in the low 16 bits, open writes in the high 16 bits: a waiter waits for a single value.
     std::atomic<std::uint32_t> open_{0};
     std::atomic<std::uint32_t> waiters_{0};
     std::atomic<int> violations_{0};

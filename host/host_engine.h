@@ -1,4 +1,4 @@
-/// The host's engine object.
+/// The engine object of the reference host.
 #pragma once
 
 #include "ref.h"
@@ -9,31 +9,33 @@
 
 namespace zta::host {
 
-/// The host's engine object: it creates the AudioBuffers of an engine's pool.
+/// The engine object of the host: creates the scratch buffers of an engine as AudioBuffer objects.
 ///
-/// Needed only while an engine is being created; the engine keeps no reference. [any thread]
+/// It is needed only during the creation of an engine, which acquires no reference. [any thread]
 class HostEngine : public IZtQuonEnginePrivate {
 public:
-    /// The caller owns the reference. Throws std::bad_alloc.
+    /// Creates an object; the caller owns the reference. Throws std::bad_alloc.
     [[nodiscard]] static Ref<HostEngine> Create();
 
     HostEngine(const HostEngine&) = delete;
     HostEngine& operator=(const HostEngine&) = delete;
 
-    /// Answers IID_IUnknown and IID_IZtQuonEnginePrivate.
+    /// Supports IID_IUnknown and IID_IZtQuonEnginePrivate.
     int QueryInterface(const _GUID& riid, void** ppv) override;
     unsigned long AddRef() override;
     unsigned long Release() override;
 
-    /// Errors  ZT_E_INVALID_POINTER: a null pointer; ZT_E_INVALID_PARAMETER: the record's size is not set;
-    ///         E_OUTOFMEMORY. `*ppSamples` is null then, if it can be written.
+    /// On failure `*ppSamples` is null.
+    /// Errors  ZT_E_INVALID_POINTER    a pointer is null
+    ///         ZT_E_INVALID_PARAMETER  the record has another size
+    ///         E_OUTOFMEMORY           an allocation failed
     int CreateAudioSamples(SZtCreateAudioSamplesDescription* psDescription, IZtAudioSamples** ppSamples) override;
 
 protected:
-    /// The object starts with one reference, its creator's.
+    /// The object has one reference, owned by its creator.
     HostEngine() = default;
 
-    /// Declared behind the interface's operations and nowhere above: it must not move their slots.
+    /// Declared after the operations of the interface, so that their slots do not move.
     virtual ~HostEngine() = default;
 
 private:

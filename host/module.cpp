@@ -12,7 +12,7 @@ namespace zta::host {
 
 namespace {
 
-/// What the module gets as its handle. It keeps the number and makes nothing of it.
+/// The number passed to DllEntryPoint. The module stores it and does not use it.
 constexpr unsigned int kInstance = 1;
 
 std::string LastLoaderError()
@@ -50,7 +50,7 @@ std::string ToUtf8(const wchar_t* wide)
     return text;
 }
 
-/// Bytes that are no UTF-8 stand for themselves, so that any file name gets through in some form.
+/// Converts UTF-8. An invalid byte becomes the character of the same value, so that every file name has a result.
 std::wstring ToWide(const std::string& text)
 {
     std::wstring wide;
@@ -135,7 +135,7 @@ Ref<IZtaAudioSamplesEngine> Module::CreateEngine(IZtQuonEnginePrivate& host)
     Check(classFactory->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &object), "CreateInstance");
     const auto factory = Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(object));
 
-    // The engine comes also with a failure of the host's; it is then released with the reference.
+    // An engine is returned even if the host failed; the reference releases it then.
     Ref<IZtaAudioSamplesEngine> engine;
     Check(factory->CreateAudioSamplesEngine(&host, 0, engine.Put()), "CreateAudioSamplesEngine");
     return engine;

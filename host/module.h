@@ -1,4 +1,4 @@
-/// Loading of the module.
+/// Loads the module.
 #pragma once
 
 #include "ref.h"
@@ -11,13 +11,13 @@
 
 namespace zta::host {
 
-/// An operation of the module failed.
+/// A function of the module failed.
 class ModuleError : public std::runtime_error {
 public:
-    /// `what` is a line for people.
+    /// `what` is the message, `status` the status code.
     ModuleError(const std::string& what, int status) : std::runtime_error(what), status_(status) {}
 
-    /// The negative status that the module returned.
+    /// Returns the negative status code of the module.
     [[nodiscard]] int Status() const noexcept { return status_; }
 
 private:
@@ -26,44 +26,45 @@ private:
 
 /// The loaded module, from dlopen to dlclose.
 ///
-/// Everything that comes out of the module must be released before it is unloaded; the module itself counts. Loading
-/// and unloading belong to one thread at a time, CreateEngine and ErrorText may be used from any. Texts are UTF-8.
+/// Release every object of the module before unloading it; the module counts its objects. Serialize loading and
+/// unloading; CreateEngine and ErrorText are [any thread]. Texts are UTF-8.
 class Module {
 public:
-    /// Loads the module and tells it so. Throws std::runtime_error, with one line that names the file and the reason.
+    /// Loads the module and calls DllEntryPoint. Throws std::runtime_error with the file and the reason in one line.
     explicit Module(const std::string& path);
 
-    /// Unloads if the module allows it. A module that is still in use stays in the process: its code may yet run.
+    /// Unloads the module unless it is in use: code of objects that are alive may still run.
     ~Module();
 
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
 
-    /// Creates an engine with its pool of buffers from `host`, which is needed during this call only.
-    /// Throws ModuleError with what the module or the host reported; nothing is left over then.
+    /// Creates an engine and its scratch buffers; `host` is used during this call only. Throws ModuleError with the
+    /// status code of the module or the host, after releasing all objects.
     [[nodiscard]] Ref<IZtaAudioSamplesEngine> CreateEngine(IZtQuonEnginePrivate& host);
 
-    /// False while an object of the module is alive or a lock is in force.
+    /// Returns false while an object of the module is alive or a lock is set.
     [[nodiscard]] bool CanUnload() const;
 
-    /// Tells the module and takes it out of the process; once only. Throws std::logic_error, and changes nothing, if
-    /// the module is still in use or has been unloaded before.
+    /// Calls DllEntryPoint and unloads the module. Throws std::logic_error without any effect if the module is in use
+    /// or unloaded.
     void Unload();
 
-    /// The text of a status, "Unknown error" if it has none.
+    /// Returns the text of a status code, or "Unknown error".
     [[nodiscard]] std::string ErrorText(int status) const;
 
-    /// Records the module's classes in the CLSIDs file, in the directory named by the environment variable ORBUTILS,
-    /// with `path` as the module's, and prints a line. Throws ModuleError.
+    /// Adds the classes of the module, with `path` as its path, to the file `CLSIDs` in the directory that the
+    /// environment variable ORBUTILS names, and prints a line. Throws ModuleError. See DllRegisterServer for a file
+    /// that cannot be written.
     void Register(const std::string& path);
 
-    /// Takes the module's classes out of the CLSIDs file and prints a line. Throws ModuleError.
+    /// Removes the classes of the module from the file `CLSIDs` and prints a line. Throws ModuleError.
     void Unregister();
 
-    /// What the module says of its build.
+    /// Returns the version record of the module.
     [[nodiscard]] SZtVersionInfo VersionInfo() const;
 
-    /// The address of an exported name, as a pointer of type F. Throws std::runtime_error if there is none.
+    /// Returns the address of an exported symbol as type F. Throws std::runtime_error if it does not exist.
     template <class F>
     [[nodiscard]] F Symbol(const char* name) const
     {

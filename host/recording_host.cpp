@@ -10,7 +10,7 @@ namespace zta::host {
 int CallLog::Enter(const std::string& entry)
 {
     calls_.push_back(entry);
-    ++sinceRequest_;
+    ++callsSinceRequest_;
     if (hook) {
         hook(entry);
     }
@@ -20,7 +20,7 @@ int CallLog::Enter(const std::string& entry)
             return status;
         }
     }
-    if (failAt_ != 0 && (sinceRequest_ == failAt_ || (lasting_ && sinceRequest_ > failAt_))) {
+    if (failAt_ != 0 && (callsSinceRequest_ == failAt_ || (persistent_ && callsSinceRequest_ > failAt_))) {
         failed_ = true;
         return kInjectedFailure;
     }
@@ -40,8 +40,8 @@ int CallLog::Count(const std::string& entry) const
 void CallLog::FailCall(int n, bool persistent)
 {
     failAt_ = n;
-    lasting_ = persistent;
-    sinceRequest_ = 0;
+    persistent_ = persistent;
+    callsSinceRequest_ = 0;
     failed_ = false;
 }
 
@@ -57,21 +57,21 @@ void CallLog::ClearFaults()
     failingEntries_.clear();
 }
 
-Ref<RecordingBuffer> RecordingBuffer::Create(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
+Ref<RecordingBuffer> RecordingBuffer::Create(CallLog& log, std::string name, const SZtaWaveFormatInfo& format,
                                              std::size_t capacityBytes)
 {
-    return Ref<RecordingBuffer>::Adopt(new RecordingBuffer(journal, std::move(name), format, capacityBytes));
+    return Ref<RecordingBuffer>::Adopt(new RecordingBuffer(log, std::move(name), format, capacityBytes));
 }
 
-RecordingBuffer::RecordingBuffer(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
+RecordingBuffer::RecordingBuffer(CallLog& log, std::string name, const SZtaWaveFormatInfo& format,
                                  std::size_t capacityBytes)
-    : AudioBuffer(format, capacityBytes), journal_(journal), name_(std::move(name))
+    : AudioBuffer(format, capacityBytes), log_(log), name_(std::move(name))
 {
 }
 
 // A failed call has no effect and writes no output.
 #define ZTA_RECORD(text, call)                                                                                         \
-    const int injected = journal_.Enter(name_ + "." + (text));                                                         \
+    const int injected = log_.Enter(name_ + "." + (text));                                                             \
     return injected < 0 ? injected : AudioBuffer::call
 
 namespace {
@@ -198,7 +198,7 @@ int RecordingHost::CreateAudioSamples(SZtCreateAudioSamplesDescription* descript
         name = ((index - 3) % 2 == 0 ? "fade" : "convert") + std::to_string((index - 3) / 2);
     }
     RecordingBuffer* buffer =
-        RecordingBuffer::Create(journal_, name, description->sWaveFormat, description->ui64BufferSize).Detach();
+        RecordingBuffer::Create(log_, name, description->sWaveFormat, description->ui64BufferSize).Detach();
     buffers_.push_back(buffer);
     *samples = buffer;
     return 0;

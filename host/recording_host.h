@@ -1,4 +1,4 @@
-/// A host for tests and for the validator: its buffers write down every call they receive, and fail a chosen one.
+/// A host for tests and for the validator: its buffers log every call and can fail a chosen one.
 #pragma once
 
 #include "audio_buffer.h"
@@ -12,51 +12,51 @@
 
 namespace zta::host {
 
-/// What an injected failure returns.
+/// Status code of an injected failure.
 inline constexpr int kInjectedFailure = static_cast<int>(0x8999FACE);
 
-/// The calls that a set of recording buffers received, in order, as "buffer.Operation" or "buffer.Operation(value)".
-/// AddRef and Release are not among them.
+/// The calls of a set of buffers, in order, as "buffer.Operation" or "buffer.Operation(value)", without AddRef and
+/// Release.
 class CallLog {
 public:
-    /// Writes a call down, runs the hook, and returns 0 or the failure to inject.
+    /// Logs a call, runs the hook, and returns 0 or the failure to inject.
     int Enter(const std::string& entry);
 
-    /// Forgets the calls so far.
+    /// Clears the log.
     void Clear();
 
-    /// The calls so far.
+    /// Returns the logged calls.
     [[nodiscard]] const std::vector<std::string>& Calls() const { return calls_; }
 
-    /// How often an entry is among them.
+    /// Returns how often the log contains an entry.
     [[nodiscard]] int Count(const std::string& entry) const;
 
-    /// Lets call number `n` from now on fail, counted from 1; with `lasting` every call after it, too.
+    /// Makes the n-th call from now on fail, counted from 1; if `persistent`, also every later call.
     void FailCall(int n, bool persistent = false);
-    /// Lets every call of an entry fail, for example "source.QueryInterface".
+    /// Makes every call with this entry fail, for example "source.QueryInterface".
     void FailCallsTo(const std::string& entry, int status = kInjectedFailure);
-    /// No call fails from now on.
+    /// Removes all injected failures.
     void ClearFaults();
-    /// True once a call has been failed since the last request.
+    /// Returns true if a call has failed since the last FailCall.
     [[nodiscard]] bool HasFailed() const { return failed_; }
 
-    /// Runs inside each call, after it has been written down.
+    /// Runs inside each call, after it was logged.
     std::function<void(const std::string& entry)> hook;
 
 private:
     std::vector<std::string> calls_;
     int failAt_ = 0;
-    int sinceRequest_ = 0;
-    bool lasting_ = false;
+    int callsSinceRequest_ = 0;
+    bool persistent_ = false;
     bool failed_ = false;
     std::vector<std::pair<std::string, int>> failingEntries_;
 };
 
-/// A buffer that enters each call in a journal before it carries it out; one that the journal fails has no effect.
+/// A buffer that logs each call before it executes it; a call that the log fails has no effect.
 class RecordingBuffer : public AudioBuffer {
 public:
-    /// As `AudioBuffer::Create`; the journal outlives the buffer.
-    static Ref<RecordingBuffer> Create(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format,
+    /// As `AudioBuffer::Create`; the log must outlive the buffer.
+    static Ref<RecordingBuffer> Create(CallLog& log, std::string name, const SZtaWaveFormatInfo& format,
                                        std::size_t capacityBytes);
 
     int QueryInterface(const _GUID& riid, void** ppv) override;
@@ -78,28 +78,28 @@ public:
     int SetFadeOut(bool fadeOut) override;
     int SetLength(unsigned long lengthBytes) override;
 
-    /// References that are held now.
+    /// Returns the reference count.
     [[nodiscard]] long References() const { return references_; }
-    /// What its entries begin with.
+    /// Returns the name that its entries begin with.
     [[nodiscard]] const std::string& Name() const { return name_; }
 
 protected:
-    /// The object starts with one reference, its creator's.
-    RecordingBuffer(CallLog& journal, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
+    /// The object has one reference, owned by its creator.
+    RecordingBuffer(CallLog& log, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
     ~RecordingBuffer() override = default;
 
 private:
-    CallLog& journal_;
+    CallLog& log_;
     std::string name_;
     long references_ = 1;
 };
 
-/// A host engine whose buffers record. The pool's buffers are named "scratch0" to "scratch2", "fade0", "convert0",
-/// "fade1" ... in the order of their creation.
+/// A host engine that creates recording buffers. The scratch buffers are named "scratch0" to "scratch2", "fade0",
+/// "convert0", "fade1" ... in the order of their creation.
 class RecordingHost : public IZtQuonEnginePrivate {
 public:
-    /// The journal is that of all buffers, and outlives the host.
-    explicit RecordingHost(CallLog& journal) : journal_(journal) {}
+    /// All buffers use this log, which must outlive the host.
+    explicit RecordingHost(CallLog& log) : log_(log) {}
     virtual ~RecordingHost() = default;
 
     int QueryInterface(const _GUID& riid, void** ppv) override;
@@ -107,20 +107,20 @@ public:
     unsigned long Release() override { return 1; }
     int CreateAudioSamples(SZtCreateAudioSamplesDescription* description, IZtAudioSamples** samples) override;
 
-    /// Lets request number `n` fail, counted from 1; 0 for none.
+    /// Makes the n-th creation fail, counted from 1; 0 for none.
     void FailRequest(int n) { failAt_ = n; }
 
-    /// How many buffers have been asked for.
+    /// Returns the number of requested buffers.
     [[nodiscard]] int CreationCount() const { return static_cast<int>(requests_.size()); }
-    /// The records that they were asked for with.
+    /// Returns the records of the requests.
     [[nodiscard]] const std::vector<SZtCreateAudioSamplesDescription>& CreationRequests() const { return requests_; }
-    /// The pool's buffers, without references of their own: alive as long as the engine.
+    /// Returns the scratch buffers, without a reference: they live as long as the engine.
     [[nodiscard]] const std::vector<RecordingBuffer*>& Buffers() const { return buffers_; }
-    /// The buffer of this name. Throws std::out_of_range if there is none.
+    /// Returns the buffer with this name. Throws std::out_of_range if it does not exist.
     [[nodiscard]] RecordingBuffer& Buffer(const std::string& name) const;
 
 private:
-    CallLog& journal_;
+    CallLog& log_;
     int failAt_ = 0;
     std::vector<SZtCreateAudioSamplesDescription> requests_;
     std::vector<RecordingBuffer*> buffers_;

@@ -1,4 +1,4 @@
-/// References with an owner.
+/// Owned references.
 #pragma once
 
 #include <utility>
@@ -7,30 +7,30 @@ namespace zta::host {
 
 /// Owns one reference of an object that follows `IUnknown`, or nothing.
 ///
-/// The count lives in the object; a `Ref` itself belongs to one thread. It asks of `T` no more than AddRef and Release.
+/// The object has the reference count; a `Ref` itself is not thread-safe. `T` needs AddRef and Release.
 template <class T>
 class Ref {
 public:
     Ref() noexcept = default;
 
-    /// Takes a reference of its own.
+    /// Acquires a reference.
     Ref(const Ref& other) noexcept : object_(other.object_) { AddRef(); }
 
-    /// Takes over the other's reference.
+    /// Moves the reference.
     Ref(Ref&& other) noexcept : object_(other.Detach()) {}
     ~Ref() { Reset(); }
 
-    /// Serves copies and moves; the old reference goes only after the new one is held.
+    /// Copies or moves. Releases the old reference after the new one is acquired.
     Ref& operator=(Ref other) noexcept
     {
         std::swap(object_, other.object_);
         return *this;
     }
 
-    /// Takes over a reference that the caller owns.
+    /// Takes ownership of a reference of the caller.
     [[nodiscard]] static Ref Adopt(T* object) noexcept { return Ref(object); }
 
-    /// Takes a reference of its own; the caller keeps its one.
+    /// Acquires a reference; the caller keeps its own.
     [[nodiscard]] static Ref Retain(T* object) noexcept
     {
         Ref ref(object);
@@ -38,16 +38,16 @@ public:
         return ref;
     }
 
-    /// The object, which stays owned by this reference; null if there is none.
+    /// Returns the object, or null. The reference stays with this object.
     [[nodiscard]] T* Get() const noexcept { return object_; }
-    T* operator->() const noexcept { return object_; }                     ///< the object, which must be there
-    T& operator*() const noexcept { return *object_; }                     ///< the object, which must be there
-    explicit operator bool() const noexcept { return object_ != nullptr; } ///< whether there is one
+    T* operator->() const noexcept { return object_; }                     ///< the object, which must not be null
+    T& operator*() const noexcept { return *object_; }                     ///< the object, which must not be null
+    explicit operator bool() const noexcept { return object_ != nullptr; } ///< true if not null
 
-    /// Gives the reference to the caller, who must release it.
+    /// Returns the object and transfers the reference to the caller.
     [[nodiscard]] T* Detach() noexcept { return std::exchange(object_, nullptr); }
 
-    /// Gives the reference back.
+    /// Releases the reference.
     void Reset() noexcept
     {
         if (T* object = Detach()) {
@@ -55,7 +55,7 @@ public:
         }
     }
 
-    /// Where an operation writes a pointer whose reference the caller owns. What was held is released first.
+    /// Releases the reference, and returns the address for an output parameter that transfers a reference.
     [[nodiscard]] T** Put() noexcept
     {
         Reset();

@@ -1,8 +1,8 @@
-/// The records that cross the boundary between a host and the engine.
+/// The records that a host and the engine exchange.
 ///
-/// All integers are little-endian, fields have natural alignment, and the sizes and offsets are a binary contract.
-/// A record whose first field is `ulSize` carries its own size in bytes there; whoever hands the record over for
-/// filling sets that field first.
+/// Integers are little-endian and fields are naturally aligned. Sizes and offsets are part of the binary interface. If
+/// the first field of a record is `ulSize`, it holds the size of the record in bytes: the caller sets it before it
+/// passes the record.
 #pragma once
 
 #include <zta/export.h>
@@ -10,58 +10,58 @@
 #include <cstddef>
 #include <cstdint>
 
-/// How a sample word is to be read.
+/// How a sample is encoded.
 enum EZtAudioDataType : std::uint32_t {
-    keZtAudioDataTypePcm = 1,         ///< integer PCM
+    keZtAudioDataTypePcm = 1,         ///< signed integer PCM
     keZtAudioDataTypeFloat = 2,       ///< IEEE single precision
-    keZtAudioDataTypeMultiFormat = 3, ///< a 32-bit word that holds a 16-bit or 24-bit sample in its bits 27 to 4
-    keZtAudioDataTypeOpaque = 4,      ///< words that may be moved but not transformed
+    keZtAudioDataTypeMultiFormat = 3, ///< multi-format word: 32 bits with a 16-bit or 24-bit sample in bits 27 to 4
+    keZtAudioDataTypeOpaque = 4,      ///< data that is copied but not processed
 };
 
-/// The format of a buffer. Two formats are equal when their 24 bytes are.
+/// A wave format. Two formats are equal if their 24 bytes are.
 ///
-/// Bytes per sample frame are (`ulBitsPerSample` >> 3) * `ulChannels`.
+/// A sample frame has (`ulBitsPerSample` >> 3) * `ulChannels` bytes.
 struct ZTA_API SZtaWaveFormatInfo {
     std::uint32_t ulSize;               ///< 24
-    std::uint32_t ulChannels;           ///< channels in one sample frame: 1 mono, 2 stereo, more is a mux buffer
-    EZtAudioDataType eDataType;         ///< how a sample word is to be read
+    std::uint32_t ulChannels;           ///< channels of a sample frame: 1 mono, 2 stereo, 4 to 64 mux
+    EZtAudioDataType eDataType;         ///< encoding of a sample
     std::uint32_t ulSamplesPerSec;      ///< sampling rate in hertz
-    std::uint32_t ulBitsPerSample;      ///< width of one sample's container, in bits
-    std::uint32_t ulValidBitsPerSample; ///< meaningful bits within the container
+    std::uint32_t ulBitsPerSample;      ///< size of the container of a sample in bits
+    std::uint32_t ulValidBitsPerSample; ///< valid bits of the container
 };
 
-/// The state of one buffer, as the host reports it.
+/// The properties of a buffer, reported by the host.
 struct ZTA_API SZtAudioSamplesDescription {
     std::uint32_t ulSize;           ///< 40
-    std::uint32_t ePolarity;        ///< an enumerator of the host's, passed on and never interpreted
-    std::uint32_t ulHostAttribute;  ///< a value of the host's, neither read nor passed on
-    bool bFadeIn;                   ///< the buffer asks for a fade at its start
-    bool bFadeOut;                  ///< the buffer asks for a fade at its end
-    SZtaWaveFormatInfo sWaveFormat; ///< the buffer's format
+    std::uint32_t ePolarity;        ///< enumerator of the host; propagated, not interpreted
+    std::uint32_t ulHostAttribute;  ///< value of the host; neither read nor propagated
+    bool bFadeIn;                   ///< a fade-in is requested
+    bool bFadeOut;                  ///< a fade-out is requested
+    SZtaWaveFormatInfo sWaveFormat; ///< format of the buffer
 };
 
-/// What the engine asks for when it has the host create a buffer.
+/// The properties of a buffer that the engine requests from the host.
 struct ZTA_API SZtCreateAudioSamplesDescription {
     std::uint32_t ulSize;           ///< 56
     std::uint64_t ui64BufferSize;   ///< capacity in bytes
-    std::uint32_t ePolarity;        ///< as in the description
-    std::uint32_t ulHostAttribute;  ///< as in the description
-    bool bFadeIn;                   ///< as in the description
-    bool bFadeOut;                  ///< as in the description
-    SZtaWaveFormatInfo sWaveFormat; ///< the format that the buffer starts with
+    std::uint32_t ePolarity;        ///< as in SZtAudioSamplesDescription
+    std::uint32_t ulHostAttribute;  ///< as in SZtAudioSamplesDescription
+    bool bFadeIn;                   ///< as in SZtAudioSamplesDescription
+    bool bFadeOut;                  ///< as in SZtAudioSamplesDescription
+    SZtaWaveFormatInfo sWaveFormat; ///< initial format of the buffer
 };
 
-/// The gain ramp of one channel across one buffer. Gains are linear, 1.0 is unity, 0.0 to 8.0 inclusive.
+/// The gain ramp of one channel over one buffer. Gains are linear factors from 0.0 to 8.0, 1.0 is unity.
 struct ZTA_API SZtAudioMonoVolumeInfo {
-    std::uint32_t ulChannelRef; ///< carried along with the record, never used
-    float fStartVolume;         ///< gain at the first sample frame of the buffer
-    float fEndVolume;           ///< gain that the ramp runs towards; see the host's guide for the last frame
+    std::uint32_t ulChannelRef; ///< not used
+    float fStartVolume;         ///< gain of the first sample frame
+    float fEndVolume;           ///< gain that the ramp approaches; no frame reaches it (see the host's guide)
 };
 
-/// Whether a resampler goes on with its stream. Only the value 2 is told apart from the others.
+/// Whether a resampler continues its stream. Values other than 2 mean "continue".
 enum EZtAudioResamplerMode : std::uint32_t {
-    keZtAudioResamplerModeContinue = 1, ///< this buffer follows the one before it
-    keZtAudioResamplerModeRestart = 2,  ///< this buffer begins a stream
+    keZtAudioResamplerModeContinue = 1, ///< the buffer continues the stream
+    keZtAudioResamplerModeRestart = 2,  ///< the buffer begins a stream
 };
 
 static_assert(sizeof(SZtaWaveFormatInfo) == 24);

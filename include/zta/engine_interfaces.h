@@ -1,11 +1,11 @@
-/// What the library offers: the engine and its factory.
+/// The interfaces of the library: the engine and its factory.
 #pragma once
 
 #include <zta/audio_records.h>
 #include <zta/host_interfaces.h>
 #include <zta/unknown.h>
 
-/// The class that the module offers, the factory of engines: {45F20097-F519-4DCF-80D8-CC0D06CBF259}
+/// {45F20097-F519-4DCF-80D8-CC0D06CBF259}, the class of the module: the engine factory
 inline constexpr _GUID CLSID_ZtaAudioSamplesEngine ZTA_API = {
     0x45F20097, 0xF519, 0x4DCF, {0x80, 0xD8, 0xCC, 0x0D, 0x06, 0xCB, 0xF2, 0x59}};
 
@@ -19,151 +19,180 @@ inline constexpr _GUID IID_IZtaAudioSamplesEngineFactory ZTA_API = {
 
 /// The audio samples engine.
 ///
-/// Every operation runs to its end on the caller's thread; when it returns, all completions of its buffers have been
-/// signalled. One operation runs at a time per engine: a second caller does not wait but gets ZT_E_MODULE_BUSY, with
-/// its buffers signalled. Separate engines share nothing. Conversions neither round, dither nor saturate.
+/// An operation runs on the caller's thread; when it returns, the completion of every buffer has been signaled. An
+/// engine runs one operation at a time: a concurrent call does not block, signals its buffers and returns
+/// ZT_E_MODULE_BUSY. Engines share no mutable state. Conversions truncate: they do not round, dither or saturate.
 ///
-/// Operations, creation of a resampler apart: [any thread] [no allocation] [no lock] [no system call], as far as the
-/// host's own buffers keep that.
+/// All operations except CreateAudioResampler are [any thread] [real-time], provided that the host's buffers are.
 ///
-/// Ownership: the caller keeps its references; the engine holds its own for the length of the call.
-/// A failure is returned, and recorded on each output with `SetErrorCode` for its next consumer.
+/// Ownership: the caller keeps its references; the engine holds references of its own during the call. A failure is
+/// returned, and recorded on each output with SetErrorCode.
 class ZTA_API IZtaAudioSamplesEngine : public IUnknown {
 public:
     virtual ~IZtaAudioSamplesEngine() = default;
 
-    /// Copies one buffer into another of the same channel count, converting sample format and data type, and applies
-    /// the fades that the source asks for; the destination's fade flags read false afterwards if it asked.
+    /// Copies a buffer to another with the same channel count, converts sample format and data type, and applies the
+    /// fades that the source requests. If it requested one, the fade flags of the destination are false afterwards.
     ///
-    /// Between equal formats the bytes are copied and the destination keeps its valid length: a caller that wants
-    /// the length to follow sets it first. A conversion sets the destination's valid length.
+    /// Between equal formats the valid bytes are copied and the valid length of the destination does not change: set it
+    /// before the call. A conversion sets the valid length of the destination.
     ///
-    /// Errors  ZT_E_INVALID_POINTER                      a null buffer (null destination: nothing is signalled)
-    ///         ZT_E_INVALID_PARAMETER                    a description cannot be read, or the destination has no
-    ///                                                   IZtAVContent (then nothing is signalled)
-    ///         ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH  channel counts differ
-    ///         ZT_E_MODULE_BUSY                          another operation runs
-    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL         the destination cannot hold the source's valid length
+    /// Errors  ZT_E_INVALID_POINTER                      a buffer is null (null destination: no buffer is signaled)
+    ///         ZT_E_INVALID_PARAMETER                    a description is not available, or the destination lacks
+    ///                                                   IZtAVContent (then no buffer is signaled)
+    ///         ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH  the channel counts differ
+    ///         ZT_E_MODULE_BUSY                          another operation is running
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL         the source's valid length exceeds the destination's capacity
     ///         ZT_E_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, ZT_E_BUFFER_SIZE_MISMATCH,
-    ///         ZT_E_BUFFER_FORMAT_MISMATCH               no conversion between the two formats
-    ///         any other code                            what the source's producer or the host reported
+    ///         ZT_E_BUFFER_FORMAT_MISMATCH               the engine has no conversion between the formats
+    ///         any other code                            error code of the source, or status code of the host
     virtual int CopyAudioSamples(IZtAudioSamples* pSource, IZtAudioSamples* pDestination) = 0;
 
-    /// Interleaves two mono buffers into one stereo buffer: left first in each sample frame. Formats are brought
-    /// together through the pool, and a fade that both inputs ask for is applied. Sets the stereo buffer's length.
+    /// Interleaves two mono buffers into a stereo buffer, left channel first. Inputs and output may have different
+    /// sample formats: they are converted through scratch buffers. If both inputs request a fade, it is applied. Sets
+    /// the valid length of the output.
     ///
     /// Errors  ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER, ZT_E_MODULE_BUSY  as for CopyAudioSamples
-    ///         ZT_E_FORMAT_NOT_SUPPORTED           channels are not 1, 1 and 2, or a format is not known
-    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE    a buffer holds opaque words
-    ///         ZT_E_BUFFER_SIZE_MISMATCH           the inputs' lengths differ
-    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, ZT_E_BUFFER_FORMAT_MISMATCH
+    ///         ZT_E_FORMAT_NOT_SUPPORTED           the channel counts are not 1, 1 and 2, or a format is not known
+    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE    a buffer holds opaque data
+    ///         ZT_E_BUFFER_SIZE_MISMATCH           the valid lengths of the inputs differ
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL   a capacity is too small
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, ZT_E_BUFFER_FORMAT_MISMATCH  no conversion between the formats
     virtual int CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                              IZtAudioSamples* pStereo) = 0;
 
-    /// Splits one stereo buffer into two mono buffers and sets their lengths. Each output must have room for the
-    /// frames: the call is refused where both are too small, and where one is a buffer that needs a conversion, not
-    /// otherwise. Errors as above.
+    /// Deinterleaves a stereo buffer into two mono buffers and sets their valid lengths. Each output must have the
+    /// capacity for all frames. Outputs that are too small are rejected if both are, or if the small one needs a
+    /// conversion; otherwise the operation writes past the end of the small one. Errors as for
+    /// CopyAudioSamplesMonoToStereo.
     virtual int CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                              IZtAudioSamples* pRight) = 0;
 
-    /// Copies `ulLength` bytes between two buffers of one format, from byte `ulSourceOffset` of the source's valid
-    /// data to byte `ulDestinationOffset` of the destination's capacity. Polarity and fade flags are handed on, the
-    /// destination's length stays. A run outside the buffers is told by the destination's error code alone
-    /// (ZT_E_SOURCE_BUFFER_TOO_SMALL, ZT_E_DESTINATION_BUFFER_TOO_SMALL): the call returns what the host's
-    /// SignalWriteCompletion returned.
+    /// Copies bytes between two buffers of equal format. Propagates polarity and fade flags; the destination's valid
+    /// length does not change. Returns the status code of SignalWriteCompletion: a failure of the copy itself
+    /// (ZT_E_SOURCE_BUFFER_TOO_SMALL, ZT_E_DESTINATION_BUFFER_TOO_SMALL) is only recorded on the destination.
     ///
+    /// ulSourceOffset       first byte, in the source's valid data
+    /// ulDestinationOffset  first byte, in the destination's capacity
+    /// ulLength             bytes to copy
     /// Errors  ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER, ZT_E_MODULE_BUSY  as for CopyAudioSamples
-    ///         ZT_E_AUDIO_FORMAT_MISMATCH  formats differ, other than in the width of opaque words
+    ///         ZT_E_AUDIO_FORMAT_MISMATCH  the formats differ; opaque data may differ in its bits
     virtual int DuplicateAudioSamples(IZtAudioSamples* pSource, unsigned long ulSourceOffset,
                                       IZtAudioSamples* pDestination, unsigned long ulDestinationOffset,
                                       unsigned long ulLength) = 0;
 
-    /// Interleaves mono buffers into one mux buffer of 4, 8, 16, 32 or 64 channels; entry c is channel c. Volumes, one
-    /// for each channel, are optional (count 0) and work on 24-in-32. The mux's valid length must already be the
-    /// inputs' or more; without volumes it ends as the inputs'.
+    /// Interleaves mono buffers into a mux of 4, 8, 16, 32 or 64 channels. Optional gain ramps work on 24-in-32. The
+    /// mux's valid length must be at least that of the inputs before the call; without gain ramps it is set to that of
+    /// the inputs.
     ///
-    /// Errors  ZT_E_INVALID_POINTER               null mux (nothing is signalled), array, entry, or missing volumes
-    ///         ZT_E_INVALID_PARAMETER             a count that is not allowed, or a buffer that cannot be read
-    ///         ZT_E_BUFFER_FORMAT_MISMATCH        the mux's channels are not those of the array
-    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE   a mux of opaque words
-    ///         ZT_E_BUFFER_SIZE_MISMATCH          inputs of different lengths
-    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL  an input beyond the pool's 192000 bytes, or a mux that is too short
-    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED
-    ///         ZT_E_MODULE_BUSY, or what an input's producer or the host reported
+    /// ppMono         array of buffers; entry c is channel c
+    /// ulMonoCount    entries of ppMono
+    /// psVolumes      array of gain ramps; entry c is that of channel c
+    /// ulVolumeCount  0, or the channel count
+    /// Errors  ZT_E_INVALID_POINTER               the mux (no buffer is signaled), the array, an entry or the gain
+    /// ramps
+    ///                                            are null
+    ///         ZT_E_INVALID_PARAMETER             a count is not allowed, or a buffer is not readable
+    ///         ZT_E_BUFFER_FORMAT_MISMATCH        the mux has another channel count than the array
+    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE   the mux holds opaque data
+    ///         ZT_E_BUFFER_SIZE_MISMATCH          the valid lengths of the inputs differ
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL  an input exceeds the scratch buffers of 192000 bytes, or the valid
+    ///                                            length of the mux is too small
+    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED,
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  the formats are not supported together
+    ///         ZT_E_MODULE_BUSY                   another operation is running
+    ///         any other code                     error code of an input, or status code of the host
     virtual int CopyAudioSamplesMonoToMux(IZtAudioSamples** ppMono, unsigned long ulMonoCount, IZtAudioSamples* pMux,
                                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount) = 0;
 
-    /// Interleaves stereo buffers into one mux buffer; entry k is channels 2k and 2k + 1, and volume c is channel c's.
-    /// Errors as above.
+    /// Interleaves stereo buffers into a mux; entry k is channels 2k and 2k + 1, gain ramp c is that of channel c.
+    /// Otherwise as CopyAudioSamplesMonoToMux.
     virtual int CopyAudioSamplesStereoToMux(IZtAudioSamples** ppStereo, unsigned long ulStereoCount,
                                             IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                             unsigned long ulVolumeCount) = 0;
 
-    /// Splits one mux buffer into mono buffers of its container; channel c goes to entry c. The outputs' valid lengths
-    /// must already be equal, and the mux's or more; without volumes they end as the mux's.
+    /// Deinterleaves a mux into mono buffers with the same container size; channel c is written to entry c. Before the
+    /// call, the valid lengths of the outputs must be equal and at least that of the mux. Without gain ramps they are
+    /// set to that of the mux.
     ///
-    /// Errors  ZT_E_INVALID_POINTER               null array (nothing is signalled), mux, or volumes with a count
-    ///         ZT_E_INVALID_PARAMETER             a count or width that is not allowed, a null entry, or a buffer that
-    ///                                            cannot be read
-    ///         ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED   an output of other channels
-    ///         the others as above
+    /// Errors  ZT_E_INVALID_POINTER               the array (no buffer is signaled), the mux or the gain ramps are null
+    ///         ZT_E_INVALID_PARAMETER             a count or container size is not allowed, an entry is null, or a
+    ///         buffer
+    ///                                            is not readable
+    ///         ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED   an output has another channel count
+    ///         the others as for CopyAudioSamplesMonoToMux
     virtual int CopyAudioSamplesMuxToMono(IZtAudioSamples* pMux, IZtAudioSamples** ppMono, unsigned long ulMonoCount,
                                           SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount) = 0;
 
-    /// Splits one mux buffer into stereo buffers; channels 2k and 2k + 1 go to entry k. Errors as above.
+    /// Deinterleaves a mux into stereo buffers; channels 2k and 2k + 1 are written to entry k. Otherwise as
+    /// CopyAudioSamplesMuxToMono.
     virtual int CopyAudioSamplesMuxToStereo(IZtAudioSamples* pMux, IZtAudioSamples** ppStereo,
                                             unsigned long ulStereoCount, SZtAudioMonoVolumeInfo* psVolumes,
                                             unsigned long ulVolumeCount) = 0;
 
-    /// Applies one gain ramp per channel from a 24-in-32 buffer to another of the same format and length, or to itself,
-    /// and then the fades that the input asks for. The result saturates. Sets no length other than the output's own.
+    /// Applies one gain ramp for each channel, and then the fades that the input requests. Input and output are
+    /// 24-in-32 buffers of equal format and valid length, or one buffer. The result saturates. Sets the valid length of
+    /// the output to its present value.
     ///
-    /// Errors  ZT_E_INVALID_POINTER              a null buffer (null output: nothing is signalled)
-    ///         ZT_E_INVALID_PARAMETER            no volumes, not one for each channel, or a gain outside 0.0 to 8.0
-    ///         ZT_E_BUFFER_FORMAT_MISMATCH       formats differ
-    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE  a multi-format or opaque input
-    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL, ZT_E_BUFFER_SIZE_MISMATCH  an output shorter or longer than the input
-    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED
-    ///         ZT_E_MODULE_BUSY, or what the input's producer or the host reported
+    /// psVolumes      array of gain ramps; entry c is that of channel c
+    /// ulVolumeCount  the channel count
+    /// Errors  ZT_E_INVALID_POINTER               a buffer is null (null output: no buffer is signaled)
+    ///         ZT_E_INVALID_PARAMETER             the number of gain ramps is not the channel count, or a gain is
+    ///         outside
+    ///                                            0.0 to 8.0
+    ///         ZT_E_BUFFER_FORMAT_MISMATCH        the formats differ
+    ///         ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE   the input holds multi-format words or opaque data
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL  the valid length of the output is less than that of the input
+    ///         ZT_E_BUFFER_SIZE_MISMATCH          the valid length of the output is greater than that of the input
+    ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED,
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  the format is not supported
+    ///         ZT_E_MODULE_BUSY                   another operation is running
+    ///         any other code                     error code of the input, or status code of the host
     virtual int ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, SZtAudioMonoVolumeInfo* psVolumes,
                             unsigned long ulVolumeCount) = 0;
 
-    /// Creates the state of one stream of 16-bit PCM between 44100 and 48000 Hz, mono or stereo. The caller owns the
-    /// one reference that it gets, and must not query the object. [any thread] [allocates]
+    /// Creates a stream: the state of one resampled signal of 16-bit PCM between 44100 and 48000 Hz, mono or stereo.
+    /// The caller must not call QueryInterface of the stream. [any thread] [allocates]
     ///
-    /// Errors  ZT_E_INVALID_POINTER, ZT_E_INVALID_AUDIO_CHANNEL_TYPE, ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE,
-    ///         ZT_E_INVALID_AUDIO_DATA_TYPE, ZT_E_INVALID_AUDIO_SAMPLING_RATE: the first that fits;
-    ///         ZT_E_INCONSISTENCY_DETECTED: the stream could not be made
+    /// ppResampler  receives the stream with a reference that the caller owns
+    /// Errors  ZT_E_INVALID_POINTER               a pointer is null
+    ///         ZT_E_INVALID_AUDIO_CHANNEL_TYPE    the channel counts are not both 1 or both 2
+    ///         ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE  a container is not 16 bits
+    ///         ZT_E_INVALID_AUDIO_DATA_TYPE       a data type is not PCM
+    ///         ZT_E_INVALID_AUDIO_SAMPLING_RATE   the rates are not 44100 and 48000 Hz
+    ///         ZT_E_INCONSISTENCY_DETECTED        the stream could not be created
     virtual int CreateAudioResampler(SZtaWaveFormatInfo* psInputFormat, SZtaWaveFormatInfo* psOutputFormat,
                                      IUnknown** ppResampler) = 0;
 
-    /// Resamples one buffer of a stream. How a stream is cut into buffers does not change its samples. The output's
-    /// valid length tells how many frames came out; its capacity must be at least the input's frames, and more than
-    /// those times the ratio of the rates. An empty input marks the output full.
-    /// pResampler  from CreateAudioResampler, for as many channels; no reference is taken
+    /// Resamples one buffer of a stream and sets the valid length of the output. The samples of a stream do not depend
+    /// on how it is divided into buffers. The output's capacity in frames must be at least the input's frames, and more
+    /// than those times the ratio of the rates. An empty input sets the valid length of the output to its capacity.
     ///
-    /// Errors  ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER, ZT_E_MODULE_BUSY  as for CopyAudioSamples; also a stream
-    ///                                            that is null, or none of this engine's making
+    /// eMode       keZtAudioResamplerModeRestart for the first buffer of a stream
+    /// pResampler  stream with the same channel count; the engine acquires no reference
+    /// Errors  ZT_E_INVALID_POINTER               a buffer or the stream is null (null output: no buffer is signaled)
+    ///         ZT_E_INVALID_PARAMETER             as for CopyAudioSamples, or the object is no such stream
     ///         ZT_E_INVALID_AUDIO_CHANNEL_TYPE, ZT_E_INVALID_AUDIO_SAMPLING_RATE, ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE,
-    ///         ZT_E_INVALID_AUDIO_DATA_TYPE       the first that fits
-    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL  the stream has not moved, in mono
-    ///         ZT_E_BUFFER_SIZE_MISMATCH          the channels are out of step since an earlier failure: restart
-    ///         ZT_E_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED
+    ///         ZT_E_INVALID_AUDIO_DATA_TYPE       as for CreateAudioResampler, in this order
+    ///         ZT_E_MODULE_BUSY                   another operation is running
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL  the capacity is too small; a mono stream has not advanced
+    ///         ZT_E_BUFFER_SIZE_MISMATCH          an earlier failure left the channels out of step: restart the stream
+    ///         ZT_E_FORMAT_NOT_SUPPORTED, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  the formats are not supported together
     virtual int ProcessAudioResampler(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
                                       IUnknown* pResampler) = 0;
 };
 
-/// Creates engines. A host gets it from the module's class factory under CLSID_ZtaAudioSamplesEngine.
+/// Creates engines. The class factory of CLSID_ZtaAudioSamplesEngine creates it.
 class ZTA_API IZtaAudioSamplesEngineFactory : public IUnknown {
 public:
     virtual ~IZtaAudioSamplesEngineFactory() = default;
 
-    /// Creates an engine and, through `pEngine`, its pool of 131 buffers of 192000 bytes. [allocates]
-    /// pEngine     the host; used during this call only
-    /// ulReserved  ignored
-    /// ppEngine    receives the engine with the one reference that the caller owns, also when the host refused a
-    ///             buffer and the result is that failure: such an engine must be released, not used
-    /// Errors      E_OUTOFMEMORY; what the host's CreateAudioSamples reported
+    /// Creates an engine, and has the host create the 131 scratch buffers of 192000 bytes each. [any thread]
+    /// [allocates] pEngine     engine object of the host; used during this call only ulReserved  ignored ppEngine
+    /// receives the engine with a reference that the caller owns, even if the host failed to create a
+    ///             buffer; release such an engine without using it
+    /// Errors      E_OUTOFMEMORY   an allocation failed
+    ///             any other code  status code of the host's CreateAudioSamples
     virtual int CreateAudioSamplesEngine(IZtQuonEnginePrivate* pEngine, unsigned long ulReserved,
                                          IZtaAudioSamplesEngine** ppEngine) = 0;
 };

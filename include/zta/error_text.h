@@ -1,8 +1,8 @@
-/// The texts of the statuses.
+/// Texts of the status codes.
 #pragma once
 
 #include <zta/export.h>
 
-/// The text of a status: its name, a colon, a blank and a sentence. "Unknown error" for a code without a text.
-/// The string is constant and static; the result is never null. [any thread] [no allocation] [no lock]
+/// Returns the text of a status code: its name, a colon, a blank and a sentence. Returns "Unknown error" for a code
+/// without a text, never null. The string is valid while the module is loaded. [any thread] [real-time]
 extern "C" ZTA_API const wchar_t* ztErrorToString(int iCode);

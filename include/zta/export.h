@@ -1,8 +1,8 @@
-/// What is visible outside the shared object.
+/// Visibility of symbols outside the shared library.
 #pragma once
 
-/// Marks what belongs to the binary contract: visible outside the shared object, by name and with its type information.
+/// Marks a part of the binary interface: the symbol and its type information are exported.
 #define ZTA_API __attribute__((visibility("default")))
 
-/// Marks a member that an exported class keeps to itself.
+/// Marks a member of an exported class that is not exported.
 #define ZTA_INTERNAL __attribute__((visibility("hidden")))

@@ -1,7 +1,8 @@
-/// What a shared object exports so that `ztvalidate --host` can check a host's buffers.
+/// The functions that a shared library exports so that `ztvalidate --host` can check the buffers of a host.
 ///
-/// The first function is all that is needed. Announcing an access is a host's own affair, so the other three let the
-/// validator do it; without all three of them the signals are not checked.
+/// Only the first function is required. The interfaces leave it to the host how an access is announced, so the other
+/// three do it for the validator; unless all three are exported, completion signals are not checked. All return a
+/// status code.
 #pragma once
 
 #include <zta/export.h>
@@ -9,18 +10,18 @@
 
 extern "C" {
 
-/// Makes a buffer of the host's, as its engine object's CreateAudioSamples does: of this format and at least this
-/// capacity, without altering the record.
+/// Creates a buffer as the host's IZtQuonEnginePrivate::CreateAudioSamples does: with this format and at least this
+/// capacity in bytes. Does not modify the record.
 /// ppSamples  receives the buffer with a reference that the caller owns
 ZTA_API int ZtaHostCreateAudioSamples(SZtCreateAudioSamplesDescription* psDescription, IZtAudioSamples** ppSamples);
 
 /// Announces one read of a buffer, as the host does before it calls the engine.
 ZTA_API int ZtaHostAnnounceRead(IZtAudioSamples* pSamples);
 
-/// Announces one write.
+/// Announces one write to a buffer.
 ZTA_API int ZtaHostAnnounceWrite(IZtAudioSamples* pSamples);
 
-/// Tells how many announced accesses have not been signalled yet.
+/// Stores how many announced reads and writes have no completion signal yet.
 ZTA_API int ZtaHostGetOpenAccesses(IZtAudioSamples* pSamples, unsigned long* pulReads, unsigned long* pulWrites);
 
 } // extern "C"

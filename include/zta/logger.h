@@ -1,23 +1,26 @@
-/// The one function that the library takes from its host.
+/// The function that the library imports from its host.
 #pragma once
 
 #include <zta/export.h>
 
 #include <cstdint>
 
-/// The part of the system that a log line comes from.
+/// The component that writes a log line.
 enum EZtLogPackage : std::uint32_t {
     keZtLogPackageComponent = 21004, ///< this library
 };
 
-/// How bad it is.
+/// The severity of a log line.
 enum EZtLogLevel : std::uint32_t {
     keZtLogLevelError = 4, ///< an operation fails
 };
 
-/// The host's log, provided by the host's executable or by one of its libraries. The library imports it weakly: where
-/// it is absent nothing is logged. Called on the thread of the operation that fails, so on a real-time thread it must
-/// be real-time safe. It must not throw. ePackage   keZtLogPackageComponent iLine      1 eLevel     keZtLogLevelError
-/// pszFormat  "[ASSERT] hr = %ls", with the status's text from ztErrorToString as its one argument
+/// Writes a line to the log of the host. A host defines this function in its executable or in a library with global
+/// symbols. The import is weak: without a definition the library does not log. The library calls it on the thread of
+/// the failing operation, so on a real-time thread it must be real-time safe. It must not throw.
+/// ePackage    keZtLogPackageComponent
+/// iLine       1
+/// eLevel      keZtLogLevelError
+/// pszFormat   "[ASSERT] hr = %ls"; the one argument is the text of the status code (ztErrorToString)
 ZTA_API void ZtLogger(EZtLogPackage ePackage, int iLine, EZtLogLevel eLevel, const char* pszFormat, ...)
     __attribute__((weak, format(printf, 4, 5)));

@@ -1,73 +1,77 @@
-/// The functions of the module, without name mangling for a host that looks them up after `dlopen`, and its version.
+/// The functions of the module, with C linkage for `dlsym`, and its version record.
 ///
-/// Life of the module: dlopen, DllEntryPoint(h, 1), DllGetClassObject, use, DllCanUnloadNow() == 0,
-/// DllEntryPoint(h, 0), dlclose. Nothing runs at load by itself.
+/// Order of use: dlopen, DllEntryPoint(h, 1), DllGetClassObject, operations, DllCanUnloadNow() == 0,
+/// DllEntryPoint(h, 0), dlclose. No code runs at load.
 #pragma once
 
 #include <zta/export.h>
 #include <zta/unknown.h>
 
-// The reasons of DllEntryPoint, carried in its pointer argument.
-inline constexpr unsigned long kZtModuleUnload = 0; ///< about to be unloaded
-inline constexpr unsigned long kZtModuleLoad = 1;   ///< loaded
+// Reasons of DllEntryPoint, passed as the value of its pointer argument.
+inline constexpr unsigned long kZtModuleUnload = 0; ///< the host will unload the module
+inline constexpr unsigned long kZtModuleLoad = 1;   ///< the host has loaded the module
 
 extern "C" {
 
-/// Tells the module that it has been loaded (reason 1) or is about to be unloaded (reason 0). Returns 1. [one thread]
-/// hInst    any number; kept in g_hInst
-/// pReason  the reason, as a pointer value
+/// Notifies the module that it was loaded (reason 1) or will be unloaded (reason 0). Returns 1. [one thread]
+/// hInst    any number; stored in g_hInst and not used
+/// pReason  the reason as a pointer value
 ZTA_API int DllEntryPoint(unsigned int hInst, void* pReason);
 
-/// 0 when no object of the module is alive and no lock is in force, else 1. [any thread]
+/// Returns 0 if no object of the module is alive and no lock is set, otherwise 1. [any thread] [real-time]
 ZTA_API int DllCanUnloadNow();
 
-/// Gives the class factory of a class. [any thread] [allocates]
+/// Creates the class factory of a class. [any thread] [allocates]
+/// rclsid  CLSID_ZtaAudioSamplesEngine
 /// riid    IID_IClassFactory or IID_IUnknown
-/// ppv     receives the factory with a reference that the caller owns; left alone on failure
-/// Errors  E_NOINTERFACE: another riid; CLASS_E_NOAGGREGATION: no such class
+/// ppv     receives the factory with a reference that the caller owns; unchanged on failure
+/// Errors  E_NOINTERFACE          another riid
+///         CLASS_E_NOAGGREGATION  the module lacks this class
 ZTA_API int DllGetClassObject(const _GUID& rclsid, const _GUID& riid, void** ppv);
 
-/// Records the module's classes in the CLSIDs file, in the directory that the environment variable ORBUTILS names, and
-/// prints a line for each. A file that cannot be written is told on standard output only. Nothing locks the file: one
-/// call at a time, over all processes. [one thread] [allocates]
-/// pwszModulePath  the text to record as the module's path
-/// Errors          E_FAIL: ORBUTILS is not set
+/// Adds the classes of the module to the file `CLSIDs` in the directory that the environment variable ORBUTILS names,
+/// and prints a line for each class. Returns 0 even if the file cannot be opened for writing; the only report of that
+/// is a message on standard output, so read the file afterwards. The file is not locked: serialize the calls, across
+/// processes too. [one thread] [allocates]
+/// pwszModulePath  path of the module as text
+/// Errors          E_FAIL  ORBUTILS is not set
 ZTA_API int DllRegisterServer(const wchar_t* pwszModulePath);
 
-/// Takes the module's classes out of the CLSIDs file. Errors as above. [one thread] [allocates]
+/// Removes the classes of the module from the file `CLSIDs`. Errors as for DllRegisterServer. [one thread] [allocates]
 ZTA_API int DllUnregisterServer();
 
-/// What DllGetClassObject does.
+/// Same as DllGetClassObject.
 ZTA_API int ZtInternalGetClassObject(const _GUID& rclsid, const _GUID& riid, void** ppv);
 
-/// Records one class. The name is not used. Errors as for DllRegisterServer.
+/// Adds one class to the file `CLSIDs`. The name is not used. Errors as for DllRegisterServer.
 ZTA_API int ZtInternalRegisterServer(_GUID clsid, const wchar_t* pwszName, const wchar_t* pwszModulePath);
 
-/// Takes one class out. Errors as for DllRegisterServer.
+/// Removes one class. Errors as for DllRegisterServer.
 ZTA_API int ZtInternalUnregisterServer(_GUID clsid);
 
-/// What DllRegisterServer does.
+/// Same as DllRegisterServer.
 ZTA_API int ZtInternalRegisterAllServers(const wchar_t* pwszModulePath);
 
-/// What DllUnregisterServer does.
+/// Same as DllUnregisterServer.
 ZTA_API int ZtInternalUnregisterAllServers();
 
 } // extern "C"
 
-/// Belongs to the contract with hosts that call it before their tracing; it does nothing.
+/// Does nothing. Hosts call it before they start their tracing.
 ZTA_API void _ztStartWPP();
 
-/// The same, for the end of their tracing.
+/// Does nothing. Hosts call it after they stop their tracing.
 ZTA_API void _ztStopWPP();
 
-/// The record that tools read from a module's file, in the section ".kelvarvideo". Texts are padded with NUL.
+/// The version record of a module. Tools read it from the section ".kelvarvideo" of the file. Texts are padded with
+/// NUL.
 struct ZTA_API SZtVersionInfo {
-    char achRevision[40]; ///< the source revision as 40 hexadecimal digits
-    char achRelease[128]; ///< the release
-    char achBuild[13];    ///< the build number in decimal
+    char achRevision[40]; ///< source revision, 40 hexadecimal digits
+    char achRelease[128]; ///< release
+    char achBuild[13];    ///< build number in decimal
 };
 
 static_assert(sizeof(SZtVersionInfo) == 181);
 
-/// This module's.
+/// The version record of this module.
 extern ZTA_API const SZtVersionInfo g_achVersionInfo;

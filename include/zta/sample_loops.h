@@ -1,21 +1,23 @@
+/// Selection of the sample loops.
 #pragma once
 
 #include <zta/export.h>
 
-/// The sample loops, which the kernels of the copy, volume, stereo and mux operations spend their time in, exist once
-/// for each instruction set: "plain" runs on every processor, "avx2" on those with AVX2 and FMA, "avx512" on those with
-/// AVX-512 F, BW, DQ, VL and VBMI, each with the operating system's consent. All give the same samples to the last bit;
-/// the choice is one of speed, and the module makes it by itself, once for the process. These two functions are for
-/// tests, measurements, and for hosts that know better. The signal functions make a choice of their own: see zta/ipp.h.
+/// The kernels of the copy, volume, stereo and mux operations call sample loops. The loops exist in three variants:
+/// "plain" is scalar and runs on every CPU, "avx2" requires AVX2 and FMA, "avx512" requires AVX-512 F, BW, DQ, VL and
+/// VBMI. The last two also require that the operating system saves the wide registers. All variants are bit-exact; they
+/// differ in speed only. The module selects the widest supported variant, once for the process. These functions are for
+/// tests, benchmarks, and hosts that need a fixed variant. They do not affect the signal functions (<zta/ipp.h>).
 extern "C" {
 
-/// The name of the loops in use. The string is constant and static. [any thread] [no allocation] [no lock]
+/// Returns the name of the selected variant. The string is valid while the module is loaded. [any thread] [real-time],
+/// but the first call may execute CPUID, which is slow in virtual machines.
 ZTA_API const char* ztGetSampleLoops();
 
-/// Puts other loops into use, for the whole process: an operation that runs meanwhile may end with the ones that it
-/// began with. Takes effect also for engines that exist. [any thread] [no allocation] [no lock]
-/// pszName  their name; null for the module's own choice
-/// Errors   ZT_E_INVALID_PARAMETER: no such loops, or this processor does not run them; the ones in use stay
+/// Selects a variant for the whole process, existing engines included. An operation that is running may finish with the
+/// previous variant. [any thread] [real-time], with the same restriction
+/// pszName  name of the variant; null selects the default of the module
+/// Errors   ZT_E_INVALID_PARAMETER  unknown name, or the CPU does not support the variant; the selection is unchanged
 ZTA_API int ztSelectSampleLoops(const char* pszName);
 
 } // extern "C"

@@ -1,19 +1,18 @@
-/// The component model's published names: identifiers, `IUnknown` and `IClassFactory`.
+/// The component model: identifiers, `IUnknown` and `IClassFactory`.
 ///
-/// There is no runtime behind them. Every operation that returns `int` returns a 32-bit status (see status.h): 0 or
-/// above is success, below 0 is failure.
+/// No runtime is involved. Operations that return `int` return a 32-bit status code (<zta/status.h>).
 #pragma once
 
 #include <zta/export.h>
 
 #include <cstdint>
 
-/// A 128-bit identifier, compared as 16 bytes.
+/// A 128-bit identifier. Two identifiers are equal if their 16 bytes are.
 struct ZTA_API _GUID {
-    std::uint32_t Data1;   ///< the first group of the text form
-    std::uint16_t Data2;   ///< the second group
-    std::uint16_t Data3;   ///< the third group
-    std::uint8_t Data4[8]; ///< the rest, byte by byte
+    std::uint32_t Data1;   ///< first group of the text form
+    std::uint16_t Data2;   ///< second group
+    std::uint16_t Data3;   ///< third group
+    std::uint8_t Data4[8]; ///< the remaining groups, byte by byte
 };
 
 static_assert(sizeof(_GUID) == 16, "identifiers are compared as 16 bytes");
@@ -24,37 +23,40 @@ inline constexpr _GUID IID_IUnknown ZTA_API = {0x00000000, 0x0000, 0x0000, {0xC0
 /// {00000001-0000-0000-C000-000000000046}
 inline constexpr _GUID IID_IClassFactory ZTA_API = {0x00000001, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
-/// The base of every interface. Slots 0 to 2 of every operation table.
+/// The base of every interface: slots 0 to 2 of every vtable.
 ///
-/// The module's own objects count with atomics: [any thread], class factories apart. The module calls those of a host
-/// on the thread of the operation only.
+/// The reference counts of the module's objects are atomic, except those of class factories. The module calls a host's
+/// objects on the thread of the operation only.
 class ZTA_API IUnknown {
 public:
-    /// Asks the object for another of its interfaces.
-    /// riid    the interface's identifier
+    /// Returns another interface of the object.
+    /// riid    identifier of the interface
     /// ppv     receives the interface with a reference that the caller owns, or null on failure
-    /// Errors  E_NOINTERFACE: the object does not have the interface
+    /// Errors  E_NOINTERFACE  the object lacks this interface
     virtual int QueryInterface(const _GUID& riid, void** ppv) = 0;
 
-    /// Adds one reference. Returns the new count, for diagnosis only. [any thread] [no allocation] [no lock]
+    /// Acquires a reference. Returns the new reference count, for diagnosis only. [any thread] [real-time]
     virtual unsigned long AddRef() = 0;
 
-    /// Gives one reference back; the object is gone when the last one is. Returns the new count, for diagnosis only.
-    /// [any thread] [no allocation] [no lock], unless it is the last one, which frees memory.
+    /// Releases a reference; releasing the last one destroys the object. Returns the new reference count, for diagnosis
+    /// only. [any thread] [real-time], except for the last reference: [allocates]
     virtual unsigned long Release() = 0;
 };
 
-/// Makes objects of one class. Slots 3 and 4 are the destructor, 5 and 6 the two operations. [one thread] [allocates]
+/// Creates objects of one class. Slots 3 and 4 are the destructor, slots 5 and 6 these operations. [one thread]
+/// [allocates]
 class ZTA_API IClassFactory : public IUnknown {
 public:
     virtual ~IClassFactory() = default;
 
-    /// Creates one object and asks it for `riid`.
-    /// pOuterUnknown  the object that aggregates the new one, or null; not null demands riid == IID_IUnknown
+    /// Creates an object and queries an interface of it.
+    /// pOuterUnknown  null, or the object that aggregates the new one; then `riid` must be IID_IUnknown
+    /// riid           identifier of the interface
     /// ppv            receives the interface with a reference that the caller owns
-    /// Errors         E_NOINTERFACE, E_OUTOFMEMORY, or what the class reports
+    /// Errors         E_NOINTERFACE  the class lacks this interface
+    ///                E_OUTOFMEMORY  an allocation failed
     virtual int CreateInstance(IUnknown* pOuterUnknown, const _GUID& riid, void** ppv) = 0;
 
-    /// Nonzero keeps the module loaded (see DllCanUnloadNow), zero takes one such lock back. Returns 0.
+    /// Adds a lock that keeps the module loaded (nonzero), or removes one (zero): see DllCanUnloadNow. Returns 0.
     virtual int LockServer(int bLock) = 0;
 };

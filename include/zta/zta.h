@@ -1,10 +1,13 @@
-/// Everything that a host compiles against.
+/// All public C++ headers. A host in C includes <zta/c/zta.h> instead.
 ///
-/// What the comments of these headers say in brackets: [any thread]: calls may come from any thread, also at the same
-/// time. [one thread]: one call at a time, by the caller's own order. [allocates]: memory, so not for a real-time
-/// thread. [no allocation], [no lock], [no system call]: what a real-time thread wants to know. A name and two blanks
-/// begin the account of an argument; "Errors" begins that of the statuses below 0, in the order of the checks where
-/// that matters. Lengths are bytes unless a name says frames; a sample frame is one sample of each channel.
+/// Conventions of the documentation comments:
+/// - Tags: [any thread] concurrent calls are allowed. [one thread] the caller serializes the calls. [real-time] the
+///   function does not allocate, lock, make a system call or block, so a real-time thread may call it. [allocates] the
+///   function allocates or frees memory, so a real-time thread must not call it.
+/// - Arguments: the name, two blanks and the description. Errors: `CODE  condition`, in the order of the checks if the
+///   order matters.
+/// - Units: lengths, capacities and offsets are in bytes unless the name says frames. A sample frame is one sample of
+///   each channel. Gains are linear factors.
 #pragma once
 
 #include <zta/audio_records.h>

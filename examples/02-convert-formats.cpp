@@ -1,4 +1,4 @@
-// Takes four samples from format to format and prints their bytes in each: as they stand in memory, lowest first.
+// Converts four samples from format to format and prints their bytes in memory order.
 #include <zta/host/audio_buffer.h>
 #include <zta/host/formats.h>
 #include <zta/host/host_engine.h>
@@ -36,7 +36,7 @@ try {
     source->SetValidLength(sizeof samples);
     Print(*source);
 
-    // Each step is one that the engine has a conversion for. 24-in-24 and float are both next to 24-in-32 only.
+    // The engine has a conversion for each step. 24-in-24 and float have one to and from 24-in-32.
     for (const auto& format : {Pcm24In32(1), Pcm24In24(1), Pcm24In32(1), Float32(1), Pcm16(1)}) {
         const auto destination = AudioBuffer::Create(format, std::size(samples) * BytesPerFrame(format));
         source->AnnounceRead();
@@ -46,7 +46,7 @@ try {
             throw ModuleError(module.ErrorText(status), status);
         }
         Print(*destination);
-        source = destination; // the old buffer goes with its last reference
+        source = destination; // releases the previous buffer
     }
     return 0;
 } catch (const std::exception& error) {

@@ -1,4 +1,4 @@
-// Puts two mono buffers together into a stereo one, and takes that apart again.
+// Interleaves two mono buffers into a stereo buffer and deinterleaves it with the channels exchanged.
 #include <zta/host/audio_buffer.h>
 #include <zta/host/formats.h>
 #include <zta/host/host_engine.h>
@@ -60,11 +60,11 @@ try {
     check(engine->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get()));
     Print("stereo", *stereo);
 
-    // The operation sets the outputs' lengths, so whatever they held before is gone.
+    // The operation sets the valid lengths of the outputs.
     stereo->AnnounceRead();
     left->AnnounceWrite();
     right->AnnounceWrite();
-    check(engine->CopyAudioSamplesStereoToMono(stereo.Get(), right.Get(), left.Get())); // the sides change places
+    check(engine->CopyAudioSamplesStereoToMono(stereo.Get(), right.Get(), left.Get())); // exchanges the channels
     Print("left", *left);
     Print("right", *right);
     return 0;

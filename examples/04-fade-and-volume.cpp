@@ -1,4 +1,4 @@
-// Lets the volume of a buffer fall to a half while it is faded in and out at its ends.
+// Applies a gain ramp from 1.0 to 0.5, a fade-in and a fade-out to a buffer, in place.
 #include <zta/host/audio_buffer.h>
 #include <zta/host/formats.h>
 #include <zta/host/host_engine.h>
@@ -17,18 +17,18 @@ try {
     const auto host = HostEngine::Create();
     const auto engine = module.CreateEngine(*host);
 
-    // A level of one half. Volumes work on 24-in-32, whose words have full scale at 2^31.
+    // The constant 0.5. Gain ramps require 24-in-32, which has full scale at 2^31.
     std::vector<std::int32_t> words(1024, 0x40000000);
     const std::size_t bytes = words.size() * sizeof words[0];
     const auto buffer = AudioBuffer::Create(Pcm24In32(1), bytes);
     std::memcpy(buffer->Data(), words.data(), bytes);
     buffer->SetValidLength(bytes);
 
-    // The ramp runs over the whole buffer; the fades take 200 frames each, and their flags read false afterwards.
+    // The ramp covers the whole buffer; each fade has 200 frames, and its flag is false afterwards.
     SZtAudioMonoVolumeInfo volume = {.ulChannelRef = 0, .fStartVolume = 1.0F, .fEndVolume = 0.5F};
     buffer->SetFades(true, true);
 
-    // Input and output may be one buffer. It is announced for both.
+    // Input and output may be the same buffer. Announce both accesses.
     buffer->AnnounceRead();
     buffer->AnnounceWrite();
     const int status = engine->ApplyVolume(buffer.Get(), buffer.Get(), &volume, 1);

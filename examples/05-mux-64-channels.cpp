@@ -1,4 +1,4 @@
-// Interleaves 64 mono buffers into one of 64 channels, with a gain for each, and takes one frame of it apart.
+// Interleaves 64 mono buffers into a mux of 64 channels, with a gain for each channel, and prints one frame.
 #include <zta/host/audio_buffer.h>
 #include <zta/host/formats.h>
 #include <zta/host/host_engine.h>
@@ -22,7 +22,7 @@ Ref<AudioBuffer> MakeBuffer(std::uint32_t channels, std::int32_t level)
     const std::size_t bytes = words.size() * sizeof words[0];
     auto buffer = AudioBuffer::Create(Pcm24In32(channels), bytes);
     std::memcpy(buffer->Data(), words.data(), bytes);
-    buffer->SetValidLength(bytes); // a mux wants its length set before it is written
+    buffer->SetValidLength(bytes); // a mux needs its valid length before it is written
     return buffer;
 }
 
@@ -34,10 +34,9 @@ try {
     const auto host = HostEngine::Create();
     const auto engine = module.CreateEngine(*host);
 
-    // All channels have one level; the gains make a staircase of them, from 1/64 to 1. Start and end are equal: no
-    // ramp.
+    // All channels have the constant 0.5; the gains are 1/64 to 1. Start and end are equal: no ramp.
     std::vector<Ref<AudioBuffer>> channels;
-    std::vector<IZtAudioSamples*> entries; // as the engine takes them: entry c is channel c
+    std::vector<IZtAudioSamples*> entries; // entry c is channel c
     std::vector<SZtAudioMonoVolumeInfo> gains;
     for (std::uint32_t c = 0; c < kChannels; ++c) {
         channels.push_back(MakeBuffer(1, 0x40000000));
@@ -54,7 +53,7 @@ try {
     }
 
     std::array<std::int32_t, kChannels> frame;
-    std::memcpy(frame.data(), mux->Data() + mux->Length() - sizeof frame, sizeof frame); // the last one
+    std::memcpy(frame.data(), mux->Data() + mux->Length() - sizeof frame, sizeof frame); // the last frame
     std::printf("%zu frames of %s\n", mux->Length() / sizeof frame, FormatName(mux->Description().sWaveFormat).c_str());
     for (std::size_t c = 0; c < frame.size(); ++c) {
         std::printf("%.4f%s", frame[c] / 2147483648.0, c % 8 == 7 ? "\n" : " ");

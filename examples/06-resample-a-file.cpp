@@ -1,4 +1,4 @@
-// 06-resample-a-file IN OUT [MODULE]: brings a 16-bit WAV file from 44100 to 48000 Hz, or back, block by block.
+// 06-resample-a-file IN OUT [MODULE]: resamples a 16-bit WAV file between 44100 and 48000 Hz, 1024 frames at a time.
 #include <zta/host/audio_buffer.h>
 #include <zta/host/formats.h>
 #include <zta/host/host_engine.h>
@@ -43,7 +43,7 @@ try {
             throw ModuleError(module.ErrorText(status), status);
         }
     };
-    // The stream keeps what the filter needs of earlier blocks. Its reference goes back before the engine's.
+    // The stream has the history of the filter. Its reference is released before that of the engine.
     SZtaWaveFormatInfo from = Pcm16(channels, static_cast<std::uint32_t>(in.samplerate()));
     SZtaWaveFormatInfo to = Pcm16(channels, static_cast<std::uint32_t>(rate));
     const std::size_t frame = BytesPerFrame(from);
@@ -57,7 +57,7 @@ try {
     const sf_count_t total = (in.frames() * rate + in.samplerate() / 2) / in.samplerate(); // to the nearest
     auto mode = keZtAudioResamplerModeRestart;
     for (sf_count_t written = 0; written < total; mode = keZtAudioResamplerModeContinue) {
-        // The output lags behind the input: at the end silence pushes the rest out.
+        // The output has latency: silence after the last frame drains the stream.
         std::memset(source->Data(), 0, source->Capacity());
         in.readf(reinterpret_cast<short*>(source->Data()), kBlock);
         source->SetValidLength(source->Capacity());

@@ -1,4 +1,4 @@
-// A plugin for `ztvalidate --host`: the buffers of the reference host. Put your own buffers in their place.
+// A plugin for `ztvalidate --host` with the buffers of the reference host. Replace them with yours.
 
 #include <zta/host/audio_buffer.h>
 #include <zta/host/host_engine.h>

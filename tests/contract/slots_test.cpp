@@ -1,6 +1,7 @@
 // Objects of this side called through hand-laid tables in C, and objects of C called by the engine: what each side
 // finds in a slot is what the other has put there.
 
+#include "tests/contract/slot_spies.h"
 #include "tests/contract/slots.h"
 
 #include "component/exceptions.h"
@@ -29,133 +30,44 @@
 
 namespace {
 
-using Statuses = std::array<long, SLOTS_MAX>;
-
-/// Checks the arguments of the operation in one slot: its n-th is slot * 10 + n, as a number or as a pointer.
-/// Returns a status by which the slot is recognised.
-template <class... Arguments>
-int Arrived(int slot, Arguments... arguments)
-{
-    int n = 0;
-    const auto expect = [&n, slot](auto argument) {
-        const auto expected = static_cast<unsigned long>(slot * 10 + ++n);
-        if constexpr (std::is_pointer_v<decltype(argument)>) {
-            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(argument), expected) << "slot " << slot << ", argument " << n;
-        } else {
-            EXPECT_EQ(static_cast<unsigned long>(argument), expected) << "slot " << slot << ", argument " << n;
-        }
-    };
-    (expect(arguments), ...);
-    return -100 - slot;
-}
-
-/// The three operations of IUnknown, each recognisable, for an interface that has them.
-template <class Interface>
-class Recognised : public Interface {
-public:
-    int QueryInterface(const _GUID& riid, void** ppv) override { return Arrived(0, &riid, ppv); }
-    unsigned long AddRef() override { return 101; }
-    unsigned long Release() override { return 102; }
-};
-
-/// What the slots must answer: slot 0 and those from `first` to `last` as Arrived does, slots 1 and 2 as counts.
-Statuses Expected(int first, int last)
-{
-    Statuses statuses{};
-    statuses[0] = -100;
-    statuses[1] = 101;
-    statuses[2] = 102;
-    for (int slot = first; slot <= last; ++slot) {
-        statuses[static_cast<std::size_t>(slot)] = -100 - slot;
-    }
-    return statuses;
-}
+using zta::test::CheckArguments;
+using zta::test::ClassFactorySpy;
+using zta::test::EngineFactorySpy;
+using zta::test::EngineSpy;
+using zta::test::ExpectedStatuses;
+using zta::test::SlotSpy;
+using zta::test::Statuses;
 
 TEST(Slots, Unknown)
 {
-    Recognised<IUnknown> object;
+    SlotSpy<IUnknown> object;
     Statuses statuses{};
     slots_call_unknown(static_cast<IUnknown*>(&object), statuses.data());
-    EXPECT_EQ(statuses, Expected(0, 0));
+    EXPECT_EQ(statuses, ExpectedStatuses(0, 0));
 }
-
-struct ClassFactory : Recognised<IClassFactory> {
-    int CreateInstance(IUnknown* outer, const _GUID& riid, void** ppv) override
-    {
-        return Arrived(5, outer, &riid, ppv);
-    }
-    int LockServer(int lock) override { return Arrived(6, lock); }
-};
 
 TEST(Slots, ClassFactory)
 {
-    ClassFactory object;
+    ClassFactorySpy object;
     Statuses statuses{};
     slots_call_class_factory(static_cast<IClassFactory*>(&object), statuses.data());
-    EXPECT_EQ(statuses, Expected(5, 6));
+    EXPECT_EQ(statuses, ExpectedStatuses(5, 6));
 }
-
-struct EngineFactory : Recognised<IZtaAudioSamplesEngineFactory> {
-    int CreateAudioSamplesEngine(IZtQuonEnginePrivate* host, unsigned long reserved,
-                                 IZtaAudioSamplesEngine** engine) override
-    {
-        return Arrived(5, host, reserved, engine);
-    }
-};
 
 TEST(Slots, EngineFactory)
 {
-    EngineFactory object;
+    EngineFactorySpy object;
     Statuses statuses{};
     slots_call_engine_factory(static_cast<IZtaAudioSamplesEngineFactory*>(&object), statuses.data());
-    EXPECT_EQ(statuses, Expected(5, 5));
+    EXPECT_EQ(statuses, ExpectedStatuses(5, 5));
 }
-
-struct Engine : Recognised<IZtaAudioSamplesEngine> {
-    using Samples = IZtAudioSamples*;
-    using Volumes = SZtAudioMonoVolumeInfo*;
-    using Count = unsigned long;
-
-    int CopyAudioSamples(Samples a, Samples b) override { return Arrived(5, a, b); }
-    int CopyAudioSamplesMonoToStereo(Samples a, Samples b, Samples c) override { return Arrived(6, a, b, c); }
-    int CopyAudioSamplesStereoToMono(Samples a, Samples b, Samples c) override { return Arrived(7, a, b, c); }
-    int DuplicateAudioSamples(Samples a, Count b, Samples c, Count d, Count e) override
-    {
-        return Arrived(8, a, b, c, d, e);
-    }
-    int CopyAudioSamplesMonoToMux(Samples* a, Count b, Samples c, Volumes d, Count e) override
-    {
-        return Arrived(9, a, b, c, d, e);
-    }
-    int CopyAudioSamplesStereoToMux(Samples* a, Count b, Samples c, Volumes d, Count e) override
-    {
-        return Arrived(10, a, b, c, d, e);
-    }
-    int CopyAudioSamplesMuxToMono(Samples a, Samples* b, Count c, Volumes d, Count e) override
-    {
-        return Arrived(11, a, b, c, d, e);
-    }
-    int CopyAudioSamplesMuxToStereo(Samples a, Samples* b, Count c, Volumes d, Count e) override
-    {
-        return Arrived(12, a, b, c, d, e);
-    }
-    int ApplyVolume(Samples a, Samples b, Volumes c, Count d) override { return Arrived(13, a, b, c, d); }
-    int CreateAudioResampler(SZtaWaveFormatInfo* a, SZtaWaveFormatInfo* b, IUnknown** c) override
-    {
-        return Arrived(14, a, b, c);
-    }
-    int ProcessAudioResampler(Samples a, Samples b, EZtAudioResamplerMode c, IUnknown* d) override
-    {
-        return Arrived(15, a, b, static_cast<unsigned long>(c), d);
-    }
-};
 
 TEST(Slots, Engine)
 {
-    Engine object;
+    EngineSpy object;
     Statuses statuses{};
     slots_call_engine(static_cast<IZtaAudioSamplesEngine*>(&object), statuses.data());
-    EXPECT_EQ(statuses, Expected(5, 15));
+    EXPECT_EQ(statuses, ExpectedStatuses(5, 15));
 }
 
 /// Says what a destructor did: whether it ran, and whether it gave the memory back.
@@ -192,16 +104,16 @@ void ExpectDestructorSlots(int complete, int deleting, const Arguments&... argum
 
 TEST(Slots, DestructorsTakeTheirTwo)
 {
-    ExpectDestructorSlots<ClassFactory>(3, 4);
-    ExpectDestructorSlots<EngineFactory>(3, 4);
-    ExpectDestructorSlots<Engine>(3, 4);
+    ExpectDestructorSlots<ClassFactorySpy>(3, 4);
+    ExpectDestructorSlots<EngineFactorySpy>(3, 4);
+    ExpectDestructorSlots<EngineSpy>(3, 4);
 }
 
 template <class Base>
 struct NonDelegating : Base {
     NonDelegating() : Base(L"NonDelegating", nullptr) {}
 
-    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override { return Arrived(0, &riid, ppv); }
+    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override { return CheckArguments(0, &riid, ppv); }
     unsigned long NonDelegatingAddRef() override { return 101; }
     unsigned long NonDelegatingRelease() override { return 102; }
 };
@@ -212,7 +124,7 @@ void ExpectNonDelegatingSlots()
     NonDelegating<Base> object;
     Statuses statuses{};
     slots_call_non_delegating_unknown(static_cast<INonDelegatingUnknown*>(&object), statuses.data());
-    EXPECT_EQ(statuses, Expected(0, 0));
+    EXPECT_EQ(statuses, ExpectedStatuses(0, 0));
     ExpectDestructorSlots<NonDelegating<Base>>(3, 4);
 }
 

@@ -1,15 +1,18 @@
 #!/bin/sh
-# examples.sh MAKE_TONE: builds the installed examples against the installed engine, and compares what they print with
-# what their README.md shows.
+# examples.sh MAKE_TONE: builds the installed examples against the installed engine, and compares their output with
+# that in their README.md.
 set -eu
 make_tone=$1
 examples=$PREFIX/$DOCDIR/examples
 module=$PREFIX/$LIBDIR/libZtaAudioSamplesEngine.so.1
 
-# The fenced block under the heading of an example.
-shown() {
-    awk -v heading="## $1" '/^## / { mine = $0 == heading } /^```/ { on = $0 == "```text" && mine; next } on' \
-        "$examples/README.md"
+# The output in the section of an example: the last block in it.
+expected() {
+    awk -v heading="## $1" '
+        /^## / { inSection = $0 == heading }
+        /^```text/ && inSection { inBlock = 1; next }
+        /^```/ { inBlock = 0 }
+        inBlock' "$examples/README.md"
 }
 
 rm -rf ./*
@@ -18,19 +21,39 @@ rm -rf ./*
 
 "$make_tone" tone.wav 997 -6 48000 0.5
 count=0
-for source in "$examples"/*.cpp; do
-    name=$(basename "$source" .cpp)
-    test "$(wc -l < "$source")" -lt 80
+for source in "$examples"/[0-9]*; do
+    file=$(basename "$source")
+    name=${file%.*}
+    maxLines=79
     case $name in
-    06-*) set -- tone.wav resampled.wav "$module" ;;
-    *) set -- "$module" ;;
+    00-*) maxLines=60 ;;
+    07-* | 08-*) maxLines=400 ;;
     esac
-    "build/$name" "$@" > "$name.printed"
-    shown "$name" | diff -u - "$name.printed"
+    test "$(wc -l < "$source")" -le "$maxLines"
+    case $file in
+    00-*) # its section has its commands and their output: commands.sh
+        build/"$name" > "$name.printed"
+        grep -qxFf "$name.printed" "$examples/README.md"
+        ;;
+    06-*)
+        build/"$name" tone.wav resampled.wav "$module" > "$name.printed"
+        expected "$name" | diff -u - "$name.printed"
+        ;;
+    *.py)
+        python3 "$source" "$module" > "$name.printed"
+        expected "$name" | diff -u - "$name.printed"
+        ;;
+    *)
+        build/"$name" "$module" > "$name.printed"
+        expected "$name" | diff -u - "$name.printed"
+        ;;
+    esac
     test -s "$name.printed"
     count=$((count + 1))
 done
-test "$count" -ge 6
+test "$count" -ge 9
+# Both hosts without C++ print the same.
+cmp 07-host-in-c.printed 08-host-in-python.printed
 
 # The installed tool finds the installed module, and resamples to the same file.
 "$PREFIX/bin/ztaudio" --quiet resample tone.wav expected.wav --rate 44100

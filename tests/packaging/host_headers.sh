@@ -1,6 +1,5 @@
 #!/bin/sh
-# Each header of the reference host compiles alone where it is installed, with nothing else of the tree. (The tests of
-# the contract do that with the others.)
+# Each header of the reference host compiles alone from the installation. (tests/contract does that with the others.)
 set -eu
 (cd "$PREFIX/include" && ls zta/host/*.h) > headers.txt
 test -s headers.txt

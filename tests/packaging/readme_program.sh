@@ -1,10 +1,10 @@
 #!/bin/sh
-# Builds the program that README.md shows by the two routes that it shows, and compares what it prints.
+# Builds the program in README.md in the two ways that README.md shows, and compares its output.
 set -eu
 export PREFIX PKG_CONFIG_PATH="$PREFIX/$LIBDIR/pkgconfig"
 module=$PREFIX/$LIBDIR/libZtaAudioSamplesEngine.so.1
 
-# block KIND [N]: README.md's N-th fenced block that begins with ```KIND, the first if not told.
+# block KIND [N]: the N-th fenced block in README.md that begins with ```KIND; the first by default.
 block() {
     awk -v fence="\`\`\`$1" -v wanted="${2:-1}" '
         $0 == "```" { on = 0 } on { print } $0 == fence { on = ++count == wanted }' "$SOURCE/README.md"

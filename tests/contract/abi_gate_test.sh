@@ -1,25 +1,25 @@
 #!/bin/sh
-# abi_gate_test.sh SCRIPT DESCRIPTION: each kind of change to the binary interface, made by hand in a copy of its
-# description, is seen by the comparison, and is named; an untouched copy is not.
+# abi_gate_test.sh SCRIPT DESCRIPTION: applies each kind of change of the binary interface to a copy of its description
+# and checks that the comparison reports it. An unchanged copy is not reported.
 set -eu
 script=$1
 description=$2
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-# Prints "one interface", or "not one interface" and the report. abidiff sets bit 2 of its exit code for a change;
-# anything else but 0 is a failure of its own.
+# Prints "equal", or "different" and the report. abidiff sets bit 2 of its exit code for a change; any other nonzero code
+# is a failure of abidiff.
 compare() {
     result=0
     "$script" compare "$description" "$folder/changed" > "$folder/report" 2>&1 || result=$?
     case $result in
-    0) echo "one interface" ;;
-    4 | 12) echo "not one interface" && cat "$folder/report" ;;
+    0) echo "equal" ;;
+    4 | 12) echo "different" && cat "$folder/report" ;;
     *) cat "$folder/report" >&2 && exit 1 ;;
     esac
 }
 
-# expect SEEN SED: this edit is seen, and the report says SEEN.
+# expect TEXT SED: the edit is reported with TEXT.
 expect() {
     sed "$2" "$description" > "$folder/changed"
     if cmp -s "$description" "$folder/changed"; then
@@ -27,18 +27,18 @@ expect() {
         exit 1
     fi
     compare > "$folder/verdict"
-    if ! grep -qx "not one interface" "$folder/verdict" || ! grep -q "$1" "$folder/verdict"; then
+    if ! grep -qx "different" "$folder/verdict" || ! grep -q "$1" "$folder/verdict"; then
         echo "expected \"$1\" after: $2" >&2
         head -40 "$folder/verdict" >&2
         exit 1
     fi
 }
 
-# within TAG NAME: the lines of this element.
+# within TAG NAME: the sed address of the lines of this element.
 within() { echo "/<$1 name='$2'/,/<\\/$1>/"; }
 
 cp "$description" "$folder/changed"
-test "$(compare)" = "one interface"
+test "$(compare)" = "equal"
 
 expect "'uint32_t ulBitsPerSample' offset changed from 128 to 160" \
     "$(within class-decl SZtaWaveFormatInfo) { s/ulValidBitsPerSample/x/; s/ulBitsPerSample/ulValidBitsPerSample/; s/'x'/'ulBitsPerSample'/; }"

@@ -1,6 +1,6 @@
-// A host that knows the module by its public headers alone: it is linked against nothing of this project, finds
-// everything with dlopen and dlsym, and has no ZtLogger. It loads, uses and unloads the module several times and holds
-// it to its word at each step. Exit code 0 when all is well; otherwise the first disappointment is on standard error.
+// A host that uses the public headers only: it links no library of this project, uses dlopen and dlsym, and defines no
+// ZtLogger. It loads, uses and unloads the module ten times and checks each step. Exits with 0 on success; otherwise it
+// prints the first failed check to standard error and exits with 1.
 
 #include <zta/zta.h>
 
@@ -18,7 +18,7 @@ int step = 0;
 void Expect(bool holds, const char* what)
 {
     if (!holds) {
-        std::fprintf(stderr, "round %d: expected that %s\n", step, what);
+        std::fprintf(stderr, "round %d: check failed: %s\n", step, what);
         std::exit(1);
     }
 }
@@ -28,7 +28,7 @@ bool SameId(const _GUID& first, const _GUID& second)
     return std::memcmp(&first, &second, sizeof(_GUID)) == 0;
 }
 
-/// The least that a buffer can be.
+/// A minimal buffer.
 class Buffer final : public IZtAudioSamples {
 public:
     Buffer(const SZtaWaveFormatInfo& format, unsigned long capacity)
@@ -134,25 +134,26 @@ void CopyBuffers(IZtaAudioSamplesEngine* engine)
     destination->open_writes = 1;
     Expect(engine->CopyAudioSamples(source, destination) == ZT_NOERROR, "a copy succeeds");
     Expect(std::memcmp(source->Data(), destination->Data(), 4096) == 0, "the copy holds the source's bytes");
-    Expect(source->open_reads == 0 && destination->open_writes == 0, "each announced access was signalled once");
+    Expect(source->open_reads == 0 && destination->open_writes == 0, "each announced access is signaled once");
 
-    // A failure goes through the module's check for a logger, and here is none.
+    // On a failure the module checks for a logger; this program has none.
     source->open_reads = 1;
     small->open_writes = 1;
-    Expect(engine->CopyAudioSamples(source, small) == ZT_E_DESTINATION_BUFFER_TOO_SMALL, "a copy must fit");
+    Expect(engine->CopyAudioSamples(source, small) == ZT_E_DESTINATION_BUFFER_TOO_SMALL,
+           "a copy that does not fit is rejected");
     Expect(small->error == ZT_E_DESTINATION_BUFFER_TOO_SMALL, "the failure is recorded on the destination");
-    Expect(source->open_reads == 0 && small->open_writes == 0, "a failed copy signals, too");
+    Expect(source->open_reads == 0 && small->open_writes == 0, "a failed copy signals its buffers");
 
-    Expect(source->Release() == 0, "nobody holds on to the source");
-    Expect(destination->Release() == 0, "nobody holds on to the destination");
-    // The failed byte copy leaves a reference of its own on the destination that was too small.
-    Expect(small->Release() == 1 && small->Release() == 0, "one reference stays with the destination that failed");
+    Expect(source->Release() == 0, "the source has no other reference");
+    Expect(destination->Release() == 0, "the destination has no other reference");
+    // The failed byte copy leaks a reference of the destination.
+    Expect(small->Release() == 1 && small->Release() == 0, "one reference of the failed destination is leaked");
 }
 
 bool IsMapped(const char* path)
 {
     std::FILE* maps = std::fopen("/proc/self/maps", "re");
-    Expect(maps != nullptr, "the process can read its own map");
+    Expect(maps != nullptr, "/proc/self/maps is readable");
     char resolved[4096];
     Expect(realpath(path, resolved) != nullptr, "the module's path resolves");
     bool found = false;
@@ -174,13 +175,13 @@ Function Find(void* module, const char* name)
 
 void UseModule(const char* path)
 {
-    Expect(!IsMapped(path), "the module is not in the process before it is loaded");
+    Expect(!IsMapped(path), "the module is not mapped before it is loaded");
     void* module = dlopen(path, RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         std::fprintf(stderr, "%s\n", dlerror());
         std::exit(1);
     }
-    Expect(IsMapped(path), "the module is in the process once it is loaded");
+    Expect(IsMapped(path), "the module is mapped after it is loaded");
 
     const auto enter = Find<decltype(&DllEntryPoint)>(module, "DllEntryPoint");
     const auto canUnload = Find<decltype(&DllCanUnloadNow)>(module, "DllCanUnloadNow");
@@ -188,11 +189,11 @@ void UseModule(const char* path)
     const auto errorToString = Find<decltype(&ztErrorToString)>(module, "ztErrorToString");
     const auto& version = *Find<const SZtVersionInfo*>(module, "g_achVersionInfo");
 
-    Expect(enter(42, reinterpret_cast<void*>(kZtModuleLoad)) == 1, "the module enters");
-    Expect(*Find<unsigned int*>(module, "g_hInst") == 42, "the module keeps its handle");
+    Expect(enter(42, reinterpret_cast<void*>(kZtModuleLoad)) == 1, "DllEntryPoint returns 1 at load");
+    Expect(*Find<unsigned int*>(module, "g_hInst") == 42, "the module stores its number");
     Expect(version.achBuild[sizeof(version.achBuild) - 1] == '\0', "the version record ends in NUL");
-    Expect(std::wcscmp(errorToString(0), L"ZT_NOERROR: No error") == 0, "the module has the texts of the statuses");
-    Expect(canUnload() == 0, "a fresh module can be unloaded");
+    Expect(std::wcscmp(errorToString(0), L"ZT_NOERROR: No error") == 0, "the module has the texts of the status codes");
+    Expect(canUnload() == 0, "a new module can be unloaded");
 
     void* object = nullptr;
     Expect(getClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &object) == ZT_NOERROR, "the class is known");
@@ -201,36 +202,36 @@ void UseModule(const char* path)
     Expect(classFactory->LockServer(1) == ZT_NOERROR, "the module can be locked");
 
     Expect(classFactory->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &object) == ZT_NOERROR,
-           "the class factory makes the engine's factory");
+           "the class factory creates the engine factory");
     auto* factory = static_cast<IZtaAudioSamplesEngineFactory*>(object);
-    Expect(classFactory->Release() == 0, "the class factory has no other owner");
-    Expect(canUnload() == 1, "the engine's factory keeps the module");
+    Expect(classFactory->Release() == 0, "the class factory has no other reference");
+    Expect(canUnload() == 1, "the engine factory keeps the module");
 
     {
         Host host;
         IZtaAudioSamplesEngine* engine = nullptr;
         Expect(factory->CreateAudioSamplesEngine(&host, 0, &engine) == ZT_NOERROR, "an engine is created");
-        Expect(Buffer::alive == 131, "the engine has its pool");
-        Expect(factory->Release() == 0, "the engine's factory has no other owner");
+        Expect(Buffer::alive == 131, "the engine has its scratch buffers");
+        Expect(factory->Release() == 0, "the engine factory has no other reference");
         Expect(canUnload() == 1, "an engine keeps the module");
 
         CopyBuffers(engine);
-        Expect(engine->Release() == 0, "the engine has no other owner");
+        Expect(engine->Release() == 0, "the engine has no other reference");
     }
-    Expect(Buffer::alive == 0, "the engine gives back its pool");
+    Expect(Buffer::alive == 0, "the engine releases its scratch buffers");
 
     Expect(canUnload() == 1, "a lock keeps the module");
     Expect(getClassObject(CLSID_ZtaAudioSamplesEngine, IID_IUnknown, &object) == ZT_NOERROR,
            "the class is still known");
     classFactory = static_cast<IClassFactory*>(object);
-    Expect(classFactory->LockServer(0) == ZT_NOERROR, "the lock can be taken back");
+    Expect(classFactory->LockServer(0) == ZT_NOERROR, "the lock can be removed");
     Expect(canUnload() == 1, "the second class factory keeps the module");
-    Expect(classFactory->Release() == 0, "the second class factory has no other owner");
+    Expect(classFactory->Release() == 0, "the second class factory has no other reference");
     Expect(canUnload() == 0, "a module without objects and locks can be unloaded");
 
-    Expect(enter(42, reinterpret_cast<void*>(kZtModuleUnload)) == 1, "the module leaves");
+    Expect(enter(42, reinterpret_cast<void*>(kZtModuleUnload)) == 1, "DllEntryPoint returns 1 at unload");
     Expect(dlclose(module) == 0, "the module can be closed");
-    Expect(!IsMapped(path), "the module is gone from the process");
+    Expect(!IsMapped(path), "the module is not mapped after it is closed");
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-// The sizes and offsets that hosts have compiled in, as literal numbers, and the order of the fields of the module's
-// own classes.
+// Sizes and offsets that compiled hosts rely on, as literal numbers, and the fields of the exported classes.
 
 #include "component/class_factory.h"
 #include "component/exceptions.h"
@@ -26,7 +25,7 @@
 
 namespace {
 
-// The records of the boundary are plain: the compiler itself checks them.
+// The records have standard layout, so these are checks at compile time.
 template <class T>
 constexpr bool kPlain = std::is_standard_layout_v<T>&& std::is_trivially_copyable_v<T>;
 
@@ -114,22 +113,22 @@ static_assert(std::is_same_v<std::underlying_type_t<IppStatus>, std::int32_t>);
 static_assert(std::is_same_v<std::underlying_type_t<IppHintAlgorithm>, std::uint32_t>);
 static_assert(ippAlgHintFast == 1 && ippAlgHintAccurate == 2);
 
-// The module's data, as programs that are linked against it see it.
+// Exported data.
 static_assert(sizeof(g_asFormatOfProperty) == 27 * 24);
 static_assert(sizeof(g_i32Objects) == 4 && sizeof(g_hInst) == 4 && sizeof(g_iTemplates) == 4);
 static_assert(sizeof(g_achVersionInfo) == 181);
 
 } // namespace
 
-// The classes' fields have fixed places although the classes are not plain. This platform's object model defines the
-// offsets; the compilers warn that the language does not.
+// The fields of the classes have fixed offsets although the classes do not have standard layout: the platform's ABI
+// defines the offsets, the language does not, so the compilers warn.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 #define ZTA_FIELD_AT(offset, Class, field) static_assert(offsetof(Class, field) == (offset))
 #define ZTA_SIZED_AT(offset, size, Class, field)                                                                       \
     static_assert(offsetof(Class, field) == (offset) && sizeof(Class::field) == (size))
 
-/// A friend of the classes whose order of fields is part of the contract.
+/// A friend of the classes whose field order is part of the binary interface.
 struct SZtLayoutProbe {
     ZTA_FIELD_AT(8, CZtLightUnknown, m_pOuterUnknown);
     ZTA_SIZED_AT(16, 4, CZtLightUnknown, m_ulRefCount);
@@ -167,8 +166,8 @@ struct SZtLayoutProbe {
     ZTA_FIELD_AT(104, CZtIniFile::Record, Value);
     static_assert(sizeof(CZtIniFile::Record) == 136);
 
-    // Behind the one field of their base the kernel classes have 12 bytes for each row, the list of the rows, 16 bytes
-    // for each function, and then what is theirs alone.
+    // After the field of their base, the kernel classes have 12 bytes for each table entry, the list of the entries,
+    // 16 bytes for each function, and then their own fields.
     ZTA_FIELD_AT(8, CZtaAudioProcessingUtil, m_psProcessingFormats);
     static_assert(sizeof(CZtaAudioProcessingUtil) == 16);
 
@@ -267,16 +266,16 @@ struct SZtLayoutProbe {
         return CZtaApplyVolume::ms_alNegSaturation;
     }
 
-    /// What an object's list of rows is, and where its list and its rows lie in it.
-    struct Rows {
+    /// The number of table entries of an object, and the offsets of the entries and of their list.
+    struct KernelTable {
         int count;
-        std::ptrdiff_t rows;
+        std::ptrdiff_t entries;
         std::ptrdiff_t list;
-        bool operator==(const Rows&) const = default;
+        bool operator==(const KernelTable&) const = default;
     };
 
     template <class Kernels>
-    static Rows RowsOf()
+    static KernelTable TableLayout()
     {
         const Kernels kernels;
         const auto offset = [&kernels](const void* field) {
@@ -292,23 +291,23 @@ struct SZtLayoutProbe {
 
 namespace {
 
-TEST(Layout, KernelClassesHaveTheirRowsAndThenTheListOfThem)
+TEST(Layout, KernelClassesHaveTheTableEntriesBeforeTheirList)
 {
     using Probe = SZtLayoutProbe;
-    EXPECT_EQ(Probe::RowsOf<CZtaConvertBitDepth>(), (Probe::Rows{36, 16, 448}));
-    EXPECT_EQ(Probe::RowsOf<CZtaConvertDataType>(), (Probe::Rows{10, 16, 136}));
-    EXPECT_EQ(Probe::RowsOf<CZtaApplyFade>(), (Probe::Rows{10, 24, 144}));
-    EXPECT_EQ(Probe::RowsOf<CZtaConvertMonoToStereo>(), (Probe::Rows{4, 16, 64}));
-    EXPECT_EQ(Probe::RowsOf<CZtaConvertStereoToMono>(), (Probe::Rows{4, 16, 64}));
-    EXPECT_EQ(Probe::RowsOf<CZtaConvertMonoToMux>(), (Probe::Rows{15, 16, 200}));
-    EXPECT_EQ(Probe::RowsOf<CZtaConvertStereoToMux>(), (Probe::Rows{15, 16, 200}));
-    EXPECT_EQ(Probe::RowsOf<CZtaConvertMuxToMono>(), (Probe::Rows{15, 16, 200}));
-    EXPECT_EQ(Probe::RowsOf<CZtaConvertMuxToStereo>(), (Probe::Rows{15, 16, 200}));
-    EXPECT_EQ(Probe::RowsOf<CZtaApplyVolume>(), (Probe::Rows{7, 16, 104}));
-    EXPECT_EQ(Probe::RowsOf<CZtaResampleAudio>(), (Probe::Rows{2, 16, 40}));
+    EXPECT_EQ(Probe::TableLayout<CZtaConvertBitDepth>(), (Probe::KernelTable{36, 16, 448}));
+    EXPECT_EQ(Probe::TableLayout<CZtaConvertDataType>(), (Probe::KernelTable{10, 16, 136}));
+    EXPECT_EQ(Probe::TableLayout<CZtaApplyFade>(), (Probe::KernelTable{10, 24, 144}));
+    EXPECT_EQ(Probe::TableLayout<CZtaConvertMonoToStereo>(), (Probe::KernelTable{4, 16, 64}));
+    EXPECT_EQ(Probe::TableLayout<CZtaConvertStereoToMono>(), (Probe::KernelTable{4, 16, 64}));
+    EXPECT_EQ(Probe::TableLayout<CZtaConvertMonoToMux>(), (Probe::KernelTable{15, 16, 200}));
+    EXPECT_EQ(Probe::TableLayout<CZtaConvertStereoToMux>(), (Probe::KernelTable{15, 16, 200}));
+    EXPECT_EQ(Probe::TableLayout<CZtaConvertMuxToMono>(), (Probe::KernelTable{15, 16, 200}));
+    EXPECT_EQ(Probe::TableLayout<CZtaConvertMuxToStereo>(), (Probe::KernelTable{15, 16, 200}));
+    EXPECT_EQ(Probe::TableLayout<CZtaApplyVolume>(), (Probe::KernelTable{7, 16, 104}));
+    EXPECT_EQ(Probe::TableLayout<CZtaResampleAudio>(), (Probe::KernelTable{2, 16, 40}));
 }
 
-TEST(Layout, VolumeLimitsAreOneForEachLaneOfAVector)
+TEST(Layout, VolumeLimitsHaveOneValueForEachLane)
 {
     for (const auto* limits : {&SZtLayoutProbe::UpperLimits(), &SZtLayoutProbe::LowerLimits()}) {
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(limits) % 16, 0U);
@@ -321,7 +320,7 @@ TEST(Layout, VolumeLimitsAreOneForEachLaneOfAVector)
 
 using Lanes = std::vector<std::int32_t>;
 
-/// The settings block for ramps over ten frames. Channel c starts at 1 + c parts and steps by 1 + c parts a frame.
+/// Returns the settings for ramps over ten frames. In units of 1/4096, channel c starts at 1 + c and its step is 1 + c.
 Lanes VolumeSettings(unsigned long channels)
 {
     CZtaApplyVolume volume;
@@ -343,7 +342,7 @@ TEST(Layout, VolumeSettingsHaveFourGainsThenFourIncrementsForEachGroup)
     for (std::int32_t channels : {4, 8, 16, 32, 64}) {
         Lanes expected;
         for (std::int32_t c = 0; c < channels; c += 4) {
-            for (int half = 0; half < 2; ++half) { // each channel's step is as large as its gain
+            for (int half = 0; half < 2; ++half) { // the step of each channel equals its gain
                 expected.insert(expected.end(), {c + 1, c + 2, c + 3, c + 4});
             }
         }
@@ -351,31 +350,31 @@ TEST(Layout, VolumeSettingsHaveFourGainsThenFourIncrementsForEachGroup)
     }
 }
 
-TEST(Layout, EngineHasItsServiceInterfaceBehindTheLightUnknown)
+TEST(Layout, EngineHasItsInterfaceAfterTheLightUnknown)
 {
-    // Converted from an address that is never read, so that no engine is needed.
+    // Converts an address that is not read, so that no engine is needed.
     auto* engine = reinterpret_cast<CZtaAudioSamplesEngine*>(0x10000);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<CZtLightUnknown*>(engine)), 0x10000U);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<IZtaAudioSamplesEngine*>(engine)), 0x10000U + 24);
 }
 
-TEST(Layout, FactoryHasItsServiceInterfaceBehindTheUnknown)
+TEST(Layout, FactoryHasItsInterfaceAfterTheUnknown)
 {
     auto* factory = reinterpret_cast<CZtaAudioSamplesEngineFactory*>(0x10000);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<CZtUnknown*>(factory)), 0x10000U);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<IZtaAudioSamplesEngineFactory*>(factory)), 0x10000U + 32);
 }
 
-TEST(Layout, StreamHasItsFrameBehindTheUnknown)
+TEST(Layout, StreamHasItsBaseAfterTheUnknown)
 {
     auto* stream = reinterpret_cast<CPolyphaseResampler*>(0x10000);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<IUnknown*>(stream)), 0x10000U);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<CZtUnknown*>(stream)), 0x10000U + 8);
 }
 
-TEST(Layout, Identifiers)
+TEST(Layout, IdentifiersHaveTheirBytes)
 {
-    // Each identifier's 16 bytes, as they lie in memory.
+    // The 16 bytes of each identifier in memory order.
     const auto expect = [](const _GUID& id, std::initializer_list<unsigned char> bytes) {
         ASSERT_EQ(bytes.size(), sizeof(id));
         EXPECT_EQ(std::memcmp(&id, bytes.begin(), sizeof(id)), 0) << std::hex << id.Data1;

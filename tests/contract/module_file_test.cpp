@@ -24,7 +24,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// The lines that a tool prints about the module.
+/// Returns the output lines of a tool for the module.
 Lines Inspect(const std::string& tool)
 {
     const std::string command = "LC_ALL=C " + tool + " '" ZTA_MODULE_PATH "'";
@@ -54,7 +54,7 @@ std::vector<std::string> Words(const std::string& line)
     return {std::istream_iterator<std::string>(stream), {}};
 }
 
-/// The values of one kind in the dynamic section: what stands in brackets behind "(NEEDED)" and its like.
+/// Returns the bracketed values of one tag of the dynamic section, such as "(NEEDED)".
 std::vector<std::string> DynamicEntries(const std::string& kind)
 {
     std::vector<std::string> values;
@@ -94,7 +94,7 @@ std::set<std::string> ExportedNames()
     return names;
 }
 
-/// Size in bytes and flags of a section; size 0 if there is none.
+/// Returns size in bytes and flags of a section; size 0 if it does not exist.
 struct Section {
     unsigned long size = 0;
     std::string flags;
@@ -122,12 +122,12 @@ Section FindSection(const std::string& name)
 #define SKIP_IF_INSTRUMENTED() static_cast<void>(0)
 #endif
 
-TEST(ModuleFile, IsKnownByItsMajorVersion)
+TEST(ModuleFile, HasTheMajorVersionInItsSoname)
 {
     EXPECT_EQ(DynamicEntries("SONAME"), (std::vector<std::string>{"libZtaAudioSamplesEngine.so.1"}));
 }
 
-TEST(ModuleFile, NeedsTheRuntimesOfItsLanguagesOnly)
+TEST(ModuleFile, NeedsTheLanguageRuntimesOnly)
 {
     SKIP_IF_INSTRUMENTED();
     const std::set<std::string> allowed = {"libstdc++.so.6", "libm.so.6", "libgcc_s.so.1", "libc.so.6",
@@ -139,9 +139,9 @@ TEST(ModuleFile, NeedsTheRuntimesOfItsLanguagesOnly)
     }
 }
 
-TEST(ModuleFile, IsBoundWhenItIsLoadedAndNeedsNoPatchedCode)
+TEST(ModuleFile, BindsAtLoadWithoutTextRelocations)
 {
-    // A first call that had to look its target up would take the loader's lock.
+    // Lazy binding would take the loader's lock in the first call.
     bool bound = false;
     for (const std::string& line : Inspect("readelf --dynamic --wide")) {
         bound = bound || line.find("BIND_NOW") != std::string::npos;
@@ -150,7 +150,7 @@ TEST(ModuleFile, IsBoundWhenItIsLoadedAndNeedsNoPatchedCode)
     EXPECT_TRUE(bound);
 }
 
-TEST(ModuleFile, HasNoAddressOfAnErrorTextToAdjust)
+TEST(ModuleFile, HasNoRelocationsForErrorTexts)
 {
     SKIP_IF_INSTRUMENTED();
     const std::vector<const wchar_t*> texts = {
@@ -177,23 +177,23 @@ TEST(ModuleFile, HasNoAddressOfAnErrorTextToAdjust)
     EXPECT_GT(adjusted, 0U) << "other data does hold addresses";
 }
 
-TEST(ModuleFile, HasNoSymbolThatWouldKeepItLoaded)
+TEST(ModuleFile, HasNoUniqueSymbol)
 {
     for (const Symbol& symbol : Symbols("--dynamic")) {
         EXPECT_NE(symbol.type, 'u') << symbol.name;
     }
 }
 
-TEST(ModuleFile, RunsNothingOfItsOwnAtLoad)
+TEST(ModuleFile, RunsNoCodeAtLoad)
 {
     SKIP_IF_INSTRUMENTED();
-    // One entry each: what the compiler puts into every shared object.
+    // One entry each: that of the compiler in every shared object.
     EXPECT_EQ(FindSection(".init_array").size, 8U);
     EXPECT_EQ(FindSection(".fini_array").size, 8U);
     EXPECT_EQ(FindSection(".ctors").size, 0U);
 }
 
-TEST(ModuleFile, HasItsVersionRecordInAReadOnlySectionOfItsOwn)
+TEST(ModuleFile, HasTheVersionRecordInItsOwnReadOnlySection)
 {
     const Section section = FindSection(".kelvarvideo");
     EXPECT_EQ(section.size, 181U);
@@ -212,7 +212,7 @@ TEST(ModuleFile, ImportsTheLoggerWeakly)
     EXPECT_EQ(type, 'w');
 }
 
-TEST(ModuleFile, ShowsTheNamesThatHostsLookUpUnmangled)
+TEST(ModuleFile, ExportsTheNamesForDlsymUnmangled)
 {
     const auto names = ExportedNames();
     for (const char* name : {"DllEntryPoint",
@@ -279,7 +279,7 @@ TEST_F(ExportsList, IsSortedWithoutRepetition)
     EXPECT_EQ(std::adjacent_find(listed_.begin(), listed_.end()), listed_.end());
 }
 
-TEST_F(ExportsList, HoldsNothingOfTheStandardLibrary)
+TEST_F(ExportsList, HasNoNameOfTheStandardLibrary)
 {
     // What belongs to std or __gnu_cxx: functions, members, tables, type information, guards and local statics.
     const std::regex standard("_Z(T[VTSI]|GV|GR|Z)*N?[rVKRO]*(S[tabsiod]|9__gnu_cxx).*");
@@ -291,7 +291,7 @@ TEST_F(ExportsList, HoldsNothingOfTheStandardLibrary)
     }
 }
 
-TEST(ModuleFile, ExportsWeaklyWhatEveryProgramHasACopyOfAndNothingElse)
+TEST(ModuleFile, ExportsWeakSymbolsForHeaderDefinitionsOnly)
 {
     // Tables and type information, the identifiers, the smart pointer's instantiations, and the members that forward
     // IUnknown's operations: all are defined in headers.
@@ -305,7 +305,7 @@ TEST(ModuleFile, ExportsWeaklyWhatEveryProgramHasACopyOfAndNothingElse)
     }
 }
 
-TEST(ModuleFile, ImportsWeaklyWhatMayBeMissing)
+TEST(ModuleFile, ImportsOptionalSymbolsWeakly)
 {
     SKIP_IF_INSTRUMENTED();
     const std::regex expected("_Z8ZtLogger.*|_ITM_.*|__gmon_start__|__cxa_finalize@.*|__cxa_pure_virtual@.*");
@@ -316,19 +316,19 @@ TEST(ModuleFile, ImportsWeaklyWhatMayBeMissing)
     }
 }
 
-/// The slots of a class's table: for each base that has one, an offset, the type information, then its operations.
+/// The slots of a vtable: for each base with a vtable the offset, the type information and the operations.
 struct Table {
     std::string name;
     std::vector<unsigned long> slots;
 };
 
-// The first operation of a table is IUnknown's or INonDelegatingUnknown's, or a destructor, which takes two slots.
+// The first operation is that of IUnknown or INonDelegatingUnknown, or a destructor, which has two slots.
 const std::vector<Table> kTables = {
     {"_ZTV8IUnknown", {3}},
     {"_ZTV15CZtLightUnknown", {5}},
     {"_ZTV10CZtUnknown", {5}},
     {"_ZTV15CZtClassFactory", {7}},
-    // IUnknown's three again and the operations, for those who call the class itself; then the interface's own table.
+    // IUnknown's three again and the operations, for calls of the class itself; then the table of the interface.
     {"_ZTV22CZtaAudioSamplesEngine", {5 + 3 + 11, 5 + 11}},
     {"_ZTV29CZtaAudioSamplesEngineFactory", {5 + 3 + 1, 5 + 1}},
     {"_ZTV19CPolyphaseResampler", {5, 5}},
@@ -351,7 +351,7 @@ const std::vector<Table> kTables = {
     {"_ZTV17CZtaResampleAudio", {2}},
 };
 
-TEST(ModuleFile, HasTablesOfThePromisedSlotsAndNoOthers)
+TEST(ModuleFile, HasTheDocumentedVtablesOnly)
 {
     SKIP_IF_INSTRUMENTED();
     std::map<std::string, unsigned long> expected;

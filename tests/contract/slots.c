@@ -3,7 +3,8 @@
 #include <stdlib.h>
 #include <string.h>
 
-/* This file's own idea of the contract, written down a second time on purpose. */
+/* A second, independent definition of the binary interface. Do not replace it by <zta/c/zta.h>: an error in that header
+ * would then not be detected. */
 
 typedef struct Guid {
     uint32_t data1;
@@ -98,7 +99,7 @@ typedef struct HostSlots {
 
 #define SLOTS_OF(type, object) (*(const type* const*)(object))
 
-/* The arguments of slot s: number n, and the pointer of that value. */
+/* Argument n of a slot: the number, and the pointer of that value. */
 static unsigned long number(int slot, int n)
 {
     return (unsigned long)(slot * 10 + n);
@@ -176,7 +177,7 @@ void slots_call_smart_pointer(void* object, void* assigned, void** results)
 
 void slots_destroy(void* object, int slot)
 {
-    /* A table of nothing but destructors, laid over the slot. */
+    /* Reads the table as an array of destructors. */
     typedef void (*Destructor)(void*);
     const Destructor* slots = *(const Destructor* const*)object;
     slots[slot](object);
@@ -356,7 +357,7 @@ void c_buffer_init(CBuffer* buffer, uint32_t channels, uint32_t type, uint32_t b
     buffer->length = length;
 }
 
-/* A buffer of the pool: it belongs to whoever has its last reference. */
+/* A scratch buffer of an engine. The last Release frees it. */
 typedef struct PoolBuffer {
     CBuffer buffer;
     CHost* host;

@@ -1,5 +1,6 @@
-/* The contract as a program without classes sees it: every object starts with a pointer to a table of functions, and
- * the place of a function in its table is all that identifies it. Plain C; nothing of the project's headers is used. */
+/* The binary interface in C: an object begins with a pointer to a table of functions, and the index in the table
+ * identifies a function. This file and slots.c include no header of the project, not even <zta/c/zta.h>: they define
+ * the tables a second time, independently. */
 #ifndef ZTA_TESTS_CONTRACT_SLOTS_H
 #define ZTA_TESTS_CONTRACT_SLOTS_H
 
@@ -9,12 +10,12 @@
 extern "C" {
 #endif
 
-/* Slots of one table at most. */
+/* The largest number of slots of a table. */
 #define SLOTS_MAX 18
 
-/* Calls the operations of an object one after the other, in the order of their slots and without the destructors,
- * with arguments that tell each from the others: the operation in slot s gets s * 10 + 1, s * 10 + 2 and so on as
- * numbers, and pointers of those values. statuses[s] receives the result of slot s. */
+/* Calls the operations of an object in the order of their slots, without the destructors. The arguments identify the
+ * slot: the operation in slot s receives s * 10 + 1, s * 10 + 2 and so on, as numbers or as pointers of those values.
+ * statuses[s] receives the result of slot s. */
 void slots_call_unknown(void* object, long* statuses);
 void slots_call_class_factory(void* object, long* statuses);
 void slots_call_engine_factory(void* object, long* statuses);
@@ -22,18 +23,18 @@ void slots_call_engine(void* object, long* statuses);
 void slots_call_non_delegating_unknown(void* object, long* statuses);
 void slots_call_smart_pointer(void* object, void* assigned, void** results);
 
-/* Calls the destructor in one of its two slots: the first destroys the object, the second gives its memory back too. */
+/* Calls the destructor in one of its two slots: the first destroys the object, the second also frees its memory. */
 void slots_destroy(void* object, int slot);
 
-/* The pointer at an offset of a block of memory, whatever the caller's compiler knows of it. */
+/* Reads the pointer at an offset of a memory block; the caller's compiler cannot optimize it. */
 void* slots_pointer_at(const void* memory, unsigned long offset);
 
-/* A host in C. Each buffer and the host itself count the calls of every slot and keep the order of the calls. */
+/* A host in C. Each buffer and the host engine count the calls of every slot and log their order. */
 typedef struct CBuffer {
-    const void* slots; /* must stay first */
+    const void* slots; /* the first field */
     long references;
     int calls[SLOTS_MAX];
-    char order[128]; /* one letter for each call but AddRef and Release: 'a' + slot */
+    char order[128]; /* one letter for each call except AddRef and Release: 'a' + slot */
     int order_length;
     int error_code;
     uint32_t polarity;
@@ -46,18 +47,18 @@ typedef struct CBuffer {
 } CBuffer;
 
 typedef struct CHost {
-    const void* slots; /* must stay first */
+    const void* slots; /* the first field */
     int calls[4];
     int created;
     int alive;
-    uint32_t request[14]; /* the record of the last request, word by word */
+    uint32_t request[14]; /* the record of the last request */
 } CHost;
 
 void c_host_init(CHost* host);
 void c_buffer_init(CBuffer* buffer, uint32_t channels, uint32_t type, uint32_t bits, uint32_t valid_bits, void* data,
                    unsigned long capacity, unsigned long length);
 
-/* The module as C uses it. */
+/* Calls of the module. */
 int c_create_engine(CHost* host, void** engine, unsigned long* factory_references_left);
 int c_copy(void* engine, CBuffer* source, CBuffer* destination);
 int c_duplicate(void* engine, CBuffer* source, unsigned long source_offset, CBuffer* destination,
@@ -65,12 +66,12 @@ int c_duplicate(void* engine, CBuffer* source, unsigned long source_offset, CBuf
 unsigned long c_add_ref(void* object);
 unsigned long c_release(void* object);
 
-/* QueryInterface of IUnknown, or what stands in its slot, for IUnknown and for the engine's interface. */
+/* Call slot 0, QueryInterface or its counterpart, with the identifier of IUnknown or of the engine. */
 int c_query_unknown(void* object, void** result);
 int c_query_engine(void* object, void** result);
 
-/* What LockServer of the module's class factory returns, and DllCanUnloadNow while it is locked, unlocked and released.
- */
+/* Results of LockServer of the module's class factory, and of DllCanUnloadNow while the module is locked, unlocked, and
+ * after the factory is released. */
 typedef struct CLock {
     int locked;
     int unlocked;

@@ -1,5 +1,5 @@
-// Objects of this side called through hand-laid tables in C, and objects of C called by the engine: what each side
-// finds in a slot is what the other has put there.
+// The slots of the vtables against the definition in slots.c: C++ objects called from C, and a host in C called by an
+// engine.
 
 #include "tests/contract/slot_spies.h"
 #include "tests/contract/slots.h"
@@ -38,7 +38,7 @@ using zta::test::ExpectedStatuses;
 using zta::test::SlotSpy;
 using zta::test::Statuses;
 
-TEST(Slots, Unknown)
+TEST(Slots, OfUnknownAreInOrder)
 {
     SlotSpy<IUnknown> object;
     Statuses statuses{};
@@ -46,7 +46,7 @@ TEST(Slots, Unknown)
     EXPECT_EQ(statuses, ExpectedStatuses(0, 0));
 }
 
-TEST(Slots, ClassFactory)
+TEST(Slots, OfTheClassFactoryAreInOrder)
 {
     ClassFactorySpy object;
     Statuses statuses{};
@@ -54,7 +54,7 @@ TEST(Slots, ClassFactory)
     EXPECT_EQ(statuses, ExpectedStatuses(5, 6));
 }
 
-TEST(Slots, EngineFactory)
+TEST(Slots, OfTheEngineFactoryAreInOrder)
 {
     EngineFactorySpy object;
     Statuses statuses{};
@@ -62,7 +62,7 @@ TEST(Slots, EngineFactory)
     EXPECT_EQ(statuses, ExpectedStatuses(5, 5));
 }
 
-TEST(Slots, Engine)
+TEST(Slots, OfTheEngineAreInOrder)
 {
     EngineSpy object;
     Statuses statuses{};
@@ -70,7 +70,7 @@ TEST(Slots, Engine)
     EXPECT_EQ(statuses, ExpectedStatuses(5, 15));
 }
 
-/// Says what a destructor did: whether it ran, and whether it gave the memory back.
+/// Counts destructions and deallocations.
 template <class Base>
 struct Destroyed : Base {
     template <class... Arguments>
@@ -102,7 +102,7 @@ void ExpectDestructorSlots(int complete, int deleting, const Arguments&... argum
     EXPECT_EQ(Object::freed, 1);
 }
 
-TEST(Slots, DestructorsTakeTheirTwo)
+TEST(Slots, ThreeAndFourAreTheDestructors)
 {
     ExpectDestructorSlots<ClassFactorySpy>(3, 4);
     ExpectDestructorSlots<EngineFactorySpy>(3, 4);
@@ -128,7 +128,7 @@ void ExpectNonDelegatingSlots()
     ExpectDestructorSlots<NonDelegating<Base>>(3, 4);
 }
 
-TEST(Slots, UnknownsOfTheFrame)
+TEST(Slots, OfTheNonDelegatingUnknownsAreInOrder)
 {
     ExpectNonDelegatingSlots<CZtLightUnknown>();
     ExpectNonDelegatingSlots<CZtUnknown>();
@@ -152,7 +152,7 @@ void ExpectSmartPointerSlots()
     EXPECT_EQ(buffer.calls[2], 1);
 }
 
-/// The field is looked at after the destructor, as code that was compiled elsewhere may do.
+/// The field is read after the destructor, as separately compiled code may do.
 template <class Interface>
 void ExpectSmartPointersDestructorToWriteNull()
 {
@@ -175,13 +175,13 @@ TEST(Slots, SmartPointersDestructorWritesNull)
     ExpectSmartPointersDestructorToWriteNull<IZtAVContent>();
 }
 
-TEST(Slots, SmartPointers)
+TEST(Slots, OfSmartPointersAreInOrder)
 {
     ExpectSmartPointerSlots<IZtAudioSamples>();
     ExpectSmartPointerSlots<IZtAVContent>();
 }
 
-TEST(Slots, ClassesWithoutAnInterfaceHaveTheirDestructorsOnly)
+TEST(Slots, OfClassesWithoutAnInterfaceAreTheDestructors)
 {
     ExpectDestructorSlots<CZtBaseException>(0, 1, std::string("text"));
     ExpectDestructorSlots<CZtSmartPointerException>(0, 1, std::string("text"));
@@ -200,7 +200,7 @@ TEST(Slots, ClassesWithoutAnInterfaceHaveTheirDestructorsOnly)
     ExpectDestructorSlots<CZtaResampleAudio>(0, 1);
 }
 
-TEST(Slots, TheModulesClassFactoryLocks)
+TEST(Slots, ClassFactoryOfTheModuleLocksIt)
 {
     const int before = g_i32Objects;
     CLock lock{};
@@ -213,7 +213,7 @@ TEST(Slots, TheModulesClassFactoryLocks)
     EXPECT_EQ(g_i32Objects, before);
 }
 
-/// An engine on a host in C.
+/// An engine with a host in C.
 class CHostSlots : public testing::Test {
 protected:
     static constexpr std::uint32_t kPcm = 1;
@@ -256,7 +256,7 @@ protected:
     std::array<unsigned char, 64> destination_data_{};
 };
 
-TEST_F(CHostSlots, TheHostEngineIsAskedForItsBuffersAndNothingElse)
+TEST_F(CHostSlots, CreationCallsCreateAudioSamplesOnly)
 {
     EXPECT_EQ(host_.calls[0], 0);
     EXPECT_EQ(host_.calls[1], 0);
@@ -267,9 +267,9 @@ TEST_F(CHostSlots, TheHostEngineIsAskedForItsBuffersAndNothingElse)
     EXPECT_EQ(request, (std::vector<std::uint32_t>{56, 0, 192000, 0, 0, 1, 0, 24, 2, 1, 48000, 32, 32, 0}));
 }
 
-TEST_F(CHostSlots, TheEngineHasTwoTablesAndOneCount)
+TEST_F(CHostSlots, EngineHasTwoTablesAndOneReferenceCount)
 {
-    // Its own, of the non-delegating unknown, and 24 bytes behind it the service interface's.
+    // That of the non-delegating unknown, and at offset 24 that of the engine interface.
     void* owning = static_cast<char*>(engine_) - 24;
     void* result = nullptr;
     EXPECT_EQ(c_query_unknown(engine_, &result), 0);
@@ -285,7 +285,7 @@ TEST_F(CHostSlots, TheEngineHasTwoTablesAndOneCount)
     EXPECT_EQ(host_.alive, 0);
 }
 
-TEST_F(CHostSlots, AStreamHasTwoTablesAndCountsInTheFirst)
+TEST_F(CHostSlots, StreamHasTwoTablesAndCountsInTheFirst)
 {
     const int before = g_i32Objects;
     for (const unsigned long offset : {0UL, 8UL}) {
@@ -298,7 +298,7 @@ TEST_F(CHostSlots, AStreamHasTwoTablesAndCountsInTheFirst)
         EXPECT_EQ(c_query_unknown(stream, &result), 0);
         EXPECT_EQ(result, stream);
 
-        // The count of the second table is the frame's, which nobody uses.
+        // The second table has a reference count of its own, which is not used.
         void* frame = static_cast<char*>(stream) + 8;
         EXPECT_EQ(c_add_ref(frame), 1U);
         EXPECT_EQ(c_query_unknown(frame, &result), 0);
@@ -310,11 +310,11 @@ TEST_F(CHostSlots, AStreamHasTwoTablesAndCountsInTheFirst)
     }
 }
 
-// In the order strings, letter by slot: a QueryInterface, d and e the marks, f and g the signals, h and i SetErrorCode
+// Letters of the call order: a QueryInterface, d and e the marks, f and g the signals, h and i SetErrorCode
 // and GetErrorCode, j SetPolarity, k SetWaveFormat, l GetAudioSamplesDescription, m GetBufferAndLength,
 // n GetBufferCapacity, o GetLengthInSampleFrames, p and q the fades, r SetLength.
 
-TEST_F(CHostSlots, AByteCopyCallsTheSlotsOfItsSkeletonInOrder)
+TEST_F(CHostSlots, ByteCopyMakesItsCallsInOrder)
 {
     Source(kPcm, 16, 16, 40);
     Destination(kPcm, 16, 16, 0);
@@ -330,7 +330,7 @@ TEST_F(CHostSlots, AByteCopyCallsTheSlotsOfItsSkeletonInOrder)
     EXPECT_EQ(destination_.references, 1);
 }
 
-TEST_F(CHostSlots, AConversionSetsTheLengthOfItsOutput)
+TEST_F(CHostSlots, ConversionSetsTheValidLengthOfTheOutput)
 {
     Source(kPcm, 16, 16, 8);
     Destination(kPcm, 32, 24, 0);
@@ -340,7 +340,7 @@ TEST_F(CHostSlots, AConversionSetsTheLengthOfItsOutput)
     EXPECT_EQ(std::memcmp(destination_data_.data(), "\0\0\1\2\0\0\3\4\0\0\5\6\0\0\7\10", 16), 0);
 }
 
-TEST_F(CHostSlots, TheLabelFixRelabelsTheHostsOwnBuffer)
+TEST_F(CHostSlots, TwentyValidBitsBecomeTwentyFourOnTheHostsBuffer)
 {
     Source(kPcm, 32, 20, 8);
     Destination(kPcm, 32, 24, 8);
@@ -350,7 +350,7 @@ TEST_F(CHostSlots, TheLabelFixRelabelsTheHostsOwnBuffer)
     EXPECT_EQ(destination_.calls[10], 0);
 }
 
-TEST_F(CHostSlots, ADuplicateHandsOnPolarityAndFades)
+TEST_F(CHostSlots, DuplicatePropagatesPolarityAndFades)
 {
     Source(kPcm, 16, 16, 40);
     source_.polarity = 77;
@@ -366,7 +366,7 @@ TEST_F(CHostSlots, ADuplicateHandsOnPolarityAndFades)
     EXPECT_EQ(destination_data_[16], 0xEE);
 }
 
-TEST_F(CHostSlots, AFadeIsAskedForAndTakenBackOnTheDestination)
+TEST_F(CHostSlots, FadeFlagsAreSetAndClearedOnTheDestination)
 {
     Source(kPcm, 16, 16, 40);
     source_.fade_in = 1;
@@ -378,7 +378,7 @@ TEST_F(CHostSlots, AFadeIsAskedForAndTakenBackOnTheDestination)
     EXPECT_EQ(source_.fade_in, 1);
 }
 
-TEST_F(CHostSlots, NarrowingMultiFormatWordsComparesLengthsInSampleFrames)
+TEST_F(CHostSlots, MultiFormatTo16In16ComparesLengthsInFrames)
 {
     Source(kMulti, 32, 16, 16);
     Destination(kPcm, 16, 16, 8);
@@ -386,7 +386,7 @@ TEST_F(CHostSlots, NarrowingMultiFormatWordsComparesLengthsInSampleFrames)
     EXPECT_EQ(source_.calls[14] + destination_.calls[14], 2);
 }
 
-TEST_F(CHostSlots, AFailureIsRecordedOnTheDestinationAndSignalled)
+TEST_F(CHostSlots, FailureIsRecordedOnTheDestinationAndSignaled)
 {
     Source(kPcm, 16, 16, 40);
     Destination(kPcm, 16, 16, 0);
@@ -397,11 +397,11 @@ TEST_F(CHostSlots, AFailureIsRecordedOnTheDestinationAndSignalled)
     EXPECT_EQ(source_.calls[5], 1);
     EXPECT_EQ(destination_.calls[6], 1);
     EXPECT_EQ(source_.references, 1);
-    // The reference that the byte copy takes to record the failure stays with the destination.
+    // The byte copy leaks the reference that it acquires to record the failure.
     EXPECT_EQ(destination_.references, 2);
 }
 
-TEST_F(CHostSlots, ASignalledErrorOfTheSourceIsPassedOn)
+TEST_F(CHostSlots, ErrorCodeOfTheSourceIsPropagated)
 {
     Source(kPcm, 16, 16, 40);
     source_.error_code = ZT_E_FAIL;

@@ -1,7 +1,7 @@
-# The module shows exactly the names of cmake/exports.list, one mangled name a line, sorted. The linker's version
-# script is made from that list; a test compares it with the built module in both directions.
-# After a change of the contract: scripts/update-exports, and review what it changed.
-option(ZTA_UNLISTED_EXPORTS "Export all that is marked for export, listed or not" OFF)
+# The module exports exactly the names of cmake/exports.list: mangled, sorted, one per line. The version script of the
+# linker is generated from that list; a test compares the list with the built module in both directions. After a change
+# of the contract, run scripts/update-exports and review the difference.
+option(ZTA_UNLISTED_EXPORTS "Export all names that are marked for export, listed or not" OFF)
 
 target_link_options(ZtaAudioSamplesEngine PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,now -Wl,--as-needed)
 if(NOT ZTA_SANITIZE)

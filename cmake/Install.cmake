@@ -1,11 +1,11 @@
-# What `cmake --install` puts where, in three components: runtime, development and tools. tests/packaging/manifest lists
-# every file; Debian's packages (packaging/debian) are cut along the same lines.
+# The installation, in three components: runtime, development and tools. tests/packaging/manifest lists every file;
+# Debian's packages (packaging/debian) have the same contents.
 include(CMakePackageConfigHelpers)
 set(package ZtaAudioSamplesEngine)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${package})
 set(generated ${PROJECT_BINARY_DIR}/generated/packaging)
 
-# The library, and what hosts compile against.
+# The library, and the files to compile hosts with.
 set_target_properties(ZtaAudioSamplesEngine PROPERTIES EXPORT_NAME AudioSamplesEngine)
 set_target_properties(zta_headers PROPERTIES EXPORT_NAME Headers)
 set_target_properties(zta_host PROPERTIES EXPORT_NAME Host)
@@ -16,7 +16,7 @@ install(DIRECTORY include/zta DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT 
 file(GLOB host_headers CONFIGURE_DEPENDS host/*.h)
 install(FILES ${host_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zta/host COMPONENT development)
 
-# How other builds find them, wherever the prefix has been moved to.
+# The files by which other builds find them; the prefix can be moved.
 install(EXPORT ${package} NAMESPACE Zta:: FILE ${package}Targets.cmake DESTINATION ${package_dir} COMPONENT development)
 write_basic_package_version_file(${generated}/${package}ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES packaging/cmake/${package}Config.cmake packaging/cmake/ZtaValidation.cmake
@@ -34,7 +34,7 @@ foreach(name zta-audio-samples-engine zta-host)
   install(FILES ${generated}/${name}.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
 endforeach()
 
-# What people read: the links of the host's guide hold, and the examples are a project to copy.
+# Documents, whose links work where they are installed, and the examples as a project to copy.
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(FILES docs/abi.md docs/status-codes.md docs/host-guide.md docs/validator.md
   docs/debugging-a-validation.md
@@ -51,4 +51,8 @@ endforeach()
 get_property(fixtures GLOBAL PROPERTY ZTA_VALIDATOR_FIXTURES)
 if(fixtures)
   install(TARGETS ${fixtures} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zta/validate COMPONENT tools)
+endif()
+if(PROJECT_IS_TOP_LEVEL)
+  add_custom_target(uninstall VERBATIM
+    COMMAND ${CMAKE_COMMAND} -D BUILD=${PROJECT_BINARY_DIR} -P ${PROJECT_SOURCE_DIR}/cmake/Uninstall.cmake)
 endif()

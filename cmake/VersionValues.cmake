@@ -1,4 +1,4 @@
-# Makes version_values.h, the revision that the module reports of itself, afresh with every build.
+# Writes version_values.h, with the revision that the module reports, in every build.
 set(ZTA_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
 add_custom_target(zta_version_values
   BYPRODUCTS ${ZTA_GENERATED_DIR}/version_values.h

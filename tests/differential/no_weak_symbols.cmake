@@ -1,10 +1,10 @@
-# Fails if an object that is compiled for one instruction set holds or takes a weak symbol: the linker would keep one
-# copy of it for all of them, and that copy may use instructions that the processor does not have.
+# Fails if the object of a variant defines or references a weak symbol: the linker would keep one copy for all variants,
+# and that copy can contain instructions that the CPU does not have.
 #   NM       the program
-#   OBJECTS  objects; those that count are told by their names
-#   NAMES    a pattern for their names
-#   CONTENT  a pattern for what each of them holds
-#   COUNT    how many there are at least
+#   OBJECTS  objects
+#   NAMES    a pattern for the file names of the variants' objects; the others are skipped
+#   CONTENT  a pattern for a symbol of each of them
+#   COUNT    the number of variants
 set(checked 0)
 foreach(object IN LISTS OBJECTS)
   get_filename_component(name ${object} NAME)
@@ -13,7 +13,7 @@ foreach(object IN LISTS OBJECTS)
   endif()
   execute_process(COMMAND ${NM} ${object} OUTPUT_VARIABLE symbols RESULT_VARIABLE result)
   if(NOT result EQUAL 0 OR NOT symbols MATCHES "${CONTENT}")
-    message(FATAL_ERROR "${object} does not hold ${CONTENT}")
+    message(FATAL_ERROR "${object} does not define ${CONTENT}")
   endif()
   string(REGEX MATCHALL "[^\n]* [VvWwu] [^\n]*" weak "${symbols}")
   if(weak)
@@ -22,7 +22,7 @@ foreach(object IN LISTS OBJECTS)
   endif()
   math(EXPR checked "${checked} + 1")
 endforeach()
-if(checked LESS COUNT)
-  message(FATAL_ERROR "found ${checked} objects, expected ${COUNT} at least")
+if(NOT checked EQUAL COUNT)
+  message(FATAL_ERROR "found ${checked} objects, expected ${COUNT}")
 endif()
 message(STATUS "${checked} objects without weak symbols")

@@ -1,5 +1,8 @@
 // The loops for processors with AVX2 and FMA.
 #define ZTA_LOOP_VARIANT avx2
+#if !(defined(__AVX2__) && defined(__FMA__) && !defined(__AVX512F__))
+#error "kernels/loops/CMakeLists.txt compiles this variant with other instruction sets"
+#endif
 #include "kernels/loops/simd_avx2-inl.h"
 #include "kernels/loops/simd_scalar-inl.h"
 #include "kernels/loops/tile-inl.h"

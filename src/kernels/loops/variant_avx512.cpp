@@ -1,6 +1,10 @@
 // The loops for processors with AVX-512 as servers and desktops have it, with permutations of bytes: F, BW, DQ, VL and
 // VBMI, and what goes before them.
 #define ZTA_LOOP_VARIANT avx512
+#if !(defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__) &&               \
+      defined(__AVX512VBMI__))
+#error "kernels/loops/CMakeLists.txt compiles this variant with other instruction sets"
+#endif
 #include "kernels/loops/simd_avx512-inl.h"
 #include "kernels/loops/simd_scalar-inl.h"
 #include "kernels/loops/tile-inl.h"

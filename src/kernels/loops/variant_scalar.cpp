@@ -1,5 +1,8 @@
 // The loops for every processor, one sample at a time. The others are tested against them.
 #define ZTA_LOOP_VARIANT plain
+#if !(defined(__SSE2__) && !defined(__SSE3__))
+#error "kernels/loops/CMakeLists.txt compiles this variant with other instruction sets"
+#endif
 #include "kernels/loops/simd_scalar-inl.h"
 #include "kernels/loops/tile-inl.h"
 

@@ -1,0 +1,63 @@
+# The parts of the project besides the library and the reference host. Each part has an option ZTA_BUILD_<PART>:
+#   AUTO  build the part if its packages are installed (the default of the top-level project)
+#   ON    build the part; a missing package is an error
+#   OFF   do not build the part (the default inside another project)
+# After zta_part the variable ZTA_BUILD_<PART> is ON or OFF. zta_print_parts prints what is built and what is missing.
+list(APPEND CMAKE_MODULE_PATH ${PROJECT_SOURCE_DIR}/cmake/modules)
+if(PROJECT_IS_TOP_LEVEL)
+  set(ZTA_PART_DEFAULT AUTO)
+else()
+  set(ZTA_PART_DEFAULT OFF)
+endif()
+
+# Name of each package for find_package, and the Debian package with it.
+set(ZTA_DEBIAN_SndFile libsndfile1-dev)
+set(ZTA_DEBIAN_FFTW3Double libfftw3-dev)
+set(ZTA_DEBIAN_CLI11 libcli11-dev)
+set(ZTA_DEBIAN_nlohmann_json nlohmann-json3-dev)
+set(ZTA_DEBIAN_GTest libgtest-dev)
+set(ZTA_DEBIAN_benchmark libbenchmark-dev)
+
+set(ZTA_NOTE_BENCH " by the target benchmarks")
+
+# zta_part(PART TEXT PACKAGE...): a macro, because find_package defines targets and variables for the caller.
+macro(zta_part part text)
+  set(ZTA_BUILD_${part} ${ZTA_PART_DEFAULT} CACHE STRING "Build the ${text}: AUTO, ON or OFF")
+  set_property(CACHE ZTA_BUILD_${part} PROPERTY STRINGS AUTO ON OFF)
+  set(zta_part_missing "")
+  if(ZTA_BUILD_${part})
+    foreach(zta_package ${ARGN})
+      find_package(${zta_package} QUIET)
+      if(NOT ${zta_package}_FOUND)
+        list(APPEND zta_part_missing "${zta_package} (Debian package ${ZTA_DEBIAN_${zta_package}})")
+      endif()
+    endforeach()
+  endif()
+  list(JOIN zta_part_missing ", " zta_part_missing)
+  if(NOT ZTA_BUILD_${part})
+    set(zta_part_state "not built: ZTA_BUILD_${part} is OFF")
+    set(ZTA_BUILD_${part} OFF)
+  elseif(NOT zta_part_missing)
+    set(zta_part_state "built${ZTA_NOTE_${part}}")
+    set(ZTA_BUILD_${part} ON)
+  elseif(ZTA_BUILD_${part} STREQUAL "AUTO")
+    set(zta_part_state "not built: needs ${zta_part_missing}")
+    set(ZTA_BUILD_${part} OFF)
+  else()
+    message(FATAL_ERROR "ZTA_BUILD_${part}=${ZTA_BUILD_${part}} needs ${zta_part_missing}")
+  endif()
+  zta_describe_part("${text}" "${zta_part_state}")
+endmacro()
+
+# Adds a line to what zta_print_parts prints.
+function(zta_describe_part text state)
+  string(LENGTH "${text}" length)
+  math(EXPR padding "28 - ${length}")
+  string(REPEAT " " ${padding} padding)
+  set_property(GLOBAL APPEND_STRING PROPERTY ZTA_PARTS "  ${text}${padding}${state}\n")
+endfunction()
+
+function(zta_print_parts)
+  get_property(parts GLOBAL PROPERTY ZTA_PARTS)
+  message("\n${PROJECT_NAME} ${PROJECT_VERSION}, ${CMAKE_BUILD_TYPE}, ${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}\n${parts}")
+endfunction()

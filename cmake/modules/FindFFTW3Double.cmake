@@ -1,0 +1,6 @@
+# FFTW in double precision. Defines ZTA_FFTW_INCLUDE_DIR and ZTA_FFTW_LIBRARY.
+include(FindPackageHandleStandardArgs)
+find_path(ZTA_FFTW_INCLUDE_DIR fftw3.h)
+find_library(ZTA_FFTW_LIBRARY fftw3)
+mark_as_advanced(ZTA_FFTW_INCLUDE_DIR ZTA_FFTW_LIBRARY)
+find_package_handle_standard_args(FFTW3Double REQUIRED_VARS ZTA_FFTW_LIBRARY ZTA_FFTW_INCLUDE_DIR)

@@ -1,0 +1,6 @@
+# Defines ZTA_SNDFILE_INCLUDE_DIR and ZTA_SNDFILE_LIBRARY.
+include(FindPackageHandleStandardArgs)
+find_path(ZTA_SNDFILE_INCLUDE_DIR sndfile.h)
+find_library(ZTA_SNDFILE_LIBRARY sndfile)
+mark_as_advanced(ZTA_SNDFILE_INCLUDE_DIR ZTA_SNDFILE_LIBRARY)
+find_package_handle_standard_args(SndFile REQUIRED_VARS ZTA_SNDFILE_LIBRARY ZTA_SNDFILE_INCLUDE_DIR)

@@ -1,11 +1,11 @@
 #!/bin/sh
-# check_layers_test.sh CHECK_LAYERS: each rule broken on purpose must be seen, and nothing else.
+# check_layers_test.sh CHECK_LAYERS: tests that CHECK_LAYERS reports each violation of a rule, and nothing else.
 set -eu
 check=$1
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
 
-# expect FILE INCLUDE VERDICT: a tree with this one file and line is accepted ("fine"), or refused with this text.
+# expect FILE INCLUDE VERDICT: checks a tree with this one file and line; VERDICT is "fine", or the message.
 expect() {
     rm -rf "${root:?}"/*
     mkdir -p "$root/$(dirname "$1")"
@@ -47,5 +47,5 @@ expect src/engine/a.cpp '#include <zta/host/b.h>' 'src/engine/a.cpp:2: src/engin
 expect tools/ztaudio/a.cpp '#include "component/module.h"' \
     'tools/ztaudio/a.cpp:2: tools/ztaudio may not include src/component: component/module.h'
 expect attic/a.cpp '#include <vector>' \
-    'attic/a.cpp:1: no rule for this folder: give it one in scripts/check-layers'
+    'attic/a.cpp:1: no rule for this folder: add one to scripts/layers.list'
 expect src/engine/readme.txt '' 'check-layers: no sources here'

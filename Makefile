@@ -1,134 +1,176 @@
-# The commands of a newcomer and of CI. Each installs what it lacks, builds and runs.
+# Commands for users, developers and CI. Each installs the Debian packages that it lacks, builds what it runs, and runs
+# it. Without apt-get, the missing packages are listed instead.
 PRESET ?= release
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 BUILD_PACKAGES = g++ cmake ninja-build git
 INSTALL_PACKAGES = $(BUILD_PACKAGES) libsndfile1-dev libfftw3-dev libcli11-dev nlohmann-json3-dev
-TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev libbenchmark-dev binutils pkg-config abigail-tools doxygen
+TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev binutils pkg-config abigail-tools doxygen
 DEBIAN_PACKAGES = $(INSTALL_PACKAGES) dpkg-dev debhelper lintian
-DEMO_PACKAGES = $(TEST_PACKAGES) alsa-utils
+DEMO_PACKAGES = $(INSTALL_PACKAGES) alsa-utils
 BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libcli11-dev libswresample-dev libsoxr-dev \
 	libsamplerate0-dev libspeexdsp-dev libzita-resampler-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev \
 	gstreamer1.0-plugins-base
 PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
-TIDY_LAYERS = src host testing/models tools examples
+TIDY_LAYERS = $(shell scripts/layers tidy)
 
-.PHONY: test demo install package plots status-codes docs abi-accept bench bench-quick peers perfcheck tidy fuzz check \
-	emulate mutate coverage faults soak build clean
-test: export ZTA_PACKAGES = $(TEST_PACKAGES)
-demo: export ZTA_PACKAGES = $(DEMO_PACKAGES)
+# What `make test` needs, or an error with the name of the package.
+TEST_PARTS = -DZTA_BUILD_TOOLS=ON -DZTA_BUILD_TESTS=ON -DZTA_BUILD_EXAMPLES=ON
 
+.PHONY: test quick demo install uninstall package plots status-codes docs report report-long abi-update bench \
+	bench-quick bench-build perfcheck tidy fuzz check emulate mutate coverage faults soak build build-times clean
+
+# All tests.
 test: build
 	ctest --preset $(PRESET) -j $(JOBS)
 
-demo: build
+# The tests of the layers that differ from the revision BASE (default: the last commit, or the one before it if nothing
+# has changed since), most important first. Builds only the programs of these tests.
+quick: configure
+	JOBS=$(JOBS) scripts/quick $(PRESET) $(BASE)
+
+# Converts recordings with the tool, checks the samples, and writes a report and plots to build/demo.
+demo:
+	scripts/require-packages $(DEMO_PACKAGES)
+	cmake --preset $(PRESET) -DZTA_BUILD_TOOLS=ON
+	cmake --build --preset $(PRESET) -j $(JOBS) --target demo_programs
 	scripts/demo build/$(PRESET) build/demo
 
-# Library, headers and tools; no tests, which is what `make test` is for.
+# Installs the library, the headers and the tools below PREFIX. Runs no tests.
 install:
 	scripts/require-packages $(INSTALL_PACKAGES)
 	cmake --preset $(PRESET) -B build/install -DCMAKE_INSTALL_PREFIX="$(PREFIX)" \
-		-DZTA_BUILD_TESTS=OFF -DZTA_BUILD_BENCH=OFF -DZTA_BUILD_EXAMPLES=OFF
+		-DZTA_BUILD_TOOLS=ON -DZTA_BUILD_TESTS=OFF -DZTA_BUILD_BENCH=OFF -DZTA_BUILD_EXAMPLES=OFF
 	cmake --build build/install -j $(JOBS)
 	cmake --install build/install
 
-# Debian's packages, in build/packages. CHECK=1 runs the tests on what is packaged, too.
+# Removes what the last `make install` installed.
+uninstall:
+	cmake --build build/install --target uninstall
+
+# Builds the Debian packages in build/packages. CHECK=1 also runs the tests of the packaged build.
 package: export DEB_BUILD_OPTIONS = parallel=$(JOBS) $(if $(CHECK),,nocheck)
 package:
 	scripts/require-packages $(DEBIAN_PACKAGES) $(if $(CHECK),$(TEST_PACKAGES))
 	scripts/make-packages
 
-# The pictures of docs/resampler.md, and the figures that it quotes.
+# Writes the plots of docs/resampler.md, and prints the figures that it quotes.
+plots: TARGETS = make_plots
 plots: build
 	build/$(PRESET)/bin/make_plots docs/plots
 
-# The page of all statuses.
+# Writes the table of all status codes.
+status-codes: TARGETS = make_status_codes
 status-codes: build
 	build/$(PRESET)/bin/make_status_codes > docs/status-codes.md
 
-# The headers' reference, in build/docs/html.
+# Renders the reference of the headers in build/docs/html.
 docs:
 	scripts/require-packages doxygen
 	scripts/docs
 
-# Takes the binary interface as it is now for the one that is meant: see docs/abi.md.
-abi-accept:
-	scripts/require-packages $(BUILD_PACKAGES) abigail-tools
-	scripts/abi accept
+# Runs what yields the figures of docs/report.md and writes them there. The long form adds mutation tests, coverage,
+# fuzzing, soak test and checkers, which take hours; the short form keeps their last figures.
+report: build
+	JOBS=$(JOBS) scripts/report build/$(PRESET)
 
-# The library beside its limits and beside other libraries, and docs/performance.md with what comes out. Wants a quiet
-# machine for some ten minutes. The quick form prints only.
+report-long: build
+	JOBS=$(JOBS) scripts/report --long build/$(PRESET)
+
+# Stores the present binary interface as the intended one: see docs/abi.md.
+abi-update:
+	scripts/require-packages $(BUILD_PACKAGES) abigail-tools
+	scripts/abi update
+
+# Compares the library with its upper bounds and with other libraries, and writes docs/performance.md. Needs an idle
+# machine for about ten minutes. The quick form only prints.
 COMPARE_PEERS = build/bench/bench/peers/compare_peers --json build/bench/results.json \
 	--revision "$$(git describe --always --dirty)"
 
-bench: peers
+bench: bench-build
 	$(COMPARE_PEERS) --seconds 1.5 --document docs/performance.md
 
-bench-quick: peers
+bench-quick: bench-build
 	$(COMPARE_PEERS) --seconds 0.2
 
-peers:
+bench-build:
 	scripts/require-packages $(BENCH_PACKAGES)
 	cmake --preset bench
 	cmake --build --preset bench -j $(JOBS) --target compare_peers
 
-# Fails if the library has become slower than it was at the revision BASE.
+# Fails if the library is slower than at the revision BASE.
 perfcheck:
 	scripts/require-packages $(PERFCHECK_PACKAGES)
 	scripts/perfcheck "$(BASE)"
 
-# By Clang's own compile commands: GCC's have options that clang-tidy does not know.
+# Runs clang-tidy with the compile commands of Clang, because it does not know all options of GCC.
 tidy:
 	scripts/require-packages $(TIDY_PACKAGES)
-	cmake --preset clang
+	cmake --preset clang $(TEST_PARTS)
 	cmake --build --preset clang --target zta_version_values
 	run-clang-tidy -quiet -j $(JOBS) -p build/clang $(patsubst %,'^$(CURDIR)/%/.*\.cpp$$',$(TIDY_LAYERS))
 
-# Each fuzz target for SECONDS seconds; what is found stays in build/fuzz/findings.
+# Runs each fuzz target for SECONDS seconds. Findings are kept in build/fuzz/findings.
 SECONDS ?= 60
 fuzz:
 	scripts/require-packages $(TEST_PACKAGES) clang libclang-rt-14-dev
-	cmake --preset fuzz
+	cmake --preset fuzz -DZTA_BUILD_TOOLS=ON -DZTA_BUILD_TESTS=ON
 	cmake --build --preset fuzz -j $(JOBS)
 	scripts/fuzz build/fuzz $(SECONDS)
 
-# Sanitizers, Valgrind and the readers of source text, one line each. CHECKERS names some of them.
+# Runs the sanitizers, Valgrind, clang-tidy and cppcheck, or those named by CHECKERS, and prints one line for each.
 check:
 	scripts/require-packages $(TIDY_PACKAGES) valgrind cppcheck
 	JOBS=$(JOBS) scripts/check $(CHECKERS)
 
-# The tests as they run on older processors. No emulator knows AVX-512.
+# Runs the tests on emulated older CPUs. The emulator does not support AVX-512.
 emulate: export ZTA_PACKAGES = $(TEST_PACKAGES) qemu-user
 emulate: build
 	scripts/emulate build/$(PRESET) qemu64 core2duo Nehalem Haswell
 
-# Breaks the library in SAMPLE places, drawn by SEED, one at a time, and counts what the tests notice. A stopped run
-# goes on where it was.
+# Mutation test: builds SAMPLE mutants, chosen by SEED, and counts those that the tests kill. An interrupted run
+# continues where it stopped.
 mutate:
 	scripts/require-packages $(TEST_PACKAGES) python3
 	scripts/mutate --sample $(or $(SAMPLE),100) --seed $(or $(SEED),1)
 
-# How much of the library the tests reach, room by room, by those programs that are there for what it does.
+# Measures how much of each layer of the library the tests of its behavior cover.
 COVERAGE_PROGRAMS = unit engine differential faults class_table
 coverage:
 	scripts/require-packages $(TEST_PACKAGES) gcovr
-	cmake --preset coverage
+	cmake --preset coverage -DZTA_BUILD_TESTS=ON
 	cmake --build --preset coverage -j $(JOBS) --target $(COVERAGE_PROGRAMS:=_tests)
 	scripts/coverage build/coverage $(COVERAGE_PROGRAMS)
 
-# Every host call and every allocation fails once; the last line counts them.
+# Makes every host call and every allocation fail once; the last line counts them.
+faults: TARGETS = faults_tests
 faults: build
 	build/$(PRESET)/tests/faults_tests --gtest_brief=1
 
-# All operations at random on two threads, for MINUTES.
+# Runs all operations at random on two threads for MINUTES minutes.
+soak: TARGETS = soak
 soak: build
 	build/$(PRESET)/tests/soak/soak $$(($(or $(MINUTES),10) * 60)) $(or $(SEED),1)
 
-build:
+# Prints the slowest objects of the last build, and the sum of all.
+build-times:
+	scripts/build-times build/$(PRESET)
+
+.PHONY: configure
+configure:
 	scripts/require-packages $(or $(ZTA_PACKAGES),$(TEST_PACKAGES))
-	cmake --preset $(PRESET)
-	cmake --build --preset $(PRESET) -j $(JOBS)
+	cmake --preset $(PRESET) $(TEST_PARTS)
+
+# Builds TARGETS, or the library, the tools, the tests and the examples.
+build: configure
+	cmake --build --preset $(PRESET) -j $(JOBS) $(if $(TARGETS),--target $(TARGETS))
 
 clean:
 	rm -rf build
+
+# The former names of some commands.
+.PHONY: abi-accept error-codes peers
+abi-accept: abi-update
+error-codes: status-codes
+peers: bench-build

@@ -1,15 +1,15 @@
 #!/bin/sh
-# check_references_test.sh CHECK_REFERENCES: each kind of name that leads nowhere is seen, and nothing else.
+# check_references_test.sh CHECK_REFERENCES: tests that each kind of dangling name is reported, and nothing else.
 set -eu
 check=$1
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
 mkdir -p "$root/docs" "$root/engine" "$root/include/zta"
 touch "$root/engine/copy.cpp" "$root/include/zta/status.h"
-printf 'test: build\n\ttrue\nabi-accept:\n\ttrue\n' > "$root/Makefile"
+printf 'test: build\n\ttrue\nabi-update:\n\ttrue\n' > "$root/Makefile"
 printf '# A guide\n\n## The life of `x`, at last\n' > "$root/docs/guide.md"
 
-# expect TEXT VERDICT: a document with this text is accepted ("fine"), or this is said of it.
+# expect TEXT VERDICT: checks a document with this text; VERDICT is "fine", or the message.
 expect() {
     printf '%s\n' "$1" > "$root/README.md"
     if said=$("$check" "$root"); then said=fine; fi
@@ -21,7 +21,7 @@ expect() {
 
 expect 'See `engine/copy.cpp`, `engine/` and `zta/status.h`.' fine
 expect 'Files `engine/<name>.cpp`, `engine/*_test.cpp`, `engine/{a,b}.h`, `build/x.cpp`, `/proc/self/maps`.' fine
-expect 'Run `make test`, then `make abi-accept`; make sure of it.' fine
+expect 'Run `make test`, then `make abi-update`; make sure of it.' fine
 expect '[Guide](docs/guide.md), [life](docs/guide.md#the-life-of-x-at-last), [web](https://example.org/x#y)' fine
 
 expect 'See `engine/paste.cpp`.' 'README.md: engine/paste.cpp'

@@ -20,12 +20,12 @@ struct Identity {
 
 /// Conversions that rearrange the bytes of a word: the result's bytes from the lowest to the highest, each by its place
 /// in the word, or -1 for a zero.
-template <int... IndexVector>
+template <int... Positions>
 struct ByteShuffle {
     template <class Simd>
     static VecU32<Simd> Apply(VecU32<Simd> w)
     {
-        return Simd::template ShuffleBytes<IndexVector...>(w);
+        return Simd::template ShuffleBytes<Positions...>(w);
     }
 };
 
@@ -120,30 +120,30 @@ void ConvertScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsign
 }
 
 /// The samples before the first one that is stored at a multiple of Alignment, a power of two, if there is any.
-template <int ByteShuffle, unsigned long Alignment>
+template <int Bytes, unsigned long Alignment>
 unsigned long SamplesUntilAligned(const std::uint8_t* puc)
 {
     const unsigned long ulBytes = -reinterpret_cast<std::uintptr_t>(puc) % Alignment;
-    if constexpr (ByteShuffle == 3) {
+    if constexpr (Bytes == 3) {
         constexpr unsigned long kInverse = 43; // 3 * 43 is 1 but for a multiple of 128
         static_assert(128 % Alignment == 0);
         return ulBytes * kInverse % Alignment;
     } else {
-        return ulBytes % ByteShuffle == 0 ? ulBytes / ByteShuffle : 0;
+        return ulBytes % Bytes == 0 ? ulBytes / Bytes : 0;
     }
 }
 
 /// True for an output so large that no cache has its first line when its last one comes: stores that go past the caches
 /// spare the reading of each line before it is written. In place the line has been read anyway. Samples have to stand
 /// so that some begin at a line.
-template <int ByteShuffle>
+template <int Bytes>
 bool UsesStreamingStores(const std::uint8_t* pucInput, const std::uint8_t* pucOutput, unsigned long ulOutputBytes)
 {
     constexpr unsigned long kMinStreamedBytes = 32 << 20;
     const auto ulOutput = reinterpret_cast<std::uintptr_t>(pucOutput);
     return ulOutputBytes >= kMinStreamedBytes &&
            reinterpret_cast<std::uintptr_t>(pucInput) - ulOutput >= ulOutputBytes &&
-           (ByteShuffle == 3 || ulOutput % ByteShuffle == 0);
+           (Bytes == 3 || ulOutput % Bytes == 0);
 }
 
 /// For at least one vector of samples.

@@ -29,107 +29,107 @@ unsigned long VectorStride(unsigned long ulFrameBytes)
                                               : ulFrameBytes;
 }
 
-/// The streams from ulStream on in the frames from ulFrom up to ulTo, which are whole tiles. Exact writes nothing
+/// The streams from ulPlane on in the frames from ulFrom up to ulTo, which are whole tiles. Exact writes nothing
 /// behind the elements; otherwise what follows the streams in their frames may be spoilt and has to be moved later.
-template <class Tile, unsigned long Streams, MuxLayout Layout, bool Exact>
-void InterleaveTiles(const void* const* __restrict ppvPlanes, MuxView<std::uint8_t> sMux, unsigned long ulStream,
+template <class Tile, unsigned long Planes, MuxLayout Layout, bool Exact>
+void InterleaveTiles(const void* const* __restrict ppvPlanes, MuxView<std::uint8_t> sMux, unsigned long ulPlane,
                      unsigned long ulFrom, unsigned long ulTo)
 {
     const unsigned long ulFrameBytes = sMux.ulPlanes * Tile::kBytes;
     const unsigned long ulStride = VectorStride<Tile, Layout>(ulFrameBytes);
-    ppvPlanes += ulStream;
-    const void* apvStreams[Streams];
+    ppvPlanes += ulPlane;
+    const void* apvPlanes[Planes];
     if constexpr (Tile::kUsesMaskedStores) {
         // Reading the array again would wait for the masked stores before.
-        for (unsigned long i = 0; i < Streams; ++i) {
-            apvStreams[i] = ppvPlanes[i];
+        for (unsigned long i = 0; i < Planes; ++i) {
+            apvPlanes[i] = ppvPlanes[i];
         }
-        ppvPlanes = apvStreams;
+        ppvPlanes = apvPlanes;
     }
-    std::uint8_t* puc = sMux.puc + ulFrom * ulFrameBytes + ulStream * Tile::kBytes;
+    std::uint8_t* puc = sMux.puc + ulFrom * ulFrameBytes + ulPlane * Tile::kBytes;
     for (unsigned long f = ulFrom; f < ulTo; f += Tile::kFrames, puc += Tile::kFrames * ulFrameBytes) {
-        typename Tile::VectorType av[Streams];
-        for (unsigned long i = 0; i < Streams; ++i) {
+        typename Tile::VectorType av[Planes];
+        for (unsigned long i = 0; i < Planes; ++i) {
             av[i] = Tile::Load(static_cast<const std::uint8_t*>(ppvPlanes[i]) + f * Tile::kBytes);
         }
-        Tile::template Interleave<Streams, Layout>(av);
-        for (unsigned long i = 0; i < Streams; ++i) {
-            std::uint8_t* pucRow = puc + i * ulStride;
+        Tile::template Interleave<Planes, Layout>(av);
+        for (unsigned long i = 0; i < Planes; ++i) {
+            std::uint8_t* pucVector = puc + i * ulStride;
             if constexpr (Layout == MuxLayout::HalfVectors) {
-                Tile::template StoreHalves<Exact>(pucRow, ulFrameBytes, av[i]);
+                Tile::template StoreHalves<Exact>(pucVector, ulFrameBytes, av[i]);
             } else if constexpr (Layout == MuxLayout::Lanes) {
-                Tile::template StoreLanes<Exact>(pucRow, Tile::kLaneElements * ulFrameBytes, av[i]);
-            } else if (Layout == MuxLayout::Contiguous ? i + 1 < Streams : !Exact) {
-                Tile::StoreWithOverrun(pucRow, av[i]);
+                Tile::template StoreLanes<Exact>(pucVector, Tile::kLaneElements * ulFrameBytes, av[i]);
+            } else if (Layout == MuxLayout::Contiguous ? i + 1 < Planes : !Exact) {
+                Tile::StoreWithOverrun(pucVector, av[i]);
             } else {
-                Tile::Store(pucRow, av[i]);
+                Tile::Store(pucVector, av[i]);
             }
         }
     }
 }
 
-template <class Tile, unsigned long Streams, MuxLayout Layout>
-void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict ppvPlanes, unsigned long ulStream,
+template <class Tile, unsigned long Planes, MuxLayout Layout>
+void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict ppvPlanes, unsigned long ulPlane,
                        unsigned long ulFrom, unsigned long ulTo)
 {
     const unsigned long ulFrameBytes = sMux.ulPlanes * Tile::kBytes;
     const unsigned long ulStride = VectorStride<Tile, Layout>(ulFrameBytes);
-    ppvPlanes += ulStream;
-    void* apvStreams[Streams];
+    ppvPlanes += ulPlane;
+    void* apvPlanes[Planes];
     if constexpr (Tile::kUsesMaskedStores) {
         // Reading the array again would wait for the masked stores before.
-        for (unsigned long i = 0; i < Streams; ++i) {
-            apvStreams[i] = ppvPlanes[i];
+        for (unsigned long i = 0; i < Planes; ++i) {
+            apvPlanes[i] = ppvPlanes[i];
         }
-        ppvPlanes = apvStreams;
+        ppvPlanes = apvPlanes;
     }
-    const std::uint8_t* puc = sMux.puc + ulFrom * ulFrameBytes + ulStream * Tile::kBytes;
+    const std::uint8_t* puc = sMux.puc + ulFrom * ulFrameBytes + ulPlane * Tile::kBytes;
     for (unsigned long f = ulFrom; f < ulTo; f += Tile::kFrames, puc += Tile::kFrames * ulFrameBytes) {
-        typename Tile::VectorType av[Streams];
-        for (unsigned long i = 0; i < Streams; ++i) {
-            const std::uint8_t* pucRow = puc + i * ulStride;
+        typename Tile::VectorType av[Planes];
+        for (unsigned long i = 0; i < Planes; ++i) {
+            const std::uint8_t* pucVector = puc + i * ulStride;
             if constexpr (Layout == MuxLayout::HalfVectors) {
-                av[i] = Tile::LoadHalves(pucRow, ulFrameBytes);
+                av[i] = Tile::LoadHalves(pucVector, ulFrameBytes);
             } else if constexpr (Layout == MuxLayout::Lanes) {
-                av[i] = Tile::LoadLanes(pucRow, Tile::kLaneElements * ulFrameBytes);
+                av[i] = Tile::LoadLanes(pucVector, Tile::kLaneElements * ulFrameBytes);
             } else {
-                av[i] = Tile::Load(pucRow);
+                av[i] = Tile::Load(pucVector);
             }
         }
-        Tile::template Deinterleave<Streams, Layout>(av);
-        for (unsigned long i = 0; i < Streams; ++i) {
+        Tile::template Deinterleave<Planes, Layout>(av);
+        for (unsigned long i = 0; i < Planes; ++i) {
             Tile::Store(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Tile::kBytes, av[i]);
         }
     }
 }
 
-/// Single elements, by Copy(element in the mux, stream, bytes into it): the streams from ulStream on in the frames from
+/// Single elements, by Copy(element in the mux, stream, bytes into it): the streams from ulPlane on in the frames from
 /// ulFrom up to ulTo.
-template <int ByteShuffle, class Byte, class Stream, class CopyElement>
-void CopyElements(Stream* const* ppvPlanes, MuxView<Byte> sMux, unsigned long ulStream, unsigned long ulFrom,
+template <int Bytes, class Byte, class Plane, class CopyElement>
+void CopyElements(Plane* const* ppvPlanes, MuxView<Byte> sMux, unsigned long ulPlane, unsigned long ulFrom,
                   unsigned long ulTo, CopyElement Copy)
 {
     constexpr unsigned long kFewFrames = 4; // not worth a loop for each stream
     const unsigned long ulPlanes = sMux.ulPlanes;
-    Byte* puc = sMux.puc + (ulFrom * ulPlanes + ulStream) * ByteShuffle;
+    Byte* puc = sMux.puc + (ulFrom * ulPlanes + ulPlane) * Bytes;
     if (ulTo - ulFrom <= kFewFrames) {
-        for (unsigned long f = ulFrom; f < ulTo; ++f, puc += ulPlanes * ByteShuffle) {
-            for (unsigned long s = ulStream; s < ulPlanes; ++s) {
-                Copy(puc + (s - ulStream) * ByteShuffle, ppvPlanes[s], f * ByteShuffle);
+        for (unsigned long f = ulFrom; f < ulTo; ++f, puc += ulPlanes * Bytes) {
+            for (unsigned long s = ulPlane; s < ulPlanes; ++s) {
+                Copy(puc + (s - ulPlane) * Bytes, ppvPlanes[s], f * Bytes);
             }
         }
     } else {
-        for (unsigned long s = ulStream; s < ulPlanes; ++s, puc += ByteShuffle) {
-            Stream* pvStream = ppvPlanes[s];
+        for (unsigned long s = ulPlane; s < ulPlanes; ++s, puc += Bytes) {
+            Plane* pvPlane = ppvPlanes[s];
             for (unsigned long f = ulFrom; f < ulTo; ++f) {
-                Copy(puc + (f - ulFrom) * ulPlanes * ByteShuffle, pvStream, f * ByteShuffle);
+                Copy(puc + (f - ulFrom) * ulPlanes * Bytes, pvPlane, f * Bytes);
             }
         }
     }
 }
 
 /// One direction: what walks over all elements calls it for parts of them.
-template <int ByteShuffle>
+template <int Bytes>
 struct InterleaveJob {
     /// Of one tile. Lines that are only read may go at once, wherever they lie.
     static constexpr unsigned long kMaxTilePlanes = 16;
@@ -137,37 +137,35 @@ struct InterleaveJob {
     const void* const* ppvPlanes;
     MuxView<std::uint8_t> sMux;
 
-    template <class Tile, unsigned long Streams, MuxLayout Layout>
-    void ProcessTiles(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    template <class Tile, unsigned long Planes, MuxLayout Layout>
+    void ProcessTiles(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
         // What stands behind all streams but the last ones in their frames comes later.
-        const bool bExact = (sMux.ulPlanes - ulStream - Streams) * ByteShuffle < Tile::kOverrunBytes;
-        bExact ? InterleaveTiles<Tile, Streams, Layout, true>(ppvPlanes, sMux, ulStream, ulFrom, ulTo)
-               : InterleaveTiles<Tile, Streams, Layout, false>(ppvPlanes, sMux, ulStream, ulFrom, ulTo);
+        const bool bExact = (sMux.ulPlanes - ulPlane - Planes) * Bytes < Tile::kOverrunBytes;
+        bExact ? InterleaveTiles<Tile, Planes, Layout, true>(ppvPlanes, sMux, ulPlane, ulFrom, ulTo)
+               : InterleaveTiles<Tile, Planes, Layout, false>(ppvPlanes, sMux, ulPlane, ulFrom, ulTo);
     }
 
     template <class Tile>
-    void ProcessEdge(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    void ProcessEdge(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
-        for (unsigned long s = ulStream; s < sMux.ulPlanes; s += Tile::kLaneElements) {
+        for (unsigned long s = ulPlane; s < sMux.ulPlanes; s += Tile::kLaneElements) {
             const unsigned long ulCount =
                 sMux.ulPlanes - s < Tile::kLaneElements ? sMux.ulPlanes - s : Tile::kLaneElements;
-            Tile::InterleaveMasked(ppvPlanes + s, ulCount, sMux.puc + s * ByteShuffle, sMux.ulPlanes * ByteShuffle,
-                                   ulFrom, ulTo);
+            Tile::InterleaveMasked(ppvPlanes + s, ulCount, sMux.puc + s * Bytes, sMux.ulPlanes * Bytes, ulFrom, ulTo);
         }
     }
 
-    void ProcessScalar(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    void ProcessScalar(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
-        CopyElements<ByteShuffle>(ppvPlanes, sMux, ulStream, ulFrom, ulTo,
-                                  [](std::uint8_t* pucMux, const void* pvStream, unsigned long ulAt) {
-                                      __builtin_memcpy(pucMux, static_cast<const std::uint8_t*>(pvStream) + ulAt,
-                                                       ByteShuffle);
-                                  });
+        CopyElements<Bytes>(ppvPlanes, sMux, ulPlane, ulFrom, ulTo,
+                            [](std::uint8_t* pucMux, const void* pvPlane, unsigned long ulAt) {
+                                __builtin_memcpy(pucMux, static_cast<const std::uint8_t*>(pvPlane) + ulAt, Bytes);
+                            });
     }
 };
 
-template <int ByteShuffle>
+template <int Bytes>
 struct DeinterleaveJob {
     /// Of one tile. The lines that it writes have to stay in the first-level cache until they are full: if they lie at
     /// the same place of their pages they are in one set of it, which has 8 to 12 ways.
@@ -176,30 +174,28 @@ struct DeinterleaveJob {
     MuxView<const std::uint8_t> sMux;
     void* const* ppvPlanes;
 
-    template <class Tile, unsigned long Streams, MuxLayout Layout>
-    void ProcessTiles(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    template <class Tile, unsigned long Planes, MuxLayout Layout>
+    void ProcessTiles(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
-        DeinterleaveTiles<Tile, Streams, Layout>(sMux, ppvPlanes, ulStream, ulFrom, ulTo);
+        DeinterleaveTiles<Tile, Planes, Layout>(sMux, ppvPlanes, ulPlane, ulFrom, ulTo);
     }
 
     template <class Tile>
-    void ProcessEdge(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    void ProcessEdge(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
-        for (unsigned long s = ulStream; s < sMux.ulPlanes; s += Tile::kLaneElements) {
+        for (unsigned long s = ulPlane; s < sMux.ulPlanes; s += Tile::kLaneElements) {
             const unsigned long ulCount =
                 sMux.ulPlanes - s < Tile::kLaneElements ? sMux.ulPlanes - s : Tile::kLaneElements;
-            Tile::DeinterleaveMasked(sMux.puc + s * ByteShuffle, sMux.ulPlanes * ByteShuffle, ppvPlanes + s, ulCount,
-                                     ulFrom, ulTo);
+            Tile::DeinterleaveMasked(sMux.puc + s * Bytes, sMux.ulPlanes * Bytes, ppvPlanes + s, ulCount, ulFrom, ulTo);
         }
     }
 
-    void ProcessScalar(unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo) const
+    void ProcessScalar(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
-        CopyElements<ByteShuffle>(ppvPlanes, sMux, ulStream, ulFrom, ulTo,
-                                  [](const std::uint8_t* pucMux, void* pvStream, unsigned long ulAt) {
-                                      __builtin_memcpy(static_cast<std::uint8_t*>(pvStream) + ulAt, pucMux,
-                                                       ByteShuffle);
-                                  });
+        CopyElements<Bytes>(ppvPlanes, sMux, ulPlane, ulFrom, ulTo,
+                            [](const std::uint8_t* pucMux, void* pvPlane, unsigned long ulAt) {
+                                __builtin_memcpy(static_cast<std::uint8_t*>(pvPlane) + ulAt, pucMux, Bytes);
+                            });
     }
 };
 
@@ -211,114 +207,112 @@ constexpr unsigned long Min(unsigned long ulFirst, unsigned long ulSecond)
 }
 
 /// The streams that are in no tile, or the frames.
-template <class Tile, class Move>
-void ProcessRemainder(const Move& rMove, unsigned long ulStream, unsigned long ulFrom, unsigned long ulTo)
+template <class Tile, class Job>
+void ProcessRemainder(const Job& rJob, unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo)
 {
     if constexpr (Tile::kHasMaskedEdge) {
         constexpr unsigned long kFewFrames = 4; // not worth the masks
-        if (ulTo - ulFrom > kFewFrames && rMove.sMux.ulPlanes - ulStream > 1) {
-            rMove.template ProcessEdge<Tile>(ulStream, ulFrom, ulTo);
+        if (ulTo - ulFrom > kFewFrames && rJob.sMux.ulPlanes - ulPlane > 1) {
+            rJob.template ProcessEdge<Tile>(ulPlane, ulFrom, ulTo);
             return;
         }
     }
-    rMove.ProcessScalar(ulStream, ulFrom, ulTo);
+    rJob.ProcessScalar(ulPlane, ulFrom, ulTo);
 }
 
 /// The frames from ulFrom on by tiles as far as these go; returns the first frame that is left. Of a mux that has more
 /// streams than a tile all are done for some frames before the next frames come: so few frames that the lines of the
 /// mux that the tiles share stay in the first-level cache meanwhile, and so many that the lines of the streams are
 /// spread over it.
-template <class Tile, int ByteShuffle, class Move>
-unsigned long ProcessFullTiles(const Move& rMove, unsigned long ulFrom, unsigned long ulFrames)
+template <class Tile, int Bytes, class Job>
+unsigned long ProcessFullTiles(const Job& rJob, unsigned long ulFrom, unsigned long ulFrames)
 {
-    constexpr bool kAllowsTwoLaneTiles = 2 * Tile::kLaneElements <= Move::kMaxTilePlanes;
+    constexpr bool kAllowsTwoLaneTiles = 2 * Tile::kLaneElements <= Job::kMaxTilePlanes;
     constexpr bool kAllowsFourLaneTiles =
-        Tile::kMaxPlanesContiguous == 4 * Tile::kLaneElements && Tile::kMaxPlanesContiguous <= Move::kMaxTilePlanes;
-    constexpr unsigned long kChunkFrames = kChunkBytes / ByteShuffle / Tile::kFrames * Tile::kFrames;
-    const unsigned long ulPlanes = rMove.sMux.ulPlanes;
+        Tile::kMaxPlanesContiguous == 4 * Tile::kLaneElements && Tile::kMaxPlanesContiguous <= Job::kMaxTilePlanes;
+    constexpr unsigned long kChunkFrames = kChunkBytes / Bytes / Tile::kFrames * Tile::kFrames;
+    const unsigned long ulPlanes = rJob.sMux.ulPlanes;
     const unsigned long ulLeft = ulFrames - ulFrom;
     if (ulLeft < Tile::kFrames + Tile::kOverrunFrames) {
         return ulFrom;
     }
     const unsigned long ulTo = ulFrom + (ulLeft - Tile::kOverrunFrames) / Tile::kFrames * Tile::kFrames;
     if (ulPlanes == Tile::kLaneElements) {
-        rMove.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
+        rJob.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
         return ulTo;
     }
     if constexpr (Tile::kLaneElements >= 4) {
         if (ulPlanes == Tile::kLaneElements / 2) {
-            rMove.template ProcessTiles<Tile, Tile::kLaneElements / 2, MuxLayout::Contiguous>(0, ulFrom, ulTo);
+            rJob.template ProcessTiles<Tile, Tile::kLaneElements / 2, MuxLayout::Contiguous>(0, ulFrom, ulTo);
             return ulTo;
         }
     }
     if constexpr (Tile::kLaneElements >= 8) {
         if (ulPlanes == Tile::kLaneElements / 4) {
-            rMove.template ProcessTiles<Tile, Tile::kLaneElements / 4, MuxLayout::Contiguous>(0, ulFrom, ulTo);
+            rJob.template ProcessTiles<Tile, Tile::kLaneElements / 4, MuxLayout::Contiguous>(0, ulFrom, ulTo);
             return ulTo;
         }
     }
     if constexpr (kAllowsTwoLaneTiles) {
         if (ulPlanes == 2 * Tile::kLaneElements) {
-            rMove.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
+            rJob.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
             return ulTo;
         }
     }
     if constexpr (kAllowsFourLaneTiles) {
         if (ulPlanes == 4 * Tile::kLaneElements) {
-            rMove.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
+            rJob.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
             return ulTo;
         }
     }
-    const unsigned long ulChunk =
-        ulPlanes <= Min(Tile::kMaxPlanes, Move::kMaxTilePlanes) ? ulTo - ulFrom : kChunkFrames;
+    const unsigned long ulChunk = ulPlanes <= Min(Tile::kMaxPlanes, Job::kMaxTilePlanes) ? ulTo - ulFrom : kChunkFrames;
     for (unsigned long f = ulFrom; f < ulTo; f += ulChunk) {
         const unsigned long ulNext = ulTo - f < ulChunk ? ulTo : f + ulChunk;
         unsigned long s = 0;
         if constexpr (Tile::kMaxPlanes == 4 * Tile::kLaneElements) {
             for (; s + 4 * Tile::kLaneElements <= ulPlanes; s += 4 * Tile::kLaneElements) {
-                rMove.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::WholeVectors>(s, f, ulNext);
+                rJob.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::WholeVectors>(s, f, ulNext);
             }
         }
         if constexpr (kAllowsTwoLaneTiles) {
             for (; s + 2 * Tile::kLaneElements <= ulPlanes; s += 2 * Tile::kLaneElements) {
-                rMove.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::HalfVectors>(s, f, ulNext);
+                rJob.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::HalfVectors>(s, f, ulNext);
             }
         }
         for (; s + Tile::kLaneElements <= ulPlanes; s += Tile::kLaneElements) {
-            rMove.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Lanes>(s, f, ulNext);
+            rJob.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Lanes>(s, f, ulNext);
         }
-        ProcessRemainder<Tile>(rMove, s, f, ulNext);
+        ProcessRemainder<Tile>(rJob, s, f, ulNext);
     }
     return ulTo;
 }
 
-template <int ByteShuffle, class Move>
-void ProcessAllFrames(const Move& rMove, unsigned long ulFrames, TileList<>)
+template <int Bytes, class Job>
+void ProcessAllFrames(const Job& rJob, unsigned long ulFrames, TileList<>)
 {
-    rMove.ProcessScalar(0, 0, ulFrames);
+    rJob.ProcessScalar(0, 0, ulFrames);
 }
 
-template <int ByteShuffle, class Move, class Widest, class... Tile>
-void ProcessAllFrames(const Move& rMove, unsigned long ulFrames, TileList<Widest, Tile...>)
+template <int Bytes, class Job, class Widest, class... Tile>
+void ProcessAllFrames(const Job& rJob, unsigned long ulFrames, TileList<Widest, Tile...>)
 {
-    unsigned long f = ProcessFullTiles<Widest, ByteShuffle>(rMove, 0, ulFrames);
-    ((f = ProcessFullTiles<Tile, ByteShuffle>(rMove, f, ulFrames)), ...);
-    ProcessRemainder<Widest>(rMove, 0, f, ulFrames);
+    unsigned long f = ProcessFullTiles<Widest, Bytes>(rJob, 0, ulFrames);
+    ((f = ProcessFullTiles<Tile, Bytes>(rJob, f, ulFrames)), ...);
+    ProcessRemainder<Widest>(rJob, 0, f, ulFrames);
 }
 
-template <int ByteShuffle>
+template <int Bytes>
 void Interleave(const void* const* ppvPlanes, unsigned long ulPlanes, void* pvMux, unsigned long ulFrames) noexcept
 {
-    ProcessAllFrames<ByteShuffle>(InterleaveJob<ByteShuffle>{ppvPlanes, {static_cast<std::uint8_t*>(pvMux), ulPlanes}},
-                                  ulFrames, TilesOf<ByteShuffle>());
+    ProcessAllFrames<Bytes>(InterleaveJob<Bytes>{ppvPlanes, {static_cast<std::uint8_t*>(pvMux), ulPlanes}}, ulFrames,
+                            TilesOf<Bytes>());
 }
 
-template <int ByteShuffle>
+template <int Bytes>
 void Deinterleave(const void* pvMux, void* const* ppvPlanes, unsigned long ulPlanes, unsigned long ulFrames) noexcept
 {
-    ProcessAllFrames<ByteShuffle>(
-        DeinterleaveJob<ByteShuffle>{{static_cast<const std::uint8_t*>(pvMux), ulPlanes}, ppvPlanes}, ulFrames,
-        TilesOf<ByteShuffle>());
+    ProcessAllFrames<Bytes>(DeinterleaveJob<Bytes>{{static_cast<const std::uint8_t*>(pvMux), ulPlanes}, ppvPlanes},
+                            ulFrames, TilesOf<Bytes>());
 }
 
 } // namespace

@@ -18,46 +18,46 @@ struct StereoChannel {
 };
 
 template <class Byte, class Pointer>
-StereoChannel<Byte> ChannelOrDummy(Pointer pvSide, unsigned long ulSampleBytes, Byte* pucBlock)
+StereoChannel<Byte> ChannelOrDummy(Pointer pvChannel, unsigned long ulSampleBytes, Byte* pucDummy)
 {
-    if (pvSide == nullptr) {
-        return {pucBlock, 0};
+    if (pvChannel == nullptr) {
+        return {pucDummy, 0};
     }
-    return {static_cast<Byte*>(pvSide), ulSampleBytes};
+    return {static_cast<Byte*>(pvChannel), ulSampleBytes};
 }
 
 /// A stereo buffer is a mux of two streams, and many frames go by the tiles of wide rows faster than by pairs.
 constexpr unsigned long kMinTiledFrames = 128;
 
-template <class Rows>
+template <class Tile>
 constexpr bool kPrefersTiles = false;
 template <class Widest, class... Tile>
 constexpr bool kPrefersTiles<TileList<Widest, Tile...>> = Widest::kPrefersTiles;
 
-template <int ByteShuffle, class Move, class Widest, class... Tile>
-unsigned long ProcessTiledFrames(const Move& rMove, unsigned long ulFrames, TileList<Widest, Tile...>)
+template <int Bytes, class Job, class Widest, class... Tile>
+unsigned long ProcessTiledFrames(const Job& rJob, unsigned long ulFrames, TileList<Widest, Tile...>)
 {
-    return ProcessFullTiles<Widest, ByteShuffle>(rMove, 0, ulFrames - NativeSimd::kStereoStepFrames<ByteShuffle>);
+    return ProcessFullTiles<Widest, Bytes>(rJob, 0, ulFrames - NativeSimd::kStereoStepFrames<Bytes>);
 }
 
 /// These return the first frame that is left; they leave enough for a step of pairs. They are no part of their
 /// callers, so that few frames need not save registers for them.
-template <int ByteShuffle>
+template <int Bytes>
 [[gnu::noinline]] unsigned long InterleaveTiledStereo(const void* pvLeft, const void* pvRight, void* pvStereo,
                                                       unsigned long ulFrames)
 {
-    const void* apvSides[] = {pvLeft, pvRight};
-    const InterleaveJob<ByteShuffle> oMove{apvSides, {static_cast<std::uint8_t*>(pvStereo), 2}};
-    return ProcessTiledFrames<ByteShuffle>(oMove, ulFrames, TilesOf<ByteShuffle>());
+    const void* apvPlanes[] = {pvLeft, pvRight};
+    const InterleaveJob<Bytes> oJob{apvPlanes, {static_cast<std::uint8_t*>(pvStereo), 2}};
+    return ProcessTiledFrames<Bytes>(oJob, ulFrames, TilesOf<Bytes>());
 }
 
-template <int ByteShuffle>
+template <int Bytes>
 [[gnu::noinline]] unsigned long DeinterleaveTiledStereo(const void* pvStereo, void* pvLeft, void* pvRight,
                                                         unsigned long ulFrames)
 {
-    void* apvSides[] = {pvLeft, pvRight};
-    const DeinterleaveJob<ByteShuffle> oMove{{static_cast<const std::uint8_t*>(pvStereo), 2}, apvSides};
-    return ProcessTiledFrames<ByteShuffle>(oMove, ulFrames, TilesOf<ByteShuffle>());
+    void* apvPlanes[] = {pvLeft, pvRight};
+    const DeinterleaveJob<Bytes> oJob{{static_cast<const std::uint8_t*>(pvStereo), 2}, apvPlanes};
+    return ProcessTiledFrames<Bytes>(oJob, ulFrames, TilesOf<Bytes>());
 }
 
 /// Processes all frames in steps of a vector. The last step ends with the last frame and repeats some frames of the
@@ -66,10 +66,10 @@ template <int ByteShuffle>
 ///
 /// LoadAt(instruction set, frame) returns the vectors of a step, StoreAt(frame, vectors) stores them, and
 /// CopyFrame(frame) copies one frame of a buffer that is shorter than a step.
-template <int ByteShuffle, class LoadStep, class StoreStep, class CopySingleFrame>
+template <int Bytes, class LoadStep, class StoreStep, class CopySingleFrame>
 void ForEachStereoStep(unsigned long ulFrames, LoadStep LoadAt, StoreStep StoreAt, CopySingleFrame CopyFrame)
 {
-    constexpr unsigned long kStep = NativeSimd::kStereoStepFrames<ByteShuffle>;
+    constexpr unsigned long kStep = NativeSimd::kStereoStepFrames<Bytes>;
     if constexpr (kStep > 1) {
         if (ulFrames >= kStep) {
             const unsigned long ulLast = ulFrames - kStep;
@@ -86,62 +86,62 @@ void ForEachStereoStep(unsigned long ulFrames, LoadStep LoadAt, StoreStep StoreA
     }
 }
 
-template <int ByteShuffle>
+template <int Bytes>
 void InterleaveStereo(const void* pvLeft, const void* pvRight, void* pvStereo, unsigned long ulFrames) noexcept
 {
-    static constexpr std::uint8_t kSilence[ByteShuffle * NativeSimd::kStereoStepFrames<ByteShuffle>] = {};
-    if constexpr (kPrefersTiles<TilesOf<ByteShuffle>>) {
+    static constexpr std::uint8_t kSilence[Bytes * NativeSimd::kStereoStepFrames<Bytes>] = {};
+    if constexpr (kPrefersTiles<TilesOf<Bytes>>) {
         if (ulFrames >= kMinTiledFrames && pvLeft != nullptr && pvRight != nullptr) {
-            const unsigned long ulProcessed = InterleaveTiledStereo<ByteShuffle>(pvLeft, pvRight, pvStereo, ulFrames);
-            pvLeft = static_cast<const std::uint8_t*>(pvLeft) + ulProcessed * ByteShuffle;
-            pvRight = static_cast<const std::uint8_t*>(pvRight) + ulProcessed * ByteShuffle;
-            pvStereo = static_cast<std::uint8_t*>(pvStereo) + ulProcessed * 2 * ByteShuffle;
+            const unsigned long ulProcessed = InterleaveTiledStereo<Bytes>(pvLeft, pvRight, pvStereo, ulFrames);
+            pvLeft = static_cast<const std::uint8_t*>(pvLeft) + ulProcessed * Bytes;
+            pvRight = static_cast<const std::uint8_t*>(pvRight) + ulProcessed * Bytes;
+            pvStereo = static_cast<std::uint8_t*>(pvStereo) + ulProcessed * 2 * Bytes;
             ulFrames -= ulProcessed;
         }
     }
-    const auto oLeft = ChannelOrDummy<const std::uint8_t>(pvLeft, ByteShuffle, kSilence);
-    const auto oRight = ChannelOrDummy<const std::uint8_t>(pvRight, ByteShuffle, kSilence);
+    const auto oLeft = ChannelOrDummy<const std::uint8_t>(pvLeft, Bytes, kSilence);
+    const auto oRight = ChannelOrDummy<const std::uint8_t>(pvRight, Bytes, kSilence);
     auto* pucStereo = static_cast<std::uint8_t*>(pvStereo);
-    ForEachStereoStep<ByteShuffle>(
+    ForEachStereoStep<Bytes>(
         ulFrames,
         [=]<class Simd>(Simd, unsigned long i) {
-            return Simd::template LoadInterleaved<ByteShuffle>(oLeft.At(i), oRight.At(i));
+            return Simd::template LoadInterleaved<Bytes>(oLeft.At(i), oRight.At(i));
         },
         [=]<class Step>(unsigned long i, const Step& rsStep) {
-            rsStep.template StoreInterleaved<ByteShuffle>(pucStereo + i * 2 * ByteShuffle);
+            rsStep.template StoreInterleaved<Bytes>(pucStereo + i * 2 * Bytes);
         },
         [=](unsigned long i) {
-            __builtin_memcpy(pucStereo + i * 2 * ByteShuffle, oLeft.At(i), ByteShuffle);
-            __builtin_memcpy(pucStereo + (i * 2 + 1) * ByteShuffle, oRight.At(i), ByteShuffle);
+            __builtin_memcpy(pucStereo + i * 2 * Bytes, oLeft.At(i), Bytes);
+            __builtin_memcpy(pucStereo + (i * 2 + 1) * Bytes, oRight.At(i), Bytes);
         });
 }
 
-template <int ByteShuffle>
+template <int Bytes>
 void DeinterleaveStereo(const void* pvStereo, void* pvLeft, void* pvRight, unsigned long ulFrames) noexcept
 {
-    static constexpr std::uint8_t kSilence[2 * ByteShuffle * NativeSimd::kStereoStepFrames<ByteShuffle>] = {};
-    std::uint8_t aucDropped[ByteShuffle * NativeSimd::kStereoStepFrames<ByteShuffle>];
-    if constexpr (kPrefersTiles<TilesOf<ByteShuffle>>) {
+    static constexpr std::uint8_t kSilence[2 * Bytes * NativeSimd::kStereoStepFrames<Bytes>] = {};
+    std::uint8_t aucDropped[Bytes * NativeSimd::kStereoStepFrames<Bytes>];
+    if constexpr (kPrefersTiles<TilesOf<Bytes>>) {
         if (ulFrames >= kMinTiledFrames && pvStereo != nullptr && pvLeft != nullptr && pvRight != nullptr) {
-            const unsigned long ulProcessed = DeinterleaveTiledStereo<ByteShuffle>(pvStereo, pvLeft, pvRight, ulFrames);
-            pvStereo = static_cast<const std::uint8_t*>(pvStereo) + ulProcessed * 2 * ByteShuffle;
-            pvLeft = static_cast<std::uint8_t*>(pvLeft) + ulProcessed * ByteShuffle;
-            pvRight = static_cast<std::uint8_t*>(pvRight) + ulProcessed * ByteShuffle;
+            const unsigned long ulProcessed = DeinterleaveTiledStereo<Bytes>(pvStereo, pvLeft, pvRight, ulFrames);
+            pvStereo = static_cast<const std::uint8_t*>(pvStereo) + ulProcessed * 2 * Bytes;
+            pvLeft = static_cast<std::uint8_t*>(pvLeft) + ulProcessed * Bytes;
+            pvRight = static_cast<std::uint8_t*>(pvRight) + ulProcessed * Bytes;
             ulFrames -= ulProcessed;
         }
     }
-    const auto oStereo = ChannelOrDummy<const std::uint8_t>(pvStereo, 2 * ByteShuffle, kSilence);
-    const auto oLeft = ChannelOrDummy<std::uint8_t>(pvLeft, ByteShuffle, aucDropped);
-    const auto oRight = ChannelOrDummy<std::uint8_t>(pvRight, ByteShuffle, aucDropped);
-    ForEachStereoStep<ByteShuffle>(
+    const auto oStereo = ChannelOrDummy<const std::uint8_t>(pvStereo, 2 * Bytes, kSilence);
+    const auto oLeft = ChannelOrDummy<std::uint8_t>(pvLeft, Bytes, aucDropped);
+    const auto oRight = ChannelOrDummy<std::uint8_t>(pvRight, Bytes, aucDropped);
+    ForEachStereoStep<Bytes>(
         ulFrames,
-        [=]<class Simd>(Simd, unsigned long i) { return Simd::template LoadDeinterleaved<ByteShuffle>(oStereo.At(i)); },
+        [=]<class Simd>(Simd, unsigned long i) { return Simd::template LoadDeinterleaved<Bytes>(oStereo.At(i)); },
         [=]<class Step>(unsigned long i, const Step& rsStep) {
-            rsStep.template StoreDeinterleaved<ByteShuffle>(oLeft.At(i), oRight.At(i));
+            rsStep.template StoreDeinterleaved<Bytes>(oLeft.At(i), oRight.At(i));
         },
         [=](unsigned long i) {
-            __builtin_memcpy(oLeft.At(i), oStereo.At(i), ByteShuffle);
-            __builtin_memcpy(oRight.At(i), oStereo.At(i) + ByteShuffle, ByteShuffle);
+            __builtin_memcpy(oLeft.At(i), oStereo.At(i), Bytes);
+            __builtin_memcpy(oRight.At(i), oStereo.At(i) + Bytes, Bytes);
         });
 }
 

@@ -18,11 +18,11 @@ std::uint64_t DetectCpuFeatures() noexcept
 
 const SZtaSampleLoops& ZtaBestLoops(std::uint64_t ui64Features) noexcept
 {
-    const SZtaLoopVariant* psTarget = std::begin(kLoopVariants);
-    while (!psTarget->IsSupported(ui64Features)) {
-        ++psTarget;
+    const SZtaLoopVariant* psVariant = std::begin(kLoopVariants);
+    while (!psVariant->IsSupported(ui64Features)) {
+        ++psVariant;
     }
-    return *psTarget->psLoops;
+    return *psVariant->psLoops;
 }
 
 const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Features) noexcept
@@ -30,9 +30,9 @@ const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Featu
     if (pszName == nullptr) {
         return &ZtaBestLoops(ui64Features);
     }
-    for (const SZtaLoopVariant& rsTarget : kLoopVariants) {
-        if (std::strcmp(rsTarget.psLoops->pszName, pszName) == 0 && rsTarget.IsSupported(ui64Features)) {
-            return rsTarget.psLoops;
+    for (const SZtaLoopVariant& rsVariant : kLoopVariants) {
+        if (std::strcmp(rsVariant.psLoops->pszName, pszName) == 0 && rsVariant.IsSupported(ui64Features)) {
+            return rsVariant.psLoops;
         }
     }
     return nullptr;

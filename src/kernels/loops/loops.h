@@ -103,17 +103,17 @@ using ZtaApplyGainRamp = void (*)(const void* pvInput, void* pvOutput, unsigned 
 
 /// Interleaves streams: the mux receives frame after frame, in each frame one element of every stream in their order.
 /// Pointers need no alignment, and bytes outside the elements are not touched. The mux may not overlap a stream.
-using ZtaInterleave = void (*)(const void* const* ppvStreams, unsigned long ulStreams, void* pvMux,
+using ZtaInterleave = void (*)(const void* const* ppvPlanes, unsigned long ulPlanes, void* pvMux,
                                unsigned long ulFrames) noexcept;
 
 /// The inverse of ZtaInterleave. No two of the buffers may overlap.
-using ZtaDeinterleave = void (*)(const void* pvMux, void* const* ppvStreams, unsigned long ulStreams,
+using ZtaDeinterleave = void (*)(const void* pvMux, void* const* ppvPlanes, unsigned long ulPlanes,
                                  unsigned long ulFrames) noexcept;
 
 /// The loops of one instruction set.
 struct SZtaSampleLoops {
     const char* pszName;
-#define ZTA_LOOP_ENTRY(name, in, out, law) ZtaConversion pfn##name;
+#define ZTA_LOOP_ENTRY(name, in, out, op) ZtaConversion pfn##name;
     ZTA_CONVERSION_LIST(ZTA_LOOP_ENTRY)
 #undef ZTA_LOOP_ENTRY
 #define ZTA_LOOP_ENTRY(bytes)                                                                                          \
@@ -122,7 +122,7 @@ struct SZtaSampleLoops {
     ZTA_STEREO_LIST(ZTA_LOOP_ENTRY)
 #undef ZTA_LOOP_ENTRY
     ZtaApplyGainRamp pfnApplyGainRamp;
-#define ZTA_LOOP_ENTRY(law, bytes, gains) ZtaFade<typename decltype(gains)::value_type> pfnFade##law;
+#define ZTA_LOOP_ENTRY(op, bytes, gains) ZtaFade<typename decltype(gains)::value_type> pfnFade##op;
     ZTA_FADE_LOOP_LIST(ZTA_LOOP_ENTRY)
 #undef ZTA_LOOP_ENTRY
 #define ZTA_LOOP_ENTRY(bytes)                                                                                          \

@@ -19,14 +19,14 @@ struct Avx2 {
     using VecU16 = std::uint16_t __attribute__((vector_size(32)));
     using VecF32 = float __attribute__((vector_size(32)));
 
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static VecU32 Load(const std::uint8_t* puc)
     {
-        if constexpr (ByteShuffle == 2 && Alignment == BitAlignment::LsbAligned) {
+        if constexpr (Bytes == 2 && Alignment == BitAlignment::LsbAligned) {
             return reinterpret_cast<VecU32>(_mm256_cvtepi16_epi32(Load128(puc)));
-        } else if constexpr (ByteShuffle == 2) {
+        } else if constexpr (Bytes == 2) {
             return reinterpret_cast<VecU32>(_mm256_cvtepu16_epi32(Load128(puc))) << 16;
-        } else if constexpr (ByteShuffle == 3) {
+        } else if constexpr (Bytes == 3) {
             // Four samples, 12 bytes, for each half: the lower half's are its first 12, the upper half's its last 12,
             // so that exactly 24 bytes are read.
             const __m256i vBytes = _mm256_set_m128i(Load128(puc + 8), Load128(puc));
@@ -39,40 +39,39 @@ struct Avx2 {
     }
 
     /// Consecutive vectors.
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned, unsigned long Count>
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, unsigned long Count>
     static void LoadBlock(const std::uint8_t* puc, VecU32 (&rav)[Count])
     {
         for (unsigned long i = 0; i < Count; ++i) {
-            rav[i] = Load<ByteShuffle, Alignment>(puc + i * kLanes * ByteShuffle);
+            rav[i] = Load<Bytes, Alignment>(puc + i * kLanes * Bytes);
         }
     }
 
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
-    static void Store(std::uint8_t* puc, VecU32 vWords)
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
+    static void Store(std::uint8_t* puc, VecU32 v)
     {
-        if constexpr (ByteShuffle == 2) {
-            Store128(puc, _mm256_castsi256_si128(NarrowTo16<Alignment>(vWords, vWords)));
-        } else if constexpr (ByteShuffle == 3) {
-            const __m256i vPacked = Pack24(vWords);
+        if constexpr (Bytes == 2) {
+            Store128(puc, _mm256_castsi256_si128(NarrowTo16<Alignment>(v, v)));
+        } else if constexpr (Bytes == 3) {
+            const __m256i vPacked = Pack24(v);
             Store128(puc, _mm256_castsi256_si128(vPacked));
             _mm_storeu_si64(puc + 16, _mm256_extracti128_si256(vPacked, 1));
         } else {
-            Store256(puc, reinterpret_cast<__m256i>(vWords));
+            Store256(puc, reinterpret_cast<__m256i>(v));
         }
     }
 
     /// Consecutive vectors, with stores of full width where single vectors do not fill them.
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false,
-              unsigned long Count>
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false, unsigned long Count>
     static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[Count])
     {
         static_assert(!Streamed);
-        if constexpr (ByteShuffle == 2) {
+        if constexpr (Bytes == 2) {
             static_assert(Count % 2 == 0);
             for (unsigned long i = 0; i < Count; i += 2) {
                 Store256(puc + i * 16, NarrowTo16<Alignment>(rav[i], rav[i + 1]));
             }
-        } else if constexpr (ByteShuffle == 3) {
+        } else if constexpr (Bytes == 3) {
             // The eight bytes too many that a full store writes are those of the next vector, which comes after.
             for (unsigned long i = 0; i + 1 < Count; ++i) {
                 Store256(puc + i * 24, Pack24(rav[i]));
@@ -86,20 +85,20 @@ struct Avx2 {
     }
 
     template <int First, int Second, int Third, int Fourth>
-    static VecU32 ShuffleBytes(VecU32 vWords)
+    static VecU32 ShuffleBytes(VecU32 v)
     {
-        constexpr auto kPlaces = [](int iWord) {
-            const auto Byte = [iWord](int iPlace) { return iPlace < 0 ? 0x80 : iPlace + 4 * iWord; };
+        constexpr auto kPositions = [](int iWord) {
+            const auto Byte = [iWord](int iPosition) { return iPosition < 0 ? 0x80 : iPosition + 4 * iWord; };
             return Byte(First) | Byte(Second) << 8 | Byte(Third) << 16 | Byte(Fourth) << 24;
         };
-        const __m128i vPlaces = _mm_setr_epi32(kPlaces(0), kPlaces(1), kPlaces(2), kPlaces(3));
+        const __m128i vPositions = _mm_setr_epi32(kPositions(0), kPositions(1), kPositions(2), kPositions(3));
         return reinterpret_cast<VecU32>(
-            _mm256_shuffle_epi8(reinterpret_cast<__m256i>(vWords), _mm256_broadcastsi128_si256(vPlaces)));
+            _mm256_shuffle_epi8(reinterpret_cast<__m256i>(v), _mm256_broadcastsi128_si256(vPositions)));
     }
 
-    static VecF32 BitCastToFloat(VecU32 vWords) { return reinterpret_cast<VecF32>(vWords); }
+    static VecF32 BitCastToFloat(VecU32 v) { return reinterpret_cast<VecF32>(v); }
     static VecU32 BitCastToUint(VecF32 vValues) { return reinterpret_cast<VecU32>(vValues); }
-    static VecF32 ConvertToFloat(VecU32 vWords) { return _mm256_cvtepi32_ps(reinterpret_cast<__m256i>(vWords)); }
+    static VecF32 ConvertToFloat(VecU32 v) { return _mm256_cvtepi32_ps(reinterpret_cast<__m256i>(v)); }
     static VecU32 TruncateToInt(VecF32 vValues) { return reinterpret_cast<VecU32>(_mm256_cvttps_epi32(vValues)); }
 
     /// The quotient is the product with the reciprocal, a geometric series. Its first two terms make one float. The
@@ -148,12 +147,12 @@ struct Avx2 {
     /// Scale cuts off first: a shift at the end instead of two. The upper 16 bits of low * gain, with the lowest five
     /// bits cut off, are what the lower half gives to the upper one.
     template <bool Clamped>
-    static VecU32 ApplyGain24(VecU32 vWords, GainVector vGains, const ClampRange& rsLimits)
+    static VecU32 ApplyGain24(VecU32 v, GainVector vGains, const ClampRange& rsLimits)
     {
         const auto vHigh =
-            _mm256_madd_epi16(reinterpret_cast<__m256i>(vWords & 0xFFFF0000), reinterpret_cast<__m256i>(vGains));
+            _mm256_madd_epi16(reinterpret_cast<__m256i>(v & 0xFFFF0000), reinterpret_cast<__m256i>(vGains));
         const auto vLow =
-            _mm256_mulhi_epu16(reinterpret_cast<__m256i>(vWords & 0x0000FFE0), reinterpret_cast<__m256i>(vGains));
+            _mm256_mulhi_epu16(reinterpret_cast<__m256i>(v & 0x0000FFE0), reinterpret_cast<__m256i>(vGains));
         __m256i vScaled = _mm256_add_epi32(vHigh, vLow);
         if constexpr (Clamped) {
             vScaled = _mm256_max_epi32(_mm256_min_epi32(vScaled, reinterpret_cast<__m256i>(rsLimits.vUpper)),
@@ -184,9 +183,9 @@ struct Avx2 {
         return reinterpret_cast<VecU32>(_mm256_blend_epi32(vEven, vOdd, 0xAA));
     }
 
-    static VecU32 ShiftRightArithmetic(VecU32 vWords, int iBits)
+    static VecU32 ShiftRightArithmetic(VecU32 v, int iBits)
     {
-        return reinterpret_cast<VecU32>(_mm256_srai_epi32(reinterpret_cast<__m256i>(vWords), iBits));
+        return reinterpret_cast<VecU32>(_mm256_srai_epi32(reinterpret_cast<__m256i>(v), iBits));
     }
 
     /// The gains of some frames, each repeated for ulBytes bytes, a power of two, in the order of memory or the
@@ -200,15 +199,15 @@ struct Avx2 {
             : m_ulGains(32UL >> __builtin_ctzl(ulBytes)), m_bReverse(bReverse)
         {
             const auto iDoublings = static_cast<Gain>(__builtin_ctzl(ulBytes / sizeof(Gain)));
-            IndexVector vPlaces;
+            IndexVector vPositions;
             for (unsigned i = 0; i < 32 / sizeof(Gain); ++i) {
-                vPlaces[i] = static_cast<Gain>(i);
+                vPositions[i] = static_cast<Gain>(i);
             }
             if constexpr (sizeof(Gain) == 4) {
-                m_vGains = reinterpret_cast<VecU32>(vPlaces < static_cast<Gain>(m_ulGains));
+                m_vGains = reinterpret_cast<VecU32>(vPositions < static_cast<Gain>(m_ulGains));
             }
-            vPlaces >>= iDoublings;
-            m_vIndices = bReverse ? static_cast<Gain>(m_ulGains - 1) - vPlaces : vPlaces;
+            vPositions >>= iDoublings;
+            m_vIndices = bReverse ? static_cast<Gain>(m_ulGains - 1) - vPositions : vPositions;
             if constexpr (sizeof(Gain) == 2) {
                 m_vIndices = (m_vIndices & 7) * 0x0202 + 0x0100; // of both bytes, in the half that holds the gain
             }
@@ -216,13 +215,13 @@ struct Avx2 {
 
         VecU32 Load(const Gain* pGains) const
         {
-            const auto vPlaces = reinterpret_cast<__m256i>(m_vIndices);
+            const auto vPositions = reinterpret_cast<__m256i>(m_vIndices);
             if constexpr (sizeof(Gain) == 2) {
-                return reinterpret_cast<VecU32>(_mm256_shuffle_epi8(LoadHalves(pGains), vPlaces));
+                return reinterpret_cast<VecU32>(_mm256_shuffle_epi8(LoadHalves(pGains), vPositions));
             } else {
                 const __m256i vGains =
                     _mm256_maskload_epi32(reinterpret_cast<const int*>(pGains), reinterpret_cast<__m256i>(m_vGains));
-                return reinterpret_cast<VecU32>(_mm256_permutevar8x32_epi32(vGains, vPlaces));
+                return reinterpret_cast<VecU32>(_mm256_permutevar8x32_epi32(vGains, vPositions));
             }
         }
 
@@ -258,42 +257,42 @@ struct Avx2 {
         VecU32 m_vGains = {}; ///< all ones for each that is read
     };
 
-    template <int ByteShuffle>
-    static constexpr unsigned long kStereoStepFrames = ByteShuffle == 2 ? 16 : 8;
+    template <int Bytes>
+    static constexpr unsigned long kStereoStepFrames = Bytes == 2 ? 16 : 8;
 
     /// The frames of one step of the stereo loops, in registers between loading and storing.
     struct StereoStep {
         VecU32 vFirst; ///< the first half of the frames, or the left channel
         VecU32 vSecond;
 
-        template <int ByteShuffle>
+        template <int Bytes>
         void StoreInterleaved(std::uint8_t* pucStereo) const
         {
             const VecU32 avStereo[] = {vFirst, vSecond};
-            StoreBlock<ByteShuffle == 3 ? 3 : 4>(pucStereo, avStereo);
+            StoreBlock<Bytes == 3 ? 3 : 4>(pucStereo, avStereo);
         }
 
-        template <int ByteShuffle>
+        template <int Bytes>
         void StoreDeinterleaved(std::uint8_t* pucLeft, std::uint8_t* pucRight) const
         {
-            Store<ByteShuffle == 3 ? 3 : 4>(pucLeft, vFirst);
-            Store<ByteShuffle == 3 ? 3 : 4>(pucRight, vSecond);
+            Store<Bytes == 3 ? 3 : 4>(pucLeft, vFirst);
+            Store<Bytes == 3 ? 3 : 4>(pucRight, vSecond);
         }
     };
 
-    template <int ByteShuffle>
+    template <int Bytes>
     static StereoStep LoadInterleaved(const std::uint8_t* pucLeft, const std::uint8_t* pucRight)
     {
         __m256i vFirst;
         __m256i vSecond;
-        if constexpr (ByteShuffle == 2) {
+        if constexpr (Bytes == 2) {
             const __m256i vLeft = Load256(pucLeft);
             const __m256i vRight = Load256(pucRight);
             vFirst = _mm256_unpacklo_epi16(vLeft, vRight);
             vSecond = _mm256_unpackhi_epi16(vLeft, vRight);
         } else {
-            const __m256i vLeft = reinterpret_cast<__m256i>(Load<ByteShuffle>(pucLeft));
-            const __m256i vRight = reinterpret_cast<__m256i>(Load<ByteShuffle>(pucRight));
+            const __m256i vLeft = reinterpret_cast<__m256i>(Load<Bytes>(pucLeft));
+            const __m256i vRight = reinterpret_cast<__m256i>(Load<Bytes>(pucRight));
             vFirst = _mm256_unpacklo_epi32(vLeft, vRight);
             vSecond = _mm256_unpackhi_epi32(vLeft, vRight);
         }
@@ -301,17 +300,17 @@ struct Avx2 {
                 reinterpret_cast<VecU32>(_mm256_permute2x128_si256(vFirst, vSecond, 0x31))};
     }
 
-    template <int ByteShuffle>
+    template <int Bytes>
     static StereoStep LoadDeinterleaved(const std::uint8_t* pucStereo)
     {
-        if constexpr (ByteShuffle == 2) {
+        if constexpr (Bytes == 2) {
             const VecU32 vFirst = Load<4>(pucStereo); // of whole frames
             const VecU32 vSecond = Load<4>(pucStereo + 32);
             return {reinterpret_cast<VecU32>(NarrowTo16<BitAlignment::LsbAligned>(vFirst, vSecond)),
                     reinterpret_cast<VecU32>(NarrowTo16<BitAlignment::MsbAligned>(vFirst, vSecond))};
         } else {
-            const auto vFirst = reinterpret_cast<__m256>(Load<ByteShuffle>(pucStereo));
-            auto vSecond = reinterpret_cast<__m256>(Load<ByteShuffle>(pucStereo + 8UL * ByteShuffle));
+            const auto vFirst = reinterpret_cast<__m256>(Load<Bytes>(pucStereo));
+            auto vSecond = reinterpret_cast<__m256>(Load<Bytes>(pucStereo + 8UL * Bytes));
             __asm__("" : "+x"(vSecond)); // in a register: GCC loads an operand of both shuffles twice otherwise
             return {RestoreLaneOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b10001000)),
                     RestoreLaneOrder(_mm256_shuffle_ps(vFirst, vSecond, 0b11011101))};
@@ -345,12 +344,11 @@ private:
     }
 
     /// The upper three bytes of the words as 24 bytes in a row.
-    static __m256i Pack24(VecU32 vWords)
+    static __m256i Pack24(VecU32 v)
     {
-        const __m256i vHalves =
-            _mm256_shuffle_epi8(reinterpret_cast<__m256i>(vWords),
-                                _mm256_setr_epi8(1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1, 1, 2, 3, 5, 6,
-                                                 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1));
+        const __m256i vHalves = _mm256_shuffle_epi8(
+            reinterpret_cast<__m256i>(v), _mm256_setr_epi8(1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1, 1,
+                                                           2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1));
         return _mm256_permutevar8x32_epi32(vHalves, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
     }
 };

@@ -18,16 +18,16 @@ struct Avx512 {
     using VecU16 = std::uint16_t __attribute__((vector_size(64)));
     using VecF32 = float __attribute__((vector_size(64)));
 
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static VecU32 Load(const std::uint8_t* puc)
     {
-        if constexpr (ByteShuffle == 2 && Alignment == BitAlignment::LsbAligned) {
+        if constexpr (Bytes == 2 && Alignment == BitAlignment::LsbAligned) {
             const __m256i vSamples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc));
             return reinterpret_cast<VecU32>(_mm512_cvtepi16_epi32(vSamples));
-        } else if constexpr (ByteShuffle == 2) {
+        } else if constexpr (Bytes == 2) {
             const __m256i vSamples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc));
             return reinterpret_cast<VecU32>(_mm512_cvtepu16_epi32(vSamples)) << 16;
-        } else if constexpr (ByteShuffle == 3) {
+        } else if constexpr (Bytes == 3) {
             return Unpack24<0>(_mm512_maskz_loadu_epi32(kPacked24Mask, puc));
         } else {
             return reinterpret_cast<VecU32>(_mm512_loadu_si512(puc));
@@ -35,16 +35,16 @@ struct Avx512 {
     }
 
     /// Four vectors in a row, with loads of full width where it pays.
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static void LoadBlock(const std::uint8_t* puc, VecU32 (&rav)[4])
     {
-        if constexpr (ByteShuffle == 2 && Alignment == BitAlignment::MsbAligned) {
+        if constexpr (Bytes == 2 && Alignment == BitAlignment::MsbAligned) {
             for (unsigned long i = 0; i < 4; i += 2) {
                 const __m512i vSamples = _mm512_loadu_si512(puc + i * 32);
                 rav[i] = UpperHalves<0>(vSamples);
                 rav[i + 1] = UpperHalves<16>(vSamples);
             }
-        } else if constexpr (ByteShuffle == 3) {
+        } else if constexpr (Bytes == 3) {
             // Each vector's samples stand in a line from some byte on, or in two and go round the end of the first.
             const __m512i vFirst = _mm512_loadu_si512(puc);
             const __m512i vSecond = _mm512_loadu_si512(puc + 64);
@@ -55,22 +55,22 @@ struct Avx512 {
             rav[3] = Unpack24<16>(vThird);
         } else {
             for (unsigned long i = 0; i < 4; ++i) {
-                rav[i] = Load<ByteShuffle, Alignment>(puc + i * 16 * ByteShuffle);
+                rav[i] = Load<Bytes, Alignment>(puc + i * 16 * Bytes);
             }
         }
     }
 
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
-    static void Store(std::uint8_t* puc, VecU32 vWords)
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
+    static void Store(std::uint8_t* puc, VecU32 v)
     {
-        if constexpr (ByteShuffle == 2) {
-            const VecU32 vLower = Alignment == BitAlignment::MsbAligned ? vWords >> 16 : vWords;
+        if constexpr (Bytes == 2) {
+            const VecU32 vLower = Alignment == BitAlignment::MsbAligned ? v >> 16 : v;
             const __m256i vSamples = _mm512_cvtepi32_epi16(reinterpret_cast<__m512i>(vLower));
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), vSamples);
-        } else if constexpr (ByteShuffle == 3) {
-            _mm512_mask_storeu_epi32(puc, kPacked24Mask, Pack24<0>(vWords));
+        } else if constexpr (Bytes == 3) {
+            _mm512_mask_storeu_epi32(puc, kPacked24Mask, Pack24<0>(v));
         } else {
-            _mm512_storeu_si512(puc, reinterpret_cast<__m512i>(vWords));
+            _mm512_storeu_si512(puc, reinterpret_cast<__m512i>(v));
         }
     }
 
@@ -81,13 +81,13 @@ struct Avx512 {
     static void FenceStreamingStores() { _mm_sfence(); }
 
     /// Four vectors in a row, with stores of full width; Streamed ones need an address at the beginning of a line.
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false>
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false>
     static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[4])
     {
-        if constexpr (ByteShuffle == 2) {
+        if constexpr (Bytes == 2) {
             StoreCacheLine<Streamed>(puc, NarrowTo16<Alignment>(rav[0], rav[1]));
             StoreCacheLine<Streamed>(puc + 64, NarrowTo16<Alignment>(rav[2], rav[3]));
-        } else if constexpr (ByteShuffle == 3) {
+        } else if constexpr (Bytes == 3) {
             const __m512i vSecond = Pack24<48>(rav[1]);
             const __m512i vThird = Pack24<32>(rav[2]);
             StoreCacheLine<Streamed>(puc, _mm512_mask_blend_epi64(0b11000000, Pack24<0>(rav[0]), vSecond));
@@ -108,26 +108,26 @@ struct Avx512 {
         return reinterpret_cast<VecU32>(_mm512_maskz_loadu_epi8((std::uint64_t{1} << ulBytes) - 1, puc));
     }
 
-    static void StorePartial(std::uint8_t* puc, unsigned long ulBytes, VecU32 vWords)
+    static void StorePartial(std::uint8_t* puc, unsigned long ulBytes, VecU32 v)
     {
-        _mm512_mask_storeu_epi8(puc, (std::uint64_t{1} << ulBytes) - 1, reinterpret_cast<__m512i>(vWords));
+        _mm512_mask_storeu_epi8(puc, (std::uint64_t{1} << ulBytes) - 1, reinterpret_cast<__m512i>(v));
     }
 
     template <int First, int Second, int Third, int Fourth>
-    static VecU32 ShuffleBytes(VecU32 vWords)
+    static VecU32 ShuffleBytes(VecU32 v)
     {
-        constexpr auto kPlaces = [](int iWord) {
-            const auto Byte = [iWord](int iPlace) { return iPlace < 0 ? 0x80 : iPlace + 4 * iWord; };
+        constexpr auto kPositions = [](int iWord) {
+            const auto Byte = [iWord](int iPosition) { return iPosition < 0 ? 0x80 : iPosition + 4 * iWord; };
             return Byte(First) | Byte(Second) << 8 | Byte(Third) << 16 | Byte(Fourth) << 24;
         };
-        const __m128i vPlaces = _mm_setr_epi32(kPlaces(0), kPlaces(1), kPlaces(2), kPlaces(3));
+        const __m128i vPositions = _mm_setr_epi32(kPositions(0), kPositions(1), kPositions(2), kPositions(3));
         return reinterpret_cast<VecU32>(
-            _mm512_shuffle_epi8(reinterpret_cast<__m512i>(vWords), _mm512_broadcast_i32x4(vPlaces)));
+            _mm512_shuffle_epi8(reinterpret_cast<__m512i>(v), _mm512_broadcast_i32x4(vPositions)));
     }
 
-    static VecF32 BitCastToFloat(VecU32 vWords) { return reinterpret_cast<VecF32>(vWords); }
+    static VecF32 BitCastToFloat(VecU32 v) { return reinterpret_cast<VecF32>(v); }
     static VecU32 BitCastToUint(VecF32 vValues) { return reinterpret_cast<VecU32>(vValues); }
-    static VecF32 ConvertToFloat(VecU32 vWords) { return _mm512_cvtepi32_ps(reinterpret_cast<__m512i>(vWords)); }
+    static VecF32 ConvertToFloat(VecU32 v) { return _mm512_cvtepi32_ps(reinterpret_cast<__m512i>(v)); }
     static VecU32 TruncateToInt(VecF32 vValues) { return reinterpret_cast<VecU32>(_mm512_cvttps_epi32(vValues)); }
 
     /// As Avx2 does.
@@ -165,12 +165,12 @@ struct Avx512 {
 
     /// As Avx2 does.
     template <bool Clamped>
-    static VecU32 ApplyGain24(VecU32 vWords, GainVector vGains, const ClampRange& rsLimits)
+    static VecU32 ApplyGain24(VecU32 v, GainVector vGains, const ClampRange& rsLimits)
     {
         const auto vHigh =
-            _mm512_madd_epi16(reinterpret_cast<__m512i>(vWords & 0xFFFF0000), reinterpret_cast<__m512i>(vGains));
+            _mm512_madd_epi16(reinterpret_cast<__m512i>(v & 0xFFFF0000), reinterpret_cast<__m512i>(vGains));
         const auto vLow =
-            _mm512_mulhi_epu16(reinterpret_cast<__m512i>(vWords & 0x0000FFE0), reinterpret_cast<__m512i>(vGains));
+            _mm512_mulhi_epu16(reinterpret_cast<__m512i>(v & 0x0000FFE0), reinterpret_cast<__m512i>(vGains));
         __m512i vScaled = _mm512_add_epi32(vHigh, vLow);
         if constexpr (Clamped) {
             vScaled = _mm512_max_epi32(_mm512_min_epi32(vScaled, reinterpret_cast<__m512i>(rsLimits.vUpper)),
@@ -201,9 +201,9 @@ struct Avx512 {
         return reinterpret_cast<VecU32>(_mm512_mask_blend_epi32(0xAAAA, vEven, vOdd));
     }
 
-    static VecU32 ShiftRightArithmetic(VecU32 vWords, unsigned iBits)
+    static VecU32 ShiftRightArithmetic(VecU32 v, unsigned iBits)
     {
-        return reinterpret_cast<VecU32>(_mm512_srai_epi32(reinterpret_cast<__m512i>(vWords), iBits));
+        return reinterpret_cast<VecU32>(_mm512_srai_epi32(reinterpret_cast<__m512i>(v), iBits));
     }
 
     /// The gains of some frames, each repeated for ulBytes bytes, a power of two, in the order of memory or the
@@ -217,12 +217,12 @@ struct Avx512 {
             : m_ulLast((64UL >> __builtin_ctzl(ulBytes)) - 1), m_ulGains((std::uint64_t{2} << m_ulLast) - 1),
               m_bReverse(bReverse)
         {
-            IndexVector vPlaces;
+            IndexVector vPositions;
             for (unsigned i = 0; i < 64 / sizeof(Gain); ++i) {
-                vPlaces[i] = static_cast<Gain>(i);
+                vPositions[i] = static_cast<Gain>(i);
             }
-            vPlaces >>= static_cast<Gain>(__builtin_ctzl(ulBytes / sizeof(Gain)));
-            m_vIndices = bReverse ? static_cast<Gain>(m_ulLast) - vPlaces : vPlaces;
+            vPositions >>= static_cast<Gain>(__builtin_ctzl(ulBytes / sizeof(Gain)));
+            m_vIndices = bReverse ? static_cast<Gain>(m_ulLast) - vPositions : vPositions;
         }
 
         VecU32 Load(const Gain* pGains) const { return Load(pGains, m_ulGains); }
@@ -237,13 +237,13 @@ struct Avx512 {
     private:
         VecU32 Load(const Gain* pGains, std::uint64_t ulMask) const
         {
-            const auto vPlaces = reinterpret_cast<__m512i>(m_vIndices);
+            const auto vPositions = reinterpret_cast<__m512i>(m_vIndices);
             if constexpr (sizeof(Gain) == 2) {
                 const __m512i vGains = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(ulMask), pGains);
-                return reinterpret_cast<VecU32>(_mm512_permutexvar_epi16(vPlaces, vGains));
+                return reinterpret_cast<VecU32>(_mm512_permutexvar_epi16(vPositions, vGains));
             } else {
                 const __m512i vGains = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(ulMask), pGains);
-                return reinterpret_cast<VecU32>(_mm512_permutexvar_epi32(vPlaces, vGains));
+                return reinterpret_cast<VecU32>(_mm512_permutexvar_epi32(vPositions, vGains));
             }
         }
 
@@ -253,19 +253,19 @@ struct Avx512 {
         IndexVector m_vIndices;
     };
 
-    template <int ByteShuffle>
-    static constexpr unsigned long kStereoStepFrames = Avx2::kStereoStepFrames<ByteShuffle>;
+    template <int Bytes>
+    static constexpr unsigned long kStereoStepFrames = Avx2::kStereoStepFrames<Bytes>;
 
-    template <int ByteShuffle>
+    template <int Bytes>
     static auto LoadInterleaved(const std::uint8_t* pucLeft, const std::uint8_t* pucRight)
     {
-        return Avx2::LoadInterleaved<ByteShuffle>(pucLeft, pucRight);
+        return Avx2::LoadInterleaved<Bytes>(pucLeft, pucRight);
     }
 
-    template <int ByteShuffle>
+    template <int Bytes>
     static auto LoadDeinterleaved(const std::uint8_t* pucStereo)
     {
-        return Avx2::LoadDeinterleaved<ByteShuffle>(pucStereo);
+        return Avx2::LoadDeinterleaved<Bytes>(pucStereo);
     }
 
 private:
@@ -287,9 +287,9 @@ private:
         if constexpr (Alignment == BitAlignment::MsbAligned) {
             constexpr VecU16 kUpper = {1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31,
                                        1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31};
-            const auto vPlaces = reinterpret_cast<__m512i>(kUpper);
-            return _mm512_mask_blend_epi64(0b11110000, _mm512_permutexvar_epi16(vPlaces, v1),
-                                           _mm512_permutexvar_epi16(vPlaces, v2));
+            const auto vPositions = reinterpret_cast<__m512i>(kUpper);
+            return _mm512_mask_blend_epi64(0b11110000, _mm512_permutexvar_epi16(vPositions, v1),
+                                           _mm512_permutexvar_epi16(vPositions, v2));
         } else {
             constexpr VecU16 kLower = {0,  2,  4,  6,  8,  10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30,
                                        32, 34, 36, 38, 40, 42, 44, 46, 48, 50, 52, 54, 56, 58, 60, 62};
@@ -301,21 +301,21 @@ private:
     template <std::uint16_t First>
     static VecU32 UpperHalves(__m512i vSamples)
     {
-        constexpr VecU16 kPlaces = VecU16{0, 0, 0, 1, 0, 2,  0, 3,  0, 4,  0, 5,  0, 6,  0, 7,
-                                          0, 8, 0, 9, 0, 10, 0, 11, 0, 12, 0, 13, 0, 14, 0, 15} +
-                                   First;
+        constexpr VecU16 kPositions = VecU16{0, 0, 0, 1, 0, 2,  0, 3,  0, 4,  0, 5,  0, 6,  0, 7,
+                                             0, 8, 0, 9, 0, 10, 0, 11, 0, 12, 0, 13, 0, 14, 0, 15} +
+                                      First;
         return reinterpret_cast<VecU32>(
-            _mm512_maskz_permutexvar_epi16(0xAAAAAAAA, reinterpret_cast<__m512i>(kPlaces), vSamples));
+            _mm512_maskz_permutexvar_epi16(0xAAAAAAAA, reinterpret_cast<__m512i>(kPositions), vSamples));
     }
 
     /// For each byte of a register the one that goes there.
     struct alignas(64) IndexVector {
         std::uint8_t auc[64];
 
-        explicit constexpr IndexVector(int (*pfnPlace)(int iByte)) : auc()
+        explicit constexpr IndexVector(int (*pfnPosition)(int iByte)) : auc()
         {
             for (int i = 0; i < 64; ++i) {
-                auc[i] = static_cast<std::uint8_t>(pfnPlace(i));
+                auc[i] = static_cast<std::uint8_t>(pfnPosition(i));
             }
         }
     };
@@ -325,18 +325,18 @@ private:
     template <int First>
     static VecU32 Unpack24(__m512i vPacked)
     {
-        static constexpr IndexVector kPlaces([](int i) { return (First + i / 4 * 3 + (i + 3) % 4) % 64; });
+        static constexpr IndexVector kPositions([](int i) { return (First + i / 4 * 3 + (i + 3) % 4) % 64; });
         return reinterpret_cast<VecU32>(
-            _mm512_maskz_permutexvar_epi8(0xEEEEEEEEEEEEEEEE, _mm512_load_si512(kPlaces.auc), vPacked));
+            _mm512_maskz_permutexvar_epi8(0xEEEEEEEEEEEEEEEE, _mm512_load_si512(kPositions.auc), vPacked));
     }
 
     /// The inverse; of the 16 bytes that are left nothing is said.
     template <int First>
-    static __m512i Pack24(VecU32 vWords)
+    static __m512i Pack24(VecU32 v)
     {
-        static constexpr IndexVector kPlaces(
+        static constexpr IndexVector kPositions(
             [](int i) { return (i + 64 - First) % 64 / 3 * 4 % 64 + (i + 64 - First) % 64 % 3 + 1; });
-        return _mm512_permutexvar_epi8(_mm512_load_si512(kPlaces.auc), reinterpret_cast<__m512i>(vWords));
+        return _mm512_permutexvar_epi8(_mm512_load_si512(kPositions.auc), reinterpret_cast<__m512i>(v));
     }
 };
 

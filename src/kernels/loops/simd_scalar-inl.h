@@ -25,15 +25,15 @@ struct Scalar {
     using VecF32 = float;
 
     /// Bytes is the size of a sample in memory.
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static VecU32 Load(const std::uint8_t* puc)
     {
-        if constexpr (ByteShuffle == 2) {
+        if constexpr (Bytes == 2) {
             std::int16_t sSample;
             __builtin_memcpy(&sSample, puc, 2);
             return Alignment == BitAlignment::MsbAligned ? static_cast<VecU32>(sSample) << 16
                                                          : static_cast<VecU32>(sSample);
-        } else if constexpr (ByteShuffle == 3) {
+        } else if constexpr (Bytes == 3) {
             return static_cast<VecU32>(puc[0]) << 8 | static_cast<VecU32>(puc[1]) << 16 |
                    static_cast<VecU32>(puc[2]) << 24;
         } else {
@@ -43,14 +43,14 @@ struct Scalar {
         }
     }
 
-    template <int ByteShuffle, BitAlignment Alignment = BitAlignment::MsbAligned>
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static void Store(std::uint8_t* puc, VecU32 ulWord)
     {
-        if constexpr (ByteShuffle == 2) {
+        if constexpr (Bytes == 2) {
             const auto usSample =
                 static_cast<std::uint16_t>(Alignment == BitAlignment::MsbAligned ? ulWord >> 16 : ulWord);
             __builtin_memcpy(puc, &usSample, 2);
-        } else if constexpr (ByteShuffle == 3) {
+        } else if constexpr (Bytes == 3) {
             puc[0] = static_cast<std::uint8_t>(ulWord >> 8);
             puc[1] = static_cast<std::uint8_t>(ulWord >> 16);
             puc[2] = static_cast<std::uint8_t>(ulWord >> 24);
@@ -113,17 +113,17 @@ struct Scalar {
     }
 
     /// The frames of one step of the stereo loops. 1 stands for loops without steps.
-    template <int ByteShuffle>
+    template <int Bytes>
     static constexpr unsigned long kStereoStepFrames = 1;
 
 private:
-    template <int Place>
+    template <int Position>
     static VecU32 ExtractByte(VecU32 ulWord)
     {
-        if constexpr (Place < 0) {
+        if constexpr (Position < 0) {
             return 0;
         } else {
-            return ulWord >> 8 * Place & 0xFF;
+            return ulWord >> 8 * Position & 0xFF;
         }
     }
 };

@@ -12,20 +12,20 @@ namespace {
 
 /// Elements of 3 and 6 bytes are spread to slots of 4 and 8; their halves are moved as 16 bytes all the same, of which
 /// the last 4 are not theirs.
-template <int ByteShuffle>
+template <int Bytes>
 struct TileAvx2 {
-    static constexpr int kSlotBytes = ByteShuffle % 3 == 0 ? ByteShuffle / 3 * 4 : ByteShuffle;
+    static constexpr int kSlotBytes = Bytes % 3 == 0 ? Bytes / 3 * 4 : Bytes;
     static constexpr unsigned long kLaneElements = 16 / kSlotBytes; ///< elements of a half
-    static constexpr int kBytes = ByteShuffle;
+    static constexpr int kBytes = Bytes;
     static constexpr bool kUsesMaskedStores = false;
     static constexpr bool kHasMaskedEdge = false; ///< of what is no tile
     static constexpr bool kPrefersTiles = false;  ///< the steps of two streams in stereo.inc
     static constexpr unsigned long kLanesPerHalf = 1;
     static constexpr unsigned long kFrames = 2 * kLaneElements;
-    static constexpr unsigned long kVectorBytes = kFrames * ByteShuffle;
+    static constexpr unsigned long kVectorBytes = kFrames * Bytes;
     static constexpr unsigned long kOverrunBytes =
-        16 - kLaneElements * ByteShuffle; ///< bytes that a lane is read and written too far
-    static constexpr unsigned long kOverrunFrames = (kOverrunBytes + ByteShuffle - 1) / ByteShuffle;
+        16 - kLaneElements * Bytes; ///< bytes that a lane is read and written too far
+    static constexpr unsigned long kOverrunFrames = (kOverrunBytes + Bytes - 1) / Bytes;
 
     static constexpr unsigned long kMaxPlanes = 2 * kLaneElements; ///< the streams of the widest tile
     static constexpr unsigned long kMaxPlanesContiguous = kMaxPlanes;
@@ -39,7 +39,7 @@ struct TileAvx2 {
             return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc));
         } else {
             return Unpack(_mm256_inserti128_si256(_mm256_castsi128_si256(LoadLane(puc)),
-                                                  LoadLane(puc + kLaneElements * ByteShuffle), 1));
+                                                  LoadLane(puc + kLaneElements * Bytes), 1));
         }
     }
 
@@ -56,7 +56,7 @@ struct TileAvx2 {
         } else {
             const VectorType vPacked = Pack(v);
             StoreLane<false>(puc, _mm256_castsi256_si128(vPacked));
-            StoreLane<Exact>(puc + kLaneElements * ByteShuffle, _mm256_extracti128_si256(vPacked, 1));
+            StoreLane<Exact>(puc + kLaneElements * Bytes, _mm256_extracti128_si256(vPacked, 1));
         }
     }
 
@@ -78,51 +78,51 @@ struct TileAvx2 {
 
     /// From rows of streams to rows of the mux in their order. The lanes are shuffled each by itself; then two lanes
     /// that follow each other in the mux come together.
-    template <unsigned long Streams, MuxLayout Layout>
+    template <unsigned long Planes, MuxLayout Layout>
     static void Interleave(VectorType* av)
     {
         if constexpr (Layout == MuxLayout::Lanes) {
             UnpackStages<kLaneElements, kLaneElements>(av);
-        } else if constexpr (Streams == 2 * kLaneElements) {
+        } else if constexpr (Planes == 2 * kLaneElements) {
             UnpackStages<kLaneElements, kLaneElements>(av);
             UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 CombineLanes(av[i], av[i + kLaneElements]);
             }
         } else {
-            UnpackStages<Streams, Streams>(av);
-            VectorType avLanes[Streams];
-            for (unsigned long i = 0; i < Streams / 2; ++i) {
+            UnpackStages<Planes, Planes>(av);
+            VectorType avLanes[Planes];
+            for (unsigned long i = 0; i < Planes / 2; ++i) {
                 avLanes[i] = av[2 * i];
-                avLanes[i + Streams / 2] = av[2 * i + 1];
-                CombineLanes(avLanes[i], avLanes[i + Streams / 2]);
+                avLanes[i + Planes / 2] = av[2 * i + 1];
+                CombineLanes(avLanes[i], avLanes[i + Planes / 2]);
             }
-            for (unsigned long i = 0; i < Streams; ++i) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = avLanes[i];
             }
         }
     }
 
-    template <unsigned long Streams, MuxLayout Layout>
+    template <unsigned long Planes, MuxLayout Layout>
     static void Deinterleave(VectorType* av)
     {
         if constexpr (Layout == MuxLayout::Lanes) {
             UnpackStages<kLaneElements, kLaneElements>(av);
-        } else if constexpr (Streams == 2 * kLaneElements) {
+        } else if constexpr (Planes == 2 * kLaneElements) {
             UnpackStages<kLaneElements, kLaneElements>(av);
             UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 CombineLanes(av[i], av[i + kLaneElements]);
             }
         } else {
-            VectorType avLanes[Streams];
-            for (unsigned long i = 0; i < Streams / 2; ++i) {
+            VectorType avLanes[Planes];
+            for (unsigned long i = 0; i < Planes / 2; ++i) {
                 avLanes[2 * i] = av[i];
-                avLanes[2 * i + 1] = av[i + Streams / 2];
+                avLanes[2 * i + 1] = av[i + Planes / 2];
                 CombineLanes(avLanes[2 * i], avLanes[2 * i + 1]);
             }
-            UnpackStages<Streams, kLaneElements>(avLanes);
-            for (unsigned long i = 0; i < Streams; ++i) {
+            UnpackStages<Planes, kLaneElements>(avLanes);
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = avLanes[i];
             }
         }
@@ -172,10 +172,10 @@ private:
     /// Elements side by side to elements in their slots.
     static VectorType Unpack(VectorType v)
     {
-        if constexpr (ByteShuffle == 3) {
+        if constexpr (Bytes == 3) {
             return _mm256_shuffle_epi8(
                 v, BroadcastLane(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1)));
-        } else if constexpr (ByteShuffle == 6) {
+        } else if constexpr (Bytes == 6) {
             return _mm256_shuffle_epi8(
                 v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 3, 4, 5, -1, -1, 6, 7, 8, 9, 10, 11, -1, -1)));
         } else {
@@ -185,10 +185,10 @@ private:
 
     static VectorType Pack(VectorType v)
     {
-        if constexpr (ByteShuffle == 3) {
+        if constexpr (Bytes == 3) {
             return _mm256_shuffle_epi8(
                 v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
-        } else if constexpr (ByteShuffle == 6) {
+        } else if constexpr (Bytes == 6) {
             return _mm256_shuffle_epi8(
                 v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1)));
         } else {

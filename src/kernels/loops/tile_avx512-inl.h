@@ -11,7 +11,7 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-template <int ByteShuffle>
+template <int Bytes>
 struct SlotIndex;
 template <>
 struct SlotIndex<2> {
@@ -27,17 +27,17 @@ struct SlotIndex<8> {
 };
 
 /// Elements of 3 and 6 bytes are spread to slots of 4 and 8 between loading and storing.
-template <int ByteShuffle>
+template <int Bytes>
 struct TileAvx512 {
-    static constexpr int kBytes = ByteShuffle;
+    static constexpr int kBytes = Bytes;
     static constexpr bool kHasMaskedEdge = true; ///< of what is no tile
     static constexpr bool kPrefersTiles = true;  ///< the steps of two streams in stereo.inc
-    static constexpr int kSlotBytes = ByteShuffle % 3 == 0 ? ByteShuffle / 3 * 4 : ByteShuffle;
-    static constexpr bool kIsPacked = kSlotBytes != ByteShuffle;
+    static constexpr int kSlotBytes = Bytes % 3 == 0 ? Bytes / 3 * 4 : Bytes;
+    static constexpr bool kIsPacked = kSlotBytes != Bytes;
     static constexpr unsigned long kLaneElements = 16 / kSlotBytes; ///< elements of a lane
     static constexpr unsigned long kLanesPerHalf = 2;
     static constexpr unsigned long kFrames = 4 * kLaneElements;
-    static constexpr unsigned long kVectorBytes = kFrames * ByteShuffle;
+    static constexpr unsigned long kVectorBytes = kFrames * Bytes;
     static constexpr bool kUsesMaskedStores = kIsPacked;
     static constexpr unsigned long kOverrunBytes = kIsPacked ? 16 : 0; ///< bytes that a row or half is written too far
     static constexpr unsigned long kOverrunFrames = 0;
@@ -68,7 +68,7 @@ struct TileAvx512 {
     static constexpr unsigned long kMaxPlanes = kSlotBytes == 8 ? 4 * kLaneElements : 2 * kLaneElements;
     /// The same where the mux has no other streams: sixteen elements of 4 bytes fill a register, too.
     static constexpr unsigned long kMaxPlanesContiguous =
-        kSlotBytes == 8 || ByteShuffle == 4 ? 4 * kLaneElements : 2 * kLaneElements;
+        kSlotBytes == 8 || Bytes == 4 ? 4 * kLaneElements : 2 * kLaneElements;
 
     /// A line of the mux that another one follows, which repairs what is written too far.
     static void StoreWithOverrun(std::uint8_t* puc, VectorType v) { _mm512_storeu_si512(puc, v); }
@@ -108,31 +108,31 @@ struct TileAvx512 {
 
     /// From rows of streams to rows of the mux in their order, which are lines of a mux that has no other streams or
     /// else pairs of halves.
-    template <unsigned long Streams, MuxLayout Layout>
+    template <unsigned long Planes, MuxLayout Layout>
     static void Interleave(VectorType* av)
     {
         if constexpr (Layout == MuxLayout::Lanes) {
-            for (unsigned long i = 0; i < Streams; ++i) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Unpack<kUnpackContiguous>(av[i]);
             }
             UnpackStages<kLaneElements, kLaneElements>(av);
-            for (unsigned long i = 0; i < Streams; ++i) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Pack<kPackLanes>(av[i]);
             }
-        } else if constexpr (Streams == 4 * kLaneElements) {
-            for (unsigned long i = 0; i < Streams; ++i) {
+        } else if constexpr (Planes == 4 * kLaneElements) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Unpack<kUnpackContiguous>(av[i]);
             }
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 TransposeLanes(av + i);
             }
-            for (unsigned long i = 0; i < Streams; i += kLaneElements) {
+            for (unsigned long i = 0; i < Planes; i += kLaneElements) {
                 UnpackStages<kLaneElements, kLaneElements>(av + i);
             }
-            for (unsigned long i = 0; i < Streams; ++i) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Pack<kPackContiguous>(av[i]);
             }
-        } else if constexpr (Streams == 2 * kLaneElements) {
+        } else if constexpr (Planes == 2 * kLaneElements) {
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 const VectorType v = PermuteUnpacked<kWideFirst>(av[i], av[i + kLaneElements]);
                 av[i + kLaneElements] = PermuteUnpacked<kWideSecond>(av[i], av[i + kLaneElements]);
@@ -140,35 +140,35 @@ struct TileAvx512 {
             }
             UnpackStages<kLaneElements, kLaneElements>(av);
             UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
-            for (unsigned long i = 0; i < Streams; ++i) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Pack < (Layout == MuxLayout::Contiguous) ? kPackContiguous : kPackHalves > (av[i]);
             }
         } else {
-            for (unsigned long i = 0; i < Streams; ++i) {
-                av[i] = PermuteUnpacked<kNarrowOrder<Streams>>(av[i], av[i]);
+            for (unsigned long i = 0; i < Planes; ++i) {
+                av[i] = PermuteUnpacked<kNarrowOrder<Planes>>(av[i], av[i]);
             }
-            UnpackStages<Streams, Streams>(av);
-            for (unsigned long i = 0; i < Streams; ++i) {
+            UnpackStages<Planes, Planes>(av);
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Pack<kPackContiguous>(av[i]);
             }
         }
     }
 
-    template <unsigned long Streams, MuxLayout Layout>
+    template <unsigned long Planes, MuxLayout Layout>
     static void Deinterleave(VectorType* av)
     {
         if constexpr (Layout == MuxLayout::Lanes) {
-            for (unsigned long i = 0; i < Streams; ++i) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Unpack<kUnpackLanes>(av[i]);
             }
             UnpackStages<kLaneElements, kLaneElements>(av);
-            for (unsigned long i = 0; i < Streams; ++i) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Pack<kPackContiguous>(av[i]);
             }
-        } else if constexpr (Streams == 4 * kLaneElements) {
-            Interleave<Streams, Layout>(av); // the same transposition
-        } else if constexpr (Streams == 2 * kLaneElements) {
-            for (unsigned long i = 0; i < Streams; ++i) {
+        } else if constexpr (Planes == 4 * kLaneElements) {
+            Interleave<Planes, Layout>(av); // the same transposition
+        } else if constexpr (Planes == 2 * kLaneElements) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Unpack < Layout == MuxLayout::Contiguous ? kUnpackContiguous : kUnpackHalves > (av[i]);
             }
             UnpackStages<kLaneElements, kLaneElements>(av);
@@ -179,28 +179,28 @@ struct TileAvx512 {
                 av[i] = v;
             }
         } else {
-            for (unsigned long i = 0; i < Streams; ++i) {
+            for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = Unpack<kUnpackContiguous>(av[i]);
             }
-            UnpackStages<Streams, kLaneElements>(av);
-            for (unsigned long i = 0; i < Streams; ++i) {
-                av[i] = PermuteToPacked<kNarrowInverse<Streams>>(av[i], av[i]);
+            UnpackStages<Planes, kLaneElements>(av);
+            for (unsigned long i = 0; i < Planes; ++i) {
+                av[i] = PermuteToPacked<kNarrowInverse<Planes>>(av[i], av[i]);
             }
         }
     }
 
-    /// What is no tile: up to kLaneElements streams from ulStream on, in any frames. Masks keep to the elements.
+    /// What is no tile: up to kLaneElements streams from ulPlane on, in any frames. Masks keep to the elements.
     static void InterleaveMasked(const void* const* ppvPlanes, unsigned long ulCount, std::uint8_t* pucMux,
                                  unsigned long ulFrameBytes, unsigned long ulFrom, unsigned long ulTo)
     {
-        const __mmask16 usPiece = static_cast<__mmask16>(ByteMask(ulCount * ByteShuffle));
+        const __mmask16 usPiece = static_cast<__mmask16>(ByteMask(ulCount * Bytes));
         for (unsigned long f = ulFrom; f < ulTo; f += kFrames) {
             const unsigned long ulFrames = ulTo - f < kFrames ? ulTo - f : kFrames;
-            const __mmask64 ullRow = ByteMask(ulFrames * ByteShuffle);
+            const __mmask64 ullRow = ByteMask(ulFrames * Bytes);
             VectorType av[kLaneElements];
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                const void* pvStream = ppvPlanes[i < ulCount ? i : 0];
-                const auto* puc = static_cast<const std::uint8_t*>(pvStream) + f * ByteShuffle;
+                const void* pvPlane = ppvPlanes[i < ulCount ? i : 0];
+                const auto* puc = static_cast<const std::uint8_t*>(pvPlane) + f * Bytes;
                 av[i] = Unpack<kUnpackContiguous>(_mm512_maskz_loadu_epi8(ullRow, puc));
             }
             UnpackStages<kLaneElements, kLaneElements>(av);
@@ -219,7 +219,7 @@ struct TileAvx512 {
     static void DeinterleaveMasked(const std::uint8_t* pucMux, unsigned long ulFrameBytes, void* const* ppvPlanes,
                                    unsigned long ulCount, unsigned long ulFrom, unsigned long ulTo)
     {
-        const __mmask16 usPiece = static_cast<__mmask16>(ByteMask(ulCount * ByteShuffle));
+        const __mmask16 usPiece = static_cast<__mmask16>(ByteMask(ulCount * Bytes));
         for (unsigned long f = ulFrom; f < ulTo; f += kFrames) {
             const unsigned long ulFrames = ulTo - f < kFrames ? ulTo - f : kFrames;
             std::uint8_t aucLanes[kLaneElements * 64] = {};
@@ -232,10 +232,10 @@ struct TileAvx512 {
                 av[i] = Unpack<kUnpackLanes>(_mm512_loadu_si512(aucLanes + i * 64));
             }
             UnpackStages<kLaneElements, kLaneElements>(av);
-            const __mmask64 ullRow = ByteMask(ulFrames * ByteShuffle);
+            const __mmask64 ullRow = ByteMask(ulFrames * Bytes);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 if (i < ulCount) {
-                    _mm512_mask_storeu_epi8(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * ByteShuffle, ullRow,
+                    _mm512_mask_storeu_epi8(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Bytes, ullRow,
                                             Pack<kPackContiguous>(av[i]));
                 }
             }
@@ -255,31 +255,31 @@ private:
 
     static constexpr unsigned long Lane(unsigned long i) { return i / kLaneElements; }
 
-    /// Of a mux with Streams streams, each row is a line of four lanes.
-    template <unsigned long Streams>
+    /// Of a mux with Planes streams, each row is a line of four lanes.
+    template <unsigned long Planes>
     static constexpr unsigned long NarrowFrame(unsigned long i)
     {
-        constexpr unsigned long kOfLane = kLaneElements / Streams;
+        constexpr unsigned long kOfLane = kLaneElements / Planes;
         return i % kLaneElements / kOfLane * 4 * kOfLane + Lane(i) * kOfLane + i % kOfLane;
     }
 
     /// Of a wide mux, each row is a half of two frames, the second stream's lanes beside the first one's.
     static constexpr unsigned long WideFrame(unsigned long i) { return i % kLaneElements * 2 + Lane(i) / 2; }
 
-    template <unsigned long Streams>
+    template <unsigned long Planes>
     static constexpr Permutation kNarrowOrder = [] {
         Permutation s{};
         for (unsigned long i = 0; i < kFrames; ++i) {
-            s.aucElement[i] = static_cast<std::uint8_t>(NarrowFrame<Streams>(i));
+            s.aucElement[i] = static_cast<std::uint8_t>(NarrowFrame<Planes>(i));
         }
         return s;
     }();
 
-    template <unsigned long Streams>
+    template <unsigned long Planes>
     static constexpr Permutation kNarrowInverse = [] {
         Permutation s{};
         for (unsigned long i = 0; i < kFrames; ++i) {
-            s.aucElement[NarrowFrame<Streams>(i)] = static_cast<std::uint8_t>(i);
+            s.aucElement[NarrowFrame<Planes>(i)] = static_cast<std::uint8_t>(i);
         }
         return s;
     }();
@@ -333,7 +333,7 @@ private:
         Bytes64 s{};
         for (unsigned long i = 0; i < 64; ++i) {
             const unsigned long ulElement = rOrder.aucElement[i / kSlotBytes];
-            const unsigned long ulByte = ulElement % kFrames * ByteShuffle + i % kSlotBytes % ByteShuffle;
+            const unsigned long ulByte = ulElement % kFrames * Bytes + i % kSlotBytes % Bytes;
             s.auc[i] = static_cast<std::uint8_t>(ulElement / kFrames * 64 + ulByte);
         }
         return s;
@@ -343,8 +343,8 @@ private:
     template <const Permutation& rOrder>
     static constexpr Bytes64 kPackIndices = [] {
         Bytes64 s{};
-        for (unsigned long i = 0; i < kFrames * ByteShuffle; ++i) {
-            s.auc[i] = static_cast<std::uint8_t>(rOrder.aucElement[i / ByteShuffle] * kSlotBytes + i % ByteShuffle);
+        for (unsigned long i = 0; i < kFrames * Bytes; ++i) {
+            s.auc[i] = static_cast<std::uint8_t>(rOrder.aucElement[i / Bytes] * kSlotBytes + i % Bytes);
         }
         return s;
     }();
@@ -352,8 +352,8 @@ private:
     /// Packed elements stand side by side in lines, or only in each half, or only in each lane, at its beginning.
     static constexpr unsigned long PackedByte(unsigned long ulSlotByte, unsigned long ulPart)
     {
-        const unsigned long ulByte = ulSlotByte / kSlotBytes * ByteShuffle + ulSlotByte % kSlotBytes % ByteShuffle;
-        const unsigned long ulBytes = ulPart / kSlotBytes * ByteShuffle;
+        const unsigned long ulByte = ulSlotByte / kSlotBytes * Bytes + ulSlotByte % kSlotBytes % Bytes;
+        const unsigned long ulBytes = ulPart / kSlotBytes * Bytes;
         return ulByte / ulBytes * ulPart + ulByte % ulBytes;
     }
 
@@ -370,7 +370,7 @@ private:
     {
         Bytes64 s{};
         for (unsigned long i = 0; i < 64; ++i) {
-            if (i % kSlotBytes < ByteShuffle) {
+            if (i % kSlotBytes < Bytes) {
                 s.auc[PackedByte(i, ulPart)] = static_cast<std::uint8_t>(i);
             }
         }

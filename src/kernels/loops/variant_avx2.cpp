@@ -11,8 +11,8 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 using NativeSimd = Avx2;
-template <int ByteShuffle>
-using TilesOf = TileList<TileAvx2<ByteShuffle>>;
+template <int Bytes>
+using TilesOf = TileList<TileAvx2<Bytes>>;
 } // namespace
 } // namespace zta::loops::ZTA_LOOP_VARIANT
 

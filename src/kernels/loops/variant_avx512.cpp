@@ -14,8 +14,8 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 using NativeSimd = Avx512;
-template <int ByteShuffle>
-using TilesOf = TileList<TileAvx512<ByteShuffle>, TileAvx2<ByteShuffle>>;
+template <int Bytes>
+using TilesOf = TileList<TileAvx512<Bytes>, TileAvx2<Bytes>>;
 } // namespace
 } // namespace zta::loops::ZTA_LOOP_VARIANT
 

@@ -9,7 +9,7 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 using NativeSimd = Scalar;
-template <int ByteShuffle>
+template <int Bytes>
 using TilesOf = TileList<>;
 } // namespace
 } // namespace zta::loops::ZTA_LOOP_VARIANT

@@ -83,14 +83,15 @@ void ResampleWith(benchmark::State& state, const InputSpan& stretch, Run run)
     });
 }
 
-/// As the engine's streams do it, which prepare the rows once. Builds that do not prepare any are not listed.
-void ResampleWithK0Bank(benchmark::State& state, const InputSpan& stretch)
+/// With a packed filter bank, as the streams do it.
+void ResampleWithBank(benchmark::State& state, const InputSpan& stretch, Run run)
 {
-    const auto rows = std::make_unique<SZtaPackedFilterBank>();
-    k0_ownPackFilterBank_16s(MakeFilter(stretch.inRate, stretch.outRate).get(), rows.get());
-    Resample(state, stretch, [&rows](const auto* source, int len, auto* destination, double* time, const auto& filter) {
+    const auto bank = std::make_unique<SZtaPackedFilterBank>();
+    l9_ownPackFilterBank_16s(MakeFilter(stretch.inRate, stretch.outRate).get(), bank.get());
+    Resample(state, stretch, [&](const auto* source, int len, auto* destination, double* time, auto& filter) {
         int outputs = 0;
-        k0_ownResamplePacked_16s(source, len, destination, 1.0f, time, &outputs, &filter, rows.get());
+        SetPackedFilterBank(filter, bank.get());
+        run(source, len, destination, 1.0f, time, &outputs, &filter);
         return outputs;
     });
 }
@@ -164,12 +165,13 @@ int main(int argc, char** argv)
     for (const InputSpan& stretch : kStretches) {
         const std::string suffix = Suffix(stretch);
         benchmark::RegisterBenchmark(("plain" + suffix).c_str(), ResamplePlain, stretch);
-        if (runs(kAvx512BwDqVlFeatures | kAvx512Prerequisites)) {
-            benchmark::RegisterBenchmark(("k0 prepared" + suffix).c_str(), ResampleWithK0Bank, stretch);
-        }
         for (const Variant& variant : kVariants) {
             if (runs(variant.features)) {
                 benchmark::RegisterBenchmark((variant.name + suffix).c_str(), ResampleWith, stretch, variant.run);
+                if ((variant.features & keZtaFeatureAvx2) != 0) {
+                    benchmark::RegisterBenchmark((variant.name + (" packed" + suffix)).c_str(), ResampleWithBank,
+                                                 stretch, variant.run);
+                }
             }
         }
     }

@@ -3,7 +3,7 @@
 #include "host/formats.h"
 #include "resampler/polyphase_resampler.h"
 #include "resampler/resample_audio.h"
-#include "signal/filter_spec.h"
+#include "signal/packed_filter_bank.h"
 
 #include <zta/status.h>
 
@@ -230,10 +230,11 @@ host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFor
     return host::Ref<IUnknown>::Adopt(stream);
 }
 
-/// Removes the packed filter bank of a stream, as if its allocation had failed.
+/// Gives the filter of a stream an empty packed bank, as variants without a packed path do.
 void DropPackedFilterBank(IUnknown& stream)
 {
-    dynamic_cast<CPolyphaseResampler&>(stream).m_pSpec->ulPackedBankKey = 0;
+    static SZtaPackedFilterBank empty;
+    SetPackedFilterBank(*dynamic_cast<CPolyphaseResampler&>(stream).m_pSpec, &empty);
 }
 
 /// One buffer of a stream of the given formats, after a first one that restarts it.

@@ -43,7 +43,7 @@ unsigned long CPolyphaseResampler::AddRef()
 unsigned long CPolyphaseResampler::Release()
 {
     std::int32_t lLeft = 0;
-    // The owner of the only reference has nobody to race with.
+    // The only reference: no other thread can change the count.
     if (m_lRefCount == 1) {
         m_lRefCount.store(0, std::memory_order_relaxed);
     } else {

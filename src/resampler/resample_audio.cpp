@@ -33,14 +33,14 @@ std::int16_t* AllocateSamples(std::uint64_t ulRows, std::uint64_t ulRowSamples)
     return static_cast<std::int16_t*>(std::aligned_alloc(kSampleAlignment, ulSamples * sizeof(std::int16_t)));
 }
 
-/// Null for an object of another class. To find out takes a comparison where it is this very class.
+/// Returns null for an object of another class. The comparison avoids the dynamic cast for this exact class.
 CPolyphaseResampler* AsResampler(IUnknown* pResampler)
 {
     return typeid(*pResampler) == typeid(CPolyphaseResampler) ? static_cast<CPolyphaseResampler*>(pResampler)
                                                               : dynamic_cast<CPolyphaseResampler*>(pResampler);
 }
 
-/// Starts a channel afresh: the signal is held at its first value, so that a restart begins without a step.
+/// Primes a channel with its first sample, so that a restart begins without a step.
 void Prime(std::int16_t* psHistory, std::uint64_t& rulCount, double& rdTime, std::uint64_t ulFilterLength,
            std::int16_t sFirst)
 {
@@ -106,7 +106,7 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
               static_cast<double>(pStream->m_ulPrimeSamples));
     ippsSet_16s(0, pStream->m_psHistory, static_cast<int>(ulChannels * kHistoryStride));
     if (pStream->m_psWorkBuffer != nullptr) {
-        // No call of the stream then meets memory that the system has yet to provide.
+        // Maps the pages, so that no call of the stream causes a page fault.
         std::memset(pStream->m_psWorkBuffer, 0, kWorkBufferSamples * sizeof(std::int16_t));
     }
 
@@ -120,12 +120,12 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
                                           pStream->m_eHint);
     const int iBlockBytes = ZtaAddPackedFilterBankBytes(iSize, iLength, iHeight);
     pStream->m_pSpec = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(iBlockBytes));
-    // Each allocation is checked, though hosts expect no status for it: a clear status code is better than a later
-    // crash. The primitives refuse null, so that nothing above has written through it.
+    // The allocations are checked although hosts expect no status for them: a clear status code is better than a crash
+    // in a later call. The primitives reject null, so nothing above has written through it.
     const bool bAllocated = pStream->m_psWorkBuffer != nullptr && pStream->m_psHistory != nullptr;
     if (!bAllocated || ippsResamplePolyphaseFixedInit_16s(iInRate, iOutRate, iFilterLength, kRollOff, kKaiserAlpha,
                                                           pStream->m_pSpec, pStream->m_eHint) != ippStsNoErr) {
-        // Hosts see a stream that came to nothing as one live object more: nothing of it is released.
+        // Observable by the host: the object stays counted, and nothing of it is released.
         return ZT_E_INCONSISTENCY_DETECTED;
     }
     ZtaPackFilterBank(pStream->m_pSpec, iSize, iBlockBytes);
@@ -143,11 +143,11 @@ int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut
     if (iStatus < 0) {
         return iStatus;
     }
-    // In frames of both sides whatever the rates: a conversion downwards needs room for its input, too.
+    // In frames of both sides, independent of the rates: a lower output rate also needs the capacity of the input.
     if (sIn.ulValidFrames > sOut.ulCapacityFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    // An empty input runs no kernel: its output counts as full, with whatever it holds.
+    // An empty input calls no kernel and marks the output as full, with its present data.
     unsigned long ulOutSamples = sOut.ulCapacityFrames;
     iStatus = ZtaDispatchKernel(*this, m_oTable, sIn.eFormat, sOut.eFormat, sIn.ulValidFrames, [&](Function pfnKernel) {
         return (this->*pfnKernel)(sIn.ulValidFrames, sIn.pvBuffer, ulOutSamples, sOut.pvBuffer, eMode, ulChannel,
@@ -167,7 +167,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         return ZT_E_INVALID_POINTER;
     }
     CPolyphaseResampler* const pStream = AsResampler(pResampler);
-    if (pStream == nullptr || pStream->m_ulInputRate == 0) { // no stream, or one that nothing has set up
+    if (pStream == nullptr || pStream->m_ulInputRate == 0) { // not a stream, or not initialized
         return ZT_E_INVALID_PARAMETER;
     }
     const std::uint64_t ulNeeded = pStream->m_ulOutputRate * ulInSamples / pStream->m_ulInputRate;
@@ -196,21 +196,30 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         }
         Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, sFirst);
     }
+    // One pass, with the history count and the time before it; P is m_ulPrimeSamples:
+    //
+    //     work buffer   | history: ulCount | input: ulChunk samples               | unused
+    //                   0                  ulCount                                ulTotal
+    //     outputs                     ^  ^  ^  ^  ^  ^  ^  ^  ^  ^       |
+    //                             dTime   every input rate / output rate ulTotal - P
+    //
+    // An output uses 16 samples before and 16 after its position, so none is at or behind ulTotal - P. After the pass,
+    // the samples from trunc(dTime) - P on become the history of the next pass or of the next buffer:
+    //
+    //     work buffer   | consumed                                | history      |
+    //                   0                             trunc(dTime) - P           ulTotal
     ippsMove_16s(psHistory, psWork, static_cast<int>(ulCount));
-
-    const SZtaPackedFilterBank& rsBank = ZtaGetPackedFilterBank(pStream->m_pSpec);
     std::uint64_t ulWritten = 0;
     while (ulInSamples > 0) {
         const std::uint64_t ulChunk = std::min(pStream->m_ulWorkSamples - ulCount, ulInSamples);
         ippsMove_16s(psIn, psWork + ulCount, static_cast<int>(ulChunk));
         const std::uint64_t ulTotal = ulCount + ulChunk;
-        // Positions that the run may serve: the last of them still finds all the samples that its row needs. Where
-        // there are none, the run refuses and the samples wait for the next buffer.
+        // If no position is left, the filter rejects the call, and all samples stay in the history.
         const auto lPositions = static_cast<std::int64_t>(ulTotal) - static_cast<std::int64_t>(dTime) -
                                 static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         int iOutputs = 0;
-        ownResamplePacked_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs, pStream->m_pSpec,
-                              &rsBank);
+        ippsResamplePolyphaseFixed_16s(psWork, static_cast<int>(lPositions), psOut, 1.0F, &dTime, &iOutputs,
+                                       pStream->m_pSpec);
         const std::int64_t lConsumed =
             static_cast<std::int64_t>(dTime) - static_cast<std::int64_t>(pStream->m_ulPrimeSamples);
         ulCount = ulTotal - static_cast<std::uint64_t>(lConsumed);
@@ -219,10 +228,10 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         psOut += iOutputs;
         psIn += ulChunk;
         ulInSamples -= ulChunk;
-        ippsMove_16s(psWork + lConsumed, psWork, static_cast<int>(ulCount)); // the rest begins the next pass
+        ippsMove_16s(psWork + lConsumed, psWork, static_cast<int>(ulCount));
     }
+    ippsMove_16s(psWork, psHistory, static_cast<int>(ulCount));
 
-    ippsMove_16s(psWork, psHistory, static_cast<int>(ulCount)); // or waits for the next buffer
     pStream->m_aulHistoryCount[ulChannel] = ulCount;
     pStream->m_adTime[ulChannel] = dTime;
     ulOutSamples = ulWritten;

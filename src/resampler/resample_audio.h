@@ -17,31 +17,31 @@ public:
                       SZtaWaveFormatInfo* pSuggestedOut);
     int QueryFormatSupported(SZtaWaveFormatInfo* pIn, SZtaWaveFormatInfo* pOut, bool* pbSupported);
 
-    /// Creates the state of a stream with the rates and the output's channels of two formats. The caller owns the
-    /// reference. [allocates]
-    /// Errors  ZT_E_INVALID_PARAMETER: a format is not of 16 bits; ZT_E_INCONSISTENCY_DETECTED: no filter for the
-    /// rates.
-    ///         Rates, channels and data type are the caller's to check.
+    /// Creates a stream with the rates and the output channels of two formats. The caller owns the reference and has
+    /// checked rates, channels and data type. [allocates]
+    /// Errors  ZT_E_INVALID_PARAMETER       a format does not have 16 bits per sample
+    ///         ZT_E_INCONSISTENCY_DETECTED  no filter exists for the rates, or memory is missing
     int CreateAudioResampler(SZtaWaveFormatInfo* pIn, SZtaWaveFormatInfo* pOut, IUnknown** ppResampler);
 
-    /// ppResampler is left alone on a failure, and what was made by then is not released.
+    /// On failure, leaves *ppResampler unchanged and does not release the objects created so far.
     int CreateAudioResamplerMono16BitsToMono16Bits(unsigned long ulInRate, unsigned long ulOutRate,
                                                    unsigned long ulChannels, IUnknown** ppResampler);
 
-    /// Resamples one mono buffer and sets the output's valid length to what came out. An empty input leaves the output
-    /// marked full to its capacity.
+    /// Resamples one mono buffer and sets the valid length of the output. An empty input marks the output as full.
     /// ulChannel    the channel of the stream
     /// pResampler   from CreateAudioResampler
-    /// Errors  ZT_E_DESTINATION_BUFFER_TOO_SMALL     the output's capacity in frames is below the input's frames, or
+    /// Errors  ZT_E_DESTINATION_BUFFER_TOO_SMALL     the capacity of the output is below the frames of the input, or
     /// not
-    ///                                               above input frames * output rate / input rate; the stream has not
-    ///                                               moved
+    ///                                               above input frames * output rate / input rate; the stream is
+    ///                                               unchanged
     ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  not 16-bit mono at the two rates
-    ///         ZT_E_INVALID_POINTER, ZT_E_INVALID_PARAMETER  no resampler, or one without that channel
+    ///         ZT_E_INVALID_POINTER                  no resampler, or a buffer has no address
+    ///         ZT_E_INVALID_PARAMETER                not a resampler, or the channel does not exist
     int ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut, EZtAudioResamplerMode eMode, unsigned long ulChannel,
                       IUnknown* pResampler);
 
-    /// ulOutSamples  on entry the room of pOut in samples, on success the samples written
+    /// The kernel. A restart primes the channel even if ulInSamples is 0: with the sample at pIn, or with silence if
+    /// pIn is null. ulOutSamples  on entry the capacity of pOut in samples, on success the samples written
     int Resample16BitMonoTo16BitMono(unsigned long ulInSamples, void* pIn, unsigned long& ulOutSamples, void* pOut,
                                      EZtAudioResamplerMode eMode, unsigned long ulChannel, IUnknown* pResampler);
 

@@ -1,7 +1,13 @@
 /// The filter bank: a Kaiser-windowed sinc, designed as one long prototype and cut into one row of taps for each output
 /// phase. Sums and products are taken in the order in which they are written and nothing is fused, so that every
 /// variant builds the same block.
+#pragma once
+
 #include "signal/filter_spec.h"
+#include "signal/functions.h"
+#include "signal/variant_name-inl.h"
+
+#include <cstdint>
 
 #include <immintrin.h>
 

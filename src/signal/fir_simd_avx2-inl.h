@@ -1,4 +1,4 @@
-/// Sixteen taps at a time, four outputs abreast, by AVX2.
+/// The vectors of the vector path with AVX2: sixteen taps in the lanes, four outputs in parallel.
 #pragma once
 
 #include <cstdint>
@@ -36,7 +36,7 @@ struct FirSimd {
     static IntVector Max(IntVector vA, IntVector vB) { return _mm256_max_epi16(vA, vB); }
     static IntVector Ones() { return _mm256_set1_epi16(1); }
 
-    /// Adds up each register: a tree that adds and transposes at once.
+    /// Returns the horizontal sums of all vectors: a tree that adds and transposes in one step.
     static Sums HorizontalSums(const IntVector (&rav)[kParallelOutputs])
     {
         const __m256i vLower = TransposeAdd2(rav[0], rav[1]);
@@ -46,7 +46,7 @@ struct FirSimd {
         return _mm_add_epi32(_mm256_castsi256_si128(vSums), _mm256_extracti128_si256(vSums, 1));
     }
 
-    /// What is left of a sum when its high parts, in units of 2^16, are taken out.
+    /// Returns a sum less its high parts, which are in units of 2^16.
     static Sums LowHalves(Sums vSums, Sums vHigh) { return _mm_sub_epi32(vSums, _mm_slli_epi32(vHigh, 16)); }
 
     static VecF64 ToDoubles(Sums vSums) { return _mm256_cvtepi32_pd(vSums); }

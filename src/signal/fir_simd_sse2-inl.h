@@ -1,4 +1,4 @@
-/// Eight taps at a time, four outputs abreast, by SSE2.
+/// The vectors of the vector path with SSE2: eight taps in the lanes, four outputs in parallel.
 #pragma once
 
 #include <cstdint>
@@ -32,7 +32,7 @@ struct FirSimd {
     static IntVector Max(IntVector vA, IntVector vB) { return _mm_max_epi16(vA, vB); }
     static IntVector Ones() { return _mm_set1_epi16(1); }
 
-    /// Adds up each register: a tree that adds and transposes at once.
+    /// Returns the horizontal sums of all vectors: a tree that adds and transposes in one step.
     static Sums HorizontalSums(const IntVector (&rav)[kParallelOutputs])
     {
         const __m128i vLower = TransposeAdd2(rav[0], rav[1]);
@@ -40,7 +40,7 @@ struct FirSimd {
         return _mm_add_epi32(_mm_unpacklo_epi64(vLower, vUpper), _mm_unpackhi_epi64(vLower, vUpper));
     }
 
-    /// What is left of a sum when its high parts, in units of 2^16, are taken out.
+    /// Returns a sum less its high parts, which are in units of 2^16.
     static Sums LowHalves(Sums vSums, Sums vHigh) { return _mm_sub_epi32(vSums, _mm_slli_epi32(vHigh, 16)); }
 
     static VecF64 ToDoubles(Sums vSums)

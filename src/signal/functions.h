@@ -1,5 +1,4 @@
-/// All functions of the signal library that exist once for each build, and their declarations: m7_ippsSet_16s and so
-/// on.
+/// The functions that exist once for each variant, and their declarations: m7_ippsSet_16s and so on.
 #pragma once
 
 #include "signal/variant_list.h"
@@ -10,8 +9,8 @@ struct SZtaPackedFilterBank;
 
 // clang-format off
 
-/// The functions behind a public one of the same name, which leads to the selected build:
-/// X(result, name, prefix, parameters, arguments). The prefix is handed through.
+/// The functions behind a public one of the same name, which calls that of the selected variant:
+/// X(result, name, prefix, parameters, arguments). The prefix is passed through.
 #define ZTA_IPP_DISPATCHED_LIST(X, prefix) \
     X(void, ippsFree, prefix, (void* p), (p)) \
     X(unsigned char*, ippsMalloc_8u, prefix, (int len), (len)) \
@@ -33,18 +32,13 @@ struct SZtaPackedFilterBank;
         (std::int16_t val, std::int16_t* pDst, int len), \
         (val, pDst, len))
 
-/// The same, for the resampler alone: its filters and its calls are such that preparing the rows once pays. Without
-/// pRows a long run prepares its own, as that of the public function does.
+/// The same, not exported: for the streams, which pack the filter bank once.
 #define ZTA_IPP_INTERNAL_LIST(X, prefix) \
     X(void, ownPackFilterBank_16s, prefix, \
-        (const IppsResamplingPolyphaseFixed_16s* pSpec, SZtaPackedFilterBank* pRows), \
-        (pSpec, pRows)) \
-    X(IppStatus, ownResamplePacked_16s, prefix, \
-        (const std::int16_t* pSrc, int len, std::int16_t* pDst, float norm, double* pTime, int* pOutlen, \
-         const IppsResamplingPolyphaseFixed_16s* pSpec, const SZtaPackedFilterBank* pRows), \
-        (pSrc, len, pDst, norm, pTime, pOutlen, pSpec, pRows))
+        (const IppsResamplingPolyphaseFixed_16s* pSpec, SZtaPackedFilterBank* pBank), \
+        (pSpec, pBank))
 
-/// The functions that only others of the same build call: the same columns
+/// The functions that only others of the same variant call: the same columns
 #define ZTA_IPP_VARIANT_ONLY_LIST(X, prefix) \
     X(IppStatus, ippsMulC_64f_I, prefix, (double val, double* pSrcDst, int len), (val, pSrcDst, len)) \
     X(double, ippsSinOne, prefix, (double x), (x)) \
@@ -57,7 +51,7 @@ struct SZtaPackedFilterBank;
         (int M, int outRate, int halfLen, int N, double* pPrototype, double rollf, double alpha), \
         (M, outRate, halfLen, N, pPrototype, rollf, alpha))
 
-/// The sums of products of the builds up to SSSE3, and of those after them: the same columns
+/// The dot products of the variants up to SSSE3, and of the later ones: the same columns
 #define ZTA_IPP_DOT_PRODUCT_LIST(X) \
     X(void, ownDotProd16_16s64s_M7, m7, ZTA_IPP_DOT_16S, ) \
     X(void, ownDotProd16_16s64s_M7, n8, ZTA_IPP_DOT_16S, ) \

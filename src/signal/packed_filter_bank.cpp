@@ -6,16 +6,7 @@
 
 namespace {
 
-/// Never written to.
-SZtaPackedFilterBank s_sEmptyBank;
-
 constexpr std::uintptr_t kBankAlignment = alignof(SZtaPackedFilterBank);
-
-/// Blocks are aligned to 16 bytes, so the key is never 0.
-std::uint32_t PackedBankKey(const IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
-{
-    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(pSpec) >> 3) | 1;
-}
 
 } // namespace
 
@@ -36,15 +27,5 @@ void ZtaPackFilterBank(IppsResamplingPolyphaseFixed_16s* pSpec, int iFilterBytes
     const std::uintptr_t ulEnd = reinterpret_cast<std::uintptr_t>(pSpec) + static_cast<unsigned int>(iFilterBytes);
     auto* const psBank = reinterpret_cast<SZtaPackedFilterBank*>((ulEnd + kBankAlignment - 1) & ~(kBankAlignment - 1));
     ownPackFilterBank_16s(pSpec, psBank);
-    if (psBank->lGroups != 0) {
-        pSpec->pRows[pSpec->outRate] = psBank;
-        pSpec->ulPackedBankKey = PackedBankKey(pSpec);
-    }
-}
-
-const SZtaPackedFilterBank& ZtaGetPackedFilterBank(const IppsResamplingPolyphaseFixed_16s* pSpec) noexcept
-{
-    return pSpec != nullptr && pSpec->ulPackedBankKey == PackedBankKey(pSpec)
-               ? *static_cast<const SZtaPackedFilterBank*>(pSpec->pRows[pSpec->outRate])
-               : s_sEmptyBank;
+    SetPackedFilterBank(*pSpec, psBank);
 }

@@ -1,8 +1,14 @@
-/// The numeric and memory primitives. No operation is fused here: results are the same in all builds.
+/// The numeric and memory primitives. No operations are fused, so all variants give the same results.
+#pragma once
+
+#include "signal/functions.h"
 #include "signal/samples-inl.h"
 #include "signal/sine_table.h"
+#include "signal/variant_name-inl.h"
 
 #include <cstddef>
+#include <cstdint>
+
 #include <immintrin.h>
 
 namespace {
@@ -11,10 +17,10 @@ namespace {
 using SampleVector [[gnu::vector_size(ZTA_IPP_VECTOR_BYTES), gnu::aligned(1), gnu::may_alias]] = std::int16_t;
 using DoubleVector [[gnu::vector_size(ZTA_IPP_VECTOR_BYTES), gnu::aligned(1), gnu::may_alias]] = double;
 
-constexpr int kiSampleLanes = ZTA_IPP_VECTOR_BYTES / sizeof(std::int16_t);
-constexpr int kiDoubleLanes = ZTA_IPP_VECTOR_BYTES / sizeof(double);
+constexpr int kSampleLanes = ZTA_IPP_VECTOR_BYTES / sizeof(std::int16_t);
+constexpr int kDoubleLanes = ZTA_IPP_VECTOR_BYTES / sizeof(double);
 
-/// Sign and exponent of a double stand in its high 16 bits, with 4 bits of the fraction.
+/// The high 16 bits of a double hold sign, exponent and 4 bits of the fraction.
 std::uint32_t AbsHighWord(double dValue) noexcept
 {
     return static_cast<std::uint32_t>(__builtin_bit_cast(std::uint64_t, dValue) >> 48) & 0x7FFF;
@@ -26,7 +32,7 @@ double HighPart(double dValue) noexcept
     return __builtin_bit_cast(double, __builtin_bit_cast(std::uint64_t, dValue) & ~std::uint64_t{0xFFFFFF});
 }
 
-/// A sum, and what rounding took from it.
+/// A sum and its rounding error.
 struct SDoubleDouble {
     double dSum;
     double dError;
@@ -59,15 +65,15 @@ IppStatus ZTA_IPP(ippsSet_16s)(std::int16_t val, std::int16_t* pDst, int len) no
     if (len < 1) {
         return ippStsSizeErr;
     }
-    if (len < kiSampleLanes) {
+    if (len < kSampleLanes) {
         for (int i = 0; i < len; ++i) {
             AtAnyAddress(pDst)[i] = val;
         }
         return ippStsNoErr;
     }
     const SampleVector vValue = SampleVector{} + val;
-    const int iLast = len - kiSampleLanes; // the last vector overlaps the one before it
-    for (int i = 0; i < iLast; i += kiSampleLanes) {
+    const int iLast = len - kSampleLanes; // the last vector overlaps the one before it
+    for (int i = 0; i < iLast; i += kSampleLanes) {
         *reinterpret_cast<SampleVector*>(pDst + i) = vValue;
     }
     *reinterpret_cast<SampleVector*>(pDst + iLast) = vValue;
@@ -109,11 +115,11 @@ IppStatus ZTA_IPP(ippsMulC_64f_I)(double val, double* pSrcDst, int len) noexcept
     if (val == 1.0) {
         return ippStsNoErr;
     }
-    if (val == 0.0) { // also what a product with 0.0 would leave as NaN
+    if (val == 0.0) { // clears NaN and infinity, too
         return ZTA_IPP(ippsZero_64f)(pSrcDst, len);
     }
     int i = 0;
-    for (; i <= len - kiDoubleLanes; i += kiDoubleLanes) {
+    for (; i <= len - kDoubleLanes; i += kDoubleLanes) {
         *reinterpret_cast<DoubleVector*>(pSrcDst + i) *= val;
     }
     for (; i < len; ++i) {
@@ -136,7 +142,7 @@ double ZTA_IPP(ippsSinOne)(double x) noexcept
     if (ulMagnitude >= 0x7FF0) { // infinity or NaN
         return x * -0.0;
     }
-    if (ulMagnitude >= 0x40F6) { // 90112 and above: the reduction below would run out of bits
+    if (ulMagnitude >= 0x40F6) { // 90112 and above: too large for the reduction below
         return __builtin_sin(x);
     }
 

@@ -1,8 +1,19 @@
-/// The run on rows that were prepared for it (see packed_filter_bank.h): which groups of outputs come when. How a group
-/// is worked out is PackedSimd' to know, of which each build that can do it has its own.
+/// The packed path: the order of the groups of a packed filter bank (see packed_filter_bank.h). PackedSimd computes one
+/// group; AVX2 and AVX-512 have their own.
+///
+///     period of outputs   | group 0: 16 outputs | group 1 | ... | last group | group 0 ...
+///     a call              .....xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx
+///                              StorePartial, then whole groups, then StorePartial
 #pragma once
 
 #include "signal/packed_filter_bank.h"
+#include "signal/resample_state-inl.h"
+
+#if defined(__AVX512BW__)
+#include "signal/resample_packed_avx512-inl.h"
+#else
+#include "signal/resample_packed_avx2-inl.h"
+#endif
 
 #include <cstdint>
 
@@ -11,43 +22,43 @@ namespace {
 class PackedResampler {
 public:
     static constexpr bool kIsSupported = true;
-    /// From so many periods on, to prepare the rows and to use them takes less than to use them as they are.
+    /// From this many periods on, packing the bank for one call costs less than it saves.
     static constexpr long kBreakEvenPeriods = PackedSimd::kBreakEvenPeriods;
 
-    /// Leaves no groups where this form cannot serve the filter. More than one period takes longer to prepare, and less
-    /// to run where a period is no multiple of the lanes; where it is one, iPeriods does not matter.
+    /// Produces no groups if the filter does not fit this form. If a period is not a multiple of the lanes, more than
+    /// one period takes longer to pack and less time to use; otherwise iPeriods has no effect.
     static void PackFilterBank(const IppsResamplingPolyphaseFixed_16s& rsFilter, int iPeriods,
-                               SZtaPackedFilterBank& rsRows)
+                               SZtaPackedFilterBank& rsBank)
     {
-        rsRows.lGroups = 0;
+        rsBank.lGroups = 0;
         const unsigned int uiRate = static_cast<unsigned int>(rsFilter.outRate);
-        if (2 * rsFilter.halfLen != Rows::kTaps || rsFilter.outRate < kMinPhases ||
-            rsFilter.outRate > Rows::kMaxPhases ||
-            static_cast<const std::int16_t*>(rsFilter.pRows[0])[Rows::kTaps] != 0) {
+        if (2 * rsFilter.halfLen != Bank::kTaps || rsFilter.outRate < kMinPhases ||
+            rsFilter.outRate > Bank::kMaxPhases ||
+            static_cast<const std::int16_t*>(rsFilter.pRows[0])[Bank::kTaps] != 0) {
             return;
         }
         const unsigned int uiStep = static_cast<unsigned int>(rsFilter.inRate) % uiRate;
         unsigned int uiPhase = 0;
         int iLargest = 0;
         int iGroups = 0;
-        const int iPlaces = rsFilter.outRate * (rsFilter.outRate % kLanes == 0 ? 1 : iPeriods);
-        for (int iPlace = 0; iPlace < iPlaces; ++iGroups) {
-            Group& rsGroup = rsRows.asGroups[iGroups];
+        const int iPositions = rsFilter.outRate * (rsFilter.outRate % kLanes == 0 ? 1 : iPeriods);
+        for (int iPosition = 0; iPosition < iPositions; ++iGroups) {
+            Group& rsGroup = rsBank.asGroups[iGroups];
             int iOffset = 0;
             int iQuad = 0;
             int iLane = 0;
-            for (; iLane < kLanes && iPlace < iPlaces; ++iLane, ++iPlace) {
+            for (; iLane < kLanes && iPosition < iPositions; ++iLane, ++iPosition) {
                 iQuad = iLane % 4 == 0 ? iOffset : iQuad;
-                if (iOffset < 0 || iOffset > Rows::kMaxLaneOffset || iOffset < iQuad ||
-                    iOffset - iQuad > Rows::kMaxQuadOffset) {
+                if (iOffset < 0 || iOffset > Bank::kMaxLaneOffset || iOffset < iQuad ||
+                    iOffset - iQuad > Bank::kMaxQuadOffset) {
                     return;
                 }
                 const int iSum = PackLane(static_cast<const std::int16_t*>(rsFilter.pRows[uiPhase]), rsGroup, iLane);
                 iLargest = iSum > iLargest ? iSum : iLargest;
                 rsGroup.aausOffsets[iLane][0] = static_cast<std::uint16_t>(iOffset);
                 rsGroup.aausOffsets[iLane][1] = static_cast<std::uint16_t>(iOffset + 1);
-                if (iPlace < rsFilter.outRate) {
-                    rsRows.aucPhasePositions[uiPhase] = static_cast<std::uint8_t>(iPlace);
+                if (iPosition < rsFilter.outRate) {
+                    rsBank.aucPhasePositions[uiPhase] = static_cast<std::uint8_t>(iPosition);
                 }
                 iOffset += rsFilter.pStep[uiPhase];
                 uiPhase = AddModuloRate(uiPhase, uiStep, uiRate);
@@ -60,100 +71,101 @@ public:
                 rsGroup.aausOffsets[iLane][1] = 1;
             }
         }
-        // What Int32Accumulator asks for.
-        if (iLargest <= 65535 && PackAdvances(iGroups, rsRows)) {
-            rsRows.lGroups = iGroups;
+        // The condition of Int32Accumulator.
+        if (iLargest <= 65535 && PackAdvances(iGroups, rsBank)) {
+            rsBank.lGroups = iGroups;
         }
     }
 
-    /// Whether sums may be rounded before they are limited: whether none, times the gain, passes 32 bits.
-    static bool SupportsGain(const SResampleState& rsRun)
+    /// Returns true if sums can be rounded before they are clamped: no sum times the gain exceeds 32 bits.
+    static bool SupportsGain(const SResampleState& rsState)
     {
-        return rsRun.dGain >= -kMaxGain && rsRun.dGain <= kMaxGain;
+        return rsState.dGain >= -kMaxGain && rsState.dGain <= kMaxGain;
     }
 
-    static void Resample(const SZtaPackedFilterBank& rsRows, const SResampleState& rsRun)
+    static void Resample(const SZtaPackedFilterBank& rsBank, const SResampleState& rsState)
     {
-        PackedSimd::DispatchOnRounding(rsRun.dGain,
-                                       [&](auto fnRound) { ResampleWithRounding(rsRows, rsRun, fnRound); });
+        PackedSimd::DispatchOnRounding(rsState.dGain,
+                                       [&](auto fnRound) { ResampleWithRounding(rsBank, rsState, fnRound); });
     }
 
 private:
-    using Rows = SZtaPackedFilterBank;
+    using Bank = SZtaPackedFilterBank;
     using Group = SZtaPackedFilterBank::SGroup;
 
-    static constexpr int kLanes = Rows::kLanes;
-    static constexpr int kMinPhases = 32; ///< with fewer, the last group of a period leaves too many lanes unused
+    static constexpr int kLanes = Bank::kLanes;
+    static constexpr int kMinPhases = 32; ///< with fewer, too many lanes of the last group are unused
     static constexpr double kMaxGain = 0.5;
 
-    /// The sum of the row's magnitudes.
+    /// Returns the sum of the magnitudes of the taps.
     static int PackLane(const std::int16_t* psTaps, Group& rsGroup, int iLane)
     {
         int iSum = 0;
-        for (int k = 0; k < Rows::kTaps; ++k) {
+        for (int k = 0; k < Bank::kTaps; ++k) {
             iSum += psTaps[k] < 0 ? -psTaps[k] : psTaps[k];
         }
-        for (long k = 0; k < Rows::kTapPairs; ++k) {
+        for (long k = 0; k < Bank::kTapPairs; ++k) {
             rsGroup.aasTapPairs[k][iLane][0] = psTaps[2 * k];
             rsGroup.aasTapPairs[k][iLane][1] = psTaps[2 * k + 1];
         }
         return iSum;
     }
 
-    /// False if the advances of the groups differ by too much.
-    static bool PackAdvances(int iGroups, SZtaPackedFilterBank& rsRows)
+    /// Returns false if the advances of the groups differ too much for kAdvanceBits.
+    static bool PackAdvances(int iGroups, SZtaPackedFilterBank& rsBank)
     {
-        rsRows.lMinAdvance = rsRows.asGroups[0].lAdvance;
+        rsBank.lMinAdvance = rsBank.asGroups[0].lAdvance;
         for (int i = 1; i < iGroups - 1; ++i) {
-            const std::int32_t lAdvance = rsRows.asGroups[i].lAdvance;
-            rsRows.lMinAdvance = lAdvance < rsRows.lMinAdvance ? lAdvance : rsRows.lMinAdvance;
+            const std::int32_t lAdvance = rsBank.asGroups[i].lAdvance;
+            rsBank.lMinAdvance = lAdvance < rsBank.lMinAdvance ? lAdvance : rsBank.lMinAdvance;
         }
-        rsRows.ulPackedAdvances = 0;
+        rsBank.ulPackedAdvances = 0;
         for (int i = iGroups - 2; i >= 0; --i) {
-            const auto ulMore = static_cast<std::uint64_t>(rsRows.asGroups[i].lAdvance - rsRows.lMinAdvance);
-            if (ulMore >> Rows::kAdvanceBits != 0) {
+            const auto ulMore = static_cast<std::uint64_t>(rsBank.asGroups[i].lAdvance - rsBank.lMinAdvance);
+            if (ulMore >> Bank::kAdvanceBits != 0) {
                 return false;
             }
-            rsRows.ulPackedAdvances = rsRows.ulPackedAdvances << Rows::kAdvanceBits | ulMore;
+            rsBank.ulPackedAdvances = rsBank.ulPackedAdvances << Bank::kAdvanceBits | ulMore;
         }
         return true;
     }
 
     template <typename Rounding>
-    static void ResampleWithRounding(const SZtaPackedFilterBank& rsRows, const SResampleState& rsRun, Rounding fnRound)
+    static void ResampleWithRounding(const SZtaPackedFilterBank& rsBank, const SResampleState& rsState,
+                                     Rounding fnRound)
     {
-        const Group* const psFirst = rsRows.asGroups;
-        const Group* const psLast = psFirst + rsRows.lGroups - 1;
-        const long lMinAdvance = rsRows.lMinAdvance;
-        const std::int16_t* const psEnd = rsRun.psEnd;
-        const int iPlace = rsRows.aucPhasePositions[rsRun.uiPhase];
-        const Group* psGroup = psFirst + iPlace / kLanes;
-        std::uint64_t ulPackedAdvances = rsRows.ulPackedAdvances >> (iPlace / kLanes * Rows::kAdvanceBits);
-        const std::int16_t* psSource = rsRun.psSource;
-        std::int16_t* psOutput = rsRun.psOutput;
-        long lCount = rsRun.lCount;
+        const Group* const psFirst = rsBank.asGroups;
+        const Group* const psLast = psFirst + rsBank.lGroups - 1;
+        const long lMinAdvance = rsBank.lMinAdvance;
+        const std::int16_t* const psEnd = rsState.psEnd;
+        const int iPosition = rsBank.aucPhasePositions[rsState.uiPhase];
+        const Group* psGroup = psFirst + iPosition / kLanes;
+        std::uint64_t ulPackedAdvances = rsBank.ulPackedAdvances >> (iPosition / kLanes * Bank::kAdvanceBits);
+        const std::int16_t* psSource = rsState.psSource;
+        std::int16_t* psOutput = rsState.psOutput;
+        long lCount = rsState.lCount;
         const auto Advance = [&](int iOutputs) {
             if (psGroup != psLast) {
-                psSource += lMinAdvance + static_cast<long>(ulPackedAdvances % (1U << Rows::kAdvanceBits));
-                ulPackedAdvances >>= Rows::kAdvanceBits;
+                psSource += lMinAdvance + static_cast<long>(ulPackedAdvances % (1U << Bank::kAdvanceBits));
+                ulPackedAdvances >>= Bank::kAdvanceBits;
                 psOutput += iOutputs;
                 lCount -= iOutputs;
                 ++psGroup;
             } else {
-                const int iLess = iOutputs < psLast->lOutputs ? iOutputs : psLast->lOutputs;
+                const int iStored = iOutputs < psLast->lOutputs ? iOutputs : psLast->lOutputs;
                 psSource += psLast->lAdvance;
-                ulPackedAdvances = rsRows.ulPackedAdvances;
-                psOutput += iLess;
-                lCount -= iLess;
+                ulPackedAdvances = rsBank.ulPackedAdvances;
+                psOutput += iStored;
+                lCount -= iStored;
                 psGroup = psFirst;
             }
         };
-        int iLane = iPlace % kLanes;
-        // NOLINTNEXTLINE(bugprone-infinite-loop): Advance counts
+        int iLane = iPosition % kLanes;
+        // NOLINTNEXTLINE(bugprone-infinite-loop): Advance changes lCount
         while (lCount > 0) {
             if (iLane == 0 && lCount >= kLanes && psEnd - psSource >= PackedSimd::kGroupReadSamples) {
                 do {
-                    // Lanes beyond a group's outputs are stored, too, and overwritten by the next group.
+                    // The unused lanes of the last group are stored, too; the next group overwrites them.
                     PackedSimd::Store(fnRound(PackedSimd::ComputeSums(*psGroup, psSource)), psOutput);
                     Advance(kLanes);
                 } while (lCount >= kLanes && psEnd - psSource >= PackedSimd::kGroupReadSamples);

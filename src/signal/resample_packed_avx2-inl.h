@@ -1,7 +1,8 @@
-/// Sixteen outputs abreast, one in each 32-bit lane of two registers, by AVX2. The samples of four neighbouring outputs
-/// lie in one window of eight, out of which each lane takes its own pair, and the next by looking two samples further.
+/// Sixteen outputs in parallel with AVX2, one in each 32-bit lane of two vectors. The samples of a quad, four
+/// neighboring outputs, lie in one window of eight samples: a byte shuffle selects the pair of each lane.
 #pragma once
 
+#include "signal/biased_gain-inl.h"
 #include "signal/packed_filter_bank.h"
 #include "signal/samples-inl.h"
 
@@ -12,45 +13,45 @@
 namespace {
 
 class PackedSimd {
-    using Rows = SZtaPackedFilterBank;
+    using Bank = SZtaPackedFilterBank;
     using Group = SZtaPackedFilterBank::SGroup;
 
-    static constexpr int kLanes = Rows::kLanes;
-    static constexpr int kWindowSamples = 8;     ///< samples of half a register
-    static constexpr int kTapPairsPerWindow = 2; ///< how many pairs of a row are taken out of one window
-    static constexpr int kiWindows = Rows::kTapPairs / kTapPairsPerWindow;
-    static_assert(Rows::kMaxQuadOffset == kWindowSamples - 2 * kTapPairsPerWindow);
+    static constexpr int kLanes = Bank::kLanes;
+    static constexpr int kWindowSamples = 8;     ///< in a 128-bit lane
+    static constexpr int kTapPairsPerWindow = 2; ///< of each output
+    static constexpr int kWindows = Bank::kTapPairs / kTapPairsPerWindow;
+    static_assert(Bank::kMaxQuadOffset == kWindowSamples - 2 * kTapPairsPerWindow);
 
-    /// The first eight lanes and the others.
+    /// The lower and the upper eight lanes.
     struct Sums {
         __m256i vLower;
         __m256i vUpper;
     };
 
-    /// Limits the words of 32 bits and brings them into the order of the lanes.
+    /// Saturates 32-bit lanes to 16 bits and restores the order of the lanes.
     static __m256i Limit(__m256i vLower, __m256i vUpper)
     {
         return _mm256_permute4x64_epi64(_mm256_packs_epi32(vLower, vUpper), 0xD8);
     }
 
-    /// Sums in units of 2^-14, which is what they are in where the rate goes up.
+    /// For sums in units of 2^-14: output rates at or above the input rate.
     struct RoundByShift {
-        static constexpr double kdGain = 0x1p-14;
+        static constexpr double kGain = 0x1p-14;
 
         __m256i operator()(Sums sSums) const { return Limit(Round(sSums.vLower), Round(sSums.vUpper)); }
 
     private:
         static __m256i Round(__m256i vSums)
         {
-            // A half, and below 0 one unit less: a shift goes down, and halves go away from 0. Sums of rows that fit
-            // leave room for it.
+            // Adds a half, less one unit for negative sums: the shift rounds down, and halves round away from 0. The
+            // limit of the taps excludes overflow.
             const __m256i vHalves = _mm256_add_epi32(_mm256_set1_epi32(1 << 13), _mm256_srai_epi32(vSums, 31));
             return _mm256_srai_epi32(_mm256_add_epi32(vSums, vHalves), 14);
         }
     };
 
-    /// See BiasedGain: less to do than by the gain, and nothing that goes from one width to another. Only for a host
-    /// that rounds to the nearest.
+    /// See BiasedGain: fewer operations than RoundByGain, and no conversion of widths. Requires the rounding mode
+    /// "to nearest".
     struct RoundByBiasedGain {
         __m256i operator()(Sums sSums) const { return Limit(Round(sSums.vLower), Round(sSums.vUpper)); }
 
@@ -73,7 +74,7 @@ class PackedSimd {
         }
     };
 
-    /// As RunVector::StoreRounded does, but limits come last.
+    /// Like FirSimd::RoundAndStore, but clamps last.
     struct RoundByGain {
         double dGain;
 
@@ -95,23 +96,23 @@ class PackedSimd {
 
 public:
     static constexpr long kBreakEvenPeriods = 20;
-    /// Samples that all windows of a group span, whether or not they belong to an output.
+    /// The samples that all windows of a group span, including those that belong to no output.
     static constexpr int kGroupReadSamples =
-        Rows::kMaxLaneOffset + (kiWindows - 1) * 2 * kTapPairsPerWindow + kWindowSamples;
+        Bank::kMaxLaneOffset + (kWindows - 1) * 2 * kTapPairsPerWindow + kWindowSamples;
 
     template <typename Use>
     static void DispatchOnRounding(double dGain, Use fnUse)
     {
-        if (dGain == RoundByShift::kdGain) {
+        if (dGain == RoundByShift::kGain) {
             fnUse(RoundByShift());
-        } else if (dGain == BiasedGain::kdGain && (_mm_getcsr() & _MM_ROUND_MASK) == _MM_ROUND_NEAREST) {
+        } else if (dGain == BiasedGain::kGain && (_mm_getcsr() & _MM_ROUND_MASK) == _MM_ROUND_NEAREST) {
             fnUse(RoundByBiasedGain());
         } else {
             fnUse(RoundByGain{dGain});
         }
     }
 
-    /// The sums of a whole group, all of whose windows may be read.
+    /// Computes a whole group. All samples of its windows must be readable.
     static Sums ComputeSums(const Group& rsGroup, const std::int16_t* psSource)
     {
         return {ComputeHalfSums<0>(rsGroup, psSource), ComputeHalfSums<kLanes / 2>(rsGroup, psSource)};
@@ -122,13 +123,13 @@ public:
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(psOutput), vOutputs);
     }
 
-    /// The outputs of a group from lane iLane on, whose first sample is at psSource. None of the samples from lReadable
-    /// on is read.
+    /// Computes the outputs of a group from lane iLane on, whose first sample is at psSource. Reads lReadable samples
+    /// at most.
     template <typename Rounding>
     static void StorePartial(const Group& rsGroup, int iLane, const std::int16_t* psSource, long lReadable,
                              int iOutputs, std::int16_t* psOutput, Rounding fnRound)
     {
-        // What the other lanes make of the zeros is of no account.
+        // The results of the unused lanes are discarded.
         std::int16_t asSamples[kGroupReadSamples] = {};
         const long lSkipped = rsGroup.aausOffsets[iLane][0];
         const long lSamples = lReadable < kGroupReadSamples - lSkipped ? lReadable : kGroupReadSamples - lSkipped;
@@ -144,15 +145,15 @@ private:
     {
         const std::int16_t* const psFirst = psSource + rsGroup.aausOffsets[iFirstLane][0];
         const std::int16_t* const psSecond = psSource + rsGroup.aausOffsets[iFirstLane + 4][0];
-        // The places of each lane's bytes, from those of its quad on.
+        // The byte indexes of each lane's pair in the window of its quad.
         const __m256i vOffsets = _mm256_load_si256(reinterpret_cast<const __m256i*>(rsGroup.aausOffsets + iFirstLane));
         const __m256i vInQuad = _mm256_sub_epi16(vOffsets, _mm256_shuffle_epi32(vOffsets, 0));
-        __m256i avPlaces[kTapPairsPerWindow];
-        avPlaces[0] =
+        __m256i avIndexes[kTapPairsPerWindow];
+        avIndexes[0] =
             _mm256_add_epi16(_mm256_mullo_epi16(vInQuad, _mm256_set1_epi16(0x0202)), _mm256_set1_epi32(0x03020100));
-        avPlaces[1] = _mm256_add_epi8(avPlaces[0], _mm256_set1_epi8(4));
+        avIndexes[1] = _mm256_add_epi8(avIndexes[0], _mm256_set1_epi8(4));
         __m256i avSums[kTapPairsPerWindow];
-        for (long w = 0; w < kiWindows; ++w) {
+        for (long w = 0; w < kWindows; ++w) {
             const __m256i vWindow =
                 _mm256_inserti128_si256(_mm256_castsi128_si256(LoadWindow(psFirst + 2L * kTapPairsPerWindow * w)),
                                         LoadWindow(psSecond + 2L * kTapPairsPerWindow * w), 1);
@@ -160,7 +161,7 @@ private:
                 const auto* pvPairs =
                     reinterpret_cast<const __m256i*>(rsGroup.aasTapPairs[w * kTapPairsPerWindow + k] + iFirstLane);
                 const __m256i vProducts =
-                    _mm256_madd_epi16(_mm256_load_si256(pvPairs), _mm256_shuffle_epi8(vWindow, avPlaces[k]));
+                    _mm256_madd_epi16(_mm256_load_si256(pvPairs), _mm256_shuffle_epi8(vWindow, avIndexes[k]));
                 avSums[k] = w == 0 ? vProducts : _mm256_add_epi32(avSums[k], vProducts);
             }
         }

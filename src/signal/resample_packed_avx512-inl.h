@@ -1,13 +1,15 @@
-/// Sixteen outputs abreast, one in each lane, by AVX-512 F, BW and DQ. The samples of sixteen neighbouring outputs lie
-/// in one window of thirty-two, out of which each lane takes its own pair, and the next by looking two samples further.
+/// Sixteen outputs in parallel with AVX-512 F, BW and DQ, one in each 32-bit lane. The samples of all outputs lie in
+/// one window of 32 samples: a permutation selects the pair of each lane.
 #pragma once
 
+#include "signal/biased_gain-inl.h"
 #include "signal/packed_filter_bank.h"
 
 #include <cstdint>
 
 #include <immintrin.h>
 
+// The intrinsics of GCC 12 use an uninitialized source for their masked forms, and warn about it.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #if !defined(__clang__)
@@ -17,29 +19,29 @@
 namespace {
 
 class PackedSimd {
-    using Rows = SZtaPackedFilterBank;
+    using Bank = SZtaPackedFilterBank;
     using Group = SZtaPackedFilterBank::SGroup;
 
-    static constexpr int kLanes = Rows::kLanes;
-    static constexpr int kWindowSamples = 32;    ///< samples of a register
-    static constexpr int kTapPairsPerWindow = 4; ///< how many pairs of a row are taken out of one window
-    static constexpr int kiWindows = Rows::kTapPairs / kTapPairsPerWindow;
-    static_assert(Rows::kMaxLaneOffset == kWindowSamples - 2 * kTapPairsPerWindow);
+    static constexpr int kLanes = Bank::kLanes;
+    static constexpr int kWindowSamples = 32;    ///< in a vector
+    static constexpr int kTapPairsPerWindow = 4; ///< of each output
+    static constexpr int kWindows = Bank::kTapPairs / kTapPairsPerWindow;
+    static_assert(Bank::kMaxLaneOffset == kWindowSamples - 2 * kTapPairsPerWindow);
 
-    /// Sums in units of 2^-14, which is what they are in where the rate goes up.
+    /// For sums in units of 2^-14: output rates at or above the input rate.
     struct RoundByShift {
-        static constexpr double kdGain = 0x1p-14;
+        static constexpr double kGain = 0x1p-14;
 
         __m256i operator()(__m512i vSums) const
         {
-            // A half, and below 0 one unit less: a shift goes down, and halves go away from 0. Sums of rows that fit
-            // leave room for it.
+            // Adds a half, less one unit for negative sums: the shift rounds down, and halves round away from 0. The
+            // limit of the taps excludes overflow.
             const __m512i vHalves = _mm512_add_epi32(_mm512_set1_epi32(1 << 13), _mm512_srai_epi32(vSums, 31));
             return _mm512_cvtsepi32_epi16(_mm512_srai_epi32(_mm512_add_epi32(vSums, vHalves), 14));
         }
     };
 
-    /// See BiasedGain: less to do than by the gain, and nothing that goes from one width to another.
+    /// See BiasedGain: fewer operations than RoundByGain, and no conversion of widths.
     struct RoundByBiasedGain {
         __m256i operator()(__m512i vSums) const
         {
@@ -61,7 +63,7 @@ class PackedSimd {
         }
     };
 
-    /// As RunVector::StoreRounded does, but limits come last.
+    /// Like FirSimd::RoundAndStore, but clamps last.
     struct RoundByGain {
         double dGain;
 
@@ -83,22 +85,22 @@ class PackedSimd {
 
 public:
     static constexpr long kBreakEvenPeriods = 5;
-    /// Samples that all windows of a group span, whether or not they belong to an output.
-    static constexpr int kGroupReadSamples = (kiWindows - 1) * 2 * kTapPairsPerWindow + kWindowSamples;
+    /// The samples that all windows of a group span, including those that belong to no output.
+    static constexpr int kGroupReadSamples = (kWindows - 1) * 2 * kTapPairsPerWindow + kWindowSamples;
 
     template <typename Use>
     static void DispatchOnRounding(double dGain, Use fnUse)
     {
-        if (dGain == RoundByShift::kdGain) {
+        if (dGain == RoundByShift::kGain) {
             fnUse(RoundByShift());
-        } else if (dGain == BiasedGain::kdGain) {
+        } else if (dGain == BiasedGain::kGain) {
             fnUse(RoundByBiasedGain());
         } else {
             fnUse(RoundByGain{dGain});
         }
     }
 
-    /// The sums of a whole group, all of whose windows may be read.
+    /// Computes a whole group. All samples of its windows must be readable.
     [[gnu::always_inline]] static __m512i ComputeSums(const Group& rsGroup, const std::int16_t* psSource)
     {
         return Sums(rsGroup, _mm512_load_si512(rsGroup.aausOffsets),
@@ -110,8 +112,8 @@ public:
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(psOutput), vOutputs);
     }
 
-    /// The outputs of a group from lane iLane on, whose first sample is at psSource. None of the samples from lReadable
-    /// on is read.
+    /// Computes the outputs of a group from lane iLane on, whose first sample is at psSource. Reads lReadable samples
+    /// at most.
     template <typename Rounding>
     [[gnu::always_inline]] static void StorePartial(const Group& rsGroup, int iLane, const std::int16_t* psSource,
                                                     long lReadable, int iOutputs, std::int16_t* psOutput,
@@ -130,7 +132,8 @@ public:
 private:
     static __m256i LaneIndices() { return _mm256_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15); }
 
-    /// One sum for each lane. vOffsets are those of the first pairs, and fnWindow(i) loads the samples from i on.
+    /// Returns one sum in each lane. vOffsets are those of the first pairs; fnWindow(i) loads the window from sample i
+    /// on.
     template <typename Window>
     [[gnu::always_inline]] static __m512i Sums(const Group& rsGroup, __m512i vOffsets, Window fnWindow)
     {
@@ -140,7 +143,7 @@ private:
             avOffsets[k] = _mm512_add_epi16(avOffsets[k - 1], _mm512_set1_epi16(2));
         }
         __m512i avSums[kTapPairsPerWindow];
-        for (int w = 0; w < kiWindows; ++w) {
+        for (int w = 0; w < kWindows; ++w) {
             const __m512i vWindow = fnWindow(w * 2 * kTapPairsPerWindow);
             for (int k = 0; k < kTapPairsPerWindow; ++k) {
                 const __m512i vSamples = _mm512_permutexvar_epi16(avOffsets[k], vWindow);
@@ -152,7 +155,7 @@ private:
         return _mm512_add_epi32(_mm512_add_epi32(avSums[0], avSums[1]), _mm512_add_epi32(avSums[2], avSums[3]));
     }
 
-    /// A mask of the first lCount words.
+    /// Returns a mask of the first lCount 16-bit lanes.
     static __mmask32 FirstLanesMask(long lCount)
     {
         const long lWords = lCount < 0 ? 0 : lCount < kWindowSamples ? lCount : kWindowSamples;

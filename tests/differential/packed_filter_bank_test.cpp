@@ -24,12 +24,12 @@ struct PreparingBuild {
     const char* prefix;
     std::uint64_t features;
     decltype(&k0_ownPackFilterBank_16s) prepare;
-    decltype(&k0_ownResamplePacked_16s) run;
+    decltype(&k0_ippsResamplePolyphaseFixed_16s) run;
 };
 
 constexpr PreparingBuild kBuilds[] = {
 #define ZTA_TEST_VARIANT(argument, prefix, features)                                                                   \
-    {#prefix, (features), &prefix##_ownPackFilterBank_16s, &prefix##_ownResamplePacked_16s},
+    {#prefix, (features), &prefix##_ownPackFilterBank_16s, &prefix##_ippsResamplePolyphaseFixed_16s},
     ZTA_IPP_VARIANT_LIST(ZTA_TEST_VARIANT, )
 #undef ZTA_TEST_VARIANT
 };
@@ -91,9 +91,14 @@ class PreparedRows : public testing::TestWithParam<PreparingBuild> {
 protected:
     /// With the samples that belong to the outputs between two pages that must not be touched, and the outputs right
     /// before one.
-    void ExpectTheSame(const FilterBlock& filter, const SZtaPackedFilterBank* rows,
-                       const std::vector<std::int16_t>& signal, int len, double time, float norm = 1.0f)
+    void ExpectTheSame(const FilterBlock& filter, SZtaPackedFilterBank* rows, const std::vector<std::int16_t>& signal,
+                       int len, double time, float norm = 1.0f)
     {
+        if (rows != nullptr) {
+            SetPackedFilterBank(*filter.Get(), rows);
+        } else {
+            filter.Get()->ulPackedBankKey = 0;
+        }
         const Output expected = Expected(signal.data(), len, time, filter.Get(), norm);
         const auto count = static_cast<std::int64_t>(expected.samples.size());
         const models::BlockHead head = filter.Head();
@@ -109,7 +114,7 @@ protected:
         double timeAfter = time;
         int written = 0;
         const IppStatus status = GetParam().run(reinterpret_cast<std::int16_t*>(source_.End()) - samples, len,
-                                                destination, norm, &timeAfter, &written, filter.Get(), rows);
+                                                destination, norm, &timeAfter, &written, filter.Get());
         ASSERT_EQ((Output{status, {destination, destination + written}, timeAfter}), expected)
             << "len " << len << ", time " << time << ", norm " << norm;
         ASSERT_TRUE(std::all_of(destination_.Begin(), reinterpret_cast<std::uint8_t*>(destination),
@@ -372,8 +377,7 @@ TEST_P(PreparedRows, GiveTheSameForEveryNorm)
         for (const float norm : {1.0f, -1.0f, 0.5f, 0.37f, 2.0f, 3.3f, 1000.0f, 8191.0f, 8192.0f, 8193.0f, 9000.0f,
                                  -8192.0f, -9000.0f, 60000.0f, 1e9f, -1e30f, 0.0f,
                                  std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()}) {
-            for (const SZtaPackedFilterBank* const rows : {static_cast<const SZtaPackedFilterBank*>(&rows_),
-                                                           static_cast<const SZtaPackedFilterBank*>(nullptr)}) {
+            for (SZtaPackedFilterBank* const rows : {&rows_, static_cast<SZtaPackedFilterBank*>(nullptr)}) {
                 ExpectTheSame(filter, rows, noise, 1000, 17.25, norm);
                 ExpectTheSame(filter, rows, square, 1000, 17.25, norm);
             }
@@ -415,15 +419,15 @@ TEST_P(PreparedRows, RefuseLikeTheRunWithoutThem)
 {
     const FilterBlock filter = FilterOf(kUp);
     GetParam().prepare(filter.Get(), &rows_);
+    SetPackedFilterBank(*filter.Get(), &rows_);
     const std::vector<std::int16_t> source(100);
     std::int16_t output = 11;
     double time = 17.5;
     int count = 13;
-    EXPECT_EQ(GetParam().run(nullptr, 1, &output, 1.0f, &time, &count, filter.Get(), &rows_), ippStsNullPtrErr);
-    EXPECT_EQ(GetParam().run(source.data(), 0, &output, 1.0f, &time, &count, filter.Get(), &rows_), ippStsSizeErr);
+    EXPECT_EQ(GetParam().run(nullptr, 1, &output, 1.0f, &time, &count, filter.Get()), ippStsNullPtrErr);
+    EXPECT_EQ(GetParam().run(source.data(), 0, &output, 1.0f, &time, &count, filter.Get()), ippStsSizeErr);
     // A start that rounds up to the end: nothing to put out.
-    EXPECT_EQ(GetParam().run(source.data(), 1, &output, 1.0f, &(time = 20.999), &count, filter.Get(), &rows_),
-              ippStsNoErr);
+    EXPECT_EQ(GetParam().run(source.data(), 1, &output, 1.0f, &(time = 20.999), &count, filter.Get()), ippStsNoErr);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(output, 11);
 }

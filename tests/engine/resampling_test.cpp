@@ -814,13 +814,14 @@ TEST_F(StreamState, HasItsRowsInABlockThatTheFilterNames)
         const auto stream = Make(44100, 48000);
         const Filter* const filter = State(stream).m_pSpec;
         const bool prepares = (build.features & keZtaFeatureAvx2) != 0;
-        EXPECT_EQ(filter->ulPackedBankKey != 0, prepares) << build.prefix;
         EXPECT_EQ(filter->reserved, 0U);
-        if (prepares) {
-            const auto* const rows = static_cast<const SZtaPackedFilterBank*>(filter->pRows[filter->outRate]);
-            EXPECT_EQ(rows->lGroups, 10);
-            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(rows) % 64, 0U);
-        }
+        const SZtaPackedFilterBank* const bank = GetPackedFilterBank(*filter);
+        ASSERT_NE(bank, nullptr);
+        EXPECT_EQ(bank->lGroups, prepares ? 10 : 0) << build.prefix;
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bank) % 64, 0U);
+        // Behind the filter's 40100 bytes, in the same block.
+        EXPECT_GE(reinterpret_cast<const char*>(bank), reinterpret_cast<const char*>(filter) + 40100);
+        EXPECT_LT(reinterpret_cast<const char*>(bank), reinterpret_cast<const char*>(filter) + 40100 + 64);
     }
     ippInit();
 }
@@ -830,11 +831,16 @@ TEST_F(StreamState, GivesTheSameSamplesWithoutAPackedBank)
     for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
         const auto packed = Make(from, to);
         const auto plain = Make(from, to);
-        State(plain).m_pSpec->ulPackedBankKey = 0;
+        SZtaPackedFilterBank empty{};
+        SetPackedFilterBank(*State(plain).m_pSpec, &empty);
+        const auto missing = Make(from, to);
+        State(missing).m_pSpec->ulPackedBankKey = 0;
         EZtAudioResamplerMode mode = kRestart;
         for (const std::size_t frames : {480U, 9U, 20000U, 441U}) {
             const Samples16 in = Noise(frames, 18);
-            EXPECT_EQ(Run(plain, in, mode), Run(packed, in, mode)) << frames;
+            const Samples16 expected = Run(packed, in, mode);
+            EXPECT_EQ(Run(plain, in, mode), expected) << frames;
+            EXPECT_EQ(Run(missing, in, mode), expected) << frames;
             mode = kContinue;
         }
     }

@@ -3,6 +3,7 @@
 #include "resampler/polyphase_resampler.h"
 #include "signal/filter_spec.h"
 #include "signal/packed_filter_bank.h"
+#include "testing/fake_audio_samples.h"
 #include "testing/guarded_buffer.h"
 #include "testing/misbehaving_buffer.h"
 #include "testing/signal_variants.h"
@@ -946,6 +947,96 @@ TEST_F(StreamState, CreationRejectsChannelCountsWithoutMemory)
                   ZT_E_INCONSISTENCY_DETECTED)
             << channels;
         EXPECT_EQ(stream, unchanged);
+    }
+}
+
+TEST_F(StreamState, CreationFailsForRatesWithoutAFilter)
+{
+    struct Rates {
+        unsigned long in;
+        unsigned long out;
+    };
+    for (const Rates rates : {Rates{0, 48000}, {44100, 0}, {0x80000000UL, 48000}, {44100, 0xFFFFFFFFUL}}) {
+        const int objects = g_i32Objects;
+        IUnknown* const unchanged = reinterpret_cast<IUnknown*>(0x40);
+        IUnknown* stream = unchanged;
+        EXPECT_EQ(kernel_.CreateAudioResamplerMono16BitsToMono16Bits(rates.in, rates.out, 1, &stream),
+                  ZT_E_INCONSISTENCY_DETECTED);
+        EXPECT_EQ(stream, unchanged);
+        EXPECT_EQ(g_i32Objects, objects + 1) << "the object stays counted";
+    }
+}
+
+TEST_F(StreamState, CreationUsesTheLower32BitsOfRatesForTheFilter)
+{
+    constexpr unsigned long kHighBit = 1UL << 32;
+    const auto stream = Make(kHighBit + 44100, kHighBit + 48000);
+    EXPECT_EQ(State(stream).m_ulInputRate, kHighBit + 44100);
+    EXPECT_EQ(State(stream).m_ulOutputRate, kHighBit + 48000);
+    EXPECT_EQ(State(stream).m_pSpec->inRate, 147);
+    EXPECT_EQ(State(stream).m_pSpec->outRate, 160);
+}
+
+TEST_F(StreamState, CreationUsesTheChannelsOfTheOutput)
+{
+    SZtaWaveFormatInfo in = Pcm16(2, 44100);
+    for (const std::uint32_t channels : {0U, 1U, 16U, 17U, 1000U}) {
+        SZtaWaveFormatInfo out = Pcm16(channels, 48000);
+        IUnknown* made = nullptr;
+        ASSERT_EQ(kernel_.CreateAudioResampler(&in, &out, &made), 0);
+        const auto stream = host::Ref<IUnknown>::Adopt(made);
+        EXPECT_EQ(State(stream).m_ulChannels, channels);
+        const std::int16_t* const history = State(stream).m_psHistory;
+        EXPECT_TRUE(std::all_of(history, history + 48 * channels, [](std::int16_t sample) { return sample == 0; }));
+    }
+    // Sign-extended from 32 bits: no memory for that many.
+    SZtaWaveFormatInfo out = Pcm16(0xFFFFFFFF, 48000);
+    IUnknown* made = nullptr;
+    EXPECT_EQ(kernel_.CreateAudioResampler(&in, &out, &made), ZT_E_INCONSISTENCY_DETECTED);
+}
+
+TEST_F(StreamState, ReleaseCountsDownAndDeletesAtZero)
+{
+    const int objects = g_i32Objects;
+    IUnknown* made = nullptr;
+    ASSERT_EQ(kernel_.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 1, &made), 0);
+    EXPECT_EQ(made->AddRef(), 2U);
+    EXPECT_EQ(made->Release(), 1U);
+    EXPECT_EQ(g_i32Objects, objects + 1);
+    EXPECT_EQ(made->Release(), 0U);
+    EXPECT_EQ(g_i32Objects, objects);
+    CPolyphaseResampler bare;
+    EXPECT_EQ(bare.Release(), ~0UL) << "sign-extended from 32 bits";
+}
+
+TEST(ResamplerKernel, ReturnsTheStatusOfItsBuffers)
+{
+    constexpr int kFailure = static_cast<int>(0x80001234);
+    CZtaResampleAudio kernel;
+    IUnknown* made = nullptr;
+    ASSERT_EQ(kernel.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 1, &made), 0);
+    const auto stream = host::Ref<IUnknown>::Adopt(made);
+    const auto resample = [&](FakeAudioSamples& in, FakeAudioSamples& out) {
+        return kernel.ResampleAudio(&in, &out, kRestart, 0, stream.Get());
+    };
+    const auto input = [] { return FakeAudioSamples(Pcm16(1, 44100), 1000, 1000); };
+    const auto output = [] { return FakeAudioSamples(Pcm16(1, 48000), 0, 1200); };
+    for (int FakeAudioSamples::*const status :
+         {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus, &FakeAudioSamples::capacityStatus}) {
+        FakeAudioSamples in = input();
+        FakeAudioSamples out = output();
+        out.*status = kFailure;
+        EXPECT_EQ(resample(in, out), kFailure);
+        EXPECT_TRUE(out.lengthsSet.empty());
+        in.*status = kFailure + 1; // queried first
+        EXPECT_EQ(resample(in, out), kFailure + 1);
+    }
+    for (const int status : {2, kFailure}) {
+        FakeAudioSamples in = input();
+        FakeAudioSamples out = output();
+        out.setLengthStatus = status;
+        EXPECT_EQ(resample(in, out), status);
+        EXPECT_EQ(out.lengthsSet, std::vector<unsigned long>{(1000 - 17) * 160 / 147 * 2 + 2});
     }
 }
 

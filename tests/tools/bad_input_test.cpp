@@ -217,11 +217,11 @@ TEST_F(BadInput, AWrongCommandLine)
         {"resample", in_, out_, "--rate", "fast"},
         {"resample", in_, out_, "--rate", "44100", "--block", "0"},
         {"resample", in_, folder_.File("out.ogg"), "--rate", "44100"},
-        {"analyse"},
-        {"analyse", in_, in_},
+        {"analyze"},
+        {"analyze", in_, in_},
         {"volume", in_, "--gain", "1"},
         {"stereo", in_, in_},
-        {"cut", in_},
+        {"trim", in_},
     };
     for (const auto& line : lines) {
         SCOPED_TRACE(::testing::PrintToString(line));
@@ -262,8 +262,8 @@ TEST_F(BadInput, ATimeThatIsNone)
     for (const std::string time : {"", "x", "1.", ".5", "-1", "1:60", "0:60:00", "1:00:60", "1:2:3:4", "1,5", "5S",
                                    "1.5s", "s", "0.1234567890", "1e3", "1 "}) {
         SCOPED_TRACE(time);
-        Fails({"cut", in_, out_, "--from=" + time}, 2);
-        const std::string errors = Fails({"cut", in_, out_, "--to=" + time}, 2);
+        Fails({"trim", in_, out_, "--from=" + time}, 2);
+        const std::string errors = Fails({"trim", in_, out_, "--to=" + time}, 2);
         EXPECT_TRUE(time.empty() || errors.find(time + " is no time: 1.5, 0:01.500 or") != std::string::npos) << errors;
     }
 }
@@ -271,12 +271,12 @@ TEST_F(BadInput, ATimeThatIsNone)
 TEST_F(BadInput, APieceThatIsNotThere)
 {
     WriteTextFile(out_, "precious");
-    EXPECT_EQ(Fails({"cut", in_, out_, "--to", "48001s"}),
-              "ztaudio: " + in_ + ": ends after 48000 sample frames, before the end of the cut at 48001\n");
-    EXPECT_EQ(Fails({"cut", in_, out_, "--from", "1"}), "ztaudio: nothing to cut from sample frame 48000 to 48000\n");
-    Fails({"cut", in_, out_, "--from", "0.5", "--to", "0.5"});
-    Fails({"cut", in_, out_, "--from", "0.75", "--to", "0.5"});
-    Fails({"cut", in_, out_, "--from", "10:00:00", "--to", "10:00:01"});
+    EXPECT_EQ(Fails({"trim", in_, out_, "--to", "48001s"}),
+              "ztaudio: " + in_ + ": ends after 48000 sample frames, before the end of the range at 48001\n");
+    EXPECT_EQ(Fails({"trim", in_, out_, "--from", "1"}), "ztaudio: nothing to copy from sample frame 48000 to 48000\n");
+    Fails({"trim", in_, out_, "--from", "0.5", "--to", "0.5"});
+    Fails({"trim", in_, out_, "--from", "0.75", "--to", "0.5"});
+    Fails({"trim", in_, out_, "--from", "10:00:00", "--to", "10:00:01"});
 }
 
 constexpr const char* kBadCount = "ZT_E_INVALID_PARAMETER: One of the method parameter is invalid.\n";
@@ -378,7 +378,7 @@ TEST_F(BadInput, AnInputThatIsOneOfTheOutputs)
     EXPECT_TRUE(Fails({"split", folder_.File("3.wav"), "-o", folder_.File("{}.wav")}).ends_with(text));
     EXPECT_TRUE(Fails({"volume", in_, in_, "--gain", "1", "--format", "16"}).ends_with(text));
     EXPECT_TRUE(Fails({"stereo", folder_.File("mono.wav"), in_, in_}).ends_with(text));
-    EXPECT_TRUE(Fails({"cut", in_, in_}).ends_with(text));
+    EXPECT_TRUE(Fails({"trim", in_, in_}).ends_with(text));
 }
 
 TEST_F(BadInput, ATruncatedOrMissingFileAmongSeveral)
@@ -390,7 +390,7 @@ TEST_F(BadInput, ATruncatedOrMissingFileAmongSeveral)
         Fails({"stereo", in_, folder_.File(name), out_});
         Fails({"split", folder_.File(name), "-o", folder_.File("{}.wav")});
         Fails({"volume", folder_.File(name), out_, "--gain", "1"});
-        Fails({"cut", folder_.File(name), out_});
+        Fails({"trim", folder_.File(name), out_});
     }
 }
 
@@ -520,21 +520,21 @@ TEST_F(BadInput, AnAnalysisThatCannotBeDone)
 {
     const std::string missing = folder_.File("missing.wav");
     const std::string plot = folder_.File("plot.svg");
-    Fails({"analyse", missing, "--plot", plot});
-    Fails({"analyse", in_, "--reference", missing, "--plot", plot});
-    EXPECT_TRUE(Fails({"analyse", in_, "--plot", in_}).ends_with("input and output are the same file\n"));
-    EXPECT_EQ(Fails({"analyse", in_, "--plot", folder_.File("missing/plot.svg")}),
+    Fails({"analyze", missing, "--plot", plot});
+    Fails({"analyze", in_, "--reference", missing, "--plot", plot});
+    EXPECT_TRUE(Fails({"analyze", in_, "--plot", in_}).ends_with("input and output are the same file\n"));
+    EXPECT_EQ(Fails({"analyze", in_, "--plot", folder_.File("missing/plot.svg")}),
               "ztaudio: " + folder_.File("missing/plot.svg") + ": cannot write: No such file or directory\n");
     WriteTextFile(plot, "precious");
-    Fails({"analyse", in_, "--plot", plot}, 1, {.fileSizeLimit = 1000});
+    Fails({"analyze", in_, "--plot", plot}, 1, {.fileSizeLimit = 1000});
     for (const Sound& other : {Noise(SF_FORMAT_PCM_16, 1, 48000), Noise(SF_FORMAT_PCM_16, 2, 48000, 44100)}) {
         WriteSound(folder_.File("other.wav"), other);
-        EXPECT_EQ(Fails({"analyse", in_, "--reference", folder_.File("other.wav")}),
+        EXPECT_EQ(Fails({"analyze", in_, "--reference", folder_.File("other.wav")}),
                   "ztaudio: " + folder_.File("other.wav") + ": is no reference for " + in_ +
                       ", which has another rate or other channels\n");
     }
     Truncate(in_, 4001);
-    EXPECT_NE(Fails({"analyse", in_, "--plot", plot}).find("truncated"), std::string::npos);
+    EXPECT_NE(Fails({"analyze", in_, "--plot", plot}).find("truncated"), std::string::npos);
 }
 
 } // namespace

@@ -21,8 +21,8 @@ TEST(Help, ShowsExamplesForTheToolAndForEachCommand)
     const ResampleResult tool = RunTool({"--help"});
     EXPECT_EQ(tool.exitCode, 0);
     EXPECT_EQ(tool.errors, "");
-    for (const std::string command :
-         {"info", "convert", "cut", "stereo", "volume", "mux", "split", "register", "unregister"}) {
+    for (const std::string command : {"info", "convert", "trim", "stereo", "volume", "mux", "split", "resample",
+                                      "analyze", "register", "unregister"}) {
         EXPECT_TRUE(Has(tool.output, "  " + command + " ")) << tool.output;
         const ResampleResult help = RunTool({command, "--help"});
         EXPECT_EQ(help.exitCode, 0);
@@ -114,31 +114,47 @@ TEST(Info, TellsOfATruncatedFile)
     EXPECT_TRUE(Has(run.output, "  truncated  1000 bytes of samples are missing\n")) << run.output;
 }
 
-TEST(Info, NamesTheModulesLoopsWithoutFiles)
+TEST(Info, ShowsTheVariantOfTheSampleLoopsWithoutFiles)
 {
-    const ResampleResult chosen = RunTool({"info"});
-    EXPECT_EQ(chosen.exitCode, 0) << chosen.errors;
-    EXPECT_TRUE(chosen.output.starts_with(kModule + "\n  loops      ")) << chosen.output;
-    const ResampleResult plain = RunTool({"info", "--loops", "plain"});
-    EXPECT_EQ(plain.exitCode, 0) << plain.errors;
-    EXPECT_EQ(plain.output, kModule + "\n  loops      plain\n");
+    const ResampleResult selected = RunTool({"info"});
+    EXPECT_EQ(selected.exitCode, 0) << selected.errors;
+    EXPECT_TRUE(selected.output.starts_with(kModule + "\n  loops      ")) << selected.output;
+    const ResampleResult scalar = RunTool({"info", "--loop-variant", "scalar"});
+    EXPECT_EQ(scalar.exitCode, 0) << scalar.errors;
+    EXPECT_EQ(scalar.output, kModule + "\n  loops      scalar\n");
 }
 
-TEST(Loops, AreTheOnesThatTheUserNames)
+TEST(LoopVariant, IsTheOneThatTheUserNames)
 {
     const TempDirectory folder;
     WriteSound(folder.File("a.wav"), Noise(SF_FORMAT_PCM_16, 2, 4800));
-    const auto Convert = [&](const std::string& out, const std::string& loops) {
-        return RunTool({"--loops", loops, "convert", folder.File("a.wav"), folder.File(out), "--format", "24in32"});
+    const auto Convert = [&](const std::string& out, const std::string& variant) {
+        return RunTool(
+            {"--loop-variant", variant, "convert", folder.File("a.wav"), folder.File(out), "--format", "24in32"});
     };
-    EXPECT_EQ(Convert("plain.wav", "plain").exitCode, 0);
+    EXPECT_EQ(Convert("scalar.wav", "scalar").exitCode, 0);
     EXPECT_EQ(RunTool({"convert", folder.File("a.wav"), folder.File("b.wav"), "--format", "24in32"}).exitCode, 0);
-    ExpectSame(ReadSound(folder.File("b.wav")), ReadSound(folder.File("plain.wav")));
+    ExpectSame(ReadSound(folder.File("b.wav")), ReadSound(folder.File("scalar.wav")));
 
-    const ResampleResult refused = Convert("c.wav", "avx3");
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_EQ(refused.errors, "ztaudio: --loops avx3: no such loops, or this processor does not run them\n");
+    const ResampleResult rejected = Convert("c.wav", "avx3");
+    EXPECT_EQ(rejected.exitCode, 1);
+    EXPECT_EQ(rejected.errors, "ztaudio: --loop-variant avx3: unknown, or not supported by this CPU\n");
     EXPECT_FALSE(std::filesystem::exists(folder.File("c.wav")));
+}
+
+// Scripts that use the former names keep working for one release; the help lists the new names only.
+TEST(FormerNames, AreAcceptedAndNotListed)
+{
+    const TempDirectory folder;
+    WriteSound(folder.File("a.wav"), Noise(SF_FORMAT_PCM_16, 2, 4800));
+    EXPECT_EQ(RunTool({"info", "--loops", "plain"}).output, kModule + "\n  loops      scalar\n");
+    EXPECT_EQ(RunTool({"analyse", folder.File("a.wav")}).output, RunTool({"analyze", folder.File("a.wav")}).output);
+    EXPECT_EQ(RunTool({"cut", folder.File("a.wav"), folder.File("b.wav"), "--to", "100s"}).exitCode, 0);
+    EXPECT_EQ(ReadSound(folder.File("b.wav")).Frames(), 100);
+    const std::string help = RunTool({"--help"}).output;
+    for (const std::string name : {"--loops", "analyse", "cut "}) {
+        EXPECT_FALSE(Has(help, name)) << help;
+    }
 }
 
 class Registration : public ::testing::Test {

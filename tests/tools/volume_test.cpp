@@ -1,4 +1,4 @@
-// ztaudio volume, stereo and cut on good input: every sample of every file that they write.
+// ztaudio volume, stereo and trim on good input: every sample of every file that they write.
 #include "tests/tools/command_test.h"
 
 #include <algorithm>
@@ -144,7 +144,7 @@ protected:
     void ExpectPiece(const Sound& sound, const std::vector<std::string>& options, long from, long to)
     {
         SCOPED_TRACE(::testing::PrintToString(options));
-        Run({"cut", Write("in.wav", sound), File("out.wav")}, options);
+        Run({"trim", Write("in.wav", sound), File("out.wav")}, options);
         Sound expected = sound;
         expected.words.assign(sound.words.begin() + from * sound.channels, sound.words.begin() + to * sound.channels);
         if (last_.exitCode == 0) {
@@ -209,7 +209,7 @@ TEST_F(Cut, CarriesOverTheTitle)
     const std::vector<short> samples(1000, 7);
     sf_write_short(file, samples.data(), 1000);
     sf_close(file);
-    Run({"cut", File("in.wav"), File("out.wav"), "--to", "10s"});
+    Run({"trim", File("in.wav"), File("out.wav"), "--to", "10s"});
     file = sf_open(File("out.wav").c_str(), SFM_READ, &info);
     ASSERT_NE(file, nullptr);
     EXPECT_STREQ(sf_get_string(file, SF_STR_TITLE), "Morning");

@@ -6,8 +6,6 @@
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/sound_file_reader.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -17,13 +15,6 @@ namespace {
 
 constexpr sf_count_t kSegment = 65536;
 constexpr sf_count_t kShortestSegment = 512;
-
-struct Options {
-    std::filesystem::path in;
-    std::filesystem::path reference;
-    std::filesystem::path plot;
-    bool json = false;
-};
 
 /// The samples of a sound, 1 being full scale, in blocks for each channel.
 class SampleSource {
@@ -137,7 +128,7 @@ std::optional<ToneFigures> ToneOf(const Channel& channel, double rate)
                        .thdNoise = PowerDecibels(tone->rest / tone->power)};
 }
 
-void Print(const Options& options, const SoundFileReader& in, const Report& report)
+void Print(const AnalyzeOptions& options, const SoundFileReader& in, const Report& report)
 {
     std::printf("%s: %lld sample frames at %u Hz\n", options.in.c_str(), static_cast<long long>(report.frames),
                 in.Rate());
@@ -181,7 +172,7 @@ std::string JsonText(const std::string& text)
     return result + '"';
 }
 
-void PrintJson(const Options& options, const SoundFileReader& in, const Report& report)
+void PrintJson(const AnalyzeOptions& options, const SoundFileReader& in, const Report& report)
 {
     std::string text = "{\"file\": " + JsonText(options.in.string()) + ", \"rate\": " + std::to_string(in.Rate()) +
                        ", \"frames\": " + std::to_string(report.frames) + ", \"channels\": [";
@@ -215,7 +206,7 @@ void RequireLike(const SoundFileReader& in, const SoundFileReader& reference)
     }
 }
 
-void Plot(const Options& options, const SoundFileReader& in, const Report& report)
+void Plot(const AnalyzeOptions& options, const SoundFileReader& in, const Report& report)
 {
     SvgPlot plot = SpectrumPlot(options.in.filename().string(), in.Rate(), -160);
     for (std::size_t c = 0; c < report.channels.size(); ++c) {
@@ -224,7 +215,7 @@ void Plot(const Options& options, const SoundFileReader& in, const Report& repor
     WriteText(options.plot, plot.Text());
 }
 
-void RunAnalysis(const Options& options, const Context& context)
+void RunAnalysis(const AnalyzeOptions& options, const Context& context)
 {
     SoundFileReader in(options.in);
     in.RequireWhole();
@@ -251,22 +242,8 @@ void RunAnalysis(const Options& options, const Context& context)
 
 } // namespace
 
-void AddAnalyseCommand(CLI::App& app, const Context& context)
+int RunCommand(const AnalyzeOptions& options, const Context& context)
 {
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("analyse", "Measure a sound file: level, peak, and a test tone's quality");
-    command->add_option("IN", options->in, "the file to measure")->required();
-    command->add_option("--reference", options->reference, "tell also the level of the difference from this file");
-    command->add_option("--plot", options->plot, "draw the spectrum into this SVG file");
-    command->add_flag("--json", options->json, "print JSON");
-    command->footer(
-        "The level is that of the mean square; 0 dBFS is the square of full scale, and a full-scale sine has -3.01.\n"
-        "A tone is told where it holds most of the sound. Its own level is 0 dBFS for a full-scale sine. Signal to\n"
-        "noise leaves out its harmonics up to the tenth; THD+N does not. Neither counts what stands at 0 Hz.\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio analyse tone.wav\n"
-        "  ztaudio analyse copy.wav --reference original.wav\n"
-        "  ztaudio analyse tone.wav --plot tone.svg --json");
-    command->callback([options, &context] { RunAnalysis(*options, context); });
+    RunAnalysis(options, context);
+    return 0;
 }

@@ -1,20 +1,102 @@
-/// The commands. Each adds itself to the command line and runs when the line names it.
+/// The commands: the options of each in a plain struct, and the function that runs it.
+///
+/// Each function runs one command, needs no command line, and returns the exit code of the program. It throws Failure
+/// if the command cannot do its work.
 #pragma once
 
 #include "tools/ztaudio/context.h"
 
-namespace CLI {
-class App;
-}
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
 
-void AddInfoCommand(CLI::App& app, const Context& context);
-void AddConvertCommand(CLI::App& app, const Context& context);
-void AddCutCommand(CLI::App& app, const Context& context);
-void AddStereoCommand(CLI::App& app, const Context& context);
-void AddVolumeCommand(CLI::App& app, const Context& context);
-void AddMuxCommand(CLI::App& app, const Context& context);
-void AddSplitCommand(CLI::App& app, const Context& context);
-void AddResampleCommand(CLI::App& app, const Context& context);
-void AddAnalyseCommand(CLI::App& app, const Context& context);
-void AddRegisterCommand(CLI::App& app, const Context& context);
-void AddUnregisterCommand(CLI::App& app, const Context& context);
+struct VersionOptions {};
+
+struct InfoOptions {
+    std::vector<std::filesystem::path> files; ///< empty to show the module instead
+};
+
+struct ConvertOptions {
+    std::filesystem::path in;
+    std::filesystem::path out;
+    std::string format; ///< empty for the sample format of the input
+    bool fadeIn = false;
+    bool fadeOut = false;
+    std::int64_t block = 4096; ///< sample frames
+};
+
+struct TrimOptions {
+    std::filesystem::path in;
+    std::filesystem::path out;
+    std::string from = "0"; ///< a position, see IsPosition
+    std::string to;         ///< empty for the end of the file
+};
+
+struct StereoOptions {
+    std::filesystem::path left;
+    std::filesystem::path right;
+    std::filesystem::path out;
+};
+
+struct VolumeOptions {
+    std::filesystem::path in;
+    std::filesystem::path out;
+    std::vector<std::string> gains;
+    std::string format; ///< empty for 24in32
+};
+
+struct MuxOptions {
+    std::vector<std::filesystem::path> in;
+    std::filesystem::path out;
+    std::string format; ///< empty for the sample format of the inputs, or 24in32
+    std::vector<std::string> gains;
+};
+
+struct SplitOptions {
+    std::filesystem::path in;
+    std::string pattern; ///< see IsOutputPattern
+    bool stereo = false;
+    std::vector<std::string> gains;
+};
+
+struct ResampleOptions {
+    std::filesystem::path in;
+    std::filesystem::path out;
+    std::uint32_t rate = 0;
+    std::int64_t block = 4096; ///< sample frames
+};
+
+struct AnalyzeOptions {
+    std::filesystem::path in;
+    std::filesystem::path reference;
+    std::filesystem::path plot;
+    bool json = false;
+};
+
+struct RegisterOptions {
+    std::filesystem::path folder;
+};
+
+struct UnregisterOptions {
+    std::filesystem::path folder;
+};
+
+int RunCommand(const VersionOptions& options, const Context& context);
+int RunCommand(const InfoOptions& options, const Context& context);
+int RunCommand(const ConvertOptions& options, const Context& context);
+int RunCommand(const TrimOptions& options, const Context& context);
+int RunCommand(const StereoOptions& options, const Context& context);
+int RunCommand(const VolumeOptions& options, const Context& context);
+int RunCommand(const MuxOptions& options, const Context& context);
+int RunCommand(const SplitOptions& options, const Context& context);
+int RunCommand(const ResampleOptions& options, const Context& context);
+int RunCommand(const AnalyzeOptions& options, const Context& context);
+int RunCommand(const RegisterOptions& options, const Context& context);
+int RunCommand(const UnregisterOptions& options, const Context& context);
+
+/// Returns whether the text is a position in a sound: seconds, a time with minutes or hours, or "72000s".
+bool IsPosition(const std::string& text);
+
+/// Returns whether the text has exactly one placeholder for a number: {}, %d, or %01d to %09d.
+bool IsOutputPattern(const std::string& text);

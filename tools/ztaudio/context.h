@@ -11,9 +11,9 @@ inline constexpr int kExitUsage = 2;
 void PrintError(std::string_view text);
 
 struct Context {
-    bool quiet = false; ///< nothing but errors on standard error
-    std::string module; ///< the module as the user named it, empty to search for it
-    std::string loops;  ///< the sample loops that the user named, empty for the module's own choice
+    bool quiet = false;      ///< print errors only
+    std::string module;      ///< path of the module, empty to search for it
+    std::string loopVariant; ///< variant of the sample loops, empty to let the module choose
 
     /// Tells the user something that does not end the command.
     void Note(std::string_view text) const;

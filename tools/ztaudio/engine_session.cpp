@@ -30,12 +30,16 @@ std::filesystem::path FindModule(const Context& context)
 
 void SelectLoops(const host::Module& module, const Context& context)
 {
-    if (context.loops.empty()) {
+    if (context.loopVariant.empty()) {
         return;
     }
     const auto select = module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
-    if (select(context.loops.c_str()) < 0) {
-        throw Failure("--loops " + context.loops + ": no such loops, or this processor does not run them");
+    // "plain" is the former name of the scalar variant.
+    const bool isScalar = context.loopVariant == "scalar" || context.loopVariant == "plain";
+    const bool isSelected =
+        isScalar ? select("scalar") >= 0 || select("plain") >= 0 : select(context.loopVariant.c_str()) >= 0;
+    if (!isSelected) {
+        throw Failure("--loop-variant " + context.loopVariant + ": unknown, or not supported by this CPU");
     }
 }
 

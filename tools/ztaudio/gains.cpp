@@ -2,18 +2,11 @@
 
 #include "tools/common/failure.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <optional>
 #include <string_view>
-
-const char* const kGainHelp =
-    "A gain is a factor from 0 to 8, or decibels like -6dB. START:END is a ramp over the whole length, from the first\n"
-    "sample frame to the last; each frame gets the gain nearest to it in steps of 1/4096. Results are limited to 24\n"
-    "bits, and bits below are cut off. Channels count from 1; of several gains for a channel the last one counts.";
 
 namespace {
 
@@ -80,15 +73,9 @@ std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor)
 
 } // namespace
 
-CLI::Option* AddGainOption(CLI::App& command, std::vector<std::string>& gains)
+bool IsGain(const std::string& text)
 {
-    return command.add_option("--gain", gains, "gain of a channel, or without CH= of all, as a factor or in dB")
-        ->type_name("[CH=]START[:END]")
-        ->allow_extra_args(false)
-        ->check([](const std::string& text) -> std::string {
-            return ParseOption(text) ? ""
-                                     : text + " is no gain: [CH=]START[:END], each from 0 to 8 or in dB up to +18dB";
-        });
+    return ParseOption(text).has_value();
 }
 
 SampleFormat ScaledWord(SampleFormat word, const Context& context)

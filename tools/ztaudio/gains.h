@@ -13,16 +13,8 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-class Option;
-} // namespace CLI
-
-/// What a help text tells of gains.
-extern const char* const kGainHelp;
-
-/// The option --gain, which may be given many times. Texts that are no gains are refused with the command line.
-CLI::Option* AddGainOption(CLI::App& command, std::vector<std::string>& gains);
+/// Returns whether the text is a gain, "[CH=]START[:END]".
+bool IsGain(const std::string& text);
 
 /// The word of an output to which gains were applied: 24-in-32, which is noted where it differs from `word`.
 SampleFormat ScaledWord(SampleFormat word, const Context& context);

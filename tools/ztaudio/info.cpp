@@ -9,8 +9,6 @@
 
 #include <zta/sample_loops.h>
 
-#include <CLI/CLI.hpp>
-
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -69,10 +67,11 @@ void ShowModule(const Context& context)
     const zta::host::Module module(path);
     SelectLoops(module, context);
     std::printf("%s\n", path.c_str());
-    Line("loops", module.Symbol<decltype(&ztGetSampleLoops)>("ztGetSampleLoops")());
+    const std::string variant = module.Symbol<decltype(&ztGetSampleLoops)>("ztGetSampleLoops")();
+    Line("loops", variant == "plain" ? "scalar" : variant); // "plain" is the former name of the scalar variant
 }
 
-void Info(const std::vector<std::filesystem::path>& files)
+int ShowFiles(const std::vector<std::filesystem::path>& files)
 {
     bool failed = false;
     for (const auto& file : files) {
@@ -83,21 +82,16 @@ void Info(const std::vector<std::filesystem::path>& files)
             failed = true;
         }
     }
-    if (failed) {
-        throw CLI::RuntimeError(kExitFailure); // all has been told
-    }
+    return failed ? kExitFailure : 0;
 }
 
 } // namespace
 
-void AddInfoCommand(CLI::App& app, const Context& context)
+int RunCommand(const InfoOptions& options, const Context& context)
 {
-    const auto files = std::make_shared<std::vector<std::filesystem::path>>();
-    CLI::App* command = app.add_subcommand("info", "Tell what sound files hold and how the engine takes them");
-    command->add_option("FILE", *files, "the files to look at; without any, the sample loops that the module runs");
-    command->footer("Examples:\n"
-                    "  ztaudio info\n"
-                    "  ztaudio info speech.wav\n"
-                    "  ztaudio info /usr/share/sounds/alsa/*.wav");
-    command->callback([files, &context] { files->empty() ? ShowModule(context) : Info(*files); });
+    if (!options.files.empty()) {
+        return ShowFiles(options.files);
+    }
+    ShowModule(context);
+    return 0;
 }

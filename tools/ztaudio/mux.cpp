@@ -7,20 +7,11 @@
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
-#include <CLI/CLI.hpp>
-
 #include <memory>
 
 namespace host = zta::host;
 
 namespace {
-
-struct Options {
-    std::vector<std::filesystem::path> in;
-    std::filesystem::path out;
-    std::string format;
-    std::vector<std::string> gains;
-};
 
 /// The buffers between the files' blocks and the mux. Stereo files among mono ones are taken apart first.
 class MuxWriter {
@@ -86,7 +77,7 @@ private:
     host::Ref<host::AudioBuffer> mux_;
 };
 
-SampleFormat OutputWord(const Options& options, const InputSet& inputs, const Context& context)
+SampleFormat OutputWord(const MuxOptions& options, const InputSet& inputs, const Context& context)
 {
     if (!options.format.empty()) {
         return ParseSampleFormat(options.format).value();
@@ -94,7 +85,7 @@ SampleFormat OutputWord(const Options& options, const InputSet& inputs, const Co
     return options.gains.empty() ? inputs.CommonFormat() : ScaledWord(inputs.CommonFormat(), context);
 }
 
-void Mux(const Options& options, const Context& context)
+void Mux(const MuxOptions& options, const Context& context)
 {
     InputSet inputs(options.in, options.out);
     const SampleFormat word = OutputWord(options, inputs, context);
@@ -123,29 +114,8 @@ void Mux(const Options& options, const Context& context)
 
 } // namespace
 
-void AddMuxCommand(CLI::App& app, const Context& context)
+int RunCommand(const MuxOptions& options, const Context& context)
 {
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("mux", "Put mono and stereo files together into one of many channels");
-    command->add_option("IN", options->in, "the files, in the order of their channels, which make 4, 8, 16, 32 or 64")
-        ->required();
-    command
-        ->add_option("-o,--output", options->out,
-                     "the file to write, its container by the extension: " + OutputExtensions())
-        ->required();
-    AddGainOption(*command, options->gains);
-    command
-        ->add_option("--format", options->format,
-                     "sample format of the output; that of the inputs, or 24in32, if not given")
-        ->check(CLI::IsMember({"16", "24in32", "24in24"}));
-    command->footer(
-        "Shorter inputs are continued with silence. Gains want --format 24in32, which is then the default.\n" +
-        std::string(kGainHelp) +
-        "\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav\n"
-        "  ztaudio mux front.wav rear.wav -o four.wav --gain 3=-6dB --gain 4=-6dB\n"
-        "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav --gain 1=0:1 --gain 2=1:0");
-    command->callback([options, &context] { Mux(*options, context); });
+    Mux(options, context);
+    return 0;
 }

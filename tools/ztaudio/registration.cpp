@@ -3,13 +3,10 @@
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/engine_session.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <string>
 
 namespace {
@@ -71,29 +68,16 @@ void Record(const std::filesystem::path& folder, const Context& context, bool re
     }
 }
 
-void AddCommand(CLI::App& app, const Context& context, const char* name, const char* what, bool registering)
-{
-    const auto folder = std::make_shared<std::filesystem::path>();
-    CLI::App* command = app.add_subcommand(name, what);
-    command->add_option("DIR", *folder, "the folder of the CLSIDs file")->required();
-    command->footer(
-        std::string("Hosts find the module through the CLSIDs file of the folder that the environment variable\n"
-                    "ORBUTILS names.\n"
-                    "\n"
-                    "Example:\n"
-                    "  ztaudio ") +
-        name + " /usr/local/share/kelvarvideo");
-    command->callback([folder, &context, registering] { Record(*folder, context, registering); });
-}
-
 } // namespace
 
-void AddRegisterCommand(CLI::App& app, const Context& context)
+int RunCommand(const RegisterOptions& options, const Context& context)
 {
-    AddCommand(app, context, "register", "Record the module in a folder's CLSIDs file", true);
+    Record(options.folder, context, true);
+    return 0;
 }
 
-void AddUnregisterCommand(CLI::App& app, const Context& context)
+int RunCommand(const UnregisterOptions& options, const Context& context)
 {
-    AddCommand(app, context, "unregister", "Take the module out of a folder's CLSIDs file", false);
+    Record(options.folder, context, false);
+    return 0;
 }

@@ -6,21 +6,10 @@
 #include "tools/ztaudio/resample_stream.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <memory>
 
 namespace {
-
-constexpr sf_count_t kLargestBlock = 192000;
-
-struct Options {
-    std::filesystem::path in;
-    std::filesystem::path out;
-    std::uint32_t rate = 0;
-    sf_count_t block = kBlockFrames;
-};
 
 void RequireMonoOrStereo(const SoundFileReader& in)
 {
@@ -31,7 +20,7 @@ void RequireMonoOrStereo(const SoundFileReader& in)
     }
 }
 
-void Resample(const Options& options, const Context& context)
+void Resample(const ResampleOptions& options, const Context& context)
 {
     SoundFileReader in(options.in);
     in.RequireWhole();
@@ -68,27 +57,8 @@ void Resample(const Options& options, const Context& context)
 
 } // namespace
 
-void AddResampleCommand(CLI::App& app, const Context& context)
+int RunCommand(const ResampleOptions& options, const Context& context)
 {
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("resample", "Bring a sound file from 44100 to 48000 Hz or back");
-    command->add_option("IN", options->in, "the file to read, mono or stereo")->required();
-    command->add_option("OUT", options->out, "the file to write, its container by the extension: " + OutputExtensions())
-        ->required();
-    command->add_option("--rate", options->rate, "the rate of the output: 44100 or 48000")
-        ->required()
-        ->check(CLI::Range(1U, 768000U))
-        ->type_name("HZ");
-    command->add_option("--block", options->block, "sample frames per block; the result does not depend on it")
-        ->capture_default_str()
-        ->check(CLI::Range(sf_count_t{1}, kLargestBlock));
-    command->footer(
-        "The output has 16 bits and the duration of the input, to the nearest sample frame. Its first frame stands at\n"
-        "the time of the input's first; before and after the sound the filter sees its first sample, and silence.\n"
-        "Files of other sample formats are converted to 16 bits first, at 48000 Hz.\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
-        "  ztaudio resample disc.flac video.wav --rate 48000");
-    command->callback([options, &context] { Resample(*options, context); });
+    Resample(options, context);
+    return 0;
 }

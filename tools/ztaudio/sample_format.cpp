@@ -44,7 +44,7 @@ std::optional<SampleFormat> ParseSampleFormat(std::string_view name)
     return std::nullopt;
 }
 
-std::vector<std::string> SampleWordNames()
+std::vector<std::string> SampleFormatNames()
 {
     std::vector<std::string> names;
     names.reserve(std::size(kRows));

@@ -15,7 +15,7 @@ enum class SampleFormat { Pcm16, Pcm24In32, Pcm24In24, Float32 };
 /// The name that `--format` takes.
 std::string_view NameOf(SampleFormat word);
 std::optional<SampleFormat> ParseSampleFormat(std::string_view name);
-std::vector<std::string> SampleWordNames();
+std::vector<std::string> SampleFormatNames();
 
 /// The subtype of libsndfile that holds the word's samples in a file.
 int FileSubtype(SampleFormat word);

@@ -8,8 +8,6 @@
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <memory>
 #include <regex>
@@ -17,13 +15,6 @@
 namespace host = zta::host;
 
 namespace {
-
-struct Options {
-    std::filesystem::path in;
-    std::string pattern;
-    bool stereo = false;
-    std::vector<std::string> gains;
-};
 
 /// Where a pattern has the number.
 const std::regex& Place()
@@ -47,7 +38,7 @@ std::filesystem::path NumberedPath(const std::string& pattern, std::size_t numbe
     return place.prefix().str() + digits + place.suffix().str();
 }
 
-void Split(const Options& options, const Context& context)
+void Split(const SplitOptions& options, const Context& context)
 {
     SoundFileReader in(options.in);
     in.RequireWhole();
@@ -103,29 +94,13 @@ void Split(const Options& options, const Context& context)
 
 } // namespace
 
-void AddSplitCommand(CLI::App& app, const Context& context)
+int RunCommand(const SplitOptions& options, const Context& context)
 {
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("split", "Take a file of many channels apart into mono or stereo files");
-    command->add_option("IN", options->in, "the file to read, of 4, 8, 16, 32 or 64 channels")->required();
-    command
-        ->add_option("-o,--output", options->pattern,
-                     "names of the files to write: {}, %d or %02d stands for the number of the channel or pair")
-        ->required()
-        ->type_name("PATTERN")
-        ->check([](const std::string& pattern) -> std::string {
-            return Places(pattern) == 1 ? "" : pattern + " needs one place for a number: {}, %d or %02d";
-        });
-    command->add_flag("--stereo", options->stereo, "stereo files of channels 1 and 2, 3 and 4, and so on");
-    AddGainOption(*command, options->gains);
-    command->footer(
-        "Channels and pairs are numbered from 1. The outputs have the sample format of the input, 24in32\n"
-        "where there are gains. They get their names when all are complete; if anything fails, none does.\n" +
-        std::string(kGainHelp) +
-        "\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio split eight.wav -o channel-{}.wav\n"
-        "  ztaudio split eight.wav -o pair-%02d.flac --stereo --gain -6dB");
-    command->callback([options, &context] { Split(*options, context); });
+    Split(options, context);
+    return 0;
+}
+
+bool IsOutputPattern(const std::string& text)
+{
+    return Places(text) == 1;
 }

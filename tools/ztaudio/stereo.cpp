@@ -4,19 +4,11 @@
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
-#include <CLI/CLI.hpp>
-
 #include <memory>
 
 namespace {
 
-struct Options {
-    std::filesystem::path left;
-    std::filesystem::path right;
-    std::filesystem::path out;
-};
-
-void Stereo(const Options& options, const Context& context)
+void Stereo(const StereoOptions& options, const Context& context)
 {
     InputSet inputs({options.left, options.right}, options.out);
     const SampleFormat word = inputs.CommonFormat();
@@ -48,18 +40,8 @@ void Stereo(const Options& options, const Context& context)
 
 } // namespace
 
-void AddStereoCommand(CLI::App& app, const Context& context)
+int RunCommand(const StereoOptions& options, const Context& context)
 {
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("stereo", "Put two mono files together into a stereo file");
-    command->add_option("LEFT", options->left, "the mono file of the left channel")->required();
-    command->add_option("RIGHT", options->right, "the mono file of the right channel")->required();
-    command->add_option("OUT", options->out, "the file to write, its container by the extension: " + OutputExtensions())
-        ->required();
-    command->footer("The output has the sample format of the inputs, 24in32 if they differ or are floating point. A\n"
-                    "shorter input is continued with silence.\n"
-                    "\n"
-                    "Example:\n"
-                    "  ztaudio stereo left.wav right.wav both.wav");
-    command->callback([options, &context] { Stereo(*options, context); });
+    Stereo(options, context);
+    return 0;
 }

@@ -7,21 +7,12 @@
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <memory>
 #include <optional>
 #include <regex>
 
 namespace {
-
-struct Options {
-    std::filesystem::path in;
-    std::filesystem::path out;
-    std::string from = "0";
-    std::string to;
-};
 
 /// A place in a sound: sample frames, or seconds with a fraction.
 struct Place {
@@ -58,20 +49,15 @@ std::optional<Place> ParsePlace(const std::string& text)
     return Place{(number(1) * 60 + number(2)) * 60 + number(3), number(4), denominator};
 }
 
-std::string CheckPlace(const std::string& text)
-{
-    return ParsePlace(text) ? "" : text + " is no time: 1.5, 0:01.500 or, in sample frames, 72000s";
-}
-
-void RequireWithinFile(const Options& options, sf_count_t to, sf_count_t frames)
+void RequireWithinFile(const TrimOptions& options, sf_count_t to, sf_count_t frames)
 {
     if (to > frames) {
         throw Failure(options.in.string() + ": ends after " + std::to_string(frames) +
-                      " sample frames, before the end of the cut at " + std::to_string(to));
+                      " sample frames, before the end of the range at " + std::to_string(to));
     }
 }
 
-void Cut(const Options& options, const Context& context)
+void Trim(const TrimOptions& options, const Context& context)
 {
     SoundFileReader in(options.in);
     in.RequireWhole();
@@ -80,7 +66,7 @@ void Cut(const Options& options, const Context& context)
     const sf_count_t to = options.to.empty() ? in.Frames() : ParsePlace(options.to).value().Frame(in.Rate());
     RequireWithinFile(options, to, in.Frames());
     if (from >= to) {
-        throw Failure("nothing to cut from sample frame " + std::to_string(from) + " to " + std::to_string(to));
+        throw Failure("nothing to copy from sample frame " + std::to_string(from) + " to " + std::to_string(to));
     }
     EngineSession engine(context);
     const SZtaWaveFormatInfo format = WaveFormat(in.Word(), in.Channels(), in.Rate());
@@ -112,31 +98,13 @@ void Cut(const Options& options, const Context& context)
 
 } // namespace
 
-void AddCutCommand(CLI::App& app, const Context& context)
+int RunCommand(const TrimOptions& options, const Context& context)
 {
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("cut", "Copy a piece of a sound file, exact to the sample frame");
-    command->add_option("IN", options->in, "the file to read")->required();
-    command->add_option("OUT", options->out, "the file to write, its container by the extension: " + OutputExtensions())
-        ->required();
-    command->add_option("--from", options->from, "where the piece begins")
-        ->type_name("T")
-        ->capture_default_str()
-        ->check(CheckPlace);
-    command
-        ->add_option("--to", options->to,
-                     "where it ends: the first sample frame that is not copied; the file's end "
-                     "if not given")
-        ->type_name("T")
-        ->check(CheckPlace);
-    command->footer(
-        "A time is in seconds, 1.5, with minutes or hours, 0:01.500 or 1:02:03, or a count of sample frames,\n"
-        "72000s. A time between two sample frames is the nearer one. Samples are copied as they are. Texts\n"
-        "like the title are carried over; what refers to times in the old file is not.\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio cut speech.wav word.wav --from 0.25 --to 1.5\n"
-        "  ztaudio cut take.wav tail.wav --from 1:30\n"
-        "  ztaudio cut take.wav second.wav --from 48000s --to 96000s");
-    command->callback([options, &context] { Cut(*options, context); });
+    Trim(options, context);
+    return 0;
+}
+
+bool IsPosition(const std::string& text)
+{
+    return ParsePlace(text).has_value();
 }

@@ -6,20 +6,11 @@
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
-#include <CLI/CLI.hpp>
-
 #include <memory>
 
 namespace {
 
-struct Options {
-    std::filesystem::path in;
-    std::filesystem::path out;
-    std::vector<std::string> gains;
-    std::string format;
-};
-
-void ChangeVolume(const Options& options, const Context& context)
+void ChangeVolume(const VolumeOptions& options, const Context& context)
 {
     SoundFileReader in(options.in);
     in.RequireWhole();
@@ -58,21 +49,8 @@ void ChangeVolume(const Options& options, const Context& context)
 
 } // namespace
 
-void AddVolumeCommand(CLI::App& app, const Context& context)
+int RunCommand(const VolumeOptions& options, const Context& context)
 {
-    const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("volume", "Apply gains and gain ramps to a sound file");
-    command->add_option("IN", options->in, "the file to read, of 1, 2, 4, 8, 16, 32 or 64 channels")->required();
-    command->add_option("OUT", options->out, "the file to write, its container by the extension: " + OutputExtensions())
-        ->required();
-    AddGainOption(*command, options->gains)->required();
-    command->add_option("--format", options->format, "sample format of the output; 24in32 if not given")
-        ->check(CLI::IsMember(SampleWordNames()));
-    command->footer(std::string(kGainHelp) + "\n"
-                                             "\n"
-                                             "Examples:\n"
-                                             "  ztaudio volume speech.wav softer.wav --gain -6dB\n"
-                                             "  ztaudio volume speech.wav fading.wav --gain 1:0 --format 16\n"
-                                             "  ztaudio volume stereo.wav panned.wav --gain 1=1:0 --gain 2=0:1");
-    command->callback([options, &context] { ChangeVolume(*options, context); });
+    ChangeVolume(options, context);
+    return 0;
 }

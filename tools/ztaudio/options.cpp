@@ -1,0 +1,342 @@
+// The only source of the program that includes the option parser, which takes long to compile.
+#include "tools/ztaudio/options.h"
+
+#include "tools/common/failure.h"
+#include "tools/ztaudio/gains.h"
+#include "tools/ztaudio/sample_format.h"
+#include "tools/ztaudio/sound_file_writer.h"
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+constexpr std::int64_t kMaxBlockFrames = 192000;
+
+constexpr const char* kGainHelp =
+    "A gain is a factor from 0 to 8, or decibels like -6dB. START:END is a ramp over the whole length, from the first\n"
+    "sample frame to the last; each frame gets the gain nearest to it in steps of 1/4096. Results saturate at 24\n"
+    "bits, and lower bits are dropped. Channels are numbered from 1. The last of several gains for a channel applies.";
+
+class Parser {
+public:
+    Parser();
+
+    CommandLine Parse(int argc, const char* const* argv);
+
+private:
+    /// Adds a command whose options are parsed into a struct of type Options, which becomes the result.
+    template <typename Options>
+    CLI::App& Add(const char* name, const char* description, const char* footer,
+                  void (Parser::*define)(CLI::App&, Options&));
+
+    /// The same under an old name, which the help does not list.
+    template <typename Options>
+    void AddAlias(const char* name, void (Parser::*define)(CLI::App&, Options&))
+    {
+        Add(name, "", "", define).group("");
+    }
+
+    void AddOutput(CLI::App& command, std::filesystem::path& out, const char* name = "OUT");
+    CLI::Option& AddGains(CLI::App& command, std::vector<std::string>& gains);
+    void AddBlock(CLI::App& command, std::int64_t& block);
+
+    void DefineInfo(CLI::App& command, InfoOptions& options);
+    void DefineConvert(CLI::App& command, ConvertOptions& options);
+    void DefineTrim(CLI::App& command, TrimOptions& options);
+    void DefineStereo(CLI::App& command, StereoOptions& options);
+    void DefineVolume(CLI::App& command, VolumeOptions& options);
+    void DefineMux(CLI::App& command, MuxOptions& options);
+    void DefineSplit(CLI::App& command, SplitOptions& options);
+    void DefineResample(CLI::App& command, ResampleOptions& options);
+    void DefineAnalyze(CLI::App& command, AnalyzeOptions& options);
+    void DefineRegister(CLI::App& command, RegisterOptions& options);
+    void DefineUnregister(CLI::App& command, UnregisterOptions& options);
+
+    CLI::App app_{"Processes sound files with the audio samples engine.", "ztaudio"};
+    CommandLine line_;
+    bool version_ = false;
+    bool hasCommand_ = false;
+};
+
+Parser::Parser()
+{
+    Context& context = line_.context;
+    app_.fallthrough();
+    app_.require_subcommand(0, 1);
+    app_.add_flag("-q,--quiet", context.quiet, "print errors only");
+    app_.add_flag("--version", version_, "print the versions of the tool and of the module");
+    app_.add_option("--module", context.module, "module to load (default: search next to the tool)")
+        ->envname("ZTAUDIO_MODULE");
+    app_.add_option("--loop-variant", context.loopVariant,
+                    "variant of the sample loops: scalar, avx2 or avx512 (default: chosen by the module). The samples "
+                    "are the same");
+    app_.add_option("--loops", context.loopVariant)->group("");
+    app_.footer("Exit code: 0 for success, 1 if something failed, 2 if the command line is wrong.\n"
+                "\n"
+                "Examples:\n"
+                "  ztaudio info speech.wav\n"
+                "  ztaudio convert speech.wav speech-24.wav --format 24in32\n"
+                "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav\n"
+                "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
+                "  ztaudio convert --help");
+    Add("info", "Show the format of sound files and how the engine processes them",
+        "Examples:\n"
+        "  ztaudio info\n"
+        "  ztaudio info speech.wav\n"
+        "  ztaudio info /usr/share/sounds/alsa/*.wav",
+        &Parser::DefineInfo);
+    Add("convert", "Copy a sound file, converting its sample format",
+        "Conversions neither round, dither nor saturate. An existing OUT is replaced when the new file is\n"
+        "complete, and is unchanged if anything fails.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio convert speech.wav speech.flac\n"
+        "  ztaudio convert mix.wav mix-float.wav --format float\n"
+        "  ztaudio convert take.aiff clip.wav --format 16 --fade-in --fade-out",
+        &Parser::DefineConvert);
+    Add("trim", "Copy a range of sample frames to a new file",
+        "A time is in seconds, 1.5, with minutes or hours, 0:01.500 or 1:02:03, or a count of sample frames,\n"
+        "72000s. A time between two sample frames is rounded to the nearer one. Samples are copied unchanged. Texts\n"
+        "like the title are copied; what refers to times in the old file is not.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio trim speech.wav clip.wav --from 0.25 --to 1.5\n"
+        "  ztaudio trim take.wav tail.wav --from 1:30\n"
+        "  ztaudio trim take.wav second.wav --from 48000s --to 96000s",
+        &Parser::DefineTrim);
+    AddAlias("cut", &Parser::DefineTrim);
+    Add("stereo", "Interleave two mono files into one stereo file",
+        "The output has the sample format of the inputs, 24in32 if they differ or are floating point. A\n"
+        "shorter input is continued with silence.\n"
+        "\n"
+        "Example:\n"
+        "  ztaudio stereo left.wav right.wav both.wav",
+        &Parser::DefineStereo);
+    static const std::string volumeHelp = std::string(kGainHelp) +
+                                          "\n"
+                                          "\n"
+                                          "Examples:\n"
+                                          "  ztaudio volume speech.wav softer.wav --gain -6dB\n"
+                                          "  ztaudio volume speech.wav fading.wav --gain 1:0 --format 16\n"
+                                          "  ztaudio volume stereo.wav panned.wav --gain 1=1:0 --gain 2=0:1";
+    Add("volume", "Apply gains and gain ramps to a sound file", volumeHelp.c_str(), &Parser::DefineVolume);
+    static const std::string muxHelp =
+        "Shorter inputs are continued with silence. Gains require --format 24in32, which is then the default.\n" +
+        std::string(kGainHelp) +
+        "\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav\n"
+        "  ztaudio mux front.wav rear.wav -o four.wav --gain 3=-6dB --gain 4=-6dB\n"
+        "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav --gain 1=0:1 --gain 2=1:0";
+    Add("mux", "Interleave mono and stereo files into one multichannel file", muxHelp.c_str(), &Parser::DefineMux);
+    static const std::string splitHelp =
+        "Channels and pairs are numbered from 1. The outputs have the sample format of the input, 24in32\n"
+        "if there are gains. They get their names when all are complete; if anything fails, none does.\n" +
+        std::string(kGainHelp) +
+        "\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio split eight.wav -o channel-{}.wav\n"
+        "  ztaudio split eight.wav -o pair-%02d.flac --stereo --gain -6dB";
+    Add("split", "Deinterleave a multichannel file into mono or stereo files", splitHelp.c_str(), &Parser::DefineSplit);
+    Add("resample", "Convert the sample rate of a file between 44100 and 48000 Hz",
+        "The output has 16 bits and the duration of the input, to the nearest sample frame. Its first frame is at\n"
+        "the time of the input's first; outside the sound the filter reads its first sample, and silence.\n"
+        "Files of other sample formats are converted to 16 bits first, at 48000 Hz.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
+        "  ztaudio resample disc.flac video.wav --rate 48000",
+        &Parser::DefineResample);
+    Add("analyze", "Measure a sound file: level, peak, and the quality of a test tone",
+        "The level is that of the mean square; 0 dBFS is the square of full scale, and a full-scale sine has -3.01.\n"
+        "A tone is reported if it holds most of the sound. Its own level is 0 dBFS for a full-scale sine. Signal to\n"
+        "noise excludes its harmonics up to the tenth; THD+N does not. Neither includes what is at 0 Hz.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio analyze tone.wav\n"
+        "  ztaudio analyze copy.wav --reference original.wav\n"
+        "  ztaudio analyze tone.wav --plot tone.svg --json",
+        &Parser::DefineAnalyze);
+    AddAlias("analyse", &Parser::DefineAnalyze);
+    static constexpr const char* kRegistry =
+        "Hosts find the module through the CLSIDs file of the folder that the environment variable\n"
+        "ORBUTILS names.\n"
+        "\n"
+        "Example:\n"
+        "  ztaudio ";
+    static const std::string registerHelp = std::string(kRegistry) + "register /usr/local/share/kelvarvideo";
+    Add("register", "Record the module in a folder's CLSIDs file", registerHelp.c_str(), &Parser::DefineRegister);
+    static const std::string unregisterHelp = std::string(kRegistry) + "unregister /usr/local/share/kelvarvideo";
+    Add("unregister", "Remove the module from a folder's CLSIDs file", unregisterHelp.c_str(),
+        &Parser::DefineUnregister);
+}
+
+CommandLine Parser::Parse(int argc, const char* const* argv)
+{
+    try {
+        app_.parse(argc, argv);
+    } catch (const CLI::Success& request) { // --help
+        std::ostringstream text;
+        app_.exit(request, text, text);
+        line_.command = PrintText{text.str()};
+        return line_;
+    } catch (const CLI::ParseError& error) {
+        throw UsageFailure(error.what());
+    }
+    if (version_) {
+        line_.command = VersionOptions{};
+    } else if (!hasCommand_) {
+        throw UsageFailure("no command");
+    }
+    return line_;
+}
+
+template <typename Options>
+CLI::App& Parser::Add(const char* name, const char* description, const char* footer,
+                      void (Parser::*define)(CLI::App&, Options&))
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App& command = *app_.add_subcommand(name, description);
+    (this->*define)(command, *options);
+    command.footer(footer);
+    command.callback([this, options] {
+        line_.command = *options;
+        hasCommand_ = true;
+    });
+    return command;
+}
+
+void Parser::AddOutput(CLI::App& command, std::filesystem::path& out, const char* name)
+{
+    command.add_option(name, out, "file to write, its container by the extension: " + OutputExtensions())->required();
+}
+
+CLI::Option& Parser::AddGains(CLI::App& command, std::vector<std::string>& gains)
+{
+    return *command.add_option("--gain", gains, "gain of a channel, or without CH= of all, as a factor or in dB")
+                ->type_name("[CH=]START[:END]")
+                ->allow_extra_args(false)
+                ->check([](const std::string& text) -> std::string {
+                    return IsGain(text) ? ""
+                                        : text + " is no gain: [CH=]START[:END], each from 0 to 8 or in dB up to +18dB";
+                });
+}
+
+void Parser::AddBlock(CLI::App& command, std::int64_t& block)
+{
+    command.add_option("--block", block, "sample frames per block; the result does not depend on it")
+        ->capture_default_str()
+        ->check(CLI::Range(std::int64_t{1}, kMaxBlockFrames));
+}
+
+void Parser::DefineInfo(CLI::App& command, InfoOptions& options)
+{
+    command.add_option("FILE", options.files, "files to show; without any, the variant of the sample loops");
+}
+
+void Parser::DefineConvert(CLI::App& command, ConvertOptions& options)
+{
+    command.add_option("IN", options.in, "file to read: WAV, W64, RF64, AIFF, FLAC or Ogg")->required();
+    AddOutput(command, options.out);
+    command.add_option("--format", options.format, "sample format of the output (default: that of the input)")
+        ->check(CLI::IsMember(SampleFormatNames()));
+    command.add_flag("--fade-in", options.fadeIn, "fade in over the first 200 sample frames");
+    command.add_flag("--fade-out", options.fadeOut, "fade out over the last 200 sample frames");
+    AddBlock(command, options.block);
+}
+
+void Parser::DefineTrim(CLI::App& command, TrimOptions& options)
+{
+    const auto check = [](const std::string& text) -> std::string {
+        return IsPosition(text) ? "" : text + " is no time: 1.5, 0:01.500 or, in sample frames, 72000s";
+    };
+    command.add_option("IN", options.in, "file to read")->required();
+    AddOutput(command, options.out);
+    command.add_option("--from", options.from, "first sample frame to copy")
+        ->type_name("T")
+        ->capture_default_str()
+        ->check(check);
+    command.add_option("--to", options.to, "first sample frame not to copy (default: the end of the file)")
+        ->type_name("T")
+        ->check(check);
+}
+
+void Parser::DefineStereo(CLI::App& command, StereoOptions& options)
+{
+    command.add_option("LEFT", options.left, "mono file of the left channel")->required();
+    command.add_option("RIGHT", options.right, "mono file of the right channel")->required();
+    AddOutput(command, options.out);
+}
+
+void Parser::DefineVolume(CLI::App& command, VolumeOptions& options)
+{
+    command.add_option("IN", options.in, "file to read, of 1, 2, 4, 8, 16, 32 or 64 channels")->required();
+    AddOutput(command, options.out);
+    AddGains(command, options.gains).required();
+    command.add_option("--format", options.format, "sample format of the output (default: 24in32)")
+        ->check(CLI::IsMember(SampleFormatNames()));
+}
+
+void Parser::DefineMux(CLI::App& command, MuxOptions& options)
+{
+    command.add_option("IN", options.in, "files in the order of their channels, 4, 8, 16, 32 or 64 in all")->required();
+    AddOutput(command, options.out, "-o,--output");
+    AddGains(command, options.gains);
+    command
+        .add_option("--format", options.format, "sample format of the output (default: that of the inputs, or 24in32)")
+        ->check(CLI::IsMember({"16", "24in32", "24in24"}));
+}
+
+void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
+{
+    command.add_option("IN", options.in, "file to read, of 4, 8, 16, 32 or 64 channels")->required();
+    command
+        .add_option("-o,--output", options.pattern,
+                    "names of the files to write: {}, %d or %02d is replaced by the number of the channel or pair")
+        ->required()
+        ->type_name("PATTERN")
+        ->check([](const std::string& pattern) -> std::string {
+            return IsOutputPattern(pattern) ? "" : pattern + " needs one place for a number: {}, %d or %02d";
+        });
+    command.add_flag("--stereo", options.stereo, "stereo files of channels 1 and 2, 3 and 4, and so on");
+    AddGains(command, options.gains);
+}
+
+void Parser::DefineResample(CLI::App& command, ResampleOptions& options)
+{
+    command.add_option("IN", options.in, "file to read, mono or stereo")->required();
+    AddOutput(command, options.out);
+    command.add_option("--rate", options.rate, "rate of the output: 44100 or 48000")
+        ->required()
+        ->check(CLI::Range(1U, 768000U))
+        ->type_name("HZ");
+    AddBlock(command, options.block);
+}
+
+void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)
+{
+    command.add_option("IN", options.in, "file to measure")->required();
+    command.add_option("--reference", options.reference, "also print the level of the difference to FILE")
+        ->type_name("FILE");
+    command.add_option("--plot", options.plot, "draw the spectrum into this SVG file");
+    command.add_flag("--json", options.json, "print JSON");
+}
+
+void Parser::DefineRegister(CLI::App& command, RegisterOptions& options)
+{
+    command.add_option("DIR", options.folder, "folder of the CLSIDs file")->required();
+}
+
+void Parser::DefineUnregister(CLI::App& command, UnregisterOptions& options)
+{
+    command.add_option("DIR", options.folder, "folder of the CLSIDs file")->required();
+}
+
+} // namespace
+
+CommandLine ParseCommandLine(int argc, const char* const* argv)
+{
+    return Parser().Parse(argc, argv);
+}

@@ -8,7 +8,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 #include <tuple>
 
 namespace {
@@ -27,18 +26,6 @@ protected:
         last_ = RunTool(arguments);
         EXPECT_EQ(last_.exitCode, 0) << last_.errors;
         return last_.exitCode == 0 ? ReadSound(folder_.File(name)) : Sound{};
-    }
-
-    /// Converts `sound` in vain and gives what the tool says.
-    std::string Refused(const Sound& sound, std::vector<std::string> options)
-    {
-        WriteSound(in_, sound);
-        std::vector<std::string> arguments = {"convert", in_, folder_.File("out.wav")};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        last_ = RunTool(arguments);
-        EXPECT_EQ(last_.exitCode, 1);
-        EXPECT_FALSE(std::filesystem::exists(folder_.File("out.wav")));
-        return last_.errors;
     }
 
     TempDirectory folder_;
@@ -232,22 +219,6 @@ TEST_F(Convert, TellsThatDoublesAreRounded)
     EXPECT_EQ(last_.errors, "ztaudio: note: " + in_ + ": double-precision samples: rounded to single precision\n");
 }
 
-TEST_F(Convert, WrapsFloatsBeyondFullScaleAndCountsThem)
-{
-    Sound sound{SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, 48000, {}};
-    for (const float value : {1.0F, -1.0F, 1.5F, -1.5F, 0.5F, std::numeric_limits<float>::quiet_NaN()}) {
-        sound.words.push_back(std::bit_cast<std::int32_t>(value));
-    }
-    ExpectSame(Run(sound, {"--format", "24in32"}), Converted(sound, "24in32"));
-    EXPECT_NE(last_.errors.find(": 4 samples beyond full scale wrapped around"), std::string::npos) << last_.errors;
-    EXPECT_EQ(ReadSound(folder_.File("out.wav")).words[0], INT32_MIN);
-    // 1.0 is the highest 16-bit sample; the NaN and the two beyond full scale wrap.
-    ExpectSame(Run(sound, {"--format", "16"}), Converted(sound, "16"));
-    EXPECT_NE(last_.errors.find(": 3 samples beyond full scale wrapped around"), std::string::npos) << last_.errors;
-    ExpectSame(Run(sound, {}), sound);
-    EXPECT_EQ(last_.errors, "");
-}
-
 TEST_F(Convert, SaysNothingWithQuiet)
 {
     Run(Noise(SF_FORMAT_PCM_32, 1, 1000), {"--quiet"});
@@ -384,55 +355,6 @@ TEST_F(Convert, ShowsProgressOnATerminal)
     EXPECT_NE(run.errors.find("out.wav: 0:10 of sound in "), std::string::npos) << run.errors;
     const ResampleResult quiet = RunTool({"--quiet", "convert", in_, folder_.File("out.wav")}, {.terminal = true});
     EXPECT_EQ(quiet.errors, "");
-}
-
-// What the engine has no row for is refused in the engine's words.
-
-constexpr const char* kNoProcessing = "ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED: The source and destination format imply "
-                                      "a processing that is not supported.\n";
-constexpr const char* kNoFormat = "ZT_E_FORMAT_NOT_SUPPORTED: The format of the surface or audio samples is not "
-                                  "supported in the requested processing.\n";
-
-TEST_F(Convert, RefusesAnotherRate)
-{
-    const std::string errors = Refused(Noise(SF_FORMAT_PCM_16, 1, 1000, 44100), {"--format", "24in32"});
-    EXPECT_EQ(errors,
-              "ztaudio: from 16-in-16 mono, 44100 Hz to 24-in-32 mono, 44100 Hz: " + std::string(kNoProcessing));
-    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_16, 1, 1000, 32000), {"--format", "float"}).ends_with(kNoFormat));
-}
-
-TEST_F(Convert, RefusesAnotherChannelCount)
-{
-    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_16, 6, 1000), {"--format", "24in32"}).ends_with(kNoFormat));
-    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_24, 3, 1000), {"--format", "24in24"}).ends_with(kNoFormat));
-}
-
-TEST_F(Convert, RefusesFloatBeyondStereo)
-{
-    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_24, 8, 1000), {"--format", "float"}).ends_with(kNoFormat));
-    EXPECT_TRUE(Refused(Noise(SF_FORMAT_FLOAT, 4, 1000), {"--format", "16"}).ends_with(kNoFormat));
-}
-
-TEST_F(Convert, RefusesAnEmptyFileOfAnotherRateToo)
-{
-    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_16, 1, 0, 44100), {"--format", "24in32"}).ends_with(kNoProcessing));
-}
-
-TEST_F(Convert, RefusesFadesWhereTheEngineHasNone)
-{
-    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {
-        for (const int channels : {3, 6, 32, 64}) {
-            EXPECT_TRUE(Refused(Noise(subtype, channels, 1000), {"--fade-in"}).ends_with(kNoProcessing)) << channels;
-        }
-        EXPECT_TRUE(Refused(Noise(subtype, 2, 1000, 44100), {"--fade-out"}).ends_with(kNoProcessing));
-    }
-    EXPECT_NE(Refused(Noise(SF_FORMAT_FLOAT, 4, 1000), {"--fade-in"}), "");
-}
-
-TEST_F(Convert, RefusesAFadeOfManyChannelsThatIsLongerThanTheFile)
-{
-    EXPECT_TRUE(Refused(Noise(SF_FORMAT_PCM_16, 8, 199), {"--fade-in"})
-                    .ends_with("ZT_E_DESTINATION_BUFFER_TOO_SMALL: Destination buffer is too small.\n"));
 }
 
 } // namespace

@@ -148,10 +148,15 @@ TEST_F(Mux, Writes24BitsWhereThereAreGainsAndSaysSo)
 {
     const auto sounds = Sounds(SF_FORMAT_PCM_16, 4, 1, 100);
     const Sound expected = Scaled(Converted(Interleaved(sounds), "24in32"), {{8192, 8192}, {}, {}, {}});
+    const long overloads = CountOverloads(Converted(sounds[0], "24in32"), {{8192, 8192}});
+    ASSERT_GT(overloads, 0);
+    const std::string line = OverloadLine(File("in1.wav"), overloads);
     ExpectSame(Assembled(sounds, {"--gain", "1=2"}), expected);
-    EXPECT_EQ(last_.errors, kScaledNote);
+    EXPECT_EQ(last_.errors, kScaledNote + line);
     ExpectSame(Assembled(sounds, {"--gain", "1=2", "--format", "24in32"}), expected);
-    EXPECT_EQ(last_.errors, "");
+    EXPECT_EQ(last_.errors, line);
+    ExpectSame(Assembled(sounds, {"--gain", "1=2", "--format", "16"}), Converted(expected, "16"));
+    EXPECT_EQ(last_.errors, line);
 }
 
 class Split : public CommandTest {
@@ -218,7 +223,8 @@ TEST_F(Split, Writes24BitsWhereThereAreGainsAndSaysSo)
 {
     const Sound mux = Noise(SF_FORMAT_PCM_16, 4, 100);
     ExpectParts(mux, Scaled(Converted(mux, "24in32"), {{}, {}, {6144, 6144}, {}}), 1, {"--gain", "3=1.5"});
-    EXPECT_EQ(last_.errors, kScaledNote);
+    const long overloads = CountOverloads(Converted(Channels(mux, 2, 1), "24in32"), {{6144, 6144}});
+    EXPECT_EQ(last_.errors, kScaledNote + OverloadLine(File("mux.wav"), overloads));
 }
 
 TEST_F(Split, NumbersTheOutputsAsThePatternAsks)

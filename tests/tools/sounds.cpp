@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <iterator>
 #include <random>
 
 namespace {
@@ -231,16 +232,60 @@ Sound Channels(const Sound& mux, int first, int count)
     return part;
 }
 
+namespace {
+
+double GainAt(const Sound& sound, const std::vector<GainRamp>& ramps, std::size_t i)
+{
+    const double last = std::max(1.0, static_cast<double>(sound.Frames() - 1));
+    const auto channels = static_cast<std::size_t>(sound.channels);
+    const GainRamp& ramp = ramps[i % channels];
+    // So small a product is exact, and the quotient is never rounded onto a half.
+    const double climb = static_cast<double>(ramp.end - ramp.start) * static_cast<double>(i / channels) / last;
+    return std::floor(ramp.start + climb + 0.5);
+}
+
+} // namespace
+
+long CountOverloads(const Sound& sound, const std::vector<GainRamp>& ramps)
+{
+    long count = 0;
+    for (std::size_t i = 0; i < sound.words.size(); ++i) {
+        count += std::abs(sound.words[i] * 0x1p-31 * GainAt(sound, ramps, i) / 4096) > 1.0 ? 1 : 0;
+    }
+    return count;
+}
+
+Sound Floats(const std::vector<float>& values, int channels, int rate)
+{
+    Sound sound{SF_FORMAT_WAV | SF_FORMAT_FLOAT, channels, rate, {}};
+    std::ranges::transform(values, std::back_inserter(sound.words), Bits);
+    return sound;
+}
+
+Sound Limited(const Sound& floats, const std::string& format)
+{
+    const float largest = format == "16" ? 1.0F : std::nextafter(1.0F, 0.0F);
+    const float lowest = format == "16" ? -32768.0F / 32767.0F : -1.0F;
+    Sound result = floats;
+    for (std::int32_t& word : result.words) {
+        const auto value = std::bit_cast<float>(word);
+        word = Bits(std::isnan(value) ? 0.0F : value > largest ? largest : value < lowest ? lowest : value);
+    }
+    return result;
+}
+
+std::string OverloadLine(const std::string& path, long count, const std::string& what)
+{
+    return count == 0 ? ""
+                      : "ztaudio: " + path + ": " + std::to_string(count) + (count == 1 ? " sample" : " samples") +
+                            " beyond full scale " + what + "\n";
+}
+
 Sound Scaled(const Sound& sound, const std::vector<GainRamp>& ramps)
 {
     Sound result = sound;
-    const double last = std::max(1.0, static_cast<double>(sound.Frames() - 1));
     for (std::size_t i = 0; i < sound.words.size(); ++i) {
-        const auto channels = static_cast<std::size_t>(sound.channels);
-        const GainRamp& ramp = ramps[i % channels];
-        // So small a product is exact, and the quotient is never rounded onto a half.
-        const double climb = static_cast<double>(ramp.end - ramp.start) * static_cast<double>(i / channels) / last;
-        const double gain = std::floor(ramp.start + climb + 0.5);
+        const double gain = GainAt(sound, ramps, i);
         result.words[i] = static_cast<std::int32_t>(models::Scaled(static_cast<std::uint32_t>(sound.words[i]),
                                                                    static_cast<std::int64_t>(std::min(gain, 32767.0))));
     }

@@ -44,3 +44,15 @@ Sound Channels(const Sound& mux, int first, int count);
 
 /// A 24-bit sound with gains, one ramp for each channel, as a file keeps it.
 Sound Scaled(const Sound& sound, const std::vector<GainRamp>& ramps);
+
+/// The samples of a 24-bit sound that pass full scale with these gains.
+long CountOverloads(const Sound& sound, const std::vector<GainRamp>& ramps);
+
+/// A sound of these floats.
+Sound Floats(const std::vector<float>& values, int channels = 1, int rate = 48000);
+
+/// Floats limited to what the conversion to the format brings to the largest and smallest sample; a NaN becomes 0.
+Sound Limited(const Sound& floats, const std::string& format);
+
+/// The line with which the tool counts samples beyond full scale; none for 0.
+std::string OverloadLine(const std::string& path, long count, const std::string& what = "clipped");

@@ -20,14 +20,14 @@ protected:
 
 TEST_F(Volume, RampsEveryWidthAndLength)
 {
-    for (const int channels : {1, 2, 4, 8, 16, 32, 64}) {
+    for (const int channels : {1, 2, 3, 4, 6, 8, 16, 17, 32, 33, 64}) {
         for (const long frames : kLengths) {
             SCOPED_TRACE(std::to_string(channels) + " channels, frames " + std::to_string(frames));
             const Sound sound = Noise(SF_FORMAT_PCM_24, channels, frames);
             std::vector<GainRamp> ramps(static_cast<std::size_t>(channels), {4096, 0});
             ramps[0] = {2048, 10240};
-            ExpectSame(Changed(sound, {"--gain", "1:0", "--gain", "1=0.5:2.5"}), Scaled(sound, ramps));
-            EXPECT_EQ(last_.errors, "");
+            ExpectSame(Changed(sound, {"--gain", "1:0", "--gain", "1=0.5:2.5", "--quiet"}), Scaled(sound, ramps));
+            EXPECT_EQ(last_.errors, OverloadLine(File("in.wav"), CountOverloads(sound, ramps)));
         }
     }
 }
@@ -92,12 +92,43 @@ TEST_F(Volume, TakesFloats)
     ExpectSame(Changed(sound, {"--gain", "3:0.1"}), Scaled(words, {{12288, 410}}));
 }
 
-TEST_F(Volume, TellsOfFloatsBeyondFullScale)
+// The gain applies to what the file holds, not to what a conversion left of it.
+TEST_F(Volume, BringsFloatsBeyondFullScaleBack)
 {
-    const Sound sound{SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, 48000, {std::bit_cast<std::int32_t>(1.5F), 0, 0, 0}};
-    Changed(sound, {"--gain", "0.5", "--format", "float"});
-    EXPECT_EQ(last_.errors, "ztaudio: note: " + File("in.wav") +
-                                ": 1 samples beyond full scale wrapped around; lower the level before converting\n");
+    const Sound sound = Floats({1.5F, -1.5F, 0.25F, -0.75F, 1.0F, 3.0F});
+    const Sound out = Changed(sound, {"--gain", "0.5"});
+    EXPECT_EQ(out.words,
+              (std::vector<std::int32_t>{0x60000000, -0x60000000, 0x10000000, -0x30000000, 0x40000000, 0x7FFFFF00}));
+    EXPECT_EQ(last_.errors, "ztaudio: note: gains are applied to 24in32 samples, so the output is 24in32\n" +
+                                OverloadLine(File("in.wav"), 1));
+    const Sound wrapped = Changed(sound, {"--gain", "0.5", "--overload", "wrap", "--format", "24in32"});
+    EXPECT_EQ(wrapped.words[0], static_cast<std::int32_t>(0xC0000000)); // INT32_MIN / 2
+}
+
+TEST_F(Volume, NotesAGainThatRoundsToSilence)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_24, 1, 10);
+    Changed(sound, {"--gain", "-100dB"});
+    EXPECT_EQ(last_.errors, "ztaudio: note: --gain -100dB: rounds to silence, because gains are multiples of 1/4096\n");
+    Changed(sound, {"--gain", "0"});
+    EXPECT_EQ(last_.errors, "");
+}
+
+TEST_F(Volume, LowersTheGainsWithGuard)
+{
+    for (const int subtype : {SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
+        const Sound sound = Noise(subtype, 2, 5000);
+        for (const std::string gain : {"2", "1=0.5:3", "1.0005"}) {
+            SCOPED_TRACE(gain);
+            const Sound out = Changed(sound, {"--gain", gain, "--guard", "--format", "24in32"});
+            EXPECT_NE(last_.errors.find(": level lowered by "), std::string::npos) << last_.errors;
+            EXPECT_EQ(last_.errors.find("beyond full scale"), std::string::npos) << last_.errors;
+            const auto [lowest, highest] = std::ranges::minmax(out.words);
+            EXPECT_GT(std::max(-static_cast<double>(lowest), static_cast<double>(highest)), 0x7F000000);
+        }
+        Changed(sound, {"--gain", "0.5", "--guard", "--format", "24in32"});
+        EXPECT_EQ(last_.errors, "");
+    }
 }
 
 class Stereo : public CommandTest {};

@@ -1,31 +1,44 @@
-/// A sound file on its way into an operation: in blocks of the words that the operation takes.
+/// Reads a sound in blocks and converts them to the sample format of an operation.
 #pragma once
 
 #include "tools/ztaudio/block_reader.h"
-#include "tools/ztaudio/clip_detector.h"
 #include "tools/ztaudio/conversion.h"
 #include "tools/ztaudio/padded_buffer.h"
 
+#include <span>
+
 class BlockConverter {
 public:
-    /// Throws Failure, with the engine's text, when the engine has no road to `word`.
-    BlockConverter(EngineSession& engine, SoundFileReader& sound, SampleFormat word,
+    BlockConverter(EngineSession& engine, SampleSource& sound, SampleFormat to, OverloadCounter& overloads,
                    sf_count_t blockFrames = kBlockFrames);
 
-    /// Gives the next block, of `blockFrames` frames until the last one, valid until the next call; no frames at the
-    /// end.
-    Block Next();
+    /// Reads the next block and returns its frames, 0 at the end.
+    sf_count_t Next();
 
-    /// Frames given so far.
-    sf_count_t Given() const { return given_; }
+    /// The frames of the current block, and of all blocks so far.
+    sf_count_t BlockFrames() const { return block_.frames; }
+    sf_count_t TotalFrames() const { return totalFrames_; }
 
-    /// Notes what has been lost on the way.
-    void ReportLoss(const Context& context) const;
+    /// Converts frames of the current block. The result is valid until the next call.
+    const std::byte* Convert(sf_count_t first, sf_count_t frames);
+
+    /// Converts frames of the current block to 24-in-32 for an operation that applies gains to them, and counts the
+    /// samples that pass full scale with these gains.
+    ///
+    /// gains  for each channel. Floats beyond full scale are divided by a power of two before the conversion, as far as
+    ///        the gain can be multiplied by it; such gains are replaced. So the gain can bring them below full scale.
+    const std::byte* Convert(sf_count_t first, sf_count_t frames, std::span<int> gains);
 
 private:
-    SoundFileReader& sound_;
+    const std::byte* Samples(sf_count_t first) const;
+    void ScaleDown(const float* samples, sf_count_t frames, std::span<int> gains);
+    void CountOverloads(const std::byte* samples, sf_count_t frames, std::span<const int> gains);
+
+    SampleSource& sound_;
+    OverloadCounter& overloads_;
     BlockReader blocks_;
     Conversion conversion_;
-    ClipDetector fullScale_;
-    sf_count_t given_ = 0;
+    Block block_;
+    sf_count_t totalFrames_ = 0;
+    std::vector<float> scaled_;
 };

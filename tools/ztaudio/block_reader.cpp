@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-BlockReader::BlockReader(SoundFileReader& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut)
+BlockReader::BlockReader(SampleSource& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut)
     : sound_(sound), blockFrames_(blockFrames), fadeIn_(fadeIn), fadeOut_(fadeOut),
       frameBytes_(BytesOf(sound.Word()) * sound.Channels()),
       held_(static_cast<std::size_t>(MaxFrames() + kFadeFrames) * frameBytes_)
@@ -21,7 +21,7 @@ bool BlockReader::Next(Block& block)
     heldFrames_ -= givenFrames_;
     std::memmove(held_.data(), held_.data() + bytes(givenFrames_), bytes(heldFrames_));
 
-    // What a fade-out may need stays held until the end of the file shows where it belongs.
+    // Frames that a fade-out may need are held until the end of the file is known.
     const sf_count_t kept = fadeOut_ ? kFadeFrames : 0;
     const sf_count_t wanted = first_ && fadeIn_ ? kFadeFrames : blockFrames_;
     if (heldFrames_ < wanted + kept) {

@@ -1,12 +1,12 @@
-/// A sound file in blocks, cut so that fades come out the same whatever the block size.
+/// Reads a sound in blocks whose limits keep fades independent of the block size.
 #pragma once
 
-#include "tools/ztaudio/sound_file_reader.h"
+#include "tools/ztaudio/sample_source.h"
 
 #include <cstddef>
 #include <vector>
 
-/// The frames that a fade of the engine takes.
+/// The frames of a fade of the engine.
 inline constexpr sf_count_t kFadeFrames = 200;
 
 struct Block {
@@ -20,16 +20,16 @@ struct Block {
 /// start or the end of the file; a file that is too short for the blocks of its fades is one block.
 class BlockReader {
 public:
-    BlockReader(SoundFileReader& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut);
+    BlockReader(SampleSource& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut);
 
-    /// The longest block that Next gives.
+    /// The length of the longest block that Next returns.
     sf_count_t MaxFrames() const;
 
-    /// Gives the next block, valid until the next call. False at the end.
+    /// Reads the next block, valid until the next call. Returns false at the end.
     bool Next(Block& block);
 
 private:
-    SoundFileReader& sound_;
+    SampleSource& sound_;
     sf_count_t blockFrames_;
     bool fadeIn_;
     bool fadeOut_;

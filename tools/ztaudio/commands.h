@@ -5,6 +5,7 @@
 #pragma once
 
 #include "tools/ztaudio/context.h"
+#include "tools/ztaudio/overload.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -23,7 +24,12 @@ struct ConvertOptions {
     std::string format; ///< empty for the sample format of the input
     bool fadeIn = false;
     bool fadeOut = false;
-    std::int64_t block = 4096; ///< sample frames
+    std::int64_t block = 4096;      ///< sample frames
+    std::uint32_t rate = 0;         ///< 0 for the rate of the input
+    bool mustResample = false;      ///< fail if the input has the rate already
+    std::vector<std::string> gains; ///< for floats, before the conversion
+    OverloadPolicy overload = OverloadPolicy::Clip;
+    bool guard = false;
 };
 
 struct TrimOptions {
@@ -37,6 +43,7 @@ struct StereoOptions {
     std::filesystem::path left;
     std::filesystem::path right;
     std::filesystem::path out;
+    OverloadPolicy overload = OverloadPolicy::Clip;
 };
 
 struct VolumeOptions {
@@ -44,6 +51,8 @@ struct VolumeOptions {
     std::filesystem::path out;
     std::vector<std::string> gains;
     std::string format; ///< empty for 24in32
+    OverloadPolicy overload = OverloadPolicy::Clip;
+    bool guard = false;
 };
 
 struct MuxOptions {
@@ -51,6 +60,7 @@ struct MuxOptions {
     std::filesystem::path out;
     std::string format; ///< empty for the sample format of the inputs, or 24in32
     std::vector<std::string> gains;
+    OverloadPolicy overload = OverloadPolicy::Clip;
 };
 
 struct SplitOptions {
@@ -58,6 +68,7 @@ struct SplitOptions {
     std::string pattern; ///< see IsOutputPattern
     bool stereo = false;
     std::vector<std::string> gains;
+    OverloadPolicy overload = OverloadPolicy::Clip;
 };
 
 struct ResampleOptions {
@@ -65,6 +76,8 @@ struct ResampleOptions {
     std::filesystem::path out;
     std::uint32_t rate = 0;
     std::int64_t block = 4096; ///< sample frames
+    OverloadPolicy overload = OverloadPolicy::Clip;
+    bool guard = false;
 };
 
 struct AnalyzeOptions {

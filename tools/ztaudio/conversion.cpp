@@ -1,18 +1,14 @@
 #include "tools/ztaudio/conversion.h"
 
-#include "host/formats.h"
-#include "tools/common/failure.h"
+#include "tools/ztaudio/padded_buffer.h"
 
-#include <zta/status.h>
-
+#include <algorithm>
 #include <cstring>
-
-namespace host = zta::host;
 
 namespace {
 
-// The engine has no step between 16-in-16 or floating point and 24-in-24: 24-in-32 lies between them, without loss.
-std::vector<SampleFormat> PlainRoad(SampleFormat from, SampleFormat to)
+// The engine does not convert 16-in-16 or floating point to 24-in-24 in one step; 24-in-32 loses nothing between them.
+std::vector<SampleFormat> PlainFormats(SampleFormat from, SampleFormat to)
 {
     if (to == SampleFormat::Pcm24In24 && from != SampleFormat::Pcm24In32) {
         return {from, SampleFormat::Pcm24In32, to};
@@ -20,67 +16,63 @@ std::vector<SampleFormat> PlainRoad(SampleFormat from, SampleFormat to)
     return {from, to};
 }
 
-// The fade runs in the first step. Where that step led from 24-in-32 to a word that takes no fades, the engine would
-// fade a stage copy whose length is that of its last use; so such a road begins with a copy of its own.
-std::vector<SampleFormat> FadedRoad(SampleFormat from, SampleFormat to)
+// Fades exist for 16-in-16 and 24-in-32.
+SampleFormat FadedFormat(SampleFormat to)
 {
-    if (from == SampleFormat::Pcm24In32 && (to == SampleFormat::Pcm24In24 || to == SampleFormat::Float32)) {
-        return {from, from, to};
-    }
-    return PlainRoad(from, to);
+    return to == SampleFormat::Pcm16 ? to : SampleFormat::Pcm24In32;
 }
 
-// Of other buffers the engine may report a fade as done and give nothing.
-bool TakesFades(std::uint32_t channels, std::uint32_t rate)
+std::vector<SampleFormat> FadedFormats(SampleFormat from, SampleFormat to)
 {
-    return rate == host::kDefaultRate &&
-           (channels == 1 || channels == 2 || channels == 4 || channels == 8 || channels == 16);
+    std::vector<SampleFormat> formats = {from, FadedFormat(to)};
+    if (to != formats.back()) {
+        formats.push_back(to);
+    }
+    return formats;
 }
 
 } // namespace
 
 Conversion::Conversion(EngineSession& engine, SampleFormat from, SampleFormat to, std::uint32_t channels,
-                       std::uint32_t rate, sf_count_t maxFrames, bool fades)
-    : engine_(engine)
+                       sf_count_t maxFrames, bool hasFades, OverloadCounter& overloads)
+    : engine_(engine), channels_(channels), overloads_(overloads), plain_(MakeChain(PlainFormats(from, to), maxFrames))
 {
-    const auto build = [&](const std::vector<SampleFormat>& words) {
-        BufferChain road;
-        for (const SampleFormat word : words) {
-            const SZtaWaveFormatInfo format = WaveFormat(word, channels, rate);
-            road.push_back(
-                host::AudioBuffer::Create(format, static_cast<std::size_t>(maxFrames) * host::BytesPerFrame(format)));
-        }
-        return road;
-    };
-    plain_ = build(PlainRoad(from, to));
-    ProcessChain(plain_, {});
-    if (fades) {
-        faded_ = build(FadedRoad(from, to));
-        if (!TakesFades(channels, rate)) {
-            engine.Refuse(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, {{faded_.front().Get()}}, {{faded_.back().Get()}});
-        }
-        ProcessChain(faded_, {.fadeIn = true, .fadeOut = true});
+    if (hasFades) {
+        faded_ = MakeChain(FadedFormats(from, to), maxFrames);
+        fader_.emplace(engine, FadedFormat(to), channels, maxFrames);
     }
+}
+
+Conversion::Chain Conversion::MakeChain(std::vector<SampleFormat> formats, sf_count_t maxFrames) const
+{
+    Chain chain;
+    for (const SampleFormat format : formats) {
+        chain.buffers.push_back(MakeBuffer(WaveFormat(format, 1), maxFrames * channels_));
+    }
+    chain.formats = std::move(formats);
+    return chain;
 }
 
 const std::byte* Conversion::Run(const Block& block)
 {
-    const BufferChain& road = block.fadeIn || block.fadeOut ? faded_ : plain_;
-    ProcessChain(road, block);
-    return road.back()->Data();
-}
-
-void Conversion::ProcessChain(const BufferChain& road, const Block& block)
-{
-    host::AudioBuffer& first = *road.front();
-    const std::size_t bytes =
-        static_cast<std::size_t>(block.frames) * host::BytesPerFrame(first.Description().sWaveFormat);
-    if (bytes != 0) {
-        std::memcpy(first.Data(), block.words, bytes);
+    const bool hasFade = block.fadeIn || block.fadeOut;
+    const Chain& chain = hasFade ? faded_ : plain_;
+    const std::size_t samples = static_cast<std::size_t>(block.frames) * channels_;
+    zta::host::AudioBuffer& first = *chain.buffers.front();
+    if (samples == 0) {
+        return first.Data();
     }
-    first.SetValidLength(bytes);
-    first.SetFades(block.fadeIn, block.fadeOut);
-    for (std::size_t step = 1; step < road.size(); ++step) {
-        engine_.Copy(*road[step - 1], *road[step]);
+    std::memcpy(first.Data(), block.words, samples * BytesOf(chain.formats[0]));
+    first.SetValidLength(samples * BytesOf(chain.formats[0]));
+    for (std::size_t step = 1; step < chain.buffers.size(); ++step) {
+        if (chain.formats[step - 1] == SampleFormat::Float32 && chain.formats[step] != SampleFormat::Float32) {
+            overloads_.Prepare({reinterpret_cast<float*>(chain.buffers[step - 1]->Data()), samples},
+                               chain.formats[step]);
+        }
+        engine_.Copy(*chain.buffers[step - 1], *chain.buffers[step]);
+        if (hasFade && step == 1) {
+            fader_->Run(chain.buffers[step]->Data(), block.frames, block.fadeIn, block.fadeOut);
+        }
     }
+    return chain.buffers.back()->Data();
 }

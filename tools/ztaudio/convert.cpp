@@ -1,9 +1,13 @@
+#include "tools/common/failure.h"
 #include "tools/common/signal_handling.h"
+#include "tools/ztaudio/adaptation.h"
 #include "tools/ztaudio/block_reader.h"
-#include "tools/ztaudio/clip_detector.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/conversion.h"
+#include "tools/ztaudio/float_gain.h"
+#include "tools/ztaudio/guard.h"
 #include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/resampled_source.h"
 #include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
@@ -11,33 +15,80 @@
 
 namespace {
 
+/// The gains of the options, applied to floats before the conversion.
+std::unique_ptr<FloatGain> MakeGain(SoundFileReader& in, const ConvertOptions& options, double factor)
+{
+    if (options.gains.empty() && factor == 1.0) {
+        return nullptr;
+    }
+    const sf_count_t frames = in.IsStream() ? kUnknownFrames : in.Frames();
+    return std::make_unique<FloatGain>(in, Gains(options.gains, in.Channels(), frames), factor);
+}
+
+/// The factor that keeps the sound within full scale.
+double GuardFactor(const ConvertOptions& options, const SoundFileReader& in)
+{
+    SoundFileReader again(options.in);
+    const auto gain = MakeGain(again, options, 1.0);
+    const double peak = FindPeak(gain ? static_cast<SampleSource&>(*gain) : again);
+    return LowerForGuard(in.Path().string(), peak);
+}
+
+SampleFormat OutputFormat(const ConvertOptions& options, const SoundFileReader& in)
+{
+    return options.format.empty() ? in.Word() : ParseSampleFormat(options.format).value();
+}
+
 void Convert(const ConvertOptions& options, const Context& context)
 {
     SoundFileReader in(options.in);
     in.RequireWhole();
+    RequireChannels(in, in.Path().string());
     RequireOtherFile(options.in, options.out);
-    const SampleFormat to = options.format.empty() ? in.Word() : ParseSampleFormat(options.format).value();
-    BlockReader blocks(in, options.block, options.fadeIn, options.fadeOut);
-    EngineSession engine(context);
-    Conversion conversion(engine, in.Word(), to, in.Channels(), in.Rate(), blocks.MaxFrames(),
-                          options.fadeIn || options.fadeOut);
-    const bool extensible = (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX;
-    SoundFileWriter out(options.out, to, in.Channels(), in.Rate(), in.Frames(), extensible);
-    out.CopyTags(in);
-    in.ReportLoss(context);
+    const SampleFormat to = OutputFormat(options, in);
+    const std::uint32_t rate = options.rate == 0 ? in.Rate() : options.rate;
+    const bool resamples = rate != in.Rate() || options.mustResample;
+    if (resamples) {
+        RequireResamplable(in, in.Path().string(), rate);
+    }
+    const bool isFloat = in.Word() == SampleFormat::Float32;
+    if (!options.gains.empty() && !isFloat) {
+        throw Failure(in.Path().string() + ": has integer samples: use ztaudio volume to apply a gain to them");
+    }
+    const bool becomesInteger = isFloat && (resamples || to != SampleFormat::Float32);
+    const double factor = options.guard && becomesInteger ? GuardFactor(options, in) : 1.0;
 
-    ClipDetector fullScale(in.Word(), to);
-    Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
+    OverloadCounter overloads(in.Path().string(), options.overload);
+    EngineSession engine(context);
+    const auto gain = MakeGain(in, options, factor);
+    SampleSource& scaled = gain ? static_cast<SampleSource&>(*gain) : in;
+    std::unique_ptr<ResampledSource> resampled;
+    if (resamples) {
+        resampled = std::make_unique<ResampledSource>(engine, scaled, rate, options.block, overloads);
+    }
+    SampleSource& source = resampled ? static_cast<SampleSource&>(*resampled) : scaled;
+    const bool hasFades = options.fadeIn || options.fadeOut;
+    BlockReader blocks(source, options.block, options.fadeIn, options.fadeOut);
+    Conversion conversion(engine, source.Word(), to, in.Channels(), blocks.MaxFrames(), hasFades, overloads);
+    SoundFileWriter out(options.out, to, in.Channels(), rate, source.Frames(), IsExtensible(in));
+    resamples ? out.CopyTexts(in) : out.CopyTags(in);
+    in.ReportLoss(context);
+    if (resamples) {
+        NoteResampling(in, in.Path().string(), to, context);
+    } else {
+        NoteAdaptation(in, in.Path().string(), context);
+    }
+
+    Progress progress(context, options.out.filename().string(), source.Frames(), rate);
     for (Block block; blocks.Next(block);) {
         CheckInterruption();
-        fullScale.Scan(block.words, static_cast<std::size_t>(block.frames) * in.Channels());
         out.Write(conversion.Run(block), block.frames);
         progress.Advance(block.frames);
     }
     CheckInterruption();
     out.Commit();
     progress.Finish();
-    fullScale.Report(context, in);
+    overloads.Report();
 }
 
 } // namespace

@@ -10,13 +10,11 @@
 
 namespace {
 
-constexpr int kUnity = 4096;
-constexpr int kLargest = 8 * kUnity;
-
 struct GainOption {
     std::optional<std::uint32_t> channel; ///< from 0; none for all
-    int start = kUnity;
-    int end = kUnity;
+    int start = kUnityGain;
+    int end = kUnityGain;
+    bool isSilenced = false; ///< a gain above 0 rounds to 0
 };
 
 template <typename Number>
@@ -27,7 +25,12 @@ std::optional<Number> ParseNumber(std::string_view text)
     return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
-std::optional<int> ParseGain(std::string_view text)
+struct Gain {
+    int value;
+    bool isSilenced;
+};
+
+std::optional<Gain> ParseGain(std::string_view text)
 {
     const bool decibels = text.ends_with("dB");
     if (text.starts_with('+')) {
@@ -37,11 +40,12 @@ std::optional<int> ParseGain(std::string_view text)
     if (!number) {
         return std::nullopt;
     }
-    const double gain = std::round((decibels ? std::pow(10.0, *number / 20.0) : *number) * kUnity);
-    if (!(gain >= 0.0 && gain <= kLargest) || (!decibels && (*number < 0.0 || *number > 8.0))) {
+    const double factor = decibels ? std::pow(10.0, *number / 20.0) : *number;
+    const double gain = std::round(factor * kUnityGain);
+    if (!(gain >= 0.0 && gain <= kMaxGain) || (!decibels && (*number < 0.0 || *number > 8.0))) {
         return std::nullopt;
     }
-    return static_cast<int>(gain);
+    return Gain{static_cast<int>(gain), gain == 0.0 && factor > 0.0};
 }
 
 std::optional<GainOption> ParseOption(std::string_view text)
@@ -61,8 +65,9 @@ std::optional<GainOption> ParseOption(std::string_view text)
     if (!start || !end) {
         return std::nullopt;
     }
-    option.start = *start;
-    option.end = *end;
+    option.start = start->value;
+    option.end = end->value;
+    option.isSilenced = start->isSilenced || end->isSilenced;
     return option;
 }
 
@@ -91,8 +96,8 @@ Gains::Gains(const std::vector<std::string>& gains, std::uint32_t channels, sf_c
     if (gains.empty()) {
         return;
     }
-    ramps_.assign(channels, {kUnity, kUnity});
-    volumes_.resize(channels);
+    ramps_.assign(channels, {kUnityGain, kUnityGain});
+    current_.resize(channels);
     for (const std::string& text : gains) {
         const GainOption option = ParseOption(text).value();
         if (!option.channel) {
@@ -102,48 +107,68 @@ Gains::Gains(const std::vector<std::string>& gains, std::uint32_t channels, sf_c
         } else {
             throw UsageFailure("--gain " + text + ": there is no such channel: there are " + std::to_string(channels));
         }
+        if (option.isSilenced) {
+            silent_.push_back(text);
+        }
+        if (option.start != option.end && frames == kUnknownFrames) {
+            throw Failure("--gain " + text + ": a ramp needs the length of the sound, which is not known here");
+        }
     }
 }
 
-/// How many of the `most` frames from `frame` on have equal gains; at least 1.
-sf_count_t Gains::ConstantGain(sf_count_t frame, sf_count_t most) const
+void Gains::Lower(double factor)
+{
+    for (Ramp& ramp : ramps_) {
+        ramp.start = static_cast<int>(std::floor(ramp.start * factor));
+        ramp.end = static_cast<int>(std::floor(ramp.end * factor));
+    }
+}
+
+void Gains::NoteSilence(const Context& context) const
+{
+    for (const std::string& text : silent_) {
+        context.Note("--gain " + text + ": rounds to silence, because gains are multiples of 1/4096");
+    }
+}
+
+/// Returns how many of the `maxFrames` frames from `frame` on have equal gains; at least 1.
+sf_count_t Gains::CountConstantGains(sf_count_t frame, sf_count_t maxFrames) const
 {
     for (const Ramp& ramp : ramps_) {
         if (ramp.start == ramp.end) {
             continue;
         }
-        if (frame + most > frames_) {
-            throw Failure("the sound is longer than its header tells, so that it can have no ramp");
+        if (frame + maxFrames > frames_) {
+            throw Failure("the sound is longer than its header says, so a ramp cannot be applied");
         }
-        // A ramp never turns back: as long as a gain is what it was, so are all between.
-        sf_count_t fewest = 1;
-        while (fewest < most) {
-            const sf_count_t middle = (fewest + most + 1) / 2;
-            if (GainOf(ramp, frame + middle - 1) == GainOf(ramp, frame)) {
-                fewest = middle;
+        // A ramp is monotonic: if a gain equals the first one, so do all between.
+        sf_count_t minFrames = 1;
+        while (minFrames < maxFrames) {
+            const sf_count_t middle = (minFrames + maxFrames + 1) / 2;
+            if (GainAt(ramp, frame + middle - 1) == GainAt(ramp, frame)) {
+                minFrames = middle;
             } else {
-                most = middle - 1;
+                maxFrames = middle - 1;
             }
         }
     }
-    return most;
+    return maxFrames;
 }
 
-Volumes Gains::At(sf_count_t frame)
+std::span<const int> Gains::At(sf_count_t frame)
 {
     for (std::size_t channel = 0; channel < ramps_.size(); ++channel) {
-        const float gain = static_cast<float>(GainOf(ramps_[channel], frame)) / kUnity;
-        volumes_[channel] = {static_cast<std::uint32_t>(channel), gain, gain};
+        current_[channel] = GainAt(ramps_[channel], frame);
     }
-    return volumes_;
+    return current_;
 }
 
-int Gains::GainOf(const Ramp& ramp, sf_count_t frame) const
+int Gains::GainAt(const Ramp& ramp, sf_count_t frame) const
 {
     if (ramp.start == ramp.end || frames_ < 2) {
         return ramp.start;
     }
-    // Rounded to the nearest: twice the height of the line, one more, halved and cut off downwards.
+    // Rounds to nearest: twice the height of the line plus one, halved and rounded down.
     const std::int64_t steps = frames_ - 1;
     const std::int64_t climb = ramp.end - ramp.start;
     return ramp.start + static_cast<int>(FloorDivide(2 * climb * frame + steps, 2 * steps));

@@ -1,76 +1,97 @@
 #include "tools/ztaudio/input_set.h"
 
-#include "host/formats.h"
 #include "tools/common/failure.h"
 #include "tools/common/output_file.h"
+#include "tools/ztaudio/adaptation.h"
 
 #include <algorithm>
 
-InputSet::InputSet(const std::vector<std::filesystem::path>& paths, const std::filesystem::path& output)
+InputSet::InputSet(const std::vector<std::filesystem::path>& paths, const std::filesystem::path& output,
+                   OverloadPolicy overload)
 {
     for (const auto& path : paths) {
-        const auto& sound = sounds_.emplace_back(std::make_unique<SoundFileReader>(path));
-        sound->RequireWhole();
+        Input& input = inputs_.emplace_back();
+        input.sound = std::make_unique<SoundFileReader>(path);
+        input.overloads = std::make_unique<OverloadCounter>(path.string(), overload);
+        input.sound->RequireWhole();
         RequireOtherFile(path, output);
-        if (sound->Rate() != Rate()) {
-            throw Failure(path.string() + ": has " + std::to_string(sound->Rate()) + " Hz, and " + paths[0].string() +
-                          " has " + std::to_string(Rate()) + " Hz");
+        if (input.sound->Rate() != Rate()) {
+            throw Failure(path.string() + ": has " + std::to_string(input.sound->Rate()) + " Hz, and " +
+                          paths[0].string() + " has " + std::to_string(Rate()) + " Hz");
         }
     }
-    blocks_.resize(sounds_.size());
+}
+
+std::uint32_t InputSet::Channels() const
+{
+    std::uint32_t channels = 0;
+    for (const Input& input : inputs_) {
+        channels += input.sound->Channels();
+    }
+    return channels;
+}
+
+bool InputSet::IsLengthKnown() const
+{
+    return std::ranges::none_of(inputs_, [](const Input& input) { return input.sound->IsStream(); });
 }
 
 sf_count_t InputSet::Frames() const
 {
     sf_count_t frames = 0;
-    for (const auto& sound : sounds_) {
-        frames = std::max(frames, sound->Frames());
+    for (const Input& input : inputs_) {
+        if (input.sound->IsStream()) {
+            return 0;
+        }
+        frames = std::max(frames, input.sound->Frames());
     }
     return frames;
 }
 
 SampleFormat InputSet::CommonFormat() const
 {
-    const SampleFormat first = sounds_[0]->Word();
-    const bool same = std::ranges::all_of(sounds_, [first](const auto& sound) { return sound->Word() == first; });
-    return same && first != SampleFormat::Float32 ? first : SampleFormat::Pcm24In32;
+    const SampleFormat first = inputs_[0].sound->Word();
+    const bool isCommon =
+        std::ranges::all_of(inputs_, [first](const Input& input) { return input.sound->Word() == first; });
+    return isCommon && first != SampleFormat::Float32 ? first : SampleFormat::Pcm24In32;
 }
 
-void InputSet::Begin(EngineSession& engine, SampleFormat word)
+void InputSet::Begin(EngineSession& engine, SampleFormat format)
 {
-    for (const auto& sound : sounds_) {
-        feeds_.push_back(std::make_unique<BlockConverter>(engine, *sound, word));
+    for (Input& input : inputs_) {
+        input.feed = std::make_unique<BlockConverter>(engine, *input.sound, format, *input.overloads);
     }
 }
 
 sf_count_t InputSet::Next()
 {
     sf_count_t frames = 0;
-    for (std::size_t i = 0; i < feeds_.size(); ++i) {
-        blocks_[i] = feeds_[i]->Next();
-        frames = std::max(frames, blocks_[i].frames);
+    for (const Input& input : inputs_) {
+        frames = std::max(frames, input.feed->Next());
     }
     return frames;
 }
 
-void InputSet::FillFrom(std::size_t i, sf_count_t first, sf_count_t frames, zta::host::AudioBuffer& buffer) const
+void InputSet::FillFrom(std::size_t i, sf_count_t first, sf_count_t frames, std::span<int> gains,
+                        zta::host::AudioBuffer& buffer)
 {
-    const sf_count_t given = std::clamp(blocks_[i].frames - first, sf_count_t{0}, frames);
-    const std::size_t offset =
-        static_cast<std::size_t>(first) * zta::host::BytesPerFrame(buffer.Description().sWaveFormat);
-    Fill(buffer, given == 0 ? nullptr : blocks_[i].words + offset, given, frames);
+    const Input& input = inputs_[i];
+    const sf_count_t given = std::clamp(input.feed->BlockFrames() - first, sf_count_t{0}, frames);
+    const std::byte* const samples = given == 0 ? nullptr : input.feed->Convert(first, given, gains);
+    Fill(buffer, {samples, input.sound->Channels(), input.sound->Channels()}, given, frames);
 }
 
 void InputSet::ReportLoss(const Context& context) const
 {
     sf_count_t longest = 0;
-    for (const auto& feed : feeds_) {
-        longest = std::max(longest, feed->Given());
+    for (const Input& input : inputs_) {
+        longest = std::max(longest, input.feed->TotalFrames());
     }
-    for (std::size_t i = 0; i < feeds_.size(); ++i) {
-        feeds_[i]->ReportLoss(context);
-        if (const sf_count_t missing = longest - feeds_[i]->Given(); missing != 0) {
-            context.Note(sounds_[i]->Path().string() + ": continued with " + std::to_string(missing) +
+    for (const Input& input : inputs_) {
+        input.sound->ReportLoss(context);
+        input.overloads->Report();
+        if (const sf_count_t missing = longest - input.feed->TotalFrames(); missing != 0) {
+            context.Note(input.sound->Path().string() + ": continued with " + std::to_string(missing) +
                          " sample frames of silence to the length of the longest input");
         }
     }

@@ -1,43 +1,55 @@
-/// Several sound files that are put together into one.
+/// Several sound files that are interleaved into one.
 #pragma once
 
 #include "tools/ztaudio/block_converter.h"
+#include "tools/ztaudio/overload.h"
 #include "tools/ztaudio/padded_buffer.h"
+#include "tools/ztaudio/sound_file_reader.h"
 
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <vector>
 
 class InputSet {
 public:
-    /// Opens the files. Throws Failure when one cannot be read as a whole, is the output, or has another rate than the
+    /// Opens the files. Throws Failure if one cannot be read completely, is the output, or has another rate than the
     /// first.
-    InputSet(const std::vector<std::filesystem::path>& paths, const std::filesystem::path& output);
+    InputSet(const std::vector<std::filesystem::path>& paths, const std::filesystem::path& output,
+             OverloadPolicy overload);
 
-    std::size_t Count() const { return sounds_.size(); }
-    const SoundFileReader& Sound(std::size_t i) const { return *sounds_[i]; }
-    std::uint32_t Rate() const { return sounds_[0]->Rate(); }
+    std::size_t Count() const { return inputs_.size(); }
+    const SoundFileReader& Sound(std::size_t i) const { return *inputs_[i].sound; }
+    std::uint32_t Rate() const { return inputs_[0].sound->Rate(); }
+    std::uint32_t Channels() const; ///< of all files
 
-    /// Of the longest, as far as the headers tell.
+    /// The length of the longest, 0 if one is not known.
     sf_count_t Frames() const;
+    bool IsLengthKnown() const;
 
-    /// The word that all files have, 24-in-32 if they differ or have floats, which cannot be put together.
+    /// The sample format of all files, or 24-in-32 if they differ or have floats, which are not interleaved.
     SampleFormat CommonFormat() const;
 
-    /// Begins the reading, as words of this kind. Throws Failure, with the engine's text, when the engine has no road.
-    void Begin(EngineSession& engine, SampleFormat word);
+    /// Begins the reading. Samples are converted to `format`.
+    void Begin(EngineSession& engine, SampleFormat format);
 
-    /// Reads the next block of every file. Gives the frames of the longest, 0 at the end of all.
+    /// Reads the next block of every file. Returns the frames of the longest, 0 at the end of all.
     sf_count_t Next();
 
-    /// Fills the buffer with frames of file i's block, with silence where the file has ended.
-    void FillFrom(std::size_t i, sf_count_t first, sf_count_t frames, zta::host::AudioBuffer& buffer) const;
+    /// Fills the buffer with frames of file i's block, and with silence after the end of the file.
+    /// gains  those of the file's channels, or none; see BlockConverter::Convert
+    void FillFrom(std::size_t i, sf_count_t first, sf_count_t frames, std::span<int> gains,
+                  zta::host::AudioBuffer& buffer);
 
-    /// Notes which files were continued with silence, and what was lost of them.
+    /// Notes which files were continued with silence, what was lost of them, and which sample counts passed full scale.
     void ReportLoss(const Context& context) const;
 
 private:
-    std::vector<std::unique_ptr<SoundFileReader>> sounds_;
-    std::vector<std::unique_ptr<BlockConverter>> feeds_;
-    std::vector<Block> blocks_;
+    struct Input {
+        std::unique_ptr<SoundFileReader> sound;
+        std::unique_ptr<OverloadCounter> overloads;
+        std::unique_ptr<BlockConverter> feed;
+    };
+
+    std::vector<Input> inputs_;
 };

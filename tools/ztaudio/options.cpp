@@ -14,8 +14,9 @@ constexpr std::int64_t kMaxBlockFrames = 192000;
 
 constexpr const char* kGainHelp =
     "A gain is a factor from 0 to 8, or decibels like -6dB. START:END is a ramp over the whole length, from the first\n"
-    "sample frame to the last; each frame gets the gain nearest to it in steps of 1/4096. Results saturate at 24\n"
-    "bits, and lower bits are dropped. Channels are numbered from 1. The last of several gains for a channel applies.";
+    "sample frame to the last, linear in the factor; each frame gets the nearest multiple of 1/4096. Results saturate\n"
+    "at 24 bits, and lower bits are dropped. Channels are numbered from 1. The last of several gains for a channel\n"
+    "applies.";
 
 class Parser {
 public:
@@ -39,6 +40,8 @@ private:
     void AddOutput(CLI::App& command, std::filesystem::path& out, const char* name = "OUT");
     CLI::Option& AddGains(CLI::App& command, std::vector<std::string>& gains);
     void AddBlock(CLI::App& command, std::int64_t& block);
+    void AddOverload(CLI::App& command, OverloadPolicy& overload);
+    void AddGuard(CLI::App& command, bool& guard);
 
     void DefineInfo(CLI::App& command, InfoOptions& options);
     void DefineConvert(CLI::App& command, ConvertOptions& options);
@@ -86,12 +89,13 @@ Parser::Parser()
         "  ztaudio info /usr/share/sounds/alsa/*.wav",
         &Parser::DefineInfo);
     Add("convert", "Copy a sound file, converting its sample format",
-        "Conversions neither round, dither nor saturate. An existing OUT is replaced when the new file is\n"
-        "complete, and is unchanged if anything fails.\n"
+        "Conversions neither round nor dither. Samples beyond full scale are counted. An existing OUT is replaced\n"
+        "when the new file is complete, and is unchanged if anything fails.\n"
         "\n"
         "Examples:\n"
         "  ztaudio convert speech.wav speech.flac\n"
         "  ztaudio convert mix.wav mix-float.wav --format float\n"
+        "  ztaudio convert hot.ogg disc.wav --format 16 --rate 44100 --guard\n"
         "  ztaudio convert take.aiff clip.wav --format 16 --fade-in --fade-out",
         &Parser::DefineConvert);
     Add("trim", "Copy a range of sample frames to a new file",
@@ -121,7 +125,7 @@ Parser::Parser()
                                           "  ztaudio volume stereo.wav panned.wav --gain 1=1:0 --gain 2=0:1";
     Add("volume", "Apply gains and gain ramps to a sound file", volumeHelp.c_str(), &Parser::DefineVolume);
     static const std::string muxHelp =
-        "Shorter inputs are continued with silence. Gains require --format 24in32, which is then the default.\n" +
+        "Shorter inputs are continued with silence. With gains the default format is 24in32.\n" +
         std::string(kGainHelp) +
         "\n"
         "\n"
@@ -143,7 +147,7 @@ Parser::Parser()
     Add("resample", "Convert the sample rate of a file between 44100 and 48000 Hz",
         "The output has 16 bits and the duration of the input, to the nearest sample frame. Its first frame is at\n"
         "the time of the input's first; outside the sound the filter reads its first sample, and silence.\n"
-        "Files of other sample formats are converted to 16 bits first, at 48000 Hz.\n"
+        "Files of other sample formats are converted to 16 bits first.\n"
         "\n"
         "Examples:\n"
         "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
@@ -231,6 +235,22 @@ void Parser::AddBlock(CLI::App& command, std::int64_t& block)
         ->check(CLI::Range(std::int64_t{1}, kMaxBlockFrames));
 }
 
+void Parser::AddOverload(CLI::App& command, OverloadPolicy& overload)
+{
+    static const std::map<std::string, OverloadPolicy> policies = {
+        {"clip", OverloadPolicy::Clip}, {"wrap", OverloadPolicy::Wrap}, {"fail", OverloadPolicy::Fail}};
+    command
+        .add_option("--overload", overload,
+                    "samples beyond full scale: clip (default), wrap as the engine does, or fail")
+        ->type_name("POLICY")
+        ->transform(CLI::CheckedTransformer(policies).description(""));
+}
+
+void Parser::AddGuard(CLI::App& command, bool& guard)
+{
+    command.add_flag("--guard", guard, "lower the level so that no sample passes full scale; reads the input twice");
+}
+
 void Parser::DefineInfo(CLI::App& command, InfoOptions& options)
 {
     command.add_option("FILE", options.files, "files to show; without any, the variant of the sample loops");
@@ -245,6 +265,12 @@ void Parser::DefineConvert(CLI::App& command, ConvertOptions& options)
     command.add_flag("--fade-in", options.fadeIn, "fade in over the first 200 sample frames");
     command.add_flag("--fade-out", options.fadeOut, "fade out over the last 200 sample frames");
     AddBlock(command, options.block);
+    command.add_option("--rate", options.rate, "rate of the output: 44100 or 48000 (default: that of the input)")
+        ->check(CLI::Range(1U, 768000U))
+        ->type_name("HZ");
+    AddGains(command, options.gains);
+    AddOverload(command, options.overload);
+    AddGuard(command, options.guard);
 }
 
 void Parser::DefineTrim(CLI::App& command, TrimOptions& options)
@@ -268,30 +294,34 @@ void Parser::DefineStereo(CLI::App& command, StereoOptions& options)
     command.add_option("LEFT", options.left, "mono file of the left channel")->required();
     command.add_option("RIGHT", options.right, "mono file of the right channel")->required();
     AddOutput(command, options.out);
+    AddOverload(command, options.overload);
 }
 
 void Parser::DefineVolume(CLI::App& command, VolumeOptions& options)
 {
-    command.add_option("IN", options.in, "file to read, of 1, 2, 4, 8, 16, 32 or 64 channels")->required();
+    command.add_option("IN", options.in, "file to read")->required();
     AddOutput(command, options.out);
     AddGains(command, options.gains).required();
     command.add_option("--format", options.format, "sample format of the output (default: 24in32)")
         ->check(CLI::IsMember(SampleFormatNames()));
+    AddOverload(command, options.overload);
+    AddGuard(command, options.guard);
 }
 
 void Parser::DefineMux(CLI::App& command, MuxOptions& options)
 {
-    command.add_option("IN", options.in, "files in the order of their channels, 4, 8, 16, 32 or 64 in all")->required();
+    command.add_option("IN", options.in, "files in the order of their channels, 2 to 64 in all")->required();
     AddOutput(command, options.out, "-o,--output");
     AddGains(command, options.gains);
     command
         .add_option("--format", options.format, "sample format of the output (default: that of the inputs, or 24in32)")
         ->check(CLI::IsMember({"16", "24in32", "24in24"}));
+    AddOverload(command, options.overload);
 }
 
 void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
 {
-    command.add_option("IN", options.in, "file to read, of 4, 8, 16, 32 or 64 channels")->required();
+    command.add_option("IN", options.in, "file to read, of 2 to 64 channels")->required();
     command
         .add_option("-o,--output", options.pattern,
                     "names of the files to write: {}, %d or %02d is replaced by the number of the channel or pair")
@@ -302,17 +332,20 @@ void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
         });
     command.add_flag("--stereo", options.stereo, "stereo files of channels 1 and 2, 3 and 4, and so on");
     AddGains(command, options.gains);
+    AddOverload(command, options.overload);
 }
 
 void Parser::DefineResample(CLI::App& command, ResampleOptions& options)
 {
-    command.add_option("IN", options.in, "file to read, mono or stereo")->required();
+    command.add_option("IN", options.in, "file to read")->required();
     AddOutput(command, options.out);
     command.add_option("--rate", options.rate, "rate of the output: 44100 or 48000")
         ->required()
         ->check(CLI::Range(1U, 768000U))
         ->type_name("HZ");
     AddBlock(command, options.block);
+    AddOverload(command, options.overload);
+    AddGuard(command, options.guard);
 }
 
 void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)

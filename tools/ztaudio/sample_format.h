@@ -23,4 +23,6 @@ int FileSubtype(SampleFormat word);
 /// Bytes of one sample in the engine's buffers.
 std::size_t BytesOf(SampleFormat word);
 
-SZtaWaveFormatInfo WaveFormat(SampleFormat word, std::uint32_t channels, std::uint32_t rate);
+/// The label of the engine's buffers. The engine processes samples at 48 kHz; a file of another rate gets this label
+/// too, because no operation but resampling depends on the rate.
+SZtaWaveFormatInfo WaveFormat(SampleFormat word, std::uint32_t channels, std::uint32_t rate = 48000);

@@ -1,11 +1,14 @@
 #include "host/formats.h"
 #include "tools/common/failure.h"
 #include "tools/common/signal_handling.h"
+#include "tools/ztaudio/adaptation.h"
 #include "tools/ztaudio/block_converter.h"
 #include "tools/ztaudio/commands.h"
+#include "tools/ztaudio/gain_stage.h"
 #include "tools/ztaudio/gains.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
 #include <algorithm>
@@ -16,7 +19,9 @@ namespace host = zta::host;
 
 namespace {
 
-/// Where a pattern has the number.
+constexpr std::uint32_t kMinMuxChannels = 4;
+
+/// The placeholder of a pattern.
 const std::regex& Place()
 {
     static const std::regex place(R"(\{\}|%d|%0([1-9])d)");
@@ -38,58 +43,108 @@ std::filesystem::path NumberedPath(const std::string& pattern, std::size_t numbe
     return place.prefix().str() + digits + place.suffix().str();
 }
 
+/// The buffers between the blocks of the file and the outputs. Silent channels complete the mux to a width of the
+/// engine.
+class MuxReader {
+public:
+    MuxReader(EngineSession& engine, SampleFormat format, std::uint32_t channels, std::uint32_t planeChannels)
+        : engine_(engine), channels_(channels), isStereo_(planeChannels == 2),
+          width_(std::max(PaddedChannels(channels), kMinMuxChannels)), mux_(MakeBuffer(WaveFormat(format, width_)))
+    {
+        for (std::uint32_t channel = 0; channel < width_; channel += planeChannels) {
+            planes_.push_back(buffers_.emplace_back(MakeBuffer(WaveFormat(format, planeChannels))).Get());
+        }
+    }
+
+    /// Deinterleaves a block; see Plane.
+    void Run(const std::byte* samples, sf_count_t frames, std::span<const int> gains)
+    {
+        Fill(*mux_, {samples, channels_, channels_}, frames, frames);
+        const Volumes volumes = volumes_.Set(gains, width_);
+        if (isStereo_) {
+            engine_.MuxToStereo(*mux_, planes_, volumes);
+        } else {
+            engine_.MuxToMono(*mux_, planes_, volumes);
+        }
+    }
+
+    const std::byte* Plane(std::size_t i) const { return planes_[i]->Data(); }
+
+private:
+    EngineSession& engine_;
+    std::uint32_t channels_;
+    bool isStereo_;
+    std::uint32_t width_;
+    VolumeRecords volumes_;
+    host::Ref<host::AudioBuffer> mux_;
+    std::vector<host::Ref<host::AudioBuffer>> buffers_;
+    std::vector<host::AudioBuffer*> planes_;
+};
+
+void RequireSplittable(const SoundFileReader& in, const SplitOptions& options)
+{
+    const std::string name = in.Path().string();
+    RequireChannels(in, name);
+    if (in.Channels() == 1) {
+        throw Failure(name + ": has 1 channel: there is nothing to deinterleave");
+    }
+    if (options.stereo && in.Channels() % 2 != 0) {
+        throw Failure(name + ": has " + std::to_string(in.Channels()) +
+                      " channels, which are no pairs: omit --stereo for mono files");
+    }
+}
+
+/// The engine deinterleaves no floats, but 32-bit samples without looking at their bits.
+SampleFormat PlaneFormat(SampleFormat word)
+{
+    return word == SampleFormat::Float32 ? SampleFormat::Pcm24In32 : word;
+}
+
 void Split(const SplitOptions& options, const Context& context)
 {
     SoundFileReader in(options.in);
     in.RequireWhole();
-    const std::uint32_t width = options.stereo ? 2 : 1;
-    const std::size_t count = std::max(1U, in.Channels() / width);
+    RequireSplittable(in, options);
+    const std::uint32_t planeChannels = options.stereo ? 2 : 1;
+    const std::size_t count = in.Channels() / planeChannels;
     for (std::size_t i = 0; i < count; ++i) {
         RequireOtherFile(options.in, NumberedPath(options.pattern, i + 1));
     }
-    const SampleFormat word = options.gains.empty() ? in.Word() : ScaledWord(in.Word(), context);
-    Gains gains(options.gains, in.Channels(), in.Frames());
+    const SampleFormat to = options.gains.empty() ? in.Word() : ScaledWord(in.Word(), context);
+    Gains gains(options.gains, in.Channels(), in.IsStream() ? kUnknownFrames : in.Frames());
+    gains.NoteSilence(context);
+    OverloadCounter overloads(in.Path().string(), options.overload);
     EngineSession engine(context);
-    BlockConverter feed(engine, in, word);
-    const auto mux = MakeBuffer(WaveFormat(word, in.Channels(), in.Rate()));
-    std::vector<host::Ref<host::AudioBuffer>> parts;
-    std::vector<host::AudioBuffer*> entries;
-    for (std::size_t i = 0; i < count; ++i) {
-        entries.push_back(parts.emplace_back(MakeBuffer(WaveFormat(word, width, in.Rate()))).Get());
-    }
-    const auto run = [&](const std::byte* words, sf_count_t frames, Volumes volumes) {
-        Fill(*mux, words, frames, frames);
-        if (options.stereo) {
-            engine.MuxToStereo(*mux, entries, volumes);
-        } else {
-            engine.MuxToMono(*mux, entries, volumes);
-        }
-    };
-    run(nullptr, 0, gains.At(0)); // what the engine refuses, it refuses before there is a file
-
+    BlockConverter feed(engine, in, to, overloads);
+    MuxReader mux(engine, PlaneFormat(to), in.Channels(), planeChannels);
     std::vector<std::unique_ptr<SoundFileWriter>> outputs;
     for (std::size_t i = 0; i < count; ++i) {
-        outputs.push_back(std::make_unique<SoundFileWriter>(NumberedPath(options.pattern, i + 1), word, width,
+        outputs.push_back(std::make_unique<SoundFileWriter>(NumberedPath(options.pattern, i + 1), to, planeChannels,
                                                             in.Rate(), in.Frames(), false));
         outputs.back()->CopyTags(in);
     }
-    const std::size_t frameBytes = BytesOf(word) * in.Channels();
-    Progress progress(context, options.in.filename().string(), in.Frames(), in.Rate());
-    for (Block block = feed.Next(); block.frames != 0; block = feed.Next()) {
+    in.ReportLoss(context);
+    NoteAdaptation(in, in.Path().string(), context);
+
+    Progress progress(context, in.Path().filename().string(), in.Frames(), in.Rate());
+    std::vector<int> values;
+    while (feed.Next() != 0) {
         CheckInterruption();
-        gains.ForSteadyRuns(feed.Given() - block.frames, block.frames,
-                            [&](sf_count_t first, sf_count_t frames, Volumes volumes) {
-                                run(block.words + static_cast<std::size_t>(first) * frameBytes, frames, volumes);
-                                for (std::size_t i = 0; i < count; ++i) {
-                                    outputs[i]->Write(entries[i]->Data(), frames);
-                                }
-                            });
-        progress.Advance(block.frames);
+        gains.ForConstantGains(feed.TotalFrames() - feed.BlockFrames(), feed.BlockFrames(),
+                               [&](sf_count_t first, sf_count_t span, std::span<const int> current) {
+                                   values.assign(current.begin(), current.end());
+                                   const std::byte* const samples = feed.Convert(first, span, values);
+                                   mux.Run(samples, span, values);
+                                   for (std::size_t i = 0; i < count; ++i) {
+                                       outputs[i]->Write(mux.Plane(i), span);
+                                   }
+                               });
+        progress.Advance(feed.BlockFrames());
     }
     CheckInterruption();
     SoundFileWriter::Commit(outputs);
     progress.Finish();
-    feed.ReportLoss(context);
+    overloads.Report();
 }
 
 } // namespace

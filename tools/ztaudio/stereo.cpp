@@ -1,35 +1,39 @@
+#include "tools/common/failure.h"
 #include "tools/common/signal_handling.h"
+#include "tools/ztaudio/adaptation.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/input_set.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
-#include <memory>
-
 namespace {
 
 void Stereo(const StereoOptions& options, const Context& context)
 {
-    InputSet inputs({options.left, options.right}, options.out);
-    const SampleFormat word = inputs.CommonFormat();
+    InputSet inputs({options.left, options.right}, options.out, options.overload);
+    for (std::size_t i = 0; i < inputs.Count(); ++i) {
+        const SoundFileReader& sound = inputs.Sound(i);
+        if (sound.Channels() != 1) {
+            throw Failure(sound.Path().string() + ": has " + std::to_string(sound.Channels()) +
+                          " channels: a stereo file is interleaved from two mono files; split this file first");
+        }
+    }
+    const SampleFormat format = inputs.CommonFormat();
     EngineSession engine(context);
-    inputs.Begin(engine, word);
-    const auto left = MakeBuffer(WaveFormat(word, inputs.Sound(0).Channels(), inputs.Rate()));
-    const auto right = MakeBuffer(WaveFormat(word, inputs.Sound(1).Channels(), inputs.Rate()));
-    const auto stereo = MakeBuffer(WaveFormat(word, 2, inputs.Rate()));
-    const auto run = [&](sf_count_t frames) {
-        inputs.FillFrom(0, 0, frames, *left);
-        inputs.FillFrom(1, 0, frames, *right);
-        engine.MonoToStereo(*left, *right, *stereo);
-        return stereo->Data();
-    };
-    run(0); // what the engine refuses, it refuses before there is a file
+    inputs.Begin(engine, format);
+    const auto left = MakeBuffer(WaveFormat(format, 1));
+    const auto right = MakeBuffer(WaveFormat(format, 1));
+    const auto stereo = MakeBuffer(WaveFormat(format, 2));
+    SoundFileWriter out(options.out, format, 2, inputs.Rate(), inputs.Frames(), false);
+    NoteAdaptation(inputs.Sound(0), inputs.Sound(0).Path().string(), context);
 
-    SoundFileWriter out(options.out, word, 2, inputs.Rate(), inputs.Frames(), false);
     Progress progress(context, options.out.filename().string(), inputs.Frames(), inputs.Rate());
     while (const sf_count_t frames = inputs.Next()) {
         CheckInterruption();
-        out.Write(run(frames), frames);
+        inputs.FillFrom(0, 0, frames, {}, *left);
+        inputs.FillFrom(1, 0, frames, {}, *right);
+        engine.MonoToStereo(*left, *right, *stereo);
+        out.Write(stereo->Data(), frames);
         progress.Advance(frames);
     }
     CheckInterruption();

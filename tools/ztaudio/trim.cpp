@@ -1,10 +1,12 @@
 #include "tools/common/failure.h"
 #include "tools/common/signal_handling.h"
+#include "tools/ztaudio/adaptation.h"
 #include "tools/ztaudio/block_reader.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/engine_session.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
 #include <algorithm>
@@ -14,8 +16,8 @@
 
 namespace {
 
-/// A place in a sound: sample frames, or seconds with a fraction.
-struct Place {
+/// A position in a sound: sample frames, or seconds with a fraction.
+struct Position {
     std::int64_t whole;
     std::int64_t numerator;
     std::int64_t denominator; ///< 0 of sample frames
@@ -27,13 +29,13 @@ struct Place {
     }
 };
 
-std::optional<Place> ParsePlace(const std::string& text)
+std::optional<Position> ParsePosition(const std::string& text)
 {
     static const std::regex frames(R"((\d{1,15})s)");
     static const std::regex time(R"((?:(?:(\d{1,6}):)?(\d{1,9}):)?(\d{1,9})(?:\.(\d{1,9}))?)");
     std::smatch parts;
     if (std::regex_match(text, parts, frames)) {
-        return Place{std::stoll(parts[1]), 0, 0};
+        return Position{std::stoll(parts[1]), 0, 0};
     }
     if (!std::regex_match(text, parts, time)) {
         return std::nullopt;
@@ -46,13 +48,16 @@ std::optional<Place> ParsePlace(const std::string& text)
     for (std::ptrdiff_t digit = 0; digit < parts.length(4); ++digit) {
         denominator *= 10;
     }
-    return Place{(number(1) * 60 + number(2)) * 60 + number(3), number(4), denominator};
+    return Position{(number(1) * 60 + number(2)) * 60 + number(3), number(4), denominator};
 }
 
-void RequireWithinFile(const TrimOptions& options, sf_count_t to, sf_count_t frames)
+/// The end of a sound of unknown length.
+constexpr sf_count_t kToEnd = SF_COUNT_MAX;
+
+void RequireWithinFile(const SoundFileReader& in, sf_count_t to, sf_count_t frames)
 {
     if (to > frames) {
-        throw Failure(options.in.string() + ": ends after " + std::to_string(frames) +
+        throw Failure(in.Path().string() + ": ends after " + std::to_string(frames) +
                       " sample frames, before the end of the range at " + std::to_string(to));
     }
 }
@@ -61,23 +66,27 @@ void Trim(const TrimOptions& options, const Context& context)
 {
     SoundFileReader in(options.in);
     in.RequireWhole();
+    RequireChannels(in, in.Path().string());
     RequireOtherFile(options.in, options.out);
-    const sf_count_t from = ParsePlace(options.from).value().Frame(in.Rate());
-    const sf_count_t to = options.to.empty() ? in.Frames() : ParsePlace(options.to).value().Frame(in.Rate());
-    RequireWithinFile(options, to, in.Frames());
+    const sf_count_t from = ParsePosition(options.from).value().Frame(in.Rate());
+    const sf_count_t end = in.IsStream() ? kToEnd : in.Frames();
+    const sf_count_t to = options.to.empty() ? end : ParsePosition(options.to).value().Frame(in.Rate());
+    RequireWithinFile(in, to, end);
     if (from >= to) {
         throw Failure("nothing to copy from sample frame " + std::to_string(from) + " to " + std::to_string(to));
     }
     EngineSession engine(context);
-    const SZtaWaveFormatInfo format = WaveFormat(in.Word(), in.Channels(), in.Rate());
-    const auto source = MakeBuffer(format);
-    const auto piece = MakeBuffer(format);
-    SoundFileWriter out(options.out, in.Word(), in.Channels(), in.Rate(), to - from,
-                        (in.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX);
+    // The copy depends neither on the rate nor on the number of channels.
+    const SZtaWaveFormatInfo format = WaveFormat(in.Word(), 1);
+    const sf_count_t blockSamples = kBlockFrames * in.Channels();
+    const auto source = MakeBuffer(format, blockSamples);
+    const auto piece = MakeBuffer(format, blockSamples);
+    SoundFileWriter out(options.out, in.Word(), in.Channels(), in.Rate(), to == kToEnd ? 0 : to - from,
+                        IsExtensible(in));
     out.CopyTexts(in);
     in.ReportLoss(context);
 
-    Progress progress(context, options.out.filename().string(), to, in.Rate());
+    Progress progress(context, options.out.filename().string(), to == kToEnd ? 0 : to, in.Rate());
     BlockReader blocks(in, kBlockFrames, false, false);
     sf_count_t done = 0;
     for (Block block; done < to && blocks.Next(block); done += block.frames) {
@@ -85,11 +94,19 @@ void Trim(const TrimOptions& options, const Context& context)
         const sf_count_t first = std::max(from - done, sf_count_t{0});
         const sf_count_t last = std::min(to - done, block.frames);
         if (first < last) {
-            Fill(*source, block.words, block.frames, block.frames);
-            engine.Extract(*source, static_cast<std::size_t>(first), static_cast<std::size_t>(last - first), *piece);
+            const sf_count_t samples = block.frames * in.Channels();
+            Fill(*source, {.samples = block.words}, samples, samples);
+            engine.Extract(*source, static_cast<std::size_t>(first) * in.Channels(),
+                           static_cast<std::size_t>(last - first) * in.Channels(), *piece);
             out.Write(piece->Data(), last - first);
         }
         progress.Advance(block.frames);
+    }
+    if (done < to && to != kToEnd) { // a stream that ended early
+        RequireWithinFile(in, to, done);
+    }
+    if (done <= from) {
+        throw Failure("nothing to copy from sample frame " + std::to_string(from) + " to " + std::to_string(done));
     }
     CheckInterruption();
     out.Commit();
@@ -106,5 +123,5 @@ int RunCommand(const TrimOptions& options, const Context& context)
 
 bool IsPosition(const std::string& text)
 {
-    return ParsePlace(text).has_value();
+    return ParsePosition(text).has_value();
 }

@@ -1,0 +1,12 @@
+/// --guard: lowers the level so that no sample passes full scale.
+#pragma once
+
+#include "tools/ztaudio/sample_source.h"
+
+#include <string>
+
+/// Reads a sound of floats to its end and returns the largest magnitude.
+double FindPeak(SampleSource& source);
+
+/// Returns the factor that brings the peak to full scale: at most 1. Reports it on standard error if it is below 1.
+double LowerForGuard(const std::string& name, double peak);

@@ -92,8 +92,10 @@ TEST_F(BadInput, ATruncatedFileOfEveryContainer)
 TEST_F(BadInput, AWavThatLacksOneByte)
 {
     Truncate(in_, 1);
-    EXPECT_EQ(Fails({"convert", in_, out_}),
-              "ztaudio: " + in_ + ": truncated: 1 bytes of samples are missing that its header promises\n");
+    EXPECT_EQ(
+        Fails({"convert", in_, out_}),
+        "ztaudio: " + in_ +
+            ": truncated: 1 bytes of samples are missing that its header promises (--salvage reads the others)\n");
 }
 
 TEST_F(BadInput, AnOutputFolderThatCannotBeWritten)
@@ -195,13 +197,13 @@ TEST_F(BadInput, AWrongCommandLine)
         {"convert", in_, out_, "--block", "1000000000000"},
         {"convert", in_, out_, "--block", "many"},
         {"convert", in_, out_, "--bogus"},
-        {"convert", in_, folder_.File("out.ogg")},
+        {"convert", in_, folder_.File("out.xyz")},
         {"convert", in_, folder_.File("out")},
         {"register"},
         {"unregister"},
         {"mux"},
         {"mux", in_, in_},
-        {"mux", in_, in_, "-o", folder_.File("out.ogg")},
+        {"mux", in_, in_, "-o", folder_.File("out.xyz")},
         {"mux", in_, in_, "-o", out_, "--format", "float"},
         {"split", in_},
         {"split", in_, "-o", out_},
@@ -216,7 +218,7 @@ TEST_F(BadInput, AWrongCommandLine)
         {"resample", in_, out_, "--rate", "-44100"},
         {"resample", in_, out_, "--rate", "fast"},
         {"resample", in_, out_, "--rate", "44100", "--block", "0"},
-        {"resample", in_, folder_.File("out.ogg"), "--rate", "44100"},
+        {"resample", in_, folder_.File("out.xyz"), "--rate", "44100"},
         {"analyze"},
         {"analyze", in_, in_},
         {"volume", in_, "--gain", "1"},
@@ -394,9 +396,50 @@ TEST_F(BadInput, AnOutputOfASplitThatCannotGetItsName)
         WriteTextFile(shared + name, "precious");
     }
     constexpr unsigned kNobody = 65534;
+    std::filesystem::permissions(shared + "/3.wav", std::filesystem::perms(0666));
     ASSERT_EQ(chown((shared + "/1.wav").c_str(), kNobody, kNobody), 0);
     EXPECT_EQ(Fails({"split", mux, "-o", shared + "/{}.wav"}, 1, {.user = kNobody}),
               "ztaudio: " + shared + "/3.wav: cannot write: Operation not permitted\n");
+}
+
+TEST_F(BadInput, AnOutputThatItsUserMayNotWrite)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs a second user";
+    }
+    constexpr unsigned kNobody = 65534;
+    std::filesystem::permissions(folder_.Path(), std::filesystem::perms(0777));
+    WriteTextFile(out_, "precious");
+    std::filesystem::permissions(out_, std::filesystem::perms(0644));
+    EXPECT_EQ(Fails({"convert", in_, out_}, 1, {.user = kNobody}),
+              "ztaudio: " + out_ + ": cannot write: Permission denied\n");
+}
+
+TEST_F(BadInput, AnOutputThatExistsAndMustNotBeReplaced)
+{
+    WriteTextFile(out_, "precious");
+    EXPECT_EQ(Fails({"convert", in_, out_, "--no-clobber"}),
+              "ztaudio: " + out_ + ": exists already, and --no-clobber was given\n");
+    WriteTextFile(folder_.File("2.wav"), "precious");
+    Fails({"split", in_, "-o", folder_.File("{}.wav"), "--no-clobber"});
+}
+
+TEST_F(BadInput, GuardOfAPipe)
+{
+    EXPECT_EQ(Fails({"convert", "-", out_, "--guard"}, 2),
+              "ztaudio: --guard reads the input twice, so it needs a file (see ztaudio --help)\n");
+}
+
+TEST_F(BadInput, RawSamplesThatAreNotDescribed)
+{
+    EXPECT_EQ(Fails({"convert", in_, out_, "--input-format", "raw"}, 2),
+              "ztaudio: --input-format raw needs --raw to describe the samples (see ztaudio --help)\n");
+    for (const std::string raw :
+         {"16", "16,48000", "16,48000,0", "16,0,1", "17,48000,1", "16,48000,1,", "16,48000,x"}) {
+        SCOPED_TRACE(raw);
+        EXPECT_NE(Fails({"convert", in_, out_, "--raw", raw}, 2).find(raw + " describes no raw samples"),
+                  std::string::npos);
+    }
 }
 
 TEST_F(BadInput, AModuleThatIsNotThere)

@@ -83,14 +83,26 @@ TEST(Info, TellsWhatTheFilesHold)
                               "  container  WAV (Microsoft)\n"
                               "  samples    Signed 16 bit PCM, 1 channel, 48000 Hz\n"
                               "  length     72000 sample frames, 1.500 s (0:01)\n"
-                              "  engine     16-in-16 mono, 48000 Hz\n" +
+                              "  engine     16-in-16 mono, 48000 Hz\n"
+                              "  commands   convert, trim, volume, stereo, mux, resample, analyze\n" +
                               folder.File("b.wav") +
                               "\n"
                               "  container  WAV (Microsoft)\n"
                               "  samples    Signed 32 bit PCM, 8 channels, 96000 Hz\n"
                               "  length     100 sample frames, 0.001 s (0:00)\n"
                               "  engine     24-in-32 8 channels, 96000 Hz\n"
+                              "  commands   convert, trim, volume, split, analyze\n"
                               "  note       32-bit integer samples: the low 8 bits are dropped\n");
+}
+
+TEST(StandardOutput, MustBeWritable)
+{
+    for (const std::string arguments : {"info", "--help", "--version", "convert --help"}) {
+        const ResampleResult run =
+            RunTool({"-c", std::string(ZTA_TOOL_PATH) + " " + arguments + " > /dev/full"}, {.program = "/bin/sh"});
+        EXPECT_EQ(run.exitCode, 1) << arguments;
+        EXPECT_EQ(run.errors, "ztaudio: standard output: cannot write: No space left on device\n") << arguments;
+    }
 }
 
 TEST(Info, GoesOnAfterAFileThatItCannotRead)

@@ -15,6 +15,12 @@ public:
     using Failure::Failure;
 };
 
+/// The reader of the output has gone: exit code 1, without a message.
+class BrokenPipe : public Failure {
+public:
+    BrokenPipe() : Failure("broken pipe") {}
+};
+
 /// A signal asked the program to end: it cleans up and dies by that signal.
 class Interrupted : public std::exception {
 public:

@@ -2,6 +2,7 @@
 
 #include "tools/common/failure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +19,25 @@ namespace {
 Failure CannotWrite(const std::filesystem::path& target, int error)
 {
     return Failure(target.string() + ": cannot write: " + std::generic_category().message(error));
+}
+
+Failure AlreadyExists(const std::filesystem::path& target)
+{
+    return Failure(target.string() + ": exists already, and --no-clobber was given");
+}
+
+// The file that a link leads to, whether it exists or not.
+std::filesystem::path FollowLinks(std::filesystem::path target)
+{
+    constexpr int kMaxLinks = 40; // as the system follows
+    std::error_code error;
+    for (int links = 0; std::filesystem::is_symlink(std::filesystem::symlink_status(target, error)); ++links) {
+        if (links == kMaxLinks) {
+            throw CannotWrite(target, ELOOP);
+        }
+        target = target.parent_path() / std::filesystem::read_symlink(target); // which may be absolute
+    }
+    return target;
 }
 
 // The access rights that the file would have got if it had been opened under its own name.
@@ -37,22 +57,26 @@ mode_t AccessRights(const std::filesystem::path& target)
 void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::path& out)
 {
     std::error_code error;
-    if (std::filesystem::equivalent(in, out, error)) {
+    if (in != "-" && out != "-" && std::filesystem::equivalent(in, out, error)) {
         throw Failure(out.string() + ": input and output are the same file");
     }
 }
 
-OutputFile::OutputFile(const std::filesystem::path& target) : target_(target)
+OutputFile::OutputFile(const std::filesystem::path& target, ExistingOutput existing)
+    : target_(target), existing_(existing)
 {
     std::error_code error;
+    if (existing == ExistingOutput::Refuse && std::filesystem::exists(std::filesystem::symlink_status(target, error))) {
+        throw AlreadyExists(target);
+    }
     const auto status = std::filesystem::status(target, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
         throw Failure(target.string() + ": cannot write: not a regular file");
     }
-    if (std::filesystem::is_symlink(std::filesystem::symlink_status(target, error))) {
-        const auto pointedTo = std::filesystem::weakly_canonical(target, error);
-        target_ = error ? target : pointedTo; // the link stays a link
+    if (std::filesystem::exists(status) && access(target.c_str(), W_OK) != 0) {
+        throw CannotWrite(target, errno);
     }
+    target_ = FollowLinks(target); // a link stays a link
     std::string pattern = (target_.parent_path() / ".ztaudio-XXXXXX").string();
     file_ = mkostemp(pattern.data(), O_CLOEXEC);
     if (file_ < 0) {
@@ -123,6 +147,19 @@ void OutputFile::Close()
 
 void OutputFile::Publish()
 {
+    if (existing_ == ExistingOutput::Refuse) {
+        if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) == 0) {
+            temporary_.clear();
+            created_ = true;
+            return;
+        }
+        if (errno == EEXIST) {
+            throw AlreadyExists(target_);
+        }
+        if (errno != EINVAL && errno != ENOSYS) { // the file system cannot do it
+            throw CannotWrite(target_, errno);
+        }
+    }
     exchanged_ = Exchange();
     if (exchanged_) {
         return;
@@ -149,4 +186,49 @@ void OutputFile::Keep() noexcept
 bool OutputFile::Exchange() const noexcept
 {
     return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_EXCHANGE) == 0;
+}
+
+std::int64_t StandardOutput::Write(const void* data, std::int64_t bytes) noexcept
+{
+    const std::int64_t gone = std::clamp(written_ - position_, std::int64_t{0}, bytes);
+    const auto* from = static_cast<const std::byte*>(data);
+    std::int64_t done = gone;
+    while (error_ == 0 && done < bytes) {
+        const ssize_t count = write(STDOUT_FILENO, from + done, static_cast<std::size_t>(bytes - done));
+        if (count >= 0) {
+            done += count;
+        } else if (errno != EINTR) {
+            error_ = errno;
+        }
+    }
+    position_ += done;
+    written_ = std::max(written_, position_);
+    return done;
+}
+
+std::int64_t StandardOutput::Read(void* /*data*/, std::int64_t /*bytes*/) noexcept
+{
+    return 0;
+}
+
+std::int64_t StandardOutput::Seek(std::int64_t offset, int whence) noexcept
+{
+    const std::int64_t target = whence == SEEK_SET   ? offset
+                                : whence == SEEK_CUR ? position_ + offset
+                                                     : written_ + offset;
+    if (target < 0 || target > written_) {
+        return -1;
+    }
+    position_ = target;
+    return position_;
+}
+
+void StandardOutput::RequireWritten() const
+{
+    if (error_ == EPIPE) {
+        throw BrokenPipe();
+    }
+    if (error_ != 0) {
+        throw CannotWrite("standard output", error_);
+    }
 }

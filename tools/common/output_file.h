@@ -1,49 +1,93 @@
-/// Output that is complete or not there.
+/// Output that is complete or not there, and output to a pipe.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
 
-/// Throws Failure when both names lead to one file.
+/// Throws Failure if both names lead to one file. "-", a pipe, is no file.
 void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::path& out);
 
-/// A file that is written under a temporary name in the folder of its target and takes the target's name at the end.
-/// Until then an existing target stays as it is; when the object goes before the end, the temporary file goes too.
-class OutputFile {
+/// Where an encoder writes its bytes.
+class OutputTarget {
 public:
-    /// Throws Failure when the target is something else than a regular file or its folder cannot be written.
-    explicit OutputFile(const std::filesystem::path& target);
-    ~OutputFile();
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
+    OutputTarget() = default;
+    virtual ~OutputTarget() = default;
+    OutputTarget(const OutputTarget&) = delete;
+    OutputTarget& operator=(const OutputTarget&) = delete;
 
-    /// Writes at the current position. Returns the bytes written; the first failure is remembered and what follows
-    /// it is not tried.
-    std::int64_t Write(const void* data, std::int64_t bytes) noexcept;
-    std::int64_t Read(void* data, std::int64_t bytes) noexcept;
-    std::int64_t Seek(std::int64_t offset, int whence) noexcept;
-    std::int64_t Length() const noexcept;
+    /// Writes at the current position. Returns the bytes written; the first failure is remembered, and after it nothing
+    /// is written.
+    virtual std::int64_t Write(const void* data, std::int64_t bytes) noexcept = 0;
+    virtual std::int64_t Read(void* data, std::int64_t bytes) noexcept = 0;
+    virtual std::int64_t Seek(std::int64_t offset, int whence) noexcept = 0;
+    virtual std::int64_t Length() const noexcept = 0;
 
-    /// Throws Failure when a write has failed.
-    void RequireWritten() const;
+    /// Throws Failure if a write has failed.
+    virtual void RequireWritten() const = 0;
 
-    /// Closes the file, which is then complete under its temporary name. Throws Failure when a write has failed.
-    void Close();
+    /// Ends the writing. Throws Failure if a write has failed.
+    virtual void Close() = 0;
 
-    /// Gives the file the target's name. What had that name is kept until Keep, and has it again when the object goes
-    /// without Keep. Throws Failure when the name cannot be taken.
-    void Publish();
+    /// Gives the output its name. What had that name is kept until Keep, and has it again if the object is destroyed
+    /// without Keep. Throws Failure if the name is not available.
+    virtual void Publish() = 0;
 
     /// Makes the publication final.
-    void Keep() noexcept;
+    virtual void Keep() noexcept = 0;
+};
+
+/// What may be at the name of an output.
+enum class ExistingOutput {
+    Replace, ///< a file that the user may write
+    Refuse,  ///< nothing
+};
+
+/// A file that is written under a temporary name in the folder of its target and gets the target's name at the end.
+/// Until then an existing target is unchanged; if the object is destroyed before the end, the temporary file is
+/// removed.
+class OutputFile : public OutputTarget {
+public:
+    /// Throws Failure if the target is not a regular file, or its user may not write it or its folder.
+    explicit OutputFile(const std::filesystem::path& target, ExistingOutput existing = ExistingOutput::Replace);
+    ~OutputFile() override;
+
+    std::int64_t Write(const void* data, std::int64_t bytes) noexcept override;
+    std::int64_t Read(void* data, std::int64_t bytes) noexcept override;
+    std::int64_t Seek(std::int64_t offset, int whence) noexcept override;
+    std::int64_t Length() const noexcept override;
+    void RequireWritten() const override;
+    void Close() override;
+    void Publish() override;
+    void Keep() noexcept override;
 
 private:
     bool Exchange() const noexcept;
 
     std::filesystem::path target_;
-    std::filesystem::path temporary_; ///< holds what the target was before, once that has been exchanged
+    std::filesystem::path temporary_; ///< after an exchange the former target
+    ExistingOutput existing_;
     bool exchanged_ = false;
     bool created_ = false; ///< published where there was no file
     int file_ = -1;
+    int error_ = 0;
+};
+
+/// Standard output, which may be a pipe. An encoder that returns to its header at the end finds that it is gone: such
+/// writes have no effect.
+class StandardOutput : public OutputTarget {
+public:
+    std::int64_t Write(const void* data, std::int64_t bytes) noexcept override;
+    std::int64_t Read(void* data, std::int64_t bytes) noexcept override;
+    std::int64_t Seek(std::int64_t offset, int whence) noexcept override;
+    std::int64_t Length() const noexcept override { return written_; }
+    /// Throws BrokenPipe if the reader has gone.
+    void RequireWritten() const override;
+    void Close() override { RequireWritten(); }
+    void Publish() override {}
+    void Keep() noexcept override {}
+
+private:
+    std::int64_t position_ = 0;
+    std::int64_t written_ = 0;
     int error_ = 0;
 };

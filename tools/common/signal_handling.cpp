@@ -34,6 +34,11 @@ void InstallSignalHandlers(SecondSignal second)
     sigaction(SIGXFSZ, &ignore, nullptr);
 }
 
+bool IsInterrupted() noexcept
+{
+    return g_signal != 0;
+}
+
 void CheckInterruption()
 {
     if (g_signal != 0) {

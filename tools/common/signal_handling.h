@@ -11,7 +11,10 @@ enum class SecondSignal {
 /// size limit becomes an ordinary write error.
 void InstallSignalHandlers(SecondSignal second = SecondSignal::Kills);
 
-/// Throws Interrupted when a signal has come.
+/// Returns whether a signal has arrived.
+bool IsInterrupted() noexcept;
+
+/// Throws Interrupted if a signal has arrived.
 void CheckInterruption();
 
 /// Ends the program by the signal, as if it had never been caught.

@@ -6,11 +6,19 @@
 
 #include "tools/ztaudio/context.h"
 #include "tools/ztaudio/overload.h"
+#include "tools/ztaudio/sound_file_reader.h"
+#include "tools/ztaudio/sound_file_writer.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
+
+/// How files are opened.
+struct FileOptions {
+    InputOptions input;
+    OutputOptions output;
+};
 
 struct VersionOptions {};
 
@@ -19,6 +27,7 @@ struct InfoOptions {
 };
 
 struct ConvertOptions {
+    FileOptions files;
     std::filesystem::path in;
     std::filesystem::path out;
     std::string format; ///< empty for the sample format of the input
@@ -33,6 +42,7 @@ struct ConvertOptions {
 };
 
 struct TrimOptions {
+    FileOptions files;
     std::filesystem::path in;
     std::filesystem::path out;
     std::string from = "0"; ///< a position, see IsPosition
@@ -40,6 +50,7 @@ struct TrimOptions {
 };
 
 struct StereoOptions {
+    FileOptions files;
     std::filesystem::path left;
     std::filesystem::path right;
     std::filesystem::path out;
@@ -47,6 +58,7 @@ struct StereoOptions {
 };
 
 struct VolumeOptions {
+    FileOptions files;
     std::filesystem::path in;
     std::filesystem::path out;
     std::vector<std::string> gains;
@@ -56,6 +68,7 @@ struct VolumeOptions {
 };
 
 struct MuxOptions {
+    FileOptions files;
     std::vector<std::filesystem::path> in;
     std::filesystem::path out;
     std::string format; ///< empty for the sample format of the inputs, or 24in32
@@ -64,6 +77,7 @@ struct MuxOptions {
 };
 
 struct SplitOptions {
+    FileOptions files;
     std::filesystem::path in;
     std::string pattern; ///< see IsOutputPattern
     bool stereo = false;
@@ -72,6 +86,7 @@ struct SplitOptions {
 };
 
 struct ResampleOptions {
+    FileOptions files;
     std::filesystem::path in;
     std::filesystem::path out;
     std::uint32_t rate = 0;

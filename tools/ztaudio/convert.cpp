@@ -28,7 +28,7 @@ std::unique_ptr<FloatGain> MakeGain(SoundFileReader& in, const ConvertOptions& o
 /// The factor that keeps the sound within full scale.
 double GuardFactor(const ConvertOptions& options, const SoundFileReader& in)
 {
-    SoundFileReader again(options.in);
+    SoundFileReader again(options.in, options.files.input);
     const auto gain = MakeGain(again, options, 1.0);
     const double peak = FindPeak(gain ? static_cast<SampleSource&>(*gain) : again);
     return LowerForGuard(in.Path().string(), peak);
@@ -41,7 +41,10 @@ SampleFormat OutputFormat(const ConvertOptions& options, const SoundFileReader& 
 
 void Convert(const ConvertOptions& options, const Context& context)
 {
-    SoundFileReader in(options.in);
+    if (options.guard) {
+        RequireFileForGuard(options.in);
+    }
+    SoundFileReader in(options.in, options.files.input);
     in.RequireWhole();
     RequireChannels(in, in.Path().string());
     RequireOtherFile(options.in, options.out);
@@ -70,7 +73,7 @@ void Convert(const ConvertOptions& options, const Context& context)
     const bool hasFades = options.fadeIn || options.fadeOut;
     BlockReader blocks(source, options.block, options.fadeIn, options.fadeOut);
     Conversion conversion(engine, source.Word(), to, in.Channels(), blocks.MaxFrames(), hasFades, overloads);
-    SoundFileWriter out(options.out, to, in.Channels(), rate, source.Frames(), IsExtensible(in));
+    SoundFileWriter out(options.out, options.files.output, to, in.Channels(), rate, source.Frames(), IsExtensible(in));
     resamples ? out.CopyTexts(in) : out.CopyTags(in);
     in.ReportLoss(context);
     if (resamples) {

@@ -11,6 +11,13 @@
 #include <span>
 #include <vector>
 
+void RequireFileForGuard(const std::filesystem::path& in)
+{
+    if (in == "-") {
+        throw UsageFailure("--guard reads the input twice, so it needs a file");
+    }
+}
+
 double FindPeak(SampleSource& source)
 {
     std::vector<float> samples(static_cast<std::size_t>(kBlockFrames) * source.Channels());

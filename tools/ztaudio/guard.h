@@ -3,7 +3,11 @@
 
 #include "tools/ztaudio/sample_source.h"
 
+#include <filesystem>
 #include <string>
+
+/// Throws UsageFailure if the input is a pipe, which cannot be read twice.
+void RequireFileForGuard(const std::filesystem::path& in);
 
 /// Reads a sound of floats to its end and returns the largest magnitude.
 double FindPeak(SampleSource& source);

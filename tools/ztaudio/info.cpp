@@ -3,6 +3,7 @@
 #include "tools/common/failure.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/engine_session.h"
+#include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/truncation_check.h"
@@ -41,6 +42,21 @@ std::string LengthText(const SoundFileReader& sound)
     return text;
 }
 
+/// The commands that accept the file.
+std::string CommandsFor(const SoundFileReader& sound)
+{
+    const std::uint32_t channels = sound.Channels();
+    if (channels > kMaxChannels) {
+        return "analyze";
+    }
+    std::string commands = "convert, trim, volume";
+    commands += channels == 1 ? ", stereo" : "";
+    commands += channels <= 2 ? ", mux" : "";
+    commands += channels >= 2 ? ", split" : "";
+    commands += sound.Rate() == 44100 || sound.Rate() == 48000 ? ", resample" : "";
+    return commands + ", analyze";
+}
+
 void Show(const std::filesystem::path& path)
 {
     const SoundFileReader sound(path);
@@ -50,6 +66,7 @@ void Show(const std::filesystem::path& path)
                         (sound.Channels() == 1 ? " channel, " : " channels, ") + std::to_string(sound.Rate()) + " Hz");
     Line("length", LengthText(sound));
     Line("engine", zta::host::FormatName(WaveFormat(sound.Word(), sound.Channels(), sound.Rate())));
+    Line("commands", CommandsFor(sound));
     if (!sound.Loss().empty()) {
         Line("note", std::string(sound.Loss()));
     }

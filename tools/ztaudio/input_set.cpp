@@ -7,11 +7,11 @@
 #include <algorithm>
 
 InputSet::InputSet(const std::vector<std::filesystem::path>& paths, const std::filesystem::path& output,
-                   OverloadPolicy overload)
+                   OverloadPolicy overload, const InputOptions& options)
 {
     for (const auto& path : paths) {
         Input& input = inputs_.emplace_back();
-        input.sound = std::make_unique<SoundFileReader>(path);
+        input.sound = std::make_unique<SoundFileReader>(path, options);
         input.overloads = std::make_unique<OverloadCounter>(path.string(), overload);
         input.sound->RequireWhole();
         RequireOtherFile(path, output);

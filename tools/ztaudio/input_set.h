@@ -16,7 +16,7 @@ public:
     /// Opens the files. Throws Failure if one cannot be read completely, is the output, or has another rate than the
     /// first.
     InputSet(const std::vector<std::filesystem::path>& paths, const std::filesystem::path& output,
-             OverloadPolicy overload);
+             OverloadPolicy overload, const InputOptions& options);
 
     std::size_t Count() const { return inputs_.size(); }
     const SoundFileReader& Sound(std::size_t i) const { return *inputs_[i].sound; }

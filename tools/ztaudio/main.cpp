@@ -3,9 +3,11 @@
 #include "tools/common/signal_handling.h"
 #include "tools/ztaudio/options.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -18,7 +20,15 @@ int RunCommand(const PrintText& print, const Context& /*context*/)
 int Run(int argc, char** argv)
 {
     const CommandLine line = ParseCommandLine(argc, argv);
-    return std::visit([&line](const auto& options) { return RunCommand(options, line.context); }, line.command);
+    const int exitCode =
+        std::visit([&line](const auto& options) { return RunCommand(options, line.context); }, line.command);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        if (errno == EPIPE) {
+            throw BrokenPipe();
+        }
+        throw Failure("standard output: cannot write: " + std::generic_category().message(errno));
+    }
+    return exitCode;
 }
 
 } // namespace
@@ -31,6 +41,8 @@ int main(int argc, char** argv)
     } catch (const UsageFailure& failure) {
         PrintError(std::string(failure.what()) + " (see ztaudio --help)");
         return kExitUsage;
+    } catch (const BrokenPipe&) {
+        return kExitFailure; // the reader knows
     } catch (const Interrupted& interruption) {
         PrintError("interrupted");
         RaiseDefaultSignal(interruption.Signal());

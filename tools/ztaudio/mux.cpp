@@ -137,7 +137,7 @@ SampleFormat OutputFormat(const MuxOptions& options, const InputSet& inputs, con
 
 void Mux(const MuxOptions& options, const Context& context)
 {
-    InputSet inputs(options.in, options.out, options.overload);
+    InputSet inputs(options.in, options.out, options.overload, options.files.input);
     RequireMuxInputs(inputs);
     const SampleFormat to = OutputFormat(options, inputs, context);
     const SampleFormat format = options.gains.empty() ? to : SampleFormat::Pcm24In32;
@@ -149,7 +149,7 @@ void Mux(const MuxOptions& options, const Context& context)
     gains.NoteSilence(context);
     OverloadCounter none(options.out.string(), options.overload); // the inputs count
     Conversion conversion(engine, format, to, channels, kBlockFrames, false, none);
-    SoundFileWriter out(options.out, to, channels, inputs.Rate(), inputs.Frames(), false);
+    SoundFileWriter out(options.out, options.files.output, to, channels, inputs.Rate(), inputs.Frames(), false);
     NoteAdaptation(inputs.Sound(0), inputs.Sound(0).Path().string(), context);
 
     Progress progress(context, options.out.filename().string(), inputs.Frames(), inputs.Rate());

@@ -42,6 +42,8 @@ private:
     void AddBlock(CLI::App& command, std::int64_t& block);
     void AddOverload(CLI::App& command, OverloadPolicy& overload);
     void AddGuard(CLI::App& command, bool& guard);
+    void AddFiles(CLI::App& command, FileOptions& files);
+    void AddPipes(CLI::App& command, FileOptions& files);
 
     void DefineInfo(CLI::App& command, InfoOptions& options);
     void DefineConvert(CLI::App& command, ConvertOptions& options);
@@ -95,6 +97,7 @@ Parser::Parser()
         "Examples:\n"
         "  ztaudio convert speech.wav speech.flac\n"
         "  ztaudio convert mix.wav mix-float.wav --format float\n"
+        "  ffmpeg -i film.mkv -f wav - | ztaudio convert - film.flac --format 24\n"
         "  ztaudio convert hot.ogg disc.wav --format 16 --rate 44100 --guard\n"
         "  ztaudio convert take.aiff clip.wav --format 16 --fade-in --fade-out",
         &Parser::DefineConvert);
@@ -214,7 +217,10 @@ CLI::App& Parser::Add(const char* name, const char* description, const char* foo
 
 void Parser::AddOutput(CLI::App& command, std::filesystem::path& out, const char* name)
 {
-    command.add_option(name, out, "file to write, its container by the extension: " + OutputExtensions())->required();
+    command
+        .add_option(name, out,
+                    "file to write, or - for standard output, its container by the extension: " + OutputExtensions())
+        ->required();
 }
 
 CLI::Option& Parser::AddGains(CLI::App& command, std::vector<std::string>& gains)
@@ -251,6 +257,33 @@ void Parser::AddGuard(CLI::App& command, bool& guard)
     command.add_flag("--guard", guard, "lower the level so that no sample passes full scale; reads the input twice");
 }
 
+void Parser::AddFiles(CLI::App& command, FileOptions& files)
+{
+    command.add_flag("--no-clobber", files.output.noClobber, "do not replace an existing file");
+    command.add_flag("--salvage", files.input.salvage, "read a truncated file as far as possible");
+}
+
+void Parser::AddPipes(CLI::App& command, FileOptions& files)
+{
+    AddFiles(command, files);
+    command.add_option("--input-format", files.input.format, "wav, flac, au or raw (default: recognized)")
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"wav", "flac", "au", "raw"}).description(""));
+    command.add_option("--raw", files.input.raw, "the input is raw: 16, 24in32, 24in24 or float; little-endian")
+        ->type_name("FORMAT,RATE,CHANNELS")
+        ->check([](const std::string& text) -> std::string {
+            return IsRawFormat(text) ? ""
+                                     : text + " describes no raw samples: 16, 24in32, 24in24 or float,RATE,CHANNELS";
+        });
+    command
+        .add_option("--output-format", files.output.format,
+                    "container of the output: wav, flac, au, raw ... (default: that of the extension, or wav)")
+        ->type_name("NAME")
+        ->check([](const std::string& name) -> std::string {
+            return IsOutputFormat(name) ? "" : name + " is no container: use the name of an extension";
+        });
+}
+
 void Parser::DefineInfo(CLI::App& command, InfoOptions& options)
 {
     command.add_option("FILE", options.files, "files to show; without any, the variant of the sample loops");
@@ -258,7 +291,7 @@ void Parser::DefineInfo(CLI::App& command, InfoOptions& options)
 
 void Parser::DefineConvert(CLI::App& command, ConvertOptions& options)
 {
-    command.add_option("IN", options.in, "file to read: WAV, W64, RF64, AIFF, FLAC or Ogg")->required();
+    command.add_option("IN", options.in, "file to read, or - for standard input")->required();
     AddOutput(command, options.out);
     command.add_option("--format", options.format, "sample format of the output (default: that of the input)")
         ->check(CLI::IsMember(SampleFormatNames()));
@@ -271,6 +304,7 @@ void Parser::DefineConvert(CLI::App& command, ConvertOptions& options)
     AddGains(command, options.gains);
     AddOverload(command, options.overload);
     AddGuard(command, options.guard);
+    AddPipes(command, options.files);
 }
 
 void Parser::DefineTrim(CLI::App& command, TrimOptions& options)
@@ -287,6 +321,7 @@ void Parser::DefineTrim(CLI::App& command, TrimOptions& options)
     command.add_option("--to", options.to, "first sample frame not to copy (default: the end of the file)")
         ->type_name("T")
         ->check(check);
+    AddPipes(command, options.files);
 }
 
 void Parser::DefineStereo(CLI::App& command, StereoOptions& options)
@@ -295,6 +330,7 @@ void Parser::DefineStereo(CLI::App& command, StereoOptions& options)
     command.add_option("RIGHT", options.right, "mono file of the right channel")->required();
     AddOutput(command, options.out);
     AddOverload(command, options.overload);
+    AddFiles(command, options.files);
 }
 
 void Parser::DefineVolume(CLI::App& command, VolumeOptions& options)
@@ -306,6 +342,7 @@ void Parser::DefineVolume(CLI::App& command, VolumeOptions& options)
         ->check(CLI::IsMember(SampleFormatNames()));
     AddOverload(command, options.overload);
     AddGuard(command, options.guard);
+    AddPipes(command, options.files);
 }
 
 void Parser::DefineMux(CLI::App& command, MuxOptions& options)
@@ -315,8 +352,9 @@ void Parser::DefineMux(CLI::App& command, MuxOptions& options)
     AddGains(command, options.gains);
     command
         .add_option("--format", options.format, "sample format of the output (default: that of the inputs, or 24in32)")
-        ->check(CLI::IsMember({"16", "24in32", "24in24"}));
+        ->check(CLI::IsMember({"16", "24in32", "24in24", "24"}));
     AddOverload(command, options.overload);
+    AddFiles(command, options.files);
 }
 
 void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
@@ -333,6 +371,7 @@ void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
     command.add_flag("--stereo", options.stereo, "stereo files of channels 1 and 2, 3 and 4, and so on");
     AddGains(command, options.gains);
     AddOverload(command, options.overload);
+    AddFiles(command, options.files);
 }
 
 void Parser::DefineResample(CLI::App& command, ResampleOptions& options)
@@ -346,6 +385,7 @@ void Parser::DefineResample(CLI::App& command, ResampleOptions& options)
     AddBlock(command, options.block);
     AddOverload(command, options.overload);
     AddGuard(command, options.guard);
+    AddPipes(command, options.files);
 }
 
 void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)

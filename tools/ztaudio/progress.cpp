@@ -10,7 +10,8 @@ namespace {
 
 constexpr auto kRedraw = std::chrono::milliseconds(100);
 constexpr int kBarWidth = 30;
-constexpr int kNumbersWidth = 40; ///< room for what stands beside bar and label
+constexpr int kNumbersWidth = 48; ///< columns beside bar and label
+constexpr int kFullWidth = 60;    ///< a narrower terminal gets the numbers only
 
 int TerminalWidth()
 {
@@ -65,6 +66,10 @@ void Progress::Draw()
 {
     const double part = total_ > 0 ? std::min(1.0, static_cast<double>(done_) / static_cast<double>(total_)) : 0.0;
     const int width = TerminalWidth();
+    if (width < kFullWidth) {
+        std::fprintf(stderr, "\r%3.0f%% %7.0fx real time\033[K", part * 100, Speed());
+        return;
+    }
     const int bar = std::clamp(width - kNumbersWidth, 0, kBarWidth);
     const auto labelWidth = static_cast<std::size_t>(std::max(0, width - kNumbersWidth - bar));
     const int filled = static_cast<int>(part * bar);

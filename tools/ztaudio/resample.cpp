@@ -3,6 +3,7 @@
 int RunCommand(const ResampleOptions& options, const Context& context)
 {
     ConvertOptions convert;
+    convert.files = options.files;
     convert.in = options.in;
     convert.out = options.out;
     convert.format = "16";

@@ -36,6 +36,9 @@ std::string_view NameOf(SampleFormat word)
 
 std::optional<SampleFormat> ParseSampleFormat(std::string_view name)
 {
+    if (name == "24") {
+        return SampleFormat::Pcm24In24; // what a file of 24 bits holds
+    }
     for (const Row& row : kRows) {
         if (row.name == name) {
             return row.word;
@@ -47,10 +50,11 @@ std::optional<SampleFormat> ParseSampleFormat(std::string_view name)
 std::vector<std::string> SampleFormatNames()
 {
     std::vector<std::string> names;
-    names.reserve(std::size(kRows));
+    names.reserve(std::size(kRows) + 1);
     for (const Row& row : kRows) {
         names.emplace_back(row.name);
     }
+    names.emplace_back("24");
     return names;
 }
 

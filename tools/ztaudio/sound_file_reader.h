@@ -3,6 +3,7 @@
 
 #include "tools/ztaudio/context.h"
 #include "tools/ztaudio/sample_source.h"
+#include "tools/ztaudio/stream_header.h"
 
 #include <sndfile.h>
 
@@ -24,10 +25,22 @@ struct Tag {
     std::string text;
 };
 
+/// How an input is read.
+struct InputOptions {
+    std::string format;   ///< wav, flac, au or raw; empty to recognize it
+    std::string raw;      ///< the description of raw samples, see IsRawFormat
+    bool salvage = false; ///< read a damaged file as far as possible
+};
+
+/// Returns whether the text describes raw samples: "16|24in32|24in24|24|float,RATE,CHANNELS".
+bool IsRawFormat(const std::string& text);
+
 class SoundFileReader : public SampleSource {
 public:
-    /// Throws Failure when the file is missing, not a regular file, or holds no sound that can be read.
-    explicit SoundFileReader(const std::filesystem::path& path);
+    /// Opens a file, or standard input if the path is "-". Throws Failure if the file is missing, not a regular file,
+    /// or has no sound that can be read.
+    explicit SoundFileReader(const std::filesystem::path& path, const InputOptions& options = {});
+    ~SoundFileReader() override;
 
     const std::filesystem::path& Path() const { return path_; }
     std::uint32_t Channels() const override { return static_cast<std::uint32_t>(info_.channels); }
@@ -36,8 +49,8 @@ public:
     sf_count_t Frames() const override { return info_.frames; }
     int Format() const { return info_.format; }
 
-    /// Returns whether the input is a stream, whose length is not known.
-    bool IsStream() const { return false; }
+    /// Returns whether the input is a pipe, so that the length is not known before its end.
+    bool IsStream() const { return isPipe_; }
 
     SNDFILE* Handle() const { return sound_.get(); }
     std::vector<Tag> Tags() const;
@@ -48,17 +61,29 @@ public:
     /// What is lost when the file's samples become such words; empty if nothing is.
     std::string_view Loss() const { return loss_; }
 
-    /// Notes the loss, if there is one.
+    /// Notes the loss, if there is one, and whether the sound is read to the end of the file.
     void ReportLoss(const Context& context) const;
 
-    /// Throws Failure when the file is shorter than its header promises.
+    /// Throws Failure if the file is shorter than its header says, unless it is to be salvaged.
     void RequireWhole() const;
 
     /// Reads up to `frames` sample frames of words. Fewer come at the end of the file only.
     sf_count_t Read(void* words, sf_count_t frames) override;
 
 private:
+    struct Stream;
+
+    void OpenFile();
+    void OpenPipe();
+    void OpenStream(const StreamFormat& format);
+    void OpenSpooled(std::unique_ptr<ByteStream> bytes);
+    void RequireOpened();
+
     std::filesystem::path path_;
+    InputOptions options_;
+    bool isPipe_ = false;
+    bool isOpenEnded_ = false;       ///< the header of a file does not contain the length
+    std::unique_ptr<Stream> stream_; ///< what libsndfile reads from, if it is no file; outlives `sound_`
     SF_INFO info_{};
     SoundHandle sound_;
     SampleFormat word_{};

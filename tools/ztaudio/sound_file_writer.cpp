@@ -25,35 +25,46 @@ struct Container {
 };
 
 constexpr Container kContainers[] = {
-    {".wav", "WAV", SF_FORMAT_WAV, kLimit32},    {".w64", "W64", SF_FORMAT_W64, kNoLimit},
-    {".rf64", "RF64", SF_FORMAT_RF64, kNoLimit}, {".aiff", "AIFF", SF_FORMAT_AIFF, kLimit32},
-    {".aif", "AIFF", SF_FORMAT_AIFF, kLimit32},  {".flac", "FLAC", SF_FORMAT_FLAC, kNoLimit},
+    {".wav", "WAV", SF_FORMAT_WAV, kLimit32},
+    {".w64", "W64", SF_FORMAT_W64, kNoLimit},
+    {".rf64", "RF64", SF_FORMAT_RF64, kNoLimit},
+    {".aiff", "AIFF", SF_FORMAT_AIFF, kLimit32},
+    {".aif", "AIFF", SF_FORMAT_AIFF, kLimit32},
+    {".flac", "FLAC", SF_FORMAT_FLAC, kNoLimit},
+    {".au", "AU", SF_FORMAT_AU, kLimit32},
+    {".caf", "CAF", SF_FORMAT_CAF, kNoLimit},
+    {".ogg", "Ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, kNoLimit},
+    {".opus", "Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, kNoLimit},
+    {".mp3", "MP3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, kNoLimit},
+    {".raw", "raw", SF_FORMAT_RAW, kNoLimit},
 };
 
-const Container& ContainerOf(const std::filesystem::path& path)
+const Container& ContainerOf(const std::filesystem::path& path, const OutputOptions& options)
 {
-    std::string extension = path.extension().string();
+    std::string extension = !options.format.empty() ? "." + options.format
+                            : path == "-"           ? ".wav"
+                                                    : path.extension().string();
     std::ranges::transform(extension, extension.begin(), [](unsigned char letter) { return std::tolower(letter); });
     const auto* container = std::ranges::find(kContainers, extension, &Container::extension);
     if (container == std::end(kContainers)) {
-        throw UsageFailure(path.string() + ": the extension names no container to write: use " + OutputExtensions());
+        throw UsageFailure(path.string() + ": the extension selects no container: use " + OutputExtensions());
     }
     return *container;
 }
 
 // libsndfile writes through these, so that no failed write goes unnoticed, also not one from inside sf_close.
 SF_VIRTUAL_IO kThroughOutputFile = {
-    [](void* file) -> sf_count_t { return static_cast<OutputFile*>(file)->Length(); },
+    [](void* file) -> sf_count_t { return static_cast<OutputTarget*>(file)->Length(); },
     [](sf_count_t offset, int whence, void* file) -> sf_count_t {
-        return static_cast<OutputFile*>(file)->Seek(offset, whence);
+        return static_cast<OutputTarget*>(file)->Seek(offset, whence);
     },
     [](void* data, sf_count_t bytes, void* file) -> sf_count_t {
-        return static_cast<OutputFile*>(file)->Read(data, bytes);
+        return static_cast<OutputTarget*>(file)->Read(data, bytes);
     },
     [](const void* data, sf_count_t bytes, void* file) -> sf_count_t {
-        return static_cast<OutputFile*>(file)->Write(data, bytes);
+        return static_cast<OutputTarget*>(file)->Write(data, bytes);
     },
-    [](void* file) -> sf_count_t { return static_cast<OutputFile*>(file)->Seek(0, SEEK_CUR); },
+    [](void* file) -> sf_count_t { return static_cast<OutputTarget*>(file)->Seek(0, SEEK_CUR); },
 };
 
 using Broadcast = SF_BROADCAST_INFO_VAR(16000); // libsndfile takes less than 16 KiB of history
@@ -79,32 +90,74 @@ std::string OutputExtensions()
     return list;
 }
 
-SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, SampleFormat word, std::uint32_t channels,
-                                 std::uint32_t rate, sf_count_t expectedFrames, bool extensibleWav)
-    : path_(path), word_(word), samplesPerFrame_(channels), limit_(ContainerOf(path).limit), file_(path)
+bool IsOutputFormat(const std::string& name)
 {
-    const Container& container = ContainerOf(path);
-    const bool extensible = extensibleWav && container.format == SF_FORMAT_WAV;
+    return std::ranges::find(kContainers, "." + name, &Container::extension) != std::end(kContainers);
+}
+
+SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const OutputOptions& options, SampleFormat word,
+                                 std::uint32_t channels, std::uint32_t rate, sf_count_t expectedFrames,
+                                 bool extensibleWav)
+    : path_(path), word_(word), samplesPerFrame_(channels), limit_(ContainerOf(path, options).limit)
+{
+    const Container& container = ContainerOf(path, options);
+    const bool isPipe = path == "-";
+    if (isPipe) {
+        path_ = "standard output";
+        limit_ = kNoLimit;
+    }
+    const bool isExtensible = (extensibleWav || channels > 2) && container.format == SF_FORMAT_WAV;
+    const bool isLossy = (container.format & SF_FORMAT_SUBMASK) != 0;
     SF_INFO info{};
-    info.format = (extensible ? SF_FORMAT_WAVEX : container.format) | FileSubtype(word);
+    info.format = (isExtensible ? SF_FORMAT_WAVEX : container.format) | (isLossy ? 0 : FileSubtype(word));
     info.channels = static_cast<int>(channels);
     info.samplerate = static_cast<int>(rate);
     if (sf_format_check(&info) == SF_FALSE) {
-        throw Failure(path.string() + ": " + std::string(container.name) + " cannot hold " +
+        throw Failure(path_.string() + ": " + std::string(container.name) + " cannot hold " +
                       zta::host::FormatName(WaveFormat(word, channels, rate)));
     }
-    RequireRoom(expectedFrames);
-    sound_.reset(sf_open_virtual(&kThroughOutputFile, SFM_WRITE, &info, &file_));
-    if (!sound_) {
-        file_.RequireWritten();
-        throw Failure(path.string() + ": cannot write: " + sf_strerror(nullptr));
+    RequireCapacity(expectedFrames);
+    if (isPipe) {
+        target_ = std::make_unique<StandardOutput>();
+    } else {
+        target_ =
+            std::make_unique<OutputFile>(path, options.noClobber ? ExistingOutput::Refuse : ExistingOutput::Replace);
     }
-    // The chunk of peaks carries the time of writing: without it, equal input gives equal files.
+    if (container.format == SF_FORMAT_RAW) {
+        encoder_ = MakeRawEncoder(*target_, word);
+    } else if (isPipe && container.format == SF_FORMAT_WAV) {
+        encoder_ = MakeWavEncoder(*target_, word, channels, rate, expectedFrames);
+    } else if (isPipe && container.format == SF_FORMAT_AU) {
+        encoder_ = MakeAuEncoder(*target_, word, channels, rate, expectedFrames);
+    } else {
+        OpenLibrary(info.format, rate);
+    }
+}
+
+SoundFileWriter::~SoundFileWriter() = default;
+
+void SoundFileWriter::OpenLibrary(int format, std::uint32_t rate)
+{
+    SF_INFO info{};
+    info.format = format;
+    info.channels = static_cast<int>(samplesPerFrame_);
+    info.samplerate = static_cast<int>(rate);
+    sound_.reset(sf_open_virtual(&kThroughOutputFile, SFM_WRITE, &info, target_.get()));
+    if (!sound_) {
+        target_->RequireWritten();
+        throw Failure(path_.string() + ": cannot write " +
+                      zta::host::FormatName(WaveFormat(word_, static_cast<std::uint32_t>(samplesPerFrame_), rate)) +
+                      ": " + sf_strerror(nullptr));
+    }
+    // The chunk of peaks has the time of writing: without it, equal input gives equal files.
     sf_command(sound_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
 void SoundFileWriter::CopyTexts(const SoundFileReader& source)
 {
+    if (!sound_) {
+        return;
+    }
     for (const Tag& tag : source.Tags()) {
         sf_set_string(sound_.get(), tag.kind, tag.text.c_str());
     }
@@ -113,6 +166,9 @@ void SoundFileWriter::CopyTexts(const SoundFileReader& source)
 void SoundFileWriter::CopyTags(const SoundFileReader& source)
 {
     CopyTexts(source);
+    if (!sound_) {
+        return;
+    }
     SNDFILE* from = source.Handle();
     SNDFILE* to = sound_.get();
     std::vector<int> channelMap(samplesPerFrame_);
@@ -125,7 +181,7 @@ void SoundFileWriter::CopyTags(const SoundFileReader& source)
     CopyRecord<SF_INSTRUMENT>(from, to, SFC_GET_INSTRUMENT, SFC_SET_INSTRUMENT);
 }
 
-void SoundFileWriter::RequireRoom(sf_count_t frames) const
+void SoundFileWriter::RequireCapacity(sf_count_t frames) const
 {
     const std::uint64_t sampleBytes = word_ == SampleFormat::Pcm24In32 ? 3 : BytesOf(word_);
     if (static_cast<std::uint64_t>(frames) > limit_ / (samplesPerFrame_ * sampleBytes)) {
@@ -135,7 +191,7 @@ void SoundFileWriter::RequireRoom(sf_count_t frames) const
 
 void SoundFileWriter::Write(const std::byte* words, sf_count_t frames)
 {
-    RequireRoom(framesTaken_ + frames);
+    RequireCapacity(framesTaken_ + frames);
     pending_.insert(pending_.end(), words,
                     words + static_cast<std::size_t>(frames) * samplesPerFrame_ * BytesOf(word_));
     framesTaken_ += frames;
@@ -146,6 +202,12 @@ void SoundFileWriter::Write(const std::byte* words, sf_count_t frames)
 
 void SoundFileWriter::WritePending()
 {
+    if (encoder_) {
+        encoder_->Write(pending_);
+        target_->RequireWritten();
+        pending_.clear();
+        return;
+    }
     const void* words = pending_.data();
     const auto frames = static_cast<sf_count_t>(pending_.size() / (samplesPerFrame_ * BytesOf(word_)));
     sf_count_t written = 0;
@@ -171,7 +233,7 @@ void SoundFileWriter::WritePending()
         written = sf_writef_float(sound_.get(), static_cast<const float*>(words), frames);
         break;
     }
-    file_.RequireWritten();
+    target_->RequireWritten();
     if (written != frames) {
         throw Failure(path_.string() + ": cannot write: " + sf_strerror(sound_.get()));
     }
@@ -184,26 +246,29 @@ void SoundFileWriter::Commit(std::span<const std::unique_ptr<SoundFileWriter>> w
         writer->Close();
     }
     for (const auto& writer : writers) {
-        writer->file_.Publish();
+        writer->target_->Publish();
     }
     for (const auto& writer : writers) {
-        writer->file_.Keep();
+        writer->target_->Keep();
     }
 }
 
 void SoundFileWriter::Commit()
 {
     Close();
-    file_.Publish();
-    file_.Keep();
+    target_->Publish();
+    target_->Keep();
 }
 
 void SoundFileWriter::Close()
 {
     WritePending();
-    const int error = sf_close(sound_.release());
+    if (encoder_) {
+        encoder_->Finish();
+    }
+    const int error = sound_ ? sf_close(sound_.release()) : SF_ERR_NO_ERROR;
     if (error != SF_ERR_NO_ERROR) {
         throw Failure(path_.string() + ": cannot write: " + sf_error_number(error));
     }
-    file_.Close();
+    target_->Close();
 }

@@ -4,6 +4,7 @@
 #include "tools/common/output_file.h"
 #include "tools/ztaudio/sample_format.h"
 #include "tools/ztaudio/sound_file_reader.h"
+#include "tools/ztaudio/stream_encoder.h"
 
 #include <sndfile.h>
 
@@ -13,27 +14,41 @@
 #include <span>
 #include <vector>
 
-/// The extensions that name a container to write, for help texts.
+/// How an output is written.
+struct OutputOptions {
+    std::string format;     ///< the extension of a container or "raw"; empty for that of the file's name
+    bool noClobber = false; ///< do not replace an existing file
+};
+
+/// The extensions of the containers, for help texts.
 std::string OutputExtensions();
+
+/// Returns whether the name is that of a container that can be written.
+bool IsOutputFormat(const std::string& name);
 
 class SoundFileWriter {
 public:
-    /// Begins a file of the container that the extension names. Throws Failure when the container does not hold such
-    /// samples or cannot hold `expectedFrames` of them, or when the file cannot be made.
-    SoundFileWriter(const std::filesystem::path& path, SampleFormat word, std::uint32_t channels, std::uint32_t rate,
-                    sf_count_t expectedFrames, bool extensibleWav);
+    /// Begins a file of the container that the options or the extension select, or writes to standard output if the
+    /// path is "-". Throws Failure if the container does not hold such samples or cannot hold `expectedFrames` of them,
+    /// or if the file cannot be made.
+    ///
+    /// expectedFrames  0 if not known
+    /// extensibleWav   whether a WAV of up to two channels has the extensible format, which more channels always have
+    SoundFileWriter(const std::filesystem::path& path, const OutputOptions& options, SampleFormat word,
+                    std::uint32_t channels, std::uint32_t rate, sf_count_t expectedFrames, bool extensibleWav);
+    ~SoundFileWriter();
 
-    /// Carries over what the source tells about its sound, as far as the container has room for it. Before any Write.
+    /// Copies what the source contains about its sound, as far as the container supports it. Before any Write.
     void CopyTags(const SoundFileReader& source);
 
-    /// Of that, the texts only: what does not refer to times or channels.
+    /// Copies only the texts of that, which do not refer to times or channels.
     void CopyTexts(const SoundFileReader& source);
 
-    /// Writes whole sample frames of words, or keeps them until there are more. Throws Failure when words could not be
+    /// Writes sample frames, or holds them until there are more. Throws Failure if samples could not be
     /// written.
     void Write(const std::byte* words, sf_count_t frames);
 
-    /// Completes the files and gives them their names: all of them or, when this throws Failure, none.
+    /// Completes the files and gives them their names: all of them or, if this throws Failure, none.
     static void Commit(std::span<const std::unique_ptr<SoundFileWriter>> writers);
 
     /// The same for one file.
@@ -42,7 +57,8 @@ public:
 private:
     void Close();
     void WritePending();
-    void RequireRoom(sf_count_t frames) const;
+    void RequireCapacity(sf_count_t frames) const;
+    void OpenLibrary(int format, std::uint32_t rate);
 
     std::filesystem::path path_;
     SampleFormat word_;
@@ -51,6 +67,7 @@ private:
     sf_count_t framesTaken_ = 0;
     std::vector<std::byte> pending_;
     std::vector<int> unpacked_;
-    OutputFile file_;
+    std::unique_ptr<OutputTarget> target_;
+    std::unique_ptr<StreamEncoder> encoder_; ///< if libsndfile does not write the samples
     SoundHandle sound_;
 };

@@ -102,7 +102,7 @@ SampleFormat PlaneFormat(SampleFormat word)
 
 void Split(const SplitOptions& options, const Context& context)
 {
-    SoundFileReader in(options.in);
+    SoundFileReader in(options.in, options.files.input);
     in.RequireWhole();
     RequireSplittable(in, options);
     const std::uint32_t planeChannels = options.stereo ? 2 : 1;
@@ -119,8 +119,8 @@ void Split(const SplitOptions& options, const Context& context)
     MuxReader mux(engine, PlaneFormat(to), in.Channels(), planeChannels);
     std::vector<std::unique_ptr<SoundFileWriter>> outputs;
     for (std::size_t i = 0; i < count; ++i) {
-        outputs.push_back(std::make_unique<SoundFileWriter>(NumberedPath(options.pattern, i + 1), to, planeChannels,
-                                                            in.Rate(), in.Frames(), false));
+        outputs.push_back(std::make_unique<SoundFileWriter>(NumberedPath(options.pattern, i + 1), options.files.output,
+                                                            to, planeChannels, in.Rate(), in.Frames(), false));
         outputs.back()->CopyTags(in);
     }
     in.ReportLoss(context);

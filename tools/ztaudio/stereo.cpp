@@ -10,7 +10,7 @@ namespace {
 
 void Stereo(const StereoOptions& options, const Context& context)
 {
-    InputSet inputs({options.left, options.right}, options.out, options.overload);
+    InputSet inputs({options.left, options.right}, options.out, options.overload, options.files.input);
     for (std::size_t i = 0; i < inputs.Count(); ++i) {
         const SoundFileReader& sound = inputs.Sound(i);
         if (sound.Channels() != 1) {
@@ -24,7 +24,7 @@ void Stereo(const StereoOptions& options, const Context& context)
     const auto left = MakeBuffer(WaveFormat(format, 1));
     const auto right = MakeBuffer(WaveFormat(format, 1));
     const auto stereo = MakeBuffer(WaveFormat(format, 2));
-    SoundFileWriter out(options.out, format, 2, inputs.Rate(), inputs.Frames(), false);
+    SoundFileWriter out(options.out, options.files.output, format, 2, inputs.Rate(), inputs.Frames(), false);
     NoteAdaptation(inputs.Sound(0), inputs.Sound(0).Path().string(), context);
 
     Progress progress(context, options.out.filename().string(), inputs.Frames(), inputs.Rate());

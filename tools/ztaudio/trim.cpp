@@ -64,7 +64,7 @@ void RequireWithinFile(const SoundFileReader& in, sf_count_t to, sf_count_t fram
 
 void Trim(const TrimOptions& options, const Context& context)
 {
-    SoundFileReader in(options.in);
+    SoundFileReader in(options.in, options.files.input);
     in.RequireWhole();
     RequireChannels(in, in.Path().string());
     RequireOtherFile(options.in, options.out);
@@ -81,8 +81,8 @@ void Trim(const TrimOptions& options, const Context& context)
     const sf_count_t blockSamples = kBlockFrames * in.Channels();
     const auto source = MakeBuffer(format, blockSamples);
     const auto piece = MakeBuffer(format, blockSamples);
-    SoundFileWriter out(options.out, in.Word(), in.Channels(), in.Rate(), to == kToEnd ? 0 : to - from,
-                        IsExtensible(in));
+    SoundFileWriter out(options.out, options.files.output, in.Word(), in.Channels(), in.Rate(),
+                        to == kToEnd ? 0 : to - from, IsExtensible(in));
     out.CopyTexts(in);
     in.ReportLoss(context);
 

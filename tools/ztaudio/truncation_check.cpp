@@ -69,7 +69,11 @@ std::uint64_t MissingBytes(const std::filesystem::path& path)
     if (layout == nullptr) {
         return 0;
     }
-    const std::uint64_t length = std::filesystem::file_size(path);
+    std::error_code error;
+    const std::uint64_t length = std::filesystem::file_size(path, error);
+    if (error) {
+        return 0;
+    }
     std::optional<std::uint64_t> longSize; // of RF64, whose data chunk refers to it
     for (std::uint64_t at = layout->first;;) {
         std::array<unsigned char, 28> chunk{};

@@ -18,7 +18,7 @@ namespace {
 /// The largest magnitude that the gains make of the samples, full scale being 1.
 double FindScaledPeak(const VolumeOptions& options, Gains gains)
 {
-    SoundFileReader in(options.in);
+    SoundFileReader in(options.in, options.files.input);
     const std::size_t channels = in.Channels();
     std::vector<std::byte> samples(static_cast<std::size_t>(kBlockFrames) * channels * BytesOf(in.Word()));
     const auto sample = [&](std::size_t i) -> double {
@@ -65,7 +65,10 @@ void Guard(const VolumeOptions& options, const std::string& name, Gains& gains)
 
 void ChangeVolume(const VolumeOptions& options, const Context& context)
 {
-    SoundFileReader in(options.in);
+    if (options.guard) {
+        RequireFileForGuard(options.in);
+    }
+    SoundFileReader in(options.in, options.files.input);
     const std::string name = in.Path().string();
     in.RequireWhole();
     RequireChannels(in, name);
@@ -82,7 +85,7 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
     BlockConverter feed(engine, in, SampleFormat::Pcm24In32, overloads);
     GainStage stage(engine, in.Channels());
     Conversion conversion(engine, SampleFormat::Pcm24In32, to, in.Channels(), kBlockFrames, false, overloads);
-    SoundFileWriter out(options.out, to, in.Channels(), in.Rate(), in.Frames(), IsExtensible(in));
+    SoundFileWriter out(options.out, options.files.output, to, in.Channels(), in.Rate(), in.Frames(), IsExtensible(in));
     out.CopyTags(in);
     in.ReportLoss(context);
     NoteAdaptation(in, name, context);

@@ -1,0 +1,247 @@
+// Standard input and output, raw samples, and headers that do not contain the length.
+#include "tests/tools/command_test.h"
+
+namespace {
+
+class Pipes : public CommandTest {
+protected:
+    /// Runs a line of the shell in the folder, in which $Z is the tool without notes.
+    ResampleResult Shell(const std::string& line, const RunOptions& options = {})
+    {
+        RunOptions shell = options;
+        shell.program = "/bin/sh";
+        const std::string text =
+            "set -e; cd " + folder_.Path().string() + "; Z='" + ZTA_TOOL_PATH + " --quiet'; " + line;
+        return RunTool({"-c", text}, shell);
+    }
+
+    void Succeeds(const std::string& line)
+    {
+        const ResampleResult run = Shell(line);
+        EXPECT_EQ(run.exitCode, 0) << run.errors;
+        EXPECT_EQ(run.errors, "");
+    }
+
+    /// Gives the data chunk of a WAV this size.
+    void SetDataSize(const std::string& name, std::uint32_t size) const
+    {
+        std::string bytes = ReadTextFile(File(name));
+        bytes.replace(bytes.find("data") + 4, 4, reinterpret_cast<const char*>(&size), 4);
+        WriteTextFile(File(name), bytes);
+    }
+};
+
+TEST_F(Pipes, CarryEveryFormatAndWidth)
+{
+    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
+        for (const int channels : {1, 2, 3, 64}) {
+            for (const std::string container : {"wav", "au"}) {
+                SCOPED_TRACE(container + " " + std::to_string(channels));
+                const Sound sound = Noise(subtype, channels, 5001, 44100);
+                Write("in.wav", sound);
+                Succeeds("cat in.wav | $Z convert - - --output-format " + container + " | $Z convert - out.wav");
+                ExpectSame(ReadSound(File("out.wav")), sound);
+                Succeeds("$Z convert in.wav - --output-format " + container + " | cat > piped." + container);
+                ExpectSame(ReadSound(File("piped." + container)), sound);
+            }
+        }
+    }
+}
+
+TEST_F(Pipes, GiveTheLengthOfAFileAndNoneOfAPipe)
+{
+    Write("in.wav", Noise(SF_FORMAT_PCM_16, 2, 1000));
+    Succeeds("$Z convert in.wav - --format 24 > known.wav; cat in.wav | $Z convert - - > open.wav");
+    const std::string known = ReadTextFile(File("known.wav"));
+    EXPECT_EQ(known.size(), 44U + 6000U);
+    EXPECT_EQ(known.substr(40, 4), std::string("\x70\x17\0\0", 4));
+    const std::string open = ReadTextFile(File("open.wav"));
+    EXPECT_EQ(open.substr(4, 4), "\xFF\xFF\xFF\xFF");
+    EXPECT_EQ(open.substr(40, 4), "\xFF\xFF\xFF\xFF");
+}
+
+TEST_F(Pipes, CarryCompressedSound)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 5001);
+    Write("in.wav", sound);
+    Succeeds("$Z convert in.wav - --output-format flac | cat | $Z convert - out.wav");
+    ExpectSame(ReadSound(File("out.wav")), sound);
+    Succeeds("$Z convert in.wav in.caf; cat in.caf | $Z convert - out2.wav");
+    ExpectSame(ReadSound(File("out2.wav")), sound);
+}
+
+TEST_F(Pipes, CarryRawSamples)
+{
+    for (const auto& [subtype, formats] :
+         {std::pair(SF_FORMAT_PCM_16, std::vector<std::string>{"16"}),
+          std::pair(SF_FORMAT_PCM_24, std::vector<std::string>{"24in32", "24in24", "24"}),
+          std::pair(SF_FORMAT_FLOAT, std::vector<std::string>{"float"})}) {
+        for (const std::string& format : formats) {
+            SCOPED_TRACE(format);
+            const Sound sound = Noise(subtype, 3, 777, 22050);
+            Write("in.wav", sound);
+            Succeeds("$Z convert in.wav - --output-format raw --format " + format + " > samples.raw");
+            const std::size_t sampleBytes = format == "16" ? 2 : format.starts_with("24") && format != "24in32" ? 3 : 4;
+            EXPECT_EQ(std::filesystem::file_size(File("samples.raw")), 777U * 3 * sampleBytes);
+            Succeeds("$Z convert - a.wav --raw " + format + ",22050,3 < samples.raw");
+            Succeeds("$Z convert samples.raw b.wav --input-format raw --raw " + format + ",22050,3");
+            ExpectSame(ReadSound(File("a.wav")), sound);
+            ExpectSame(ReadSound(File("b.wav")), sound);
+        }
+    }
+}
+
+TEST_F(Pipes, WorkInEveryCommandWithOneInputAndOneOutput)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_24, 2, 9000);
+    Write("in.wav", sound);
+    Succeeds("cat in.wav | $Z trim - - --from 100s --to 200s | $Z convert - trim.wav; $Z trim in.wav trim2.wav --from "
+             "100s --to 200s");
+    ExpectSame(ReadSound(File("trim.wav")), ReadSound(File("trim2.wav")));
+    Succeeds(
+        "cat in.wav | $Z volume - - --gain 0.5 | $Z convert - volume.wav; $Z volume in.wav volume2.wav --gain 0.5");
+    ExpectSame(ReadSound(File("volume.wav")), ReadSound(File("volume2.wav")));
+    Succeeds("cat in.wav | $Z resample - - --rate 44100 | $Z convert - rate.wav; $Z resample in.wav rate2.wav --rate "
+             "44100");
+    ExpectSame(ReadSound(File("rate.wav")), ReadSound(File("rate2.wav")));
+    const ResampleResult ramp = Shell("cat in.wav | $Z volume - - --gain 0:1");
+    EXPECT_EQ(ramp.exitCode, 1);
+    EXPECT_EQ(ramp.errors, "ztaudio: --gain 0:1: a ramp needs the length of the sound, which is not known here\n");
+}
+
+TEST_F(Pipes, EndQuietlyIfTheReaderLeaves)
+{
+    Write("in.wav", Noise(SF_FORMAT_PCM_16, 2, 480000));
+    const ResampleResult run = Shell("set +e; { $Z convert in.wav -; echo $? > code; } | head -c 10 > head");
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(ReadTextFile(File("code")), "1\n");
+}
+
+// Ten minutes, of which nothing fits into the memory of the process.
+TEST_F(Pipes, NeedConstantMemory)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs memory of its own";
+#endif
+    const ResampleResult run = Shell("head -c 115200000 /dev/zero | $Z convert - - --raw 16,48000,2 --format 24 | "
+                                     "$Z convert - - --output-format raw --format 24 | wc -c",
+                                     {.memoryLimit = 40UL << 20});
+    EXPECT_EQ(run.exitCode, 0) << run.errors;
+    EXPECT_EQ(run.output, "172800000\n");
+}
+
+TEST_F(Pipes, AreReadToTheirEndIfTheHeaderSaysMore)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1000);
+    for (const std::uint32_t size : {0U, 0x7FFFF000U, 0xFFFFFFFFU, 4004U}) {
+        SCOPED_TRACE(size);
+        Write("in.wav", sound);
+        SetDataSize("in.wav", size);
+        Succeeds("cat in.wav | $Z convert - out.wav");
+        ExpectSame(ReadSound(File("out.wav")), sound);
+    }
+}
+
+TEST_F(Pipes, HaveTrailingChunksThatAreNoSamples)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1000);
+    Write("in.wav", sound);
+    WriteTextFile(File("in.wav"), ReadTextFile(File("in.wav")) + std::string("LIST\x04\0\0\0INFO", 12));
+    Succeeds("cat in.wav | $Z convert - out.wav");
+    ExpectSame(ReadSound(File("out.wav")), sound);
+}
+
+class OpenLength : public Pipes {};
+
+TEST_F(OpenLength, MeansUntilTheEndOfTheFile)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_24, 2, 1000);
+    for (const std::uint32_t size : {0U, 0xFFFFFFFFU}) {
+        Write("in.wav", sound);
+        SetDataSize("in.wav", size);
+        Run({"convert", File("in.wav"), File("out.wav")});
+        ExpectSame(ReadSound(File("out.wav")), sound);
+        EXPECT_EQ(last_.errors, "ztaudio: note: " + File("in.wav") +
+                                    ": the header does not contain the length, so the file is read to its end\n");
+    }
+}
+
+TEST_F(OpenLength, IsNoneOfAnEmptyFileWithAnotherChunk)
+{
+    Write("in.wav", Noise(SF_FORMAT_PCM_16, 2, 0));
+    WriteTextFile(File("in.wav"), ReadTextFile(File("in.wav")) + std::string("LIST\x04\0\0\0INFO", 12));
+    Run({"convert", File("in.wav"), File("out.wav")});
+    EXPECT_EQ(ReadSound(File("out.wav")).Frames(), 0);
+    EXPECT_EQ(last_.errors, "");
+}
+
+TEST_F(OpenLength, IsNotThatOfATruncatedFile)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1000);
+    Write("in.wav", sound);
+    SetDataSize("in.wav", 0x7FFFF000);
+    const ResampleResult rejected = RunTool({"convert", File("in.wav"), File("out.wav")});
+    EXPECT_EQ(rejected.exitCode, 1);
+    EXPECT_NE(rejected.errors.find(": truncated: "), std::string::npos) << rejected.errors;
+    Run({"convert", File("in.wav"), File("out.wav"), "--salvage"});
+    ExpectSame(ReadSound(File("out.wav")), sound);
+    EXPECT_EQ(last_.errors, "ztaudio: note: " + File("in.wav") + ": truncated: the samples that are there are read\n");
+}
+
+class Files : public CommandTest {};
+
+TEST_F(Files, OfLossyContainersAreWrittenAndRead)
+{
+    std::vector<float> values;
+    for (int i = 0; i < 48000; ++i) {
+        values.push_back(0.4F * static_cast<float>(i % 100 < 50 ? 1 : -1));
+    }
+    const std::string in = Write("in.wav", Floats(values));
+    for (const std::string extension : {"ogg", "opus", "mp3"}) {
+        SCOPED_TRACE(extension);
+        Run({"convert", in, File("out." + extension)});
+        Run({"convert", File("out." + extension), File("back.wav")});
+        const Sound back = ReadSound(File("back.wav"));
+        EXPECT_EQ(back.Subtype(), SF_FORMAT_FLOAT);
+        EXPECT_EQ(back.rate, 48000);
+        EXPECT_EQ(back.Frames(), 48000);
+    }
+}
+
+TEST_F(Files, OfAuAndCafAreExact)
+{
+    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
+        const Sound sound = Noise(subtype, 2, 1000, 32000);
+        const std::string in = Write("in.wav", sound);
+        for (const std::string extension : {"au", "caf"}) {
+            Run({"convert", in, File("out." + extension)});
+            ExpectSame(ReadSound(File("out." + extension)), sound);
+            Run({"convert", File("out." + extension), File("back.wav")});
+            ExpectSame(ReadSound(File("back.wav")), sound);
+        }
+    }
+}
+
+TEST_F(Files, OfManyChannelsAreExtensible)
+{
+    for (const int channels : {1, 2, 3, 8}) {
+        Run({"convert", Write("in.wav", Noise(SF_FORMAT_PCM_16, channels, 100)), File("out.wav")});
+        EXPECT_EQ(ReadSound(File("out.wav")).format & SF_FORMAT_TYPEMASK,
+                  channels > 2 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV);
+    }
+}
+
+TEST_F(Files, StayWhereALinkLeadsAlsoIfThereIsNone)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 100);
+    const std::string in = Write("in.wav", sound);
+    std::filesystem::create_directory(File("folder"));
+    std::filesystem::create_symlink("folder/second.wav", File("first.wav"));
+    std::filesystem::create_symlink("third.wav", File("folder/second.wav"));
+    Run({"convert", in, File("first.wav")});
+    EXPECT_TRUE(std::filesystem::is_symlink(File("first.wav")));
+    EXPECT_TRUE(std::filesystem::is_symlink(File("folder/second.wav")));
+    ExpectSame(ReadSound(File("folder/third.wav")), sound);
+}
+
+} // namespace

@@ -4,33 +4,51 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
+#include <functional>
 #include <numbers>
 #include <numeric>
 
 namespace {
 
-// Half the width of the window's main lobe, and one more bin.
-constexpr std::size_t kLobe = 8;
+constexpr std::size_t kSegmentsPerLength = 8;
+
+// Half the width of the main lobe of the window, and one more bin.
+constexpr std::size_t kLobe = 12;
 constexpr std::size_t kHighestHarmonic = 10;
 
-struct DestroyPlan {
-    void operator()(fftw_plan plan) const { fftw_destroy_plan(plan); }
-};
-using Plan = std::unique_ptr<std::remove_pointer_t<fftw_plan>, DestroyPlan>;
-
-double WindowAt(double turn)
+/// The 7-term Blackman-Harris window over 0 to 1.
+double BlackmanHarris(double position)
 {
     constexpr double kTerms[] = {0.27105140069342, -0.43329793923448,  0.21812299954311,  -0.06592544638803,
                                  0.01081174209837, -0.000776584825226, 0.0000138872173517};
     double value = 0;
     for (std::size_t k = 0; k < std::size(kTerms); ++k) {
-        value += kTerms[k] * std::cos(2 * std::numbers::pi * static_cast<double>(k) * turn);
+        value += kTerms[k] * std::cos(2 * std::numbers::pi * static_cast<double>(k) * position);
     }
     return value;
 }
 
-/// The bins of a lobe that are on the spectrum.
+/// A window whose squares add up to a constant when it is repeated every `hop` frames: its square is that of a
+/// narrower window, convolved with a rectangle of `hop` frames.
+std::vector<double> PowerComplementaryWindow(std::size_t length, std::size_t hop)
+{
+    const std::size_t core = length - hop;
+    std::vector<double> sums(length + 1);
+    for (std::size_t i = 0; i < length; ++i) {
+        const double value =
+            i < core ? BlackmanHarris((static_cast<double>(i) + 0.5) / static_cast<double>(core)) : 0.0;
+        sums[i + 1] = sums[i] + value * value;
+    }
+    std::vector<double> window(length);
+    const std::size_t last = length - 2; // the last frame of the convolution
+    for (std::size_t i = 0; i <= last / 2; ++i) {
+        // From the outside to the center, the differences have no cancellation. The window is symmetric.
+        window[i] = window[last - i] = std::sqrt(sums[i + 1] - sums[i + 1 > hop ? i + 1 - hop : 0]);
+    }
+    return window;
+}
+
+/// The bins of a lobe, within the spectrum.
 struct Lobe {
     Lobe(std::size_t middle, std::size_t bins)
         : first(middle > kLobe ? middle - kLobe : 0), last(std::min(middle + kLobe, bins - 1))
@@ -40,18 +58,18 @@ struct Lobe {
     std::size_t last;
 };
 
-double SumOf(std::span<const double> powers, Lobe lobe)
+double PowerSum(std::span<const double> powers, Lobe lobe)
 {
     return std::reduce(powers.begin() + static_cast<std::ptrdiff_t>(lobe.first),
                        powers.begin() + static_cast<std::ptrdiff_t>(lobe.last) + 1, 0.0);
 }
 
-/// The bin where a multiple of the tone comes to stand, mirrored at 0 hertz and at half the rate.
-std::size_t Folded(double bin, std::size_t bins)
+/// The bin of a harmonic, aliased into the range from 0 Hz to half the rate.
+std::size_t AliasedBin(double bin, std::size_t bins)
 {
-    const double turn = 2 * static_cast<double>(bins - 1);
-    const double inTurn = std::fmod(bin, turn);
-    return static_cast<std::size_t>(std::lround(std::min(inTurn, turn - inTurn)));
+    const double period = 2 * static_cast<double>(bins - 1);
+    const double position = std::fmod(bin, period);
+    return static_cast<std::size_t>(std::lround(std::min(position, period - position)));
 }
 
 } // namespace
@@ -66,58 +84,87 @@ double AmplitudeDecibels(double amplitude)
     return 20 * std::log10(amplitude);
 }
 
+void RealTransform::DestroyPlan::operator()(fftw_plan_s* plan) const
+{
+    fftw_destroy_plan(plan);
+}
+
+RealTransform::RealTransform(std::size_t length)
+    : in_(length), out_(2 * (length / 2 + 1)),
+      plan_(fftw_plan_dft_r2c_1d(static_cast<int>(length), in_.data(), reinterpret_cast<fftw_complex*>(out_.data()),
+                                 FFTW_ESTIMATE | FFTW_PRESERVE_INPUT))
+{
+}
+
+void RealTransform::Run()
+{
+    fftw_execute(plan_.get());
+}
+
 std::vector<double> TransformPowers(std::span<const double> samples, std::size_t length)
 {
-    std::vector<double> in(length);
-    std::vector<double> out(2 * (length / 2 + 1));
-    const Plan plan(fftw_plan_dft_r2c_1d(static_cast<int>(length), in.data(),
-                                         reinterpret_cast<fftw_complex*>(out.data()), FFTW_ESTIMATE));
-    std::ranges::copy(samples, in.begin());
-    fftw_execute(plan.get());
-    std::vector<double> powers(length / 2 + 1);
+    RealTransform transform(length);
+    std::ranges::copy(samples, transform.Input().begin());
+    transform.Run();
+    std::vector<double> powers(transform.BinCount());
     for (std::size_t bin = 0; bin < powers.size(); ++bin) {
-        powers[bin] = out[2 * bin] * out[2 * bin] + out[2 * bin + 1] * out[2 * bin + 1];
+        powers[bin] = transform.Power(bin);
     }
     return powers;
 }
 
-Spectrum::Spectrum(std::size_t length) : window_(length), sums_(length / 2 + 1)
+Spectrum::Spectrum(std::size_t length)
+    : window_(PowerComplementaryWindow(length, length / kSegmentsPerLength)), sums_(length / 2 + 1), transform_(length)
 {
-    for (std::size_t i = 0; i < length; ++i) {
-        window_[i] = WindowAt(static_cast<double>(i) / static_cast<double>(length));
-        windowPower_ += window_[i] * window_[i];
-        windowSum_ += window_[i];
+    for (const double value : window_) {
+        windowPower_ += value * value;
+        windowSum_ += value;
     }
 }
 
 void Spectrum::Add(std::span<const double> samples)
 {
     while (!samples.empty()) {
-        const std::size_t count = std::min(samples.size(), Length() - pending_.size());
-        pending_.insert(pending_.end(), samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
+        const std::size_t wanted = weight_ == 0 ? Length() - recent_.size() : Hop() - newFrames_;
+        const std::size_t count = std::min(samples.size(), wanted);
+        const std::size_t excess = recent_.size() + count - std::min(recent_.size() + count, Length());
+        recent_.erase(recent_.begin(), recent_.begin() + static_cast<std::ptrdiff_t>(excess));
+        recent_.insert(recent_.end(), samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
         samples = samples.subspan(count);
-        if (pending_.size() == Length()) {
-            Transform();
-            pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(Length() / 2));
+        newFrames_ += count;
+        if (count == wanted) {
+            AddSegment(1);
         }
     }
 }
 
-void Spectrum::Transform()
+void Spectrum::Finish()
 {
-    std::vector<double> windowed(Length());
-    std::ranges::transform(pending_, window_, windowed.begin(), std::multiplies<>());
-    const std::vector<double> powers = TransformPowers(windowed, Length());
-    std::ranges::transform(powers, sums_, sums_.begin(), std::plus<>());
-    ++segments_;
+    if (weight_ == 0 && newFrames_ > 0) {
+        recent_.resize(Length());
+        AddSegment(1);
+    } else if (newFrames_ > 0) {
+        AddSegment(static_cast<double>(newFrames_) / static_cast<double>(Hop()));
+    }
+}
+
+void Spectrum::AddSegment(double weight)
+{
+    std::ranges::transform(recent_, window_, transform_.Input().begin(), std::multiplies<>());
+    transform_.Run();
+    for (std::size_t bin = 0; bin < sums_.size(); ++bin) {
+        sums_[bin] += weight * transform_.Power(bin);
+    }
+    weight_ += weight;
+    newFrames_ = 0;
 }
 
 std::vector<double> Spectrum::Powers() const
 {
     std::vector<double> powers = sums_;
-    // All bins but the first and the last stand for their mirror image, too.
-    const double scale =
-        2 / (static_cast<double>(std::max<std::size_t>(segments_, 1)) * static_cast<double>(Length()) * windowPower_);
+    // All bins except the first and the last include their mirror image.
+    const double weight = weight_ > 0 ? weight_ : 1;
+    const double scale = 2 / (weight * static_cast<double>(Length()) * windowPower_);
     std::ranges::for_each(powers, [scale](double& power) { power *= scale; });
     powers.front() /= 2;
     powers.back() /= 2;
@@ -135,34 +182,34 @@ std::optional<Tone> FindTone(std::span<const double> powers)
     if (bins <= 2 * kLobe) {
         return std::nullopt;
     }
-    const auto sound = powers.begin() + kLobe + 1; // the bins up to there are the lobe at 0 hertz
+    const auto sound = powers.begin() + kLobe + 1; // after the lobe at 0 Hz
     const auto highest = static_cast<std::size_t>(std::max_element(sound, powers.end()) - powers.begin());
     const Lobe lobe(highest, bins);
-    std::vector<bool> taken(bins);
-    const auto take = [&taken](const Lobe& of) {
-        std::fill(taken.begin() + static_cast<std::ptrdiff_t>(of.first),
-                  taken.begin() + static_cast<std::ptrdiff_t>(of.last) + 1, true);
+    std::vector<bool> excluded(bins);
+    const auto exclude = [&excluded](const Lobe& range) {
+        std::fill(excluded.begin() + static_cast<std::ptrdiff_t>(range.first),
+                  excluded.begin() + static_cast<std::ptrdiff_t>(range.last) + 1, true);
     };
-    const auto left = [&] {
+    const auto sumOfOthers = [&] {
         double sum = 0;
         for (std::size_t bin = 0; bin < bins; ++bin) {
-            sum += taken[bin] ? 0 : powers[bin];
+            sum += excluded[bin] ? 0 : powers[bin];
         }
         return sum;
     };
-    take(Lobe(0, bins));
-    take(lobe);
-    Tone tone{.bin = 0, .power = SumOf(powers, lobe), .rest = left(), .noise = 0};
+    exclude(Lobe(0, bins));
+    exclude(lobe);
+    Tone tone{.bin = 0, .power = PowerSum(powers, lobe), .rest = sumOfOthers(), .noise = 0};
     if (!(tone.power > tone.rest)) {
         return std::nullopt;
     }
-    // The middle of a lobe's power is exactly the tone's place.
+    // The centroid of a lobe is exactly at the frequency of the tone.
     for (std::size_t bin = lobe.first; bin <= lobe.last; ++bin) {
         tone.bin += static_cast<double>(bin) * powers[bin] / tone.power;
     }
     for (std::size_t n = 2; n <= kHighestHarmonic; ++n) {
-        take(Lobe(Folded(static_cast<double>(n) * tone.bin, bins), bins));
+        exclude(Lobe(AliasedBin(static_cast<double>(n) * tone.bin, bins), bins));
     }
-    tone.noise = left();
+    tone.noise = sumOfOthers();
     return tone;
 }

@@ -1,55 +1,94 @@
-/// Spectra of sounds and what they tell of a test tone.
+/// Spectra of sounds.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
+
+struct fftw_plan_s;
 
 /// 10 log10 and 20 log10; minus infinity of 0.
 double PowerDecibels(double power);
 double AmplitudeDecibels(double amplitude);
 
-/// Plain powers of the transform's bins 0 to length / 2, of `samples` continued with zeros to `length`.
+/// A Fourier transform of real samples. The plan and the memory are kept for the next transform of the same length.
+class RealTransform {
+public:
+    explicit RealTransform(std::size_t length);
+
+    std::size_t Length() const { return in_.size(); }
+    std::size_t BinCount() const { return in_.size() / 2 + 1; }
+
+    /// The samples to transform. Run keeps them.
+    std::span<double> Input() { return in_; }
+    void Run();
+
+    /// The squared magnitude of a bin, from 0 Hz to half the rate.
+    double Power(std::size_t bin) const
+    {
+        return out_[2 * bin] * out_[2 * bin] + out_[2 * bin + 1] * out_[2 * bin + 1];
+    }
+
+private:
+    struct DestroyPlan {
+        void operator()(fftw_plan_s* plan) const;
+    };
+
+    std::vector<double> in_;
+    std::vector<double> out_;
+    std::unique_ptr<fftw_plan_s, DestroyPlan> plan_;
+};
+
+/// The squared magnitudes of bins 0 to length / 2 of `samples`, padded with zeros to `length`.
 std::vector<double> TransformPowers(std::span<const double> samples, std::size_t length);
 
-/// The spectrum of a sound that is given piece by piece: the mean over segments that overlap by half, each under a
-/// 7-term Blackman-Harris window, whose side lobes lie 180 dB down.
+/// The mean power spectrum of a sound that arrives in blocks. Segments overlap by 7/8 under a window whose squares
+/// add up to a constant at that overlap: between the first and the last 7/8 of a segment each frame has equal weight.
+/// The side lobes of the window are 180 dB below the main lobe.
 class Spectrum {
 public:
-    /// length  frames of a segment, even
+    /// length  frames of a segment, a multiple of 8
     explicit Spectrum(std::size_t length);
 
     void Add(std::span<const double> samples);
 
-    /// Segments so far. Without any, all powers are 0.
-    std::size_t Segments() const { return segments_; }
+    /// Adds a segment that ends with the last frame, so that the end of the sound is not left out. A sound shorter
+    /// than a segment is padded with zeros.
+    void Finish();
+
+    /// Whether at least one segment is complete. Without one, all powers are 0.
+    bool HasSegment() const { return weight_ > 0; }
     std::size_t Length() const { return window_.size(); }
 
-    /// The mean square of the sound in each bin, from 0 hertz to half the rate. They add up to the sound's mean square.
+    /// The mean square of the sound in each bin, from 0 Hz to half the rate. The sum is the mean square of the sound.
     std::vector<double> Powers() const;
 
-    /// What turns a bin's power into that of a tone in the middle of the bin.
+    /// The factor from the power of a bin to that of a tone at the center of the bin.
     double ToneGain() const;
 
 private:
-    void Transform();
+    std::size_t Hop() const { return Length() / 8; }
+    void AddSegment(double weight);
 
     std::vector<double> window_;
-    std::vector<double> pending_;
+    std::vector<double> recent_; ///< frames, at most a segment
     std::vector<double> sums_;
-    std::size_t segments_ = 0;
+    RealTransform transform_;
+    std::size_t newFrames_ = 0; ///< since the last segment
+    double weight_ = 0;
     double windowPower_ = 0;
     double windowSum_ = 0;
 };
 
-/// A tone with what else there is, powers in mean squares.
+/// A tone and the other components of a spectrum; powers are mean squares.
 struct Tone {
-    double bin;   ///< where it stands, in bins of the spectrum and parts of a bin
+    double bin;   ///< frequency in bins, with a fraction
     double power; ///< of the tone itself
-    double rest;  ///< everything else but the part at 0 hertz
-    double noise; ///< what of the rest does not stand at the 2nd to the 10th harmonic, mirrored ones included
+    double rest;  ///< all other components except those at 0 Hz
+    double noise; ///< the rest without the 2nd to the 10th harmonic, including aliased ones
 };
 
-/// The tone that holds at least half of the sound's power; nothing if there is none.
+/// Finds the tone that has at least half of the power of the sound. Empty if there is none.
 std::optional<Tone> FindTone(std::span<const double> powers);

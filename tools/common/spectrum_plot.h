@@ -4,8 +4,14 @@
 #include "tools/common/spectrum.h"
 #include "tools/common/svg_plot.h"
 
-/// A plot from 0 hertz to half the rate, for levels of tones from `lowest` to 0 decibels of full scale.
-SvgPlot SpectrumPlot(std::string_view title, double rate, double lowest);
+enum class FrequencyScale { Linear, Logarithmic };
 
-/// Adds the spectrum, in which a tone's peak has the tone's level, a full-scale sine being 0.
-void AddSpectrum(SvgPlot& plot, std::string_view name, const Spectrum& spectrum, double rate);
+/// The axis from 0 Hz, or from 20 Hz on a logarithmic scale, to half the rate: in kHz, or in Hz on a logarithmic scale.
+Axis FrequencyAxis(double rate, FrequencyScale scale);
+
+/// A plot of levels from `lowest` to 0 dBFS by frequency.
+SvgPlot SpectrumPlot(std::string_view title, double rate, double lowest, FrequencyScale scale = FrequencyScale::Linear);
+
+/// Adds a spectrum, in which the peak of a tone has the level of the tone; that of a full-scale sine is 0 dBFS.
+void AddSpectrum(SvgPlot& plot, std::string_view name, const Spectrum& spectrum, double rate,
+                 FrequencyScale scale = FrequencyScale::Linear);

@@ -15,9 +15,13 @@ constexpr double kLeft = 66;
 constexpr double kRight = 820;
 constexpr double kTop = 58;
 constexpr double kBottom = 376;
-constexpr double kColumn = 0.5; // the width that is told apart
+constexpr double kColumn = 0.5; // the smallest width that is visible
+constexpr double kLegendRow = 18;
+constexpr double kLegendTop = 34;
+constexpr double kCharacter = 7.2;
 
-constexpr const char* kColours[] = {"#1f5fa8", "#d1495b", "#2e8b57", "#8a5fb0"};
+constexpr const char* kColors[] = {"#1f5fa8", "#d1495b", "#2e8b57", "#8a5fb0",
+                                   "#c77c11", "#12838c", "#a0477e", "#5b6770"};
 constexpr const char* kShades[] = {"#e6eef7", "#cbdff1", "#a6cbe8", "#78b0dc", "#4d94cc",
                                    "#2f77b7", "#1b5b9c", "#0f427b", "#082c57", "#031a36"};
 constexpr double kShadeDecibels = 10;
@@ -51,66 +55,98 @@ std::string Escaped(std::string_view text)
     return result;
 }
 
-/// The multiples of the axis's step that lie on it.
-std::vector<double> Ticks(const Axis& axis)
+using Ticks = std::vector<std::pair<double, std::string>>;
+
+/// The multiples of the step of the axis that are on it.
+Ticks LinearTicks(const Axis& axis)
 {
-    std::vector<double> ticks;
+    Ticks ticks;
     const auto first = std::lround(std::ceil(axis.first / axis.step - 1e-9));
     const auto last = std::lround(std::floor(axis.last / axis.step + 1e-9));
     for (auto n = first; n <= last; ++n) {
-        ticks.push_back(static_cast<double>(n) * axis.step);
+        const double value = static_cast<double>(n) * axis.step;
+        ticks.emplace_back(value, Print("%.*f", axis.decimals, value));
     }
     return ticks;
 }
 
+Ticks LogarithmicTicks(const Axis& axis)
+{
+    Ticks ticks;
+    for (double decade = std::pow(10, std::floor(std::log10(axis.first))); decade <= axis.last; decade *= 10) {
+        for (const double factor : {1, 2, 5}) {
+            const double value = factor * decade;
+            if (value >= axis.first * (1 - 1e-9) && value <= axis.last * (1 + 1e-9)) {
+                ticks.emplace_back(value, Print("%g", value));
+            }
+        }
+    }
+    return ticks;
+}
+
+Ticks TicksOf(const Axis& axis)
+{
+    if (!axis.ticks.empty()) {
+        return axis.ticks;
+    }
+    return axis.logarithmic ? LogarithmicTicks(axis) : LinearTicks(axis);
+}
+
+/// The position of a value on an axis from 0 to 1.
+double Position(const Axis& axis, double value)
+{
+    if (axis.logarithmic) {
+        return std::log(std::max(value, 1e-300) / axis.first) / std::log(axis.last / axis.first);
+    }
+    return (value - axis.first) / (axis.last - axis.first);
+}
+
 } // namespace
 
-SvgPlot::SvgPlot(std::string_view title, const Axis& x, const Axis& y) : x_(x), y_(y)
+Axis LinearAxis(double first, double last, std::string label)
 {
-    head_ = Print("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %g %g\" width=\"%g\" height=\"%g\" "
-                  "font-family=\"sans-serif\" font-size=\"12\">\n<rect width=\"100%%\" height=\"100%%\" "
-                  "fill=\"#fff\"/>\n",
-                  kWidth, kHeight, kWidth, kHeight);
-    head_ += Print("<text x=\"%g\" y=\"22\" font-size=\"15\">", kLeft) + Escaped(title) + "</text>\n";
-    std::string grid = "<path stroke=\"#ddd\" d=\"";
-    std::string numbers;
-    for (const double tick : Ticks(x)) {
-        grid += Print("M%.1f %gV%g", X(tick), kTop, kBottom);
-        numbers += Print("<text x=\"%.1f\" y=\"%g\" text-anchor=\"middle\">%.*f</text>\n", X(tick), kBottom + 17,
-                         x.decimals, tick);
+    const double length = last - first;
+    double step = std::pow(10, std::floor(std::log10(length / 4)));
+    for (const double factor : {5, 2}) {
+        if (length / (factor * step) >= 4) {
+            step *= factor;
+            break;
+        }
     }
-    for (const double tick : Ticks(y)) {
-        grid += Print("M%g %.1fH%g", kLeft, Y(tick), kRight);
-        numbers += Print("<text x=\"%g\" y=\"%.1f\" text-anchor=\"end\">%.*f</text>\n", kLeft - 7, Y(tick) + 4,
-                         y.decimals, tick);
-    }
-    head_ += grid + "\"/>\n" + numbers;
-    head_ += Print("<text x=\"%g\" y=\"%g\" text-anchor=\"middle\">", (kLeft + kRight) / 2, kBottom + 40) +
-             Escaped(x.label) + "</text>\n";
-    head_ += Print("<text transform=\"translate(18 %g) rotate(-90)\" text-anchor=\"middle\">", (kTop + kBottom) / 2) +
-             Escaped(y.label) + "</text>\n";
+    return {.first = first,
+            .last = last,
+            .step = step,
+            .label = std::move(label),
+            .decimals = std::max(0, -static_cast<int>(std::floor(std::log10(step) + 1e-9)))};
 }
+
+SvgPlot::SvgPlot(std::string_view title, const Axis& x, const Axis& y) : title_(title), x_(x), y_(y) {}
 
 double SvgPlot::X(double value) const
 {
-    return kLeft + (kRight - kLeft) * (std::clamp(value, x_.first, x_.last) - x_.first) / (x_.last - x_.first);
+    return kLeft + (kRight - kLeft) * std::clamp(Position(x_, value), 0.0, 1.0);
 }
 
 double SvgPlot::Y(double value) const
 {
-    const double y = kBottom - (kBottom - kTop) * (value - y_.first) / (y_.last - y_.first);
-    return std::clamp(y, 0.0, kHeight); // what is outside the plot is clipped
+    const double y = kBottom - (kBottom - kTop) * Position(y_, value);
+    return std::clamp(y, 0.0, kHeight); // the clip path hides what is outside the plot
+}
+
+std::string SvgPlot::Color(std::size_t index) const
+{
+    if (index < std::size(kColors)) {
+        return kColors[index];
+    }
+    // Hues a golden angle apart are as different as possible, for any number of them.
+    return Print("hsl(%d 60%% 42%%)", static_cast<int>(std::fmod(137.508 * static_cast<double>(index), 360)));
 }
 
 void SvgPlot::AddCurve(std::string_view name, std::span<const Point> points)
 {
-    const char* colour = kColours[curveCount_ % std::size(kColours)];
-    const double place = kLeft + 190 * static_cast<double>(curveCount_);
-    ++curveCount_;
-    legend_ += Print("<path stroke=\"%s\" stroke-width=\"3\" d=\"M%g 42h18\"/><text x=\"%g\" y=\"46\">", colour, place,
-                     place + 24) +
-               Escaped(name) + "</text>\n";
-    curves_ += Print("<path stroke=\"%s\" fill=\"none\" stroke-width=\"1.2\" stroke-linejoin=\"round\" d=\"", colour);
+    curves_ += Print("<path stroke=\"%s\" fill=\"none\" stroke-width=\"1.2\" stroke-linejoin=\"round\" d=\"",
+                     Color(names_.size()).c_str());
+    names_.emplace_back(name);
     char move = 'M';
     for (std::size_t i = 0; i < points.size();) {
         const double column = std::floor(X(points[i].x) / kColumn);
@@ -122,6 +158,24 @@ void SvgPlot::AddCurve(std::string_view name, std::span<const Point> points)
         move = 'L';
     }
     curves_ += "\"/>\n";
+}
+
+void SvgPlot::AddBands(std::string_view name, std::span<const Band> bands)
+{
+    const std::string color = Color(names_.size());
+    names_.emplace_back(name);
+    // The outline gives a band without height the thickness of a line.
+    curves_ += Print("<path fill=\"%s\" stroke=\"%s\" stroke-width=\"0.7\" stroke-linejoin=\"round\" d=\"",
+                     color.c_str(), color.c_str());
+    char move = 'M';
+    for (const Band& band : bands) {
+        curves_ += Print("%c%.1f %.1f", move, X(band.x), Y(band.high));
+        move = 'L';
+    }
+    for (std::size_t i = bands.size(); i-- > 0;) {
+        curves_ += Print("L%.1f %.1f", X(bands[i].x), Y(bands[i].low));
+    }
+    curves_ += bands.empty() ? "\"/>\n" : "z\"/>\n";
 }
 
 void SvgPlot::AddMap(std::span<const double> levels, std::size_t columns)
@@ -137,39 +191,92 @@ void SvgPlot::AddMap(std::span<const double> levels, std::size_t columns)
     for (std::size_t row = 0; row < rows; ++row) {
         const auto line = levels.subspan(row * columns, columns);
         for (std::size_t first = 0; first < columns;) {
-            const int of = shade(line[first]);
+            const int darkness = shade(line[first]);
             std::size_t end = first + 1;
-            while (end < columns && shade(line[end]) == of) {
+            while (end < columns && shade(line[end]) == darkness) {
                 ++end;
             }
-            if (of >= 0) {
-                paths[static_cast<std::size_t>(of)] += Print("M%zu %zuh%zu", first, row, end - first);
+            if (darkness >= 0) {
+                paths[static_cast<std::size_t>(darkness)] += Print("M%zu %zuh%zu", first, row, end - first);
             }
             first = end;
         }
     }
     map_ += Print("<g transform=\"translate(%g %g) scale(%.5f %.5f) translate(0 .5)\" stroke-width=\"1.05\">\n", kLeft,
                   kBottom, width, -height);
-    for (std::size_t of = 0; of < paths.size(); ++of) {
-        map_ += Print("<path stroke=\"%s\" d=\"", kShades[of]) + paths[of] + "\"/>\n";
-        const double level = kShadeDecibels * (static_cast<double>(of) - static_cast<double>(std::size(kShades)));
-        const double place = kLeft + 70 * static_cast<double>(of);
-        legend_ += Print("<rect x=\"%g\" y=\"34\" width=\"16\" height=\"14\" fill=\"%s\"/><text x=\"%g\" y=\"46\">"
-                         "&gt; %.0f</text>\n",
-                         place, kShades[of], place + 20, level);
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        map_ += Print("<path stroke=\"%s\" d=\"", kShades[i]) + paths[i] + "\"/>\n";
+        const double level = kShadeDecibels * (static_cast<double>(i) - static_cast<double>(std::size(kShades)));
+        const double x = kLeft + 70 * static_cast<double>(i);
+        mapLegend_ += Print("<rect x=\"%g\" y=\"34\" width=\"16\" height=\"14\" fill=\"%s\"/><text x=\"%g\" y=\"46\">"
+                            "&gt; %.0f</text>\n",
+                            x, kShades[i], x + 20, level);
     }
     map_ += "</g>\n";
 }
 
+std::string SvgPlot::Grid() const
+{
+    std::string grid = "<path stroke=\"#ddd\" d=\"";
+    std::string numbers;
+    for (const auto& [value, text] : TicksOf(x_)) {
+        grid += Print("M%.1f %gV%g", X(value), kTop, kBottom);
+        numbers += Print("<text x=\"%.1f\" y=\"%g\" text-anchor=\"middle\">%s</text>\n", X(value), kBottom + 17,
+                         Escaped(text).c_str());
+    }
+    for (const auto& [value, text] : TicksOf(y_)) {
+        grid += Print("M%g %.1fH%g", kLeft, Y(value), kRight);
+        numbers += Print("<text x=\"%g\" y=\"%.1f\" text-anchor=\"end\">%s</text>\n", kLeft - 7, Y(value) + 4,
+                         Escaped(text).c_str());
+    }
+    return grid + "\"/>\n" + numbers +
+           Print("<text x=\"%g\" y=\"%g\" text-anchor=\"middle\">", (kLeft + kRight) / 2, kBottom + 40) +
+           Escaped(x_.label) + "</text>\n" +
+           Print("<text transform=\"translate(18 %g) rotate(-90)\" text-anchor=\"middle\">", (kTop + kBottom) / 2) +
+           Escaped(y_.label) + "</text>\n";
+}
+
+/// The names of the curves in rows above the plot. `height` becomes that of the rows after the first.
+std::string SvgPlot::Legend(double& height) const
+{
+    height = 0;
+    if (names_.empty()) {
+        return mapLegend_;
+    }
+    const std::size_t longest =
+        std::ranges::max_element(names_, {}, [](const std::string& name) { return name.size(); })->size();
+    const double width = std::min(kRight - kLeft, 40 + kCharacter * static_cast<double>(longest));
+    const auto perRow = static_cast<std::size_t>((kRight - kLeft) / width);
+    height = kLegendRow * static_cast<double>((names_.size() - 1) / perRow);
+    std::string legend;
+    for (std::size_t i = 0; i < names_.size(); ++i) {
+        const double x = kLeft + width * static_cast<double>(i % perRow);
+        const double y = kLegendTop + 8 + kLegendRow * static_cast<double>(i / perRow) - height;
+        legend += Print("<path stroke=\"%s\" stroke-width=\"3\" d=\"M%g %gh18\"/><text x=\"%g\" y=\"%g\">",
+                        Color(i).c_str(), x, y, x + 24, y + 4) +
+                  Escaped(names_[i]) + "</text>\n";
+    }
+    return legend;
+}
+
 std::string SvgPlot::Text() const
 {
-    return head_ + map_ +
+    double above = 0; // the height that further rows of the legend need
+    const std::string legend = Legend(above);
+    const double top = 0.0 - above;
+    const double height = kHeight + above;
+    return Print("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 %g %g %g\" width=\"%g\" height=\"%g\" "
+                 "font-family=\"sans-serif\" font-size=\"12\">\n<rect y=\"%g\" width=\"%g\" height=\"%g\" "
+                 "fill=\"#fff\"/>\n",
+                 top, kWidth, height, kWidth, height, top, kWidth, height) +
+           Print("<text x=\"%g\" y=\"%g\" font-size=\"15\">", kLeft, top + 22) + Escaped(title_) + "</text>\n" +
+           Grid() + map_ +
            Print("<clipPath id=\"plot\"><path d=\"M%g %gH%gV%gH%gz\"/></clipPath>\n<g clip-path=\"url(#plot)\">\n",
                  kLeft, kTop, kRight, kBottom, kLeft) +
            curves_ + "</g>\n" +
            Print("<rect x=\"%g\" y=\"%g\" width=\"%g\" height=\"%g\" fill=\"none\" stroke=\"#555\"/>\n", kLeft, kTop,
                  kRight - kLeft, kBottom - kTop) +
-           legend_ + "</svg>\n";
+           legend + "</svg>\n";
 }
 
 void WriteText(const std::filesystem::path& path, const std::string& text)

@@ -99,6 +99,9 @@ struct AnalyzeOptions {
     std::filesystem::path in;
     std::filesystem::path reference;
     std::filesystem::path plot;
+    std::filesystem::path spectrogram;
+    std::filesystem::path waveform;
+    std::string axis = "linear"; ///< of frequencies in pictures, or "log"
     bool json = false;
 };
 

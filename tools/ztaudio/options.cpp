@@ -156,15 +156,19 @@ Parser::Parser()
         "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
         "  ztaudio resample disc.flac video.wav --rate 48000",
         &Parser::DefineResample);
-    Add("analyze", "Measure a sound file: level, peak, and the quality of a test tone",
-        "The level is that of the mean square; 0 dBFS is the square of full scale, and a full-scale sine has -3.01.\n"
-        "A tone is reported if it holds most of the sound. Its own level is 0 dBFS for a full-scale sine. Signal to\n"
-        "noise excludes its harmonics up to the tenth; THD+N does not. Neither includes what is at 0 Hz.\n"
+    Add("analyze", "Measure a sound file: level, peaks, loudness, and the quality of a test tone",
+        "All sample frames count. The level is that of the mean square; 0 dBFS is the square of full scale, and a\n"
+        "full-scale sine has -3.01. The true peak is that of the signal at 16 times the rate. Loudness is that of EBU\n"
+        "R128. A tone is the sine that fits best, if one component dominates; its own level is 0 dBFS for a\n"
+        "full-scale sine. It is not steady if it explains less than half of the sound. THD+N is the residual of the\n"
+        "fit; signal to noise excludes harmonics up to the tenth. Neither includes the DC offset, and neither is\n"
+        "better than the quantization noise of the sample format, the limit of the measurement.\n"
         "\n"
         "Examples:\n"
         "  ztaudio analyze tone.wav\n"
         "  ztaudio analyze copy.wav --reference original.wav\n"
-        "  ztaudio analyze tone.wav --plot tone.svg --json",
+        "  ztaudio analyze tone.wav --plot tone.svg --axis log --json\n"
+        "  ztaudio analyze song.flac --spectrogram song.svg --waveform wave.svg",
         &Parser::DefineAnalyze);
     AddAlias("analyse", &Parser::DefineAnalyze);
     static constexpr const char* kRegistry =
@@ -393,7 +397,13 @@ void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)
     command.add_option("IN", options.in, "file to measure")->required();
     command.add_option("--reference", options.reference, "also print the level of the difference to FILE")
         ->type_name("FILE");
-    command.add_option("--plot", options.plot, "draw the spectrum into this SVG file");
+    command.add_option("--plot", options.plot, "draw the spectrum into this SVG file")->type_name("FILE");
+    command.add_option("--spectrogram", options.spectrogram, "draw the spectrum by time into this SVG file")
+        ->type_name("FILE");
+    command.add_option("--waveform", options.waveform, "draw the waveform into this SVG file")->type_name("FILE");
+    command.add_option("--axis", options.axis, "frequency axis of the pictures")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"linear", "log"}));
     command.add_flag("--json", options.json, "print JSON");
 }
 

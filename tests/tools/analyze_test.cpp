@@ -282,6 +282,17 @@ TEST_F(Analyze, DrawsTheSpectrogramAndTheWaveform)
     expectTexts("spectrum.svg", {"frequency in Hz", "20", "50", "20000", "level in dBFS"});
 }
 
+TEST_F(Analyze, MeasuresStandardInput)
+{
+    const std::string in = Write("in.wav", Tone(997, -1, 70000));
+    RunOptions options;
+    options.program = "/bin/sh";
+    const auto run = RunTool({"-c", "cat '" + in + "' | '" ZTA_TOOL_PATH "' analyze -"}, options);
+    EXPECT_EQ(run.exitCode, 0) << run.errors;
+    const std::string report = RunTool({"analyze", in}).output;
+    EXPECT_EQ(run.output, "-" + report.substr(in.size()));
+}
+
 TEST_F(Analyze, NamesEachOfManyChannelsInTheLegend)
 {
     std::vector<Sound> sounds;

@@ -51,11 +51,14 @@ private:
 
 void RunAnalysis(const AnalyzeOptions& options, const Context& context)
 {
-    FileInput in(options.in);
+    FileInput in(options.in, options.input);
     std::optional<FileInput> reference;
     std::optional<DifferenceMeter> differences;
     if (!options.reference.empty()) {
-        reference.emplace(options.reference);
+        if (options.reference == "-") {
+            throw UsageFailure("--reference needs a file");
+        }
+        reference.emplace(options.reference, InputOptions{});
         RequireLike(in.File(), reference->File());
         differences.emplace(*reference);
     }

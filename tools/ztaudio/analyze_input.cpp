@@ -24,10 +24,11 @@ void Scale(const std::byte* samples, double step, std::span<double> values)
 
 } // namespace
 
-FileInput::FileInput(const std::filesystem::path& path) : file_(std::make_unique<SoundFileReader>(path))
+FileInput::FileInput(const std::filesystem::path& path, const InputOptions& options)
+    : path_(path), options_(options), file_(std::make_unique<SoundFileReader>(path, options))
 {
     file_->RequireWhole();
-    if (file_->IsStream()) {
+    if (path == "-") {
         copy_.reset(std::tmpfile());
         if (!copy_) {
             throw Failure(std::string("cannot create a temporary file: ") + std::strerror(errno));
@@ -97,7 +98,7 @@ void FileInput::Rewind()
         }
         hasCopy_ = true;
     } else {
-        file_ = std::make_unique<SoundFileReader>(std::filesystem::path(file_->Path()));
+        file_ = std::make_unique<SoundFileReader>(path_, options_);
     }
     atStart_ = true;
 }

@@ -9,11 +9,11 @@
 #include <memory>
 #include <vector>
 
-/// The frames of a stream are kept in a temporary file, for the readings after the first.
+/// The frames of standard input are kept in a temporary file, for the readings after the first.
 class FileInput : public AnalysisInput {
 public:
     /// Throws Failure if the file cannot be read as a sound, or is shorter than its header says.
-    explicit FileInput(const std::filesystem::path& path);
+    FileInput(const std::filesystem::path& path, const InputOptions& options);
 
     const SoundFileReader& File() const { return *file_; }
 
@@ -30,8 +30,10 @@ private:
 
     std::size_t ReadSamples(std::size_t frames);
 
+    std::filesystem::path path_;
+    InputOptions options_;
     std::unique_ptr<SoundFileReader> file_;
-    std::unique_ptr<std::FILE, CloseFile> copy_; ///< of the samples of a stream
+    std::unique_ptr<std::FILE, CloseFile> copy_; ///< of the samples of standard input
     bool hasCopy_ = false;                       ///< whether the copy is complete
     std::vector<std::byte> samples_;
     bool atStart_ = true;

@@ -94,7 +94,8 @@ AnalysisPlots::AnalysisPlots(const AnalyzeOptions& options, std::size_t channels
     data_->rate = rate;
     for (std::size_t c = 0; c < channels; ++c) {
         if (!options.plot.empty()) {
-            data_->spectra.emplace_back(SegmentFor(frames, kShortestSpectrumSegment, kSpectrumSegment));
+            data_->spectra.emplace_back(
+                SegmentFor(frames / 8 + (frames != 0 ? 1 : 0), kShortestSpectrumSegment, kSpectrumSegment));
         }
         if (!options.spectrogram.empty()) {
             data_->spectrograms.emplace_back(

@@ -96,6 +96,7 @@ struct ResampleOptions {
 };
 
 struct AnalyzeOptions {
+    InputOptions input;
     std::filesystem::path in;
     std::filesystem::path reference;
     std::filesystem::path plot;

@@ -44,6 +44,7 @@ private:
     void AddGuard(CLI::App& command, bool& guard);
     void AddFiles(CLI::App& command, FileOptions& files);
     void AddPipes(CLI::App& command, FileOptions& files);
+    void AddInputFormat(CLI::App& command, InputOptions& input);
 
     void DefineInfo(CLI::App& command, InfoOptions& options);
     void DefineConvert(CLI::App& command, ConvertOptions& options);
@@ -270,21 +271,26 @@ void Parser::AddFiles(CLI::App& command, FileOptions& files)
 void Parser::AddPipes(CLI::App& command, FileOptions& files)
 {
     AddFiles(command, files);
-    command.add_option("--input-format", files.input.format, "wav, flac, au or raw (default: recognized)")
-        ->type_name("NAME")
-        ->check(CLI::IsMember({"wav", "flac", "au", "raw"}).description(""));
-    command.add_option("--raw", files.input.raw, "the input is raw: 16, 24in32, 24in24 or float; little-endian")
-        ->type_name("FORMAT,RATE,CHANNELS")
-        ->check([](const std::string& text) -> std::string {
-            return IsRawFormat(text) ? ""
-                                     : text + " describes no raw samples: 16, 24in32, 24in24 or float,RATE,CHANNELS";
-        });
+    AddInputFormat(command, files.input);
     command
         .add_option("--output-format", files.output.format,
                     "container of the output: wav, flac, au, raw ... (default: that of the extension, or wav)")
         ->type_name("NAME")
         ->check([](const std::string& name) -> std::string {
             return IsOutputFormat(name) ? "" : name + " is no container: use the name of an extension";
+        });
+}
+
+void Parser::AddInputFormat(CLI::App& command, InputOptions& input)
+{
+    command.add_option("--input-format", input.format, "wav, flac, au or raw (default: recognized)")
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"wav", "flac", "au", "raw"}).description(""));
+    command.add_option("--raw", input.raw, "the input is raw: 16, 24in32, 24in24 or float; little-endian")
+        ->type_name("FORMAT,RATE,CHANNELS")
+        ->check([](const std::string& text) -> std::string {
+            return IsRawFormat(text) ? ""
+                                     : text + " describes no raw samples: 16, 24in32, 24in24 or float,RATE,CHANNELS";
         });
 }
 
@@ -394,7 +400,9 @@ void Parser::DefineResample(CLI::App& command, ResampleOptions& options)
 
 void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)
 {
-    command.add_option("IN", options.in, "file to measure")->required();
+    command.add_option("IN", options.in, "file to measure, or - for standard input")->required();
+    AddInputFormat(command, options.input);
+    command.add_flag("--salvage", options.input.salvage, "read a truncated file as far as possible");
     command.add_option("--reference", options.reference, "also print the level of the difference to FILE")
         ->type_name("FILE");
     command.add_option("--plot", options.plot, "draw the spectrum into this SVG file")->type_name("FILE");

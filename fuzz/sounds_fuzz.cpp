@@ -5,6 +5,7 @@
 #include "testing/temp_directory.h"
 #include "tools/common/failure.h"
 #include "tools/ztaudio/block_reader.h"
+#include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/truncation_check.h"
 
 namespace {

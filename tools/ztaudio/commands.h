@@ -24,6 +24,7 @@ struct VersionOptions {};
 
 struct InfoOptions {
     std::vector<std::filesystem::path> files; ///< empty to show the module instead
+    bool json = false;
 };
 
 struct ConvertOptions {
@@ -39,6 +40,7 @@ struct ConvertOptions {
     std::vector<std::string> gains; ///< for floats, before the conversion
     OverloadPolicy overload = OverloadPolicy::Clip;
     bool guard = false;
+    bool json = false;
 };
 
 struct TrimOptions {
@@ -65,6 +67,7 @@ struct VolumeOptions {
     std::string format; ///< empty for 24in32
     OverloadPolicy overload = OverloadPolicy::Clip;
     bool guard = false;
+    bool json = false;
 };
 
 struct MuxOptions {
@@ -93,6 +96,7 @@ struct ResampleOptions {
     std::int64_t block = 4096; ///< sample frames
     OverloadPolicy overload = OverloadPolicy::Clip;
     bool guard = false;
+    bool json = false;
 };
 
 struct AnalyzeOptions {

@@ -1,4 +1,4 @@
-/// What all commands share: the global options.
+/// The global options.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 inline constexpr int kExitFailure = 1;
 inline constexpr int kExitUsage = 2;
 
-/// One line on standard error, whatever the text holds.
+/// Prints one line on standard error; line breaks in the text become blanks.
 void PrintError(std::string_view text);
 
 struct Context {
@@ -15,6 +15,6 @@ struct Context {
     std::string module;      ///< path of the module, empty to search for it
     std::string loopVariant; ///< variant of the sample loops, empty to let the module choose
 
-    /// Tells the user something that does not end the command.
+    /// Prints a note, unless the user wants errors only.
     void Note(std::string_view text) const;
 };

@@ -8,6 +8,7 @@
 #include "tools/ztaudio/guard.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/resampled_source.h"
+#include "tools/ztaudio/run_report.h"
 #include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
@@ -41,6 +42,7 @@ SampleFormat OutputFormat(const ConvertOptions& options, const SoundFileReader& 
 
 void Convert(const ConvertOptions& options, const Context& context)
 {
+    RequireOutputForReport(options.json, options.out);
     if (options.guard) {
         RequireFileForGuard(options.in);
     }
@@ -61,6 +63,8 @@ void Convert(const ConvertOptions& options, const Context& context)
     const bool becomesInteger = isFloat && (resamples || to != SampleFormat::Float32);
     const double factor = options.guard && becomesInteger ? GuardFactor(options, in) : 1.0;
 
+    RunReport report(options.json);
+    report.SetGuard(factor);
     OverloadCounter overloads(in.Path().string(), options.overload);
     EngineSession engine(context);
     const auto gain = MakeGain(in, options, factor);
@@ -85,13 +89,16 @@ void Convert(const ConvertOptions& options, const Context& context)
     Progress progress(context, options.out.filename().string(), source.Frames(), rate);
     for (Block block; blocks.Next(block);) {
         CheckInterruption();
-        out.Write(conversion.Run(block), block.frames);
+        const std::byte* const samples = conversion.Run(block);
+        report.Measure(samples, static_cast<std::size_t>(block.frames) * in.Channels(), to);
+        out.Write(samples, block.frames);
         progress.Advance(block.frames);
     }
     CheckInterruption();
     out.Commit();
     progress.Finish();
     overloads.Report();
+    report.Print(in.Path().string(), in, options.out.string(), to, rate, overloads);
 }
 
 } // namespace

@@ -180,7 +180,7 @@ void EngineSession::Run(Buffers inputs, Buffers outputs, std::size_t frames, Ope
     }
     Announced(inputs, outputs, operation);
     for (const host::AudioBuffer* output : outputs) {
-        if (output->ErrorCode() < 0) { // all that tells of a failed duplicate
+        if (output->ErrorCode() < 0) { // the only report of a failed duplicate
             Refuse(output->ErrorCode(), inputs, outputs);
         }
         if (FramesOf(*output) != frames) {

@@ -9,22 +9,22 @@
 #include <filesystem>
 #include <span>
 
-/// The module's file: the one that the user named, else the first that lies beside the tool or where a build or an
-/// installation puts it. Throws Failure when there is none.
+/// Returns the path of the module: the one that the user named, else the first one next to the tool or where a build or
+/// an installation puts it. Throws Failure if there is none.
 std::filesystem::path FindModule(const Context& context);
 
-/// Has the module run the sample loops that the user named, if any. Throws Failure when it does not.
+/// Selects the variant of the sample loops that the user named, if any. Throws Failure if it is not available.
 void SelectLoops(const zta::host::Module& module, const Context& context);
 
 using Buffers = std::span<zta::host::AudioBuffer* const>;
 using Volumes = std::span<SZtAudioMonoVolumeInfo>;
 
-/// Sample frames that are valid in the buffer.
+/// Returns the valid length of the buffer in sample frames.
 std::size_t FramesOf(const zta::host::AudioBuffer& buffer);
 
-/// One engine on the reference host: its operations with their announcements. Most of them want the lengths of the
-/// outputs beforehand; here they become as long as the first input, in sample frames. Each throws Failure, with the
-/// engine's text, when the engine refuses.
+/// One engine on the reference host: its operations with their announcements. Most of them require the valid lengths of
+/// the outputs before the call; here these are set to that of the first input, in sample frames. Each throws Failure,
+/// with the engine's text, if the engine reports an error.
 class EngineSession {
 public:
     explicit EngineSession(const Context& context);
@@ -40,15 +40,15 @@ public:
     void MuxToMono(zta::host::AudioBuffer& mux, Buffers mono, Volumes volumes);
     void MuxToStereo(zta::host::AudioBuffer& mux, Buffers stereo, Volumes volumes);
 
-    /// DuplicateAudioSamples: `frames` sample frames, from the source's frame `first` on, become all that the
-    /// destination holds.
+    /// DuplicateAudioSamples: `frames` sample frames, from the source's frame `first` on, become the content of the
+    /// destination.
     void Extract(zta::host::AudioBuffer& source, std::size_t first, std::size_t frames,
                  zta::host::AudioBuffer& destination);
 
     /// The state of a stream from buffers like the input to buffers like the output.
     zta::host::Ref<IUnknown> CreateResampler(zta::host::AudioBuffer& input, zta::host::AudioBuffer& output);
 
-    /// Resamples the next buffer of a stream; `first` begins the stream. The output becomes as long as what comes out.
+    /// Resamples the next buffer of a stream; `first` begins the stream. Sets the valid length of the output.
     void Resample(zta::host::AudioBuffer& input, zta::host::AudioBuffer& output, bool first, IUnknown& resampler);
 
     /// Throws Failure with the engine's text for the status.

@@ -5,6 +5,7 @@
 #include "tools/ztaudio/engine_session.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/run_report.h"
 #include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/truncation_check.h"
 
@@ -78,6 +79,28 @@ void Show(const std::filesystem::path& path)
     }
 }
 
+void ShowJson(const std::filesystem::path& path)
+{
+    const SoundFileReader sound(path);
+    std::string tags;
+    for (const Tag& tag : sound.Tags()) {
+        tags += (tags.empty() ? "" : ", ") + JsonString(std::string(tag.name)) + ": " + JsonString(tag.text);
+    }
+    std::string commands = JsonString(CommandsFor(sound));
+    for (std::size_t at = commands.find(", "); at != std::string::npos; at = commands.find(", ", at + 4)) {
+        commands.replace(at, 2, "\", \"");
+    }
+    const std::string frames = sound.IsStream() ? "null" : std::to_string(sound.Frames());
+    std::printf("{\"file\": %s, \"container\": %s, \"samples\": %s,\n"
+                " \"channels\": %u, \"rate\": %u, \"frames\": %s, \"format\": \"%s\",\n"
+                " \"missing_bytes\": %llu, \"commands\": [%s], \"tags\": {%s}}",
+                JsonString(path.string()).c_str(),
+                JsonString(NameOfFormat(sound.Format() & SF_FORMAT_TYPEMASK)).c_str(),
+                JsonString(NameOfFormat(sound.Format() & SF_FORMAT_SUBMASK)).c_str(), sound.Channels(), sound.Rate(),
+                frames.c_str(), std::string(NameOf(sound.Word())).c_str(),
+                static_cast<unsigned long long>(MissingBytes(path)), commands.c_str(), tags.c_str());
+}
+
 void ShowModule(const Context& context)
 {
     const std::string path = FindModule(context).string();
@@ -88,18 +111,29 @@ void ShowModule(const Context& context)
     Line("loops", variant == "plain" ? "scalar" : variant); // "plain" is the former name of the scalar variant
 }
 
-int ShowFiles(const std::vector<std::filesystem::path>& files)
+int ShowFiles(const InfoOptions& options)
 {
-    bool failed = false;
-    for (const auto& file : files) {
+    bool hasFailed = false;
+    const char* separator = "[";
+    for (const auto& file : options.files) {
         try {
-            Show(file);
+            if (options.json) {
+                const SoundFileReader readable(file); // fails before anything is printed
+                std::fputs(separator, stdout);
+                separator = ",\n";
+                ShowJson(file);
+            } else {
+                Show(file);
+            }
         } catch (const Failure& failure) {
             PrintError(failure.what());
-            failed = true;
+            hasFailed = true;
         }
     }
-    return failed ? kExitFailure : 0;
+    if (options.json) {
+        std::puts(*separator == '[' ? "[]" : "]");
+    }
+    return hasFailed ? kExitFailure : 0;
 }
 
 } // namespace
@@ -107,7 +141,7 @@ int ShowFiles(const std::vector<std::filesystem::path>& files)
 int RunCommand(const InfoOptions& options, const Context& context)
 {
     if (!options.files.empty()) {
-        return ShowFiles(options.files);
+        return ShowFiles(options);
     }
     ShowModule(context);
     return 0;

@@ -43,6 +43,7 @@ private:
     void AddOverload(CLI::App& command, OverloadPolicy& overload);
     void AddGuard(CLI::App& command, bool& guard);
     void AddFiles(CLI::App& command, FileOptions& files);
+    void AddJson(CLI::App& command, bool& json);
     void AddPipes(CLI::App& command, FileOptions& files);
     void AddInputFormat(CLI::App& command, InputOptions& input);
 
@@ -262,6 +263,11 @@ void Parser::AddGuard(CLI::App& command, bool& guard)
     command.add_flag("--guard", guard, "lower the level so that no sample passes full scale; reads the input twice");
 }
 
+void Parser::AddJson(CLI::App& command, bool& json)
+{
+    command.add_flag("--json", json, "print JSON");
+}
+
 void Parser::AddFiles(CLI::App& command, FileOptions& files)
 {
     command.add_flag("--no-clobber", files.output.noClobber, "do not replace an existing file");
@@ -297,6 +303,7 @@ void Parser::AddInputFormat(CLI::App& command, InputOptions& input)
 void Parser::DefineInfo(CLI::App& command, InfoOptions& options)
 {
     command.add_option("FILE", options.files, "files to show; without any, the variant of the sample loops");
+    AddJson(command, options.json);
 }
 
 void Parser::DefineConvert(CLI::App& command, ConvertOptions& options)
@@ -315,6 +322,7 @@ void Parser::DefineConvert(CLI::App& command, ConvertOptions& options)
     AddOverload(command, options.overload);
     AddGuard(command, options.guard);
     AddPipes(command, options.files);
+    AddJson(command, options.json);
 }
 
 void Parser::DefineTrim(CLI::App& command, TrimOptions& options)
@@ -353,6 +361,7 @@ void Parser::DefineVolume(CLI::App& command, VolumeOptions& options)
     AddOverload(command, options.overload);
     AddGuard(command, options.guard);
     AddPipes(command, options.files);
+    AddJson(command, options.json);
 }
 
 void Parser::DefineMux(CLI::App& command, MuxOptions& options)
@@ -396,6 +405,7 @@ void Parser::DefineResample(CLI::App& command, ResampleOptions& options)
     AddOverload(command, options.overload);
     AddGuard(command, options.guard);
     AddPipes(command, options.files);
+    AddJson(command, options.json);
 }
 
 void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)
@@ -412,7 +422,7 @@ void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)
     command.add_option("--axis", options.axis, "frequency axis of the pictures")
         ->capture_default_str()
         ->check(CLI::IsMember({"linear", "log"}));
-    command.add_flag("--json", options.json, "print JSON");
+    AddJson(command, options.json);
 }
 
 void Parser::DefineRegister(CLI::App& command, RegisterOptions& options)

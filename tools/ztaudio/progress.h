@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-/// A length of time for people: 0:03, 12:34, 1:02:03.
+/// Returns a duration as text: 0:03, 12:34, 1:02:03.
 std::string TimeText(double seconds);
 
 /// A bar on standard error with the speed, in times real time, and the time left; a line of summary at the end.
@@ -22,7 +22,7 @@ public:
 
     void Advance(std::int64_t frames);
 
-    /// Turns the bar into the summary.
+    /// Replaces the bar by the summary.
     void Finish();
 
 private:

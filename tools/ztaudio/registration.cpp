@@ -60,7 +60,7 @@ void Record(const std::filesystem::path& folder, const Context& context, bool re
     } else {
         module.Unregister();
     }
-    // The module tells of a file that it could not write on standard output only, so the file is looked at.
+    // The module reports a file that it could not write on standard output only, so the file is read back.
     const auto file = folder / "CLSIDs";
     const std::string key = ClassKey();
     if (LineOf(file, key) != (registering ? key + modulePath : "")) {

@@ -12,5 +12,6 @@ int RunCommand(const ResampleOptions& options, const Context& context)
     convert.block = options.block;
     convert.overload = options.overload;
     convert.guard = options.guard;
+    convert.json = options.json;
     return RunCommand(convert, context);
 }

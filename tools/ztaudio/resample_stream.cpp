@@ -10,7 +10,7 @@ namespace host = zta::host;
 
 namespace {
 
-constexpr sf_count_t kSilenceFrames = 64; // more than an output waits for
+constexpr sf_count_t kSilenceFrames = 64; // more than the latency
 
 } // namespace
 
@@ -23,7 +23,8 @@ ResampleStream::ResampleStream(EngineSession& engine, std::uint32_t channels, st
                                sf_count_t maxFrames)
     : engine_(engine), from_(from), to_(to)
 {
-    // The engine wants room for the input's frames, also where fewer come out, and for one frame more than it computes.
+    // The engine requires the capacity of the input's frames, also if the output has fewer, and of one frame more than
+    // it computes.
     const auto inFrames = static_cast<std::size_t>(std::max(maxFrames, kSilenceFrames));
     const std::size_t outFrames = std::max(inFrames, inFrames * to / std::max(from, 1U) + 1);
     const SZtaWaveFormatInfo inFormat = host::Pcm16(channels, from);
@@ -52,7 +53,7 @@ bool ResampleStream::Tail(Result& result)
     std::memset(input_->Data(), 0, input_->Capacity());
     result = Run(static_cast<std::size_t>(kSilenceFrames));
     if (result.frames == 0) {
-        throw Failure("the engine does not give the tail of the sound");
+        throw Failure("the engine does not drain the resampler");
     }
     result.frames = std::min(result.frames, missing);
     written_ += result.frames;

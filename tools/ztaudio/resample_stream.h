@@ -1,14 +1,14 @@
-/// One stream of 16-bit sound through the engine's resampling operation, from its first sample to its tail.
+/// One stream of 16-bit sound through the engine's resampling operation, from its first sample to the drain.
 #pragma once
 
 #include "tools/ztaudio/engine_session.h"
 
 #include <sndfile.h>
 
-/// The sample frames that a sound of `frames` frames has at the other rate: as many as come nearest to its duration.
+/// Returns the sample frames that a sound of `frames` frames has at the other rate, rounded to the nearest duration.
 sf_count_t ResampledFrames(sf_count_t frames, std::uint32_t from, std::uint32_t to);
 
-/// The most frames that the engine takes in one buffer, whatever the direction and the channels.
+/// The most frames that the engine accepts in one buffer, for both directions and any number of channels.
 inline constexpr sf_count_t kMostResampledFrames = 88199;
 
 class ResampleStream {
@@ -18,15 +18,15 @@ public:
         sf_count_t frames;
     };
 
-    /// Throws Failure, with the engine's text, when there is no such stream.
+    /// Throws Failure, with the engine's text, if there is no such stream.
     ResampleStream(EngineSession& engine, std::uint32_t channels, std::uint32_t from, std::uint32_t to,
                    sf_count_t maxFrames);
 
-    /// Resamples the next `frames` frames, at least one. What comes out may be nothing: it lags behind.
+    /// Resamples the next `frames` frames, at least one. The result may be empty because of the latency.
     Result Next(const std::byte* words, sf_count_t frames);
 
-    /// When all sound has been given: feeds silence and gives what comes out of it, piece by piece, until the sound has
-    /// its exact length. False when it has.
+    /// Drains the stream after the last input: resamples silence, block by block, until the sound has its exact length.
+    /// Returns false when it has.
     bool Tail(Result& result);
 
 private:

@@ -1,4 +1,4 @@
-/// The sample words in which a file's samples meet the engine.
+/// The sample formats in which the engine processes the samples of files.
 #pragma once
 
 #include <zta/audio_records.h>
@@ -12,15 +12,15 @@
 
 enum class SampleFormat { Pcm16, Pcm24In32, Pcm24In24, Float32 };
 
-/// The name that `--format` takes.
+/// Returns the name that `--format` accepts.
 std::string_view NameOf(SampleFormat word);
 std::optional<SampleFormat> ParseSampleFormat(std::string_view name);
 std::vector<std::string> SampleFormatNames();
 
-/// The subtype of libsndfile that holds the word's samples in a file.
+/// Returns the subtype of libsndfile for such samples in a file.
 int FileSubtype(SampleFormat word);
 
-/// Bytes of one sample in the engine's buffers.
+/// Returns the bytes of one sample in the engine's buffers.
 std::size_t BytesOf(SampleFormat word);
 
 /// The label of the engine's buffers. The engine processes samples at 48 kHz; a file of another rate gets this label

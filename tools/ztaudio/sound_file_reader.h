@@ -45,7 +45,7 @@ public:
     const std::filesystem::path& Path() const { return path_; }
     std::uint32_t Channels() const override { return static_cast<std::uint32_t>(info_.channels); }
     std::uint32_t Rate() const override { return static_cast<std::uint32_t>(info_.samplerate); }
-    /// As far as the header tells; 0 if it does not.
+    /// As far as the header says; 0 if it does not.
     sf_count_t Frames() const override { return info_.frames; }
     int Format() const { return info_.format; }
 
@@ -55,10 +55,10 @@ public:
     SNDFILE* Handle() const { return sound_.get(); }
     std::vector<Tag> Tags() const;
 
-    /// The word in which the file's samples meet the engine.
+    /// The sample format in which the engine processes the samples.
     SampleFormat Word() const override { return word_; }
 
-    /// What is lost when the file's samples become such words; empty if nothing is.
+    /// What is lost when the samples of the file get this format; empty if nothing is.
     std::string_view Loss() const { return loss_; }
 
     /// Notes the loss, if there is one, and whether the sound is read to the end of the file.
@@ -67,7 +67,7 @@ public:
     /// Throws Failure if the file is shorter than its header says, unless it is to be salvaged.
     void RequireWhole() const;
 
-    /// Reads up to `frames` sample frames of words. Fewer come at the end of the file only.
+    /// Reads up to `frames` sample frames. Returns fewer only at the end of the file.
     sf_count_t Read(void* words, sf_count_t frames) override;
 
 private:

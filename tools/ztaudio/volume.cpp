@@ -7,6 +7,7 @@
 #include "tools/ztaudio/guard.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/run_report.h"
 #include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
@@ -47,8 +48,8 @@ double FindScaledPeak(const VolumeOptions& options, Gains gains)
 }
 
 /// Lowers the gains until no sample passes full scale. A ramp is rounded in each frame, so that lowering it once may
-/// not be enough.
-void Guard(const VolumeOptions& options, const std::string& name, Gains& gains)
+/// not be enough. Returns the factor.
+double Guard(const VolumeOptions& options, const std::string& name, Gains& gains)
 {
     double factor = 1.0;
     Gains lowered = gains;
@@ -61,10 +62,12 @@ void Guard(const VolumeOptions& options, const std::string& name, Gains& gains)
         LowerForGuard(name, 1.0 / factor);
         gains = lowered;
     }
+    return factor;
 }
 
 void ChangeVolume(const VolumeOptions& options, const Context& context)
 {
+    RequireOutputForReport(options.json, options.out);
     if (options.guard) {
         RequireFileForGuard(options.in);
     }
@@ -77,8 +80,9 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
         options.format.empty() ? ScaledWord(in.Word(), context) : ParseSampleFormat(options.format).value();
     Gains gains(options.gains, in.Channels(), in.IsStream() ? kUnknownFrames : in.Frames());
     gains.NoteSilence(context);
+    RunReport report(options.json);
     if (options.guard) {
-        Guard(options, name, gains);
+        report.SetGuard(Guard(options, name, gains));
     }
     OverloadCounter overloads(name, options.overload);
     EngineSession engine(context);
@@ -99,7 +103,9 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
                                    values.assign(current.begin(), current.end());
                                    const std::byte* samples = feed.Convert(first, span, values);
                                    samples = stage.Run(samples, span, values);
-                                   out.Write(conversion.Run({.words = samples, .frames = span}), span);
+                                   samples = conversion.Run({.words = samples, .frames = span});
+                                   report.Measure(samples, static_cast<std::size_t>(span) * in.Channels(), to);
+                                   out.Write(samples, span);
                                });
         progress.Advance(feed.BlockFrames());
     }
@@ -107,6 +113,7 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
     out.Commit();
     progress.Finish();
     overloads.Report();
+    report.Print(name, in, options.out.string(), to, in.Rate(), overloads);
 }
 
 } // namespace

@@ -353,6 +353,13 @@ TEST_F(Convert, ShowsProgressOnATerminal)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.errors.find("x real time, "), std::string::npos) << run.errors;
     EXPECT_NE(run.errors.find("out.wav: 0:10 of sound in "), std::string::npos) << run.errors;
+    const ResampleResult narrow = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true, .columns = 40});
+    EXPECT_NE(narrow.errors.find("0:10 of sound in "), std::string::npos) << narrow.errors;
+    std::size_t length = 0;
+    for (const char letter : narrow.errors) { // of each line as it is drawn
+        length = letter == '\r' || letter == '\n' ? 0 : length + 1;
+        EXPECT_LE(length, 40U) << narrow.errors;
+    }
     const ResampleResult quiet = RunTool({"--quiet", "convert", in_, folder_.File("out.wav")}, {.terminal = true});
     EXPECT_EQ(quiet.errors, "");
 }

@@ -91,7 +91,7 @@ ResampleResult RunTool(const std::vector<std::string>& arguments, const RunOptio
     std::array<int, 2> errors{};
     EXPECT_EQ(pipe2(output.data(), O_CLOEXEC), 0);
     if (options.terminal) {
-        const winsize size = {.ws_row = 24, .ws_col = 100, .ws_xpixel = 0, .ws_ypixel = 0};
+        const winsize size = {.ws_row = 24, .ws_col = options.columns, .ws_xpixel = 0, .ws_ypixel = 0};
         EXPECT_EQ(openpty(errors.data(), &errors[1], nullptr, nullptr, &size), 0);
     } else {
         EXPECT_EQ(pipe2(errors.data(), O_CLOEXEC), 0);

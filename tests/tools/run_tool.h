@@ -12,7 +12,8 @@ struct RunOptions {
     std::vector<std::pair<std::string, std::string>> environment = {}; ///< in addition to the test's own
     std::optional<unsigned> user = {};                                 ///< who runs the tool
     std::string program = {};                                          ///< another copy of the tool
-    bool terminal = false;                                             ///< standard error is a terminal of 100 columns
+    bool terminal = false;                                             ///< standard error is a terminal
+    unsigned short columns = 100;                                      ///< of the terminal
     int signalAtFirstTemporary = 0; ///< sent as soon as the tool has a temporary file in `watchedFolder`
     std::string watchedFolder = {};
 };

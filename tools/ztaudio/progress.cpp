@@ -55,7 +55,10 @@ void Progress::Advance(std::int64_t frames)
 void Progress::Finish()
 {
     Erase();
-    if (visible_) {
+    if (visible_ && TerminalWidth() < kFullWidth) {
+        std::fprintf(stderr, "%s of sound in %.1f s\n", TimeText(static_cast<double>(done_) / rate_).c_str(),
+                     Elapsed());
+    } else if (visible_) {
         std::fprintf(stderr, "%s: %s of sound in %.1f s, %.0f times real time\n", label_.c_str(),
                      TimeText(static_cast<double>(done_) / rate_).c_str(), Elapsed(), Speed());
     }

@@ -4,8 +4,9 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 BUILD_PACKAGES = g++ cmake ninja-build git
-INSTALL_PACKAGES = $(BUILD_PACKAGES) libsndfile1-dev libfftw3-dev libcli11-dev nlohmann-json3-dev
-TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev binutils pkg-config abigail-tools doxygen
+INSTALL_PACKAGES = $(BUILD_PACKAGES) libsndfile1-dev libfftw3-dev libebur128-dev libcli11-dev nlohmann-json3-dev
+TEST_PACKAGES = $(INSTALL_PACKAGES) libgtest-dev binutils pkg-config abigail-tools doxygen python3 sox flac vorbis-tools lame \
+	sound-theme-freedesktop
 DEBIAN_PACKAGES = $(INSTALL_PACKAGES) dpkg-dev debhelper lintian
 DEMO_PACKAGES = $(INSTALL_PACKAGES) alsa-utils
 BENCH_PACKAGES = $(BUILD_PACKAGES) pkg-config libbenchmark-dev libfftw3-dev libcli11-dev libswresample-dev libsoxr-dev \

@@ -47,6 +47,12 @@ foreach(tool IN LISTS tools)
   install(FILES docs/man/${tool}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endforeach()
 
+if(tools)
+  install(FILES packaging/completion/ztaudio.bash RENAME ztaudio
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+  install(FILES packaging/completion/_ztaudio DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tools)
+endif()
+
 # The broken modules and plugins of the validator's self-test.
 get_property(fixtures GLOBAL PROPERTY ZTA_VALIDATOR_FIXTURES)
 if(fixtures)

@@ -13,6 +13,7 @@ endif()
 # Name of each package for find_package, and the Debian package with it.
 set(ZTA_DEBIAN_SndFile libsndfile1-dev)
 set(ZTA_DEBIAN_FFTW3Double libfftw3-dev)
+set(ZTA_DEBIAN_Ebur128 libebur128-dev)
 set(ZTA_DEBIAN_CLI11 libcli11-dev)
 set(ZTA_DEBIAN_nlohmann_json nlohmann-json3-dev)
 set(ZTA_DEBIAN_GTest libgtest-dev)

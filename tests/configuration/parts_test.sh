@@ -9,7 +9,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 # A system without any of the optional packages.
-without="-DCMAKE_DISABLE_FIND_PACKAGE_SndFile=ON -DCMAKE_DISABLE_FIND_PACKAGE_FFTW3Double=ON
+without="-DCMAKE_DISABLE_FIND_PACKAGE_SndFile=ON -DCMAKE_DISABLE_FIND_PACKAGE_FFTW3Double=ON -DCMAKE_DISABLE_FIND_PACKAGE_Ebur128=ON
     -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON -DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON
     -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON"
 
@@ -27,7 +27,7 @@ expect() {
 # shellcheck disable=SC2086 # the options are words
 configure $without
 expect " library, reference host built"
-expect " tools not built: needs SndFile (Debian package libsndfile1-dev), FFTW3Double (Debian package libfftw3-dev), CLI11 (Debian package libcli11-dev), nlohmann_json (Debian package nlohmann-json3-dev)"
+expect " tools not built: needs SndFile (Debian package libsndfile1-dev), FFTW3Double (Debian package libfftw3-dev), Ebur128 (Debian package libebur128-dev), CLI11 (Debian package libcli11-dev), nlohmann_json (Debian package nlohmann-json3-dev)"
 expect " tests not built: needs GTest (Debian package libgtest-dev)"
 expect " benchmarks not built: needs benchmark (Debian package libbenchmark-dev)"
 expect " examples built"

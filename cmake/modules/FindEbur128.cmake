@@ -1,0 +1,6 @@
+# Defines ZTA_EBUR128_INCLUDE_DIR and ZTA_EBUR128_LIBRARY.
+include(FindPackageHandleStandardArgs)
+find_path(ZTA_EBUR128_INCLUDE_DIR ebur128.h)
+find_library(ZTA_EBUR128_LIBRARY ebur128)
+mark_as_advanced(ZTA_EBUR128_INCLUDE_DIR ZTA_EBUR128_LIBRARY)
+find_package_handle_standard_args(Ebur128 REQUIRED_VARS ZTA_EBUR128_LIBRARY ZTA_EBUR128_INCLUDE_DIR)

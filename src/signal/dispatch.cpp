@@ -1,4 +1,4 @@
-// The public functions, the stubs of first calls, and the selection of a build.
+// The public functions, the stubs of first calls, and the selection of a variant.
 
 #include "signal/functions.h"
 #include "signal/variant_selection.h"
@@ -7,11 +7,11 @@
 
 namespace {
 
-/// In a mask for ippSetCpuFeatures: take the mask as it is.
+/// In a mask for ippSetCpuFeatures: use the mask without detection.
 constexpr std::uint64_t kOverrideDetectionBit = std::uint64_t{1} << 63;
 
-/// The selected build; -1 before the first call. Worked out elsewhere and stored once, so that a call sees -1 or a
-/// finished index. Nobody waits for anybody: threads that make the first call at once all store the same values.
+/// The selected variant; -1 before the first call. It is stored once, so a call loads -1 or a valid index. No thread
+/// blocks: concurrent first calls store the same values.
 constinit std::atomic<std::int32_t> s_lVariant = -1;
 
 constinit std::atomic<std::uint64_t> s_ui64Detected = 0;
@@ -26,9 +26,9 @@ void StoreDetected(std::uint64_t ui64Features) noexcept
 
 } // namespace
 
-// Each public function: one load of the index, one of the function, one jump. A stub runs before anything is selected;
-// the call that it makes then goes to a build.
-// NOLINTBEGIN(bugprone-macro-parentheses): names are handed through
+// Each public function: one load of the index, one of the function, one jump. A stub runs if nothing is selected; it
+// selects a variant and calls the public function again.
+// NOLINTBEGIN(bugprone-macro-parentheses): names are passed through
 #define ZTA_IPP_VARIANT_FUNCTION(name, prefix, features) prefix##_##name,
 #define ZTA_IPP_DISPATCHER(result, name, argument, parameters, arguments)                                              \
     result name parameters noexcept                                                                                    \
@@ -48,7 +48,7 @@ ZTA_IPP_INTERNAL_LIST(ZTA_IPP_DISPATCHER, )
 #undef ZTA_IPP_VARIANT_FUNCTION
 // NOLINTEND(bugprone-macro-parentheses)
 
-// On x86-64 CPUID exists, so that detection cannot fail.
+// x86-64 has CPUID, so detection cannot fail.
 IppStatus ippInit() noexcept
 {
     unsigned long ulMask = 0;
@@ -57,7 +57,7 @@ IppStatus ippInit() noexcept
     return ipp_is_GenuineIntel() != 0 ? eStatus : ippStsNonIntelCpu;
 }
 
-// Keeps all registers that can hold arguments, whoever calls it.
+// Keeps all registers that can hold arguments, for callers that are in the middle of a call.
 [[gnu::naked, gnu::no_instrument_function, gnu::no_profile_instrument_function]] IppStatus ippSafeInit() noexcept
 {
     // 6 integer and 8 floating-point arguments. 8 + 6 * 8 + 136 bytes keep the stack aligned to 16 bytes at the call.

@@ -1,6 +1,5 @@
-/// The filter bank: a Kaiser-windowed sinc, designed as one long prototype and cut into one row of taps for each output
-/// phase. Sums and products are taken in the order in which they are written and nothing is fused, so that every
-/// variant builds the same block.
+/// The filter bank: a long prototype filter, a Kaiser-windowed sinc, from which the taps of each phase are cut. The
+/// order of operations is fixed and none are fused, so every variant builds the same block.
 #pragma once
 
 #include "signal/filter_spec.h"
@@ -18,7 +17,7 @@ struct SFilterBankLayout {
     std::int64_t llInRate;          ///< in lowest terms
     std::int64_t llOutRate;         ///< in lowest terms; also the number of phases
     std::int64_t llLength;          ///< the filter length, a multiple of four
-    std::int64_t llStride;          ///< taps from one row to the next
+    std::int64_t llStride;          ///< taps from one phase to the next
     std::int64_t llPrototypeLength; ///< of the prototype
     std::int64_t llTapBytes;
     std::int64_t llStepBytes;       ///< of the step table
@@ -26,7 +25,7 @@ struct SFilterBankLayout {
 
     std::int64_t HalfLength() const { return llLength / 2; }
     bool HasFloatTaps() const { return llTapBytes == sizeof(float); }
-    /// So large that no other size needs to be looked at; these stay below 2^40 otherwise.
+    /// If this is false, all other sizes are below 2^40.
     bool ExceedsSizeLimit() const { return llPrototypeLength > 0x7FFFFFFF; }
     std::int64_t TapTableBytes() const { return llOutRate * llStride * llTapBytes; }
 };
@@ -41,8 +40,8 @@ int GreatestCommonDivisor(int iA, int iB)
     return iA;
 }
 
-/// The prototype reaches half a filter length to one side, in steps of the higher rate. The count comes from single
-/// precision, and what a long filter loses in the rounding is missing from its block.
+/// Returns the coefficients of one half of the prototype, in steps of the higher rate. The count is computed in single
+/// precision; the block of a long filter lacks the coefficients that are lost to rounding.
 std::int64_t PrototypeLength(int iInRate, int iOutRate, std::int64_t llLength)
 {
     const double dRatio = static_cast<double>(iOutRate) / iInRate;
@@ -59,24 +58,23 @@ SFilterBankLayout MakeLayout(int iInRate, int iOutRate, int iLength, IppHintAlgo
     iInRate /= iDivisor;
     iOutRate /= iDivisor;
     const bool bSingle = eHint == ippAlgHintAccurate;
-    const std::int64_t llAsked = iLength;
+    const std::int64_t llRequested = iLength;
 
-    SFilterBankLayout sShape;
-    sShape.llInRate = iInRate;
-    sShape.llOutRate = iOutRate;
-    sShape.llLength = (llAsked + 3) & ~3;
-    // From the length as asked for: where that is no multiple of four, or for 16-bit taps lies 5 to 7 above a multiple
-    // of eight, the extra tap of row 0 and the first tap of row 1 share their place.
-    sShape.llStride = bSingle ? (llAsked + 4) & ~3 : (llAsked + 8) & ~7;
-    sShape.llPrototypeLength = PrototypeLength(iInRate, iOutRate, sShape.llLength);
-    sShape.llTapBytes = bSingle ? sizeof(float) : sizeof(std::int16_t);
-    sShape.llStepBytes = ((sShape.llOutRate + 7) & ~7) * 2;
-    sShape.llRowPointerBytes = ((sShape.llOutRate + 4) & ~3) * 8;
-    return sShape;
+    SFilterBankLayout sLayout;
+    sLayout.llInRate = iInRate;
+    sLayout.llOutRate = iOutRate;
+    sLayout.llLength = (llRequested + 3) & ~3;
+    // From the requested length: if that is not a multiple of four, or, for 16-bit taps, 5 to 7 above a multiple of
+    // eight, the additional tap of phase 0 and the first tap of phase 1 share their address.
+    sLayout.llStride = bSingle ? (llRequested + 4) & ~3 : (llRequested + 8) & ~7;
+    sLayout.llPrototypeLength = PrototypeLength(iInRate, iOutRate, sLayout.llLength);
+    sLayout.llTapBytes = bSingle ? sizeof(float) : sizeof(std::int16_t);
+    sLayout.llStepBytes = ((sLayout.llOutRate + 7) & ~7) * 2;
+    sLayout.llRowPointerBytes = ((sLayout.llOutRate + 4) & ~3) * 8;
+    return sLayout;
 }
 
-/// The zeroth modified Bessel function of twice the argument. An argument that takes it out of the range of a double
-/// gives infinity, and NaN gives NaN.
+/// Returns the zeroth modified Bessel function of twice the argument; infinity on overflow, and NaN for NaN.
 double BesselI0(double dHalf)
 {
     double dSum = 1.0;
@@ -89,8 +87,8 @@ double BesselI0(double dHalf)
     return dSum;
 }
 
-/// Calls fnVisit(element, position) for each element of the prototype but the first. Positions count from the centre in
-/// units of 1 / iOutRate of an input sample. The elements stand in the order of the phases, and the outermost one last.
+/// Calls fnVisit(element, position) for each element of the prototype except the first. Positions count from the center
+/// in units of 1 / iOutRate of an input sample. The elements are in the order of the phases, the outermost one is last.
 template <typename Visit>
 void ForEachCoefficient(int iOutRate, int iHalfLen, int iCoefficients, Visit fnVisit)
 {
@@ -109,14 +107,14 @@ void ForEachCoefficient(int iOutRate, int iHalfLen, int iCoefficients, Visit fnV
     fnVisit(iLast, std::int64_t{iLast});
 }
 
-/// The windowed sinc, before it is normalised: iM positions from one zero to the next, more with a lower cut-off.
+/// Computes the windowed sinc before normalization: iM positions from one zero to the next, more with a lower cutoff.
 void DesignKaiserSinc(int iM, int iOutRate, int iHalfLen, int iCoefficients, double* pdPrototype, double dRollOff,
                       double dAlpha)
 {
     const double dStep = 3.141592653589793 / iM;
     const double dInverse = 1.0 / BesselI0(dAlpha * 0.5);
     const double dWidth = 1.0 / (iCoefficients - 1);
-    // Rounding can count more coefficients than the phases have positions.
+    // Due to rounding there can be more coefficients than positions.
     ZTA_IPP(ippsZero_64f)(pdPrototype, iCoefficients);
     pdPrototype[0] = dRollOff;
     ForEachCoefficient(iOutRate, iHalfLen, iCoefficients, [=](int iElement, std::int64_t llPosition) {
@@ -139,20 +137,20 @@ std::int16_t QuantizeTap(double dTap)
     return static_cast<std::int16_t>(_mm_cvttsd_si32(_mm_set_sd(dTap > 0.0 ? dTap + 0.5 : dTap - 0.5)));
 }
 
-/// Taps of single precision overlap the prototype that they come from, so each is written as bytes.
+/// Single-precision taps overlap the prototype that they are read from, so each is written as bytes.
 template <typename Tap>
 void StoreTap(Tap* pRow, std::int64_t llIndex, Tap tap)
 {
     __builtin_memcpy(pRow + llIndex, &tap, sizeof(tap));
 }
 
-/// Cuts the prototype into rows. `pElements` has one element more than the prototype, a copy of its last, which is the
-/// outer tap of row 0 and also stands for what the count of coefficients lost.
+/// Cuts the taps of each phase from the prototype. pElements has one element more than the prototype, a copy of its
+/// last: the outer tap of phase 0, and the replacement of coefficients that are lost to rounding.
 template <typename Tap, typename Element>
-void FillPhases(const SFilterBankLayout& rsShape, Tap* pRows, const Element* pElements)
+void FillPhases(const SFilterBankLayout& rsLayout, Tap* pRows, const Element* pElements)
 {
-    const std::int64_t llHalf = rsShape.HalfLength();
-    const std::int64_t llPrototypeLength = rsShape.llPrototypeLength;
+    const std::int64_t llHalf = rsLayout.HalfLength();
+    const std::int64_t llPrototypeLength = rsLayout.llPrototypeLength;
     const auto fnTap = [=](std::int64_t llElement) {
         return static_cast<Tap>(pElements[llElement < llPrototypeLength ? llElement : llPrototypeLength]);
     };
@@ -167,11 +165,12 @@ void FillPhases(const SFilterBankLayout& rsShape, Tap* pRows, const Element* pEl
     StoreTap(pRows, 0, outer);
     StoreTap(pRows, 2 * llHalf, outer);
 
-    // The prototype is symmetric: phase p is the left half of row p and, mirrored, the right half of the row opposite.
+    // The prototype is symmetric: its part p is the left half of phase p and, mirrored, the right half of the opposite
+    // phase.
     std::int64_t llElement = llHalf;
-    for (std::int64_t p = 1; p < rsShape.llOutRate; ++p) {
-        Tap* pRow = pRows + p * rsShape.llStride;
-        Tap* pOpposite = pRows + (rsShape.llOutRate - p) * rsShape.llStride;
+    for (std::int64_t p = 1; p < rsLayout.llOutRate; ++p) {
+        Tap* pRow = pRows + p * rsLayout.llStride;
+        Tap* pOpposite = pRows + (rsLayout.llOutRate - p) * rsLayout.llStride;
         for (std::int64_t i = 0; i < llHalf; ++i) {
             const Tap tap = fnTap(llElement++);
             StoreTap(pOpposite, llHalf + i, tap);
@@ -180,21 +179,21 @@ void FillPhases(const SFilterBankLayout& rsShape, Tap* pRows, const Element* pEl
     }
 }
 
-/// How many input samples the source moves after an output of each phase. Row 0 starts one sample before the others,
-/// so the step out of it is one longer and the step into it one shorter.
-void FillSourceSteps(const SFilterBankLayout& rsShape, std::int16_t* psSteps)
+/// Fills the table of input samples to advance after an output of each phase. Phase 0 begins one sample before the
+/// others, so the step out of it is one longer and the step into it one shorter.
+void FillSourceSteps(const SFilterBankLayout& rsLayout, std::int16_t* psSteps)
 {
-    const std::int64_t llOutRate = rsShape.llOutRate;
-    const std::int64_t llIntoZero = (llOutRate - rsShape.llInRate % llOutRate) % llOutRate;
+    const std::int64_t llOutRate = rsLayout.llOutRate;
+    const std::int64_t llIntoZero = (llOutRate - rsLayout.llInRate % llOutRate) % llOutRate;
     for (std::int64_t p = 0; p < llOutRate; ++p) {
-        const std::int64_t llStep = (p + rsShape.llInRate) / llOutRate + (p == 0) - (p == llIntoZero);
+        const std::int64_t llStep = (p + rsLayout.llInRate) / llOutRate + (p == 0) - (p == llIntoZero);
         psSteps[p] = static_cast<std::int16_t>(llStep);
     }
 }
 
 } // namespace
 
-/// For output rates at or above the input rate: the gain of phase 0 is made 1.
+/// For output rates at or above the input rate: normalizes the gain of phase 0 to 1.
 extern "C" void ZTA_IPP(ownsKaiserPrototypeUp)(int M, int outRate, int halfLen, int N, double* pPrototype, double rollf,
                                                double alpha) noexcept
 {
@@ -206,7 +205,7 @@ extern "C" void ZTA_IPP(ownsKaiserPrototypeUp)(int M, int outRate, int halfLen, 
     Normalize(pPrototype, N, pPrototype[0] + 2.0 * dSum + 2.0 * pPrototype[N - 1]);
 }
 
-/// For output rates below the input rate: the gain over the grid of the output rate is made 1.
+/// For output rates below the input rate: normalizes the gain over the grid of the output rate to 1.
 extern "C" void ZTA_IPP(ownsKaiserPrototypeDown)(int M, int outRate, int halfLen, int N, double* pPrototype,
                                                  double rollf, double alpha) noexcept
 {
@@ -230,23 +229,23 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedGetSize_16s)(int inRate, 
     if (inRate < 1 || outRate < 1 || len < 1) {
         return ippStsSizeErr;
     }
-    const SFilterBankLayout sShape = MakeLayout(inRate, outRate, len, hint);
-    if (sShape.ExceedsSizeLimit()) {
+    const SFilterBankLayout sLayout = MakeLayout(inRate, outRate, len, hint);
+    if (sLayout.ExceedsSizeLimit()) {
         return ippStsBadArgErr;
     }
-    // This product is one of 32 bits. Where it wraps the size means nothing, and Init, which counts in 64, refuses.
-    const std::int64_t llTaps = static_cast<std::int32_t>(sShape.llOutRate * sShape.llStride);
-    const std::int64_t llTables = sShape.llStepBytes + sShape.llRowPointerBytes;
-    const std::int64_t llPrototypeLength = sShape.llPrototypeLength;
-    const std::int64_t llSize = sShape.HasFloatTaps()
+    // This product has 32 bits. If it wraps, the size is meaningless, and Init, which uses 64 bits, fails.
+    const std::int64_t llTaps = static_cast<std::int32_t>(sLayout.llOutRate * sLayout.llStride);
+    const std::int64_t llTables = sLayout.llStepBytes + sLayout.llRowPointerBytes;
+    const std::int64_t llPrototypeLength = sLayout.llPrototypeLength;
+    const std::int64_t llSize = sLayout.HasFloatTaps()
                                     ? llTables + 4 * llTaps + 8 * llPrototypeLength + 48
                                     : llTables + 8 * llPrototypeLength + 58 + 2 * (llTaps + llPrototypeLength);
     if (llSize > 0x7FFFFFFE) {
         return ippStsBadArgErr;
     }
     *pSize = static_cast<int>(llSize);
-    *pLen = static_cast<int>(sShape.llLength);
-    *pHeight = static_cast<int>(sShape.llOutRate);
+    *pLen = static_cast<int>(sLayout.llLength);
+    *pHeight = static_cast<int>(sLayout.llOutRate);
     return ippStsNoErr;
 }
 
@@ -263,27 +262,27 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedInit_16s)(int inRate, int
     if (rollf <= 0.0f || rollf > 1.0f || alpha < 1.0f) {
         return ippStsBadArgErr;
     }
-    const SFilterBankLayout sShape = MakeLayout(inRate, outRate, len, hint);
-    if (sShape.ExceedsSizeLimit()) {
+    const SFilterBankLayout sLayout = MakeLayout(inRate, outRate, len, hint);
+    if (sLayout.ExceedsSizeLimit()) {
         return ippStsBadArgErr;
     }
-    const bool bSingle = sShape.HasFloatTaps();
+    const bool bSingle = sLayout.HasFloatTaps();
     const std::int64_t llCounted =
-        sShape.llStepBytes + sShape.llRowPointerBytes + sShape.TapTableBytes() + 8 * sShape.llPrototypeLength;
-    if (bSingle ? llCounted + 40 > 0x7FFFFFFE : llCounted + 2 * sShape.llPrototypeLength > 0x7FFFFFCE) {
+        sLayout.llStepBytes + sLayout.llRowPointerBytes + sLayout.TapTableBytes() + 8 * sLayout.llPrototypeLength;
+    if (bSingle ? llCounted + 40 > 0x7FFFFFFE : llCounted + 2 * sLayout.llPrototypeLength > 0x7FFFFFCE) {
         return ippStsBadArgErr;
     }
 
     std::uint8_t* const pucSteps = reinterpret_cast<std::uint8_t*>(pSpec + 1);
-    std::uint8_t* const pucRowPointers = pucSteps + sShape.llStepBytes;
-    std::uint8_t* const pucRows = pucRowPointers + sShape.llRowPointerBytes;
-    // Taps of single precision need the prototype longest, and its first 8 bytes share the place of the last row's end.
-    double* const pdPrototype = reinterpret_cast<double*>(pucRows + sShape.TapTableBytes() - (bSingle ? 8 : 0));
+    std::uint8_t* const pucRowPointers = pucSteps + sLayout.llStepBytes;
+    std::uint8_t* const pucRows = pucRowPointers + sLayout.llRowPointerBytes;
+    // With single-precision taps, the first 8 bytes of the prototype overlap the end of the taps.
+    double* const pdPrototype = reinterpret_cast<double*>(pucRows + sLayout.TapTableBytes() - (bSingle ? 8 : 0));
 
-    const int iInRate = static_cast<int>(sShape.llInRate);
-    const int iOutRate = static_cast<int>(sShape.llOutRate);
-    const int iHalfLen = static_cast<int>(sShape.HalfLength());
-    const int iCoefficients = static_cast<int>(sShape.llPrototypeLength);
+    const int iInRate = static_cast<int>(sLayout.llInRate);
+    const int iOutRate = static_cast<int>(sLayout.llOutRate);
+    const int iHalfLen = static_cast<int>(sLayout.HalfLength());
+    const int iCoefficients = static_cast<int>(sLayout.llPrototypeLength);
     if (iOutRate < iInRate) {
         ZTA_IPP(ownsKaiserPrototypeDown)(iInRate, iOutRate, iHalfLen, iCoefficients, pdPrototype, rollf, alpha);
     } else {
@@ -292,22 +291,22 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedInit_16s)(int inRate, int
 
     auto** const ppRows = reinterpret_cast<std::uint8_t**>(pucRowPointers);
     for (std::int64_t p = 0; p < iOutRate; ++p) {
-        ppRows[p] = pucRows + p * sShape.llStride * sShape.llTapBytes;
+        ppRows[p] = pucRows + p * sLayout.llStride * sLayout.llTapBytes;
     }
     std::int16_t* const psSteps = reinterpret_cast<std::int16_t*>(pucSteps);
-    FillSourceSteps(sShape, psSteps);
+    FillSourceSteps(sLayout, psSteps);
 
     if (bSingle) {
         pdPrototype[iCoefficients] = pdPrototype[iCoefficients - 1];
-        FillPhases(sShape, reinterpret_cast<float*>(pucRows), pdPrototype);
+        FillPhases(sLayout, reinterpret_cast<float*>(pucRows), pdPrototype);
     } else {
-        std::int16_t* const psQuantised = reinterpret_cast<std::int16_t*>(pdPrototype + iCoefficients);
+        std::int16_t* const psQuantized = reinterpret_cast<std::int16_t*>(pdPrototype + iCoefficients);
         ZTA_IPP(ippsMulC_64f_I)(16384.0, pdPrototype, iCoefficients);
         for (int i = 0; i < iCoefficients; ++i) {
-            psQuantised[i] = QuantizeTap(pdPrototype[i]);
+            psQuantized[i] = QuantizeTap(pdPrototype[i]);
         }
-        psQuantised[iCoefficients] = psQuantised[iCoefficients - 1];
-        FillPhases(sShape, reinterpret_cast<std::int16_t*>(pucRows), psQuantised);
+        psQuantized[iCoefficients] = psQuantized[iCoefficients - 1];
+        FillPhases(sLayout, reinterpret_cast<std::int16_t*>(pucRows), psQuantized);
         pSpec->reserved = 0;
     }
 

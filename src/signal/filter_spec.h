@@ -7,10 +7,10 @@
 struct IppsResamplingPolyphaseFixed_16s {
     std::int32_t inRate;  ///< in lowest terms
     std::int32_t outRate; ///< in lowest terms; also the number of phases
-    float tapScale;       ///< what a tap of 1 stands for
-    std::int32_t halfLen; ///< a row has 2 * halfLen taps, and row 0 one more
+    float tapScale;       ///< the value of a tap of 1
+    std::int32_t halfLen; ///< a phase has 2 * halfLen taps, and phase 0 one more
     std::int32_t tapKind; ///< 2 for 16-bit taps, 1 for single-precision taps
-    std::int16_t* pStep;  ///< by how many samples the source moves after an output of each phase
+    std::int16_t* pStep;  ///< samples to advance after an output of each phase
     void** pRows;         ///< the taps of each phase; one entry more may point to the packed filter bank
     std::uint32_t reserved;
     std::uint32_t ulPackedBankKey; ///< nonzero if the filter has a packed filter bank (see packed_filter_bank.h)

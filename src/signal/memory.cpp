@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::uintptr_t kAlignment = 64;
 
-/// Room for the alignment, and below the block for the address that malloc gave.
+/// Bytes for the alignment, and for the address from malloc, which is stored below the block.
 constexpr int kHeaderBytes = 72;
 
 } // namespace

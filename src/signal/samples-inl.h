@@ -1,4 +1,4 @@
-/// Samples at any address: hosts' buffers need not even lie at even ones.
+/// Unaligned access: the samples of a host may be at any address, also at odd ones.
 #pragma once
 
 #include <cstddef>
@@ -31,7 +31,7 @@ inline UnalignedDouble* AtAnyAddress(double* pd)
     return reinterpret_cast<UnalignedDouble*>(pd);
 }
 
-/// By addresses without a type: the compiler takes typed ones for aligned.
+/// The parameters have no type because the compiler assumes that typed pointers are aligned.
 inline void CopySamples(void* pvTo, const void* pvFrom, long lCount)
 {
     __builtin_memcpy(pvTo, pvFrom, static_cast<std::size_t>(lCount) * sizeof(std::int16_t));

@@ -2,7 +2,7 @@
 
 namespace {
 
-// Extended precision has 11 bits more than a double: the rests are good for 2^-64.
+// Extended precision has 11 bits more than a double: the low parts are exact to 2^-64.
 constexpr long double kPi = 3.14159265358979323846264338327950288L;
 
 /// The series of the sine (first power 1) or the cosine (0), for angles up to pi / 4.
@@ -17,7 +17,7 @@ constexpr long double Series(long double ldAngle, int iFirstPower)
     return ldSum;
 }
 
-/// sin(iStep * pi / 32), through the symmetries of the turn.
+/// Returns sin(iStep * pi / 32), by the symmetries of the sine.
 constexpr long double SineOfStep(int iStep)
 {
     const int iInTurn = iStep % 64;

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Sine and cosine of one angle, each as a main part and what is missing to its true value.
+/// Sine and cosine of one angle, each as a main part and its error.
 struct SZtaSinCos {
     double dSin;
     double dSinLow;
@@ -8,7 +8,7 @@ struct SZtaSinCos {
     double dCosLow;
 };
 
-/// The full turn in steps of pi / 32.
+/// A full turn in steps of pi / 32.
 struct SZtaSineTable {
     SZtaSinCos asEntries[64];
 };

@@ -9,9 +9,8 @@
 /// The argument of the list is passed through. Each variant has a file variant_<prefix>.cpp; CMakeLists.txt has its
 /// compiler options, and the file asserts them.
 ///
-/// n8 is also what a processor with MOVBE or SSE4.1 gets, and a virtual machine may have one of them without SSSE3: it is
-/// compiled for less than its name allows. n0 has no options for ER and PF: newer compilers have dropped them, and no
-/// function here has a use for them.
+/// A processor with MOVBE or SSE4.1 also selects n8, and a virtual machine may have one of them without SSSE3: so n8 is
+/// compiled for SSE2. n0 has no options for ER and PF: newer compilers do not support them, and no function uses them.
 #define ZTA_IPP_VARIANT_LIST(X, argument) \
     X(argument, m7, keZtaFeatureSse2) \
     X(argument, n8, keZtaFeatureSsse3) \
@@ -23,7 +22,7 @@
 
 // clang-format on
 
-/// The two groups of AVX-512 features that a build stands for, and what both take beside their own group.
+/// The two groups of AVX-512 features that select a variant, and the features that both require in addition.
 inline constexpr std::uint64_t kAvx512ErPfFeatures =
     keZtaFeatureAvx512F | keZtaFeatureAvx512Cd | keZtaFeatureAvx512Er | keZtaFeatureAvx512Pf;
 inline constexpr std::uint64_t kAvx512BwDqVlFeatures =

@@ -1,12 +1,11 @@
-/// Which build serves which features: pure functions of two masks.
+/// The selection of a variant by CPU features: pure functions of two masks.
 #pragma once
 
 #include "signal/variant_list.h"
 
 #include <zta/ipp.h>
 
-/// One row of the rule: a mask that holds all of ui64Required selects the build of this index, and is widened by all
-/// that the row implies.
+/// A rule: a mask with all bits of ui64Required selects the variant of this index and gets the implied bits.
 struct SZtaFeatureRule {
     std::uint64_t ui64Required;
     std::uint32_t ulIndex;
@@ -15,7 +14,7 @@ struct SZtaFeatureRule {
 
 // clang-format off
 
-/// The first row that holds decides.
+/// The first rule that matches applies.
 inline constexpr SZtaFeatureRule kFeatureRules[] = {
     {kAvx512BwDqVlFeatures, 6, 0x73081DF},
     {kAvx512ErPfFeatures, 5, 0x0F081DF},
@@ -31,17 +30,17 @@ inline constexpr SZtaFeatureRule kFeatureRules[] = {
 
 // clang-format on
 
-/// What a mask selects.
+/// The result of the rules for one mask.
 struct SZtaSelection {
-    std::uint64_t ui64Enabled; ///< the mask, with all that it implies
-    std::uint32_t ulIndex;     ///< the build
+    std::uint64_t ui64Enabled; ///< the mask with the implied bits
+    std::uint32_t ulIndex;     ///< of the variant
     IppStatus eStatus;
 };
 
 /// Bits that no feature has. Bit 63 is a command of ippSetCpuFeatures.
 inline constexpr std::uint64_t kUnknownFeatures = 0x7FFFFFE000000000;
 
-/// Features that take the wide registers, which are the operating system's to give.
+/// Features whose registers the operating system must enable.
 inline constexpr std::uint64_t kAvxFeatures = keZtaFeatureAvx | keZtaFeatureAvx2;
 inline constexpr std::uint64_t kAvx512Features = 0xC6FF00000;
 
@@ -58,9 +57,9 @@ constexpr SZtaSelection ZtaSelectVariant(std::uint64_t ui64Mask) noexcept
     return {ui64Mask | ui64Implied, 0, ippStsNotSupportedCpu};
 }
 
-/// Checks a mask against the detected features. Features whose registers the operating system does not keep are taken
-/// out of it; all others stay, so that a request for more than the processor has selects what was asked for. The last
-/// warning counts.
+/// Checks a mask against the detected features. Clears features whose registers the operating system does not enable.
+/// All others stay, so a mask with more features than the processor has selects the requested variant. Returns the last
+/// warning.
 constexpr IppStatus ZtaCheckFeatures(std::uint64_t& rui64Mask, std::uint64_t ui64Detected) noexcept
 {
     IppStatus eStatus = ippStsNoErr;
@@ -81,7 +80,7 @@ constexpr IppStatus ZtaCheckFeatures(std::uint64_t& rui64Mask, std::uint64_t ui6
     return eStatus;
 }
 
-/// True if CPUID leaf 0 says "GenuineIntel".
+/// Returns true if CPUID leaf 0 has the vendor "GenuineIntel".
 constexpr bool ZtaIsGenuineIntel(const SZtaCpuidLeaf& rsLeaf0) noexcept
 {
     return rsLeaf0.ulEbx == 0x756E6547 && rsLeaf0.ulEdx == 0x49656E69 && rsLeaf0.ulEcx == 0x6C65746E;

@@ -1,5 +1,5 @@
-// Runs on rows that were prepared for them, and long runs that prepare their own, against the m7 build's run, one
-// output after the other: the same samples, count and time, and no read or write beside what belongs to the outputs.
+// The packed path, with a packed bank and with long calls that pack their own, against variant m7: the same samples,
+// count and time, and no access outside the samples of the outputs.
 
 #include "signal/packed_filter_bank.h"
 #include "testing/filter_spec.h"
@@ -20,30 +20,30 @@ using models::TapKind;
 using zta::test::FilterBlock;
 using zta::test::MakeFilter;
 
-struct PreparingBuild {
+struct PackedVariant {
     const char* prefix;
     std::uint64_t features;
-    decltype(&k0_ownPackFilterBank_16s) prepare;
+    decltype(&k0_ownPackFilterBank_16s) pack;
     decltype(&k0_ippsResamplePolyphaseFixed_16s) run;
 };
 
-constexpr PreparingBuild kBuilds[] = {
+constexpr PackedVariant kVariants[] = {
 #define ZTA_TEST_VARIANT(argument, prefix, features)                                                                   \
     {#prefix, (features), &prefix##_ownPackFilterBank_16s, &prefix##_ippsResamplePolyphaseFixed_16s},
     ZTA_IPP_VARIANT_LIST(ZTA_TEST_VARIANT, )
 #undef ZTA_TEST_VARIANT
 };
 
-std::vector<PreparingBuild> Executable()
+std::vector<PackedVariant> SupportedVariants()
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
-    std::vector<PreparingBuild> executable;
-    std::copy_if(std::begin(kBuilds), std::end(kBuilds), std::back_inserter(executable),
-                 [features](const PreparingBuild& build) { return (features & build.features) == build.features; });
+    std::vector<PackedVariant> executable;
+    std::copy_if(std::begin(kVariants), std::end(kVariants), std::back_inserter(executable),
+                 [features](const PackedVariant& build) { return (features & build.features) == build.features; });
     return executable;
 }
 
-FilterBlock FilterOf(const FilterPlan& plan, float rollOff = 1.0f)
+FilterBlock MakeM7Filter(const FilterPlan& plan, float rollOff = 1.0f)
 {
     return MakeFilter(zta::test::signalBuilds[0], plan, rollOff);
 }
@@ -74,12 +74,12 @@ struct Output {
     bool operator==(const Output&) const = default;
 };
 
-/// By the m7 build, one output at a time.
+/// Computed by variant m7.
 Output Expected(const std::int16_t* source, int len, double time, const IppsResamplingPolyphaseFixed_16s* filter,
                 float norm)
 {
-    constexpr std::size_t room = 4000;
-    Output output{ippStsNoErr, std::vector<std::int16_t>(room), time};
+    constexpr std::size_t capacity = 4000;
+    Output output{ippStsNoErr, std::vector<std::int16_t>(capacity), time};
     int count = 0;
     output.status =
         m7_ippsResamplePolyphaseFixed_16s(source, len, output.samples.data(), norm, &output.time, &count, filter);
@@ -87,15 +87,14 @@ Output Expected(const std::int16_t* source, int len, double time, const IppsResa
     return output;
 }
 
-class PreparedRows : public testing::TestWithParam<PreparingBuild> {
+class PackedFilterBank : public testing::TestWithParam<PackedVariant> {
 protected:
-    /// With the samples that belong to the outputs between two pages that must not be touched, and the outputs right
-    /// before one.
-    void ExpectTheSame(const FilterBlock& filter, SZtaPackedFilterBank* rows, const std::vector<std::int16_t>& signal,
-                       int len, double time, float norm = 1.0f)
+    /// The samples of the outputs end at an inaccessible page, and so do the outputs.
+    void ExpectSameOutputs(const FilterBlock& filter, SZtaPackedFilterBank* bank,
+                           const std::vector<std::int16_t>& signal, int len, double time, float norm = 1.0f)
     {
-        if (rows != nullptr) {
-            SetPackedFilterBank(*filter.Get(), rows);
+        if (bank != nullptr) {
+            SetPackedFilterBank(*filter.Get(), bank);
         } else {
             filter.Get()->ulPackedBankKey = 0;
         }
@@ -121,70 +120,71 @@ protected:
                                 [](std::uint8_t byte) { return byte == 0x5A; }));
     }
 
-    /// The builds for AVX2 and what came after it.
-    static bool PreparesRows() { return (GetParam().features & keZtaFeatureAvx2) != 0; }
+    /// AVX2 and later.
+    static bool HasPackedPath() { return (GetParam().features & keZtaFeatureAvx2) != 0; }
 
-    SZtaPackedFilterBank rows_;
+    SZtaPackedFilterBank bank_;
     GuardedBuffer source_{20000};
     GuardedBuffer destination_{20000};
 };
 
-INSTANTIATE_TEST_SUITE_P(Builds, PreparedRows, testing::ValuesIn(Executable()), zta::test::SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Variants, PackedFilterBank, testing::ValuesIn(SupportedVariants()),
+                         zta::test::SignalBuildName());
 
 constexpr FilterPlan kUp{44100, 48000, 32, TapKind::Words};
 constexpr FilterPlan kDown{48000, 44100, 32, TapKind::Words};
 
-TEST_P(PreparedRows, GiveTheSameFromEveryPhaseForEveryLength)
+TEST_P(PackedFilterBank, GivesTheSameOutputsForEveryPhaseAndLength)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = FilterOf(plan);
-        GetParam().prepare(filter.Get(), &rows_);
+        const FilterBlock filter = MakeM7Filter(plan);
+        GetParam().pack(filter.Get(), &bank_);
         const std::vector<std::int16_t> noise = Noise(600, 1);
         const int phases = filter.Head().outRate;
         for (int phase = 0; phase < phases; ++phase) {
             for (const int len : {1, 2, 15, 16, 17, 31, 33, 64, 147, 160, 300}) {
-                ExpectTheSame(filter, &rows_, noise, len, 17 + static_cast<double>(phase) / phases);
+                ExpectSameOutputs(filter, &bank_, noise, len, 17 + static_cast<double>(phase) / phases);
             }
         }
         for (int len = 1; len <= 330; ++len) {
-            ExpectTheSame(filter, &rows_, noise, len, 17 + static_cast<double>(len * 7 % phases) / phases);
+            ExpectSameOutputs(filter, &bank_, noise, len, 17 + static_cast<double>(len * 7 % phases) / phases);
         }
     }
 }
 
-TEST_P(PreparedRows, GiveTheSameWhereTheOutermostTapIsNotZero)
+TEST_P(PackedFilterBank, GivesTheSameOutputsWithANonzeroOuterTap)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = FilterOf(plan, 0.83f);
+        const FilterBlock filter = MakeM7Filter(plan, 0.83f);
         const_cast<std::int16_t*>(filter.Row<std::int16_t>(0))[32] = -77;
-        GetParam().prepare(filter.Get(), &rows_);
+        GetParam().pack(filter.Get(), &bank_);
         const std::vector<std::int16_t> noise = Noise(600, 2);
         const int phases = filter.Head().outRate;
         for (int phase = 0; phase < phases; ++phase) {
             for (const int len : {1, 40, 171}) {
-                ExpectTheSame(filter, &rows_, noise, len, 17 + static_cast<double>(phase) / phases);
+                ExpectSameOutputs(filter, &bank_, noise, len, 17 + static_cast<double>(phase) / phases);
             }
         }
     }
 }
 
-TEST_P(PreparedRows, GiveTheSameOnFullScaleSquaresAndImpulses)
+TEST_P(PackedFilterBank, GivesTheSameOutputsForFullScaleSquaresAndImpulses)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = FilterOf(plan);
-        GetParam().prepare(filter.Get(), &rows_);
+        const FilterBlock filter = MakeM7Filter(plan);
+        GetParam().pack(filter.Get(), &bank_);
         for (const std::size_t half : {1U, 2U, 3U, 5U, 16U, 100U}) {
-            ExpectTheSame(filter, &rows_, FullScaleSquare(1200, half), 1000, 17.0);
+            ExpectSameOutputs(filter, &bank_, FullScaleSquare(1200, half), 1000, 17.0);
         }
         for (const std::int16_t peak : {std::int16_t{32767}, std::int16_t{-32768}}) {
             std::vector<std::int16_t> impulse(1200);
             impulse[300] = peak;
-            ExpectTheSame(filter, &rows_, impulse, 1000, 17.5);
+            ExpectSameOutputs(filter, &bank_, impulse, 1000, 17.5);
         }
     }
 }
 
-TEST_P(PreparedRows, GiveTheSameForOtherRates)
+TEST_P(PackedFilterBank, GivesTheSameOutputsForOtherRates)
 {
     struct Rates {
         int in;
@@ -203,90 +203,89 @@ TEST_P(PreparedRows, GiveTheSameForOtherRates)
                               {320, 159},
                               {160, 161},
                               {147, 480}}) {
-        const FilterBlock filter = FilterOf({rates.in, rates.out, 32, TapKind::Words});
-        GetParam().prepare(filter.Get(), &rows_);
+        const FilterBlock filter = MakeM7Filter({rates.in, rates.out, 32, TapKind::Words});
+        GetParam().pack(filter.Get(), &bank_);
         const std::vector<std::int16_t> noise = Noise(1000, 3);
         const int phases = filter.Head().outRate;
         for (int phase = 0; phase < phases; ++phase) {
             const int len = std::max(1, 300 * rates.in / std::max(rates.in, rates.out));
-            ExpectTheSame(filter, &rows_, noise, len, 17 + (phase + 0.01) / phases);
+            ExpectSameOutputs(filter, &bank_, noise, len, 17 + (phase + 0.01) / phases);
         }
     }
 }
 
-TEST_P(PreparedRows, AreLeftEmptyWhereSumsPass32Bits)
+TEST_P(PackedFilterBank, IsEmptyIfSumsExceed32Bits)
 {
-    const FilterBlock filter = FilterOf(kUp);
+    const FilterBlock filter = MakeM7Filter(kUp);
     std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(5));
-    GetParam().prepare(filter.Get(), &rows_);
-    const bool prepares = rows_.lGroups != 0;
-    EXPECT_EQ(prepares, PreparesRows());
+    GetParam().pack(filter.Get(), &bank_);
+    const bool hasBank = bank_.lGroups != 0;
+    EXPECT_EQ(hasBank, HasPackedPath());
 
-    // 65535 together, half of it in the even places, and then one more.
+    // Magnitudes of 65535 in total, half of it at even indexes, and then one more.
     std::fill_n(row, 32, std::int16_t{0});
     row[0] = 16384;
     row[2] = -16384;
     row[9] = 16384;
     row[31] = -16383;
-    GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups != 0, prepares);
+    GetParam().pack(filter.Get(), &bank_);
+    EXPECT_EQ(bank_.lGroups != 0, hasBank);
     const std::vector<std::int16_t> square = FullScaleSquare(1200, 1);
-    ExpectTheSame(filter, &rows_, square, 1000, 17.0);
-    // Somewhere this has the signs of all four taps.
-    ExpectTheSame(filter, &rows_, FullScaleSquare(1200, 2), 1000, 17.0);
+    ExpectSameOutputs(filter, &bank_, square, 1000, 17.0);
+    // Some outputs have the signs of all four taps.
+    ExpectSameOutputs(filter, &bank_, FullScaleSquare(1200, 2), 1000, 17.0);
     row[4] = 1;
-    GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups, 0);
-    ExpectTheSame(filter, &rows_, square, 1000, 17.0);
+    GetParam().pack(filter.Get(), &bank_);
+    EXPECT_EQ(bank_.lGroups, 0);
+    ExpectSameOutputs(filter, &bank_, square, 1000, 17.0);
     row[0] = -32768;
     row[2] = -32768;
-    GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups, 0);
-    ExpectTheSame(filter, &rows_, square, 1000, 17.0);
+    GetParam().pack(filter.Get(), &bank_);
+    EXPECT_EQ(bank_.lGroups, 0);
+    ExpectSameOutputs(filter, &bank_, square, 1000, 17.0);
 }
 
-TEST_P(PreparedRows, AreLeftEmptyWhereTheOutermostTapIsNotZero)
+TEST_P(PackedFilterBank, IsEmptyWithANonzeroOuterTap)
 {
-    const FilterBlock filter = FilterOf(kUp);
+    const FilterBlock filter = MakeM7Filter(kUp);
     std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
-    GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups != 0, PreparesRows());
+    GetParam().pack(filter.Get(), &bank_);
+    EXPECT_EQ(bank_.lGroups != 0, HasPackedPath());
     row[32] = 1;
-    GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups, 0);
+    GetParam().pack(filter.Get(), &bank_);
+    EXPECT_EQ(bank_.lGroups, 0);
 }
 
-/// Rows with one tap each, so that sums are as chosen: halves, limits, and what lies next to them.
-TEST_P(PreparedRows, RoundEverySumLikeTheRunWithoutThem)
+/// Phases with one large tap each, for chosen sums: halves, limits, and their neighbors.
+TEST_P(PackedFilterBank, RoundsEverySumLikeTheScalarPath)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
         for (const int tap : {1, -1, 3, 128, 8192, -8192, 16384, -16384}) {
-            const FilterBlock filter = FilterOf(plan);
+            const FilterBlock filter = MakeM7Filter(plan);
             const int phases = filter.Head().outRate;
             for (int phase = 0; phase < phases; ++phase) {
                 std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
                 std::fill_n(row, phase == 0 ? 33 : 32, std::int16_t{0});
                 row[16] = static_cast<std::int16_t>(tap);
-                // The second tap brings the sums beside the halves.
+                // The second tap moves sums next to the halves.
                 row[20] = static_cast<std::int16_t>(phase % 3 - 1);
             }
-            GetParam().prepare(filter.Get(), &rows_);
+            GetParam().pack(filter.Get(), &bank_);
             std::vector<std::int16_t> steps(1300);
             for (std::size_t i = 0; i < steps.size(); ++i) {
                 const int step = static_cast<int>(i) * 51 - 32768;
                 steps[i] = static_cast<std::int16_t>(i % 7 == 0 ? step / 1024 * 1024 : std::min(step, 32767));
             }
-            ExpectTheSame(filter, &rows_, steps, 1200, 17.0);
+            ExpectSameOutputs(filter, &bank_, steps, 1200, 17.0);
         }
     }
 }
 
-/// One output at a time, of a sum as chosen: those between which the outputs change, upwards and downwards, what lies
-/// next to them, and the largest.
-TEST_P(PreparedRows, RoundTheSumsAroundEveryHalfLikeTheRunWithoutThem)
+/// One output at a time, for chosen sums: those at which the output changes, their neighbors, and the largest.
+TEST_P(PackedFilterBank, RoundsSumsAroundEveryHalfLikeTheScalarPath)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = FilterOf(plan);
+        const FilterBlock filter = MakeM7Filter(plan);
         const models::BlockHead head = filter.Head();
         for (int phase = 0; phase < head.outRate; ++phase) {
             std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
@@ -294,11 +293,11 @@ TEST_P(PreparedRows, RoundTheSumsAroundEveryHalfLikeTheRunWithoutThem)
             std::fill_n(row, 3, std::int16_t{16384});
             row[3] = 1;
         }
-        GetParam().prepare(filter.Get(), &rows_);
+        GetParam().pack(filter.Get(), &bank_);
         const double gain = 0x1p-14 * std::min(1.0, static_cast<double>(head.outRate) / head.inRate);
         std::vector<std::int16_t> samples(40);
         int phase = 0;
-        const auto ExpectTheSameFor = [&](std::int64_t sum) {
+        const auto ExpectSameOutputsFor = [&](std::int64_t sum) {
             phase = (phase + 1) % head.outRate;
             const std::size_t first = phase == 0 ? 1 : 2;
             std::int64_t steps = sum >> 14;
@@ -308,125 +307,125 @@ TEST_P(PreparedRows, RoundTheSumsAroundEveryHalfLikeTheRunWithoutThem)
             }
             ASSERT_EQ(steps, 0) << sum;
             samples[first + 3] = static_cast<std::int16_t>(sum & 0x3FFF);
-            ExpectTheSame(filter, &rows_, samples, 1, 17 + static_cast<double>(phase) / head.outRate);
+            ExpectSameOutputs(filter, &bank_, samples, 1, 17 + static_cast<double>(phase) / head.outRate);
         };
         for (int half = -33000; half < 33000 && !HasFatalFailure(); ++half) {
             const auto sum = static_cast<std::int64_t>(std::floor((half + 0.5) / gain));
             for (std::int64_t near = sum - 1; near <= sum + 1; ++near) {
-                ExpectTheSameFor(near);
+                ExpectSameOutputsFor(near);
             }
         }
         for (const std::int64_t sum : {-98304LL * 16384, -98304LL * 16384 + 1, 98301LL * 16384 + 16383}) {
-            ExpectTheSameFor(sum);
+            ExpectSameOutputsFor(sum);
         }
     }
 }
 
-/// What follows from rates is nearly even. A filter that says otherwise has no rows.
-TEST_P(PreparedRows, AreLeftEmptyWhereStepsAreTooUneven)
+/// The steps of any pair of rates are nearly even. A filter with other steps has no packed bank.
+TEST_P(PackedFilterBank, IsEmptyIfStepsAreTooUneven)
 {
     struct Change {
-        int place; ///< of an output, in the order of the run
+        int position; ///< index of an output
         int samples;
     };
-    const auto Prepares = [this](std::initializer_list<Change> changes) {
-        const FilterBlock filter = FilterOf(kUp);
+    const auto HasBank = [this](std::initializer_list<Change> changes) {
+        const FilterBlock filter = MakeM7Filter(kUp);
         for (const Change& change : changes) {
-            std::int16_t& step = filter.Get()->pStep[change.place * 147 % 160];
+            std::int16_t& step = filter.Get()->pStep[change.position * 147 % 160];
             step = static_cast<std::int16_t>(step + change.samples);
         }
-        GetParam().prepare(filter.Get(), &rows_);
-        return rows_.lGroups != 0;
+        GetParam().pack(filter.Get(), &bank_);
+        return bank_.lGroups != 0;
     };
-    // Between the third group and the fourth; what the others advance by differs by one.
-    EXPECT_EQ(Prepares({{47, 6}}), PreparesRows());
-    EXPECT_FALSE(Prepares({{47, 8}}));
+    // Between the third group and the fourth; the advances of the others differ by one.
+    EXPECT_EQ(HasBank({{47, 6}}), HasPackedPath());
+    EXPECT_FALSE(HasBank({{47, 8}}));
     // In the third group: from quad to quad, and back before the next group.
-    EXPECT_EQ(Prepares({{39, 9}, {47, -9}}), PreparesRows());
-    EXPECT_FALSE(Prepares({{39, 12}, {47, -12}}));
-    EXPECT_FALSE(Prepares({{35, -12}, {47, 12}}));
+    EXPECT_EQ(HasBank({{39, 9}, {47, -9}}), HasPackedPath());
+    EXPECT_FALSE(HasBank({{39, 12}, {47, -12}}));
+    EXPECT_FALSE(HasBank({{35, -12}, {47, 12}}));
     // In a quad.
-    EXPECT_EQ(Prepares({{37, 1}, {47, -1}}), PreparesRows());
-    EXPECT_FALSE(Prepares({{37, 3}, {47, -3}}));
-    EXPECT_FALSE(Prepares({{37, -3}, {47, 3}}));
+    EXPECT_EQ(HasBank({{37, 1}, {47, -1}}), HasPackedPath());
+    EXPECT_FALSE(HasBank({{37, 3}, {47, -3}}));
+    EXPECT_FALSE(HasBank({{37, -3}, {47, 3}}));
 }
 
-TEST_P(PreparedRows, GiveTheSameHoweverTheHostRounds)
+TEST_P(PackedFilterBank, GivesTheSameOutputsInEveryRoundingMode)
 {
     const unsigned int mode = _MM_GET_ROUNDING_MODE();
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = FilterOf(plan);
-        GetParam().prepare(filter.Get(), &rows_);
+        const FilterBlock filter = MakeM7Filter(plan);
+        GetParam().pack(filter.Get(), &bank_);
         const std::vector<std::int16_t> noise = Noise(1300, 7);
         for (const unsigned int other : {_MM_ROUND_DOWN, _MM_ROUND_UP, _MM_ROUND_TOWARD_ZERO}) {
             _MM_SET_ROUNDING_MODE(other);
-            ExpectTheSame(filter, &rows_, noise, 1000, 17.25);
+            ExpectSameOutputs(filter, &bank_, noise, 1000, 17.25);
             _MM_SET_ROUNDING_MODE(mode);
         }
     }
 }
 
-/// Each norm times the largest sums, and those that a rounding before the limits would carry beyond 32 bits.
-TEST_P(PreparedRows, GiveTheSameForEveryNorm)
+/// Each norm with the largest sums, and norms for which rounding before clamping would exceed 32 bits.
+TEST_P(PackedFilterBank, GivesTheSameOutputsForEveryNorm)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = FilterOf(plan);
-        GetParam().prepare(filter.Get(), &rows_);
+        const FilterBlock filter = MakeM7Filter(plan);
+        GetParam().pack(filter.Get(), &bank_);
         const std::vector<std::int16_t> noise = Noise(1300, 6);
         const std::vector<std::int16_t> square = FullScaleSquare(1300, 40);
         for (const float norm : {1.0f, -1.0f, 0.5f, 0.37f, 2.0f, 3.3f, 1000.0f, 8191.0f, 8192.0f, 8193.0f, 9000.0f,
                                  -8192.0f, -9000.0f, 60000.0f, 1e9f, -1e30f, 0.0f,
                                  std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()}) {
-            for (SZtaPackedFilterBank* const rows : {&rows_, static_cast<SZtaPackedFilterBank*>(nullptr)}) {
-                ExpectTheSame(filter, rows, noise, 1000, 17.25, norm);
-                ExpectTheSame(filter, rows, square, 1000, 17.25, norm);
+            for (SZtaPackedFilterBank* const bank : {&bank_, static_cast<SZtaPackedFilterBank*>(nullptr)}) {
+                ExpectSameOutputs(filter, bank, noise, 1000, 17.25, norm);
+                ExpectSameOutputs(filter, bank, square, 1000, 17.25, norm);
             }
         }
     }
 }
 
-TEST_P(PreparedRows, AreLeftEmptyForSinglePrecision)
+TEST_P(PackedFilterBank, IsEmptyForSinglePrecision)
 {
-    const FilterBlock filter = FilterOf({44100, 48000, 32, TapKind::Floats});
-    rows_.lGroups = 1;
-    GetParam().prepare(filter.Get(), &rows_);
-    EXPECT_EQ(rows_.lGroups, 0);
+    const FilterBlock filter = MakeM7Filter({44100, 48000, 32, TapKind::Floats});
+    bank_.lGroups = 1;
+    GetParam().pack(filter.Get(), &bank_);
+    EXPECT_EQ(bank_.lGroups, 0);
 }
 
-TEST_P(PreparedRows, LongRunsGiveTheSameWithoutAny)
+TEST_P(PackedFilterBank, IsNotRequiredForLongCalls)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = FilterOf(plan);
+        const FilterBlock filter = MakeM7Filter(plan);
         const std::vector<std::int16_t> noise = Noise(3500, 4);
         const int phases = filter.Head().outRate;
         for (int len = 380; len <= 3400; len += len < 1000 ? 31 : 300) {
-            ExpectTheSame(filter, nullptr, noise, len, 17 + static_cast<double>(len % phases) / phases);
+            ExpectSameOutputs(filter, nullptr, noise, len, 17 + static_cast<double>(len % phases) / phases);
         }
     }
 }
 
-TEST_P(PreparedRows, ServeTheRunsOfEveryBuild)
+TEST_P(PackedFilterBank, IsAcceptedByEveryVariant)
 {
-    const FilterBlock filter = FilterOf(kUp);
+    const FilterBlock filter = MakeM7Filter(kUp);
     const std::vector<std::int16_t> noise = Noise(600, 5);
-    for (const PreparingBuild& other : Executable()) {
-        other.prepare(filter.Get(), &rows_);
-        ExpectTheSame(filter, &rows_, noise, 500, 17.25);
+    for (const PackedVariant& other : SupportedVariants()) {
+        other.pack(filter.Get(), &bank_);
+        ExpectSameOutputs(filter, &bank_, noise, 500, 17.25);
     }
 }
 
-TEST_P(PreparedRows, RefuseLikeTheRunWithoutThem)
+TEST_P(PackedFilterBank, DoesNotChangeTheErrors)
 {
-    const FilterBlock filter = FilterOf(kUp);
-    GetParam().prepare(filter.Get(), &rows_);
-    SetPackedFilterBank(*filter.Get(), &rows_);
+    const FilterBlock filter = MakeM7Filter(kUp);
+    GetParam().pack(filter.Get(), &bank_);
+    SetPackedFilterBank(*filter.Get(), &bank_);
     const std::vector<std::int16_t> source(100);
     std::int16_t output = 11;
     double time = 17.5;
     int count = 13;
     EXPECT_EQ(GetParam().run(nullptr, 1, &output, 1.0f, &time, &count, filter.Get()), ippStsNullPtrErr);
     EXPECT_EQ(GetParam().run(source.data(), 0, &output, 1.0f, &time, &count, filter.Get()), ippStsSizeErr);
-    // A start that rounds up to the end: nothing to put out.
+    // A start that rounds up to the end: no output.
     EXPECT_EQ(GetParam().run(source.data(), 1, &output, 1.0f, &(time = 20.999), &count, filter.Get()), ippStsNoErr);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(output, 11);

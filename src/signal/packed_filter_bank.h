@@ -30,6 +30,8 @@ struct SZtaPackedFilterBank {
         alignas(64) std::int16_t aasTapPairs[kTapPairs][kLanes][2];
         /// The first two samples of each lane, counted from the first sample of lane 0.
         alignas(64) std::uint16_t aausOffsets[kLanes][2];
+        /// The bytes of the first two samples of each lane, counted from the first sample of its quad.
+        alignas(64) std::uint8_t aaucQuadBytes[kLanes][4];
         std::int32_t lOutputs; ///< below kLanes in the last group only
         std::int32_t lAdvance; ///< samples from lane 0 of this group to lane 0 of the next
     };

@@ -55,8 +55,7 @@ public:
                 }
                 const int iSum = PackLane(static_cast<const std::int16_t*>(rsFilter.pRows[uiPhase]), rsGroup, iLane);
                 iLargest = iSum > iLargest ? iSum : iLargest;
-                rsGroup.aausOffsets[iLane][0] = static_cast<std::uint16_t>(iOffset);
-                rsGroup.aausOffsets[iLane][1] = static_cast<std::uint16_t>(iOffset + 1);
+                StoreOffsets(rsGroup, iLane, iOffset, iOffset - iQuad);
                 if (iPosition < rsFilter.outRate) {
                     rsBank.aucPhasePositions[uiPhase] = static_cast<std::uint8_t>(iPosition);
                 }
@@ -67,8 +66,7 @@ public:
             rsGroup.lAdvance = iOffset;
             for (; iLane < kLanes; ++iLane) {
                 PackLane(static_cast<const std::int16_t*>(rsFilter.pRows[0]), rsGroup, iLane);
-                rsGroup.aausOffsets[iLane][0] = 0;
-                rsGroup.aausOffsets[iLane][1] = 1;
+                StoreOffsets(rsGroup, iLane, 0, 0);
             }
         }
         // The condition of Int32Accumulator.
@@ -109,6 +107,15 @@ private:
             rsGroup.aasTapPairs[k][iLane][1] = psTaps[2 * k + 1];
         }
         return iSum;
+    }
+
+    static void StoreOffsets(Group& rsGroup, int iLane, int iOffset, int iInQuad)
+    {
+        rsGroup.aausOffsets[iLane][0] = static_cast<std::uint16_t>(iOffset);
+        rsGroup.aausOffsets[iLane][1] = static_cast<std::uint16_t>(iOffset + 1);
+        for (int i = 0; i < 4; ++i) {
+            rsGroup.aaucQuadBytes[iLane][i] = static_cast<std::uint8_t>(2 * iInQuad + i);
+        }
     }
 
     /// Returns false if the advances of the groups differ too much for kAdvanceBits.

@@ -145,12 +145,8 @@ private:
     {
         const std::int16_t* const psFirst = psSource + rsGroup.aausOffsets[iFirstLane][0];
         const std::int16_t* const psSecond = psSource + rsGroup.aausOffsets[iFirstLane + 4][0];
-        // The byte indexes of each lane's pair in the window of its quad.
-        const __m256i vOffsets = _mm256_load_si256(reinterpret_cast<const __m256i*>(rsGroup.aausOffsets + iFirstLane));
-        const __m256i vInQuad = _mm256_sub_epi16(vOffsets, _mm256_shuffle_epi32(vOffsets, 0));
         __m256i avIndexes[kTapPairsPerWindow];
-        avIndexes[0] =
-            _mm256_add_epi16(_mm256_mullo_epi16(vInQuad, _mm256_set1_epi16(0x0202)), _mm256_set1_epi32(0x03020100));
+        avIndexes[0] = _mm256_load_si256(reinterpret_cast<const __m256i*>(rsGroup.aaucQuadBytes + iFirstLane));
         avIndexes[1] = _mm256_add_epi8(avIndexes[0], _mm256_set1_epi8(4));
         __m256i avSums[kTapPairsPerWindow];
         for (long w = 0; w < kWindows; ++w) {

@@ -42,7 +42,7 @@ unsigned long CZtClassFactory::Release()
 
 int CZtClassFactory::CreateInstance(IUnknown* pOuterUnknown, const _GUID& riid, void** ppv)
 {
-    // Whoever aggregates an object must get its non-delegating side, and only IID_IUnknown yields that.
+    // An outer object needs the non-delegating interface, which only IID_IUnknown returns.
     if (pOuterUnknown != nullptr && !ZtIsSameGuid(riid, IID_IUnknown)) {
         return E_NOINTERFACE;
     }
@@ -52,11 +52,11 @@ int CZtClassFactory::CreateInstance(IUnknown* pOuterUnknown, const _GUID& riid, 
         return hr < 0 ? hr : E_OUTOFMEMORY;
     }
     if (hr < 0) {
-        delete pObject; // by its slot: the object may be of any class, and no reference has been taken
+        delete pObject; // through its slot: the object can be of any class, and it has no reference yet
         return hr;
     }
-    // The reference around the query suits objects that are born with one and objects that are born with none; of the
-    // latter a failed query leaves nothing behind.
+    // The reference around the query works for objects that start with one reference and for objects that start with
+    // none: a failed query deletes the latter.
     pObject->NonDelegatingAddRef();
     hr = pObject->NonDelegatingQueryInterface(riid, ppv);
     pObject->NonDelegatingRelease();

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// The base of the module's own exceptions; they are raised on misuse only.
+/// The base of the module's exceptions, which report misuse.
 class ZTA_API CZtBaseException {
 public:
     explicit CZtBaseException(const std::string& rMessage);
@@ -18,7 +18,7 @@ private:
     std::string m_sMessage;
 };
 
-/// A smart pointer was used while empty, or was about to lose the reference that it holds.
+/// A smart pointer was dereferenced while empty, or was about to lose its reference.
 class ZTA_API CZtSmartPointerException : public CZtBaseException {
 public:
     explicit CZtSmartPointerException(const std::string& rMessage);

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The identifiers are exported names, also those that the module itself never asks for.
+/// The identifiers are exported, including those that the module itself never uses.
 [[gnu::used]] const _GUID* const kExportedGuids[] = {
     &IID_IUnknown,
     &IID_IClassFactory,

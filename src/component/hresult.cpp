@@ -95,6 +95,6 @@ void CZtHResult::_AssertWithFilenameAndLineIfPossible()
     if (&ZtLogger == nullptr) {
         return;
     }
-    // No file or line is known here; hosts read the constant 1.
+    // The file and line are not known here; hosts receive the constant 1.
     ZtLogger(keZtLogPackageComponent, 1, keZtLogLevelError, "[ASSERT] hr = %ls", ztErrorToString(m_hr));
 }

@@ -4,33 +4,33 @@
 
 #include <set>
 
-/// A status that reports a failure to the host's log the moment it is stored, unless the failure was declared
-/// acceptable. It neither throws nor stops the program. For one thread.
+/// A status that writes a failure to the host's log when it is stored, unless the failure is in the list of allowed
+/// ones. Does not throw. For one thread.
 class ZTA_API CZtHResult {
 public:
     CZtHResult(int hr);
 
-    /// The variable arguments are `iAllowedCount` values of type int: failures that are not reported. [allocates]
+    /// The variable arguments are `iAllowedCount` values of type int: failures that are not logged. [allocates]
     CZtHResult(int hr, int iAllowedCount, ...);
     CZtHResult(const CZtHResult& rOther);
     ~CZtHResult();
 
     CZtHResult& operator=(const int& rhr);
 
-    /// Takes over the status, and the acceptable failures if the other has any.
+    /// Copies the status, and the allowed failures if the other has any.
     CZtHResult& operator=(const CZtHResult& rOther);
 
-    /// Stores without a report.
+    /// Stores without logging.
     void AssignNoAssert(const int& rhr);
 
-    /// The status itself: what is written through it is not reported.
+    /// The address of the status. Writes through it are not logged.
     operator int&();
     int* operator&();
 
     bool DidSucceed();
     bool DidFail();
 
-    /// Reports the status now, if it is a failure that was not declared acceptable.
+    /// Logs the status now if it is a failure that is not allowed.
     void AssertIfError();
 
 private:

@@ -57,7 +57,7 @@ extern "C" int ZtInternalGetClassObject(const _GUID& rclsid, const _GUID& riid, 
             return ZT_NOERROR;
         }
     }
-    // Hosts know an unknown class by this code, though its name speaks of aggregation.
+    // Hosts expect this code for an unknown class, although its name says aggregation.
     return CLASS_E_NOAGGREGATION;
 }
 

@@ -2,7 +2,7 @@
 
 #include "component/exceptions.h"
 
-// Not merely declared: an instantiation is no more visible than its argument.
+// Included, not forward-declared: an instantiation has at most the visibility of its argument.
 #include <zta/host_interfaces.h>
 
 /// A pointer to an interface that holds one reference while it is not null. Misuse raises CZtSmartPointerException
@@ -17,21 +17,21 @@ public:
     TZtSmartPtr(const TZtSmartPtr&) = delete;
     TZtSmartPtr& operator=(const TZtSmartPtr&) = delete;
 
-    /// Gives the reference back and leaves null in the field, also for who looks at the memory afterwards. An exception
-    /// that escapes Release ends the process.
+    /// Releases the reference and sets the field to null, which is visible in the memory afterwards. An exception of
+    /// Release ends the process.
     virtual ~TZtSmartPtr()
     {
         if (m_pInterface != nullptr) {
             m_pInterface->Release();
-            // The object ends here, so that the compiler would drop an ordinary store.
+            // The compiler would remove an ordinary store as dead.
             *const_cast<T* volatile*>(&m_pInterface) = nullptr;
         }
     }
 
-    /// The pointer, null included.
+    /// Returns the pointer, which can be null.
     virtual operator T*() const { return m_pInterface; }
 
-    /// The pointer, which must not be null.
+    /// Returns the pointer, which must not be null.
     virtual T* operator*()
     {
         if (m_pInterface == nullptr) {
@@ -40,7 +40,8 @@ public:
         return m_pInterface;
     }
 
-    /// Where an output argument is written. The pointer must be null, or its reference would be lost.
+    /// Returns the address of the field, for output arguments. The pointer must be null, or its reference would be
+    /// lost.
     virtual T** operator&()
     {
         if (m_pInterface != nullptr) {
@@ -57,8 +58,8 @@ public:
         return m_pInterface;
     }
 
-    /// Takes a reference on `p`, then gives the old one back: assigning a pointer to itself is safe.
-    // NOLINTNEXTLINE(misc-unconventional-assign-operator): the slot's type is the contract's
+    /// Acquires `p`, then releases the old pointer, so that self-assignment is safe.
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): the binary contract fixes the type
     virtual T* operator=(T* p)
     {
         if (p != nullptr) {

@@ -8,8 +8,8 @@ std::atomic<int> g_i32Objects{0};
 
 namespace {
 
-/// An object that nobody aggregates is its own owner. The first three slots of INonDelegatingUnknown and of IUnknown
-/// take the same arguments, so that a caller reaches the non-delegating side through an ordinary IUnknown pointer.
+/// An object without an outer object owns itself. The first three slots of INonDelegatingUnknown and of IUnknown take
+/// the same arguments, so a caller reaches the non-delegating interface through an IUnknown pointer.
 IUnknown* OwnerOf(INonDelegatingUnknown* pThis, IUnknown* pOuterUnknown)
 {
     return pOuterUnknown != nullptr ? pOuterUnknown : reinterpret_cast<IUnknown*>(pThis);
@@ -27,13 +27,13 @@ int QueryIUnknown(INonDelegatingUnknown* pThis, const _GUID& riid, void** ppv)
 unsigned long AddReference(std::atomic<unsigned int>& rCount)
 {
     ++rCount;
-    // A second, plain read: the result is for diagnosis, and 0 would read as a dead object.
+    // A second read: the result is for diagnosis only.
     const unsigned int uiCount = rCount.load();
     return uiCount == 0 ? 1 : uiCount;
 }
 
-/// Takes one reference away. After the last one the count goes back to 1, so that a pair of AddRef and Release made
-/// while the destructor runs does not delete the object a second time. Returns what is left, 0 after the last.
+/// Releases one reference. After the last one the count becomes 1 again, so that a pair of AddRef and Release in the
+/// destructor does not delete the object a second time. Returns the remaining count, 0 after the last reference.
 unsigned long ReleaseReference(std::atomic<unsigned int>& rCount)
 {
     const unsigned int uiLeft = --rCount;

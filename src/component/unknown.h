@@ -1,31 +1,31 @@
-/// The base of every reference-counted object of the module.
+/// The base classes of the reference-counted objects of the module.
 ///
-/// An object has two sides. Its `INonDelegatingUnknown` side always talks to the object itself; the `IUnknown` side of
-/// a derived class forwards to the owning unknown, which is an outer object where there is one, else the object.
+/// An object has two such interfaces. `INonDelegatingUnknown` always refers to the object itself. The `IUnknown` of a
+/// derived class forwards to the owning unknown: the outer object if there is one, otherwise the object.
 #pragma once
 
 #include <zta/unknown.h>
 
 #include <atomic>
 
-/// The side of an object that talks to the object itself. Slots 0 to 2 are the operations, 3 and 4 the destructor.
+/// The unknown of the object itself. Slots 0 to 2 are the operations, 3 and 4 the destructor.
 class ZTA_API INonDelegatingUnknown {
 public:
     virtual int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) = 0;
     virtual unsigned long NonDelegatingAddRef() = 0;
     virtual unsigned long NonDelegatingRelease() = 0;
 
-    /// Behind the operations: an object that nobody has a reference on is deleted through its slot.
+    /// Declared after the operations. An object without references is deleted through its slot.
     virtual ~INonDelegatingUnknown() = default;
 };
 
-/// Live objects of the module: every CZtLightUnknown, CZtUnknown and CZtClassFactory. See DllCanUnloadNow.
+/// The number of live CZtLightUnknown, CZtUnknown and CZtClassFactory objects. See DllCanUnloadNow.
 extern ZTA_API std::atomic<int> g_i32Objects;
 
-/// Writes `pUnknown` to `*ppv` with a reference of its own. Returns 0. Neither argument may be null.
+/// Writes `pUnknown` to `*ppv` and acquires it. Returns 0. Neither argument may be null.
 extern "C" ZTA_API int ZtGetInterface(INonDelegatingUnknown* pUnknown, void** ppv);
 
-/// The `IUnknown` side of a class that derives from CZtLightUnknown or CZtUnknown: each call goes to the owning
+/// Defines the `IUnknown` of a class that derives from CZtLightUnknown or CZtUnknown. It forwards to the owning
 /// unknown.
 #define ZTA_DELEGATE_IUNKNOWN()                                                                                        \
     int QueryInterface(const _GUID& riid, void** ppv) override                                                         \
@@ -41,7 +41,7 @@ extern "C" ZTA_API int ZtGetInterface(INonDelegatingUnknown* pUnknown, void** pp
         return m_pOuterUnknown->Release();                                                                             \
     }
 
-/// A reference-counted object that is born with one reference, its creator's.
+/// A reference-counted object that starts with one reference, its creator's.
 class ZTA_API CZtLightUnknown : public INonDelegatingUnknown {
 public:
     /// pwszName       for diagnosis; not kept
@@ -64,7 +64,7 @@ protected:
     friend struct SZtLayoutProbe; ///< the tests' view of the fields whose order the contract fixes
 };
 
-/// A reference-counted object that is born without a reference: nobody owns it until the first AddRef.
+/// A reference-counted object that starts without a reference: nobody owns it until the first AddRef.
 class ZTA_API CZtUnknown : public INonDelegatingUnknown {
 public:
     /// As for CZtLightUnknown; `bFlag` has no effect.
@@ -82,7 +82,7 @@ public:
 protected:
     IUnknown* m_pOuterUnknown;
     std::atomic<unsigned int> m_ulRefCount;
-    void* m_pReserved = nullptr; ///< keeps the size of the object that the contract gives; nothing touches it
+    void* m_pReserved = nullptr; ///< unused; keeps the size of the object
 
     friend struct SZtLayoutProbe; ///< the tests' view of the fields whose order the contract fixes
 };

@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Every buffer of the pool is asked for alike. The capacity is what matters: each use labels the buffer first.
-/// Zeroed as a whole first: what lies between the fields reaches the host, too.
+/// The request for each buffer of the pool. Only the capacity matters: each use sets the format first. The record is
+/// zeroed as a whole, because the host also receives the padding between its fields.
 SZtCreateAudioSamplesDescription PoolBufferRequest()
 {
     SZtCreateAudioSamplesDescription sRequest;

@@ -18,17 +18,17 @@
 #include <atomic>
 #include <initializer_list>
 
-/// The most buffers, and the most channels, that one operation takes.
+/// The maximum number of buffers, and of channels, of one operation.
 inline constexpr unsigned long kMaxBuffers = 64;
 
 /// The capacity of each buffer of the pool, in bytes.
 inline constexpr unsigned long kScratchBytes = 192000;
 
-/// How the entry of an operation reads the descriptions of its buffers.
+/// How an entry point reads the descriptions of its buffers.
 enum class EDescriptionPolicy {
-    Relabel20Bits,       ///< a failure is ZT_E_INVALID_PARAMETER; a buffer of 20 valid bits is relabelled
-    KeepFormat,          ///< a failure is ZT_E_INVALID_PARAMETER; labels stay
-    KeepFormatAndStatus, ///< a failure is what the host returned; labels stay
+    Relabel20Bits,       ///< a failure is ZT_E_INVALID_PARAMETER; 20 valid bits become 24
+    KeepFormat,          ///< a failure is ZT_E_INVALID_PARAMETER; formats stay
+    KeepFormatAndStatus, ///< a failure is the host's status; formats stay
 };
 
 /// How a worker with one input and one output ends; see EndOneToOne.
@@ -39,15 +39,15 @@ enum class EOneToOneEnding {
 
 /// The service object of the module.
 ///
-/// An operation has two halves. Its entry checks the arguments, takes the busy latch and saves the operands with
-/// SaveInfo...; its worker Process... takes them with GetInfo..., does the work and ends the operation. The worker runs
-/// once, from its entry, on the same thread.
+/// An operation has two halves. Its entry point validates the arguments, sets the busy flag and saves the operands with
+/// SaveInfo... Its worker Process... reads them with GetInfo..., processes the samples and ends the operation. The
+/// entry point calls the worker once, on the same thread.
 ///
 /// The order of the fields is part of the contract.
 class ZTA_API CZtaAudioSamplesEngine : public CZtLightUnknown, public IZtaAudioSamplesEngine {
 public:
     /// pEngine  the host, which creates the pool; used here only
-    /// pStatus  receives the first failure of the host, or 0; what was created before it stays until the destructor
+    /// pStatus receives the first failure of the host, or 0; the destructor releases the buffers created before it
     CZtaAudioSamplesEngine(IZtQuonEnginePrivate* pEngine, unsigned long ulReserved, int* pStatus);
     ~CZtaAudioSamplesEngine() override;
 
@@ -76,7 +76,7 @@ public:
     int ProcessAudioResampler(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
                               IUnknown* pResampler) override;
 
-    // The workers, and what passes the operands from an entry to its worker.
+    // The workers, and the functions that pass the operands from an entry point to its worker.
     int ProcessCopyConv();
     int SaveInfoCopyConv(IZtAudioSamples* pSource, IZtAudioSamples* pDestination);
     int GetInfoCopyConv(IZtAudioSamples** ppSource, IZtAudioSamples** ppDestination);
@@ -87,7 +87,7 @@ public:
     int GetInfoDuplicate(IZtAudioSamples** ppSource, unsigned long* pulSourceOffset, IZtAudioSamples** ppDestination,
                          unsigned long* pulDestinationOffset, unsigned long* pulLength);
 
-    /// Copies a run of bytes. The source is bounded by its valid length and the destination by its capacity.
+    /// Copies a span of bytes. The source is bounded by its valid length and the destination by its capacity.
     int BufferDuplicateWithOffset(IZtAudioSamples* pSource, unsigned long ulSourceOffset, IZtAudioSamples* pDestination,
                                   unsigned long ulDestinationOffset, unsigned long ulLength);
 
@@ -125,16 +125,16 @@ public:
     int GetInfoResampler(IZtAudioSamples** ppInput, IZtAudioSamples** ppOutput, EZtAudioResamplerMode* peMode,
                          IUnknown** ppResampler);
 
-    /// Releases every saved buffer and clears the other operands, but for the count of the saved buffers and the
-    /// volume records. Returns 0.
+    /// Releases all saved buffers and clears the other operands, except the buffer count and the volume records.
+    /// Returns 0.
     int ReleaseAllSavedInfo();
 
-    /// Relabels a buffer of 20 valid bits in 32 as 24 in 32, in the description and on the buffer. Returns what the
-    /// buffer's SetWaveFormat returns, or 0 where nothing is to do.
+    /// Changes a format of 20 valid bits in 32 to 24 valid bits, in the description and on the buffer. Returns the
+    /// status of SetWaveFormat, or 0 for other formats.
     int Convert32BitAudioSampleFrom20To24(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription* pDescription);
 
-    /// Moves one buffer's content into another, as bytes or through a kernel. The descriptions decide which, and they
-    /// are the caller's: they may name a format that a buffer does not report yet.
+    /// Copies the samples of one buffer to another, as bytes or through a kernel. The descriptions of the caller decide
+    /// which; they may name a format that a buffer does not report yet.
     int BufferCopy(IZtAudioSamples* pIn, SZtAudioSamplesDescription* pInDescription, IZtAudioSamples* pOut,
                    SZtAudioSamplesDescription* pOutDescription);
 
@@ -142,16 +142,16 @@ public:
     bool is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormatInfo& sIn, const SZtaWaveFormatInfo& sOut);
 
 private:
-    // What the operations are composed of, besides operation.h. Not part of the contract.
+    // Building blocks of the operations, besides operation.h. Not part of the contract.
 
     /// Calls `rVisit` with each slot of the pool, in the order of creation, until it returns false.
     template <class Visit>
     ZTA_INTERNAL void ForEachPoolSlot(Visit rVisit);
 
-    /// 0, or ZT_E_MODULE_BUSY where another operation holds the latch.
+    /// 0, or ZT_E_MODULE_BUSY if another operation runs.
     ZTA_INTERNAL int TrySetBusy() { return m_ui32Busy.exchange(1) == 0 ? ZT_NOERROR : ZT_E_MODULE_BUSY; }
 
-    /// The label fix; looked at here as well, so that no call is made for other formats.
+    /// Changes 20 valid bits to 24. Checks the format first, to save the call for other formats.
     ZTA_INTERNAL int RelabelFormat(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
     {
         const SZtaWaveFormatInfo& rsFormat = rsDescription.sWaveFormat;
@@ -160,7 +160,7 @@ private:
                    : ZT_NOERROR;
     }
 
-    /// Requests a description as most entry points do, and relabels 20 valid bits.
+    /// Requests a description as most entry points do, and changes 20 valid bits to 24.
     ZTA_INTERNAL int QueryDescription(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
     {
         if (RequestDescription(pBuffer, rsDescription) < 0) {
@@ -169,7 +169,7 @@ private:
         return RelabelFormat(pBuffer, rsDescription);
     }
 
-    /// The entry of an operation with one input and one output; see one_to_one_entry.h.
+    /// The entry point of an operation with one input and one output; see one_to_one_entry_point.h.
     template <class CheckFormats, class SaveInfo>
     ZTA_INTERNAL int BeginOneToOne(EDescriptionPolicy eDescriptions, int iArgumentStatus, IZtAudioSamples* pInput,
                                    IZtAudioSamples* pOutput, CheckFormats rCheckFormats, SaveInfo rSaveInfo,
@@ -287,7 +287,9 @@ private:
     /// Saves an operand in an empty slot. Returns the status of FillSlot.
     ZTA_INTERNAL int FillBufferSlot(unsigned long ulIndex, IZtAudioSamples* pBuffer)
     {
-        m_ui16UsedSlots = std::max(m_ui16UsedSlots, static_cast<std::uint16_t>(ulIndex + 1));
+        if (ulIndex >= m_ui16UsedSlots) {
+            m_ui16UsedSlots = static_cast<std::uint16_t>(ulIndex + 1);
+        }
         return FillSlot(m_apSavedBuffers[ulIndex], pBuffer);
     }
 
@@ -303,8 +305,8 @@ private:
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
 
-    /// Labels a stage buffer with a format and converts into it.
-    ZTA_INTERNAL int ConvertToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pStage, SZtaWaveFormatInfo& rsStageFormat);
+    /// Sets the format of a scratch buffer and converts the samples into it.
+    ZTA_INTERNAL int ConvertToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pScratch, SZtaWaveFormatInfo& rsFormat);
 
     ZTA_INTERNAL int InterleaveViaScratch(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
                                           IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
@@ -323,7 +325,7 @@ private:
         unsigned long ulVolumeCount = 0;
     };
 
-    /// What the kernel was asked last about an input, and its answer: inputs of one format are asked about once.
+    /// The last input format and the kernel's suggestion for it, so that equal inputs are classified once.
     struct SScratchFormat {
         bool bIsValid = false;
         bool bConverts = false;
@@ -331,33 +333,34 @@ private:
         SZtaWaveFormatInfo sSuggested = {};
     };
 
-    /// Keeps the records of the first slots, or silence beyond the saved count; a silent record keeps its channel
+    /// Saves the volumes of the first slots. Slots beyond the volume count get a gain of 0 and keep their channel
     /// reference.
     ZTA_INTERNAL void SaveVolumes(unsigned long ulSlots, const SZtAudioMonoVolumeInfo* psVolumes);
     ZTA_INTERNAL int LoadMuxOperands(SMuxOperands& rsOperands);
 
-    // The four mux operations are two: ulChannelsPerBuffer is 1 where the array holds mono buffers and 2 where it holds
-    // stereo ones.
+    // Each function serves two mux operations: ulChannelsPerBuffer is 1 for arrays of mono buffers, 2 for stereo
+    // buffers.
     ZTA_INTERNAL int BeginInterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
                                      unsigned long ulCount, IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                      unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)());
-    ZTA_INTERNAL int CheckAssembly(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
-                                   unsigned long ulCount, IZtAudioSamples* pMux, int iStatus);
+    ZTA_INTERNAL int CheckInterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
+                                     unsigned long ulCount, IZtAudioSamples* pMux, int iStatus);
     ZTA_INTERNAL int CheckInterleaveInput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer);
     template <class Kernel, class Convert>
     ZTA_INTERNAL int ProcessInterleave(Kernel& rKernel, Convert pfnConvert, unsigned long ulChannelsPerBuffer);
     template <class Kernel>
     ZTA_INTERNAL int PrepareInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
-                                  SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SScratchFormat& rsStage,
+                                  SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SScratchFormat& rsScratch,
                                   IZtAudioSamples*& rpStaged);
     ZTA_INTERNAL int BeginDeinterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux,
                                        IZtAudioSamples** ppBuffers, unsigned long ulCount,
                                        SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
                                        int (CZtaAudioSamplesEngine::*pfnProcess)());
     template <class Contents>
-    ZTA_INTERNAL int CheckSplit(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux, IZtAudioSamples** ppBuffers,
-                                unsigned long ulCount, const SZtAudioMonoVolumeInfo* psVolumes,
-                                unsigned long ulVolumeCount, CContentHolder& rMux, Contents& rOutputs);
+    ZTA_INTERNAL int CheckDeinterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux,
+                                       IZtAudioSamples** ppBuffers, unsigned long ulCount,
+                                       const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
+                                       CContentHolder& rMux, Contents& rOutputs);
     ZTA_INTERNAL int CheckDeinterleaveOutput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer,
                                              CContentHolder& rContent);
     template <class Kernel, class Convert>
@@ -396,8 +399,8 @@ private:
     CZtaApplyVolume m_oApplyVolume;
     CZtaResampleAudio m_oResampleAudio;
     std::atomic<std::uint32_t> m_ui32Busy;
-    std::uint16_t m_ui16UsedSlots;   ///< slots of m_apSavedBuffers from here on are empty
-    std::uint16_t m_ui16UsedVolumes; ///< records of m_asSavedVolumes from here on are silent
+    std::uint16_t m_ui16UsedSlots;   ///< slots of m_apSavedBuffers from here on are null
+    std::uint16_t m_ui16UsedVolumes; ///< records of m_asSavedVolumes from here on have a gain of 0
 
     friend struct SZtLayoutProbe;
 };

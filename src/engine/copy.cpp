@@ -57,18 +57,18 @@ int CZtaAudioSamplesEngine::ProcessCopyConv()
     return iStatus;
 }
 
-/// Fades where fades can run: on the destination if its format allows, else on a stage buffer that is then brought to
-/// the destination's format. The request for the fade ends here.
+/// Copies and applies a fade. The fade runs on the destination if its format has a fade kernel, otherwise on a scratch
+/// buffer that is then converted to the destination's format. The fade flags are clear afterwards.
 int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                       IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination)
 {
-    SZtAudioSamplesDescription sStage = rsSource;
-    int iStatus = LogIfFailed(m_oApplyFade.SuggestFormat(&rsDestination.sWaveFormat, &sStage.sWaveFormat));
+    SZtAudioSamplesDescription sScratch = rsSource;
+    int iStatus = LogIfFailed(m_oApplyFade.SuggestFormat(&rsDestination.sWaveFormat, &sScratch.sWaveFormat));
     if (iStatus < 0) {
         return iStatus;
     }
 
-    if (IsSameFormat(rsDestination.sWaveFormat, sStage.sWaveFormat)) {
+    if (IsSameFormat(rsDestination.sWaveFormat, sScratch.sWaveFormat)) {
         iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, pDestination, &rsDestination));
         if (iStatus < 0) {
             return iStatus;
@@ -79,8 +79,8 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
         return iStatus;
     }
 
-    m_pScratch0->SetWaveFormat(&sStage.sWaveFormat);
-    iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, m_pScratch0, &sStage));
+    m_pScratch0->SetWaveFormat(&sScratch.sWaveFormat);
+    iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, m_pScratch0, &sScratch));
     SetFades(m_pScratch0, rsSource.bFadeIn, rsSource.bFadeOut);
     if (iStatus < 0) {
         return iStatus;
@@ -89,7 +89,7 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = LogIfFailed(BufferCopy(m_pScratch0, &sStage, pDestination, &rsDestination));
+    iStatus = LogIfFailed(BufferCopy(m_pScratch0, &sScratch, pDestination, &rsDestination));
     if (iStatus < 0) {
         return iStatus;
     }

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// One format, or two kinds of opaque words, whose width is nobody's business here.
+/// Returns true for equal formats, and for opaque data of equal rate and channel count.
 bool CanDuplicate(const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& rsDestination)
 {
     return IsSameFormat(rsSource, rsDestination) ||
@@ -16,8 +16,8 @@ bool CanDuplicate(const SZtaWaveFormatInfo& rsSource, const SZtaWaveFormatInfo& 
             rsSource.ulSamplesPerSec == rsDestination.ulSamplesPerSec);
 }
 
-/// True if a run of `ulLength` bytes from `ulOffset` on lies within `ulEnd` bytes. An offset at the end is outside,
-/// also for an empty run. No sum is formed, so nothing wraps.
+/// Returns true if `ulLength` bytes from `ulOffset` on lie within `ulEnd` bytes. An offset at the end is outside, also
+/// for a length of 0. Forms no sum, so nothing wraps.
 bool IsRangeInside(unsigned long ulOffset, unsigned long ulLength, unsigned long ulEnd)
 {
     return ulOffset < ulEnd && ulEnd - ulOffset >= ulLength;
@@ -108,7 +108,7 @@ int CZtaAudioSamplesEngine::BufferDuplicateWithOffset(IZtAudioSamples* pSource, 
     if (ulLength == 0) {
         return ZT_NOERROR;
     }
-    // A buffer without an address holds no byte of the run.
+    // A buffer without an address holds no byte.
     if (sSpans.pbyIn == nullptr) {
         return ZT_E_SOURCE_BUFFER_TOO_SMALL;
     }

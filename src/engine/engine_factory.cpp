@@ -41,7 +41,7 @@ int CZtaAudioSamplesEngineFactory::CreateAudioSamplesEngine(IZtQuonEnginePrivate
     if (pNewEngine == nullptr) {
         return E_OUTOFMEMORY;
     }
-    // The reference that the engine is born with is the caller's, also when the host refused a buffer.
+    // The caller owns the initial reference of the engine, also if the host failed to create a buffer.
     *ppEngine = pNewEngine;
     return iStatus;
 }

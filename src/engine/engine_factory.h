@@ -4,10 +4,10 @@
 
 #include <zta/engine_interfaces.h>
 
-/// The class that the module offers: it makes engines.
+/// The factory of engines: the class that the module registers.
 class ZTA_API CZtaAudioSamplesEngineFactory : public CZtUnknown, public IZtaAudioSamplesEngineFactory {
 public:
-    /// What the class table calls. `*pStatus` receives 0, or E_OUTOFMEMORY with a null result.
+    /// Called through the class table. `*pStatus` receives 0, or E_OUTOFMEMORY with a null result.
     static INonDelegatingUnknown* CreateInstance(IUnknown* pOuter, int* pStatus);
 
     CZtaAudioSamplesEngineFactory(IUnknown* pOuter, int* pStatus);

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// The check that both directions make on their three buffers, in the order of their arguments.
+/// Checks the formats of the three buffers, in the order of the operation's arguments.
 int CheckStereoFormats(std::initializer_list<const SZtaWaveFormatInfo*> oFormats,
                        std::initializer_list<std::uint32_t> oChannels)
 {
@@ -127,7 +127,7 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
     if (iStatus >= 0) {
         iStatus = InterleaveViaScratch(pLeft, sLeft, pRight, sRight, pStereo, sStereo);
     }
-    // Only a fade that both sides ask for is one of the stereo buffer.
+    // The stereo buffer gets a fade only if both inputs agree on it.
     if (iStatus >= 0 && sLeft.bFadeIn == sRight.bFadeIn && sLeft.bFadeOut == sRight.bFadeOut) {
         iStatus = FadeInPlace(m_oApplyFade, pStereo, sLeft, iStatus);
     }
@@ -142,7 +142,7 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
     return iStatus;
 }
 
-/// Interleaves, through a stage buffer on each side whose format the kernel does not take.
+/// Interleaves. A buffer in a format that the kernel does not support goes through a scratch buffer.
 int CZtaAudioSamplesEngine::InterleaveViaScratch(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
                                                  IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
                                                  IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo)
@@ -286,8 +286,8 @@ int CZtaAudioSamplesEngine::ProcessStereoToMono()
         iStatus = LogIfFailed(oRight->GetAudioSamplesDescription(&sRight));
     }
     if (iStatus >= 0) {
-        // The right output has its mark from the entry already, and the left one gets no stop mark below. Hosts see
-        // two start marks and one stop mark on the right, one start mark and none on the left.
+        // The entry point has marked the right output already, and the left output gets no stop mark below. Hosts
+        // observe two start marks and one stop mark on the right, one start mark and no stop mark on the left.
         oRight->MarkWriteStartTime();
         iStatus = DeinterleaveViaScratch(pStereo, sStereo, pLeft, sLeft, pRight, sRight);
     }
@@ -303,7 +303,8 @@ int CZtaAudioSamplesEngine::ProcessStereoToMono()
     return iStatus;
 }
 
-/// Splits, through a stage buffer on each side whose format the kernel does not take.
+/// Deinterleaves. A buffer in a format that the kernel does not support goes through a scratch buffer. Logs each
+/// failure when it occurs: the host observes the log line before the calls that follow.
 int CZtaAudioSamplesEngine::DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo,
                                                    IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
                                                    IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight)
@@ -319,7 +320,7 @@ int CZtaAudioSamplesEngine::DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZt
         iStatus = LogIfFailed(ConvertToScratch(pStereo, m_pScratch0, sStereoFormat));
         pStereo = m_pScratch0;
     }
-    // The stages of the outputs are labelled even when the input could not be staged.
+    // The scratch buffers of the outputs get their format even if the input could not be staged.
     IZtAudioSamples* pLeftTarget = pLeft;
     IZtAudioSamples* pRightTarget = pRight;
     if (!IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {

@@ -7,14 +7,14 @@
 
 namespace {
 
-/// How many of its channels a mux operation moves in one buffer of the array.
+/// The number of channels in one buffer of the array of a mux operation.
 enum EChannelsPerBuffer : unsigned long {
     kMonoChannels = 1,
     kStereoChannels = 2,
 };
 
-/// The counts of buffers that assemble or split a mux. Two mono buffers pass the entry of an assembly, though no kernel
-/// knows a mux of two channels.
+/// The supported counts of buffers. The entry point accepts two mono buffers, although no kernel supports a mux of two
+/// channels; the worker rejects them.
 constexpr unsigned long kBufferCounts[] = {2, 4, 8, 16, 32, 64};
 
 bool IsSupportedBufferCount(unsigned long ulCount, unsigned long ulLeast, unsigned long ulMost)
@@ -23,7 +23,7 @@ bool IsSupportedBufferCount(unsigned long ulCount, unsigned long ulLeast, unsign
            std::find(std::begin(kBufferCounts), std::end(kBufferCounts), ulCount) != std::end(kBufferCounts);
 }
 
-/// The verdict on the volume arguments, or `iStatus` where there is nothing to say.
+/// Returns the error code of the volume arguments, or `iStatus` if they are valid.
 int CheckVolumes(const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount, unsigned long ulBufferCount,
                  bool bCountsAgree, int iStatus)
 {
@@ -50,7 +50,7 @@ void SignalBuffer(IZtAudioSamples* pBuffer, Signal rSignal)
     }
 }
 
-/// The contents of an array of buffers, of which no more are made than the array has.
+/// The contents of an array of buffers. Constructs only as many holders as the array has buffers.
 class CContentArray {
 public:
     CContentArray() {}
@@ -76,7 +76,7 @@ private:
 
 } // namespace
 
-// ---- Passing the operands ----
+// ---- Operands ----
 
 int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, IZtAudioSamples** ppBuffers,
                                         unsigned long ulCount, SZtAudioMonoVolumeInfo* psVolumes,
@@ -85,14 +85,19 @@ int CZtaAudioSamplesEngine::SaveInfoMux(IZtAudioSamples* pInput, IZtAudioSamples
     m_ui64SavedBufferCount = ulCount;
     m_ui64SavedVolumeCount = ulVolumeCount;
     const unsigned long ulSlots = std::min(ulCount, kMaxBuffers);
+    const unsigned long ulUsed = m_ui16UsedSlots;
     for (unsigned long i = 0; i < ulSlots; ++i) {
-        ReleaseBufferSlots(i, i + 1);
+        if (i < ulUsed) {
+            ReleaseBufferSlots(i, i + 1);
+        }
         if (FillBufferSlot(i, ppBuffers[i]) < 0) {
             SaveVolumes(i + 1, psVolumes);
             return ZT_E_INVALID_PARAMETER;
         }
     }
-    ReleaseBufferSlots(ulSlots, kMaxBuffers);
+    if (ulSlots < ulUsed) {
+        ReleaseBufferSlots(ulSlots, ulUsed);
+    }
     SaveVolumes(kMaxBuffers, psVolumes);
     // One of the two is null in every operation, so the status does not matter.
     SaveInputAndOutput(pInput, pOutput);
@@ -140,7 +145,8 @@ int CZtaAudioSamplesEngine::LoadMuxOperands(SMuxOperands& rsOperands)
     int iStatus = GetInfoMux(&rsOperands.pInput, &rsOperands.pOutput, rsOperands.apBuffers, &rsOperands.ulCount,
                              rsOperands.asVolumes, &rsOperands.ulVolumeCount);
     if (iStatus < 0) {
-        // Too many volumes, or too many buffers in a direct call. Nothing is processed; the saved buffers are signaled.
+        // Too many volumes or buffers in a direct call. Nothing is processed; the saved buffers still get their
+        // signals.
         rsOperands.pInput = m_pSavedInput;
         rsOperands.pOutput = m_pSavedOutput;
         rsOperands.ulCount = std::min<unsigned long>(m_ui64SavedBufferCount, kMaxBuffers);
@@ -156,7 +162,7 @@ int CZtaAudioSamplesEngine::LoadMuxOperands(SMuxOperands& rsOperands)
     return iStatus;
 }
 
-// ---- Assembly ----
+// ---- Interleave ----
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux(IZtAudioSamples** ppMono, unsigned long ulMonoCount,
                                                       IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
@@ -174,9 +180,10 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux(IZtAudioSamples** ppSter
                            &CZtaAudioSamplesEngine::ProcessStereoToMux);
 }
 
-/// The checks of an assembly after those of the arguments, whose status is `iStatus`. Success sets the busy flag.
-inline int CZtaAudioSamplesEngine::CheckAssembly(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
-                                                 unsigned long ulCount, IZtAudioSamples* pMux, int iStatus)
+/// The checks of an interleave operation after those of the arguments, whose status is `iStatus`. Success sets the busy
+/// flag.
+inline int CZtaAudioSamplesEngine::CheckInterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
+                                                   unsigned long ulCount, IZtAudioSamples* pMux, int iStatus)
 {
     for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
         iStatus = CheckInterleaveInput(ulChannelsPerBuffer, ppBuffers[i]);
@@ -216,7 +223,7 @@ int CZtaAudioSamplesEngine::BeginInterleave(unsigned long ulChannelsPerBuffer, I
     }
     // Half of an odd volume count agrees with the stereo buffers; the volume step rejects the odd one later.
     iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount / ulChannelsPerBuffer == ulCount, iStatus);
-    iStatus = CheckAssembly(ulChannelsPerBuffer, ppBuffers, ulCount, pMux, iStatus);
+    iStatus = CheckInterleave(ulChannelsPerBuffer, ppBuffers, ulCount, pMux, iStatus);
     if (iStatus < 0) {
         return RejectCall(iStatus, {}, {oMux.Get()}, [&] {
             // Signal every buffer of the array, including those that were not validated.
@@ -233,9 +240,9 @@ int CZtaAudioSamplesEngine::BeginInterleave(unsigned long ulChannelsPerBuffer, I
         pfnProcess);
 }
 
-/// Looks at one input of an assembly. Hosts see its description read and its label fixed, but the verdict on it does
-/// not survive: what the producer left on the buffer takes its place, and an input of another layout, or of opaque
-/// words, is refused by the worker with another code.
+/// Checks one input. The host observes the request for the description and the relabeled format, but their status is
+/// overwritten by the error code of the buffer. An input with a wrong channel count or with opaque data is rejected
+/// later, by the worker, with another code.
 int CZtaAudioSamplesEngine::CheckInterleaveInput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer)
 {
     if (pBuffer == nullptr) {
@@ -279,20 +286,20 @@ int CZtaAudioSamplesEngine::ProcessInterleave(Kernel& rKernel, Convert pfnConver
     }
     IZtAudioSamples* apKernelInputs[kMaxBuffers];
     SZtAudioSamplesDescription sInput = kEmptyDescription;
-    SScratchFormat sStage;
+    SScratchFormat sScratch;
     for (unsigned long i = 0; i < sOperands.ulCount && iStatus >= 0; ++i) {
         const int iDescribed = RequestDescription(sOperands.apBuffers[i], sInput);
-        // A stereo input that cannot be described is taken for what the one before it was.
+        // If the request for a stereo input fails, the description of the input before it stays in use.
         if (ulChannelsPerBuffer == kMonoChannels) {
             iStatus = iDescribed;
         }
         if (iStatus >= 0) {
-            iStatus = PrepareInput(rKernel, sOperands.apBuffers[i], sInput, sMux, i, sStage, apKernelInputs[i]);
+            iStatus = PrepareInput(rKernel, sOperands.apBuffers[i], sInput, sMux, i, sScratch, apKernelInputs[i]);
         }
     }
     if (iStatus >= 0) {
-        // The last input speaks for all. The inputs have been faded: only an assembly of stereo buffers still hands
-        // the request on with the mux.
+        // The polarity and the fade flags of the last input apply to the mux. The fades are done already; only the
+        // stereo operation propagates the flags nevertheless.
         oMux->SetPolarity(sInput.ePolarity);
         SetFades(oMux, ulChannelsPerBuffer == kStereoChannels && sInput.bFadeIn,
                  ulChannelsPerBuffer == kStereoChannels && sInput.bFadeOut);
@@ -311,7 +318,7 @@ int CZtaAudioSamplesEngine::ProcessInterleave(Kernel& rKernel, Convert pfnConver
     return iStatus;
 }
 
-// ---- Split ----
+// ---- Deinterleave ----
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono(IZtAudioSamples* pMux, IZtAudioSamples** ppMono,
                                                       unsigned long ulMonoCount, SZtAudioMonoVolumeInfo* psVolumes,
@@ -329,7 +336,7 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo(IZtAudioSamples* pMux, I
                              &CZtaAudioSamplesEngine::ProcessMuxToStereo);
 }
 
-/// The checks of one output of a split.
+/// The checks of one output of a deinterleave operation.
 inline int CZtaAudioSamplesEngine::CheckDeinterleaveOutput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer,
                                                            CContentHolder& rContent)
 {
@@ -346,12 +353,12 @@ inline int CZtaAudioSamplesEngine::CheckDeinterleaveOutput(unsigned long ulChann
     return RelabelFormat(pBuffer, sBuffer);
 }
 
-/// The checks of a split, which obtain the contents of all buffers. Success sets the busy flag.
+/// The checks of a deinterleave operation. They obtain the contents of all buffers. Success sets the busy flag.
 template <class Contents>
-int CZtaAudioSamplesEngine::CheckSplit(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux,
-                                       IZtAudioSamples** ppBuffers, unsigned long ulCount,
-                                       const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
-                                       CContentHolder& rMux, Contents& rOutputs)
+int CZtaAudioSamplesEngine::CheckDeinterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux,
+                                              IZtAudioSamples** ppBuffers, unsigned long ulCount,
+                                              const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,
+                                              CContentHolder& rMux, Contents& rOutputs)
 {
     int iStatus = AcquireInput(pMux, rMux);
     if (iStatus < 0) {
@@ -393,7 +400,7 @@ int CZtaAudioSamplesEngine::BeginDeinterleave(unsigned long ulChannelsPerBuffer,
     CContentHolder oMux;
     CContentArray oOutputs;
     const int iStatus =
-        CheckSplit(ulChannelsPerBuffer, pMux, ppBuffers, ulCount, psVolumes, ulVolumeCount, oMux, oOutputs);
+        CheckDeinterleave(ulChannelsPerBuffer, pMux, ppBuffers, ulCount, psVolumes, ulVolumeCount, oMux, oOutputs);
     if (iStatus < 0) {
         return RejectCall(iStatus, {oMux.Get()}, {}, [&] {
             for (unsigned long i = 0; i < ulCount; ++i) {
@@ -447,7 +454,7 @@ int CZtaAudioSamplesEngine::ProcessDeinterleave(Kernel& rKernel, Convert pfnConv
         iStatus = sOperands.apBuffers[0]->GetAudioSamplesDescription(&sFirst);
     }
     if (iStatus >= 0) {
-        // Outputs are never converted, so what is suggested for them is not used.
+        // Outputs are never converted, so the suggested output format is not used.
         iStatus = rKernel.SuggestFormat(&sMux.sWaveFormat, &sFirst.sWaveFormat, &sMuxFormat, &sOutputFormat);
     }
     IZtAudioSamples* pSource = oMux;

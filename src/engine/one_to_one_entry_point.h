@@ -39,10 +39,10 @@ int CZtaAudioSamplesEngine::CheckOneToOne(EDescriptionPolicy eDescriptions, int 
     return iStatus < 0 ? iStatus : TrySetBusy();
 }
 
-/// The entry of an operation with one input and one output, for the operations that differ in nothing else than this:
+/// The entry point of the operations with one input and one output, which differ only in these arguments:
 /// eDescriptions    how the buffers' descriptions are read
-/// iArgumentStatus  the verdict on the other arguments, which counts once both buffers are given
-/// rCheckFormats    (input's format, output's format) to a status
+/// iArgumentStatus the status of the other arguments; takes effect if both buffers are not null rCheckFormats function
+/// of the input and output formats that returns a status
 /// rSaveInfo        saves the operands for the worker
 /// pfnProcess       the worker
 template <class CheckFormats, class SaveInfo>
@@ -91,7 +91,7 @@ int CZtaAudioSamplesEngine::EndOneToOne(CScopedEndOperation& rOperation, IZtAudi
         return pOutput->SignalWriteCompletion();
     } else {
         rOperation.End();
-        // If the host fails a query here, the buffer serves as its own content: no announced access stays open.
+        // If a query fails here, the signals go to the buffer itself, so that no announced access stays open.
         CContentHolder oInput;
         oInput.Query(pInput);
         (oInput.Get() != nullptr ? oInput.Get() : pInput)->SignalReadCompletion();

@@ -10,22 +10,21 @@
 #include <cstring>
 #include <utility>
 
-/// The pieces that the operations of the engine share. The order in which an operation uses them is what a host sees
-/// of it; it stands in the operation's own text.
+/// Functions that the operations share. Each operation calls them in its own code, because hosts observe the order.
 
 using CSamplesPtr = TZtSmartPtr<IZtAudioSamples>;
 
-/// A description that is ready to be filled.
+/// An empty description with its size field set.
 inline constexpr SZtAudioSamplesDescription kEmptyDescription = {
     sizeof(SZtAudioSamplesDescription), 0, 0, false, false, {}};
 
-/// Formats are equal when their bytes are, the size field included.
+/// Formats are equal if all their bytes are equal, the size field included.
 inline bool IsSameFormat(const SZtaWaveFormatInfo& rsFirst, const SZtaWaveFormatInfo& rsSecond)
 {
     return std::memcmp(&rsFirst, &rsSecond, sizeof(SZtaWaveFormatInfo)) == 0;
 }
 
-/// The output stage marks buffers that it played late or dropped. Such a buffer is as good an input as any other.
+/// The host marks buffers that were played late or dropped. Their samples are valid.
 constexpr bool IsToleratedErrorCode(int iCode)
 {
     switch (iCode) {
@@ -51,7 +50,7 @@ inline int LogIfFailed(int iStatus)
     return iStatus;
 }
 
-/// The code that a producer left on a buffer, with 0 for the tolerated codes.
+/// Returns 0 for a tolerated error code, and any other code unchanged.
 constexpr int ClearToleratedCode(int iCode)
 {
     return IsToleratedErrorCode(iCode) ? ZT_NOERROR : iCode;
@@ -111,7 +110,7 @@ private:
     IZtAVContent* m_pContent = nullptr;
 };
 
-/// The code that a producer left on an input, with 0 for the tolerated codes. `iStatus` if the host writes no code.
+/// The error code of an input, with 0 for the tolerated codes. `iStatus` if the host writes no code.
 inline int ReadErrorCode(const CContentHolder& rContent, int iStatus)
 {
     rContent->GetErrorCode(&iStatus);
@@ -128,7 +127,7 @@ inline int AcquireOutput(IZtAudioSamples* pOutput, CContentHolder& rContent)
     return iStatus < 0 ? ZT_E_INVALID_PARAMETER : iStatus;
 }
 
-/// The first checks of an input: its content, and the code that its producer left on it.
+/// The first checks of an input: its content and its error code.
 inline int AcquireInput(IZtAudioSamples* pInput, CContentHolder& rContent)
 {
     if (pInput == nullptr) {
@@ -166,7 +165,7 @@ inline int FillSlot(IZtAudioSamples*& rpSlot, IZtAudioSamples* pBuffer)
     return ZT_NOERROR;
 }
 
-/// The first of two statuses, unless only the second is a failure.
+/// Returns the first status, or the second if only that one is a failure.
 constexpr int FirstFailure(int iFirst, int iSecond)
 {
     return iFirst >= 0 && iSecond < 0 ? iSecond : iFirst;
@@ -185,7 +184,7 @@ inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)
 }
 
 /// Copies the fade flags to the buffer. If one is set, applies the fade and clears the flags; the result is the status
-/// of the fade. Otherwise the result is `iStatus`, the status of the work so far.
+/// of the fade. Otherwise the result is `iStatus`, the status so far.
 inline int FadeInPlace(CZtaApplyFade& rKernel, IZtAudioSamples* pBuffer, const SZtAudioSamplesDescription& rsRequest,
                        int iStatus)
 {

@@ -33,7 +33,7 @@ int CheckDataTypes(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsO
                : ZT_E_INVALID_AUDIO_DATA_TYPE;
 }
 
-/// A pair that is wrong in several ways is told the first of them, and the two operations do not look in one order.
+/// Returns the first failure of the checks. The two operations run them in different orders.
 template <class... Checks>
 int CheckPair(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut, Checks... pfnChecks)
 {
@@ -125,14 +125,14 @@ int CZtaAudioSamplesEngine::ProcessResampling()
     return iStatus;
 }
 
-/// Splits, resamples channel by channel and joins. For a stereo pair the suggested formats are those of its channels.
+/// Deinterleaves, resamples each channel and interleaves. The formats are the mono formats of the two channels.
 int CZtaAudioSamplesEngine::ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamples* pOutput,
                                            EZtAudioResamplerMode eMode, IUnknown* pResampler,
                                            SZtaWaveFormatInfo& rsInputFormat, SZtaWaveFormatInfo& rsOutputFormat)
 {
     IZtAudioSamples* const pRightIn = m_pScratch1;
     IZtAudioSamples* const pLeftOut = m_pScratch2;
-    // One stage serves twice: it holds the left channel before its conversion, and the right one after.
+    // One scratch buffer is used twice: for the left input, then for the right output.
     IZtAudioSamples* const pLeftIn = m_pScratch0;
     IZtAudioSamples* const pRightOut = m_pScratch0;
 

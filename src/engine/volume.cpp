@@ -16,7 +16,7 @@ int CheckVolumeFormats(const SZtaWaveFormatInfo& rsInput, const SZtaWaveFormatIn
     if (rsInput.eDataType == keZtAudioDataTypeMultiFormat || rsInput.eDataType == keZtAudioDataTypeOpaque) {
         return ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE;
     }
-    // No known format has so many channels; there would be no room to save the records.
+    // No supported format has more channels, and the engine cannot save more volumes.
     return ulVolumeCount > kMaxBuffers ? ZT_E_PARAMETER_ARRAY_TOO_BIG : ZT_NOERROR;
 }
 
@@ -77,13 +77,13 @@ int CZtaAudioSamplesEngine::ProcessApplyVolume()
     SZtAudioSamplesDescription sInput = kEmptyDescription;
     int iStatus = oInput->GetAudioSamplesDescription(&sInput);
     if (iStatus >= 0) {
-        const auto HandOn = [&] {
+        const auto Propagate = [&] {
             oOutput->SetPolarity(sInput.ePolarity);
             SetFades(pOutput, sInput.bFadeIn, sInput.bFadeOut);
         };
-        HandOn();
+        Propagate();
         iStatus = m_oApplyVolume.ApplyVolume(pInput, pOutput, asVolumes, ulVolumeCount);
-        HandOn();
+        Propagate();
         if (iStatus >= 0 && (sInput.bFadeIn || sInput.bFadeOut)) {
             iStatus = FadeInPlace(m_oApplyFade, pOutput, sInput, iStatus);
         }

@@ -35,7 +35,7 @@ SZtaCpuidLeaves ZtaReadCpuid() noexcept
     s.sLeaf7 = ReadLeaf(7);
     s.sLeaf80000000 = ReadLeaf(0x80000000);
     s.sLeaf80000001 = ReadLeaf(0x80000001);
-    if (HasAllBits(s.sLeaf1.ulEcx, 27)) { // the instruction faults otherwise
+    if (HasAllBits(s.sLeaf1.ulEcx, 27)) { // xgetbv faults otherwise
         s.ui64Xcr0 = ReadXcr0();
     }
     return s;
@@ -43,7 +43,7 @@ SZtaCpuidLeaves ZtaReadCpuid() noexcept
 
 std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsWords) noexcept
 {
-    // A leaf that does not exist answers with the words of another.
+    // A leaf that does not exist returns the registers of another leaf.
     SZtaCpuidLeaves s = rsWords;
     if (s.sLeaf0.ulEax < 7) {
         s.sLeaf7 = {};

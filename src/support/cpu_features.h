@@ -4,9 +4,8 @@
 
 // clang-format off
 
-/// What a processor can do, one row each: X(bit of the mask, name, condition)
-/// A condition reads the words `s` of the processor. All(word, bits...) is true if the word has all of the bits.
-/// Rows stand in the order of their bits; bit 12 has no meaning.
+/// The CPU features: X(bit of the mask, name, condition), in ascending order; bit 12 has no meaning.
+/// `s` are the registers that the condition reads. HasAllBits(register, bits...) is true if all of the bits are set.
 #define ZTA_CPU_FEATURE_LIST(X) \
     X( 0, Mmx,             HasAllBits(s.sLeaf1.ulEdx, 23)) \
     X( 1, Sse,             HasAllBits(s.sLeaf1.ulEdx, 25)) \
@@ -47,8 +46,8 @@
 
 // clang-format on
 
-/// The features as bits of a mask. "Enabled" is the operating system's consent to the wide registers: what the
-/// instructions of a feature are is one question, whether their registers survive a context switch another.
+/// The features as bits of a mask. "Enabled" means that the operating system saves the wide registers on a context
+/// switch.
 enum EZtaCpuFeature : std::uint64_t {
 #define ZTA_FEATURE_ENTRY(bit, name, condition) keZtaFeature##name = std::uint64_t{1} << (bit),
     ZTA_CPU_FEATURE_LIST(ZTA_FEATURE_ENTRY)
@@ -63,18 +62,18 @@ struct SZtaCpuidLeaf {
     std::uint32_t ulEdx;
 };
 
-/// All words that the features are told from. Leaves are read with sub-leaf 0.
+/// The registers that determine the features. Leaves are read with sub-leaf 0.
 struct SZtaCpuidLeaves {
     SZtaCpuidLeaf sLeaf0; ///< ulEax is the highest basic leaf
     SZtaCpuidLeaf sLeaf1;
-    SZtaCpuidLeaf sLeaf7;        ///< counts only where the highest basic leaf is 7 or above
+    SZtaCpuidLeaf sLeaf7;        ///< valid if the highest basic leaf is 7 or above
     SZtaCpuidLeaf sLeaf80000000; ///< ulEax is the highest extended leaf
-    SZtaCpuidLeaf sLeaf80000001; ///< counts only where that leaf exists
-    std::uint64_t ui64Xcr0;      ///< the register states that the operating system keeps; 0 where it cannot be read
+    SZtaCpuidLeaf sLeaf80000001; ///< valid if that leaf exists
+    std::uint64_t ui64Xcr0;      ///< the register states that the operating system saves; 0 if it cannot be read
 };
 
-/// Asks this processor. [any thread] [no allocation] [no lock]
+/// Reads the registers of this CPU. [any thread] [no allocation] [no lock]
 SZtaCpuidLeaves ZtaReadCpuid() noexcept;
 
-/// The features, as a mask of EZtaCpuFeature, that the words tell. Depends on nothing but them.
+/// Returns the features as a mask of EZtaCpuFeature. Depends on the argument only.
 std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsWords) noexcept;

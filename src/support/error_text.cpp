@@ -9,8 +9,8 @@
 
 namespace {
 
-/// All texts. The table names them by their places in here: a table of pointers would have to be adjusted, row by row,
-/// whenever the module is loaded.
+/// All texts. The table stores their offsets in this struct: a table of pointers would need a relocation for each entry
+/// when the module is loaded.
 struct STexts {
 // NOLINTNEXTLINE(bugprone-macro-parentheses): the name of a member
 #define ZTA_STATUS_ENTRY(code, name, sentence) wchar_t name[std::size(L"" #name ": " sentence)];
@@ -24,7 +24,7 @@ constexpr std::array s_awcTexts = std::bit_cast<std::array<wchar_t, sizeof(SText
 
 struct SStatusEntry {
     std::uint32_t uiCode;
-    /// So many low bits of the code are a connector's number, which the text does not depend on.
+    /// The number of low bits of the code that hold a connector number. The text does not depend on them.
     std::uint32_t uiConnectorBits;
     std::uint32_t uiText;
 };
@@ -50,7 +50,7 @@ constexpr bool HasAscendingUniqueCodes()
 
 static_assert(HasAscendingUniqueCodes(), "the lookup searches ascending rows");
 
-/// Codes without a gap: those of consecutive rows, or a block's.
+/// A range of consecutive codes: those of adjacent entries, or those of one block.
 struct SCodeRange {
     std::uint32_t uiFirst;
     std::uint32_t uiCodeCount;

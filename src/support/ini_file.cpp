@@ -37,7 +37,7 @@ auto RecordSectionKeyIs(const std::wstring& rsKey, const std::wstring& rsSection
     };
 }
 
-/// The first record that fits, or the end.
+/// Returns the first matching record, or the end.
 template <class Predicate>
 auto Find(std::vector<CZtIniFile::Record>& raoContent, Predicate pfnFits)
 {
@@ -61,7 +61,7 @@ void WriteElement(std::wostream& rOutput, const CZtIniFile::Record& rRecord)
 void WriteRecords(std::wostream& rOutput, const std::vector<CZtIniFile::Record>& raoContent)
 {
     for (const CZtIniFile::Record& rRecord : raoContent) {
-        // The blank of an active record is written too, Load takes it off.
+        // An active record is written with a leading space, which Load removes.
         rOutput << rRecord.Comments << rRecord.Commented;
         WriteElement(rOutput, rRecord);
         rOutput << std::endl;
@@ -70,8 +70,8 @@ void WriteRecords(std::wostream& rOutput, const std::vector<CZtIniFile::Record>&
 
 using Encoding = std::codecvt<wchar_t, char, std::mbstate_t>;
 
-/// Encodes what is written to it as a file of the default locale would, and drops the bytes. Fails at the first
-/// character that the locale cannot express. Allocates nothing.
+/// Encodes text as a file of the default locale does and discards the bytes. Fails at the first character that the
+/// locale cannot encode. Does not allocate.
 class EncodingCheck : public std::wstreambuf {
 protected:
     int_type overflow(int_type iChar) override
@@ -110,21 +110,21 @@ bool CanEncode(const std::vector<CZtIniFile::Record>& raoContent)
     return oOutput.good();
 }
 
-/// False at the end, and where the rest is no text. A stream takes a failed allocation for that, too: what has not been
-/// read would be lost with the next save, so that one is passed on.
+/// Returns false at the end and at a byte that cannot be decoded. A stream reports a failed allocation like that as
+/// well; it is thrown instead, because the next save would lose the lines that were not read.
 bool ReadLine(std::wifstream& rFile, std::wstring& rsLine)
 {
     rFile.exceptions(std::ios_base::badbit);
     try {
-        // A last line without its newline is not a line: reading it sets the flag of the file's end.
+        // A last line without a newline is ignored: reading it sets the end-of-file flag.
         return std::getline(rFile, rsLine) && !rFile.eof();
     } catch (const std::ios_base::failure&) {
         return false;
     }
 }
 
-/// False if the file cannot be opened; the reason is in errno then, but for want of memory, which is thrown: the file
-/// may be there, and must not be taken for an empty one.
+/// Returns false if the file cannot be opened; errno has the reason. Throws if memory runs out: the file can exist, and
+/// must not be treated as empty.
 template <class Stream>
 bool OpenForReading(Stream& rFile, const std::string& rsFileName)
 {
@@ -136,8 +136,8 @@ bool OpenForReading(Stream& rFile, const std::string& rsFileName)
     return rFile.is_open();
 }
 
-/// False for a file whose lines Load cannot all have read: who replaces it loses them. A stream of wide characters does
-/// not tell the first byte that is no text from the end of the file, so the bytes are decoded here.
+/// Returns false if Load cannot have read every line, so that a save would lose some. A wide stream does not
+/// distinguish a byte that cannot be decoded from the end of the file, so the bytes are decoded here.
 bool CanReadAll(const std::string& rsFileName)
 {
     std::ifstream oFile;
@@ -148,7 +148,7 @@ bool CanReadAll(const std::string& rsFileName)
     const auto& rEncoding = std::use_facet<Encoding>(oLocale);
     std::mbstate_t sState{};
     char acBytes[256];
-    char* pcEnd = acBytes; // what stands before it is the beginning of a character
+    char* pcEnd = acBytes; // the bytes before it are the start of a character
     while (oFile && pcEnd != std::end(acBytes)) {
         pcEnd += oFile.read(pcEnd, std::end(acBytes) - pcEnd).gcount();
         const char* pcNext = acBytes;
@@ -248,8 +248,8 @@ bool CZtIniFile::Load()
             sLine.erase(0, 1);
             Trim(sLine, sBlanks, 0);
         }
-        // The order of the two tests is part of the format: a bracket anywhere makes a header, and a "=" that is left
-        // in the header's name makes the header a key record after all, without its comments.
+        // The order of the two tests is part of the format: a bracket anywhere makes a header, and a "=" that remains
+        // in the name of the header makes it a key record without its comments.
         if (sLine.find(L'[') != std::wstring::npos) {
             sLine.erase(0, 1);
             sLine.erase(sLine.find(L']'));
@@ -264,8 +264,7 @@ bool CZtIniFile::Load()
             oRecord.Key = sLine.substr(0, ulEqual);
             oRecord.Value = sLine.substr(ulEqual + 1);
         }
-        // What is neither a header nor a key record counts as a header without a name, unless comments wait for the
-        // next line.
+        // Any other line is a header without a name, unless comments precede it.
         if (sPendingComments.empty()) {
             m_aoContent.push_back(std::move(oRecord));
         }
@@ -287,10 +286,10 @@ bool CZtIniFile::Save(bool bDoSave)
     std::wofstream oFile;
     bool bKeepsLines = false;
     try {
-        // Opening the file empties it, so what can go wrong with its lines is looked for first. A file that would lose
-        // some is opened all the same, but keeps what it holds: no caller is told of more than a failed opening.
+        // Opening the file truncates it, so the lines are checked first. A file that would lose lines is opened for
+        // appending and keeps its content. Callers learn only of a file that cannot be opened.
         bKeepsLines = CanEncode(m_aoContent) && CanReadAll(m_sFileName);
-        // No memory of the free store is used from here on, as it might run out with the file empty.
+        // No allocation from here on: it could fail while the file is empty.
         oFile.rdbuf()->pubsetbuf(awcBuffer, std::size(awcBuffer));
         oFile.open(m_sFileName, bKeepsLines ? std::ios_base::trunc : std::ios_base::app);
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the file has not been opened
@@ -305,8 +304,8 @@ bool CZtIniFile::Save(bool bDoSave)
         }
         oFile.close();
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
-        // Closing writes what a failed write has left in the buffer, and throws where that cannot be encoded. Callers
-        // of the module catch nothing, and the destructor comes here, too.
+        // Closing writes the rest of the buffer and throws if that cannot be encoded. Callers of the module do not
+        // catch it, and the destructor calls this function as well.
     }
     m_bDirty = false;
     return true;
@@ -331,7 +330,7 @@ std::wstring CZtIniFile::Content()
     return oText.str();
 }
 
-// NOLINTBEGIN(performance-unnecessary-value-param): the contract passes texts by value
+// NOLINTBEGIN(performance-unnecessary-value-param): the binary contract passes texts by value
 
 bool CZtIniFile::SectionExists(std::wstring sSection)
 {
@@ -421,7 +420,8 @@ unsigned long long CZtIniFile::GetLongLong(std::wstring sKey, std::wstring sSect
     }
     unsigned long long ullValue = 0;
     for (const wchar_t cDigit : sText) {
-        // Nothing is rejected: a character that is no digit counts by its distance from "0", and overflow wraps.
+        // Nothing is rejected: a character that is not a digit has the value of its distance from "0", and overflow
+        // wraps.
         ullValue = ullValue * 10 + static_cast<unsigned long long>(cDigit - L'0');
     }
     return ullValue;
@@ -477,7 +477,7 @@ bool CZtIniFile::UnCommentRecord(std::wstring sKey, std::wstring sSection)
     }
     itRecord->Commented = kActive;
     m_bDirty = true;
-    return Save(); // the one operation that writes the file whether or not it does so by itself
+    return Save(); // writes the file without bAutoSave as well, unlike the other operations
 }
 
 bool CZtIniFile::CommentSection(wchar_t cChar, std::wstring sSection)
@@ -502,8 +502,8 @@ bool CZtIniFile::SetRecordComments(std::wstring sComments, std::wstring sKey, st
     if (itRecord == m_aoContent.end()) {
         return false;
     }
-    // A text that ends with a newline gets another one, which Load skips as a blank line. A single character is taken
-    // as it stands.
+    // A text that ends with a newline gets another one, which Load skips as a blank line. A single character is stored
+    // unchanged.
     if (sComments.size() > 1) {
         sComments += L'\n';
     }

@@ -5,17 +5,17 @@
 #include <string>
 #include <vector>
 
-/// Takes the characters of `sChars` off the ends of `s`: off both with mode 0, off the left with 1, off the right
-/// with 2. A text of nothing else becomes empty in any mode.
+/// Removes the characters of `sChars` from the ends of `s`: both ends with mode 0, the left with 1, the right with 2. A
+/// text of only such characters becomes empty in every mode.
 ZTA_API void Trim(std::wstring& s, const std::wstring& sChars, int iMode);
 
 /// A small text file of sections and keys, held in memory as one flat list of lines and written back.
 ///
-/// A section is not a container: its records are those that carry its name, wherever they stand, and its header is a
-/// record with an empty key. Names are compared exactly, and a record that is commented out is found like any other.
-/// The key comes before the section in every operation. Operations that change something write the file at once if the
-/// object was made with `bAutoSave`; the destructor writes what is still unwritten. The files are plain ASCII, and
-/// every line of them ends with a newline. For one thread and one writer.
+/// A section is not a container: its records are those with its name, wherever they are in the file, and its header is
+/// a record with an empty key. Names are compared exactly, and a record that is commented out is found like any other.
+/// In every operation the key precedes the section. With `bAutoSave`, operations that change the content write the file
+/// at once; otherwise the destructor writes it. The files are ASCII, and every line ends with a newline. For one thread
+/// and one writer.
 class ZTA_API CZtIniFile {
 public:
     /// The two comment characters.
@@ -33,26 +33,26 @@ public:
         std::wstring Value;    ///< not written for a section header, and empty as a rule
     };
 
-    /// Reads the file; a file that cannot be opened is an empty one. Throws what Load throws.
+    /// Reads the file; the content is empty if the file cannot be opened. Throws what Load throws.
     CZtIniFile(std::string sFileName, bool bAutoSave);
     CZtIniFile(const CZtIniFile&) = delete;
     CZtIniFile& operator=(const CZtIniFile&) = delete;
     virtual ~CZtIniFile();
 
-    /// Replaces the content from the file. False, with the content kept, if it cannot be opened.
-    /// Throws std::out_of_range on a section line without a "]"; the content then ends before that line.
+    /// Replaces the content from the file. Returns false and keeps the content if the file cannot be opened. Throws
+    /// std::out_of_range on a section line without a "]"; the content then ends before that line.
     bool Load();
 
-    /// Writes the file. False, with a message on standard output, if it cannot be opened. Throws nothing. The file
-    /// stays as it is, and the result is true, if the default locale cannot express a character of the content, or
-    /// cannot decode all that the file holds: it would lose lines.
+    /// Writes the file. Returns false and prints a message if it cannot be opened. Throws nothing. If the default
+    /// locale cannot encode the content or decode the existing file, which would lose lines, the file stays unchanged
+    /// and the result is true.
     bool Save();
     bool Save(bool bDoSave);
 
-    /// Records are never sorted: true.
+    /// Returns true. Records are never sorted.
     bool Sort(bool bAscending);
 
-    /// The text of the file.
+    /// Returns the text of the file.
     std::wstring Content();
 
     bool SectionExists(std::wstring sSection);

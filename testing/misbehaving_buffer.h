@@ -30,6 +30,8 @@ public:
     std::optional<unsigned long> reportedCapacity;
     /// What SetLength returns after it has succeeded.
     int lengthStatus = 0;
+    /// What every operation returns after it has succeeded.
+    int successStatus = 0;
     /// A description comes back with this in its size field.
     std::optional<std::uint32_t> returnedSize;
     /// Receives the size field of each request for a description.
@@ -45,7 +47,7 @@ public:
             Release();
             *ppv = nullptr;
         }
-        return status >= 0 ? queryStatus : status;
+        return status >= 0 && queryStatus != 0 ? queryStatus : Returned(status);
     }
 
     unsigned long AddRef() override
@@ -75,7 +77,7 @@ public:
         if (status >= 0 && returnedSize) {
             description->ulSize = *returnedSize;
         }
-        return status;
+        return Returned(status);
     }
 
     int GetBufferAndLength(void** data, unsigned long* lengthBytes) override
@@ -84,7 +86,7 @@ public:
         if (status >= 0 && hasNoAddress) {
             *data = nullptr;
         }
-        return status;
+        return Returned(status);
     }
 
     int GetBufferCapacity(unsigned long* capacityBytes) override
@@ -93,17 +95,30 @@ public:
         if (status >= 0 && reportedCapacity) {
             *capacityBytes = *reportedCapacity;
         }
-        return status;
+        return Returned(status);
     }
 
     int SetLength(unsigned long lengthBytes) override
     {
         const int status = RecordingBuffer::SetLength(lengthBytes);
-        return status >= 0 ? lengthStatus : status;
+        return status >= 0 && lengthStatus != 0 ? lengthStatus : Returned(status);
     }
+
+    int MarkWriteStartTime() override { return Returned(RecordingBuffer::MarkWriteStartTime()); }
+    int MarkWriteStopTime() override { return Returned(RecordingBuffer::MarkWriteStopTime()); }
+    int SignalReadCompletion() override { return Returned(RecordingBuffer::SignalReadCompletion()); }
+    int SignalWriteCompletion() override { return Returned(RecordingBuffer::SignalWriteCompletion()); }
+    int SetErrorCode(int code) override { return Returned(RecordingBuffer::SetErrorCode(code)); }
+    int GetErrorCode(int* code) override { return Returned(RecordingBuffer::GetErrorCode(code)); }
+    int SetPolarity(std::uint32_t polarity) override { return Returned(RecordingBuffer::SetPolarity(polarity)); }
+    int SetWaveFormat(SZtaWaveFormatInfo* format) override { return Returned(RecordingBuffer::SetWaveFormat(format)); }
+    int SetFadeIn(bool fadeIn) override { return Returned(RecordingBuffer::SetFadeIn(fadeIn)); }
+    int SetFadeOut(bool fadeOut) override { return Returned(RecordingBuffer::SetFadeOut(fadeOut)); }
 
 private:
     using RecordingBuffer::RecordingBuffer;
+
+    [[nodiscard]] int Returned(int status) const { return status >= 0 ? successStatus : status; }
 };
 
 } // namespace zta::test

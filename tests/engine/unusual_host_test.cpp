@@ -23,6 +23,8 @@ using host::Pcm24In32;
 /// What an unusual host raises.
 struct HostException {};
 
+constexpr auto kRestart = static_cast<EZtAudioResamplerMode>(2);
+
 constexpr const char* kEmptyPointerText = "TZtSmartPtr::operator-> -> Internal pointer is NULL!";
 
 /// The text of the smart pointer's exception that a call raises, or "none".
@@ -247,6 +249,113 @@ TEST_F(UnusualHost, ReceivesThePositiveStatusOfTheWorkWhetherOrNotTheFadeFlagsAg
     }
 }
 
+TEST_F(UnusualHost, MayReturnPositiveStatusesFromEveryCall)
+{
+    for (const ScenarioCase& row : Scenarios()) {
+        if (row.leaksReference) {
+            continue;
+        }
+        SCOPED_TRACE(row.name);
+        const Scenario scenario =
+            MakeScenario(row, [](const std::string&, MisbehavingBuffer& buffer) { buffer.successStatus = 2; });
+        // A duplicate returns the status of its last signal. The other operations return that of SetLength on an
+        // output of the caller, unless a byte copy or a deinterleave kernel ignores it or a fade follows.
+        const int status = RunAnnounced(scenario, *engine_);
+        if (row.returnsSignalsStatus) {
+            EXPECT_EQ(status, 2);
+        } else if (row.status < 0) {
+            EXPECT_EQ(status, row.status);
+        } else {
+            const bool direct = row.name.ends_with("Direct") || row.operation == "Resample";
+            const bool isDeinterleave = row.operation == "MuxToMono" || row.operation == "MuxToStereo";
+            EXPECT_TRUE(status == (isDeinterleave ? 0 : 2) || (!direct && status == 0)) << status;
+        }
+        ExpectScenarioAtRest(scenario);
+    }
+}
+
+// ---- Statuses that the engine ignores ----
+
+TEST_F(UnusualHost, MayReturnAnyStatusFromMarksSignalsAndPolarity)
+{
+    int failed = 0;
+    for (const ScenarioCase& row : Scenarios()) {
+        if (row.leaksReference) {
+            continue;
+        }
+        for (const std::string& buffer : Names(row)) {
+            for (const char* call : {"MarkWriteStartTime", "MarkWriteStopTime", "SignalReadCompletion",
+                                     "SignalWriteCompletion", "GetErrorCode", "SetPolarity"}) {
+                SCOPED_TRACE(row.name + ", " + buffer + "." + call);
+                const Scenario scenario = MakeScenario(row, [](const std::string&, MisbehavingBuffer&) {});
+                journal_.FailCallsTo(buffer + "." + call);
+                const int status = RunAnnounced(scenario, *engine_);
+                const bool hasFailed = journal_.HasFailed();
+                journal_.ClearFaults();
+                failed += hasFailed ? 1 : 0;
+                const bool returned =
+                    hasFailed && row.returnsSignalsStatus && std::string(call) == "SignalWriteCompletion";
+                EXPECT_EQ(status, returned ? kInjectedFailure : row.status);
+                ExpectScenarioAtRest(scenario);
+            }
+        }
+    }
+    EXPECT_GT(failed, 500);
+}
+
+// ---- A query that fails and returns a pointer ----
+
+TEST_F(UnusualHost, ReceivesItsReferenceBackFromAQueryThatFailsWithAPointer)
+{
+    for (const ScenarioCase& row : Scenarios()) {
+        if (row.leaksReference || row.status < 0) {
+            continue;
+        }
+        for (const std::string& failing : Names(row)) {
+            SCOPED_TRACE(row.name + ", " + failing);
+            const Scenario scenario = MakeScenario(row, [&](const std::string& name, MisbehavingBuffer& buffer) {
+                buffer.queryStatus = name == failing ? E_NOINTERFACE : 0;
+            });
+            int status = 0;
+            const std::string text = ExceptionText([&] { status = RunAnnounced(scenario, *engine_); });
+            if (row.throwsOn == failing + ".QueryInterface") {
+                EXPECT_EQ(text, kEmptyPointerText);
+            } else {
+                EXPECT_EQ(text, "none");
+                EXPECT_TRUE(status == E_NOINTERFACE || status == ZT_E_INVALID_PARAMETER) << status;
+            }
+            ExpectScenarioAtRest(scenario);
+        }
+    }
+}
+
+// ---- Buffers without frames ----
+
+TEST_F(UnusualHost, MayPassBuffersWithoutFrames)
+{
+    using host::Pcm24In24;
+    struct Case {
+        SZtaWaveFormatInfo mono;
+        SZtaWaveFormatInfo stereo;
+        bool fade;
+        int status; ///< of mono to stereo
+    };
+    for (const Case& test : {Case{Pcm16(1), Pcm16(2), false, 0}, Case{Pcm24In32(1), Pcm24In32(2), false, 0},
+                             Case{Pcm24In24(1), Pcm24In24(2), false, 0},
+                             Case{Pcm24In24(1), Pcm24In24(2), true, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}}) {
+        auto left = Make("left", test.mono, 0, 10);
+        auto right = Make("right", test.mono, 0, 10);
+        auto stereo = Make("stereo", test.stereo, 0, 10);
+        left->SetFades(test.fade, false);
+        right->SetFades(test.fade, false);
+        EXPECT_EQ(engine_->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get()), test.status);
+        // The error code of the first call is on the stereo buffer.
+        EXPECT_EQ(engine_->CopyAudioSamplesStereoToMono(stereo.Get(), left.Get(), right.Get()), test.status);
+        EXPECT_EQ(left->Length() + right->Length() + stereo->Length(), 0U);
+        ExpectAtRest({left.Get(), right.Get(), stereo.Get()});
+    }
+}
+
 // ---- Exceptions ----
 
 TEST_F(UnusualHost, FindsTheBusyFlagAsAfterAnyFailedCallIfASignalOfTheFailureRaises)
@@ -290,10 +399,12 @@ TEST_F(UnusualHost, FindsTheEngineFreeIfAReleaseRaises)
     EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), 0);
 }
 
-// A worker that is called without its entry point has no operands.
-TEST_F(UnusualHost, FindsTheEngineFreeIfAWorkerIsCalledWithoutOperands)
+// ---- Workers called directly ----
+
+using Worker = int (CZtaAudioSamplesEngine::*)();
+
+TEST_F(UnusualHost, ReceivesTheExceptionOfAWorkerWithoutOperands)
 {
-    using Worker = int (CZtaAudioSamplesEngine::*)();
     for (const Worker worker :
          {&CZtaAudioSamplesEngine::ProcessCopyConv, &CZtaAudioSamplesEngine::ProcessDuplicate,
           &CZtaAudioSamplesEngine::ProcessMonoToStereo, &CZtaAudioSamplesEngine::ProcessStereoToMono,
@@ -301,22 +412,79 @@ TEST_F(UnusualHost, FindsTheEngineFreeIfAWorkerIsCalledWithoutOperands)
           &CZtaAudioSamplesEngine::ProcessMuxToMono, &CZtaAudioSamplesEngine::ProcessMuxToStereo,
           &CZtaAudioSamplesEngine::ProcessApplyVolume, &CZtaAudioSamplesEngine::ProcessResampling}) {
         SZtLayoutProbe::SetBusy(Object(), 1);
-        EXPECT_THROW((Object().*worker)(), CZtSmartPointerException);
+        EXPECT_EQ(ExceptionText([&] { (Object().*worker)(); }), kEmptyPointerText);
         ExpectAtRest({});
     }
 }
 
-TEST_F(UnusualHost, ReceivesTheExceptionOfAWorkerWithoutAnOutput)
+// SaveInfo and GetInfo of the operations with single buffers: each missing operand, alone.
+TEST_F(UnusualHost, ReceivesTheExceptionOfAWorkerWithAMissingOperand)
 {
-    auto source = Make("source", Pcm16(1), 10);
-    EXPECT_EQ(Object().SaveInfoCopyConv(source.Get(), nullptr), ZT_E_INVALID_PARAMETER);
-    journal_.FailCallsTo("source.GetAudioSamplesDescription");
-    EXPECT_THROW(Object().ProcessCopyConv(), CZtSmartPointerException);
-    journal_.ClearFaults();
-    ExpectAtRest({source.Get()});
-}
+    struct Case {
+        std::size_t operands;
+        std::function<int(IZtAudioSamples**)> save;
+        std::function<int(IZtAudioSamples**)> get;
+        Worker worker;
+        bool usesInput;
+        bool usesOutput;
+    };
+    CZtaAudioSamplesEngine& engine = Object();
+    unsigned long numbers[3] = {};
+    EZtAudioResamplerMode mode{};
+    IUnknown* state = nullptr;
+    auto stream = Make("state", Pcm16(1), 1);
+    IUnknown* const savedState = reinterpret_cast<IUnknown*>(stream.Get());
+    const Case cases[] = {
+        {2, [&](auto** b) { return engine.SaveInfoCopyConv(b[0], b[1]); },
+         [&](auto** b) { return engine.GetInfoCopyConv(&b[0], &b[1]); }, &CZtaAudioSamplesEngine::ProcessCopyConv, true,
+         true},
+        {2, [&](auto** b) { return engine.SaveInfoDuplicate(b[0], 1, b[1], 2, 3); },
+         [&](auto** b) { return engine.GetInfoDuplicate(&b[0], &numbers[0], &b[1], &numbers[1], &numbers[2]); },
+         &CZtaAudioSamplesEngine::ProcessDuplicate, true, true},
+        {2, [&](auto** b) { return engine.SaveInfoResampler(b[0], b[1], kRestart, savedState); },
+         [&](auto** b) { return engine.GetInfoResampler(&b[0], &b[1], &mode, &state); },
+         &CZtaAudioSamplesEngine::ProcessResampling, true, true},
+        {3, [&](auto** b) { return engine.SaveInfoMonoToStereo(b[0], b[1], b[2]); },
+         [&](auto** b) { return engine.GetInfoMonoToStereo(&b[0], &b[1], &b[2]); },
+         &CZtaAudioSamplesEngine::ProcessMonoToStereo, false, true},
+        {3, [&](auto** b) { return engine.SaveInfoStereoToMono(b[0], b[1], b[2]); },
+         [&](auto** b) { return engine.GetInfoStereoToMono(&b[0], &b[1], &b[2]); },
+         &CZtaAudioSamplesEngine::ProcessStereoToMono, true, false},
+    };
+    for (const Case& test : cases) {
+        for (std::size_t missing = 0; missing < test.operands; ++missing) {
+            SCOPED_TRACE(std::to_string(&test - cases) + ", operand " + std::to_string(missing));
+            auto old = Make("old", Pcm16(1), 10);
+            auto other = Make("other", Pcm16(1), 10);
+            IZtAudioSamples* olds[] = {old.Get(), old.Get(), old.Get()};
+            ASSERT_EQ(engine.SaveInfoMux(other.Get(), other.Get(), olds, 3, nullptr, 0), 0);
+            ASSERT_EQ(test.save(olds), 0);
+            // Slots of the operation are replaced, the others keep what they have.
+            EXPECT_EQ(old->References(), 1 + static_cast<long>(test.operands == 2 ? 5 : 4));
+            EXPECT_EQ(other->References(), 1 + (test.usesInput ? 0 : 1) + (test.usesOutput ? 0 : 1));
 
-// ---- Workers called directly ----
+            host::Ref<RecordingBuffer> buffers[3];
+            IZtAudioSamples* saved[3] = {};
+            for (std::size_t i = 0; i < test.operands; ++i) {
+                buffers[i] = Make("operand" + std::to_string(i), Pcm16(1), 10);
+                saved[i] = i == missing ? nullptr : buffers[i].Get();
+            }
+            EXPECT_EQ(test.save(saved), ZT_E_INVALID_PARAMETER);
+            IZtAudioSamples* taken[3] = {};
+            EXPECT_EQ(test.get(taken), 0);
+            for (std::size_t i = 0; i < test.operands; ++i) {
+                EXPECT_EQ(taken[i], saved[i]);
+                EXPECT_EQ(buffers[i]->References(), i == missing ? 1 : 2) << i;
+            }
+            EXPECT_EQ(ExceptionText([&] { (engine.*test.worker)(); }), kEmptyPointerText);
+            ExpectAtRest({old.Get(), other.Get(), buffers[0].Get(), buffers[1].Get()});
+        }
+    }
+    EXPECT_EQ(std::vector<unsigned long>(numbers, numbers + 3), (std::vector<unsigned long>{1, 2, 3}));
+    EXPECT_EQ(mode, kRestart);
+    EXPECT_EQ(state, savedState);
+    EXPECT_EQ(stream->References(), 1) << "the state object gets no reference";
+}
 
 TEST_F(UnusualHost, ReceivesTheInputsSignalFromAVolumeWorkerWithoutAnOutput)
 {
@@ -329,8 +497,6 @@ TEST_F(UnusualHost, ReceivesTheInputsSignalFromAVolumeWorkerWithoutAnOutput)
     EXPECT_EQ(journal_.Count("input.SignalReadCompletion"), 1);
     ExpectAtRest({input.Get()});
 }
-
-using Worker = int (CZtaAudioSamplesEngine::*)();
 
 TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithTooManyBuffers)
 {
@@ -521,8 +687,7 @@ TEST_F(UnusualHost, FindsNothingWrittenBehindTheSmallerScratchBufferOfStereoResa
         IUnknown* stream = nullptr;
         ASSERT_EQ(engine->CreateAudioResampler(&inputFormat, &outputFormat, &stream), 0);
         const auto resampler = host::Ref<IUnknown>::Adopt(stream);
-        EXPECT_EQ(engine->ProcessAudioResampler(input.Get(), output.Get(), static_cast<EZtAudioResamplerMode>(2),
-                                                resampler.Get()),
+        EXPECT_EQ(engine->ProcessAudioResampler(input.Get(), output.Get(), kRestart, resampler.Get()),
                   ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         EXPECT_TRUE(host.IsIntact(static_cast<std::size_t>(1 - big)));
         ExpectAtRest({input.Get(), output.Get()});

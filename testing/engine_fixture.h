@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-/// Gives tests access to what an engine saves for the worker.
+/// Access to the private state of an engine.
 struct SZtLayoutProbe {
     static std::uint32_t Busy(const CZtaAudioSamplesEngine& engine) { return engine.m_ui32Busy; }
     static void SetBusy(CZtaAudioSamplesEngine& engine, std::uint32_t busy) { engine.m_ui32Busy = busy; }
@@ -43,7 +43,7 @@ struct SZtLayoutProbe {
         return holds;
     }
 
-    /// The content of a slot, in use or not.
+    /// The record of a slot, in use or not.
     static const SZtAudioMonoVolumeInfo& SavedVolume(const CZtaAudioSamplesEngine& engine, std::size_t slot)
     {
         return engine.m_asSavedVolumes[slot];
@@ -71,7 +71,7 @@ inline Calls operator+(Calls first, const Calls& second)
     return first;
 }
 
-/// The calls with which a kernel queries a buffer.
+/// The calls by which a kernel queries a buffer.
 inline Calls Digest(const std::string& buffer)
 {
     return {buffer + ".GetAudioSamplesDescription", buffer + ".GetBufferAndLength", buffer + ".GetBufferCapacity"};
@@ -89,16 +89,16 @@ protected:
     void SetUp() override
     {
         engine_ = CreateEngine(host_);
-        journal_.Clear();
+        callLog_.Clear();
     }
 
     CZtaAudioSamplesEngine& Object() { return static_cast<CZtaAudioSamplesEngine&>(*engine_); }
 
-    /// A buffer with `validFrames` frames of valid data, all zero, and a capacity of `capacityFrames`.
+    /// A buffer with `validFrames` valid frames, all zero, and a capacity of `capacityFrames`.
     host::Ref<RecordingBuffer> Make(const std::string& name, const SZtaWaveFormatInfo& format, std::size_t validFrames,
                                     std::size_t capacityFrames)
     {
-        auto buffer = RecordingBuffer::Create(journal_, name, format, capacityFrames * host::BytesPerFrame(format));
+        auto buffer = RecordingBuffer::Create(callLog_, name, format, capacityFrames * host::BytesPerFrame(format));
         buffer->SetValidLength(validFrames * host::BytesPerFrame(format));
         return buffer;
     }
@@ -128,7 +128,7 @@ protected:
         return samples;
     }
 
-    /// After every operation: the busy flag is clear, no operand is saved, every reference is released.
+    /// After every operation: the busy flag is clear, no operand is saved, and no reference is left.
     void ExpectAtRest(std::initializer_list<const RecordingBuffer*> buffers)
     {
         EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 0U);
@@ -141,8 +141,8 @@ protected:
         }
     }
 
-    CallLog journal_;
-    RecordingHost host_{journal_};
+    CallLog callLog_;
+    RecordingHost host_{callLog_};
     host::Ref<IZtaAudioSamplesEngine> engine_;
 };
 

@@ -90,7 +90,7 @@ protected:
         return SamplesOf(buffer, buffer.Capacity() / (buffer.Description().sWaveFormat.ulBitsPerSample / 8));
     }
 
-    /// The valid frames, by the buffer's own format.
+    /// The frames that are valid, in the buffer's own format.
     static std::size_t FramesOf(const host::AudioBuffer& buffer)
     {
         return buffer.Length() / host::BytesPerFrame(buffer.Description().sWaveFormat);
@@ -104,11 +104,11 @@ protected:
             }
         }
         mux_->AnnounceWrite();
-        journal_.Clear();
-        return AssembleUnannounced(side);
+        callLog_.Clear();
+        return InterleaveUnannounced(side);
     }
 
-    int AssembleUnannounced(unsigned long side)
+    int InterleaveUnannounced(unsigned long side)
     {
         const auto operation = side == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
                                          : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
@@ -123,7 +123,7 @@ protected:
             }
         }
         mux_->AnnounceRead();
-        journal_.Clear();
+        callLog_.Clear();
         return DeinterleaveUnannounced(side);
     }
 

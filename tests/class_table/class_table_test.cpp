@@ -1,4 +1,4 @@
-/// What the frame does with each row of a class table that has several, with and without hooks.
+/// A class table with several entries, with and without hooks.
 #include "component/class_factory.h"
 #include "component/module.h"
 #include "testing/child_process.h"

@@ -1,4 +1,4 @@
-// Hosts that break the contract of their own interfaces, and arguments that no operation hands on.
+// Hosts that break the contract of their own interfaces, and arguments that no operation passes.
 
 #include "testing/engine_fixture.h"
 
@@ -8,7 +8,7 @@ namespace {
 using host::Pcm16;
 using host::Pcm20In32;
 
-/// Refuses the query for its content, and hands out a reference all the same.
+/// Fails the query for its content, and returns a reference nevertheless.
 class LyingBuffer : public RecordingBuffer {
 public:
     static host::Ref<LyingBuffer> Create(CallLog& journal)
@@ -28,9 +28,9 @@ private:
 
 class BrokenHost : public EngineTest {};
 
-TEST_F(BrokenHost, GetsBackTheReferenceOfAQueryThatItCallsFailed)
+TEST_F(BrokenHost, ReceivesItsReferenceBackFromAFailedQueryOfACopy)
 {
-    auto liar = LyingBuffer::Create(journal_);
+    auto liar = LyingBuffer::Create(callLog_);
     auto other = Make("other", Pcm16(1), 100);
     EXPECT_EQ(engine_->CopyAudioSamples(liar.Get(), other.Get()), E_NOINTERFACE);
     EXPECT_EQ(other->ErrorCode(), E_NOINTERFACE);
@@ -39,7 +39,7 @@ TEST_F(BrokenHost, GetsBackTheReferenceOfAQueryThatItCallsFailed)
     ExpectAtRest({liar.Get(), other.Get()});
 }
 
-TEST_F(BrokenHost, KeepsItsLabelWhereThereIsNoBufferOrAnotherOne)
+TEST_F(BrokenHost, KeepsItsFormatWithoutABufferOrWithAnotherFormat)
 {
     SZtAudioSamplesDescription description = {};
     description.sWaveFormat = Pcm20In32(1);
@@ -52,11 +52,11 @@ TEST_F(BrokenHost, KeepsItsLabelWhereThereIsNoBufferOrAnotherOne)
         EXPECT_EQ(Object().Convert32BitAudioSampleFrom20To24(buffer.Get(), &description), 0);
         EXPECT_EQ(description.sWaveFormat.ulValidBitsPerSample, valid);
     }
-    EXPECT_TRUE(journal_.Calls().empty());
+    EXPECT_TRUE(callLog_.Calls().empty());
 }
 
-// The entry of a split lets no such count pass; whoever calls the worker by itself gets its buffers back all the same.
-TEST_F(BrokenHost, GetsItsSignalsFromASplitWorkerThatFindsTooManyVolumes)
+// The entry point rejects such a count; a direct call of the worker still signals its buffers.
+TEST_F(BrokenHost, ReceivesItsSignalsFromADeinterleaveWorkerWithTooManyVolumes)
 {
     auto mux = Make("mux", Pcm16(2), 10);
     auto left = Make("left", Pcm16(1), 10);
@@ -64,18 +64,18 @@ TEST_F(BrokenHost, GetsItsSignalsFromASplitWorkerThatFindsTooManyVolumes)
     IZtAudioSamples* outputs[] = {left.Get(), right.Get()};
     std::vector<SZtAudioMonoVolumeInfo> volumes(65);
     ASSERT_EQ(Object().SaveInfoMux(mux.Get(), nullptr, outputs, 2, volumes.data(), volumes.size()), 0);
-    journal_.Clear();
+    callLog_.Clear();
     EXPECT_EQ(Object().ProcessMuxToMono(), ZT_E_ARRAY_TOO_SMALL);
     Calls expected = {"mux.SignalReadCompletion"};
     for (const char* output : {"left", "right"}) {
         expected = expected + Calls{ErrorCall(output, ZT_E_ARRAY_TOO_SMALL), std::string(output) + ".MarkWriteStopTime",
                                     std::string(output) + ".SignalWriteCompletion"};
     }
-    EXPECT_EQ(journal_.Calls(), expected);
+    EXPECT_EQ(callLog_.Calls(), expected);
     ExpectAtRest({mux.Get(), left.Get(), right.Get()});
 }
 
-TEST_F(BrokenHost, IsToldOfVolumesWithoutACount)
+TEST_F(BrokenHost, ReceivesAnErrorForVolumesWithoutACount)
 {
     auto input = Make("input", host::Pcm24In32(1), 10);
     auto output = Make("output", host::Pcm24In32(1), 10);

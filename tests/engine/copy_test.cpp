@@ -19,7 +19,7 @@ using host::Pcm24In32;
 
 class Copy : public EngineTest {
 protected:
-    /// Announces both accesses as a host does, clears the journal and copies.
+    /// Announces both accesses as a host does, clears the call log and copies.
     int Run(RecordingBuffer* source, RecordingBuffer* destination)
     {
         if (source != nullptr) {
@@ -28,11 +28,11 @@ protected:
         if (destination != nullptr) {
             destination->AnnounceWrite();
         }
-        journal_.Clear();
+        callLog_.Clear();
         return engine_->CopyAudioSamples(source, destination);
     }
 
-    /// What the entry calls on its way to the worker.
+    /// The calls of the entry point before the worker.
     static Calls Entry()
     {
         return {"destination.QueryInterface",
@@ -43,13 +43,13 @@ protected:
                 "destination.MarkWriteStartTime"};
     }
 
-    /// What the worker calls before its work.
+    /// The calls of the worker before it processes the samples.
     static Calls WorkerStart()
     {
         return {"source.GetAudioSamplesDescription", "destination.GetAudioSamplesDescription", "source.GetErrorCode"};
     }
 
-    /// What the worker calls after its work.
+    /// The calls of the worker after it has processed the samples.
     static Calls WorkerEnd()
     {
         return {"source.SignalReadCompletion", "destination.MarkWriteStopTime", "destination.SignalWriteCompletion"};
@@ -73,15 +73,15 @@ protected:
 
     void ExpectSignalledOnce(const RecordingBuffer& source, const RecordingBuffer& destination)
     {
-        EXPECT_EQ(journal_.Count("source.SignalReadCompletion"), 1);
-        EXPECT_EQ(journal_.Count("destination.SignalWriteCompletion"), 1);
+        EXPECT_EQ(callLog_.Count("source.SignalReadCompletion"), 1);
+        EXPECT_EQ(callLog_.Count("destination.SignalWriteCompletion"), 1);
         EXPECT_EQ(source.ReadCount(), 0);
         EXPECT_EQ(destination.WriteCount(), 0);
         EXPECT_EQ(source.PairingViolations() + destination.PairingViolations(), 0);
     }
 };
 
-// ---- The order of host calls where all goes well ----
+// ---- The order of host calls on success ----
 
 TEST_F(Copy, OfEqualFormatsCopiesTheBytesAndKeepsTheDestinationsLength)
 {
@@ -91,7 +91,7 @@ TEST_F(Copy, OfEqualFormatsCopiesTheBytesAndKeepsTheDestinationsLength)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + ByteCopy("source", "destination") + WorkerEnd());
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + ByteCopy("source", "destination") + WorkerEnd());
     EXPECT_EQ(Samples<std::int16_t>(*destination, 8), (std::vector<std::int16_t>{1, -2, 3, -4, 5, -6, 0, 0}));
     EXPECT_EQ(destination->Length(), 4U);
     ExpectSignalledOnce(*source, *destination);
@@ -118,14 +118,14 @@ TEST_F(Copy, ConvertsTheBitDepthAndSetsTheLength)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 12) + WorkerEnd());
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 12) + WorkerEnd());
     EXPECT_EQ(Samples<std::uint32_t>(*destination, 3),
               (std::vector<std::uint32_t>{0x00010000, 0xFFFF0000, 0x7FFF0000}));
     EXPECT_EQ(destination->Length(), 12U);
     ExpectAtRest({source.Get(), destination.Get()});
 }
 
-TEST_F(Copy, OfMultiFormatWordsOfOneSizeUsesTheDataTypeKernelAndKeepsTheLength)
+TEST_F(Copy, OfMultiFormatWordsOfEqualSizeUsesTheDataTypeKernelAndKeepsTheLength)
 {
     auto source = Make("source", Multi24(2), 1);
     auto destination = Make("destination", Pcm24In32(2), 0, 1);
@@ -133,12 +133,12 @@ TEST_F(Copy, OfMultiFormatWordsOfOneSizeUsesTheDataTypeKernelAndKeepsTheLength)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Digest("source") + Digest("destination") + WorkerEnd());
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Digest("source") + Digest("destination") + WorkerEnd());
     EXPECT_EQ(Samples<std::uint32_t>(*destination, 2), (std::vector<std::uint32_t>{0x12345600, 0x80000000}));
     EXPECT_EQ(destination->Length(), 0U);
 }
 
-TEST_F(Copy, OfSixteenBitMultiFormatIntoSixteenBitPcmHalvesTheWords)
+TEST_F(Copy, OfSixteenBitMultiFormatIntoSixteenBitPcmHalvesTheContainers)
 {
     auto source = Make("source", Multi16(1), 2);
     auto destination = Make("destination", Pcm16(1), 2);
@@ -146,7 +146,7 @@ TEST_F(Copy, OfSixteenBitMultiFormatIntoSixteenBitPcmHalvesTheWords)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() +
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() +
                                     (Calls{"source.GetBufferAndLength", "destination.GetBufferAndLength",
                                            "source.GetLengthInSampleFrames", "destination.GetLengthInSampleFrames"}) +
                                     WorkerEnd());
@@ -162,7 +162,7 @@ TEST_F(Copy, FadesOnTheDestinationWhereItsFormatAllows)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 1200) +
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 1200) +
                                     Flags("destination", 1, 0) + Digest("destination") + Flags("destination", 0, 0) +
                                     WorkerEnd());
     EXPECT_FALSE(destination->Description().bFadeIn);
@@ -173,7 +173,7 @@ TEST_F(Copy, FadesOnTheDestinationWhereItsFormatAllows)
     ExpectAtRest({source.Get(), destination.Get()});
 }
 
-TEST_F(Copy, FadesOnTheStageBufferWhereTheDestinationsFormatDoesNotAllow)
+TEST_F(Copy, FadesInAScratchBufferIfTheDestinationFormatHasNoFade)
 {
     auto source = Make("source", Pcm16(1), 0, 300);
     auto destination = Make("destination", Float32(1), 300);
@@ -182,21 +182,22 @@ TEST_F(Copy, FadesOnTheStageBufferWhereTheDestinationsFormatDoesNotAllow)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Calls{"scratch0.SetWaveFormat"} +
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Calls{"scratch0.SetWaveFormat"} +
                                     Convert("source", "scratch0", 1200) + Flags("scratch0", 0, 1) + Digest("scratch0") +
                                     Convert("scratch0", "destination", 1200) + Flags("destination", 0, 0) +
                                     WorkerEnd());
     const auto samples = Samples<float>(*destination, 300);
     EXPECT_EQ(samples[0], static_cast<float>(0x40000000) / 2147483392.0F);
     EXPECT_EQ(samples[299], static_cast<float>((std::int64_t{0x40000000} * 21421149 >> 32) * 2) / 2147483392.0F);
-    EXPECT_TRUE(host_.Buffer("scratch0").Description().bFadeOut) << "the stage keeps the flags of its last use";
+    EXPECT_TRUE(host_.Buffer("scratch0").Description().bFadeOut)
+        << "the scratch buffer keeps the flags of its last use";
     ExpectAtRest({source.Get(), destination.Get()});
 }
 
-TEST_F(Copy, ThroughTheStageBufferWithoutAConversionRunsOnTheStagesLastLength)
+TEST_F(Copy, ThroughTheScratchBufferWithoutAConversionUsesItsLastLength)
 {
-    // The source has the stage's format already, so its bytes are copied there and the stage keeps the length of its
-    // last use: 100 frames of an earlier fade.
+    // The source has the format of the scratch buffer already, so its bytes are copied and the scratch buffer keeps the
+    // length of its last use: 100 frames of an earlier fade.
     auto earlier = Make("earlier", Pcm16(1), 100);
     earlier->SetFades(true, false);
     auto other = Make("other", Float32(1), 100);
@@ -210,7 +211,7 @@ TEST_F(Copy, ThroughTheStageBufferWithoutAConversionRunsOnTheStagesLastLength)
     source->SetFades(true, false);
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Calls{"scratch0.SetWaveFormat"} +
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Calls{"scratch0.SetWaveFormat"} +
                                     ByteCopy("source", "scratch0") + Flags("scratch0", 1, 0) + Digest("scratch0") +
                                     Convert("scratch0", "destination", 400) + Flags("destination", 0, 0) + WorkerEnd());
     EXPECT_EQ(destination->Length(), 400U);
@@ -236,7 +237,7 @@ TEST_F(Copy, PassesNoPolarityOn)
     source->SetPolarity(5);
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
     EXPECT_EQ(destination->Polarity(), 0U);
-    EXPECT_EQ(std::count_if(journal_.Calls().begin(), journal_.Calls().end(),
+    EXPECT_EQ(std::count_if(callLog_.Calls().begin(), callLog_.Calls().end(),
                             [](const std::string& call) { return call.find("SetPolarity") != std::string::npos; }),
               0);
 }
@@ -255,13 +256,13 @@ TEST_F(Copy, OntoItselfIsHarmless)
 
 // ---- The choice of a path ----
 
-TEST_F(Copy, OfOpaqueWordsIgnoresTheValidBits)
+TEST_F(Copy, OfOpaqueDataIgnoresTheValidBits)
 {
     auto source = Make("source", Opaque(3, 32, 24), 1);
     auto destination = Make("destination", Opaque(3, 32, 32), 1);
     Fill<std::uint32_t>(*source, {1, 2, 3});
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + ByteCopy("source", "destination") + WorkerEnd());
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + ByteCopy("source", "destination") + WorkerEnd());
     EXPECT_EQ(Samples<std::uint32_t>(*destination, 3), (std::vector<std::uint32_t>{1, 2, 3}));
 }
 
@@ -270,7 +271,7 @@ TEST_F(Copy, OfPcmWithOtherValidBitsIsNoByteCopy)
     auto source = Make("source", host::MakeFormat(1, keZtAudioDataTypePcm, 48000, 32, 16), 1);
     auto destination = Make("destination", Pcm24In32(1), 1);
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 4) + WorkerEnd());
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 4) + WorkerEnd());
 }
 
 TEST_F(Copy, OfTwentyValidBitsIntoTwentyFourRelabelsTheSourceAndCopiesTheBytes)
@@ -281,11 +282,11 @@ TEST_F(Copy, OfTwentyValidBitsIntoTwentyFourRelabelsTheSourceAndCopiesTheBytes)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), (Calls{"destination.QueryInterface", "source.QueryInterface", "source.GetErrorCode",
+    EXPECT_EQ(callLog_.Calls(), (Calls{"destination.QueryInterface", "source.QueryInterface", "source.GetErrorCode",
                                        "source.GetAudioSamplesDescription", "source.SetWaveFormat",
                                        "destination.GetAudioSamplesDescription", "destination.MarkWriteStartTime"}) +
                                     WorkerStart() + ByteCopy("source", "destination") + WorkerEnd());
-    EXPECT_EQ(source->Description().sWaveFormat.ulValidBitsPerSample, 24U) << "the caller's own buffer is relabelled";
+    EXPECT_EQ(source->Description().sWaveFormat.ulValidBitsPerSample, 24U) << "the caller's own buffer is relabeled";
     EXPECT_EQ(Samples<std::uint32_t>(*destination, 2), (std::vector<std::uint32_t>{0x12345678, 0x9ABCDEF0}));
 }
 
@@ -295,21 +296,21 @@ TEST_F(Copy, RelabelsADestinationOfTwentyValidBits)
     auto destination = Make("destination", Pcm20In32(1), 1);
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
     EXPECT_EQ(destination->Description().sWaveFormat.ulValidBitsPerSample, 24U);
-    EXPECT_EQ(journal_.Count("destination.SetWaveFormat"), 1);
+    EXPECT_EQ(callLog_.Count("destination.SetWaveFormat"), 1);
 }
 
-TEST_F(Copy, BetweenRatesIsLeftToTheBitDepthKernelWhichRefuses)
+TEST_F(Copy, BetweenRatesIsLeftToTheBitDepthKernelWhichRejectsIt)
 {
     auto source = Make("source", Pcm16(1, 44100), 1);
     auto destination = Make("destination", Pcm16(1, 48000), 1);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Digest("source") + Digest("destination") +
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Digest("source") + Digest("destination") +
                                     (Calls{ErrorCall("destination", ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)}) +
                                     WorkerEnd());
     ExpectAtRest({source.Get(), destination.Get()});
 }
 
-TEST(SixteenInThirtyTwoMultiFormat, IsTakenForWhatItIs)
+TEST(SixteenInThirtyTwoMultiFormat, IsRecognized)
 {
     CallLog journal;
     RecordingHost host(journal);
@@ -336,13 +337,13 @@ TEST(SixteenInThirtyTwoMultiFormat, IsTakenForWhatItIs)
     EXPECT_FALSE(rejects([](Format& i, Format&) { i.ulSize = 0; })) << "the size field takes no part";
 }
 
-// ---- Failures of the entry, in the order of its checks ----
+// ---- Failures of the entry point, in the order of its checks ----
 
 TEST_F(Copy, WithoutADestinationSignalsNothing)
 {
     auto source = Make("source", Pcm16(1), 1);
     EXPECT_EQ(Run(source.Get(), nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_TRUE(journal_.Calls().empty());
+    EXPECT_TRUE(callLog_.Calls().empty());
     EXPECT_EQ(engine_->CopyAudioSamples(nullptr, nullptr), ZT_E_INVALID_POINTER);
 }
 
@@ -350,10 +351,10 @@ TEST_F(Copy, IntoADestinationWithoutAContentSignalsNothing)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.FailCallsTo("destination.QueryInterface");
+    callLog_.FailCallsTo("destination.QueryInterface");
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(journal_.Calls(), Calls{"destination.QueryInterface"});
-    EXPECT_EQ(Run(nullptr, destination.Get()), ZT_E_INVALID_PARAMETER) << "the destination is looked at first";
+    EXPECT_EQ(callLog_.Calls(), Calls{"destination.QueryInterface"});
+    EXPECT_EQ(Run(nullptr, destination.Get()), ZT_E_INVALID_PARAMETER) << "the destination is checked first";
     EXPECT_EQ(destination->References(), 1);
 }
 
@@ -361,7 +362,7 @@ TEST_F(Copy, WithoutASourceSignalsTheDestination)
 {
     auto destination = Make("destination", Pcm16(1), 1);
     EXPECT_EQ(Run(nullptr, destination.Get()), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(journal_.Calls(), (Calls{"destination.QueryInterface", ErrorCall("destination", ZT_E_INVALID_POINTER),
+    EXPECT_EQ(callLog_.Calls(), (Calls{"destination.QueryInterface", ErrorCall("destination", ZT_E_INVALID_POINTER),
                                        "destination.SignalWriteCompletion"}));
     EXPECT_EQ(destination->ErrorCode(), ZT_E_INVALID_POINTER);
     EXPECT_EQ(destination->WriteStartMarks() + destination->WriteStopMarks(), 0) << "a failed check makes no mark";
@@ -372,14 +373,14 @@ TEST_F(Copy, OfASourceWithoutAContentGivesTheQuerysCodeAndNoReadSignal)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.FailCallsTo("source.QueryInterface", E_NOINTERFACE);
+    callLog_.FailCallsTo("source.QueryInterface", E_NOINTERFACE);
     EXPECT_EQ(Run(source.Get(), destination.Get()), E_NOINTERFACE);
-    EXPECT_EQ(journal_.Calls(), (Calls{"destination.QueryInterface", "source.QueryInterface",
+    EXPECT_EQ(callLog_.Calls(), (Calls{"destination.QueryInterface", "source.QueryInterface",
                                        ErrorCall("destination", E_NOINTERFACE), "destination.SignalWriteCompletion"}));
     ExpectAtRest({source.Get(), destination.Get()});
 }
 
-TEST_F(Copy, OfABadSourceHandsItsCodeOn)
+TEST_F(Copy, PropagatesTheErrorCodeOfTheSource)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
@@ -388,7 +389,7 @@ TEST_F(Copy, OfABadSourceHandsItsCodeOn)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_FAIL);
 
-    EXPECT_EQ(journal_.Calls(), (Calls{"destination.QueryInterface", "source.QueryInterface", "source.GetErrorCode",
+    EXPECT_EQ(callLog_.Calls(), (Calls{"destination.QueryInterface", "source.QueryInterface", "source.GetErrorCode",
                                        "source.SignalReadCompletion", ErrorCall("destination", ZT_E_FAIL),
                                        "destination.SignalWriteCompletion"}));
     EXPECT_EQ(destination->ErrorCode(), ZT_E_FAIL);
@@ -430,40 +431,40 @@ TEST_F(Copy, WithAnUnreadableDescriptionIsAnInvalidParameter)
     for (const char* entry : {"source.GetAudioSamplesDescription", "destination.GetAudioSamplesDescription"}) {
         auto source = Make("source", Pcm16(1), 1);
         auto destination = Make("destination", Pcm16(1), 1);
-        journal_.FailCallsTo(entry);
+        callLog_.FailCallsTo(entry);
         EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_INVALID_PARAMETER) << entry;
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
         EXPECT_EQ(destination->ErrorCode(), ZT_E_INVALID_PARAMETER);
         ExpectSignalledOnce(*source, *destination);
         ExpectAtRest({source.Get(), destination.Get()});
     }
 }
 
-TEST_F(Copy, WhoseRelabellingFailsGivesTheHostsCode)
+TEST_F(Copy, WhoseRelabelingFailsGivesTheHostsCode)
 {
     for (const char* entry : {"source.SetWaveFormat", "destination.SetWaveFormat"}) {
         auto source = Make("source", Pcm20In32(1), 1);
         auto destination = Make("destination", Pcm20In32(1), 1);
-        journal_.FailCallsTo(entry);
+        callLog_.FailCallsTo(entry);
         EXPECT_EQ(Run(source.Get(), destination.Get()), kInjectedFailure) << entry;
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
         ExpectSignalledOnce(*source, *destination);
     }
 }
 
-TEST_F(Copy, BetweenChannelCountsIsRefused)
+TEST_F(Copy, BetweenChannelCountsIsRejected)
 {
     auto source = Make("source", Pcm20In32(1), 1);
     auto destination = Make("destination", Pcm16(2), 1);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH);
-    EXPECT_EQ(source->Description().sWaveFormat.ulValidBitsPerSample, 24U) << "the relabelling is not undone";
+    EXPECT_EQ(source->Description().sWaveFormat.ulValidBitsPerSample, 24U) << "the relabeling is not undone";
     EXPECT_EQ(destination->WriteStartMarks() + destination->WriteStopMarks(), 0);
     ExpectSignalledOnce(*source, *destination);
 }
 
-// ---- The latch ----
+// ---- The busy flag ----
 
-TEST_F(Copy, WhileTheEngineIsBusyFailsAndLeavesTheLatch)
+TEST_F(Copy, WhileTheEngineIsBusyFailsAndLeavesTheBusyFlag)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
@@ -483,7 +484,7 @@ TEST_F(Copy, FromInsideAHostCallOfAnotherIsBusy)
     auto source2 = Make("source2", Pcm16(1), 1);
     auto destination2 = Make("destination2", Pcm16(1), 1);
     int inner = 0;
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "destination.SetLength(4)") {
             inner = engine_->CopyAudioSamples(source2.Get(), destination2.Get());
         }
@@ -491,22 +492,22 @@ TEST_F(Copy, FromInsideAHostCallOfAnotherIsBusy)
     source2->AnnounceRead();
     destination2->AnnounceWrite();
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
 
     EXPECT_EQ(inner, ZT_E_MODULE_BUSY);
     EXPECT_EQ(destination2->ErrorCode(), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(destination2->WriteCount() + source2->ReadCount(), 0) << "a refused call signals its buffers";
+    EXPECT_EQ(destination2->WriteCount() + source2->ReadCount(), 0) << "a rejected call signals its buffers";
     EXPECT_EQ(Samples<std::uint32_t>(*destination, 1), std::vector<std::uint32_t>{0x00050000});
     ExpectAtRest({source.Get(), destination.Get(), source2.Get(), destination2.Get()});
 }
 
-TEST_F(Copy, ThatFailsItsChecksClearsTheLatchOfARunningOne)
+TEST_F(Copy, ThatFailsItsChecksClearsTheBusyFlagOfARunningOne)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm24In32(1), 1);
     auto bad = Make("bad", Pcm16(1), 1);
     std::uint32_t during = 1;
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "destination.SetLength(4)") {
             bad->AnnounceWrite();
             EXPECT_EQ(engine_->CopyAudioSamples(nullptr, bad.Get()), ZT_E_INVALID_POINTER);
@@ -514,18 +515,18 @@ TEST_F(Copy, ThatFailsItsChecksClearsTheLatchOfARunningOne)
         }
     };
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
     EXPECT_EQ(during, 0U);
 }
 
-TEST_F(Copy, OfASourceWhoseCodeIsModuleBusyLeavesTheLatch)
+TEST_F(Copy, OfASourceWhoseCodeIsModuleBusyLeavesTheBusyFlag)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
     static_cast<IZtAVContent&>(*source).SetErrorCode(ZT_E_MODULE_BUSY);
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U) << "the ending looks only at the value of the code";
+    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U) << "the failure ending depends on the value of the code only";
     SZtLayoutProbe::SetBusy(Object(), 0);
 }
 
@@ -536,7 +537,7 @@ TEST_F(Copy, CanBeStartedFromInsideTheWriteSignalOfAnother)
     auto next = Make("next", Pcm24In32(1), 0, 1);
     Fill<std::int16_t>(*source, {9});
     int inner = -1;
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "destination.SignalWriteCompletion") {
             source->AnnounceRead();
             next->AnnounceWrite();
@@ -544,7 +545,7 @@ TEST_F(Copy, CanBeStartedFromInsideTheWriteSignalOfAnother)
         }
     };
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
     EXPECT_EQ(inner, 0);
     EXPECT_EQ(Samples<std::uint32_t>(*next, 1), std::vector<std::uint32_t>{0x00090000});
     ExpectAtRest({source.Get(), destination.Get(), next.Get()});
@@ -556,7 +557,7 @@ TEST_F(Copy, HoldsTheBuffersWhileItWorksAndNotLonger)
     auto destination = Make("destination", Pcm24In32(1), 1);
     std::vector<long> during;
     bool heldAtSignal = true;
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "destination.SetLength(4)") {
             during = {source->References(), destination->References()};
             EXPECT_TRUE(SZtLayoutProbe::HoldsOperands(Object()));
@@ -568,14 +569,14 @@ TEST_F(Copy, HoldsTheBuffersWhileItWorksAndNotLonger)
         }
     };
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
     EXPECT_GE(during.at(0), 3);
     EXPECT_GE(during.at(1), 3);
-    EXPECT_FALSE(heldAtSignal) << "the latch is free and the operands are gone before the first signal";
+    EXPECT_FALSE(heldAtSignal) << "the busy flag is clear and the operands are released before the first signal";
     ExpectAtRest({source.Get(), destination.Get()});
 }
 
-// ---- Failures of the work ----
+// ---- Failures of the worker ----
 
 TEST_F(Copy, ThatDoesNotFitTouchesNothingAndLeavesOneMoreReference)
 {
@@ -585,13 +586,13 @@ TEST_F(Copy, ThatDoesNotFitTouchesNothingAndLeavesOneMoreReference)
 
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
 
-    EXPECT_EQ(journal_.Calls(),
+    EXPECT_EQ(callLog_.Calls(),
               Entry() + WorkerStart() + ByteCopy("source", "destination") +
                   (Calls{"destination.QueryInterface", ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL),
                          ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
                   WorkerEnd());
     EXPECT_EQ(Samples<std::int16_t>(*destination, 2), (std::vector<std::int16_t>{0, 0}));
-    EXPECT_EQ(destination->References(), 2) << "the byte copy does not give back what its query handed out";
+    EXPECT_EQ(destination->References(), 2) << "the byte copy does not release the reference of its query";
     destination->Release();
     ExpectAtRest({source.Get(), destination.Get()});
 }
@@ -605,14 +606,14 @@ TEST_F(Copy, ThatFitsExactlySucceeds)
     EXPECT_EQ(Samples<std::int16_t>(*destination, 3), (std::vector<std::int16_t>{1, 2, 3}));
 }
 
-TEST_F(Copy, ThatDoesNotFitTheStageBufferLeavesTheDestinationUntouched)
+TEST_F(Copy, ThatDoesNotFitTheScratchBufferLeavesTheDestinationUntouched)
 {
-    // 192000 bytes hold 48000 frames of the stage's 24-in-32 mono.
+    // 192000 bytes hold 48000 frames of 24-in-32 mono.
     auto source = Make("source", Pcm24In32(1), 48001);
     auto destination = Make("destination", Float32(1), 0, 48001);
     source->SetFades(true, false);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(journal_.Calls(),
+    EXPECT_EQ(callLog_.Calls(),
               Entry() + WorkerStart() + Calls{"scratch0.SetWaveFormat"} + ByteCopy("source", "scratch0") +
                   (Calls{"scratch0.QueryInterface", ErrorCall("scratch0", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
                   Flags("scratch0", 1, 0) + (Calls{ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
@@ -628,14 +629,14 @@ TEST_F(Copy, ThatDoesNotFitTheStageBufferLeavesTheDestinationUntouched)
     EXPECT_EQ(Run(fits.Get(), destination.Get()), 0);
 }
 
-TEST_F(Copy, WhoseStageFadeIsRefusedStillSetsTheStagesFlags)
+TEST_F(Copy, WhoseFadeIsRejectedStillSetsTheFlagsOfTheScratchBuffer)
 {
-    // A 16-channel float destination cannot be classified, so nothing is suggested and no stage is touched.
+    // A 16-channel float destination cannot be classified, so no format is suggested and no scratch buffer is used.
     auto source = Make("source", Pcm16(16), 300);
     auto destination = Make("destination", Float32(16), 300);
     source->SetFades(true, true);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(journal_.Calls(),
+    EXPECT_EQ(callLog_.Calls(),
               Entry() + WorkerStart() + (Calls{ErrorCall("destination", ZT_E_FORMAT_NOT_SUPPORTED)}) + WorkerEnd());
 }
 
@@ -645,7 +646,7 @@ TEST_F(Copy, IntoAMuxTooShortForAFadeClearsTheFlagsAllTheSame)
     auto destination = Make("destination", Pcm24In32(4), 0, 199);
     source->SetFades(true, false);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 199 * 16) +
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Convert("source", "destination", 199 * 16) +
                                     Flags("destination", 1, 0) + Digest("destination") + Flags("destination", 0, 0) +
                                     (Calls{ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) + WorkerEnd());
 }
@@ -656,23 +657,23 @@ TEST_F(Copy, WhoseConversionFailsBeforeAFadeInPlaceAsksForNoFade)
     auto destination = Make("destination", Pcm16(1), 300);
     source->SetFades(true, false);
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + Digest("source") + Digest("destination") +
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + Digest("source") + Digest("destination") +
                                     (Calls{ErrorCall("destination", ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)}) +
                                     WorkerEnd());
 }
 
-TEST_F(Copy, WhoseSourceTurnsBadAfterTheEntryHandsTheCodeOn)
+TEST_F(Copy, WhoseSourceFailsAfterTheEntryPointPropagatesTheCode)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "destination.MarkWriteStartTime") {
             source->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
         }
     };
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_FAIL);
-    journal_.hook = nullptr;
-    EXPECT_EQ(journal_.Calls(), Entry() + WorkerStart() + (Calls{ErrorCall("destination", ZT_E_FAIL)}) + WorkerEnd());
+    callLog_.hook = nullptr;
+    EXPECT_EQ(callLog_.Calls(), Entry() + WorkerStart() + (Calls{ErrorCall("destination", ZT_E_FAIL)}) + WorkerEnd());
 }
 
 TEST_F(Copy, WhoseDescriptionFailsInTheWorkerGivesTheHostsCode)
@@ -680,25 +681,25 @@ TEST_F(Copy, WhoseDescriptionFailsInTheWorkerGivesTheHostsCode)
     for (const int call : {7, 8}) {
         auto source = Make("source", Pcm16(1), 1);
         auto destination = Make("destination", Pcm16(1), 1);
-        journal_.FailCall(call);
+        callLog_.FailCall(call);
         EXPECT_EQ(Run(source.Get(), destination.Get()), kInjectedFailure);
         EXPECT_EQ(destination->ErrorCode(), kInjectedFailure);
-        EXPECT_EQ(journal_.Calls()[static_cast<std::size_t>(call)], ErrorCall("destination", kInjectedFailure));
+        EXPECT_EQ(callLog_.Calls()[static_cast<std::size_t>(call)], ErrorCall("destination", kInjectedFailure));
         ExpectSignalledOnce(*source, *destination);
     }
 }
 
-TEST_F(Copy, OfAHostThatGivesNoAddressesReadsAsEmptyOrWithoutRoom)
+TEST_F(Copy, OfBuffersWithoutAddressesReadsThemAsEmptyOrTooSmall)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.FailCallsTo("source.GetBufferAndLength");
+    callLog_.FailCallsTo("source.GetBufferAndLength");
     EXPECT_EQ(Run(source.Get(), destination.Get()), 0);
-    journal_.ClearFaults();
+    callLog_.ClearFaults();
     for (const char* entry : {"destination.GetBufferAndLength", "destination.GetBufferCapacity"}) {
-        journal_.FailCallsTo(entry);
+        callLog_.FailCallsTo(entry);
         EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL) << entry;
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
         destination->Release();
     }
     ExpectAtRest({source.Get(), destination.Get()});
@@ -706,7 +707,7 @@ TEST_F(Copy, OfAHostThatGivesNoAddressesReadsAsEmptyOrWithoutRoom)
 
 // ---- The log ----
 
-TEST_F(Copy, LogsAFailureOfItsWorkOnceAndNoFailureOfItsEntry)
+TEST_F(Copy, LogsAFailureOfItsWorkerOnceAndNoFailureOfItsEntryPoint)
 {
     auto source = Make("source", Pcm16(1, 44100), 1);
     auto destination = Make("destination", Pcm16(1), 1);
@@ -714,15 +715,15 @@ TEST_F(Copy, LogsAFailureOfItsWorkOnceAndNoFailureOfItsEntry)
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(LogRecorder::Count(), 1U);
     EXPECT_EQ(Run(nullptr, destination.Get()), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(LogRecorder::Count(), 1U) << "the entry keeps its status to itself";
-    journal_.hook = [&](const std::string& entry) {
+    EXPECT_EQ(LogRecorder::Count(), 1U) << "an entry point does not log";
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "destination.MarkWriteStartTime") {
             source->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
         }
     };
     EXPECT_EQ(Run(source.Get(), destination.Get()), ZT_E_FAIL);
-    journal_.hook = nullptr;
-    EXPECT_EQ(LogRecorder::Count(), 1U) << "a code that the producer left is not reported";
+    callLog_.hook = nullptr;
+    EXPECT_EQ(LogRecorder::Count(), 1U) << "an error code of the source is not logged";
 }
 
 } // namespace

@@ -33,7 +33,7 @@ TEST(EngineCreation, AsksTheHostForThePoolInOrderWithOneRecord)
         EXPECT_EQ(std::memcmp(&record.sWaveFormat, &expected, sizeof(expected)), 0);
     }
     EXPECT_TRUE(SZtLayoutProbe::PoolIs(static_cast<CZtaAudioSamplesEngine&>(*engine), host.Buffers()))
-        << "three stage buffers, then by turns one for fades and one for conversions";
+        << "three scratch buffers, then alternately one for a fade and one for a conversion";
 }
 
 TEST(EngineCreation, ReleasesThePoolWithTheLastReference)
@@ -52,7 +52,7 @@ TEST(EngineCreation, ReleasesThePoolWithTheLastReference)
     EXPECT_EQ(g_i32Objects, objectsBefore);
 }
 
-TEST(EngineCreation, FailingAtAnyRequestStillHandsOutAnEngineWithWhatWasMade)
+TEST(EngineCreation, FailingAtAnyRequestStillReturnsAnEngineWithTheBuffersCreatedSoFar)
 {
     const int objectsBefore = g_i32Objects;
     const long buffersBefore = host::AudioBuffer::LiveCount();
@@ -67,7 +67,7 @@ TEST(EngineCreation, FailingAtAnyRequestStillHandsOutAnEngineWithWhatWasMade)
         EXPECT_EQ(status, kInjectedFailure);
         ASSERT_TRUE(engine);
         EXPECT_EQ(host.CreationCount(), n) << "the first failure stops the creation";
-        EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + n - 1) << "what was made stays";
+        EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + n - 1) << "the created buffers stay";
         EXPECT_TRUE(SZtLayoutProbe::PoolIs(static_cast<CZtaAudioSamplesEngine&>(*engine), host.Buffers()));
 
         engine.Reset();
@@ -116,7 +116,7 @@ TEST(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
     EXPECT_EQ(host.CreationCount(), 131);
 }
 
-TEST(EngineQuery, AnswersItsInterfaceAndIUnknownOnly)
+TEST(EngineQuery, ReturnsItsInterfaceAndIUnknownOnly)
 {
     CallLog journal;
     RecordingHost host(journal);

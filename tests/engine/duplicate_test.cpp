@@ -21,7 +21,7 @@ protected:
         if (destination != nullptr) {
             destination->AnnounceWrite();
         }
-        journal_.Clear();
+        callLog_.Clear();
         return engine_->DuplicateAudioSamples(source, from, destination, to, length);
     }
 
@@ -58,15 +58,15 @@ protected:
     {
         const auto before = Samples<std::uint8_t>(destination, destination.Capacity());
         destination.ClearErrorCode();
-        EXPECT_EQ(Run(&source, from, &destination, to, length), 0) << "the caller gets the outcome of the signal";
-        EXPECT_EQ(journal_.Calls(), Entry() + HandOn(0, 0, 0) + Calls{ErrorCall("destination", code)} + End());
+        EXPECT_EQ(Run(&source, from, &destination, to, length), 0) << "the caller receives the status of the signal";
+        EXPECT_EQ(callLog_.Calls(), Entry() + HandOn(0, 0, 0) + Calls{ErrorCall("destination", code)} + End());
         EXPECT_EQ(destination.ErrorCode(), code);
         EXPECT_EQ(Samples<std::uint8_t>(destination, destination.Capacity()), before);
         ExpectAtRest({&source, &destination});
     }
 };
 
-TEST_F(Duplicate, CopiesARunOfBytesAndKeepsTheRestAndTheLength)
+TEST_F(Duplicate, CopiesASpanOfBytesAndKeepsTheRestAndTheLength)
 {
     auto source = Make("source", Pcm16(1), 0, 8);
     auto destination = Make("destination", Pcm16(1), 2, 8);
@@ -76,14 +76,14 @@ TEST_F(Duplicate, CopiesARunOfBytesAndKeepsTheRestAndTheLength)
 
     EXPECT_EQ(Run(source.Get(), 2, destination.Get(), 6, 6), 0);
 
-    EXPECT_EQ(journal_.Calls(), Entry() + HandOn(0, 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(), Entry() + HandOn(0, 0, 0) + End());
     EXPECT_EQ(Samples<std::int16_t>(*destination, 8), (std::vector<std::int16_t>{9, 9, 9, 2, 3, 4, 9, 9}));
     EXPECT_EQ(destination->Length(), 4U);
     EXPECT_EQ(source->ReadCount() + destination->WriteCount(), 0);
     ExpectAtRest({source.Get(), destination.Get()});
 }
 
-TEST_F(Duplicate, HandsPolarityAndFadeRequestsOnWithoutFading)
+TEST_F(Duplicate, PropagatesPolarityAndFadeFlagsWithoutFading)
 {
     auto source = Make("source", Pcm16(1), 0, 300);
     auto destination = Make("destination", Pcm16(1), 0, 300);
@@ -91,25 +91,25 @@ TEST_F(Duplicate, HandsPolarityAndFadeRequestsOnWithoutFading)
     source->SetPolarity(3);
     source->SetFades(true, true);
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 600), 0);
-    EXPECT_EQ(journal_.Calls(), Entry() + HandOn(3, 1, 1) + End());
+    EXPECT_EQ(callLog_.Calls(), Entry() + HandOn(3, 1, 1) + End());
     EXPECT_EQ(destination->Polarity(), 3U);
     EXPECT_TRUE(destination->Description().bFadeIn && destination->Description().bFadeOut);
     EXPECT_EQ(Samples<std::int16_t>(*destination, 300), std::vector<std::int16_t>(300, 1000));
 }
 
-TEST_F(Duplicate, TakesEveryRunInsideTheSourcesLengthAndTheDestinationsCapacity)
+TEST_F(Duplicate, AcceptsEverySpanInsideTheSourceLengthAndTheDestinationCapacity)
 {
     auto source = Make("source", Pcm16(1), 10, 20);
     auto destination = Make("destination", Pcm16(1), 0, 10);
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 20), 0);
-    EXPECT_EQ(destination->ErrorCode(), 0) << "a run that ends exactly at both ends";
+    EXPECT_EQ(destination->ErrorCode(), 0) << "a span that ends at both ends";
     EXPECT_EQ(Run(source.Get(), 19, destination.Get(), 19, 1), 0);
     EXPECT_EQ(destination->ErrorCode(), 0);
     EXPECT_EQ(Run(source.Get(), 19, destination.Get(), 19, 0), 0);
-    EXPECT_EQ(destination->ErrorCode(), 0) << "an empty run inside both moves nothing";
+    EXPECT_EQ(destination->ErrorCode(), 0) << "a length of 0 inside both copies nothing";
 }
 
-TEST_F(Duplicate, RefusesEveryRunOutsideInTheWorkAndLeavesTheCodeOnTheDestination)
+TEST_F(Duplicate, RejectsEverySpanOutsideInTheWorkerAndRecordsTheCodeOnTheDestination)
 {
     constexpr unsigned long kTop = std::numeric_limits<unsigned long>::max();
     auto source = Make("source", Pcm16(1), 10, 20);
@@ -129,17 +129,17 @@ TEST_F(Duplicate, RefusesEveryRunOutsideInTheWorkAndLeavesTheCodeOnTheDestinatio
     ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *empty, 0, *destination, 0, 0);
 }
 
-TEST_F(Duplicate, ReadsAHostThatGivesNoAddressesAsEmpty)
+TEST_F(Duplicate, ReadsBuffersWithoutAddressesAsEmpty)
 {
     auto source = Make("source", Pcm16(1), 10);
     auto destination = Make("destination", Pcm16(1), 10);
-    journal_.FailCallsTo("source.GetBufferAndLength");
+    callLog_.FailCallsTo("source.GetBufferAndLength");
     ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 0, *destination, 0, 4);
-    journal_.ClearFaults();
+    callLog_.ClearFaults();
     for (const char* entry : {"destination.GetBufferCapacity", "destination.GetBufferAndLength"}) {
-        journal_.FailCallsTo(entry);
+        callLog_.FailCallsTo(entry);
         ExpectRefusedInTheWork(ZT_E_DESTINATION_BUFFER_TOO_SMALL, *source, 0, *destination, 0, 4);
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
     }
 }
 
@@ -163,7 +163,7 @@ TEST_F(Duplicate, WantsOneFormatToTheByte)
         auto destination = Make("destination", Pcm24In32(2), 10);
         destination->SetFormat(other);
         EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 8), ZT_E_AUDIO_FORMAT_MISMATCH) << field;
-        EXPECT_EQ(journal_.Calls(),
+        EXPECT_EQ(callLog_.Calls(),
                   (Calls{"destination.QueryInterface", "source.QueryInterface", "source.GetErrorCode",
                          "source.GetAudioSamplesDescription", "destination.GetAudioSamplesDescription",
                          "source.SignalReadCompletion", ErrorCall("destination", ZT_E_AUDIO_FORMAT_MISMATCH),
@@ -172,7 +172,7 @@ TEST_F(Duplicate, WantsOneFormatToTheByte)
     }
 }
 
-TEST_F(Duplicate, OfOpaqueWordsIgnoresTheirWidth)
+TEST_F(Duplicate, OfOpaqueDataIgnoresTheirWidth)
 {
     auto source = Make("source", Opaque(2, 32, 32), 10);
     auto destination = Make("destination", Opaque(2, 16, 8), 20);
@@ -184,37 +184,37 @@ TEST_F(Duplicate, OfOpaqueWordsIgnoresTheirWidth)
     }
 }
 
-TEST_F(Duplicate, ComparesFormatsAfterTheRelabelling)
+TEST_F(Duplicate, ComparesFormatsAfterTheRelabeling)
 {
     auto source = Make("source", Pcm20In32(1), 10);
     auto destination = Make("destination", Pcm24In32(1), 10);
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 40), 0);
     EXPECT_EQ(source->Description().sWaveFormat.ulValidBitsPerSample, 24U);
-    EXPECT_EQ(journal_.Count("source.SetWaveFormat"), 1);
+    EXPECT_EQ(callLog_.Count("source.SetWaveFormat"), 1);
 }
 
-TEST_F(Duplicate, FailsItsEntryLikeACopy)
+TEST_F(Duplicate, FailsInItsEntryPointLikeACopy)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
     EXPECT_EQ(Run(source.Get(), 0, nullptr, 0, 1), ZT_E_INVALID_POINTER);
-    EXPECT_TRUE(journal_.Calls().empty());
+    EXPECT_TRUE(callLog_.Calls().empty());
 
-    journal_.FailCallsTo("destination.QueryInterface");
+    callLog_.FailCallsTo("destination.QueryInterface");
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(journal_.Calls(), Calls{"destination.QueryInterface"});
-    journal_.ClearFaults();
+    EXPECT_EQ(callLog_.Calls(), Calls{"destination.QueryInterface"});
+    callLog_.ClearFaults();
 
     EXPECT_EQ(Run(nullptr, 0, destination.Get(), 0, 1), ZT_E_INVALID_POINTER);
     EXPECT_EQ(destination->ErrorCode(), ZT_E_INVALID_POINTER);
-    journal_.FailCallsTo("source.QueryInterface");
+    callLog_.FailCallsTo("source.QueryInterface");
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), kInjectedFailure);
-    EXPECT_EQ(journal_.Count("source.SignalReadCompletion"), 0);
-    journal_.ClearFaults();
+    EXPECT_EQ(callLog_.Count("source.SignalReadCompletion"), 0);
+    callLog_.ClearFaults();
     for (const char* entry : {"source.GetAudioSamplesDescription", "destination.GetAudioSamplesDescription"}) {
-        journal_.FailCallsTo(entry);
+        callLog_.FailCallsTo(entry);
         EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_INVALID_PARAMETER);
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
     }
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_MODULE_BUSY);
@@ -224,38 +224,38 @@ TEST_F(Duplicate, FailsItsEntryLikeACopy)
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_FAIL);
     source->host::AudioBuffer::SetErrorCode(kZtSynchroStatusCancelled);
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), 0);
-    EXPECT_EQ(destination->ErrorCode(), ZT_E_FAIL) << "a success takes no old code away";
+    EXPECT_EQ(destination->ErrorCode(), ZT_E_FAIL) << "a success does not clear an old code";
 }
 
-TEST_F(Duplicate, WhoseDescriptionOrSourceFailsInTheWorkerTellsTheDestinationOnly)
+TEST_F(Duplicate, WhoseDescriptionOrSourceFailsInTheWorkerIsRecordedOnTheDestinationOnly)
 {
     for (const int call : {7, 8}) {
         auto source = Make("source", Pcm16(1), 1);
         auto destination = Make("destination", Pcm16(1), 1);
-        journal_.FailCall(call);
+        callLog_.FailCall(call);
         EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), 0);
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
         EXPECT_EQ(destination->ErrorCode(), kInjectedFailure);
-        EXPECT_EQ(journal_.Count("destination.SetPolarity(0)"), 0);
+        EXPECT_EQ(callLog_.Count("destination.SetPolarity(0)"), 0);
     }
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "destination.MarkWriteStartTime") {
             source->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
         }
     };
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), 0);
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
     EXPECT_EQ(destination->ErrorCode(), ZT_E_FAIL);
-    EXPECT_EQ(journal_.Calls(), Entry() + Calls{ErrorCall("destination", ZT_E_FAIL)} + End());
+    EXPECT_EQ(callLog_.Calls(), Entry() + Calls{ErrorCall("destination", ZT_E_FAIL)} + End());
 }
 
 TEST_F(Duplicate, ReturnsWhatTheWriteSignalReturns)
 {
     auto source = Make("source", Pcm16(1), 1);
     auto destination = Make("destination", Pcm16(1), 1);
-    journal_.FailCallsTo("destination.SignalWriteCompletion", ZT_E_FAIL);
+    callLog_.FailCallsTo("destination.SignalWriteCompletion", ZT_E_FAIL);
     EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_FAIL);
 }
 
@@ -282,7 +282,7 @@ TEST(DuplicateOperands, AreKeptAlsoWhereABufferIsNull)
     EXPECT_EQ(source->References(), 2);
 
     EXPECT_EQ(object.SaveInfoDuplicate(source.Get(), 0, source.Get(), 0, 0), 0);
-    EXPECT_EQ(source->References(), 3) << "what the slots held is released first";
+    EXPECT_EQ(source->References(), 3) << "the old operands are released first";
     EXPECT_EQ(object.ReleaseAllSavedInfo(), 0);
     EXPECT_EQ(source->References(), 1);
     EXPECT_FALSE(SZtLayoutProbe::HoldsOperands(object));

@@ -39,7 +39,7 @@ protected:
         if (stereo != nullptr) {
             stereo->AnnounceWrite();
         }
-        journal_.Clear();
+        callLog_.Clear();
         return engine_->CopyAudioSamplesMonoToStereo(left, right, stereo);
     }
 
@@ -81,7 +81,7 @@ protected:
     }
 };
 
-TEST_F(MonoToStereo, OfAKernelsFormatsTouchesNoStage)
+TEST_F(MonoToStereo, OfSupportedFormatsUsesNoScratchBuffer)
 {
     auto left = Make("left", Pcm16(1), 0, 3);
     auto right = Make("right", Pcm16(1), 0, 3);
@@ -91,7 +91,7 @@ TEST_F(MonoToStereo, OfAKernelsFormatsTouchesNoStage)
 
     EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), ToWork() + Interleave("left", "right", "stereo", 12) + Flags("stereo", 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Interleave("left", "right", "stereo", 12) + Flags("stereo", 0, 0) + End());
     EXPECT_EQ(Samples<std::int16_t>(*stereo, 6), (std::vector<std::int16_t>{1, -1, 2, -2, 3, -3}));
     EXPECT_EQ(stereo->Length(), 12U);
     EXPECT_EQ(left->ReadCount() + right->ReadCount() + stereo->WriteCount(), 0);
@@ -100,35 +100,35 @@ TEST_F(MonoToStereo, OfAKernelsFormatsTouchesNoStage)
 
 TEST_F(MonoToStereo, StagesEachInputThatDiffersFromTheOneSuggestion)
 {
-    // The stereo format decides: 24-in-32 mono is suggested, so only the 16-bit left goes through its stage.
+    // The stereo format decides: 24-in-32 mono is suggested, so only the 16-bit left input is staged.
     auto left = Make("left", Pcm16(1), 0, 2);
     auto right = Make("right", Pcm24In32(1), 0, 2);
     auto stereo = Make("stereo", Pcm24In32(2), 0, 2);
     Fill<std::int16_t>(*left, {1, 2});
     Fill<std::int32_t>(*right, {0x300, 0x400});
     EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Convert("left", "scratch0", 8) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Convert("left", "scratch0", 8) +
                                     Interleave("scratch0", "right", "stereo", 16) + Flags("stereo", 0, 0) + End());
     EXPECT_EQ(Samples<std::int32_t>(*stereo, 4), (std::vector<std::int32_t>{0x10000, 0x300, 0x20000, 0x400}));
 
     auto left24 = Make("left", Pcm24In32(1), 2);
     auto right16 = Make("right", Pcm16(1), 2);
     EXPECT_EQ(Run(left24.Get(), right16.Get(), stereo.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Calls{"scratch1.SetWaveFormat"} + Convert("right", "scratch1", 8) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch1.SetWaveFormat"} + Convert("right", "scratch1", 8) +
                                     Interleave("left", "scratch1", "stereo", 16) + Flags("stereo", 0, 0) + End());
     ExpectAtRest({left.Get(), right.Get(), stereo.Get()});
 }
 
-TEST_F(MonoToStereo, StagesAnOutputThatNoKernelTakes)
+TEST_F(MonoToStereo, StagesAnOutputThatNoKernelSupports)
 {
-    // Nothing interleaves floats: the left's layout is kept where a row has it, and the output goes through the stage.
+    // No kernel interleaves floats: the format of the left input is kept if the table has it, and the output is staged.
     auto left = Make("left", Pcm24In32(1), 0, 1);
     auto right = Make("right", Pcm24In32(1), 0, 1);
     auto stereo = Make("stereo", Float32(2), 0, 1);
     Fill<std::int32_t>(*left, {0x7FFFFF00});
     Fill<std::int32_t>(*right, {-0x7FFFFF00});
     EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Calls{"scratch2.SetWaveFormat"} +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch2.SetWaveFormat"} +
                                     Interleave("left", "right", "scratch2", 8) + Convert("scratch2", "stereo", 8) +
                                     Flags("stereo", 0, 0) + End());
     EXPECT_EQ(Samples<float>(*stereo, 2), (std::vector<float>{1.0F, -1.0F}));
@@ -136,17 +136,17 @@ TEST_F(MonoToStereo, StagesAnOutputThatNoKernelTakes)
 
 TEST_F(MonoToStereo, OfFloatsIntoFloatsStagesAllThree)
 {
-    // No row has a float on either side: the last row, packed 24 bits, is suggested, and floats do not convert to it.
+    // No table entry has floats: the last entry, packed 24 bits, is suggested, and floats cannot be converted to it.
     auto left = Make("left", Float32(1), 1);
     auto right = Make("right", Float32(1), 1);
     auto stereo = Make("stereo", Float32(2), 1);
     EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Digest("left") + Digest("scratch0") +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Digest("left") + Digest("scratch0") +
                                     (Calls{ErrorCall("stereo", ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)}) + End());
     ExpectAtRest({left.Get(), right.Get(), stereo.Get()});
 }
 
-TEST_F(MonoToStereo, AtOtherRatesInterleavesWithoutAStage)
+TEST_F(MonoToStereo, AtOtherRatesInterleavesWithoutAScratchBuffer)
 {
     auto left = Make("left", Pcm16(1, 44100), 2);
     auto right = Make("right", Pcm16(1, 44100), 2);
@@ -166,7 +166,7 @@ TEST_F(MonoToStereo, FadesWhatBothSidesAskFor)
     right->SetFades(false, true);
     stereo->SetFades(true, true);
     EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Interleave("left", "right", "stereo", 1200) + Flags("stereo", 0, 1) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Interleave("left", "right", "stereo", 1200) + Flags("stereo", 0, 1) +
                                     Digest("stereo") + Flags("stereo", 0, 0) + End());
     const auto samples = Samples<std::int16_t>(*stereo, 600);
     EXPECT_EQ(samples[198], 1000);
@@ -184,7 +184,7 @@ TEST_F(MonoToStereo, LeavesTheFlagsWhereTheSidesDisagree)
         (fadeIn ? left : right)->SetFades(fadeIn, !fadeIn);
         stereo->SetFades(true, false);
         EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), 0);
-        EXPECT_EQ(journal_.Calls(), ToWork() + Interleave("left", "right", "stereo", 1200) + End());
+        EXPECT_EQ(callLog_.Calls(), ToWork() + Interleave("left", "right", "stereo", 1200) + End());
         EXPECT_TRUE(stereo->Description().bFadeIn);
         EXPECT_FALSE(stereo->Description().bFadeOut);
     }
@@ -198,7 +198,7 @@ TEST_F(MonoToStereo, FailsWhereTheOutputsFormatCannotBeFadedAndClearsItsFlags)
     left->SetFades(true, false);
     right->SetFades(true, false);
     EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Interleave("left", "right", "stereo", 1800) + Flags("stereo", 1, 0) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Interleave("left", "right", "stereo", 1800) + Flags("stereo", 1, 0) +
                                     Digest("stereo") + Flags("stereo", 0, 0) +
                                     (Calls{ErrorCall("stereo", ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)}) + End());
 }
@@ -210,27 +210,27 @@ TEST_F(MonoToStereo, ChecksInOrderAndSignalsWhatItHasLookedAt)
     auto stereo = Make("stereo", Pcm16(2), 1);
     const auto expect = [&](int status, const Calls& calls) {
         EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), status);
-        EXPECT_EQ(journal_.Calls(), calls);
-        journal_.ClearFaults();
+        EXPECT_EQ(callLog_.Calls(), calls);
+        callLog_.ClearFaults();
         ExpectAtRest({left.Get(), right.Get(), stereo.Get()});
     };
     EXPECT_EQ(Run(left.Get(), right.Get(), nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_TRUE(journal_.Calls().empty());
-    journal_.FailCallsTo("stereo.QueryInterface");
+    EXPECT_TRUE(callLog_.Calls().empty());
+    callLog_.FailCallsTo("stereo.QueryInterface");
     expect(ZT_E_INVALID_PARAMETER, Calls{"stereo.QueryInterface"});
 
     for (const bool leftMissing : {false, true}) {
         EXPECT_EQ(Run(leftMissing ? nullptr : left.Get(), leftMissing ? right.Get() : nullptr, stereo.Get()),
                   ZT_E_INVALID_POINTER);
-        EXPECT_EQ(journal_.Calls(), (Calls{"stereo.QueryInterface", ErrorCall("stereo", ZT_E_INVALID_POINTER),
+        EXPECT_EQ(callLog_.Calls(), (Calls{"stereo.QueryInterface", ErrorCall("stereo", ZT_E_INVALID_POINTER),
                                            "stereo.SignalWriteCompletion"}))
-            << "not even the input that was given gets a signal";
+            << "the other input gets no signal either";
     }
 
-    journal_.FailCallsTo("left.QueryInterface");
+    callLog_.FailCallsTo("left.QueryInterface");
     expect(kInjectedFailure, (Calls{"stereo.QueryInterface", "left.QueryInterface",
                                     ErrorCall("stereo", kInjectedFailure), "stereo.SignalWriteCompletion"}));
-    journal_.FailCallsTo("right.QueryInterface");
+    callLog_.FailCallsTo("right.QueryInterface");
     expect(kInjectedFailure,
            (Calls{"stereo.QueryInterface", "left.QueryInterface", "left.GetErrorCode", "right.QueryInterface",
                   "left.SignalReadCompletion", ErrorCall("stereo", kInjectedFailure), "stereo.SignalWriteCompletion"}));
@@ -249,25 +249,25 @@ TEST_F(MonoToStereo, ChecksInOrderAndSignalsWhatItHasLookedAt)
 
     const Calls entry = Entry();
     for (std::size_t described = 6; described <= 8; ++described) {
-        journal_.FailCallsTo(entry[described - 1]);
+        callLog_.FailCallsTo(entry[described - 1]);
         expect(ZT_E_INVALID_PARAMETER, Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) +
                                            Ending(ZT_E_INVALID_PARAMETER));
     }
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(journal_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
+    EXPECT_EQ(callLog_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
     EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
     SZtLayoutProbe::SetBusy(Object(), 0);
 }
 
-TEST_F(MonoToStereo, RefusesOtherChannelCountsBeforeOpaqueWords)
+TEST_F(MonoToStereo, RejectsOtherChannelCountsBeforeOpaqueData)
 {
     const auto run = [&](const SZtaWaveFormatInfo& l, const SZtaWaveFormatInfo& r, const SZtaWaveFormatInfo& s) {
         auto left = Make("left", l, 1);
         auto right = Make("right", r, 1);
         auto stereo = Make("stereo", s, 1);
         const int status = Run(left.Get(), right.Get(), stereo.Get());
-        EXPECT_EQ(journal_.Calls(), Entry() + Ending(status));
+        EXPECT_EQ(callLog_.Calls(), Entry() + Ending(status));
         EXPECT_EQ(stereo->ErrorCode(), status);
         return status;
     };
@@ -288,20 +288,20 @@ TEST_F(MonoToStereo, RelabelsTwentyBitsOnAllThree)
     EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), 0);
     for (const auto& buffer : {left, right, stereo}) {
         EXPECT_EQ(buffer->Description().sWaveFormat.ulValidBitsPerSample, 24U);
-        EXPECT_EQ(journal_.Count(buffer->Name() + ".SetWaveFormat"), 1);
+        EXPECT_EQ(callLog_.Count(buffer->Name() + ".SetWaveFormat"), 1);
     }
     for (const char* name : {"left.SetWaveFormat", "right.SetWaveFormat", "stereo.SetWaveFormat"}) {
         for (const auto& buffer : {left, right}) {
             buffer->SetFormat(Pcm20In32(1));
         }
         stereo->SetFormat(Pcm20In32(2));
-        journal_.FailCallsTo(name);
+        callLog_.FailCallsTo(name);
         EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), kInjectedFailure) << name;
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
     }
 }
 
-TEST_F(MonoToStereo, OfUnequalLengthsIsRefused)
+TEST_F(MonoToStereo, OfUnequalLengthsIsRejected)
 {
     auto left = Make("left", Pcm16(1), 2);
     auto right = Make("right", Pcm16(1), 3);
@@ -312,7 +312,7 @@ TEST_F(MonoToStereo, OfUnequalLengthsIsRefused)
     EXPECT_EQ(stereo->WriteStopMarks(), 1);
 }
 
-TEST_F(MonoToStereo, TakesWhatAStageBufferHoldsAndNoFrameMore)
+TEST_F(MonoToStereo, AcceptsTheCapacityOfAScratchBufferAndNoFrameMore)
 {
     for (const std::size_t frames : {48000U, 48001U}) {
         auto left = Make("left", Pcm16(1), frames);
@@ -323,7 +323,7 @@ TEST_F(MonoToStereo, TakesWhatAStageBufferHoldsAndNoFrameMore)
     }
 }
 
-TEST_F(MonoToStereo, LogsTheSignalsButNotTheWork)
+TEST_F(MonoToStereo, LogsTheSignalsButNotTheStatus)
 {
     auto left = Make("left", Pcm16(1), 2);
     auto right = Make("right", Pcm16(1), 3);
@@ -334,11 +334,11 @@ TEST_F(MonoToStereo, LogsTheSignalsButNotTheWork)
     for (const char* name :
          {"left.SignalReadCompletion", "right.SignalReadCompletion", "stereo.SignalWriteCompletion"}) {
         right->SetValidLength(4);
-        journal_.FailCallsTo(name);
+        callLog_.FailCallsTo(name);
         LogRecorder::Clear();
         EXPECT_EQ(Run(left.Get(), right.Get(), stereo.Get()), 0) << "a signal's status is not the operation's";
         EXPECT_EQ(LogRecorder::Count(), 1U) << name;
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
     }
 }
 
@@ -356,7 +356,7 @@ protected:
                 output->AnnounceWrite();
             }
         }
-        journal_.Clear();
+        callLog_.Clear();
         return engine_->CopyAudioSamplesStereoToMono(stereo, left, right);
     }
 
@@ -402,7 +402,7 @@ protected:
     static Calls Ending(int code) { return Calls{"stereo.SignalReadCompletion"} + OutputsEnding(code); }
 };
 
-TEST_F(StereoToMono, OfAKernelsFormatsTouchesNoStageAndMarksUnevenly)
+TEST_F(StereoToMono, OfSupportedFormatsUsesNoScratchBufferAndMarksUnevenly)
 {
     auto stereo = Make("stereo", Pcm16(2), 0, 3);
     auto left = Make("left", Pcm16(1), 0, 3);
@@ -411,7 +411,7 @@ TEST_F(StereoToMono, OfAKernelsFormatsTouchesNoStageAndMarksUnevenly)
 
     EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()), 0);
 
-    EXPECT_EQ(journal_.Calls(), ToWork() + Split("stereo", "left", "right", 6) + End());
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Split("stereo", "left", "right", 6) + End());
     EXPECT_EQ(Samples<std::int16_t>(*left, 3), (std::vector<std::int16_t>{1, 2, 3}));
     EXPECT_EQ(Samples<std::int16_t>(*right, 3), (std::vector<std::int16_t>{-1, -2, -3}));
     EXPECT_EQ(left->WriteStartMarks(), 1);
@@ -429,7 +429,7 @@ TEST_F(StereoToMono, StagesTheInput)
     auto right = Make("right", Pcm24In32(1), 0, 1);
     Fill<std::int16_t>(*stereo, {5, 6});
     EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Convert("stereo", "scratch0", 8) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Convert("stereo", "scratch0", 8) +
                                     Split("scratch0", "left", "right", 4) + End());
     EXPECT_EQ(Samples<std::int32_t>(*left, 1), std::vector<std::int32_t>{5 << 16});
     EXPECT_EQ(Samples<std::int32_t>(*right, 1), std::vector<std::int32_t>{6 << 16});
@@ -442,7 +442,7 @@ TEST_F(StereoToMono, StagesOutputsOneByOne)
     auto left = Make("left", Float32(1), 0, 1);
     auto right = Make("right", Float32(1), 0, 1);
     EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + (Calls{"scratch1.SetWaveFormat", "scratch2.SetWaveFormat"}) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + (Calls{"scratch1.SetWaveFormat", "scratch2.SetWaveFormat"}) +
                                     Split("stereo", "scratch1", "scratch2", 4) + Convert("scratch1", "left", 4) +
                                     Convert("scratch2", "right", 4) + End());
     EXPECT_EQ(Samples<float>(*left, 1), std::vector<float>{1.0F});
@@ -450,12 +450,12 @@ TEST_F(StereoToMono, StagesOutputsOneByOne)
     auto right16 = Make("right", Pcm16(1), 0, 1);
     auto left32 = Make("left", Pcm24In32(1), 0, 1);
     EXPECT_EQ(Run(stereo.Get(), left32.Get(), right16.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Calls{"scratch2.SetWaveFormat"} + Split("stereo", "left", "scratch2", 4) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch2.SetWaveFormat"} + Split("stereo", "left", "scratch2", 4) +
                                     Convert("scratch2", "right", 2) + End());
     EXPECT_EQ(Samples<std::int16_t>(*right16, 1), std::vector<std::int16_t>{0x4000});
 }
 
-TEST_F(StereoToMono, WithOneStagedOutputTakesWhatTheStageHoldsAndNoFrameMore)
+TEST_F(StereoToMono, WithOneStagedOutputAcceptsTheCapacityOfItsScratchBufferAndNoFrameMore)
 {
     for (const bool leftStaged : {true, false}) {
         for (const std::size_t frames : {48000U, 48001U}) {
@@ -483,19 +483,20 @@ TEST_F(StereoToMono, KeepsWhatWasDoneWhenTheSecondOutputFails)
     EXPECT_EQ(right->ErrorCode(), ZT_E_FORMAT_NOT_SUPPORTED);
 }
 
-TEST_F(StereoToMono, LabelsTheOutputsStagesEvenWhereTheInputCannotBeStaged)
+TEST_F(StereoToMono, SetsTheScratchFormatsOfTheOutputsEvenIfTheInputCannotBeStaged)
 {
-    // Left float keeps the suggestion of the last row for the stereo side; a float input cannot become packed 24 bits.
+    // A float left output leads to the last table entry for the stereo buffer; floats cannot be converted to packed 24
+    // bits.
     auto stereo = Make("stereo", Float32(2), 1);
     auto left = Make("left", Float32(1), 1);
     auto right = Make("right", Float32(1), 1);
     EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Digest("stereo") + Digest("scratch0") +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Digest("stereo") + Digest("scratch0") +
                                     (Calls{"scratch1.SetWaveFormat", "scratch2.SetWaveFormat"}) +
                                     Errors(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED) + End());
 }
 
-TEST_F(StereoToMono, NeitherFadesNorHandsFlagsOrPolarityOn)
+TEST_F(StereoToMono, NeitherFadesNorPropagatesFlagsOrPolarity)
 {
     auto stereo = Make("stereo", Pcm16(2), 300);
     stereo->SetFades(true, true);
@@ -503,7 +504,7 @@ TEST_F(StereoToMono, NeitherFadesNorHandsFlagsOrPolarityOn)
     auto left = Make("left", Pcm16(1), 300);
     auto right = Make("right", Pcm16(1), 300);
     EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + Split("stereo", "left", "right", 600) + End());
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Split("stereo", "left", "right", 600) + End());
     EXPECT_FALSE(left->Description().bFadeIn || right->Description().bFadeOut);
     EXPECT_EQ(left->Polarity() + right->Polarity(), 0U);
 }
@@ -516,21 +517,21 @@ TEST_F(StereoToMono, ChecksInOrderAndSignalsWhatItHasLookedAt)
     const auto expect = [&](RecordingBuffer* s, RecordingBuffer* l, RecordingBuffer* r, int status,
                             const Calls& calls) {
         EXPECT_EQ(Run(s, l, r), status);
-        EXPECT_EQ(journal_.Calls(), calls);
-        journal_.ClearFaults();
+        EXPECT_EQ(callLog_.Calls(), calls);
+        callLog_.ClearFaults();
         ExpectAtRest({stereo.Get(), left.Get(), right.Get()});
     };
     expect(stereo.Get(), nullptr, nullptr, ZT_E_INVALID_POINTER, {});
     expect(stereo.Get(), left.Get(), nullptr, ZT_E_INVALID_POINTER,
            {"left.QueryInterface", ErrorCall("left", ZT_E_INVALID_POINTER), "left.SignalWriteCompletion"});
     EXPECT_EQ(left->ErrorCode(), ZT_E_INVALID_POINTER);
-    journal_.FailCallsTo("right.QueryInterface");
+    callLog_.FailCallsTo("right.QueryInterface");
     expect(stereo.Get(), left.Get(), right.Get(), kInjectedFailure,
            {"left.QueryInterface", "right.QueryInterface", ErrorCall("left", kInjectedFailure),
             "left.SignalWriteCompletion"});
     expect(nullptr, left.Get(), right.Get(), ZT_E_INVALID_POINTER,
            (Calls{"left.QueryInterface", "right.QueryInterface"}) + OutputsEnding(ZT_E_INVALID_POINTER));
-    journal_.FailCallsTo("stereo.QueryInterface");
+    callLog_.FailCallsTo("stereo.QueryInterface");
     expect(stereo.Get(), left.Get(), right.Get(), kInjectedFailure,
            (Calls{"left.QueryInterface", "right.QueryInterface", "stereo.QueryInterface"}) +
                OutputsEnding(kInjectedFailure));
@@ -543,24 +544,24 @@ TEST_F(StereoToMono, ChecksInOrderAndSignalsWhatItHasLookedAt)
 
     const Calls entry = Entry();
     for (std::size_t described = 5; described <= 7; ++described) {
-        journal_.FailCallsTo(entry[described - 1]);
+        callLog_.FailCallsTo(entry[described - 1]);
         expect(stereo.Get(), left.Get(), right.Get(), ZT_E_INVALID_PARAMETER,
                Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) +
                    Ending(ZT_E_INVALID_PARAMETER));
     }
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(journal_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
+    EXPECT_EQ(callLog_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
     EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
     SZtLayoutProbe::SetBusy(Object(), 0);
 }
 
-TEST_F(StereoToMono, WithoutALeftOutputIsRefusedThroughTheEnding)
+TEST_F(StereoToMono, WithoutALeftOutputIsRejectedThroughTheEnding)
 {
     auto stereo = Make("stereo", Pcm16(2), 1);
     auto right = Make("right", Pcm16(1), 1);
     EXPECT_EQ(Run(stereo.Get(), nullptr, right.Get()), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(journal_.Calls(), (Calls{"right.QueryInterface", "stereo.QueryInterface", "stereo.GetErrorCode",
+    EXPECT_EQ(callLog_.Calls(), (Calls{"right.QueryInterface", "stereo.QueryInterface", "stereo.GetErrorCode",
                                        "stereo.GetAudioSamplesDescription", "stereo.SignalReadCompletion",
                                        ErrorCall("right", ZT_E_INVALID_POINTER), "right.SignalWriteCompletion"}));
     ExpectAtRest({stereo.Get(), right.Get()});
@@ -571,23 +572,23 @@ TEST_F(StereoToMono, WithALeftOutputWithoutAContentThrowsWhenItMarksTheStart)
     auto stereo = Make("stereo", Pcm16(2), 1);
     auto left = Make("left", Pcm16(1), 1);
     auto right = Make("right", Pcm16(1), 1);
-    journal_.FailCallsTo("left.QueryInterface");
+    callLog_.FailCallsTo("left.QueryInterface");
     EXPECT_THROW(Run(stereo.Get(), left.Get(), right.Get()), CZtSmartPointerException);
-    journal_.ClearFaults();
-    EXPECT_EQ(journal_.Calls(), Entry());
+    callLog_.ClearFaults();
+    EXPECT_EQ(callLog_.Calls(), Entry());
     ExpectAtRest({stereo.Get(), left.Get(), right.Get()});
     EXPECT_EQ(Run(stereo.Get(), left.Get(), right.Get()), 0);
     ExpectAtRest({stereo.Get(), left.Get(), right.Get()});
 }
 
-TEST_F(StereoToMono, RefusesOtherChannelCountsBeforeOpaqueWords)
+TEST_F(StereoToMono, RejectsOtherChannelCountsBeforeOpaqueData)
 {
     const auto run = [&](const SZtaWaveFormatInfo& s, const SZtaWaveFormatInfo& l, const SZtaWaveFormatInfo& r) {
         auto stereo = Make("stereo", s, 1);
         auto left = Make("left", l, 1);
         auto right = Make("right", r, 1);
         const int status = Run(stereo.Get(), left.Get(), right.Get());
-        EXPECT_EQ(journal_.Calls(), Entry() + Ending(status));
+        EXPECT_EQ(callLog_.Calls(), Entry() + Ending(status));
         return status;
     };
     EXPECT_EQ(run(Pcm16(1), Pcm16(1), Pcm16(1)), ZT_E_FORMAT_NOT_SUPPORTED);
@@ -598,7 +599,7 @@ TEST_F(StereoToMono, RefusesOtherChannelCountsBeforeOpaqueWords)
     EXPECT_EQ(run(Pcm16(2), Pcm16(1), Opaque(1)), ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE);
 }
 
-TEST_F(StereoToMono, LogsTheWorkAndTheSignals)
+TEST_F(StereoToMono, LogsTheStatusAndTheSignals)
 {
     auto stereo = Make("stereo", Float32(2), 1);
     auto left = Make("left", Float32(1), 1);
@@ -611,11 +612,11 @@ TEST_F(StereoToMono, LogsTheWorkAndTheSignals)
     auto right16 = Make("right", Pcm16(1), 1);
     for (const char* name :
          {"stereo.SignalReadCompletion", "right.SignalWriteCompletion", "left.SignalWriteCompletion"}) {
-        journal_.FailCallsTo(name);
+        callLog_.FailCallsTo(name);
         LogRecorder::Clear();
         EXPECT_EQ(Run(stereo16.Get(), left16.Get(), right16.Get()), 0);
         EXPECT_EQ(LogRecorder::Count(), 1U) << name;
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
     }
 }
 

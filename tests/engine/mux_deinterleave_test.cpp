@@ -15,20 +15,20 @@ using host::Pcm20In32;
 using host::Pcm24In24;
 using host::Pcm24In32;
 
-/// What both operations have in common, on mono and on stereo buffers.
-class SplitOfBoth : public MuxTest, public ::testing::WithParamInterface<unsigned long> {
+/// The tests of both operations, on mono and on stereo buffers.
+class MuxDeinterleave : public MuxTest, public ::testing::WithParamInterface<unsigned long> {
 protected:
-    static unsigned long Side() { return GetParam(); }
+    static unsigned long ChannelsPerBuffer() { return GetParam(); }
     static std::uint32_t Channels() { return static_cast<std::uint32_t>(GetParam()); }
 
     /// As many buffers as four channels need.
-    static std::size_t Four() { return 4 / Side(); }
+    static std::size_t Four() { return 4 / ChannelsPerBuffer(); }
 
     void BuildFour(std::size_t frames) { Build(Pcm24In32(Channels()), Four(), Pcm24In32(4), frames); }
 
-    int Run() { return Split(Side()); }
+    int Run() { return Split(ChannelsPerBuffer()); }
 
-    /// What the entry asks the mux before it looks at its outputs.
+    /// The calls of the entry point on the mux before it checks the outputs.
     static Calls MuxLookedAt() { return {"mux.QueryInterface", "mux.GetErrorCode", "mux.GetAudioSamplesDescription"}; }
 
     static Calls LookedAt(std::size_t count)
@@ -67,7 +67,7 @@ protected:
                });
     }
 
-    /// The failure ending of an entry: every buffer that there is, then the mux.
+    /// The failure ending of an entry point: all buffers that are not null, then the mux.
     [[nodiscard]] Calls Ending(int status, bool signalsMux = true) const
     {
         return ForEach(pointers_.size(),
@@ -80,7 +80,7 @@ protected:
                (signalsMux ? Calls{"mux.SignalReadCompletion"} : Calls{});
     }
 
-    /// What a refused call leaves: no marks, the code on every output, the latch cleared.
+    /// The state after a rejected call: no marks, the code on every output, the busy flag clear.
     void ExpectUntouched(int status)
     {
         for (std::size_t i = 0; i < array_.size(); ++i) {
@@ -92,12 +92,12 @@ protected:
         EXPECT_EQ(mux_->ErrorCode() < 0 ? status : 0, mux_->ErrorCode()) << "an input gets no code";
     }
 
-    /// Runs a call whose entry fails after `before`, while another operation holds the latch.
+    /// Runs a call whose entry point fails after `before`, while another operation runs.
     void ExpectRefusal(int status, const Calls& before)
     {
         SZtLayoutProbe::SetBusy(Object(), 1);
         EXPECT_EQ(Run(), status);
-        EXPECT_EQ(journal_.Calls(), before + Ending(status));
+        EXPECT_EQ(callLog_.Calls(), before + Ending(status));
         ExpectUntouched(status);
         ExpectSettled();
     }
@@ -112,19 +112,20 @@ protected:
     static void SetError(host::AudioBuffer& buffer, int code) { buffer.host::AudioBuffer::SetErrorCode(code); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Buffers, SplitOfBoth, ::testing::Values(1UL, 2UL),
+INSTANTIATE_TEST_SUITE_P(Buffers, MuxDeinterleave, ::testing::Values(1UL, 2UL),
                          [](const auto& parameter) { return parameter.param == 1 ? "Mono" : "Stereo"; });
 
-// ---- The order of host calls where all goes well ----
+// ---- The order of host calls on success ----
 
-TEST_P(SplitOfBoth, ReadsTheMuxItselfAndSetsTheLengths)
+TEST_P(MuxDeinterleave, ReadsTheMuxItselfAndSetsTheLengths)
 {
     BuildFour(5);
     mux_->SetPolarity(8);
     EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(journal_.Calls(),
-              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") + Lengths(Four(), 20 * Side()) +
-                  ForEach(Four(), [](std::size_t i) { return HandedOn(i, 8, 0, 0); }) + WorkerEnd(Four()));
+    EXPECT_EQ(callLog_.Calls(), Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") +
+                                    Lengths(Four(), 20 * ChannelsPerBuffer()) +
+                                    ForEach(Four(), [](std::size_t i) { return HandedOn(i, 8, 0, 0); }) +
+                                    WorkerEnd(Four()));
     for (const auto& buffer : array_) {
         EXPECT_EQ(buffer->ErrorCode(), 0);
         EXPECT_EQ(buffer->WriteStartMarks(), 1);
@@ -134,19 +135,19 @@ TEST_P(SplitOfBoth, ReadsTheMuxItselfAndSetsTheLengths)
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, WithVolumesScalesEachOutput)
+TEST_P(MuxDeinterleave, WithVolumesScalesEachOutput)
 {
     BuildFour(5);
     UseVolumes(4);
     EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(journal_.Calls(),
+    EXPECT_EQ(callLog_.Calls(),
               Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") +
-                  ForEach(Four(), [](std::size_t i) { return ApplyVolume(Name("b", i), 20 * Side()); }) +
+                  ForEach(Four(), [](std::size_t i) { return ApplyVolume(Name("b", i), 20 * ChannelsPerBuffer()); }) +
                   ForEach(Four(), [](std::size_t i) { return HandedOn(i, 0, 0, 0); }) + WorkerEnd(Four()));
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, BringsFourChannelsToTheOutputsContainerOnTheStage)
+TEST_P(MuxDeinterleave, ConvertsFourChannelsToTheOutputContainerInTheScratchBuffer)
 {
     struct Row {
         SZtaWaveFormatInfo (*mux)(std::uint32_t, std::uint32_t);
@@ -157,7 +158,7 @@ TEST_P(SplitOfBoth, BringsFourChannelsToTheOutputsContainerOnTheStage)
         const SZtaWaveFormatInfo format = row.output(Channels(), host::kDefaultRate);
         Build(format, Four(), row.mux(4, host::kDefaultRate), 3);
         EXPECT_EQ(Run(), 0);
-        EXPECT_EQ(journal_.Calls(),
+        EXPECT_EQ(callLog_.Calls(),
                   Entry(Four()) + WorkerStart() +
                       ConvertToScratch("mux", "scratch0", 12 * (format.ulBitsPerSample / 8)) + QueryCalls("b", Four()) +
                       Digest("scratch0") + Lengths(Four(), 3 * host::BytesPerFrame(format)) +
@@ -166,26 +167,27 @@ TEST_P(SplitOfBoth, BringsFourChannelsToTheOutputsContainerOnTheStage)
     }
 }
 
-TEST_P(SplitOfBoth, OfTwentyFourBitsIntoSixteenKeepsTheUpperOnes)
+TEST_P(MuxDeinterleave, OfTwentyFourBitsIntoSixteenKeepsTheUpperOnes)
 {
     Build(Pcm16(Channels()), Four(), Pcm24In32(4), 1);
     EXPECT_EQ(Run(), 0);
     for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(SamplesOf(*array_[i / Side()], Side())[i % Side()], SamplesOf(*mux_, 4)[i] >> 16);
+        EXPECT_EQ(SamplesOf(*array_[i / ChannelsPerBuffer()], ChannelsPerBuffer())[i % ChannelsPerBuffer()],
+                  SamplesOf(*mux_, 4)[i] >> 16);
     }
 }
 
-TEST_P(SplitOfBoth, LooksAtTheFormatOfTheFirstOutputOnly)
+TEST_P(MuxDeinterleave, ReadsTheFormatOfTheFirstOutputOnly)
 {
-    // The others are taken to be like it: sixteen bits find room in twenty-four.
+    // The others are treated as equal to it: 16 bits fit into 24.
     Build(Pcm16(Channels()), Four(), Pcm16(4), 3);
     ReplaceBuffer(1, Pcm24In32(Channels()), 3);
     EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(journal_.Count("scratch0.SetWaveFormat"), 0);
-    EXPECT_EQ(array_[1]->Length(), 6 * Side()) << "the length is the first output's, too";
+    EXPECT_EQ(callLog_.Count("scratch0.SetWaveFormat"), 0);
+    EXPECT_EQ(array_[1]->Length(), 6 * ChannelsPerBuffer()) << "the length is the first output's, too";
 }
 
-TEST_P(SplitOfBoth, OfAnEmptyMuxEmptiesTheOutputs)
+TEST_P(MuxDeinterleave, OfAnEmptyMuxEmptiesTheOutputs)
 {
     BuildFour(0);
     for (const bool volumes : {false, true}) {
@@ -202,16 +204,17 @@ TEST_P(SplitOfBoth, OfAnEmptyMuxEmptiesTheOutputs)
 
 // ---- Fades ----
 
-TEST_P(SplitOfBoth, FadesEachOutputAndClearsItsFlags)
+TEST_P(MuxDeinterleave, FadesEachOutputAndClearsItsFlags)
 {
     BuildFour(300);
     Fill(*mux_, std::vector<std::uint32_t>(1200, 0x40000000));
     mux_->SetPolarity(2);
     mux_->SetFades(true, false);
     EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(journal_.Calls(),
-              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") + Lengths(Four(), 1200 * Side()) +
-                  ForEach(Four(), [](std::size_t i) { return HandedOn(i, 2, 1, 0) + Faded(i); }) + WorkerEnd(Four()));
+    EXPECT_EQ(callLog_.Calls(), Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") +
+                                    Lengths(Four(), 1200 * ChannelsPerBuffer()) +
+                                    ForEach(Four(), [](std::size_t i) { return HandedOn(i, 2, 1, 0) + Faded(i); }) +
+                                    WorkerEnd(Four()));
     for (const auto& buffer : array_) {
         const Words samples = AllSamplesOf(*buffer);
         EXPECT_EQ(samples.front(), static_cast<std::uint32_t>((std::uint64_t{0x40000000} * 21421149 >> 32) * 2));
@@ -222,7 +225,7 @@ TEST_P(SplitOfBoth, FadesEachOutputAndClearsItsFlags)
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, HandsTheFlagsOfTheMuxOnAlsoWhereThereAreNone)
+TEST_P(MuxDeinterleave, PropagatesTheFlagsOfTheMuxAlsoIfNoneIsSet)
 {
     BuildFour(3);
     for (const auto& buffer : array_) {
@@ -234,7 +237,7 @@ TEST_P(SplitOfBoth, HandsTheFlagsOfTheMuxOnAlsoWhereThereAreNone)
     }
 }
 
-TEST_P(SplitOfBoth, WhoseFadeFailsOnOneOutputLeavesTheLaterOnesWithoutAFade)
+TEST_P(MuxDeinterleave, WhoseFadeFailsOnOneOutputLeavesTheLaterOnesWithoutAFade)
 {
     BuildFour(300);
     mux_->SetPolarity(3);
@@ -242,15 +245,16 @@ TEST_P(SplitOfBoth, WhoseFadeFailsOnOneOutputLeavesTheLaterOnesWithoutAFade)
     // The fade's look at the second but last output is the second time that its data is asked for.
     const std::size_t bad = Four() - 2;
     const std::string look = Name("b", bad) + ".SetFadeOut(1)";
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == look) {
-            journal_.FailCall(2);
+            callLog_.FailCall(2);
         }
     };
     EXPECT_EQ(Run(), kInjectedFailure);
-    journal_.hook = nullptr;
-    EXPECT_EQ(journal_.Calls(),
-              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") + Lengths(Four(), 1200 * Side()) +
+    callLog_.hook = nullptr;
+    EXPECT_EQ(callLog_.Calls(),
+              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") +
+                  Lengths(Four(), 1200 * ChannelsPerBuffer()) +
                   ForEach(bad, [](std::size_t i) { return HandedOn(i, 3, 0, 1) + Faded(i); }) + HandedOn(bad, 3, 0, 1) +
                   (Calls{Name("b", bad) + ".GetAudioSamplesDescription", Name("b", bad) + ".GetBufferAndLength"}) +
                   Flags(Name("b", bad), 0, 0) + HandedOn(bad + 1, 3, 0, 1) + WorkerEnd(Four(), kInjectedFailure));
@@ -261,54 +265,55 @@ TEST_P(SplitOfBoth, WhoseFadeFailsOnOneOutputLeavesTheLaterOnesWithoutAFade)
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, RefusesAFadeOfOutputsWhoseLayoutHasNone)
+TEST_P(MuxDeinterleave, RejectsAFadeOfOutputsWhoseLayoutHasNone)
 {
     Build(Pcm24In24(Channels()), Four(), Pcm24In24(4), 300);
     mux_->SetFades(true, true);
     EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     EXPECT_FALSE(array_[0]->Description().bFadeIn || array_[0]->Description().bFadeOut);
     EXPECT_TRUE(array_[1]->Description().bFadeIn && array_[1]->Description().bFadeOut);
-    EXPECT_EQ(SamplesOf(*array_[0], Side()), SamplesOf(*mux_, Side())) << "the samples are there";
+    EXPECT_EQ(SamplesOf(*array_[0], ChannelsPerBuffer()), SamplesOf(*mux_, ChannelsPerBuffer()))
+        << "the samples are there";
     ExpectAllBuffersCarry(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     ExpectSettled();
 }
 
-// ---- Failures of the entry, in the order of its checks ----
+// ---- Failures of the entry point, in the order of its checks ----
 
-TEST_P(SplitOfBoth, WithoutAnArraySignalsNothing)
+TEST_P(MuxDeinterleave, WithoutAnArraySignalsNothing)
 {
     BuildFour(1);
     call_.array = nullptr;
-    journal_.Clear();
-    EXPECT_EQ(DeinterleaveUnannounced(Side()), ZT_E_INVALID_POINTER);
+    callLog_.Clear();
+    EXPECT_EQ(DeinterleaveUnannounced(ChannelsPerBuffer()), ZT_E_INVALID_POINTER);
     call_.mux = nullptr;
-    EXPECT_EQ(DeinterleaveUnannounced(Side()), ZT_E_INVALID_POINTER);
-    EXPECT_TRUE(journal_.Calls().empty());
+    EXPECT_EQ(DeinterleaveUnannounced(ChannelsPerBuffer()), ZT_E_INVALID_POINTER);
+    EXPECT_TRUE(callLog_.Calls().empty());
 }
 
-TEST_P(SplitOfBoth, WithoutAMuxSignalsTheOutputs)
+TEST_P(MuxDeinterleave, WithoutAMuxSignalsTheOutputs)
 {
     BuildFour(1);
     call_.mux = nullptr;
     call_.count = Four();
-    UseVolumes(1); // which is not looked at
+    UseVolumes(1); // which is not read
     EXPECT_EQ(Run(), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(journal_.Calls(), Ending(ZT_E_INVALID_POINTER, false));
+    EXPECT_EQ(callLog_.Calls(), Ending(ZT_E_INVALID_POINTER, false));
     ExpectUntouched(ZT_E_INVALID_POINTER);
 }
 
-TEST_P(SplitOfBoth, OfAMuxWithoutAContentGivesTheQuerysCodeAndNoReadSignal)
+TEST_P(MuxDeinterleave, OfAMuxWithoutAContentGivesTheQuerysCodeAndNoReadSignal)
 {
     BuildFour(1);
     UseVolumes(1);
-    journal_.FailCallsTo("mux.QueryInterface", E_NOINTERFACE);
+    callLog_.FailCallsTo("mux.QueryInterface", E_NOINTERFACE);
     EXPECT_EQ(Run(), E_NOINTERFACE);
-    EXPECT_EQ(journal_.Calls(), Calls{"mux.QueryInterface"} + Ending(E_NOINTERFACE, false));
+    EXPECT_EQ(callLog_.Calls(), Calls{"mux.QueryInterface"} + Ending(E_NOINTERFACE, false));
     ExpectUntouched(E_NOINTERFACE);
     ExpectAtRest({mux_.Get(), array_[0].Get()});
 }
 
-TEST_P(SplitOfBoth, HandsTheCodeOfABadMuxOn)
+TEST_P(MuxDeinterleave, PropagatesTheErrorCodeOfTheMux)
 {
     BuildFour(1);
     UseVolumes(1); // later
@@ -316,7 +321,7 @@ TEST_P(SplitOfBoth, HandsTheCodeOfABadMuxOn)
     ExpectRefusal(ZT_E_FAIL, {"mux.QueryInterface", "mux.GetErrorCode"});
 }
 
-TEST_P(SplitOfBoth, TakesALateOrDroppedMuxAndAPositiveCodeLikeAnyOther)
+TEST_P(MuxDeinterleave, AcceptsALateOrDroppedMuxAndAPositiveCode)
 {
     for (const unsigned int code : {0xA306F002U, 0xA306F003U, 0xA306F004U, 0xA306F00CU, 0xA306F00DU, 0xE306F000U, 7U}) {
         BuildFour(1);
@@ -327,15 +332,15 @@ TEST_P(SplitOfBoth, TakesALateOrDroppedMuxAndAPositiveCodeLikeAnyOther)
     }
 }
 
-TEST_P(SplitOfBoth, DoesNotReadTheCodesOfItsOutputs)
+TEST_P(MuxDeinterleave, DoesNotReadTheCodesOfItsOutputs)
 {
     BuildFour(1);
     SetError(*array_[0], ZT_E_FAIL);
     EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(journal_.Count("b0.GetErrorCode"), 0);
+    EXPECT_EQ(callLog_.Count("b0.GetErrorCode"), 0);
 }
 
-TEST_P(SplitOfBoth, WithVolumesThatDoNotFitIsRefusedBeforeTheMuxIsDescribed)
+TEST_P(MuxDeinterleave, WithVolumesThatDoNotFitIsRejectedBeforeTheMuxIsDescribed)
 {
     struct Row {
         unsigned long count;
@@ -345,10 +350,14 @@ TEST_P(SplitOfBoth, WithVolumesThatDoNotFitIsRefusedBeforeTheMuxIsDescribed)
     };
     const unsigned long four = Four();
     const std::vector<Row> rows = {
-        {four, 1, true, ZT_E_INVALID_PARAMETER},  {four, 3, true, ZT_E_INVALID_PARAMETER},
-        {four, 5, true, ZT_E_INVALID_PARAMETER},  {four, 1, false, ZT_E_INVALID_POINTER},
-        {four, 4, false, ZT_E_INVALID_POINTER},   {1, Side(), true, ZT_E_INVALID_PARAMETER},
-        {1, Side(), false, ZT_E_INVALID_POINTER}, {0, 1, true, ZT_E_INVALID_PARAMETER},
+        {four, 1, true, ZT_E_INVALID_PARAMETER},
+        {four, 3, true, ZT_E_INVALID_PARAMETER},
+        {four, 5, true, ZT_E_INVALID_PARAMETER},
+        {four, 1, false, ZT_E_INVALID_POINTER},
+        {four, 4, false, ZT_E_INVALID_POINTER},
+        {1, ChannelsPerBuffer(), true, ZT_E_INVALID_PARAMETER},
+        {1, ChannelsPerBuffer(), false, ZT_E_INVALID_POINTER},
+        {0, 1, true, ZT_E_INVALID_PARAMETER},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(std::to_string(row.count) + " buffers, " + std::to_string(row.volumeCount) + " volumes");
@@ -361,7 +370,7 @@ TEST_P(SplitOfBoth, WithVolumesThatDoNotFitIsRefusedBeforeTheMuxIsDescribed)
     }
 }
 
-TEST_P(SplitOfBoth, WithoutAVolumeCountDoesNotLookAtTheVolumes)
+TEST_P(MuxDeinterleave, WithoutAVolumeCountDoesNotReadTheVolumes)
 {
     BuildFour(1);
     UseVolumes({{0, 9.0F, -1.0F}});
@@ -369,39 +378,39 @@ TEST_P(SplitOfBoth, WithoutAVolumeCountDoesNotLookAtTheVolumes)
     EXPECT_EQ(Run(), 0);
 }
 
-TEST_P(SplitOfBoth, OfAMuxThatCannotBeDescribedIsAnInvalidParameter)
+TEST_P(MuxDeinterleave, OfAMuxThatCannotBeDescribedIsAnInvalidParameter)
 {
     BuildFour(1);
     RemoveBuffer(1);
-    journal_.FailCallsTo("mux.GetAudioSamplesDescription");
+    callLog_.FailCallsTo("mux.GetAudioSamplesDescription");
     ExpectRefusal(ZT_E_INVALID_PARAMETER, MuxLookedAt());
 }
 
-TEST_P(SplitOfBoth, OfAMuxThatCannotBeRelabelledGivesTheHostsCodeAlsoForACountThatNoMuxHas)
+TEST_P(MuxDeinterleave, OfAMuxThatCannotBeRelabeledGivesTheHostsCodeAlsoForACountThatNoMuxHas)
 {
     for (const std::size_t count : {Four(), std::size_t{3}}) {
         Build(Pcm24In32(Channels()), count, Pcm20In32(4), 1);
-        journal_.FailCallsTo("mux.SetWaveFormat");
+        callLog_.FailCallsTo("mux.SetWaveFormat");
         ExpectRefusal(kInjectedFailure, MuxLookedAt() + Calls{"mux.SetWaveFormat"});
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
     }
 }
 
-TEST_P(SplitOfBoth, OfACountThatNoMuxHasLooksAtNoOutput)
+TEST_P(MuxDeinterleave, OfACountThatNoMuxHasChecksNoOutput)
 {
     std::vector<std::size_t> counts = {0, 1, 3, 5, 6, 7, 12, 33, 63, 65};
-    counts.push_back(Side() == 1 ? 2 : 64);
+    counts.push_back(ChannelsPerBuffer() == 1 ? 2 : 64);
     for (const std::size_t count : counts) {
         SCOPED_TRACE(count);
-        Build(Pcm24In32(Channels()), count, Pcm24In32(static_cast<std::uint32_t>(count * Side())), 1);
+        Build(Pcm24In32(Channels()), count, Pcm24In32(static_cast<std::uint32_t>(count * ChannelsPerBuffer())), 1);
         ExpectRefusal(ZT_E_INVALID_PARAMETER, MuxLookedAt());
     }
 }
 
-TEST_P(SplitOfBoth, OfAMuxOfAnotherWidthIsAnInvalidParameter)
+TEST_P(MuxDeinterleave, OfAMuxOfAnotherWidthIsAnInvalidParameter)
 {
     for (const std::size_t width : {4UL, 8UL, 16UL, 32UL, 64UL}) {
-        const std::size_t count = width / Side();
+        const std::size_t count = width / ChannelsPerBuffer();
         for (const std::size_t other : {width / 2, width * 2, width + 1, std::size_t{0}}) {
             SCOPED_TRACE(std::to_string(count) + " from " + std::to_string(other));
             Build(Pcm24In32(Channels()), count, Pcm24In32(4), 1);
@@ -411,7 +420,7 @@ TEST_P(SplitOfBoth, OfAMuxOfAnotherWidthIsAnInvalidParameter)
     }
 }
 
-TEST_P(SplitOfBoth, OfAnOpaqueMuxIsRefusedAfterItsWidthAndBeforeTheOutputs)
+TEST_P(MuxDeinterleave, OfAnOpaqueMuxIsRejectedAfterItsWidthAndBeforeTheOutputs)
 {
     BuildFour(1);
     mux_->SetFormat(Opaque(4));
@@ -421,7 +430,7 @@ TEST_P(SplitOfBoth, OfAnOpaqueMuxIsRefusedAfterItsWidthAndBeforeTheOutputs)
     ExpectRefusal(ZT_E_INVALID_PARAMETER, MuxLookedAt());
 }
 
-TEST_P(SplitOfBoth, StopsAtAMissingOutputAndSignalsTheOthers)
+TEST_P(MuxDeinterleave, StopsAtAMissingOutputAndSignalsTheOthers)
 {
     BuildFour(1);
     RemoveBuffer(0);
@@ -431,27 +440,27 @@ TEST_P(SplitOfBoth, StopsAtAMissingOutputAndSignalsTheOthers)
     ExpectRefusal(ZT_E_INVALID_PARAMETER, MuxLookedAt() + LookedAt(1));
 }
 
-TEST_P(SplitOfBoth, StopsAtAnOutputWithoutAContent)
+TEST_P(MuxDeinterleave, StopsAtAnOutputWithoutAContent)
 {
     BuildFour(1);
-    journal_.FailCallsTo("b1.QueryInterface", E_NOINTERFACE);
+    callLog_.FailCallsTo("b1.QueryInterface", E_NOINTERFACE);
     EXPECT_EQ(Run(), ZT_E_INVALID_PARAMETER);
     Calls ending = Ending(ZT_E_INVALID_PARAMETER);
     const auto query = std::find(ending.begin(), ending.end(), "b1.QueryInterface");
     ending.erase(query + 1, query + 3);
-    EXPECT_EQ(journal_.Calls(), MuxLookedAt() + LookedAt(1) + Calls{"b1.QueryInterface"} + ending);
+    EXPECT_EQ(callLog_.Calls(), MuxLookedAt() + LookedAt(1) + Calls{"b1.QueryInterface"} + ending);
     EXPECT_EQ(array_[1]->WriteCount(), 1) << "there is nothing to signal";
     ExpectAtRest({array_[0].Get(), array_[1].Get(), mux_.Get()});
 }
 
-TEST_P(SplitOfBoth, OfAnOutputThatCannotBeDescribedIsAnInvalidParameter)
+TEST_P(MuxDeinterleave, OfAnOutputThatCannotBeDescribedIsAnInvalidParameter)
 {
     BuildFour(1);
-    journal_.FailCallsTo("b1.GetAudioSamplesDescription");
+    callLog_.FailCallsTo("b1.GetAudioSamplesDescription");
     ExpectRefusal(ZT_E_INVALID_PARAMETER, MuxLookedAt() + LookedAt(2));
 }
 
-TEST_P(SplitOfBoth, IntoAnOpaqueOutputIsRefusedWhateverItsChannels)
+TEST_P(MuxDeinterleave, IntoAnOpaqueOutputIsRejectedWhateverItsChannels)
 {
     for (const std::uint32_t channels : {1U, 2U}) {
         BuildFour(1);
@@ -460,15 +469,15 @@ TEST_P(SplitOfBoth, IntoAnOpaqueOutputIsRefusedWhateverItsChannels)
     }
 }
 
-TEST_P(SplitOfBoth, IntoAnOutputOfOtherChannelsIsRefusedByTheEntry)
+TEST_P(MuxDeinterleave, IntoAnOutputOfOtherChannelsIsRejectedByTheEntryPoint)
 {
     BuildFour(1);
     ReplaceBuffer(1, Pcm20In32(3 - Channels()), 1);
     ExpectRefusal(ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, MuxLookedAt() + LookedAt(2));
-    EXPECT_EQ(array_[1]->Description().sWaveFormat.ulValidBitsPerSample, 20U) << "its label stays";
+    EXPECT_EQ(array_[1]->Description().sWaveFormat.ulValidBitsPerSample, 20U) << "its format stays";
 }
 
-TEST_P(SplitOfBoth, OfTwoBadOutputsBlamesTheFirst)
+TEST_P(MuxDeinterleave, OfTwoInvalidOutputsReportsTheFirst)
 {
     BuildFour(1);
     ReplaceBuffer(0, Opaque(Channels()), 1);
@@ -478,11 +487,11 @@ TEST_P(SplitOfBoth, OfTwoBadOutputsBlamesTheFirst)
 
 // ---- Relabelling ----
 
-TEST_P(SplitOfBoth, RelabelsMuxAndOutputsOfTwentyBits)
+TEST_P(MuxDeinterleave, RelabelsMuxAndOutputsOfTwentyBits)
 {
     Build(Pcm20In32(Channels()), Four(), Pcm20In32(4), 1);
     EXPECT_EQ(Run(), 0);
-    const Calls start(journal_.Calls().begin(), journal_.Calls().begin() + 7);
+    const Calls start(callLog_.Calls().begin(), callLog_.Calls().begin() + 7);
     EXPECT_EQ(start, MuxLookedAt() + (Calls{"mux.SetWaveFormat", "b0.QueryInterface", "b0.GetAudioSamplesDescription",
                                             "b0.SetWaveFormat"}));
     for (const auto& buffer : array_) {
@@ -492,67 +501,67 @@ TEST_P(SplitOfBoth, RelabelsMuxAndOutputsOfTwentyBits)
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, IntoAnOutputThatCannotBeRelabelledGivesTheHostsCode)
+TEST_P(MuxDeinterleave, IntoAnOutputThatCannotBeRelabeledGivesTheHostsCode)
 {
     Build(Pcm20In32(Channels()), Four(), Pcm24In32(4), 1);
-    journal_.FailCallsTo("b0.SetWaveFormat");
+    callLog_.FailCallsTo("b0.SetWaveFormat");
     ExpectRefusal(kInjectedFailure, MuxLookedAt() + LookedAt(1) + Calls{"b0.SetWaveFormat"});
 }
 
-TEST_P(SplitOfBoth, DoesNotUndoTheRelabellingOfARefusedCall)
+TEST_P(MuxDeinterleave, DoesNotUndoTheRelabelingOfARejectedCall)
 {
     Build(Pcm20In32(Channels()), 3, Pcm20In32(4), 1);
     EXPECT_EQ(Run(), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(mux_->Description().sWaveFormat.ulValidBitsPerSample, 24U);
-    EXPECT_EQ(array_[0]->Description().sWaveFormat.ulValidBitsPerSample, 20U) << "which was not looked at";
+    EXPECT_EQ(array_[0]->Description().sWaveFormat.ulValidBitsPerSample, 20U) << "which was not read";
 }
 
-// ---- The latch ----
+// ---- The busy flag ----
 
-TEST_P(SplitOfBoth, WhileTheEngineIsBusyFailsAndLeavesTheLatch)
+TEST_P(MuxDeinterleave, WhileTheEngineIsBusyFailsAndLeavesTheBusyFlag)
 {
     BuildFour(1);
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(journal_.Calls(), MuxLookedAt() + LookedAt(Four()) + Ending(ZT_E_MODULE_BUSY));
+    EXPECT_EQ(callLog_.Calls(), MuxLookedAt() + LookedAt(Four()) + Ending(ZT_E_MODULE_BUSY));
     EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
     ExpectUntouched(ZT_E_MODULE_BUSY);
     SZtLayoutProbe::SetBusy(Object(), 0);
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, OfAMuxWhoseCodeIsModuleBusyLeavesTheLatch)
+TEST_P(MuxDeinterleave, OfAMuxWhoseCodeIsModuleBusyLeavesTheBusyFlag)
 {
     BuildFour(1);
     SetError(*mux_, ZT_E_MODULE_BUSY);
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U) << "the ending looks only at the value of the code";
+    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U) << "the failure ending depends on the value of the code only";
     SZtLayoutProbe::SetBusy(Object(), 0);
 }
 
-TEST_P(SplitOfBoth, FromInsideAHostCallOfAnotherIsBusy)
+TEST_P(MuxDeinterleave, FromInsideAHostCallOfAnotherIsBusy)
 {
     BuildFour(1);
     int inner = 0;
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "b0.SetPolarity(0)") {
             mux_->AnnounceRead();
             for (const auto& buffer : array_) {
                 buffer->AnnounceWrite();
             }
-            inner = DeinterleaveUnannounced(Side());
+            inner = DeinterleaveUnannounced(ChannelsPerBuffer());
             EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
         }
     };
     EXPECT_EQ(Run(), 0);
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
     EXPECT_EQ(inner, ZT_E_MODULE_BUSY);
     ExpectAllBuffersCarry(ZT_E_MODULE_BUSY);
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, CanBeStartedFromInsideTheSignalsOfAnother)
+TEST_P(MuxDeinterleave, CanBeStartedFromInsideTheSignalsOfAnother)
 {
     for (const std::string& signal :
          {std::string("mux.SignalReadCompletion"), Name("b", Four() - 1) + ".SignalWriteCompletion"}) {
@@ -564,7 +573,7 @@ TEST_P(SplitOfBoth, CanBeStartedFromInsideTheSignalsOfAnother)
             nextPointers.push_back(next.back().Get());
         }
         int inner = -1;
-        journal_.hook = [&](const std::string& entry) {
+        callLog_.hook = [&](const std::string& entry) {
             if (entry == signal && inner == -1) {
                 inner = 0;
                 mux_->AnnounceRead();
@@ -572,11 +581,11 @@ TEST_P(SplitOfBoth, CanBeStartedFromInsideTheSignalsOfAnother)
                     buffer->AnnounceWrite();
                 }
                 call_.array = nextPointers.data();
-                inner = DeinterleaveUnannounced(Side());
+                inner = DeinterleaveUnannounced(ChannelsPerBuffer());
             }
         };
         EXPECT_EQ(Run(), 0);
-        journal_.hook = nullptr;
+        callLog_.hook = nullptr;
         EXPECT_EQ(inner, 0);
         for (std::size_t i = 0; i < Four(); ++i) {
             EXPECT_EQ(AllSamplesOf(*next[i]), AllSamplesOf(*array_[i]));
@@ -587,33 +596,33 @@ TEST_P(SplitOfBoth, CanBeStartedFromInsideTheSignalsOfAnother)
     }
 }
 
-TEST_P(SplitOfBoth, HoldsTheBuffersWhileItWorksAndTheMuxUntilItHasEnded)
+TEST_P(MuxDeinterleave, HoldsTheBuffersWhileItWorksAndTheMuxUntilItHasEnded)
 {
     BuildFour(1);
     bool seen = false;
     bool held = true;
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "b0.SetPolarity(0)") {
             seen = true;
-            EXPECT_GE(array_[0]->References(), 3) << "the entry's and the saved one";
-            EXPECT_GE(mux_->References(), 4) << "the entry's, the saved one and the worker's";
+            EXPECT_GE(array_[0]->References(), 3) << "the entry point's and the saved one";
+            EXPECT_GE(mux_->References(), 4) << "the entry point's, the saved one and the worker's";
             EXPECT_TRUE(SZtLayoutProbe::HoldsOperands(Object()));
             EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
         }
         if (entry == "mux.SignalReadCompletion") {
             held = SZtLayoutProbe::HoldsOperands(Object()) || SZtLayoutProbe::Busy(Object()) != 0;
-            EXPECT_GE(mux_->References(), 3) << "the entry's and the worker's";
+            EXPECT_GE(mux_->References(), 3) << "the entry point's and the worker's";
         }
     };
     EXPECT_EQ(Run(), 0);
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
     EXPECT_TRUE(seen);
-    EXPECT_FALSE(held) << "the latch is free and the operands are gone before the first signal";
+    EXPECT_FALSE(held) << "the busy flag is clear and the operands are released before the first signal";
 }
 
 // ---- Lengths ----
 
-TEST_P(SplitOfBoth, IntoLongerOutputsCutsThemToTheMux)
+TEST_P(MuxDeinterleave, IntoLongerOutputsShortensThemToTheMux)
 {
     BuildFour(80);
     ReplaceMux(Pcm24In32(4), 50, 80);
@@ -624,7 +633,7 @@ TEST_P(SplitOfBoth, IntoLongerOutputsCutsThemToTheMux)
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, WithVolumesIntoLongerOutputsKeepsTheirLengthsAndSpansThem)
+TEST_P(MuxDeinterleave, WithVolumesIntoLongerOutputsKeepsTheirLengthsAndSpansThem)
 {
     BuildFour(100);
     Fill(*mux_, std::vector<std::uint32_t>(400, 0x40000000));
@@ -634,16 +643,16 @@ TEST_P(SplitOfBoth, WithVolumesIntoLongerOutputsKeepsTheirLengthsAndSpansThem)
     for (const auto& buffer : array_) {
         EXPECT_EQ(FramesOf(*buffer), 100U);
         // 40 parts of 4096 less with each frame of the output.
-        EXPECT_EQ(SamplesOf(*buffer, 50 * Side()).back(), 0x40000000U / 4096 * (4096 - 49 * 40));
+        EXPECT_EQ(SamplesOf(*buffer, 50 * ChannelsPerBuffer()).back(), 0x40000000U / 4096 * (4096 - 49 * 40));
     }
 }
 
-TEST_P(SplitOfBoth, IntoShorterOutputsIsRefusedWhateverTheirCapacity)
+TEST_P(MuxDeinterleave, IntoShorterOutputsIsRejectedWhateverTheirCapacity)
 {
     for (const bool volumes : {false, true}) {
         BuildFour(80);
         for (const auto& buffer : array_) {
-            buffer->SetValidLength(79 * 4 * Side());
+            buffer->SetValidLength(79 * 4 * ChannelsPerBuffer());
         }
         if (volumes) {
             UseVolumes(4);
@@ -656,17 +665,17 @@ TEST_P(SplitOfBoth, IntoShorterOutputsIsRefusedWhateverTheirCapacity)
     }
 }
 
-TEST_P(SplitOfBoth, IntoOutputsOfDifferentLengthsIsRefused)
+TEST_P(MuxDeinterleave, IntoOutputsOfDifferentLengthsIsRejected)
 {
     BuildFour(80);
-    array_[1]->SetValidLength(79 * 4 * Side());
+    array_[1]->SetValidLength(79 * 4 * ChannelsPerBuffer());
     mux_->SetValidLength(16);
     EXPECT_EQ(Run(), ZT_E_BUFFER_SIZE_MISMATCH);
     ExpectAllBuffersCarry(ZT_E_BUFFER_SIZE_MISMATCH);
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, ThroughTheStageTakesWhatItHoldsAndNotAFrameMore)
+TEST_P(MuxDeinterleave, ThroughTheScratchBufferAcceptsItsCapacityAndNoFrameMore)
 {
     struct Row {
         SZtaWaveFormatInfo (*mux)(std::uint32_t, std::uint32_t);
@@ -685,30 +694,30 @@ TEST_P(SplitOfBoth, ThroughTheStageTakesWhatItHoldsAndNotAFrameMore)
     }
 }
 
-TEST_P(SplitOfBoth, WithoutTheStageHasNoLimit)
+TEST_P(MuxDeinterleave, WithoutTheScratchBufferHasNoLimit)
 {
     BuildFour(60001);
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(AllSamplesOf(*array_.back()).back(), AllSamplesOf(*mux_).back());
 }
 
-// ---- Refusals of the work ----
+// ---- Rejections in the worker ----
 
-TEST_P(SplitOfBoth, ChangesTheContainerOfFourChannelsOnly)
+TEST_P(MuxDeinterleave, ChangesTheContainerOfFourChannelsOnly)
 {
-    Build(Pcm16(Channels()), 8 / Side(), Pcm24In32(8), 3);
+    Build(Pcm16(Channels()), 8 / ChannelsPerBuffer(), Pcm24In32(8), 3);
     mux_->SetFades(true, true);
     mux_->SetPolarity(5);
     EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    const std::size_t count = 8 / Side();
-    EXPECT_EQ(journal_.Calls(), Entry(count) + WorkerStart() + Calls{"scratch0.SetWaveFormat"} + Digest("mux") +
+    const std::size_t count = 8 / ChannelsPerBuffer();
+    EXPECT_EQ(callLog_.Calls(), Entry(count) + WorkerStart() + Calls{"scratch0.SetWaveFormat"} + Digest("mux") +
                                     Digest("scratch0") + WorkerEnd(count, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED))
-        << "and after a failure hands nothing on";
+        << "and propagates nothing after a failure";
     ExpectAllBuffersCarry(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, NeverConvertsItsOutputs)
+TEST_P(MuxDeinterleave, NeverConvertsItsOutputs)
 {
     Build(Float32(Channels()), Four(), Pcm24In32(4), 3);
     EXPECT_EQ(Run(), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
@@ -716,7 +725,7 @@ TEST_P(SplitOfBoth, NeverConvertsItsOutputs)
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, BetweenContainersThatNothingConvertsIsRefused)
+TEST_P(MuxDeinterleave, BetweenContainersWithoutAConversionIsRejected)
 {
     for (const bool widens : {true, false}) {
         Build(widens ? Pcm24In24(Channels()) : Pcm16(Channels()), Four(), widens ? Pcm16(4) : Pcm24In24(4), 3);
@@ -725,7 +734,7 @@ TEST_P(SplitOfBoth, BetweenContainersThatNothingConvertsIsRefused)
     }
 }
 
-TEST_P(SplitOfBoth, WithAVolumeOutOfRangeGoesOnWithTheLaterOutputs)
+TEST_P(MuxDeinterleave, WithAVolumeOutOfRangeContinuesWithTheLaterOutputs)
 {
     BuildFour(4);
     Fill(*mux_, std::vector<std::uint32_t>(16, 0x40000000));
@@ -738,54 +747,56 @@ TEST_P(SplitOfBoth, WithAVolumeOutOfRangeGoesOnWithTheLaterOutputs)
     ExpectSettled();
 }
 
-TEST_P(SplitOfBoth, PassesTheHostsFailuresInItsWorkOn)
+TEST_P(MuxDeinterleave, ReturnsTheHostsFailuresInTheWorker)
 {
     struct Row {
         std::string entry;
         int status;
     };
     const Row rows[] = {
-        {"scratch0.SetWaveFormat", kInjectedFailure},     {"scratch0.SetLength(24)", kInjectedFailure},
-        {"mux.GetBufferAndLength", kInjectedFailure},     {SetLength("b0", 6 * Side())[0], kInjectedFailure},
+        {"scratch0.SetWaveFormat", kInjectedFailure},
+        {"scratch0.SetLength(24)", kInjectedFailure},
+        {"mux.GetBufferAndLength", kInjectedFailure},
+        {SetLength("b0", 6 * ChannelsPerBuffer())[0], kInjectedFailure},
         {"b1.GetBufferCapacity", ZT_E_INVALID_PARAMETER},
     };
     for (const Row& row : rows) {
         Build(Pcm16(Channels()), Four(), Pcm24In32(4), 3);
-        journal_.FailCallsTo(row.entry);
+        callLog_.FailCallsTo(row.entry);
         EXPECT_EQ(Run(), row.status) << row.entry;
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
         ExpectAllBuffersCarry(row.status);
         ExpectSettled();
     }
 }
 
-TEST_P(SplitOfBoth, WhoseBuffersCannotBeDescribedToTheWorkerGivesTheHostsCode)
+TEST_P(MuxDeinterleave, WhoseBuffersCannotBeDescribedToTheWorkerGivesTheHostsCode)
 {
     for (const int call : {1, 2}) {
         BuildFour(1);
         const std::string last = Name("b", Four() - 1) + ".MarkWriteStartTime";
-        journal_.hook = [&](const std::string& entry) {
+        callLog_.hook = [&](const std::string& entry) {
             if (entry == last) {
-                journal_.FailCall(call);
+                callLog_.FailCall(call);
             }
         };
         EXPECT_EQ(Run(), kInjectedFailure);
-        journal_.hook = nullptr;
+        callLog_.hook = nullptr;
         const Calls start = WorkerStart();
-        EXPECT_EQ(journal_.Calls(),
+        EXPECT_EQ(callLog_.Calls(),
                   Entry(Four()) + Calls(start.begin(), start.begin() + call) + WorkerEnd(Four(), kInjectedFailure));
         ExpectSettled();
     }
 }
 
-TEST_P(SplitOfBoth, IgnoresWhatTheHostReturnsForMarksFlagsAndSignals)
+TEST_P(MuxDeinterleave, IgnoresWhatTheHostReturnsForMarksFlagsAndSignals)
 {
     for (const char* entry : {"b0.MarkWriteStartTime", "b0.SetPolarity(0)", "b0.SetFadeIn(0)", "b0.SetFadeOut(0)",
                               "mux.SignalReadCompletion", "b0.MarkWriteStopTime", "b0.SignalWriteCompletion"}) {
         BuildFour(3);
-        journal_.FailCallsTo(entry);
+        callLog_.FailCallsTo(entry);
         EXPECT_EQ(Run(), 0) << entry;
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
         ExpectAllBuffersCarry(0);
         ExpectAtRest({mux_.Get(), array_[0].Get()});
     }
@@ -803,7 +814,7 @@ TEST_F(MuxToMono, OfFourChannelsIntoEightBuffersIsAnInvalidParameter)
     ExpectSettled();
 }
 
-TEST_F(MuxToStereo, WithOneVolumeTooManyIsRefusedByTheEntry)
+TEST_F(MuxToStereo, WithOneVolumeTooManyIsRejectedByTheEntryPoint)
 {
     Build(Pcm24In32(2), 4, Pcm24In32(8), 1);
     UseVolumes(9);
@@ -812,13 +823,13 @@ TEST_F(MuxToStereo, WithOneVolumeTooManyIsRefusedByTheEntry)
     ExpectSettled();
 }
 
-TEST_F(MuxToMono, LogsAFormatThatNothingCanBeSuggestedForAndNoFailureOfItsEntry)
+TEST_F(MuxToMono, LogsAFormatWithoutASuggestionAndNoFailureOfItsEntryPoint)
 {
     Build(Pcm24In32(1), 4, Pcm24In32(4), 1);
     LogRecorder::Clear();
     pointers_[1] = nullptr;
     EXPECT_EQ(Split(1), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(LogRecorder::Count(), 0U) << "the entry keeps its status to itself";
+    EXPECT_EQ(LogRecorder::Count(), 0U) << "an entry point does not log";
     Build(Pcm24In32(1), 4, Float32(4), 1);
     EXPECT_EQ(Split(1), ZT_E_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(LogRecorder::Count(), 1U);

@@ -51,7 +51,7 @@ protected:
     }
 };
 
-TEST_F(MuxOperands, AreKeptWithAReferenceEachAndHandedOutWithoutOne)
+TEST_F(MuxOperands, AreSavedWithAReferenceEachAndReturnedWithoutOne)
 {
     UseVolumes({{7, 0.25F, 0.5F}, {8, 1.0F, 2.0F}});
     EXPECT_EQ(Save(3, 2), 0);
@@ -83,7 +83,7 @@ TEST_F(MuxOperands, ReplaceTheOnesBeforeThem)
     auto other = Make("other", Pcm16(1), 1);
     IZtAudioSamples* one[] = {other.Get()};
     EXPECT_EQ(Object().SaveInfoMux(nullptr, other.Get(), one, 1, nullptr, 0), 0);
-    EXPECT_EQ(mux_->References(), 1) << "the side that the operation does not have is emptied";
+    EXPECT_EQ(mux_->References(), 1) << "the operand that the operation does not have is cleared";
     for (const auto& buffer : array_) {
         EXPECT_EQ(buffer->References(), 1);
     }
@@ -99,7 +99,7 @@ TEST_F(MuxOperands, ReplaceTheOnesBeforeThem)
     ExpectAtRest({other.Get(), mux_.Get()});
 }
 
-TEST_F(MuxOperands, HaveRoomForTheFirst64Buffers)
+TEST_F(MuxOperands, KeepTheFirst64Buffers)
 {
     std::vector<IZtAudioSamples*> many(66, array_[0].Get());
     EXPECT_EQ(Object().SaveInfoMux(mux_.Get(), nullptr, many.data(), many.size(), nullptr, 0), 0);
@@ -112,7 +112,7 @@ TEST_F(MuxOperands, HaveRoomForTheFirst64Buffers)
     ExpectAtRest({array_[0].Get(), mux_.Get()});
 }
 
-TEST_F(MuxOperands, LeaveTheChannelReferenceOfUnusedRecordsAndSilenceTheirGains)
+TEST_F(MuxOperands, KeepTheChannelReferenceOfUnusedRecordsAndClearTheirGains)
 {
     UseVolumes({{1, 1.0F, 2.0F}, {2, 3.0F, 4.0F}, {3, 5.0F, 6.0F}});
     EXPECT_EQ(Save(4, 3), 0);
@@ -127,7 +127,7 @@ TEST_F(MuxOperands, LeaveTheChannelReferenceOfUnusedRecordsAndSilenceTheirGains)
     EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 3).ulChannelRef, 0U);
 }
 
-TEST_F(MuxOperands, SilenceTheGainsThatASaveEndedEarlyLeftBehind)
+TEST_F(MuxOperands, ClearTheGainsThatAnIncompleteSaveLeft)
 {
     UseVolumes({{1, 1.0F, 1.0F}, {2, 1.0F, 1.0F}, {3, 1.0F, 1.0F}, {4, 1.0F, 1.0F}});
     EXPECT_EQ(Save(4, 4), 0);
@@ -136,7 +136,7 @@ TEST_F(MuxOperands, SilenceTheGainsThatASaveEndedEarlyLeftBehind)
     EXPECT_EQ(Save(4, 1), ZT_E_INVALID_PARAMETER);
     pointers_[1] = second;
     const auto StartGain = [&](std::size_t slot) { return SZtLayoutProbe::SavedVolume(Object(), slot).fStartVolume; };
-    EXPECT_EQ(StartGain(1), 0.0F) << "the slot that has no buffer";
+    EXPECT_EQ(StartGain(1), 0.0F) << "the slot without a buffer";
     EXPECT_EQ(StartGain(2), 1.0F) << "as it was";
     EXPECT_EQ(StartGain(3), 1.0F) << "as it was";
     EXPECT_EQ(Save(4, 1), 0);
@@ -160,7 +160,8 @@ TEST_F(MuxOperands, EndAtAMissingBuffer)
     EXPECT_EQ(SZtLayoutProbe::SavedBuffer(Object(), 1), array_[1].Get());
     EXPECT_EQ(SZtLayoutProbe::SavedBuffer(Object(), 2), nullptr);
     EXPECT_EQ(SZtLayoutProbe::SavedBuffer(Object(), 3), array_[3].Get()) << "as it was";
-    EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 2).ulChannelRef, 13U) << "a slot's record comes before its buffer";
+    EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 2).ulChannelRef, 13U)
+        << "the record of a slot is saved before its buffer";
     EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 3).ulChannelRef, 4U);
     EXPECT_EQ(mux_->References(), 1) << "the single operands are not reached";
     EXPECT_EQ(before->References(), 2);
@@ -171,7 +172,7 @@ TEST_F(MuxOperands, EndAtAMissingBuffer)
     ExpectSettled();
 }
 
-TEST_F(MuxOperands, NeedRoomForWhatIsInUse)
+TEST_F(MuxOperands, NeedArraysForAllThatAreInUse)
 {
     UseVolumes(3);
     EXPECT_EQ(Save(4, 3), 0);

@@ -201,7 +201,7 @@ TEST_P(MuxSamples, TakeVolumesWhereTheContainerHasThem)
     }
 }
 
-TEST_P(MuxSamples, AreMovedAndThenRefuseVolumesWhereTheContainerHasNone)
+TEST_P(MuxSamples, AreMovedAndThenRejectVolumesIfTheContainerHasNone)
 {
     if (GetParam().container.takesVolumes) {
         return;

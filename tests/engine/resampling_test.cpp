@@ -57,7 +57,7 @@ protected:
         if (output != nullptr) {
             output->AnnounceWrite();
         }
-        journal_.Clear();
+        callLog_.Clear();
         return engine_->ProcessAudioResampler(input, output, mode, stream);
     }
 
@@ -201,7 +201,7 @@ TEST_F(Resampling, OfMonoWorksOnTheCallersBuffers)
     input->SetPolarity(3);
     input->SetFades(true, true);
     EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0);
-    EXPECT_EQ(journal_.Calls(),
+    EXPECT_EQ(callLog_.Calls(),
               ToWork() + Digest("input") + Digest("output") + Calls{"output.SetLength(2194)"} + End());
     EXPECT_EQ(output->Polarity(), 0U);
     EXPECT_FALSE(output->Description().bFadeIn);
@@ -218,7 +218,7 @@ TEST_F(Resampling, OfStereoGoesThroughTheThreeStages)
     EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0);
     const std::size_t delivered = output->Length() / 4;
     const std::string mono = "SetLength(" + std::to_string(delivered * 2) + ")";
-    EXPECT_EQ(journal_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Calls{"scratch1.SetWaveFormat"} +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Calls{"scratch1.SetWaveFormat"} +
                                     Calls{"scratch2.SetWaveFormat"} + Digest("input") + Digest("scratch0") +
                                     Digest("scratch1") + Calls{"scratch0.SetLength(2048)"} +
                                     Calls{"scratch1.SetLength(2048)"} + Digest("scratch0") + Digest("scratch2") +
@@ -423,16 +423,16 @@ TEST_F(Resampling, ChecksInOrderAndSignalsWhatItHasLookedAt)
     auto output = Make("output", Pcm16(1, 48000), 0, 200);
     const auto expect = [&](RecordingBuffer* in, RecordingBuffer* out, int status, const Calls& calls) {
         EXPECT_EQ(Run(in, out, kRestart, stream.Get()), status);
-        EXPECT_EQ(journal_.Calls(), calls);
-        journal_.ClearFaults();
+        EXPECT_EQ(callLog_.Calls(), calls);
+        callLog_.ClearFaults();
         ExpectAtRest({input.Get(), output.Get()});
     };
     expect(input.Get(), nullptr, ZT_E_INVALID_POINTER, {});
-    journal_.FailCallsTo("output.QueryInterface");
+    callLog_.FailCallsTo("output.QueryInterface");
     expect(input.Get(), output.Get(), ZT_E_INVALID_PARAMETER, {"output.QueryInterface"});
     expect(nullptr, output.Get(), ZT_E_INVALID_POINTER,
            {"output.QueryInterface", ErrorCall("output", ZT_E_INVALID_POINTER), "output.SignalWriteCompletion"});
-    journal_.FailCallsTo("input.QueryInterface");
+    callLog_.FailCallsTo("input.QueryInterface");
     expect(input.Get(), output.Get(), kInjectedFailure,
            {"output.QueryInterface", "input.QueryInterface", ErrorCall("output", kInjectedFailure),
             "output.SignalWriteCompletion"});
@@ -443,14 +443,14 @@ TEST_F(Resampling, ChecksInOrderAndSignalsWhatItHasLookedAt)
     input->host::AudioBuffer::SetErrorCode(kZtSynchroStatusCancelledLate);
     const Calls entry = Entry();
     for (std::size_t described = 4; described <= 5; ++described) {
-        journal_.FailCallsTo(entry[described - 1]);
+        callLog_.FailCallsTo(entry[described - 1]);
         expect(input.Get(), output.Get(), ZT_E_INVALID_PARAMETER,
                Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) +
                    Ending(ZT_E_INVALID_PARAMETER));
     }
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(journal_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
+    EXPECT_EQ(callLog_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
     EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
     SZtLayoutProbe::SetBusy(Object(), 0);
     EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0) << "a tolerated code flows";
@@ -463,7 +463,7 @@ TEST_F(Resampling, ChecksChannelsThenRatesThenWidthThenType)
         auto input = Make("input", from, 10);
         auto output = Make("output", to, 20);
         const int status = Run(input.Get(), output.Get(), kRestart, stream.Get());
-        EXPECT_EQ(journal_.Calls(), Entry() + Ending(status));
+        EXPECT_EQ(callLog_.Calls(), Entry() + Ending(status));
         return status;
     };
     const auto other = [](std::uint32_t channels, EZtAudioDataType type, std::uint32_t rate, std::uint32_t bits) {
@@ -484,23 +484,23 @@ TEST_F(Resampling, ForgetsWhatItFoundBeforeTheFormats)
     auto stream = Stream(1, 44100, 48000);
     auto input = Make("input", Pcm16(1, 44100), 100);
     auto output = Make("output", Pcm16(1, 48000), 0, 200);
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "output.MarkWriteStartTime") {
             input->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
         }
     };
     EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0) << "a source that turns bad is not stopped";
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
     input->ClearErrorCode();
     for (const int call : {7, 8}) {
-        journal_.Clear();
-        journal_.FailCall(call);
+        callLog_.Clear();
+        callLog_.FailCall(call);
         EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), ZT_E_FORMAT_NOT_SUPPORTED)
             << "a format that cannot be read cannot be classified";
-        journal_.ClearFaults();
-        EXPECT_EQ(journal_.Count("output.GetAudioSamplesDescription"), call - 6)
+        callLog_.ClearFaults();
+        EXPECT_EQ(callLog_.Count("output.GetAudioSamplesDescription"), call - 6)
             << "each step only after the one before";
-        EXPECT_EQ(journal_.Count("input.GetErrorCode"), 1) << "by the entry alone";
+        EXPECT_EQ(callLog_.Count("input.GetErrorCode"), 1) << "by the entry alone";
     }
 }
 
@@ -513,15 +513,15 @@ TEST_F(Resampling, OfStereoMovesNoSampleBetweenStagesWithoutAFormat)
                           Calls{"scratch2.SetWaveFormat"} + Calls{"scratch0.SetWaveFormat"};
     const int before = static_cast<int>(ToWork().size());
     for (const int stage : {1, 2, 3}) {
-        journal_.FailCall(before + stage);
+        callLog_.FailCall(before + stage);
         EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), kInjectedFailure);
-        journal_.ClearFaults();
-        EXPECT_EQ(journal_.Calls(), ToWork() + formats + Calls{ErrorCall("output", kInjectedFailure)} + End()) << stage;
+        callLog_.ClearFaults();
+        EXPECT_EQ(callLog_.Calls(), ToWork() + formats + Calls{ErrorCall("output", kInjectedFailure)} + End()) << stage;
         ExpectAtRest({input.Get(), output.Get()});
     }
 }
 
-TEST_F(Resampling, RefusesValidBitsThatCannotBePlaced)
+TEST_F(Resampling, RejectsValidBitsThatCannotBePlaced)
 {
     auto stream = Stream(1, 44100, 48000);
     auto input = Make("input", host::MakeFormat(1, keZtAudioDataTypePcm, 44100, 16, 12), 10);
@@ -530,7 +530,7 @@ TEST_F(Resampling, RefusesValidBitsThatCannotBePlaced)
     EXPECT_EQ(output->ErrorCode(), ZT_E_FORMAT_NOT_SUPPORTED);
 }
 
-TEST_F(Resampling, RefusesAStreamThatIsNoneOrHasNoSuchChannel)
+TEST_F(Resampling, RejectsAStreamThatIsNoneOrHasNoSuchChannel)
 {
     auto input = Make("input", Pcm16(1, 44100), 100);
     auto output = Make("output", Pcm16(1, 48000), 0, 200);
@@ -545,7 +545,7 @@ TEST_F(Resampling, RefusesAStreamThatIsNoneOrHasNoSuchChannel)
     ExpectAtRest({input.Get(), output.Get(), stereo.Get(), stereoOut.Get()});
 }
 
-TEST(ResamplerKernel, RefusesFormatsOutsideItsRows)
+TEST(ResamplerKernel, RejectsFormatsOutsideItsRows)
 {
     CallLog journal;
     CZtaResampleAudio resample;

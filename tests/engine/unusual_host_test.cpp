@@ -49,12 +49,12 @@ protected:
     host::Ref<MisbehavingBuffer> MakeUnusual(const std::string& name, const SZtaWaveFormatInfo& format,
                                              std::size_t frames)
     {
-        auto buffer = MisbehavingBuffer::Create(journal_, name, format, frames * host::BytesPerFrame(format));
+        auto buffer = MisbehavingBuffer::Create(callLog_, name, format, frames * host::BytesPerFrame(format));
         buffer->SetValidLength(buffer->Capacity());
         return buffer;
     }
 
-    /// A byte copy that does not fit keeps the reference that its query hands out.
+    /// A byte copy that does not fit keeps the reference of its query.
     static void ReleaseKeptReferences(RecordingBuffer& buffer)
     {
         while (buffer.References() > 1) {
@@ -67,11 +67,11 @@ protected:
                           const std::function<void(const std::string& name, MisbehavingBuffer& buffer)>& configure)
     {
         Scenario scenario = row.make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-            auto buffer = MisbehavingBuffer::Create(journal_, name, format, bytes);
+            auto buffer = MisbehavingBuffer::Create(callLog_, name, format, bytes);
             configure(name, *buffer);
             return host::Ref<host::AudioBuffer>::Adopt(buffer.Detach());
         });
-        journal_.Clear();
+        callLog_.Clear();
         return scenario;
     }
 
@@ -148,7 +148,7 @@ TEST_F(UnusualHost, ReceivesTooSmallFromACopyOfAnInputWithoutAnAddressThatIsTooL
     auto destination = MakeUnusual("destination", Pcm16(1), 10);
     source->hasNoAddress = true;
     EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(journal_.Count(ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)), 2)
+    EXPECT_EQ(callLog_.Count(ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)), 2)
         << "by the byte copy and by the worker";
     EXPECT_EQ(destination->References(), 2) << "the reference of the byte copy stays";
     ReleaseKeptReferences(*destination);
@@ -213,9 +213,9 @@ TEST_F(UnusualHost, HasTheOffsetsOfADuplicateComparedBeforeItsAddresses)
     }
 }
 
-// ---- Capacities of a split ----
+// ---- Capacities of deinterleave outputs ----
 
-TEST_F(UnusualHost, MaySplitIntoAnOutputThatReportsTooLittleNextToAScratchBuffer)
+TEST_F(UnusualHost, MayDeinterleaveIntoAnOutputThatReportsTooLittleNextToAScratchBuffer)
 {
     for (const bool leftStaged : {true, false}) {
         SCOPED_TRACE(leftStaged);
@@ -288,10 +288,10 @@ TEST_F(UnusualHost, MayReturnAnyStatusFromMarksSignalsAndPolarity)
                                      "SignalWriteCompletion", "GetErrorCode", "SetPolarity"}) {
                 SCOPED_TRACE(row.name + ", " + buffer + "." + call);
                 const Scenario scenario = MakeScenario(row, [](const std::string&, MisbehavingBuffer&) {});
-                journal_.FailCallsTo(buffer + "." + call);
+                callLog_.FailCallsTo(buffer + "." + call);
                 const int status = RunAnnounced(scenario, *engine_);
-                const bool hasFailed = journal_.HasFailed();
-                journal_.ClearFaults();
+                const bool hasFailed = callLog_.HasFailed();
+                callLog_.ClearFaults();
                 failed += hasFailed ? 1 : 0;
                 const bool returned =
                     hasFailed && row.returnsSignalsStatus && std::string(call) == "SignalWriteCompletion";
@@ -366,13 +366,13 @@ TEST_F(UnusualHost, FindsTheBusyFlagAsAfterAnyFailedCallIfASignalOfTheFailureRai
             const Scenario scenario = MakeScenario(row, [](const std::string&, MisbehavingBuffer&) {});
             scenario.inputs.front()->AudioBuffer::SetErrorCode(code);
             SZtLayoutProbe::SetBusy(Object(), 1);
-            journal_.hook = [](const std::string& entry) {
+            callLog_.hook = [](const std::string& entry) {
                 if (entry.ends_with("Completion")) {
                     throw HostException();
                 }
             };
             EXPECT_THROW(RunAnnounced(scenario, *engine_), HostException);
-            journal_.hook = nullptr;
+            callLog_.hook = nullptr;
             EXPECT_EQ(SZtLayoutProbe::Busy(Object()), busy);
             SZtLayoutProbe::SetBusy(Object(), 0);
             ExpectScenarioAtRest(scenario);
@@ -385,7 +385,7 @@ TEST_F(UnusualHost, FindsTheEngineFreeIfAReleaseRaises)
     auto source = MakeUnusual("source", Pcm16(1), 10);
     auto destination = MakeUnusual("destination", Pcm16(1), 10);
     // The first reference that goes after the start mark is the engine's own, at the end of the work.
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "destination.MarkWriteStartTime") {
             source->onReleased = [&] {
                 source->onReleased = nullptr;
@@ -394,7 +394,7 @@ TEST_F(UnusualHost, FindsTheEngineFreeIfAReleaseRaises)
         }
     };
     EXPECT_THROW(engine_->CopyAudioSamples(source.Get(), destination.Get()), HostException);
-    journal_.hook = nullptr;
+    callLog_.hook = nullptr;
     ExpectAtRest({source.Get(), destination.Get()});
     EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), 0);
 }
@@ -491,10 +491,10 @@ TEST_F(UnusualHost, ReceivesTheInputsSignalFromAVolumeWorkerWithoutAnOutput)
     auto input = Make("input", Pcm16(1), 10);
     SZtAudioMonoVolumeInfo volume = {0, 1.0F, 1.0F};
     EXPECT_EQ(Object().SaveInfoApplyVolume(input.Get(), nullptr, &volume, 1), ZT_E_INVALID_POINTER);
-    journal_.FailCallsTo("input.GetAudioSamplesDescription");
+    callLog_.FailCallsTo("input.GetAudioSamplesDescription");
     EXPECT_EQ(ExceptionText([&] { Object().ProcessApplyVolume(); }), kEmptyPointerText);
-    journal_.ClearFaults();
-    EXPECT_EQ(journal_.Count("input.SignalReadCompletion"), 1);
+    callLog_.ClearFaults();
+    EXPECT_EQ(callLog_.Count("input.SignalReadCompletion"), 1);
     ExpectAtRest({input.Get()});
 }
 
@@ -508,15 +508,15 @@ TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithTooManyBuffers)
             auto plane = Make("plane", Pcm16(1), 10);
             auto mux = Make("mux", Pcm16(4), 10);
             std::vector<IZtAudioSamples*> planes(count, plane.Get());
-            journal_.Clear();
+            callLog_.Clear();
             ASSERT_EQ(Object().SaveInfoMux(interleaves ? nullptr : mux.Get(), interleaves ? mux.Get() : nullptr,
                                            planes.data(), count, nullptr, 0),
                       0);
             EXPECT_EQ((Object().*worker)(), ZT_E_ARRAY_TOO_SMALL);
-            EXPECT_EQ(journal_.Count("plane.SignalReadCompletion"), interleaves ? 64 : 0);
-            EXPECT_EQ(journal_.Count("plane.SignalWriteCompletion"), interleaves ? 0 : 64);
-            EXPECT_EQ(journal_.Count("mux.SignalReadCompletion"), interleaves ? 0 : 1);
-            EXPECT_EQ(journal_.Count("mux.SignalWriteCompletion"), interleaves ? 1 : 0);
+            EXPECT_EQ(callLog_.Count("plane.SignalReadCompletion"), interleaves ? 64 : 0);
+            EXPECT_EQ(callLog_.Count("plane.SignalWriteCompletion"), interleaves ? 0 : 64);
+            EXPECT_EQ(callLog_.Count("mux.SignalReadCompletion"), interleaves ? 0 : 1);
+            EXPECT_EQ(callLog_.Count("mux.SignalWriteCompletion"), interleaves ? 1 : 0);
             ExpectAtRest({plane.Get(), mux.Get()});
         }
     }
@@ -532,8 +532,8 @@ TEST_F(UnusualHost, ReceivesAnErrorFromAMuxWorkerWithoutBuffers)
         EXPECT_EQ((Object().*worker)(), ZT_E_INVALID_PARAMETER);
         ExpectAtRest({mux.Get()});
     }
-    EXPECT_EQ(journal_.Count("mux.SignalWriteCompletion"), 2);
-    EXPECT_EQ(journal_.Count("mux.SignalReadCompletion"), 2);
+    EXPECT_EQ(callLog_.Count("mux.SignalWriteCompletion"), 2);
+    EXPECT_EQ(callLog_.Count("mux.SignalReadCompletion"), 2);
 }
 
 TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithAMissingBuffer)
@@ -548,8 +548,8 @@ TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithAMissingBuffer)
         EXPECT_EQ((Object().*worker)(), ZT_E_INVALID_POINTER);
         ExpectAtRest({mux.Get(), plane.Get()});
     }
-    EXPECT_EQ(journal_.Count("plane.SignalReadCompletion"), 3);
-    EXPECT_EQ(journal_.Count("plane.SignalWriteCompletion"), 3);
+    EXPECT_EQ(callLog_.Count("plane.SignalReadCompletion"), 3);
+    EXPECT_EQ(callLog_.Count("plane.SignalWriteCompletion"), 3);
 }
 
 TEST_F(UnusualHost, ReceivesNoMoreThan64BuffersAndVolumesFromGetInfo)
@@ -585,9 +585,9 @@ TEST_F(UnusualHost, ReceivesNoMoreThan64BuffersAndVolumesFromGetInfo)
 
 TEST_F(UnusualHost, ReceivesTheLogLineBeforeTheCallsThatFollowTheFailure)
 {
-    LogRecorder::SetHook([this] { journal_.Enter("log"); });
+    LogRecorder::SetHook([this] { callLog_.Enter("log"); });
     const auto CallsFromLog = [&] {
-        const Calls& calls = journal_.Calls();
+        const Calls& calls = callLog_.Calls();
         return Calls(std::find(calls.begin(), calls.end(), "log"), calls.end());
     };
     const auto WriteEnd = [](const std::string& buffer) {
@@ -599,7 +599,7 @@ TEST_F(UnusualHost, ReceivesTheLogLineBeforeTheCallsThatFollowTheFailure)
     auto source = Make("source", Pcm24In32(1), 48001);
     source->SetFades(true, false);
     auto destination = Make("destination", Float32(1), 0, 48001);
-    journal_.Clear();
+    callLog_.Clear();
     EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), tooSmall);
     EXPECT_EQ(CallsFromLog(), (Calls{"log", "scratch0.SetFadeIn(1)", "scratch0.SetFadeOut(0)",
                                      ErrorCall("destination", tooSmall), "source.SignalReadCompletion"} +
@@ -609,14 +609,14 @@ TEST_F(UnusualHost, ReceivesTheLogLineBeforeTheCallsThatFollowTheFailure)
     source = Make("source", Pcm16(4), 20);
     source->SetFades(true, false);
     destination = Make("destination", Pcm16(4), 20);
-    journal_.Clear();
+    callLog_.Clear();
     const int rejected = engine_->CopyAudioSamples(source.Get(), destination.Get());
     EXPECT_LT(rejected, 0);
     EXPECT_EQ(CallsFromLog(), (Calls{"log", "destination.SetFadeIn(0)", "destination.SetFadeOut(0)",
                                      ErrorCall("destination", rejected), "source.SignalReadCompletion"} +
                                WriteEnd("destination")));
 
-    // The input cannot be staged; the scratch buffers of the outputs are labeled all the same.
+    // The input cannot be staged; the scratch buffers of the outputs are labeled nevertheless.
     auto stereo = Make("stereo", Pcm24In32(2), 48001);
     auto left = Make("left", Pcm16(1), 0, 48001);
     auto right = Make("right", Pcm16(1), 0, 48001);
@@ -625,12 +625,12 @@ TEST_F(UnusualHost, ReceivesTheLogLineBeforeTheCallsThatFollowTheFailure)
         stereo->AnnounceRead();
         left->AnnounceWrite();
         right->AnnounceWrite();
-        journal_.Clear();
-        journal_.FailCallsTo(failing);
+        callLog_.Clear();
+        callLog_.FailCallsTo(failing);
         const int status = engine_->CopyAudioSamplesStereoToMono(stereo.Get(), left.Get(), right.Get());
-        journal_.ClearFaults();
+        callLog_.ClearFaults();
         EXPECT_LT(status, 0);
-        EXPECT_EQ(journal_.Count("log"), 1);
+        EXPECT_EQ(callLog_.Count("log"), 1);
         EXPECT_EQ(CallsFromLog(),
                   (Calls{"log", ErrorCall("left", status), ErrorCall("right", status), "stereo.SignalReadCompletion"} +
                    WriteEnd("right") + Calls{"left.SignalWriteCompletion"}));
@@ -677,7 +677,7 @@ TEST_F(UnusualHost, FindsNothingWrittenBehindTheSmallerScratchBufferOfStereoResa
 {
     for (const int big : {0, 1}) {
         SCOPED_TRACE(big);
-        UnequalHost host(journal_, big);
+        UnequalHost host(callLog_, big);
         const auto engine = CreateEngine(host);
         auto input = Make("input", Pcm16(2, 48000), 96001);
         std::fill_n(input->Data(), input->Length(), std::byte(0x55));
@@ -706,12 +706,12 @@ TEST_F(UnusualHost, ReceivesTheSignalsOfAMuxBufferWhoseQueryFailsWithAPointer)
     }
     planes[1]->queryStatus = E_NOINTERFACE;
     auto mux = Make("mux", Pcm16(4), 10);
-    journal_.Clear();
+    callLog_.Clear();
     EXPECT_EQ(engine_->CopyAudioSamplesMonoToMux(pointers.data(), 4, mux.Get(), nullptr, 0), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(engine_->CopyAudioSamplesMuxToMono(mux.Get(), pointers.data(), 4, nullptr, 0), ZT_E_INVALID_PARAMETER);
     for (const auto& plane : planes) {
-        EXPECT_EQ(journal_.Count(plane->Name() + ".SignalReadCompletion"), 1);
-        EXPECT_EQ(journal_.Count(plane->Name() + ".SignalWriteCompletion"), 1);
+        EXPECT_EQ(callLog_.Count(plane->Name() + ".SignalReadCompletion"), 1);
+        EXPECT_EQ(callLog_.Count(plane->Name() + ".SignalWriteCompletion"), 1);
         ExpectAtRest({plane.Get(), mux.Get()});
     }
 }

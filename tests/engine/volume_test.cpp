@@ -27,7 +27,7 @@ protected:
         if (output != nullptr) {
             output->AnnounceWrite();
         }
-        journal_.Clear();
+        callLog_.Clear();
         return engine_->ApplyVolume(input, output, volumes.data(), volumes.size());
     }
 
@@ -83,7 +83,7 @@ TEST_F(Volume, ScalesFromInputToOutput)
 
     EXPECT_EQ(Run(input.Get(), output.Get(), {{0, 0.5F, 0.5F}, {1, 2.0F, 2.0F}}), 0);
 
-    EXPECT_EQ(journal_.Calls(), ToWork() + HandOn(6, 0, 0) + Kernel(32) + HandOn(6, 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(), ToWork() + HandOn(6, 0, 0) + Kernel(32) + HandOn(6, 0, 0) + End());
     EXPECT_EQ(Samples<std::uint32_t>(*output, 8),
               (std::vector<std::uint32_t>{0x08000000, 0x40000000, 0x18000000, 0x7FFFFF00, 0x091A2B00, 0x7FFFFF00,
                                           0xC0000000, 0}));
@@ -113,7 +113,7 @@ TEST_F(Volume, FadesTheScaledSamplesAndClearsTheFlags)
     Fill<std::int32_t>(*input, std::vector<std::int32_t>(400, 0x40000000));
     input->SetFades(true, false);
     EXPECT_EQ(Run(input.Get(), output.Get(), {{0, 0.5F, 0.5F}}), 0);
-    EXPECT_EQ(journal_.Calls(), ToWork() + HandOn(0, 1, 0) + Kernel(1600) + HandOn(0, 1, 0) + Flags(1, 0) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + HandOn(0, 1, 0) + Kernel(1600) + HandOn(0, 1, 0) + Flags(1, 0) +
                                     Digest("output") + Flags(0, 0) + End());
     const auto samples = Samples<std::int32_t>(*output, 400);
     EXPECT_EQ(samples[0], static_cast<std::int32_t>((std::int64_t{0x20000000} * 21421149 >> 32) * 2));
@@ -127,7 +127,7 @@ TEST_F(Volume, LeavesTheInputsFlagsOnTheOutputWhereTheVolumeStepFails)
     auto output = Make("output", Pcm24In32(1), 300);
     input->SetFades(true, true);
     EXPECT_EQ(Run(input.Get(), output.Get(), {{0, 8.5F, 1.0F}}), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(journal_.Calls(), ToWork() + HandOn(0, 1, 1) + Digest("output") + Digest("input") + HandOn(0, 1, 1) +
+    EXPECT_EQ(callLog_.Calls(), ToWork() + HandOn(0, 1, 1) + Digest("output") + Digest("input") + HandOn(0, 1, 1) +
                                     FailedEnd(ZT_E_INVALID_PARAMETER));
     EXPECT_TRUE(output->Description().bFadeIn && output->Description().bFadeOut);
     EXPECT_EQ(output->ErrorCode(), ZT_E_INVALID_PARAMETER);
@@ -150,7 +150,7 @@ TEST_F(Volume, OfAMonoBufferOfThreeFramesWritesNothingButSetsTheLength)
     Fill<std::uint32_t>(*input, {0x10000000, 0x10000000, 0x10000000});
     Fill<std::uint32_t>(*output, {1, 2, 3});
     EXPECT_EQ(Run(input.Get(), output.Get(), {{0, 0.5F, 0.5F}}), 0);
-    EXPECT_EQ(journal_.Count("output.SetLength(12)"), 1);
+    EXPECT_EQ(callLog_.Count("output.SetLength(12)"), 1);
     EXPECT_EQ(Samples<std::uint32_t>(*output, 3), (std::vector<std::uint32_t>{1, 2, 3}));
 }
 
@@ -173,27 +173,27 @@ TEST_F(Volume, ChecksInOrderAndSignalsWhatItHasLookedAt)
     const Volumes one = {{0, 1.0F, 1.0F}};
     const auto expect = [&](int status, const Calls& calls) {
         EXPECT_EQ(Run(input.Get(), output.Get(), one), status);
-        EXPECT_EQ(journal_.Calls(), calls);
-        journal_.ClearFaults();
+        EXPECT_EQ(callLog_.Calls(), calls);
+        callLog_.ClearFaults();
         ExpectAtRest({input.Get(), output.Get()});
     };
     EXPECT_EQ(Run(input.Get(), nullptr, one), ZT_E_INVALID_POINTER);
-    EXPECT_TRUE(journal_.Calls().empty());
-    journal_.FailCallsTo("output.QueryInterface");
+    EXPECT_TRUE(callLog_.Calls().empty());
+    callLog_.FailCallsTo("output.QueryInterface");
     expect(ZT_E_INVALID_PARAMETER, {"output.QueryInterface"});
 
     const auto early = [](int code) {
         return Calls{"output.QueryInterface", ErrorCall("output", code), "output.SignalWriteCompletion"};
     };
     EXPECT_EQ(Run(nullptr, output.Get(), {}), ZT_E_INVALID_POINTER) << "a missing input counts before its volumes";
-    EXPECT_EQ(journal_.Calls(), early(ZT_E_INVALID_POINTER));
+    EXPECT_EQ(callLog_.Calls(), early(ZT_E_INVALID_POINTER));
     EXPECT_EQ(Run(input.Get(), output.Get(), {}), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(journal_.Calls(), early(ZT_E_INVALID_PARAMETER)) << "the input has not been queried: no read signal";
-    journal_.Clear();
+    EXPECT_EQ(callLog_.Calls(), early(ZT_E_INVALID_PARAMETER)) << "the input has not been queried: no read signal";
+    callLog_.Clear();
     EXPECT_EQ(engine_->ApplyVolume(input.Get(), output.Get(), nullptr, 1), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(journal_.Calls(), early(ZT_E_INVALID_PARAMETER));
+    EXPECT_EQ(callLog_.Calls(), early(ZT_E_INVALID_PARAMETER));
 
-    journal_.FailCallsTo("input.QueryInterface");
+    callLog_.FailCallsTo("input.QueryInterface");
     expect(kInjectedFailure, {"output.QueryInterface", "input.QueryInterface", ErrorCall("output", kInjectedFailure),
                               "output.SignalWriteCompletion"});
     input->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
@@ -202,13 +202,13 @@ TEST_F(Volume, ChecksInOrderAndSignalsWhatItHasLookedAt)
     input->host::AudioBuffer::SetErrorCode(kZtSynchroStatusPlayedLate);
     const Calls entry = Entry();
     for (std::size_t described = 4; described <= 5; ++described) {
-        journal_.FailCallsTo(entry[described - 1]);
+        callLog_.FailCallsTo(entry[described - 1]);
         expect(kInjectedFailure,
                Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) + Ending(kInjectedFailure));
     }
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(input.Get(), output.Get(), one), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(journal_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
+    EXPECT_EQ(callLog_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
     EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
     SZtLayoutProbe::SetBusy(Object(), 0);
     EXPECT_EQ(Run(input.Get(), output.Get(), one), 0);
@@ -220,7 +220,7 @@ TEST_F(Volume, ChecksTheFormatsInOrder)
         auto input = Make("input", in, 4);
         auto output = Make("output", out, 4);
         const int status = Run(input.Get(), output.Get(), Volumes(volumes, {0, 1.0F, 1.0F}));
-        EXPECT_EQ(journal_.Calls(), Entry() + Ending(status));
+        EXPECT_EQ(callLog_.Calls(), Entry() + Ending(status));
         ExpectAtRest({input.Get(), output.Get()});
         return status;
     };
@@ -233,7 +233,7 @@ TEST_F(Volume, ChecksTheFormatsInOrder)
     EXPECT_EQ(run(Opaque(65), Opaque(65), 65), ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE);
 }
 
-TEST_F(Volume, LeavesOtherFormatsToTheKernelWhichRefuses)
+TEST_F(Volume, LeavesOtherFormatsToTheKernelWhichRejects)
 {
     const auto run = [&](const SZtaWaveFormatInfo& in, const SZtaWaveFormatInfo& out, std::size_t outFrames = 4) {
         auto input = Make("input", in, 4);
@@ -266,24 +266,24 @@ TEST_F(Volume, WhoseDescriptionFailsInTheWorkerGivesTheHostsCode)
 {
     auto input = Make("input", Pcm24In32(1), 4);
     auto output = Make("output", Pcm24In32(1), 4);
-    journal_.FailCall(7);
+    callLog_.FailCall(7);
     EXPECT_EQ(Run(input.Get(), output.Get(), {{0, 1.0F, 1.0F}}), kInjectedFailure);
-    EXPECT_EQ(journal_.Calls(), ToWork() + FailedEnd(kInjectedFailure));
+    EXPECT_EQ(callLog_.Calls(), ToWork() + FailedEnd(kInjectedFailure));
 }
 
 TEST_F(Volume, SignalsABufferThatNoLongerAnswersTheQuery)
 {
     auto input = Make("input", Pcm24In32(1), 4);
     auto output = Make("output", Pcm24In32(1), 4);
-    journal_.hook = [&](const std::string& entry) {
+    callLog_.hook = [&](const std::string& entry) {
         if (entry == "output.SetLength(16)") {
-            journal_.FailCallsTo("input.QueryInterface");
-            journal_.FailCallsTo("output.QueryInterface");
+            callLog_.FailCallsTo("input.QueryInterface");
+            callLog_.FailCallsTo("output.QueryInterface");
         }
     };
     EXPECT_EQ(Run(input.Get(), output.Get(), {{0, 1.0F, 1.0F}}), 0);
-    journal_.hook = nullptr;
-    journal_.ClearFaults();
+    callLog_.hook = nullptr;
+    callLog_.ClearFaults();
     EXPECT_EQ(input->ReadCount() + output->WriteCount(), 0);
     ExpectAtRest({input.Get(), output.Get()});
 }

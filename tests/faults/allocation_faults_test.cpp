@@ -37,7 +37,7 @@ protected:
     void SetUp() override
     {
         if (!FailingAllocator::IsAvailable()) {
-            GTEST_SKIP() << "the sanitizer has the allocator for itself";
+            GTEST_SKIP() << "the sanitizer replaces the allocator";
         }
     }
 
@@ -96,7 +96,7 @@ TEST_F(AllocationFaults, OfAClassObjectPassOnAsBadAlloc)
     EXPECT_EQ(injections, 2);
 }
 
-/// An object on neither base of the frame, with a block that may be missing.
+/// An object that derives from neither base class, with a block that may be missing.
 class ObjectWithBlock : public INonDelegatingUnknown {
 public:
     ObjectWithBlock() : block_(new (std::nothrow) char[100]) {}
@@ -201,7 +201,7 @@ TEST_F(AllocationFaults, OfAnEngineAndItsPoolAreReportedAndLeaveNothing)
         const int status = factory->CreateAudioSamplesEngine(hostEngine.Get(), 0, &engine);
         isMade = engine != nullptr;
         if (isMade) {
-            engine->Release(); // one that lacks buffers is handed out all the same
+            engine->Release(); // an incomplete engine is returned as well
         }
         return status;
     };
@@ -217,8 +217,8 @@ TEST_F(AllocationFaults, OfAnEngineAndItsPoolAreReportedAndLeaveNothing)
         EXPECT_EQ(outcome.balance, 0);
     });
     EXPECT_EQ(withoutEngine, 2) << "the engine itself is the first allocation";
-    EXPECT_EQ(withoutBlock, 5) << "what only volumes need is not told before a volume is asked for";
-    EXPECT_GE(injections, 2 * (1 + 5 + 131)) << "each buffer of the pool takes one at least";
+    EXPECT_EQ(withoutBlock, 5) << "the failure is reported when a volume is applied";
+    EXPECT_GE(injections, 2 * (1 + 5 + 131)) << "each buffer of the pool needs at least one";
 }
 
 TEST_F(AllocationFaults, OfAVolumeBlockAreReportedByTheOperationThatNeedsIt)

@@ -13,7 +13,7 @@ public:
     FailingAllocator(const FailingAllocator&) = delete;
     FailingAllocator& operator=(const FailingAllocator&) = delete;
 
-    /// Ends the failing. Tells whether an allocation has failed.
+    /// Ends the failing. Returns true if an allocation has failed.
     static bool Stop();
 
     /// Allocations less deallocations of the calling thread since the last construction.

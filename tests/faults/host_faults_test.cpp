@@ -33,19 +33,19 @@ protected:
     Scenario MakeScenario()
     {
         return GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-            return host::Ref<host::AudioBuffer>::Adopt(RecordingBuffer::Create(journal_, name, format, bytes).Detach());
+            return host::Ref<host::AudioBuffer>::Adopt(RecordingBuffer::Create(callLog_, name, format, bytes).Detach());
         });
     }
 
-    /// A byte copy that does not fit keeps the reference that its query hands out. Finds these queries in the journal
-    /// and gives their references back.
+    /// A byte copy that does not fit keeps the reference of its query. Finds these queries in the call log
+    /// and releases their references.
     void ReleaseKeptReferences(const Scenario& scenario)
     {
         std::vector<RecordingBuffer*> buffers = host_.Buffers();
         for (const auto& output : scenario.outputs) {
             buffers.push_back(&Recording(output));
         }
-        const Calls& calls = journal_.Calls();
+        const Calls& calls = callLog_.Calls();
         for (RecordingBuffer* buffer : buffers) {
             const std::string query = buffer->Name() + ".QueryInterface";
             const std::string record = ErrorCall(buffer->Name(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
@@ -55,12 +55,12 @@ protected:
                 }
             }
         }
-        journal_.Clear();
+        callLog_.Clear();
     }
 
     void CheckBuffer(const RecordingBuffer& buffer, const char* signal, bool mayStaySilent)
     {
-        const int signals = journal_.Count(buffer.Name() + "." + signal);
+        const int signals = callLog_.Count(buffer.Name() + "." + signal);
         EXPECT_LE(signals, 1) << buffer.Name();
         if (!mayStaySilent) {
             EXPECT_EQ(signals, 1) << buffer.Name();
@@ -71,8 +71,8 @@ protected:
     {
         const ScenarioCase& row = GetParam();
         Scenario scenario = MakeScenario();
-        journal_.Clear();
-        journal_.FailCall(n, persistent);
+        callLog_.Clear();
+        callLog_.FailCall(n, persistent);
         int status = 0;
         bool thrown = false;
         try {
@@ -80,9 +80,9 @@ protected:
         } catch (const CZtSmartPointerException&) {
             thrown = true;
         }
-        injected_ = journal_.HasFailed();
-        journal_.ClearFaults();
-        const Calls calls = journal_.Calls();
+        injected_ = callLog_.HasFailed();
+        callLog_.ClearFaults();
+        const Calls calls = callLog_.Calls();
         if (!injected_) {
             EXPECT_EQ(status, row.status);
         }
@@ -91,7 +91,7 @@ protected:
 
         EXPECT_EQ(thrown, !persistent && !row.throwsOn.empty() && failed == row.throwsOn);
 
-        // A buffer that does not answer the entry's query gets no signal; everyone else gets exactly one.
+        // A buffer whose query fails in the entry point gets no signal; every other buffer gets exactly one.
         const bool queryFailed = failed.ends_with(".QueryInterface") || (persistent && injected_);
         for (const auto& input : scenario.inputs) {
             CheckBuffer(Recording(input), "SignalReadCompletion", queryFailed);
@@ -99,8 +99,8 @@ protected:
         for (const auto& output : scenario.outputs) {
             CheckBuffer(Recording(output), "SignalWriteCompletion", queryFailed);
             const std::string& name = Recording(output).Name();
-            if (status < 0 && !row.returnsSignalsStatus && journal_.Count(name + ".SignalWriteCompletion") == 1) {
-                EXPECT_GE(journal_.Count(ErrorCall(name, status)), 1) << name;
+            if (status < 0 && !row.returnsSignalsStatus && callLog_.Count(name + ".SignalWriteCompletion") == 1) {
+                EXPECT_GE(callLog_.Count(ErrorCall(name, status)), 1) << name;
             }
         }
         ReleaseKeptReferences(scenario);
@@ -111,7 +111,7 @@ protected:
             ExpectAtRest({&Recording(buffer)});
         }
 
-        // The engine is as good as new.
+        // The engine performs the next operation exactly.
         Scenario again = MakeScenario();
         EXPECT_EQ(RunAnnounced(again, *engine_), row.status);
         EXPECT_EQ(Contents(again), expected);
@@ -131,17 +131,17 @@ protected:
         std::vector<MisbehavingBuffer*> buffers;
         Scenario scenario =
             GetParam().make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-                auto buffer = MisbehavingBuffer::Create(journal_, name, format, bytes);
+                auto buffer = MisbehavingBuffer::Create(callLog_, name, format, bytes);
                 buffers.push_back(buffer.Get());
                 return host::Ref<host::AudioBuffer>::Adopt(buffer.Detach());
             });
-        journal_.Clear();
+        callLog_.Clear();
         if (atReferences) {
             for (MisbehavingBuffer* buffer : buffers) {
                 buffer->onAddRef = raise;
             }
         } else {
-            journal_.hook = [&](const std::string& /*entry*/) { raise(); };
+            callLog_.hook = [&](const std::string& /*entry*/) { raise(); };
         }
         bool raised = false;
         try {
@@ -149,12 +149,12 @@ protected:
         } catch (const HostException&) {
             raised = true;
         }
-        journal_.hook = nullptr;
+        callLog_.hook = nullptr;
         for (MisbehavingBuffer* buffer : buffers) {
             buffer->onAddRef = nullptr;
         }
         SCOPED_TRACE((atReferences ? "reference " : "call ") + std::to_string(n) +
-                     (journal_.Calls().empty() ? "" : ", last call " + journal_.Calls().back()));
+                     (callLog_.Calls().empty() ? "" : ", last call " + callLog_.Calls().back()));
         EXPECT_EQ(raised, calls >= n);
 
         for (const auto& input : scenario.inputs) {
@@ -200,7 +200,7 @@ TEST_P(HostFaults, AtAnyCallLeaveEverythingBalanced)
     EXPECT_GT(injections, 10);
 }
 
-// Host interfaces return status codes. A host whose call raises an exception all the same finds the engine free.
+// Host interfaces return status codes. If a call raises an exception nevertheless, the engine is free afterwards.
 TEST_P(HostFaults, ThatAreExceptionsLeaveTheEngineFreeAndHoldNothing)
 {
     const ScenarioCase& row = GetParam();

@@ -4,6 +4,8 @@
 /// T, which is the target's Vector or, for single samples, Scalar.
 #pragma once
 
+#include "kernels/loops/simd_scalar-inl.h"
+
 #include <cstdint>
 
 namespace zta::loops::ZTA_LOOP_VARIANT {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernels/loops/loops.h"
+#include "kernels/loops/simd_scalar-inl.h"
 
 #include <cstdint>
 

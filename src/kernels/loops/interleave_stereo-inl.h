@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernels/loops/interleave-inl.h"
+#include "kernels/loops/tile-inl.h"
 
 #include <cstdint>
 

@@ -16,6 +16,10 @@
 #define ZTA_STRING_OF(name) #name
 #define ZTA_STRING(name) ZTA_STRING_OF(name)
 
+namespace zta::loops::ZTA_LOOP_VARIANT {
+extern const SZtaSampleLoops g_sLoops;
+}
+
 // clang-format off
 constinit const SZtaSampleLoops zta::loops::ZTA_LOOP_VARIANT::g_sLoops = {
     ZTA_STRING(ZTA_LOOP_VARIANT),

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernels/loops/simd_scalar-inl.h"
+#include "kernels/loops/simd_x86-inl.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -11,12 +12,12 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-struct Avx2 {
+struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
     static constexpr unsigned long kLanes = 8;
     static constexpr bool kHasStreamingStores = false;
     static constexpr bool kHasMaskedAccess = false;
-    using VecU32 = std::uint32_t __attribute__((vector_size(32)));
-    using VecU16 = std::uint16_t __attribute__((vector_size(32)));
+    using VecU32 = VecU32x8;
+    using VecU16 = VecU16x16;
     using VecF32 = float __attribute__((vector_size(32)));
 
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
@@ -84,18 +85,6 @@ struct Avx2 {
         }
     }
 
-    template <int First, int Second, int Third, int Fourth>
-    static VecU32 ShuffleBytes(VecU32 v)
-    {
-        constexpr auto kPositions = [](int iWord) {
-            const auto Byte = [iWord](int iPosition) { return iPosition < 0 ? 0x80 : iPosition + 4 * iWord; };
-            return Byte(First) | Byte(Second) << 8 | Byte(Third) << 16 | Byte(Fourth) << 24;
-        };
-        const __m128i vPositions = _mm_setr_epi32(kPositions(0), kPositions(1), kPositions(2), kPositions(3));
-        return reinterpret_cast<VecU32>(
-            _mm256_shuffle_epi8(reinterpret_cast<__m256i>(v), _mm256_broadcastsi128_si256(vPositions)));
-    }
-
     static VecF32 BitCastToFloat(VecU32 v) { return reinterpret_cast<VecF32>(v); }
     static VecU32 BitCastToUint(VecF32 vValues) { return reinterpret_cast<VecU32>(vValues); }
     static VecF32 ConvertToFloat(VecU32 v) { return _mm256_cvtepi32_ps(reinterpret_cast<__m256i>(v)); }
@@ -119,69 +108,6 @@ struct Avx2 {
     /// How many times it halves, in the place of an exponent.
     template <int Power, int Less>
     static constexpr int kCorrectionExponent = (3 * Power - 2 * Less) << 23;
-
-    /// Gains of 0 to 32767, each in both halves of its word.
-    using GainVector = VecU16;
-
-    /// From words that hold a gain in their lower half.
-    static GainVector LoadGains(const std::uint8_t* pucWords)
-    {
-        return reinterpret_cast<GainVector>(ShuffleBytes<0, 1, 0, 1>(Load<4>(pucWords)));
-    }
-
-    struct ClampRange {
-        VecU32 vUpper;
-        VecU32 vLower;
-    };
-
-    static ClampRange LoadClampRange(const std::int32_t* plClampMax, const std::int32_t* plClampMin)
-    {
-        const auto Repeat = [](const std::int32_t* plLanes) {
-            return reinterpret_cast<VecU32>(
-                _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(plLanes))));
-        };
-        return {Repeat(plClampMax) * 16 + 15, Repeat(plClampMin) * 16};
-    }
-
-    /// 24-in-32 samples of scaled 24-in-32 samples, or unlimited ones. The products hold the four bits that Scalar's
-    /// Scale cuts off first: a shift at the end instead of two. The upper 16 bits of low * gain, with the lowest five
-    /// bits cut off, are what the lower half gives to the upper one.
-    template <bool Clamped>
-    static VecU32 ApplyGain24(VecU32 v, GainVector vGains, const ClampRange& rsLimits)
-    {
-        const auto vHigh =
-            _mm256_madd_epi16(reinterpret_cast<__m256i>(v & 0xFFFF0000), reinterpret_cast<__m256i>(vGains));
-        const auto vLow =
-            _mm256_mulhi_epu16(reinterpret_cast<__m256i>(v & 0x0000FFE0), reinterpret_cast<__m256i>(vGains));
-        __m256i vScaled = _mm256_add_epi32(vHigh, vLow);
-        if constexpr (Clamped) {
-            vScaled = _mm256_max_epi32(_mm256_min_epi32(vScaled, reinterpret_cast<__m256i>(rsLimits.vUpper)),
-                                       reinterpret_cast<__m256i>(rsLimits.vLower));
-        }
-        return reinterpret_cast<VecU32>(vScaled) << 4 & 0xFFFFFF00;
-    }
-
-    /// Signed 16-bit halves times unsigned gains >> 15. Twice a gain is a signed multiplier and a multiple of 65536,
-    /// and the upper 16 bits of the product are those with the multiplier and so many times the sample.
-    static VecU32 MulGain16(VecU32 vSamples, VecU32 vGains)
-    {
-        const auto vUnsigned = reinterpret_cast<__m256i>(vGains);
-        const __m256i vTimes = _mm256_avg_epu16(_mm256_srli_epi16(vUnsigned, 14), _mm256_setzero_si256());
-        const __m256i vProduct =
-            _mm256_mulhi_epi16(reinterpret_cast<__m256i>(vSamples), _mm256_add_epi16(vUnsigned, vUnsigned));
-        return reinterpret_cast<VecU32>(
-            _mm256_add_epi16(vProduct, _mm256_mullo_epi16(reinterpret_cast<__m256i>(vSamples), vTimes)));
-    }
-
-    /// The upper 32 bits of signed 64-bit products.
-    static VecU32 MulHigh32(VecU32 vFirst, VecU32 vSecond)
-    {
-        const auto v1 = reinterpret_cast<__m256i>(vFirst);
-        const auto v2 = reinterpret_cast<__m256i>(vSecond);
-        const __m256i vEven = _mm256_srli_epi64(_mm256_mul_epi32(v1, v2), 32);
-        const __m256i vOdd = _mm256_mul_epi32(_mm256_srli_epi64(v1, 32), _mm256_srli_epi64(v2, 32));
-        return reinterpret_cast<VecU32>(_mm256_blend_epi32(vEven, vOdd, 0xAA));
-    }
 
     static VecU32 ShiftRightArithmetic(VecU32 v, int iBits)
     {

@@ -3,6 +3,8 @@
 #pragma once
 
 #include "kernels/loops/simd_avx2-inl.h"
+#include "kernels/loops/simd_scalar-inl.h"
+#include "kernels/loops/simd_x86-inl.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -12,10 +14,10 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-struct Avx512 {
+struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
     static constexpr unsigned long kLanes = 16;
-    using VecU32 = std::uint32_t __attribute__((vector_size(64)));
-    using VecU16 = std::uint16_t __attribute__((vector_size(64)));
+    using VecU32 = VecU32x16;
+    using VecU16 = VecU16x32;
     using VecF32 = float __attribute__((vector_size(64)));
 
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
@@ -113,18 +115,6 @@ struct Avx512 {
         _mm512_mask_storeu_epi8(puc, (std::uint64_t{1} << ulBytes) - 1, reinterpret_cast<__m512i>(v));
     }
 
-    template <int First, int Second, int Third, int Fourth>
-    static VecU32 ShuffleBytes(VecU32 v)
-    {
-        constexpr auto kPositions = [](int iWord) {
-            const auto Byte = [iWord](int iPosition) { return iPosition < 0 ? 0x80 : iPosition + 4 * iWord; };
-            return Byte(First) | Byte(Second) << 8 | Byte(Third) << 16 | Byte(Fourth) << 24;
-        };
-        const __m128i vPositions = _mm_setr_epi32(kPositions(0), kPositions(1), kPositions(2), kPositions(3));
-        return reinterpret_cast<VecU32>(
-            _mm512_shuffle_epi8(reinterpret_cast<__m512i>(v), _mm512_broadcast_i32x4(vPositions)));
-    }
-
     static VecF32 BitCastToFloat(VecU32 v) { return reinterpret_cast<VecF32>(v); }
     static VecU32 BitCastToUint(VecF32 vValues) { return reinterpret_cast<VecU32>(vValues); }
     static VecF32 ConvertToFloat(VecU32 v) { return _mm512_cvtepi32_ps(reinterpret_cast<__m512i>(v)); }
@@ -138,67 +128,6 @@ struct Avx512 {
         const __m512i vThird = _mm512_subs_epu16(reinterpret_cast<__m512i>(vValues), vExponent);
         return _mm512_fmadd_ps(vValues, _mm512_set1_ps(Avx2::kReciprocal<Power, Less>),
                                reinterpret_cast<__m512>(vThird));
-    }
-
-    /// Gains of 0 to 32767, each in both halves of its word.
-    using GainVector = VecU16;
-
-    /// From words that hold a gain in their lower half.
-    static GainVector LoadGains(const std::uint8_t* pucWords)
-    {
-        return reinterpret_cast<GainVector>(ShuffleBytes<0, 1, 0, 1>(Load<4>(pucWords)));
-    }
-
-    struct ClampRange {
-        VecU32 vUpper;
-        VecU32 vLower;
-    };
-
-    static ClampRange LoadClampRange(const std::int32_t* plClampMax, const std::int32_t* plClampMin)
-    {
-        const auto Repeat = [](const std::int32_t* plLanes) {
-            return reinterpret_cast<VecU32>(
-                _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(plLanes))));
-        };
-        return {Repeat(plClampMax) * 16 + 15, Repeat(plClampMin) * 16};
-    }
-
-    /// As Avx2 does.
-    template <bool Clamped>
-    static VecU32 ApplyGain24(VecU32 v, GainVector vGains, const ClampRange& rsLimits)
-    {
-        const auto vHigh =
-            _mm512_madd_epi16(reinterpret_cast<__m512i>(v & 0xFFFF0000), reinterpret_cast<__m512i>(vGains));
-        const auto vLow =
-            _mm512_mulhi_epu16(reinterpret_cast<__m512i>(v & 0x0000FFE0), reinterpret_cast<__m512i>(vGains));
-        __m512i vScaled = _mm512_add_epi32(vHigh, vLow);
-        if constexpr (Clamped) {
-            vScaled = _mm512_max_epi32(_mm512_min_epi32(vScaled, reinterpret_cast<__m512i>(rsLimits.vUpper)),
-                                       reinterpret_cast<__m512i>(rsLimits.vLower));
-        }
-        return reinterpret_cast<VecU32>(vScaled) << 4 & 0xFFFFFF00;
-    }
-
-    /// Signed 16-bit halves times unsigned gains >> 15. Twice a gain is a signed multiplier and a multiple of 65536,
-    /// and the upper 16 bits of the product are those with the multiplier and so many times the sample.
-    static VecU32 MulGain16(VecU32 vSamples, VecU32 vGains)
-    {
-        const auto vUnsigned = reinterpret_cast<__m512i>(vGains);
-        const __m512i vTimes = _mm512_avg_epu16(_mm512_srli_epi16(vUnsigned, 14), _mm512_setzero_si512());
-        const __m512i vProduct =
-            _mm512_mulhi_epi16(reinterpret_cast<__m512i>(vSamples), _mm512_add_epi16(vUnsigned, vUnsigned));
-        return reinterpret_cast<VecU32>(
-            _mm512_add_epi16(vProduct, _mm512_mullo_epi16(reinterpret_cast<__m512i>(vSamples), vTimes)));
-    }
-
-    /// The upper 32 bits of signed 64-bit products.
-    static VecU32 MulHigh32(VecU32 vFirst, VecU32 vSecond)
-    {
-        const auto v1 = reinterpret_cast<__m512i>(vFirst);
-        const auto v2 = reinterpret_cast<__m512i>(vSecond);
-        const __m512i vEven = _mm512_srli_epi64(_mm512_mul_epi32(v1, v2), 32);
-        const __m512i vOdd = _mm512_mul_epi32(_mm512_srli_epi64(v1, 32), _mm512_srli_epi64(v2, 32));
-        return reinterpret_cast<VecU32>(_mm512_mask_blend_epi32(0xAAAA, vEven, vOdd));
     }
 
     static VecU32 ShiftRightArithmetic(VecU32 v, unsigned iBits)

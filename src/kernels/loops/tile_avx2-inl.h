@@ -1,6 +1,7 @@
 /// Runs of elements in the two halves of an AVX2 register, and the one shuffle that interleaves and splits them.
 #pragma once
 
+#include "kernels/loops/simd_x86-inl.h"
 #include "kernels/loops/tile-inl.h"
 
 #include <cstdint>
@@ -82,15 +83,15 @@ struct TileAvx2 {
     static void Interleave(VectorType* av)
     {
         if constexpr (Layout == MuxLayout::Lanes) {
-            UnpackStages<kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
         } else if constexpr (Planes == 2 * kLaneElements) {
-            UnpackStages<kLaneElements, kLaneElements>(av);
-            UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 CombineLanes(av[i], av[i + kLaneElements]);
             }
         } else {
-            UnpackStages<Planes, Planes>(av);
+            UnpackStages<kSlotBytes, Planes, Planes>(av);
             VectorType avLanes[Planes];
             for (unsigned long i = 0; i < Planes / 2; ++i) {
                 avLanes[i] = av[2 * i];
@@ -107,10 +108,10 @@ struct TileAvx2 {
     static void Deinterleave(VectorType* av)
     {
         if constexpr (Layout == MuxLayout::Lanes) {
-            UnpackStages<kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
         } else if constexpr (Planes == 2 * kLaneElements) {
-            UnpackStages<kLaneElements, kLaneElements>(av);
-            UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 CombineLanes(av[i], av[i + kLaneElements]);
             }
@@ -121,7 +122,7 @@ struct TileAvx2 {
                 avLanes[2 * i + 1] = av[i + Planes / 2];
                 CombineLanes(avLanes[2 * i], avLanes[2 * i + 1]);
             }
-            UnpackStages<Planes, kLaneElements>(avLanes);
+            UnpackStages<kSlotBytes, Planes, kLaneElements>(avLanes);
             for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = avLanes[i];
             }
@@ -135,24 +136,6 @@ private:
         const VectorType vLow = _mm256_permute2x128_si256(rvFirst, rvSecond, 0x20);
         rvSecond = _mm256_permute2x128_si256(rvFirst, rvSecond, 0x31);
         rvFirst = vLow;
-    }
-
-    /// Deals the elements of the first half of the rows and those of the second half out in turn, in each lane by
-    /// itself. On Count rows of streams, log2(Count) shuffles interleave; on interleaved elements, log2(kLaneElements)
-    /// more come back to the streams.
-    template <unsigned long Count, unsigned long Times>
-    static void UnpackStages(VectorType* av)
-    {
-        for (unsigned long t = 1; t < Times; t *= 2) {
-            VectorType avOld[Count];
-            for (unsigned long i = 0; i < Count; ++i) {
-                avOld[i] = av[i];
-            }
-            for (unsigned long i = 0; i < Count / 2; ++i) {
-                av[2 * i] = UnpackLow(avOld[i], avOld[i + Count / 2]);
-                av[2 * i + 1] = UnpackHigh(avOld[i], avOld[i + Count / 2]);
-            }
-        }
     }
 
     static __m128i LoadLane(const std::uint8_t* puc) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(puc)); }
@@ -174,10 +157,10 @@ private:
     {
         if constexpr (Bytes == 3) {
             return _mm256_shuffle_epi8(
-                v, BroadcastLane(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1)));
+                v, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1)));
         } else if constexpr (Bytes == 6) {
             return _mm256_shuffle_epi8(
-                v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 3, 4, 5, -1, -1, 6, 7, 8, 9, 10, 11, -1, -1)));
+                v, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 3, 4, 5, -1, -1, 6, 7, 8, 9, 10, 11, -1, -1)));
         } else {
             return v;
         }
@@ -187,36 +170,12 @@ private:
     {
         if constexpr (Bytes == 3) {
             return _mm256_shuffle_epi8(
-                v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
+                v, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
         } else if constexpr (Bytes == 6) {
             return _mm256_shuffle_epi8(
-                v, BroadcastLane(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1)));
+                v, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1)));
         } else {
             return v;
-        }
-    }
-
-    static VectorType BroadcastLane(__m128i v) { return _mm256_broadcastsi128_si256(v); }
-
-    static VectorType UnpackLow(VectorType vFirst, VectorType vSecond)
-    {
-        if constexpr (kSlotBytes == 2) {
-            return _mm256_unpacklo_epi16(vFirst, vSecond);
-        } else if constexpr (kSlotBytes == 4) {
-            return _mm256_unpacklo_epi32(vFirst, vSecond);
-        } else {
-            return _mm256_unpacklo_epi64(vFirst, vSecond);
-        }
-    }
-
-    static VectorType UnpackHigh(VectorType vFirst, VectorType vSecond)
-    {
-        if constexpr (kSlotBytes == 2) {
-            return _mm256_unpackhi_epi16(vFirst, vSecond);
-        } else if constexpr (kSlotBytes == 4) {
-            return _mm256_unpackhi_epi32(vFirst, vSecond);
-        } else {
-            return _mm256_unpackhi_epi64(vFirst, vSecond);
         }
     }
 };

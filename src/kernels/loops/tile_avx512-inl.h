@@ -2,7 +2,9 @@
 /// shuffles inside the lanes, which cost the least, make mux lines of them, and back.
 #pragma once
 
+#include "kernels/loops/simd_x86-inl.h"
 #include "kernels/loops/tile-inl.h"
+#include "kernels/loops/tile_avx512_tables-inl.h"
 
 #include <cstdint>
 
@@ -11,32 +13,21 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-template <int Bytes>
-struct SlotIndex;
-template <>
-struct SlotIndex<2> {
-    using Type = std::uint16_t;
-};
-template <>
-struct SlotIndex<4> {
-    using Type = std::uint32_t;
-};
-template <>
-struct SlotIndex<8> {
-    using Type = std::uint64_t;
-};
-
 /// Elements of 3 and 6 bytes are spread to slots of 4 and 8 between loading and storing.
 template <int Bytes>
-struct TileAvx512 {
+struct TileAvx512 : Avx512TileTables<Bytes> {
+    using Tables = Avx512TileTables<Bytes>;
+    using Tables::kFrames;
+    using Tables::kIsPacked;
+    using Tables::kLaneElements;
+    using Tables::kSlotBytes;
+    using typename Tables::Bytes64;
+    using typename Tables::Permutation;
+
     static constexpr int kBytes = Bytes;
     static constexpr bool kHasMaskedEdge = true; ///< of what is no tile
     static constexpr bool kPrefersTiles = true;  ///< the steps of two streams in stereo.inc
-    static constexpr int kSlotBytes = Bytes % 3 == 0 ? Bytes / 3 * 4 : Bytes;
-    static constexpr bool kIsPacked = kSlotBytes != Bytes;
-    static constexpr unsigned long kLaneElements = 16 / kSlotBytes; ///< elements of a lane
     static constexpr unsigned long kLanesPerHalf = 2;
-    static constexpr unsigned long kFrames = 4 * kLaneElements;
     static constexpr unsigned long kVectorBytes = kFrames * Bytes;
     static constexpr bool kUsesMaskedStores = kIsPacked;
     static constexpr unsigned long kOverrunBytes = kIsPacked ? 16 : 0; ///< bytes that a row or half is written too far
@@ -113,43 +104,44 @@ struct TileAvx512 {
     {
         if constexpr (Layout == MuxLayout::Lanes) {
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack<kUnpackContiguous>(av[i]);
+                av[i] = Unpack<Tables::kUnpackContiguous>(av[i]);
             }
-            UnpackStages<kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack<kPackLanes>(av[i]);
+                av[i] = Pack<Tables::kPackLanes>(av[i]);
             }
         } else if constexpr (Planes == 4 * kLaneElements) {
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack<kUnpackContiguous>(av[i]);
+                av[i] = Unpack<Tables::kUnpackContiguous>(av[i]);
             }
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 TransposeLanes(av + i);
             }
             for (unsigned long i = 0; i < Planes; i += kLaneElements) {
-                UnpackStages<kLaneElements, kLaneElements>(av + i);
+                UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + i);
             }
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack<kPackContiguous>(av[i]);
+                av[i] = Pack<Tables::kPackContiguous>(av[i]);
             }
         } else if constexpr (Planes == 2 * kLaneElements) {
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                const VectorType v = PermuteUnpacked<kWideFirst>(av[i], av[i + kLaneElements]);
-                av[i + kLaneElements] = PermuteUnpacked<kWideSecond>(av[i], av[i + kLaneElements]);
+                const VectorType v = PermuteUnpacked<Tables::kWideFirst>(av[i], av[i + kLaneElements]);
+                av[i + kLaneElements] = PermuteUnpacked<Tables::kWideSecond>(av[i], av[i + kLaneElements]);
                 av[i] = v;
             }
-            UnpackStages<kLaneElements, kLaneElements>(av);
-            UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack < (Layout == MuxLayout::Contiguous) ? kPackContiguous : kPackHalves > (av[i]);
+                av[i] =
+                    Pack < (Layout == MuxLayout::Contiguous) ? Tables::kPackContiguous : Tables::kPackHalves > (av[i]);
             }
         } else {
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = PermuteUnpacked<kNarrowOrder<Planes>>(av[i], av[i]);
+                av[i] = PermuteUnpacked<Tables::template kNarrowOrder<Planes>>(av[i], av[i]);
             }
-            UnpackStages<Planes, Planes>(av);
+            UnpackStages<kSlotBytes, Planes, Planes>(av);
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack<kPackContiguous>(av[i]);
+                av[i] = Pack<Tables::kPackContiguous>(av[i]);
             }
         }
     }
@@ -159,32 +151,33 @@ struct TileAvx512 {
     {
         if constexpr (Layout == MuxLayout::Lanes) {
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack<kUnpackLanes>(av[i]);
+                av[i] = Unpack<Tables::kUnpackLanes>(av[i]);
             }
-            UnpackStages<kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack<kPackContiguous>(av[i]);
+                av[i] = Pack<Tables::kPackContiguous>(av[i]);
             }
         } else if constexpr (Planes == 4 * kLaneElements) {
             Interleave<Planes, Layout>(av); // the same transposition
         } else if constexpr (Planes == 2 * kLaneElements) {
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack < Layout == MuxLayout::Contiguous ? kUnpackContiguous : kUnpackHalves > (av[i]);
+                av[i] = Unpack < Layout == MuxLayout::Contiguous ? Tables::kUnpackContiguous
+                                                                 : Tables::kUnpackHalves > (av[i]);
             }
-            UnpackStages<kLaneElements, kLaneElements>(av);
-            UnpackStages<kLaneElements, kLaneElements>(av + kLaneElements);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                const VectorType v = PermuteToPacked<kWideLeft>(av[i], av[i + kLaneElements]);
-                av[i + kLaneElements] = PermuteToPacked<kWideRight>(av[i], av[i + kLaneElements]);
+                const VectorType v = PermuteToPacked<Tables::kWideLeft>(av[i], av[i + kLaneElements]);
+                av[i + kLaneElements] = PermuteToPacked<Tables::kWideRight>(av[i], av[i + kLaneElements]);
                 av[i] = v;
             }
         } else {
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack<kUnpackContiguous>(av[i]);
+                av[i] = Unpack<Tables::kUnpackContiguous>(av[i]);
             }
-            UnpackStages<Planes, kLaneElements>(av);
+            UnpackStages<kSlotBytes, Planes, kLaneElements>(av);
             for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = PermuteToPacked<kNarrowInverse<Planes>>(av[i], av[i]);
+                av[i] = PermuteToPacked<Tables::template kNarrowInverse<Planes>>(av[i], av[i]);
             }
         }
     }
@@ -201,12 +194,12 @@ struct TileAvx512 {
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 const void* pvPlane = ppvPlanes[i < ulCount ? i : 0];
                 const auto* puc = static_cast<const std::uint8_t*>(pvPlane) + f * Bytes;
-                av[i] = Unpack<kUnpackContiguous>(_mm512_maskz_loadu_epi8(ullRow, puc));
+                av[i] = Unpack<Tables::kUnpackContiguous>(_mm512_maskz_loadu_epi8(ullRow, puc));
             }
-            UnpackStages<kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             std::uint8_t aucLanes[kLaneElements * 64];
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                _mm512_storeu_si512(aucLanes + i * 64, Pack<kPackLanes>(av[i]));
+                _mm512_storeu_si512(aucLanes + i * 64, Pack<Tables::kPackLanes>(av[i]));
             }
             for (unsigned long i = 0; i < ulFrames; ++i) {
                 const auto* pvLane =
@@ -229,14 +222,14 @@ struct TileAvx512 {
             }
             VectorType av[kLaneElements];
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                av[i] = Unpack<kUnpackLanes>(_mm512_loadu_si512(aucLanes + i * 64));
+                av[i] = Unpack<Tables::kUnpackLanes>(_mm512_loadu_si512(aucLanes + i * 64));
             }
-            UnpackStages<kLaneElements, kLaneElements>(av);
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             const __mmask64 ullRow = ByteMask(ulFrames * Bytes);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 if (i < ulCount) {
                     _mm512_mask_storeu_epi8(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Bytes, ullRow,
-                                            Pack<kPackContiguous>(av[i]));
+                                            Pack<Tables::kPackContiguous>(av[i]));
                 }
             }
         }
@@ -246,149 +239,13 @@ private:
     static __mmask64 ByteMask(unsigned long ulBytes) { return ulBytes < 64 ? (1ULL << ulBytes) - 1 : ~0ULL; }
 
     static constexpr __mmask16 kPackedMask = 0x0FFF;
-    using Index = typename SlotIndex<kSlotBytes>::Type;
-
-    /// For each slot of a register the element that goes there; those of a second register follow the first one's.
-    struct Permutation {
-        std::uint8_t aucElement[kFrames];
-    };
-
-    static constexpr unsigned long Lane(unsigned long i) { return i / kLaneElements; }
-
-    /// Of a mux with Planes streams, each row is a line of four lanes.
-    template <unsigned long Planes>
-    static constexpr unsigned long NarrowFrame(unsigned long i)
-    {
-        constexpr unsigned long kOfLane = kLaneElements / Planes;
-        return i % kLaneElements / kOfLane * 4 * kOfLane + Lane(i) * kOfLane + i % kOfLane;
-    }
-
-    /// Of a wide mux, each row is a half of two frames, the second stream's lanes beside the first one's.
-    static constexpr unsigned long WideFrame(unsigned long i) { return i % kLaneElements * 2 + Lane(i) / 2; }
-
-    template <unsigned long Planes>
-    static constexpr Permutation kNarrowOrder = [] {
-        Permutation s{};
-        for (unsigned long i = 0; i < kFrames; ++i) {
-            s.aucElement[i] = static_cast<std::uint8_t>(NarrowFrame<Planes>(i));
-        }
-        return s;
-    }();
-
-    template <unsigned long Planes>
-    static constexpr Permutation kNarrowInverse = [] {
-        Permutation s{};
-        for (unsigned long i = 0; i < kFrames; ++i) {
-            s.aucElement[NarrowFrame<Planes>(i)] = static_cast<std::uint8_t>(i);
-        }
-        return s;
-    }();
-
-    static constexpr Permutation WideOrder(unsigned long ulFirstFrame)
-    {
-        Permutation s{};
-        for (unsigned long i = 0; i < kFrames; ++i) {
-            s.aucElement[i] = static_cast<std::uint8_t>(Lane(i) % 2 * kFrames + ulFirstFrame + WideFrame(i));
-        }
-        return s;
-    }
-
-    static constexpr Permutation WideOrderInverse(unsigned long ulSide)
-    {
-        Permutation s{};
-        for (unsigned long i = 0; i < kFrames; ++i) {
-            if (Lane(i) % 2 == ulSide) {
-                s.aucElement[WideFrame(i)] = static_cast<std::uint8_t>(i);
-                s.aucElement[2 * kLaneElements + WideFrame(i)] = static_cast<std::uint8_t>(kFrames + i);
-            }
-        }
-        return s;
-    }
-
-    static constexpr Permutation kWideFirst = WideOrder(0);
-    static constexpr Permutation kWideSecond = WideOrder(2 * kLaneElements);
-    static constexpr Permutation kWideLeft = WideOrderInverse(0);
-    static constexpr Permutation kWideRight = WideOrderInverse(1);
-
-    /// Bytes of one register or two, in any order.
-    struct alignas(64) Bytes64 {
-        std::uint8_t auc[64];
-    };
-    struct alignas(64) Slots {
-        Index a[64 / kSlotBytes];
-    };
-
-    template <const Permutation& rOrder>
-    static constexpr Slots kSlots = [] {
-        Slots s{};
-        for (unsigned long i = 0; i < kFrames; ++i) {
-            s.a[i] = rOrder.aucElement[i];
-        }
-        return s;
-    }();
-
-    /// Packed elements to slots.
-    template <const Permutation& rOrder>
-    static constexpr Bytes64 kUnpackIndices = [] {
-        Bytes64 s{};
-        for (unsigned long i = 0; i < 64; ++i) {
-            const unsigned long ulElement = rOrder.aucElement[i / kSlotBytes];
-            const unsigned long ulByte = ulElement % kFrames * Bytes + i % kSlotBytes % Bytes;
-            s.auc[i] = static_cast<std::uint8_t>(ulElement / kFrames * 64 + ulByte);
-        }
-        return s;
-    }();
-
-    /// Slots to packed elements.
-    template <const Permutation& rOrder>
-    static constexpr Bytes64 kPackIndices = [] {
-        Bytes64 s{};
-        for (unsigned long i = 0; i < kFrames * Bytes; ++i) {
-            s.auc[i] = static_cast<std::uint8_t>(rOrder.aucElement[i / Bytes] * kSlotBytes + i % Bytes);
-        }
-        return s;
-    }();
-
-    /// Packed elements stand side by side in lines, or only in each half, or only in each lane, at its beginning.
-    static constexpr unsigned long PackedByte(unsigned long ulSlotByte, unsigned long ulPart)
-    {
-        const unsigned long ulByte = ulSlotByte / kSlotBytes * Bytes + ulSlotByte % kSlotBytes % Bytes;
-        const unsigned long ulBytes = ulPart / kSlotBytes * Bytes;
-        return ulByte / ulBytes * ulPart + ulByte % ulBytes;
-    }
-
-    static constexpr Bytes64 MakeUnpackIndices(unsigned long ulPart)
-    {
-        Bytes64 s{};
-        for (unsigned long i = 0; i < 64; ++i) {
-            s.auc[i] = static_cast<std::uint8_t>(PackedByte(i, ulPart));
-        }
-        return s;
-    }
-
-    static constexpr Bytes64 MakePackIndices(unsigned long ulPart)
-    {
-        Bytes64 s{};
-        for (unsigned long i = 0; i < 64; ++i) {
-            if (i % kSlotBytes < Bytes) {
-                s.auc[PackedByte(i, ulPart)] = static_cast<std::uint8_t>(i);
-            }
-        }
-        return s;
-    }
-
-    static constexpr Bytes64 kUnpackContiguous = MakeUnpackIndices(64);
-    static constexpr Bytes64 kUnpackHalves = MakeUnpackIndices(32);
-    static constexpr Bytes64 kUnpackLanes = MakeUnpackIndices(16);
-    static constexpr Bytes64 kPackContiguous = MakePackIndices(64);
-    static constexpr Bytes64 kPackHalves = MakePackIndices(32);
-    static constexpr Bytes64 kPackLanes = MakePackIndices(16);
 
     template <const Permutation& rOrder>
     static VectorType PermuteUnpacked(VectorType vFirst, VectorType vSecond)
     {
         if constexpr (kIsPacked) {
-            return _mm512_permutex2var_epi8(vFirst, _mm512_load_si512(&kUnpackIndices<rOrder>), vSecond);
+            return _mm512_permutex2var_epi8(vFirst, _mm512_load_si512(&Tables::template kUnpackIndices<rOrder>),
+                                            vSecond);
         } else {
             return Permute<rOrder>(vFirst, vSecond);
         }
@@ -398,7 +255,7 @@ private:
     static VectorType PermuteToPacked(VectorType vFirst, VectorType vSecond)
     {
         if constexpr (kIsPacked) {
-            return _mm512_permutex2var_epi8(vFirst, _mm512_load_si512(&kPackIndices<rOrder>), vSecond);
+            return _mm512_permutex2var_epi8(vFirst, _mm512_load_si512(&Tables::template kPackIndices<rOrder>), vSecond);
         } else {
             return Permute<rOrder>(vFirst, vSecond);
         }
@@ -434,28 +291,18 @@ private:
     }
 
     template <const Permutation& rOrder>
-    static constexpr bool kUsesOneSource = [] {
-        for (const std::uint8_t ucElement : rOrder.aucElement) {
-            if (ucElement >= kFrames) {
-                return false;
-            }
-        }
-        return true;
-    }();
-
-    template <const Permutation& rOrder>
     static VectorType Permute(VectorType vFirst, VectorType vSecond)
     {
-        const VectorType vOrder = _mm512_load_si512(&kSlots<rOrder>);
+        const VectorType vOrder = _mm512_load_si512(&Tables::template kSlots<rOrder>);
         if constexpr (kSlotBytes == 2) {
-            return kUsesOneSource<rOrder> ? _mm512_permutexvar_epi16(vOrder, vFirst)
-                                          : _mm512_permutex2var_epi16(vFirst, vOrder, vSecond);
+            return Tables::template kUsesOneSource<rOrder> ? _mm512_permutexvar_epi16(vOrder, vFirst)
+                                                           : _mm512_permutex2var_epi16(vFirst, vOrder, vSecond);
         } else if constexpr (kSlotBytes == 4) {
-            return kUsesOneSource<rOrder> ? _mm512_permutexvar_epi32(vOrder, vFirst)
-                                          : _mm512_permutex2var_epi32(vFirst, vOrder, vSecond);
+            return Tables::template kUsesOneSource<rOrder> ? _mm512_permutexvar_epi32(vOrder, vFirst)
+                                                           : _mm512_permutex2var_epi32(vFirst, vOrder, vSecond);
         } else {
-            return kUsesOneSource<rOrder> ? _mm512_permutexvar_epi64(vOrder, vFirst)
-                                          : _mm512_permutex2var_epi64(vFirst, vOrder, vSecond);
+            return Tables::template kUsesOneSource<rOrder> ? _mm512_permutexvar_epi64(vOrder, vFirst)
+                                                           : _mm512_permutex2var_epi64(vFirst, vOrder, vSecond);
         }
     }
 
@@ -497,46 +344,6 @@ private:
             _mm256_mask_storeu_epi8(puc, 0x00FFFFFF, v);
         } else {
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), v);
-        }
-    }
-
-    /// Deals the slots of the first half of the rows and those of the second half out in turn, in each lane by itself.
-    /// On Count rows of streams, log2(Count) shuffles interleave; on interleaved elements, log2(kLaneElements) more
-    /// come back to the streams.
-    template <unsigned long Count, unsigned long Times>
-    static void UnpackStages(VectorType* av)
-    {
-        for (unsigned long t = 1; t < Times; t *= 2) {
-            VectorType avOld[Count];
-            for (unsigned long i = 0; i < Count; ++i) {
-                avOld[i] = av[i];
-            }
-            for (unsigned long i = 0; i < Count / 2; ++i) {
-                av[2 * i] = UnpackLow(avOld[i], avOld[i + Count / 2]);
-                av[2 * i + 1] = UnpackHigh(avOld[i], avOld[i + Count / 2]);
-            }
-        }
-    }
-
-    static VectorType UnpackLow(VectorType vFirst, VectorType vSecond)
-    {
-        if constexpr (kSlotBytes == 2) {
-            return _mm512_unpacklo_epi16(vFirst, vSecond);
-        } else if constexpr (kSlotBytes == 4) {
-            return _mm512_unpacklo_epi32(vFirst, vSecond);
-        } else {
-            return _mm512_unpacklo_epi64(vFirst, vSecond);
-        }
-    }
-
-    static VectorType UnpackHigh(VectorType vFirst, VectorType vSecond)
-    {
-        if constexpr (kSlotBytes == 2) {
-            return _mm512_unpackhi_epi16(vFirst, vSecond);
-        } else if constexpr (kSlotBytes == 4) {
-            return _mm512_unpackhi_epi32(vFirst, vSecond);
-        } else {
-            return _mm512_unpackhi_epi64(vFirst, vSecond);
         }
     }
 };

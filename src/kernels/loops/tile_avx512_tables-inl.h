@@ -1,0 +1,181 @@
+/// The permutations of the AVX-512 tiles, as tables of element, slot and byte positions.
+#pragma once
+
+#include <cstdint>
+
+namespace zta::loops::ZTA_LOOP_VARIANT {
+namespace {
+
+template <int Bytes>
+struct SlotIndex;
+template <>
+struct SlotIndex<2> {
+    using Type = std::uint16_t;
+};
+template <>
+struct SlotIndex<4> {
+    using Type = std::uint32_t;
+};
+template <>
+struct SlotIndex<8> {
+    using Type = std::uint64_t;
+};
+
+/// Elements of 3 and 6 bytes are unpacked to slots of 4 and 8 bytes between loading and storing.
+template <int Bytes>
+struct Avx512TileTables {
+    static constexpr int kSlotBytes = Bytes % 3 == 0 ? Bytes / 3 * 4 : Bytes;
+    static constexpr bool kIsPacked = kSlotBytes != Bytes;
+    static constexpr unsigned long kLaneElements = 16 / kSlotBytes; ///< elements of a 128-bit lane
+    static constexpr unsigned long kFrames = 4 * kLaneElements;     ///< elements of a vector
+    using Index = typename SlotIndex<kSlotBytes>::Type;
+
+    /// For each slot of a register the element that goes there; those of a second register follow the first one's.
+    struct Permutation {
+        std::uint8_t aucElement[kFrames];
+    };
+
+    static constexpr unsigned long Lane(unsigned long i) { return i / kLaneElements; }
+
+    /// Of a mux with Planes streams, each row is a line of four lanes.
+    template <unsigned long Planes>
+    static constexpr unsigned long NarrowFrame(unsigned long i)
+    {
+        constexpr unsigned long kOfLane = kLaneElements / Planes;
+        return i % kLaneElements / kOfLane * 4 * kOfLane + Lane(i) * kOfLane + i % kOfLane;
+    }
+
+    /// Of a wide mux, each row is a half of two frames, the second stream's lanes beside the first one's.
+    static constexpr unsigned long WideFrame(unsigned long i) { return i % kLaneElements * 2 + Lane(i) / 2; }
+
+    template <unsigned long Planes>
+    static constexpr Permutation kNarrowOrder = [] {
+        Permutation s{};
+        for (unsigned long i = 0; i < kFrames; ++i) {
+            s.aucElement[i] = static_cast<std::uint8_t>(NarrowFrame<Planes>(i));
+        }
+        return s;
+    }();
+
+    template <unsigned long Planes>
+    static constexpr Permutation kNarrowInverse = [] {
+        Permutation s{};
+        for (unsigned long i = 0; i < kFrames; ++i) {
+            s.aucElement[NarrowFrame<Planes>(i)] = static_cast<std::uint8_t>(i);
+        }
+        return s;
+    }();
+
+    static constexpr Permutation WideOrder(unsigned long ulFirstFrame)
+    {
+        Permutation s{};
+        for (unsigned long i = 0; i < kFrames; ++i) {
+            s.aucElement[i] = static_cast<std::uint8_t>(Lane(i) % 2 * kFrames + ulFirstFrame + WideFrame(i));
+        }
+        return s;
+    }
+
+    static constexpr Permutation WideOrderInverse(unsigned long ulSide)
+    {
+        Permutation s{};
+        for (unsigned long i = 0; i < kFrames; ++i) {
+            if (Lane(i) % 2 == ulSide) {
+                s.aucElement[WideFrame(i)] = static_cast<std::uint8_t>(i);
+                s.aucElement[2 * kLaneElements + WideFrame(i)] = static_cast<std::uint8_t>(kFrames + i);
+            }
+        }
+        return s;
+    }
+
+    static constexpr Permutation kWideFirst = WideOrder(0);
+    static constexpr Permutation kWideSecond = WideOrder(2 * kLaneElements);
+    static constexpr Permutation kWideLeft = WideOrderInverse(0);
+    static constexpr Permutation kWideRight = WideOrderInverse(1);
+
+    /// Bytes of one register or two, in any order.
+    struct alignas(64) Bytes64 {
+        std::uint8_t auc[64];
+    };
+    struct alignas(64) Slots {
+        Index a[64 / kSlotBytes];
+    };
+
+    template <const Permutation& rOrder>
+    static constexpr Slots kSlots = [] {
+        Slots s{};
+        for (unsigned long i = 0; i < kFrames; ++i) {
+            s.a[i] = rOrder.aucElement[i];
+        }
+        return s;
+    }();
+
+    /// Packed elements to slots.
+    template <const Permutation& rOrder>
+    static constexpr Bytes64 kUnpackIndices = [] {
+        Bytes64 s{};
+        for (unsigned long i = 0; i < 64; ++i) {
+            const unsigned long ulElement = rOrder.aucElement[i / kSlotBytes];
+            const unsigned long ulByte = ulElement % kFrames * Bytes + i % kSlotBytes % Bytes;
+            s.auc[i] = static_cast<std::uint8_t>(ulElement / kFrames * 64 + ulByte);
+        }
+        return s;
+    }();
+
+    /// Slots to packed elements.
+    template <const Permutation& rOrder>
+    static constexpr Bytes64 kPackIndices = [] {
+        Bytes64 s{};
+        for (unsigned long i = 0; i < kFrames * Bytes; ++i) {
+            s.auc[i] = static_cast<std::uint8_t>(rOrder.aucElement[i / Bytes] * kSlotBytes + i % Bytes);
+        }
+        return s;
+    }();
+
+    /// Packed elements stand side by side in lines, or only in each half, or only in each lane, at its beginning.
+    static constexpr unsigned long PackedByte(unsigned long ulSlotByte, unsigned long ulPart)
+    {
+        const unsigned long ulByte = ulSlotByte / kSlotBytes * Bytes + ulSlotByte % kSlotBytes % Bytes;
+        const unsigned long ulBytes = ulPart / kSlotBytes * Bytes;
+        return ulByte / ulBytes * ulPart + ulByte % ulBytes;
+    }
+
+    static constexpr Bytes64 MakeUnpackIndices(unsigned long ulPart)
+    {
+        Bytes64 s{};
+        for (unsigned long i = 0; i < 64; ++i) {
+            s.auc[i] = static_cast<std::uint8_t>(PackedByte(i, ulPart));
+        }
+        return s;
+    }
+
+    static constexpr Bytes64 MakePackIndices(unsigned long ulPart)
+    {
+        Bytes64 s{};
+        for (unsigned long i = 0; i < 64; ++i) {
+            if (i % kSlotBytes < Bytes) {
+                s.auc[PackedByte(i, ulPart)] = static_cast<std::uint8_t>(i);
+            }
+        }
+        return s;
+    }
+
+    static constexpr Bytes64 kUnpackContiguous = MakeUnpackIndices(64);
+    static constexpr Bytes64 kUnpackHalves = MakeUnpackIndices(32);
+    static constexpr Bytes64 kUnpackLanes = MakeUnpackIndices(16);
+    static constexpr Bytes64 kPackContiguous = MakePackIndices(64);
+    static constexpr Bytes64 kPackHalves = MakePackIndices(32);
+    static constexpr Bytes64 kPackLanes = MakePackIndices(16);
+
+    template <const Permutation& rOrder>
+    static constexpr bool kUsesOneSource = [] {
+        for (const std::uint8_t ucElement : rOrder.aucElement) {
+            if (ucElement >= kFrames) {
+                return false;
+            }
+        }
+        return true;
+    }();
+};
+
+} // namespace
+} // namespace zta::loops::ZTA_LOOP_VARIANT

@@ -1,7 +1,7 @@
-/// The conversions of one sample each: their laws, and the one loop that runs a law over many samples.
+/// The conversions: their ops, and the loop that applies an op to a buffer.
 ///
-/// A law maps words to words (see scalar.inc for how samples stand in them) and is written against an instruction set
-/// T, which is the target's Vector or, for single samples, Scalar.
+/// An op maps 32-bit lanes to 32-bit lanes; simd_scalar-inl.h describes the alignment of samples in them. Its parameter
+/// Simd is the native instruction set of the variant or, for single samples, Scalar.
 #pragma once
 
 #include "kernels/loops/simd_scalar-inl.h"
@@ -11,7 +11,7 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-/// All conversions that only move bytes between left-aligned words.
+/// Conversions between MSB-aligned formats; only the container changes.
 struct Identity {
     template <class Simd>
     static VecU32<Simd> Apply(VecU32<Simd> w)
@@ -20,8 +20,7 @@ struct Identity {
     }
 };
 
-/// Conversions that rearrange the bytes of a word: the result's bytes from the lowest to the highest, each by its place
-/// in the word, or -1 for a zero.
+/// Conversions that rearrange bytes. Positions are the source bytes of the result, the lowest first; -1 is a zero.
 template <int... Positions>
 struct ByteShuffle {
     template <class Simd>
@@ -45,7 +44,7 @@ struct AudioField16 {
     }
 };
 
-/// The same bits at the bottom of the word.
+/// The same bits, LSB-aligned.
 struct AudioField16LsbAligned {
     template <class Simd>
     static VecU32<Simd> Apply(VecU32<Simd> w)
@@ -72,7 +71,7 @@ struct Int16ToFloat {
     }
 };
 
-/// Full scale of a 24-bit sample, 8388607 times 256, becomes 1.
+/// s / (8388607 * 256): full scale of a 24-bit sample gives 1.
 struct Int24ToFloat {
     template <class Simd>
     static VecU32<Simd> Apply(VecU32<Simd> w)
@@ -81,7 +80,7 @@ struct Int24ToFloat {
     }
 };
 
-/// The inverse of Int16ToFloat; what does not fit into 16 bits wraps.
+/// The inverse of Int16ToFloat. Values outside 16 bits wrap.
 struct FloatToInt16 {
     template <class Simd>
     static VecU32<Simd> Apply(VecU32<Simd> w)
@@ -90,7 +89,7 @@ struct FloatToInt16 {
     }
 };
 
-/// Not the inverse of Int24ToFloat: 1.0 is just out of range, and the low byte keeps what the product has.
+/// Not the inverse of Int24ToFloat: 1.0 is just out of range, and the low byte of the product is kept.
 struct FloatToInt32 {
     template <class Simd>
     static VecU32<Simd> Apply(VecU32<Simd> w)
@@ -121,13 +120,13 @@ void ConvertScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsign
     }
 }
 
-/// The samples before the first one that is stored at a multiple of Alignment, a power of two, if there is any.
+/// Returns the samples before the first one at a multiple of Alignment, a power of two, or 0 if there is none.
 template <int Bytes, unsigned long Alignment>
 unsigned long SamplesUntilAligned(const std::uint8_t* puc)
 {
     const unsigned long ulBytes = -reinterpret_cast<std::uintptr_t>(puc) % Alignment;
     if constexpr (Bytes == 3) {
-        constexpr unsigned long kInverse = 43; // 3 * 43 is 1 but for a multiple of 128
+        constexpr unsigned long kInverse = 43; // 3 * 43 is 1 modulo 128
         static_assert(128 % Alignment == 0);
         return ulBytes * kInverse % Alignment;
     } else {
@@ -135,9 +134,8 @@ unsigned long SamplesUntilAligned(const std::uint8_t* puc)
     }
 }
 
-/// True for an output so large that no cache has its first line when its last one comes: stores that go past the caches
-/// spare the reading of each line before it is written. In place the line has been read anyway. Samples have to stand
-/// so that some begin at a line.
+/// Returns true for outputs that exceed the caches. A regular store reads each cache line before it writes it; a
+/// streaming store does not. In place, the line is read in any case. Some sample must begin at a cache line.
 template <int Bytes>
 bool UsesStreamingStores(const std::uint8_t* pucInput, const std::uint8_t* pucOutput, unsigned long ulOutputBytes)
 {
@@ -148,7 +146,7 @@ bool UsesStreamingStores(const std::uint8_t* pucInput, const std::uint8_t* pucOu
            (Bytes == 3 || ulOutput % Bytes == 0);
 }
 
-/// For at least one vector of samples.
+/// Requires at least one vector of samples.
 template <class Simd, int InBytes, int OutBytes, class Op, bool Streamed>
 void ConvertSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
 {
@@ -164,13 +162,13 @@ void ConvertSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned
         Simd::template Store<OutBytes, kTo>(pucOutput + i * OutBytes, v);
     };
 
-    // The vectors at both ends repeat some samples of their neighbours. They are read first and written last, so that a
-    // conversion in place meets each sample as it was.
+    // The first and the last vector overlap their neighbors. They are loaded first and stored last, so that a
+    // conversion in place reads no converted sample.
     const unsigned long ulLast = ulSamples - kLanes;
     const VecU32<Simd> vFirst = ConvertAt(0);
     const VecU32<Simd> vLast = ConvertAt(ulLast);
-    // A store that crosses a cache line costs two. Where samples keep their size, a vector at most stands before the
-    // first that does not.
+    // A store that crosses a cache line costs as much as two. For equal sample sizes, at most one vector precedes the
+    // first aligned store.
     unsigned long i = SamplesUntilAligned<OutBytes, sizeof(VecU32<Simd>)>(pucOutput);
     for (unsigned long j = kLanes; j < i && j < ulLast; j += kLanes) {
         StoreAt(j, ConvertAt(j));
@@ -199,8 +197,7 @@ void Convert(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexc
     const auto* pucInput = static_cast<const std::uint8_t*>(pvInput);
     auto* pucOutput = static_cast<std::uint8_t*>(pvOutput);
     if constexpr (NativeSimd::kLanes > 1) {
-        // Where the output begins behind the input's first byte and within it, a sample may read what an earlier one
-        // wrote.
+        // If the output begins inside the input, after its first byte, samples depend on converted ones.
         const std::uintptr_t ulBehind =
             reinterpret_cast<std::uintptr_t>(pucOutput) - reinterpret_cast<std::uintptr_t>(pucInput);
         const bool bOverlapsForward = ulBehind != 0 && ulBehind < ulSamples * InBytes;

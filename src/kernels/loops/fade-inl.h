@@ -1,6 +1,6 @@
-/// The fades: one law of arithmetic for each kind of word, one walk over the frames, and one over vectors of words.
+/// The fades: an op for each sample format, a scalar loop over frames, and a loop over vectors.
 ///
-/// A law has a form for a single word, which is its meaning, and one for vectors.
+/// An op has an overload for a single word, which defines it, and one for vectors.
 #pragma once
 
 #include "kernels/loops/simd_scalar-inl.h"
@@ -28,9 +28,8 @@ struct Int16 {
     }
 };
 
-/// A 16-bit stereo frame as one word, the left sample in the low half. Bit 31 of the left product falls onto the lowest
-/// bit of the right sample: it is 1 whenever the left product is negative. Hosts compare against these very bits. Gains
-/// are at most 32767.
+/// A 16-bit stereo frame as one word, the left sample in the low half. Required behavior: bit 31 of the left product is
+/// ORed into the lowest bit of the right sample, which is 1 if the left product is negative. Gains are at most 32767.
 struct StereoInt16 {
     using Word = std::uint32_t;
     using Gain = std::uint16_t;
@@ -50,7 +49,7 @@ struct StereoInt16 {
     }
 };
 
-/// A 24-in-32 sample through a 64-bit product. Bit 0 of the result is always 0.
+/// A 24-in-32 sample with a 64-bit product. Bit 0 of the result is always 0.
 struct Int24In32 {
     using Word = std::uint32_t;
     using Gain = std::uint32_t;
@@ -69,8 +68,8 @@ struct Int24In32 {
     }
 };
 
-/// A 24-in-32 sample of a mux buffer, by its 16-bit halves in 32-bit lanes; low bits can differ from Int24In32. The
-/// low byte takes part. Sums wrap.
+/// A 24-in-32 sample of a mux buffer, with separate products of its 16-bit halves; low bits can differ from Int24In32.
+/// The low byte is included. Sums wrap.
 struct MuxInt24In32 {
     using Word = std::uint32_t;
     using Gain = std::uint32_t;
@@ -85,7 +84,7 @@ struct MuxInt24In32 {
     }
 };
 
-/// Frames of `ulWords` words, one gain each, from pGains on in steps of iStep.
+/// Fades frames of ulWords words. The gain of frame n is pGains[n * iStep].
 template <class Op>
 void FadeScalar(std::uint8_t* pucWord, unsigned long ulWords, unsigned long ulFrames, const typename Op::Gain* pGains,
                 std::ptrdiff_t iStep)
@@ -101,8 +100,8 @@ void FadeScalar(std::uint8_t* pucWord, unsigned long ulWords, unsigned long ulFr
     }
 }
 
-/// Returns the frames that it has done: all, or all but less than a vector of them, or none where a vector is not of
-/// whole frames with neighbouring gains.
+/// Returns the number of processed frames: all; all but less than a vector; or none if a vector does not hold whole
+/// frames with adjacent gains.
 template <class Simd, class Op>
 unsigned long FadeSimd(std::uint8_t* pucBuffer, unsigned long ulWords, unsigned long ulFrames,
                        const typename Op::Gain* pGains, std::ptrdiff_t iStep)
@@ -111,11 +110,11 @@ unsigned long FadeSimd(std::uint8_t* pucBuffer, unsigned long ulWords, unsigned 
     if ((iStep != 1 && iStep != -1) || ulWords == 0 || ulWords > kWords || (ulWords & (ulWords - 1)) != 0) {
         return 0;
     }
-    // All are powers of two: a fade is too short to divide.
+    // All are powers of two. A division would cost too much for a short fade.
     const unsigned long ulFramesOfVector = kWords >> __builtin_ctzl(ulWords);
     const typename Simd::template GainLoader<typename Op::Gain> oLoader(ulWords * sizeof(typename Op::Word), iStep < 0);
     unsigned long ulFrame = 0;
-    // The lowest in memory of the gains of a vector's frames.
+    // The first address of the gains of a vector.
     const auto GetFirstGain = [=](unsigned long i) {
         return iStep > 0 ? pGains + i : pGains - (i + ulFramesOfVector - 1);
     };

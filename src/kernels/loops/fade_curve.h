@@ -7,10 +7,10 @@
 /// The length of a fade, in sample frames.
 inline constexpr unsigned long kFadeFrames = 200;
 
-/// The gains of a fade-in, first frame first; a fade-out takes them from the last one backwards.
+/// The fade curve: the gains of a fade-in in frame order. A fade-out uses them in reverse order.
 ///
-/// With t = (i + 1) / 200 gain i is 1 - (1 - t)^2, so the first is above zero and the last is the full scale. Entries
-/// are rounded to the nearest integer; the law has no ties.
+/// With t = (i + 1) / 200, gain i is 1 - (1 - t)^2: the first gain is above zero and the last one is full scale. Gains
+/// are rounded to the nearest integer; no gain lies halfway between two integers.
 template <class Entry>
 constexpr std::array<Entry, kFadeFrames> MakeFadeCurve(std::uint64_t ulFullScale)
 {

@@ -1,4 +1,4 @@
-/// The ramp of gains over an interleaved stream. The law of one sample is Scalar's Scale and Limit.
+/// The gain ramp over interleaved samples. Scalar::ApplyGain and Scalar::Clamp define the result of one sample.
 #pragma once
 
 #include "kernels/loops/loops.h"
@@ -39,14 +39,14 @@ const std::int32_t* IncrementsOf(const SZtaGainRamp& rsRamp, unsigned long ulGro
     return GainsOf(rsRamp, ulGroup) + kGroupLanes;
 }
 
-/// The gains of a group in the given pass through the groups.
+/// Returns the gains of a group in cycle ulPass through the groups.
 LaneGroup GainsAt(const SZtaGainRamp& rsRamp, unsigned long ulGroup, unsigned long ulPass)
 {
     return LoadGroup(GainsOf(rsRamp, ulGroup)) +
            LoadGroup(IncrementsOf(rsRamp, ulGroup)) * static_cast<std::uint32_t>(ulPass);
 }
 
-/// The samples from ulFirst on.
+/// Processes the samples from ulFirst.
 void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulFirst,
                      unsigned long ulSamples, const SZtaGainRamp& rsRamp)
 {
@@ -57,7 +57,7 @@ void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsi
     std::uint32_t aulGains[kMaxGroups * kGroupLanes];
     std::uint32_t aulIncrements[kMaxGroups * kGroupLanes];
     for (unsigned long j = 0; j < ulLanes; ++j) {
-        // The pass that the lane's next sample is in.
+        // The cycle of the lane's next sample.
         const unsigned long ulPass = (ulFirst + ulLanes - 1 - j) / ulLanes;
         aulGains[j] = GainsAt(rsRamp, j / kGroupLanes, ulPass)[j % kGroupLanes];
         aulIncrements[j] = static_cast<std::uint32_t>(IncrementsOf(rsRamp, j / kGroupLanes)[j % kGroupLanes]);
@@ -73,11 +73,11 @@ void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsi
     }
 }
 
-/// False only where no sample can exceed its limits: up to a gain of 1 a product needs no more bits than a sample.
+/// Returns false only if no sample can clip: up to a gain of 1, a product needs no more bits than a sample.
 [[maybe_unused]] bool CanClip(const SZtaGainRamp& rsRamp, unsigned long ulSamples)
 {
     constexpr std::uint32_t kUnity = 4096;
-    // A gain that moves at all is out of these bounds after so many passes.
+    // Any increment but 0 leaves these bounds after kUnity + 1 cycles.
     const unsigned long ulLastPass = (ulSamples - 1) / (rsRamp.ulGroups * kGroupLanes);
     const std::uint32_t ulMoves = ulLastPass > kUnity ? kUnity + 1 : static_cast<std::uint32_t>(ulLastPass);
     auto vExceed = reinterpret_cast<LaneGroup>((LoadSigned(rsRamp.plClampMax) < 0x7FFFFF) |
@@ -85,16 +85,16 @@ void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsi
     for (unsigned long i = 0; i < rsRamp.ulGroups; ++i) {
         const auto vFirst = LoadGroup(GainsOf(rsRamp, i)) & 0xFFFF;
         const auto vStep = reinterpret_cast<LaneGroup>((LoadSigned(IncrementsOf(rsRamp, i)) << 16) >> 16);
-        const auto vLast = vFirst + vStep * ulMoves; // what is below 0 counts as large
+        const auto vLast = vFirst + vStep * ulMoves; // negative values are large as unsigned ones
         vExceed |= reinterpret_cast<LaneGroup>((vFirst > kUnity) | (vLast > kUnity));
     }
     return (vExceed[0] | vExceed[1] | vExceed[2] | vExceed[3]) != 0;
 }
 
-/// Returns the first sample that it leaves over, of less than a vector.
+/// Returns the first sample of the remainder, which is less than a vector.
 ///
-/// A step takes several vectors, each with gains of its own: one sum a vector would be a chain that all wait for. It is
-/// as many passes through the groups as it holds.
+/// A step processes several vectors with separate gain vectors. A single gain vector would make each vector wait for
+/// the addition before it. A step holds whole cycles through the groups.
 template <class Simd, unsigned long Groups, bool Clamped>
 unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
                             const SZtaGainRamp& rsRamp)

@@ -1,10 +1,14 @@
-/// The moves of elements between separate streams and the mux, which holds one element of each stream in turn: an
-/// element is a mono sample or a stereo frame of Bytes bytes, and is never looked at.
+/// Copies elements between planes and the mux. An element is a mono sample or a stereo frame of Bytes bytes.
 ///
-/// Vectors move tiles: some streams for as many frames as a register holds elements. A stream is read or written by
-/// whole registers, each of its cache lines once: streams that lie at the same place of their pages, as page-aligned
-/// hosts have them, drive each other's lines out of the first-level cache, and a line that is done when it goes costs
-/// nothing more. The mux is read and written by whole lines, or by pieces of frames if it has more streams than a tile.
+/// Vectors process tiles: some planes for as many frames as a vector has elements. A tile is transposed in registers:
+///
+///   plane 0  a0 a1 a2 a3            frame 0  a0 b0 c0 d0
+///   plane 1  b0 b1 b2 b3    <->     frame 1  a1 b1 c1 d1
+///   plane 2  c0 c1 c2 c3            frame 2  a2 b2 c2 d2
+///   plane 3  d0 d1 d2 d3            frame 3  a3 b3 c3 d3
+///
+/// Planes are accessed by whole vectors, so that each cache line is loaded once. This matters if planes have the same
+/// offset within their pages: their lines then share a cache set and evict each other.
 #pragma once
 
 #include "kernels/loops/tile-inl.h"
@@ -20,7 +24,7 @@ struct MuxView {
     unsigned long ulPlanes;
 };
 
-/// The bytes from one row of a tile to the next in the mux.
+/// The bytes between consecutive vectors of a tile in the mux.
 template <class Tile, MuxLayout Layout>
 unsigned long VectorStride(unsigned long ulFrameBytes)
 {
@@ -29,8 +33,8 @@ unsigned long VectorStride(unsigned long ulFrameBytes)
                                               : ulFrameBytes;
 }
 
-/// The streams from ulPlane on in the frames from ulFrom up to ulTo, which are whole tiles. Exact writes nothing
-/// behind the elements; otherwise what follows the streams in their frames may be spoilt and has to be moved later.
+/// Interleaves the planes from ulPlane in the frames from ulFrom to ulTo, which are whole tiles. With Exact, no byte
+/// after the elements is written; otherwise the following planes must be processed later.
 template <class Tile, unsigned long Planes, MuxLayout Layout, bool Exact>
 void InterleaveTiles(const void* const* __restrict ppvPlanes, MuxView<std::uint8_t> sMux, unsigned long ulPlane,
                      unsigned long ulFrom, unsigned long ulTo)
@@ -40,7 +44,7 @@ void InterleaveTiles(const void* const* __restrict ppvPlanes, MuxView<std::uint8
     ppvPlanes += ulPlane;
     const void* apvPlanes[Planes];
     if constexpr (Tile::kUsesMaskedStores) {
-        // Reading the array again would wait for the masked stores before.
+        // Masked stores delay later loads from the array.
         for (unsigned long i = 0; i < Planes; ++i) {
             apvPlanes[i] = ppvPlanes[i];
         }
@@ -77,7 +81,7 @@ void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict
     ppvPlanes += ulPlane;
     void* apvPlanes[Planes];
     if constexpr (Tile::kUsesMaskedStores) {
-        // Reading the array again would wait for the masked stores before.
+        // Masked stores delay later loads from the array.
         for (unsigned long i = 0; i < Planes; ++i) {
             apvPlanes[i] = ppvPlanes[i];
         }
@@ -103,13 +107,13 @@ void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict
     }
 }
 
-/// Single elements, by Copy(element in the mux, stream, bytes into it): the streams from ulPlane on in the frames from
-/// ulFrom up to ulTo.
+/// Copies single elements by Copy(element in the mux, plane, byte offset in the plane): the planes from ulPlane in the
+/// frames from ulFrom to ulTo.
 template <int Bytes, class Byte, class Plane, class CopyElement>
 void CopyElements(Plane* const* ppvPlanes, MuxView<Byte> sMux, unsigned long ulPlane, unsigned long ulFrom,
                   unsigned long ulTo, CopyElement Copy)
 {
-    constexpr unsigned long kFewFrames = 4; // not worth a loop for each stream
+    constexpr unsigned long kFewFrames = 4; // too few for a loop over the frames of each plane
     const unsigned long ulPlanes = sMux.ulPlanes;
     Byte* puc = sMux.puc + (ulFrom * ulPlanes + ulPlane) * Bytes;
     if (ulTo - ulFrom <= kFewFrames) {
@@ -128,10 +132,10 @@ void CopyElements(Plane* const* ppvPlanes, MuxView<Byte> sMux, unsigned long ulP
     }
 }
 
-/// One direction: what walks over all elements calls it for parts of them.
+/// The interleaving direction, for the traversal below.
 template <int Bytes>
 struct InterleaveJob {
-    /// Of one tile. Lines that are only read may go at once, wherever they lie.
+    /// Cache lines that are only read may be evicted after one access.
     static constexpr unsigned long kMaxTilePlanes = 16;
 
     const void* const* ppvPlanes;
@@ -140,7 +144,7 @@ struct InterleaveJob {
     template <class Tile, unsigned long Planes, MuxLayout Layout>
     void ProcessTiles(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
-        // What stands behind all streams but the last ones in their frames comes later.
+        // The planes after the tile are processed later.
         const bool bExact = (sMux.ulPlanes - ulPlane - Planes) * Bytes < Tile::kOverrunBytes;
         bExact ? InterleaveTiles<Tile, Planes, Layout, true>(ppvPlanes, sMux, ulPlane, ulFrom, ulTo)
                : InterleaveTiles<Tile, Planes, Layout, false>(ppvPlanes, sMux, ulPlane, ulFrom, ulTo);
@@ -167,8 +171,8 @@ struct InterleaveJob {
 
 template <int Bytes>
 struct DeinterleaveJob {
-    /// Of one tile. The lines that it writes have to stay in the first-level cache until they are full: if they lie at
-    /// the same place of their pages they are in one set of it, which has 8 to 12 ways.
+    /// Cache lines that a tile writes must stay in the first-level cache until they are full. In the worst case all of
+    /// them share one cache set, which has 8 to 12 ways.
     static constexpr unsigned long kMaxTilePlanes = 8;
 
     MuxView<const std::uint8_t> sMux;
@@ -199,19 +203,19 @@ struct DeinterleaveJob {
     }
 };
 
-constexpr unsigned long kChunkBytes = 512; ///< of a stream
+constexpr unsigned long kChunkBytes = 512; ///< of a plane
 
 constexpr unsigned long Min(unsigned long ulFirst, unsigned long ulSecond)
 {
     return ulFirst < ulSecond ? ulFirst : ulSecond;
 }
 
-/// The streams that are in no tile, or the frames.
+/// Processes the planes or frames that are in no tile.
 template <class Tile, class Job>
 void ProcessRemainder(const Job& rJob, unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo)
 {
     if constexpr (Tile::kHasMaskedEdge) {
-        constexpr unsigned long kFewFrames = 4; // not worth the masks
+        constexpr unsigned long kFewFrames = 4; // faster without masks
         if (ulTo - ulFrom > kFewFrames && rJob.sMux.ulPlanes - ulPlane > 1) {
             rJob.template ProcessEdge<Tile>(ulPlane, ulFrom, ulTo);
             return;
@@ -220,10 +224,10 @@ void ProcessRemainder(const Job& rJob, unsigned long ulPlane, unsigned long ulFr
     rJob.ProcessScalar(ulPlane, ulFrom, ulTo);
 }
 
-/// The frames from ulFrom on by tiles as far as these go; returns the first frame that is left. Of a mux that has more
-/// streams than a tile all are done for some frames before the next frames come: so few frames that the lines of the
-/// mux that the tiles share stay in the first-level cache meanwhile, and so many that the lines of the streams are
-/// spread over it.
+/// Processes the frames from ulFrom in tiles and returns the first frame of the remainder. If the mux has more planes
+/// than a tile, the frames are divided into chunks, and all planes of a chunk are processed before the next chunk. A
+/// chunk is small enough for the mux lines that its tiles share to stay in the first-level cache, and large enough to
+/// spread the lines of the planes over the cache sets.
 template <class Tile, int Bytes, class Job>
 unsigned long ProcessFullTiles(const Job& rJob, unsigned long ulFrom, unsigned long ulFrames)
 {

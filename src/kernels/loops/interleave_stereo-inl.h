@@ -1,4 +1,8 @@
-/// The interleaving of two buffers into one, and its reverse.
+/// Interleaves two mono buffers into a stereo buffer, and deinterleaves.
+///
+/// A stereo buffer is a mux of two planes. The tiles of AVX-512 are used for it from kMinTiledFrames frames on. With
+/// AVX2, the steps below take 0.5 to 0.9 times as long as its tiles of two planes for up to 64 frames, and 0.8 to 1.1
+/// times for 1000 frames; they also accept null buffers.
 #pragma once
 
 #include "kernels/loops/interleave-inl.h"
@@ -9,7 +13,7 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-/// One side of a pair of buffers. A missing one is a block that every step reads, or writes, again.
+/// One channel. A null channel is a dummy block that every step accesses again.
 template <class Byte>
 struct StereoChannel {
     Byte* pucFirst;
@@ -27,7 +31,7 @@ StereoChannel<Byte> ChannelOrDummy(Pointer pvChannel, unsigned long ulSampleByte
     return {static_cast<Byte*>(pvChannel), ulSampleBytes};
 }
 
-/// A stereo buffer is a mux of two streams, and many frames go by the tiles of wide rows faster than by pairs.
+/// For fewer frames the steps are faster than tiles.
 constexpr unsigned long kMinTiledFrames = 128;
 
 template <class Tile>
@@ -41,8 +45,8 @@ unsigned long ProcessTiledFrames(const Job& rJob, unsigned long ulFrames, TileLi
     return ProcessFullTiles<Widest, Bytes>(rJob, 0, ulFrames - NativeSimd::kStereoStepFrames<Bytes>);
 }
 
-/// These return the first frame that is left; they leave enough for a step of pairs. They are no part of their
-/// callers, so that few frames need not save registers for them.
+/// These return the first frame of the remainder, which is at least one step. They are not inlined, so that calls with
+/// few frames save no registers for them.
 template <int Bytes>
 [[gnu::noinline]] unsigned long InterleaveTiledStereo(const void* pvLeft, const void* pvRight, void* pvStereo,
                                                       unsigned long ulFrames)

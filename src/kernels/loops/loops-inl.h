@@ -1,11 +1,11 @@
-/// All loops of one target, and their table.
+/// All loops of one variant, and their dispatch table.
 ///
-/// To add a loop: a row in its list in loops.h and, if it is of a new kind, its law or move in the file of its family
-/// here. To add a target: a row in ZTA_LOOP_VARIANT_LIST, a file target_<name>.cpp as short as the others with
-/// its options in CMakeLists.txt, and a file with its vector. Tests and benchmarks find both by the lists.
+/// To add a loop, add an entry to its list in loops.h and, if necessary, an op to the file of its family. To add a
+/// variant, add an entry to ZTA_LOOP_VARIANT_LIST, a source file variant_<name>.cpp, its options in CMakeLists.txt, and
+/// a header simd_<name>-inl.h. Tests and benchmarks find both by the lists.
 ///
-/// Nothing that is compiled here may be shared between objects: the linker keeps one copy of an inline function of a
-/// standard header, and that copy may use instructions that the processor does not have.
+/// No symbol may be shared between the objects of two variants: the linker keeps one copy of an inline function of a
+/// standard header, and that copy may use instructions that the processor does not support.
 #include "kernels/loops/convert-inl.h"
 #include "kernels/loops/fade-inl.h"
 #include "kernels/loops/gain_ramp-inl.h"

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Points to constant tables only, so that nobody waits for anybody.
+// Points to constant tables only, so relaxed ordering is sufficient.
 constinit std::atomic<const SZtaSampleLoops*> g_psActive{nullptr};
 
 std::uint64_t DetectCpuFeatures() noexcept
@@ -42,7 +42,7 @@ const SZtaSampleLoops& ZtaActiveLoops() noexcept
 {
     const SZtaSampleLoops* psLoops = g_psActive.load(std::memory_order_relaxed);
     if (psLoops == nullptr) {
-        // A selection that comes in between stays.
+        // A concurrent selection is kept.
         const SZtaSampleLoops* psPreferred = &ZtaBestLoops(DetectCpuFeatures());
         if (g_psActive.compare_exchange_strong(psLoops, psPreferred, std::memory_order_relaxed)) {
             psLoops = psPreferred;

@@ -1,4 +1,4 @@
-/// Eight samples at a time, by AVX2 and FMA. The operations mean what those of Scalar mean.
+/// Eight samples at a time with AVX2 and FMA. The operations are those of Scalar.
 #pragma once
 
 #include "kernels/loops/simd_scalar-inl.h"
@@ -28,8 +28,8 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         } else if constexpr (Bytes == 2) {
             return reinterpret_cast<VecU32>(_mm256_cvtepu16_epi32(Load128(puc))) << 16;
         } else if constexpr (Bytes == 3) {
-            // Four samples, 12 bytes, for each half: the lower half's are its first 12, the upper half's its last 12,
-            // so that exactly 24 bytes are read.
+            // Each 128-bit lane receives four samples, 12 bytes: the first 12 bytes of the low lane, the last 12 bytes
+            // of the high lane. So exactly 24 bytes are read.
             const __m256i vBytes = _mm256_set_m128i(Load128(puc + 8), Load128(puc));
             return reinterpret_cast<VecU32>(_mm256_shuffle_epi8(
                 vBytes, _mm256_setr_epi8(-1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, //
@@ -39,7 +39,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         }
     }
 
-    /// Consecutive vectors.
+    /// Loads consecutive vectors.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, unsigned long Count>
     static void LoadBlock(const std::uint8_t* puc, VecU32 (&rav)[Count])
     {
@@ -62,7 +62,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         }
     }
 
-    /// Consecutive vectors, with stores of full width where single vectors do not fill them.
+    /// Stores consecutive vectors with full-width stores.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false, unsigned long Count>
     static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[Count])
     {
@@ -73,7 +73,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
                 Store256(puc + i * 16, NarrowTo16<Alignment>(rav[i], rav[i + 1]));
             }
         } else if constexpr (Bytes == 3) {
-            // The eight bytes too many that a full store writes are those of the next vector, which comes after.
+            // A full-width store overruns by eight bytes, which the store of the next vector overwrites.
             for (unsigned long i = 0; i + 1 < Count; ++i) {
                 Store256(puc + i * 24, Pack24(rav[i]));
             }
@@ -90,10 +90,10 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
     static VecF32 ConvertToFloat(VecU32 v) { return _mm256_cvtepi32_ps(reinterpret_cast<__m256i>(v)); }
     static VecU32 TruncateToInt(VecF32 vValues) { return reinterpret_cast<VecU32>(_mm256_cvttps_epi32(vValues)); }
 
-    /// The quotient is the product with the reciprocal, a geometric series. Its first two terms make one float. The
-    /// third is a power of two and a matter of the exponent, to which an integer subtraction sees that leaves zero as
-    /// it is; multipliers have enough to do. The error before the last rounding is less than half of the least distance
-    /// that a quotient of two floats has from where the rounding turns, so it is the division's to the last bit.
+    /// Multiplies by the reciprocal, a geometric series. Its first two terms are one float. The third is a power of
+    /// two: a saturating integer subtraction from the exponent computes that product and leaves zero unchanged. The
+    /// error before the last rounding is less than half of the minimum distance between a quotient of two floats and a
+    /// rounding boundary, so the result is bit-exact.
     template <int Power, int Less>
     static VecF32 DivideByFullScale(VecF32 vValues)
     {
@@ -105,7 +105,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
     template <int Power, int Less>
     static constexpr auto kReciprocal = static_cast<float>((1.0 + 1.0 / (std::int64_t{1} << (Power - Less))) /
                                                            (std::int64_t{1} << Power));
-    /// How many times it halves, in the place of an exponent.
+    /// The number of halvings, at the position of a float exponent.
     template <int Power, int Less>
     static constexpr int kCorrectionExponent = (3 * Power - 2 * Less) << 23;
 
@@ -114,8 +114,8 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         return reinterpret_cast<VecU32>(_mm256_srai_epi32(reinterpret_cast<__m256i>(v), iBits));
     }
 
-    /// The gains of some frames, each repeated for ulBytes bytes, a power of two, in the order of memory or the
-    /// reverse.
+    /// Loads gains of consecutive frames and repeats each for the ulBytes bytes of its frame, a power of two. bReverse
+    /// reverses the order of memory.
     template <class Gain>
     class GainLoader {
         using IndexVector = std::conditional_t<sizeof(Gain) == 2, VecU16, VecU32>;
@@ -135,7 +135,8 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
             vPositions >>= iDoublings;
             m_vIndices = bReverse ? static_cast<Gain>(m_ulGains - 1) - vPositions : vPositions;
             if constexpr (sizeof(Gain) == 2) {
-                m_vIndices = (m_vIndices & 7) * 0x0202 + 0x0100; // of both bytes, in the half that holds the gain
+                m_vIndices =
+                    (m_vIndices & 7) * 0x0202 + 0x0100; // both bytes of a gain, in the 128-bit lane that holds it
             }
         }
 
@@ -152,7 +153,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         }
 
     private:
-        /// In each half the gains of its words; eight gains and less in both.
+        /// Loads each 128-bit lane with its gains; up to eight gains are loaded into both lanes.
         __m256i LoadHalves(const Gain* pGains) const
         {
             if (m_ulGains == 16) {
@@ -162,7 +163,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
             return _mm256_broadcastsi128_si256(LoadUpTo8Gains(pGains));
         }
 
-        /// With no byte more than theirs.
+        /// Reads no byte after the gains.
         __m128i LoadUpTo8Gains(const Gain* pGains) const
         {
             switch (m_ulGains) {
@@ -180,13 +181,13 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         unsigned long m_ulGains;
         bool m_bReverse;
         IndexVector m_vIndices;
-        VecU32 m_vGains = {}; ///< all ones for each that is read
+        VecU32 m_vGains = {}; ///< all ones for each gain that is read
     };
 
     template <int Bytes>
     static constexpr unsigned long kStereoStepFrames = Bytes == 2 ? 16 : 8;
 
-    /// The frames of one step of the stereo loops, in registers between loading and storing.
+    /// The frames of one step of the stereo loops, between loading and storing.
     struct StereoStep {
         VecU32 vFirst; ///< the first half of the frames, or the left channel
         VecU32 vSecond;
@@ -230,7 +231,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
     static StereoStep LoadDeinterleaved(const std::uint8_t* pucStereo)
     {
         if constexpr (Bytes == 2) {
-            const VecU32 vFirst = Load<4>(pucStereo); // of whole frames
+            const VecU32 vFirst = Load<4>(pucStereo); // whole frames
             const VecU32 vSecond = Load<4>(pucStereo + 32);
             return {reinterpret_cast<VecU32>(NarrowTo16<BitAlignment::LsbAligned>(vFirst, vSecond)),
                     reinterpret_cast<VecU32>(NarrowTo16<BitAlignment::MsbAligned>(vFirst, vSecond))};
@@ -252,7 +253,7 @@ private:
     static void Store128(std::uint8_t* puc, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(puc), v); }
     static void Store256(std::uint8_t* puc, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), v); }
 
-    /// The halves with the samples, those of the first vector first.
+    /// Returns the 16-bit halves that hold the samples, those of the first vector first.
     template <BitAlignment Alignment>
     static __m256i NarrowTo16(VecU32 vFirst, VecU32 vSecond)
     {
@@ -263,13 +264,13 @@ private:
         return _mm256_permute4x64_epi64(vHalves, 0b11011000);
     }
 
-    /// Pairs of words, in order again after an operation on the halves of two vectors.
+    /// Restores the order of 64-bit elements after an operation on the 128-bit lanes of two vectors.
     static VecU32 RestoreLaneOrder(__m256 vPairs)
     {
         return reinterpret_cast<VecU32>(_mm256_permute4x64_epi64(reinterpret_cast<__m256i>(vPairs), 0b11011000));
     }
 
-    /// The upper three bytes of the words as 24 bytes in a row.
+    /// Packs the upper three bytes of the 32-bit lanes.
     static __m256i Pack24(VecU32 v)
     {
         const __m256i vHalves = _mm256_shuffle_epi8(

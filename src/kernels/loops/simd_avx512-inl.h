@@ -1,5 +1,4 @@
-/// Sixteen samples at a time, by the foundation of AVX-512 with its byte, quadword and vector length instructions. The
-/// operations mean what those of Scalar mean.
+/// Sixteen samples at a time with AVX-512 F, BW, DQ, VL and VBMI. The operations are those of Scalar.
 #pragma once
 
 #include "kernels/loops/simd_avx2-inl.h"
@@ -36,7 +35,7 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
         }
     }
 
-    /// Four vectors in a row, with loads of full width where it pays.
+    /// Loads four consecutive vectors, with full-width loads if they are faster.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static void LoadBlock(const std::uint8_t* puc, VecU32 (&rav)[4])
     {
@@ -47,7 +46,8 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
                 rav[i + 1] = UpperHalves<16>(vSamples);
             }
         } else if constexpr (Bytes == 3) {
-            // Each vector's samples stand in a line from some byte on, or in two and go round the end of the first.
+            // The 48 bytes of a vector begin at byte 0, 48, 32 or 16 of a cache line; the middle two continue in the
+            // next.
             const __m512i vFirst = _mm512_loadu_si512(puc);
             const __m512i vSecond = _mm512_loadu_si512(puc + 64);
             const __m512i vThird = _mm512_loadu_si512(puc + 128);
@@ -76,13 +76,14 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
         }
     }
 
-    /// Stores that go past the caches to memory do so by whole lines.
+    /// Streaming stores write whole cache lines.
     static constexpr bool kHasStreamingStores = true;
 
-    /// After the last of them, so that stores keep their order for others.
+    /// Orders streaming stores before later stores.
     static void FenceStreamingStores() { _mm_sfence(); }
 
-    /// Four vectors in a row, with stores of full width; Streamed ones need an address at the beginning of a line.
+    /// Stores four consecutive vectors with full-width stores. Streaming stores need an address aligned to a cache
+    /// line.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false>
     static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[4])
     {
@@ -102,7 +103,7 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
         }
     }
 
-    /// Less bytes than a vector, and no others are touched.
+    /// Masked loads and stores of less than a vector access no other bytes.
     static constexpr bool kHasMaskedAccess = true;
 
     static VecU32 LoadPartial(const std::uint8_t* puc, unsigned long ulBytes)
@@ -120,7 +121,7 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
     static VecF32 ConvertToFloat(VecU32 v) { return _mm512_cvtepi32_ps(reinterpret_cast<__m512i>(v)); }
     static VecU32 TruncateToInt(VecF32 vValues) { return reinterpret_cast<VecU32>(_mm512_cvttps_epi32(vValues)); }
 
-    /// As Avx2 does.
+    /// As in Avx2.
     template <int Power, int Less>
     static VecF32 DivideByFullScale(VecF32 vValues)
     {
@@ -135,8 +136,8 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
         return reinterpret_cast<VecU32>(_mm512_srai_epi32(reinterpret_cast<__m512i>(v), iBits));
     }
 
-    /// The gains of some frames, each repeated for ulBytes bytes, a power of two, in the order of memory or the
-    /// reverse.
+    /// Loads gains of consecutive frames and repeats each for the ulBytes bytes of its frame, a power of two. bReverse
+    /// reverses the order of memory.
     template <class Gain>
     class GainLoader {
         using IndexVector = std::conditional_t<sizeof(Gain) == 2, VecU16, VecU32>;
@@ -156,7 +157,7 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
 
         VecU32 Load(const Gain* pGains) const { return Load(pGains, m_ulGains); }
 
-        /// For the first frames of those that Load loads for. Reads no gain of the others.
+        /// Loads the gains of the first ulFrames frames only.
         VecU32 LoadPartialGains(const Gain* pGains, unsigned long ulFrames) const
         {
             return Load(pGains, m_bReverse ? m_ulGains & m_ulGains << (m_ulLast + 1 - ulFrames)
@@ -176,8 +177,8 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
             }
         }
 
-        unsigned long m_ulLast;  ///< the last gain's place
-        std::uint64_t m_ulGains; ///< a bit for each
+        unsigned long m_ulLast;  ///< index of the last gain
+        std::uint64_t m_ulGains; ///< one bit for each gain
         bool m_bReverse;
         IndexVector m_vIndices;
     };
@@ -204,10 +205,10 @@ private:
         Streamed ? _mm512_stream_si512(reinterpret_cast<__m512i*>(puc), vLine) : _mm512_storeu_si512(puc, vLine);
     }
 
-    static constexpr __mmask16 kPacked24Mask = 0x0FFF; ///< the 48 bytes of sixteen packed samples
+    static constexpr __mmask16 kPacked24Mask = 0x0FFF; ///< the 48 bytes of sixteen packed samples, by 4 bytes
 
-    /// The halves with the samples, those of the first vector first. Upper halves are mostly those of words that come
-    /// straight from memory: permutations of one vector take them there, and a choice between two results is cheap.
+    /// Returns the 16-bit halves that hold the samples, those of the first vector first. For upper halves, two
+    /// permutations with a memory operand and a blend are faster than a permutation of two vectors.
     template <BitAlignment Alignment>
     static __m512i NarrowTo16(VecU32 vFirst, VecU32 vSecond)
     {
@@ -226,7 +227,7 @@ private:
         }
     }
 
-    /// Sixteen of the 16-bit samples, each in the upper half of its word.
+    /// Unpacks sixteen 16-bit samples to the upper halves of 32-bit lanes.
     template <std::uint16_t First>
     static VecU32 UpperHalves(__m512i vSamples)
     {
@@ -237,7 +238,7 @@ private:
             _mm512_maskz_permutexvar_epi16(0xAAAAAAAA, reinterpret_cast<__m512i>(kPositions), vSamples));
     }
 
-    /// For each byte of a register the one that goes there.
+    /// The source position of each byte of a vector.
     struct alignas(64) IndexVector {
         std::uint8_t auc[64];
 
@@ -249,8 +250,8 @@ private:
         }
     };
 
-    /// Sixteen packed samples, from the given byte of the register on and around its end, in the upper three bytes of
-    /// their words.
+    /// Unpacks sixteen packed samples, which begin at byte First of the vector and wrap around its end, to the upper
+    /// three bytes of 32-bit lanes.
     template <int First>
     static VecU32 Unpack24(__m512i vPacked)
     {
@@ -259,7 +260,7 @@ private:
             _mm512_maskz_permutexvar_epi8(0xEEEEEEEEEEEEEEEE, _mm512_load_si512(kPositions.auc), vPacked));
     }
 
-    /// The inverse; of the 16 bytes that are left nothing is said.
+    /// The inverse. The other 16 bytes are undefined.
     template <int First>
     static __m512i Pack24(VecU32 v)
     {

@@ -1,10 +1,10 @@
-/// One sample at a time: what a loop needs of an instruction set, in its plainest form.
+/// The scalar reference: one sample at a time. It defines the operations that loops use of an instruction set.
 ///
-/// Words are the lanes that laws work on. A sample of 2 or 3 bytes stands at the top of its word, as a 24-in-32 sample
-/// does, with zeros below; a sample of 4 bytes is the word. For some laws a sample of 2 bytes stands at the bottom
-/// instead: loaded with its sign above, and stored whatever is above. Addresses need no alignment.
+/// Ops process 32-bit lanes. Samples of 2 or 3 bytes are MSB-aligned in the lane, like 24-in-32; samples of 4 bytes
+/// fill the lane. For some ops, samples of 2 bytes are LSB-aligned: sign-extended by loads, and wrapped by stores.
+/// Loads and stores are unaligned.
 ///
-/// Like all that a target file includes, this is compiled once for each target and has no name outside its object.
+/// Each variant compiles the -inl.h files in its own namespace. No name is visible outside its object.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +24,7 @@ struct Scalar {
     using VecU32 = std::uint32_t;
     using VecF32 = float;
 
-    /// Bytes is the size of a sample in memory.
+    /// Loads one sample of Bytes bytes.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static VecU32 Load(const std::uint8_t* puc)
     {
@@ -59,7 +59,7 @@ struct Scalar {
         }
     }
 
-    /// The word's bytes at the given places, the lowest first, or zeros where a place is -1.
+    /// Returns the bytes at the given positions, the lowest first. Position -1 gives a zero.
     template <int First, int Second, int Third, int Fourth>
     static VecU32 ShuffleBytes(VecU32 ulWord)
     {
@@ -70,26 +70,26 @@ struct Scalar {
     static VecF32 BitCastToFloat(VecU32 ulWord) { return __builtin_bit_cast(float, ulWord); }
     static VecU32 BitCastToUint(VecF32 fValue) { return __builtin_bit_cast(VecU32, fValue); }
 
-    /// Words as signed integers, rounded to the nearest float.
+    /// Converts signed integers, rounded to the nearest float.
     static VecF32 ConvertToFloat(VecU32 ulWord) { return static_cast<float>(static_cast<std::int32_t>(ulWord)); }
 
-    /// Towards zero; 0x80000000 for all that a signed word cannot hold and for NaN.
+    /// Truncates to a signed integer. NaN and values that do not fit in 32 bits give 0x80000000.
     static VecU32 TruncateToInt(VecF32 fValue)
     {
         const bool bFits = fValue >= -2147483648.0f && fValue < 2147483648.0f;
         return bFits ? static_cast<VecU32>(static_cast<std::int32_t>(fValue)) : 0x80000000;
     }
 
-    /// The correctly rounded quotient of a converted word by 2 to the Power less 2 to the Less.
+    /// Returns the correctly rounded quotient of a converted integer and 2^Power - 2^Less.
     template <int Power, int Less>
     static VecF32 DivideByFullScale(VecF32 fValue)
     {
         return fValue / static_cast<float>((std::int64_t{1} << Power) - (std::int64_t{1} << Less));
     }
 
-    /// A 24-in-32 sample times a gain with 12 fraction bits, the low 16 bits of ulGain, as a 24-bit value; it can be
-    /// too large for 24 bits. The halves are multiplied apart, and what falls below the lower product's unit is cut
-    /// off.
+    /// Multiplies a 24-in-32 sample by a gain with 12 fraction bits, the low 16 bits of ulGain. The result is
+    /// LSB-aligned and can exceed 24 bits. The upper and the lower half are multiplied separately; the lower product is
+    /// truncated.
     static VecU32 ApplyGain(VecU32 ulWord, VecU32 ulGain)
     {
         const std::int32_t iSample = static_cast<std::int32_t>(ulWord) >> 4;
@@ -98,7 +98,7 @@ struct Scalar {
         return static_cast<VecU32>((iSample >> 16) * iGain + (iLow * iGain >> 15));
     }
 
-    /// Words as signed integers, limited from above, then from below.
+    /// Clamps signed integers, first to the maximum, then to the minimum.
     static VecU32 Clamp(VecU32 ulWord, VecU32 ulUpper, VecU32 ulLower)
     {
         const auto Signed = [](VecU32 ul) { return static_cast<std::int32_t>(ul); };
@@ -106,7 +106,7 @@ struct Scalar {
         return Signed(ulWord) > Signed(ulLower) ? ulWord : ulLower;
     }
 
-    /// A word as a signed integer, towards minus infinity.
+    /// Shifts a signed integer; rounds towards minus infinity.
     static VecU32 ShiftRightArithmetic(VecU32 ulWord, int iBits)
     {
         return static_cast<VecU32>(static_cast<std::int32_t>(ulWord) >> iBits);

@@ -1,14 +1,15 @@
-/// What the walk over the elements and the rows of the targets have in common.
+/// The types that the traversal of interleave-inl.h and the tiles of the variants share.
 #pragma once
 
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-/// How the rows of a tile stand in the mux: as lines that follow each other, if the mux has no other streams than the
-/// tile; as pieces of frames that are whole rows, halves of rows, or lanes, those of a row kLaneElements frames apart.
+/// The layout of the vectors of a tile in the mux. Contiguous: the mux has only the planes of the tile, and its vectors
+/// follow each other. Otherwise a frame of the tile is a whole vector, half of a vector, or a 128-bit lane; the lanes
+/// of a vector are kLaneElements frames apart.
 enum class MuxLayout { Contiguous, WholeVectors, HalfVectors, Lanes };
 
-/// The rows of a target, the widest ones first: what they leave is for the next.
+/// The tiles of a variant, the widest first. Each processes the remainder of the one before.
 template <class... Tile>
 struct TileList {
 };

@@ -1,4 +1,7 @@
-/// Runs of elements in the two halves of an AVX2 register, and the one shuffle that interleaves and splits them.
+/// Tiles of AVX2 vectors. Unpack stages interleave within the 128-bit lanes; then lanes are exchanged:
+///
+///   | a0 a1 a2 a3 | a4 a5 a6 a7 |      | a0 b0 c0 d0 | a4 b4 c4 d4 |      first vector and its neighbor exchange
+///   | b0 b1 ...   | b4 b5 ...   |  ->  | a1 b1 c1 d1 | a5 b5 c5 d5 |  ->  lanes, so that the frames are in order
 #pragma once
 
 #include "kernels/loops/simd_x86-inl.h"
@@ -11,29 +14,28 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-/// Elements of 3 and 6 bytes are spread to slots of 4 and 8; their halves are moved as 16 bytes all the same, of which
-/// the last 4 are not theirs.
+/// Elements of 3 and 6 bytes are unpacked to slots of 4 and 8 bytes. Their lanes are loaded and stored as 16 bytes, of
+/// which the last 4 are overrun.
 template <int Bytes>
 struct TileAvx2 {
     static constexpr int kSlotBytes = Bytes % 3 == 0 ? Bytes / 3 * 4 : Bytes;
-    static constexpr unsigned long kLaneElements = 16 / kSlotBytes; ///< elements of a half
+    static constexpr unsigned long kLaneElements = 16 / kSlotBytes; ///< elements of a 128-bit lane
     static constexpr int kBytes = Bytes;
     static constexpr bool kUsesMaskedStores = false;
-    static constexpr bool kHasMaskedEdge = false; ///< of what is no tile
-    static constexpr bool kPrefersTiles = false;  ///< the steps of two streams in stereo.inc
+    static constexpr bool kHasMaskedEdge = false; ///< for remainders
+    static constexpr bool kPrefersTiles = false;  ///< for stereo, see interleave_stereo-inl.h
     static constexpr unsigned long kLanesPerHalf = 1;
     static constexpr unsigned long kFrames = 2 * kLaneElements;
     static constexpr unsigned long kVectorBytes = kFrames * Bytes;
-    static constexpr unsigned long kOverrunBytes =
-        16 - kLaneElements * Bytes; ///< bytes that a lane is read and written too far
+    static constexpr unsigned long kOverrunBytes = 16 - kLaneElements * Bytes; ///< of the load or store of a lane
     static constexpr unsigned long kOverrunFrames = (kOverrunBytes + Bytes - 1) / Bytes;
 
-    static constexpr unsigned long kMaxPlanes = 2 * kLaneElements; ///< the streams of the widest tile
+    static constexpr unsigned long kMaxPlanes = 2 * kLaneElements; ///< of a tile
     static constexpr unsigned long kMaxPlanesContiguous = kMaxPlanes;
 
     using VectorType = __m256i;
 
-    /// The elements of two lanes.
+    /// Loads the elements of two lanes.
     static VectorType Load(const std::uint8_t* puc)
     {
         if constexpr (kOverrunBytes == 0) {
@@ -48,7 +50,7 @@ struct TileAvx2 {
 
     static VectorType LoadHalves(const std::uint8_t* puc, unsigned long) { return Load(puc); }
 
-    /// Exact writes nothing too far, in two steps.
+    /// With Exact, writes no overrun, with two stores.
     template <bool Exact>
     static void StoreHalves(std::uint8_t* puc, unsigned long, VectorType v)
     {
@@ -74,11 +76,10 @@ struct TileAvx2 {
         StoreLane<Exact>(puc + ulStride, _mm256_extracti128_si256(vPacked, 1));
     }
 
-    /// A line of the mux that another one follows.
+    /// Stores a vector that another one follows in the mux.
     static void StoreWithOverrun(std::uint8_t* puc, VectorType v) { StoreHalves<false>(puc, 0, v); }
 
-    /// From rows of streams to rows of the mux in their order. The lanes are shuffled each by itself; then two lanes
-    /// that follow each other in the mux come together.
+    /// Converts vectors of planes to vectors of the mux.
     template <unsigned long Planes, MuxLayout Layout>
     static void Interleave(VectorType* av)
     {
@@ -130,7 +131,7 @@ struct TileAvx2 {
     }
 
 private:
-    /// The low lanes to the first, the high lanes to the second.
+    /// Moves the low lanes to the first vector and the high lanes to the second.
     static void CombineLanes(VectorType& rvFirst, VectorType& rvSecond)
     {
         const VectorType vLow = _mm256_permute2x128_si256(rvFirst, rvSecond, 0x20);
@@ -152,7 +153,7 @@ private:
         }
     }
 
-    /// Elements side by side to elements in their slots.
+    /// Unpacks elements to slots.
     static VectorType Unpack(VectorType v)
     {
         if constexpr (Bytes == 3) {

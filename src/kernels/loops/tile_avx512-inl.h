@@ -1,5 +1,5 @@
-/// Elements in the four lanes of an AVX-512 register. Permutations of the whole register put the elements where the
-/// shuffles inside the lanes, which cost the least, make mux lines of them, and back.
+/// Tiles of AVX-512 vectors. A permutation of whole vectors arranges the elements so that unpack stages within the
+/// 128-bit lanes, which are the cheapest shuffles, give vectors of the mux; the inverse deinterleaves.
 #pragma once
 
 #include "kernels/loops/simd_x86-inl.h"
@@ -13,7 +13,7 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-/// Elements of 3 and 6 bytes are spread to slots of 4 and 8 between loading and storing.
+/// Elements of 3 and 6 bytes are unpacked to slots of 4 and 8 bytes between loading and storing.
 template <int Bytes>
 struct TileAvx512 : Avx512TileTables<Bytes> {
     using Tables = Avx512TileTables<Bytes>;
@@ -25,17 +25,17 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
     using typename Tables::Permutation;
 
     static constexpr int kBytes = Bytes;
-    static constexpr bool kHasMaskedEdge = true; ///< of what is no tile
-    static constexpr bool kPrefersTiles = true;  ///< the steps of two streams in stereo.inc
+    static constexpr bool kHasMaskedEdge = true; ///< for remainders
+    static constexpr bool kPrefersTiles = true;  ///< for stereo, see interleave_stereo-inl.h
     static constexpr unsigned long kLanesPerHalf = 2;
     static constexpr unsigned long kVectorBytes = kFrames * Bytes;
     static constexpr bool kUsesMaskedStores = kIsPacked;
-    static constexpr unsigned long kOverrunBytes = kIsPacked ? 16 : 0; ///< bytes that a row or half is written too far
+    static constexpr unsigned long kOverrunBytes = kIsPacked ? 16 : 0; ///< of the store of a vector or half
     static constexpr unsigned long kOverrunFrames = 0;
 
     using VectorType = __m512i;
 
-    /// The elements of one stream, or a line of the mux.
+    /// Loads a vector of a plane or of a contiguous mux.
     static VectorType Load(const std::uint8_t* puc)
     {
         if constexpr (kIsPacked) {
@@ -54,14 +54,13 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
         }
     }
 
-    /// The streams of the widest tile: eight elements of 8 bytes fill a register, while more streams than that would
-    /// drive each other's lines out of the first-level cache.
+    /// The maximum for a mux with more planes: with more, the cache lines of the planes would evict each other.
     static constexpr unsigned long kMaxPlanes = kSlotBytes == 8 ? 4 * kLaneElements : 2 * kLaneElements;
-    /// The same where the mux has no other streams: sixteen elements of 4 bytes fill a register, too.
+    /// The maximum for a mux without other planes: sixteen elements of 4 bytes also fill a vector.
     static constexpr unsigned long kMaxPlanesContiguous =
         kSlotBytes == 8 || Bytes == 4 ? 4 * kLaneElements : 2 * kLaneElements;
 
-    /// A line of the mux that another one follows, which repairs what is written too far.
+    /// Stores a vector that another one follows in the mux and overwrites the overrun.
     static void StoreWithOverrun(std::uint8_t* puc, VectorType v) { _mm512_storeu_si512(puc, v); }
 
     static VectorType LoadHalves(const std::uint8_t* puc, unsigned long ulStride)
@@ -97,8 +96,7 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
         StoreLane<Exact>(puc + 3 * ulStride, _mm512_extracti32x4_epi32(v, 3));
     }
 
-    /// From rows of streams to rows of the mux in their order, which are lines of a mux that has no other streams or
-    /// else pairs of halves.
+    /// Converts vectors of planes to vectors of the mux.
     template <unsigned long Planes, MuxLayout Layout>
     static void Interleave(VectorType* av)
     {
@@ -182,19 +180,19 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
         }
     }
 
-    /// What is no tile: up to kLaneElements streams from ulPlane on, in any frames. Masks keep to the elements.
+    /// Processes up to kLaneElements planes in any number of frames. Masks exclude all other bytes.
     static void InterleaveMasked(const void* const* ppvPlanes, unsigned long ulCount, std::uint8_t* pucMux,
                                  unsigned long ulFrameBytes, unsigned long ulFrom, unsigned long ulTo)
     {
-        const __mmask16 usPiece = static_cast<__mmask16>(ByteMask(ulCount * Bytes));
+        const __mmask16 usFrameMask = static_cast<__mmask16>(ByteMask(ulCount * Bytes));
         for (unsigned long f = ulFrom; f < ulTo; f += kFrames) {
             const unsigned long ulFrames = ulTo - f < kFrames ? ulTo - f : kFrames;
-            const __mmask64 ullRow = ByteMask(ulFrames * Bytes);
+            const __mmask64 ullVectorMask = ByteMask(ulFrames * Bytes);
             VectorType av[kLaneElements];
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 const void* pvPlane = ppvPlanes[i < ulCount ? i : 0];
                 const auto* puc = static_cast<const std::uint8_t*>(pvPlane) + f * Bytes;
-                av[i] = Unpack<Tables::kUnpackContiguous>(_mm512_maskz_loadu_epi8(ullRow, puc));
+                av[i] = Unpack<Tables::kUnpackContiguous>(_mm512_maskz_loadu_epi8(ullVectorMask, puc));
             }
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             std::uint8_t aucLanes[kLaneElements * 64];
@@ -204,7 +202,7 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
             for (unsigned long i = 0; i < ulFrames; ++i) {
                 const auto* pvLane =
                     reinterpret_cast<const __m128i*>(aucLanes + i % kLaneElements * 64 + i / kLaneElements * 16);
-                _mm_mask_storeu_epi8(pucMux + (f + i) * ulFrameBytes, usPiece, _mm_loadu_si128(pvLane));
+                _mm_mask_storeu_epi8(pucMux + (f + i) * ulFrameBytes, usFrameMask, _mm_loadu_si128(pvLane));
             }
         }
     }
@@ -212,23 +210,23 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
     static void DeinterleaveMasked(const std::uint8_t* pucMux, unsigned long ulFrameBytes, void* const* ppvPlanes,
                                    unsigned long ulCount, unsigned long ulFrom, unsigned long ulTo)
     {
-        const __mmask16 usPiece = static_cast<__mmask16>(ByteMask(ulCount * Bytes));
+        const __mmask16 usFrameMask = static_cast<__mmask16>(ByteMask(ulCount * Bytes));
         for (unsigned long f = ulFrom; f < ulTo; f += kFrames) {
             const unsigned long ulFrames = ulTo - f < kFrames ? ulTo - f : kFrames;
             std::uint8_t aucLanes[kLaneElements * 64] = {};
             for (unsigned long i = 0; i < ulFrames; ++i) {
                 auto* pvLane = reinterpret_cast<__m128i*>(aucLanes + i % kLaneElements * 64 + i / kLaneElements * 16);
-                _mm_storeu_si128(pvLane, _mm_maskz_loadu_epi8(usPiece, pucMux + (f + i) * ulFrameBytes));
+                _mm_storeu_si128(pvLane, _mm_maskz_loadu_epi8(usFrameMask, pucMux + (f + i) * ulFrameBytes));
             }
             VectorType av[kLaneElements];
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 av[i] = Unpack<Tables::kUnpackLanes>(_mm512_loadu_si512(aucLanes + i * 64));
             }
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
-            const __mmask64 ullRow = ByteMask(ulFrames * Bytes);
+            const __mmask64 ullVectorMask = ByteMask(ulFrames * Bytes);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 if (i < ulCount) {
-                    _mm512_mask_storeu_epi8(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Bytes, ullRow,
+                    _mm512_mask_storeu_epi8(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Bytes, ullVectorMask,
                                             Pack<Tables::kPackContiguous>(av[i]));
                 }
             }
@@ -271,7 +269,7 @@ private:
         }
     }
 
-    /// Of the rows 0, kLaneElements, 2 * kLaneElements and 3 * kLaneElements.
+    /// Transposes the 128-bit lanes of vectors 0, kLaneElements, 2 * kLaneElements and 3 * kLaneElements.
     static void TransposeLanes(VectorType* av)
     {
         const VectorType vLow01 = _mm512_shuffle_i64x2(av[0], av[kLaneElements], 0b01000100);
@@ -315,8 +313,8 @@ private:
         }
     }
 
-    // Bytes are what the stores mask: with words, compilers join them with the extraction before them to an instruction
-    // that faults on what it does not write.
+    // Stores mask bytes: compilers merge stores with a mask of 32-bit lanes and the extraction before them into an
+    // instruction that faults on bytes that it does not write.
 
     static __m128i LoadLane(const std::uint8_t* puc)
     {

@@ -30,14 +30,15 @@ struct Avx512TileTables {
     static constexpr unsigned long kFrames = 4 * kLaneElements;     ///< elements of a vector
     using Index = typename SlotIndex<kSlotBytes>::Type;
 
-    /// For each slot of a register the element that goes there; those of a second register follow the first one's.
+    /// The source element of each slot of a vector. The elements of a second source follow those of the first.
     struct Permutation {
         std::uint8_t aucElement[kFrames];
     };
 
     static constexpr unsigned long Lane(unsigned long i) { return i / kLaneElements; }
 
-    /// Of a mux with Planes streams, each row is a line of four lanes.
+    /// For a mux of Planes planes, fewer than a lane has elements: a vector of the mux has four lanes of consecutive
+    /// frames.
     template <unsigned long Planes>
     static constexpr unsigned long NarrowFrame(unsigned long i)
     {
@@ -45,7 +46,8 @@ struct Avx512TileTables {
         return i % kLaneElements / kOfLane * 4 * kOfLane + Lane(i) * kOfLane + i % kOfLane;
     }
 
-    /// Of a wide mux, each row is a half of two frames, the second stream's lanes beside the first one's.
+    /// For a wider mux: a vector of the tile holds half of each of two frames, with the lanes of two planes side by
+    /// side.
     static constexpr unsigned long WideFrame(unsigned long i) { return i % kLaneElements * 2 + Lane(i) / 2; }
 
     template <unsigned long Planes>
@@ -92,7 +94,7 @@ struct Avx512TileTables {
     static constexpr Permutation kWideLeft = WideOrderInverse(0);
     static constexpr Permutation kWideRight = WideOrderInverse(1);
 
-    /// Bytes of one register or two, in any order.
+    /// Byte positions in one or two vectors.
     struct alignas(64) Bytes64 {
         std::uint8_t auc[64];
     };
@@ -131,7 +133,7 @@ struct Avx512TileTables {
         return s;
     }();
 
-    /// Packed elements stand side by side in lines, or only in each half, or only in each lane, at its beginning.
+    /// Packed elements are contiguous in the whole vector, or at the start of each half, or at the start of each lane.
     static constexpr unsigned long PackedByte(unsigned long ulSlotByte, unsigned long ulPart)
     {
         const unsigned long ulByte = ulSlotByte / kSlotBytes * Bytes + ulSlotByte % kSlotBytes % Bytes;

@@ -1,4 +1,4 @@
-// The loops for processors with AVX2 and FMA.
+// The variant for AVX2 and FMA.
 #define ZTA_LOOP_VARIANT avx2
 #if !(defined(__AVX2__) && defined(__FMA__) && !defined(__AVX512F__))
 #error "kernels/loops/CMakeLists.txt compiles this variant with other instruction sets"

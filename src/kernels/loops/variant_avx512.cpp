@@ -1,5 +1,4 @@
-// The loops for processors with AVX-512 as servers and desktops have it, with permutations of bytes: F, BW, DQ, VL and
-// VBMI, and what goes before them.
+// The variant for AVX-512 F, BW, DQ, VL and VBMI.
 #define ZTA_LOOP_VARIANT avx512
 #if !(defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__) &&               \
       defined(__AVX512VBMI__))

@@ -1,4 +1,4 @@
-// The loops for every processor, one sample at a time. The others are tested against them.
+// The scalar variant, which every processor supports. The other variants are tested against it.
 #define ZTA_LOOP_VARIANT plain
 #if !(defined(__SSE2__) && !defined(__SSE3__))
 #error "kernels/loops/CMakeLists.txt compiles this variant with other instruction sets"

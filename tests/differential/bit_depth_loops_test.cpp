@@ -105,7 +105,7 @@ protected:
     void SetUp() override
     {
         if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
-            GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
+            GTEST_SKIP() << "not supported by this processor: " << target_.psLoops->pszName;
         }
         loop_ = target_.psLoops->*conversion_.loop;
         random_.seed(Seed());

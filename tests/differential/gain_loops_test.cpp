@@ -40,7 +40,7 @@ protected:
     void SetUp() override
     {
         if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
-            GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
+            GTEST_SKIP() << "not supported by this processor: " << target_.psLoops->pszName;
         }
     }
 

@@ -1,5 +1,4 @@
-// The loops that interleave and split two buffers, of every instruction set that this processor runs, against a model
-// that moves byte by byte.
+// The stereo loops of every variant that this processor supports, compared with a model that copies byte by byte.
 
 #include "kernels/loops/loops.h"
 #include "testing/guarded_buffer.h"
@@ -17,13 +16,13 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-struct PairLoops {
+struct StereoLoops {
     std::size_t bytes; ///< of a sample
     ZtaInterleaveStereo SZtaSampleLoops::*interleave;
     ZtaDeinterleaveStereo SZtaSampleLoops::*split;
 };
 
-constexpr PairLoops kPairLoops[] = {
+constexpr StereoLoops kStereoLoops[] = {
 #define ZTA_TEST_ENTRY(bytes)                                                                                          \
     {bytes, &SZtaSampleLoops::pfnInterleaveStereo##bytes, &SZtaSampleLoops::pfnDeinterleaveStereo##bytes},
     ZTA_STEREO_LIST(ZTA_TEST_ENTRY)
@@ -33,12 +32,12 @@ constexpr PairLoops kPairLoops[] = {
 constexpr std::size_t kMaxFrames = 300;
 constexpr std::uint8_t kPoison = 0xA5;
 
-class PairLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
+class StereoLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
 protected:
     void SetUp() override
     {
         if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
-            GTEST_SKIP() << "this processor does not run " << target_.psLoops->pszName;
+            GTEST_SKIP() << "not supported by this processor: " << target_.psLoops->pszName;
         }
     }
 
@@ -87,7 +86,7 @@ protected:
     }
 
     const SZtaLoopVariant& target_ = kLoopVariants[std::get<0>(GetParam())];
-    const PairLoops& loops_ = kPairLoops[std::get<1>(GetParam())];
+    const StereoLoops& loops_ = kStereoLoops[std::get<1>(GetParam())];
     const std::size_t bytes_ = loops_.bytes;
     std::mt19937 random_{27};
 };
@@ -121,7 +120,7 @@ private:
     std::size_t at_;
 };
 
-TEST_P(PairLoop, MovesEveryCountOfFramesAtEveryAlignmentAndTouchesNoOtherByte)
+TEST_P(StereoLoop, MovesEveryCountOfFramesAtEveryAlignmentAndTouchesNoOtherByte)
 {
     for (std::size_t frames = 0; frames <= kMaxFrames; ++frames) {
         for (std::size_t k = 0; k < 4; ++k) {
@@ -141,7 +140,7 @@ TEST_P(PairLoop, MovesEveryCountOfFramesAtEveryAlignmentAndTouchesNoOtherByte)
     }
 }
 
-TEST_P(PairLoop, ReadsSilenceFromNullAndDropsWhatGoesThere)
+TEST_P(StereoLoop, ReadsNullAsSilenceAndDropsNullOutputs)
 {
     for (std::size_t frames = 0; frames <= kMaxFrames; ++frames) {
         const Bytes bytes = RandomBytes(frames * 2 * bytes_);
@@ -164,7 +163,7 @@ TEST_P(PairLoop, ReadsSilenceFromNullAndDropsWhatGoesThere)
     }
 }
 
-TEST_P(PairLoop, ReadsAndWritesNothingBesideItsSamples)
+TEST_P(StereoLoop, ReadsAndWritesNothingBesideItsSamples)
 {
     const GuardedBuffer first(kMaxFrames * bytes_);
     const GuardedBuffer second(kMaxFrames * bytes_);
@@ -188,7 +187,7 @@ TEST_P(PairLoop, ReadsAndWritesNothingBesideItsSamples)
     }
 }
 
-TEST_P(PairLoop, DeinterleavesIntoItsOwnMemory)
+TEST_P(StereoLoop, DeinterleavesIntoItsOwnMemory)
 {
     for (std::size_t frames = 0; frames <= 2 * kMaxFrames; ++frames) {
         const Bytes input = RandomBytes(frames * 2 * bytes_);
@@ -205,7 +204,7 @@ TEST_P(PairLoop, DeinterleavesIntoItsOwnMemory)
     }
 }
 
-TEST_P(PairLoop, InterleavesFromTheSecondHalfOfItsOutput)
+TEST_P(StereoLoop, InterleavesFromTheSecondHalfOfItsOutput)
 {
     for (std::size_t frames = 0; frames <= 2 * kMaxFrames; ++frames) {
         const Bytes first = RandomBytes(frames * bytes_);
@@ -221,7 +220,7 @@ TEST_P(PairLoop, InterleavesFromTheSecondHalfOfItsOutput)
     }
 }
 
-TEST_P(PairLoop, MovesLongBuffers)
+TEST_P(StereoLoop, MovesLongBuffers)
 {
     constexpr std::size_t kFrames = 100'003;
     const Bytes left = RandomBytes(kFrames * bytes_);
@@ -236,12 +235,12 @@ TEST_P(PairLoop, MovesLongBuffers)
     EXPECT_EQ(second, right);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, PairLoop,
+INSTANTIATE_TEST_SUITE_P(All, StereoLoop,
                          testing::Combine(testing::Range(std::size_t{0}, std::size(kLoopVariants)),
-                                          testing::Range(std::size_t{0}, std::size(kPairLoops))),
+                                          testing::Range(std::size_t{0}, std::size(kStereoLoops))),
                          [](const auto& param) {
                              return std::string(kLoopVariants[std::get<0>(param.param)].psLoops->pszName) + "_" +
-                                    std::to_string(kPairLoops[std::get<1>(param.param)].bytes) + "bytes";
+                                    std::to_string(kStereoLoops[std::get<1>(param.param)].bytes) + "bytes";
                          });
 
 } // namespace

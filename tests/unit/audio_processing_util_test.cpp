@@ -346,7 +346,7 @@ TEST(Query, TellsProcessedPairsFromOthers)
     }
 }
 
-TEST(Query, RefusesAPairThatCannotBeClassified)
+TEST(Query, RejectsAPairThatCannotBeClassified)
 {
     Kernel kernel({{1, 8, 0}});
     for (const bool before : {false, true}) {

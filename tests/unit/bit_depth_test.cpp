@@ -119,7 +119,7 @@ std::uint32_t OneWord(Kernel kernel, std::uint32_t input)
     return output;
 }
 
-TEST(ConvertBitDepth, HasItsRowsInOrder)
+TEST(ConvertBitDepth, HasItsTableEntriesInOrder)
 {
     OpenConvertBitDepth converter;
     ASSERT_EQ(converter.m_psProcessingFormats->iFormatCount, 36);
@@ -213,7 +213,7 @@ TEST(ConvertBitDepth, EndsWithTheStatusOfSettingTheLength)
     }
 }
 
-TEST(ConvertBitDepth, RefusesFormatsThatCannotBeClassified)
+TEST(ConvertBitDepth, RejectsFormatsThatCannotBeClassified)
 {
     CZtaConvertBitDepth converter;
     for (bool badInput : {true, false}) {
@@ -227,7 +227,7 @@ TEST(ConvertBitDepth, RefusesFormatsThatCannotBeClassified)
     }
 }
 
-TEST(ConvertBitDepth, RefusesAnOutputOneFrameTooSmallThoughItHasMoreBytes)
+TEST(ConvertBitDepth, RejectsAnOutputOneFrameTooSmallThoughItHasMoreBytes)
 {
     CZtaConvertBitDepth converter;
     FakeAudioSamples input(FormatOf(2), 8, 8);
@@ -247,7 +247,7 @@ TEST(ConvertBitDepth, ChecksTheCapacityBeforeThePair)
     EXPECT_EQ(converter.ConvertBitDepth(&input, &output), kDestinationTooSmall);
 }
 
-TEST(ConvertBitDepth, HasNoRowForOtherPairs)
+TEST(ConvertBitDepth, HasNoTableEntryForOtherPairs)
 {
     CZtaConvertBitDepth converter;
     SZtaWaveFormatInfo formats[26];
@@ -273,7 +273,7 @@ TEST(ConvertBitDepth, HasNoRowForOtherPairs)
     EXPECT_EQ(converted, 36);
 }
 
-TEST(ConvertBitDepth, RefusesMux8ToFloat)
+TEST(ConvertBitDepth, RejectsMux8ToFloat)
 {
     CZtaConvertBitDepth converter;
     FakeAudioSamples input(FormatOf(11), 0, 2);
@@ -306,7 +306,7 @@ TEST(ConvertBitDepth, CountsWholeFramesOfTheInput)
     EXPECT_EQ(output.lengthsSet, std::vector<unsigned long>{16});
 }
 
-TEST(ConvertBitDepth, AnswersWhichPairsItSupports)
+TEST(ConvertBitDepth, ReportsWhichPairsItSupports)
 {
     CZtaConvertBitDepth converter;
     SZtaWaveFormatInfo mono16 = FormatOf(1);

@@ -75,7 +75,7 @@ Bytes Expected(Model model, const Bytes& input, unsigned long samples, unsigned 
     return output;
 }
 
-TEST(ConvertDataType, HasItsRowsInOrder)
+TEST(ConvertDataType, HasItsTableEntriesInOrder)
 {
     OpenConvertDataType converter;
     ASSERT_EQ(converter.m_psProcessingFormats->iFormatCount, 10);
@@ -204,7 +204,7 @@ TEST(ConvertDataType, PassesOnWhatTheBuffersReport)
     }
 }
 
-TEST(ConvertDataType, RefusesFormatsThatCannotBeClassified)
+TEST(ConvertDataType, RejectsFormatsThatCannotBeClassified)
 {
     CZtaConvertDataType converter;
     for (bool badInput : {true, false}) {
@@ -216,7 +216,7 @@ TEST(ConvertDataType, RefusesFormatsThatCannotBeClassified)
     }
 }
 
-TEST(ConvertDataType, RefusesAnOutputOneFrameTooSmallBeforeItLooksAtFormats)
+TEST(ConvertDataType, RejectsAnOutputOneFrameTooSmallBeforeFormats)
 {
     CZtaConvertDataType converter;
     FakeAudioSamples input(MultiFormat(24, 1), 8, 8);
@@ -229,7 +229,7 @@ TEST(ConvertDataType, RefusesAnOutputOneFrameTooSmallBeforeItLooksAtFormats)
     EXPECT_EQ(output.data, Bytes(output.data.size()));
 }
 
-TEST(ConvertDataType, RefusesBuffersThatDiffer)
+TEST(ConvertDataType, RejectsBuffersThatDiffer)
 {
     CZtaConvertDataType converter;
     const auto Convert = [&](const SZtaWaveFormatInfo& in, const SZtaWaveFormatInfo& out) {
@@ -244,7 +244,7 @@ TEST(ConvertDataType, RefusesBuffersThatDiffer)
     EXPECT_EQ(Convert(MultiFormat(24, 3), Pcm(24, 5)), kFormatMismatch);
 }
 
-TEST(ConvertDataType, RefusesDifferentChannelCountsAlsoWhereLayoutsAndFrameSizesAreEqual)
+TEST(ConvertDataType, RejectsDifferentChannelCountsAlsoWhereLayoutsAndFrameSizesAreEqual)
 {
     CZtaConvertDataType converter;
     FakeAudioSamples input(WaveFormat(1, 32, 24, 44100, 1), 1, 1);
@@ -254,7 +254,7 @@ TEST(ConvertDataType, RefusesDifferentChannelCountsAlsoWhereLayoutsAndFrameSizes
     EXPECT_EQ(converter.ConvertDataType(&input, &output), kFormatMismatch);
 }
 
-TEST(ConvertDataType, HasNoRowForOtherLayouts)
+TEST(ConvertDataType, HasNoTableEntryForOtherLayouts)
 {
     CZtaConvertDataType converter;
     for (const SZtaWaveFormatInfo& format :
@@ -268,7 +268,7 @@ TEST(ConvertDataType, HasNoRowForOtherLayouts)
     }
 }
 
-TEST(ConvertDataType, AnswersWhichPairsItSupports)
+TEST(ConvertDataType, ReportsWhichPairsItSupports)
 {
     CZtaConvertDataType converter;
     SZtaWaveFormatInfo multi = MultiFormat(24, 2);
@@ -392,7 +392,7 @@ TEST(ConvertMultiFormatTo16In16, ConvertsNothingOfEmptyBuffers)
     EXPECT_EQ(narrowing.output.data, Bytes(narrowing.output.data.size()));
 }
 
-TEST(ConvertMultiFormatTo16In16, RefusesDifferentFrameCounts)
+TEST(ConvertMultiFormatTo16In16, RejectsDifferentFrameCounts)
 {
     for (unsigned long frames : {4ul, 6ul}) {
         Narrowing narrowing(2);

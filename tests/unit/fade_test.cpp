@@ -140,7 +140,7 @@ TEST_P(FadeKernel, FadesOutAsTheModel)
     Compare(GetParam(), GetParam().fadeOut, ModelFadeOut);
 }
 
-TEST_P(FadeKernel, RefusesAMuxBufferShorterThanTheFadeAndNoOther)
+TEST_P(FadeKernel, RejectsAMuxBufferShorterThanTheFadeAndNoOther)
 {
     const Row& row = GetParam();
     CZtaApplyFade fade;
@@ -158,7 +158,7 @@ TEST_P(FadeKernel, RefusesAMuxBufferShorterThanTheFadeAndNoOther)
 
 // --- The gains -------------------------------------------------------------------------------------------------------
 
-TEST(MakeFadeCurve, StandAtTheirKnownValues)
+TEST(MakeFadeCurve, HaveTheirKnownValues)
 {
     EXPECT_EQ(kFadeFrames, 200u);
 
@@ -284,7 +284,7 @@ TEST(Fade24, KeepsTheHighHalfOfTheProduct)
               (Words{0x7FFFFEFE, 0xFFFFFFFE}));
 }
 
-TEST(Fade24Mux, LetsTheLowByteTakePart)
+TEST(Fade24Mux, UsesTheLowByte)
 {
     // 32767 * 32767 = 0x3FFF0001; the low half adds (32767 * 32767) >> 15 = 0x7FFE.
     const unsigned int gain = 32767;
@@ -461,7 +461,7 @@ TEST_P(ApplyFade, SucceedsOnABufferWithoutFrames)
     EXPECT_EQ(samples.data, before);
 }
 
-TEST_P(ApplyFade, AsksTheHostForTheDigestAndNothingElse)
+TEST_P(ApplyFade, QueriesTheBufferInfoAndNothingElse)
 {
     FakeAudioSamples samples = Samples(GetParam(), 200, true, true);
     CZtaApplyFade fade;
@@ -483,7 +483,7 @@ TEST_P(ApplyFade, PassesAFailureOfTheHostOn)
     }
 }
 
-TEST_P(ApplyFade, TakesNoStatusOfZeroOrAboveForAFailure)
+TEST_P(ApplyFade, AcceptsStatusesOfZeroAndAbove)
 {
     FakeAudioSamples samples = Samples(GetParam(), 200, true, false);
     samples.descriptionStatus = samples.bufferStatus = samples.capacityStatus = 1;
@@ -493,7 +493,7 @@ TEST_P(ApplyFade, TakesNoStatusOfZeroOrAboveForAFailure)
     EXPECT_NE(samples.data, before);
 }
 
-TEST(ApplyFadeRefusal, MeetsEveryFormatWithoutARowEvenWithBothFlagsClear)
+TEST(ApplyFadeRefusal, MeetsEveryFormatWithoutATableEntryEvenWithBothFlagsClear)
 {
     std::set<std::uint32_t> rows;
     for (const Row& row : kRows) {
@@ -517,7 +517,7 @@ TEST(ApplyFadeRefusal, MeetsEveryFormatWithoutARowEvenWithBothFlagsClear)
     }
 }
 
-TEST(ApplyFadeRefusal, ComesBeforeTheLookAtTheLength)
+TEST(ApplyFadeRefusal, ComesBeforeTheLengthCheck)
 {
     FakeAudioSamples samples(WaveFormat(2, 32, 32, 48000, 2), 0, 10);
     CZtaApplyFade fade;
@@ -550,7 +550,7 @@ TEST(ApplyFadeTo16In32, TakesTheWordsFor16BitSamples)
 
 // --- The rows and the questions about them ---------------------------------------------------------------------------
 
-TEST(FadeTable, HoldsTenRowsInTheirOrder)
+TEST(FadeTable, HoldsTenTableEntriesInOrder)
 {
     struct Opened : CZtaApplyFade {
         using CZtaApplyFade::m_psProcessingFormats;
@@ -565,7 +565,7 @@ TEST(FadeTable, HoldsTenRowsInTheirOrder)
     }
 }
 
-TEST(FadeTable, SupportsItsRowsAndNoOthers)
+TEST(FadeTable, SupportsItsTableEntriesAndNoOthers)
 {
     CZtaApplyFade fade;
     for (std::uint32_t property = 1; property < 27; ++property) {

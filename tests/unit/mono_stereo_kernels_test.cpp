@@ -120,7 +120,7 @@ constexpr Status kDigestCalls[] = {&FakeAudioSamples::descriptionStatus, &FakeAu
 
 // --- Tables ----------------------------------------------------------------------------------------------------------
 
-TEST(MonoStereoTables, HaveTheirRowsInOrder)
+TEST(MonoStereoTables, HaveTheirTableEntriesInOrder)
 {
     OpenMonoToStereo interleaver;
     OpenStereoToMono splitter;
@@ -138,7 +138,7 @@ TEST(MonoStereoTables, HaveTheirRowsInOrder)
     }
 }
 
-TEST(MonoStereoTables, AnswerWhichPairsTheySupport)
+TEST(MonoStereoTables, ReportWhichPairsTheySupport)
 {
     CZtaConvertMonoToStereo interleaver;
     CZtaConvertStereoToMono splitter;
@@ -163,7 +163,7 @@ TEST(MonoStereoTables, AnswerWhichPairsTheySupport)
     EXPECT_FALSE(supported);
 }
 
-TEST(MonoStereoTables, SuggestTheOtherSideOfARow)
+TEST(MonoStereoTables, SuggestTheOtherFormatOfATableEntry)
 {
     CZtaConvertMonoToStereo interleaver;
     CZtaConvertStereoToMono splitter;
@@ -237,9 +237,10 @@ TEST(MonoToStereoKernels, DoNothingWithoutFramesButFor24In24)
     EXPECT_EQ(interleaver.ConvertMonoToStereo24in24(2, nullptr, nullptr, nullptr), kInvalidPointer);
 }
 
-// --- The kernels that split ------------------------------------------------------------------------------------------
+// --- The kernels that deinterleave
+// ------------------------------------------------------------------------------------------
 
-TEST(StereoToMonoKernels, SplitAnyCountOfFramesAndTouchNoOtherByte)
+TEST(StereoToMonoKernels, DeinterleaveAnyCountOfFramesAndTouchNoOtherByte)
 {
     CZtaConvertStereoToMono splitter;
     for (const Row& row : kRows) {
@@ -400,7 +401,7 @@ TEST(ConvertMonoToStereo, EndsWithTheStatusOfSettingTheLength)
     }
 }
 
-TEST(ConvertMonoToStereo, RefusesInputsThatDifferBeforeItLooksAtTheOutput)
+TEST(ConvertMonoToStereo, RejectsInputsThatDifferBeforeTheOutput)
 {
     CZtaConvertMonoToStereo interleaver;
     FakeAudioSamples left = Filled(kRows[0].monoFormat, 4, 4);
@@ -430,7 +431,7 @@ TEST(ConvertMonoToStereo, ChecksTheCapacityBeforeThePair)
     }
 }
 
-TEST(ConvertMonoToStereo, RefusesFormatsThatCannotBeClassified)
+TEST(ConvertMonoToStereo, RejectsFormatsThatCannotBeClassified)
 {
     CZtaConvertMonoToStereo interleaver;
     for (int bad = 0; bad < 3; ++bad) {
@@ -468,7 +469,7 @@ TEST(ConvertMonoToStereo, ReturnsTheFailureOfAKernelWithoutSettingTheLength)
 
 // --- The operation that splits ---------------------------------------------------------------------------------------
 
-TEST(ConvertStereoToMono, SplitsEachPairOfItsTableAndSetsTheOutputsLengths)
+TEST(ConvertStereoToMono, DeinterleavesEachPairOfItsTableAndSetsTheOutputsLengths)
 {
     CZtaConvertStereoToMono splitter;
     for (const Row& row : kRows) {
@@ -532,7 +533,7 @@ TEST(ConvertStereoToMono, SetsTheRightLengthOnlyIfTheLeftOneCouldBeSet)
     }
 }
 
-TEST(ConvertStereoToMono, RefusesOutputsThatDifferBeforeItLooksAtCapacities)
+TEST(ConvertStereoToMono, RejectsOutputsThatDifferBeforeCapacities)
 {
     CZtaConvertStereoToMono splitter;
     FakeAudioSamples stereo = Filled(k16.stereoFormat, 4, 4);
@@ -542,7 +543,7 @@ TEST(ConvertStereoToMono, RefusesOutputsThatDifferBeforeItLooksAtCapacities)
     EXPECT_EQ(right.calls, kDigest);
 }
 
-TEST(ConvertStereoToMono, RefusesCapacitiesOnlyIfBothAreTooSmall)
+TEST(ConvertStereoToMono, RejectsCapacitiesOnlyIfBothAreTooSmall)
 {
     CZtaConvertStereoToMono splitter;
     for (const Row& row : kRows) {
@@ -578,7 +579,7 @@ TEST(ConvertStereoToMono, ChecksTheCapacitiesBeforeThePair)
     EXPECT_TRUE(left.lengthsSet.empty());
 }
 
-TEST(ConvertStereoToMono, RefusesFormatsThatCannotBeClassified)
+TEST(ConvertStereoToMono, RejectsFormatsThatCannotBeClassified)
 {
     CZtaConvertStereoToMono splitter;
     for (int bad = 0; bad < 3; ++bad) {
@@ -697,7 +698,7 @@ TEST(MonoStereoOperations, ServeSeveralThreadsWithOneObject)
     }
 }
 
-TEST(MonoStereoOperations, HaveNoRowForOtherPairs)
+TEST(MonoStereoOperations, HaveNoTableEntryForOtherPairs)
 {
     CZtaConvertMonoToStereo interleaver;
     CZtaConvertStereoToMono splitter;

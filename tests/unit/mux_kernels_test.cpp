@@ -1,4 +1,4 @@
-// The named kernels of the four mux classes and the counted bodies behind them.
+// The named kernels of the four mux classes and the kernels for any count behind them.
 
 #include "testing/mux_cases.h"
 
@@ -146,7 +146,7 @@ void ExpectRows(const std::vector<MuxCase>& rows)
     }
 }
 
-TEST(MuxKernels, HaveTheirRowsInOrder)
+TEST(MuxKernels, HaveTheirTableEntriesInOrder)
 {
     ExpectRows<CZtaConvertMonoToMux>(kMonoToMuxCases);
     ExpectRows<CZtaConvertStereoToMux>(kStereoToMuxRows);
@@ -175,7 +175,7 @@ TEST(MuxKernels, InterleaveEveryLengthAndNoMore)
     }
 }
 
-TEST(MuxKernels, SplitEveryLengthAndNoMore)
+TEST(MuxKernels, DeinterleaveEveryLengthAndNoMore)
 {
     for (const bool inBlocks : {true, false}) {
         for (const MuxCase& row : Splits(inBlocks)) {
@@ -201,7 +201,7 @@ TEST(MuxKernels, SplitEveryLengthAndNoMore)
 
 // ---- Kernels of one count of buffers ----
 
-TEST(MuxBlockKernels, LookAtNothingWithoutFrames)
+TEST(MuxFixedCountKernels, ValidateNothingWithoutFrames)
 {
     for (const MuxCase& row : Assemblies(true)) {
         EXPECT_EQ(row.assemble(nullptr, 99, nullptr, 0), 0) << row.name;
@@ -211,7 +211,7 @@ TEST(MuxBlockKernels, LookAtNothingWithoutFrames)
     }
 }
 
-TEST(MuxBlockKernels, RefuseOtherCountsBeforeTheyLookAtEntries)
+TEST(MuxFixedCountKernels, RejectOtherCountsBeforeEntries)
 {
     for (const unsigned long frames : {1ul, 4ul, 9ul}) {
         for (const MuxCase& row : Assemblies(true)) {
@@ -232,7 +232,7 @@ TEST(MuxBlockKernels, RefuseOtherCountsBeforeTheyLookAtEntries)
     }
 }
 
-TEST(MuxBlockKernels, RefuseANullEntryEachWithItsStatus)
+TEST(MuxFixedCountKernels, RejectANullPlaneEachWithItsStatus)
 {
     for (const MuxCase& row : Assemblies(true)) {
         const int status = std::string(row.name) == "Convert16MonoToMux16" ? kInvalidPointer : kInvalidParameter;
@@ -276,7 +276,7 @@ std::vector<Moved> LongLengths(const MuxCase& row)
             {262147, 3},      {262148, 262148}, {524288, 0}, {524289, 1}};
 }
 
-TEST(MuxBlockKernels, InterleaveTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
+TEST(MuxFixedCountKernels, InterleaveTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
 {
     for (const MuxCase& row : Assemblies(true)) {
         const bool countsWhole = std::string(row.name) == "Convert16MonoToMux16";
@@ -291,7 +291,7 @@ TEST(MuxBlockKernels, InterleaveTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
     }
 }
 
-TEST(MuxBlockKernels, SplitTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
+TEST(MuxFixedCountKernels, DeinterleaveTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
 {
     for (const MuxCase& row : Splits(true)) {
         const std::vector<Bytes> buffers = RandomBuffers(row.buffers, 524289 * row.elementBytes);
@@ -308,7 +308,7 @@ TEST(MuxBlockKernels, SplitTheTailAloneWhereTheCountOfBlocksHasNoLowBits)
     }
 }
 
-TEST(MuxBlockKernels, RepeatChannels8To11InTheThirdFrameOfATailOf16Channels)
+TEST(MuxFixedCountKernels, RepeatChannels8To11InTheThirdFrameOfATailOf16Channels)
 {
     CZtaConvertMuxToMono kernels;
     for (const std::uint32_t frames : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u, 15u, 19u}) {
@@ -330,9 +330,9 @@ TEST(MuxBlockKernels, RepeatChannels8To11InTheThirdFrameOfATailOf16Channels)
     }
 }
 
-// ---- Counted bodies ----
+// ---- Kernels of any count of buffers ----
 
-TEST(MuxCountedBodies, CheckTheCountsThenTheMuxThenTheEntries)
+TEST(MuxAnyCountKernels, CheckTheCountsThenTheMuxThenThePlanes)
 {
     for (const MuxCase& row : Assemblies(false)) {
         std::vector<Bytes> buffers = RandomBuffers(65, 4 * row.elementBytes);
@@ -384,7 +384,7 @@ TEST(MuxCountedBodies, CheckTheCountsThenTheMuxThenTheEntries)
     }
 }
 
-TEST(MuxCountedBodies, TakeAnyCountUnderAnyName)
+TEST(MuxAnyCountKernels, AcceptAnyCountUnderAnyName)
 {
     for (const MuxCase& row : Assemblies(false)) {
         std::vector<Bytes> buffers = RandomBuffers(MostBuffers(row), 21 * row.elementBytes);
@@ -411,7 +411,7 @@ TEST(MuxCountedBodies, TakeAnyCountUnderAnyName)
     }
 }
 
-TEST(MuxCountedBodies, TakeNoSourcesForSilenceButIn24In24)
+TEST(MuxAnyCountKernels, ReadANullArrayAsSilenceExceptIn24In24)
 {
     for (const MuxCase& row : Assemblies(false)) {
         const std::size_t bytes = row.buffers * 7 * row.elementBytes;
@@ -426,7 +426,7 @@ TEST(MuxCountedBodies, TakeNoSourcesForSilenceButIn24In24)
     }
 }
 
-TEST(MuxCountedBodies, TakeNoMuxForSilence)
+TEST(MuxAnyCountKernels, ReadANullMuxAsSilence)
 {
     for (const MuxCase& row : Splits(false)) {
         std::vector<Zoned> outputs(row.buffers, Zoned(8 * row.elementBytes));
@@ -476,7 +476,7 @@ const Body kBodies[] = {
 #undef ZTA_BODY
 #undef ZTA_SPLIT_BODY
 
-TEST(MuxCountedBodies, MoveTheirElementsAndUseTheArrayUp)
+TEST(MuxAnyCountKernels, MoveTheirElementsAndAdvanceThePointers)
 {
     for (const Body& body : kBodies) {
         for (const unsigned long count : {2ul, 3ul, body.mostBuffers}) {

@@ -156,7 +156,7 @@ void Fill(Bytes& bytes, std::uint32_t word)
 
 // ---- What all four share ----
 
-TEST(MuxOperations, MoveTheSamplesOfEachRowAndSetTheLength)
+TEST(MuxOperations, MoveTheSamplesOfEachTableEntryAndSetTheLength)
 {
     for (const Operation* operation : kOperations) {
         for (const MuxCase& row : *operation->rows) {
@@ -184,7 +184,7 @@ TEST(MuxOperations, MoveTheSamplesOfEachRowAndSetTheLength)
     }
 }
 
-TEST(MuxOperations, RefuseOtherCountsOfBuffersFirst)
+TEST(MuxOperations, RejectOtherCountsOfBuffersFirst)
 {
     for (const Operation* operation : kOperations) {
         for (const unsigned long count : {0ul, operation->most + 1, 100ul}) {
@@ -196,7 +196,7 @@ TEST(MuxOperations, RefuseOtherCountsOfBuffersFirst)
     }
 }
 
-TEST(MuxOperations, RefuseVolumesThatDoNotFitTheBuffersBeforeTheyLookAtThese)
+TEST(MuxOperations, RejectVolumesThatDoNotFitTheBuffersBeforeTheBuffers)
 {
     for (const Operation* operation : kOperations) {
         const MuxCase& row = operation->rows->front();
@@ -215,7 +215,7 @@ TEST(MuxOperations, RefuseVolumesThatDoNotFitTheBuffersBeforeTheyLookAtThese)
     }
 }
 
-TEST(MuxOperations, DoNotLookAtVolumesWithoutACount)
+TEST(MuxOperations, IgnoreVolumesWithoutACount)
 {
     for (const Operation* operation : kOperations) {
         const MuxCase& row = operation->rows->front();
@@ -224,7 +224,7 @@ TEST(MuxOperations, DoNotLookAtVolumesWithoutACount)
     }
 }
 
-TEST(MuxOperations, HideWhatABufferOfTheArrayReports)
+TEST(MuxOperations, HideTheStatusOfABufferOfTheArray)
 {
     for (const Operation* operation : kOperations) {
         const MuxCase& row = operation->rows->front();
@@ -246,7 +246,7 @@ TEST(MuxOperations, HideWhatABufferOfTheArrayReports)
     }
 }
 
-TEST(MuxOperations, PassOnWhatTheMuxReports)
+TEST(MuxOperations, ReturnTheStatusOfTheMux)
 {
     for (const Operation* operation : kOperations) {
         const MuxCase& row = operation->rows->front();
@@ -267,7 +267,7 @@ TEST(MuxOperations, PassOnWhatTheMuxReports)
     }
 }
 
-TEST(MuxOperations, TakeThreeFormatsInTheArray)
+TEST(MuxOperations, AcceptThreeFormatsInTheArray)
 {
     const SZtaWaveFormatInfo others[] = {WaveFormat(1, 16, 16, 44100, 1), WaveFormat(1, 16, 16, 44100, 2),
                                          WaveFormat(2, 32, 32, 48000, 1), WaveFormat(2, 32, 32, 48000, 2),
@@ -308,7 +308,7 @@ TEST(MuxOperations, CheckTheFormatOfABufferBeforeItsLength)
     }
 }
 
-TEST(MuxOperations, RefuseBuffersOfDifferentLengthsAtTheFirstThatDiffers)
+TEST(MuxOperations, RejectBuffersOfDifferentLengthsAtTheFirstThatDiffers)
 {
     for (const Operation* operation : kOperations) {
         const MuxCase& row = (*operation->rows)[1];
@@ -363,7 +363,7 @@ TEST(MuxOperations, CheckTheLengthsBeforeThePair)
     }
 }
 
-TEST(MuxOperations, HaveNoRowForOtherPairs)
+TEST(MuxOperations, HaveNoTableEntryForOtherPairs)
 {
     for (const Operation* operation : kOperations) {
         int rows = 0;
@@ -509,7 +509,7 @@ TEST(MuxOperations, AcceptPositiveStatusesOfTheArray)
     }
 }
 
-TEST(MuxSplit, GivesABufferThatOccursTwiceItsLastChannel)
+TEST(MuxDeinterleave, GivesABufferThatOccursTwiceItsLastChannel)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         for (const MuxCase& row : *operation->rows) {
@@ -532,7 +532,7 @@ TEST(MuxSplit, GivesABufferThatOccursTwiceItsLastChannel)
     }
 }
 
-TEST(MuxSplit, AppliesTheVolumesOfABufferThatOccursTwiceOneAfterTheOther)
+TEST(MuxDeinterleave, AppliesTheVolumesOfABufferThatOccursTwiceOneAfterTheOther)
 {
     const MuxCase& row = kMuxToMonoRows[0];
     Call call(kMuxToMono, row, 8);
@@ -560,9 +560,9 @@ TEST(MuxOperations, CountWholeFrames)
     }
 }
 
-// ---- Assembly ----
+// ---- Interleaving ----
 
-TEST(MuxAssembly, EndsWithTheStatusOfSettingTheLength)
+TEST(MuxInterleave, EndsWithTheStatusOfSettingTheLength)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
         for (const int status : {-5, 3}) {
@@ -575,7 +575,7 @@ TEST(MuxAssembly, EndsWithTheStatusOfSettingTheLength)
     }
 }
 
-TEST(MuxAssembly, OfEmptyBuffersEmptiesTheMux)
+TEST(MuxInterleave, OfEmptyBuffersEmptiesTheMux)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
         for (const MuxCase& row : *operation->rows) {
@@ -590,7 +590,7 @@ TEST(MuxAssembly, OfEmptyBuffersEmptiesTheMux)
     }
 }
 
-TEST(MuxAssembly, ShortensALongerMux)
+TEST(MuxInterleave, ShortensALongerMux)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
         for (const MuxCase& row : *operation->rows) {
@@ -605,7 +605,7 @@ TEST(MuxAssembly, ShortensALongerMux)
     }
 }
 
-TEST(MuxAssembly, WithVolumesScalesTheWholeMuxAndLeavesItsLength)
+TEST(MuxInterleave, WithVolumesScalesTheWholeMuxAndLeavesItsLength)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
         for (const MuxCase& row : *operation->rows) {
@@ -628,7 +628,7 @@ TEST(MuxAssembly, WithVolumesScalesTheWholeMuxAndLeavesItsLength)
     }
 }
 
-TEST(MuxAssembly, GivesEachChannelItsOwnVolume)
+TEST(MuxInterleave, GivesEachChannelItsOwnVolume)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
         const MuxCase& row = (*operation->rows)[1]; // 8 channels
@@ -646,7 +646,7 @@ TEST(MuxAssembly, GivesEachChannelItsOwnVolume)
     }
 }
 
-TEST(MuxAssembly, RefusesVolumesOnOtherMuxesAfterTheInterleaving)
+TEST(MuxInterleave, RejectsVolumesOnOtherMuxesAfterTheInterleaving)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
         for (const MuxCase& row : *operation->rows) {
@@ -661,7 +661,7 @@ TEST(MuxAssembly, RefusesVolumesOnOtherMuxesAfterTheInterleaving)
     }
 }
 
-TEST(MuxAssembly, RefusesAnOddVolumeAfterTheInterleaving)
+TEST(MuxInterleave, RejectsAnOddVolumeAfterTheInterleaving)
 {
     for (const MuxCase& row : kStereoToMuxRows) {
         if (row.input != 9) {
@@ -674,7 +674,7 @@ TEST(MuxAssembly, RefusesAnOddVolumeAfterTheInterleaving)
     }
 }
 
-TEST(MuxAssembly, LooksAtTheContainerOfTheFirstBufferOnlyAndReadsNoBufferTooFar)
+TEST(MuxInterleave, UsesTheContainerOfTheFirstBufferAndReadsNoBufferTooFar)
 {
     const MuxCase& row = kMonoToMuxCases[0];
     Call call(kMonoToMux, row, 12);
@@ -707,7 +707,7 @@ TEST(MuxAssembly, LooksAtTheContainerOfTheFirstBufferOnlyAndReadsNoBufferTooFar)
     EXPECT_EQ(wide.mux.data, Muxed(wide.Samples(), 2, 12));
 }
 
-TEST(MuxAssembly, WritesNoFurtherThanTheMuxWithMoreBuffersThanItHasChannels)
+TEST(MuxInterleave, WritesNoFurtherThanTheMuxWithMoreBuffersThanItHasChannels)
 {
     Call call(kMonoToMux, 8, 64, 10, 13, 10); // 32 channels
     Bytes expected = call.mux.data;
@@ -717,9 +717,9 @@ TEST(MuxAssembly, WritesNoFurtherThanTheMuxWithMoreBuffersThanItHasChannels)
     EXPECT_EQ(call.mux.data, expected);
 }
 
-// ---- Split ----
+// ---- Deinterleaving ----
 
-TEST(MuxSplit, EndsWithTheLastFailureOfSettingALengthAndStopsAtNone)
+TEST(MuxDeinterleave, EndsWithTheLastFailureOfSettingALengthAndStopsAtNone)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         const MuxCase& row = (*operation->rows)[1];
@@ -741,7 +741,7 @@ TEST(MuxSplit, EndsWithTheLastFailureOfSettingALengthAndStopsAtNone)
     }
 }
 
-TEST(MuxSplit, OfAnEmptyMuxIntoEmptyBuffersSetsTheirLengths)
+TEST(MuxDeinterleave, OfAnEmptyMuxIntoEmptyBuffersSetsTheirLengths)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         for (const MuxCase& row : *operation->rows) {
@@ -754,7 +754,7 @@ TEST(MuxSplit, OfAnEmptyMuxIntoEmptyBuffersSetsTheirLengths)
     }
 }
 
-TEST(MuxSplit, RefusesEmptyBuffersForAMuxWithData)
+TEST(MuxDeinterleave, RejectsEmptyBuffersForAMuxWithData)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         Call call(*operation, operation->rows->front(), 0, 3);
@@ -762,7 +762,7 @@ TEST(MuxSplit, RefusesEmptyBuffersForAMuxWithData)
     }
 }
 
-TEST(MuxSplit, FillsLongerOutputsFromBehindTheMuxsData)
+TEST(MuxDeinterleave, FillsLongerOutputsFromBehindTheMuxsData)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         for (const MuxCase& row : *operation->rows) {
@@ -777,7 +777,7 @@ TEST(MuxSplit, FillsLongerOutputsFromBehindTheMuxsData)
     }
 }
 
-TEST(MuxSplit, ReadsNoFurtherThanTheMuxsMemory)
+TEST(MuxDeinterleave, ReadsNoFurtherThanTheMuxsMemory)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         for (const MuxCase& row : *operation->rows) {
@@ -799,7 +799,7 @@ TEST(MuxSplit, ReadsNoFurtherThanTheMuxsMemory)
     }
 }
 
-TEST(MuxSplit, DecidesTheTailByTheFramesOfTheOutputs)
+TEST(MuxDeinterleave, DecidesTheTailByTheFramesOfTheOutputs)
 {
     const MuxCase& row = kMuxToMonoRows[2]; // 16 channels: the third frame of a tail repeats channels 8 to 11
     for (const unsigned long frames : {7UL, 8UL, 9UL, 11UL, 12UL, 52UL}) {
@@ -818,7 +818,7 @@ TEST(MuxSplit, DecidesTheTailByTheFramesOfTheOutputs)
     }
 }
 
-TEST(MuxSplit, DecidesTheCountOfBlocksByTheFramesOfTheOutputs)
+TEST(MuxDeinterleave, DecidesTheCountOfBlocksByTheFramesOfTheOutputs)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         for (const MuxCase& row : *operation->rows) {
@@ -838,7 +838,7 @@ TEST(MuxSplit, DecidesTheCountOfBlocksByTheFramesOfTheOutputs)
     }
 }
 
-TEST(MuxAssembly, DecidesTheCountOfBlocksByTheFramesOfTheInputs)
+TEST(MuxInterleave, DecidesTheCountOfBlocksByTheFramesOfTheInputs)
 {
     for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
         for (const MuxCase& row : *operation->rows) {
@@ -856,7 +856,7 @@ TEST(MuxAssembly, DecidesTheCountOfBlocksByTheFramesOfTheInputs)
     }
 }
 
-TEST(MuxSplit, WritesNoOutputTooFarThoughItLooksAtTheContainerOfTheFirstOnly)
+TEST(MuxDeinterleave, WritesNoOutputTooFarThoughItUsesTheContainerOfTheFirst)
 {
     const MuxCase& row = kMuxToMonoRows[0];
     Call call(kMuxToMono, row, 12);
@@ -868,7 +868,7 @@ TEST(MuxSplit, WritesNoOutputTooFarThoughItLooksAtTheContainerOfTheFirstOnly)
     EXPECT_EQ(narrow.lengthsSet, std::vector<unsigned long>{48}); // by the frames of the first
 }
 
-TEST(MuxSplit, KeepsTheFaultOf16Channels)
+TEST(MuxDeinterleave, RepeatsChannelsInTheTailOf16Channels)
 {
     for (const unsigned long frames : {7ul, 8ul}) {
         Call call(kMuxToMono, kMuxToMonoRows[2], frames);
@@ -880,7 +880,7 @@ TEST(MuxSplit, KeepsTheFaultOf16Channels)
     }
 }
 
-TEST(MuxSplit, WithVolumesScalesEachOutputOverItsOwnLength)
+TEST(MuxDeinterleave, WithVolumesScalesEachOutputOverItsOwnLength)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         for (const MuxCase& row : *operation->rows) {
@@ -902,7 +902,7 @@ TEST(MuxSplit, WithVolumesScalesEachOutputOverItsOwnLength)
     }
 }
 
-TEST(MuxSplit, GivesEachOutputItsOwnVolumes)
+TEST(MuxDeinterleave, GivesEachOutputItsOwnVolumes)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         const MuxCase& row = (*operation->rows)[1]; // 8 channels
@@ -924,7 +924,7 @@ TEST(MuxSplit, GivesEachOutputItsOwnVolumes)
     }
 }
 
-TEST(MuxSplit, RefusesVolumesOnOtherOutputsAfterTheSplit)
+TEST(MuxDeinterleave, RejectsVolumesOnOtherOutputsAfterTheDeinterleaving)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         for (const MuxCase& row : *operation->rows) {
@@ -943,7 +943,7 @@ TEST(MuxSplit, RefusesVolumesOnOtherOutputsAfterTheSplit)
     }
 }
 
-TEST(MuxSplit, WithVolumesEndsWithTheLastFailureAndStopsAtNone)
+TEST(MuxDeinterleave, WithVolumesEndsWithTheLastFailureAndStopsAtNone)
 {
     for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
         const MuxCase& row = (*operation->rows)[1];
@@ -959,7 +959,7 @@ TEST(MuxSplit, WithVolumesEndsWithTheLastFailureAndStopsAtNone)
     }
 }
 
-TEST(MuxSplit, IntoMoreThan32StereoBuffersFailsInTheKernelOnly)
+TEST(MuxDeinterleave, IntoMoreThan32StereoBuffersFailsInTheKernelOnly)
 {
     for (const unsigned long count : {33ul, 64ul}) {
         Call call(kMuxToStereo, 9, count, 4, 14, 4);
@@ -975,7 +975,7 @@ TEST(MuxSplit, IntoMoreThan32StereoBuffersFailsInTheKernelOnly)
     }
 }
 
-TEST(MuxSplit, TakesAnOddVolumeForStereoBuffers)
+TEST(MuxDeinterleave, AcceptsAnOddVolumeForStereoBuffers)
 {
     Call call(kMuxToStereo, kMuxToStereoRows[0], 8);
     EXPECT_EQ(call.Run(Flat(5, 0.0f)), 0);
@@ -1000,7 +1000,7 @@ std::pair<int, int> Suggested(int in, int out)
     return {properties[0], properties[1]};
 }
 
-TEST(MuxSuggestFormat, KeepsWhatARowTakes)
+TEST(MuxSuggestFormat, KeepsTheFormatsOfATableEntry)
 {
     for (const MuxCase& row : kMonoToMuxCases) {
         EXPECT_EQ(Suggested<CZtaConvertMonoToMux>(row.input, row.output), std::pair(row.input, row.output));
@@ -1016,7 +1016,7 @@ TEST(MuxSuggestFormat, KeepsWhatARowTakes)
     }
 }
 
-TEST(MuxSuggestFormat, ProposesTheMuxsContainerForAssembly)
+TEST(MuxSuggestFormat, ProposesTheMuxsContainerForInterleaving)
 {
     EXPECT_EQ(Suggested<CZtaConvertMonoToMux>(1, 11), std::pair(8, 11));
     EXPECT_EQ(Suggested<CZtaConvertMonoToMux>(16, 13), std::pair(8, 13));
@@ -1024,7 +1024,7 @@ TEST(MuxSuggestFormat, ProposesTheMuxsContainerForAssembly)
     EXPECT_EQ(Suggested<CZtaConvertStereoToMux>(2, 26), std::pair(21, 26));
 }
 
-TEST(MuxSuggestFormat, ProposesFourChannelsOfTheOutputsContainerForSplit)
+TEST(MuxSuggestFormat, ProposesFourChannelsOfTheOutputsContainerForDeinterleaving)
 {
     for (const int mux : {11, 14, 23}) {
         EXPECT_EQ(Suggested<CZtaConvertMuxToMono>(mux, 1), std::pair(3, 1));
@@ -1034,7 +1034,7 @@ TEST(MuxSuggestFormat, ProposesFourChannelsOfTheOutputsContainerForSplit)
     EXPECT_EQ(Suggested<CZtaConvertMuxToStereo>(6, 21), std::pair(22, 21));
 }
 
-TEST(MuxSuggestFormat, TakesTheLastRowWhereNothingFits)
+TEST(MuxSuggestFormat, UsesTheLastTableEntryIfNothingMatches)
 {
     EXPECT_EQ(Suggested<CZtaConvertMuxToMono>(9, 10), std::pair(7, 1));
     EXPECT_EQ(Suggested<CZtaConvertMuxToStereo>(9, 10), std::pair(7, 2));

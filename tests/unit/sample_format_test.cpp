@@ -129,7 +129,7 @@ TEST(SampleFormat, ClassifiesEveryCombinationAsTheTableTells)
     }
 }
 
-TEST(SampleFormat, RefusesChannelCountsFarBeyondTheTable)
+TEST(SampleFormat, RejectsChannelCountsFarBeyondTheTable)
 {
     for (const std::uint32_t channels : {128u, 256u, 0x10001u, 0x80000000u, 0xFFFFFFFFu}) {
         EXPECT_EQ(Classify(1, 16, 16, 48000, channels), kRefused) << channels;
@@ -174,7 +174,7 @@ TEST(SampleFormat, TakesMultiFormat24In32ForPcm)
     EXPECT_EQ(Classify(3, 32, 24, 48000, 3), Accepted(15));
 }
 
-TEST(SampleFormat, RefusesPcm16In32At44100)
+TEST(SampleFormat, RejectsPcm16In32At44100)
 {
     EXPECT_EQ(Classify(1, 32, 16, 44100, 1), kRefused);
     EXPECT_EQ(Classify(1, 32, 16, 44100, 2), kRefused);
@@ -199,7 +199,7 @@ TEST(SampleFormat, TakesAnyWordOf32BitsWith24ValidOnesForOther)
     EXPECT_EQ(Classify(1, 32, 24, 96000, 2), Accepted(15));
 }
 
-TEST(SampleFormat, RefusesPacked24BitsAt44100)
+TEST(SampleFormat, RejectsPacked24BitsAt44100)
 {
     EXPECT_EQ(Classify(1, 24, 24, 44100, 1), kRefused);
     EXPECT_EQ(Classify(1, 24, 24, 44100, 2), kRefused);

@@ -159,7 +159,7 @@ TEST(VolumeKernels, WorkInPlace)
     }
 }
 
-TEST(VolumeKernels, KeepTheChannelsOfManyFramesApart)
+TEST(VolumeKernels, KeepTheChannelsOfManyFramesSeparate)
 {
     for (const Row& row : kRows) {
         for (std::size_t frames : {4096ul, 8191ul, 40000ul}) {
@@ -183,7 +183,7 @@ TEST(VolumeKernels, KeepAllButTheLowByteAtUnity)
     }
 }
 
-TEST(VolumeKernels, LetTheLowestFiveBitsTakeNoPart)
+TEST(VolumeKernels, IgnoreTheLowestFiveBits)
 {
     const Words input = RandomWords(256);
     Words other = input;
@@ -281,7 +281,7 @@ TEST(VolumeKernels, StayWithinTheirMultiplierAtTheSteepestRamps)
     }
 }
 
-TEST(VolumeKernels, TakeEveryGainBelowEight)
+TEST(VolumeKernels, AcceptEveryGainBelowEight)
 {
     const float below = std::nextafter(8.0f, 0.0f);
     const Words input = RandomWords(64);
@@ -292,7 +292,7 @@ TEST(VolumeKernels, TakeEveryGainBelowEight)
     EXPECT_EQ(Result(input, Flat(4, below)), expected);
 }
 
-TEST(VolumeKernels, TakeANanAsItsLowBits)
+TEST(VolumeKernels, UseTheLowBitsOfANan)
 {
     const Words input = RandomWords(64);
     EXPECT_EQ(Result(input, {{0, kNan, 1.0f}}), Words(64));
@@ -345,7 +345,7 @@ TEST(VolumeKernels, LeaveABufferAloneWhoseStepsAreAMultipleOf65536)
 
 // --- The kernels' checks ---------------------------------------------------------------------------------------------
 
-TEST(VolumeKernels, LookAtNothingWithoutFrames)
+TEST(VolumeKernels, ValidateNothingWithoutFrames)
 {
     CZtaApplyVolume volume;
     for (Kernel kernel : kKernels) {
@@ -353,7 +353,7 @@ TEST(VolumeKernels, LookAtNothingWithoutFrames)
     }
 }
 
-TEST(VolumeKernels, TakeTheChannelCountsInTheirNamesOnly)
+TEST(VolumeKernels, AcceptTheChannelCountsInTheirNamesOnly)
 {
     CZtaApplyVolume volume;
     for (Kernel kernel : kKernels) {
@@ -374,7 +374,7 @@ TEST(VolumeKernels, TakeTheChannelCountsInTheirNamesOnly)
     }
 }
 
-TEST(VolumeKernels, RefuseNullSamplesThenNullRecords)
+TEST(VolumeKernels, RejectNullSamplesThenNullRecords)
 {
     CZtaApplyVolume volume;
     Words words(256, kPoison);
@@ -387,7 +387,7 @@ TEST(VolumeKernels, RefuseNullSamplesThenNullRecords)
     EXPECT_EQ(words, Words(256, kPoison));
 }
 
-TEST(VolumeKernels, RefuseAGainOutOfRangeAndWriteNothing)
+TEST(VolumeKernels, RejectAGainOutOfRangeAndWriteNothing)
 {
     CZtaApplyVolume volume;
     for (const Row& row : kRows) {
@@ -414,7 +414,7 @@ TEST(VolumeSettings, NeedRecordsThenChannels)
     EXPECT_EQ(volume.SetVolumeSettings(records.data(), 0, 10), kArrayTooSmall);
 }
 
-TEST(VolumeSettings, TakeGainsFromZeroToEight)
+TEST(VolumeSettings, AcceptGainsFromZeroToEight)
 {
     CZtaApplyVolume volume;
     const float above = std::nextafter(8.0f, 9.0f);
@@ -470,7 +470,7 @@ TEST(VolumeSettings, KeepTheReplacementsBeforeARecordThatFails)
     EXPECT_EQ(records[1].fEndVolume, models::LargestGainBelow8(8.0f));
 }
 
-TEST(VolumeSettings, ReadAllRecordsBeforeTheyRefuseTheirCount)
+TEST(VolumeSettings, ReadAllRecordsBeforeTheCountCheck)
 {
     CZtaApplyVolume volume;
     for (unsigned long channels = 1; channels <= 130; ++channels) {
@@ -506,7 +506,7 @@ using Status = int FakeAudioSamples::*;
 constexpr Status kDigestCalls[] = {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus,
                                    &FakeAudioSamples::capacityStatus};
 
-TEST(ApplyVolume, HasItsRowsInOrder)
+TEST(ApplyVolume, HasItsTableEntriesInOrder)
 {
     OpenApplyVolume volume;
     ASSERT_EQ(volume.m_psProcessingFormats->iFormatCount, 7);
@@ -551,7 +551,7 @@ TEST(ApplyVolume, ScalesABufferInPlace)
     }
 }
 
-TEST(ApplyVolume, StartsAfreshWithEveryCall)
+TEST(ApplyVolume, KeepsNoStateBetweenCalls)
 {
     CZtaApplyVolume volume;
     for (unsigned long channels : {64ul, 1ul, 16ul, 8ul, 2ul, 32ul, 4ul, 64ul, 64ul}) {
@@ -563,7 +563,7 @@ TEST(ApplyVolume, StartsAfreshWithEveryCall)
     }
 }
 
-TEST(ApplyVolume, RefusesChannelCountsBeforeItLooksAtTheBuffers)
+TEST(ApplyVolume, RejectsChannelCountsBeforeTheBuffers)
 {
     CZtaApplyVolume volume;
     Records records = Flat(65, 1.0f);
@@ -572,7 +572,7 @@ TEST(ApplyVolume, RefusesChannelCountsBeforeItLooksAtTheBuffers)
     }
 }
 
-TEST(ApplyVolume, TurnsFailuresOfTheDigestsIntoOneCode)
+TEST(ApplyVolume, TurnsFailuresOfTheQueriesIntoOneCode)
 {
     CZtaApplyVolume volume;
     for (Status call : kDigestCalls) {
@@ -605,7 +605,7 @@ TEST(ApplyVolume, TurnsFormatsThatCannotBeClassifiedIntoTheSameCode)
     }
 }
 
-TEST(ApplyVolume, RefusesOtherFormatsTheOutputsFirst)
+TEST(ApplyVolume, RejectsOtherFormatsTheOutputsFirst)
 {
     CZtaApplyVolume volume;
     std::vector<SZtaWaveFormatInfo> others;
@@ -632,7 +632,7 @@ TEST(ApplyVolume, RefusesOtherFormatsTheOutputsFirst)
     }
 }
 
-TEST(ApplyVolume, RefusesBuffersThatDifferFormatsBeforeLengths)
+TEST(ApplyVolume, RejectsBuffersThatDifferFormatsBeforeLengths)
 {
     CZtaApplyVolume volume;
     FakeAudioSamples input = Filled(Format24In32(2), 6, 8);
@@ -649,7 +649,7 @@ TEST(ApplyVolume, RefusesBuffersThatDifferFormatsBeforeLengths)
     }
 }
 
-TEST(ApplyVolume, RefusesAnotherCountOfRecords)
+TEST(ApplyVolume, RejectsAnotherCountOfRecords)
 {
     CZtaApplyVolume volume;
     FakeAudioSamples input = Filled(Format24In32(2), 6, 6);
@@ -660,7 +660,7 @@ TEST(ApplyVolume, RefusesAnotherCountOfRecords)
     EXPECT_TRUE(output.lengthsSet.empty());
 }
 
-TEST(ApplyVolume, HasNoRowFor24In24)
+TEST(ApplyVolume, HasNoTableEntryFor24In24)
 {
     CZtaApplyVolume volume;
     for (std::uint32_t channels : {1u, 2u}) {
@@ -702,7 +702,7 @@ TEST(ApplyVolume, RejectsASuccessfulQueryWithoutAPointer)
     }
 }
 
-TEST(ApplyVolume, LooksAtNoRecordsWithoutFrames)
+TEST(ApplyVolume, ReadsNoRecordsWithoutFrames)
 {
     CZtaApplyVolume volume;
     FakeAudioSamples input = Filled(Format24In32(2), 0, 6);

@@ -147,15 +147,15 @@ TEST(ProcessorFeatures, AgreeWithTheCompilersRuntime)
 
 TEST(LoopTargets, AreChosenByTheirFeaturesInOrder)
 {
-    EXPECT_STREQ(ZtaBestLoops(0).pszName, "plain");
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(Bare())).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(0).pszName, "scalar");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(Bare())).pszName, "scalar");
     EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(WithAvx2())).pszName, "avx2");
     SZtaCpuidLeaves words = WithAvx2();
     words.ui64Xcr0 = 3; // an operating system that does not keep the wide registers
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "scalar");
     words = WithAvx2();
     words.sLeaf1.ulEcx &= ~Bit(12); // AVX2 without FMA
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "scalar");
 }
 
 TEST(LoopTargets, TakeAvx512OnlyWholeAndWithTheSystemsConsent)
@@ -179,7 +179,7 @@ TEST(LoopTargets, TakeAvx512OnlyWholeAndWithTheSystemsConsent)
         EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(less)).pszName, "avx2") << bit;
     }
     words.sLeaf1.ulEcx &= ~Bit(12); // without FMA
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "plain");
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "scalar");
 }
 
 TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
@@ -196,7 +196,7 @@ TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
     const std::uint64_t avx2 = ZtaDetectCpuFeatures(WithAvx2());
     EXPECT_EQ(ZtaFindLoops(nullptr, avx2), &ZtaBestLoops(avx2));
     EXPECT_EQ(ZtaFindLoops("avx512", avx2), nullptr);
-    for (const char* name : {"", "avx", "avx22", "AVX2", "plain "}) {
+    for (const char* name : {"", "avx", "avx22", "AVX2", "scalar ", "plain "}) {
         EXPECT_EQ(ZtaFindLoops(name, ~std::uint64_t{0}), nullptr) << name;
     }
 }
@@ -204,7 +204,7 @@ TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
 TEST(LoopTargets, EndWithThePlainFormThatTakesNothing)
 {
     const SZtaLoopVariant& last = *std::prev(std::end(kLoopVariants));
-    EXPECT_STREQ(last.psLoops->pszName, "plain");
+    EXPECT_STREQ(last.psLoops->pszName, "scalar");
     EXPECT_TRUE(last.IsSupported(0));
     EXPECT_FALSE(kLoopVariants[0].IsSupported(0));
 }

@@ -28,8 +28,8 @@ protected:
 TEST_F(SampleLoops, AreTheWidestOfTheProcessorUnlessOthersAreSelected)
 {
     EXPECT_EQ(ztGetSampleLoops(), preferred_);
-    EXPECT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
-    EXPECT_STREQ(ztGetSampleLoops(), "plain");
+    EXPECT_EQ(ztSelectSampleLoops("scalar"), ZT_NOERROR);
+    EXPECT_STREQ(ztGetSampleLoops(), "scalar");
     EXPECT_EQ(ztSelectSampleLoops(nullptr), ZT_NOERROR);
     EXPECT_EQ(ztGetSampleLoops(), preferred_);
 }
@@ -37,21 +37,27 @@ TEST_F(SampleLoops, AreTheWidestOfTheProcessorUnlessOthersAreSelected)
 TEST_F(SampleLoops, CanBeAnyThatTheProcessorRuns)
 {
     for (const SZtaLoopVariant& target : kLoopVariants) {
-        ASSERT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
+        ASSERT_EQ(ztSelectSampleLoops("scalar"), ZT_NOERROR);
         const bool runs = target.IsSupported(features_);
         const char* name = target.psLoops->pszName;
         EXPECT_EQ(ztSelectSampleLoops(name), runs ? ZT_NOERROR : ZT_E_INVALID_PARAMETER) << name;
-        EXPECT_STREQ(ztGetSampleLoops(), runs ? name : "plain");
+        EXPECT_STREQ(ztGetSampleLoops(), runs ? name : "scalar");
     }
 }
 
 TEST_F(SampleLoops, StayWhereTheNameIsUnknown)
 {
-    ASSERT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
-    for (const char* name : {"", "avx", "avx5120", "Plain", "plain "}) {
+    ASSERT_EQ(ztSelectSampleLoops("scalar"), ZT_NOERROR);
+    for (const char* name : {"", "avx", "avx5120", "Scalar", "scalar ", "Plain", "plain "}) {
         EXPECT_EQ(ztSelectSampleLoops(name), ZT_E_INVALID_PARAMETER) << name;
-        EXPECT_STREQ(ztGetSampleLoops(), "plain");
+        EXPECT_STREQ(ztGetSampleLoops(), "scalar");
     }
+}
+
+TEST_F(SampleLoops, AcceptTheFormerNameOfTheScalarVariant)
+{
+    EXPECT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
+    EXPECT_STREQ(ztGetSampleLoops(), "scalar");
 }
 
 TEST_F(SampleLoops, GiveTheSameSamplesAndMayChangeWhileAnOperationRuns)
@@ -64,7 +70,7 @@ TEST_F(SampleLoops, GiveTheSameSamplesAndMayChangeWhileAnOperationRuns)
     std::vector<float> expected(input.size());
     std::vector<float> output(input.size());
     CZtaConvertBitDepth kernel;
-    ASSERT_EQ(ztSelectSampleLoops("plain"), ZT_NOERROR);
+    ASSERT_EQ(ztSelectSampleLoops("scalar"), ZT_NOERROR);
     kernel.ConvertBitDepthStereo16To32f(kFrames, input.data(), expected.data());
 
     std::atomic<bool> done = false;

@@ -34,11 +34,7 @@ void SelectLoops(const host::Module& module, const Context& context)
         return;
     }
     const auto select = module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
-    // "plain" is the former name of the scalar variant.
-    const bool isScalar = context.loopVariant == "scalar" || context.loopVariant == "plain";
-    const bool isSelected =
-        isScalar ? select("scalar") >= 0 || select("plain") >= 0 : select(context.loopVariant.c_str()) >= 0;
-    if (!isSelected) {
+    if (select(context.loopVariant.c_str()) < 0) {
         throw Failure("--loop-variant " + context.loopVariant + ": unknown, or not supported by this CPU");
     }
 }

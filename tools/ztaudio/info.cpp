@@ -107,8 +107,7 @@ void ShowModule(const Context& context)
     const zta::host::Module module(path);
     SelectLoops(module, context);
     std::printf("%s\n", path.c_str());
-    const std::string variant = module.Symbol<decltype(&ztGetSampleLoops)>("ztGetSampleLoops")();
-    Line("loops", variant == "plain" ? "scalar" : variant); // "plain" is the former name of the scalar variant
+    Line("loops", module.Symbol<decltype(&ztGetSampleLoops)>("ztGetSampleLoops")());
 }
 
 int ShowFiles(const InfoOptions& options)

@@ -30,6 +30,9 @@ const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Featu
     if (pszName == nullptr) {
         return &ZtaBestLoops(ui64Features);
     }
+    if (std::strcmp(pszName, "plain") == 0) { // the former name, which hosts still pass
+        pszName = "scalar";
+    }
     for (const SZtaLoopVariant& rsVariant : kLoopVariants) {
         if (std::strcmp(rsVariant.psLoops->pszName, pszName) == 0 && rsVariant.IsSupported(ui64Features)) {
             return rsVariant.psLoops;

@@ -56,7 +56,7 @@
     X(avx512, keZtaFeatureAvx2 | keZtaFeatureAvxEnabled | keZtaFeatureAvx512F | keZtaFeatureAvx512Bw | \
                 keZtaFeatureAvx512Dq | keZtaFeatureAvx512Vl | keZtaFeatureAvx512Vbmi | keZtaFeatureAvx512Enabled) \
     X(avx2,   keZtaFeatureAvx2 | keZtaFeatureAvxEnabled) \
-    X(plain,  0)
+    X(scalar, 0)
 
 // clang-format on
 

@@ -1,5 +1,5 @@
 // The scalar variant, which every processor supports. The other variants are tested against it.
-#define ZTA_LOOP_VARIANT plain
+#define ZTA_LOOP_VARIANT scalar
 #if !(defined(__SSE2__) && !defined(__SSE3__))
 #error "kernels/loops/CMakeLists.txt compiles this variant with other instruction sets"
 #endif

@@ -1,27 +1,56 @@
 #!/bin/sh
-# Builds the program in README.md in the two ways that README.md shows, and compares its output.
+# readme_program.sh MAKE_TONE: runs what README.md shows, with the engine installed in $HOME/zta: builds its program with
+# pkg-config, and with CMake as docs/install.md shows, compares the output, and runs the commands of the tool.
 set -eu
-export PREFIX PKG_CONFIG_PATH="$PREFIX/$LIBDIR/pkgconfig"
-module=$PREFIX/$LIBDIR/libZtaAudioSamplesEngine.so.1
+make_tone=$1
 
-# block KIND [N]: the N-th fenced block in README.md that begins with ```KIND; the first by default.
+# block DOCUMENT KIND [N]: the N-th fenced block that begins with ```KIND; the first by default.
 block() {
-    awk -v fence="\`\`\`$1" -v wanted="${2:-1}" '
-        $0 == "```" { on = 0 } on { print } $0 == fence { on = ++count == wanted }' "$SOURCE/README.md"
+    awk -v fence="\`\`\`$2" -v wanted="${3:-1}" '
+        $0 == "```" { on = 0 } on { print } $0 == fence { on = ++count == wanted }' "$SOURCE/$1"
 }
 
 rm -rf ./*
-block cpp > 01-copy.cpp
-block cmake > CMakeLists.txt
-block text > expected
+mkdir home
+cp -rs "$PREFIX" home/zta
+if ! test -e home/zta/lib/pkgconfig; then # a library directory for each architecture
+    ln -s "$PREFIX/$LIBDIR"/libZta* "$PREFIX/$LIBDIR"/libzta* "$PREFIX/$LIBDIR/pkgconfig" home/zta/lib/
+fi
+installed=$PREFIX
+unset PREFIX
+export HOME="$PWD/home"
+
+block README.md cpp > 01-copy.cpp
+block README.md text > expected
 test -s expected
 
-block sh 1 > by-cmake.sh
-sh -eux by-cmake.sh
-build/01-copy "$module" | diff -u expected -
-
-block sh 2 > by-pkg-config.sh
-sh -eux by-pkg-config.sh
-./01-copy "$module" | diff -u expected -
-test "$(pkg-config --variable=module zta-audio-samples-engine)" -ef "$module"
+block README.md sh 2 > program.sh
+grep -q pkg-config program.sh
+sh -eux program.sh > printed
+diff -u expected printed
+PKG_CONFIG_PATH=$HOME/zta/lib/pkgconfig
+export PKG_CONFIG_PATH
+test "$(pkg-config --variable=module zta-audio-samples-engine)" -ef "$installed/$LIBDIR/libZtaAudioSamplesEngine.so.1"
 test "$(pkg-config --modversion zta-audio-samples-engine zta-host | sort -u)" = "$VERSION"
+
+rm 01-copy
+block docs/install.md cmake > CMakeLists.txt
+grep -q find_package CMakeLists.txt
+block docs/install.md console | sed -n 's/^\$ //p' > cmake.sh
+test "$(wc -l < cmake.sh)" -eq 2
+sh -eux cmake.sh
+build/01-copy "$HOME/zta/lib/libZtaAudioSamplesEngine.so.1" | diff -u expected -
+
+block README.md sh 3 > tool.sh
+test "$(grep -c '^ztaudio ' tool.sh)" -eq 3
+PATH=$HOME/zta/bin:$PATH
+export PATH
+"$make_tone" tone.wav 997 -1 48000 1
+ztaudio convert --quiet tone.wav in.flac
+for name in drums bass voice keys; do
+    cp tone.wav "$name.wav"
+done
+sh -eux tool.sh > report
+for file in out.wav mix.wav mix.svg report; do
+    test -s "$file"
+done

@@ -892,14 +892,14 @@ TEST_F(Resampling, RejectsBuffersWithoutAnAddressAndContinuesTheStream)
             EXPECT_EQ(Resample(first, 1, 44100, 48000, kRestart, stream),
                       Resample(first, 1, 44100, 48000, kRestart, expected));
 
-            const auto input = MisbehavingBuffer::Create(journal_, "input", Pcm16(1, 44100), frames * 2);
-            const auto output = MisbehavingBuffer::Create(journal_, "output", Pcm16(1, 48000), frames * 3);
+            const auto input = MisbehavingBuffer::Create(callLog_, "input", Pcm16(1, 44100), frames * 2);
+            const auto output = MisbehavingBuffer::Create(callLog_, "output", Pcm16(1, 48000), frames * 3);
             input->SetValidLength(frames * 2);
             (isInput ? input : output)->hasNoAddress = true;
             EXPECT_EQ(Run(input.Get(), output.Get(), kContinue, stream.Get()), ZT_E_INVALID_POINTER);
             EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 0U);
-            EXPECT_EQ(journal_.Count("input.SignalReadCompletion"), 1);
-            EXPECT_EQ(journal_.Count("output.SignalWriteCompletion"), 1);
+            EXPECT_EQ(callLog_.Count("input.SignalReadCompletion"), 1);
+            EXPECT_EQ(callLog_.Count("output.SignalWriteCompletion"), 1);
             EXPECT_EQ(Resample(second, 1, 44100, 48000, kContinue, stream),
                       Resample(second, 1, 44100, 48000, kContinue, expected));
         }

@@ -2,7 +2,7 @@
 // as many bytes: a loop that reads r and writes w bytes is compared with copies of (r + w) / 2. Names are
 //   target/loop/size of the copy[/kind of samples]
 //
-// Each round times the loop, memcpy and a copy by full registers in turns, in time of this thread, so that a drift of
+// Each round times the loop, memcpy and a copy with full registers, interleaved, in thread CPU time, so that a drift of
 // the machine meets all three. Counters are medians over the rounds of a copy's time divided by the loop's: "memcpy",
 // "wide", and "share", which is the lesser of the two. 1 is as fast as the fastest copy.
 //
@@ -88,22 +88,22 @@ double Time(int repetitions, const Work& work)
     return (ThreadSeconds() - start) / repetitions;
 }
 
-/// Measures the loop and its yardsticks in turns; each yardstick's share becomes the counter of its name.
-void Compare(benchmark::State& state, const Work& loop, const std::vector<std::pair<const char*, Work>>& yardsticks)
+/// Measures the loop and its baselines, interleaved. The counter of each baseline's name is its share.
+void Compare(benchmark::State& state, const Work& loop, const std::vector<std::pair<const char*, Work>>& baselines)
 {
     loop();
     const double once = std::max(Time(3, loop), 1e-8);
     const int repetitions = std::max(1, static_cast<int>(1e-4 / once));
-    std::vector<std::vector<double>> shares(yardsticks.size());
+    std::vector<std::vector<double>> shares(baselines.size());
     for ([[maybe_unused]] auto _ : state) {
         const double time = Time(repetitions, loop);
         state.SetIterationTime(time);
-        for (std::size_t i = 0; i < yardsticks.size(); ++i) {
-            shares[i].push_back(Time(repetitions, yardsticks[i].second) / time);
+        for (std::size_t i = 0; i < baselines.size(); ++i) {
+            shares[i].push_back(Time(repetitions, baselines[i].second) / time);
         }
     }
-    for (std::size_t i = 0; i < yardsticks.size(); ++i) {
-        state.counters[yardsticks[i].first] = Median(shares[i]);
+    for (std::size_t i = 0; i < baselines.size(); ++i) {
+        state.counters[baselines[i].first] = Median(shares[i]);
     }
 }
 
@@ -127,7 +127,7 @@ struct Conversion {
 };
 
 constexpr Conversion kConversions[] = {
-#define ZTA_BENCH_ENTRY(name, in, out, law) {#name, in, out, &SZtaSampleLoops::pfn##name},
+#define ZTA_BENCH_ENTRY(name, in, out, op) {#name, in, out, &SZtaSampleLoops::pfn##name},
     ZTA_CONVERSION_LIST(ZTA_BENCH_ENTRY)
 #undef ZTA_BENCH_ENTRY
 };
@@ -141,7 +141,7 @@ void Convert(benchmark::State& state, ZtaConversion loop, const Conversion& conv
     CompareWithCopies(state, copied, [&] { loop(input.Data(), output.Data(), samples); });
 }
 
-/// Samples on which arithmetic may be slower than on noise: words whose floats are told by their bits.
+/// Samples on which arithmetic may be slower than on noise, as the bits of floats.
 struct Kind {
     const char* name;
     std::uint32_t (*word)(std::size_t i);
@@ -200,7 +200,7 @@ void SplitPair(benchmark::State& state, ZtaDeinterleaveStereo loop, std::size_t 
     CompareWithCopies(state, copied, [&] { loop(stereo.Data(), left.Data(), right.Data(), frames); });
 }
 
-/// Ramps up to a gain of 1 cannot exceed the limits of a sample; those above can, and are looked at for it.
+/// Ramps up to a gain of 1 cannot clip; those above can, and are clamped.
 constexpr unsigned long kGroupCounts[] = {1, 2, 4, 8, 16}; ///< of gains: up to 4 channels, 8, 16, 32, 64
 
 void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long groups, std::int32_t gain,
@@ -288,9 +288,9 @@ void RegisterFades(const SZtaLoopVariant& target)
     for (const std::size_t words : {1U, 2U, 4U, 8U, 16U}) {
         for (const std::ptrdiff_t step : {1, -1}) {
             const std::string shape = std::to_string(words).append(step > 0 ? "In" : "Out");
-#define ZTA_BENCH_ENTRY(law, bytes, gains)                                                                             \
-    Register(target, std::string("Fade" #law "x").append(shape), kFadeBenchFrames, "",                                 \
-             [=, &loops](auto& state) { Fade(state, loops.pfnFade##law, words, bytes, step); });
+#define ZTA_BENCH_ENTRY(op, bytes, gains)                                                                              \
+    Register(target, std::string("Fade" #op "x").append(shape), kFadeBenchFrames, "",                                  \
+             [=, &loops](auto& state) { Fade(state, loops.pfnFade##op, words, bytes, step); });
             ZTA_FADE_LOOP_LIST(ZTA_BENCH_ENTRY)
 #undef ZTA_BENCH_ENTRY
         }

@@ -3,11 +3,11 @@
 //
 //   mux_bench [element bytes] [streams] [frames]
 //
-// measures the usual shapes, or those that are asked for; 0 stands for all of the usual. Each line is one shape. Its
+// measures the usual shapes, or the given ones; 0 selects all usual ones. Each line is one shape. Its
 // first column is the time of the copy in nanoseconds, then follow for each target the shares of interleaving and
 // splitting: first with the buffers at random places of their pages, then with all of them at the same place, as hosts
-// that allocate by pages have them. A share is the median over many rounds, and in each round all columns take turns:
-// what else the machine does falls on all of them. Time is the processor time of the thread.
+// that allocate by pages have them. A share is the median over many rounds, and in each round all columns are
+// interleaved: what else the machine does falls on all of them. Time is the processor time of the thread.
 
 #include "bench/simd_copy.h"
 #include "kernels/loops/loops.h"

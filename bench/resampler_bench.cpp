@@ -101,7 +101,7 @@ void ResamplePlain(benchmark::State& state, const InputSpan& stretch)
     Resample(state, stretch, ReferenceResample);
 }
 
-/// Four sums abreast, as many as a processor adds at once, and few enough for the registers of SSE2.
+/// Four independent accumulators: as many as a CPU adds in parallel, and few enough for the registers of SSE2.
 #define ZTA_BENCH_BARE(name, options, Register, multiply, add, broadcast)                                              \
     __attribute__((target(options))) void name(benchmark::State& state)                                                \
     {                                                                                                                  \

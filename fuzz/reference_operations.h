@@ -66,7 +66,7 @@ struct Op {
     void (*convert)(const std::uint8_t* in, std::uint8_t* out);
 };
 
-inline constexpr Op kLaws[] = {
+inline constexpr Op kOps[] = {
 #define ZTA_FUZZ_LAW(in, out, name, arithmetic, samples)                                                               \
     {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out, models::Convert##arithmetic},
     ZTA_BIT_DEPTH_LIST(ZTA_FUZZ_LAW)
@@ -89,8 +89,8 @@ inline Conversion ReferenceConvert(const Content& in, const Content& out)
     if (out.CapacityFrames() < in.Frames()) {
         return {ZT_E_DESTINATION_BUFFER_TOO_SMALL, out};
     }
-    for (const Op& law : kLaws) {
-        if (law.in != *inProperty || law.out != *outProperty) {
+    for (const Op& op : kOps) {
+        if (op.in != *inProperty || op.out != *outProperty) {
             continue;
         }
         if (!IsExact(in.Format()) || !IsExact(out.Format())) {
@@ -100,7 +100,7 @@ inline Conversion ReferenceConvert(const Content& in, const Content& out)
         const std::size_t inBytes = in.Format().ulBitsPerSample / 8;
         const std::size_t outBytes = out.Format().ulBitsPerSample / 8;
         for (std::size_t i = 0; i < in.Frames() * in.Format().ulChannels; ++i) {
-            law.convert(in.bytes.data() + i * inBytes, result.bytes.data() + i * outBytes);
+            op.convert(in.bytes.data() + i * inBytes, result.bytes.data() + i * outBytes);
         }
         result.length = in.Frames() * host::BytesPerFrame(out.Format());
         return {0, result};
@@ -146,7 +146,7 @@ inline Conversion ReferenceCopy(Content in, Content out)
 /// The fade of one format.
 struct FadeRow {
     EZtAudioSampleFormatProperty property;
-    models::FadeOp law;
+    models::FadeOp op;
     std::size_t channels;
 };
 
@@ -191,10 +191,10 @@ inline int ReferenceFade(const FadeRow& row, bool in, bool out, Content& content
     const std::size_t length = std::min(kRamp, frames);
     const std::size_t frameBytes = host::BytesPerFrame(content.Format());
     for (std::size_t k = 0; in && k < length; ++k) {
-        models::FadeFrame(row.law, row.channels, content.bytes.data() + k * frameBytes, k);
+        models::FadeFrame(row.op, row.channels, content.bytes.data() + k * frameBytes, k);
     }
     for (std::size_t k = 0; out && k < length; ++k) {
-        models::FadeFrame(row.law, row.channels, content.bytes.data() + (frames - length + k) * frameBytes,
+        models::FadeFrame(row.op, row.channels, content.bytes.data() + (frames - length + k) * frameBytes,
                           kRamp - 1 - k);
     }
     return 0;

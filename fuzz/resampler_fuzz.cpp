@@ -82,14 +82,14 @@ public:
     }
 
 private:
-    void Process(Noise& noise, std::size_t frames, std::size_t room, FuzzInput& choices)
+    void Process(Noise& noise, std::size_t frames, std::size_t capacity, FuzzInput& choices)
     {
         const std::size_t frameBytes = channels_ * sizeof(std::int16_t);
         if (frames == 0 && channels_ == 2) {
             return; // the scratch buffers count as full, and the output can be smaller
         }
         auto input = AudioBuffer::Create(from_, frames * frameBytes);
-        auto output = AudioBuffer::Create(to_, room * frameBytes);
+        auto output = AudioBuffer::Create(to_, capacity * frameBytes);
         Samples samples(frames * channels_);
         for (std::int16_t& sample : samples) {
             sample = static_cast<std::int16_t>(noise.Next());
@@ -106,7 +106,7 @@ private:
         ZTA_FUZZ_CHECK(input->ReadCount() == 0 && output->WriteCount() == 0);
         ZTA_FUZZ_CHECK(input->PairingViolations() == 0 && output->PairingViolations() == 0);
 
-        const bool fits = frames <= room && frames * to_.ulSamplesPerSec / from_.ulSamplesPerSec + 1 <= room;
+        const bool fits = frames <= capacity && frames * to_.ulSamplesPerSec / from_.ulSamplesPerSec + 1 <= capacity;
         if (frames != 0 && !fits) {
             ZTA_FUZZ_CHECK(status == ZT_E_DESTINATION_BUFFER_TOO_SMALL);
             return;

@@ -52,10 +52,10 @@ int MakeCount(FuzzInput& choices, std::size_t usual)
 void CheckSetAndMove(FuzzInput& choices, const SignalVariant& build)
 {
     const int len = static_cast<int>(choices.ConsumeIndex(600)) - 2;
-    const auto room = static_cast<std::size_t>(std::max(len, 0));
+    const auto capacity = static_cast<std::size_t>(std::max(len, 0));
     const auto value = choices.Any<std::int16_t>();
     const bool null = choices.ConsumeWithOdds(16);
-    std::vector<std::int16_t> memory = MakeSamples(choices, room);
+    std::vector<std::int16_t> memory = MakeSamples(choices, capacity);
     std::vector<std::int16_t> expected = memory;
     const IppStatus status = null ? ippStsNullPtrErr : len < 1 ? ippStsSizeErr : ippStsNoErr;
     if (status == ippStsNoErr) {
@@ -67,14 +67,14 @@ void CheckSetAndMove(FuzzInput& choices, const SignalVariant& build)
     ZTA_FUZZ_CHECK(memory == expected);
 
     // Source and destination are in one memory block and may overlap.
-    const std::size_t distance = choices.ConsumeIndex(room + 1);
+    const std::size_t distance = choices.ConsumeIndex(capacity + 1);
     const bool forwards = choices.ConsumeBool();
-    memory = MakeSamples(choices, room + distance);
+    memory = MakeSamples(choices, capacity + distance);
     expected = memory;
     const std::size_t from = forwards ? 0 : distance;
     const std::size_t to = forwards ? distance : 0;
     if (status == ippStsNoErr) {
-        std::memmove(expected.data() + to, expected.data() + from, room * sizeof(std::int16_t));
+        std::memmove(expected.data() + to, expected.data() + from, capacity * sizeof(std::int16_t));
     }
     std::int16_t* const start = memory.empty() ? &none : memory.data();
     const bool nullSource = null && choices.ConsumeBool();
@@ -160,9 +160,9 @@ void CheckRun(FuzzInput& choices, const SignalVariant& build)
     const double start = head.halfLen + static_cast<int>(choices.ConsumeIndex(3)) + fraction;
     const std::size_t count = static_cast<std::size_t>(static_cast<int>(start) + std::max(len, 0) + head.halfLen + 1);
     const std::vector<std::int16_t> source = MakeSamples(choices, count);
-    const std::size_t room =
+    const std::size_t capacity =
         static_cast<std::size_t>((std::int64_t{std::max(len, 0)} * plan.outRate + plan.inRate - 1) / plan.inRate + 1);
-    std::vector<std::int16_t> samples(room);
+    std::vector<std::int16_t> samples(capacity);
     constexpr float kNorms[] = {1.0F, 0.5F, -1.0F, 3.0F, 0.0F};
     const float norm = choices.OneOf(kNorms);
     double time = start;

@@ -64,7 +64,7 @@ protected:
     friend struct SZtLayoutProbe; ///< the tests' view of the fields whose order the contract fixes
 };
 
-/// A reference-counted object that starts without a reference: nobody owns it until the first AddRef.
+/// A reference-counted object that starts without a reference: it has no owner until the first AddRef.
 class ZTA_API CZtUnknown : public INonDelegatingUnknown {
 public:
     /// As for CZtLightUnknown; `bFlag` has no effect.

@@ -6,10 +6,10 @@
 
 namespace {
 
-template <std::size_t Room, std::size_t Length>
-constexpr void CopyText(char (&rachTarget)[Room], const char (&rszSource)[Length])
+template <std::size_t Size, std::size_t Length>
+constexpr void CopyText(char (&rachTarget)[Size], const char (&rszSource)[Length])
 {
-    static_assert(Length - 1 <= Room, "the text does not fit its field");
+    static_assert(Length - 1 <= Size, "the text does not fit its field");
     for (std::size_t i = 0; i + 1 < Length; ++i) {
         rachTarget[i] = rszSource[i];
     }

@@ -58,12 +58,12 @@ void Write(std::uint8_t* bytes, T value)
 }
 
 /// One frame of `channels` samples, with the gain of one table entry.
-inline void FadeFrame(FadeOp law, std::size_t channels, std::uint8_t* frame, std::size_t entry)
+inline void FadeFrame(FadeOp op, std::size_t channels, std::uint8_t* frame, std::size_t entry)
 {
-    const std::int64_t gain = FadeGain(law == FadeOp::Int24In32 ? 2147483647 : 32767, entry);
+    const std::int64_t gain = FadeGain(op == FadeOp::Int24In32 ? 2147483647 : 32767, entry);
     for (std::size_t channel = 0; channel < channels; ++channel) {
-        std::uint8_t* const at = frame + channel * (law == FadeOp::Int16 || law == FadeOp::Stereo16 ? 2 : 4);
-        switch (law) {
+        std::uint8_t* const at = frame + channel * (op == FadeOp::Int16 || op == FadeOp::Stereo16 ? 2 : 4);
+        switch (op) {
         case FadeOp::Int16:
             Write(at, FadedSample16(Read<std::int16_t>(at), gain));
             break;

@@ -45,9 +45,9 @@ std::uint32_t To24(std::uint32_t word)
     return TruncateToInt32(std::bit_cast<float>(word) * 2147483648.0f);
 }
 
-/// Compares all targets with the law. Output words are compared as they stand in memory.
-template <class Output, class Law>
-void GoThroughAllWords(ZtaConversion SZtaSampleLoops::*loop, Law law)
+/// Compares all targets with the op. Outputs are compared bit for bit.
+template <class Output, class Op>
+void GoThroughAllWords(ZtaConversion SZtaSampleLoops::*loop, Op op)
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     std::vector<std::uint32_t> words(kStretch);
@@ -59,7 +59,7 @@ void GoThroughAllWords(ZtaConversion SZtaSampleLoops::*loop, Law law)
             words[i] = static_cast<std::uint32_t>(first) + i;
         }
         for (std::uint32_t i = 0; i < kStretch; ++i) {
-            expected[i] = static_cast<Output>(law(words[i]));
+            expected[i] = static_cast<Output>(op(words[i]));
         }
         for (const SZtaLoopVariant& target : kLoopVariants) {
             if (!target.IsSupported(features)) {

@@ -29,7 +29,7 @@ struct Conversion {
 };
 
 constexpr Conversion kConversions[] = {
-#define ZTA_TEST_ENTRY(name, in, out, law) {#name, in, out, &SZtaSampleLoops::pfn##name, &models::Convert##name},
+#define ZTA_TEST_ENTRY(name, in, out, op) {#name, in, out, &SZtaSampleLoops::pfn##name, &models::Convert##name},
     ZTA_CONVERSION_LIST(ZTA_TEST_ENTRY)
 #undef ZTA_TEST_ENTRY
 };
@@ -80,7 +80,7 @@ Bytes TellingWords()
 
 /// Outputs from this size on may be written past the caches.
 constexpr std::size_t kVeryLarge = std::size_t{32} << 20;
-/// Samples that very large buffers repeat; so many that none of them stays at its place in a line.
+/// Samples that very large buffers repeat. Their number is no multiple of a cache line.
 constexpr std::size_t kPeriod = 4801;
 
 void Repeat(const Bytes& period, std::size_t bytes, std::uint8_t* to)
@@ -363,7 +363,7 @@ INSTANTIATE_TEST_SUITE_P(All, ConversionLoopOfOneSize,
                                           }))),
                          Name);
 
-/// Quotients do not depend on the exponent, so one octave of each sign stands for all words.
+/// Quotients do not depend on the exponent, so one octave of each sign covers all values.
 TEST(ConversionLoops, DivideEveryMantissaToTheNearestFloat)
 {
     constexpr std::uint32_t kMantissas = 1u << 23;

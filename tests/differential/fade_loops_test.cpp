@@ -174,15 +174,15 @@ protected:
     const SZtaLoopVariant& target_ = kLoopVariants[GetParam()];
 };
 
-// The tests of one law.
-#define ZTA_TEST_ENTRY(law, bytes, gains)                                                                              \
-    TEST_P(FadeLoop, law##GivesTheModelsWordsAtEveryLengthAndReadsNoOtherGain)                                         \
+// The tests of one op.
+#define ZTA_TEST_ENTRY(op, bytes, gains)                                                                               \
+    TEST_P(FadeLoop, op##GivesTheModelsWordsAtEveryLengthAndReadsNoOtherGain)                                          \
     {                                                                                                                  \
-        Fade<law##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##law).AtEveryLength();                  \
+        Fade<op##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##op).AtEveryLength();                    \
     }                                                                                                                  \
-    TEST_P(FadeLoop, law##GivesTheModelsWordsAtEveryAlignmentAndTouchesNoOtherByte)                                    \
+    TEST_P(FadeLoop, op##GivesTheModelsWordsAtEveryAlignmentAndTouchesNoOtherByte)                                     \
     {                                                                                                                  \
-        Fade<law##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##law).AtEveryAlignment();               \
+        Fade<op##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##op).AtEveryAlignment();                 \
     }
 ZTA_FADE_LOOP_LIST(ZTA_TEST_ENTRY)
 #undef ZTA_TEST_ENTRY

@@ -66,9 +66,9 @@ struct Output {
 };
 
 Output RunBy(decltype(&ippsResamplePolyphaseFixed_16s) run, const std::vector<std::int16_t>& source, int len,
-             float norm, double time, const FilterBlock& filter, std::size_t room)
+             float norm, double time, const FilterBlock& filter, std::size_t capacity)
 {
-    std::vector<std::int16_t> samples(room, 0x5A5A);
+    std::vector<std::int16_t> samples(capacity, 0x5A5A);
     int count = -1;
     const IppStatus status = run(source.data(), len, samples.data(), norm, &time, &count, filter.Get());
     samples.resize(static_cast<std::size_t>(std::max(count, 0)));

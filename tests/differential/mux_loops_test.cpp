@@ -104,7 +104,7 @@ protected:
         mux_ = std::make_unique<Placed>(kMostStreams * streamBytes);
     }
 
-    /// The model: where each byte of the streams stands in the mux.
+    /// Reference model: the offset of each byte of the planes in the mux.
     Bytes Muxed(std::size_t count, std::size_t frames) const
     {
         Bytes mux(count * frames * element_.bytes);

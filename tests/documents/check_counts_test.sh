@@ -19,7 +19,7 @@ expect() {
 }
 
 expect 'The tests run in 3 minutes. 64 channels, 17 input frames, 200 frames.' fine
-expect 'The loops use AVX2; tests compare them. Part 16-in-16 inputs.' fine
+expect 'The loops use AVX2; tests compare them. The 16-in-16 inputs.' fine
 for counted in tests inputs mutants checks branches 'bytes of stack' 'samples checked'; do
     expect "All 12,345 $counted pass." "README.md:1:All 12,345 $counted pass."
     expect "7 $counted" "README.md:1:7 $counted"

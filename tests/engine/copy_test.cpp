@@ -422,7 +422,7 @@ TEST_F(Copy, OfASourceWithAPositiveCodeGoesOn)
     auto destination = Make("destination", Pcm16(1), 1);
     Fill<std::int16_t>(*source, {5});
     static_cast<IZtAVContent&>(*source).SetErrorCode(7);
-    EXPECT_EQ(Run(source.Get(), destination.Get()), 0) << "the byte copy's own result stands at the end";
+    EXPECT_EQ(Run(source.Get(), destination.Get()), 0) << "the result is that of the byte copy";
     EXPECT_EQ(Samples<std::int16_t>(*destination, 1), std::vector<std::int16_t>{5});
 }
 

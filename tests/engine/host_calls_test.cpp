@@ -139,15 +139,15 @@ TEST(HostCalls, AreThoseOfTheGuidesTable)
     EXPECT_EQ(calls.size(), kCalls.size()) << "the engine makes a call that is in no slot";
 
     // The rows of the table are those with three cells of letters.
-    std::vector<std::string> told;
+    std::vector<std::string> logged;
     std::ifstream guide(ZTA_SOURCE_DIR "/docs/host-guide.md");
     const std::regex row("\\| `[A-Za-z]+`( \\| `[A-Z.]{8}`){3} \\|");
     for (std::string line; std::getline(guide, line);) {
         if (std::regex_match(line, row)) {
-            told.push_back(line);
+            logged.push_back(line);
         }
     }
-    EXPECT_EQ(told, expected);
+    EXPECT_EQ(logged, expected);
 }
 
 } // namespace

@@ -991,7 +991,7 @@ TEST_F(StereoToMux, WithOneVolumeTooManyInterleavesAndIsThenRejected)
     EXPECT_EQ(callLog_.Calls(), Entry(4) + WorkerStart() + ForEach(4, [](std::size_t i) { return Copied(i, 24); }) +
                                     Polarity("mux", 0) + Flags("mux", 0, 0) + QueryCalls("convert", 4) + Digest("mux") +
                                     Digest("mux") + Digest("mux") + WorkerEnd(4, ZT_E_INVALID_PARAMETER));
-    EXPECT_EQ(SamplesOf(*mux_, 2), SamplesOf(*array_[0], 2)) << "the samples stand unscaled";
+    EXPECT_EQ(SamplesOf(*mux_, 2), SamplesOf(*array_[0], 2)) << "the samples are not scaled";
     EXPECT_EQ(mux_->ErrorCode(), ZT_E_INVALID_PARAMETER);
     ExpectSettled();
 }

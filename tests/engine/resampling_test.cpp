@@ -185,7 +185,7 @@ TEST_F(Resampling, QueryingAStreamResetsItsCount)
     const _GUID copy = IID_IUnknown;
     EXPECT_EQ(stream->QueryInterface(copy, &pv), 0);
     EXPECT_EQ(pv, static_cast<void*>(stream.Get()));
-    EXPECT_EQ(State(stream).m_lRefCount, 1) << "the one reference is the query's, which the test's own stands for";
+    EXPECT_EQ(State(stream).m_lRefCount, 1) << "the only reference is that of the query";
     EXPECT_EQ(stream->AddRef(), 2U);
     EXPECT_EQ(stream->Release(), 1U);
 }
@@ -237,7 +237,7 @@ TEST_F(Resampling, DeliversTheFirstBufferAfterARestartInFull)
     const Samples16 in = Noise(1024, 2);
     const Samples16 out = Resample(in, 1, 44100, 48000, kRestart, stream);
     EXPECT_EQ(out.size(), 1097U);
-    EXPECT_EQ(out[0], in[0]) << "the first output stands at the time of the first input";
+    EXPECT_EQ(out[0], in[0]) << "the first output has the time of the first input";
     EXPECT_EQ(State(stream).m_aulHistoryCount[0], 34U);
     EXPECT_GE(State(stream).m_adTime[0], 17.0);
     EXPECT_LT(State(stream).m_adTime[0], 18.0);
@@ -590,20 +590,20 @@ TEST(ResamplerKernel, KeepsItsChannelsApart)
     Samples16 in = Noise(1000, 11);
     Samples16 out(2000);
     for (const unsigned long channel : {0UL, 1UL}) {
-        unsigned long room = out.size();
-        EXPECT_EQ(resample.Resample16BitMonoTo16BitMono(in.size(), in.data(), room, out.data(), kRestart, channel,
+        unsigned long capacity = out.size();
+        EXPECT_EQ(resample.Resample16BitMonoTo16BitMono(in.size(), in.data(), capacity, out.data(), kRestart, channel,
                                                         stream.Get()),
                   0);
     }
     auto& state = dynamic_cast<CPolyphaseResampler&>(*stream);
     const Samples16 right(state.m_psHistory + 48, state.m_psHistory + 48 + 34);
     const double time = state.m_adTime[1];
-    unsigned long room = out.size();
-    resample.Resample16BitMonoTo16BitMono(300, in.data(), room, out.data(), kRestart, 0, stream.Get());
+    unsigned long capacity = out.size();
+    resample.Resample16BitMonoTo16BitMono(300, in.data(), capacity, out.data(), kRestart, 0, stream.Get());
     EXPECT_EQ(Samples16(state.m_psHistory + 48, state.m_psHistory + 48 + 34), right);
     EXPECT_EQ(state.m_adTime[1], time);
-    room = out.size();
-    EXPECT_EQ(resample.Resample16BitMonoTo16BitMono(1, in.data(), room, out.data(), kRestart, 2, stream.Get()),
+    capacity = out.size();
+    EXPECT_EQ(resample.Resample16BitMonoTo16BitMono(1, in.data(), capacity, out.data(), kRestart, 2, stream.Get()),
               ZT_E_INVALID_PARAMETER);
 }
 
@@ -615,11 +615,11 @@ TEST(ResamplerKernel, LooksForTheStreamThenForTheRoomThenForTheChannel)
     const auto stream = host::Ref<IUnknown>::Adopt(made);
     Samples16 in = Noise(1000, 13);
     Samples16 out(2000);
-    const auto run = [&](unsigned long room, unsigned long channel, IUnknown* to) {
-        const unsigned long offered = room;
+    const auto run = [&](unsigned long capacity, unsigned long channel, IUnknown* to) {
+        const unsigned long offered = capacity;
         const int status =
-            resample.Resample16BitMonoTo16BitMono(in.size(), in.data(), room, out.data(), kRestart, channel, to);
-        EXPECT_TRUE(status == 0 || room == offered);
+            resample.Resample16BitMonoTo16BitMono(in.size(), in.data(), capacity, out.data(), kRestart, channel, to);
+        EXPECT_TRUE(status == 0 || capacity == offered);
         return status;
     };
     CPolyphaseResampler bare; // nothing has set it up

@@ -347,13 +347,13 @@ TEST(VolumeOperands, FollowTheRulesOfTheirRoom)
 
     ASSERT_EQ(object.SaveInfoApplyVolume(buffer.Get(), buffer.Get(), volumes.data(), 2), 0);
     EXPECT_EQ(buffer->References(), 3);
-    unsigned long room = 1;
-    EXPECT_EQ(object.GetInfoApplyVolume(&input, &output, taken.data(), &room), ZT_E_ARRAY_TOO_SMALL);
+    unsigned long capacity = 1;
+    EXPECT_EQ(object.GetInfoApplyVolume(&input, &output, taken.data(), &capacity), ZT_E_ARRAY_TOO_SMALL);
     EXPECT_EQ(input, buffer.Get()) << "the buffers are written all the same";
     EXPECT_EQ(taken[0].ulChannelRef, 9U);
-    room = 64;
-    EXPECT_EQ(object.GetInfoApplyVolume(&input, &output, taken.data(), &room), 0);
-    EXPECT_EQ(room, 2U);
+    capacity = 64;
+    EXPECT_EQ(object.GetInfoApplyVolume(&input, &output, taken.data(), &capacity), 0);
+    EXPECT_EQ(capacity, 2U);
     EXPECT_EQ(taken[1].ulChannelRef, 3U);
     EXPECT_EQ(taken[1].fEndVolume, 0.75F);
     EXPECT_EQ(taken[2].ulChannelRef, 9U);

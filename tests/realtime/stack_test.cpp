@@ -90,8 +90,8 @@ private:
 template <std::size_t Bytes>
 [[gnu::noinline]] void Take()
 {
-    std::array<volatile char, Bytes> room;
-    for (volatile char& at : room) {
+    std::array<volatile char, Bytes> memory;
+    for (volatile char& at : memory) {
         at = 1;
     }
 }

@@ -379,8 +379,8 @@ TEST_F(BadInput, AFullDiskDuringASplit)
     Fails({"split", mux, "-o", folder_.File("{}.wav")});
 }
 
-// In a folder like /tmp nobody may give a file the name of somebody else's. That shows when the first two outputs have
-// their names already; they lose them again.
+// In a folder like /tmp a user cannot rename a file to the name of another user's file. That shows when the first two
+// outputs have their names already; they lose them again.
 TEST_F(BadInput, AnOutputOfASplitThatCannotGetItsName)
 {
     if (geteuid() != 0) {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// A sound in memory. A 16-bit sample stands as a number, a 24-bit sample in the top of its word, a float by its bits.
+/// A sound in memory. A 16-bit sample is a number, a 24-bit sample is MSB-aligned, a float is stored as its bits.
 struct Sound {
     int format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     int channels = 1;

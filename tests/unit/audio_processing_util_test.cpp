@@ -415,7 +415,7 @@ TEST(PairSuggestion, CopiesAPairThatIsProcessed)
 TEST(PairSuggestion, KeepsTheOutputFirst)
 {
     Kernel kernel({{1, 8, 0}, {2, 9, 1}, {17, 9, 2}, {1, 17, 3}});
-    // A row with the input 1 stands before and after; the first row with the output wins nonetheless.
+    // Entries with the input 1 are before and after it; the first entry with the output wins.
     EXPECT_EQ(Suggest(kernel, Variant(FormatOf(1)), Variant(FormatOf(9))),
               (Pair{0, FormatOf(2), Variant(FormatOf(9))}));
 }

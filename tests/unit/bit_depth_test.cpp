@@ -422,7 +422,7 @@ TEST(ConvertBitDepthByBytes, PlacesTheBytesOfOneSample)
     EXPECT_EQ(Convert(&K::ConvertBitDepth32To24, 4, 3, true), (Bytes{0x44, 0x33, 0x22}));
 }
 
-/// Converts `inputBytes` of buffers with room for ten frames and compares what is written with the model's first
+/// Converts `inputBytes` of buffers with capacity for ten frames and compares what is written with the model's first
 /// `framesDone` frames.
 void ExpectByteWise(const ByteWiseRow& row, unsigned long channels, unsigned long inputBytes, unsigned long outputBytes,
                     unsigned long framesDone, int status)

@@ -14,7 +14,7 @@ constexpr _GUID kClsid = {0xAAAAAAAA, 0xBBBB, 0xCCCC, {1, 2, 3, 4, 5, 6, 7, 8}};
 constexpr _GUID kIidOfObject = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
 constexpr _GUID kIidOfNothing = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 9}};
 
-/// What the test's class does when it is told to create an object, and what became of it.
+/// The behavior of the test's class when it creates an object, and the result.
 struct Script {
     int status = 0;
     int calls = 0;

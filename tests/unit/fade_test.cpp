@@ -38,7 +38,7 @@ struct Row {
     std::uint32_t property;
     Kernel fadeIn;
     Kernel fadeOut;
-    FadeOp law;
+    FadeOp op;
     std::size_t channels;
     std::size_t frameBytes;
     bool mux;
@@ -65,7 +65,7 @@ int ModelFadeIn(const Row& row, std::size_t frames, std::uint8_t* buffer)
         return kDestinationTooSmall;
     }
     for (std::size_t k = 0; k < std::min(frames, kRamp); ++k) {
-        FadeFrame(row.law, row.channels, buffer + k * row.frameBytes, k);
+        FadeFrame(row.op, row.channels, buffer + k * row.frameBytes, k);
     }
     return 0;
 }
@@ -77,7 +77,7 @@ int ModelFadeOut(const Row& row, std::size_t frames, std::uint8_t* buffer)
     }
     const std::size_t length = std::min(frames, kRamp);
     for (std::size_t k = 0; k < length; ++k) {
-        FadeFrame(row.law, row.channels, buffer + (frames - length + k) * row.frameBytes, 199 - k);
+        FadeFrame(row.op, row.channels, buffer + (frames - length + k) * row.frameBytes, 199 - k);
     }
     return 0;
 }
@@ -203,7 +203,7 @@ TEST(MakeFadeCurve, AreThoseOfTheKernels)
     }
 }
 
-// --- The arithmetic, at values worked out by hand --------------------------------------------------------------------
+// --- The arithmetic, at manually computed values --------------------------------------------------------------------
 
 std::vector<std::int16_t> FadeWith(Kernel kernel, std::vector<std::int16_t> samples, std::size_t channels)
 {

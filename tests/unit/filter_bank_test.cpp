@@ -95,7 +95,7 @@ void FilterBank::ExpectModel(const FilterPlan& plan, float rollOff, float alpha)
             ASSERT_TRUE(models::IsRoundedTap(tap, expected))
                 << "row " << p << " tap " << i << " is " << tap << ", not " << expected;
         }
-        // What is left of the row is nobody's, but for the 8 bytes that the prototype shares.
+        // The rest of the phase is unused, except the 8 bytes shared with the prototype.
         const bool shared = !words && p == layout.outRate - 1;
         for (std::int64_t i = offset + static_cast<std::int64_t>(row.size()) * layout.tapSize;
              i < offset + layout.stride * layout.tapSize - (shared ? 8 : 0); ++i) {

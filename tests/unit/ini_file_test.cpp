@@ -42,7 +42,7 @@ protected:
         return Read();
     }
 
-    /// The records of the text, headers and keys, as told by the object.
+    /// The records of the text, headers and keys, as reported by the object.
     std::vector<Record> HeadersOf(const std::string& text)
     {
         Write(text);
@@ -122,7 +122,7 @@ TEST_F(IniFile, LosesALastLineWithoutNewline)
 {
     EXPECT_EQ(ContentOf("[A]\nk=1"), L"[A]\n");
     EXPECT_EQ(ContentOf("[A]"), L"");
-    EXPECT_EQ(ContentOf("[A]\n[no bracket"), L"[A]\n") << "not even looked at";
+    EXPECT_EQ(ContentOf("[A]\n[no bracket"), L"[A]\n") << "not read";
 }
 
 TEST_F(IniFile, KeepsTheBlanksAroundTheEqualSign)

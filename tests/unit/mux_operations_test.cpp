@@ -435,7 +435,7 @@ TEST(MuxOperations, CheckPointersThoughNoFrameFits)
             if (operation->Layout(row) == narrow) {
                 continue;
             }
-            // The second buffer has no room for one element of the first's container.
+            // The second buffer cannot hold one element of the first's container.
             const auto run = [&](bool entryIsNull, bool muxIsNull) {
                 Call call(*operation, row, 1);
                 call.buffers[1] = FakeAudioSamples(FormatOfLayout(narrow), 1, 1);
@@ -688,7 +688,7 @@ TEST(MuxInterleave, UsesTheContainerOfTheFirstBufferAndReadsNoBufferTooFar)
     EXPECT_EQ(call.mux.data, expected);
     EXPECT_EQ(call.mux.lengthsSet, std::vector<unsigned long>{12 * 16});
 
-    // A buffer that is like the one before but for its room is looked at by itself.
+    // A buffer that differs from the previous one only in its capacity is validated separately.
     Call roomy(kMonoToMux, row, 12);
     for (const std::size_t i : {1U, 2U}) {
         roomy.buffers[i] = FakeAudioSamples(FormatOfLayout(1), 12, i == 1 ? 24 : 12);

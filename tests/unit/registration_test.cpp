@@ -200,7 +200,7 @@ TEST_F(Registration, PrintsTheMessageAlsoToAWideStream)
 
 TEST_F(Registration, UnregisteringWritesOnceAndRegisteringTwiceIfTheFirstFails)
 {
-    // A sealed file in memory can be read, but nobody, not even root, can open it for rewriting.
+    // A sealed file in memory can be read but not opened for rewriting, not even by root.
     const int sealed = ::memfd_create("CLSIDs", MFD_ALLOW_SEALING);
     ASSERT_GE(sealed, 0);
     const std::string text = std::string("[CLSID]\n") + kLine;
@@ -292,7 +292,7 @@ TEST_F(Registration, FormsThePathFromTheVariable)
     Expect(RunWith("/some/where", print_path), 1, "/some/where/CLSIDs");
     Expect(RunWith("", print_path), 1, "/CLSIDs"); // set, though empty
     const std::string longer(5000, 'x');
-    Expect(RunWith(longer, print_path), 1, longer.substr(0, 4095)); // cut to its room
+    Expect(RunWith(longer, print_path), 1, longer.substr(0, 4095)); // truncated to its size
 }
 
 TEST_F(Registration, HasNoPathWithoutTheVariable)

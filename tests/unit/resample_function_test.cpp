@@ -32,13 +32,13 @@ struct Output {
 class FilterRun : public testing::TestWithParam<SignalVariant> {
 protected:
     Output Run(const std::int16_t* source, int len, double time, const IppsResamplingPolyphaseFixed_16s* filter,
-               float norm = 1.0f, std::size_t room = 20000) const
+               float norm = 1.0f, std::size_t capacity = 20000) const
     {
-        std::vector<std::int16_t> samples(room, kUnwritten);
+        std::vector<std::int16_t> samples(capacity, kUnwritten);
         int count = -1;
         const IppStatus status =
             GetParam().ippsResamplePolyphaseFixed_16s(source, len, samples.data(), norm, &time, &count, filter);
-        for (std::size_t i = static_cast<std::size_t>(std::max(count, 0)); i < room; ++i) {
+        for (std::size_t i = static_cast<std::size_t>(std::max(count, 0)); i < capacity; ++i) {
             EXPECT_EQ(samples[i], kUnwritten);
         }
         samples.resize(static_cast<std::size_t>(std::max(count, 0)));

@@ -74,7 +74,7 @@ protected:
     using TestObject = Object<Base>;
     static constexpr unsigned kFirstCount = std::is_same_v<Base, CZtLightUnknown> ? 1 : 0;
 
-    /// An object that nobody aggregates, with one reference.
+    /// An object that is not aggregated, with one reference.
     static TestObject* MakeOwned(std::function<void(TestObject&)> at_end = {})
     {
         auto* object = new TestObject(std::move(at_end), L"name", static_cast<IUnknown*>(nullptr));
@@ -84,7 +84,7 @@ protected:
         return object;
     }
 
-    /// The address under which an object that nobody aggregates is its own outer unknown.
+    /// The address under which an object that is not aggregated is its own outer unknown.
     static void* Self(TestObject* object) { return static_cast<INonDelegatingUnknown*>(object); }
 
     /// Builds an object with one of the constructors, checks it and deletes it as its creator would.

@@ -739,7 +739,7 @@ TEST(ApplyVolume, EndsWithTheStatusOfSettingTheLength)
 
 TEST(VolumeSettings, OfNoFramesHaveStepsThatNoLaneHolds)
 {
-    // Rises by infinity, falls by infinity, and what is neither: all three are the word that stands for "does not fit".
+    // Rises by infinity, falls by infinity, and NaN: all three become the value for "does not fit".
     for (const auto& [start, end] : {std::pair{1.0f, 2.0f}, {2.0f, 1.0f}, {1.0f, 1.0f}}) {
         CZtaApplyVolume volume;
         Records records(4, {0, start, end});

@@ -34,7 +34,7 @@ std::string NameOfFormat(int format)
 std::string LengthText(const SoundFileReader& sound)
 {
     if (sound.Frames() == 0) {
-        return "no sample frames, or not told";
+        return "no sample frames, or unknown";
     }
     const double seconds = static_cast<double>(sound.Frames()) / sound.Rate();
     char text[96];

@@ -58,24 +58,24 @@ int InvokeResample(IZtaAudioSamplesEngine& engine, Call& call)
 
 std::vector<BufferSpec> Array(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t frames)
 {
-    std::vector<BufferSpec> specs;
+    std::vector<BufferSpec> bufferSpecs;
     for (std::size_t i = 0; i < count; ++i) {
-        specs.emplace_back(ArrayElementName(i), format, frames);
+        bufferSpecs.emplace_back(ArrayElementName(i), format, frames);
     }
-    return specs;
+    return bufferSpecs;
 }
 
 } // namespace
 
 std::vector<BufferSpec*> CallSpec::AllBuffers()
 {
-    std::vector<BufferSpec*> specs;
+    std::vector<BufferSpec*> bufferSpecs;
     for (auto* group : {&inputs, &outputs}) {
-        for (BufferSpec& spec : *group) {
-            specs.push_back(&spec);
+        for (BufferSpec& bufferSpec : *group) {
+            bufferSpecs.push_back(&bufferSpec);
         }
     }
-    return specs;
+    return bufferSpecs;
 }
 
 const std::vector<Operation>& Operations()
@@ -180,17 +180,17 @@ Call::Call(Session& session, const Operation& operation, const CallSpec& shape, 
 {
     // The resampler requires 16-bit alignment.
     const std::size_t shift = !unaligned ? 0 : operation.name == "resample" ? 2 : 1;
-    const auto make = [&](const std::vector<BufferSpec>& specs, std::vector<host::Ref<GuardedBuffer>>& buffers,
+    const auto make = [&](const std::vector<BufferSpec>& bufferSpecs, std::vector<host::Ref<GuardedBuffer>>& buffers,
                           std::vector<IZtAudioSamples*>& pointers, std::vector<Bytes>& before) {
-        for (const BufferSpec& spec : specs) {
-            const std::size_t frameBytes = host::BytesPerFrame(spec.format);
-            auto buffer =
-                GuardedBuffer::Create(callLog, spec.name, spec.format, spec.capacityFrames * frameBytes, shift);
-            before.push_back(RandomSamples(session.random, spec.format, spec.capacityFrames * frameBytes));
+        for (const BufferSpec& bufferSpec : bufferSpecs) {
+            const std::size_t frameBytes = host::BytesPerFrame(bufferSpec.format);
+            auto buffer = GuardedBuffer::Create(callLog, bufferSpec.name, bufferSpec.format,
+                                                bufferSpec.capacityFrames * frameBytes, shift);
+            before.push_back(RandomSamples(session.random, bufferSpec.format, bufferSpec.capacityFrames * frameBytes));
             buffer->SetContent(before.back());
-            buffer->SetValidLength(spec.frames * frameBytes);
-            buffer->SetFades(spec.fadeIn, spec.fadeOut);
-            buffer->SetPolarity(spec.polarity);
+            buffer->SetValidLength(bufferSpec.frames * frameBytes);
+            buffer->SetFades(bufferSpec.fadeIn, bufferSpec.fadeOut);
+            buffer->SetPolarity(bufferSpec.polarity);
             pointers.push_back(buffer.Get());
             buffers.push_back(buffer);
         }

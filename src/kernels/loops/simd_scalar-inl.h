@@ -112,7 +112,7 @@ struct Scalar {
         return static_cast<VecU32>(static_cast<std::int32_t>(ulWord) >> iBits);
     }
 
-    /// The frames of one step of the stereo loops. 1 stands for loops without steps.
+    /// The frames of one step of the stereo loops. 1 means no steps.
     template <int Bytes>
     static constexpr unsigned long kStereoStepFrames = 1;
 

@@ -64,15 +64,13 @@ std::vector<double> Sums(std::vector<double> first, const std::vector<double>& s
     return first;
 }
 
-/// Measures the library once for each instruction set. Another contender of the same job differs in what is selected
-/// during its slices; the first set is selected at all other times.
+/// Measures the library, and baselines that are made of its code, once for each instruction set. Copies of a contender
+/// differ in the set that is selected during their slices; the first set is selected at all other times.
 void AddInstructionSets(Workload& work, std::span<const InstructionSet> sets)
 {
-    if (work.contenders.empty() || work.fixedVariant) {
+    if (work.fixedVariant) {
         return;
     }
-    const Contender library = work.contenders.front();
-    work.contenders.erase(work.contenders.begin());
     const auto during = [&](const InstructionSet& set, auto call) {
         return [call, select = set.select, restore = sets.front().select](auto... arguments) {
             select();
@@ -83,19 +81,25 @@ void AddInstructionSets(Workload& work, std::span<const InstructionSet> sets)
             return call(arguments...);
         };
     };
-    std::vector<Contender> variants;
-    for (const InstructionSet& set : sets) {
-        Contender variant = library;
-        variant.name = library.name + ", " + set.name;
-        variant.instructionSet = set.name;
-        variant.timer = during(set, library.timer);
-        variant.once = during(set, library.once);
-        if (library.check) {
-            variant.check = during(set, library.check);
+    std::vector<Contender> contenders;
+    for (const Contender& contender : work.contenders) {
+        if (contender.role != Role::Library && contender.role != Role::Baseline) {
+            contenders.push_back(contender);
+            continue;
         }
-        variants.push_back(std::move(variant));
+        for (const InstructionSet& set : sets) {
+            Contender variant = contender;
+            variant.name = contender.name + ", " + set.name;
+            variant.instructionSet = set.name;
+            variant.timer = during(set, contender.timer);
+            variant.once = during(set, contender.once);
+            if (contender.check) {
+                variant.check = during(set, contender.check);
+            }
+            contenders.push_back(std::move(variant));
+        }
     }
-    work.contenders.insert(work.contenders.begin(), variants.begin(), variants.end());
+    work.contenders = std::move(contenders);
 }
 
 /// Compares one contender of the library with all others, round by round.
@@ -107,7 +111,8 @@ void AddVerdicts(Result& result, const std::vector<Target>& targets, const std::
         Verdict verdict{target, set, std::numeric_limits<double>::infinity(), ""};
         for (std::size_t i = 0; i < contenders.size(); ++i) {
             const double ratio = MedianRatio(rounds[i], rounds[library]);
-            if (contenders[i].role == target.against && ratio < verdict.share) {
+            const bool isOfSet = contenders[i].instructionSet.empty() || contenders[i].instructionSet == set;
+            if (contenders[i].role == target.against && isOfSet && ratio < verdict.share) {
                 verdict.share = ratio;
                 verdict.against = contenders[i].name;
             }

@@ -22,6 +22,7 @@ expect "resample register" re
 expect --fade-in convert --fade-i
 expect --quiet --qui
 expect "clip" convert in.wav out.wav --overload c
+expect --jobs convert a.wav b.wav --job
 expect 44100 resample --rate 4410
 : > sound.wav
 expect sound.wav info sound

@@ -62,6 +62,12 @@ void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::pa
     }
 }
 
+std::filesystem::path ResolveOutput(const std::filesystem::path& out)
+{
+    const std::filesystem::path target = std::filesystem::absolute(FollowLinks(out));
+    return std::filesystem::weakly_canonical(target.parent_path()) / target.filename();
+}
+
 OutputFile::OutputFile(const std::filesystem::path& target, ExistingOutput existing)
     : target_(target), existing_(existing)
 {

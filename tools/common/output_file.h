@@ -7,6 +7,10 @@
 /// Throws Failure if both names lead to one file. "-", a pipe, is no file.
 void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::path& out);
 
+/// Returns the file that an output of this name becomes: links are followed, and the folder is absolute. Two outputs
+/// with equal results would be one file. Throws Failure if links form a loop.
+std::filesystem::path ResolveOutput(const std::filesystem::path& out);
+
 /// Where an encoder writes its bytes.
 class OutputTarget {
 public:

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <variant>
 #include <vector>
 
 /// How files are opened.
@@ -99,6 +100,16 @@ struct ResampleOptions {
     bool json = false;
 };
 
+/// A command for each of several inputs.
+struct BatchOptions {
+    using Command = std::variant<ConvertOptions, TrimOptions, VolumeOptions, ResampleOptions>;
+
+    Command command; ///< without input and output
+    std::vector<std::filesystem::path> in;
+    std::string pattern; ///< of the outputs: {} stands for the name of the input without its extension
+    unsigned jobs = 0;   ///< files in parallel, 0 for one per processor
+};
+
 struct AnalyzeOptions {
     InputOptions input;
     std::filesystem::path in;
@@ -127,6 +138,7 @@ int RunCommand(const VolumeOptions& options, const Context& context);
 int RunCommand(const MuxOptions& options, const Context& context);
 int RunCommand(const SplitOptions& options, const Context& context);
 int RunCommand(const ResampleOptions& options, const Context& context);
+int RunCommand(const BatchOptions& options, const Context& context);
 int RunCommand(const AnalyzeOptions& options, const Context& context);
 int RunCommand(const RegisterOptions& options, const Context& context);
 int RunCommand(const UnregisterOptions& options, const Context& context);

@@ -3,11 +3,9 @@
 #include "tools/common/signal_handling.h"
 #include "tools/ztaudio/options.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <string>
-#include <system_error>
 
 namespace {
 
@@ -22,12 +20,7 @@ int Run(int argc, char** argv)
     const CommandLine line = ParseCommandLine(argc, argv);
     const int exitCode =
         std::visit([&line](const auto& options) { return RunCommand(options, line.context); }, line.command);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        if (errno == EPIPE) {
-            throw BrokenPipe();
-        }
-        throw Failure("standard output: cannot write: " + std::generic_category().message(errno));
-    }
+    FlushStandardOutput();
     return exitCode;
 }
 

@@ -11,12 +11,20 @@
 namespace {
 
 constexpr std::int64_t kMaxBlockFrames = 192000;
+constexpr unsigned kMaxJobs = 256;
 
 constexpr const char* kGainHelp =
     "A gain is a factor from 0 to 8, or decibels like -6dB. START:END is a ramp over the whole length, from the first\n"
     "sample frame to the last, linear in the factor; each frame gets the nearest multiple of 1/4096. Results saturate\n"
     "at 24 bits, and lower bits are dropped. Channels are numbered from 1. The last of several gains for a channel\n"
     "applies.";
+
+/// The commands with one input and one output, which can be run for several inputs.
+template <typename Options>
+concept HasOneInputAndOutput = requires(Options options)
+{
+    BatchOptions::Command(options);
+};
 
 class Parser {
 public:
@@ -38,6 +46,12 @@ private:
     }
 
     void AddOutput(CLI::App& command, std::filesystem::path& out, const char* name = "OUT");
+    void AddInputAndOutput(CLI::App& command, const char* input);
+
+    /// The command for the input and the output, or for the inputs, of the command line.
+    template <typename Options>
+    Command WithFiles(Options options) const;
+
     CLI::Option& AddGains(CLI::App& command, std::vector<std::string>& gains);
     void AddBlock(CLI::App& command, std::int64_t& block);
     void AddOverload(CLI::App& command, OverloadPolicy& overload);
@@ -61,6 +75,10 @@ private:
 
     CLI::App app_{"Processes sound files with the audio samples engine.", "ztaudio"};
     CommandLine line_;
+    std::vector<std::filesystem::path> inputs_; ///< of a command that can have several; without -o, also the output
+    std::filesystem::path output_;
+    std::string pattern_;
+    unsigned jobs_ = 0;
     bool version_ = false;
     bool hasCommand_ = false;
 };
@@ -101,6 +119,7 @@ Parser::Parser()
         "  ztaudio convert mix.wav mix-float.wav --format float\n"
         "  ffmpeg -i film.mkv -f wav - | ztaudio convert - film.flac --format 24\n"
         "  ztaudio convert hot.ogg disc.wav --format 16 --rate 44100 --guard\n"
+        "  ztaudio convert *.aiff -o 'flac/{}.flac' --jobs 4\n"
         "  ztaudio convert take.aiff clip.wav --format 16 --fade-in --fade-out",
         &Parser::DefineConvert);
     Add("trim", "Copy a range of sample frames to a new file",
@@ -215,7 +234,11 @@ CLI::App& Parser::Add(const char* name, const char* description, const char* foo
     (this->*define)(command, *options);
     command.footer(footer);
     command.callback([this, options] {
-        line_.command = *options;
+        if constexpr (HasOneInputAndOutput<Options>) {
+            line_.command = WithFiles(*options);
+        } else {
+            line_.command = *options;
+        }
         hasCommand_ = true;
     });
     return command;
@@ -227,6 +250,40 @@ void Parser::AddOutput(CLI::App& command, std::filesystem::path& out, const char
         .add_option(name, out,
                     "file to write, or - for standard output, its container by the extension: " + OutputExtensions())
         ->required();
+}
+
+void Parser::AddInputAndOutput(CLI::App& command, const char* input)
+{
+    command.add_option("IN", inputs_, std::string(input) + "; several with -o")->required();
+    // Only for the help: the list of inputs takes every name.
+    command.add_option("OUT", output_,
+                       "file to write, or - for standard output, its container by the extension: " +
+                           OutputExtensions());
+    command
+        .add_option("-o,--output", pattern_,
+                    "write this file instead of OUT; {} is replaced by the name of the input without its extension")
+        ->type_name("PATTERN");
+    command.add_option("-j,--jobs", jobs_, "files processed in parallel, with -o (default: the number of processors)")
+        ->type_name("N")
+        ->check(CLI::Range(1U, kMaxJobs).description(""))
+        ->needs("--output");
+}
+
+template <typename Options>
+Command Parser::WithFiles(Options options) const
+{
+    if (!pattern_.empty()) {
+        return BatchOptions{options, inputs_, pattern_, jobs_};
+    }
+    if (inputs_.size() < 2) {
+        throw UsageFailure("OUT is required");
+    }
+    if (inputs_.size() > 2) {
+        throw UsageFailure("several inputs need -o and a name with {} for the outputs");
+    }
+    options.in = inputs_[0];
+    options.out = inputs_[1];
+    return options;
 }
 
 CLI::Option& Parser::AddGains(CLI::App& command, std::vector<std::string>& gains)
@@ -308,8 +365,7 @@ void Parser::DefineInfo(CLI::App& command, InfoOptions& options)
 
 void Parser::DefineConvert(CLI::App& command, ConvertOptions& options)
 {
-    command.add_option("IN", options.in, "file to read, or - for standard input")->required();
-    AddOutput(command, options.out);
+    AddInputAndOutput(command, "file to read, or - for standard input");
     command.add_option("--format", options.format, "sample format of the output (default: that of the input)")
         ->check(CLI::IsMember(SampleFormatNames()));
     command.add_flag("--fade-in", options.fadeIn, "fade in over the first 200 sample frames");
@@ -330,8 +386,7 @@ void Parser::DefineTrim(CLI::App& command, TrimOptions& options)
     const auto check = [](const std::string& text) -> std::string {
         return IsPosition(text) ? "" : text + " is no time: 1.5, 0:01.500 or, in sample frames, 72000s";
     };
-    command.add_option("IN", options.in, "file to read")->required();
-    AddOutput(command, options.out);
+    AddInputAndOutput(command, "file to read, or - for standard input");
     command.add_option("--from", options.from, "first sample frame to copy")
         ->type_name("T")
         ->capture_default_str()
@@ -353,8 +408,7 @@ void Parser::DefineStereo(CLI::App& command, StereoOptions& options)
 
 void Parser::DefineVolume(CLI::App& command, VolumeOptions& options)
 {
-    command.add_option("IN", options.in, "file to read")->required();
-    AddOutput(command, options.out);
+    AddInputAndOutput(command, "file to read, or - for standard input");
     AddGains(command, options.gains).required();
     command.add_option("--format", options.format, "sample format of the output (default: 24in32)")
         ->check(CLI::IsMember(SampleFormatNames()));
@@ -395,8 +449,7 @@ void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
 
 void Parser::DefineResample(CLI::App& command, ResampleOptions& options)
 {
-    command.add_option("IN", options.in, "file to read")->required();
-    AddOutput(command, options.out);
+    AddInputAndOutput(command, "file to read, or - for standard input");
     command.add_option("--rate", options.rate, "rate of the output: 44100 or 48000")
         ->required()
         ->check(CLI::Range(1U, 768000U))

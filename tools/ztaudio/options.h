@@ -11,9 +11,9 @@ struct PrintText {
     std::string text;
 };
 
-using Command =
-    std::variant<PrintText, VersionOptions, InfoOptions, ConvertOptions, TrimOptions, StereoOptions, VolumeOptions,
-                 MuxOptions, SplitOptions, ResampleOptions, AnalyzeOptions, RegisterOptions, UnregisterOptions>;
+using Command = std::variant<PrintText, VersionOptions, InfoOptions, ConvertOptions, TrimOptions, StereoOptions,
+                             VolumeOptions, MuxOptions, SplitOptions, ResampleOptions, BatchOptions, AnalyzeOptions,
+                             RegisterOptions, UnregisterOptions>;
 
 struct CommandLine {
     Context context;

@@ -95,6 +95,11 @@ bool IsOutputFormat(const std::string& name)
     return std::ranges::find(kContainers, "." + name, &Container::extension) != std::end(kContainers);
 }
 
+void RequireContainer(const std::filesystem::path& path, const OutputOptions& options)
+{
+    ContainerOf(path, options);
+}
+
 SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const OutputOptions& options, SampleFormat word,
                                  std::uint32_t channels, std::uint32_t rate, sf_count_t expectedFrames,
                                  bool extensibleWav)

@@ -26,6 +26,9 @@ std::string OutputExtensions();
 /// Returns whether the name is that of a container that can be written.
 bool IsOutputFormat(const std::string& name);
 
+/// Throws UsageFailure if neither the options nor the extension of the path select a container.
+void RequireContainer(const std::filesystem::path& path, const OutputOptions& options);
+
 class SoundFileWriter {
 public:
     /// Begins a file of the container that the options or the extension select, or writes to standard output if the

@@ -517,6 +517,29 @@ TEST_F(BadInput, AnOverloadThatIsAFailure)
                     .ends_with(": has samples beyond full scale, and --overload fail was given\n"));
 }
 
+TEST_F(BadInput, AnOverloadThatIsAFailureAtTheEndOfAPipedSound)
+{
+    std::vector<float> values(2000000, 0.5F);
+    values.back() = 1.5F;
+    const std::string hot = folder_.File("hot.wav");
+    const std::string silence = folder_.File("mono.wav");
+    WriteSound(hot, Floats(values));
+    WriteSound(silence, Noise(SF_FORMAT_PCM_16, 1, 48000));
+    const std::string text = "ztaudio: " + hot + ": has samples beyond full scale, and --overload fail was given\n";
+    for (const std::string container : {"wav", "au", "raw", "flac"}) {
+        EXPECT_EQ(
+            Fails({"convert", hot, "-", "--format", "16", "--overload", "fail", "--output-format", container, "-q"}),
+            text);
+    }
+    EXPECT_EQ(Fails({"volume", hot, "-", "--gain", "1", "--overload", "fail", "-q"}), text);
+    EXPECT_EQ(Fails({"resample", hot, "-", "--rate", "44100", "--overload", "fail", "-q"}), text);
+    EXPECT_EQ(Fails({"stereo", hot, silence, "-", "--overload", "fail", "-q"}), text);
+    EXPECT_EQ(Fails({"mux", hot, hot, "-o", "-", "--overload", "fail", "-q"}), text);
+    const RunOptions noFolder = {.environment = {{"TMPDIR", folder_.File("none")}}};
+    EXPECT_EQ(Fails({"convert", in_, "-", "--overload", "fail"}, 1, noFolder),
+              "ztaudio: standard output: cannot write a temporary file: No such file or directory\n");
+}
+
 TEST_F(BadInput, AGainForIntegersInAConversion)
 {
     EXPECT_EQ(Fails({"convert", in_, out_, "--gain", "0.5"}),

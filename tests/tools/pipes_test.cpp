@@ -60,6 +60,27 @@ TEST_F(Pipes, GiveTheLengthOfAFileAndNoneOfAPipe)
     EXPECT_EQ(open.substr(40, 4), "\xFF\xFF\xFF\xFF");
 }
 
+TEST_F(Pipes, CarryTheSameBytesWhereAnOverloadWouldBeAFailure)
+{
+    Write("in.wav", Noise(SF_FORMAT_FLOAT, 2, 100000));
+    for (const std::string container : {"wav", "au", "raw", "flac"}) {
+        SCOPED_TRACE(container);
+        const std::string options = " --format 24 --output-format " + container;
+        Succeeds("$Z convert in.wav - --overload fail" + options + " > a; $Z convert in.wav - " + options + " > b");
+        Succeeds("cat in.wav | $Z convert - - --overload fail" + options + " > c; cat in.wav | $Z convert - - " +
+                 options + " > d");
+        if (container == "flac") { // whose header is completed at the end, except in a pipe
+            Succeeds("for i in a b c d; do cat $i | $Z convert - $i.wav; done");
+            for (const std::string name : {"b.wav", "c.wav", "d.wav"}) {
+                ExpectSame(ReadSound(File(name)), ReadSound(File("a.wav")));
+            }
+        } else {
+            EXPECT_TRUE(ReadTextFile(File("a")) == ReadTextFile(File("b")));
+            EXPECT_TRUE(ReadTextFile(File("c")) == ReadTextFile(File("d")));
+        }
+    }
+}
+
 TEST_F(Pipes, CarryCompressedSound)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 5001);

@@ -1,6 +1,7 @@
 #include "tools/common/output_file.h"
 
 #include "tools/common/failure.h"
+#include "tools/common/signal_handling.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -40,6 +42,32 @@ std::filesystem::path FollowLinks(std::filesystem::path target)
     return target;
 }
 
+// Writes until an error, which is put into `error`. Returns the bytes written.
+std::int64_t WriteAll(int file, const std::byte* data, std::int64_t bytes, int& error)
+{
+    std::int64_t written = 0;
+    while (error == 0 && written < bytes) {
+        const ssize_t count = write(file, data + written, static_cast<std::size_t>(bytes - written));
+        if (count >= 0) {
+            written += count;
+        } else if (errno != EINTR) {
+            error = errno;
+        }
+    }
+    return written;
+}
+
+std::int64_t FileLength(int file)
+{
+    struct stat status = {};
+    return fstat(file, &status) == 0 ? status.st_size : -1;
+}
+
+Failure CannotSpool(int error)
+{
+    return Failure("standard output: cannot write a temporary file: " + std::generic_category().message(error));
+}
+
 // The access rights that the file would have got if it had been opened under its own name.
 mode_t AccessRights(const std::filesystem::path& target)
 {
@@ -66,6 +94,12 @@ std::filesystem::path ResolveOutput(const std::filesystem::path& out)
 {
     const std::filesystem::path target = std::filesystem::absolute(FollowLinks(out));
     return std::filesystem::weakly_canonical(target.parent_path()) / target.filename();
+}
+
+int OpenTemporaryFile()
+{
+    const char* const folder = std::getenv("TMPDIR");
+    return open(folder != nullptr && *folder != '\0' ? folder : "/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
 }
 
 OutputFile::OutputFile(const std::filesystem::path& target, ExistingOutput existing)
@@ -107,17 +141,7 @@ OutputFile::~OutputFile()
 
 std::int64_t OutputFile::Write(const void* data, std::int64_t bytes) noexcept
 {
-    const auto* from = static_cast<const std::byte*>(data);
-    std::int64_t written = 0;
-    while (error_ == 0 && written < bytes) {
-        const ssize_t count = write(file_, from + written, static_cast<std::size_t>(bytes - written));
-        if (count >= 0) {
-            written += count;
-        } else if (errno != EINTR) {
-            error_ = errno;
-        }
-    }
-    return written;
+    return WriteAll(file_, static_cast<const std::byte*>(data), bytes, error_);
 }
 
 std::int64_t OutputFile::Read(void* data, std::int64_t bytes) noexcept
@@ -132,8 +156,7 @@ std::int64_t OutputFile::Seek(std::int64_t offset, int whence) noexcept
 
 std::int64_t OutputFile::Length() const noexcept
 {
-    struct stat status = {};
-    return fstat(file_, &status) == 0 ? status.st_size : -1;
+    return FileLength(file_);
 }
 
 void OutputFile::RequireWritten() const
@@ -198,15 +221,7 @@ std::int64_t StandardOutput::Write(const void* data, std::int64_t bytes) noexcep
 {
     const std::int64_t gone = std::clamp(written_ - position_, std::int64_t{0}, bytes);
     const auto* from = static_cast<const std::byte*>(data);
-    std::int64_t done = gone;
-    while (error_ == 0 && done < bytes) {
-        const ssize_t count = write(STDOUT_FILENO, from + done, static_cast<std::size_t>(bytes - done));
-        if (count >= 0) {
-            done += count;
-        } else if (errno != EINTR) {
-            error_ = errno;
-        }
-    }
+    const std::int64_t done = gone + WriteAll(STDOUT_FILENO, from + gone, bytes - gone, error_);
     position_ += done;
     written_ = std::max(written_, position_);
     return done;
@@ -236,5 +251,60 @@ void StandardOutput::RequireWritten() const
     }
     if (error_ != 0) {
         throw CannotWrite("standard output", error_);
+    }
+}
+
+SpooledOutput::SpooledOutput() : file_(OpenTemporaryFile())
+{
+    if (file_ < 0) {
+        throw CannotSpool(errno);
+    }
+}
+
+SpooledOutput::~SpooledOutput()
+{
+    close(file_);
+}
+
+std::int64_t SpooledOutput::Write(const void* data, std::int64_t bytes) noexcept
+{
+    return WriteAll(file_, static_cast<const std::byte*>(data), bytes, error_);
+}
+
+std::int64_t SpooledOutput::Read(void* data, std::int64_t bytes) noexcept
+{
+    return read(file_, data, static_cast<std::size_t>(bytes));
+}
+
+std::int64_t SpooledOutput::Seek(std::int64_t offset, int whence) noexcept
+{
+    return lseek(file_, offset, whence);
+}
+
+std::int64_t SpooledOutput::Length() const noexcept
+{
+    return FileLength(file_);
+}
+
+void SpooledOutput::RequireWritten() const
+{
+    if (error_ != 0) {
+        throw CannotSpool(error_);
+    }
+}
+
+void SpooledOutput::Publish()
+{
+    StandardOutput out;
+    std::vector<std::byte> block(65536);
+    lseek(file_, 0, SEEK_SET);
+    ssize_t count = 0;
+    while ((count = read(file_, block.data(), block.size())) > 0) {
+        CheckInterruption();
+        out.Write(block.data(), count);
+        out.RequireWritten();
+    }
+    if (count < 0) {
+        throw Failure("standard output: cannot read a temporary file: " + std::generic_category().message(errno));
     }
 }

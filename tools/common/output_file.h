@@ -11,6 +11,10 @@ void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::pa
 /// with equal results would be one file. Throws Failure if links form a loop.
 std::filesystem::path ResolveOutput(const std::filesystem::path& out);
 
+/// Opens a file without a name in the folder for temporary files, that of TMPDIR or /tmp. Returns a descriptor, or -1
+/// and sets errno.
+int OpenTemporaryFile();
+
 /// Where an encoder writes its bytes.
 class OutputTarget {
 public:
@@ -93,5 +97,28 @@ public:
 private:
     std::int64_t position_ = 0;
     std::int64_t written_ = 0;
+    int error_ = 0;
+};
+
+/// Standard output that gets its bytes at the end, or none if there is a failure before. Until then they are in a
+/// temporary file.
+class SpooledOutput : public OutputTarget {
+public:
+    /// Throws Failure if there can be no temporary file.
+    SpooledOutput();
+    ~SpooledOutput() override;
+
+    std::int64_t Write(const void* data, std::int64_t bytes) noexcept override;
+    std::int64_t Read(void* data, std::int64_t bytes) noexcept override;
+    std::int64_t Seek(std::int64_t offset, int whence) noexcept override;
+    std::int64_t Length() const noexcept override;
+    void RequireWritten() const override;
+    void Close() override { RequireWritten(); }
+    /// Writes to standard output. Throws BrokenPipe if the reader has gone, Interrupted if a signal ends the program.
+    void Publish() override;
+    void Keep() noexcept override {}
+
+private:
+    int file_;
     int error_ = 0;
 };

@@ -21,6 +21,14 @@ struct FileOptions {
     OutputOptions output;
 };
 
+/// How the output is written under an overload policy: where an overload is a failure, a pipe gets nothing then.
+inline OutputOptions OutputFor(const FileOptions& files, OverloadPolicy overload)
+{
+    OutputOptions output = files.output;
+    output.isSpooled = overload == OverloadPolicy::Fail;
+    return output;
+}
+
 struct VersionOptions {};
 
 struct InfoOptions {

@@ -77,7 +77,8 @@ void Convert(const ConvertOptions& options, const Context& context)
     const bool hasFades = options.fadeIn || options.fadeOut;
     BlockReader blocks(source, options.block, options.fadeIn, options.fadeOut);
     Conversion conversion(engine, source.Word(), to, in.Channels(), blocks.MaxFrames(), hasFades, overloads);
-    SoundFileWriter out(options.out, options.files.output, to, in.Channels(), rate, source.Frames(), IsExtensible(in));
+    SoundFileWriter out(options.out, OutputFor(options.files, options.overload), to, in.Channels(), rate,
+                        source.Frames(), IsExtensible(in));
     resamples ? out.CopyTexts(in) : out.CopyTags(in);
     in.ReportLoss(context);
     if (resamples) {

@@ -149,7 +149,8 @@ void Mux(const MuxOptions& options, const Context& context)
     gains.NoteSilence(context);
     OverloadCounter none(options.out.string(), options.overload); // the inputs count
     Conversion conversion(engine, format, to, channels, kBlockFrames, false, none);
-    SoundFileWriter out(options.out, options.files.output, to, channels, inputs.Rate(), inputs.Frames(), false);
+    SoundFileWriter out(options.out, OutputFor(options.files, options.overload), to, channels, inputs.Rate(),
+                        inputs.Frames(), false);
     NoteAdaptation(inputs.Sound(0), inputs.Sound(0).Path().string(), context);
 
     Progress progress(context, options.out.filename().string(), inputs.Frames(), inputs.Rate());

@@ -1,6 +1,7 @@
 #include "tools/ztaudio/sound_file_reader.h"
 
 #include "tools/common/failure.h"
+#include "tools/common/output_file.h"
 #include "tools/ztaudio/truncation_check.h"
 
 #include <algorithm>
@@ -184,8 +185,7 @@ void SoundFileReader::OpenStream(const StreamFormat& format)
 // Other formats are read in any order, so the pipe is copied to a file without a name first.
 void SoundFileReader::OpenSpooled(std::unique_ptr<ByteStream> bytes)
 {
-    const char* const folder = std::getenv("TMPDIR");
-    const int file = open(folder != nullptr && *folder != '\0' ? folder : "/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    const int file = OpenTemporaryFile();
     if (file < 0) {
         throw Failure(path_.string() + ": cannot make a temporary file: " + std::generic_category().message(errno));
     }

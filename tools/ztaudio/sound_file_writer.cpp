@@ -122,7 +122,9 @@ SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const Output
                       zta::host::FormatName(WaveFormat(word, channels, rate)));
     }
     RequireCapacity(expectedFrames);
-    if (isPipe) {
+    if (isPipe && options.isSpooled) {
+        target_ = std::make_unique<SpooledOutput>();
+    } else if (isPipe) {
         target_ = std::make_unique<StandardOutput>();
     } else {
         target_ =

@@ -18,6 +18,7 @@
 struct OutputOptions {
     std::string format;     ///< the extension of a container or "raw"; empty for that of the file's name
     bool noClobber = false; ///< do not replace an existing file
+    bool isSpooled = false; ///< standard output gets nothing before the sound is complete
 };
 
 /// The extensions of the containers, for help texts.

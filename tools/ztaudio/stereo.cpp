@@ -24,7 +24,8 @@ void Stereo(const StereoOptions& options, const Context& context)
     const auto left = MakeBuffer(WaveFormat(format, 1));
     const auto right = MakeBuffer(WaveFormat(format, 1));
     const auto stereo = MakeBuffer(WaveFormat(format, 2));
-    SoundFileWriter out(options.out, options.files.output, format, 2, inputs.Rate(), inputs.Frames(), false);
+    SoundFileWriter out(options.out, OutputFor(options.files, options.overload), format, 2, inputs.Rate(),
+                        inputs.Frames(), false);
     NoteAdaptation(inputs.Sound(0), inputs.Sound(0).Path().string(), context);
 
     Progress progress(context, options.out.filename().string(), inputs.Frames(), inputs.Rate());

@@ -89,7 +89,8 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
     BlockConverter feed(engine, in, SampleFormat::Pcm24In32, overloads);
     GainStage stage(engine, in.Channels());
     Conversion conversion(engine, SampleFormat::Pcm24In32, to, in.Channels(), kBlockFrames, false, overloads);
-    SoundFileWriter out(options.out, options.files.output, to, in.Channels(), in.Rate(), in.Frames(), IsExtensible(in));
+    SoundFileWriter out(options.out, OutputFor(options.files, options.overload), to, in.Channels(), in.Rate(),
+                        in.Frames(), IsExtensible(in));
     out.CopyTags(in);
     in.ReportLoss(context);
     NoteAdaptation(in, name, context);

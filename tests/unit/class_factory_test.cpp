@@ -43,7 +43,7 @@ public:
         if (ZtIsSameGuid(riid, kIidOfObject)) {
             *ppv = static_cast<IUnknown*>(this);
             AddRef();
-            return 3; // a success that the factory must hand through
+            return 3; // a success that the factory must return
         }
         return Base::NonDelegatingQueryInterface(riid, ppv);
     }
@@ -69,7 +69,7 @@ INonDelegatingUnknown* CreateObject(IUnknown* outer, int* phr)
     return g_script.object;
 }
 
-/// An object that is on neither base of the frame.
+/// An object that derives from neither base class.
 class Foreign : public INonDelegatingUnknown {
 public:
     ~Foreign() override { ++g_script.ends; }
@@ -86,7 +86,7 @@ INonDelegatingUnknown* CreateForeign(IUnknown*, int* phr)
     return new Foreign;
 }
 
-/// An object as another compiler may make it: a table of functions, without type information.
+/// An object as another compiler can create it: a vtable without type information.
 struct HandMade {
     const void* slots;
     int complete_ends;
@@ -140,7 +140,7 @@ INonDelegatingUnknown* Throw(IUnknown*, int*)
 
 using Creator = INonDelegatingUnknown* (*)(IUnknown*, int*);
 
-/// A factory on a class of the given creator, with one reference.
+/// A factory of a class with the given creator function, with one reference.
 class ClassFactory : public testing::Test {
 protected:
     void SetUp() override
@@ -230,7 +230,7 @@ TEST_F(ClassFactory, LockServerCountsForTheWholeModule)
     EXPECT_EQ(CZtClassFactory::ms_i32LockedCount, 0);
 }
 
-TEST_F(ClassFactory, ReportsOutOfMemoryForACreatorThatGivesNothing)
+TEST_F(ClassFactory, ReportsOutOfMemoryForACreatorThatReturnsNull)
 {
     IClassFactory& factory = Factory(CreateNothing);
     int untouched = 0;
@@ -243,7 +243,7 @@ TEST_F(ClassFactory, ReportsOutOfMemoryForACreatorThatGivesNothing)
     EXPECT_EQ(g_script.calls, 2);
 }
 
-TEST_F(ClassFactory, ReportsTheStatusOfACreatorThatGivesNothing)
+TEST_F(ClassFactory, ReportsTheStatusOfACreatorThatReturnsNull)
 {
     g_script.status = ZT_E_INVALID_POINTER;
     void* result = nullptr;
@@ -279,7 +279,7 @@ TEST_F(ClassFactory, DeletesAnObjectWithoutTypeInformationThroughItsSlot)
     EXPECT_EQ(result, &untouched);
 }
 
-/// What is the same for classes on either base.
+/// The tests for classes of both bases.
 template <class Base>
 class ClassFactoryOn : public ClassFactory {
 protected:
@@ -300,7 +300,7 @@ TYPED_TEST(ClassFactoryOn, DeletesAnObjectThatReportsAFailure)
     EXPECT_EQ(g_i32Objects, this->objects_before_ + 1) << "only the factory is left";
 }
 
-TYPED_TEST(ClassFactoryOn, HandsOutTheInterfaceThatIsAskedFor)
+TYPED_TEST(ClassFactoryOn, ReturnsTheRequestedInterface)
 {
     g_script.status = 1; // no failure
     void* result = nullptr;

@@ -13,7 +13,7 @@ constexpr std::uint32_t Bit(int bit)
     return 1u << bit;
 }
 
-/// A processor with both ranges of leaves and nothing else.
+/// A CPU with both ranges of leaves and no feature.
 SZtaCpuidLeaves Bare()
 {
     SZtaCpuidLeaves words{};
@@ -151,7 +151,7 @@ TEST(LoopTargets, AreChosenByTheirFeaturesInOrder)
     EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(Bare())).pszName, "scalar");
     EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(WithAvx2())).pszName, "avx2");
     SZtaCpuidLeaves words = WithAvx2();
-    words.ui64Xcr0 = 3; // an operating system that does not keep the wide registers
+    words.ui64Xcr0 = 3; // an operating system that does not save the wide registers
     EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "scalar");
     words = WithAvx2();
     words.sLeaf1.ulEcx &= ~Bit(12); // AVX2 without FMA

@@ -1,4 +1,4 @@
-// The whole table of the error texts, against a list of its names that is kept apart.
+// The whole table of the error texts, against an independent list of its names.
 #include "testing/status_ranges.h"
 
 #include <zta/error_text.h>
@@ -37,7 +37,7 @@ struct Name {
     std::uint32_t code;
 };
 
-/// What the runs and the blocks name, in their order; a block with its first code.
+/// The names of the ranges and the blocks, in order; a block with its first code.
 std::vector<Name> ExpectedNames()
 {
     std::vector<Name> expected;
@@ -162,7 +162,7 @@ TEST(ErrorTable, HasSignsByFamily)
 
 TEST(ErrorTable, SaysMoreThanTheName)
 {
-    // Five texts that are as they always were, and the two of success.
+    // Five unusual texts that stay unchanged, and the two of success.
     const std::set<std::string> kept = {"ZT_NOERROR",
                                         "ZT_FALSE",
                                         "ZT_E_DESTINATION_BUFFER_TOO_SMALL",
@@ -183,7 +183,7 @@ TEST(ErrorTable, SaysNothingTwice)
     }
 }
 
-TEST(ErrorTable, AnswersABlockWithOneText)
+TEST(ErrorTable, ReturnsOneTextForABlock)
 {
     for (const StatusBlock& block : kStatusBlocks) {
         const std::string text = TextOf(block.first_code);

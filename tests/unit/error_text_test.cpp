@@ -42,7 +42,7 @@ constexpr Row kRows[] = {
     {0x89998362, L"ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH: The audio channels selected is not compatible with the channel capture type or total channel count"},
     {0x8999836F, L"ZT_E_AUDIO_FORMAT_MISMATCH: The source and destinatios buffers have different audio formats"},
     {0x89998FFF, L"ZT_E_FAIL: Generic error."},
-    // What a buffer may carry without being refused.
+    // The error codes that an input may have.
     {0xA306F002, L"kZtSynchroStatusPlayedLate: Sync: Output dropped a buffer, played late"},
     {0xA306F003, L"kZtSynchroStatusCancelledLate: Sync: Buffer has been dropped, cancelled late"},
     {0xA306F004, L"kZtSynchroStatusRepeatedFrame: Sync: Output repeated a buffer"},
@@ -57,7 +57,7 @@ std::wstring TextOf(std::uint32_t code)
     return ztErrorToString(static_cast<int>(code));
 }
 
-TEST(ErrorText, GivesTheTextsOfTheStatuses)
+TEST(ErrorText, ReturnsTheTextsOfTheStatusCodes)
 {
     for (const Row& row : kRows) {
         EXPECT_EQ(TextOf(row.code), row.text) << std::hex << row.code;

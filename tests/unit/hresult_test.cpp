@@ -56,7 +56,7 @@ TEST_F(HResult, LogsNoFailureThatWasDeclaredAcceptable)
     ExpectLogged(1);
 }
 
-TEST_F(HResult, TakesAnyNumberOfAcceptableFailures)
+TEST_F(HResult, AcceptsAnyNumberOfAllowedFailures)
 {
     CZtHResult status(0, 7, ZT_E_FAIL, E_FAIL, kZtSynchroStatusPlayedLate, kZtSynchroStatusCancelled, E_POINTER,
                       E_NOINTERFACE, kZtSynchroStatusPlayedLate);
@@ -167,7 +167,7 @@ TEST_F(HResult, ACopyOutlivesItsOriginal)
     ExpectLogged(0);
 }
 
-TEST_F(HResult, AssignmentTakesOverAcceptableFailures)
+TEST_F(HResult, AssignmentCopiesAllowedFailures)
 {
     CZtHResult status(0, 1, ZT_E_INVALID_POINTER);
     const CZtHResult other(ZT_E_FAIL, 1, ZT_E_FAIL);

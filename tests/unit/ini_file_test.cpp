@@ -26,14 +26,14 @@ protected:
     std::string Read() const { return ReadTextFile(name_); }
     bool Exists() const { return std::filesystem::exists(name_); }
 
-    /// What an object makes of the text.
+    /// The content of an object that has loaded the text.
     std::wstring ContentOf(const std::string& text)
     {
         Write(text);
         return CZtIniFile(name_, false).Content();
     }
 
-    /// What an object makes of the text when it saves it again.
+    /// The text after an object has loaded and saved it.
     std::string SavedFrom(const std::string& text)
     {
         Write(text);
@@ -42,7 +42,7 @@ protected:
         return Read();
     }
 
-    /// The records of the text, headers and keys, as reported by the object.
+    /// The records of the text, headers and keys, as the object returns them.
     std::vector<Record> HeadersOf(const std::string& text)
     {
         Write(text);
@@ -63,7 +63,7 @@ void ExpectRecord(const Record& record, const std::wstring& comments, wchar_t co
     EXPECT_EQ(record.Value, value);
 }
 
-TEST(IniFileTrim, TakesTheCharactersOffBothEndsOrOne)
+TEST(IniFileTrim, RemovesTheCharactersFromBothEndsOrOne)
 {
     const auto trimmed = [](std::wstring text, int mode) {
         Trim(text, L" \t", mode);
@@ -122,7 +122,7 @@ TEST_F(IniFile, LosesALastLineWithoutNewline)
 {
     EXPECT_EQ(ContentOf("[A]\nk=1"), L"[A]\n");
     EXPECT_EQ(ContentOf("[A]"), L"");
-    EXPECT_EQ(ContentOf("[A]\n[no bracket"), L"[A]\n") << "not read";
+    EXPECT_EQ(ContentOf("[A]\n[no bracket"), L"[A]\n") << "ignored";
 }
 
 TEST_F(IniFile, KeepsTheBlanksAroundTheEqualSign)
@@ -136,7 +136,7 @@ TEST_F(IniFile, KeepsTheBlanksAroundTheEqualSign)
 TEST_F(IniFile, TrimsBlanksTabsAndCarriageReturns)
 {
     EXPECT_EQ(ContentOf("\t [A]\r\n \r\tk=1\t \r\n"), L"[A]\nk=1\n");
-    EXPECT_EQ(ContentOf("\v[A]\n"), L"[[A]\n") << "a vertical tab is no blank";
+    EXPECT_EQ(ContentOf("\v[A]\n"), L"[[A]\n") << "a vertical tab is not a blank";
 }
 
 TEST_F(IniFile, SkipsBlankLines)
@@ -216,7 +216,7 @@ TEST_F(IniFile, KnowsCommentedOutHeaders)
     ExpectRecord(headers[0], L"", L'#', L"ello [there", L"", L"");
 }
 
-TEST_F(IniFile, TakesOffOnlyOneCommentCharacter)
+TEST_F(IniFile, RemovesOnlyOneCommentCharacter)
 {
     Write("##k=1\n#;l=2\n");
     CZtIniFile file(name_, false);
@@ -390,7 +390,7 @@ TEST_F(IniFile, SaveFalseDoesNothing)
     EXPECT_EQ(Read(), " [A]\n [B]\n") << "the change was still unwritten";
 }
 
-TEST_F(IniFile, SaveMakesTheDestructorRest)
+TEST_F(IniFile, TheDestructorDoesNotWriteAfterSave)
 {
     {
         CZtIniFile file(name_, false);
@@ -423,7 +423,7 @@ TEST_F(IniFile, AutoSaveWritesAtOnce)
     EXPECT_EQ(Read(), " [A]\n k=1\n");
 }
 
-TEST_F(IniFile, AFileThatCannotBeWrittenIsToldOnceForEachTry)
+TEST_F(IniFile, AFileThatCannotBeWrittenIsReportedOnceForEachAttempt)
 {
     const std::string missing = directory_.File("missing/test.ini");
     const ChildResult result = RunInChild([&] {
@@ -436,7 +436,7 @@ TEST_F(IniFile, AFileThatCannotBeWrittenIsToldOnceForEachTry)
     EXPECT_EQ(result.output, message + message) << "the destructor tries again";
 }
 
-TEST_F(IniFile, AFileThatCannotBeReadIsNotTold)
+TEST_F(IniFile, AFileThatCannotBeReadIsNotReported)
 {
     const ChildResult result = RunInChild([&] { return CZtIniFile(name_, true).Load() ? 1 : 0; });
     EXPECT_EQ(result.status, 0);
@@ -540,7 +540,7 @@ TEST_F(IniFile, AFileThatMayBeWrittenButNotReadKeepsItsLines)
         return file.SetString(L"k", L"A", L"2") ? 1 : 0;
     });
     if (result.status == kSkipped) {
-        GTEST_SKIP() << "there is no other user";
+        GTEST_SKIP() << "no other user exists";
     }
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
@@ -608,7 +608,7 @@ TEST_F(IniFile, AnEncodingThatFailsOnlyWhileTheFileIsWrittenThrowsNothing)
     EXPECT_FALSE(Exists()) << "the object counts as written";
 }
 
-/// An encoding that takes nothing and tells of no error.
+/// An encoding that consumes nothing and reports no error.
 class StuckEncoding : public std::codecvt<wchar_t, char, std::mbstate_t> {
 protected:
     result do_out(state_type& /*state*/, const wchar_t* from, const wchar_t* /*end*/, const wchar_t*& next, char* bytes,
@@ -682,7 +682,7 @@ TEST_F(IniFile, TheFirstHitCounts)
     EXPECT_TRUE(file.GetRecord(L"k", L"B").empty());
 }
 
-TEST_F(IniFile, GetSectionGivesItsKeysWhereverTheyStand)
+TEST_F(IniFile, GetSectionReturnsItsKeysWhereverTheyAre)
 {
     Write("[A]\nk=1\n#l=2\n[B]\nm=3\n[A]\nn=4\n");
     CZtIniFile file(name_, false);
@@ -790,7 +790,7 @@ TEST_F(IniFile, AddSectionAppendsAHeaderOnce)
     EXPECT_EQ(file.Content(), L"[A]\n[B]\n");
 }
 
-TEST_F(IniFile, DeleteSectionTakesEveryRecordOfTheName)
+TEST_F(IniFile, DeleteSectionDeletesEveryRecordOfTheName)
 {
     Write("[A]\nk=1\n[B]\nl=2\n#[A]\nm=3\n");
     CZtIniFile file(name_, true);
@@ -927,7 +927,7 @@ TEST_F(IniFile, RenameSectionMovesAllItsRecords)
     EXPECT_EQ(file.Content(), L"[C]\nk=1\n[B]\n[C]\n#l=2\n");
 }
 
-TEST_F(IniFile, DeleteRecordTakesTheFirstHitWithItsComments)
+TEST_F(IniFile, DeleteRecordDeletesTheFirstMatchWithItsComments)
 {
     Write("[A]\n# c\nk=1\nk=2\n");
     CZtIniFile file(name_, false);
@@ -960,7 +960,7 @@ TEST_F(IniFile, CommentingASectionTouchesItsHeaderAndKeys)
     EXPECT_EQ(file.Content(), L"[A]\nk=1\n[B]\nl=2\n[A]\nm=3\n");
 }
 
-TEST_F(IniFile, CommentSectionTakesAnyCharacter)
+TEST_F(IniFile, CommentSectionAcceptsAnyCharacter)
 {
     Write("[A]\n");
     CZtIniFile file(name_, false);

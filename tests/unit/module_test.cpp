@@ -77,7 +77,7 @@ TEST_P(ModuleClassObject, IsANewOneForEachCall)
     static_cast<IUnknown*>(second)->Release();
 }
 
-TEST_P(ModuleClassObject, RefusesOtherInterfacesAndClasses)
+TEST_P(ModuleClassObject, RejectsOtherInterfacesAndClasses)
 {
     const int objects = g_i32Objects;
     int untouched = 0;

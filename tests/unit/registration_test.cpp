@@ -80,7 +80,7 @@ TEST_F(Registration, WritesItsLineBelowTheSection)
     EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
 }
 
-TEST_F(Registration, TakesOutItsLineAndLeavesTheSection)
+TEST_F(Registration, RemovesItsLineAndKeepsTheSection)
 {
     Write(std::string(" [CLSID]\n") + kLine);
     Expect(Run(DllUnregisterServer), 0, kUnregistered);
@@ -140,7 +140,7 @@ TEST_F(Registration, UnregisteringWithoutAFileSucceeds)
     EXPECT_FALSE(Exists());
 }
 
-TEST_F(Registration, TellsAMissingVariableOnceAndFails)
+TEST_F(Registration, ReportsAMissingVariableOnceAndFails)
 {
     // The message is of bytes, so the stream then drops the line of progress.
     const int fail = static_cast<int>(0x80004005);
@@ -253,7 +253,7 @@ TEST_F(Registration, RegistersAnyClassByItself)
     EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
 }
 
-TEST_F(Registration, RefusesANullPathWithALogicError)
+TEST_F(Registration, RejectsANullPathWithALogicError)
 {
     Write("[CLSID]\n");
     const ChildResult result = Run([] {

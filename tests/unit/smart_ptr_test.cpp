@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Counts its references and keeps what happened to it in a list that it may share with others.
+/// Counts its references and records the calls in a list that several objects can share.
 template <class Interface>
 class Counted : public Interface {
 public:
@@ -78,7 +78,7 @@ public:
     int SetLength(unsigned long) override { return 0; }
 };
 
-/// Over the two interfaces for which the module holds the code.
+/// The tests for the two interfaces that the module instantiates.
 template <class Object>
 class SmartPtr : public testing::Test {
 protected:
@@ -100,7 +100,7 @@ protected:
 using Objects = testing::Types<CountedSamples, CountedContent>;
 TYPED_TEST_SUITE(SmartPtr, Objects);
 
-TYPED_TEST(SmartPtr, IsBornEmpty)
+TYPED_TEST(SmartPtr, StartsEmpty)
 {
     typename TestFixture::Pointer pointer;
     EXPECT_TRUE(!pointer);
@@ -127,7 +127,7 @@ TYPED_TEST(SmartPtr, HoldsOneReference)
     EXPECT_EQ(object.references, 0U);
 }
 
-TYPED_TEST(SmartPtr, TakesTheNewReferenceBeforeItGivesBackTheOld)
+TYPED_TEST(SmartPtr, AcquiresTheNewReferenceBeforeItReleasesTheOld)
 {
     std::vector<std::string> trace;
     TypeParam first("first", &trace);

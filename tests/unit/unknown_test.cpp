@@ -17,7 +17,7 @@ namespace {
 constexpr _GUID kIidOfObject = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
 constexpr _GUID kIidOfNothing = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 9}};
 
-/// An object on either base, which tells when it ends.
+/// An object of either base class that records its destruction.
 template <class Base>
 class Object : public Base, public IUnknown {
 public:
@@ -52,7 +52,7 @@ private:
     std::function<void(Object&)> at_end_;
 };
 
-/// An outer object that counts what is delegated to it.
+/// An outer object that counts the delegated calls.
 class Outer : public IUnknown {
 public:
     int QueryInterface(const _GUID&, void** ppv) override
@@ -74,7 +74,7 @@ protected:
     using TestObject = Object<Base>;
     static constexpr unsigned kFirstCount = std::is_same_v<Base, CZtLightUnknown> ? 1 : 0;
 
-    /// An object that is not aggregated, with one reference.
+    /// An object without an outer object, with one reference.
     static TestObject* MakeOwned(std::function<void(TestObject&)> at_end = {})
     {
         auto* object = new TestObject(std::move(at_end), L"name", static_cast<IUnknown*>(nullptr));
@@ -84,7 +84,7 @@ protected:
         return object;
     }
 
-    /// The address under which an object that is not aggregated is its own outer unknown.
+    /// The address of an object without an outer object as its own outer unknown.
     static void* Self(TestObject* object) { return static_cast<INonDelegatingUnknown*>(object); }
 
     /// Builds an object with one of the constructors, checks it and deletes it as its creator would.
@@ -104,7 +104,7 @@ protected:
 using Bases = testing::Types<CZtLightUnknown, CZtUnknown>;
 TYPED_TEST_SUITE(Unknown, Bases);
 
-TYPED_TEST(Unknown, IsBornByEachConstructor)
+TYPED_TEST(Unknown, IsCreatedByEachConstructor)
 {
     Outer outer;
     for (IUnknown* owner : {static_cast<IUnknown*>(nullptr), static_cast<IUnknown*>(&outer)}) {
@@ -173,7 +173,7 @@ TYPED_TEST(Unknown, ACountThatWrapsToZeroReadsAsOne)
     object->NonDelegatingRelease();
 }
 
-TYPED_TEST(Unknown, GivesItsNonDelegatingSideAsIUnknown)
+TYPED_TEST(Unknown, ReturnsItsNonDelegatingInterfaceAsIUnknown)
 {
     auto* object = this->MakeOwned();
     const _GUID copy = IID_IUnknown; // another address with the same bytes
@@ -187,7 +187,7 @@ TYPED_TEST(Unknown, GivesItsNonDelegatingSideAsIUnknown)
     object->NonDelegatingRelease();
 }
 
-TYPED_TEST(Unknown, RefusesAnInterfaceItDoesNotKnow)
+TYPED_TEST(Unknown, RejectsAnUnknownInterface)
 {
     auto* object = this->MakeOwned();
     for (const _GUID* iid : {&kIidOfNothing, &IID_IClassFactory}) {

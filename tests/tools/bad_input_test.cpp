@@ -428,6 +428,14 @@ TEST_F(BadInput, GuardOfAPipe)
 {
     EXPECT_EQ(Fails({"convert", "-", out_, "--guard"}, 2),
               "ztaudio: --guard reads the input twice, so it needs a file (see ztaudio --help)\n");
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"mux", in_, "-", "-o", out_},
+                                                      {"stereo", in_, "-", out_},
+                                                      {"split", "-", "-o", "{}"}}) {
+        std::vector<std::string> guarded = arguments;
+        guarded.emplace_back("--guard");
+        EXPECT_EQ(Fails(guarded, 2),
+                  "ztaudio: --guard reads the input twice, so it needs a file (see ztaudio --help)\n");
+    }
 }
 
 TEST_F(BadInput, RawSamplesThatAreNotDescribed)

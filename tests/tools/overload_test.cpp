@@ -1,6 +1,7 @@
 // Floats beyond full scale on their way to integers.
 #include "tests/tools/command_test.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -83,6 +84,81 @@ TEST_F(Overload, IsAvoidedByAGainBeforeTheConversion)
               Converted(Limited(Floats({0.75F, -0.75F, 0.25F, 0.5F, 0.95F, 1.0F}, 2), "24in32"), "24in32").words);
     EXPECT_EQ(last_.errors, "");
     ExpectSame(Converts(sound, {"--gain", "2=1:0"}), Floats({1.5F, -1.5F, 0.5F, 0.5F, 1.9F, 0.0F}, 2));
+}
+
+/// A sound of floats with peaks of 2, which keeps its level between them.
+Sound Hot(int channels, long frames)
+{
+    const Sound sound = Noise(SF_FORMAT_FLOAT, channels, frames);
+    std::vector<float> values;
+    for (const std::int32_t word : sound.words) {
+        values.push_back(0.5F * std::bit_cast<float>(word));
+    }
+    values[values.size() / 2] = -2.0F;
+    return Floats(values, channels);
+}
+
+/// Each sample of the output must be half of the float in the same position, with 24 bits.
+void ExpectLowered(const Sound& out, const std::vector<Sound>& channels)
+{
+    const std::size_t count = channels.size();
+    ASSERT_EQ(out.words.size(), count * channels[0].words.size());
+    for (std::size_t i = 0; i < out.words.size(); ++i) {
+        const auto sample = static_cast<double>(std::bit_cast<float>(channels[i % count].words[i / count]));
+        ASSERT_NEAR(out.words[i] * 0x1p-31, sample / 2, 0x1p-22) << i;
+    }
+}
+
+TEST_F(Overload, IsAvoidedByGuardWhereFilesAreInterleaved)
+{
+    const std::vector<Sound> mono = {Hot(1, 9000), Noise(SF_FORMAT_FLOAT, 1, 9000), Hot(1, 9000),
+                                     Noise(SF_FORMAT_FLOAT, 1, 9000)};
+    const auto in = Write(mono);
+    const std::string line = "ztaudio: " + File("out.wav") + ": level lowered by 6.0";
+    Run({"stereo", in[0], in[1], File("out.wav"), "--guard", "--quiet"});
+    EXPECT_TRUE(last_.errors.starts_with(line) && last_.errors.find("beyond") == std::string::npos) << last_.errors;
+    ExpectLowered(ReadSound(File("out.wav")), {mono[0], mono[1]});
+    Run({"mux", in[0], in[1], in[2], in[3], "-o", File("out.wav"), "--guard", "--quiet"});
+    EXPECT_TRUE(last_.errors.starts_with(line) && last_.errors.find("beyond") == std::string::npos) << last_.errors;
+    ExpectLowered(ReadSound(File("out.wav")), mono);
+}
+
+TEST_F(Overload, IsAvoidedByGuardWhereGainsAreApplied)
+{
+    const Sound mux = Noise(SF_FORMAT_PCM_24, 4, 9000);
+    for (const std::vector<std::string>& gains : {std::vector<std::string>{"--gain", "2=4"}, {"--gain", "0.5:3"}}) {
+        Run({"split", Write("in.wav", mux), "-o", File("channel-{}.wav"), "--guard", "--quiet"}, gains);
+        EXPECT_NE(last_.errors.find(": level lowered by "), std::string::npos) << last_.errors;
+        EXPECT_EQ(last_.errors.find("beyond"), std::string::npos) << last_.errors;
+        std::vector<std::string> planes;
+        std::vector<Sound> split;
+        for (int i = 1; i <= 4; ++i) {
+            planes.push_back(Write("plane-" + std::to_string(i) + ".wav", Channels(mux, i - 1, 1)));
+            split.push_back(ReadSound(File("channel-" + std::to_string(i) + ".wav")));
+        }
+        planes.insert(planes.begin(), "mux");
+        planes.insert(planes.end(), {"-o", File("out.wav"), "--guard", "--quiet"});
+        Run(planes, gains);
+        EXPECT_EQ(last_.errors.find("beyond"), std::string::npos) << last_.errors;
+        const Sound out = ReadSound(File("out.wav"));
+        ExpectSame(out, Interleaved(split));
+        const auto [lowest, highest] = std::ranges::minmax(out.words);
+        EXPECT_GT(std::max(-static_cast<double>(lowest), static_cast<double>(highest)), 0x7F000000);
+    }
+}
+
+TEST_F(Overload, GuardChangesNothingThatStaysBelowFullScale)
+{
+    const auto in = Write({Noise(SF_FORMAT_PCM_16, 1, 5000), Noise(SF_FORMAT_PCM_16, 1, 4000)});
+    for (const std::string guard : {"--overload=clip", "--guard"}) {
+        Run({"stereo", in[0], in[1], File(guard + "stereo.wav"), guard, "-q"});
+        Run({"mux", in[0], in[1], in[0], "-o", File(guard + "mux.wav"), guard, "-q"});
+        Run({"split", File(guard + "mux.wav"), "-o", File(guard + "{}.wav"), guard, "-q"});
+        EXPECT_EQ(last_.errors, "");
+    }
+    for (const std::string name : {"stereo.wav", "mux.wav", "1.wav", "3.wav"}) {
+        EXPECT_TRUE(ReadTextFile(File("--overload=clip" + name)) == ReadTextFile(File("--guard" + name))) << name;
+    }
 }
 
 } // namespace

@@ -66,6 +66,7 @@ struct StereoOptions {
     std::filesystem::path right;
     std::filesystem::path out;
     OverloadPolicy overload = OverloadPolicy::Clip;
+    bool guard = false;
 };
 
 struct VolumeOptions {
@@ -86,6 +87,7 @@ struct MuxOptions {
     std::string format; ///< empty for the sample format of the inputs, or 24in32
     std::vector<std::string> gains;
     OverloadPolicy overload = OverloadPolicy::Clip;
+    bool guard = false;
 };
 
 struct SplitOptions {
@@ -95,6 +97,7 @@ struct SplitOptions {
     bool stereo = false;
     std::vector<std::string> gains;
     OverloadPolicy overload = OverloadPolicy::Clip;
+    bool guard = false;
 };
 
 struct ResampleOptions {

@@ -11,6 +11,56 @@
 #include <span>
 #include <vector>
 
+namespace {
+
+double SampleAt(const std::byte* samples, std::size_t i, SampleFormat format)
+{
+    switch (format) {
+    case SampleFormat::Pcm16:
+        return reinterpret_cast<const std::int16_t*>(samples)[i] * 0x1p-15;
+    case SampleFormat::Float32:
+        return static_cast<double>(reinterpret_cast<const float*>(samples)[i]);
+    default: // no file is read as 24-in-24
+        return reinterpret_cast<const std::int32_t*>(samples)[i] * 0x1p-31;
+    }
+}
+
+/// The largest magnitude that the gains from `firstGain` on make of the samples, full scale being 1.
+double FindScaledPeak(SampleSource& in, Gains& gains, std::size_t firstGain)
+{
+    const std::size_t channels = in.Channels();
+    std::vector<std::byte> samples(static_cast<std::size_t>(kBlockFrames) * channels * BytesOf(in.Word()));
+    double peak = 0.0;
+    sf_count_t position = 0;
+    while (const sf_count_t frames = in.Read(samples.data(), kBlockFrames)) {
+        CheckInterruption();
+        gains.ForConstantGains(position, frames, [&](sf_count_t first, sf_count_t span, std::span<const int> values) {
+            const std::span<const int> own = values.subspan(firstGain, channels);
+            for (std::size_t i = 0; i < static_cast<std::size_t>(span) * channels; ++i) {
+                const double gain = static_cast<double>(own[i % channels]) / kUnityGain;
+                const std::size_t sample = static_cast<std::size_t>(first) * channels + i;
+                peak = std::max(peak, std::abs(SampleAt(samples.data(), sample, in.Word())) * gain); // ignores a NaN
+            }
+        });
+        position += frames;
+    }
+    return peak;
+}
+
+double FindScaledPeak(const std::vector<std::filesystem::path>& inputs, const InputOptions& options, Gains& gains)
+{
+    double peak = 0.0;
+    std::size_t firstGain = 0;
+    for (const auto& path : inputs) {
+        SoundFileReader in(path, options);
+        peak = std::max(peak, FindScaledPeak(in, gains, firstGain));
+        firstGain += in.Channels();
+    }
+    return peak;
+}
+
+} // namespace
+
 void RequireFileForGuard(const std::filesystem::path& in)
 {
     if (in == "-") {
@@ -45,4 +95,23 @@ double LowerForGuard(const std::string& name, double peak)
     std::snprintf(text, sizeof text, ": level lowered by %.2f dB", -20.0 * std::log10(static_cast<double>(factor)));
     PrintError(name + text);
     return static_cast<double>(factor);
+}
+
+double LowerGains(const std::string& name, const std::vector<std::filesystem::path>& inputs,
+                  const InputOptions& options, Gains& gains)
+{
+    double factor = 1.0;
+    Gains lowered = gains;
+    // A ramp is rounded in each frame, so that lowering it once may not be enough.
+    for (double peak = FindScaledPeak(inputs, options, lowered); peak > 1.0;
+         peak = FindScaledPeak(inputs, options, lowered)) {
+        factor = std::min(factor / peak, factor * (1.0 - 1.0 / kMaxGain));
+        lowered = gains;
+        lowered.Lower(factor);
+    }
+    if (factor < 1.0) {
+        LowerForGuard(name, 1.0 / factor);
+        gains = lowered;
+    }
+    return factor;
 }

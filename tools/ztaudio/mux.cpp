@@ -4,6 +4,7 @@
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/gain_stage.h"
 #include "tools/ztaudio/gains.h"
+#include "tools/ztaudio/guard.h"
 #include "tools/ztaudio/input_set.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_writer.h"
@@ -135,18 +136,37 @@ SampleFormat OutputFormat(const MuxOptions& options, const InputSet& inputs, con
     return options.gains.empty() ? inputs.CommonFormat() : ScaledWord(inputs.CommonFormat(), context);
 }
 
+/// The gains of the options, lowered if --guard requires it; none if there is nothing to apply.
+Gains MakeGains(const MuxOptions& options, const InputSet& inputs, const Context& context)
+{
+    const sf_count_t frames = inputs.IsLengthKnown() ? inputs.Frames() : kUnknownFrames;
+    Gains gains(options.gains, inputs.Channels(), frames);
+    gains.NoteSilence(context);
+    if (!options.guard) {
+        return gains;
+    }
+    const bool isUnity = !gains.HasAny();
+    Gains lowered = isUnity ? Gains({"1"}, inputs.Channels(), frames) : gains;
+    const double factor = LowerGains(options.out.string(), options.in, options.files.input, lowered);
+    return isUnity && factor == 1.0 ? gains : lowered;
+}
+
 void Mux(const MuxOptions& options, const Context& context)
 {
+    for (const auto& path : options.in) {
+        if (options.guard) {
+            RequireFileForGuard(path);
+        }
+    }
     InputSet inputs(options.in, options.out, options.overload, options.files.input);
     RequireMuxInputs(inputs);
+    Gains gains = MakeGains(options, inputs, context);
     const SampleFormat to = OutputFormat(options, inputs, context);
-    const SampleFormat format = options.gains.empty() ? to : SampleFormat::Pcm24In32;
+    const SampleFormat format = gains.HasAny() ? SampleFormat::Pcm24In32 : to;
     EngineSession engine(context);
     inputs.Begin(engine, format);
     MuxWriter mux(engine, inputs, format);
     const std::uint32_t channels = inputs.Channels();
-    Gains gains(options.gains, channels, inputs.IsLengthKnown() ? inputs.Frames() : kUnknownFrames);
-    gains.NoteSilence(context);
     OverloadCounter none(options.out.string(), options.overload); // the inputs count
     Conversion conversion(engine, format, to, channels, kBlockFrames, false, none);
     SoundFileWriter out(options.out, OutputFor(options.files, options.overload), to, channels, inputs.Rate(),

@@ -403,6 +403,7 @@ void Parser::DefineStereo(CLI::App& command, StereoOptions& options)
     command.add_option("RIGHT", options.right, "mono file of the right channel")->required();
     AddOutput(command, options.out);
     AddOverload(command, options.overload);
+    AddGuard(command, options.guard);
     AddFiles(command, options.files);
 }
 
@@ -427,6 +428,7 @@ void Parser::DefineMux(CLI::App& command, MuxOptions& options)
         .add_option("--format", options.format, "sample format of the output (default: that of the inputs, or 24in32)")
         ->check(CLI::IsMember({"16", "24in32", "24in24", "24"}));
     AddOverload(command, options.overload);
+    AddGuard(command, options.guard);
     AddFiles(command, options.files);
 }
 
@@ -444,6 +446,7 @@ void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
     command.add_flag("--stereo", options.stereo, "stereo files of channels 1 and 2, 3 and 4, and so on");
     AddGains(command, options.gains);
     AddOverload(command, options.overload);
+    AddGuard(command, options.guard);
     AddFiles(command, options.files);
 }
 

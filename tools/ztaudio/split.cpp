@@ -6,6 +6,7 @@
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/gain_stage.h"
 #include "tools/ztaudio/gains.h"
+#include "tools/ztaudio/guard.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/sound_file_reader.h"
@@ -102,6 +103,9 @@ SampleFormat PlaneFormat(SampleFormat word)
 
 void Split(const SplitOptions& options, const Context& context)
 {
+    if (options.guard) {
+        RequireFileForGuard(options.in);
+    }
     SoundFileReader in(options.in, options.files.input);
     in.RequireWhole();
     RequireSplittable(in, options);
@@ -113,6 +117,9 @@ void Split(const SplitOptions& options, const Context& context)
     const SampleFormat to = options.gains.empty() ? in.Word() : ScaledWord(in.Word(), context);
     Gains gains(options.gains, in.Channels(), in.IsStream() ? kUnknownFrames : in.Frames());
     gains.NoteSilence(context);
+    if (options.guard && gains.HasAny()) { // without gains, samples are copied
+        LowerGains(in.Path().string(), {options.in}, options.files.input, gains);
+    }
     OverloadCounter overloads(in.Path().string(), options.overload);
     EngineSession engine(context);
     BlockConverter feed(engine, in, to, overloads);

@@ -16,11 +16,11 @@ void NoteAdaptation(const SampleSource& sound, const std::string& name, const Co
 {
     const bool hasRate = sound.Rate() == zta::host::kDefaultRate;
     const bool hasChannels = PaddedChannels(sound.Channels()) == sound.Channels();
-    const bool hasFormat = sound.Word() != SampleFormat::Float32 || sound.Channels() <= 2;
+    const bool hasFormat = sound.Format() != SampleFormat::Float32 || sound.Channels() <= 2;
     if (hasRate && hasChannels && hasFormat) {
         return;
     }
-    const std::string format = zta::host::FormatName(WaveFormat(sound.Word(), sound.Channels(), sound.Rate()));
+    const std::string format = zta::host::FormatName(WaveFormat(sound.Format(), sound.Channels(), sound.Rate()));
     context.Note(name + ": the engine has no operations for " + format +
                  "; the samples are processed as another format at 48000 Hz, and the output keeps rate and channels");
 }

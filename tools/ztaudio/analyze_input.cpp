@@ -38,7 +38,7 @@ FileInput::FileInput(const std::filesystem::path& path, const InputOptions& opti
 
 double FileInput::QuantizationStep() const
 {
-    switch (file_->Word()) {
+    switch (file_->Format()) {
     case SampleFormat::Pcm16:
         return k16BitStep;
     case SampleFormat::Float32:
@@ -51,7 +51,7 @@ double FileInput::QuantizationStep() const
 /// Reads up to `frames` frames into samples_.
 std::size_t FileInput::ReadSamples(std::size_t frames)
 {
-    const std::size_t frameBytes = BytesOf(file_->Word()) * ChannelCount();
+    const std::size_t frameBytes = BytesOf(file_->Format()) * ChannelCount();
     samples_.resize(frames * frameBytes);
     if (hasCopy_) {
         const std::size_t read = std::fread(samples_.data(), frameBytes, frames, copy_.get());
@@ -74,7 +74,7 @@ std::size_t FileInput::Read(std::span<double> interleaved)
     const std::size_t channels = ChannelCount();
     const std::size_t frames = ReadSamples(interleaved.size() / channels);
     const auto values = interleaved.first(frames * channels);
-    switch (file_->Word()) {
+    switch (file_->Format()) {
     case SampleFormat::Pcm16:
         Scale<std::int16_t>(samples_.data(), k16BitStep, values);
         break;

@@ -8,7 +8,7 @@
 BlockConverter::BlockConverter(EngineSession& engine, SampleSource& sound, SampleFormat to, OverloadCounter& overloads,
                                sf_count_t blockFrames)
     : sound_(sound), overloads_(overloads), blocks_(sound, blockFrames, false, false),
-      conversion_(engine, sound.Word(), to, sound.Channels(), blocks_.MaxFrames(), false, overloads)
+      conversion_(engine, sound.Format(), to, sound.Channels(), blocks_.MaxFrames(), false, overloads)
 {
 }
 
@@ -23,7 +23,7 @@ sf_count_t BlockConverter::Next()
 
 const std::byte* BlockConverter::Convert(sf_count_t first, sf_count_t frames)
 {
-    return conversion_.Run({.words = Samples(first), .frames = frames});
+    return conversion_.Run({.samples = Samples(first), .frames = frames});
 }
 
 const std::byte* BlockConverter::Convert(sf_count_t first, sf_count_t frames, std::span<int> gains)
@@ -31,9 +31,9 @@ const std::byte* BlockConverter::Convert(sf_count_t first, sf_count_t frames, st
     if (gains.empty()) {
         return Convert(first, frames);
     }
-    if (sound_.Word() == SampleFormat::Float32 && overloads_.Policy() != OverloadPolicy::Wrap) {
+    if (sound_.Format() == SampleFormat::Float32 && overloads_.Policy() != OverloadPolicy::Wrap) {
         ScaleDown(reinterpret_cast<const float*>(Samples(first)), frames, gains);
-        return conversion_.Run({.words = reinterpret_cast<const std::byte*>(scaled_.data()), .frames = frames});
+        return conversion_.Run({.samples = reinterpret_cast<const std::byte*>(scaled_.data()), .frames = frames});
     }
     const std::byte* const result = Convert(first, frames);
     CountOverloads(result, frames, gains);
@@ -42,7 +42,7 @@ const std::byte* BlockConverter::Convert(sf_count_t first, sf_count_t frames, st
 
 const std::byte* BlockConverter::Samples(sf_count_t first) const
 {
-    return block_.words + static_cast<std::size_t>(first) * sound_.Channels() * BytesOf(sound_.Word());
+    return block_.samples + static_cast<std::size_t>(first) * sound_.Channels() * BytesOf(sound_.Format());
 }
 
 void BlockConverter::CountOverloads(const std::byte* samples, sf_count_t frames, std::span<const int> gains)

@@ -5,7 +5,7 @@
 
 BlockReader::BlockReader(SampleSource& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut)
     : sound_(sound), blockFrames_(blockFrames), fadeIn_(fadeIn), fadeOut_(fadeOut),
-      frameBytes_(BytesOf(sound.Word()) * sound.Channels()),
+      frameBytes_(BytesOf(sound.Format()) * sound.Channels()),
       held_(static_cast<std::size_t>(MaxFrames() + kFadeFrames) * frameBytes_)
 {
 }

@@ -10,7 +10,7 @@
 inline constexpr sf_count_t kFadeFrames = 200;
 
 struct Block {
-    const std::byte* words = nullptr;
+    const std::byte* samples = nullptr;
     sf_count_t frames = 0;
     bool fadeIn = false;
     bool fadeOut = false;

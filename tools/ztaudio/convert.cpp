@@ -37,7 +37,7 @@ double GuardFactor(const ConvertOptions& options, const SoundFileReader& in)
 
 SampleFormat OutputFormat(const ConvertOptions& options, const SoundFileReader& in)
 {
-    return options.format.empty() ? in.Word() : ParseSampleFormat(options.format).value();
+    return options.format.empty() ? in.Format() : ParseSampleFormat(options.format).value();
 }
 
 void Convert(const ConvertOptions& options, const Context& context)
@@ -56,7 +56,7 @@ void Convert(const ConvertOptions& options, const Context& context)
     if (resamples) {
         RequireResamplable(in, in.Path().string(), rate);
     }
-    const bool isFloat = in.Word() == SampleFormat::Float32;
+    const bool isFloat = in.Format() == SampleFormat::Float32;
     if (!options.gains.empty() && !isFloat) {
         throw Failure(in.Path().string() + ": has integer samples: use ztaudio volume to apply a gain to them");
     }
@@ -76,7 +76,7 @@ void Convert(const ConvertOptions& options, const Context& context)
     SampleSource& source = resampled ? static_cast<SampleSource&>(*resampled) : scaled;
     const bool hasFades = options.fadeIn || options.fadeOut;
     BlockReader blocks(source, options.block, options.fadeIn, options.fadeOut);
-    Conversion conversion(engine, source.Word(), to, in.Channels(), blocks.MaxFrames(), hasFades, overloads);
+    Conversion conversion(engine, source.Format(), to, in.Channels(), blocks.MaxFrames(), hasFades, overloads);
     SoundFileWriter out(options.out, OutputFor(options.files, options.overload), to, in.Channels(), rate,
                         source.Frames(), IsExtensible(in));
     resamples ? out.CopyTexts(in) : out.CopyTags(in);

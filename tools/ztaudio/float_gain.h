@@ -12,7 +12,7 @@ public:
     {
     }
 
-    SampleFormat Word() const override { return SampleFormat::Float32; }
+    SampleFormat Format() const override { return SampleFormat::Float32; }
     std::uint32_t Channels() const override { return source_.Channels(); }
     std::uint32_t Rate() const override { return source_.Rate(); }
     sf_count_t Frames() const override { return source_.Frames(); }

@@ -83,9 +83,9 @@ bool IsGain(const std::string& text)
     return ParseOption(text).has_value();
 }
 
-SampleFormat ScaledWord(SampleFormat word, const Context& context)
+SampleFormat ScaledFormat(SampleFormat format, const Context& context)
 {
-    if (word != SampleFormat::Pcm24In32) {
+    if (format != SampleFormat::Pcm24In32) {
         context.Note("gains are applied to 24in32 samples, so the output is 24in32");
     }
     return SampleFormat::Pcm24In32;

@@ -29,7 +29,7 @@ double SampleAt(const std::byte* samples, std::size_t i, SampleFormat format)
 double FindScaledPeak(SampleSource& in, Gains& gains, std::size_t firstGain)
 {
     const std::size_t channels = in.Channels();
-    std::vector<std::byte> samples(static_cast<std::size_t>(kBlockFrames) * channels * BytesOf(in.Word()));
+    std::vector<std::byte> samples(static_cast<std::size_t>(kBlockFrames) * channels * BytesOf(in.Format()));
     double peak = 0.0;
     sf_count_t position = 0;
     while (const sf_count_t frames = in.Read(samples.data(), kBlockFrames)) {
@@ -39,7 +39,7 @@ double FindScaledPeak(SampleSource& in, Gains& gains, std::size_t firstGain)
             for (std::size_t i = 0; i < static_cast<std::size_t>(span) * channels; ++i) {
                 const double gain = static_cast<double>(own[i % channels]) / kUnityGain;
                 const std::size_t sample = static_cast<std::size_t>(first) * channels + i;
-                peak = std::max(peak, std::abs(SampleAt(samples.data(), sample, in.Word())) * gain); // ignores a NaN
+                peak = std::max(peak, std::abs(SampleAt(samples.data(), sample, in.Format())) * gain); // ignores a NaN
             }
         });
         position += frames;

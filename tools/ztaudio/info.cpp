@@ -62,11 +62,11 @@ void Show(const std::filesystem::path& path)
 {
     const SoundFileReader sound(path);
     std::printf("%s\n", path.c_str());
-    Line("container", NameOfFormat(sound.Format() & SF_FORMAT_TYPEMASK));
-    Line("samples", NameOfFormat(sound.Format() & SF_FORMAT_SUBMASK) + ", " + std::to_string(sound.Channels()) +
+    Line("container", NameOfFormat(sound.FileFormat() & SF_FORMAT_TYPEMASK));
+    Line("samples", NameOfFormat(sound.FileFormat() & SF_FORMAT_SUBMASK) + ", " + std::to_string(sound.Channels()) +
                         (sound.Channels() == 1 ? " channel, " : " channels, ") + std::to_string(sound.Rate()) + " Hz");
     Line("length", LengthText(sound));
-    Line("engine", zta::host::FormatName(WaveFormat(sound.Word(), sound.Channels(), sound.Rate())));
+    Line("engine", zta::host::FormatName(WaveFormat(sound.Format(), sound.Channels(), sound.Rate())));
     Line("commands", CommandsFor(sound));
     if (!sound.Loss().empty()) {
         Line("note", std::string(sound.Loss()));
@@ -95,9 +95,9 @@ void ShowJson(const std::filesystem::path& path)
                 " \"channels\": %u, \"rate\": %u, \"frames\": %s, \"format\": \"%s\",\n"
                 " \"missing_bytes\": %llu, \"commands\": [%s], \"tags\": {%s}}",
                 JsonString(path.string()).c_str(),
-                JsonString(NameOfFormat(sound.Format() & SF_FORMAT_TYPEMASK)).c_str(),
-                JsonString(NameOfFormat(sound.Format() & SF_FORMAT_SUBMASK)).c_str(), sound.Channels(), sound.Rate(),
-                frames.c_str(), std::string(NameOf(sound.Word())).c_str(),
+                JsonString(NameOfFormat(sound.FileFormat() & SF_FORMAT_TYPEMASK)).c_str(),
+                JsonString(NameOfFormat(sound.FileFormat() & SF_FORMAT_SUBMASK)).c_str(), sound.Channels(),
+                sound.Rate(), frames.c_str(), std::string(NameOf(sound.Format())).c_str(),
                 static_cast<unsigned long long>(MissingBytes(path)), commands.c_str(), tags.c_str());
 }
 

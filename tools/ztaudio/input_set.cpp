@@ -50,9 +50,9 @@ sf_count_t InputSet::Frames() const
 
 SampleFormat InputSet::CommonFormat() const
 {
-    const SampleFormat first = inputs_[0].sound->Word();
+    const SampleFormat first = inputs_[0].sound->Format();
     const bool isCommon =
-        std::ranges::all_of(inputs_, [first](const Input& input) { return input.sound->Word() == first; });
+        std::ranges::all_of(inputs_, [first](const Input& input) { return input.sound->Format() == first; });
     return isCommon && first != SampleFormat::Float32 ? first : SampleFormat::Pcm24In32;
 }
 

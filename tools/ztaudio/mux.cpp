@@ -133,7 +133,7 @@ SampleFormat OutputFormat(const MuxOptions& options, const InputSet& inputs, con
     if (!options.format.empty()) {
         return ParseSampleFormat(options.format).value();
     }
-    return options.gains.empty() ? inputs.CommonFormat() : ScaledWord(inputs.CommonFormat(), context);
+    return options.gains.empty() ? inputs.CommonFormat() : ScaledFormat(inputs.CommonFormat(), context);
 }
 
 /// The gains of the options, lowered if --guard requires it; none if there is nothing to apply.
@@ -179,7 +179,7 @@ void Mux(const MuxOptions& options, const Context& context)
         CheckInterruption();
         gains.ForConstantGains(position, frames, [&](sf_count_t first, sf_count_t span, std::span<const int> values) {
             const std::byte* const samples = mux.Run(first, span, values);
-            out.Write(format == to ? samples : conversion.Run({.words = samples, .frames = span}), span);
+            out.Write(format == to ? samples : conversion.Run({.samples = samples, .frames = span}), span);
         });
         position += frames;
         progress.Advance(frames);

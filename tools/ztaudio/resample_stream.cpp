@@ -34,10 +34,10 @@ ResampleStream::ResampleStream(EngineSession& engine, std::uint32_t channels, st
     resampler_ = engine.CreateResampler(*input_, *output_);
 }
 
-ResampleStream::Result ResampleStream::Next(const std::byte* words, sf_count_t frames)
+ResampleStream::Result ResampleStream::Next(const std::byte* samples, sf_count_t frames)
 {
     const auto count = static_cast<std::size_t>(frames);
-    std::memcpy(input_->Data(), words, count * host::BytesPerFrame(input_->Description().sWaveFormat));
+    std::memcpy(input_->Data(), samples, count * host::BytesPerFrame(input_->Description().sWaveFormat));
     const Result result = Run(count);
     given_ += frames;
     written_ += result.frames;

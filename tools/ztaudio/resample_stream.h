@@ -14,7 +14,7 @@ inline constexpr sf_count_t kMostResampledFrames = 88199;
 class ResampleStream {
 public:
     struct Result {
-        const std::byte* words; ///< valid until the next call
+        const std::byte* samples; ///< valid until the next call
         sf_count_t frames;
     };
 
@@ -23,7 +23,7 @@ public:
                    sf_count_t maxFrames);
 
     /// Resamples the next `frames` frames, at least one. The result may be empty because of the latency.
-    Result Next(const std::byte* words, sf_count_t frames);
+    Result Next(const std::byte* samples, sf_count_t frames);
 
     /// Drains the stream after the last input: resamples silence, block by block, until the sound has its exact length.
     /// Returns false when it has.

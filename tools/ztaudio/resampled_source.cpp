@@ -29,7 +29,7 @@ void RequireResamplable(const SampleSource& sound, const std::string& name, std:
 
 void NoteResampling(const SampleSource& sound, const std::string& name, SampleFormat to, const Context& context)
 {
-    if (sound.Word() != SampleFormat::Pcm16) {
+    if (sound.Format() != SampleFormat::Pcm16) {
         context.Note("16-bit samples are resampled, so " + name + " is converted to 16 bits first");
     } else if (to != SampleFormat::Pcm16) {
         context.Note("16-bit samples are resampled, so the output has the precision of 16 bits");
@@ -105,6 +105,6 @@ void ResampledSource::Store(std::size_t stream, const ResampleStream::Result& re
     if (result.frames != outputFrames_) {
         throw Failure("the streams of the channels have different lengths");
     }
-    CopyChannels(result.words, channelsPerStream_, output_.data() + stream * channelsPerStream_ * kSampleBytes,
+    CopyChannels(result.samples, channelsPerStream_, output_.data() + stream * channelsPerStream_ * kSampleBytes,
                  Channels(), channelsPerStream_, result.frames, kSampleBytes);
 }

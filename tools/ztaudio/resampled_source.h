@@ -20,7 +20,7 @@ public:
     ResampledSource(EngineSession& engine, SampleSource& source, std::uint32_t rate, sf_count_t blockFrames,
                     OverloadCounter& overloads);
 
-    SampleFormat Word() const override { return SampleFormat::Pcm16; }
+    SampleFormat Format() const override { return SampleFormat::Pcm16; }
     std::uint32_t Channels() const override { return source_.Channels(); }
     std::uint32_t Rate() const override { return rate_; }
     sf_count_t Frames() const override;

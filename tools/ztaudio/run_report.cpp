@@ -87,7 +87,7 @@ void RunReport::Print(const std::string& in, const SampleSource& source, const s
                 " \"frames\": %zu, \"seconds\": %s, \"level_dbfs\": %s, \"peak_dbfs\": %s,\n"
                 " \"overload\": \"%s\", \"overloads\": %lld, \"guard_db\": %s, \"times_real_time\": %s}\n",
                 JsonString(in).c_str(), JsonString(out).c_str(), source.Channels(), source.Rate(), rate,
-                std::string(NameOf(source.Word())).c_str(), std::string(NameOf(to)).c_str(), frames,
+                std::string(NameOf(source.Format())).c_str(), std::string(NameOf(to)).c_str(), frames,
                 JsonDecimal(sound, 6).c_str(), JsonDecimal(20 * std::log10(rms), 3).c_str(),
                 JsonDecimal(20 * std::log10(peak_), 3).c_str(), policies[static_cast<int>(overloads.Policy())],
                 static_cast<long long>(overloads.Count()), JsonDecimal(20 * std::log10(guard_), 3).c_str(),

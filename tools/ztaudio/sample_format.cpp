@@ -8,30 +8,30 @@
 
 namespace {
 
-struct Row {
-    SampleFormat word;
+struct Entry {
+    SampleFormat format;
     std::string_view name;
     int subtype;
-    SZtaWaveFormatInfo (*format)(std::uint32_t channels, std::uint32_t rate);
+    SZtaWaveFormatInfo (*wave)(std::uint32_t channels, std::uint32_t rate);
 };
 
-constexpr std::array<Row, 4> kRows = {{
+constexpr std::array<Entry, 4> kEntries = {{
     {SampleFormat::Pcm16, "16", SF_FORMAT_PCM_16, zta::host::Pcm16},
     {SampleFormat::Pcm24In32, "24in32", SF_FORMAT_PCM_24, zta::host::Pcm24In32},
     {SampleFormat::Pcm24In24, "24in24", SF_FORMAT_PCM_24, zta::host::Pcm24In24},
     {SampleFormat::Float32, "float", SF_FORMAT_FLOAT, zta::host::Float32},
 }};
 
-const Row& RowOf(SampleFormat word)
+const Entry& EntryOf(SampleFormat format)
 {
-    return kRows.at(static_cast<std::size_t>(word));
+    return kEntries.at(static_cast<std::size_t>(format));
 }
 
 } // namespace
 
-std::string_view NameOf(SampleFormat word)
+std::string_view NameOf(SampleFormat format)
 {
-    return RowOf(word).name;
+    return EntryOf(format).name;
 }
 
 std::optional<SampleFormat> ParseSampleFormat(std::string_view name)
@@ -39,9 +39,9 @@ std::optional<SampleFormat> ParseSampleFormat(std::string_view name)
     if (name == "24") {
         return SampleFormat::Pcm24In24; // what a file of 24 bits holds
     }
-    for (const Row& row : kRows) {
-        if (row.name == name) {
-            return row.word;
+    for (const Entry& entry : kEntries) {
+        if (entry.name == name) {
+            return entry.format;
         }
     }
     return std::nullopt;
@@ -50,25 +50,25 @@ std::optional<SampleFormat> ParseSampleFormat(std::string_view name)
 std::vector<std::string> SampleFormatNames()
 {
     std::vector<std::string> names;
-    names.reserve(std::size(kRows) + 1);
-    for (const Row& row : kRows) {
-        names.emplace_back(row.name);
+    names.reserve(std::size(kEntries) + 1);
+    for (const Entry& entry : kEntries) {
+        names.emplace_back(entry.name);
     }
     names.emplace_back("24");
     return names;
 }
 
-int FileSubtype(SampleFormat word)
+int FileSubtype(SampleFormat format)
 {
-    return RowOf(word).subtype;
+    return EntryOf(format).subtype;
 }
 
-std::size_t BytesOf(SampleFormat word)
+std::size_t BytesOf(SampleFormat format)
 {
-    return zta::host::BytesPerFrame(WaveFormat(word, 1, zta::host::kDefaultRate));
+    return zta::host::BytesPerFrame(WaveFormat(format, 1, zta::host::kDefaultRate));
 }
 
-SZtaWaveFormatInfo WaveFormat(SampleFormat word, std::uint32_t channels, std::uint32_t rate)
+SZtaWaveFormatInfo WaveFormat(SampleFormat format, std::uint32_t channels, std::uint32_t rate)
 {
-    return RowOf(word).format(channels, rate);
+    return EntryOf(format).wave(channels, rate);
 }

@@ -13,7 +13,7 @@ public:
     SampleSource& operator=(const SampleSource&) = delete;
 
     /// The sample format of the samples that Read returns.
-    virtual SampleFormat Word() const = 0;
+    virtual SampleFormat Format() const = 0;
     virtual std::uint32_t Channels() const = 0;
     virtual std::uint32_t Rate() const = 0;
 

@@ -21,14 +21,14 @@ constexpr std::uint64_t kEndlessBytes = std::uint64_t{1} << 60;
 constexpr std::string_view kLosesLowByte = "32-bit integer samples: the low 8 bits are dropped";
 constexpr std::string_view kLosesPrecision = "double-precision samples: rounded to single precision";
 
-struct SubtypeRow {
+struct SubtypeEntry {
     int subtype;
-    SampleFormat word;
+    SampleFormat format;
     std::string_view loss;
 };
 
 // Narrower integers and companded samples fit into 16 bits; lossy codecs decode to floating point.
-constexpr SubtypeRow kSubtypes[] = {
+constexpr SubtypeEntry kSubtypes[] = {
     {SF_FORMAT_PCM_S8, SampleFormat::Pcm16, {}},
     {SF_FORMAT_PCM_U8, SampleFormat::Pcm16, {}},
     {SF_FORMAT_PCM_16, SampleFormat::Pcm16, {}},
@@ -64,12 +64,12 @@ constexpr SubtypeRow kSubtypes[] = {
     {SF_FORMAT_NMS_ADPCM_32, SampleFormat::Pcm16, {}},
 };
 
-struct TagRow {
+struct TagEntry {
     int kind;
     std::string_view name;
 };
 
-constexpr TagRow kTags[] = {
+constexpr TagEntry kTags[] = {
     {SF_STR_TITLE, "title"},       {SF_STR_ARTIST, "artist"},   {SF_STR_ALBUM, "album"},
     {SF_STR_DATE, "date"},         {SF_STR_GENRE, "genre"},     {SF_STR_TRACKNUMBER, "track"},
     {SF_STR_COMMENT, "comment"},   {SF_STR_LICENSE, "license"}, {SF_STR_COPYRIGHT, "copyright"},
@@ -218,22 +218,22 @@ void SoundFileReader::RequireOpened()
         info_.frames = 0; // not known
     }
     const int subtype = info_.format & SF_FORMAT_SUBMASK;
-    const auto* row = std::ranges::find(kSubtypes, subtype, &SubtypeRow::subtype);
-    if (row == std::end(kSubtypes)) {
+    const auto* entry = std::ranges::find(kSubtypes, subtype, &SubtypeEntry::subtype);
+    if (entry == std::end(kSubtypes)) {
         throw Failure(path_.string() + ": samples of this kind are not supported");
     }
-    word_ = row->word;
-    loss_ = clearLowByte_ ? std::string_view() : row->loss;
+    format_ = entry->format;
+    loss_ = clearLowByte_ ? std::string_view() : entry->loss;
     clearLowByte_ = clearLowByte_ || subtype == SF_FORMAT_PCM_32 || subtype == SF_FORMAT_ALAC_32;
 }
 
 std::vector<Tag> SoundFileReader::Tags() const
 {
     std::vector<Tag> tags;
-    for (const TagRow& row : kTags) {
-        const char* text = sf_get_string(sound_.get(), row.kind);
+    for (const TagEntry& entry : kTags) {
+        const char* text = sf_get_string(sound_.get(), entry.kind);
         if (text != nullptr && *text != '\0') {
-            tags.push_back({row.kind, row.name, text});
+            tags.push_back({entry.kind, entry.name, text});
         }
     }
     return tags;
@@ -263,24 +263,24 @@ void SoundFileReader::RequireWhole() const
     }
 }
 
-sf_count_t SoundFileReader::Read(void* words, sf_count_t frames)
+sf_count_t SoundFileReader::Read(void* samples, sf_count_t frames)
 {
     sf_count_t read = 0;
-    switch (word_) {
+    switch (format_) {
     case SampleFormat::Pcm16:
-        read = sf_readf_short(sound_.get(), static_cast<short*>(words), frames);
+        read = sf_readf_short(sound_.get(), static_cast<short*>(samples), frames);
         break;
     case SampleFormat::Pcm24In32:
     case SampleFormat::Pcm24In24:
-        read = sf_readf_int(sound_.get(), static_cast<int*>(words), frames);
+        read = sf_readf_int(sound_.get(), static_cast<int*>(samples), frames);
         break;
     case SampleFormat::Float32:
-        read = sf_readf_float(sound_.get(), static_cast<float*>(words), frames);
+        read = sf_readf_float(sound_.get(), static_cast<float*>(samples), frames);
         break;
     }
     if (clearLowByte_) {
-        for (int& word : std::span(static_cast<int*>(words), static_cast<std::size_t>(read) * Channels())) {
-            word &= ~0xFF;
+        for (int& sample : std::span(static_cast<int*>(samples), static_cast<std::size_t>(read) * Channels())) {
+            sample &= ~0xFF;
         }
     }
     framesRead_ += read;

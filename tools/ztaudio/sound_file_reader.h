@@ -47,7 +47,7 @@ public:
     std::uint32_t Rate() const override { return static_cast<std::uint32_t>(info_.samplerate); }
     /// As far as the header says; 0 if it does not.
     sf_count_t Frames() const override { return info_.frames; }
-    int Format() const { return info_.format; }
+    int FileFormat() const { return info_.format; }
 
     /// Returns whether the input is a pipe, so that the length is not known before its end.
     bool IsStream() const { return isPipe_; }
@@ -56,7 +56,7 @@ public:
     std::vector<Tag> Tags() const;
 
     /// The sample format in which the engine processes the samples.
-    SampleFormat Word() const override { return word_; }
+    SampleFormat Format() const override { return format_; }
 
     /// What is lost when the samples of the file get this format; empty if nothing is.
     std::string_view Loss() const { return loss_; }
@@ -68,7 +68,7 @@ public:
     void RequireWhole() const;
 
     /// Reads up to `frames` sample frames. Returns fewer only at the end of the file.
-    sf_count_t Read(void* words, sf_count_t frames) override;
+    sf_count_t Read(void* samples, sf_count_t frames) override;
 
 private:
     struct Stream;
@@ -86,7 +86,7 @@ private:
     std::unique_ptr<Stream> stream_; ///< what libsndfile reads from, if it is no file; outlives `sound_`
     SF_INFO info_{};
     SoundHandle sound_;
-    SampleFormat word_{};
+    SampleFormat format_{};
     std::string_view loss_;
     bool clearLowByte_ = false;
     sf_count_t framesRead_ = 0;
@@ -95,5 +95,5 @@ private:
 /// Returns whether the file is a WAV with an extensible format.
 inline bool IsExtensible(const SoundFileReader& sound)
 {
-    return (sound.Format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX;
+    return (sound.FileFormat() & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX;
 }

@@ -100,10 +100,10 @@ void RequireContainer(const std::filesystem::path& path, const OutputOptions& op
     ContainerOf(path, options);
 }
 
-SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const OutputOptions& options, SampleFormat word,
+SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const OutputOptions& options, SampleFormat format,
                                  std::uint32_t channels, std::uint32_t rate, sf_count_t expectedFrames,
                                  bool extensibleWav)
-    : path_(path), word_(word), samplesPerFrame_(channels), limit_(ContainerOf(path, options).limit)
+    : path_(path), format_(format), samplesPerFrame_(channels), limit_(ContainerOf(path, options).limit)
 {
     const Container& container = ContainerOf(path, options);
     const bool isPipe = path == "-";
@@ -114,12 +114,12 @@ SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const Output
     const bool isExtensible = (extensibleWav || channels > 2) && container.format == SF_FORMAT_WAV;
     const bool isLossy = (container.format & SF_FORMAT_SUBMASK) != 0;
     SF_INFO info{};
-    info.format = (isExtensible ? SF_FORMAT_WAVEX : container.format) | (isLossy ? 0 : FileSubtype(word));
+    info.format = (isExtensible ? SF_FORMAT_WAVEX : container.format) | (isLossy ? 0 : FileSubtype(format));
     info.channels = static_cast<int>(channels);
     info.samplerate = static_cast<int>(rate);
     if (sf_format_check(&info) == SF_FALSE) {
         throw Failure(path_.string() + ": " + std::string(container.name) + " cannot hold " +
-                      zta::host::FormatName(WaveFormat(word, channels, rate)));
+                      zta::host::FormatName(WaveFormat(format, channels, rate)));
     }
     RequireCapacity(expectedFrames);
     if (isPipe && options.isSpooled) {
@@ -131,11 +131,11 @@ SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const Output
             std::make_unique<OutputFile>(path, options.noClobber ? ExistingOutput::Refuse : ExistingOutput::Replace);
     }
     if (container.format == SF_FORMAT_RAW) {
-        encoder_ = MakeRawEncoder(*target_, word);
+        encoder_ = MakeRawEncoder(*target_, format);
     } else if (isPipe && container.format == SF_FORMAT_WAV) {
-        encoder_ = MakeWavEncoder(*target_, word, channels, rate, expectedFrames);
+        encoder_ = MakeWavEncoder(*target_, format, channels, rate, expectedFrames);
     } else if (isPipe && container.format == SF_FORMAT_AU) {
-        encoder_ = MakeAuEncoder(*target_, word, channels, rate, expectedFrames);
+        encoder_ = MakeAuEncoder(*target_, format, channels, rate, expectedFrames);
     } else {
         OpenLibrary(info.format, rate);
     }
@@ -153,7 +153,7 @@ void SoundFileWriter::OpenLibrary(int format, std::uint32_t rate)
     if (!sound_) {
         target_->RequireWritten();
         throw Failure(path_.string() + ": cannot write " +
-                      zta::host::FormatName(WaveFormat(word_, static_cast<std::uint32_t>(samplesPerFrame_), rate)) +
+                      zta::host::FormatName(WaveFormat(format_, static_cast<std::uint32_t>(samplesPerFrame_), rate)) +
                       ": " + sf_strerror(nullptr));
     }
     // The chunk of peaks has the time of writing: without it, equal input gives equal files.
@@ -190,17 +190,17 @@ void SoundFileWriter::CopyTags(const SoundFileReader& source)
 
 void SoundFileWriter::RequireCapacity(sf_count_t frames) const
 {
-    const std::uint64_t sampleBytes = word_ == SampleFormat::Pcm24In32 ? 3 : BytesOf(word_);
+    const std::uint64_t sampleBytes = format_ == SampleFormat::Pcm24In32 ? 3 : BytesOf(format_);
     if (static_cast<std::uint64_t>(frames) > limit_ / (samplesPerFrame_ * sampleBytes)) {
         throw Failure(path_.string() + ": longer than the 4 GiB of its container: use .w64, .rf64 or .flac");
     }
 }
 
-void SoundFileWriter::Write(const std::byte* words, sf_count_t frames)
+void SoundFileWriter::Write(const std::byte* samples, sf_count_t frames)
 {
     RequireCapacity(framesTaken_ + frames);
-    pending_.insert(pending_.end(), words,
-                    words + static_cast<std::size_t>(frames) * samplesPerFrame_ * BytesOf(word_));
+    pending_.insert(pending_.end(), samples,
+                    samples + static_cast<std::size_t>(frames) * samplesPerFrame_ * BytesOf(format_));
     framesTaken_ += frames;
     if (pending_.size() >= kBatchBytes) {
         WritePending();
@@ -215,18 +215,18 @@ void SoundFileWriter::WritePending()
         pending_.clear();
         return;
     }
-    const void* words = pending_.data();
-    const auto frames = static_cast<sf_count_t>(pending_.size() / (samplesPerFrame_ * BytesOf(word_)));
+    const void* samples = pending_.data();
+    const auto frames = static_cast<sf_count_t>(pending_.size() / (samplesPerFrame_ * BytesOf(format_)));
     sf_count_t written = 0;
-    switch (word_) {
+    switch (format_) {
     case SampleFormat::Pcm16:
-        written = sf_writef_short(sound_.get(), static_cast<const short*>(words), frames);
+        written = sf_writef_short(sound_.get(), static_cast<const short*>(samples), frames);
         break;
     case SampleFormat::Pcm24In32:
-        written = sf_writef_int(sound_.get(), static_cast<const int*>(words), frames);
+        written = sf_writef_int(sound_.get(), static_cast<const int*>(samples), frames);
         break;
     case SampleFormat::Pcm24In24: {
-        const auto* bytes = static_cast<const unsigned char*>(words);
+        const auto* bytes = static_cast<const unsigned char*>(samples);
         unpacked_.resize(static_cast<std::size_t>(frames) * samplesPerFrame_);
         for (int& sample : unpacked_) {
             sample = static_cast<int>(static_cast<unsigned>(bytes[0]) << 8 | static_cast<unsigned>(bytes[1]) << 16 |
@@ -237,7 +237,7 @@ void SoundFileWriter::WritePending()
         break;
     }
     case SampleFormat::Float32:
-        written = sf_writef_float(sound_.get(), static_cast<const float*>(words), frames);
+        written = sf_writef_float(sound_.get(), static_cast<const float*>(samples), frames);
         break;
     }
     target_->RequireWritten();

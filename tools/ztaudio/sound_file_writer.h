@@ -38,7 +38,7 @@ public:
     ///
     /// expectedFrames  0 if not known
     /// extensibleWav   whether a WAV of up to two channels has the extensible format, which more channels always have
-    SoundFileWriter(const std::filesystem::path& path, const OutputOptions& options, SampleFormat word,
+    SoundFileWriter(const std::filesystem::path& path, const OutputOptions& options, SampleFormat format,
                     std::uint32_t channels, std::uint32_t rate, sf_count_t expectedFrames, bool extensibleWav);
     ~SoundFileWriter();
 
@@ -50,7 +50,7 @@ public:
 
     /// Writes sample frames, or holds them until there are more. Throws Failure if samples could not be
     /// written.
-    void Write(const std::byte* words, sf_count_t frames);
+    void Write(const std::byte* samples, sf_count_t frames);
 
     /// Completes the files and gives them their names: all of them or, if this throws Failure, none.
     static void Commit(std::span<const std::unique_ptr<SoundFileWriter>> writers);
@@ -65,7 +65,7 @@ private:
     void OpenLibrary(int format, std::uint32_t rate);
 
     std::filesystem::path path_;
-    SampleFormat word_;
+    SampleFormat format_;
     std::size_t samplesPerFrame_;
     std::uint64_t limit_;
     sf_count_t framesTaken_ = 0;

@@ -96,9 +96,9 @@ void RequireSplittable(const SoundFileReader& in, const SplitOptions& options)
 }
 
 /// The engine deinterleaves no floats, but 32-bit samples without looking at their bits.
-SampleFormat PlaneFormat(SampleFormat word)
+SampleFormat PlaneFormat(SampleFormat format)
 {
-    return word == SampleFormat::Float32 ? SampleFormat::Pcm24In32 : word;
+    return format == SampleFormat::Float32 ? SampleFormat::Pcm24In32 : format;
 }
 
 void Split(const SplitOptions& options, const Context& context)
@@ -114,7 +114,7 @@ void Split(const SplitOptions& options, const Context& context)
     for (std::size_t i = 0; i < count; ++i) {
         RequireOtherFile(options.in, NumberedPath(options.pattern, i + 1));
     }
-    const SampleFormat to = options.gains.empty() ? in.Word() : ScaledWord(in.Word(), context);
+    const SampleFormat to = options.gains.empty() ? in.Format() : ScaledFormat(in.Format(), context);
     Gains gains(options.gains, in.Channels(), in.IsStream() ? kUnknownFrames : in.Frames());
     gains.NoteSilence(context);
     if (options.guard && gains.HasAny()) { // without gains, samples are copied

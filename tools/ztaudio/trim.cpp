@@ -77,11 +77,11 @@ void Trim(const TrimOptions& options, const Context& context)
     }
     EngineSession engine(context);
     // The copy depends neither on the rate nor on the number of channels.
-    const SZtaWaveFormatInfo format = WaveFormat(in.Word(), 1);
+    const SZtaWaveFormatInfo format = WaveFormat(in.Format(), 1);
     const sf_count_t blockSamples = kBlockFrames * in.Channels();
     const auto source = MakeBuffer(format, blockSamples);
     const auto piece = MakeBuffer(format, blockSamples);
-    SoundFileWriter out(options.out, options.files.output, in.Word(), in.Channels(), in.Rate(),
+    SoundFileWriter out(options.out, options.files.output, in.Format(), in.Channels(), in.Rate(),
                         to == kToEnd ? 0 : to - from, IsExtensible(in));
     out.CopyTexts(in);
     in.ReportLoss(context);
@@ -95,7 +95,7 @@ void Trim(const TrimOptions& options, const Context& context)
         const sf_count_t last = std::min(to - done, block.frames);
         if (first < last) {
             const sf_count_t samples = block.frames * in.Channels();
-            Fill(*source, {.samples = block.words}, samples, samples);
+            Fill(*source, {.samples = block.samples}, samples, samples);
             engine.Extract(*source, static_cast<std::size_t>(first) * in.Channels(),
                            static_cast<std::size_t>(last - first) * in.Channels(), *piece);
             out.Write(piece->Data(), last - first);

@@ -25,7 +25,7 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
     RequireChannels(in, name);
     RequireOtherFile(options.in, options.out);
     const SampleFormat to =
-        options.format.empty() ? ScaledWord(in.Word(), context) : ParseSampleFormat(options.format).value();
+        options.format.empty() ? ScaledFormat(in.Format(), context) : ParseSampleFormat(options.format).value();
     Gains gains(options.gains, in.Channels(), in.IsStream() ? kUnknownFrames : in.Frames());
     gains.NoteSilence(context);
     RunReport report(options.json);
@@ -52,7 +52,7 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
                                    values.assign(current.begin(), current.end());
                                    const std::byte* samples = feed.Convert(first, span, values);
                                    samples = stage.Run(samples, span, values);
-                                   samples = conversion.Run({.words = samples, .frames = span});
+                                   samples = conversion.Run({.samples = samples, .frames = span});
                                    report.Measure(samples, static_cast<std::size_t>(span) * in.Channels(), to);
                                    out.Write(samples, span);
                                });

@@ -20,7 +20,7 @@ TIDY_LAYERS = $(shell scripts/layers tidy)
 TEST_PARTS = -DZTA_BUILD_TOOLS=ON -DZTA_BUILD_TESTS=ON -DZTA_BUILD_EXAMPLES=ON
 
 .PHONY: test quick demo install uninstall package plots status-codes docs report report-long abi-update bench \
-	bench-quick bench-build perfcheck tidy fuzz check emulate mutate coverage faults soak build build-times clean
+	bench-quick bench-build bench-tool perfcheck tidy fuzz check emulate mutate coverage faults soak build build-times clean
 
 # All tests.
 test: build
@@ -94,6 +94,13 @@ bench: bench-build
 
 bench-quick: bench-build
 	$(COMPARE_PEERS) --seconds 0.2
+
+# The file tool beside sox, ffmpeg and cat. OTHER names another ztaudio to compare with.
+bench-tool:
+	scripts/require-packages $(DEMO_PACKAGES) python3 sox
+	cmake --preset $(PRESET) -DZTA_BUILD_TOOLS=ON
+	cmake --build --preset $(PRESET) -j $(JOBS) --target ztaudio
+	scripts/bench-tool build/$(PRESET)/bin/ztaudio $(OTHER)
 
 bench-build:
 	scripts/require-packages $(BENCH_PACKAGES)

@@ -39,9 +39,9 @@ void Read(const std::filesystem::path& path, sf_count_t blockFrames, bool fadeIn
         ZTA_FUZZ_CHECK(!block.fadeOut || fadeOut);
         last = block.fadeOut;
         // Every byte is there.
-        const std::size_t bytes = static_cast<std::size_t>(block.frames) * sound.Channels() * BytesOf(sound.Word());
-        const std::vector<std::byte> copy(block.words, block.words + bytes);
-        ZTA_FUZZ_CHECK(std::memcmp(copy.data(), block.words, bytes) == 0);
+        const std::size_t bytes = static_cast<std::size_t>(block.frames) * sound.Channels() * BytesOf(sound.Format());
+        const std::vector<std::byte> copy(block.samples, block.samples + bytes);
+        ZTA_FUZZ_CHECK(std::memcmp(copy.data(), block.samples, bytes) == 0);
         given += block.frames;
     }
     sound.RequireWhole();

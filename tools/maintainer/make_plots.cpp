@@ -38,7 +38,7 @@ Samples Resampled(EngineSession& engine, const Direction& direction, const Sampl
         const std::size_t before = out.size();
         out.resize(before + static_cast<std::size_t>(result.frames));
         if (result.frames != 0) {
-            std::memcpy(&out[before], result.words, (out.size() - before) * sizeof out[0]);
+            std::memcpy(&out[before], result.samples, (out.size() - before) * sizeof out[0]);
         }
     };
     const auto frames = static_cast<sf_count_t>(in.size());

@@ -134,7 +134,7 @@ TEST_F(Analyze, FindsNoToneInNoiseAndSilence)
 TEST_F(Analyze, ReportsEveryChannel)
 {
     const std::string in = Write("in.wav", Interleaved({Tone(997, -1, 70000), Noise(SF_FORMAT_PCM_16, 1, 70000)}));
-    const ResampleResult run = RunTool({"analyze", in});
+    const RunResult run = RunTool({"analyze", in});
     EXPECT_EQ(run.errors, "");
     EXPECT_TRUE(run.output.starts_with(
         in + ": 70000 sample frames at 48000 Hz\n"
@@ -165,7 +165,7 @@ TEST_F(Analyze, ComparesWhatBothFilesHave)
     Sound longer = Tone(997, -1, 15000);
     const std::string in = Write("in.wav", sound);
     const std::string reference = Write("reference.wav", longer);
-    ResampleResult run = RunTool({"analyze", in, "--reference", reference});
+    RunResult run = RunTool({"analyze", in, "--reference", reference});
     EXPECT_EQ(run.errors, "ztaudio: note: " + reference +
                               ": has 15000 sample frames; the difference is that of the frames that both have\n");
     EXPECT_NE(run.output.find("    difference level -inf dBFS, peak -inf dBFS\n"), std::string::npos) << run.output;
@@ -220,7 +220,7 @@ TEST_F(Analyze, ReportsTwoTonesInTurnAsNotSteady)
     std::vector<double> second(43200);
     AddSine(second, 5000, 0.5);
     samples.insert(samples.end(), second.begin(), second.end());
-    const ResampleResult run = RunTool({"analyze", Write("in.wav", Floats(samples)), "--json"});
+    const RunResult run = RunTool({"analyze", Write("in.wav", Floats(samples)), "--json"});
     EXPECT_NE(run.output.find("\"steady\": false"), std::string::npos) << run.output;
     EXPECT_GT(Of(Floats(samples)).at("thd_n_db"), 0);
 }
@@ -232,7 +232,7 @@ TEST_F(Analyze, ReportsTheLimitOfTheSampleFormat)
     const Figures figures = Analysed(in);
     EXPECT_NEAR(figures.at("signal_to_noise_db"), 98.09 - 6.02, 0.01);
     EXPECT_NEAR(figures.at("thd_n_db"), -98.09 + 6.02, 0.01);
-    const ResampleResult run = RunTool({"analyze", in});
+    const RunResult run = RunTool({"analyze", in});
     EXPECT_NE(run.output.find("signal to noise 92.07 dB (limit of the sample format)"), std::string::npos)
         << run.output;
 }
@@ -253,7 +253,7 @@ TEST_F(Analyze, DrawsTheSpectrum)
 {
     const std::string in = Write("in <&>.wav", Interleaved({Tone(997, -1, 70000), Tone(5000, -1, 70000)}));
     WriteTextFile(File("out.svg"), "an older picture");
-    const ResampleResult run = RunTool({"analyze", in, "--plot", File("out.svg")});
+    const RunResult run = RunTool({"analyze", in, "--plot", File("out.svg")});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     const std::string picture = ReadTextFile(File("out.svg"));
     EXPECT_TRUE(picture.starts_with("<svg ")) << picture.substr(0, 100);
@@ -267,8 +267,8 @@ TEST_F(Analyze, DrawsTheSpectrum)
 TEST_F(Analyze, DrawsTheSpectrogramAndTheWaveform)
 {
     const std::string in = Write("in.wav", Interleaved({Tone(997, -1, 70000), Tone(5000, -1, 70000)}));
-    const ResampleResult run = RunTool({"analyze", in, "--spectrogram", File("time.SVG"), "--waveform",
-                                        File("wave.svg"), "--plot", File("spectrum.svg"), "--axis", "log"});
+    const RunResult run = RunTool({"analyze", in, "--spectrogram", File("time.SVG"), "--waveform", File("wave.svg"),
+                                   "--plot", File("spectrum.svg"), "--axis", "log"});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     const auto expectTexts = [this](const std::string& file, const std::vector<std::string>& texts) {
         const std::string picture = ReadTextFile(File(file));
@@ -299,7 +299,7 @@ TEST_F(Analyze, NamesEachOfManyChannelsInTheLegend)
     for (int c = 0; c < 64; ++c) {
         sounds.push_back(Tone(500 + 100 * c, -1, 2000));
     }
-    const ResampleResult run = RunTool({"analyze", Write("in.wav", Interleaved(sounds)), "--plot", File("out.svg")});
+    const RunResult run = RunTool({"analyze", Write("in.wav", Interleaved(sounds)), "--plot", File("out.svg")});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     const std::string picture = ReadTextFile(File("out.svg"));
     static const std::regex entry(R"#(stroke="([^"]+)" stroke-width="3" d="M([\d.]+) ([-\d.]+)h18"/>)#");
@@ -318,7 +318,7 @@ TEST_F(Analyze, RejectsPicturesThatAreNotSvg)
 {
     const std::string in = Write("in.wav", Tone(997, -1, 1000));
     for (const char* option : {"--plot", "--spectrogram", "--waveform"}) {
-        const ResampleResult run = RunTool({"analyze", in, option, File("out.png")});
+        const RunResult run = RunTool({"analyze", in, option, File("out.png")});
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_NE(run.errors.find("out.png: a picture is an SVG file: use the extension .svg"), std::string::npos)
             << run.errors;
@@ -329,7 +329,7 @@ TEST_F(Analyze, RejectsPicturesThatAreNotSvg)
 TEST_F(Analyze, EscapesTheFilesNameInJson)
 {
     const std::string in = Write("a\"\\\n.wav", Tone(997, -1, 1000));
-    const ResampleResult run = RunTool({"analyze", in, "--json"});
+    const RunResult run = RunTool({"analyze", in, "--json"});
     EXPECT_TRUE(run.output.starts_with("{\"file\": \"" + File("a\\\"\\\\\\u000a.wav") + "\", \"rate\": 48000"))
         << run.output;
 }

@@ -30,7 +30,7 @@ protected:
     std::string Fails(const std::vector<std::string>& arguments, int exitCode = 1, const RunOptions& options = {})
     {
         const auto before = Content();
-        const ResampleResult run = RunTool(arguments, options);
+        const RunResult run = RunTool(arguments, options);
         EXPECT_EQ(run.exitCode, exitCode) << "signal " << run.signal;
         EXPECT_EQ(run.output, "");
         EXPECT_EQ(std::ranges::count(run.errors, '\n'), 1) << run.errors;
@@ -465,9 +465,8 @@ TEST_P(Interruption, RemovesTheHalfWrittenFileAndDiesByTheSignal)
 {
     WriteTextFile(out_, "precious");
     const auto before = Content();
-    const ResampleResult run =
-        RunTool({"convert", in_, out_, "--block", "1"},
-                {.signalAtFirstTemporary = GetParam(), .watchedFolder = folder_.Path().string()});
+    const RunResult run = RunTool({"convert", in_, out_, "--block", "1"},
+                                  {.signalAtFirstTemporary = GetParam(), .watchedFolder = folder_.Path().string()});
     EXPECT_EQ(run.signal, GetParam());
     EXPECT_EQ(run.errors, "ztaudio: interrupted\n");
     EXPECT_TRUE(Content() == before);
@@ -479,9 +478,8 @@ TEST_P(Interruption, RemovesAllHalfWrittenFilesOfASplit)
     WriteSound(mux, Noise(SF_FORMAT_PCM_24, 64, 48000));
     WriteTextFile(folder_.File("2.wav"), "precious");
     const auto before = Content();
-    const ResampleResult run =
-        RunTool({"split", mux, "-o", folder_.File("{}.wav"), "--gain", "0:8"},
-                {.signalAtFirstTemporary = GetParam(), .watchedFolder = folder_.Path().string()});
+    const RunResult run = RunTool({"split", mux, "-o", folder_.File("{}.wav"), "--gain", "0:8"},
+                                  {.signalAtFirstTemporary = GetParam(), .watchedFolder = folder_.Path().string()});
     EXPECT_EQ(run.signal, GetParam());
     EXPECT_EQ(run.errors, "ztaudio: interrupted\n");
     EXPECT_TRUE(Content() == before);

@@ -25,7 +25,7 @@ protected:
     std::string Rejects(const std::vector<std::string>& arguments, int exitCode)
     {
         const auto before = Content();
-        const ResampleResult run = RunTool(arguments);
+        const RunResult run = RunTool(arguments);
         EXPECT_EQ(run.exitCode, exitCode);
         EXPECT_TRUE(Content() == before) << "a file has changed, come or gone";
         return run.errors;
@@ -89,7 +89,7 @@ TEST_F(Batch, ReportsEachFailureAtTheEndAndWritesTheRest)
     WriteTextFile(in[1], "no sound");
     in.push_back(File("missing.wav"));
     std::filesystem::create_directory(File("out/in4.wav"));
-    const ResampleResult run = RunTool(Joined({"convert", "-j", "2", "-o", pattern_}, in));
+    const RunResult run = RunTool(Joined({"convert", "-j", "2", "-o", pattern_}, in));
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.errors, "ztaudio: 3 of 6 files failed:\n"
                           "ztaudio: " +
@@ -109,7 +109,7 @@ TEST_F(Batch, ReportsEachFailureAtTheEndAndWritesTheRest)
 TEST_F(Batch, NamesTheFileOfAFailureThatDoesNot)
 {
     const auto in = WriteFiles(2, 100);
-    const ResampleResult run = RunTool(Joined({"volume", "--gain", "2=0.5", "-o", pattern_}, in));
+    const RunResult run = RunTool(Joined({"volume", "--gain", "2=0.5", "-o", pattern_}, in));
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_NE(run.errors.find("ztaudio: " + in[0] + ": --gain 2=0.5: there is no such channel"), std::string::npos)
         << run.errors;
@@ -182,7 +182,7 @@ TEST_F(Batch, DoesNotReplaceFilesWithNoClobber)
 {
     const auto in = WriteFiles(2, 100);
     WriteTextFile(File("out/in1.wav"), "mine");
-    const ResampleResult run = RunTool(Joined({"convert", "--no-clobber", "-o", pattern_}, in));
+    const RunResult run = RunTool(Joined({"convert", "--no-clobber", "-o", pattern_}, in));
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_NE(run.errors.find("1 of 2 files failed"), std::string::npos) << run.errors;
     EXPECT_EQ(ReadTextFile(File("out/in1.wav")), "mine");
@@ -191,7 +191,7 @@ TEST_F(Batch, DoesNotReplaceFilesWithNoClobber)
 
 TEST_F(Batch, PrintsOneObjectOfJsonForEachFile)
 {
-    const ResampleResult run = RunTool(Joined({"convert", "--json", "-o", pattern_, "-j", "3"}, WriteFiles(4, 100)));
+    const RunResult run = RunTool(Joined({"convert", "--json", "-o", pattern_, "-j", "3"}, WriteFiles(4, 100)));
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_EQ(std::ranges::count(run.output, '{'), 4) << run.output;
     for (int i = 1; i <= 4; ++i) {
@@ -202,14 +202,17 @@ TEST_F(Batch, PrintsOneObjectOfJsonForEachFile)
 
 TEST_F(Batch, ShowsOneProgressLineOnATerminal)
 {
+    if (!HasTerminals()) {
+        GTEST_SKIP() << "needs a pseudo-terminal";
+    }
     auto in = WriteFiles(3, 480000);
     const std::vector<std::string> arguments = Joined({"convert", "--jobs", "2", "-o", pattern_}, in);
-    const ResampleResult wide = RunTool(arguments, {.terminal = true});
+    const RunResult wide = RunTool(arguments, {.terminal = true});
     EXPECT_EQ(wide.exitCode, 0);
     EXPECT_NE(wide.errors.find("/3 files ["), std::string::npos) << wide.errors;
     EXPECT_NE(wide.errors.find("3 files: 0:30 of sound in "), std::string::npos) << wide.errors;
     EXPECT_EQ(wide.errors.find(".wav"), std::string::npos) << wide.errors;
-    const ResampleResult narrow = RunTool(arguments, {.terminal = true, .columns = 40});
+    const RunResult narrow = RunTool(arguments, {.terminal = true, .columns = 40});
     EXPECT_NE(narrow.errors.find("3 files: 0:30 of sound in "), std::string::npos) << narrow.errors;
     std::string shown = narrow.errors;
     for (std::size_t code; (code = shown.find("\x1B[K")) != std::string::npos;) {
@@ -220,7 +223,7 @@ TEST_F(Batch, ShowsOneProgressLineOnATerminal)
         length = letter == '\r' || letter == '\n' ? 0 : length + 1;
         EXPECT_LE(length, 40U) << shown;
     }
-    const ResampleResult quiet = RunTool(Joined({"--quiet"}, arguments), {.terminal = true});
+    const RunResult quiet = RunTool(Joined({"--quiet"}, arguments), {.terminal = true});
     EXPECT_EQ(quiet.errors, "");
 }
 
@@ -228,8 +231,8 @@ TEST_F(Batch, LeavesNothingUnfinishedIfItIsInterrupted)
 {
     const auto in = WriteFiles(4, 48000 * 60L);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        const ResampleResult run = RunTool(Joined({"convert", "--jobs", "3", "-o", pattern_}, in),
-                                           {.signalAtFirstTemporary = signal, .watchedFolder = File("out")});
+        const RunResult run = RunTool(Joined({"convert", "--jobs", "3", "-o", pattern_}, in),
+                                      {.signalAtFirstTemporary = signal, .watchedFolder = File("out")});
         EXPECT_EQ(run.signal, signal);
         EXPECT_EQ(run.errors, "ztaudio: interrupted\n");
         for (const auto& entry : std::filesystem::directory_iterator(File("out"))) {

@@ -37,5 +37,5 @@ protected:
     }
 
     TempDirectory folder_;
-    ResampleResult last_;
+    RunResult last_;
 };

@@ -18,13 +18,13 @@ bool Has(const std::string& text, const std::string& part)
 
 TEST(Help, ShowsExamplesForTheToolAndForEachCommand)
 {
-    const ResampleResult tool = RunTool({"--help"});
+    const RunResult tool = RunTool({"--help"});
     EXPECT_EQ(tool.exitCode, 0);
     EXPECT_EQ(tool.errors, "");
     for (const std::string command : {"info", "convert", "trim", "stereo", "volume", "mux", "split", "resample",
                                       "analyze", "register", "unregister"}) {
         EXPECT_TRUE(Has(tool.output, "  " + command + " ")) << tool.output;
-        const ResampleResult help = RunTool({command, "--help"});
+        const RunResult help = RunTool({command, "--help"});
         EXPECT_EQ(help.exitCode, 0);
         EXPECT_TRUE(Has(help.output, "Example")) << help.output;
         EXPECT_TRUE(Has(help.output, "\n  ztaudio " + command + " ")) << help.output;
@@ -34,7 +34,7 @@ TEST(Help, ShowsExamplesForTheToolAndForEachCommand)
 
 TEST(Version, NamesToolAndModule)
 {
-    const ResampleResult run = RunTool({"--version"});
+    const RunResult run = RunTool({"--version"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.errors, "");
     EXPECT_TRUE(run.output.starts_with("ztaudio " ZTA_VERSION ", revision ")) << run.output;
@@ -51,12 +51,12 @@ TEST(ModuleSearch, TakesTheModuleBesideTheToolOrInTheLibFolderNextToIt)
         const auto tool = folder.Path() / "bin" / "ztaudio";
         std::filesystem::copy_file(ZTA_TOOL_PATH, tool, std::filesystem::copy_options::overwrite_existing);
         std::filesystem::copy_file(kModule, folder.Path() / place);
-        const ResampleResult run = RunTool({"--version"}, {.program = tool});
+        const RunResult run = RunTool({"--version"}, {.program = tool});
         EXPECT_EQ(run.exitCode, 0) << run.errors;
         EXPECT_TRUE(run.output.ends_with(", " + folder.File(place) + "\n")) << run.output;
         std::filesystem::remove(folder.Path() / place);
     }
-    const ResampleResult none = RunTool({"--version"}, {.program = folder.File("bin/ztaudio")});
+    const RunResult none = RunTool({"--version"}, {.program = folder.File("bin/ztaudio")});
     EXPECT_EQ(none.exitCode, 1);
     EXPECT_TRUE(Has(none.errors, "libZtaAudioSamplesEngine.so not found")) << none.errors;
 }
@@ -75,7 +75,7 @@ TEST(Info, TellsWhatTheFilesHold)
     const TempDirectory folder;
     WriteSound(folder.File("a.wav"), Noise(SF_FORMAT_PCM_16, 1, 72000));
     WriteSound(folder.File("b.wav"), Noise(SF_FORMAT_PCM_32, 8, 100, 96000));
-    const ResampleResult run = RunTool({"info", folder.File("a.wav"), folder.File("b.wav")});
+    const RunResult run = RunTool({"info", folder.File("a.wav"), folder.File("b.wav")});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.errors, "");
     EXPECT_EQ(run.output, folder.File("a.wav") +
@@ -97,8 +97,11 @@ TEST(Info, TellsWhatTheFilesHold)
 
 TEST(StandardOutput, MustBeWritable)
 {
+    if (!HasFullDevice()) {
+        GTEST_SKIP() << "needs /dev/full";
+    }
     for (const std::string arguments : {"info", "--help", "--version", "convert --help"}) {
-        const ResampleResult run =
+        const RunResult run =
             RunTool({"-c", std::string(ZTA_TOOL_PATH) + " " + arguments + " > /dev/full"}, {.program = "/bin/sh"});
         EXPECT_EQ(run.exitCode, 1) << arguments;
         EXPECT_EQ(run.errors, "ztaudio: standard output: cannot write: No space left on device\n") << arguments;
@@ -109,7 +112,7 @@ TEST(Info, GoesOnAfterAFileThatItCannotRead)
 {
     const TempDirectory folder;
     WriteSound(folder.File("a.wav"), Noise(SF_FORMAT_PCM_16, 1, 10));
-    const ResampleResult run = RunTool({"info", folder.File("x"), folder.File("a.wav"), folder.File("y")});
+    const RunResult run = RunTool({"info", folder.File("x"), folder.File("a.wav"), folder.File("y")});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.output.starts_with(folder.File("a.wav") + "\n"));
     EXPECT_EQ(run.errors, "ztaudio: " + folder.File("x") + ": No such file or directory\nztaudio: " + folder.File("y") +
@@ -121,17 +124,17 @@ TEST(Info, TellsOfATruncatedFile)
     const TempDirectory folder;
     WriteSound(folder.File("a.wav"), Noise(SF_FORMAT_PCM_16, 1, 1000));
     std::filesystem::resize_file(folder.File("a.wav"), 1044);
-    const ResampleResult run = RunTool({"info", folder.File("a.wav")});
+    const RunResult run = RunTool({"info", folder.File("a.wav")});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(Has(run.output, "  truncated  1000 bytes of samples are missing\n")) << run.output;
 }
 
 TEST(Info, ShowsTheVariantOfTheSampleLoopsWithoutFiles)
 {
-    const ResampleResult selected = RunTool({"info"});
+    const RunResult selected = RunTool({"info"});
     EXPECT_EQ(selected.exitCode, 0) << selected.errors;
     EXPECT_TRUE(selected.output.starts_with(kModule + "\n  loops      ")) << selected.output;
-    const ResampleResult scalar = RunTool({"info", "--loop-variant", "scalar"});
+    const RunResult scalar = RunTool({"info", "--loop-variant", "scalar"});
     EXPECT_EQ(scalar.exitCode, 0) << scalar.errors;
     EXPECT_EQ(scalar.output, kModule + "\n  loops      scalar\n");
 }
@@ -148,7 +151,7 @@ TEST(LoopVariant, IsTheOneThatTheUserNames)
     EXPECT_EQ(RunTool({"convert", folder.File("a.wav"), folder.File("b.wav"), "--format", "24in32"}).exitCode, 0);
     ExpectSame(ReadSound(folder.File("b.wav")), ReadSound(folder.File("scalar.wav")));
 
-    const ResampleResult rejected = Convert("c.wav", "avx3");
+    const RunResult rejected = Convert("c.wav", "avx3");
     EXPECT_EQ(rejected.exitCode, 1);
     EXPECT_EQ(rejected.errors, "ztaudio: --loop-variant avx3: unknown, or not supported by this CPU\n");
     EXPECT_FALSE(std::filesystem::exists(folder.File("c.wav")));
@@ -180,7 +183,7 @@ protected:
 
 TEST_F(Registration, WritesTheLineOfTheModule)
 {
-    const ResampleResult run = RunTool({"register", dir_});
+    const RunResult run = RunTool({"register", dir_});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_EQ(run.output, "- - Register KelvarVideo AudioSamples Engine\n");
     EXPECT_EQ(run.errors, "");
@@ -192,7 +195,7 @@ TEST_F(Registration, KeepsTheLinesOfOthersAndReplacesItsOwn)
     WriteTextFile(file_, " [CLSID]\n {0}=/other.so\n {45F20097-F519-4DCF-80D8CC0D06CBF259}=/old.so\n");
     EXPECT_EQ(RunTool({"register", dir_}).exitCode, 0);
     EXPECT_EQ(ReadTextFile(file_), " [CLSID]\n {0}=/other.so\n" + Line());
-    const ResampleResult run = RunTool({"unregister", dir_});
+    const RunResult run = RunTool({"unregister", dir_});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output, "- - Unregister KelvarVideo AudioSamples Engine\n");
     EXPECT_EQ(ReadTextFile(file_), " [CLSID]\n {0}=/other.so\n");
@@ -213,7 +216,7 @@ TEST_F(Registration, TakesTheFolderThatItIsGivenAndNotTheEnvironments)
 
 TEST_F(Registration, SaysNothingWithQuiet)
 {
-    const ResampleResult run = RunTool({"--quiet", "register", dir_});
+    const RunResult run = RunTool({"--quiet", "register", dir_});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output + run.errors, "");
     EXPECT_EQ(ReadTextFile(file_), " [CLSID]\n" + Line());
@@ -223,7 +226,7 @@ TEST_F(Registration, FailsWithoutAFolder)
 {
     const std::string missing = folder_.File("missing");
     for (const char* command : {"register", "unregister"}) {
-        const ResampleResult run = RunTool({command, missing});
+        const RunResult run = RunTool({command, missing});
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.errors, "ztaudio: " + missing + ": not a folder\n");
     }
@@ -233,7 +236,7 @@ TEST_F(Registration, FailsWithoutAFolder)
 TEST_F(Registration, FailsWhenTheFileCannotBeWritten)
 {
     std::filesystem::create_directory(file_);
-    const ResampleResult run = RunTool({"register", dir_});
+    const RunResult run = RunTool({"register", dir_});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.errors, "ztaudio: " + file_ + ": could not be brought up to date\n");
 }
@@ -243,7 +246,7 @@ TEST_F(Registration, RefusesAPathThatTheFileCannotHold)
     for (const std::string name : {"m[1].so", "caf\xC3\xA9.so"}) {
         const std::string copy = folder_.File(name);
         std::filesystem::copy_file(kModule, copy);
-        const ResampleResult run = RunTool({"register", dir_, "--module", copy});
+        const RunResult run = RunTool({"register", dir_, "--module", copy});
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_TRUE(Has(run.errors, "the CLSIDs file cannot hold this path")) << run.errors;
         EXPECT_FALSE(std::filesystem::exists(file_));

@@ -30,7 +30,7 @@ protected:
 
     TempDirectory folder_;
     std::string in_ = folder_.File("in.wav");
-    ResampleResult last_;
+    RunResult last_;
 };
 
 class ConvertPairs : public Convert,
@@ -163,8 +163,7 @@ TEST_F(Convert, WritesEveryContainerByItsExtension)
             EXPECT_EQ(out.format & SF_FORMAT_TYPEMASK, type);
             ExpectSame(out, sound);
             // And back, so that every container is read too.
-            const ResampleResult back =
-                RunTool({"convert", folder_.File("out." + extension), folder_.File("back.wav")});
+            const RunResult back = RunTool({"convert", folder_.File("out." + extension), folder_.File("back.wav")});
             EXPECT_EQ(back.exitCode, 0) << back.errors;
             ExpectSame(ReadSound(folder_.File("back.wav")), sound);
         }
@@ -179,7 +178,7 @@ TEST_F(Convert, ReadsOggAsFloat)
     }
     sound.format = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
     WriteSound(folder_.File("in.ogg"), sound);
-    const ResampleResult run = RunTool({"convert", folder_.File("in.ogg"), folder_.File("out.wav")});
+    const RunResult run = RunTool({"convert", folder_.File("in.ogg"), folder_.File("out.wav")});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     const Sound out = ReadSound(folder_.File("out.wav"));
     EXPECT_EQ(out.Subtype(), SF_FORMAT_FLOAT);
@@ -339,7 +338,7 @@ TEST_F(Convert, NeedsNoMoreMemoryForALongFile)
 #endif
     const Sound twoMinutes = Noise(SF_FORMAT_PCM_16, 2, 120 * 48000L);
     WriteSound(in_, twoMinutes);
-    const ResampleResult run =
+    const RunResult run =
         RunTool({"convert", in_, folder_.File("out.wav"), "--format", "24in32", "--fade-in", "--fade-out"},
                 {.memoryLimit = 32UL << 20});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
@@ -348,19 +347,22 @@ TEST_F(Convert, NeedsNoMoreMemoryForALongFile)
 
 TEST_F(Convert, ShowsProgressOnATerminal)
 {
+    if (!HasTerminals()) {
+        GTEST_SKIP() << "needs a pseudo-terminal";
+    }
     WriteSound(in_, Noise(SF_FORMAT_PCM_16, 2, 480000));
-    const ResampleResult run = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true});
+    const RunResult run = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.errors.find("x real time, "), std::string::npos) << run.errors;
     EXPECT_NE(run.errors.find("out.wav: 0:10 of sound in "), std::string::npos) << run.errors;
-    const ResampleResult narrow = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true, .columns = 40});
+    const RunResult narrow = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true, .columns = 40});
     EXPECT_NE(narrow.errors.find("0:10 of sound in "), std::string::npos) << narrow.errors;
     std::size_t length = 0;
     for (const char letter : narrow.errors) { // of each line as it is drawn
         length = letter == '\r' || letter == '\n' ? 0 : length + 1;
         EXPECT_LE(length, 40U) << narrow.errors;
     }
-    const ResampleResult quiet = RunTool({"--quiet", "convert", in_, folder_.File("out.wav")}, {.terminal = true});
+    const RunResult quiet = RunTool({"--quiet", "convert", in_, folder_.File("out.wav")}, {.terminal = true});
     EXPECT_EQ(quiet.errors, "");
 }
 

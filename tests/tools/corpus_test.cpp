@@ -90,7 +90,7 @@ protected:
     int ExpectProcessed(const std::string& path)
     {
         SCOPED_TRACE(path);
-        const ResampleResult info = RunTool({"info", path});
+        const RunResult info = RunTool({"info", path});
         EXPECT_EQ(info.exitCode, 0) << info.errors;
         const std::string label = "  commands   ";
         const std::size_t begin = info.output.find(label);

@@ -6,7 +6,7 @@ namespace {
 class Pipes : public CommandTest {
 protected:
     /// Runs a line of the shell in the folder, in which $Z is the tool without notes.
-    ResampleResult Shell(const std::string& line, const RunOptions& options = {})
+    RunResult Shell(const std::string& line, const RunOptions& options = {})
     {
         RunOptions shell = options;
         shell.program = "/bin/sh";
@@ -17,7 +17,7 @@ protected:
 
     void Succeeds(const std::string& line)
     {
-        const ResampleResult run = Shell(line);
+        const RunResult run = Shell(line);
         EXPECT_EQ(run.exitCode, 0) << run.errors;
         EXPECT_EQ(run.errors, "");
     }
@@ -125,7 +125,7 @@ TEST_F(Pipes, WorkInEveryCommandWithOneInputAndOneOutput)
     Succeeds("cat in.wav | $Z resample - - --rate 44100 | $Z convert - rate.wav; $Z resample in.wav rate2.wav --rate "
              "44100");
     ExpectSame(ReadSound(File("rate.wav")), ReadSound(File("rate2.wav")));
-    const ResampleResult ramp = Shell("cat in.wav | $Z volume - - --gain 0:1");
+    const RunResult ramp = Shell("cat in.wav | $Z volume - - --gain 0:1");
     EXPECT_EQ(ramp.exitCode, 1);
     EXPECT_EQ(ramp.errors, "ztaudio: --gain 0:1: a ramp needs the length of the sound, which is not known here\n");
 }
@@ -133,7 +133,7 @@ TEST_F(Pipes, WorkInEveryCommandWithOneInputAndOneOutput)
 TEST_F(Pipes, EndQuietlyIfTheReaderLeaves)
 {
     Write("in.wav", Noise(SF_FORMAT_PCM_16, 2, 480000));
-    const ResampleResult run = Shell("set +e; { $Z convert in.wav -; echo $? > code; } | head -c 10 > head");
+    const RunResult run = Shell("set +e; { $Z convert in.wav -; echo $? > code; } | head -c 10 > head");
     EXPECT_EQ(run.errors, "");
     EXPECT_EQ(ReadTextFile(File("code")), "1\n");
 }
@@ -144,9 +144,9 @@ TEST_F(Pipes, NeedConstantMemory)
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "a sanitizer needs memory of its own";
 #endif
-    const ResampleResult run = Shell("head -c 115200000 /dev/zero | $Z convert - - --raw 16,48000,2 --format 24 | "
-                                     "$Z convert - - --output-format raw --format 24 | wc -c",
-                                     {.memoryLimit = 40UL << 20});
+    const RunResult run = Shell("head -c 115200000 /dev/zero | $Z convert - - --raw 16,48000,2 --format 24 | "
+                                "$Z convert - - --output-format raw --format 24 | wc -c",
+                                {.memoryLimit = 40UL << 20});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_EQ(run.output, "172800000\n");
 }
@@ -201,7 +201,7 @@ TEST_F(OpenLength, IsNotThatOfATruncatedFile)
     const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1000);
     Write("in.wav", sound);
     SetDataSize("in.wav", 0x7FFFF000);
-    const ResampleResult rejected = RunTool({"convert", File("in.wav"), File("out.wav")});
+    const RunResult rejected = RunTool({"convert", File("in.wav"), File("out.wav")});
     EXPECT_EQ(rejected.exitCode, 1);
     EXPECT_NE(rejected.errors.find(": truncated: "), std::string::npos) << rejected.errors;
     Run({"convert", File("in.wav"), File("out.wav"), "--salvage"});

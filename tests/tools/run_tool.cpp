@@ -51,7 +51,7 @@ void LimitTo(std::optional<unsigned long> value, __rlimit_resource resource)
 }
 
 /// Reads both ends until the child has closed them.
-void Collect(int output, int errors, ResampleResult& result)
+void Collect(int output, int errors, RunResult& result)
 {
     std::array<pollfd, 2> ends = {{{output, POLLIN, 0}, {errors, POLLIN, 0}}};
     for (int open = 2; open > 0;) {
@@ -85,7 +85,24 @@ bool HoldsTemporary(const std::string& folder)
 
 } // namespace
 
-ResampleResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options)
+bool HasTerminals()
+{
+    int controller = -1;
+    int terminal = -1;
+    if (openpty(&controller, &terminal, nullptr, nullptr, nullptr) != 0) {
+        return false;
+    }
+    close(controller);
+    close(terminal);
+    return true;
+}
+
+bool HasFullDevice()
+{
+    return access("/dev/full", W_OK) == 0;
+}
+
+RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options)
 {
     std::array<int, 2> output{};
     std::array<int, 2> errors{};
@@ -110,7 +127,7 @@ ResampleResult RunTool(const std::vector<std::string>& arguments, const RunOptio
         }
         kill(child, options.signalAtFirstTemporary);
     }
-    ResampleResult result;
+    RunResult result;
     Collect(output[0], errors[0], result);
     close(output[0]);
     close(errors[0]);

@@ -18,11 +18,16 @@ struct RunOptions {
     std::string watchedFolder = {};
 };
 
-struct ResampleResult {
+struct RunResult {
     int exitCode = -1; ///< -1 if a signal ended the program
     int signal = 0;
     std::string output;
     std::string errors;
 };
 
-ResampleResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options = {});
+/// Returns whether the system has pseudo-terminals, which RunOptions::terminal needs.
+bool HasTerminals();
+/// Returns whether the system has /dev/full, a device that is always full.
+bool HasFullDevice();
+
+RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& options = {});

@@ -25,7 +25,7 @@ std::map<std::string, double> Analysed(const std::string& path, const std::vecto
 {
     std::vector<std::string> arguments = {"analyse", path, "--json"};
     arguments.insert(arguments.end(), options.begin(), options.end());
-    const ResampleResult run = RunTool(arguments);
+    const RunResult run = RunTool(arguments);
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     std::map<std::string, double> figures;
     std::string prefix;

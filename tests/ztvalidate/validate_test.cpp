@@ -37,7 +37,7 @@ Names Lines(const std::string& text)
 /// The names of all checks.
 Names Listed()
 {
-    const ResampleResult run = RunTool({"--list"});
+    const RunResult run = RunTool({"--list"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.errors, "");
     Names names;
@@ -82,7 +82,7 @@ protected:
         }
         arguments.push_back(subject);
         arguments.insert(arguments.end(), more.begin(), more.end());
-        const ResampleResult run = RunTool(arguments);
+        const RunResult run = RunTool(arguments);
         const Names errors = Lines(run.errors);
         const bool inProcess = std::ranges::find(more, "--in-process") != more.end();
         if (errors.empty() || (!inProcess && errors.size() != 1)) {
@@ -434,7 +434,7 @@ TEST_F(Validator, LeavesNoProcessWhenItIsInterrupted)
 
 TEST_F(Validator, RunsTheSelectedChecksOnly)
 {
-    const ResampleResult run = RunTool({ZTA_MODULE_PATH, "--only", "class.fac*", "--only", "module.entry"});
+    const RunResult run = RunTool({ZTA_MODULE_PATH, "--only", "class.fac*", "--only", "module.entry"});
     EXPECT_EQ(run.exitCode, 0);
     const Names lines = Lines(run.output);
     ASSERT_EQ(lines.size(), 3U);
@@ -445,7 +445,7 @@ TEST_F(Validator, RunsTheSelectedChecksOnly)
 
 TEST_F(Validator, ReportsTheFailureAndHowToRerunIt)
 {
-    const ResampleResult run = RunTool({Link(ZTA_BROKEN_MODULE, "module.texts"), "--only", "module.texts"});
+    const RunResult run = RunTool({Link(ZTA_BROKEN_MODULE, "module.texts"), "--only", "module.texts"});
     EXPECT_EQ(run.exitCode, 1);
     const Names lines = Lines(run.output);
     ASSERT_EQ(lines.size(), 5U);
@@ -509,8 +509,7 @@ TEST_F(Validator, ReportsTheSameForAnyNumberOfJobs)
 
 TEST_F(Validator, PrintsFailedChecksOnlyOnRequest)
 {
-    const ResampleResult run =
-        RunTool({Link(ZTA_BROKEN_MODULE, "module.texts"), "--only", "module.*", "--only-failed"});
+    const RunResult run = RunTool({Link(ZTA_BROKEN_MODULE, "module.texts"), "--only", "module.*", "--only-failed"});
     const Names lines = Lines(run.output);
     ASSERT_EQ(lines.size(), 5U);
     EXPECT_TRUE(lines[0].starts_with("failed   module.texts: ")) << lines[0];
@@ -538,7 +537,7 @@ TEST_F(Validator, ChecksSeveralModulesInACall)
     }
     EXPECT_EQ(results, (Names{ZTA_MODULE_PATH " module.texts passed", ZTA_MODULE_PATH " module.entry passed",
                               bad + " module.texts failed", bad + " module.entry passed"}));
-    const ResampleResult run = RunTool({ZTA_MODULE_PATH, bad, "--only", "module.entry"});
+    const RunResult run = RunTool({ZTA_MODULE_PATH, bad, "--only", "module.entry"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(
         run.output.ends_with("\nverdict: passed (2 checks: 2 passed, 0 warning, 0 failed, 0 crashed, 0 skipped)\n"))
@@ -548,8 +547,8 @@ TEST_F(Validator, ChecksSeveralModulesInACall)
 TEST_F(Validator, WritesAJunitReport)
 {
     const std::string file = folder_.File("report.xml");
-    const ResampleResult run = RunTool({Link(ZTA_BROKEN_MODULE, "module.texts"), "--only", "module.[te]*", "--only",
-                                        "registration.prints", "--junit", file, "--json"});
+    const RunResult run = RunTool({Link(ZTA_BROKEN_MODULE, "module.texts"), "--only", "module.[te]*", "--only",
+                                   "registration.prints", "--junit", file, "--json"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(Json::parse(run.output, nullptr, false).is_object());
     const std::string text = ReadTextFile(file);
@@ -578,7 +577,7 @@ TEST_F(Validator, EscapesInAJunitReportWhatAModulePrints)
 
 TEST_F(Validator, FailsIfItsJunitReportCannotBeWritten)
 {
-    const ResampleResult run =
+    const RunResult run =
         RunTool({ZTA_MODULE_PATH, "--only", "module.entry", "--junit", folder_.File("missing/report.xml")});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(Lines(run.errors).size(), 1U) << run.errors;
@@ -586,7 +585,7 @@ TEST_F(Validator, FailsIfItsJunitReportCannotBeWritten)
 
 TEST_F(Validator, FailsIfNoCheckApplies)
 {
-    const ResampleResult run = RunTool({"--host", Link(ZTA_SILENT_HOST, "none"), "--only", "buffer.read-signals"});
+    const RunResult run = RunTool({"--host", Link(ZTA_SILENT_HOST, "none"), "--only", "buffer.read-signals"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(Lines(run.output).back().starts_with("verdict: failed, no check applies (1 checks: ")) << run.output;
 }
@@ -609,7 +608,7 @@ TEST_F(Validator, ReportsChannelFrameValuesAndSeedOfAMismatch)
 TEST_F(Validator, ReportsASeedThatIsNoNumberInOneReadableLine)
 {
     for (const char* seed : {"-1", "x", "1.5", "", "18446744073709551616"}) {
-        const ResampleResult run = RunTool({ZTA_MODULE_PATH, "--seed", seed});
+        const RunResult run = RunTool({ZTA_MODULE_PATH, "--seed", seed});
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.errors, "ztvalidate: --seed requires a whole number from 0 to 18446744073709551615, not '" +
                                   std::string(seed) + "' (see ztvalidate --help)\n");
@@ -618,7 +617,7 @@ TEST_F(Validator, ReportsASeedThatIsNoNumberInOneReadableLine)
 
 TEST_F(Validator, HasASelfTestThatCoversEachFaultOfTheseTests)
 {
-    const ResampleResult run = RunTool({"--self-test", "--list"});
+    const RunResult run = RunTool({"--self-test", "--list"});
     Names covered = Lines(run.output);
     Names expected = Listed();
     expected.insert(expected.end(), std::begin(kMoreFaults), std::end(kMoreFaults));
@@ -629,7 +628,7 @@ TEST_F(Validator, HasASelfTestThatCoversEachFaultOfTheseTests)
 
 TEST_F(Validator, FailsItsSelfTestOnAModuleThatIsBroken)
 {
-    const ResampleResult run = RunTool({"--self-test", ZTA_INCOMPLETE_MODULE, "--only", "registration.*"});
+    const RunResult run = RunTool({"--self-test", ZTA_INCOMPLETE_MODULE, "--only", "registration.*"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(Lines(run.output).back().starts_with("verdict: failed (")) << run.output;
 }
@@ -663,7 +662,7 @@ TEST_F(Validator, RejectsAnInvalidCommandLineInOneLine)
                                                      {ZTA_MODULE_PATH, "--timeout", "0"},
                                                      {ZTA_MODULE_PATH, "--seed", "-1"},
                                                      {ZTA_MODULE_PATH, "--host", ZTA_BROKEN_HOST}}) {
-        const ResampleResult run = RunTool(arguments);
+        const RunResult run = RunTool(arguments);
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.output, "");
         EXPECT_TRUE(run.errors.starts_with("ztvalidate: ")) << run.errors;
@@ -673,6 +672,9 @@ TEST_F(Validator, RejectsAnInvalidCommandLineInOneLine)
 
 TEST_F(Validator, FailsWhenItsReportCannotBeWritten)
 {
+    if (!HasFullDevice()) {
+        GTEST_SKIP() << "needs /dev/full";
+    }
     const std::string command = std::string(ZTA_TOOL_PATH) + " " + ZTA_MODULE_PATH +
                                 " --only module.entry >/dev/full 2>" + folder_.File("errors");
     EXPECT_NE(std::system(command.c_str()), 0);

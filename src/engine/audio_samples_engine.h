@@ -169,6 +169,20 @@ private:
         return RelabelFormat(pBuffer, rsDescription);
     }
 
+    /// QueryDescription for buffers in this order, until one fails. The arguments are pointers, each followed by the
+    /// empty description that it fills. ZT_E_INVALID_POINTER for a null pointer.
+    template <class... Rest>
+    [[gnu::always_inline]] ZTA_INTERNAL inline int
+    QueryDescriptions(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription, Rest&... rRest)
+    {
+        const int iStatus = pBuffer != nullptr ? QueryDescription(pBuffer, rsDescription) : ZT_E_INVALID_POINTER;
+        if constexpr (sizeof...(rRest) != 0) {
+            return iStatus < 0 ? iStatus : QueryDescriptions(rRest...);
+        } else {
+            return iStatus;
+        }
+    }
+
     /// The entry point of an operation with one input and one output; see one_to_one_entry_point.h.
     template <class CheckFormats, class SaveInfo>
     ZTA_INTERNAL int BeginOneToOne(EDescriptionPolicy eDescriptions, int iArgumentStatus, IZtAudioSamples* pInput,
@@ -184,6 +198,8 @@ private:
                                        CContentHolder& rLeft, CContentHolder& rRight);
     ZTA_INTERNAL int CheckStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                        CContentHolder& rStereo, CContentHolder& rRight);
+    ZTA_INTERNAL int CheckStereoBuffers(IZtAudioSamples* pFirst, IZtAudioSamples* pSecond, IZtAudioSamples* pThird,
+                                        std::initializer_list<std::uint32_t> oChannels);
 
     /// The failure ending of an entry point: calls `rSignalArray`, signals the contents that were obtained (the others
     /// are null), records the status on the outputs, clears the busy flag and returns the status.
@@ -267,8 +283,8 @@ private:
     /// The end of a worker with one input and one output: records a failure on the output, ends the operation, and
     /// signals both buffers. Returns the status of the last signal.
     template <EOneToOneEnding eEnding>
-    ZTA_INTERNAL static int EndOneToOne(CScopedEndOperation& rOperation, IZtAudioSamples* pInput,
-                                        IZtAudioSamples* pOutput, int iStatus);
+    ZTA_INTERNAL static int EndOneToOne(CScopedEndOperation& rOperation, const CBufferHolder& rInput,
+                                        const CBufferHolder& rOutput, int iStatus);
 
     // All changes of m_apSavedBuffers go through these two, which keep m_ui16UsedSlots correct.
 
@@ -302,18 +318,47 @@ private:
         return FirstFailure(iStatus, FillSlot(m_pSavedOutput, pOutput));
     }
 
+    // The work of the workers, without their beginning and their end.
+    ZTA_INTERNAL int CopyOperand(const CBufferHolder& rSource, const CBufferHolder& rDestination);
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
+    ZTA_INTERNAL int DuplicateOperand(const CBufferHolder& rSource, unsigned long ulSourceOffset,
+                                      const CBufferHolder& rDestination, unsigned long ulDestinationOffset,
+                                      unsigned long ulLength);
+    ZTA_INTERNAL int ScaleAndFade(const CBufferHolder& rInput, const CBufferHolder& rOutput,
+                                  SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
+    ZTA_INTERNAL int ResampleOperand(const CBufferHolder& rInput, const CBufferHolder& rOutput,
+                                     EZtAudioResamplerMode eMode, IUnknown* pResampler);
+    ZTA_INTERNAL int ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
+                                    IUnknown* pResampler, SZtaWaveFormatInfo& rsInputFormat,
+                                    SZtaWaveFormatInfo& rsOutputFormat);
+    ZTA_INTERNAL int InterleaveStereo(const CBufferHolder& rLeft, const CBufferHolder& rRight,
+                                      const CBufferHolder& rStereo);
+    ZTA_INTERNAL int InterleaveViaScratch(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                          IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
+                                          IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo);
+    ZTA_INTERNAL int DeinterleaveStereo(const CBufferHolder& rStereo, const CBufferHolder& rLeft,
+                                        const CBufferHolder& rRight);
+    ZTA_INTERNAL int DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo,
+                                            IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
+                                            IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight);
 
     /// Sets the format of a scratch buffer and converts the samples into it.
     ZTA_INTERNAL int ConvertToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pScratch, SZtaWaveFormatInfo& rsFormat);
 
-    ZTA_INTERNAL int InterleaveViaScratch(IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
-                                          IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight,
-                                          IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo);
-    ZTA_INTERNAL int DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZtAudioSamplesDescription& rsStereo,
-                                            IZtAudioSamples* pLeft, SZtAudioSamplesDescription& rsLeft,
-                                            IZtAudioSamples* pRight, SZtAudioSamplesDescription& rsRight);
+    /// The operands of a worker between mono and stereo, in the order of the operation's arguments.
+    struct SStereoOperands {
+        SStereoOperands(IZtAudioSamples* pFirst, IZtAudioSamples* pSecond, IZtAudioSamples* pThird)
+            : oFirst(pFirst), oSecond(pSecond), oThird(pThird)
+        {
+        }
+
+        CBufferHolder oFirst;
+        CBufferHolder oSecond;
+        CBufferHolder oThird;
+    };
+    template <auto pfnGetInfo>
+    ZTA_INTERNAL SStereoOperands LoadStereoOperands();
 
     /// The operands of a mux worker: one of pInput and pOutput is the mux, the other null.
     struct SMuxOperands {
@@ -348,6 +393,9 @@ private:
     ZTA_INTERNAL int CheckInterleaveInput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer);
     template <class Kernel, class Convert>
     ZTA_INTERNAL int ProcessInterleave(Kernel& rKernel, Convert pfnConvert, unsigned long ulChannelsPerBuffer);
+    template <class Kernel, class Convert>
+    ZTA_INTERNAL int InterleaveMux(Kernel& rKernel, Convert pfnConvert, unsigned long ulChannelsPerBuffer,
+                                   SMuxOperands& rsOperands, const CBufferHolder& rMux);
     template <class Kernel>
     ZTA_INTERNAL int PrepareInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
                                   SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SScratchFormat& rsScratch,
@@ -365,10 +413,9 @@ private:
                                              CContentHolder& rContent);
     template <class Kernel, class Convert>
     ZTA_INTERNAL int ProcessDeinterleave(Kernel& rKernel, Convert pfnConvert);
-
-    ZTA_INTERNAL int ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamples* pOutput, EZtAudioResamplerMode eMode,
-                                    IUnknown* pResampler, SZtaWaveFormatInfo& rsInputFormat,
-                                    SZtaWaveFormatInfo& rsOutputFormat);
+    template <class Kernel, class Convert>
+    ZTA_INTERNAL int DeinterleaveMux(Kernel& rKernel, Convert pfnConvert, const CBufferHolder& rMux,
+                                     SMuxOperands& rsOperands);
 
     IZtQuonEnginePrivate* m_pHostEngine;
     IZtAudioSamples* m_pSavedInput;

@@ -32,29 +32,31 @@ int CZtaAudioSamplesEngine::ProcessCopyConv()
     IZtAudioSamples* pSource = nullptr;
     IZtAudioSamples* pDestination = nullptr;
     GetInfoCopyConv(&pSource, &pDestination);
-    CSamplesPtr oSource;
-    CSamplesPtr oDestination;
-    oSource = pSource;
-    oDestination = pDestination;
+    const CBufferHolder oSource(pSource);
+    const CBufferHolder oDestination(pDestination);
+    const int iStatus = CopyOperand(oSource, oDestination);
+    EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, oSource, oDestination, iStatus);
+    return iStatus;
+}
 
+/// The work of a copy. Logs each failure when it occurs, except an error code of the source.
+inline int CZtaAudioSamplesEngine::CopyOperand(const CBufferHolder& rSource, const CBufferHolder& rDestination)
+{
     SZtAudioSamplesDescription sSource = kEmptyDescription;
     SZtAudioSamplesDescription sDestination = kEmptyDescription;
-    int iStatus = LogIfFailed(oSource->GetAudioSamplesDescription(&sSource));
-    if (iStatus >= 0) {
-        iStatus = LogIfFailed(oDestination->GetAudioSamplesDescription(&sDestination));
+    int iStatus = LogIfFailed(RequestDescriptions(rSource, sSource, rDestination, sDestination));
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0) {
-        // Read once more: the producer may have failed after the entry point read the code. It is not logged.
-        oSource->GetErrorCode(&iStatus);
-        iStatus = ClearToleratedCode(iStatus);
+    // Read once more: the producer may have failed after the entry point read the code.
+    iStatus = ReadErrorCode(rSource, iStatus);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0) {
-        iStatus = sSource.bFadeIn || sSource.bFadeOut
-                      ? CopyFaded(pSource, sSource, pDestination, sDestination)
-                      : LogIfFailed(BufferCopy(pSource, &sSource, pDestination, &sDestination));
+    if (HasFade(sSource)) {
+        return CopyFaded(rSource.Get(), sSource, rDestination.Get(), sDestination);
     }
-    EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pSource, pDestination, iStatus);
-    return iStatus;
+    return LogIfFailed(BufferCopy(rSource.Get(), &sSource, rDestination.Get(), &sDestination));
 }
 
 /// Copies and applies a fade. The fade runs on the destination if its format has a fade kernel, otherwise on a scratch

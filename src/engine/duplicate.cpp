@@ -70,28 +70,31 @@ int CZtaAudioSamplesEngine::ProcessDuplicate()
     unsigned long ulDestinationOffset = 0;
     unsigned long ulLength = 0;
     GetInfoDuplicate(&pSource, &ulSourceOffset, &pDestination, &ulDestinationOffset, &ulLength);
-    CSamplesPtr oSource;
-    CSamplesPtr oDestination;
-    oSource = pSource;
-    oDestination = pDestination;
+    const CBufferHolder oSource(pSource);
+    const CBufferHolder oDestination(pDestination);
+    const int iStatus = DuplicateOperand(oSource, ulSourceOffset, oDestination, ulDestinationOffset, ulLength);
+    // Returns the status of the signal. The status of the work is recorded on the destination only.
+    return EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, oSource, oDestination, iStatus);
+}
 
+/// The work of a duplicate. The destination gets the polarity and the fade flags of the source.
+inline int CZtaAudioSamplesEngine::DuplicateOperand(const CBufferHolder& rSource, unsigned long ulSourceOffset,
+                                                    const CBufferHolder& rDestination,
+                                                    unsigned long ulDestinationOffset, unsigned long ulLength)
+{
     SZtAudioSamplesDescription sSource = kEmptyDescription;
     SZtAudioSamplesDescription sDestination = kEmptyDescription;
-    int iStatus = oSource->GetAudioSamplesDescription(&sSource);
-    if (iStatus >= 0) {
-        iStatus = oDestination->GetAudioSamplesDescription(&sDestination);
+    int iStatus = RequestDescriptions(rSource, sSource, rDestination, sDestination);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0) {
-        oSource->GetErrorCode(&iStatus);
-        iStatus = ClearToleratedCode(iStatus);
+    iStatus = ReadErrorCode(rSource, iStatus);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (iStatus >= 0) {
-        oDestination->SetPolarity(sSource.ePolarity);
-        SetFades(pDestination, sSource.bFadeIn, sSource.bFadeOut);
-        iStatus = BufferDuplicateWithOffset(pSource, ulSourceOffset, pDestination, ulDestinationOffset, ulLength);
-    }
-    // Returns the status of the signal. The status of the operation is recorded on the destination only.
-    return EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pSource, pDestination, iStatus);
+    rDestination->SetPolarity(sSource.ePolarity);
+    SetFades(rDestination.Get(), sSource.bFadeIn, sSource.bFadeOut);
+    return BufferDuplicateWithOffset(rSource.Get(), ulSourceOffset, rDestination.Get(), ulDestinationOffset, ulLength);
 }
 
 int CZtaAudioSamplesEngine::BufferDuplicateWithOffset(IZtAudioSamples* pSource, unsigned long ulSourceOffset,

@@ -24,6 +24,36 @@ int CheckStereoFormats(std::initializer_list<const SZtaWaveFormatInfo*> oFormats
 
 } // namespace
 
+/// The last checks of both entry points: the descriptions and the formats of the three buffers. Success sets the busy
+/// flag.
+[[gnu::always_inline]] inline int
+CZtaAudioSamplesEngine::CheckStereoBuffers(IZtAudioSamples* pFirst, IZtAudioSamples* pSecond, IZtAudioSamples* pThird,
+                                           std::initializer_list<std::uint32_t> oChannels)
+{
+    SZtAudioSamplesDescription sFirst = kEmptyDescription;
+    SZtAudioSamplesDescription sSecond = kEmptyDescription;
+    SZtAudioSamplesDescription sThird = kEmptyDescription;
+    int iStatus = QueryDescriptions(pFirst, sFirst, pSecond, sSecond, pThird, sThird);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = CheckStereoFormats({&sFirst.sWaveFormat, &sSecond.sWaveFormat, &sThird.sWaveFormat}, oChannels);
+    return iStatus < 0 ? iStatus : TrySetBusy();
+}
+
+/// Reads the saved operands, in the order of the operation's arguments.
+template <auto pfnGetInfo>
+CZtaAudioSamplesEngine::SStereoOperands CZtaAudioSamplesEngine::LoadStereoOperands()
+{
+    IZtAudioSamples* pFirst = nullptr;
+    IZtAudioSamples* pSecond = nullptr;
+    IZtAudioSamples* pThird = nullptr;
+    (this->*pfnGetInfo)(&pFirst, &pSecond, &pThird);
+    return {pFirst, pSecond, pThird};
+}
+
+// ---- Interleave ----
+
 inline int CZtaAudioSamplesEngine::CheckMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
                                                      IZtAudioSamples* pStereo, CContentHolder& rLeft,
                                                      CContentHolder& rRight)
@@ -37,26 +67,7 @@ inline int CZtaAudioSamplesEngine::CheckMonoToStereo(IZtAudioSamples* pLeft, IZt
         return iStatus;
     }
     iStatus = AcquireInput(pRight, rRight);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    SZtAudioSamplesDescription sLeft = kEmptyDescription;
-    iStatus = QueryDescription(pLeft, sLeft);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    SZtAudioSamplesDescription sRight = kEmptyDescription;
-    iStatus = QueryDescription(pRight, sRight);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    SZtAudioSamplesDescription sStereo = kEmptyDescription;
-    iStatus = QueryDescription(pStereo, sStereo);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iStatus = CheckStereoFormats({&sLeft.sWaveFormat, &sRight.sWaveFormat, &sStereo.sWaveFormat}, {1, 1, 2});
-    return iStatus < 0 ? iStatus : TrySetBusy();
+    return iStatus < 0 ? iStatus : CheckStereoBuffers(pLeft, pRight, pStereo, {1, 1, 2});
 }
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight,
@@ -103,34 +114,8 @@ int CZtaAudioSamplesEngine::GetInfoMonoToStereo(IZtAudioSamples** ppLeft, IZtAud
 int CZtaAudioSamplesEngine::ProcessMonoToStereo()
 {
     CScopedEndOperation oOperation(*this);
-    IZtAudioSamples* pLeft = nullptr;
-    IZtAudioSamples* pRight = nullptr;
-    IZtAudioSamples* pStereo = nullptr;
-    GetInfoMonoToStereo(&pLeft, &pRight, &pStereo);
-    CSamplesPtr oLeft;
-    CSamplesPtr oRight;
-    CSamplesPtr oStereo;
-    oLeft = pLeft;
-    oRight = pRight;
-    oStereo = pStereo;
-
-    SZtAudioSamplesDescription sLeft = kEmptyDescription;
-    SZtAudioSamplesDescription sRight = kEmptyDescription;
-    SZtAudioSamplesDescription sStereo = kEmptyDescription;
-    int iStatus = oLeft->GetAudioSamplesDescription(&sLeft);
-    if (iStatus >= 0) {
-        iStatus = oRight->GetAudioSamplesDescription(&sRight);
-    }
-    if (iStatus >= 0) {
-        iStatus = oStereo->GetAudioSamplesDescription(&sStereo);
-    }
-    if (iStatus >= 0) {
-        iStatus = InterleaveViaScratch(pLeft, sLeft, pRight, sRight, pStereo, sStereo);
-    }
-    // The stereo buffer gets a fade only if both inputs agree on it.
-    if (iStatus >= 0 && sLeft.bFadeIn == sRight.bFadeIn && sLeft.bFadeOut == sRight.bFadeOut) {
-        iStatus = FadeInPlace(m_oApplyFade, pStereo, sLeft, iStatus);
-    }
+    const auto [oLeft, oRight, oStereo] = LoadStereoOperands<&CZtaAudioSamplesEngine::GetInfoMonoToStereo>();
+    const int iStatus = InterleaveStereo(oLeft, oRight, oStereo);
     if (iStatus < 0) {
         oStereo->SetErrorCode(iStatus);
     }
@@ -140,6 +125,28 @@ int CZtaAudioSamplesEngine::ProcessMonoToStereo()
     oStereo->MarkWriteStopTime();
     LogIfFailed(oStereo->SignalWriteCompletion());
     return iStatus;
+}
+
+/// The work of MonoToStereo.
+inline int CZtaAudioSamplesEngine::InterleaveStereo(const CBufferHolder& rLeft, const CBufferHolder& rRight,
+                                                    const CBufferHolder& rStereo)
+{
+    SZtAudioSamplesDescription sLeft = kEmptyDescription;
+    SZtAudioSamplesDescription sRight = kEmptyDescription;
+    SZtAudioSamplesDescription sStereo = kEmptyDescription;
+    int iStatus = RequestDescriptions(rLeft, sLeft, rRight, sRight, rStereo, sStereo);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    iStatus = InterleaveViaScratch(rLeft.Get(), sLeft, rRight.Get(), sRight, rStereo.Get(), sStereo);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    // The stereo buffer gets a fade only if both inputs agree on it.
+    if (sLeft.bFadeIn != sRight.bFadeIn || sLeft.bFadeOut != sRight.bFadeOut) {
+        return iStatus;
+    }
+    return FadeInPlace(m_oApplyFade, rStereo.Get(), sLeft, iStatus);
 }
 
 /// Interleaves. A buffer in a format that the kernel does not support goes through a scratch buffer.
@@ -179,6 +186,8 @@ int CZtaAudioSamplesEngine::InterleaveViaScratch(IZtAudioSamples* pLeft, SZtAudi
     return iStatus < 0 ? iStatus : m_oConvertBitDepth.ConvertBitDepth(m_pScratch2, pStereo);
 }
 
+// ---- Deinterleave ----
+
 inline int CZtaAudioSamplesEngine::CheckStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
                                                      IZtAudioSamples* pRight, CContentHolder& rStereo,
                                                      CContentHolder& rRight)
@@ -194,26 +203,8 @@ inline int CZtaAudioSamplesEngine::CheckStereoToMono(IZtAudioSamples* pStereo, I
     if (iStatus < 0) {
         return iStatus;
     }
-    SZtAudioSamplesDescription sStereo = kEmptyDescription;
-    iStatus = QueryDescription(pStereo, sStereo);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    if (pLeft == nullptr) {
-        return ZT_E_INVALID_POINTER;
-    }
-    SZtAudioSamplesDescription sLeft = kEmptyDescription;
-    iStatus = QueryDescription(pLeft, sLeft);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    SZtAudioSamplesDescription sRight = kEmptyDescription;
-    iStatus = QueryDescription(pRight, sRight);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iStatus = CheckStereoFormats({&sStereo.sWaveFormat, &sLeft.sWaveFormat, &sRight.sWaveFormat}, {2, 1, 1});
-    return iStatus < 0 ? iStatus : TrySetBusy();
+    // A null left output is rejected here, after the request for the description of the input.
+    return CheckStereoBuffers(pStereo, pLeft, pRight, {2, 1, 1});
 }
 
 int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono(IZtAudioSamples* pStereo, IZtAudioSamples* pLeft,
@@ -264,43 +255,35 @@ int CZtaAudioSamplesEngine::GetInfoStereoToMono(IZtAudioSamples** ppStereo, IZtA
 int CZtaAudioSamplesEngine::ProcessStereoToMono()
 {
     CScopedEndOperation oOperation(*this);
-    IZtAudioSamples* pStereo = nullptr;
-    IZtAudioSamples* pLeft = nullptr;
-    IZtAudioSamples* pRight = nullptr;
-    GetInfoStereoToMono(&pStereo, &pLeft, &pRight);
-    CSamplesPtr oStereo;
-    CSamplesPtr oLeft;
-    CSamplesPtr oRight;
-    oStereo = pStereo;
-    oLeft = pLeft;
-    oRight = pRight;
-
-    SZtAudioSamplesDescription sStereo = kEmptyDescription;
-    SZtAudioSamplesDescription sLeft = kEmptyDescription;
-    SZtAudioSamplesDescription sRight = kEmptyDescription;
-    int iStatus = LogIfFailed(oStereo->GetAudioSamplesDescription(&sStereo));
-    if (iStatus >= 0) {
-        iStatus = LogIfFailed(oLeft->GetAudioSamplesDescription(&sLeft));
-    }
-    if (iStatus >= 0) {
-        iStatus = LogIfFailed(oRight->GetAudioSamplesDescription(&sRight));
-    }
-    if (iStatus >= 0) {
-        // The entry point has marked the right output already, and the left output gets no stop mark below. Hosts
-        // observe two start marks and one stop mark on the right, one start mark and no stop mark on the left.
-        oRight->MarkWriteStartTime();
-        iStatus = DeinterleaveViaScratch(pStereo, sStereo, pLeft, sLeft, pRight, sRight);
-    }
+    const auto [oStereo, oLeft, oRight] = LoadStereoOperands<&CZtaAudioSamplesEngine::GetInfoStereoToMono>();
+    const int iStatus = DeinterleaveStereo(oStereo, oLeft, oRight);
     if (iStatus < 0) {
         oLeft->SetErrorCode(iStatus);
         oRight->SetErrorCode(iStatus);
     }
     oOperation.End();
+    // The left output gets no stop mark. Hosts observe one start mark on it, and nothing else.
     LogIfFailed(oStereo->SignalReadCompletion());
     oRight->MarkWriteStopTime();
     LogIfFailed(oRight->SignalWriteCompletion());
     LogIfFailed(oLeft->SignalWriteCompletion());
     return iStatus;
+}
+
+/// The work of StereoToMono. Logs each failure when it occurs.
+inline int CZtaAudioSamplesEngine::DeinterleaveStereo(const CBufferHolder& rStereo, const CBufferHolder& rLeft,
+                                                      const CBufferHolder& rRight)
+{
+    SZtAudioSamplesDescription sStereo = kEmptyDescription;
+    SZtAudioSamplesDescription sLeft = kEmptyDescription;
+    SZtAudioSamplesDescription sRight = kEmptyDescription;
+    const int iStatus = LogIfFailed(RequestDescriptions(rStereo, sStereo, rLeft, sLeft, rRight, sRight));
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    // The entry point has marked the right output already: hosts observe two start marks and one stop mark on it.
+    rRight->MarkWriteStartTime();
+    return DeinterleaveViaScratch(rStereo.Get(), sStereo, rLeft.Get(), sLeft, rRight.Get(), sRight);
 }
 
 /// Deinterleaves. A buffer in a format that the kernel does not support goes through a scratch buffer. Logs each

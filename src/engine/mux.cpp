@@ -185,11 +185,14 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux(IZtAudioSamples** ppSter
 inline int CZtaAudioSamplesEngine::CheckInterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
                                                    unsigned long ulCount, IZtAudioSamples* pMux, int iStatus)
 {
-    for (unsigned long i = 0; i < ulCount && iStatus >= 0; ++i) {
-        iStatus = CheckInterleaveInput(ulChannelsPerBuffer, ppBuffers[i]);
-    }
     if (iStatus < 0) {
         return iStatus;
+    }
+    for (unsigned long i = 0; i < ulCount; ++i) {
+        iStatus = CheckInterleaveInput(ulChannelsPerBuffer, ppBuffers[i]);
+        if (iStatus < 0) {
+            return iStatus;
+        }
     }
     SZtAudioSamplesDescription sMux = kEmptyDescription;
     iStatus = QueryDescription(pMux, sMux);
@@ -277,34 +280,9 @@ int CZtaAudioSamplesEngine::ProcessInterleave(Kernel& rKernel, Convert pfnConver
     CScopedEndOperation oOperation(*this);
     SMuxOperands sOperands;
     int iStatus = LoadMuxOperands(sOperands);
-    CSamplesPtr oMux;
-    oMux = sOperands.pOutput;
-
-    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    const CBufferHolder oMux(sOperands.pOutput);
     if (iStatus >= 0) {
-        iStatus = oMux->GetAudioSamplesDescription(&sMux);
-    }
-    IZtAudioSamples* apKernelInputs[kMaxBuffers];
-    SZtAudioSamplesDescription sInput = kEmptyDescription;
-    SScratchFormat sScratch;
-    for (unsigned long i = 0; i < sOperands.ulCount && iStatus >= 0; ++i) {
-        const int iDescribed = RequestDescription(sOperands.apBuffers[i], sInput);
-        // If the request for a stereo input fails, the description of the input before it stays in use.
-        if (ulChannelsPerBuffer == kMonoChannels) {
-            iStatus = iDescribed;
-        }
-        if (iStatus >= 0) {
-            iStatus = PrepareInput(rKernel, sOperands.apBuffers[i], sInput, sMux, i, sScratch, apKernelInputs[i]);
-        }
-    }
-    if (iStatus >= 0) {
-        // The polarity and the fade flags of the last input apply to the mux. The fades are done already; only the
-        // stereo operation propagates the flags nevertheless.
-        oMux->SetPolarity(sInput.ePolarity);
-        SetFades(oMux, ulChannelsPerBuffer == kStereoChannels && sInput.bFadeIn,
-                 ulChannelsPerBuffer == kStereoChannels && sInput.bFadeOut);
-        iStatus = (rKernel.*pfnConvert)(apKernelInputs, sOperands.ulCount, oMux, sOperands.asVolumes,
-                                        sOperands.ulVolumeCount);
+        iStatus = InterleaveMux(rKernel, pfnConvert, ulChannelsPerBuffer, sOperands, oMux);
     }
     oOperation.End();
     for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
@@ -316,6 +294,39 @@ int CZtaAudioSamplesEngine::ProcessInterleave(Kernel& rKernel, Convert pfnConver
     oMux->MarkWriteStopTime();
     oMux->SignalWriteCompletion();
     return iStatus;
+}
+
+/// The work of MonoToMux and StereoToMux: stages each input, and interleaves the staged inputs.
+template <class Kernel, class Convert>
+inline int CZtaAudioSamplesEngine::InterleaveMux(Kernel& rKernel, Convert pfnConvert, unsigned long ulChannelsPerBuffer,
+                                                 SMuxOperands& rsOperands, const CBufferHolder& rMux)
+{
+    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    int iStatus = RequestDescriptions(rMux, sMux);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    IZtAudioSamples* apKernelInputs[kMaxBuffers];
+    SZtAudioSamplesDescription sInput = kEmptyDescription;
+    SScratchFormat sScratch;
+    for (unsigned long i = 0; i < rsOperands.ulCount; ++i) {
+        const int iDescribed = RequestDescription(rsOperands.apBuffers[i], sInput);
+        // If the request for a stereo input fails, the description of the input before it stays in use.
+        if (iDescribed < 0 && ulChannelsPerBuffer == kMonoChannels) {
+            return iDescribed;
+        }
+        iStatus = PrepareInput(rKernel, rsOperands.apBuffers[i], sInput, sMux, i, sScratch, apKernelInputs[i]);
+        if (iStatus < 0) {
+            return iStatus;
+        }
+    }
+    // The polarity and the fade flags of the last input apply to the mux. The fades are done already; only the stereo
+    // operation propagates the flags nevertheless.
+    const bool bPropagatesFades = ulChannelsPerBuffer == kStereoChannels;
+    rMux->SetPolarity(sInput.ePolarity);
+    SetFades(rMux.Get(), bPropagatesFades && sInput.bFadeIn, bPropagatesFades && sInput.bFadeOut);
+    return (rKernel.*pfnConvert)(apKernelInputs, rsOperands.ulCount, rMux.Get(), rsOperands.asVolumes,
+                                 rsOperands.ulVolumeCount);
 }
 
 // ---- Deinterleave ----
@@ -437,45 +448,9 @@ int CZtaAudioSamplesEngine::ProcessDeinterleave(Kernel& rKernel, Convert pfnConv
     CScopedEndOperation oOperation(*this);
     SMuxOperands sOperands;
     int iStatus = LoadMuxOperands(sOperands);
-    CSamplesPtr oMux;
-    oMux = sOperands.pInput;
-
-    SZtAudioSamplesDescription sMux = kEmptyDescription;
-    SZtAudioSamplesDescription sFirst = kEmptyDescription;
-    SZtaWaveFormatInfo sMuxFormat = {};
-    SZtaWaveFormatInfo sOutputFormat = {};
+    const CBufferHolder oMux(sOperands.pInput);
     if (iStatus >= 0) {
-        iStatus = oMux->GetAudioSamplesDescription(&sMux);
-    }
-    if (iStatus >= 0 && sOperands.ulCount == 0) {
-        iStatus = ZT_E_INVALID_PARAMETER;
-    }
-    if (iStatus >= 0) {
-        iStatus = sOperands.apBuffers[0]->GetAudioSamplesDescription(&sFirst);
-    }
-    if (iStatus >= 0) {
-        // Outputs are never converted, so the suggested output format is not used.
-        iStatus = rKernel.SuggestFormat(&sMux.sWaveFormat, &sFirst.sWaveFormat, &sMuxFormat, &sOutputFormat);
-    }
-    IZtAudioSamples* pSource = oMux;
-    if (iStatus >= 0 && !IsSameFormat(sMux.sWaveFormat, sMuxFormat)) {
-        iStatus = ConvertToScratch(oMux, m_pScratch0, sMuxFormat);
-        pSource = m_pScratch0;
-    }
-    if (iStatus >= 0) {
-        iStatus = (rKernel.*pfnConvert)(pSource, sOperands.apBuffers, sOperands.ulCount, sOperands.asVolumes,
-                                        sOperands.ulVolumeCount);
-    }
-    if (iStatus >= 0) {
-        for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
-            // After a failing fade the later outputs still get their polarity and flags, but no fade.
-            sOperands.apBuffers[i]->SetPolarity(sMux.ePolarity);
-            if (iStatus >= 0) {
-                iStatus = FadeInPlace(m_oApplyFade, sOperands.apBuffers[i], sMux, iStatus);
-            } else {
-                SetFades(sOperands.apBuffers[i], sMux.bFadeIn, sMux.bFadeOut);
-            }
-        }
+        iStatus = DeinterleaveMux(rKernel, pfnConvert, oMux, sOperands);
     }
     oOperation.End();
     oMux->SignalReadCompletion();
@@ -485,6 +460,55 @@ int CZtaAudioSamplesEngine::ProcessDeinterleave(Kernel& rKernel, Convert pfnConv
         }
         sOperands.apBuffers[i]->MarkWriteStopTime();
         sOperands.apBuffers[i]->SignalWriteCompletion();
+    }
+    return iStatus;
+}
+
+/// The work of MuxToMono and MuxToStereo: deinterleaves the mux, and applies the fades that it requests to each output.
+template <class Kernel, class Convert>
+inline int CZtaAudioSamplesEngine::DeinterleaveMux(Kernel& rKernel, Convert pfnConvert, const CBufferHolder& rMux,
+                                                   SMuxOperands& rsOperands)
+{
+    SZtAudioSamplesDescription sMux = kEmptyDescription;
+    int iStatus = RequestDescriptions(rMux, sMux);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    if (rsOperands.ulCount == 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    SZtAudioSamplesDescription sFirst = kEmptyDescription;
+    iStatus = RequestDescription(rsOperands.apBuffers[0], sFirst);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    SZtaWaveFormatInfo sMuxFormat = {};
+    SZtaWaveFormatInfo sOutputFormat = {}; // not used: outputs are never converted
+    iStatus = rKernel.SuggestFormat(&sMux.sWaveFormat, &sFirst.sWaveFormat, &sMuxFormat, &sOutputFormat);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    IZtAudioSamples* pSource = rMux.Get();
+    if (!IsSameFormat(sMux.sWaveFormat, sMuxFormat)) {
+        iStatus = ConvertToScratch(pSource, m_pScratch0, sMuxFormat);
+        if (iStatus < 0) {
+            return iStatus;
+        }
+        pSource = m_pScratch0;
+    }
+    iStatus = (rKernel.*pfnConvert)(pSource, rsOperands.apBuffers, rsOperands.ulCount, rsOperands.asVolumes,
+                                    rsOperands.ulVolumeCount);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    for (unsigned long i = 0; i < rsOperands.ulCount; ++i) {
+        rsOperands.apBuffers[i]->SetPolarity(sMux.ePolarity);
+        if (iStatus >= 0) {
+            iStatus = FadeInPlace(m_oApplyFade, rsOperands.apBuffers[i], sMux, iStatus);
+        } else {
+            // After a failing fade the later outputs still get their polarity and flags, but no fade.
+            SetFades(rsOperands.apBuffers[i], sMux.bFadeIn, sMux.bFadeOut);
+        }
     }
     return iStatus;
 }

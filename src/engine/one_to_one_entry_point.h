@@ -41,8 +41,8 @@ int CZtaAudioSamplesEngine::CheckOneToOne(EDescriptionPolicy eDescriptions, int 
 
 /// The entry point of the operations with one input and one output, which differ only in these arguments:
 /// eDescriptions    how the buffers' descriptions are read
-/// iArgumentStatus the status of the other arguments; takes effect if both buffers are not null rCheckFormats function
-/// of the input and output formats that returns a status
+/// iArgumentStatus  the status of the other arguments; takes effect if both buffers are not null
+/// rCheckFormats    a function of the input and output formats that returns a status
 /// rSaveInfo        saves the operands for the worker
 /// pfnProcess       the worker
 template <class CheckFormats, class SaveInfo>
@@ -71,38 +71,32 @@ int CZtaAudioSamplesEngine::BeginOneToOne(EDescriptionPolicy eDescriptions, int 
 }
 
 template <EOneToOneEnding eEnding>
-int CZtaAudioSamplesEngine::EndOneToOne(CScopedEndOperation& rOperation, IZtAudioSamples* pInput,
-                                        IZtAudioSamples* pOutput, int iStatus)
+int CZtaAudioSamplesEngine::EndOneToOne(CScopedEndOperation& rOperation, const CBufferHolder& rInput,
+                                        const CBufferHolder& rOutput, int iStatus)
 {
-    // A worker that is called without its entry point can have an input and no output.
-    const auto RequireOutput = [pOutput] {
-        if (pOutput == nullptr) {
-            RaiseEmptyPointer<IZtAudioSamples>();
-        }
-    };
     if constexpr (eEnding == EOneToOneEnding::SignalBuffers) {
         if (iStatus < 0) {
-            RequireOutput();
-            pOutput->SetErrorCode(iStatus);
+            rOutput->SetErrorCode(iStatus);
         }
         rOperation.End();
-        pInput->SignalReadCompletion();
-        pOutput->MarkWriteStopTime();
-        return pOutput->SignalWriteCompletion();
+        rInput->SignalReadCompletion();
+        rOutput->MarkWriteStopTime();
+        return rOutput->SignalWriteCompletion();
     } else {
         rOperation.End();
         // If a query fails here, the signals go to the buffer itself, so that no announced access stays open.
+        const auto QueryContent = [](CContentHolder& rHolder, IZtAudioSamples* pBuffer) -> IZtAVContent* {
+            rHolder.Query(pBuffer);
+            return rHolder.Get() != nullptr ? rHolder.Get() : pBuffer;
+        };
         CContentHolder oInput;
-        oInput.Query(pInput);
-        (oInput.Get() != nullptr ? oInput.Get() : pInput)->SignalReadCompletion();
-        RequireOutput();
+        QueryContent(oInput, rInput.operator->())->SignalReadCompletion();
         CContentHolder oOutput;
-        oOutput.Query(pOutput);
-        IZtAVContent* const pContent = oOutput.Get() != nullptr ? oOutput.Get() : pOutput;
+        IZtAVContent* const pOutput = QueryContent(oOutput, rOutput.operator->());
         if (iStatus < 0) {
-            pContent->SetErrorCode(iStatus);
+            pOutput->SetErrorCode(iStatus);
         }
-        pContent->MarkWriteStopTime();
-        return pContent->SignalWriteCompletion();
+        pOutput->MarkWriteStopTime();
+        return pOutput->SignalWriteCompletion();
     }
 }

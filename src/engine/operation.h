@@ -12,8 +12,6 @@
 
 /// Functions that the operations share. Each operation calls them in its own code, because hosts observe the order.
 
-using CSamplesPtr = TZtSmartPtr<IZtAudioSamples>;
-
 /// An empty description with its size field set.
 inline constexpr SZtAudioSamplesDescription kEmptyDescription = {
     sizeof(SZtAudioSamplesDescription), 0, 0, false, false, {}};
@@ -63,20 +61,53 @@ template <class Interface>
     return TZtSmartPtr<Interface>().operator->();
 }
 
-/// Owns the IZtAVContent of a buffer for the time of a call. Its operations are not virtual, and it uses TZtSmartPtr
-/// only where a host sees the difference: a holder that is used while empty raises the same exception.
-class CContentHolder {
+/// Holds a reference for the time of a call. Its operations are not virtual, and it uses TZtSmartPtr only where a host
+/// sees the difference: a holder that is used while empty raises the same exception.
+template <class Interface>
+class TReferenceHolder {
 public:
-    CContentHolder() = default;
-    CContentHolder(const CContentHolder&) = delete;
-    CContentHolder& operator=(const CContentHolder&) = delete;
+    TReferenceHolder(const TReferenceHolder&) = delete;
+    TReferenceHolder& operator=(const TReferenceHolder&) = delete;
 
-    ~CContentHolder()
+    /// The interface, or null.
+    [[nodiscard]] Interface* Get() const { return m_pInterface; }
+
+    Interface* operator->() const { return m_pInterface != nullptr ? m_pInterface : RaiseEmptyPointer<Interface>(); }
+
+protected:
+    /// Owns a reference that its caller has acquired.
+    explicit TReferenceHolder(Interface* pInterface) : m_pInterface(pInterface) {}
+    ~TReferenceHolder()
     {
-        if (m_pContent != nullptr) {
-            m_pContent->Release();
+        if (m_pInterface != nullptr) {
+            m_pInterface->Release();
         }
     }
+
+    Interface* m_pInterface;
+};
+
+/// A buffer of a worker. The worker needs a reference of its own, because it releases the saved operands before it
+/// signals the buffers. Empty if the worker was called without its entry point.
+class CBufferHolder : public TReferenceHolder<IZtAudioSamples> {
+public:
+    explicit CBufferHolder(IZtAudioSamples* pBuffer) : TReferenceHolder(Acquire(pBuffer)) {}
+
+private:
+    /// Called before the holder owns the reference: AddRef may raise an exception.
+    static IZtAudioSamples* Acquire(IZtAudioSamples* pBuffer)
+    {
+        if (pBuffer != nullptr) {
+            pBuffer->AddRef();
+        }
+        return pBuffer;
+    }
+};
+
+/// The content of a buffer.
+class CContentHolder : public TReferenceHolder<IZtAVContent> {
+public:
+    CContentHolder() : TReferenceHolder(nullptr) {}
 
     /// Queries the content of a buffer; the holder must be empty. After a failure the holder is still empty, even if
     /// the host returned a pointer.
@@ -86,7 +117,7 @@ public:
         const int iStatus = pBuffer->QueryInterface(IID_IZtAVContent, &pvContent);
         auto* pContent = static_cast<IZtAVContent*>(pvContent);
         if (iStatus >= 0) {
-            m_pContent = pContent;
+            m_pInterface = pContent;
         } else if (pContent != nullptr) {
             pContent->Release();
         }
@@ -98,22 +129,15 @@ public:
     {
         void* pvContent = nullptr;
         pBuffer->QueryInterface(IID_IZtAVContent, &pvContent);
-        m_pContent = static_cast<IZtAVContent*>(pvContent);
+        m_pInterface = static_cast<IZtAVContent*>(pvContent);
     }
-
-    /// The content, or null.
-    [[nodiscard]] IZtAVContent* Get() const { return m_pContent; }
-
-    IZtAVContent* operator->() const { return m_pContent != nullptr ? m_pContent : RaiseEmptyPointer<IZtAVContent>(); }
-
-private:
-    IZtAVContent* m_pContent = nullptr;
 };
 
 /// The error code of an input, with 0 for the tolerated codes. `iStatus` if the host writes no code.
-inline int ReadErrorCode(const CContentHolder& rContent, int iStatus)
+template <class Interface>
+int ReadErrorCode(const TReferenceHolder<Interface>& rInput, int iStatus)
 {
-    rContent->GetErrorCode(&iStatus);
+    rInput->GetErrorCode(&iStatus);
     return ClearToleratedCode(iStatus);
 }
 
@@ -143,6 +167,20 @@ inline int RequestDescription(IZtAudioSamples* pBuffer, SZtAudioSamplesDescripti
 {
     rsDescription.ulSize = sizeof(SZtAudioSamplesDescription);
     return pBuffer->GetAudioSamplesDescription(&rsDescription);
+}
+
+/// Requests the descriptions of buffers in this order until a request fails. The arguments are holders, each followed
+/// by the empty description that it fills. Returns the status of the last request.
+template <class... Rest>
+[[gnu::always_inline]] inline int RequestDescriptions(const CBufferHolder& rBuffer,
+                                                      SZtAudioSamplesDescription& rsDescription, Rest&... rRest)
+{
+    const int iStatus = rBuffer->GetAudioSamplesDescription(&rsDescription);
+    if constexpr (sizeof...(rRest) != 0) {
+        return iStatus < 0 ? iStatus : RequestDescriptions(rRest...);
+    } else {
+        return iStatus;
+    }
 }
 
 /// Clears a slot and releases its reference. The slot is clear even if Release raises an exception.
@@ -177,6 +215,12 @@ inline int LogFirstFailure(int iFirst, int iSecond)
     return iFirst >= 0 ? FirstFailure(iFirst, LogIfFailed(iSecond)) : iFirst;
 }
 
+/// True if the buffer requests a fade.
+inline bool HasFade(const SZtAudioSamplesDescription& rsDescription)
+{
+    return rsDescription.bFadeIn || rsDescription.bFadeOut;
+}
+
 inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)
 {
     pBuffer->SetFadeIn(bFadeIn);
@@ -189,7 +233,7 @@ inline int FadeInPlace(CZtaApplyFade& rKernel, IZtAudioSamples* pBuffer, const S
                        int iStatus)
 {
     SetFades(pBuffer, rsRequest.bFadeIn, rsRequest.bFadeOut);
-    if (!rsRequest.bFadeIn && !rsRequest.bFadeOut) {
+    if (!HasFade(rsRequest)) {
         return iStatus;
     }
     iStatus = rKernel.ApplyFade(pBuffer);

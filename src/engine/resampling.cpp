@@ -97,32 +97,36 @@ int CZtaAudioSamplesEngine::ProcessResampling()
     EZtAudioResamplerMode eMode = EZtAudioResamplerMode();
     IUnknown* pResampler = nullptr;
     GetInfoResampler(&pInput, &pOutput, &eMode, &pResampler);
-    CSamplesPtr oInput;
-    CSamplesPtr oOutput;
-    oInput = pInput;
-    oOutput = pOutput;
+    const CBufferHolder oInput(pInput);
+    const CBufferHolder oOutput(pOutput);
+    const int iStatus = ResampleOperand(oInput, oOutput, eMode, pResampler);
+    EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, oInput, oOutput, iStatus);
+    return iStatus;
+}
 
+/// The work of the resampling operation.
+inline int CZtaAudioSamplesEngine::ResampleOperand(const CBufferHolder& rInput, const CBufferHolder& rOutput,
+                                                   EZtAudioResamplerMode eMode, IUnknown* pResampler)
+{
+    // The statuses of these requests are dropped: hosts receive the status of the format check. The format of a failed
+    // request is empty and cannot be classified.
     SZtAudioSamplesDescription sInput = kEmptyDescription;
     SZtAudioSamplesDescription sOutput = kEmptyDescription;
-    int iStatus = oInput->GetAudioSamplesDescription(&sInput);
-    if (iStatus >= 0) {
-        iStatus = oOutput->GetAudioSamplesDescription(&sOutput);
+    const int iDescribed = RequestDescriptions(rInput, sInput, rOutput, sOutput);
+    if (iDescribed >= 0) {
+        ReadErrorCode(rInput, iDescribed);
     }
-    if (iStatus >= 0) {
-        oInput->GetErrorCode(&iStatus);
+    SZtaWaveFormatInfo sMonoInput = {};
+    SZtaWaveFormatInfo sMonoOutput = {};
+    const int iStatus =
+        m_oResampleAudio.SuggestFormat(&sInput.sWaveFormat, &sOutput.sWaveFormat, &sMonoInput, &sMonoOutput);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    // The status so far is dropped here: hosts receive the status of the format check. The format of a failed request
-    // is empty and cannot be classified.
-    SZtaWaveFormatInfo sInputFormat = {};
-    SZtaWaveFormatInfo sOutputFormat = {};
-    iStatus = m_oResampleAudio.SuggestFormat(&sInput.sWaveFormat, &sOutput.sWaveFormat, &sInputFormat, &sOutputFormat);
-    if (iStatus >= 0) {
-        iStatus = sInput.sWaveFormat.ulChannels == 1
-                      ? m_oResampleAudio.ResampleAudio(pInput, pOutput, eMode, 0, pResampler)
-                      : ResampleStereo(pInput, pOutput, eMode, pResampler, sInputFormat, sOutputFormat);
+    if (sInput.sWaveFormat.ulChannels == 1) {
+        return m_oResampleAudio.ResampleAudio(rInput.Get(), rOutput.Get(), eMode, 0, pResampler);
     }
-    EndOneToOne<EOneToOneEnding::SignalBuffers>(oOperation, pInput, pOutput, iStatus);
-    return iStatus;
+    return ResampleStereo(rInput.Get(), rOutput.Get(), eMode, pResampler, sMonoInput, sMonoOutput);
 }
 
 /// Deinterleaves, resamples each channel and interleaves. The formats are the mono formats of the two channels.
@@ -136,16 +140,22 @@ int CZtaAudioSamplesEngine::ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamp
     IZtAudioSamples* const pLeftIn = m_pScratch0;
     IZtAudioSamples* const pRightOut = m_pScratch0;
 
-    int iStatus = pLeftIn->SetWaveFormat(&rsInputFormat);
-    iStatus = FirstFailure(iStatus, pRightIn->SetWaveFormat(&rsInputFormat));
-    iStatus = FirstFailure(iStatus, pLeftOut->SetWaveFormat(&rsOutputFormat));
-    if (iStatus >= 0) {
+    const auto ResampleLeft = [&] {
+        int iStatus = pLeftIn->SetWaveFormat(&rsInputFormat);
+        iStatus = FirstFailure(iStatus, pRightIn->SetWaveFormat(&rsInputFormat));
+        iStatus = FirstFailure(iStatus, pLeftOut->SetWaveFormat(&rsOutputFormat));
+        if (iStatus < 0) {
+            return iStatus;
+        }
         // The host may have given the scratch buffers different capacities.
         iStatus = m_oConvertStereoToMono.ConvertStereoToMonoChecked(pInput, pLeftIn, pRightIn, true, true);
-    }
-    if (iStatus >= 0) {
-        iStatus = m_oResampleAudio.ResampleAudio(pLeftIn, pLeftOut, eMode, 0, pResampler);
-    }
+        if (iStatus < 0) {
+            return iStatus;
+        }
+        return m_oResampleAudio.ResampleAudio(pLeftIn, pLeftOut, eMode, 0, pResampler);
+    };
+    int iStatus = ResampleLeft();
+    // Hosts observe this request also after a failure.
     iStatus = FirstFailure(iStatus, pRightOut->SetWaveFormat(&rsOutputFormat));
     if (iStatus < 0) {
         return iStatus;

@@ -96,7 +96,7 @@ int CZtaAudioSamplesEngine::PrepareInput(Kernel& rKernel, IZtAudioSamples* pInpu
         iStatus = CopyToScratch(pInput, pScratch, rsInput);
     }
     rpStaged = pScratch;
-    if (iStatus < 0 || (!rsInput.bFadeIn && !rsInput.bFadeOut)) {
+    if (iStatus < 0 || !HasFade(rsInput)) {
         return iStatus;
     }
     // The fade buffer gets the input's own format, also after a conversion. An input that needs both is faded in the

@@ -69,25 +69,32 @@ int CZtaAudioSamplesEngine::ProcessApplyVolume()
     SZtAudioMonoVolumeInfo asVolumes[kMaxBuffers];
     unsigned long ulVolumeCount = kMaxBuffers;
     GetInfoApplyVolume(&pInput, &pOutput, asVolumes, &ulVolumeCount);
-    CSamplesPtr oInput;
-    CSamplesPtr oOutput;
-    oInput = pInput;
-    oOutput = pOutput;
-
-    SZtAudioSamplesDescription sInput = kEmptyDescription;
-    int iStatus = oInput->GetAudioSamplesDescription(&sInput);
-    if (iStatus >= 0) {
-        const auto Propagate = [&] {
-            oOutput->SetPolarity(sInput.ePolarity);
-            SetFades(pOutput, sInput.bFadeIn, sInput.bFadeOut);
-        };
-        Propagate();
-        iStatus = m_oApplyVolume.ApplyVolume(pInput, pOutput, asVolumes, ulVolumeCount);
-        Propagate();
-        if (iStatus >= 0 && (sInput.bFadeIn || sInput.bFadeOut)) {
-            iStatus = FadeInPlace(m_oApplyFade, pOutput, sInput, iStatus);
-        }
-    }
-    EndOneToOne<EOneToOneEnding::SignalContents>(oOperation, pInput, pOutput, iStatus);
+    const CBufferHolder oInput(pInput);
+    const CBufferHolder oOutput(pOutput);
+    const int iStatus = ScaleAndFade(oInput, oOutput, asVolumes, ulVolumeCount);
+    EndOneToOne<EOneToOneEnding::SignalContents>(oOperation, oInput, oOutput, iStatus);
     return iStatus;
+}
+
+/// The work of the volume operation. The output gets the polarity and the fade flags of the input before and after the
+/// gain; a fade clears the flags.
+inline int CZtaAudioSamplesEngine::ScaleAndFade(const CBufferHolder& rInput, const CBufferHolder& rOutput,
+                                                SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
+{
+    SZtAudioSamplesDescription sInput = kEmptyDescription;
+    int iStatus = RequestDescriptions(rInput, sInput);
+    if (iStatus < 0) {
+        return iStatus;
+    }
+    const auto Propagate = [&] {
+        rOutput->SetPolarity(sInput.ePolarity);
+        SetFades(rOutput.Get(), sInput.bFadeIn, sInput.bFadeOut);
+    };
+    Propagate();
+    iStatus = m_oApplyVolume.ApplyVolume(rInput.Get(), rOutput.Get(), psVolumes, ulVolumeCount);
+    Propagate();
+    if (iStatus < 0 || !HasFade(sInput)) {
+        return iStatus;
+    }
+    return FadeInPlace(m_oApplyFade, rOutput.Get(), sInput, iStatus);
 }

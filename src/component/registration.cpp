@@ -60,33 +60,37 @@ extern "C" int ZtInternalUnregisterServer(_GUID clsid)
 
 extern "C" int ZtInternalRegisterAllServers(const wchar_t* pwszModulePath)
 {
-    int iStatus = ZT_NOERROR;
-    for (int i = 0; i < g_iTemplates && iStatus >= 0; ++i) {
+    for (int i = 0; i < g_iTemplates; ++i) {
         const CZtFactoryTemplate& rTemplate = g_aoTemplates[i];
         if (rTemplate.m_pfnRegister != nullptr) {
-            iStatus = rTemplate.m_pfnRegister(true, rTemplate.m_pClsid);
-            if (iStatus < 0) {
-                break;
+            const int iClassStatus = rTemplate.m_pfnRegister(true, rTemplate.m_pClsid);
+            if (iClassStatus < 0) {
+                return iClassStatus;
             }
         }
-        iStatus = ZtInternalRegisterServer(*rTemplate.m_pClsid, rTemplate.m_pwszName, pwszModulePath);
+        const int iStatus = ZtInternalRegisterServer(*rTemplate.m_pClsid, rTemplate.m_pwszName, pwszModulePath);
         PrintProgress(L"- - Register %ls\n", rTemplate.m_pwszName);
+        if (iStatus < 0) {
+            return iStatus;
+        }
     }
-    return iStatus;
+    return ZT_NOERROR;
 }
 
 extern "C" int ZtInternalUnregisterAllServers()
 {
-    int iStatus = ZT_NOERROR;
-    for (int i = 0; i < g_iTemplates && iStatus >= 0; ++i) {
+    for (int i = 0; i < g_iTemplates; ++i) {
         const CZtFactoryTemplate& rTemplate = g_aoTemplates[i];
         if (rTemplate.m_pfnRegister != nullptr) {
             rTemplate.m_pfnRegister(false, rTemplate.m_pClsid);
         }
-        iStatus = ZtInternalUnregisterServer(*rTemplate.m_pClsid);
+        const int iStatus = ZtInternalUnregisterServer(*rTemplate.m_pClsid);
         PrintProgress(L"- - Unregister %ls\n", rTemplate.m_pwszName);
+        if (iStatus < 0) {
+            return iStatus;
+        }
     }
-    return iStatus;
+    return ZT_NOERROR;
 }
 
 extern "C" int DllRegisterServer(const wchar_t* pwszModulePath)

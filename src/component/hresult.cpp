@@ -92,7 +92,7 @@ void CZtHResult::_AssertWithFilenameAndLineIfPossible()
     if (m_hr >= 0 || (m_psAllowedErrors != nullptr && m_psAllowedErrors->count(m_hr) != 0)) {
         return;
     }
-    if (&ZtLogger == nullptr) {
+    if (&ZtLogger == nullptr) { // a weak import: the host does not define it
         return;
     }
     // The file and line are not known here; hosts receive the constant 1.

@@ -10,7 +10,7 @@ namespace {
 
 /// An object without an outer object owns itself. The first three slots of INonDelegatingUnknown and of IUnknown take
 /// the same arguments, so a caller reaches the non-delegating interface through an IUnknown pointer.
-IUnknown* OwnerOf(INonDelegatingUnknown* pThis, IUnknown* pOuterUnknown)
+IUnknown* SelectOwner(INonDelegatingUnknown* pThis, IUnknown* pOuterUnknown)
 {
     return pOuterUnknown != nullptr ? pOuterUnknown : reinterpret_cast<IUnknown*>(pThis);
 }
@@ -59,7 +59,7 @@ CZtLightUnknown::CZtLightUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknow
 }
 
 CZtLightUnknown::CZtLightUnknown(const wchar_t* /*pwszName*/, IUnknown* pOuterUnknown)
-    : m_pOuterUnknown(OwnerOf(this, pOuterUnknown)), m_ulRefCount(1)
+    : m_pOuterUnknown(SelectOwner(this, pOuterUnknown)), m_ulRefCount(1)
 {
     ++g_i32Objects;
 }
@@ -99,7 +99,7 @@ CZtUnknown::CZtUnknown(const wchar_t* pwszName, IUnknown* pOuterUnknown, int* ph
 }
 
 CZtUnknown::CZtUnknown(const wchar_t* /*pwszName*/, IUnknown* pOuterUnknown)
-    : m_pOuterUnknown(OwnerOf(this, pOuterUnknown)), m_ulRefCount(0)
+    : m_pOuterUnknown(SelectOwner(this, pOuterUnknown)), m_ulRefCount(0)
 {
     ++g_i32Objects;
 }

@@ -25,6 +25,13 @@ extern ZTA_API std::atomic<int> g_i32Objects;
 /// Writes `pUnknown` to `*ppv` and acquires it. Returns 0. Neither argument may be null.
 extern "C" ZTA_API int ZtGetInterface(INonDelegatingUnknown* pUnknown, void** ppv);
 
+/// ZtGetInterface for an interface whose `IUnknown` forwards to the owning unknown, which then counts the reference.
+/// The first three slots of INonDelegatingUnknown and of IUnknown have the same order and arguments.
+inline int ZtGetDelegatingInterface(IUnknown* pInterface, void** ppv)
+{
+    return ZtGetInterface(reinterpret_cast<INonDelegatingUnknown*>(pInterface), ppv);
+}
+
 /// Defines the `IUnknown` of a class that derives from CZtLightUnknown or CZtUnknown. It forwards to the owning
 /// unknown.
 #define ZTA_DELEGATE_IUNKNOWN()                                                                                        \

@@ -66,8 +66,7 @@ CZtaAudioSamplesEngine::~CZtaAudioSamplesEngine()
 int CZtaAudioSamplesEngine::NonDelegatingQueryInterface(const _GUID& riid, void** ppv)
 {
     if (ZtIsSameGuid(riid, IID_IZtaAudioSamplesEngine)) {
-        return ZtGetInterface(reinterpret_cast<INonDelegatingUnknown*>(static_cast<IZtaAudioSamplesEngine*>(this)),
-                              ppv);
+        return ZtGetDelegatingInterface(static_cast<IZtaAudioSamplesEngine*>(this), ppv);
     }
     return CZtLightUnknown::NonDelegatingQueryInterface(riid, ppv);
 }

@@ -142,16 +142,20 @@ public:
     bool is16In32MultiFormatTo16In16Pcm(const SZtaWaveFormatInfo& sIn, const SZtaWaveFormatInfo& sOut);
 
 private:
-    // Building blocks of the operations, besides operation.h. Not part of the contract.
+    // Building blocks of the operations, besides those of operation.h. They are neither exported nor part of the
+    // contract.
 
     /// Calls `rVisit` with each slot of the pool, in the order of creation, until it returns false.
     template <class Visit>
     ZTA_INTERNAL void ForEachPoolSlot(Visit rVisit);
 
+    // ---- Entry points ----
+
     /// 0, or ZT_E_MODULE_BUSY if another operation runs.
     ZTA_INTERNAL int TrySetBusy() { return m_ui32Busy.exchange(1) == 0 ? ZT_NOERROR : ZT_E_MODULE_BUSY; }
 
-    /// Changes 20 valid bits to 24. Checks the format first, to save the call for other formats.
+    /// Changes 20 valid bits in 32 to 24: both are MSB-aligned, so the samples stay valid. Checks the format first, to
+    /// save the call for other formats.
     ZTA_INTERNAL int RelabelFormat(IZtAudioSamples* pBuffer, SZtAudioSamplesDescription& rsDescription)
     {
         const SZtaWaveFormatInfo& rsFormat = rsDescription.sWaveFormat;
@@ -286,6 +290,8 @@ private:
     ZTA_INTERNAL static int EndOneToOne(CScopedEndOperation& rOperation, const CBufferHolder& rInput,
                                         const CBufferHolder& rOutput, int iStatus);
 
+    // ---- Operands ----
+
     // All changes of m_apSavedBuffers go through these two, which keep m_ui16UsedSlots correct.
 
     /// Releases and clears the slots from `ulFirst` up to, but not including, `ulEnd`.
@@ -318,7 +324,9 @@ private:
         return FirstFailure(iStatus, FillSlot(m_pSavedOutput, pOutput));
     }
 
-    // The work of the workers, without their beginning and their end.
+    // ---- Workers ----
+
+    // The work of each worker, between the loading of its operands and its end. Returns at the first failure.
     ZTA_INTERNAL int CopyOperand(const CBufferHolder& rSource, const CBufferHolder& rDestination);
     ZTA_INTERNAL int CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination);
@@ -360,6 +368,8 @@ private:
     template <auto pfnGetInfo>
     ZTA_INTERNAL SStereoOperands LoadStereoOperands();
 
+    // ---- Mux ----
+
     /// The operands of a mux worker: one of pInput and pOutput is the mux, the other null.
     struct SMuxOperands {
         IZtAudioSamples* pInput = nullptr;
@@ -381,6 +391,9 @@ private:
     /// Saves the volumes of the first slots. Slots beyond the volume count get a gain of 0 and keep their channel
     /// reference.
     ZTA_INTERNAL void SaveVolumes(unsigned long ulSlots, const SZtAudioMonoVolumeInfo* psVolumes);
+
+    /// Reads the saved operands. Fails only after a direct call of SaveInfoMux, with operands that no entry point
+    /// accepts; the buffers in the record still need their signals.
     ZTA_INTERNAL int LoadMuxOperands(SMuxOperands& rsOperands);
 
     // Each function serves two mux operations: ulChannelsPerBuffer is 1 for arrays of mono buffers, 2 for stereo
@@ -397,9 +410,9 @@ private:
     ZTA_INTERNAL int InterleaveMux(Kernel& rKernel, Convert pfnConvert, unsigned long ulChannelsPerBuffer,
                                    SMuxOperands& rsOperands, const CBufferHolder& rMux);
     template <class Kernel>
-    ZTA_INTERNAL int PrepareInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
-                                  SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SScratchFormat& rsScratch,
-                                  IZtAudioSamples*& rpStaged);
+    ZTA_INTERNAL int StageInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
+                                SZtAudioSamplesDescription& rsMux, unsigned long ulIndex, SScratchFormat& rsScratch,
+                                IZtAudioSamples*& rpStaged);
     ZTA_INTERNAL int BeginDeinterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pMux,
                                        IZtAudioSamples** ppBuffers, unsigned long ulCount,
                                        SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount,

@@ -1,6 +1,7 @@
 #include "component/class_factory.h"
 #include "engine/engine_factory.h"
 
+/// The classes of the module. The component layer declares the table and creates its classes.
 const CZtFactoryTemplate g_aoTemplates[] = {
     {L"KelvarVideo AudioSamples Engine", &CLSID_ZtaAudioSamplesEngine, &CZtaAudioSamplesEngineFactory::CreateInstance,
      nullptr, nullptr},

@@ -64,13 +64,13 @@ inline int CZtaAudioSamplesEngine::CopyOperand(const CBufferHolder& rSource, con
 int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesDescription& rsSource,
                                       IZtAudioSamples* pDestination, SZtAudioSamplesDescription& rsDestination)
 {
-    SZtAudioSamplesDescription sScratch = rsSource;
-    int iStatus = LogIfFailed(m_oApplyFade.SuggestFormat(&rsDestination.sWaveFormat, &sScratch.sWaveFormat));
+    SZtAudioSamplesDescription sFaded = rsSource;
+    int iStatus = LogIfFailed(m_oApplyFade.SuggestFormat(&rsDestination.sWaveFormat, &sFaded.sWaveFormat));
     if (iStatus < 0) {
         return iStatus;
     }
 
-    if (IsSameFormat(rsDestination.sWaveFormat, sScratch.sWaveFormat)) {
+    if (IsSameFormat(rsDestination.sWaveFormat, sFaded.sWaveFormat)) {
         iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, pDestination, &rsDestination));
         if (iStatus < 0) {
             return iStatus;
@@ -81,8 +81,8 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
         return iStatus;
     }
 
-    m_pScratch0->SetWaveFormat(&sScratch.sWaveFormat);
-    iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, m_pScratch0, &sScratch));
+    m_pScratch0->SetWaveFormat(&sFaded.sWaveFormat);
+    iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, m_pScratch0, &sFaded));
     SetFades(m_pScratch0, rsSource.bFadeIn, rsSource.bFadeOut);
     if (iStatus < 0) {
         return iStatus;
@@ -91,7 +91,7 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = LogIfFailed(BufferCopy(m_pScratch0, &sScratch, pDestination, &rsDestination));
+    iStatus = LogIfFailed(BufferCopy(m_pScratch0, &sFaded, pDestination, &rsDestination));
     if (iStatus < 0) {
         return iStatus;
     }

@@ -27,8 +27,7 @@ CZtaAudioSamplesEngineFactory::~CZtaAudioSamplesEngineFactory() = default;
 int CZtaAudioSamplesEngineFactory::NonDelegatingQueryInterface(const _GUID& riid, void** ppv)
 {
     if (ZtIsSameGuid(riid, IID_IZtaAudioSamplesEngineFactory)) {
-        return ZtGetInterface(
-            reinterpret_cast<INonDelegatingUnknown*>(static_cast<IZtaAudioSamplesEngineFactory*>(this)), ppv);
+        return ZtGetDelegatingInterface(static_cast<IZtaAudioSamplesEngineFactory*>(this), ppv);
     }
     return CZtUnknown::NonDelegatingQueryInterface(riid, ppv);
 }

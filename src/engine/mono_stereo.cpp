@@ -146,7 +146,7 @@ inline int CZtaAudioSamplesEngine::InterleaveStereo(const CBufferHolder& rLeft, 
     if (sLeft.bFadeIn != sRight.bFadeIn || sLeft.bFadeOut != sRight.bFadeOut) {
         return iStatus;
     }
-    return FadeInPlace(m_oApplyFade, rStereo.Get(), sLeft, iStatus);
+    return ApplyRequestedFades(m_oApplyFade, rStereo.Get(), sLeft, iStatus);
 }
 
 /// Interleaves. A buffer in a format that the kernel does not support goes through a scratch buffer.

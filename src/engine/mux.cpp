@@ -17,13 +17,13 @@ enum EChannelsPerBuffer : unsigned long {
 /// channels; the worker rejects them.
 constexpr unsigned long kBufferCounts[] = {2, 4, 8, 16, 32, 64};
 
-bool IsSupportedBufferCount(unsigned long ulCount, unsigned long ulLeast, unsigned long ulMost)
+bool IsSupportedBufferCount(unsigned long ulCount, unsigned long ulMin, unsigned long ulMax)
 {
-    return ulCount >= ulLeast && ulCount <= ulMost &&
+    return ulCount >= ulMin && ulCount <= ulMax &&
            std::find(std::begin(kBufferCounts), std::end(kBufferCounts), ulCount) != std::end(kBufferCounts);
 }
 
-/// Returns the error code of the volume arguments, or `iStatus` if they are valid.
+/// Returns the error code of the volume arguments, or `iStatus`, the status so far, if they are valid.
 int CheckVolumes(const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount, unsigned long ulBufferCount,
                  bool bCountsAgree, int iStatus)
 {
@@ -145,8 +145,7 @@ int CZtaAudioSamplesEngine::LoadMuxOperands(SMuxOperands& rsOperands)
     int iStatus = GetInfoMux(&rsOperands.pInput, &rsOperands.pOutput, rsOperands.apBuffers, &rsOperands.ulCount,
                              rsOperands.asVolumes, &rsOperands.ulVolumeCount);
     if (iStatus < 0) {
-        // Too many volumes or buffers in a direct call. Nothing is processed; the saved buffers still get their
-        // signals.
+        // Too many volumes or buffers. Nothing is processed; the saved buffers still get their signals.
         rsOperands.pInput = m_pSavedInput;
         rsOperands.pOutput = m_pSavedOutput;
         rsOperands.ulCount = std::min<unsigned long>(m_ui64SavedBufferCount, kMaxBuffers);
@@ -154,7 +153,7 @@ int CZtaAudioSamplesEngine::LoadMuxOperands(SMuxOperands& rsOperands)
     }
     IZtAudioSamples** const ppEnd = rsOperands.apBuffers + rsOperands.ulCount;
     if (std::find(rsOperands.apBuffers, ppEnd, nullptr) != ppEnd) {
-        // A direct call after a SaveInfoMux that ended at a null pointer.
+        // SaveInfoMux ended at a null pointer.
         rsOperands.ulCount =
             static_cast<unsigned long>(std::remove(rsOperands.apBuffers, ppEnd, nullptr) - rsOperands.apBuffers);
         iStatus = FirstFailure(iStatus, ZT_E_INVALID_POINTER);
@@ -253,10 +252,10 @@ int CZtaAudioSamplesEngine::CheckInterleaveInput(unsigned long ulChannelsPerBuff
     }
     SZtAudioSamplesDescription sBuffer = kEmptyDescription;
     const bool bDescribed = RequestDescription(pBuffer, sBuffer) >= 0;
-    const bool bLeftAlone =
+    const bool bKeepsFormat =
         ulChannelsPerBuffer == kStereoChannels &&
         (sBuffer.sWaveFormat.ulChannels != kStereoChannels || sBuffer.sWaveFormat.eDataType == keZtAudioDataTypeOpaque);
-    if (bDescribed && !bLeftAlone) {
+    if (bDescribed && !bKeepsFormat) {
         RelabelFormat(pBuffer, sBuffer);
     }
     CContentHolder oContent;
@@ -315,7 +314,7 @@ inline int CZtaAudioSamplesEngine::InterleaveMux(Kernel& rKernel, Convert pfnCon
         if (iDescribed < 0 && ulChannelsPerBuffer == kMonoChannels) {
             return iDescribed;
         }
-        iStatus = PrepareInput(rKernel, rsOperands.apBuffers[i], sInput, sMux, i, sScratch, apKernelInputs[i]);
+        iStatus = StageInput(rKernel, rsOperands.apBuffers[i], sInput, sMux, i, sScratch, apKernelInputs[i]);
         if (iStatus < 0) {
             return iStatus;
         }
@@ -504,7 +503,7 @@ inline int CZtaAudioSamplesEngine::DeinterleaveMux(Kernel& rKernel, Convert pfnC
     for (unsigned long i = 0; i < rsOperands.ulCount; ++i) {
         rsOperands.apBuffers[i]->SetPolarity(sMux.ePolarity);
         if (iStatus >= 0) {
-            iStatus = FadeInPlace(m_oApplyFade, rsOperands.apBuffers[i], sMux, iStatus);
+            iStatus = ApplyRequestedFades(m_oApplyFade, rsOperands.apBuffers[i], sMux, iStatus);
         } else {
             // After a failing fade the later outputs still get their polarity and flags, but no fade.
             SetFades(rsOperands.apBuffers[i], sMux.bFadeIn, sMux.bFadeOut);

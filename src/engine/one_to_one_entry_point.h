@@ -2,6 +2,9 @@
 
 #include "engine/audio_samples_engine.h"
 
+/// The frame of the operations with one input and one output: copy, duplicate, volume and resampling. BeginOneToOne is
+/// their entry point, EndOneToOne the end of their workers.
+
 /// The checks of BeginOneToOne after those of the output. Success sets the busy flag.
 template <class CheckFormats>
 int CZtaAudioSamplesEngine::CheckOneToOne(EDescriptionPolicy eDescriptions, int iArgumentStatus,
@@ -84,7 +87,8 @@ int CZtaAudioSamplesEngine::EndOneToOne(CScopedEndOperation& rOperation, const C
         return rOutput->SignalWriteCompletion();
     } else {
         rOperation.End();
-        // If a query fails here, the signals go to the buffer itself, so that no announced access stays open.
+        // If a query fails here, the signals go to the buffer itself, so that no announced access stays open. An empty
+        // holder raises its exception, as in the other ending.
         const auto QueryContent = [](CContentHolder& rHolder, IZtAudioSamples* pBuffer) -> IZtAVContent* {
             rHolder.Query(pBuffer);
             return rHolder.Get() != nullptr ? rHolder.Get() : pBuffer;

@@ -227,10 +227,10 @@ inline void SetFades(IZtAudioSamples* pBuffer, bool bFadeIn, bool bFadeOut)
     pBuffer->SetFadeOut(bFadeOut);
 }
 
-/// Copies the fade flags to the buffer. If one is set, applies the fade and clears the flags; the result is the status
-/// of the fade. Otherwise the result is `iStatus`, the status so far.
-inline int FadeInPlace(CZtaApplyFade& rKernel, IZtAudioSamples* pBuffer, const SZtAudioSamplesDescription& rsRequest,
-                       int iStatus)
+/// Copies the fade flags of the request to the buffer, where the kernel reads them. If one is set, applies the fade and
+/// clears the flags; the result is the status of the fade. Otherwise the result is `iStatus`, the status so far.
+inline int ApplyRequestedFades(CZtaApplyFade& rKernel, IZtAudioSamples* pBuffer,
+                               const SZtAudioSamplesDescription& rsRequest, int iStatus)
 {
     SetFades(pBuffer, rsRequest.bFadeIn, rsRequest.bFadeOut);
     if (!HasFade(rsRequest)) {

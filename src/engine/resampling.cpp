@@ -35,11 +35,11 @@ int CheckDataTypes(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsO
 
 /// Returns the first failure of the checks. The two operations run them in different orders.
 template <class... Checks>
-int CheckPair(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut, Checks... pfnChecks)
+int CheckFormatPair(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut, Checks... pfnChecks)
 {
     int iStatus = ZT_NOERROR;
-    static_cast<void>((((iStatus = pfnChecks(rsIn, rsOut)) >= 0) && ...));
-    return iStatus;
+    const bool bPassed = (((iStatus = pfnChecks(rsIn, rsOut)) >= 0) && ...);
+    return bPassed ? ZT_NOERROR : iStatus;
 }
 
 } // namespace
@@ -51,7 +51,7 @@ int CZtaAudioSamplesEngine::CreateAudioResampler(SZtaWaveFormatInfo* psInputForm
         return ZT_E_INVALID_POINTER;
     }
     int iStatus =
-        CheckPair(*psInputFormat, *psOutputFormat, CheckChannels, CheckContainers, CheckDataTypes, CheckRates);
+        CheckFormatPair(*psInputFormat, *psOutputFormat, CheckChannels, CheckContainers, CheckDataTypes, CheckRates);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -65,7 +65,7 @@ int CZtaAudioSamplesEngine::ProcessAudioResampler(IZtAudioSamples* pInput, IZtAu
     return BeginOneToOne(
         EDescriptionPolicy::KeepFormat, ZT_NOERROR, pInput, pOutput,
         [](const SZtaWaveFormatInfo& rsInput, const SZtaWaveFormatInfo& rsOutput) {
-            return CheckPair(rsInput, rsOutput, CheckChannels, CheckRates, CheckContainers, CheckDataTypes);
+            return CheckFormatPair(rsInput, rsOutput, CheckChannels, CheckRates, CheckContainers, CheckDataTypes);
         },
         [&] { SaveInfoResampler(pInput, pOutput, eMode, pResampler); }, &CZtaAudioSamplesEngine::ProcessResampling);
 }

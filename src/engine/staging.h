@@ -73,9 +73,9 @@ inline int CopyToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pScratch, SZtAud
 /// Stages input `ulIndex` of a mux in the kernel's format, and applies the fade that it requests. `rpStaged` receives
 /// the scratch buffer that the kernel reads.
 template <class Kernel>
-int CZtaAudioSamplesEngine::PrepareInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
-                                         SZtAudioSamplesDescription& rsMux, unsigned long ulIndex,
-                                         SScratchFormat& rsScratch, IZtAudioSamples*& rpStaged)
+int CZtaAudioSamplesEngine::StageInput(Kernel& rKernel, IZtAudioSamples* pInput, SZtAudioSamplesDescription& rsInput,
+                                       SZtAudioSamplesDescription& rsMux, unsigned long ulIndex,
+                                       SScratchFormat& rsScratch, IZtAudioSamples*& rpStaged)
 {
     int iStatus = ZT_NOERROR;
     if (!rsScratch.bIsValid || !IsSameFormat(rsInput.sWaveFormat, rsScratch.sInput)) {

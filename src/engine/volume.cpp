@@ -76,8 +76,8 @@ int CZtaAudioSamplesEngine::ProcessApplyVolume()
     return iStatus;
 }
 
-/// The work of the volume operation. The output gets the polarity and the fade flags of the input before and after the
-/// gain; a fade clears the flags.
+/// The work of the volume operation. Hosts observe that the output gets the polarity and the fade flags of the input
+/// twice, before and after the gain. A fade clears the flags.
 inline int CZtaAudioSamplesEngine::ScaleAndFade(const CBufferHolder& rInput, const CBufferHolder& rOutput,
                                                 SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
 {
@@ -96,5 +96,5 @@ inline int CZtaAudioSamplesEngine::ScaleAndFade(const CBufferHolder& rInput, con
     if (iStatus < 0 || !HasFade(sInput)) {
         return iStatus;
     }
-    return FadeInPlace(m_oApplyFade, rOutput.Get(), sInput, iStatus);
+    return ApplyRequestedFades(m_oApplyFade, rOutput.Get(), sInput, iStatus);
 }

@@ -31,14 +31,14 @@ constexpr int kOtherCodes[] = {kZtSynchroStatusPlayedLate - 1,
                                ZT_E_INVALID_PARAMETER};
 
 /// The first successful path of each operation.
-std::vector<const ScenarioCase*> FirstPaths()
+std::vector<ScenarioCase> FirstPaths()
 {
-    std::vector<const ScenarioCase*> paths;
+    std::vector<ScenarioCase> paths;
     for (const ScenarioCase& path : Scenarios()) {
         const bool isKnown =
-            std::ranges::any_of(paths, [&](const ScenarioCase* other) { return other->operation == path.operation; });
+            std::ranges::any_of(paths, [&](const ScenarioCase& other) { return other.operation == path.operation; });
         if (!isKnown && path.status == 0) {
-            paths.push_back(&path);
+            paths.push_back(path);
         }
     }
     return paths;
@@ -67,12 +67,12 @@ bool IsCallOf(const std::string& call, const std::string& operation)
 
 // ---- Error codes of inputs ----
 
-class ErrorCodes : public EngineTest, public ::testing::WithParamInterface<const ScenarioCase*> {
+class ErrorCodes : public EngineTest, public ::testing::WithParamInterface<ScenarioCase> {
 protected:
     Scenario MakeScenario()
     {
-        Scenario scenario = GetParam()->make([this](const std::string& name, const SZtaWaveFormatInfo& format,
-                                                    std::size_t bytes) {
+        Scenario scenario = GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format,
+                                                   std::size_t bytes) {
             return host::Ref<host::AudioBuffer>::Adopt(RecordingBuffer::Create(callLog_, name, format, bytes).Detach());
         });
         callLog_.Clear();
@@ -169,8 +169,8 @@ TEST_P(ErrorCodes, EndTheOperationOnEachInputIfNotTolerated)
 // Copy and duplicate read the code once more; the other operations do not use one that is recorded so late.
 TEST_P(ErrorCodes, AreReadOnceMoreByTheWorkerOfCopyAndDuplicate)
 {
-    const bool isCopy = GetParam()->operation == "Copy";
-    const bool isUsed = isCopy || GetParam()->operation == "Duplicate";
+    const bool isCopy = GetParam().operation == "Copy";
+    const bool isUsed = isCopy || GetParam().operation == "Duplicate";
     const std::vector<Bytes> expected = ExpectedContents();
     const auto RunWithLateCode = [&](const Scenario& scenario, int code) {
         callLog_.hook = [&](const std::string& call) {
@@ -281,12 +281,12 @@ private:
     Content content_;
 };
 
-class ContentObjects : public EngineTest, public ::testing::WithParamInterface<const ScenarioCase*> {
+class ContentObjects : public EngineTest, public ::testing::WithParamInterface<ScenarioCase> {
 protected:
     Scenario MakeScenario()
     {
         Scenario scenario =
-            GetParam()->make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+            GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
                 return BufferWithContent::Create(callLog_, name, format, bytes);
             });
         callLog_.Clear();
@@ -325,7 +325,7 @@ protected:
     }
 
     /// The volume operation ends on the contents, every other one on the buffers.
-    static bool EndsOnContents() { return GetParam()->operation == "Volume"; }
+    static bool EndsOnContents() { return GetParam().operation == "Volume"; }
 };
 
 /// The calls of each operation. An entry point uses the contents, a worker the buffers.
@@ -377,7 +377,7 @@ TEST_P(ContentObjects, ReceiveTheCallsOfTheEntryPoint)
 {
     const Scenario scenario = MakeScenario();
     EXPECT_EQ(RunAnnounced(scenario, *engine_), 0);
-    EXPECT_EQ(SharedCalls(), ExpectedCalls().at(GetParam()->operation));
+    EXPECT_EQ(SharedCalls(), ExpectedCalls().at(GetParam().operation));
     ExpectScenarioAtRest(scenario);
 }
 
@@ -439,9 +439,9 @@ TEST_F(ContentObject, ReceivesTheErrorCodeOfAByteCopyThatDoesNotFit)
     destination->Release();
 }
 
-std::string OperationName(const ::testing::TestParamInfo<const ScenarioCase*>& info)
+std::string OperationName(const ::testing::TestParamInfo<ScenarioCase>& info)
 {
-    return info.param->operation;
+    return info.param.operation;
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, ErrorCodes, ::testing::ValuesIn(FirstPaths()), OperationName);

@@ -114,16 +114,17 @@ int CZtaAudioSamplesEngine::GetInfoMonoToStereo(IZtAudioSamples** ppLeft, IZtAud
 int CZtaAudioSamplesEngine::ProcessMonoToStereo()
 {
     CScopedEndOperation oOperation(*this);
-    const auto [oLeft, oRight, oStereo] = LoadStereoOperands<&CZtaAudioSamplesEngine::GetInfoMonoToStereo>();
-    const int iStatus = InterleaveStereo(oLeft, oRight, oStereo);
+    const SStereoOperands sOperands = LoadStereoOperands<&CZtaAudioSamplesEngine::GetInfoMonoToStereo>();
+    const auto& [rLeft, rRight, rStereo] = sOperands;
+    const int iStatus = InterleaveStereo(rLeft, rRight, rStereo);
     if (iStatus < 0) {
-        oStereo->SetErrorCode(iStatus);
+        rStereo->SetErrorCode(iStatus);
     }
     oOperation.End();
-    LogIfFailed(oLeft->SignalReadCompletion());
-    LogIfFailed(oRight->SignalReadCompletion());
-    oStereo->MarkWriteStopTime();
-    LogIfFailed(oStereo->SignalWriteCompletion());
+    LogIfFailed(rLeft->SignalReadCompletion());
+    LogIfFailed(rRight->SignalReadCompletion());
+    rStereo->MarkWriteStopTime();
+    LogIfFailed(rStereo->SignalWriteCompletion());
     return iStatus;
 }
 
@@ -255,18 +256,19 @@ int CZtaAudioSamplesEngine::GetInfoStereoToMono(IZtAudioSamples** ppStereo, IZtA
 int CZtaAudioSamplesEngine::ProcessStereoToMono()
 {
     CScopedEndOperation oOperation(*this);
-    const auto [oStereo, oLeft, oRight] = LoadStereoOperands<&CZtaAudioSamplesEngine::GetInfoStereoToMono>();
-    const int iStatus = DeinterleaveStereo(oStereo, oLeft, oRight);
+    const SStereoOperands sOperands = LoadStereoOperands<&CZtaAudioSamplesEngine::GetInfoStereoToMono>();
+    const auto& [rStereo, rLeft, rRight] = sOperands;
+    const int iStatus = DeinterleaveStereo(rStereo, rLeft, rRight);
     if (iStatus < 0) {
-        oLeft->SetErrorCode(iStatus);
-        oRight->SetErrorCode(iStatus);
+        rLeft->SetErrorCode(iStatus);
+        rRight->SetErrorCode(iStatus);
     }
     oOperation.End();
     // The left output gets no stop mark. Hosts observe one start mark on it, and nothing else.
-    LogIfFailed(oStereo->SignalReadCompletion());
-    oRight->MarkWriteStopTime();
-    LogIfFailed(oRight->SignalWriteCompletion());
-    LogIfFailed(oLeft->SignalWriteCompletion());
+    LogIfFailed(rStereo->SignalReadCompletion());
+    rRight->MarkWriteStopTime();
+    LogIfFailed(rRight->SignalWriteCompletion());
+    LogIfFailed(rLeft->SignalWriteCompletion());
     return iStatus;
 }
 

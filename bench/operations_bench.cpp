@@ -5,10 +5,10 @@
 // "share" is the time of the baseline divided by that of the operation.
 
 #include "bench/common/direct_calls.h"
-#include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/module.h"
+#include "testing/buffer_policies.h"
 
 #include <zta/ipp.h>
 #include <zta/sample_loops.h>
@@ -28,32 +28,22 @@
 
 namespace {
 
-using zta::host::AudioBuffer;
 using zta::host::Pcm16;
 using zta::host::Pcm24In32;
 using zta::host::Ref;
+using zta::test::ClocklessBuffer;
 
-/// A buffer whose marks do not read the clock, so that the operation is measured and not the host.
-class CheapBuffer : public AudioBuffer {
-public:
-    static Ref<CheapBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t frames)
-    {
-        auto buffer = Ref<CheapBuffer>::Adopt(new CheapBuffer(format, frames * zta::host::BytesPerFrame(format)));
-        buffer->SetValidLength(buffer->Capacity());
-        for (std::size_t i = 0; i < buffer->Capacity(); ++i) {
-            buffer->Data()[i] = static_cast<std::byte>(i * 37);
-        }
-        return buffer;
+/// The reference host's buffer without its clock, so that the operation is measured and not the host.
+Ref<ClocklessBuffer> MakeBuffer(const SZtaWaveFormatInfo& format, std::size_t frames)
+{
+    auto buffer = zta::test::MakeClockless(format, frames);
+    for (std::size_t i = 0; i < buffer->Capacity(); ++i) {
+        buffer->Data()[i] = static_cast<std::byte>(i * 37);
     }
+    return buffer;
+}
 
-    int MarkWriteStartTime() override { return 0; }
-    int MarkWriteStopTime() override { return 0; }
-
-protected:
-    using AudioBuffer::AudioBuffer;
-};
-
-using Buffers = std::vector<Ref<CheapBuffer>>;
+using Buffers = std::vector<Ref<ClocklessBuffer>>;
 
 double ThreadSeconds()
 {
@@ -138,7 +128,7 @@ Buffers Make(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t fr
 {
     Buffers buffers;
     for (std::size_t i = 0; i < count; ++i) {
-        buffers.push_back(CheapBuffer::Create(format, frames));
+        buffers.push_back(MakeBuffer(format, frames));
     }
     return buffers;
 }
@@ -287,8 +277,8 @@ void MeasureResampler(benchmark::State& state, Bench& bench, std::uint32_t chann
     IUnknown* made = nullptr;
     Check(bench, bench.engine->CreateAudioResampler(&in, &out, &made));
     const auto stream = Ref<IUnknown>::Adopt(made);
-    const auto input = CheapBuffer::Create(in, frames);
-    const auto output = CheapBuffer::Create(out, frames * to / from + frames + 2);
+    const auto input = MakeBuffer(in, frames);
+    const auto output = MakeBuffer(out, frames * to / from + frames + 2);
     FilterOnly run(bench, from, to, frames);
     Compare(
         state,
@@ -307,8 +297,8 @@ void MeasureResampler(benchmark::State& state, Bench& bench, std::uint32_t chann
 
 void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t frames)
 {
-    const auto source = CheapBuffer::Create(Pcm16(1), frames);
-    const auto destination = CheapBuffer::Create(Pcm16(1), frames);
+    const auto source = MakeBuffer(Pcm16(1), frames);
+    const auto destination = MakeBuffer(Pcm16(1), frames);
     Compare(
         state,
         [&] {

@@ -157,7 +157,7 @@ struct Operation {
     {
         switch (kind) {
         case Kind::MonoToStereo:
-            return inputs[0] && inputs[1] && (i == 0 || IsTolerated(inputs[0]->ReportedCode()));
+            return inputs[0] && inputs[1] && (i == 0 || IsTolerated(inputs[0]->reportedCode));
         case Kind::StereoToMono:
             return static_cast<bool>(outputs[1]);
         case Kind::MonoToMux:
@@ -273,7 +273,7 @@ private:
         const std::size_t length =
             frames * frameBytes + (choices_.ConsumeWithOdds(16) ? choices_.ConsumeIndex(frameBytes) : 0);
         const std::size_t spare = choices_.ConsumeWithOdds(8) ? choices_.ConsumeIndex(2000) : 0;
-        auto buffer = FaultyBuffer::Create(faults_, format, length + spare);
+        auto buffer = FaultyBuffer::CreateWith(FaultPolicy(faults_), format, length + spare);
         Noise noise(choices_.Any<std::uint8_t>());
         for (std::size_t i = 0; i < length; ++i) {
             buffer->Data()[i] = static_cast<std::byte>(noise.Next());
@@ -385,7 +385,7 @@ private:
         }
         for (const Buffer& input : operation.inputs) {
             if (input) {
-                input->ClearReportedCode();
+                input->reportedCode = 0;
             }
         }
         return operation;
@@ -455,8 +455,8 @@ private:
     void CallBack()
     {
         const bool isBusy = SZtLayoutProbe::Busy(Object()) != 0;
-        auto source = FaultyBuffer::Create(faults_, zta::host::Pcm16(1), 64);
-        auto destination = FaultyBuffer::Create(faults_, zta::host::Pcm24In32(1), 128);
+        auto source = FaultyBuffer::CreateWith(FaultPolicy(faults_), zta::host::Pcm16(1), 64);
+        auto destination = FaultyBuffer::CreateWith(FaultPolicy(faults_), zta::host::Pcm24In32(1), 128);
         source->SetValidLength(64);
         source->AnnounceRead();
         destination->AnnounceWrite();
@@ -531,8 +531,11 @@ private:
     static void CheckReferences(FaultyBuffer& buffer, long own)
     {
         const long kept = buffer.References() - own;
-        ZTA_FUZZ_CHECK(kept >= 0 && kept <= buffer.Rejections());
-        buffer.ReleaseKept(kept);
+        ZTA_FUZZ_CHECK(kept >= 0 && kept <= buffer.rejections);
+        for (long i = 0; i < kept; ++i) {
+            buffer.Release();
+        }
+        buffer.rejections = 0;
     }
 
     /// A failure is recorded on each output.

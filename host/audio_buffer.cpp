@@ -273,6 +273,11 @@ void AudioBuffer::AnnounceWrite()
     open_ += kOneWrite;
 }
 
+long AudioBuffer::References() const
+{
+    return static_cast<long>(references_);
+}
+
 int AudioBuffer::ReadCount() const
 {
     return static_cast<int>(open_ & kReadMask);

@@ -85,6 +85,8 @@ public:
     void AnnounceRead();  ///< on an input
     void AnnounceWrite(); ///< on an output
 
+    [[nodiscard]] long References() const; ///< reference count
+
     [[nodiscard]] int ReadCount() const;  ///< announced reads without a signal
     [[nodiscard]] int WriteCount() const; ///< announced writes without a signal
 

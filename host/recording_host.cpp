@@ -3,6 +3,7 @@
 #include <zta/status.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <stdexcept>
 
 namespace zta::host {
@@ -65,119 +66,61 @@ Ref<RecordingBuffer> RecordingBuffer::Create(CallLog& log, std::string name, con
 
 RecordingBuffer::RecordingBuffer(CallLog& log, std::string name, const SZtaWaveFormatInfo& format,
                                  std::size_t capacityBytes)
-    : AudioBuffer(format, capacityBytes), log_(log), name_(std::move(name))
+    : InstrumentedBuffer(CallRecorder(log, std::move(name)), format, capacityBytes)
 {
 }
 
-// A failed call has no effect and writes no output.
-#define ZTA_RECORD(text, call)                                                                                         \
-    const int injected = log_.Enter(name_ + "." + (text));                                                             \
-    return injected < 0 ? injected : AudioBuffer::call
-
 namespace {
 
-std::string WithValue(const char* operation, unsigned long value)
+/// The names of the operations that are logged. AddRef and Release are not.
+constexpr const char* kOperationNames[kBufferOperationCount] = {
+    "QueryInterface",
+    "",
+    "",
+    "MarkWriteStartTime",
+    "MarkWriteStopTime",
+    "SignalReadCompletion",
+    "SignalWriteCompletion",
+    "SetErrorCode",
+    "GetErrorCode",
+    "SetPolarity",
+    "SetWaveFormat",
+    "GetAudioSamplesDescription",
+    "GetBufferAndLength",
+    "GetBufferCapacity",
+    "GetLengthInSampleFrames",
+    "SetFadeIn",
+    "SetFadeOut",
+    "SetLength",
+};
+
+/// The argument of a setter in parentheses, or "".
+std::string ArgumentText(const BufferCall& call)
 {
-    return std::string(operation) + "(" + std::to_string(value) + ")";
+    switch (call.operation) {
+    case BufferOperation::SetErrorCode: {
+        char text[16];
+        std::snprintf(text, sizeof(text), "(0x%08lX)", call.value);
+        return text;
+    }
+    case BufferOperation::SetPolarity:
+    case BufferOperation::SetFadeIn:
+    case BufferOperation::SetFadeOut:
+    case BufferOperation::SetLength:
+        return std::string("(").append(std::to_string(call.value)).append(")");
+    default:
+        return "";
+    }
 }
 
 } // namespace
 
-int RecordingBuffer::QueryInterface(const _GUID& riid, void** ppv)
+int CallRecorder::Enter(const BufferCall& call)
 {
-    ZTA_RECORD("QueryInterface", QueryInterface(riid, ppv));
+    return log_->Enter(name_ + "." + kOperationNames[static_cast<std::size_t>(call.operation)] + ArgumentText(call));
 }
 
-unsigned long RecordingBuffer::AddRef()
-{
-    ++references_;
-    return AudioBuffer::AddRef();
-}
-
-unsigned long RecordingBuffer::Release()
-{
-    --references_;
-    return AudioBuffer::Release();
-}
-
-int RecordingBuffer::MarkWriteStartTime()
-{
-    ZTA_RECORD("MarkWriteStartTime", MarkWriteStartTime());
-}
-
-int RecordingBuffer::MarkWriteStopTime()
-{
-    ZTA_RECORD("MarkWriteStopTime", MarkWriteStopTime());
-}
-
-int RecordingBuffer::SignalReadCompletion()
-{
-    ZTA_RECORD("SignalReadCompletion", SignalReadCompletion());
-}
-
-int RecordingBuffer::SignalWriteCompletion()
-{
-    ZTA_RECORD("SignalWriteCompletion", SignalWriteCompletion());
-}
-
-int RecordingBuffer::SetErrorCode(int code)
-{
-    char text[32];
-    std::snprintf(text, sizeof(text), "SetErrorCode(0x%08X)", static_cast<unsigned int>(code));
-    ZTA_RECORD(text, SetErrorCode(code));
-}
-
-int RecordingBuffer::GetErrorCode(int* code)
-{
-    ZTA_RECORD("GetErrorCode", GetErrorCode(code));
-}
-
-int RecordingBuffer::SetPolarity(std::uint32_t polarity)
-{
-    ZTA_RECORD(WithValue("SetPolarity", polarity), SetPolarity(polarity));
-}
-
-int RecordingBuffer::SetWaveFormat(SZtaWaveFormatInfo* format)
-{
-    ZTA_RECORD("SetWaveFormat", SetWaveFormat(format));
-}
-
-int RecordingBuffer::GetAudioSamplesDescription(SZtAudioSamplesDescription* description)
-{
-    ZTA_RECORD("GetAudioSamplesDescription", GetAudioSamplesDescription(description));
-}
-
-int RecordingBuffer::GetBufferAndLength(void** data, unsigned long* lengthBytes)
-{
-    ZTA_RECORD("GetBufferAndLength", GetBufferAndLength(data, lengthBytes));
-}
-
-int RecordingBuffer::GetBufferCapacity(unsigned long* capacityBytes)
-{
-    ZTA_RECORD("GetBufferCapacity", GetBufferCapacity(capacityBytes));
-}
-
-int RecordingBuffer::GetLengthInSampleFrames(unsigned long* frames)
-{
-    ZTA_RECORD("GetLengthInSampleFrames", GetLengthInSampleFrames(frames));
-}
-
-int RecordingBuffer::SetFadeIn(bool fadeIn)
-{
-    ZTA_RECORD(WithValue("SetFadeIn", fadeIn), SetFadeIn(fadeIn));
-}
-
-int RecordingBuffer::SetFadeOut(bool fadeOut)
-{
-    ZTA_RECORD(WithValue("SetFadeOut", fadeOut), SetFadeOut(fadeOut));
-}
-
-int RecordingBuffer::SetLength(unsigned long lengthBytes)
-{
-    ZTA_RECORD(WithValue("SetLength", lengthBytes), SetLength(lengthBytes));
-}
-
-#undef ZTA_RECORD
+template class InstrumentedBuffer<CallRecorder>;
 
 int RecordingHost::QueryInterface(const _GUID& /*riid*/, void** ppv)
 {

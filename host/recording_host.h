@@ -1,7 +1,7 @@
 /// A host for tests and for the validator: its buffers log every call and can fail a chosen one.
 #pragma once
 
-#include "audio_buffer.h"
+#include "instrumented_buffer.h"
 #include "ref.h"
 
 #include <zta/engine_interfaces.h>
@@ -52,46 +52,43 @@ private:
     std::vector<std::pair<std::string, int>> failingEntries_;
 };
 
-/// A buffer that logs each call before it executes it; a call that the log fails has no effect.
-class RecordingBuffer : public AudioBuffer {
+/// The policy of a buffer that logs each call before it executes it; a call that the log fails has no effect.
+class CallRecorder : public BufferPolicy {
+public:
+    /// The log must outlive the buffer.
+    CallRecorder(CallLog& log, std::string name) : log_(&log), name_(std::move(name)) {}
+
+    /// Logs the call. Executes it unless the log fails it.
+    template <class Proceed>
+    int Call(const BufferCall& call, Proceed proceed)
+    {
+        const int injected = Enter(call);
+        return injected < 0 ? injected : proceed();
+    }
+
+    /// Returns the name that the entries of the buffer begin with.
+    [[nodiscard]] const std::string& Name() const { return name_; }
+
+private:
+    int Enter(const BufferCall& call);
+
+    CallLog* log_;
+    std::string name_;
+};
+
+extern template class InstrumentedBuffer<CallRecorder>;
+
+/// A buffer with a CallRecorder.
+class RecordingBuffer : public InstrumentedBuffer<CallRecorder> {
 public:
     /// As `AudioBuffer::Create`; the log must outlive the buffer.
     static Ref<RecordingBuffer> Create(CallLog& log, std::string name, const SZtaWaveFormatInfo& format,
                                        std::size_t capacityBytes);
 
-    int QueryInterface(const _GUID& riid, void** ppv) override;
-    unsigned long AddRef() override;
-    unsigned long Release() override;
-    int MarkWriteStartTime() override;
-    int MarkWriteStopTime() override;
-    int SignalReadCompletion() override;
-    int SignalWriteCompletion() override;
-    int SetErrorCode(int code) override;
-    int GetErrorCode(int* code) override;
-    int SetPolarity(std::uint32_t polarity) override;
-    int SetWaveFormat(SZtaWaveFormatInfo* format) override;
-    int GetAudioSamplesDescription(SZtAudioSamplesDescription* description) override;
-    int GetBufferAndLength(void** data, unsigned long* lengthBytes) override;
-    int GetBufferCapacity(unsigned long* capacityBytes) override;
-    int GetLengthInSampleFrames(unsigned long* frames) override;
-    int SetFadeIn(bool fadeIn) override;
-    int SetFadeOut(bool fadeOut) override;
-    int SetLength(unsigned long lengthBytes) override;
-
-    /// Returns the reference count.
-    [[nodiscard]] long References() const { return references_; }
-    /// Returns the name that its entries begin with.
-    [[nodiscard]] const std::string& Name() const { return name_; }
-
 protected:
     /// The object has one reference, owned by its creator.
     RecordingBuffer(CallLog& log, std::string name, const SZtaWaveFormatInfo& format, std::size_t capacityBytes);
     ~RecordingBuffer() override = default;
-
-private:
-    CallLog& log_;
-    std::string name_;
-    long references_ = 1;
 };
 
 /// A host engine that creates recording buffers. The scratch buffers are named "scratch0" to "scratch2", "fade0",

@@ -1,6 +1,7 @@
 /// Owned references.
 #pragma once
 
+#include <type_traits>
 #include <utility>
 
 namespace zta::host {
@@ -18,6 +19,12 @@ public:
 
     /// Moves the reference.
     Ref(Ref&& other) noexcept : object_(other.Detach()) {}
+
+    /// Copies or moves the reference of an object of a derived class.
+    template <class Derived>
+    requires std::is_convertible_v<Derived*, T*> Ref(Ref<Derived> other)
+    noexcept : object_(other.Detach()) {}
+
     ~Ref() { Reset(); }
 
     /// Copies or moves. Releases the old reference after the new one is acquired.

@@ -13,6 +13,8 @@
 
 namespace bench {
 
+/// The second base of an InstrumentedBuffer, beside host::AudioBuffer: atomic counts and memory of its own would be
+/// measured with the engine.
 class PlainBuffer : public IZtAudioSamples {
 public:
     PlainBuffer(const SZtaWaveFormatInfo& format, std::byte* data, std::size_t capacity, std::size_t length);

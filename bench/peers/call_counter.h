@@ -3,6 +3,7 @@
 
 #include "bench/common/host.h"
 #include "bench/peers/workload.h"
+#include "host/instrumented_buffer.h"
 
 #include <array>
 #include <functional>
@@ -13,37 +14,29 @@
 
 namespace bench {
 
-/// A buffer that counts the calls of each kind.
-class CountingBuffer : public PlainBuffer {
-public:
-    using PlainBuffer::PlainBuffer;
-    using CallCounts = std::array<int, 18>;
+/// The number of calls of each operation.
+using CallCounts = std::array<int, zta::host::kBufferOperationCount>;
 
-    const CallCounts& Counts() const { return counts_; }
-    void Clear() { counts_ = {}; }
+/// The policy of a buffer that counts the calls of each operation.
+struct CallCounter : zta::host::BufferPolicy {
+    CallCounts counts{};
 
-    int QueryInterface(const _GUID& riid, void** ppv) override;
-    unsigned long AddRef() override;
-    unsigned long Release() override;
-    int MarkWriteStartTime() override;
-    int MarkWriteStopTime() override;
-    int SignalReadCompletion() override;
-    int SignalWriteCompletion() override;
-    int SetErrorCode(int code) override;
-    int GetErrorCode(int* code) override;
-    int SetPolarity(std::uint32_t polarity) override;
-    int SetWaveFormat(SZtaWaveFormatInfo* format) override;
-    int GetAudioSamplesDescription(SZtAudioSamplesDescription* description) override;
-    int GetBufferAndLength(void** data, unsigned long* length) override;
-    int GetBufferCapacity(unsigned long* capacity) override;
-    int GetLengthInSampleFrames(unsigned long* frames) override;
-    int SetFadeIn(bool fadeIn) override;
-    int SetFadeOut(bool fadeOut) override;
-    int SetLength(unsigned long length) override;
+    template <class Proceed>
+    int Call(const zta::host::BufferCall& call, Proceed proceed)
+    {
+        ++counts[static_cast<std::size_t>(call.operation)];
+        return proceed();
+    }
 
-private:
-    CallCounts counts_{};
+    template <class Proceed>
+    unsigned long CallReference(zta::host::BufferOperation operation, Proceed proceed)
+    {
+        ++counts[static_cast<std::size_t>(operation)];
+        return proceed();
+    }
 };
+
+using CountingBuffer = zta::host::InstrumentedBuffer<CallCounter, PlainBuffer>;
 
 /// The planes of a layout as counting buffers.
 class CountingBufferSet {
@@ -53,7 +46,7 @@ public:
     IZtAudioSamples* One() const { return pointers_.front(); }
     IZtAudioSamples** Array() { return pointers_.data(); }
     unsigned long Count() const { return pointers_.size(); }
-    std::vector<CountingBuffer::CallCounts> TakeCounts();
+    std::vector<CallCounts> TakeCounts();
 
 private:
     std::vector<std::unique_ptr<CountingBuffer>> buffers_;

@@ -3,6 +3,7 @@
 #include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "host/host_engine.h"
+#include "host/instrumented_buffer.h"
 #include "testing/recording_host.h"
 #include "testing/scenarios.h"
 
@@ -117,28 +118,22 @@ TEST(EngineThreads, ManyCallersOfOneEngineWinOneAtATime)
     EXPECT_GT(done, 0);
 }
 
-/// Called by a worker: the calling thread has set the engine's busy flag.
-class WatchedBuffer final : public host::AudioBuffer {
-public:
-    static host::Ref<WatchedBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t bytes)
+/// Finds out how many threads are inside SetLength, which only a worker calls: the calling thread has set the engine's
+/// busy flag.
+struct OverlapDetector : host::BufferPolicy {
+    static inline std::atomic<int> inside{0};
+    static inline std::atomic<int> maxInside{0};
+
+    template <class Proceed>
+    int Call(const host::BufferCall& call, Proceed proceed)
     {
-        return host::Ref<WatchedBuffer>::Adopt(new WatchedBuffer(format, bytes));
+        if (call.operation == host::BufferOperation::SetLength) {
+            maxInside = std::max<int>(maxInside, ++inside);
+            std::this_thread::yield();
+            --inside;
+        }
+        return proceed();
     }
-
-    int SetLength(unsigned long lengthBytes) override
-    {
-        most_ = std::max<int>(most_, ++inside_);
-        std::this_thread::yield();
-        --inside_;
-        return host::AudioBuffer::SetLength(lengthBytes);
-    }
-
-    static inline std::atomic<int> most_{0};
-
-private:
-    using host::AudioBuffer::AudioBuffer;
-
-    static inline std::atomic<int> inside_{0};
 };
 
 TEST(EngineThreads, CallersOfOneEngineAreNeverInsideTogether)
@@ -148,7 +143,7 @@ TEST(EngineThreads, CallersOfOneEngineAreNeverInsideTogether)
     auto engine = CreateEngine(*hostEngine);
     std::atomic<int> done{0};
     std::atomic<int> wrong{0};
-    WatchedBuffer::most_ = 0;
+    OverlapDetector::maxInside = 0;
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&] {
@@ -156,6 +151,7 @@ TEST(EngineThreads, CallersOfOneEngineAreNeverInsideTogether)
             auto right = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
             left->SetValidLength(kFrames * 2);
             right->SetValidLength(kFrames * 2);
+            using WatchedBuffer = host::InstrumentedBuffer<OverlapDetector>;
             auto wide = WatchedBuffer::Create(host::Pcm24In32(1), kFrames * 4);
             auto stereo = WatchedBuffer::Create(host::Pcm16(2), kFrames * 4);
             for (int round = 0; round < 500; ++round) {
@@ -179,7 +175,7 @@ TEST(EngineThreads, CallersOfOneEngineAreNeverInsideTogether)
     }
     EXPECT_EQ(wrong, 0);
     EXPECT_GT(done, 0);
-    EXPECT_EQ(WatchedBuffer::most_, 1);
+    EXPECT_EQ(OverlapDetector::maxInside, 1);
 }
 
 TEST(EngineThreads, EnginesComeAndGoOnManyThreads)

@@ -1,6 +1,7 @@
 // A host that uses the public headers only: it links no library of this project, uses dlopen and dlsym, and defines no
 // ZtLogger. It loads, uses and unloads the module ten times and checks each step. Exits with 0 on success; otherwise it
-// prints the first failed check to standard error and exits with 1.
+// prints the first failed check to standard error and exits with 1. Its buffer shares no code with the reference host on
+// purpose: both could have the same misunderstanding of the contract.
 
 #include <zta/zta.h>
 

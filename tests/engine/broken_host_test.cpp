@@ -1,6 +1,7 @@
 // Hosts that break the contract of their own interfaces, and arguments that no operation passes.
 
 #include "testing/engine_fixture.h"
+#include "testing/misbehaving_buffer.h"
 
 namespace zta::test {
 namespace {
@@ -8,29 +9,12 @@ namespace {
 using host::Pcm16;
 using host::Pcm20In32;
 
-/// Fails the query for its content, and returns a reference nevertheless.
-class LyingBuffer : public RecordingBuffer {
-public:
-    static host::Ref<LyingBuffer> Create(CallLog& journal)
-    {
-        return host::Ref<LyingBuffer>::Adopt(new LyingBuffer(journal));
-    }
-
-    int QueryInterface(const _GUID& riid, void** ppv) override
-    {
-        RecordingBuffer::QueryInterface(riid, ppv);
-        return E_NOINTERFACE;
-    }
-
-private:
-    explicit LyingBuffer(CallLog& journal) : RecordingBuffer(journal, "liar", Pcm16(1), 200) {}
-};
-
 class BrokenHost : public EngineTest {};
 
 TEST_F(BrokenHost, ReceivesItsReferenceBackFromAFailedQueryOfACopy)
 {
-    auto liar = LyingBuffer::Create(callLog_);
+    auto liar = MisbehavingBuffer::Create(callLog_, "liar", Pcm16(1), 200);
+    liar->queryStatus = E_NOINTERFACE;
     auto other = Make("other", Pcm16(1), 100);
     EXPECT_EQ(engine_->CopyAudioSamples(liar.Get(), other.Get()), E_NOINTERFACE);
     EXPECT_EQ(other->ErrorCode(), E_NOINTERFACE);

@@ -33,7 +33,7 @@ protected:
     Scenario MakeScenario()
     {
         return GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-            return host::Ref<host::AudioBuffer>::Adopt(RecordingBuffer::Create(callLog_, name, format, bytes).Detach());
+            return RecordingBuffer::Create(callLog_, name, format, bytes);
         });
     }
 
@@ -133,12 +133,16 @@ protected:
             GetParam().make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
                 auto buffer = MisbehavingBuffer::Create(callLog_, name, format, bytes);
                 buffers.push_back(buffer.Get());
-                return host::Ref<host::AudioBuffer>::Adopt(buffer.Detach());
+                return buffer;
             });
         callLog_.Clear();
         if (atReferences) {
             for (MisbehavingBuffer* buffer : buffers) {
-                buffer->onAddRef = raise;
+                buffer->onCall = [&](host::BufferOperation operation) {
+                    if (operation == host::BufferOperation::AddRef) {
+                        raise();
+                    }
+                };
             }
         } else {
             callLog_.hook = [&](const std::string& /*entry*/) { raise(); };
@@ -151,7 +155,7 @@ protected:
         }
         callLog_.hook = nullptr;
         for (MisbehavingBuffer* buffer : buffers) {
-            buffer->onAddRef = nullptr;
+            buffer->onCall = nullptr;
         }
         SCOPED_TRACE((atReferences ? "reference " : "call ") + std::to_string(n) +
                      (callLog_.Calls().empty() ? "" : ", last call " + callLog_.Calls().back()));

@@ -14,8 +14,8 @@
 namespace {
 
 using namespace zta::host;
-using zta::test::ClocklessBuffer;
 using zta::test::ExpectRealtimeSafe;
+using zta::test::MakeClockless;
 using zta::test::RealtimeTrap;
 
 constexpr std::size_t kFrames = 480;
@@ -28,13 +28,13 @@ protected:
     {
         SCOPED_TRACE(FormatName(from) + " to " + FormatName(to) + (fade_in ? ", fade in" : "") +
                      (fade_out ? ", fade out" : ""));
-        const auto source = ClocklessBuffer::Create(from, kFrames);
-        const auto destination = ClocklessBuffer::Create(to, kFrames);
+        const auto source = MakeClockless(from, kFrames);
+        const auto destination = MakeClockless(to, kFrames);
         source->SetFades(fade_in, fade_out);
         CopyBetween(source, destination, expected);
     }
 
-    void CopyBetween(const Ref<ClocklessBuffer>& source, const Ref<ClocklessBuffer>& destination, int expected)
+    void CopyBetween(const Ref<AudioBuffer>& source, const Ref<AudioBuffer>& destination, int expected)
     {
         source->AnnounceRead();
         destination->AnnounceWrite();
@@ -121,8 +121,8 @@ TEST_F(CopyRealtime, FadesOnTheScratchBuffer)
 
 TEST_F(CopyRealtime, FailuresOfTheEntryPoint)
 {
-    const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
-    const auto destination = ClocklessBuffer::Create(Pcm16(2), kFrames);
+    const auto source = MakeClockless(Pcm16(2), kFrames);
+    const auto destination = MakeClockless(Pcm16(2), kFrames);
 
     int status = 0;
     ExpectRealtimeSafe([&] { status = engine_->CopyAudioSamples(source.Get(), nullptr); });
@@ -145,36 +145,28 @@ TEST_F(CopyRealtime, FailuresOfTheWorker)
     Copy(Float32(2), Float32(2, 44100), false, false, ZT_E_FORMAT_NOT_SUPPORTED);
     Copy(Pcm16(32), Pcm16(32), true, false, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 
-    const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
-    const auto small = ClocklessBuffer::Create(Pcm16(2), kFrames - 1);
+    const auto source = MakeClockless(Pcm16(2), kFrames);
+    const auto small = MakeClockless(Pcm16(2), kFrames - 1);
     CopyBetween(source, small, ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     // The byte copy keeps a reference on the destination.
     EXPECT_EQ(small->Release(), 1U);
-    CopyBetween(source, ClocklessBuffer::Create(Pcm24In32(2), kFrames - 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    CopyBetween(source, MakeClockless(Pcm24In32(2), kFrames - 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
 }
 
 TEST_F(CopyRealtime, ACallOnABusyEngine)
 {
     // A nested call of the host finds the busy flag set, as another thread would.
-    class Reentrant : public ClocklessBuffer {
-    public:
-        Reentrant(const SZtaWaveFormatInfo& format, std::function<void()> inner)
-            : ClocklessBuffer(format, kFrames), inner_(std::move(inner))
-        {
-        }
-
-        int MarkWriteStartTime() override { return inner_(), 0; }
-
-    private:
-        std::function<void()> inner_;
-    };
-
-    const auto source = ClocklessBuffer::Create(Pcm16(2), kFrames);
-    const auto inner_source = ClocklessBuffer::Create(Pcm16(2), kFrames);
-    const auto inner_destination = ClocklessBuffer::Create(Pcm16(2), kFrames);
+    const auto source = MakeClockless(Pcm16(2), kFrames);
+    const auto inner_source = MakeClockless(Pcm16(2), kFrames);
+    const auto inner_destination = MakeClockless(Pcm16(2), kFrames);
     int inner_status = 0;
-    const auto destination = Ref<ClocklessBuffer>::Adopt(new Reentrant(
-        Pcm16(2), [&] { inner_status = engine_->CopyAudioSamples(inner_source.Get(), inner_destination.Get()); }));
+    const auto destination =
+        MakeClockless<InstrumentedBuffer<zta::test::Misbehavior, zta::test::ClocklessBuffer>>(Pcm16(2), kFrames);
+    destination->onCall = [&](BufferOperation operation) {
+        if (operation == BufferOperation::MarkWriteStartTime) {
+            inner_status = engine_->CopyAudioSamples(inner_source.Get(), inner_destination.Get());
+        }
+    };
     inner_source->AnnounceRead();
     inner_destination->AnnounceWrite();
     CopyBetween(source, destination, ZT_NOERROR);

@@ -17,8 +17,10 @@
 namespace {
 
 using zta::host::AudioBuffer;
+using zta::host::BufferOperation;
 using zta::host::Ref;
 using zta::test::ClocklessBuffer;
+using zta::test::MakeClockless;
 using zta::test::Scenario;
 using zta::test::ScenarioCase;
 
@@ -32,7 +34,7 @@ TEST_P(OperationsRealtime, NeitherAllocateNorLockNorEnterTheKernel)
     const Scenario scenario =
         GetParam().make([](const std::string& /*name*/, const SZtaWaveFormatInfo& format, std::size_t bytes) {
             const std::size_t frameBytes = zta::host::BytesPerFrame(format);
-            return Ref<AudioBuffer>::Adopt(ClocklessBuffer::Create(format, bytes / frameBytes).Detach());
+            return MakeClockless(format, bytes / frameBytes);
         });
     for (const auto& input : scenario.inputs) {
         input->AnnounceRead();
@@ -48,44 +50,8 @@ TEST_P(OperationsRealtime, NeitherAllocateNorLockNorEnterTheKernel)
 INSTANTIATE_TEST_SUITE_P(Operations, OperationsRealtime, testing::ValuesIn(zta::test::Scenarios()),
                          [](const auto& parameter) { return parameter.param.name; });
 
-/// A buffer of an unusual host: its samples have no address, it reports another capacity than it has, or the setter of
-/// its length returns a status above 0.
-class UnusualBuffer : public ClocklessBuffer {
-public:
-    static Ref<UnusualBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t frames)
-    {
-        auto buffer = Ref<UnusualBuffer>::Adopt(new UnusualBuffer(format, frames));
-        buffer->SetValidLength(buffer->Capacity());
-        return buffer;
-    }
-
-    bool hasNoAddress = false;
-    unsigned long hiddenBytes = 0; ///< of the capacity
-    int lengthStatus = 0;
-
-    int GetBufferAndLength(void** data, unsigned long* lengthBytes) override
-    {
-        const int status = AudioBuffer::GetBufferAndLength(data, lengthBytes);
-        *data = hasNoAddress ? nullptr : *data;
-        return status;
-    }
-
-    int GetBufferCapacity(unsigned long* capacityBytes) override
-    {
-        const int status = AudioBuffer::GetBufferCapacity(capacityBytes);
-        *capacityBytes -= hiddenBytes;
-        return status;
-    }
-
-    int SetLength(unsigned long lengthBytes) override
-    {
-        const int status = AudioBuffer::SetLength(lengthBytes);
-        return status < 0 ? status : lengthStatus;
-    }
-
-private:
-    using ClocklessBuffer::ClocklessBuffer;
-};
+/// A buffer of an unusual host under the trap.
+using UnusualBuffer = zta::host::InstrumentedBuffer<zta::test::Misbehavior, ClocklessBuffer>;
 
 class UnusualHostRealtime : public zta::test::RealtimeEngine {
 protected:
@@ -99,8 +65,8 @@ protected:
 TEST_F(UnusualHostRealtime, CopiesFromAndIntoBuffersWithoutAnAddress)
 {
     for (const bool source : {true, false}) {
-        const auto in = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
-        const auto out = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
+        const auto in = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
+        const auto out = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
         (source ? in : out)->hasNoAddress = true;
         Announce(*in, *out);
         int status = 1;
@@ -116,8 +82,8 @@ TEST_F(UnusualHostRealtime, DuplicatesFromAndIntoBuffersWithoutAnAddress)
 {
     for (const unsigned long length : {0UL, 10UL}) {
         for (const bool source : {true, false}) {
-            const auto in = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
-            const auto out = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
+            const auto in = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
+            const auto out = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
             (source ? in : out)->hasNoAddress = true;
             Announce(*in, *out);
             zta::test::ExpectRealtimeSafe([&] { engine_->DuplicateAudioSamples(in.Get(), 0, out.Get(), 0, length); });
@@ -129,10 +95,10 @@ TEST_F(UnusualHostRealtime, DuplicatesFromAndIntoBuffersWithoutAnAddress)
 
 TEST_F(UnusualHostRealtime, DeinterleavesNextToAScratchBufferIntoAnOutputThatReportsTooLittle)
 {
-    const auto stereo = UnusualBuffer::Create(zta::host::Pcm24In32(2), 64);
-    const auto left = UnusualBuffer::Create(zta::host::Float32(1), 64);
-    const auto right = UnusualBuffer::Create(zta::host::Pcm24In32(1), 64);
-    right->hiddenBytes = 4;
+    const auto stereo = MakeClockless<UnusualBuffer>(zta::host::Pcm24In32(2), 64);
+    const auto left = MakeClockless<UnusualBuffer>(zta::host::Float32(1), 64);
+    const auto right = MakeClockless<UnusualBuffer>(zta::host::Pcm24In32(1), 64);
+    right->reportedCapacity = right->Capacity() - 4;
     Announce(*stereo, *left);
     right->AnnounceWrite();
     int status = 1;
@@ -143,9 +109,9 @@ TEST_F(UnusualHostRealtime, DeinterleavesNextToAScratchBufferIntoAnOutputThatRep
 
 TEST_F(UnusualHostRealtime, ReturnsAStatusAboveZero)
 {
-    const auto left = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
-    const auto right = UnusualBuffer::Create(zta::host::Pcm16(1), 64);
-    const auto stereo = UnusualBuffer::Create(zta::host::Pcm16(2), 64);
+    const auto left = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
+    const auto right = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
+    const auto stereo = MakeClockless<UnusualBuffer>(zta::host::Pcm16(2), 64);
     stereo->lengthStatus = 2;
     Announce(*left, *stereo);
     right->AnnounceRead();
@@ -154,20 +120,6 @@ TEST_F(UnusualHostRealtime, ReturnsAStatusAboveZero)
         [&] { status = engine_->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get()); });
     EXPECT_EQ(status, 2);
 }
-
-/// A buffer that violates the real-time rules inside an operation, when the engine marks the start of a write.
-class BreakingBuffer : public ClocklessBuffer {
-public:
-    BreakingBuffer(const SZtaWaveFormatInfo& format, std::size_t frames, std::function<void()> breach)
-        : ClocklessBuffer(format, frames), breach_(std::move(breach))
-    {
-    }
-
-    int MarkWriteStartTime() override { return breach_(), 0; }
-
-private:
-    std::function<void()> breach_;
-};
 
 struct Breach {
     const char* name;
@@ -185,8 +137,13 @@ TEST_P(ViolationInAnOperation, IsDetected)
         GTEST_SKIP() << "the sanitizer watches the allocator itself";
     }
     const SZtaWaveFormatInfo format = zta::host::Pcm16(1);
-    const auto source = ClocklessBuffer::Create(format, 64);
-    const auto destination = Ref<BreakingBuffer>::Adopt(new BreakingBuffer(format, 64, GetParam().act));
+    const auto source = MakeClockless(format, 64);
+    const auto destination = MakeClockless<UnusualBuffer>(format, 64);
+    destination->onCall = [](BufferOperation operation) {
+        if (operation == BufferOperation::MarkWriteStartTime) {
+            GetParam().act();
+        }
+    };
     source->AnnounceRead();
     destination->AnnounceWrite();
     auto operation = [&] { engine_->CopyAudioSamples(source.Get(), destination.Get()); };

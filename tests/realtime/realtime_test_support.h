@@ -1,44 +1,14 @@
 /// Helpers of the tests under the real-time trap.
 #pragma once
 
-#include "host/audio_buffer.h"
-#include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/module.h"
+#include "testing/buffer_policies.h"
 #include "testing/realtime_trap.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstddef>
-
 namespace zta::test {
-
-/// A buffer whose marks do not read the clock: on some machines that is a system call, of the host.
-class ClocklessBuffer : public host::AudioBuffer {
-public:
-    [[nodiscard]] static host::Ref<ClocklessBuffer> Create(const SZtaWaveFormatInfo& format, std::size_t frames)
-    {
-        auto buffer = host::Ref<ClocklessBuffer>::Adopt(new ClocklessBuffer(format, frames));
-        buffer->SetValidLength(buffer->Capacity());
-        return buffer;
-    }
-
-    int MarkWriteStartTime() override { return ++marks_, 0; }
-    int MarkWriteStopTime() override { return ++marks_, 0; }
-
-    /// Write start and stop marks together.
-    [[nodiscard]] int Marks() const { return marks_; }
-
-protected:
-    ClocklessBuffer(const SZtaWaveFormatInfo& format, std::size_t frames)
-        : AudioBuffer(format, frames * host::BytesPerFrame(format))
-    {
-    }
-
-private:
-    int marks_ = 0;
-};
 
 /// Runs an operation twice from the same state: in a child that may not enter the kernel, then here under the trap. The
 /// function must only call the engine; checks follow later.

@@ -125,8 +125,7 @@ TEST_F(StackOfOperations, StaysWithinItsBound)
         for (int round = 0; round < 2; ++round) {
             const Scenario scenario =
                 row.make([](const std::string& /*name*/, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-                    return host::Ref<host::AudioBuffer>::Adopt(
-                        ClocklessBuffer::Create(format, bytes / host::BytesPerFrame(format)).Detach());
+                    return MakeClockless(format, bytes / host::BytesPerFrame(format));
                 });
             int status = 1;
             depth = stack.DepthOf([&] { status = RunAnnounced(scenario, *engine_); });

@@ -1,5 +1,5 @@
 // Passes format records to the classification, the suggestions and the queries of every kernel class, and compares with
-// testing/format_model.h and the classes' lists of table entries.
+// testing/models/format_model.h and the classes' lists of table entries.
 
 #include "fuzz/fuzz_input.h"
 #include "kernels/bit_depth.h"
@@ -10,7 +10,7 @@
 #include "kernels/stereo_to_mono.h"
 #include "kernels/volume.h"
 #include "resampler/resample_audio.h"
-#include "testing/format_model.h"
+#include "testing/models/format_model.h"
 
 #include <zta/status.h>
 
@@ -18,7 +18,7 @@
 
 /// Gives access to the kernel tables.
 struct SZtLayoutProbe {
-    static const SZtAListOfProcessingFormatsAndFunctionIndex& Rows(const CZtaAudioProcessingUtil& kernel)
+    static const SZtAListOfProcessingFormatsAndFunctionIndex& Entries(const CZtaAudioProcessingUtil& kernel)
     {
         return *kernel.m_psProcessingFormats;
     }
@@ -26,6 +26,7 @@ struct SZtLayoutProbe {
 
 namespace {
 
+using models::Property;
 using zta::fuzz::FuzzInput;
 
 /// No valid format or property.
@@ -40,12 +41,6 @@ struct Suggestion {
 bool AreEqual(const SZtaWaveFormatInfo& first, const SZtaWaveFormatInfo& second)
 {
     return std::memcmp(&first, &second, sizeof(first)) == 0;
-}
-
-std::optional<std::uint32_t> Property(const SZtaWaveFormatInfo& format)
-{
-    return models::Property(format.eDataType, format.ulBitsPerSample, format.ulValidBitsPerSample,
-                            format.ulSamplesPerSec, format.ulChannels);
 }
 
 /// Mostly valid fields, sometimes random bits.
@@ -70,20 +65,20 @@ SZtaWaveFormatInfo MakeFormat(FuzzInput& choices)
 }
 
 /// A kernel table, and the expected results of its searches.
-class Rules {
+class KernelTable {
 public:
-    explicit Rules(const CZtaAudioProcessingUtil& kernel)
+    explicit KernelTable(const CZtaAudioProcessingUtil& kernel)
     {
-        const auto& list = SZtLayoutProbe::Rows(kernel);
+        const auto& list = SZtLayoutProbe::Entries(kernel);
         for (int i = 0; i < list.iFormatCount; ++i) {
-            rows_.push_back({list.psFormats[i].eInputFormat, list.psFormats[i].eOutputFormat});
+            entries_.push_back({list.psFormats[i].eInputFormat, list.psFormats[i].eOutputFormat});
         }
     }
 
     [[nodiscard]] bool Has(std::uint32_t in, std::uint32_t out) const
     {
-        for (const Row& row : rows_) {
-            if (row.in == in && row.out == out) {
+        for (const Entry& entry : entries_) {
+            if (entry.in == in && entry.out == out) {
                 return true;
             }
         }
@@ -101,18 +96,18 @@ public:
         if (Has(*inProperty, *outProperty)) {
             return {0, in, out};
         }
-        for (const Row& row : rows_) {
-            if (row.out == *outProperty) {
-                return {0, g_asFormatOfProperty[row.in], out};
+        for (const Entry& entry : entries_) {
+            if (entry.out == *outProperty) {
+                return {0, g_asFormatOfProperty[entry.in], out};
             }
         }
-        for (const Row& row : rows_) {
-            if (row.in == *inProperty) {
-                return {0, in, g_asFormatOfProperty[row.out]};
+        for (const Entry& entry : entries_) {
+            if (entry.in == *inProperty) {
+                return {0, in, g_asFormatOfProperty[entry.out]};
             }
         }
-        const Row& row = *inProperty == 19 ? rows_.front() : rows_.back();
-        return {0, g_asFormatOfProperty[row.in], g_asFormatOfProperty[row.out]};
+        const Entry& entry = *inProperty == 19 ? entries_.front() : entries_.back();
+        return {0, g_asFormatOfProperty[entry.in], g_asFormatOfProperty[entry.out]};
     }
 
     /// The format itself, else the last table entry of its kind: mono for the four mono formats, stereo for all others.
@@ -129,8 +124,8 @@ public:
             return std::find(set.begin(), set.end(), value) != set.end();
         };
         const bool mono = isOneOf(*property, {1, 8, 16, 20});
-        for (std::size_t i = rows_.size(); i > 0; --i) {
-            const std::uint32_t candidate = rows_[i - 1].in;
+        for (std::size_t i = entries_.size(); i > 0; --i) {
+            const std::uint32_t candidate = entries_[i - 1].in;
             if (mono ? isOneOf(candidate, {1, 8, 16, 20}) : isOneOf(candidate, {2, 9, 17, 21})) {
                 return {0, g_asFormatOfProperty[candidate], kUntouched};
             }
@@ -139,11 +134,11 @@ public:
     }
 
 private:
-    struct Row {
+    struct Entry {
         std::uint32_t in;
         std::uint32_t out;
     };
-    std::vector<Row> rows_;
+    std::vector<Entry> entries_;
 };
 
 void CheckClassification(CZtaAudioProcessingUtil& kernel, SZtaWaveFormatInfo format)
@@ -155,9 +150,9 @@ void CheckClassification(CZtaAudioProcessingUtil& kernel, SZtaWaveFormatInfo for
     ZTA_FUZZ_CHECK(property == expected.value_or(0));
 }
 
-void CheckPair(CZtaAudioProcessingUtil& kernel, const Rules& rules, SZtaWaveFormatInfo in, SZtaWaveFormatInfo out)
+void CheckPair(CZtaAudioProcessingUtil& kernel, const KernelTable& table, SZtaWaveFormatInfo in, SZtaWaveFormatInfo out)
 {
-    const Suggestion expected = rules.ForPair(in, out);
+    const Suggestion expected = table.ForPair(in, out);
     Suggestion found;
     found.status = kernel.SuggestFormatInOutBuffers(&in, &out, &found.in, &found.out);
     ZTA_FUZZ_CHECK(found.status == expected.status);
@@ -166,12 +161,12 @@ void CheckPair(CZtaAudioProcessingUtil& kernel, const Rules& rules, SZtaWaveForm
     bool supported = true;
     const int status = kernel.QueryFormatSupportedInOutBuffers(&in, &out, &supported);
     ZTA_FUZZ_CHECK(status == expected.status);
-    ZTA_FUZZ_CHECK(supported == (status >= 0 && rules.Has(*Property(in), *Property(out))));
+    ZTA_FUZZ_CHECK(supported == (status >= 0 && table.Has(*Property(in), *Property(out))));
 }
 
-void CheckOne(CZtaAudioProcessingUtil& kernel, const Rules& rules, SZtaWaveFormatInfo format)
+void CheckOne(CZtaAudioProcessingUtil& kernel, const KernelTable& table, SZtaWaveFormatInfo format)
 {
-    const Suggestion expected = rules.ForOne(format);
+    const Suggestion expected = table.ForOne(format);
     SZtaWaveFormatInfo found = kUntouched;
     ZTA_FUZZ_CHECK(kernel.SuggestFormatSingleBuffer(&format, &found) == expected.status);
     ZTA_FUZZ_CHECK(AreEqual(found, expected.in));
@@ -180,7 +175,7 @@ void CheckOne(CZtaAudioProcessingUtil& kernel, const Rules& rules, SZtaWaveForma
     const auto property = Property(format);
     const int status = kernel.QueryFormatSupportedSingleBuffer(&format, &supported);
     ZTA_FUZZ_CHECK(status == (property ? 0 : ZT_E_FORMAT_NOT_SUPPORTED));
-    ZTA_FUZZ_CHECK(supported == (property && rules.Has(*property, *property)));
+    ZTA_FUZZ_CHECK(supported == (property && table.Has(*property, *property)));
 }
 
 } // namespace
@@ -206,9 +201,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const SZtaWaveFormatInfo out = choices.ConsumeWithOdds(4) ? in : MakeFormat(choices);
     CheckClassification(bitDepth, in);
     for (CZtaAudioProcessingUtil* kernel : kernels) {
-        const Rules rules(*kernel);
-        CheckPair(*kernel, rules, in, out);
-        CheckOne(*kernel, rules, in);
+        const KernelTable table(*kernel);
+        CheckPair(*kernel, table, in, out);
+        CheckOne(*kernel, table, in);
     }
     return 0;
 }

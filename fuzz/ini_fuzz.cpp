@@ -1,8 +1,8 @@
-// Reads any text as an INI file, performs operations on it, and compares with testing/ini_model.h.
+// Reads any text as an INI file, performs operations on it, and compares with testing/models/ini_model.h.
 
 #include "fuzz/fuzz_input.h"
 #include "support/ini_file.h"
-#include "testing/ini_model.h"
+#include "testing/models/ini_model.h"
 #include "testing/temp_directory.h"
 
 #include <memory>

@@ -1,11 +1,14 @@
 // Sequences of the engine's operations on buffers of any format, length and state, while host calls fail or call the
 // engine again. In every case the status is a documented one, every buffer was signalled, references are released, and
-// the busy flag is right. If no host call fails, samples equal those of fuzz/reference_operations.h.
+// the busy flag is right. If no host call fails, samples equal those of testing/models/operation_models.h.
 
 #include "engine/audio_samples_engine.h"
 #include "fuzz/fault_injecting_host.h"
 #include "fuzz/fuzz_input.h"
-#include "fuzz/reference_operations.h"
+#include "host/formats.h"
+#include "testing/models/gain_model.h"
+#include "testing/models/interleave_model.h"
+#include "testing/models/operation_models.h"
 #include "testing/recording_host.h"
 
 #include <map>
@@ -30,6 +33,9 @@ struct SZtLayoutProbe {
 namespace {
 
 using namespace zta::fuzz;
+using models::AreEqual;
+using models::Content;
+using models::RelabelFormat;
 using zta::host::Ref;
 using Buffer = Ref<FaultyBuffer>;
 
@@ -608,14 +614,15 @@ private:
     static void CheckCopy(const Operation& operation, int status, const Content& in, const Content& out)
     {
         const Content found = ContentOf(*operation.outputs[0]);
-        ZTA_FUZZ_CHECK(!in.AsksForFade() || status < 0 || !found.AsksForFade());
+        ZTA_FUZZ_CHECK(!in.RequestsFade() || status < 0 || !found.RequestsFade());
         Content labelled = out;
-        FixLabel(labelled);
-        const FadeRow* const fade = FadeRowOf(labelled.Format());
-        if (in.AsksForFade() && fade == nullptr) {
+        RelabelFormat(labelled);
+        const models::FadeModel* const fade = models::FindFade(labelled.Format());
+        if (in.RequestsFade() && fade == nullptr) {
             return; // faded on a scratch buffer
         }
-        const Conversion expected = in.AsksForFade() ? CopyFadedPlainly(in, out, *fade) : ReferenceCopy(in, out);
+        const models::Conversion expected =
+            in.RequestsFade() ? models::ReferenceFadedCopy(in, out, *fade) : models::ReferenceCopy(in, out);
         if (expected.status == 1 && status < 0) {
             return;
         }
@@ -628,8 +635,8 @@ private:
 
     static void CheckDuplicate(const Operation& operation, int status, Content in, Content out)
     {
-        FixLabel(in);
-        FixLabel(out);
+        RelabelFormat(in);
+        RelabelFormat(out);
         const bool opaque = in.Format().eDataType == keZtAudioDataTypeOpaque &&
                             out.Format().eDataType == keZtAudioDataTypeOpaque &&
                             in.Format().ulChannels == out.Format().ulChannels &&
@@ -660,7 +667,7 @@ private:
     {
         SZtaWaveFormatInfo part = whole.Format();
         part.ulChannels = parts[0].Format().ulChannels;
-        bool direct = IsExact(whole.Format()) && whole.Format().eDataType == keZtAudioDataTypePcm &&
+        bool direct = models::IsRegular(whole.Format()) && whole.Format().eDataType == keZtAudioDataTypePcm &&
                       part.ulChannels * parts.size() == whole.Format().ulChannels && part.ulChannels <= 2 &&
                       (isMux ? whole.Format().ulChannels >= 4 : whole.Format().ulChannels == 2);
         for (const Content& content : parts) {
@@ -673,21 +680,21 @@ private:
                                   const Content& out)
     {
         const bool isMux = operation.kind != Kind::MonoToStereo;
-        const FadeRow* const fade = FadeRowOf(ins[0].Format());
+        const models::FadeModel* const fade = models::FindFade(ins[0].Format());
         bool plain = AreDirect(out, ins, isMux) && operation.volumes.empty() && ins[0].Frames() > 0;
         for (const Content& in : ins) {
-            plain = plain && (!in.AsksForFade() || (isMux && fade != nullptr));
+            plain = plain && (!in.RequestsFade() || (isMux && fade != nullptr));
         }
         if (!plain) {
             return;
         }
         std::vector<Content> staged = ins;
-        std::vector<const Content*> parts;
+        std::vector<models::Bytes> planes;
         for (Content& in : staged) {
-            if (in.AsksForFade()) {
-                ReferenceFade(*fade, in.description.bFadeIn, in.description.bFadeOut, in);
+            if (in.RequestsFade()) {
+                models::ReferenceFade(*fade, in.description.bFadeIn, in.description.bFadeOut, in);
             }
-            parts.push_back(&in);
+            planes.push_back(std::move(in.bytes));
         }
         // The length of a mux is its valid length; that of stereo is its capacity.
         const std::size_t frames = ins[0].Frames();
@@ -699,7 +706,7 @@ private:
         }
         ZTA_FUZZ_CHECK(status == 0);
         const std::size_t elementBytes = zta::host::BytesPerFrame(ins[0].Format());
-        std::vector<std::uint8_t> expected = Interleaved(parts, elementBytes, frames);
+        models::Bytes expected = models::Interleaved(planes, elementBytes, frames);
         const Content found = ContentOf(*operation.outputs[0]);
         ZTA_FUZZ_CHECK(found.length == expected.size());
         expected.insert(expected.end(), out.bytes.begin() + static_cast<std::ptrdiff_t>(expected.size()),
@@ -711,9 +718,9 @@ private:
     {
         const bool isMux = operation.kind != Kind::StereoToMono;
         const std::size_t frames = in.Frames();
-        const FadeRow* const fade = isMux && in.AsksForFade() ? FadeRowOf(outs[0].Format()) : nullptr;
+        const models::FadeModel* const fade = isMux && in.RequestsFade() ? models::FindFade(outs[0].Format()) : nullptr;
         bool plain = AreDirect(in, outs, isMux) && operation.volumes.empty() && frames > 0 &&
-                     (!in.AsksForFade() || !isMux || fade != nullptr);
+                     (!in.RequestsFade() || !isMux || fade != nullptr);
         // Outputs that are longer than the mux receive the frames behind its valid ones.
         for (const Content& out : outs) {
             plain = plain && (isMux ? out.Frames() == frames : out.CapacityFrames() >= frames);
@@ -735,12 +742,12 @@ private:
                             elementBytes);
             }
             if (fade != nullptr) {
-                ReferenceFade(*fade, in.description.bFadeIn, in.description.bFadeOut, expected);
+                models::ReferenceFade(*fade, in.description.bFadeIn, in.description.bFadeOut, expected);
             }
             const Content found = ContentOf(*operation.outputs[part]);
             ZTA_FUZZ_CHECK(found.bytes == expected.bytes);
             ZTA_FUZZ_CHECK(found.length == frames * elementBytes);
-            ZTA_FUZZ_CHECK(fade == nullptr || !found.AsksForFade());
+            ZTA_FUZZ_CHECK(fade == nullptr || !found.RequestsFade());
         }
     }
 
@@ -748,9 +755,9 @@ private:
     static void CheckVolume(const Operation& operation, int status, const Content& in, const Content& out)
     {
         const std::size_t channels = in.Format().ulChannels;
-        bool plain = operation.hasVolumes && operation.volumes.size() == channels && IsExact(in.Format()) &&
+        bool plain = operation.hasVolumes && operation.volumes.size() == channels && models::IsRegular(in.Format()) &&
                      AreEqual(in.Format(), out.Format()) && in.Format().ulValidBitsPerSample == 24 &&
-                     in.Format().ulBitsPerSample == 32 && !in.AsksForFade() && in.Frames() == out.Frames() &&
+                     in.Format().ulBitsPerSample == 32 && !in.RequestsFade() && in.Frames() == out.Frames() &&
                      in.Frames() * channels >= 4;
         for (const SZtAudioMonoVolumeInfo& volume : operation.volumes) {
             plain = plain && volume.fStartVolume == volume.fEndVolume && volume.fStartVolume >= 0.0F &&

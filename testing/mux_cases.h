@@ -4,6 +4,8 @@
 
 #include "kernels/mux_conversion.h"
 #include "testing/fake_audio_samples.h"
+#include "testing/models/format_model.h"
+#include "testing/models/interleave_model.h"
 
 #include <cstddef>
 #include <vector>
@@ -104,29 +106,5 @@ inline const std::vector<MuxCase> kMuxToStereoRows = {
 #undef ZTA_ASSEMBLES
 #undef ZTA_SPLITS
 
-/// The wave format of an integer property: 16-in-16, 24-in-32 or 24-in-24, 1 to 64 channels, 48000 Hz.
-inline SZtaWaveFormatInfo FormatOfLayout(int property)
-{
-    constexpr std::uint32_t kChannels[] = {1, 2, 4, 8, 16, 32, 64};
-    if (property >= 20) {
-        return WaveFormat(1, 24, 24, 48000, kChannels[property - 20]);
-    }
-    return property >= 8 ? WaveFormat(1, 32, 24, 48000, kChannels[property - 8])
-                         : WaveFormat(1, 16, 16, 48000, kChannels[property - 1]);
-}
-
-/// Reference model of all mux operations: frame by frame, one element of each buffer.
-inline std::vector<std::uint8_t> Muxed(const std::vector<std::vector<std::uint8_t>>& buffers, std::size_t elementBytes,
-                                       std::size_t frames)
-{
-    std::vector<std::uint8_t> mux;
-    mux.reserve(buffers.size() * elementBytes * frames);
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        for (const std::vector<std::uint8_t>& buffer : buffers) {
-            for (std::size_t i = 0; i < elementBytes; ++i) {
-                mux.push_back(buffer[frame * elementBytes + i]);
-            }
-        }
-    }
-    return mux;
-}
+inline constexpr auto FormatOfLayout = models::FormatOfProperty;
+inline constexpr auto Muxed = models::Interleaved;

@@ -1,7 +1,7 @@
 /// Compares the INI file with a plain model of its rules, over random files and random sequences of operations.
 /// A failure prints the seed; the environment variable ZTA_TEST_SEED repeats it.
 #include "support/ini_file.h"
-#include "testing/ini_model.h"
+#include "testing/models/ini_model.h"
 #include "testing/temp_directory.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "kernels/audio_processing_util.h"
 
 #include "testing/fake_audio_samples.h"
-#include "testing/format_model.h"
+#include "testing/models/format_model.h"
 
 #include <zta/status.h>
 

@@ -5,6 +5,7 @@
 #include <zta/audio_records.h>
 
 #include <cstdint>
+#include <cstring>
 #include <optional>
 
 namespace models {
@@ -103,7 +104,7 @@ inline std::optional<std::uint32_t> MultiFormatProperty(std::uint32_t container,
     return std::nullopt;
 }
 
-/// Returns nothing for a rejected format.
+/// Returns the property of a format, or nothing for a rejected one.
 inline std::optional<std::uint32_t> Property(std::uint32_t type, std::uint32_t container, std::uint32_t valid,
                                              std::uint32_t rate, std::uint32_t channels)
 {
@@ -117,6 +118,50 @@ inline std::optional<std::uint32_t> Property(std::uint32_t type, std::uint32_t c
     default:
         return container == 32 && valid == 24 ? std::optional<std::uint32_t>(15) : std::nullopt;
     }
+}
+
+inline std::optional<std::uint32_t> Property(const SZtaWaveFormatInfo& format)
+{
+    return Property(format.eDataType, format.ulBitsPerSample, format.ulValidBitsPerSample, format.ulSamplesPerSec,
+                    format.ulChannels);
+}
+
+/// Returns the regular format of a property, which must not be 0 or 15.
+inline SZtaWaveFormatInfo FormatOfProperty(std::uint32_t property)
+{
+    struct Family {
+        std::uint32_t mono;
+        EZtAudioDataType type;
+        std::uint32_t rate;
+        std::uint32_t container;
+        std::uint32_t valid;
+    };
+    constexpr Family kFamilies[] = {{20, keZtAudioDataTypePcm, 48000, 24, 24},
+                                    {18, keZtAudioDataTypePcm, 44100, 16, 16},
+                                    {16, keZtAudioDataTypeFloat, 48000, 32, 32},
+                                    {8, keZtAudioDataTypePcm, 48000, 32, 24},
+                                    {1, keZtAudioDataTypePcm, 48000, 16, 16}};
+    const Family* family = kFamilies;
+    while (property < family->mono) {
+        ++family;
+    }
+    return {sizeof(SZtaWaveFormatInfo),
+            std::uint32_t{1} << (property - family->mono),
+            family->type,
+            family->rate,
+            family->container,
+            family->valid};
+}
+
+/// Returns true for the regular format of a property, whose frame size the property determines.
+inline bool IsRegular(const SZtaWaveFormatInfo& format)
+{
+    const auto property = Property(format);
+    if (!property || *property == 15) {
+        return false;
+    }
+    const SZtaWaveFormatInfo regular = FormatOfProperty(*property);
+    return std::memcmp(&format, &regular, sizeof(format)) == 0;
 }
 
 } // namespace models

@@ -184,7 +184,7 @@ public:
     void Step()
     {
         Operation operation = MakeOperation();
-        if (!HasRoomForPair(operation)) {
+        if (!HasCheckedOutputs(operation)) {
             return;
         }
         enum { Nothing, Failing, FailingOn, CallingBack, Busy, kPlans };
@@ -414,16 +414,20 @@ private:
         }
     }
 
-    /// Deinterleaving stereo is rejected only if both outputs are too small. The host must check each of them.
-    static bool HasRoomForPair(const Operation& operation)
+    /// Stereo is deinterleaved unless both outputs are too small, and a scratch buffer counts as its output. The host
+    /// must check each of them.
+    static bool HasCheckedOutputs(const Operation& operation)
     {
         if (operation.kind != Kind::StereoToMono || !operation.inputs[0] || !operation.outputs[0] ||
             !operation.outputs[1]) {
             return true;
         }
         const std::size_t frames = ContentOf(*operation.inputs[0]).Frames();
-        return (ContentOf(*operation.outputs[0]).CapacityFrames() < frames) ==
-               (ContentOf(*operation.outputs[1]).CapacityFrames() < frames);
+        const Content left = ContentOf(*operation.outputs[0]);
+        const Content right = ContentOf(*operation.outputs[1]);
+        const bool bothFit = left.CapacityFrames() >= frames && right.CapacityFrames() >= frames;
+        const bool noneFits = left.CapacityFrames() < frames && right.CapacityFrames() < frames;
+        return bothFit || (noneFits && AreEqual(left.Format(), right.Format()));
     }
 
     static void Announce(const Operation& operation)

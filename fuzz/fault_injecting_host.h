@@ -1,6 +1,7 @@
 /// A host whose calls can fail, or call the engine again, at any point, and whose buffers count the engine's calls.
 #pragma once
 
+#include "host/fault_counter.h"
 #include "host/host_engine.h"
 #include "host/instrumented_buffer.h"
 
@@ -17,27 +18,24 @@ class FaultInjector {
 public:
     static constexpr int kStatus = static_cast<int>(0x80004005);
 
-    /// Call number `failAt` fails, and all after it if `persistent`; at call number `callAt` the host calls back. 0 is
-    /// no call.
-    void Begin(int failAt, bool persistent, int callAt, std::function<void()> callBack)
+    /// Calls fail as `faults` says; during call number `callAt` the host makes a nested call. 0 is no call.
+    void Begin(host::FaultCounter faults, int callAt, std::function<void()> callBack)
     {
         *this = FaultInjector();
-        failAt_ = failAt;
-        persistent_ = persistent;
+        faults_ = faults;
         callAt_ = callAt;
         callBack_ = std::move(callBack);
     }
 
     void End()
     {
-        failAt_ = 0;
+        faults_.Stop();
         callAt_ = 0;
     }
 
     /// During a nested call of the host.
     [[nodiscard]] bool IsInHostCall() const { return isInside_; }
 
-    [[nodiscard]] bool HasFailed() const { return hasFailed_; }
     [[nodiscard]] bool HasQueryFailed() const { return hasQueryFailed_; }
 
     /// The status of the call that begins.
@@ -46,28 +44,21 @@ public:
         if (isInside_) {
             return 0; // nested calls of the host succeed
         }
-        const int call = ++calls_;
-        if (call == callAt_) {
+        const bool fails = faults_.CountCall();
+        if (faults_.Calls() == callAt_) {
             isInside_ = true;
             callBack_();
             isInside_ = false;
         }
-        if (failAt_ == 0 || call < failAt_ || (call > failAt_ && !persistent_)) {
-            return 0;
-        }
-        hasFailed_ = true;
-        hasQueryFailed_ = hasQueryFailed_ || isQuery;
-        return kStatus;
+        hasQueryFailed_ = hasQueryFailed_ || (fails && isQuery);
+        return fails ? kStatus : 0;
     }
 
 private:
-    int failAt_ = 0;
-    bool persistent_ = false;
+    host::FaultCounter faults_;
     int callAt_ = 0;
     std::function<void()> callBack_;
-    int calls_ = 0;
     bool isInside_ = false;
-    bool hasFailed_ = false;
     bool hasQueryFailed_ = false;
 };
 

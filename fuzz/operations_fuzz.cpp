@@ -199,7 +199,7 @@ public:
         const std::vector<Content> insBefore = Contents(operation.inputs);
         const std::vector<Content> outsBefore = Contents(operation.outputs);
         SZtLayoutProbe::SetBusy(Object(), plan == Busy ? 1 : 0);
-        faults_.Begin(plan == Failing || plan == FailingOn ? at : 0, plan == FailingOn, plan == CallingBack ? at : 0,
+        faults_.Begin({plan == Failing || plan == FailingOn ? at : 0, plan == FailingOn}, plan == CallingBack ? at : 0,
                       [this] { CallBack(); });
         int status = 0;
         bool thrown = false;

@@ -11,7 +11,7 @@ namespace zta::host {
 int CallLog::Enter(const std::string& entry)
 {
     calls_.push_back(entry);
-    ++callsSinceRequest_;
+    const bool fails = faults_.CountCall();
     if (hook) {
         hook(entry);
     }
@@ -21,11 +21,8 @@ int CallLog::Enter(const std::string& entry)
             return status;
         }
     }
-    if (failAt_ != 0 && (callsSinceRequest_ == failAt_ || (persistent_ && callsSinceRequest_ > failAt_))) {
-        failed_ = true;
-        return kInjectedFailure;
-    }
-    return 0;
+    failed_ = failed_ || fails;
+    return fails ? kInjectedFailure : 0;
 }
 
 void CallLog::Clear()
@@ -40,9 +37,7 @@ int CallLog::Count(const std::string& entry) const
 
 void CallLog::FailCall(int n, bool persistent)
 {
-    failAt_ = n;
-    persistent_ = persistent;
-    callsSinceRequest_ = 0;
+    faults_ = FaultCounter(n, persistent);
     failed_ = false;
 }
 
@@ -54,7 +49,7 @@ void CallLog::FailCallsTo(const std::string& entry, int status)
 
 void CallLog::ClearFaults()
 {
-    failAt_ = 0;
+    faults_.Stop();
     failingEntries_.clear();
 }
 

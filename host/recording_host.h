@@ -1,6 +1,7 @@
 /// A host for tests and for the validator: its buffers log every call and can fail a chosen one.
 #pragma once
 
+#include "fault_counter.h"
 #include "instrumented_buffer.h"
 #include "ref.h"
 
@@ -45,9 +46,7 @@ public:
 
 private:
     std::vector<std::string> calls_;
-    int failAt_ = 0;
-    int callsSinceRequest_ = 0;
-    bool persistent_ = false;
+    FaultCounter faults_;
     bool failed_ = false;
     std::vector<std::pair<std::string, int>> failingEntries_;
 };

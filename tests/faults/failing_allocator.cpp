@@ -1,27 +1,21 @@
 #include "tests/faults/failing_allocator.h"
 
-#include <cerrno>
-#include <cstddef>
+#include "host/fault_counter.h"
+#include "testing/allocator/replaced_allocator.h"
 
 namespace zta::test {
 namespace {
 
-struct State {
-    int failAt; ///< 0 while nothing fails
-    int calls;
-    bool persistent;
-    bool failed;
-    long balance;
-};
-
-// Constant-initialised, in the program itself: reading it allocates nothing.
-constinit thread_local State state{};
+// Constant-initialized, in the program itself: access allocates nothing.
+constinit thread_local host::FaultCounter faults;
+constinit thread_local long balance = 0;
 
 } // namespace
 
 FailingAllocator::FailingAllocator(int n, bool persistent)
 {
-    state = {n, 0, persistent, false, 0};
+    faults = {n, persistent};
+    balance = 0;
 }
 
 FailingAllocator::~FailingAllocator()
@@ -31,13 +25,13 @@ FailingAllocator::~FailingAllocator()
 
 bool FailingAllocator::Stop()
 {
-    state.failAt = 0;
-    return state.failed;
+    faults.Stop();
+    return faults.HasFailed();
 }
 
 long FailingAllocator::Balance()
 {
-    return state.balance;
+    return balance;
 }
 
 bool FailingAllocator::IsAvailable()
@@ -49,91 +43,14 @@ bool FailingAllocator::IsAvailable()
 #endif
 }
 
-#ifndef ZTA_SANITIZED
-
-namespace {
-
-bool MayAllocate()
+bool OnAllocation(const char* /*function*/) noexcept
 {
-    if (state.failAt == 0) {
-        return true;
-    }
-    ++state.calls;
-    const bool fails = state.calls == state.failAt || (state.persistent && state.calls > state.failAt);
-    if (fails) {
-        state.failed = true;
-        errno = ENOMEM;
-    }
-    return !fails;
+    return !faults.CountCall();
 }
 
-void* Counted(void* memory)
+void OnBlocksChanged(int change) noexcept
 {
-    state.balance += memory != nullptr ? 1 : 0;
-    return memory;
+    balance += change;
 }
-
-} // namespace
-
-#endif
 
 } // namespace zta::test
-
-#ifndef ZTA_SANITIZED
-
-// The libraries must find these instead of their own.
-#pragma GCC visibility push(default)
-
-extern "C" {
-
-// The C library's own second names.
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
-void __libc_free(void* memory);
-
-void* malloc(std::size_t size)
-{
-    return zta::test::MayAllocate() ? zta::test::Counted(__libc_malloc(size)) : nullptr;
-}
-
-void* calloc(std::size_t count, std::size_t size)
-{
-    return zta::test::MayAllocate() ? zta::test::Counted(__libc_calloc(count, size)) : nullptr;
-}
-
-void* realloc(void* memory, std::size_t size)
-{
-    if (memory == nullptr) {
-        return malloc(size);
-    }
-    return zta::test::MayAllocate() ? __libc_realloc(memory, size) : nullptr;
-}
-
-void* aligned_alloc(std::size_t alignment, std::size_t size)
-{
-    return zta::test::MayAllocate() ? zta::test::Counted(__libc_memalign(alignment, size)) : nullptr;
-}
-
-int posix_memalign(void** memory, std::size_t alignment, std::size_t size)
-{
-    void* block = aligned_alloc(alignment, size);
-    if (block == nullptr) {
-        return ENOMEM;
-    }
-    *memory = block;
-    return 0;
-}
-
-void free(void* memory)
-{
-    zta::test::state.balance -= memory != nullptr ? 1 : 0;
-    __libc_free(memory);
-}
-
-} // extern "C"
-
-#pragma GCC visibility pop
-
-#endif

@@ -1,5 +1,7 @@
 #include "testing/realtime_trap.h"
 
+#include "testing/allocator/replaced_allocator.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -96,67 +98,27 @@ Function* Next(const char* name)
 
 #ifndef ZTA_SANITIZED
 
+namespace zta::test {
+
+bool OnAllocation(const char* function) noexcept
+{
+    Note(function);
+    return true;
+}
+
+void OnBlocksChanged(int change) noexcept
+{
+    if (change < 0) {
+        Note("free");
+    }
+}
+
+} // namespace zta::test
+
 // Exported, so that the libraries call these.
 #pragma GCC visibility push(default)
 
-// The allocator calls the C library's second names, because dlsym may allocate.
 extern "C" {
-
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
-void __libc_free(void* memory);
-
-void* malloc(std::size_t size)
-{
-    zta::test::Note("malloc");
-    return __libc_malloc(size);
-}
-
-void* calloc(std::size_t count, std::size_t size)
-{
-    zta::test::Note("calloc");
-    return __libc_calloc(count, size);
-}
-
-void* realloc(void* memory, std::size_t size)
-{
-    zta::test::Note("realloc");
-    return __libc_realloc(memory, size);
-}
-
-void* aligned_alloc(std::size_t alignment, std::size_t size)
-{
-    zta::test::Note("aligned_alloc");
-    return __libc_memalign(alignment, size);
-}
-
-void* memalign(std::size_t alignment, std::size_t size)
-{
-    zta::test::Note("memalign");
-    return __libc_memalign(alignment, size);
-}
-
-int posix_memalign(void** memory, std::size_t alignment, std::size_t size)
-{
-    zta::test::Note("posix_memalign");
-    void* block = __libc_memalign(alignment, size);
-    if (block == nullptr) {
-        return ENOMEM;
-    }
-    *memory = block;
-    return 0;
-}
-
-void free(void* memory)
-{
-    // free(nullptr) does not touch the heap.
-    if (memory != nullptr) {
-        zta::test::Note("free");
-    }
-    __libc_free(memory);
-}
 
 /// One watched function that forwards its arguments.
 #define ZTA_WATCH(result, name, parameters, arguments)                                                                 \

@@ -78,19 +78,4 @@ private:
     std::size_t left_;
 };
 
-/// Pseudo-random samples that depend on the seed only.
-class Noise {
-public:
-    explicit Noise(std::uint32_t seed) : state_(seed) {}
-
-    std::uint32_t Next()
-    {
-        state_ = state_ * 1664525U + 1013904223U;
-        return state_ >> 8;
-    }
-
-private:
-    std::uint32_t state_;
-};
-
 } // namespace zta::fuzz

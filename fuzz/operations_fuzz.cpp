@@ -2,33 +2,20 @@
 // engine again. In every case the status is a documented one, every buffer was signalled, references are released, and
 // the busy flag is right. If no host call fails, samples equal those of testing/models/operation_models.h.
 
-#include "engine/audio_samples_engine.h"
 #include "fuzz/fault_injecting_host.h"
 #include "fuzz/fuzz_input.h"
 #include "host/formats.h"
+#include "testing/engine_probe.h"
 #include "testing/models/gain_model.h"
 #include "testing/models/interleave_model.h"
 #include "testing/models/operation_models.h"
+#include "testing/noise.h"
+#include "testing/operations.h"
 #include "testing/recording_host.h"
 
 #include <map>
 #include <set>
 #include <utility>
-
-/// Gives access to the busy flag and the saved operands.
-struct SZtLayoutProbe {
-    static std::uint32_t Busy(const CZtaAudioSamplesEngine& engine) { return engine.m_ui32Busy; }
-    static void SetBusy(CZtaAudioSamplesEngine& engine, std::uint32_t busy) { engine.m_ui32Busy = busy; }
-    static bool HoldsOperands(const CZtaAudioSamplesEngine& engine)
-    {
-        bool holds = engine.m_pSavedInput != nullptr || engine.m_pSavedOutput != nullptr ||
-                     engine.m_pSavedResamplerState != nullptr || engine.m_ui64SavedVolumeCount != 0;
-        for (const IZtAudioSamples* buffer : engine.m_apSavedBuffers) {
-            holds = holds || buffer != nullptr;
-        }
-        return holds;
-    }
-};
 
 namespace {
 
@@ -37,21 +24,10 @@ using models::AreEqual;
 using models::Content;
 using models::RelabelFormat;
 using zta::host::Ref;
+using zta::test::Noise;
 using Buffer = Ref<FaultyBuffer>;
 
-enum class Kind {
-    Copy,
-    Duplicate,
-    MonoToStereo,
-    StereoToMono,
-    MonoToMux,
-    StereoToMux,
-    MuxToMono,
-    MuxToStereo,
-    Volume,
-    Resample,
-};
-constexpr std::size_t kKinds = 10;
+using Kind = zta::test::OperationKind;
 
 /// The status codes of each operation, besides 0 and the codes of inputs and host.
 bool IsDocumented(Kind kind, int status)
@@ -80,11 +56,6 @@ bool IsDocumented(Kind kind, int status)
     return status == 0 || common.count(status) != 0 || own.at(kind)->count(status) != 0;
 }
 
-constexpr bool IsSplit(Kind kind)
-{
-    return kind == Kind::MuxToMono || kind == Kind::MuxToStereo;
-}
-
 /// An error code of an input is no failure if it is one of these, or not negative.
 bool IsTolerated(int code)
 {
@@ -96,63 +67,32 @@ bool IsTolerated(int code)
 
 /// One operation with its operands; a null pointer is one that the caller gives.
 struct Operation {
-    Kind kind = Kind::Copy;
     std::vector<Buffer> inputs;
     std::vector<Buffer> outputs;
-    bool hasArray = true;
-    bool hasVolumes = true;
-    std::vector<SZtAudioMonoVolumeInfo> volumes;
-    unsigned long from = 0;
-    unsigned long to = 0;
-    unsigned long length = 0;
-    EZtAudioResamplerMode mode = keZtAudioResamplerModeRestart;
+    zta::test::OperationCall call;
 
-    int Run(IZtaAudioSamplesEngine& engine, IUnknown* stream)
+    int Run(IZtaAudioSamplesEngine& engine, IUnknown* stream) const
     {
-        const auto in = [&](std::size_t i) { return inputs[i].Get(); };
-        const auto out = [&](std::size_t i) { return outputs[i].Get(); };
-        std::vector<IZtAudioSamples*> array;
-        array.reserve(1); // an empty array is not a null array
-        for (const Buffer& buffer : IsSplit(kind) ? outputs : inputs) {
-            array.push_back(buffer.Get());
+        zta::test::OperationCall copy = call; // the engine may write to the arrays
+        copy.stream = stream;
+        for (const auto& [buffers, pointers] : {std::pair(&inputs, &copy.inputs), {&outputs, &copy.outputs}}) {
+            pointers->reserve(1); // an empty array is not a null array
+            for (const Buffer& buffer : *buffers) {
+                pointers->push_back(buffer.Get());
+            }
         }
-        IZtAudioSamples** const many = hasArray ? array.data() : nullptr;
-        std::vector<SZtAudioMonoVolumeInfo> records = volumes; // the engine may write to them
-        SZtAudioMonoVolumeInfo* const gains = hasVolumes ? records.data() : nullptr;
-        switch (kind) {
-        case Kind::Copy:
-            return engine.CopyAudioSamples(in(0), out(0));
-        case Kind::Duplicate:
-            return engine.DuplicateAudioSamples(in(0), from, out(0), to, length);
-        case Kind::MonoToStereo:
-            return engine.CopyAudioSamplesMonoToStereo(in(0), in(1), out(0));
-        case Kind::StereoToMono:
-            return engine.CopyAudioSamplesStereoToMono(in(0), out(0), out(1));
-        case Kind::MonoToMux:
-            return engine.CopyAudioSamplesMonoToMux(many, array.size(), out(0), gains, records.size());
-        case Kind::StereoToMux:
-            return engine.CopyAudioSamplesStereoToMux(many, array.size(), out(0), gains, records.size());
-        case Kind::MuxToMono:
-            return engine.CopyAudioSamplesMuxToMono(in(0), many, array.size(), gains, records.size());
-        case Kind::MuxToStereo:
-            return engine.CopyAudioSamplesMuxToStereo(in(0), many, array.size(), gains, records.size());
-        case Kind::Volume:
-            return engine.ApplyVolume(in(0), out(0), gains, records.size());
-        case Kind::Resample:
-            return engine.ProcessAudioResampler(in(0), out(0), mode, stream);
-        }
-        return 0;
+        return copy.Run(engine);
     }
 
     /// The call fails before anything else happens.
     [[nodiscard]] bool FailsImmediately() const
     {
-        switch (kind) {
+        switch (call.kind) {
         case Kind::StereoToMono:
             return !outputs[0] && !outputs[1];
         case Kind::MuxToMono:
         case Kind::MuxToStereo:
-            return !hasArray;
+            return !call.hasArray;
         default:
             return !outputs[0];
         }
@@ -161,16 +101,16 @@ struct Operation {
     /// The inputs that are signalled if no query fails. Every output is signalled once.
     [[nodiscard]] bool IsReadSignalled(std::size_t i) const
     {
-        switch (kind) {
+        switch (call.kind) {
         case Kind::MonoToStereo:
             return inputs[0] && inputs[1] && (i == 0 || IsTolerated(inputs[0]->reportedCode));
         case Kind::StereoToMono:
             return static_cast<bool>(outputs[1]);
         case Kind::MonoToMux:
         case Kind::StereoToMux:
-            return hasArray;
+            return call.hasArray;
         case Kind::Volume:
-            return hasVolumes && !volumes.empty();
+            return call.hasVolumes && !call.volumes.empty();
         default:
             return true;
         }
@@ -211,20 +151,20 @@ public:
         faults_.End();
 
         // Without its contents the left output of a deinterleave operation cannot be marked.
-        ZTA_FUZZ_CHECK(!thrown || (operation.kind == Kind::StereoToMono && faults_.HasQueryFailed()));
-        const bool isDocumented = codes.count(status) != 0 || IsDocumented(operation.kind, status);
+        ZTA_FUZZ_CHECK(!thrown || (operation.call.kind == Kind::StereoToMono && faults_.HasQueryFailed()));
+        const bool isDocumented = codes.count(status) != 0 || IsDocumented(operation.call.kind, status);
         if (!isDocumented) {
-            std::fprintf(stderr, "operation %d returned %08X\n", static_cast<int>(operation.kind),
+            std::fprintf(stderr, "operation %d returned %08X\n", static_cast<int>(operation.call.kind),
                          static_cast<unsigned int>(status));
         }
         ZTA_FUZZ_CHECK(isDocumented);
-        CheckLatch(operation, status, plan == Busy);
+        CheckBusyFlag(operation, status, plan == Busy);
         CheckSignals(operation, thrown);
         CheckReferences(operation);
         if (isPlain) {
             CheckErrorCodes(operation, status);
         }
-        if (plan == Nothing && operation.hasArray) {
+        if (plan == Nothing && operation.call.hasArray) {
             CheckSamples(operation, status, insBefore, outsBefore);
         }
         Keep(operation);
@@ -322,7 +262,7 @@ private:
     Operation MakeOperation()
     {
         Operation operation;
-        operation.kind = static_cast<Kind>(choices_.ConsumeIndex(kKinds));
+        operation.call.kind = static_cast<Kind>(choices_.ConsumeIndex(std::size(zta::test::kOperationKinds)));
         frames_ = choices_.ConsumeIndex(choices_.ConsumeWithOdds(4) ? 400 : 12);
         const bool isAlike = !choices_.ConsumeWithOdds(3);
         SZtaWaveFormatInfo common = MakeFormat(1);
@@ -330,64 +270,47 @@ private:
         constexpr std::uint32_t kWidths[] = {4, 8, 16, 2, 32, 64, 1};
         constexpr std::uint32_t kCounts[] = {0, 1, 3, 5, 12, 65, 66};
         const std::uint32_t width = choices_.OneOf(kWidths);
-        const std::uint32_t side = operation.kind == Kind::StereoToMux || operation.kind == Kind::MuxToStereo ? 2 : 1;
-        const std::uint32_t count = choices_.ConsumeWithOdds(24) ? choices_.OneOf(kCounts) : width / side;
-        const auto add = [&](std::vector<Buffer>& buffers, std::uint32_t channels, std::uint32_t how = 1) {
-            for (std::uint32_t i = 0; i < how; ++i) {
+        const Kind kind = operation.call.kind;
+        const bool isResample = kind == Kind::Resample;
+        zta::test::BufferCounts counts = zta::test::CountBuffers(kind, isResample ? 1 + (width & 1) : width);
+        const bool isInterleave = zta::test::IsInterleave(kind);
+        const bool isDeinterleave = zta::test::IsDeinterleave(kind);
+        if (choices_.ConsumeWithOdds(24)) {
+            const std::uint32_t count = choices_.OneOf(kCounts);
+            counts.inputs = isInterleave ? count : counts.inputs;
+            counts.outputs = isDeinterleave ? count : counts.outputs;
+        }
+        const auto add = [&](std::vector<Buffer>& buffers, std::uint32_t count, std::uint32_t channels) {
+            for (std::uint32_t i = 0; i < count; ++i) {
                 buffers.push_back(Operand(channels, like));
             }
         };
-        switch (operation.kind) {
-        case Kind::Copy:
-        case Kind::Duplicate:
-        case Kind::Volume:
-            add(operation.inputs, width);
-            add(operation.outputs, width);
-            if (choices_.ConsumeWithOdds(16)) {
-                operation.outputs = operation.inputs;
-            }
-            break;
-        case Kind::MonoToStereo:
-            add(operation.inputs, 1, 2);
-            add(operation.outputs, 2);
-            break;
-        case Kind::StereoToMono:
-            add(operation.inputs, 2);
-            add(operation.outputs, 1, 2);
-            break;
-        case Kind::MonoToMux:
-        case Kind::StereoToMux:
-            add(operation.inputs, side, count);
-            add(operation.outputs, width);
-            break;
-        case Kind::MuxToMono:
-        case Kind::MuxToStereo:
-            add(operation.inputs, width);
-            add(operation.outputs, side, count);
-            break;
-        case Kind::Resample:
-            common = zta::host::Pcm16(1, 44100);
-            add(operation.inputs, 1 + (width & 1));
-            common.ulSamplesPerSec = 48000;
-            add(operation.outputs, 1 + (width & 1));
-            operation.mode = static_cast<EZtAudioResamplerMode>(choices_.ConsumeIndex(4));
-            break;
+        common = isResample ? zta::host::Pcm16(1, 44100) : common;
+        add(operation.inputs, counts.inputs, counts.inputChannels);
+        common.ulSamplesPerSec = isResample ? 48000 : common.ulSamplesPerSec;
+        add(operation.outputs, counts.outputs, counts.outputChannels);
+        const bool canAlias = kind == Kind::Copy || kind == Kind::Duplicate || kind == Kind::Volume;
+        if (canAlias && choices_.ConsumeWithOdds(16)) {
+            operation.outputs = operation.inputs;
         }
-        if (operation.kind == Kind::Resample && !stream_) {
+        if (isResample) {
+            operation.call.mode = static_cast<EZtAudioResamplerMode>(choices_.ConsumeIndex(4));
+        }
+        if (isResample && !stream_) {
             SZtaWaveFormatInfo from = zta::host::Pcm16(1 + static_cast<std::uint32_t>(choices_.ConsumeIndex(2)), 44100);
             SZtaWaveFormatInfo to = zta::host::Pcm16(from.ulChannels, 48000);
             ZTA_FUZZ_CHECK(engine_->CreateAudioResampler(&from, &to, stream_.Put()) == 0);
         }
-        operation.hasArray = !choices_.ConsumeWithOdds(64);
+        operation.call.hasArray = !choices_.ConsumeWithOdds(64);
         MakeVolumes(operation, width);
         const auto offset = [&] {
             return choices_.ConsumeWithOdds(8) ? choices_.Any<unsigned long>() : choices_.ConsumeIndex(300);
         };
-        operation.from = offset();
-        operation.to = offset();
-        operation.length = offset();
-        if (operation.kind == Kind::Duplicate && operation.inputs[0] && choices_.ConsumeWithOdds(3)) {
-            operation.length = operation.inputs[0]->Length() - operation.from; // to the very end
+        operation.call.sourceOffset = offset();
+        operation.call.destinationOffset = offset();
+        operation.call.length = offset();
+        if (operation.call.kind == Kind::Duplicate && operation.inputs[0] && choices_.ConsumeWithOdds(3)) {
+            operation.call.length = operation.inputs[0]->Length() - operation.call.sourceOffset; // to the very end
         }
         for (const Buffer& input : operation.inputs) {
             if (input) {
@@ -399,18 +322,18 @@ private:
 
     void MakeVolumes(Operation& operation, std::uint32_t width)
     {
-        const bool wanted = operation.kind == Kind::Volume || choices_.ConsumeWithOdds(4);
+        const bool wanted = operation.call.kind == Kind::Volume || choices_.ConsumeWithOdds(4);
         const std::size_t count = choices_.ConsumeWithOdds(12) ? choices_.ConsumeIndex(70) : wanted ? width : 0;
-        operation.hasVolumes = !choices_.ConsumeWithOdds(32);
+        operation.call.hasVolumes = !choices_.ConsumeWithOdds(32);
         constexpr float kGains[] = {1.0F, 0.0F, 8.0F, 0.5F, 2.0F, 7.999F, -0.1F, 8.1F, 1e30F};
         const std::size_t usual = choices_.ConsumeWithOdds(8) ? std::size(kGains) : 6;
         for (std::size_t i = 0; i < count; ++i) {
             const float start = kGains[choices_.ConsumeIndex(usual)];
-            operation.volumes.push_back({static_cast<std::uint32_t>(i), start,
-                                         choices_.ConsumeBool() ? start : kGains[choices_.ConsumeIndex(usual)]});
+            operation.call.volumes.push_back({static_cast<std::uint32_t>(i), start,
+                                              choices_.ConsumeBool() ? start : kGains[choices_.ConsumeIndex(usual)]});
         }
-        if (choices_.ConsumeWithOdds(64) && !operation.volumes.empty()) {
-            operation.volumes[0].fStartVolume = choices_.Any<float>();
+        if (choices_.ConsumeWithOdds(64) && !operation.call.volumes.empty()) {
+            operation.call.volumes[0].fStartVolume = choices_.Any<float>();
         }
     }
 
@@ -418,7 +341,7 @@ private:
     /// must check each of them.
     static bool HasCheckedOutputs(const Operation& operation)
     {
-        if (operation.kind != Kind::StereoToMono || !operation.inputs[0] || !operation.outputs[0] ||
+        if (operation.call.kind != Kind::StereoToMono || !operation.inputs[0] || !operation.outputs[0] ||
             !operation.outputs[1]) {
             return true;
         }
@@ -481,7 +404,7 @@ private:
     // ---- Checks ----
 
     /// Every call clears the busy flag, except a call that found it set and a call that failed before all checks.
-    static void CheckLatch(const Operation& operation, int status, bool wasBusy)
+    static void CheckBusyFlag(const Operation& operation, int status, bool wasBusy)
     {
         const bool staysBusy = wasBusy && (status == ZT_E_MODULE_BUSY || operation.FailsImmediately());
         ZTA_FUZZ_CHECK(SZtLayoutProbe::Busy(Object()) == (staysBusy ? 1U : 0U));
@@ -590,7 +513,7 @@ private:
                 return;
             }
         }
-        switch (operation.kind) {
+        switch (operation.call.kind) {
         case Kind::Copy:
             CheckCopy(operation, status, ins[0], outs[0]);
             break;
@@ -605,7 +528,7 @@ private:
         case Kind::StereoToMono:
         case Kind::MuxToMono:
         case Kind::MuxToStereo:
-            CheckSplit(operation, status, ins[0], outs);
+            CheckDeinterleaving(operation, status, ins[0], outs);
             break;
         case Kind::Volume:
             CheckVolume(operation, status, ins[0], outs[0]);
@@ -651,13 +574,15 @@ private:
             return;
         }
         ZTA_FUZZ_CHECK(status == 0);
-        const unsigned long length = operation.length;
-        if (operation.from >= in.length || in.length - operation.from < length) {
+        const unsigned long length = operation.call.length;
+        if (operation.call.sourceOffset >= in.length || in.length - operation.call.sourceOffset < length) {
             ZTA_FUZZ_CHECK(destination.ErrorCode() == ZT_E_SOURCE_BUFFER_TOO_SMALL);
-        } else if (operation.to >= out.bytes.size() || out.bytes.size() - operation.to < length) {
+        } else if (operation.call.destinationOffset >= out.bytes.size() ||
+                   out.bytes.size() - operation.call.destinationOffset < length) {
             ZTA_FUZZ_CHECK(destination.ErrorCode() == ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         } else {
-            std::memcpy(out.bytes.data() + operation.to, in.bytes.data() + operation.from, length);
+            std::memcpy(out.bytes.data() + operation.call.destinationOffset,
+                        in.bytes.data() + operation.call.sourceOffset, length);
         }
         const Content found = ContentOf(destination);
         ZTA_FUZZ_CHECK(found.bytes == out.bytes && found.length == out.length);
@@ -683,9 +608,9 @@ private:
     static void CheckInterleaving(const Operation& operation, int status, const std::vector<Content>& ins,
                                   const Content& out)
     {
-        const bool isMux = operation.kind != Kind::MonoToStereo;
+        const bool isMux = operation.call.kind != Kind::MonoToStereo;
         const models::FadeModel* const fade = models::FindFade(ins[0].Format());
-        bool plain = AreDirect(out, ins, isMux) && operation.volumes.empty() && ins[0].Frames() > 0;
+        bool plain = AreDirect(out, ins, isMux) && operation.call.volumes.empty() && ins[0].Frames() > 0;
         for (const Content& in : ins) {
             plain = plain && (!in.RequestsFade() || (isMux && fade != nullptr));
         }
@@ -718,12 +643,13 @@ private:
         ZTA_FUZZ_CHECK(found.bytes == expected);
     }
 
-    static void CheckSplit(const Operation& operation, int status, const Content& in, const std::vector<Content>& outs)
+    static void CheckDeinterleaving(const Operation& operation, int status, const Content& in,
+                                    const std::vector<Content>& outs)
     {
-        const bool isMux = operation.kind != Kind::StereoToMono;
+        const bool isMux = operation.call.kind != Kind::StereoToMono;
         const std::size_t frames = in.Frames();
         const models::FadeModel* const fade = isMux && in.RequestsFade() ? models::FindFade(outs[0].Format()) : nullptr;
-        bool plain = AreDirect(in, outs, isMux) && operation.volumes.empty() && frames > 0 &&
+        bool plain = AreDirect(in, outs, isMux) && operation.call.volumes.empty() && frames > 0 &&
                      (!in.RequestsFade() || !isMux || fade != nullptr);
         // Outputs that are longer than the mux receive the frames behind its valid ones.
         for (const Content& out : outs) {
@@ -759,11 +685,11 @@ private:
     static void CheckVolume(const Operation& operation, int status, const Content& in, const Content& out)
     {
         const std::size_t channels = in.Format().ulChannels;
-        bool plain = operation.hasVolumes && operation.volumes.size() == channels && models::IsRegular(in.Format()) &&
-                     AreEqual(in.Format(), out.Format()) && in.Format().ulValidBitsPerSample == 24 &&
-                     in.Format().ulBitsPerSample == 32 && !in.RequestsFade() && in.Frames() == out.Frames() &&
-                     in.Frames() * channels >= 4;
-        for (const SZtAudioMonoVolumeInfo& volume : operation.volumes) {
+        bool plain = operation.call.hasVolumes && operation.call.volumes.size() == channels &&
+                     models::IsRegular(in.Format()) && AreEqual(in.Format(), out.Format()) &&
+                     in.Format().ulValidBitsPerSample == 24 && in.Format().ulBitsPerSample == 32 &&
+                     !in.RequestsFade() && in.Frames() == out.Frames() && in.Frames() * channels >= 4;
+        for (const SZtAudioMonoVolumeInfo& volume : operation.call.volumes) {
             plain = plain && volume.fStartVolume == volume.fEndVolume && volume.fStartVolume >= 0.0F &&
                     volume.fStartVolume <= 8.0F;
         }
@@ -773,8 +699,9 @@ private:
         ZTA_FUZZ_CHECK(status == 0);
         Content expected = out;
         for (std::size_t i = 0; i < in.Frames() * channels; ++i) {
-            const auto gain = std::min(
-                std::int64_t{32767}, static_cast<std::int64_t>(operation.volumes[i % channels].fStartVolume * 4096.0F));
+            const auto gain =
+                std::min(std::int64_t{32767},
+                         static_cast<std::int64_t>(operation.call.volumes[i % channels].fStartVolume * 4096.0F));
             models::SetWord(expected.bytes.data() + 4 * i, models::Scaled(models::Word(in.bytes.data() + 4 * i), gain));
         }
         ZTA_FUZZ_CHECK(ContentOf(*operation.outputs[0]).bytes == expected.bytes);

@@ -6,6 +6,7 @@
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "testing/models/resampler_model.h"
+#include "testing/noise.h"
 #include "testing/recording_host.h"
 
 #include <zta/ipp.h>
@@ -16,9 +17,9 @@
 namespace {
 
 using zta::fuzz::FuzzInput;
-using zta::fuzz::Noise;
 using zta::host::AudioBuffer;
 using zta::host::Ref;
+using zta::test::Noise;
 using Samples = std::vector<std::int16_t>;
 
 /// The filter of every stream.

@@ -5,6 +5,7 @@
 #include "fuzz/fuzz_input.h"
 #include "signal/variant_selection.h"
 #include "testing/filter_spec.h"
+#include "testing/noise.h"
 
 #include <cmath>
 #include <limits>
@@ -14,7 +15,7 @@
 namespace {
 
 using zta::fuzz::FuzzInput;
-using zta::fuzz::Noise;
+using zta::test::Noise;
 using zta::test::SignalVariant;
 
 constexpr int kLargestBlock = 0x7FFFFFFE;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 
 namespace zta::test {
 
@@ -38,6 +39,13 @@ template <class Buffer = ClocklessBuffer>
     auto buffer = Buffer::Create(format, frames * host::BytesPerFrame(format));
     buffer->SetValidLength(buffer->Capacity());
     return buffer;
+}
+
+/// A BufferFactory (testing/scenarios.h).
+inline host::Ref<host::AudioBuffer> MakeClocklessBuffer(const std::string& /*name*/, const SZtaWaveFormatInfo& format,
+                                                        std::size_t bytes)
+{
+    return ClocklessBuffer::Create(format, bytes);
 }
 
 /// A buffer that breaks the buffer contract, or uses a freedom that few hosts use, as soon as a field says so.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "testing/engine_fixture.h"
+#include "testing/noise.h"
 
 #include <string>
 #include <vector>
@@ -65,13 +66,7 @@ protected:
     /// `count` ramps, all from unity to silence.
     void UseVolumes(std::size_t count) { UseVolumes(std::vector<SZtAudioMonoVolumeInfo>(count, {0, 1.0F, 0.0F})); }
 
-    void FillWithNoise(host::AudioBuffer& buffer)
-    {
-        for (std::size_t i = 0; i < buffer.Capacity(); ++i) {
-            noise_ = noise_ * 1664525U + 1013904223U;
-            buffer.Data()[i] = static_cast<std::byte>(noise_ >> 24);
-        }
-    }
+    void FillWithNoise(host::AudioBuffer& buffer) { noise_.Fill(buffer.Data(), buffer.Capacity()); }
 
     /// The first samples of a buffer, each as the little-endian number in its container.
     static Words SamplesOf(const host::AudioBuffer& buffer, std::size_t count)
@@ -210,7 +205,7 @@ protected:
     MuxCall call_;
 
 private:
-    std::uint32_t noise_ = 12345;
+    Noise noise_;
 };
 
 } // namespace zta::test

@@ -4,12 +4,14 @@
 #include "resampler/polyphase_resampler.h"
 #include "resampler/resample_audio.h"
 #include "signal/packed_filter_bank.h"
+#include "testing/noise.h"
 
 #include <zta/status.h>
 
+#include <algorithm>
 #include <cstring>
-#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace zta::test {
 namespace {
@@ -24,109 +26,51 @@ using host::Pcm20In32;
 using host::Pcm24In24;
 using host::Pcm24In32;
 
-/// One buffer of a scenario.
-struct Side {
-    SZtaWaveFormatInfo format;
-    std::size_t frames;
-    bool fadeIn = false;
-    bool fadeOut = false;
-};
-
-/// A buffer filled with a fixed pattern. Floats stay within full scale.
-host::Ref<host::AudioBuffer> MakeBuffer(const BufferFactory& factory, const std::string& name, const Side& side)
+/// A buffer filled with a fixed pattern. Floats are within full scale.
+host::Ref<host::AudioBuffer> MakeBuffer(const BufferFactory& factory, const std::string& name, const BufferSpec& spec)
 {
-    const std::size_t bytes = side.frames * host::BytesPerFrame(side.format);
-    auto buffer = factory(name, side.format, bytes);
-    std::uint32_t state = 12345;
-    for (std::size_t i = 0; i < bytes; ++i) {
-        state = state * 1664525U + 1013904223U;
-        buffer->Data()[i] = static_cast<std::byte>(state >> 24);
-    }
-    if (side.format.eDataType == keZtAudioDataTypeFloat) {
+    const std::size_t bytes = spec.frames * host::BytesPerFrame(spec.format);
+    auto buffer = factory(name, spec.format, bytes);
+    Noise().Fill(buffer->Data(), bytes);
+    if (spec.format.eDataType == keZtAudioDataTypeFloat) {
         for (std::size_t i = 0; i < bytes / sizeof(float); ++i) {
             const float sample = static_cast<float>(i % 200) / 200.0F - 0.5F;
             std::memcpy(buffer->Data() + i * sizeof(float), &sample, sizeof(float));
         }
     }
     buffer->SetValidLength(bytes);
-    buffer->SetFades(side.fadeIn, side.fadeOut);
+    buffer->SetFades(spec.fadeIn, spec.fadeOut);
     return buffer;
 }
 
-ScenarioCase CopyRow(const std::string& path, const Side& source, const Side& destination, int status = 0,
-                     bool leaksReference = false)
+/// The names of the inputs, or of the outputs.
+std::vector<std::string> BufferNames(OperationKind kind, bool inputs, std::size_t count)
 {
-    return {"Copy", "Copy" + path, status, false, leaksReference, "", [=](const BufferFactory& factory) {
-                Scenario scenario;
-                scenario.inputs.push_back(MakeBuffer(factory, "source", source));
-                scenario.outputs.push_back(MakeBuffer(factory, "destination", destination));
-                IZtAudioSamples* in = scenario.inputs[0].Get();
-                IZtAudioSamples* out = scenario.outputs[0].Get();
-                scenario.run = [=](IZtaAudioSamplesEngine& engine) { return engine.CopyAudioSamples(in, out); };
-                return scenario;
-            }};
-}
-
-ScenarioCase DuplicateRow(const std::string& path, const Side& source, const Side& destination, unsigned long from,
-                          unsigned long to, unsigned long length)
-{
-    return {"Duplicate", "Duplicate" + path, 0, true, false, "", [=](const BufferFactory& factory) {
-                Scenario scenario;
-                scenario.inputs.push_back(MakeBuffer(factory, "source", source));
-                scenario.outputs.push_back(MakeBuffer(factory, "destination", destination));
-                IZtAudioSamples* in = scenario.inputs[0].Get();
-                IZtAudioSamples* out = scenario.outputs[0].Get();
-                scenario.run = [=](IZtaAudioSamplesEngine& engine) {
-                    return engine.DuplicateAudioSamples(in, from, out, to, length);
-                };
-                return scenario;
-            }};
-}
-
-ScenarioCase MonoToStereoRow(const std::string& path, const Side& left, const Side& right, const Side& stereo,
-                             int status = 0)
-{
-    return {"MonoToStereo", "MonoToStereo" + path, status, false, false, "", [=](const BufferFactory& factory) {
-                Scenario scenario;
-                scenario.inputs.push_back(MakeBuffer(factory, "left", left));
-                scenario.inputs.push_back(MakeBuffer(factory, "right", right));
-                scenario.outputs.push_back(MakeBuffer(factory, "stereo", stereo));
-                IZtAudioSamples* l = scenario.inputs[0].Get();
-                IZtAudioSamples* r = scenario.inputs[1].Get();
-                IZtAudioSamples* out = scenario.outputs[0].Get();
-                scenario.run = [=](IZtaAudioSamplesEngine& engine) {
-                    return engine.CopyAudioSamplesMonoToStereo(l, r, out);
-                };
-                return scenario;
-            }};
-}
-
-ScenarioCase StereoToMonoRow(const std::string& path, const Side& stereo, const Side& left, const Side& right,
-                             int status = 0)
-{
-    return {"StereoToMono",
-            "StereoToMono" + path,
-            status,
-            false,
-            false,
-            "left.QueryInterface",
-            [=](const BufferFactory& factory) {
-                Scenario scenario;
-                scenario.inputs.push_back(MakeBuffer(factory, "stereo", stereo));
-                scenario.outputs.push_back(MakeBuffer(factory, "left", left));
-                scenario.outputs.push_back(MakeBuffer(factory, "right", right));
-                IZtAudioSamples* in = scenario.inputs[0].Get();
-                IZtAudioSamples* l = scenario.outputs[0].Get();
-                IZtAudioSamples* r = scenario.outputs[1].Get();
-                scenario.run = [=](IZtaAudioSamplesEngine& engine) {
-                    return engine.CopyAudioSamplesStereoToMono(in, l, r);
-                };
-                return scenario;
-            }};
+    switch (kind) {
+    case OperationKind::Copy:
+    case OperationKind::Duplicate:
+        return {inputs ? "source" : "destination"};
+    case OperationKind::Volume:
+    case OperationKind::Resample:
+        return {inputs ? "input" : "output"};
+    case OperationKind::MonoToStereo:
+    case OperationKind::StereoToMono:
+        return count == 1 ? std::vector<std::string>{"stereo"} : std::vector<std::string>{"left", "right"};
+    default:
+        break;
+    }
+    if (inputs ? !IsInterleave(kind) : !IsDeinterleave(kind)) {
+        return {"mux"};
+    }
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < count; ++i) {
+        names.push_back("plane" + std::to_string(i));
+    }
+    return names;
 }
 
 /// One gain ramp for each channel, a different one in each.
-std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
+std::vector<SZtAudioMonoVolumeInfo> MakeRamps(std::size_t channels)
 {
     std::vector<SZtAudioMonoVolumeInfo> volumes(channels);
     for (std::size_t c = 0; c < channels; ++c) {
@@ -136,131 +80,78 @@ std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
     return volumes;
 }
 
-ScenarioCase VolumeRow(const std::string& path, const Side& input, const Side& output, std::size_t volumes,
-                       int status = 0)
-{
-    return {"Volume", "Volume" + path, status, false, false, "", [=](const BufferFactory& factory) {
-                Scenario scenario;
-                scenario.inputs.push_back(MakeBuffer(factory, "input", input));
-                scenario.outputs.push_back(MakeBuffer(factory, "output", output));
-                IZtAudioSamples* in = scenario.inputs[0].Get();
-                IZtAudioSamples* out = scenario.outputs[0].Get();
-                scenario.run = [=, ramps = Ramps(volumes)](IZtaAudioSamplesEngine& engine) mutable {
-                    return engine.ApplyVolume(in, out, ramps.data(), ramps.size());
-                };
-                return scenario;
-            }};
-}
-
-/// The array of a mux operation: equal buffers, except the last one if a test case says so.
-struct Sides {
-    std::size_t count;
-    Side side;
-    std::optional<Side> last = std::nullopt;
-};
-
-std::vector<host::Ref<host::AudioBuffer>> MakeBuffers(const BufferFactory& factory, const Sides& sides)
-{
-    std::vector<host::Ref<host::AudioBuffer>> buffers;
-    for (std::size_t i = 0; i < sides.count; ++i) {
-        const bool isLast = i + 1 == sides.count;
-        buffers.push_back(
-            MakeBuffer(factory, "part" + std::to_string(i), isLast && sides.last ? *sides.last : sides.side));
-    }
-    return buffers;
-}
-
-std::vector<IZtAudioSamples*> Pointers(const std::vector<host::Ref<host::AudioBuffer>>& buffers)
-{
-    std::vector<IZtAudioSamples*> pointers;
-    for (const auto& buffer : buffers) {
-        pointers.push_back(buffer.Get());
-    }
-    return pointers;
-}
-
-/// The channel count of the array's buffers selects the operation.
-ScenarioCase AssemblyRow(const std::string& path, const Sides& parts, const Side& mux, std::size_t volumes = 0,
-                         int status = 0, bool leaksReference = false)
-{
-    const bool mono = parts.side.format.ulChannels == 1;
-    const std::string operation = mono ? "MonoToMux" : "StereoToMux";
-    return {operation, operation + path, status, false, leaksReference, "", [=](const BufferFactory& factory) {
-                Scenario scenario;
-                scenario.inputs = MakeBuffers(factory, parts);
-                scenario.outputs.push_back(MakeBuffer(factory, "mux", mux));
-                const auto method = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
-                                         : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
-                scenario.run = [array = Pointers(scenario.inputs), out = scenario.outputs[0].Get(),
-                                ramps = Ramps(volumes), method](IZtaAudioSamplesEngine& engine) mutable {
-                    return (engine.*method)(array.data(), array.size(), out, ramps.data(), ramps.size());
-                };
-                return scenario;
-            }};
-}
-
-ScenarioCase SplitRow(const std::string& path, const Side& mux, const Sides& parts, std::size_t volumes = 0,
-                      int status = 0)
-{
-    const bool mono = parts.side.format.ulChannels == 1;
-    const std::string operation = mono ? "MuxToMono" : "MuxToStereo";
-    return {operation, operation + path, status, false, false, "", [=](const BufferFactory& factory) {
-                Scenario scenario;
-                scenario.inputs.push_back(MakeBuffer(factory, "mux", mux));
-                scenario.outputs = MakeBuffers(factory, parts);
-                const auto method = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
-                                         : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
-                scenario.run = [in = scenario.inputs[0].Get(), array = Pointers(scenario.outputs),
-                                ramps = Ramps(volumes), method](IZtaAudioSamplesEngine& engine) mutable {
-                    return (engine.*method)(in, array.data(), array.size(), ramps.data(), ramps.size());
-                };
-                return scenario;
-            }};
-}
-
-/// A stream between the rates of two formats, of the first one's channels.
-host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to)
+/// A stream between the rates of two formats, with the channels of the first one.
+host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to, bool hasPackedBank)
 {
     CZtaResampleAudio resample;
-    IUnknown* stream = nullptr;
+    host::Ref<IUnknown> stream;
     if (resample.CreateAudioResamplerMono16BitsToMono16Bits(from.ulSamplesPerSec, to.ulSamplesPerSec, from.ulChannels,
-                                                            &stream) < 0) {
+                                                            stream.Put()) < 0) {
         throw std::runtime_error("no stream between these rates");
     }
-    return host::Ref<IUnknown>::Adopt(stream);
+    if (!hasPackedBank) {
+        static SZtaPackedFilterBank empty;
+        SetPackedFilterBank(*dynamic_cast<CPolyphaseResampler&>(*stream).m_pSpec, &empty);
+    }
+    return stream;
 }
 
-/// Gives the filter of a stream an empty packed bank, as variants without a packed path do.
-void DropPackedFilterBank(IUnknown& stream)
+/// The array of a mux operation.
+std::vector<BufferSpec> Planes(std::size_t count, const BufferSpec& spec)
 {
-    static SZtaPackedFilterBank empty;
-    SetPackedFilterBank(*dynamic_cast<CPolyphaseResampler&>(stream).m_pSpec, &empty);
+    return std::vector<BufferSpec>(count, spec);
 }
 
-/// One buffer of a stream of the given formats, after a first one that restarts it.
-ScenarioCase ResampleRow(const std::string& path, const Side& input, const Side& output, int status = 0,
-                         bool hasRows = true)
+/// An array whose last buffer is another one.
+std::vector<BufferSpec> Planes(std::size_t count, const BufferSpec& spec, const BufferSpec& last)
 {
-    return {"Resample", "Resample" + path, status, false, false, "", [=](const BufferFactory& factory) {
-                Scenario scenario;
-                scenario.inputs.push_back(MakeBuffer(factory, "input", input));
-                scenario.outputs.push_back(MakeBuffer(factory, "output", output));
-                IZtAudioSamples* in = scenario.inputs[0].Get();
-                IZtAudioSamples* out = scenario.outputs[0].Get();
-                const auto stream = MakeStream(input.format, output.format);
-                if (!hasRows) {
-                    DropPackedFilterBank(*stream);
-                }
-                scenario.run = [=](IZtaAudioSamplesEngine& engine) {
-                    return engine.ProcessAudioResampler(in, out, keZtAudioResamplerModeRestart, stream.Get());
-                };
-                return scenario;
-            }};
+    auto planes = Planes(count, spec);
+    planes.back() = last;
+    return planes;
 }
 
 } // namespace
 
-int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine)
+host::Ref<host::AudioBuffer> MakeAudioBuffer(const std::string& /*name*/, const SZtaWaveFormatInfo& format,
+                                             std::size_t bytes)
+{
+    return host::AudioBuffer::Create(format, bytes);
+}
+
+ScenarioCase::ScenarioCase(OperationKind operationKind, const std::string& path, std::vector<BufferSpec> inputSpecs,
+                           std::vector<BufferSpec> outputSpecs, const ScenarioOptions& options)
+    : ScenarioOptions(options), kind(operationKind), operation(OperationName(kind)), name(operation + path),
+      inputs(std::move(inputSpecs)), outputs(std::move(outputSpecs)),
+      returnsSignalsStatus(kind == OperationKind::Duplicate),
+      throwsOn(kind == OperationKind::StereoToMono ? "left.QueryInterface" : "")
+{
+}
+
+Scenario ScenarioCase::Make(const BufferFactory& factory) const
+{
+    Scenario scenario;
+    scenario.call = {.kind = kind,
+                     .volumes = MakeRamps(volumeCount),
+                     .sourceOffset = sourceOffset,
+                     .destinationOffset = destinationOffset,
+                     .length = length};
+    const auto make = [&](const std::vector<BufferSpec>& specs, bool isInput, auto& buffers, auto& pointers) {
+        const auto names = BufferNames(kind, isInput, specs.size());
+        for (std::size_t i = 0; i < specs.size(); ++i) {
+            buffers.push_back(MakeBuffer(factory, names[i], specs[i]));
+            pointers.push_back(buffers.back().Get());
+        }
+    };
+    make(inputs, true, scenario.inputs, scenario.call.inputs);
+    make(outputs, false, scenario.outputs, scenario.call.outputs);
+    if (kind == OperationKind::Resample) {
+        scenario.stream = MakeStream(inputs[0].format, outputs[0].format, hasPackedBank);
+        scenario.call.stream = scenario.stream.Get();
+    }
+    return scenario;
+}
+
+void Announce(const Scenario& scenario)
 {
     for (const auto& input : scenario.inputs) {
         input->AnnounceRead();
@@ -268,145 +159,193 @@ int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine)
     for (const auto& output : scenario.outputs) {
         output->AnnounceWrite();
     }
-    return scenario.run(engine);
+}
+
+int RunAnnounced(const Scenario& scenario, IZtaAudioSamplesEngine& engine)
+{
+    Announce(scenario);
+    return scenario.call.Run(engine);
+}
+
+bool IsSignaled(const Scenario& scenario)
+{
+    const auto isSignaled = [](const host::Ref<host::AudioBuffer>& buffer) {
+        return buffer->ReadCount() == 0 && buffer->WriteCount() == 0 && buffer->PairingViolations() == 0;
+    };
+    return std::all_of(scenario.inputs.begin(), scenario.inputs.end(), isSignaled) &&
+           std::all_of(scenario.outputs.begin(), scenario.outputs.end(), isSignaled);
+}
+
+std::vector<std::vector<std::byte>> OutputBytes(const Scenario& scenario)
+{
+    std::vector<std::vector<std::byte>> bytes;
+    for (const auto& output : scenario.outputs) {
+        bytes.emplace_back(output->Data(), output->Data() + output->Capacity());
+    }
+    return bytes;
 }
 
 const std::vector<ScenarioCase>& Scenarios()
 {
+    using enum OperationKind;
+    using Case = ScenarioCase;
     const SZtaWaveFormatInfo eightBits = MakeFormat(1, keZtAudioDataTypePcm, 48000, 8, 8);
     const SZtaWaveFormatInfo eightBitsStereo = MakeFormat(2, keZtAudioDataTypePcm, 48000, 8, 8);
-    static const std::vector<ScenarioCase> rows = {
-        CopyRow("Bytes", {Pcm16(2), 300}, {Pcm16(2), 300}),
-        CopyRow("OpaqueBytes", {Opaque(3, 32, 24), 10}, {Opaque(3, 32, 32), 10}),
-        CopyRow("BytesThatDoNotFit", {Pcm16(1), 11}, {Pcm16(1), 10}, ZT_E_DESTINATION_BUFFER_TOO_SMALL, true),
-        CopyRow("BitDepth", {Pcm16(2), 300}, {Pcm24In32(2), 300}),
-        CopyRow("BitDepthToFloat", {Pcm24In32(1), 300}, {Float32(1), 300}),
-        CopyRow("BitDepthPacked", {Pcm24In32(8), 300}, {Pcm24In24(8), 300}),
-        CopyRow("BitDepthThatDoesNotFit", {Pcm16(1), 11}, {Pcm24In32(1), 10}, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-        CopyRow("BitDepthWithoutARow", {Pcm16(1), 10}, {Pcm24In24(1), 10}, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
-        CopyRow("WithoutAClass", {Pcm16(3), 10}, {Pcm24In32(3), 10}, ZT_E_FORMAT_NOT_SUPPORTED),
-        CopyRow("MultiFormat", {Multi24(2), 300}, {Pcm24In32(2), 300}),
-        CopyRow("MultiFormatToSixteenBits", {Multi16(2), 300}, {Pcm16(2), 300}),
-        CopyRow("MultiFormatOfAnotherLength", {Multi16(2), 299}, {Pcm16(2), 300}, ZT_E_BUFFER_SIZE_MISMATCH),
-        CopyRow("MultiFormatToFloat", {Multi24(2), 300}, {Float32(2), 300}),
-        CopyRow("MultiFormatToAnotherRate", {Multi24(2), 10}, {MakeFormat(2, keZtAudioDataTypePcm, 44100, 32, 24), 10},
-                ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
-        CopyRow("MultiFormatToOtherValidBits", {Multi24(2), 10},
-                {MakeFormat(2, keZtAudioDataTypePcm, 48000, 32, 16), 10}),
-        CopyRow("FadedInPlace", {Pcm16(1), 500, true, true}, {Pcm24In32(1), 500}),
-        CopyRow("FadedInPlaceFromEqualBytes", {Pcm16(2), 500, true, false}, {Pcm16(2), 500}),
-        CopyRow("FadedInAScratchBuffer", {Pcm16(1), 500, true, true}, {Float32(1), 500}),
-        CopyRow("FadedTooShort", {Pcm16(4), 100, true, false}, {Pcm24In32(4), 100}, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-        CopyRow("FadedScratchBufferTooSmall", {Pcm24In32(1), 48001, true, false}, {Float32(1), 48001},
-                ZT_E_DESTINATION_BUFFER_TOO_SMALL, true),
-        CopyRow("Relabelled", {Pcm20In32(2), 100}, {Pcm20In32(2), 100}),
-        CopyRow("OfOtherChannels", {Pcm16(1), 10}, {Pcm16(2), 10}, ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH),
-        DuplicateRow("Run", {Pcm16(1), 100, true, false}, {Pcm16(1), 100}, 20, 40, 60),
-        DuplicateRow("BeyondTheSource", {Pcm16(1), 100}, {Pcm16(1), 200}, 180, 0, 21),
-        DuplicateRow("BeyondTheDestination", {Pcm16(1), 100}, {Pcm16(1), 50}, 0, 90, 11),
-        DuplicateRow("Relabelled", {Pcm20In32(2), 10}, {Pcm20In32(2), 10}, 0, 0, 80),
-
-        MonoToStereoRow("Direct", {Pcm16(1), 300}, {Pcm16(1), 300}, {Pcm16(2), 300}),
-        MonoToStereoRow("Packed", {Pcm24In24(1), 300}, {Pcm24In24(1), 300}, {Pcm24In24(2), 300}),
-        MonoToStereoRow("StagedInputs", {Pcm16(1), 300}, {Pcm16(1), 300}, {Pcm24In32(2), 300}),
-        MonoToStereoRow("StagedOutput", {Pcm24In32(1), 300}, {Pcm24In32(1), 300}, {Float32(2), 300}),
-        MonoToStereoRow("Faded", {Pcm16(1), 300, true, true}, {Pcm16(1), 300, true, true}, {Pcm16(2), 300}),
-        MonoToStereoRow("FadedWithoutAKernel", {Pcm24In24(1), 300, true}, {Pcm24In24(1), 300, true},
-                        {Pcm24In24(2), 300}, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
-        MonoToStereoRow("OfNoKnownFormat", {eightBits, 10}, {eightBits, 10}, {eightBitsStereo, 10},
-                        ZT_E_FORMAT_NOT_SUPPORTED),
-        MonoToStereoRow("OfUnequalLengths", {Pcm16(1), 299}, {Pcm16(1), 300}, {Pcm16(2), 300},
-                        ZT_E_BUFFER_SIZE_MISMATCH),
-        MonoToStereoRow("Relabelled", {Pcm20In32(1), 10}, {Pcm20In32(1), 10}, {Pcm20In32(2), 10}),
-        StereoToMonoRow("Direct", {Pcm16(2), 300}, {Pcm16(1), 300}, {Pcm16(1), 300}),
-        StereoToMonoRow("StagedInput", {Pcm16(2), 300}, {Pcm24In32(1), 300}, {Pcm24In32(1), 300}),
-        StereoToMonoRow("StagedOutputs", {Pcm24In32(2), 300}, {Float32(1), 300}, {Float32(1), 300}),
-        StereoToMonoRow("OneStagedOutput", {Pcm24In32(2), 300}, {Pcm24In32(1), 300}, {Float32(1), 300}),
-        StereoToMonoRow("ScratchBufferTooSmall", {Pcm24In32(2), 48001}, {Float32(1), 48001}, {Pcm24In32(1), 48001},
-                        ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-        StereoToMonoRow("WithoutARow", {Float32(2), 300}, {Float32(1), 300}, {Float32(1), 300},
-                        ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
-        StereoToMonoRow("OfNoKnownFormat", {eightBitsStereo, 10}, {eightBits, 10}, {eightBits, 10},
-                        ZT_E_FORMAT_NOT_SUPPORTED),
-        StereoToMonoRow("TooSmall", {Pcm16(2), 300}, {Pcm16(1), 299}, {Pcm16(1), 299},
-                        ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-        StereoToMonoRow("Relabelled", {Pcm20In32(2), 10}, {Pcm20In32(1), 10}, {Pcm20In32(1), 10}),
-
-        VolumeRow("Mono", {Pcm24In32(1), 301}, {Pcm24In32(1), 301}, 1),
-        VolumeRow("Stereo", {Pcm24In32(2), 301}, {Pcm24In32(2), 301}, 2),
-        VolumeRow("EightChannels", {Pcm24In32(8), 301}, {Pcm24In32(8), 301}, 8),
-        VolumeRow("SixtyFourChannels", {Pcm24In32(64), 301}, {Pcm24In32(64), 301}, 64),
-        VolumeRow("Faded", {Pcm24In32(4), 301, true, true}, {Pcm24In32(4), 301}, 4),
-        VolumeRow("FadedOut", {Pcm24In32(4), 301, false, true}, {Pcm24In32(4), 301}, 4),
-        VolumeRow("OfUnequalLengths", {Pcm24In32(1), 300}, {Pcm24In32(1), 301}, 1, ZT_E_BUFFER_SIZE_MISMATCH),
-        VolumeRow("OfOtherFormats", {Pcm16(1), 300}, {Pcm16(1), 300}, 1, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
-
-        AssemblyRow("Direct", {4, {Pcm24In32(1), 300}}, {Pcm24In32(4), 300}),
-        AssemblyRow("Packed", {8, {Pcm24In24(1), 300}}, {Pcm24In24(8), 300}),
-        AssemblyRow("StagedInputs", {4, {Pcm16(1), 300}}, {Pcm24In32(4), 300}),
-        AssemblyRow("StagedFloat", {4, {Pcm24In32(1), 300}, Side{Float32(1), 300}}, {Pcm24In32(4), 300}),
-        AssemblyRow("Faded", {4, {Pcm16(1), 300, true, true}}, {Pcm16(4), 300}),
-        AssemblyRow("LastFaded", {4, {Pcm24In32(1), 300}, Side{Pcm24In32(1), 300, false, true}}, {Pcm24In32(4), 300}),
-        AssemblyRow("StagedAndFaded", {4, {Pcm24In32(1), 300, true}}, {Pcm16(4), 300}, 0,
-                    ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
-        AssemblyRow("Scaled", {4, {Pcm24In32(1), 301}}, {Pcm24In32(4), 301}, 4),
-        AssemblyRow("ScaledBeyondTheInputs", {4, {Pcm24In32(1), 100}}, {Pcm24In32(4), 301}, 4),
-        AssemblyRow("ScaledWithoutARow", {4, {Pcm16(1), 300}}, {Pcm16(4), 300}, 4, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
-        AssemblyRow("IntoStereo", {2, {Pcm24In32(1), 300}}, {Pcm24In32(2), 300}, 0,
-                    ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
-        AssemblyRow("OfUnequalLengths", {4, {Pcm16(1), 300}, Side{Pcm16(1), 299}}, {Pcm16(4), 300}, 0,
-                    ZT_E_BUFFER_SIZE_MISMATCH),
-        AssemblyRow("ThatDoesNotFit", {4, {Pcm16(1), 300}}, {Pcm16(4), 299}, 0, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-        AssemblyRow("ScratchBufferTooSmall", {4, {Pcm24In32(1), 10}, Side{Pcm24In32(1), 48001}}, {Pcm24In32(4), 10}, 0,
-                    ZT_E_DESTINATION_BUFFER_TOO_SMALL, true),
-        AssemblyRow("OfAWrongWidth", {4, {Pcm16(1), 10}}, {Pcm16(8), 10}, 0, ZT_E_BUFFER_FORMAT_MISMATCH),
-        AssemblyRow("OfAWrongCount", {3, {Pcm16(1), 10}}, {Pcm16(4), 10}, 0, ZT_E_INVALID_PARAMETER),
-        AssemblyRow("Relabelled", {4, {Pcm20In32(1), 10}}, {Pcm20In32(4), 10}),
-        AssemblyRow("Direct", {2, {Pcm24In32(2), 300}}, {Pcm24In32(4), 300}),
-        AssemblyRow("Wide", {16, {Pcm16(2), 30}}, {Pcm16(32), 30}),
-        AssemblyRow("StagedInputs", {4, {Pcm24In24(2), 300}}, {Pcm24In32(8), 300}),
-        AssemblyRow("Faded", {2, {Pcm24In32(2), 300, true, true}}, {Pcm24In32(4), 300}),
-        AssemblyRow("Scaled", {4, {Pcm24In32(2), 301}}, {Pcm24In32(8), 301}, 8),
-        AssemblyRow("WithAnOddVolume", {2, {Pcm24In32(2), 300}}, {Pcm24In32(4), 300}, 5, ZT_E_INVALID_PARAMETER),
-        AssemblyRow("WithTooManyVolumes", {32, {Pcm24In32(2), 10}}, {Pcm24In32(64), 10}, 65, ZT_E_ARRAY_TOO_SMALL),
-        AssemblyRow("Relabelled", {2, {Pcm20In32(2), 10}}, {Pcm20In32(4), 10}),
-
-        SplitRow("Direct", {Pcm24In32(4), 300}, {4, {Pcm24In32(1), 300}}),
-        SplitRow("Wide", {Pcm24In24(32), 30}, {32, {Pcm24In24(1), 30}}),
-        SplitRow("Staged", {Pcm24In32(4), 300}, {4, {Pcm16(1), 300}}),
-        SplitRow("StagedWithoutARow", {Pcm24In32(8), 300}, {8, {Pcm16(1), 300}}, 0,
-                 ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
-        SplitRow("ScratchBufferTooSmall", {Pcm16(4), 12001}, {4, {Pcm24In32(1), 12001}}, 0,
-                 ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-        SplitRow("Faded", {Pcm16(4), 300, true, true}, {4, {Pcm16(1), 300}}),
-        SplitRow("FadedWithoutAKernel", {Pcm24In24(4), 300, true}, {4, {Pcm24In24(1), 300}}, 0,
-                 ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED),
-        SplitRow("Scaled", {Pcm24In32(4), 301}, {4, {Pcm24In32(1), 301}}, 4),
-        SplitRow("ScaledWithoutARow", {Pcm16(4), 300}, {4, {Pcm16(1), 300}}, 4, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
-        SplitRow("OfUnequalLengths", {Pcm16(4), 10}, {4, {Pcm16(1), 300}, Side{Pcm16(1), 299}}, 0,
-                 ZT_E_BUFFER_SIZE_MISMATCH),
-        SplitRow("ThatDoesNotFit", {Pcm16(4), 300}, {4, {Pcm16(1), 299}}, 0, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-        SplitRow("OfAWrongWidth", {Pcm16(4), 10}, {8, {Pcm16(1), 10}}, 0, ZT_E_INVALID_PARAMETER),
-        SplitRow("IntoAnOutputOfOtherChannels", {Pcm16(4), 10}, {4, {Pcm16(1), 10}, Side{Pcm16(2), 10}}, 0,
-                 ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED),
-        SplitRow("Relabelled", {Pcm20In32(4), 10}, {4, {Pcm20In32(1), 10}}),
-        SplitRow("Direct", {Pcm24In32(4), 300}, {2, {Pcm24In32(2), 300}}),
-        SplitRow("Staged", {Pcm16(4), 300}, {2, {Pcm24In32(2), 300}}),
-        SplitRow("Faded", {Pcm24In32(8), 300, false, true}, {4, {Pcm24In32(2), 300}}),
-        SplitRow("Scaled", {Pcm24In32(8), 301}, {4, {Pcm24In32(2), 301}}, 8),
-        SplitRow("Relabelled", {Pcm20In32(4), 10}, {2, {Pcm20In32(2), 10}}),
-
-        ResampleRow("MonoUp", {Pcm16(1, 44100), 500}, {Pcm16(1, 48000), 600}),
-        ResampleRow("MonoDown", {Pcm16(1, 48000), 500}, {Pcm16(1, 44100), 500}),
-        ResampleRow("StereoUp", {Pcm16(2, 44100), 500}, {Pcm16(2, 48000), 600}),
-        ResampleRow("StereoDown", {Pcm16(2, 48000), 500}, {Pcm16(2, 44100), 500}),
-        ResampleRow("SeveralPasses", {Pcm16(1, 44100), 20000}, {Pcm16(1, 48000), 22000}),
-        ResampleRow("UpWithoutPackedBank", {Pcm16(1, 44100), 20000}, {Pcm16(1, 48000), 22000}, 0, false),
-        ResampleRow("DownWithoutPackedBank", {Pcm16(2, 48000), 20000}, {Pcm16(2, 44100), 20000}, 0, false),
-        ResampleRow("WithoutRoom", {Pcm16(1, 44100), 500}, {Pcm16(1, 48000), 500}, ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-        ResampleRow("OfOtherRates", {Pcm16(1, 44100), 500}, {Pcm16(1, 96000), 1500}, ZT_E_INVALID_AUDIO_SAMPLING_RATE),
+    static const std::vector<ScenarioCase> cases = {
+        Case(Copy, "Bytes", {{Pcm16(2), 300}}, {{Pcm16(2), 300}}),
+        Case(Copy, "OpaqueBytes", {{Opaque(3, 32, 24), 10}}, {{Opaque(3, 32, 32), 10}}),
+        Case(Copy, "BytesThatDoNotFit", {{Pcm16(1), 11}}, {{Pcm16(1), 10}},
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL, .leaksReference = true}),
+        Case(Copy, "BitDepth", {{Pcm16(2), 300}}, {{Pcm24In32(2), 300}}),
+        Case(Copy, "BitDepthToFloat", {{Pcm24In32(1), 300}}, {{Float32(1), 300}}),
+        Case(Copy, "BitDepthPacked", {{Pcm24In32(8), 300}}, {{Pcm24In24(8), 300}}),
+        Case(Copy, "BitDepthThatDoesNotFit", {{Pcm16(1), 11}}, {{Pcm24In32(1), 10}},
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
+        Case(Copy, "BitDepthWithoutAKernel", {{Pcm16(1), 10}}, {{Pcm24In24(1), 10}},
+             {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
+        Case(Copy, "WithoutAKernelClass", {{Pcm16(3), 10}}, {{Pcm24In32(3), 10}},
+             {.status = ZT_E_FORMAT_NOT_SUPPORTED}),
+        Case(Copy, "MultiFormat", {{Multi24(2), 300}}, {{Pcm24In32(2), 300}}),
+        Case(Copy, "MultiFormatToSixteenBits", {{Multi16(2), 300}}, {{Pcm16(2), 300}}),
+        Case(Copy, "MultiFormatOfAnotherLength", {{Multi16(2), 299}}, {{Pcm16(2), 300}},
+             {.status = ZT_E_BUFFER_SIZE_MISMATCH}),
+        Case(Copy, "MultiFormatToFloat", {{Multi24(2), 300}}, {{Float32(2), 300}}),
+        Case(Copy, "MultiFormatToAnotherRate", {{Multi24(2), 10}},
+             {{MakeFormat(2, keZtAudioDataTypePcm, 44100, 32, 24), 10}},
+             {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
+        Case(Copy, "MultiFormatToOtherValidBits", {{Multi24(2), 10}},
+             {{MakeFormat(2, keZtAudioDataTypePcm, 48000, 32, 16), 10}}),
+        Case(Copy, "FadedInPlace", {{Pcm16(1), 500, true, true}}, {{Pcm24In32(1), 500}}),
+        Case(Copy, "FadedInPlaceFromEqualBytes", {{Pcm16(2), 500, true, false}}, {{Pcm16(2), 500}}),
+        Case(Copy, "FadedInAScratchBuffer", {{Pcm16(1), 500, true, true}}, {{Float32(1), 500}}),
+        Case(Copy, "FadedTooShort", {{Pcm16(4), 100, true, false}}, {{Pcm24In32(4), 100}},
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
+        Case(Copy, "FadedScratchBufferTooSmall", {{Pcm24In32(1), 48001, true, false}}, {{Float32(1), 48001}},
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL, .leaksReference = true}),
+        Case(Copy, "Relabeled", {{Pcm20In32(2), 100}}, {{Pcm20In32(2), 100}}),
+        Case(Copy, "OfOtherChannels", {{Pcm16(1), 10}}, {{Pcm16(2), 10}},
+             {.status = ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH}),
+        Case(Duplicate, "Range", {{Pcm16(1), 100, true, false}}, {{Pcm16(1), 100}},
+             {.sourceOffset = 20, .destinationOffset = 40, .length = 60}),
+        Case(Duplicate, "BeyondTheSource", {{Pcm16(1), 100}}, {{Pcm16(1), 200}}, {.sourceOffset = 180, .length = 21}),
+        Case(Duplicate, "BeyondTheDestination", {{Pcm16(1), 100}}, {{Pcm16(1), 50}},
+             {.destinationOffset = 90, .length = 11}),
+        Case(Duplicate, "Relabeled", {{Pcm20In32(2), 10}}, {{Pcm20In32(2), 10}}, {.length = 80}),
+        Case(MonoToStereo, "Direct", {{Pcm16(1), 300}, {Pcm16(1), 300}}, {{Pcm16(2), 300}}),
+        Case(MonoToStereo, "Packed", {{Pcm24In24(1), 300}, {Pcm24In24(1), 300}}, {{Pcm24In24(2), 300}}),
+        Case(MonoToStereo, "StagedInputs", {{Pcm16(1), 300}, {Pcm16(1), 300}}, {{Pcm24In32(2), 300}}),
+        Case(MonoToStereo, "StagedOutput", {{Pcm24In32(1), 300}, {Pcm24In32(1), 300}}, {{Float32(2), 300}}),
+        Case(MonoToStereo, "Faded", {{Pcm16(1), 300, true, true}, {Pcm16(1), 300, true, true}}, {{Pcm16(2), 300}}),
+        Case(MonoToStereo, "FadedWithoutAKernel", {{Pcm24In24(1), 300, true}, {Pcm24In24(1), 300, true}},
+             {{Pcm24In24(2), 300}}, {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
+        Case(MonoToStereo, "OfNoKnownFormat", {{eightBits, 10}, {eightBits, 10}}, {{eightBitsStereo, 10}},
+             {.status = ZT_E_FORMAT_NOT_SUPPORTED}),
+        Case(MonoToStereo, "OfUnequalLengths", {{Pcm16(1), 299}, {Pcm16(1), 300}}, {{Pcm16(2), 300}},
+             {.status = ZT_E_BUFFER_SIZE_MISMATCH}),
+        Case(MonoToStereo, "Relabeled", {{Pcm20In32(1), 10}, {Pcm20In32(1), 10}}, {{Pcm20In32(2), 10}}),
+        Case(StereoToMono, "Direct", {{Pcm16(2), 300}}, {{Pcm16(1), 300}, {Pcm16(1), 300}}),
+        Case(StereoToMono, "StagedInput", {{Pcm16(2), 300}}, {{Pcm24In32(1), 300}, {Pcm24In32(1), 300}}),
+        Case(StereoToMono, "StagedOutputs", {{Pcm24In32(2), 300}}, {{Float32(1), 300}, {Float32(1), 300}}),
+        Case(StereoToMono, "OneStagedOutput", {{Pcm24In32(2), 300}}, {{Pcm24In32(1), 300}, {Float32(1), 300}}),
+        Case(StereoToMono, "ScratchBufferTooSmall", {{Pcm24In32(2), 48001}},
+             {{Float32(1), 48001}, {Pcm24In32(1), 48001}}, {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
+        Case(StereoToMono, "WithoutAKernel", {{Float32(2), 300}}, {{Float32(1), 300}, {Float32(1), 300}},
+             {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
+        Case(StereoToMono, "OfNoKnownFormat", {{eightBitsStereo, 10}}, {{eightBits, 10}, {eightBits, 10}},
+             {.status = ZT_E_FORMAT_NOT_SUPPORTED}),
+        Case(StereoToMono, "TooSmall", {{Pcm16(2), 300}}, {{Pcm16(1), 299}, {Pcm16(1), 299}},
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
+        Case(StereoToMono, "Relabeled", {{Pcm20In32(2), 10}}, {{Pcm20In32(1), 10}, {Pcm20In32(1), 10}}),
+        Case(Volume, "Mono", {{Pcm24In32(1), 301}}, {{Pcm24In32(1), 301}}, {.volumeCount = 1}),
+        Case(Volume, "Stereo", {{Pcm24In32(2), 301}}, {{Pcm24In32(2), 301}}, {.volumeCount = 2}),
+        Case(Volume, "EightChannels", {{Pcm24In32(8), 301}}, {{Pcm24In32(8), 301}}, {.volumeCount = 8}),
+        Case(Volume, "SixtyFourChannels", {{Pcm24In32(64), 301}}, {{Pcm24In32(64), 301}}, {.volumeCount = 64}),
+        Case(Volume, "Faded", {{Pcm24In32(4), 301, true, true}}, {{Pcm24In32(4), 301}}, {.volumeCount = 4}),
+        Case(Volume, "FadedOut", {{Pcm24In32(4), 301, false, true}}, {{Pcm24In32(4), 301}}, {.volumeCount = 4}),
+        Case(Volume, "OfUnequalLengths", {{Pcm24In32(1), 300}}, {{Pcm24In32(1), 301}},
+             {.status = ZT_E_BUFFER_SIZE_MISMATCH, .volumeCount = 1}),
+        Case(Volume, "OfOtherFormats", {{Pcm16(1), 300}}, {{Pcm16(1), 300}},
+             {.status = ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, .volumeCount = 1}),
+        Case(MonoToMux, "Direct", Planes(4, {Pcm24In32(1), 300}), {{Pcm24In32(4), 300}}),
+        Case(MonoToMux, "Packed", Planes(8, {Pcm24In24(1), 300}), {{Pcm24In24(8), 300}}),
+        Case(MonoToMux, "StagedInputs", Planes(4, {Pcm16(1), 300}), {{Pcm24In32(4), 300}}),
+        Case(MonoToMux, "StagedFloat", Planes(4, {Pcm24In32(1), 300}, BufferSpec{Float32(1), 300}),
+             {{Pcm24In32(4), 300}}),
+        Case(MonoToMux, "Faded", Planes(4, {Pcm16(1), 300, true, true}), {{Pcm16(4), 300}}),
+        Case(MonoToMux, "LastFaded", Planes(4, {Pcm24In32(1), 300}, BufferSpec{Pcm24In32(1), 300, false, true}),
+             {{Pcm24In32(4), 300}}),
+        Case(MonoToMux, "StagedAndFaded", Planes(4, {Pcm24In32(1), 300, true}), {{Pcm16(4), 300}},
+             {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
+        Case(MonoToMux, "Scaled", Planes(4, {Pcm24In32(1), 301}), {{Pcm24In32(4), 301}}, {.volumeCount = 4}),
+        Case(MonoToMux, "ScaledBeyondTheInputs", Planes(4, {Pcm24In32(1), 100}), {{Pcm24In32(4), 301}},
+             {.volumeCount = 4}),
+        Case(MonoToMux, "ScaledWithoutAKernel", Planes(4, {Pcm16(1), 300}), {{Pcm16(4), 300}},
+             {.status = ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, .volumeCount = 4}),
+        Case(MonoToMux, "IntoStereo", Planes(2, {Pcm24In32(1), 300}), {{Pcm24In32(2), 300}},
+             {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
+        Case(MonoToMux, "OfUnequalLengths", Planes(4, {Pcm16(1), 300}, BufferSpec{Pcm16(1), 299}), {{Pcm16(4), 300}},
+             {.status = ZT_E_BUFFER_SIZE_MISMATCH}),
+        Case(MonoToMux, "ThatDoesNotFit", Planes(4, {Pcm16(1), 300}), {{Pcm16(4), 299}},
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
+        Case(MonoToMux, "ScratchBufferTooSmall", Planes(4, {Pcm24In32(1), 10}, BufferSpec{Pcm24In32(1), 48001}),
+             {{Pcm24In32(4), 10}}, {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL, .leaksReference = true}),
+        Case(MonoToMux, "OfAWrongWidth", Planes(4, {Pcm16(1), 10}), {{Pcm16(8), 10}},
+             {.status = ZT_E_BUFFER_FORMAT_MISMATCH}),
+        Case(MonoToMux, "OfAWrongCount", Planes(3, {Pcm16(1), 10}), {{Pcm16(4), 10}},
+             {.status = ZT_E_INVALID_PARAMETER}),
+        Case(MonoToMux, "Relabeled", Planes(4, {Pcm20In32(1), 10}), {{Pcm20In32(4), 10}}),
+        Case(StereoToMux, "Direct", Planes(2, {Pcm24In32(2), 300}), {{Pcm24In32(4), 300}}),
+        Case(StereoToMux, "Wide", Planes(16, {Pcm16(2), 30}), {{Pcm16(32), 30}}),
+        Case(StereoToMux, "StagedInputs", Planes(4, {Pcm24In24(2), 300}), {{Pcm24In32(8), 300}}),
+        Case(StereoToMux, "Faded", Planes(2, {Pcm24In32(2), 300, true, true}), {{Pcm24In32(4), 300}}),
+        Case(StereoToMux, "Scaled", Planes(4, {Pcm24In32(2), 301}), {{Pcm24In32(8), 301}}, {.volumeCount = 8}),
+        Case(StereoToMux, "WithAnOddVolume", Planes(2, {Pcm24In32(2), 300}), {{Pcm24In32(4), 300}},
+             {.status = ZT_E_INVALID_PARAMETER, .volumeCount = 5}),
+        Case(StereoToMux, "WithTooManyVolumes", Planes(32, {Pcm24In32(2), 10}), {{Pcm24In32(64), 10}},
+             {.status = ZT_E_ARRAY_TOO_SMALL, .volumeCount = 65}),
+        Case(StereoToMux, "Relabeled", Planes(2, {Pcm20In32(2), 10}), {{Pcm20In32(4), 10}}),
+        Case(MuxToMono, "Direct", {{Pcm24In32(4), 300}}, Planes(4, {Pcm24In32(1), 300})),
+        Case(MuxToMono, "Wide", {{Pcm24In24(32), 30}}, Planes(32, {Pcm24In24(1), 30})),
+        Case(MuxToMono, "Staged", {{Pcm24In32(4), 300}}, Planes(4, {Pcm16(1), 300})),
+        Case(MuxToMono, "StagedWithoutAKernel", {{Pcm24In32(8), 300}}, Planes(8, {Pcm16(1), 300}),
+             {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
+        Case(MuxToMono, "ScratchBufferTooSmall", {{Pcm16(4), 12001}}, Planes(4, {Pcm24In32(1), 12001}),
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
+        Case(MuxToMono, "Faded", {{Pcm16(4), 300, true, true}}, Planes(4, {Pcm16(1), 300})),
+        Case(MuxToMono, "FadedWithoutAKernel", {{Pcm24In24(4), 300, true}}, Planes(4, {Pcm24In24(1), 300}),
+             {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
+        Case(MuxToMono, "Scaled", {{Pcm24In32(4), 301}}, Planes(4, {Pcm24In32(1), 301}), {.volumeCount = 4}),
+        Case(MuxToMono, "ScaledWithoutAKernel", {{Pcm16(4), 300}}, Planes(4, {Pcm16(1), 300}),
+             {.status = ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, .volumeCount = 4}),
+        Case(MuxToMono, "OfUnequalLengths", {{Pcm16(4), 10}}, Planes(4, {Pcm16(1), 300}, BufferSpec{Pcm16(1), 299}),
+             {.status = ZT_E_BUFFER_SIZE_MISMATCH}),
+        Case(MuxToMono, "ThatDoesNotFit", {{Pcm16(4), 300}}, Planes(4, {Pcm16(1), 299}),
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
+        Case(MuxToMono, "OfAWrongWidth", {{Pcm16(4), 10}}, Planes(8, {Pcm16(1), 10}),
+             {.status = ZT_E_INVALID_PARAMETER}),
+        Case(MuxToMono, "IntoAnOutputOfOtherChannels", {{Pcm16(4), 10}},
+             Planes(4, {Pcm16(1), 10}, BufferSpec{Pcm16(2), 10}), {.status = ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED}),
+        Case(MuxToMono, "Relabeled", {{Pcm20In32(4), 10}}, Planes(4, {Pcm20In32(1), 10})),
+        Case(MuxToStereo, "Direct", {{Pcm24In32(4), 300}}, Planes(2, {Pcm24In32(2), 300})),
+        Case(MuxToStereo, "Staged", {{Pcm16(4), 300}}, Planes(2, {Pcm24In32(2), 300})),
+        Case(MuxToStereo, "Faded", {{Pcm24In32(8), 300, false, true}}, Planes(4, {Pcm24In32(2), 300})),
+        Case(MuxToStereo, "Scaled", {{Pcm24In32(8), 301}}, Planes(4, {Pcm24In32(2), 301}), {.volumeCount = 8}),
+        Case(MuxToStereo, "Relabeled", {{Pcm20In32(4), 10}}, Planes(2, {Pcm20In32(2), 10})),
+        Case(Resample, "MonoUp", {{Pcm16(1, 44100), 500}}, {{Pcm16(1, 48000), 600}}),
+        Case(Resample, "MonoDown", {{Pcm16(1, 48000), 500}}, {{Pcm16(1, 44100), 500}}),
+        Case(Resample, "StereoUp", {{Pcm16(2, 44100), 500}}, {{Pcm16(2, 48000), 600}}),
+        Case(Resample, "StereoDown", {{Pcm16(2, 48000), 500}}, {{Pcm16(2, 44100), 500}}),
+        Case(Resample, "SeveralPasses", {{Pcm16(1, 44100), 20000}}, {{Pcm16(1, 48000), 22000}}),
+        Case(Resample, "UpWithoutPackedBank", {{Pcm16(1, 44100), 20000}}, {{Pcm16(1, 48000), 22000}},
+             {.hasPackedBank = false}),
+        Case(Resample, "DownWithoutPackedBank", {{Pcm16(2, 48000), 20000}}, {{Pcm16(2, 44100), 20000}},
+             {.hasPackedBank = false}),
+        Case(Resample, "IntoATooSmallOutput", {{Pcm16(1, 44100), 500}}, {{Pcm16(1, 48000), 500}},
+             {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
+        Case(Resample, "OfOtherRates", {{Pcm16(1, 44100), 500}}, {{Pcm16(1, 96000), 1500}},
+             {.status = ZT_E_INVALID_AUDIO_SAMPLING_RATE}),
     };
-    return rows;
+    return cases;
 }
 
 } // namespace zta::test

@@ -4,6 +4,7 @@
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/instrumented_buffer.h"
+#include "testing/noise.h"
 #include "testing/recording_host.h"
 #include "testing/scenarios.h"
 
@@ -23,34 +24,19 @@ namespace {
 
 using Bytes = std::vector<std::byte>;
 
-host::Ref<host::AudioBuffer> MakePlainBuffer(const std::string& /*name*/, const SZtaWaveFormatInfo& format,
-                                             std::size_t bytes)
-{
-    return host::AudioBuffer::Create(format, bytes);
-}
-
-std::vector<Bytes> Contents(const Scenario& scenario)
-{
-    std::vector<Bytes> contents;
-    for (const auto& output : scenario.outputs) {
-        contents.emplace_back(output->Data(), output->Data() + output->Capacity());
-    }
-    return contents;
-}
-
 TEST(EngineThreads, EnginesOnManyThreadsDoNotDisturbEachOther)
 {
     auto hostEngine = host::HostEngine::Create();
-    std::vector<ScenarioCase> rows;
-    std::copy_if(Scenarios().begin(), Scenarios().end(), std::back_inserter(rows),
-                 [](const ScenarioCase& row) { return !row.leaksReference; });
+    std::vector<ScenarioCase> tests;
+    std::copy_if(Scenarios().begin(), Scenarios().end(), std::back_inserter(tests),
+                 [](const ScenarioCase& test) { return !test.leaksReference; });
     std::vector<std::vector<Bytes>> expected;
     {
         auto engine = CreateEngine(*hostEngine);
-        for (const ScenarioCase& row : rows) {
-            const Scenario scenario = row.make(MakePlainBuffer);
+        for (const ScenarioCase& test : tests) {
+            const Scenario scenario = test.Make();
             RunAnnounced(scenario, *engine);
-            expected.push_back(Contents(scenario));
+            expected.push_back(OutputBytes(scenario));
         }
     }
     std::atomic<int> wrong{0};
@@ -58,11 +44,11 @@ TEST(EngineThreads, EnginesOnManyThreadsDoNotDisturbEachOther)
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&, t] {
             auto engine = CreateEngine(*hostEngine);
-            for (std::size_t round = 0; round < 2 * rows.size(); ++round) {
-                const std::size_t i = (round + static_cast<std::size_t>(t)) % rows.size();
-                const Scenario scenario = rows[i].make(MakePlainBuffer);
+            for (std::size_t round = 0; round < 2 * tests.size(); ++round) {
+                const std::size_t i = (round + static_cast<std::size_t>(t)) % tests.size();
+                const Scenario scenario = tests[i].Make();
                 const int status = RunAnnounced(scenario, *engine);
-                wrong += status != rows[i].status || Contents(scenario) != expected[i];
+                wrong += status != tests[i].status || OutputBytes(scenario) != expected[i];
             }
         });
     }
@@ -228,12 +214,10 @@ TEST(EngineThreads, StreamsOnManyThreadsDoNotDisturbEachOther)
         auto input = host::AudioBuffer::Create(from, kFrames * 4);
         auto output = host::AudioBuffer::Create(to, kFrames * 5);
         input->SetValidLength(kFrames * 4);
+        Noise noise(seed);
         Bytes samples;
         for (int block = 0; block < 20; ++block) {
-            for (std::size_t i = 0; i < input->Capacity(); ++i) {
-                seed = seed * 1664525U + 1013904223U;
-                input->Data()[i] = static_cast<std::byte>(seed >> 24);
-            }
+            noise.Fill(input->Data(), input->Capacity());
             input->AnnounceRead();
             output->AnnounceWrite();
             const auto mode = block == 0 ? keZtAudioResamplerModeRestart : keZtAudioResamplerModeContinue;

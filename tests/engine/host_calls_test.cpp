@@ -87,8 +87,8 @@ std::map<std::string, std::array<std::set<char>, kRoles>> RecordedCalls()
         zta::test::RecordingHost host(journal);
         const auto engine = zta::test::CreateEngine(host);
         const Scenario scenario =
-            row.make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-                return Ref<AudioBuffer>::Adopt(RecordingBuffer::Create(journal, name, format, bytes).Detach());
+            row.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+                return RecordingBuffer::Create(journal, name, format, bytes);
             });
         std::map<std::string, Role> roles;
         for (const auto& input : scenario.inputs) {

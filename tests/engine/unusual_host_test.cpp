@@ -66,10 +66,10 @@ protected:
     Scenario MakeScenario(const ScenarioCase& row,
                           const std::function<void(const std::string& name, MisbehavingBuffer& buffer)>& configure)
     {
-        Scenario scenario = row.make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+        Scenario scenario = row.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
             auto buffer = MisbehavingBuffer::Create(callLog_, name, format, bytes);
             configure(name, *buffer);
-            return host::Ref<host::AudioBuffer>::Adopt(buffer.Detach());
+            return buffer;
         });
         callLog_.Clear();
         return scenario;
@@ -89,7 +89,7 @@ protected:
 std::vector<std::string> Names(const ScenarioCase& row)
 {
     std::vector<std::string> names;
-    row.make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+    row.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
         names.push_back(name);
         return host::AudioBuffer::Create(format, bytes);
     });

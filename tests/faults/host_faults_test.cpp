@@ -13,16 +13,6 @@ using Bytes = std::vector<std::byte>;
 /// What a host's call raises.
 struct HostException {};
 
-/// Everything that an operation leaves in its outputs.
-std::vector<Bytes> Contents(const Scenario& scenario)
-{
-    std::vector<Bytes> contents;
-    for (const auto& output : scenario.outputs) {
-        contents.emplace_back(output->Data(), output->Data() + output->Capacity());
-    }
-    return contents;
-}
-
 RecordingBuffer& Recording(const host::Ref<host::AudioBuffer>& buffer)
 {
     return static_cast<RecordingBuffer&>(*buffer);
@@ -32,7 +22,7 @@ class HostFaults : public EngineTest, public ::testing::WithParamInterface<Scena
 protected:
     Scenario MakeScenario()
     {
-        return GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+        return GetParam().Make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
             return RecordingBuffer::Create(callLog_, name, format, bytes);
         });
     }
@@ -69,7 +59,7 @@ protected:
 
     void Inject(int n, bool persistent, const std::vector<Bytes>& expected)
     {
-        const ScenarioCase& row = GetParam();
+        const ScenarioCase& test = GetParam();
         Scenario scenario = MakeScenario();
         callLog_.Clear();
         callLog_.FailCall(n, persistent);
@@ -84,12 +74,12 @@ protected:
         callLog_.ClearFaults();
         const Calls calls = callLog_.Calls();
         if (!injected_) {
-            EXPECT_EQ(status, row.status);
+            EXPECT_EQ(status, test.status);
         }
         const std::string failed = injected_ ? calls[static_cast<std::size_t>(n) - 1] : "";
         SCOPED_TRACE("call " + std::to_string(n) + (persistent ? " and after: " : ": ") + failed);
 
-        EXPECT_EQ(thrown, !persistent && !row.throwsOn.empty() && failed == row.throwsOn);
+        EXPECT_EQ(thrown, !persistent && !test.throwsOn.empty() && failed == test.throwsOn);
 
         // A buffer whose query fails in the entry point gets no signal; every other buffer gets exactly one.
         const bool queryFailed = failed.ends_with(".QueryInterface") || (persistent && injected_);
@@ -99,7 +89,7 @@ protected:
         for (const auto& output : scenario.outputs) {
             CheckBuffer(Recording(output), "SignalWriteCompletion", queryFailed);
             const std::string& name = Recording(output).Name();
-            if (status < 0 && !row.returnsSignalsStatus && callLog_.Count(name + ".SignalWriteCompletion") == 1) {
+            if (status < 0 && !test.returnsSignalsStatus && callLog_.Count(name + ".SignalWriteCompletion") == 1) {
                 EXPECT_GE(callLog_.Count(ErrorCall(name, status)), 1) << name;
             }
         }
@@ -113,8 +103,8 @@ protected:
 
         // The engine performs the next operation exactly.
         Scenario again = MakeScenario();
-        EXPECT_EQ(RunAnnounced(again, *engine_), row.status);
-        EXPECT_EQ(Contents(again), expected);
+        EXPECT_EQ(RunAnnounced(again, *engine_), test.status);
+        EXPECT_EQ(OutputBytes(again), expected);
         ReleaseKeptReferences(again);
     }
 
@@ -130,7 +120,7 @@ protected:
         };
         std::vector<MisbehavingBuffer*> buffers;
         Scenario scenario =
-            GetParam().make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+            GetParam().Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
                 auto buffer = MisbehavingBuffer::Create(callLog_, name, format, bytes);
                 buffers.push_back(buffer.Get());
                 return buffer;
@@ -174,7 +164,7 @@ protected:
 
         Scenario again = MakeScenario();
         EXPECT_EQ(RunAnnounced(again, *engine_), GetParam().status);
-        EXPECT_EQ(Contents(again), expected);
+        EXPECT_EQ(OutputBytes(again), expected);
         ReleaseKeptReferences(again);
         return raised;
     }
@@ -184,10 +174,10 @@ protected:
 
 TEST_P(HostFaults, AtAnyCallLeaveEverythingBalanced)
 {
-    const ScenarioCase& row = GetParam();
+    const ScenarioCase& test = GetParam();
     Scenario reference = MakeScenario();
-    EXPECT_EQ(RunAnnounced(reference, *engine_), row.status);
-    const std::vector<Bytes> expected = Contents(reference);
+    EXPECT_EQ(RunAnnounced(reference, *engine_), test.status);
+    const std::vector<Bytes> expected = OutputBytes(reference);
     ReleaseKeptReferences(reference);
 
     int injections = 0;
@@ -207,10 +197,10 @@ TEST_P(HostFaults, AtAnyCallLeaveEverythingBalanced)
 // Host interfaces return status codes. If a call raises an exception nevertheless, the engine is free afterwards.
 TEST_P(HostFaults, ThatAreExceptionsLeaveTheEngineFreeAndHoldNothing)
 {
-    const ScenarioCase& row = GetParam();
+    const ScenarioCase& test = GetParam();
     Scenario reference = MakeScenario();
-    EXPECT_EQ(RunAnnounced(reference, *engine_), row.status);
-    const std::vector<Bytes> expected = Contents(reference);
+    EXPECT_EQ(RunAnnounced(reference, *engine_), test.status);
+    const std::vector<Bytes> expected = OutputBytes(reference);
     ReleaseKeptReferences(reference);
 
     for (const bool atReferences : {false, true}) {

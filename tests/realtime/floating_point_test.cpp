@@ -55,12 +55,6 @@ private:
     Modes before_;
 };
 
-host::Ref<host::AudioBuffer> MakeBuffer(const std::string& /*name*/, const SZtaWaveFormatInfo& format,
-                                        std::size_t bytes)
-{
-    return host::AudioBuffer::Create(format, bytes);
-}
-
 TEST(FloatingPointMode, IsLeftAloneByLoadingAndUnloading)
 {
     // A copy, because the program has already loaded the module itself.
@@ -85,14 +79,10 @@ protected:
     {
         const Mode mode(mxcsr);
         const Modes before = Now();
-        const Scenario scenario = GetParam().make(MakeBuffer);
+        const Scenario scenario = GetParam().Make();
         EXPECT_EQ(RunAnnounced(scenario, *engine_), GetParam().status);
         EXPECT_EQ(Now(), before);
-        std::vector<Bytes> contents;
-        for (const auto& output : scenario.outputs) {
-            contents.emplace_back(output->Data(), output->Data() + output->Capacity());
-        }
-        return contents;
+        return OutputBytes(scenario);
     }
 };
 

@@ -31,19 +31,10 @@ TEST_P(OperationsRealtime, NeitherAllocateNorLockNorEnterTheKernel)
     if (GetParam().leaksReference && !zta::test::RealtimeTrap::IsAvailable()) {
         GTEST_SKIP() << "the sanitizer would report the reference that stays";
     }
-    const Scenario scenario =
-        GetParam().make([](const std::string& /*name*/, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-            const std::size_t frameBytes = zta::host::BytesPerFrame(format);
-            return MakeClockless(format, bytes / frameBytes);
-        });
-    for (const auto& input : scenario.inputs) {
-        input->AnnounceRead();
-    }
-    for (const auto& output : scenario.outputs) {
-        output->AnnounceWrite();
-    }
+    const Scenario scenario = GetParam().Make(zta::test::MakeClocklessBuffer);
+    zta::test::Announce(scenario);
     int status = 1;
-    zta::test::ExpectRealtimeSafe([&] { status = scenario.run(*engine_); });
+    zta::test::ExpectRealtimeSafe([&] { status = scenario.call.Run(*engine_); });
     EXPECT_EQ(status, GetParam().status) << module_.ErrorText(status);
 }
 

@@ -118,21 +118,18 @@ TEST_F(StackOfOperations, StaysWithinItsBound)
     }
     PaintedStack stack;
     std::map<std::string, std::size_t> deepest;
-    for (const ScenarioCase& row : Scenarios()) {
-        SCOPED_TRACE(row.name);
+    for (const ScenarioCase& test : Scenarios()) {
+        SCOPED_TRACE(test.name);
         std::size_t depth = 0;
         // The first call binds the functions of this program; the second is measured.
         for (int round = 0; round < 2; ++round) {
-            const Scenario scenario =
-                row.make([](const std::string& /*name*/, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-                    return MakeClockless(format, bytes / host::BytesPerFrame(format));
-                });
+            const Scenario scenario = test.Make(MakeClocklessBuffer);
             int status = 1;
             depth = stack.DepthOf([&] { status = RunAnnounced(scenario, *engine_); });
-            EXPECT_EQ(status, row.status);
+            EXPECT_EQ(status, test.status);
         }
         EXPECT_LE(depth, kBound);
-        deepest[row.operation] = std::max(deepest[row.operation], depth);
+        deepest[test.operation] = std::max(deepest[test.operation], depth);
     }
     for (const auto& [operation, depth] : deepest) {
         EXPECT_GT(depth, 500U) << "nothing was measured";

@@ -84,11 +84,20 @@ void CheckSetAndMove(FuzzInput& choices, const SignalVariant& build)
     ZTA_FUZZ_CHECK(memory == expected);
 }
 
-/// Returns the size of a filter, or -1 above the limit.
+/// Returns the size of a filter, or -1 above the limit. The library forms the number of taps in 32 bits: if it wraps,
+/// the size is meaningless.
 std::int64_t SizeOf(const models::FilterPlan& plan)
 {
-    const double bytes = static_cast<double>(plan.outRate / std::gcd(plan.inRate, plan.outRate)) * plan.length;
-    const std::int64_t size = bytes > kLargestBlock ? -1 : models::BlockLayout(plan).size;
+    const double tapCount = static_cast<double>(plan.outRate / std::gcd(plan.inRate, plan.outRate)) * plan.length;
+    if (tapCount > 0x1p40) {
+        return -1; // the model has 64 bits
+    }
+    const models::BlockLayout layout(plan);
+    if (layout.coefficients > 0x7FFFFFFF) {
+        return -1;
+    }
+    const std::int64_t taps = layout.outRate * layout.stride;
+    const std::int64_t size = layout.size + layout.tapSize * (static_cast<std::int32_t>(taps) - taps);
     return size > kLargestBlock ? -1 : size;
 }
 

@@ -9,6 +9,7 @@
 #include "host/host_engine.h"
 #include "host/module.h"
 #include "testing/buffer_policies.h"
+#include "testing/operations.h"
 
 #include <zta/ipp.h>
 #include <zta/sample_loops.h>
@@ -32,6 +33,7 @@ using zta::host::Pcm16;
 using zta::host::Pcm24In32;
 using zta::host::Ref;
 using zta::test::ClocklessBuffer;
+using zta::test::OperationKind;
 
 /// The reference host's buffer without its clock, so that the operation is measured and not the host.
 Ref<ClocklessBuffer> MakeBuffer(const SZtaWaveFormatInfo& format, std::size_t frames)
@@ -105,26 +107,7 @@ void Check(const Bench& bench, int status)
     }
 }
 
-/// One operation of the table: its buffers, the call, and the passes over memory that it cannot avoid, each as a copy
-/// of that many bytes.
-struct Operation {
-    std::string name;
-    Buffers inputs;
-    Buffers outputs;
-    std::function<int(IZtaAudioSamplesEngine&)> call;
-    std::vector<std::size_t> passes;
-};
-
-std::vector<IZtAudioSamples*> Raw(const Buffers& buffers)
-{
-    std::vector<IZtAudioSamples*> raw;
-    for (const auto& buffer : buffers) {
-        raw.push_back(buffer.Get());
-    }
-    return raw;
-}
-
-Buffers Make(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t frames)
+Buffers MakeBuffers(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t frames)
 {
     Buffers buffers;
     for (std::size_t i = 0; i < count; ++i) {
@@ -133,90 +116,78 @@ Buffers Make(std::size_t count, const SZtaWaveFormatInfo& format, std::size_t fr
     return buffers;
 }
 
-std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels)
+std::vector<IZtAudioSamples*> Pointers(const Buffers& buffers)
 {
-    return std::vector<SZtAudioMonoVolumeInfo>(channels, {0, 0.25F, 0.75F});
+    std::vector<IZtAudioSamples*> pointers;
+    for (const auto& buffer : buffers) {
+        pointers.push_back(buffer.Get());
+    }
+    return pointers;
 }
 
 using FormatOf = SZtaWaveFormatInfo (*)(std::uint32_t channels, std::uint32_t rate);
 
-/// The operations with one channel count and length. Interleaving copies every input to a scratch buffer, an extra
-/// pass.
-std::vector<Operation> Operations(std::uint32_t channels, std::size_t frames, FormatOf format, const char* container)
-{
-    const auto mono = format(1, 48000);
-    const auto stereo = format(2, 48000);
-    const auto mux = format(channels, 48000);
-    const std::size_t bytes = frames * zta::host::BytesPerFrame(mux);
-    const std::string suffix = std::string("/").append(container).append("/").append(std::to_string(channels)) + "ch/" +
-                               std::to_string(frames);
-    std::vector<Operation> operations;
-    const auto add = [&](const char* name, Buffers inputs, Buffers outputs, std::vector<std::size_t> passes,
-                         std::function<int(IZtaAudioSamplesEngine&)> call) {
-        operations.push_back({std::string(name).append(suffix), std::move(inputs), std::move(outputs), std::move(call),
-                              std::move(passes)});
-    };
+/// One operation on buffers of one sample format and length.
+struct Workload {
+    OperationKind kind;
+    std::uint32_t channels;
+    std::size_t frames;
+    FormatOf format;
 
-    const auto in = Make(1, mux, frames);
-    const auto out = Make(1, mux, frames);
-    add("Copy", in, out, {bytes},
-        [a = in[0].Get(), b = out[0].Get()](IZtaAudioSamplesEngine& engine) { return engine.CopyAudioSamples(a, b); });
-    add("Duplicate", in, out, {bytes}, [a = in[0].Get(), b = out[0].Get(), bytes](IZtaAudioSamplesEngine& engine) {
-        return engine.DuplicateAudioSamples(a, 0, b, 0, bytes);
-    });
-    if (format == Pcm24In32) {
-        add("Volume", in, out, {bytes},
-            [a = in[0].Get(), b = out[0].Get(), ramps = Ramps(channels)](IZtaAudioSamplesEngine& engine) mutable {
-                return engine.ApplyVolume(a, b, ramps.data(), ramps.size());
-            });
+    [[nodiscard]] std::string Name() const
+    {
+        return std::string(OperationName(kind))
+            .append(format == Pcm16 ? "/16/" : "/24in32/")
+            .append(std::to_string(channels))
+            .append("ch/")
+            .append(std::to_string(frames));
     }
-    if (channels == 2) {
-        const auto monos = Make(2, mono, frames);
-        add("MonoToStereo", monos, out, {bytes}, [raw = Raw(monos), b = out[0].Get()](IZtaAudioSamplesEngine& engine) {
-            return engine.CopyAudioSamplesMonoToStereo(raw[0], raw[1], b);
-        });
-        add("StereoToMono", in, monos, {bytes}, [a = in[0].Get(), raw = Raw(monos)](IZtaAudioSamplesEngine& engine) {
-            return engine.CopyAudioSamplesStereoToMono(a, raw[0], raw[1]);
-        });
-        return operations;
-    }
-    const auto monos = Make(channels, mono, frames);
-    const auto stereos = Make(channels / 2, stereo, frames);
-    add("MonoToMux", monos, out, {bytes, bytes},
-        [raw = Raw(monos), b = out[0].Get()](IZtaAudioSamplesEngine& engine) mutable {
-            return engine.CopyAudioSamplesMonoToMux(raw.data(), raw.size(), b, nullptr, 0);
-        });
-    add("StereoToMux", stereos, out, {bytes, bytes},
-        [raw = Raw(stereos), b = out[0].Get()](IZtaAudioSamplesEngine& engine) mutable {
-            return engine.CopyAudioSamplesStereoToMux(raw.data(), raw.size(), b, nullptr, 0);
-        });
-    add("MuxToMono", in, monos, {bytes}, [raw = Raw(monos), a = in[0].Get()](IZtaAudioSamplesEngine& engine) mutable {
-        return engine.CopyAudioSamplesMuxToMono(a, raw.data(), raw.size(), nullptr, 0);
-    });
-    add("MuxToStereo", in, stereos, {bytes},
-        [raw = Raw(stereos), a = in[0].Get()](IZtaAudioSamplesEngine& engine) mutable {
-            return engine.CopyAudioSamplesMuxToStereo(a, raw.data(), raw.size(), nullptr, 0);
-        });
-    return operations;
-}
 
-void Measure(benchmark::State& state, Bench& bench, const Operation& operation)
-{
-    std::size_t largest = 0;
-    for (const std::size_t pass : operation.passes) {
-        largest = std::max(largest, pass);
+    [[nodiscard]] bool IsSupported() const
+    {
+        switch (kind) {
+        case OperationKind::Copy:
+        case OperationKind::Duplicate:
+            return true;
+        case OperationKind::Volume:
+            return format == Pcm24In32;
+        case OperationKind::MonoToStereo:
+        case OperationKind::StereoToMono:
+            return channels == 2;
+        case OperationKind::Resample:
+            return false; // see MeasureResampler
+        default:
+            return channels > 2;
+        }
     }
-    std::vector<std::byte> from(largest, std::byte{1});
-    std::vector<std::byte> to(largest);
+};
+
+/// Measures an operation beside copies of the bytes that it reads and writes. Interleaving copies every input to a
+/// scratch buffer, an extra pass.
+void Measure(benchmark::State& state, Bench& bench, const Workload& workload)
+{
+    const auto counts = zta::test::CountBuffers(workload.kind, workload.channels);
+    const auto inputs = MakeBuffers(counts.inputs, workload.format(counts.inputChannels, 48000), workload.frames);
+    const auto outputs = MakeBuffers(counts.outputs, workload.format(counts.outputChannels, 48000), workload.frames);
+    zta::test::OperationCall call{.kind = workload.kind, .inputs = Pointers(inputs), .outputs = Pointers(outputs)};
+    const std::size_t bytes = inputs.size() * inputs.front()->Length();
+    if (workload.kind == OperationKind::Duplicate) {
+        call.length = bytes;
+    } else if (workload.kind == OperationKind::Volume) {
+        call.volumes.assign(workload.channels, {0, 0.25F, 0.75F});
+    }
+    const int passes = zta::test::IsInterleave(workload.kind) ? 2 : 1;
+    std::vector<std::byte> from(bytes, std::byte{1});
+    std::vector<std::byte> to(bytes);
     Compare(
         state,
         [&] {
-            Announce(operation.inputs, operation.outputs);
-            Check(bench, operation.call(*bench.engine));
+            Announce(inputs, outputs);
+            Check(bench, call.Run(*bench.engine));
         },
         [&] {
-            for (const std::size_t pass : operation.passes) {
-                std::memcpy(to.data(), from.data(), pass);
+            for (int pass = 0; pass < passes; ++pass) {
+                std::memcpy(to.data(), from.data(), bytes);
                 benchmark::DoNotOptimize(to.data());
                 benchmark::ClobberMemory();
             }
@@ -334,22 +305,21 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     static Bench bench(ZTA_MODULE_PATH);
     SelectLoops(bench, argc, argv);
-    static std::vector<Operation> operations;
     for (const std::size_t frames : {1024U, 4800U}) {
         for (const std::uint32_t channels : {2U, 8U, 16U, 32U, 64U}) {
-            for (Operation& operation : Operations(channels, frames, Pcm24In32, "24in32")) {
-                operations.push_back(std::move(operation));
-            }
-            for (Operation& operation : Operations(channels, frames, Pcm16, "16")) {
-                operations.push_back(std::move(operation));
+            for (const FormatOf format : {FormatOf{Pcm24In32}, FormatOf{Pcm16}}) {
+                for (const OperationKind kind : zta::test::kOperationKinds) {
+                    const Workload workload{kind, channels, frames, format};
+                    if (workload.IsSupported()) {
+                        benchmark::RegisterBenchmark(
+                            workload.Name().c_str(),
+                            [workload](benchmark::State& state) { Measure(state, bench, workload); })
+                            ->UseManualTime()
+                            ->Iterations(200);
+                    }
+                }
             }
         }
-    }
-    for (const Operation& operation : operations) {
-        benchmark::RegisterBenchmark(operation.name.c_str(),
-                                     [&operation](benchmark::State& state) { Measure(state, bench, operation); })
-            ->UseManualTime()
-            ->Iterations(200);
     }
     for (const std::size_t frames : {1U, 1024U}) {
         benchmark::RegisterBenchmark(

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <iterator>
 #include <thread>
 #include <vector>
@@ -23,6 +24,18 @@ namespace zta::test {
 namespace {
 
 using Bytes = std::vector<std::byte>;
+
+/// Runs `body(thread)` on `count` threads and waits for them.
+void RunOnThreads(int count, const std::function<void(int thread)>& body)
+{
+    std::vector<std::thread> threads;
+    for (int t = 0; t < count; ++t) {
+        threads.emplace_back(body, t);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
 
 TEST(EngineThreads, EnginesOnManyThreadsDoNotDisturbEachOther)
 {
@@ -40,21 +53,15 @@ TEST(EngineThreads, EnginesOnManyThreadsDoNotDisturbEachOther)
         }
     }
     std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&, t] {
-            auto engine = CreateEngine(*hostEngine);
-            for (std::size_t round = 0; round < 2 * tests.size(); ++round) {
-                const std::size_t i = (round + static_cast<std::size_t>(t)) % tests.size();
-                const Scenario scenario = tests[i].Make();
-                const int status = RunAnnounced(scenario, *engine);
-                wrong += status != tests[i].status || OutputBytes(scenario) != expected[i];
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(8, [&](int t) {
+        auto engine = CreateEngine(*hostEngine);
+        for (std::size_t round = 0; round < 2 * tests.size(); ++round) {
+            const std::size_t i = (round + static_cast<std::size_t>(t)) % tests.size();
+            const Scenario scenario = tests[i].Make();
+            const int status = RunAnnounced(scenario, *engine);
+            wrong += status != tests[i].status || OutputBytes(scenario) != expected[i];
+        }
+    });
     EXPECT_EQ(wrong, 0);
 }
 
@@ -68,37 +75,31 @@ TEST(EngineThreads, ManyCallersOfOneEngineWinOneAtATime)
     std::atomic<int> done{0};
     std::atomic<int> busy{0};
     std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            auto source = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
-            auto destination = host::AudioBuffer::Create(host::Pcm24In32(1), kFrames * 4);
-            const auto sample = static_cast<std::int16_t>(t + 1);
-            for (std::size_t i = 0; i < kFrames; ++i) {
-                std::memcpy(source->Data() + 2 * i, &sample, sizeof(sample));
-            }
-            source->SetValidLength(kFrames * 2);
-            for (int round = 0; round < kRounds; ++round) {
-                std::memset(destination->Data(), 0, destination->Capacity());
-                destination->ClearErrorCode();
-                source->AnnounceRead();
-                destination->AnnounceWrite();
-                const int status = engine->CopyAudioSamples(source.Get(), destination.Get());
-                std::int32_t last = 0;
-                std::memcpy(&last, destination->Data() + 4 * (kFrames - 1), sizeof(last));
-                const bool won = status == ZT_NOERROR && last == sample * 65536 && destination->ErrorCode() == 0;
-                const bool lost = status == ZT_E_MODULE_BUSY && last == 0 && destination->ErrorCode() == status;
-                done += won;
-                busy += lost;
-                wrong += !won && !lost;
-                wrong += source->ReadCount() != 0 || destination->WriteCount() != 0;
-                wrong += source->PairingViolations() + destination->PairingViolations();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(kThreads, [&](int t) {
+        auto source = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
+        auto destination = host::AudioBuffer::Create(host::Pcm24In32(1), kFrames * 4);
+        const auto sample = static_cast<std::int16_t>(t + 1);
+        for (std::size_t i = 0; i < kFrames; ++i) {
+            std::memcpy(source->Data() + 2 * i, &sample, sizeof(sample));
+        }
+        source->SetValidLength(kFrames * 2);
+        for (int round = 0; round < kRounds; ++round) {
+            std::memset(destination->Data(), 0, destination->Capacity());
+            destination->ClearErrorCode();
+            source->AnnounceRead();
+            destination->AnnounceWrite();
+            const int status = engine->CopyAudioSamples(source.Get(), destination.Get());
+            std::int32_t last = 0;
+            std::memcpy(&last, destination->Data() + 4 * (kFrames - 1), sizeof(last));
+            const bool won = status == ZT_NOERROR && last == sample * 65536 && destination->ErrorCode() == 0;
+            const bool lost = status == ZT_E_MODULE_BUSY && last == 0 && destination->ErrorCode() == status;
+            done += won;
+            busy += lost;
+            wrong += !won && !lost;
+            wrong += source->ReadCount() != 0 || destination->WriteCount() != 0;
+            wrong += source->PairingViolations() + destination->PairingViolations();
+        }
+    });
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(done + busy, kThreads * kRounds);
     EXPECT_GT(done, 0);
@@ -130,35 +131,29 @@ TEST(EngineThreads, CallersOfOneEngineAreNeverInsideTogether)
     std::atomic<int> done{0};
     std::atomic<int> wrong{0};
     OverlapDetector::maxInside = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&] {
-            auto left = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
-            auto right = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
-            left->SetValidLength(kFrames * 2);
-            right->SetValidLength(kFrames * 2);
-            using WatchedBuffer = host::InstrumentedBuffer<OverlapDetector>;
-            auto wide = WatchedBuffer::Create(host::Pcm24In32(1), kFrames * 4);
-            auto stereo = WatchedBuffer::Create(host::Pcm16(2), kFrames * 4);
-            for (int round = 0; round < 500; ++round) {
-                left->AnnounceRead();
-                wide->AnnounceWrite();
-                const int copied = engine->CopyAudioSamples(left.Get(), wide.Get());
-                left->AnnounceRead();
-                right->AnnounceRead();
-                stereo->AnnounceWrite();
-                const int paired = engine->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get());
-                for (const int status : {copied, paired}) {
-                    done += status == ZT_NOERROR;
-                    wrong += status != ZT_NOERROR && status != ZT_E_MODULE_BUSY;
-                }
-                wrong += left->ReadCount() + right->ReadCount() + wide->WriteCount() + stereo->WriteCount();
+    RunOnThreads(8, [&](int /*thread*/) {
+        auto left = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
+        auto right = host::AudioBuffer::Create(host::Pcm16(1), kFrames * 2);
+        left->SetValidLength(kFrames * 2);
+        right->SetValidLength(kFrames * 2);
+        using WatchedBuffer = host::InstrumentedBuffer<OverlapDetector>;
+        auto wide = WatchedBuffer::Create(host::Pcm24In32(1), kFrames * 4);
+        auto stereo = WatchedBuffer::Create(host::Pcm16(2), kFrames * 4);
+        for (int round = 0; round < 500; ++round) {
+            left->AnnounceRead();
+            wide->AnnounceWrite();
+            const int copied = engine->CopyAudioSamples(left.Get(), wide.Get());
+            left->AnnounceRead();
+            right->AnnounceRead();
+            stereo->AnnounceWrite();
+            const int paired = engine->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get());
+            for (const int status : {copied, paired}) {
+                done += status == ZT_NOERROR;
+                wrong += status != ZT_NOERROR && status != ZT_E_MODULE_BUSY;
             }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+            wrong += left->ReadCount() + right->ReadCount() + wide->WriteCount() + stereo->WriteCount();
+        }
+    });
     EXPECT_EQ(wrong, 0);
     EXPECT_GT(done, 0);
     EXPECT_EQ(OverlapDetector::maxInside, 1);
@@ -168,18 +163,12 @@ TEST(EngineThreads, EnginesComeAndGoOnManyThreads)
 {
     auto hostEngine = host::HostEngine::Create();
     const long buffersBefore = host::AudioBuffer::LiveCount();
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 5; ++round) {
-                auto engine = CreateEngine(*hostEngine);
-                EXPECT_TRUE(engine);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(8, [&](int /*thread*/) {
+        for (int round = 0; round < 5; ++round) {
+            auto engine = CreateEngine(*hostEngine);
+            EXPECT_TRUE(engine);
+        }
+    });
     EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore);
 }
 
@@ -231,13 +220,7 @@ TEST(EngineThreads, StreamsOnManyThreadsDoNotDisturbEachOther)
         expected.push_back(resampled(t));
     }
     std::vector<Bytes> found(expected.size());
-    std::vector<std::thread> threads;
-    for (std::uint32_t t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] { found[t] = resampled(t); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(4, [&](int t) { found[static_cast<std::size_t>(t)] = resampled(static_cast<std::uint32_t>(t)); });
     EXPECT_EQ(found, expected);
 }
 

@@ -1,6 +1,8 @@
 #include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "testing/models/gain_model.h"
+#include "testing/models/interleave_model.h"
+#include "testing/operations.h"
 #include "tests/soak/job.h"
 
 #include <zta/status.h>
@@ -14,49 +16,55 @@ namespace {
 
 using host::AudioBuffer;
 using host::Ref;
-using Words = std::vector<std::uint32_t>;
+using Samples = std::vector<std::uint32_t>;
 
-constexpr std::size_t kChannels = 64;
-constexpr std::size_t kMostFrames = 600;
+constexpr std::uint32_t kChannels = 64;
+constexpr std::size_t kMaxFrames = 600;
 
-/// Random samples. The padding byte of 24-in-32 is random as well.
+/// Fills a buffer with random samples. The padding byte of 24-in-32 is random as well.
 void FillAtRandom(AudioBuffer& buffer, std::size_t frames, Random& random)
 {
     buffer.SetValidLength(frames * host::BytesPerFrame(buffer.Description().sWaveFormat));
     for (std::size_t i = 0; i < buffer.Length(); i += 4) {
-        const auto word = static_cast<std::uint32_t>(random());
-        std::memcpy(buffer.Data() + i, &word, std::min<std::size_t>(4, buffer.Length() - i));
+        const auto sample = static_cast<std::uint32_t>(random());
+        std::memcpy(buffer.Data() + i, &sample, std::min<std::size_t>(4, buffer.Length() - i));
     }
 }
 
-Words WordsOf(const AudioBuffer& buffer, std::size_t count)
+/// Returns the 64 channels of the buffers as one mux.
+Samples MuxSamples(const std::vector<Ref<AudioBuffer>>& buffers, std::size_t frames)
 {
-    Words words(count);
-    std::memcpy(words.data(), buffer.Data(), count * sizeof(std::uint32_t));
-    return words;
+    std::vector<models::Bytes> planes;
+    for (const auto& buffer : buffers) {
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(buffer->Data());
+        planes.emplace_back(bytes, bytes + buffer->Capacity());
+    }
+    const std::size_t elementBytes = host::BytesPerFrame(buffers.front()->Description().sWaveFormat);
+    const models::Bytes mux = models::Interleaved(planes, elementBytes, frames);
+    Samples samples(frames * kChannels);
+    std::memcpy(samples.data(), mux.data(), mux.size());
+    return samples;
 }
 
 std::vector<SZtAudioMonoVolumeInfo> RandomVolumes(Random& random)
 {
     std::uniform_real_distribution<float> gain(0.0F, 7.99F);
     std::vector<SZtAudioMonoVolumeInfo> volumes(kChannels);
-    for (std::size_t c = 0; c < kChannels; ++c) {
-        volumes[c] = {};
-        volumes[c].fStartVolume = gain(random);
-        volumes[c].fEndVolume = gain(random);
+    for (SZtAudioMonoVolumeInfo& volume : volumes) {
+        volume = {};
+        volume.fStartVolume = gain(random);
+        volume.fEndVolume = gain(random);
     }
     return volumes;
 }
 
-/// 64 channels of 24-in-32, as one mux buffer and as the expected samples.
+/// Calls on buffers with 64 channels in total, whose expected samples the models give.
 class MuxJob : public Job {
 public:
     std::string Run(IZtaAudioSamplesEngine& engine, Random& random, Latencies& latencies) override
     {
-        const std::size_t frames = Between(random, 4, kMostFrames);
-        const bool scales = Between(random, 0, 1) == 1;
-        auto volumes = RandomVolumes(random);
-        const std::string wrong = Try(engine, random, frames, volumes, scales ? kChannels : 0, latencies);
+        const std::size_t frames = Between(random, 4, kMaxFrames);
+        const std::string wrong = Try(engine, random, frames, latencies);
         for (const auto& buffer : buffers_) {
             if (buffer->ReadCount() != 0 || buffer->WriteCount() != 0 || buffer->PairingViolations() != 0 ||
                 buffer->ErrorCode() != 0) {
@@ -68,149 +76,107 @@ public:
 
 protected:
     virtual std::string Try(IZtaAudioSamplesEngine& engine, Random& random, std::size_t frames,
-                            std::vector<SZtAudioMonoVolumeInfo>& volumes, std::size_t volumeCount,
                             Latencies& latencies) = 0;
 
     Ref<AudioBuffer> Make(const SZtaWaveFormatInfo& format)
     {
-        buffers_.push_back(AudioBuffer::Create(format, kMostFrames * host::BytesPerFrame(format)));
+        buffers_.push_back(AudioBuffer::Create(format, kMaxFrames * host::BytesPerFrame(format)));
         return buffers_.back();
-    }
-
-    static void Scale(Words& mux, const std::vector<SZtAudioMonoVolumeInfo>& volumes, std::size_t volumeCount)
-    {
-        const std::size_t frames = mux.size() / kChannels;
-        for (std::size_t i = 0; volumeCount != 0 && i < mux.size(); ++i) {
-            mux[i] = models::Scaled(mux[i], models::RampGain(volumes[i % kChannels], i / kChannels, frames));
-        }
     }
 
 private:
     std::vector<Ref<AudioBuffer>> buffers_;
 };
 
-/// Interleaves an array of mono or stereo buffers, or deinterleaves the mux.
-class ArrayJob : public MuxJob {
+/// Interleaves, deinterleaves, or applies gain ramps. The 64 channels of the outputs are those of the inputs, each
+/// under its ramp.
+class GainJob : public MuxJob {
 public:
-    ArrayJob(std::size_t side, bool assembles)
-        : side_(side), assembles_(assembles), mux_(Make(host::Pcm24In32(kChannels)))
+    explicit GainJob(OperationKind kind)
     {
-        for (std::size_t i = 0; i < kChannels / side; ++i) {
-            parts_.push_back(Make(host::Pcm24In32(static_cast<std::uint32_t>(side))));
-            pointers_.push_back(parts_.back().Get());
+        const BufferCounts counts = CountBuffers(kind, kChannels);
+        call_.kind = kind;
+        for (std::uint32_t i = 0; i < counts.inputs; ++i) {
+            inputs_.push_back(Make(host::Pcm24In32(counts.inputChannels)));
+            call_.inputs.push_back(inputs_.back().Get());
+        }
+        for (std::uint32_t i = 0; i < counts.outputs; ++i) {
+            outputs_.push_back(Make(host::Pcm24In32(counts.outputChannels)));
+            call_.outputs.push_back(outputs_.back().Get());
         }
     }
 
 protected:
-    std::string Try(IZtaAudioSamplesEngine& engine, Random& random, std::size_t frames,
-                    std::vector<SZtAudioMonoVolumeInfo>& volumes, std::size_t volumeCount,
-                    Latencies& latencies) override
+    std::string Try(IZtaAudioSamplesEngine& engine, Random& random, std::size_t frames, Latencies& latencies) override
     {
-        FillAtRandom(*mux_, frames, random);
-        for (const auto& part : parts_) {
-            FillAtRandom(*part, frames, random);
-            assembles_ ? part->AnnounceRead() : part->AnnounceWrite();
+        for (const auto& input : inputs_) {
+            FillAtRandom(*input, frames, random);
+            input->AnnounceRead();
         }
-        assembles_ ? mux_->AnnounceWrite() : mux_->AnnounceRead();
-        Words expected = assembles_ ? Joined(frames) : WordsOf(*mux_, frames * kChannels);
-        Scale(expected, volumes, volumeCount);
-        const int status = latencies.Time([&] {
-            if (assembles_) {
-                return (engine.*(side_ == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
-                                            : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux))(
-                    pointers_.data(), pointers_.size(), mux_.Get(), volumes.data(), volumeCount);
+        for (const auto& output : outputs_) {
+            FillAtRandom(*output, frames, random);
+            output->AnnounceWrite();
+        }
+        Samples expected = MuxSamples(inputs_, frames);
+        call_.volumes.clear();
+        if (call_.kind == OperationKind::Volume || Between(random, 0, 1) == 1) {
+            call_.volumes = RandomVolumes(random);
+            for (std::size_t i = 0; i < expected.size(); ++i) {
+                const std::int64_t gain = models::RampGain(call_.volumes[i % kChannels], i / kChannels, frames);
+                expected[i] = models::Scaled(expected[i], gain);
             }
-            return (engine.*(side_ == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
-                                        : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo))(
-                mux_.Get(), pointers_.data(), pointers_.size(), volumes.data(), volumeCount);
-        });
-        const std::string name = std::string(assembles_ ? "assembly" : "split") + (side_ == 1 ? ", mono" : ", stereo");
+        }
+        const int status = latencies.Time([&] { return call_.Run(engine); });
+        const std::string name = OperationName(call_.kind);
         if (status != ZT_NOERROR) {
             return name + ": status " + std::to_string(status);
         }
-        const Words found = assembles_ ? WordsOf(*mux_, frames * kChannels) : Joined(frames);
-        return found == expected ? "" : name;
+        return MuxSamples(outputs_, frames) == expected ? "" : name;
     }
 
 private:
-    Words Joined(std::size_t frames) const
-    {
-        Words words(frames * kChannels);
-        for (std::size_t i = 0; i < words.size(); ++i) {
-            const std::size_t channel = i % kChannels;
-            std::memcpy(&words[i],
-                        parts_[channel / side_]->Data() + (i / kChannels * side_ + channel % side_) * sizeof(words[i]),
-                        sizeof(words[i]));
-        }
-        return words;
-    }
-
-    std::size_t side_;
-    bool assembles_;
-    Ref<AudioBuffer> mux_;
-    std::vector<Ref<AudioBuffer>> parts_;
-    std::vector<IZtAudioSamples*> pointers_;
-};
-
-class VolumeJob : public MuxJob {
-protected:
-    std::string Try(IZtaAudioSamplesEngine& engine, Random& random, std::size_t frames,
-                    std::vector<SZtAudioMonoVolumeInfo>& volumes, std::size_t /*volumeCount*/,
-                    Latencies& latencies) override
-    {
-        FillAtRandom(*input_, frames, random);
-        FillAtRandom(*output_, frames, random);
-        Words expected = WordsOf(*input_, frames * kChannels);
-        Scale(expected, volumes, kChannels);
-        input_->AnnounceRead();
-        output_->AnnounceWrite();
-        const int status =
-            latencies.Time([&] { return engine.ApplyVolume(input_.Get(), output_.Get(), volumes.data(), kChannels); });
-        return status == ZT_NOERROR && WordsOf(*output_, frames * kChannels) == expected ? "" : "volume";
-    }
-
-private:
-    Ref<AudioBuffer> input_ = Make(host::Pcm24In32(kChannels));
-    Ref<AudioBuffer> output_ = Make(host::Pcm24In32(kChannels));
+    std::vector<Ref<AudioBuffer>> inputs_;
+    std::vector<Ref<AudioBuffer>> outputs_;
+    OperationCall call_;
 };
 
 /// Converts to 24-in-24 and back, which clears the padding byte, and duplicates a range of the result.
 class CopyJob : public MuxJob {
 protected:
-    std::string Try(IZtaAudioSamplesEngine& engine, Random& random, std::size_t frames,
-                    std::vector<SZtAudioMonoVolumeInfo>& /*volumes*/, std::size_t /*volumeCount*/,
-                    Latencies& latencies) override
+    std::string Try(IZtaAudioSamplesEngine& engine, Random& random, std::size_t frames, Latencies& latencies) override
     {
-        FillAtRandom(*words_, frames, random);
-        const auto Copy = [&](AudioBuffer& from, AudioBuffer& to) {
+        FillAtRandom(*unpacked_, frames, random);
+        const auto copy = [&](AudioBuffer& from, AudioBuffer& to) {
             from.AnnounceRead();
             to.AnnounceWrite();
             return latencies.Time([&] { return engine.CopyAudioSamples(&from, &to); });
         };
-        if (Copy(*words_, *packed_) != ZT_NOERROR || Copy(*packed_, *back_) != ZT_NOERROR) {
+        if (copy(*unpacked_, *packed_) != ZT_NOERROR || copy(*packed_, *back_) != ZT_NOERROR) {
             return "copy";
         }
-        Words expected = WordsOf(*words_, frames * kChannels);
-        for (std::uint32_t& word : expected) {
-            word &= 0xFFFFFF00;
+        Samples expected = MuxSamples({unpacked_}, frames);
+        for (std::uint32_t& sample : expected) {
+            sample &= 0xFFFFFF00;
         }
-        if (WordsOf(*back_, frames * kChannels) != expected) {
+        if (MuxSamples({back_}, frames) != expected) {
             return "copy to 24-in-24 and back";
         }
         const std::size_t length = Between(random, 1, back_->Length());
         const std::size_t from = Between(random, 0, back_->Length() - length);
-        const std::size_t to = Between(random, 0, words_->Capacity() - length);
-        std::vector<std::byte> run(words_->Data(), words_->Data() + words_->Capacity());
-        std::memcpy(run.data() + to, back_->Data() + from, length);
+        const std::size_t to = Between(random, 0, unpacked_->Capacity() - length);
+        std::vector<std::byte> destination(unpacked_->Data(), unpacked_->Data() + unpacked_->Capacity());
+        std::memcpy(destination.data() + to, back_->Data() + from, length);
         back_->AnnounceRead();
-        words_->AnnounceWrite();
-        const int status =
-            latencies.Time([&] { return engine.DuplicateAudioSamples(back_.Get(), from, words_.Get(), to, length); });
-        return status == ZT_NOERROR && std::memcmp(run.data(), words_->Data(), run.size()) == 0 ? "" : "duplicate";
+        unpacked_->AnnounceWrite();
+        const int status = latencies.Time(
+            [&] { return engine.DuplicateAudioSamples(back_.Get(), from, unpacked_.Get(), to, length); });
+        return status == ZT_NOERROR && std::memcmp(destination.data(), unpacked_->Data(), destination.size()) == 0
+                   ? ""
+                   : "duplicate";
     }
 
 private:
-    Ref<AudioBuffer> words_ = Make(host::Pcm24In32(kChannels));
+    Ref<AudioBuffer> unpacked_ = Make(host::Pcm24In32(kChannels));
     Ref<AudioBuffer> packed_ = Make(host::Pcm24In24(kChannels));
     Ref<AudioBuffer> back_ = Make(host::Pcm24In32(kChannels));
 };
@@ -219,11 +185,10 @@ private:
 
 void AddMuxJobs(Jobs& jobs)
 {
-    for (const std::size_t side : {std::size_t{1}, std::size_t{2}}) {
-        jobs.push_back(std::make_unique<ArrayJob>(side, true));
-        jobs.push_back(std::make_unique<ArrayJob>(side, false));
+    for (const OperationKind kind : {OperationKind::MonoToMux, OperationKind::StereoToMux, OperationKind::MuxToMono,
+                                     OperationKind::MuxToStereo, OperationKind::Volume}) {
+        jobs.push_back(std::make_unique<GainJob>(kind));
     }
-    jobs.push_back(std::make_unique<VolumeJob>());
     jobs.push_back(std::make_unique<CopyJob>());
 }
 

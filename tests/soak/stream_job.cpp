@@ -11,7 +11,7 @@
 namespace zta::test {
 namespace {
 
-constexpr std::size_t kMostFrames = 2000;
+constexpr std::size_t kMaxFrames = 2000;
 
 struct Frame {
     std::int16_t left;
@@ -31,8 +31,8 @@ public:
             throw std::runtime_error("no stream");
         }
         stream_ = host::Ref<IUnknown>::Adopt(made);
-        input_ = host::AudioBuffer::Create(from, kMostFrames * sizeof(Frame));
-        output_ = host::AudioBuffer::Create(to, (kMostFrames * 2 + 64) * sizeof(Frame));
+        input_ = host::AudioBuffer::Create(from, kMaxFrames * sizeof(Frame));
+        output_ = host::AudioBuffer::Create(to, (kMaxFrames * 2 + 64) * sizeof(Frame));
     }
 
     /// Resamples the first frames of `waiting` and appends the output.
@@ -74,7 +74,7 @@ public:
 
     std::string Run(IZtaAudioSamplesEngine& engine, Random& random, Latencies& latencies) override
     {
-        const std::size_t frames = Between(random, 18, kMostFrames);
+        const std::size_t frames = Between(random, 18, kMaxFrames);
         std::uniform_int_distribution<int> sample(-32768, 32767);
         for (std::size_t i = 0; i < frames; ++i) {
             const Frame frame = {static_cast<std::int16_t>(sample(random)), static_cast<std::int16_t>(sample(random))};
@@ -89,7 +89,7 @@ public:
             if (other_.Push(*otherEngine_, waitingOther_, nextOther_, resultOther_, unused_) != 0) {
                 return "Stream: a failure of the other one";
             }
-            nextOther_ = Between(random, 18, kMostFrames);
+            nextOther_ = Between(random, 18, kMaxFrames);
         }
         while (!result_.empty() && !resultOther_.empty()) {
             if (result_.front() != resultOther_.front()) {
@@ -99,7 +99,7 @@ public:
             resultOther_.pop_front();
             ++compared_;
         }
-        return result_.size() + resultOther_.size() < 3 * kMostFrames ? "" : "Stream: one of the two falls behind";
+        return result_.size() + resultOther_.size() < 3 * kMaxFrames ? "" : "Stream: one of the two falls behind";
     }
 
 private:

@@ -22,7 +22,7 @@ namespace zta::fuzz {
     std::abort();
 }
 
-/// Consumes choices from the front of an input. Behind its end every choice is 0, so every input is valid.
+/// Consumes choices from the front of an input. After its end, every choice is 0, so every input is valid.
 class FuzzInput {
 public:
     FuzzInput(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
@@ -35,13 +35,13 @@ public:
     {
         static_assert(std::is_arithmetic_v<Number>);
         Number value{};
-        const std::size_t taken = std::min(sizeof(value), left_);
-        std::memcpy(&value, data_, taken);
-        Skip(taken);
+        const std::size_t consumed = std::min(sizeof(value), left_);
+        std::memcpy(&value, data_, consumed);
+        Skip(consumed);
         return value;
     }
 
-    /// 0 to count - 1. A small count takes one byte.
+    /// 0 to count - 1. A small count consumes one byte.
     std::size_t ConsumeIndex(std::size_t count)
     {
         return (count <= 256 ? Any<std::uint8_t>() : Any<std::uint32_t>()) % count;
@@ -58,12 +58,12 @@ public:
         return items[ConsumeIndex(Count)];
     }
 
-    /// Up to `most` bytes.
-    std::string Text(std::size_t most)
+    /// Up to `maxBytes` bytes.
+    std::string Text(std::size_t maxBytes)
     {
-        const std::size_t taken = std::min(most, left_);
-        std::string text(reinterpret_cast<const char*>(data_), taken);
-        Skip(taken);
+        const std::size_t consumed = std::min(maxBytes, left_);
+        std::string text(reinterpret_cast<const char*>(data_), consumed);
+        Skip(consumed);
         return text;
     }
 

@@ -39,13 +39,13 @@ public:
 
     void Run()
     {
-        const bool refused = ModelRefuses();
+        const bool isRejected = ModelRejects();
         try {
             file_ = std::make_unique<CZtIniFile>(name_, savesAtOnce_);
         } catch (const std::out_of_range&) {
         }
-        ZTA_FUZZ_CHECK(refused == (file_ == nullptr));
-        if (refused) {
+        ZTA_FUZZ_CHECK(isRejected == (file_ == nullptr));
+        if (isRejected) {
             return;
         }
         Compare();
@@ -65,7 +65,7 @@ private:
         WriteTextFile(name_, Narrow(*model_.disk));
     }
 
-    bool ModelRefuses()
+    bool ModelRejects()
     {
         try {
             model_.Load();
@@ -80,14 +80,14 @@ private:
         if (choices_.ConsumeBool()) {
             ReplaceFile();
         }
-        const bool refused = ModelRefuses();
+        const bool isRejected = ModelRejects();
         bool threw = false;
         try {
             ZTA_FUZZ_CHECK(file_->Load());
         } catch (const std::out_of_range&) {
             threw = true;
         }
-        ZTA_FUZZ_CHECK(threw == refused);
+        ZTA_FUZZ_CHECK(threw == isRejected);
     }
 
     /// Mostly an existing name.

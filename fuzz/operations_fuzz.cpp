@@ -1,5 +1,5 @@
 // Sequences of the engine's operations on buffers of any format, length and state, while host calls fail or call the
-// engine again. In every case the status is a documented one, every buffer was signalled, references are released, and
+// engine again. In every case the status is a documented one, every buffer was signaled, references are released, and
 // the busy flag is right. If no host call fails, samples equal those of testing/models/operation_models.h.
 
 #include "fuzz/fault_injecting_host.h"
@@ -98,7 +98,7 @@ struct Operation {
         }
     }
 
-    /// The inputs that are signalled if no query fails. Every output is signalled once.
+    /// The inputs that are signaled if no query fails. Every output is signaled once.
     [[nodiscard]] bool IsReadSignalled(std::size_t i) const
     {
         switch (call.kind) {
@@ -412,7 +412,7 @@ private:
         SZtLayoutProbe::SetBusy(Object(), 0);
     }
 
-    /// Each announced access was signalled once, or not at all if the operation did not reach that buffer or its query
+    /// Each announced access was signaled once, or not at all if the operation did not reach that buffer or its query
     /// failed.
     void CheckSignals(const Operation& operation, bool thrown)
     {
@@ -651,7 +651,7 @@ private:
         const models::FadeModel* const fade = isMux && in.RequestsFade() ? models::FindFade(outs[0].Format()) : nullptr;
         bool plain = AreDirect(in, outs, isMux) && operation.call.volumes.empty() && frames > 0 &&
                      (!in.RequestsFade() || !isMux || fade != nullptr);
-        // Outputs that are longer than the mux receive the frames behind its valid ones.
+        // Outputs that are longer than the mux receive the frames after its valid ones.
         for (const Content& out : outs) {
             plain = plain && (isMux ? out.Frames() == frames : out.CapacityFrames() >= frames);
         }

@@ -163,7 +163,7 @@ void CheckRun(FuzzInput& choices, const SignalVariant& build)
         return; // such windows exceed the range of double, and the model does not cover them
     }
 
-    // From half a filter before the first position to half a filter behind the last possible one.
+    // From half a filter before the first position to half a filter after the last possible one.
     const models::BlockHead head = models::HeadOf(block.get());
     const int len = static_cast<int>(choices.ConsumeIndex(500)) - 1;
     const double fraction = static_cast<double>(choices.Any<std::uint16_t>()) / 65536.0;

@@ -145,13 +145,13 @@ int AudioBuffer::MarkWriteStopTime()
     return ZT_NOERROR;
 }
 
-int AudioBuffer::EndAccess(std::uint32_t one, std::uint32_t mask, int refusal)
+int AudioBuffer::EndAccess(std::uint32_t one, std::uint32_t mask, int error)
 {
     std::uint32_t open = open_.load();
     do {
         if ((open & mask) == 0) {
             ++violations_;
-            return refusal;
+            return error;
         }
     } while (!open_.compare_exchange_weak(open, open - one));
     // A waiter increments the counter before it reads the word: either it reads zero, or it is counted here.

@@ -137,7 +137,7 @@ private:
         void Set();
     };
 
-    int EndAccess(std::uint32_t one, std::uint32_t mask, int refusal);
+    int EndAccess(std::uint32_t one, std::uint32_t mask, int error);
 
     std::atomic<unsigned long> references_{1};
     std::byte* data_;

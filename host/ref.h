@@ -34,7 +34,7 @@ public:
         return *this;
     }
 
-    /// Takes ownership of a reference of the caller.
+    /// Assumes ownership of a reference of the caller.
     [[nodiscard]] static Ref Adopt(T* object) noexcept { return Ref(object); }
 
     /// Acquires a reference; the caller keeps its own.

@@ -12,7 +12,7 @@ struct SZtLayoutProbe {
     static std::uint32_t Busy(const CZtaAudioSamplesEngine& engine) { return engine.m_ui32Busy; }
     static void SetBusy(CZtaAudioSamplesEngine& engine, std::uint32_t busy) { engine.m_ui32Busy = busy; }
 
-    /// True if the pool holds exactly these buffers in the order of creation, and null behind them.
+    /// Returns true if the pool holds exactly these buffers in the order of creation, and null after them.
     static bool PoolIs(const CZtaAudioSamplesEngine& engine, const std::vector<zta::test::RecordingBuffer*>& buffers)
     {
         std::vector<const IZtAudioSamples*> pool = {engine.m_pScratch0, engine.m_pScratch1, engine.m_pScratch2};
@@ -27,14 +27,14 @@ struct SZtLayoutProbe {
 
     static bool HoldsOperands(const CZtaAudioSamplesEngine& engine)
     {
-        bool holds = engine.m_pSavedInput != nullptr || engine.m_pSavedOutput != nullptr ||
-                     engine.m_pSavedResamplerState != nullptr || engine.m_ui64SavedVolumeCount != 0 ||
-                     engine.m_ui64SavedSourceOffset != 0 || engine.m_ui64SavedDestinationOffset != 0 ||
-                     engine.m_ui64SavedLength != 0 || engine.m_eSavedResamplerMode != EZtAudioResamplerMode();
+        bool hasOperands = engine.m_pSavedInput != nullptr || engine.m_pSavedOutput != nullptr ||
+                           engine.m_pSavedResamplerState != nullptr || engine.m_ui64SavedVolumeCount != 0 ||
+                           engine.m_ui64SavedSourceOffset != 0 || engine.m_ui64SavedDestinationOffset != 0 ||
+                           engine.m_ui64SavedLength != 0 || engine.m_eSavedResamplerMode != EZtAudioResamplerMode();
         for (const IZtAudioSamples* buffer : engine.m_apSavedBuffers) {
-            holds = holds || buffer != nullptr;
+            hasOperands = hasOperands || buffer != nullptr;
         }
-        return holds;
+        return hasOperands;
     }
 
     /// The record of a slot, in use or not.

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Memory between two guard pages: an access one byte before or behind it ends the program.
+/// Memory between two guard pages: an access one byte before or after it ends the program.
 class GuardedBuffer {
 public:
     /// At least `bytes` bytes, rounded up to whole pages.

@@ -21,7 +21,7 @@ struct MuxCall {
 /// An array of buffers "b0", "b1" ... and a buffer "mux", with the arguments of an operation on them.
 class MuxTest : public EngineTest {
 protected:
-    using Words = std::vector<std::uint32_t>;
+    using Words = std::vector<std::uint32_t>; ///< samples, each in a 32-bit word
 
     /// Creates `count` buffers and a mux, filled with noise. Lengths are in frames.
     void Build(const SZtaWaveFormatInfo& format, std::size_t count, const SZtaWaveFormatInfo& muxFormat,
@@ -91,7 +91,7 @@ protected:
         return buffer.Length() / host::BytesPerFrame(buffer.Description().sWaveFormat);
     }
 
-    int CallInterleave(unsigned long side)
+    int CallInterleave(unsigned long channelsPerBuffer)
     {
         for (IZtAudioSamples* buffer : pointers_) {
             if (buffer != nullptr) {
@@ -100,17 +100,17 @@ protected:
         }
         mux_->AnnounceWrite();
         callLog_.Clear();
-        return InterleaveUnannounced(side);
+        return InterleaveUnannounced(channelsPerBuffer);
     }
 
-    int InterleaveUnannounced(unsigned long side)
+    int InterleaveUnannounced(unsigned long channelsPerBuffer)
     {
-        const auto operation = side == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
-                                         : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
+        const auto operation = channelsPerBuffer == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
+                                                      : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
         return (engine_.Get()->*operation)(call_.array, call_.count, call_.mux, call_.volumes, call_.volumeCount);
     }
 
-    int Split(unsigned long side)
+    int Split(unsigned long channelsPerBuffer)
     {
         for (IZtAudioSamples* buffer : pointers_) {
             if (buffer != nullptr) {
@@ -119,17 +119,17 @@ protected:
         }
         mux_->AnnounceRead();
         callLog_.Clear();
-        return DeinterleaveUnannounced(side);
+        return DeinterleaveUnannounced(channelsPerBuffer);
     }
 
-    int DeinterleaveUnannounced(unsigned long side)
+    int DeinterleaveUnannounced(unsigned long channelsPerBuffer)
     {
-        const auto operation = side == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
-                                         : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
+        const auto operation = channelsPerBuffer == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
+                                                      : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
         return (engine_.Get()->*operation)(call_.mux, call_.array, call_.count, call_.volumes, call_.volumeCount);
     }
 
-    /// Every access was signalled exactly once, and the engine is at rest.
+    /// Every access was signaled exactly once, and the engine is at rest.
     void ExpectSettled()
     {
         for (const auto& buffer : array_) {

@@ -1,7 +1,7 @@
 /// Proves that code does not allocate, lock or enter the kernel.
 ///
 /// Two complementary means: interposed functions of the C library, which name the forbidden call, and a filter in the
-/// kernel, which also sees calls that bypass the library. The interposition replaces malloc and similar functions in
+/// kernel, which also detects calls that bypass the library. The interposition replaces malloc and similar functions in
 /// the whole program, so only the program of tests/realtime has it, and this header is for its tests.
 #pragma once
 
@@ -26,7 +26,7 @@ public:
     /// Ends the watch and returns the name of the first forbidden call, or "".
     const char* First();
 
-    /// False in builds whose sanitizer has these entry points for itself: the watch then sees nothing, and
+    /// Returns false in builds whose sanitizer replaces these functions: the watch then detects nothing, and
     /// RunUnderSeccomp is unavailable, since the sanitizer's own runtime enters the kernel.
     static bool IsAvailable();
 };
@@ -37,8 +37,8 @@ inline constexpr int kCrashed = -2;
 inline constexpr int kSeccompUnavailable = -3;
 
 /// Runs `function(argument)` in a forked child that may make no system call but the one that ends it. Returns
-/// kNoSystemCall if it ran to its end, the number of the first system call (see <sys/syscall.h>) if it made one, else
-/// one of the other values. What the function does to memory stays in the child.
+/// kNoSystemCall if it returned, the number of the first system call (see <sys/syscall.h>) if it made one, else
+/// one of the other values. Its changes of memory stay in the child.
 int RunUnderSeccomp(void (*function)(void*), void* argument);
 
 } // namespace zta::test

@@ -1,4 +1,4 @@
-// Memory that runs out, wherever the module asks for some: in creation, registration and the texts around them.
+// Failures of each allocation of the module: during creation, registration, and in status and texts.
 
 #include "component/class_factory.h"
 #include "component/hresult.h"
@@ -24,7 +24,7 @@
 namespace zta::test {
 namespace {
 
-/// What an injected failure led to: a status, or std::bad_alloc.
+/// The outcome of an injected failure: a status, or std::bad_alloc.
 struct Outcome {
     int status = 0;
     bool thrown = false;
@@ -41,8 +41,8 @@ protected:
         }
     }
 
-    /// Lets the allocations of `action` fail, each of them once alone and once with all that follow. `check` looks at
-    /// what that led to, and at the action without a failure in the end. Returns how many there were.
+    /// Makes each allocation of `action` fail, once alone and once with all that follow. `check` receives each outcome,
+    /// and in the end that of the action without a failure. Returns the number of injected failures.
     static int FailEach(const std::function<int()>& action, const std::function<void(const Outcome&)>& check)
     {
         int injections = 0;
@@ -73,7 +73,7 @@ protected:
     }
 };
 
-/// Something to see that an output was left alone.
+/// The value of outputs before a call.
 int untouched = 0;
 
 TEST_F(AllocationFaults, OfAClassObjectPassOnAsBadAlloc)
@@ -305,7 +305,7 @@ TEST_F(AllocationFaults, OfAStreamAreReportedAndTheNextStreamIsExact)
     const int injections = FailEach(action, [&](const Outcome& outcome) {
         thrown += outcome.thrown ? 1 : 0;
         if (outcome.injected && !outcome.thrown) {
-            // Hosts see a stream that came to nothing as one live object more.
+            // A stream that could not be created stays counted as a live object.
             EXPECT_EQ(outcome.status, ZT_E_INCONSISTENCY_DETECTED);
             EXPECT_EQ(stream, nullptr);
             ++objects;
@@ -352,7 +352,7 @@ protected:
     {
         const ChildResult result = RunInChild([&] {
             ::setenv("ORBUTILS", directory_.Path().c_str(), 1);
-            // The C library spoils its heap where it finds no memory for the buffer of a stream of wide characters.
+            // The C library corrupts its heap if it cannot allocate the buffer of a wide-character stream.
             static char output[4096];
             std::setvbuf(stdout, output, _IOFBF, sizeof(output));
             int status = 0;
@@ -367,7 +367,7 @@ protected:
         return result.status;
     }
 
-    /// `before` is what the file holds, "" for no file; afterwards a call without a failure must leave `after`.
+    /// `before` is the content of the file, "" for no file; a call without a failure must change it to `after`.
     void FailEachOf(const std::function<int()>& call, const std::string& before, const std::string& after)
     {
         int injections = 0;

@@ -10,7 +10,7 @@ namespace {
 
 using Bytes = std::vector<std::byte>;
 
-/// What a host's call raises.
+/// The exception of a host call.
 struct HostException {};
 
 RecordingBuffer& Recording(const host::Ref<host::AudioBuffer>& buffer)
@@ -108,8 +108,8 @@ protected:
         ReleaseKeptReferences(again);
     }
 
-    /// Lets call number `n` of the host raise an exception, counted from 1; with `atReferences` the calls that count
-    /// are those that take a reference on a buffer of the caller. Returns false if there were fewer calls.
+    /// Makes call number `n` of the host raise an exception, counted from 1. With `atReferences`, only the calls of
+    /// AddRef on buffers of the caller count. Returns false if there were fewer calls.
     bool InjectException(int n, bool atReferences, const std::vector<Bytes>& expected)
     {
         int calls = 0;

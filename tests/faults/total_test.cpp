@@ -1,5 +1,5 @@
-// What one run of the whole program injected, printed in its last line. CTest runs each test by itself, and the program
-// as a whole once beside (see CMakeLists.txt).
+// The number of failures that one run of the whole program injected, printed in its last line. CTest runs each test by
+// itself, and also the whole program once (see CMakeLists.txt).
 
 #include "tests/faults/failing_allocator.h"
 #include "tests/faults/injections.h"

@@ -64,7 +64,7 @@ TEST(FloatingPointMode, IsLeftAloneByLoadingAndUnloading)
     EXPECT_EQ(Now(), (Modes{kDefault, 0x037F})) << "the program's start loaded the module, too";
     const Mode mode(kDefault | kRoundUp, 0x027F); // x87: double precision
     const Modes before = Now();
-    EXPECT_EQ(before, (Modes{kDefault | kRoundUp, 0x027F})) << "what is set can be seen";
+    EXPECT_EQ(before, (Modes{kDefault | kRoundUp, 0x027F})) << "the mode is set";
     void* module = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(module, nullptr) << dlerror();
     EXPECT_EQ(Now(), before);

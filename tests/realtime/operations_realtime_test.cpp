@@ -115,8 +115,8 @@ TEST_F(UnusualHostRealtime, ReturnsAStatusAboveZero)
 struct Breach {
     const char* name;
     std::function<void()> act;
-    const char* seen; ///< the first call that the trap reports
-    int systemCall;   ///< result of the kernel's filter: kNoSystemCall if the violation needs no system call
+    const char* reported; ///< the first call that the trap reports
+    int systemCall;       ///< result of the kernel's filter: kNoSystemCall if the violation needs no system call
 };
 
 class ViolationInAnOperation : public zta::test::RealtimeEngine, public testing::WithParamInterface<Breach> {};
@@ -146,7 +146,7 @@ TEST_P(ViolationInAnOperation, IsDetected)
     zta::test::RealtimeTrap trap;
     operation();
     EXPECT_GT(trap.Violations(), 0);
-    EXPECT_STREQ(trap.First(), GetParam().seen);
+    EXPECT_STREQ(trap.First(), GetParam().reported);
 }
 
 std::mutex breachedLock;

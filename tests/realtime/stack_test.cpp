@@ -40,7 +40,7 @@ public:
     PaintedStack& operator=(const PaintedStack&) = delete;
 
     /// Returns the bytes of stack that the function used.
-    std::size_t DepthOf(const std::function<void()>& function)
+    std::size_t MeasureDepth(const std::function<void()>& function)
     {
         function_ = &function;
         pthread_attr_t attributes;
@@ -88,7 +88,7 @@ private:
 
 /// Uses a known depth. The volatile writes keep the array.
 template <std::size_t Bytes>
-[[gnu::noinline]] void Take()
+[[gnu::noinline]] void UseStack()
 {
     std::array<volatile char, Bytes> memory;
     for (volatile char& at : memory) {
@@ -102,8 +102,9 @@ TEST(StackDepth, IsDetected)
         GTEST_SKIP() << "the sanitizer has stacks of its own";
     }
     PaintedStack stack;
-    for (const auto& [bytes, take] : {std::pair<std::size_t, void (*)()>{2000, Take<2000>}, {30000, Take<30000>}}) {
-        const std::size_t depth = stack.DepthOf(take);
+    for (const auto& [bytes, useStack] :
+         {std::pair<std::size_t, void (*)()>{2000, UseStack<2000>}, {30000, UseStack<30000>}}) {
+        const std::size_t depth = stack.MeasureDepth(useStack);
         EXPECT_GE(depth, bytes);
         EXPECT_LE(depth, bytes + 1000);
     }
@@ -125,7 +126,7 @@ TEST_F(StackOfOperations, StaysWithinItsBound)
         for (int round = 0; round < 2; ++round) {
             const Scenario scenario = test.Make(MakeClocklessBuffer);
             int status = 1;
-            depth = stack.DepthOf([&] { status = RunAnnounced(scenario, *engine_); });
+            depth = stack.MeasureDepth([&] { status = RunAnnounced(scenario, *engine_); });
             EXPECT_EQ(status, test.status);
         }
         EXPECT_LE(depth, kBound);

@@ -156,7 +156,7 @@ protected:
     void SetUp() override
     {
         if (RunUnderSeccomp([](void*) {}, nullptr) == zta::test::kSeccompUnavailable) {
-            GTEST_SKIP() << "neither under a sanitizer nor where the kernel refuses filters";
+            GTEST_SKIP() << "neither under a sanitizer nor where the kernel rejects filters";
         }
     }
 };

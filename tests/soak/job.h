@@ -14,10 +14,10 @@ namespace zta::test {
 
 using Random = std::mt19937;
 
-/// Returns a random number from `least` to `most`, inclusive.
-inline std::size_t Between(Random& random, std::size_t least, std::size_t most)
+/// Returns a random number from `min` to `max`, inclusive.
+inline std::size_t Between(Random& random, std::size_t min, std::size_t max)
 {
-    return std::uniform_int_distribution<std::size_t>(least, most)(random);
+    return std::uniform_int_distribution<std::size_t>(min, max)(random);
 }
 
 /// One kind of call, with its own buffers. Belongs to one thread.
@@ -31,7 +31,7 @@ public:
 
 using Jobs = std::vector<std::unique_ptr<Job>>;
 
-/// Mux operations of 64 channels, and copies, duplicates and volumes of such buffers: against reference models.
+/// Mux operations of 64 channels, and copies, duplicates and volumes of such buffers: compared with reference models.
 void AddMuxJobs(Jobs& jobs);
 
 /// Every path of every operation, compared with the result of a new engine before the run.

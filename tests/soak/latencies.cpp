@@ -13,14 +13,14 @@ void Latencies::Add(Clock::duration time)
     const auto index = static_cast<std::size_t>(octave * kClassesOfOctave);
     ++classes_[std::min(index, classes_.size() - 1)];
     ++count_;
-    largest_ = std::max(largest_, nanoseconds);
+    max_ = std::max(max_, nanoseconds);
 }
 
 void Latencies::Add(const Latencies& other)
 {
     std::transform(classes_.begin(), classes_.end(), other.classes_.begin(), classes_.begin(), std::plus<>());
     count_ += other.count_;
-    largest_ = std::max(largest_, other.largest_);
+    max_ = std::max(max_, other.max_);
 }
 
 double Latencies::Quantile(double share) const
@@ -32,12 +32,12 @@ double Latencies::Quantile(double share) const
         below += classes_[index++];
     }
     const double bound = std::exp2(static_cast<double>(index + 1) / kClassesOfOctave) / 1000.0;
-    return std::min(bound, Largest());
+    return std::min(bound, Max());
 }
 
-double Latencies::Largest() const
+double Latencies::Max() const
 {
-    return static_cast<double>(largest_) / 1000.0;
+    return static_cast<double>(max_) / 1000.0;
 }
 
 } // namespace zta::test

@@ -28,14 +28,14 @@ public:
     /// Returns an upper bound in microseconds for the given share of the calls, at most a sixteenth of an octave above
     /// it.
     [[nodiscard]] double Quantile(double share) const;
-    [[nodiscard]] double Largest() const;
+    [[nodiscard]] double Max() const;
 
 private:
     static constexpr int kClassesOfOctave = 16;
     static constexpr int kOctaves = 40; ///< of nanoseconds
     std::array<std::uint64_t, kClassesOfOctave * kOctaves> classes_{};
     std::uint64_t count_ = 0;
-    std::int64_t largest_ = 0; ///< nanoseconds
+    std::int64_t max_ = 0; ///< nanoseconds
 };
 
 } // namespace zta::test

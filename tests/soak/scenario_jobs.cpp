@@ -6,7 +6,7 @@
 namespace zta::test {
 namespace {
 
-/// All scenarios in turn, so that the other jobs have their share of the calls.
+/// A random scenario with each call: one job for all, so that the other jobs have their share of the calls.
 class ScenarioJob : public Job {
 public:
     std::string Run(IZtaAudioSamplesEngine& engine, Random& random, Latencies& latencies) override

@@ -30,8 +30,8 @@ constexpr int kThreads = 2;
 /// By how much heap and stacks may change after the warm-up.
 constexpr long kSlackBytes = 2 << 20;
 
-/// The warm-up of a thread, in jobs: by then each kind of job has allocated what it needs. A busy machine needs longer
-/// for them than the warm-up of a short run takes, and the run lasts until twice as many were made.
+/// The warm-up of a thread, in jobs: by then each kind of job has allocated what it needs. On a busy machine they
+/// exceed the warm-up of a short run; the run lasts for at least twice as many jobs.
 constexpr int kWarmUpCalls = 4000;
 
 std::atomic<int> warmThreads{0};
@@ -39,11 +39,11 @@ std::atomic<int> runningThreads{kThreads};
 
 std::atomic<int> failures{0};
 
-void Fail(const std::string& what)
+void Fail(const std::string& text)
 {
     // A broken run has thousands of failures.
     if (failures++ < 20) {
-        std::printf("FAILED: %s\n", what.c_str());
+        std::printf("FAILED: %s\n", text.c_str());
     }
 }
 
@@ -56,7 +56,7 @@ long ResidentBytes()
 }
 
 /// A loop without a call or a memory access; about as long as the median call.
-int SpinABit()
+int RunEmptyLoop()
 {
     for (int i = 0; i < 20000; ++i) {
         asm volatile("" : : "r"(i));
@@ -84,7 +84,7 @@ void Work(IZtQuonEnginePrivate& host, unsigned seed, Clock::time_point end, Time
         if (!wrong.empty()) {
             Fail(wrong + " (seed " + std::to_string(seed) + ", call " + std::to_string(times.calls.Count()) + ")");
         }
-        times.emptyLoop.Time(SpinABit);
+        times.emptyLoop.Time(RunEmptyLoop);
     }
     --runningThreads;
 }
@@ -93,7 +93,7 @@ void Print(const char* name, const Latencies& times)
 {
     std::printf("%-12s %12llu times %9.2f us median %9.2f us 99.9 %% %11.2f us largest\n", name,
                 static_cast<unsigned long long>(times.Count()), times.Quantile(0.5), times.Quantile(0.999),
-                times.Largest());
+                times.Max());
 }
 
 } // namespace
@@ -110,8 +110,8 @@ int main(int argc, char** argv)
     const auto end = begin + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 
     Times times[kThreads];
-    long warm = 0;
-    long most = 0;
+    long warmBytes = 0;
+    long maxBytes = 0;
     {
         const auto host = zta::host::HostEngine::Create();
         std::thread threads[kThreads];
@@ -122,7 +122,7 @@ int main(int argc, char** argv)
         while (runningThreads > 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             const bool isWarm = warmThreads == kThreads && Clock::now() >= begin + (end - begin) / 4;
-            long& mark = isWarm ? most : warm;
+            long& mark = isWarm ? maxBytes : warmBytes;
             mark = std::max(mark, ResidentBytes());
         }
         for (std::thread& thread : threads) {
@@ -130,8 +130,8 @@ int main(int argc, char** argv)
         }
     }
 #ifndef ZTA_SANITIZED
-    if (most > warm + kSlackBytes) {
-        Fail("the process grew");
+    if (maxBytes > warmBytes + kSlackBytes) {
+        Fail("memory in use grew");
     }
 #endif
     if (zta::host::AudioBuffer::LiveCount() != 0) {
@@ -148,9 +148,10 @@ int main(int argc, char** argv)
     Print("operations", times[0].calls);
     Print("empty loop", times[0].emptyLoop);
     std::printf("memory: %.1f MB warm, %.1f MB at most after that; %d failures in %.0f seconds on %d threads\n",
-                static_cast<double>(warm) / 1e6, static_cast<double>(most) / 1e6, failures.load(), seconds, kThreads);
+                static_cast<double>(warmBytes) / 1e6, static_cast<double>(maxBytes) / 1e6, failures.load(), seconds,
+                kThreads);
     if (times[0].calls.Count() < 100) {
-        Fail("hardly anything ran");
+        Fail("fewer than 100 calls");
     }
     return failures == 0 ? 0 : 1;
 }

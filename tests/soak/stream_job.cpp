@@ -19,7 +19,7 @@ struct Frame {
     bool operator==(const Frame&) const = default;
 };
 
-/// One stereo stream with its buffers.
+/// One stereo stream and its buffers.
 class Stream {
 public:
     explicit Stream(IZtaAudioSamplesEngine& engine)
@@ -46,8 +46,8 @@ public:
         input_->SetValidLength(frames * sizeof(Frame));
         input_->AnnounceRead();
         output_->AnnounceWrite();
-        const auto mode = begun_ ? keZtAudioResamplerModeContinue : keZtAudioResamplerModeRestart;
-        begun_ = true;
+        const auto mode = hasBegun_ ? keZtAudioResamplerModeContinue : keZtAudioResamplerModeRestart;
+        hasBegun_ = true;
         const int status = latencies.Time(
             [&] { return engine.ProcessAudioResampler(input_.Get(), output_.Get(), mode, stream_.Get()); });
         for (std::size_t i = 0; i < output_->Length() / sizeof(Frame); ++i) {
@@ -62,7 +62,7 @@ private:
     host::Ref<IUnknown> stream_;
     host::Ref<host::AudioBuffer> input_;
     host::Ref<host::AudioBuffer> output_;
-    bool begun_ = false;
+    bool hasBegun_ = false;
 };
 
 class StreamJob : public Job {
@@ -87,13 +87,13 @@ public:
         // The other stream processes buffers of other lengths.
         while (waitingOther_.size() >= nextOther_) {
             if (other_.Push(*otherEngine_, waitingOther_, nextOther_, resultOther_, unused_) != 0) {
-                return "Stream: a failure of the other one";
+                return "Stream: a failure of the other stream";
             }
             nextOther_ = Between(random, 18, kMaxFrames);
         }
         while (!result_.empty() && !resultOther_.empty()) {
             if (result_.front() != resultOther_.front()) {
-                return "Stream: frame " + std::to_string(compared_) + " depends on the cuts";
+                return "Stream: frame " + std::to_string(compared_) + " depends on the buffer lengths";
             }
             result_.pop_front();
             resultOther_.pop_front();

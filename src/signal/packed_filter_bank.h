@@ -5,42 +5,65 @@
 
 #include <cstdint>
 
-/// The taps of one period of outputs, from phase 0 on, in groups of sixteen outputs. Each lane computes one output, so
-/// no horizontal sums are needed: one load brings the same pair of taps of sixteen phases.
+/// The taps of one period of outputs, from phase 0 on, in groups of up to sixteen outputs.
 ///
-///     aasTapPairs[0]   taps 0, 1 of output 0 | taps 0, 1 of output 1 | ... | taps 0, 1 of output 15
-///     aasTapPairs[1]   taps 2, 3 of output 0 | taps 2, 3 of output 1 | ... | taps 2, 3 of output 15
-///     ...
+/// The samples of a group are read in blocks of four. A block is broadcast to all lanes, so no samples have to be
+/// permuted; instead the taps of each output are moved to where its samples lie, with zeros before and after them:
+///
+///     samples from the base   0123 4567 89..               ..47
+///     block                   0    1    2    3  ..  8    9    10   11
+///     outputs 0 to 3          xxxx xxxx xxxx xxxx   xxxx
+///     outputs 4 to 7               xxxx xxxx xxxx   xxxx xxxx
+///     outputs 8 to 11                   xxxx xxxx   xxxx xxxx xxxx
+///     outputs 12 to 15                       xxxx   xxxx xxxx xxxx xxxx
+///
+/// The 32 samples of an output begin in the first block of its quad of outputs, or with the second. The base of a group
+/// is the first sample of its first output, or as many samples before it as this condition requires. A group has fewer
+/// outputs if the last ones do not meet the condition.
+///
+/// A lane of 64 bits multiplies a block by the four taps of one output:
+///
+///     asTaps[half][block][output][tap]   half 0: outputs 0 to 7, blocks 0 to 9; half 1: outputs 8 to 15, blocks 2 to
+///     11
 ///
 /// If a period ends within a group, two consecutive periods are packed, so that fewer lanes are unused.
 ///
 /// Every variant accepts a bank that another variant packed: the variants that use it produce the same bank, the others
 /// produce an empty one and ignore it.
 struct SZtaPackedFilterBank {
-    static constexpr int kLanes = 16;
-    static constexpr int kTaps = 32; ///< of a phase; the additional tap of phase 0 must be 0
-    static constexpr int kTapPairs = kTaps / 2;
+    static constexpr int kOutputs = 16; ///< of a group, at most
+    static constexpr int kTaps = 32;    ///< of a phase; the additional tap of phase 0 must be 0
     static constexpr int kMaxPhases = 160;
     static constexpr int kMaxPeriods = 2;
-    static constexpr int kMaxLaneOffset = 24; ///< from the first sample of lane 0 to that of another lane
-    static constexpr int kMaxQuadOffset = 4;  ///< the same within a quad of neighboring lanes
+    static constexpr int kMinGroupOutputs = 15; ///< of all groups but the last
     static constexpr int kAdvanceBits = 3;
 
+    static constexpr int kBlockSamples = 4;
+    static constexpr int kQuadOutputs = 4;
+    static constexpr int kQuadBlocks = kTaps / kBlockSamples + 1;
+    static constexpr int kHalves = 2;
+    static constexpr int kHalfOutputs = kOutputs / kHalves;
+    static constexpr int kHalfFirstBlock = kHalfOutputs / kQuadOutputs; ///< of half 1
+    static constexpr int kHalfBlocks = kQuadBlocks + kHalfFirstBlock - 1;
+    static constexpr int kBlocks = kHalfBlocks + kHalfFirstBlock;
+    static constexpr int kGroupSamples = kBlocks * kBlockSamples;
+
     struct SGroup {
-        alignas(64) std::int16_t aasTapPairs[kTapPairs][kLanes][2];
-        /// The first two samples of each lane, counted from the first sample of lane 0.
-        alignas(64) std::uint16_t aausOffsets[kLanes][2];
-        /// The bytes of the first two samples of each lane, counted from the first sample of its quad.
-        alignas(64) std::uint8_t aaucQuadBytes[kLanes][4];
-        std::int32_t lOutputs; ///< below kLanes in the last group only
-        std::int32_t lAdvance; ///< samples from lane 0 of this group to lane 0 of the next
+        alignas(64) std::int16_t asTaps[kHalves][kHalfBlocks][kHalfOutputs][kBlockSamples];
+        std::uint8_t aucOffsets[kOutputs]; ///< from the base to the first sample of each output
+        std::int32_t lOutputs;
+        std::int32_t lAdvance; ///< samples from the base of this group to that of the next
     };
 
-    static constexpr int kMaxGroups = kMaxPeriods * kMaxPhases / kLanes;
+    static constexpr int kMaxGroups = kMaxPeriods * kMaxPhases / kMinGroupOutputs + 1;
     static_assert((kMaxGroups - 1) * kAdvanceBits <= 64);
 
     SGroup asGroups[kMaxGroups];
-    std::uint8_t aucPhasePositions[kMaxPhases]; ///< the index of the output of each phase in the first period
+    /// The group of each phase in the first period, and the index of its output in the group.
+    struct SPosition {
+        std::uint8_t ucGroup;
+        std::uint8_t ucOutput;
+    } asPhasePositions[kMaxPhases];
     /// The advances of all groups but the last, less the smallest of them, the first in the lowest bits. They fit a
     /// register: an advance loaded from memory would delay the loads of the samples.
     std::uint64_t ulPackedAdvances;

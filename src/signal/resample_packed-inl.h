@@ -8,6 +8,7 @@
 
 #include "signal/packed_filter_bank.h"
 #include "signal/resample_state-inl.h"
+#include "signal/samples-inl.h"
 
 #if defined(__AVX512BW__)
 #include "signal/resample_packed_avx512-inl.h"
@@ -25,48 +26,43 @@ public:
     /// From this many periods on, packing the bank for one call costs less than it saves.
     static constexpr long kBreakEvenPeriods = PackedSimd::kBreakEvenPeriods;
 
-    /// Produces no groups if the filter does not fit this form. If a period is not a multiple of the lanes, more than
-    /// one period takes longer to pack and less time to use; otherwise iPeriods has no effect.
+    /// Produces no groups if the filter does not fit this form. If a period is not a multiple of the outputs of a
+    /// group, more than one period takes longer to pack and less time to use; otherwise iPeriods has no effect.
     static void PackFilterBank(const IppsResamplingPolyphaseFixed_16s& rsFilter, int iPeriods,
                                SZtaPackedFilterBank& rsBank)
     {
         rsBank.lGroups = 0;
-        const unsigned int uiRate = static_cast<unsigned int>(rsFilter.outRate);
         if (2 * rsFilter.halfLen != Bank::kTaps || rsFilter.outRate < kMinPhases ||
             rsFilter.outRate > Bank::kMaxPhases ||
             static_cast<const std::int16_t*>(rsFilter.pRows[0])[Bank::kTaps] != 0) {
             return;
         }
-        const unsigned int uiStep = static_cast<unsigned int>(rsFilter.inRate) % uiRate;
-        unsigned int uiPhase = 0;
+        OutputPosition sNext{0,
+                             static_cast<unsigned int>(rsFilter.inRate) % static_cast<unsigned int>(rsFilter.outRate)};
         int iLargest = 0;
         int iGroups = 0;
-        const int iPositions = rsFilter.outRate * (rsFilter.outRate % kLanes == 0 ? 1 : iPeriods);
+        const int iPositions = rsFilter.outRate * (rsFilter.outRate % Bank::kOutputs == 0 ? 1 : iPeriods);
         for (int iPosition = 0; iPosition < iPositions; ++iGroups) {
-            Group& rsGroup = rsBank.asGroups[iGroups];
-            int iOffset = 0;
-            int iQuad = 0;
-            int iLane = 0;
-            for (; iLane < kLanes && iPosition < iPositions; ++iLane, ++iPosition) {
-                iQuad = iLane % 4 == 0 ? iOffset : iQuad;
-                if (iOffset < 0 || iOffset > Bank::kMaxLaneOffset || iOffset < iQuad ||
-                    iOffset - iQuad > Bank::kMaxQuadOffset) {
-                    return;
-                }
-                const int iSum = PackLane(static_cast<const std::int16_t*>(rsFilter.pRows[uiPhase]), rsGroup, iLane);
-                iLargest = iSum > iLargest ? iSum : iLargest;
-                StoreOffsets(rsGroup, iLane, iOffset, iOffset - iQuad);
-                if (iPosition < rsFilter.outRate) {
-                    rsBank.aucPhasePositions[uiPhase] = static_cast<std::uint8_t>(iPosition);
-                }
-                iOffset += rsFilter.pStep[uiPhase];
-                uiPhase = AddModuloRate(uiPhase, uiStep, uiRate);
+            if (iGroups == Bank::kMaxGroups) {
+                return;
             }
-            rsGroup.lOutputs = iLane;
-            rsGroup.lAdvance = iOffset;
-            for (; iLane < kLanes; ++iLane) {
-                PackLane(static_cast<const std::int16_t*>(rsFilter.pRows[0]), rsGroup, iLane);
-                StoreOffsets(rsGroup, iLane, 0, 0);
+            Group& rsGroup = rsBank.asGroups[iGroups];
+            const int iRest = iPositions - iPosition;
+            PlaceOutputs(rsFilter, sNext, iRest < Bank::kOutputs ? iRest : Bank::kOutputs, rsGroup);
+            if (rsGroup.lOutputs < Bank::kMinGroupOutputs && rsGroup.lOutputs < iRest) {
+                return;
+            }
+            for (int i = 0; i < rsGroup.lOutputs; ++i, ++iPosition) {
+                const int iSum = PackTaps(sNext.Taps(rsFilter), rsGroup, i);
+                iLargest = iSum > iLargest ? iSum : iLargest;
+                if (iPosition < rsFilter.outRate) {
+                    rsBank.asPhasePositions[sNext.uiPhase] = {static_cast<std::uint8_t>(iGroups),
+                                                              static_cast<std::uint8_t>(i)};
+                }
+                sNext.Advance(rsFilter);
+            }
+            for (int i = rsGroup.lOutputs; i < Bank::kOutputs; ++i) {
+                ClearTaps(rsGroup, i);
             }
         }
         // The condition of Int32Accumulator.
@@ -91,36 +87,104 @@ private:
     using Bank = SZtaPackedFilterBank;
     using Group = SZtaPackedFilterBank::SGroup;
 
-    static constexpr int kLanes = Bank::kLanes;
     static constexpr int kMinPhases = 32; ///< with fewer, too many lanes of the last group are unused
     static constexpr double kMaxGain = 0.5;
 
-    /// Returns the sum of the magnitudes of the taps.
-    static int PackLane(const std::int16_t* psTaps, Group& rsGroup, int iLane)
+    /// An output while the bank is packed.
+    struct OutputPosition {
+        unsigned int uiPhase;
+        unsigned int uiPhaseStep;
+
+        const std::int16_t* Taps(const IppsResamplingPolyphaseFixed_16s& rsFilter) const
+        {
+            return static_cast<const std::int16_t*>(rsFilter.pRows[uiPhase]);
+        }
+
+        /// Returns the samples from this output to the next.
+        int Advance(const IppsResamplingPolyphaseFixed_16s& rsFilter)
+        {
+            const int iSamples = rsFilter.pStep[uiPhase];
+            uiPhase = AddModuloRate(uiPhase, uiPhaseStep, static_cast<unsigned int>(rsFilter.outRate));
+            return iSamples;
+        }
+    };
+
+    /// Chooses the base of a group so that as many of the next outputs as possible fit in it, and stores their number
+    /// and their offsets, and as the advance that from the first output to the one after the last.
+    static void PlaceOutputs(const IppsResamplingPolyphaseFixed_16s& rsFilter, OutputPosition sFirst, int iMaxOutputs,
+                             Group& rsGroup)
     {
+        rsGroup.lOutputs = 0;
+        for (int iFirstOffset = 0; iFirstOffset <= Bank::kBlockSamples && rsGroup.lOutputs < iMaxOutputs;
+             ++iFirstOffset) {
+            OutputPosition sOutput = sFirst;
+            int iOffset = iFirstOffset;
+            int iOutputs = 0;
+            while (iOutputs < iMaxOutputs && FitsQuad(iOffset, iOutputs / Bank::kQuadOutputs)) {
+                iOffset += sOutput.Advance(rsFilter);
+                ++iOutputs;
+            }
+            if (iOutputs > rsGroup.lOutputs) {
+                rsGroup.lOutputs = iOutputs;
+                rsGroup.lAdvance = iOffset - iFirstOffset;
+                rsGroup.aucOffsets[0] = static_cast<std::uint8_t>(iFirstOffset);
+            }
+        }
+        for (int i = 1; i < rsGroup.lOutputs; ++i) {
+            const int iStep = sFirst.Advance(rsFilter);
+            rsGroup.aucOffsets[i] = static_cast<std::uint8_t>(rsGroup.aucOffsets[i - 1] + iStep);
+        }
+    }
+
+    static bool FitsQuad(int iOffset, int iQuad)
+    {
+        const int iInQuad = iOffset - iQuad * Bank::kBlockSamples;
+        return iInQuad >= 0 && iInQuad <= Bank::kBlockSamples;
+    }
+
+    /// Returns the sum of the magnitudes of the taps.
+    static int PackTaps(const std::int16_t* psTaps, Group& rsGroup, int iOutput)
+    {
+        constexpr int kLastBlock = Bank::kQuadBlocks - 1;
+        constexpr int kTapBits = 16;
+        const int iQuad = iOutput / Bank::kQuadOutputs;
+        const int iHalf = iOutput / Bank::kHalfOutputs;
+        const int iFirstBlock = iQuad - iHalf * Bank::kHalfFirstBlock;
+        const int iShift = rsGroup.aucOffsets[iOutput] - iQuad * Bank::kBlockSamples;
+        const auto Store = [&](int iBlock, std::uint64_t ulTaps) {
+            __builtin_memcpy(rsGroup.asTaps[iHalf][iBlock][iOutput % Bank::kHalfOutputs], &ulTaps, sizeof(ulTaps));
+        };
+        const auto Load = [&](int iTap) { return static_cast<std::uint64_t>(LoadBlock(psTaps + iTap)); };
+        // The first and the last block have four taps in total. No shift exceeds 63 bits.
+        Store(iFirstBlock == 0 ? Bank::kHalfBlocks - 1 : 0, 0);
+        Store(iFirstBlock, iShift < Bank::kBlockSamples ? Load(0) << (iShift * kTapBits) : 0);
+        for (int k = 1; k < kLastBlock; ++k) {
+            Store(iFirstBlock + k, Load(k * Bank::kBlockSamples - iShift));
+        }
+        Store(iFirstBlock + kLastBlock,
+              iShift > 0 ? Load(Bank::kTaps - Bank::kBlockSamples) >> ((Bank::kBlockSamples - iShift) * kTapBits) : 0);
         int iSum = 0;
         for (int k = 0; k < Bank::kTaps; ++k) {
             iSum += psTaps[k] < 0 ? -psTaps[k] : psTaps[k];
         }
-        for (long k = 0; k < Bank::kTapPairs; ++k) {
-            rsGroup.aasTapPairs[k][iLane][0] = psTaps[2 * k];
-            rsGroup.aasTapPairs[k][iLane][1] = psTaps[2 * k + 1];
-        }
         return iSum;
     }
 
-    static void StoreOffsets(Group& rsGroup, int iLane, int iOffset, int iInQuad)
+    /// The lanes of outputs that do not exist.
+    static void ClearTaps(Group& rsGroup, int iOutput)
     {
-        rsGroup.aausOffsets[iLane][0] = static_cast<std::uint16_t>(iOffset);
-        rsGroup.aausOffsets[iLane][1] = static_cast<std::uint16_t>(iOffset + 1);
-        for (int i = 0; i < 4; ++i) {
-            rsGroup.aaucQuadBytes[iLane][i] = static_cast<std::uint8_t>(2 * iInQuad + i);
+        for (auto& raBlock : rsGroup.asTaps[iOutput / Bank::kHalfOutputs]) {
+            __builtin_memset(raBlock[iOutput % Bank::kHalfOutputs], 0, sizeof(raBlock[0]));
         }
     }
 
-    /// Returns false if the advances of the groups differ too much for kAdvanceBits.
+    /// Makes the advances those from base to base. Returns false if they differ too much for kAdvanceBits.
     static bool PackAdvances(int iGroups, SZtaPackedFilterBank& rsBank)
     {
+        for (int i = 0; i < iGroups; ++i) {
+            const Group& rsNext = rsBank.asGroups[i + 1 < iGroups ? i + 1 : 0];
+            rsBank.asGroups[i].lAdvance += rsBank.asGroups[i].aucOffsets[0] - rsNext.aucOffsets[0];
+        }
         rsBank.lMinAdvance = rsBank.asGroups[0].lAdvance;
         for (int i = 1; i < iGroups - 1; ++i) {
             const std::int32_t lAdvance = rsBank.asGroups[i].lAdvance;
@@ -144,47 +208,61 @@ private:
         const Group* const psFirst = rsBank.asGroups;
         const Group* const psLast = psFirst + rsBank.lGroups - 1;
         const long lMinAdvance = rsBank.lMinAdvance;
+        const std::int16_t* const psBegin = rsState.psSource;
         const std::int16_t* const psEnd = rsState.psEnd;
-        const int iPosition = rsBank.aucPhasePositions[rsState.uiPhase];
-        const Group* psGroup = psFirst + iPosition / kLanes;
-        std::uint64_t ulPackedAdvances = rsBank.ulPackedAdvances >> (iPosition / kLanes * Bank::kAdvanceBits);
-        const std::int16_t* psSource = rsState.psSource;
+        const Bank::SPosition sPosition = rsBank.asPhasePositions[rsState.uiPhase];
+        const Group* psGroup = psFirst + sPosition.ucGroup;
+        std::uint64_t ulPackedAdvances = rsBank.ulPackedAdvances >> (sPosition.ucGroup * Bank::kAdvanceBits);
+        int iFirstOutput = sPosition.ucOutput;
+        const std::int16_t* psBase = psBegin - psGroup->aucOffsets[iFirstOutput];
         std::int16_t* psOutput = rsState.psOutput;
         long lCount = rsState.lCount;
         const auto Advance = [&](int iOutputs) {
+            psOutput += iOutputs;
+            lCount -= iOutputs;
             if (psGroup != psLast) {
-                psSource += lMinAdvance + static_cast<long>(ulPackedAdvances % (1U << Bank::kAdvanceBits));
+                psBase += lMinAdvance + static_cast<long>(ulPackedAdvances % (1U << Bank::kAdvanceBits));
                 ulPackedAdvances >>= Bank::kAdvanceBits;
-                psOutput += iOutputs;
-                lCount -= iOutputs;
                 ++psGroup;
             } else {
-                const int iStored = iOutputs < psLast->lOutputs ? iOutputs : psLast->lOutputs;
-                psSource += psLast->lAdvance;
+                psBase += psLast->lAdvance;
                 ulPackedAdvances = rsBank.ulPackedAdvances;
-                psOutput += iStored;
-                lCount -= iStored;
                 psGroup = psFirst;
             }
         };
-        int iLane = iPosition % kLanes;
         // NOLINTNEXTLINE(bugprone-infinite-loop): Advance changes lCount
         while (lCount > 0) {
-            if (iLane == 0 && lCount >= kLanes && psEnd - psSource >= PackedSimd::kGroupReadSamples) {
+            if (iFirstOutput == 0 && psBase >= psBegin && lCount >= Bank::kOutputs &&
+                psEnd - psBase >= Bank::kGroupSamples) {
                 do {
-                    // The unused lanes of the last group are stored, too; the next group overwrites them.
-                    PackedSimd::Store(fnRound(PackedSimd::ComputeSums(*psGroup, psSource)), psOutput);
-                    Advance(kLanes);
-                } while (lCount >= kLanes && psEnd - psSource >= PackedSimd::kGroupReadSamples);
+                    // The unused lanes of a group are stored, too; the next group overwrites them.
+                    PackedSimd::Store(fnRound(PackedSimd::ComputeSums(*psGroup, psBase)), psOutput);
+                    Advance(psGroup->lOutputs);
+                } while (lCount >= Bank::kOutputs && psEnd - psBase >= Bank::kGroupSamples);
             } else {
-                const int iRest = (psGroup == psLast ? psLast->lOutputs : kLanes) - iLane;
+                const int iRest = psGroup->lOutputs - iFirstOutput;
                 const int iOutputs = lCount < iRest ? static_cast<int>(lCount) : iRest;
-                PackedSimd::StorePartial(*psGroup, iLane, psSource, psEnd - psSource, iOutputs, psOutput, fnRound);
-                psSource -= psGroup->aausOffsets[iLane][0];
-                iLane = 0;
+                alignas(64) std::int16_t asSamples[Bank::kGroupSamples];
+                CopyGroupSamples(asSamples, psGroup->aucOffsets[iFirstOutput], psBase, psEnd);
+                PackedSimd::StorePartial(fnRound(PackedSimd::ComputeSums(*psGroup, asSamples)), iFirstOutput, iOutputs,
+                                         psOutput);
+                iFirstOutput = 0;
                 Advance(iOutputs);
             }
         }
+    }
+
+    /// Copies the samples of a group from iFirst on that are before psEnd: 32 or more.
+    static void CopyGroupSamples(std::int16_t (&rasSamples)[Bank::kGroupSamples], long lFirst,
+                                 const std::int16_t* psBase, const std::int16_t* psEnd)
+    {
+        // In two parts of fixed sizes that overlap. The samples around them are multiplied by 0.
+        constexpr long kSecondPart = Bank::kGroupSamples - Bank::kTaps;
+        __builtin_memset(rasSamples, 0, sizeof(rasSamples));
+        const long lReadable = psEnd - psBase;
+        const long lSecond = (lReadable < Bank::kGroupSamples ? lReadable : Bank::kGroupSamples) - kSecondPart;
+        CopySamples(rasSamples + lFirst, psBase + lFirst, Bank::kTaps);
+        CopySamples(rasSamples + lSecond, psBase + lSecond, kSecondPart);
     }
 };
 

@@ -1,5 +1,5 @@
-/// Sixteen outputs in parallel with AVX2, one in each 32-bit lane of two vectors. The samples of a quad, four
-/// neighboring outputs, lie in one window of eight samples: a byte shuffle selects the pair of each lane.
+/// Sixteen outputs in parallel with AVX2, a quad of four in each vector. A 64-bit lane of a vector multiplies four
+/// samples by four taps of one output; the two sums of each output are added in the end.
 #pragma once
 
 #include "signal/biased_gain-inl.h"
@@ -16,22 +16,20 @@ class PackedSimd {
     using Bank = SZtaPackedFilterBank;
     using Group = SZtaPackedFilterBank::SGroup;
 
-    static constexpr int kLanes = Bank::kLanes;
-    static constexpr int kWindowSamples = 8;     ///< in a 128-bit lane
-    static constexpr int kTapPairsPerWindow = 2; ///< of each output
-    static constexpr int kWindows = Bank::kTapPairs / kTapPairsPerWindow;
-    static_assert(Bank::kMaxQuadOffset == kWindowSamples - 2 * kTapPairsPerWindow);
+    static constexpr int kQuads = Bank::kOutputs / Bank::kQuadOutputs;
 
-    /// The lower and the upper eight lanes.
+    /// The lower and the upper eight outputs.
     struct Sums {
         __m256i vLower;
         __m256i vUpper;
     };
 
-    /// Saturates 32-bit lanes to 16 bits and restores the order of the lanes.
+    /// Saturates the outputs from 32 to 16 bits and restores their order: the horizontal sums leave outputs 0, 1, 4 and
+    /// 5 in the lower 128-bit lane, 2, 3, 6 and 7 in the upper one.
     static __m256i Limit(__m256i vLower, __m256i vUpper)
     {
-        return _mm256_permute4x64_epi64(_mm256_packs_epi32(vLower, vUpper), 0xD8);
+        const __m256i vOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+        return _mm256_permutevar8x32_epi32(_mm256_packs_epi32(vLower, vUpper), vOrder);
     }
 
     /// For sums in units of 2^-14: output rates at or above the input rate.
@@ -96,9 +94,6 @@ class PackedSimd {
 
 public:
     static constexpr long kBreakEvenPeriods = 20;
-    /// The samples that all windows of a group span, including those that belong to no output.
-    static constexpr int kGroupReadSamples =
-        Bank::kMaxLaneOffset + (kWindows - 1) * 2 * kTapPairsPerWindow + kWindowSamples;
 
     template <typename Use>
     static void DispatchOnRounding(double dGain, Use fnUse)
@@ -112,10 +107,24 @@ public:
         }
     }
 
-    /// Computes a whole group. All samples of its windows must be readable.
-    static Sums ComputeSums(const Group& rsGroup, const std::int16_t* psSource)
+    /// Computes a whole group. All samples of its blocks must be readable.
+    static Sums ComputeSums(const Group& rsGroup, const std::int16_t* psBase)
     {
-        return {ComputeHalfSums<0>(rsGroup, psSource), ComputeHalfSums<kLanes / 2>(rsGroup, psSource)};
+        __m256i avSums[kQuads];
+#pragma GCC unroll 16
+        for (int k = 0; k < Bank::kBlocks; ++k) {
+            const __m256i vBlock = _mm256_set1_epi64x(LoadBlock(psBase + k * Bank::kBlockSamples));
+#pragma GCC unroll 4
+            for (int q = 0; q < kQuads; ++q) {
+                if (k >= q && k < q + Bank::kQuadBlocks) {
+                    const __m256i vProducts = _mm256_madd_epi16(vBlock, LoadTaps(rsGroup, q, k));
+                    avSums[q] = k == q ? vProducts : _mm256_add_epi32(avSums[q], vProducts);
+                    // GCC would sum in another order, in which most products are in memory for a while.
+                    asm("" : "+x"(avSums[q]));
+                }
+            }
+        }
+        return {_mm256_hadd_epi32(avSums[0], avSums[1]), _mm256_hadd_epi32(avSums[2], avSums[3])};
     }
 
     static void Store(__m256i vOutputs, std::int16_t* psOutput)
@@ -123,48 +132,22 @@ public:
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(psOutput), vOutputs);
     }
 
-    /// Computes the outputs of a group from lane iLane on, whose first sample is at psSource. Reads lReadable samples
-    /// at most.
-    template <typename Rounding>
-    static void StorePartial(const Group& rsGroup, int iLane, const std::int16_t* psSource, long lReadable,
-                             int iOutputs, std::int16_t* psOutput, Rounding fnRound)
+    /// Stores iOutputs outputs from iFirst on.
+    static void StorePartial(__m256i vOutputs, int iFirst, int iOutputs, std::int16_t* psOutput)
     {
-        // The results of the unused lanes are discarded.
-        std::int16_t asSamples[kGroupReadSamples] = {};
-        const long lSkipped = rsGroup.aausOffsets[iLane][0];
-        const long lSamples = lReadable < kGroupReadSamples - lSkipped ? lReadable : kGroupReadSamples - lSkipped;
-        CopySamples(asSamples + lSkipped, psSource, lSamples);
-        std::int16_t asOutputs[kLanes];
-        Store(fnRound(ComputeSums(rsGroup, asSamples)), asOutputs);
-        CopySamples(psOutput, asOutputs + iLane, iOutputs);
+        std::int16_t asOutputs[Bank::kOutputs];
+        Store(vOutputs, asOutputs);
+        CopySamples(psOutput, asOutputs + iFirst, iOutputs);
     }
 
 private:
-    template <int iFirstLane>
-    static __m256i ComputeHalfSums(const Group& rsGroup, const std::int16_t* psSource)
+    static __m256i LoadTaps(const Group& rsGroup, int iQuad, int iBlock)
     {
-        const std::int16_t* const psFirst = psSource + rsGroup.aausOffsets[iFirstLane][0];
-        const std::int16_t* const psSecond = psSource + rsGroup.aausOffsets[iFirstLane + 4][0];
-        __m256i avIndexes[kTapPairsPerWindow];
-        avIndexes[0] = _mm256_load_si256(reinterpret_cast<const __m256i*>(rsGroup.aaucQuadBytes + iFirstLane));
-        avIndexes[1] = _mm256_add_epi8(avIndexes[0], _mm256_set1_epi8(4));
-        __m256i avSums[kTapPairsPerWindow];
-        for (long w = 0; w < kWindows; ++w) {
-            const __m256i vWindow =
-                _mm256_inserti128_si256(_mm256_castsi128_si256(LoadWindow(psFirst + 2L * kTapPairsPerWindow * w)),
-                                        LoadWindow(psSecond + 2L * kTapPairsPerWindow * w), 1);
-            for (int k = 0; k < kTapPairsPerWindow; ++k) {
-                const auto* pvPairs =
-                    reinterpret_cast<const __m256i*>(rsGroup.aasTapPairs[w * kTapPairsPerWindow + k] + iFirstLane);
-                const __m256i vProducts =
-                    _mm256_madd_epi16(_mm256_load_si256(pvPairs), _mm256_shuffle_epi8(vWindow, avIndexes[k]));
-                avSums[k] = w == 0 ? vProducts : _mm256_add_epi32(avSums[k], vProducts);
-            }
-        }
-        return _mm256_add_epi32(avSums[0], avSums[1]);
+        constexpr int kHalfQuads = kQuads / Bank::kHalves;
+        const int iHalf = iQuad / kHalfQuads;
+        const auto& raBlock = rsGroup.asTaps[iHalf][iBlock - iHalf * Bank::kHalfFirstBlock];
+        return _mm256_load_si256(reinterpret_cast<const __m256i*>(raBlock[iQuad % kHalfQuads * Bank::kQuadOutputs]));
     }
-
-    static __m128i LoadWindow(const std::int16_t* ps) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(ps)); }
 };
 
 } // namespace

@@ -1,9 +1,10 @@
-/// Sixteen outputs in parallel with AVX-512 F, BW and DQ, one in each 32-bit lane. The samples of all outputs lie in
-/// one window of 32 samples: a permutation selects the pair of each lane.
+/// Sixteen outputs in parallel with AVX-512 F, BW and DQ. A 64-bit lane of a vector multiplies four samples by four
+/// taps of one output; the two sums of each output are added in the end.
 #pragma once
 
 #include "signal/biased_gain-inl.h"
 #include "signal/packed_filter_bank.h"
+#include "signal/samples-inl.h"
 
 #include <cstdint>
 
@@ -22,11 +23,14 @@ class PackedSimd {
     using Bank = SZtaPackedFilterBank;
     using Group = SZtaPackedFilterBank::SGroup;
 
-    static constexpr int kLanes = Bank::kLanes;
-    static constexpr int kWindowSamples = 32;    ///< in a vector
-    static constexpr int kTapPairsPerWindow = 4; ///< of each output
-    static constexpr int kWindows = Bank::kTapPairs / kTapPairsPerWindow;
-    static_assert(Bank::kMaxLaneOffset == kWindowSamples - 2 * kTapPairsPerWindow);
+    /// Saturates the outputs from 32 to 16 bits and restores their order: Sums leaves outputs 2i, 2i + 1, 2i + 8 and
+    /// 2i + 9 in 128-bit lane i.
+    static __m256i Limit(__m512i vOutputs)
+    {
+        const __m512i vPairs = _mm512_packs_epi32(vOutputs, vOutputs);
+        const __m512i vOrder = _mm512_castsi256_si512(_mm256_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13));
+        return _mm512_castsi512_si256(_mm512_permutexvar_epi32(vOrder, vPairs));
+    }
 
     /// For sums in units of 2^-14: output rates at or above the input rate.
     struct RoundByShift {
@@ -37,7 +41,7 @@ class PackedSimd {
             // Adds a half, less one unit for negative sums: the shift rounds down, and halves round away from 0. The
             // limit of the taps excludes overflow.
             const __m512i vHalves = _mm512_add_epi32(_mm512_set1_epi32(1 << 13), _mm512_srai_epi32(vSums, 31));
-            return _mm512_cvtsepi32_epi16(_mm512_srai_epi32(_mm512_add_epi32(vSums, vHalves), 14));
+            return Limit(_mm512_srai_epi32(_mm512_add_epi32(vSums, vHalves), 14));
         }
     };
 
@@ -48,7 +52,7 @@ class PackedSimd {
             const __m512i vBias = _mm512_set1_epi64(BiasedGain::kInt32ToDoubleBits);
             const __m512i vEven = _mm512_xor_si512(_mm512_and_si512(vSums, _mm512_set1_epi64(0xFFFF'FFFF)), vBias);
             const __m512i vOdd = _mm512_xor_si512(_mm512_srli_epi64(vSums, 32), vBias);
-            return _mm512_cvtsepi32_epi16(_mm512_castps_si512(
+            return Limit(_mm512_castps_si512(
                 _mm512_mask_moveldup_ps(_mm512_castpd_ps(Round(vEven)), 0xAAAA, _mm512_castpd_ps(Round(vOdd)))));
         }
 
@@ -71,7 +75,7 @@ class PackedSimd {
         {
             const __m256i vLower = Round(_mm512_castsi512_si256(vSums));
             const __m256i vUpper = Round(_mm512_extracti64x4_epi64(vSums, 1));
-            return _mm512_cvtsepi32_epi16(_mm512_inserti64x4(_mm512_castsi256_si512(vLower), vUpper, 1));
+            return Limit(_mm512_inserti64x4(_mm512_castsi256_si512(vLower), vUpper, 1));
         }
 
     private:
@@ -85,8 +89,6 @@ class PackedSimd {
 
 public:
     static constexpr long kBreakEvenPeriods = 5;
-    /// The samples that all windows of a group span, including those that belong to no output.
-    static constexpr int kGroupReadSamples = (kWindows - 1) * 2 * kTapPairsPerWindow + kWindowSamples;
 
     template <typename Use>
     static void DispatchOnRounding(double dGain, Use fnUse)
@@ -100,11 +102,28 @@ public:
         }
     }
 
-    /// Computes a whole group. All samples of its windows must be readable.
-    [[gnu::always_inline]] static __m512i ComputeSums(const Group& rsGroup, const std::int16_t* psSource)
+    /// Computes a whole group. All samples of its blocks must be readable.
+    static __m512i ComputeSums(const Group& rsGroup, const std::int16_t* psBase)
     {
-        return Sums(rsGroup, _mm512_load_si512(rsGroup.aausOffsets),
-                    [=](int iFirst) { return _mm512_loadu_si512(psSource + iFirst); });
+        __m512i avSums[Bank::kHalves];
+#pragma GCC unroll 16
+        for (int k = 0; k < Bank::kBlocks; ++k) {
+            const __m512i vBlock = _mm512_set1_epi64(LoadBlock(psBase + k * Bank::kBlockSamples));
+#pragma GCC unroll 2
+            for (int h = 0; h < Bank::kHalves; ++h) {
+                const int iHalfBlock = k - h * Bank::kHalfFirstBlock;
+                if (iHalfBlock >= 0 && iHalfBlock < Bank::kHalfBlocks) {
+                    // GCC 12 takes only the second operand from memory.
+                    const __m512i vProducts =
+                        _mm512_madd_epi16(vBlock, _mm512_load_si512(rsGroup.asTaps[h][iHalfBlock]));
+                    avSums[h] = iHalfBlock == 0 ? vProducts : _mm512_add_epi32(avSums[h], vProducts);
+                }
+            }
+        }
+        const __m512 vLower = _mm512_castsi512_ps(avSums[0]);
+        const __m512 vUpper = _mm512_castsi512_ps(avSums[1]);
+        return _mm512_add_epi32(_mm512_castps_si512(_mm512_shuffle_ps(vLower, vUpper, 0x88)),
+                                _mm512_castps_si512(_mm512_shuffle_ps(vLower, vUpper, 0xDD)));
     }
 
     static void Store(__m256i vOutputs, std::int16_t* psOutput)
@@ -112,54 +131,13 @@ public:
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(psOutput), vOutputs);
     }
 
-    /// Computes the outputs of a group from lane iLane on, whose first sample is at psSource. Reads lReadable samples
-    /// at most.
-    template <typename Rounding>
-    [[gnu::always_inline]] static void StorePartial(const Group& rsGroup, int iLane, const std::int16_t* psSource,
-                                                    long lReadable, int iOutputs, std::int16_t* psOutput,
-                                                    Rounding fnRound)
+    /// Stores iOutputs outputs from iFirst on.
+    static void StorePartial(__m256i vOutputs, int iFirst, int iOutputs, std::int16_t* psOutput)
     {
-        const __m512i vSkipped = _mm512_set1_epi16(static_cast<short>(rsGroup.aausOffsets[iLane][0]));
-        const __m512i vOffsets = _mm512_sub_epi16(_mm512_load_si512(rsGroup.aausOffsets), vSkipped);
-        const __m512i vSums = Sums(rsGroup, vOffsets, [=](int iFirst) {
-            return _mm512_maskz_loadu_epi16(FirstLanesMask(lReadable - iFirst), psSource + iFirst);
-        });
-        const __m256i vFromLane = _mm256_add_epi16(_mm256_set1_epi16(static_cast<short>(iLane)), LaneIndices());
-        _mm256_mask_storeu_epi16(psOutput, static_cast<__mmask16>(FirstLanesMask(iOutputs)),
-                                 _mm256_permutexvar_epi16(vFromLane, fnRound(vSums)));
-    }
-
-private:
-    static __m256i LaneIndices() { return _mm256_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15); }
-
-    /// Returns one sum in each lane. vOffsets are those of the first pairs; fnWindow(i) loads the window from sample i
-    /// on.
-    template <typename Window>
-    [[gnu::always_inline]] static __m512i Sums(const Group& rsGroup, __m512i vOffsets, Window fnWindow)
-    {
-        __m512i avOffsets[kTapPairsPerWindow];
-        avOffsets[0] = vOffsets;
-        for (int k = 1; k < kTapPairsPerWindow; ++k) {
-            avOffsets[k] = _mm512_add_epi16(avOffsets[k - 1], _mm512_set1_epi16(2));
-        }
-        __m512i avSums[kTapPairsPerWindow];
-        for (int w = 0; w < kWindows; ++w) {
-            const __m512i vWindow = fnWindow(w * 2 * kTapPairsPerWindow);
-            for (int k = 0; k < kTapPairsPerWindow; ++k) {
-                const __m512i vSamples = _mm512_permutexvar_epi16(avOffsets[k], vWindow);
-                const __m512i vPairs = _mm512_load_si512(rsGroup.aasTapPairs[w * kTapPairsPerWindow + k]);
-                const __m512i vProducts = _mm512_madd_epi16(vPairs, vSamples);
-                avSums[k] = w == 0 ? vProducts : _mm512_add_epi32(avSums[k], vProducts);
-            }
-        }
-        return _mm512_add_epi32(_mm512_add_epi32(avSums[0], avSums[1]), _mm512_add_epi32(avSums[2], avSums[3]));
-    }
-
-    /// Returns a mask of the first lCount 16-bit lanes.
-    static __mmask32 FirstLanesMask(long lCount)
-    {
-        const long lWords = lCount < 0 ? 0 : lCount < kWindowSamples ? lCount : kWindowSamples;
-        return static_cast<__mmask32>((std::uint64_t{1} << lWords) - 1);
+        const __m256i vIndices = _mm256_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+        const __m256i vFrom = _mm256_add_epi16(_mm256_set1_epi16(static_cast<short>(iFirst)), vIndices);
+        _mm256_mask_storeu_epi16(psOutput, static_cast<__mmask16>((1U << iOutputs) - 1),
+                                 _mm256_permutexvar_epi16(vFrom, vOutputs));
     }
 };
 

@@ -31,6 +31,14 @@ inline UnalignedDouble* AtAnyAddress(double* pd)
     return reinterpret_cast<UnalignedDouble*>(pd);
 }
 
+/// Loads four samples.
+inline std::int64_t LoadBlock(const std::int16_t* ps)
+{
+    std::int64_t llSamples;
+    __builtin_memcpy(&llSamples, static_cast<const void*>(ps), sizeof(llSamples));
+    return llSamples;
+}
+
 /// The parameters have no type because the compiler assumes that typed pointers are aligned.
 inline void CopySamples(void* pvTo, const void* pvFrom, long lCount)
 {

@@ -89,7 +89,8 @@ Output Expected(const std::int16_t* source, int len, double time, const IppsResa
 
 class PackedFilterBank : public testing::TestWithParam<PackedVariant> {
 protected:
-    /// The samples of the outputs end at an inaccessible page, and so do the outputs.
+    /// Runs twice: the samples of the outputs end at an inaccessible page, and so do the outputs; then both begin
+    /// behind one.
     void ExpectSameOutputs(const FilterBlock& filter, SZtaPackedFilterBank* bank,
                            const std::vector<std::int16_t>& signal, int len, double time, float norm = 1.0f)
     {
@@ -105,27 +106,35 @@ protected:
         const auto first = static_cast<std::int64_t>(time);
         const auto phase = static_cast<std::int64_t>((time - static_cast<double>(first)) * head.outRate + 0.5);
         const std::int64_t last = first + (phase + (count > 0 ? count - 1 : 0) * head.inRate) / head.outRate;
-        const auto samples = static_cast<std::size_t>(last + head.halfLen + 1);
-
-        std::memcpy(source_.End() - samples * 2, signal.data(), samples * 2);
-        std::int16_t* const destination = reinterpret_cast<std::int16_t*>(destination_.End()) - count;
-        std::memset(destination_.Begin(), 0x5A, destination_.Size());
-        double timeAfter = time;
-        int written = 0;
-        const IppStatus status = GetParam().run(reinterpret_cast<std::int16_t*>(source_.End()) - samples, len,
-                                                destination, norm, &timeAfter, &written, filter.Get());
-        ASSERT_EQ((Output{status, {destination, destination + written}, timeAfter}), expected)
-            << "len " << len << ", time " << time << ", norm " << norm;
-        ASSERT_TRUE(std::all_of(destination_.Begin(), reinterpret_cast<std::uint8_t*>(destination),
-                                [](std::uint8_t byte) { return byte == 0x5A; }));
+        const std::int64_t begin = first + (phase == 0 ? 0 : 1) - head.halfLen;
+        const std::int64_t end = last + head.halfLen + 1;
+        const auto bytes = static_cast<std::size_t>(end - begin) * 2;
+        for (const bool atEnd : {true, false}) {
+            std::uint8_t* const samples = atEnd ? source_.End() - bytes : source_.Begin();
+            std::memcpy(samples, signal.data() + begin, bytes);
+            std::uint8_t* const outputs = atEnd ? destination_.End() - count * 2 : destination_.Begin();
+            std::memset(destination_.Begin(), kUntouched, destination_.Size());
+            auto* const destination = reinterpret_cast<std::int16_t*>(outputs);
+            double timeAfter = time;
+            int written = 0;
+            const IppStatus status = GetParam().run(reinterpret_cast<std::int16_t*>(samples) - begin, len, destination,
+                                                    norm, &timeAfter, &written, filter.Get());
+            ASSERT_EQ((Output{status, {destination, destination + written}, timeAfter}), expected)
+                << "len " << len << ", time " << time << ", norm " << norm << ", at the end " << atEnd;
+            const auto isUntouched = [](std::uint8_t byte) { return byte == kUntouched; };
+            ASSERT_TRUE(std::all_of(destination_.Begin(), outputs, isUntouched));
+            ASSERT_TRUE(std::all_of(outputs + count * 2, destination_.End(), isUntouched));
+        }
     }
+
+    static constexpr std::uint8_t kUntouched = 0x5A;
 
     /// AVX2 and later.
     static bool HasPackedPath() { return (GetParam().features & keZtaFeatureAvx2) != 0; }
 
     SZtaPackedFilterBank bank_;
-    GuardedBuffer source_{20000};
-    GuardedBuffer destination_{20000};
+    GuardedBuffer source_{8000};
+    GuardedBuffer destination_{8000};
 };
 
 INSTANTIATE_TEST_SUITE_P(Variants, PackedFilterBank, testing::ValuesIn(SupportedVariants()),
@@ -149,6 +158,87 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsForEveryPhaseAndLength)
         for (int len = 1; len <= 330; ++len) {
             ExpectSameOutputs(filter, &bank_, noise, len, 17 + static_cast<double>(len * 7 % phases) / phases);
         }
+    }
+}
+
+/// Odd addresses included.
+TEST_P(PackedFilterBank, GivesTheSameOutputsAtEveryAddress)
+{
+    constexpr int kLen = 300;
+    constexpr double kTime = 17.25;
+    for (const FilterPlan& plan : {kUp, kDown}) {
+        const FilterBlock filter = MakeM7Filter(plan);
+        GetParam().pack(filter.Get(), &bank_);
+        SetPackedFilterBank(*filter.Get(), &bank_);
+        const std::vector<std::int16_t> noise = Noise(400, 8);
+        const Output expected = Expected(noise.data(), kLen, kTime, filter.Get(), 1.0f);
+        for (std::size_t offset = 0; offset < 64; ++offset) {
+            std::uint8_t* const source = source_.Begin() + offset;
+            std::uint8_t* const destination = destination_.Begin() + offset * 23 % 64;
+            std::memcpy(source, noise.data(), noise.size() * 2);
+            double time = kTime;
+            int count = 0;
+            const IppStatus status =
+                GetParam().run(reinterpret_cast<const std::int16_t*>(source), kLen,
+                               reinterpret_cast<std::int16_t*>(destination), 1.0f, &time, &count, filter.Get());
+            std::vector<std::int16_t> outputs(static_cast<std::size_t>(count));
+            std::memcpy(outputs.data(), destination, outputs.size() * 2);
+            EXPECT_EQ((Output{status, outputs, time}), expected) << offset;
+        }
+    }
+}
+
+/// Each output has its taps where its samples lie in the blocks of the group, and zeros elsewhere.
+TEST_P(PackedFilterBank, HasTheTapsOfEachOutputAtItsSamples)
+{
+    using Bank = SZtaPackedFilterBank;
+    for (const FilterPlan& plan : {kUp, kDown}) {
+        const FilterBlock filter = MakeM7Filter(plan);
+        std::memset(static_cast<void*>(&bank_), kUntouched, sizeof(bank_));
+        GetParam().pack(filter.Get(), &bank_);
+        if (!HasPackedPath()) {
+            EXPECT_EQ(bank_.lGroups, 0);
+            continue;
+        }
+        const models::BlockHead head = filter.Head();
+        const int periods = head.outRate % Bank::kOutputs == 0 ? 1 : Bank::kMaxPeriods;
+        const auto firstSample = [&](int output) {
+            return output * head.inRate / head.outRate + (output % head.outRate == 0 ? 0 : 1);
+        };
+        const int base0 = -bank_.asGroups[0].aucOffsets[0];
+        int base = base0;
+        int output = 0;
+        for (int g = 0; g < bank_.lGroups; ++g) {
+            const Bank::SGroup& group = bank_.asGroups[g];
+            if (g + 1 < bank_.lGroups) {
+                EXPECT_GE(group.lOutputs, Bank::kMinGroupOutputs);
+            }
+            ASSERT_LE(group.lOutputs, Bank::kOutputs);
+            for (int i = 0; i < Bank::kOutputs; ++i) {
+                const int half = i / Bank::kHalfOutputs;
+                const bool exists = i < group.lOutputs;
+                const int phase = output % head.outRate * head.inRate % head.outRate;
+                if (exists) {
+                    EXPECT_EQ(base + group.aucOffsets[i], firstSample(output)) << output;
+                    if (output < head.outRate) {
+                        EXPECT_EQ(bank_.asPhasePositions[phase].ucGroup, g);
+                        EXPECT_EQ(bank_.asPhasePositions[phase].ucOutput, i);
+                    }
+                }
+                for (int sample = 0; sample < Bank::kHalfBlocks * Bank::kBlockSamples; ++sample) {
+                    const int tap = sample + half * Bank::kHalfFirstBlock * Bank::kBlockSamples - group.aucOffsets[i];
+                    const bool isTap = exists && tap >= 0 && tap < Bank::kTaps;
+                    ASSERT_EQ(group.asTaps[half][sample / Bank::kBlockSamples][i % Bank::kHalfOutputs]
+                                          [sample % Bank::kBlockSamples],
+                              isTap ? filter.Row<std::int16_t>(phase)[tap] : 0)
+                        << "output " << output << ", sample " << sample;
+                }
+                output += exists ? 1 : 0;
+            }
+            base += group.lAdvance;
+        }
+        EXPECT_EQ(output, periods * head.outRate);
+        EXPECT_EQ(base - base0, periods * head.inRate);
     }
 }
 
@@ -202,7 +292,10 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsForOtherRates)
                               {51, 32},
                               {320, 159},
                               {160, 161},
-                              {147, 480}}) {
+                              {147, 480},
+                              {101, 100},
+                              {97, 89},
+                              {89, 97}}) {
         const FilterBlock filter = MakeM7Filter({rates.in, rates.out, 32, TapKind::Words});
         GetParam().pack(filter.Get(), &bank_);
         const std::vector<std::int16_t> noise = Noise(1000, 3);
@@ -341,9 +434,13 @@ TEST_P(PackedFilterBank, IsEmptyIfStepsAreTooUneven)
     EXPECT_EQ(HasBank({{47, 6}}), HasPackedPath());
     EXPECT_FALSE(HasBank({{47, 8}}));
     // In the third group: from quad to quad, and back before the next group.
-    EXPECT_EQ(HasBank({{39, 9}, {47, -9}}), HasPackedPath());
-    EXPECT_FALSE(HasBank({{39, 12}, {47, -12}}));
+    EXPECT_EQ(HasBank({{39, 2}, {47, -2}}), HasPackedPath());
+    EXPECT_FALSE(HasBank({{39, 3}, {47, -3}}));
+    EXPECT_FALSE(HasBank({{39, -1}, {47, 1}}));
     EXPECT_FALSE(HasBank({{35, -12}, {47, 12}}));
+    // The last output is left to the next group, but not the last two.
+    EXPECT_EQ(HasBank({{46, 3}, {62, -3}}), HasPackedPath());
+    EXPECT_FALSE(HasBank({{45, 3}, {61, -3}}));
     // In a quad.
     EXPECT_EQ(HasBank({{37, 1}, {47, -1}}), HasPackedPath());
     EXPECT_FALSE(HasBank({{37, 3}, {47, -3}}));

@@ -23,8 +23,8 @@
 ///
 /// A lane of 64 bits multiplies a block by the four taps of one output:
 ///
-///     asTaps[half][block][output][tap]   half 0: outputs 0 to 7, blocks 0 to 9; half 1: outputs 8 to 15, blocks 2 to
-///     11
+///     asTaps[half][block][output][tap]   half 0 has outputs 0 to 7 and blocks 0 to 9,
+///                                        half 1 has outputs 8 to 15 and blocks 2 to 11
 ///
 /// If a period ends within a group, two consecutive periods are packed, so that fewer lanes are unused.
 ///

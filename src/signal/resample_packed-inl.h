@@ -24,7 +24,7 @@ class PackedResampler {
 public:
     static constexpr bool kIsSupported = true;
     /// From this many periods on, packing the bank for one call costs less than it saves.
-    static constexpr long kBreakEvenPeriods = PackedSimd::kBreakEvenPeriods;
+    static constexpr long kBreakEvenPeriods = 10;
 
     /// Produces no groups if the filter does not fit this form. If a period is not a multiple of the outputs of a
     /// group, more than one period takes longer to pack and less time to use; otherwise iPeriods has no effect.
@@ -109,37 +109,32 @@ private:
         }
     };
 
-    /// Chooses the base of a group so that as many of the next outputs as possible fit in it, and stores their number
-    /// and their offsets, and as the advance that from the first output to the one after the last.
-    static void PlaceOutputs(const IppsResamplingPolyphaseFixed_16s& rsFilter, OutputPosition sFirst, int iMaxOutputs,
+    /// Chooses the base of a group so that as many of the next outputs as possible fit in it. Stores their number and
+    /// their offsets, and as the advance that from the first output to the one after the last.
+    static void PlaceOutputs(const IppsResamplingPolyphaseFixed_16s& rsFilter, OutputPosition sOutput, int iMaxOutputs,
                              Group& rsGroup)
     {
-        rsGroup.lOutputs = 0;
-        for (int iFirstOffset = 0; iFirstOffset <= Bank::kBlockSamples && rsGroup.lOutputs < iMaxOutputs;
-             ++iFirstOffset) {
-            OutputPosition sOutput = sFirst;
-            int iOffset = iFirstOffset;
-            int iOutputs = 0;
-            while (iOutputs < iMaxOutputs && FitsQuad(iOffset, iOutputs / Bank::kQuadOutputs)) {
-                iOffset += sOutput.Advance(rsFilter);
-                ++iOutputs;
+        // The distances from the base to the first output at which all outputs so far fit.
+        int iMin = 0;
+        int iMax = Bank::kBlockSamples;
+        int iOffset = 0;
+        int iOutputs = 0;
+        for (; iOutputs < iMaxOutputs; ++iOutputs) {
+            const int iFirstBlock = iOutputs / Bank::kQuadOutputs * Bank::kBlockSamples - iOffset;
+            const int iLastBlock = iFirstBlock + Bank::kBlockSamples;
+            if (iFirstBlock > iMax || iLastBlock < iMin) {
+                break;
             }
-            if (iOutputs > rsGroup.lOutputs) {
-                rsGroup.lOutputs = iOutputs;
-                rsGroup.lAdvance = iOffset - iFirstOffset;
-                rsGroup.aucOffsets[0] = static_cast<std::uint8_t>(iFirstOffset);
-            }
+            iMin = iFirstBlock > iMin ? iFirstBlock : iMin;
+            iMax = iLastBlock < iMax ? iLastBlock : iMax;
+            rsGroup.aucOffsets[iOutputs] = static_cast<std::uint8_t>(iOffset);
+            iOffset += sOutput.Advance(rsFilter);
         }
-        for (int i = 1; i < rsGroup.lOutputs; ++i) {
-            const int iStep = sFirst.Advance(rsFilter);
-            rsGroup.aucOffsets[i] = static_cast<std::uint8_t>(rsGroup.aucOffsets[i - 1] + iStep);
+        for (int i = 0; i < iOutputs; ++i) {
+            rsGroup.aucOffsets[i] = static_cast<std::uint8_t>(rsGroup.aucOffsets[i] + iMin);
         }
-    }
-
-    static bool FitsQuad(int iOffset, int iQuad)
-    {
-        const int iInQuad = iOffset - iQuad * Bank::kBlockSamples;
-        return iInQuad >= 0 && iInQuad <= Bank::kBlockSamples;
+        rsGroup.lOutputs = iOutputs;
+        rsGroup.lAdvance = iOffset;
     }
 
     /// Returns the sum of the magnitudes of the taps.
@@ -155,8 +150,8 @@ private:
             __builtin_memcpy(rsGroup.asTaps[iHalf][iBlock][iOutput % Bank::kHalfOutputs], &ulTaps, sizeof(ulTaps));
         };
         const auto Load = [&](int iTap) { return static_cast<std::uint64_t>(LoadBlock(psTaps + iTap)); };
+        Store(iFirstBlock == 0 ? Bank::kHalfBlocks - 1 : 0, 0); // the quad does not use this block
         // The first and the last block have four taps in total. No shift exceeds 63 bits.
-        Store(iFirstBlock == 0 ? Bank::kHalfBlocks - 1 : 0, 0);
         Store(iFirstBlock, iShift < Bank::kBlockSamples ? Load(0) << (iShift * kTapBits) : 0);
         for (int k = 1; k < kLastBlock; ++k) {
             Store(iFirstBlock + k, Load(k * Bank::kBlockSamples - iShift));
@@ -230,6 +225,8 @@ private:
                 psGroup = psFirst;
             }
         };
+        // Cleared here and not before each use: loads of bytes from several stores that are still pending are slow.
+        alignas(64) std::int16_t asSamples[Bank::kGroupSamples] = {};
         // NOLINTNEXTLINE(bugprone-infinite-loop): Advance changes lCount
         while (lCount > 0) {
             if (iFirstOutput == 0 && psBase >= psBegin && lCount >= Bank::kOutputs &&
@@ -242,7 +239,6 @@ private:
             } else {
                 const int iRest = psGroup->lOutputs - iFirstOutput;
                 const int iOutputs = lCount < iRest ? static_cast<int>(lCount) : iRest;
-                alignas(64) std::int16_t asSamples[Bank::kGroupSamples];
                 CopyGroupSamples(asSamples, psGroup->aucOffsets[iFirstOutput], psBase, psEnd);
                 PackedSimd::StorePartial(fnRound(PackedSimd::ComputeSums(*psGroup, asSamples)), iFirstOutput, iOutputs,
                                          psOutput);
@@ -252,13 +248,13 @@ private:
         }
     }
 
-    /// Copies the samples of a group from iFirst on that are before psEnd: 32 or more.
+    /// Copies the samples of a group from lFirst on that are before psEnd: 32 or more. The others are multiplied by 0,
+    /// or belong to no output.
     static void CopyGroupSamples(std::int16_t (&rasSamples)[Bank::kGroupSamples], long lFirst,
                                  const std::int16_t* psBase, const std::int16_t* psEnd)
     {
-        // In two parts of fixed sizes that overlap. The samples around them are multiplied by 0.
+        // In two parts of fixed sizes that overlap.
         constexpr long kSecondPart = Bank::kGroupSamples - Bank::kTaps;
-        __builtin_memset(rasSamples, 0, sizeof(rasSamples));
         const long lReadable = psEnd - psBase;
         const long lSecond = (lReadable < Bank::kGroupSamples ? lReadable : Bank::kGroupSamples) - kSecondPart;
         CopySamples(rasSamples + lFirst, psBase + lFirst, Bank::kTaps);

@@ -93,8 +93,6 @@ class PackedSimd {
     };
 
 public:
-    static constexpr long kBreakEvenPeriods = 20;
-
     template <typename Use>
     static void DispatchOnRounding(double dGain, Use fnUse)
     {

@@ -88,8 +88,6 @@ class PackedSimd {
     };
 
 public:
-    static constexpr long kBreakEvenPeriods = 5;
-
     template <typename Use>
     static void DispatchOnRounding(double dGain, Use fnUse)
     {

@@ -77,3 +77,12 @@ SZtaCpuidLeaves ZtaReadCpuid() noexcept;
 
 /// Returns the features as a mask of EZtaCpuFeature. Depends on the argument only.
 std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsWords) noexcept;
+
+/// Reads the registers of one sub-leaf of this CPU. [any thread] [no allocation] [no lock]
+SZtaCpuidLeaf ZtaReadCpuidLeaf(std::uint32_t ulLeaf, std::uint32_t ulSubLeaf) noexcept;
+
+using ZtaCpuidReader = SZtaCpuidLeaf (*)(std::uint32_t ulLeaf, std::uint32_t ulSubLeaf) noexcept;
+
+/// Returns the bytes of the last-level cache: that of the highest level in leaf 4 or, if it describes no cache, in leaf
+/// 8000001D. Intel's processors have the first, AMD's the second. Returns 0 if neither describes a cache.
+std::uint64_t ZtaDetectLastLevelCache(ZtaCpuidReader pfnReadLeaf) noexcept;

@@ -4,6 +4,7 @@
 /// Simd is the native instruction set of the variant or, for single samples, Scalar.
 #pragma once
 
+#include "kernels/loops/loops.h"
 #include "kernels/loops/simd_scalar-inl.h"
 
 #include <cstdint>
@@ -134,32 +135,61 @@ unsigned long SamplesUntilAligned(const std::uint8_t* puc)
     }
 }
 
-/// Returns true for outputs that exceed the caches. A regular store reads each cache line before it writes it; a
-/// streaming store does not. In place, the line is read in any case. Some sample must begin at a cache line.
-template <int Bytes>
-bool UsesStreamingStores(const std::uint8_t* pucInput, const std::uint8_t* pucOutput, unsigned long ulOutputBytes)
+/// How blocks of samples are stored. A regular store reads the cache line before it writes it.
+enum class StorePolicy {
+    Regular,
+    Prefetched, ///< requests the cache lines of the output early; for outputs beyond the first-level cache
+    Streamed    ///< writes cache lines that it does not read; for outputs beyond all caches
+};
+
+/// The bytes from an access to the cache line that is prefetched with it.
+constexpr unsigned long kPrefetchDistance = 1024;
+
+/// The output bytes from which the stores are Prefetched: first-level caches have 32 or 48 KiB.
+constexpr unsigned long kMinPrefetchedBytes = 32 << 10;
+
+/// Converts whole blocks of samples from ulFirst up to ulEnd at most, and returns the first sample of the remainder.
+template <class Simd, int InBytes, int OutBytes, class Op, StorePolicy Policy>
+unsigned long ConvertBlocks(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulFirst,
+                            unsigned long ulEnd)
 {
-    constexpr unsigned long kMinStreamedBytes = 32 << 20;
-    const auto ulOutput = reinterpret_cast<std::uintptr_t>(pucOutput);
-    return ulOutputBytes >= kMinStreamedBytes &&
-           reinterpret_cast<std::uintptr_t>(pucInput) - ulOutput >= ulOutputBytes &&
-           (Bytes == 3 || ulOutput % Bytes == 0);
+    constexpr unsigned long kUnrollFactor = 4;
+    constexpr unsigned long kBlock = kUnrollFactor * Simd::kLanes;
+    constexpr unsigned long kCacheLine = 64;
+    constexpr int kPrefetchedBytes = Policy == StorePolicy::Streamed ? InBytes : OutBytes;
+    // Nothing after the end of the buffer is prefetched.
+    constexpr unsigned long kReserve =
+        Policy == StorePolicy::Regular ? 0 : (kPrefetchDistance + kPrefetchedBytes - 1) / kPrefetchedBytes;
+    unsigned long i = ulFirst;
+    for (; i + kBlock + kReserve <= ulEnd; i += kBlock) {
+        if constexpr (Policy != StorePolicy::Regular) {
+            const std::uint8_t* pucPrefetched =
+                Policy == StorePolicy::Streamed ? pucInput + i * InBytes : pucOutput + i * OutBytes;
+            for (unsigned long j = 0; j < kBlock * kPrefetchedBytes; j += kCacheLine) {
+                __builtin_prefetch(pucPrefetched + kPrefetchDistance + j);
+            }
+        }
+        VecU32<Simd> av[kUnrollFactor];
+        Simd::template LoadBlock<InBytes, kOperandAlignment<Op>>(pucInput + i * InBytes, av);
+        for (VecU32<Simd>& rv : av) {
+            rv = Op::template Apply<Simd>(rv);
+        }
+        Simd::template StoreBlock<OutBytes, kResultAlignment<Op>, Policy == StorePolicy::Streamed>(
+            pucOutput + i * OutBytes, av);
+    }
+    return i;
 }
 
 /// Requires at least one vector of samples.
-template <class Simd, int InBytes, int OutBytes, class Op, bool Streamed>
+template <class Simd, int InBytes, int OutBytes, class Op, StorePolicy Policy>
 void ConvertSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
 {
-    constexpr unsigned long kUnrollFactor = 4;
     constexpr unsigned long kLanes = Simd::kLanes;
-    constexpr unsigned long kBlock = kUnrollFactor * kLanes;
-    constexpr BitAlignment kFrom = kOperandAlignment<Op>;
-    constexpr BitAlignment kTo = kResultAlignment<Op>;
     const auto ConvertAt = [pucInput](unsigned long i) {
-        return Op::template Apply<Simd>(Simd::template Load<InBytes, kFrom>(pucInput + i * InBytes));
+        return Op::template Apply<Simd>(Simd::template Load<InBytes, kOperandAlignment<Op>>(pucInput + i * InBytes));
     };
     const auto StoreAt = [pucOutput](unsigned long i, VecU32<Simd> v) {
-        Simd::template Store<OutBytes, kTo>(pucOutput + i * OutBytes, v);
+        Simd::template Store<OutBytes, kResultAlignment<Op>>(pucOutput + i * OutBytes, v);
     };
 
     // The first and the last vector overlap their neighbors. They are loaded first and stored last, so that a
@@ -173,22 +203,38 @@ void ConvertSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned
     for (unsigned long j = kLanes; j < i && j < ulLast; j += kLanes) {
         StoreAt(j, ConvertAt(j));
     }
-    for (; i + kBlock <= ulSamples; i += kBlock) {
-        VecU32<Simd> av[kUnrollFactor];
-        Simd::template LoadBlock<InBytes, kFrom>(pucInput + i * InBytes, av);
-        for (VecU32<Simd>& rv : av) {
-            rv = Op::template Apply<Simd>(rv);
-        }
-        Simd::template StoreBlock<OutBytes, kTo, Streamed>(pucOutput + i * OutBytes, av);
+    if constexpr (Policy != StorePolicy::Regular) {
+        i = ConvertBlocks<Simd, InBytes, OutBytes, Op, Policy>(pucInput, pucOutput, i, ulSamples);
     }
-    if constexpr (Streamed) {
+    if constexpr (Policy == StorePolicy::Streamed) {
         Simd::FenceStreamingStores();
     }
+    i = ConvertBlocks<Simd, InBytes, OutBytes, Op, StorePolicy::Regular>(pucInput, pucOutput, i, ulSamples);
     for (; i < ulLast; i += kLanes) {
         StoreAt(i, ConvertAt(i));
     }
     StoreAt(0, vFirst);
     StoreAt(ulLast, vLast);
+}
+
+/// Returns true for buffers that exceed the caches. In place, a cache line is read in any case. Some sample of the
+/// output must begin at a cache line.
+template <int InBytes, int OutBytes>
+bool UsesStreamingStores(const std::uint8_t* pucInput, const std::uint8_t* pucOutput, unsigned long ulSamples)
+{
+    const auto ulOutput = reinterpret_cast<std::uintptr_t>(pucOutput);
+    return ulSamples * (InBytes + OutBytes) >= ZtaMinStreamedBytes() &&
+           reinterpret_cast<std::uintptr_t>(pucInput) - ulOutput >= ulSamples * OutBytes &&
+           (OutBytes == 3 || ulOutput % OutBytes == 0);
+}
+
+/// Converts buffers that exceed the first-level cache. Not inlined, so that short calls save no registers for it.
+template <class Simd, int InBytes, int OutBytes, class Op>
+[[gnu::noinline]] void ConvertLarge(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
+{
+    UsesStreamingStores<InBytes, OutBytes>(pucInput, pucOutput, ulSamples)
+        ? ConvertSimd<Simd, InBytes, OutBytes, Op, StorePolicy::Streamed>(pucInput, pucOutput, ulSamples)
+        : ConvertSimd<Simd, InBytes, OutBytes, Op, StorePolicy::Prefetched>(pucInput, pucOutput, ulSamples);
 }
 
 template <int InBytes, int OutBytes, class Op>
@@ -202,13 +248,12 @@ void Convert(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexc
             reinterpret_cast<std::uintptr_t>(pucOutput) - reinterpret_cast<std::uintptr_t>(pucInput);
         const bool bOverlapsForward = ulBehind != 0 && ulBehind < ulSamples * InBytes;
         if (ulSamples >= NativeSimd::kLanes && !bOverlapsForward) {
-            if constexpr (NativeSimd::kHasStreamingStores) {
-                if (UsesStreamingStores<OutBytes>(pucInput, pucOutput, ulSamples * OutBytes)) {
-                    ConvertSimd<NativeSimd, InBytes, OutBytes, Op, true>(pucInput, pucOutput, ulSamples);
-                    return;
-                }
-            }
-            ConvertSimd<NativeSimd, InBytes, OutBytes, Op, false>(pucInput, pucOutput, ulSamples);
+            const bool bIsLarge =
+                ulSamples * OutBytes >= kMinPrefetchedBytes ||
+                ulSamples * (InBytes + OutBytes) >= __atomic_load_n(&g_ulMinStreamedBytes, __ATOMIC_RELAXED);
+            bIsLarge
+                ? ConvertLarge<NativeSimd, InBytes, OutBytes, Op>(pucInput, pucOutput, ulSamples)
+                : ConvertSimd<NativeSimd, InBytes, OutBytes, Op, StorePolicy::Regular>(pucInput, pucOutput, ulSamples);
             return;
         }
     }

@@ -1,5 +1,6 @@
 #include "kernels/loops/loops.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <iterator>
@@ -9,12 +10,40 @@ namespace {
 // Points to constant tables only, so relaxed ordering is sufficient.
 constinit std::atomic<const SZtaSampleLoops*> g_psActive{nullptr};
 
+// If input and output fit in the last-level cache, regular stores are as fast as streaming stores, and the next reader
+// finds the output in the cache. Beyond, streaming stores are faster. One thread can use the whole cache, so the number
+// of threads that share it does not matter. But large servers and their virtual machines report caches of which one
+// core can use only a part: with 480 MiB, streaming stores are faster from 64 MiB on. Unknown sizes count as large.
+constexpr std::uint64_t kLowerStreamedBytes = 1UL << 20;
+constexpr std::uint64_t kUpperStreamedBytes = 64UL << 20;
+
+constinit std::atomic<bool> g_bHasMinStreamedBytes{false};
+
 std::uint64_t DetectCpuFeatures() noexcept
 {
     return ZtaDetectCpuFeatures(ZtaReadCpuid());
 }
 
 } // namespace
+
+constinit unsigned long g_ulMinStreamedBytes = kLowerStreamedBytes;
+
+unsigned long ZtaComputeMinStreamedBytes(std::uint64_t ui64CacheBytes) noexcept
+{
+    return ui64CacheBytes == 0 ? kUpperStreamedBytes
+                               : std::clamp(ui64CacheBytes, kLowerStreamedBytes, kUpperStreamedBytes);
+}
+
+unsigned long ZtaMinStreamedBytes() noexcept
+{
+    if (!g_bHasMinStreamedBytes.load(std::memory_order_acquire)) {
+        // Concurrent first calls store the same value.
+        const unsigned long ulBytes = ZtaComputeMinStreamedBytes(ZtaDetectLastLevelCache(ZtaReadCpuidLeaf));
+        __atomic_store_n(&g_ulMinStreamedBytes, ulBytes, __ATOMIC_RELAXED);
+        g_bHasMinStreamedBytes.store(true, std::memory_order_release);
+    }
+    return __atomic_load_n(&g_ulMinStreamedBytes, __ATOMIC_RELAXED);
+}
 
 const SZtaSampleLoops& ZtaBestLoops(std::uint64_t ui64Features) noexcept
 {

@@ -152,6 +152,17 @@ inline constexpr SZtaLoopVariant kLoopVariants[] = {
 #undef ZTA_LOOP_ENTRY
 };
 
+/// The bytes of input and output together from which conversions use streaming stores. Before the first call of
+/// ZtaMinStreamedBytes it is a lower bound. Accessed with relaxed ordering.
+extern unsigned long g_ulMinStreamedBytes [[gnu::visibility("hidden")]];
+
+/// Returns g_ulMinStreamedBytes, which the first call computes for the caches of this processor.
+/// [any thread] [no allocation] [no lock]
+unsigned long ZtaMinStreamedBytes() noexcept;
+
+/// Returns the value for a last-level cache of the given size; 0 if the size is unknown.
+unsigned long ZtaComputeMinStreamedBytes(std::uint64_t ui64CacheBytes) noexcept;
+
 /// Returns the preferred variant that the given features support.
 const SZtaSampleLoops& ZtaBestLoops(std::uint64_t ui64Features) noexcept;
 

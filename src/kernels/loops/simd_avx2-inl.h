@@ -14,7 +14,6 @@ namespace {
 
 struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
     static constexpr unsigned long kLanes = 8;
-    static constexpr bool kHasStreamingStores = false;
     static constexpr bool kHasMaskedAccess = false;
     using VecU32 = VecU32x8;
     using VecU16 = VecU16x16;
@@ -28,8 +27,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         } else if constexpr (Bytes == 2) {
             return reinterpret_cast<VecU32>(_mm256_cvtepu16_epi32(Load128(puc))) << 16;
         } else if constexpr (Bytes == 3) {
-            // Each 128-bit lane receives four samples, 12 bytes: the first 12 bytes of the low lane, the last 12 bytes
-            // of the high lane. So exactly 24 bytes are read.
+            // Exactly 24 bytes are read.
             const __m256i vBytes = _mm256_set_m128i(Load128(puc + 8), Load128(puc));
             return reinterpret_cast<VecU32>(_mm256_shuffle_epi8(
                 vBytes, _mm256_setr_epi8(-1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, //
@@ -39,12 +37,30 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         }
     }
 
-    /// Loads consecutive vectors.
-    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, unsigned long Count>
-    static void LoadBlock(const std::uint8_t* puc, VecU32 (&rav)[Count])
+    /// Loads four consecutive vectors, with full-width loads if they are faster.
+    template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
+    static void LoadBlock(const std::uint8_t* puc, VecU32 (&rav)[4])
     {
-        for (unsigned long i = 0; i < Count; ++i) {
-            rav[i] = Load<Bytes, Alignment>(puc + i * kLanes * Bytes);
+        if constexpr (Bytes == 2 && Alignment == BitAlignment::MsbAligned) {
+            for (unsigned long i = 0; i < 4; i += 2) {
+                const __m256i vSamples = _mm256_permute4x64_epi64(Load256(puc + i * 16), 0b11011000);
+                rav[i] = reinterpret_cast<VecU32>(_mm256_unpacklo_epi16(__m256i{}, vSamples));
+                rav[i + 1] = reinterpret_cast<VecU32>(_mm256_unpackhi_epi16(__m256i{}, vSamples));
+            }
+        } else if constexpr (Bytes == 3) {
+            // The lanes of a vector hold the 12 bytes before and after its middle. For the first and the last vector, a
+            // load around the middle would exceed the block.
+            const __m256i vFirst = _mm256_permutevar8x32_epi32(Load256(puc), _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
+            const __m256i vLast =
+                _mm256_permutevar8x32_epi32(Load256(puc + 64), _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 7));
+            rav[0] = Unpack24(vFirst);
+            rav[1] = Unpack24(Load256(puc + 20));
+            rav[2] = Unpack24(Load256(puc + 44));
+            rav[3] = Unpack24(vLast);
+        } else {
+            for (unsigned long i = 0; i < 4; ++i) {
+                rav[i] = Load<Bytes, Alignment>(puc + i * kLanes * Bytes);
+            }
         }
     }
 
@@ -54,33 +70,40 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         if constexpr (Bytes == 2) {
             Store128(puc, _mm256_castsi256_si128(NarrowTo16<Alignment>(v, v)));
         } else if constexpr (Bytes == 3) {
-            const __m256i vPacked = Pack24(v);
+            const __m256i vPacked = Pack24<0>(v);
             Store128(puc, _mm256_castsi256_si128(vPacked));
             _mm_storeu_si64(puc + 16, _mm256_extracti128_si256(vPacked, 1));
         } else {
-            Store256(puc, reinterpret_cast<__m256i>(v));
+            Store256<false>(puc, reinterpret_cast<__m256i>(v));
         }
     }
 
-    /// Stores consecutive vectors with full-width stores.
+    /// Orders streaming stores before later stores.
+    static void FenceStreamingStores() { _mm_sfence(); }
+
+    /// Stores consecutive vectors with full-width stores. Streaming stores need an address aligned to 32 bytes.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false, unsigned long Count>
     static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[Count])
     {
-        static_assert(!Streamed);
         if constexpr (Bytes == 2) {
             static_assert(Count % 2 == 0);
             for (unsigned long i = 0; i < Count; i += 2) {
-                Store256(puc + i * 16, NarrowTo16<Alignment>(rav[i], rav[i + 1]));
+                Store256<Streamed>(puc + i * 16, NarrowTo16<Alignment>(rav[i], rav[i + 1]));
             }
+        } else if constexpr (Bytes == 3 && Count == 4) {
+            const __m256i vSecond = Pack24<6>(rav[1]);
+            const __m256i vThird = Pack24<4>(rav[2]);
+            Store256<Streamed>(puc, _mm256_blend_epi32(Pack24<0>(rav[0]), vSecond, 0b11000000));
+            Store256<Streamed>(puc + 32, _mm256_blend_epi32(vSecond, vThird, 0b11110000));
+            Store256<Streamed>(puc + 64, _mm256_blend_epi32(vThird, Pack24<2>(rav[3]), 0b11111100));
         } else if constexpr (Bytes == 3) {
-            // A full-width store overruns by eight bytes, which the store of the next vector overwrites.
-            for (unsigned long i = 0; i + 1 < Count; ++i) {
-                Store256(puc + i * 24, Pack24(rav[i]));
-            }
-            Store<3>(puc + (Count - 1) * 24, rav[Count - 1]);
+            static_assert(Count == 2 && !Streamed);
+            // The first store overruns by eight bytes, which the second overwrites.
+            Store256<false>(puc, Pack24<0>(rav[0]));
+            Store<3>(puc + 24, rav[1]);
         } else {
             for (unsigned long i = 0; i < Count; ++i) {
-                Store<4>(puc + i * 32, rav[i]);
+                Store256<Streamed>(puc + i * 32, reinterpret_cast<__m256i>(rav[i]));
             }
         }
     }
@@ -251,17 +274,39 @@ private:
         return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(puc));
     }
     static void Store128(std::uint8_t* puc, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(puc), v); }
-    static void Store256(std::uint8_t* puc, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), v); }
+
+    /// The barrier keeps stores in the order of memory: processors merge consecutive stores to a cache line.
+    template <bool Streamed>
+    static void Store256(std::uint8_t* puc, __m256i v)
+    {
+        auto* pv = reinterpret_cast<__m256i*>(puc);
+        Streamed ? _mm256_stream_si256(pv, v) : _mm256_storeu_si256(pv, v);
+        __asm__ volatile("" ::: "memory");
+    }
 
     /// Returns the 16-bit halves that hold the samples, those of the first vector first.
     template <BitAlignment Alignment>
     static __m256i NarrowTo16(VecU32 vFirst, VecU32 vSecond)
     {
-        const auto Lower = [](VecU32 v) {
-            return reinterpret_cast<__m256i>(Alignment == BitAlignment::MsbAligned ? v >> 16 : v & 0xFFFF);
-        };
-        const __m256i vHalves = _mm256_packus_epi32(Lower(vFirst), Lower(vSecond));
+        __m256i vHalves;
+        if constexpr (Alignment == BitAlignment::MsbAligned) {
+            const __m256i vPairs =
+                _mm256_blend_epi16(reinterpret_cast<__m256i>(vFirst >> 16), reinterpret_cast<__m256i>(vSecond), 0xAA);
+            vHalves = _mm256_shuffle_epi8(vPairs, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2,
+                                                                                            3, 6, 7, 10, 11, 14, 15)));
+        } else {
+            vHalves = _mm256_packus_epi32(reinterpret_cast<__m256i>(vFirst & 0xFFFF),
+                                          reinterpret_cast<__m256i>(vSecond & 0xFFFF));
+        }
         return _mm256_permute4x64_epi64(vHalves, 0b11011000);
+    }
+
+    /// Unpacks the last 12 bytes of the low 128-bit lane and the first 12 bytes of the high one.
+    static VecU32 Unpack24(__m256i vBytes)
+    {
+        return reinterpret_cast<VecU32>(
+            _mm256_shuffle_epi8(vBytes, _mm256_setr_epi8(-1, 4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, //
+                                                         -1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11)));
     }
 
     /// Restores the order of 64-bit elements after an operation on the 128-bit lanes of two vectors.
@@ -270,13 +315,20 @@ private:
         return reinterpret_cast<VecU32>(_mm256_permute4x64_epi64(reinterpret_cast<__m256i>(vPairs), 0b11011000));
     }
 
-    /// Packs the upper three bytes of the 32-bit lanes.
+    /// Packs the upper three bytes of the 32-bit lanes. The 24 bytes begin at 32-bit element First of the vector and
+    /// wrap around its end; the other bytes are undefined.
+    template <int First>
     static __m256i Pack24(VecU32 v)
     {
-        const __m256i vHalves = _mm256_shuffle_epi8(
+        const __m256i vLanes = _mm256_shuffle_epi8(
             reinterpret_cast<__m256i>(v), _mm256_setr_epi8(1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1, 1,
                                                            2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1));
-        return _mm256_permutevar8x32_epi32(vHalves, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+        constexpr auto kSource = [](int iElement) {
+            constexpr int kSources[] = {0, 1, 2, 4, 5, 6, 3, 7};
+            return kSources[(iElement + 8 - First) % 8];
+        };
+        return _mm256_permutevar8x32_epi32(vLanes, _mm256_setr_epi32(kSource(0), kSource(1), kSource(2), kSource(3),
+                                                                     kSource(4), kSource(5), kSource(6), kSource(7)));
     }
 };
 

@@ -41,16 +41,16 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
     {
         if constexpr (Bytes == 2 && Alignment == BitAlignment::MsbAligned) {
             for (unsigned long i = 0; i < 4; i += 2) {
-                const __m512i vSamples = _mm512_loadu_si512(puc + i * 32);
+                const __m512i vSamples = LoadOnce(puc + i * 32);
                 rav[i] = UpperHalves<0>(vSamples);
-                rav[i + 1] = UpperHalves<16>(vSamples);
+                rav[i + 1] = UpperHalves<32>(vSamples);
             }
         } else if constexpr (Bytes == 3) {
             // The 48 bytes of a vector begin at byte 0, 48, 32 or 16 of a cache line; the middle two continue in the
             // next.
-            const __m512i vFirst = _mm512_loadu_si512(puc);
-            const __m512i vSecond = _mm512_loadu_si512(puc + 64);
-            const __m512i vThird = _mm512_loadu_si512(puc + 128);
+            const __m512i vFirst = LoadOnce(puc);
+            const __m512i vSecond = LoadOnce(puc + 64);
+            const __m512i vThird = LoadOnce(puc + 128);
             rav[0] = Unpack24<0>(vFirst);
             rav[1] = Unpack24<48>(_mm512_mask_blend_epi64(0b11000000, vSecond, vFirst));
             rav[2] = Unpack24<32>(_mm512_mask_blend_epi64(0b11110000, vThird, vSecond));
@@ -75,9 +75,6 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
             _mm512_storeu_si512(puc, reinterpret_cast<__m512i>(v));
         }
     }
-
-    /// Streaming stores write whole cache lines.
-    static constexpr bool kHasStreamingStores = true;
 
     /// Orders streaming stores before later stores.
     static void FenceStreamingStores() { _mm_sfence(); }
@@ -199,44 +196,23 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
     }
 
 private:
+    /// Loads a vector that several operations use. GCC makes the load an operand of each of them otherwise.
+    static __m512i LoadOnce(const std::uint8_t* puc)
+    {
+        __m512i v = _mm512_loadu_si512(puc);
+        __asm__("" : "+v"(v));
+        return v;
+    }
+
+    /// The barrier keeps stores in the order of memory, as in Avx2.
     template <bool Streamed>
     static void StoreCacheLine(std::uint8_t* puc, __m512i vLine)
     {
         Streamed ? _mm512_stream_si512(reinterpret_cast<__m512i*>(puc), vLine) : _mm512_storeu_si512(puc, vLine);
+        __asm__ volatile("" ::: "memory");
     }
 
     static constexpr __mmask16 kPacked24Mask = 0x0FFF; ///< the 48 bytes of sixteen packed samples, by 4 bytes
-
-    /// Returns the 16-bit halves that hold the samples, those of the first vector first. For upper halves, two
-    /// permutations with a memory operand and a blend are faster than a permutation of two vectors.
-    template <BitAlignment Alignment>
-    static __m512i NarrowTo16(VecU32 vFirst, VecU32 vSecond)
-    {
-        const auto v1 = reinterpret_cast<__m512i>(vFirst);
-        const auto v2 = reinterpret_cast<__m512i>(vSecond);
-        if constexpr (Alignment == BitAlignment::MsbAligned) {
-            constexpr VecU16 kUpper = {1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31,
-                                       1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31};
-            const auto vPositions = reinterpret_cast<__m512i>(kUpper);
-            return _mm512_mask_blend_epi64(0b11110000, _mm512_permutexvar_epi16(vPositions, v1),
-                                           _mm512_permutexvar_epi16(vPositions, v2));
-        } else {
-            constexpr VecU16 kLower = {0,  2,  4,  6,  8,  10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30,
-                                       32, 34, 36, 38, 40, 42, 44, 46, 48, 50, 52, 54, 56, 58, 60, 62};
-            return _mm512_permutex2var_epi16(v1, reinterpret_cast<__m512i>(kLower), v2);
-        }
-    }
-
-    /// Unpacks sixteen 16-bit samples to the upper halves of 32-bit lanes.
-    template <std::uint16_t First>
-    static VecU32 UpperHalves(__m512i vSamples)
-    {
-        constexpr VecU16 kPositions = VecU16{0, 0, 0, 1, 0, 2,  0, 3,  0, 4,  0, 5,  0, 6,  0, 7,
-                                             0, 8, 0, 9, 0, 10, 0, 11, 0, 12, 0, 13, 0, 14, 0, 15} +
-                                      First;
-        return reinterpret_cast<VecU32>(
-            _mm512_maskz_permutexvar_epi16(0xAAAAAAAA, reinterpret_cast<__m512i>(kPositions), vSamples));
-    }
 
     /// The source position of each byte of a vector.
     struct alignas(64) IndexVector {
@@ -249,6 +225,26 @@ private:
             }
         }
     };
+
+    /// Returns the 16-bit halves that hold the samples, those of the first vector first. On Intel's processors, one
+    /// permutation of bytes is faster than one of 16-bit elements, and than one of two vectors.
+    template <BitAlignment Alignment>
+    static __m512i NarrowTo16(VecU32 vFirst, VecU32 vSecond)
+    {
+        static constexpr IndexVector kEvenThenOdd([](int i) { return i % 32 / 2 * 4 + i / 32 * 2 + i % 2; });
+        const VecU32 vHalves = Alignment == BitAlignment::MsbAligned ? vFirst >> 16 | (vSecond & 0xFFFF0000)
+                                                                     : (vFirst & 0xFFFF) | vSecond << 16;
+        return _mm512_permutexvar_epi8(_mm512_load_si512(kEvenThenOdd.auc), reinterpret_cast<__m512i>(vHalves));
+    }
+
+    /// Unpacks sixteen 16-bit samples, which begin at byte First, to the upper halves of 32-bit lanes.
+    template <int First>
+    static VecU32 UpperHalves(__m512i vSamples)
+    {
+        static constexpr IndexVector kPositions([](int i) { return First + i / 4 * 2 + i % 2; });
+        return reinterpret_cast<VecU32>(
+            _mm512_maskz_permutexvar_epi8(0xCCCCCCCCCCCCCCCC, _mm512_load_si512(kPositions.auc), vSamples));
+    }
 
     /// Unpacks sixteen packed samples, which begin at byte First of the vector and wrap around its end, to the upper
     /// three bytes of 32-bit lanes.

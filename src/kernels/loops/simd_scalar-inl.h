@@ -20,7 +20,6 @@ enum class BitAlignment { MsbAligned, LsbAligned };
 
 struct Scalar {
     static constexpr unsigned long kLanes = 1;
-    static constexpr bool kHasStreamingStores = false;
     using VecU32 = std::uint32_t;
     using VecF32 = float;
 

@@ -13,8 +13,8 @@ using namespace bench;
 std::vector<WorkloadFactory> AllWorkloads(const Bench& bench)
 {
     std::vector<WorkloadFactory> rows;
-    for (const auto add : {AddConversions, AddMuxes, AddGains, AddMultiFormatsAndFades, AddResampling, AddContents,
-                           AddCallCost, AddEngines}) {
+    for (const auto add : {AddConversions, AddLoops, AddMuxes, AddGains, AddMultiFormatsAndFades, AddResampling,
+                           AddContents, AddCallCost, AddEngines}) {
         add(rows, bench);
     }
     return rows;

@@ -34,6 +34,44 @@ ZTA_WIDE_COPY(Copy256, "avx2", __m256i, _mm256_loadu_si256, _mm256_storeu_si256)
 
 #undef ZTA_WIDE_COPY
 
+/// Of as many samples as a register has bytes, the bytes are `Loads` registers of input and `Stores` of output. The
+/// assembler code loads also the registers that are not stored.
+#define ZTA_COPY_OF_LINES(name, options, Register, load, store)                                                        \
+    template <std::size_t Loads, std::size_t Stores>                                                                   \
+    [[gnu::target(options)]] void name(const SampleBytes& bytes)                                                       \
+    {                                                                                                                  \
+        const auto* source = reinterpret_cast<const Register*>(bytes.from);                                            \
+        auto* target = reinterpret_cast<Register*>(bytes.to);                                                          \
+        for (std::size_t done = 0; done < bytes.samples; done += sizeof(Register)) {                                   \
+            Register loaded[Loads];                                                                                    \
+            _Pragma("GCC unroll 4") for (std::size_t i = 0; i < Loads; ++i)                                            \
+            {                                                                                                          \
+                const Register value = load(source + i);                                                               \
+                asm volatile("" ::"v"(value));                                                                         \
+                loaded[i] = value;                                                                                     \
+            }                                                                                                          \
+            _Pragma("GCC unroll 4") for (std::size_t i = 0; i < Stores; ++i)                                           \
+            {                                                                                                          \
+                store(target + i, loaded[i * Loads / Stores]);                                                         \
+                asm volatile("" ::: "memory");                                                                         \
+            }                                                                                                          \
+            source += Loads;                                                                                           \
+            target += Stores;                                                                                          \
+        }                                                                                                              \
+    }
+
+ZTA_COPY_OF_LINES(CopyLines512, "avx512f", __m512i, _mm512_loadu_si512, _mm512_storeu_si512)
+ZTA_COPY_OF_LINES(CopyLines256, "avx2", __m256i, _mm256_loadu_si256, _mm256_storeu_si256)
+
+#undef ZTA_COPY_OF_LINES
+
+template <std::size_t Loads, std::size_t Stores>
+Job MakeCopyOfLines(const SampleBytes& bytes, bool wide)
+{
+    return wide ? Job([bytes] { CopyLines512<Loads, Stores>(bytes); })
+                : Job([bytes] { CopyLines256<Loads, Stores>(bytes); });
+}
+
 /// Eight independent accumulators, which hide the latency. The samples are opaque to the compiler.
 #define ZTA_MULTIPLY_ADDS(name, options, Register, multiply, add, broadcast)                                           \
     [[gnu::target(options)]] void name(std::size_t rounds)                                                             \
@@ -84,6 +122,26 @@ std::vector<SimdCopy> AllSimdCopies()
         return {{"AVX2 copy", Copy256}};
     }
     return {};
+}
+
+Job CopyOfSameLines(const SampleBytes& bytes, std::size_t registerBytes)
+{
+    const bool wide = registerBytes == 64;
+    if (!(wide ? Has512() : Has256())) {
+        return {};
+    }
+    switch (bytes.inBytes * 10 + bytes.outBytes) {
+    case 24:
+        return MakeCopyOfLines<2, 4>(bytes, wide);
+    case 42:
+        return MakeCopyOfLines<4, 2>(bytes, wide);
+    case 34:
+        return MakeCopyOfLines<3, 4>(bytes, wide);
+    case 43:
+        return MakeCopyOfLines<4, 3>(bytes, wide);
+    default:
+        return MakeCopyOfLines<4, 4>(bytes, wide);
+    }
 }
 
 Job MultiplyAdds(std::size_t outputs, std::size_t registerBytes)

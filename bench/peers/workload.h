@@ -76,6 +76,7 @@ struct Bench {
 
 // The table of workloads, by family.
 void AddConversions(std::vector<WorkloadFactory>& rows, const Bench& bench);
+void AddLoops(std::vector<WorkloadFactory>& rows, const Bench& bench);
 void AddMuxes(std::vector<WorkloadFactory>& rows, const Bench& bench);
 void AddGains(std::vector<WorkloadFactory>& rows, const Bench& bench);
 void AddMultiFormatsAndFades(std::vector<WorkloadFactory>& rows, const Bench& bench);

@@ -204,12 +204,10 @@ private:
         return v;
     }
 
-    /// The barrier keeps stores in the order of memory, as in Avx2.
     template <bool Streamed>
     static void StoreCacheLine(std::uint8_t* puc, __m512i vLine)
     {
         Streamed ? _mm512_stream_si512(reinterpret_cast<__m512i*>(puc), vLine) : _mm512_storeu_si512(puc, vLine);
-        __asm__ volatile("" ::: "memory");
     }
 
     static constexpr __mmask16 kPacked24Mask = 0x0FFF; ///< the 48 bytes of sixteen packed samples, by 4 bytes

@@ -5,8 +5,8 @@
 #include "testing/temp_directory.h"
 #include "tools/common/failure.h"
 #include "tools/ztaudio/block_reader.h"
+#include "tools/ztaudio/length_check.h"
 #include "tools/ztaudio/sound_file_reader.h"
-#include "tools/ztaudio/truncation_check.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t fades = choices.ConsumeIndex(4);
     const std::string path = directory.File("fuzz.sound");
     WriteTextFile(path, std::string(reinterpret_cast<const char*>(data), size - 2));
-    MissingBytes(path);
+    CheckLength(path);
     try {
         Read(path, blockFrames, (fades & 1) != 0, (fades & 2) != 0);
     } catch (const Failure& failure) {

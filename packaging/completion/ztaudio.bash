@@ -12,6 +12,7 @@ _ztaudio()
     done
     case $previous in
         --format) COMPREPLY=($(compgen -W "16 24 24in24 24in32 float" -- "$current")) && return ;;
+        --input-format) COMPREPLY=($(compgen -W "wav flac au raw" -- "$current")) && return ;;
         --overload) COMPREPLY=($(compgen -W "clip wrap fail" -- "$current")) && return ;;
         --rate) COMPREPLY=($(compgen -W "44100 48000" -- "$current")) && return ;;
         --loop-variant) COMPREPLY=($(compgen -W "scalar avx2 avx512" -- "$current")) && return ;;

@@ -76,8 +76,8 @@ TEST_F(BadInput, AFileThatIsNotAudio)
 TEST_F(BadInput, ATruncatedFileOfEveryContainer)
 {
     const std::vector<std::pair<std::string, int>> containers = {
-        {"wav", SF_FORMAT_WAV},   {"rf64", SF_FORMAT_RF64}, {"w64", SF_FORMAT_W64},
-        {"aiff", SF_FORMAT_AIFF}, {"flac", SF_FORMAT_FLAC}, {"wavex.wav", SF_FORMAT_WAVEX}};
+        {"wav", SF_FORMAT_WAV},   {"rf64", SF_FORMAT_RF64}, {"w64", SF_FORMAT_W64},         {"au", SF_FORMAT_AU},
+        {"aiff", SF_FORMAT_AIFF}, {"flac", SF_FORMAT_FLAC}, {"wavex.wav", SF_FORMAT_WAVEX}, {"caf", SF_FORMAT_CAF}};
     for (const auto& [extension, type] : containers) {
         SCOPED_TRACE(extension);
         Sound sound = Noise(SF_FORMAT_PCM_16, 2, 20000);
@@ -87,6 +87,41 @@ TEST_F(BadInput, ATruncatedFileOfEveryContainer)
         Truncate(path, 40001);
         EXPECT_NE(Fails({"convert", path, out_}).find("truncated"), std::string::npos);
     }
+}
+
+TEST_F(BadInput, ATruncatedFileOfEveryLossyCodec)
+{
+    for (const std::string extension : {"ogg", "opus", "mp3"}) {
+        SCOPED_TRACE(extension);
+        const std::string path = folder_.File("short." + extension);
+        ASSERT_EQ(RunTool({"convert", in_, path}).exitCode, 0);
+        const auto size = std::filesystem::file_size(path);
+        Truncate(path, size / 2);
+        EXPECT_TRUE(Fails({"convert", path, out_}).starts_with("ztaudio: " + path + ": truncated: "));
+    }
+}
+
+TEST_F(BadInput, AFileOfAnotherFormatThanTheUserNames)
+{
+    const std::vector<std::pair<std::string, std::string>> names = {
+        {"wav", "WAV (Microsoft)"},   {"flac", "FLAC (Free Lossless Audio Codec)"}, {"au", "AU (Sun/NeXT)"},
+        {"aiff", "AIFF (Apple/SGI)"}, {"ogg", "OGG (OGG Container format)"},        {"mp3", "MPEG-1/2 Audio"}};
+    for (const auto& [extension, name] : names) {
+        const std::string path = folder_.File("named." + extension);
+        ASSERT_EQ(RunTool({"convert", in_, path}).exitCode, 0);
+        for (const std::string format : {"wav", "flac", "au"}) {
+            SCOPED_TRACE(extension + " as " + format);
+            if (format == extension) {
+                EXPECT_EQ(RunTool({"analyze", path, "--input-format", format}).exitCode, 0);
+                continue;
+            }
+            EXPECT_EQ(Fails({"convert", path, out_, "--input-format", format}),
+                      "ztaudio: " + path + ": --input-format is " + format + ", but this is " + name + "\n");
+        }
+    }
+    EXPECT_EQ(
+        Fails({"convert", in_, out_, "--input-format", "au", "--raw", "16,48000,2"}, 2),
+        "ztaudio: --raw describes samples without a header, so --input-format cannot be au (see ztaudio --help)\n");
 }
 
 TEST_F(BadInput, AWavThatLacksOneByte)
@@ -275,7 +310,8 @@ TEST_F(BadInput, APieceThatIsNotThere)
     WriteTextFile(out_, "precious");
     EXPECT_EQ(Fails({"trim", in_, out_, "--to", "48001s"}),
               "ztaudio: " + in_ + ": ends after 48000 sample frames, before the end of the range at 48001\n");
-    EXPECT_EQ(Fails({"trim", in_, out_, "--from", "1"}), "ztaudio: nothing to copy from sample frame 48000 to 48000\n");
+    EXPECT_EQ(Fails({"trim", in_, out_, "--from", "1"}),
+              "ztaudio: " + in_ + ": has 48000 sample frames: nothing to copy from sample frame 48000 on\n");
     Fails({"trim", in_, out_, "--from", "0.5", "--to", "0.5"});
     Fails({"trim", in_, out_, "--from", "0.75", "--to", "0.5"});
     Fails({"trim", in_, out_, "--from", "10:00:00", "--to", "10:00:01"});

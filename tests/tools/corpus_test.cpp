@@ -27,7 +27,7 @@ Sound ReadReference(const std::string& path)
         EXPECT_EQ(sf_read_int(file, sound.words.data(), count), count);
         std::ranges::for_each(sound.words, [](std::int32_t& word) { word &= ~0xFF; });
     } else if (subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE || subtype == SF_FORMAT_VORBIS ||
-               subtype == SF_FORMAT_OPUS || subtype == SF_FORMAT_MPEG_LAYER_III) {
+               subtype == SF_FORMAT_OPUS || subtype == SF_FORMAT_MPEG_LAYER_II || subtype == SF_FORMAT_MPEG_LAYER_III) {
         sound.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
         std::vector<float> floats(sound.words.size());
         EXPECT_EQ(sf_read_float(file, floats.data(), count), count);
@@ -51,6 +51,22 @@ bool IsFloat(const Sound& sound)
 Sound ConvertedTo(const Sound& sound, const std::string& format)
 {
     return Converted(IsFloat(sound) && format != "float" ? Limited(sound, format) : sound, format);
+}
+
+/// Each sample must be the product, rounded towards minus infinity to 24 bits. The bits that a float loses on its way
+/// to the engine can make that one step.
+void ExpectScaledFloats(const Sound& actual, const Sound& floats, double gain)
+{
+    EXPECT_EQ(actual.Subtype(), SF_FORMAT_PCM_24);
+    EXPECT_EQ(actual.channels, floats.channels);
+    EXPECT_EQ(actual.rate, floats.rate);
+    ASSERT_EQ(actual.words.size(), floats.words.size());
+    constexpr double kStep = 0x1p-23;
+    for (std::size_t i = 0; i < actual.words.size(); ++i) {
+        const auto sample = static_cast<double>(std::bit_cast<float>(floats.words[i]));
+        const double expected = std::clamp(sample * gain, -1.0, 1.0 - kStep);
+        ASSERT_NEAR(actual.words[i] * 0x1p-31, expected, kStep + 0x1p-28) << "sample " << i;
+    }
 }
 
 bool HasProgram(const std::string& name)
@@ -126,8 +142,9 @@ private:
             piece.words.assign(sound.words.begin() + 10 * sound.channels, sound.words.begin() + 60 * sound.channels);
             ExpectOutput({"trim", path, out, "--from", "10s", "--to", "60s"}, piece);
         } else if (command == "volume") {
-            if (IsFloat(sound)) { // gains multiply more bits than a file of 24 keeps
+            if (IsFloat(sound)) {
                 Output({"volume", path, out, "--gain", "0.5"});
+                ExpectScaledFloats(ReadSound(out), sound, 0.5);
             } else {
                 ExpectOutput({"volume", path, out, "--gain", "0.5"},
                              Scaled(Converted(sound, "24in32"),
@@ -221,6 +238,117 @@ TEST_F(Corpus, OfEncoders)
     }
     if (encoders == 0) {
         GTEST_SKIP() << "needs oggenc, lame, flac or ffmpeg";
+    }
+}
+
+/// Noise of several channels, as a source of ffmpeg.
+std::string NoiseSource(int channels, int rate)
+{
+    std::string expressions;
+    for (int channel = 0; channel < channels; ++channel) {
+        expressions += (channel == 0 ? "" : "|") + ("random(" + std::to_string(channel)) + ")*1.9-0.95";
+    }
+    return "-f lavfi -i \"aevalsrc=exprs=" + expressions + ":d=0.05:s=" + std::to_string(rate) + "\"";
+}
+
+TEST_F(Corpus, OfFfmpeg)
+{
+    if (!HasProgram("ffmpeg")) {
+        GTEST_SKIP() << "needs ffmpeg";
+    }
+    struct Kind {
+        const char* name;
+        const char* options;
+        int maxChannels = 64;
+        int rate = 0; ///< the only one; 0 for any
+    };
+    const Kind kinds[] = {{"u8.wav", "-c:a pcm_u8"},
+                          {"s16.wav", "-c:a pcm_s16le"},
+                          {"s24.wav", "-c:a pcm_s24le"},
+                          {"s32.wav", "-c:a pcm_s32le"},
+                          {"f32.wav", "-c:a pcm_f32le"},
+                          {"f64.wav", "-c:a pcm_f64le"},
+                          {"alaw.wav", "-c:a pcm_alaw"},
+                          {"ulaw.wav", "-c:a pcm_mulaw"},
+                          {"ms.wav", "-c:a adpcm_ms", 2, 44100},
+                          {"ima.wav", "-c:a adpcm_ima_wav", 2, 44100},
+                          {"tagged.wav", "-c:a pcm_s16le -metadata title=Morning -write_bext 1"},
+                          {"rf64.wav", "-c:a pcm_s24le -rf64 always"},
+                          {"s16.w64", "-c:a pcm_s16le"},
+                          {"s24.w64", "-c:a pcm_s24le"},
+                          {"s8.aiff", "-c:a pcm_s8"},
+                          {"s16.aiff", "-c:a pcm_s16be"},
+                          {"s24.aiff", "-c:a pcm_s24be"},
+                          {"f32.aiff", "-c:a pcm_f32be"},
+                          {"s16.au", "-c:a pcm_s16be"},
+                          {"f32.au", "-c:a pcm_f32be"},
+                          {"f64.au", "-c:a pcm_f64be"},
+                          {"ulaw.au", "-c:a pcm_mulaw"},
+                          {"s16.caf", "-c:a pcm_s16le"},
+                          {"s24.caf", "-c:a pcm_s24be"},
+                          {"f32.caf", "-c:a pcm_f32le"},
+                          {"s16.flac", "-sample_fmt s16", 8},
+                          {"s24.flac", "-sample_fmt s32", 8},
+                          {"lossy.mp3", "-c:a libmp3lame", 2, 44100},
+                          {"lossy.mp2", "-c:a mp2", 2, 48000},
+                          {"lossy.ogg", "-c:a libvorbis", 6, 48000},
+                          {"lossy.opus", "-c:a libopus", 2, 48000}};
+    const int rates[] = {8000, 48000, 44100, 192000, 22050, 96000, 32000};
+    const int widths[] = {3, 6, 16};
+    int next = 0;
+    for (const Kind& kind : kinds) {
+        for (const int channels : {1, 2, widths[next % 3]}) {
+            if (channels > kind.maxChannels) {
+                continue;
+            }
+            const int rate = kind.rate != 0 ? kind.rate : rates[next++ % 7];
+            const std::string name = kind.name;
+            SCOPED_TRACE(name + ", " + std::to_string(channels) + " channels, " + std::to_string(rate) + " Hz");
+            const std::string path = Make(name, "ffmpeg -loglevel error -y " + NoiseSource(channels, rate) + " " +
+                                                    kind.options + " " + name);
+            EXPECT_GE(ExpectProcessed(path), 5);
+        }
+    }
+}
+
+// ffmpeg cannot return to the header of a pipe, so that the length is missing there.
+TEST_F(Corpus, OfFfmpegInAPipe)
+{
+    if (!HasProgram("ffmpeg")) {
+        GTEST_SKIP() << "needs ffmpeg";
+    }
+    struct Kind {
+        const char* container;
+        const char* options;
+        int rate;
+    };
+    const Kind kinds[] = {
+        {"wav", "-c:a pcm_s16le", 48000},  {"wav", "-c:a pcm_u8", 8000},       {"wav", "-c:a pcm_s24le", 44100},
+        {"wav", "-c:a pcm_f32le", 96000},  {"wav", "-c:a pcm_f64le", 192000},  {"wav", "-c:a pcm_alaw", 8000},
+        {"wav", "-rf64 always", 48000},    {"w64", "-c:a pcm_s16le", 48000},   {"au", "-c:a pcm_s16be", 48000},
+        {"au", "-c:a pcm_f64be", 44100},   {"caf", "-c:a pcm_s16be", 48000},   {"caf", "-c:a pcm_f32le", 44100},
+        {"aiff", "-c:a pcm_s16be", 48000}, {"flac", "-sample_fmt s16", 44100}, {"ogg", "-c:a libvorbis", 48000},
+        {"opus", "-c:a libopus", 48000},   {"mp3", "-c:a libmp3lame", 44100},  {"mp2", "-c:a mp2", 48000}};
+    for (const Kind& kind : kinds) {
+        const std::string container = kind.container;
+        SCOPED_TRACE(container + " " + kind.options);
+        const std::string make =
+            "ffmpeg -loglevel error -y " + NoiseSource(2, kind.rate) + " " + kind.options + " -f " + container + " ";
+        const std::string tool = std::string(ZTA_TOOL_PATH) + " --quiet convert - ";
+        Make("streamed", "{ " + make + "- > streamed; }");
+        Make("complete", make + "complete");
+        Make("pipe.wav", "{ { " + make + "-; echo $? > code; } | " + tool + "- | " + tool + "pipe.wav; }");
+        EXPECT_EQ(ReadTextFile(File("code")), "0\n");
+        Output({"convert", File("streamed"), File("streamed.wav")});
+        const Sound sound = ReadSound(File("streamed.wav"));
+        ExpectSame(ReadSound(File("pipe.wav")), sound);
+        EXPECT_EQ(sound.channels, 2);
+        EXPECT_EQ(sound.rate, kind.rate);
+        EXPECT_GE(sound.Frames(), kind.rate / 20);
+        if (!container.starts_with("mp")) { // whose padding is removed if the header contains the length
+            Output({"convert", File("complete"), File("complete.wav")});
+            ExpectSame(ReadSound(File("complete.wav")), sound);
+        }
     }
 }
 

@@ -15,11 +15,19 @@ protected:
         return RunTool({"-c", text}, shell);
     }
 
-    void Succeeds(const std::string& line)
+    void Succeeds(const std::string& line, const RunOptions& options = {})
     {
-        const RunResult run = Shell(line);
-        EXPECT_EQ(run.exitCode, 0) << run.errors;
-        EXPECT_EQ(run.errors, "");
+        const RunResult run = Shell(line, options);
+        EXPECT_EQ(run.exitCode, 0) << line << ": " << run.errors;
+        EXPECT_EQ(run.errors, "") << line;
+    }
+
+    /// Runs a line of the shell, in which $Z prints notes too. Returns what it prints on standard error.
+    std::string Notes(const std::string& line)
+    {
+        const RunResult run = Shell(std::string("Z='") + ZTA_TOOL_PATH + "'; " + line);
+        EXPECT_EQ(run.exitCode, 0) << line << ": " << run.errors;
+        return run.errors;
     }
 
     /// Gives the data chunk of a WAV this size.
@@ -81,14 +89,81 @@ TEST_F(Pipes, CarryTheSameBytesWhereAnOverloadWouldBeAFailure)
     }
 }
 
-TEST_F(Pipes, CarryCompressedSound)
+const RunOptions kWithoutTemporaryFiles = {.environment = {{"TMPDIR", "/nonexistent"}}};
+
+// libsndfile reads these in order.
+TEST_F(Pipes, CarryCompressedSoundWithoutATemporaryFile)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 50001);
+    Write("in.wav", sound);
+    Succeeds("$Z convert in.wav - --output-format flac | cat | $Z convert - out.wav", kWithoutTemporaryFiles);
+    ExpectSame(ReadSound(File("out.wav")), sound);
+    for (const std::string container : {"flac", "ogg", "opus", "mp3"}) {
+        SCOPED_TRACE(container);
+        Succeeds("$Z convert in.wav in." + container + "; $Z convert in." + container + " file.wav");
+        Succeeds("cat in." + container + " | $Z convert - pipe.wav", kWithoutTemporaryFiles);
+        ExpectSame(ReadSound(File("pipe.wav")), ReadSound(File("file.wav")));
+    }
+}
+
+// These it reads in any order.
+TEST_F(Pipes, CarryOtherContainersThroughATemporaryFile)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 5001);
     Write("in.wav", sound);
-    Succeeds("$Z convert in.wav - --output-format flac | cat | $Z convert - out.wav");
+    for (const std::string container : {"aiff", "w64"}) {
+        SCOPED_TRACE(container);
+        Succeeds("mkdir -p temporary; $Z convert in.wav in." + container + "; cat in." + container +
+                 " | TMPDIR=temporary $Z convert - out.wav");
+        ExpectSame(ReadSound(File("out.wav")), sound);
+        EXPECT_TRUE(std::filesystem::is_empty(File("temporary")));
+        const RunResult run = Shell("cat in." + container + " | $Z convert - out.wav", kWithoutTemporaryFiles);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.errors, "ztaudio: standard input: cannot make a temporary file: No such file or directory\n");
+    }
+}
+
+TEST_F(Pipes, AreReadToTheirEndSoThatTheWriterSucceeds)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1000);
+    Write("in.wav", sound);
+    Succeeds("$Z convert in.wav in.flac; head -c 1000000 /dev/zero > more");
+    for (const std::string container : {"wav", "flac"}) {
+        Succeeds("{ cat in." + container + " more; echo $? > code; } | $Z convert - out.wav");
+        EXPECT_EQ(ReadTextFile(File("code")), "0\n");
+        ExpectSame(ReadSound(File("out.wav")), sound);
+    }
+}
+
+TEST_F(Pipes, CanHaveNames)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 100000);
+    Write("in.wav", sound);
+    Succeeds("cat in.wav | $Z convert /dev/stdin out.wav");
     ExpectSame(ReadSound(File("out.wav")), sound);
-    Succeeds("$Z convert in.wav in.caf; cat in.caf | $Z convert - out2.wav");
-    ExpectSame(ReadSound(File("out2.wav")), sound);
+    Succeeds("mkfifo left right; cat in.wav > left & cat in.wav > right & $Z stereo left right out.wav; wait");
+    ExpectSame(ReadSound(File("out.wav")), Interleaved({sound, sound}));
+    Succeeds("cat in.wav > left & $Z analyze left > pipe.txt; $Z analyze in.wav > file.txt");
+    EXPECT_EQ(ReadTextFile(File("pipe.txt")).substr(File("left").size()),
+              ReadTextFile(File("file.txt")).substr(File("in.wav").size()));
+    const RunResult guarded = Shell("$Z convert left out.wav --guard");
+    EXPECT_EQ(guarded.exitCode, 2);
+    EXPECT_EQ(guarded.errors, "ztaudio: --guard reads the input twice, so it needs a file (see ztaudio --help)\n");
+}
+
+TEST_F(Pipes, FailIfTheyAreClosed)
+{
+    Write("in.wav", Noise(SF_FORMAT_PCM_16, 1, 100));
+    const RunResult input = Shell("$Z convert - out.wav <&-");
+    EXPECT_EQ(input.exitCode, 1);
+    EXPECT_EQ(input.errors, "ztaudio: standard input: cannot read: Bad file descriptor\n");
+    for (const std::string arguments : {"convert in.wav -", "info in.wav"}) {
+        const RunResult output = Shell("$Z " + arguments + " >&-");
+        EXPECT_EQ(output.exitCode, 1);
+        EXPECT_EQ(output.errors, "ztaudio: standard output: cannot write: Bad file descriptor\n");
+    }
+    Succeeds("$Z convert in.wav out.wav <&- >&-");
+    ExpectSame(ReadSound(File("out.wav")), ReadSound(File("in.wav")));
 }
 
 TEST_F(Pipes, CarryRawSamples)
@@ -149,6 +224,12 @@ TEST_F(Pipes, NeedConstantMemory)
                                 {.memoryLimit = 40UL << 20});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_EQ(run.output, "172800000\n");
+    const RunResult flac =
+        Shell("head -c 115200000 /dev/urandom | $Z convert - - --raw 16,48000,2 --output-format flac | "
+              "$Z convert - - --output-format raw | wc -c",
+              {.memoryLimit = 40UL << 20, .environment = kWithoutTemporaryFiles.environment});
+    EXPECT_EQ(flac.exitCode, 0) << flac.errors;
+    EXPECT_EQ(flac.output, "115200000\n");
 }
 
 TEST_F(Pipes, AreReadToTheirEndIfTheHeaderSaysMore)
@@ -158,9 +239,34 @@ TEST_F(Pipes, AreReadToTheirEndIfTheHeaderSaysMore)
         SCOPED_TRACE(size);
         Write("in.wav", sound);
         SetDataSize("in.wav", size);
-        Succeeds("cat in.wav | $Z convert - out.wav");
+        const bool hasLength = size != 0 && size != 0xFFFFFFFF;
+        EXPECT_EQ(Notes("cat in.wav | $Z convert - out.wav"),
+                  hasLength ? "ztaudio: note: standard input: ends before the length in its header, and is read to its "
+                              "end\n"
+                            : "ztaudio: note: standard input: the header does not contain the length, so the pipe is "
+                              "read to its end\n");
         ExpectSame(ReadSound(File("out.wav")), sound);
     }
+}
+
+TEST_F(Pipes, NoteASoundThatLacksItsEnd)
+{
+    Write("in.wav", Noise(SF_FORMAT_PCM_16, 2, 50000));
+    const std::vector<std::pair<std::string, std::string>> containers = {{"aiff", "the length in its header"},
+                                                                         {"au", "the length in its header"},
+                                                                         {"ogg", "the last page of the sound"}};
+    for (const auto& [container, end] : containers) {
+        SCOPED_TRACE(container);
+        Succeeds("$Z convert in.wav in." + container);
+        const auto half = std::to_string(std::filesystem::file_size(File("in." + container)) / 2);
+        EXPECT_EQ(Notes("head -c " + half + " in." + container + " | $Z convert - out.wav"),
+                  "ztaudio: note: standard input: ends before " + end + ", and is read to its end\n");
+        EXPECT_GT(ReadSound(File("out.wav")).Frames(), 10000);
+    }
+    const RunResult flac = Shell("$Z convert in.wav in.flac; head -c 100000 in.flac | $Z convert - out.flac");
+    EXPECT_EQ(flac.exitCode, 1);
+    EXPECT_NE(flac.errors.find("ztaudio: standard input: damaged or truncated: ends after "), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(File("out.flac")));
 }
 
 TEST_F(Pipes, HaveTrailingChunksThatAreNoSamples)
@@ -187,6 +293,47 @@ TEST_F(OpenLength, MeansUntilTheEndOfTheFile)
     }
 }
 
+/// Headers as a writer leaves them that cannot seek back.
+void LeaveLengthOpen(const std::string& path, const std::string& container)
+{
+    std::string bytes = ReadTextFile(path);
+    const std::string none(8, '\0');
+    const std::string largest(8, '\xFF');
+    if (container == "au") {
+        bytes.replace(8, 4, largest, 0, 4);
+    } else if (container == "aiff") {
+        bytes.replace(bytes.find("SSND") + 4, 4, none, 0, 4);
+    } else if (container == "caf") {
+        bytes.replace(bytes.find("data") + 4, 8, largest);
+    } else if (container == "w64") {
+        bytes.replace(bytes.find("data") + 16, 8, largest.substr(0, 7) + '\x7F');
+    } else {
+        bytes.replace(bytes.find("ds64") + 8, 8, none);
+        bytes.replace(bytes.find("ds64") + 16, 8, none);
+    }
+    WriteTextFile(path, bytes);
+}
+
+TEST_F(OpenLength, IsThatOfEveryContainer)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1000);
+    Write("in.wav", sound);
+    for (const std::string container : {"au", "aiff", "caf", "rf64", "w64"}) {
+        SCOPED_TRACE(container);
+        const std::string path = File("in." + container);
+        Succeeds("$Z convert in.wav in." + container);
+        LeaveLengthOpen(path, container);
+        const std::string note = ": the header does not contain the length, so the ";
+        EXPECT_EQ(Notes("$Z convert in." + container + " out.wav"),
+                  "ztaudio: note: in." + container + note + "file is read to its end\n");
+        ExpectSame(ReadSound(File("out.wav")), sound);
+        EXPECT_EQ(Notes("cat in." + container + " | $Z convert - out.wav"),
+                  "ztaudio: note: standard input" + note + "pipe is read to its end\n");
+        ExpectSame(ReadSound(File("out.wav")), sound);
+        EXPECT_NE(RunTool({"info", path}).output.find("  length     1000 sample frames, "), std::string::npos);
+    }
+}
+
 TEST_F(OpenLength, IsNoneOfAnEmptyFileWithAnotherChunk)
 {
     Write("in.wav", Noise(SF_FORMAT_PCM_16, 2, 0));
@@ -207,6 +354,50 @@ TEST_F(OpenLength, IsNotThatOfATruncatedFile)
     Run({"convert", File("in.wav"), File("out.wav"), "--salvage"});
     ExpectSame(ReadSound(File("out.wav")), sound);
     EXPECT_EQ(last_.errors, "ztaudio: note: " + File("in.wav") + ": truncated: the samples that are there are read\n");
+}
+
+class Salvage : public Pipes {
+protected:
+    /// Makes a file that lacks the last 40 % of its bytes, and salvages it into out.wav.
+    void Run(const std::string& container)
+    {
+        Succeeds("$Z convert whole.wav in." + container + "; $Z convert in." + container + " decoded.wav");
+        const std::string path = File("in." + container);
+        std::filesystem::resize_file(path, std::filesystem::file_size(path) * 6 / 10);
+        EXPECT_NE(RunTool({"convert", path, File("out.wav")}).exitCode, 0);
+        last_ = RunTool({"convert", path, File("out.wav"), "--salvage"});
+        EXPECT_EQ(last_.exitCode, 0) << last_.errors;
+        EXPECT_TRUE(last_.errors.starts_with("ztaudio: note: " + path + ": ")) << last_.errors;
+        EXPECT_NE(last_.errors.find("truncated: "), std::string::npos) << last_.errors;
+        EXPECT_EQ(last_.errors.find('\n'), last_.errors.size() - 1) << last_.errors;
+        Sound expected = ReadSound(File("decoded.wav"));
+        expected.words.resize(ReadSound(File("out.wav")).words.size());
+        ExpectSame(ReadSound(File("out.wav")), expected);
+    }
+};
+
+TEST_F(Salvage, ReadsTheSamplesThatAreThere)
+{
+    Write("whole.wav", Noise(SF_FORMAT_PCM_16, 2, 50000));
+    for (const std::string container : {"wav", "rf64", "w64", "aiff", "au", "caf", "flac"}) {
+        SCOPED_TRACE(container);
+        Run(container);
+        const Sound out = ReadSound(File("out.wav"));
+        EXPECT_GT(out.Frames(), container == "flac" ? 24000 : 29500);
+        EXPECT_LE(out.Frames(), 30000);
+    }
+}
+
+TEST_F(Salvage, DecodesTheBlocksThatAreThere)
+{
+    Write("whole.wav", Noise(SF_FORMAT_PCM_16, 2, 200000));
+    for (const std::string container : {"ogg", "opus", "mp3"}) {
+        SCOPED_TRACE(container);
+        Run(container);
+        const Sound out = ReadSound(File("out.wav"));
+        EXPECT_GT(out.Frames(), 80000);
+        EXPECT_LT(out.Frames(), 130000);
+    }
 }
 
 class Files : public CommandTest {};

@@ -98,8 +98,19 @@ std::filesystem::path ResolveOutput(const std::filesystem::path& out)
 
 int OpenTemporaryFile()
 {
-    const char* const folder = std::getenv("TMPDIR");
-    return open(folder != nullptr && *folder != '\0' ? folder : "/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    const char* const variable = std::getenv("TMPDIR");
+    const std::string folder = variable != nullptr && *variable != '\0' ? variable : "/tmp";
+    const int file = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (file >= 0 || errno != EOPNOTSUPP) {
+        return file;
+    }
+    // The file system has no files without a name.
+    std::string pattern = folder + "/ztaudio-XXXXXX";
+    const int named = mkostemp(pattern.data(), O_CLOEXEC);
+    if (named >= 0) {
+        unlink(pattern.c_str());
+    }
+    return named;
 }
 
 OutputFile::OutputFile(const std::filesystem::path& target, ExistingOutput existing)

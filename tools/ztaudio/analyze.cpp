@@ -88,6 +88,7 @@ void RunAnalysis(const AnalyzeOptions& options, const Context& context)
     progress.Advance(std::max<std::int64_t>(framesLeft, 0));
     plots.Write();
     progress.Finish();
+    in.File().ReportEnd(context);
 
     if (differences) {
         report.differences = differences->Levels();

@@ -1,6 +1,7 @@
 #include "tools/ztaudio/analyze_input.h"
 
 #include "tools/common/failure.h"
+#include "tools/common/output_file.h"
 #include "tools/common/signal_handling.h"
 
 #include <algorithm>
@@ -28,8 +29,9 @@ FileInput::FileInput(const std::filesystem::path& path, const InputOptions& opti
     : path_(path), options_(options), file_(std::make_unique<SoundFileReader>(path, options))
 {
     file_->RequireWhole();
-    if (path == "-") {
-        copy_.reset(std::tmpfile());
+    if (file_->IsPipe()) {
+        const int file = OpenTemporaryFile();
+        copy_.reset(file < 0 ? nullptr : fdopen(file, "w+b"));
         if (!copy_) {
             throw Failure(std::string("cannot create a temporary file: ") + std::strerror(errno));
         }

@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-/// The frames of standard input are kept in a temporary file, for the readings after the first.
+/// The frames of a pipe are kept in a temporary file, for the readings after the first.
 class FileInput : public AnalysisInput {
 public:
     /// Throws Failure if the file cannot be read as a sound, or is shorter than its header says.
@@ -33,7 +33,7 @@ private:
     std::filesystem::path path_;
     InputOptions options_;
     std::unique_ptr<SoundFileReader> file_;
-    std::unique_ptr<std::FILE, CloseFile> copy_; ///< of the samples of standard input
+    std::unique_ptr<std::FILE, CloseFile> copy_; ///< of the samples of a pipe
     bool hasCopy_ = false;                       ///< whether the copy is complete
     std::vector<std::byte> samples_;
     bool atStart_ = true;

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <new>
 #include <system_error>
 
 #include <poll.h>
@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr int kPollMilliseconds = 200; // a signal that arrives just before the call does not end it
+constexpr int kPollMilliseconds = 200;           // a signal that arrives just before the call does not end it
+constexpr std::size_t kMaxKeptBytes = 256 << 20; // more than the pictures in any header
 
 } // namespace
 
@@ -24,40 +25,88 @@ ByteStream::~ByteStream()
 
 std::string ByteStream::Peek(std::size_t first, std::size_t count)
 {
-    while (ahead_.size() < first + count) {
+    if (BufferEnd() <= position_ && !keeps_) {
+        buffer_.clear();
+        bufferBegin_ = position_;
+    }
+    const auto begin = static_cast<std::size_t>(position_ - bufferBegin_) + first;
+    while (buffer_.size() < begin + count) {
         std::byte bytes[4096];
         const std::size_t read = ReadFile(bytes, sizeof bytes);
         if (read == 0) {
             break;
         }
-        ahead_.insert(ahead_.end(), bytes, bytes + read);
+        buffer_.insert(buffer_.end(), bytes, bytes + read);
     }
-    const std::size_t begin = std::min(first, ahead_.size());
-    const std::size_t end = std::min(first + count, ahead_.size());
-    return {reinterpret_cast<const char*>(ahead_.data()) + begin, end - begin};
+    const std::size_t available = buffer_.size() - std::min(begin, buffer_.size());
+    return {reinterpret_cast<const char*>(buffer_.data()) + std::min(begin, buffer_.size()),
+            std::min(count, available)};
 }
 
 std::size_t ByteStream::Read(void* data, std::size_t count) noexcept
 {
     auto* to = static_cast<std::byte*>(data);
-    const std::size_t peeked = std::min(count, ahead_.size());
-    std::copy_n(ahead_.begin(), peeked, to);
-    ahead_.erase(ahead_.begin(), ahead_.begin() + static_cast<std::ptrdiff_t>(peeked));
-    std::size_t total = peeked;
+    std::size_t total = 0;
     while (total < count) {
-        const std::size_t read = ReadFile(to + total, count - total);
+        std::size_t read = 0;
+        if (position_ < BufferEnd()) {
+            read = std::min(count - total, static_cast<std::size_t>(BufferEnd() - position_));
+            std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(position_ - bufferBegin_), read, to + total);
+        } else {
+            read = ReadFile(to + total, count - total);
+            KeepBytes(to + total, read);
+        }
         if (read == 0) {
             break;
         }
         total += read;
+        position_ += read;
+    }
+    if (!keeps_ && position_ >= BufferEnd()) {
+        buffer_ = {};
+        bufferBegin_ = position_;
     }
     return total;
 }
 
-void ByteStream::Skip(std::size_t count)
+void ByteStream::Skip(std::uint64_t count) noexcept
 {
-    std::vector<std::byte> skipped(count);
-    Read(skipped.data(), count);
+    std::byte skipped[4096];
+    while (count > 0) {
+        const std::size_t read =
+            Read(skipped, static_cast<std::size_t>(std::min<std::uint64_t>(count, sizeof skipped)));
+        if (read == 0) {
+            return;
+        }
+        count -= read;
+    }
+}
+
+void ByteStream::Drain() noexcept
+{
+    Skip(UINT64_MAX);
+}
+
+void ByteStream::Keep()
+{
+    if (position_ >= BufferEnd()) {
+        buffer_.clear();
+        bufferBegin_ = position_;
+    }
+    keeps_ = true;
+}
+
+bool ByteStream::Seek(std::uint64_t position) noexcept
+{
+    if (position >= bufferBegin_ && position <= BufferEnd()) {
+        position_ = position;
+        return true;
+    }
+    if (position < position_) {
+        return false;
+    }
+    Skip(position - position_);
+    return position_ == position;
 }
 
 void ByteStream::RequireRead(const std::string& name) const
@@ -65,6 +114,19 @@ void ByteStream::RequireRead(const std::string& name) const
     CheckInterruption();
     if (error_ != 0) {
         throw Failure(name + ": cannot read: " + std::generic_category().message(error_));
+    }
+}
+
+void ByteStream::KeepBytes(const std::byte* data, std::size_t count) noexcept
+{
+    if (!keeps_) {
+        return;
+    }
+    try {
+        buffer_.insert(buffer_.end(), data, data + count);
+        keeps_ = buffer_.size() < kMaxKeptBytes;
+    } catch (const std::bad_alloc&) {
+        keeps_ = false;
     }
 }
 

@@ -7,11 +7,17 @@
 #include <cstdio>
 #include <system_error>
 
-void PrintError(std::string_view text)
+std::string PrintableText(std::string_view text)
 {
     std::string line(text);
-    std::ranges::replace(line, '\n', ' ');
-    std::fprintf(stderr, "ztaudio: %s\n", line.c_str());
+    const auto isControl = [](unsigned char letter) { return letter < 0x20 || letter == 0x7F; };
+    std::ranges::replace_if(line, isControl, ' ');
+    return line;
+}
+
+void PrintError(std::string_view text)
+{
+    std::fprintf(stderr, "ztaudio: %s\n", PrintableText(text).c_str());
 }
 
 void FlushStandardOutput()
@@ -28,6 +34,6 @@ void FlushStandardOutput()
 void Context::Note(std::string_view text) const
 {
     if (!quiet) {
-        std::fprintf(stderr, "ztaudio: note: %.*s\n", static_cast<int>(text.size()), text.data());
+        std::fprintf(stderr, "ztaudio: note: %s\n", PrintableText(text).c_str());
     }
 }

@@ -7,7 +7,10 @@
 inline constexpr int kExitFailure = 1;
 inline constexpr int kExitUsage = 2;
 
-/// Prints one line on standard error; line breaks in the text become blanks.
+/// Returns the text with blanks in place of line breaks and other control characters, which names and tags may have.
+std::string PrintableText(std::string_view text);
+
+/// Prints one line of printable text on standard error.
 void PrintError(std::string_view text);
 
 /// Writes out what was printed. Throws Failure, or BrokenPipe if the reader has gone, if that is not possible.

@@ -22,7 +22,7 @@ std::unique_ptr<FloatGain> MakeGain(SoundFileReader& in, const ConvertOptions& o
     if (options.gains.empty() && factor == 1.0) {
         return nullptr;
     }
-    const sf_count_t frames = in.IsStream() ? kUnknownFrames : in.Frames();
+    const sf_count_t frames = in.IsLengthKnown() ? in.Frames() : kUnknownFrames;
     return std::make_unique<FloatGain>(in, Gains(options.gains, in.Channels(), frames), factor);
 }
 
@@ -98,6 +98,7 @@ void Convert(const ConvertOptions& options, const Context& context)
     CheckInterruption();
     out.Commit();
     progress.Finish();
+    in.ReportEnd(context);
     overloads.Report();
     report.Print(in.Path().string(), in, options.out.string(), to, rate, overloads);
 }

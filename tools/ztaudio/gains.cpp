@@ -83,12 +83,11 @@ bool IsGain(const std::string& text)
     return ParseOption(text).has_value();
 }
 
-SampleFormat ScaledFormat(SampleFormat format, const Context& context)
+void NoteScaledFormat(SampleFormat format, const Context& context)
 {
     if (format != SampleFormat::Pcm24In32) {
         context.Note("gains are applied to 24in32 samples, so the output is 24in32");
     }
-    return SampleFormat::Pcm24In32;
 }
 
 Gains::Gains(const std::vector<std::string>& gains, std::uint32_t channels, sf_count_t frames) : frames_(frames)

@@ -25,8 +25,8 @@ inline constexpr sf_count_t kUnknownFrames = -1;
 /// Returns whether the text is a gain, "[CH=]START[:END]".
 bool IsGain(const std::string& text);
 
-/// Returns the format of an output to which gains were applied: 24-in-32, with a note if it differs from `format`.
-SampleFormat ScaledFormat(SampleFormat format, const Context& context);
+/// Notes that an output to which gains are applied is 24-in-32, if the input has another format.
+void NoteScaledFormat(SampleFormat format, const Context& context);
 
 class Gains {
 public:

@@ -63,7 +63,8 @@ double FindScaledPeak(const std::vector<std::filesystem::path>& inputs, const In
 
 void RequireFileForGuard(const std::filesystem::path& in)
 {
-    if (in == "-") {
+    std::error_code error;
+    if (in == "-" || std::filesystem::is_fifo(std::filesystem::status(in, error))) {
         throw UsageFailure("--guard reads the input twice, so it needs a file");
     }
 }

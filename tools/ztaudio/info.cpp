@@ -7,7 +7,6 @@
 #include "tools/ztaudio/progress.h"
 #include "tools/ztaudio/run_report.h"
 #include "tools/ztaudio/sound_file_reader.h"
-#include "tools/ztaudio/truncation_check.h"
 
 #include <zta/sample_loops.h>
 
@@ -20,7 +19,7 @@ namespace {
 
 void Line(std::string_view name, const std::string& text)
 {
-    std::printf("  %-10.*s %s\n", static_cast<int>(name.size()), name.data(), text.c_str());
+    std::printf("  %-10.*s %s\n", static_cast<int>(name.size()), name.data(), PrintableText(text).c_str());
 }
 
 std::string NameOfFormat(int format)
@@ -33,8 +32,8 @@ std::string NameOfFormat(int format)
 
 std::string LengthText(const SoundFileReader& sound)
 {
-    if (sound.Frames() == 0) {
-        return "no sample frames, or unknown";
+    if (!sound.IsLengthKnown()) {
+        return "not known before the end of the sound";
     }
     const double seconds = static_cast<double>(sound.Frames()) / sound.Rate();
     char text[96];
@@ -61,7 +60,7 @@ std::string CommandsFor(const SoundFileReader& sound)
 void Show(const std::filesystem::path& path)
 {
     const SoundFileReader sound(path);
-    std::printf("%s\n", path.c_str());
+    std::printf("%s\n", PrintableText(path.string()).c_str());
     Line("container", NameOfFormat(sound.FileFormat() & SF_FORMAT_TYPEMASK));
     Line("samples", NameOfFormat(sound.FileFormat() & SF_FORMAT_SUBMASK) + ", " + std::to_string(sound.Channels()) +
                         (sound.Channels() == 1 ? " channel, " : " channels, ") + std::to_string(sound.Rate()) + " Hz");
@@ -71,15 +70,17 @@ void Show(const std::filesystem::path& path)
     if (!sound.Loss().empty()) {
         Line("note", std::string(sound.Loss()));
     }
-    if (const std::uint64_t missing = MissingBytes(path); missing != 0) {
-        Line("truncated", std::to_string(missing) + " bytes of samples are missing");
+    if (sound.Length().isTruncated) {
+        const std::uint64_t missing = sound.Length().missingBytes;
+        Line("truncated", missing == 0 ? "the last part of the sound is missing"
+                                       : std::to_string(missing) + " bytes of samples are missing");
     }
     for (const Tag& tag : sound.Tags()) {
         Line(tag.name, tag.text);
     }
 }
 
-void ShowJson(const std::filesystem::path& path)
+std::string InfoJson(const std::filesystem::path& path)
 {
     const SoundFileReader sound(path);
     std::string tags;
@@ -90,15 +91,17 @@ void ShowJson(const std::filesystem::path& path)
     for (std::size_t at = commands.find(", "); at != std::string::npos; at = commands.find(", ", at + 4)) {
         commands.replace(at, 2, "\", \"");
     }
-    const std::string frames = sound.IsStream() ? "null" : std::to_string(sound.Frames());
-    std::printf("{\"file\": %s, \"container\": %s, \"samples\": %s,\n"
-                " \"channels\": %u, \"rate\": %u, \"frames\": %s, \"format\": \"%s\",\n"
-                " \"missing_bytes\": %llu, \"commands\": [%s], \"tags\": {%s}}",
-                JsonString(path.string()).c_str(),
-                JsonString(NameOfFormat(sound.FileFormat() & SF_FORMAT_TYPEMASK)).c_str(),
-                JsonString(NameOfFormat(sound.FileFormat() & SF_FORMAT_SUBMASK)).c_str(), sound.Channels(),
-                sound.Rate(), frames.c_str(), std::string(NameOf(sound.Format())).c_str(),
-                static_cast<unsigned long long>(MissingBytes(path)), commands.c_str(), tags.c_str());
+    const auto number = [](auto value) { return std::to_string(value); };
+    const LengthCheck& length = sound.Length();
+    return "{\"file\": " + JsonString(path.string()) +
+           ", \"container\": " + JsonString(NameOfFormat(sound.FileFormat() & SF_FORMAT_TYPEMASK)) +
+           ", \"samples\": " + JsonString(NameOfFormat(sound.FileFormat() & SF_FORMAT_SUBMASK)) +
+           ",\n \"channels\": " + number(sound.Channels()) + ", \"rate\": " + number(sound.Rate()) +
+           ", \"frames\": " + (sound.IsLengthKnown() ? number(sound.Frames()) : "null") +
+           ", \"format\": " + JsonString(std::string(NameOf(sound.Format()))) +
+           ",\n \"truncated\": " + (length.isTruncated ? "true" : "false") +
+           ", \"missing_bytes\": " + number(length.missingBytes) + ", \"commands\": [" + commands + "], \"tags\": {" +
+           tags + "}}";
 }
 
 void ShowModule(const Context& context)
@@ -117,10 +120,8 @@ int ShowFiles(const InfoOptions& options)
     for (const auto& file : options.files) {
         try {
             if (options.json) {
-                const SoundFileReader readable(file); // fails before anything is printed
-                std::fputs(separator, stdout);
+                std::fputs((separator + InfoJson(file)).c_str(), stdout);
                 separator = ",\n";
-                ShowJson(file);
             } else {
                 Show(file);
             }

@@ -33,14 +33,14 @@ std::uint32_t InputSet::Channels() const
 
 bool InputSet::IsLengthKnown() const
 {
-    return std::ranges::none_of(inputs_, [](const Input& input) { return input.sound->IsStream(); });
+    return std::ranges::all_of(inputs_, [](const Input& input) { return input.sound->IsLengthKnown(); });
 }
 
 sf_count_t InputSet::Frames() const
 {
     sf_count_t frames = 0;
     for (const Input& input : inputs_) {
-        if (input.sound->IsStream()) {
+        if (!input.sound->IsLengthKnown()) {
             return 0;
         }
         frames = std::max(frames, input.sound->Frames());
@@ -89,6 +89,7 @@ void InputSet::ReportLoss(const Context& context) const
     }
     for (const Input& input : inputs_) {
         input.sound->ReportLoss(context);
+        input.sound->ReportEnd(context);
         input.overloads->Report();
         if (const sf_count_t missing = longest - input.feed->TotalFrames(); missing != 0) {
             context.Note(input.sound->Path().string() + ": continued with " + std::to_string(missing) +

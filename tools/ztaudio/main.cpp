@@ -7,12 +7,26 @@
 #include <exception>
 #include <string>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 int RunCommand(const PrintText& print, const Context& /*context*/)
 {
     std::fputs(print.text.c_str(), stdout);
     return 0;
+}
+
+/// Opens the standard files that are closed, so that no other file gets their descriptors. Reading from them and
+/// writing to them fails, as if they were closed.
+void ReserveStandardFiles()
+{
+    for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(file, F_GETFD) < 0) { // the next file gets the lowest free descriptor
+            open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
 }
 
 int Run(int argc, char** argv)
@@ -28,6 +42,7 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    ReserveStandardFiles();
     InstallSignalHandlers();
     try {
         return Run(argc, argv);

@@ -128,20 +128,19 @@ void RequireMuxInputs(const InputSet& inputs)
     }
 }
 
-SampleFormat OutputFormat(const MuxOptions& options, const InputSet& inputs, const Context& context)
+SampleFormat OutputFormat(const MuxOptions& options, const InputSet& inputs)
 {
     if (!options.format.empty()) {
         return ParseSampleFormat(options.format).value();
     }
-    return options.gains.empty() ? inputs.CommonFormat() : ScaledFormat(inputs.CommonFormat(), context);
+    return options.gains.empty() ? inputs.CommonFormat() : SampleFormat::Pcm24In32;
 }
 
 /// The gains of the options, lowered if --guard requires it; none if there is nothing to apply.
-Gains MakeGains(const MuxOptions& options, const InputSet& inputs, const Context& context)
+Gains MakeGains(const MuxOptions& options, const InputSet& inputs)
 {
     const sf_count_t frames = inputs.IsLengthKnown() ? inputs.Frames() : kUnknownFrames;
     Gains gains(options.gains, inputs.Channels(), frames);
-    gains.NoteSilence(context);
     if (!options.guard) {
         return gains;
     }
@@ -160,8 +159,8 @@ void Mux(const MuxOptions& options, const Context& context)
     }
     InputSet inputs(options.in, options.out, options.overload, options.files.input);
     RequireMuxInputs(inputs);
-    Gains gains = MakeGains(options, inputs, context);
-    const SampleFormat to = OutputFormat(options, inputs, context);
+    Gains gains = MakeGains(options, inputs);
+    const SampleFormat to = OutputFormat(options, inputs);
     const SampleFormat format = gains.HasAny() ? SampleFormat::Pcm24In32 : to;
     EngineSession engine(context);
     inputs.Begin(engine, format);
@@ -171,6 +170,10 @@ void Mux(const MuxOptions& options, const Context& context)
     Conversion conversion(engine, format, to, channels, kBlockFrames, false, none);
     SoundFileWriter out(options.out, OutputFor(options.files, options.overload), to, channels, inputs.Rate(),
                         inputs.Frames(), false);
+    gains.NoteSilence(context);
+    if (!options.gains.empty() && options.format.empty()) {
+        NoteScaledFormat(inputs.CommonFormat(), context);
+    }
     NoteAdaptation(inputs.Sound(0), inputs.Sound(0).Path().string(), context);
 
     Progress progress(context, options.out.filename().string(), inputs.Frames(), inputs.Rate());

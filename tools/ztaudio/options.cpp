@@ -8,6 +8,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <map>
+#include <optional>
+
 namespace {
 
 constexpr std::int64_t kMaxBlockFrames = 192000;
@@ -18,6 +21,14 @@ constexpr const char* kGainHelp =
     "sample frame to the last, linear in the factor; each frame gets the nearest multiple of 1/4096. Results saturate\n"
     "at 24 bits, and lower bits are dropped. Channels are numbered from 1. The last of several gains for a channel\n"
     "applies.";
+
+std::optional<OverloadPolicy> ParseOverloadPolicy(const std::string& name)
+{
+    static const std::map<std::string, OverloadPolicy> policies = {
+        {"clip", OverloadPolicy::Clip}, {"wrap", OverloadPolicy::Wrap}, {"fail", OverloadPolicy::Fail}};
+    const auto policy = policies.find(name);
+    return policy == policies.end() ? std::nullopt : std::optional(policy->second);
+}
 
 /// The commands with one input and one output, which can be run for several inputs.
 template <typename Options>
@@ -112,7 +123,8 @@ Parser::Parser()
         &Parser::DefineInfo);
     Add("convert", "Copy a sound file, converting its sample format",
         "Conversions neither round nor dither. Samples beyond full scale are counted. An existing OUT is replaced\n"
-        "when the new file is complete, and is unchanged if anything fails.\n"
+        "when the new file is complete, and is unchanged if anything fails. A pipe of WAV, AU, CAF, FLAC, Ogg, MPEG\n"
+        "or raw samples is read in constant memory; other containers are copied to a temporary file first.\n"
         "\n"
         "Examples:\n"
         "  ztaudio convert speech.wav speech.flac\n"
@@ -306,13 +318,14 @@ void Parser::AddBlock(CLI::App& command, std::int64_t& block)
 
 void Parser::AddOverload(CLI::App& command, OverloadPolicy& overload)
 {
-    static const std::map<std::string, OverloadPolicy> policies = {
-        {"clip", OverloadPolicy::Clip}, {"wrap", OverloadPolicy::Wrap}, {"fail", OverloadPolicy::Fail}};
     command
-        .add_option("--overload", overload,
-                    "samples beyond full scale: clip (default), wrap as the engine does, or fail")
+        .add_option_function<std::string>(
+            "--overload", [&overload](const std::string& name) { overload = ParseOverloadPolicy(name).value(); },
+            "samples beyond full scale: clip (default), wrap as the engine does, or fail")
         ->type_name("POLICY")
-        ->transform(CLI::CheckedTransformer(policies).description(""));
+        ->check([](const std::string& name) -> std::string {
+            return ParseOverloadPolicy(name) ? "" : name + " is no policy: clip, wrap or fail";
+        });
 }
 
 void Parser::AddGuard(CLI::App& command, bool& guard)
@@ -346,7 +359,9 @@ void Parser::AddPipes(CLI::App& command, FileOptions& files)
 
 void Parser::AddInputFormat(CLI::App& command, InputOptions& input)
 {
-    command.add_option("--input-format", input.format, "wav, flac, au or raw (default: recognized)")
+    command
+        .add_option("--input-format", input.format,
+                    "reject an input that is not wav, flac, au or raw (default: recognize every format)")
         ->type_name("NAME")
         ->check(CLI::IsMember({"wav", "flac", "au", "raw"}).description(""));
     command.add_option("--raw", input.raw, "the input is raw: 16, 24in32, 24in24 or float; little-endian")

@@ -114,9 +114,8 @@ void Split(const SplitOptions& options, const Context& context)
     for (std::size_t i = 0; i < count; ++i) {
         RequireOtherFile(options.in, NumberedPath(options.pattern, i + 1));
     }
-    const SampleFormat to = options.gains.empty() ? in.Format() : ScaledFormat(in.Format(), context);
-    Gains gains(options.gains, in.Channels(), in.IsStream() ? kUnknownFrames : in.Frames());
-    gains.NoteSilence(context);
+    const SampleFormat to = options.gains.empty() ? in.Format() : SampleFormat::Pcm24In32;
+    Gains gains(options.gains, in.Channels(), in.IsLengthKnown() ? in.Frames() : kUnknownFrames);
     if (options.guard && gains.HasAny()) { // without gains, samples are copied
         LowerGains(in.Path().string(), {options.in}, options.files.input, gains);
     }
@@ -131,6 +130,10 @@ void Split(const SplitOptions& options, const Context& context)
         outputs.back()->CopyTags(in);
     }
     in.ReportLoss(context);
+    gains.NoteSilence(context);
+    if (gains.HasAny()) {
+        NoteScaledFormat(in.Format(), context);
+    }
     NoteAdaptation(in, in.Path().string(), context);
 
     Progress progress(context, in.Path().filename().string(), in.Frames(), in.Rate());
@@ -151,6 +154,7 @@ void Split(const SplitOptions& options, const Context& context)
     CheckInterruption();
     SoundFileWriter::Commit(outputs);
     progress.Finish();
+    in.ReportEnd(context);
     overloads.Report();
 }
 

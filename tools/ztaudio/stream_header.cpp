@@ -3,13 +3,26 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
+#include <cmath>
 
 namespace {
 
 constexpr std::uint32_t kOpenSize = 0xFFFFFFFF;
+constexpr std::uint64_t kMaxSize64 = std::uint64_t{1} << 62; // larger ones mean: until the end
 constexpr std::size_t kMaxHeaderBytes = 1 << 20;
 constexpr std::size_t kMaxFormatBytes = 4096;
+constexpr std::uint32_t kMaxRate = 10000000;
+
+std::uint64_t Little64(const std::string& bytes, std::size_t at)
+{
+    std::uint64_t value = 0;
+    for (std::size_t i = 8; i-- > 0;) {
+        value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
+    }
+    return value;
+}
 
 std::uint32_t Little(const std::string& bytes, std::size_t at, std::size_t count)
 {
@@ -27,6 +40,11 @@ std::uint32_t Big(const std::string& bytes, std::size_t at)
         value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
     }
     return value;
+}
+
+std::uint64_t Big64(const std::string& bytes, std::size_t at)
+{
+    return std::uint64_t{Big(bytes, at)} << 32 | Big(bytes, at + 4);
 }
 
 int WavSubtype(std::uint32_t tag, std::uint32_t bits)
@@ -61,7 +79,8 @@ std::optional<StreamFormat> ParseWavFormat(const std::string& chunk)
     }
     constexpr std::uint32_t kExtensible = 0xFFFE;
     std::uint32_t tag = Little(chunk, 0, 2);
-    if (tag == kExtensible && chunk.size() >= 26) {
+    const bool isExtensible = tag == kExtensible && chunk.size() >= 26;
+    if (isExtensible) {
         tag = Little(chunk, 24, 2);
     }
     const std::uint32_t bits = Little(chunk, 14, 2);
@@ -71,23 +90,28 @@ std::optional<StreamFormat> ParseWavFormat(const std::string& chunk)
     }
     StreamFormat format;
     format.format = SF_FORMAT_RAW | SF_ENDIAN_LITTLE | subtype;
+    format.container = isExtensible ? SF_FORMAT_WAVEX : SF_FORMAT_WAV;
     format.channels = Little(chunk, 2, 2);
     format.rate = Little(chunk, 4, 4);
     format.sampleBytes = bits / 8;
     return format;
 }
 
-bool IsChunkId(const std::string& header)
+// The size of the samples in the data chunk at `at`, none if they go to the end of the stream.
+std::optional<std::uint64_t> WavDataBytes(ByteStream& stream, std::size_t at, std::uint32_t size,
+                                          std::optional<std::uint64_t> longSize)
 {
-    return header.size() == 8 && std::ranges::all_of(header.substr(0, 4), [](char letter) {
-               return letter == ' ' || (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
-                      (letter >= 'a' && letter <= 'z') || letter == '_';
-           });
+    if (size == kOpenSize && longSize && *longSize != 0 && *longSize < kMaxSize64) {
+        return longSize;
+    }
+    const bool isOpen = size == kOpenSize || (size == 0 && !IsChunkId(stream.Peek(at, 8)));
+    return isOpen ? std::nullopt : std::optional<std::uint64_t>(size);
 }
 
 std::optional<StreamFormat> ParseWav(ByteStream& stream)
 {
     std::optional<StreamFormat> format;
+    std::optional<std::uint64_t> longSize; // of RF64
     for (std::size_t at = 12; at < kMaxHeaderBytes;) {
         const std::string header = stream.Peek(at, 8);
         if (header.size() < 8) {
@@ -100,11 +124,13 @@ std::optional<StreamFormat> ParseWav(ByteStream& stream)
                 return std::nullopt;
             }
             format->headerBytes = at;
-            const bool isOpen = size == kOpenSize || (size == 0 && !IsChunkId(stream.Peek(at, 8)));
-            if (!isOpen) {
-                format->soundBytes = size;
-            }
+            format->soundBytes = WavDataBytes(stream, at, size, longSize);
             return format;
+        }
+        if (header.starts_with("ds64")) {
+            if (const std::string sizes = stream.Peek(at, 16); sizes.size() == 16) {
+                longSize = Little64(sizes, 8);
+            }
         }
         if (header.starts_with("fmt ")) {
             format = ParseWavFormat(stream.Peek(at, std::min<std::size_t>(size, kMaxFormatBytes)));
@@ -134,6 +160,7 @@ std::optional<StreamFormat> ParseAu(ByteStream& stream)
     }
     StreamFormat format;
     format.format = SF_FORMAT_RAW | SF_ENDIAN_BIG | encoding->subtype;
+    format.container = SF_FORMAT_AU;
     format.channels = Big(header, 20);
     format.rate = Big(header, 16);
     format.sampleBytes = encoding->bytes;
@@ -144,9 +171,87 @@ std::optional<StreamFormat> ParseAu(ByteStream& stream)
     return format;
 }
 
+int CafSubtype(const std::string& description)
+{
+    constexpr std::uint32_t kIsFloat = 1;
+    const std::string codec = description.substr(8, 4);
+    const std::uint32_t flags = Big(description, 12);
+    const std::uint32_t bits = Big(description, 28);
+    if (codec != "lpcm") {
+        return codec == "alaw" ? SF_FORMAT_ALAW : codec == "ulaw" ? SF_FORMAT_ULAW : 0;
+    }
+    if ((flags & kIsFloat) != 0) {
+        return bits == 32 ? SF_FORMAT_FLOAT : bits == 64 ? SF_FORMAT_DOUBLE : 0;
+    }
+    switch (bits) {
+    case 8:
+        return SF_FORMAT_PCM_S8;
+    case 16:
+        return SF_FORMAT_PCM_16;
+    case 24:
+        return SF_FORMAT_PCM_24;
+    case 32:
+        return SF_FORMAT_PCM_32;
+    default:
+        return 0;
+    }
+}
+
+// The content of a "desc" chunk.
+std::optional<StreamFormat> ParseCafFormat(const std::string& chunk)
+{
+    constexpr std::uint32_t kIsLittleEndian = 2;
+    const int subtype = chunk.size() < 32 ? 0 : CafSubtype(chunk);
+    const std::uint32_t frameBytes = subtype == 0 ? 0 : Big(chunk, 16);
+    const std::uint32_t channels = subtype == 0 ? 0 : Big(chunk, 24);
+    if (channels == 0 || frameBytes % channels != 0 || frameBytes / channels != (Big(chunk, 28) + 7) / 8) {
+        return std::nullopt; // compressed, or with padding
+    }
+    const auto rate = std::bit_cast<double>(Big64(chunk, 0));
+    StreamFormat format;
+    format.format =
+        SF_FORMAT_RAW | subtype | ((Big(chunk, 12) & kIsLittleEndian) != 0 ? SF_ENDIAN_LITTLE : SF_ENDIAN_BIG);
+    format.container = SF_FORMAT_CAF;
+    format.channels = channels;
+    format.rate = rate >= 1 && rate <= kMaxRate ? static_cast<std::uint32_t>(std::lround(rate)) : 0;
+    format.sampleBytes = frameBytes / channels;
+    return format;
+}
+
+std::optional<StreamFormat> ParseCaf(ByteStream& stream)
+{
+    constexpr std::uint64_t kEditCountBytes = 4;
+    std::optional<StreamFormat> format;
+    for (std::size_t at = 8; at < kMaxHeaderBytes;) {
+        const std::string header = stream.Peek(at, 12);
+        if (header.size() < 12) {
+            return std::nullopt;
+        }
+        const std::uint64_t size = Big64(header, 4);
+        at += 12;
+        if (header.starts_with("data")) {
+            if (format) {
+                format->headerBytes = at + kEditCountBytes;
+                if (size >= kEditCountBytes && size < kMaxSize64) {
+                    format->soundBytes = size - kEditCountBytes;
+                }
+            }
+            return format;
+        }
+        if (header.starts_with("desc")) {
+            format = ParseCafFormat(stream.Peek(at, 32));
+        }
+        if (size > kMaxHeaderBytes) {
+            return std::nullopt;
+        }
+        at += static_cast<std::size_t>(size);
+    }
+    return std::nullopt;
+}
+
 bool IsSensible(const StreamFormat& format)
 {
-    return format.channels >= 1 && format.channels <= 1024 && format.rate >= 1 && format.rate <= 10000000;
+    return format.channels >= 1 && format.channels <= 1024 && format.rate >= 1 && format.rate <= kMaxRate;
 }
 
 } // namespace
@@ -155,12 +260,39 @@ std::optional<StreamFormat> ParseStreamHeader(ByteStream& stream)
 {
     const std::string head = stream.Peek(0, 12);
     std::optional<StreamFormat> format;
-    if (head.size() == 12 && head.starts_with("RIFF") && head.ends_with("WAVE")) {
+    const bool isRiff = head.starts_with("RIFF") || head.starts_with("RF64");
+    if (head.size() == 12 && isRiff && head.ends_with("WAVE")) {
         format = ParseWav(stream);
+        if (format && head.starts_with("RF64")) {
+            format->container = SF_FORMAT_RF64;
+        }
     } else if (head.starts_with(".snd")) {
         format = ParseAu(stream);
+    } else if (head.starts_with("caff")) {
+        format = ParseCaf(stream);
     }
     return format && IsSensible(*format) ? format : std::nullopt;
+}
+
+bool IsChunkId(const std::string& header)
+{
+    return header.size() == 8 && std::ranges::all_of(header.substr(0, 4), [](char letter) {
+               return letter == ' ' || (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
+                      (letter >= 'a' && letter <= 'z') || letter == '_';
+           });
+}
+
+bool IsMpeg(const std::string& head)
+{
+    constexpr unsigned kSync = 0xE0; // the upper bits of the second byte
+    return head.starts_with("ID3") || (head.size() >= 4 && static_cast<unsigned char>(head[0]) == 0xFF &&
+                                       (static_cast<unsigned char>(head[1]) & kSync) == kSync);
+}
+
+bool IsDecodedInOrder(ByteStream& stream)
+{
+    const std::string head = stream.Peek(0, 4);
+    return head == "fLaC" || head == "OggS" || IsMpeg(head);
 }
 
 std::optional<StreamFormat> ParseRawFormat(const std::string& text)
@@ -188,6 +320,7 @@ std::optional<StreamFormat> ParseRawFormat(const std::string& text)
     };
     StreamFormat format;
     format.format = SF_FORMAT_RAW | SF_ENDIAN_LITTLE | kind->subtype;
+    format.container = SF_FORMAT_RAW;
     format.sampleBytes = kind->bytes;
     format.clearsLowByte = kind->clearsLowByte;
     const bool isParsed = parse(comma + 1, second, format.rate) && parse(second + 1, text.size(), format.channels);

@@ -54,11 +54,19 @@ std::optional<Position> ParsePosition(const std::string& text)
 /// The end of a sound of unknown length.
 constexpr sf_count_t kToEnd = SF_COUNT_MAX;
 
-void RequireWithinFile(const SoundFileReader& in, sf_count_t to, sf_count_t frames)
+/// Throws Failure if the sound has no frames from `from` on, or if it ends before `to`.
+void RequireRange(const SoundFileReader& in, sf_count_t from, sf_count_t to, sf_count_t frames)
 {
-    if (to > frames) {
-        throw Failure(in.Path().string() + ": ends after " + std::to_string(frames) +
-                      " sample frames, before the end of the range at " + std::to_string(to));
+    const std::string ends = in.Path().string() + ": ends after " + std::to_string(frames) + " sample frames, before ";
+    if (to != kToEnd && to > frames) {
+        throw Failure(ends + "the end of the range at " + std::to_string(to));
+    }
+    if (to == kToEnd && from >= frames) {
+        throw Failure(in.Path().string() + ": has " + std::to_string(frames) +
+                      " sample frames: nothing to copy from sample frame " + std::to_string(from) + " on");
+    }
+    if (from >= to) {
+        throw Failure("nothing to copy from sample frame " + std::to_string(from) + " to " + std::to_string(to));
     }
 }
 
@@ -69,11 +77,10 @@ void Trim(const TrimOptions& options, const Context& context)
     RequireChannels(in, in.Path().string());
     RequireOtherFile(options.in, options.out);
     const sf_count_t from = ParsePosition(options.from).value().Frame(in.Rate());
-    const sf_count_t end = in.IsStream() ? kToEnd : in.Frames();
-    const sf_count_t to = options.to.empty() ? end : ParsePosition(options.to).value().Frame(in.Rate());
-    RequireWithinFile(in, to, end);
-    if (from >= to) {
-        throw Failure("nothing to copy from sample frame " + std::to_string(from) + " to " + std::to_string(to));
+    sf_count_t to = options.to.empty() ? kToEnd : ParsePosition(options.to).value().Frame(in.Rate());
+    RequireRange(in, from, to, in.IsLengthKnown() ? in.Frames() : kToEnd);
+    if (to == kToEnd && in.IsLengthKnown()) {
+        to = in.Frames();
     }
     EngineSession engine(context);
     // The copy depends neither on the rate nor on the number of channels.
@@ -102,15 +109,13 @@ void Trim(const TrimOptions& options, const Context& context)
         }
         progress.Advance(block.frames);
     }
-    if (done < to && to != kToEnd) { // a stream that ended early
-        RequireWithinFile(in, to, done);
-    }
-    if (done <= from) {
-        throw Failure("nothing to copy from sample frame " + std::to_string(from) + " to " + std::to_string(done));
+    if (done < to) { // the length was not known
+        RequireRange(in, from, to, done);
     }
     CheckInterruption();
     out.Commit();
     progress.Finish();
+    in.ReportEnd(context);
 }
 
 } // namespace

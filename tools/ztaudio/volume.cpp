@@ -25,9 +25,8 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
     RequireChannels(in, name);
     RequireOtherFile(options.in, options.out);
     const SampleFormat to =
-        options.format.empty() ? ScaledFormat(in.Format(), context) : ParseSampleFormat(options.format).value();
-    Gains gains(options.gains, in.Channels(), in.IsStream() ? kUnknownFrames : in.Frames());
-    gains.NoteSilence(context);
+        options.format.empty() ? SampleFormat::Pcm24In32 : ParseSampleFormat(options.format).value();
+    Gains gains(options.gains, in.Channels(), in.IsLengthKnown() ? in.Frames() : kUnknownFrames);
     RunReport report(options.json);
     if (options.guard) {
         report.SetGuard(LowerGains(name, {options.in}, options.files.input, gains));
@@ -41,6 +40,10 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
                         in.Frames(), IsExtensible(in));
     out.CopyTags(in);
     in.ReportLoss(context);
+    gains.NoteSilence(context);
+    if (options.format.empty()) {
+        NoteScaledFormat(in.Format(), context);
+    }
     NoteAdaptation(in, name, context);
 
     Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
@@ -61,6 +64,7 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
     CheckInterruption();
     out.Commit();
     progress.Finish();
+    in.ReportEnd(context);
     overloads.Report();
     report.Print(name, in, options.out.string(), to, in.Rate(), overloads);
 }

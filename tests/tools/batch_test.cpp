@@ -5,6 +5,8 @@
 #include <csignal>
 #include <map>
 
+#include <sys/stat.h>
+
 namespace {
 
 class Batch : public CommandTest {
@@ -225,6 +227,36 @@ TEST_F(Batch, ShowsOneProgressLineOnATerminal)
     }
     const RunResult quiet = RunTool(Joined({"--quiet"}, arguments), {.terminal = true});
     EXPECT_EQ(quiet.errors, "");
+}
+
+TEST_F(Batch, LosesOnlyTheFileOfAProcessThatIsKilled)
+{
+    auto in = WriteFiles(5, 3000);
+    in[2] = File("pipe.wav"); // nothing writes to it, so that its process waits
+    ASSERT_EQ(mkfifo(in[2].c_str(), 0600), 0);
+    for (const std::string jobs : {"1", "2", "5"}) {
+        SCOPED_TRACE(jobs);
+        const RunResult run = RunTool(Joined({"convert", "--jobs", jobs, "-o", pattern_}, in), {.killedReader = in[2]});
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.errors, "ztaudio: 1 of 5 files failed:\nztaudio: " + in[2] + ": ended by signal 9\n");
+        for (const std::string name : {"in1.wav", "in2.wav", "in4.wav", "in5.wav"}) {
+            ExpectSame(ReadSound(File("out/" + name)), ReadSound(File(name)));
+            std::filesystem::remove(File("out/" + name));
+        }
+        EXPECT_TRUE(std::filesystem::is_empty(File("out")));
+    }
+}
+
+// A process that writes when it is killed leaves nothing of its output.
+TEST_F(Batch, LeavesNothingOfAProcessThatIsKilled)
+{
+    const auto in = WriteFiles(2, 48000 * 60L);
+    const RunResult run =
+        RunTool(Joined({"convert", "--jobs", "2", "-o", pattern_, "--block", "1"}, in), {.killedReader = in[0]});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.errors, "ztaudio: 1 of 2 files failed:\nztaudio: " + in[0] + ": ended by signal 9\n");
+    std::filesystem::remove(File("out/in2.wav"));
+    EXPECT_TRUE(std::filesystem::is_empty(File("out")));
 }
 
 TEST_F(Batch, LeavesNothingUnfinishedIfItIsInterrupted)

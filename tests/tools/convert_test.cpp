@@ -330,6 +330,24 @@ TEST_F(Convert, LeavesNothingButItsOutput)
     EXPECT_EQ(names, (std::vector<std::string>{"in.wav", "out.wav"}));
 }
 
+TEST_F(Convert, RejectsAnEmptySoundWhereAContainerCannotHoldIt)
+{
+    WriteSound(in_, Noise(SF_FORMAT_PCM_16, 1, 0));
+    for (const auto& [extension, name] :
+         {std::pair("flac", "FLAC"), std::pair("opus", "Opus"), std::pair("mp3", "MP3")}) {
+        const std::string out = folder_.File(std::string("out.") + extension);
+        const RunResult run = RunTool({"convert", in_, out});
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.errors, "ztaudio: " + out + ": " + name + " cannot hold a sound without sample frames\n");
+        EXPECT_FALSE(std::filesystem::exists(out));
+    }
+    for (const std::string extension : {"wav", "w64", "rf64", "aiff", "au", "caf", "ogg"}) {
+        const std::string out = folder_.File("out." + extension);
+        EXPECT_EQ(RunTool({"convert", in_, out}).exitCode, 0);
+        EXPECT_NE(RunTool({"info", out}).output.find("  length     "), std::string::npos);
+    }
+}
+
 // The engine's pool takes 25 MB; the samples of the file take 23 MB as they come in and 46 MB as they go out.
 TEST_F(Convert, NeedsNoMoreMemoryForALongFile)
 {

@@ -36,6 +36,19 @@ TEST_F(JsonReport, OfInfoListsTheFiles)
     EXPECT_EQ(json[0]["commands"], Json({"convert", "trim", "volume", "mux", "split", "resample", "analyze"}));
 }
 
+TEST_F(JsonReport, IsValidForNamesOfEveryEncoding)
+{
+    const std::vector<std::pair<std::string, std::string>> names = {
+        {"\xC3\xA9\n.wav", "\xC3\xA9\n.wav"},
+        {"\xE9t\xE9.wav", "\xEF\xBF\xBDt\xEF\xBF\xBD.wav"},
+        {"\xE2\x82\xAC\xF0\x9F\x8E\xB5.wav", "\xE2\x82\xAC\xF0\x9F\x8E\xB5.wav"},
+        {"\xE2\x82.wav", "\xEF\xBF\xBD\xEF\xBF\xBD.wav"}};
+    for (const auto& [name, printed] : names) {
+        const std::string in = Write(name, Noise(SF_FORMAT_PCM_16, 1, 10));
+        EXPECT_EQ(Printed({"info", "--json", in})[0]["file"], File(printed));
+    }
+}
+
 TEST_F(JsonReport, OfConvertHasCountsAndLevels)
 {
     const std::string in = Write("in.wav", Floats({0.5F, -0.5F, 0.5F, -2.0F}, 2));

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <poll.h>
 #include <pty.h>
 #include <sys/resource.h>
@@ -73,14 +75,40 @@ void Collect(int output, int errors, RunResult& result)
     }
 }
 
-bool HoldsTemporary(const std::string& folder)
+using IsSearched = std::function<bool(const std::string& file)>;
+
+/// Returns the process or one of its children that has such a file open, 0 if there is none.
+pid_t FindProcess(pid_t process, const IsSearched& isSearched)
 {
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().filename().string().starts_with(".ztaudio-")) {
-            return true;
+    const std::string status = "/proc/" + std::to_string(process);
+    std::error_code error; // the process may end
+    for (std::filesystem::directory_iterator entry(status + "/fd", error), end; !error && entry != end;
+         entry.increment(error)) {
+        std::error_code closed;
+        if (isSearched(std::filesystem::read_symlink(entry->path(), closed).string())) {
+            return process;
         }
     }
-    return false;
+    std::ifstream children(status + "/task/" + std::to_string(process) + "/children");
+    for (pid_t child = 0; children >> child;) {
+        if (const pid_t found = FindProcess(child, isSearched); found != 0) {
+            return found;
+        }
+    }
+    return 0;
+}
+
+/// Waits until the process or one of its children opens such a file. Kills the process if that takes too long.
+pid_t WaitForProcess(pid_t process, const IsSearched& isSearched)
+{
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (std::chrono::steady_clock::now() < giveUp) {
+        if (const pid_t found = FindProcess(process, isSearched); found != 0) {
+            return found;
+        }
+    }
+    ADD_FAILURE() << "no process opened the file";
+    return process;
 }
 
 } // namespace
@@ -122,10 +150,15 @@ RunResult RunTool(const std::vector<std::string>& arguments, const RunOptions& o
     close(output[1]);
     close(errors[1]);
     if (options.signalAtFirstTemporary != 0) {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!HoldsTemporary(options.watchedFolder) && std::chrono::steady_clock::now() < giveUp) {
-        }
+        const std::string& folder = options.watchedFolder;
+        WaitForProcess(child, [&folder](const std::string& file) { // without a name, or with a temporary one
+            return file.starts_with(folder + "/#") || file.starts_with(folder + "/.ztaudio-");
+        });
         kill(child, options.signalAtFirstTemporary);
+    }
+    if (!options.killedReader.empty()) {
+        kill(WaitForProcess(child, [&options](const std::string& file) { return file == options.killedReader; }),
+             SIGKILL);
     }
     RunResult result;
     Collect(output[0], errors[0], result);

@@ -14,8 +14,9 @@ struct RunOptions {
     std::string program = {};                                          ///< another copy of the tool
     bool terminal = false;                                             ///< standard error is a terminal
     unsigned short columns = 100;                                      ///< of the terminal
-    int signalAtFirstTemporary = 0; ///< sent as soon as the tool has a temporary file in `watchedFolder`
+    int signalAtFirstTemporary = 0; ///< sent as soon as the tool has an unfinished output in `watchedFolder`
     std::string watchedFolder = {};
+    std::string killedReader = {}; ///< the child of the tool that opens this file is killed
 };
 
 struct RunResult {

@@ -57,6 +57,36 @@ std::int64_t WriteAll(int file, const std::byte* data, std::int64_t bytes, int& 
     return written;
 }
 
+std::string DescriptorPath(int file)
+{
+    return "/proc/self/fd/" + std::to_string(file);
+}
+
+// A file that the system removes if the program ends before it gets a name. Returns -1 if that is not possible here.
+int OpenUnnamedFile(const std::filesystem::path& folder)
+{
+    const int file = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (file >= 0 && access(DescriptorPath(file).c_str(), F_OK) != 0) { // it could not get a name later
+        close(file);
+        return -1;
+    }
+    return file;
+}
+
+// Gives the file a temporary name. Returns an empty path, and sets errno, if that fails.
+std::filesystem::path LinkUnnamedFile(int file, const std::filesystem::path& folder)
+{
+    for (int number = 0;; ++number) {
+        const auto name = folder / (".ztaudio-" + std::to_string(getpid()) + "-" + std::to_string(number));
+        if (linkat(AT_FDCWD, DescriptorPath(file).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+            return name;
+        }
+        if (errno != EEXIST) {
+            return {};
+        }
+    }
+}
+
 std::int64_t FileLength(int file)
 {
     struct stat status = {};
@@ -128,12 +158,15 @@ OutputFile::OutputFile(const std::filesystem::path& target, ExistingOutput exist
         throw CannotWrite(target, errno);
     }
     target_ = FollowLinks(target); // a link stays a link
-    std::string pattern = (target_.parent_path() / ".ztaudio-XXXXXX").string();
-    file_ = mkostemp(pattern.data(), O_CLOEXEC);
+    file_ = OpenUnnamedFile(target_.parent_path());
     if (file_ < 0) {
-        throw CannotWrite(target, errno);
+        std::string pattern = (target_.parent_path() / ".ztaudio-XXXXXX").string();
+        file_ = mkostemp(pattern.data(), O_CLOEXEC);
+        if (file_ < 0) {
+            throw CannotWrite(target, errno);
+        }
+        temporary_ = pattern;
     }
-    temporary_ = pattern;
     fchmod(file_, AccessRights(target_));
 }
 
@@ -180,6 +213,12 @@ void OutputFile::RequireWritten() const
 void OutputFile::Close()
 {
     RequireWritten();
+    if (temporary_.empty()) {
+        temporary_ = LinkUnnamedFile(file_, target_.parent_path());
+        if (temporary_.empty()) {
+            throw CannotWrite(target_, errno);
+        }
+    }
     if (close(std::exchange(file_, -1)) != 0) {
         throw CannotWrite(target_, errno);
     }

@@ -50,9 +50,9 @@ enum class ExistingOutput {
     Refuse,  ///< nothing
 };
 
-/// A file that is written under a temporary name in the folder of its target and gets the target's name at the end.
-/// Until then an existing target is unchanged; if the object is destroyed before the end, the temporary file is
-/// removed.
+/// A file that is written without a name in the folder of its target and gets the target's name at the end. Until then
+/// an existing target is unchanged; if the program ends before, nothing is left of the file. Where the file system has
+/// no files without names, the file has a temporary one, and the object removes it if it is destroyed before the end.
 class OutputFile : public OutputTarget {
 public:
     /// Throws Failure if the target is not a regular file, or its user may not write it or its folder.
@@ -72,7 +72,7 @@ private:
     bool Exchange() const noexcept;
 
     std::filesystem::path target_;
-    std::filesystem::path temporary_; ///< after an exchange the former target
+    std::filesystem::path temporary_; ///< empty for a file without a name; after an exchange the former target
     ExistingOutput existing_;
     bool exchanged_ = false;
     bool created_ = false; ///< published where there was no file

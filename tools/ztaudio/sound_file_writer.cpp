@@ -22,6 +22,7 @@ struct Container {
     std::string_view name;
     int format;
     std::uint64_t limit; ///< bytes of samples
+    bool canBeEmpty = true;
 };
 
 constexpr Container kContainers[] = {
@@ -30,12 +31,12 @@ constexpr Container kContainers[] = {
     {".rf64", "RF64", SF_FORMAT_RF64, kNoLimit},
     {".aiff", "AIFF", SF_FORMAT_AIFF, kLimit32},
     {".aif", "AIFF", SF_FORMAT_AIFF, kLimit32},
-    {".flac", "FLAC", SF_FORMAT_FLAC, kNoLimit},
+    {".flac", "FLAC", SF_FORMAT_FLAC, kNoLimit, false},
     {".au", "AU", SF_FORMAT_AU, kLimit32},
     {".caf", "CAF", SF_FORMAT_CAF, kNoLimit},
     {".ogg", "Ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, kNoLimit},
-    {".opus", "Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, kNoLimit},
-    {".mp3", "MP3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, kNoLimit},
+    {".opus", "Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, kNoLimit, false},
+    {".mp3", "MP3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, kNoLimit, false},
     {".raw", "raw", SF_FORMAT_RAW, kNoLimit},
 };
 
@@ -122,6 +123,10 @@ SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const Output
                       zta::host::FormatName(WaveFormat(format, channels, rate)));
     }
     RequireCapacity(expectedFrames);
+    if (!container.canBeEmpty) {
+        emptyFailure_ =
+            path_.string() + ": " + std::string(container.name) + " cannot hold a sound without sample frames";
+    }
     if (isPipe && options.isSpooled) {
         target_ = std::make_unique<SpooledOutput>();
     } else if (isPipe) {
@@ -270,6 +275,9 @@ void SoundFileWriter::Commit()
 void SoundFileWriter::Close()
 {
     WritePending();
+    if (framesTaken_ == 0 && !emptyFailure_.empty()) {
+        throw Failure(emptyFailure_);
+    }
     if (encoder_) {
         encoder_->Finish();
     }

@@ -69,6 +69,7 @@ private:
     std::size_t samplesPerFrame_;
     std::uint64_t limit_;
     sf_count_t framesTaken_ = 0;
+    std::string emptyFailure_; ///< the message if no frames are written; empty if that is no failure
     std::vector<std::byte> pending_;
     std::vector<int> unpacked_;
     std::unique_ptr<OutputTarget> target_;

@@ -36,10 +36,10 @@ TEST_F(AnalyzePeer, AgreesWithSoxOnLevelsPeaksAndOffset)
     // No component near half the rate, where the interpolation filters of programs differ.
     const Sound noise = Noise(SF_FORMAT_PCM_16, 1, 50001);
     Sound quiet = noise;
-    std::fill_n(quiet.words.begin(), 3, 1000);
-    for (std::size_t i = 3; i < quiet.words.size(); ++i) {
-        const auto sample = [&](std::size_t distance) { return noise.words[i - distance]; };
-        quiet.words[i] = (sample(0) + 3 * sample(1) + 3 * sample(2) + sample(3)) / 32 + 1000;
+    std::fill_n(quiet.samples.begin(), 3, 1000);
+    for (std::size_t i = 3; i < quiet.samples.size(); ++i) {
+        const auto sample = [&](std::size_t distance) { return noise.samples[i - distance]; };
+        quiet.samples[i] = (sample(0) + 3 * sample(1) + 3 * sample(2) + sample(3)) / 32 + 1000;
     }
     for (const Sound& sound : {quiet, Tone(997, -6, 30000), Tone(15000, -3, 30001)}) {
         const std::string in = Write("in.wav", sound);

@@ -29,7 +29,7 @@ Sound Floats(const std::vector<double>& samples, int rate = 48000)
 {
     Sound sound{SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, rate, {}};
     for (const double sample : samples) {
-        sound.words.push_back(std::bit_cast<std::int32_t>(static_cast<float>(sample)));
+        sound.samples.push_back(std::bit_cast<std::int32_t>(static_cast<float>(sample)));
     }
     return sound;
 }
@@ -121,7 +121,7 @@ TEST_F(Analyze, ExcludesTheOffsetFromTheNoise)
 
 TEST_F(Analyze, FindsNoToneInNoiseAndSilence)
 {
-    for (const Sound& sound : {Noise(SF_FORMAT_PCM_16, 1, 100000), Sound{.words = std::vector<std::int32_t>(100000)},
+    for (const Sound& sound : {Noise(SF_FORMAT_PCM_16, 1, 100000), Sound{.samples = std::vector<std::int32_t>(100000)},
                                Noise(SF_FORMAT_PCM_16, 1, 0), Noise(SF_FORMAT_PCM_16, 1, 1), Tone(1000, -1, 31)}) {
         EXPECT_FALSE(Of(sound).contains("frequency_hz"));
     }
@@ -151,8 +151,8 @@ TEST_F(Analyze, ReportsTheDifferenceFromAReference)
     Sound sound = Tone(997, -1, 10000);
     const std::string reference = Write("reference.wav", sound);
     EXPECT_FALSE(Of(sound, {"--reference", reference}).contains("difference_level_dbfs")); // of equal sounds: no level
-    for (std::int32_t& word : sound.words) {
-        word += 2;
+    for (std::int32_t& sample : sound.samples) {
+        sample += 2;
     }
     const Figures figures = Of(sound, {"--reference", reference});
     EXPECT_NEAR(figures.at("difference_level_dbfs"), -84.288, 0.001);
@@ -242,7 +242,7 @@ TEST_F(Analyze, ReportsTruePeakAndLoudness)
     std::vector<double> samples(48000 * 5);
     AddSine(samples, 997, std::pow(10, -23.0 / 20));
     const Sound mono = Floats(samples);
-    const Figures figures = Of({mono.format, 2, 48000, Interleaved({mono, mono}).words});
+    const Figures figures = Of({mono.format, 2, 48000, Interleaved({mono, mono}).samples});
     EXPECT_NEAR(figures.at("integrated_lufs"), -23, 0.05);
     EXPECT_NEAR(figures.at("range_lu"), 0, 0.05);
     EXPECT_NEAR(figures.at("true_peak_dbfs"), -23, 0.05);

@@ -1,4 +1,4 @@
-/// What the tests of the commands share: a folder, files in it, and the tool's last run.
+/// The fixture of the commands' tests: a folder, files in it, and the last run of the tool.
 #pragma once
 
 #include "testing/temp_directory.h"
@@ -6,6 +6,16 @@
 #include "tests/tools/sounds.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+
+/// The arguments followed by more.
+inline std::vector<std::string> Joined(std::vector<std::string> first, const std::vector<std::string>& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
 
 class CommandTest : public ::testing::Test {
 protected:
@@ -30,10 +40,32 @@ protected:
     /// Runs the tool, which must succeed; `more` follows `arguments`.
     void Run(std::vector<std::string> arguments, const std::vector<std::string>& more = {})
     {
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        last_ = RunTool(arguments);
+        last_ = RunTool(Joined(std::move(arguments), more));
         EXPECT_EQ(last_.exitCode, 0) << last_.errors;
         EXPECT_EQ(last_.output, "");
+    }
+
+    /// The names and bytes of all files in the folder.
+    std::map<std::string, std::string> Content() const
+    {
+        std::map<std::string, std::string> content;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.Path())) {
+            content[entry.path()] = entry.is_regular_file() ? ReadTextFile(entry.path()) : "";
+        }
+        return content;
+    }
+
+    /// Runs the tool, which must fail, print one line, and change no file. Returns the line.
+    std::string Fails(const std::vector<std::string>& arguments, int exitCode = 1, const RunOptions& options = {}) const
+    {
+        const auto before = Content();
+        const RunResult run = RunTool(arguments, options);
+        EXPECT_EQ(run.exitCode, exitCode) << "signal " << run.signal;
+        EXPECT_EQ(run.output, "");
+        EXPECT_EQ(std::ranges::count(run.errors, '\n'), 1) << run.errors;
+        EXPECT_TRUE(run.errors.starts_with("ztaudio: ") && run.errors.ends_with('\n')) << run.errors;
+        EXPECT_TRUE(Content() == before) << "a file has changed, come or gone";
+        return run.errors;
     }
 
     TempDirectory folder_;

@@ -42,7 +42,7 @@ TEST(Version, NamesToolAndModule)
     EXPECT_TRUE(run.output.ends_with(", " + kModule + "\n")) << run.output;
 }
 
-TEST(ModuleSearch, TakesTheModuleBesideTheToolOrInTheLibFolderNextToIt)
+TEST(ModuleSearch, FindsTheModuleBesideTheToolOrInTheLibFolderNextToIt)
 {
     const TempDirectory folder;
     for (const std::string place : {"bin/libZtaAudioSamplesEngine.so", "lib/libZtaAudioSamplesEngine.so.1"}) {
@@ -61,7 +61,7 @@ TEST(ModuleSearch, TakesTheModuleBesideTheToolOrInTheLibFolderNextToIt)
     EXPECT_TRUE(Has(none.errors, "libZtaAudioSamplesEngine.so not found")) << none.errors;
 }
 
-TEST(ModuleSearch, TakesTheModuleThatTheUserNames)
+TEST(ModuleSearch, LoadsTheModuleThatTheUserNames)
 {
     const TempDirectory folder;
     const std::string copy = folder.File("other.so");
@@ -70,7 +70,7 @@ TEST(ModuleSearch, TakesTheModuleThatTheUserNames)
     EXPECT_TRUE(RunTool({"--version"}, {.environment = {{"ZTAUDIO_MODULE", copy}}}).output.ends_with(copy + "\n"));
 }
 
-TEST(Info, TellsWhatTheFilesHold)
+TEST(Info, ShowsTheFormatsOfFiles)
 {
     const TempDirectory folder;
     WriteSound(folder.File("a.wav"), Noise(SF_FORMAT_PCM_16, 1, 72000));
@@ -119,7 +119,7 @@ TEST(Info, GoesOnAfterAFileThatItCannotRead)
                               ": No such file or directory\n");
 }
 
-TEST(Info, TellsOfATruncatedFile)
+TEST(Info, ShowsATruncatedFile)
 {
     const TempDirectory folder;
     WriteSound(folder.File("a.wav"), Noise(SF_FORMAT_PCM_16, 1, 1000));
@@ -206,7 +206,7 @@ TEST_F(Registration, UnregistersWhatWasNeverRegistered)
     EXPECT_EQ(RunTool({"unregister", dir_}).exitCode, 0);
 }
 
-TEST_F(Registration, TakesTheFolderThatItIsGivenAndNotTheEnvironments)
+TEST_F(Registration, UsesTheFolderOfTheCommandLine)
 {
     const TempDirectory other;
     EXPECT_EQ(RunTool({"register", dir_}, {.environment = {{"ORBUTILS", other.Path()}}}).exitCode, 0);
@@ -214,7 +214,7 @@ TEST_F(Registration, TakesTheFolderThatItIsGivenAndNotTheEnvironments)
     EXPECT_FALSE(std::filesystem::exists(other.File("CLSIDs")));
 }
 
-TEST_F(Registration, SaysNothingWithQuiet)
+TEST_F(Registration, PrintsNothingWithQuiet)
 {
     const RunResult run = RunTool({"--quiet", "register", dir_});
     EXPECT_EQ(run.exitCode, 0);
@@ -232,7 +232,7 @@ TEST_F(Registration, FailsWithoutAFolder)
     }
 }
 
-// The module tells of a file that it cannot write on standard output only; the tool notices.
+// The module reports a file that it cannot write on standard output only; the tool detects it.
 TEST_F(Registration, FailsWhenTheFileCannotBeWritten)
 {
     std::filesystem::create_directory(file_);
@@ -241,7 +241,7 @@ TEST_F(Registration, FailsWhenTheFileCannotBeWritten)
     EXPECT_EQ(run.errors, "ztaudio: " + file_ + ": could not be brought up to date\n");
 }
 
-TEST_F(Registration, RefusesAPathThatTheFileCannotHold)
+TEST_F(Registration, RejectsAPathThatTheFileCannotHold)
 {
     for (const std::string name : {"m[1].so", "caf\xC3\xA9.so"}) {
         const std::string copy = folder_.File(name);

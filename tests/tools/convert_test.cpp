@@ -1,9 +1,5 @@
 // ztaudio convert on good input: every sample of every file that it writes.
-#include "testing/temp_directory.h"
-#include "tests/tools/run_tool.h"
-#include "tests/tools/sounds.h"
-
-#include <gtest/gtest.h>
+#include "tests/tools/command_test.h"
 
 #include <bit>
 #include <cmath>
@@ -15,22 +11,18 @@ namespace {
 const std::vector<std::string> kFormats = {"16", "24in32", "24in24", "float"};
 const std::vector<std::string> kBlocks = {"1", "7", "200", "1024", "4800"};
 
-class Convert : public ::testing::Test {
+class Convert : public CommandTest {
 protected:
     /// Converts `sound` and gives the file that came out.
-    Sound Run(const Sound& sound, std::vector<std::string> options, const std::string& name = "out.wav")
+    Sound Run(const Sound& sound, const std::vector<std::string>& options, const std::string& name = "out.wav")
     {
         WriteSound(in_, sound);
-        std::vector<std::string> arguments = {"convert", in_, folder_.File(name)};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        last_ = RunTool(arguments);
+        last_ = RunTool(Joined({"convert", in_, File(name)}, options));
         EXPECT_EQ(last_.exitCode, 0) << last_.errors;
-        return last_.exitCode == 0 ? ReadSound(folder_.File(name)) : Sound{};
+        return last_.exitCode == 0 ? ReadSound(File(name)) : Sound{};
     }
 
-    TempDirectory folder_;
-    std::string in_ = folder_.File("in.wav");
-    RunResult last_;
+    const std::string in_ = File("in.wav");
 };
 
 class ConvertPairs : public Convert,
@@ -47,7 +39,7 @@ TEST_P(ConvertPairs, AreExactInMonoAndStereo)
     }
 }
 
-TEST_P(ConvertPairs, FadeTheEndsWhateverTheBlock)
+TEST_P(ConvertPairs, FadeTheEndsForEveryBlockSize)
 {
     const auto& [subtype, to] = GetParam();
     for (const int channels : {1, 2}) {
@@ -78,13 +70,13 @@ TEST_F(Convert, GivesTheSameBytesForEveryBlockSize)
     std::string bytes;
     for (const std::string& block : kBlocks) {
         Run(sound, {"--format", "float", "--block", block});
-        const std::string now = ReadTextFile(folder_.File("out.wav"));
+        const std::string now = ReadTextFile(File("out.wav"));
         EXPECT_TRUE(bytes.empty() || bytes == now) << "block " << block;
         bytes = now;
     }
 }
 
-TEST_F(Convert, TakesIntegerMuxesOfFourToSixtyFourChannels)
+TEST_F(Convert, ConvertsIntegersOf4To64Channels)
 {
     for (const int channels : {4, 8, 16, 32, 64}) {
         SCOPED_TRACE(channels);
@@ -126,7 +118,7 @@ TEST_F(Convert, FadesFilesAboutAsLongAsTheFade)
     }
 }
 
-TEST_F(Convert, TakesAnEmptyFile)
+TEST_F(Convert, AcceptsAnEmptyFile)
 {
     for (const std::string& to : kFormats) {
         const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 0);
@@ -134,7 +126,7 @@ TEST_F(Convert, TakesAnEmptyFile)
     }
 }
 
-TEST_F(Convert, TakesAFileOfOneFrame)
+TEST_F(Convert, AcceptsAFileOfOneFrame)
 {
     for (const std::string& to : kFormats) {
         const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1);
@@ -163,9 +155,9 @@ TEST_F(Convert, WritesEveryContainerByItsExtension)
             EXPECT_EQ(out.format & SF_FORMAT_TYPEMASK, type);
             ExpectSame(out, sound);
             // And back, so that every container is read too.
-            const RunResult back = RunTool({"convert", folder_.File("out." + extension), folder_.File("back.wav")});
+            const RunResult back = RunTool({"convert", File("out." + extension), File("back.wav")});
             EXPECT_EQ(back.exitCode, 0) << back.errors;
-            ExpectSame(ReadSound(folder_.File("back.wav")), sound);
+            ExpectSame(ReadSound(File("back.wav")), sound);
         }
     }
 }
@@ -173,14 +165,14 @@ TEST_F(Convert, WritesEveryContainerByItsExtension)
 TEST_F(Convert, ReadsOggAsFloat)
 {
     Sound sound = Noise(SF_FORMAT_FLOAT, 1, 5000);
-    for (std::size_t i = 0; i < sound.words.size(); ++i) {
-        sound.words[i] = std::bit_cast<std::int32_t>(0.5F * std::sin(static_cast<float>(i) * 0.05F));
+    for (std::size_t i = 0; i < sound.samples.size(); ++i) {
+        sound.samples[i] = std::bit_cast<std::int32_t>(0.5F * std::sin(static_cast<float>(i) * 0.05F));
     }
     sound.format = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
-    WriteSound(folder_.File("in.ogg"), sound);
-    const RunResult run = RunTool({"convert", folder_.File("in.ogg"), folder_.File("out.wav")});
+    WriteSound(File("in.ogg"), sound);
+    const RunResult run = RunTool({"convert", File("in.ogg"), File("out.wav")});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
-    const Sound out = ReadSound(folder_.File("out.wav"));
+    const Sound out = ReadSound(File("out.wav"));
     EXPECT_EQ(out.Subtype(), SF_FORMAT_FLOAT);
     EXPECT_EQ(out.Frames(), 5000);
 }
@@ -188,28 +180,28 @@ TEST_F(Convert, ReadsOggAsFloat)
 TEST_F(Convert, ReadsEightBitsAsSixteen)
 {
     Sound sound = Noise(SF_FORMAT_PCM_24, 1, 1000);
-    for (std::int32_t& word : sound.words) {
-        word &= ~0xFFFFFF;
+    for (std::int32_t& sample : sound.samples) {
+        sample &= ~0xFFFFFF;
     }
     Sound expected = Converted(sound, "16");
     sound.format = SF_FORMAT_WAV | SF_FORMAT_PCM_U8;
     ExpectSame(Run(sound, {}), expected);
 }
 
-TEST_F(Convert, TellsThatAFileOf32BitIntegersLosesItsLowBytes)
+TEST_F(Convert, NotesThat32BitIntegersLoseTheirLowByte)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_32, 1, 1000);
     Sound expected = sound;
     expected.format = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
-    for (std::int32_t& word : expected.words) {
-        word &= ~0xFF;
+    for (std::int32_t& sample : expected.samples) {
+        sample &= ~0xFF;
     }
     ExpectSame(Run(sound, {}), expected);
     EXPECT_EQ(last_.errors, "ztaudio: note: " + in_ + ": 32-bit integer samples: the low 8 bits are dropped\n");
     ExpectSame(Run(sound, {"--format", "float"}), Converted(expected, "float"));
 }
 
-TEST_F(Convert, TellsThatDoublesAreRounded)
+TEST_F(Convert, NotesThatDoublesAreRounded)
 {
     Sound sound = Noise(SF_FORMAT_FLOAT, 1, 1000);
     const Sound expected = sound;
@@ -218,7 +210,7 @@ TEST_F(Convert, TellsThatDoublesAreRounded)
     EXPECT_EQ(last_.errors, "ztaudio: note: " + in_ + ": double-precision samples: rounded to single precision\n");
 }
 
-TEST_F(Convert, SaysNothingWithQuiet)
+TEST_F(Convert, PrintsNothingWithQuiet)
 {
     Run(Noise(SF_FORMAT_PCM_32, 1, 1000), {"--quiet"});
     EXPECT_EQ(last_.errors, "");
@@ -227,24 +219,15 @@ TEST_F(Convert, SaysNothingWithQuiet)
 
 TEST_F(Convert, CarriesOverTitleAndArtist)
 {
-    SF_INFO info{};
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    info.channels = 1;
-    info.samplerate = 48000;
-    SNDFILE* file = sf_open(in_.c_str(), SFM_WRITE, &info);
-    ASSERT_NE(file, nullptr);
-    sf_set_string(file, SF_STR_TITLE, "Morning");
-    sf_set_string(file, SF_STR_ARTIST, "A. Speaker");
-    const std::vector<short> samples(1000, 7);
-    sf_write_short(file, samples.data(), 1000);
-    sf_close(file);
+    WriteDescribedSound(in_, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, [](SNDFILE* file) {
+        sf_set_string(file, SF_STR_TITLE, "Morning");
+        sf_set_string(file, SF_STR_ARTIST, "A. Speaker");
+    });
     for (const char* name : {"out.wav", "out.flac", "out.aiff", "out.rf64"}) {
-        ASSERT_EQ(RunTool({"convert", in_, folder_.File(name)}).exitCode, 0);
-        file = sf_open(folder_.File(name).c_str(), SFM_READ, &info);
-        ASSERT_NE(file, nullptr);
-        EXPECT_STREQ(sf_get_string(file, SF_STR_TITLE), "Morning") << name;
-        EXPECT_STREQ(sf_get_string(file, SF_STR_ARTIST), "A. Speaker") << name;
-        sf_close(file);
+        ASSERT_EQ(RunTool({"convert", in_, File(name)}).exitCode, 0);
+        const SoundFile file = OpenSound(File(name));
+        EXPECT_STREQ(sf_get_string(file.get(), SF_STR_TITLE), "Morning") << name;
+        EXPECT_STREQ(sf_get_string(file.get(), SF_STR_ARTIST), "A. Speaker") << name;
     }
 }
 
@@ -252,71 +235,53 @@ TEST_F(Convert, KeepsTheChannelMapOfAnExtensibleWav)
 {
     const std::vector<int> map = {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_LFE};
     const int bytes = static_cast<int>(map.size() * sizeof(int));
+    WriteDescribedSound(in_, SF_FORMAT_WAVEX | SF_FORMAT_PCM_24, 4, [&](SNDFILE* file) {
+        std::vector<int> copy = map;
+        EXPECT_EQ(sf_command(file, SFC_SET_CHANNEL_MAP_INFO, copy.data(), bytes), SF_TRUE);
+    });
+    ASSERT_EQ(RunTool({"convert", in_, File("out.wav")}).exitCode, 0);
+    const SoundFile file = OpenSound(File("out.wav"));
     SF_INFO info{};
-    info.format = SF_FORMAT_WAVEX | SF_FORMAT_PCM_24;
-    info.channels = 4;
-    info.samplerate = 48000;
-    SNDFILE* file = sf_open(in_.c_str(), SFM_WRITE, &info);
-    ASSERT_NE(file, nullptr);
-    std::vector<int> copy = map;
-    EXPECT_EQ(sf_command(file, SFC_SET_CHANNEL_MAP_INFO, copy.data(), bytes), SF_TRUE);
-    const std::vector<int> samples(400, 1 << 20);
-    sf_write_int(file, samples.data(), 400);
-    sf_close(file);
-
-    ASSERT_EQ(RunTool({"convert", in_, folder_.File("out.wav")}).exitCode, 0);
-    file = sf_open(folder_.File("out.wav").c_str(), SFM_READ, &info);
-    ASSERT_NE(file, nullptr);
+    sf_command(file.get(), SFC_GET_CURRENT_SF_INFO, &info, sizeof info);
     EXPECT_EQ(info.format & SF_FORMAT_TYPEMASK, SF_FORMAT_WAVEX);
-    copy.assign(map.size(), 0);
-    EXPECT_EQ(sf_command(file, SFC_GET_CHANNEL_MAP_INFO, copy.data(), bytes), SF_TRUE);
+    std::vector<int> copy(map.size());
+    EXPECT_EQ(sf_command(file.get(), SFC_GET_CHANNEL_MAP_INFO, copy.data(), bytes), SF_TRUE);
     EXPECT_EQ(copy, map);
-    sf_close(file);
 }
 
 TEST_F(Convert, CarriesOverTheBroadcastRecord)
 {
-    SF_INFO info{};
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    info.channels = 1;
-    info.samplerate = 48000;
-    SNDFILE* file = sf_open(in_.c_str(), SFM_WRITE, &info);
-    ASSERT_NE(file, nullptr);
-    SF_BROADCAST_INFO broadcast{};
-    std::snprintf(broadcast.originator, sizeof broadcast.originator, "Studio 4");
-    broadcast.time_reference_low = 123456;
-    EXPECT_EQ(sf_command(file, SFC_SET_BROADCAST_INFO, &broadcast, sizeof broadcast), SF_TRUE);
-    const std::vector<short> samples(1000, 7);
-    sf_write_short(file, samples.data(), 1000);
-    sf_close(file);
-
-    ASSERT_EQ(RunTool({"convert", in_, folder_.File("out.wav")}).exitCode, 0);
-    file = sf_open(folder_.File("out.wav").c_str(), SFM_READ, &info);
-    ASSERT_NE(file, nullptr);
+    WriteDescribedSound(in_, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, [](SNDFILE* file) {
+        SF_BROADCAST_INFO broadcast{};
+        std::snprintf(broadcast.originator, sizeof broadcast.originator, "Studio 4");
+        broadcast.time_reference_low = 123456;
+        EXPECT_EQ(sf_command(file, SFC_SET_BROADCAST_INFO, &broadcast, sizeof broadcast), SF_TRUE);
+    });
+    ASSERT_EQ(RunTool({"convert", in_, File("out.wav")}).exitCode, 0);
+    const SoundFile file = OpenSound(File("out.wav"));
     SF_BROADCAST_INFO out{};
-    EXPECT_EQ(sf_command(file, SFC_GET_BROADCAST_INFO, &out, sizeof out), SF_TRUE);
+    EXPECT_EQ(sf_command(file.get(), SFC_GET_BROADCAST_INFO, &out, sizeof out), SF_TRUE);
     EXPECT_STREQ(out.originator, "Studio 4");
     EXPECT_EQ(out.time_reference_low, 123456U);
-    sf_close(file);
 }
 
 TEST_F(Convert, ReplacesAnExistingFileAndKeepsItsRights)
 {
-    WriteTextFile(folder_.File("out.wav"), "old");
-    std::filesystem::permissions(folder_.File("out.wav"), std::filesystem::perms(0640));
+    WriteTextFile(File("out.wav"), "old");
+    std::filesystem::permissions(File("out.wav"), std::filesystem::perms(0640));
     const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 100);
     ExpectSame(Run(sound, {}), sound);
-    EXPECT_EQ(std::filesystem::status(folder_.File("out.wav")).permissions(), std::filesystem::perms(0640));
+    EXPECT_EQ(std::filesystem::status(File("out.wav")).permissions(), std::filesystem::perms(0640));
 }
 
 TEST_F(Convert, WritesThroughALink)
 {
-    WriteTextFile(folder_.File("real.wav"), "old");
-    std::filesystem::create_symlink("real.wav", folder_.File("out.wav"));
+    WriteTextFile(File("real.wav"), "old");
+    std::filesystem::create_symlink("real.wav", File("out.wav"));
     const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 100);
     ExpectSame(Run(sound, {}), sound);
-    EXPECT_TRUE(std::filesystem::is_symlink(folder_.File("out.wav")));
-    ExpectSame(ReadSound(folder_.File("real.wav")), sound);
+    EXPECT_TRUE(std::filesystem::is_symlink(File("out.wav")));
+    ExpectSame(ReadSound(File("real.wav")), sound);
 }
 
 TEST_F(Convert, LeavesNothingButItsOutput)
@@ -335,14 +300,14 @@ TEST_F(Convert, RejectsAnEmptySoundWhereAContainerCannotHoldIt)
     WriteSound(in_, Noise(SF_FORMAT_PCM_16, 1, 0));
     for (const auto& [extension, name] :
          {std::pair("flac", "FLAC"), std::pair("opus", "Opus"), std::pair("mp3", "MP3")}) {
-        const std::string out = folder_.File(std::string("out.") + extension);
+        const std::string out = File(std::string("out.") + extension);
         const RunResult run = RunTool({"convert", in_, out});
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.errors, "ztaudio: " + out + ": " + name + " cannot hold a sound without sample frames\n");
         EXPECT_FALSE(std::filesystem::exists(out));
     }
     for (const std::string extension : {"wav", "w64", "rf64", "aiff", "au", "caf", "ogg"}) {
-        const std::string out = folder_.File("out." + extension);
+        const std::string out = File("out." + extension);
         EXPECT_EQ(RunTool({"convert", in_, out}).exitCode, 0);
         EXPECT_NE(RunTool({"info", out}).output.find("  length     "), std::string::npos);
     }
@@ -356,11 +321,10 @@ TEST_F(Convert, NeedsNoMoreMemoryForALongFile)
 #endif
     const Sound twoMinutes = Noise(SF_FORMAT_PCM_16, 2, 120 * 48000L);
     WriteSound(in_, twoMinutes);
-    const RunResult run =
-        RunTool({"convert", in_, folder_.File("out.wav"), "--format", "24in32", "--fade-in", "--fade-out"},
-                {.memoryLimit = 32UL << 20});
+    const RunResult run = RunTool({"convert", in_, File("out.wav"), "--format", "24in32", "--fade-in", "--fade-out"},
+                                  {.memoryLimit = 32UL << 20});
     EXPECT_EQ(run.exitCode, 0) << run.errors;
-    ExpectSame(ReadSound(folder_.File("out.wav")), Converted(twoMinutes, "24in32", true, true));
+    ExpectSame(ReadSound(File("out.wav")), Converted(twoMinutes, "24in32", true, true));
 }
 
 TEST_F(Convert, ShowsProgressOnATerminal)
@@ -369,18 +333,18 @@ TEST_F(Convert, ShowsProgressOnATerminal)
         GTEST_SKIP() << "needs a pseudo-terminal";
     }
     WriteSound(in_, Noise(SF_FORMAT_PCM_16, 2, 480000));
-    const RunResult run = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true});
+    const RunResult run = RunTool({"convert", in_, File("out.wav")}, {.terminal = true});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_NE(run.errors.find("x real time, "), std::string::npos) << run.errors;
     EXPECT_NE(run.errors.find("out.wav: 0:10 of sound in "), std::string::npos) << run.errors;
-    const RunResult narrow = RunTool({"convert", in_, folder_.File("out.wav")}, {.terminal = true, .columns = 40});
+    const RunResult narrow = RunTool({"convert", in_, File("out.wav")}, {.terminal = true, .columns = 40});
     EXPECT_NE(narrow.errors.find("0:10 of sound in "), std::string::npos) << narrow.errors;
     std::size_t length = 0;
     for (const char letter : narrow.errors) { // of each line as it is drawn
         length = letter == '\r' || letter == '\n' ? 0 : length + 1;
         EXPECT_LE(length, 40U) << narrow.errors;
     }
-    const RunResult quiet = RunTool({"--quiet", "convert", in_, folder_.File("out.wav")}, {.terminal = true});
+    const RunResult quiet = RunTool({"--quiet", "convert", in_, File("out.wav")}, {.terminal = true});
     EXPECT_EQ(quiet.errors, "");
 }
 

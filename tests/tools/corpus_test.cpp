@@ -20,23 +20,23 @@ Sound ReadReference(const std::string& path)
     }
     Sound sound{SF_FORMAT_WAV | SF_FORMAT_PCM_16, info.channels, info.samplerate, {}};
     const sf_count_t count = info.frames * info.channels;
-    sound.words.resize(static_cast<std::size_t>(count));
+    sound.samples.resize(static_cast<std::size_t>(count));
     const int subtype = info.format & SF_FORMAT_SUBMASK;
     if (subtype == SF_FORMAT_PCM_24 || subtype == SF_FORMAT_PCM_32) {
         sound.format = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
-        EXPECT_EQ(sf_read_int(file, sound.words.data(), count), count);
-        std::ranges::for_each(sound.words, [](std::int32_t& word) { word &= ~0xFF; });
+        EXPECT_EQ(sf_read_int(file, sound.samples.data(), count), count);
+        std::ranges::for_each(sound.samples, [](std::int32_t& sample) { sample &= ~0xFF; });
     } else if (subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE || subtype == SF_FORMAT_VORBIS ||
                subtype == SF_FORMAT_OPUS || subtype == SF_FORMAT_MPEG_LAYER_II || subtype == SF_FORMAT_MPEG_LAYER_III) {
         sound.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-        std::vector<float> floats(sound.words.size());
+        std::vector<float> floats(sound.samples.size());
         EXPECT_EQ(sf_read_float(file, floats.data(), count), count);
-        std::ranges::transform(floats, sound.words.begin(),
+        std::ranges::transform(floats, sound.samples.begin(),
                                [](float value) { return std::bit_cast<std::int32_t>(value); });
     } else {
-        std::vector<short> samples(sound.words.size());
+        std::vector<short> samples(sound.samples.size());
         EXPECT_EQ(sf_read_short(file, samples.data(), count), count);
-        std::ranges::copy(samples, sound.words.begin());
+        std::ranges::copy(samples, sound.samples.begin());
     }
     sf_close(file);
     return sound;
@@ -60,12 +60,12 @@ void ExpectScaledFloats(const Sound& actual, const Sound& floats, double gain)
     EXPECT_EQ(actual.Subtype(), SF_FORMAT_PCM_24);
     EXPECT_EQ(actual.channels, floats.channels);
     EXPECT_EQ(actual.rate, floats.rate);
-    ASSERT_EQ(actual.words.size(), floats.words.size());
+    ASSERT_EQ(actual.samples.size(), floats.samples.size());
     constexpr double kStep = 0x1p-23;
-    for (std::size_t i = 0; i < actual.words.size(); ++i) {
-        const auto sample = static_cast<double>(std::bit_cast<float>(floats.words[i]));
+    for (std::size_t i = 0; i < actual.samples.size(); ++i) {
+        const auto sample = static_cast<double>(std::bit_cast<float>(floats.samples[i]));
         const double expected = std::clamp(sample * gain, -1.0, 1.0 - kStep);
-        ASSERT_NEAR(actual.words[i] * 0x1p-31, expected, kStep + 0x1p-28) << "sample " << i;
+        ASSERT_NEAR(actual.samples[i] * 0x1p-31, expected, kStep + 0x1p-28) << "sample " << i;
     }
 }
 
@@ -132,14 +132,15 @@ private:
     void ExpectCommand(const std::string& command, const std::string& path, const Sound& sound)
     {
         const std::string out = File("out.wav");
-        const Sound joined = IsFloat(sound) ? ConvertedTo(sound, "24in32") : sound;
+        const Sound integers = IsFloat(sound) ? ConvertedTo(sound, "24in32") : sound;
         if (command == "convert") {
             for (const std::string format : {"16", "24", "float"}) {
                 ExpectOutput({"convert", path, out, "--format", format}, ConvertedTo(sound, format));
             }
         } else if (command == "trim") {
             Sound piece = sound;
-            piece.words.assign(sound.words.begin() + 10 * sound.channels, sound.words.begin() + 60 * sound.channels);
+            piece.samples.assign(sound.samples.begin() + 10 * sound.channels,
+                                 sound.samples.begin() + 60 * sound.channels);
             ExpectOutput({"trim", path, out, "--from", "10s", "--to", "60s"}, piece);
         } else if (command == "volume") {
             if (IsFloat(sound)) {
@@ -151,9 +152,9 @@ private:
                                     std::vector<GainRamp>(static_cast<std::size_t>(sound.channels), {2048, 2048})));
             }
         } else if (command == "stereo") {
-            ExpectOutput({"stereo", path, path, out}, Interleaved({joined, joined}));
+            ExpectOutput({"stereo", path, path, out}, Interleaved({integers, integers}));
         } else if (command == "mux") {
-            ExpectOutput({"mux", path, path, path, "-o", out}, Interleaved({joined, joined, joined}));
+            ExpectOutput({"mux", path, path, path, "-o", out}, Interleaved({integers, integers, integers}));
         } else if (command == "split") {
             Output({"split", path, "-o", File("part-{}.wav")});
             for (int channel = 0; channel < sound.channels; ++channel) {
@@ -352,6 +353,23 @@ TEST_F(Corpus, OfFfmpegInAPipe)
     }
 }
 
+// Five minutes, of which nothing fits into the memory of the tool.
+TEST_F(Corpus, StreamsFfmpegInConstantMemory)
+{
+    if (!HasProgram("ffmpeg")) {
+        GTEST_SKIP() << "needs ffmpeg";
+    }
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs memory of its own";
+#endif
+    const std::string tool = std::string("(ulimit -d 40960; exec ") + ZTA_TOOL_PATH + " --quiet convert - - ";
+    Make("bytes",
+         "{ { ffmpeg -loglevel error -f lavfi -i anoisesrc=d=300:r=48000 -ac 2 -f wav -; echo $? > code; } | " + tool +
+             "--format 24) | " + tool + "--output-format raw) | wc -c > bytes; }");
+    EXPECT_EQ(ReadTextFile(File("code")), "0\n");
+    EXPECT_EQ(ReadTextFile(File("bytes")), "115200000\n");
+}
+
 // A square wave at full scale overshoots in a lossy format. sox clips the same samples.
 TEST_F(Corpus, CountsTheSamplesThatClip)
 {
@@ -362,7 +380,7 @@ TEST_F(Corpus, CountsTheSamplesThatClip)
     const std::string path = Make("hot.ogg", "oggenc -Q -q 1 hot.wav -o hot.ogg");
     const Sound sound = ReadReference(path);
     const auto overloads = std::ranges::count_if(
-        sound.words, [](std::int32_t word) { return std::abs(std::bit_cast<float>(word)) > 1.0F; });
+        sound.samples, [](std::int32_t sample) { return std::abs(std::bit_cast<float>(sample)) > 1.0F; });
     ASSERT_GT(overloads, 1000);
     Output({"convert", path, File("out.wav"), "--format", "24"});
     EXPECT_EQ(last_.errors, OverloadLine(path, overloads));

@@ -44,7 +44,7 @@ std::vector<Sound> AllConverted(std::vector<Sound> sounds, const std::string& fo
     return sounds;
 }
 
-TEST_F(Mux, TakesEveryWidthFromMonoAndFromStereoFiles)
+TEST_F(Mux, AcceptsEveryWidthFromMonoAndFromStereoFiles)
 {
     for (const int width : kWidths) {
         for (const int channels : {1, 2}) {
@@ -71,14 +71,14 @@ TEST_F(Mux, BringsEveryInputToEveryContainer)
     }
 }
 
-TEST_F(Mux, TakesFilesOfDifferentFormatsAs24Bits)
+TEST_F(Mux, ConvertsFilesOfDifferentFormatsTo24Bits)
 {
     const std::vector<Sound> sounds = {Noise(SF_FORMAT_PCM_16, 1, 500), Noise(SF_FORMAT_PCM_24, 1, 500),
                                        Noise(SF_FORMAT_FLOAT, 1, 500), Noise(SF_FORMAT_PCM_16, 1, 500)};
     ExpectSame(Assembled(sounds), Interleaved(AllConverted(sounds, "24in32")));
 }
 
-TEST_F(Mux, TakesStereoFilesAmongMonoFilesApart)
+TEST_F(Mux, DeinterleavesStereoFilesAmongMonoFiles)
 {
     for (const std::string& format : kContainers) {
         for (const long frames : kLengths) {
@@ -186,7 +186,7 @@ protected:
     }
 };
 
-TEST_F(Split, TakesEveryWidthAndLengthApart)
+TEST_F(Split, DeinterleavesEveryWidthAndLength)
 {
     for (const int channels : kWidths) {
         for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {

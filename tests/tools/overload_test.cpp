@@ -36,9 +36,9 @@ TEST_F(Overload, IsClippedAndCounted)
 TEST_F(Overload, BringsFullScaleToTheLargestSample)
 {
     const Sound sound = Floats({1.0F, -1.0F});
-    EXPECT_EQ(Converts(sound, {"--format", "24in32"}).words, (std::vector<std::int32_t>{0x7FFFFF00, INT32_MIN}));
+    EXPECT_EQ(Converts(sound, {"--format", "24in32"}).samples, (std::vector<std::int32_t>{0x7FFFFF00, INT32_MIN}));
     EXPECT_EQ(last_.errors, "");
-    EXPECT_EQ(Converts(sound, {"--format", "16"}).words, (std::vector<std::int32_t>{32767, -32767}));
+    EXPECT_EQ(Converts(sound, {"--format", "16"}).samples, (std::vector<std::int32_t>{32767, -32767}));
     EXPECT_EQ(last_.errors, "");
 }
 
@@ -47,7 +47,7 @@ TEST_F(Overload, IsLeftToTheEngineIfTheUserWants)
     const Sound sound = Floats({1.0F, -1.0F, 1.5F, -1.5F, 0.5F, kNan});
     ExpectSame(Converts(sound, {"--format", "24in32", "--overload", "wrap"}), Converted(sound, "24in32"));
     EXPECT_EQ(last_.errors, OverloadLine(File("in.wav"), 4, "wrapped around"));
-    EXPECT_EQ(ReadSound(File("out.wav")).words[0], INT32_MIN);
+    EXPECT_EQ(ReadSound(File("out.wav")).samples[0], INT32_MIN);
     // 1.0 is the highest 16-bit sample; the NaN and the two beyond full scale wrap.
     ExpectSame(Converts(sound, {"--format", "16", "--overload", "wrap"}), Converted(sound, "16"));
     EXPECT_EQ(last_.errors, OverloadLine(File("in.wav"), 3, "wrapped around"));
@@ -65,23 +65,23 @@ TEST_F(Overload, IsAvoidedByGuard)
 {
     Sound sound = Noise(SF_FORMAT_FLOAT, 3, 5000);
     std::vector<float> values;
-    for (const std::int32_t word : sound.words) {
-        values.push_back(1.4F * std::bit_cast<float>(word));
+    for (const std::int32_t sample : sound.samples) {
+        values.push_back(1.4F * std::bit_cast<float>(sample));
     }
     sound = Floats(values, 3);
     const Sound out = Converts(sound, {"--format", "16", "--guard", "--quiet"});
     EXPECT_EQ(last_.errors, "ztaudio: " + File("in.wav") + ": level lowered by 2.92 dB\n");
-    ASSERT_EQ(out.words.size(), values.size());
+    ASSERT_EQ(out.samples.size(), values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
-        ASSERT_NEAR(out.words[i], std::trunc(values[i] / 1.4 * 32767), 1) << i;
+        ASSERT_NEAR(out.samples[i], std::trunc(values[i] / 1.4 * 32767), 1) << i;
     }
 }
 
 TEST_F(Overload, IsAvoidedByAGainBeforeTheConversion)
 {
     const Sound sound = Floats({1.5F, -1.5F, 0.5F, 1.0F, 1.9F, 2.0F}, 2);
-    EXPECT_EQ(Converts(sound, {"--format", "24in32", "--gain", "0.5"}).words,
-              Converted(Limited(Floats({0.75F, -0.75F, 0.25F, 0.5F, 0.95F, 1.0F}, 2), "24in32"), "24in32").words);
+    EXPECT_EQ(Converts(sound, {"--format", "24in32", "--gain", "0.5"}).samples,
+              Converted(Limited(Floats({0.75F, -0.75F, 0.25F, 0.5F, 0.95F, 1.0F}, 2), "24in32"), "24in32").samples);
     EXPECT_EQ(last_.errors, "");
     ExpectSame(Converts(sound, {"--gain", "2=1:0"}), Floats({1.5F, -1.5F, 0.5F, 0.5F, 1.9F, 0.0F}, 2));
 }
@@ -91,8 +91,8 @@ Sound Hot(int channels, long frames)
 {
     const Sound sound = Noise(SF_FORMAT_FLOAT, channels, frames);
     std::vector<float> values;
-    for (const std::int32_t word : sound.words) {
-        values.push_back(0.5F * std::bit_cast<float>(word));
+    for (const std::int32_t sample : sound.samples) {
+        values.push_back(0.5F * std::bit_cast<float>(sample));
     }
     values[values.size() / 2] = -2.0F;
     return Floats(values, channels);
@@ -102,10 +102,10 @@ Sound Hot(int channels, long frames)
 void ExpectLowered(const Sound& out, const std::vector<Sound>& channels)
 {
     const std::size_t count = channels.size();
-    ASSERT_EQ(out.words.size(), count * channels[0].words.size());
-    for (std::size_t i = 0; i < out.words.size(); ++i) {
-        const auto sample = static_cast<double>(std::bit_cast<float>(channels[i % count].words[i / count]));
-        ASSERT_NEAR(out.words[i] * 0x1p-31, sample / 2, 0x1p-22) << i;
+    ASSERT_EQ(out.samples.size(), count * channels[0].samples.size());
+    for (std::size_t i = 0; i < out.samples.size(); ++i) {
+        const auto sample = static_cast<double>(std::bit_cast<float>(channels[i % count].samples[i / count]));
+        ASSERT_NEAR(out.samples[i] * 0x1p-31, sample / 2, 0x1p-22) << i;
     }
 }
 
@@ -142,7 +142,7 @@ TEST_F(Overload, IsAvoidedByGuardWhereGainsAreApplied)
         EXPECT_EQ(last_.errors.find("beyond"), std::string::npos) << last_.errors;
         const Sound out = ReadSound(File("out.wav"));
         ExpectSame(out, Interleaved(split));
-        const auto [lowest, highest] = std::ranges::minmax(out.words);
+        const auto [lowest, highest] = std::ranges::minmax(out.samples);
         EXPECT_GT(std::max(-static_cast<double>(lowest), static_cast<double>(highest)), 0x7F000000);
     }
 }

@@ -371,7 +371,7 @@ protected:
         EXPECT_NE(last_.errors.find("truncated: "), std::string::npos) << last_.errors;
         EXPECT_EQ(last_.errors.find('\n'), last_.errors.size() - 1) << last_.errors;
         Sound expected = ReadSound(File("decoded.wav"));
-        expected.words.resize(ReadSound(File("out.wav")).words.size());
+        expected.samples.resize(ReadSound(File("out.wav")).samples.size());
         ExpectSame(ReadSound(File("out.wav")), expected);
     }
 };

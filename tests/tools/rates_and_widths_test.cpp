@@ -33,7 +33,8 @@ protected:
         ExpectSame(Output({"convert", in, File("out.wav"), "--format", "24in32", "--fade-in", "--fade-out"}),
                    Converted(sound, "24in32", true, true));
         Sound piece = sound;
-        piece.words.assign(sound.words.begin() + 100 * sound.channels, sound.words.begin() + 300 * sound.channels);
+        piece.samples.assign(sound.samples.begin() + 100 * sound.channels,
+                             sound.samples.begin() + 300 * sound.channels);
         ExpectSame(Output({"trim", in, File("out.wav"), "--from", "100s", "--to", "300s"}), piece);
         if (sound.Subtype() != SF_FORMAT_FLOAT) {
             ExpectSame(Output({"volume", in, File("out.wav"), "--gain", "0.5"}),
@@ -42,7 +43,7 @@ protected:
         }
     }
 
-    /// Splits the sound and joins the parts again.
+    /// Splits the sound and interleaves the channels again.
     void ExpectSplitAndJoined(const Sound& sound)
     {
         SCOPED_TRACE(std::to_string(sound.channels) + " channels, " + std::to_string(sound.rate) + " Hz, subtype " +

@@ -49,8 +49,8 @@ TEST_F(Resample, GivesTheSameForEveryBlockSize)
     }
 }
 
-// Longer than what the engine takes in one buffer.
-TEST_F(Resample, CutsLargeBlocksToWhatTheEngineTakes)
+// Longer than one buffer of the engine.
+TEST_F(Resample, DividesBlocksThatAreTooLargeForTheEngine)
 {
     for (const int rate : kRates) {
         for (const int channels : {1, 2}) {
@@ -85,8 +85,8 @@ TEST_F(Resample, KeepsAConstantLevelFromTheFirstFrame)
     for (const int rate : kRates) {
         const Sound sound{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, rate, std::vector<std::int32_t>(1000, 20000)};
         const Sound out = Resampled(sound);
-        for (std::size_t i = 0; i + 20 < out.words.size(); ++i) {
-            EXPECT_NEAR(out.words[i], 20000, 10) << i;
+        for (std::size_t i = 0; i + 20 < out.samples.size(); ++i) {
+            EXPECT_NEAR(out.samples[i], 20000, 10) << i;
         }
     }
 }
@@ -109,11 +109,11 @@ TEST_F(Resample, BringsOutTheTail)
         for (const long fromEnd : {2L, 5L, 15L, 16L, 17L, 20L, 40L}) {
             SCOPED_TRACE(fromEnd);
             Sound sound{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, rate, std::vector<std::int32_t>(1000)};
-            sound.words[static_cast<std::size_t>(1000 - fromEnd)] = 20000;
+            sound.samples[static_cast<std::size_t>(1000 - fromEnd)] = 20000;
             const Sound out = Resampled(sound);
-            const auto highest = std::ranges::max_element(out.words) - out.words.begin();
+            const auto highest = std::ranges::max_element(out.samples) - out.samples.begin();
             EXPECT_EQ(highest, Expected(1000 - fromEnd, rate));
-            EXPECT_GT(out.words[static_cast<std::size_t>(highest)], 12000);
+            EXPECT_GT(out.samples[static_cast<std::size_t>(highest)], 12000);
         }
     }
 }
@@ -124,14 +124,14 @@ TEST_F(Resample, ThereAndBackGivesTheSoundAgain)
         const Sound sound = Tone(997, -6, 2, rate);
         const Sound there = Resampled(sound);
         const Sound back = Resampled(there);
-        ASSERT_EQ(back.words.size(), sound.words.size());
-        for (std::size_t i = 20; i + 20 < sound.words.size(); ++i) { // silence follows abruptly
-            ASSERT_NEAR(back.words[i], sound.words[i], 16) << i;
+        ASSERT_EQ(back.samples.size(), sound.samples.size());
+        for (std::size_t i = 20; i + 20 < sound.samples.size(); ++i) { // silence follows abruptly
+            ASSERT_NEAR(back.samples[i], sound.samples[i], 16) << i;
         }
     }
 }
 
-TEST_F(Resample, TakesOtherFormatsAt48000HertzAs16Bits)
+TEST_F(Resample, ConvertsOtherFormatsTo16Bits)
 {
     for (const int subtype : {SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
         for (const int channels : {1, 2}) {
@@ -163,7 +163,7 @@ TEST_F(Resample, CarriesOverTheTitle)
 TEST_F(Resample, CountsFloatsBeyondFullScale)
 {
     Sound sound = Converted(Noise(SF_FORMAT_PCM_16, 1, 100), "float");
-    sound.words[50] = std::bit_cast<std::int32_t>(1.5F);
+    sound.samples[50] = std::bit_cast<std::int32_t>(1.5F);
     Resampled(sound);
     EXPECT_NE(last_.errors.find("1 sample beyond full scale clipped"), std::string::npos) << last_.errors;
 }

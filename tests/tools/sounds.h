@@ -1,9 +1,11 @@
-/// Sound files for the tool's tests, and the laws of the conversions, one sample at a time.
+/// Sound files for the tests of ztaudio, and a reference model of the conversions, one sample at a time.
 #pragma once
 
 #include <sndfile.h>
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,10 +14,10 @@ struct Sound {
     int format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     int channels = 1;
     int rate = 48000;
-    std::vector<std::int32_t> words;
+    std::vector<std::int32_t> samples;
 
     int Subtype() const { return format & SF_FORMAT_SUBMASK; }
-    long Frames() const { return static_cast<long>(words.size()) / channels; }
+    long Frames() const { return static_cast<long>(samples.size()) / channels; }
 };
 
 /// The same subtype, shape and samples; the container may differ.
@@ -24,7 +26,16 @@ void ExpectSame(const Sound& actual, const Sound& expected);
 void WriteSound(const std::string& path, const Sound& sound);
 Sound ReadSound(const std::string& path);
 
-/// Noise over the whole range, with the extremes at the start. Of floats, the range is -1 to just below 1.
+using SoundFile = std::unique_ptr<SNDFILE, decltype(&sf_close)>;
+
+/// Opens a file for reading.
+SoundFile OpenSound(const std::string& path);
+
+/// Writes 1000 frames at 48000 Hz into a file to which `describe` adds texts or records.
+void WriteDescribedSound(const std::string& path, int format, int channels,
+                         const std::function<void(SNDFILE*)>& describe);
+
+/// Full-scale noise that begins with the largest magnitudes. Floats are in the range from -1 to just below 1.
 Sound Noise(int subtype, int channels, long frames, int rate = 48000);
 
 /// The file that the conversion of `sound` to the tool's format of that name must give.

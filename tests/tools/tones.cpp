@@ -15,8 +15,8 @@ Sound Tone(double hertz, double decibels, long frames, int rate)
     const double amplitude = 32768 * std::pow(10, decibels / 20);
     for (long i = 0; i < frames; ++i) {
         const double turns = std::fmod(hertz * static_cast<double>(i) / rate, 1.0);
-        const long word = std::lround(amplitude * std::sin(2 * std::numbers::pi * turns));
-        sound.words.push_back(static_cast<std::int32_t>(std::min(word, 32767L)));
+        const long sample = std::lround(amplitude * std::sin(2 * std::numbers::pi * turns));
+        sound.samples.push_back(static_cast<std::int32_t>(std::min(sample, 32767L)));
     }
     return sound;
 }

@@ -1,4 +1,4 @@
-/// Test tones, and what `ztaudio analyse` tells of them.
+/// Test tones, and what `ztaudio analyze` prints for them.
 #pragma once
 
 #include "tests/tools/sounds.h"

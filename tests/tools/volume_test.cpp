@@ -38,7 +38,7 @@ TEST_F(Volume, FollowsASlowRampFromBlockToBlock)
     ExpectSame(Changed(sound, {"--gain", "1=0:1", "--gain", "2=1:0.999"}), Scaled(sound, {{0, 4096}, {4096, 4092}}));
 }
 
-TEST_F(Volume, TakesFactorsAndDecibels)
+TEST_F(Volume, AcceptsFactorsAndDecibels)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_24, 1, 1000);
     const std::vector<std::pair<std::string, int>> gains = {
@@ -55,10 +55,10 @@ TEST_F(Volume, LimitsTo24Bits)
 {
     Sound sound{SF_FORMAT_WAV | SF_FORMAT_PCM_24, 1, 48000, {0x7FFFFF00, INT32_MIN, 0x20000000, 0x0FFFFF00, -256}};
     const Sound out = Changed(sound, {"--gain", "4"});
-    EXPECT_EQ(out.words, (std::vector<std::int32_t>{0x7FFFFF00, INT32_MIN, 0x7FFFFF00, 0x3FFFFC00, -1024}));
+    EXPECT_EQ(out.samples, (std::vector<std::int32_t>{0x7FFFFF00, INT32_MIN, 0x7FFFFF00, 0x3FFFFC00, -1024}));
 }
 
-TEST_F(Volume, LetsTheLastGainOfAChannelCount)
+TEST_F(Volume, AppliesTheLastGainOfAChannel)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_24, 2, 100);
     ExpectSame(Changed(sound, {"--gain", "1=2", "--gain", "1=0.5"}), Scaled(sound, {{2048, 2048}, {}}));
@@ -80,16 +80,16 @@ TEST_F(Volume, Writes24BitsUnlessAskedForOthers)
     }
 }
 
-// The low bytes of the words that floats become take part before a file drops them.
-TEST_F(Volume, TakesFloats)
+// The gain applies to all 32 bits that a float becomes; the file drops the low byte afterwards.
+TEST_F(Volume, ConvertsFloatsTo24Bits)
 {
     const Sound sound = Noise(SF_FORMAT_FLOAT, 1, 3000);
-    Sound words = sound;
-    words.format = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
-    std::ranges::transform(sound.words, words.words.begin(), [](std::int32_t bits) {
+    Sound integers = sound;
+    integers.format = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
+    std::ranges::transform(sound.samples, integers.samples.begin(), [](std::int32_t bits) {
         return static_cast<std::int32_t>(std::bit_cast<float>(bits) * 0x1p31F);
     });
-    ExpectSame(Changed(sound, {"--gain", "3:0.1"}), Scaled(words, {{12288, 410}}));
+    ExpectSame(Changed(sound, {"--gain", "3:0.1"}), Scaled(integers, {{12288, 410}}));
 }
 
 // The gain applies to what the file holds, not to what a conversion left of it.
@@ -97,12 +97,12 @@ TEST_F(Volume, BringsFloatsBeyondFullScaleBack)
 {
     const Sound sound = Floats({1.5F, -1.5F, 0.25F, -0.75F, 1.0F, 3.0F});
     const Sound out = Changed(sound, {"--gain", "0.5"});
-    EXPECT_EQ(out.words,
+    EXPECT_EQ(out.samples,
               (std::vector<std::int32_t>{0x60000000, -0x60000000, 0x10000000, -0x30000000, 0x40000000, 0x7FFFFF00}));
     EXPECT_EQ(last_.errors, "ztaudio: note: gains are applied to 24in32 samples, so the output is 24in32\n" +
                                 OverloadLine(File("in.wav"), 1));
     const Sound wrapped = Changed(sound, {"--gain", "0.5", "--overload", "wrap", "--format", "24in32"});
-    EXPECT_EQ(wrapped.words[0], static_cast<std::int32_t>(0xC0000000)); // INT32_MIN / 2
+    EXPECT_EQ(wrapped.samples[0], static_cast<std::int32_t>(0xC0000000)); // INT32_MIN / 2
 }
 
 TEST_F(Volume, NotesAGainThatRoundsToSilence)
@@ -123,7 +123,7 @@ TEST_F(Volume, LowersTheGainsWithGuard)
             const Sound out = Changed(sound, {"--gain", gain, "--guard", "--format", "24in32"});
             EXPECT_NE(last_.errors.find(": level lowered by "), std::string::npos) << last_.errors;
             EXPECT_EQ(last_.errors.find("beyond full scale"), std::string::npos) << last_.errors;
-            const auto [lowest, highest] = std::ranges::minmax(out.words);
+            const auto [lowest, highest] = std::ranges::minmax(out.samples);
             EXPECT_GT(std::max(-static_cast<double>(lowest), static_cast<double>(highest)), 0x7F000000);
         }
         Changed(sound, {"--gain", "0.5", "--guard", "--format", "24in32"});
@@ -133,7 +133,7 @@ TEST_F(Volume, LowersTheGainsWithGuard)
 
 class Stereo : public CommandTest {};
 
-TEST_F(Stereo, JoinsMonoFilesOfEveryFormatAndLength)
+TEST_F(Stereo, InterleavesMonoFilesOfEveryFormatAndLength)
 {
     for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {
         for (const long frames : kLengths) {
@@ -147,7 +147,7 @@ TEST_F(Stereo, JoinsMonoFilesOfEveryFormatAndLength)
     }
 }
 
-TEST_F(Stereo, TakesDifferentFormatsAndFloatsAs24Bits)
+TEST_F(Stereo, ConvertsDifferentFormatsAndFloatsTo24Bits)
 {
     for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
         const Sound left = Noise(subtype, 1, 5001);
@@ -169,22 +169,23 @@ TEST_F(Stereo, ContinuesTheShorterInputWithSilence)
                                 ": continued with 5903 sample frames of silence to the length of the longest input\n");
 }
 
-class Cut : public CommandTest {
+class Trim : public CommandTest {
 protected:
-    /// Cuts and compares with frames `from` to `to` of the sound.
+    /// Trims and compares with frames `from` to `to` of the sound.
     void ExpectPiece(const Sound& sound, const std::vector<std::string>& options, long from, long to)
     {
         SCOPED_TRACE(::testing::PrintToString(options));
         Run({"trim", Write("in.wav", sound), File("out.wav")}, options);
         Sound expected = sound;
-        expected.words.assign(sound.words.begin() + from * sound.channels, sound.words.begin() + to * sound.channels);
+        expected.samples.assign(sound.samples.begin() + from * sound.channels,
+                                sound.samples.begin() + to * sound.channels);
         if (last_.exitCode == 0) {
             ExpectSame(ReadSound(File("out.wav")), expected);
         }
     }
 };
 
-TEST_F(Cut, IsExactToTheSampleFrameAtEveryEdge)
+TEST_F(Trim, IsExactToTheSampleFrameAtEveryEdge)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 9000);
     for (const long from : {0L, 1L, 4095L, 4096L, 4097L, 8191L, 8192L, 8999L}) {
@@ -196,7 +197,7 @@ TEST_F(Cut, IsExactToTheSampleFrameAtEveryEdge)
     }
 }
 
-TEST_F(Cut, TakesTimesInEveryForm)
+TEST_F(Trim, AcceptsTimesInEveryForm)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_24, 1, 3 * 48000L);
     ExpectPiece(sound, {"--from", "1.5", "--to", "2"}, 72000, 96000);
@@ -204,7 +205,7 @@ TEST_F(Cut, TakesTimesInEveryForm)
     ExpectPiece(sound, {"--from", "71999s", "--to", "1.500021"}, 71999, 72001);
 }
 
-TEST_F(Cut, GoesFromTheStartAndToTheEndWhereNothingElseIsSaid)
+TEST_F(Trim, CopiesFromTheStartToTheEndByDefault)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 5000);
     ExpectPiece(sound, {}, 0, 5000);
@@ -212,39 +213,26 @@ TEST_F(Cut, GoesFromTheStartAndToTheEndWhereNothingElseIsSaid)
     ExpectPiece(sound, {"--to", "0.1"}, 0, 4800);
 }
 
-TEST_F(Cut, TakesTheNearerOfTwoFrames)
+TEST_F(Trim, SelectsTheNearerOfTwoFrames)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 10, 3);
     ExpectPiece(sound, {"--from", "0.166", "--to", "0.5"}, 0, 2);
     ExpectPiece(sound, {"--from", "0.167", "--to", "1.166"}, 1, 3);
 }
 
-TEST_F(Cut, CopiesAnyFormatRateAndChannelCount)
+TEST_F(Trim, CopiesAnyFormatRateAndChannelCount)
 {
     for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
         ExpectPiece(Noise(subtype, 6, 9000, 96000), {"--from", "10s", "--to", "8999s"}, 10, 8999);
     }
 }
 
-TEST_F(Cut, CarriesOverTheTitle)
+TEST_F(Trim, CarriesOverTheTitle)
 {
-    SF_INFO info{.frames = 0,
-                 .samplerate = 48000,
-                 .channels = 1,
-                 .format = SF_FORMAT_WAV | SF_FORMAT_PCM_16,
-                 .sections = 0,
-                 .seekable = 0};
-    SNDFILE* file = sf_open(File("in.wav").c_str(), SFM_WRITE, &info);
-    ASSERT_NE(file, nullptr);
-    sf_set_string(file, SF_STR_TITLE, "Morning");
-    const std::vector<short> samples(1000, 7);
-    sf_write_short(file, samples.data(), 1000);
-    sf_close(file);
+    WriteDescribedSound(File("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1,
+                        [](SNDFILE* file) { sf_set_string(file, SF_STR_TITLE, "Morning"); });
     Run({"trim", File("in.wav"), File("out.wav"), "--to", "10s"});
-    file = sf_open(File("out.wav").c_str(), SFM_READ, &info);
-    ASSERT_NE(file, nullptr);
-    EXPECT_STREQ(sf_get_string(file, SF_STR_TITLE), "Morning");
-    sf_close(file);
+    EXPECT_STREQ(sf_get_string(OpenSound(File("out.wav")).get(), SF_STR_TITLE), "Morning");
 }
 
 } // namespace

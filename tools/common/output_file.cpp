@@ -87,12 +87,6 @@ std::filesystem::path LinkUnnamedFile(int file, const std::filesystem::path& fol
     }
 }
 
-std::int64_t FileLength(int file)
-{
-    struct stat status = {};
-    return fstat(file, &status) == 0 ? status.st_size : -1;
-}
-
 Failure CannotSpool(int error)
 {
     return Failure("standard output: cannot write a temporary file: " + std::generic_category().message(error));
@@ -143,8 +137,36 @@ int OpenTemporaryFile()
     return named;
 }
 
+DescriptorTarget::~DescriptorTarget()
+{
+    if (file_ >= 0) {
+        close(file_);
+    }
+}
+
+std::int64_t DescriptorTarget::Write(const void* data, std::int64_t bytes) noexcept
+{
+    return WriteAll(file_, static_cast<const std::byte*>(data), bytes, error_);
+}
+
+std::int64_t DescriptorTarget::Read(void* data, std::int64_t bytes) noexcept
+{
+    return read(file_, data, static_cast<std::size_t>(bytes));
+}
+
+std::int64_t DescriptorTarget::Seek(std::int64_t offset, int whence) noexcept
+{
+    return lseek(file_, offset, whence);
+}
+
+std::int64_t DescriptorTarget::Length() const noexcept
+{
+    struct stat status = {};
+    return fstat(file_, &status) == 0 ? status.st_size : -1;
+}
+
 OutputFile::OutputFile(const std::filesystem::path& target, ExistingOutput existing)
-    : target_(target), existing_(existing)
+    : DescriptorTarget(-1), target_(target), existing_(existing)
 {
     std::error_code error;
     if (existing == ExistingOutput::Refuse && std::filesystem::exists(std::filesystem::symlink_status(target, error))) {
@@ -172,35 +194,12 @@ OutputFile::OutputFile(const std::filesystem::path& target, ExistingOutput exist
 
 OutputFile::~OutputFile()
 {
-    if (file_ >= 0) {
-        close(file_);
-    }
     if (exchanged_) {
         Exchange();
     } else if (created_) {
         unlink(target_.c_str());
     }
     Keep();
-}
-
-std::int64_t OutputFile::Write(const void* data, std::int64_t bytes) noexcept
-{
-    return WriteAll(file_, static_cast<const std::byte*>(data), bytes, error_);
-}
-
-std::int64_t OutputFile::Read(void* data, std::int64_t bytes) noexcept
-{
-    return read(file_, data, static_cast<std::size_t>(bytes));
-}
-
-std::int64_t OutputFile::Seek(std::int64_t offset, int whence) noexcept
-{
-    return lseek(file_, offset, whence);
-}
-
-std::int64_t OutputFile::Length() const noexcept
-{
-    return FileLength(file_);
 }
 
 void OutputFile::RequireWritten() const
@@ -304,36 +303,11 @@ void StandardOutput::RequireWritten() const
     }
 }
 
-SpooledOutput::SpooledOutput() : file_(OpenTemporaryFile())
+SpooledOutput::SpooledOutput() : DescriptorTarget(OpenTemporaryFile())
 {
     if (file_ < 0) {
         throw CannotSpool(errno);
     }
-}
-
-SpooledOutput::~SpooledOutput()
-{
-    close(file_);
-}
-
-std::int64_t SpooledOutput::Write(const void* data, std::int64_t bytes) noexcept
-{
-    return WriteAll(file_, static_cast<const std::byte*>(data), bytes, error_);
-}
-
-std::int64_t SpooledOutput::Read(void* data, std::int64_t bytes) noexcept
-{
-    return read(file_, data, static_cast<std::size_t>(bytes));
-}
-
-std::int64_t SpooledOutput::Seek(std::int64_t offset, int whence) noexcept
-{
-    return lseek(file_, offset, whence);
-}
-
-std::int64_t SpooledOutput::Length() const noexcept
-{
-    return FileLength(file_);
 }
 
 void SpooledOutput::RequireWritten() const

@@ -50,19 +50,31 @@ enum class ExistingOutput {
     Refuse,  ///< nothing
 };
 
+/// An output that is written into a file descriptor.
+class DescriptorTarget : public OutputTarget {
+public:
+    std::int64_t Write(const void* data, std::int64_t bytes) noexcept override;
+    std::int64_t Read(void* data, std::int64_t bytes) noexcept override;
+    std::int64_t Seek(std::int64_t offset, int whence) noexcept override;
+    std::int64_t Length() const noexcept override;
+
+protected:
+    explicit DescriptorTarget(int file) : file_(file) {}
+    ~DescriptorTarget() override;
+
+    int file_;
+    int error_ = 0; ///< of the first write that failed
+};
+
 /// A file that is written without a name in the folder of its target and gets the target's name at the end. Until then
 /// an existing target is unchanged; if the program ends before, nothing is left of the file. Where the file system has
 /// no files without names, the file has a temporary one, and the object removes it if it is destroyed before the end.
-class OutputFile : public OutputTarget {
+class OutputFile : public DescriptorTarget {
 public:
     /// Throws Failure if the target is not a regular file, or its user may not write it or its folder.
     explicit OutputFile(const std::filesystem::path& target, ExistingOutput existing = ExistingOutput::Replace);
     ~OutputFile() override;
 
-    std::int64_t Write(const void* data, std::int64_t bytes) noexcept override;
-    std::int64_t Read(void* data, std::int64_t bytes) noexcept override;
-    std::int64_t Seek(std::int64_t offset, int whence) noexcept override;
-    std::int64_t Length() const noexcept override;
     void RequireWritten() const override;
     void Close() override;
     void Publish() override;
@@ -76,8 +88,6 @@ private:
     ExistingOutput existing_;
     bool exchanged_ = false;
     bool created_ = false; ///< published where there was no file
-    int file_ = -1;
-    int error_ = 0;
 };
 
 /// Standard output, which may be a pipe. An encoder that returns to its header at the end finds that it is gone: such
@@ -102,23 +112,14 @@ private:
 
 /// Standard output that gets its bytes at the end, or none if there is a failure before. Until then they are in a
 /// temporary file.
-class SpooledOutput : public OutputTarget {
+class SpooledOutput : public DescriptorTarget {
 public:
     /// Throws Failure if there can be no temporary file.
     SpooledOutput();
-    ~SpooledOutput() override;
 
-    std::int64_t Write(const void* data, std::int64_t bytes) noexcept override;
-    std::int64_t Read(void* data, std::int64_t bytes) noexcept override;
-    std::int64_t Seek(std::int64_t offset, int whence) noexcept override;
-    std::int64_t Length() const noexcept override;
     void RequireWritten() const override;
     void Close() override { RequireWritten(); }
     /// Writes to standard output. Throws BrokenPipe if the reader has gone, Interrupted if a signal ends the program.
     void Publish() override;
     void Keep() noexcept override {}
-
-private:
-    int file_;
-    int error_ = 0;
 };

@@ -15,7 +15,8 @@ constexpr std::size_t kSampleBytes = 2;
 void RequireResamplable(const SampleSource& sound, const std::string& name, std::uint32_t rate)
 {
     if (rate != kLowRate && rate != kHighRate) {
-        throw Failure("--rate " + std::to_string(rate) + ": the engine resamples between 44100 and 48000 Hz only");
+        throw Failure("--rate " + std::to_string(rate) +
+                      ": the engine resamples between 44100 and 48000 Hz only: use one of them");
     }
     if (sound.Rate() == rate) {
         throw Failure(name + ": has " + std::to_string(rate) + " Hz already: use ztaudio convert to copy it");

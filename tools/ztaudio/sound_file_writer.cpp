@@ -68,6 +68,21 @@ SF_VIRTUAL_IO kThroughOutputFile = {
     [](void* file) -> sf_count_t { return static_cast<OutputTarget*>(file)->Seek(0, SEEK_CUR); },
 };
 
+/// What the user can do if a container does not hold samples of this kind.
+std::string SuggestOutput(SF_INFO info)
+{
+    info.format = (info.format & SF_FORMAT_TYPEMASK) | SF_FORMAT_PCM_24;
+    return sf_format_check(&info) == SF_TRUE ? "convert with --format 24, or write .wav" : "write .wav";
+}
+
+/// The message of libsndfile about its last failure to open a file.
+std::string LibraryError()
+{
+    constexpr std::string_view kPrefix = "Error : ";
+    const std::string text = sf_strerror(nullptr);
+    return text.starts_with(kPrefix) ? text.substr(kPrefix.size()) : text;
+}
+
 using Broadcast = SF_BROADCAST_INFO_VAR(16000); // libsndfile takes less than 16 KiB of history
 using Cues = SF_CUES_VAR(256);
 
@@ -120,7 +135,7 @@ SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const Output
     info.samplerate = static_cast<int>(rate);
     if (sf_format_check(&info) == SF_FALSE) {
         throw Failure(path_.string() + ": " + std::string(container.name) + " cannot hold " +
-                      zta::host::FormatName(WaveFormat(format, channels, rate)));
+                      zta::host::FormatName(WaveFormat(format, channels, rate)) + ": " + SuggestOutput(info));
     }
     RequireCapacity(expectedFrames);
     if (!container.canBeEmpty) {
@@ -159,7 +174,7 @@ void SoundFileWriter::OpenLibrary(int format, std::uint32_t rate)
         target_->RequireWritten();
         throw Failure(path_.string() + ": cannot write " +
                       zta::host::FormatName(WaveFormat(format_, static_cast<std::uint32_t>(samplesPerFrame_), rate)) +
-                      ": " + sf_strerror(nullptr));
+                      ": " + LibraryError());
     }
     // The chunk of peaks has the time of writing: without it, equal input gives equal files.
     sf_command(sound_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);

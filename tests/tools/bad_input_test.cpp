@@ -209,6 +209,8 @@ TEST_F(BadInput, RejectsAWrongCommandLine)
         {"convert", in_, out_, "--block", "1000000000000"},
         {"convert", in_, out_, "--block", "many"},
         {"convert", in_, out_, "--bogus"},
+        {"convert", in_, ""},
+        {"convert", "", out_},
         {"convert", in_, File("out.xyz")},
         {"convert", in_, File("out")},
         {"register"},

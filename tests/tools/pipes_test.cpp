@@ -263,6 +263,12 @@ TEST_F(Pipes, NoteASoundThatLacksItsEnd)
                   "ztaudio: note: standard input: ends before " + end + ", and is read to its end\n");
         EXPECT_GT(ReadSound(File("out.wav")).Frames(), 10000);
     }
+    // A FLAC that was written to a pipe does not contain its length.
+    Succeeds("cat in.wav | $Z convert - - --output-format flac > open.flac");
+    EXPECT_EQ(Notes("cat open.flac | $Z convert - out.wav"), "");
+    ExpectSame(ReadSound(File("out.wav")), ReadSound(File("in.wav")));
+    EXPECT_EQ(Notes("head -c 100000 open.flac | $Z convert - out.wav"),
+              "ztaudio: note: standard input: ends before the end of a FLAC frame, and is read to its end\n");
     const RunResult flac = Shell("$Z convert in.wav in.flac; head -c 100000 in.flac | $Z convert - out.flac");
     EXPECT_EQ(flac.exitCode, 1);
     EXPECT_NE(flac.errors.find("ztaudio: standard input: damaged or truncated: ends after "), std::string::npos);

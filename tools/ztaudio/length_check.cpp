@@ -3,6 +3,7 @@
 #include "tools/ztaudio/stream_header.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -211,4 +212,32 @@ LengthCheck CheckLastOggPage(const std::string& tail, std::uint64_t begin, std::
     LengthCheck check = CheckSize(length, begin + page, size);
     check.isTruncated = check.isTruncated || (static_cast<unsigned char>(tail[page + 5]) & kIsLast) == 0;
     return check;
+}
+
+// A frame begins with a sync code and ends with a CRC, so that the CRC of all its bytes is 0.
+bool EndsWithFlacFrame(const std::string& tail)
+{
+    constexpr std::uint32_t kPolynomial = 0x8005;
+    std::array<std::uint16_t, 256> table{};
+    for (std::uint32_t i = 0; i < table.size(); ++i) {
+        std::uint32_t crc = i << 8;
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc & 0x8000) != 0 ? crc << 1 ^ kPolynomial : crc << 1;
+        }
+        table[i] = static_cast<std::uint16_t>(crc);
+    }
+    for (std::size_t at = tail.size(); at-- > 0;) {
+        if (static_cast<unsigned char>(tail[at]) != 0xFF || at + 1 == tail.size() ||
+            (static_cast<unsigned char>(tail[at + 1]) & 0xFE) != 0xF8) {
+            continue;
+        }
+        std::uint32_t crc = 0;
+        for (std::size_t i = at; i < tail.size(); ++i) {
+            crc = (crc << 8 & 0xFFFF) ^ table[crc >> 8 ^ static_cast<unsigned char>(tail[i])];
+        }
+        if (crc == 0) {
+            return true;
+        }
+    }
+    return false;
 }

@@ -22,3 +22,9 @@ inline constexpr std::size_t kMaxOggPageBytes = 65307;
 ///
 /// tail   the bytes from `begin` to the end of the stream, at least a page
 LengthCheck CheckLastOggPage(const std::string& tail, std::uint64_t begin, std::uint64_t length);
+
+/// More than a frame of FLAC has in practice.
+inline constexpr std::size_t kMaxFlacFrameBytes = 1 << 20;
+
+/// Returns whether the bytes, the last of a FLAC stream, end with a complete frame.
+bool EndsWithFlacFrame(const std::string& tail);

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <map>
 #include <optional>
 
@@ -286,6 +287,9 @@ Command Parser::WithFiles(Options options) const
 {
     if (!pattern_.empty()) {
         return BatchOptions{options, inputs_, pattern_, jobs_};
+    }
+    if (std::ranges::find(inputs_, std::filesystem::path()) != inputs_.end()) {
+        throw UsageFailure("the name of a file is empty");
     }
     if (inputs_.size() < 2) {
         throw UsageFailure("OUT is required");

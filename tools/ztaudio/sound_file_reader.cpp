@@ -20,6 +20,7 @@ constexpr std::uint64_t kEndlessBytes = std::uint64_t{1} << 60;
 
 constexpr std::string_view kEndsEarly = "ends before the length in its header, and is read to its end";
 constexpr std::string_view kLacksLastPage = "ends before the last page of the sound, and is read to its end";
+constexpr std::string_view kLacksLastFrame = "ends before the end of a FLAC frame, and is read to its end";
 constexpr std::string_view kLosesLowByte = "32-bit integer samples: the low 8 bits are dropped";
 constexpr std::string_view kLosesPrecision = "double-precision samples: rounded to single precision";
 
@@ -91,7 +92,8 @@ struct SoundFileReader::Stream {
     std::uint64_t begin = 0;  ///< position of the first byte for libsndfile
     std::uint64_t length = 0; ///< more than any sound has if it is not known
     bool isOgg = false;
-    std::string lastBytes = {}; ///< of an Ogg stream
+    std::size_t maxPartBytes = 0; ///< of a page or frame; 0 if the last one is not checked
+    std::string lastBytes = {};   ///< at least as many bytes
 
     std::uint64_t Position() const { return bytes->Position() - begin; }
 
@@ -99,10 +101,10 @@ struct SoundFileReader::Stream {
     {
         const std::uint64_t left = length - std::min(length, Position());
         const std::size_t read = bytes->Read(to, static_cast<std::size_t>(std::min<std::uint64_t>(count, left)));
-        if (isOgg) {
+        if (maxPartBytes != 0) {
             lastBytes.append(static_cast<const char*>(to), read);
-            if (lastBytes.size() > 4 * kMaxOggPageBytes) {
-                lastBytes.erase(0, lastBytes.size() - 2 * kMaxOggPageBytes);
+            if (lastBytes.size() > 4 * maxPartBytes) {
+                lastBytes.erase(0, lastBytes.size() - 2 * maxPartBytes);
             }
         }
         return read;
@@ -111,8 +113,10 @@ struct SoundFileReader::Stream {
     /// Returns whether the bytes end before the sound does.
     bool HasEndedEarly() const
     {
-        return isOgg ? CheckLastOggPage(lastBytes, 0, lastBytes.size()).isTruncated
-                     : length < kEndlessBytes && Position() < length;
+        if (maxPartBytes == 0) {
+            return length < kEndlessBytes && Position() < length;
+        }
+        return isOgg ? CheckLastOggPage(lastBytes, 0, lastBytes.size()).isTruncated : !EndsWithFlacFrame(lastBytes);
     }
 };
 
@@ -220,9 +224,13 @@ void SoundFileReader::OpenDecoder()
 {
     stream_->length = kEndlessBytes;
     stream_->isOgg = stream_->bytes->Peek(0, 4) == "OggS";
+    stream_->maxPartBytes = stream_->isOgg ? kMaxOggPageBytes : 0;
     stream_->bytes->Keep();
     OpenVirtual();
     stream_->bytes->Release();
+    if ((info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_FLAC && info_.frames == SF_COUNT_MAX) {
+        stream_->maxPartBytes = kMaxFlacFrameBytes;
+    }
 }
 
 void SoundFileReader::OpenVirtual()
@@ -404,7 +412,7 @@ void SoundFileReader::FinishRead()
     bool isShort = info_.frames != 0 ? framesRead_ < info_.frames : sf_error(sound_.get()) != SF_ERR_NO_ERROR;
     if (stream_ && isPipe_) {
         if (stream_->HasEndedEarly()) {
-            endNote_ = stream_->isOgg ? kLacksLastPage : kEndsEarly;
+            endNote_ = stream_->isOgg ? kLacksLastPage : stream_->maxPartBytes != 0 ? kLacksLastFrame : kEndsEarly;
             isShort = false;
         }
         stream_->bytes->Drain();

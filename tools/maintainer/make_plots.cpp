@@ -43,7 +43,8 @@ Samples Resampled(EngineSession& engine, const Direction& direction, const Sampl
     };
     const auto frames = static_cast<sf_count_t>(in.size());
     ResampleStream stream(engine, 1, direction.from, direction.to, frames);
-    append(stream.Next(reinterpret_cast<const std::byte*>(in.data()), frames));
+    std::memcpy(stream.Input(), in.data(), in.size() * sizeof in[0]);
+    append(stream.Next(frames));
     for (ResampleStream::Result result{}; stream.Tail(result);) {
         append(result);
     }

@@ -6,8 +6,15 @@
 BlockReader::BlockReader(SampleSource& sound, sf_count_t blockFrames, bool fadeIn, bool fadeOut)
     : sound_(sound), blockFrames_(blockFrames), fadeIn_(fadeIn), fadeOut_(fadeOut),
       frameBytes_(BytesOf(sound.Format()) * sound.Channels()),
-      held_(static_cast<std::size_t>(MaxFrames() + kFadeFrames) * frameBytes_)
+      held_(static_cast<std::size_t>(MaxFrames() + kFadeFrames) * frameBytes_), memory_(held_.data())
 {
+}
+
+void BlockReader::ReadInto(std::byte* memory)
+{
+    if (!HasFades()) {
+        memory_ = memory;
+    }
 }
 
 sf_count_t BlockReader::MaxFrames() const
@@ -17,6 +24,10 @@ sf_count_t BlockReader::MaxFrames() const
 
 bool BlockReader::Next(Block& block)
 {
+    if (!HasFades()) {
+        block = {memory_, sound_.Read(memory_, blockFrames_), false, false};
+        return block.frames > 0;
+    }
     const auto bytes = [this](sf_count_t frames) { return static_cast<std::size_t>(frames) * frameBytes_; };
     heldFrames_ -= givenFrames_;
     std::memmove(held_.data(), held_.data() + bytes(givenFrames_), bytes(heldFrames_));

@@ -25,10 +25,16 @@ public:
     /// The length of the longest block that Next returns.
     sf_count_t MaxFrames() const;
 
+    /// Where the caller needs the samples: memory for MaxFrames() frames. Blocks of a sound without fades are read
+    /// there directly.
+    void ReadInto(std::byte* memory);
+
     /// Reads the next block, valid until the next call. Returns false at the end.
     bool Next(Block& block);
 
 private:
+    bool HasFades() const { return fadeIn_ || fadeOut_; }
+
     SampleSource& sound_;
     sf_count_t blockFrames_;
     bool fadeIn_;
@@ -36,6 +42,7 @@ private:
     bool first_ = true;
     std::size_t frameBytes_;
     std::vector<std::byte> held_;
+    std::byte* memory_; ///< for blocks
     sf_count_t heldFrames_ = 0;
     sf_count_t givenFrames_ = 0; ///< of those held
 };

@@ -62,7 +62,9 @@ const std::byte* Conversion::Run(const Block& block)
     if (samples == 0) {
         return first.Data();
     }
-    std::memcpy(first.Data(), block.samples, samples * BytesOf(chain.formats[0]));
+    if (block.samples != first.Data()) {
+        std::memmove(first.Data(), block.samples, samples * BytesOf(chain.formats[0])); // may be a part of Input()
+    }
     first.SetValidLength(samples * BytesOf(chain.formats[0]));
     for (std::size_t step = 1; step < chain.buffers.size(); ++step) {
         if (chain.formats[step - 1] == SampleFormat::Float32 && chain.formats[step] != SampleFormat::Float32) {

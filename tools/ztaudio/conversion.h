@@ -21,6 +21,9 @@ public:
     Conversion(EngineSession& engine, SampleFormat from, SampleFormat to, std::uint32_t channels, sf_count_t maxFrames,
                bool hasFades, OverloadCounter& overloads);
 
+    /// Memory for a block without fades, which need not be copied then. Parts of it are converted in their order.
+    std::byte* Input() { return plain_.buffers.front()->Data(); }
+
     /// Converts a block, and applies its fades. The result is valid until the next call.
     const std::byte* Run(const Block& block);
 

@@ -75,8 +75,10 @@ void Convert(const ConvertOptions& options, const Context& context)
     }
     SampleSource& source = resampled ? static_cast<SampleSource&>(*resampled) : scaled;
     const bool hasFades = options.fadeIn || options.fadeOut;
+    const bool isComplete = resamples && to == SampleFormat::Pcm16 && !hasFades; // after resampling
     BlockReader blocks(source, options.block, options.fadeIn, options.fadeOut);
     Conversion conversion(engine, source.Format(), to, in.Channels(), blocks.MaxFrames(), hasFades, overloads);
+    blocks.ReadInto(conversion.Input());
     SoundFileWriter out(options.out, OutputFor(options.files, options.overload), to, in.Channels(), rate,
                         source.Frames(), IsExtensible(in));
     resamples ? out.CopyTexts(in) : out.CopyTags(in);
@@ -88,9 +90,9 @@ void Convert(const ConvertOptions& options, const Context& context)
     }
 
     Progress progress(context, options.out.filename().string(), source.Frames(), rate);
-    for (Block block; blocks.Next(block);) {
+    for (Block block; isComplete ? resampled->Next(block) : blocks.Next(block);) {
         CheckInterruption();
-        const std::byte* const samples = conversion.Run(block);
+        const std::byte* const samples = isComplete ? block.samples : conversion.Run(block);
         report.Measure(samples, static_cast<std::size_t>(block.frames) * in.Channels(), to);
         out.Write(samples, block.frames);
         progress.Advance(block.frames);

@@ -17,6 +17,12 @@ template <std::size_t SampleBytes>
 void CopySamples(const std::byte* from, std::size_t fromStride, std::byte* to, std::size_t toStride,
                  std::size_t channels, std::size_t frames)
 {
+    if (channels == 1) {
+        for (std::size_t frame = 0; frame < frames; ++frame) {
+            std::memcpy(to + frame * toStride * SampleBytes, from + frame * fromStride * SampleBytes, SampleBytes);
+        }
+        return;
+    }
     for (std::size_t frame = 0; frame < frames; ++frame) {
         for (std::size_t channel = 0; channel < channels; ++channel) {
             std::memcpy(to + channel * SampleBytes, from + channel * SampleBytes, SampleBytes);

@@ -34,11 +34,9 @@ ResampleStream::ResampleStream(EngineSession& engine, std::uint32_t channels, st
     resampler_ = engine.CreateResampler(*input_, *output_);
 }
 
-ResampleStream::Result ResampleStream::Next(const std::byte* samples, sf_count_t frames)
+ResampleStream::Result ResampleStream::Next(sf_count_t frames)
 {
-    const auto count = static_cast<std::size_t>(frames);
-    std::memcpy(input_->Data(), samples, count * host::BytesPerFrame(input_->Description().sWaveFormat));
-    const Result result = Run(count);
+    const Result result = Run(static_cast<std::size_t>(frames));
     given_ += frames;
     written_ += result.frames;
     return result;

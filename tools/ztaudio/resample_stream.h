@@ -22,8 +22,11 @@ public:
     ResampleStream(EngineSession& engine, std::uint32_t channels, std::uint32_t from, std::uint32_t to,
                    sf_count_t maxFrames);
 
-    /// Resamples the next `frames` frames, at least one. The result may be empty because of the latency.
-    Result Next(const std::byte* samples, sf_count_t frames);
+    /// Where the caller puts the next frames.
+    std::byte* Input() { return input_->Data(); }
+
+    /// Resamples the first `frames` frames of Input(), at least one. The result may be empty because of the latency.
+    Result Next(sf_count_t frames);
 
     /// Drains the stream after the last input: resamples silence, block by block, until the sound has its exact length.
     /// Returns false when it has.

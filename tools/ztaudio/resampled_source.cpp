@@ -39,13 +39,17 @@ void NoteResampling(const SampleSource& sound, const std::string& name, SampleFo
 
 ResampledSource::ResampledSource(EngineSession& engine, SampleSource& source, std::uint32_t rate,
                                  sf_count_t blockFrames, OverloadCounter& overloads)
-    : source_(source), rate_(rate),
-      feed_(engine, source, SampleFormat::Pcm16, overloads, std::min(blockFrames, kMostResampledFrames)),
+    : source_(source), rate_(rate), blockFrames_(std::min(blockFrames, kMostResampledFrames)),
       channelsPerStream_(source.Channels() <= 2 ? source.Channels() : 1)
 {
-    const sf_count_t maxFrames = std::min(std::max(blockFrames, 2 * kFadeFrames), kMostResampledFrames);
+    if (source.Format() != SampleFormat::Pcm16) {
+        feed_.emplace(engine, source, SampleFormat::Pcm16, overloads, blockFrames_);
+    }
     for (std::uint32_t first = 0; first < source.Channels(); first += channelsPerStream_) {
-        streams_.emplace_back(engine, channelsPerStream_, source.Rate(), rate, maxFrames);
+        streams_.emplace_back(engine, channelsPerStream_, source.Rate(), rate, blockFrames_);
+    }
+    if (streams_.size() > 1 && !feed_) {
+        input_.resize(static_cast<std::size_t>(blockFrames_) * Channels() * kSampleBytes);
     }
 }
 
@@ -60,52 +64,73 @@ sf_count_t ResampledSource::Read(void* samples, sf_count_t frames)
     auto* to = static_cast<std::byte*>(samples);
     sf_count_t read = 0;
     while (read < frames) {
-        if (readFrames_ == outputFrames_ && !Refill()) {
-            break;
+        if (readFrames_ == block_.frames) {
+            readFrames_ = 0;
+            if (!Next(block_)) {
+                break;
+            }
         }
-        const sf_count_t count = std::min(frames - read, outputFrames_ - readFrames_);
-        const auto from =
-            output_.begin() + static_cast<std::ptrdiff_t>(readFrames_ * static_cast<sf_count_t>(frameBytes));
-        to = std::copy_n(from, static_cast<std::size_t>(count) * frameBytes, to);
+        const sf_count_t count = std::min(frames - read, block_.frames - readFrames_);
+        to = std::copy_n(block_.samples + static_cast<std::size_t>(readFrames_) * frameBytes,
+                         static_cast<std::size_t>(count) * frameBytes, to);
         readFrames_ += count;
         read += count;
     }
     return read;
 }
 
-bool ResampledSource::Refill()
+bool ResampledSource::Next(Block& block)
 {
-    readFrames_ = 0;
-    outputFrames_ = 0;
-    while (outputFrames_ == 0) {
-        const sf_count_t frames = isAtEnd_ ? 0 : feed_.Next();
+    block = {};
+    while (block.frames == 0) {
+        const sf_count_t frames = isAtEnd_ ? 0 : FillInputs();
         isAtEnd_ = frames == 0;
-        const std::byte* const samples = isAtEnd_ ? nullptr : feed_.Convert(0, frames);
         for (std::size_t i = 0; i < streams_.size(); ++i) {
             ResampleStream::Result result{};
             if (!isAtEnd_) {
-                plane_.resize(static_cast<std::size_t>(frames) * channelsPerStream_ * kSampleBytes);
-                CopyChannels(samples + i * channelsPerStream_ * kSampleBytes, Channels(), plane_.data(),
-                             channelsPerStream_, channelsPerStream_, frames, kSampleBytes);
-                result = streams_[i].Next(plane_.data(), frames);
+                result = streams_[i].Next(frames);
             } else if (!streams_[i].Tail(result)) {
                 return false;
             }
+            if (i == 0) {
+                block.frames = result.frames;
+            }
+            if (result.frames != block.frames) {
+                throw Failure("the streams of the channels have different lengths");
+            }
             Store(i, result);
+            block.samples = streams_.size() == 1 ? result.samples : output_.data();
         }
     }
     return true;
 }
 
+sf_count_t ResampledSource::FillInputs()
+{
+    if (!feed_ && streams_.size() == 1) {
+        return source_.Read(streams_[0].Input(), blockFrames_);
+    }
+    const sf_count_t frames = feed_ ? feed_->Next() : source_.Read(input_.data(), blockFrames_);
+    if (frames != 0) {
+        Distribute(feed_ ? feed_->Convert(0, frames) : input_.data(), frames);
+    }
+    return frames;
+}
+
+void ResampledSource::Distribute(const std::byte* samples, sf_count_t frames)
+{
+    for (ResampleStream& stream : streams_) {
+        CopyChannels(samples, Channels(), stream.Input(), channelsPerStream_, channelsPerStream_, frames, kSampleBytes);
+        samples += channelsPerStream_ * kSampleBytes;
+    }
+}
+
 void ResampledSource::Store(std::size_t stream, const ResampleStream::Result& result)
 {
-    if (stream == 0) {
-        outputFrames_ = result.frames;
-        output_.resize(static_cast<std::size_t>(result.frames) * Channels() * kSampleBytes);
+    if (streams_.size() == 1) {
+        return;
     }
-    if (result.frames != outputFrames_) {
-        throw Failure("the streams of the channels have different lengths");
-    }
+    output_.resize(static_cast<std::size_t>(result.frames) * Channels() * kSampleBytes);
     CopyChannels(result.samples, channelsPerStream_, output_.data() + stream * channelsPerStream_ * kSampleBytes,
                  Channels(), channelsPerStream_, result.frames, kSampleBytes);
 }

@@ -4,6 +4,7 @@
 #include "tools/ztaudio/block_converter.h"
 #include "tools/ztaudio/resample_stream.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,19 +27,25 @@ public:
     sf_count_t Frames() const override;
     sf_count_t Read(void* samples, sf_count_t frames) override;
 
+    /// Returns what one block of the source becomes, valid until the next call. Returns false at the end. A sound is
+    /// read with Read or with this function.
+    bool Next(Block& block);
+
 private:
-    /// Fills the output buffer. Returns false at the end.
-    bool Refill();
+    /// Puts the next block of the source into the inputs of the streams. Returns its frames, 0 at the end.
+    sf_count_t FillInputs();
+    void Distribute(const std::byte* samples, sf_count_t frames);
     void Store(std::size_t stream, const ResampleStream::Result& result);
 
     SampleSource& source_;
     std::uint32_t rate_;
-    BlockConverter feed_;
+    sf_count_t blockFrames_;
+    std::optional<BlockConverter> feed_; ///< if the source has samples of another format
     std::uint32_t channelsPerStream_;
     std::vector<ResampleStream> streams_;
-    std::vector<std::byte> plane_;
-    std::vector<std::byte> output_;
-    sf_count_t outputFrames_ = 0;
-    sf_count_t readFrames_ = 0; ///< of the output buffer
+    std::vector<std::byte> input_;  ///< a block of the source, if its channels are resampled one by one
+    std::vector<std::byte> output_; ///< a resampled block, in the same case
+    Block block_;                   ///< of which Read has returned some frames
+    sf_count_t readFrames_ = 0;
     bool isAtEnd_ = false;
 };

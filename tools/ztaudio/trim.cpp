@@ -95,14 +95,14 @@ void Trim(const TrimOptions& options, const Context& context)
 
     Progress progress(context, options.out.filename().string(), to == kToEnd ? 0 : to, in.Rate());
     BlockReader blocks(in, kBlockFrames, false, false);
+    blocks.ReadInto(source->Data());
     sf_count_t done = 0;
     for (Block block; done < to && blocks.Next(block); done += block.frames) {
         CheckInterruption();
         const sf_count_t first = std::max(from - done, sf_count_t{0});
         const sf_count_t last = std::min(to - done, block.frames);
         if (first < last) {
-            const sf_count_t samples = block.frames * in.Channels();
-            Fill(*source, {.samples = block.samples}, samples, samples);
+            source->SetValidLength(static_cast<std::size_t>(block.frames * in.Channels()) * BytesOf(in.Format()));
             engine.Extract(*source, static_cast<std::size_t>(first) * in.Channels(),
                            static_cast<std::size_t>(last - first) * in.Channels(), *piece);
             out.Write(piece->Data(), last - first);

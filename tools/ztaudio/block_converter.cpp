@@ -4,12 +4,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 BlockConverter::BlockConverter(EngineSession& engine, SampleSource& sound, SampleFormat to, OverloadCounter& overloads,
                                sf_count_t blockFrames)
     : sound_(sound), overloads_(overloads), blocks_(sound, blockFrames, false, false),
-      conversion_(engine, sound.Format(), to, sound.Channels(), blocks_.MaxFrames(), false, overloads)
+      conversion_(engine, sound.Format(), to, sound.Channels(), blocks_.MaxFrames(), false, overloads),
+      isConverted_(sound.Format() != to)
 {
+    if (isConverted_) {
+        blocks_.ReadInto(conversion_.Input());
+    }
 }
 
 sf_count_t BlockConverter::Next()
@@ -23,7 +28,8 @@ sf_count_t BlockConverter::Next()
 
 const std::byte* BlockConverter::Convert(sf_count_t first, sf_count_t frames)
 {
-    return conversion_.Run({.samples = Samples(first), .frames = frames});
+    const std::byte* const samples = Samples(first);
+    return isConverted_ ? conversion_.Run({.samples = samples, .frames = frames}) : samples;
 }
 
 const std::byte* BlockConverter::Convert(sf_count_t first, sf_count_t frames, std::span<int> gains)
@@ -32,8 +38,8 @@ const std::byte* BlockConverter::Convert(sf_count_t first, sf_count_t frames, st
         return Convert(first, frames);
     }
     if (sound_.Format() == SampleFormat::Float32 && overloads_.Policy() != OverloadPolicy::Wrap) {
-        ScaleDown(reinterpret_cast<const float*>(Samples(first)), frames, gains);
-        return conversion_.Run({.samples = reinterpret_cast<const std::byte*>(scaled_.data()), .frames = frames});
+        const auto* const samples = reinterpret_cast<const float*>(Samples(first));
+        return conversion_.Run({.samples = ScaleDown(samples, frames, gains), .frames = frames});
     }
     const std::byte* const result = Convert(first, frames);
     CountOverloads(result, frames, gains);
@@ -47,40 +53,64 @@ const std::byte* BlockConverter::Samples(sf_count_t first) const
 
 void BlockConverter::CountOverloads(const std::byte* samples, sf_count_t frames, std::span<const int> gains)
 {
-    const auto* sample = reinterpret_cast<const std::int32_t*>(samples);
-    std::int64_t overloads = 0;
-    for (sf_count_t frame = 0; frame < frames; ++frame) {
-        for (const int gain : gains) {
-            overloads += std::abs(std::int64_t{*sample++} * gain) > (std::int64_t{kUnityGain} << 31) ? 1 : 0;
-        }
+    if (std::ranges::max(gains) <= kUnityGain) {
+        return;
     }
+    constexpr std::int64_t kFullScale = std::int64_t{1} << 31;
+    const auto limit = [&](std::size_t channel) { return kFullScale * kUnityGain / std::max(gains[channel], 1); };
+    highest_.Set(gains.size(), frames, [&](std::size_t channel) { return std::min(limit(channel), kFullScale - 1); });
+    lowest_.Set(gains.size(), frames, [&](std::size_t channel) { return std::max(-limit(channel), -kFullScale); });
+    const auto* const values = reinterpret_cast<const std::int32_t*>(samples);
+    std::uint32_t overloads = 0;
+    highest_.ForPieces([&](std::size_t first, std::size_t count) {
+        const std::int32_t* const piece = values + first;
+        for (std::size_t i = 0; i < count; ++i) {
+            overloads +=
+                static_cast<std::uint32_t>(piece[i] > highest_[i]) | static_cast<std::uint32_t>(piece[i] < lowest_[i]);
+        }
+    });
     overloads_.Add(overloads);
 }
 
-void BlockConverter::ScaleDown(const float* samples, sf_count_t frames, std::span<int> gains)
+const std::byte* BlockConverter::ScaleDown(const float* samples, sf_count_t frames, std::span<int> gains)
 {
     const std::size_t channels = gains.size();
     const std::size_t count = static_cast<std::size_t>(frames) * channels;
-    scaled_.assign(samples, samples + count);
-    std::int64_t overloads = 0;
-    for (std::size_t channel = 0; channel < channels; ++channel) {
-        const float gain = static_cast<float>(gains[channel]) / kUnityGain;
-        float peak = 0.0F;
-        for (std::size_t i = channel; i < count; i += channels) {
-            const float magnitude = std::abs(samples[i]);
-            peak = std::max(peak, magnitude); // ignores a NaN
-            overloads += magnitude * gain <= 1.0F ? 0 : 1;
+    const bool hasOverload = HasOverload({samples, count});
+    if (!hasOverload && std::ranges::max(gains) <= kUnityGain) {
+        return reinterpret_cast<const std::byte*>(samples);
+    }
+    factors_.Set(channels, frames, [&](std::size_t c) { return static_cast<float>(gains[c]) / kUnityGain; });
+    peaks_.Set(channels, frames, [](std::size_t /*c*/) { return 0.0F; });
+    std::uint32_t overloads = 0;
+    factors_.ForPieces([&](std::size_t first, std::size_t length) {
+        const float* const piece = samples + first;
+        for (std::size_t i = 0; i < length; ++i) {
+            const float magnitude = std::abs(piece[i]);
+            peaks_[i] = std::max(peaks_[i], magnitude); // ignores a NaN
+            overloads += static_cast<std::uint32_t>(!(magnitude * factors_[i] <= 1.0F));
         }
+    });
+    overloads_.Add(overloads);
+    if (!hasOverload) {
+        return reinterpret_cast<const std::byte*>(samples);
+    }
+    std::vector<float> scales(channels, 1.0F);
+    for (std::size_t channel = 0; channel < channels; ++channel) {
+        const float peak = peaks_.Max(channel);
         // The engine limits the largest gain to one step less.
-        float scale = 1.0F;
-        while (peak * scale > 1.0F && gains[channel] > 0 && 2 * gains[channel] < kMaxGain) {
-            scale /= 2;
+        while (peak * scales[channel] > 1.0F && gains[channel] > 0 && 2 * gains[channel] < kMaxGain) {
+            scales[channel] /= 2;
             gains[channel] *= 2;
         }
-        for (std::size_t i = channel; scale < 1.0F && i < count; i += channels) {
-            scaled_[i] *= scale;
-        }
     }
-    overloads_.Add(overloads);
+    factors_.Set(channels, frames, [&](std::size_t c) { return scales[c]; });
+    scaled_.resize(count);
+    factors_.ForPieces([&](std::size_t first, std::size_t length) {
+        for (std::size_t i = 0; i < length; ++i) {
+            scaled_[first + i] = samples[first + i] * factors_[i];
+        }
+    });
     LimitToFullScale(scaled_, SampleFormat::Pcm24In32);
+    return reinterpret_cast<const std::byte*>(scaled_.data());
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/ztaudio/block_reader.h"
+#include "tools/ztaudio/channel_values.h"
 #include "tools/ztaudio/conversion.h"
 #include "tools/ztaudio/padded_buffer.h"
 
@@ -19,7 +20,8 @@ public:
     sf_count_t BlockFrames() const { return block_.frames; }
     sf_count_t TotalFrames() const { return totalFrames_; }
 
-    /// Converts frames of the current block. The result is valid until the next call.
+    /// Converts frames of the current block, which is converted in the order of its frames. The result is valid until
+    /// the next call.
     const std::byte* Convert(sf_count_t first, sf_count_t frames);
 
     /// Converts frames of the current block to 24-in-32 for an operation that applies gains to them, and counts the
@@ -31,14 +33,19 @@ public:
 
 private:
     const std::byte* Samples(sf_count_t first) const;
-    void ScaleDown(const float* samples, sf_count_t frames, std::span<int> gains);
+    const std::byte* ScaleDown(const float* samples, sf_count_t frames, std::span<int> gains);
     void CountOverloads(const std::byte* samples, sf_count_t frames, std::span<const int> gains);
 
     SampleSource& sound_;
     OverloadCounter& overloads_;
     BlockReader blocks_;
     Conversion conversion_;
+    bool isConverted_;
     Block block_;
     sf_count_t totalFrames_ = 0;
+    ChannelValues<float> factors_;
+    ChannelValues<float> peaks_;
+    ChannelValues<std::int32_t> highest_; ///< that pass not full scale
+    ChannelValues<std::int32_t> lowest_;
     std::vector<float> scaled_;
 };

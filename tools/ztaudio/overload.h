@@ -41,6 +41,9 @@ private:
     std::int64_t count_ = 0;
 };
 
+/// Whether any magnitude is 1.0 or more, or not a number.
+bool HasOverload(std::span<const float> samples);
+
 /// Limits samples to what the engine converts to the largest and smallest sample of an integer format. A sample that is
 /// not a number becomes 0.
 void LimitToFullScale(std::span<float> samples, SampleFormat to);

@@ -55,7 +55,9 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
                                    values.assign(current.begin(), current.end());
                                    const std::byte* samples = feed.Convert(first, span, values);
                                    samples = stage.Run(samples, span, values);
-                                   samples = conversion.Run({.samples = samples, .frames = span});
+                                   if (to != SampleFormat::Pcm24In32) {
+                                       samples = conversion.Run({.samples = samples, .frames = span});
+                                   }
                                    report.Measure(samples, static_cast<std::size_t>(span) * in.Channels(), to);
                                    out.Write(samples, span);
                                });

@@ -2,6 +2,7 @@
 
 #include "host/formats.h"
 #include "tools/common/failure.h"
+#include "tools/ztaudio/packing.h"
 
 #include <algorithm>
 #include <cctype>
@@ -81,6 +82,19 @@ std::string LibraryError()
     constexpr std::string_view kPrefix = "Error : ";
     const std::string text = sf_strerror(nullptr);
     return text.starts_with(kPrefix) ? text.substr(kPrefix.size()) : text;
+}
+
+bool IsLittleEndian(int format)
+{
+    switch (format & SF_FORMAT_TYPEMASK) {
+    case SF_FORMAT_WAV:
+    case SF_FORMAT_WAVEX:
+    case SF_FORMAT_W64:
+    case SF_FORMAT_RF64:
+        return true;
+    default:
+        return false;
+    }
 }
 
 using Broadcast = SF_BROADCAST_INFO_VAR(16000); // libsndfile takes less than 16 KiB of history
@@ -176,6 +190,7 @@ void SoundFileWriter::OpenLibrary(int format, std::uint32_t rate)
                       zta::host::FormatName(WaveFormat(format_, static_cast<std::uint32_t>(samplesPerFrame_), rate)) +
                       ": " + LibraryError());
     }
+    isPacked_ = IsLittleEndian(format) && (format & SF_FORMAT_SUBMASK) == SF_FORMAT_PCM_24;
     // The chunk of peaks has the time of writing: without it, equal input gives equal files.
     sf_command(sound_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
@@ -236,6 +251,7 @@ void SoundFileWriter::WritePending()
         return;
     }
     const void* samples = pending_.data();
+    const std::size_t count = pending_.size() / BytesOf(format_);
     const auto frames = static_cast<sf_count_t>(pending_.size() / (samplesPerFrame_ * BytesOf(format_)));
     sf_count_t written = 0;
     switch (format_) {
@@ -243,11 +259,21 @@ void SoundFileWriter::WritePending()
         written = sf_writef_short(sound_.get(), static_cast<const short*>(samples), frames);
         break;
     case SampleFormat::Pcm24In32:
-        written = sf_writef_int(sound_.get(), static_cast<const int*>(samples), frames);
+        if (isPacked_) {
+            packed_.resize(kPackedBytes * count);
+            Pack24Bits({static_cast<const std::int32_t*>(samples), count}, packed_.data());
+            written = WritePacked(packed_);
+        } else {
+            written = sf_writef_int(sound_.get(), static_cast<const int*>(samples), frames);
+        }
         break;
     case SampleFormat::Pcm24In24: {
+        if (isPacked_) {
+            written = WritePacked(pending_);
+            break;
+        }
         const auto* bytes = static_cast<const unsigned char*>(samples);
-        unpacked_.resize(static_cast<std::size_t>(frames) * samplesPerFrame_);
+        unpacked_.resize(count);
         for (int& sample : unpacked_) {
             sample = static_cast<int>(static_cast<unsigned>(bytes[0]) << 8 | static_cast<unsigned>(bytes[1]) << 16 |
                                       static_cast<unsigned>(bytes[2]) << 24);
@@ -265,6 +291,13 @@ void SoundFileWriter::WritePending()
         throw Failure(path_.string() + ": cannot write: " + sf_strerror(sound_.get()));
     }
     pending_.clear();
+}
+
+// libsndfile converts each byte for itself; here it writes the bytes as they are.
+sf_count_t SoundFileWriter::WritePacked(std::span<const std::byte> bytes)
+{
+    const sf_count_t written = sf_write_raw(sound_.get(), bytes.data(), static_cast<sf_count_t>(bytes.size()));
+    return written / static_cast<sf_count_t>(kPackedBytes * samplesPerFrame_);
 }
 
 void SoundFileWriter::Commit(std::span<const std::unique_ptr<SoundFileWriter>> writers)

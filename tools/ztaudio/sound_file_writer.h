@@ -61,6 +61,7 @@ public:
 private:
     void Close();
     void WritePending();
+    sf_count_t WritePacked(std::span<const std::byte> bytes);
     void RequireCapacity(sf_count_t frames) const;
     void OpenLibrary(int format, std::uint32_t rate);
 
@@ -71,6 +72,8 @@ private:
     sf_count_t framesTaken_ = 0;
     std::string emptyFailure_; ///< the message if no frames are written; empty if that is no failure
     std::vector<std::byte> pending_;
+    bool isPacked_ = false; ///< the container holds the bytes of 24-in-24
+    std::vector<std::byte> packed_;
     std::vector<int> unpacked_;
     std::unique_ptr<OutputTarget> target_;
     std::unique_ptr<StreamEncoder> encoder_; ///< if libsndfile does not write the samples

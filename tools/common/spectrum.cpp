@@ -1,5 +1,7 @@
 #include "tools/common/spectrum.h"
 
+#include "tools/common/vector_loops.h"
+
 #include <fftw3.h>
 
 #include <algorithm>
@@ -89,16 +91,58 @@ void RealTransform::DestroyPlan::operator()(fftw_plan_s* plan) const
     fftw_destroy_plan(plan);
 }
 
+void RealTransform::Free::operator()(double* values) const
+{
+    fftw_free(values);
+}
+
 RealTransform::RealTransform(std::size_t length)
-    : in_(length), out_(2 * (length / 2 + 1)),
-      plan_(fftw_plan_dft_r2c_1d(static_cast<int>(length), in_.data(), reinterpret_cast<fftw_complex*>(out_.data()),
+    : length_(length), in_(fftw_alloc_real(length)), out_(fftw_alloc_real(2 * (length / 2 + 1))),
+      plan_(fftw_plan_dft_r2c_1d(static_cast<int>(length), in_.get(), reinterpret_cast<fftw_complex*>(out_.get()),
                                  FFTW_ESTIMATE | FFTW_PRESERVE_INPUT))
 {
+    std::ranges::fill(Input(), 0.0);
 }
 
 void RealTransform::Run()
 {
     fftw_execute(plan_.get());
+}
+
+void RealTransform::Run(std::span<const double> samples, std::span<const double> window)
+{
+    RunVectorized([&]() ZTA_INLINE {
+        const std::size_t count = samples.size();
+        double* const in = in_.get();
+        for (std::size_t i = 0; i < count; ++i) {
+            in[i] = samples[i] * window[i];
+        }
+    });
+    Run();
+}
+
+void RealTransform::AddPowers(double weight, std::span<double> sums) const
+{
+    AddPowersTo(weight, sums);
+}
+
+void RealTransform::AddPowers(double weight, std::span<float> sums) const
+{
+    AddPowersTo(weight, sums);
+}
+
+template <typename Sum>
+void RealTransform::AddPowersTo(double weight, std::span<Sum> sums) const
+{
+    RunVectorized([&]() ZTA_INLINE {
+        const double* const out = out_.get();
+        Sum* const to = sums.data();
+        const double factor = weight;
+        const std::size_t bins = BinCount();
+        for (std::size_t bin = 0; bin < bins; ++bin) {
+            to[bin] += static_cast<Sum>(factor * (out[2 * bin] * out[2 * bin] + out[2 * bin + 1] * out[2 * bin + 1]));
+        }
+    });
 }
 
 std::vector<double> TransformPowers(std::span<const double> samples, std::size_t length)
@@ -113,10 +157,12 @@ std::vector<double> TransformPowers(std::span<const double> samples, std::size_t
     return powers;
 }
 
-Spectrum::Spectrum(std::size_t length)
-    : window_(PowerComplementaryWindow(length, length / kSegmentsPerLength)), sums_(length / 2 + 1), transform_(length)
+Spectrum::Spectrum(std::size_t length) : binCount_(length / 2 + 1), recent_(length)
 {
-    for (const double value : window_) {
+    const std::vector<double> window = PowerComplementaryWindow(length, length / kSegmentsPerLength);
+    powers_ = std::make_shared<PowerSpectrum>(window);
+    sums_ = powers_->MakeSums();
+    for (const double value : window) {
         windowPower_ += value * value;
         windowSum_ += value;
     }
@@ -125,11 +171,11 @@ Spectrum::Spectrum(std::size_t length)
 void Spectrum::Add(std::span<const double> samples)
 {
     while (!samples.empty()) {
-        const std::size_t wanted = weight_ == 0 ? Length() - recent_.size() : Hop() - newFrames_;
+        const std::size_t wanted = weight_ == 0 ? Length() - recent_.Size() : Hop() - newFrames_;
         const std::size_t count = std::min(samples.size(), wanted);
-        const std::size_t excess = recent_.size() + count - std::min(recent_.size() + count, Length());
-        recent_.erase(recent_.begin(), recent_.begin() + static_cast<std::ptrdiff_t>(excess));
-        recent_.insert(recent_.end(), samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
+        const std::size_t excess = recent_.Size() + count - std::min(recent_.Size() + count, Length());
+        recent_.Drop(excess);
+        recent_.Append(samples.first(count));
         samples = samples.subspan(count);
         newFrames_ += count;
         if (count == wanted) {
@@ -141,7 +187,7 @@ void Spectrum::Add(std::span<const double> samples)
 void Spectrum::Finish()
 {
     if (weight_ == 0 && newFrames_ > 0) {
-        recent_.resize(Length());
+        recent_.AppendSilence(Length() - recent_.Size());
         AddSegment(1);
     } else if (newFrames_ > 0) {
         AddSegment(static_cast<double>(newFrames_) / static_cast<double>(Hop()));
@@ -150,18 +196,14 @@ void Spectrum::Finish()
 
 void Spectrum::AddSegment(double weight)
 {
-    std::ranges::transform(recent_, window_, transform_.Input().begin(), std::multiplies<>());
-    transform_.Run();
-    for (std::size_t bin = 0; bin < sums_.size(); ++bin) {
-        sums_[bin] += weight * transform_.Power(bin);
-    }
+    powers_->Add(recent_, weight, sums_);
     weight_ += weight;
     newFrames_ = 0;
 }
 
 std::vector<double> Spectrum::Powers() const
 {
-    std::vector<double> powers = sums_;
+    std::vector<double> powers = powers_->InOrder(sums_);
     // All bins except the first and the last include their mirror image.
     const double weight = weight_ > 0 ? weight_ : 1;
     const double scale = 2 / (weight * static_cast<double>(Length()) * windowPower_);

@@ -1,6 +1,8 @@
 /// Spectra of sounds.
 #pragma once
 
+#include "tools/common/power_spectrum.h"
+
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -18,12 +20,15 @@ class RealTransform {
 public:
     explicit RealTransform(std::size_t length);
 
-    std::size_t Length() const { return in_.size(); }
-    std::size_t BinCount() const { return in_.size() / 2 + 1; }
+    std::size_t Length() const { return length_; }
+    std::size_t BinCount() const { return length_ / 2 + 1; }
 
     /// The samples to transform. Run keeps them.
-    std::span<double> Input() { return in_; }
+    std::span<double> Input() { return {in_.get(), length_}; }
     void Run();
+
+    /// Transforms samples, each multiplied by the value of a window.
+    void Run(std::span<const double> samples, std::span<const double> window);
 
     /// The squared magnitude of a bin, from 0 Hz to half the rate.
     double Power(std::size_t bin) const
@@ -31,13 +36,23 @@ public:
         return out_[2 * bin] * out_[2 * bin] + out_[2 * bin + 1] * out_[2 * bin + 1];
     }
 
+    /// Adds the squared magnitudes of all bins, each multiplied by `weight`.
+    void AddPowers(double weight, std::span<double> sums) const;
+    void AddPowers(double weight, std::span<float> sums) const;
+
 private:
     struct DestroyPlan {
         void operator()(fftw_plan_s* plan) const;
     };
+    struct Free {
+        void operator()(double* values) const;
+    };
+    template <typename Sum>
+    void AddPowersTo(double weight, std::span<Sum> sums) const;
 
-    std::vector<double> in_;
-    std::vector<double> out_;
+    std::size_t length_;
+    std::unique_ptr<double[], Free> in_; ///< aligned as the library prefers
+    std::unique_ptr<double[], Free> out_;
     std::unique_ptr<fftw_plan_s, DestroyPlan> plan_;
 };
 
@@ -46,7 +61,7 @@ std::vector<double> TransformPowers(std::span<const double> samples, std::size_t
 
 /// The mean power spectrum of a sound that arrives in blocks. Segments overlap by 7/8 under a window whose squares
 /// add up to a constant at that overlap: between the first and the last 7/8 of a segment each frame has equal weight.
-/// The side lobes of the window are 180 dB below the main lobe.
+/// The side lobes of the window are 180 dB below the main lobe. Copies share a transform, and belong to one thread.
 class Spectrum {
 public:
     /// length  frames of a segment, a multiple of 8
@@ -60,7 +75,7 @@ public:
 
     /// Whether at least one segment is complete. Without one, all powers are 0.
     bool HasSegment() const { return weight_ > 0; }
-    std::size_t Length() const { return window_.size(); }
+    std::size_t Length() const { return 2 * (binCount_ - 1); }
 
     /// The mean square of the sound in each bin, from 0 Hz to half the rate. The sum is the mean square of the sound.
     std::vector<double> Powers() const;
@@ -72,10 +87,10 @@ private:
     std::size_t Hop() const { return Length() / 8; }
     void AddSegment(double weight);
 
-    std::vector<double> window_;
-    std::vector<double> recent_; ///< frames, at most a segment
-    std::vector<double> sums_;
-    RealTransform transform_;
+    std::size_t binCount_;
+    SampleRows recent_; ///< frames, at most a segment
+    std::shared_ptr<PowerSpectrum> powers_;
+    PowerSpectrum::Sums sums_;
     std::size_t newFrames_ = 0; ///< since the last segment
     double weight_ = 0;
     double windowPower_ = 0;

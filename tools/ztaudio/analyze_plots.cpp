@@ -92,18 +92,17 @@ AnalysisPlots::AnalysisPlots(const AnalyzeOptions& options, std::size_t channels
     }
     data_->options = options;
     data_->rate = rate;
-    for (std::size_t c = 0; c < channels; ++c) {
-        if (!options.plot.empty()) {
-            data_->spectra.emplace_back(
-                SegmentFor(frames / 8 + (frames != 0 ? 1 : 0), kShortestSpectrumSegment, kSpectrumSegment));
-        }
-        if (!options.spectrogram.empty()) {
-            data_->spectrograms.emplace_back(
-                SegmentFor(frames / 16 + (frames != 0 ? 1 : 0), kShortestSpectrogramSegment, kSpectrogramSegment));
-        }
-        if (!options.waveform.empty()) {
-            data_->waveforms.emplace_back();
-        }
+    const std::uint64_t known = frames != 0 ? 1 : 0;
+    if (!options.plot.empty()) {
+        data_->spectra.assign(channels,
+                              Spectrum(SegmentFor(frames / 8 + known, kShortestSpectrumSegment, kSpectrumSegment)));
+    }
+    if (!options.spectrogram.empty()) {
+        data_->spectrograms.assign(
+            channels, Spectrogram(SegmentFor(frames / 16 + known, kShortestSpectrogramSegment, kSpectrogramSegment)));
+    }
+    if (!options.waveform.empty()) {
+        data_->waveforms.resize(channels);
     }
 }
 

@@ -1,7 +1,10 @@
 /// Level, peak and mean of a signal.
 #pragma once
 
+#include "tools/common/vector_loops.h"
+
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <span>
@@ -12,15 +15,11 @@ class LevelMeter {
 public:
     void Add(std::span<const double> samples)
     {
-        double sum = 0;
-        double squares = 0;
-        for (const double sample : samples) {
-            peak_ = std::max(peak_, std::abs(sample));
-            sum += sample;
-            squares += sample * sample;
-        }
-        sum_.Add(sum);
-        squares_.Add(squares);
+        Sums sums;
+        RunVectorized([&]() ZTA_INLINE { sums = SumOf(samples); });
+        peak_ = std::max(peak_, sums.peak);
+        sum_.Add(sums.sum);
+        squares_.Add(sums.squares);
         count_ += samples.size();
     }
 
@@ -47,6 +46,47 @@ private:
         double sum_ = 0;
         double error_ = 0;
     };
+
+    struct Sums {
+        double peak = 0;
+        double sum = 0;
+        double squares = 0;
+    };
+
+    ZTA_INLINE static Sums SumOf(std::span<const double> samples)
+    {
+        constexpr std::size_t kVectors = 2; // that are computed in parallel
+        const double* const values = samples.data();
+        const std::size_t count = samples.size();
+        std::array<Doubles, kVectors> peaks{};
+        std::array<Doubles, kVectors> sums{};
+        std::array<Doubles, kVectors> squares{};
+        std::size_t i = 0;
+        for (; i + kVectors * kDoubles <= count; i += kVectors * kDoubles) {
+            for (std::size_t v = 0; v < kVectors; ++v) {
+                Doubles value;
+                Load(value, values + i + v * kDoubles);
+                const Doubles magnitude = value < 0 ? -value : value;
+                peaks[v] = magnitude > peaks[v] ? magnitude : peaks[v]; // ignores a NaN
+                sums[v] += value;
+                squares[v] += value * value;
+            }
+        }
+        Sums result;
+        for (; i < count; ++i) {
+            result.peak = std::max(result.peak, std::abs(values[i]));
+            result.sum += values[i];
+            result.squares += values[i] * values[i];
+        }
+        const Doubles sum = sums[0] + sums[1];
+        const Doubles square = squares[0] + squares[1];
+        for (std::size_t lane = 0; lane < kDoubles; ++lane) {
+            result.peak = std::max({result.peak, peaks[0][lane], peaks[1][lane]});
+            result.sum += sum[lane];
+            result.squares += square[lane];
+        }
+        return result;
+    }
 
     std::uint64_t count_ = 0;
     double peak_ = 0;

@@ -17,8 +17,8 @@ constexpr double kOffset = -0.691; // of the loudness of a mean square of 1
 constexpr double kMinRate = 4000; // the filters have poles up to 1.7 kHz
 constexpr double kMaxRate = 2822400;
 
+constexpr unsigned long kHopMilliseconds = 100;
 constexpr std::size_t kMomentaryHops = 4;
-constexpr std::size_t kShortTermHops = 30;
 constexpr std::size_t kShortTermInterval = 10;
 
 double LoudnessOf(double energy)
@@ -124,7 +124,8 @@ bool LoudnessMeter::IsSupported(std::size_t channels, double rate)
 
 LoudnessMeter::LoudnessMeter(std::size_t channels, double rate)
     : library_(std::make_unique<Library>(channels, rate)), channels_(channels),
-      hopFrames_((static_cast<std::size_t>(rate) + 5) / 10)
+      hopFrames_((static_cast<std::size_t>(rate) + 5) / 10),
+      hasExactHops_(hopFrames_ == static_cast<std::size_t>(rate) * kHopMilliseconds / 1000)
 {
 }
 
@@ -149,16 +150,35 @@ void LoudnessMeter::EndHop()
     framesInHop_ = 0;
     ++hops_;
     double loudness = 0;
-    if (hops_ >= kMomentaryHops && ebur128_loudness_momentary(library_->State(), &loudness) == EBUR128_SUCCESS) {
+    if (hasExactHops_ && ebur128_loudness_window(library_->State(), kHopMilliseconds, &loudness) == EBUR128_SUCCESS) {
+        energies_[hops_ % kShortTermHops] = EnergyOf(loudness);
+    }
+    if (hops_ >= kMomentaryHops) {
+        loudness = LoudnessOfLast(kMomentaryHops);
         momentary_.Add(loudness);
         if (std::isfinite(loudness)) {
             maxMomentary_ = std::max(maxMomentary_.value_or(loudness), loudness);
         }
     }
-    if (hops_ >= kShortTermHops && hops_ % kShortTermInterval == 0 &&
-        ebur128_loudness_shortterm(library_->State(), &loudness) == EBUR128_SUCCESS) {
-        shortTerm_.Add(loudness);
+    if (hops_ >= kShortTermHops && hops_ % kShortTermInterval == 0) {
+        shortTerm_.Add(LoudnessOfLast(kShortTermHops));
     }
+}
+
+/// The windows of the library overlap, so it would add up each energy many times.
+double LoudnessMeter::LoudnessOfLast(std::size_t hops)
+{
+    double loudness = -HUGE_VAL;
+    if (!hasExactHops_) {
+        const auto measure = hops == kMomentaryHops ? ebur128_loudness_momentary : ebur128_loudness_shortterm;
+        measure(library_->State(), &loudness);
+        return loudness;
+    }
+    double energy = 0;
+    for (std::size_t i = 0; i < hops; ++i) {
+        energy += energies_[(hops_ - i) % kShortTermHops];
+    }
+    return LoudnessOf(energy / static_cast<double>(hops));
 }
 
 Loudness LoudnessMeter::Value() const

@@ -1,6 +1,7 @@
 /// Loudness according to EBU R128.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -54,11 +55,16 @@ private:
         std::vector<Bin> bins_;
     };
 
+    static constexpr std::size_t kShortTermHops = 30;
+
     void EndHop();
+    double LoudnessOfLast(std::size_t hops);
 
     std::unique_ptr<Library> library_;
     std::size_t channels_;
-    std::size_t hopFrames_; ///< 100 ms
+    std::size_t hopFrames_;                         ///< 100 ms, as the library rounds them for its windows
+    bool hasExactHops_;                             ///< the library measures as many frames as one window
+    std::array<double, kShortTermHops> energies_{}; ///< of the latest hops
     std::size_t framesInHop_ = 0;
     std::uint64_t hops_ = 0;
     Gate momentary_;

@@ -5,7 +5,10 @@
 #include "tools/ztaudio/measure/tone_search.h"
 #include "tools/ztaudio/measure/true_peak_meter.h"
 
+#include "tools/common/vector_loops.h"
+
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace {
@@ -26,9 +29,11 @@ public:
         frames_ = input_.Read(samples_);
         for (std::size_t c = 0; c < channels; ++c) {
             planes_[c].resize(frames_);
-            for (std::size_t i = 0; i < frames_; ++i) {
-                planes_[c][i] = samples_[i * channels + c];
-            }
+        }
+        if (channels == 2) {
+            Separate<2>();
+        } else {
+            Separate<1>();
         }
         return frames_ != 0;
     }
@@ -38,6 +43,28 @@ public:
     const Planes& ByChannel() const { return planes_; }
 
 private:
+    /// Separates the channels, `Count` at a time.
+    template <std::size_t Count>
+    void Separate()
+    {
+        RunVectorized([&]() ZTA_INLINE {
+            const std::size_t channels = Count == 1 ? planes_.size() : Count;
+            const std::size_t frames = frames_;
+            for (std::size_t first = 0; first < channels; first += Count) {
+                const double* const from = samples_.data() + first;
+                std::array<double*, Count> to;
+                for (std::size_t c = 0; c < Count; ++c) {
+                    to[c] = planes_[first + c].data();
+                }
+                for (std::size_t i = 0; i < frames; ++i) {
+                    for (std::size_t c = 0; c < Count; ++c) {
+                        to[c][i] = from[i * channels + c];
+                    }
+                }
+            }
+        });
+    }
+
     AnalysisInput& input_;
     std::vector<double> samples_;
     Planes planes_;
@@ -74,7 +101,7 @@ Measurement Measure(AnalysisInput& input, const MeasurementObserver& observer)
     const std::size_t channels = input.ChannelCount();
     Measurement result;
     result.channels.resize(channels);
-    std::vector<ToneSearch> searches(channels);
+    std::vector<ToneSearch> searches(channels, ToneSearch());
     std::vector<TruePeakMeter> truePeaks(channels);
     std::optional<LoudnessMeter> loudness;
     if (LoudnessMeter::IsSupported(channels, input.Rate())) {

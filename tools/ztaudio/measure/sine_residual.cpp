@@ -90,18 +90,26 @@ void SineResidual::AddBlock()
     const Phasor start(static_cast<long double>(sine_.frequency) * center);
     const double inPhase = sine_.inPhase * start.cosine + sine_.quadrature * start.sine;
     const double quadrature = sine_.quadrature * start.cosine - sine_.inPhase * start.sine;
-    for (std::size_t i = 0; i < pendingCount_; ++i) {
-        pending_[i] -= sine_.offset + inPhase * cosines_[0][i] + quadrature * sines_[0][i];
-    }
-    std::fill(pending_.begin() + static_cast<std::ptrdiff_t>(pendingCount_), pending_.end(), 0.0);
-
-    squares_ += DotProduct(pending_, pending_);
+    std::array<double, kHarmonics> cosines{};
+    std::array<double, kHarmonics> sines{};
+    RunVectorized([&]() ZTA_INLINE {
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            pending_[i] -= sine_.offset + inPhase * cosines_[0][i] + quadrature * sines_[0][i];
+        }
+        for (std::size_t i = pendingCount_; i < kBlock; ++i) {
+            pending_[i] = 0;
+        }
+        squares_ += DotProduct(pending_, pending_);
+        for (std::size_t k = 0; k < kHarmonics; ++k) {
+            cosines[k] = DotProduct(pending_, cosines_[k]);
+            sines[k] = DotProduct(pending_, sines_[k]);
+        }
+    });
     cosineSums_[0] += std::reduce(pending_.begin(), pending_.end());
     const std::complex<double> step(start.cosine, start.sine);
     std::complex<double> turn = step;
     for (std::size_t k = 0; k < kHarmonics; ++k) {
-        const std::complex<double> sum =
-            turn * std::complex(DotProduct(pending_, cosines_[k]), DotProduct(pending_, sines_[k]));
+        const std::complex<double> sum = turn * std::complex(cosines[k], sines[k]);
         cosineSums_[k + 1] += sum.real();
         sineSums_[k + 1] += sum.imag();
         turn *= step;

@@ -74,9 +74,11 @@ void SineSearch::AddBlock()
     }
     sum_ += std::reduce(pending_.begin(), pending_.end());
     std::array<double, 6> sums{};
-    for (std::size_t t = 0; t < factors_.size(); ++t) {
-        sums[t] = DotProduct(pending_, factors_[t]);
-    }
+    RunVectorized([&]() ZTA_INLINE {
+        for (std::size_t t = 0; t < factors_.size(); ++t) {
+            sums[t] = DotProduct(pending_, factors_[t]);
+        }
+    });
     const double center = static_cast<double>(blockCount_ * kBlock) + (kBlock - 1) / 2.0;
     const Phasor phasor(-static_cast<long double>(frequency_) * center);
     const Complex factor(phasor.cosine, phasor.sine);

@@ -10,15 +10,24 @@ namespace {
 
 constexpr std::size_t kMaxColumns = 640;
 
-} // namespace
-
-Spectrogram::Spectrogram(std::size_t length) : transform_(length), window_(length), pending_(length / 2)
+std::vector<double> HannWindow(std::size_t length)
 {
+    std::vector<double> window(length);
     for (std::size_t i = 0; i < length; ++i) {
-        window_[i] =
+        window[i] =
             0.5 - 0.5 * std::cos(2 * std::numbers::pi * (static_cast<double>(i) + 0.5) / static_cast<double>(length));
     }
-    const double sum = std::reduce(window_.begin(), window_.end());
+    return window;
+}
+
+} // namespace
+
+Spectrogram::Spectrogram(std::size_t length)
+    : window_(std::make_shared<const std::vector<double>>(HannWindow(length))),
+      transform_(std::make_shared<RealTransform>(length)), pending_(length)
+{
+    pending_.AppendSilence(length / 2);
+    const double sum = std::reduce(window_->begin(), window_->end());
     gain_ = 4 / (sum * sum);
 }
 
@@ -26,10 +35,10 @@ void Spectrogram::Add(std::span<const double> samples)
 {
     frames_ += samples.size();
     while (!samples.empty()) {
-        const std::size_t count = std::min(samples.size(), window_.size() - pending_.size());
-        pending_.insert(pending_.end(), samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
+        const std::size_t count = std::min(samples.size(), Length() - pending_.Size());
+        pending_.Append(samples.first(count));
         samples = samples.subspan(count);
-        if (pending_.size() == window_.size()) {
+        if (pending_.Size() == Length()) {
             AddSegment();
         }
     }
@@ -39,15 +48,14 @@ void Spectrogram::Finish()
 {
     // The center of segment k is at frame k * Hop.
     while (segments_ * Hop() < frames_) {
-        pending_.resize(window_.size());
+        pending_.AppendSilence(Length() - pending_.Size());
         AddSegment();
     }
 }
 
 void Spectrogram::AddSegment()
 {
-    std::ranges::transform(pending_, window_, transform_.Input().begin(), std::multiplies<>());
-    transform_.Run();
+    transform_->Run(pending_.Samples(), *window_);
     if (columns_.empty() || columns_.back().segments == segmentsPerColumn_) {
         if (columns_.size() == kMaxColumns) {
             MergeColumns();
@@ -55,12 +63,10 @@ void Spectrogram::AddSegment()
         columns_.push_back({std::vector<float>(BinCount()), 0});
     }
     Column& column = columns_.back();
-    for (std::size_t bin = 0; bin < BinCount(); ++bin) {
-        column.powers[bin] += static_cast<float>(transform_.Power(bin) * gain_);
-    }
+    transform_->AddPowers(gain_, column.powers);
     ++column.segments;
     ++segments_;
-    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(Hop()));
+    pending_.Drop(Hop());
 }
 
 void Spectrogram::MergeColumns()

@@ -1,16 +1,19 @@
 /// The spectrum of a sound by time.
 #pragma once
 
+#include "tools/common/segment_buffer.h"
 #include "tools/common/spectrum.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
 /// Segments overlap by 3/4 under a Hann window, whose squares add up to a constant at that overlap: every
 /// frame has equal weight. Silence precedes and follows the sound. A column is the mean of the powers of its segments.
-/// Columns become longer with the sound, so that their number is limited.
+/// Columns become longer with the sound, so that their number is limited. Copies share transform and window, and belong
+/// to one thread.
 class Spectrogram {
 public:
     /// length  frames of a segment, a multiple of 4
@@ -22,7 +25,7 @@ public:
     void Finish();
 
     std::size_t ColumnCount() const { return columns_.size(); }
-    std::size_t BinCount() const { return transform_.BinCount(); }
+    std::size_t BinCount() const { return transform_->BinCount(); }
 
     /// The frames between the first frames of two columns.
     std::uint64_t FramesPerColumn() const { return segmentsPerColumn_ * Hop(); }
@@ -36,13 +39,14 @@ private:
         std::uint64_t segments = 0;
     };
 
-    std::size_t Hop() const { return window_.size() / 4; }
+    std::size_t Length() const { return window_->size(); }
+    std::size_t Hop() const { return Length() / 4; }
     void AddSegment();
     void MergeColumns();
 
-    RealTransform transform_;
-    std::vector<double> window_;
-    std::vector<double> pending_;
+    std::shared_ptr<const std::vector<double>> window_;
+    std::shared_ptr<RealTransform> transform_;
+    SegmentBuffer pending_;
     std::vector<Column> columns_;
     std::uint64_t segmentsPerColumn_ = 1;
     double gain_ = 0;

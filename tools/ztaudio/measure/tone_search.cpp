@@ -1,5 +1,7 @@
 #include "tools/ztaudio/measure/tone_search.h"
 
+#include "tools/common/vector_loops.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -25,21 +27,49 @@ std::vector<double> SineWindow(std::size_t length)
     return window;
 }
 
+ZTA_INLINE inline double SumOf(std::span<const double> samples)
+{
+    const double* const values = samples.data();
+    const std::size_t count = samples.size();
+    Doubles sums{};
+    Doubles otherSums{};
+    std::size_t i = 0;
+    for (; i + 2 * kDoubles <= count; i += 2 * kDoubles) {
+        Doubles value;
+        Load(value, values + i);
+        sums += value;
+        Load(value, values + i + kDoubles);
+        otherSums += value;
+    }
+    sums += otherSums;
+    double sum = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+    for (; i < count; ++i) {
+        sum += values[i];
+    }
+    return sum;
+}
+
 /// Adds the power spectrum of one segment. Zeros follow the samples; `offset` zeros precede them. The mean of the
 /// samples is removed, because a DC offset that begins within a segment has components at all frequencies.
 void AddPowers(RealTransform& transform, std::span<const double> window, std::span<const double> samples,
                std::size_t offset, std::span<double> powers)
 {
-    const double mean = std::reduce(samples.begin(), samples.end(), 0.0) / static_cast<double>(samples.size());
+    double mean = 0;
+    RunVectorized([&]() ZTA_INLINE { mean = SumOf(samples) / static_cast<double>(samples.size()); });
     const auto in = transform.Input();
-    std::ranges::fill(in, 0.0);
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        in[offset + i] = (samples[i] - mean) * window[offset + i];
-    }
+    std::ranges::fill(in.first(offset), 0.0);
+    std::ranges::fill(in.subspan(offset + samples.size()), 0.0);
+    RunVectorized([&]() ZTA_INLINE {
+        const std::size_t count = samples.size();
+        double* const to = in.data() + offset;
+        const double* const weights = window.data() + offset;
+        const double middle = mean;
+        for (std::size_t i = 0; i < count; ++i) {
+            to[i] = (samples[i] - middle) * weights[i];
+        }
+    });
     transform.Run();
-    for (std::size_t bin = 0; bin < powers.size(); ++bin) {
-        powers[bin] += transform.Power(bin);
-    }
+    transform.AddPowers(1, powers);
 }
 
 /// The frequency of a lobe, which is symmetric about it.
@@ -66,21 +96,30 @@ double PeakNear(std::span<const double> powers, std::size_t highest)
 
 } // namespace
 
-ToneSearch::ToneSearch() : transform_(kSegment), window_(SineWindow(kSegment)), powers_(kSegment / 2 + 1) {}
+ToneSearch::ToneSearch()
+    : window_(std::make_shared<const std::vector<double>>(SineWindow(kSegment))),
+      transform_(std::make_shared<RealTransform>(kSegment)), pending_(kSegment), powers_(kSegment / 2 + 1)
+{
+}
+
+void ToneSearch::AddSegment(std::span<const double> samples, std::size_t offset)
+{
+    AddPowers(*transform_, *window_, samples, offset, powers_);
+}
 
 void ToneSearch::Add(std::span<const double> samples)
 {
     frames_ += samples.size();
     while (!samples.empty()) {
-        const std::size_t count = std::min(samples.size(), kSegment - pending_.size());
-        pending_.insert(pending_.end(), samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
+        const std::size_t count = std::min(samples.size(), kSegment - pending_.Size());
+        pending_.Append(samples.first(count));
         samples = samples.subspan(count);
-        if (pending_.size() == kSegment) {
+        if (pending_.Size() == kSegment) {
             if (frames_ - samples.size() == kSegment) { // the second half of a segment that begins before the sound
-                AddPowers(transform_, window_, std::span(pending_).first(kSegment / 2), kSegment / 2, powers_);
+                AddSegment(pending_.Samples().first(kSegment / 2), kSegment / 2);
             }
-            AddPowers(transform_, window_, pending_, 0, powers_);
-            pending_.erase(pending_.begin(), pending_.begin() + kSegment / 2);
+            AddSegment(pending_.Samples(), 0);
+            pending_.Drop(kSegment / 2);
         }
     }
 }
@@ -98,11 +137,11 @@ std::optional<ToneSearch::Candidate> ToneSearch::Find()
         lobe = kShortLobe;
         RealTransform transform(length);
         powers_.assign(length / 2 + 1, 0.0);
-        AddPowers(transform, std::vector<double>(length, 1.0), pending_, 0, powers_);
+        AddPowers(transform, std::vector<double>(length, 1.0), pending_.Samples(), 0, powers_);
     } else {
-        AddPowers(transform_, window_, pending_, 0, powers_);
-        if (pending_.size() > kSegment / 2) {
-            AddPowers(transform_, window_, std::span(pending_).subspan(kSegment / 2), 0, powers_);
+        AddSegment(pending_.Samples(), 0);
+        if (pending_.Size() > kSegment / 2) {
+            AddSegment(pending_.Samples().subspan(kSegment / 2), 0);
         }
     }
     const auto highest = static_cast<std::size_t>(std::ranges::max_element(powers_) - powers_.begin());

@@ -1,15 +1,18 @@
 /// Finds the frequency of a tone.
 #pragma once
 
+#include "tools/common/segment_buffer.h"
 #include "tools/common/spectrum.h"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
 
 /// Adds up the power spectra of segments that overlap by half under a sine window: the squares of this window add up
-/// to 1, and the sound is padded with zeros at both ends, so that every frame has equal weight.
+/// to 1, and the sound is padded with zeros at both ends, so that every frame has equal weight. Copies share transform
+/// and window, and belong to one thread.
 class ToneSearch {
 public:
     ToneSearch();
@@ -26,9 +29,11 @@ public:
     std::optional<Candidate> Find();
 
 private:
-    RealTransform transform_;
-    std::vector<double> window_;
-    std::vector<double> pending_;
+    void AddSegment(std::span<const double> samples, std::size_t offset);
+
+    std::shared_ptr<const std::vector<double>> window_;
+    std::shared_ptr<RealTransform> transform_;
+    SegmentBuffer pending_;
     std::vector<double> powers_;
     std::size_t frames_ = 0;
 };

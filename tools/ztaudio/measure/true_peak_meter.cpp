@@ -1,9 +1,10 @@
 #include "tools/ztaudio/measure/true_peak_meter.h"
 
+#include "tools/common/vector_loops.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <numbers>
 
 namespace {
@@ -16,6 +17,7 @@ constexpr std::size_t kBlock = 64; // frames that are interpolated together
 constexpr std::size_t kBatch = 4096;
 constexpr std::size_t kHistory = 1; // frames before the next block, for values next to its first
 constexpr double kKaiserBeta = 7;
+constexpr float kBelow = 1 - 0x1p-20F; // a margin for rounding
 
 double Bessel(double x)
 {
@@ -70,55 +72,117 @@ const FilterBank& Filters()
     return bank;
 }
 
-constexpr std::size_t kLanes = 4;
-using Vector [[gnu::vector_size(4 * kLanes)]] = float;
+/// Magnitudes of the coarse values of a block, by phase. The values before the first and after the last are 0.
+using CoarseValues = std::array<std::array<float, 1 + kBlock + 1>, kCoarse>;
 
-Vector Load(const float* values)
+ZTA_INLINE inline void MakePositive(Floats& values)
 {
-    Vector vector;
-    std::memcpy(&vector, values, sizeof vector);
-    return vector;
+    Words bits;
+    Load(bits, &values);
+    bits &= 0x7FFFFFFF;
+    Load(values, &bits);
 }
 
-using CoarseValues = std::array<std::array<float, kBlock>, kCoarse>;
+/// The largest number; a NaN is ignored.
+ZTA_INLINE inline float Highest(const Floats& values)
+{
+    float highest = 0;
+    for (std::size_t i = 0; i < kFloats; ++i) {
+        highest = std::max(highest, values[i]);
+    }
+    return highest;
+}
 
-/// Interpolates all coarse phases of a block. `samples` points to the first tap of the first value.
+ZTA_INLINE inline void Raise(Floats& highest, const Floats& values)
+{
+    highest = values > highest ? values : highest; // ignores a NaN
+}
+
+/// The peak of the samples that the filter needs for a block.
+ZTA_INLINE inline float SamplePeak(const float* samples)
+{
+    static_assert((kBlock + kTaps) % kFloats == 0);
+    Floats highest{};
+    for (std::size_t i = 0; i < kBlock + kTaps; i += kFloats) {
+        Floats values;
+        Load(values, samples + i);
+        MakePositive(values);
+        Raise(highest, values);
+    }
+    return Highest(highest);
+}
+
+/// Interpolates all coarse phases of a block and returns their peak. `samples` points to the first tap of the first
+/// value.
 ///
 /// The taps of phase 16 - p are those of phase p in reverse order. Sums and differences of the samples at mirrored taps
 /// serve both phases.
-void Interpolate(const float* samples, const FilterBank& bank, CoarseValues& values)
+ZTA_INLINE inline float Interpolate(const float* samples, const FilterBank& bank, CoarseValues& values)
 {
     static_assert(kCoarse == 4);
     constexpr std::size_t kVectors = 2; // that are computed in parallel
-    std::copy_n(samples + kTaps / 2 - 1, kBlock, values[0].begin());
-    for (std::size_t first = 0; first < kBlock; first += kVectors * kLanes) {
-        std::array<Vector, kVectors> even{};
-        std::array<Vector, kVectors> odd{};
-        std::array<Vector, kVectors> half{};
+    Floats highest{};
+    for (std::size_t first = 0; first < kBlock; first += kVectors * kFloats) {
+        std::array<Floats, kVectors> even{};
+        std::array<Floats, kVectors> odd{};
+        std::array<Floats, kVectors> half{};
         for (std::size_t t = 0; t < kTaps / 2; ++t) {
             for (std::size_t v = 0; v < kVectors; ++v) {
-                const Vector low = Load(samples + first + t + v * kLanes);
-                const Vector high = Load(samples + first + kTaps - 1 - t + v * kLanes);
-                const Vector sum = low + high;
+                Floats low;
+                Floats high;
+                Load(low, samples + first + t + v * kFloats);
+                Load(high, samples + first + kTaps - 1 - t + v * kFloats);
+                const Floats sum = low + high;
                 even[v] += bank.even[t] * sum;
                 odd[v] += bank.odd[t] * (low - high);
                 half[v] += bank.phases[kPhases / 2][t] * sum;
             }
         }
         for (std::size_t v = 0; v < kVectors; ++v) {
-            const std::array<Vector, 3> results = {even[v] + odd[v], half[v], even[v] - odd[v]};
-            for (std::size_t p = 1; p < kCoarse; ++p) {
-                std::memcpy(&values[p][first + v * kLanes], &results[p - 1], sizeof(Vector));
+            Floats whole;
+            Load(whole, samples + first + kTaps / 2 - 1 + v * kFloats);
+            std::array<Floats, kCoarse> results = {whole, even[v] + odd[v], half[v], even[v] - odd[v]};
+            for (std::size_t p = 0; p < kCoarse; ++p) {
+                MakePositive(results[p]);
+                Raise(highest, results[p]);
+                Store(results[p], &values[p][1 + first + v * kFloats]);
             }
         }
     }
+    return Highest(highest);
+}
+
+/// Whether any of the values from `frame` on is above the limit and not below its neighbors.
+ZTA_INLINE inline bool HasMaximum(const CoarseValues& values, std::size_t frame, float limit)
+{
+    Words found{};
+    for (std::size_t p = 0; p < kCoarse; ++p) {
+        Floats value;
+        Floats before;
+        Floats after;
+        Load(value, &values[p][1 + frame]);
+        Load(before, p == 0 ? &values[kCoarse - 1][frame] : &values[p - 1][1 + frame]);
+        Load(after, p == kCoarse - 1 ? &values[0][1 + frame + 1] : &values[p + 1][1 + frame]);
+        found |= (value > limit) & (value >= before) & (value >= after);
+    }
+    std::int32_t any = 0;
+    for (std::size_t i = 0; i < kFloats; ++i) {
+        any |= found[i];
+    }
+    return any != 0;
 }
 
 float InterpolateOne(const float* samples, const std::array<float, kTaps>& taps)
 {
+    using Vector [[gnu::vector_size(16)]] = float;
+    constexpr std::size_t kLanes = sizeof(Vector) / sizeof(float);
     Vector sums{};
     for (std::size_t t = 0; t < kTaps; t += kLanes) {
-        sums += Load(&taps[t]) * Load(samples + t);
+        Vector tap;
+        Vector sample;
+        Load(tap, &taps[t]);
+        Load(sample, samples + t);
+        sums += tap * sample;
     }
     return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
@@ -131,9 +195,16 @@ void TruePeakMeter::Add(std::span<const double> samples)
 {
     while (!samples.empty()) {
         const std::size_t count = std::min(samples.size(), kBatch);
-        for (const double sample : samples.first(count)) {
-            samples_.push_back(static_cast<float>(sample));
-        }
+        const std::size_t held = samples_.size();
+        samples_.resize(held + count);
+        RunVectorized([&]() ZTA_INLINE {
+            float* const to = samples_.data() + held;
+            const double* const from = samples.data();
+            const std::size_t length = count;
+            for (std::size_t i = 0; i < length; ++i) {
+                to[i] = static_cast<float>(from[i]);
+            }
+        });
         samples = samples.subspan(count);
         Process();
     }
@@ -148,51 +219,45 @@ double TruePeakMeter::Finish()
 
 void TruePeakMeter::Process()
 {
+    std::size_t first = kHistory;
+    RunVectorized([&]() ZTA_INLINE {
+        for (; first + kBlock + kTaps <= samples_.size(); first += kBlock) {
+            ProcessBlock(first);
+        }
+    });
+    samples_.erase(samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(first - kHistory));
+}
+
+ZTA_INLINE inline void TruePeakMeter::ProcessBlock(std::size_t first)
+{
     const FilterBank& bank = Filters();
     // Between two of the coarse values, an eighth of a frame from one of them at most, a waveform within half the rate
     // is at most 1 / cos(pi / 8) of the larger one; the filter's transition band needs a margin.
     constexpr float kMaxRise = 1.15F;
-    std::size_t first = kHistory;
-    for (; first + kBlock + kTaps <= samples_.size(); first += kBlock) {
-        const auto begin = samples_.begin() + static_cast<std::ptrdiff_t>(first);
-        float highest = 0;
-        for (auto sample = begin; sample != begin + kBlock + kTaps; ++sample) {
-            highest = std::max(highest, std::abs(*sample));
-        }
-        if (highest * bank.maxGain <= peak_) {
+    if (SamplePeak(&samples_[first]) * bank.maxGain <= peak_) {
+        return;
+    }
+    CoarseValues values{};
+    const float blockPeak = Interpolate(&samples_[first], bank, values);
+    peak_ = std::max(peak_, blockPeak);
+    if (blockPeak * kMaxRise <= peak_) {
+        return;
+    }
+    for (std::size_t group = 0; group < kBlock; group += kFloats) {
+        if (!HasMaximum(values, group, peak_ / kMaxRise * kBelow)) {
             continue;
         }
-        CoarseValues values;
-        Interpolate(&samples_[first], bank, values);
-        float blockPeak = 0;
-        for (const auto& phase : values) {
-            for (const float value : phase) {
-                blockPeak = std::max(blockPeak, std::abs(value));
-            }
-        }
-        peak_ = std::max(peak_, blockPeak);
-        if (blockPeak * kMaxRise <= peak_) {
-            continue;
-        }
-        for (std::size_t frame = 0; frame < kBlock; ++frame) {
+        for (std::size_t frame = group; frame < group + kFloats; ++frame) {
             for (std::size_t p = 0; p < kCoarse; ++p) {
-                const float value = std::abs(values[p][frame]);
-                if (value * kMaxRise <= peak_) {
-                    continue;
-                }
-                const bool atStart = frame == 0 && p == 0;
-                const bool atEnd = frame == kBlock - 1 && p == kCoarse - 1;
-                const float before =
-                    atStart ? 0 : std::abs(p == 0 ? values[kCoarse - 1][frame - 1] : values[p - 1][frame]);
-                const float after =
-                    atEnd ? 0 : std::abs(p == kCoarse - 1 ? values[0][frame + 1] : values[p + 1][frame]);
-                if (value >= before && value >= after) {
+                const float value = values[p][1 + frame];
+                const float before = p == 0 ? values[kCoarse - 1][frame] : values[p - 1][1 + frame];
+                const float after = p == kCoarse - 1 ? values[0][1 + frame + 1] : values[p + 1][1 + frame];
+                if (value * kMaxRise > peak_ && value >= before && value >= after) {
                     Refine(first + frame, p * kCoarseStep);
                 }
             }
         }
     }
-    samples_.erase(samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(first - kHistory));
 }
 
 /// Interpolates the values between a coarse one and its neighbors.

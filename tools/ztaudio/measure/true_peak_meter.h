@@ -20,6 +20,7 @@ public:
 
 private:
     void Process();
+    void ProcessBlock(std::size_t first);
     void Refine(std::size_t frame, std::size_t phase);
 
     std::vector<float> samples_; ///< that interpolation has not passed; half a filter length of history precedes them

@@ -10,10 +10,20 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace zta::test {
+
+using host::Float32;
+using host::Multi16;
+using host::Multi24;
+using host::Opaque;
+using host::Pcm16;
+using host::Pcm20In32;
+using host::Pcm24In24;
+using host::Pcm24In32;
 
 using Calls = std::vector<std::string>;
 
@@ -92,6 +102,44 @@ protected:
         for (const RecordingBuffer* buffer : host_.Buffers()) {
             EXPECT_EQ(buffer->References(), 1) << buffer->Name();
         }
+    }
+
+    /// Runs `action` inside each host call `call` until the hook of the call log is replaced or cleared.
+    void OnCall(const std::string& call, const std::function<void()>& action)
+    {
+        callLog_.hook = [call, action](const std::string& entry) {
+            if (entry == call) {
+                action();
+            }
+        };
+    }
+
+    // ---- Lists of calls ----
+
+    static Calls SetLength(const std::string& buffer, std::size_t bytes)
+    {
+        return {buffer + ".SetLength(" + std::to_string(bytes) + ")"};
+    }
+
+    static Calls ByteCopy(const std::string& in, const std::string& out)
+    {
+        return {in + ".GetBufferAndLength", out + ".GetBufferCapacity", out + ".GetBufferAndLength"};
+    }
+
+    static Calls Convert(const std::string& in, const std::string& out, std::size_t bytes)
+    {
+        return Digest(in) + Digest(out) + SetLength(out, bytes);
+    }
+
+    static Calls Flags(const std::string& buffer, int fadeIn, int fadeOut)
+    {
+        return {buffer + ".SetFadeIn(" + std::to_string(fadeIn) + ")",
+                buffer + ".SetFadeOut(" + std::to_string(fadeOut) + ")"};
+    }
+
+    static Calls Polarity(const std::string& buffer, unsigned int polarity)
+    {
+        return {buffer + ".SetPolarity(" + std::to_string(polarity) + ")"};
     }
 
     CallLog callLog_;

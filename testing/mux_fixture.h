@@ -160,16 +160,6 @@ protected:
         return ForEach(count, [&](std::size_t i) { return Digest(Name(stem, i)); });
     }
 
-    static Calls ByteCopy(const std::string& in, const std::string& out)
-    {
-        return {in + ".GetBufferAndLength", out + ".GetBufferCapacity", out + ".GetBufferAndLength"};
-    }
-
-    static Calls SetLength(const std::string& buffer, std::size_t bytes)
-    {
-        return {buffer + ".SetLength(" + std::to_string(bytes) + ")"};
-    }
-
     /// A copy of bytes, format and length.
     static Calls CopyToScratch(const std::string& in, const std::string& stage, std::size_t bytes)
     {
@@ -179,18 +169,7 @@ protected:
 
     static Calls ConvertToScratch(const std::string& in, const std::string& stage, std::size_t bytes)
     {
-        return Calls{stage + ".SetWaveFormat"} + Digest(in) + Digest(stage) + SetLength(stage, bytes);
-    }
-
-    static Calls Flags(const std::string& buffer, int fadeIn, int fadeOut)
-    {
-        return {buffer + ".SetFadeIn(" + std::to_string(fadeIn) + ")",
-                buffer + ".SetFadeOut(" + std::to_string(fadeOut) + ")"};
-    }
-
-    static Calls Polarity(const std::string& buffer, unsigned int polarity)
-    {
-        return {buffer + ".SetPolarity(" + std::to_string(polarity) + ")"};
+        return Calls{stage + ".SetWaveFormat"} + Convert(in, stage, bytes);
     }
 
     static Calls ApplyVolume(const std::string& buffer, std::size_t bytes)

@@ -1,144 +1,115 @@
-#include "testing/engine_fixture.h"
+#include "tests/engine/one_to_one_fixture.h"
 
+#include <array>
 #include <limits>
 
 namespace zta::test {
 namespace {
 
-using host::Opaque;
-using host::Pcm16;
-using host::Pcm20In32;
-using host::Pcm24In32;
-
-class Duplicate : public EngineTest {
+class Duplicate : public OneToOneTest {
 protected:
-    int Run(RecordingBuffer* source, unsigned long from, RecordingBuffer* destination, unsigned long to,
-            unsigned long length)
+    using OneToOneTest::Run;
+
+    int Call(IZtAudioSamples* input, IZtAudioSamples* output) override
     {
-        if (source != nullptr) {
-            source->AnnounceRead();
-        }
-        if (destination != nullptr) {
-            destination->AnnounceWrite();
-        }
-        callLog_.Clear();
-        return engine_->DuplicateAudioSamples(source, from, destination, to, length);
+        return engine_->DuplicateAudioSamples(input, inputOffset_, output, outputOffset_, length_);
     }
 
-    static Calls Entry()
+    /// Duplicates `length` bytes.
+    int Run(unsigned long inputOffset, unsigned long outputOffset, unsigned long length)
     {
-        return {"destination.QueryInterface",
-                "source.QueryInterface",
-                "source.GetErrorCode",
-                "source.GetAudioSamplesDescription",
-                "destination.GetAudioSamplesDescription",
-                "destination.MarkWriteStartTime",
-                "source.GetAudioSamplesDescription",
-                "destination.GetAudioSamplesDescription",
-                "source.GetErrorCode"};
+        inputOffset_ = inputOffset;
+        outputOffset_ = outputOffset;
+        length_ = length;
+        return Run();
     }
 
-    static Calls HandOn(int polarity, int fadeIn, int fadeOut)
+    static Calls Propagation(int polarity, int fadeIn, int fadeOut)
     {
-        return {"destination.SetPolarity(" + std::to_string(polarity) + ")",
-                "destination.SetFadeIn(" + std::to_string(fadeIn) + ")",
-                "destination.SetFadeOut(" + std::to_string(fadeOut) + ")",
-                "source.GetBufferAndLength",
-                "destination.GetBufferCapacity",
-                "destination.GetBufferAndLength"};
+        return Polarity("output", static_cast<unsigned int>(polarity)) + Flags("output", fadeIn, fadeOut) +
+               ByteCopy("input", "output");
     }
 
-    static Calls End()
+    void ExpectRejectedByTheWorker(int status, unsigned long inputOffset, unsigned long outputOffset,
+                                   unsigned long length)
     {
-        return {"source.SignalReadCompletion", "destination.MarkWriteStopTime", "destination.SignalWriteCompletion"};
+        const auto before = Bytes(*output_);
+        output_->ClearErrorCode();
+        EXPECT_EQ(Run(inputOffset, outputOffset, length), 0) << "the caller receives the status of the signal";
+        EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagation(0, 0, 0) + End(status));
+        EXPECT_EQ(output_->ErrorCode(), status);
+        EXPECT_EQ(Bytes(*output_), before);
+        ExpectBothAtRest();
     }
 
-    void ExpectRefusedInTheWork(int code, RecordingBuffer& source, unsigned long from, RecordingBuffer& destination,
-                                unsigned long to, unsigned long length)
-    {
-        const auto before = Samples<std::uint8_t>(destination, destination.Capacity());
-        destination.ClearErrorCode();
-        EXPECT_EQ(Run(&source, from, &destination, to, length), 0) << "the caller receives the status of the signal";
-        EXPECT_EQ(callLog_.Calls(), Entry() + HandOn(0, 0, 0) + Calls{ErrorCall("destination", code)} + End());
-        EXPECT_EQ(destination.ErrorCode(), code);
-        EXPECT_EQ(Samples<std::uint8_t>(destination, destination.Capacity()), before);
-        ExpectAtRest({&source, &destination});
-    }
+private:
+    unsigned long inputOffset_ = 0;
+    unsigned long outputOffset_ = 0;
+    unsigned long length_ = 1;
 };
 
-TEST_F(Duplicate, CopiesASpanOfBytesAndKeepsTheRestAndTheLength)
+TEST_F(Duplicate, CopiesARangeOfBytesAndKeepsTheOthersAndTheLength)
 {
-    auto source = Make("source", Pcm16(1), 0, 8);
-    auto destination = Make("destination", Pcm16(1), 2, 8);
-    Fill<std::int16_t>(*source, {1, 2, 3, 4, 5, 6});
-    Fill<std::int16_t>(*destination, {9, 9, 9, 9, 9, 9, 9, 9});
-    destination->SetValidLength(4);
-
-    EXPECT_EQ(Run(source.Get(), 2, destination.Get(), 6, 6), 0);
-
-    EXPECT_EQ(callLog_.Calls(), Entry() + HandOn(0, 0, 0) + End());
-    EXPECT_EQ(Samples<std::int16_t>(*destination, 8), (std::vector<std::int16_t>{9, 9, 9, 2, 3, 4, 9, 9}));
-    EXPECT_EQ(destination->Length(), 4U);
-    EXPECT_EQ(source->ReadCount() + destination->WriteCount(), 0);
-    ExpectAtRest({source.Get(), destination.Get()});
+    Build(Pcm16(1), Pcm16(1), 8);
+    Fill<std::int16_t>(*input_, {1, 2, 3, 4, 5, 6});
+    Fill<std::int16_t>(*output_, {9, 9, 9, 9, 9, 9, 9, 9});
+    output_->SetValidLength(4);
+    EXPECT_EQ(Run(2, 6, 6), 0);
+    EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagation(0, 0, 0) + End());
+    EXPECT_EQ(Samples<std::int16_t>(*output_, 8), (std::vector<std::int16_t>{9, 9, 9, 2, 3, 4, 9, 9}));
+    EXPECT_EQ(output_->Length(), 4U);
+    ExpectSignaledOnce();
+    ExpectBothAtRest();
 }
 
 TEST_F(Duplicate, PropagatesPolarityAndFadeFlagsWithoutFading)
 {
-    auto source = Make("source", Pcm16(1), 0, 300);
-    auto destination = Make("destination", Pcm16(1), 0, 300);
-    Fill<std::int16_t>(*source, std::vector<std::int16_t>(300, 1000));
-    source->SetPolarity(3);
-    source->SetFades(true, true);
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 600), 0);
-    EXPECT_EQ(callLog_.Calls(), Entry() + HandOn(3, 1, 1) + End());
-    EXPECT_EQ(destination->Polarity(), 3U);
-    EXPECT_TRUE(destination->Description().bFadeIn && destination->Description().bFadeOut);
-    EXPECT_EQ(Samples<std::int16_t>(*destination, 300), std::vector<std::int16_t>(300, 1000));
+    Build(Pcm16(1), Pcm16(1), 300);
+    Fill<std::int16_t>(*input_, std::vector<std::int16_t>(300, 1000));
+    input_->SetPolarity(3);
+    input_->SetFades(true, true);
+    EXPECT_EQ(Run(0, 0, 600), 0);
+    EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagation(3, 1, 1) + End());
+    EXPECT_EQ(output_->Polarity(), 3U);
+    EXPECT_TRUE(output_->Description().bFadeIn && output_->Description().bFadeOut);
+    EXPECT_EQ(Samples<std::int16_t>(*output_, 300), std::vector<std::int16_t>(300, 1000));
 }
 
-TEST_F(Duplicate, AcceptsEverySpanInsideTheSourceLengthAndTheDestinationCapacity)
+TEST_F(Duplicate, AcceptsEveryRangeInsideTheSourceLengthAndTheDestinationCapacity)
 {
-    auto source = Make("source", Pcm16(1), 10, 20);
-    auto destination = Make("destination", Pcm16(1), 0, 10);
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 20), 0);
-    EXPECT_EQ(destination->ErrorCode(), 0) << "a span that ends at both ends";
-    EXPECT_EQ(Run(source.Get(), 19, destination.Get(), 19, 1), 0);
-    EXPECT_EQ(destination->ErrorCode(), 0);
-    EXPECT_EQ(Run(source.Get(), 19, destination.Get(), 19, 0), 0);
-    EXPECT_EQ(destination->ErrorCode(), 0) << "a length of 0 inside both copies nothing";
+    Build(Pcm16(1), Pcm16(1), 10);
+    output_->SetValidLength(0);
+    EXPECT_EQ(Run(0, 0, 20), 0);
+    EXPECT_EQ(output_->ErrorCode(), 0) << "a range from the first to the last byte";
+    EXPECT_EQ(Run(19, 19, 1), 0);
+    EXPECT_EQ(output_->ErrorCode(), 0);
+    EXPECT_EQ(Run(19, 19, 0), 0);
+    EXPECT_EQ(output_->ErrorCode(), 0) << "a length of 0 inside both copies nothing";
 }
 
-TEST_F(Duplicate, RejectsEverySpanOutsideInTheWorkerAndRecordsTheCodeOnTheDestination)
+TEST_F(Duplicate, RejectsEveryRangeOutsideInTheWorkerAndRecordsTheCodeOnTheDestination)
 {
     constexpr unsigned long kTop = std::numeric_limits<unsigned long>::max();
-    auto source = Make("source", Pcm16(1), 10, 20);
-    auto destination = Make("destination", Pcm16(1), 0, 10);
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 0, *destination, 0, 21);
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 1, *destination, 0, 20);
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 20, *destination, 0, 0);
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 30, *destination, 0, 0);
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, kTop, *destination, 0, 2);
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 1, *destination, 0, kTop);
-    ExpectRefusedInTheWork(ZT_E_DESTINATION_BUFFER_TOO_SMALL, *source, 0, *destination, 1, 20);
-    ExpectRefusedInTheWork(ZT_E_DESTINATION_BUFFER_TOO_SMALL, *source, 0, *destination, 20, 0);
-    ExpectRefusedInTheWork(ZT_E_DESTINATION_BUFFER_TOO_SMALL, *source, 0, *destination, kTop - 1, 4);
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 20, *destination, 20, 1);
-
-    auto empty = Make("source", Pcm16(1), 0, 10);
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *empty, 0, *destination, 0, 0);
+    input_ = Make("input", Pcm16(1), 10, 20);
+    output_ = Make("output", Pcm16(1), 0, 10);
+    for (const auto& [inputOffset, outputOffset, length] : std::vector<std::array<unsigned long, 3>>{
+             {0, 0, 21}, {1, 0, 20}, {20, 0, 0}, {30, 0, 0}, {kTop, 0, 2}, {1, 0, kTop}, {20, 20, 1}}) {
+        ExpectRejectedByTheWorker(ZT_E_SOURCE_BUFFER_TOO_SMALL, inputOffset, outputOffset, length);
+    }
+    ExpectRejectedByTheWorker(ZT_E_DESTINATION_BUFFER_TOO_SMALL, 0, 1, 20);
+    ExpectRejectedByTheWorker(ZT_E_DESTINATION_BUFFER_TOO_SMALL, 0, 20, 0);
+    ExpectRejectedByTheWorker(ZT_E_DESTINATION_BUFFER_TOO_SMALL, 0, kTop - 1, 4);
+    input_->SetValidLength(0);
+    ExpectRejectedByTheWorker(ZT_E_SOURCE_BUFFER_TOO_SMALL, 0, 0, 0);
 }
 
 TEST_F(Duplicate, ReadsBuffersWithoutAddressesAsEmpty)
 {
-    auto source = Make("source", Pcm16(1), 10);
-    auto destination = Make("destination", Pcm16(1), 10);
-    callLog_.FailCallsTo("source.GetBufferAndLength");
-    ExpectRefusedInTheWork(ZT_E_SOURCE_BUFFER_TOO_SMALL, *source, 0, *destination, 0, 4);
-    callLog_.ClearFaults();
-    for (const char* entry : {"destination.GetBufferCapacity", "destination.GetBufferAndLength"}) {
-        callLog_.FailCallsTo(entry);
-        ExpectRefusedInTheWork(ZT_E_DESTINATION_BUFFER_TOO_SMALL, *source, 0, *destination, 0, 4);
+    Build(Pcm16(1), Pcm16(1), 10);
+    for (const char* call : {"input.GetBufferAndLength", "output.GetBufferCapacity", "output.GetBufferAndLength"}) {
+        callLog_.FailCallsTo(call);
+        ExpectRejectedByTheWorker(call[0] == 'i' ? ZT_E_SOURCE_BUFFER_TOO_SMALL : ZT_E_DESTINATION_BUFFER_TOO_SMALL, 0,
+                                  0, 4);
         callLog_.ClearFaults();
     }
 }
@@ -153,139 +124,84 @@ TEST_F(Duplicate, WithinOneBufferMovesOverlappingBytes)
     EXPECT_EQ(Samples<std::int16_t>(*both, 4), (std::vector<std::int16_t>{1, 1, 2, 3}));
 }
 
-TEST_F(Duplicate, WantsOneFormatToTheByte)
+TEST_F(Duplicate, RequiresFormatsThatAreEqualInEveryField)
 {
     const SZtaWaveFormatInfo format = Pcm24In32(2);
-    auto source = Make("source", format, 10);
     for (std::size_t field = 0; field < sizeof(format) / sizeof(std::uint32_t); ++field) {
         SZtaWaveFormatInfo other = format;
         reinterpret_cast<std::uint32_t*>(&other)[field] ^= 0x40;
-        auto destination = Make("destination", Pcm24In32(2), 10);
-        destination->SetFormat(other);
-        EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 8), ZT_E_AUDIO_FORMAT_MISMATCH) << field;
-        EXPECT_EQ(callLog_.Calls(),
-                  (Calls{"destination.QueryInterface", "source.QueryInterface", "source.GetErrorCode",
-                         "source.GetAudioSamplesDescription", "destination.GetAudioSamplesDescription",
-                         "source.SignalReadCompletion", ErrorCall("destination", ZT_E_AUDIO_FORMAT_MISMATCH),
-                         "destination.SignalWriteCompletion"}));
-        ExpectAtRest({source.Get(), destination.Get()});
+        Build(format, format, 10);
+        output_->SetFormat(other);
+        EXPECT_EQ(Run(0, 0, 8), ZT_E_AUDIO_FORMAT_MISMATCH) << field;
+        EXPECT_EQ(callLog_.Calls(), Checks() + Ending(ZT_E_AUDIO_FORMAT_MISMATCH));
+        ExpectBothAtRest();
     }
 }
 
 TEST_F(Duplicate, OfOpaqueDataIgnoresTheirWidth)
 {
-    auto source = Make("source", Opaque(2, 32, 32), 10);
-    auto destination = Make("destination", Opaque(2, 16, 8), 20);
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 80), 0);
-    EXPECT_EQ(destination->ErrorCode(), 0);
-    for (const SZtaWaveFormatInfo& other : {Opaque(1, 32, 32), Opaque(2, 32, 32, 44100), host::Float32(2)}) {
-        auto refused = Make("destination", other, 20);
-        EXPECT_EQ(Run(source.Get(), 0, refused.Get(), 0, 8), ZT_E_AUDIO_FORMAT_MISMATCH);
+    Build(Opaque(2, 32, 32), Opaque(2, 16, 8), 10, 20);
+    EXPECT_EQ(Run(0, 0, 80), 0);
+    EXPECT_EQ(output_->ErrorCode(), 0);
+    for (const SZtaWaveFormatInfo& other : {Opaque(1, 32, 32), Opaque(2, 32, 32, 44100), Float32(2)}) {
+        output_ = Make("output", other, 20);
+        EXPECT_EQ(Run(0, 0, 8), ZT_E_AUDIO_FORMAT_MISMATCH);
     }
 }
 
 TEST_F(Duplicate, ComparesFormatsAfterTheRelabeling)
 {
-    auto source = Make("source", Pcm20In32(1), 10);
-    auto destination = Make("destination", Pcm24In32(1), 10);
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 40), 0);
-    EXPECT_EQ(source->Description().sWaveFormat.ulValidBitsPerSample, 24U);
-    EXPECT_EQ(callLog_.Count("source.SetWaveFormat"), 1);
-}
-
-TEST_F(Duplicate, FailsInItsEntryPointLikeACopy)
-{
-    auto source = Make("source", Pcm16(1), 1);
-    auto destination = Make("destination", Pcm16(1), 1);
-    EXPECT_EQ(Run(source.Get(), 0, nullptr, 0, 1), ZT_E_INVALID_POINTER);
-    EXPECT_TRUE(callLog_.Calls().empty());
-
-    callLog_.FailCallsTo("destination.QueryInterface");
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(callLog_.Calls(), Calls{"destination.QueryInterface"});
-    callLog_.ClearFaults();
-
-    EXPECT_EQ(Run(nullptr, 0, destination.Get(), 0, 1), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(destination->ErrorCode(), ZT_E_INVALID_POINTER);
-    callLog_.FailCallsTo("source.QueryInterface");
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), kInjectedFailure);
-    EXPECT_EQ(callLog_.Count("source.SignalReadCompletion"), 0);
-    callLog_.ClearFaults();
-    for (const char* entry : {"source.GetAudioSamplesDescription", "destination.GetAudioSamplesDescription"}) {
-        callLog_.FailCallsTo(entry);
-        EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_INVALID_PARAMETER);
-        callLog_.ClearFaults();
-    }
-    SZtLayoutProbe::SetBusy(Object(), 1);
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
-    SZtLayoutProbe::SetBusy(Object(), 0);
-    source->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_FAIL);
-    source->host::AudioBuffer::SetErrorCode(kZtSynchroStatusCancelled);
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), 0);
-    EXPECT_EQ(destination->ErrorCode(), ZT_E_FAIL) << "a success does not clear an old code";
+    Build(Pcm20In32(1), Pcm24In32(1), 10);
+    EXPECT_EQ(Run(0, 0, 40), 0);
+    EXPECT_EQ(input_->Description().sWaveFormat.ulValidBitsPerSample, 24U);
+    EXPECT_EQ(callLog_.Count("input.SetWaveFormat"), 1);
 }
 
 TEST_F(Duplicate, WhoseDescriptionOrSourceFailsInTheWorkerIsRecordedOnTheDestinationOnly)
 {
     for (const int call : {7, 8}) {
-        auto source = Make("source", Pcm16(1), 1);
-        auto destination = Make("destination", Pcm16(1), 1);
+        Build(Pcm16(1), Pcm16(1), 1);
         callLog_.FailCall(call);
-        EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), 0);
+        EXPECT_EQ(Run(), 0);
         callLog_.ClearFaults();
-        EXPECT_EQ(destination->ErrorCode(), kInjectedFailure);
-        EXPECT_EQ(callLog_.Count("destination.SetPolarity(0)"), 0);
+        EXPECT_EQ(output_->ErrorCode(), kInjectedFailure);
+        EXPECT_EQ(callLog_.Count("output.SetPolarity(0)"), 0);
     }
-    auto source = Make("source", Pcm16(1), 1);
-    auto destination = Make("destination", Pcm16(1), 1);
-    callLog_.hook = [&](const std::string& entry) {
-        if (entry == "destination.MarkWriteStartTime") {
-            source->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
-        }
-    };
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), 0);
-    callLog_.hook = nullptr;
-    EXPECT_EQ(destination->ErrorCode(), ZT_E_FAIL);
-    EXPECT_EQ(callLog_.Calls(), Entry() + Calls{ErrorCall("destination", ZT_E_FAIL)} + End());
+    Build(Pcm16(1), Pcm16(1), 1);
+    OnCall("output.MarkWriteStartTime", [&] { input_->host::AudioBuffer::SetErrorCode(ZT_E_FAIL); });
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(output_->ErrorCode(), ZT_E_FAIL);
+    EXPECT_EQ(callLog_.Calls(), UntilWork() + End(ZT_E_FAIL));
 }
 
-TEST_F(Duplicate, ReturnsWhatTheWriteSignalReturns)
+TEST_F(Duplicate, ReturnsTheStatusOfTheWriteSignal)
 {
-    auto source = Make("source", Pcm16(1), 1);
-    auto destination = Make("destination", Pcm16(1), 1);
-    callLog_.FailCallsTo("destination.SignalWriteCompletion", ZT_E_FAIL);
-    EXPECT_EQ(Run(source.Get(), 0, destination.Get(), 0, 1), ZT_E_FAIL);
+    Build(Pcm16(1), Pcm16(1), 1);
+    callLog_.FailCallsTo("output.SignalWriteCompletion", ZT_E_FAIL);
+    EXPECT_EQ(Run(), ZT_E_FAIL);
 }
 
-TEST(DuplicateOperands, AreKeptAlsoWhereABufferIsNull)
+TEST_F(Duplicate, SavesItsOperandsAlsoIfABufferIsNull)
 {
-    CallLog journal;
-    RecordingHost host(journal);
-    auto engine = CreateEngine(host);
-    auto& object = static_cast<CZtaAudioSamplesEngine&>(*engine);
-    auto source = RecordingBuffer::Create(journal, "source", Pcm16(1), 2);
-
-    EXPECT_EQ(object.SaveInfoDuplicate(source.Get(), 1, nullptr, 2, 3), ZT_E_INVALID_PARAMETER);
-    IZtAudioSamples* from = nullptr;
-    IZtAudioSamples* to = source.Get();
-    unsigned long fromOffset = 0;
-    unsigned long toOffset = 0;
+    auto source = Make("source", Pcm16(1), 1);
+    EXPECT_EQ(Object().SaveInfoDuplicate(source.Get(), 1, nullptr, 2, 3), ZT_E_INVALID_PARAMETER);
+    IZtAudioSamples* input = nullptr;
+    IZtAudioSamples* output = source.Get();
+    unsigned long inputOffset = 0;
+    unsigned long outputOffset = 0;
     unsigned long length = 0;
-    EXPECT_EQ(object.GetInfoDuplicate(&from, &fromOffset, &to, &toOffset, &length), 0);
-    EXPECT_EQ(from, source.Get());
-    EXPECT_EQ(to, nullptr);
-    EXPECT_EQ(fromOffset, 1U);
-    EXPECT_EQ(toOffset, 2U);
+    EXPECT_EQ(Object().GetInfoDuplicate(&input, &inputOffset, &output, &outputOffset, &length), 0);
+    EXPECT_EQ(input, source.Get());
+    EXPECT_EQ(output, nullptr);
+    EXPECT_EQ(inputOffset, 1U);
+    EXPECT_EQ(outputOffset, 2U);
     EXPECT_EQ(length, 3U);
     EXPECT_EQ(source->References(), 2);
 
-    EXPECT_EQ(object.SaveInfoDuplicate(source.Get(), 0, source.Get(), 0, 0), 0);
+    EXPECT_EQ(Object().SaveInfoDuplicate(source.Get(), 0, source.Get(), 0, 0), 0);
     EXPECT_EQ(source->References(), 3) << "the old operands are released first";
-    EXPECT_EQ(object.ReleaseAllSavedInfo(), 0);
-    EXPECT_EQ(source->References(), 1);
-    EXPECT_FALSE(SZtLayoutProbe::HoldsOperands(object));
+    EXPECT_EQ(Object().ReleaseAllSavedInfo(), 0);
+    ExpectAtRest({source.Get()});
 }
 
 } // namespace

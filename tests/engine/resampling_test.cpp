@@ -1,4 +1,4 @@
-#include "testing/engine_fixture.h"
+#include "tests/engine/one_to_one_fixture.h"
 
 #include "resampler/polyphase_resampler.h"
 #include "signal/filter_spec.h"
@@ -15,13 +15,19 @@
 namespace zta::test {
 namespace {
 
-using host::Pcm16;
-using host::Pcm24In32;
-
 using Samples16 = std::vector<std::int16_t>;
 
 constexpr EZtAudioResamplerMode kRestart = keZtAudioResamplerModeRestart;
 constexpr EZtAudioResamplerMode kContinue = keZtAudioResamplerModeContinue;
+
+struct Rates {
+    std::uint32_t from;
+    std::uint32_t to;
+};
+
+/// The supported conversions.
+constexpr Rates kRates[] = {{44100, 48000}, {48000, 44100}};
+constexpr Rates kUp = kRates[0];
 
 Samples16 Noise(std::size_t count, unsigned int seed)
 {
@@ -33,67 +39,69 @@ Samples16 Noise(std::size_t count, unsigned int seed)
     return noise;
 }
 
-class Resampling : public EngineTest {
+/// `count` samples from position `at` on.
+Samples16 Piece(const Samples16& samples, std::size_t at, std::size_t count)
+{
+    const auto first = samples.begin() + static_cast<std::ptrdiff_t>(at);
+    return {first, first + static_cast<std::ptrdiff_t>(count)};
+}
+
+CPolyphaseResampler& State(const host::Ref<IUnknown>& stream)
+{
+    return dynamic_cast<CPolyphaseResampler&>(*stream);
+}
+
+class Resampling : public OneToOneTest {
 protected:
-    host::Ref<IUnknown> Stream(std::uint32_t channels, std::uint32_t from, std::uint32_t to)
+    host::Ref<IUnknown> Stream(std::uint32_t channels, const Rates& rates = kUp)
     {
-        SZtaWaveFormatInfo in = Pcm16(channels, from);
-        SZtaWaveFormatInfo out = Pcm16(channels, to);
+        SZtaWaveFormatInfo in = Pcm16(channels, rates.from);
+        SZtaWaveFormatInfo out = Pcm16(channels, rates.to);
         IUnknown* stream = nullptr;
         EXPECT_EQ(engine_->CreateAudioResampler(&in, &out, &stream), 0);
         return host::Ref<IUnknown>::Adopt(stream);
     }
 
-    static CPolyphaseResampler& State(const host::Ref<IUnknown>& stream)
+    int Call(IZtAudioSamples* input, IZtAudioSamples* output) override
     {
-        return dynamic_cast<CPolyphaseResampler&>(*stream);
+        return engine_->ProcessAudioResampler(input, output, mode_, stream_);
     }
 
-    int Run(RecordingBuffer* input, RecordingBuffer* output, EZtAudioResamplerMode mode, IUnknown* stream)
+    int Run(EZtAudioResamplerMode mode, IUnknown* stream)
     {
-        if (input != nullptr) {
-            input->AnnounceRead();
-        }
-        if (output != nullptr) {
-            output->AnnounceWrite();
-        }
-        callLog_.Clear();
-        return engine_->ProcessAudioResampler(input, output, mode, stream);
+        mode_ = mode;
+        stream_ = stream;
+        return OneToOneTest::Run();
     }
 
-    /// Sends one buffer of a stream through the engine and gives what came out.
-    Samples16 Resample(const Samples16& samples, std::uint32_t channels, std::uint32_t from, std::uint32_t to,
-                       EZtAudioResamplerMode mode, const host::Ref<IUnknown>& stream)
+    int Run(const host::Ref<IUnknown>& stream) { return Run(kRestart, stream.Get()); }
+
+    /// Creates buffers of the rates of a stream.
+    void Build(std::uint32_t channels, const Rates& rates, std::size_t inputFrames, std::size_t outputFrames)
+    {
+        OneToOneTest::Build(Pcm16(channels, rates.from), Pcm16(channels, rates.to), inputFrames, outputFrames);
+    }
+
+    /// Sends one buffer of a stream through the engine and returns the resampled frames.
+    Samples16 Resample(const Samples16& samples, std::uint32_t channels, const Rates& rates, EZtAudioResamplerMode mode,
+                       const host::Ref<IUnknown>& stream)
     {
         const std::size_t frames = samples.size() / channels;
-        auto input = Make("input", Pcm16(channels, from), 0, frames);
-        auto output = Make("output", Pcm16(channels, to), 0, frames * to / from + frames + 2);
-        Fill(*input, samples);
-        EXPECT_EQ(Run(input.Get(), output.Get(), mode, stream.Get()), 0);
-        return Samples<std::int16_t>(*output, output->Length() / 2);
+        Build(channels, rates, frames, frames * rates.to / rates.from + frames + 2);
+        Fill(*input_, samples);
+        EXPECT_EQ(Run(mode, stream.Get()), 0);
+        return Samples<std::int16_t>(*output_, output_->Length() / 2);
     }
 
-    static Calls Entry()
+    /// The same for a mono stream from 44100 to 48000 Hz.
+    Samples16 Resample(const Samples16& samples, EZtAudioResamplerMode mode, const host::Ref<IUnknown>& stream)
     {
-        return {"output.QueryInterface", "input.QueryInterface", "input.GetErrorCode",
-                "input.GetAudioSamplesDescription", "output.GetAudioSamplesDescription"};
+        return Resample(samples, 1, kUp, mode, stream);
     }
 
-    static Calls ToWork()
-    {
-        return Entry() + Calls{"output.MarkWriteStartTime", "input.GetAudioSamplesDescription"} +
-               Calls{"output.GetAudioSamplesDescription", "input.GetErrorCode"};
-    }
-
-    static Calls End()
-    {
-        return {"input.SignalReadCompletion", "output.MarkWriteStopTime", "output.SignalWriteCompletion"};
-    }
-
-    static Calls Ending(int code)
-    {
-        return {"input.SignalReadCompletion", ErrorCall("output", code), "output.SignalWriteCompletion"};
-    }
+private:
+    EZtAudioResamplerMode mode_ = kRestart;
+    IUnknown* stream_ = nullptr;
 };
 
 // ---- Creation ----
@@ -101,15 +109,13 @@ protected:
 TEST_F(Resampling, StreamsComeWithTheirFieldsAndLeaveWithTheirReference)
 {
     const int objectsBefore = g_i32Objects;
-    for (const bool up : {true, false}) {
-        const std::uint32_t from = up ? 44100 : 48000;
-        const std::uint32_t to = up ? 48000 : 44100;
-        auto stream = Stream(2, from, to);
+    for (const Rates& rates : kRates) {
+        auto stream = Stream(2, rates);
         const CPolyphaseResampler& state = State(stream);
         EXPECT_EQ(state.m_eHint, ippAlgHintFast);
         EXPECT_NE(state.m_pSpec, nullptr);
-        EXPECT_EQ(state.m_ulInputRate, from);
-        EXPECT_EQ(state.m_ulOutputRate, to);
+        EXPECT_EQ(state.m_ulInputRate, rates.from);
+        EXPECT_EQ(state.m_ulOutputRate, rates.to);
         EXPECT_EQ(state.m_ulFilterLength, 32U);
         EXPECT_EQ(state.m_ulWorkSamples, 8192U);
         EXPECT_EQ(state.m_ulChannels, 2U);
@@ -173,7 +179,7 @@ TEST_F(Resampling, CreationDoesNotLookAtTheValidBits)
 
 TEST_F(Resampling, QueryingAStreamResetsItsCount)
 {
-    auto stream = Stream(1, 44100, 48000);
+    auto stream = Stream(1);
     stream->AddRef();
     stream->AddRef();
     EXPECT_EQ(State(stream).m_lRefCount, 3);
@@ -194,48 +200,42 @@ TEST_F(Resampling, QueryingAStreamResetsItsCount)
 
 TEST_F(Resampling, OfMonoWorksOnTheCallersBuffers)
 {
-    auto stream = Stream(1, 44100, 48000);
-    auto input = Make("input", Pcm16(1, 44100), 0, 1024);
-    auto output = Make("output", Pcm16(1, 48000), 0, 1115);
-    Fill(*input, Noise(1024, 1));
-    input->SetPolarity(3);
-    input->SetFades(true, true);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0);
-    EXPECT_EQ(callLog_.Calls(),
-              ToWork() + Digest("input") + Digest("output") + Calls{"output.SetLength(2194)"} + End());
-    EXPECT_EQ(output->Polarity(), 0U);
-    EXPECT_FALSE(output->Description().bFadeIn);
-    EXPECT_EQ(input->ReadCount() + output->WriteCount(), 0);
+    auto stream = Stream(1);
+    Build(1, kUp, 1024, 1115);
+    Fill(*input_, Noise(1024, 1));
+    input_->SetPolarity(3);
+    input_->SetFades(true, true);
+    EXPECT_EQ(Run(stream), 0);
+    EXPECT_EQ(callLog_.Calls(), UntilWork() + Convert("input", "output", 2194) + End());
+    EXPECT_EQ(output_->Polarity(), 0U);
+    EXPECT_FALSE(output_->Description().bFadeIn);
+    ExpectSignaledOnce();
     EXPECT_EQ(State(stream).m_lRefCount, 1) << "the engine takes no reference on the stream";
-    ExpectAtRest({input.Get(), output.Get()});
+    ExpectBothAtRest();
 }
 
 TEST_F(Resampling, OfStereoGoesThroughTheThreeStages)
 {
-    auto stream = Stream(2, 48000, 44100);
-    auto input = Make("input", Pcm16(2, 48000), 1024);
-    auto output = Make("output", Pcm16(2, 44100), 0, 1024);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0);
-    const std::size_t delivered = output->Length() / 4;
-    const std::string mono = "SetLength(" + std::to_string(delivered * 2) + ")";
-    EXPECT_EQ(callLog_.Calls(), ToWork() + Calls{"scratch0.SetWaveFormat"} + Calls{"scratch1.SetWaveFormat"} +
-                                    Calls{"scratch2.SetWaveFormat"} + Digest("input") + Digest("scratch0") +
-                                    Digest("scratch1") + Calls{"scratch0.SetLength(2048)"} +
-                                    Calls{"scratch1.SetLength(2048)"} + Digest("scratch0") + Digest("scratch2") +
-                                    Calls{"scratch2." + mono} + Calls{"scratch0.SetWaveFormat"} + Digest("scratch1") +
-                                    Digest("scratch0") + Calls{"scratch0." + mono} + Digest("scratch2") +
-                                    Digest("scratch0") + Digest("output") +
-                                    Calls{"output.SetLength(" + std::to_string(delivered * 4) + ")"} + End());
-    ExpectAtRest({input.Get(), output.Get()});
+    auto stream = Stream(2, kRates[1]);
+    Build(2, kRates[1], 1024, 1024);
+    EXPECT_EQ(Run(stream), 0);
+    const std::size_t delivered = output_->Length() / 4;
+    const Calls formats = {"scratch0.SetWaveFormat", "scratch1.SetWaveFormat", "scratch2.SetWaveFormat"};
+    EXPECT_EQ(callLog_.Calls(), UntilWork() + formats + Digest("input") + Digest("scratch0") + Digest("scratch1") +
+                                    SetLength("scratch0", 2048) + SetLength("scratch1", 2048) +
+                                    Convert("scratch0", "scratch2", delivered * 2) + Calls{"scratch0.SetWaveFormat"} +
+                                    Convert("scratch1", "scratch0", delivered * 2) + Digest("scratch2") +
+                                    Digest("scratch0") + Digest("output") + SetLength("output", delivered * 4) + End());
+    ExpectBothAtRest();
 }
 
 // ---- The stream ----
 
 TEST_F(Resampling, DeliversTheFirstBufferAfterARestartInFull)
 {
-    auto stream = Stream(1, 44100, 48000);
+    auto stream = Stream(1);
     const Samples16 in = Noise(1024, 2);
-    const Samples16 out = Resample(in, 1, 44100, 48000, kRestart, stream);
+    const Samples16 out = Resample(in, kRestart, stream);
     EXPECT_EQ(out.size(), 1097U);
     EXPECT_EQ(out[0], in[0]) << "the first output has the time of the first input";
     EXPECT_EQ(State(stream).m_aulHistoryCount[0], 34U);
@@ -246,40 +246,37 @@ TEST_F(Resampling, DeliversTheFirstBufferAfterARestartInFull)
 TEST_F(Resampling, HoldsAConstantFromTheFirstSampleOn)
 {
     for (const std::int16_t level : {std::int16_t{1000}, std::int16_t{-20000}, std::int16_t{0}}) {
-        auto stream = Stream(1, 44100, 48000);
-        for (const std::int16_t sample : Resample(Samples16(3000, level), 1, 44100, 48000, kRestart, stream)) {
+        auto stream = Stream(1);
+        for (const std::int16_t sample : Resample(Samples16(3000, level), kRestart, stream)) {
             EXPECT_NEAR(sample, level, std::abs(level) * 4.0 / 16384 + 1);
         }
     }
 }
 
-TEST_F(Resampling, OfAStreamInPiecesGivesTheSamplesOfTheWhole)
+TEST_F(Resampling, OfAStreamInPiecesReturnsTheSamplesOfTheWhole)
 {
     std::mt19937 random(3);
     for (const std::uint32_t channels : {1U, 2U}) {
-        for (const bool up : {true, false}) {
-            const std::uint32_t from = up ? 44100 : 48000;
-            const std::uint32_t to = up ? 48000 : 44100;
-            const Samples16 in = Noise(30000 * channels, up ? 4 : 5);
-            auto whole = Stream(channels, from, to);
-            const Samples16 expected = Resample(in, channels, from, to, kRestart, whole);
+        for (const Rates& rates : kRates) {
+            const Samples16 in = Noise(30000 * channels, rates.from == 44100 ? 4 : 5);
+            auto whole = Stream(channels, rates);
+            const Samples16 expected = Resample(in, channels, rates, kRestart, whole);
             for (int cut = 0; cut < 6; ++cut) {
-                auto stream = Stream(channels, from, to);
+                auto stream = Stream(channels, rates);
                 Samples16 out;
                 std::size_t at = 0;
                 EZtAudioResamplerMode mode = kRestart;
                 while (at < 30000) {
-                    // Pieces that the run refuses for being too short deliver nothing and are made up for later.
+                    // Pieces that are too short for an output are kept until the next one.
                     const std::size_t most = cut == 0 ? 3 : cut == 1 ? 40 : 9000;
                     const std::size_t frames = std::min<std::size_t>(1 + random() % most, 30000 - at);
-                    const Samples16 piece(in.begin() + static_cast<std::ptrdiff_t>(at * channels),
-                                          in.begin() + static_cast<std::ptrdiff_t>((at + frames) * channels));
-                    const Samples16 part = Resample(piece, channels, from, to, mode, stream);
+                    const Samples16 part =
+                        Resample(Piece(in, at * channels, frames * channels), channels, rates, mode, stream);
                     out.insert(out.end(), part.begin(), part.end());
                     at += frames;
                     mode = kContinue;
                 }
-                ASSERT_EQ(out, expected) << channels << " channels, " << from << " to " << to << ", cut " << cut;
+                ASSERT_EQ(out, expected) << channels << " channels from " << rates.from << " Hz, cut " << cut;
                 for (std::uint32_t channel = 0; channel < channels; ++channel) {
                     EXPECT_EQ(State(stream).m_aulHistoryCount[channel], State(whole).m_aulHistoryCount[channel]);
                     EXPECT_LE(State(stream).m_aulHistoryCount[channel], 35U);
@@ -299,9 +296,9 @@ TEST_F(Resampling, OfStereoIsThatOfItsChannels)
         both.push_back(left[i]);
         both.push_back(right[i]);
     }
-    const Samples16 out = Resample(both, 2, 44100, 48000, kRestart, Stream(2, 44100, 48000));
-    const Samples16 outLeft = Resample(left, 1, 44100, 48000, kRestart, Stream(1, 44100, 48000));
-    const Samples16 outRight = Resample(right, 1, 44100, 48000, kRestart, Stream(1, 44100, 48000));
+    const Samples16 out = Resample(both, 2, kUp, kRestart, Stream(2));
+    const Samples16 outLeft = Resample(left, kRestart, Stream(1));
+    const Samples16 outRight = Resample(right, kRestart, Stream(1));
     ASSERT_EQ(out.size(), 2 * outLeft.size());
     for (std::size_t i = 0; i < outLeft.size(); ++i) {
         ASSERT_EQ(out[2 * i], outLeft[i]);
@@ -309,25 +306,24 @@ TEST_F(Resampling, OfStereoIsThatOfItsChannels)
     }
 }
 
-TEST_F(Resampling, StartsFromSilenceWithoutARestartAndAfreshWithOne)
+TEST_F(Resampling, StartsFromSilenceWithoutARestartAndPrimesTheHistoryWithOne)
 {
     const Samples16 in(2000, 12345);
-    auto stream = Stream(1, 44100, 48000);
-    const Samples16 cold = Resample(in, 1, 44100, 48000, kContinue, stream);
+    auto stream = Stream(1);
+    const Samples16 cold = Resample(in, kContinue, stream);
     EXPECT_NE(cold[1], 12345) << "the history is silence";
-    EXPECT_EQ(Resample(in, 1, 44100, 48000, kRestart, stream),
-              Resample(in, 1, 44100, 48000, kRestart, Stream(1, 44100, 48000)));
+    EXPECT_EQ(Resample(in, kRestart, stream), Resample(in, kRestart, Stream(1)));
     for (const std::uint32_t mode : {0U, 1U, 3U, 77U}) {
-        auto other = Stream(1, 44100, 48000);
-        EXPECT_EQ(Resample(in, 1, 44100, 48000, static_cast<EZtAudioResamplerMode>(mode), other), cold) << mode;
+        auto other = Stream(1);
+        EXPECT_EQ(Resample(in, static_cast<EZtAudioResamplerMode>(mode), other), cold) << mode;
     }
 }
 
 TEST_F(Resampling, OfAFirstBufferTooShortForAnyOutputKeepsTheSamples)
 {
     for (std::size_t frames = 1; frames <= 18; ++frames) {
-        auto stream = Stream(1, 44100, 48000);
-        const Samples16 out = Resample(Noise(frames, 8), 1, 44100, 48000, kRestart, stream);
+        auto stream = Stream(1);
+        const Samples16 out = Resample(Noise(frames, 8), kRestart, stream);
         if (frames <= 17) {
             EXPECT_TRUE(out.empty()) << frames;
             EXPECT_EQ(State(stream).m_aulHistoryCount[0], 17 + frames);
@@ -340,130 +336,78 @@ TEST_F(Resampling, OfAFirstBufferTooShortForAnyOutputKeepsTheSamples)
 
 TEST_F(Resampling, OfAnEmptyInputMarksTheOutputFull)
 {
-    auto stream = Stream(1, 44100, 48000);
-    auto input = Make("input", Pcm16(1, 44100), 0, 10);
-    auto output = Make("output", Pcm16(1, 48000), 0, 10);
-    Fill(*output, Noise(10, 9));
-    output->SetValidLength(0);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0);
-    EXPECT_EQ(output->Length(), 20U);
-    EXPECT_EQ(Samples<std::int16_t>(*output, 10), Noise(10, 9));
+    auto stream = Stream(1);
+    Build(1, kUp, 10, 10);
+    input_->SetValidLength(0);
+    Fill(*output_, Noise(10, 9));
+    output_->SetValidLength(0);
+    EXPECT_EQ(Run(stream), 0);
+    EXPECT_EQ(output_->Length(), 20U);
+    EXPECT_EQ(Samples<std::int16_t>(*output_, 10), Noise(10, 9));
     EXPECT_EQ(State(stream).m_aulHistoryCount[0], 17U);
 }
 
-TEST_F(Resampling, RunsWithTheRatesOfTheStreamWhateverTheBuffersSay)
+TEST_F(Resampling, UsesTheRatesOfTheStreamNotThoseOfTheBuffers)
 {
-    auto stream = Stream(1, 48000, 44100);
-    auto input = Make("input", Pcm16(1, 44100), 2000);
-    auto output = Make("output", Pcm16(1, 48000), 0, 4000);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0);
-    EXPECT_LT(output->Length() / 2, 2000U) << "downwards, as the stream was made";
+    auto stream = Stream(1, kRates[1]);
+    Build(1, kUp, 2000, 4000);
+    EXPECT_EQ(Run(stream), 0);
+    EXPECT_LT(output_->Length() / 2, 2000U) << "downwards, as the stream was created";
 }
 
 // ---- Lengths ----
 
-TEST_F(Resampling, WantsRoomForTheInputAndForMoreThanTheLeastOutput)
+TEST_F(Resampling, RequiresCapacityForTheInputAndForMoreThanTheMinimumOutput)
 {
-    for (const bool up : {true, false}) {
-        const std::uint32_t from = up ? 44100 : 48000;
-        const std::uint32_t to = up ? 48000 : 44100;
+    for (const Rates& rates : kRates) {
         constexpr std::size_t kFrames = 1000;
-        const std::size_t needed = std::max<std::size_t>(kFrames, kFrames * to / from + 1);
-        auto stream = Stream(1, from, to);
-        auto input = Make("input", Pcm16(1, from), kFrames);
-        auto tight = Make("output", Pcm16(1, to), 0, needed - 1);
-        EXPECT_EQ(Run(input.Get(), tight.Get(), kRestart, stream.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-        EXPECT_EQ(tight->ErrorCode(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        const std::size_t needed = std::max<std::size_t>(kFrames, kFrames * rates.to / rates.from + 1);
+        auto stream = Stream(1, rates);
+        Build(1, rates, kFrames, needed - 1);
+        EXPECT_EQ(Run(stream), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        EXPECT_EQ(output_->ErrorCode(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         EXPECT_EQ(State(stream).m_aulHistoryCount[0], 17U) << "the stream has not moved";
-        auto enough = Make("output", Pcm16(1, to), 0, needed);
-        EXPECT_EQ(Run(input.Get(), enough.Get(), kRestart, stream.Get()), 0);
+        Build(1, rates, kFrames, needed);
+        EXPECT_EQ(Run(stream), 0);
     }
 }
 
-TEST_F(Resampling, OfARestartThatFindsNoRoomLeavesTheStream)
+TEST_F(Resampling, OfARestartWithoutCapacityKeepsTheStream)
 {
-    auto stream = Stream(1, 44100, 48000);
-    Resample(Noise(500, 10), 1, 44100, 48000, kRestart, stream);
+    auto stream = Stream(1);
+    Resample(Noise(500, 10), kRestart, stream);
     const auto count = State(stream).m_aulHistoryCount[0];
     const double time = State(stream).m_adTime[0];
     const Samples16 history(State(stream).m_psHistory, State(stream).m_psHistory + 48);
-    auto input = Make("input", Pcm16(1, 44100), 500);
-    auto output = Make("output", Pcm16(1, 48000), 0, 500);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    Build(1, kUp, 500, 500);
+    EXPECT_EQ(Run(stream), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     EXPECT_EQ(State(stream).m_aulHistoryCount[0], count);
     EXPECT_EQ(State(stream).m_adTime[0], time);
     EXPECT_EQ(Samples16(State(stream).m_psHistory, State(stream).m_psHistory + 48), history);
 }
 
-TEST_F(Resampling, OfStereoTakesWhatTheStagesHoldAndNoFrameMore)
+TEST_F(Resampling, OfStereoAcceptsTheCapacityOfTheScratchBuffersAndNoFrameMore)
 {
-    for (const std::size_t frames : {88199U, 88200U}) {
-        auto stream = Stream(2, 44100, 48000);
-        auto input = Make("input", Pcm16(2, 44100), frames);
-        auto output = Make("output", Pcm16(2, 48000), 0, 100000);
-        const int expected = frames == 88199 ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-        EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), expected) << frames;
-        EXPECT_EQ(output->ErrorCode(), expected);
-    }
-    for (const std::size_t frames : {96000U, 96001U}) {
-        auto stream = Stream(2, 48000, 44100);
-        auto input = Make("input", Pcm16(2, 48000), frames);
-        auto output = Make("output", Pcm16(2, 44100), 0, 100000);
-        EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()),
-                  frames == 96000 ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    for (const Rates& rates : kRates) {
+        const std::size_t most = rates.from == 44100 ? 88199 : 96000;
+        for (const std::size_t frames : {most, most + 1}) {
+            Build(2, rates, frames, 100000);
+            const int expected = frames == most ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+            EXPECT_EQ(Run(Stream(2, rates)), expected) << frames;
+            EXPECT_EQ(output_->ErrorCode(), expected);
+        }
     }
 }
 
-// ---- Refusals ----
-
-TEST_F(Resampling, ChecksInOrderAndSignalsWhatItHasLookedAt)
-{
-    auto stream = Stream(1, 44100, 48000);
-    auto input = Make("input", Pcm16(1, 44100), 100);
-    auto output = Make("output", Pcm16(1, 48000), 0, 200);
-    const auto expect = [&](RecordingBuffer* in, RecordingBuffer* out, int status, const Calls& calls) {
-        EXPECT_EQ(Run(in, out, kRestart, stream.Get()), status);
-        EXPECT_EQ(callLog_.Calls(), calls);
-        callLog_.ClearFaults();
-        ExpectAtRest({input.Get(), output.Get()});
-    };
-    expect(input.Get(), nullptr, ZT_E_INVALID_POINTER, {});
-    callLog_.FailCallsTo("output.QueryInterface");
-    expect(input.Get(), output.Get(), ZT_E_INVALID_PARAMETER, {"output.QueryInterface"});
-    expect(nullptr, output.Get(), ZT_E_INVALID_POINTER,
-           {"output.QueryInterface", ErrorCall("output", ZT_E_INVALID_POINTER), "output.SignalWriteCompletion"});
-    callLog_.FailCallsTo("input.QueryInterface");
-    expect(input.Get(), output.Get(), kInjectedFailure,
-           {"output.QueryInterface", "input.QueryInterface", ErrorCall("output", kInjectedFailure),
-            "output.SignalWriteCompletion"});
-    input->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
-    expect(input.Get(), output.Get(), ZT_E_FAIL,
-           Calls{"output.QueryInterface"} + Calls{"input.QueryInterface"} + Calls{"input.GetErrorCode"} +
-               Ending(ZT_E_FAIL));
-    input->host::AudioBuffer::SetErrorCode(kZtSynchroStatusCancelledLate);
-    const Calls entry = Entry();
-    for (std::size_t described = 4; described <= 5; ++described) {
-        callLog_.FailCallsTo(entry[described - 1]);
-        expect(input.Get(), output.Get(), ZT_E_INVALID_PARAMETER,
-               Calls(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(described)) +
-                   Ending(ZT_E_INVALID_PARAMETER));
-    }
-    SZtLayoutProbe::SetBusy(Object(), 1);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(callLog_.Calls(), Entry() + Ending(ZT_E_MODULE_BUSY));
-    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
-    SZtLayoutProbe::SetBusy(Object(), 0);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0) << "a tolerated code flows";
-}
+// ---- Rejections ----
 
 TEST_F(Resampling, ChecksChannelsThenRatesThenWidthThenType)
 {
-    auto stream = Stream(1, 44100, 48000);
+    auto stream = Stream(1);
     const auto run = [&](const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to) {
-        auto input = Make("input", from, 10);
-        auto output = Make("output", to, 20);
-        const int status = Run(input.Get(), output.Get(), kRestart, stream.Get());
-        EXPECT_EQ(callLog_.Calls(), Entry() + Ending(status));
+        OneToOneTest::Build(from, to, 10, 20);
+        const int status = Run(stream);
+        EXPECT_EQ(callLog_.Calls(), Checks() + Ending(status));
         return status;
     };
     const auto other = [](std::uint32_t channels, EZtAudioDataType type, std::uint32_t rate, std::uint32_t bits) {
@@ -479,160 +423,85 @@ TEST_F(Resampling, ChecksChannelsThenRatesThenWidthThenType)
     EXPECT_EQ(run(Pcm16(1, 44100), other(1, keZtAudioDataTypeOpaque, 48000, 16)), ZT_E_INVALID_AUDIO_DATA_TYPE);
 }
 
-TEST_F(Resampling, ForgetsWhatItFoundBeforeTheFormats)
+TEST_F(Resampling, IgnoresItsFailuresBeforeTheFormats)
 {
-    auto stream = Stream(1, 44100, 48000);
-    auto input = Make("input", Pcm16(1, 44100), 100);
-    auto output = Make("output", Pcm16(1, 48000), 0, 200);
-    callLog_.hook = [&](const std::string& entry) {
-        if (entry == "output.MarkWriteStartTime") {
-            input->host::AudioBuffer::SetErrorCode(ZT_E_FAIL);
-        }
-    };
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), 0) << "a source that turns bad is not stopped";
-    callLog_.hook = nullptr;
-    input->ClearErrorCode();
+    auto stream = Stream(1);
+    Build(1, kUp, 100, 200);
+    OnCall("output.MarkWriteStartTime", [&] { input_->host::AudioBuffer::SetErrorCode(ZT_E_FAIL); });
+    EXPECT_EQ(Run(stream), 0) << "a source that fails later does not stop it";
+    input_->ClearErrorCode();
     for (const int call : {7, 8}) {
-        callLog_.Clear();
         callLog_.FailCall(call);
-        EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), ZT_E_FORMAT_NOT_SUPPORTED)
-            << "a format that cannot be read cannot be classified";
+        EXPECT_EQ(Run(stream), ZT_E_FORMAT_NOT_SUPPORTED) << "a format that cannot be read cannot be classified";
         callLog_.ClearFaults();
         EXPECT_EQ(callLog_.Count("output.GetAudioSamplesDescription"), call - 6)
             << "each step only after the one before";
-        EXPECT_EQ(callLog_.Count("input.GetErrorCode"), 1) << "by the entry alone";
+        EXPECT_EQ(callLog_.Count("input.GetErrorCode"), 1) << "by the entry point alone";
     }
 }
 
-TEST_F(Resampling, OfStereoMovesNoSampleBetweenStagesWithoutAFormat)
+TEST_F(Resampling, OfStereoProcessesNothingIfAScratchBufferHasNoFormat)
 {
-    auto stream = Stream(2, 48000, 44100);
-    auto input = Make("input", Pcm16(2, 48000), 1024);
-    auto output = Make("output", Pcm16(2, 44100), 0, 1024);
-    const Calls formats = Calls{"scratch0.SetWaveFormat"} + Calls{"scratch1.SetWaveFormat"} +
-                          Calls{"scratch2.SetWaveFormat"} + Calls{"scratch0.SetWaveFormat"};
-    const int before = static_cast<int>(ToWork().size());
-    for (const int stage : {1, 2, 3}) {
-        callLog_.FailCall(before + stage);
-        EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), kInjectedFailure);
+    auto stream = Stream(2, kRates[1]);
+    Build(2, kRates[1], 1024, 1024);
+    const Calls formats = {"scratch0.SetWaveFormat", "scratch1.SetWaveFormat", "scratch2.SetWaveFormat",
+                           "scratch0.SetWaveFormat"};
+    const int before = static_cast<int>(UntilWork().size());
+    for (const int scratch : {1, 2, 3}) {
+        callLog_.FailCall(before + scratch);
+        EXPECT_EQ(Run(stream), kInjectedFailure);
         callLog_.ClearFaults();
-        EXPECT_EQ(callLog_.Calls(), ToWork() + formats + Calls{ErrorCall("output", kInjectedFailure)} + End()) << stage;
-        ExpectAtRest({input.Get(), output.Get()});
+        EXPECT_EQ(callLog_.Calls(), UntilWork() + formats + End(kInjectedFailure)) << scratch;
+        ExpectBothAtRest();
     }
 }
 
-TEST_F(Resampling, RejectsValidBitsThatCannotBePlaced)
+TEST_F(Resampling, RejectsFewerValidBitsThanTheContainerHas)
 {
-    auto stream = Stream(1, 44100, 48000);
-    auto input = Make("input", host::MakeFormat(1, keZtAudioDataTypePcm, 44100, 16, 12), 10);
-    auto output = Make("output", Pcm16(1), 0, 20);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, stream.Get()), ZT_E_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(output->ErrorCode(), ZT_E_FORMAT_NOT_SUPPORTED);
+    OneToOneTest::Build(host::MakeFormat(1, keZtAudioDataTypePcm, 44100, 16, 12), Pcm16(1), 10, 20);
+    EXPECT_EQ(Run(Stream(1)), ZT_E_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(output_->ErrorCode(), ZT_E_FORMAT_NOT_SUPPORTED);
 }
 
-TEST_F(Resampling, RejectsAStreamThatIsNoneOrHasNoSuchChannel)
+TEST_F(Resampling, RejectsAMissingOrForeignStreamAndOneWithoutTheChannel)
 {
-    auto input = Make("input", Pcm16(1, 44100), 100);
-    auto output = Make("output", Pcm16(1, 48000), 0, 200);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(Run(input.Get(), output.Get(), kRestart, engine_.Get()), ZT_E_INVALID_PARAMETER);
+    Build(1, kUp, 100, 200);
+    EXPECT_EQ(Run(kRestart, nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(Run(kRestart, engine_.Get()), ZT_E_INVALID_PARAMETER);
+    ExpectBothAtRest();
 
-    auto mono = Stream(1, 44100, 48000);
-    auto stereo = Make("input", Pcm16(2, 44100), 100);
-    auto stereoOut = Make("output", Pcm16(2, 48000), 0, 200);
-    EXPECT_EQ(Run(stereo.Get(), stereoOut.Get(), kRestart, mono.Get()), ZT_E_INVALID_PARAMETER)
-        << "a mono stream has no store for a right channel";
-    ExpectAtRest({input.Get(), output.Get(), stereo.Get(), stereoOut.Get()});
+    Build(2, kUp, 100, 200);
+    EXPECT_EQ(Run(Stream(1)), ZT_E_INVALID_PARAMETER) << "a mono stream has no history for a right channel";
+    ExpectBothAtRest();
 }
 
-TEST(ResamplerKernel, RejectsFormatsOutsideItsRows)
+TEST_F(Resampling, RejectsBuffersWithoutAnAddressAndContinuesTheStream)
 {
-    CallLog journal;
-    CZtaResampleAudio resample;
-    auto input = RecordingBuffer::Create(journal, "input", Pcm16(1), 20);
-    auto output = RecordingBuffer::Create(journal, "output", Pcm16(1), 20);
-    EXPECT_EQ(resample.ResampleAudio(input.Get(), output.Get(), kRestart, 0, nullptr),
-              ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    for (const bool isInput : {true, false}) {
+        for (const std::size_t frames : {1000U, 9000U}) {
+            const auto stream = Stream(1);
+            const auto expected = Stream(1);
+            const Samples16 first = Noise(500, 21);
+            const Samples16 second = Noise(1000, 22);
+            EXPECT_EQ(Resample(first, kRestart, stream), Resample(first, kRestart, expected));
 
-    bool supported = false;
-    SZtaWaveFormatInfo low = Pcm16(1, 44100);
-    SZtaWaveFormatInfo high = Pcm16(1, 48000);
-    EXPECT_EQ(resample.QueryFormatSupported(&low, &high, &supported), 0);
-    EXPECT_TRUE(supported);
-    EXPECT_EQ(resample.QueryFormatSupported(&high, &low, &supported), 0);
-    EXPECT_TRUE(supported);
-    EXPECT_EQ(resample.QueryFormatSupported(&high, &high, &supported), 0);
-    EXPECT_FALSE(supported);
-
-    SZtaWaveFormatInfo in = Pcm16(2, 44100);
-    SZtaWaveFormatInfo out = Pcm16(2, 48000);
-    SZtaWaveFormatInfo suggestedIn = {};
-    SZtaWaveFormatInfo suggestedOut = {};
-    EXPECT_EQ(resample.SuggestFormat(&in, &out, &suggestedIn, &suggestedOut), 0);
-    EXPECT_EQ(std::memcmp(&suggestedIn, &low, sizeof(low)), 0) << "stereo at 44100 Hz is answered with the first row";
-    EXPECT_EQ(std::memcmp(&suggestedOut, &high, sizeof(high)), 0);
-    EXPECT_EQ(resample.SuggestFormat(&out, &in, &suggestedIn, &suggestedOut), 0);
-    EXPECT_EQ(std::memcmp(&suggestedIn, &high, sizeof(high)), 0) << "and anything else with the last";
-
-    SZtaWaveFormatInfo wide = Pcm24In32(1);
-    IUnknown* stream = nullptr;
-    EXPECT_EQ(resample.CreateAudioResampler(&wide, &high, &stream), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(resample.CreateAudioResampler(&high, &wide, &stream), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(stream, nullptr);
-}
-
-TEST(ResamplerKernel, KeepsItsChannelsApart)
-{
-    CZtaResampleAudio resample;
-    IUnknown* made = nullptr;
-    ASSERT_EQ(resample.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 2, &made), 0);
-    const auto stream = host::Ref<IUnknown>::Adopt(made);
-    Samples16 in = Noise(1000, 11);
-    Samples16 out(2000);
-    for (const unsigned long channel : {0UL, 1UL}) {
-        unsigned long capacity = out.size();
-        EXPECT_EQ(resample.Resample16BitMonoTo16BitMono(in.size(), in.data(), capacity, out.data(), kRestart, channel,
-                                                        stream.Get()),
-                  0);
-    }
-    auto& state = dynamic_cast<CPolyphaseResampler&>(*stream);
-    const Samples16 right(state.m_psHistory + 48, state.m_psHistory + 48 + 34);
-    const double time = state.m_adTime[1];
-    unsigned long capacity = out.size();
-    resample.Resample16BitMonoTo16BitMono(300, in.data(), capacity, out.data(), kRestart, 0, stream.Get());
-    EXPECT_EQ(Samples16(state.m_psHistory + 48, state.m_psHistory + 48 + 34), right);
-    EXPECT_EQ(state.m_adTime[1], time);
-    capacity = out.size();
-    EXPECT_EQ(resample.Resample16BitMonoTo16BitMono(1, in.data(), capacity, out.data(), kRestart, 2, stream.Get()),
-              ZT_E_INVALID_PARAMETER);
-}
-
-TEST(ResamplerKernel, LooksForTheStreamThenForTheRoomThenForTheChannel)
-{
-    CZtaResampleAudio resample;
-    IUnknown* made = nullptr;
-    ASSERT_EQ(resample.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 2, &made), 0);
-    const auto stream = host::Ref<IUnknown>::Adopt(made);
-    Samples16 in = Noise(1000, 13);
-    Samples16 out(2000);
-    const auto run = [&](unsigned long capacity, unsigned long channel, IUnknown* to) {
-        const unsigned long offered = capacity;
-        const int status =
-            resample.Resample16BitMonoTo16BitMono(in.size(), in.data(), capacity, out.data(), kRestart, channel, to);
-        EXPECT_TRUE(status == 0 || capacity == offered);
-        return status;
-    };
-    CPolyphaseResampler bare; // nothing has set it up
-    for (const unsigned long channel : {1UL, 2UL, 15UL, 16UL, ~0UL}) {
-        EXPECT_EQ(run(1000, channel, nullptr), ZT_E_INVALID_POINTER);
-        EXPECT_EQ(run(1000, channel, &bare), ZT_E_INVALID_PARAMETER);
-        EXPECT_EQ(run(1088, channel, stream.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL) << channel;
-        EXPECT_EQ(run(1089, channel, stream.Get()), channel < 2 ? 0 : ZT_E_INVALID_PARAMETER) << channel;
+            auto input = MisbehavingBuffer::Create(callLog_, "input", Pcm16(1, 44100), frames * 2);
+            auto output = MisbehavingBuffer::Create(callLog_, "output", Pcm16(1, 48000), frames * 3);
+            input->SetValidLength(frames * 2);
+            (isInput ? input : output)->hasNoAddress = true;
+            input_ = host::Ref<RecordingBuffer>::Adopt(input.Detach());
+            output_ = host::Ref<RecordingBuffer>::Adopt(output.Detach());
+            EXPECT_EQ(Run(kContinue, stream.Get()), ZT_E_INVALID_POINTER);
+            EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 0U);
+            ExpectSignaledOnce();
+            EXPECT_EQ(Resample(second, kContinue, stream), Resample(second, kContinue, expected));
+        }
     }
 }
 
-/// A stream, and the kernel that runs it.
-class StreamState : public testing::Test {
+// ---- The kernel and the state of a stream ----
+
+class ResamplerKernel : public testing::Test {
 protected:
     using Filter = IppsResamplingPolyphaseFixed_16s;
 
@@ -641,26 +510,31 @@ protected:
     };
     using OwnFilter = std::unique_ptr<Filter, FreeFilter>;
 
-    host::Ref<IUnknown> Make(unsigned long from, unsigned long to, unsigned long channels = 1)
+    int Create(unsigned long from, unsigned long to, unsigned long channels, IUnknown** stream)
+    {
+        return kernel_.CreateAudioResamplerMono16BitsToMono16Bits(from, to, channels, stream);
+    }
+
+    host::Ref<IUnknown> Make(const Rates& rates = kUp, unsigned long channels = 1)
     {
         IUnknown* made = nullptr;
-        EXPECT_EQ(kernel_.CreateAudioResamplerMono16BitsToMono16Bits(from, to, channels, &made), 0);
+        EXPECT_EQ(Create(rates.from, rates.to, channels, &made), 0);
         return host::Ref<IUnknown>::Adopt(made);
     }
 
-    static CPolyphaseResampler& State(const host::Ref<IUnknown>& stream)
+    /// Calls the kernel; addresses may be odd. `written` is the capacity, then the number of outputs.
+    int Call(IUnknown* stream, const void* in, std::size_t count, void* out, unsigned long& written,
+             EZtAudioResamplerMode mode = kRestart, unsigned long channel = 0)
     {
-        return dynamic_cast<CPolyphaseResampler&>(*stream);
+        return kernel_.Resample16BitMonoTo16BitMono(count, const_cast<void*>(in), written, out, mode, channel, stream);
     }
 
-    Samples16 Run(const host::Ref<IUnknown>& stream, const Samples16& in, EZtAudioResamplerMode mode,
+    Samples16 Run(const host::Ref<IUnknown>& stream, const Samples16& in, EZtAudioResamplerMode mode = kRestart,
                   unsigned long channel = 0)
     {
         Samples16 out(2 * in.size() + 2);
         unsigned long written = out.size();
-        EXPECT_EQ(kernel_.Resample16BitMonoTo16BitMono(in.size(), const_cast<std::int16_t*>(in.data()), written,
-                                                       out.data(), mode, channel, stream.Get()),
-                  0);
+        EXPECT_EQ(Call(stream.Get(), in.data(), in.size(), out.data(), written, mode, channel), 0);
         out.resize(written);
         return out;
     }
@@ -685,13 +559,83 @@ protected:
     CZtaResampleAudio kernel_;
 };
 
-TEST_F(StreamState, WorksInAnySamplesOfTheSizeOfTheWorkBuffer)
+TEST_F(ResamplerKernel, RejectsFormatsOutsideItsTable)
+{
+    FakeAudioSamples input(Pcm16(1), 10, 10);
+    FakeAudioSamples output(Pcm16(1), 0, 10);
+    EXPECT_EQ(kernel_.ResampleAudio(&input, &output, kRestart, 0, nullptr), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+
+    bool supported = false;
+    SZtaWaveFormatInfo low = Pcm16(1, 44100);
+    SZtaWaveFormatInfo high = Pcm16(1, 48000);
+    EXPECT_EQ(kernel_.QueryFormatSupported(&low, &high, &supported), 0);
+    EXPECT_TRUE(supported);
+    EXPECT_EQ(kernel_.QueryFormatSupported(&high, &low, &supported), 0);
+    EXPECT_TRUE(supported);
+    EXPECT_EQ(kernel_.QueryFormatSupported(&high, &high, &supported), 0);
+    EXPECT_FALSE(supported);
+
+    SZtaWaveFormatInfo in = Pcm16(2, 44100);
+    SZtaWaveFormatInfo out = Pcm16(2, 48000);
+    SZtaWaveFormatInfo suggestedIn = {};
+    SZtaWaveFormatInfo suggestedOut = {};
+    EXPECT_EQ(kernel_.SuggestFormat(&in, &out, &suggestedIn, &suggestedOut), 0);
+    EXPECT_EQ(std::memcmp(&suggestedIn, &low, sizeof(low)), 0) << "stereo at 44100 Hz leads to the first table entry";
+    EXPECT_EQ(std::memcmp(&suggestedOut, &high, sizeof(high)), 0);
+    EXPECT_EQ(kernel_.SuggestFormat(&out, &in, &suggestedIn, &suggestedOut), 0);
+    EXPECT_EQ(std::memcmp(&suggestedIn, &high, sizeof(high)), 0) << "and anything else to the last";
+
+    SZtaWaveFormatInfo wide = Pcm24In32(1);
+    IUnknown* stream = nullptr;
+    EXPECT_EQ(kernel_.CreateAudioResampler(&wide, &high, &stream), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(kernel_.CreateAudioResampler(&high, &wide, &stream), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(stream, nullptr);
+}
+
+TEST_F(ResamplerKernel, KeepsOneStatePerChannel)
+{
+    const auto stream = Make(kUp, 2);
+    const Samples16 in = Noise(1000, 11);
+    Run(stream, in, kRestart, 0);
+    Run(stream, in, kRestart, 1);
+    const CPolyphaseResampler& state = State(stream);
+    const Samples16 right(state.m_psHistory + 48, state.m_psHistory + 48 + 34);
+    const double time = state.m_adTime[1];
+    Run(stream, Piece(in, 0, 300));
+    EXPECT_EQ(Samples16(state.m_psHistory + 48, state.m_psHistory + 48 + 34), right);
+    EXPECT_EQ(state.m_adTime[1], time);
+    Samples16 out(2000);
+    unsigned long written = out.size();
+    EXPECT_EQ(Call(stream.Get(), in.data(), 1, out.data(), written, kRestart, 2), ZT_E_INVALID_PARAMETER);
+}
+
+TEST_F(ResamplerKernel, ChecksTheStreamThenTheCapacityThenTheChannel)
+{
+    const auto stream = Make(kUp, 2);
+    const Samples16 in = Noise(1000, 13);
+    Samples16 out(2000);
+    const auto run = [&](unsigned long capacity, unsigned long channel, IUnknown* to) {
+        const unsigned long offered = capacity;
+        const int status = Call(to, in.data(), in.size(), out.data(), capacity, kRestart, channel);
+        EXPECT_TRUE(status == 0 || capacity == offered);
+        return status;
+    };
+    CPolyphaseResampler bare; // not initialized by a kernel
+    for (const unsigned long channel : {1UL, 2UL, 15UL, 16UL, ~0UL}) {
+        EXPECT_EQ(run(1000, channel, nullptr), ZT_E_INVALID_POINTER);
+        EXPECT_EQ(run(1000, channel, &bare), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ(run(1088, channel, stream.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL) << channel;
+        EXPECT_EQ(run(1089, channel, stream.Get()), channel < 2 ? 0 : ZT_E_INVALID_PARAMETER) << channel;
+    }
+}
+
+TEST_F(ResamplerKernel, AcceptsAnyMemoryOfTheSizeOfTheWorkBuffer)
 {
     constexpr std::size_t kBytes = 8192 * 2;
     const Samples16 in = Noise(30000, 14);
-    for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
-        const auto expected = Make(from, to);
-        const auto stream = Make(from, to);
+    for (const Rates& rates : kRates) {
+        const auto expected = Make(rates);
+        const auto stream = Make(rates);
         std::int16_t* const own = State(stream).m_psWorkBuffer;
         // An access behind the buffer ends the program, and in another call it is another one.
         const GuardedBuffer first(kBytes);
@@ -702,8 +646,7 @@ TEST_F(StreamState, WorksInAnySamplesOfTheSizeOfTheWorkBuffer)
             const GuardedBuffer& memory = at % 2 == 0 ? first : second;
             std::memset(memory.Begin(), 0x77, memory.Size());
             State(stream).m_psWorkBuffer = reinterpret_cast<std::int16_t*>(memory.End() - kBytes);
-            const Samples16 piece(in.begin() + static_cast<std::ptrdiff_t>(at),
-                                  in.begin() + static_cast<std::ptrdiff_t>(at + frames));
+            const Samples16 piece = Piece(in, at, frames);
             EXPECT_EQ(Run(stream, piece, mode), Run(expected, piece, mode)) << frames;
             at += frames;
             mode = kContinue;
@@ -712,11 +655,11 @@ TEST_F(StreamState, WorksInAnySamplesOfTheSizeOfTheWorkBuffer)
     }
 }
 
-TEST_F(StreamState, TouchesNothingBehindTheValidHistory)
+TEST_F(ResamplerKernel, TouchesNothingBehindTheValidHistory)
 {
     static constexpr std::int16_t kPaint = 0x5B5B;
-    for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
-        const auto stream = Make(from, to, 2);
+    for (const Rates& rates : kRates) {
+        const auto stream = Make(rates, 2);
         CPolyphaseResampler& state = State(stream);
         const auto paint = [&state](unsigned long channel) {
             std::fill_n(state.m_psWorkBuffer, 8192, kPaint);
@@ -748,25 +691,25 @@ TEST_F(StreamState, TouchesNothingBehindTheValidHistory)
     }
 }
 
-TEST_F(StreamState, HasItsRowsPreparedForItsOwnFilterAlone)
+TEST_F(ResamplerKernel, PacksTheBankOfItsOwnFilterOnly)
 {
     const Samples16 in = Noise(3000, 16);
-    const auto usual = Make(44100, 48000);
+    const auto usual = Make();
     const Samples16 full = Run(usual, in, kRestart);
     // With a filter of the caller's own, in other memory.
-    const auto other = Make(44100, 48000);
+    const auto other = Make();
     Filter* const own = State(other).m_pSpec;
     const OwnFilter half = MakeFilter(0.5F);
     State(other).m_pSpec = half.get();
     const Samples16 halved = Run(other, in, kRestart);
     EXPECT_NE(halved, full);
-    // That is what the public function makes of it.
-    Samples16 stretch(17, in[0]);
-    stretch.insert(stretch.end(), in.begin(), in.end());
+    // The public function returns the same samples.
+    Samples16 primed(17, in[0]);
+    primed.insert(primed.end(), in.begin(), in.end());
     Samples16 expected(4000);
     double time = 17.0;
     int count = 0;
-    ASSERT_EQ(ippsResamplePolyphaseFixed_16s(stretch.data(), static_cast<int>(in.size()) - 17, expected.data(), 1.0F,
+    ASSERT_EQ(ippsResamplePolyphaseFixed_16s(primed.data(), static_cast<int>(in.size()) - 17, expected.data(), 1.0F,
                                              &time, &count, half.get()),
               ippStsNoErr);
     expected.resize(static_cast<std::size_t>(count));
@@ -779,12 +722,12 @@ TEST_F(StreamState, HasItsRowsPreparedForItsOwnFilterAlone)
     EXPECT_EQ(Run(other, in, kRestart), halved);
 }
 
-TEST_F(StreamState, SharesNoRowsWithACopyOfItsFilter)
+TEST_F(ResamplerKernel, SharesNoBankWithACopyOfItsFilter)
 {
     const Samples16 in = Noise(3000, 17);
-    auto stream = Make(44100, 48000);
+    auto stream = Make();
     const Samples16 expected = Run(stream, in, kRestart);
-    const auto other = Make(44100, 48000);
+    const auto other = Make();
     // A copy that is complete: no pointer of it leads to the original.
     constexpr int kBytes = 40100;
     auto* const copy = reinterpret_cast<Filter*>(ippsMalloc_8u(kBytes));
@@ -801,40 +744,39 @@ TEST_F(StreamState, SharesNoRowsWithACopyOfItsFilter)
     }
     Filter* const own = State(other).m_pSpec;
     State(other).m_pSpec = copy;
-    stream = host::Ref<IUnknown>(); // and its rows are gone
+    stream = host::Ref<IUnknown>(); // deletes its filter bank
     EXPECT_EQ(Run(other, in, kRestart), expected);
     State(other).m_pSpec = own;
     ippsFree(copy);
 }
 
-/// The rows lie in memory of their own, for the builds that have a use for them.
-TEST_F(StreamState, HasItsRowsInABlockThatTheFilterNames)
+TEST_F(ResamplerKernel, HasThePackedBankBehindItsFilterInTheSameAllocation)
 {
-    for (const SignalVariant& build : SupportedSignalVariants()) {
-        ippSetCpuFeatures(build.features);
-        const auto stream = Make(44100, 48000);
+    for (const SignalVariant& variant : SupportedSignalVariants()) {
+        ippSetCpuFeatures(variant.features);
+        const auto stream = Make();
         const Filter* const filter = State(stream).m_pSpec;
-        const bool prepares = (build.features & keZtaFeatureAvx2) != 0;
+        const bool packs = (variant.features & keZtaFeatureAvx2) != 0;
         EXPECT_EQ(filter->reserved, 0U);
         const SZtaPackedFilterBank* const bank = GetPackedFilterBank(*filter);
         ASSERT_NE(bank, nullptr);
-        EXPECT_EQ(bank->lGroups, prepares ? 10 : 0) << build.prefix;
+        EXPECT_EQ(bank->lGroups, packs ? 10 : 0) << variant.prefix;
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bank) % 64, 0U);
-        // Behind the filter's 40100 bytes, in the same block.
+        // The filter has 40100 bytes.
         EXPECT_GE(reinterpret_cast<const char*>(bank), reinterpret_cast<const char*>(filter) + 40100);
         EXPECT_LT(reinterpret_cast<const char*>(bank), reinterpret_cast<const char*>(filter) + 40100 + 64);
     }
     ippInit();
 }
 
-TEST_F(StreamState, GivesTheSameSamplesWithoutAPackedBank)
+TEST_F(ResamplerKernel, GivesTheSameSamplesWithoutAPackedBank)
 {
-    for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
-        const auto packed = Make(from, to);
-        const auto plain = Make(from, to);
+    for (const Rates& rates : kRates) {
+        const auto packed = Make(rates);
+        const auto plain = Make(rates);
         SZtaPackedFilterBank empty{};
         SetPackedFilterBank(*State(plain).m_pSpec, &empty);
-        const auto missing = Make(from, to);
+        const auto missing = Make(rates);
         State(missing).m_pSpec->ulPackedBankKey = 0;
         EZtAudioResamplerMode mode = kRestart;
         for (const std::size_t frames : {480U, 9U, 20000U, 441U}) {
@@ -847,30 +789,29 @@ TEST_F(StreamState, GivesTheSameSamplesWithoutAPackedBank)
     }
 }
 
-TEST_F(StreamState, FreesThePackedBankWithAFilterThatWasReplaced)
+TEST_F(ResamplerKernel, FreesThePackedBankWithAFilterThatWasReplaced)
 {
     // A program may free the filter of a stream and set one of its own: a leak checker reports any remainder.
-    const auto stream = Make(44100, 48000);
+    const auto stream = Make();
     ippsFree(State(stream).m_pSpec);
     State(stream).m_pSpec = MakeFilter(1.0F).release();
     const Samples16 in = Noise(3000, 19);
-    EXPECT_EQ(Run(stream, in, kRestart), Run(Make(44100, 48000), in, kRestart));
+    EXPECT_EQ(Run(stream, in, kRestart), Run(Make(), in, kRestart));
 }
 
 /// Buffers whose host reports success but no address.
-TEST_F(StreamState, RejectsSamplesWithoutAnAddressAndKeepsTheChannel)
+TEST_F(ResamplerKernel, RejectsSamplesWithoutAnAddressAndKeepsTheChannel)
 {
     for (const bool isInput : {true, false}) {
         for (const std::size_t frames : {1000U, 9000U}) {
             for (const EZtAudioResamplerMode mode : {kRestart, kContinue}) {
-                const auto stream = Make(44100, 48000);
-                const auto expected = Make(44100, 48000);
+                const auto stream = Make();
+                const auto expected = Make();
                 const Samples16 in = Noise(frames, 20);
                 Samples16 out(2 * frames);
                 unsigned long written = out.size();
-                EXPECT_EQ(kernel_.Resample16BitMonoTo16BitMono(
-                              frames, isInput ? nullptr : const_cast<std::int16_t*>(in.data()), written,
-                              isInput ? out.data() : nullptr, mode, 0, stream.Get()),
+                EXPECT_EQ(Call(stream.Get(), isInput ? nullptr : in.data(), frames, isInput ? out.data() : nullptr,
+                               written, mode),
                           ZT_E_INVALID_POINTER);
                 EXPECT_EQ(written, out.size());
                 EXPECT_EQ(State(stream).m_aulHistoryCount[0], 17U);
@@ -881,34 +822,9 @@ TEST_F(StreamState, RejectsSamplesWithoutAnAddressAndKeepsTheChannel)
     }
 }
 
-TEST_F(Resampling, RejectsBuffersWithoutAnAddressAndContinuesTheStream)
+TEST_F(ResamplerKernel, RestartsWithoutSamples)
 {
-    for (const bool isInput : {true, false}) {
-        for (const std::size_t frames : {1000U, 9000U}) {
-            const auto stream = Stream(1, 44100, 48000);
-            const auto expected = Stream(1, 44100, 48000);
-            const Samples16 first = Noise(500, 21);
-            const Samples16 second = Noise(1000, 22);
-            EXPECT_EQ(Resample(first, 1, 44100, 48000, kRestart, stream),
-                      Resample(first, 1, 44100, 48000, kRestart, expected));
-
-            const auto input = MisbehavingBuffer::Create(callLog_, "input", Pcm16(1, 44100), frames * 2);
-            const auto output = MisbehavingBuffer::Create(callLog_, "output", Pcm16(1, 48000), frames * 3);
-            input->SetValidLength(frames * 2);
-            (isInput ? input : output)->hasNoAddress = true;
-            EXPECT_EQ(Run(input.Get(), output.Get(), kContinue, stream.Get()), ZT_E_INVALID_POINTER);
-            EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 0U);
-            EXPECT_EQ(callLog_.Count("input.SignalReadCompletion"), 1);
-            EXPECT_EQ(callLog_.Count("output.SignalWriteCompletion"), 1);
-            EXPECT_EQ(Resample(second, 1, 44100, 48000, kContinue, stream),
-                      Resample(second, 1, 44100, 48000, kContinue, expected));
-        }
-    }
-}
-
-TEST_F(StreamState, RestartsWithoutSamples)
-{
-    const auto stream = Make(44100, 48000);
+    const auto stream = Make();
     CPolyphaseResampler& state = State(stream);
     Samples16 in = Noise(1000, 23);
     Samples16 out(2);
@@ -916,9 +832,7 @@ TEST_F(StreamState, RestartsWithoutSamples)
         Run(stream, in, kRestart);
         ASSERT_NE(state.m_aulHistoryCount[0], 17U);
         unsigned long written = out.size();
-        EXPECT_EQ(kernel_.Resample16BitMonoTo16BitMono(0, hasInput ? in.data() : nullptr, written, out.data(), kRestart,
-                                                       0, stream.Get()),
-                  0);
+        EXPECT_EQ(Call(stream.Get(), hasInput ? in.data() : nullptr, 0, out.data(), written), 0);
         EXPECT_EQ(written, 0U);
         EXPECT_EQ(state.m_aulHistoryCount[0], 17U);
         EXPECT_EQ(state.m_adTime[0], 17.0);
@@ -926,58 +840,52 @@ TEST_F(StreamState, RestartsWithoutSamples)
     }
 }
 
-TEST_F(StreamState, PrimesByTheFilterLength)
+TEST_F(ResamplerKernel, PrimesByTheFilterLength)
 {
-    const auto stream = Make(44100, 48000);
+    const auto stream = Make();
     State(stream).m_ulFilterLength = 40;
     unsigned long written = 2;
     Samples16 samples(2);
-    EXPECT_EQ(
-        kernel_.Resample16BitMonoTo16BitMono(0, samples.data(), written, samples.data(), kRestart, 0, stream.Get()), 0);
+    EXPECT_EQ(Call(stream.Get(), samples.data(), 0, samples.data(), written), 0);
     EXPECT_EQ(State(stream).m_aulHistoryCount[0], 21U);
     EXPECT_EQ(State(stream).m_adTime[0], 21.0);
 }
 
-TEST_F(StreamState, CreationRejectsChannelCountsWithoutMemory)
+TEST_F(ResamplerKernel, CreationRejectsChannelCountsWithoutMemory)
 {
     for (const unsigned long channels : {1UL << 60, 1UL << 59, ~0UL / 96 + 1, ~0UL, 0xFFFFFFFFUL, 1UL << 27}) {
         IUnknown* const unchanged = reinterpret_cast<IUnknown*>(0x40);
         IUnknown* stream = unchanged;
-        EXPECT_EQ(kernel_.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, channels, &stream),
-                  ZT_E_INCONSISTENCY_DETECTED)
-            << channels;
+        EXPECT_EQ(Create(44100, 48000, channels, &stream), ZT_E_INCONSISTENCY_DETECTED) << channels;
         EXPECT_EQ(stream, unchanged);
     }
 }
 
-TEST_F(StreamState, CreationFailsForRatesWithoutAFilter)
+TEST_F(ResamplerKernel, CreationFailsForRatesWithoutAFilter)
 {
-    struct Rates {
-        unsigned long in;
-        unsigned long out;
-    };
-    for (const Rates rates : {Rates{0, 48000}, {44100, 0}, {0x80000000UL, 48000}, {44100, 0xFFFFFFFFUL}}) {
+    for (const Rates& rates : {Rates{0, 48000}, {44100, 0}, {0x80000000U, 48000}, {44100, 0xFFFFFFFFU}}) {
         const int objects = g_i32Objects;
         IUnknown* const unchanged = reinterpret_cast<IUnknown*>(0x40);
         IUnknown* stream = unchanged;
-        EXPECT_EQ(kernel_.CreateAudioResamplerMono16BitsToMono16Bits(rates.in, rates.out, 1, &stream),
-                  ZT_E_INCONSISTENCY_DETECTED);
+        EXPECT_EQ(Create(rates.from, rates.to, 1, &stream), ZT_E_INCONSISTENCY_DETECTED);
         EXPECT_EQ(stream, unchanged);
         EXPECT_EQ(g_i32Objects, objects + 1) << "the object stays counted";
     }
 }
 
-TEST_F(StreamState, CreationUsesTheLower32BitsOfRatesForTheFilter)
+TEST_F(ResamplerKernel, CreationUsesTheLower32BitsOfRatesForTheFilter)
 {
     constexpr unsigned long kHighBit = 1UL << 32;
-    const auto stream = Make(kHighBit + 44100, kHighBit + 48000);
+    IUnknown* made = nullptr;
+    ASSERT_EQ(Create(kHighBit + 44100, kHighBit + 48000, 1, &made), 0);
+    const auto stream = host::Ref<IUnknown>::Adopt(made);
     EXPECT_EQ(State(stream).m_ulInputRate, kHighBit + 44100);
     EXPECT_EQ(State(stream).m_ulOutputRate, kHighBit + 48000);
     EXPECT_EQ(State(stream).m_pSpec->inRate, 147);
     EXPECT_EQ(State(stream).m_pSpec->outRate, 160);
 }
 
-TEST_F(StreamState, CreationUsesTheChannelsOfTheOutput)
+TEST_F(ResamplerKernel, CreationUsesTheChannelsOfTheOutput)
 {
     SZtaWaveFormatInfo in = Pcm16(2, 44100);
     for (const std::uint32_t channels : {0U, 1U, 16U, 17U, 1000U}) {
@@ -995,11 +903,11 @@ TEST_F(StreamState, CreationUsesTheChannelsOfTheOutput)
     EXPECT_EQ(kernel_.CreateAudioResampler(&in, &out, &made), ZT_E_INCONSISTENCY_DETECTED);
 }
 
-TEST_F(StreamState, ReleaseCountsDownAndDeletesAtZero)
+TEST_F(ResamplerKernel, ReleaseCountsDownAndDeletesAtZero)
 {
     const int objects = g_i32Objects;
     IUnknown* made = nullptr;
-    ASSERT_EQ(kernel_.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 1, &made), 0);
+    ASSERT_EQ(Create(44100, 48000, 1, &made), 0);
     EXPECT_EQ(made->AddRef(), 2U);
     EXPECT_EQ(made->Release(), 1U);
     EXPECT_EQ(g_i32Objects, objects + 1);
@@ -1009,15 +917,12 @@ TEST_F(StreamState, ReleaseCountsDownAndDeletesAtZero)
     EXPECT_EQ(bare.Release(), ~0UL) << "sign-extended from 32 bits";
 }
 
-TEST(ResamplerKernel, ReturnsTheStatusOfItsBuffers)
+TEST_F(ResamplerKernel, ReturnsTheStatusOfItsBuffers)
 {
     constexpr int kFailure = static_cast<int>(0x80001234);
-    CZtaResampleAudio kernel;
-    IUnknown* made = nullptr;
-    ASSERT_EQ(kernel.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 1, &made), 0);
-    const auto stream = host::Ref<IUnknown>::Adopt(made);
+    const auto stream = Make();
     const auto resample = [&](FakeAudioSamples& in, FakeAudioSamples& out) {
-        return kernel.ResampleAudio(&in, &out, kRestart, 0, stream.Get());
+        return kernel_.ResampleAudio(&in, &out, kRestart, 0, stream.Get());
     };
     const auto input = [] { return FakeAudioSamples(Pcm16(1, 44100), 1000, 1000); };
     const auto output = [] { return FakeAudioSamples(Pcm16(1, 48000), 0, 1200); };
@@ -1040,76 +945,55 @@ TEST(ResamplerKernel, ReturnsTheStatusOfItsBuffers)
     }
 }
 
-/// The host's samples, the work buffer and the history alike, with each build.
-TEST_F(StreamState, TakesSamplesAtOddAddresses)
+/// The host's samples, and also the work buffer and the history; with each variant.
+TEST_F(ResamplerKernel, AcceptsSamplesAtOddAddresses)
 {
-    for (const SignalVariant& build : SupportedSignalVariants()) {
-        ippSetCpuFeatures(build.features);
-        for (const auto& [from, to] : {std::pair{44100UL, 48000UL}, std::pair{48000UL, 44100UL}}) {
-            for (const bool hasRows : {true, false}) {
-                const auto even = Make(from, to);
-                const auto odd = Make(from, to);
-                CPolyphaseResampler& state = State(odd);
-                if (!hasRows) {
-                    state.m_pSpec->ulPackedBankKey = 0;
-                }
-                std::int16_t* const work = state.m_psWorkBuffer;
-                std::int16_t* const history = state.m_psHistory;
-                std::vector<std::uint8_t> oddWork(8192 * 2 + 1);
-                std::vector<std::uint8_t> oddHistory(48 * 2 + 1);
-                state.m_psWorkBuffer = reinterpret_cast<std::int16_t*>(oddWork.data() + 1);
-                state.m_psHistory = reinterpret_cast<std::int16_t*>(oddHistory.data() + 1);
-                EZtAudioResamplerMode mode = kContinue;
-                for (const std::size_t frames : {1000U, 1U, 17U, 33U, 9000U, 480U}) {
-                    const Samples16 in = Noise(frames, 12);
-                    const Samples16 expected = Run(even, in, mode);
-                    std::vector<std::uint8_t> source(in.size() * 2 + 1);
-                    std::memcpy(source.data() + 1, in.data(), in.size() * 2);
-                    std::vector<std::uint8_t> destination(in.size() * 4 + 5);
-                    unsigned long written = in.size() * 2 + 2;
-                    EXPECT_EQ(kernel_.Resample16BitMonoTo16BitMono(in.size(), source.data() + 1, written,
-                                                                   destination.data() + 1, mode, 0, odd.Get()),
-                              0);
-                    ASSERT_EQ(written, expected.size()) << build.prefix;
-                    EXPECT_EQ(std::memcmp(destination.data() + 1, expected.data(), written * 2), 0) << build.prefix;
-                    mode = frames == 1000 ? kRestart : kContinue;
-                }
-                state.m_psWorkBuffer = work;
-                state.m_psHistory = history;
+    const auto expectEqual = [this](const Rates& rates, bool hasOddState, bool hasBank,
+                                    const std::vector<std::size_t>& lengths) {
+        const auto even = Make(rates);
+        const auto odd = Make(rates);
+        CPolyphaseResampler& state = State(odd);
+        if (!hasBank) {
+            state.m_pSpec->ulPackedBankKey = 0;
+        }
+        std::int16_t* const work = state.m_psWorkBuffer;
+        std::int16_t* const history = state.m_psHistory;
+        std::vector<std::uint8_t> oddWork(8192 * 2 + 1);
+        std::vector<std::uint8_t> oddHistory(48 * 2 + 1);
+        if (hasOddState) {
+            state.m_psWorkBuffer = reinterpret_cast<std::int16_t*>(oddWork.data() + 1);
+            state.m_psHistory = reinterpret_cast<std::int16_t*>(oddHistory.data() + 1);
+        }
+        EZtAudioResamplerMode mode = hasOddState ? kContinue : kRestart;
+        for (const std::size_t frames : lengths) {
+            const Samples16 in = Noise(frames, 12);
+            const Samples16 expected = Run(even, in, mode);
+            std::vector<std::uint8_t> source(in.size() * 2 + 1);
+            std::memcpy(source.data() + 1, in.data(), in.size() * 2);
+            std::vector<std::uint8_t> destination(in.size() * 4 + 5);
+            unsigned long written = in.size() * 2 + 2;
+            EXPECT_EQ(Call(odd.Get(), source.data() + 1, in.size(), destination.data() + 1, written, mode), 0);
+            ASSERT_EQ(written, expected.size());
+            EXPECT_EQ(std::memcmp(destination.data() + 1, expected.data(), written * 2), 0);
+            EXPECT_TRUE(std::all_of(destination.begin() + static_cast<std::ptrdiff_t>(1 + written * 2),
+                                    destination.end(), [](std::uint8_t byte) { return byte == 0; }));
+            mode = frames == 1000 ? kRestart : kContinue;
+        }
+        state.m_psWorkBuffer = work;
+        state.m_psHistory = history;
+    };
+    for (const SignalVariant& variant : SupportedSignalVariants()) {
+        SCOPED_TRACE(variant.prefix);
+        ippSetCpuFeatures(variant.features);
+        for (const Rates& rates : kRates) {
+            for (const bool hasBank : {true, false}) {
+                expectEqual(rates, true, hasBank, {1000, 1, 17, 33, 9000, 480});
             }
         }
     }
     ippInit();
-}
-
-TEST(ResamplerKernel, TakesSamplesAtOddAddresses)
-{
-    const Samples16 in = Noise(1000, 12);
-    struct Result {
-        unsigned long written = 0;
-        std::vector<std::byte> bytes;
-    };
-    const auto resample = [&in](std::size_t offset) {
-        CZtaResampleAudio kernel;
-        IUnknown* made = nullptr;
-        EXPECT_EQ(kernel.CreateAudioResamplerMono16BitsToMono16Bits(44100, 48000, 1, &made), 0);
-        const auto stream = host::Ref<IUnknown>::Adopt(made);
-        std::vector<std::byte> source(in.size() * 2 + offset);
-        std::memcpy(source.data() + offset, in.data(), in.size() * 2);
-        std::vector<std::byte> destination(4000 + offset);
-        Result result;
-        result.written = 2000;
-        EXPECT_EQ(kernel.Resample16BitMonoTo16BitMono(in.size(), source.data() + offset, result.written,
-                                                      destination.data() + offset, kRestart, 0, stream.Get()),
-                  0);
-        result.bytes.assign(destination.begin() + static_cast<std::ptrdiff_t>(offset), destination.end());
-        return result;
-    };
-    const Result even = resample(0);
-    const Result odd = resample(1);
-    EXPECT_GT(even.written, 1000u);
-    EXPECT_EQ(odd.written, even.written);
-    EXPECT_EQ(odd.bytes, even.bytes);
+    expectEqual(kUp, false, true, {1000});
+    EXPECT_GT(Run(Make(), Noise(1000, 12)).size(), 1000U);
 }
 
 } // namespace

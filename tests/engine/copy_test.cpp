@@ -24,7 +24,7 @@ TEST_F(Copy, OfEqualFormatsCopiesTheBytesAndKeepsTheDestinationsLength)
 
     EXPECT_EQ(Run(), 0);
 
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + ByteCopy("input", "output") + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(ByteCopy("input", "output")));
     EXPECT_EQ(Samples<std::int16_t>(*output_, 8), (std::vector<std::int16_t>{1, -2, 3, -4, 5, -6, 0, 0}));
     EXPECT_EQ(output_->Length(), 4U);
     ExpectSignaledOnce();
@@ -50,7 +50,7 @@ TEST_F(Copy, ConvertsTheBitDepthAndSetsTheLength)
 
     EXPECT_EQ(Run(), 0);
 
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Convert("input", "output", 12) + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Convert("input", "output", 12)));
     EXPECT_EQ(Samples<std::uint32_t>(*output_, 3), (std::vector<std::uint32_t>{0x00010000, 0xFFFF0000, 0x7FFF0000}));
     EXPECT_EQ(output_->Length(), 12U);
     ExpectBothAtRest();
@@ -64,7 +64,7 @@ TEST_F(Copy, OfMultiFormatWordsOfEqualSizeUsesTheDataTypeKernelAndKeepsTheLength
 
     EXPECT_EQ(Run(), 0);
 
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Digest("input") + Digest("output") + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Digest("input") + Digest("output")));
     EXPECT_EQ(Samples<std::uint32_t>(*output_, 2), (std::vector<std::uint32_t>{0x12345600, 0x80000000}));
     EXPECT_EQ(output_->Length(), 0U);
 }
@@ -76,10 +76,8 @@ TEST_F(Copy, OfSixteenBitMultiFormatIntoSixteenBitPcmHalvesTheContainers)
 
     EXPECT_EQ(Run(), 0);
 
-    EXPECT_EQ(callLog_.Calls(), UntilWork() +
-                                    (Calls{"input.GetBufferAndLength", "output.GetBufferAndLength",
-                                           "input.GetLengthInSampleFrames", "output.GetLengthInSampleFrames"}) +
-                                    End());
+    EXPECT_EQ(callLog_.Calls(), Processed((Calls{"input.GetBufferAndLength", "output.GetBufferAndLength",
+                                                 "input.GetLengthInSampleFrames", "output.GetLengthInSampleFrames"})));
     EXPECT_EQ(Samples<std::uint16_t>(*output_, 2), (std::vector<std::uint16_t>{0x1234, 0x8000}));
 }
 
@@ -91,8 +89,8 @@ TEST_F(Copy, FadesOnTheDestinationWhereItsFormatAllows)
 
     EXPECT_EQ(Run(), 0);
 
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Convert("input", "output", 1200) + Flags("output", 1, 0) +
-                                    Digest("output") + Flags("output", 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Convert("input", "output", 1200) + Flags("output", 1, 0) + Digest("output") +
+                                          Flags("output", 0, 0)));
     EXPECT_FALSE(output_->Description().bFadeIn);
     EXPECT_TRUE(input_->Description().bFadeIn) << "the source's own flag stays";
     const auto samples = Samples<std::int32_t>(*output_, 300);
@@ -109,9 +107,9 @@ TEST_F(Copy, FadesInAScratchBufferIfTheDestinationFormatHasNoFade)
 
     EXPECT_EQ(Run(), 0);
 
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Calls{"scratch0.SetWaveFormat"} + Convert("input", "scratch0", 1200) +
-                                    Flags("scratch0", 0, 1) + Digest("scratch0") + Convert("scratch0", "output", 1200) +
-                                    Flags("output", 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(),
+              Processed(Calls{"scratch0.SetWaveFormat"} + Convert("input", "scratch0", 1200) + Flags("scratch0", 0, 1) +
+                        Digest("scratch0") + Convert("scratch0", "output", 1200) + Flags("output", 0, 0)));
     const auto samples = Samples<float>(*output_, 300);
     EXPECT_EQ(samples[0], static_cast<float>(0x40000000) / 2147483392.0F);
     EXPECT_EQ(samples[299], static_cast<float>((std::int64_t{0x40000000} * 21421149 >> 32) * 2) / 2147483392.0F);
@@ -136,9 +134,9 @@ TEST_F(Copy, ThroughTheScratchBufferWithoutAConversionUsesItsLastLength)
     input_->SetFades(true, false);
     EXPECT_EQ(Run(), 0);
 
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Calls{"scratch0.SetWaveFormat"} + ByteCopy("input", "scratch0") +
-                                    Flags("scratch0", 1, 0) + Digest("scratch0") + Convert("scratch0", "output", 400) +
-                                    Flags("output", 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(),
+              Processed(Calls{"scratch0.SetWaveFormat"} + ByteCopy("input", "scratch0") + Flags("scratch0", 1, 0) +
+                        Digest("scratch0") + Convert("scratch0", "output", 400) + Flags("output", 0, 0)));
     EXPECT_EQ(output_->Length(), 400U);
 }
 
@@ -184,7 +182,7 @@ TEST_F(Copy, OfOpaqueDataIgnoresTheValidBits)
     Build(Opaque(3, 32, 24), Opaque(3, 32, 32), 1);
     Fill<std::uint32_t>(*input_, {1, 2, 3});
     EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + ByteCopy("input", "output") + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(ByteCopy("input", "output")));
     EXPECT_EQ(Samples<std::uint32_t>(*output_, 3), (std::vector<std::uint32_t>{1, 2, 3}));
 }
 
@@ -192,7 +190,7 @@ TEST_F(Copy, OfPcmWithOtherValidBitsIsNoByteCopy)
 {
     Build(host::MakeFormat(1, keZtAudioDataTypePcm, 48000, 32, 16), Pcm24In32(1), 1);
     EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Convert("input", "output", 4) + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Convert("input", "output", 4)));
 }
 
 TEST_F(Copy, OfTwentyValidBitsIntoTwentyFourRelabelsTheSourceAndCopiesTheBytes)
@@ -222,8 +220,7 @@ TEST_F(Copy, BetweenRatesIsLeftToTheBitDepthKernelWhichRejectsIt)
 {
     Build(Pcm16(1, 44100), Pcm16(1, 48000), 1);
     EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(callLog_.Calls(),
-              UntilWork() + Digest("input") + Digest("output") + End(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
+    EXPECT_EQ(callLog_.Calls(), Processed(Digest("input") + Digest("output"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
     ExpectBothAtRest();
 }
 
@@ -286,10 +283,9 @@ TEST_F(Copy, ThatDoesNotFitTouchesNothingAndLeavesOneMoreReference)
     EXPECT_EQ(Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
 
     EXPECT_EQ(callLog_.Calls(),
-              UntilWork() + ByteCopy("input", "output") +
-                  (Calls{"output.QueryInterface", ErrorCall("output", ZT_E_DESTINATION_BUFFER_TOO_SMALL),
-                         ErrorCall("output", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
-                  End());
+              Processed(ByteCopy("input", "output") +
+                        (Calls{"output.QueryInterface", ErrorCall("output", ZT_E_DESTINATION_BUFFER_TOO_SMALL),
+                               ErrorCall("output", ZT_E_DESTINATION_BUFFER_TOO_SMALL)})));
     EXPECT_EQ(Samples<std::int16_t>(*output_, 2), (std::vector<std::int16_t>{0, 0}));
     EXPECT_EQ(output_->References(), 2) << "the byte copy does not release the reference of its query";
     output_->Release();
@@ -310,10 +306,11 @@ TEST_F(Copy, ThatDoesNotFitTheScratchBufferLeavesTheDestinationUntouched)
     Build(Pcm24In32(1), Float32(1), 48001);
     input_->SetFades(true, false);
     EXPECT_EQ(Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(callLog_.Calls(),
-              UntilWork() + Calls{"scratch0.SetWaveFormat"} + ByteCopy("input", "scratch0") +
-                  (Calls{"scratch0.QueryInterface", ErrorCall("scratch0", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
-                  Flags("scratch0", 1, 0) + End(ZT_E_DESTINATION_BUFFER_TOO_SMALL));
+    EXPECT_EQ(callLog_.Calls(), Processed(Calls{"scratch0.SetWaveFormat"} + ByteCopy("input", "scratch0") +
+                                              (Calls{"scratch0.QueryInterface",
+                                                     ErrorCall("scratch0", ZT_E_DESTINATION_BUFFER_TOO_SMALL)}) +
+                                              Flags("scratch0", 1, 0),
+                                          ZT_E_DESTINATION_BUFFER_TOO_SMALL));
     EXPECT_EQ(host_.Buffer("scratch0").References(), 2);
     host_.Buffer("scratch0").Release();
 
@@ -331,7 +328,7 @@ TEST_F(Copy, WithoutAFormatForItsFadeUsesNoScratchBuffer)
     Build(Pcm16(16), Float32(16), 300);
     input_->SetFades(true, true);
     EXPECT_EQ(Run(), ZT_E_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + End(ZT_E_FORMAT_NOT_SUPPORTED));
+    EXPECT_EQ(callLog_.Calls(), Processed({}, ZT_E_FORMAT_NOT_SUPPORTED));
 }
 
 TEST_F(Copy, IntoAMuxTooShortForAFadeClearsTheFlagsNevertheless)
@@ -339,8 +336,9 @@ TEST_F(Copy, IntoAMuxTooShortForAFadeClearsTheFlagsNevertheless)
     Build(Pcm16(4), Pcm24In32(4), 199);
     input_->SetFades(true, false);
     EXPECT_EQ(Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Convert("input", "output", 199 * 16) + Flags("output", 1, 0) +
-                                    Digest("output") + Flags("output", 0, 0) + End(ZT_E_DESTINATION_BUFFER_TOO_SMALL));
+    EXPECT_EQ(callLog_.Calls(), Processed(Convert("input", "output", 199 * 16) + Flags("output", 1, 0) +
+                                              Digest("output") + Flags("output", 0, 0),
+                                          ZT_E_DESTINATION_BUFFER_TOO_SMALL));
 }
 
 TEST_F(Copy, WhoseConversionFailsBeforeAFadeInPlaceSetsNoFlags)
@@ -348,8 +346,7 @@ TEST_F(Copy, WhoseConversionFailsBeforeAFadeInPlaceSetsNoFlags)
     Build(Pcm24In24(1), Pcm16(1), 300);
     input_->SetFades(true, false);
     EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(callLog_.Calls(),
-              UntilWork() + Digest("input") + Digest("output") + End(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
+    EXPECT_EQ(callLog_.Calls(), Processed(Digest("input") + Digest("output"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
 }
 
 TEST_F(Copy, WhoseSourceFailsAfterTheEntryPointPropagatesTheCode)
@@ -357,7 +354,7 @@ TEST_F(Copy, WhoseSourceFailsAfterTheEntryPointPropagatesTheCode)
     Build(Pcm16(1), Pcm16(1), 1);
     OnCall("output.MarkWriteStartTime", [&] { input_->host::AudioBuffer::SetErrorCode(ZT_E_FAIL); });
     EXPECT_EQ(Run(), ZT_E_FAIL);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + End(ZT_E_FAIL));
+    EXPECT_EQ(callLog_.Calls(), Processed({}, ZT_E_FAIL));
 }
 
 TEST_F(Copy, WhoseDescriptionFailsInTheWorkerReturnsTheHostsCode)

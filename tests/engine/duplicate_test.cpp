@@ -36,7 +36,7 @@ protected:
         const auto before = Bytes(*output_);
         output_->ClearErrorCode();
         EXPECT_EQ(Run(inputOffset, outputOffset, length), 0) << "the caller receives the status of the signal";
-        EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagation(0, 0, 0) + End(status));
+        EXPECT_EQ(callLog_.Calls(), Processed(Propagation(0, 0, 0), status));
         EXPECT_EQ(output_->ErrorCode(), status);
         EXPECT_EQ(Bytes(*output_), before);
         ExpectBothAtRest();
@@ -55,7 +55,7 @@ TEST_F(Duplicate, CopiesARangeOfBytesAndKeepsTheOthersAndTheLength)
     Fill<std::int16_t>(*output_, {9, 9, 9, 9, 9, 9, 9, 9});
     output_->SetValidLength(4);
     EXPECT_EQ(Run(2, 6, 6), 0);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagation(0, 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Propagation(0, 0, 0)));
     EXPECT_EQ(Samples<std::int16_t>(*output_, 8), (std::vector<std::int16_t>{9, 9, 9, 2, 3, 4, 9, 9}));
     EXPECT_EQ(output_->Length(), 4U);
     ExpectSignaledOnce();
@@ -69,7 +69,7 @@ TEST_F(Duplicate, PropagatesPolarityAndFadeFlagsWithoutFading)
     input_->SetPolarity(3);
     input_->SetFades(true, true);
     EXPECT_EQ(Run(0, 0, 600), 0);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagation(3, 1, 1) + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Propagation(3, 1, 1)));
     EXPECT_EQ(output_->Polarity(), 3U);
     EXPECT_TRUE(output_->Description().bFadeIn && output_->Description().bFadeOut);
     EXPECT_EQ(Samples<std::int16_t>(*output_, 300), std::vector<std::int16_t>(300, 1000));
@@ -171,7 +171,7 @@ TEST_F(Duplicate, WhoseDescriptionOrSourceFailsInTheWorkerIsRecordedOnTheDestina
     OnCall("output.MarkWriteStartTime", [&] { input_->host::AudioBuffer::SetErrorCode(ZT_E_FAIL); });
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(output_->ErrorCode(), ZT_E_FAIL);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + End(ZT_E_FAIL));
+    EXPECT_EQ(callLog_.Calls(), Processed({}, ZT_E_FAIL));
 }
 
 TEST_F(Duplicate, ReturnsTheStatusOfTheWriteSignal)

@@ -90,7 +90,7 @@ protected:
         return {"input.GetAudioSamplesDescription", "output.GetAudioSamplesDescription", "input.GetErrorCode"};
     }
 
-    static Calls UntilWork() { return Entry() + WorkerStart(); }
+    static Calls Start() { return Entry() + WorkerStart(); }
 
     /// The ending of the worker of most operations.
     static Calls End(int status = 0)
@@ -98,6 +98,9 @@ protected:
         return (status < 0 ? Calls{ErrorCall("output", status)} : Calls{}) +
                Calls{"input.SignalReadCompletion", "output.MarkWriteStopTime", "output.SignalWriteCompletion"};
     }
+
+    /// All calls of an operation whose worker makes `calls` on samples.
+    static Calls Processed(const Calls& calls, int status = 0) { return Start() + calls + End(status); }
 
     /// The failure ending of the entry point, without and with a signal to the input.
     static Calls OutputEnding(int status) { return {ErrorCall("output", status), "output.SignalWriteCompletion"}; }

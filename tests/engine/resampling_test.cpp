@@ -206,7 +206,7 @@ TEST_F(Resampling, OfMonoWorksOnTheCallersBuffers)
     input_->SetPolarity(3);
     input_->SetFades(true, true);
     EXPECT_EQ(Run(stream), 0);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Convert("input", "output", 2194) + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Convert("input", "output", 2194)));
     EXPECT_EQ(output_->Polarity(), 0U);
     EXPECT_FALSE(output_->Description().bFadeIn);
     ExpectSignaledOnce();
@@ -221,11 +221,12 @@ TEST_F(Resampling, OfStereoGoesThroughTheThreeStages)
     EXPECT_EQ(Run(stream), 0);
     const std::size_t delivered = output_->Length() / 4;
     const Calls formats = {"scratch0.SetWaveFormat", "scratch1.SetWaveFormat", "scratch2.SetWaveFormat"};
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + formats + Digest("input") + Digest("scratch0") + Digest("scratch1") +
-                                    SetLength("scratch0", 2048) + SetLength("scratch1", 2048) +
-                                    Convert("scratch0", "scratch2", delivered * 2) + Calls{"scratch0.SetWaveFormat"} +
-                                    Convert("scratch1", "scratch0", delivered * 2) + Digest("scratch2") +
-                                    Digest("scratch0") + Digest("output") + SetLength("output", delivered * 4) + End());
+    EXPECT_EQ(callLog_.Calls(),
+              Processed(formats + Digest("input") + Digest("scratch0") + Digest("scratch1") +
+                        SetLength("scratch0", 2048) + SetLength("scratch1", 2048) +
+                        Convert("scratch0", "scratch2", delivered * 2) + Calls{"scratch0.SetWaveFormat"} +
+                        Convert("scratch1", "scratch0", delivered * 2) + Digest("scratch2") + Digest("scratch0") +
+                        Digest("output") + SetLength("output", delivered * 4)));
     ExpectBothAtRest();
 }
 
@@ -446,12 +447,12 @@ TEST_F(Resampling, OfStereoProcessesNothingIfAScratchBufferHasNoFormat)
     Build(2, kRates[1], 1024, 1024);
     const Calls formats = {"scratch0.SetWaveFormat", "scratch1.SetWaveFormat", "scratch2.SetWaveFormat",
                            "scratch0.SetWaveFormat"};
-    const int before = static_cast<int>(UntilWork().size());
+    const int before = static_cast<int>(Start().size());
     for (const int scratch : {1, 2, 3}) {
         callLog_.FailCall(before + scratch);
         EXPECT_EQ(Run(stream), kInjectedFailure);
         callLog_.ClearFaults();
-        EXPECT_EQ(callLog_.Calls(), UntilWork() + formats + End(kInjectedFailure)) << scratch;
+        EXPECT_EQ(callLog_.Calls(), Start() + formats + End(kInjectedFailure)) << scratch;
         ExpectBothAtRest();
     }
 }

@@ -16,18 +16,14 @@
 namespace zta::test {
 namespace {
 
-using host::Float32;
-using host::Pcm16;
-using host::Pcm24In32;
-
-/// What an unusual host raises.
+/// The exception of an unusual host.
 struct HostException {};
 
 constexpr auto kRestart = static_cast<EZtAudioResamplerMode>(2);
 
 constexpr const char* kEmptyPointerText = "TZtSmartPtr::operator-> -> Internal pointer is NULL!";
 
-/// The text of the smart pointer's exception that a call raises, or "none".
+/// Returns the text of the smart pointer's exception that a call throws, or "none".
 template <class Call>
 std::string ExceptionText(Call call)
 {
@@ -37,11 +33,6 @@ std::string ExceptionText(Call call)
         return error.GetMessage();
     }
     return "none";
-}
-
-RecordingBuffer& Recording(const host::Ref<host::AudioBuffer>& buffer)
-{
-    return static_cast<RecordingBuffer&>(*buffer);
 }
 
 class UnusualHost : public EngineTest {
@@ -62,11 +53,11 @@ protected:
         }
     }
 
-    /// Builds a scenario of buffers that `configure` has seen, by their names.
-    Scenario MakeScenario(const ScenarioCase& row,
+    /// Builds a scenario of buffers after `configure` has changed each, by its name.
+    Scenario MakeScenario(const ScenarioCase& test,
                           const std::function<void(const std::string& name, MisbehavingBuffer& buffer)>& configure)
     {
-        Scenario scenario = row.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+        Scenario scenario = test.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
             auto buffer = MisbehavingBuffer::Create(callLog_, name, format, bytes);
             configure(name, *buffer);
             return buffer;
@@ -79,17 +70,17 @@ protected:
     {
         for (const auto* buffers : {&scenario.inputs, &scenario.outputs}) {
             for (const auto& buffer : *buffers) {
-                ExpectAtRest({&Recording(buffer)});
+                ExpectAtRest({static_cast<RecordingBuffer*>(buffer.Get())});
             }
         }
     }
 };
 
 /// The names of a scenario's buffers.
-std::vector<std::string> Names(const ScenarioCase& row)
+std::vector<std::string> Names(const ScenarioCase& test)
 {
     std::vector<std::string> names;
-    row.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+    test.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
         names.push_back(name);
         return host::AudioBuffer::Create(format, bytes);
     });
@@ -98,17 +89,17 @@ std::vector<std::string> Names(const ScenarioCase& row)
 
 // ---- A query that succeeds without a pointer ----
 
-TEST_F(UnusualHost, RaisesOneExceptionForAQueryWithoutAPointerInEveryOperation)
+TEST_F(UnusualHost, ReceivesOneExceptionForAQueryWithoutAPointerFromEveryOperation)
 {
     int raised = 0;
-    for (const ScenarioCase& row : Scenarios()) {
-        if (row.status < 0) {
+    for (const ScenarioCase& test : Scenarios()) {
+        if (test.status < 0) {
             continue;
         }
-        for (const std::string& empty : Names(row)) {
-            SCOPED_TRACE(row.name + ", " + empty);
+        for (const std::string& empty : Names(test)) {
+            SCOPED_TRACE(test.name + ", " + empty);
             const Scenario scenario = MakeScenario(
-                row, [&](const std::string& name, MisbehavingBuffer& buffer) { buffer.hasNoContent = name == empty; });
+                test, [&](const std::string& name, MisbehavingBuffer& buffer) { buffer.hasNoContent = name == empty; });
             EXPECT_EQ(ExceptionText([&] { RunAnnounced(scenario, *engine_); }), kEmptyPointerText);
             ++raised;
             ExpectScenarioAtRest(scenario);
@@ -121,20 +112,20 @@ TEST_F(UnusualHost, RaisesOneExceptionForAQueryWithoutAPointerInEveryOperation)
 
 TEST_F(UnusualHost, ReceivesTheSizeOfTheRecordWithEveryRequestForADescription)
 {
-    for (const ScenarioCase& row : Scenarios()) {
-        if (row.leaksReference) {
+    for (const ScenarioCase& test : Scenarios()) {
+        if (test.leaksReference) {
             continue;
         }
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(test.name);
         int requests = 0;
-        const Scenario scenario = MakeScenario(row, [&](const std::string& /*name*/, MisbehavingBuffer& buffer) {
+        const Scenario scenario = MakeScenario(test, [&](const std::string& /*name*/, MisbehavingBuffer& buffer) {
             buffer.returnedSize = 7;
             buffer.onDescription = [&](std::uint32_t size) {
                 EXPECT_EQ(size, 40U);
                 ++requests;
             };
         });
-        EXPECT_EQ(RunAnnounced(scenario, *engine_), row.status);
+        EXPECT_EQ(RunAnnounced(scenario, *engine_), test.status);
         EXPECT_GT(requests, 0);
         ExpectScenarioAtRest(scenario);
     }
@@ -142,46 +133,38 @@ TEST_F(UnusualHost, ReceivesTheSizeOfTheRecordWithEveryRequestForADescription)
 
 // ---- Samples without an address ----
 
-TEST_F(UnusualHost, ReceivesTooSmallFromACopyOfAnInputWithoutAnAddressThatIsTooLong)
-{
-    auto source = MakeUnusual("source", Pcm16(1), 11);
-    auto destination = MakeUnusual("destination", Pcm16(1), 10);
-    source->hasNoAddress = true;
-    EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(callLog_.Count(ErrorCall("destination", ZT_E_DESTINATION_BUFFER_TOO_SMALL)), 2)
-        << "by the byte copy and by the worker";
-    EXPECT_EQ(destination->References(), 2) << "the reference of the byte copy stays";
-    ReleaseKeptReferences(*destination);
-    ExpectAtRest({source.Get(), destination.Get()});
-}
-
 TEST_F(UnusualHost, KeepsItsSamplesInACopyWithoutAnAddress)
 {
-    struct Row {
+    struct Case {
         bool source;      ///< has an address
         bool destination; ///< has one
         std::size_t frames;
         int status;
     };
-    for (const Row& row : {Row{false, true, 10, 0}, Row{false, false, 10, 0}, Row{true, false, 0, 0},
-                           Row{true, false, 10, ZT_E_DESTINATION_BUFFER_TOO_SMALL}}) {
-        SCOPED_TRACE(std::to_string(row.source) + std::to_string(row.destination) + std::to_string(row.frames));
-        auto source = MakeUnusual("source", Pcm16(1), 10);
-        source->SetValidLength(row.frames * 2);
-        source->hasNoAddress = !row.source;
+    constexpr int kTooSmall = ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    for (const Case& test : {Case{false, true, 10, 0}, Case{false, false, 10, 0}, Case{true, false, 0, 0},
+                             Case{true, false, 10, kTooSmall}, Case{false, true, 11, kTooSmall}}) {
+        SCOPED_TRACE(std::to_string(test.source) + std::to_string(test.destination) + std::to_string(test.frames));
+        auto source = MakeUnusual("source", Pcm16(1), 11);
+        source->SetValidLength(test.frames * 2);
+        source->hasNoAddress = !test.source;
         auto destination = MakeUnusual("destination", Pcm16(1), 10);
         Fill<std::int16_t>(*destination, {1, 2, 3});
-        destination->hasNoAddress = !row.destination;
-        EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), row.status);
+        destination->hasNoAddress = !test.destination;
+        callLog_.Clear();
+        EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), test.status);
         EXPECT_EQ(Samples<std::int16_t>(*destination, 3), (std::vector<std::int16_t>{1, 2, 3}));
+        EXPECT_EQ(callLog_.Count(ErrorCall("destination", kTooSmall)), test.status < 0 ? 2 : 0)
+            << "by the byte copy and by the worker";
+        EXPECT_EQ(destination->References(), test.status < 0 ? 2 : 1) << "the reference of the byte copy stays";
         ReleaseKeptReferences(*destination);
         ExpectAtRest({source.Get(), destination.Get()});
     }
 }
 
-TEST_F(UnusualHost, HasTheOffsetsOfADuplicateComparedBeforeItsAddresses)
+TEST_F(UnusualHost, HasTheOffsetsOfADuplicateCheckedBeforeItsAddresses)
 {
-    struct Row {
+    struct Case {
         bool source;      ///< has an address
         bool destination; ///< has one
         unsigned long sourceOffset;
@@ -189,25 +172,25 @@ TEST_F(UnusualHost, HasTheOffsetsOfADuplicateComparedBeforeItsAddresses)
         unsigned long length;
         int code; ///< of the destination
     };
-    for (const Row& row : {Row{false, true, 19, 0, 0, 0}, Row{true, false, 0, 19, 0, 0}, Row{false, false, 5, 7, 0, 0},
-                           Row{false, true, 20, 0, 0, ZT_E_SOURCE_BUFFER_TOO_SMALL},
-                           Row{true, false, 0, 20, 0, ZT_E_DESTINATION_BUFFER_TOO_SMALL},
-                           Row{false, true, 0, 11, 10, ZT_E_DESTINATION_BUFFER_TOO_SMALL},
-                           Row{false, true, 0, 0, 10, ZT_E_SOURCE_BUFFER_TOO_SMALL},
-                           Row{true, false, 0, 0, 10, ZT_E_DESTINATION_BUFFER_TOO_SMALL}}) {
-        SCOPED_TRACE(std::to_string(row.sourceOffset) + " " + std::to_string(row.destinationOffset) + " " +
-                     std::to_string(row.length));
+    for (const Case& test : {Case{false, true, 19, 0, 0, 0}, Case{true, false, 0, 19, 0, 0},
+                             Case{false, false, 5, 7, 0, 0}, Case{false, true, 20, 0, 0, ZT_E_SOURCE_BUFFER_TOO_SMALL},
+                             Case{true, false, 0, 20, 0, ZT_E_DESTINATION_BUFFER_TOO_SMALL},
+                             Case{false, true, 0, 11, 10, ZT_E_DESTINATION_BUFFER_TOO_SMALL},
+                             Case{false, true, 0, 0, 10, ZT_E_SOURCE_BUFFER_TOO_SMALL},
+                             Case{true, false, 0, 0, 10, ZT_E_DESTINATION_BUFFER_TOO_SMALL}}) {
+        SCOPED_TRACE(std::to_string(test.sourceOffset) + " " + std::to_string(test.destinationOffset) + " " +
+                     std::to_string(test.length));
         auto source = MakeUnusual("source", Pcm16(1), 10);
-        source->hasNoAddress = !row.source;
+        source->hasNoAddress = !test.source;
         auto destination = MakeUnusual("destination", Pcm16(1), 10);
         Fill<std::int16_t>(*destination, {1, 2, 3});
-        destination->hasNoAddress = !row.destination;
+        destination->hasNoAddress = !test.destination;
         source->AnnounceRead();
         destination->AnnounceWrite();
-        EXPECT_EQ(engine_->DuplicateAudioSamples(source.Get(), row.sourceOffset, destination.Get(),
-                                                 row.destinationOffset, row.length),
+        EXPECT_EQ(engine_->DuplicateAudioSamples(source.Get(), test.sourceOffset, destination.Get(),
+                                                 test.destinationOffset, test.length),
                   0);
-        EXPECT_EQ(destination->ErrorCode(), row.code);
+        EXPECT_EQ(destination->ErrorCode(), test.code);
         EXPECT_EQ(Samples<std::int16_t>(*destination, 3), (std::vector<std::int16_t>{1, 2, 3}));
         ExpectAtRest({source.Get(), destination.Get()});
     }
@@ -236,7 +219,7 @@ TEST_F(UnusualHost, MayDeinterleaveIntoAnOutputThatReportsTooLittleNextToAScratc
 
 // ---- Statuses above 0 ----
 
-TEST_F(UnusualHost, ReceivesThePositiveStatusOfTheWorkWhetherOrNotTheFadeFlagsAgree)
+TEST_F(UnusualHost, ReceivesThePositiveStatusOfTheKernelWithEqualAndWithDifferentFadeFlags)
 {
     for (const bool agree : {true, false}) {
         auto left = MakeUnusual("left", Pcm16(1), 300);
@@ -251,23 +234,23 @@ TEST_F(UnusualHost, ReceivesThePositiveStatusOfTheWorkWhetherOrNotTheFadeFlagsAg
 
 TEST_F(UnusualHost, MayReturnPositiveStatusesFromEveryCall)
 {
-    for (const ScenarioCase& row : Scenarios()) {
-        if (row.leaksReference) {
+    for (const ScenarioCase& test : Scenarios()) {
+        if (test.leaksReference) {
             continue;
         }
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(test.name);
         const Scenario scenario =
-            MakeScenario(row, [](const std::string&, MisbehavingBuffer& buffer) { buffer.successStatus = 2; });
+            MakeScenario(test, [](const std::string&, MisbehavingBuffer& buffer) { buffer.successStatus = 2; });
         // A duplicate returns the status of its last signal. The other operations return that of SetLength on an
         // output of the caller, unless a byte copy or a deinterleave kernel ignores it or a fade follows.
         const int status = RunAnnounced(scenario, *engine_);
-        if (row.returnsSignalsStatus) {
+        if (test.returnsSignalsStatus) {
             EXPECT_EQ(status, 2);
-        } else if (row.status < 0) {
-            EXPECT_EQ(status, row.status);
+        } else if (test.status < 0) {
+            EXPECT_EQ(status, test.status);
         } else {
-            const bool direct = row.name.ends_with("Direct") || row.operation == "Resample";
-            const bool isDeinterleave = row.operation == "MuxToMono" || row.operation == "MuxToStereo";
+            const bool direct = test.name.ends_with("Direct") || test.operation == "Resample";
+            const bool isDeinterleave = test.operation == "MuxToMono" || test.operation == "MuxToStereo";
             EXPECT_TRUE(status == (isDeinterleave ? 0 : 2) || (!direct && status == 0)) << status;
         }
         ExpectScenarioAtRest(scenario);
@@ -279,23 +262,23 @@ TEST_F(UnusualHost, MayReturnPositiveStatusesFromEveryCall)
 TEST_F(UnusualHost, MayReturnAnyStatusFromMarksSignalsAndPolarity)
 {
     int failed = 0;
-    for (const ScenarioCase& row : Scenarios()) {
-        if (row.leaksReference) {
+    for (const ScenarioCase& test : Scenarios()) {
+        if (test.leaksReference) {
             continue;
         }
-        for (const std::string& buffer : Names(row)) {
+        for (const std::string& buffer : Names(test)) {
             for (const char* call : {"MarkWriteStartTime", "MarkWriteStopTime", "SignalReadCompletion",
                                      "SignalWriteCompletion", "GetErrorCode", "SetPolarity"}) {
-                SCOPED_TRACE(row.name + ", " + buffer + "." + call);
-                const Scenario scenario = MakeScenario(row, [](const std::string&, MisbehavingBuffer&) {});
+                SCOPED_TRACE(test.name + ", " + buffer + "." + call);
+                const Scenario scenario = MakeScenario(test, [](const std::string&, MisbehavingBuffer&) {});
                 callLog_.FailCallsTo(buffer + "." + call);
                 const int status = RunAnnounced(scenario, *engine_);
                 const bool hasFailed = callLog_.HasFailed();
                 callLog_.ClearFaults();
                 failed += hasFailed ? 1 : 0;
                 const bool returned =
-                    hasFailed && row.returnsSignalsStatus && std::string(call) == "SignalWriteCompletion";
-                EXPECT_EQ(status, returned ? kInjectedFailure : row.status);
+                    hasFailed && test.returnsSignalsStatus && std::string(call) == "SignalWriteCompletion";
+                EXPECT_EQ(status, returned ? kInjectedFailure : test.status);
                 ExpectScenarioAtRest(scenario);
             }
         }
@@ -307,18 +290,18 @@ TEST_F(UnusualHost, MayReturnAnyStatusFromMarksSignalsAndPolarity)
 
 TEST_F(UnusualHost, ReceivesItsReferenceBackFromAQueryThatFailsWithAPointer)
 {
-    for (const ScenarioCase& row : Scenarios()) {
-        if (row.leaksReference || row.status < 0) {
+    for (const ScenarioCase& test : Scenarios()) {
+        if (test.leaksReference || test.status < 0) {
             continue;
         }
-        for (const std::string& failing : Names(row)) {
-            SCOPED_TRACE(row.name + ", " + failing);
-            const Scenario scenario = MakeScenario(row, [&](const std::string& name, MisbehavingBuffer& buffer) {
+        for (const std::string& failing : Names(test)) {
+            SCOPED_TRACE(test.name + ", " + failing);
+            const Scenario scenario = MakeScenario(test, [&](const std::string& name, MisbehavingBuffer& buffer) {
                 buffer.queryStatus = name == failing ? E_NOINTERFACE : 0;
             });
             int status = 0;
             const std::string text = ExceptionText([&] { status = RunAnnounced(scenario, *engine_); });
-            if (row.throwsOn == failing + ".QueryInterface") {
+            if (test.throwsOn == failing + ".QueryInterface") {
                 EXPECT_EQ(text, kEmptyPointerText);
             } else {
                 EXPECT_EQ(text, "none");
@@ -333,7 +316,6 @@ TEST_F(UnusualHost, ReceivesItsReferenceBackFromAQueryThatFailsWithAPointer)
 
 TEST_F(UnusualHost, MayPassBuffersWithoutFrames)
 {
-    using host::Pcm24In24;
     struct Case {
         SZtaWaveFormatInfo mono;
         SZtaWaveFormatInfo stereo;
@@ -358,12 +340,12 @@ TEST_F(UnusualHost, MayPassBuffersWithoutFrames)
 
 // ---- Exceptions ----
 
-TEST_F(UnusualHost, FindsTheBusyFlagAsAfterAnyFailedCallIfASignalOfTheFailureRaises)
+TEST_F(UnusualHost, FindsTheBusyFlagOfAnyFailedCallIfASignalOfTheFailureThrows)
 {
-    for (const ScenarioCase& row : Scenarios()) {
+    for (const ScenarioCase& test : Scenarios()) {
         for (const auto& [code, busy] : {std::pair{ZT_E_FAIL, 0U}, {ZT_E_MODULE_BUSY, 1U}}) {
-            SCOPED_TRACE(row.name);
-            const Scenario scenario = MakeScenario(row, [](const std::string&, MisbehavingBuffer&) {});
+            SCOPED_TRACE(test.name);
+            const Scenario scenario = MakeScenario(test, [](const std::string&, MisbehavingBuffer&) {});
             scenario.inputs.front()->AudioBuffer::SetErrorCode(code);
             SZtLayoutProbe::SetBusy(Object(), 1);
             callLog_.hook = [](const std::string& entry) {
@@ -380,19 +362,17 @@ TEST_F(UnusualHost, FindsTheBusyFlagAsAfterAnyFailedCallIfASignalOfTheFailureRai
     }
 }
 
-TEST_F(UnusualHost, FindsTheEngineFreeIfAReleaseRaises)
+TEST_F(UnusualHost, FindsTheEngineFreeIfAReleaseThrows)
 {
     auto source = MakeUnusual("source", Pcm16(1), 10);
     auto destination = MakeUnusual("destination", Pcm16(1), 10);
-    // The first reference that goes after the start mark is the engine's own, at the end of the work.
-    callLog_.hook = [&](const std::string& entry) {
-        if (entry == "destination.MarkWriteStartTime") {
-            source->onReleased = [&] {
-                source->onReleased = nullptr;
-                throw HostException();
-            };
-        }
-    };
+    // The first reference that is released after the start mark is the engine's own, at the end of the operation.
+    OnCall("destination.MarkWriteStartTime", [&] {
+        source->onReleased = [&] {
+            source->onReleased = nullptr;
+            throw HostException();
+        };
+    });
     EXPECT_THROW(engine_->CopyAudioSamples(source.Get(), destination.Get()), HostException);
     callLog_.hook = nullptr;
     ExpectAtRest({source.Get(), destination.Get()});
@@ -644,7 +624,7 @@ TEST_F(UnusualHost, ReceivesTheLogLineBeforeTheCallsThatFollowTheFailure)
 /// A host whose scratch buffer `big` is larger than requested. The others are as large, but report what was requested.
 class UnequalHost : public RecordingHost {
 public:
-    UnequalHost(CallLog& journal, int big) : RecordingHost(journal), log_(journal), big_(big) {}
+    UnequalHost(CallLog& callLog, int big) : RecordingHost(callLog), log_(callLog), big_(big) {}
 
     int CreateAudioSamples(SZtCreateAudioSamplesDescription* description, IZtAudioSamples** samples) override
     {

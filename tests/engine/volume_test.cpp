@@ -24,7 +24,7 @@ protected:
         return Run();
     }
 
-    static Calls UntilWork() { return Entry() + Calls{"input.GetAudioSamplesDescription"}; }
+    static Calls Start() { return Entry() + Calls{"input.GetAudioSamplesDescription"}; }
 
     static Calls Propagated(unsigned int polarity, int fadeIn, int fadeOut)
     {
@@ -40,6 +40,8 @@ protected:
                Calls{"output.MarkWriteStopTime", "output.SignalWriteCompletion"};
     }
 
+    static Calls Processed(const Calls& calls, int status = 0) { return Start() + calls + End(status); }
+
     Volumes volumes_ = {{0, 1.0F, 1.0F}};
 };
 
@@ -52,7 +54,7 @@ TEST_F(Volume, ScalesFromInputToOutput)
 
     EXPECT_EQ(Run({{0, 0.5F, 0.5F}, {1, 2.0F, 2.0F}}), 0);
 
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagated(6, 0, 0) + Kernel(32) + Propagated(6, 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Propagated(6, 0, 0) + Kernel(32) + Propagated(6, 0, 0)));
     EXPECT_EQ(Samples<std::uint32_t>(*output_, 8),
               (std::vector<std::uint32_t>{0x08000000, 0x40000000, 0x18000000, 0x7FFFFF00, 0x091A2B00, 0x7FFFFF00,
                                           0xC0000000, 0}));
@@ -81,8 +83,8 @@ TEST_F(Volume, FadesTheScaledSamplesAndClearsTheFlags)
     Fill<std::int32_t>(*input_, std::vector<std::int32_t>(400, 0x40000000));
     input_->SetFades(true, false);
     EXPECT_EQ(Run({{0, 0.5F, 0.5F}}), 0);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagated(0, 1, 0) + Kernel(1600) + Propagated(0, 1, 0) +
-                                    Flags("output", 1, 0) + Digest("output") + Flags("output", 0, 0) + End());
+    EXPECT_EQ(callLog_.Calls(), Processed(Propagated(0, 1, 0) + Kernel(1600) + Propagated(0, 1, 0) +
+                                          Flags("output", 1, 0) + Digest("output") + Flags("output", 0, 0)));
     const auto samples = Samples<std::int32_t>(*output_, 400);
     EXPECT_EQ(samples[0], static_cast<std::int32_t>((std::int64_t{0x20000000} * 21421149 >> 32) * 2));
     EXPECT_EQ(samples[200], 0x20000000);
@@ -94,8 +96,9 @@ TEST_F(Volume, LeavesTheInputsFlagsOnTheOutputWhereTheVolumeStepFails)
     Build(Pcm24In32(1), Pcm24In32(1), 300);
     input_->SetFades(true, true);
     EXPECT_EQ(Run({{0, 8.5F, 1.0F}}), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + Propagated(0, 1, 1) + Digest("output") + Digest("input") +
-                                    Propagated(0, 1, 1) + End(ZT_E_INVALID_PARAMETER));
+    EXPECT_EQ(callLog_.Calls(),
+              Processed(Propagated(0, 1, 1) + Digest("output") + Digest("input") + Propagated(0, 1, 1),
+                        ZT_E_INVALID_PARAMETER));
     EXPECT_TRUE(output_->Description().bFadeIn && output_->Description().bFadeOut);
     EXPECT_EQ(output_->ErrorCode(), ZT_E_INVALID_PARAMETER);
 }
@@ -195,7 +198,7 @@ TEST_F(Volume, WhoseDescriptionFailsInTheWorkerReturnsTheHostsCode)
     Build(Pcm24In32(1), Pcm24In32(1), 4);
     callLog_.FailCall(7);
     EXPECT_EQ(Run(), kInjectedFailure);
-    EXPECT_EQ(callLog_.Calls(), UntilWork() + End(kInjectedFailure));
+    EXPECT_EQ(callLog_.Calls(), Processed({}, kInjectedFailure));
 }
 
 TEST_F(Volume, SignalsABufferWhoseLaterQueryFails)

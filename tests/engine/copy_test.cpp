@@ -21,9 +21,7 @@ TEST_F(Copy, OfEqualFormatsCopiesTheBytesAndKeepsTheDestinationsLength)
     Build(Pcm16(2), Pcm16(2), 4, 8);
     output_->SetValidLength(4);
     Fill<std::int16_t>(*input_, {1, -2, 3, -4, 5, -6});
-
     EXPECT_EQ(Run(), 0);
-
     EXPECT_EQ(callLog_.Calls(), Processed(ByteCopy("input", "output")));
     EXPECT_EQ(Samples<std::int16_t>(*output_, 8), (std::vector<std::int16_t>{1, -2, 3, -4, 5, -6, 0, 0}));
     EXPECT_EQ(output_->Length(), 4U);
@@ -36,9 +34,7 @@ TEST_F(Copy, OfAnEmptySourceCopiesNothingAndSignalsBothBuffers)
     Build(Pcm16(1), Pcm16(1), 4);
     input_->SetValidLength(0);
     Fill<std::int16_t>(*output_, {7, 8});
-
     EXPECT_EQ(Run(), 0);
-
     EXPECT_EQ(Samples<std::int16_t>(*output_, 2), (std::vector<std::int16_t>{7, 8}));
     ExpectSignaledOnce();
 }
@@ -47,9 +43,7 @@ TEST_F(Copy, ConvertsTheBitDepthAndSetsTheLength)
 {
     Build(Pcm16(1), Pcm24In32(1), 4);
     Fill<std::int16_t>(*input_, {1, -1, 32767});
-
     EXPECT_EQ(Run(), 0);
-
     EXPECT_EQ(callLog_.Calls(), Processed(Convert("input", "output", 12)));
     EXPECT_EQ(Samples<std::uint32_t>(*output_, 3), (std::vector<std::uint32_t>{0x00010000, 0xFFFF0000, 0x7FFF0000}));
     EXPECT_EQ(output_->Length(), 12U);
@@ -61,9 +55,7 @@ TEST_F(Copy, OfMultiFormatWordsOfEqualSizeUsesTheDataTypeKernelAndKeepsTheLength
     Build(Multi24(2), Pcm24In32(2), 1);
     output_->SetValidLength(0);
     Fill<std::uint32_t>(*input_, {0xF123456A, 0x08000000});
-
     EXPECT_EQ(Run(), 0);
-
     EXPECT_EQ(callLog_.Calls(), Processed(Digest("input") + Digest("output")));
     EXPECT_EQ(Samples<std::uint32_t>(*output_, 2), (std::vector<std::uint32_t>{0x12345600, 0x80000000}));
     EXPECT_EQ(output_->Length(), 0U);
@@ -73,9 +65,7 @@ TEST_F(Copy, OfSixteenBitMultiFormatIntoSixteenBitPcmHalvesTheContainers)
 {
     Build(Multi16(1), Pcm16(1), 2);
     Fill<std::uint32_t>(*input_, {0xF123456A, 0x08000000});
-
     EXPECT_EQ(Run(), 0);
-
     EXPECT_EQ(callLog_.Calls(), Processed((Calls{"input.GetBufferAndLength", "output.GetBufferAndLength",
                                                  "input.GetLengthInSampleFrames", "output.GetLengthInSampleFrames"})));
     EXPECT_EQ(Samples<std::uint16_t>(*output_, 2), (std::vector<std::uint16_t>{0x1234, 0x8000}));
@@ -86,9 +76,7 @@ TEST_F(Copy, FadesOnTheDestinationWhereItsFormatAllows)
     Build(Pcm16(1), Pcm24In32(1), 300);
     Fill<std::int16_t>(*input_, std::vector<std::int16_t>(300, 0x4000));
     input_->SetFades(true, false);
-
     EXPECT_EQ(Run(), 0);
-
     EXPECT_EQ(callLog_.Calls(), Processed(Convert("input", "output", 1200) + Flags("output", 1, 0) + Digest("output") +
                                           Flags("output", 0, 0)));
     EXPECT_FALSE(output_->Description().bFadeIn);
@@ -104,9 +92,7 @@ TEST_F(Copy, FadesInAScratchBufferIfTheDestinationFormatHasNoFade)
     Build(Pcm16(1), Float32(1), 300);
     Fill<std::int16_t>(*input_, std::vector<std::int16_t>(300, 0x4000));
     input_->SetFades(false, true);
-
     EXPECT_EQ(Run(), 0);
-
     EXPECT_EQ(callLog_.Calls(),
               Processed(Calls{"scratch0.SetWaveFormat"} + Convert("input", "scratch0", 1200) + Flags("scratch0", 0, 1) +
                         Digest("scratch0") + Convert("scratch0", "output", 1200) + Flags("output", 0, 0)));
@@ -197,9 +183,7 @@ TEST_F(Copy, OfTwentyValidBitsIntoTwentyFourRelabelsTheSourceAndCopiesTheBytes)
 {
     Build(Pcm20In32(2), Pcm24In32(2), 1);
     Fill<std::uint32_t>(*input_, {0x12345678, 0x9ABCDEF0});
-
     EXPECT_EQ(Run(), 0);
-
     EXPECT_EQ(callLog_.Calls(), (Calls{"output.QueryInterface", "input.QueryInterface", "input.GetErrorCode",
                                        "input.GetAudioSamplesDescription", "input.SetWaveFormat",
                                        "output.GetAudioSamplesDescription", "output.MarkWriteStartTime"}) +
@@ -279,9 +263,7 @@ TEST_F(Copy, ThatDoesNotFitTouchesNothingAndLeavesOneMoreReference)
 {
     Build(Pcm16(1), Pcm16(1), 3, 2);
     Fill<std::int16_t>(*input_, {1, 2, 3});
-
     EXPECT_EQ(Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-
     EXPECT_EQ(callLog_.Calls(),
               Processed(ByteCopy("input", "output") +
                         (Calls{"output.QueryInterface", ErrorCall("output", ZT_E_DESTINATION_BUFFER_TOO_SMALL),

@@ -15,10 +15,10 @@ host::Ref<IClassFactory> ModuleClassFactory()
     return host::Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(pv));
 }
 
-TEST(EngineCreation, AsksTheHostForThePoolInOrderWithOneRecord)
+TEST(EngineCreation, RequestsThePoolFromTheHostInOrderWithOneRecord)
 {
-    CallLog journal;
-    RecordingHost host(journal);
+    CallLog callLog;
+    RecordingHost host(callLog);
     auto engine = CreateEngine(host);
 
     ASSERT_EQ(host.CreationCount(), 131);
@@ -40,8 +40,8 @@ TEST(EngineCreation, ReleasesThePoolWithTheLastReference)
 {
     const int objectsBefore = g_i32Objects;
     const long buffersBefore = host::AudioBuffer::LiveCount();
-    CallLog journal;
-    RecordingHost host(journal);
+    CallLog callLog;
+    RecordingHost host(callLog);
     auto engine = CreateEngine(host);
     EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + 131);
     EXPECT_EQ(g_i32Objects, objectsBefore + 1);
@@ -58,15 +58,15 @@ TEST(EngineCreation, FailingAtAnyRequestStillReturnsAnEngineWithTheBuffersCreate
     const long buffersBefore = host::AudioBuffer::LiveCount();
     for (int n = 1; n <= 131; ++n) {
         SCOPED_TRACE(n);
-        CallLog journal;
-        RecordingHost host(journal);
+        CallLog callLog;
+        RecordingHost host(callLog);
         host.FailRequest(n);
         int status = 0;
         auto engine = CreateEngine(host, &status);
 
         EXPECT_EQ(status, kInjectedFailure);
         ASSERT_TRUE(engine);
-        EXPECT_EQ(host.CreationCount(), n) << "the first failure stops the creation";
+        EXPECT_EQ(host.CreationCount(), n) << "the first failure ends the creation";
         EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + n - 1) << "the created buffers stay";
         EXPECT_TRUE(SZtLayoutProbe::PoolIs(static_cast<CZtaAudioSamplesEngine&>(*engine), host.Buffers()));
 
@@ -78,8 +78,8 @@ TEST(EngineCreation, FailingAtAnyRequestStillReturnsAnEngineWithTheBuffersCreate
 
 TEST(EngineCreation, IgnoresTheReservedArgument)
 {
-    CallLog journal;
-    RecordingHost host(journal);
+    CallLog callLog;
+    RecordingHost host(callLog);
     void* pv = nullptr;
     ASSERT_EQ(ModuleClassFactory()->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &pv), 0);
     auto factory = host::Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(pv));
@@ -105,11 +105,11 @@ TEST(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
         }
         unsigned long calls = 0;
     };
-    CallLog journal;
-    CountingHost host(journal);
+    CallLog callLog;
+    CountingHost host(callLog);
     auto engine = CreateEngine(host);
-    auto source = RecordingBuffer::Create(journal, "source", host::Pcm16(1), 64);
-    auto destination = RecordingBuffer::Create(journal, "destination", host::Pcm24In32(1), 128);
+    auto source = RecordingBuffer::Create(callLog, "source", host::Pcm16(1), 64);
+    auto destination = RecordingBuffer::Create(callLog, "destination", host::Pcm24In32(1), 128);
     EXPECT_EQ(engine->CopyAudioSamples(source.Get(), destination.Get()), 0);
     engine.Reset();
     EXPECT_EQ(host.calls, 0U);
@@ -118,8 +118,8 @@ TEST(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
 
 TEST(EngineQuery, ReturnsItsInterfaceAndIUnknownOnly)
 {
-    CallLog journal;
-    RecordingHost host(journal);
+    CallLog callLog;
+    RecordingHost host(callLog);
     auto engine = CreateEngine(host);
 
     const _GUID copy = IID_IZtaAudioSamplesEngine; // the same identifier at another address
@@ -138,7 +138,7 @@ TEST(EngineQuery, ReturnsItsInterfaceAndIUnknownOnly)
     EXPECT_EQ(pv, nullptr);
 }
 
-TEST(EngineFactory, IsMadeByTheModulesClassFactoryAndLeavesWithIt)
+TEST(EngineFactory, IsCreatedByTheModulesClassFactoryAndReleasesIt)
 {
     const int objectsBefore = g_i32Objects;
     auto classFactory = ModuleClassFactory();
@@ -178,16 +178,16 @@ TEST(EngineFactory, AggregatedForwardsToTheOuterObject)
     auto classFactory = ModuleClassFactory();
     void* pv = nullptr;
     EXPECT_EQ(classFactory->CreateInstance(&outer, IID_IZtaAudioSamplesEngineFactory, &pv), E_NOINTERFACE)
-        << "who aggregates must ask for IUnknown";
+        << "an outer object must query IUnknown";
     ASSERT_EQ(classFactory->CreateInstance(&outer, IID_IUnknown, &pv), 0);
     auto* inner = static_cast<INonDelegatingUnknown*>(pv);
 
     ASSERT_EQ(inner->NonDelegatingQueryInterface(IID_IZtaAudioSamplesEngineFactory, &pv), 0);
-    EXPECT_EQ(outer.references, 1U) << "the inner object's interfaces are counted by the outer one";
+    EXPECT_EQ(outer.references, 1U) << "the inner object's interfaces use the reference count of the outer one";
     auto* factory = static_cast<IZtaAudioSamplesEngineFactory*>(pv);
-    void* asked = nullptr;
-    EXPECT_EQ(factory->QueryInterface(IID_IClassFactory, &asked), 0);
-    EXPECT_EQ(asked, static_cast<void*>(&outer));
+    void* result = nullptr;
+    EXPECT_EQ(factory->QueryInterface(IID_IClassFactory, &result), 0);
+    EXPECT_EQ(result, static_cast<void*>(&outer));
     EXPECT_EQ(factory->AddRef(), 2U);
     factory->Release();
     factory->Release();

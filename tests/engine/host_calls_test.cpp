@@ -67,11 +67,11 @@ char LetterOf(const std::string& scenario)
             }
         }
     }
-    ADD_FAILURE() << scenario << " belongs to no operation";
+    ADD_FAILURE() << scenario << " is a path of no operation";
     return '?';
 }
 
-void ReleaseWhatWasKept(RecordingBuffer& buffer)
+void ReleaseKeptReferences(RecordingBuffer& buffer)
 {
     while (buffer.References() > 1) {
         buffer.Release();
@@ -82,13 +82,13 @@ void ReleaseWhatWasKept(RecordingBuffer& buffer)
 std::map<std::string, std::array<std::set<char>, kRoles>> RecordedCalls()
 {
     std::map<std::string, std::array<std::set<char>, kRoles>> calls;
-    for (const auto& row : zta::test::Scenarios()) {
-        zta::test::CallLog journal;
-        zta::test::RecordingHost host(journal);
+    for (const auto& test : zta::test::Scenarios()) {
+        zta::test::CallLog callLog;
+        zta::test::RecordingHost host(callLog);
         const auto engine = zta::test::CreateEngine(host);
         const Scenario scenario =
-            row.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-                return RecordingBuffer::Create(journal, name, format, bytes);
+            test.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+                return RecordingBuffer::Create(callLog, name, format, bytes);
             });
         std::map<std::string, Role> roles;
         for (const auto& input : scenario.inputs) {
@@ -97,20 +97,20 @@ std::map<std::string, std::array<std::set<char>, kRoles>> RecordedCalls()
         for (const auto& output : scenario.outputs) {
             roles[static_cast<const RecordingBuffer&>(*output).Name()] = kOutput;
         }
-        journal.Clear();
-        EXPECT_EQ(zta::test::RunAnnounced(scenario, *engine), row.status) << row.name;
-        for (const std::string& entry : journal.Calls()) {
+        callLog.Clear();
+        EXPECT_EQ(zta::test::RunAnnounced(scenario, *engine), test.status) << test.name;
+        for (const std::string& entry : callLog.Calls()) {
             const auto dot = entry.find('.');
             const std::string call = entry.substr(dot + 1, entry.find('(') - dot - 1);
             const auto role = roles.find(entry.substr(0, dot));
-            calls[call][role == roles.end() ? kPool : role->second].insert(LetterOf(row.name));
+            calls[call][role == roles.end() ? kPool : role->second].insert(LetterOf(test.name));
         }
-        // A byte copy that does not fit keeps a reference on its target.
+        // A byte copy that does not fit keeps a reference of its output.
         for (const auto& output : scenario.outputs) {
-            ReleaseWhatWasKept(static_cast<RecordingBuffer&>(*output));
+            ReleaseKeptReferences(static_cast<RecordingBuffer&>(*output));
         }
         for (RecordingBuffer* buffer : host.Buffers()) {
-            ReleaseWhatWasKept(*buffer);
+            ReleaseKeptReferences(*buffer);
         }
     }
     return calls;

@@ -1,11 +1,9 @@
-// How the mux operations pass their operands from the entry to the worker.
+// How the mux operations pass their operands from the entry point to the worker.
 
 #include "testing/mux_fixture.h"
 
 namespace zta::test {
 namespace {
-
-using host::Pcm16;
 
 class MuxOperands : public MuxTest {
 protected:
@@ -22,8 +20,8 @@ protected:
         return Object().SaveInfoMux(mux_.Get(), nullptr, pointers_.data(), count, volumes_.data(), volumeCount);
     }
 
-    /// What GetInfoMux writes, with marks where it writes nothing.
-    struct Taken {
+    /// The outputs of GetInfoMux, with marks that it overwrites.
+    struct Operands {
         IZtAudioSamples* input = reinterpret_cast<IZtAudioSamples*>(1);
         IZtAudioSamples* output = reinterpret_cast<IZtAudioSamples*>(1);
         std::vector<IZtAudioSamples*> buffers =
@@ -33,25 +31,25 @@ protected:
         unsigned long volumeCount = 64;
     };
 
-    int Take(Taken& taken)
+    int Load(Operands& loaded)
     {
-        return Object().GetInfoMux(&taken.input, &taken.output, taken.buffers.data(), &taken.count,
-                                   taken.volumes.data(), &taken.volumeCount);
+        return Object().GetInfoMux(&loaded.input, &loaded.output, loaded.buffers.data(), &loaded.count,
+                                   loaded.volumes.data(), &loaded.volumeCount);
     }
 
-    static void ExpectNothingWritten(const Taken& taken, unsigned long count, unsigned long volumeCount)
+    static void ExpectNothingWritten(const Operands& loaded, unsigned long count, unsigned long volumeCount)
     {
-        const Taken untouched;
-        EXPECT_EQ(taken.input, untouched.input);
-        EXPECT_EQ(taken.output, untouched.output);
-        EXPECT_EQ(taken.buffers, untouched.buffers);
-        EXPECT_EQ(taken.volumes[0].ulChannelRef, 99U);
-        EXPECT_EQ(taken.count, count);
-        EXPECT_EQ(taken.volumeCount, volumeCount);
+        const Operands untouched;
+        EXPECT_EQ(loaded.input, untouched.input);
+        EXPECT_EQ(loaded.output, untouched.output);
+        EXPECT_EQ(loaded.buffers, untouched.buffers);
+        EXPECT_EQ(loaded.volumes[0].ulChannelRef, 99U);
+        EXPECT_EQ(loaded.count, count);
+        EXPECT_EQ(loaded.volumeCount, volumeCount);
     }
 };
 
-TEST_F(MuxOperands, AreSavedWithAReferenceEachAndReturnedWithoutOne)
+TEST_F(MuxOperands, AreSavedWithAReferenceEachAndLoadedWithoutOne)
 {
     UseVolumes({{7, 0.25F, 0.5F}, {8, 1.0F, 2.0F}});
     EXPECT_EQ(Save(3, 2), 0);
@@ -59,20 +57,20 @@ TEST_F(MuxOperands, AreSavedWithAReferenceEachAndReturnedWithoutOne)
     EXPECT_EQ(array_[2]->References(), 2);
     EXPECT_EQ(array_[3]->References(), 1) << "beyond the count";
 
-    Taken taken;
-    EXPECT_EQ(Take(taken), 0);
-    EXPECT_EQ(taken.input, mux_.Get());
-    EXPECT_EQ(taken.output, nullptr);
-    EXPECT_EQ(taken.count, 3U);
-    EXPECT_EQ(taken.volumeCount, 2U);
+    Operands loaded;
+    EXPECT_EQ(Load(loaded), 0);
+    EXPECT_EQ(loaded.input, mux_.Get());
+    EXPECT_EQ(loaded.output, nullptr);
+    EXPECT_EQ(loaded.count, 3U);
+    EXPECT_EQ(loaded.volumeCount, 2U);
     for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(taken.buffers[i], array_[i].Get());
+        EXPECT_EQ(loaded.buffers[i], array_[i].Get());
     }
-    EXPECT_EQ(taken.buffers[3], Taken().buffers[3]) << "only what is in use is written";
-    EXPECT_EQ(taken.volumes[1].ulChannelRef, 8U);
-    EXPECT_EQ(taken.volumes[1].fStartVolume, 1.0F);
-    EXPECT_EQ(taken.volumes[1].fEndVolume, 2.0F);
-    EXPECT_EQ(taken.volumes[2].ulChannelRef, 99U);
+    EXPECT_EQ(loaded.buffers[3], Operands().buffers[3]) << "only what is in use is written";
+    EXPECT_EQ(loaded.volumes[1].ulChannelRef, 8U);
+    EXPECT_EQ(loaded.volumes[1].fStartVolume, 1.0F);
+    EXPECT_EQ(loaded.volumes[1].fEndVolume, 2.0F);
+    EXPECT_EQ(loaded.volumes[2].ulChannelRef, 99U);
     EXPECT_EQ(mux_->References(), 2);
     EXPECT_EQ(array_[2]->References(), 2);
 }
@@ -90,11 +88,11 @@ TEST_F(MuxOperands, ReplaceTheOnesBeforeThem)
     EXPECT_EQ(other->References(), 3);
     EXPECT_EQ(SZtLayoutProbe::SavedBuffer(Object(), 1), nullptr);
 
-    Taken taken;
-    EXPECT_EQ(Take(taken), 0);
-    EXPECT_EQ(taken.input, nullptr);
-    EXPECT_EQ(taken.output, other.Get());
-    EXPECT_EQ(taken.count, 1U);
+    Operands loaded;
+    EXPECT_EQ(Load(loaded), 0);
+    EXPECT_EQ(loaded.input, nullptr);
+    EXPECT_EQ(loaded.output, other.Get());
+    EXPECT_EQ(loaded.count, 1U);
     Object().ReleaseAllSavedInfo();
     ExpectAtRest({other.Get(), mux_.Get()});
 }
@@ -105,9 +103,9 @@ TEST_F(MuxOperands, KeepTheFirst64Buffers)
     EXPECT_EQ(Object().SaveInfoMux(mux_.Get(), nullptr, many.data(), many.size(), nullptr, 0), 0);
     EXPECT_EQ(array_[0]->References(), 65);
     EXPECT_EQ(mux_->References(), 2);
-    Taken taken;
-    EXPECT_EQ(Take(taken), ZT_E_ARRAY_TOO_SMALL);
-    ExpectNothingWritten(taken, 64, 64);
+    Operands loaded;
+    EXPECT_EQ(Load(loaded), ZT_E_ARRAY_TOO_SMALL);
+    ExpectNothingWritten(loaded, 64, 64);
     Object().ReleaseAllSavedInfo();
     ExpectAtRest({array_[0].Get(), mux_.Get()});
 }
@@ -176,44 +174,44 @@ TEST_F(MuxOperands, NeedArraysForAllThatAreInUse)
 {
     UseVolumes(3);
     EXPECT_EQ(Save(4, 3), 0);
-    Taken few;
+    Operands few;
     few.count = 3;
-    EXPECT_EQ(Take(few), ZT_E_ARRAY_TOO_SMALL);
+    EXPECT_EQ(Load(few), ZT_E_ARRAY_TOO_SMALL);
     ExpectNothingWritten(few, 3, 64);
-    Taken fewVolumes;
+    Operands fewVolumes;
     fewVolumes.volumeCount = 2;
-    EXPECT_EQ(Take(fewVolumes), ZT_E_ARRAY_TOO_SMALL);
+    EXPECT_EQ(Load(fewVolumes), ZT_E_ARRAY_TOO_SMALL);
     ExpectNothingWritten(fewVolumes, 64, 2);
-    Taken enough;
+    Operands enough;
     enough.count = 4;
     enough.volumeCount = 3;
-    EXPECT_EQ(Take(enough), 0);
+    EXPECT_EQ(Load(enough), 0);
 }
 
-TEST_F(MuxOperands, CannotBeTakenWithoutBothCounts)
+TEST_F(MuxOperands, CannotBeLoadedWithoutBothCounts)
 {
     EXPECT_EQ(Save(4, 0), 0);
-    Taken taken;
-    EXPECT_EQ(Object().GetInfoMux(&taken.input, &taken.output, taken.buffers.data(), nullptr, taken.volumes.data(),
-                                  &taken.volumeCount),
+    Operands loaded;
+    EXPECT_EQ(Object().GetInfoMux(&loaded.input, &loaded.output, loaded.buffers.data(), nullptr, loaded.volumes.data(),
+                                  &loaded.volumeCount),
               ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(Object().GetInfoMux(&taken.input, &taken.output, taken.buffers.data(), &taken.count, taken.volumes.data(),
-                                  nullptr),
+    EXPECT_EQ(Object().GetInfoMux(&loaded.input, &loaded.output, loaded.buffers.data(), &loaded.count,
+                                  loaded.volumes.data(), nullptr),
               ZT_E_INVALID_PARAMETER);
-    ExpectNothingWritten(taken, 64, 64);
+    ExpectNothingWritten(loaded, 64, 64);
 }
 
 TEST_F(MuxOperands, BeyondSixtyFourVolumesAreCountedButNotKept)
 {
     UseVolumes(65);
     EXPECT_EQ(Save(4, 65), 0);
-    Taken taken;
-    EXPECT_EQ(Take(taken), ZT_E_ARRAY_TOO_SMALL);
-    ExpectNothingWritten(taken, 64, 64);
+    Operands loaded;
+    EXPECT_EQ(Load(loaded), ZT_E_ARRAY_TOO_SMALL);
+    ExpectNothingWritten(loaded, 64, 64);
     EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 63).fStartVolume, 1.0F);
 }
 
-TEST_F(MuxOperands, LeaveTheirCountAndTheirRecordsBehindWhenReleased)
+TEST_F(MuxOperands, KeepTheirCountAndTheirRecordsWhenReleased)
 {
     UseVolumes({{1, 1.0F, 2.0F}});
     EXPECT_EQ(Save(4, 1), 0);

@@ -1,52 +1,27 @@
-// What the mux operations make of samples, beside a plain model: every width, container, direction and a set of
-// lengths.
+// The samples of the mux operations against a reference model: every width, container, direction and a set of lengths.
 
 #include "testing/models/gain_model.h"
-#include "testing/mux_fixture.h"
+#include "tests/engine/mux_operation_fixture.h"
 
-#include <cmath>
 #include <random>
 
 namespace zta::test {
 namespace {
 
-using host::Pcm16;
-using host::Pcm24In24;
-using host::Pcm24In32;
-
-using Word = std::uint32_t;
-using Volume = SZtAudioMonoVolumeInfo;
-
-// ---- The model ----
-
-/// Applies one ramp for each channel to interleaved words.
-void Scale(std::vector<Word>& words, const std::vector<Volume>& volumes)
-{
-    const std::size_t channels = volumes.size();
-    const std::size_t frames = words.size() / channels;
-    // Less than one step of four samples stays as it is.
-    if (words.size() < 4) {
-        return;
-    }
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        words[i] = models::Scaled(words[i], models::RampGain(volumes[i % channels], i / channels, frames));
-    }
-}
-
-// ---- The cases ----
+using Volumes = std::vector<SZtAudioMonoVolumeInfo>;
 
 struct Container {
     const char* name;
     SZtaWaveFormatInfo (*format)(std::uint32_t channels, std::uint32_t rate);
-    bool takesVolumes;
+    bool hasVolumes;
 };
 
 constexpr Container kContainers[] = {
-    {"24in32", &Pcm24In32, true}, {"24in24", &Pcm24In24, false}, {"16in16", &Pcm16, false}};
+    {"24in32", &host::Pcm24In32, true}, {"24in24", &host::Pcm24In24, false}, {"16in16", &host::Pcm16, false}};
 
 struct Case {
     Container container;
-    unsigned long side; ///< channels of one buffer of the array
+    MuxOperation operation;
     std::uint32_t width;
 
     [[nodiscard]] SZtaWaveFormatInfo Format(std::uint32_t channels) const
@@ -57,16 +32,16 @@ struct Case {
 
 void PrintTo(const Case& value, std::ostream* out)
 {
-    *out << value.container.name << (value.side == 1 ? "Mono" : "Stereo") << value.width;
+    *out << value.operation.name << value.width << "_" << value.container.name;
 }
 
 std::vector<Case> Cases()
 {
     std::vector<Case> cases;
     for (const Container& container : kContainers) {
-        for (const unsigned long side : {1UL, 2UL}) {
+        for (const MuxOperation& operation : {kMonoToMux, kStereoToMux, kMuxToMono, kMuxToStereo}) {
             for (const std::uint32_t width : {4U, 8U, 16U, 32U, 64U}) {
-                cases.push_back({container, side, width});
+                cases.push_back({container, operation, width});
             }
         }
     }
@@ -75,22 +50,22 @@ std::vector<Case> Cases()
 
 constexpr std::size_t kFrameCounts[] = {0, 1, 2, 3, 5, 199, 200, 300};
 
-class MuxSamples : public MuxTest, public ::testing::WithParamInterface<Case> {
+class MuxSamples : public MuxOperationTest, public ::testing::WithParamInterface<Case> {
 protected:
-    [[nodiscard]] std::size_t Buffers() const { return GetParam().width / GetParam().side; }
+    MuxSamples() : MuxOperationTest(GetParam().operation) {}
 
     void BuildCase(std::size_t frames)
     {
-        Build(GetParam().Format(static_cast<std::uint32_t>(GetParam().side)), Buffers(),
+        Build(GetParam().Format(Channels()), GetParam().width / ChannelsPerBuffer(),
               GetParam().Format(GetParam().width), frames);
     }
 
     void UseRandomVolumes()
     {
         std::uniform_real_distribution<float> gain(0.0F, 8.0F);
-        std::vector<Volume> volumes(GetParam().width);
-        for (std::size_t i = 0; i < volumes.size(); ++i) {
-            volumes[i] = {0, gain(random_), gain(random_)};
+        Volumes volumes(GetParam().width);
+        for (SZtAudioMonoVolumeInfo& volume : volumes) {
+            volume = {0, gain(random_), gain(random_)};
         }
         volumes[0] = {0, 8.0F, 8.0F};
         volumes[1] = {0, 0.0F, 8.0F};
@@ -98,138 +73,109 @@ protected:
         UseVolumes(volumes);
     }
 
-    /// The array's samples of all channels, frame after frame.
-    [[nodiscard]] std::vector<Word> Interleaved(std::size_t frames) const
+    /// The model of both directions: the samples of each output without volumes.
+    [[nodiscard]] std::vector<Words> ExpectedOutputs(std::size_t frames) const
     {
-        const std::size_t side = GetParam().side;
-        std::vector<std::vector<Word>> parts;
-        for (const auto& buffer : array_) {
-            parts.push_back(SamplesOf(*buffer, frames * side));
-        }
-        std::vector<Word> words;
-        for (std::size_t frame = 0; frame < frames; ++frame) {
-            for (std::size_t channel = 0; channel < GetParam().width; ++channel) {
-                words.push_back(parts[channel / side][frame * side + channel % side]);
-            }
-        }
-        return words;
-    }
-
-    /// What one buffer of the array gets from the mux's samples.
-    [[nodiscard]] std::vector<Word> Part(const std::vector<Word>& mux, std::size_t frames, std::size_t buffer) const
-    {
-        const std::size_t side = GetParam().side;
+        const std::size_t channels = ChannelsPerBuffer();
         const std::size_t width = GetParam().width;
-        std::vector<Word> words;
+        const Words mux = SamplesOf(*mux_, frames * width);
+        std::vector<Words> planes;
+        for (const auto& buffer : array_) {
+            planes.push_back(SamplesOf(*buffer, frames * channels));
+        }
+        std::vector<Words> outputs(Interleaves() ? 1 : planes.size());
         for (std::size_t frame = 0; frame < frames; ++frame) {
-            for (std::size_t i = 0; i < side; ++i) {
-                std::size_t channel = buffer * side + i;
-                // Of three frames left over by a split into sixteen, the last one repeats four channels.
-                const bool last = frames % 4 == 3 && frame + 1 == frames;
-                if (last && width == 16 && side == 1 && GetParam().container.takesVolumes && channel >= 12) {
-                    channel -= 4;
+            for (std::size_t channel = 0; channel < width; ++channel) {
+                if (Interleaves()) {
+                    outputs[0].push_back(planes[channel / channels][frame * channels + channel % channels]);
+                } else {
+                    outputs[channel / channels].push_back(mux[frame * width + RepeatedChannel(frames, frame, channel)]);
                 }
-                words.push_back(mux[frame * width + channel]);
             }
         }
-        return words;
+        return outputs;
     }
 
-    void ExpectAssembled(std::size_t frames)
+    /// Applies one ramp for each channel. Less than one step of four samples stays as it is.
+    static void Scale(Words& samples, const Volumes& volumes)
     {
-        std::vector<Word> expected = Interleaved(frames);
-        if (!volumes_.empty()) {
-            Scale(expected, volumes_);
+        const std::size_t channels = volumes.size();
+        for (std::size_t i = 0; samples.size() >= 4 && i < samples.size(); ++i) {
+            const auto gain = models::RampGain(volumes[i % channels], i / channels, samples.size() / channels);
+            samples[i] = models::Scaled(samples[i], gain);
         }
-        EXPECT_EQ(CallInterleave(GetParam().side), 0);
-        EXPECT_EQ(SamplesOf(*mux_, expected.size()), expected);
-        EXPECT_EQ(FramesOf(*mux_), frames);
-        ExpectSettled();
     }
 
-    void ExpectSplit(std::size_t frames)
+    /// Runs the operation and compares the samples of all buffers with the model, with volumes unless it fails.
+    void ExpectSamples(std::size_t frames, int status = 0)
     {
-        const std::vector<Word> mux = SamplesOf(*mux_, frames * GetParam().width);
-        EXPECT_EQ(Split(GetParam().side), 0);
-        for (std::size_t i = 0; i < array_.size(); ++i) {
-            std::vector<Word> expected = Part(mux, frames, i);
-            if (!volumes_.empty()) {
-                const auto first = volumes_.begin() + static_cast<std::ptrdiff_t>(i * GetParam().side);
-                Scale(expected, {first, first + static_cast<std::ptrdiff_t>(GetParam().side)});
+        std::vector<Words> expected = ExpectedOutputs(frames);
+        std::vector<Words> inputs;
+        for (const RecordingBuffer* input : Inputs()) {
+            inputs.push_back(AllSamplesOf(*input));
+        }
+        EXPECT_EQ(Run(), status);
+        const std::vector<RecordingBuffer*> outputs = Outputs();
+        for (std::size_t i = 0; i < outputs.size(); ++i) {
+            SCOPED_TRACE(outputs[i]->Name());
+            if (status >= 0 && !volumes_.empty()) {
+                const std::size_t channels = volumes_.size() / outputs.size();
+                const auto first = volumes_.begin() + static_cast<std::ptrdiff_t>(i * channels);
+                Scale(expected[i], {first, first + static_cast<std::ptrdiff_t>(channels)});
             }
-            EXPECT_EQ(SamplesOf(*array_[i], expected.size()), expected) << "buffer " << i;
-            EXPECT_EQ(FramesOf(*array_[i]), frames) << "buffer " << i;
+            EXPECT_EQ(SamplesOf(*outputs[i], expected[i].size()), expected[i]);
+            EXPECT_EQ(FramesOf(*outputs[i]), frames);
+            EXPECT_EQ(outputs[i]->ErrorCode(), status);
         }
-        EXPECT_EQ(SamplesOf(*mux_, mux.size()), mux) << "the input stays";
+        for (std::size_t i = 0; i < inputs.size(); ++i) {
+            EXPECT_EQ(AllSamplesOf(*Inputs()[i]), inputs[i]) << "the input stays";
+        }
         ExpectSettled();
     }
 
     std::mt19937 random_{42};
+
+private:
+    /// The channel of the mux that an output receives. The last of three remaining frames of 16 mono channels repeats
+    /// four channels.
+    [[nodiscard]] std::size_t RepeatedChannel(std::size_t frames, std::size_t frame, std::size_t channel) const
+    {
+        const bool isThird = frames % 4 == 3 && frame + 1 == frames;
+        const bool repeats = isThird && GetParam().width == 16 && ChannelsPerBuffer() == 1 &&
+                             GetParam().container.hasVolumes && channel >= 12;
+        return repeats ? channel - 4 : channel;
+    }
 };
 
-TEST_P(MuxSamples, AreAssembledExactly)
+TEST_P(MuxSamples, AreInterleavedOrDeinterleavedExactly)
 {
     for (const std::size_t frames : kFrameCounts) {
         SCOPED_TRACE(frames);
         BuildCase(frames);
-        ExpectAssembled(frames);
+        ExpectSamples(frames);
     }
 }
 
-TEST_P(MuxSamples, AreSplitExactly)
+TEST_P(MuxSamples, AreScaledIfTheContainerHasAVolumeKernel)
 {
-    for (const std::size_t frames : kFrameCounts) {
-        SCOPED_TRACE(frames);
-        BuildCase(frames);
-        ExpectSplit(frames);
-    }
-}
-
-TEST_P(MuxSamples, TakeVolumesWhereTheContainerHasThem)
-{
-    for (const std::size_t frames : kFrameCounts) {
-        SCOPED_TRACE(frames);
-        if (GetParam().container.takesVolumes) {
+    if (GetParam().container.hasVolumes) {
+        for (const std::size_t frames : kFrameCounts) {
+            SCOPED_TRACE(frames);
             BuildCase(frames);
             UseRandomVolumes();
-            ExpectAssembled(frames);
+            ExpectSamples(frames);
             EXPECT_EQ(volumes_[0].fStartVolume, 8.0F) << "the caller's own records stay";
-            BuildCase(frames);
-            UseRandomVolumes();
-            ExpectSplit(frames);
         }
-    }
-}
-
-TEST_P(MuxSamples, AreMovedAndThenRejectVolumesIfTheContainerHasNone)
-{
-    if (GetParam().container.takesVolumes) {
         return;
     }
-    const std::size_t frames = 5;
-    BuildCase(frames);
+    BuildCase(5);
     UseRandomVolumes();
-    const std::vector<Word> expected = Interleaved(frames);
-    EXPECT_EQ(CallInterleave(GetParam().side), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(SamplesOf(*mux_, expected.size()), expected);
-    EXPECT_EQ(mux_->ErrorCode(), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
-    ExpectSettled();
-
-    BuildCase(frames);
-    UseRandomVolumes();
-    const std::vector<Word> mux = SamplesOf(*mux_, frames * GetParam().width);
-    const bool packed = GetParam().Format(1).ulBitsPerSample == 24;
-    const int status = packed ? ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED : ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
-    EXPECT_EQ(Split(GetParam().side), status);
-    for (std::size_t i = 0; i < array_.size(); ++i) {
-        EXPECT_EQ(SamplesOf(*array_[i], frames * GetParam().side), Part(mux, frames, i));
-        EXPECT_EQ(array_[i]->ErrorCode(), status);
-    }
-    ExpectSettled();
+    const bool isPacked = GetParam().Format(1).ulBitsPerSample == 24;
+    ExpectSamples(5,
+                  isPacked && !Interleaves() ? ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED : ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
 }
 
-INSTANTIATE_TEST_SUITE_P(Layouts, MuxSamples, ::testing::ValuesIn(Cases()),
-                         [](const auto& parameter) { return ::testing::PrintToString(parameter.param); });
+INSTANTIATE_TEST_SUITE_P(Layouts, MuxSamples, ::testing::ValuesIn(Cases()), ::testing::PrintToStringParamName());
 
 } // namespace
 } // namespace zta::test

@@ -89,97 +89,46 @@ static int result(int slot, bool holds)
     return holds ? -100 - slot : 0;
 }
 
-#define THIS_IS_BUFFER (pThis == &g_buffer)
+typedef IZtAudioSamples* Buffer;
 
-static int buffer_query_interface(IZtAudioSamples* pThis, const _GUID* pIid, void** ppv)
-{
-    return result(0, THIS_IS_BUFFER && pIid == pointer(0, 1) && ppv == pointer(0, 2));
-}
+/* Defines the function of one slot of the buffer: it checks its arguments by `holds`. */
+#define BUFFER_SLOT(slot, name, parameters, holds)                                                                     \
+    static int name parameters                                                                                         \
+    {                                                                                                                  \
+        return result(slot, pThis == &g_buffer && (holds));                                                            \
+    }
+
+BUFFER_SLOT(0, buffer_query_interface, (Buffer pThis, const _GUID* pIid, void** ppv),
+            pIid == pointer(0, 1) && ppv == pointer(0, 2))
 
 static unsigned long buffer_add_ref(IZtAudioSamples* pThis)
 {
-    return THIS_IS_BUFFER ? 101 : 0;
+    return pThis == &g_buffer ? 101 : 0;
 }
 
 static unsigned long buffer_release(IZtAudioSamples* pThis)
 {
-    return THIS_IS_BUFFER ? 102 : 0;
+    return pThis == &g_buffer ? 102 : 0;
 }
 
-static int buffer_mark_write_start_time(IZtAudioSamples* pThis)
-{
-    return result(3, THIS_IS_BUFFER);
-}
-
-static int buffer_mark_write_stop_time(IZtAudioSamples* pThis)
-{
-    return result(4, THIS_IS_BUFFER);
-}
-
-static int buffer_signal_read_completion(IZtAudioSamples* pThis)
-{
-    return result(5, THIS_IS_BUFFER);
-}
-
-static int buffer_signal_write_completion(IZtAudioSamples* pThis)
-{
-    return result(6, THIS_IS_BUFFER);
-}
-
-static int buffer_set_error_code(IZtAudioSamples* pThis, int iCode)
-{
-    return result(7, THIS_IS_BUFFER && iCode == (int)number(7, 1));
-}
-
-static int buffer_get_error_code(IZtAudioSamples* pThis, int* piCode)
-{
-    return result(8, THIS_IS_BUFFER && piCode == pointer(8, 1));
-}
-
-static int buffer_set_polarity(IZtAudioSamples* pThis, uint32_t ePolarity)
-{
-    return result(9, THIS_IS_BUFFER && ePolarity == number(9, 1));
-}
-
-static int buffer_set_wave_format(IZtAudioSamples* pThis, SZtaWaveFormatInfo* psFormat)
-{
-    return result(10, THIS_IS_BUFFER && psFormat == pointer(10, 1));
-}
-
-static int buffer_get_audio_samples_description(IZtAudioSamples* pThis, SZtAudioSamplesDescription* psDescription)
-{
-    return result(11, THIS_IS_BUFFER && psDescription == pointer(11, 1));
-}
-
-static int buffer_get_buffer_and_length(IZtAudioSamples* pThis, void** ppvBuffer, unsigned long* pulLength)
-{
-    return result(12, THIS_IS_BUFFER && ppvBuffer == pointer(12, 1) && pulLength == pointer(12, 2));
-}
-
-static int buffer_get_buffer_capacity(IZtAudioSamples* pThis, unsigned long* pulCapacity)
-{
-    return result(13, THIS_IS_BUFFER && pulCapacity == pointer(13, 1));
-}
-
-static int buffer_get_length_in_sample_frames(IZtAudioSamples* pThis, unsigned long* pulFrames)
-{
-    return result(14, THIS_IS_BUFFER && pulFrames == pointer(14, 1));
-}
-
-static int buffer_set_fade_in(IZtAudioSamples* pThis, bool bFadeIn)
-{
-    return result(15, THIS_IS_BUFFER && bFadeIn);
-}
-
-static int buffer_set_fade_out(IZtAudioSamples* pThis, bool bFadeOut)
-{
-    return result(16, THIS_IS_BUFFER && bFadeOut);
-}
-
-static int buffer_set_length(IZtAudioSamples* pThis, unsigned long ulLength)
-{
-    return result(17, THIS_IS_BUFFER && ulLength == number(17, 1));
-}
+BUFFER_SLOT(3, buffer_mark_write_start_time, (Buffer pThis), true)
+BUFFER_SLOT(4, buffer_mark_write_stop_time, (Buffer pThis), true)
+BUFFER_SLOT(5, buffer_signal_read_completion, (Buffer pThis), true)
+BUFFER_SLOT(6, buffer_signal_write_completion, (Buffer pThis), true)
+BUFFER_SLOT(7, buffer_set_error_code, (Buffer pThis, int iCode), iCode == (int)number(7, 1))
+BUFFER_SLOT(8, buffer_get_error_code, (Buffer pThis, int* piCode), piCode == pointer(8, 1))
+BUFFER_SLOT(9, buffer_set_polarity, (Buffer pThis, uint32_t ePolarity), ePolarity == number(9, 1))
+BUFFER_SLOT(10, buffer_set_wave_format, (Buffer pThis, SZtaWaveFormatInfo* psFormat), psFormat == pointer(10, 1))
+BUFFER_SLOT(11, buffer_get_audio_samples_description, (Buffer pThis, SZtAudioSamplesDescription* psDescription),
+            psDescription == pointer(11, 1))
+BUFFER_SLOT(12, buffer_get_buffer_and_length, (Buffer pThis, void** ppvBuffer, unsigned long* pulLength),
+            ppvBuffer == pointer(12, 1) && pulLength == pointer(12, 2))
+BUFFER_SLOT(13, buffer_get_buffer_capacity, (Buffer pThis, unsigned long* pulCapacity), pulCapacity == pointer(13, 1))
+BUFFER_SLOT(14, buffer_get_length_in_sample_frames, (Buffer pThis, unsigned long* pulFrames),
+            pulFrames == pointer(14, 1))
+BUFFER_SLOT(15, buffer_set_fade_in, (Buffer pThis, bool bFadeIn), bFadeIn)
+BUFFER_SLOT(16, buffer_set_fade_out, (Buffer pThis, bool bFadeOut), bFadeOut)
+BUFFER_SLOT(17, buffer_set_length, (Buffer pThis, unsigned long ulLength), ulLength == number(17, 1))
 
 static const IZtAudioSamplesVtbl kBufferVtbl = {
     .QueryInterface = buffer_query_interface,
@@ -244,22 +193,18 @@ void* c_header_host_engine(void)
 
 const void* c_header_identifier(const char* name)
 {
-#define IDENTIFIER(id)                                                                                                 \
-    {                                                                                                                  \
-#id, &id                                                                                                       \
-    }
     static const struct {
         const char* name;
         const _GUID* id;
     } kIdentifiers[] = {
-        IDENTIFIER(IID_IUnknown),
-        IDENTIFIER(IID_IClassFactory),
-        IDENTIFIER(CLSID_ZtaAudioSamplesEngine),
-        IDENTIFIER(IID_IZtaAudioSamplesEngine),
-        IDENTIFIER(IID_IZtaAudioSamplesEngineFactory),
-        IDENTIFIER(IID_IZtAVContent),
-        IDENTIFIER(IID_IZtAudioSamples),
-        IDENTIFIER(IID_IZtQuonEnginePrivate),
+        {"IID_IUnknown", &IID_IUnknown},
+        {"IID_IClassFactory", &IID_IClassFactory},
+        {"CLSID_ZtaAudioSamplesEngine", &CLSID_ZtaAudioSamplesEngine},
+        {"IID_IZtaAudioSamplesEngine", &IID_IZtaAudioSamplesEngine},
+        {"IID_IZtaAudioSamplesEngineFactory", &IID_IZtaAudioSamplesEngineFactory},
+        {"IID_IZtAVContent", &IID_IZtAVContent},
+        {"IID_IZtAudioSamples", &IID_IZtAudioSamples},
+        {"IID_IZtQuonEnginePrivate", &IID_IZtQuonEnginePrivate},
     };
     for (size_t i = 0; i < sizeof(kIdentifiers) / sizeof(kIdentifiers[0]); ++i) {
         if (strcmp(kIdentifiers[i].name, name) == 0) {

@@ -1,6 +1,7 @@
 // <zta/c/zta.h> against the C++ headers: sizes, offsets, types and values at compile time, slots at run time.
 
 #include "tests/contract/c_header.h"
+#include "tests/contract/for_each.h"
 #include "tests/contract/slot_spies.h"
 
 #include <zta/c/zta.h>
@@ -10,14 +11,17 @@
 
 #include <cstddef>
 #include <cstring>
-#include <new>
 #include <type_traits>
 
 namespace {
 
 namespace c = zta::c;
-using zta::test::ExpectedStatuses;
-using zta::test::Statuses;
+using zta::test::ClassFactorySpy;
+using zta::test::EngineFactorySpy;
+using zta::test::EngineSpy;
+using zta::test::ExpectDestructors;
+using zta::test::ExpectSlotCalls;
+using zta::test::SlotSpy;
 
 // Types: Cpp<T> is the C++ type that has the name of the C type T.
 
@@ -36,23 +40,14 @@ struct CppType<const T> {
     using Type = const Cpp<T>;
 };
 
-#define ZTA_SAME_NAME(Name)                                                                                            \
+#define ZTA_SAME_NAME(_, Name)                                                                                         \
     template <>                                                                                                        \
     struct CppType<c::Name> {                                                                                          \
         using Type = ::Name;                                                                                           \
     };
-ZTA_SAME_NAME(_GUID)
-ZTA_SAME_NAME(SZtaWaveFormatInfo)
-ZTA_SAME_NAME(SZtAudioSamplesDescription)
-ZTA_SAME_NAME(SZtCreateAudioSamplesDescription)
-ZTA_SAME_NAME(SZtAudioMonoVolumeInfo)
-ZTA_SAME_NAME(IUnknown)
-ZTA_SAME_NAME(IClassFactory)
-ZTA_SAME_NAME(IZtAVContent)
-ZTA_SAME_NAME(IZtAudioSamples)
-ZTA_SAME_NAME(IZtQuonEnginePrivate)
-ZTA_SAME_NAME(IZtaAudioSamplesEngine)
-ZTA_SAME_NAME(IZtaAudioSamplesEngineFactory)
+ZTA_FOR_EACH(ZTA_SAME_NAME, , _GUID, SZtaWaveFormatInfo, SZtAudioSamplesDescription, SZtCreateAudioSamplesDescription,
+             SZtAudioMonoVolumeInfo, IUnknown, IClassFactory, IZtAVContent, IZtAudioSamples, IZtQuonEnginePrivate,
+             IZtaAudioSamplesEngine, IZtaAudioSamplesEngineFactory)
 
 /// The type of an argument or result in C++ as C passes it: a reference is a pointer, an enumeration its integer.
 template <class T>
@@ -93,18 +88,10 @@ requires(sizeof...(Arguments) ==
                          (std::is_same_v<Cpp<Arguments>, Passed<CppArguments>> && ...)> {
 };
 
-static_assert(FitsFunction<c::DllEntryPointFn, decltype(::DllEntryPoint)>::value);
-static_assert(FitsFunction<c::DllCanUnloadNowFn, decltype(::DllCanUnloadNow)>::value);
-static_assert(FitsFunction<c::DllGetClassObjectFn, decltype(::DllGetClassObject)>::value);
-static_assert(FitsFunction<c::DllRegisterServerFn, decltype(::DllRegisterServer)>::value);
-static_assert(FitsFunction<c::DllUnregisterServerFn, decltype(::DllUnregisterServer)>::value);
-static_assert(FitsFunction<c::ztErrorToStringFn, decltype(::ztErrorToString)>::value);
-static_assert(FitsFunction<c::ztGetSampleLoopsFn, decltype(::ztGetSampleLoops)>::value);
-static_assert(FitsFunction<c::ztSelectSampleLoopsFn, decltype(::ztSelectSampleLoops)>::value);
-static_assert(FitsFunction<c::ZtaHostCreateAudioSamplesFn, decltype(::ZtaHostCreateAudioSamples)>::value);
-static_assert(FitsFunction<c::ZtaHostAnnounceReadFn, decltype(::ZtaHostAnnounceRead)>::value);
-static_assert(FitsFunction<c::ZtaHostAnnounceWriteFn, decltype(::ZtaHostAnnounceWrite)>::value);
-static_assert(FitsFunction<c::ZtaHostGetOpenAccessesFn, decltype(::ZtaHostGetOpenAccesses)>::value);
+#define ZTA_SAME_FUNCTION(_, name) static_assert(FitsFunction<c::name##Fn, decltype(::name)>::value);
+ZTA_FOR_EACH(ZTA_SAME_FUNCTION, , DllEntryPoint, DllCanUnloadNow, DllGetClassObject, DllRegisterServer,
+             DllUnregisterServer, ztErrorToString, ztGetSampleLoops, ztSelectSampleLoops, ZtaHostCreateAudioSamples,
+             ZtaHostAnnounceRead, ZtaHostAnnounceWrite, ZtaHostGetOpenAccesses)
 static_assert(std::is_same_v<c::ZtLoggerFn, void(std::uint32_t, int, std::uint32_t, const char*, ...)>);
 static_assert(sizeof(EZtLogPackage) == 4 && sizeof(EZtLogLevel) == 4);
 
@@ -118,61 +105,29 @@ static_assert(static_cast<int>(c::E_FAIL) == ::E_FAIL);
 static_assert(static_cast<int>(c::E_OUTOFMEMORY) == ::E_OUTOFMEMORY);
 static_assert(static_cast<int>(c::CLASS_E_NOAGGREGATION) == ::CLASS_E_NOAGGREGATION);
 
-#define ZTA_SAME_VALUE(name) static_assert(static_cast<unsigned long>(c::name) == static_cast<unsigned long>(::name))
-ZTA_SAME_VALUE(keZtAudioDataTypePcm);
-ZTA_SAME_VALUE(keZtAudioDataTypeFloat);
-ZTA_SAME_VALUE(keZtAudioDataTypeMultiFormat);
-ZTA_SAME_VALUE(keZtAudioDataTypeOpaque);
-ZTA_SAME_VALUE(keZtAudioResamplerModeContinue);
-ZTA_SAME_VALUE(keZtAudioResamplerModeRestart);
-ZTA_SAME_VALUE(keZtLogPackageComponent);
-ZTA_SAME_VALUE(keZtLogLevelError);
-ZTA_SAME_VALUE(kZtModuleUnload);
-ZTA_SAME_VALUE(kZtModuleLoad);
+#define ZTA_SAME_VALUE(_, name)                                                                                        \
+    static_assert(static_cast<unsigned long>(c::name) == static_cast<unsigned long>(::name));
+ZTA_FOR_EACH(ZTA_SAME_VALUE, , keZtAudioDataTypePcm, keZtAudioDataTypeFloat, keZtAudioDataTypeMultiFormat,
+             keZtAudioDataTypeOpaque, keZtAudioResamplerModeContinue, keZtAudioResamplerModeRestart,
+             keZtLogPackageComponent, keZtLogLevelError, kZtModuleUnload, kZtModuleLoad)
 
 // Records.
 
-#define ZTA_SAME_RECORD(Record)                                                                                        \
+#define ZTA_SAME_RECORD(Record, ...)                                                                                   \
+    ZTA_FOR_EACH(ZTA_SAME_FIELD, Record, __VA_ARGS__)                                                                  \
     static_assert(sizeof(c::Record) == sizeof(::Record) && alignof(c::Record) == alignof(::Record))
 #define ZTA_SAME_FIELD(Record, field)                                                                                  \
-    static_assert(offsetof(c::Record, field) == offsetof(::Record, field) &&                                           \
-                  sizeof(c::Record::field) == sizeof(::Record::field))
+    static_assert(offsetof(c::Record, field) == offsetof(::Record, field));                                            \
+    static_assert(sizeof(c::Record::field) == sizeof(::Record::field));
 
-ZTA_SAME_RECORD(_GUID);
-ZTA_SAME_FIELD(_GUID, Data1);
-ZTA_SAME_FIELD(_GUID, Data2);
-ZTA_SAME_FIELD(_GUID, Data3);
-ZTA_SAME_FIELD(_GUID, Data4);
-ZTA_SAME_RECORD(SZtaWaveFormatInfo);
-ZTA_SAME_FIELD(SZtaWaveFormatInfo, ulSize);
-ZTA_SAME_FIELD(SZtaWaveFormatInfo, ulChannels);
-ZTA_SAME_FIELD(SZtaWaveFormatInfo, eDataType);
-ZTA_SAME_FIELD(SZtaWaveFormatInfo, ulSamplesPerSec);
-ZTA_SAME_FIELD(SZtaWaveFormatInfo, ulBitsPerSample);
-ZTA_SAME_FIELD(SZtaWaveFormatInfo, ulValidBitsPerSample);
-ZTA_SAME_RECORD(SZtAudioSamplesDescription);
-ZTA_SAME_FIELD(SZtAudioSamplesDescription, ulSize);
-ZTA_SAME_FIELD(SZtAudioSamplesDescription, ePolarity);
-ZTA_SAME_FIELD(SZtAudioSamplesDescription, ulHostAttribute);
-ZTA_SAME_FIELD(SZtAudioSamplesDescription, bFadeIn);
-ZTA_SAME_FIELD(SZtAudioSamplesDescription, bFadeOut);
-ZTA_SAME_FIELD(SZtAudioSamplesDescription, sWaveFormat);
-ZTA_SAME_RECORD(SZtCreateAudioSamplesDescription);
-ZTA_SAME_FIELD(SZtCreateAudioSamplesDescription, ulSize);
-ZTA_SAME_FIELD(SZtCreateAudioSamplesDescription, ui64BufferSize);
-ZTA_SAME_FIELD(SZtCreateAudioSamplesDescription, ePolarity);
-ZTA_SAME_FIELD(SZtCreateAudioSamplesDescription, ulHostAttribute);
-ZTA_SAME_FIELD(SZtCreateAudioSamplesDescription, bFadeIn);
-ZTA_SAME_FIELD(SZtCreateAudioSamplesDescription, bFadeOut);
-ZTA_SAME_FIELD(SZtCreateAudioSamplesDescription, sWaveFormat);
-ZTA_SAME_RECORD(SZtAudioMonoVolumeInfo);
-ZTA_SAME_FIELD(SZtAudioMonoVolumeInfo, ulChannelRef);
-ZTA_SAME_FIELD(SZtAudioMonoVolumeInfo, fStartVolume);
-ZTA_SAME_FIELD(SZtAudioMonoVolumeInfo, fEndVolume);
-ZTA_SAME_RECORD(SZtVersionInfo);
-ZTA_SAME_FIELD(SZtVersionInfo, achRevision);
-ZTA_SAME_FIELD(SZtVersionInfo, achRelease);
-ZTA_SAME_FIELD(SZtVersionInfo, achBuild);
+ZTA_SAME_RECORD(_GUID, Data1, Data2, Data3, Data4);
+ZTA_SAME_RECORD(SZtaWaveFormatInfo, ulSize, ulChannels, eDataType, ulSamplesPerSec, ulBitsPerSample,
+                ulValidBitsPerSample);
+ZTA_SAME_RECORD(SZtAudioSamplesDescription, ulSize, ePolarity, ulHostAttribute, bFadeIn, bFadeOut, sWaveFormat);
+ZTA_SAME_RECORD(SZtCreateAudioSamplesDescription, ulSize, ui64BufferSize, ePolarity, ulHostAttribute, bFadeIn, bFadeOut,
+                sWaveFormat);
+ZTA_SAME_RECORD(SZtAudioMonoVolumeInfo, ulChannelRef, fStartVolume, fEndVolume);
+ZTA_SAME_RECORD(SZtVersionInfo, achRevision, achRelease, achBuild);
 
 // Tables: the type of each function and the number of slots at compile time, the offset of each slot at run time.
 
@@ -189,18 +144,15 @@ std::size_t SlotOffset(Member member)
 }
 
 #define ZTA_SAME_SLOT(Interface, Method)                                                                               \
-    do {                                                                                                               \
-        static_assert(FitsMember<decltype(c::Interface##Vtbl::Method), decltype(&::Interface::Method)>::value,         \
-                      #Interface "::" #Method);                                                                        \
-        EXPECT_EQ(offsetof(c::Interface##Vtbl, Method), SlotOffset(&::Interface::Method)) << #Method;                  \
-    } while (0)
+    static_assert(FitsMember<decltype(c::Interface##Vtbl::Method), decltype(&::Interface::Method)>::value,             \
+                  #Interface "::" #Method);                                                                            \
+    EXPECT_EQ(offsetof(c::Interface##Vtbl, Method), SlotOffset(&::Interface::Method)) << #Method;
 
-#define ZTA_SAME_UNKNOWN_SLOTS(Interface)                                                                              \
+/// Compares the three slots of IUnknown and these slots of an interface.
+#define ZTA_SAME_SLOTS(Interface, ...)                                                                                 \
     do {                                                                                                               \
         static_assert(sizeof(c::Interface) == sizeof(::Interface) && sizeof(c::Interface) == sizeof(void*));           \
-        ZTA_SAME_SLOT(Interface, QueryInterface);                                                                      \
-        ZTA_SAME_SLOT(Interface, AddRef);                                                                              \
-        ZTA_SAME_SLOT(Interface, Release);                                                                             \
+        ZTA_FOR_EACH(ZTA_SAME_SLOT, Interface, QueryInterface, AddRef, Release __VA_OPT__(, ) __VA_ARGS__)             \
     } while (0)
 
 static_assert(sizeof(c::IUnknownVtbl) == 3 * sizeof(void*));
@@ -213,133 +165,58 @@ static_assert(sizeof(c::IZtaAudioSamplesEngineFactoryVtbl) == 6 * sizeof(void*))
 
 TEST(CHeader, HasTheSlotsOfTheComponentInterfaces)
 {
-    ZTA_SAME_UNKNOWN_SLOTS(IUnknown);
-    ZTA_SAME_UNKNOWN_SLOTS(IClassFactory);
-    ZTA_SAME_SLOT(IClassFactory, CreateInstance);
-    ZTA_SAME_SLOT(IClassFactory, LockServer);
+    ZTA_SAME_SLOTS(IUnknown);
+    ZTA_SAME_SLOTS(IClassFactory, CreateInstance, LockServer);
 }
 
 TEST(CHeader, HasTheSlotsOfTheHostInterfaces)
 {
-    ZTA_SAME_UNKNOWN_SLOTS(IZtAVContent);
-    ZTA_SAME_SLOT(IZtAVContent, MarkWriteStartTime);
-    ZTA_SAME_SLOT(IZtAVContent, MarkWriteStopTime);
-    ZTA_SAME_SLOT(IZtAVContent, SignalReadCompletion);
-    ZTA_SAME_SLOT(IZtAVContent, SignalWriteCompletion);
-    ZTA_SAME_SLOT(IZtAVContent, SetErrorCode);
-    ZTA_SAME_SLOT(IZtAVContent, GetErrorCode);
-    ZTA_SAME_UNKNOWN_SLOTS(IZtAudioSamples);
-    ZTA_SAME_SLOT(IZtAudioSamples, MarkWriteStartTime);
-    ZTA_SAME_SLOT(IZtAudioSamples, MarkWriteStopTime);
-    ZTA_SAME_SLOT(IZtAudioSamples, SignalReadCompletion);
-    ZTA_SAME_SLOT(IZtAudioSamples, SignalWriteCompletion);
-    ZTA_SAME_SLOT(IZtAudioSamples, SetErrorCode);
-    ZTA_SAME_SLOT(IZtAudioSamples, GetErrorCode);
-    ZTA_SAME_SLOT(IZtAudioSamples, SetPolarity);
-    ZTA_SAME_SLOT(IZtAudioSamples, SetWaveFormat);
-    ZTA_SAME_SLOT(IZtAudioSamples, GetAudioSamplesDescription);
-    ZTA_SAME_SLOT(IZtAudioSamples, GetBufferAndLength);
-    ZTA_SAME_SLOT(IZtAudioSamples, GetBufferCapacity);
-    ZTA_SAME_SLOT(IZtAudioSamples, GetLengthInSampleFrames);
-    ZTA_SAME_SLOT(IZtAudioSamples, SetFadeIn);
-    ZTA_SAME_SLOT(IZtAudioSamples, SetFadeOut);
-    ZTA_SAME_SLOT(IZtAudioSamples, SetLength);
-    ZTA_SAME_UNKNOWN_SLOTS(IZtQuonEnginePrivate);
-    ZTA_SAME_SLOT(IZtQuonEnginePrivate, CreateAudioSamples);
+    ZTA_SAME_SLOTS(IZtAVContent, MarkWriteStartTime, MarkWriteStopTime, SignalReadCompletion, SignalWriteCompletion,
+                   SetErrorCode, GetErrorCode);
+    ZTA_SAME_SLOTS(IZtAudioSamples, MarkWriteStartTime, MarkWriteStopTime, SignalReadCompletion, SignalWriteCompletion,
+                   SetErrorCode, GetErrorCode, SetPolarity, SetWaveFormat, GetAudioSamplesDescription,
+                   GetBufferAndLength, GetBufferCapacity, GetLengthInSampleFrames, SetFadeIn, SetFadeOut, SetLength);
+    ZTA_SAME_SLOTS(IZtQuonEnginePrivate, CreateAudioSamples);
 }
 
 TEST(CHeader, HasTheSlotsOfTheEngineInterfaces)
 {
-    ZTA_SAME_UNKNOWN_SLOTS(IZtaAudioSamplesEngineFactory);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngineFactory, CreateAudioSamplesEngine);
-    ZTA_SAME_UNKNOWN_SLOTS(IZtaAudioSamplesEngine);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, CopyAudioSamples);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, CopyAudioSamplesMonoToStereo);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, CopyAudioSamplesStereoToMono);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, DuplicateAudioSamples);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, CopyAudioSamplesMonoToMux);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, CopyAudioSamplesStereoToMux);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, CopyAudioSamplesMuxToMono);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, CopyAudioSamplesMuxToStereo);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, ApplyVolume);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, CreateAudioResampler);
-    ZTA_SAME_SLOT(IZtaAudioSamplesEngine, ProcessAudioResampler);
+    ZTA_SAME_SLOTS(IZtaAudioSamplesEngineFactory, CreateAudioSamplesEngine);
+    ZTA_SAME_SLOTS(IZtaAudioSamplesEngine, CopyAudioSamples, CopyAudioSamplesMonoToStereo, CopyAudioSamplesStereoToMono,
+                   DuplicateAudioSamples, CopyAudioSamplesMonoToMux, CopyAudioSamplesStereoToMux,
+                   CopyAudioSamplesMuxToMono, CopyAudioSamplesMuxToStereo, ApplyVolume, CreateAudioResampler,
+                   ProcessAudioResampler);
 }
 
 TEST(CHeader, HasTheIdentifiers)
 {
-#define ZTA_SAME_IDENTIFIER(name)                                                                                      \
-    do {                                                                                                               \
+#define ZTA_SAME_IDENTIFIER(_, name)                                                                                   \
+    {                                                                                                                  \
         const void* id = c_header_identifier(#name);                                                                   \
         ASSERT_NE(id, nullptr) << #name;                                                                               \
         EXPECT_EQ(std::memcmp(id, &::name, sizeof(_GUID)), 0) << #name;                                                \
         EXPECT_TRUE(c::ZtIsEqualGuid(&c::name, static_cast<const c::_GUID*>(id))) << #name;                            \
-    } while (0)
-    ZTA_SAME_IDENTIFIER(IID_IUnknown);
-    ZTA_SAME_IDENTIFIER(IID_IClassFactory);
-    ZTA_SAME_IDENTIFIER(CLSID_ZtaAudioSamplesEngine);
-    ZTA_SAME_IDENTIFIER(IID_IZtaAudioSamplesEngine);
-    ZTA_SAME_IDENTIFIER(IID_IZtaAudioSamplesEngineFactory);
-    ZTA_SAME_IDENTIFIER(IID_IZtAVContent);
-    ZTA_SAME_IDENTIFIER(IID_IZtAudioSamples);
-    ZTA_SAME_IDENTIFIER(IID_IZtQuonEnginePrivate);
+    }
+    ZTA_FOR_EACH(ZTA_SAME_IDENTIFIER, , IID_IUnknown, IID_IClassFactory, CLSID_ZtaAudioSamplesEngine,
+                 IID_IZtaAudioSamplesEngine, IID_IZtaAudioSamplesEngineFactory, IID_IZtAVContent, IID_IZtAudioSamples,
+                 IID_IZtQuonEnginePrivate)
     EXPECT_FALSE(c::ZtIsEqualGuid(&c::IID_IUnknown, &c::IID_IClassFactory));
 }
 
 // Calls from C.
 
-TEST(CHeader, CallsIUnknown)
+TEST(CHeader, CallsTheOperationsInTheirSlots)
 {
-    zta::test::SlotSpy<IUnknown> object;
-    Statuses statuses{};
-    c_header_call_unknown(static_cast<IUnknown*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(0, 0));
+    ExpectSlotCalls<SlotSpy<IUnknown>, IUnknown>(c_header_call_unknown, 0, 0);
+    ExpectSlotCalls<ClassFactorySpy, IClassFactory>(c_header_call_class_factory, 5, 6);
+    ExpectSlotCalls<EngineFactorySpy, IZtaAudioSamplesEngineFactory>(c_header_call_engine_factory, 5, 5);
+    ExpectSlotCalls<EngineSpy, IZtaAudioSamplesEngine>(c_header_call_engine, 5, 15);
 }
-
-TEST(CHeader, CallsTheClassFactory)
-{
-    zta::test::ClassFactorySpy object;
-    Statuses statuses{};
-    c_header_call_class_factory(static_cast<IClassFactory*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(5, 6));
-}
-
-TEST(CHeader, CallsTheEngineFactory)
-{
-    zta::test::EngineFactorySpy object;
-    Statuses statuses{};
-    c_header_call_engine_factory(static_cast<IZtaAudioSamplesEngineFactory*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(5, 5));
-}
-
-TEST(CHeader, CallsTheEngine)
-{
-    zta::test::EngineSpy object;
-    Statuses statuses{};
-    c_header_call_engine(static_cast<IZtaAudioSamplesEngine*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(5, 15));
-}
-
-/// Counts destructions and deallocations.
-struct DestructionSpy : zta::test::EngineSpy {
-    ~DestructionSpy() override { ++destroyed; }
-    static void* operator new(std::size_t, void* memory) { return memory; }
-    static void operator delete(void*, void*) {}
-    static void operator delete(void*) { ++freed; }
-
-    static inline int destroyed = 0;
-    static inline int freed = 0;
-};
 
 TEST(CHeader, NamesBothDestructors)
 {
-    alignas(DestructionSpy) unsigned char memory[sizeof(DestructionSpy)];
-    c_header_destroy_engine(static_cast<IZtaAudioSamplesEngine*>(new (memory) DestructionSpy), 0);
-    EXPECT_EQ(DestructionSpy::destroyed, 1);
-    EXPECT_EQ(DestructionSpy::freed, 0);
-    c_header_destroy_engine(static_cast<IZtaAudioSamplesEngine*>(new (memory) DestructionSpy), 1);
-    EXPECT_EQ(DestructionSpy::destroyed, 2);
-    EXPECT_EQ(DestructionSpy::freed, 1);
+    ExpectDestructors<EngineSpy>(
+        [](IZtaAudioSamplesEngine* engine, bool isDeleting) { c_header_destroy_engine(engine, isDeleting ? 1 : 0); });
 }
 
 // Calls from C++ to objects in C.

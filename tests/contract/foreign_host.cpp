@@ -1,7 +1,11 @@
-// A host that uses the public headers only: it links no library of this project, uses dlopen and dlsym, and defines no
-// ZtLogger. It loads, uses and unloads the module ten times and checks each step. Exits with 0 on success; otherwise it
-// prints the first failed check to standard error and exits with 1. Its buffer shares no code with the reference host on
-// purpose: both could have the same misunderstanding of the contract.
+// A host as a stranger would write it. It loads, uses and unloads the module ten times and checks each step. It exits
+// with 0 on success; otherwise it prints the first failed check to standard error and exits with 1.
+//
+// It stays independent of the shared test harness on purpose. It includes the public headers only, links no library of
+// this project, finds the module's functions by dlopen and dlsym, defines no ZtLogger, and has its own buffer. The
+// other tests share `host/` and `testing/` with each other: an assumption of that code about the module, or of the
+// module about that code, would pass all of them. Do not replace the buffer or the checks below by shared ones. slots.c
+// is the same in C: it shares not even the headers.
 
 #include <zta/zta.h>
 

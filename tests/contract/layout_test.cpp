@@ -1,5 +1,7 @@
 // Sizes and offsets that compiled hosts rely on, as literal numbers, and the fields of the exported classes.
 
+#include "tests/contract/for_each.h"
+
 #include "component/class_factory.h"
 #include "component/exceptions.h"
 #include "component/hresult.h"
@@ -23,6 +25,20 @@
 #include <cstring>
 #include <vector>
 
+// Asserts the offset of each field in its list, or offset and size: ZTA_FIELDS_AT(Class, (0, first), (4, second)).
+#define ZTA_FIELDS_AT(Class, ...) ZTA_FOR_EACH(ZTA_FIELD_AT, Class, __VA_ARGS__) static_assert(true)
+#define ZTA_FIELD_AT(Class, field)                                                                                     \
+    static_assert(ZTA_OFFSET_OF(Class, ZTA_SECOND field) == (ZTA_FIRST field), #Class " " #field);
+#define ZTA_SIZED_FIELDS_AT(Class, ...) ZTA_FOR_EACH(ZTA_SIZED_FIELD_AT, Class, __VA_ARGS__) static_assert(true)
+#define ZTA_SIZED_FIELD_AT(Class, field)                                                                               \
+    static_assert(ZTA_OFFSET_OF(Class, ZTA_THIRD field) == (ZTA_FIRST field), #Class " " #field);                      \
+    static_assert(ZTA_SIZE_OF(Class, ZTA_THIRD field) == (ZTA_SECOND field), #Class " " #field);
+#define ZTA_FIRST(first, ...) first
+#define ZTA_SECOND(first, second, ...) second
+#define ZTA_THIRD(first, second, third) third
+#define ZTA_OFFSET_OF(Class, field) offsetof(Class, field)
+#define ZTA_SIZE_OF(Class, field) sizeof(Class::field)
+
 namespace {
 
 // The records have standard layout, so these are checks at compile time.
@@ -30,73 +46,43 @@ template <class T>
 constexpr bool kPlain = std::is_standard_layout_v<T>&& std::is_trivially_copyable_v<T>;
 
 static_assert(kPlain<_GUID> && sizeof(_GUID) == 16 && alignof(_GUID) == 4);
-static_assert(offsetof(_GUID, Data1) == 0);
-static_assert(offsetof(_GUID, Data2) == 4);
-static_assert(offsetof(_GUID, Data3) == 6);
-static_assert(offsetof(_GUID, Data4) == 8);
+ZTA_FIELDS_AT(_GUID, (0, Data1), (4, Data2), (6, Data3), (8, Data4));
 
 static_assert(kPlain<SZtaWaveFormatInfo> && sizeof(SZtaWaveFormatInfo) == 24 && alignof(SZtaWaveFormatInfo) == 4);
-static_assert(offsetof(SZtaWaveFormatInfo, ulSize) == 0);
-static_assert(offsetof(SZtaWaveFormatInfo, ulChannels) == 4);
-static_assert(offsetof(SZtaWaveFormatInfo, eDataType) == 8);
-static_assert(offsetof(SZtaWaveFormatInfo, ulSamplesPerSec) == 12);
-static_assert(offsetof(SZtaWaveFormatInfo, ulBitsPerSample) == 16);
-static_assert(offsetof(SZtaWaveFormatInfo, ulValidBitsPerSample) == 20);
+ZTA_FIELDS_AT(SZtaWaveFormatInfo, (0, ulSize), (4, ulChannels), (8, eDataType), (12, ulSamplesPerSec),
+              (16, ulBitsPerSample), (20, ulValidBitsPerSample));
 
 static_assert(kPlain<SZtAudioSamplesDescription> && sizeof(SZtAudioSamplesDescription) == 40);
 static_assert(alignof(SZtAudioSamplesDescription) == 4);
-static_assert(offsetof(SZtAudioSamplesDescription, ulSize) == 0);
-static_assert(offsetof(SZtAudioSamplesDescription, ePolarity) == 4);
-static_assert(offsetof(SZtAudioSamplesDescription, ulHostAttribute) == 8);
-static_assert(offsetof(SZtAudioSamplesDescription, bFadeIn) == 12);
-static_assert(offsetof(SZtAudioSamplesDescription, bFadeOut) == 13);
-static_assert(offsetof(SZtAudioSamplesDescription, sWaveFormat) == 16);
+ZTA_FIELDS_AT(SZtAudioSamplesDescription, (0, ulSize), (4, ePolarity), (8, ulHostAttribute), (12, bFadeIn),
+              (13, bFadeOut), (16, sWaveFormat));
 
 static_assert(kPlain<SZtCreateAudioSamplesDescription> && sizeof(SZtCreateAudioSamplesDescription) == 56);
 static_assert(alignof(SZtCreateAudioSamplesDescription) == 8);
-static_assert(offsetof(SZtCreateAudioSamplesDescription, ulSize) == 0);
-static_assert(offsetof(SZtCreateAudioSamplesDescription, ui64BufferSize) == 8);
-static_assert(offsetof(SZtCreateAudioSamplesDescription, ePolarity) == 16);
-static_assert(offsetof(SZtCreateAudioSamplesDescription, ulHostAttribute) == 20);
-static_assert(offsetof(SZtCreateAudioSamplesDescription, bFadeIn) == 24);
-static_assert(offsetof(SZtCreateAudioSamplesDescription, bFadeOut) == 25);
-static_assert(offsetof(SZtCreateAudioSamplesDescription, sWaveFormat) == 28);
+ZTA_FIELDS_AT(SZtCreateAudioSamplesDescription, (0, ulSize), (8, ui64BufferSize), (16, ePolarity),
+              (20, ulHostAttribute), (24, bFadeIn), (25, bFadeOut), (28, sWaveFormat));
 
 static_assert(kPlain<SZtAudioMonoVolumeInfo> && sizeof(SZtAudioMonoVolumeInfo) == 12);
 static_assert(alignof(SZtAudioMonoVolumeInfo) == 4);
-static_assert(offsetof(SZtAudioMonoVolumeInfo, ulChannelRef) == 0);
-static_assert(offsetof(SZtAudioMonoVolumeInfo, fStartVolume) == 4);
-static_assert(offsetof(SZtAudioMonoVolumeInfo, fEndVolume) == 8);
+ZTA_FIELDS_AT(SZtAudioMonoVolumeInfo, (0, ulChannelRef), (4, fStartVolume), (8, fEndVolume));
 
 static_assert(kPlain<SZtVersionInfo> && sizeof(SZtVersionInfo) == 181 && alignof(SZtVersionInfo) == 1);
-static_assert(offsetof(SZtVersionInfo, achRevision) == 0);
-static_assert(offsetof(SZtVersionInfo, achRelease) == 40);
-static_assert(offsetof(SZtVersionInfo, achBuild) == 168);
+ZTA_FIELDS_AT(SZtVersionInfo, (0, achRevision), (40, achRelease), (168, achBuild));
 
 static_assert(kPlain<CZtFactoryTemplate> && sizeof(CZtFactoryTemplate) == 40);
-static_assert(offsetof(CZtFactoryTemplate, m_pwszName) == 0);
-static_assert(offsetof(CZtFactoryTemplate, m_pClsid) == 8);
-static_assert(offsetof(CZtFactoryTemplate, m_pfnCreateInstance) == 16);
-static_assert(offsetof(CZtFactoryTemplate, m_pfnInitClass) == 24);
-static_assert(offsetof(CZtFactoryTemplate, m_pfnRegister) == 32);
+ZTA_FIELDS_AT(CZtFactoryTemplate, (0, m_pwszName), (8, m_pClsid), (16, m_pfnCreateInstance), (24, m_pfnInitClass),
+              (32, m_pfnRegister));
 
 static_assert(kPlain<SZtAProcessingFormatAndFunctionIndex> && sizeof(SZtAProcessingFormatAndFunctionIndex) == 12);
-static_assert(offsetof(SZtAProcessingFormatAndFunctionIndex, eInputFormat) == 0);
-static_assert(offsetof(SZtAProcessingFormatAndFunctionIndex, eOutputFormat) == 4);
-static_assert(offsetof(SZtAProcessingFormatAndFunctionIndex, iFunctionIndex) == 8);
+ZTA_FIELDS_AT(SZtAProcessingFormatAndFunctionIndex, (0, eInputFormat), (4, eOutputFormat), (8, iFunctionIndex));
 
 static_assert(kPlain<SZtAListOfProcessingFormatsAndFunctionIndex>);
 static_assert(sizeof(SZtAListOfProcessingFormatsAndFunctionIndex) == 16);
-static_assert(offsetof(SZtAListOfProcessingFormatsAndFunctionIndex, iFormatCount) == 0);
-static_assert(offsetof(SZtAListOfProcessingFormatsAndFunctionIndex, psFormats) == 8);
+ZTA_FIELDS_AT(SZtAListOfProcessingFormatsAndFunctionIndex, (0, iFormatCount), (8, psFormats));
 
 static_assert(kPlain<SZtAudioBufferInformations> && sizeof(SZtAudioBufferInformations) == 72);
-static_assert(offsetof(SZtAudioBufferInformations, pvBuffer) == 0);
-static_assert(offsetof(SZtAudioBufferInformations, ulValidFrames) == 8);
-static_assert(offsetof(SZtAudioBufferInformations, ulCapacityFrames) == 16);
-static_assert(offsetof(SZtAudioBufferInformations, iBytesPerFrame) == 24);
-static_assert(offsetof(SZtAudioBufferInformations, eFormat) == 28);
-static_assert(offsetof(SZtAudioBufferInformations, sDescription) == 32);
+ZTA_FIELDS_AT(SZtAudioBufferInformations, (0, pvBuffer), (8, ulValidFrames), (16, ulCapacityFrames),
+              (24, iBytesPerFrame), (28, eFormat), (32, sDescription));
 
 static_assert(std::is_same_v<std::underlying_type_t<EZtAudioDataType>, std::uint32_t>);
 static_assert(keZtAudioDataTypePcm == 1 && keZtAudioDataTypeFloat == 2 && keZtAudioDataTypeMultiFormat == 3 &&
@@ -124,74 +110,61 @@ static_assert(sizeof(g_achVersionInfo) == 181);
 // defines the offsets, the language does not, so the compilers warn.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
-#define ZTA_FIELD_AT(offset, Class, field) static_assert(offsetof(Class, field) == (offset))
-#define ZTA_SIZED_AT(offset, size, Class, field)                                                                       \
-    static_assert(offsetof(Class, field) == (offset) && sizeof(Class::field) == (size))
-
 /// A friend of the classes whose field order is part of the binary interface.
 struct SZtLayoutProbe {
-    ZTA_FIELD_AT(8, CZtLightUnknown, m_pOuterUnknown);
-    ZTA_SIZED_AT(16, 4, CZtLightUnknown, m_ulRefCount);
+    ZTA_FIELDS_AT(CZtLightUnknown, (8, m_pOuterUnknown));
+    ZTA_SIZED_FIELDS_AT(CZtLightUnknown, (16, 4, m_ulRefCount));
     static_assert(sizeof(CZtLightUnknown) == 24);
 
-    ZTA_FIELD_AT(8, CZtUnknown, m_pOuterUnknown);
-    ZTA_SIZED_AT(16, 4, CZtUnknown, m_ulRefCount);
-    ZTA_SIZED_AT(24, 8, CZtUnknown, m_pReserved);
+    ZTA_FIELDS_AT(CZtUnknown, (8, m_pOuterUnknown));
+    ZTA_SIZED_FIELDS_AT(CZtUnknown, (16, 4, m_ulRefCount), (24, 8, m_pReserved));
     static_assert(sizeof(CZtUnknown) == 32);
 
-    ZTA_FIELD_AT(8, CZtClassFactory, m_pTemplate);
-    ZTA_SIZED_AT(16, 8, CZtClassFactory, m_lRefCount);
+    ZTA_FIELDS_AT(CZtClassFactory, (8, m_pTemplate));
+    ZTA_SIZED_FIELDS_AT(CZtClassFactory, (16, 8, m_lRefCount));
     static_assert(sizeof(CZtClassFactory) == 24 && sizeof(CZtClassFactory::ms_i32LockedCount) == 4);
 
-    ZTA_SIZED_AT(0, 4, CZtHResult, m_hr);
-    ZTA_FIELD_AT(8, CZtHResult, m_psAllowedErrors);
+    ZTA_FIELDS_AT(CZtHResult, (8, m_psAllowedErrors));
+    ZTA_SIZED_FIELDS_AT(CZtHResult, (0, 4, m_hr));
     static_assert(sizeof(CZtHResult) == 16);
 
-    ZTA_FIELD_AT(8, TZtSmartPtr<IZtAudioSamples>, m_pInterface);
-    ZTA_FIELD_AT(8, TZtSmartPtr<IZtAVContent>, m_pInterface);
+    ZTA_FIELDS_AT(TZtSmartPtr<IZtAudioSamples>, (8, m_pInterface));
+    ZTA_FIELDS_AT(TZtSmartPtr<IZtAVContent>, (8, m_pInterface));
     static_assert(sizeof(TZtSmartPtr<IZtAudioSamples>) == 16 && sizeof(TZtSmartPtr<IZtAVContent>) == 16);
 
     static_assert(sizeof(CZtBaseException) == 8 + sizeof(std::string));
     static_assert(sizeof(CZtSmartPointerException) == sizeof(CZtBaseException));
 
-    ZTA_FIELD_AT(8, CZtIniFile, m_sFileName);
-    ZTA_FIELD_AT(40, CZtIniFile, m_aoContent);
-    ZTA_FIELD_AT(64, CZtIniFile, m_bAutoSave);
-    ZTA_FIELD_AT(65, CZtIniFile, m_bDirty);
+    ZTA_FIELDS_AT(CZtIniFile, (8, m_sFileName), (40, m_aoContent), (64, m_bAutoSave), (65, m_bDirty));
     static_assert(sizeof(CZtIniFile) == 72);
-    ZTA_FIELD_AT(0, CZtIniFile::Record, Comments);
-    ZTA_SIZED_AT(32, 4, CZtIniFile::Record, Commented);
-    ZTA_FIELD_AT(40, CZtIniFile::Record, Section);
-    ZTA_FIELD_AT(72, CZtIniFile::Record, Key);
-    ZTA_FIELD_AT(104, CZtIniFile::Record, Value);
+    ZTA_FIELDS_AT(CZtIniFile::Record, (0, Comments), (40, Section), (72, Key), (104, Value));
+    ZTA_SIZED_FIELDS_AT(CZtIniFile::Record, (32, 4, Commented));
     static_assert(sizeof(CZtIniFile::Record) == 136);
 
     // After the field of their base, the kernel classes have 12 bytes for each table entry, the list of the entries,
     // 16 bytes for each function, and then their own fields.
-    ZTA_FIELD_AT(8, CZtaAudioProcessingUtil, m_psProcessingFormats);
+    ZTA_FIELDS_AT(CZtaAudioProcessingUtil, (8, m_psProcessingFormats));
     static_assert(sizeof(CZtaAudioProcessingUtil) == 16);
 
-    ZTA_SIZED_AT(16, 36 * 28 + 16, CZtaConvertBitDepth, m_oTable);
+    ZTA_SIZED_FIELDS_AT(CZtaConvertBitDepth, (16, 36 * 28 + 16, m_oTable));
     static_assert(sizeof(CZtaConvertBitDepth) == 1040);
-    ZTA_SIZED_AT(16, 10 * 28 + 16, CZtaConvertDataType, m_oTable);
+    ZTA_SIZED_FIELDS_AT(CZtaConvertDataType, (16, 10 * 28 + 16, m_oTable));
     static_assert(sizeof(CZtaConvertDataType) == 312);
-    ZTA_SIZED_AT(16, 8, CZtaApplyFade, m_ulFadeFrames);
-    ZTA_SIZED_AT(24, 10 * 28 + 16, CZtaApplyFade, m_oFadeIn);
-    ZTA_SIZED_AT(320, 10 * 16, CZtaApplyFade, m_apfnFadeOut);
+    ZTA_SIZED_FIELDS_AT(CZtaApplyFade, (16, 8, m_ulFadeFrames), (24, 10 * 28 + 16, m_oFadeIn),
+                        (320, 10 * 16, m_apfnFadeOut));
     static_assert(sizeof(CZtaApplyFade) == 480);
-    ZTA_SIZED_AT(16, 4 * 28 + 16, CZtaConvertMonoToStereo, m_oTable);
+    ZTA_SIZED_FIELDS_AT(CZtaConvertMonoToStereo, (16, 4 * 28 + 16, m_oTable));
     static_assert(sizeof(CZtaConvertMonoToStereo) == 144);
-    ZTA_SIZED_AT(16, 4 * 28 + 16, CZtaConvertStereoToMono, m_oTable);
+    ZTA_SIZED_FIELDS_AT(CZtaConvertStereoToMono, (16, 4 * 28 + 16, m_oTable));
     static_assert(sizeof(CZtaConvertStereoToMono) == 144);
-    ZTA_SIZED_AT(16, 7 * 28 + 4 + 16, CZtaApplyVolume, m_oTable);
-    ZTA_FIELD_AT(232, CZtaApplyVolume, m_plVolumeSettings);
+    ZTA_FIELDS_AT(CZtaApplyVolume, (232, m_plVolumeSettings));
+    ZTA_SIZED_FIELDS_AT(CZtaApplyVolume, (16, 7 * 28 + 4 + 16, m_oTable));
     static_assert(sizeof(CZtaApplyVolume) == 240);
     static_assert(sizeof(CZtaApplyVolume::ms_alPosSaturation) == 16 &&
                   sizeof(CZtaApplyVolume::ms_alNegSaturation) == 16);
 
 #define ZTA_MUX_CLASS(Class)                                                                                           \
-    ZTA_SIZED_AT(16, 15 * 28 + 4 + 16, Class, m_oTable);                                                               \
-    ZTA_SIZED_AT(456, 240, Class, m_oApplyVolume);                                                                     \
+    ZTA_SIZED_FIELDS_AT(Class, (16, 15 * 28 + 4 + 16, m_oTable), (456, 240, m_oApplyVolume));                          \
     static_assert(sizeof(Class) == 696)
     ZTA_MUX_CLASS(CZtaConvertMonoToMux);
     ZTA_MUX_CLASS(CZtaConvertStereoToMux);
@@ -199,58 +172,29 @@ struct SZtLayoutProbe {
     ZTA_MUX_CLASS(CZtaConvertMuxToStereo);
 #undef ZTA_MUX_CLASS
 
-    ZTA_SIZED_AT(16, 2 * 28 + 16, CZtaResampleAudio, m_oTable);
+    ZTA_SIZED_FIELDS_AT(CZtaResampleAudio, (16, 2 * 28 + 16, m_oTable));
     static_assert(sizeof(CZtaResampleAudio) == 88);
 
-    ZTA_SIZED_AT(40, 4, CPolyphaseResampler, m_eHint);
-    ZTA_FIELD_AT(48, CPolyphaseResampler, m_pSpec);
-    ZTA_FIELD_AT(56, CPolyphaseResampler, m_ulInputRate);
-    ZTA_FIELD_AT(64, CPolyphaseResampler, m_ulOutputRate);
-    ZTA_FIELD_AT(72, CPolyphaseResampler, m_ulFilterLength);
-    ZTA_FIELD_AT(80, CPolyphaseResampler, m_ulWorkSamples);
-    ZTA_FIELD_AT(88, CPolyphaseResampler, m_ulChannels);
-    ZTA_FIELD_AT(96, CPolyphaseResampler, m_ulHistoryStride);
-    ZTA_FIELD_AT(104, CPolyphaseResampler, m_ulPrimeSamples);
-    ZTA_SIZED_AT(112, 16 * 8, CPolyphaseResampler, m_aulHistoryCount);
-    ZTA_SIZED_AT(240, 16 * 8, CPolyphaseResampler, m_adTime);
-    ZTA_FIELD_AT(368, CPolyphaseResampler, m_psWorkBuffer);
-    ZTA_FIELD_AT(376, CPolyphaseResampler, m_psHistory);
-    ZTA_FIELD_AT(384, CPolyphaseResampler, m_fRollOff);
-    ZTA_FIELD_AT(388, CPolyphaseResampler, m_fAlpha);
-    ZTA_SIZED_AT(392, 4, CPolyphaseResampler, m_lRefCount);
+    ZTA_FIELDS_AT(CPolyphaseResampler, (48, m_pSpec), (56, m_ulInputRate), (64, m_ulOutputRate), (72, m_ulFilterLength),
+                  (80, m_ulWorkSamples), (88, m_ulChannels), (96, m_ulHistoryStride), (104, m_ulPrimeSamples),
+                  (368, m_psWorkBuffer), (376, m_psHistory), (384, m_fRollOff), (388, m_fAlpha));
+    ZTA_SIZED_FIELDS_AT(CPolyphaseResampler, (40, 4, m_eHint), (112, 16 * 8, m_aulHistoryCount),
+                        (240, 16 * 8, m_adTime), (392, 4, m_lRefCount));
     static_assert(sizeof(CPolyphaseResampler) == 400);
 
     static_assert(sizeof(CZtaAudioSamplesEngineFactory) == 40);
 
-    ZTA_FIELD_AT(32, CZtaAudioSamplesEngine, m_pHostEngine);
-    ZTA_FIELD_AT(40, CZtaAudioSamplesEngine, m_pSavedInput);
-    ZTA_FIELD_AT(48, CZtaAudioSamplesEngine, m_pSavedOutput);
-    ZTA_SIZED_AT(56, 64 * 8, CZtaAudioSamplesEngine, m_apSavedBuffers);
-    ZTA_FIELD_AT(568, CZtaAudioSamplesEngine, m_ui64SavedBufferCount);
-    ZTA_SIZED_AT(576, 64 * 12, CZtaAudioSamplesEngine, m_asSavedVolumes);
-    ZTA_FIELD_AT(1344, CZtaAudioSamplesEngine, m_ui64SavedVolumeCount);
-    ZTA_FIELD_AT(1352, CZtaAudioSamplesEngine, m_ui64SavedSourceOffset);
-    ZTA_FIELD_AT(1360, CZtaAudioSamplesEngine, m_ui64SavedDestinationOffset);
-    ZTA_FIELD_AT(1368, CZtaAudioSamplesEngine, m_ui64SavedLength);
-    ZTA_FIELD_AT(1376, CZtaAudioSamplesEngine, m_pScratch0);
-    ZTA_FIELD_AT(1384, CZtaAudioSamplesEngine, m_pScratch1);
-    ZTA_FIELD_AT(1392, CZtaAudioSamplesEngine, m_pScratch2);
-    ZTA_SIZED_AT(1400, 64 * 8, CZtaAudioSamplesEngine, m_apFadeScratch);
-    ZTA_SIZED_AT(1912, 64 * 8, CZtaAudioSamplesEngine, m_apConvertScratch);
-    ZTA_FIELD_AT(2424, CZtaAudioSamplesEngine, m_pSavedResamplerState);
-    ZTA_SIZED_AT(2432, 4, CZtaAudioSamplesEngine, m_eSavedResamplerMode);
-    ZTA_FIELD_AT(2440, CZtaAudioSamplesEngine, m_oConvertBitDepth);
-    ZTA_FIELD_AT(3480, CZtaAudioSamplesEngine, m_oConvertDataType);
-    ZTA_FIELD_AT(3792, CZtaAudioSamplesEngine, m_oApplyFade);
-    ZTA_FIELD_AT(4272, CZtaAudioSamplesEngine, m_oConvertMonoToStereo);
-    ZTA_FIELD_AT(4416, CZtaAudioSamplesEngine, m_oConvertStereoToMono);
-    ZTA_FIELD_AT(4560, CZtaAudioSamplesEngine, m_oConvertMonoToMux);
-    ZTA_FIELD_AT(5256, CZtaAudioSamplesEngine, m_oConvertStereoToMux);
-    ZTA_FIELD_AT(5952, CZtaAudioSamplesEngine, m_oConvertMuxToMono);
-    ZTA_FIELD_AT(6648, CZtaAudioSamplesEngine, m_oConvertMuxToStereo);
-    ZTA_FIELD_AT(7344, CZtaAudioSamplesEngine, m_oApplyVolume);
-    ZTA_FIELD_AT(7584, CZtaAudioSamplesEngine, m_oResampleAudio);
-    ZTA_SIZED_AT(7672, 4, CZtaAudioSamplesEngine, m_ui32Busy);
+    ZTA_FIELDS_AT(CZtaAudioSamplesEngine, (32, m_pHostEngine), (40, m_pSavedInput), (48, m_pSavedOutput),
+                  (568, m_ui64SavedBufferCount), (1344, m_ui64SavedVolumeCount), (1352, m_ui64SavedSourceOffset),
+                  (1360, m_ui64SavedDestinationOffset), (1368, m_ui64SavedLength), (1376, m_pScratch0),
+                  (1384, m_pScratch1), (1392, m_pScratch2), (2424, m_pSavedResamplerState), (2440, m_oConvertBitDepth),
+                  (3480, m_oConvertDataType), (3792, m_oApplyFade), (4272, m_oConvertMonoToStereo),
+                  (4416, m_oConvertStereoToMono), (4560, m_oConvertMonoToMux), (5256, m_oConvertStereoToMux),
+                  (5952, m_oConvertMuxToMono), (6648, m_oConvertMuxToStereo), (7344, m_oApplyVolume),
+                  (7584, m_oResampleAudio));
+    ZTA_SIZED_FIELDS_AT(CZtaAudioSamplesEngine, (56, 64 * 8, m_apSavedBuffers), (576, 64 * 12, m_asSavedVolumes),
+                        (1400, 64 * 8, m_apFadeScratch), (1912, 64 * 8, m_apConvertScratch),
+                        (2432, 4, m_eSavedResamplerMode), (7672, 4, m_ui32Busy));
     static_assert(sizeof(CZtaAudioSamplesEngine) == 7680);
 
     static const std::int32_t* VolumeSettings(const CZtaApplyVolume& volume)
@@ -285,8 +229,6 @@ struct SZtLayoutProbe {
         return {list->iFormatCount, offset(list->psFormats), offset(list)};
     }
 };
-#undef ZTA_SIZED_AT
-#undef ZTA_FIELD_AT
 #pragma GCC diagnostic pop
 
 namespace {

@@ -117,7 +117,7 @@ Section FindSection(const std::string& name)
 }
 
 #ifdef ZTA_INSTRUMENTED
-#define SKIP_IF_INSTRUMENTED() GTEST_SKIP() << "instruments bring libraries and initialisers of their own"
+#define SKIP_IF_INSTRUMENTED() GTEST_SKIP() << "instrumentation adds libraries and initializers"
 #else
 #define SKIP_IF_INSTRUMENTED() static_cast<void>(0)
 #endif
@@ -160,7 +160,7 @@ TEST(ModuleFile, HasNoRelocationsForErrorTexts)
     const auto [first, last] = std::minmax_element(texts.begin(), texts.end(), std::less<>());
     Dl_info module{};
     ASSERT_NE(dladdr(*first, &module), 0);
-    const auto place = [&module](const wchar_t* text) {
+    const auto offset = [&module](const wchar_t* text) {
         return static_cast<std::size_t>(reinterpret_cast<const char*>(text) -
                                         static_cast<const char*>(module.dli_fbase));
     };
@@ -170,7 +170,7 @@ TEST(ModuleFile, HasNoRelocationsForErrorTexts)
         const auto words = Words(line);
         if (words.size() == 4 && words[2] == "R_X86_64_RELATIVE") {
             const std::size_t target = std::stoul(words[3], nullptr, 16);
-            EXPECT_FALSE(target >= place(*first) && target <= place(*last)) << line;
+            EXPECT_FALSE(target >= offset(*first) && target <= offset(*last)) << line;
             ++adjusted;
         }
     }

@@ -9,7 +9,9 @@
 
 #include <array>
 #include <cstdint>
+#include <new>
 #include <type_traits>
+#include <typeinfo>
 
 namespace zta::test {
 
@@ -53,6 +55,48 @@ inline Statuses ExpectedStatuses(int first, int last)
         statuses[static_cast<std::size_t>(slot)] = -100 - slot;
     }
     return statuses;
+}
+
+/// Checks that `call` calls each operation of an interface in its slot, beyond IUnknown those from `first` to `last`.
+template <class Spy, class Interface>
+void ExpectSlotCalls(void (*call)(void* object, long* statuses), int first, int last)
+{
+    Spy object;
+    Statuses statuses{};
+    call(static_cast<Interface*>(&object), statuses.data());
+    EXPECT_EQ(statuses, ExpectedStatuses(first, last)) << typeid(Interface).name();
+}
+
+/// Counts destructions and deallocations.
+template <class Base>
+struct Destroyed : Base {
+    template <class... Arguments>
+    explicit Destroyed(int& count, const Arguments&... arguments) : Base(arguments...), destroyed(count)
+    {
+    }
+    ~Destroyed() override { ++destroyed; }
+
+    static void* operator new(std::size_t, void* memory) { return memory; }
+    static void operator delete(void*, void*) {}
+    static void operator delete(void*) { ++freed; }
+
+    int& destroyed;
+    static inline int freed = 0;
+};
+
+/// Checks that `destroy(object, false)` destroys an object and that `destroy(object, true)` also frees its memory.
+template <class Base, class Destroy, class... Arguments>
+void ExpectDestructors(Destroy destroy, const Arguments&... arguments)
+{
+    using Object = Destroyed<Base>;
+    Object::freed = 0;
+    int destroyed = 0;
+    alignas(Object) unsigned char memory[sizeof(Object)];
+    for (const bool isDeleting : {false, true}) {
+        destroy(static_cast<Base*>(new (memory) Object(destroyed, arguments...)), isDeleting);
+        EXPECT_EQ(destroyed, isDeleting ? 2 : 1) << typeid(Base).name();
+        EXPECT_EQ(Object::freed, isDeleting ? 1 : 0) << typeid(Base).name();
+    }
 }
 
 struct ClassFactorySpy : SlotSpy<IClassFactory> {

@@ -224,47 +224,36 @@ static unsigned long buffer_release(void* object)
     return (unsigned long)--note(object, 2)->references;
 }
 
-static int buffer_mark_write_start_time(void* object)
-{
-    note(object, 3);
-    return 0;
-}
+#define COUNTED_SLOT(slot, name)                                                                                       \
+    static int buffer_##name(void* object)                                                                             \
+    {                                                                                                                  \
+        note(object, slot);                                                                                            \
+        return 0;                                                                                                      \
+    }
+#define SETTER_SLOT(slot, name, type, field)                                                                           \
+    static int buffer_##name(void* object, type value)                                                                 \
+    {                                                                                                                  \
+        note(object, slot)->field = value;                                                                             \
+        return 0;                                                                                                      \
+    }
+#define GETTER_SLOT(slot, name, type, field)                                                                           \
+    static int buffer_##name(void* object, type* value)                                                                \
+    {                                                                                                                  \
+        *value = note(object, slot)->field;                                                                            \
+        return 0;                                                                                                      \
+    }
 
-static int buffer_mark_write_stop_time(void* object)
-{
-    note(object, 4);
-    return 0;
-}
-
-static int buffer_signal_read_completion(void* object)
-{
-    note(object, 5);
-    return 0;
-}
-
-static int buffer_signal_write_completion(void* object)
-{
-    note(object, 6);
-    return 0;
-}
-
-static int buffer_set_error_code(void* object, int code)
-{
-    note(object, 7)->error_code = code;
-    return 0;
-}
-
-static int buffer_get_error_code(void* object, int* code)
-{
-    *code = note(object, 8)->error_code;
-    return 0;
-}
-
-static int buffer_set_polarity(void* object, uint32_t polarity)
-{
-    note(object, 9)->polarity = polarity;
-    return 0;
-}
+COUNTED_SLOT(3, mark_write_start_time)
+COUNTED_SLOT(4, mark_write_stop_time)
+COUNTED_SLOT(5, signal_read_completion)
+COUNTED_SLOT(6, signal_write_completion)
+SETTER_SLOT(7, set_error_code, int, error_code)
+GETTER_SLOT(8, get_error_code, int, error_code)
+SETTER_SLOT(9, set_polarity, uint32_t, polarity)
+GETTER_SLOT(13, get_buffer_capacity, unsigned long, capacity)
+SETTER_SLOT(15, set_fade_in, unsigned char, fade_in)
+SETTER_SLOT(16, set_fade_out, unsigned char, fade_out)
+SETTER_SLOT(17, set_length, unsigned long, length)
 
 static int buffer_set_wave_format(void* object, uint32_t* format)
 {
@@ -292,34 +281,10 @@ static int buffer_get_buffer_and_length(void* object, void** data, unsigned long
     return 0;
 }
 
-static int buffer_get_buffer_capacity(void* object, unsigned long* capacity)
-{
-    *capacity = note(object, 13)->capacity;
-    return 0;
-}
-
 static int buffer_get_length_in_sample_frames(void* object, unsigned long* frames)
 {
     const CBuffer* buffer = note(object, 14);
     *frames = buffer->length / ((buffer->format[4] >> 3) * buffer->format[1]);
-    return 0;
-}
-
-static int buffer_set_fade_in(void* object, unsigned char fade_in)
-{
-    note(object, 15)->fade_in = fade_in;
-    return 0;
-}
-
-static int buffer_set_fade_out(void* object, unsigned char fade_out)
-{
-    note(object, 16)->fade_out = fade_out;
-    return 0;
-}
-
-static int buffer_set_length(void* object, unsigned long length)
-{
-    note(object, 17)->length = length;
     return 0;
 }
 

@@ -34,72 +34,25 @@ using zta::test::CheckArguments;
 using zta::test::ClassFactorySpy;
 using zta::test::EngineFactorySpy;
 using zta::test::EngineSpy;
-using zta::test::ExpectedStatuses;
+using zta::test::ExpectDestructors;
+using zta::test::ExpectSlotCalls;
 using zta::test::SlotSpy;
-using zta::test::Statuses;
 
-TEST(Slots, OfUnknownAreInOrder)
+TEST(Slots, OfTheInterfacesAreInOrder)
 {
-    SlotSpy<IUnknown> object;
-    Statuses statuses{};
-    slots_call_unknown(static_cast<IUnknown*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(0, 0));
+    ExpectSlotCalls<SlotSpy<IUnknown>, IUnknown>(slots_call_unknown, 0, 0);
+    ExpectSlotCalls<ClassFactorySpy, IClassFactory>(slots_call_class_factory, 5, 6);
+    ExpectSlotCalls<EngineFactorySpy, IZtaAudioSamplesEngineFactory>(slots_call_engine_factory, 5, 5);
+    ExpectSlotCalls<EngineSpy, IZtaAudioSamplesEngine>(slots_call_engine, 5, 15);
 }
-
-TEST(Slots, OfTheClassFactoryAreInOrder)
-{
-    ClassFactorySpy object;
-    Statuses statuses{};
-    slots_call_class_factory(static_cast<IClassFactory*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(5, 6));
-}
-
-TEST(Slots, OfTheEngineFactoryAreInOrder)
-{
-    EngineFactorySpy object;
-    Statuses statuses{};
-    slots_call_engine_factory(static_cast<IZtaAudioSamplesEngineFactory*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(5, 5));
-}
-
-TEST(Slots, OfTheEngineAreInOrder)
-{
-    EngineSpy object;
-    Statuses statuses{};
-    slots_call_engine(static_cast<IZtaAudioSamplesEngine*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(5, 15));
-}
-
-/// Counts destructions and deallocations.
-template <class Base>
-struct Destroyed : Base {
-    template <class... Arguments>
-    explicit Destroyed(int& count, const Arguments&... arguments) : Base(arguments...), destroyed(count)
-    {
-    }
-    ~Destroyed() override { ++destroyed; }
-
-    static void* operator new(std::size_t, void* place) { return place; }
-    static void operator delete(void*, void*) {}
-    static void operator delete(void*) { ++freed; }
-
-    int& destroyed;
-    static inline int freed = 0;
-};
 
 template <class Base, class... Arguments>
 void ExpectDestructorSlots(int complete, int deleting, const Arguments&... arguments)
 {
-    using Object = Destroyed<Base>;
-    Object::freed = 0;
-    int destroyed = 0;
-    alignas(Object) unsigned char place[sizeof(Object)];
-    slots_destroy(static_cast<Base*>(new (place) Object(destroyed, arguments...)), complete);
-    EXPECT_EQ(destroyed, 1);
-    EXPECT_EQ(Object::freed, 0);
-    slots_destroy(static_cast<Base*>(new (place) Object(destroyed, arguments...)), deleting);
-    EXPECT_EQ(destroyed, 2);
-    EXPECT_EQ(Object::freed, 1);
+    const auto destroy = [&](Base* object, bool isDeleting) {
+        slots_destroy(object, isDeleting ? deleting : complete);
+    };
+    ExpectDestructors<Base>(destroy, arguments...);
 }
 
 TEST(Slots, ThreeAndFourAreTheDestructors)
@@ -121,10 +74,7 @@ struct NonDelegating : Base {
 template <class Base>
 void ExpectNonDelegatingSlots()
 {
-    NonDelegating<Base> object;
-    Statuses statuses{};
-    slots_call_non_delegating_unknown(static_cast<INonDelegatingUnknown*>(&object), statuses.data());
-    EXPECT_EQ(statuses, ExpectedStatuses(0, 0));
+    ExpectSlotCalls<NonDelegating<Base>, INonDelegatingUnknown>(slots_call_non_delegating_unknown, 0, 0);
     ExpectDestructorSlots<NonDelegating<Base>>(3, 4);
 }
 
@@ -140,9 +90,9 @@ void ExpectSmartPointerSlots()
     CBuffer buffer;
     c_buffer_init(&buffer, 1, 1, 16, 16, nullptr, 0, 0);
     using Pointer = TZtSmartPtr<Interface>;
-    alignas(Pointer) unsigned char place[sizeof(Pointer)];
-    auto* pointer = new (place) Pointer();
-    void* field = place + 8;
+    alignas(Pointer) unsigned char memory[sizeof(Pointer)];
+    auto* pointer = new (memory) Pointer();
+    void* field = memory + 8;
     std::vector<void*> results(10);
     slots_call_smart_pointer(pointer, &buffer, results.data());
     EXPECT_EQ(results, (std::vector<void*>{pointer, nullptr, field, &buffer, nullptr, &buffer, &buffer, &buffer,
@@ -159,14 +109,14 @@ void ExpectSmartPointersDestructorToWriteNull()
     CBuffer buffer;
     c_buffer_init(&buffer, 1, 1, 16, 16, nullptr, 0, 0);
     using Pointer = TZtSmartPtr<Interface>;
-    alignas(Pointer) unsigned char place[sizeof(Pointer)];
-    auto* pointer = new (place) Pointer();
+    alignas(Pointer) unsigned char memory[sizeof(Pointer)];
+    auto* pointer = new (memory) Pointer();
     *pointer = reinterpret_cast<Interface*>(&buffer);
-    ASSERT_EQ(slots_pointer_at(place, 8), &buffer);
+    ASSERT_EQ(slots_pointer_at(memory, 8), &buffer);
     const long references = buffer.references;
     slots_destroy(pointer, 0);
     EXPECT_EQ(buffer.references, references - 1);
-    EXPECT_EQ(slots_pointer_at(place, 8), nullptr);
+    EXPECT_EQ(slots_pointer_at(memory, 8), nullptr);
 }
 
 TEST(Slots, SmartPointersDestructorWritesNull)
@@ -181,23 +131,20 @@ TEST(Slots, OfSmartPointersAreInOrder)
     ExpectSmartPointerSlots<IZtAVContent>();
 }
 
+template <class... Classes>
+void ExpectDestructorsFirst()
+{
+    (ExpectDestructorSlots<Classes>(0, 1), ...);
+}
+
 TEST(Slots, OfClassesWithoutAnInterfaceAreTheDestructors)
 {
     ExpectDestructorSlots<CZtBaseException>(0, 1, std::string("text"));
     ExpectDestructorSlots<CZtSmartPointerException>(0, 1, std::string("text"));
     ExpectDestructorSlots<CZtIniFile>(0, 1, std::string(), false);
-    ExpectDestructorSlots<CZtaAudioProcessingUtil>(0, 1);
-    ExpectDestructorSlots<CZtaConvertBitDepth>(0, 1);
-    ExpectDestructorSlots<CZtaConvertDataType>(0, 1);
-    ExpectDestructorSlots<CZtaApplyFade>(0, 1);
-    ExpectDestructorSlots<CZtaApplyVolume>(0, 1);
-    ExpectDestructorSlots<CZtaConvertMonoToStereo>(0, 1);
-    ExpectDestructorSlots<CZtaConvertStereoToMono>(0, 1);
-    ExpectDestructorSlots<CZtaConvertMonoToMux>(0, 1);
-    ExpectDestructorSlots<CZtaConvertStereoToMux>(0, 1);
-    ExpectDestructorSlots<CZtaConvertMuxToMono>(0, 1);
-    ExpectDestructorSlots<CZtaConvertMuxToStereo>(0, 1);
-    ExpectDestructorSlots<CZtaResampleAudio>(0, 1);
+    ExpectDestructorsFirst<CZtaAudioProcessingUtil, CZtaConvertBitDepth, CZtaConvertDataType, CZtaApplyFade,
+                           CZtaApplyVolume, CZtaConvertMonoToStereo, CZtaConvertStereoToMono, CZtaConvertMonoToMux,
+                           CZtaConvertStereoToMux, CZtaConvertMuxToMono, CZtaConvertMuxToStereo, CZtaResampleAudio>();
 }
 
 TEST(Slots, ClassFactoryOfTheModuleLocksIt)
@@ -319,11 +266,8 @@ TEST_F(CHostSlots, ByteCopyMakesItsCallsInOrder)
     Source(kPcm, 16, 16, 40);
     Destination(kPcm, 16, 16, 0);
     EXPECT_EQ(c_copy(engine_, &source_, &destination_), 0);
-    EXPECT_STREQ(source_.order, "ailli"
-                                "mf");
-    EXPECT_STREQ(destination_.order, "aldl"
-                                     "nm"
-                                     "eg");
+    EXPECT_STREQ(source_.order, "aillimf");
+    EXPECT_STREQ(destination_.order, "aldlnmeg");
     EXPECT_EQ(std::memcmp(source_data_.data(), destination_data_.data(), 40), 0);
     EXPECT_EQ(destination_data_[40], 0xEE);
     EXPECT_EQ(source_.references, 1);

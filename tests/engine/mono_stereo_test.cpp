@@ -150,7 +150,7 @@ protected:
         return (status < 0 ? errors : Calls{}) + end;
     }
 
-    /// All calls of an operation whose worker makes `calls` on samples.
+    /// All calls of an operation whose worker makes these calls to process samples.
     [[nodiscard]] Calls Processed(const Calls& calls, int status = 0) const { return Start() + calls + End(status); }
 
     const bool interleaves_;

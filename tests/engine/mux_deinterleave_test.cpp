@@ -149,7 +149,7 @@ TEST_P(MuxDeinterleave, WhoseFadeFailsOnOneOutputLeavesTheLaterOnesWithoutAFade)
     ExpectSettled();
 }
 
-TEST_P(MuxDeinterleave, RejectsAFadeOfOutputsWhoseLayoutHasNone)
+TEST_P(MuxDeinterleave, RejectsAFadeOfOutputsWithoutAFadeKernel)
 {
     Build(Pcm24In24(Channels()), Four(), Pcm24In24(4), 300);
     mux_->SetFades(true, true);
@@ -220,7 +220,7 @@ TEST_P(MuxDeinterleave, OfAnOutputThatCannotBeDescribedIsAnInvalidParameter)
     ExpectRejected(ZT_E_INVALID_PARAMETER, BeforeArray() + ArrayChecks(2));
 }
 
-TEST_P(MuxDeinterleave, IntoAnOpaqueOutputIsRejectedWhateverItsChannels)
+TEST_P(MuxDeinterleave, IntoAnOpaqueOutputIsRejectedForAnyChannelCount)
 {
     for (const std::uint32_t channels : {1U, 2U}) {
         BuildFour(1);

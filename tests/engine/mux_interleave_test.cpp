@@ -136,7 +136,7 @@ TEST_P(MuxInterleave, FadesAnInputInItsSecondScratchBuffer)
     array_.back()->SetPolarity(9);
     EXPECT_EQ(Run(), 0);
 
-    const bool propagates = ChannelsPerBuffer() == 2; // the last of two stereo inputs asks for both fades
+    const bool propagates = ChannelsPerBuffer() == 2; // the last of two stereo inputs requests both fades
     const Calls staging = Copied(0, bytes) + Faded(0, bytes, 1, 0) + Copied(1, bytes) + Faded(1, bytes, 1, 1);
     const Calls others = propagates ? Calls{} : Copied(2, bytes) + Copied(3, bytes);
     const Calls inputs = QueryCalls("fade", 2) + (propagates ? Calls{} : Digest("convert2") + Digest("convert3"));
@@ -154,7 +154,7 @@ TEST_P(MuxInterleave, FadesAnInputInItsSecondScratchBuffer)
     ExpectSettled();
 }
 
-TEST_P(MuxInterleave, TakesPolarityAndFlagsFromTheLastInput)
+TEST_P(MuxInterleave, PropagatesPolarityAndFlagsOfTheLastInput)
 {
     BuildFour(300);
     array_.front()->SetPolarity(5);
@@ -220,7 +220,7 @@ TEST_P(MuxInterleave, RejectsConvertedAndFadedInputsByTheLengthOfTheirFormatIfTh
     ExpectSettled();
 }
 
-TEST_P(MuxInterleave, RejectsAFadeOfAnInputWhoseOwnLayoutHasNone)
+TEST_P(MuxInterleave, RejectsAFadeOfAnInputWithoutAFadeKernel)
 {
     for (const auto format : {&Float32, &Pcm24In24}) {
         Build(format(Channels(), host::kDefaultRate), Four(), Pcm24In32(4), 300);

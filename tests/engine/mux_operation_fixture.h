@@ -76,7 +76,7 @@ protected:
     [[nodiscard]] std::string OutputName() const { return Interleaves() ? "mux" : "b0"; }
     [[nodiscard]] std::string LastOutputName() const { return Interleaves() ? "mux" : Name("b", Four() - 1); }
 
-    /// Makes new outputs the arguments of the operation and returns the outputs until then.
+    /// Replaces the outputs in the arguments of the operation and returns the previous ones.
     std::vector<host::Ref<RecordingBuffer>> ReplaceOutputs(std::size_t frames)
     {
         std::vector<host::Ref<RecordingBuffer>> previous;

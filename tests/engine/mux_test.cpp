@@ -314,11 +314,11 @@ TEST_P(Mux, CanBeStartedFromInsideTheSignalsOfAnother)
 TEST_P(Mux, HoldsTheBuffersWhileItWorksAndTheMuxUntilItHasEnded)
 {
     BuildFour(1);
-    bool seen = false;
+    bool reached = false;
     bool held = true;
     callLog_.hook = [&](const std::string& entry) {
         if (entry == CallDuringWork()) {
-            seen = true;
+            reached = true;
             EXPECT_GE(array_[0]->References(), Interleaves() ? 2 : 3) << "the saved one, an output's entry point's";
             EXPECT_GE(mux_->References(), 4) << "the entry point's, the saved one and the worker's";
             EXPECT_TRUE(SZtLayoutProbe::HoldsOperands(Object()));
@@ -330,7 +330,7 @@ TEST_P(Mux, HoldsTheBuffersWhileItWorksAndTheMuxUntilItHasEnded)
         }
     };
     EXPECT_EQ(Run(), 0);
-    EXPECT_TRUE(seen);
+    EXPECT_TRUE(reached);
     EXPECT_FALSE(held) << "the busy flag is clear and the operands are released before the first signal";
 }
 

@@ -99,7 +99,7 @@ protected:
                Calls{"input.SignalReadCompletion", "output.MarkWriteStopTime", "output.SignalWriteCompletion"};
     }
 
-    /// All calls of an operation whose worker makes `calls` on samples.
+    /// All calls of an operation whose worker makes these calls to process samples.
     static Calls Processed(const Calls& calls, int status = 0) { return Start() + calls + End(status); }
 
     /// The failure ending of the entry point, without and with a signal to the input.

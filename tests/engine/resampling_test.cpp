@@ -106,7 +106,7 @@ private:
 
 // ---- Creation ----
 
-TEST_F(Resampling, StreamsComeWithTheirFieldsAndLeaveWithTheirReference)
+TEST_F(Resampling, StreamsBeginWithTheirFieldsAndEndWithTheirReference)
 {
     const int objectsBefore = g_i32Objects;
     for (const Rates& rates : kRates) {
@@ -168,7 +168,7 @@ TEST_F(Resampling, CreationChecksChannelsThenWidthThenTypeThenRates)
     EXPECT_EQ(create(Pcm16(1, 32000), Pcm16(1, 48000)), ZT_E_INVALID_AUDIO_SAMPLING_RATE);
 }
 
-TEST_F(Resampling, CreationDoesNotLookAtTheValidBits)
+TEST_F(Resampling, CreationIgnoresTheValidBits)
 {
     SZtaWaveFormatInfo in = host::MakeFormat(1, keZtAudioDataTypePcm, 44100, 16, 12);
     SZtaWaveFormatInfo out = Pcm16(1, 48000);
@@ -210,11 +210,11 @@ TEST_F(Resampling, OfMonoWorksOnTheCallersBuffers)
     EXPECT_EQ(output_->Polarity(), 0U);
     EXPECT_FALSE(output_->Description().bFadeIn);
     ExpectSignaledOnce();
-    EXPECT_EQ(State(stream).m_lRefCount, 1) << "the engine takes no reference on the stream";
+    EXPECT_EQ(State(stream).m_lRefCount, 1) << "the engine acquires no reference of the stream";
     ExpectBothAtRest();
 }
 
-TEST_F(Resampling, OfStereoGoesThroughTheThreeStages)
+TEST_F(Resampling, OfStereoUsesTheThreeScratchBuffers)
 {
     auto stream = Stream(2, kRates[1]);
     Build(2, kRates[1], 1024, 1024);
@@ -518,9 +518,9 @@ protected:
 
     host::Ref<IUnknown> Make(const Rates& rates = kUp, unsigned long channels = 1)
     {
-        IUnknown* made = nullptr;
-        EXPECT_EQ(Create(rates.from, rates.to, channels, &made), 0);
-        return host::Ref<IUnknown>::Adopt(made);
+        IUnknown* created = nullptr;
+        EXPECT_EQ(Create(rates.from, rates.to, channels, &created), 0);
+        return host::Ref<IUnknown>::Adopt(created);
     }
 
     /// Calls the kernel; addresses may be odd. `written` is the capacity, then the number of outputs.
@@ -770,20 +770,20 @@ TEST_F(ResamplerKernel, HasThePackedBankBehindItsFilterInTheSameAllocation)
     ippInit();
 }
 
-TEST_F(ResamplerKernel, GivesTheSameSamplesWithoutAPackedBank)
+TEST_F(ResamplerKernel, ReturnsTheSameSamplesWithoutAPackedBank)
 {
     for (const Rates& rates : kRates) {
         const auto packed = Make(rates);
-        const auto plain = Make(rates);
+        const auto unpacked = Make(rates);
         SZtaPackedFilterBank empty{};
-        SetPackedFilterBank(*State(plain).m_pSpec, &empty);
+        SetPackedFilterBank(*State(unpacked).m_pSpec, &empty);
         const auto missing = Make(rates);
         State(missing).m_pSpec->ulPackedBankKey = 0;
         EZtAudioResamplerMode mode = kRestart;
         for (const std::size_t frames : {480U, 9U, 20000U, 441U}) {
             const Samples16 in = Noise(frames, 18);
             const Samples16 expected = Run(packed, in, mode);
-            EXPECT_EQ(Run(plain, in, mode), expected) << frames;
+            EXPECT_EQ(Run(unpacked, in, mode), expected) << frames;
             EXPECT_EQ(Run(missing, in, mode), expected) << frames;
             mode = kContinue;
         }
@@ -877,9 +877,9 @@ TEST_F(ResamplerKernel, CreationFailsForRatesWithoutAFilter)
 TEST_F(ResamplerKernel, CreationUsesTheLower32BitsOfRatesForTheFilter)
 {
     constexpr unsigned long kHighBit = 1UL << 32;
-    IUnknown* made = nullptr;
-    ASSERT_EQ(Create(kHighBit + 44100, kHighBit + 48000, 1, &made), 0);
-    const auto stream = host::Ref<IUnknown>::Adopt(made);
+    IUnknown* created = nullptr;
+    ASSERT_EQ(Create(kHighBit + 44100, kHighBit + 48000, 1, &created), 0);
+    const auto stream = host::Ref<IUnknown>::Adopt(created);
     EXPECT_EQ(State(stream).m_ulInputRate, kHighBit + 44100);
     EXPECT_EQ(State(stream).m_ulOutputRate, kHighBit + 48000);
     EXPECT_EQ(State(stream).m_pSpec->inRate, 147);
@@ -891,28 +891,28 @@ TEST_F(ResamplerKernel, CreationUsesTheChannelsOfTheOutput)
     SZtaWaveFormatInfo in = Pcm16(2, 44100);
     for (const std::uint32_t channels : {0U, 1U, 16U, 17U, 1000U}) {
         SZtaWaveFormatInfo out = Pcm16(channels, 48000);
-        IUnknown* made = nullptr;
-        ASSERT_EQ(kernel_.CreateAudioResampler(&in, &out, &made), 0);
-        const auto stream = host::Ref<IUnknown>::Adopt(made);
+        IUnknown* created = nullptr;
+        ASSERT_EQ(kernel_.CreateAudioResampler(&in, &out, &created), 0);
+        const auto stream = host::Ref<IUnknown>::Adopt(created);
         EXPECT_EQ(State(stream).m_ulChannels, channels);
         const std::int16_t* const history = State(stream).m_psHistory;
         EXPECT_TRUE(std::all_of(history, history + 48 * channels, [](std::int16_t sample) { return sample == 0; }));
     }
     // Sign-extended from 32 bits: no memory for that many.
     SZtaWaveFormatInfo out = Pcm16(0xFFFFFFFF, 48000);
-    IUnknown* made = nullptr;
-    EXPECT_EQ(kernel_.CreateAudioResampler(&in, &out, &made), ZT_E_INCONSISTENCY_DETECTED);
+    IUnknown* created = nullptr;
+    EXPECT_EQ(kernel_.CreateAudioResampler(&in, &out, &created), ZT_E_INCONSISTENCY_DETECTED);
 }
 
 TEST_F(ResamplerKernel, ReleaseCountsDownAndDeletesAtZero)
 {
     const int objects = g_i32Objects;
-    IUnknown* made = nullptr;
-    ASSERT_EQ(Create(44100, 48000, 1, &made), 0);
-    EXPECT_EQ(made->AddRef(), 2U);
-    EXPECT_EQ(made->Release(), 1U);
+    IUnknown* created = nullptr;
+    ASSERT_EQ(Create(44100, 48000, 1, &created), 0);
+    EXPECT_EQ(created->AddRef(), 2U);
+    EXPECT_EQ(created->Release(), 1U);
     EXPECT_EQ(g_i32Objects, objects + 1);
-    EXPECT_EQ(made->Release(), 0U);
+    EXPECT_EQ(created->Release(), 0U);
     EXPECT_EQ(g_i32Objects, objects);
     CPolyphaseResampler bare;
     EXPECT_EQ(bare.Release(), ~0UL) << "sign-extended from 32 bits";

@@ -450,10 +450,10 @@ TEST_F(UnusualHost, ReceivesTheExceptionOfAWorkerWithAMissingOperand)
                 saved[i] = i == missing ? nullptr : buffers[i].Get();
             }
             EXPECT_EQ(test.save(saved), ZT_E_INVALID_PARAMETER);
-            IZtAudioSamples* taken[3] = {};
-            EXPECT_EQ(test.get(taken), 0);
+            IZtAudioSamples* loaded[3] = {};
+            EXPECT_EQ(test.get(loaded), 0);
             for (std::size_t i = 0; i < test.operands; ++i) {
-                EXPECT_EQ(taken[i], saved[i]);
+                EXPECT_EQ(loaded[i], saved[i]);
                 EXPECT_EQ(buffers[i]->References(), i == missing ? 1 : 2) << i;
             }
             EXPECT_EQ(ExceptionText([&] { (engine.*test.worker)(); }), kEmptyPointerText);
@@ -478,58 +478,49 @@ TEST_F(UnusualHost, ReceivesTheInputsSignalFromAVolumeWorkerWithoutAnOutput)
     ExpectAtRest({input.Get()});
 }
 
-TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithTooManyBuffers)
+struct MuxWorker {
+    Worker worker;
+    bool interleaves;
+};
+
+constexpr MuxWorker kMuxWorkers[] = {{&CZtaAudioSamplesEngine::ProcessMonoToMux, true},
+                                     {&CZtaAudioSamplesEngine::ProcessStereoToMux, true},
+                                     {&CZtaAudioSamplesEngine::ProcessMuxToMono, false},
+                                     {&CZtaAudioSamplesEngine::ProcessMuxToStereo, false}};
+
+TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithoutAllItsBuffers)
 {
-    for (const auto& [worker, interleaves] : {std::pair<Worker, bool>{&CZtaAudioSamplesEngine::ProcessMonoToMux, true},
-                                              {&CZtaAudioSamplesEngine::ProcessStereoToMux, true},
-                                              {&CZtaAudioSamplesEngine::ProcessMuxToMono, false},
-                                              {&CZtaAudioSamplesEngine::ProcessMuxToStereo, false}}) {
-        for (const unsigned long count : {65UL, 100UL}) {
+    struct Case {
+        unsigned long count;
+        bool misses; ///< the second buffer
+        int status;
+        int planeSignals;
+    };
+    for (const MuxWorker& test : kMuxWorkers) {
+        for (const Case& buffers :
+             {Case{65, false, ZT_E_ARRAY_TOO_SMALL, 64}, Case{100, false, ZT_E_ARRAY_TOO_SMALL, 64},
+              Case{4, true, ZT_E_INVALID_POINTER, 3}, Case{0, false, ZT_E_INVALID_PARAMETER, 0}}) {
+            SCOPED_TRACE(buffers.count);
             auto plane = Make("plane", Pcm16(1), 10);
             auto mux = Make("mux", Pcm16(4), 10);
-            std::vector<IZtAudioSamples*> planes(count, plane.Get());
+            IZtAudioSamples* const input = test.interleaves ? nullptr : mux.Get();
+            IZtAudioSamples* const output = test.interleaves ? mux.Get() : nullptr;
+            std::vector<IZtAudioSamples*> planes(buffers.count, plane.Get());
             callLog_.Clear();
-            ASSERT_EQ(Object().SaveInfoMux(interleaves ? nullptr : mux.Get(), interleaves ? mux.Get() : nullptr,
-                                           planes.data(), count, nullptr, 0),
-                      0);
-            EXPECT_EQ((Object().*worker)(), ZT_E_ARRAY_TOO_SMALL);
-            EXPECT_EQ(callLog_.Count("plane.SignalReadCompletion"), interleaves ? 64 : 0);
-            EXPECT_EQ(callLog_.Count("plane.SignalWriteCompletion"), interleaves ? 0 : 64);
-            EXPECT_EQ(callLog_.Count("mux.SignalReadCompletion"), interleaves ? 0 : 1);
-            EXPECT_EQ(callLog_.Count("mux.SignalWriteCompletion"), interleaves ? 1 : 0);
+            ASSERT_EQ(Object().SaveInfoMux(input, output, planes.data(), buffers.count, nullptr, 0), 0);
+            if (buffers.misses) {
+                planes[1] = nullptr;
+                ASSERT_EQ(Object().SaveInfoMux(input, output, planes.data(), buffers.count, nullptr, 0),
+                          ZT_E_INVALID_PARAMETER);
+            }
+            EXPECT_EQ((Object().*test.worker)(), buffers.status);
+            EXPECT_EQ(callLog_.Count("plane.SignalReadCompletion"), test.interleaves ? buffers.planeSignals : 0);
+            EXPECT_EQ(callLog_.Count("plane.SignalWriteCompletion"), test.interleaves ? 0 : buffers.planeSignals);
+            EXPECT_EQ(callLog_.Count("mux.SignalReadCompletion"), test.interleaves ? 0 : 1);
+            EXPECT_EQ(callLog_.Count("mux.SignalWriteCompletion"), test.interleaves ? 1 : 0);
             ExpectAtRest({plane.Get(), mux.Get()});
         }
     }
-}
-
-TEST_F(UnusualHost, ReceivesAnErrorFromAMuxWorkerWithoutBuffers)
-{
-    auto mux = Make("mux", Pcm16(4), 10);
-    for (const Worker worker :
-         {&CZtaAudioSamplesEngine::ProcessMonoToMux, &CZtaAudioSamplesEngine::ProcessStereoToMux,
-          &CZtaAudioSamplesEngine::ProcessMuxToMono, &CZtaAudioSamplesEngine::ProcessMuxToStereo}) {
-        ASSERT_EQ(Object().SaveInfoMux(mux.Get(), mux.Get(), nullptr, 0, nullptr, 0), 0);
-        EXPECT_EQ((Object().*worker)(), ZT_E_INVALID_PARAMETER);
-        ExpectAtRest({mux.Get()});
-    }
-    EXPECT_EQ(callLog_.Count("mux.SignalWriteCompletion"), 2);
-    EXPECT_EQ(callLog_.Count("mux.SignalReadCompletion"), 2);
-}
-
-TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithAMissingBuffer)
-{
-    auto mux = Make("mux", Pcm16(4), 10);
-    auto plane = Make("plane", Pcm16(1), 10);
-    for (const Worker worker : {&CZtaAudioSamplesEngine::ProcessMonoToMux, &CZtaAudioSamplesEngine::ProcessMuxToMono}) {
-        IZtAudioSamples* planes[] = {plane.Get(), plane.Get(), plane.Get(), plane.Get()};
-        ASSERT_EQ(Object().SaveInfoMux(mux.Get(), mux.Get(), planes, 4, nullptr, 0), 0);
-        planes[1] = nullptr;
-        ASSERT_EQ(Object().SaveInfoMux(mux.Get(), mux.Get(), planes, 4, nullptr, 0), ZT_E_INVALID_PARAMETER);
-        EXPECT_EQ((Object().*worker)(), ZT_E_INVALID_POINTER);
-        ExpectAtRest({mux.Get(), plane.Get()});
-    }
-    EXPECT_EQ(callLog_.Count("plane.SignalReadCompletion"), 3);
-    EXPECT_EQ(callLog_.Count("plane.SignalWriteCompletion"), 3);
 }
 
 TEST_F(UnusualHost, ReceivesNoMoreThan64BuffersAndVolumesFromGetInfo)
@@ -540,23 +531,23 @@ TEST_F(UnusualHost, ReceivesNoMoreThan64BuffersAndVolumesFromGetInfo)
     ASSERT_EQ(Object().SaveInfoMux(nullptr, plane.Get(), planes.data(), 200, volumes.data(), 200), 0);
 
     const SZtAudioMonoVolumeInfo untouched = {99, 9.0F, 9.0F};
-    std::vector<IZtAudioSamples*> takenPlanes(200);
+    std::vector<IZtAudioSamples*> loadedPlanes(200);
     IZtAudioSamples* input = nullptr;
     IZtAudioSamples* output = nullptr;
     unsigned long count = 200;
     for (const bool mux : {true, false}) {
-        std::vector<SZtAudioMonoVolumeInfo> taken(200, untouched);
+        std::vector<SZtAudioMonoVolumeInfo> loaded(200, untouched);
         unsigned long volumeCount = 200;
-        EXPECT_EQ(mux ? Object().GetInfoMux(&input, &output, takenPlanes.data(), &count, taken.data(), &volumeCount)
-                      : Object().GetInfoApplyVolume(&input, &output, taken.data(), &volumeCount),
+        EXPECT_EQ(mux ? Object().GetInfoMux(&input, &output, loadedPlanes.data(), &count, loaded.data(), &volumeCount)
+                      : Object().GetInfoApplyVolume(&input, &output, loaded.data(), &volumeCount),
                   0);
         EXPECT_EQ(volumeCount, 200U) << "the count that was saved";
-        EXPECT_EQ(taken[63].ulChannelRef, 7U);
-        EXPECT_EQ(taken[64].ulChannelRef, 99U);
+        EXPECT_EQ(loaded[63].ulChannelRef, 7U);
+        EXPECT_EQ(loaded[64].ulChannelRef, 99U);
     }
     EXPECT_EQ(count, 200U);
-    EXPECT_EQ(takenPlanes[63], plane.Get());
-    EXPECT_EQ(takenPlanes[64], nullptr);
+    EXPECT_EQ(loadedPlanes[63], plane.Get());
+    EXPECT_EQ(loadedPlanes[64], nullptr);
     Object().ReleaseAllSavedInfo();
     ExpectAtRest({plane.Get()});
 }

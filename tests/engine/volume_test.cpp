@@ -91,7 +91,7 @@ TEST_F(Volume, FadesTheScaledSamplesAndClearsTheFlags)
     EXPECT_FALSE(output_->Description().bFadeIn);
 }
 
-TEST_F(Volume, LeavesTheInputsFlagsOnTheOutputWhereTheVolumeStepFails)
+TEST_F(Volume, KeepsTheInputsFlagsOnTheOutputIfTheVolumeKernelFails)
 {
     Build(Pcm24In32(1), Pcm24In32(1), 300);
     input_->SetFades(true, true);
@@ -129,7 +129,7 @@ TEST_F(Volume, KeepsTheCallersRecords)
     output_->AnnounceWrite();
     SZtAudioMonoVolumeInfo volume = {7, 8.0F, 8.0F};
     EXPECT_EQ(engine_->ApplyVolume(input_.Get(), output_.Get(), &volume, 1), 0);
-    EXPECT_EQ(volume.fStartVolume, 8.0F) << "the kernel's replacement is made in the engine's copy";
+    EXPECT_EQ(volume.fStartVolume, 8.0F) << "the kernel replaces the gain in the copy of the engine only";
     EXPECT_EQ(volume.fEndVolume, 8.0F);
 }
 
@@ -253,22 +253,22 @@ TEST_F(Volume, SavesUpTo64Volumes)
 {
     auto buffer = Make("buffer", Pcm24In32(1), 4);
     Volumes volumes(65, {3, 0.25F, 0.75F});
-    Volumes taken(64, {9, 0, 0});
+    Volumes loaded(64, {9, 0, 0});
     IZtAudioSamples* input = nullptr;
     IZtAudioSamples* output = nullptr;
 
     ASSERT_EQ(Object().SaveInfoApplyVolume(buffer.Get(), buffer.Get(), volumes.data(), 2), 0);
     EXPECT_EQ(buffer->References(), 3);
     unsigned long capacity = 1;
-    EXPECT_EQ(Object().GetInfoApplyVolume(&input, &output, taken.data(), &capacity), ZT_E_ARRAY_TOO_SMALL);
+    EXPECT_EQ(Object().GetInfoApplyVolume(&input, &output, loaded.data(), &capacity), ZT_E_ARRAY_TOO_SMALL);
     EXPECT_EQ(input, buffer.Get()) << "the buffers are written nevertheless";
-    EXPECT_EQ(taken[0].ulChannelRef, 9U);
+    EXPECT_EQ(loaded[0].ulChannelRef, 9U);
     capacity = 64;
-    EXPECT_EQ(Object().GetInfoApplyVolume(&input, &output, taken.data(), &capacity), 0);
+    EXPECT_EQ(Object().GetInfoApplyVolume(&input, &output, loaded.data(), &capacity), 0);
     EXPECT_EQ(capacity, 2U);
-    EXPECT_EQ(taken[1].ulChannelRef, 3U);
-    EXPECT_EQ(taken[1].fEndVolume, 0.75F);
-    EXPECT_EQ(taken[2].ulChannelRef, 9U);
+    EXPECT_EQ(loaded[1].ulChannelRef, 3U);
+    EXPECT_EQ(loaded[1].fEndVolume, 0.75F);
+    EXPECT_EQ(loaded[2].ulChannelRef, 9U);
 
     EXPECT_EQ(Object().SaveInfoApplyVolume(buffer.Get(), buffer.Get(), volumes.data(), 65),
               ZT_E_PARAMETER_ARRAY_TOO_BIG);

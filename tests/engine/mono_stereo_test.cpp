@@ -71,6 +71,9 @@ protected:
         ExpectRun(left_.Get(), right_.Get(), stereo_.Get(), status, calls);
     }
 
+    /// Runs a call whose worker makes these calls to process samples.
+    void ExpectProcessed(const Calls& calls, int status = 0) { ExpectRun(status, Start() + calls + End(status)); }
+
     // ---- Lists of calls of the entry point ----
 
     [[nodiscard]] Calls Checks() const
@@ -149,9 +152,6 @@ protected:
                                                "right.SignalWriteCompletion", "left.SignalWriteCompletion"};
         return (status < 0 ? errors : Calls{}) + end;
     }
-
-    /// All calls of an operation whose worker makes these calls to process samples.
-    [[nodiscard]] Calls Processed(const Calls& calls, int status = 0) const { return Start() + calls + End(status); }
 
     const bool interleaves_;
     host::Ref<RecordingBuffer> left_;
@@ -249,13 +249,10 @@ TEST_F(MonoToStereo, OfSupportedFormatsUsesNoScratchBuffer)
     Fill<std::int16_t>(*left_, {1, 2, 3});
     Fill<std::int16_t>(*right_, {-1, -2, -3});
 
-    EXPECT_EQ(Run(), 0);
-
-    EXPECT_EQ(callLog_.Calls(), Processed(Interleave("left", "right", "stereo", 12) + Flags("stereo", 0, 0)));
+    ExpectProcessed(Interleave("left", "right", "stereo", 12) + Flags("stereo", 0, 0));
     EXPECT_EQ(Samples<std::int16_t>(*stereo_, 6), (std::vector<std::int16_t>{1, -1, 2, -2, 3, -3}));
     EXPECT_EQ(stereo_->Length(), 12U);
     EXPECT_EQ(left_->ReadCount() + right_->ReadCount() + stereo_->WriteCount(), 0);
-    ExpectAllAtRest();
 }
 
 TEST_F(MonoToStereo, StagesEachInputThatDiffersFromTheOneSuggestion)
@@ -264,15 +261,13 @@ TEST_F(MonoToStereo, StagesEachInputThatDiffersFromTheOneSuggestion)
     Build(Pcm16(1), Pcm24In32(1), Pcm24In32(2), 2);
     Fill<std::int16_t>(*left_, {1, 2});
     Fill<std::int32_t>(*right_, {0x300, 0x400});
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Processed(SetFormat(0) + Convert("left", "scratch0", 8) +
-                                          Interleave("scratch0", "right", "stereo", 16) + Flags("stereo", 0, 0)));
+    ExpectProcessed(SetFormat(0) + Convert("left", "scratch0", 8) + Interleave("scratch0", "right", "stereo", 16) +
+                    Flags("stereo", 0, 0));
     EXPECT_EQ(Samples<std::int32_t>(*stereo_, 4), (std::vector<std::int32_t>{0x10000, 0x300, 0x20000, 0x400}));
 
     Build(Pcm24In32(1), Pcm16(1), Pcm24In32(2), 2);
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Processed(SetFormat(1) + Convert("right", "scratch1", 8) +
-                                          Interleave("left", "scratch1", "stereo", 16) + Flags("stereo", 0, 0)));
+    ExpectProcessed(SetFormat(1) + Convert("right", "scratch1", 8) + Interleave("left", "scratch1", "stereo", 16) +
+                    Flags("stereo", 0, 0));
     ExpectAllAtRest();
 }
 
@@ -282,9 +277,8 @@ TEST_F(MonoToStereo, StagesAnOutputThatNoKernelSupports)
     Build(Pcm24In32(1), Float32(2), 1);
     Fill<std::int32_t>(*left_, {0x7FFFFF00});
     Fill<std::int32_t>(*right_, {-0x7FFFFF00});
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Processed(SetFormat(2) + Interleave("left", "right", "scratch2", 8) +
-                                          Convert("scratch2", "stereo", 8) + Flags("stereo", 0, 0)));
+    ExpectProcessed(SetFormat(2) + Interleave("left", "right", "scratch2", 8) + Convert("scratch2", "stereo", 8) +
+                    Flags("stereo", 0, 0));
     EXPECT_EQ(Samples<float>(*stereo_, 2), (std::vector<float>{1.0F, -1.0F}));
 }
 
@@ -292,10 +286,7 @@ TEST_F(MonoToStereo, OfFloatsIntoFloatsStagesAllThree)
 {
     // No table entry has floats: the last entry, packed 24 bits, is suggested, and floats cannot be converted to it.
     Build(Float32(1), Float32(2), 1);
-    EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(callLog_.Calls(),
-              Processed(SetFormat(0) + Digest("left") + Digest("scratch0"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
-    ExpectAllAtRest();
+    ExpectProcessed(SetFormat(0) + Digest("left") + Digest("scratch0"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
 TEST_F(MonoToStereo, AtOtherRatesInterleavesWithoutAScratchBuffer)
@@ -313,9 +304,8 @@ TEST_F(MonoToStereo, AppliesTheFadesThatBothInputsRequest)
     left_->SetFades(false, true);
     right_->SetFades(false, true);
     stereo_->SetFades(true, true);
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Processed(Interleave("left", "right", "stereo", 1200) + Flags("stereo", 0, 1) +
-                                          Digest("stereo") + Flags("stereo", 0, 0)));
+    ExpectProcessed(Interleave("left", "right", "stereo", 1200) + Flags("stereo", 0, 1) + Digest("stereo") +
+                    Flags("stereo", 0, 0));
     const auto samples = Samples<std::int16_t>(*stereo_, 600);
     EXPECT_EQ(samples[198], 1000);
     EXPECT_EQ(samples[598], 1000 * 327 >> 15);
@@ -329,8 +319,7 @@ TEST_F(MonoToStereo, KeepsTheFlagsIfThoseOfTheInputsDiffer)
         Build(Pcm16(1), Pcm16(2), 300);
         (fadeIn ? left_ : right_)->SetFades(fadeIn, !fadeIn);
         stereo_->SetFades(true, false);
-        EXPECT_EQ(Run(), 0);
-        EXPECT_EQ(callLog_.Calls(), Processed(Interleave("left", "right", "stereo", 1200)));
+        ExpectProcessed(Interleave("left", "right", "stereo", 1200));
         EXPECT_TRUE(stereo_->Description().bFadeIn);
         EXPECT_FALSE(stereo_->Description().bFadeOut);
     }
@@ -341,10 +330,9 @@ TEST_F(MonoToStereo, RejectsAFadeOfAnOutputWithoutAFadeKernelAndClearsItsFlags)
     Build(Pcm24In24(1), Pcm24In24(2), 300);
     left_->SetFades(true, false);
     right_->SetFades(true, false);
-    EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(callLog_.Calls(), Processed(Interleave("left", "right", "stereo", 1800) + Flags("stereo", 1, 0) +
-                                              Digest("stereo") + Flags("stereo", 0, 0),
-                                          ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
+    ExpectProcessed(Interleave("left", "right", "stereo", 1800) + Flags("stereo", 1, 0) + Digest("stereo") +
+                        Flags("stereo", 0, 0),
+                    ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
 TEST_F(MonoToStereo, ChecksInOrderAndSignalsTheBuffersThatItHasQueried)
@@ -406,9 +394,7 @@ TEST_F(StereoToMono, OfSupportedFormatsUsesNoScratchBufferAndMarksUnevenly)
     Build(Pcm16(1), Pcm16(2), 3);
     Fill<std::int16_t>(*stereo_, {1, -1, 2, -2, 3, -3});
 
-    EXPECT_EQ(Run(), 0);
-
-    EXPECT_EQ(callLog_.Calls(), Processed(Deinterleave("stereo", "left", "right", 6)));
+    ExpectProcessed(Deinterleave("stereo", "left", "right", 6));
     EXPECT_EQ(Samples<std::int16_t>(*left_, 3), (std::vector<std::int16_t>{1, 2, 3}));
     EXPECT_EQ(Samples<std::int16_t>(*right_, 3), (std::vector<std::int16_t>{-1, -2, -3}));
     EXPECT_EQ(left_->WriteStartMarks(), 1);
@@ -416,16 +402,13 @@ TEST_F(StereoToMono, OfSupportedFormatsUsesNoScratchBufferAndMarksUnevenly)
     EXPECT_EQ(right_->WriteStartMarks(), 2) << "the right output is marked twice";
     EXPECT_EQ(right_->WriteStopMarks(), 1);
     EXPECT_EQ(stereo_->ReadCount() + left_->WriteCount() + right_->WriteCount(), 0);
-    ExpectAllAtRest();
 }
 
 TEST_F(StereoToMono, StagesTheInput)
 {
     Build(Pcm24In32(1), Pcm16(2), 1);
     Fill<std::int16_t>(*stereo_, {5, 6});
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Processed(SetFormat(0) + Convert("stereo", "scratch0", 8) +
-                                          Deinterleave("scratch0", "left", "right", 4)));
+    ExpectProcessed(SetFormat(0) + Convert("stereo", "scratch0", 8) + Deinterleave("scratch0", "left", "right", 4));
     EXPECT_EQ(Samples<std::int32_t>(*left_, 1), std::vector<std::int32_t>{5 << 16});
     EXPECT_EQ(Samples<std::int32_t>(*right_, 1), std::vector<std::int32_t>{6 << 16});
 }
@@ -434,17 +417,13 @@ TEST_F(StereoToMono, StagesEachOutputThatNeedsIt)
 {
     Build(Float32(1), Pcm24In32(2), 1);
     Fill<std::int32_t>(*stereo_, {0x7FFFFF00, 0x40000000});
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(),
-              Processed(SetFormat(1) + SetFormat(2) + Deinterleave("stereo", "scratch1", "scratch2", 4) +
-                        Convert("scratch1", "left", 4) + Convert("scratch2", "right", 4)));
+    ExpectProcessed(SetFormat(1) + SetFormat(2) + Deinterleave("stereo", "scratch1", "scratch2", 4) +
+                    Convert("scratch1", "left", 4) + Convert("scratch2", "right", 4));
     EXPECT_EQ(Samples<float>(*left_, 1), std::vector<float>{1.0F});
 
     Build(Pcm24In32(1), Pcm16(1), Pcm24In32(2), 1);
     Fill<std::int32_t>(*stereo_, {0x7FFFFF00, 0x40000000});
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Processed(SetFormat(2) + Deinterleave("stereo", "left", "scratch2", 4) +
-                                          Convert("scratch2", "right", 2)));
+    ExpectProcessed(SetFormat(2) + Deinterleave("stereo", "left", "scratch2", 4) + Convert("scratch2", "right", 2));
     EXPECT_EQ(Samples<std::int16_t>(*right_, 1), std::vector<std::int16_t>{0x4000});
 }
 
@@ -476,11 +455,9 @@ TEST_F(StereoToMono, SetsTheScratchFormatsOfTheOutputsEvenIfTheInputCannotBeStag
     // bits.
     Build(Float32(1), Float32(2), 1);
     LogRecorder::Clear();
-    EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    ExpectProcessed(SetFormat(0) + Digest("stereo") + Digest("scratch0") + SetFormat(1) + SetFormat(2),
+                    ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(LogRecorder::Count(), 1U);
-    EXPECT_EQ(callLog_.Calls(),
-              Processed(SetFormat(0) + Digest("stereo") + Digest("scratch0") + SetFormat(1) + SetFormat(2),
-                        ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
 }
 
 TEST_F(StereoToMono, NeitherFadesNorPropagatesFlagsOrPolarity)
@@ -488,8 +465,7 @@ TEST_F(StereoToMono, NeitherFadesNorPropagatesFlagsOrPolarity)
     Build(Pcm16(1), Pcm16(2), 300);
     stereo_->SetFades(true, true);
     stereo_->SetPolarity(4);
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Processed(Deinterleave("stereo", "left", "right", 600)));
+    ExpectProcessed(Deinterleave("stereo", "left", "right", 600));
     EXPECT_FALSE(left_->Description().bFadeIn || right_->Description().bFadeOut);
     EXPECT_EQ(left_->Polarity() + right_->Polarity(), 0U);
 }

@@ -74,11 +74,9 @@ TEST_P(MuxDeinterleave, ConvertsFourChannelsToTheOutputContainerInTheScratchBuff
                              Case{&Pcm24In24, &Pcm24In32}}) {
         const SZtaWaveFormatInfo format = test.output(Channels(), host::kDefaultRate);
         Build(format, Four(), test.mux(4, host::kDefaultRate), 3);
-        EXPECT_EQ(Run(), 0);
-        EXPECT_EQ(callLog_.Calls(), Entry(Four()) + WorkerStart() +
-                                        ConvertToScratch("mux", "scratch0", 12 * (format.ulBitsPerSample / 8)) +
-                                        Deinterleaved("scratch0", Lengths(3 * host::BytesPerFrame(format))));
-        ExpectSettled();
+        ExpectRun(0, Entry(Four()) + WorkerStart() +
+                         ConvertToScratch("mux", "scratch0", 12 * (format.ulBitsPerSample / 8)) +
+                         Deinterleaved("scratch0", Lengths(3 * host::BytesPerFrame(format))));
     }
 }
 
@@ -100,11 +98,10 @@ TEST_P(MuxDeinterleave, FadesEachOutputAndClearsItsFlags)
     Fill(*mux_, std::vector<std::uint32_t>(1200, 0x40000000));
     mux_->SetPolarity(2);
     mux_->SetFades(true, false);
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") +
-                                    Lengths(1200 * ChannelsPerBuffer()) +
-                                    ForEach(Four(), [](std::size_t i) { return Propagated(i, 2, 1, 0) + Faded(i); }) +
-                                    WorkerEnd(Four()));
+    ExpectRun(0, Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") +
+                     Lengths(1200 * ChannelsPerBuffer()) +
+                     ForEach(Four(), [](std::size_t i) { return Propagated(i, 2, 1, 0) + Faded(i); }) +
+                     WorkerEnd(Four()));
     for (const auto& buffer : array_) {
         const Words samples = AllSamplesOf(*buffer);
         EXPECT_EQ(samples.front(), static_cast<std::uint32_t>((std::uint64_t{0x40000000} * 21421149 >> 32) * 2));
@@ -112,7 +109,6 @@ TEST_P(MuxDeinterleave, FadesEachOutputAndClearsItsFlags)
         EXPECT_FALSE(buffer->Description().bFadeIn || buffer->Description().bFadeOut);
     }
     EXPECT_TRUE(mux_->Description().bFadeIn) << "the mux keeps its request";
-    ExpectSettled();
 }
 
 TEST_P(MuxDeinterleave, PropagatesTheFlagsOfTheMuxAlsoIfNoneIsSet)

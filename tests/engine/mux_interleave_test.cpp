@@ -91,12 +91,9 @@ TEST_P(MuxInterleave, StagesEveryInputInterleavesAndSetsTheLengthOrScalesTheMux)
         if (volumes) {
             UseVolumes(4);
         }
-        EXPECT_EQ(Run(), 0);
-        EXPECT_EQ(callLog_.Calls(), Succeeded(Four(), Staged, volumes ? ApplyVolume("mux", 80) : SetLength("mux", 80)));
-        EXPECT_EQ(mux_->ErrorCode(), 0);
+        ExpectRun(0, Succeeded(Four(), Staged, volumes ? ApplyVolume("mux", 80) : SetLength("mux", 80)));
         EXPECT_EQ(mux_->WriteStartMarks(), 1);
         EXPECT_EQ(mux_->WriteStopMarks(), 1);
-        ExpectSettled();
     }
 }
 
@@ -105,9 +102,7 @@ TEST_P(MuxInterleave, ConvertsInputsToTheContainerOfTheMux)
     const auto Staged = [this](std::size_t i) { return Converted(i, Bytes32(3)); };
     for (const auto format : {&Pcm16, &Pcm24In24, &Float32}) {
         Build(format(Channels(), host::kDefaultRate), Four(), Pcm24In32(4), 3);
-        EXPECT_EQ(Run(), 0);
-        EXPECT_EQ(callLog_.Calls(), Succeeded(Four(), Staged, SetLength("mux", 48)));
-        ExpectSettled();
+        ExpectRun(0, Succeeded(Four(), Staged, SetLength("mux", 48)));
     }
 }
 
@@ -225,10 +220,9 @@ TEST_P(MuxInterleave, RejectsAFadeOfAnInputWithoutAFadeKernel)
     for (const auto format : {&Float32, &Pcm24In24}) {
         Build(format(Channels(), host::kDefaultRate), Four(), Pcm24In32(4), 300);
         array_[0]->SetFades(true, false);
-        EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-        EXPECT_EQ(callLog_.Calls(), Failed(Four(), Converted(0, Bytes32(300)) + Faded(0, Bytes32(300), 1, 0),
-                                           ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
-        ExpectSettled();
+        ExpectRun(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED,
+                  Failed(Four(), Converted(0, Bytes32(300)) + Faded(0, Bytes32(300), 1, 0),
+                         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
     }
 }
 
@@ -328,11 +322,8 @@ TEST_P(MuxInterleave, OfInputsWithOtherChannelsIsRejectedByTheWorker)
 {
     BuildFour(1);
     ReplaceBuffer(1, Pcm24In32(3 - Channels()), 1);
-    EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(callLog_.Calls(),
+    ExpectRun(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED,
               Failed(Four(), Copied(0, Bytes32(1)) + RejectedConversion(1), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
-    EXPECT_EQ(mux_->ErrorCode(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    ExpectSettled();
 }
 
 TEST_P(MuxInterleave, OfOpaqueInputsIsRejectedByTheWorker)
@@ -441,11 +432,9 @@ protected:
 TEST_F(MonoToMux, OfTwoBuffersIntoStereoPassesTheEntryPointAndHasNoKernel)
 {
     Build(Pcm24In32(1), 2, Pcm24In32(2), 1);
-    EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(callLog_.Calls(), UntilKernel(2, Copied(0, 4) + Copied(1, 4), QueryCalls("convert", 2)) +
-                                    WorkerEnd(2, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
-    EXPECT_EQ(mux_->ErrorCode(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    ExpectSettled();
+    ExpectRun(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED,
+              UntilKernel(2, Copied(0, 4) + Copied(1, 4), QueryCalls("convert", 2)) +
+                  WorkerEnd(2, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
 }
 
 TEST_F(MonoToMux, OfEightBuffersIntoFourChannelsIsAFormatMismatch)
@@ -458,9 +447,7 @@ TEST_F(MonoToMux, WhoseInputCannotBeDescribedToTheWorkerReturnsTheHostsCode)
 {
     BuildFour(1);
     OnCall("convert1.GetBufferAndLength", [this] { callLog_.FailCall(1); });
-    EXPECT_EQ(Run(), kInjectedFailure);
-    EXPECT_EQ(callLog_.Calls(), Failed(4, Copied(0, 4) + Copied(1, 4) + Described(2), kInjectedFailure));
-    ExpectSettled();
+    ExpectRun(kInjectedFailure, Failed(4, Copied(0, 4) + Copied(1, 4) + Described(2), kInjectedFailure));
 }
 
 TEST_F(MonoToMux, WithNineVolumesForEightBuffersIsRejectedByTheEntryPoint)
@@ -487,11 +474,9 @@ TEST_F(StereoToMux, UsesTheDescriptionOfTheInputBeforeOneThatCannotBeDescribedTo
             callLog_.FailCall(1);
         }
     });
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(callLog_.Calls(), Succeeded(
-                                    2, [](std::size_t i) { return Copied(i, 8); }, SetLength("mux", 16), 4));
+    ExpectRun(0, Succeeded(
+                     2, [](std::size_t i) { return Copied(i, 8); }, SetLength("mux", 16), 4));
     EXPECT_EQ(SamplesOf(*mux_, 4)[2], SamplesOf(*array_[1], 1)[0]);
-    ExpectSettled();
 }
 
 TEST_F(StereoToMux, OfAFirstInputThatCannotBeDescribedToTheWorkerHasNoFormat)
@@ -506,13 +491,10 @@ TEST_F(StereoToMux, WithOneVolumeTooManyInterleavesAndIsThenRejected)
 {
     Build(Pcm24In32(2), 4, Pcm24In32(8), 3);
     UseVolumes(9);
-    EXPECT_EQ(Run(), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(callLog_.Calls(),
+    ExpectRun(ZT_E_INVALID_PARAMETER,
               UntilKernel(4, ForEach(4, [](std::size_t i) { return Copied(i, 24); }), QueryCalls("convert", 4)) +
                   Digest("mux") + Digest("mux") + WorkerEnd(4, ZT_E_INVALID_PARAMETER));
     EXPECT_EQ(SamplesOf(*mux_, 2), SamplesOf(*array_[0], 2)) << "the samples are not scaled";
-    EXPECT_EQ(mux_->ErrorCode(), ZT_E_INVALID_PARAMETER);
-    ExpectSettled();
 }
 
 TEST_F(StereoToMux, WithMoreVolumesThanTheEngineKeepsProcessesNothingAndSignalsEveryBuffer)
@@ -520,8 +502,7 @@ TEST_F(StereoToMux, WithMoreVolumesThanTheEngineKeepsProcessesNothingAndSignalsE
     Build(Pcm24In32(2), 32, Pcm24In32(64), 1);
     UseVolumes(65);
     const Words untouched = AllSamplesOf(*mux_);
-    EXPECT_EQ(Run(), ZT_E_ARRAY_TOO_SMALL);
-    EXPECT_EQ(callLog_.Calls(), Entry(32) + WorkerEnd(32, ZT_E_ARRAY_TOO_SMALL));
+    ExpectRun(ZT_E_ARRAY_TOO_SMALL, Entry(32) + WorkerEnd(32, ZT_E_ARRAY_TOO_SMALL));
     EXPECT_EQ(mux_->ErrorCode(), ZT_E_ARRAY_TOO_SMALL);
     EXPECT_EQ(AllSamplesOf(*mux_), untouched);
     ExpectSettled();

@@ -111,6 +111,15 @@ protected:
         }
     }
 
+    /// Runs a call and checks its status, its host calls and the state afterwards.
+    void ExpectRun(int status, const Calls& calls)
+    {
+        EXPECT_EQ(Run(), status);
+        EXPECT_EQ(callLog_.Calls(), calls);
+        ExpectRecorded(status);
+        ExpectSettled();
+    }
+
     /// The state after a call that the entry point rejected: the code on every output, no marks.
     void ExpectNotStarted(int status)
     {

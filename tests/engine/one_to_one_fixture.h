@@ -64,6 +64,15 @@ protected:
         EXPECT_EQ(input_->PairingViolations() + output_->PairingViolations(), 0);
     }
 
+    /// Runs a call whose worker makes these calls to process samples, and checks the state afterwards.
+    void ExpectProcessed(const Calls& calls, int status = 0)
+    {
+        EXPECT_EQ(Run(), status);
+        EXPECT_EQ(callLog_.Calls(), Processed(calls, status));
+        ExpectSignaledOnce();
+        ExpectBothAtRest();
+    }
+
     // ---- Lists of calls ----
 
     /// The calls of the entry point before it sets the busy flag.
@@ -90,17 +99,17 @@ protected:
         return {"input.GetAudioSamplesDescription", "output.GetAudioSamplesDescription", "input.GetErrorCode"};
     }
 
-    static Calls Start() { return Entry() + WorkerStart(); }
+    [[nodiscard]] virtual Calls Start() const { return Entry() + WorkerStart(); }
 
     /// The ending of the worker of most operations.
-    static Calls End(int status = 0)
+    [[nodiscard]] virtual Calls End(int status) const
     {
         return (status < 0 ? Calls{ErrorCall("output", status)} : Calls{}) +
                Calls{"input.SignalReadCompletion", "output.MarkWriteStopTime", "output.SignalWriteCompletion"};
     }
 
     /// All calls of an operation whose worker makes these calls to process samples.
-    static Calls Processed(const Calls& calls, int status = 0) { return Start() + calls + End(status); }
+    [[nodiscard]] Calls Processed(const Calls& calls, int status = 0) const { return Start() + calls + End(status); }
 
     /// The failure ending of the entry point, without and with a signal to the input.
     static Calls OutputEnding(int status) { return {ErrorCall("output", status), "output.SignalWriteCompletion"}; }

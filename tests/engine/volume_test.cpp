@@ -24,7 +24,7 @@ protected:
         return Run();
     }
 
-    static Calls Start() { return Entry() + Calls{"input.GetAudioSamplesDescription"}; }
+    [[nodiscard]] Calls Start() const override { return Entry() + Calls{"input.GetAudioSamplesDescription"}; }
 
     static Calls Propagated(unsigned int polarity, int fadeIn, int fadeOut)
     {
@@ -33,14 +33,12 @@ protected:
 
     static Calls Kernel(std::size_t bytes) { return Digest("output") + Digest("input") + SetLength("output", bytes); }
 
-    static Calls End(int status = 0)
+    [[nodiscard]] Calls End(int status) const override
     {
         return Calls{"input.QueryInterface", "input.SignalReadCompletion", "output.QueryInterface"} +
                (status < 0 ? Calls{ErrorCall("output", status)} : Calls{}) +
                Calls{"output.MarkWriteStopTime", "output.SignalWriteCompletion"};
     }
-
-    static Calls Processed(const Calls& calls, int status = 0) { return Start() + calls + End(status); }
 
     Volumes volumes_ = {{0, 1.0F, 1.0F}};
 };
@@ -82,9 +80,9 @@ TEST_F(Volume, FadesTheScaledSamplesAndClearsTheFlags)
     Build(Pcm24In32(1), Pcm24In32(1), 400);
     Fill<std::int32_t>(*input_, std::vector<std::int32_t>(400, 0x40000000));
     input_->SetFades(true, false);
-    EXPECT_EQ(Run({{0, 0.5F, 0.5F}}), 0);
-    EXPECT_EQ(callLog_.Calls(), Processed(Propagated(0, 1, 0) + Kernel(1600) + Propagated(0, 1, 0) +
-                                          Flags("output", 1, 0) + Digest("output") + Flags("output", 0, 0)));
+    volumes_ = {{0, 0.5F, 0.5F}};
+    ExpectProcessed(Propagated(0, 1, 0) + Kernel(1600) + Propagated(0, 1, 0) + Flags("output", 1, 0) +
+                    Digest("output") + Flags("output", 0, 0));
     const auto samples = Samples<std::int32_t>(*output_, 400);
     EXPECT_EQ(samples[0], static_cast<std::int32_t>((std::int64_t{0x20000000} * 21421149 >> 32) * 2));
     EXPECT_EQ(samples[200], 0x20000000);
@@ -95,10 +93,9 @@ TEST_F(Volume, KeepsTheInputsFlagsOnTheOutputIfTheVolumeKernelFails)
 {
     Build(Pcm24In32(1), Pcm24In32(1), 300);
     input_->SetFades(true, true);
-    EXPECT_EQ(Run({{0, 8.5F, 1.0F}}), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(callLog_.Calls(),
-              Processed(Propagated(0, 1, 1) + Digest("output") + Digest("input") + Propagated(0, 1, 1),
-                        ZT_E_INVALID_PARAMETER));
+    volumes_ = {{0, 8.5F, 1.0F}};
+    ExpectProcessed(Propagated(0, 1, 1) + Digest("output") + Digest("input") + Propagated(0, 1, 1),
+                    ZT_E_INVALID_PARAMETER);
     EXPECT_TRUE(output_->Description().bFadeIn && output_->Description().bFadeOut);
     EXPECT_EQ(output_->ErrorCode(), ZT_E_INVALID_PARAMETER);
 }
@@ -197,8 +194,7 @@ TEST_F(Volume, WhoseDescriptionFailsInTheWorkerReturnsTheHostsCode)
 {
     Build(Pcm24In32(1), Pcm24In32(1), 4);
     callLog_.FailCall(7);
-    EXPECT_EQ(Run(), kInjectedFailure);
-    EXPECT_EQ(callLog_.Calls(), Processed({}, kInjectedFailure));
+    ExpectProcessed({}, kInjectedFailure);
 }
 
 TEST_F(Volume, SignalsABufferWhoseLaterQueryFails)

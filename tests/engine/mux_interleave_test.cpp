@@ -183,7 +183,7 @@ TEST_P(MuxInterleave, RejectsInputsThatNeedAConversionAndAFade)
     SetFadesOfAll(true, false);
     const std::size_t bytes = 400 * 2 * ChannelsPerBuffer();
     const Words untouched = AllSamplesOf(*mux_);
-    EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    ExpectRun(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     const int propagates = ChannelsPerBuffer() == 2;
     const auto Staged = [&](std::size_t i) { return Converted(i, bytes) + Faded(i, bytes, 1, 0); };
     EXPECT_EQ(callLog_.Calls(),
@@ -191,7 +191,6 @@ TEST_P(MuxInterleave, RejectsInputsThatNeedAConversionAndAFade)
                   WorkerEnd(Four(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
     EXPECT_NE(SamplesOf(host_.Buffer("fade0"), 100), SamplesOf(host_.Buffer("convert0"), 100)) << "the fade has run";
     EXPECT_EQ(AllSamplesOf(*mux_), untouched);
-    ExpectSettled();
 }
 
 TEST_P(MuxInterleave, RejectsConvertedAndFadedInputsAlsoWhereTheMuxCanHoldTheLengthOfTheirFormat)
@@ -199,8 +198,7 @@ TEST_P(MuxInterleave, RejectsConvertedAndFadedInputsAlsoWhereTheMuxCanHoldTheLen
     Build(Pcm16(Channels()), Four(), Pcm24In32(4), 300);
     ReplaceMux(Pcm24In32(4), 600, 600);
     SetFadesOfAll(false, true);
-    EXPECT_EQ(Run(), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    ExpectSettled();
+    ExpectRun(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
 TEST_P(MuxInterleave, RejectsConvertedAndFadedInputsByTheLengthOfTheirFormatIfThatDoesNotFit)
@@ -208,11 +206,9 @@ TEST_P(MuxInterleave, RejectsConvertedAndFadedInputsByTheLengthOfTheirFormatIfTh
     // In that format each frame counts as two: more than the mux has, or than an input without a fade.
     Build(Pcm16(Channels()), Four(), Pcm24In32(4), 300);
     SetFadesOfAll(true, false);
-    EXPECT_EQ(Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    ExpectSettled();
+    ExpectRun(ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     array_[1]->SetFades(false, false);
-    EXPECT_EQ(Run(), ZT_E_BUFFER_SIZE_MISMATCH);
-    ExpectSettled();
+    ExpectRun(ZT_E_BUFFER_SIZE_MISMATCH);
 }
 
 TEST_P(MuxInterleave, RejectsAFadeOfAnInputWithoutAFadeKernel)
@@ -277,9 +273,8 @@ TEST_P(MuxInterleave, SignalsAnInputWhoseLaterQuerySucceeds)
 {
     BuildFour(1);
     OnCall("b1.GetAudioSamplesDescription", [this] { callLog_.FailCall(1); }); // the call after it
-    EXPECT_EQ(Run(), ZT_E_INVALID_PARAMETER);
+    ExpectRun(ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(callLog_.Count("b1.QueryInterface"), 2);
-    ExpectSettled();
 }
 
 TEST_P(MuxInterleave, PropagatesTheErrorCodeOfAnInput)
@@ -342,10 +337,9 @@ TEST_P(MuxInterleave, OfAnInputThatCannotBeDescribedToTheEntryPointContinues)
 {
     BuildFour(1);
     OnCall("b0.GetErrorCode", [this] { callLog_.FailCall(1); }); // the description of the next input
-    EXPECT_EQ(Run(), 0);
+    ExpectRun(0);
     EXPECT_TRUE(callLog_.HasFailed());
     EXPECT_EQ(mux_->ErrorCode(), 0);
-    ExpectSettled();
 }
 
 // ---- Relabeling ----
@@ -416,10 +410,9 @@ TEST_P(MuxInterleave, WithAVolumeOutOfRangeLeavesTheInterleavedSamples)
     BuildFour(2);
     UseVolumes(4);
     volumes_[3].fEndVolume = 8.5F;
-    EXPECT_EQ(Run(), ZT_E_INVALID_PARAMETER);
+    ExpectRun(ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(SamplesOf(*mux_, ChannelsPerBuffer()), SamplesOf(*array_[0], ChannelsPerBuffer()));
     EXPECT_EQ(mux_->ErrorCode(), ZT_E_INVALID_PARAMETER);
-    ExpectSettled();
 }
 
 // ---- Mono buffers ----
@@ -483,8 +476,7 @@ TEST_F(StereoToMux, OfAFirstInputThatCannotBeDescribedToTheWorkerHasNoFormat)
 {
     BuildFour(1);
     OnCall("mux.MarkWriteStartTime", [this] { callLog_.FailCall(2); });
-    EXPECT_EQ(Run(), ZT_E_FORMAT_NOT_SUPPORTED);
-    ExpectSettled();
+    ExpectRun(ZT_E_FORMAT_NOT_SUPPORTED);
 }
 
 TEST_F(StereoToMux, WithOneVolumeTooManyInterleavesAndIsThenRejected)

@@ -1,3 +1,5 @@
+// CopyAudioSamples. What it has in common with other operations is in one_to_one_test.cpp.
+
 #include "testing/log_recorder.h"
 #include "tests/engine/one_to_one_fixture.h"
 
@@ -189,21 +191,17 @@ TEST_F(Copy, BetweenRatesIsLeftToTheBitDepthKernelWhichRejectsIt)
     ExpectProcessed(Digest("input") + Digest("output"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
-TEST(SixteenInThirtyTwoMultiFormat, IsRecognized)
+TEST_F(Copy, Recognizes16In32MultiFormat)
 {
-    CallLog callLog;
-    RecordingHost host(callLog);
-    auto engine = CreateEngine(host);
-    auto& object = static_cast<CZtaAudioSamplesEngine&>(*engine);
     const SZtaWaveFormatInfo in = Multi16(2);
     const SZtaWaveFormatInfo out = Pcm16(2);
-    EXPECT_TRUE(object.is16In32MultiFormatTo16In16Pcm(in, out));
+    EXPECT_TRUE(Object().is16In32MultiFormatTo16In16Pcm(in, out));
 
     const auto rejects = [&](auto change) {
         SZtaWaveFormatInfo changedIn = in;
         SZtaWaveFormatInfo changedOut = out;
         change(changedIn, changedOut);
-        return !object.is16In32MultiFormatTo16In16Pcm(changedIn, changedOut);
+        return !Object().is16In32MultiFormatTo16In16Pcm(changedIn, changedOut);
     };
     using Format = SZtaWaveFormatInfo;
     EXPECT_TRUE(rejects([](Format& i, Format&) { i.eDataType = keZtAudioDataTypePcm; }));

@@ -1,3 +1,5 @@
+// DuplicateAudioSamples. What it has in common with other operations is in one_to_one_test.cpp.
+
 #include "tests/engine/one_to_one_fixture.h"
 
 #include <array>

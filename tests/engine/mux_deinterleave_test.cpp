@@ -1,4 +1,4 @@
-// CopyAudioSamplesMuxToMono and CopyAudioSamplesMuxToStereo.
+// What is particular to CopyAudioSamplesMuxToMono and CopyAudioSamplesMuxToStereo: see mux_test.cpp.
 
 #include "tests/engine/mux_operation_fixture.h"
 

@@ -1,8 +1,6 @@
-// CopyAudioSamplesMonoToMux and CopyAudioSamplesStereoToMux.
+// What is particular to CopyAudioSamplesMonoToMux and CopyAudioSamplesStereoToMux: see mux_test.cpp.
 
 #include "tests/engine/mux_operation_fixture.h"
-
-#include <algorithm>
 
 namespace zta::test {
 namespace {

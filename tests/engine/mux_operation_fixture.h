@@ -258,10 +258,4 @@ private:
     const MuxOperation operation_;
 };
 
-/// A test of a set of mux operations.
-class MuxOperationParamTest : public MuxOperationTest, public ::testing::WithParamInterface<MuxOperation> {
-protected:
-    MuxOperationParamTest() : MuxOperationTest(GetParam()) {}
-};
-
 } // namespace zta::test

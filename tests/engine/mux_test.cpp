@@ -9,8 +9,10 @@
 namespace zta::test {
 namespace {
 
-class Mux : public MuxOperationParamTest {
+class Mux : public MuxOperationTest, public ::testing::WithParamInterface<MuxOperation> {
 protected:
+    Mux() : MuxOperationTest(GetParam()) {}
+
     /// A host call while the worker runs.
     [[nodiscard]] std::string CallDuringWork() const
     {

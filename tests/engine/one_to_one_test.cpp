@@ -3,6 +3,7 @@
 
 #include "tests/engine/one_to_one_fixture.h"
 
+#include <algorithm>
 #include <ostream>
 
 namespace zta::test {

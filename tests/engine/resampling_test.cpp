@@ -1,4 +1,4 @@
-#include "tests/engine/one_to_one_fixture.h"
+// CreateAudioResampler and ProcessAudioResampler, the resampler's kernel and the state of a stream.
 
 #include "resampler/polyphase_resampler.h"
 #include "signal/filter_spec.h"
@@ -7,7 +7,9 @@
 #include "testing/guarded_buffer.h"
 #include "testing/misbehaving_buffer.h"
 #include "testing/signal_variants.h"
+#include "tests/engine/one_to_one_fixture.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 #include <random>

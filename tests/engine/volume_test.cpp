@@ -1,3 +1,5 @@
+// ApplyVolume. What it has in common with other operations is in one_to_one_test.cpp.
+
 #include "testing/log_recorder.h"
 #include "testing/models/gain_model.h"
 #include "tests/engine/one_to_one_fixture.h"

@@ -13,15 +13,10 @@
 #include <cstring>
 #include <type_traits>
 
+namespace zta::test {
 namespace {
 
 namespace c = zta::c;
-using zta::test::ClassFactorySpy;
-using zta::test::EngineFactorySpy;
-using zta::test::EngineSpy;
-using zta::test::ExpectDestructors;
-using zta::test::ExpectSlotCalls;
-using zta::test::SlotSpy;
 
 // Types: Cpp<T> is the C++ type that has the name of the C type T.
 
@@ -263,3 +258,4 @@ TEST(CHeader, ImplementsAHostEngine)
 }
 
 } // namespace
+} // namespace zta::test

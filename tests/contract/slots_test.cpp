@@ -28,15 +28,8 @@
 #include <string>
 #include <vector>
 
+namespace zta::test {
 namespace {
-
-using zta::test::CheckArguments;
-using zta::test::ClassFactorySpy;
-using zta::test::EngineFactorySpy;
-using zta::test::EngineSpy;
-using zta::test::ExpectDestructors;
-using zta::test::ExpectSlotCalls;
-using zta::test::SlotSpy;
 
 TEST(Slots, OfTheInterfacesAreInOrder)
 {
@@ -357,3 +350,4 @@ TEST_F(CHostSlots, ErrorCodeOfTheSourceIsPropagated)
 }
 
 } // namespace
+} // namespace zta::test

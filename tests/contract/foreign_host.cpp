@@ -3,9 +3,9 @@
 //
 // It stays independent of the shared test harness on purpose. It includes the public headers only, links no library of
 // this project, finds the module's functions by dlopen and dlsym, defines no ZtLogger, and has its own buffer. The
-// other tests share `host/` and `testing/` with each other: an assumption of that code about the module, or of the
-// module about that code, would pass all of them. Do not replace the buffer or the checks below by shared ones. slots.c
-// is the same in C: it shares not even the headers.
+// other tests share `host/` and `testing/`: a wrong assumption that this code has in common with the module passes all
+// of them. Do not replace the buffer or the checks by shared ones. slots.c is the counterpart in C, which does not even
+// share the headers.
 
 #include <zta/zta.h>
 

@@ -1,61 +1,43 @@
-// ConvertMonoToMux, ConvertStereoToMux, ConvertMuxToMono and ConvertMuxToStereo on buffers whose every answer the test
-// sets.
+// ConvertMonoToMux, ConvertStereoToMux, ConvertMuxToMono and ConvertMuxToStereo on fake buffers.
 
 #include "testing/log_recorder.h"
-#include "testing/mux_cases.h"
+#include "tests/unit/mux_cases.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 #include <deque>
-#include <random>
+#include <ostream>
 
+namespace zta::test {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using Volumes = std::vector<SZtAudioMonoVolumeInfo>;
 
-constexpr int kFormatNotSupported = static_cast<int>(0x8999803A);
-constexpr int kInputFormatNotSupported = static_cast<int>(0x8999803B);
-constexpr int kOutputFormatNotSupported = static_cast<int>(0x8999803C);
-constexpr int kProcessingFormatNotSupported = static_cast<int>(0x8999803D);
-constexpr int kDestinationTooSmall = static_cast<int>(0x8999803E);
-constexpr int kSizeMismatch = static_cast<int>(0x8999803F);
-constexpr int kInvalidParameter = static_cast<int>(0x89998044);
-constexpr int kInvalidPointer = static_cast<int>(0x89998045);
-
-const std::vector<std::string> kDigest = {"GetAudioSamplesDescription", "GetBufferAndLength", "GetBufferCapacity"};
-
-std::vector<std::string> Calls(int digests, int lengths)
+/// The calls of `queries` queries of a buffer and of `lengths` settings of its length.
+Calls QueriesAndLengths(int queries, int lengths)
 {
-    std::vector<std::string> calls;
-    for (int i = 0; i < digests; ++i) {
-        calls.insert(calls.end(), kDigest.begin(), kDigest.end());
+    Calls calls;
+    for (int i = 0; i < queries; ++i) {
+        calls.insert(calls.end(), kQueryCalls.begin(), kQueryCalls.end());
     }
     calls.insert(calls.end(), static_cast<std::size_t>(lengths), "SetLength");
     return calls;
 }
 
-Bytes RandomBytes(std::size_t count)
-{
-    static std::mt19937 random(28);
-    Bytes bytes(count);
-    std::generate(bytes.begin(), bytes.end(), [] { return static_cast<std::uint8_t>(random()); });
-    return bytes;
-}
-
 /// One of the four operations.
 struct Operation {
-    bool assembles;
+    const char* name;
+    bool interleaves;
     unsigned long channels; ///< of one buffer
-    unsigned long most;     ///< buffers taken
-    const std::vector<MuxCase>* rows;
+    unsigned long maxBuffers;
+    const std::vector<MuxCase>* kernels;
 
     int Run(IZtAudioSamples** buffers, unsigned long count, IZtAudioSamples* mux, SZtAudioMonoVolumeInfo* volumes,
             unsigned long volumeCount) const
     {
-        if (assembles) {
+        if (interleaves) {
             return channels == 1
                        ? CZtaConvertMonoToMux().ConvertMonoToMux(buffers, count, mux, volumes, volumeCount)
                        : CZtaConvertStereoToMux().ConvertStereoToMux(buffers, count, mux, volumes, volumeCount);
@@ -63,37 +45,36 @@ struct Operation {
         return channels == 1 ? CZtaConvertMuxToMono().ConvertMuxToMono(mux, buffers, count, volumes, volumeCount)
                              : CZtaConvertMuxToStereo().ConvertMuxToStereo(mux, buffers, count, volumes, volumeCount);
     }
-
-    int Layout(const MuxCase& row) const { return assembles ? row.input : row.output; }
-    int MuxLayout(const MuxCase& row) const { return assembles ? row.output : row.input; }
 };
 
-const Operation kMonoToMux = {true, 1, 64, &kMonoToMuxCases};
-const Operation kStereoToMux = {true, 2, 32, &kStereoToMuxRows};
-const Operation kMuxToMono = {false, 1, 64, &kMuxToMonoRows};
-const Operation kMuxToStereo = {false, 2, 64, &kMuxToStereoRows};
-const Operation* const kOperations[] = {&kMonoToMux, &kStereoToMux, &kMuxToMono, &kMuxToStereo};
+void PrintTo(const Operation& operation, std::ostream* stream)
+{
+    *stream << operation.name;
+}
+
+const Operation kMonoToMux = {"MonoToMux", true, 1, 64, &kMonoToMuxCases};
+const Operation kStereoToMux = {"StereoToMux", true, 2, 32, &kStereoToMuxCases};
+const Operation kMuxToMono = {"MuxToMono", false, 1, 64, &kMuxToMonoCases};
+const Operation kMuxToStereo = {"MuxToStereo", false, 2, 64, &kMuxToStereoCases};
 
 /// The buffers of one call, with random samples everywhere.
 struct Call {
-    Call(const Operation& op, int layout, unsigned long count, unsigned long frames, int muxLayout,
+    Call(const Operation& op, int property, unsigned long count, unsigned long frames, int muxProperty,
          unsigned long muxFrames)
-        : operation(op), mux(FormatOfLayout(muxLayout), muxFrames, muxFrames)
+        : operation(op), mux(RandomSamples(FormatOfProperty(muxProperty), muxFrames, muxFrames))
     {
         for (unsigned long i = 0; i < count; ++i) {
-            buffers.emplace_back(FormatOfLayout(layout), frames, frames);
-            buffers.back().data = RandomBytes(buffers.back().data.size());
+            buffers.push_back(RandomSamples(FormatOfProperty(property), frames, frames));
         }
-        mux.data = RandomBytes(mux.data.size());
     }
 
-    /// As many buffers as the row is for.
-    Call(const Operation& op, const MuxCase& row, unsigned long frames, unsigned long muxFrames)
-        : Call(op, op.Layout(row), row.buffers, frames, op.MuxLayout(row), muxFrames)
+    /// The buffers of a named kernel.
+    Call(const Operation& op, const MuxCase& kernel, unsigned long frames, unsigned long muxFrames)
+        : Call(op, kernel.PlaneProperty(), kernel.buffers, frames, kernel.MuxProperty(), muxFrames)
     {
     }
 
-    Call(const Operation& op, const MuxCase& row, unsigned long frames) : Call(op, row, frames, frames) {}
+    Call(const Operation& op, const MuxCase& kernel, unsigned long frames) : Call(op, kernel, frames, frames) {}
 
     int Run() { return Run(nullptr, 0); }
     int Run(Volumes volumes) { return Run(volumes.data(), volumes.size()); }
@@ -115,12 +96,18 @@ struct Call {
         return samples;
     }
 
-    /// True if no buffer was called after what digests it, and no byte differs.
+    /// Returns true if no length was set and no byte differs.
     bool IsUntouched(const Call& before) const
     {
         return mux.data == before.mux.data && Samples() == before.Samples() && mux.lengthsSet.empty() &&
                std::all_of(buffers.begin(), buffers.end(),
                            [](const auto& buffer) { return buffer.lengthsSet.empty(); });
+    }
+
+    /// Returns true if the mux holds `frames` frames of the buffers. `muxed` is the mux before the call.
+    bool HasMoved(const Bytes& muxed, unsigned long elementBytes, unsigned long frames) const
+    {
+        return Interleaved(Samples(), elementBytes, frames) == (operation.interleaves ? mux.data : muxed);
     }
 
     const Operation& operation;
@@ -134,7 +121,7 @@ Volumes Flat(std::size_t count, float gain)
     return Volumes(count, SZtAudioMonoVolumeInfo{0, gain, gain});
 }
 
-/// A 24-in-32 sample at half its volume, by 24-bit arithmetic.
+/// A 24-in-32 sample times 0.5, in 24-bit arithmetic.
 std::uint32_t Halved(std::uint32_t word)
 {
     return static_cast<std::uint32_t>(static_cast<std::int32_t>(word) >> 9) << 8;
@@ -154,388 +141,362 @@ void Fill(Bytes& bytes, std::uint32_t word)
     }
 }
 
-// ---- What all four share ----
-
-TEST(MuxOperations, MoveTheSamplesOfEachTableEntryAndSetTheLength)
+bool IsConvert16MonoToMux16(const MuxCase& kernel)
 {
-    for (const Operation* operation : kOperations) {
-        for (const MuxCase& row : *operation->rows) {
-            Call call(*operation, row, 13);
-            const Bytes muxed = call.mux.data;
-            if (operation->assembles) {
-                EXPECT_EQ(call.Run(), 0) << row.name;
-                EXPECT_EQ(call.mux.data, Muxed(call.Samples(), row.elementBytes, 13)) << row.name;
-                EXPECT_EQ(call.mux.lengthsSet, std::vector<unsigned long>{13 * row.buffers * row.elementBytes});
-            } else {
-                EXPECT_EQ(call.Run(), 0) << row.name;
-                EXPECT_EQ(Muxed(call.Samples(), row.elementBytes, 13), muxed) << row.name;
-                EXPECT_TRUE(call.mux.lengthsSet.empty());
-            }
-            for (const FakeAudioSamples& buffer : call.buffers) {
-                EXPECT_EQ(buffer.calls, Calls(1, operation->assembles ? 0 : 1)) << row.name;
-                EXPECT_EQ(buffer.descriptionSizes, std::vector<std::uint32_t>{40});
-                if (!operation->assembles) {
-                    EXPECT_EQ(buffer.lengthsSet, std::vector<unsigned long>{13 * row.elementBytes}) << row.name;
-                }
-            }
-            EXPECT_EQ(call.mux.calls, Calls(1, operation->assembles ? 1 : 0)) << row.name;
-            EXPECT_EQ(call.mux.descriptionSizes, std::vector<std::uint32_t>{40});
+    return std::string(kernel.name) == "Convert16MonoToMux16";
+}
+
+int NullPlaneStatus(const MuxCase& kernel)
+{
+    return kernel.interleaves && !IsConvert16MonoToMux16(kernel) ? ZT_E_INVALID_PARAMETER : ZT_E_INVALID_POINTER;
+}
+
+/// The status for a format that is none of the three of the array.
+int FormatStatus(const Operation& operation)
+{
+    return operation.interleaves ? ZT_E_INPUT_FORMAT_NOT_SUPPORTED : ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED;
+}
+
+class MuxOperation : public testing::TestWithParam<Operation> {
+protected:
+    const Operation& operation_ = GetParam();
+    const std::vector<MuxCase>& kernels_ = *operation_.kernels;
+    const MuxCase& first_ = kernels_.front();
+};
+
+class MuxInterleave : public MuxOperation {};
+class MuxDeinterleave : public MuxOperation {};
+
+const auto kOperationName = [](const auto& operation) { return operation.param.name; };
+INSTANTIATE_TEST_SUITE_P(All, MuxOperation, testing::Values(kMonoToMux, kStereoToMux, kMuxToMono, kMuxToStereo),
+                         kOperationName);
+INSTANTIATE_TEST_SUITE_P(All, MuxInterleave, testing::Values(kMonoToMux, kStereoToMux), kOperationName);
+INSTANTIATE_TEST_SUITE_P(All, MuxDeinterleave, testing::Values(kMuxToMono, kMuxToStereo), kOperationName);
+
+// ---- All four operations ----
+
+TEST_P(MuxOperation, MovesTheSamplesOfEachTableEntryAndSetTheLength)
+{
+    for (const MuxCase& kernel : kernels_) {
+        Call call(operation_, kernel, 13);
+        const Bytes muxed = call.mux.data;
+        EXPECT_EQ(call.Run(), 0) << kernel.name;
+        EXPECT_TRUE(call.HasMoved(muxed, kernel.elementBytes, 13)) << kernel.name;
+        const unsigned long muxBytes = 13 * kernel.buffers * kernel.elementBytes;
+        EXPECT_EQ(call.mux.lengthsSet, operation_.interleaves ? Lengths{muxBytes} : Lengths());
+        for (const FakeAudioSamples& buffer : call.buffers) {
+            EXPECT_EQ(buffer.calls, QueriesAndLengths(1, operation_.interleaves ? 0 : 1)) << kernel.name;
+            EXPECT_EQ(buffer.descriptionSizes, kDescriptionSize);
+            EXPECT_EQ(buffer.lengthsSet, operation_.interleaves ? Lengths() : Lengths{13 * kernel.elementBytes});
         }
+        EXPECT_EQ(call.mux.calls, QueriesAndLengths(1, operation_.interleaves ? 1 : 0)) << kernel.name;
+        EXPECT_EQ(call.mux.descriptionSizes, kDescriptionSize);
     }
 }
 
-TEST(MuxOperations, RejectOtherCountsOfBuffersFirst)
+TEST_P(MuxOperation, RejectsOtherCountsOfBuffersFirst)
 {
-    for (const Operation* operation : kOperations) {
-        for (const unsigned long count : {0ul, operation->most + 1, 100ul}) {
-            FakeAudioSamples mux;
-            EXPECT_EQ(operation->Run(nullptr, count, nullptr, nullptr, 0), kInvalidParameter);
-            EXPECT_EQ(operation->Run(nullptr, count, &mux, nullptr, count * operation->channels), kInvalidParameter);
-            EXPECT_TRUE(mux.calls.empty());
-        }
+    for (const unsigned long count : {0ul, operation_.maxBuffers + 1, 100ul}) {
+        FakeAudioSamples mux;
+        EXPECT_EQ(operation_.Run(nullptr, count, nullptr, nullptr, 0), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ(operation_.Run(nullptr, count, &mux, nullptr, count * operation_.channels), ZT_E_INVALID_PARAMETER);
+        EXPECT_TRUE(mux.calls.empty());
     }
 }
 
-TEST(MuxOperations, RejectVolumesThatDoNotFitTheBuffersBeforeTheBuffers)
+TEST_P(MuxOperation, RejectsVolumesThatDoNotFitTheBuffersBeforeTheBuffers)
 {
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front();
-        const unsigned long fits = row.buffers * operation->channels;
-        for (const unsigned long volumes : {1ul, fits - 1, fits + operation->channels, 65ul}) {
-            Call call(*operation, row, 4);
-            const Call before = call;
-            EXPECT_EQ(call.Run(Flat(volumes, 1.0f)), kInvalidParameter) << volumes;
-            EXPECT_EQ(call.Run(nullptr, volumes), kInvalidParameter) << volumes;
-            EXPECT_TRUE(call.IsUntouched(before));
-            EXPECT_TRUE(call.buffers[0].calls.empty());
-        }
-        Call call(*operation, row, 4);
-        EXPECT_EQ(call.Run(nullptr, fits), kInvalidPointer);
+    const MuxCase& kernel = first_;
+    const unsigned long fits = kernel.buffers * operation_.channels;
+    for (const unsigned long volumes : {1ul, fits - 1, fits + operation_.channels, 65ul}) {
+        Call call(operation_, kernel, 4);
+        const Call before = call;
+        EXPECT_EQ(call.Run(Flat(volumes, 1.0f)), ZT_E_INVALID_PARAMETER) << volumes;
+        EXPECT_EQ(call.Run(nullptr, volumes), ZT_E_INVALID_PARAMETER) << volumes;
+        EXPECT_TRUE(call.IsUntouched(before));
         EXPECT_TRUE(call.buffers[0].calls.empty());
     }
+    Call call(operation_, kernel, 4);
+    EXPECT_EQ(call.Run(nullptr, fits), ZT_E_INVALID_POINTER);
+    EXPECT_TRUE(call.buffers[0].calls.empty());
 }
 
-TEST(MuxOperations, IgnoreVolumesWithoutACount)
+TEST_P(MuxOperation, IgnoresVolumesWithoutACount)
 {
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front();
-        Call call(*operation, row, 4);
-        EXPECT_EQ(call.Run(reinterpret_cast<SZtAudioMonoVolumeInfo*>(1), 0), 0);
-    }
+    Call call(operation_, first_, 4);
+    EXPECT_EQ(call.Run(reinterpret_cast<SZtAudioMonoVolumeInfo*>(1), 0), 0);
 }
 
-TEST(MuxOperations, HideTheStatusOfABufferOfTheArray)
+TEST_P(MuxOperation, HidesTheStatusOfABufferOfTheArray)
 {
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front();
-        for (int FakeAudioSamples::*status : {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus,
-                                              &FakeAudioSamples::capacityStatus}) {
-            for (unsigned long i = 0; i < row.buffers; ++i) {
-                Call call(*operation, row, 4);
-                const Call before = call;
-                call.buffers[i].*status = -77;
-                EXPECT_EQ(call.Run(), kInvalidParameter) << row.name << " " << i;
-                EXPECT_TRUE(call.IsUntouched(before));
-                EXPECT_TRUE(i + 1 == row.buffers || call.buffers[i + 1].calls.empty());
-                EXPECT_TRUE(call.mux.calls.empty());
-            }
-        }
-        Call call(*operation, row, 4);
-        call.buffers[1].format = WaveFormat(1, 8, 8, 48000, 1);
-        EXPECT_EQ(call.Run(), kInvalidParameter) << row.name;
-    }
-}
-
-TEST(MuxOperations, ReturnTheStatusOfTheMux)
-{
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front();
-        for (int FakeAudioSamples::*status : {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus,
-                                              &FakeAudioSamples::capacityStatus}) {
-            Call call(*operation, row, 4);
+    const MuxCase& kernel = first_;
+    for (const QueryStatus status : kQueryStatuses) {
+        for (unsigned long i = 0; i < kernel.buffers; ++i) {
+            Call call(operation_, kernel, 4);
             const Call before = call;
-            call.mux.*status = -77;
-            EXPECT_EQ(call.Run(), -77) << row.name;
+            call.buffers[i].*status = -77;
+            EXPECT_EQ(call.Run(), ZT_E_INVALID_PARAMETER) << kernel.name << " " << i;
             EXPECT_TRUE(call.IsUntouched(before));
-            EXPECT_EQ(call.buffers.back().calls, kDigest);
-            call.mux.*status = 5;
-            EXPECT_EQ(call.Run(), 0) << row.name;
+            EXPECT_TRUE(i + 1 == kernel.buffers || call.buffers[i + 1].calls.empty());
+            EXPECT_TRUE(call.mux.calls.empty());
         }
-        Call call(*operation, row, 4);
-        call.mux.format = WaveFormat(1, 8, 8, 48000, 4);
-        EXPECT_EQ(call.Run(), kFormatNotSupported) << row.name;
     }
+    Call call(operation_, kernel, 4);
+    call.buffers[1].format = WaveFormat(1, 8, 8, 48000, 1);
+    EXPECT_EQ(call.Run(), ZT_E_INVALID_PARAMETER) << kernel.name;
 }
 
-TEST(MuxOperations, AcceptThreeFormatsInTheArray)
+TEST_P(MuxOperation, ReturnsTheStatusOfTheMux)
+{
+    const MuxCase& kernel = first_;
+    for (const QueryStatus status : kQueryStatuses) {
+        Call call(operation_, kernel, 4);
+        const Call before = call;
+        call.mux.*status = -77;
+        EXPECT_EQ(call.Run(), -77) << kernel.name;
+        EXPECT_TRUE(call.IsUntouched(before));
+        EXPECT_EQ(call.buffers.back().calls, kQueryCalls);
+        call.mux.*status = 5;
+        EXPECT_EQ(call.Run(), 0) << kernel.name;
+    }
+    Call call(operation_, kernel, 4);
+    call.mux.format = WaveFormat(1, 8, 8, 48000, 4);
+    EXPECT_EQ(call.Run(), ZT_E_FORMAT_NOT_SUPPORTED) << kernel.name;
+}
+
+TEST_P(MuxOperation, AcceptsThreeFormatsInTheArray)
 {
     const SZtaWaveFormatInfo others[] = {WaveFormat(1, 16, 16, 44100, 1), WaveFormat(1, 16, 16, 44100, 2),
                                          WaveFormat(2, 32, 32, 48000, 1), WaveFormat(2, 32, 32, 48000, 2),
                                          WaveFormat(1, 32, 24, 96000, 1)};
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front();
-        const auto Refuse = [&](const SZtaWaveFormatInfo& format, unsigned long at) {
-            Call call(*operation, row, 4);
-            call.buffers[at].format = format;
-            const Call before = call;
-            EXPECT_EQ(call.Run(), operation->assembles ? kInputFormatNotSupported : kOutputFormatNotSupported)
-                << row.name;
-            EXPECT_TRUE(call.IsUntouched(before));
-            EXPECT_TRUE(call.mux.calls.empty());
-        };
-        for (int property = 1; property <= 26; ++property) {
-            const bool named = property <= 14 || property >= 20;
-            const bool mono = property == 8 || property == 20 || property == 1;
-            const bool stereo = property == 9 || property == 21 || property == 2;
-            if (named && !(operation->channels == 1 ? mono : stereo)) {
-                Refuse(FormatOfLayout(property), 0);
-                Refuse(FormatOfLayout(property), 1);
-            }
-        }
-        for (const SZtaWaveFormatInfo& format : others) {
-            Refuse(format, 0);
-        }
-    }
-}
-
-TEST(MuxOperations, CheckTheFormatOfABufferBeforeItsLength)
-{
-    for (const Operation* operation : kOperations) {
-        Call call(*operation, operation->rows->front(), 4);
-        call.buffers[1].format = WaveFormat(2, 32, 32, 48000, 1);
-        call.buffers[1].length = 4;
-        EXPECT_EQ(call.Run(), operation->assembles ? kInputFormatNotSupported : kOutputFormatNotSupported);
-    }
-}
-
-TEST(MuxOperations, RejectBuffersOfDifferentLengthsAtTheFirstThatDiffers)
-{
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = (*operation->rows)[1];
-        for (const unsigned long other : {999ul, 1001ul}) {
-            Call call(*operation, row, 1000);
-            call.buffers[2].length = other * row.elementBytes;
-            const Call before = call;
-            EXPECT_EQ(call.Run(), kSizeMismatch) << row.name;
-            EXPECT_TRUE(call.IsUntouched(before));
-            EXPECT_EQ(call.buffers[2].calls, kDigest);
-            EXPECT_TRUE(call.buffers[3].calls.empty());
-            EXPECT_TRUE(call.mux.calls.empty());
-        }
-    }
-}
-
-TEST(MuxOperations, CompareValidLengthsAndNotCapacities)
-{
-    for (const Operation* operation : kOperations) {
-        for (const MuxCase& row : *operation->rows) {
-            Call call(*operation, row, 80);
-            (operation->assembles ? call.mux.length : call.buffers[0].length) -= 30;
-            if (!operation->assembles) {
-                for (FakeAudioSamples& buffer : call.buffers) {
-                    buffer.length = 50 * row.elementBytes;
-                }
-            }
-            const Call before = call;
-            EXPECT_EQ(call.Run(), kDestinationTooSmall) << row.name;
-            EXPECT_TRUE(call.IsUntouched(before));
-
-            Call odd(*operation, row, 20); // a host that denies its capacity is served by its lengths
-            odd.mux.capacity = 0;
-            for (FakeAudioSamples& buffer : odd.buffers) {
-                buffer.capacity = 0;
-            }
-            const Bytes muxed = odd.mux.data;
-            EXPECT_EQ(odd.Run(), 0) << row.name;
-            EXPECT_EQ(Muxed(odd.Samples(), row.elementBytes, 20), operation->assembles ? odd.mux.data : muxed);
-        }
-    }
-}
-
-TEST(MuxOperations, CheckTheLengthsBeforeThePair)
-{
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front();
-        Call call(*operation, row, operation->assembles ? 9 : 7, operation->assembles ? 7 : 9);
-        call.mux.format = operation->channels == 1 ? WaveFormat(2, 32, 32, 48000, 1) : WaveFormat(2, 32, 32, 48000, 2);
-        call.mux.length = (operation->assembles ? 7ul : 9ul) * 4 * operation->channels;
-        EXPECT_EQ(call.Run(), kDestinationTooSmall);
-    }
-}
-
-TEST(MuxOperations, HaveNoTableEntryForOtherPairs)
-{
-    for (const Operation* operation : kOperations) {
-        int rows = 0;
-        for (const int layout : {8, 9, 20, 21, 1, 2}) {
-            if ((layout == 8 || layout == 20 || layout == 1) != (operation->channels == 1)) {
-                continue;
-            }
-            for (int muxLayout = 1; muxLayout <= 26; ++muxLayout) {
-                if (muxLayout > 14 && muxLayout < 20) {
-                    continue;
-                }
-                const auto row = std::find_if(operation->rows->begin(), operation->rows->end(), [=](const MuxCase& r) {
-                    return operation->Layout(r) == layout && operation->MuxLayout(r) == muxLayout;
-                });
-                const bool found = row != operation->rows->end();
-                rows += found;
-                Call call(*operation, layout, found ? row->buffers : 2, 3, muxLayout, 3);
-                const Call before = call;
-                EXPECT_EQ(call.Run(), found ? 0 : kProcessingFormatNotSupported) << layout << " " << muxLayout;
-                EXPECT_EQ(call.IsUntouched(before), !found);
-            }
-        }
-        EXPECT_EQ(rows, 15);
-    }
-}
-
-TEST(MuxOperations, PassOnAFailureOfTheKernel)
-{
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front(); // takes its own count only
-        Call call(*operation, operation->Layout(row), row.buffers + 1, 5, operation->MuxLayout(row), 5);
+    const MuxCase& kernel = first_;
+    const auto ExpectRejected = [&](const SZtaWaveFormatInfo& format, unsigned long at) {
+        Call call(operation_, kernel, 4);
+        call.buffers[at].format = format;
         const Call before = call;
-        EXPECT_EQ(call.Run(), kInvalidParameter);
-        EXPECT_EQ(call.Run(Flat((row.buffers + 1) * operation->channels, 1.0f)), kInvalidParameter);
+        EXPECT_EQ(call.Run(), FormatStatus(operation_)) << kernel.name;
         EXPECT_TRUE(call.IsUntouched(before));
+        EXPECT_TRUE(call.mux.calls.empty());
+    };
+    for (int property = 1; property <= 26; ++property) {
+        const bool named = property <= 14 || property >= 20;
+        const bool mono = property == 8 || property == 20 || property == 1;
+        const bool stereo = property == 9 || property == 21 || property == 2;
+        if (named && !(operation_.channels == 1 ? mono : stereo)) {
+            ExpectRejected(FormatOfProperty(property), 0);
+            ExpectRejected(FormatOfProperty(property), 1);
+        }
+    }
+    for (const SZtaWaveFormatInfo& format : others) {
+        ExpectRejected(format, 0);
     }
 }
 
-TEST(MuxOperations, CheckTheCountOfBuffersThoughNoFrameFits)
+TEST_P(MuxOperation, ValidatesTheFormatOfABufferBeforeItsLength)
 {
-    for (const Operation* operation : kOperations) {
-        for (const MuxCase& row : *operation->rows) {
-            // One frame of the mux is too small for one element of each.
-            const unsigned long count = 2 * row.buffers;
-            if (count > operation->most) {
+    Call call(operation_, first_, 4);
+    call.buffers[1].format = WaveFormat(2, 32, 32, 48000, 1);
+    call.buffers[1].length = 4;
+    EXPECT_EQ(call.Run(), FormatStatus(operation_));
+}
+
+TEST_P(MuxOperation, RejectsBuffersOfDifferentLengthsAtTheFirstThatDiffers)
+{
+    const MuxCase& kernel = kernels_[1];
+    for (const unsigned long other : {999ul, 1001ul}) {
+        Call call(operation_, kernel, 1000);
+        call.buffers[2].length = other * kernel.elementBytes;
+        const Call before = call;
+        EXPECT_EQ(call.Run(), ZT_E_BUFFER_SIZE_MISMATCH) << kernel.name;
+        EXPECT_TRUE(call.IsUntouched(before));
+        EXPECT_EQ(call.buffers[2].calls, kQueryCalls);
+        EXPECT_TRUE(call.buffers[3].calls.empty());
+        EXPECT_TRUE(call.mux.calls.empty());
+    }
+}
+
+TEST_P(MuxOperation, ComparesValidLengthsAndNotCapacities)
+{
+    for (const MuxCase& kernel : kernels_) {
+        Call call(operation_, kernel, 80);
+        (operation_.interleaves ? call.mux.length : call.buffers[0].length) -= 30;
+        if (!operation_.interleaves) {
+            for (FakeAudioSamples& buffer : call.buffers) {
+                buffer.length = 50 * kernel.elementBytes;
+            }
+        }
+        const Call before = call;
+        EXPECT_EQ(call.Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL) << kernel.name;
+        EXPECT_TRUE(call.IsUntouched(before));
+
+        Call odd(operation_, kernel, 20); // if a host reports no capacity, the lengths are sufficient
+        odd.mux.capacity = 0;
+        for (FakeAudioSamples& buffer : odd.buffers) {
+            buffer.capacity = 0;
+        }
+        const Bytes muxed = odd.mux.data;
+        EXPECT_EQ(odd.Run(), 0) << kernel.name;
+        EXPECT_TRUE(odd.HasMoved(muxed, kernel.elementBytes, 20)) << kernel.name;
+    }
+}
+
+TEST_P(MuxOperation, ValidatesTheLengthsBeforeThePair)
+{
+    const MuxCase& kernel = first_;
+    Call call(operation_, kernel, operation_.interleaves ? 9 : 7, operation_.interleaves ? 7 : 9);
+    call.mux.format = operation_.channels == 1 ? WaveFormat(2, 32, 32, 48000, 1) : WaveFormat(2, 32, 32, 48000, 2);
+    call.mux.length = (operation_.interleaves ? 7ul : 9ul) * 4 * operation_.channels;
+    EXPECT_EQ(call.Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+}
+
+TEST_P(MuxOperation, HasNoTableEntryForOtherPairs)
+{
+    int entries = 0;
+    for (const int property : {8, 9, 20, 21, 1, 2}) {
+        if ((property == 8 || property == 20 || property == 1) != (operation_.channels == 1)) {
+            continue;
+        }
+        for (int muxProperty = 1; muxProperty <= 26; ++muxProperty) {
+            if (muxProperty > 14 && muxProperty < 20) {
                 continue;
             }
-            const unsigned long taken = row.blockFrames != 0 ? row.buffers : operation->channels == 1 ? 64 : 32;
-            Call call(*operation, operation->Layout(row), count, 1, operation->MuxLayout(row), 1);
+            const auto kernel = std::find_if(kernels_.begin(), kernels_.end(), [=](const MuxCase& r) {
+                return r.PlaneProperty() == property && r.MuxProperty() == muxProperty;
+            });
+            const bool found = kernel != kernels_.end();
+            entries += found;
+            Call call(operation_, property, found ? kernel->buffers : 2, 3, muxProperty, 3);
             const Call before = call;
-            const bool refused = row.blockFrames != 0 || count > taken;
-            EXPECT_EQ(call.Run(), refused ? kInvalidParameter : 0) << row.name;
-            EXPECT_EQ(call.mux.data, before.mux.data) << row.name;
-            EXPECT_EQ(call.Samples(), before.Samples()) << row.name;
-            EXPECT_EQ(call.IsUntouched(before), refused) << row.name;
+            EXPECT_EQ(call.Run(), found ? 0 : ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED) << property << " " << muxProperty;
+            EXPECT_EQ(call.IsUntouched(before), !found);
         }
     }
-    Call call(kMuxToStereo, 9, 33, 1, 14, 1); // one more than the counted bodies take
+    EXPECT_EQ(entries, 15);
+}
+
+TEST_P(MuxOperation, ReturnsAFailureOfTheKernel)
+{
+    const MuxCase& kernel = first_; // accepts its own count only
+    Call call(operation_, kernel.PlaneProperty(), kernel.buffers + 1, 5, kernel.MuxProperty(), 5);
     const Call before = call;
-    EXPECT_EQ(call.Run(), kInvalidParameter);
+    EXPECT_EQ(call.Run(), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(call.Run(Flat((kernel.buffers + 1) * operation_.channels, 1.0f)), ZT_E_INVALID_PARAMETER);
     EXPECT_TRUE(call.IsUntouched(before));
 }
 
-TEST(MuxOperations, CheckPointersThoughNoFrameFits)
+TEST_P(MuxOperation, ValidatesTheCountOfBuffersEvenIfNoFrameFits)
 {
-    for (const Operation* operation : kOperations) {
-        const int narrow = operation->channels == 1 ? 1 : 2;
-        for (const MuxCase& row : *operation->rows) {
-            if (operation->Layout(row) == narrow) {
-                continue;
+    for (const MuxCase& kernel : kernels_) {
+        // One frame of the mux is too small for one element of each.
+        const unsigned long count = 2 * kernel.buffers;
+        if (count > operation_.maxBuffers) {
+            continue;
+        }
+        Call call(operation_, kernel.PlaneProperty(), count, 1, kernel.MuxProperty(), 1);
+        const Call before = call;
+        const bool isRejected = kernel.HasFixedCount() || count > (operation_.channels == 1 ? 64 : 32);
+        EXPECT_EQ(call.Run(), isRejected ? ZT_E_INVALID_PARAMETER : 0) << kernel.name;
+        EXPECT_EQ(call.mux.data, before.mux.data) << kernel.name;
+        EXPECT_EQ(call.Samples(), before.Samples()) << kernel.name;
+        EXPECT_EQ(call.IsUntouched(before), isRejected) << kernel.name;
+    }
+}
+
+TEST(MuxToStereo, Rejects33BuffersEvenIfNoFrameFits)
+{
+    Call call(kMuxToStereo, 9, 33, 1, 14, 1);
+    const Call before = call;
+    EXPECT_EQ(call.Run(), ZT_E_INVALID_PARAMETER);
+    EXPECT_TRUE(call.IsUntouched(before));
+}
+
+TEST_P(MuxOperation, ValidatesPointersEvenIfNoFrameFits)
+{
+    const int narrow = operation_.channels == 1 ? 1 : 2;
+    for (const MuxCase& kernel : kernels_) {
+        if (kernel.PlaneProperty() == narrow) {
+            continue;
+        }
+        // The second buffer cannot hold one element of the first's container.
+        const auto run = [&](bool planeIsNull, bool muxIsNull) {
+            Call call(operation_, kernel, 1);
+            call.buffers[1] = FakeAudioSamples(FormatOfProperty(narrow), 1, 1);
+            if (planeIsNull) {
+                call.buffers[0].data = Bytes();
             }
-            // The second buffer cannot hold one element of the first's container.
-            const auto run = [&](bool entryIsNull, bool muxIsNull) {
-                Call call(*operation, row, 1);
-                call.buffers[1] = FakeAudioSamples(FormatOfLayout(narrow), 1, 1);
-                if (entryIsNull) {
-                    call.buffers[0].data = Bytes();
-                }
-                if (muxIsNull) {
-                    call.mux.data = Bytes();
-                }
-                const Call before = call;
-                const int status = call.Run();
-                EXPECT_EQ(call.mux.data, before.mux.data) << row.name;
-                EXPECT_EQ(call.Samples(), before.Samples()) << row.name;
-                EXPECT_EQ(call.IsUntouched(before), status != 0) << row.name;
-                return status;
-            };
-            const bool counted = row.blockFrames == 0;
-            const bool packed = operation->Layout(row) >= 20;
-            int nullEntry = kInvalidPointer;
-            if (operation->assembles) {
-                nullEntry = counted && !packed ? 0 : kInvalidParameter;
-                if (std::string(row.name) == "Convert16MonoToMux16") {
-                    nullEntry = kInvalidPointer;
-                }
+            if (muxIsNull) {
+                call.mux.data = Bytes();
             }
-            EXPECT_EQ(run(false, false), 0) << row.name;
-            EXPECT_EQ(run(true, false), nullEntry) << row.name;
-            EXPECT_EQ(run(false, true), operation->assembles && counted ? kInvalidPointer : 0) << row.name;
+            const Call before = call;
+            const int status = call.Run();
+            EXPECT_EQ(call.mux.data, before.mux.data) << kernel.name;
+            EXPECT_EQ(call.Samples(), before.Samples()) << kernel.name;
+            EXPECT_EQ(call.IsUntouched(before), status != 0) << kernel.name;
+            return status;
+        };
+        const bool readsNull = kernel.interleaves && !kernel.HasFixedCount() && kernel.PlaneProperty() < 20;
+        EXPECT_EQ(run(false, false), 0) << kernel.name;
+        EXPECT_EQ(run(true, false), readsNull ? 0 : NullPlaneStatus(kernel)) << kernel.name;
+        EXPECT_EQ(run(false, true), kernel.interleaves && !kernel.HasFixedCount() ? ZT_E_INVALID_POINTER : 0)
+            << kernel.name;
+    }
+}
+
+TEST_P(MuxOperation, RejectsASuccessfulQueryWithoutAPointer)
+{
+    for (const MuxCase& kernel : kernels_) {
+        if (kernel.interleaves && !kernel.HasFixedCount() && kernel.PlaneProperty() < 20) {
+            continue; // the sources must not be null
+        }
+        for (const unsigned long i : {0UL, kernel.buffers - 1}) {
+            Call call(operation_, kernel, 5);
+            call.buffers[i].data = Bytes();
+            const Call before = call;
+            EXPECT_EQ(call.Run(), NullPlaneStatus(kernel)) << kernel.name;
+            EXPECT_TRUE(call.IsUntouched(before)) << kernel.name;
         }
     }
 }
 
-TEST(MuxOperations, RejectASuccessfulQueryWithoutAPointer)
+TEST_P(MuxOperation, AcceptsPositiveStatusesOfTheArray)
 {
-    for (const Operation* operation : kOperations) {
-        for (const MuxCase& row : *operation->rows) {
-            const bool anyCount = row.blockFrames == 0;
-            const bool packed = operation->Layout(row) >= 20;
-            if (operation->assembles && anyCount && !packed) {
-                continue; // the sources must not be null
-            }
-            int nullPlane = kInvalidPointer;
-            if (operation->assembles && std::string(row.name) != "Convert16MonoToMux16") {
-                nullPlane = kInvalidParameter;
-            }
-            for (const unsigned long i : {0UL, row.buffers - 1}) {
-                Call call(*operation, row, 5);
-                call.buffers[i].data = Bytes();
-                const Call before = call;
-                EXPECT_EQ(call.Run(), nullPlane) << row.name;
-                EXPECT_TRUE(call.IsUntouched(before)) << row.name;
-            }
+    const MuxCase& kernel = first_;
+    for (const QueryStatus status : kQueryStatuses) {
+        for (unsigned long i = 0; i < kernel.buffers; ++i) {
+            Call call(operation_, kernel, 4);
+            const Bytes muxed = call.mux.data;
+            call.buffers[i].*status = 7;
+            EXPECT_EQ(call.Run(), 0) << kernel.name << " " << i;
+            EXPECT_TRUE(call.HasMoved(muxed, kernel.elementBytes, 4)) << kernel.name << " " << i;
         }
     }
 }
 
-TEST(MuxOperations, AcceptPositiveStatusesOfTheArray)
+TEST_P(MuxDeinterleave, GivesABufferThatOccursTwiceItsLastChannel)
 {
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front();
-        for (int FakeAudioSamples::*status : {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus,
-                                              &FakeAudioSamples::capacityStatus}) {
-            for (unsigned long i = 0; i < row.buffers; ++i) {
-                Call call(*operation, row, 4);
-                const Bytes muxed = call.mux.data;
-                call.buffers[i].*status = 7;
-                EXPECT_EQ(call.Run(), 0) << row.name << " " << i;
-                EXPECT_EQ(Muxed(call.Samples(), row.elementBytes, 4), operation->assembles ? call.mux.data : muxed);
+    for (const MuxCase& kernel : kernels_) {
+        for (const unsigned long frames : {1UL, 5UL, 64UL, 200UL}) {
+            Call call(operation_, kernel, frames);
+            Call separate = call;
+            std::vector<IZtAudioSamples*> pointers;
+            for (FakeAudioSamples& buffer : call.buffers) {
+                pointers.push_back(&buffer);
             }
+            pointers.front() = pointers.back();
+            EXPECT_EQ(operation_.Run(pointers.data(), pointers.size(), &call.mux, nullptr, 0), 0) << kernel.name;
+            EXPECT_EQ(separate.Run(), 0) << kernel.name;
+            std::vector<Bytes> expected = separate.Samples();
+            expected.front() = call.buffers.front().data; // this buffer is not in the array
+            EXPECT_EQ(call.Samples(), expected) << kernel.name << " " << frames;
+            EXPECT_EQ(call.buffers.back().lengthsSet.size(), 2U) << kernel.name;
         }
     }
 }
 
-TEST(MuxDeinterleave, GivesABufferThatOccursTwiceItsLastChannel)
+TEST(MuxToMono, AppliesTheVolumesOfABufferThatOccursTwiceOneAfterTheOther)
 {
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxCase& row : *operation->rows) {
-            for (const unsigned long frames : {1UL, 5UL, 64UL, 200UL}) {
-                Call call(*operation, row, frames);
-                Call separate = call;
-                std::vector<IZtAudioSamples*> pointers;
-                for (FakeAudioSamples& buffer : call.buffers) {
-                    pointers.push_back(&buffer);
-                }
-                pointers.front() = pointers.back();
-                EXPECT_EQ(operation->Run(pointers.data(), pointers.size(), &call.mux, nullptr, 0), 0) << row.name;
-                EXPECT_EQ(separate.Run(), 0) << row.name;
-                std::vector<Bytes> expected = separate.Samples();
-                expected.front() = call.buffers.front().data; // of a buffer that the call does not have
-                EXPECT_EQ(call.Samples(), expected) << row.name << " " << frames;
-                EXPECT_EQ(call.buffers.back().lengthsSet.size(), 2U) << row.name;
-            }
-        }
-    }
-}
-
-TEST(MuxDeinterleave, AppliesTheVolumesOfABufferThatOccursTwiceOneAfterTheOther)
-{
-    const MuxCase& row = kMuxToMonoRows[0];
-    Call call(kMuxToMono, row, 8);
+    const MuxCase& kernel = kMuxToMonoCases[0];
+    Call call(kMuxToMono, kernel, 8);
     Fill(call.mux.data, 0x10000000);
     std::vector<IZtAudioSamples*> pointers(4, &call.buffers[3]);
     Volumes volumes = Flat(4, 0.5f);
@@ -545,173 +506,161 @@ TEST(MuxDeinterleave, AppliesTheVolumesOfABufferThatOccursTwiceOneAfterTheOther)
     }
 }
 
-TEST(MuxOperations, CountWholeFrames)
+TEST_P(MuxOperation, CountsWholeFrames)
 {
-    for (const Operation* operation : kOperations) {
-        const MuxCase& row = operation->rows->front();
-        Call call(*operation, row, 5);
-        for (FakeAudioSamples& buffer : call.buffers) {
-            buffer.length = 4 * row.elementBytes + 3;
-        }
-        call.mux.length = 4 * row.elementBytes * row.buffers + 1;
-        const std::vector<unsigned long> set = {4 * row.elementBytes * (operation->assembles ? row.buffers : 1)};
-        EXPECT_EQ(call.Run(), 0);
-        EXPECT_EQ((operation->assembles ? call.mux : call.buffers[1]).lengthsSet, set);
+    const MuxCase& kernel = first_;
+    Call call(operation_, kernel, 5);
+    for (FakeAudioSamples& buffer : call.buffers) {
+        buffer.length = 4 * kernel.elementBytes + 3;
     }
+    call.mux.length = 4 * kernel.elementBytes * kernel.buffers + 1;
+    const Lengths set = {4 * kernel.elementBytes * (operation_.interleaves ? kernel.buffers : 1)};
+    EXPECT_EQ(call.Run(), 0);
+    EXPECT_EQ((operation_.interleaves ? call.mux : call.buffers[1]).lengthsSet, set);
 }
 
 // ---- Interleaving ----
 
-TEST(MuxInterleave, EndsWithTheStatusOfSettingTheLength)
+TEST_P(MuxInterleave, ReturnsTheStatusOfSettingTheLength)
 {
-    for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const int status : {-5, 3}) {
-            const MuxCase& row = operation->rows->front();
-            Call call(*operation, row, 6);
-            call.mux.setLengthStatus = status;
-            EXPECT_EQ(call.Run(), status);
-            EXPECT_EQ(call.mux.data, Muxed(call.Samples(), row.elementBytes, 6));
-        }
+    for (const int status : {-5, 3}) {
+        const MuxCase& kernel = first_;
+        Call call(operation_, kernel, 6);
+        call.mux.setLengthStatus = status;
+        EXPECT_EQ(call.Run(), status);
+        EXPECT_EQ(call.mux.data, Interleaved(call.Samples(), kernel.elementBytes, 6));
     }
 }
 
-TEST(MuxInterleave, OfEmptyBuffersEmptiesTheMux)
+TEST_P(MuxInterleave, SetsTheLengthOfTheMuxToZeroForEmptyBuffers)
 {
-    for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxCase& row : *operation->rows) {
-            Call call(*operation, row, 0, 5);
-            const Bytes before = call.mux.data;
-            EXPECT_EQ(call.Run(), 0) << row.name;
-            EXPECT_EQ(call.mux.lengthsSet, std::vector<unsigned long>{0});
-            EXPECT_EQ(call.mux.data, before);
-            call.mux.setLengthStatus = -8;
-            EXPECT_EQ(call.Run(), -8) << row.name;
-        }
+    for (const MuxCase& kernel : kernels_) {
+        Call call(operation_, kernel, 0, 5);
+        const Bytes before = call.mux.data;
+        EXPECT_EQ(call.Run(), 0) << kernel.name;
+        EXPECT_EQ(call.mux.lengthsSet, Lengths{0});
+        EXPECT_EQ(call.mux.data, before);
+        call.mux.setLengthStatus = -8;
+        EXPECT_EQ(call.Run(), -8) << kernel.name;
     }
 }
 
-TEST(MuxInterleave, ShortensALongerMux)
+TEST_P(MuxInterleave, ShortensALongerMux)
 {
-    for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxCase& row : *operation->rows) {
-            Call call(*operation, row, 60, 100);
-            Bytes expected = call.mux.data;
-            const Bytes muxed = Muxed(call.Samples(), row.elementBytes, 60);
-            std::copy(muxed.begin(), muxed.end(), expected.begin());
-            EXPECT_EQ(call.Run(), 0) << row.name;
-            EXPECT_EQ(call.mux.data, expected) << row.name;
-            EXPECT_EQ(call.mux.length, muxed.size()) << row.name;
-        }
+    for (const MuxCase& kernel : kernels_) {
+        Call call(operation_, kernel, 60, 100);
+        Bytes expected = call.mux.data;
+        const Bytes muxed = Interleaved(call.Samples(), kernel.elementBytes, 60);
+        std::copy(muxed.begin(), muxed.end(), expected.begin());
+        EXPECT_EQ(call.Run(), 0) << kernel.name;
+        EXPECT_EQ(call.mux.data, expected) << kernel.name;
+        EXPECT_EQ(call.mux.length, muxed.size()) << kernel.name;
     }
 }
 
-TEST(MuxInterleave, WithVolumesScalesTheWholeMuxAndLeavesItsLength)
+TEST_P(MuxInterleave, ScalesTheWholeMuxAndKeepsItsLength)
 {
-    for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxCase& row : *operation->rows) {
-            if (row.input != 8 && row.input != 9) {
-                continue;
-            }
-            const unsigned long channels = row.buffers * operation->channels;
-            Call call(*operation, row, 60, 100);
-            for (FakeAudioSamples& buffer : call.buffers) {
-                Fill(buffer.data, 0x10000000);
-            }
-            Fill(call.mux.data, 0x10000000);
-            EXPECT_EQ(call.Run(Volumes(channels, SZtAudioMonoVolumeInfo{0, 0.0f, 1.0f})), 0) << row.name;
-            // A step is 4096 / 100 = 40 parts of 4096, and the sample is 4096 times 256.
-            for (std::size_t i = 0; i < 100 * channels; ++i) {
-                ASSERT_EQ(Word(call.mux.data, i), i / channels * 40 * 256 * 256) << row.name << " " << i;
-            }
-            EXPECT_EQ(call.mux.lengthsSet, std::vector<unsigned long>{400 * channels}) << row.name;
-        }
-    }
-}
-
-TEST(MuxInterleave, GivesEachChannelItsOwnVolume)
-{
-    for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        const MuxCase& row = (*operation->rows)[1]; // 8 channels
-        Call call(*operation, row, 9);
-        const Bytes muxed = Muxed(call.Samples(), row.elementBytes, 9);
-        Volumes volumes = Flat(8, 1.0f);
-        volumes[3] = {0, 0.5f, 0.5f};
-        volumes[6] = {0, 0.0f, 0.0f};
-        EXPECT_EQ(call.Run(volumes), 0);
-        for (std::size_t i = 0; i < 72; ++i) {
-            const std::uint32_t word = Word(muxed, i) & 0xFFFFFF00;
-            const std::uint32_t expected = i % 8 == 3 ? Halved(word) : i % 8 == 6 ? 0 : word;
-            EXPECT_EQ(Word(call.mux.data, i), expected) << i;
-        }
-    }
-}
-
-TEST(MuxInterleave, RejectsVolumesOnOtherMuxesAfterTheInterleaving)
-{
-    for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxCase& row : *operation->rows) {
-            if (row.input == 8 || row.input == 9) {
-                continue;
-            }
-            Call call(*operation, row, 11);
-            EXPECT_EQ(call.Run(Flat(row.buffers * operation->channels, 1.0f)), kOutputFormatNotSupported) << row.name;
-            EXPECT_EQ(call.mux.data, Muxed(call.Samples(), row.elementBytes, 11)) << row.name;
-            EXPECT_TRUE(call.mux.lengthsSet.empty()) << row.name;
-        }
-    }
-}
-
-TEST(MuxInterleave, RejectsAnOddVolumeAfterTheInterleaving)
-{
-    for (const MuxCase& row : kStereoToMuxRows) {
-        if (row.input != 9) {
+    for (const MuxCase& kernel : kernels_) {
+        if (kernel.input != 8 && kernel.input != 9) {
             continue;
         }
-        Call call(kStereoToMux, row, 5);
-        EXPECT_EQ(call.Run(Flat(row.buffers * 2 + 1, 1.0f)), kInvalidParameter) << row.name;
-        EXPECT_EQ(call.mux.data, Muxed(call.Samples(), row.elementBytes, 5)) << row.name;
-        EXPECT_TRUE(call.mux.lengthsSet.empty()) << row.name;
+        const unsigned long channels = kernel.buffers * operation_.channels;
+        Call call(operation_, kernel, 60, 100);
+        for (FakeAudioSamples& buffer : call.buffers) {
+            Fill(buffer.data, 0x10000000);
+        }
+        Fill(call.mux.data, 0x10000000);
+        EXPECT_EQ(call.Run(Volumes(channels, SZtAudioMonoVolumeInfo{0, 0.0f, 1.0f})), 0) << kernel.name;
+        // A step is 4096 / 100 = 40 parts of 4096, and the sample is 4096 times 256.
+        for (std::size_t i = 0; i < 100 * channels; ++i) {
+            ASSERT_EQ(Word(call.mux.data, i), i / channels * 40 * 256 * 256) << kernel.name << " " << i;
+        }
+        EXPECT_EQ(call.mux.lengthsSet, Lengths{400 * channels}) << kernel.name;
     }
 }
 
-TEST(MuxInterleave, UsesTheContainerOfTheFirstBufferAndReadsNoBufferTooFar)
+TEST_P(MuxInterleave, GivesEachChannelItsOwnVolume)
 {
-    const MuxCase& row = kMonoToMuxCases[0];
-    Call call(kMonoToMux, row, 12);
+    const MuxCase& kernel = kernels_[1]; // 8 channels
+    Call call(operation_, kernel, 9);
+    const Bytes muxed = Interleaved(call.Samples(), kernel.elementBytes, 9);
+    Volumes volumes = Flat(8, 1.0f);
+    volumes[3] = {0, 0.5f, 0.5f};
+    volumes[6] = {0, 0.0f, 0.0f};
+    EXPECT_EQ(call.Run(volumes), 0);
+    for (std::size_t i = 0; i < 72; ++i) {
+        const std::uint32_t word = Word(muxed, i) & 0xFFFFFF00;
+        const std::uint32_t expected = i % 8 == 3 ? Halved(word) : i % 8 == 6 ? 0 : word;
+        EXPECT_EQ(Word(call.mux.data, i), expected) << i;
+    }
+}
+
+TEST_P(MuxInterleave, RejectsVolumesOnOtherMuxesAfterTheInterleaving)
+{
+    for (const MuxCase& kernel : kernels_) {
+        if (kernel.input == 8 || kernel.input == 9) {
+            continue;
+        }
+        Call call(operation_, kernel, 11);
+        EXPECT_EQ(call.Run(Flat(kernel.buffers * operation_.channels, 1.0f)), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED)
+            << kernel.name;
+        EXPECT_EQ(call.mux.data, Interleaved(call.Samples(), kernel.elementBytes, 11)) << kernel.name;
+        EXPECT_TRUE(call.mux.lengthsSet.empty()) << kernel.name;
+    }
+}
+
+TEST(StereoToMux, RejectsAnOddVolumeAfterTheInterleaving)
+{
+    for (const MuxCase& kernel : kStereoToMuxCases) {
+        if (kernel.input != 9) {
+            continue;
+        }
+        Call call(kStereoToMux, kernel, 5);
+        EXPECT_EQ(call.Run(Flat(kernel.buffers * 2 + 1, 1.0f)), ZT_E_INVALID_PARAMETER) << kernel.name;
+        EXPECT_EQ(call.mux.data, Interleaved(call.Samples(), kernel.elementBytes, 5)) << kernel.name;
+        EXPECT_TRUE(call.mux.lengthsSet.empty()) << kernel.name;
+    }
+}
+
+TEST(MonoToMux, UsesTheContainerOfTheFirstBufferAndReadsNothingBehindABuffer)
+{
+    const MuxCase& kernel = kMonoToMuxCases[0];
+    Call call(kMonoToMux, kernel, 12);
     FakeAudioSamples& narrow = call.buffers[2];
-    narrow = FakeAudioSamples(FormatOfLayout(1), 12, 12); // has memory for 6 elements of the first buffer's
+    narrow = FakeAudioSamples(FormatOfProperty(1), 12, 12); // has memory for 6 elements of the first buffer's
     narrow.data = RandomBytes(narrow.data.size());
     Bytes expected = call.mux.data;
-    const Bytes muxed = Muxed(call.Samples(), row.elementBytes, 6);
+    const Bytes muxed = Interleaved(call.Samples(), kernel.elementBytes, 6);
     std::copy(muxed.begin(), muxed.end(), expected.begin());
     EXPECT_EQ(call.Run(), 0);
     EXPECT_EQ(call.mux.data, expected);
-    EXPECT_EQ(call.mux.lengthsSet, std::vector<unsigned long>{12 * 16});
+    EXPECT_EQ(call.mux.lengthsSet, Lengths{12 * 16});
 
     // A buffer that differs from the previous one only in its capacity is validated separately.
-    Call roomy(kMonoToMux, row, 12);
+    Call longer(kMonoToMux, kernel, 12);
     for (const std::size_t i : {1U, 2U}) {
-        roomy.buffers[i] = FakeAudioSamples(FormatOfLayout(1), 12, i == 1 ? 24 : 12);
-        roomy.buffers[i].data = RandomBytes(roomy.buffers[i].data.size());
+        longer.buffers[i] = FakeAudioSamples(FormatOfProperty(1), 12, i == 1 ? 24 : 12);
+        longer.buffers[i].data = RandomBytes(longer.buffers[i].data.size());
     }
-    expected = roomy.mux.data;
-    const Bytes six = Muxed(roomy.Samples(), row.elementBytes, 6);
+    expected = longer.mux.data;
+    const Bytes six = Interleaved(longer.Samples(), kernel.elementBytes, 6);
     std::copy(six.begin(), six.end(), expected.begin());
-    EXPECT_EQ(roomy.Run(), 0);
-    EXPECT_EQ(roomy.mux.data, expected);
+    EXPECT_EQ(longer.Run(), 0);
+    EXPECT_EQ(longer.mux.data, expected);
 
-    Call wide(kMonoToMux, 1, 4, 12, 3, 12); // the other way round all elements are there, though not the right ones
-    wide.buffers[2] = FakeAudioSamples(FormatOfLayout(8), 12, 12);
+    // A wider container has enough elements, but other ones.
+    Call wide(kMonoToMux, 1, 4, 12, 3, 12);
+    wide.buffers[2] = FakeAudioSamples(FormatOfProperty(8), 12, 12);
     wide.buffers[2].data = RandomBytes(48);
     EXPECT_EQ(wide.Run(), 0);
-    EXPECT_EQ(wide.mux.data, Muxed(wide.Samples(), 2, 12));
+    EXPECT_EQ(wide.mux.data, Interleaved(wide.Samples(), 2, 12));
 }
 
-TEST(MuxInterleave, WritesNoFurtherThanTheMuxWithMoreBuffersThanItHasChannels)
+TEST(MonoToMux, WritesNothingBehindTheMuxWithMoreBuffersThanItHasChannels)
 {
     Call call(kMonoToMux, 8, 64, 10, 13, 10); // 32 channels
     Bytes expected = call.mux.data;
-    const Bytes muxed = Muxed(call.Samples(), 4, 5);
+    const Bytes muxed = Interleaved(call.Samples(), 4, 5);
     std::copy(muxed.begin(), muxed.end(), expected.begin());
     EXPECT_EQ(call.Run(), 0);
     EXPECT_EQ(call.mux.data, expected);
@@ -719,92 +668,81 @@ TEST(MuxInterleave, WritesNoFurtherThanTheMuxWithMoreBuffersThanItHasChannels)
 
 // ---- Deinterleaving ----
 
-TEST(MuxDeinterleave, EndsWithTheLastFailureOfSettingALengthAndStopsAtNone)
+TEST_P(MuxDeinterleave, SetsAllLengthsAndReturnsTheLastFailure)
 {
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        const MuxCase& row = (*operation->rows)[1];
-        Call call(*operation, row, 6);
-        const Bytes muxed = call.mux.data;
-        call.buffers[1].setLengthStatus = -5;
-        EXPECT_EQ(call.Run(), -5);
+    const MuxCase& kernel = kernels_[1];
+    Call call(operation_, kernel, 6);
+    const Bytes muxed = call.mux.data;
+    call.buffers[1].setLengthStatus = -5;
+    EXPECT_EQ(call.Run(), -5);
+    for (const FakeAudioSamples& buffer : call.buffers) {
+        EXPECT_EQ(buffer.lengthsSet, Lengths{6 * kernel.elementBytes});
+    }
+    EXPECT_EQ(Interleaved(call.Samples(), kernel.elementBytes, 6), muxed);
+
+    call.buffers[2].setLengthStatus = -9;
+    EXPECT_EQ(call.Run(), -9);
+    call.buffers[1].setLengthStatus = 0;
+    call.buffers[2].setLengthStatus = 0;
+    call.buffers[3].setLengthStatus = 4; // a success is not returned
+    EXPECT_EQ(call.Run(), 0);
+}
+
+TEST_P(MuxDeinterleave, SetsTheLengthsOfEmptyBuffersForAnEmptyMux)
+{
+    for (const MuxCase& kernel : kernels_) {
+        Call call(operation_, kernel, 0);
+        EXPECT_EQ(call.Run(), 0) << kernel.name;
         for (const FakeAudioSamples& buffer : call.buffers) {
-            EXPECT_EQ(buffer.lengthsSet, std::vector<unsigned long>{6 * row.elementBytes});
+            EXPECT_EQ(buffer.lengthsSet, Lengths{0});
         }
-        EXPECT_EQ(Muxed(call.Samples(), row.elementBytes, 6), muxed);
-
-        call.buffers[2].setLengthStatus = -9;
-        EXPECT_EQ(call.Run(), -9);
-        call.buffers[1].setLengthStatus = 0;
-        call.buffers[2].setLengthStatus = 0;
-        call.buffers[3].setLengthStatus = 4; // a success is not handed on
-        EXPECT_EQ(call.Run(), 0);
     }
 }
 
-TEST(MuxDeinterleave, OfAnEmptyMuxIntoEmptyBuffersSetsTheirLengths)
+TEST_P(MuxDeinterleave, RejectsEmptyBuffersForAMuxWithData)
 {
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxCase& row : *operation->rows) {
-            Call call(*operation, row, 0);
-            EXPECT_EQ(call.Run(), 0) << row.name;
-            for (const FakeAudioSamples& buffer : call.buffers) {
-                EXPECT_EQ(buffer.lengthsSet, std::vector<unsigned long>{0});
+    Call call(operation_, first_, 0, 3);
+    EXPECT_EQ(call.Run(), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+}
+
+TEST_P(MuxDeinterleave, FillsLongerOutputsFromBehindTheMuxsValidLength)
+{
+    for (const MuxCase& kernel : kernels_) {
+        Call call(operation_, kernel, 80);
+        call.mux.length = 50 * kernel.buffers * kernel.elementBytes;
+        EXPECT_EQ(call.Run(), 0) << kernel.name;
+        EXPECT_EQ(Interleaved(call.Samples(), kernel.elementBytes, 80), call.mux.data) << kernel.name;
+        for (const FakeAudioSamples& buffer : call.buffers) {
+            EXPECT_EQ(buffer.lengthsSet, Lengths{50 * kernel.elementBytes}) << kernel.name;
+        }
+    }
+}
+
+TEST_P(MuxDeinterleave, ReadsNothingBehindTheMuxsMemory)
+{
+    for (const MuxCase& kernel : kernels_) {
+        for (const unsigned long muxFrames : {0ul, 50ul, 60ul}) {
+            Call call(operation_, kernel, 80, muxFrames);
+            call.mux.length = std::min(muxFrames, 50ul) * kernel.buffers * kernel.elementBytes;
+            const std::vector<Bytes> before = call.Samples();
+            EXPECT_EQ(call.Run(), 0) << kernel.name;
+            EXPECT_EQ(Interleaved(call.Samples(), kernel.elementBytes, muxFrames), call.mux.data) << kernel.name;
+            for (std::size_t i = 0; i < kernel.buffers; ++i) {
+                const auto moved = static_cast<std::ptrdiff_t>(muxFrames * kernel.elementBytes);
+                EXPECT_TRUE(
+                    std::equal(before[i].begin() + moved, before[i].end(), call.buffers[i].data.begin() + moved));
+                EXPECT_EQ(call.buffers[i].lengthsSet, Lengths{std::min(muxFrames, 50ul) * kernel.elementBytes});
             }
         }
     }
 }
 
-TEST(MuxDeinterleave, RejectsEmptyBuffersForAMuxWithData)
+TEST(MuxToMono, SelectsTheTailByTheFramesOfTheOutputs)
 {
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        Call call(*operation, operation->rows->front(), 0, 3);
-        EXPECT_EQ(call.Run(), kDestinationTooSmall);
-    }
-}
-
-TEST(MuxDeinterleave, FillsLongerOutputsFromBehindTheMuxsData)
-{
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxCase& row : *operation->rows) {
-            Call call(*operation, row, 80);
-            call.mux.length = 50 * row.buffers * row.elementBytes;
-            EXPECT_EQ(call.Run(), 0) << row.name;
-            EXPECT_EQ(Muxed(call.Samples(), row.elementBytes, 80), call.mux.data) << row.name;
-            for (const FakeAudioSamples& buffer : call.buffers) {
-                EXPECT_EQ(buffer.lengthsSet, std::vector<unsigned long>{50 * row.elementBytes}) << row.name;
-            }
-        }
-    }
-}
-
-TEST(MuxDeinterleave, ReadsNoFurtherThanTheMuxsMemory)
-{
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxCase& row : *operation->rows) {
-            for (const unsigned long muxFrames : {0ul, 50ul, 60ul}) {
-                Call call(*operation, row, 80, muxFrames);
-                call.mux.length = std::min(muxFrames, 50ul) * row.buffers * row.elementBytes;
-                const std::vector<Bytes> before = call.Samples();
-                EXPECT_EQ(call.Run(), 0) << row.name;
-                EXPECT_EQ(Muxed(call.Samples(), row.elementBytes, muxFrames), call.mux.data) << row.name;
-                for (std::size_t i = 0; i < row.buffers; ++i) {
-                    const auto moved = static_cast<std::ptrdiff_t>(muxFrames * row.elementBytes);
-                    EXPECT_TRUE(
-                        std::equal(before[i].begin() + moved, before[i].end(), call.buffers[i].data.begin() + moved));
-                    EXPECT_EQ(call.buffers[i].lengthsSet,
-                              std::vector<unsigned long>{std::min(muxFrames, 50ul) * row.elementBytes});
-                }
-            }
-        }
-    }
-}
-
-TEST(MuxDeinterleave, DecidesTheTailByTheFramesOfTheOutputs)
-{
-    const MuxCase& row = kMuxToMonoRows[2]; // 16 channels: the third frame of a tail repeats channels 8 to 11
+    const MuxCase& kernel = kMuxToMonoCases[2]; // 16 channels: the third frame of a tail repeats channels 8 to 11
     for (const unsigned long frames : {7UL, 8UL, 9UL, 11UL, 12UL, 52UL}) {
         for (const unsigned long muxFrames : {3UL, 6UL, 7UL, 8UL, 11UL, 51UL}) {
-            Call call(kMuxToMono, row, frames, std::min(frames, muxFrames));
+            Call call(kMuxToMono, kernel, frames, std::min(frames, muxFrames));
             std::vector<Bytes> expected = call.Samples();
             for (std::size_t c = 0; c < 16; ++c) {
                 for (unsigned long f = 0; f < std::min(frames, muxFrames); ++f) {
@@ -818,60 +756,56 @@ TEST(MuxDeinterleave, DecidesTheTailByTheFramesOfTheOutputs)
     }
 }
 
-TEST(MuxDeinterleave, DecidesTheCountOfBlocksByTheFramesOfTheOutputs)
+TEST_P(MuxDeinterleave, CountsBlocksByTheFramesOfTheOutputs)
 {
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxCase& row : *operation->rows) {
-            if (row.blockFrames == 0) {
-                continue;
-            }
-            const unsigned long frames = row.blockFrames << 16; // the low 16 bits of the count of blocks are 0
-            Call none(*operation, row, frames, frames - 1);
-            const std::vector<Bytes> before = none.Samples();
-            EXPECT_EQ(none.Run(), 0) << row.name;
-            EXPECT_TRUE(none.Samples() == before) << row.name;
-
-            Call all(*operation, row, frames + row.blockFrames, frames);
-            EXPECT_EQ(all.Run(), 0) << row.name;
-            EXPECT_TRUE(Muxed(all.Samples(), row.elementBytes, frames) == all.mux.data) << row.name;
+    for (const MuxCase& kernel : kernels_) {
+        if (!kernel.HasFixedCount()) {
+            continue;
         }
+        const unsigned long frames = kernel.blockFrames << 16; // the low 16 bits of the count of blocks are 0
+        Call none(operation_, kernel, frames, frames - 1);
+        const std::vector<Bytes> before = none.Samples();
+        EXPECT_EQ(none.Run(), 0) << kernel.name;
+        EXPECT_TRUE(none.Samples() == before) << kernel.name;
+
+        Call all(operation_, kernel, frames + kernel.blockFrames, frames);
+        EXPECT_EQ(all.Run(), 0) << kernel.name;
+        EXPECT_TRUE(Interleaved(all.Samples(), kernel.elementBytes, frames) == all.mux.data) << kernel.name;
     }
 }
 
-TEST(MuxInterleave, DecidesTheCountOfBlocksByTheFramesOfTheInputs)
+TEST_P(MuxInterleave, CountsBlocksByTheFramesOfTheInputs)
 {
-    for (const Operation* operation : {&kMonoToMux, &kStereoToMux}) {
-        for (const MuxCase& row : *operation->rows) {
-            if (row.blockFrames == 0 || std::string(row.name) == "Convert16MonoToMux16") {
-                continue;
-            }
-            const unsigned long frames = row.blockFrames << 16;
-            Call call(*operation, row, frames);
-            // Has memory for half of the frames.
-            call.buffers[1] = FakeAudioSamples(FormatOfLayout(operation->channels == 1 ? 1 : 2), frames, frames);
-            const Bytes before = call.mux.data;
-            EXPECT_EQ(call.Run(), 0) << row.name;
-            EXPECT_TRUE(call.mux.data == before) << row.name;
+    for (const MuxCase& kernel : kernels_) {
+        if (!kernel.HasFixedCount() || IsConvert16MonoToMux16(kernel)) {
+            continue;
         }
+        const unsigned long frames = kernel.blockFrames << 16;
+        Call call(operation_, kernel, frames);
+        // It has memory for half of the frames.
+        call.buffers[1] = FakeAudioSamples(FormatOfProperty(operation_.channels == 1 ? 1 : 2), frames, frames);
+        const Bytes before = call.mux.data;
+        EXPECT_EQ(call.Run(), 0) << kernel.name;
+        EXPECT_TRUE(call.mux.data == before) << kernel.name;
     }
 }
 
-TEST(MuxDeinterleave, WritesNoOutputTooFarThoughItUsesTheContainerOfTheFirst)
+TEST(MuxToMono, UsesTheContainerOfTheFirstOutputAndWritesNothingBehindAnOutput)
 {
-    const MuxCase& row = kMuxToMonoRows[0];
-    Call call(kMuxToMono, row, 12);
+    const MuxCase& kernel = kMuxToMonoCases[0];
+    Call call(kMuxToMono, kernel, 12);
     FakeAudioSamples& narrow = call.buffers[2];
-    narrow = FakeAudioSamples(FormatOfLayout(1), 12, 12); // has memory for 6 elements of the mux's
+    narrow = FakeAudioSamples(FormatOfProperty(1), 12, 12); // has memory for 6 elements of the mux's
     const Bytes muxed = call.mux.data;
     EXPECT_EQ(call.Run(), 0);
-    EXPECT_EQ(Muxed(call.Samples(), 4, 6), Bytes(muxed.begin(), muxed.begin() + 6 * 16));
-    EXPECT_EQ(narrow.lengthsSet, std::vector<unsigned long>{48}); // by the frames of the first
+    EXPECT_EQ(Interleaved(call.Samples(), 4, 6), Bytes(muxed.begin(), muxed.begin() + 6 * 16));
+    EXPECT_EQ(narrow.lengthsSet, Lengths{48}); // by the frames of the first
 }
 
-TEST(MuxDeinterleave, RepeatsChannelsInTheTailOf16Channels)
+TEST(MuxToMono, RepeatsChannelsInTheTailOf16Channels)
 {
     for (const unsigned long frames : {7ul, 8ul}) {
-        Call call(kMuxToMono, kMuxToMonoRows[2], frames);
+        Call call(kMuxToMono, kMuxToMonoCases[2], frames);
         EXPECT_EQ(call.Run(), 0);
         for (std::size_t c = 12; c < 16; ++c) {
             const std::size_t from = frames == 7 ? c - 4 : c;
@@ -880,104 +814,97 @@ TEST(MuxDeinterleave, RepeatsChannelsInTheTailOf16Channels)
     }
 }
 
-TEST(MuxDeinterleave, WithVolumesScalesEachOutputOverItsOwnLength)
+TEST_P(MuxDeinterleave, ScalesEachOutputOverItsOwnLength)
 {
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxCase& row : *operation->rows) {
-            if (row.output != 8 && row.output != 9) {
-                continue;
-            }
-            Call call(*operation, row, 80);
-            call.mux.length = 48 * row.buffers * row.elementBytes;
-            Fill(call.mux.data, 0x10000000);
-            const unsigned long channels = operation->channels;
-            EXPECT_EQ(call.Run(Volumes(row.buffers * channels, SZtAudioMonoVolumeInfo{0, 0.0f, 1.0f})), 0) << row.name;
-            for (const FakeAudioSamples& buffer : call.buffers) {
-                for (std::size_t i = 0; i < 80 * channels; ++i) { // a step is 4096 / 80 = 51 parts
-                    ASSERT_EQ(Word(buffer.data, i), i / channels * 51 * 256 * 256) << row.name << " " << i;
-                }
-                EXPECT_EQ(buffer.lengthsSet, std::vector<unsigned long>{80 * row.elementBytes}) << row.name;
-            }
+    for (const MuxCase& kernel : kernels_) {
+        if (kernel.output != 8 && kernel.output != 9) {
+            continue;
         }
-    }
-}
-
-TEST(MuxDeinterleave, GivesEachOutputItsOwnVolumes)
-{
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        const MuxCase& row = (*operation->rows)[1]; // 8 channels
-        Call call(*operation, row, 12);
-        Volumes volumes = Flat(8, 1.0f);
-        volumes[3] = {0, 0.5f, 0.5f};
-        volumes[6] = {0, 0.0f, 0.0f};
-        EXPECT_EQ(call.Run(volumes), 0);
-        const Bytes result = Muxed(call.Samples(), row.elementBytes, 12);
-        for (std::size_t i = 0; i < 96; ++i) {
-            const std::uint32_t word = Word(call.mux.data, i) & 0xFFFFFF00;
-            const std::uint32_t expected = i % 8 == 3 ? Halved(word) : i % 8 == 6 ? 0 : word;
-            EXPECT_EQ(Word(result, i), expected) << i;
-        }
+        Call call(operation_, kernel, 80);
+        call.mux.length = 48 * kernel.buffers * kernel.elementBytes;
+        Fill(call.mux.data, 0x10000000);
+        const unsigned long channels = operation_.channels;
+        EXPECT_EQ(call.Run(Volumes(kernel.buffers * channels, SZtAudioMonoVolumeInfo{0, 0.0f, 1.0f})), 0)
+            << kernel.name;
         for (const FakeAudioSamples& buffer : call.buffers) {
-            // The volume step digests the buffer as its output and as its input.
-            EXPECT_EQ(buffer.calls, Calls(3, 1)) << row.name;
-        }
-    }
-}
-
-TEST(MuxDeinterleave, RejectsVolumesOnOtherOutputsAfterTheDeinterleaving)
-{
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        for (const MuxCase& row : *operation->rows) {
-            if (row.output == 8 || row.output == 9) {
-                continue;
+            for (std::size_t i = 0; i < 80 * channels; ++i) { // a step is 4096 / 80 = 51 parts
+                ASSERT_EQ(Word(buffer.data, i), i / channels * 51 * 256 * 256) << kernel.name << " " << i;
             }
-            Call call(*operation, row, 12);
-            EXPECT_EQ(call.Run(Flat(row.buffers * operation->channels, 1.0f)),
-                      row.output >= 20 ? kProcessingFormatNotSupported : kOutputFormatNotSupported)
-                << row.name;
-            EXPECT_EQ(Muxed(call.Samples(), row.elementBytes, 12), call.mux.data) << row.name;
-            for (const FakeAudioSamples& buffer : call.buffers) {
-                EXPECT_TRUE(buffer.lengthsSet.empty()) << row.name;
-            }
+            EXPECT_EQ(buffer.lengthsSet, Lengths{80 * kernel.elementBytes}) << kernel.name;
         }
     }
 }
 
-TEST(MuxDeinterleave, WithVolumesEndsWithTheLastFailureAndStopsAtNone)
+TEST_P(MuxDeinterleave, GivesEachOutputItsOwnVolumes)
 {
-    for (const Operation* operation : {&kMuxToMono, &kMuxToStereo}) {
-        const MuxCase& row = (*operation->rows)[1];
-        Call call(*operation, row, 8);
-        call.buffers[1].setLengthStatus = -5;
-        Volumes volumes = Flat(8, 1.0f);
-        EXPECT_EQ(call.Run(volumes), -5);
-        volumes[2 * operation->channels] = {0, 9.0f, 9.0f}; // of the third output
-        EXPECT_EQ(call.Run(volumes), kInvalidParameter);
-        for (std::size_t i = 0; i < row.buffers; ++i) {
-            EXPECT_EQ(call.buffers[i].lengthsSet.size(), i == 2 ? 1u : 2u);
+    const MuxCase& kernel = kernels_[1]; // 8 channels
+    Call call(operation_, kernel, 12);
+    Volumes volumes = Flat(8, 1.0f);
+    volumes[3] = {0, 0.5f, 0.5f};
+    volumes[6] = {0, 0.0f, 0.0f};
+    EXPECT_EQ(call.Run(volumes), 0);
+    const Bytes result = Interleaved(call.Samples(), kernel.elementBytes, 12);
+    for (std::size_t i = 0; i < 96; ++i) {
+        const std::uint32_t word = Word(call.mux.data, i) & 0xFFFFFF00;
+        const std::uint32_t expected = i % 8 == 3 ? Halved(word) : i % 8 == 6 ? 0 : word;
+        EXPECT_EQ(Word(result, i), expected) << i;
+    }
+    for (const FakeAudioSamples& buffer : call.buffers) {
+        // The volume step queries the buffer as its output and as its input.
+        EXPECT_EQ(buffer.calls, QueriesAndLengths(3, 1)) << kernel.name;
+    }
+}
+
+TEST_P(MuxDeinterleave, RejectsVolumesOnOtherOutputsAfterTheDeinterleaving)
+{
+    for (const MuxCase& kernel : kernels_) {
+        if (kernel.output == 8 || kernel.output == 9) {
+            continue;
+        }
+        Call call(operation_, kernel, 12);
+        EXPECT_EQ(call.Run(Flat(kernel.buffers * operation_.channels, 1.0f)),
+                  kernel.output >= 20 ? ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED : ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED)
+            << kernel.name;
+        EXPECT_EQ(Interleaved(call.Samples(), kernel.elementBytes, 12), call.mux.data) << kernel.name;
+        for (const FakeAudioSamples& buffer : call.buffers) {
+            EXPECT_TRUE(buffer.lengthsSet.empty()) << kernel.name;
         }
     }
 }
 
-TEST(MuxDeinterleave, IntoMoreThan32StereoBuffersFailsInTheKernelOnly)
+TEST_P(MuxDeinterleave, AppliesAllVolumesAndReturnsTheLastFailure)
+{
+    const MuxCase& kernel = kernels_[1];
+    Call call(operation_, kernel, 8);
+    call.buffers[1].setLengthStatus = -5;
+    Volumes volumes = Flat(8, 1.0f);
+    EXPECT_EQ(call.Run(volumes), -5);
+    volumes[2 * operation_.channels] = {0, 9.0f, 9.0f}; // of the third output
+    EXPECT_EQ(call.Run(volumes), ZT_E_INVALID_PARAMETER);
+    for (std::size_t i = 0; i < kernel.buffers; ++i) {
+        EXPECT_EQ(call.buffers[i].lengthsSet.size(), i == 2 ? 1u : 2u);
+    }
+}
+
+TEST(MuxToStereo, RejectsMoreThan32BuffersInTheKernelOnly)
 {
     for (const unsigned long count : {33ul, 64ul}) {
         Call call(kMuxToStereo, 9, count, 4, 14, 4);
         const Call before = call;
-        EXPECT_EQ(call.Run(), kInvalidParameter);
-        EXPECT_EQ(call.Run(Flat(count * 2 + 1, 1.0f)), kInvalidParameter);
+        EXPECT_EQ(call.Run(), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ(call.Run(Flat(count * 2 + 1, 1.0f)), ZT_E_INVALID_PARAMETER);
         EXPECT_TRUE(call.IsUntouched(before));
-        EXPECT_EQ(call.mux.calls, Calls(2, 0));
+        EXPECT_EQ(call.mux.calls, QueriesAndLengths(2, 0));
 
         Call empty(kMuxToStereo, 9, count, 0, 14, 0);
         EXPECT_EQ(empty.Run(), 0);
-        EXPECT_EQ(empty.buffers.back().lengthsSet, std::vector<unsigned long>{0});
+        EXPECT_EQ(empty.buffers.back().lengthsSet, Lengths{0});
     }
 }
 
-TEST(MuxDeinterleave, AcceptsAnOddVolumeForStereoBuffers)
+TEST(MuxToStereo, AcceptsAnOddVolumeForStereoBuffers)
 {
-    Call call(kMuxToStereo, kMuxToStereoRows[0], 8);
+    Call call(kMuxToStereo, kMuxToStereoCases[0], 8);
     EXPECT_EQ(call.Run(Flat(5, 0.0f)), 0);
     EXPECT_EQ(call.buffers[0].data, Bytes(64));
     EXPECT_EQ(call.buffers[1].data, Bytes(64));
@@ -989,8 +916,8 @@ template <class Class>
 std::pair<int, int> Suggested(int in, int out)
 {
     Class kernels;
-    SZtaWaveFormatInfo inFormat = in == 16 ? WaveFormat(2, 32, 32, 48000, 1) : FormatOfLayout(in);
-    SZtaWaveFormatInfo outFormat = FormatOfLayout(out);
+    SZtaWaveFormatInfo inFormat = FormatOfProperty(in);
+    SZtaWaveFormatInfo outFormat = FormatOfProperty(out);
     SZtaWaveFormatInfo suggestedIn{};
     SZtaWaveFormatInfo suggestedOut{};
     EXPECT_EQ(kernels.SuggestFormat(&inFormat, &outFormat, &suggestedIn, &suggestedOut), 0);
@@ -1000,20 +927,20 @@ std::pair<int, int> Suggested(int in, int out)
     return {properties[0], properties[1]};
 }
 
+template <class Class>
+void ExpectPairsKept(const std::vector<MuxCase>& cases)
+{
+    for (const MuxCase& kernel : cases) {
+        EXPECT_EQ(Suggested<Class>(kernel.input, kernel.output), std::pair(kernel.input, kernel.output));
+    }
+}
+
 TEST(MuxSuggestFormat, KeepsTheFormatsOfATableEntry)
 {
-    for (const MuxCase& row : kMonoToMuxCases) {
-        EXPECT_EQ(Suggested<CZtaConvertMonoToMux>(row.input, row.output), std::pair(row.input, row.output));
-    }
-    for (const MuxCase& row : kStereoToMuxRows) {
-        EXPECT_EQ(Suggested<CZtaConvertStereoToMux>(row.input, row.output), std::pair(row.input, row.output));
-    }
-    for (const MuxCase& row : kMuxToMonoRows) {
-        EXPECT_EQ(Suggested<CZtaConvertMuxToMono>(row.input, row.output), std::pair(row.input, row.output));
-    }
-    for (const MuxCase& row : kMuxToStereoRows) {
-        EXPECT_EQ(Suggested<CZtaConvertMuxToStereo>(row.input, row.output), std::pair(row.input, row.output));
-    }
+    ExpectPairsKept<CZtaConvertMonoToMux>(kMonoToMuxCases);
+    ExpectPairsKept<CZtaConvertStereoToMux>(kStereoToMuxCases);
+    ExpectPairsKept<CZtaConvertMuxToMono>(kMuxToMonoCases);
+    ExpectPairsKept<CZtaConvertMuxToStereo>(kMuxToStereoCases);
 }
 
 TEST(MuxSuggestFormat, ProposesTheMuxsContainerForInterleaving)
@@ -1044,7 +971,7 @@ template <class Class>
 void ExpectFailureLogged()
 {
     Class kernels;
-    SZtaWaveFormatInfo good = FormatOfLayout(8);
+    SZtaWaveFormatInfo good = FormatOfProperty(8);
     SZtaWaveFormatInfo bad = WaveFormat(1, 8, 8, 48000, 1);
     SZtaWaveFormatInfo in{};
     SZtaWaveFormatInfo out{};
@@ -1052,7 +979,7 @@ void ExpectFailureLogged()
     EXPECT_EQ(kernels.SuggestFormat(&good, &good, &in, &out), 0);
     EXPECT_EQ(LogRecorder::Count(), 0u);
     in = {};
-    EXPECT_EQ(kernels.SuggestFormat(&good, &bad, &in, &out), kFormatNotSupported);
+    EXPECT_EQ(kernels.SuggestFormat(&good, &bad, &in, &out), ZT_E_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(LogRecorder::Count(), 1u);
     EXPECT_EQ(LogRecorder::LastText(), "[ASSERT] hr = ZT_E_FORMAT_NOT_SUPPORTED: The format of the surface or audio "
                                        "samples is not supported in the requested processing.");
@@ -1068,3 +995,4 @@ TEST(MuxSuggestFormat, LogsAFailure)
 }
 
 } // namespace
+} // namespace zta::test

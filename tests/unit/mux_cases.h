@@ -1,33 +1,33 @@
+/// The 60 mux kernels: the expected table entries, and a way to call each.
 #pragma once
 
-// The 60 mux kernels: the expected table entries, and a way to call each.
-
 #include "kernels/mux_conversion.h"
-#include "testing/fake_audio_samples.h"
-#include "testing/models/format_model.h"
-#include "testing/models/interleave_model.h"
+#include "tests/unit/kernel_test.h"
 
 #include <cstddef>
 #include <vector>
 
-struct MuxCase {
-    using CallInterleave = int (*)(void** sources, unsigned long count, void* mux, unsigned long frames);
-    using Split = int (*)(void* mux, void** destinations, unsigned long count, unsigned long frames);
+namespace zta::test {
 
+struct MuxCase {
     int input;
     int output;
     unsigned long buffers;
     unsigned long elementBytes;
     unsigned long blockFrames; ///< 0 for kernels that accept any number of buffers
     const char* name;
-    CallInterleave assemble;
-    Split split;
+    bool interleaves;
+    int (*run)(void** planes, unsigned long count, void* mux, unsigned long frames);
+
+    int PlaneProperty() const { return interleaves ? input : output; }
+    int MuxProperty() const { return interleaves ? output : input; }
+    bool HasFixedCount() const { return blockFrames != 0; }
 };
 
 #define ZTA_INTERLEAVES(type, name)                                                                                    \
-#name, [](void** s, unsigned long n, void* m, unsigned long f) { return type().name(s, n, m, f); }, nullptr
+#name, true, [](void** p, unsigned long n, void* m, unsigned long f) { return type().name(p, n, m, f); }
 #define ZTA_DEINTERLEAVES(type, name)                                                                                  \
-#name, nullptr, [](void* m, void** d, unsigned long n, unsigned long f) { return type().name(m, d, n, f); }
+#name, false, [](void** p, unsigned long n, void* m, unsigned long f) { return type().name(m, p, n, f); }
 
 // clang-format off
 inline const std::vector<MuxCase> kMonoToMuxCases = {
@@ -48,7 +48,7 @@ inline const std::vector<MuxCase> kMonoToMuxCases = {
     { 1,  7, 64, 2, 0, ZTA_INTERLEAVES(CZtaConvertMonoToMux, Convert64MonoToMux64Buffer16in16)},
 };
 
-inline const std::vector<MuxCase> kStereoToMuxRows = {
+inline const std::vector<MuxCase> kStereoToMuxCases = {
     { 9, 10,  2, 8, 2, ZTA_INTERLEAVES(CZtaConvertStereoToMux, Convert2StereoToMux4)},
     { 9, 11,  4, 8, 2, ZTA_INTERLEAVES(CZtaConvertStereoToMux, Convert4StereoToMux8)},
     { 9, 12,  8, 8, 2, ZTA_INTERLEAVES(CZtaConvertStereoToMux, Convert8StereoToMux16)},
@@ -66,7 +66,7 @@ inline const std::vector<MuxCase> kStereoToMuxRows = {
     { 2,  7, 32, 4, 0, ZTA_INTERLEAVES(CZtaConvertStereoToMux, Convert32StereoToMux64Buffer16in16)},
 };
 
-inline const std::vector<MuxCase> kMuxToMonoRows = {
+inline const std::vector<MuxCase> kMuxToMonoCases = {
     {10,  8,  4, 4, 4, ZTA_DEINTERLEAVES(CZtaConvertMuxToMono, ConvertMux4To4Mono)},
     {11,  8,  8, 4, 4, ZTA_DEINTERLEAVES(CZtaConvertMuxToMono, ConvertMux8To8Mono)},
     {12,  8, 16, 4, 4, ZTA_DEINTERLEAVES(CZtaConvertMuxToMono, ConvertMux16To16Mono)},
@@ -84,7 +84,7 @@ inline const std::vector<MuxCase> kMuxToMonoRows = {
     { 7,  1, 64, 2, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToMono, Convert16in16Mux64To64Mono)},
 };
 
-inline const std::vector<MuxCase> kMuxToStereoRows = {
+inline const std::vector<MuxCase> kMuxToStereoCases = {
     {10,  9,  2, 8, 2, ZTA_DEINTERLEAVES(CZtaConvertMuxToStereo, ConvertMux4To2Stereo)},
     {11,  9,  4, 8, 2, ZTA_DEINTERLEAVES(CZtaConvertMuxToStereo, ConvertMux8To4Stereo)},
     {12,  9,  8, 8, 2, ZTA_DEINTERLEAVES(CZtaConvertMuxToStereo, ConvertMux16To8Stereo)},
@@ -101,10 +101,39 @@ inline const std::vector<MuxCase> kMuxToStereoRows = {
     {26, 21, 32, 6, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToStereo, ConvertMux64To32StereoBuffer24in24)},
     { 7,  2, 32, 4, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToStereo, ConvertMux64To32StereoBuffer16in16)},
 };
+
+/// The kernels behind those of any count, under their own names. `buffers` is the largest count.
+inline const std::vector<MuxCase> kAnyCountCases = {
+    { 8, 0, 64, 4, 0, ZTA_INTERLEAVES(CZtaConvertMonoToMux, _ConvertNMonoTo1Mux)},
+    {20, 0, 64, 3, 0, ZTA_INTERLEAVES(CZtaConvertMonoToMux, _ConvertNMonoTo1MuxFor24in24Buffer)},
+    { 1, 0, 64, 2, 0, ZTA_INTERLEAVES(CZtaConvertMonoToMux, _ConvertNMonoTo1MuxFor16in16Buffer)},
+    { 9, 0, 32, 8, 0, ZTA_INTERLEAVES(CZtaConvertStereoToMux, _ConvertNStereoTo1Mux)},
+    {21, 0, 32, 6, 0, ZTA_INTERLEAVES(CZtaConvertStereoToMux, _ConvertNStereoTo1MuxFor24in24Buffer)},
+    { 2, 0, 32, 4, 0, ZTA_INTERLEAVES(CZtaConvertStereoToMux, _ConvertNStereoTo1MuxFor16in16Buffer)},
+    { 0, 8, 64, 4, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToMono, _Convert1MuxToNMonoFor24in32Buffer)},
+    {0, 20, 64, 3, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToMono, _Convert1MuxToNMonoFor24in24Buffer)},
+    { 0, 1, 64, 2, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToMono, _Convert1MuxToNMonoFor16in16Buffer)},
+    { 0, 9, 32, 8, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToStereo, _Convert1MuxToNStereoFor24in32Buffer)},
+    {0, 21, 32, 6, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToStereo, _Convert1MuxToNStereoFor24in24Buffer)},
+    { 0, 2, 32, 4, 0, ZTA_DEINTERLEAVES(CZtaConvertMuxToStereo, _Convert1MuxToNStereoFor16in16Buffer)},
+};
 // clang-format on
 
 #undef ZTA_INTERLEAVES
 #undef ZTA_DEINTERLEAVES
 
-inline constexpr auto FormatOfLayout = models::FormatOfProperty;
-inline constexpr auto Muxed = models::Interleaved;
+/// Reference model of all mux operations: frame by frame, one element of each plane.
+inline Bytes Interleaved(const std::vector<Bytes>& planes, std::size_t elementBytes, std::size_t frames)
+{
+    Bytes mux;
+    mux.reserve(planes.size() * elementBytes * frames);
+    for (std::size_t frame = 0; frame < frames; ++frame) {
+        for (const Bytes& plane : planes) {
+            const auto element = plane.begin() + static_cast<std::ptrdiff_t>(frame * elementBytes);
+            mux.insert(mux.end(), element, element + static_cast<std::ptrdiff_t>(elementBytes));
+        }
+    }
+    return mux;
+}
+
+} // namespace zta::test

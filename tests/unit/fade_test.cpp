@@ -1,8 +1,8 @@
 #include "kernels/fade.h"
 #include "kernels/loops/fade_curve.h"
 
-#include "testing/fake_audio_samples.h"
 #include "testing/models/fade_model.h"
+#include "tests/unit/kernel_test.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +14,7 @@
 #include <set>
 #include <vector>
 
+namespace zta::test {
 namespace {
 
 using models::FadedSample16;
@@ -22,18 +23,13 @@ using models::FadeGain;
 using models::FadeOp;
 using models::Write;
 
-constexpr int kFormatNotSupported = static_cast<int>(0x8999803A);
-constexpr int kProcessingFormatNotSupported = static_cast<int>(0x8999803D);
-constexpr int kDestinationTooSmall = static_cast<int>(0x8999803E);
 constexpr int kHostFailure = static_cast<int>(0x80001234);
 
-constexpr std::size_t kRamp = 200;
-
-// --- The kernels, one row each ---------------------------------------------------------------------------------------
+// --- The kernels -----------------------------------------------------------------------------------------------------
 
 using Kernel = int (CZtaApplyFade::*)(unsigned long, void*);
 
-struct Row {
+struct Case {
     const char* name;
     std::uint32_t property;
     Kernel fadeIn;
@@ -45,7 +41,7 @@ struct Row {
 };
 
 // clang-format off
-const Row kRows[] = {
+const Case kCases[] = {
     {"Mono16",   1, &CZtaApplyFade::ApplyFadeIn16Mono,         &CZtaApplyFade::ApplyFadeOut16Mono,         FadeOp::Int16,    1,  2, false},
     {"Stereo16", 2, &CZtaApplyFade::ApplyFadeIn16Stereo,       &CZtaApplyFade::ApplyFadeOut16Stereo,       FadeOp::Stereo16,  2,  4, false},
     {"Mono24",   8, &CZtaApplyFade::ApplyFadeIn24Mono,         &CZtaApplyFade::ApplyFadeOut24Mono,         FadeOp::Int24In32,    1,  4, false},
@@ -59,37 +55,40 @@ const Row kRows[] = {
 };
 // clang-format on
 
-int ModelFadeIn(const Row& row, std::size_t frames, std::uint8_t* buffer)
+/// Reference model of a kernel.
+int ModelFade(const Case& c, bool isFadeIn, std::size_t frames, std::uint8_t* buffer)
 {
-    if (row.mux && frames < kRamp) {
-        return kDestinationTooSmall;
+    if (c.mux && frames < kFadeFrames) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
-    for (std::size_t k = 0; k < std::min(frames, kRamp); ++k) {
-        FadeFrame(row.op, row.channels, buffer + k * row.frameBytes, k);
-    }
-    return 0;
-}
-
-int ModelFadeOut(const Row& row, std::size_t frames, std::uint8_t* buffer)
-{
-    if (row.mux && frames < kRamp) {
-        return kDestinationTooSmall;
-    }
-    const std::size_t length = std::min(frames, kRamp);
+    const std::size_t length = std::min<std::size_t>(frames, kFadeFrames);
     for (std::size_t k = 0; k < length; ++k) {
-        FadeFrame(row.op, row.channels, buffer + (frames - length + k) * row.frameBytes, 199 - k);
+        const std::size_t frame = isFadeIn ? k : frames - length + k;
+        FadeFrame(c.op, c.channels, buffer + frame * c.frameBytes, isFadeIn ? k : 199 - k);
     }
     return 0;
 }
 
-/// Samples at random, a good part of them at the ends of their range.
-std::vector<std::uint8_t> Noise(std::size_t bytes, std::uint32_t seed)
+/// Applies the fades whose flags are set.
+Bytes Faded(const Case& c, Bytes bytes, std::size_t frames, bool fadeIn, bool fadeOut)
+{
+    if (fadeIn) {
+        ModelFade(c, true, frames, bytes.data());
+    }
+    if (fadeOut) {
+        ModelFade(c, false, frames, bytes.data());
+    }
+    return bytes;
+}
+
+/// Random samples, a quarter of them at the limits of their range.
+Bytes Noise(std::size_t bytes, std::uint32_t seed)
 {
     constexpr std::array<std::uint32_t, 12> kExtremes = {0x80008000, 0x7FFF7FFF, 0x00000000, 0xFFFFFFFF,
                                                          0x80000000, 0x7FFFFFFF, 0x7FFFFF00, 0x80000100,
                                                          0x0000FFFF, 0xFFFF0000, 0x00010001, 0xFFFF8000};
     std::mt19937 random(seed);
-    std::vector<std::uint8_t> noise(bytes + 4);
+    Bytes noise(bytes + 4);
     for (std::size_t i = 0; i < bytes; i += 4) {
         const auto draw = static_cast<std::uint32_t>(random());
         Write(&noise[i], draw % 4 == 0 ? kExtremes[draw / 4 % kExtremes.size()] : draw);
@@ -108,57 +107,57 @@ std::vector<std::size_t> Lengths()
     return lengths;
 }
 
-class FadeKernel : public ::testing::TestWithParam<Row> {};
+class FadeKernel : public ::testing::TestWithParam<Case> {};
 
-INSTANTIATE_TEST_SUITE_P(Every, FadeKernel, ::testing::ValuesIn(kRows), [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Every, FadeKernel, ::testing::ValuesIn(kCases), [](const auto& c) { return c.param.name; });
 
-/// Runs a kernel and its model on the same noise, at every alignment that a 32-bit word can have, between guards.
-void Compare(const Row& row, Kernel kernel, int (*model)(const Row&, std::size_t, std::uint8_t*))
+/// Runs a kernel and its model on the same noise, at every alignment of a 32-bit word, between guard bytes.
+void Compare(const Case& c, Kernel kernel, bool isFadeIn)
 {
     constexpr std::size_t kGuard = 128;
     CZtaApplyFade fade;
     for (const std::size_t frames : Lengths()) {
         for (std::size_t offset = 0; offset < 4; ++offset) {
             const std::size_t start = kGuard + offset;
-            std::vector<std::uint8_t> actual =
-                Noise(start + frames * row.frameBytes + kGuard, static_cast<std::uint32_t>(frames * 4 + offset));
-            std::vector<std::uint8_t> expected = actual;
+            Bytes actual =
+                Noise(start + frames * c.frameBytes + kGuard, static_cast<std::uint32_t>(frames * 4 + offset));
+            Bytes expected = actual;
             const int status = (fade.*kernel)(frames, actual.data() + start);
-            ASSERT_EQ(status, model(row, frames, expected.data() + start)) << frames << " frames";
+            ASSERT_EQ(status, ModelFade(c, isFadeIn, frames, expected.data() + start)) << frames << " frames";
             ASSERT_EQ(actual, expected) << frames << " frames at offset " << offset;
         }
     }
 }
 
-TEST_P(FadeKernel, FadesInAsTheModel)
+TEST_P(FadeKernel, FadesInLikeTheModel)
 {
-    Compare(GetParam(), GetParam().fadeIn, ModelFadeIn);
+    Compare(GetParam(), GetParam().fadeIn, true);
 }
 
-TEST_P(FadeKernel, FadesOutAsTheModel)
+TEST_P(FadeKernel, FadesOutLikeTheModel)
 {
-    Compare(GetParam(), GetParam().fadeOut, ModelFadeOut);
+    Compare(GetParam(), GetParam().fadeOut, false);
 }
 
 TEST_P(FadeKernel, RejectsAMuxBufferShorterThanTheFadeAndNoOther)
 {
-    const Row& row = GetParam();
+    const Case& c = GetParam();
     CZtaApplyFade fade;
-    for (const Kernel kernel : {row.fadeIn, row.fadeOut}) {
+    for (const Kernel kernel : {c.fadeIn, c.fadeOut}) {
         for (const std::size_t frames : {0u, 1u, 199u}) {
-            std::vector<std::uint8_t> buffer(frames * row.frameBytes + 4, 0x55);
-            const std::vector<std::uint8_t> before = buffer;
-            EXPECT_EQ((fade.*kernel)(frames, buffer.data()), row.mux ? kDestinationTooSmall : 0);
-            EXPECT_EQ(buffer == before, row.mux || frames == 0) << frames;
+            Bytes buffer(frames * c.frameBytes + 4, 0x55);
+            const Bytes before = buffer;
+            EXPECT_EQ((fade.*kernel)(frames, buffer.data()), c.mux ? ZT_E_DESTINATION_BUFFER_TOO_SMALL : 0);
+            EXPECT_EQ(buffer == before, c.mux || frames == 0) << frames;
         }
-        std::vector<std::uint8_t> buffer(200 * row.frameBytes, 0x55);
+        Bytes buffer(200 * c.frameBytes, 0x55);
         EXPECT_EQ((fade.*kernel)(200, buffer.data()), 0);
     }
 }
 
 // --- The gains -------------------------------------------------------------------------------------------------------
 
-TEST(MakeFadeCurve, HaveTheirKnownValues)
+TEST(FadeCurves, HaveTheirKnownValues)
 {
     EXPECT_EQ(kFadeFrames, 200u);
 
@@ -181,7 +180,7 @@ TEST(MakeFadeCurve, HaveTheirKnownValues)
     EXPECT_EQ(kFadeCurveMux[199], 32767u);
 }
 
-TEST(MakeFadeCurve, FollowTheParabola)
+TEST(FadeCurves, AreParabolas)
 {
     static_assert(sizeof kFadeCurve16 == 200 * 2);
     static_assert(sizeof kFadeCurve32 == 200 * 4);
@@ -193,10 +192,10 @@ TEST(MakeFadeCurve, FollowTheParabola)
     }
 }
 
-TEST(MakeFadeCurve, AreThoseOfTheKernels)
+TEST(FadeCurves, AreThoseOfTheKernels)
 {
     CZtaApplyFade fade;
-    std::vector<std::int16_t> samples(200, -32768); // comes out as the negative gain
+    std::vector<std::int16_t> samples(200, -32768); // becomes the negative gain
     fade.ApplyFadeIn16Mono(200, samples.data());
     for (std::size_t i = 0; i < 200; ++i) {
         EXPECT_EQ(samples[i], -kFadeCurve16[i]) << i;
@@ -222,7 +221,7 @@ std::vector<std::uint32_t> FadeWith(Kernel kernel, std::vector<std::uint32_t> wo
 TEST(Fade16Mono, RoundsTowardsMinusInfinity)
 {
     using Samples = std::vector<std::int16_t>;
-    // A fade-in of one frame takes the gain 327, a fade-out of one frame 32767.
+    // The gain of a fade-in of one frame is 327, that of a fade-out of one frame 32767.
     EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, Samples{-1}, 1), Samples{-1});
     EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, Samples{1}, 1), Samples{0});
     EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, Samples{32767}, 1), Samples{326});
@@ -233,14 +232,14 @@ TEST(Fade16Mono, RoundsTowardsMinusInfinity)
     EXPECT_EQ(FadeWith(&CZtaApplyFade::ApplyFadeOut16Mono, Samples{-1}, 1), Samples{-1});
 }
 
-TEST(Fade16Mono, EndsBelowFullGainOnTheWayIntoAShortBuffer)
+TEST(Fade16Mono, EndsAFadeInBelowFullGainInAShortBuffer)
 {
     const auto faded = FadeWith(&CZtaApplyFade::ApplyFadeIn16Mono, std::vector<std::int16_t>(100, -32768), 1);
     EXPECT_EQ(faded.front(), -327);
     EXPECT_EQ(faded.back(), -24575); // three quarters
 }
 
-TEST(Fade16Mono, StartsAtFullGainOnTheWayOutOfAShortBuffer)
+TEST(Fade16Mono, StartsAFadeOutAtFullGainInAShortBuffer)
 {
     const auto faded = FadeWith(&CZtaApplyFade::ApplyFadeOut16Mono, std::vector<std::int16_t>(100, -32768), 1);
     EXPECT_EQ(faded.front(), -32767);
@@ -303,7 +302,7 @@ TEST(Fade24Mux, WrapsForGainsBeyondFullScale)
     EXPECT_EQ(words, (std::vector<std::uint32_t>{0xFFFEFFFC, 0x00010000, 0xFFFFFFFC, 0}));
 }
 
-// --- The ramps with gains of the caller's ----------------------------------------------------------------------------
+// --- Ramps with the caller's gains -----------------------------------------------------------------------------------
 
 TEST(Ramp16, IsExactForEverySampleAndGain)
 {
@@ -327,11 +326,11 @@ TEST(Ramp16, AdvancesByItsStepAfterEachFrame)
 {
     CZtaApplyFade fade;
     const std::array<unsigned short, 7> gains = {100, 200, 300, 400, 500, 600, 700};
-    struct Case {
+    struct Step {
         short step;
         std::array<std::int16_t, 3> gains;
     };
-    for (const Case& c : {Case{1, {400, 500, 600}}, Case{-1, {400, 300, 200}}, Case{0, {400, 400, 400}}}) {
+    for (const Step& c : {Step{1, {400, 500, 600}}, Step{-1, {400, 300, 200}}, Step{0, {400, 400, 400}}}) {
         std::vector<std::int16_t> samples(9, -32768);
         fade._Fade16BitIn16MuxBuffer(samples.data(), 3, 3, &gains[3], c.step);
         for (std::size_t i = 0; i < 9; ++i) {
@@ -346,7 +345,7 @@ TEST(Ramp16, AdvancesByItsStepAfterEachFrame)
     EXPECT_EQ(samples, (std::vector<std::int16_t>{-700, -500, -300}));
 }
 
-TEST(Ramp16, TouchesNothingForNoFramesOrNoChannels)
+TEST(Ramp16, WritesNothingWithoutFramesOrChannels)
 {
     CZtaApplyFade fade;
     const unsigned short gain = 0;
@@ -383,7 +382,7 @@ void CheckRamp(void (CZtaApplyFade::*ramp)(void*, unsigned long, const Entry*, b
     }
 }
 
-TEST(MuxRamps, WalkTheCallersGainsInBothDirections)
+TEST(MuxRamps, ApplyTheCallersGainsInBothDirections)
 {
     CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux4, 4, models::FadedMuxWord24);
     CheckRamp<std::uint32_t>(&CZtaApplyFade::ApplyFade24BitIn32Mux8, 8, models::FadedMuxWord24);
@@ -395,35 +394,27 @@ TEST(MuxRamps, WalkTheCallersGainsInBothDirections)
 
 // --- The operation ---------------------------------------------------------------------------------------------------
 
-const std::vector<std::string> kDigestCalls = {"GetAudioSamplesDescription", "GetBufferAndLength", "GetBufferCapacity"};
-
-FakeAudioSamples Samples(const Row& row, std::size_t frames, bool fadeIn, bool fadeOut)
+FakeAudioSamples Samples(const Case& c, std::size_t frames, bool fadeIn, bool fadeOut)
 {
-    FakeAudioSamples samples(g_asFormatOfProperty[row.property], frames, frames + 5);
-    samples.data = Noise(samples.data.size(), row.property);
+    FakeAudioSamples samples(g_asFormatOfProperty[c.property], frames, frames + 5);
+    samples.data = Noise(samples.data.size(), c.property);
     samples.fadeIn = fadeIn;
     samples.fadeOut = fadeOut;
     return samples;
 }
 
-class ApplyFade : public ::testing::TestWithParam<Row> {};
+class ApplyFade : public ::testing::TestWithParam<Case> {};
 
-INSTANTIATE_TEST_SUITE_P(Every, ApplyFade, ::testing::ValuesIn(kRows), [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Every, ApplyFade, ::testing::ValuesIn(kCases), [](const auto& c) { return c.param.name; });
 
-TEST_P(ApplyFade, DoesWhatTheFlagsAskIn)
+TEST_P(ApplyFade, FadesAsItsFlagsSay)
 {
-    const Row& row = GetParam();
+    const Case& c = GetParam();
     for (const std::size_t frames : {200u, 333u, 1000u}) {
         for (const bool fadeIn : {false, true}) {
             for (const bool fadeOut : {false, true}) {
-                FakeAudioSamples samples = Samples(row, frames, fadeIn, fadeOut);
-                std::vector<std::uint8_t> expected = samples.data;
-                if (fadeIn) {
-                    ModelFadeIn(row, frames, expected.data());
-                }
-                if (fadeOut) {
-                    ModelFadeOut(row, frames, expected.data());
-                }
+                FakeAudioSamples samples = Samples(c, frames, fadeIn, fadeOut);
+                const Bytes expected = Faded(c, samples.data, frames, fadeIn, fadeOut);
                 CZtaApplyFade fade;
                 EXPECT_EQ(fade.ApplyFade(&samples), 0);
                 EXPECT_EQ(samples.data, expected) << frames << " frames, in " << fadeIn << ", out " << fadeOut;
@@ -432,21 +423,15 @@ TEST_P(ApplyFade, DoesWhatTheFlagsAskIn)
     }
 }
 
-TEST_P(ApplyFade, FadesAShortBufferUnlessItIsMux)
+TEST_P(ApplyFade, RejectsAShortBufferOnlyIfItIsMux)
 {
-    const Row& row = GetParam();
+    const Case& c = GetParam();
     for (const bool fadeIn : {false, true}) {
         for (const bool fadeOut : {false, true}) {
-            FakeAudioSamples samples = Samples(row, 199, fadeIn, fadeOut);
-            std::vector<std::uint8_t> expected = samples.data;
-            if (fadeIn) {
-                ModelFadeIn(row, 199, expected.data());
-            }
-            if (fadeOut) {
-                ModelFadeOut(row, 199, expected.data());
-            }
+            FakeAudioSamples samples = Samples(c, 199, fadeIn, fadeOut);
+            const Bytes expected = Faded(c, samples.data, 199, fadeIn, fadeOut);
             CZtaApplyFade fade;
-            EXPECT_EQ(fade.ApplyFade(&samples), row.mux && (fadeIn || fadeOut) ? kDestinationTooSmall : 0);
+            EXPECT_EQ(fade.ApplyFade(&samples), c.mux && (fadeIn || fadeOut) ? ZT_E_DESTINATION_BUFFER_TOO_SMALL : 0);
             EXPECT_EQ(samples.data, expected) << "in " << fadeIn << ", out " << fadeOut;
         }
     }
@@ -455,7 +440,7 @@ TEST_P(ApplyFade, FadesAShortBufferUnlessItIsMux)
 TEST_P(ApplyFade, SucceedsOnABufferWithoutFrames)
 {
     FakeAudioSamples samples = Samples(GetParam(), 0, true, true);
-    const std::vector<std::uint8_t> before = samples.data;
+    const Bytes before = samples.data;
     CZtaApplyFade fade;
     EXPECT_EQ(fade.ApplyFade(&samples), 0);
     EXPECT_EQ(samples.data, before);
@@ -466,17 +451,16 @@ TEST_P(ApplyFade, QueriesTheBufferInfoAndNothingElse)
     FakeAudioSamples samples = Samples(GetParam(), 200, true, true);
     CZtaApplyFade fade;
     fade.ApplyFade(&samples);
-    EXPECT_EQ(samples.calls, kDigestCalls);
-    EXPECT_EQ(samples.descriptionSizes, std::vector<std::uint32_t>{40});
+    EXPECT_EQ(samples.calls, kQueryCalls);
+    EXPECT_EQ(samples.descriptionSizes, kDescriptionSize);
 }
 
-TEST_P(ApplyFade, PassesAFailureOfTheHostOn)
+TEST_P(ApplyFade, ReturnsAFailureOfTheHost)
 {
-    for (int FakeAudioSamples::*status :
-         {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus, &FakeAudioSamples::capacityStatus}) {
+    for (const QueryStatus status : kQueryStatuses) {
         FakeAudioSamples samples = Samples(GetParam(), 200, true, true);
         samples.*status = kHostFailure;
-        const std::vector<std::uint8_t> before = samples.data;
+        const Bytes before = samples.data;
         CZtaApplyFade fade;
         EXPECT_EQ(fade.ApplyFade(&samples), kHostFailure);
         EXPECT_EQ(samples.data, before);
@@ -487,20 +471,20 @@ TEST_P(ApplyFade, AcceptsStatusesOfZeroAndAbove)
 {
     FakeAudioSamples samples = Samples(GetParam(), 200, true, false);
     samples.descriptionStatus = samples.bufferStatus = samples.capacityStatus = 1;
-    const std::vector<std::uint8_t> before = samples.data;
+    const Bytes before = samples.data;
     CZtaApplyFade fade;
     EXPECT_EQ(fade.ApplyFade(&samples), 0);
     EXPECT_NE(samples.data, before);
 }
 
-TEST(ApplyFadeRefusal, MeetsEveryFormatWithoutATableEntryEvenWithBothFlagsClear)
+TEST(ApplyFadeFormats, RejectEveryFormatWithoutATableEntryEvenWithBothFlagsClear)
 {
-    std::set<std::uint32_t> rows;
-    for (const Row& row : kRows) {
-        rows.insert(row.property);
+    std::set<std::uint32_t> supported;
+    for (const Case& c : kCases) {
+        supported.insert(c.property);
     }
     for (std::uint32_t property = 1; property < 27; ++property) {
-        if (rows.count(property) != 0) {
+        if (supported.count(property) != 0) {
             continue;
         }
         for (const bool flag : {false, true}) {
@@ -509,60 +493,49 @@ TEST(ApplyFadeRefusal, MeetsEveryFormatWithoutATableEntryEvenWithBothFlagsClear)
             FakeAudioSamples samples(format, 300, 300);
             samples.fadeIn = samples.fadeOut = flag;
             samples.data = Noise(samples.data.size(), property);
-            const std::vector<std::uint8_t> before = samples.data;
+            const Bytes before = samples.data;
             CZtaApplyFade fade;
-            EXPECT_EQ(fade.ApplyFade(&samples), kProcessingFormatNotSupported) << property;
+            EXPECT_EQ(fade.ApplyFade(&samples), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED) << property;
             EXPECT_EQ(samples.data, before) << property;
         }
     }
 }
 
-TEST(ApplyFadeRefusal, ComesBeforeTheLengthCheck)
+TEST(ApplyFadeFormats, AreValidatedBeforeTheLength)
 {
     FakeAudioSamples samples(WaveFormat(2, 32, 32, 48000, 2), 0, 10);
     CZtaApplyFade fade;
-    EXPECT_EQ(fade.ApplyFade(&samples), kProcessingFormatNotSupported);
+    EXPECT_EQ(fade.ApplyFade(&samples), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
-TEST(ApplyFadeRefusal, MeetsFormatsThatCannotBeClassified)
+TEST(ApplyFadeFormats, RejectFormatsThatCannotBeClassified)
 {
     FakeAudioSamples samples(WaveFormat(1, 16, 16, 96000, 2), 300, 300);
     samples.fadeIn = samples.fadeOut = true;
-    const std::vector<std::uint8_t> before = samples.data;
+    const Bytes before = samples.data;
     CZtaApplyFade fade;
-    EXPECT_EQ(fade.ApplyFade(&samples), kFormatNotSupported);
+    EXPECT_EQ(fade.ApplyFade(&samples), ZT_E_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(samples.data, before);
 }
 
-TEST(ApplyFadeTo16In32, TakesTheWordsFor16BitSamples)
+TEST(ApplyFadeTo16In32, ProcessesTheFirstHalfAs16BitSamples)
 {
-    // The property is that of 16-in-16, so the kernel fades as many 16-bit samples as there are 32-bit frames.
+    // The property is that of 16-in-16, so the kernel fades one 16-bit sample for each 32-bit frame.
     FakeAudioSamples samples(WaveFormat(1, 32, 16, 48000, 1), 300, 300);
     samples.fadeIn = samples.fadeOut = true;
     samples.data = Noise(samples.data.size(), 1);
-    std::vector<std::uint8_t> expected = samples.data;
-    ModelFadeIn(kRows[0], 300, expected.data());
-    ModelFadeOut(kRows[0], 300, expected.data());
+    const Bytes expected = Faded(kCases[0], samples.data, 300, true, true);
     CZtaApplyFade fade;
     EXPECT_EQ(fade.ApplyFade(&samples), 0);
     EXPECT_EQ(samples.data, expected);
 }
 
-// --- The rows and the questions about them ---------------------------------------------------------------------------
+// --- The table and its queries ---------------------------------------------------------------------------------------
 
-TEST(FadeTable, HoldsTenTableEntriesInOrder)
+TEST(FadeTable, HasItsTableEntriesInOrder)
 {
-    struct Opened : CZtaApplyFade {
-        using CZtaApplyFade::m_psProcessingFormats;
-    };
-    const Opened fade;
-    ASSERT_EQ(fade.m_psProcessingFormats->iFormatCount, 10);
-    for (int i = 0; i < 10; ++i) {
-        const SZtAProcessingFormatAndFunctionIndex& row = fade.m_psProcessingFormats->psFormats[i];
-        EXPECT_EQ(row.eInputFormat, kRows[i].property) << i;
-        EXPECT_EQ(row.eOutputFormat, kRows[i].property) << i;
-        EXPECT_EQ(row.iFunctionIndex, i);
-    }
+    ASSERT_EQ(std::size(kCases), 10u);
+    ExpectTableEntries<CZtaApplyFade>(kCases, &Case::property, &Case::property);
 }
 
 TEST(FadeTable, SupportsItsTableEntriesAndNoOthers)
@@ -576,7 +549,7 @@ TEST(FadeTable, SupportsItsTableEntriesAndNoOthers)
     }
     SZtaWaveFormatInfo unknown = WaveFormat(1, 8, 8, 48000, 1);
     bool supported = true;
-    EXPECT_EQ(fade.QueryFormatSupported(&unknown, &supported), kFormatNotSupported);
+    EXPECT_EQ(fade.QueryFormatSupported(&unknown, &supported), ZT_E_FORMAT_NOT_SUPPORTED);
     EXPECT_FALSE(supported);
 }
 
@@ -600,8 +573,9 @@ TEST(FadeTable, SuggestsNothingForAFormatThatCannotBeClassified)
     SZtaWaveFormatInfo unknown = WaveFormat(1, 8, 8, 48000, 1);
     SZtaWaveFormatInfo suggested = WaveFormat(4, 5, 6, 7, 8);
     const SZtaWaveFormatInfo before = suggested;
-    EXPECT_EQ(fade.SuggestFormat(&unknown, &suggested), kFormatNotSupported);
+    EXPECT_EQ(fade.SuggestFormat(&unknown, &suggested), ZT_E_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(std::memcmp(&suggested, &before, sizeof suggested), 0);
 }
 
 } // namespace
+} // namespace zta::test

@@ -1,4 +1,4 @@
-// The conversions with arithmetic, on every 32-bit word that there is.
+// The conversions with arithmetic, on all 32-bit words.
 
 #include "kernels/loops/loops.h"
 #include "testing/models/conversion_models.h"
@@ -12,15 +12,15 @@
 
 namespace {
 
-// Optimised code takes some ten seconds for all words, other code, counting and sanitizers take minutes: these go
-// through every 61st stretch of words.
+// Optimized code needs about ten seconds for all words. Other code, coverage and sanitizers need minutes: they process
+// every 61st range of words.
 #if defined(__OPTIMIZE__) && !defined(ZTA_LOOPS_ARE_SLOW) && !defined(__SANITIZE_ADDRESS__) &&                         \
     !defined(__SANITIZE_THREAD__)
 constexpr std::uint64_t kStride = 1;
 #else
 constexpr std::uint64_t kStride = 61;
 #endif
-constexpr std::uint32_t kStretch = 1u << 13;
+constexpr std::uint32_t kRangeWords = 1u << 13;
 
 std::uint32_t To32f(std::uint32_t word)
 {
@@ -28,7 +28,7 @@ std::uint32_t To32f(std::uint32_t word)
         models::Quotient(static_cast<float>(static_cast<std::int32_t>(word)), 2147483392.0));
 }
 
-/// Towards zero, and 0x80000000 for what does not fit: as models::Truncated, in a form that compilers make vectors of.
+/// Returns the same as models::TruncateToInt32. Compilers vectorize this form.
 std::uint32_t TruncateToInt32(float product)
 {
     const bool fits = product >= -2147483648.0f && product < 2147483648.0f;
@@ -45,55 +45,55 @@ std::uint32_t To24(std::uint32_t word)
     return TruncateToInt32(std::bit_cast<float>(word) * 2147483648.0f);
 }
 
-/// Compares all targets with the op. Outputs are compared bit for bit.
+/// Compares all variants with the op, bit-exactly.
 template <class Output, class Op>
-void GoThroughAllWords(ZtaConversion SZtaSampleLoops::*loop, Op op)
+void ExpectOpOnAllWords(ZtaConversion SZtaSampleLoops::*loop, Op op)
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
-    std::vector<std::uint32_t> words(kStretch);
-    std::vector<Output> expected(kStretch);
-    std::vector<Output> actual(kStretch);
+    std::vector<std::uint32_t> words(kRangeWords);
+    std::vector<Output> expected(kRangeWords);
+    std::vector<Output> actual(kRangeWords);
     std::uint64_t done = 0;
-    for (std::uint64_t first = 0; first < std::uint64_t{1} << 32; first += kStretch * kStride) {
-        for (std::uint32_t i = 0; i < kStretch; ++i) {
+    for (std::uint64_t first = 0; first < std::uint64_t{1} << 32; first += kRangeWords * kStride) {
+        for (std::uint32_t i = 0; i < kRangeWords; ++i) {
             words[i] = static_cast<std::uint32_t>(first) + i;
         }
-        for (std::uint32_t i = 0; i < kStretch; ++i) {
+        for (std::uint32_t i = 0; i < kRangeWords; ++i) {
             expected[i] = static_cast<Output>(op(words[i]));
         }
-        for (const SZtaLoopVariant& target : kLoopVariants) {
-            if (!target.IsSupported(features)) {
+        for (const SZtaLoopVariant& variant : kLoopVariants) {
+            if (!variant.IsSupported(features)) {
                 continue;
             }
-            (target.psLoops->*loop)(words.data(), actual.data(), kStretch);
-            if (std::memcmp(actual.data(), expected.data(), kStretch * sizeof(Output)) == 0) {
+            (variant.psLoops->*loop)(words.data(), actual.data(), kRangeWords);
+            if (std::memcmp(actual.data(), expected.data(), kRangeWords * sizeof(Output)) == 0) {
                 continue;
             }
             const auto at = std::mismatch(actual.begin(), actual.end(), expected.begin()).first - actual.begin();
-            FAIL() << target.psLoops->pszName << " makes " << actual[static_cast<std::size_t>(at)] << " of word "
+            FAIL() << variant.psLoops->pszName << " returns " << actual[static_cast<std::size_t>(at)] << " for word "
                    << words[static_cast<std::size_t>(at)] << ", expected " << expected[static_cast<std::size_t>(at)];
         }
-        done += kStretch;
+        done += kRangeWords;
     }
     EXPECT_GE(done * kStride, std::uint64_t{1} << 32);
 }
 
 TEST(AllWords, BecomeTheCorrectlyRoundedQuotient)
 {
-    GoThroughAllWords<std::uint32_t>(&SZtaSampleLoops::pfn24To32f, [](std::uint32_t word) { return To32f(word); });
+    ExpectOpOnAllWords<std::uint32_t>(&SZtaSampleLoops::pfn24To32f, [](std::uint32_t word) { return To32f(word); });
 }
 
 TEST(AllWords, AsFloatsBecomeTheTruncated16BitProduct)
 {
-    GoThroughAllWords<std::uint16_t>(&SZtaSampleLoops::pfn32fTo16, [](std::uint32_t word) { return To16(word); });
+    ExpectOpOnAllWords<std::uint16_t>(&SZtaSampleLoops::pfn32fTo16, [](std::uint32_t word) { return To16(word); });
 }
 
 TEST(AllWords, AsFloatsBecomeTheTruncated32BitProduct)
 {
-    GoThroughAllWords<std::uint32_t>(&SZtaSampleLoops::pfn32fTo24, [](std::uint32_t word) { return To24(word); });
+    ExpectOpOnAllWords<std::uint32_t>(&SZtaSampleLoops::pfn32fTo24, [](std::uint32_t word) { return To24(word); });
 }
 
-TEST(AllWords, AreTruncatedByTheModelsLaw)
+TEST(AllWords, AreTruncatedLikeInTheModel)
 {
     for (const float value : {0.0f, 0.99f, 1.5f, 65536.5f, 2147483520.0f, 2147483648.0f, 1e30f}) {
         EXPECT_EQ(TruncateToInt32(value), models::TruncateToInt32(value));

@@ -1,24 +1,15 @@
-// Every conversion loop of every instruction set that this processor runs, against the plain models of the tests.
+// The conversion loops of every variant that this CPU supports, compared with the reference models.
 
-#include "kernels/loops/loops.h"
 #include "testing/guarded_buffer.h"
 #include "testing/models/conversion_models.h"
+#include "testing/random_seed.h"
+#include "tests/differential/loop_test.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdlib>
 #include <iostream>
-#include <iterator>
 #include <limits>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
 
+namespace zta::test {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 struct Conversion {
     const char* name;
@@ -35,22 +26,9 @@ constexpr Conversion kConversions[] = {
 };
 
 constexpr std::size_t kMaxSamples = 300;
-constexpr std::uint8_t kPoison = 0xA5;
 
-unsigned Seed()
-{
-    static const unsigned seed = [] {
-        const char* chosen = std::getenv("ZTA_TEST_SEED");
-        const unsigned value =
-            chosen != nullptr ? static_cast<unsigned>(std::strtoul(chosen, nullptr, 10)) : std::random_device{}();
-        std::cout << "ZTA_TEST_SEED=" << value << "\n";
-        return value;
-    }();
-    return seed;
-}
-
-/// The words at which something changes, for conversions that read four bytes.
-Bytes TellingWords()
+/// Edge cases of conversions that read four bytes.
+Bytes EdgeCases()
 {
     std::vector<std::uint32_t> words;
     for (int bit = 0; bit < 32; ++bit) {
@@ -78,9 +56,9 @@ Bytes TellingWords()
     return bytes;
 }
 
-/// Outputs from this size on may be written past the caches.
-constexpr std::size_t kVeryLarge = std::size_t{32} << 20;
-/// Samples that very large buffers repeat. Their number is no multiple of a cache line.
+/// Outputs of this size and more can use streaming stores.
+constexpr std::size_t kVeryLargeBytes = std::size_t{32} << 20;
+/// Very large buffers repeat this number of samples, which is not a multiple of a cache line.
 constexpr std::size_t kPeriod = 4801;
 
 void Repeat(const Bytes& period, std::size_t bytes, std::uint8_t* to)
@@ -100,28 +78,18 @@ bool Repeats(const Bytes& period, std::size_t bytes, const std::uint8_t* from)
     return true;
 }
 
-class ConversionLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
+class ConversionLoop : public LoopTest {
 protected:
     void SetUp() override
     {
-        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
-            GTEST_SKIP() << "not supported by this processor: " << target_.psLoops->pszName;
-        }
-        loop_ = target_.psLoops->*conversion_.loop;
-        random_.seed(Seed());
-    }
-
-    Bytes RandomBytes(std::size_t count)
-    {
-        Bytes bytes(count);
-        std::generate(bytes.begin(), bytes.end(), [this] { return static_cast<std::uint8_t>(random_()); });
-        return bytes;
+        random_.seed(RandomSeed());
+        LoopTest::SetUp();
     }
 
     Bytes RandomSamples(std::size_t count)
     {
         Bytes bytes = RandomBytes(count * conversion_.in);
-        if (conversion_.in == 4) { // every other word has an exponent at which floats are in or just out of range
+        if (conversion_.in == 4) { // every other sample is a float close to the limits of the range
             for (std::size_t i = 0; i < count; i += 2) {
                 const auto exponent = static_cast<std::uint32_t>(100 + random_() % 60);
                 const std::uint32_t word = models::Word(&bytes[i * 4]);
@@ -141,7 +109,7 @@ protected:
         return output;
     }
 
-    /// The loop's result for all of the input. The addresses are odd, so that no vector is aligned.
+    /// The loop's result for all of the input. The addresses are odd, so no vector is aligned.
     Bytes Result(const Bytes& input) const
     {
         const std::size_t count = input.size() / conversion_.in;
@@ -166,15 +134,13 @@ protected:
                       << at % conversion_.out << ": expected " << int{expected[at]} << ", got " << int{result[at]};
     }
 
-    const SZtaLoopVariant& target_ = kLoopVariants[std::get<0>(GetParam())];
-    const Conversion& conversion_ = kConversions[std::get<1>(GetParam())];
-    ZtaConversion loop_ = nullptr;
-    std::mt19937 random_;
+    const Conversion& conversion_ = kConversions[CaseIndex()];
+    const ZtaConversion loop_ = loops_.*conversion_.loop;
 };
 
 class ConversionLoopOfOneSize : public ConversionLoop {};
 
-TEST_P(ConversionLoop, GivesTheModelsBytesAtEveryLengthAndAlignmentAndTouchesNoOthers)
+TEST_P(ConversionLoop, EqualsTheModelAtEveryLengthAndAlignmentAndWritesNothingElse)
 {
     constexpr std::size_t kZone = 128;
     const Bytes samples = RandomSamples(kMaxSamples);
@@ -187,7 +153,6 @@ TEST_P(ConversionLoop, GivesTheModelsBytesAtEveryLengthAndAlignmentAndTouchesNoO
         loop_(input.data() + inputOffset, output.data() + kZone + outputOffset, count);
         const auto first = output.begin() + static_cast<std::ptrdiff_t>(kZone + outputOffset);
         const auto last = first + static_cast<std::ptrdiff_t>(count * conversion_.out);
-        const auto IsPoison = [](std::uint8_t byte) { return byte == kPoison; };
         ASSERT_TRUE(std::equal(first, last, expected.begin())) << count << " " << inputOffset << " " << outputOffset;
         ASSERT_TRUE(std::all_of(output.begin(), first, IsPoison)) << count << " " << inputOffset << " " << outputOffset;
         ASSERT_TRUE(std::all_of(last, output.end(), IsPoison)) << count << " " << inputOffset << " " << outputOffset;
@@ -205,32 +170,31 @@ TEST_P(ConversionLoop, GivesTheModelsBytesAtEveryLengthAndAlignmentAndTouchesNoO
     }
 }
 
-TEST_P(ConversionLoop, GivesTheModelsBytesInVeryLargeBuffersAndTouchesNoOthers)
+TEST_P(ConversionLoop, EqualsTheModelInVeryLargeBuffersAndWritesNothingElse)
 {
     const Bytes samples = RandomSamples(kPeriod);
     const Bytes expected = Expected(samples);
-    const std::size_t least = (kVeryLarge + conversion_.out - 1) / conversion_.out;
-    const std::size_t most = least + 131;
-    const GuardedBuffer input(most * conversion_.in);
-    const GuardedBuffer output(most * conversion_.out + 1);
+    const std::size_t minCount = (kVeryLargeBytes + conversion_.out - 1) / conversion_.out;
+    const std::size_t maxCount = minCount + 131;
+    const GuardedBuffer input(maxCount * conversion_.in);
+    const GuardedBuffer output(maxCount * conversion_.out + 1);
     const auto Check = [&](std::size_t count, std::size_t bytesToTheEnd) {
         std::uint8_t* in = input.End() - count * conversion_.in;
         std::uint8_t* out = output.End() - bytesToTheEnd - count * conversion_.out;
         Repeat(samples, count * conversion_.in, in);
         std::fill(output.Begin(), output.End(), kPoison);
         loop_(in, out, count);
-        const auto IsPoison = [](std::uint8_t byte) { return byte == kPoison; };
         ASSERT_TRUE(Repeats(expected, count * conversion_.out, out)) << count << " " << bytesToTheEnd;
         ASSERT_TRUE(std::all_of(output.Begin(), out, IsPoison)) << count << " " << bytesToTheEnd;
         ASSERT_TRUE(std::all_of(output.End() - bytesToTheEnd, output.End(), IsPoison)) << count << " " << bytesToTheEnd;
     };
-    ASSERT_NO_FATAL_FAILURE(Check(least - 1, 0));
-    ASSERT_NO_FATAL_FAILURE(Check(least, 0));
-    ASSERT_NO_FATAL_FAILURE(Check(least + 8, 1)); // no sample begins at a line
-    ASSERT_NO_FATAL_FAILURE(Check(most, 0));
+    ASSERT_NO_FATAL_FAILURE(Check(minCount - 1, 0));
+    ASSERT_NO_FATAL_FAILURE(Check(minCount, 0));
+    ASSERT_NO_FATAL_FAILURE(Check(minCount + 8, 1)); // no sample begins at a cache line
+    ASSERT_NO_FATAL_FAILURE(Check(maxCount, 0));
 }
 
-TEST_P(ConversionLoop, ReadsAndWritesNothingBesideItsSamples)
+TEST_P(ConversionLoop, ReadsAndWritesNothingOutsideItsSamples)
 {
     const Bytes samples = RandomSamples(kMaxSamples);
     const Bytes expected = Expected(samples);
@@ -251,21 +215,21 @@ TEST_P(ConversionLoop, ReadsAndWritesNothingBesideItsSamples)
     }
 }
 
-TEST_P(ConversionLoop, GivesASampleTheSameBytesAloneAndAtEveryPlaceInARow)
+TEST_P(ConversionLoop, ConvertsASampleAloneAsAtEveryIndexOfABuffer)
 {
     const Bytes samples = RandomSamples(3 * kMaxSamples);
-    const Bytes row = Result(samples);
+    const Bytes all = Result(samples);
     for (std::size_t first = 0; first < 2 * kMaxSamples; ++first) {
         const auto at = samples.begin() + static_cast<std::ptrdiff_t>(first * conversion_.in);
         for (const std::size_t count : {std::size_t{1}, 5 + first % 90}) {
             const Bytes part = Result(Bytes(at, at + static_cast<std::ptrdiff_t>(count * conversion_.in)));
-            const auto expected = row.begin() + static_cast<std::ptrdiff_t>(first * conversion_.out);
-            ASSERT_TRUE(std::equal(part.begin(), part.end(), expected)) << count << " samples from " << first << " on";
+            const auto expected = all.begin() + static_cast<std::ptrdiff_t>(first * conversion_.out);
+            ASSERT_TRUE(std::equal(part.begin(), part.end(), expected)) << count << " samples from index " << first;
         }
     }
 }
 
-TEST_P(ConversionLoop, LeavesItsInputAlone)
+TEST_P(ConversionLoop, DoesNotChangeItsInput)
 {
     const Bytes samples = RandomSamples(kMaxSamples);
     Bytes input = samples;
@@ -274,9 +238,9 @@ TEST_P(ConversionLoop, LeavesItsInputAlone)
     EXPECT_EQ(input, samples);
 }
 
-TEST_P(ConversionLoop, GivesTheModelsBytesForTellingAndManyRandomSamples)
+TEST_P(ConversionLoop, EqualsTheModelForEdgeCasesAndManyRandomSamples)
 {
-    if (conversion_.in == 2) { // all there are
+    if (conversion_.in == 2) { // all samples
         Bytes all(65536 * 2);
         for (std::size_t i = 0; i < 65536; ++i) {
             all[i * 2] = static_cast<std::uint8_t>(i % 256);
@@ -286,9 +250,9 @@ TEST_P(ConversionLoop, GivesTheModelsBytesForTellingAndManyRandomSamples)
         return;
     }
     if (conversion_.in == 4) {
-        const Bytes words = TellingWords();
+        const Bytes words = EdgeCases();
         ExpectSame(words);
-        for (std::size_t i = 0; i < words.size(); i += 4) { // alone, so that the remainder's path meets them, too
+        for (std::size_t i = 0; i < words.size(); i += 4) { // alone, so that they are also in the remainder
             ExpectSame(Bytes(words.begin() + static_cast<std::ptrdiff_t>(i),
                              words.begin() + static_cast<std::ptrdiff_t>(i + 4)));
         }
@@ -298,18 +262,18 @@ TEST_P(ConversionLoop, GivesTheModelsBytesForTellingAndManyRandomSamples)
 
 TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereBuffersOverlap)
 {
-    constexpr std::ptrdiff_t kFarthest = 150;
-    for (std::ptrdiff_t shift = -kFarthest; shift <= kFarthest; ++shift) {
+    constexpr std::ptrdiff_t kMaxShift = 150;
+    for (std::ptrdiff_t shift = -kMaxShift; shift <= kMaxShift; ++shift) {
         const std::size_t count = shift == 0 ? 257 : random_() % 100;
-        Bytes memory = RandomBytes(2 * kFarthest + 257 * 4);
+        Bytes memory = RandomBytes(2 * kMaxShift + 257 * 4);
         Bytes expected = memory;
         for (std::size_t i = 0; i < count; ++i) {
-            std::uint8_t* in = expected.data() + kFarthest + i * 4;
+            std::uint8_t* in = expected.data() + kMaxShift + i * 4;
             std::uint8_t converted[4];
             conversion_.model(in, converted);
             std::copy_n(converted, 4, in + shift);
         }
-        loop_(memory.data() + kFarthest, memory.data() + kFarthest + shift, count);
+        loop_(memory.data() + kMaxShift, memory.data() + kMaxShift + shift, count);
         ASSERT_EQ(memory, expected) << "output " << shift << " bytes behind the input, " << count << " samples";
     }
     for (std::size_t count = 0; count <= kMaxSamples; ++count) {
@@ -322,10 +286,10 @@ TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereBuffersOverlap)
 
 TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereVeryLargeBuffersOverlap)
 {
-    constexpr std::size_t kCount = kVeryLarge / 4 + 77;
+    constexpr std::size_t kCount = kVeryLargeBytes / 4 + 77;
     const Bytes samples = RandomSamples(kPeriod);
     const Bytes expected = Expected(samples);
-    for (const std::size_t before : {std::size_t{0}, std::size_t{4}, std::size_t{4096}, kVeryLarge}) {
+    for (const std::size_t before : {std::size_t{0}, std::size_t{4}, std::size_t{4096}, kVeryLargeBytes}) {
         const GuardedBuffer memory(before + kCount * 4);
         std::uint8_t* in = memory.End() - kCount * 4;
         Repeat(samples, kCount * 4, in);
@@ -334,46 +298,36 @@ TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereVeryLargeBuffersOverlap)
     }
 }
 
-std::vector<std::size_t> ConversionsWhere(bool (*chosen)(const Conversion&))
+std::vector<std::size_t> ConversionsOfOneSize()
 {
     std::vector<std::size_t> indexes;
     for (std::size_t i = 0; i < std::size(kConversions); ++i) {
-        if (chosen(kConversions[i])) {
+        if (kConversions[i].in == kConversions[i].out) {
             indexes.push_back(i);
         }
     }
     return indexes;
 }
 
-std::string Name(const testing::TestParamInfo<std::tuple<std::size_t, std::size_t>>& param)
-{
-    return std::string(kLoopVariants[std::get<0>(param.param)].psLoops->pszName) + "_" +
-           kConversions[std::get<1>(param.param)].name;
-}
+const auto kName = VariantAnd([](std::size_t i) { return kConversions[i].name; });
 
-const auto kAllTargets = testing::Range(std::size_t{0}, std::size(kLoopVariants));
-
-INSTANTIATE_TEST_SUITE_P(All, ConversionLoop,
-                         testing::Combine(kAllTargets,
-                                          testing::ValuesIn(ConversionsWhere([](const auto&) { return true; }))),
-                         Name);
+INSTANTIATE_TEST_SUITE_P(All, ConversionLoop, AllVariants(std::size(kConversions)), kName);
 INSTANTIATE_TEST_SUITE_P(All, ConversionLoopOfOneSize,
-                         testing::Combine(kAllTargets, testing::ValuesIn(ConversionsWhere([](const auto& c) {
-                                              return c.in == c.out;
-                                          }))),
-                         Name);
+                         testing::Combine(testing::Range(std::size_t{0}, std::size(kLoopVariants)),
+                                          testing::ValuesIn(ConversionsOfOneSize())),
+                         kName);
 
 /// Quotients do not depend on the exponent, so one octave of each sign covers all values.
-TEST(ConversionLoops, DivideEveryMantissaToTheNearestFloat)
+TEST(ConversionLoops, RoundTheQuotientOfEveryMantissaToTheNearestFloat)
 {
     constexpr std::uint32_t kMantissas = 1u << 23;
     constexpr std::uint32_t kChunk = 1u << 16;
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     std::vector<std::int32_t> words(kChunk);
     std::vector<float> quotients(kChunk);
-    for (const SZtaLoopVariant& target : kLoopVariants) {
-        if (!target.IsSupported(features)) {
-            std::cout << "skipped " << target.psLoops->pszName << "\n";
+    for (const SZtaLoopVariant& variant : kLoopVariants) {
+        if (!variant.IsSupported(features)) {
+            std::cout << "skipped " << variant.psLoops->pszName << "\n";
             continue;
         }
         for (std::uint32_t first = 0; first < 2 * kMantissas; first += kChunk) {
@@ -382,13 +336,14 @@ TEST(ConversionLoops, DivideEveryMantissaToTheNearestFloat)
                 const auto word = static_cast<std::int32_t>(mantissa << 7);
                 words[i] = first < kMantissas ? word : -word;
             }
-            target.psLoops->pfn24To32f(words.data(), quotients.data(), kChunk);
+            variant.psLoops->pfn24To32f(words.data(), quotients.data(), kChunk);
             for (std::uint32_t i = 0; i < kChunk; ++i) {
                 ASSERT_EQ(quotients[i], models::Quotient(static_cast<float>(words[i]), 2147483392.0))
-                    << target.psLoops->pszName << " " << words[i];
+                    << variant.psLoops->pszName << " " << words[i];
             }
         }
     }
 }
 
 } // namespace
+} // namespace zta::test

@@ -1,4 +1,4 @@
-// The loops of the fades of every instruction set that this processor runs, against plain models in wide integers.
+// The fade loops of every variant that this CPU supports, compared with reference models in wide integers.
 
 #include "kernels/loops/loops.h"
 #include "testing/guarded_buffer.h"
@@ -24,10 +24,10 @@ std::int64_t Floor(std::int64_t value, std::int64_t divisor)
     return value % divisor < 0 ? quotient - 1 : quotient;
 }
 
-// What a word becomes. Results of more bits than the word's lose the upper ones.
+// Reference models of one sample. Results wrap to the size of the sample.
 
 struct Int16Model {
-    static constexpr std::int64_t kMostGain = 65535;
+    static constexpr std::int64_t kMaxGain = 65535;
 
     static std::uint16_t Apply(std::uint16_t word, std::uint16_t gain)
     {
@@ -36,7 +36,7 @@ struct Int16Model {
 };
 
 struct StereoInt16Model {
-    static constexpr std::int64_t kMostGain = 32767;
+    static constexpr std::int64_t kMaxGain = 32767;
 
     static std::uint32_t Apply(std::uint32_t word, std::uint16_t gain)
     {
@@ -48,7 +48,7 @@ struct StereoInt16Model {
 };
 
 struct Int24In32Model {
-    static constexpr std::int64_t kMostGain = 0xFFFFFFFF;
+    static constexpr std::int64_t kMaxGain = 0xFFFFFFFF;
 
     static std::uint32_t Apply(std::uint32_t word, std::uint32_t gain)
     {
@@ -58,7 +58,7 @@ struct Int24In32Model {
 };
 
 struct MuxInt24In32Model {
-    static constexpr std::int64_t kMostGain = 0xFFFFFFFF;
+    static constexpr std::int64_t kMaxGain = 0xFFFFFFFF;
 
     static std::uint32_t Apply(std::uint32_t word, std::uint32_t gain)
     {
@@ -109,24 +109,24 @@ public:
 private:
     using Word = decltype(Model::Apply(0, 0));
 
-    /// Most gains are small ones; some are any.
+    /// Three quarters of the gains are at most 32767.
     Gain RandomGain()
     {
-        const std::int64_t most = random_() % 4 == 0 ? Model::kMostGain : 32767;
-        constexpr std::int64_t kTelling[] = {0, 1, 16383, 16384, 16385, 32767, 32768, 49151, 49152, 65535};
-        const std::int64_t value = random_() % 4 == 0 ? kTelling[random_() % std::size(kTelling)]
-                                                      : std::uniform_int_distribution<std::int64_t>(0, most)(random_);
-        return static_cast<Gain>(std::min(value, Model::kMostGain));
+        const std::int64_t max = random_() % 4 == 0 ? Model::kMaxGain : 32767;
+        constexpr std::int64_t kEdgeCases[] = {0, 1, 16383, 16384, 16385, 32767, 32768, 49151, 49152, 65535};
+        const std::int64_t value = random_() % 4 == 0 ? kEdgeCases[random_() % std::size(kEdgeCases)]
+                                                      : std::uniform_int_distribution<std::int64_t>(0, max)(random_);
+        return static_cast<Gain>(std::min(value, Model::kMaxGain));
     }
 
     Word RandomWord()
     {
-        constexpr std::uint32_t kTelling[] = {0,          1,          0xFFFF,     0x7FFF,     0x8000,     0x10000,
-                                              0xFFFFFFFF, 0x7FFFFFFF, 0x80000000, 0x80008000, 0x7FFF8000, 0x00018000};
-        return static_cast<Word>(random_() % 3 == 0 ? kTelling[random_() % std::size(kTelling)] : random_());
+        constexpr std::uint32_t kEdgeCases[] = {0,          1,          0xFFFF,     0x7FFF,     0x8000,     0x10000,
+                                                0xFFFFFFFF, 0x7FFFFFFF, 0x80000000, 0x80008000, 0x7FFF8000, 0x00018000};
+        return static_cast<Word>(random_() % 3 == 0 ? kEdgeCases[random_() % std::size(kEdgeCases)] : random_());
     }
 
-    /// Fades random frames at the given address, with the gains next to a page that must not be touched.
+    /// Fades random frames at the given address, with the gains next to a guard page.
     void Check(std::uint8_t* at, unsigned long words, unsigned long frames, std::ptrdiff_t step, bool gainsAtEnd)
     {
         const std::size_t reach =
@@ -153,7 +153,7 @@ private:
                 << "word " << i << " (" << input[i] << " by " << gain << ") of " << frames << " frames of " << words
                 << ", step " << step;
         }
-        ASSERT_TRUE(reach == 0 || std::memcmp(gainsAt, gains.data(), gainBytes) == 0) << "the gains have changed";
+        ASSERT_TRUE(reach == 0 || std::memcmp(gainsAt, gains.data(), gainBytes) == 0) << "the gains were changed";
     }
 
     ZtaFade<Gain> loop_;
@@ -166,23 +166,23 @@ class FadeLoop : public testing::TestWithParam<std::size_t> {
 protected:
     void SetUp() override
     {
-        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
-            GTEST_SKIP() << "not supported by this processor: " << target_.psLoops->pszName;
+        if (!variant_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
+            GTEST_SKIP() << "not supported by this CPU: " << variant_.psLoops->pszName;
         }
     }
 
-    const SZtaLoopVariant& target_ = kLoopVariants[GetParam()];
+    const SZtaLoopVariant& variant_ = kLoopVariants[GetParam()];
 };
 
 // The tests of one op.
 #define ZTA_TEST_ENTRY(op, bytes, gains)                                                                               \
-    TEST_P(FadeLoop, op##GivesTheModelsWordsAtEveryLengthAndReadsNoOtherGain)                                          \
+    TEST_P(FadeLoop, op##EqualsTheModelAtEveryLengthAndReadsNoOtherGain)                                               \
     {                                                                                                                  \
-        Fade<op##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##op).AtEveryLength();                    \
+        Fade<op##Model, decltype(gains)::value_type>(variant_.psLoops->pfnFade##op).AtEveryLength();                   \
     }                                                                                                                  \
-    TEST_P(FadeLoop, op##GivesTheModelsWordsAtEveryAlignmentAndTouchesNoOtherByte)                                     \
+    TEST_P(FadeLoop, op##EqualsTheModelAtEveryAlignmentAndWritesNothingElse)                                           \
     {                                                                                                                  \
-        Fade<op##Model, decltype(gains)::value_type>(target_.psLoops->pfnFade##op).AtEveryAlignment();                 \
+        Fade<op##Model, decltype(gains)::value_type>(variant_.psLoops->pfnFade##op).AtEveryAlignment();                \
     }
 ZTA_FADE_LOOP_LIST(ZTA_TEST_ENTRY)
 #undef ZTA_TEST_ENTRY

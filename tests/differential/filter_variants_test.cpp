@@ -1,31 +1,23 @@
-// All builds of the resampler's filter and run against the model and against each other, on random filters and
-// stretches, by their own names and through the public functions.
+// The variants of the filter bank and of the resampling function, compared with the reference model and with each other
+// on random filters and signals, directly and through the public functions.
 
 #include "testing/filter_spec.h"
+#include "testing/random_seed.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <iostream>
 #include <random>
 
+namespace zta::test {
 namespace {
 
 using models::BlockLayout;
 using models::FilterPlan;
 using models::TapKind;
-using zta::test::FilterBlock;
-using zta::test::HintOf;
-using zta::test::SignalVariant;
-using zta::test::SupportedSignalVariants;
 
 std::mt19937 Random()
 {
-    const char* chosen = std::getenv("ZTA_TEST_SEED");
-    const unsigned seed =
-        chosen != nullptr ? static_cast<unsigned>(std::strtoul(chosen, nullptr, 10)) : std::random_device{}();
-    std::cout << "ZTA_TEST_SEED=" << seed << "\n";
-    return std::mt19937(seed);
+    return std::mt19937(RandomSeed());
 }
 
 int Between(std::mt19937& random, int low, int high)
@@ -44,16 +36,16 @@ FilterPlan RandomPlan(std::mt19937& random)
 /// Noise, a square wave of full scale, impulses, or a constant.
 std::vector<std::int16_t> RandomSignal(std::mt19937& random, std::size_t count)
 {
-    const int form = Between(random, 0, 3);
+    const int shape = Between(random, 0, 3);
     const int period = Between(random, 2, 50);
     const int level = Between(random, 0, 1) == 0 ? 32767 : -32768;
     std::vector<std::int16_t> signal(count);
     for (std::size_t i = 0; i < count; ++i) {
         const bool first = static_cast<int>(i) % period < period / 2;
-        const int value = form == 0   ? Between(random, -32768, 32767)
-                          : form == 1 ? (first ? 32767 : -32768)
-                          : form == 2 ? (static_cast<int>(i) % period == 0 ? level : 0)
-                                      : level;
+        const int value = shape == 0   ? Between(random, -32768, 32767)
+                          : shape == 1 ? (first ? 32767 : -32768)
+                          : shape == 2 ? (static_cast<int>(i) % period == 0 ? level : 0)
+                                       : level;
         signal[i] = static_cast<std::int16_t>(value);
     }
     return signal;
@@ -75,10 +67,10 @@ Output RunBy(decltype(&ippsResamplePolyphaseFixed_16s) run, const std::vector<st
     return {status, samples, time};
 }
 
-TEST(FilterVariants, BuildTheSameBlock)
+TEST(FilterVariants, InitializeTheSameFilter)
 {
     std::mt19937 random = Random();
-    const std::vector<SignalVariant> builds = SupportedSignalVariants();
+    const std::vector<SignalVariant> variants = SupportedSignalVariants();
     for (int round = 0; round < 60; ++round) {
         const FilterPlan plan = RandomPlan(random);
         const BlockLayout layout(plan);
@@ -87,14 +79,14 @@ TEST(FilterVariants, BuildTheSameBlock)
         SCOPED_TRACE(testing::Message() << plan.inRate << " to " << plan.outRate << ", length " << plan.length);
         const FilterBlock block(static_cast<std::size_t>(layout.size));
         std::vector<std::uint8_t> first;
-        for (const SignalVariant& build : builds) {
+        for (const SignalVariant& variant : variants) {
             std::memset(block.Bytes(), FilterBlock::kPoison, block.Size());
-            ASSERT_EQ(build.ippsResamplePolyphaseFixedInit_16s(plan.inRate, plan.outRate, plan.length, rollOff, alpha,
-                                                               block.Get(), HintOf(plan.kind)),
+            ASSERT_EQ(variant.ippsResamplePolyphaseFixedInit_16s(plan.inRate, plan.outRate, plan.length, rollOff, alpha,
+                                                                 block.Get(), HintOf(plan.kind)),
                       ippStsNoErr);
             const std::vector<std::uint8_t> bytes(block.Bytes(), block.Bytes() + block.Size());
             first = first.empty() ? bytes : first;
-            ASSERT_EQ(bytes, first) << build.prefix;
+            ASSERT_EQ(bytes, first) << variant.prefix;
             ASSERT_TRUE(block.IsUntouchedFrom(block.Size()));
         }
         const std::vector<double> prototype = models::Prototype(layout, rollOff, alpha);
@@ -104,7 +96,7 @@ TEST(FilterVariants, BuildTheSameBlock)
             for (std::size_t i = 0; i < row.size() - (shares && p == 0 ? 1 : 0); ++i) {
                 ASSERT_TRUE(plan.kind == TapKind::Words ? models::IsRoundedTap(block.Row<std::int16_t>(p)[i], row[i])
                                                         : models::IsRoundedTap(block.Row<float>(p)[i], row[i]))
-                    << "row " << p << " tap " << i;
+                    << "phase " << p << " tap " << i;
             }
         }
         const std::vector<std::int16_t> steps = models::Steps(layout);
@@ -112,15 +104,15 @@ TEST(FilterVariants, BuildTheSameBlock)
     }
 }
 
-TEST(FilterVariants, RunAlike)
+TEST(FilterVariants, ReturnTheSameOutputs)
 {
     std::mt19937 random = Random();
-    const std::vector<SignalVariant> builds = SupportedSignalVariants();
+    const std::vector<SignalVariant> variants = SupportedSignalVariants();
     for (int round = 0; round < 400; ++round) {
         const FilterPlan plan = RandomPlan(random);
         const bool words = plan.kind == TapKind::Words;
         const float rollOff = std::uniform_real_distribution<float>(0.3f, 1.0f)(random);
-        const FilterBlock filter = zta::test::MakeFilter(builds.front(), plan, rollOff, 9.0f);
+        const FilterBlock filter = MakeFilter(variants.front(), plan, rollOff, 9.0f);
         const int half = filter.Head().halfLen;
         const int len = Between(random, 0, 2) == 0 ? Between(random, 1, 4) : Between(random, 1, 1500);
         const double time =
@@ -136,20 +128,20 @@ TEST(FilterVariants, RunAlike)
         }
         const std::vector<std::int16_t> source =
             RandomSignal(random, static_cast<std::size_t>(len + 3 * half + plan.inRate / plan.outRate + 20));
-        for (const SignalVariant& build : builds) {
-            const bool early = std::string(build.prefix) == "m7" || std::string(build.prefix) == "n8";
+        for (const SignalVariant& variant : variants) {
+            const bool early = std::string(variant.prefix) == "m7" || std::string(variant.prefix) == "n8";
             const models::ResampleResult model = models::Run(source.data(), len, norm, time, filter.Get(), early);
-            const Output output =
-                RunBy(build.ippsResamplePolyphaseFixed_16s, source, len, norm, time, filter, model.samples.size() + 2);
+            const Output output = RunBy(variant.ippsResamplePolyphaseFixed_16s, source, len, norm, time, filter,
+                                        model.samples.size() + 2);
             ASSERT_EQ(output.status, ippStsNoErr);
-            ASSERT_EQ(output.samples.size(), model.samples.size()) << build.prefix;
-            ASSERT_EQ(output.time, model.time) << build.prefix;
+            ASSERT_EQ(output.samples.size(), model.samples.size()) << variant.prefix;
+            ASSERT_EQ(output.time, model.time) << variant.prefix;
             if (words) {
-                ASSERT_EQ(output.samples, model.samples) << build.prefix;
+                ASSERT_EQ(output.samples, model.samples) << variant.prefix;
             }
             for (std::size_t i = 0; i < model.samples.size(); ++i) {
-                ASSERT_TRUE(output.samples[i] == model.samples[i] || model.unsure[i]) << build.prefix << " at " << i;
-                ASSERT_NEAR(output.samples[i], model.samples[i], 1) << build.prefix << " at " << i;
+                ASSERT_TRUE(output.samples[i] == model.samples[i] || model.unsure[i]) << variant.prefix << " at " << i;
+                ASSERT_NEAR(output.samples[i], model.samples[i], 1) << variant.prefix << " at " << i;
             }
         }
     }
@@ -159,9 +151,9 @@ TEST(FilterVariants, AreReachedThroughThePublicFunctions)
 {
     std::mt19937 random = Random();
     const std::vector<std::int16_t> source = RandomSignal(random, 1200);
-    for (const SignalVariant& build : SupportedSignalVariants()) {
-        const std::uint64_t takeMyWord = std::uint64_t{1} << 63;
-        ippSetCpuFeatures(takeMyWord | build.features);
+    for (const SignalVariant& variant : SupportedSignalVariants()) {
+        const std::uint64_t kWithoutCheck = std::uint64_t{1} << 63;
+        ippSetCpuFeatures(kWithoutCheck | variant.features);
         for (const auto& [in, out] : {std::pair{44100, 48000}, std::pair{48000, 44100}}) {
             for (const TapKind kind : {TapKind::Words, TapKind::Floats}) {
                 int size = 0;
@@ -176,7 +168,7 @@ TEST(FilterVariants, AreReachedThroughThePublicFunctions)
                     const Output output =
                         RunBy(&ippsResamplePolyphaseFixed_16s, source, len, 1.0f, 17.25, filter, 2000);
                     const Output direct =
-                        RunBy(build.ippsResamplePolyphaseFixed_16s, source, len, 1.0f, 17.25, filter, 2000);
+                        RunBy(variant.ippsResamplePolyphaseFixed_16s, source, len, 1.0f, 17.25, filter, 2000);
                     EXPECT_EQ(output.samples, direct.samples);
                     EXPECT_EQ(output.time, direct.time);
                     EXPECT_EQ(output.samples.size(),
@@ -189,3 +181,4 @@ TEST(FilterVariants, AreReachedThroughThePublicFunctions)
 }
 
 } // namespace
+} // namespace zta::test

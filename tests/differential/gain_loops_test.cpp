@@ -1,19 +1,12 @@
-// The loop of the gain ramps of every instruction set that this processor runs, against a model in wide integers.
+// The loop of the gain ramps of every variant that this CPU supports, compared with a reference model in wide integers.
 
-#include "kernels/loops/loops.h"
 #include "testing/guarded_buffer.h"
 #include "testing/models/gain_model.h"
+#include "tests/differential/loop_test.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstring>
-#include <iterator>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
 
+namespace zta::test {
 namespace {
 
 using Words = std::vector<std::uint32_t>;
@@ -22,7 +15,7 @@ constexpr std::size_t kGroupCounts[] = {1, 2, 4, 8, 16};
 constexpr std::int32_t kUpper[] = {8388607, 8388607, 8388607, 8388607};
 constexpr std::int32_t kLower[] = {-8388608, -8388608, -8388608, -8388608};
 
-/// Gains and increments of each lane of each group, as the loop takes them: four of the ones, four of the others.
+/// Gains and increments of each lane of each group, in the order of the loop: four gains, then four increments.
 class Settings {
 public:
     explicit Settings(std::size_t groups) : values(groups * 8) {}
@@ -35,15 +28,8 @@ public:
     std::vector<std::int32_t> values;
 };
 
-class GainLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
+class GainLoop : public LoopTest {
 protected:
-    void SetUp() override
-    {
-        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
-            GTEST_SKIP() << "not supported by this processor: " << target_.psLoops->pszName;
-        }
-    }
-
     Words RandomWords(std::size_t count)
     {
         Words words(count);
@@ -56,7 +42,7 @@ protected:
         return std::uniform_int_distribution<std::int64_t>(first, last)(random_);
     }
 
-    /// Ramps that stay between 0 and 32767 for as many samples, in all directions.
+    /// Ramps in both directions that stay between 0 and 32767 for `samples` samples.
     Settings RandomSettings(std::size_t samples)
     {
         Settings settings(groups_);
@@ -81,24 +67,21 @@ protected:
         return output;
     }
 
-    /// Lengths come in whole passes, but for a single group.
+    /// Lengths are whole passes, except for a single group.
     std::size_t Step() const { return groups_ == 1 ? 1 : groups_ * 4; }
 
     void Run(const void* input, void* output, std::size_t samples, Settings settings) const
     {
         const SZtaGainRamp ramp = settings.Ramp();
-        target_.psLoops->pfnApplyGainRamp(input, output, samples, &ramp);
+        loops_.pfnApplyGainRamp(input, output, samples, &ramp);
     }
 
-    const SZtaLoopVariant& target_ = kLoopVariants[std::get<0>(GetParam())];
-    const std::size_t groups_ = kGroupCounts[std::get<1>(GetParam())];
-    std::mt19937 random_{28};
+    const std::size_t groups_ = kGroupCounts[CaseIndex()];
 };
 
-TEST_P(GainLoop, GivesTheModelsWordsAtEveryLengthAndAlignmentAndTouchesNoOtherByte)
+TEST_P(GainLoop, EqualsTheModelAtEveryLengthAndAlignmentAndWritesNothingElse)
 {
     constexpr std::size_t kZone = 128;
-    constexpr std::uint8_t kPoison = 0xA5;
     for (std::size_t passes = 0; passes <= 300; ++passes) {
         const std::size_t samples = passes * Step();
         const Words input = RandomWords(samples);
@@ -107,9 +90,9 @@ TEST_P(GainLoop, GivesTheModelsWordsAtEveryLengthAndAlignmentAndTouchesNoOtherBy
         for (std::size_t k = 0; k < 4; ++k) {
             const std::size_t inputOffset = random_() % 64;
             const std::size_t outputOffset = kZone + random_() % 64;
-            std::vector<std::uint8_t> in(samples * 4 + 64);
-            std::vector<std::uint8_t> out(samples * 4 + 64 + 2 * kZone, kPoison);
-            std::vector<std::uint8_t> whole = out;
+            Bytes in(samples * 4 + 64);
+            Bytes out(samples * 4 + 64 + 2 * kZone, kPoison);
+            Bytes whole = out;
             if (samples != 0) {
                 std::memcpy(in.data() + inputOffset, input.data(), samples * 4);
                 std::memcpy(whole.data() + outputOffset, expected.data(), samples * 4);
@@ -120,12 +103,12 @@ TEST_P(GainLoop, GivesTheModelsWordsAtEveryLengthAndAlignmentAndTouchesNoOtherBy
     }
 }
 
-TEST_P(GainLoop, ReadsAndWritesNothingBesideItsSamplesAndWorksInPlace)
+TEST_P(GainLoop, ReadsAndWritesNothingOutsideItsSamplesAndWorksInPlace)
 {
-    const std::size_t most = 100 * Step();
-    const GuardedBuffer first(most * 4);
-    const GuardedBuffer second(most * 4);
-    for (std::size_t samples = 0; samples <= most; samples += Step()) {
+    const std::size_t maxSamples = 100 * Step();
+    const GuardedBuffer first(maxSamples * 4);
+    const GuardedBuffer second(maxSamples * 4);
+    for (std::size_t samples = 0; samples <= maxSamples; samples += Step()) {
         const Words input = RandomWords(samples);
         const Settings settings = RandomSettings(samples);
         const Words expected = Expected(input, settings);
@@ -144,7 +127,7 @@ TEST_P(GainLoop, ReadsAndWritesNothingBesideItsSamplesAndWorksInPlace)
     }
 }
 
-TEST_P(GainLoop, GivesTheModelsWordsForTellingAndManyRandomSamplesAtAllGains)
+TEST_P(GainLoop, EqualsTheModelForEdgeCasesAndManyRandomSamplesAtAllGains)
 {
     Words words;
     for (int bit = 0; bit < 32; ++bit) {
@@ -166,7 +149,7 @@ TEST_P(GainLoop, GivesTheModelsWordsForTellingAndManyRandomSamplesAtAllGains)
     }
 }
 
-TEST_P(GainLoop, TakesItsLimitsFromEachLane)
+TEST_P(GainLoop, ClampsEachLaneToItsOwnLimits)
 {
     const std::int32_t upper[] = {100, 200, 300, 400};
     const std::int32_t lower[] = {-1000, -2000, -3000, -4000};
@@ -183,15 +166,15 @@ TEST_P(GainLoop, TakesItsLimitsFromEachLane)
     }
     Words output(words.size());
     const SZtaGainRamp ramp = {settings.values.data(), groups_, upper, lower};
-    target_.psLoops->pfnApplyGainRamp(words.data(), output.data(), words.size(), &ramp);
+    loops_.pfnApplyGainRamp(words.data(), output.data(), words.size(), &ramp);
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::int32_t limit = words[i] == 0x80000000 ? lower[i % 4] : upper[i % 4];
         EXPECT_EQ(static_cast<std::int32_t>(output[i]), limit * 256) << i;
     }
 }
 
-/// Up to a gain of 1 nothing can exceed the limits, so that the loop may leave them out; one step above it can.
-TEST_P(GainLoop, LimitsFromTheFirstGainAboveOneOn)
+/// Up to a gain of 1 no product exceeds the limits, so the loop may omit the clamping. One step above, products can.
+TEST_P(GainLoop, ClampsFromTheFirstGainAboveOne)
 {
     const Words extremes = {0x7FFFFFFF, 0x80000000, 0x7FFFFF00, 0x80000100, 0xFFFFFFFF, 0x7FFFFFE0, 0x8000001F};
     for (const std::size_t passes : {1UL, 2UL, 3UL, 4UL, 5UL, 17UL, 64UL, 129UL}) {
@@ -225,7 +208,7 @@ TEST_P(GainLoop, MultipliesByTheLowBitsOfAGain)
     for (std::size_t lane = 0; lane < settings.Lanes(); ++lane) {
         low.Gain(lane) = static_cast<std::int32_t>(lane * 100);
         settings.Gain(lane) = low.Gain(lane) + (lane % 2 == 0 ? -0x7FFFFFFF - 1 : 0x12340000);
-        settings.Increment(lane) = -0x7FFFFFFF - 1; // what a NaN becomes
+        settings.Increment(lane) = -0x7FFFFFFF - 1; // the value of a NaN
     }
     const Words input = RandomWords(settings.Lanes() * 20);
     Words output(input.size());
@@ -233,7 +216,7 @@ TEST_P(GainLoop, MultipliesByTheLowBitsOfAGain)
     EXPECT_EQ(output, Expected(input, low));
 }
 
-TEST_P(GainLoop, MovesTheGainsAlongInTheBlockOfMoreThanTwoGroups)
+TEST_P(GainLoop, UpdatesTheStoredGainsOfMoreThanTwoGroups)
 {
     Settings settings = RandomSettings(1000 * groups_ * 4);
     Settings expected = settings;
@@ -244,16 +227,12 @@ TEST_P(GainLoop, MovesTheGainsAlongInTheBlockOfMoreThanTwoGroups)
         }
     }
     const SZtaGainRamp ramp = settings.Ramp();
-    target_.psLoops->pfnApplyGainRamp(words.data(), words.data(), words.size(), &ramp);
+    loops_.pfnApplyGainRamp(words.data(), words.data(), words.size(), &ramp);
     EXPECT_EQ(settings.values, expected.values);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, GainLoop,
-                         testing::Combine(testing::Range(std::size_t{0}, std::size(kLoopVariants)),
-                                          testing::Range(std::size_t{0}, std::size(kGroupCounts))),
-                         [](const auto& param) {
-                             return std::string(kLoopVariants[std::get<0>(param.param)].psLoops->pszName) + "_" +
-                                    std::to_string(kGroupCounts[std::get<1>(param.param)]) + "groups";
-                         });
+INSTANTIATE_TEST_SUITE_P(All, GainLoop, AllVariants(std::size(kGroupCounts)),
+                         VariantAnd([](std::size_t i) { return std::to_string(kGroupCounts[i]) + "groups"; }));
 
 } // namespace
+} // namespace zta::test

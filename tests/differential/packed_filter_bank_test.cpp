@@ -2,6 +2,7 @@
 // count and time, and no access outside the samples of the outputs.
 
 #include "signal/packed_filter_bank.h"
+#include "testing/filter_signals.h"
 #include "testing/filter_spec.h"
 
 #include <gtest/gtest.h>
@@ -13,12 +14,11 @@
 
 #include <immintrin.h>
 
+namespace zta::test {
 namespace {
 
 using models::FilterPlan;
 using models::TapKind;
-using zta::test::FilterBlock;
-using zta::test::MakeFilter;
 
 struct PackedVariant {
     const char* prefix;
@@ -37,24 +37,16 @@ constexpr PackedVariant kVariants[] = {
 std::vector<PackedVariant> SupportedVariants()
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
-    std::vector<PackedVariant> executable;
-    std::copy_if(std::begin(kVariants), std::end(kVariants), std::back_inserter(executable),
-                 [features](const PackedVariant& build) { return (features & build.features) == build.features; });
-    return executable;
+    std::vector<PackedVariant> supported;
+    std::copy_if(
+        std::begin(kVariants), std::end(kVariants), std::back_inserter(supported),
+        [features](const PackedVariant& variant) { return (features & variant.features) == variant.features; });
+    return supported;
 }
 
 FilterBlock MakeM7Filter(const FilterPlan& plan, float rollOff = 1.0f)
 {
-    return MakeFilter(zta::test::signalBuilds[0], plan, rollOff);
-}
-
-std::vector<std::int16_t> Noise(std::size_t count, unsigned seed)
-{
-    std::minstd_rand random(seed);
-    std::uniform_int_distribution<int> values(-32768, 32767);
-    std::vector<std::int16_t> noise(count);
-    std::generate(noise.begin(), noise.end(), [&] { return static_cast<std::int16_t>(values(random)); });
-    return noise;
+    return MakeFilter(signalBuilds[0], plan, rollOff);
 }
 
 std::vector<std::int16_t> FullScaleSquare(std::size_t count, std::size_t half)
@@ -137,11 +129,7 @@ protected:
     GuardedBuffer destination_{8000};
 };
 
-INSTANTIATE_TEST_SUITE_P(Variants, PackedFilterBank, testing::ValuesIn(SupportedVariants()),
-                         zta::test::SignalBuildName());
-
-constexpr FilterPlan kUp{44100, 48000, 32, TapKind::Words};
-constexpr FilterPlan kDown{48000, 44100, 32, TapKind::Words};
+INSTANTIATE_TEST_SUITE_P(Variants, PackedFilterBank, testing::ValuesIn(SupportedVariants()), SignalBuildName());
 
 TEST_P(PackedFilterBank, GivesTheSameOutputsForEveryPhaseAndLength)
 {
@@ -529,3 +517,4 @@ TEST_P(PackedFilterBank, DoesNotChangeTheErrors)
 }
 
 } // namespace
+} // namespace zta::test

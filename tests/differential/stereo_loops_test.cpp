@@ -1,28 +1,18 @@
-// The stereo loops of every variant that this processor supports, compared with a model that copies byte by byte.
+// The stereo loops of every variant that this CPU supports, compared with a reference model that copies byte by byte.
 
-#include "kernels/loops/loops.h"
 #include "testing/guarded_buffer.h"
+#include "tests/differential/loop_test.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <iterator>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
-
+namespace zta::test {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
-struct StereoLoops {
+struct StereoPair {
     std::size_t bytes; ///< of a sample
     ZtaInterleaveStereo SZtaSampleLoops::*interleave;
-    ZtaDeinterleaveStereo SZtaSampleLoops::*split;
+    ZtaDeinterleaveStereo SZtaSampleLoops::*deinterleave;
 };
 
-constexpr StereoLoops kStereoLoops[] = {
+constexpr StereoPair kStereoLoops[] = {
 #define ZTA_TEST_ENTRY(bytes)                                                                                          \
     {bytes, &SZtaSampleLoops::pfnInterleaveStereo##bytes, &SZtaSampleLoops::pfnDeinterleaveStereo##bytes},
     ZTA_STEREO_LIST(ZTA_TEST_ENTRY)
@@ -30,46 +20,31 @@ constexpr StereoLoops kStereoLoops[] = {
 };
 
 constexpr std::size_t kMaxFrames = 300;
-constexpr std::uint8_t kPoison = 0xA5;
 
-class StereoLoop : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
+class StereoLoop : public LoopTest {
 protected:
-    void SetUp() override
-    {
-        if (!target_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
-            GTEST_SKIP() << "not supported by this processor: " << target_.psLoops->pszName;
-        }
-    }
+    /// The channel of byte i of a stereo buffer.
+    std::size_t ChannelOf(std::size_t i) const { return i / bytes_ % 2; }
 
-    Bytes RandomBytes(std::size_t count)
-    {
-        Bytes bytes(count);
-        std::generate(bytes.begin(), bytes.end(), [this] { return static_cast<std::uint8_t>(random_()); });
-        return bytes;
-    }
-
-    /// The side that byte i of a stereo buffer belongs to.
-    std::size_t SideOf(std::size_t i) const { return i / bytes_ % 2; }
-
-    /// The place of byte i of a stereo buffer in its side.
-    std::size_t PlaceInSide(std::size_t i) const { return i / (2 * bytes_) * bytes_ + i % bytes_; }
+    /// The offset of byte i of a stereo buffer in its channel.
+    std::size_t OffsetInChannel(std::size_t i) const { return i / (2 * bytes_) * bytes_ + i % bytes_; }
 
     Bytes Interleaved(const std::uint8_t* left, const std::uint8_t* right, std::size_t frames) const
     {
         Bytes stereo(frames * 2 * bytes_);
         for (std::size_t i = 0; i < stereo.size(); ++i) {
-            const std::uint8_t* side = SideOf(i) == 0 ? left : right;
-            stereo[i] = side == nullptr ? std::uint8_t{0} : side[PlaceInSide(i)];
+            const std::uint8_t* channel = ChannelOf(i) == 0 ? left : right;
+            stereo[i] = channel == nullptr ? std::uint8_t{0} : channel[OffsetInChannel(i)];
         }
         return stereo;
     }
 
-    Bytes Side(const std::uint8_t* stereo, std::size_t side, std::size_t frames) const
+    Bytes Channel(const std::uint8_t* stereo, std::size_t channel, std::size_t frames) const
     {
         Bytes mono(frames * bytes_);
         for (std::size_t i = 0; i < frames * 2 * bytes_; ++i) {
-            if (stereo != nullptr && SideOf(i) == side) {
-                mono[PlaceInSide(i)] = stereo[i];
+            if (stereo != nullptr && ChannelOf(i) == channel) {
+                mono[OffsetInChannel(i)] = stereo[i];
             }
         }
         return mono;
@@ -77,21 +52,19 @@ protected:
 
     void Interleave(const std::uint8_t* left, const std::uint8_t* right, std::uint8_t* stereo, std::size_t frames)
     {
-        (target_.psLoops->*loops_.interleave)(left, right, stereo, frames);
+        (loops_.*pair_.interleave)(left, right, stereo, frames);
     }
 
-    void Split(const std::uint8_t* stereo, std::uint8_t* left, std::uint8_t* right, std::size_t frames)
+    void Deinterleave(const std::uint8_t* stereo, std::uint8_t* left, std::uint8_t* right, std::size_t frames)
     {
-        (target_.psLoops->*loops_.split)(stereo, left, right, frames);
+        (loops_.*pair_.deinterleave)(stereo, left, right, frames);
     }
 
-    const SZtaLoopVariant& target_ = kLoopVariants[std::get<0>(GetParam())];
-    const StereoLoops& loops_ = kStereoLoops[std::get<1>(GetParam())];
-    const std::size_t bytes_ = loops_.bytes;
-    std::mt19937 random_{27};
+    const StereoPair& pair_ = kStereoLoops[CaseIndex()];
+    const std::size_t bytes_ = pair_.bytes;
 };
 
-/// A buffer in the midst of poison, at any alignment.
+/// A buffer between guard bytes, at any alignment.
 class PoisonedBuffer {
 public:
     PoisonedBuffer(std::size_t size, std::size_t offset)
@@ -101,7 +74,7 @@ public:
 
     std::uint8_t* Data() { return memory_.data() + at_; }
 
-    /// That the buffer begins with these bytes, and all else is poison.
+    /// Returns true if the buffer begins with these bytes and all other bytes are poison.
     bool Holds(const Bytes& bytes) const
     {
         for (std::size_t i = 0; i < memory_.size(); ++i) {
@@ -120,7 +93,7 @@ private:
     std::size_t at_;
 };
 
-TEST_P(StereoLoop, MovesEveryCountOfFramesAtEveryAlignmentAndTouchesNoOtherByte)
+TEST_P(StereoLoop, MovesEveryCountOfFramesAtEveryAlignmentAndWritesNothingElse)
 {
     for (std::size_t frames = 0; frames <= kMaxFrames; ++frames) {
         for (std::size_t k = 0; k < 4; ++k) {
@@ -133,9 +106,9 @@ TEST_P(StereoLoop, MovesEveryCountOfFramesAtEveryAlignmentAndTouchesNoOtherByte)
 
             PoisonedBuffer left(frames * bytes_, random_() % 64);
             PoisonedBuffer right(frames * bytes_, random_() % 64);
-            Split(first, left.Data(), right.Data(), frames);
-            ASSERT_TRUE(left.Holds(Side(first, 0, frames))) << frames;
-            ASSERT_TRUE(right.Holds(Side(first, 1, frames))) << frames;
+            Deinterleave(first, left.Data(), right.Data(), frames);
+            ASSERT_TRUE(left.Holds(Channel(first, 0, frames))) << frames;
+            ASSERT_TRUE(right.Holds(Channel(first, 1, frames))) << frames;
         }
     }
 }
@@ -154,16 +127,16 @@ TEST_P(StereoLoop, ReadsNullAsSilenceAndDropsNullOutputs)
         for (const std::uint8_t* stereo : {static_cast<const std::uint8_t*>(nullptr), bytes.data()}) {
             PoisonedBuffer left(frames * bytes_, 0);
             PoisonedBuffer right(frames * bytes_, 0);
-            Split(stereo, left.Data(), nullptr, frames);
-            ASSERT_TRUE(left.Holds(Side(stereo, 0, frames))) << frames;
-            Split(stereo, nullptr, right.Data(), frames);
-            ASSERT_TRUE(right.Holds(Side(stereo, 1, frames))) << frames;
-            Split(stereo, nullptr, nullptr, frames);
+            Deinterleave(stereo, left.Data(), nullptr, frames);
+            ASSERT_TRUE(left.Holds(Channel(stereo, 0, frames))) << frames;
+            Deinterleave(stereo, nullptr, right.Data(), frames);
+            ASSERT_TRUE(right.Holds(Channel(stereo, 1, frames))) << frames;
+            Deinterleave(stereo, nullptr, nullptr, frames);
         }
     }
 }
 
-TEST_P(StereoLoop, ReadsAndWritesNothingBesideItsSamples)
+TEST_P(StereoLoop, ReadsAndWritesNothingOutsideItsSamples)
 {
     const GuardedBuffer first(kMaxFrames * bytes_);
     const GuardedBuffer second(kMaxFrames * bytes_);
@@ -176,9 +149,9 @@ TEST_P(StereoLoop, ReadsAndWritesNothingBesideItsSamples)
             std::uint8_t* stereo = atEnd ? both.End() - 2 * size : both.Begin();
             const Bytes bytes = RandomBytes(2 * size);
             std::copy(bytes.begin(), bytes.end(), stereo);
-            Split(stereo, left, right, frames);
-            ASSERT_TRUE(std::equal(left, left + size, Side(bytes.data(), 0, frames).begin())) << frames;
-            ASSERT_TRUE(std::equal(right, right + size, Side(bytes.data(), 1, frames).begin())) << frames;
+            Deinterleave(stereo, left, right, frames);
+            ASSERT_TRUE(std::equal(left, left + size, Channel(bytes.data(), 0, frames).begin())) << frames;
+            ASSERT_TRUE(std::equal(right, right + size, Channel(bytes.data(), 1, frames).begin())) << frames;
             ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), stereo)) << frames;
             std::fill_n(stereo, 2 * size, kPoison);
             Interleave(left, right, stereo, frames);
@@ -194,12 +167,12 @@ TEST_P(StereoLoop, DeinterleavesIntoItsOwnMemory)
         for (const std::size_t shared : {0U, 1U}) {
             Bytes memory = input;
             Bytes other(frames * bytes_);
-            Split(memory.data(), shared == 0 ? memory.data() : other.data(), shared == 1 ? memory.data() : other.data(),
-                  frames);
-            Bytes expected = Side(input.data(), shared, frames);
+            Deinterleave(memory.data(), shared == 0 ? memory.data() : other.data(),
+                         shared == 1 ? memory.data() : other.data(), frames);
+            Bytes expected = Channel(input.data(), shared, frames);
             expected.insert(expected.end(), input.begin() + static_cast<std::ptrdiff_t>(expected.size()), input.end());
             ASSERT_EQ(memory, expected) << frames;
-            ASSERT_EQ(other, Side(input.data(), 1 - shared, frames)) << frames;
+            ASSERT_EQ(other, Channel(input.data(), 1 - shared, frames)) << frames;
         }
     }
 }
@@ -230,17 +203,13 @@ TEST_P(StereoLoop, MovesLongBuffers)
     EXPECT_EQ(stereo, Interleaved(left.data(), right.data(), kFrames));
     Bytes first(left.size());
     Bytes second(right.size());
-    Split(stereo.data(), first.data(), second.data(), kFrames);
+    Deinterleave(stereo.data(), first.data(), second.data(), kFrames);
     EXPECT_EQ(first, left);
     EXPECT_EQ(second, right);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, StereoLoop,
-                         testing::Combine(testing::Range(std::size_t{0}, std::size(kLoopVariants)),
-                                          testing::Range(std::size_t{0}, std::size(kStereoLoops))),
-                         [](const auto& param) {
-                             return std::string(kLoopVariants[std::get<0>(param.param)].psLoops->pszName) + "_" +
-                                    std::to_string(kStereoLoops[std::get<1>(param.param)].bytes) + "bytes";
-                         });
+INSTANTIATE_TEST_SUITE_P(All, StereoLoop, AllVariants(std::size(kStereoLoops)),
+                         VariantAnd([](std::size_t i) { return std::to_string(kStereoLoops[i].bytes) + "bytes"; }));
 
 } // namespace
+} // namespace zta::test

@@ -1,5 +1,6 @@
-// The filter bank: sizes, layout, literal taps, the two limits, and the model of the tests for all else.
+// The filter bank: sizes, layout, known taps, the two limits, and a comparison with the reference model.
 
+#include "testing/filter_signals.h"
 #include "testing/filter_spec.h"
 
 #include <gtest/gtest.h>
@@ -8,20 +9,12 @@
 #include <limits>
 #include <numeric>
 
+namespace zta::test {
 namespace {
 
 using models::BlockLayout;
 using models::FilterPlan;
 using models::TapKind;
-using zta::test::FilterBlock;
-using zta::test::HintOf;
-using zta::test::MakeFilter;
-using zta::test::SignalBuildName;
-using zta::test::SignalVariant;
-using zta::test::SupportedSignalVariants;
-
-constexpr FilterPlan kUp{44100, 48000, 32, TapKind::Words};
-constexpr FilterPlan kDown{48000, 44100, 32, TapKind::Words};
 
 class FilterBank : public testing::TestWithParam<SignalVariant> {
 protected:
@@ -46,12 +39,12 @@ protected:
                                                              block.Get(), HintOf(plan.kind));
     }
 
-    /// Compares a block with the model, place by place.
+    /// Compares each byte of a filter with the model.
     template <class Tap>
     void ExpectModel(const FilterPlan& plan, float rollOff, float alpha) const;
 };
 
-INSTANTIATE_TEST_SUITE_P(Builds, FilterBank, testing::ValuesIn(SupportedSignalVariants()), SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Variants, FilterBank, testing::ValuesIn(SupportedSignalVariants()), SignalBuildName());
 
 template <class Tap>
 Tap TapAt(const std::uint8_t* bytes, std::int64_t offset)
@@ -82,7 +75,7 @@ void FilterBank::ExpectModel(const FilterPlan& plan, float rollOff, float alpha)
     const std::vector<std::int16_t> steps = models::Steps(layout);
     EXPECT_EQ(std::vector<std::int16_t>(head.steps, head.steps + layout.outRate), steps);
 
-    // Rows, of which a later one may have taken the last place of the one before.
+    // The phases. The first tap of a phase may overwrite the last one of the phase before.
     const std::vector<double> prototype = models::Prototype(layout, rollOff, alpha);
     for (std::int64_t p = 0; p < layout.outRate; ++p) {
         const std::int64_t offset = layout.rows + p * layout.stride * layout.tapSize;
@@ -93,24 +86,24 @@ void FilterBank::ExpectModel(const FilterPlan& plan, float rollOff, float alpha)
             const Tap tap = TapAt<Tap>(bytes, offset + static_cast<std::int64_t>(i) * layout.tapSize);
             const double expected = shared ? models::Row(layout, prototype, 1)[0] : row[i];
             ASSERT_TRUE(models::IsRoundedTap(tap, expected))
-                << "row " << p << " tap " << i << " is " << tap << ", not " << expected;
+                << "phase " << p << " tap " << i << " is " << tap << ", not " << expected;
         }
         // The rest of the phase is unused, except the 8 bytes shared with the prototype.
         const bool shared = !words && p == layout.outRate - 1;
         for (std::int64_t i = offset + static_cast<std::int64_t>(row.size()) * layout.tapSize;
              i < offset + layout.stride * layout.tapSize - (shared ? 8 : 0); ++i) {
-            ASSERT_EQ(bytes[i], FilterBlock::kPoison) << "row " << p << " pad " << i;
+            ASSERT_EQ(bytes[i], FilterBlock::kPoison) << "phase " << p << " padding " << i;
         }
     }
     for (std::int64_t i = 48 + layout.outRate * 2; i < layout.rowPointers; ++i) {
-        ASSERT_EQ(bytes[i], FilterBlock::kPoison) << "step pad " << i;
+        ASSERT_EQ(bytes[i], FilterBlock::kPoison) << "padding of the steps " << i;
     }
     for (std::int64_t i = layout.rowPointers + layout.outRate * 8; i < layout.rows; ++i) {
-        ASSERT_EQ(bytes[i], FilterBlock::kPoison) << "row pointer pad " << i;
+        ASSERT_EQ(bytes[i], FilterBlock::kPoison) << "padding of the pointers " << i;
     }
 
-    // The prototype stays, in the order of the phases, and its copy of 16 bits behind it. Its first element and with
-    // single taps parts of the second may lie under the last row.
+    // The prototype remains, in the order of the phases, followed by its copy in 16 bits. The last phase may overwrite
+    // its first element and, with single-precision taps, parts of the second.
     std::int64_t element = 0;
     const auto expectElement = [&](std::int64_t distance) {
         const double value = prototype[static_cast<std::size_t>(distance)];
@@ -150,7 +143,7 @@ TEST_P(FilterBank, HasTheSizesOfTheUsualRates)
     }
 }
 
-TEST_P(FilterBank, TakesAnyOtherHintForSixteenBits)
+TEST_P(FilterBank, TreatsAnyOtherHintAs16Bit)
 {
     for (const std::uint32_t hint : {0u, 3u, 0xFFFFFFFFu}) {
         EXPECT_EQ(SizesOf(44100, 48000, 32, static_cast<IppHintAlgorithm>(hint)).size, 40100);
@@ -169,7 +162,7 @@ TEST_P(FilterBank, RoundsTheLengthUp)
     EXPECT_EQ(SizesOf(3, 2, 33).length, 36);
 }
 
-TEST_P(FilterBank, HasTheKnownTapsUpwards)
+TEST_P(FilterBank, HasTheKnownTapsFor44100To48000)
 {
     const FilterBlock block = MakeFilter(GetParam(), kUp);
     const auto* row0 = block.Row<std::int16_t>(0);
@@ -197,7 +190,7 @@ TEST_P(FilterBank, HasTheKnownTapsUpwards)
     EXPECT_EQ(steps, 147);
 }
 
-TEST_P(FilterBank, HasTheKnownTapsDownwards)
+TEST_P(FilterBank, HasTheKnownTapsFor48000To44100)
 {
     const FilterBlock block = MakeFilter(GetParam(), kDown);
     const auto* row0 = block.Row<std::int16_t>(0);
@@ -214,7 +207,7 @@ TEST_P(FilterBank, HasTheKnownTapsDownwards)
     EXPECT_EQ(steps, 160);
 }
 
-TEST_P(FilterBank, HasOneRowForEqualRates)
+TEST_P(FilterBank, HasOnePhaseForEqualRates)
 {
     for (const int rate : {1, 48000, std::numeric_limits<int>::max()}) {
         const FilterBlock block = MakeFilter(GetParam(), {rate, rate, 8, TapKind::Words});
@@ -241,7 +234,7 @@ TEST_P(FilterBank, EqualsTheModel)
     }
 }
 
-TEST_P(FilterBank, LosesTheOuterTapOfALongFilterToRounding)
+TEST_P(FilterBank, OmitsTheOuterTapOfALongFilterDueToRounding)
 {
     // The outermost tap is then the last of its phase as well; in the second filter it also counts for the gain.
     for (const auto& [in, out, length] : {std::tuple{7, 3, 624}, std::tuple{11, 9, 1264}}) {
@@ -252,14 +245,14 @@ TEST_P(FilterBank, LosesTheOuterTapOfALongFilterToRounding)
     }
 }
 
-TEST_P(FilterBank, CountsMoreCoefficientsThanTapsAtHighRates)
+TEST_P(FilterBank, HasMoreCoefficientsThanTapsAtHighRates)
 {
     const FilterPlan plan{3, 200003, 4, TapKind::Words};
     ASSERT_GT(BlockLayout(plan).coefficients, 200003 * 2 + 1);
     ExpectModel<std::int16_t>(plan, 1.0f, 9.0f);
 }
 
-TEST_P(FilterBank, SharesTheOuterTapOfRowZeroWithRowOne)
+TEST_P(FilterBank, SharesTheOuterTapOfPhase0WithPhase1)
 {
     for (const int length : {29, 30, 31, 32, 28}) {
         const bool shared = length % 8 >= 5;
@@ -276,7 +269,7 @@ TEST_P(FilterBank, SharesTheOuterTapOfRowZeroWithRowOne)
     }
 }
 
-TEST_P(FilterBank, RefusesToTellSizesInThisOrder)
+TEST_P(FilterBank, RejectsSizeArgumentsInThisOrder)
 {
     const auto getSize = GetParam().ippsResamplePolyphaseFixedGetSize_16s;
     int a = 7;
@@ -301,7 +294,7 @@ TEST_P(FilterBank, RefusesToTellSizesInThisOrder)
     EXPECT_EQ(getSize(1, 1, 1, &a, &b, &c, ippAlgHintFast), ippStsNoErr);
 }
 
-TEST_P(FilterBank, RefusesToBuildInThisOrder)
+TEST_P(FilterBank, RejectsInitArgumentsInThisOrder)
 {
     const FilterBlock block(40100);
     const auto init = GetParam().ippsResamplePolyphaseFixedInit_16s;
@@ -325,7 +318,7 @@ TEST_P(FilterBank, RefusesToBuildInThisOrder)
     EXPECT_EQ(Init(kUp, 1.0f, 1.0f, block), ippStsNoErr);
 }
 
-/// Plans whose blocks have sizes from `from` to `to`, which both lie near the limits.
+/// Returns plans of filters with sizes from `from` to `to`, both near the limits.
 std::vector<FilterPlan> PlansOfSize(TapKind kind, std::int64_t from, std::int64_t to)
 {
     std::vector<FilterPlan> plans;
@@ -343,7 +336,7 @@ std::vector<FilterPlan> PlansOfSize(TapKind kind, std::int64_t from, std::int64_
     return plans;
 }
 
-TEST_P(FilterBank, TellsSizesUpToTheLimit)
+TEST_P(FilterBank, ReturnsSizesUpToTheLimit)
 {
     for (const TapKind kind : {TapKind::Words, TapKind::Floats}) {
         const std::vector<FilterPlan> passing = PlansOfSize(kind, 0x7FFFFFEF, 0x7FFFFFFE);
@@ -363,7 +356,7 @@ TEST_P(FilterBank, TellsSizesUpToTheLimit)
 
 TEST_P(FilterBank, WrapsTheProductOfRateAndStride)
 {
-    // The size means nothing then, and the filter is refused.
+    // The size is then meaningless, and the initialization fails.
     const FilterPlan plan{1, 1 << 28, 4, TapKind::Floats};
     const Sizes sizes = SizesOf(plan.inRate, plan.outRate, plan.length, ippAlgHintAccurate);
     EXPECT_EQ(sizes.status, ippStsNoErr);
@@ -373,9 +366,9 @@ TEST_P(FilterBank, WrapsTheProductOfRateAndStride)
     EXPECT_EQ(Init(plan, 1.0f, 9.0f, block), ippStsBadArgErr);
 }
 
-TEST_P(FilterBank, BuildsUpToALimitOfItsOwn)
+TEST_P(FilterBank, InitializesUpToItsOwnLimit)
 {
-    // Up to 0x80000008 bytes, or 0x80000006 with single-precision taps, it would build, in memory no test has.
+    // It would succeed up to 0x80000008 bytes, or 0x80000006 with single-precision taps, which is too much for a test.
     const FilterBlock block(48);
     for (const TapKind kind : {TapKind::Words, TapKind::Floats}) {
         const std::int64_t limit = kind == TapKind::Words ? 0x80000008 : 0x80000006;
@@ -388,9 +381,9 @@ TEST_P(FilterBank, BuildsUpToALimitOfItsOwn)
     EXPECT_TRUE(block.IsUntouchedFrom(0));
 }
 
-TEST_P(FilterBank, EndsForEveryAlpha)
+TEST_P(FilterBank, ReturnsForEveryAlpha)
 {
-    // Far above 1000 the window's function leaves the range of a double.
+    // For alpha far above 1000 the window exceeds the range of a double.
     constexpr FilterPlan plan{2, 3, 8, TapKind::Words};
     EXPECT_EQ(MakeFilter(GetParam(), plan, 1.0f, 700.0f).Row<std::int16_t>(0)[4], 16384);
     using Limits = std::numeric_limits<float>;
@@ -400,8 +393,8 @@ TEST_P(FilterBank, EndsForEveryAlpha)
     }
 }
 
-// The public functions refuse such a cut-off; the inner ones take it.
-TEST_P(FilterBank, ACutOffBelowZeroMirrorsThePrototype)
+// The public functions reject such a cut-off; the internal ones accept it.
+TEST_P(FilterBank, MirrorsThePrototypeForANegativeCutOff)
 {
     constexpr int kRate = 10;
     constexpr int kHalf = 8;
@@ -419,3 +412,4 @@ TEST_P(FilterBank, ACutOffBelowZeroMirrorsThePrototype)
 }
 
 } // namespace
+} // namespace zta::test

@@ -1,4 +1,4 @@
-/// Compares the INI file with a plain model of its rules, over random files and random sequences of operations.
+/// Compares the INI file with a reference model on random files and random sequences of operations.
 /// A failure prints the seed; the environment variable ZTA_TEST_SEED repeats it.
 #include "support/ini_file.h"
 #include "testing/models/ini_model.h"
@@ -34,7 +34,7 @@ public:
     Text Comments() { return OneOf({L"", L"#", L"# x", L"; y\n", L"# a\n; b\n", L"\n"}); }
     wchar_t Mark() { return Below(2) == 0 ? L'#' : L';'; }
 
-    /// Most lines are what one finds in such files; some are made of its special characters.
+    /// Most lines are typical of INI files; some consist of special characters.
     Text File()
     {
         Text text;
@@ -62,7 +62,7 @@ public:
     }
 
 private:
-    /// Lines with an opening bracket mostly get a closing one, or nearly every file would be refused.
+    /// Lines with an opening bracket usually get a closing one. Otherwise almost every file would be rejected.
     Text Soup(const Text& characters)
     {
         Text text;
@@ -90,13 +90,13 @@ public:
         const bool saves_at_once = dice_.Below(2) == 0;
         Model model(saves_at_once);
         ReplaceFile(model);
-        bool is_refused = false;
+        bool is_rejected = false;
         try {
             model.Load();
         } catch (const std::out_of_range&) {
-            is_refused = true;
+            is_rejected = true;
         }
-        if (is_refused) {
+        if (is_rejected) {
             EXPECT_THROW(CZtIniFile(name_, saves_at_once), std::out_of_range);
             EXPECT_EQ(ReadTextFile(name_), Narrow(*model.disk));
             return;
@@ -122,13 +122,13 @@ private:
 
     void Reload(CZtIniFile& file, Model& model)
     {
-        bool is_refused = false;
+        bool is_rejected = false;
         try {
             model.Load();
         } catch (const std::out_of_range&) {
-            is_refused = true;
+            is_rejected = true;
         }
-        if (is_refused) {
+        if (is_rejected) {
             EXPECT_THROW(file.Load(), std::out_of_range);
         } else {
             EXPECT_TRUE(file.Load());
@@ -215,7 +215,7 @@ private:
         }
     }
 
-    /// Everything that can be asked of the object, and the file.
+    /// Compares the results of all queries, and the file.
     void Compare(CZtIniFile& file, Model& model)
     {
         EXPECT_EQ(file.Content(), model.Content());

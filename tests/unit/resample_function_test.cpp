@@ -1,5 +1,6 @@
-// The filtering run: positions, counts and times, rounding and saturation, and where it reads and writes.
+// The resampling function: positions, counts and times, rounding and saturation, and its memory accesses.
 
+#include "testing/filter_signals.h"
 #include "testing/filter_spec.h"
 
 #include <gtest/gtest.h>
@@ -8,19 +9,12 @@
 #include <limits>
 #include <random>
 
+namespace zta::test {
 namespace {
 
 using models::FilterPlan;
 using models::TapKind;
-using zta::test::FilterBlock;
-using zta::test::MakeFilter;
-using zta::test::OneRowFilter;
-using zta::test::SignalBuildName;
-using zta::test::SignalVariant;
-using zta::test::SupportedSignalVariants;
 
-constexpr FilterPlan kUp{44100, 48000, 32, TapKind::Words};
-constexpr FilterPlan kDown{48000, 44100, 32, TapKind::Words};
 constexpr std::int16_t kUnwritten = 0x5A5A;
 
 struct Output {
@@ -29,7 +23,7 @@ struct Output {
     double time;
 };
 
-class FilterRun : public testing::TestWithParam<SignalVariant> {
+class ResampleFunction : public testing::TestWithParam<SignalVariant> {
 protected:
     Output Run(const std::int16_t* source, int len, double time, const IppsResamplingPolyphaseFixed_16s* filter,
                float norm = 1.0f, std::size_t capacity = 20000) const
@@ -45,7 +39,16 @@ protected:
         return {status, samples, time};
     }
 
-    /// What a filter of one row makes of a single sample at its centre.
+    /// Expects the samples of the reference model.
+    void ExpectModel(const std::int16_t* source, int len, double time, const FilterBlock& filter,
+                     float norm = 1.0f) const
+    {
+        EXPECT_EQ(Run(source, len, time, filter.Get(), norm).samples,
+                  models::Run(source, len, norm, time, filter.Get(), false).samples)
+            << "len " << len << ", time " << time << ", norm " << norm;
+    }
+
+    /// Returns the output of a filter of one phase for a single sample at its center.
     template <class Tap>
     std::int16_t RunOne(const OneRowFilter<Tap>& filter, std::int16_t sample, float norm) const
     {
@@ -56,20 +59,9 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Builds, FilterRun, testing::ValuesIn(SupportedSignalVariants()), SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Variants, ResampleFunction, testing::ValuesIn(SupportedSignalVariants()), SignalBuildName());
 
-std::vector<std::int16_t> Noise(std::size_t count, unsigned seed)
-{
-    std::minstd_rand random(seed);
-    std::uniform_int_distribution<int> values(-32768, 32767);
-    std::vector<std::int16_t> noise(count);
-    for (std::int16_t& value : noise) {
-        value = static_cast<std::int16_t>(values(random));
-    }
-    return noise;
-}
-
-TEST_P(FilterRun, RefusesInThisOrderAndTouchesNothing)
+TEST_P(ResampleFunction, RejectsInThisOrderAndWritesNothing)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source(100);
@@ -90,7 +82,7 @@ TEST_P(FilterRun, RefusesInThisOrderAndTouchesNothing)
     EXPECT_EQ(count, 13);
 }
 
-TEST_P(FilterRun, GivesTheSourceSampleAtAWholePosition)
+TEST_P(ResampleFunction, ReturnsTheSourceSampleAtAWholePosition)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source = Noise(100, 3);
@@ -101,7 +93,7 @@ TEST_P(FilterRun, GivesTheSourceSampleAtAWholePosition)
     EXPECT_EQ(output.time, 20.0 + 2 * 147.0 / 160.0);
 }
 
-TEST_P(FilterRun, CentresANearlyWholePositionOnTheNextSample)
+TEST_P(ResampleFunction, RoundsAPositionUpFromHalfAPhase)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source = Noise(100, 4);
@@ -116,12 +108,12 @@ TEST_P(FilterRun, CentresANearlyWholePositionOnTheNextSample)
     EXPECT_TRUE(none.samples.empty());
     EXPECT_NEAR(none.time, time, 1e-14);
 
-    // Half a phase more goes up, anything less stays.
+    // From half a phase on, a position is rounded up.
     EXPECT_EQ(Run(source.data(), 1, 20.0 + 159.51 / 160.0, filter.Get()).samples.size(), 0u);
     EXPECT_EQ(Run(source.data(), 1, 20.0 + 159.49 / 160.0, filter.Get()).samples.size(), 1u);
 }
 
-TEST_P(FilterRun, CountsAKnownStretch)
+TEST_P(ResampleFunction, HasTheKnownCountAndTime)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source = Noise(1041, 5);
@@ -131,7 +123,7 @@ TEST_P(FilterRun, CountsAKnownStretch)
     EXPECT_EQ(output.time, models::Run(source.data(), 1007, 1.0f, 17.0, filter.Get(), false).time);
 }
 
-TEST_P(FilterRun, SaturatesAFullScaleConstantDownwards)
+TEST_P(ResampleFunction, SaturatesAFullScaleConstantAtALowerRate)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kDown);
     for (const int level : {32767, -32768}) {
@@ -141,10 +133,10 @@ TEST_P(FilterRun, SaturatesAFullScaleConstantDownwards)
         const models::ResampleResult model = models::Run(source.data(), 1900, 1.0f, 17.0, filter.Get(), false);
         EXPECT_EQ(output.samples, model.samples);
         for (int p = 0; p < 147; ++p) {
-            const auto* row = filter.Row<std::int16_t>(p);
+            const auto* phaseTaps = filter.Row<std::int16_t>(p);
             int sum = 0;
             for (int i = 0; i < (p == 0 ? 33 : 32); ++i) {
-                sum += row[i];
+                sum += phaseTaps[i];
             }
             saturated = saturated || sum * 147 > 16384 * 160;
         }
@@ -153,7 +145,7 @@ TEST_P(FilterRun, SaturatesAFullScaleConstantDownwards)
     }
 }
 
-TEST_P(FilterRun, RoundsHalvesAwayFromZeroAndSaturates)
+TEST_P(ResampleFunction, RoundsHalvesAwayFromZeroAndSaturates)
 {
     const OneRowFilter<std::int16_t> one({0, 0, 1, 0, 0}, 1.0f);
     EXPECT_EQ(RunOne(one, 4, -0.1f), 0);
@@ -183,19 +175,18 @@ TEST_P(FilterRun, RoundsHalvesAwayFromZeroAndSaturates)
     EXPECT_EQ(Run(oddLow, 1, 2.0, two.Get(), 0.5f, 4).samples.at(0), -32768); // -32767.5
 }
 
-TEST_P(FilterRun, AppliesTheNormBeforeItRounds)
+TEST_P(ResampleFunction, AppliesTheNormBeforeItRounds)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source = Noise(200, 6);
     for (const float norm : {0.5f, 0.123f, -1.0f, 3.0f, 0.0f}) {
-        const Output output = Run(source.data(), 150, 20.0, filter.Get(), norm);
-        EXPECT_EQ(output.samples, models::Run(source.data(), 150, norm, 20.0, filter.Get(), false).samples) << norm;
+        ExpectModel(source.data(), 150, 20.0, filter, norm);
     }
     EXPECT_EQ(Run(source.data(), 1, 20.0, filter.Get(), 0.5f).samples.at(0),
               static_cast<int>(std::lround(source[20] * 0.5)));
 }
 
-TEST_P(FilterRun, WritesNothingOddForANormThatIsNoNumber)
+TEST_P(ResampleFunction, ReturnsTheMostNegativeSampleForANormThatIsNaN)
 {
     const OneRowFilter<std::int16_t> one({0, 0, 1, 0, 0}, 1.0f);
     const std::vector<std::int16_t> source = Noise(40, 7);
@@ -204,10 +195,10 @@ TEST_P(FilterRun, WritesNothingOddForANormThatIsNoNumber)
     EXPECT_EQ(output.samples, std::vector<std::int16_t>(30, -32768));
 }
 
-TEST_P(FilterRun, KeepsPositionsBeyond32Bits)
+TEST_P(ResampleFunction, KeepsPositionsBeyond32Bits)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
-    // The first position is at the last whole sample below 2^31 units, so the end alone lies beyond; then far beyond.
+    // At first only the end of the positions is beyond 2^31 units, then all of them.
     for (const int index : {13421770, 13421772, 13421773, 20000000}) {
         for (const double fraction : {0.0, 0.25, 0.998}) {
             GuardedBuffer memory(static_cast<std::size_t>(index + 600) * 2);
@@ -227,45 +218,45 @@ TEST_P(FilterRun, KeepsPositionsBeyond32Bits)
     }
 }
 
-TEST_P(FilterRun, GoesOnFromTheTimeThatItLeaves)
+TEST_P(ResampleFunction, ContinuesFromTheReturnedTime)
 {
     for (const FilterPlan& plan : {kUp, kDown, FilterPlan{7, 3, 12, TapKind::Words}}) {
         const FilterBlock filter = MakeFilter(GetParam(), plan);
         const std::vector<std::int16_t> source = Noise(3000, 9);
         const Output whole = Run(source.data(), 2900, 40.0, filter.Get());
         std::minstd_rand random(10);
-        std::vector<std::int16_t> pieces;
+        std::vector<std::int16_t> parts;
         double time = 40.0;
         for (int end = 40; end < 2940;) {
             const int next = std::min(2940, end + 1 + static_cast<int>(random() % 90));
             const int len = next - static_cast<int>(time);
             if (len >= 1) {
-                const Output piece = Run(source.data(), len, time, filter.Get());
-                pieces.insert(pieces.end(), piece.samples.begin(), piece.samples.end());
-                time = piece.time;
+                const Output part = Run(source.data(), len, time, filter.Get());
+                parts.insert(parts.end(), part.samples.begin(), part.samples.end());
+                time = part.time;
             }
             end = next;
         }
-        EXPECT_EQ(pieces, whole.samples);
+        EXPECT_EQ(parts, whole.samples);
         EXPECT_NEAR(time, whole.time, 1e-9);
     }
 }
 
-TEST_P(FilterRun, TakesPositionsBeforeTheOrigin)
+TEST_P(ResampleFunction, AcceptsPositionsBeforeTheOrigin)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source = Noise(200, 11);
     const Output output = Run(source.data() + 60, 50, -20.0, filter.Get());
     EXPECT_EQ(output.samples, models::Run(source.data(), 50, 1.0f, 40.0, filter.Get(), false).samples);
     EXPECT_DOUBLE_EQ(output.time, models::Run(source.data(), 50, 1.0f, 40.0, filter.Get(), false).time - 60.0);
-    // A whole part of 0 covers what lies one sample before it, too.
+    // A whole part of 0 includes positions up to one sample before the origin.
     const Output before = Run(source.data() + 60, 50, -0.5, filter.Get());
     const models::ResampleResult model = models::Run(source.data(), 51, 1.0f, 59.0 + 81.0 / 160.0, filter.Get(), false);
     ASSERT_EQ(before.samples.size(), model.samples.size());
     EXPECT_EQ(before.samples, model.samples);
 }
 
-TEST_P(FilterRun, ReadsNothingBesideItsSamples)
+TEST_P(ResampleFunction, ReadsNothingOutsideItsSamples)
 {
     for (const FilterPlan& base : {FilterPlan{147, 160, 0, TapKind::Words}, FilterPlan{160, 147, 0, TapKind::Words},
                                    FilterPlan{1, 1, 0, TapKind::Words}, FilterPlan{1, 3, 0, TapKind::Words}}) {
@@ -291,7 +282,7 @@ TEST_P(FilterRun, ReadsNothingBesideItsSamples)
     }
 }
 
-TEST_P(FilterRun, WritesNothingBesideItsOutputs)
+TEST_P(ResampleFunction, WritesNothingOutsideItsOutputs)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source = Noise(300, 12);
@@ -306,8 +297,8 @@ TEST_P(FilterRun, WritesNothingBesideItsOutputs)
     }
 }
 
-/// Fails under a sanitizer alone, where a build takes its samples for aligned.
-TEST_P(FilterRun, TakesSamplesAtOddAddresses)
+/// Fails only under a sanitizer, if a variant assumes aligned samples.
+TEST_P(ResampleFunction, AcceptsSamplesAtOddAddresses)
 {
     for (const FilterPlan& plan : {kUp, kDown, FilterPlan{44100, 48000, 32, TapKind::Floats},
                                    FilterPlan{48000, 44100, 30, TapKind::Floats}, FilterPlan{3, 2, 1, TapKind::Words},
@@ -338,24 +329,23 @@ TEST_P(FilterRun, TakesSamplesAtOddAddresses)
     }
 }
 
-TEST_P(FilterRun, AddsSumsOfMoreThan32Bits)
+TEST_P(ResampleFunction, AccumulatesSumsOfMoreThan32Bits)
 {
-    // All taps and all samples as large as they come, in every sign.
+    // The largest taps and samples, of each sign.
     for (const int length : {4, 8, 32, 36, 64, 400}) {
         for (const int tap : {16384, -16384, 32767, -32767}) {
             for (const auto& [in, out] : {std::pair{1, 1}, std::pair{3, 7}, std::pair{7, 3}}) {
                 const FilterBlock filter = MakeFilter(GetParam(), {in, out, length, TapKind::Words});
                 for (int p = 0; p < out; ++p) {
-                    auto* row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(p));
-                    std::fill(row, row + length + (p == 0 ? 1 : 0), static_cast<std::int16_t>(tap));
+                    auto* phaseTaps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(p));
+                    std::fill(phaseTaps, phaseTaps + length + (p == 0 ? 1 : 0), static_cast<std::int16_t>(tap));
                 }
                 for (const int level : {32767, -32768}) {
                     const std::vector<std::int16_t> source(1200, static_cast<std::int16_t>(level));
                     for (const int len : {1, 600}) {
                         const float norm = 1.0f / static_cast<float>(2 * length);
-                        EXPECT_EQ(Run(source.data(), len, 300.0, filter.Get(), norm).samples,
-                                  models::Run(source.data(), len, norm, 300.0, filter.Get(), false).samples)
-                            << length << " taps of " << tap << " at " << level;
+                        SCOPED_TRACE(testing::Message() << length << " taps of " << tap << " at " << level);
+                        ExpectModel(source.data(), len, 300.0, filter, norm);
                     }
                 }
             }
@@ -363,56 +353,56 @@ TEST_P(FilterRun, AddsSumsOfMoreThan32Bits)
     }
 }
 
-TEST_P(FilterRun, AddsRowsAtTheEdgeOf32BitsExactly)
+TEST_P(ResampleFunction, AccumulatesExactlyAtTheLimitOf32Bits)
 {
-    // Around the sum of magnitudes up to which 32 bits are enough.
+    // Sums of magnitudes around the largest for which 32 bits are sufficient.
     for (int excess = -40; excess <= 40; ++excess) {
         const FilterBlock filter = MakeFilter(GetParam(), {1, 1, 32, TapKind::Words});
-        auto* row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
-        std::fill(row, row + 33, std::int16_t{1});
-        row[3] = 32767;
-        row[20] = static_cast<std::int16_t>(65536 - 32767 - 31 + excess > 32767 ? 32767 : 65536 - 32767 - 31 + excess);
-        row[32] = static_cast<std::int16_t>(excess > 0 ? excess + 1 : 1);
+        auto* phaseTaps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
+        std::fill(phaseTaps, phaseTaps + 33, std::int16_t{1});
+        phaseTaps[3] = 32767;
+        phaseTaps[20] =
+            static_cast<std::int16_t>(65536 - 32767 - 31 + excess > 32767 ? 32767 : 65536 - 32767 - 31 + excess);
+        phaseTaps[32] = static_cast<std::int16_t>(excess > 0 ? excess + 1 : 1);
         for (const int level : {32767, -32768}) {
             const std::vector<std::int16_t> source(200, static_cast<std::int16_t>(level));
-            const Output output = Run(source.data(), 100, 40.0, filter.Get(), 0.25f);
-            EXPECT_EQ(output.samples, models::Run(source.data(), 100, 0.25f, 40.0, filter.Get(), false).samples);
+            ExpectModel(source.data(), 100, 40.0, filter, 0.25f);
         }
     }
 }
 
-TEST_P(FilterRun, RunsFiltersLongerThanItsPairSums)
+TEST_P(ResampleFunction, AcceptsFiltersTooLongForPairSumsOf32Bits)
 {
     const FilterBlock filter = MakeFilter(GetParam(), {1, 2, 65540, TapKind::Words});
     for (int p = 0; p < 2; ++p) {
-        auto* row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(p));
+        auto* phaseTaps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(p));
         const std::vector<std::int16_t> taps = Noise(65541, 13);
-        std::replace_copy(taps.begin(), taps.end() - (p == 0 ? 0 : 1), row, std::int16_t{-32768}, std::int16_t{-32767});
+        std::replace_copy(taps.begin(), taps.end() - (p == 0 ? 0 : 1), phaseTaps, std::int16_t{-32768},
+                          std::int16_t{-32767});
     }
     for (const int level : {0, 32767, -32768}) {
         std::vector<std::int16_t> source = Noise(65540 + 40, 14);
         if (level != 0) {
-            const auto* row = filter.Row<std::int16_t>(0); // all products of one sign, at the first position
+            const auto* phaseTaps = filter.Row<std::int16_t>(0); // all products of one sign, at the first position
             for (std::size_t i = 0; i < 65541; ++i) {
-                source[i] = static_cast<std::int16_t>((row[i] < 0) == (level < 0) ? 32767 : -32768);
+                source[i] = static_cast<std::int16_t>((phaseTaps[i] < 0) == (level < 0) ? 32767 : -32768);
             }
         }
         for (const float norm : {1.0f, 1e-5f}) {
-            EXPECT_EQ(Run(source.data(), 10, 32770.0, filter.Get(), norm).samples,
-                      models::Run(source.data(), 10, norm, 32770.0, filter.Get(), false).samples);
+            ExpectModel(source.data(), 10, 32770.0, filter, norm);
         }
     }
 }
 
-TEST_P(FilterRun, AddsTheSmallestNegativePairsOfLongFilters)
+TEST_P(ResampleFunction, AccumulatesTheSmallestNegativePairsOfLongFilters)
 {
-    // Each pair is -1, whose low half is as large as one can be.
+    // Each pair sum is -1, whose lower half is the largest.
     for (const int length : {65528, 65532, 65536, 80000}) {
         const FilterBlock filter = MakeFilter(GetParam(), {1, 1, length, TapKind::Words});
-        auto* row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
+        auto* phaseTaps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
         std::vector<std::int16_t> source(static_cast<std::size_t>(length + 10));
         for (int i = 0; i <= length; ++i) {
-            row[i] = static_cast<std::int16_t>(i % 2 == 0 ? -1 : 0);
+            phaseTaps[i] = static_cast<std::int16_t>(i % 2 == 0 ? -1 : 0);
             source[static_cast<std::size_t>(i)] = 1;
         }
         const Output output = Run(source.data(), 1, length / 2, filter.Get(), 8192.0f, 4);
@@ -421,7 +411,7 @@ TEST_P(FilterRun, AddsTheSmallestNegativePairsOfLongFilters)
     }
 }
 
-TEST_P(FilterRun, TakesTheLastProductOfSinglePrecisionAsTheBuildsDo)
+TEST_P(ResampleFunction, RoundsTheLastProductOfSinglePrecisionByVariant)
 {
     const bool early = std::string(GetParam().prefix) == "m7" || std::string(GetParam().prefix) == "n8";
     // 13 * tap is a little below a half, and rounds to a half as a float.
@@ -448,7 +438,7 @@ TEST_P(FilterRun, TakesTheLastProductOfSinglePrecisionAsTheBuildsDo)
     EXPECT_EQ(Run(ones, 1, 2.0, near.Get(), 1.0f, 4).samples.at(0), early ? 1 : 0);
 }
 
-TEST_P(FilterRun, LooksAtTheLowestBitOfTheTapKindAlone)
+TEST_P(ResampleFunction, UsesOnlyTheLowestBitOfTheTapKind)
 {
     const FilterBlock words = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source = Noise(200, 15);
@@ -464,33 +454,61 @@ TEST_P(FilterRun, LooksAtTheLowestBitOfTheTapKindAlone)
     EXPECT_EQ(Run(source.data(), 100, 40.0, floats.Get()).samples, expectedFloats.samples);
 }
 
-/// The exact sum of products of each build that this processor can execute.
-struct WordSum {
-    const char* prefix;
-    void (*function)(const std::int16_t*, const std::int16_t*, std::int64_t*, int) noexcept;
+/// A dot product of one variant.
+template <class Function>
+struct NamedDotProduct {
+    std::string prefix;
+    Function function;
 };
 
-std::vector<WordSum> ExecutableWordSums()
+/// Those of `products` that this CPU supports.
+template <class Function>
+std::vector<NamedDotProduct<Function>> Supported(std::vector<NamedDotProduct<Function>> products)
 {
-    const WordSum sums[] = {{"m7", m7_ownDotProd16_16s64s_M7}, {"n8", n8_ownDotProd16_16s64s_M7},
-                            {"y8", y8_ownDotProd16_16s64s},    {"e9", e9_ownDotProd16_16s64s},
-                            {"l9", l9_ownDotProd16_16s64s},    {"n0", n0_ownDotProd16_16s64s},
-                            {"k0", k0_ownDotProd16_16s64s}};
-    std::vector<WordSum> executable;
-    for (const SignalVariant& build : SupportedSignalVariants()) {
-        const auto found = std::find_if(std::begin(sums), std::end(sums),
-                                        [&](const WordSum& sum) { return std::string(sum.prefix) == build.prefix; });
-        executable.push_back(*found);
-    }
-    return executable;
+    const std::vector<SignalVariant> variants = SupportedSignalVariants();
+    std::erase_if(products, [&](const auto& product) {
+        return std::none_of(variants.begin(), variants.end(),
+                            [&](const SignalVariant& variant) { return variant.prefix == product.prefix; });
+    });
+    return products;
+}
+
+using WordDotProduct = void (*)(const std::int16_t*, const std::int16_t*, std::int64_t*, int) noexcept;
+using FloatDotProduct = void (*)(const std::int16_t*, const float*, int, double*) noexcept;
+
+std::vector<NamedDotProduct<WordDotProduct>> WordDotProducts()
+{
+    return Supported<WordDotProduct>({{"m7", m7_ownDotProd16_16s64s_M7},
+                                      {"n8", n8_ownDotProd16_16s64s_M7},
+                                      {"y8", y8_ownDotProd16_16s64s},
+                                      {"e9", e9_ownDotProd16_16s64s},
+                                      {"l9", l9_ownDotProd16_16s64s},
+                                      {"n0", n0_ownDotProd16_16s64s},
+                                      {"k0", k0_ownDotProd16_16s64s}});
+}
+
+std::vector<NamedDotProduct<FloatDotProduct>> FloatDotProducts()
+{
+    return Supported<FloatDotProduct>({{"y8", y8_ownsDotProd_16s32f64f},
+                                       {"e9", e9_ownsDotProd_16s32f64f},
+                                       {"l9", l9_ownsDotProd_16s32f64f},
+                                       {"n0", n0_ownsDotProd_16s32f64f},
+                                       {"k0", k0_ownsDotProd_16s32f64f}});
+}
+
+/// Noise without -32768, which taps do not have.
+std::vector<std::int16_t> RandomTaps(std::size_t count, unsigned seed)
+{
+    std::vector<std::int16_t> taps = Noise(count, seed);
+    std::replace(taps.begin(), taps.end(), std::int16_t{-32768}, std::int16_t{-32767});
+    return taps;
 }
 
 TEST(DotProduct, IsExactForEveryCount)
 {
     const std::vector<std::int16_t> samples = Noise(300, 16);
-    std::vector<std::int16_t> taps = Noise(300, 17);
-    std::replace(taps.begin(), taps.end(), std::int16_t{-32768}, std::int16_t{-32767});
-    for (const WordSum& sum : ExecutableWordSums()) {
+    const std::vector<std::int16_t> taps = RandomTaps(300, 17);
+    for (const auto& sum : WordDotProducts()) {
         std::int64_t expected = 0;
         for (int n = 0; n <= 300; ++n) {
             GuardedBuffer memory(1200);
@@ -506,17 +524,16 @@ TEST(DotProduct, IsExactForEveryCount)
     }
 }
 
-TEST(DotProduct, TakesSamplesAtOddAddresses)
+TEST(DotProduct, AcceptsSamplesAtOddAddresses)
 {
     const std::vector<std::int16_t> samples = Noise(300, 21);
-    std::vector<std::int16_t> taps = Noise(300, 22);
-    std::replace(taps.begin(), taps.end(), std::int16_t{-32768}, std::int16_t{-32767});
+    const std::vector<std::int16_t> taps = RandomTaps(300, 22);
     std::vector<std::uint8_t> oddSamples(601);
     std::vector<std::uint8_t> oddTaps(601);
     std::memcpy(oddSamples.data() + 1, samples.data(), 600);
     std::memcpy(oddTaps.data() + 1, taps.data(), 600);
     const auto* const at = reinterpret_cast<const std::int16_t*>(oddSamples.data() + 1);
-    for (const WordSum& sum : ExecutableWordSums()) {
+    for (const auto& sum : WordDotProducts()) {
         for (const int n : {1, 2, 3, 4, 7, 32, 33, 127, 300}) {
             std::int64_t expected = 0;
             std::int64_t result = -1;
@@ -531,21 +548,13 @@ TEST(DotProduct, TakesSamplesAtOddAddresses)
     }
     std::vector<std::uint8_t> oddFloats(floats.size() * sizeof(float) + 1);
     std::memcpy(oddFloats.data() + 1, floats.data(), floats.size() * sizeof(float));
-    const std::pair<std::string, void (*)(const std::int16_t*, const float*, int, double*) noexcept> singles[] = {
-        {"y8", y8_ownsDotProd_16s32f64f},
-        {"e9", e9_ownsDotProd_16s32f64f},
-        {"l9", l9_ownsDotProd_16s32f64f},
-        {"n0", n0_ownsDotProd_16s32f64f},
-        {"k0", k0_ownsDotProd_16s32f64f}};
-    for (const SignalVariant& build : SupportedSignalVariants()) {
-        for (const auto& [prefix, function] : singles) {
-            for (int n = 0; n <= 13 && prefix == build.prefix; ++n) {
-                double expected = 0.0;
-                double result = -1.0;
-                function(samples.data(), floats.data(), n, &expected);
-                function(at, reinterpret_cast<const float*>(oddFloats.data() + 1), n, &result);
-                EXPECT_EQ(result, expected) << prefix << " " << n;
-            }
+    for (const auto& sum : FloatDotProducts()) {
+        for (int n = 0; n <= 13; ++n) {
+            double expected = 0.0;
+            double result = -1.0;
+            sum.function(samples.data(), floats.data(), n, &expected);
+            sum.function(at, reinterpret_cast<const float*>(oddFloats.data() + 1), n, &result);
+            EXPECT_EQ(result, expected) << sum.prefix << " " << n;
         }
     }
 }
@@ -556,7 +565,7 @@ TEST(DotProduct, IsZeroForNegativeCounts)
     const GuardedBuffer taps(64);
     std::memset(samples.Begin(), 0x11, samples.Size());
     std::memset(taps.Begin(), 0x11, taps.Size());
-    for (const WordSum& sum : ExecutableWordSums()) {
+    for (const auto& sum : WordDotProducts()) {
         for (const int n : {-1, -2, -3, -4, -5, std::numeric_limits<int>::min(), std::numeric_limits<int>::min() + 1}) {
             std::int64_t result = -1;
             sum.function(reinterpret_cast<std::int16_t*>(samples.Begin() + 16),
@@ -566,12 +575,12 @@ TEST(DotProduct, IsZeroForNegativeCounts)
     }
 }
 
-TEST(DotProduct, AddsUpLongRowsOfTheLargestProducts)
+TEST(DotProduct, IsExactForManyProductsOfTheLargestMagnitude)
 {
     const std::vector<std::int16_t> samples(1000003, -32768);
     for (const int tap : {32767, -32767, 16384, -1}) {
         const std::vector<std::int16_t> taps(1000003, static_cast<std::int16_t>(tap));
-        for (const WordSum& sum : ExecutableWordSums()) {
+        for (const auto& sum : WordDotProducts()) {
             for (const int n : {65504, 65536, 131072, 1000003}) {
                 std::int64_t result = 0;
                 sum.function(samples.data(), taps.data(), &result, n);
@@ -581,14 +590,14 @@ TEST(DotProduct, AddsUpLongRowsOfTheLargestProducts)
     }
 }
 
-TEST(DotProduct, AddsUpLongRowsOfTheSmallestNegativePairs)
+TEST(DotProduct, IsExactForManyOfTheSmallestNegativePairs)
 {
     const std::vector<std::int16_t> samples(100000, 1);
     std::vector<std::int16_t> taps(100000);
     for (std::size_t i = 0; i < taps.size(); i += 2) {
         taps[i] = -1;
     }
-    for (const WordSum& sum : ExecutableWordSums()) {
+    for (const auto& sum : WordDotProducts()) {
         for (const int n : {65536, 80000, 100000}) {
             std::int64_t result = 0;
             sum.function(samples.data(), taps.data(), &result, n);
@@ -597,37 +606,27 @@ TEST(DotProduct, AddsUpLongRowsOfTheSmallestNegativePairs)
     }
 }
 
-TEST(DotProduct, OfSinglePrecisionTakesItsRestInDouble)
+TEST(DotProduct, OfSinglePrecisionComputesItsRemainderInDouble)
 {
-    using Function = void (*)(const std::int16_t*, const float*, int, double*) noexcept;
-    const std::pair<std::string, Function> sums[] = {{"y8", y8_ownsDotProd_16s32f64f},
-                                                     {"e9", e9_ownsDotProd_16s32f64f},
-                                                     {"l9", l9_ownsDotProd_16s32f64f},
-                                                     {"n0", n0_ownsDotProd_16s32f64f},
-                                                     {"k0", k0_ownsDotProd_16s32f64f}};
     const std::vector<std::int16_t> samples = Noise(40, 18);
     std::vector<float> taps;
     for (const std::int16_t value : Noise(40, 19)) {
         taps.push_back(static_cast<float>(value) / 77777.0f);
     }
-    for (const SignalVariant& build : SupportedSignalVariants()) {
-        for (const auto& [prefix, function] : sums) {
-            if (prefix != build.prefix) {
-                continue;
+    for (const auto& sum : FloatDotProducts()) {
+        for (int n = 0; n <= 40; ++n) {
+            long double expected = 0.0;
+            for (int i = 0; i < n; ++i) {
+                const auto at = static_cast<std::size_t>(i);
+                expected += i < n / 4 * 4 ? static_cast<double>(static_cast<float>(samples[at]) * taps[at])
+                                          : static_cast<double>(samples[at]) * static_cast<double>(taps[at]);
             }
-            for (int n = 0; n <= 40; ++n) {
-                long double expected = 0.0;
-                for (int i = 0; i < n; ++i) {
-                    const auto at = static_cast<std::size_t>(i);
-                    expected += i < n / 4 * 4 ? static_cast<double>(static_cast<float>(samples[at]) * taps[at])
-                                              : static_cast<double>(samples[at]) * static_cast<double>(taps[at]);
-                }
-                double result = -1.0;
-                function(samples.data(), taps.data(), n, &result);
-                EXPECT_NEAR(result, static_cast<double>(expected), 1e-10) << prefix << " " << n;
-            }
+            double result = -1.0;
+            sum.function(samples.data(), taps.data(), n, &result);
+            EXPECT_NEAR(result, static_cast<double>(expected), 1e-10) << sum.prefix << " " << n;
         }
     }
 }
 
 } // namespace
+} // namespace zta::test

@@ -82,61 +82,63 @@ std::uint32_t OneWord(Kernel kernel, std::uint32_t input)
     return output;
 }
 
-TEST(ConvertBitDepth, HasItsTableEntriesInOrder)
+class ConvertBitDepth : public testing::Test {
+protected:
+    CZtaConvertBitDepth converter_;
+};
+
+using ConvertBitDepthByBytes = ConvertBitDepth;
+
+TEST_F(ConvertBitDepth, HasItsTableEntriesInOrder)
 {
     ASSERT_EQ(std::size(kCases), 36u);
     ExpectTableEntries<CZtaConvertBitDepth>(kCases, &Case::input, &Case::output);
 }
 
-TEST(ConvertBitDepth, ConvertsTheSamplesOfEachKernelAndNoMore)
+TEST_F(ConvertBitDepth, ConvertsTheSamplesOfEachKernelAndNoMore)
 {
-    CZtaConvertBitDepth converter;
     for (const Case& conversion : kCases) {
         for (unsigned long frames : {0ul, 1ul, 3ul, 37ul}) {
             Bytes input = RandomBytes((frames + 1) * conversion.samplesPerFrame * conversion.inputBytes);
             Bytes output((frames + 1) * conversion.samplesPerFrame * conversion.outputBytes, kPoison);
-            EXPECT_EQ((converter.*conversion.kernel)(frames, input.data(), output.data()), 0);
+            EXPECT_EQ((converter_.*conversion.kernel)(frames, input.data(), output.data()), 0);
             EXPECT_EQ(output, BeforePoison(Expected(conversion, input, frames), output.size()))
                 << "case " << &conversion - kCases << ", " << frames << " frames";
         }
     }
 }
 
-TEST(ConvertBitDepth, ConvertsEachPairOfItsTableAndSetsTheOutputsLength)
+TEST_F(ConvertBitDepth, ConvertsEachPairOfItsTableAndSetsTheOutputsLength)
 {
-    CZtaConvertBitDepth converter;
     for (const Case& conversion : kCases) {
         FakeAudioSamples input = RandomSamples(FormatOfProperty(conversion.input), 11, 12);
         FakeAudioSamples output(FormatOfProperty(conversion.output), 2, 11);
-        EXPECT_EQ(converter.ConvertBitDepth(&input, &output), 0);
+        EXPECT_EQ(converter_.ConvertBitDepth(&input, &output), 0);
         EXPECT_EQ(output.data, Expected(conversion, input.data, 11)) << &conversion - kCases;
         EXPECT_EQ(output.lengthsSet, Lengths{11 * conversion.samplesPerFrame * conversion.outputBytes});
         EXPECT_TRUE(input.lengthsSet.empty());
     }
 }
 
-TEST(ConvertBitDepth, RejectsAnOutputOneFrameTooSmallEvenWithMoreBytes)
+TEST_F(ConvertBitDepth, RejectsAnOutputOneFrameTooSmallEvenWithMoreBytes)
 {
-    CZtaConvertBitDepth converter;
     FakeAudioSamples input = RandomSamples(FormatOfProperty(2), 8, 8);
     FakeAudioSamples output(FormatOfProperty(9), 3, 7);
     ASSERT_GT(output.capacity, input.length);
-    EXPECT_EQ(converter.ConvertBitDepth(&input, &output), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(converter_.ConvertBitDepth(&input, &output), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     EXPECT_EQ(output.data, Bytes(output.data.size()));
     EXPECT_TRUE(output.lengthsSet.empty());
 }
 
-TEST(ConvertBitDepth, ValidatesTheCapacityBeforeThePair)
+TEST_F(ConvertBitDepth, ValidatesTheCapacityBeforeThePair)
 {
-    CZtaConvertBitDepth converter;
     FakeAudioSamples input(FormatOfProperty(11), 2, 2);
     FakeAudioSamples output(FormatOfProperty(16), 0, 1);
-    EXPECT_EQ(converter.ConvertBitDepth(&input, &output), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(converter_.ConvertBitDepth(&input, &output), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
 }
 
-TEST(ConvertBitDepth, HasNoTableEntryForOtherPairs)
+TEST_F(ConvertBitDepth, HasNoTableEntryForOtherPairs)
 {
-    CZtaConvertBitDepth converter;
     int converted = 0;
     for (int in = 1; in <= 26; ++in) {
         for (int out = 1; out <= 26; ++out) {
@@ -146,7 +148,7 @@ TEST(ConvertBitDepth, HasNoTableEntryForOtherPairs)
                 return conversion.input == in && conversion.output == out;
             });
             converted += hasEntry;
-            EXPECT_EQ(converter.ConvertBitDepth(&input, &output), hasEntry ? 0 : ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)
+            EXPECT_EQ(converter_.ConvertBitDepth(&input, &output), hasEntry ? 0 : ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)
                 << in << " to " << out;
             EXPECT_EQ(output.lengthsSet.empty(), !hasEntry);
         }
@@ -154,27 +156,25 @@ TEST(ConvertBitDepth, HasNoTableEntryForOtherPairs)
     EXPECT_EQ(converted, 36);
 }
 
-TEST(ConvertBitDepth, RejectsMux8ToFloat)
+TEST_F(ConvertBitDepth, RejectsMux8ToFloat)
 {
-    CZtaConvertBitDepth converter;
     FakeAudioSamples input(FormatOfProperty(11), 0, 2);
     FakeAudioSamples output(FormatOfProperty(17), 0, 20);
-    EXPECT_EQ(converter.ConvertBitDepth(&input, &output), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(converter_.ConvertBitDepth(&input, &output), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
-TEST(ConvertBitDepth, CountsWholeFramesOfTheInput)
+TEST_F(ConvertBitDepth, CountsWholeFramesOfTheInput)
 {
-    CZtaConvertBitDepth converter;
     FakeAudioSamples input = RandomSamples(FormatOfProperty(2), 2, 4);
     FakeAudioSamples output(FormatOfProperty(9), 0, 2);
     input.length = 11; // two frames and three bytes
     output.capacity = 23;
-    EXPECT_EQ(converter.ConvertBitDepth(&input, &output), 0);
+    EXPECT_EQ(converter_.ConvertBitDepth(&input, &output), 0);
     EXPECT_EQ(output.data, Expected(kCases[1], input.data, 2));
     EXPECT_EQ(output.lengthsSet, Lengths{16});
 }
 
-TEST(ConvertBitDepth, WidensAndNarrowsWithoutRounding)
+TEST_F(ConvertBitDepth, WidensAndNarrowsWithoutRounding)
 {
     EXPECT_EQ(OneWord(&K::ConvertBitDepthMono16To24, 0xFFFF), 0xFFFF0000);
     EXPECT_EQ(OneWord(&K::ConvertBitDepthMono24To16, 0xFFFF0000), 0xFFFFu);
@@ -188,7 +188,7 @@ float FloatOf(Kernel kernel, std::uint32_t word)
     return std::bit_cast<float>(OneWord(kernel, word));
 }
 
-TEST(ConvertBitDepth, ScalesIntegersByTheirLargestValue)
+TEST_F(ConvertBitDepth, ScalesIntegersByTheirLargestValue)
 {
     EXPECT_EQ(FloatOf(&K::ConvertBitDepthMono16To32f, 32767), 1.0f);
     EXPECT_EQ(FloatOf(&K::ConvertBitDepthMono16To32f, 0x8000), -32768.0f / 32767.0f);
@@ -203,7 +203,7 @@ std::uint32_t WordOf(Kernel kernel, float value)
     return OneWord(kernel, std::bit_cast<std::uint32_t>(value));
 }
 
-TEST(ConvertBitDepth, WrapsFloatsBeyond16Bits)
+TEST_F(ConvertBitDepth, WrapsFloatsBeyond16Bits)
 {
     constexpr Kernel kernel = &K::ConvertBitDepthMono32fTo16;
     EXPECT_EQ(WordOf(kernel, 1.0f), 32767u);
@@ -218,7 +218,7 @@ TEST(ConvertBitDepth, WrapsFloatsBeyond16Bits)
     EXPECT_EQ(WordOf(kernel, -1.9f / 32767.0f), 0xFFFFu);
 }
 
-TEST(ConvertBitDepth, ReturnsTheMostNegativeSampleForFloatsOutOfRange)
+TEST_F(ConvertBitDepth, ReturnsTheMostNegativeSampleForFloatsOutOfRange)
 {
     constexpr Kernel kernel = &K::ConvertBitDepthMono32fTo24;
     EXPECT_EQ(WordOf(kernel, 0.5f), 0x40000000u);
@@ -248,13 +248,12 @@ const ByteWiseCase kByteWise[] = {
     {&K::ConvertBitDepth32To24, 4, 3, models::Convert32To24, models::Convert32To24LsbAligned},
 };
 
-TEST(ConvertBitDepthByBytes, PlacesTheBytesOfOneSample)
+TEST_F(ConvertBitDepthByBytes, PlacesTheBytesOfOneSample)
 {
-    CZtaConvertBitDepth converter;
     Bytes input = {0x11, 0x22, 0x33, 0x44};
     const auto Convert = [&](ByteWise operation, unsigned long in, unsigned long out, bool lsbAligned) {
         Bytes output(out);
-        EXPECT_EQ((converter.*operation)(1, in, input.data(), out, output.data(), lsbAligned), 0);
+        EXPECT_EQ((converter_.*operation)(1, in, input.data(), out, output.data(), lsbAligned), 0);
         return output;
     };
     EXPECT_EQ(Convert(&K::ConvertBitDepth16To32, 2, 4, false), (Bytes{0, 0x11, 0x11, 0x22}));
@@ -287,7 +286,7 @@ void ExpectByteWise(const ByteWiseCase& conversion, unsigned long channels, unsi
     }
 }
 
-TEST(ConvertBitDepthByBytes, ConvertsWholeFrames)
+TEST_F(ConvertBitDepthByBytes, ConvertsWholeFrames)
 {
     for (const ByteWiseCase& conversion : kByteWise) {
         for (unsigned long channels : {1ul, 2ul, 5ul, 64ul}) {
@@ -297,7 +296,7 @@ TEST(ConvertBitDepthByBytes, ConvertsWholeFrames)
     }
 }
 
-TEST(ConvertBitDepthByBytes, ConvertsToTheEndOfAnIncompleteFrameAndThenFails)
+TEST_F(ConvertBitDepthByBytes, ConvertsToTheEndOfAnIncompleteFrameAndThenFails)
 {
     for (const ByteWiseCase& conversion : kByteWise) {
         for (unsigned long over : {1ul, 3 * conversion.in - 1}) {
@@ -310,7 +309,7 @@ TEST(ConvertBitDepthByBytes, ConvertsToTheEndOfAnIncompleteFrameAndThenFails)
     }
 }
 
-TEST(ConvertBitDepthByBytes, FailsAfterTheConversionIfTheOutputsBytesDiffer)
+TEST_F(ConvertBitDepthByBytes, FailsAfterTheConversionIfTheOutputsBytesDiffer)
 {
     for (const ByteWiseCase& conversion : kByteWise) {
         const unsigned long right = 4 * 2 * conversion.out;
@@ -321,17 +320,16 @@ TEST(ConvertBitDepthByBytes, FailsAfterTheConversionIfTheOutputsBytesDiffer)
     }
 }
 
-TEST(ConvertBitDepthByBytes, ConsumesNothingWithoutChannels)
+TEST_F(ConvertBitDepthByBytes, ConsumesNothingWithoutChannels)
 {
-    CZtaConvertBitDepth converter;
     for (const ByteWiseCase& conversion : kByteWise) {
         Bytes input(24);
         Bytes output(24, kPoison);
-        EXPECT_EQ((converter.*conversion.operation)(0, 12, input.data(), 12, output.data(), false),
+        EXPECT_EQ((converter_.*conversion.operation)(0, 12, input.data(), 12, output.data(), false),
                   ZT_E_BUFFER_SIZE_MISMATCH);
-        EXPECT_EQ((converter.*conversion.operation)(0, 12, input.data(), 0, output.data(), true),
+        EXPECT_EQ((converter_.*conversion.operation)(0, 12, input.data(), 0, output.data(), true),
                   ZT_E_BUFFER_SIZE_MISMATCH);
-        EXPECT_EQ((converter.*conversion.operation)(0, 0, input.data(), 0, output.data(), false), 0);
+        EXPECT_EQ((converter_.*conversion.operation)(0, 0, input.data(), 0, output.data(), false), 0);
         EXPECT_EQ(output, Bytes(24, kPoison));
     }
 }

@@ -86,51 +86,51 @@ INonDelegatingUnknown* CreateForeign(IUnknown*, int* phr)
     return new Foreign;
 }
 
-/// An object as another compiler can create it: a vtable without type information.
-struct HandMade {
+/// An object whose vtable has no type information, as another compiler can create it.
+struct ForeignTable {
     const void* slots;
     int complete_ends;
     int deleting_ends;
 };
 
-int QueryHandMade(HandMade* /*object*/, const _GUID& /*riid*/, void** /*ppv*/)
+int QueryForeignTable(ForeignTable* /*object*/, const _GUID& /*riid*/, void** /*ppv*/)
 {
     return ++g_script.calls;
 }
 
-unsigned long CountHandMade(HandMade* /*object*/)
+unsigned long CountForeignTable(ForeignTable* /*object*/)
 {
     return static_cast<unsigned long>(++g_script.calls);
 }
 
-void EndHandMade(HandMade* object)
+void EndForeignTable(ForeignTable* object)
 {
     ++object->complete_ends;
 }
 
-void DeleteHandMade(HandMade* object)
+void DeleteForeignTable(ForeignTable* object)
 {
     ++object->deleting_ends;
 }
 
-const void* const kHandMadeTable[] = {
+const void* const kForeignTableTable[] = {
     nullptr, // the offset to the top
     nullptr, // the type information
-    reinterpret_cast<const void*>(QueryHandMade),
-    reinterpret_cast<const void*>(CountHandMade),
-    reinterpret_cast<const void*>(CountHandMade),
-    reinterpret_cast<const void*>(EndHandMade),
-    reinterpret_cast<const void*>(DeleteHandMade),
+    reinterpret_cast<const void*>(QueryForeignTable),
+    reinterpret_cast<const void*>(CountForeignTable),
+    reinterpret_cast<const void*>(CountForeignTable),
+    reinterpret_cast<const void*>(EndForeignTable),
+    reinterpret_cast<const void*>(DeleteForeignTable),
 };
 
-HandMade g_hand_made;
+ForeignTable g_foreign_table;
 
-INonDelegatingUnknown* CreateHandMade(IUnknown*, int* phr)
+INonDelegatingUnknown* CreateForeignTable(IUnknown*, int* phr)
 {
     ++g_script.calls;
     *phr = g_script.status;
-    g_hand_made = {&kHandMadeTable[2], 0, 0};
-    return reinterpret_cast<INonDelegatingUnknown*>(&g_hand_made);
+    g_foreign_table = {&kForeignTableTable[2], 0, 0};
+    return reinterpret_cast<INonDelegatingUnknown*>(&g_foreign_table);
 }
 
 INonDelegatingUnknown* Throw(IUnknown*, int*)
@@ -184,10 +184,10 @@ public:
 
 TEST_F(ClassFactory, CountsAsAnObjectWhileItLives)
 {
-    const CZtFactoryTemplate row = {L"test class", &kClsid, CreateNothing, nullptr, nullptr};
-    auto* factory = new CZtClassFactory(&row);
+    const CZtFactoryTemplate entry = {L"test class", &kClsid, CreateNothing, nullptr, nullptr};
+    auto* factory = new CZtClassFactory(&entry);
     EXPECT_EQ(g_i32Objects, objects_before_ + 1);
-    EXPECT_EQ(factory->AddRef(), 1U) << "born without a reference";
+    EXPECT_EQ(factory->AddRef(), 1U) << "created without a reference";
     EXPECT_EQ(factory->AddRef(), 2U);
     EXPECT_EQ(factory->Release(), 1U);
     EXPECT_EQ(g_i32Objects, objects_before_ + 1);
@@ -203,11 +203,11 @@ TEST_F(ClassFactory, HasTwoInterfaces)
         void* result = nullptr;
         EXPECT_EQ(factory.QueryInterface(*iid, &result), 0);
         EXPECT_EQ(result, &factory);
-        EXPECT_EQ(factory.Release(), 1U) << "the query took a reference";
+        EXPECT_EQ(factory.Release(), 1U) << "the query acquired a reference";
     }
 }
 
-TEST_F(ClassFactory, LeavesTheOutputAloneForAnotherInterface)
+TEST_F(ClassFactory, DoesNotWriteTheOutputForAnotherInterface)
 {
     IClassFactory& factory = Factory();
     int untouched = 0;
@@ -215,7 +215,7 @@ TEST_F(ClassFactory, LeavesTheOutputAloneForAnotherInterface)
     EXPECT_EQ(factory.QueryInterface(kIidOfNothing, &result), static_cast<int>(0x80004002));
     EXPECT_EQ(result, &untouched);
     factory.AddRef();
-    EXPECT_EQ(factory.Release(), 1U) << "no reference was taken";
+    EXPECT_EQ(factory.Release(), 1U) << "no reference was acquired";
 }
 
 TEST_F(ClassFactory, LockServerCountsForTheWholeModule)
@@ -250,7 +250,7 @@ TEST_F(ClassFactory, ReportsTheStatusOfACreatorThatReturnsNull)
     EXPECT_EQ(Factory(CreateNothing).CreateInstance(nullptr, IID_IUnknown, &result), ZT_E_INVALID_POINTER);
 }
 
-TEST_F(ClassFactory, PassesOnWhatACreatorThrows)
+TEST_F(ClassFactory, PropagatesTheExceptionOfACreator)
 {
     void* result = nullptr;
     EXPECT_THROW(Factory(Throw).CreateInstance(nullptr, IID_IUnknown, &result), std::runtime_error);
@@ -272,14 +272,14 @@ TEST_F(ClassFactory, DeletesAnObjectWithoutTypeInformationThroughItsSlot)
     g_script.status = ZT_E_INVALID_POINTER;
     int untouched = 0;
     void* result = &untouched;
-    EXPECT_EQ(Factory(CreateHandMade).CreateInstance(nullptr, kIidOfObject, &result), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(g_hand_made.deleting_ends, 1);
-    EXPECT_EQ(g_hand_made.complete_ends, 0) << "the deleting one runs what it needs itself";
+    EXPECT_EQ(Factory(CreateForeignTable).CreateInstance(nullptr, kIidOfObject, &result), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(g_foreign_table.deleting_ends, 1);
+    EXPECT_EQ(g_foreign_table.complete_ends, 0) << "the deleting destructor calls it itself";
     EXPECT_EQ(g_script.calls, 1) << "no operation of the object was called";
     EXPECT_EQ(result, &untouched);
 }
 
-/// The tests for classes of both bases.
+/// The tests of classes with both base classes.
 template <class Base>
 class ClassFactoryOn : public ClassFactory {
 protected:
@@ -319,7 +319,7 @@ TYPED_TEST(ClassFactoryOn, ReturnsTheRequestedInterface)
     }
 }
 
-TYPED_TEST(ClassFactoryOn, AFailedQueryLeavesWhatTheCreatorOwns)
+TYPED_TEST(ClassFactoryOn, AFailedQueryKeepsTheReferencesOfTheCreator)
 {
     int untouched = 0;
     void* result = &untouched;
@@ -328,7 +328,7 @@ TYPED_TEST(ClassFactoryOn, AFailedQueryLeavesWhatTheCreatorOwns)
     if (std::is_same_v<TypeParam, CZtUnknown>) {
         EXPECT_EQ(g_script.ends, 1) << "the reference around the query was the last";
     } else {
-        EXPECT_EQ(g_script.ends, 0) << "the object keeps the reference that it was born with";
+        EXPECT_EQ(g_script.ends, 0) << "the object keeps its first reference";
         EXPECT_EQ(g_script.object->NonDelegatingRelease(), 0U);
     }
 }
@@ -346,7 +346,7 @@ TYPED_TEST(ClassFactoryOn, AggregatesUnderIUnknownOnly)
     const _GUID copy = IID_IUnknown;
     EXPECT_EQ(factory.CreateInstance(&outer, copy, &result), 0);
     EXPECT_EQ(g_script.outer, &outer);
-    EXPECT_EQ(result, static_cast<void*>(g_script.object)) << "the side that talks to the object itself";
+    EXPECT_EQ(result, static_cast<void*>(g_script.object)) << "the non-delegating interface";
     EXPECT_EQ(outer.references, 100U);
     while (g_script.ends == 0) {
         static_cast<IUnknown*>(result)->Release();

@@ -16,25 +16,25 @@ constexpr std::uint32_t Bit(int bit)
 /// A CPU with both ranges of leaves and no feature.
 SZtaCpuidLeaves Bare()
 {
-    SZtaCpuidLeaves words{};
-    words.sLeaf0.ulEax = 7;
-    words.sLeaf80000000.ulEax = 0x80000001;
-    return words;
+    SZtaCpuidLeaves leaves{};
+    leaves.sLeaf0.ulEax = 7;
+    leaves.sLeaf80000000.ulEax = 0x80000001;
+    return leaves;
 }
 
 SZtaCpuidLeaves WithAvx2()
 {
-    SZtaCpuidLeaves words = Bare();
-    words.sLeaf1.ulEcx = Bit(12) | Bit(27) | Bit(28);
-    words.sLeaf7.ulEbx = Bit(3) | Bit(5) | Bit(8);
-    words.ui64Xcr0 = 7;
-    return words;
+    SZtaCpuidLeaves leaves = Bare();
+    leaves.sLeaf1.ulEcx = Bit(12) | Bit(27) | Bit(28);
+    leaves.sLeaf7.ulEbx = Bit(3) | Bit(5) | Bit(8);
+    leaves.ui64Xcr0 = 7;
+    return leaves;
 }
 
-TEST(ProcessorFeatures, ReadEachFeatureFromItsOneBit)
+TEST(CpuFeatureDetection, ReadsEachFeatureFromItsBit)
 {
-    struct Row {
-        std::uint32_t SZtaCpuidLeaf::*word;
+    struct Case {
+        std::uint32_t SZtaCpuidLeaf::*reg;
         SZtaCpuidLeaf SZtaCpuidLeaves::*leaf;
         int bit;
         std::uint64_t feature;
@@ -45,7 +45,7 @@ TEST(ProcessorFeatures, ReadEachFeatureFromItsOneBit)
     constexpr auto ebx = &SZtaCpuidLeaf::ulEbx;
     constexpr auto ecx = &SZtaCpuidLeaf::ulEcx;
     constexpr auto edx = &SZtaCpuidLeaf::ulEdx;
-    const Row rows[] = {
+    const Case cases[] = {
         {edx, leaf1, 23, 0x1},         {edx, leaf1, 25, 0x2},          {edx, leaf1, 26, 0x4},
         {ecx, leaf1, 0, 0x8},          {ecx, leaf1, 9, 0x10},          {ecx, leaf1, 22, 0x20},
         {ecx, leaf1, 19, 0x40},        {ecx, leaf1, 20, 0x80},         {ecx, leaf1, 28, 0x100},
@@ -59,83 +59,83 @@ TEST(ProcessorFeatures, ReadEachFeatureFromItsOneBit)
         {ecx, leaf7, 12, 0x800000000}, {edx, leaf7, 23, 0x1000000000},
     };
     for (const auto& leaf : {leaf1, leaf7, leafE1}) {
-        for (const auto& word : {&SZtaCpuidLeaf::ulEax, ebx, ecx, edx}) {
+        for (const auto& reg : {&SZtaCpuidLeaf::ulEax, ebx, ecx, edx}) {
             for (int bit = 0; bit < 32; ++bit) {
                 std::uint64_t expected = 0;
-                for (const Row& row : rows) {
-                    if (row.leaf == leaf && row.word == word && row.bit == bit) {
-                        expected = row.feature;
+                for (const Case& c : cases) {
+                    if (c.leaf == leaf && c.reg == reg && c.bit == bit) {
+                        expected = c.feature;
                     }
                 }
-                SZtaCpuidLeaves words = Bare();
-                words.*leaf.*word = Bit(bit);
-                EXPECT_EQ(ZtaDetectCpuFeatures(words), expected) << "bit " << bit;
+                SZtaCpuidLeaves leaves = Bare();
+                leaves.*leaf.*reg = Bit(bit);
+                EXPECT_EQ(ZtaDetectCpuFeatures(leaves), expected) << "bit " << bit;
             }
         }
     }
 }
 
-TEST(ProcessorFeatures, TakeAvx2OnlyWithFmaAndBothBitManipulationSets)
+TEST(CpuFeatureDetection, RequiresFmaAndBothBitManipulationSetsForAvx2)
 {
     EXPECT_TRUE(ZtaDetectCpuFeatures(WithAvx2()) & 0x8000);
     for (int bit : {3, 5, 8}) {
-        SZtaCpuidLeaves words = WithAvx2();
-        words.sLeaf7.ulEbx &= ~Bit(bit);
-        EXPECT_FALSE(ZtaDetectCpuFeatures(words) & 0x8000) << bit;
+        SZtaCpuidLeaves leaves = WithAvx2();
+        leaves.sLeaf7.ulEbx &= ~Bit(bit);
+        EXPECT_FALSE(ZtaDetectCpuFeatures(leaves) & 0x8000) << bit;
     }
-    SZtaCpuidLeaves words = WithAvx2();
-    words.sLeaf1.ulEcx &= ~Bit(12);
-    EXPECT_FALSE(ZtaDetectCpuFeatures(words) & 0x8000);
+    SZtaCpuidLeaves leaves = WithAvx2();
+    leaves.sLeaf1.ulEcx &= ~Bit(12);
+    EXPECT_FALSE(ZtaDetectCpuFeatures(leaves) & 0x8000);
 }
 
-TEST(ProcessorFeatures, TakeWideRegistersAsEnabledOnlyWithTheSystemsConsent)
+TEST(CpuFeatureDetection, EnablesWideRegistersOnlyIfTheOperatingSystemSupportsThem)
 {
     EXPECT_TRUE(ZtaDetectCpuFeatures(WithAvx2()) & 0x200);
     for (std::uint64_t xcr0 : {0u, 1u, 2u, 3u, 4u, 5u}) {
-        SZtaCpuidLeaves words = WithAvx2();
-        words.ui64Xcr0 = xcr0;
-        EXPECT_FALSE(ZtaDetectCpuFeatures(words) & 0x200) << xcr0;
+        SZtaCpuidLeaves leaves = WithAvx2();
+        leaves.ui64Xcr0 = xcr0;
+        EXPECT_FALSE(ZtaDetectCpuFeatures(leaves) & 0x200) << xcr0;
     }
     for (int bit : {27, 28}) {
-        SZtaCpuidLeaves words = WithAvx2();
-        words.sLeaf1.ulEcx &= ~Bit(bit);
-        EXPECT_FALSE(ZtaDetectCpuFeatures(words) & 0x200) << bit;
+        SZtaCpuidLeaves leaves = WithAvx2();
+        leaves.sLeaf1.ulEcx &= ~Bit(bit);
+        EXPECT_FALSE(ZtaDetectCpuFeatures(leaves) & 0x200) << bit;
     }
 
-    SZtaCpuidLeaves words = Bare();
-    words.sLeaf1.ulEcx = Bit(27);
-    words.ui64Xcr0 = 0xE0;
-    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x200000000u);
+    SZtaCpuidLeaves leaves = Bare();
+    leaves.sLeaf1.ulEcx = Bit(27);
+    leaves.ui64Xcr0 = 0xE0;
+    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0x200000000u);
     for (std::uint64_t xcr0 : {0x60u, 0xA0u, 0xC0u}) {
-        words.ui64Xcr0 = xcr0;
-        EXPECT_EQ(ZtaDetectCpuFeatures(words), 0u) << xcr0;
+        leaves.ui64Xcr0 = xcr0;
+        EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0u) << xcr0;
     }
-    words.ui64Xcr0 = 0xE0;
-    words.sLeaf1.ulEcx = 0;
-    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0u);
+    leaves.ui64Xcr0 = 0xE0;
+    leaves.sLeaf1.ulEcx = 0;
+    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0u);
 }
 
-TEST(ProcessorFeatures, TellOneProcessorByFamilyAndModel)
+TEST(CpuFeatureDetection, RecognizesOneCpuByFamilyAndModel)
 {
-    SZtaCpuidLeaves words = Bare();
-    words.sLeaf1.ulEax = 0x00010B1F;
-    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x80000000u);
-    words.sLeaf1.ulEax = 0x00010B3F;
-    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0u);
+    SZtaCpuidLeaves leaves = Bare();
+    leaves.sLeaf1.ulEax = 0x00010B1F;
+    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0x80000000u);
+    leaves.sLeaf1.ulEax = 0x00010B3F;
+    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0u);
 }
 
-TEST(ProcessorFeatures, IgnoreLeavesThatTheProcessorDoesNotHave)
+TEST(CpuFeatureDetection, IgnoresLeavesThatTheCpuDoesNotHave)
 {
-    SZtaCpuidLeaves words = WithAvx2();
-    words.sLeaf80000001.ulEcx = Bit(8);
-    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x48300u);
-    words.sLeaf0.ulEax = 6;
-    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x40300u);
-    words.sLeaf80000000.ulEax = 0x80000000;
-    EXPECT_EQ(ZtaDetectCpuFeatures(words), 0x300u);
+    SZtaCpuidLeaves leaves = WithAvx2();
+    leaves.sLeaf80000001.ulEcx = Bit(8);
+    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0x48300u);
+    leaves.sLeaf0.ulEax = 6;
+    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0x40300u);
+    leaves.sLeaf80000000.ulEax = 0x80000000;
+    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0x300u);
 }
 
-TEST(ProcessorFeatures, AgreeWithTheCompilersRuntime)
+TEST(CpuFeatureDetection, AgreesWithTheCompilersRuntime)
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     EXPECT_EQ((features & 0x4) != 0, __builtin_cpu_supports("sse2") != 0);
@@ -145,51 +145,51 @@ TEST(ProcessorFeatures, AgreeWithTheCompilersRuntime)
     EXPECT_EQ((features & 0x200100000) == 0x200100000, __builtin_cpu_supports("avx512f") != 0);
 }
 
-TEST(LoopTargets, AreChosenByTheirFeaturesInOrder)
+TEST(LoopVariants, AreSelectedByTheirFeaturesInOrder)
 {
     EXPECT_STREQ(ZtaBestLoops(0).pszName, "scalar");
     EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(Bare())).pszName, "scalar");
     EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(WithAvx2())).pszName, "avx2");
-    SZtaCpuidLeaves words = WithAvx2();
-    words.ui64Xcr0 = 3; // an operating system that does not save the wide registers
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "scalar");
-    words = WithAvx2();
-    words.sLeaf1.ulEcx &= ~Bit(12); // AVX2 without FMA
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "scalar");
+    SZtaCpuidLeaves leaves = WithAvx2();
+    leaves.ui64Xcr0 = 3; // an operating system that does not save the wide registers
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(leaves)).pszName, "scalar");
+    leaves = WithAvx2();
+    leaves.sLeaf1.ulEcx &= ~Bit(12); // AVX2 without FMA
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(leaves)).pszName, "scalar");
 }
 
-TEST(LoopTargets, TakeAvx512OnlyWholeAndWithTheSystemsConsent)
+TEST(LoopVariants, RequireAllAvx512FeaturesAndOperatingSystemSupport)
 {
-    SZtaCpuidLeaves words = WithAvx2();
-    words.sLeaf7.ulEbx |= Bit(16) | Bit(17) | Bit(30) | Bit(31);
-    words.sLeaf7.ulEcx |= Bit(1);
-    words.ui64Xcr0 = 0xE7;
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "avx512");
+    SZtaCpuidLeaves leaves = WithAvx2();
+    leaves.sLeaf7.ulEbx |= Bit(16) | Bit(17) | Bit(30) | Bit(31);
+    leaves.sLeaf7.ulEcx |= Bit(1);
+    leaves.ui64Xcr0 = 0xE7;
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(leaves)).pszName, "avx512");
     for (const int bit : {16, 17, 30, 31}) {
-        SZtaCpuidLeaves less = words;
+        SZtaCpuidLeaves less = leaves;
         less.sLeaf7.ulEbx &= ~Bit(bit);
         EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(less)).pszName, "avx2") << bit;
     }
-    SZtaCpuidLeaves withoutVbmi = words;
+    SZtaCpuidLeaves withoutVbmi = leaves;
     withoutVbmi.sLeaf7.ulEcx &= ~Bit(1);
     EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(withoutVbmi)).pszName, "avx2");
     for (const int bit : {5, 6, 7}) {
-        SZtaCpuidLeaves less = words;
+        SZtaCpuidLeaves less = leaves;
         less.ui64Xcr0 &= ~std::uint64_t{Bit(bit)};
         EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(less)).pszName, "avx2") << bit;
     }
-    words.sLeaf1.ulEcx &= ~Bit(12); // without FMA
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(words)).pszName, "scalar");
+    leaves.sLeaf1.ulEcx &= ~Bit(12); // without FMA
+    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(leaves)).pszName, "scalar");
 }
 
-TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
+TEST(LoopVariants, AreFoundByNameIfTheCpuSupportsThem)
 {
-    for (const SZtaLoopVariant& target : kLoopVariants) {
-        EXPECT_EQ(ZtaFindLoops(target.psLoops->pszName, target.ui64Features), target.psLoops);
+    for (const SZtaLoopVariant& variant : kLoopVariants) {
+        EXPECT_EQ(ZtaFindLoops(variant.psLoops->pszName, variant.ui64Features), variant.psLoops);
         for (int bit = 0; bit < 64; ++bit) {
-            const std::uint64_t needed = target.ui64Features & std::uint64_t{1} << bit;
+            const std::uint64_t needed = variant.ui64Features & std::uint64_t{1} << bit;
             if (needed != 0) {
-                EXPECT_EQ(ZtaFindLoops(target.psLoops->pszName, target.ui64Features & ~needed), nullptr) << bit;
+                EXPECT_EQ(ZtaFindLoops(variant.psLoops->pszName, variant.ui64Features & ~needed), nullptr) << bit;
             }
         }
     }
@@ -201,7 +201,7 @@ TEST(LoopTargets, AreFoundByNameWhereTheProcessorRunsThem)
     }
 }
 
-TEST(LoopTargets, EndWithThePlainFormThatTakesNothing)
+TEST(LoopVariants, EndWithTheScalarVariantThatRequiresNothing)
 {
     const SZtaLoopVariant& last = *std::prev(std::end(kLoopVariants));
     EXPECT_STREQ(last.psLoops->pszName, "scalar");
@@ -209,7 +209,7 @@ TEST(LoopTargets, EndWithThePlainFormThatTakesNothing)
     EXPECT_FALSE(kLoopVariants[0].IsSupported(0));
 }
 
-TEST(LoopTargets, StayChosen)
+TEST(LoopVariants, AreSelectedOnce)
 {
     const SZtaSampleLoops& loops = ZtaActiveLoops();
     EXPECT_EQ(&loops, &ZtaBestLoops(ZtaDetectCpuFeatures(ZtaReadCpuid())));

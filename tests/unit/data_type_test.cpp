@@ -52,37 +52,40 @@ Bytes Expected(Model model, const Bytes& input, unsigned long samples, unsigned 
     return output;
 }
 
-TEST(ConvertDataType, HasItsTableEntriesInOrder)
+class ConvertDataType : public testing::Test {
+protected:
+    CZtaConvertDataType converter_;
+};
+
+TEST_F(ConvertDataType, HasItsTableEntriesInOrder)
 {
     ASSERT_EQ(std::size(kCases), 10u);
     ExpectTableEntries<CZtaConvertDataType>(kCases, &Case::property, &Case::property);
 }
 
-TEST(ConvertDataType, ConvertsTheSamplesOfEachKernelAndNoMore)
+TEST_F(ConvertDataType, ConvertsTheSamplesOfEachKernelAndNoMore)
 {
-    CZtaConvertDataType converter;
     for (const Case& conversion : kCases) {
         for (unsigned long frames : {0ul, 1ul, 3ul, 37ul}) {
             const std::size_t size = (frames + 1) * conversion.samplesPerFrame * 4;
             Bytes input = RandomBytes(size);
             Bytes output(size, kPoison);
             const Bytes expected = Expected(conversion.model, input, frames * conversion.samplesPerFrame);
-            EXPECT_EQ((converter.*conversion.kernel)(frames, input.data(), output.data()), 0);
+            EXPECT_EQ((converter_.*conversion.kernel)(frames, input.data(), output.data()), 0);
             EXPECT_EQ(output, BeforePoison(expected, size))
                 << "case " << &conversion - kCases << ", " << frames << " frames";
 
-            EXPECT_EQ((converter.*conversion.kernel)(frames, input.data(), input.data()), 0);
+            EXPECT_EQ((converter_.*conversion.kernel)(frames, input.data(), input.data()), 0);
             EXPECT_TRUE(std::equal(expected.begin(), expected.end(), input.begin())) << "in place";
         }
     }
 }
 
-TEST(ConvertDataType, DropsTheBitsOutsideTheAudioField)
+TEST_F(ConvertDataType, DropsTheBitsOutsideTheAudioField)
 {
-    CZtaConvertDataType converter;
     const auto Convert = [&](Kernel kernel, std::uint32_t word) {
         std::uint32_t output = 0;
-        EXPECT_EQ((converter.*kernel)(1, &word, &output), 0);
+        EXPECT_EQ((converter_.*kernel)(1, &word, &output), 0);
         return output;
     };
     EXPECT_EQ(Convert(&K::ConvertDataTypeMMFToPCM24In32bitMono, 0xF123456A), 0x12345600u);
@@ -91,7 +94,7 @@ TEST(ConvertDataType, DropsTheBitsOutsideTheAudioField)
     EXPECT_EQ(Convert(&K::ConvertDataTypeMMFToPCM16bitMono, 0x08000000), 0x80000000u);
 }
 
-TEST(ConvertDataType, ConvertsEveryMultiFormatLayoutAndSetsNoLength)
+TEST_F(ConvertDataType, ConvertsEveryMultiFormatLayoutAndSetsNoLength)
 {
     const struct {
         std::uint32_t valid;
@@ -101,12 +104,11 @@ TEST(ConvertDataType, ConvertsEveryMultiFormatLayoutAndSetsNoLength)
                    {24, 1, models::ConvertMultiFormatTo24}, {24, 2, models::ConvertMultiFormatTo24},
                    {24, 4, models::ConvertMultiFormatTo24}, {24, 8, models::ConvertMultiFormatTo24},
                    {24, 16, models::ConvertMultiFormatTo24}};
-    CZtaConvertDataType converter;
     for (const auto& layout : layouts) {
         FakeAudioSamples input = RandomSamples(MultiFormat(layout.valid, layout.channels), 11, 12);
         FakeAudioSamples output(Pcm(layout.valid, layout.channels), 2, 11);
         const unsigned long lengthBefore = output.length;
-        EXPECT_EQ(converter.ConvertDataType(&input, &output), 0);
+        EXPECT_EQ(converter_.ConvertDataType(&input, &output), 0);
         EXPECT_EQ(output.data, Expected(layout.model, input.data, 11ul * layout.channels));
         EXPECT_EQ(output.length, lengthBefore);
         EXPECT_TRUE(output.lengthsSet.empty());
@@ -115,46 +117,42 @@ TEST(ConvertDataType, ConvertsEveryMultiFormatLayoutAndSetsNoLength)
     }
 }
 
-TEST(ConvertDataType, AcceptsAnInputThatIsNotMultiFormat)
+TEST_F(ConvertDataType, AcceptsAnInputThatIsNotMultiFormat)
 {
-    CZtaConvertDataType converter;
     FakeAudioSamples input = RandomSamples(Pcm(24, 2), 3, 3);
     FakeAudioSamples output(MultiFormat(24, 2), 0, 3);
-    EXPECT_EQ(converter.ConvertDataType(&input, &output), 0);
+    EXPECT_EQ(converter_.ConvertDataType(&input, &output), 0);
     EXPECT_EQ(output.data, Expected(models::ConvertMultiFormatTo24, input.data, 6));
 }
 
-TEST(ConvertDataType, AcceptsFourToSixteenChannelsOf16BitsIn16In16Only)
+TEST_F(ConvertDataType, AcceptsFourToSixteenChannelsOf16BitsIn16In16Only)
 {
-    CZtaConvertDataType converter;
     for (std::uint32_t channels : {4u, 8u, 16u}) {
         FakeAudioSamples input(MultiFormat(16, channels), 0, 1);
         FakeAudioSamples output(MultiFormat(16, channels), 0, 1);
-        EXPECT_EQ(converter.ConvertDataType(&input, &output), ZT_E_FORMAT_NOT_SUPPORTED);
+        EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_FORMAT_NOT_SUPPORTED);
         input.format = output.format = WaveFormat(1, 16, 16, 48000, channels);
-        EXPECT_EQ(converter.ConvertDataType(&input, &output), 0);
+        EXPECT_EQ(converter_.ConvertDataType(&input, &output), 0);
     }
 }
 
-TEST(ConvertDataType, RejectsAnOutputOneFrameTooSmallBeforeFormats)
+TEST_F(ConvertDataType, RejectsAnOutputOneFrameTooSmallBeforeFormats)
 {
-    CZtaConvertDataType converter;
     FakeAudioSamples input = RandomSamples(MultiFormat(24, 1), 8, 8);
     FakeAudioSamples output(Pcm(24, 2), 0, 7);
-    EXPECT_EQ(converter.ConvertDataType(&input, &output), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     output.format = Pcm(24, 1);
     output.capacity = 7 * 4 + 3;
-    EXPECT_EQ(converter.ConvertDataType(&input, &output), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     EXPECT_EQ(output.data, Bytes(output.data.size()));
 }
 
-TEST(ConvertDataType, RejectsBuffersThatDiffer)
+TEST_F(ConvertDataType, RejectsBuffersThatDiffer)
 {
-    CZtaConvertDataType converter;
     const auto Convert = [&](const SZtaWaveFormatInfo& in, const SZtaWaveFormatInfo& out) {
         FakeAudioSamples input(in, 1, 1);
         FakeAudioSamples output(out, 0, 1);
-        return converter.ConvertDataType(&input, &output);
+        return converter_.ConvertDataType(&input, &output);
     };
     EXPECT_EQ(Convert(MultiFormat(24, 1), MultiFormat(16, 1)), ZT_E_BUFFER_FORMAT_MISMATCH);              // properties
     EXPECT_EQ(Convert(MultiFormat(16, 1), WaveFormat(1, 16, 16, 48000, 1)), ZT_E_BUFFER_FORMAT_MISMATCH); // frame sizes
@@ -164,19 +162,17 @@ TEST(ConvertDataType, RejectsBuffersThatDiffer)
     EXPECT_EQ(Convert(MultiFormat(24, 3), Pcm(24, 5)), ZT_E_BUFFER_FORMAT_MISMATCH);
 }
 
-TEST(ConvertDataType, RejectsDifferentChannelCountsWithEqualPropertiesAndFrameSizes)
+TEST_F(ConvertDataType, RejectsDifferentChannelCountsWithEqualPropertiesAndFrameSizes)
 {
-    CZtaConvertDataType converter;
     FakeAudioSamples input(WaveFormat(1, 32, 24, 44100, 1), 1, 1);
     FakeAudioSamples output(WaveFormat(1, 32, 24, 44100, 1), 0, 1);
-    EXPECT_EQ(converter.ConvertDataType(&input, &output), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     output.format.ulChannels = 0x40000001; // times four bytes is four, modulo 2^32
-    EXPECT_EQ(converter.ConvertDataType(&input, &output), ZT_E_BUFFER_FORMAT_MISMATCH);
+    EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_BUFFER_FORMAT_MISMATCH);
 }
 
-TEST(ConvertDataType, HasNoTableEntryForOtherProperties)
+TEST_F(ConvertDataType, HasNoTableEntryForOtherProperties)
 {
-    CZtaConvertDataType converter;
     for (const SZtaWaveFormatInfo& format :
          {WaveFormat(1, 16, 16, 48000, 32), WaveFormat(1, 16, 16, 48000, 64), MultiFormat(24, 32), MultiFormat(24, 64),
           MultiFormat(24, 3), WaveFormat(2, 32, 32, 48000, 1), WaveFormat(2, 32, 32, 48000, 2),
@@ -184,7 +180,7 @@ TEST(ConvertDataType, HasNoTableEntryForOtherProperties)
           WaveFormat(1, 24, 24, 48000, 64)}) {
         FakeAudioSamples input(format, 1, 1);
         FakeAudioSamples output(format, 0, 1);
-        EXPECT_EQ(converter.ConvertDataType(&input, &output), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+        EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     }
 }
 

@@ -1,4 +1,4 @@
-// Which build of the signal functions a call reaches, and what the functions around the selection return.
+// The runtime dispatch of the signal functions, and the functions that query and change the selection.
 
 #include "signal/variant_selection.h"
 #include "testing/signal_spies.h"
@@ -17,17 +17,17 @@
 namespace zta::test {
 namespace {
 
-constexpr unsigned long takeMyWord = 1ul << 63;
+constexpr unsigned long kWithoutCheck = 1ul << 63;
 
-/// Masks that select the builds, in their order.
-constexpr unsigned long completeMasks[] = {0x7, 0x1F, 0xDF, 0x1DF, 0x81DF, 0xF081DF, 0x73081DF};
+/// Masks that select the variants, in their order.
+constexpr unsigned long kCompleteMasks[] = {0x7, 0x1F, 0xDF, 0x1DF, 0x81DF, 0xF081DF, 0x73081DF};
 
 std::uint64_t DetectedFeatures()
 {
     return ZtaDetectCpuFeatures(ZtaReadCpuid());
 }
 
-// The rule.
+// ---- The selection of a variant ----
 
 struct Selection {
     unsigned index;
@@ -49,7 +49,7 @@ Selection Select(unsigned long mask)
     return selection;
 }
 
-/// The rule, written down a second time.
+/// Reference model of the selection.
 Selection ExpectedSelection(unsigned long mask)
 {
     const auto make = [mask](unsigned index, unsigned long implied) {
@@ -88,7 +88,7 @@ Selection ExpectedSelection(unsigned long mask)
     return {0, mask | (mask & 2 ? 3ul : 1ul), 36};
 }
 
-TEST(FeatureRules, AllMasksOfTheFeaturesThatMatter)
+TEST(FeatureRules, EqualTheModelForAllMasksOfRelevantFeatures)
 {
     constexpr int bits[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 15, 20, 21, 22, 23, 24, 25, 26};
     for (unsigned long subset = 0; subset < 1ul << std::size(bits); ++subset) {
@@ -100,50 +100,50 @@ TEST(FeatureRules, AllMasksOfTheFeaturesThatMatter)
     }
 }
 
-TEST(FeatureRules, OtherFeaturesChangeNothingAndStayInTheMask)
+TEST(FeatureRules, IgnoreOtherFeaturesAndKeepThemInTheMask)
 {
     constexpr unsigned long others = ~0x7F081FFul;
-    for (const unsigned long mask : completeMasks) {
+    for (const unsigned long mask : kCompleteMasks) {
         Selection expected = ExpectedSelection(mask);
         expected.enabled |= others;
         EXPECT_EQ(Select(mask | others), expected) << std::hex << mask;
     }
 }
 
-TEST(FeatureRules, CompleteMasksSelectTheBuildsInTheirOrder)
+TEST(FeatureRules, SelectTheVariantsInTheirOrderForCompleteMasks)
 {
-    ASSERT_EQ(std::size(completeMasks), std::size(signalBuilds));
-    for (unsigned index = 0; index < std::size(completeMasks); ++index) {
-        EXPECT_EQ(Select(completeMasks[index]), (Selection{index, completeMasks[index], 0}));
+    ASSERT_EQ(std::size(kCompleteMasks), std::size(signalBuilds));
+    for (unsigned index = 0; index < std::size(kCompleteMasks); ++index) {
+        EXPECT_EQ(Select(kCompleteMasks[index]), (Selection{index, kCompleteMasks[index], 0}));
     }
 }
 
-TEST(FeatureRules, BothAvx512GroupsSelectTheWideOne)
+TEST(FeatureRules, SelectTheLaterVariantForBothAvx512Groups)
 {
     EXPECT_EQ(Select(0x7F081DF).index, 6u);
     EXPECT_EQ(Select(0x7F081DF).status, 0);
 }
 
-TEST(FeatureRules, PartOfAnAvx512GroupFallsToAvx2)
+TEST(FeatureRules, SelectAvx2ForPartOfAnAvx512Group)
 {
     EXPECT_EQ(Select(0x63081DF), (Selection{4, 0x63081DF, 0}));
     EXPECT_EQ(Select(0x7081DF), (Selection{4, 0x7081DF, 0}));
 }
 
-TEST(FeatureRules, Avx2WithoutFmaIsOneFeatureLessAndSelectsAvx)
+TEST(FeatureRules, SelectAvxForAvx2WithoutFma)
 {
-    SZtaCpuidLeaves words{};
-    words.sLeaf0.ulEax = 7;
-    words.sLeaf1.ulEdx = 0x7 << 24 | 1u << 23;
-    words.sLeaf1.ulEcx = 1u << 0 | 1u << 9 | 1u << 19 | 1u << 20 | 1u << 27 | 1u << 28;
-    words.sLeaf7.ulEbx = 1u << 3 | 1u << 5 | 1u << 8;
-    words.ui64Xcr0 = 7;
-    EXPECT_EQ(Select(ZtaDetectCpuFeatures(words)).index, 3u);
-    words.sLeaf1.ulEcx |= 1u << 12;
-    EXPECT_EQ(Select(ZtaDetectCpuFeatures(words)).index, 4u);
+    SZtaCpuidLeaves leaves{};
+    leaves.sLeaf0.ulEax = 7;
+    leaves.sLeaf1.ulEdx = 0x7 << 24 | 1u << 23;
+    leaves.sLeaf1.ulEcx = 1u << 0 | 1u << 9 | 1u << 19 | 1u << 20 | 1u << 27 | 1u << 28;
+    leaves.sLeaf7.ulEbx = 1u << 3 | 1u << 5 | 1u << 8;
+    leaves.ui64Xcr0 = 7;
+    EXPECT_EQ(Select(ZtaDetectCpuFeatures(leaves)).index, 3u);
+    leaves.sLeaf1.ulEcx |= 1u << 12;
+    EXPECT_EQ(Select(ZtaDetectCpuFeatures(leaves)).index, 4u);
 }
 
-// The check of a mask against the processor.
+// ---- The check of a mask against the CPU ----
 
 struct Check {
     std::uint64_t mask;
@@ -162,14 +162,14 @@ Check CheckMask(std::uint64_t mask, std::uint64_t detected)
     return {mask, status};
 }
 
-TEST(FeatureCheck, WhatTheProcessorHasIsFine)
+TEST(FeatureCheck, AcceptsFeaturesOfTheCpu)
 {
     EXPECT_EQ(CheckMask(0, 0), (Check{0, 0}));
     EXPECT_EQ(CheckMask(0x1F, 0xFF), (Check{0x1F, 0}));
     EXPECT_EQ(CheckMask(0x2073081FF, 0x2073083FF), (Check{0x2073081FF, 0}));
 }
 
-TEST(FeatureCheck, AvxGoesWithoutTheOperatingSystemsConsent)
+TEST(FeatureCheck, RemovesAvxWithoutOperatingSystemSupport)
 {
     EXPECT_EQ(CheckMask(0x81FF, 0x81FF), (Check{0xFF, 49}));
     EXPECT_EQ(CheckMask(0x1FF, 0x1FF), (Check{0xFF, 49}));
@@ -177,46 +177,47 @@ TEST(FeatureCheck, AvxGoesWithoutTheOperatingSystemsConsent)
     EXPECT_EQ(CheckMask(0x81FF, 0x83FF), (Check{0x81FF, 0}));
 }
 
-TEST(FeatureCheck, EachAvx512FeatureGoesWithoutTheOperatingSystemsConsent)
+TEST(FeatureCheck, RemovesEachAvx512FeatureWithoutOperatingSystemSupport)
 {
     constexpr std::uint64_t group = 0xC6FF00000;
     for (int bit = 0; bit < 37; ++bit) {
         const std::uint64_t feature = std::uint64_t{1} << bit;
         const bool inGroup = (group & feature) != 0;
         const std::uint64_t detected = (feature | 0x200) & ~0x200000000ul;
-        const bool consents = bit == 33; // the consent itself: taken from detected here, so that it is refused
-        EXPECT_EQ(CheckMask(feature, detected), (Check{inGroup ? 0 : feature, inGroup || consents ? 49 : 0})) << bit;
+        const bool isSupportBit = bit == 33; // not in `detected`, so it is rejected
+        EXPECT_EQ(CheckMask(feature, detected), (Check{inGroup ? 0 : feature, inGroup || isSupportBit ? 49 : 0}))
+            << bit;
         EXPECT_EQ(CheckMask(feature, detected | 0x200000000), (Check{feature, 0})) << bit;
     }
     EXPECT_EQ(CheckMask(group | 0xFF, group | 0xFF), (Check{0xFF, 49}));
 }
 
-TEST(FeatureCheck, WhatTheProcessorLacksStaysAndIsWarnedOf)
+TEST(FeatureCheck, WarnsAboutFeaturesThatTheCpuLacksAndKeepsThem)
 {
     EXPECT_EQ(CheckMask(0x1F, 0xF), (Check{0x1F, 49}));
     EXPECT_EQ(CheckMask(0x81DF, 0x2DF), (Check{0x81DF, 49}));
     EXPECT_EQ(CheckMask(0x1000, 0xFFF), (Check{0x1000, 49}));
 }
 
-TEST(FeatureCheck, UnknownFeaturesAreWarnedOfButALackIsTheLastWord)
+TEST(FeatureCheck, WarnsAboutUnknownFeaturesUnlessTheCpuLacksOne)
 {
     for (int bit = 37; bit <= 62; ++bit) {
         const std::uint64_t unknown = std::uint64_t{1} << bit;
-        EXPECT_EQ(CheckMask(unknown, unknown), (Check{unknown, 50})) << bit; // taken from a caller's word
+        EXPECT_EQ(CheckMask(unknown, unknown), (Check{unknown, 50})) << bit; // only possible without the check
         EXPECT_EQ(CheckMask(unknown, 0), (Check{unknown, 49})) << bit;
         EXPECT_EQ(CheckMask(unknown | 0x100, unknown | 0x100), (Check{unknown, 49})) << bit;
     }
 }
 
-// An operating system that does not keep the wide registers: what the first call gets from it.
-TEST(FeatureCheck, Avx2WithoutConsentEndsAtSse42)
+// The operating system does not save the wide registers.
+TEST(FeatureCheck, SelectsSse42ForAvx2WithoutOperatingSystemSupport)
 {
     std::uint64_t mask = 0x81DF;
     EXPECT_EQ(ZtaCheckFeatures(mask, 0x81DF), ippStsFeatureNotSupported);
     EXPECT_EQ(Select(mask), (Selection{2, 0xDF, 0}));
 }
 
-TEST(Vendor, IsIntelsOnlyByAllThreeWords)
+TEST(Vendor, IsIntelOnlyIfAllThreeRegistersMatch)
 {
     const SZtaCpuidLeaf intel = {0, 0x756E6547, 0x6C65746E, 0x49656E69};
     EXPECT_TRUE(ZtaIsGenuineIntel(intel));
@@ -230,7 +231,7 @@ TEST(Vendor, IsIntelsOnlyByAllThreeWords)
     EXPECT_TRUE(ZtaIsGenuineIntel(more));
 }
 
-TEST(Vendor, IsReadFromThisProcessor)
+TEST(Vendor, IsReadFromThisCpu)
 {
     unsigned eax = 0;
     char name[13] = {};
@@ -239,9 +240,9 @@ TEST(Vendor, IsReadFromThisProcessor)
     EXPECT_EQ(ipp_is_GenuineIntel(), std::string(name) == "GenuineIntel" ? 1 : 0);
 }
 
-// The process-wide state.
+// ---- The process-wide state ----
 
-TEST(CpuFeatures, AreThoseOfTheProcessor)
+TEST(CpuFeatures, AreThoseOfTheCpu)
 {
     unsigned long mask = 0;
     unsigned words[4] = {};
@@ -262,7 +263,7 @@ TEST(CpuFeatures, AreThoseOfTheProcessor)
     EXPECT_EQ(mask, DetectedFeatures());
 }
 
-TEST(CpuFeatures, TakeNoNullMask)
+TEST(CpuFeatures, RejectANullMask)
 {
     unsigned words[4] = {1, 2, 3, 4};
     EXPECT_EQ(ippGetCpuFeatures(nullptr, words), ippStsNullPtrErr);
@@ -270,7 +271,7 @@ TEST(CpuFeatures, TakeNoNullMask)
     EXPECT_EQ(words[3], 4u);
 }
 
-TEST(CpuFeatures, EnabledOnesAreStoredAsTold)
+TEST(CpuFeatures, EnabledFeaturesAreStoredUnchecked)
 {
     InFreshProcess([] {
         EXPECT_EQ(ippGetEnabledCpuFeatures(), 0u);
@@ -283,7 +284,7 @@ TEST(CpuFeatures, EnabledOnesAreStoredAsTold)
     });
 }
 
-TEST(CpuFeatures, EnabledOnesCanBecomeTheDetectedOnes)
+TEST(CpuFeatures, EnabledFeaturesCanReplaceTheDetectedOnes)
 {
     InFreshProcess([] {
         ippSetCpuFeaturesMask(0xDF);
@@ -294,10 +295,10 @@ TEST(CpuFeatures, EnabledOnesCanBecomeTheDetectedOnes)
     });
 }
 
-TEST(SetCpuFeatures, TheEdges)
+TEST(SetCpuFeatures, ReturnsTheStatusOfTheCheckBeforeThatOfTheSelection)
 {
     if ((DetectedFeatures() & 0x1F) != 0x1F) {
-        GTEST_SKIP() << "this processor has no SSSE3";
+        GTEST_SKIP() << "this CPU has no SSSE3";
     }
     InFreshProcess([] {
         EXPECT_EQ(ippSetCpuFeatures(0x1F), 0);
@@ -308,9 +309,9 @@ TEST(SetCpuFeatures, TheEdges)
         EXPECT_EQ(ippGetEnabledCpuFeatures(), 1u);
         EXPECT_EQ(ippSetCpuFeatures(2), 36);
         EXPECT_EQ(ippGetEnabledCpuFeatures(), 3u);
-        EXPECT_EQ(ippSetCpuFeatures(0x101F), 49); // bit 12 means nothing, and no processor has it
+        EXPECT_EQ(ippSetCpuFeatures(0x101F), 49); // bit 12 has no meaning and is never detected
         EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x101Fu);
-        EXPECT_EQ(ippSetCpuFeatures(0x1010), 49); // the check's warning goes before the rule's
+        EXPECT_EQ(ippSetCpuFeatures(0x1010), 49); // the warning of the check takes precedence
         EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x101Fu);
         unsigned index = 99;
         EXPECT_EQ(ownSetCpuFeaturesAndIdx(0x7, &index), 0);
@@ -320,21 +321,21 @@ TEST(SetCpuFeatures, TheEdges)
     });
 }
 
-TEST(SetCpuFeatures, TakesTheCallersWord)
+TEST(SetCpuFeatures, CanSkipTheCheck)
 {
     InFreshProcess([] {
         ippSetCpuFeaturesMask(0x5);
-        EXPECT_EQ(ippSetCpuFeatures(takeMyWord | 0x1F), 0);
+        EXPECT_EQ(ippSetCpuFeatures(kWithoutCheck | 0x1F), 0);
         unsigned long detected = 0;
         ippGetCpuFeatures(&detected, nullptr);
         EXPECT_EQ(detected, 0x5u);
         EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x1Fu);
-        EXPECT_EQ(ippSetCpuFeatures(takeMyWord | 1ul << 40 | 0x10), 51);
+        EXPECT_EQ(ippSetCpuFeatures(kWithoutCheck | 1ul << 40 | 0x10), 51);
         EXPECT_EQ(ippGetEnabledCpuFeatures(), 1ul << 40 | 0x1F);
     });
 }
 
-// Where calls go.
+// ---- Dispatch ----
 
 template <class T>
 T SampleArgument(int number)
@@ -348,24 +349,24 @@ T SampleArgument(int number)
     }
 }
 
-/// Calls a function with arguments that all differ, and expects them at a build's spy.
-template <auto Stub, int Build, class Result, class... Arguments, std::size_t... Numbers>
+/// Calls a function with distinct arguments and expects them in the spy of a variant.
+template <auto Stub, int Variant, class Result, class... Arguments, std::size_t... Numbers>
 void ExpectCallReaches(Result (*function)(Arguments...) noexcept, const char* name, std::index_sequence<Numbers...>)
 {
     const std::tuple<Arguments...> arguments(SampleArgument<Arguments>(static_cast<int>(Numbers) + 3)...);
-    using Spy = SignalSpy<Stub, Build>;
+    using Spy = SignalSpy<Stub, Variant>;
     Spy::arguments = {};
     calledVariant = -1;
     std::apply(function, arguments);
-    EXPECT_EQ(calledVariant, Build) << name;
+    EXPECT_EQ(calledVariant, Variant) << name;
     EXPECT_TRUE(Spy::arguments == arguments) << name;
 }
 
 template <auto Stub, class Result, class... Arguments>
-void ExpectReaches(Result (*function)(Arguments...) noexcept, unsigned build, const char* name)
+void ExpectReaches(Result (*function)(Arguments...) noexcept, unsigned variant, const char* name)
 {
     constexpr auto numbers = std::index_sequence_for<Arguments...>();
-    switch (build) {
+    switch (variant) {
 #define ZTA_TEST_CASE(index)                                                                                           \
     case index:                                                                                                        \
         return ExpectCallReaches<Stub, index>(function, name, numbers);
@@ -378,45 +379,45 @@ void ExpectReaches(Result (*function)(Arguments...) noexcept, unsigned build, co
         ZTA_TEST_CASE(6)
 #undef ZTA_TEST_CASE
     default:
-        FAIL() << "no build " << build;
+        FAIL() << "no variant " << variant;
     }
 }
 
-TEST(Dispatch, EveryFunctionReachesEachBuildWithItsArguments)
+TEST(Dispatch, EveryFunctionReachesEachVariantWithItsArguments)
 {
     InFreshProcess([] {
         RedirectAllToSpies();
-        for (unsigned build = 0; build < std::size(completeMasks); ++build) {
-            EXPECT_EQ(ippSetCpuFeatures(takeMyWord | completeMasks[build]), 0);
-#define ZTA_TEST_CALL(result, name, prefix, parameters, arguments) ExpectReaches<&in_##name>(&name, build, #name);
+        for (unsigned variant = 0; variant < std::size(kCompleteMasks); ++variant) {
+            EXPECT_EQ(ippSetCpuFeatures(kWithoutCheck | kCompleteMasks[variant]), 0);
+#define ZTA_TEST_CALL(result, name, prefix, parameters, arguments) ExpectReaches<&in_##name>(&name, variant, #name);
             ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_CALL, )
 #undef ZTA_TEST_CALL
         }
     });
 }
 
-/// The build for this processor, by the rule.
-unsigned BuildOfThisProcessor()
+/// Returns the variant for this CPU by the reference model.
+unsigned VariantOfThisCpu()
 {
     std::uint64_t mask = DetectedFeatures();
     ZtaCheckFeatures(mask, mask);
     return ExpectedSelection(mask).index;
 }
 
-// One process for each function: whichever comes first selects the build, and its arguments arrive.
+// One process for each function: the first call selects the variant and passes its arguments.
 #define ZTA_TEST_FIRST_CALL(result, name, prefix, parameters, arguments)                                               \
     TEST(FirstCall, Of_##name)                                                                                         \
     {                                                                                                                  \
         InFreshProcess([] {                                                                                            \
             RedirectAllToSpies();                                                                                      \
-            ExpectReaches<&in_##name>(&name, BuildOfThisProcessor(), #name);                                           \
+            ExpectReaches<&in_##name>(&name, VariantOfThisCpu(), #name);                                               \
             EXPECT_EQ(ippGetEnabledCpuFeatures(), Select(DetectedFeatures()).enabled);                                 \
         });                                                                                                            \
     }
 ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_FIRST_CALL, )
 #undef ZTA_TEST_FIRST_CALL
 
-TEST(Dispatch, StubsSelectAnewWhateverIsSelected)
+TEST(Dispatch, StubsSelectAgainAfterAnySelection)
 {
     InFreshProcess([] {
         RedirectAllToSpies();
@@ -424,13 +425,13 @@ TEST(Dispatch, StubsSelectAnewWhateverIsSelected)
 #define ZTA_TEST_CALL(result, name, prefix, parameters, arguments)                                                     \
     ippSetCpuFeatures(0x7);                                                                                            \
     ExpectReaches<&in_##name>(&name, 0, #name);                                                                        \
-    ExpectReaches<&in_##name>(&in_##name, BuildOfThisProcessor(), "in_" #name);
+    ExpectReaches<&in_##name>(&in_##name, VariantOfThisCpu(), "in_" #name);
         ZTA_IPP_DISPATCHED_LIST(ZTA_TEST_CALL, )
 #undef ZTA_TEST_CALL
     });
 }
 
-TEST(Dispatch, EnabledFeaturesAloneSelectNothing)
+TEST(Dispatch, EnabledFeaturesAloneDoNotSelectAVariant)
 {
     InFreshProcess([] {
         RedirectAllToSpies();
@@ -440,7 +441,7 @@ TEST(Dispatch, EnabledFeaturesAloneSelectNothing)
     });
 }
 
-TEST(Init, SelectsTheBuildOfThisProcessorAndTellsTheVendor)
+TEST(Init, SelectsTheVariantOfThisCpuAndReportsTheVendor)
 {
     InFreshProcess([] {
         RedirectAllToSpies();
@@ -448,20 +449,20 @@ TEST(Init, SelectsTheBuildOfThisProcessorAndTellsTheVendor)
         const int status = ipp_is_GenuineIntel() != 0 ? expected.status : 20;
         EXPECT_EQ(ippInit(), status);
         EXPECT_EQ(ippGetEnabledCpuFeatures(), expected.enabled);
-        ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, BuildOfThisProcessor(), "ippsSet_16s");
+        ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, VariantOfThisCpu(), "ippsSet_16s");
         EXPECT_EQ(ippSetCpuFeatures(0x7), 0);
         EXPECT_EQ(ippSafeInit(), status);
-        ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, BuildOfThisProcessor(), "ippsSet_16s");
+        ExpectReaches<&in_ippsSet_16s>(&ippsSet_16s, VariantOfThisCpu(), "ippsSet_16s");
     });
 }
 
-/// The registers that arguments come in.
+/// The registers of arguments.
 struct ArgumentRegisters {
     std::uint64_t integers[6];
     double doubles[8];
 };
 
-/// Calls a function with these registers and stores what it leaves in them.
+/// Calls a function with these registers and stores their values after the call.
 int CallWithRegisters(IppStatus (*function)() noexcept, ArgumentRegisters& registers)
 {
     ArgumentRegisters* const pointer = &registers;
@@ -537,10 +538,10 @@ TEST(Init, SelectsFromTheDetectedFeatures)
     });
 }
 
-// What the processor lacks is selected all the same where the caller asks for it, but never by the first call.
-TEST(Init, SelectsABuildThatTheProcessorRuns)
+// A caller can select a variant that the CPU does not support, but the first call never does.
+TEST(Init, SelectsASupportedVariant)
 {
-    const std::uint64_t needed = signalBuilds[BuildOfThisProcessor()].features;
+    const std::uint64_t needed = signalBuilds[VariantOfThisCpu()].features;
     EXPECT_EQ(DetectedFeatures() & needed, needed);
 }
 

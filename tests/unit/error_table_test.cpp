@@ -1,4 +1,4 @@
-// The whole table of the error texts, against an independent list of its names.
+// The complete table of error texts, compared with an independent list of its names.
 #include "testing/status_ranges.h"
 
 #include <zta/error_text.h>
@@ -41,9 +41,9 @@ struct Name {
 std::vector<Name> ExpectedNames()
 {
     std::vector<Name> expected;
-    for (const StatusRange& run : kStatusRanges) {
-        std::istringstream names{std::string(run.names)};
-        std::uint32_t code = run.first_code;
+    for (const StatusRange& range : kStatusRanges) {
+        std::istringstream names{std::string(range.names)};
+        std::uint32_t code = range.first_code;
         for (std::string name; names >> name; ++code) {
             expected.push_back({name, code});
         }
@@ -69,15 +69,15 @@ std::map<std::uint32_t, std::string> ExpectedCodes()
     return codes;
 }
 
-std::string SentenceOf(const Name& row)
+std::string SentenceOf(const Name& status)
 {
-    const std::string text = TextOf(row.code);
-    const std::string lead = row.name + ": ";
-    EXPECT_EQ(text.substr(0, lead.size()), lead) << std::hex << row.code;
+    const std::string text = TextOf(status.code);
+    const std::string lead = status.name + ": ";
+    EXPECT_EQ(text.substr(0, lead.size()), lead) << std::hex << status.code;
     return text.size() > lead.size() ? text.substr(lead.size()) : "";
 }
 
-/// The words of a name or of a sentence in small letters. A capital behind a small letter begins a new one.
+/// Returns the words of a name or sentence in lower case. An upper-case letter behind a lower-case one begins a word.
 std::vector<std::string> WordsOf(const std::string& text)
 {
     std::vector<std::string> words;
@@ -95,19 +95,19 @@ std::vector<std::string> WordsOf(const std::string& text)
     return words;
 }
 
-/// The words of a sentence that the name lacks, in whatever form: words with the same first four letters count as one,
-/// and short words and those that only join others as none.
-std::set<std::string> WordsBeyondTheName(const Name& row)
+/// Returns the words of a sentence that are not in the name. Words with the same first four letters are equal; short
+/// words and conjunctions are ignored.
+std::set<std::string> WordsBeyondTheName(const Name& status)
 {
     static const std::set<std::string> kJoints = {
         "and", "are", "been", "can",  "could", "for",   "from", "had", "has",  "have",  "its",  "more",  "must",
         "not", "one", "than", "that", "the",   "there", "this", "was", "were", "which", "with", "cannot"};
-    std::vector<std::string> stems = WordsOf(row.name);
+    std::vector<std::string> stems = WordsOf(status.name);
     for (std::string& stem : stems) {
         stem.resize(std::min<std::size_t>(stem.size(), 4));
     }
     std::set<std::string> beyond;
-    for (const std::string& word : WordsOf(SentenceOf(row))) {
+    for (const std::string& word : WordsOf(SentenceOf(status))) {
         if (word.size() > 2 && !kJoints.contains(word) &&
             std::count(stems.begin(), stems.end(), word.substr(0, 4)) == 0) {
             beyond.insert(word);
@@ -132,35 +132,35 @@ TEST(ErrorTable, HasAConstantForEachName)
 
 TEST(ErrorTable, BeginsEachTextWithTheName)
 {
-    for (const Name& row : ExpectedNames()) {
-        EXPECT_NE(SentenceOf(row), "") << row.name;
+    for (const Name& status : ExpectedNames()) {
+        EXPECT_NE(SentenceOf(status), "") << status.name;
     }
 }
 
 TEST(ErrorTable, CountsItsFamilies)
 {
-    const std::vector<Name> rows = ExpectedNames();
-    const auto count = [&rows](const std::string& family) {
-        return std::count_if(rows.begin(), rows.end(),
-                             [&](const Name& row) { return TextOf(row.code).starts_with(family); });
+    const std::vector<Name> names = ExpectedNames();
+    const auto count = [&names](const std::string& family) {
+        return std::count_if(names.begin(), names.end(),
+                             [&](const Name& status) { return TextOf(status.code).starts_with(family); });
     };
     EXPECT_EQ(count("ZT_E_"), 791);
     EXPECT_EQ(count("ZT_W_"), 158);
     EXPECT_EQ(count("ZT_M_"), 54);
     EXPECT_EQ(count("kZtSynchroStatus"), 22);
     EXPECT_EQ(count("kZtkStatus"), 3);
-    EXPECT_EQ(rows.size(), 2U + 791U + 158U + 54U + 22U + 3U);
+    EXPECT_EQ(names.size(), 2U + 791U + 158U + 54U + 22U + 3U);
 }
 
 TEST(ErrorTable, HasSignsByFamily)
 {
-    for (const Name& row : ExpectedNames()) {
-        const bool is_failure = row.name.starts_with("ZT_E_") || row.name.starts_with("kZt");
-        EXPECT_EQ(static_cast<int>(row.code) < 0, is_failure) << row.name;
+    for (const Name& status : ExpectedNames()) {
+        const bool is_failure = status.name.starts_with("ZT_E_") || status.name.starts_with("kZt");
+        EXPECT_EQ(static_cast<int>(status.code) < 0, is_failure) << status.name;
     }
 }
 
-TEST(ErrorTable, SaysMoreThanTheName)
+TEST(ErrorTable, HasSentencesThatAddToTheName)
 {
     // Five unusual texts that stay unchanged, and the two of success.
     const std::set<std::string> kept = {"ZT_NOERROR",
@@ -170,16 +170,16 @@ TEST(ErrorTable, SaysMoreThanTheName)
                                         "ZT_E_INCONSISTENCY_DETECTED",
                                         "ZT_E_ARRAY_TOO_SMALL",
                                         "ZT_E_PARAMETER_ARRAY_TOO_BIG"};
-    for (const Name& row : ExpectedNames()) {
-        EXPECT_EQ(WordsBeyondTheName(row).size() >= 2, !kept.contains(row.name)) << TextOf(row.code);
+    for (const Name& status : ExpectedNames()) {
+        EXPECT_EQ(WordsBeyondTheName(status).size() >= 2, !kept.contains(status.name)) << TextOf(status.code);
     }
 }
 
-TEST(ErrorTable, SaysNothingTwice)
+TEST(ErrorTable, HasNoDuplicateSentence)
 {
     std::set<std::string> sentences;
-    for (const Name& row : ExpectedNames()) {
-        EXPECT_TRUE(sentences.insert(SentenceOf(row)).second) << TextOf(row.code);
+    for (const Name& status : ExpectedNames()) {
+        EXPECT_TRUE(sentences.insert(SentenceOf(status)).second) << TextOf(status.code);
     }
 }
 
@@ -224,7 +224,7 @@ TEST(ErrorTable, IsUnknownInTheGapsOfItsFamilies)
     }
 }
 
-TEST(ErrorTable, IsUnknownForCodesAtRandom)
+TEST(ErrorTable, IsUnknownForRandomCodes)
 {
     const auto codes = ExpectedCodes();
     std::mt19937 random(20240917);

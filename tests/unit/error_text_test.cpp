@@ -8,13 +8,13 @@
 
 namespace {
 
-struct Row {
+struct StatusText {
     std::uint32_t code;
     const wchar_t* text;
 };
 
 // clang-format off
-constexpr Row kRows[] = {
+constexpr StatusText kTexts[] = {
     {0, L"ZT_NOERROR: No error"},
     {1, L"ZT_FALSE: FALSE"},
     {0x89998003, L"ZT_E_NOT_IMPLEMENTED: The requested operation is not implemented."},
@@ -59,12 +59,12 @@ std::wstring TextOf(std::uint32_t code)
 
 TEST(ErrorText, ReturnsTheTextsOfTheStatusCodes)
 {
-    for (const Row& row : kRows) {
-        EXPECT_EQ(TextOf(row.code), row.text) << std::hex << row.code;
+    for (const StatusText& status : kTexts) {
+        EXPECT_EQ(TextOf(status.code), status.text) << std::hex << status.code;
     }
 }
 
-TEST(ErrorText, IsUnknownForForeignCodes)
+TEST(ErrorText, IsUnknownForOtherCodes)
 {
     for (const std::uint32_t code :
          {0x00000002U, 0x7FFFFFFFU, 0x80000000U, 0x80004002U, 0x80004005U, 0x8007000EU, 0x89998FFEU, 0xFFFFFFFFU}) {

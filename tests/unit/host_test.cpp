@@ -64,7 +64,7 @@ TEST(HostRef, CopiesCountAndMovesDoNot)
     EXPECT_EQ(third->references, 1U);
 }
 
-TEST(HostRef, SurvivesAssignmentToItself)
+TEST(HostRef, CanBeAssignedToItself)
 {
     Counted object;
     auto ref = Ref<Counted>::Adopt(&object);
@@ -202,14 +202,14 @@ TEST(HostAudioBuffer, RejectsAndCountsASignalWithoutAnnouncement)
     EXPECT_EQ(buffer->PairingViolations(), 2);
 }
 
-TEST(HostAudioBuffer, WaitReturnsAtOnceWhenNothingIsOpen)
+TEST(HostAudioBuffer, WaitReturnsImmediatelyIfNoAccessIsOpen)
 {
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     EXPECT_TRUE(buffer->WaitForCompletion(0ns));
     EXPECT_TRUE(buffer->WaitForCompletion(std::chrono::hours(1)));
 }
 
-TEST(HostAudioBuffer, WaitGivesUpAfterItsTimeout)
+TEST(HostAudioBuffer, WaitEndsAfterItsTimeout)
 {
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     buffer->AnnounceRead();
@@ -238,11 +238,11 @@ TEST(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
         engine.join();
         ASSERT_TRUE(ended);
         ASSERT_EQ(open, 0);
-        ASSERT_LT(waited, 5s) << "the waiter slept on until its timeout";
+        ASSERT_LT(waited, 5s) << "the waiter slept until its timeout";
     }
 }
 
-TEST(HostAudioBuffer, EverySleeperIsWoken)
+TEST(HostAudioBuffer, WaitWakesEveryWaiter)
 {
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     buffer->AnnounceWrite();
@@ -257,7 +257,7 @@ TEST(HostAudioBuffer, EverySleeperIsWoken)
         waiter.join();
     }
     EXPECT_EQ(woken[0] + woken[1] + woken[2], 3);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << "a waiter slept on until its timeout";
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << "a waiter slept until its timeout";
 }
 
 TEST(HostAudioBuffer, ReportsItsDescriptionAsSet)
@@ -289,7 +289,7 @@ TEST(HostAudioBuffer, ReportsItsDescriptionAsSet)
     EXPECT_EQ(buffer->Description().sWaveFormat.eDataType, keZtAudioDataTypeFloat);
 }
 
-TEST(HostAudioBuffer, GivesItsDataLengthAndCapacity)
+TEST(HostAudioBuffer, ReturnsItsDataLengthAndCapacity)
 {
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     EXPECT_EQ(buffer->SetLength(11), 0);
@@ -363,27 +363,27 @@ TEST(HostAudioBuffer, CountsMarksAndKeepsTheTimeOfTheLast)
 
 TEST(HostAudioBuffer, LetsADerivedHostOverrideAnyOperation)
 {
-    class Refusing : public AudioBuffer {
+    class Rejecting : public AudioBuffer {
     public:
-        explicit Refusing(bool& gone) : AudioBuffer(zta::host::Pcm16(1), 16), gone_(gone) {}
+        explicit Rejecting(bool& gone) : AudioBuffer(zta::host::Pcm16(1), 16), gone_(gone) {}
         int SetLength(unsigned long) override { return E_FAIL; }
 
     protected:
-        ~Refusing() override { gone_ = true; }
+        ~Rejecting() override { gone_ = true; }
 
     private:
         bool& gone_;
     };
     bool gone = false;
     {
-        const auto buffer = Ref<IZtAudioSamples>::Adopt(new Refusing(gone));
+        const auto buffer = Ref<IZtAudioSamples>::Adopt(new Rejecting(gone));
         EXPECT_EQ(buffer->SetLength(2), E_FAIL);
         EXPECT_FALSE(gone);
     }
     EXPECT_TRUE(gone);
 }
 
-TEST(HostEngineObject, CreatesWhatTheRequestAsksForAndLeavesItUnaltered)
+TEST(HostEngineObject, CreatesTheRequestedBufferAndDoesNotChangeTheRequest)
 {
     const auto host = HostEngine::Create();
     SZtCreateAudioSamplesDescription request{};
@@ -455,12 +455,12 @@ TEST(HostModule, NamesTheFileThatItCannotLoad)
     EXPECT_EQ(message.find('\n'), std::string::npos);
 }
 
-TEST(HostModule, RejectsALibraryThatIsNoModule)
+TEST(HostModule, RejectsALibraryThatIsNotAModule)
 {
     EXPECT_EQ(Message([] { zta::host::Module module("libm.so.6"); }), "libm.so.6 does not export DllEntryPoint");
 }
 
-TEST(HostModule, IsInUseWhileAnEngineIsAlive)
+TEST(HostModule, IsInUseWhileAnEngineExists)
 {
     zta::host::Module module(ZTA_MODULE_PATH);
     const auto host = HostEngine::Create();
@@ -481,7 +481,7 @@ TEST(HostModule, IsInUseWhileAnEngineIsAlive)
 
 TEST(HostModule, ReturnsTheHostsFailureAndLeaksNothing)
 {
-    class Stingy : public HostEngine {
+    class FailingHost : public HostEngine {
     public:
         int CreateAudioSamples(SZtCreateAudioSamplesDescription* request, IZtAudioSamples** samples) override
         {
@@ -492,7 +492,7 @@ TEST(HostModule, ReturnsTheHostsFailureAndLeaksNothing)
         int requests_ = 0;
     };
     zta::host::Module module(ZTA_MODULE_PATH);
-    const auto host = Ref<Stingy>::Adopt(new Stingy());
+    const auto host = Ref<FailingHost>::Adopt(new FailingHost());
     const long before = AudioBuffer::LiveCount();
     try {
         (void)module.CreateEngine(*host.Get());
@@ -506,7 +506,7 @@ TEST(HostModule, ReturnsTheHostsFailureAndLeaksNothing)
     EXPECT_TRUE(module.CanUnload());
 }
 
-TEST(HostModule, GivesTheTextOfAStatus)
+TEST(HostModule, ReturnsTheTextOfAStatus)
 {
     const zta::host::Module module(ZTA_MODULE_PATH);
     EXPECT_EQ(module.ErrorText(ZT_E_MODULE_BUSY),
@@ -514,7 +514,7 @@ TEST(HostModule, GivesTheTextOfAStatus)
     EXPECT_EQ(module.ErrorText(2), "Unknown error");
 }
 
-TEST(HostModule, GivesTheVersionOfTheBuild)
+TEST(HostModule, ReturnsTheVersionOfTheBuild)
 {
     const zta::host::Module module(ZTA_MODULE_PATH);
     const SZtVersionInfo version = module.VersionInfo();

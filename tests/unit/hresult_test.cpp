@@ -16,7 +16,7 @@ protected:
     static void ExpectLogged(std::size_t count) { EXPECT_EQ(LogRecorder::Count(), count); }
 };
 
-TEST_F(HResult, LogsAFailureAsItIsStored)
+TEST_F(HResult, LogsAFailureWhenItIsStored)
 {
     const CZtHResult status(ZT_E_MODULE_BUSY);
     ExpectLogged(1);
@@ -48,11 +48,11 @@ TEST_F(HResult, LogsNoSuccess)
     ExpectLogged(0);
 }
 
-TEST_F(HResult, LogsNoFailureThatWasDeclaredAcceptable)
+TEST_F(HResult, DoesNotLogAnAllowedFailure)
 {
     const CZtHResult accepted(ZT_E_INVALID_PARAMETER, 1, ZT_E_INVALID_PARAMETER);
     ExpectLogged(0);
-    const CZtHResult refused(ZT_E_INVALID_PARAMETER, 1, ZT_E_INVALID_POINTER);
+    const CZtHResult rejected(ZT_E_INVALID_PARAMETER, 1, ZT_E_INVALID_POINTER);
     ExpectLogged(1);
 }
 
@@ -69,7 +69,7 @@ TEST_F(HResult, AcceptsAnyNumberOfAllowedFailures)
     ExpectLogged(1);
 }
 
-TEST_F(HResult, AcceptsNothingWithACountOfZeroOrLess)
+TEST_F(HResult, AllowsNothingWithACountOfZeroOrLess)
 {
     const CZtHResult none(ZT_E_FAIL, 0);
     ExpectLogged(1);
@@ -89,7 +89,7 @@ TEST_F(HResult, LogsEachAssignment)
     EXPECT_EQ(static_cast<int&>(status), 0);
 }
 
-TEST_F(HResult, KeepsItsAcceptableFailuresThroughAssignment)
+TEST_F(HResult, KeepsItsAllowedFailuresInAnAssignment)
 {
     CZtHResult status(0, 1, ZT_E_FAIL);
     status = ZT_E_INVALID_POINTER;
@@ -99,7 +99,7 @@ TEST_F(HResult, KeepsItsAcceptableFailuresThroughAssignment)
     EXPECT_EQ(static_cast<int&>(status), ZT_E_FAIL);
 }
 
-TEST_F(HResult, LogsNothingWithAssignNoAssertUntilAsked)
+TEST_F(HResult, LogsAfterAssignNoAssertOnlyInAssertIfError)
 {
     CZtHResult status(0);
     status.AssignNoAssert(ZT_E_FAIL);
@@ -111,7 +111,7 @@ TEST_F(HResult, LogsNothingWithAssignNoAssertUntilAsked)
     ExpectLogged(2);
 }
 
-TEST_F(HResult, IsWrittenBehindTheCheckThroughItsReferenceAndAddress)
+TEST_F(HResult, IsNotCheckedIfWrittenThroughItsReferenceOrAddress)
 {
     CZtHResult status(0);
     static_cast<int&>(status) = ZT_E_FAIL;
@@ -137,7 +137,7 @@ TEST_F(HResult, SucceedsFromZeroUpwards)
     }
 }
 
-TEST_F(HResult, CopiesStatusAndAcceptableFailures)
+TEST_F(HResult, CopiesStatusAndAllowedFailures)
 {
     CZtHResult original(ZT_E_FAIL, 1, ZT_E_FAIL);
     CZtHResult copy(original);
@@ -178,7 +178,7 @@ TEST_F(HResult, AssignmentCopiesAllowedFailures)
     ExpectLogged(1);
 }
 
-TEST_F(HResult, AssignmentOfAPlainOneKeepsAcceptableFailures)
+TEST_F(HResult, AssignmentWithoutAllowedFailuresKeepsThem)
 {
     CZtHResult status(0, 1, ZT_E_FAIL);
     CZtHResult plain(0);

@@ -19,35 +19,32 @@ namespace {
 
 using Record = CZtIniFile::Record;
 
-/// A test's file of known content, and objects on it.
+/// A file of known content, and objects that load it.
 class IniFile : public testing::Test {
 protected:
     void Write(const std::string& text) { WriteTextFile(name_, text); }
     std::string Read() const { return ReadTextFile(name_); }
     bool Exists() const { return std::filesystem::exists(name_); }
 
-    /// The content of an object that has loaded the text.
-    std::wstring ContentOf(const std::string& text)
+    /// Returns an object that has loaded the text and does not save at once.
+    CZtIniFile Load(const std::string& text)
     {
         Write(text);
-        return CZtIniFile(name_, false).Content();
+        return CZtIniFile(name_, false);
     }
 
-    /// The text after an object has loaded and saved it.
+    /// Returns the content of an object that has loaded the text.
+    std::wstring ContentOf(const std::string& text) { return Load(text).Content(); }
+
+    /// Returns the file after an object has loaded and saved the text.
     std::string SavedFrom(const std::string& text)
     {
-        Write(text);
-        CZtIniFile file(name_, false);
-        EXPECT_TRUE(file.Save());
+        EXPECT_TRUE(Load(text).Save());
         return Read();
     }
 
-    /// The records of the text, headers and keys, as the object returns them.
-    std::vector<Record> HeadersOf(const std::string& text)
-    {
-        Write(text);
-        return CZtIniFile(name_, false).GetSections();
-    }
+    /// Returns the header records of an object that has loaded the text.
+    std::vector<Record> HeadersOf(const std::string& text) { return Load(text).GetSections(); }
 
     TempDirectory directory_;
     std::string name_ = directory_.File("test.ini");
@@ -76,7 +73,7 @@ TEST(IniFileTrim, RemovesTheCharactersFromBothEndsOrOne)
     EXPECT_EQ(trimmed(L"\na\n", 0), L"\na\n") << "only the given characters";
 }
 
-TEST(IniFileTrim, EmptiesATextOfNothingElseInAnyMode)
+TEST(IniFileTrim, EmptiesATextOfOnlyTheseCharactersInAnyMode)
 {
     for (const int mode : {0, 1, 2}) {
         std::wstring blanks = L" \t ";
@@ -88,7 +85,7 @@ TEST(IniFileTrim, EmptiesATextOfNothingElseInAnyMode)
     }
 }
 
-TEST(IniFileTrim, KeepsATextWhenThereIsNothingToTakeOff)
+TEST(IniFileTrim, KeepsATextIfNoCharacterIsGiven)
 {
     for (const int mode : {0, 1, 2}) {
         std::wstring text = L" a ";
@@ -103,12 +100,11 @@ TEST(IniFileValues, CommentCharactersAreTheirOwnValues)
     EXPECT_EQ(CZtIniFile::keCommentCharSemicolon, 59U);
 }
 
-// Reading
+// ---- Reading ----
 
-TEST_F(IniFile, LoadsAHeaderAndAKeyAndSavesThemWithABlankInFront)
+TEST_F(IniFile, LoadsAHeaderAndAKeyAndSavesThemBehindABlank)
 {
-    Write("[A]\nk=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=1\n");
     ASSERT_EQ(file.GetSections().size(), 1U);
     ExpectRecord(file.GetSections()[0], L"", L' ', L"A", L"", L"");
     ASSERT_EQ(file.GetSection(L"A").size(), 1U);
@@ -118,7 +114,7 @@ TEST_F(IniFile, LoadsAHeaderAndAKeyAndSavesThemWithABlankInFront)
     EXPECT_EQ(SavedFrom(" [A]\n k=1\n"), " [A]\n k=1\n");
 }
 
-TEST_F(IniFile, LosesALastLineWithoutNewline)
+TEST_F(IniFile, IgnoresALastLineWithoutNewline)
 {
     EXPECT_EQ(ContentOf("[A]\nk=1"), L"[A]\n");
     EXPECT_EQ(ContentOf("[A]"), L"");
@@ -127,8 +123,7 @@ TEST_F(IniFile, LosesALastLineWithoutNewline)
 
 TEST_F(IniFile, KeepsTheBlanksAroundTheEqualSign)
 {
-    Write("[A]\n  k = 1  \n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\n  k = 1  \n");
     EXPECT_EQ(file.GetString(L"k ", L"A", L"none"), L" 1");
     EXPECT_EQ(file.GetString(L"k", L"A", L"none"), L"none");
 }
@@ -148,8 +143,7 @@ TEST_F(IniFile, SkipsBlankLines)
 
 TEST_F(IniFile, SplitsAtTheFirstEqualSign)
 {
-    Write("[A]\nk=a=b=\n=v\nempty=\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=a=b=\n=v\nempty=\n");
     EXPECT_EQ(file.GetString(L"k", L"A", L""), L"a=b=");
     EXPECT_EQ(file.GetString(L"empty", L"A", L"none"), L"");
 }
@@ -164,33 +158,31 @@ TEST_F(IniFile, AKeyRecordWithoutAKeyIsAHeader)
 
 TEST_F(IniFile, KeysBeforeAnyHeaderBelongToTheSectionWithoutName)
 {
-    Write("k=1\n[A]\nk=2\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("k=1\n[A]\nk=2\n");
     EXPECT_EQ(file.GetString(L"k", L"", L"none"), L"1");
     EXPECT_EQ(file.GetString(L"k", L"A", L"none"), L"2");
 }
 
-TEST_F(IniFile, CommentLinesBelongToWhatFollows)
+TEST_F(IniFile, CommentLinesBelongToTheNextRecord)
 {
     const std::vector<Record> headers = HeadersOf("# hello\n[A]\n");
     ASSERT_EQ(headers.size(), 1U);
     ExpectRecord(headers[0], L"# hello\n", L' ', L"A", L"", L"");
     EXPECT_EQ(SavedFrom("# hello\n[A]\n"), "# hello\n [A]\n");
 
-    Write("[A]\n  # one \n\n;two\nk=1\nl=2\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\n  # one \n\n;two\nk=1\nl=2\n");
     ExpectRecord(file.GetRecord(L"k", L"A").at(0), L"# one\n;two\n", L' ', L"A", L"k", L"1");
     ExpectRecord(file.GetRecord(L"l", L"A").at(0), L"", L' ', L"A", L"l", L"2");
     EXPECT_EQ(SavedFrom("[A]\n  # one \n\n;two\nk=1\n"), " [A]\n# one\n;two\n k=1\n");
 }
 
-TEST_F(IniFile, LosesCommentsAtTheEnd)
+TEST_F(IniFile, DropsCommentsAtTheEnd)
 {
     EXPECT_EQ(SavedFrom("[A]\n# bye\n"), " [A]\n");
     EXPECT_EQ(SavedFrom("# bye\n"), "");
 }
 
-TEST_F(IniFile, KnowsCommentedOutKeys)
+TEST_F(IniFile, LoadsCommentedOutKeys)
 {
     for (const char character : {'#', ';'}) {
         const std::string mark(1, character);
@@ -204,7 +196,7 @@ TEST_F(IniFile, KnowsCommentedOutKeys)
     }
 }
 
-TEST_F(IniFile, KnowsCommentedOutHeaders)
+TEST_F(IniFile, LoadsCommentedOutHeaders)
 {
     std::vector<Record> headers = HeadersOf("#[A]\nk=1\n");
     ASSERT_EQ(headers.size(), 1U);
@@ -218,25 +210,22 @@ TEST_F(IniFile, KnowsCommentedOutHeaders)
 
 TEST_F(IniFile, RemovesOnlyOneCommentCharacter)
 {
-    Write("##k=1\n#;l=2\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("##k=1\n#;l=2\n");
     EXPECT_EQ(file.GetString(L"#k", L"", L"none"), L"1");
     EXPECT_EQ(file.GetString(L";l", L"", L"none"), L"2");
 }
 
 TEST_F(IniFile, ACommentCharacterInsideALineIsText)
 {
-    Write("[A]\nk=1 # one\n");
-    EXPECT_EQ(CZtIniFile(name_, false).GetString(L"k", L"A", L""), L"1 # one");
+    EXPECT_EQ(Load("[A]\nk=1 # one\n").GetString(L"k", L"A", L""), L"1 # one");
 }
 
 TEST_F(IniFile, ABracketAnywhereMakesAHeader)
 {
     std::vector<Record> headers = HeadersOf("key=a[b]c\n");
-    // The name still holds a "=", which makes it a key record after all.
+    // The name contains a "=", so the record is a key record.
     EXPECT_TRUE(headers.empty());
-    Write("key=a[b]c\nl=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("key=a[b]c\nl=1\n");
     EXPECT_EQ(file.GetString(L"ey", L"ey=a[b", L"none"), L"a[b");
     EXPECT_EQ(file.GetString(L"l", L"ey=a[b", L"none"), L"1");
 
@@ -250,21 +239,19 @@ TEST_F(IniFile, ABracketAnywhereMakesAHeader)
 
 TEST_F(IniFile, AnEqualSignInAHeaderMakesItAKeyRecord)
 {
-    Write("[a=b]\nl=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[a=b]\nl=1\n");
     EXPECT_TRUE(file.GetSections().empty());
     ExpectRecord(file.GetRecord(L"a", L"a=b").at(0), L"", L' ', L"a=b", L"a", L"b");
     EXPECT_EQ(file.GetString(L"l", L"a=b", L"none"), L"1");
 }
 
-TEST_F(IniFile, AnEqualSignInAHeaderLosesItsComments)
+TEST_F(IniFile, AnEqualSignInAHeaderDropsItsComments)
 {
-    Write("# gone\n[a=b]\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("# gone\n[a=b]\n");
     ExpectRecord(file.GetRecord(L"a", L"a=b").at(0), L"", L' ', L"a=b", L"a", L"b");
 }
 
-TEST_F(IniFile, AnEqualSignBehindTheBracketIsCutOff)
+TEST_F(IniFile, AnEqualSignBehindTheBracketIsIgnored)
 {
     const std::vector<Record> headers = HeadersOf("[A]=1\n");
     ASSERT_EQ(headers.size(), 1U);
@@ -279,29 +266,27 @@ TEST_F(IniFile, NamesAreNotTrimmedInsideTheBrackets)
     EXPECT_EQ(headers[1].Section, L"");
 }
 
-TEST_F(IniFile, APlainTextLineBecomesAHeaderWithoutName)
+TEST_F(IniFile, ALineOfTextBecomesAHeaderWithoutName)
 {
     const std::vector<Record> headers = HeadersOf("[A]\nhello\nk=1\n");
     ASSERT_EQ(headers.size(), 2U);
     ExpectRecord(headers[1], L"", L' ', L"", L"", L"");
-    Write("[A]\nhello\nk=1\n");
-    CZtIniFile file(name_, false);
-    EXPECT_EQ(file.GetString(L"k", L"A", L"none"), L"1") << "the section goes on";
+    CZtIniFile file = Load("[A]\nhello\nk=1\n");
+    EXPECT_EQ(file.GetString(L"k", L"A", L"none"), L"1") << "the section continues";
     EXPECT_TRUE(file.Save());
     EXPECT_EQ(Read(), " [A]\n []\n k=1\n");
 }
 
-TEST_F(IniFile, APlainTextLineBehindACommentIsDropped)
+TEST_F(IniFile, ALineOfTextBehindACommentIsDropped)
 {
-    Write("# c\nhello\nk=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("# c\nhello\nk=1\n");
     EXPECT_TRUE(file.GetSections().empty());
     ExpectRecord(file.GetRecord(L"k", L"").at(0), L"# c\n", L' ', L"", L"k", L"1");
 }
 
 TEST_F(IniFile, ASectionLineWithoutClosingBracketThrows)
 {
-    // Of the second line the only closing bracket goes with the first character.
+    // In the second line, the only closing bracket is removed as the first character.
     for (const std::string line : {"[A\n", "]x[A\n", "# [A\n", "k=[\n"}) {
         Write("[B]\n" + line);
         try {
@@ -310,11 +295,11 @@ TEST_F(IniFile, ASectionLineWithoutClosingBracketThrows)
         } catch (const std::out_of_range& error) {
             EXPECT_NE(std::string(error.what()).find("basic_string::erase"), std::string::npos) << error.what();
         }
-        EXPECT_EQ(Read(), "[B]\n" + line) << "the file is not touched";
+        EXPECT_EQ(Read(), "[B]\n" + line) << "the file is not changed";
     }
 }
 
-TEST_F(IniFile, ABracketIsCutAtTheFirstClosingOne)
+TEST_F(IniFile, ASectionNameEndsAtTheFirstClosingBracket)
 {
     const std::vector<Record> headers = HeadersOf("a]b[c\n[x]y]\n");
     ASSERT_EQ(headers.size(), 2U);
@@ -322,10 +307,9 @@ TEST_F(IniFile, ABracketIsCutAtTheFirstClosingOne)
     EXPECT_EQ(headers[1].Section, L"x");
 }
 
-TEST_F(IniFile, AThrowingReloadKeepsWhatStandsBeforeTheLine)
+TEST_F(IniFile, AThrowingReloadKeepsTheRecordsBeforeTheLine)
 {
-    Write("[A]\nk=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=1\n");
     Write("[B]\nl=2\n[oops\n[C]\n");
     EXPECT_THROW(file.Load(), std::out_of_range);
     EXPECT_EQ(file.Content(), L"[B]\nl=2\n");
@@ -341,8 +325,7 @@ TEST_F(IniFile, AMissingFileIsAnEmptyOne)
 
 TEST_F(IniFile, AFailedReloadKeepsTheContent)
 {
-    Write("[A]\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\n");
     std::filesystem::remove(name_);
     EXPECT_FALSE(file.Load());
     EXPECT_EQ(file.Content(), L"[A]\n");
@@ -350,11 +333,10 @@ TEST_F(IniFile, AFailedReloadKeepsTheContent)
 
 TEST_F(IniFile, AReloadReplacesTheContent)
 {
-    Write("# c\n[A]\n# pending\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("# c\n[A]\n# pending\n");
     Write("k=1\n");
     EXPECT_TRUE(file.Load());
-    EXPECT_EQ(file.Content(), L"k=1\n") << "neither section nor comments of the former content stay";
+    EXPECT_EQ(file.Content(), L"k=1\n") << "neither section nor comments of the former content remain";
 }
 
 TEST_F(IniFile, ReadsToTheFirstByteThatIsNotAscii)
@@ -367,12 +349,11 @@ TEST_F(IniFile, ADirectoryReadsAsAnEmptyFile)
     EXPECT_EQ(CZtIniFile(directory_.Path().string(), false).Content(), L"");
 }
 
-// Writing
+// ---- Writing ----
 
 TEST_F(IniFile, SaveReplacesTheFile)
 {
-    Write("[A]\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\n");
     Write("something much longer\n");
     EXPECT_TRUE(file.Save(true));
     EXPECT_EQ(Read(), " [A]\n");
@@ -416,7 +397,7 @@ TEST_F(IniFile, TheDestructorWritesChangesOnly)
     EXPECT_EQ(Read(), " [A]\n k=1\n");
 }
 
-TEST_F(IniFile, AutoSaveWritesAtOnce)
+TEST_F(IniFile, AutoSaveWritesImmediately)
 {
     CZtIniFile file(name_, true);
     EXPECT_TRUE(file.SetString(L"k", L"A", L"1"));
@@ -431,7 +412,7 @@ TEST_F(IniFile, AFileThatCannotBeWrittenIsReportedOnceForEachAttempt)
         const bool isSaved = file.SetString(L"k", L"A", L"1");
         return (isSaved ? 1 : 0) + (file.GetString(L"k", L"A", L"") == L"1" ? 2 : 0);
     });
-    EXPECT_EQ(result.status, 2) << "false, and the change stays";
+    EXPECT_EQ(result.status, 2) << "false, and the change remains";
     const std::string message = "Unable to open " + missing + " for writing\n";
     EXPECT_EQ(result.output, message + message) << "the destructor tries again";
 }
@@ -443,8 +424,8 @@ TEST_F(IniFile, AFileThatCannotBeReadIsNotReported)
     EXPECT_EQ(result.output, "");
 }
 
-/// A change of an object on a file, in a child process: an exception that leaves the destructor would end it. The child
-/// returns the change's result as 1 or 0.
+/// Changes an object in a child process, because an exception that leaves the destructor would end the process. The
+/// child returns the result of the change as 1 or 0.
 ChildResult ChangeInChild(const std::string& name, bool saves, const std::function<bool(CZtIniFile&)>& change)
 {
     return RunInChild([&] {
@@ -453,7 +434,7 @@ ChildResult ChangeInChild(const std::string& name, bool saves, const std::functi
     });
 }
 
-TEST_F(IniFile, TextThatTheLocaleCannotExpressLeavesTheFileAsItIs)
+TEST_F(IniFile, TextThatTheLocaleCannotExpressDoesNotChangeTheFile)
 {
     const std::string text = "# c\n[A]\nk=1\n[B]\nm=2\n";
     const std::wstring letter = L"\u00e9";
@@ -477,7 +458,7 @@ TEST_F(IniFile, TextThatTheLocaleCannotExpressLeavesTheFileAsItIs)
     }
 }
 
-TEST_F(IniFile, TextThatTheLocaleCannotExpressIsNotTriedAgain)
+TEST_F(IniFile, TextThatTheLocaleCannotExpressIsNotSavedAgain)
 {
     Write("[A]\nk=1\n");
     const ChildResult result = RunInChild([&] {
@@ -486,7 +467,7 @@ TEST_F(IniFile, TextThatTheLocaleCannotExpressIsNotTriedAgain)
         std::filesystem::remove(name_);
         return isSaved && file.GetString(L"k", L"A", L"") == L"\u00e9" ? 1 : 0;
     });
-    EXPECT_EQ(result.status, 1) << "true, and the change stays in memory";
+    EXPECT_EQ(result.status, 1) << "true, and the change remains in memory";
     EXPECT_FALSE(Exists()) << "the object counts as written";
 }
 
@@ -525,14 +506,14 @@ TEST_F(IniFile, AFileThatIsNotTextToItsEndKeepsItsLines)
     }
 }
 
-TEST_F(IniFile, AFileThatMayBeWrittenButNotReadKeepsItsLines)
+TEST_F(IniFile, AFileThatIsWritableButNotReadableKeepsItsLines)
 {
     Write("[A]\nk=1\n");
     std::filesystem::permissions(directory_.Path(), std::filesystem::perms(0755));
     std::filesystem::permissions(name_, std::filesystem::perms(0222));
     constexpr int kSkipped = 2;
     const ChildResult result = RunInChild([&] {
-        constexpr uid_t kNobody = 65534; // the superuser may read anything
+        constexpr uid_t kNobody = 65534; // the superuser can read any file
         if (::geteuid() == 0 && ::seteuid(kNobody) != 0) {
             return kSkipped;
         }
@@ -594,7 +575,7 @@ private:
     mutable int encoded_ = 0;
 };
 
-TEST_F(IniFile, AnEncodingThatFailsOnlyWhileTheFileIsWrittenThrowsNothing)
+TEST_F(IniFile, AnEncodingThatFailsDuringTheWriteThrowsNothing)
 {
     const ChildResult result = RunInChild([&] {
         std::locale::global(std::locale(std::locale(), new ForgetfulEncoding));
@@ -620,7 +601,7 @@ protected:
     }
 };
 
-TEST_F(IniFile, AnEncodingThatGetsNowhereLeavesTheFileAsItIs)
+TEST_F(IniFile, AnEncodingThatMakesNoProgressDoesNotChangeTheFile)
 {
     Write("[A]\nk=1\n");
     const ChildResult result = RunInChild([&] {
@@ -631,27 +612,25 @@ TEST_F(IniFile, AnEncodingThatGetsNowhereLeavesTheFileAsItIs)
     EXPECT_EQ(Read(), "[A]\nk=1\n");
 }
 
-TEST_F(IniFile, ContentLeavesOutTheBlankOfActiveRecords)
+TEST_F(IniFile, ContentOmitsTheBlankOfActiveRecords)
 {
     EXPECT_EQ(ContentOf("# c\n[A]\n;k=1\nl=2\n"), L"# c\n[A]\n;k=1\nl=2\n");
     EXPECT_EQ(SavedFrom("# c\n[A]\n;k=1\nl=2\n"), "# c\n [A]\n;k=1\n l=2\n");
 }
 
-TEST_F(IniFile, SortLeavesTheOrder)
+TEST_F(IniFile, SortKeepsTheOrder)
 {
-    Write("[B]\nz=1\na=2\n[A]\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[B]\nz=1\na=2\n[A]\n");
     EXPECT_TRUE(file.Sort(true));
     EXPECT_TRUE(file.Sort(false));
     EXPECT_EQ(file.Content(), L"[B]\nz=1\na=2\n[A]\n");
 }
 
-// Looking up
+// ---- Lookups ----
 
 TEST_F(IniFile, LookupsAreExact)
 {
-    Write("[Section]\nKey=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[Section]\nKey=1\n");
     EXPECT_TRUE(file.SectionExists(L"Section"));
     EXPECT_FALSE(file.SectionExists(L"section"));
     EXPECT_FALSE(file.SectionExists(L"Sectio"));
@@ -666,26 +645,23 @@ TEST_F(IniFile, LookupsAreExact)
 
 TEST_F(IniFile, ASectionExistsByItsKeysAlone)
 {
-    Write("k=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("k=1\n");
     EXPECT_TRUE(file.SectionExists(L""));
     EXPECT_TRUE(file.GetSections().empty());
 }
 
-TEST_F(IniFile, TheFirstHitCounts)
+TEST_F(IniFile, TheFirstMatchIsUsed)
 {
-    Write("[A]\nk=1\nk=2\n[B]\n[A]\nk=3\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=1\nk=2\n[B]\n[A]\nk=3\n");
     EXPECT_EQ(file.GetString(L"k", L"A", L""), L"1");
     ASSERT_EQ(file.GetRecord(L"k", L"A").size(), 1U);
     EXPECT_EQ(file.GetRecord(L"k", L"A")[0].Value, L"1");
     EXPECT_TRUE(file.GetRecord(L"k", L"B").empty());
 }
 
-TEST_F(IniFile, GetSectionReturnsItsKeysWhereverTheyAre)
+TEST_F(IniFile, GetSectionReturnsAllItsKeys)
 {
-    Write("[A]\nk=1\n#l=2\n[B]\nm=3\n[A]\nn=4\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=1\n#l=2\n[B]\nm=3\n[A]\nn=4\n");
     const std::vector<Record> records = file.GetSection(L"A");
     ASSERT_EQ(records.size(), 3U);
     ExpectRecord(records[0], L"", L' ', L"A", L"k", L"1");
@@ -694,10 +670,9 @@ TEST_F(IniFile, GetSectionReturnsItsKeysWhereverTheyAre)
     EXPECT_TRUE(file.GetSection(L"C").empty());
 }
 
-TEST_F(IniFile, GetSectionNamesKeepsOrderAndRepeats)
+TEST_F(IniFile, GetSectionNamesKeepsOrderAndDuplicates)
 {
-    Write("[B]\nk=1\n#[A]\n[B]\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[B]\nk=1\n#[A]\n[B]\n");
     EXPECT_EQ(file.GetSectionNames(), (std::vector<std::wstring>{L"B", L"A", L"B"}));
     EXPECT_EQ(file.GetSections().size(), 3U);
     EXPECT_EQ(file.GetSections()[1].Commented, L'#');
@@ -705,44 +680,39 @@ TEST_F(IniFile, GetSectionNamesKeepsOrderAndRepeats)
 
 TEST_F(IniFile, GetStringPrefersAnEmptyValueToTheDefault)
 {
-    Write("[A]\nk=\n");
-    EXPECT_EQ(CZtIniFile(name_, false).GetString(L"k", L"A", L"default"), L"");
+    EXPECT_EQ(Load("[A]\nk=\n").GetString(L"k", L"A", L"default"), L"");
 }
 
 TEST_F(IniFile, GetLongLongReadsDigits)
 {
-    Write("[A]\nzero=0\nmax=18446744073709551615\nempty=\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nzero=0\nmax=18446744073709551615\nempty=\n");
     EXPECT_EQ(file.GetLongLong(L"zero", L"A", 7), 0U);
     EXPECT_EQ(file.GetLongLong(L"max", L"A", 7), std::numeric_limits<unsigned long long>::max());
     EXPECT_EQ(file.GetLongLong(L"absent", L"A", 7), 7U);
     EXPECT_EQ(file.GetLongLong(L"empty", L"A", 7), 7U);
 }
 
-TEST_F(IniFile, GetLongLongRejectsNothing)
+TEST_F(IniFile, GetLongLongAcceptsAnyText)
 {
-    Write("[A]\na=12a\nminus=-5\nblank= 1\nover=18446744073709551616\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\na=12a\nminus=-5\nblank= 1\nover=18446744073709551616\n");
     EXPECT_EQ(file.GetLongLong(L"a", L"A", 0), 169U);
     EXPECT_EQ(file.GetLongLong(L"minus", L"A", 0), 0ULL - 25) << "(45 - 48) * 10 + 5";
     EXPECT_EQ(file.GetLongLong(L"blank", L"A", 0), 0ULL - 159) << "(32 - 48) * 10 + 1";
     EXPECT_EQ(file.GetLongLong(L"over", L"A", 7), 0U);
 }
 
-// Changing
+// ---- Changes ----
 
 TEST_F(IniFile, SetStringReplacesTheValueInPlace)
 {
-    Write("[A]\n# c\n#k=1\nl=2\nk=3\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\n# c\n#k=1\nl=2\nk=3\n");
     EXPECT_TRUE(file.SetString(L"k", L"A", L"new"));
-    EXPECT_EQ(file.Content(), L"[A]\n# c\n#k=new\nl=2\nk=3\n") << "still commented out, and the first hit only";
+    EXPECT_EQ(file.Content(), L"[A]\n# c\n#k=new\nl=2\nk=3\n") << "still commented out, and the first match only";
 }
 
 TEST_F(IniFile, SetStringAddsNewKeysAtTheSectionsStart)
 {
-    Write("[B]\n[A]\nk=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[B]\n[A]\nk=1\n");
     EXPECT_TRUE(file.SetString(L"x", L"A", L"1"));
     EXPECT_TRUE(file.SetString(L"x", L"A", L"2"));
     EXPECT_TRUE(file.SetString(L"y", L"A", L"3"));
@@ -751,16 +721,14 @@ TEST_F(IniFile, SetStringAddsNewKeysAtTheSectionsStart)
 
 TEST_F(IniFile, SetStringInsertsBehindTheFirstRecordOfTheSection)
 {
-    Write("a=1\nb=2\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("a=1\nb=2\n");
     EXPECT_TRUE(file.SetString(L"c", L"", L"3"));
     EXPECT_EQ(file.Content(), L"a=1\nc=3\nb=2\n");
 }
 
 TEST_F(IniFile, SetStringAppendsANewSection)
 {
-    Write("[A]\nk=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=1\n");
     EXPECT_TRUE(file.SetString(L"x", L"B", L"1"));
     EXPECT_EQ(file.Content(), L"[A]\nk=1\n[B]\nx=1\n");
     ASSERT_EQ(file.GetSections().size(), 2U);
@@ -851,7 +819,7 @@ TEST_F(IniFile, OperationsThatFailDoNotSave)
     EXPECT_EQ(Read(), "other\n");
 }
 
-/// One change of the file "[A]\n#k=1\n", and how the file then reads.
+/// A change of the file "[A]\n#k=1\n", and the resulting file.
 struct Change {
     const char* name;
     bool (*apply)(CZtIniFile& file);
@@ -865,7 +833,7 @@ void PrintTo(const Change& change, std::ostream* stream)
 
 class IniFileChange : public IniFile, public testing::WithParamInterface<Change> {};
 
-TEST_P(IniFileChange, IsWrittenAtOnceWithAutoSave)
+TEST_P(IniFileChange, IsWrittenImmediatelyWithAutoSave)
 {
     Write("[A]\n#k=1\n");
     CZtIniFile file(name_, true);
@@ -873,7 +841,7 @@ TEST_P(IniFileChange, IsWrittenAtOnceWithAutoSave)
     EXPECT_EQ(Read(), GetParam().result);
 }
 
-TEST_P(IniFileChange, IsLeftToTheDestructorWithoutAutoSave)
+TEST_P(IniFileChange, IsWrittenByTheDestructorWithoutAutoSave)
 {
     Write("[A]\n#k=1\n");
     {
@@ -907,18 +875,16 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(IniFile, UnCommentRecordWritesWithoutAutoSave)
 {
-    Write("[A]\n#k=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\n#k=1\n");
     EXPECT_TRUE(file.CommentRecord(CZtIniFile::keCommentCharSemicolon, L"k", L"A"));
     EXPECT_EQ(Read(), "[A]\n#k=1\n");
     EXPECT_TRUE(file.UnCommentRecord(L"k", L"A"));
     EXPECT_EQ(Read(), " [A]\n k=1\n");
 }
 
-TEST_F(IniFile, RenameSectionMovesAllItsRecords)
+TEST_F(IniFile, RenameSectionRenamesAllItsRecords)
 {
-    Write("[A]\nk=1\n[B]\n[A]\n#l=2\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=1\n[B]\n[A]\n#l=2\n");
     EXPECT_TRUE(file.RenameSection(L"A", L"C"));
     EXPECT_EQ(file.Content(), L"[C]\nk=1\n[B]\n[C]\n#l=2\n");
     EXPECT_EQ(file.GetSection(L"C").size(), 2U);
@@ -929,8 +895,7 @@ TEST_F(IniFile, RenameSectionMovesAllItsRecords)
 
 TEST_F(IniFile, DeleteRecordDeletesTheFirstMatchWithItsComments)
 {
-    Write("[A]\n# c\nk=1\nk=2\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\n# c\nk=1\nk=2\n");
     EXPECT_TRUE(file.DeleteRecord(L"k", L"A"));
     EXPECT_EQ(file.Content(), L"[A]\nk=2\n");
     EXPECT_TRUE(file.DeleteRecord(L"k", L"A"));
@@ -938,10 +903,9 @@ TEST_F(IniFile, DeleteRecordDeletesTheFirstMatchWithItsComments)
     EXPECT_TRUE(file.SectionExists(L"A"));
 }
 
-TEST_F(IniFile, CommentingARecordTouchesTheFirstHitOnly)
+TEST_F(IniFile, CommentingARecordChangesTheFirstMatchOnly)
 {
-    Write("[A]\nk=1\nk=2\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=1\nk=2\n");
     EXPECT_TRUE(file.CommentRecord(CZtIniFile::keCommentCharPound, L"k", L"A"));
     EXPECT_EQ(file.Content(), L"[A]\n#k=1\nk=2\n");
     EXPECT_TRUE(file.CommentRecord(CZtIniFile::keCommentCharSemicolon, L"k", L"A"));
@@ -950,10 +914,9 @@ TEST_F(IniFile, CommentingARecordTouchesTheFirstHitOnly)
     EXPECT_EQ(file.Content(), L"[A]\nk=1\nk=2\n");
 }
 
-TEST_F(IniFile, CommentingASectionTouchesItsHeaderAndKeys)
+TEST_F(IniFile, CommentingASectionChangesItsHeaderAndKeys)
 {
-    Write("[A]\nk=1\n[B]\nl=2\n[A]\n#m=3\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\nk=1\n[B]\nl=2\n[A]\n#m=3\n");
     EXPECT_TRUE(file.CommentSection(L';', L"A"));
     EXPECT_EQ(file.Content(), L";[A]\n;k=1\n[B]\nl=2\n;[A]\n;m=3\n");
     EXPECT_TRUE(file.UnCommentSection(L"A"));
@@ -962,13 +925,12 @@ TEST_F(IniFile, CommentingASectionTouchesItsHeaderAndKeys)
 
 TEST_F(IniFile, CommentSectionAcceptsAnyCharacter)
 {
-    Write("[A]\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("[A]\n");
     EXPECT_TRUE(file.CommentSection(L'!', L"A"));
     EXPECT_EQ(file.Content(), L"![A]\n");
 }
 
-TEST_F(IniFile, CommentsGetANewlineEvenIfTheyHaveOne)
+TEST_F(IniFile, CommentsGetANewlineEvenIfTheyEndWithOne)
 {
     Write("[A]\nk=1\n");
     CZtIniFile file(name_, true);
@@ -984,10 +946,9 @@ TEST_F(IniFile, CommentsGetANewlineEvenIfTheyHaveOne)
     EXPECT_EQ(file.GetSections().at(0).Comments, L"##\n");
 }
 
-TEST_F(IniFile, CommentsOfOneCharacterOrNoneAreTakenAsTheyStand)
+TEST_F(IniFile, CommentsOfOneCharacterOrNoneAreNotChanged)
 {
-    Write("# c\n[A]\n# d\nk=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("# c\n[A]\n# d\nk=1\n");
     EXPECT_TRUE(file.SetSectionComments(L"#", L"A"));
     EXPECT_EQ(file.GetSections().at(0).Comments, L"#");
     EXPECT_TRUE(file.SetRecordComments(L"", L"k", L"A"));
@@ -996,18 +957,16 @@ TEST_F(IniFile, CommentsOfOneCharacterOrNoneAreTakenAsTheyStand)
     EXPECT_EQ(file.GetSections().at(0).Comments, L"\n");
 }
 
-TEST_F(IniFile, SectionCommentsNeedAHeader)
+TEST_F(IniFile, SectionCommentsRequireAHeader)
 {
-    Write("k=1\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("k=1\n");
     EXPECT_TRUE(file.SectionExists(L""));
     EXPECT_FALSE(file.SetSectionComments(L"# c", L""));
 }
 
-TEST_F(IniFile, SectionCommentsGoToTheHeaderAndNotToAKeyBeforeIt)
+TEST_F(IniFile, SectionCommentsAreSetOnTheHeaderNotOnAKeyBeforeIt)
 {
-    Write("k=1\nplain\n");
-    CZtIniFile file(name_, false);
+    CZtIniFile file = Load("k=1\nplain\n");
     EXPECT_TRUE(file.SetSectionComments(L"# c", L""));
     EXPECT_EQ(file.Content(), L"k=1\n# c\n[]\n");
 }

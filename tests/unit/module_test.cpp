@@ -92,7 +92,7 @@ TEST_P(ModuleClassObject, RejectsOtherInterfacesAndClasses)
     EXPECT_EQ(g_i32Objects, objects);
 }
 
-TEST(Module, StaysWhileAFactoryLives)
+TEST(Module, CannotUnloadWhileAFactoryExists)
 {
     EXPECT_EQ(DllCanUnloadNow(), 0);
     void* factory = nullptr;
@@ -102,7 +102,7 @@ TEST(Module, StaysWhileAFactoryLives)
     EXPECT_EQ(DllCanUnloadNow(), 0);
 }
 
-TEST(Module, StaysWhileALockIsInForce)
+TEST(Module, CannotUnloadWhileItIsLocked)
 {
     void* result = nullptr;
     ASSERT_EQ(DllGetClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &result), 0);
@@ -112,12 +112,12 @@ TEST(Module, StaysWhileALockIsInForce)
 
     ASSERT_EQ(DllGetClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &result), 0);
     EXPECT_EQ(static_cast<IClassFactory*>(result)->LockServer(0), 0);
-    EXPECT_EQ(DllCanUnloadNow(), 1) << "the factory is alive";
+    EXPECT_EQ(DllCanUnloadNow(), 1) << "the factory exists";
     static_cast<IClassFactory*>(result)->Release();
     EXPECT_EQ(DllCanUnloadNow(), 0);
 }
 
-TEST(Module, StaysWhileAnObjectLives)
+TEST(Module, CannotUnloadWhileAnObjectExists)
 {
     auto* object = new CZtLightUnknown(L"object", nullptr);
     EXPECT_EQ(DllCanUnloadNow(), 1);
@@ -139,7 +139,7 @@ TEST(GuidText, HasThreeHyphensAndUppercaseDigits)
               L"{FFFFFFFF-FFFF-FFFF-FFFFFFFFFFFFFFFF}");
 }
 
-TEST(GuidText, FillsWithZerosOnTheLeft)
+TEST(GuidText, PadsWithZerosOnTheLeft)
 {
     EXPECT_EQ(ztGuidToString({}), L"{00000000-0000-0000-0000000000000000}");
     EXPECT_EQ(ztGuidToString({0x1, 0x2A, 0x3, {0, 1, 2, 3, 4, 0xA, 0xB, 0xC}}),
@@ -158,7 +158,7 @@ TEST(Guid, IsComparedByItsSixteenBytes)
     }
 }
 
-TEST(VersionInfo, HoldsRevisionReleaseAndBuild)
+TEST(VersionInfo, HasRevisionReleaseAndBuild)
 {
     ASSERT_EQ(sizeof(g_achVersionInfo), 181U);
     const auto* bytes = reinterpret_cast<const char*>(&g_achVersionInfo);

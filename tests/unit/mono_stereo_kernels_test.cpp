@@ -71,29 +71,40 @@ Bytes ChannelOf(const Bytes& stereo, std::size_t channel, std::size_t frames, st
     return mono;
 }
 
+class MonoStereoTest : public testing::Test {
+protected:
+    CZtaConvertMonoToStereo interleaver_;
+    CZtaConvertStereoToMono deinterleaver_;
+};
+
+using MonoStereoTables = MonoStereoTest;
+using MonoToStereoKernels = MonoStereoTest;
+using StereoToMonoKernels = MonoStereoTest;
+using ConvertMonoToStereo = MonoStereoTest;
+using ConvertStereoToMono = MonoStereoTest;
+using MonoStereoOperations = MonoStereoTest;
+
 // --- Tables ----------------------------------------------------------------------------------------------------------
 
-TEST(MonoStereoTables, HaveTheirTableEntriesInOrder)
+TEST_F(MonoStereoTables, HaveTheirTableEntriesInOrder)
 {
     ASSERT_EQ(std::size(kCases), 4u);
     ExpectTableEntries<CZtaConvertMonoToStereo>(kCases, &Case::mono, &Case::stereo);
     ExpectTableEntries<CZtaConvertStereoToMono>(kCases, &Case::stereo, &Case::mono);
 }
 
-TEST(MonoStereoTables, SuggestTheOtherFormatOfATableEntry)
+TEST_F(MonoStereoTables, SuggestTheOtherFormatOfATableEntry)
 {
-    CZtaConvertMonoToStereo interleaver;
-    CZtaConvertStereoToMono deinterleaver;
     SZtaWaveFormatInfo mono16 = k16.MonoFormat();
     SZtaWaveFormatInfo stereo24 = k24In32.StereoFormat();
     SZtaWaveFormatInfo in{};
     SZtaWaveFormatInfo out{};
-    EXPECT_EQ(interleaver.SuggestFormat(&mono16, &stereo24, &in, &out), 0); // keeps the output
+    EXPECT_EQ(interleaver_.SuggestFormat(&mono16, &stereo24, &in, &out), 0); // keeps the output
     EXPECT_EQ(in.ulBitsPerSample, 32u);
     EXPECT_EQ(in.ulChannels, 1u);
     EXPECT_EQ(out.ulBitsPerSample, 32u);
     EXPECT_EQ(out.ulChannels, 2u);
-    EXPECT_EQ(deinterleaver.SuggestFormat(&stereo24, &mono16, &in, &out), 0);
+    EXPECT_EQ(deinterleaver_.SuggestFormat(&stereo24, &mono16, &in, &out), 0);
     EXPECT_EQ(in.ulBitsPerSample, 16u);
     EXPECT_EQ(in.ulChannels, 2u);
     EXPECT_EQ(out.ulBitsPerSample, 16u);
@@ -102,69 +113,64 @@ TEST(MonoStereoTables, SuggestTheOtherFormatOfATableEntry)
 
 // --- The kernels that interleave -------------------------------------------------------------------------------------
 
-TEST(MonoToStereoKernels, InterleaveAnyCountOfFramesAndWriteNothingElse)
+TEST_F(MonoToStereoKernels, InterleaveAnyCountOfFramesAndWriteNothingElse)
 {
-    CZtaConvertMonoToStereo interleaver;
     for (const Case& c : kCases) {
         for (std::size_t frames = c.bytes == 3 ? 1 : 0; frames <= 300; ++frames) {
             Bytes left = RandomBytes(frames * c.bytes + 1);
             Bytes right = RandomBytes(frames * c.bytes + 1);
             Bytes stereo((frames + 9) * 2 * c.bytes, kPoison);
-            ASSERT_EQ((interleaver.*c.interleave)(frames, left.data(), right.data(), stereo.data()), 0);
+            ASSERT_EQ((interleaver_.*c.interleave)(frames, left.data(), right.data(), stereo.data()), 0);
             ASSERT_EQ(stereo, BeforePoison(Interleaved(left, right, frames, c.bytes), stereo.size()))
                 << c.mono << ": " << frames;
         }
     }
 }
 
-TEST(MonoToStereoKernels, ReadANullInputAsSilence)
+TEST_F(MonoToStereoKernels, ReadANullInputAsSilence)
 {
-    CZtaConvertMonoToStereo interleaver;
     for (const Case& c : kCases) {
         for (std::size_t frames : {std::size_t{1}, std::size_t{7}, std::size_t{100}}) {
             Bytes mono = RandomBytes(frames * c.bytes);
             Bytes stereo(frames * 2 * c.bytes, kPoison);
-            EXPECT_EQ((interleaver.*c.interleave)(frames, mono.data(), nullptr, stereo.data()), 0);
+            EXPECT_EQ((interleaver_.*c.interleave)(frames, mono.data(), nullptr, stereo.data()), 0);
             EXPECT_EQ(stereo, Interleaved(mono, {}, frames, c.bytes));
-            EXPECT_EQ((interleaver.*c.interleave)(frames, nullptr, mono.data(), stereo.data()), 0);
+            EXPECT_EQ((interleaver_.*c.interleave)(frames, nullptr, mono.data(), stereo.data()), 0);
             EXPECT_EQ(stereo, Interleaved({}, mono, frames, c.bytes));
-            EXPECT_EQ((interleaver.*c.interleave)(frames, nullptr, nullptr, stereo.data()), 0);
+            EXPECT_EQ((interleaver_.*c.interleave)(frames, nullptr, nullptr, stereo.data()), 0);
             EXPECT_EQ(stereo, Bytes(stereo.size()));
         }
     }
 }
 
-TEST(MonoToStereoKernels, KeepTheByteOrderOf24In24)
+TEST_F(MonoToStereoKernels, KeepTheByteOrderOf24In24)
 {
-    CZtaConvertMonoToStereo interleaver;
     Bytes left = {1, 2, 3};
     Bytes stereo(6, kPoison);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo24in24(1, left.data(), nullptr, stereo.data()), 0);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(1, left.data(), nullptr, stereo.data()), 0);
     EXPECT_EQ(stereo, (Bytes{1, 2, 3, 0, 0, 0}));
 }
 
-TEST(MonoToStereoKernels, DoNothingWithoutFramesExceptFor24In24)
+TEST_F(MonoToStereoKernels, DoNothingWithoutFramesExceptFor24In24)
 {
-    CZtaConvertMonoToStereo interleaver;
     Bytes mono(8);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo16(0, mono.data(), mono.data(), nullptr), 0);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo24in32(0, mono.data(), mono.data(), nullptr), 0);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo24in24(0, mono.data(), mono.data(), nullptr), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo24in24(2, mono.data(), mono.data(), nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo24in24(2, nullptr, nullptr, nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo16(0, mono.data(), mono.data(), nullptr), 0);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in32(0, mono.data(), mono.data(), nullptr), 0);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(0, mono.data(), mono.data(), nullptr), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(2, mono.data(), mono.data(), nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(2, nullptr, nullptr, nullptr), ZT_E_INVALID_POINTER);
 }
 
 // --- The kernels that deinterleave -----------------------------------------------------------------------------------
 
-TEST(StereoToMonoKernels, DeinterleaveAnyCountOfFramesAndWriteNothingElse)
+TEST_F(StereoToMonoKernels, DeinterleaveAnyCountOfFramesAndWriteNothingElse)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : kCases) {
         for (std::size_t frames = c.bytes == 3 ? 1 : 0; frames <= 300; ++frames) {
             Bytes stereo = RandomBytes(frames * 2 * c.bytes + 1);
             Bytes left((frames + 17) * c.bytes, kPoison);
             Bytes right((frames + 17) * c.bytes, kPoison);
-            ASSERT_EQ((deinterleaver.*c.deinterleave)(frames, stereo.data(), left.data(), right.data()), 0);
+            ASSERT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), left.data(), right.data()), 0);
             ASSERT_EQ(left, BeforePoison(ChannelOf(stereo, 0, frames, c.bytes), left.size()))
                 << c.mono << ": " << frames;
             ASSERT_EQ(right, BeforePoison(ChannelOf(stereo, 1, frames, c.bytes), right.size()))
@@ -173,36 +179,33 @@ TEST(StereoToMonoKernels, DeinterleaveAnyCountOfFramesAndWriteNothingElse)
     }
 }
 
-TEST(StereoToMonoKernels, DropANullOutput)
+TEST_F(StereoToMonoKernels, DropANullOutput)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : {k16, k24In32}) {
         for (std::size_t frames : {std::size_t{1}, std::size_t{7}, std::size_t{100}}) {
             Bytes stereo = RandomBytes(frames * 2 * c.bytes);
             Bytes mono(frames * c.bytes, kPoison);
-            EXPECT_EQ((deinterleaver.*c.deinterleave)(frames, stereo.data(), nullptr, mono.data()), 0);
+            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), nullptr, mono.data()), 0);
             EXPECT_EQ(mono, ChannelOf(stereo, 1, frames, c.bytes));
-            EXPECT_EQ((deinterleaver.*c.deinterleave)(frames, stereo.data(), mono.data(), nullptr), 0);
+            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), mono.data(), nullptr), 0);
             EXPECT_EQ(mono, ChannelOf(stereo, 0, frames, c.bytes));
-            EXPECT_EQ((deinterleaver.*c.deinterleave)(frames, stereo.data(), nullptr, nullptr), 0);
+            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), nullptr, nullptr), 0);
         }
     }
 }
 
-TEST(StereoToMonoKernels, ReadNothingWithoutAnOutput)
+TEST_F(StereoToMonoKernels, ReadNothingWithoutAnOutput)
 {
-    CZtaConvertStereoToMono deinterleaver;
     const GuardedBuffer buffer(1);
     for (const Case& c : {k16, k24In32}) {
         for (const unsigned long frames : {1UL, 7UL, 100UL, 1UL << 40}) {
-            EXPECT_EQ((deinterleaver.*c.deinterleave)(frames, buffer.End(), nullptr, nullptr), 0);
+            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, buffer.End(), nullptr, nullptr), 0);
         }
     }
 }
 
-TEST(StereoToMonoKernels, DeinterleaveIntoTheirOwnMemory)
+TEST_F(StereoToMonoKernels, DeinterleaveIntoTheirOwnMemory)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : kCases) {
         for (std::size_t frames = 1; frames <= 400; ++frames) {
             for (const std::size_t shared : {0U, 1U}) {
@@ -211,7 +214,7 @@ TEST(StereoToMonoKernels, DeinterleaveIntoTheirOwnMemory)
                 Bytes other(frames * c.bytes);
                 void* outputs[] = {other.data(), other.data()};
                 outputs[shared] = memory.data();
-                ASSERT_EQ((deinterleaver.*c.deinterleave)(frames, memory.data(), outputs[0], outputs[1]), 0);
+                ASSERT_EQ((deinterleaver_.*c.deinterleave)(frames, memory.data(), outputs[0], outputs[1]), 0);
                 memory.resize(frames * c.bytes);
                 ASSERT_EQ(memory, ChannelOf(stereo, shared, frames, c.bytes)) << c.mono << ": " << frames;
                 ASSERT_EQ(other, ChannelOf(stereo, 1 - shared, frames, c.bytes)) << c.mono << ": " << frames;
@@ -220,14 +223,13 @@ TEST(StereoToMonoKernels, DeinterleaveIntoTheirOwnMemory)
     }
 }
 
-TEST(StereoToMonoKernels, WriteNothingWithoutAnInputExceptIn24In24)
+TEST_F(StereoToMonoKernels, WriteNothingWithoutAnInputExceptIn24In24)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : kCases) {
         for (unsigned long frames : {1ul, 31ul, 64ul}) {
             Bytes left((frames + 1) * c.bytes, kPoison);
             Bytes right = left;
-            EXPECT_EQ((deinterleaver.*c.deinterleave)(frames, nullptr, left.data(), right.data()), 0);
+            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, nullptr, left.data(), right.data()), 0);
             const std::uint8_t written = c.bytes == 3 ? std::uint8_t{0} : kPoison;
             EXPECT_EQ(left, BeforePoison(Bytes(frames * c.bytes, written), left.size()));
             EXPECT_EQ(right, left);
@@ -235,44 +237,41 @@ TEST(StereoToMonoKernels, WriteNothingWithoutAnInputExceptIn24In24)
     }
 }
 
-TEST(StereoToMonoKernels, DoNothingWithoutFramesExceptFor24In24)
+TEST_F(StereoToMonoKernels, DoNothingWithoutFramesExceptFor24In24)
 {
-    CZtaConvertStereoToMono deinterleaver;
     Bytes stereo(8, 1);
     Bytes left(8, kPoison);
     Bytes right(8, kPoison);
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono16(0, stereo.data(), left.data(), right.data()), 0);
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono24in32(0, stereo.data(), left.data(), right.data()), 0);
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono24in24(0, stereo.data(), left.data(), right.data()),
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono16(0, stereo.data(), left.data(), right.data()), 0);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in32(0, stereo.data(), left.data(), right.data()), 0);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(0, stereo.data(), left.data(), right.data()),
               ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(left, Bytes(8, kPoison));
     EXPECT_EQ(right, Bytes(8, kPoison));
 }
 
-TEST(StereoToMonoKernels, Of24In24ValidateFramesThenOutputs)
+TEST_F(StereoToMonoKernels, Of24In24ValidateFramesThenOutputs)
 {
-    CZtaConvertStereoToMono deinterleaver;
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono24in24(0, nullptr, nullptr, nullptr), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono24in24(1, nullptr, nullptr, nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(0, nullptr, nullptr, nullptr), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, nullptr, nullptr, nullptr), ZT_E_INVALID_POINTER);
     Bytes stereo = {1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono24in24(1, stereo.data(), nullptr, nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, stereo.data(), nullptr, nullptr), ZT_E_INVALID_POINTER);
     Bytes mono(3); // one missing output is not reported
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono24in24(1, stereo.data(), mono.data(), nullptr), 0);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, stereo.data(), mono.data(), nullptr), 0);
     EXPECT_EQ(mono, (Bytes{1, 2, 3}));
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono24in24(1, stereo.data(), nullptr, mono.data()), 0);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, stereo.data(), nullptr, mono.data()), 0);
     EXPECT_EQ(mono, (Bytes{4, 5, 6}));
 }
 
 // --- The operation that interleaves ----------------------------------------------------------------------------------
 
-TEST(ConvertMonoToStereo, InterleavesEachPairOfItsTableAndSetsTheOutputsLength)
+TEST_F(ConvertMonoToStereo, InterleavesEachPairOfItsTableAndSetsTheOutputsLength)
 {
-    CZtaConvertMonoToStereo interleaver;
     for (const Case& c : kCases) {
         FakeAudioSamples left = RandomSamples(c.MonoFormat(), 11, 12);
         FakeAudioSamples right = RandomSamples(c.MonoFormat(), 11, 20);
         FakeAudioSamples stereo(c.StereoFormat(), 2, 11);
-        EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &stereo), 0);
+        EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), 0);
         EXPECT_EQ(stereo.data, Interleaved(left.data, right.data, 11, c.bytes)) << c.mono;
         EXPECT_EQ(stereo.lengthsSet, Lengths{11 * 2 * c.bytes});
         EXPECT_EQ(left.calls, kQueryCalls);
@@ -284,72 +283,67 @@ TEST(ConvertMonoToStereo, InterleavesEachPairOfItsTableAndSetsTheOutputsLength)
     }
 }
 
-TEST(ConvertMonoToStereo, RejectsInputsThatDifferBeforeTheOutput)
+TEST_F(ConvertMonoToStereo, RejectsInputsThatDifferBeforeTheOutput)
 {
-    CZtaConvertMonoToStereo interleaver;
     FakeAudioSamples left = RandomSamples(kCases[0].MonoFormat(), 4, 4);
     FakeAudioSamples slower = RandomSamples(kCases[1].MonoFormat(), 5, 5);
     FakeAudioSamples longer = RandomSamples(kCases[0].MonoFormat(), 5, 5);
     FakeAudioSamples stereo(k16.StereoFormat(), 0, 2);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &slower, &stereo),
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &slower, &stereo),
               ZT_E_BUFFER_FORMAT_MISMATCH); // the lengths differ, too
-    EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &longer, &stereo), ZT_E_BUFFER_SIZE_MISMATCH);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo(&longer, &left, &stereo), ZT_E_BUFFER_SIZE_MISMATCH);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &longer, &stereo), ZT_E_BUFFER_SIZE_MISMATCH);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&longer, &left, &stereo), ZT_E_BUFFER_SIZE_MISMATCH);
     EXPECT_TRUE(stereo.calls.empty());
 }
 
-TEST(ConvertMonoToStereo, ValidatesTheCapacityBeforeThePair)
+TEST_F(ConvertMonoToStereo, ValidatesTheCapacityBeforeThePair)
 {
-    CZtaConvertMonoToStereo interleaver;
     FakeAudioSamples left = RandomSamples(k16.MonoFormat(), 4, 4);
     FakeAudioSamples right = RandomSamples(k16.MonoFormat(), 4, 4);
     FakeAudioSamples tooSmall(k16.StereoFormat(), 0, 3);
     FakeAudioSamples tooSmallAndOther(k24In32.StereoFormat(), 0, 3);
     FakeAudioSamples other(k24In32.StereoFormat(), 0, 4);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &tooSmall), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &tooSmallAndOther), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &other), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &tooSmall), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &tooSmallAndOther), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &other), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     for (const FakeAudioSamples* stereo : {&tooSmall, &tooSmallAndOther, &other}) {
         EXPECT_EQ(stereo->data, Bytes(stereo->data.size()));
         EXPECT_TRUE(stereo->lengthsSet.empty());
     }
 }
 
-TEST(ConvertMonoToStereo, SetsTheLengthToZeroForEmptyInputs)
+TEST_F(ConvertMonoToStereo, SetsTheLengthToZeroForEmptyInputs)
 {
-    CZtaConvertMonoToStereo interleaver;
     for (const Case& c : kCases) { // also 24-in-24, whose kernel would fail
         FakeAudioSamples left = RandomSamples(c.MonoFormat(), 0, 4);
         FakeAudioSamples right = RandomSamples(c.MonoFormat(), 0, 4);
         FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 4, 4);
         const Bytes before = stereo.data;
-        EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &stereo), 0);
+        EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), 0);
         EXPECT_EQ(stereo.lengthsSet, Lengths{0});
         EXPECT_EQ(stereo.data, before);
     }
 }
 
-TEST(ConvertMonoToStereo, ReturnsTheFailureOfAKernelWithoutSettingTheLength)
+TEST_F(ConvertMonoToStereo, ReturnsTheFailureOfAKernelWithoutSettingTheLength)
 {
-    CZtaConvertMonoToStereo interleaver;
     FakeAudioSamples left = RandomSamples(k24In24.MonoFormat(), 4, 4);
     FakeAudioSamples right = RandomSamples(k24In24.MonoFormat(), 4, 4);
     FakeAudioSamples stereo(k24In24.StereoFormat(), 0, 4);
     stereo.data = Bytes(); // the host's buffer has no memory
-    EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &stereo), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), ZT_E_INVALID_POINTER);
     EXPECT_TRUE(stereo.lengthsSet.empty());
 }
 
 // --- The operation that deinterleaves --------------------------------------------------------------------------------
 
-TEST(ConvertStereoToMono, DeinterleavesEachPairOfItsTableAndSetsTheOutputsLengths)
+TEST_F(ConvertStereoToMono, DeinterleavesEachPairOfItsTableAndSetsTheOutputsLengths)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : kCases) {
         FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 11, 12);
         FakeAudioSamples left(c.MonoFormat(), 2, 11);
         FakeAudioSamples right(c.MonoFormat(), 0, 11);
-        EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), 0);
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), 0);
         EXPECT_EQ(left.data, ChannelOf(stereo.data, 0, 11, c.bytes)) << c.mono;
         EXPECT_EQ(right.data, ChannelOf(stereo.data, 1, 11, c.bytes)) << c.mono;
         EXPECT_EQ(left.lengthsSet, Lengths{11 * c.bytes});
@@ -363,132 +357,123 @@ TEST(ConvertStereoToMono, DeinterleavesEachPairOfItsTableAndSetsTheOutputsLength
     }
 }
 
-TEST(ConvertStereoToMono, SetsTheRightLengthOnlyIfSettingTheLeftOneSucceeds)
+TEST_F(ConvertStereoToMono, SetsTheRightLengthOnlyIfSettingTheLeftOneSucceeds)
 {
-    CZtaConvertStereoToMono deinterleaver;
     FakeAudioSamples stereo = RandomSamples(k16.StereoFormat(), 4, 4);
     FakeAudioSamples left(k16.MonoFormat(), 0, 4);
     FakeAudioSamples right(k16.MonoFormat(), 0, 4);
     left.setLengthStatus = -5;
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), -5);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), -5);
     EXPECT_EQ(right.data, ChannelOf(stereo.data, 1, 4, 2));
     EXPECT_TRUE(right.lengthsSet.empty());
     left.setLengthStatus = 3;
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), 0);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), 0);
     EXPECT_EQ(right.lengthsSet, Lengths{8});
     for (int status : {-6, 4}) {
         right.setLengthStatus = status;
-        EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), status);
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), status);
     }
 }
 
-TEST(ConvertStereoToMono, RejectsOutputsThatDifferBeforeCapacities)
+TEST_F(ConvertStereoToMono, RejectsOutputsThatDifferBeforeCapacities)
 {
-    CZtaConvertStereoToMono deinterleaver;
     FakeAudioSamples stereo = RandomSamples(k16.StereoFormat(), 4, 4);
     FakeAudioSamples left(kCases[0].MonoFormat(), 0, 1);
     FakeAudioSamples right(kCases[1].MonoFormat(), 0, 1);
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), ZT_E_BUFFER_FORMAT_MISMATCH);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), ZT_E_BUFFER_FORMAT_MISMATCH);
     EXPECT_EQ(right.calls, kQueryCalls);
 }
 
-TEST(ConvertStereoToMono, RejectsCapacitiesOnlyIfBothAreTooSmall)
+TEST_F(ConvertStereoToMono, RejectsCapacitiesOnlyIfBothAreTooSmall)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : kCases) {
         FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 100, 100);
         FakeAudioSamples small(c.MonoFormat(), 0, 100);
         small.capacity = 10 * c.bytes; // the memory is larger
         FakeAudioSamples large(c.MonoFormat(), 0, 1000);
-        EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &small, &large), 0);
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &small, &large), 0);
         EXPECT_EQ(small.data, ChannelOf(stereo.data, 0, 100, c.bytes));
         EXPECT_EQ(small.length, 100 * c.bytes);
-        EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &large, &small), 0);
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &large, &small), 0);
         EXPECT_EQ(small.data, ChannelOf(stereo.data, 1, 100, c.bytes));
 
         FakeAudioSamples smaller(c.MonoFormat(), 0, 99);
         small.lengthsSet.clear();
-        EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &smaller, &small), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-        EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &small, &smaller), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &smaller, &small), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &small, &smaller), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         EXPECT_EQ(smaller.data, Bytes(99 * c.bytes));
         EXPECT_TRUE(smaller.lengthsSet.empty());
         EXPECT_TRUE(small.lengthsSet.empty());
     }
 }
 
-TEST(ConvertStereoToMono, ValidatesTheCapacitiesBeforeThePair)
+TEST_F(ConvertStereoToMono, ValidatesTheCapacitiesBeforeThePair)
 {
-    CZtaConvertStereoToMono deinterleaver;
     FakeAudioSamples stereo = RandomSamples(k16.StereoFormat(), 4, 4);
     FakeAudioSamples left(k24In32.MonoFormat(), 0, 3);
     FakeAudioSamples right(k24In32.MonoFormat(), 0, 3);
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
     left.capacity = 16;
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     EXPECT_TRUE(left.lengthsSet.empty());
 }
 
-TEST(ConvertStereoToMono, SetsTheLengthsToZeroForAnEmptyInput)
+TEST_F(ConvertStereoToMono, SetsTheLengthsToZeroForAnEmptyInput)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : kCases) {
         FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 0, 4);
         FakeAudioSamples left = RandomSamples(c.MonoFormat(), 4, 4);
         FakeAudioSamples right = RandomSamples(c.MonoFormat(), 4, 4);
         const Bytes before = left.data;
-        EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), 0);
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), 0);
         EXPECT_EQ(left.lengthsSet, Lengths{0});
         EXPECT_EQ(right.lengthsSet, Lengths{0});
         EXPECT_EQ(left.data, before);
     }
 }
 
-TEST(ConvertStereoToMono, ReturnsTheFailureOfAKernelWithoutSettingLengths)
+TEST_F(ConvertStereoToMono, ReturnsTheFailureOfAKernelWithoutSettingLengths)
 {
-    CZtaConvertStereoToMono deinterleaver;
     FakeAudioSamples stereo = RandomSamples(k24In24.StereoFormat(), 4, 4);
     FakeAudioSamples left(k24In24.MonoFormat(), 0, 4);
     FakeAudioSamples right(k24In24.MonoFormat(), 0, 4);
     left.data = Bytes();
     right.data = Bytes();
-    EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), ZT_E_INVALID_POINTER);
     EXPECT_TRUE(left.lengthsSet.empty());
     EXPECT_TRUE(right.lengthsSet.empty());
 }
 
-TEST(ConvertMonoToStereo, ReadsAnInputWithoutAPointerAsSilence)
+TEST_F(ConvertMonoToStereo, ReadsAnInputWithoutAPointerAsSilence)
 {
-    CZtaConvertMonoToStereo interleaver;
     for (const Case& c : kCases) {
         for (const bool leftIsNull : {true, false}) {
             FakeAudioSamples left = RandomSamples(c.MonoFormat(), 11, 11);
             FakeAudioSamples right = RandomSamples(c.MonoFormat(), 11, 11);
             FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 11, 11);
             (leftIsNull ? left : right).data = Bytes();
-            EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &stereo), 0) << c.mono;
+            EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), 0) << c.mono;
             EXPECT_EQ(stereo.data, Interleaved(left.data, right.data, 11, c.bytes)) << c.mono;
         }
     }
 }
 
-TEST(ConvertStereoToMono, DropsAnOutputWithoutAPointer)
+TEST_F(ConvertStereoToMono, DropsAnOutputWithoutAPointer)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : kCases) {
         for (const std::size_t dropped : {0U, 1U}) {
             FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 11, 11);
             FakeAudioSamples outputs[] = {RandomSamples(c.MonoFormat(), 11, 11), RandomSamples(c.MonoFormat(), 11, 11)};
             outputs[dropped].data = Bytes();
-            EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &outputs[0], &outputs[1]), 0) << c.stereo;
+            EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &outputs[0], &outputs[1]), 0) << c.stereo;
             EXPECT_EQ(outputs[1 - dropped].data, ChannelOf(stereo.data, 1 - dropped, 11, c.bytes)) << c.stereo;
             EXPECT_EQ(outputs[dropped].lengthsSet, Lengths{11 * c.bytes}) << c.stereo;
         }
     }
 }
 
-TEST(ConvertStereoToMono, WritesSilenceWithoutAnInputPointerOnlyIn24In24)
+TEST_F(ConvertStereoToMono, WritesSilenceWithoutAnInputPointerOnlyIn24In24)
 {
-    CZtaConvertStereoToMono deinterleaver;
     for (const Case& c : kCases) {
         FakeAudioSamples stereo(c.StereoFormat(), 11, 11);
         stereo.data = Bytes();
@@ -496,7 +481,7 @@ TEST(ConvertStereoToMono, WritesSilenceWithoutAnInputPointerOnlyIn24In24)
         FakeAudioSamples right = RandomSamples(c.MonoFormat(), 11, 11);
         const Bytes leftBefore = left.data;
         const Bytes rightBefore = right.data;
-        EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), 0) << c.stereo;
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), 0) << c.stereo;
         EXPECT_EQ(left.data, c.bytes == 3 ? Bytes(33) : leftBefore) << c.stereo;
         EXPECT_EQ(right.data, c.bytes == 3 ? Bytes(33) : rightBefore) << c.stereo;
         for (const FakeAudioSamples* output : {&left, &right}) {
@@ -505,10 +490,8 @@ TEST(ConvertStereoToMono, WritesSilenceWithoutAnInputPointerOnlyIn24In24)
     }
 }
 
-TEST(MonoStereoOperations, SupportSeveralThreadsOnOneObject)
+TEST_F(MonoStereoOperations, SupportSeveralThreadsOnOneObject)
 {
-    CZtaConvertMonoToStereo interleaver;
-    CZtaConvertStereoToMono deinterleaver;
     const auto work = [&](const Case& c, const Bytes& input, bool& isRight) {
         Bytes left(input.size() / 2);
         Bytes right(input.size() / 2);
@@ -517,8 +500,8 @@ TEST(MonoStereoOperations, SupportSeveralThreadsOnOneObject)
         for (int i = 0; i < 300; ++i) {
             Bytes source = input;
             isRight = isRight &&
-                      (deinterleaver.*c.deinterleave)(frames, source.data(), left.data(), right.data()) == 0 &&
-                      (interleaver.*c.interleave)(frames, left.data(), right.data(), stereo.data()) == 0 &&
+                      (deinterleaver_.*c.deinterleave)(frames, source.data(), left.data(), right.data()) == 0 &&
+                      (interleaver_.*c.interleave)(frames, left.data(), right.data(), stereo.data()) == 0 &&
                       stereo == input && left == ChannelOf(input, 0, frames, c.bytes);
         }
     };
@@ -537,10 +520,8 @@ TEST(MonoStereoOperations, SupportSeveralThreadsOnOneObject)
 }
 
 /// All formats in all combinations: only the pairs of the table are accepted.
-TEST(MonoStereoOperations, HaveNoTableEntryForOtherPairs)
+TEST_F(MonoStereoOperations, HaveNoTableEntryForOtherPairs)
 {
-    CZtaConvertMonoToStereo interleaver;
-    CZtaConvertStereoToMono deinterleaver;
     int accepted = 0;
     for (int one = 1; one <= 26; ++one) {
         for (int other = 1; other <= 26; ++other) {
@@ -551,8 +532,8 @@ TEST(MonoStereoOperations, HaveNoTableEntryForOtherPairs)
             FakeAudioSamples left = RandomSamples(FormatOfProperty(one), 3, 3);
             FakeAudioSamples right = RandomSamples(FormatOfProperty(one), 3, 3);
             FakeAudioSamples stereo = RandomSamples(FormatOfProperty(other), 3, 3);
-            EXPECT_EQ(interleaver.ConvertMonoToStereo(&left, &right, &stereo), expected) << one << " to " << other;
-            EXPECT_EQ(deinterleaver.ConvertStereoToMono(&stereo, &left, &right), expected) << other << " to " << one;
+            EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), expected) << one << " to " << other;
+            EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), expected) << other << " to " << one;
         }
     }
     EXPECT_EQ(accepted, 4);

@@ -87,7 +87,7 @@ TEST_F(Registration, RemovesItsLineAndKeepsTheSection)
     EXPECT_EQ(Read(), " [CLSID]\n");
 }
 
-TEST_F(Registration, HasAnotherNameForEachOfTheTwo)
+TEST_F(Registration, HasInternalNamesForBothFunctions)
 {
     Expect(Run([] { return ZtInternalRegisterAllServers(kModule); }), 0, kRegistered);
     EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
@@ -95,7 +95,7 @@ TEST_F(Registration, HasAnotherNameForEachOfTheTwo)
     EXPECT_EQ(Read(), " [CLSID]\n");
 }
 
-TEST_F(Registration, KeepsTheLinesOfOthers)
+TEST_F(Registration, KeepsOtherLines)
 {
     const std::string head = "# shared\n [CLSID]\n";
     const std::string others = " {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other.so\n"
@@ -120,7 +120,7 @@ TEST_F(Registration, TwiceKeepsOneLine)
     EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
 }
 
-TEST_F(Registration, LeavesAClassThatIsCommentedOutSo)
+TEST_F(Registration, KeepsACommentedOutClassCommentedOut)
 {
     Write(" [CLSID]\n#{45F20097-F519-4DCF-80D8CC0D06CBF259}=old\n");
     Expect(Run(Register), 0, kRegistered);
@@ -142,7 +142,7 @@ TEST_F(Registration, UnregisteringWithoutAFileSucceeds)
 
 TEST_F(Registration, ReportsAMissingVariableOnceAndFails)
 {
-    // The message is of bytes, so the stream then drops the line of progress.
+    // The message consists of bytes, so the stream drops the wide progress line.
     const int fail = static_cast<int>(0x80004005);
     Expect(RunWithout(Register), fail, kNoVariable);
     Expect(RunWithout(DllUnregisterServer), fail, kNoVariable);
@@ -150,7 +150,7 @@ TEST_F(Registration, ReportsAMissingVariableOnceAndFails)
     Expect(RunWithout([] { return ZtInternalUnregisterServer(kForeign); }), fail, kNoVariable);
 }
 
-TEST_F(Registration, PrintsItsProgressWhateverTheStatus)
+TEST_F(Registration, PrintsItsProgressForAnyStatus)
 {
     const auto wide = [](int (*function)()) {
         return [function] {
@@ -176,8 +176,8 @@ TEST_F(Registration, SucceedsIfTheFileCannotBeWritten)
     Expect(Run(Register), 0, directory_message + directory_message);
 }
 
-// A first registration makes standard output wide; messages of bytes would be lost from then on.
-TEST_F(Registration, PrintsTheMessageAlsoToAWideStream)
+// The first registration makes standard output wide; later messages of bytes would be lost.
+TEST_F(Registration, PrintsTheMessageToAWideStream)
 {
     const std::string missing = directory_.File("f\xC3\xBCnf");
     const auto message = [&](const char* letter) {
@@ -215,7 +215,7 @@ TEST_F(Registration, UnregisteringWritesOnceAndRegisteringTwiceIfTheFirstFails)
     ::close(sealed);
 }
 
-TEST_F(Registration, LosesNoLineToAPathThatTheLocaleCannotExpress)
+TEST_F(Registration, KeepsAllLinesForAPathThatTheLocaleCannotExpress)
 {
     const auto register_accented = [] { return DllRegisterServer(L"/opt/m\u00e9dias/libZtaAudioSamplesEngine.so"); };
     const std::string others = " {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other.so\n [Other]\n key=value\n";
@@ -231,7 +231,7 @@ TEST_F(Registration, LosesNoLineToAPathThatTheLocaleCannotExpress)
     EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
 }
 
-TEST_F(Registration, LosesNoLineOfAFileThatTheLocaleCannotRead)
+TEST_F(Registration, KeepsAllLinesOfAFileThatTheLocaleCannotRead)
 {
     const std::string text = std::string(" [CLSID]\n") + kLine +
                              " {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/m\xC3\xA9"
@@ -244,7 +244,7 @@ TEST_F(Registration, LosesNoLineOfAFileThatTheLocaleCannotRead)
     EXPECT_EQ(Read(), text);
 }
 
-TEST_F(Registration, RegistersAnyClassByItself)
+TEST_F(Registration, RegistersASingleClass)
 {
     Expect(Run([] { return ZtInternalRegisterServer(kForeign, nullptr, L"/opt/other.so"); }), 0, "");
     EXPECT_EQ(Read(), " [CLSID]\n {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other.so\n");
@@ -267,7 +267,7 @@ TEST_F(Registration, RejectsANullPathWithALogicError)
     EXPECT_EQ(Read(), "[CLSID]\n");
 }
 
-TEST_F(Registration, PassesOnAMalformedFile)
+TEST_F(Registration, PropagatesTheExceptionOfAMalformedFile)
 {
     Write("[CLSID\n");
     const ChildResult result = Run([] {
@@ -281,7 +281,7 @@ TEST_F(Registration, PassesOnAMalformedFile)
     EXPECT_EQ(Read(), "[CLSID\n");
 }
 
-TEST_F(Registration, FormsThePathFromTheVariable)
+TEST_F(Registration, BuildsThePathFromTheVariable)
 {
     const auto print_path = [] {
         std::string path(kMaxIniPath + 1, '?');

@@ -23,14 +23,14 @@ std::ostream& operator<<(std::ostream& out, const Classified& classified)
     return out << "status " << std::hex << classified.status << std::dec << " property " << classified.property;
 }
 
-constexpr Classified kRefused{static_cast<int>(0x8999803A), 0};
+constexpr Classified kRejected{static_cast<int>(0x8999803A), 0};
 
 Classified Accepted(std::uint32_t property)
 {
     return {0, property};
 }
 
-/// Asks the class, with an output that no answer leaves as it is.
+/// Calls the function with an output value that it never returns.
 Classified Classify(SZtaWaveFormatInfo format)
 {
     CZtaAudioProcessingUtil util;
@@ -49,7 +49,7 @@ Classified Model(std::uint32_t type, std::uint32_t container, std::uint32_t vali
                  std::uint32_t channels)
 {
     const auto property = models::Property(type, container, valid, rate, channels);
-    return property ? Accepted(*property) : kRefused;
+    return property ? Accepted(*property) : kRejected;
 }
 
 TEST(SampleFormat, NumbersThePropertiesFrom0To26)
@@ -85,7 +85,7 @@ TEST(SampleFormat, NumbersThePropertiesFrom0To26)
     EXPECT_EQ(keZtAudioSampleFormat24In24Mux64, 26u);
 }
 
-TEST(SampleFormat, HoldsOneCompleteFormatForEachProperty)
+TEST(SampleFormat, HasOneCompleteFormatForEachProperty)
 {
     // size, channels, type, rate, container, valid bits
     constexpr std::uint32_t kExpected[27][6] = {
@@ -103,15 +103,15 @@ TEST(SampleFormat, HoldsOneCompleteFormatForEachProperty)
     }
 }
 
-TEST(SampleFormat, GivesEachTableFormatItsOwnProperty)
+TEST(SampleFormat, ReturnsThePropertyOfEachFormatOfTheTable)
 {
-    EXPECT_EQ(Classify(g_asFormatOfProperty[0]), kRefused);
+    EXPECT_EQ(Classify(g_asFormatOfProperty[0]), kRejected);
     for (std::uint32_t property = 1; property < 27; ++property) {
         EXPECT_EQ(Classify(g_asFormatOfProperty[property]), Accepted(property));
     }
 }
 
-TEST(SampleFormat, ClassifiesEveryCombinationAsTheTableTells)
+TEST(SampleFormat, ClassifiesEveryCombinationLikeTheModel)
 {
     for (const std::uint32_t type : {0u, 1u, 2u, 3u, 4u, 5u, 9u}) {
         for (const std::uint32_t container : {0u, 8u, 16u, 20u, 24u, 32u, 64u}) {
@@ -132,8 +132,8 @@ TEST(SampleFormat, ClassifiesEveryCombinationAsTheTableTells)
 TEST(SampleFormat, RejectsChannelCountsFarBeyondTheTable)
 {
     for (const std::uint32_t channels : {128u, 256u, 0x10001u, 0x80000000u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(Classify(1, 16, 16, 48000, channels), kRefused) << channels;
-        EXPECT_EQ(Classify(1, 24, 24, 48000, channels), kRefused) << channels;
+        EXPECT_EQ(Classify(1, 16, 16, 48000, channels), kRejected) << channels;
+        EXPECT_EQ(Classify(1, 24, 24, 48000, channels), kRejected) << channels;
         EXPECT_EQ(Classify(1, 32, 24, 48000, channels), Accepted(15)) << channels;
     }
 }
@@ -150,24 +150,24 @@ TEST(SampleFormat, DoesNotReadTheRecordSizeNorWriteTheRecord)
     EXPECT_EQ(std::memcmp(&format, &before, sizeof format), 0);
 }
 
-// Outcomes that look wrong and are meant.
+// Results that look wrong but are required.
 
-TEST(SampleFormat, TakesPcm16In32MonoAndStereoFor16In16)
+TEST(SampleFormat, ClassifiesPcm16In32MonoAndStereoAs16In16)
 {
     EXPECT_EQ(Classify(1, 32, 16, 48000, 1), Accepted(1));
     EXPECT_EQ(Classify(1, 32, 16, 48000, 2), Accepted(2));
-    EXPECT_EQ(Classify(1, 32, 16, 48000, 4), kRefused);
+    EXPECT_EQ(Classify(1, 32, 16, 48000, 4), kRejected);
 }
 
-TEST(SampleFormat, TakesMultiFormat16In32MonoAndStereoFor16In16)
+TEST(SampleFormat, ClassifiesMultiFormat16In32MonoAndStereoAs16In16)
 {
     EXPECT_EQ(Classify(3, 32, 16, 48000, 1), Accepted(1));
     EXPECT_EQ(Classify(3, 32, 16, 48000, 2), Accepted(2));
-    EXPECT_EQ(Classify(3, 32, 16, 48000, 4), kRefused);
-    EXPECT_EQ(Classify(3, 16, 16, 48000, 2), kRefused);
+    EXPECT_EQ(Classify(3, 32, 16, 48000, 4), kRejected);
+    EXPECT_EQ(Classify(3, 16, 16, 48000, 2), kRejected);
 }
 
-TEST(SampleFormat, TakesMultiFormat24In32ForPcm)
+TEST(SampleFormat, ClassifiesMultiFormat24In32AsPcm)
 {
     EXPECT_EQ(Classify(3, 32, 24, 48000, 1), Accepted(8));
     EXPECT_EQ(Classify(3, 32, 24, 48000, 64), Accepted(14));
@@ -176,33 +176,33 @@ TEST(SampleFormat, TakesMultiFormat24In32ForPcm)
 
 TEST(SampleFormat, RejectsPcm16In32At44100)
 {
-    EXPECT_EQ(Classify(1, 32, 16, 44100, 1), kRefused);
-    EXPECT_EQ(Classify(1, 32, 16, 44100, 2), kRefused);
+    EXPECT_EQ(Classify(1, 32, 16, 44100, 1), kRejected);
+    EXPECT_EQ(Classify(1, 32, 16, 44100, 2), kRejected);
 }
 
-TEST(SampleFormat, Takes20ValidBitsFor24InMonoAndStereoAt48000Only)
+TEST(SampleFormat, Classifies20ValidBitsAs24InMonoAndStereoAt48000Only)
 {
     EXPECT_EQ(Classify(1, 32, 20, 48000, 1), Accepted(8));
     EXPECT_EQ(Classify(1, 32, 20, 48000, 2), Accepted(9));
-    EXPECT_EQ(Classify(1, 32, 20, 48000, 4), kRefused);
-    EXPECT_EQ(Classify(1, 32, 20, 44100, 2), kRefused);
-    EXPECT_EQ(Classify(3, 32, 20, 48000, 2), kRefused);
+    EXPECT_EQ(Classify(1, 32, 20, 48000, 4), kRejected);
+    EXPECT_EQ(Classify(1, 32, 20, 44100, 2), kRejected);
+    EXPECT_EQ(Classify(3, 32, 20, 48000, 2), kRejected);
 }
 
-TEST(SampleFormat, TakesAnyWordOf32BitsWith24ValidOnesForOther)
+TEST(SampleFormat, ClassifiesOtherContainersOf32BitsWith24ValidBitsAsOther)
 {
     EXPECT_EQ(Classify(2, 32, 24, 44100, 6), Accepted(15));
     EXPECT_EQ(Classify(2, 32, 24, 48000, 2), Accepted(15));
     EXPECT_EQ(Classify(9, 32, 24, 48000, 2), Accepted(15));
-    EXPECT_EQ(Classify(9, 16, 24, 48000, 2), kRefused);
+    EXPECT_EQ(Classify(9, 16, 24, 48000, 2), kRejected);
     EXPECT_EQ(Classify(4, 32, 24, 48000, 1), Accepted(15));
     EXPECT_EQ(Classify(1, 32, 24, 96000, 2), Accepted(15));
 }
 
 TEST(SampleFormat, RejectsPacked24BitsAt44100)
 {
-    EXPECT_EQ(Classify(1, 24, 24, 44100, 1), kRefused);
-    EXPECT_EQ(Classify(1, 24, 24, 44100, 2), kRefused);
+    EXPECT_EQ(Classify(1, 24, 24, 44100, 1), kRejected);
+    EXPECT_EQ(Classify(1, 24, 24, 44100, 2), kRejected);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The choice of the module's sample loops by its exported functions.
+// The selection of the module's sample loops by its exported functions.
 
 #include "kernels/bit_depth.h"
 #include "kernels/loops/loops.h"
@@ -16,7 +16,7 @@
 
 namespace {
 
-/// The module's loops and those of this program are two copies of the same lists; they have the same names.
+/// The module and this program contain separate copies of the loops, with the same names.
 class SampleLoops : public testing::Test {
 protected:
     void TearDown() override { ztSelectSampleLoops(nullptr); }
@@ -25,7 +25,7 @@ protected:
     std::string preferred_ = ZtaBestLoops(features_).pszName;
 };
 
-TEST_F(SampleLoops, AreTheWidestOfTheProcessorUnlessOthersAreSelected)
+TEST_F(SampleLoops, AreTheBestForTheCpuUnlessOthersAreSelected)
 {
     EXPECT_EQ(ztGetSampleLoops(), preferred_);
     EXPECT_EQ(ztSelectSampleLoops("scalar"), ZT_NOERROR);
@@ -34,18 +34,18 @@ TEST_F(SampleLoops, AreTheWidestOfTheProcessorUnlessOthersAreSelected)
     EXPECT_EQ(ztGetSampleLoops(), preferred_);
 }
 
-TEST_F(SampleLoops, CanBeAnyThatTheProcessorRuns)
+TEST_F(SampleLoops, CanBeAnyVariantThatTheCpuSupports)
 {
-    for (const SZtaLoopVariant& target : kLoopVariants) {
+    for (const SZtaLoopVariant& variant : kLoopVariants) {
         ASSERT_EQ(ztSelectSampleLoops("scalar"), ZT_NOERROR);
-        const bool runs = target.IsSupported(features_);
-        const char* name = target.psLoops->pszName;
-        EXPECT_EQ(ztSelectSampleLoops(name), runs ? ZT_NOERROR : ZT_E_INVALID_PARAMETER) << name;
-        EXPECT_STREQ(ztGetSampleLoops(), runs ? name : "scalar");
+        const bool isSupported = variant.IsSupported(features_);
+        const char* name = variant.psLoops->pszName;
+        EXPECT_EQ(ztSelectSampleLoops(name), isSupported ? ZT_NOERROR : ZT_E_INVALID_PARAMETER) << name;
+        EXPECT_STREQ(ztGetSampleLoops(), isSupported ? name : "scalar");
     }
 }
 
-TEST_F(SampleLoops, StayWhereTheNameIsUnknown)
+TEST_F(SampleLoops, AreKeptIfTheNameIsUnknown)
 {
     ASSERT_EQ(ztSelectSampleLoops("scalar"), ZT_NOERROR);
     for (const char* name : {"", "avx", "avx5120", "Scalar", "scalar ", "Plain", "plain "}) {
@@ -60,7 +60,7 @@ TEST_F(SampleLoops, AcceptTheFormerNameOfTheScalarVariant)
     EXPECT_STREQ(ztGetSampleLoops(), "scalar");
 }
 
-TEST_F(SampleLoops, GiveTheSameSamplesAndMayChangeWhileAnOperationRuns)
+TEST_F(SampleLoops, ReturnTheSameSamplesAndCanChangeDuringAnOperation)
 {
     constexpr unsigned long kFrames = 20'011;
     std::vector<std::int16_t> input(kFrames * 2);
@@ -76,8 +76,8 @@ TEST_F(SampleLoops, GiveTheSameSamplesAndMayChangeWhileAnOperationRuns)
     std::atomic<bool> done = false;
     std::thread changer([&done] {
         while (!done) {
-            for (const SZtaLoopVariant& target : kLoopVariants) {
-                ztSelectSampleLoops(target.psLoops->pszName);
+            for (const SZtaLoopVariant& variant : kLoopVariants) {
+                ztSelectSampleLoops(variant.psLoops->pszName);
             }
         }
     });

@@ -45,9 +45,11 @@ private:
     std::vector<std::string>* trace_;
 };
 
-class CountedContent : public Counted<IZtAVContent> {
+/// The functions that IZtAudioSamples inherits.
+template <class Interface>
+class CountedContents : public Counted<Interface> {
 public:
-    using Counted::Counted;
+    using Counted<Interface>::Counted;
 
     int MarkWriteStartTime() override { return 0; }
     int MarkWriteStopTime() override { return 0; }
@@ -57,16 +59,12 @@ public:
     int GetErrorCode(int*) override { return 17; }
 };
 
-class CountedSamples : public Counted<IZtAudioSamples> {
-public:
-    using Counted::Counted;
+using CountedContent = CountedContents<IZtAVContent>;
 
-    int MarkWriteStartTime() override { return 0; }
-    int MarkWriteStopTime() override { return 0; }
-    int SignalReadCompletion() override { return 0; }
-    int SignalWriteCompletion() override { return 0; }
-    int SetErrorCode(int) override { return 0; }
-    int GetErrorCode(int*) override { return 17; }
+class CountedSamples : public CountedContents<IZtAudioSamples> {
+public:
+    using CountedContents::CountedContents;
+
     int SetPolarity(std::uint32_t) override { return 0; }
     int SetWaveFormat(SZtaWaveFormatInfo*) override { return 0; }
     int GetAudioSamplesDescription(SZtAudioSamplesDescription*) override { return 0; }
@@ -78,7 +76,7 @@ public:
     int SetLength(unsigned long) override { return 0; }
 };
 
-/// The tests for the two interfaces that the module instantiates.
+/// The tests of the two interfaces that the module instantiates.
 template <class Object>
 class SmartPtr : public testing::Test {
 protected:
@@ -90,7 +88,7 @@ protected:
     {
         try {
             use();
-            ADD_FAILURE() << "nothing was raised instead of: " << message;
+            ADD_FAILURE() << "no exception: " << message;
         } catch (const CZtSmartPointerException& error) {
             EXPECT_EQ(error.GetMessage(), message);
         }
@@ -122,7 +120,7 @@ TYPED_TEST(SmartPtr, HoldsOneReference)
         EXPECT_EQ(static_cast<typename TestFixture::Interface*>(pointer), &object);
         EXPECT_EQ(*pointer, &object);
         EXPECT_EQ(pointer->GetErrorCode(nullptr), 17);
-        EXPECT_EQ(object.references, 1U) << "looking costs no reference";
+        EXPECT_EQ(object.references, 1U) << "access acquires no reference";
     }
     EXPECT_EQ(object.references, 0U);
 }
@@ -171,14 +169,14 @@ TYPED_TEST(SmartPtr, IsFilledAsAnOutputArgument)
     EXPECT_EQ(object.references, 0U);
 }
 
-TYPED_TEST(SmartPtr, RaisesOnUseWhileEmpty)
+TYPED_TEST(SmartPtr, ThrowsOnUseWhileEmpty)
 {
     typename TestFixture::Pointer pointer;
     this->ExpectMisuse("TZtSmartPtr::operator* -> Internal pointer is NULL!", [&] { static_cast<void>(*pointer); });
     this->ExpectMisuse("TZtSmartPtr::operator-> -> Internal pointer is NULL!", [&] { pointer->MarkWriteStopTime(); });
 }
 
-TYPED_TEST(SmartPtr, RaisesWhenItsAddressIsTakenWhileFull)
+TYPED_TEST(SmartPtr, ThrowsIfItsAddressIsTakenWhileFull)
 {
     TypeParam object;
     typename TestFixture::Pointer pointer;

@@ -87,9 +87,9 @@ protected:
     /// The address of an object without an outer object as its own outer unknown.
     static void* Self(TestObject* object) { return static_cast<INonDelegatingUnknown*>(object); }
 
-    /// Builds an object with one of the constructors, checks it and deletes it as its creator would.
+    /// Creates an object with one of the constructors, checks it and deletes it like its creator.
     template <class... Arguments>
-    static void ExpectBorn(IUnknown* outer, Arguments... arguments)
+    static void ExpectCreated(IUnknown* outer, Arguments... arguments)
     {
         const int objects = g_i32Objects;
         auto* object = new TestObject({}, arguments...);
@@ -109,13 +109,13 @@ TYPED_TEST(Unknown, IsCreatedByEachConstructor)
     Outer outer;
     for (IUnknown* owner : {static_cast<IUnknown*>(nullptr), static_cast<IUnknown*>(&outer)}) {
         int status = 77;
-        this->ExpectBorn(owner, L"name", owner, &status);
+        this->ExpectCreated(owner, L"name", owner, &status);
         EXPECT_EQ(status, 0);
-        this->ExpectBorn(owner, L"name", owner);
+        this->ExpectCreated(owner, L"name", owner);
         if constexpr (std::is_same_v<TypeParam, CZtUnknown>) {
             for (const bool flag : {false, true}) {
                 status = 77;
-                this->ExpectBorn(owner, flag, L"name", owner, &status);
+                this->ExpectCreated(owner, flag, L"name", owner, &status);
                 EXPECT_EQ(status, 0);
             }
         }
@@ -148,7 +148,7 @@ TEST(LightUnknown, TheFirstReleaseDeletesItIfNoneWasAdded)
     EXPECT_EQ(g_i32Objects, objects);
 }
 
-TYPED_TEST(Unknown, ADestructorThatUsesItsObjectEndsOnce)
+TYPED_TEST(Unknown, ADestructorThatUsesItsObjectRunsOnce)
 {
     int ends = 0;
     std::vector<unsigned long> counts;
@@ -182,7 +182,7 @@ TYPED_TEST(Unknown, ReturnsItsNonDelegatingInterfaceAsIUnknown)
         EXPECT_EQ(object->NonDelegatingQueryInterface(*iid, &result), 0);
         EXPECT_EQ(result, this->Self(object));
         EXPECT_EQ(object->m_ulRefCount, 2U);
-        EXPECT_EQ(static_cast<IUnknown*>(result)->Release(), 1U) << "reached through the ordinary interface";
+        EXPECT_EQ(static_cast<IUnknown*>(result)->Release(), 1U) << "called through IUnknown";
     }
     object->NonDelegatingRelease();
 }
@@ -212,7 +212,7 @@ TYPED_TEST(Unknown, ADerivedClassAddsItsInterfaces)
     object->Release();
 }
 
-TYPED_TEST(Unknown, AnAggregatedObjectDelegatesToItsOuterOne)
+TYPED_TEST(Unknown, AnAggregatedObjectDelegatesToItsOuterObject)
 {
     Outer outer;
     int ends = 0;
@@ -234,7 +234,7 @@ TYPED_TEST(Unknown, AnAggregatedObjectDelegatesToItsOuterOne)
     EXPECT_EQ(outer.references, 101U) << "an interface of the aggregate counts on the outer object";
     EXPECT_EQ(object->NonDelegatingQueryInterface(IID_IUnknown, &result), 0);
     EXPECT_EQ(result, this->Self(object));
-    EXPECT_EQ(object->m_ulRefCount, count + 1) << "but its own side on itself";
+    EXPECT_EQ(object->m_ulRefCount, count + 1) << "its own IUnknown counts on the object";
 
     for (unsigned left = count + 1; left > 0; --left) {
         EXPECT_EQ(ends, 0);

@@ -113,11 +113,18 @@ Words Result(const Words& input, Records records)
     return output;
 }
 
+class ApplyVolume : public testing::Test {
+protected:
+    CZtaApplyVolume volume_;
+};
+
+using VolumeKernels = ApplyVolume;
+using VolumeSettings = ApplyVolume;
+
 // --- The samples -----------------------------------------------------------------------------------------------------
 
-TEST(VolumeKernels, GiveEveryFrameItsGainAndWriteNothingElse)
+TEST_F(VolumeKernels, GiveEveryFrameItsGainAndWriteNothingElse)
 {
-    CZtaApplyVolume volume;
     for (const Case& c : kCases) {
         for (std::size_t frames = 0; frames <= 300; ++frames) {
             Records records = RandomRecords(c.channels);
@@ -126,27 +133,26 @@ TEST(VolumeKernels, GiveEveryFrameItsGainAndWriteNothingElse)
                 SkipsBuffer(c.channels, frames) ? Words(input.size(), kPoisonWord) : Expected(input, records);
             expected.resize(expected.size() + 9, kPoisonWord);
             Words output(expected.size(), kPoisonWord);
-            ASSERT_EQ((volume.*c.kernel)(input.data(), output.data(), records.data(), c.channels, frames), 0);
+            ASSERT_EQ((volume_.*c.kernel)(input.data(), output.data(), records.data(), c.channels, frames), 0);
             ASSERT_EQ(output, expected) << c.channels << " channels, " << frames << " frames";
         }
     }
 }
 
-TEST(VolumeKernels, WorkInPlace)
+TEST_F(VolumeKernels, WorkInPlace)
 {
-    CZtaApplyVolume volume;
     for (const Case& c : kCases) {
         for (std::size_t frames = 4; frames <= 100; ++frames) {
             Records records = RandomRecords(c.channels);
             Words samples = RandomWords(frames * c.channels);
             const Words expected = Expected(samples, records);
-            ASSERT_EQ((volume.*c.kernel)(samples.data(), samples.data(), records.data(), c.channels, frames), 0);
+            ASSERT_EQ((volume_.*c.kernel)(samples.data(), samples.data(), records.data(), c.channels, frames), 0);
             ASSERT_EQ(samples, expected) << c.channels << " channels, " << frames << " frames";
         }
     }
 }
 
-TEST(VolumeKernels, KeepTheChannelsOfManyFramesSeparate)
+TEST_F(VolumeKernels, KeepTheChannelsOfManyFramesSeparate)
 {
     for (const Case& c : kCases) {
         for (std::size_t frames : {4096ul, 8191ul, 40000ul}) {
@@ -157,7 +163,7 @@ TEST(VolumeKernels, KeepTheChannelsOfManyFramesSeparate)
     }
 }
 
-TEST(VolumeKernels, KeepAllButTheLowByteAtUnity)
+TEST_F(VolumeKernels, KeepAllButTheLowByteAtUnity)
 {
     for (const Case& c : kCases) {
         Words input = RandomWords(64 * c.channels);
@@ -170,7 +176,7 @@ TEST(VolumeKernels, KeepAllButTheLowByteAtUnity)
     }
 }
 
-TEST(VolumeKernels, IgnoreTheLowestFiveBits)
+TEST_F(VolumeKernels, IgnoreTheLowestFiveBits)
 {
     const Words input = RandomWords(256);
     Words other = input;
@@ -181,7 +187,7 @@ TEST(VolumeKernels, IgnoreTheLowestFiveBits)
     EXPECT_NE(Result({0x40, 0, 0, 0x40}, Flat(1, 7.9f)), Result({0x60, 0, 0, 0x60}, Flat(1, 7.9f)));
 }
 
-TEST(VolumeKernels, SilenceAllWordsAtAGainOfZero)
+TEST_F(VolumeKernels, SilenceAllWordsAtAGainOfZero)
 {
     Words input = RandomWords(256);
     input[0] = 0x80000000;
@@ -192,7 +198,7 @@ TEST(VolumeKernels, SilenceAllWordsAtAGainOfZero)
     }
 }
 
-TEST(VolumeKernels, ReachJustBelowEightWithoutSaturation)
+TEST_F(VolumeKernels, ReachJustBelowEightWithoutSaturation)
 {
     for (const Case& c : kCases) {
         const Words input(4 * c.channels, 0x01000000);
@@ -200,7 +206,7 @@ TEST(VolumeKernels, ReachJustBelowEightWithoutSaturation)
     }
 }
 
-TEST(VolumeKernels, SaturateAtBothEnds)
+TEST_F(VolumeKernels, SaturateAtBothEnds)
 {
     for (const Case& c : kCases) {
         Words input;
@@ -221,7 +227,7 @@ TEST(VolumeKernels, SaturateAtBothEnds)
     EXPECT_EQ(Result(Words(4, 0xC0000000), Flat(4, 2.0f)).front(), 0x80000000u);
 }
 
-TEST(VolumeKernels, RoundAStepBelowOneFractionBitToZero)
+TEST_F(VolumeKernels, RoundAStepBelowOneFractionBitToZero)
 {
     const Words input = RandomWords(8192);
     EXPECT_EQ(Result(input, {{0, 0.0f, 1.0f}}), Words(8192));
@@ -230,7 +236,7 @@ TEST(VolumeKernels, RoundAStepBelowOneFractionBitToZero)
     EXPECT_EQ(Result(shorter, {{0, 0.0f, 1.0f}}).back(), models::Scaled(shorter.back(), 4095));
 }
 
-TEST(VolumeKernels, ReachTheEndGainInNoFrame)
+TEST_F(VolumeKernels, ReachTheEndGainInNoFrame)
 {
     Words input(1024, 0x40000000);
     const Words output = Result(input, {{0, 1.0f, 0.0f}});
@@ -240,7 +246,7 @@ TEST(VolumeKernels, ReachTheEndGainInNoFrame)
     EXPECT_EQ(output.back(), 0x40000000u / 1024);
 }
 
-TEST(VolumeKernels, ComputeStepsInSinglePrecision)
+TEST_F(VolumeKernels, ComputeStepsInSinglePrecision)
 {
     // 7.9 - 0.6771 rounds down in single precision; the exact difference would give a step of 5917.
     const Words output = Result(Words(4 * 5, 0x10000000), Records(4, {0, 0.6771f, 7.9f}));
@@ -248,7 +254,7 @@ TEST(VolumeKernels, ComputeStepsInSinglePrecision)
     EXPECT_EQ(output[16], models::Scaled(0x10000000, 2773 + 4 * 5916));
 }
 
-TEST(VolumeKernels, StayWithin16BitMultipliersOnTheSteepestRamps)
+TEST_F(VolumeKernels, StayWithin16BitMultipliersOnTheSteepestRamps)
 {
     for (const Case& c : kCases) {
         for (std::size_t frames : {4ul, 5ul, 7ul, 8ul, 511ul, 32767ul, 32768ul}) {
@@ -268,7 +274,7 @@ TEST(VolumeKernels, StayWithin16BitMultipliersOnTheSteepestRamps)
     }
 }
 
-TEST(VolumeKernels, AcceptEveryGainBelowEight)
+TEST_F(VolumeKernels, AcceptEveryGainBelowEight)
 {
     const float below = std::nextafter(8.0f, 0.0f);
     const Words input = RandomWords(64);
@@ -279,7 +285,7 @@ TEST(VolumeKernels, AcceptEveryGainBelowEight)
     EXPECT_EQ(Result(input, Flat(4, below)), expected);
 }
 
-TEST(VolumeKernels, UseTheLowBitsOfANan)
+TEST_F(VolumeKernels, UseTheLowBitsOfANan)
 {
     const Words input = RandomWords(64);
     EXPECT_EQ(Result(input, {{0, kNan, 1.0f}}), Words(64));
@@ -290,7 +296,7 @@ TEST(VolumeKernels, UseTheLowBitsOfANan)
     EXPECT_EQ(Result(input, records), Expected(input, Flat(8, 3.0f)));
 }
 
-TEST(VolumeKernels, ApplyTheGainsOfTheirFramesToTheRemainder)
+TEST_F(VolumeKernels, ApplyTheGainsOfTheirFramesToTheRemainder)
 {
     const Words input(10, 0x40000000);
     const Words output = Result(input, {{0, 1.0f, 2.0f}, {0, 2.0f, 1.0f}});
@@ -298,7 +304,7 @@ TEST(VolumeKernels, ApplyTheGainsOfTheirFramesToTheRemainder)
     EXPECT_EQ(output[9], models::Scaled(0x40000000, 8192 - 4 * 819));
 }
 
-TEST(VolumeKernels, SkipABufferOfLessThanOneStep)
+TEST_F(VolumeKernels, SkipABufferOfLessThanOneStep)
 {
     for (std::size_t frames : {1ul, 2ul, 3ul}) {
         EXPECT_EQ(Result(RandomWords(frames), Flat(1, 1.0f)), Words(frames, kPoisonWord));
@@ -309,9 +315,8 @@ TEST(VolumeKernels, SkipABufferOfLessThanOneStep)
     EXPECT_NE(Result(RandomWords(4), Flat(4, 1.0f)), Words(4, kPoisonWord));
 }
 
-TEST(VolumeKernels, SkipABufferWhoseStepsAreAMultipleOf65536)
+TEST_F(VolumeKernels, SkipABufferWhoseStepsAreAMultipleOf65536)
 {
-    CZtaApplyVolume volume;
     Words samples = RandomWords((2 * 65536 + 2) * 4);
     for (unsigned long channels : {1ul, 2ul, 4ul}) {
         const std::size_t framesPerStep = 4 / channels;
@@ -332,17 +337,15 @@ TEST(VolumeKernels, SkipABufferWhoseStepsAreAMultipleOf65536)
 
 // --- Validation ------------------------------------------------------------------------------------------------------
 
-TEST(VolumeKernels, ValidateNothingWithoutFrames)
+TEST_F(VolumeKernels, ValidateNothingWithoutFrames)
 {
-    CZtaApplyVolume volume;
     for (Kernel kernel : kKernels) {
-        EXPECT_EQ((volume.*kernel)(nullptr, nullptr, nullptr, 3, 0), 0);
+        EXPECT_EQ((volume_.*kernel)(nullptr, nullptr, nullptr, 3, 0), 0);
     }
 }
 
-TEST(VolumeKernels, AcceptTheChannelCountsInTheirNamesOnly)
+TEST_F(VolumeKernels, AcceptTheChannelCountsInTheirNamesOnly)
 {
-    CZtaApplyVolume volume;
     for (Kernel kernel : kKernels) {
         for (unsigned long channels = 0; channels <= 130; ++channels) {
             const bool isAccepted = std::any_of(std::begin(kCases), std::end(kCases), [=](const Case& c) {
@@ -351,39 +354,37 @@ TEST(VolumeKernels, AcceptTheChannelCountsInTheirNamesOnly)
             Records records = Flat(std::max(channels, 1ul), 1.0f);
             Words input = RandomWords(4 * std::max(channels, 1ul));
             Words output(input.size(), kPoisonWord);
-            EXPECT_EQ((volume.*kernel)(input.data(), output.data(), records.data(), channels, 4),
+            EXPECT_EQ((volume_.*kernel)(input.data(), output.data(), records.data(), channels, 4),
                       isAccepted ? 0 : ZT_E_INVALID_PARAMETER)
                 << channels;
             EXPECT_EQ(output == Words(input.size(), kPoisonWord), !isAccepted) << channels;
         }
         // Before the pointers.
-        EXPECT_EQ((volume.*kernel)(nullptr, nullptr, nullptr, 3, 4), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ((volume_.*kernel)(nullptr, nullptr, nullptr, 3, 4), ZT_E_INVALID_PARAMETER);
     }
 }
 
-TEST(VolumeKernels, RejectNullSamplesThenNullRecords)
+TEST_F(VolumeKernels, RejectNullSamplesThenNullRecords)
 {
-    CZtaApplyVolume volume;
     Words words(256, kPoisonWord);
     for (const Case& c : kCases) {
         Records bad = Flat(c.channels, 9.0f);
-        EXPECT_EQ((volume.*c.kernel)(nullptr, words.data(), bad.data(), c.channels, 4), ZT_E_INVALID_POINTER);
-        EXPECT_EQ((volume.*c.kernel)(words.data(), nullptr, bad.data(), c.channels, 4), ZT_E_INVALID_POINTER);
-        EXPECT_EQ((volume.*c.kernel)(words.data(), words.data(), nullptr, c.channels, 4), ZT_E_INVALID_POINTER);
+        EXPECT_EQ((volume_.*c.kernel)(nullptr, words.data(), bad.data(), c.channels, 4), ZT_E_INVALID_POINTER);
+        EXPECT_EQ((volume_.*c.kernel)(words.data(), nullptr, bad.data(), c.channels, 4), ZT_E_INVALID_POINTER);
+        EXPECT_EQ((volume_.*c.kernel)(words.data(), words.data(), nullptr, c.channels, 4), ZT_E_INVALID_POINTER);
     }
     EXPECT_EQ(words, Words(256, kPoisonWord));
 }
 
-TEST(VolumeKernels, RejectAGainOutOfRangeAndWriteNothing)
+TEST_F(VolumeKernels, RejectAGainOutOfRangeAndWriteNothing)
 {
-    CZtaApplyVolume volume;
     for (const Case& c : kCases) {
         for (std::size_t frames : {1ul, 4ul}) { // also where the samples would be skipped
             Words input = RandomWords(frames * c.channels);
             Words output(input.size(), kPoisonWord);
             Records records = Flat(c.channels, 1.0f);
             records.back().fEndVolume = 8.5f;
-            EXPECT_EQ((volume.*c.kernel)(input.data(), output.data(), records.data(), c.channels, frames),
+            EXPECT_EQ((volume_.*c.kernel)(input.data(), output.data(), records.data(), c.channels, frames),
                       ZT_E_INVALID_PARAMETER);
             EXPECT_EQ(output, Words(output.size(), kPoisonWord));
         }
@@ -392,18 +393,16 @@ TEST(VolumeKernels, RejectAGainOutOfRangeAndWriteNothing)
 
 // --- The settings ----------------------------------------------------------------------------------------------------
 
-TEST(VolumeSettings, NeedRecordsThenChannels)
+TEST_F(VolumeSettings, NeedRecordsThenChannels)
 {
-    CZtaApplyVolume volume;
     Records records = Flat(1, 1.0f);
-    EXPECT_EQ(volume.SetVolumeSettings(nullptr, 1, 10), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(volume.SetVolumeSettings(nullptr, 0, 10), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(volume.SetVolumeSettings(records.data(), 0, 10), ZT_E_ARRAY_TOO_SMALL);
+    EXPECT_EQ(volume_.SetVolumeSettings(nullptr, 1, 10), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(volume_.SetVolumeSettings(nullptr, 0, 10), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(volume_.SetVolumeSettings(records.data(), 0, 10), ZT_E_ARRAY_TOO_SMALL);
 }
 
-TEST(VolumeSettings, AcceptGainsFromZeroToEight)
+TEST_F(VolumeSettings, AcceptGainsFromZeroToEight)
 {
-    CZtaApplyVolume volume;
     const float above = std::nextafter(8.0f, 9.0f);
     const float below = -std::numeric_limits<float>::denorm_min();
     const float infinity = std::numeric_limits<float>::infinity();
@@ -413,23 +412,22 @@ TEST(VolumeSettings, AcceptGainsFromZeroToEight)
             for (std::size_t at : {0ul, 63ul}) {
                 Records records = Flat(64, 1.0f);
                 records[at].*field = bad;
-                EXPECT_EQ(volume.SetVolumeSettings(records.data(), 64, 10), ZT_E_INVALID_PARAMETER) << bad;
+                EXPECT_EQ(volume_.SetVolumeSettings(records.data(), 64, 10), ZT_E_INVALID_PARAMETER) << bad;
                 EXPECT_EQ(records[at].*field, bad);
             }
         }
         for (float good : {0.0f, -0.0f, 8.0f, 1.0f, kNan}) {
             Records records = Flat(1, 1.0f);
             records[0].*field = good;
-            EXPECT_EQ(volume.SetVolumeSettings(records.data(), 1, 10), 0) << good;
+            EXPECT_EQ(volume_.SetVolumeSettings(records.data(), 1, 10), 0) << good;
         }
     }
 }
 
-TEST(VolumeSettings, ReplaceEightInTheCallersRecords)
+TEST_F(VolumeSettings, ReplaceEightInTheCallersRecords)
 {
-    CZtaApplyVolume volume;
     Records records = {{7, 8.0f, 1.0f}, {8, 1.0f, 8.0f}, {9, 8.0f, 8.0f}, {10, 7.5f, std::nextafter(8.0f, 0.0f)}};
-    EXPECT_EQ(volume.SetVolumeSettings(records.data(), 4, 10), 0);
+    EXPECT_EQ(volume_.SetVolumeSettings(records.data(), 4, 10), 0);
     const float replaced = models::LargestGainBelow8(8.0f);
     EXPECT_EQ(replaced, 7.99989986419677734375f);
     EXPECT_EQ(records[0].fStartVolume, replaced);
@@ -445,26 +443,24 @@ TEST(VolumeSettings, ReplaceEightInTheCallersRecords)
     }
 }
 
-TEST(VolumeSettings, KeepTheReplacementsBeforeARecordThatFails)
+TEST_F(VolumeSettings, KeepTheReplacementsBeforeARecordThatFails)
 {
-    CZtaApplyVolume volume;
     Records records = Flat(4, 8.0f);
     records[2].fEndVolume = 9.0f;
-    EXPECT_EQ(volume.SetVolumeSettings(records.data(), 4, 10), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(volume_.SetVolumeSettings(records.data(), 4, 10), ZT_E_INVALID_PARAMETER);
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_EQ(records[i].fStartVolume, i < 2 ? models::LargestGainBelow8(8.0f) : 8.0f) << i;
     }
     EXPECT_EQ(records[1].fEndVolume, models::LargestGainBelow8(8.0f));
 }
 
-TEST(VolumeSettings, ReadAllRecordsBeforeTheCountCheck)
+TEST_F(VolumeSettings, ReadAllRecordsBeforeTheCountCheck)
 {
-    CZtaApplyVolume volume;
     for (unsigned long channels = 1; channels <= 130; ++channels) {
         Records records = Flat(channels, 8.0f);
         const bool isAccepted =
             std::any_of(std::begin(kCases), std::end(kCases), [=](const Case& c) { return c.channels == channels; });
-        EXPECT_EQ(volume.SetVolumeSettings(records.data(), channels, 10), isAccepted ? 0 : ZT_E_INVALID_PARAMETER)
+        EXPECT_EQ(volume_.SetVolumeSettings(records.data(), channels, 10), isAccepted ? 0 : ZT_E_INVALID_PARAMETER)
             << channels;
         EXPECT_EQ(records.back().fEndVolume, models::LargestGainBelow8(8.0f));
     }
@@ -479,21 +475,20 @@ Words WordsOf(const FakeAudioSamples& samples)
     return words;
 }
 
-TEST(ApplyVolume, HasItsTableEntriesInOrder)
+TEST_F(ApplyVolume, HasItsTableEntriesInOrder)
 {
     ASSERT_EQ(std::size(kCases), 7u);
     ExpectTableEntries<CZtaApplyVolume>(kCases, &Case::property, &Case::property);
 }
 
-TEST(ApplyVolume, ScalesEachFormatOfItsTableAndSetsTheOutputsLength)
+TEST_F(ApplyVolume, ScalesEachFormatOfItsTableAndSetsTheOutputsLength)
 {
-    CZtaApplyVolume volume;
     for (const Case& c : kCases) {
         FakeAudioSamples input = RandomSamples(Format24In32(c.channels), 11, 11);
         FakeAudioSamples output(Format24In32(c.channels), 11, 20);
         output.length += c.channels; // less than a frame
         Records records = RandomRecords(c.channels);
-        EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), c.channels), 0);
+        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), c.channels), 0);
         Words expected = Expected(WordsOf(input), records);
         expected.resize(20 * c.channels);
         EXPECT_EQ(WordsOf(output), expected) << c.channels;
@@ -505,43 +500,39 @@ TEST(ApplyVolume, ScalesEachFormatOfItsTableAndSetsTheOutputsLength)
     }
 }
 
-TEST(ApplyVolume, WorksInPlace)
+TEST_F(ApplyVolume, WorksInPlace)
 {
-    CZtaApplyVolume volume;
     for (const Case& c : kCases) {
         FakeAudioSamples samples = RandomSamples(Format24In32(c.channels), 50, 50);
         Records records = RandomRecords(c.channels);
         const Words expected = Expected(WordsOf(samples), records);
-        EXPECT_EQ(volume.ApplyVolume(&samples, &samples, records.data(), c.channels), 0);
+        EXPECT_EQ(volume_.ApplyVolume(&samples, &samples, records.data(), c.channels), 0);
         EXPECT_EQ(WordsOf(samples), expected);
         EXPECT_EQ(samples.lengthsSet, Lengths{200 * c.channels});
     }
 }
 
-TEST(ApplyVolume, KeepsNoStateBetweenCalls)
+TEST_F(ApplyVolume, KeepsNoStateBetweenCalls)
 {
-    CZtaApplyVolume volume;
     for (unsigned long channels : {64ul, 1ul, 16ul, 8ul, 2ul, 32ul, 4ul, 64ul, 64ul}) {
         FakeAudioSamples input = RandomSamples(Format24In32(channels), 12, 12);
         FakeAudioSamples output(Format24In32(channels), 12, 12);
         Records records = RandomRecords(channels);
-        EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), channels), 0);
+        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), channels), 0);
         EXPECT_EQ(WordsOf(output), Expected(WordsOf(input), records));
     }
 }
 
-TEST(ApplyVolume, RejectsChannelCountsBeforeTheBuffers)
+TEST_F(ApplyVolume, RejectsChannelCountsBeforeTheBuffers)
 {
-    CZtaApplyVolume volume;
     Records records = Flat(65, 1.0f);
     for (unsigned long channels : {0ul, 65ul, 1000ul}) {
-        EXPECT_EQ(volume.ApplyVolume(nullptr, nullptr, records.data(), channels), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ(volume_.ApplyVolume(nullptr, nullptr, records.data(), channels), ZT_E_INVALID_PARAMETER);
     }
 }
 
-TEST(ApplyVolume, RejectsOtherFormatsTheOutputsFirst)
+TEST_F(ApplyVolume, RejectsOtherFormatsTheOutputsFirst)
 {
-    CZtaApplyVolume volume;
     std::vector<SZtaWaveFormatInfo> others;
     for (int property = 1; property <= 26; ++property) {
         if ((property < 8 || property > 14) && property != 20 && property != 21) { // 24-in-24 passes the format checks
@@ -554,71 +545,67 @@ TEST(ApplyVolume, RejectsOtherFormatsTheOutputsFirst)
         FakeAudioSamples input = RandomSamples(other, 6, 6);
         FakeAudioSamples output = RandomSamples(other, 6, 6);
         Records records = Flat(64, 1.0f);
-        EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 1), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
+        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 1), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
         EXPECT_TRUE(input.calls.empty());
-        EXPECT_EQ(volume.ApplyVolume(&fitting, &output, records.data(), 1), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
-        EXPECT_EQ(volume.ApplyVolume(&input, &fitting, records.data(), 1), ZT_E_INPUT_FORMAT_NOT_SUPPORTED);
+        EXPECT_EQ(volume_.ApplyVolume(&fitting, &output, records.data(), 1), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED);
+        EXPECT_EQ(volume_.ApplyVolume(&input, &fitting, records.data(), 1), ZT_E_INPUT_FORMAT_NOT_SUPPORTED);
     }
 }
 
-TEST(ApplyVolume, RejectsBuffersThatDifferFormatsBeforeLengths)
+TEST_F(ApplyVolume, RejectsBuffersThatDifferFormatsBeforeLengths)
 {
-    CZtaApplyVolume volume;
     FakeAudioSamples input = RandomSamples(Format24In32(2), 6, 8);
     FakeAudioSamples mono = RandomSamples(Format24In32(1), 7, 8);
     FakeAudioSamples shorter = RandomSamples(Format24In32(2), 5, 8);
     FakeAudioSamples longer = RandomSamples(Format24In32(2), 7, 8);
     Records records = Flat(2, 1.0f);
-    EXPECT_EQ(volume.ApplyVolume(&input, &mono, records.data(), 2), ZT_E_BUFFER_FORMAT_MISMATCH);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &mono, records.data(), 2), ZT_E_BUFFER_FORMAT_MISMATCH);
     // Lengths before the channel count of the records.
-    EXPECT_EQ(volume.ApplyVolume(&input, &shorter, records.data(), 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(volume.ApplyVolume(&input, &longer, records.data(), 1), ZT_E_BUFFER_SIZE_MISMATCH);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &shorter, records.data(), 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &longer, records.data(), 1), ZT_E_BUFFER_SIZE_MISMATCH);
     for (const FakeAudioSamples* output : {&mono, &shorter, &longer}) {
         EXPECT_TRUE(output->lengthsSet.empty());
     }
 }
 
-TEST(ApplyVolume, RejectsAnotherCountOfRecords)
+TEST_F(ApplyVolume, RejectsAnotherCountOfRecords)
 {
-    CZtaApplyVolume volume;
     FakeAudioSamples input = RandomSamples(Format24In32(2), 6, 6);
     FakeAudioSamples output(Format24In32(2), 6, 6);
     Records records = Flat(4, 1.0f);
-    EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 1), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 4), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 1), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 4), ZT_E_INVALID_PARAMETER);
     EXPECT_TRUE(output.lengthsSet.empty());
 }
 
-TEST(ApplyVolume, HasNoTableEntryFor24In24)
+TEST_F(ApplyVolume, HasNoTableEntryFor24In24)
 {
-    CZtaApplyVolume volume;
     for (std::uint32_t channels : {1u, 2u}) {
         FakeAudioSamples input = RandomSamples(WaveFormat(1, 24, 24, 48000, channels), 6, 6);
         FakeAudioSamples output(WaveFormat(1, 24, 24, 48000, channels), 6, 6);
         FakeAudioSamples wider = RandomSamples(Format24In32(channels), 6, 6);
         Records records = Flat(2, 1.0f);
-        EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), channels), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-        EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 3 - channels), ZT_E_INVALID_PARAMETER);
-        EXPECT_EQ(volume.ApplyVolume(&input, &wider, records.data(), channels), ZT_E_BUFFER_FORMAT_MISMATCH);
+        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), channels), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 3 - channels), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ(volume_.ApplyVolume(&input, &wider, records.data(), channels), ZT_E_BUFFER_FORMAT_MISMATCH);
         EXPECT_TRUE(output.lengthsSet.empty());
     }
 }
 
-TEST(ApplyVolume, ReturnsTheFailuresOfAKernelWithoutSettingTheLength)
+TEST_F(ApplyVolume, ReturnsTheFailuresOfAKernelWithoutSettingTheLength)
 {
-    CZtaApplyVolume volume;
     FakeAudioSamples input = RandomSamples(Format24In32(2), 6, 6);
     FakeAudioSamples output(Format24In32(2), 6, 6);
-    EXPECT_EQ(volume.ApplyVolume(&input, &output, nullptr, 2), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &output, nullptr, 2), ZT_E_INVALID_POINTER);
     Records records = Flat(2, 8.0f);
     records[1].fStartVolume = 8.5f;
-    EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 2), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 2), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(records[0].fStartVolume, models::LargestGainBelow8(8.0f));
     EXPECT_EQ(WordsOf(output), Words(12));
     EXPECT_TRUE(output.lengthsSet.empty());
 }
 
-TEST(ApplyVolume, RejectsASuccessfulQueryWithoutAPointer)
+TEST_F(ApplyVolume, RejectsASuccessfulQueryWithoutAPointer)
 {
     for (const bool inputIsNull : {true, false}) {
         FakeAudioSamples input(WaveFormat(1, 32, 24, 48000, 8), 5, 5);
@@ -631,36 +618,33 @@ TEST(ApplyVolume, RejectsASuccessfulQueryWithoutAPointer)
     }
 }
 
-TEST(ApplyVolume, ReadsNoRecordsWithoutFrames)
+TEST_F(ApplyVolume, ReadsNoRecordsWithoutFrames)
 {
-    CZtaApplyVolume volume;
     FakeAudioSamples input = RandomSamples(Format24In32(2), 0, 6);
     FakeAudioSamples output(Format24In32(2), 0, 6);
     output.length = 7;
-    EXPECT_EQ(volume.ApplyVolume(&input, &output, nullptr, 2), 0);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &output, nullptr, 2), 0);
     EXPECT_EQ(output.lengthsSet, Lengths{0});
     EXPECT_EQ(WordsOf(output), Words(12));
 }
 
-TEST(ApplyVolume, SetsTheLengthEvenIfTheKernelSkipsTheFrames)
+TEST_F(ApplyVolume, SetsTheLengthEvenIfTheKernelSkipsTheFrames)
 {
-    CZtaApplyVolume volume;
     FakeAudioSamples input = RandomSamples(Format24In32(1), 3, 3);
     FakeAudioSamples output(Format24In32(1), 3, 3);
     Records records = Flat(1, 1.0f);
-    EXPECT_EQ(volume.ApplyVolume(&input, &output, records.data(), 1), 0);
+    EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 1), 0);
     EXPECT_EQ(WordsOf(output), Words(3));
     EXPECT_EQ(output.lengthsSet, Lengths{12});
 }
 
-TEST(VolumeSettings, OfNoFramesHaveStepsOutOfRange)
+TEST_F(VolumeSettings, OfNoFramesHaveStepsOutOfRange)
 {
     // Steps of infinity, minus infinity and NaN: all three become the value for "out of range".
     for (const auto& [start, end] : {std::pair{1.0f, 2.0f}, {2.0f, 1.0f}, {1.0f, 1.0f}}) {
-        CZtaApplyVolume volume;
         Records records(4, {0, start, end});
-        EXPECT_EQ(volume.SetVolumeSettings(records.data(), 4, 0), 0);
-        const std::int32_t* const lanes = SZtLayoutProbe::Settings(volume);
+        EXPECT_EQ(volume_.SetVolumeSettings(records.data(), 4, 0), 0);
+        const std::int32_t* const lanes = SZtLayoutProbe::Settings(volume_);
         for (int i = 0; i < 4; ++i) {
             EXPECT_EQ(lanes[i], static_cast<std::int32_t>(start * 4096.0f));
             EXPECT_EQ(lanes[4 + i], std::numeric_limits<std::int32_t>::min());

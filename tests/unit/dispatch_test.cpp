@@ -52,38 +52,17 @@ Selection Select(unsigned long mask)
 /// Reference model of the selection.
 Selection ExpectedSelection(unsigned long mask)
 {
-    const auto make = [mask](unsigned index, unsigned long implied) {
-        return Selection{index, mask | implied, (mask & implied) == implied ? 0 : 51};
-    };
-    if ((mask & 0x7300000) == 0x7300000) {
-        return make(6, 0x73081DF);
-    }
-    if ((mask & 0xF00000) == 0xF00000) {
-        return make(5, 0xF081DF);
-    }
-    if (mask & 0x8000) {
-        return make(4, 0x81DF);
-    }
-    if (mask & 0x100) {
-        return make(3, 0x1DF);
-    }
-    if (mask & 0x80) {
-        return make(2, 0xDF);
-    }
-    if (mask & 0x40) {
-        return make(1, 0x5F);
-    }
-    if (mask & 0x20) {
-        return make(1, 0x3F);
-    }
-    if (mask & 0x10) {
-        return make(1, 0x1F);
-    }
-    if (mask & 8) {
-        return make(0, 0xF);
-    }
-    if (mask & 4) {
-        return make(0, 7);
+    constexpr struct {
+        unsigned long selecting; ///< all of these features
+        unsigned index;
+        unsigned long implied;
+    } kRules[] = {
+        {0x7300000, 6, 0x73081DF}, {0xF00000, 5, 0xF081DF}, {0x8000, 4, 0x81DF}, {0x100, 3, 0x1DF}, {0x80, 2, 0xDF},
+        {0x40, 1, 0x5F},           {0x20, 1, 0x3F},         {0x10, 1, 0x1F},     {8, 0, 0xF},       {4, 0, 7}};
+    for (const auto& rule : kRules) {
+        if ((mask & rule.selecting) == rule.selecting) {
+            return {rule.index, mask | rule.implied, (mask & rule.implied) == rule.implied ? 0 : 51};
+        }
     }
     return {0, mask | (mask & 2 ? 3ul : 1ul), 36};
 }

@@ -23,8 +23,6 @@ using models::FadeGain;
 using models::FadeOp;
 using models::Write;
 
-constexpr int kHostFailure = static_cast<int>(0x80001234);
-
 // --- The kernels -----------------------------------------------------------------------------------------------------
 
 using Kernel = int (CZtaApplyFade::*)(unsigned long, void*);
@@ -422,42 +420,6 @@ TEST_P(ApplyFade, RejectsAShortBufferOnlyIfItIsMux)
             EXPECT_EQ(samples.data, expected) << "in " << fadeIn << ", out " << fadeOut;
         }
     }
-}
-
-TEST_P(ApplyFade, SucceedsOnABufferWithoutFrames)
-{
-    FakeAudioSamples samples = Samples(GetParam(), 0, true, true);
-    const Bytes before = samples.data;
-    EXPECT_EQ(CZtaApplyFade().ApplyFade(&samples), 0);
-    EXPECT_EQ(samples.data, before);
-}
-
-TEST_P(ApplyFade, QueriesTheBufferInfoAndNothingElse)
-{
-    FakeAudioSamples samples = Samples(GetParam(), 200, true, true);
-    CZtaApplyFade().ApplyFade(&samples);
-    EXPECT_EQ(samples.calls, kQueryCalls);
-    EXPECT_EQ(samples.descriptionSizes, kDescriptionSize);
-}
-
-TEST_P(ApplyFade, ReturnsAFailureOfTheHost)
-{
-    for (const QueryStatus status : kQueryStatuses) {
-        FakeAudioSamples samples = Samples(GetParam(), 200, true, true);
-        samples.*status = kHostFailure;
-        const Bytes before = samples.data;
-        EXPECT_EQ(CZtaApplyFade().ApplyFade(&samples), kHostFailure);
-        EXPECT_EQ(samples.data, before);
-    }
-}
-
-TEST_P(ApplyFade, AcceptsStatusesOfZeroAndAbove)
-{
-    FakeAudioSamples samples = Samples(GetParam(), 200, true, false);
-    samples.descriptionStatus = samples.bufferStatus = samples.capacityStatus = 1;
-    const Bytes before = samples.data;
-    EXPECT_EQ(CZtaApplyFade().ApplyFade(&samples), 0);
-    EXPECT_NE(samples.data, before);
 }
 
 TEST(ApplyFadeFormats, RejectEveryFormatWithoutATableEntryEvenWithBothFlagsClear)

@@ -16,7 +16,7 @@
 namespace zta::test {
 namespace {
 
-constexpr unsigned long kFrames = 6;
+constexpr unsigned long kFrames = 200; // the shortest mux buffer that can be faded
 
 using Buffers = std::vector<FakeAudioSamples>;
 
@@ -27,12 +27,12 @@ struct Operation {
         bool isOutput;
     };
 
-    const char* name;
+    std::string name;
     std::vector<Buffer> buffers;
     int (*run)(Buffers& buffers);
-    bool setsLength;
-    int queryFailure;       ///< the status if a query fails; 0 for that of the query
-    int unclassifiedFormat; ///< the status for a format that cannot be classified
+    bool setsLength = false;
+    int queryFailure = 0;                               ///< the status if a query fails; 0 for that of the query
+    int unclassifiedFormat = ZT_E_FORMAT_NOT_SUPPORTED; ///< the status for a format that cannot be classified
 };
 
 void PrintTo(const Operation& operation, std::ostream* stream)
@@ -50,19 +50,39 @@ Operation::Buffer Output(int property)
     return {FormatOfProperty(property), true};
 }
 
+Operation MonoToStereo(const std::string& format, int mono, int stereo)
+{
+    return {"ConvertMonoToStereo" + format,
+            {Input(mono), Input(mono), Output(stereo)},
+            [](Buffers& b) { return CZtaConvertMonoToStereo().ConvertMonoToStereo(&b[0], &b[1], &b[2]); },
+            true};
+}
+
+Operation StereoToMono(const std::string& format, int mono, int stereo)
+{
+    return {"ConvertStereoToMono" + format,
+            {Input(stereo), Output(mono), Output(mono)},
+            [](Buffers& b) { return CZtaConvertStereoToMono().ConvertStereoToMono(&b[0], &b[1], &b[2]); },
+            true};
+}
+
+Operation Fade(const std::string& format, int property)
+{
+    return {"ApplyFade" + format, {Output(property)}, [](Buffers& b) {
+                b[0].fadeIn = true;
+                b[0].fadeOut = true;
+                return CZtaApplyFade().ApplyFade(&b[0]);
+            }};
+}
+
 const Operation kOperations[] = {
     {"ConvertBitDepth",
      {Input(1), Output(8)},
      [](Buffers& b) { return CZtaConvertBitDepth().ConvertBitDepth(&b[0], &b[1]); },
-     true,
-     0,
-     ZT_E_FORMAT_NOT_SUPPORTED},
+     true},
     {"ConvertDataType",
      {{WaveFormat(3, 32, 24, 48000, 1), false}, Output(8)},
-     [](Buffers& b) { return CZtaConvertDataType().ConvertDataType(&b[0], &b[1]); },
-     false,
-     0,
-     ZT_E_FORMAT_NOT_SUPPORTED},
+     [](Buffers& b) { return CZtaConvertDataType().ConvertDataType(&b[0], &b[1]); }},
     {"ApplyVolume",
      {Output(9), Input(9)},
      [](Buffers& b) {
@@ -72,27 +92,24 @@ const Operation kOperations[] = {
      true,
      ZT_E_INVALID_PARAMETER,
      ZT_E_INVALID_PARAMETER},
-    {"ApplyFade",
-     {Output(8)},
-     [](Buffers& b) {
-         b[0].fadeIn = true;
-         return CZtaApplyFade().ApplyFade(&b[0]);
-     },
-     false,
-     0,
-     ZT_E_FORMAT_NOT_SUPPORTED},
-    {"ConvertMonoToStereo",
-     {Input(1), Input(1), Output(2)},
-     [](Buffers& b) { return CZtaConvertMonoToStereo().ConvertMonoToStereo(&b[0], &b[1], &b[2]); },
-     true,
-     0,
-     ZT_E_FORMAT_NOT_SUPPORTED},
-    {"ConvertStereoToMono",
-     {Input(2), Output(1), Output(1)},
-     [](Buffers& b) { return CZtaConvertStereoToMono().ConvertStereoToMono(&b[0], &b[1], &b[2]); },
-     true,
-     0,
-     ZT_E_FORMAT_NOT_SUPPORTED},
+    MonoToStereo("16In16", 1, 2),
+    MonoToStereo("16In16At44100", 18, 19),
+    MonoToStereo("24In32", 8, 9),
+    MonoToStereo("24In24", 20, 21),
+    StereoToMono("16In16", 1, 2),
+    StereoToMono("16In16At44100", 18, 19),
+    StereoToMono("24In32", 8, 9),
+    StereoToMono("24In24", 20, 21),
+    Fade("16In16Mono", 1),
+    Fade("16In16Stereo", 2),
+    Fade("16In16Mux4", 3),
+    Fade("16In16Mux8", 4),
+    Fade("16In16Mux16", 5),
+    Fade("24In32Mono", 8),
+    Fade("24In32Stereo", 9),
+    Fade("24In32Mux4", 10),
+    Fade("24In32Mux8", 11),
+    Fade("24In32Mux16", 12),
 };
 
 class KernelOperation : public testing::TestWithParam<Operation> {

@@ -150,59 +150,52 @@ TEST(SampleFormat, DoesNotReadTheRecordSizeNorWriteTheRecord)
     EXPECT_EQ(std::memcmp(&format, &before, sizeof format), 0);
 }
 
-// Results that look wrong but are required.
-
-TEST(SampleFormat, ClassifiesPcm16In32MonoAndStereoAs16In16)
+TEST(SampleFormat, HasRequiredResultsThatLookWrong)
 {
-    EXPECT_EQ(Classify(1, 32, 16, 48000, 1), Accepted(1));
-    EXPECT_EQ(Classify(1, 32, 16, 48000, 2), Accepted(2));
-    EXPECT_EQ(Classify(1, 32, 16, 48000, 4), kRejected);
-}
-
-TEST(SampleFormat, ClassifiesMultiFormat16In32MonoAndStereoAs16In16)
-{
-    EXPECT_EQ(Classify(3, 32, 16, 48000, 1), Accepted(1));
-    EXPECT_EQ(Classify(3, 32, 16, 48000, 2), Accepted(2));
-    EXPECT_EQ(Classify(3, 32, 16, 48000, 4), kRejected);
-    EXPECT_EQ(Classify(3, 16, 16, 48000, 2), kRejected);
-}
-
-TEST(SampleFormat, ClassifiesMultiFormat24In32AsPcm)
-{
-    EXPECT_EQ(Classify(3, 32, 24, 48000, 1), Accepted(8));
-    EXPECT_EQ(Classify(3, 32, 24, 48000, 64), Accepted(14));
-    EXPECT_EQ(Classify(3, 32, 24, 48000, 3), Accepted(15));
-}
-
-TEST(SampleFormat, RejectsPcm16In32At44100)
-{
-    EXPECT_EQ(Classify(1, 32, 16, 44100, 1), kRejected);
-    EXPECT_EQ(Classify(1, 32, 16, 44100, 2), kRejected);
-}
-
-TEST(SampleFormat, Classifies20ValidBitsAs24InMonoAndStereoAt48000Only)
-{
-    EXPECT_EQ(Classify(1, 32, 20, 48000, 1), Accepted(8));
-    EXPECT_EQ(Classify(1, 32, 20, 48000, 2), Accepted(9));
-    EXPECT_EQ(Classify(1, 32, 20, 48000, 4), kRejected);
-    EXPECT_EQ(Classify(1, 32, 20, 44100, 2), kRejected);
-    EXPECT_EQ(Classify(3, 32, 20, 48000, 2), kRejected);
-}
-
-TEST(SampleFormat, ClassifiesOtherContainersOf32BitsWith24ValidBitsAsOther)
-{
-    EXPECT_EQ(Classify(2, 32, 24, 44100, 6), Accepted(15));
-    EXPECT_EQ(Classify(2, 32, 24, 48000, 2), Accepted(15));
-    EXPECT_EQ(Classify(9, 32, 24, 48000, 2), Accepted(15));
-    EXPECT_EQ(Classify(9, 16, 24, 48000, 2), kRejected);
-    EXPECT_EQ(Classify(4, 32, 24, 48000, 1), Accepted(15));
-    EXPECT_EQ(Classify(1, 32, 24, 96000, 2), Accepted(15));
-}
-
-TEST(SampleFormat, RejectsPacked24BitsAt44100)
-{
-    EXPECT_EQ(Classify(1, 24, 24, 44100, 1), kRejected);
-    EXPECT_EQ(Classify(1, 24, 24, 44100, 2), kRejected);
+    const struct {
+        std::uint32_t type;
+        std::uint32_t container;
+        std::uint32_t valid;
+        std::uint32_t rate;
+        std::uint32_t channels;
+        std::uint32_t property; ///< 0 if the format is rejected
+    } cases[] = {
+        // PCM and multi-format words of 16-in-32, mono and stereo, are 16-in-16.
+        {1, 32, 16, 48000, 1, 1},
+        {1, 32, 16, 48000, 2, 2},
+        {1, 32, 16, 48000, 4, 0},
+        {1, 32, 16, 44100, 1, 0},
+        {1, 32, 16, 44100, 2, 0},
+        {3, 32, 16, 48000, 1, 1},
+        {3, 32, 16, 48000, 2, 2},
+        {3, 32, 16, 48000, 4, 0},
+        {3, 16, 16, 48000, 2, 0},
+        // Multi-format words of 24-in-32 are PCM.
+        {3, 32, 24, 48000, 1, 8},
+        {3, 32, 24, 48000, 64, 14},
+        {3, 32, 24, 48000, 3, 15},
+        // 20 valid bits are 24 for mono and stereo at 48000 Hz only.
+        {1, 32, 20, 48000, 1, 8},
+        {1, 32, 20, 48000, 2, 9},
+        {1, 32, 20, 48000, 4, 0},
+        {1, 32, 20, 44100, 2, 0},
+        {3, 32, 20, 48000, 2, 0},
+        // Any other container of 32 bits with 24 valid bits is "other".
+        {2, 32, 24, 44100, 6, 15},
+        {2, 32, 24, 48000, 2, 15},
+        {9, 32, 24, 48000, 2, 15},
+        {9, 16, 24, 48000, 2, 0},
+        {4, 32, 24, 48000, 1, 15},
+        {1, 32, 24, 96000, 2, 15},
+        // 24-in-24 exists at 48000 Hz only.
+        {1, 24, 24, 44100, 1, 0},
+        {1, 24, 24, 44100, 2, 0},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Classify(c.type, c.container, c.valid, c.rate, c.channels),
+                  c.property != 0 ? Accepted(c.property) : kRejected)
+            << &c - cases;
+    }
 }
 
 } // namespace

@@ -119,6 +119,14 @@ protected:
         }
     }
 
+    /// Initializes a filter and packs its bank.
+    FilterBlock MakePackedFilter(const FilterPlan& plan)
+    {
+        FilterBlock filter = MakeM7Filter(plan);
+        GetParam().pack(filter.Get(), &bank_);
+        return filter;
+    }
+
     static constexpr std::uint8_t kUntouched = 0x5A;
 
     /// AVX2 and later.
@@ -134,8 +142,7 @@ INSTANTIATE_TEST_SUITE_P(Variants, PackedFilterBank, testing::ValuesIn(Supported
 TEST_P(PackedFilterBank, GivesTheSameOutputsForEveryPhaseAndLength)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = MakeM7Filter(plan);
-        GetParam().pack(filter.Get(), &bank_);
+        const FilterBlock filter = MakePackedFilter(plan);
         const std::vector<std::int16_t> noise = Noise(600, 1);
         const int phases = filter.Head().outRate;
         for (int phase = 0; phase < phases; ++phase) {
@@ -249,8 +256,7 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsWithANonzeroOuterTap)
 TEST_P(PackedFilterBank, GivesTheSameOutputsForFullScaleSquaresAndImpulses)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = MakeM7Filter(plan);
-        GetParam().pack(filter.Get(), &bank_);
+        const FilterBlock filter = MakePackedFilter(plan);
         for (const std::size_t half : {1U, 2U, 3U, 5U, 16U, 100U}) {
             ExpectSameOutputs(filter, &bank_, FullScaleSquare(1200, half), 1000, 17.0);
         }
@@ -284,8 +290,7 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsForOtherRates)
                               {101, 100},
                               {97, 89},
                               {89, 97}}) {
-        const FilterBlock filter = MakeM7Filter({rates.in, rates.out, 32, TapKind::Words});
-        GetParam().pack(filter.Get(), &bank_);
+        const FilterBlock filter = MakePackedFilter({rates.in, rates.out, 32, TapKind::Words});
         const std::vector<std::int16_t> noise = Noise(1000, 3);
         const int phases = filter.Head().outRate;
         for (int phase = 0; phase < phases; ++phase) {
@@ -439,8 +444,7 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsInEveryRoundingMode)
 {
     const unsigned int mode = _MM_GET_ROUNDING_MODE();
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = MakeM7Filter(plan);
-        GetParam().pack(filter.Get(), &bank_);
+        const FilterBlock filter = MakePackedFilter(plan);
         const std::vector<std::int16_t> noise = Noise(1300, 7);
         for (const unsigned int other : {_MM_ROUND_DOWN, _MM_ROUND_UP, _MM_ROUND_TOWARD_ZERO}) {
             _MM_SET_ROUNDING_MODE(other);
@@ -454,8 +458,7 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsInEveryRoundingMode)
 TEST_P(PackedFilterBank, GivesTheSameOutputsForEveryNorm)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
-        const FilterBlock filter = MakeM7Filter(plan);
-        GetParam().pack(filter.Get(), &bank_);
+        const FilterBlock filter = MakePackedFilter(plan);
         const std::vector<std::int16_t> noise = Noise(1300, 6);
         const std::vector<std::int16_t> square = FullScaleSquare(1300, 40);
         for (const float norm : {1.0f, -1.0f, 0.5f, 0.37f, 2.0f, 3.3f, 1000.0f, 8191.0f, 8192.0f, 8193.0f, 9000.0f,
@@ -501,8 +504,7 @@ TEST_P(PackedFilterBank, IsAcceptedByEveryVariant)
 
 TEST_P(PackedFilterBank, DoesNotChangeTheErrors)
 {
-    const FilterBlock filter = MakeM7Filter(kUp);
-    GetParam().pack(filter.Get(), &bank_);
+    const FilterBlock filter = MakePackedFilter(kUp);
     SetPackedFilterBank(*filter.Get(), &bank_);
     const std::vector<std::int16_t> source(100);
     std::int16_t output = 11;

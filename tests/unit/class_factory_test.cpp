@@ -167,6 +167,8 @@ protected:
     }
 
     int objects_before_ = 0;
+    int untouched_ = 0;
+    void* result_ = &untouched_; ///< an output that a failed call must not write
 
 private:
     CZtFactoryTemplate template_{};
@@ -210,10 +212,8 @@ TEST_F(ClassFactory, HasTwoInterfaces)
 TEST_F(ClassFactory, DoesNotWriteTheOutputForAnotherInterface)
 {
     IClassFactory& factory = Factory();
-    int untouched = 0;
-    void* result = &untouched;
-    EXPECT_EQ(factory.QueryInterface(kIidOfNothing, &result), static_cast<int>(0x80004002));
-    EXPECT_EQ(result, &untouched);
+    EXPECT_EQ(factory.QueryInterface(kIidOfNothing, &result_), static_cast<int>(0x80004002));
+    EXPECT_EQ(result_, &untouched_);
     factory.AddRef();
     EXPECT_EQ(factory.Release(), 1U) << "no reference was acquired";
 }
@@ -233,12 +233,11 @@ TEST_F(ClassFactory, LockServerCountsForTheWholeModule)
 TEST_F(ClassFactory, ReportsOutOfMemoryForACreatorThatReturnsNull)
 {
     IClassFactory& factory = Factory(CreateNothing);
-    int untouched = 0;
     for (const int status : {0, 1}) {
         g_script.status = status;
-        void* result = &untouched;
-        EXPECT_EQ(factory.CreateInstance(nullptr, IID_IUnknown, &result), static_cast<int>(0x8007000E)) << status;
-        EXPECT_EQ(result, &untouched);
+        result_ = &untouched_;
+        EXPECT_EQ(factory.CreateInstance(nullptr, IID_IUnknown, &result_), static_cast<int>(0x8007000E)) << status;
+        EXPECT_EQ(result_, &untouched_);
     }
     EXPECT_EQ(g_script.calls, 2);
 }
@@ -246,37 +245,31 @@ TEST_F(ClassFactory, ReportsOutOfMemoryForACreatorThatReturnsNull)
 TEST_F(ClassFactory, ReportsTheStatusOfACreatorThatReturnsNull)
 {
     g_script.status = ZT_E_INVALID_POINTER;
-    void* result = nullptr;
-    EXPECT_EQ(Factory(CreateNothing).CreateInstance(nullptr, IID_IUnknown, &result), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(Factory(CreateNothing).CreateInstance(nullptr, IID_IUnknown, &result_), ZT_E_INVALID_POINTER);
 }
 
 TEST_F(ClassFactory, PropagatesTheExceptionOfACreator)
 {
-    void* result = nullptr;
-    EXPECT_THROW(Factory(Throw).CreateInstance(nullptr, IID_IUnknown, &result), std::runtime_error);
+    EXPECT_THROW(Factory(Throw).CreateInstance(nullptr, IID_IUnknown, &result_), std::runtime_error);
 }
 
 TEST_F(ClassFactory, DeletesAnObjectOfAnyClassThatReportsAFailure)
 {
     g_script.status = ZT_E_FAIL;
-    int untouched = 0;
-    void* result = &untouched;
-    EXPECT_EQ(Factory(CreateForeign).CreateInstance(nullptr, kIidOfObject, &result), ZT_E_FAIL);
+    EXPECT_EQ(Factory(CreateForeign).CreateInstance(nullptr, kIidOfObject, &result_), ZT_E_FAIL);
     EXPECT_EQ(g_script.ends, 1);
     EXPECT_EQ(g_script.calls, 1) << "no operation of the object was called";
-    EXPECT_EQ(result, &untouched);
+    EXPECT_EQ(result_, &untouched_);
 }
 
 TEST_F(ClassFactory, DeletesAnObjectWithoutTypeInformationThroughItsSlot)
 {
     g_script.status = ZT_E_INVALID_POINTER;
-    int untouched = 0;
-    void* result = &untouched;
-    EXPECT_EQ(Factory(CreateForeignTable).CreateInstance(nullptr, kIidOfObject, &result), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(Factory(CreateForeignTable).CreateInstance(nullptr, kIidOfObject, &result_), ZT_E_INVALID_POINTER);
     EXPECT_EQ(g_foreign_table.deleting_ends, 1);
     EXPECT_EQ(g_foreign_table.complete_ends, 0) << "the deleting destructor calls it itself";
     EXPECT_EQ(g_script.calls, 1) << "no operation of the object was called";
-    EXPECT_EQ(result, &untouched);
+    EXPECT_EQ(result_, &untouched_);
 }
 
 /// The tests of classes with both base classes.
@@ -292,11 +285,9 @@ TYPED_TEST_SUITE(ClassFactoryOn, Bases);
 TYPED_TEST(ClassFactoryOn, DeletesAnObjectThatReportsAFailure)
 {
     g_script.status = ZT_E_FAIL;
-    int untouched = 0;
-    void* result = &untouched;
-    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfObject, &result), ZT_E_FAIL);
+    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfObject, &this->result_), ZT_E_FAIL);
     EXPECT_EQ(g_script.ends, 1);
-    EXPECT_EQ(result, &untouched);
+    EXPECT_EQ(this->result_, &this->untouched_);
     EXPECT_EQ(g_i32Objects, this->objects_before_ + 1) << "only the factory is left";
 }
 
@@ -321,10 +312,8 @@ TYPED_TEST(ClassFactoryOn, ReturnsTheRequestedInterface)
 
 TYPED_TEST(ClassFactoryOn, AFailedQueryKeepsTheReferencesOfTheCreator)
 {
-    int untouched = 0;
-    void* result = &untouched;
-    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfNothing, &result), E_NOINTERFACE);
-    EXPECT_EQ(result, nullptr) << "written by the object";
+    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfNothing, &this->result_), E_NOINTERFACE);
+    EXPECT_EQ(this->result_, nullptr) << "written by the object";
     if (std::is_same_v<TypeParam, CZtUnknown>) {
         EXPECT_EQ(g_script.ends, 1) << "the reference around the query was the last";
     } else {
@@ -337,19 +326,17 @@ TYPED_TEST(ClassFactoryOn, AggregatesUnderIUnknownOnly)
 {
     NoOuter outer;
     IClassFactory& factory = this->ObjectFactory();
-    int untouched = 0;
-    void* result = &untouched;
-    EXPECT_EQ(factory.CreateInstance(&outer, kIidOfObject, &result), static_cast<int>(0x80004002));
-    EXPECT_EQ(result, &untouched);
+    EXPECT_EQ(factory.CreateInstance(&outer, kIidOfObject, &this->result_), static_cast<int>(0x80004002));
+    EXPECT_EQ(this->result_, &this->untouched_);
     EXPECT_EQ(g_script.calls, 0) << "nothing was created";
 
     const _GUID copy = IID_IUnknown;
-    EXPECT_EQ(factory.CreateInstance(&outer, copy, &result), 0);
+    EXPECT_EQ(factory.CreateInstance(&outer, copy, &this->result_), 0);
     EXPECT_EQ(g_script.outer, &outer);
-    EXPECT_EQ(result, static_cast<void*>(g_script.object)) << "the non-delegating interface";
+    EXPECT_EQ(this->result_, static_cast<void*>(g_script.object)) << "the non-delegating interface";
     EXPECT_EQ(outer.references, 100U);
     while (g_script.ends == 0) {
-        static_cast<IUnknown*>(result)->Release();
+        static_cast<IUnknown*>(this->result_)->Release();
     }
     EXPECT_EQ(outer.references, 100U);
 }

@@ -123,7 +123,12 @@ TEST(HostFormats, HaveReadableNames)
               "type 9 8-in-8 mono, 8000 Hz");
 }
 
-TEST(HostAudioBuffer, StartsZeroedAlignedAndEmpty)
+class HostAudioBuffer : public testing::Test {
+protected:
+    const Ref<AudioBuffer> buffer_ = AudioBuffer::Create(zta::host::Pcm16(2), 16);
+};
+
+TEST_F(HostAudioBuffer, StartsZeroedAlignedAndEmpty)
 {
     const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 1001);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffer->Data()) % 64, 0U);
@@ -139,14 +144,14 @@ TEST(HostAudioBuffer, StartsZeroedAlignedAndEmpty)
     EXPECT_EQ(buffer->LastWriteStop(), AudioBuffer::Clock::time_point());
 }
 
-TEST(HostAudioBuffer, RejectsACapacityBeyondMemory)
+TEST_F(HostAudioBuffer, RejectsACapacityBeyondMemory)
 {
     const long before = AudioBuffer::LiveCount();
     EXPECT_THROW((void)AudioBuffer::Create(zta::host::Pcm16(2), SIZE_MAX), std::bad_alloc);
     EXPECT_EQ(AudioBuffer::LiveCount(), before);
 }
 
-TEST(HostAudioBuffer, CountsReferencesAndLiveBuffers)
+TEST_F(HostAudioBuffer, CountsReferencesAndLiveBuffers)
 {
     const long before = AudioBuffer::LiveCount();
     auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
@@ -157,84 +162,78 @@ TEST(HostAudioBuffer, CountsReferencesAndLiveBuffers)
     EXPECT_EQ(AudioBuffer::LiveCount(), before);
 }
 
-TEST(HostAudioBuffer, SupportsItsThreeInterfacesAndNoOther)
+TEST_F(HostAudioBuffer, SupportsItsThreeInterfacesAndNoOther)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     for (const _GUID& id : {IID_IUnknown, IID_IZtAVContent, IID_IZtAudioSamples}) {
         void* object = nullptr;
-        ASSERT_EQ(buffer->QueryInterface(id, &object), 0);
-        ASSERT_EQ(object, static_cast<IZtAudioSamples*>(buffer.Get()));
+        ASSERT_EQ(buffer_->QueryInterface(id, &object), 0);
+        ASSERT_EQ(object, static_cast<IZtAudioSamples*>(buffer_.Get()));
         EXPECT_EQ(static_cast<IUnknown*>(object)->Release(), 1U);
     }
-    void* object = buffer.Get();
-    EXPECT_EQ(buffer->QueryInterface(IID_IZtQuonEnginePrivate, &object), E_NOINTERFACE);
+    void* object = buffer_.Get();
+    EXPECT_EQ(buffer_->QueryInterface(IID_IZtQuonEnginePrivate, &object), E_NOINTERFACE);
     EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(buffer->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(buffer_->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
-TEST(HostAudioBuffer, AcceptsOneSignalForEachAnnouncement)
+TEST_F(HostAudioBuffer, AcceptsOneSignalForEachAnnouncement)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
-    buffer->AnnounceRead();
-    buffer->AnnounceRead();
-    buffer->AnnounceWrite();
-    EXPECT_EQ(buffer->ReadCount(), 2);
-    EXPECT_EQ(buffer->WriteCount(), 1);
-    EXPECT_EQ(buffer->SignalReadCompletion(), 0);
-    EXPECT_EQ(buffer->SignalReadCompletion(), 0);
-    EXPECT_EQ(buffer->WriteCount(), 1);
-    EXPECT_EQ(buffer->SignalWriteCompletion(), 0);
-    EXPECT_EQ(buffer->ReadCount(), 0);
-    EXPECT_EQ(buffer->WriteCount(), 0);
-    EXPECT_EQ(buffer->PairingViolations(), 0);
+    buffer_->AnnounceRead();
+    buffer_->AnnounceRead();
+    buffer_->AnnounceWrite();
+    EXPECT_EQ(buffer_->ReadCount(), 2);
+    EXPECT_EQ(buffer_->WriteCount(), 1);
+    EXPECT_EQ(buffer_->SignalReadCompletion(), 0);
+    EXPECT_EQ(buffer_->SignalReadCompletion(), 0);
+    EXPECT_EQ(buffer_->WriteCount(), 1);
+    EXPECT_EQ(buffer_->SignalWriteCompletion(), 0);
+    EXPECT_EQ(buffer_->ReadCount(), 0);
+    EXPECT_EQ(buffer_->WriteCount(), 0);
+    EXPECT_EQ(buffer_->PairingViolations(), 0);
 }
 
-TEST(HostAudioBuffer, RejectsAndCountsASignalWithoutAnnouncement)
+TEST_F(HostAudioBuffer, RejectsAndCountsASignalWithoutAnnouncement)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
-    buffer->AnnounceWrite();
-    EXPECT_EQ(buffer->SignalReadCompletion(), ZT_E_READ_COUNT_NOT_INCREMENTED);
-    EXPECT_EQ(buffer->WriteCount(), 1);
-    EXPECT_EQ(buffer->SignalWriteCompletion(), 0);
-    EXPECT_EQ(buffer->SignalWriteCompletion(), ZT_E_WRITE_COUNT_NOT_INCREMENTED);
-    EXPECT_EQ(buffer->ReadCount(), 0);
-    EXPECT_EQ(buffer->WriteCount(), 0);
-    EXPECT_EQ(buffer->PairingViolations(), 2);
+    buffer_->AnnounceWrite();
+    EXPECT_EQ(buffer_->SignalReadCompletion(), ZT_E_READ_COUNT_NOT_INCREMENTED);
+    EXPECT_EQ(buffer_->WriteCount(), 1);
+    EXPECT_EQ(buffer_->SignalWriteCompletion(), 0);
+    EXPECT_EQ(buffer_->SignalWriteCompletion(), ZT_E_WRITE_COUNT_NOT_INCREMENTED);
+    EXPECT_EQ(buffer_->ReadCount(), 0);
+    EXPECT_EQ(buffer_->WriteCount(), 0);
+    EXPECT_EQ(buffer_->PairingViolations(), 2);
 }
 
-TEST(HostAudioBuffer, WaitReturnsImmediatelyIfNoAccessIsOpen)
+TEST_F(HostAudioBuffer, WaitReturnsImmediatelyIfNoAccessIsOpen)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
-    EXPECT_TRUE(buffer->WaitForCompletion(0ns));
-    EXPECT_TRUE(buffer->WaitForCompletion(std::chrono::hours(1)));
+    EXPECT_TRUE(buffer_->WaitForCompletion(0ns));
+    EXPECT_TRUE(buffer_->WaitForCompletion(std::chrono::hours(1)));
 }
 
-TEST(HostAudioBuffer, WaitEndsAfterItsTimeout)
+TEST_F(HostAudioBuffer, WaitEndsAfterItsTimeout)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
-    buffer->AnnounceRead();
-    EXPECT_FALSE(buffer->WaitForCompletion(0ns));
-    EXPECT_FALSE(buffer->WaitForCompletion(-1ns));
+    buffer_->AnnounceRead();
+    EXPECT_FALSE(buffer_->WaitForCompletion(0ns));
+    EXPECT_FALSE(buffer_->WaitForCompletion(-1ns));
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(buffer->WaitForCompletion(20ms));
+    EXPECT_FALSE(buffer_->WaitForCompletion(20ms));
     EXPECT_GE(std::chrono::steady_clock::now() - start, 20ms);
 }
 
-TEST(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
+TEST_F(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
 {
     // Repeated, so that the signals arrive before, while and after the waiter blocks.
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     for (int round = 0; round < 2000; ++round) {
-        buffer->AnnounceRead();
-        buffer->AnnounceWrite();
-        std::thread engine([&buffer] {
-            buffer->SignalReadCompletion();
-            buffer->SignalWriteCompletion();
+        buffer_->AnnounceRead();
+        buffer_->AnnounceWrite();
+        std::thread engine([this] {
+            buffer_->SignalReadCompletion();
+            buffer_->SignalWriteCompletion();
         });
         const auto start = std::chrono::steady_clock::now();
-        const bool ended = buffer->WaitForCompletion(10s);
+        const bool ended = buffer_->WaitForCompletion(10s);
         const auto waited = std::chrono::steady_clock::now() - start;
-        const int open = buffer->ReadCount() + buffer->WriteCount();
+        const int open = buffer_->ReadCount() + buffer_->WriteCount();
         engine.join();
         ASSERT_TRUE(ended);
         ASSERT_EQ(open, 0);
@@ -242,17 +241,16 @@ TEST(HostAudioBuffer, WaitLastsUntilTheLastOpenAccessHasEnded)
     }
 }
 
-TEST(HostAudioBuffer, WaitWakesEveryWaiter)
+TEST_F(HostAudioBuffer, WaitWakesEveryWaiter)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
-    buffer->AnnounceWrite();
+    buffer_->AnnounceWrite();
     int woken[3] = {};
     std::thread waiters[3];
     for (int i = 0; i < 3; ++i) {
-        waiters[i] = std::thread([&buffer, &woken, i] { woken[i] = buffer->WaitForCompletion(10s); });
+        waiters[i] = std::thread([this, &woken, i] { woken[i] = buffer_->WaitForCompletion(10s); });
     }
     const auto start = std::chrono::steady_clock::now();
-    buffer->SignalWriteCompletion();
+    buffer_->SignalWriteCompletion();
     for (auto& waiter : waiters) {
         waiter.join();
     }
@@ -260,108 +258,102 @@ TEST(HostAudioBuffer, WaitWakesEveryWaiter)
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << "a waiter slept until its timeout";
 }
 
-TEST(HostAudioBuffer, ReportsItsDescriptionAsSet)
+TEST_F(HostAudioBuffer, ReportsItsDescriptionAsSet)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     SZtaWaveFormatInfo format = zta::host::Pcm24In32(1, 44100);
-    EXPECT_EQ(buffer->SetWaveFormat(&format), 0);
-    EXPECT_EQ(buffer->SetPolarity(7), 0);
-    EXPECT_EQ(buffer->SetFadeIn(true), 0);
+    EXPECT_EQ(buffer_->SetWaveFormat(&format), 0);
+    EXPECT_EQ(buffer_->SetPolarity(7), 0);
+    EXPECT_EQ(buffer_->SetFadeIn(true), 0);
 
     SZtAudioSamplesDescription description{};
     description.ulSize = 40;
-    ASSERT_EQ(buffer->GetAudioSamplesDescription(&description), 0);
+    ASSERT_EQ(buffer_->GetAudioSamplesDescription(&description), 0);
     EXPECT_EQ(description.ulSize, 40U);
     EXPECT_EQ(description.ePolarity, 7U);
     EXPECT_TRUE(description.bFadeIn);
     EXPECT_FALSE(description.bFadeOut);
     EXPECT_EQ(std::memcmp(&description.sWaveFormat, &format, sizeof(format)), 0);
 
-    EXPECT_EQ(buffer->SetFadeOut(true), 0);
-    EXPECT_EQ(buffer->SetFadeIn(false), 0);
-    EXPECT_FALSE(buffer->Description().bFadeIn);
-    EXPECT_TRUE(buffer->Description().bFadeOut);
-    EXPECT_EQ(buffer->Polarity(), 7U);
-    buffer->SetFades(true, false);
-    EXPECT_TRUE(buffer->Description().bFadeIn);
-    EXPECT_FALSE(buffer->Description().bFadeOut);
-    buffer->SetFormat(zta::host::Float32(2));
-    EXPECT_EQ(buffer->Description().sWaveFormat.eDataType, keZtAudioDataTypeFloat);
+    EXPECT_EQ(buffer_->SetFadeOut(true), 0);
+    EXPECT_EQ(buffer_->SetFadeIn(false), 0);
+    EXPECT_FALSE(buffer_->Description().bFadeIn);
+    EXPECT_TRUE(buffer_->Description().bFadeOut);
+    EXPECT_EQ(buffer_->Polarity(), 7U);
+    buffer_->SetFades(true, false);
+    EXPECT_TRUE(buffer_->Description().bFadeIn);
+    EXPECT_FALSE(buffer_->Description().bFadeOut);
+    buffer_->SetFormat(zta::host::Float32(2));
+    EXPECT_EQ(buffer_->Description().sWaveFormat.eDataType, keZtAudioDataTypeFloat);
 }
 
-TEST(HostAudioBuffer, ReturnsItsDataLengthAndCapacity)
+TEST_F(HostAudioBuffer, ReturnsItsDataLengthAndCapacity)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
-    EXPECT_EQ(buffer->SetLength(11), 0);
+    EXPECT_EQ(buffer_->SetLength(11), 0);
     void* data = nullptr;
     unsigned long value = 0;
-    EXPECT_EQ(buffer->GetBufferAndLength(&data, &value), 0);
-    EXPECT_EQ(data, buffer->Data());
+    EXPECT_EQ(buffer_->GetBufferAndLength(&data, &value), 0);
+    EXPECT_EQ(data, buffer_->Data());
     EXPECT_EQ(value, 11U);
-    EXPECT_EQ(buffer->GetBufferCapacity(&value), 0);
+    EXPECT_EQ(buffer_->GetBufferCapacity(&value), 0);
     EXPECT_EQ(value, 16U);
-    EXPECT_EQ(buffer->GetLengthInSampleFrames(&value), 0);
+    EXPECT_EQ(buffer_->GetLengthInSampleFrames(&value), 0);
     EXPECT_EQ(value, 2U);
-    buffer->SetFormat({});
-    EXPECT_EQ(buffer->GetLengthInSampleFrames(&value), 0);
+    buffer_->SetFormat({});
+    EXPECT_EQ(buffer_->GetLengthInSampleFrames(&value), 0);
     EXPECT_EQ(value, 0U);
 }
 
-TEST(HostAudioBuffer, KeepsItsLengthWithinItsCapacity)
+TEST_F(HostAudioBuffer, KeepsItsLengthWithinItsCapacity)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
-    EXPECT_EQ(buffer->SetLength(16), 0);
-    EXPECT_EQ(buffer->SetLength(17), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(buffer->Length(), 16U);
-    EXPECT_THROW(buffer->SetValidLength(17), std::length_error);
-    buffer->SetValidLength(3);
-    EXPECT_EQ(buffer->Length(), 3U);
+    EXPECT_EQ(buffer_->SetLength(16), 0);
+    EXPECT_EQ(buffer_->SetLength(17), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(buffer_->Length(), 16U);
+    EXPECT_THROW(buffer_->SetValidLength(17), std::length_error);
+    buffer_->SetValidLength(3);
+    EXPECT_EQ(buffer_->Length(), 3U);
 }
 
-TEST(HostAudioBuffer, RejectsNullPointersAndRecordsWithoutSize)
+TEST_F(HostAudioBuffer, RejectsNullPointersAndRecordsWithoutSize)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     void* data = nullptr;
     unsigned long value = 0;
-    EXPECT_EQ(buffer->GetErrorCode(nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(buffer->SetWaveFormat(nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(buffer->GetAudioSamplesDescription(nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(buffer->GetBufferAndLength(nullptr, &value), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(buffer->GetBufferAndLength(&data, nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(buffer->GetBufferCapacity(nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(buffer->GetLengthInSampleFrames(nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(buffer_->GetErrorCode(nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(buffer_->SetWaveFormat(nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(buffer_->GetAudioSamplesDescription(nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(buffer_->GetBufferAndLength(nullptr, &value), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(buffer_->GetBufferAndLength(&data, nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(buffer_->GetBufferCapacity(nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(buffer_->GetLengthInSampleFrames(nullptr), ZT_E_INVALID_POINTER);
     SZtAudioSamplesDescription description{};
-    EXPECT_EQ(buffer->GetAudioSamplesDescription(&description), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(buffer_->GetAudioSamplesDescription(&description), ZT_E_INVALID_PARAMETER);
 }
 
-TEST(HostAudioBuffer, KeepsTheErrorCodeUntilItIsCleared)
+TEST_F(HostAudioBuffer, KeepsTheErrorCodeUntilItIsCleared)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
-    EXPECT_EQ(buffer->SetErrorCode(ZT_E_MODULE_BUSY), 0);
+    EXPECT_EQ(buffer_->SetErrorCode(ZT_E_MODULE_BUSY), 0);
     int code = 0;
-    EXPECT_EQ(buffer->GetErrorCode(&code), 0);
+    EXPECT_EQ(buffer_->GetErrorCode(&code), 0);
     EXPECT_EQ(code, ZT_E_MODULE_BUSY);
-    EXPECT_EQ(buffer->ErrorCode(), ZT_E_MODULE_BUSY);
-    buffer->ClearErrorCode();
-    EXPECT_EQ(buffer->ErrorCode(), 0);
+    EXPECT_EQ(buffer_->ErrorCode(), ZT_E_MODULE_BUSY);
+    buffer_->ClearErrorCode();
+    EXPECT_EQ(buffer_->ErrorCode(), 0);
 }
 
-TEST(HostAudioBuffer, CountsMarksAndKeepsTheTimeOfTheLast)
+TEST_F(HostAudioBuffer, CountsMarksAndKeepsTheTimeOfTheLast)
 {
-    const auto buffer = AudioBuffer::Create(zta::host::Pcm16(2), 16);
     const auto before = AudioBuffer::Clock::now();
-    buffer->MarkWriteStartTime();
-    buffer->MarkWriteStartTime();
-    buffer->MarkWriteStopTime();
+    buffer_->MarkWriteStartTime();
+    buffer_->MarkWriteStartTime();
+    buffer_->MarkWriteStopTime();
     const auto after = AudioBuffer::Clock::now();
-    EXPECT_EQ(buffer->WriteStartMarks(), 2);
-    EXPECT_EQ(buffer->WriteStopMarks(), 1);
-    EXPECT_LE(before, buffer->LastWriteStart());
-    EXPECT_LE(buffer->LastWriteStart(), buffer->LastWriteStop());
-    EXPECT_LE(buffer->LastWriteStop(), after);
+    EXPECT_EQ(buffer_->WriteStartMarks(), 2);
+    EXPECT_EQ(buffer_->WriteStopMarks(), 1);
+    EXPECT_LE(before, buffer_->LastWriteStart());
+    EXPECT_LE(buffer_->LastWriteStart(), buffer_->LastWriteStop());
+    EXPECT_LE(buffer_->LastWriteStop(), after);
 }
 
-TEST(HostAudioBuffer, LetsADerivedHostOverrideAnyOperation)
+TEST_F(HostAudioBuffer, LetsADerivedHostOverrideAnyOperation)
 {
     class Rejecting : public AudioBuffer {
     public:
@@ -383,9 +375,13 @@ TEST(HostAudioBuffer, LetsADerivedHostOverrideAnyOperation)
     EXPECT_TRUE(gone);
 }
 
-TEST(HostEngineObject, CreatesTheRequestedBufferAndDoesNotChangeTheRequest)
+class HostEngineObject : public testing::Test {
+protected:
+    const Ref<HostEngine> host_ = HostEngine::Create();
+};
+
+TEST_F(HostEngineObject, CreatesTheRequestedBufferAndDoesNotChangeTheRequest)
 {
-    const auto host = HostEngine::Create();
     SZtCreateAudioSamplesDescription request{};
     request.ulSize = 56;
     request.ui64BufferSize = 192000;
@@ -396,7 +392,7 @@ TEST(HostEngineObject, CreatesTheRequestedBufferAndDoesNotChangeTheRequest)
     const SZtCreateAudioSamplesDescription asked = request;
 
     Ref<IZtAudioSamples> samples;
-    ASSERT_EQ(host->CreateAudioSamples(&request, samples.Put()), 0);
+    ASSERT_EQ(host_->CreateAudioSamples(&request, samples.Put()), 0);
     EXPECT_EQ(std::memcmp(&asked, &request, sizeof(request)), 0);
     auto* buffer = static_cast<AudioBuffer*>(samples.Get());
     EXPECT_EQ(buffer->Capacity(), 192000U);
@@ -408,33 +404,36 @@ TEST(HostEngineObject, CreatesTheRequestedBufferAndDoesNotChangeTheRequest)
     EXPECT_EQ(std::memcmp(&description.sWaveFormat, &request.sWaveFormat, 24), 0);
 }
 
-TEST(HostEngineObject, RejectsInvalidRequests)
+TEST_F(HostEngineObject, RejectsInvalidRequests)
 {
-    const auto host = HostEngine::Create();
     SZtCreateAudioSamplesDescription request{};
     IZtAudioSamples* samples = nullptr;
-    EXPECT_EQ(host->CreateAudioSamples(nullptr, &samples), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(host->CreateAudioSamples(&request, nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(host->CreateAudioSamples(&request, &samples), ZT_E_INVALID_PARAMETER);
+    EXPECT_EQ(host_->CreateAudioSamples(nullptr, &samples), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(host_->CreateAudioSamples(&request, nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(host_->CreateAudioSamples(&request, &samples), ZT_E_INVALID_PARAMETER);
     request.ulSize = 56;
     request.ui64BufferSize = UINT64_MAX;
-    EXPECT_EQ(host->CreateAudioSamples(&request, &samples), E_OUTOFMEMORY);
+    EXPECT_EQ(host_->CreateAudioSamples(&request, &samples), E_OUTOFMEMORY);
     EXPECT_EQ(samples, nullptr);
 }
 
-TEST(HostEngineObject, SupportsItsTwoInterfacesAndNoOther)
+TEST_F(HostEngineObject, SupportsItsTwoInterfacesAndNoOther)
 {
-    const auto host = HostEngine::Create();
     for (const _GUID& id : {IID_IUnknown, IID_IZtQuonEnginePrivate}) {
         void* object = nullptr;
-        ASSERT_EQ(host->QueryInterface(id, &object), 0);
+        ASSERT_EQ(host_->QueryInterface(id, &object), 0);
         EXPECT_EQ(static_cast<IUnknown*>(object)->Release(), 1U);
     }
-    void* object = host.Get();
-    EXPECT_EQ(host->QueryInterface(IID_IZtAudioSamples, &object), E_NOINTERFACE);
+    void* object = host_.Get();
+    EXPECT_EQ(host_->QueryInterface(IID_IZtAudioSamples, &object), E_NOINTERFACE);
     EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(host->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(host_->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
+
+class HostModule : public testing::Test {
+protected:
+    zta::host::Module module_{ZTA_MODULE_PATH};
+};
 
 /// Returns the message of the exception of `action`, or "".
 template <class Action>
@@ -448,38 +447,37 @@ std::string Message(Action action)
     return "";
 }
 
-TEST(HostModule, NamesTheFileThatItCannotLoad)
+TEST_F(HostModule, NamesTheFileThatItCannotLoad)
 {
     const std::string message = Message([] { zta::host::Module module("/nowhere/engine.so"); });
     EXPECT_NE(message.find("cannot load /nowhere/engine.so: "), std::string::npos) << message;
     EXPECT_EQ(message.find('\n'), std::string::npos);
 }
 
-TEST(HostModule, RejectsALibraryThatIsNotAModule)
+TEST_F(HostModule, RejectsALibraryThatIsNotAModule)
 {
     EXPECT_EQ(Message([] { zta::host::Module module("libm.so.6"); }), "libm.so.6 does not export DllEntryPoint");
 }
 
-TEST(HostModule, IsInUseWhileAnEngineExists)
+TEST_F(HostModule, IsInUseWhileAnEngineExists)
 {
-    zta::host::Module module(ZTA_MODULE_PATH);
     const auto host = HostEngine::Create();
     const long before = AudioBuffer::LiveCount();
-    EXPECT_TRUE(module.CanUnload());
-    auto engine = module.CreateEngine(*host.Get());
+    EXPECT_TRUE(module_.CanUnload());
+    auto engine = module_.CreateEngine(*host.Get());
     ASSERT_TRUE(engine);
     EXPECT_EQ(AudioBuffer::LiveCount(), before + 131);
-    EXPECT_FALSE(module.CanUnload());
-    EXPECT_THROW(module.Unload(), std::logic_error);
+    EXPECT_FALSE(module_.CanUnload());
+    EXPECT_THROW(module_.Unload(), std::logic_error);
     engine.Reset();
     EXPECT_EQ(AudioBuffer::LiveCount(), before);
-    EXPECT_TRUE(module.CanUnload());
-    module.Unload();
-    EXPECT_THROW(module.Unload(), std::logic_error);
-    EXPECT_THROW((void)module.CanUnload(), std::logic_error);
+    EXPECT_TRUE(module_.CanUnload());
+    module_.Unload();
+    EXPECT_THROW(module_.Unload(), std::logic_error);
+    EXPECT_THROW((void)module_.CanUnload(), std::logic_error);
 }
 
-TEST(HostModule, ReturnsTheHostsFailureAndLeaksNothing)
+TEST_F(HostModule, ReturnsTheHostsFailureAndLeaksNothing)
 {
     class FailingHost : public HostEngine {
     public:
@@ -491,11 +489,10 @@ TEST(HostModule, ReturnsTheHostsFailureAndLeaksNothing)
     private:
         int requests_ = 0;
     };
-    zta::host::Module module(ZTA_MODULE_PATH);
     const auto host = Ref<FailingHost>::Adopt(new FailingHost());
     const long before = AudioBuffer::LiveCount();
     try {
-        (void)module.CreateEngine(*host.Get());
+        (void)module_.CreateEngine(*host.Get());
         FAIL() << "the engine was created without its pool";
     } catch (const zta::host::ModuleError& error) {
         EXPECT_EQ(error.Status(), ZT_E_NOT_IMPLEMENTED);
@@ -503,53 +500,49 @@ TEST(HostModule, ReturnsTheHostsFailureAndLeaksNothing)
             << error.what();
     }
     EXPECT_EQ(AudioBuffer::LiveCount(), before);
-    EXPECT_TRUE(module.CanUnload());
+    EXPECT_TRUE(module_.CanUnload());
 }
 
-TEST(HostModule, ReturnsTheTextOfAStatus)
+TEST_F(HostModule, ReturnsTheTextOfAStatus)
 {
-    const zta::host::Module module(ZTA_MODULE_PATH);
-    EXPECT_EQ(module.ErrorText(ZT_E_MODULE_BUSY),
+    EXPECT_EQ(module_.ErrorText(ZT_E_MODULE_BUSY),
               "ZT_E_MODULE_BUSY: The module is still processing the last requested operation.");
-    EXPECT_EQ(module.ErrorText(2), "Unknown error");
+    EXPECT_EQ(module_.ErrorText(2), "Unknown error");
 }
 
-TEST(HostModule, ReturnsTheVersionOfTheBuild)
+TEST_F(HostModule, ReturnsTheVersionOfTheBuild)
 {
-    const zta::host::Module module(ZTA_MODULE_PATH);
-    const SZtVersionInfo version = module.VersionInfo();
+    const SZtVersionInfo version = module_.VersionInfo();
     EXPECT_TRUE(std::all_of(std::begin(version.achRevision), std::end(version.achRevision),
                             [](char digit) { return std::strchr("0123456789abcdef", digit) != nullptr && digit; }));
     EXPECT_NE(version.achRelease[0], '\0');
 }
 
-TEST(HostModule, RegistersTheClassUnderAPathAndUnregistersIt)
+TEST_F(HostModule, RegistersTheClassUnderAPathAndUnregistersIt)
 {
     const TempDirectory directory;
     ASSERT_EQ(setenv("ORBUTILS", directory.Path().c_str(), 1), 0);
-    zta::host::Module module(ZTA_MODULE_PATH);
     const auto text = [&directory] { return ReadTextFile(directory.File("CLSIDs")); };
     const std::string line = "{45F20097-F519-4DCF-80D8CC0D06CBF259}=/opt/engine.so";
-    module.Register("/opt/engine.so");
+    module_.Register("/opt/engine.so");
     EXPECT_NE(text().find(line), std::string::npos) << text();
-    module.Unregister();
+    module_.Unregister();
     EXPECT_EQ(text().find(line), std::string::npos) << text();
 
     unsetenv("ORBUTILS");
     try {
-        module.Register("/opt/engine.so");
+        module_.Register("/opt/engine.so");
         FAIL() << "registered nowhere";
     } catch (const zta::host::ModuleError& error) {
         EXPECT_EQ(error.Status(), E_FAIL);
     }
-    EXPECT_THROW(module.Unregister(), zta::host::ModuleError);
+    EXPECT_THROW(module_.Unregister(), zta::host::ModuleError);
 }
 
-TEST(HostModule, FindsExportedNamesOnly)
+TEST_F(HostModule, FindsExportedNamesOnly)
 {
-    const zta::host::Module module(ZTA_MODULE_PATH);
-    EXPECT_NE(module.Symbol<void*>("DllRegisterServer"), nullptr);
-    EXPECT_EQ(Message([&module] { (void)module.Symbol<void*>("NoSuchName"); }),
+    EXPECT_NE(module_.Symbol<void*>("DllRegisterServer"), nullptr);
+    EXPECT_EQ(Message([this] { (void)module_.Symbol<void*>("NoSuchName"); }),
               std::string(ZTA_MODULE_PATH) + " does not export NoSuchName");
 }
 

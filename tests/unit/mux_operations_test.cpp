@@ -519,6 +519,53 @@ TEST_P(MuxOperation, CountsWholeFrames)
     EXPECT_EQ((operation_.interleaves ? call.mux : call.buffers[1]).lengthsSet, set);
 }
 
+TEST_P(MuxOperation, AppliesEachVolumeToItsChannel)
+{
+    const MuxCase& kernel = kernels_[1]; // 8 channels
+    for (const unsigned long frames : {9UL, 12UL}) {
+        Call call(operation_, kernel, frames);
+        const Bytes input =
+            operation_.interleaves ? Interleaved(call.Samples(), kernel.elementBytes, frames) : call.mux.data;
+        Volumes volumes = Flat(8, 1.0f);
+        volumes[3] = {0, 0.5f, 0.5f};
+        volumes[6] = {0, 0.0f, 0.0f};
+        EXPECT_EQ(call.Run(volumes), 0);
+        const Bytes result =
+            operation_.interleaves ? call.mux.data : Interleaved(call.Samples(), kernel.elementBytes, frames);
+        for (std::size_t i = 0; i < 8 * frames; ++i) {
+            const std::uint32_t word = Word(input, i) & 0xFFFFFF00;
+            const std::uint32_t expected = i % 8 == 3 ? Halved(word) : i % 8 == 6 ? 0 : word;
+            EXPECT_EQ(Word(result, i), expected) << i;
+        }
+        for (const FakeAudioSamples& buffer : call.buffers) {
+            // The volume step queries a deinterleaved buffer as its output and as its input.
+            EXPECT_EQ(buffer.calls, operation_.interleaves ? kQueryCalls : QueriesAndLengths(3, 1));
+        }
+    }
+}
+
+TEST_P(MuxOperation, RejectsVolumesForOtherFormatsAfterTheMove)
+{
+    for (const MuxCase& kernel : kernels_) {
+        if (kernel.PlaneProperty() == 8 || kernel.PlaneProperty() == 9) {
+            continue;
+        }
+        for (const unsigned long frames : {11UL, 12UL}) {
+            Call call(operation_, kernel, frames);
+            const Bytes muxed = call.mux.data;
+            const bool is24In24 = !operation_.interleaves && kernel.output >= 20;
+            EXPECT_EQ(call.Run(Flat(kernel.buffers * operation_.channels, 1.0f)),
+                      is24In24 ? ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED : ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED)
+                << kernel.name;
+            EXPECT_TRUE(call.HasMoved(muxed, kernel.elementBytes, frames)) << kernel.name;
+            EXPECT_TRUE(call.mux.lengthsSet.empty()) << kernel.name;
+            for (const FakeAudioSamples& buffer : call.buffers) {
+                EXPECT_TRUE(buffer.lengthsSet.empty()) << kernel.name;
+            }
+        }
+    }
+}
+
 // ---- Interleaving ----
 
 TEST_P(MuxInterleave, ReturnsTheStatusOfSettingTheLength)
@@ -576,36 +623,6 @@ TEST_P(MuxInterleave, ScalesTheWholeMuxAndKeepsItsLength)
             ASSERT_EQ(Word(call.mux.data, i), i / channels * 40 * 256 * 256) << kernel.name << " " << i;
         }
         EXPECT_EQ(call.mux.lengthsSet, Lengths{400 * channels}) << kernel.name;
-    }
-}
-
-TEST_P(MuxInterleave, GivesEachChannelItsOwnVolume)
-{
-    const MuxCase& kernel = kernels_[1]; // 8 channels
-    Call call(operation_, kernel, 9);
-    const Bytes muxed = Interleaved(call.Samples(), kernel.elementBytes, 9);
-    Volumes volumes = Flat(8, 1.0f);
-    volumes[3] = {0, 0.5f, 0.5f};
-    volumes[6] = {0, 0.0f, 0.0f};
-    EXPECT_EQ(call.Run(volumes), 0);
-    for (std::size_t i = 0; i < 72; ++i) {
-        const std::uint32_t word = Word(muxed, i) & 0xFFFFFF00;
-        const std::uint32_t expected = i % 8 == 3 ? Halved(word) : i % 8 == 6 ? 0 : word;
-        EXPECT_EQ(Word(call.mux.data, i), expected) << i;
-    }
-}
-
-TEST_P(MuxInterleave, RejectsVolumesOnOtherMuxesAfterTheInterleaving)
-{
-    for (const MuxCase& kernel : kernels_) {
-        if (kernel.input == 8 || kernel.input == 9) {
-            continue;
-        }
-        Call call(operation_, kernel, 11);
-        EXPECT_EQ(call.Run(Flat(kernel.buffers * operation_.channels, 1.0f)), ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED)
-            << kernel.name;
-        EXPECT_EQ(call.mux.data, Interleaved(call.Samples(), kernel.elementBytes, 11)) << kernel.name;
-        EXPECT_TRUE(call.mux.lengthsSet.empty()) << kernel.name;
     }
 }
 
@@ -831,43 +848,6 @@ TEST_P(MuxDeinterleave, ScalesEachOutputOverItsOwnLength)
                 ASSERT_EQ(Word(buffer.data, i), i / channels * 51 * 256 * 256) << kernel.name << " " << i;
             }
             EXPECT_EQ(buffer.lengthsSet, Lengths{80 * kernel.elementBytes}) << kernel.name;
-        }
-    }
-}
-
-TEST_P(MuxDeinterleave, GivesEachOutputItsOwnVolumes)
-{
-    const MuxCase& kernel = kernels_[1]; // 8 channels
-    Call call(operation_, kernel, 12);
-    Volumes volumes = Flat(8, 1.0f);
-    volumes[3] = {0, 0.5f, 0.5f};
-    volumes[6] = {0, 0.0f, 0.0f};
-    EXPECT_EQ(call.Run(volumes), 0);
-    const Bytes result = Interleaved(call.Samples(), kernel.elementBytes, 12);
-    for (std::size_t i = 0; i < 96; ++i) {
-        const std::uint32_t word = Word(call.mux.data, i) & 0xFFFFFF00;
-        const std::uint32_t expected = i % 8 == 3 ? Halved(word) : i % 8 == 6 ? 0 : word;
-        EXPECT_EQ(Word(result, i), expected) << i;
-    }
-    for (const FakeAudioSamples& buffer : call.buffers) {
-        // The volume step queries the buffer as its output and as its input.
-        EXPECT_EQ(buffer.calls, QueriesAndLengths(3, 1)) << kernel.name;
-    }
-}
-
-TEST_P(MuxDeinterleave, RejectsVolumesOnOtherOutputsAfterTheDeinterleaving)
-{
-    for (const MuxCase& kernel : kernels_) {
-        if (kernel.output == 8 || kernel.output == 9) {
-            continue;
-        }
-        Call call(operation_, kernel, 12);
-        EXPECT_EQ(call.Run(Flat(kernel.buffers * operation_.channels, 1.0f)),
-                  kernel.output >= 20 ? ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED : ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED)
-            << kernel.name;
-        EXPECT_EQ(Interleaved(call.Samples(), kernel.elementBytes, 12), call.mux.data) << kernel.name;
-        for (const FakeAudioSamples& buffer : call.buffers) {
-            EXPECT_TRUE(buffer.lengthsSet.empty()) << kernel.name;
         }
     }
 }

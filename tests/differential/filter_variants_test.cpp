@@ -92,10 +92,10 @@ TEST(FilterVariants, InitializeTheSameFilter)
         const std::vector<double> prototype = models::Prototype(layout, rollOff, alpha);
         const bool shares = layout.stride == 2 * layout.halfLen && layout.outRate > 1;
         for (std::int64_t p = 0; p < layout.outRate; ++p) {
-            const std::vector<double> row = models::Row(layout, prototype, p);
-            for (std::size_t i = 0; i < row.size() - (shares && p == 0 ? 1 : 0); ++i) {
-                ASSERT_TRUE(plan.kind == TapKind::Words ? models::IsRoundedTap(block.Row<std::int16_t>(p)[i], row[i])
-                                                        : models::IsRoundedTap(block.Row<float>(p)[i], row[i]))
+            const std::vector<double> taps = models::Row(layout, prototype, p);
+            for (std::size_t i = 0; i < taps.size() - (shares && p == 0 ? 1 : 0); ++i) {
+                ASSERT_TRUE(plan.kind == TapKind::Words ? models::IsRoundedTap(block.Row<std::int16_t>(p)[i], taps[i])
+                                                        : models::IsRoundedTap(block.Row<float>(p)[i], taps[i]))
                     << "phase " << p << " tap " << i;
             }
         }

@@ -303,29 +303,29 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsForOtherRates)
 TEST_P(PackedFilterBank, IsEmptyIfSumsExceed32Bits)
 {
     const FilterBlock filter = MakeM7Filter(kUp);
-    std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(5));
+    std::int16_t* const taps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(5));
     GetParam().pack(filter.Get(), &bank_);
     const bool hasBank = bank_.lGroups != 0;
     EXPECT_EQ(hasBank, HasPackedPath());
 
     // Magnitudes of 65535 in total, half of it at even indexes, and then one more.
-    std::fill_n(row, 32, std::int16_t{0});
-    row[0] = 16384;
-    row[2] = -16384;
-    row[9] = 16384;
-    row[31] = -16383;
+    std::fill_n(taps, 32, std::int16_t{0});
+    taps[0] = 16384;
+    taps[2] = -16384;
+    taps[9] = 16384;
+    taps[31] = -16383;
     GetParam().pack(filter.Get(), &bank_);
     EXPECT_EQ(bank_.lGroups != 0, hasBank);
     const std::vector<std::int16_t> square = FullScaleSquare(1200, 1);
     ExpectSameOutputs(filter, &bank_, square, 1000, 17.0);
     // Some outputs have the signs of all four taps.
     ExpectSameOutputs(filter, &bank_, FullScaleSquare(1200, 2), 1000, 17.0);
-    row[4] = 1;
+    taps[4] = 1;
     GetParam().pack(filter.Get(), &bank_);
     EXPECT_EQ(bank_.lGroups, 0);
     ExpectSameOutputs(filter, &bank_, square, 1000, 17.0);
-    row[0] = -32768;
-    row[2] = -32768;
+    taps[0] = -32768;
+    taps[2] = -32768;
     GetParam().pack(filter.Get(), &bank_);
     EXPECT_EQ(bank_.lGroups, 0);
     ExpectSameOutputs(filter, &bank_, square, 1000, 17.0);
@@ -334,10 +334,10 @@ TEST_P(PackedFilterBank, IsEmptyIfSumsExceed32Bits)
 TEST_P(PackedFilterBank, IsEmptyWithANonzeroOuterTap)
 {
     const FilterBlock filter = MakeM7Filter(kUp);
-    std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
+    std::int16_t* const taps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
     GetParam().pack(filter.Get(), &bank_);
     EXPECT_EQ(bank_.lGroups != 0, HasPackedPath());
-    row[32] = 1;
+    taps[32] = 1;
     GetParam().pack(filter.Get(), &bank_);
     EXPECT_EQ(bank_.lGroups, 0);
 }
@@ -350,11 +350,11 @@ TEST_P(PackedFilterBank, RoundsEverySumLikeTheScalarPath)
             const FilterBlock filter = MakeM7Filter(plan);
             const int phases = filter.Head().outRate;
             for (int phase = 0; phase < phases; ++phase) {
-                std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
-                std::fill_n(row, phase == 0 ? 33 : 32, std::int16_t{0});
-                row[16] = static_cast<std::int16_t>(tap);
+                std::int16_t* const taps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
+                std::fill_n(taps, phase == 0 ? 33 : 32, std::int16_t{0});
+                taps[16] = static_cast<std::int16_t>(tap);
                 // The second tap moves sums next to the halves.
-                row[20] = static_cast<std::int16_t>(phase % 3 - 1);
+                taps[20] = static_cast<std::int16_t>(phase % 3 - 1);
             }
             GetParam().pack(filter.Get(), &bank_);
             std::vector<std::int16_t> steps(1300);
@@ -374,10 +374,10 @@ TEST_P(PackedFilterBank, RoundsSumsAroundEveryHalfLikeTheScalarPath)
         const FilterBlock filter = MakeM7Filter(plan);
         const models::BlockHead head = filter.Head();
         for (int phase = 0; phase < head.outRate; ++phase) {
-            std::int16_t* const row = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
-            std::fill_n(row, phase == 0 ? 33 : 32, std::int16_t{0});
-            std::fill_n(row, 3, std::int16_t{16384});
-            row[3] = 1;
+            std::int16_t* const taps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
+            std::fill_n(taps, phase == 0 ? 33 : 32, std::int16_t{0});
+            std::fill_n(taps, 3, std::int16_t{16384});
+            taps[3] = 1;
         }
         GetParam().pack(filter.Get(), &bank_);
         const double gain = 0x1p-14 * std::min(1.0, static_cast<double>(head.outRate) / head.inRate);

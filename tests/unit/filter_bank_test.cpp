@@ -80,17 +80,17 @@ void FilterBank::ExpectModel(const FilterPlan& plan, float rollOff, float alpha)
     for (std::int64_t p = 0; p < layout.outRate; ++p) {
         const std::int64_t offset = layout.rows + p * layout.stride * layout.tapSize;
         ASSERT_EQ(head.rows[p], bytes + offset);
-        const std::vector<double> row = models::Row(layout, prototype, p);
-        for (std::size_t i = 0; i < row.size(); ++i) {
+        const std::vector<double> taps = models::Row(layout, prototype, p);
+        for (std::size_t i = 0; i < taps.size(); ++i) {
             const bool shared = static_cast<std::int64_t>(i) == layout.stride && layout.outRate > 1;
             const Tap tap = TapAt<Tap>(bytes, offset + static_cast<std::int64_t>(i) * layout.tapSize);
-            const double expected = shared ? models::Row(layout, prototype, 1)[0] : row[i];
+            const double expected = shared ? models::Row(layout, prototype, 1)[0] : taps[i];
             ASSERT_TRUE(models::IsRoundedTap(tap, expected))
                 << "phase " << p << " tap " << i << " is " << tap << ", not " << expected;
         }
         // The rest of the phase is unused, except the 8 bytes shared with the prototype.
         const bool shared = !words && p == layout.outRate - 1;
-        for (std::int64_t i = offset + static_cast<std::int64_t>(row.size()) * layout.tapSize;
+        for (std::int64_t i = offset + static_cast<std::int64_t>(taps.size()) * layout.tapSize;
              i < offset + layout.stride * layout.tapSize - (shared ? 8 : 0); ++i) {
             ASSERT_EQ(bytes[i], FilterBlock::kPoison) << "phase " << p << " padding " << i;
         }
@@ -165,22 +165,22 @@ TEST_P(FilterBank, RoundsTheLengthUp)
 TEST_P(FilterBank, HasTheKnownTapsFor44100To48000)
 {
     const FilterBlock block = MakeFilter(GetParam(), kUp);
-    const auto* row0 = block.Row<std::int16_t>(0);
+    const auto* phase0 = block.Row<std::int16_t>(0);
     for (int i = 0; i <= 32; ++i) {
-        EXPECT_EQ(row0[i], i == 16 ? 16384 : 0);
+        EXPECT_EQ(phase0[i], i == 16 ? 16384 : 0);
     }
-    const std::vector<std::int16_t> row1{0,   0,   0,  1,   -1, 2,  -3, 4,  -6, 9,  -13, 20, -29, 48, -100, 16383,
-                                         101, -48, 29, -20, 13, -9, 6,  -4, 3,  -2, 1,   -1, 0,   0,  0,    0};
-    EXPECT_EQ(std::vector<std::int16_t>(block.Row<std::int16_t>(1), block.Row<std::int16_t>(1) + 32), row1);
-    const auto* row80 = block.Row<std::int16_t>(80);
-    EXPECT_EQ(row80[15], 10387);
+    const std::vector<std::int16_t> phase1{0,   0,   0,  1,   -1, 2,  -3, 4,  -6, 9,  -13, 20, -29, 48, -100, 16383,
+                                           101, -48, 29, -20, 13, -9, 6,  -4, 3,  -2, 1,   -1, 0,   0,  0,    0};
+    EXPECT_EQ(std::vector<std::int16_t>(block.Row<std::int16_t>(1), block.Row<std::int16_t>(1) + 32), phase1);
+    const auto* phase80 = block.Row<std::int16_t>(80);
+    EXPECT_EQ(phase80[15], 10387);
     for (int i = 0; i < 16; ++i) {
-        EXPECT_EQ(row80[i], row80[31 - i]);
+        EXPECT_EQ(phase80[i], phase80[31 - i]);
     }
     int steps = 0;
     for (int p = 0; p < 160; ++p) {
-        const auto* row = block.Row<std::int16_t>(p);
-        const int sum = std::accumulate(row, row + (p == 0 ? 33 : 32), 0);
+        const auto* taps = block.Row<std::int16_t>(p);
+        const int sum = std::accumulate(taps, taps + (p == 0 ? 33 : 32), 0);
         EXPECT_GE(sum, 16381) << p;
         EXPECT_LE(sum, 16388) << p;
         const int step = block.Head().steps[p];
@@ -193,11 +193,11 @@ TEST_P(FilterBank, HasTheKnownTapsFor44100To48000)
 TEST_P(FilterBank, HasTheKnownTapsFor48000To44100)
 {
     const FilterBlock block = MakeFilter(GetParam(), kDown);
-    const auto* row0 = block.Row<std::int16_t>(0);
-    EXPECT_EQ(row0[15], 1410);
-    EXPECT_EQ(row0[16], 16384);
-    EXPECT_EQ(row0[17], 1410);
-    EXPECT_EQ(std::accumulate(row0, row0 + 33, 0), 17832);
+    const auto* phase0 = block.Row<std::int16_t>(0);
+    EXPECT_EQ(phase0[15], 1410);
+    EXPECT_EQ(phase0[16], 16384);
+    EXPECT_EQ(phase0[17], 1410);
+    EXPECT_EQ(std::accumulate(phase0, phase0 + 33, 0), 17832);
     int steps = 0;
     for (int p = 0; p < 147; ++p) {
         const int step = block.Head().steps[p];
@@ -214,8 +214,9 @@ TEST_P(FilterBank, HasOnePhaseForEqualRates)
         EXPECT_EQ(block.Head().inRate, 1);
         EXPECT_EQ(block.Head().outRate, 1);
         EXPECT_EQ(block.Head().steps[0], 1);
-        const auto* row = block.Row<std::int16_t>(0);
-        EXPECT_EQ(std::vector<std::int16_t>(row, row + 9), (std::vector<std::int16_t>{0, 0, 0, 0, 16384, 0, 0, 0, 0}));
+        const auto* taps = block.Row<std::int16_t>(0);
+        EXPECT_EQ(std::vector<std::int16_t>(taps, taps + 9),
+                  (std::vector<std::int16_t>{0, 0, 0, 0, 16384, 0, 0, 0, 0}));
     }
 }
 
@@ -257,11 +258,11 @@ TEST_P(FilterBank, SharesTheOuterTapOfPhase0WithPhase1)
     for (const int length : {29, 30, 31, 32, 28}) {
         const bool shared = length % 8 >= 5;
         const FilterBlock block = MakeFilter(GetParam(), {2, 3, length, TapKind::Words}, 0.6f, 1.0f);
-        const auto* row0 = block.Row<std::int16_t>(0);
-        const auto* row1 = block.Row<std::int16_t>(1);
+        const auto* phase0 = block.Row<std::int16_t>(0);
+        const auto* phase1 = block.Row<std::int16_t>(1);
         const int last = 2 * block.Head().halfLen;
-        EXPECT_EQ(row0 + last == row1, shared) << length;
-        EXPECT_EQ(row0[last] == row0[0], !shared) << length;
+        EXPECT_EQ(phase0 + last == phase1, shared) << length;
+        EXPECT_EQ(phase0[last] == phase0[0], !shared) << length;
     }
     for (const int length : {29, 30, 31, 32}) {
         const FilterBlock block = MakeFilter(GetParam(), {2, 3, length, TapKind::Floats}, 0.6f, 1.0f);

@@ -71,7 +71,7 @@ class ErrorCodes : public EngineTest, public ::testing::WithParamInterface<Scena
 protected:
     Scenario MakeScenario()
     {
-        Scenario scenario = GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format,
+        Scenario scenario = GetParam().Make([this](const std::string& name, const SZtaWaveFormatInfo& format,
                                                    std::size_t bytes) {
             return host::Ref<host::AudioBuffer>::Adopt(RecordingBuffer::Create(callLog_, name, format, bytes).Detach());
         });
@@ -286,7 +286,7 @@ protected:
     Scenario MakeScenario()
     {
         Scenario scenario =
-            GetParam().make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
+            GetParam().Make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
                 return BufferWithContent::Create(callLog_, name, format, bytes);
             });
         callLog_.Clear();

@@ -85,22 +85,24 @@ abi-update:
 	scripts/abi update
 
 # Compares the library with its upper bounds and with other libraries, and writes docs/performance.md. Needs an idle
-# machine for about ten minutes. The quick form only prints.
+# machine for about ten minutes. The quick form only prints. The file tool is measured last, on an hour of sound.
 COMPARE_PEERS = build/bench/bench/peers/compare_peers --json build/bench/results.json \
 	--revision "$$(git describe --always --dirty)"
 
 bench: bench-build
 	$(COMPARE_PEERS) --seconds 1.5 --document docs/performance.md
+	BENCH_SECONDS=3600 $(MAKE) bench-tool TOOL_DOCUMENT=docs/performance/file-tool.md
 
 bench-quick: bench-build
 	$(COMPARE_PEERS) --seconds 0.2
 
-# The file tool beside sox, ffmpeg and cat. OTHER names another ztaudio to compare with.
+# The file tool beside sox, ffmpeg and cat. OTHER names another ztaudio to compare with. TOOL_DOCUMENT is the page that
+# the figures are written to, if any.
 bench-tool:
-	scripts/require-packages $(DEMO_PACKAGES) python3 sox
+	scripts/require-packages $(DEMO_PACKAGES) python3 sox ffmpeg
 	cmake --preset $(PRESET) -DZTA_BUILD_TOOLS=ON
 	cmake --build --preset $(PRESET) -j $(JOBS) --target ztaudio
-	scripts/bench-tool build/$(PRESET)/bin/ztaudio $(OTHER)
+	scripts/bench-tool $(if $(TOOL_DOCUMENT),--document $(TOOL_DOCUMENT)) build/$(PRESET)/bin/ztaudio $(OTHER)
 
 bench-build:
 	scripts/require-packages $(BENCH_PACKAGES)

@@ -3,6 +3,7 @@
 #include "tools/ztaudio/analyze_input.h"
 #include "tools/ztaudio/analyze_plots.h"
 #include "tools/ztaudio/analyze_report.h"
+#include "tools/ztaudio/background_plots.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/progress.h"
 
@@ -69,13 +70,19 @@ void RunAnalysis(const AnalyzeOptions& options, const Context& context)
     }
     const auto frames = static_cast<std::int64_t>(in.File().Frames());
     AnalysisPlots plots(options, in.ChannelCount(), in.Rate(), static_cast<std::uint64_t>(frames));
+    std::optional<BackgroundPlots> background;
+    if (plots.AreWanted()) {
+        background.emplace(plots, in.ChannelCount());
+    }
     in.File().ReportLoss(context);
 
     Progress progress(context, "analyze", kReadings * frames, static_cast<std::uint32_t>(kReadings) * in.File().Rate());
     std::int64_t framesLeft = kReadings * frames;
     MeasurementObserver observer;
     observer.onBlock = [&](const Planes& samples) {
-        plots.Add(samples);
+        if (background) {
+            background->Add(samples);
+        }
         if (differences) {
             differences->Add(samples);
         }
@@ -86,6 +93,9 @@ void RunAnalysis(const AnalyzeOptions& options, const Context& context)
     };
     AnalysisReport report{options.in, in.File().Rate(), Measure(in, observer), std::nullopt};
     progress.Advance(std::max<std::int64_t>(framesLeft, 0));
+    if (background) {
+        background->Finish();
+    }
     plots.Write();
     progress.Finish();
     in.File().ReportEnd(context);

@@ -108,6 +108,11 @@ AnalysisPlots::AnalysisPlots(const AnalyzeOptions& options, std::size_t channels
 
 AnalysisPlots::~AnalysisPlots() = default;
 
+bool AnalysisPlots::AreWanted() const
+{
+    return !data_->spectra.empty() || !data_->spectrograms.empty() || !data_->waveforms.empty();
+}
+
 void AnalysisPlots::Add(const Planes& samples)
 {
     const auto add = [&samples](auto& targets) {

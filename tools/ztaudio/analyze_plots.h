@@ -16,6 +16,9 @@ public:
     AnalysisPlots(const AnalysisPlots&) = delete;
     AnalysisPlots& operator=(const AnalysisPlots&) = delete;
 
+    /// Whether the options name any picture.
+    bool AreWanted() const;
+
     void Add(const Planes& samples);
 
     /// Writes the files.

@@ -365,7 +365,7 @@ void Parser::AddInputFormat(CLI::App& command, InputOptions& input)
 {
     command
         .add_option("--input-format", input.format,
-                    "reject an input that is not wav, flac, au or raw (default: recognize every format)")
+                    "format that the input must have: wav, flac, au or raw (default: any)")
         ->type_name("NAME")
         ->check(CLI::IsMember({"wav", "flac", "au", "raw"}).description(""));
     command.add_option("--raw", input.raw, "the input is raw: 16, 24in32, 24in24 or float; little-endian")

@@ -102,7 +102,7 @@ TEST_F(ConvertBitDepth, ConvertsTheSamplesOfEachKernelAndNoMore)
             Bytes input = RandomBytes((frames + 1) * conversion.samplesPerFrame * conversion.inputBytes);
             Bytes output((frames + 1) * conversion.samplesPerFrame * conversion.outputBytes, kPoison);
             EXPECT_EQ((converter_.*conversion.kernel)(frames, input.data(), output.data()), 0);
-            EXPECT_EQ(output, BeforePoison(Expected(conversion, input, frames), output.size()))
+            EXPECT_EQ(output, PadWithPoison(Expected(conversion, input, frames), output.size()))
                 << "case " << &conversion - kCases << ", " << frames << " frames";
         }
     }

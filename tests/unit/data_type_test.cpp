@@ -72,7 +72,7 @@ TEST_F(ConvertDataType, ConvertsTheSamplesOfEachKernelAndNoMore)
             Bytes output(size, kPoison);
             const Bytes expected = Expected(conversion.model, input, frames * conversion.samplesPerFrame);
             EXPECT_EQ((converter_.*conversion.kernel)(frames, input.data(), output.data()), 0);
-            EXPECT_EQ(output, BeforePoison(expected, size))
+            EXPECT_EQ(output, PadWithPoison(expected, size))
                 << "case " << &conversion - kCases << ", " << frames << " frames";
 
             EXPECT_EQ((converter_.*conversion.kernel)(frames, input.data(), input.data()), 0);

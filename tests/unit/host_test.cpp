@@ -389,11 +389,11 @@ TEST_F(HostEngineObject, CreatesTheRequestedBufferAndDoesNotChangeTheRequest)
     request.ulHostAttribute = 1;
     request.bFadeOut = true;
     request.sWaveFormat = zta::host::Pcm24In32(2);
-    const SZtCreateAudioSamplesDescription asked = request;
+    const SZtCreateAudioSamplesDescription before = request;
 
     Ref<IZtAudioSamples> samples;
     ASSERT_EQ(host_->CreateAudioSamples(&request, samples.Put()), 0);
-    EXPECT_EQ(std::memcmp(&asked, &request, sizeof(request)), 0);
+    EXPECT_EQ(std::memcmp(&before, &request, sizeof(request)), 0);
     auto* buffer = static_cast<AudioBuffer*>(samples.Get());
     EXPECT_EQ(buffer->Capacity(), 192000U);
     const SZtAudioSamplesDescription description = buffer->Description();

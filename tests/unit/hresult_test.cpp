@@ -181,12 +181,12 @@ TEST_F(HResult, AssignmentCopiesAllowedFailures)
 TEST_F(HResult, AssignmentWithoutAllowedFailuresKeepsThem)
 {
     CZtHResult status(0, 1, ZT_E_FAIL);
-    CZtHResult plain(0);
-    plain.AssignNoAssert(ZT_E_FAIL);
-    status = plain;
+    CZtHResult other(0);
+    other.AssignNoAssert(ZT_E_FAIL);
+    status = other;
     ExpectLogged(0);
-    plain.AssignNoAssert(ZT_E_INVALID_POINTER);
-    status = plain;
+    other.AssignNoAssert(ZT_E_INVALID_POINTER);
+    status = other;
     ExpectLogged(1);
 }
 

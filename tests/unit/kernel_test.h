@@ -57,8 +57,8 @@ inline FakeAudioSamples RandomSamples(const SZtaWaveFormatInfo& format, unsigned
     return samples;
 }
 
-/// `bytes`, followed by poison up to `size`.
-inline Bytes BeforePoison(Bytes bytes, std::size_t size)
+/// Returns `bytes`, followed by poison up to `size`.
+inline Bytes PadWithPoison(Bytes bytes, std::size_t size)
 {
     bytes.resize(size, kPoison);
     return bytes;

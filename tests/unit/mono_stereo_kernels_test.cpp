@@ -121,7 +121,7 @@ TEST_F(MonoToStereoKernels, InterleaveAnyCountOfFramesAndWriteNothingElse)
             Bytes right = RandomBytes(frames * c.bytes + 1);
             Bytes stereo((frames + 9) * 2 * c.bytes, kPoison);
             ASSERT_EQ((interleaver_.*c.interleave)(frames, left.data(), right.data(), stereo.data()), 0);
-            ASSERT_EQ(stereo, BeforePoison(Interleaved(left, right, frames, c.bytes), stereo.size()))
+            ASSERT_EQ(stereo, PadWithPoison(Interleaved(left, right, frames, c.bytes), stereo.size()))
                 << c.mono << ": " << frames;
         }
     }
@@ -171,9 +171,9 @@ TEST_F(StereoToMonoKernels, DeinterleaveAnyCountOfFramesAndWriteNothingElse)
             Bytes left((frames + 17) * c.bytes, kPoison);
             Bytes right((frames + 17) * c.bytes, kPoison);
             ASSERT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), left.data(), right.data()), 0);
-            ASSERT_EQ(left, BeforePoison(ChannelOf(stereo, 0, frames, c.bytes), left.size()))
+            ASSERT_EQ(left, PadWithPoison(ChannelOf(stereo, 0, frames, c.bytes), left.size()))
                 << c.mono << ": " << frames;
-            ASSERT_EQ(right, BeforePoison(ChannelOf(stereo, 1, frames, c.bytes), right.size()))
+            ASSERT_EQ(right, PadWithPoison(ChannelOf(stereo, 1, frames, c.bytes), right.size()))
                 << c.mono << ": " << frames;
         }
     }
@@ -231,7 +231,7 @@ TEST_F(StereoToMonoKernels, WriteNothingWithoutAnInputExceptIn24In24)
             Bytes right = left;
             EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, nullptr, left.data(), right.data()), 0);
             const std::uint8_t written = c.bytes == 3 ? std::uint8_t{0} : kPoison;
-            EXPECT_EQ(left, BeforePoison(Bytes(frames * c.bytes, written), left.size()));
+            EXPECT_EQ(left, PadWithPoison(Bytes(frames * c.bytes, written), left.size()));
             EXPECT_EQ(right, left);
         }
     }

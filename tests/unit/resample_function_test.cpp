@@ -478,13 +478,15 @@ using FloatDotProduct = void (*)(const std::int16_t*, const float*, int, double*
 
 std::vector<NamedDotProduct<WordDotProduct>> WordDotProducts()
 {
-    return Supported<WordDotProduct>({{"m7", m7_ownDotProd16_16s64s_M7},
-                                      {"n8", n8_ownDotProd16_16s64s_M7},
-                                      {"y8", y8_ownDotProd16_16s64s},
-                                      {"e9", e9_ownDotProd16_16s64s},
-                                      {"l9", l9_ownDotProd16_16s64s},
-                                      {"n0", n0_ownDotProd16_16s64s},
-                                      {"k0", k0_ownDotProd16_16s64s}});
+    auto products = Supported<WordDotProduct>({{"m7", m7_ownDotProd16_16s64s_M7},
+                                               {"n8", n8_ownDotProd16_16s64s_M7},
+                                               {"y8", y8_ownDotProd16_16s64s},
+                                               {"e9", e9_ownDotProd16_16s64s},
+                                               {"l9", l9_ownDotProd16_16s64s},
+                                               {"n0", n0_ownDotProd16_16s64s},
+                                               {"k0", k0_ownDotProd16_16s64s}});
+    EXPECT_EQ(products.size(), SupportedSignalVariants().size());
+    return products;
 }
 
 std::vector<NamedDotProduct<FloatDotProduct>> FloatDotProducts()

@@ -388,8 +388,8 @@ private:
     void CallBack()
     {
         const bool isBusy = SZtLayoutProbe::Busy(Object()) != 0;
-        auto source = FaultyBuffer::CreateWith(FaultPolicy(faults_), zta::host::Pcm16(1), 64);
-        auto destination = FaultyBuffer::CreateWith(FaultPolicy(faults_), zta::host::Pcm24In32(1), 128);
+        auto source = FaultyBuffer::CreateWith(FaultPolicy(faults_), zta::host::Pcm16(1), 64U);
+        auto destination = FaultyBuffer::CreateWith(FaultPolicy(faults_), zta::host::Pcm24In32(1), 128U);
         source->SetValidLength(64);
         source->AnnounceRead();
         destination->AnnounceWrite();

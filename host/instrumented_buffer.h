@@ -4,8 +4,8 @@
 #include "audio_buffer.h"
 #include "ref.h"
 
+#include <concepts>
 #include <cstddef>
-#include <type_traits>
 #include <utility>
 
 namespace zta::host {
@@ -91,10 +91,10 @@ public:
     {
     }
 
-    /// The same with the default policy, as a base of another policy.
-    InstrumentedBuffer(const SZtaWaveFormatInfo& format,
-                       std::size_t capacityBytes) requires std::is_default_constructible_v<Policy>
-        : Base(format, capacityBytes)
+    /// The same with the default policy, as a base of another policy. A template, because not every policy has a
+    /// default.
+    template <std::same_as<SZtaWaveFormatInfo> Format>
+    InstrumentedBuffer(const Format& format, std::size_t capacityBytes) : Base(format, capacityBytes)
     {
     }
 

@@ -53,7 +53,8 @@ private:
     int error_ = 0;
 };
 
-/// The planes of a layout as buffers of a host.
+/// The planes of a layout as buffers of a host. The layout in memory is measured, so the comparisons create their
+/// buffers themselves instead of by testing/operations.h.
 class BufferSet {
 public:
     explicit BufferSet(const BufferLayout& side, std::uint32_t rate = 48000);

@@ -13,7 +13,7 @@ class BrokenHost : public EngineTest {};
 
 TEST_F(BrokenHost, ReceivesItsReferenceBackFromAFailedQueryOfACopy)
 {
-    auto liar = MisbehavingBuffer::Create(callLog_, "liar", Pcm16(1), 200);
+    auto liar = MisbehavingBuffer::Create(callLog_, "liar", Pcm16(1), 200U);
     liar->queryStatus = E_NOINTERFACE;
     auto other = Make("other", Pcm16(1), 100);
     EXPECT_EQ(engine_->CopyAudioSamples(liar.Get(), other.Get()), E_NOINTERFACE);

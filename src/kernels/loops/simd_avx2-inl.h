@@ -74,7 +74,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
             Store128(puc, _mm256_castsi256_si128(vPacked));
             _mm_storeu_si64(puc + 16, _mm256_extracti128_si256(vPacked, 1));
         } else {
-            Store256<false>(puc, reinterpret_cast<__m256i>(v));
+            Store256(puc, reinterpret_cast<__m256i>(v));
         }
     }
 
@@ -88,22 +88,22 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
         if constexpr (Bytes == 2) {
             static_assert(Count % 2 == 0);
             for (unsigned long i = 0; i < Count; i += 2) {
-                Store256<Streamed>(puc + i * 16, NarrowTo16<Alignment>(rav[i], rav[i + 1]));
+                StoreInOrder<Streamed>(puc + i * 16, NarrowTo16<Alignment>(rav[i], rav[i + 1]));
             }
         } else if constexpr (Bytes == 3 && Count == 4) {
             const __m256i vSecond = Pack24<6>(rav[1]);
             const __m256i vThird = Pack24<4>(rav[2]);
-            Store256<Streamed>(puc, _mm256_blend_epi32(Pack24<0>(rav[0]), vSecond, 0b11000000));
-            Store256<Streamed>(puc + 32, _mm256_blend_epi32(vSecond, vThird, 0b11110000));
-            Store256<Streamed>(puc + 64, _mm256_blend_epi32(vThird, Pack24<2>(rav[3]), 0b11111100));
+            StoreInOrder<Streamed>(puc, _mm256_blend_epi32(Pack24<0>(rav[0]), vSecond, 0b11000000));
+            StoreInOrder<Streamed>(puc + 32, _mm256_blend_epi32(vSecond, vThird, 0b11110000));
+            StoreInOrder<Streamed>(puc + 64, _mm256_blend_epi32(vThird, Pack24<2>(rav[3]), 0b11111100));
         } else if constexpr (Bytes == 3) {
             static_assert(Count == 2 && !Streamed);
             // The first store overruns by eight bytes, which the second overwrites.
-            Store256<false>(puc, Pack24<0>(rav[0]));
+            Store256(puc, Pack24<0>(rav[0]));
             Store<3>(puc + 24, rav[1]);
         } else {
             for (unsigned long i = 0; i < Count; ++i) {
-                Store256<Streamed>(puc + i * 32, reinterpret_cast<__m256i>(rav[i]));
+                StoreInOrder<Streamed>(puc + i * 32, reinterpret_cast<__m256i>(rav[i]));
             }
         }
     }
@@ -275,12 +275,13 @@ private:
     }
     static void Store128(std::uint8_t* puc, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(puc), v); }
 
+    static void Store256(std::uint8_t* puc, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(puc), v); }
+
     /// The barrier keeps stores in the order of memory: processors merge consecutive stores to a cache line.
     template <bool Streamed>
-    static void Store256(std::uint8_t* puc, __m256i v)
+    static void StoreInOrder(std::uint8_t* puc, __m256i v)
     {
-        auto* pv = reinterpret_cast<__m256i*>(puc);
-        Streamed ? _mm256_stream_si256(pv, v) : _mm256_storeu_si256(pv, v);
+        Streamed ? _mm256_stream_si256(reinterpret_cast<__m256i*>(puc), v) : Store256(puc, v);
         __asm__ volatile("" ::: "memory");
     }
 

@@ -1,12 +1,13 @@
-// The conversion, pair, gain and fade loops of each instruction set that this processor runs, beside copies that move
-// as many bytes: a loop that reads r and writes w bytes is compared with copies of (r + w) / 2. Names are
-//   target/loop/size of the copy[/kind of samples]
+// The conversion, stereo, gain ramp and fade loops of each variant that this CPU supports, beside copies of as many
+// bytes: a loop that reads r and writes w bytes is compared with copies of (r + w) / 2. Names are
+//   variant/loop/size of the copy[/content]
 //
-// Each round times the loop, memcpy and a copy with full registers, interleaved, in thread CPU time, so that a drift of
-// the machine meets all three. Counters are medians over the rounds of a copy's time divided by the loop's: "memcpy",
-// "wide", and "share", which is the lesser of the two. 1 is as fast as the fastest copy.
+// Each round times the loop, memcpy and a copy with the widest registers, interleaved, in thread CPU time, so that a
+// drift of the machine affects all three. Counters are medians over the rounds of a copy's time divided by the loop's:
+// "memcpy", "wide", and "share", the lesser of the two. 1 is as fast as the fastest copy.
 //
-// Samples of the other kinds than noise also have "noise", the time on noise divided by theirs: 1 is no difference.
+// For other contents than noise the counter "noise" is the time on noise divided by that on the content: 1 is no
+// difference.
 //   loops_bench --benchmark_filter='avx512/.*/16KiB'
 
 #include "bench/simd_copy.h"
@@ -26,9 +27,10 @@
 
 namespace {
 
-constexpr std::size_t kSizes[] = {16 << 10, 512 << 10, 64 << 20}; ///< the copy's bytes: first level, second, memory
+constexpr std::size_t kSizes[] = {16 << 10, 512 << 10,
+                                  64 << 20}; ///< of the copy: first-level cache, second-level cache, memory
 
-/// Whole blocks of memory, aligned to cache lines.
+/// Memory that is aligned to cache lines.
 class Memory {
 public:
     explicit Memory(std::size_t bytes)
@@ -54,7 +56,7 @@ private:
     std::unique_ptr<char, decltype(&std::free)> memory_;
 };
 
-/// Floats between -1 and 1, which are also fair words.
+/// Floats between -1 and 1. Their bits are also valid integer samples.
 void FillWithNoise(const Memory& memory)
 {
     std::minstd_rand random(1);
@@ -76,20 +78,20 @@ double Median(std::vector<double> values)
     return *middle;
 }
 
-using Work = std::function<void()>;
+using Job = std::function<void()>;
 
-double Time(int repetitions, const Work& work)
+double Time(int repetitions, const Job& job)
 {
     const double start = ThreadSeconds();
     for (int i = 0; i < repetitions; ++i) {
-        work();
+        job();
         benchmark::ClobberMemory();
     }
     return (ThreadSeconds() - start) / repetitions;
 }
 
 /// Measures the loop and its baselines, interleaved. The counter of each baseline's name is its share.
-void Compare(benchmark::State& state, const Work& loop, const std::vector<std::pair<const char*, Work>>& baselines)
+void Compare(benchmark::State& state, const Job& loop, const std::vector<std::pair<const char*, Job>>& baselines)
 {
     loop();
     const double once = std::max(Time(3, loop), 1e-8);
@@ -108,7 +110,7 @@ void Compare(benchmark::State& state, const Work& loop, const std::vector<std::p
 }
 
 /// Measures a loop beside the two copies of as many bytes.
-void CompareWithCopies(benchmark::State& state, std::size_t copied, const Work& loop)
+void CompareWithCopies(benchmark::State& state, std::size_t copied, const Job& loop)
 {
     const Memory input(copied);
     const Memory output(copied);
@@ -142,12 +144,12 @@ void Convert(benchmark::State& state, ZtaConversion loop, const Conversion& conv
 }
 
 /// Samples on which arithmetic may be slower than on noise, as the bits of floats.
-struct Kind {
+struct Content {
     const char* name;
     std::uint32_t (*word)(std::size_t i);
 };
 
-constexpr Kind kKinds[] = {
+constexpr Content kContents[] = {
     {"silence", [](std::size_t /*i*/) -> std::uint32_t { return 0; }},
     {"denormals", [](std::size_t i) -> std::uint32_t { return 1 + static_cast<std::uint32_t>(i * 40503 % 0x7FFFFF); }},
     {"halfDenormals",
@@ -155,34 +157,34 @@ constexpr Kind kKinds[] = {
     {"fadeTail", [](std::size_t i) -> std::uint32_t { return (240 - static_cast<std::uint32_t>(i / 16) % 240) << 23; }},
 };
 
-void ConvertKind(benchmark::State& state, ZtaConversion loop, const Conversion& conversion, const Kind& kind,
-                 std::size_t copied)
+void ConvertContent(benchmark::State& state, ZtaConversion loop, const Conversion& conversion, const Content& content,
+                    std::size_t copied)
 {
     const std::size_t samples = 2 * copied / (conversion.in + conversion.out);
     const Memory noise(samples * 4);
     const Memory input(samples * 4);
     const Memory output(samples * conversion.out);
     FillWithNoise(noise);
-    input.Fill([i = std::size_t{0}, &kind]() mutable { return kind.word(i++); });
+    input.Fill([i = std::size_t{0}, &content]() mutable { return content.word(i++); });
     Compare(state, [&] { loop(input.Data(), output.Data(), samples); },
             {{"noise", [&] { loop(noise.Data(), output.Data(), samples); }}});
 }
 
-struct Pair {
+struct StereoLoops {
     const char* bytes;
     std::size_t frameBytes; ///< read and as many written
     ZtaInterleaveStereo SZtaSampleLoops::*interleave;
-    ZtaDeinterleaveStereo SZtaSampleLoops::*split;
+    ZtaDeinterleaveStereo SZtaSampleLoops::*deinterleave;
 };
 
-constexpr Pair kPairs[] = {
+constexpr StereoLoops kStereoLoops[] = {
 #define ZTA_BENCH_ENTRY(bytes)                                                                                         \
     {#bytes, 2 * (bytes), &SZtaSampleLoops::pfnInterleaveStereo##bytes, &SZtaSampleLoops::pfnDeinterleaveStereo##bytes},
     ZTA_STEREO_LIST(ZTA_BENCH_ENTRY)
 #undef ZTA_BENCH_ENTRY
 };
 
-void InterleavePair(benchmark::State& state, ZtaInterleaveStereo loop, std::size_t frameBytes, std::size_t copied)
+void InterleaveStereo(benchmark::State& state, ZtaInterleaveStereo loop, std::size_t frameBytes, std::size_t copied)
 {
     const std::size_t frames = copied / frameBytes;
     const Memory left(copied / 2);
@@ -191,7 +193,7 @@ void InterleavePair(benchmark::State& state, ZtaInterleaveStereo loop, std::size
     CompareWithCopies(state, copied, [&] { loop(left.Data(), right.Data(), stereo.Data(), frames); });
 }
 
-void SplitPair(benchmark::State& state, ZtaDeinterleaveStereo loop, std::size_t frameBytes, std::size_t copied)
+void DeinterleaveStereo(benchmark::State& state, ZtaDeinterleaveStereo loop, std::size_t frameBytes, std::size_t copied)
 {
     const std::size_t frames = copied / frameBytes;
     const Memory left(copied / 2);
@@ -201,7 +203,7 @@ void SplitPair(benchmark::State& state, ZtaDeinterleaveStereo loop, std::size_t 
 }
 
 /// Ramps up to a gain of 1 cannot clip; those above can, and are clamped.
-constexpr unsigned long kGroupCounts[] = {1, 2, 4, 8, 16}; ///< of gains: up to 4 channels, 8, 16, 32, 64
+constexpr unsigned long kGroupCounts[] = {1, 2, 4, 8, 16}; ///< of gains: for up to 4, 8, 16, 32, 64 channels
 
 void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long groups, std::int32_t gain,
                    std::size_t copied)
@@ -218,7 +220,7 @@ void ApplyGainRamp(benchmark::State& state, ZtaApplyGainRamp loop, unsigned long
     std::vector<std::int32_t> block(settings.size());
     const SZtaGainRamp ramp = {block.data(), groups, kUpper, kLower};
     CompareWithCopies(state, copied, [&] {
-        std::copy(settings.begin(), settings.end(), block.begin()); // the loop moves it
+        std::copy(settings.begin(), settings.end(), block.begin()); // the loop updates it
         loop(input.Data(), output.Data(), copied / 4, &ramp);
     });
 }
@@ -243,53 +245,55 @@ void Fade(benchmark::State& state, ZtaFade<Gain> loop, std::size_t words, std::s
 
 using Function = std::function<void(benchmark::State&)>;
 
-void Register(const SZtaLoopVariant& target, const std::string& loop, std::size_t size, const std::string& kind,
+void Register(const SZtaLoopVariant& variant, const std::string& loop, std::size_t size, const std::string& content,
               const Function& function)
 {
     const bool isFade = size == kFadeBenchFrames;
-    std::string name = target.psLoops->pszName;
+    std::string name = variant.psLoops->pszName;
     name.append("/").append(loop).append("/").append(std::to_string(isFade ? size : size >> 10));
-    name.append(isFade ? "frames" : "KiB").append(kind.empty() ? "" : "/").append(kind);
+    name.append(isFade ? "frames" : "KiB").append(content.empty() ? "" : "/").append(content);
     benchmark::RegisterBenchmark(name.c_str(), function)->UseManualTime()->Iterations(size > 1 << 20 ? 11 : 101);
 }
 
-void RegisterAll(const SZtaLoopVariant& target, std::size_t size)
+void RegisterAll(const SZtaLoopVariant& variant, std::size_t size)
 {
-    const SZtaSampleLoops& loops = *target.psLoops;
+    const SZtaSampleLoops& loops = *variant.psLoops;
     for (const Conversion& conversion : kConversions) {
         const ZtaConversion loop = loops.*conversion.loop;
-        Register(target, conversion.name, size, "", [=](auto& state) { Convert(state, loop, conversion, size); });
+        Register(variant, conversion.name, size, "", [=](auto& state) { Convert(state, loop, conversion, size); });
         if (conversion.in != 4 || size != kSizes[0]) {
             continue;
         }
-        for (const Kind& kind : kKinds) {
-            Register(target, conversion.name, size, kind.name,
-                     [=](auto& state) { ConvertKind(state, loop, conversion, kind, size); });
+        for (const Content& content : kContents) {
+            Register(variant, conversion.name, size, content.name,
+                     [=](auto& state) { ConvertContent(state, loop, conversion, content, size); });
         }
     }
-    for (const Pair& pair : kPairs) {
-        Register(target, std::string("InterleavePair") + pair.bytes, size, "",
-                 [=, &loops](auto& state) { InterleavePair(state, loops.*pair.interleave, pair.frameBytes, size); });
-        Register(target, std::string("SplitPair") + pair.bytes, size, "",
-                 [=, &loops](auto& state) { SplitPair(state, loops.*pair.split, pair.frameBytes, size); });
+    for (const StereoLoops& stereo : kStereoLoops) {
+        Register(variant, std::string("InterleaveStereo") + stereo.bytes, size, "", [=, &loops](auto& state) {
+            InterleaveStereo(state, loops.*stereo.interleave, stereo.frameBytes, size);
+        });
+        Register(variant, std::string("DeinterleaveStereo") + stereo.bytes, size, "", [=, &loops](auto& state) {
+            DeinterleaveStereo(state, loops.*stereo.deinterleave, stereo.frameBytes, size);
+        });
     }
     for (const unsigned long groups : kGroupCounts) {
         const std::string name = "GainRamp" + std::to_string(groups);
-        Register(target, name, size, "",
+        Register(variant, name, size, "",
                  [=, &loops](auto& state) { ApplyGainRamp(state, loops.pfnApplyGainRamp, groups, 4000, size); });
-        Register(target, name + "Limited", size, "",
+        Register(variant, name + "Clamped", size, "",
                  [=, &loops](auto& state) { ApplyGainRamp(state, loops.pfnApplyGainRamp, groups, 5000, size); });
     }
 }
 
-void RegisterFades(const SZtaLoopVariant& target)
+void RegisterFades(const SZtaLoopVariant& variant)
 {
-    const SZtaSampleLoops& loops = *target.psLoops;
+    const SZtaSampleLoops& loops = *variant.psLoops;
     for (const std::size_t words : {1U, 2U, 4U, 8U, 16U}) {
         for (const std::ptrdiff_t step : {1, -1}) {
             const std::string shape = std::to_string(words).append(step > 0 ? "In" : "Out");
 #define ZTA_BENCH_ENTRY(op, bytes, gains)                                                                              \
-    Register(target, std::string("Fade" #op "x").append(shape), kFadeBenchFrames, "",                                  \
+    Register(variant, std::string("Fade" #op "x").append(shape), kFadeBenchFrames, "",                                 \
              [=, &loops](auto& state) { Fade(state, loops.pfnFade##op, words, bytes, step); });
             ZTA_FADE_LOOP_LIST(ZTA_BENCH_ENTRY)
 #undef ZTA_BENCH_ENTRY
@@ -302,15 +306,15 @@ void RegisterFades(const SZtaLoopVariant& target)
 int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
-    for (const SZtaLoopVariant& target : kLoopVariants) {
-        if (target.IsSupported(features)) {
-            RegisterFades(target);
+    for (const SZtaLoopVariant& variant : kLoopVariants) {
+        if (variant.IsSupported(features)) {
+            RegisterFades(variant);
         }
     }
     for (const std::size_t size : kSizes) {
-        for (const SZtaLoopVariant& target : kLoopVariants) {
-            if (target.IsSupported(features)) {
-                RegisterAll(target, size);
+        for (const SZtaLoopVariant& variant : kLoopVariants) {
+            if (variant.IsSupported(features)) {
+                RegisterAll(variant, size);
             }
         }
     }

@@ -1,13 +1,13 @@
-// The moves between streams and a mux as shares of what the memory allows: of the faster of memcpy and a copy by the
-// widest registers, of as many bytes as the move reads and writes.
+// Interleaving and deinterleaving relative to the upper bound: the faster of memcpy and a copy with the widest
+// registers, of as many bytes as the loop reads and writes.
 //
-//   mux_bench [element bytes] [streams] [frames]
+//   mux_bench [element bytes] [planes] [frames]
 //
-// measures the usual shapes, or the given ones; 0 selects all usual ones. Each line is one shape. Its
-// first column is the time of the copy in nanoseconds, then follow for each target the shares of interleaving and
-// splitting: first with the buffers at random places of their pages, then with all of them at the same place, as hosts
-// that allocate by pages have them. A share is the median over many rounds, and in each round all columns are
-// interleaved: what else the machine does falls on all of them. Time is the processor time of the thread.
+// measures the usual shapes, or the given ones; 0 selects all usual ones. Each line is one shape. Its first column is
+// the time of the copy in nanoseconds. The other columns are, for each variant, the shares of interleaving and
+// deinterleaving: first with buffers at random page offsets, then with all buffers at the same page offset, as hosts
+// that allocate whole pages have them. A share is the median over many rounds. In each round all columns are
+// interleaved, so that a disturbance affects all of them. Time is the CPU time of the thread.
 
 #include "bench/simd_copy.h"
 #include "kernels/loops/loops.h"
@@ -29,7 +29,7 @@ namespace {
 struct Element {
     std::size_t bytes;
     ZtaInterleave SZtaSampleLoops::*interleave;
-    ZtaDeinterleave SZtaSampleLoops::*split;
+    ZtaDeinterleave SZtaSampleLoops::*deinterleave;
 };
 
 constexpr Element kElements[] = {
@@ -57,11 +57,11 @@ void Clobber()
 
 struct Shape {
     std::size_t elementBytes;
-    std::size_t streams;
+    std::size_t planes;
     std::size_t frames;
 
-    std::size_t StreamBytes() const { return elementBytes * frames; }
-    std::size_t Bytes() const { return StreamBytes() * streams; }
+    std::size_t PlaneBytes() const { return elementBytes * frames; }
+    std::size_t Bytes() const { return PlaneBytes() * planes; }
 };
 
 enum class Placement { Random, Same };
@@ -81,29 +81,29 @@ private:
     std::unique_ptr<char, void (*)(void*)> memory_;
 };
 
-/// A mux and its streams, each in pages of its own and beginning with a cache line.
+/// A mux and its planes, each in pages of its own and beginning with a cache line.
 class Buffers {
 public:
     Buffers(const Shape& shape, Placement placement)
-        : streamPages_(shape.StreamBytes() / kPage + 2),
-          memory_(shape.streams * streamPages_ * kPage + shape.Bytes() + 2 * kPage)
+        : planePages_(shape.PlaneBytes() / kPage + 2),
+          memory_(shape.planes * planePages_ * kPage + shape.Bytes() + 2 * kPage)
     {
         std::minstd_rand random(1);
         const auto Offset = [&] { return placement == Placement::Same ? 0 : random() % (kPage / 64) * 64; };
         char* page = memory_.Data();
-        for (std::size_t i = 0; i < shape.streams; ++i, page += streamPages_ * kPage) {
-            streams_.push_back(page + Offset());
+        for (std::size_t i = 0; i < shape.planes; ++i, page += planePages_ * kPage) {
+            planes_.push_back(page + Offset());
         }
         mux_ = page + Offset();
     }
 
-    void* const* Streams() const { return streams_.data(); }
+    void* const* Planes() const { return planes_.data(); }
     void* Mux() const { return mux_; }
 
 private:
-    std::size_t streamPages_;
+    std::size_t planePages_;
     Pages memory_;
-    std::vector<void*> streams_;
+    std::vector<void*> planes_;
     void* mux_;
 };
 
@@ -147,7 +147,7 @@ double Median(std::vector<double> values)
     return *middle;
 }
 
-/// How often the numerator's time is the denominator's: the median over the rounds.
+/// Returns the median over the rounds of the ratio of two times.
 double Ratio(const std::vector<double>& numerator, const std::vector<double>& denominator)
 {
     std::vector<double> ratios(numerator.size());
@@ -155,9 +155,9 @@ double Ratio(const std::vector<double>& numerator, const std::vector<double>& de
     return Median(std::move(ratios));
 }
 
-void MeasureShape(const Element& element, std::size_t streams, std::size_t frames, std::uint64_t features)
+void MeasureShape(const Element& element, std::size_t planes, std::size_t frames, std::uint64_t features)
 {
-    const Shape shape{element.bytes, streams, frames};
+    const Shape shape{element.bytes, planes, frames};
     const Pages input(shape.Bytes());
     const Pages output(shape.Bytes() + kPage / 2);
     char* to = output.Data() + kPage / 2;
@@ -168,33 +168,33 @@ void MeasureShape(const Element& element, std::size_t streams, std::size_t frame
 
     const Buffers random(shape, Placement::Random);
     const Buffers same(shape, Placement::Same);
-    for (const SZtaLoopVariant& target : kLoopVariants) {
-        if (!target.IsSupported(features)) {
+    for (const SZtaLoopVariant& variant : kLoopVariants) {
+        if (!variant.IsSupported(features)) {
             continue;
         }
-        const std::string name = target.psLoops->pszName;
+        const std::string name = variant.psLoops->pszName;
         for (const Buffers* buffers : {&random, &same}) {
-            columns.push_back({name + " interleave", [&, buffers, loop = target.psLoops->*element.interleave] {
-                                   loop(buffers->Streams(), streams, buffers->Mux(), frames);
+            columns.push_back({name + " interleave", [&, buffers, loop = variant.psLoops->*element.interleave] {
+                                   loop(buffers->Planes(), planes, buffers->Mux(), frames);
                                }});
-            columns.push_back({name + " split", [&, buffers, loop = target.psLoops->*element.split] {
-                                   loop(buffers->Mux(), buffers->Streams(), streams, frames);
+            columns.push_back({name + " deinterleave", [&, buffers, loop = variant.psLoops->*element.deinterleave] {
+                                   loop(buffers->Mux(), buffers->Planes(), planes, frames);
                                }});
         }
     }
     Measure(columns);
 
-    std::vector<double> limit = columns[0].seconds;
+    std::vector<double> bound = columns[0].seconds;
     for (std::size_t c = 1; c < copies; ++c) {
-        for (std::size_t i = 0; i < limit.size(); ++i) {
-            limit[i] = std::min(limit[i], columns[c].seconds[i]);
+        for (std::size_t i = 0; i < bound.size(); ++i) {
+            bound[i] = std::min(bound[i], columns[c].seconds[i]);
         }
     }
-    std::printf("%zu bytes %2zu streams %4zu frames %9.0f ns", element.bytes, streams, frames, 1e9 * Median(limit));
+    std::printf("%zu bytes %2zu planes %4zu frames %9.0f ns", element.bytes, planes, frames, 1e9 * Median(bound));
     for (std::size_t c = copies; c < columns.size(); c += 4) {
         std::printf("  %-6s", columns[c].name.substr(0, columns[c].name.find(' ')).c_str());
         for (std::size_t i = c; i < c + 4; ++i) {
-            std::printf(" %5.2f", Ratio(limit, columns[i].seconds));
+            std::printf(" %5.2f", Ratio(bound, columns[i].seconds));
         }
     }
     std::printf("\n");
@@ -213,12 +213,13 @@ int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     const std::vector<std::size_t> bytes = IsSelected(argc, argv, 1, {2, 3, 4, 6, 8});
-    const std::vector<std::size_t> streams = IsSelected(argc, argv, 2, {2, 4, 8, 16, 32, 64});
+    const std::vector<std::size_t> planes = IsSelected(argc, argv, 2, {2, 4, 8, 16, 32, 64});
     const std::vector<std::size_t> frames = IsSelected(argc, argv, 3, {1024, 4800});
-    std::printf("shares of the copy: interleave, split (random places), interleave, split (same place)\n");
+    std::printf("shares of the copy: interleave, deinterleave (random page offsets), interleave, deinterleave (same "
+                "page offset)\n");
     for (const Element& element : kElements) {
         if (std::find(bytes.begin(), bytes.end(), element.bytes) != bytes.end()) {
-            for (const std::size_t count : streams) {
+            for (const std::size_t count : planes) {
                 for (const std::size_t length : frames) {
                     MeasureShape(element, count, length, features);
                 }

@@ -1,6 +1,6 @@
-// The run of the resampler's filter on each build that this processor can execute, beside the plain form and beside
-// multiply-adds alone, on registers that are never loaded. Compare outputs per second (items) between rows of one run,
-// and multiply-adds per second (macs), of which an output takes 32:
+// The resampler's filter in each variant that this CPU supports, beside the scalar reference and beside multiply-adds
+// alone, on registers that are never loaded. Compare outputs per second (items) between the lines of one execution, and
+// multiply-adds per second (macs), of which an output needs 32:
 //   resampler_bench --benchmark_repetitions=5 --benchmark_enable_random_interleaving
 
 #include "bench/reference_resampler.h"
@@ -56,17 +56,17 @@ std::vector<std::int16_t> Noise(int frames)
     return noise;
 }
 
-/// Runs over a stretch again and again, from the same position.
+/// Filters the same input again and again, from the same position.
 template <typename RunOnce>
-void Resample(benchmark::State& state, const InputSpan& stretch, RunOnce runOnce)
+void Resample(benchmark::State& state, const InputSpan& span, RunOnce runOnce)
 {
-    const Filter filter = MakeFilter(stretch.inRate, stretch.outRate);
-    const std::vector<std::int16_t> input = Noise(stretch.frames);
-    std::vector<std::int16_t> output(static_cast<std::size_t>(stretch.frames) * 2 + 2);
+    const Filter filter = MakeFilter(span.inRate, span.outRate);
+    const std::vector<std::int16_t> input = Noise(span.frames);
+    std::vector<std::int16_t> output(static_cast<std::size_t>(span.frames) * 2 + 2);
     std::int64_t outputs = 0;
     for (auto _ : state) {
         double time = kMargin;
-        outputs += runOnce(input.data(), stretch.frames, output.data(), &time, *filter);
+        outputs += runOnce(input.data(), span.frames, output.data(), &time, *filter);
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(outputs);
@@ -74,21 +74,21 @@ void Resample(benchmark::State& state, const InputSpan& stretch, RunOnce runOnce
         benchmark::Counter(static_cast<double>(outputs * kFilterLength), benchmark::Counter::kIsRate);
 }
 
-void ResampleWith(benchmark::State& state, const InputSpan& stretch, Run run)
+void ResampleWith(benchmark::State& state, const InputSpan& span, Run run)
 {
-    Resample(state, stretch, [run](const auto* source, int len, auto* destination, double* time, const auto& filter) {
+    Resample(state, span, [run](const auto* source, int len, auto* destination, double* time, const auto& filter) {
         int outputs = 0;
         run(source, len, destination, 1.0f, time, &outputs, &filter);
         return outputs;
     });
 }
 
-/// With a packed filter bank, as the streams do it.
-void ResampleWithBank(benchmark::State& state, const InputSpan& stretch, Run run)
+/// With a packed filter bank, as streams use it.
+void ResampleWithBank(benchmark::State& state, const InputSpan& span, Run run)
 {
     const auto bank = std::make_unique<SZtaPackedFilterBank>();
-    l9_ownPackFilterBank_16s(MakeFilter(stretch.inRate, stretch.outRate).get(), bank.get());
-    Resample(state, stretch, [&](const auto* source, int len, auto* destination, double* time, auto& filter) {
+    l9_ownPackFilterBank_16s(MakeFilter(span.inRate, span.outRate).get(), bank.get());
+    Resample(state, span, [&](const auto* source, int len, auto* destination, double* time, auto& filter) {
         int outputs = 0;
         SetPackedFilterBank(filter, bank.get());
         run(source, len, destination, 1.0f, time, &outputs, &filter);
@@ -96,9 +96,9 @@ void ResampleWithBank(benchmark::State& state, const InputSpan& stretch, Run run
     });
 }
 
-void ResamplePlain(benchmark::State& state, const InputSpan& stretch)
+void ResampleReference(benchmark::State& state, const InputSpan& span)
 {
-    Resample(state, stretch, ReferenceResample);
+    Resample(state, span, ReferenceResample);
 }
 
 /// Four independent accumulators: as many as a CPU adds in parallel, and few enough for the registers of SSE2.
@@ -144,16 +144,16 @@ constexpr Variant kVariants[] = {
 #undef ZTA_BENCH_ENTRY
 };
 
-constexpr InputSpan kStretches[] = {
+constexpr InputSpan kInputSpans[] = {
     {44100, 48000, 160},  {48000, 44100, 160},  {44100, 48000, 1024},
     {48000, 44100, 1024}, {44100, 48000, 4800}, {48000, 44100, 4800},
 };
 
-std::string Suffix(const InputSpan& stretch)
+std::string Suffix(const InputSpan& span)
 {
     std::string suffix("/");
-    suffix.append(std::to_string(stretch.inRate)).append("to").append(std::to_string(stretch.outRate));
-    return suffix.append("/").append(std::to_string(stretch.frames));
+    suffix.append(std::to_string(span.inRate)).append("to").append(std::to_string(span.outRate));
+    return suffix.append("/").append(std::to_string(span.frames));
 }
 
 } // namespace
@@ -162,15 +162,15 @@ int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     const auto runs = [features](std::uint64_t needed) { return (features & needed) == needed; };
-    for (const InputSpan& stretch : kStretches) {
-        const std::string suffix = Suffix(stretch);
-        benchmark::RegisterBenchmark(("plain" + suffix).c_str(), ResamplePlain, stretch);
+    for (const InputSpan& span : kInputSpans) {
+        const std::string suffix = Suffix(span);
+        benchmark::RegisterBenchmark(("scalar" + suffix).c_str(), ResampleReference, span);
         for (const Variant& variant : kVariants) {
             if (runs(variant.features)) {
-                benchmark::RegisterBenchmark((variant.name + suffix).c_str(), ResampleWith, stretch, variant.run);
+                benchmark::RegisterBenchmark((variant.name + suffix).c_str(), ResampleWith, span, variant.run);
                 if ((variant.features & keZtaFeatureAvx2) != 0) {
-                    benchmark::RegisterBenchmark((variant.name + (" packed" + suffix)).c_str(), ResampleWithBank,
-                                                 stretch, variant.run);
+                    benchmark::RegisterBenchmark((variant.name + (" packed" + suffix)).c_str(), ResampleWithBank, span,
+                                                 variant.run);
                 }
             }
         }

@@ -33,6 +33,27 @@ unsigned long VectorStride(unsigned long ulFrameBytes)
                                               : ulFrameBytes;
 }
 
+/// The bytes from a store to a plane to the cache line that is prefetched with it.
+constexpr unsigned long kPlanePrefetchBytes = 128;
+
+/// Prefetches cache lines of the mux that the next tiles write. They may lie after its end, where a prefetch has no
+/// effect.
+template <class Tile, unsigned long Planes, MuxLayout Layout>
+void PrefetchMux(const std::uint8_t* pucTile, unsigned long ulFrameBytes)
+{
+    if constexpr (Layout == MuxLayout::Contiguous) {
+        constexpr unsigned long kDistance = 1024;
+        constexpr unsigned long kCacheLine = 64;
+        for (unsigned long i = 0; i < Planes * Tile::kVectorBytes; i += kCacheLine) {
+            __builtin_prefetch(pucTile + kDistance + i);
+        }
+    } else {
+        for (unsigned long i = 0; i < Tile::kFrames; ++i) {
+            __builtin_prefetch(pucTile + (Tile::kFrames + i) * ulFrameBytes);
+        }
+    }
+}
+
 /// Interleaves the planes from ulPlane in the frames from ulFrom to ulTo, which are whole tiles. With Exact, no byte
 /// after the elements is written; otherwise the following planes must be processed later.
 template <class Tile, unsigned long Planes, MuxLayout Layout, bool Exact>
@@ -55,6 +76,9 @@ void InterleaveTiles(const void* const* __restrict ppvPlanes, MuxView<std::uint8
         typename Tile::VectorType av[Planes];
         for (unsigned long i = 0; i < Planes; ++i) {
             av[i] = Tile::Load(static_cast<const std::uint8_t*>(ppvPlanes[i]) + f * Tile::kBytes);
+        }
+        if constexpr (Tile::kPrefetchesMux) {
+            PrefetchMux<Tile, Planes, Layout>(puc, ulFrameBytes);
         }
         Tile::template Interleave<Planes, Layout>(av);
         for (unsigned long i = 0; i < Planes; ++i) {
@@ -102,7 +126,11 @@ void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict
         }
         Tile::template Deinterleave<Planes, Layout>(av);
         for (unsigned long i = 0; i < Planes; ++i) {
-            Tile::Store(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Tile::kBytes, av[i]);
+            std::uint8_t* pucVector = static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Tile::kBytes;
+            if constexpr (Tile::kPrefetchesPlanes) {
+                __builtin_prefetch(pucVector + kPlanePrefetchBytes);
+            }
+            Tile::Store(pucVector, av[i]);
         }
     }
 }

@@ -22,8 +22,10 @@ struct TileAvx2 {
     static constexpr unsigned long kLaneElements = 16 / kSlotBytes; ///< elements of a 128-bit lane
     static constexpr int kBytes = Bytes;
     static constexpr bool kUsesMaskedStores = false;
-    static constexpr bool kHasMaskedEdge = false; ///< for remainders
-    static constexpr bool kPrefersTiles = false;  ///< for stereo, see interleave_stereo-inl.h
+    static constexpr bool kHasMaskedEdge = false;          ///< for remainders
+    static constexpr bool kPrefersTiles = false;           ///< for stereo, see interleave_stereo-inl.h
+    static constexpr bool kPrefetchesMux = Bytes % 3 != 0; ///< the output; slower for packed elements
+    static constexpr bool kPrefetchesPlanes = Bytes % 3 != 0;
     static constexpr unsigned long kLanesPerHalf = 1;
     static constexpr unsigned long kFrames = 2 * kLaneElements;
     static constexpr unsigned long kVectorBytes = kFrames * Bytes;

@@ -25,8 +25,10 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
     using typename Tables::Permutation;
 
     static constexpr int kBytes = Bytes;
-    static constexpr bool kHasMaskedEdge = true; ///< for remainders
-    static constexpr bool kPrefersTiles = true;  ///< for stereo, see interleave_stereo-inl.h
+    static constexpr bool kHasMaskedEdge = true;       ///< for remainders
+    static constexpr bool kPrefersTiles = true;        ///< for stereo, see interleave_stereo-inl.h
+    static constexpr bool kPrefetchesMux = !kIsPacked; ///< the output; slower for packed elements
+    static constexpr bool kPrefetchesPlanes = !kIsPacked && Bytes > 2;
     static constexpr unsigned long kLanesPerHalf = 2;
     static constexpr unsigned long kVectorBytes = kFrames * Bytes;
     static constexpr bool kUsesMaskedStores = kIsPacked;

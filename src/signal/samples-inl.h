@@ -31,14 +31,6 @@ inline UnalignedDouble* AtAnyAddress(double* pd)
     return reinterpret_cast<UnalignedDouble*>(pd);
 }
 
-/// Loads four samples.
-inline std::int64_t LoadBlock(const std::int16_t* ps)
-{
-    std::int64_t llSamples;
-    __builtin_memcpy(&llSamples, static_cast<const void*>(ps), sizeof(llSamples));
-    return llSamples;
-}
-
 /// The parameters have no type because the compiler assumes that typed pointers are aligned.
 inline void CopySamples(void* pvTo, const void* pvFrom, long lCount)
 {
@@ -48,6 +40,14 @@ inline void CopySamples(void* pvTo, const void* pvFrom, long lCount)
 inline void MoveSamples(void* pvTo, const void* pvFrom, long lCount)
 {
     __builtin_memmove(pvTo, pvFrom, static_cast<std::size_t>(lCount) * sizeof(std::int16_t));
+}
+
+/// Loads four samples.
+inline std::int64_t LoadBlock(const void* pvSamples)
+{
+    std::int64_t llSamples;
+    __builtin_memcpy(&llSamples, pvSamples, sizeof(llSamples));
+    return llSamples;
 }
 
 } // namespace

@@ -55,7 +55,7 @@ struct SZtaPackedFilterBank {
         std::int32_t lAdvance; ///< samples from the base of this group to that of the next
     };
 
-    static constexpr int kMaxGroups = kMaxPeriods * kMaxPhases / kMinGroupOutputs + 1;
+    static constexpr int kMaxGroups = (kMaxPeriods * kMaxPhases + kMinGroupOutputs - 1) / kMinGroupOutputs;
     static_assert((kMaxGroups - 1) * kAdvanceBits <= 64);
 
     SGroup asGroups[kMaxGroups];

@@ -43,9 +43,6 @@ public:
         int iGroups = 0;
         const int iPositions = rsFilter.outRate * (rsFilter.outRate % Bank::kOutputs == 0 ? 1 : iPeriods);
         for (int iPosition = 0; iPosition < iPositions; ++iGroups) {
-            if (iGroups == Bank::kMaxGroups) {
-                return;
-            }
             Group& rsGroup = rsBank.asGroups[iGroups];
             const int iRest = iPositions - iPosition;
             PlaceOutputs(rsFilter, sNext, iRest < Bank::kOutputs ? iRest : Bank::kOutputs, rsGroup);

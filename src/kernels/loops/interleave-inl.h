@@ -36,6 +36,9 @@ unsigned long VectorStride(unsigned long ulFrameBytes)
 /// The bytes from a store to a plane to the cache line that is prefetched with it.
 constexpr unsigned long kPlanePrefetchBytes = 128;
 
+/// The planes of a tile from which prefetching them is faster.
+constexpr unsigned long kMinPrefetchedPlanes = 8;
+
 /// Prefetches cache lines of the mux that the next tiles write. They may lie after its end, where a prefetch has no
 /// effect.
 template <class Tile, unsigned long Planes, MuxLayout Layout>
@@ -127,7 +130,7 @@ void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict
         Tile::template Deinterleave<Planes, Layout>(av);
         for (unsigned long i = 0; i < Planes; ++i) {
             std::uint8_t* pucVector = static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Tile::kBytes;
-            if constexpr (Tile::kPrefetchesPlanes) {
+            if constexpr (Tile::kPrefetchesPlanes && Planes >= kMinPrefetchedPlanes) {
                 __builtin_prefetch(pucVector + kPlanePrefetchBytes);
             }
             Tile::Store(pucVector, av[i]);

@@ -104,7 +104,7 @@ std::int64_t SizeOf(const models::FilterPlan& plan)
 void CheckSize(FuzzInput& choices, const SignalVariant& build)
 {
     models::FilterPlan plan{MakeCount(choices, 100000), MakeCount(choices, 100000), MakeCount(choices, 300),
-                            choices.ConsumeBool() ? models::TapKind::Floats : models::TapKind::Words};
+                            choices.ConsumeBool() ? models::TapKind::Floats : models::TapKind::Int16};
     int size = -7;
     int length = -7;
     int height = -7;
@@ -140,7 +140,7 @@ void CheckRun(FuzzInput& choices, const SignalVariant& build)
     constexpr int kRates[][2] = {{44100, 48000}, {48000, 44100}, {1, 1}, {1, 3}, {7, 3}, {2, 1}};
     const auto& rates = choices.OneOf(kRates);
     models::FilterPlan plan{rates[0], rates[1], 32,
-                            choices.ConsumeBool() ? models::TapKind::Floats : models::TapKind::Words};
+                            choices.ConsumeBool() ? models::TapKind::Floats : models::TapKind::Int16};
     if (choices.ConsumeBool()) {
         plan.inRate = 1 + static_cast<int>(choices.ConsumeIndex(250));
         plan.outRate = 1 + static_cast<int>(choices.ConsumeIndex(250));

@@ -35,7 +35,7 @@ inline Calls operator+(Calls first, const Calls& second)
 }
 
 /// The calls by which a kernel queries a buffer.
-inline Calls Digest(const std::string& buffer)
+inline Calls BufferQuery(const std::string& buffer)
 {
     return {buffer + ".GetAudioSamplesDescription", buffer + ".GetBufferAndLength", buffer + ".GetBufferCapacity"};
 }
@@ -128,7 +128,7 @@ protected:
 
     static Calls Convert(const std::string& in, const std::string& out, std::size_t bytes)
     {
-        return Digest(in) + Digest(out) + SetLength(out, bytes);
+        return BufferQuery(in) + BufferQuery(out) + SetLength(out, bytes);
     }
 
     static Calls Flags(const std::string& buffer, int fadeIn, int fadeOut)

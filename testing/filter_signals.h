@@ -10,8 +10,8 @@
 
 namespace zta::test {
 
-inline constexpr models::FilterPlan kUp{44100, 48000, 32, models::TapKind::Words};
-inline constexpr models::FilterPlan kDown{48000, 44100, 32, models::TapKind::Words};
+inline constexpr models::FilterPlan kUp{44100, 48000, 32, models::TapKind::Int16};
+inline constexpr models::FilterPlan kDown{48000, 44100, 32, models::TapKind::Int16};
 
 inline std::vector<std::int16_t> Noise(std::size_t count, unsigned seed)
 {

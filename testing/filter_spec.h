@@ -14,7 +14,7 @@ namespace zta::test {
 
 inline IppHintAlgorithm HintOf(models::TapKind kind)
 {
-    return kind == models::TapKind::Words ? ippAlgHintFast : ippAlgHintAccurate;
+    return kind == models::TapKind::Int16 ? ippAlgHintFast : ippAlgHintAccurate;
 }
 
 /// Memory for a filter that ends as close to a guard page as its alignment allows.
@@ -37,7 +37,7 @@ public:
     std::size_t Size() const { return size_; }
     models::BlockHead Head() const { return models::HeadOf(begin_); }
     template <class Tap>
-    const Tap* Row(std::int64_t phase) const
+    const Tap* PhaseTaps(std::int64_t phase) const
     {
         return static_cast<const Tap*>(Head().rows[phase]);
     }
@@ -70,9 +70,9 @@ inline FilterBlock MakeFilter(const SignalVariant& build, const models::FilterPl
 
 /// A filter with given taps: equal rates, so one phase, with tap i at sample i - 2.
 template <class Tap>
-class OneRowFilter {
+class OnePhaseFilter {
 public:
-    OneRowFilter(std::array<Tap, 5> taps, float scale) : taps_(taps)
+    OnePhaseFilter(std::array<Tap, 5> taps, float scale) : taps_(taps)
     {
         models::BlockHead head{};
         head.inRate = 1;
@@ -84,8 +84,8 @@ public:
         head.rows = rows_;
         std::memcpy(head_, &head, sizeof(head));
     }
-    OneRowFilter(const OneRowFilter&) = delete;
-    OneRowFilter& operator=(const OneRowFilter&) = delete;
+    OnePhaseFilter(const OnePhaseFilter&) = delete;
+    OnePhaseFilter& operator=(const OnePhaseFilter&) = delete;
 
     const IppsResamplingPolyphaseFixed_16s* Get() const
     {

@@ -110,7 +110,7 @@ protected:
         return (engine_.Get()->*operation)(call_.array, call_.count, call_.mux, call_.volumes, call_.volumeCount);
     }
 
-    int Split(unsigned long channelsPerBuffer)
+    int CallDeinterleave(unsigned long channelsPerBuffer)
     {
         for (IZtAudioSamples* buffer : pointers_) {
             if (buffer != nullptr) {
@@ -157,7 +157,7 @@ protected:
 
     static Calls QueryCalls(const std::string& stem, std::size_t count)
     {
-        return ForEach(count, [&](std::size_t i) { return Digest(Name(stem, i)); });
+        return ForEach(count, [&](std::size_t i) { return BufferQuery(Name(stem, i)); });
     }
 
     /// A copy of bytes, format and length.
@@ -174,7 +174,7 @@ protected:
 
     static Calls ApplyVolume(const std::string& buffer, std::size_t bytes)
     {
-        return Digest(buffer) + Digest(buffer) + SetLength(buffer, bytes);
+        return BufferQuery(buffer) + BufferQuery(buffer) + SetLength(buffer, bytes);
     }
 
     std::vector<host::Ref<RecordingBuffer>> array_;

@@ -18,12 +18,12 @@ struct SignalVariant {
 #undef ZTA_TEST_MEMBER
 };
 
-inline std::ostream& operator<<(std::ostream& stream, const SignalVariant& build)
+inline std::ostream& operator<<(std::ostream& stream, const SignalVariant& variant)
 {
-    return stream << build.prefix;
+    return stream << variant.prefix;
 }
 
-inline const SignalVariant signalBuilds[] = {
+inline const SignalVariant kSignalVariants[] = {
 #define ZTA_TEST_POINTER(result, name, prefix, parameters, arguments) prefix##_##name,
 #define ZTA_TEST_VARIANT(argument, prefix, features)                                                                   \
     {#prefix, (features),                                                                                              \
@@ -39,19 +39,19 @@ inline std::vector<SignalVariant> SupportedSignalVariants()
     constexpr std::uint64_t groups = kAvx512ErPfFeatures & ~std::uint64_t{keZtaFeatureAvx512Er | keZtaFeatureAvx512Pf};
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
     std::vector<SignalVariant> executable;
-    for (const SignalVariant& build : signalBuilds) {
-        const std::uint64_t needed = (build.features & kAvx512ErPfFeatures) == kAvx512ErPfFeatures
+    for (const SignalVariant& variant : kSignalVariants) {
+        const std::uint64_t needed = (variant.features & kAvx512ErPfFeatures) == kAvx512ErPfFeatures
                                          ? groups | kAvx512Prerequisites
-                                         : build.features;
+                                         : variant.features;
         if ((features & needed) == needed) {
-            executable.push_back(build);
+            executable.push_back(variant);
         }
     }
     return executable;
 }
 
 /// For parameterized tests: the variant's prefix as the name of the test case.
-struct SignalBuildName {
+struct SignalVariantName {
     template <class Info>
     std::string operator()(const Info& info) const
     {

@@ -39,15 +39,15 @@ MuxCall MuxCallOf(std::uint32_t channelsOfPlane, bool interleaves)
 {
     const bool mono = channelsOfPlane == 1;
     if (interleaves) {
-        const auto join = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
-                               : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
-        return [join](IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
-                      IZtAudioSamples* mux) { return (engine.*join)(planes, count, mux, nullptr, 0); };
+        const auto interleave = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
+                                     : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
+        return [interleave](IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
+                            IZtAudioSamples* mux) { return (engine.*interleave)(planes, count, mux, nullptr, 0); };
     }
-    const auto split = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
-                            : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
-    return [split](IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
-                   IZtAudioSamples* mux) { return (engine.*split)(mux, planes, count, nullptr, 0); };
+    const auto deinterleave = mono ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
+                                   : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
+    return [deinterleave](IZtaAudioSamplesEngine& engine, IZtAudioSamples** planes, unsigned long count,
+                          IZtAudioSamples* mux) { return (engine.*deinterleave)(mux, planes, count, nullptr, 0); };
 }
 
 Job MuxJob(const Engine& engine, const BufferLayout& planes, const BufferLayout& mux, bool interleaves)

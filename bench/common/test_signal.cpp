@@ -20,7 +20,7 @@ constexpr std::size_t kLine = 64;
 /// avoid false store-to-load dependencies.
 constexpr std::size_t kStagger = 17 * kLine;
 
-struct Row {
+struct FormatEntry {
     std::size_t bytes;
     const char* name;
     EZtAudioDataType type;
@@ -28,9 +28,9 @@ struct Row {
     std::uint32_t valid;
 };
 
-const Row& RowOf(Sample sample)
+const FormatEntry& FormatEntryOf(Sample sample)
 {
-    static constexpr Row kRows[] = {
+    static constexpr FormatEntry kEntries[] = {
         {2, "16", keZtAudioDataTypePcm, 16, 16},
         {4, "24-in-32", keZtAudioDataTypePcm, 32, 24},
         {3, "24-in-24", keZtAudioDataTypePcm, 24, 24},
@@ -39,7 +39,7 @@ const Row& RowOf(Sample sample)
         {4, "multi-format 24", keZtAudioDataTypeMultiFormat, 32, 24},
         {8, "64-bit words", keZtAudioDataTypeOpaque, 64, 64},
     };
-    return kRows[static_cast<std::size_t>(sample)];
+    return kEntries[static_cast<std::size_t>(sample)];
 }
 
 template <typename T>
@@ -107,18 +107,18 @@ void StoreSample(Sample sample, std::byte* at, double value)
 
 std::size_t BytesOf(Sample sample)
 {
-    return RowOf(sample).bytes;
+    return FormatEntryOf(sample).bytes;
 }
 
 const char* NameOf(Sample sample)
 {
-    return RowOf(sample).name;
+    return FormatEntryOf(sample).name;
 }
 
 SZtaWaveFormatInfo FormatOf(Sample sample, std::uint32_t channels, std::uint32_t rate)
 {
-    const Row& row = RowOf(sample);
-    return {sizeof(SZtaWaveFormatInfo), channels, row.type, rate, row.container, row.valid};
+    const FormatEntry& entry = FormatEntryOf(sample);
+    return {sizeof(SZtaWaveFormatInfo), channels, entry.type, rate, entry.container, entry.valid};
 }
 
 Memory::Memory(std::size_t bytes) : start_(nullptr), size_((bytes + 2 * kPage - 1) / kPage * kPage)

@@ -6,7 +6,7 @@ namespace {
 
 constexpr std::size_t kFrames = 1024;
 
-BufferLayout NewSide(Sample sample, std::uint32_t channelsOfPlane, std::size_t planes, std::size_t frames)
+BufferLayout NewLayout(Sample sample, std::uint32_t channelsOfPlane, std::size_t planes, std::size_t frames)
 {
     const std::size_t bytes = frames * channelsOfPlane * BytesOf(sample);
     const auto memory = std::make_shared<Memory>(planes * Memory::RequiredBytes(bytes, Placement::Staggered));
@@ -20,32 +20,32 @@ public:
     void AddCopy(const char* name, Sample from, Sample to, std::uint32_t channels, std::size_t frames = kFrames,
                  bool fades = false)
     {
-        const BufferLayout in = NewSide(from, channels, 1, frames);
-        const BufferLayout out = NewSide(to, channels, 1, frames);
+        const BufferLayout in = NewLayout(from, channels, 1, frames);
+        const BufferLayout out = NewLayout(to, channels, 1, frames);
         Add(name, [=](const Engine& engine) { return CopyJob(engine, in, out, fades); });
     }
 
     void AddVolume(const char* name, std::uint32_t channels)
     {
-        const BufferLayout in = NewSide(Sample::Int24In32, channels, 1, kFrames);
-        const BufferLayout out = NewSide(Sample::Int24In32, channels, 1, kFrames);
+        const BufferLayout in = NewLayout(Sample::Int24In32, channels, 1, kFrames);
+        const BufferLayout out = NewLayout(Sample::Int24In32, channels, 1, kFrames);
         Add(name, [=](const Engine& engine) { return VolumeJob(engine, in, out, 0.5F, 2.5F); });
     }
 
-    void AddStereo(const char* joinName, const char* splitName)
+    void AddStereo(const char* interleaveName, const char* deinterleaveName)
     {
-        const BufferLayout monos = NewSide(Sample::Int24In32, 1, 2, kFrames);
-        const BufferLayout stereo = NewSide(Sample::Int24In32, 2, 1, kFrames);
-        Add(joinName, [=](const Engine& engine) { return StereoJob(engine, monos, stereo, true); });
-        Add(splitName, [=](const Engine& engine) { return StereoJob(engine, monos, stereo, false); });
+        const BufferLayout monos = NewLayout(Sample::Int24In32, 1, 2, kFrames);
+        const BufferLayout stereo = NewLayout(Sample::Int24In32, 2, 1, kFrames);
+        Add(interleaveName, [=](const Engine& engine) { return StereoJob(engine, monos, stereo, true); });
+        Add(deinterleaveName, [=](const Engine& engine) { return StereoJob(engine, monos, stereo, false); });
     }
 
     void AddMux(const std::string& name, Sample sample, std::uint32_t channelsOfPlane, std::size_t planes)
     {
-        const BufferLayout many = NewSide(sample, channelsOfPlane, planes, kFrames);
-        const BufferLayout mux = NewSide(sample, many.Channels(), 1, kFrames);
-        Add(name + ", join", [=](const Engine& engine) { return MuxJob(engine, many, mux, true); });
-        Add(name + ", split", [=](const Engine& engine) { return MuxJob(engine, many, mux, false); });
+        const BufferLayout many = NewLayout(sample, channelsOfPlane, planes, kFrames);
+        const BufferLayout mux = NewLayout(sample, many.Channels(), 1, kFrames);
+        Add(name + ", interleave", [=](const Engine& engine) { return MuxJob(engine, many, mux, true); });
+        Add(name + ", deinterleave", [=](const Engine& engine) { return MuxJob(engine, many, mux, false); });
     }
 
     void AddResampling(const char* name, const Rates& rates)

@@ -98,14 +98,14 @@ void AddBounds(Workload& work, const std::vector<Pass>& passes)
 
 std::vector<Pass> OnePass(const BufferLayout& in, const BufferLayout& out)
 {
-    const bool split = out.planes.size() >= in.planes.size();
-    const BufferLayout& many = split ? out : in;
-    const BufferLayout& few = split ? in : out;
+    const bool deinterleaves = out.planes.size() >= in.planes.size();
+    const BufferLayout& many = deinterleaves ? out : in;
+    const BufferLayout& few = deinterleaves ? in : out;
     std::vector<Pass> passes;
     const std::size_t bytes = (in.Bytes() + out.Bytes()) / 2 / many.planes.size();
     for (std::size_t i = 0; i < many.planes.size(); ++i) {
         std::byte* const whole = few.planes.front() + i * bytes;
-        passes.push_back({split ? many.planes[i] : whole, split ? whole : many.planes[i], bytes});
+        passes.push_back({deinterleaves ? many.planes[i] : whole, deinterleaves ? whole : many.planes[i], bytes});
     }
     return passes;
 }

@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kFrames = 4800;
 constexpr std::size_t kFadeFrames = 200;
 
-struct Row {
+struct CopyCase {
     Sample from;
     Sample to;
     std::uint32_t channels;
@@ -37,13 +37,15 @@ Check ReferenceFadeInOut(const BufferLayout& in, const BufferLayout& out)
     };
 }
 
-Workload MakeCopy(const Bench& bench, const Row& row, bool fades)
+Workload MakeCopy(const Bench& bench, const CopyCase& copyCase, bool fades)
 {
-    const std::size_t samples = kFrames * row.channels;
-    const std::size_t capacity = PassCapacity(samples * BytesOf(row.from), samples * BytesOf(row.to));
+    const std::size_t samples = kFrames * copyCase.channels;
+    const std::size_t capacity = PassCapacity(samples * BytesOf(copyCase.from), samples * BytesOf(copyCase.to));
     const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(capacity, Placement::Staggered));
-    const BufferLayout in = MakeSide(memory, row.from, row.channels, 1, kFrames, Placement::Staggered, capacity);
-    const BufferLayout out = MakeSide(memory, row.to, row.channels, 1, kFrames, Placement::Staggered, capacity);
+    const BufferLayout in =
+        MakeSide(memory, copyCase.from, copyCase.channels, 1, kFrames, Placement::Staggered, capacity);
+    const BufferLayout out =
+        MakeSide(memory, copyCase.to, copyCase.channels, 1, kFrames, Placement::Staggered, capacity);
     Workload work;
     work.prepare = [in, out] {
         Fill(in, Content::Noise);
@@ -57,10 +59,10 @@ Workload MakeCopy(const Bench& bench, const Row& row, bool fades)
     return work;
 }
 
-std::string NameOf(const Row& row)
+std::string NameOf(const CopyCase& copyCase)
 {
-    return std::string(NameOf(row.from)) + " to " + NameOf(row.to) + ", " + std::to_string(row.channels) + " ch, " +
-           std::to_string(kFrames) + " frames";
+    return std::string(NameOf(copyCase.from)) + " to " + NameOf(copyCase.to) + ", " +
+           std::to_string(copyCase.channels) + " ch, " + std::to_string(kFrames) + " frames";
 }
 
 } // namespace
@@ -68,15 +70,17 @@ std::string NameOf(const Row& row)
 void AddMultiFormatsAndFades(std::vector<WorkloadFactory>& rows, const Bench& bench)
 {
     using enum Sample;
-    constexpr Row kWords[] = {{Multi24, Int24In32, 2}, {Multi24, Int24In32, 16}, {Multi16, Int16, 2}};
-    constexpr Row kFades[] = {{Int24In32, Int24In32, 1},  {Int24In32, Int24In32, 2}, {Int24In32, Int24In32, 8},
-                              {Int24In32, Int24In32, 16}, {Int16, Int16, 1},         {Int16, Int16, 2},
-                              {Int16, Int16, 8},          {Int16, Int16, 16},        {Int16, Int24In32, 2}};
-    for (const Row& row : kWords) {
-        rows.push_back({"Multi-format words", NameOf(row), [&bench, row] { return MakeCopy(bench, row, false); }});
+    constexpr CopyCase kWords[] = {{Multi24, Int24In32, 2}, {Multi24, Int24In32, 16}, {Multi16, Int16, 2}};
+    constexpr CopyCase kFades[] = {{Int24In32, Int24In32, 1},  {Int24In32, Int24In32, 2}, {Int24In32, Int24In32, 8},
+                                   {Int24In32, Int24In32, 16}, {Int16, Int16, 1},         {Int16, Int16, 2},
+                                   {Int16, Int16, 8},          {Int16, Int16, 16},        {Int16, Int24In32, 2}};
+    for (const CopyCase& copyCase : kWords) {
+        rows.push_back(
+            {"Multi-format words", NameOf(copyCase), [&bench, copyCase] { return MakeCopy(bench, copyCase, false); }});
     }
-    for (const Row& row : kFades) {
-        rows.push_back({"Copies with both fades", NameOf(row), [&bench, row] { return MakeCopy(bench, row, true); }});
+    for (const CopyCase& copyCase : kFades) {
+        rows.push_back({"Copies with both fades", NameOf(copyCase),
+                        [&bench, copyCase] { return MakeCopy(bench, copyCase, true); }});
     }
 }
 

@@ -43,7 +43,7 @@ BlockLayout::BlockLayout(const FilterPlan& plan)
     outRate = plan.outRate / divisor;
     const std::int64_t length = RoundUp(plan.length, 4);
     halfLen = length / 2;
-    const bool words = plan.kind == TapKind::Words;
+    const bool words = plan.kind == TapKind::Int16;
     stride = words ? RoundUp(plan.length + 1, 8) : RoundUp(plan.length + 1, 4);
     tapSize = words ? 2 : 4;
     // Everything before the fraction is truncated is single precision.
@@ -95,7 +95,7 @@ std::vector<double> Prototype(const BlockLayout& layout, float rollOff, float al
     return taps;
 }
 
-std::vector<double> Row(const BlockLayout& layout, const std::vector<double>& prototype, std::int64_t phase)
+std::vector<double> PhaseTaps(const BlockLayout& layout, const std::vector<double>& prototype, std::int64_t phase)
 {
     // Phase 0 is centered on a sample and has both outermost taps.
     std::vector<double> row;

@@ -8,7 +8,7 @@
 /// output from its position.
 namespace models {
 
-enum class TapKind { Words, Floats };
+enum class TapKind { Int16, Floats };
 
 struct FilterPlan {
     int inRate;
@@ -38,7 +38,7 @@ struct BlockLayout {
 std::vector<double> Prototype(const BlockLayout& layout, float rollOff, float alpha);
 
 /// The taps of one phase, without the entries that phases share.
-std::vector<double> Row(const BlockLayout& layout, const std::vector<double>& prototype, std::int64_t phase);
+std::vector<double> PhaseTaps(const BlockLayout& layout, const std::vector<double>& prototype, std::int64_t phase);
 
 /// The step table.
 std::vector<std::int16_t> Steps(const BlockLayout& layout);

@@ -29,8 +29,8 @@ FilterPlan RandomPlan(std::mt19937& random)
 {
     const int most = Between(random, 0, 3) == 0 ? 2000 : 60;
     const FilterPlan plan{Between(random, 1, most), Between(random, 1, most), Between(random, 1, 90),
-                          Between(random, 0, 2) == 0 ? TapKind::Floats : TapKind::Words};
-    return Between(random, 0, 3) == 0 ? FilterPlan{plan.inRate, plan.outRate, 32, TapKind::Words} : plan;
+                          Between(random, 0, 2) == 0 ? TapKind::Floats : TapKind::Int16};
+    return Between(random, 0, 3) == 0 ? FilterPlan{plan.inRate, plan.outRate, 32, TapKind::Int16} : plan;
 }
 
 /// Noise, a square wave of full scale, impulses, or a constant.
@@ -92,10 +92,11 @@ TEST(FilterVariants, InitializeTheSameFilter)
         const std::vector<double> prototype = models::Prototype(layout, rollOff, alpha);
         const bool shares = layout.stride == 2 * layout.halfLen && layout.outRate > 1;
         for (std::int64_t p = 0; p < layout.outRate; ++p) {
-            const std::vector<double> taps = models::Row(layout, prototype, p);
+            const std::vector<double> taps = models::PhaseTaps(layout, prototype, p);
             for (std::size_t i = 0; i < taps.size() - (shares && p == 0 ? 1 : 0); ++i) {
-                ASSERT_TRUE(plan.kind == TapKind::Words ? models::IsRoundedTap(block.Row<std::int16_t>(p)[i], taps[i])
-                                                        : models::IsRoundedTap(block.Row<float>(p)[i], taps[i]))
+                ASSERT_TRUE(plan.kind == TapKind::Int16
+                                ? models::IsRoundedTap(block.PhaseTaps<std::int16_t>(p)[i], taps[i])
+                                : models::IsRoundedTap(block.PhaseTaps<float>(p)[i], taps[i]))
                     << "phase " << p << " tap " << i;
             }
         }
@@ -110,7 +111,7 @@ TEST(FilterVariants, ReturnTheSameOutputs)
     const std::vector<SignalVariant> variants = SupportedSignalVariants();
     for (int round = 0; round < 400; ++round) {
         const FilterPlan plan = RandomPlan(random);
-        const bool words = plan.kind == TapKind::Words;
+        const bool words = plan.kind == TapKind::Int16;
         const float rollOff = std::uniform_real_distribution<float>(0.3f, 1.0f)(random);
         const FilterBlock filter = MakeFilter(variants.front(), plan, rollOff, 9.0f);
         const int half = filter.Head().halfLen;
@@ -155,7 +156,7 @@ TEST(FilterVariants, AreReachedThroughThePublicFunctions)
         const std::uint64_t kWithoutCheck = std::uint64_t{1} << 63;
         ippSetCpuFeatures(kWithoutCheck | variant.features);
         for (const auto& [in, out] : {std::pair{44100, 48000}, std::pair{48000, 44100}}) {
-            for (const TapKind kind : {TapKind::Words, TapKind::Floats}) {
+            for (const TapKind kind : {TapKind::Int16, TapKind::Floats}) {
                 int size = 0;
                 int length = 0;
                 int height = 0;

@@ -46,7 +46,7 @@ std::vector<PackedVariant> SupportedVariants()
 
 FilterBlock MakeM7Filter(const FilterPlan& plan, float rollOff = 1.0f)
 {
-    return MakeFilter(signalBuilds[0], plan, rollOff);
+    return MakeFilter(kSignalVariants[0], plan, rollOff);
 }
 
 std::vector<std::int16_t> FullScaleSquare(std::size_t count, std::size_t half)
@@ -137,7 +137,7 @@ protected:
     GuardedBuffer destination_{8000};
 };
 
-INSTANTIATE_TEST_SUITE_P(Variants, PackedFilterBank, testing::ValuesIn(SupportedVariants()), SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Variants, PackedFilterBank, testing::ValuesIn(SupportedVariants()), SignalVariantName());
 
 TEST_P(PackedFilterBank, GivesTheSameOutputsForEveryPhaseAndLength)
 {
@@ -225,7 +225,7 @@ TEST_P(PackedFilterBank, HasTheTapsOfEachOutputAtItsSamples)
                     const bool isTap = exists && tap >= 0 && tap < Bank::kTaps;
                     ASSERT_EQ(group.asTaps[half][sample / Bank::kBlockSamples][i % Bank::kHalfOutputs]
                                           [sample % Bank::kBlockSamples],
-                              isTap ? filter.Row<std::int16_t>(phase)[tap] : 0)
+                              isTap ? filter.PhaseTaps<std::int16_t>(phase)[tap] : 0)
                         << "output " << output << ", sample " << sample;
                 }
                 output += exists ? 1 : 0;
@@ -241,7 +241,7 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsWithANonzeroOuterTap)
 {
     for (const FilterPlan& plan : {kUp, kDown}) {
         const FilterBlock filter = MakeM7Filter(plan, 0.83f);
-        const_cast<std::int16_t*>(filter.Row<std::int16_t>(0))[32] = -77;
+        const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(0))[32] = -77;
         GetParam().pack(filter.Get(), &bank_);
         const std::vector<std::int16_t> noise = Noise(600, 2);
         const int phases = filter.Head().outRate;
@@ -290,7 +290,7 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsForOtherRates)
                               {101, 100},
                               {97, 89},
                               {89, 97}}) {
-        const FilterBlock filter = MakePackedFilter({rates.in, rates.out, 32, TapKind::Words});
+        const FilterBlock filter = MakePackedFilter({rates.in, rates.out, 32, TapKind::Int16});
         const std::vector<std::int16_t> noise = Noise(1000, 3);
         const int phases = filter.Head().outRate;
         for (int phase = 0; phase < phases; ++phase) {
@@ -303,7 +303,7 @@ TEST_P(PackedFilterBank, GivesTheSameOutputsForOtherRates)
 TEST_P(PackedFilterBank, IsEmptyIfSumsExceed32Bits)
 {
     const FilterBlock filter = MakeM7Filter(kUp);
-    std::int16_t* const taps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(5));
+    std::int16_t* const taps = const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(5));
     GetParam().pack(filter.Get(), &bank_);
     const bool hasBank = bank_.lGroups != 0;
     EXPECT_EQ(hasBank, HasPackedPath());
@@ -334,7 +334,7 @@ TEST_P(PackedFilterBank, IsEmptyIfSumsExceed32Bits)
 TEST_P(PackedFilterBank, IsEmptyWithANonzeroOuterTap)
 {
     const FilterBlock filter = MakeM7Filter(kUp);
-    std::int16_t* const taps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
+    std::int16_t* const taps = const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(0));
     GetParam().pack(filter.Get(), &bank_);
     EXPECT_EQ(bank_.lGroups != 0, HasPackedPath());
     taps[32] = 1;
@@ -350,7 +350,7 @@ TEST_P(PackedFilterBank, RoundsEverySumLikeTheScalarPath)
             const FilterBlock filter = MakeM7Filter(plan);
             const int phases = filter.Head().outRate;
             for (int phase = 0; phase < phases; ++phase) {
-                std::int16_t* const taps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
+                std::int16_t* const taps = const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(phase));
                 std::fill_n(taps, phase == 0 ? 33 : 32, std::int16_t{0});
                 taps[16] = static_cast<std::int16_t>(tap);
                 // The second tap moves sums next to the halves.
@@ -374,7 +374,7 @@ TEST_P(PackedFilterBank, RoundsSumsAroundEveryHalfLikeTheScalarPath)
         const FilterBlock filter = MakeM7Filter(plan);
         const models::BlockHead head = filter.Head();
         for (int phase = 0; phase < head.outRate; ++phase) {
-            std::int16_t* const taps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(phase));
+            std::int16_t* const taps = const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(phase));
             std::fill_n(taps, phase == 0 ? 33 : 32, std::int16_t{0});
             std::fill_n(taps, 3, std::int16_t{16384});
             taps[3] = 1;

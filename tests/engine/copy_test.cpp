@@ -52,7 +52,7 @@ TEST_F(Copy, OfMultiFormatWordsOfEqualSizeUsesTheDataTypeKernelAndKeepsTheLength
     Build(Multi24(2), Pcm24In32(2), 1);
     output_->SetValidLength(0);
     Fill<std::uint32_t>(*input_, {0xF123456A, 0x08000000});
-    ExpectProcessed(Digest("input") + Digest("output"));
+    ExpectProcessed(BufferQuery("input") + BufferQuery("output"));
     EXPECT_EQ(Samples<std::uint32_t>(*output_, 2), (std::vector<std::uint32_t>{0x12345600, 0x80000000}));
     EXPECT_EQ(output_->Length(), 0U);
 }
@@ -71,7 +71,7 @@ TEST_F(Copy, FadesOnTheDestinationWhereItsFormatAllows)
     Build(Pcm16(1), Pcm24In32(1), 300);
     Fill<std::int16_t>(*input_, std::vector<std::int16_t>(300, 0x4000));
     input_->SetFades(true, false);
-    ExpectProcessed(Convert("input", "output", 1200) + Flags("output", 1, 0) + Digest("output") +
+    ExpectProcessed(Convert("input", "output", 1200) + Flags("output", 1, 0) + BufferQuery("output") +
                     Flags("output", 0, 0));
     EXPECT_FALSE(output_->Description().bFadeIn);
     EXPECT_TRUE(input_->Description().bFadeIn) << "the source's own flag stays";
@@ -86,7 +86,7 @@ TEST_F(Copy, FadesInAScratchBufferIfTheDestinationFormatHasNoFade)
     Fill<std::int16_t>(*input_, std::vector<std::int16_t>(300, 0x4000));
     input_->SetFades(false, true);
     ExpectProcessed(Calls{"scratch0.SetWaveFormat"} + Convert("input", "scratch0", 1200) + Flags("scratch0", 0, 1) +
-                    Digest("scratch0") + Convert("scratch0", "output", 1200) + Flags("output", 0, 0));
+                    BufferQuery("scratch0") + Convert("scratch0", "output", 1200) + Flags("output", 0, 0));
     const auto samples = Samples<float>(*output_, 300);
     EXPECT_EQ(samples[0], static_cast<float>(0x40000000) / 2147483392.0F);
     EXPECT_EQ(samples[299], static_cast<float>((std::int64_t{0x40000000} * 21421149 >> 32) * 2) / 2147483392.0F);
@@ -109,7 +109,7 @@ TEST_F(Copy, ThroughTheScratchBufferWithoutAConversionUsesItsLastLength)
     Fill<std::int32_t>(*input_, std::vector<std::int32_t>(250, 0x40000000));
     input_->SetFades(true, false);
     ExpectProcessed(Calls{"scratch0.SetWaveFormat"} + ByteCopy("input", "scratch0") + Flags("scratch0", 1, 0) +
-                    Digest("scratch0") + Convert("scratch0", "output", 400) + Flags("output", 0, 0));
+                    BufferQuery("scratch0") + Convert("scratch0", "output", 400) + Flags("output", 0, 0));
     EXPECT_EQ(output_->Length(), 400U);
 }
 
@@ -188,7 +188,7 @@ TEST_F(Copy, RelabelsADestinationOfTwentyValidBits)
 TEST_F(Copy, BetweenRatesIsLeftToTheBitDepthKernelWhichRejectsIt)
 {
     Build(Pcm16(1, 44100), Pcm16(1, 48000), 1);
-    ExpectProcessed(Digest("input") + Digest("output"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    ExpectProcessed(BufferQuery("input") + BufferQuery("output"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
 TEST_F(Copy, Recognizes16In32MultiFormat)
@@ -295,7 +295,7 @@ TEST_F(Copy, IntoAMuxTooShortForAFadeClearsTheFlagsNevertheless)
 {
     Build(Pcm16(4), Pcm24In32(4), 199);
     input_->SetFades(true, false);
-    ExpectProcessed(Convert("input", "output", 199 * 16) + Flags("output", 1, 0) + Digest("output") +
+    ExpectProcessed(Convert("input", "output", 199 * 16) + Flags("output", 1, 0) + BufferQuery("output") +
                         Flags("output", 0, 0),
                     ZT_E_DESTINATION_BUFFER_TOO_SMALL);
 }
@@ -304,7 +304,7 @@ TEST_F(Copy, WhoseConversionFailsBeforeAFadeInPlaceSetsNoFlags)
 {
     Build(Pcm24In24(1), Pcm16(1), 300);
     input_->SetFades(true, false);
-    ExpectProcessed(Digest("input") + Digest("output"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    ExpectProcessed(BufferQuery("input") + BufferQuery("output"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
 TEST_F(Copy, WhoseSourceFailsAfterTheEntryPointPropagatesTheCode)

@@ -133,13 +133,14 @@ protected:
     static Calls Interleave(const std::string& left, const std::string& right, const std::string& stereo,
                             std::size_t bytes)
     {
-        return Digest(left) + Digest(right) + Digest(stereo) + SetLength(stereo, bytes);
+        return BufferQuery(left) + BufferQuery(right) + BufferQuery(stereo) + SetLength(stereo, bytes);
     }
 
     static Calls Deinterleave(const std::string& stereo, const std::string& left, const std::string& right,
                               std::size_t bytes)
     {
-        return Digest(stereo) + Digest(left) + Digest(right) + SetLength(left, bytes) + SetLength(right, bytes);
+        return BufferQuery(stereo) + BufferQuery(left) + BufferQuery(right) + SetLength(left, bytes) +
+               SetLength(right, bytes);
     }
 
     [[nodiscard]] Calls End(int status = 0) const
@@ -286,7 +287,7 @@ TEST_F(MonoToStereo, OfFloatsIntoFloatsStagesAllThree)
 {
     // No table entry has floats: the last entry, packed 24 bits, is suggested, and floats cannot be converted to it.
     Build(Float32(1), Float32(2), 1);
-    ExpectProcessed(SetFormat(0) + Digest("left") + Digest("scratch0"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    ExpectProcessed(SetFormat(0) + BufferQuery("left") + BufferQuery("scratch0"), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
 
 TEST_F(MonoToStereo, AtOtherRatesInterleavesWithoutAScratchBuffer)
@@ -304,7 +305,7 @@ TEST_F(MonoToStereo, AppliesTheFadesThatBothInputsRequest)
     left_->SetFades(false, true);
     right_->SetFades(false, true);
     stereo_->SetFades(true, true);
-    ExpectProcessed(Interleave("left", "right", "stereo", 1200) + Flags("stereo", 0, 1) + Digest("stereo") +
+    ExpectProcessed(Interleave("left", "right", "stereo", 1200) + Flags("stereo", 0, 1) + BufferQuery("stereo") +
                     Flags("stereo", 0, 0));
     const auto samples = Samples<std::int16_t>(*stereo_, 600);
     EXPECT_EQ(samples[198], 1000);
@@ -330,7 +331,7 @@ TEST_F(MonoToStereo, RejectsAFadeOfAnOutputWithoutAFadeKernelAndClearsItsFlags)
     Build(Pcm24In24(1), Pcm24In24(2), 300);
     left_->SetFades(true, false);
     right_->SetFades(true, false);
-    ExpectProcessed(Interleave("left", "right", "stereo", 1800) + Flags("stereo", 1, 0) + Digest("stereo") +
+    ExpectProcessed(Interleave("left", "right", "stereo", 1800) + Flags("stereo", 1, 0) + BufferQuery("stereo") +
                         Flags("stereo", 0, 0),
                     ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 }
@@ -455,7 +456,7 @@ TEST_F(StereoToMono, SetsTheScratchFormatsOfTheOutputsEvenIfTheInputCannotBeStag
     // bits.
     Build(Float32(1), Float32(2), 1);
     LogRecorder::Clear();
-    ExpectProcessed(SetFormat(0) + Digest("stereo") + Digest("scratch0") + SetFormat(1) + SetFormat(2),
+    ExpectProcessed(SetFormat(0) + BufferQuery("stereo") + BufferQuery("scratch0") + SetFormat(1) + SetFormat(2),
                     ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     EXPECT_EQ(LogRecorder::Count(), 1U);
 }

@@ -19,13 +19,13 @@ protected:
         return Polarity(Name("b", i), polarity) + Flags(Name("b", i), fadeIn, fadeOut);
     }
 
-    static Calls Faded(std::size_t i) { return Digest(Name("b", i)) + Flags(Name("b", i), 0, 0); }
+    static Calls Faded(std::size_t i) { return BufferQuery(Name("b", i)) + Flags(Name("b", i), 0, 0); }
 
     /// From the kernel's queries to the end, for four channels without fades; `lengths` are the calls that follow the
     /// queries.
     [[nodiscard]] Calls Deinterleaved(const std::string& mux, const Calls& lengths, unsigned int polarity = 0) const
     {
-        return QueryCalls("b", Four()) + Digest(mux) + lengths +
+        return QueryCalls("b", Four()) + BufferQuery(mux) + lengths +
                ForEach(Four(), [&](std::size_t i) { return Propagated(i, polarity, 0, 0); }) + WorkerEnd(Four());
     }
 };
@@ -97,7 +97,7 @@ TEST_P(MuxDeinterleave, FadesEachOutputAndClearsItsFlags)
     Fill(*mux_, std::vector<std::uint32_t>(1200, 0x40000000));
     mux_->SetPolarity(2);
     mux_->SetFades(true, false);
-    ExpectRun(0, Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") +
+    ExpectRun(0, Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + BufferQuery("mux") +
                      Lengths(1200 * ChannelsPerBuffer()) +
                      ForEach(Four(), [](std::size_t i) { return Propagated(i, 2, 1, 0) + Faded(i); }) +
                      WorkerEnd(Four()));
@@ -131,12 +131,13 @@ TEST_P(MuxDeinterleave, WhoseFadeFailsOnOneOutputLeavesTheLaterOnesWithoutAFade)
     const std::size_t bad = Four() - 2;
     OnCall(Name("b", bad) + ".SetFadeOut(1)", [this] { callLog_.FailCall(2); });
     ExpectRun(kInjectedFailure);
-    EXPECT_EQ(
-        callLog_.Calls(),
-        Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + Digest("mux") + Lengths(1200 * ChannelsPerBuffer()) +
-            ForEach(bad, [](std::size_t i) { return Propagated(i, 3, 0, 1) + Faded(i); }) + Propagated(bad, 3, 0, 1) +
-            (Calls{Name("b", bad) + ".GetAudioSamplesDescription", Name("b", bad) + ".GetBufferAndLength"}) +
-            Flags(Name("b", bad), 0, 0) + Propagated(bad + 1, 3, 0, 1) + WorkerEnd(Four(), kInjectedFailure));
+    EXPECT_EQ(callLog_.Calls(),
+              Entry(Four()) + WorkerStart() + QueryCalls("b", Four()) + BufferQuery("mux") +
+                  Lengths(1200 * ChannelsPerBuffer()) +
+                  ForEach(bad, [](std::size_t i) { return Propagated(i, 3, 0, 1) + Faded(i); }) +
+                  Propagated(bad, 3, 0, 1) +
+                  (Calls{Name("b", bad) + ".GetAudioSamplesDescription", Name("b", bad) + ".GetBufferAndLength"}) +
+                  Flags(Name("b", bad), 0, 0) + Propagated(bad + 1, 3, 0, 1) + WorkerEnd(Four(), kInjectedFailure));
     EXPECT_FALSE(array_[bad]->Description().bFadeOut);
     EXPECT_TRUE(array_.back()->Description().bFadeOut);
     EXPECT_EQ(array_.back()->Polarity(), 3U);
@@ -280,8 +281,8 @@ TEST_P(MuxDeinterleave, ChangesTheContainerOfFourChannelsOnly)
     mux_->SetPolarity(5);
     ExpectRun(ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
     const std::size_t count = 8 / ChannelsPerBuffer();
-    EXPECT_EQ(callLog_.Calls(), Entry(count) + WorkerStart() + Calls{"scratch0.SetWaveFormat"} + Digest("mux") +
-                                    Digest("scratch0") + WorkerEnd(count, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED))
+    EXPECT_EQ(callLog_.Calls(), Entry(count) + WorkerStart() + Calls{"scratch0.SetWaveFormat"} + BufferQuery("mux") +
+                                    BufferQuery("scratch0") + WorkerEnd(count, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED))
         << "and propagates nothing after a failure";
 }
 

@@ -25,14 +25,14 @@ protected:
 
     static Calls RejectedConversion(std::size_t i)
     {
-        return Described(i) + Calls{Name("convert", i) + ".SetWaveFormat"} + Digest(Name("b", i)) +
-               Digest(Name("convert", i));
+        return Described(i) + Calls{Name("convert", i) + ".SetWaveFormat"} + BufferQuery(Name("b", i)) +
+               BufferQuery(Name("convert", i));
     }
 
     static Calls Faded(std::size_t i, std::size_t bytes, int fadeIn, int fadeOut)
     {
         return CopyToScratch(Name("convert", i), Name("fade", i), bytes) + Flags(Name("fade", i), fadeIn, fadeOut) +
-               Digest(Name("fade", i));
+               BufferQuery(Name("fade", i));
     }
 
     // ---- The calls of an operation on `count` inputs ----
@@ -48,7 +48,7 @@ protected:
                                     unsigned int polarity = 0, int fadeIn = 0, int fadeOut = 0) const
     {
         return Entry(count) + WorkerStart() + staging + Polarity("mux", polarity) + Flags("mux", fadeIn, fadeOut) +
-               kernelInputs + Digest("mux");
+               kernelInputs + BufferQuery("mux");
     }
 
     /// If all inputs pass through the conversion buffers, each after the calls that `stage(i)` lists.
@@ -132,7 +132,8 @@ TEST_P(MuxInterleave, FadesAnInputInItsSecondScratchBuffer)
     const bool propagates = ChannelsPerBuffer() == 2; // the last of two stereo inputs requests both fades
     const Calls staging = Copied(0, bytes) + Faded(0, bytes, 1, 0) + Copied(1, bytes) + Faded(1, bytes, 1, 1);
     const Calls others = propagates ? Calls{} : Copied(2, bytes) + Copied(3, bytes);
-    const Calls inputs = QueryCalls("fade", 2) + (propagates ? Calls{} : Digest("convert2") + Digest("convert3"));
+    const Calls inputs =
+        QueryCalls("fade", 2) + (propagates ? Calls{} : BufferQuery("convert2") + BufferQuery("convert3"));
     EXPECT_EQ(callLog_.Calls(), UntilKernel(Four(), staging + others, inputs, 9, propagates, propagates) +
                                     SetLength("mux", 300 * 16) + WorkerEnd(Four()));
     const Words mux = SamplesOf(*mux_, 1200);
@@ -483,7 +484,7 @@ TEST_F(StereoToMux, WithOneVolumeTooManyInterleavesAndIsThenRejected)
     UseVolumes(9);
     ExpectRun(ZT_E_INVALID_PARAMETER,
               UntilKernel(4, ForEach(4, [](std::size_t i) { return Copied(i, 24); }), QueryCalls("convert", 4)) +
-                  Digest("mux") + Digest("mux") + WorkerEnd(4, ZT_E_INVALID_PARAMETER));
+                  BufferQuery("mux") + BufferQuery("mux") + WorkerEnd(4, ZT_E_INVALID_PARAMETER));
     EXPECT_EQ(SamplesOf(*mux_, 2), SamplesOf(*array_[0], 2)) << "the samples are not scaled";
 }
 

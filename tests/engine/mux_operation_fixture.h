@@ -46,7 +46,7 @@ protected:
     /// Announces all accesses, clears the call log and calls the operation. Clears the hook of the log afterwards.
     int Run()
     {
-        const int status = Interleaves() ? CallInterleave(ChannelsPerBuffer()) : Split(ChannelsPerBuffer());
+        const int status = Interleaves() ? CallInterleave(ChannelsPerBuffer()) : CallDeinterleave(ChannelsPerBuffer());
         callLog_.hook = nullptr;
         return status;
     }

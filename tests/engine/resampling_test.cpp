@@ -224,11 +224,11 @@ TEST_F(Resampling, OfStereoUsesTheThreeScratchBuffers)
     const std::size_t delivered = output_->Length() / 4;
     const Calls formats = {"scratch0.SetWaveFormat", "scratch1.SetWaveFormat", "scratch2.SetWaveFormat"};
     EXPECT_EQ(callLog_.Calls(),
-              Processed(formats + Digest("input") + Digest("scratch0") + Digest("scratch1") +
+              Processed(formats + BufferQuery("input") + BufferQuery("scratch0") + BufferQuery("scratch1") +
                         SetLength("scratch0", 2048) + SetLength("scratch1", 2048) +
                         Convert("scratch0", "scratch2", delivered * 2) + Calls{"scratch0.SetWaveFormat"} +
-                        Convert("scratch1", "scratch0", delivered * 2) + Digest("scratch2") + Digest("scratch0") +
-                        Digest("output") + SetLength("output", delivered * 4)));
+                        Convert("scratch1", "scratch0", delivered * 2) + BufferQuery("scratch2") +
+                        BufferQuery("scratch0") + BufferQuery("output") + SetLength("output", delivered * 4)));
     ExpectBothAtRest();
 }
 

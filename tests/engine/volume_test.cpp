@@ -33,7 +33,10 @@ protected:
         return Polarity("output", polarity) + Flags("output", fadeIn, fadeOut);
     }
 
-    static Calls Kernel(std::size_t bytes) { return Digest("output") + Digest("input") + SetLength("output", bytes); }
+    static Calls Kernel(std::size_t bytes)
+    {
+        return BufferQuery("output") + BufferQuery("input") + SetLength("output", bytes);
+    }
 
     [[nodiscard]] Calls End(int status) const override
     {
@@ -84,7 +87,7 @@ TEST_F(Volume, FadesTheScaledSamplesAndClearsTheFlags)
     input_->SetFades(true, false);
     volumes_ = {{0, 0.5F, 0.5F}};
     ExpectProcessed(Propagated(0, 1, 0) + Kernel(1600) + Propagated(0, 1, 0) + Flags("output", 1, 0) +
-                    Digest("output") + Flags("output", 0, 0));
+                    BufferQuery("output") + Flags("output", 0, 0));
     const auto samples = Samples<std::int32_t>(*output_, 400);
     EXPECT_EQ(samples[0], static_cast<std::int32_t>((std::int64_t{0x20000000} * 21421149 >> 32) * 2));
     EXPECT_EQ(samples[200], 0x20000000);
@@ -96,7 +99,7 @@ TEST_F(Volume, KeepsTheInputsFlagsOnTheOutputIfTheVolumeKernelFails)
     Build(Pcm24In32(1), Pcm24In32(1), 300);
     input_->SetFades(true, true);
     volumes_ = {{0, 8.5F, 1.0F}};
-    ExpectProcessed(Propagated(0, 1, 1) + Digest("output") + Digest("input") + Propagated(0, 1, 1),
+    ExpectProcessed(Propagated(0, 1, 1) + BufferQuery("output") + BufferQuery("input") + Propagated(0, 1, 1),
                     ZT_E_INVALID_PARAMETER);
     EXPECT_TRUE(output_->Description().bFadeIn && output_->Description().bFadeOut);
     EXPECT_EQ(output_->ErrorCode(), ZT_E_INVALID_PARAMETER);

@@ -97,8 +97,8 @@ public:
             output->AnnounceWrite();
         }
         ASSERT_EQ((engine_.*operation)(arguments...), ZT_NOERROR);
-        for (const auto* side : {&inputs, &outputs}) {
-            for (const auto& buffer : *side) {
+        for (const auto* buffers : {&inputs, &outputs}) {
+            for (const auto& buffer : *buffers) {
                 ASSERT_EQ(buffer->ReadCount() + buffer->WriteCount() + buffer->PairingViolations(), 0);
             }
         }
@@ -135,20 +135,22 @@ public:
     {
         const auto mux = Filled(zta::host::Pcm24In32(channels));
         std::vector<SZtAudioMonoVolumeInfo> volumes(channels, SZtAudioMonoVolumeInfo{0, 1.0F, 0.5F});
-        for (const std::uint32_t side : {1U, 2U}) {
+        for (const std::uint32_t channelsPerBuffer : {1U, 2U}) {
             std::vector<Ref<AudioBuffer>> buffers;
             std::vector<IZtAudioSamples*> pointers;
-            for (std::uint32_t i = 0; i < channels / side; ++i) {
-                buffers.push_back(Filled(zta::host::Pcm24In32(side)));
+            for (std::uint32_t i = 0; i < channels / channelsPerBuffer; ++i) {
+                buffers.push_back(Filled(zta::host::Pcm24In32(channelsPerBuffer)));
                 pointers.push_back(buffers.back().Get());
             }
             using Engine = IZtaAudioSamplesEngine;
-            const auto join = side == 1 ? &Engine::CopyAudioSamplesMonoToMux : &Engine::CopyAudioSamplesStereoToMux;
-            const auto split = side == 1 ? &Engine::CopyAudioSamplesMuxToMono : &Engine::CopyAudioSamplesMuxToStereo;
+            const auto interleave =
+                channelsPerBuffer == 1 ? &Engine::CopyAudioSamplesMonoToMux : &Engine::CopyAudioSamplesStereoToMux;
+            const auto deinterleave =
+                channelsPerBuffer == 1 ? &Engine::CopyAudioSamplesMuxToMono : &Engine::CopyAudioSamplesMuxToStereo;
             const unsigned long count = pointers.size();
             const unsigned long volumeCount = volumes.size();
-            Run(buffers, {mux}, join, pointers.data(), count, mux.Get(), volumes.data(), volumeCount);
-            Run({mux}, buffers, split, mux.Get(), pointers.data(), count, volumes.data(), volumeCount);
+            Run(buffers, {mux}, interleave, pointers.data(), count, mux.Get(), volumes.data(), volumeCount);
+            Run({mux}, buffers, deinterleave, mux.Get(), pointers.data(), count, volumes.data(), volumeCount);
         }
     }
 

@@ -91,7 +91,7 @@ TEST(FeatureRules, IgnoreOtherFeaturesAndKeepThemInTheMask)
 
 TEST(FeatureRules, SelectTheVariantsInTheirOrderForCompleteMasks)
 {
-    ASSERT_EQ(std::size(kCompleteMasks), std::size(signalBuilds));
+    ASSERT_EQ(std::size(kCompleteMasks), std::size(kSignalVariants));
     for (unsigned index = 0; index < std::size(kCompleteMasks); ++index) {
         EXPECT_EQ(Select(kCompleteMasks[index]), (Selection{index, kCompleteMasks[index], 0}));
     }
@@ -520,7 +520,7 @@ TEST(Init, SelectsFromTheDetectedFeatures)
 // A caller can select a variant that the CPU does not support, but the first call never does.
 TEST(Init, SelectsASupportedVariant)
 {
-    const std::uint64_t needed = signalBuilds[VariantOfThisCpu()].features;
+    const std::uint64_t needed = kSignalVariants[VariantOfThisCpu()].features;
     EXPECT_EQ(DetectedFeatures() & needed, needed);
 }
 

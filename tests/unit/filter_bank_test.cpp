@@ -44,7 +44,7 @@ protected:
     void ExpectModel(const FilterPlan& plan, float rollOff, float alpha) const;
 };
 
-INSTANTIATE_TEST_SUITE_P(Variants, FilterBank, testing::ValuesIn(SupportedSignalVariants()), SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Variants, FilterBank, testing::ValuesIn(SupportedSignalVariants()), SignalVariantName());
 
 template <class Tap>
 Tap TapAt(const std::uint8_t* bytes, std::int64_t offset)
@@ -60,7 +60,7 @@ void FilterBank::ExpectModel(const FilterPlan& plan, float rollOff, float alpha)
     const BlockLayout layout(plan);
     const FilterBlock block = MakeFilter(GetParam(), plan, rollOff, alpha);
     const models::BlockHead head = block.Head();
-    const bool words = plan.kind == TapKind::Words;
+    const bool words = plan.kind == TapKind::Int16;
     ASSERT_EQ(static_cast<std::int64_t>(block.Size()), layout.size);
     EXPECT_EQ(head.inRate, layout.inRate);
     EXPECT_EQ(head.outRate, layout.outRate);
@@ -80,11 +80,11 @@ void FilterBank::ExpectModel(const FilterPlan& plan, float rollOff, float alpha)
     for (std::int64_t p = 0; p < layout.outRate; ++p) {
         const std::int64_t offset = layout.rows + p * layout.stride * layout.tapSize;
         ASSERT_EQ(head.rows[p], bytes + offset);
-        const std::vector<double> taps = models::Row(layout, prototype, p);
+        const std::vector<double> taps = models::PhaseTaps(layout, prototype, p);
         for (std::size_t i = 0; i < taps.size(); ++i) {
             const bool shared = static_cast<std::int64_t>(i) == layout.stride && layout.outRate > 1;
             const Tap tap = TapAt<Tap>(bytes, offset + static_cast<std::int64_t>(i) * layout.tapSize);
-            const double expected = shared ? models::Row(layout, prototype, 1)[0] : taps[i];
+            const double expected = shared ? models::PhaseTaps(layout, prototype, 1)[0] : taps[i];
             ASSERT_TRUE(models::IsRoundedTap(tap, expected))
                 << "phase " << p << " tap " << i << " is " << tap << ", not " << expected;
         }
@@ -165,21 +165,22 @@ TEST_P(FilterBank, RoundsTheLengthUp)
 TEST_P(FilterBank, HasTheKnownTapsFor44100To48000)
 {
     const FilterBlock block = MakeFilter(GetParam(), kUp);
-    const auto* phase0 = block.Row<std::int16_t>(0);
+    const auto* phase0 = block.PhaseTaps<std::int16_t>(0);
     for (int i = 0; i <= 32; ++i) {
         EXPECT_EQ(phase0[i], i == 16 ? 16384 : 0);
     }
     const std::vector<std::int16_t> phase1{0,   0,   0,  1,   -1, 2,  -3, 4,  -6, 9,  -13, 20, -29, 48, -100, 16383,
                                            101, -48, 29, -20, 13, -9, 6,  -4, 3,  -2, 1,   -1, 0,   0,  0,    0};
-    EXPECT_EQ(std::vector<std::int16_t>(block.Row<std::int16_t>(1), block.Row<std::int16_t>(1) + 32), phase1);
-    const auto* phase80 = block.Row<std::int16_t>(80);
+    EXPECT_EQ(std::vector<std::int16_t>(block.PhaseTaps<std::int16_t>(1), block.PhaseTaps<std::int16_t>(1) + 32),
+              phase1);
+    const auto* phase80 = block.PhaseTaps<std::int16_t>(80);
     EXPECT_EQ(phase80[15], 10387);
     for (int i = 0; i < 16; ++i) {
         EXPECT_EQ(phase80[i], phase80[31 - i]);
     }
     int steps = 0;
     for (int p = 0; p < 160; ++p) {
-        const auto* taps = block.Row<std::int16_t>(p);
+        const auto* taps = block.PhaseTaps<std::int16_t>(p);
         const int sum = std::accumulate(taps, taps + (p == 0 ? 33 : 32), 0);
         EXPECT_GE(sum, 16381) << p;
         EXPECT_LE(sum, 16388) << p;
@@ -193,7 +194,7 @@ TEST_P(FilterBank, HasTheKnownTapsFor44100To48000)
 TEST_P(FilterBank, HasTheKnownTapsFor48000To44100)
 {
     const FilterBlock block = MakeFilter(GetParam(), kDown);
-    const auto* phase0 = block.Row<std::int16_t>(0);
+    const auto* phase0 = block.PhaseTaps<std::int16_t>(0);
     EXPECT_EQ(phase0[15], 1410);
     EXPECT_EQ(phase0[16], 16384);
     EXPECT_EQ(phase0[17], 1410);
@@ -210,11 +211,11 @@ TEST_P(FilterBank, HasTheKnownTapsFor48000To44100)
 TEST_P(FilterBank, HasOnePhaseForEqualRates)
 {
     for (const int rate : {1, 48000, std::numeric_limits<int>::max()}) {
-        const FilterBlock block = MakeFilter(GetParam(), {rate, rate, 8, TapKind::Words});
+        const FilterBlock block = MakeFilter(GetParam(), {rate, rate, 8, TapKind::Int16});
         EXPECT_EQ(block.Head().inRate, 1);
         EXPECT_EQ(block.Head().outRate, 1);
         EXPECT_EQ(block.Head().steps[0], 1);
-        const auto* taps = block.Row<std::int16_t>(0);
+        const auto* taps = block.PhaseTaps<std::int16_t>(0);
         EXPECT_EQ(std::vector<std::int16_t>(taps, taps + 9),
                   (std::vector<std::int16_t>{0, 0, 0, 0, 16384, 0, 0, 0, 0}));
     }
@@ -228,7 +229,7 @@ TEST_P(FilterBank, EqualsTheModel)
         for (const int length : {1, 4, 7, 8, 12, 32, 37, 38, 39, 40}) {
             for (const auto& [rollOff, alpha] : {std::pair{1.0f, 9.0f}, std::pair{0.5f, 1.0f}, std::pair{0.9f, 6.5f}}) {
                 SCOPED_TRACE(testing::Message() << in << " to " << out << " length " << length << " at " << rollOff);
-                ExpectModel<std::int16_t>({in, out, length, TapKind::Words}, rollOff, alpha);
+                ExpectModel<std::int16_t>({in, out, length, TapKind::Int16}, rollOff, alpha);
                 ExpectModel<float>({in, out, length, TapKind::Floats}, rollOff, alpha);
             }
         }
@@ -239,7 +240,7 @@ TEST_P(FilterBank, OmitsTheOuterTapOfALongFilterDueToRounding)
 {
     // The outermost tap is then the last of its phase as well; in the second filter it also counts for the gain.
     for (const auto& [in, out, length] : {std::tuple{7, 3, 624}, std::tuple{11, 9, 1264}}) {
-        const FilterPlan plan{in, out, length, TapKind::Words};
+        const FilterPlan plan{in, out, length, TapKind::Int16};
         ASSERT_EQ(BlockLayout(plan).coefficients, out * length / 2);
         ExpectModel<std::int16_t>(plan, 0.95f, 1.0f);
         ExpectModel<float>({in, out, length, TapKind::Floats}, 0.95f, 1.0f);
@@ -248,7 +249,7 @@ TEST_P(FilterBank, OmitsTheOuterTapOfALongFilterDueToRounding)
 
 TEST_P(FilterBank, HasMoreCoefficientsThanTapsAtHighRates)
 {
-    const FilterPlan plan{3, 200003, 4, TapKind::Words};
+    const FilterPlan plan{3, 200003, 4, TapKind::Int16};
     ASSERT_GT(BlockLayout(plan).coefficients, 200003 * 2 + 1);
     ExpectModel<std::int16_t>(plan, 1.0f, 9.0f);
 }
@@ -257,16 +258,16 @@ TEST_P(FilterBank, SharesTheOuterTapOfPhase0WithPhase1)
 {
     for (const int length : {29, 30, 31, 32, 28}) {
         const bool shared = length % 8 >= 5;
-        const FilterBlock block = MakeFilter(GetParam(), {2, 3, length, TapKind::Words}, 0.6f, 1.0f);
-        const auto* phase0 = block.Row<std::int16_t>(0);
-        const auto* phase1 = block.Row<std::int16_t>(1);
+        const FilterBlock block = MakeFilter(GetParam(), {2, 3, length, TapKind::Int16}, 0.6f, 1.0f);
+        const auto* phase0 = block.PhaseTaps<std::int16_t>(0);
+        const auto* phase1 = block.PhaseTaps<std::int16_t>(1);
         const int last = 2 * block.Head().halfLen;
         EXPECT_EQ(phase0 + last == phase1, shared) << length;
         EXPECT_EQ(phase0[last] == phase0[0], !shared) << length;
     }
     for (const int length : {29, 30, 31, 32}) {
         const FilterBlock block = MakeFilter(GetParam(), {2, 3, length, TapKind::Floats}, 0.6f, 1.0f);
-        EXPECT_EQ(block.Row<float>(0) + 32 == block.Row<float>(1), length != 32) << length;
+        EXPECT_EQ(block.PhaseTaps<float>(0) + 32 == block.PhaseTaps<float>(1), length != 32) << length;
     }
 }
 
@@ -339,7 +340,7 @@ std::vector<FilterPlan> PlansOfSize(TapKind kind, std::int64_t from, std::int64_
 
 TEST_P(FilterBank, ReturnsSizesUpToTheLimit)
 {
-    for (const TapKind kind : {TapKind::Words, TapKind::Floats}) {
+    for (const TapKind kind : {TapKind::Int16, TapKind::Floats}) {
         const std::vector<FilterPlan> passing = PlansOfSize(kind, 0x7FFFFFEF, 0x7FFFFFFE);
         ASSERT_FALSE(passing.empty());
         for (const FilterPlan& plan : passing) {
@@ -371,8 +372,8 @@ TEST_P(FilterBank, InitializesUpToItsOwnLimit)
 {
     // It would succeed up to 0x80000008 bytes, or 0x80000006 with single-precision taps, which is too much for a test.
     const FilterBlock block(48);
-    for (const TapKind kind : {TapKind::Words, TapKind::Floats}) {
-        const std::int64_t limit = kind == TapKind::Words ? 0x80000008 : 0x80000006;
+    for (const TapKind kind : {TapKind::Int16, TapKind::Floats}) {
+        const std::int64_t limit = kind == TapKind::Int16 ? 0x80000008 : 0x80000006;
         const std::vector<FilterPlan> failing = PlansOfSize(kind, limit + 1, limit + 16);
         ASSERT_FALSE(failing.empty());
         for (const FilterPlan& plan : failing) {
@@ -385,8 +386,8 @@ TEST_P(FilterBank, InitializesUpToItsOwnLimit)
 TEST_P(FilterBank, ReturnsForEveryAlpha)
 {
     // For alpha far above 1000 the window exceeds the range of a double.
-    constexpr FilterPlan plan{2, 3, 8, TapKind::Words};
-    EXPECT_EQ(MakeFilter(GetParam(), plan, 1.0f, 700.0f).Row<std::int16_t>(0)[4], 16384);
+    constexpr FilterPlan plan{2, 3, 8, TapKind::Int16};
+    EXPECT_EQ(MakeFilter(GetParam(), plan, 1.0f, 700.0f).PhaseTaps<std::int16_t>(0)[4], 16384);
     using Limits = std::numeric_limits<float>;
     for (const float alpha : {1500.0f, Limits::max(), Limits::infinity(), Limits::quiet_NaN()}) {
         const FilterBlock block(static_cast<std::size_t>(BlockLayout(plan).size));

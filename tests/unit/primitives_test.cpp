@@ -41,7 +41,7 @@ std::vector<SignalVariant> VariantsAndDispatch()
     return variants;
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, Primitives, testing::ValuesIn(VariantsAndDispatch()), SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Variants, Primitives, testing::ValuesIn(VariantsAndDispatch()), SignalVariantName());
 
 TEST_P(Primitives, RejectNullBeforeTheCount)
 {

@@ -50,7 +50,7 @@ protected:
 
     /// Returns the output of a filter of one phase for a single sample at its center.
     template <class Tap>
-    std::int16_t RunOne(const OneRowFilter<Tap>& filter, std::int16_t sample, float norm) const
+    std::int16_t RunOne(const OnePhaseFilter<Tap>& filter, std::int16_t sample, float norm) const
     {
         const std::int16_t source[5] = {0, 0, sample, 0, 0};
         const Output output = Run(source, 1, 2.0, filter.Get(), norm, 4);
@@ -59,7 +59,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Variants, ResampleFunction, testing::ValuesIn(SupportedSignalVariants()), SignalBuildName());
+INSTANTIATE_TEST_SUITE_P(Variants, ResampleFunction, testing::ValuesIn(SupportedSignalVariants()), SignalVariantName());
 
 TEST_P(ResampleFunction, RejectsInThisOrderAndWritesNothing)
 {
@@ -133,7 +133,7 @@ TEST_P(ResampleFunction, SaturatesAFullScaleConstantAtALowerRate)
         const models::ResampleResult model = models::Run(source.data(), 1900, 1.0f, 17.0, filter.Get(), false);
         EXPECT_EQ(output.samples, model.samples);
         for (int p = 0; p < 147; ++p) {
-            const auto* phaseTaps = filter.Row<std::int16_t>(p);
+            const auto* phaseTaps = filter.PhaseTaps<std::int16_t>(p);
             int sum = 0;
             for (int i = 0; i < (p == 0 ? 33 : 32); ++i) {
                 sum += phaseTaps[i];
@@ -147,7 +147,7 @@ TEST_P(ResampleFunction, SaturatesAFullScaleConstantAtALowerRate)
 
 TEST_P(ResampleFunction, RoundsHalvesAwayFromZeroAndSaturates)
 {
-    const OneRowFilter<std::int16_t> one({0, 0, 1, 0, 0}, 1.0f);
+    const OnePhaseFilter<std::int16_t> one({0, 0, 1, 0, 0}, 1.0f);
     EXPECT_EQ(RunOne(one, 4, -0.1f), 0);
     EXPECT_EQ(RunOne(one, 1, 0.5f), 1);
     EXPECT_EQ(RunOne(one, -1, 0.5f), -1);
@@ -163,12 +163,12 @@ TEST_P(ResampleFunction, RoundsHalvesAwayFromZeroAndSaturates)
     EXPECT_EQ(RunOne(one, -32768, 1e30f), -32768);
     EXPECT_EQ(RunOne(one, -32768, -1e30f), 32767);
     // 163837 and -163842 are fifths of 32767.4 and -32768.4.
-    const OneRowFilter<std::int16_t> fifths({1, 0, 5, 0, 1}, 1.0f);
+    const OnePhaseFilter<std::int16_t> fifths({1, 0, 5, 0, 1}, 1.0f);
     const std::int16_t high[5] = {2, 0, 32767, 0, 0};
     EXPECT_EQ(Run(high, 1, 2.0, fifths.Get(), 0.2f, 4).samples.at(0), 32767);
     const std::int16_t low[5] = {-2, 0, -32768, 0, 0};
     EXPECT_EQ(Run(low, 1, 2.0, fifths.Get(), 0.2f, 4).samples.at(0), -32768);
-    const OneRowFilter<std::int16_t> two({1, 0, 2, 0, 0}, 1.0f);
+    const OnePhaseFilter<std::int16_t> two({1, 0, 2, 0, 0}, 1.0f);
     const std::int16_t odd[5] = {-1, 0, 32767, 0, 0};
     EXPECT_EQ(Run(odd, 1, 2.0, two.Get(), 0.5f, 4).samples.at(0), 32767); // 32766.5
     const std::int16_t oddLow[5] = {1, 0, -32768, 0, 0};
@@ -188,7 +188,7 @@ TEST_P(ResampleFunction, AppliesTheNormBeforeItRounds)
 
 TEST_P(ResampleFunction, ReturnsTheMostNegativeSampleForANormThatIsNaN)
 {
-    const OneRowFilter<std::int16_t> one({0, 0, 1, 0, 0}, 1.0f);
+    const OnePhaseFilter<std::int16_t> one({0, 0, 1, 0, 0}, 1.0f);
     const std::vector<std::int16_t> source = Noise(40, 7);
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const Output output = Run(source.data(), 30, 2.0, one.Get(), nan, 40);
@@ -220,7 +220,7 @@ TEST_P(ResampleFunction, KeepsPositionsBeyond32Bits)
 
 TEST_P(ResampleFunction, ContinuesFromTheReturnedTime)
 {
-    for (const FilterPlan& plan : {kUp, kDown, FilterPlan{7, 3, 12, TapKind::Words}}) {
+    for (const FilterPlan& plan : {kUp, kDown, FilterPlan{7, 3, 12, TapKind::Int16}}) {
         const FilterBlock filter = MakeFilter(GetParam(), plan);
         const std::vector<std::int16_t> source = Noise(3000, 9);
         const Output whole = Run(source.data(), 2900, 40.0, filter.Get());
@@ -258,9 +258,9 @@ TEST_P(ResampleFunction, AcceptsPositionsBeforeTheOrigin)
 
 TEST_P(ResampleFunction, ReadsNothingOutsideItsSamples)
 {
-    for (const FilterPlan& base : {FilterPlan{147, 160, 0, TapKind::Words}, FilterPlan{160, 147, 0, TapKind::Words},
-                                   FilterPlan{1, 1, 0, TapKind::Words}, FilterPlan{1, 3, 0, TapKind::Words}}) {
-        for (const TapKind kind : {TapKind::Words, TapKind::Floats}) {
+    for (const FilterPlan& base : {FilterPlan{147, 160, 0, TapKind::Int16}, FilterPlan{160, 147, 0, TapKind::Int16},
+                                   FilterPlan{1, 1, 0, TapKind::Int16}, FilterPlan{1, 3, 0, TapKind::Int16}}) {
+        for (const TapKind kind : {TapKind::Int16, TapKind::Floats}) {
             for (const int length : {1, 8, 12, 16, 20, 28, 32, 36, 44, 64, 68}) {
                 const FilterBlock filter = MakeFilter(GetParam(), {base.inRate, base.outRate, length, kind});
                 const int half = filter.Head().halfLen;
@@ -301,8 +301,8 @@ TEST_P(ResampleFunction, WritesNothingOutsideItsOutputs)
 TEST_P(ResampleFunction, AcceptsSamplesAtOddAddresses)
 {
     for (const FilterPlan& plan : {kUp, kDown, FilterPlan{44100, 48000, 32, TapKind::Floats},
-                                   FilterPlan{48000, 44100, 30, TapKind::Floats}, FilterPlan{3, 2, 1, TapKind::Words},
-                                   FilterPlan{3, 2, 36, TapKind::Words}, FilterPlan{1, 2, 65540, TapKind::Words}}) {
+                                   FilterPlan{48000, 44100, 30, TapKind::Floats}, FilterPlan{3, 2, 1, TapKind::Int16},
+                                   FilterPlan{3, 2, 36, TapKind::Int16}, FilterPlan{1, 2, 65540, TapKind::Int16}}) {
         const FilterBlock filter = MakeFilter(GetParam(), plan);
         const int half = filter.Head().halfLen;
         for (const int len : {1, 2, 3, 5, 16, 17, 40, 200, 700, 4000}) {
@@ -335,9 +335,9 @@ TEST_P(ResampleFunction, AccumulatesSumsOfMoreThan32Bits)
     for (const int length : {4, 8, 32, 36, 64, 400}) {
         for (const int tap : {16384, -16384, 32767, -32767}) {
             for (const auto& [in, out] : {std::pair{1, 1}, std::pair{3, 7}, std::pair{7, 3}}) {
-                const FilterBlock filter = MakeFilter(GetParam(), {in, out, length, TapKind::Words});
+                const FilterBlock filter = MakeFilter(GetParam(), {in, out, length, TapKind::Int16});
                 for (int p = 0; p < out; ++p) {
-                    auto* phaseTaps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(p));
+                    auto* phaseTaps = const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(p));
                     std::fill(phaseTaps, phaseTaps + length + (p == 0 ? 1 : 0), static_cast<std::int16_t>(tap));
                 }
                 for (const int level : {32767, -32768}) {
@@ -357,8 +357,8 @@ TEST_P(ResampleFunction, AccumulatesExactlyAtTheLimitOf32Bits)
 {
     // Sums of magnitudes around the largest for which 32 bits are sufficient.
     for (int excess = -40; excess <= 40; ++excess) {
-        const FilterBlock filter = MakeFilter(GetParam(), {1, 1, 32, TapKind::Words});
-        auto* phaseTaps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
+        const FilterBlock filter = MakeFilter(GetParam(), {1, 1, 32, TapKind::Int16});
+        auto* phaseTaps = const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(0));
         std::fill(phaseTaps, phaseTaps + 33, std::int16_t{1});
         phaseTaps[3] = 32767;
         phaseTaps[20] =
@@ -373,9 +373,9 @@ TEST_P(ResampleFunction, AccumulatesExactlyAtTheLimitOf32Bits)
 
 TEST_P(ResampleFunction, AcceptsFiltersTooLongForPairSumsOf32Bits)
 {
-    const FilterBlock filter = MakeFilter(GetParam(), {1, 2, 65540, TapKind::Words});
+    const FilterBlock filter = MakeFilter(GetParam(), {1, 2, 65540, TapKind::Int16});
     for (int p = 0; p < 2; ++p) {
-        auto* phaseTaps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(p));
+        auto* phaseTaps = const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(p));
         const std::vector<std::int16_t> taps = Noise(65541, 13);
         std::replace_copy(taps.begin(), taps.end() - (p == 0 ? 0 : 1), phaseTaps, std::int16_t{-32768},
                           std::int16_t{-32767});
@@ -383,7 +383,8 @@ TEST_P(ResampleFunction, AcceptsFiltersTooLongForPairSumsOf32Bits)
     for (const int level : {0, 32767, -32768}) {
         std::vector<std::int16_t> source = Noise(65540 + 40, 14);
         if (level != 0) {
-            const auto* phaseTaps = filter.Row<std::int16_t>(0); // all products of one sign, at the first position
+            const auto* phaseTaps =
+                filter.PhaseTaps<std::int16_t>(0); // all products of one sign, at the first position
             for (std::size_t i = 0; i < 65541; ++i) {
                 source[i] = static_cast<std::int16_t>((phaseTaps[i] < 0) == (level < 0) ? 32767 : -32768);
             }
@@ -398,8 +399,8 @@ TEST_P(ResampleFunction, AccumulatesTheSmallestNegativePairsOfLongFilters)
 {
     // Each pair sum is -1, whose lower half is the largest.
     for (const int length : {65528, 65532, 65536, 80000}) {
-        const FilterBlock filter = MakeFilter(GetParam(), {1, 1, length, TapKind::Words});
-        auto* phaseTaps = const_cast<std::int16_t*>(filter.Row<std::int16_t>(0));
+        const FilterBlock filter = MakeFilter(GetParam(), {1, 1, length, TapKind::Int16});
+        auto* phaseTaps = const_cast<std::int16_t*>(filter.PhaseTaps<std::int16_t>(0));
         std::vector<std::int16_t> source(static_cast<std::size_t>(length + 10));
         for (int i = 0; i <= length; ++i) {
             phaseTaps[i] = static_cast<std::int16_t>(i % 2 == 0 ? -1 : 0);
@@ -428,12 +429,12 @@ TEST_P(ResampleFunction, RoundsTheLastProductOfSinglePrecisionByVariant)
     const auto sample = static_cast<std::int16_t>(factor);
     const std::int16_t first[5] = {sample, 0, 0, 0, 0};
     const std::int16_t last[5] = {0, 0, 0, 0, sample};
-    const OneRowFilter<float> filter({tap, 0.0f, 0.0f, 0.0f, tap}, 1.0f);
+    const OnePhaseFilter<float> filter({tap, 0.0f, 0.0f, 0.0f, tap}, 1.0f);
     EXPECT_EQ(Run(first, 1, 2.0, filter.Get(), 1.0f, 4).samples.at(0), 1);
     EXPECT_EQ(Run(last, 1, 2.0, filter.Get(), 1.0f, 4).samples.at(0), early ? 1 : 0);
 
     // 1 / 2 - 2^-30 is a half once it is a float.
-    const OneRowFilter<float> near({0.5f, -0x1p-30f, 0.0f, 0.0f, 0.0f}, 1.0f);
+    const OnePhaseFilter<float> near({0.5f, -0x1p-30f, 0.0f, 0.0f, 0.0f}, 1.0f);
     const std::int16_t ones[5] = {1, 1, 1, 1, 1};
     EXPECT_EQ(Run(ones, 1, 2.0, near.Get(), 1.0f, 4).samples.at(0), early ? 1 : 0);
 }

@@ -117,12 +117,12 @@ std::vector<Bytes> Deinterleaved(const Bytes& frames, std::size_t count, std::si
 
 std::vector<std::int16_t> Resampled(const std::vector<std::int16_t>& samples, std::uint32_t from, std::uint32_t to)
 {
-    const models::BlockLayout layout({static_cast<int>(from), static_cast<int>(to), 32, models::TapKind::Words});
+    const models::BlockLayout layout({static_cast<int>(from), static_cast<int>(to), 32, models::TapKind::Int16});
     const auto prototype = models::Prototype(layout, 1.0F, 9.0F);
     std::vector<std::vector<std::int64_t>> rows;
     for (std::int64_t phase = 0; phase < layout.outRate; ++phase) {
         std::vector<std::int64_t> row;
-        for (const double tap : models::Row(layout, prototype, phase)) {
+        for (const double tap : models::PhaseTaps(layout, prototype, phase)) {
             row.push_back(std::llround(tap * 16384.0));
         }
         rows.push_back(row);

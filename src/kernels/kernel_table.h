@@ -59,7 +59,7 @@ constexpr bool ZtaPairsAreUnique(const SZtaFormatPair (&rasPairs)[Count])
 
 /// The number of entries of a list.
 #define ZTA_ENTRY_COUNT(LIST) (0 LIST(ZTA_COUNT_ENTRY))
-#define ZTA_COUNT_ENTRY(...) +1
+#define ZTA_COUNT_ENTRY(...) +1 // NOLINT(bugprone-macro-parentheses): continues a sum
 
 /// Initializers of SZtaFormatPair.
 #define ZTA_FORMAT_PAIR(in, out, ...) {keZtAudioSampleFormat##in, keZtAudioSampleFormat##out},

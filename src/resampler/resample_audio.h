@@ -28,10 +28,9 @@ public:
                                                    unsigned long ulChannels, IUnknown** ppResampler);
 
     /// Resamples one mono buffer and sets the valid length of the output. An empty input marks the output as full.
-    /// ulChannel    the channel of the stream
-    /// pResampler   from CreateAudioResampler
-    /// Errors  ZT_E_DESTINATION_BUFFER_TOO_SMALL     the capacity of the output is below the frames of the input, or
-    /// not
+    /// ulChannel is the channel of the stream, pResampler is from CreateAudioResampler.
+    ///
+    /// Errors  ZT_E_DESTINATION_BUFFER_TOO_SMALL     the output's capacity is below the frames of the input, or not
     ///                                               above input frames * output rate / input rate; the stream is
     ///                                               unchanged
     ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  not 16-bit mono at the two rates
@@ -40,8 +39,8 @@ public:
     int ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut, EZtAudioResamplerMode eMode, unsigned long ulChannel,
                       IUnknown* pResampler);
 
-    /// The kernel. A restart primes the channel even if ulInSamples is 0: with the sample at pIn, or with silence if
-    /// pIn is null. ulOutSamples  on entry the capacity of pOut in samples, on success the samples written
+    /// The kernel. On entry ulOutSamples is the capacity of pOut in samples, on success the number of samples written.
+    /// A restart primes the channel even if ulInSamples is 0: with the sample at pIn, or with silence if pIn is null.
     int Resample16BitMonoTo16BitMono(unsigned long ulInSamples, void* pIn, unsigned long& ulOutSamples, void* pOut,
                                      EZtAudioResamplerMode eMode, unsigned long ulChannel, IUnknown* pResampler);
 

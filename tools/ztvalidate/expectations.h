@@ -1,4 +1,5 @@
-/// The expected samples of operations, from the reference models.
+/// The expected samples of operations, from the reference models. They share no code with the library on purpose:
+/// otherwise both could have the same error.
 #pragma once
 
 #include "tools/ztvalidate/guarded_buffer.h"

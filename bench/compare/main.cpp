@@ -1,15 +1,17 @@
 /// compare_builds: two builds of the library in one process, operation by operation.
-///   compare_builds LIMIT BASE.so NEW.so   interleaves both and fails if NEW needs more than LIMIT times the CPU
-///                                         time of BASE
+///   compare_builds LIMIT BASE.so NEW.so   interleaves both, with each instruction set of this CPU, and fails if NEW
+///                                         needs more than LIMIT times the CPU time of BASE
 ///   compare_builds --names                prints the operations, one a line
 ///   compare_builds --calls LIBRARY.so     for a counter of instructions: each operation a few times, inside
 ///                                         `zta_counted_calls`
+#include "bench/common/instruction_set.h"
 #include "bench/compare/operations.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <vector>
 
 /// Calls a job a fixed number of times. The instruction counter looks for this name.
 extern "C" [[gnu::noinline, gnu::visibility("default")]] void zta_counted_calls(const bench::Job* job)
@@ -62,9 +64,16 @@ int ComparePairs(double limit, const char* basePath, const char* newPath)
     PinToProcessor(0);
     zta::host::Module base(basePath);
     zta::host::Module now(newPath);
+    const std::vector<InstructionSet> baseSets = SupportedInstructionSets(base);
+    const std::vector<InstructionSet> newSets = SupportedInstructionSets(now);
     int slower = 0;
-    for (const Operation& operation : MakeOperations()) {
-        slower += IsSlower(operation, base, now, limit) ? 1 : 0;
+    for (std::size_t i = 0; i < newSets.size(); ++i) {
+        std::printf(" %s\n", newSets[i].name.c_str());
+        baseSets.at(i).select();
+        newSets[i].select();
+        for (const Operation& operation : MakeOperations()) {
+            slower += IsSlower(operation, base, now, limit) ? 1 : 0;
+        }
     }
     return slower;
 }

@@ -2,14 +2,10 @@
 
 #include "bench/peers/simd_copies.h"
 
-#include <zta/ipp.h>
-#include <zta/sample_loops.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <stdexcept>
 
 namespace bench {
 
@@ -30,38 +26,6 @@ std::optional<std::string> Wrong(std::size_t frame, std::uint32_t channel, doubl
 }
 
 } // namespace
-
-std::vector<InstructionSet> SupportedInstructionSets(const zta::host::Module& module)
-{
-    const auto selectLoops = module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
-    const auto setFeatures = module.Symbol<decltype(&ippSetCpuFeatures)>("ippSetCpuFeatures");
-    unsigned long detected = 0;
-    module.Symbol<decltype(&ippGetCpuFeatures)>("ippGetCpuFeatures")(&detected, nullptr);
-    // All features from AVX-512 F on need AVX-512, except MPX and the processor models between them.
-    constexpr unsigned long kBelowAvx512 = (1UL << 20) - 1;
-    struct Entry {
-        const char* name;
-        const char* loops;
-        unsigned long features;
-    };
-    const Entry entries[] = {{"AVX-512", "avx512", detected}, {"AVX2", "avx2", detected & kBelowAvx512}};
-    std::vector<InstructionSet> sets;
-    for (const Entry& entry : entries) {
-        if (selectLoops(entry.loops) >= 0) {
-            sets.push_back({entry.name, [=] {
-                                if (selectLoops(entry.loops) < 0) {
-                                    throw std::runtime_error(std::string("cannot select ") + entry.name);
-                                }
-                                setFeatures(entry.features);
-                            }});
-        }
-    }
-    selectLoops(nullptr);
-    if (sets.empty()) {
-        sets.push_back({"SSE2", [] {}});
-    }
-    return sets;
-}
 
 Contender MakeContender(std::string name, Role role, Job job, Check check)
 {

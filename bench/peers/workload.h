@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bench/common/host.h"
+#include "bench/common/instruction_set.h"
 #include "bench/common/measure.h"
 #include "bench/peers/peer.h"
 
@@ -49,15 +50,6 @@ struct Workload {
     double sliceSeconds = 2e-4; ///< minimum length of one slice
     bool fixedVariant = false;  ///< the contender calls one variant by its name
 };
-
-/// Selects the library's code for one instruction set, in the whole process.
-struct InstructionSet {
-    std::string name;
-    std::function<void()> select;
-};
-
-/// The instruction sets that are compared side by side: those of this machine, the widest first.
-std::vector<InstructionSet> SupportedInstructionSets(const zta::host::Module& module);
 
 /// Makes a workload when it is measured, so that only its own memory is in use.
 struct WorkloadFactory {

@@ -1,0 +1,21 @@
+/// The instruction sets that the library has code for, measured side by side.
+#pragma once
+
+#include "host/module.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// Selects the library's code for one instruction set, in the whole process.
+struct InstructionSet {
+    std::string name;
+    std::function<void()> select;
+};
+
+/// The instruction sets that are compared side by side: those of this machine, the widest first.
+std::vector<InstructionSet> SupportedInstructionSets(const zta::host::Module& module);
+
+} // namespace bench

@@ -25,7 +25,7 @@ struct TileAvx2 {
     static constexpr bool kHasMaskedEdge = false;          ///< for remainders
     static constexpr bool kPrefersTiles = false;           ///< for stereo, see interleave_stereo-inl.h
     static constexpr bool kPrefetchesMux = Bytes % 3 != 0; ///< the output; slower for packed elements
-    static constexpr bool kPrefetchesPlanes = Bytes % 3 != 0;
+    static constexpr bool kPrefetchesPlanes = Bytes % 3 != 0 && Bytes > 2;
     static constexpr unsigned long kLanesPerHalf = 1;
     static constexpr unsigned long kFrames = 2 * kLaneElements;
     static constexpr unsigned long kVectorBytes = kFrames * Bytes;

@@ -1,7 +1,8 @@
 #include "bench/common/models.h"
 
-#include <algorithm>
-#include <cmath>
+#include "testing/models/conversion_models.h"
+#include "testing/models/gain_model.h"
+
 #include <cstring>
 #include <stdexcept>
 
@@ -9,64 +10,52 @@ namespace bench {
 
 namespace {
 
-std::int64_t Integer(const std::byte* at, std::size_t bytes)
+/// Converts an integer sample to 24-in-32.
+void ConvertToInt24In32(Sample from, const std::uint8_t* in, std::uint8_t* out)
 {
-    std::int64_t value = 0;
-    for (std::size_t i = 0; i < bytes; ++i) {
-        value += std::to_integer<std::int64_t>(at[i]) << (8 * i);
-    }
-    const std::int64_t range = std::int64_t{1} << (8 * bytes);
-    return value >= range / 2 ? value - range : value;
-}
-
-void SetInteger(std::byte* at, std::size_t bytes, std::int64_t value)
-{
-    for (std::size_t i = 0; i < bytes; ++i) {
-        at[i] = static_cast<std::byte>(value >> (8 * i));
-    }
-}
-
-float Float(const std::byte* at)
-{
-    float value;
-    std::memcpy(&value, at, sizeof value);
-    return value;
-}
-
-/// Returns a sample as an MSB-aligned 32-bit word.
-std::int64_t Word(Sample sample, const std::byte* at)
-{
-    switch (sample) {
+    switch (from) {
     case Sample::Int16:
-        return Integer(at, 2) * 65536;
+        return models::Convert16To24(in, out);
     case Sample::Int24In32:
-        return Integer(at, 4);
+        return static_cast<void>(std::memcpy(out, in, 4));
     case Sample::Int24In24:
-        return Integer(at, 3) * 256;
+        return models::Convert24To32(in, out);
     case Sample::Multi16:
-        return Integer(at, 4) * 16 & 0xFFFF0000;
+        return models::ConvertMultiFormatTo16(in, out);
     case Sample::Multi24:
-        return Integer(at, 4) * 16 & 0xFFFFFF00;
+        return models::ConvertMultiFormatTo24(in, out);
     default:
-        throw std::logic_error("no integer word");
+        throw std::logic_error("no integer sample");
     }
 }
 
-void ConvertSample(Sample from, const std::byte* in, Sample to, std::byte* out)
+void ConvertSample(Sample from, const std::uint8_t* in, Sample to, std::uint8_t* out)
 {
     if (from == Sample::Float) {
-        const float scale = to == Sample::Int16 ? 32767.0F : 2147483648.0F;
-        return SetInteger(out, BytesOf(to), static_cast<std::int64_t>(Float(in) * scale));
+        return to == Sample::Int16 ? models::Convert32fTo16(in, out) : models::Convert32fTo24(in, out);
     }
-    const std::int64_t word = Word(from, in);
-    if (to == Sample::Float) {
-        const double quotient = from == Sample::Int16 ? static_cast<double>(word >> 16) / 32767.0
-                                                      : static_cast<double>(static_cast<float>(word)) / 2147483392.0;
-        const auto value = static_cast<float>(quotient);
-        std::memcpy(out, &value, sizeof value);
-        return;
+    if (from == Sample::Int16 && to == Sample::Float) {
+        return models::Convert16To32f(in, out);
     }
-    SetInteger(out, BytesOf(to), word >> (32 - 8 * static_cast<int>(BytesOf(to))));
+    std::uint8_t sample[4];
+    ConvertToInt24In32(from, in, sample);
+    switch (to) {
+    case Sample::Int16:
+        return models::Convert24To16(sample, out);
+    case Sample::Int24In32:
+        return static_cast<void>(std::memcpy(out, sample, sizeof sample));
+    case Sample::Int24In24:
+        return models::Convert32To24(sample, out);
+    case Sample::Float:
+        return models::Convert24To32f(sample, out);
+    default:
+        throw std::logic_error("no conversion to this format");
+    }
+}
+
+std::uint8_t* Octets(std::byte* bytes)
+{
+    return reinterpret_cast<std::uint8_t*>(bytes);
 }
 
 } // namespace
@@ -75,8 +64,8 @@ std::vector<std::byte> Converted(const BufferLayout& in, const BufferLayout& out
 {
     std::vector<std::byte> result(out.Bytes());
     for (std::size_t i = 0; i < in.frames * in.channelsOfPlane; ++i) {
-        ConvertSample(in.sample, in.planes.front() + i * BytesOf(in.sample), out.sample,
-                      result.data() + i * BytesOf(out.sample));
+        ConvertSample(in.sample, Octets(in.planes.front()) + i * BytesOf(in.sample), out.sample,
+                      Octets(result.data()) + i * BytesOf(out.sample));
     }
     return result;
 }
@@ -101,13 +90,13 @@ std::vector<std::byte> Moved(const BufferLayout& in, const BufferLayout& out)
 std::vector<std::byte> Scaled(const BufferLayout& in, double start, double end)
 {
     std::vector<std::byte> result(in.Bytes());
-    const auto first = static_cast<std::int64_t>(start * 4096);
-    const auto step = static_cast<std::int64_t>((end - start) * 4096 / static_cast<double>(in.frames));
+    SZtAudioMonoVolumeInfo ramp{};
+    ramp.fStartVolume = static_cast<float>(start);
+    ramp.fEndVolume = static_cast<float>(end);
     for (std::size_t i = 0; i < in.frames * in.channelsOfPlane; ++i) {
-        const std::int64_t gain = first + step * static_cast<std::int64_t>(i / in.channelsOfPlane);
-        const std::int64_t value = Integer(in.planes.front() + 4 * i, 4) >> 4;
-        const std::int64_t product = (value >> 16) * gain + ((value & 0xFFFF) / 2 * gain >> 15);
-        SetInteger(result.data() + 4 * i, 4, std::clamp<std::int64_t>(product, -8388608, 8388607) * 256);
+        const std::int64_t gain = models::RampGain(ramp, i / in.channelsOfPlane, in.frames);
+        models::SetWord(Octets(result.data()) + 4 * i,
+                        models::Scaled(models::Word(Octets(in.planes.front()) + 4 * i), gain));
     }
     return result;
 }

@@ -1,5 +1,5 @@
-/// Reference models for the checks of the library's results, bit for bit. Other libraries are compared with the exact
-/// value, see WithinTolerance.
+/// The reference models of testing/models on the memory layouts of the benchmarks. The library's results are compared
+/// with them bit for bit, those of other libraries with the exact value: see WithinTolerance.
 #pragma once
 
 #include "bench/common/test_signal.h"

@@ -29,7 +29,7 @@ struct Buffer final : IZtAudioSamples {
     int SetFadeIn(bool) override { return 0; }
     int SetFadeOut(bool) override { return 0; }
     int SetLength(unsigned long n) override { return length = n, 0; }
-    unsigned long FrameBytes() const { return format.ulBitsPerSample / 8 * format.ulChannels; }
+    unsigned long FrameBytes() const { return format.ulBitsPerSample / 8UL * format.ulChannels; }
     SZtaWaveFormatInfo format;
     std::vector<std::uint32_t> data;
     unsigned long length = 0, references = 1;

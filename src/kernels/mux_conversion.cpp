@@ -69,6 +69,7 @@ public:
     CMuxOperation(CZtaAudioProcessingUtil& rUtil, CZtaApplyVolume& rVolume,
                   SZtAListOfProcessingFormatsAndFunctionIndex* psFormats, const SMuxTraits& rsTraits,
                   const SMuxCall& rsCall)
+        // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject): set for each buffer before they are read
         : m_rUtil(rUtil), m_rVolume(rVolume), m_psFormats(psFormats), m_rsTraits(rsTraits), m_rsCall(rsCall)
     {
     }

@@ -111,7 +111,8 @@ public:
         __m256i avSums[kQuads];
 #pragma GCC unroll 16
         for (int k = 0; k < Bank::kBlocks; ++k) {
-            const __m256i vBlock = _mm256_set1_epi64x(LoadBlock(psBase + k * Bank::kBlockSamples));
+            const int iSample = k * Bank::kBlockSamples;
+            const __m256i vBlock = _mm256_set1_epi64x(LoadBlock(psBase + iSample));
 #pragma GCC unroll 4
             for (int q = 0; q < kQuads; ++q) {
                 if (k >= q && k < q + Bank::kQuadBlocks) {
@@ -144,7 +145,8 @@ private:
         constexpr int kHalfQuads = kQuads / Bank::kHalves;
         const int iHalf = iQuad / kHalfQuads;
         const auto& raBlock = rsGroup.asTaps[iHalf][iBlock - iHalf * Bank::kHalfFirstBlock];
-        return _mm256_load_si256(reinterpret_cast<const __m256i*>(raBlock[iQuad % kHalfQuads * Bank::kQuadOutputs]));
+        const int iOutput = iQuad % kHalfQuads * Bank::kQuadOutputs;
+        return _mm256_load_si256(reinterpret_cast<const __m256i*>(raBlock[iOutput]));
     }
 };
 

@@ -106,7 +106,8 @@ public:
         __m512i avSums[Bank::kHalves];
 #pragma GCC unroll 16
         for (int k = 0; k < Bank::kBlocks; ++k) {
-            const __m512i vBlock = _mm512_set1_epi64(LoadBlock(psBase + k * Bank::kBlockSamples));
+            const int iSample = k * Bank::kBlockSamples;
+            const __m512i vBlock = _mm512_set1_epi64(LoadBlock(psBase + iSample));
 #pragma GCC unroll 2
             for (int h = 0; h < Bank::kHalves; ++h) {
                 const int iHalfBlock = k - h * Bank::kHalfFirstBlock;

@@ -77,7 +77,7 @@ int OpenUnnamedFile(const std::filesystem::path& folder)
 std::filesystem::path LinkUnnamedFile(int file, const std::filesystem::path& folder)
 {
     for (int number = 0;; ++number) {
-        const auto name = folder / (".ztaudio-" + std::to_string(getpid()) + "-" + std::to_string(number));
+        auto name = folder / (".ztaudio-" + std::to_string(getpid()) + "-" + std::to_string(number));
         if (linkat(AT_FDCWD, DescriptorPath(file).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
             return name;
         }
@@ -199,7 +199,7 @@ OutputFile::~OutputFile()
     } else if (created_) {
         unlink(target_.c_str());
     }
-    Keep();
+    OutputFile::Keep();
 }
 
 void OutputFile::RequireWritten() const

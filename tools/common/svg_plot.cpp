@@ -73,13 +73,15 @@ Ticks LinearTicks(const Axis& axis)
 Ticks LogarithmicTicks(const Axis& axis)
 {
     Ticks ticks;
-    for (double decade = std::pow(10, std::floor(std::log10(axis.first))); decade <= axis.last; decade *= 10) {
+    double decade = std::pow(10, std::floor(std::log10(axis.first)));
+    while (decade <= axis.last) {
         for (const double factor : {1, 2, 5}) {
             const double value = factor * decade;
             if (value >= axis.first * (1 - 1e-9) && value <= axis.last * (1 + 1e-9)) {
                 ticks.emplace_back(value, Print("%g", value));
             }
         }
+        decade *= 10;
     }
     return ticks;
 }
@@ -247,11 +249,13 @@ std::string SvgPlot::Legend(double& height) const
         std::ranges::max_element(names_, {}, [](const std::string& name) { return name.size(); })->size();
     const double width = std::min(kRight - kLeft, 40 + kCharacter * static_cast<double>(longest));
     const auto perRow = static_cast<std::size_t>((kRight - kLeft) / width);
-    height = kLegendRow * static_cast<double>((names_.size() - 1) / perRow);
+    const std::size_t lastRow = (names_.size() - 1) / perRow;
+    height = kLegendRow * static_cast<double>(lastRow);
     std::string legend;
     for (std::size_t i = 0; i < names_.size(); ++i) {
         const double x = kLeft + width * static_cast<double>(i % perRow);
-        const double y = kLegendTop + 8 + kLegendRow * static_cast<double>(i / perRow) - height;
+        const std::size_t row = i / perRow;
+        const double y = kLegendTop + 8 + kLegendRow * static_cast<double>(row) - height;
         legend += Print("<path stroke=\"%s\" stroke-width=\"3\" d=\"M%g %gh18\"/><text x=\"%g\" y=\"%g\">",
                         Color(i).c_str(), x, y, x + 24, y + 4) +
                   Escaped(names_[i]) + "</text>\n";

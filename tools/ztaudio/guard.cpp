@@ -104,11 +104,12 @@ double LowerGains(const std::string& name, const std::vector<std::filesystem::pa
     double factor = 1.0;
     Gains lowered = gains;
     // A ramp is rounded in each frame, so that lowering it once may not be enough.
-    for (double peak = FindScaledPeak(inputs, options, lowered); peak > 1.0;
-         peak = FindScaledPeak(inputs, options, lowered)) {
+    double peak = FindScaledPeak(inputs, options, lowered);
+    while (peak > 1.0) {
         factor = std::min(factor / peak, factor * (1.0 - 1.0 / kMaxGain));
         lowered = gains;
         lowered.Lower(factor);
+        peak = FindScaledPeak(inputs, options, lowered);
     }
     if (factor < 1.0) {
         LowerForGuard(name, 1.0 / factor);

@@ -49,7 +49,7 @@ ResampledSource::ResampledSource(EngineSession& engine, SampleSource& source, st
         streams_.emplace_back(engine, channelsPerStream_, source.Rate(), rate, blockFrames_);
     }
     if (streams_.size() > 1 && !feed_) {
-        input_.resize(static_cast<std::size_t>(blockFrames_) * Channels() * kSampleBytes);
+        input_.resize(static_cast<std::size_t>(blockFrames_) * source.Channels() * kSampleBytes);
     }
 }
 

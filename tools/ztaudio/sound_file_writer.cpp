@@ -21,24 +21,24 @@ constexpr std::size_t kBatchBytes = 65536;
 struct Container {
     std::string_view extension;
     std::string_view name;
-    int format;
     std::uint64_t limit; ///< bytes of samples
+    int format;
     bool canBeEmpty = true;
 };
 
 constexpr Container kContainers[] = {
-    {".wav", "WAV", SF_FORMAT_WAV, kLimit32},
-    {".w64", "W64", SF_FORMAT_W64, kNoLimit},
-    {".rf64", "RF64", SF_FORMAT_RF64, kNoLimit},
-    {".aiff", "AIFF", SF_FORMAT_AIFF, kLimit32},
-    {".aif", "AIFF", SF_FORMAT_AIFF, kLimit32},
-    {".flac", "FLAC", SF_FORMAT_FLAC, kNoLimit, false},
-    {".au", "AU", SF_FORMAT_AU, kLimit32},
-    {".caf", "CAF", SF_FORMAT_CAF, kNoLimit},
-    {".ogg", "Ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, kNoLimit},
-    {".opus", "Opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, kNoLimit, false},
-    {".mp3", "MP3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, kNoLimit, false},
-    {".raw", "raw", SF_FORMAT_RAW, kNoLimit},
+    {".wav", "WAV", kLimit32, SF_FORMAT_WAV},
+    {".w64", "W64", kNoLimit, SF_FORMAT_W64},
+    {".rf64", "RF64", kNoLimit, SF_FORMAT_RF64},
+    {".aiff", "AIFF", kLimit32, SF_FORMAT_AIFF},
+    {".aif", "AIFF", kLimit32, SF_FORMAT_AIFF},
+    {".flac", "FLAC", kNoLimit, SF_FORMAT_FLAC, false},
+    {".au", "AU", kLimit32, SF_FORMAT_AU},
+    {".caf", "CAF", kNoLimit, SF_FORMAT_CAF},
+    {".ogg", "Ogg", kNoLimit, SF_FORMAT_OGG | SF_FORMAT_VORBIS},
+    {".opus", "Opus", kNoLimit, SF_FORMAT_OGG | SF_FORMAT_OPUS, false},
+    {".mp3", "MP3", kNoLimit, SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, false},
+    {".raw", "raw", kNoLimit, SF_FORMAT_RAW},
 };
 
 const Container& ContainerOf(const std::filesystem::path& path, const OutputOptions& options)

@@ -299,15 +299,15 @@ std::optional<StreamFormat> ParseRawFormat(const std::string& text)
 {
     struct Kind {
         std::string_view name;
-        int subtype;
         std::size_t bytes;
+        int subtype;
         bool clearsLowByte;
     };
-    constexpr Kind kKinds[] = {{"16", SF_FORMAT_PCM_16, 2, false},
-                               {"24in32", SF_FORMAT_PCM_32, 4, true},
-                               {"24in24", SF_FORMAT_PCM_24, 3, false},
-                               {"24", SF_FORMAT_PCM_24, 3, false},
-                               {"float", SF_FORMAT_FLOAT, 4, false}};
+    constexpr Kind kKinds[] = {{"16", 2, SF_FORMAT_PCM_16, false},
+                               {"24in32", 4, SF_FORMAT_PCM_32, true},
+                               {"24in24", 3, SF_FORMAT_PCM_24, false},
+                               {"24", 3, SF_FORMAT_PCM_24, false},
+                               {"float", 4, SF_FORMAT_FLOAT, false}};
     const auto comma = text.find(',');
     const auto* kind = std::ranges::find(kKinds, std::string_view(text).substr(0, comma), &Kind::name);
     const auto second = text.find(',', comma + 1);

@@ -40,7 +40,7 @@ int GuardedBuffer::GetAudioSamplesDescription(SZtAudioSamplesDescription* descri
     ++descriptionRequests_;
     wrongRecordSizes_ += description != nullptr && description->ulSize != sizeof(*description) ? 1 : 0;
     const int status = RecordingBuffer::GetAudioSamplesDescription(description);
-    if (status >= 0 && overwritesSizes_) {
+    if (status >= 0 && overwritesSizes_ && description != nullptr) {
         description->ulSize = 7;
     }
     return status;

@@ -23,7 +23,7 @@ std::string SampleText(const std::uint8_t* sample, const SZtaWaveFormatInfo& for
         std::snprintf(text, sizeof(text), "%.9g (0x%08X)", static_cast<double>(std::bit_cast<float>(bits)), bits);
     } else if (format.eDataType == keZtAudioDataTypePcm) {
         // MSB-aligned in 32 bits, then the valid bits only.
-        const auto aligned = static_cast<std::int32_t>(bits << (32 - 8 * bytes));
+        const auto aligned = static_cast<std::int32_t>(std::uint64_t{bits} << (32 - 8 * bytes));
         std::snprintf(text, sizeof(text), "%d (0x%0*X)", aligned >> (32 - format.ulValidBitsPerSample), digits, bits);
     } else {
         std::snprintf(text, sizeof(text), "0x%0*X", digits, bits);

@@ -24,32 +24,38 @@ struct Fault {
     Result expected = Result::Failed;
 };
 
-const Fault kSecondFaults[] = {{"module.can-unload~never"},
-                               {"module.traces~file"},
-                               {"class.wrong-class~output"},
-                               {"class.wrong-interface~status"},
-                               {"class.instances~left-over"},
-                               {"registration.non-ascii~ends-process", Result::Crashed},
-                               {"operation.copy.signals~read"},
-                               {"operation.copy.signals~missing-read"},
-                               {"operation.copy.signals~missing-write"},
-                               {"operation.copy.references~guard"},
-                               {"operation.copy.sizes~written"},
-                               {"operation.copy.samples~length"},
-                               {"operation.copy.fades~flags"},
-                               {"operation.mux-to-stereo.references~guard"},
-                               {"operation.mux-to-mono.samples~length"},
-                               {"operation.stereo-to-mux.fades~flags"},
-                               {"buffer.references~untold", Result::Warning},
-                               {"buffer.error-code~kept"},
-                               {"buffer.counts~accesses"}};
+std::vector<Fault> SecondFaults()
+{
+    return {{"module.can-unload~never"},
+            {"module.traces~file"},
+            {"class.wrong-class~output"},
+            {"class.wrong-interface~status"},
+            {"class.instances~left-over"},
+            {"registration.non-ascii~ends-process", Result::Crashed},
+            {"operation.copy.signals~read"},
+            {"operation.copy.signals~missing-read"},
+            {"operation.copy.signals~missing-write"},
+            {"operation.copy.references~guard"},
+            {"operation.copy.sizes~written"},
+            {"operation.copy.samples~length"},
+            {"operation.copy.fades~flags"},
+            {"operation.mux-to-stereo.references~guard"},
+            {"operation.mux-to-mono.samples~length"},
+            {"operation.stereo-to-mux.fades~flags"},
+            {"buffer.references~untold", Result::Warning},
+            {"buffer.error-code~kept"},
+            {"buffer.counts~accesses"}};
+}
 
 /// Checks whose own fault has another result than a failure.
-const Fault kOtherResults[] = {{"module.loads", Result::Crashed},
-                               {"module.reloads", Result::Crashed},
-                               {"module.binding", Result::Warning},
-                               {"module.version", Result::Warning},
-                               {"buffer.alignment", Result::Warning}};
+std::vector<Fault> OtherResults()
+{
+    return {{"module.loads", Result::Crashed},
+            {"module.reloads", Result::Crashed},
+            {"module.binding", Result::Warning},
+            {"module.version", Result::Warning},
+            {"buffer.alignment", Result::Warning}};
+}
 
 /// The fault of a fixture that fulfils the contract.
 constexpr const char* kNoFault = "none";
@@ -75,11 +81,13 @@ std::vector<Check> AllChecks()
 std::vector<Fault> SelectFaults(const Options& options)
 {
     std::vector<Fault> faults;
+    const std::vector<Fault> others = OtherResults();
     for (const Check& check : AllChecks()) {
-        const auto* const other = std::ranges::find(kOtherResults, check.name, &Fault::name);
-        faults.push_back(other != std::end(kOtherResults) ? *other : Fault{check.name});
+        const auto other = std::ranges::find(others, check.name, &Fault::name);
+        faults.push_back(other != others.end() ? *other : Fault{check.name});
     }
-    faults.insert(faults.end(), std::begin(kSecondFaults), std::end(kSecondFaults));
+    const std::vector<Fault> seconds = SecondFaults();
+    faults.insert(faults.end(), seconds.begin(), seconds.end());
     std::erase_if(faults, [&](const Fault& fault) {
         const auto matches = [&](const std::string& pattern) {
             return fnmatch(pattern.c_str(), CheckOf(fault.name).c_str(), 0) == 0;

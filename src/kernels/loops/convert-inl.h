@@ -156,6 +156,7 @@ unsigned long ConvertBlocks(const std::uint8_t* pucInput, std::uint8_t* pucOutpu
     constexpr unsigned long kUnrollFactor = 4;
     constexpr unsigned long kBlock = kUnrollFactor * Simd::kLanes;
     constexpr unsigned long kCacheLine = 64;
+    // NOLINTNEXTLINE(bugprone-branch-clone): equal for samples that keep their size only
     constexpr int kPrefetchedBytes = Policy == StorePolicy::Streamed ? InBytes : OutBytes;
     // Nothing after the end of the buffer is prefetched.
     constexpr unsigned long kReserve =

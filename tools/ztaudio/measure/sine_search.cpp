@@ -181,8 +181,10 @@ std::vector<double> SineSearch::Candidates() const
     std::vector<double> candidates;
     const double step = Resolution() / 8;
     if (frames_ <= kShortSound) {
-        for (double shift = -accuracy_; shift <= accuracy_; shift += step) {
+        double shift = -accuracy_;
+        while (shift <= accuracy_) {
             candidates.push_back(frequency_ + shift);
+            shift += step;
         }
         return candidates;
     }

@@ -66,10 +66,10 @@ struct SMuxCall {
 /// One operation: the buffer info of all buffers, and the steps that the four have in common.
 class CMuxOperation {
 public:
+    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject): the steps set each field before they read it
     CMuxOperation(CZtaAudioProcessingUtil& rUtil, CZtaApplyVolume& rVolume,
                   SZtAListOfProcessingFormatsAndFunctionIndex* psFormats, const SMuxTraits& rsTraits,
                   const SMuxCall& rsCall)
-        // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject): set for each buffer before they are read
         : m_rUtil(rUtil), m_rVolume(rVolume), m_psFormats(psFormats), m_rsTraits(rsTraits), m_rsCall(rsCall)
     {
     }

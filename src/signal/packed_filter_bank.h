@@ -91,7 +91,7 @@ int ZtaAddPackedFilterBankBytes(int iFilterBytes, int iTapCount, int iPhaseCount
 void ZtaPackFilterBank(IppsResamplingPolyphaseFixed_16s* pSpec, int iFilterBytes, int iBlockBytes) noexcept;
 
 // In an anonymous namespace because the variants must not share code.
-namespace {
+namespace { // NOLINT(cert-dcl59-cpp)
 
 /// Blocks are aligned to 16 bytes, so the key is never 0.
 inline std::uint32_t PackedBankKey(const IppsResamplingPolyphaseFixed_16s& rsFilter)

@@ -27,19 +27,19 @@ using host::Pcm24In24;
 using host::Pcm24In32;
 
 /// A buffer filled with a fixed pattern. Floats are within full scale.
-host::Ref<host::AudioBuffer> MakeBuffer(const BufferFactory& factory, const std::string& name, const BufferSpec& spec)
+host::Ref<host::AudioBuffer> MakeBuffer(const BufferFactory& factory, const std::string& name, const BufferSetup& setup)
 {
-    const std::size_t bytes = spec.frames * host::BytesPerFrame(spec.format);
-    auto buffer = factory(name, spec.format, bytes);
+    const std::size_t bytes = setup.frames * host::BytesPerFrame(setup.format);
+    auto buffer = factory(name, setup.format, bytes);
     Noise().Fill(buffer->Data(), bytes);
-    if (spec.format.eDataType == keZtAudioDataTypeFloat) {
+    if (setup.format.eDataType == keZtAudioDataTypeFloat) {
         for (std::size_t i = 0; i < bytes / sizeof(float); ++i) {
             const float sample = static_cast<float>(i % 200) / 200.0F - 0.5F;
             std::memcpy(buffer->Data() + i * sizeof(float), &sample, sizeof(float));
         }
     }
     buffer->SetValidLength(bytes);
-    buffer->SetFades(spec.fadeIn, spec.fadeOut);
+    buffer->SetFades(setup.fadeIn, setup.fadeOut);
     return buffer;
 }
 
@@ -97,15 +97,15 @@ host::Ref<IUnknown> MakeStream(const SZtaWaveFormatInfo& from, const SZtaWaveFor
 }
 
 /// The array of a mux operation.
-std::vector<BufferSpec> Planes(std::size_t count, const BufferSpec& spec)
+std::vector<BufferSetup> Planes(std::size_t count, const BufferSetup& setup)
 {
-    return std::vector<BufferSpec>(count, spec);
+    return std::vector<BufferSetup>(count, setup);
 }
 
 /// An array whose last buffer is another one.
-std::vector<BufferSpec> Planes(std::size_t count, const BufferSpec& spec, const BufferSpec& last)
+std::vector<BufferSetup> Planes(std::size_t count, const BufferSetup& setup, const BufferSetup& last)
 {
-    auto planes = Planes(count, spec);
+    auto planes = Planes(count, setup);
     planes.back() = last;
     return planes;
 }
@@ -118,8 +118,8 @@ host::Ref<host::AudioBuffer> MakeAudioBuffer(const std::string& /*name*/, const 
     return host::AudioBuffer::Create(format, bytes);
 }
 
-ScenarioCase::ScenarioCase(OperationKind operationKind, const std::string& path, std::vector<BufferSpec> inputSpecs,
-                           std::vector<BufferSpec> outputSpecs, const ScenarioOptions& options)
+ScenarioCase::ScenarioCase(OperationKind operationKind, const std::string& path, std::vector<BufferSetup> inputSpecs,
+                           std::vector<BufferSetup> outputSpecs, const ScenarioOptions& options)
     : ScenarioOptions(options), kind(operationKind), operation(OperationName(kind)), name(operation + path),
       inputs(std::move(inputSpecs)), outputs(std::move(outputSpecs)),
       returnsSignalsStatus(kind == OperationKind::Duplicate),
@@ -135,10 +135,10 @@ Scenario ScenarioCase::Make(const BufferFactory& factory) const
                      .sourceOffset = sourceOffset,
                      .destinationOffset = destinationOffset,
                      .length = length};
-    const auto make = [&](const std::vector<BufferSpec>& specs, bool isInput, auto& buffers, auto& pointers) {
-        const auto names = BufferNames(kind, isInput, specs.size());
-        for (std::size_t i = 0; i < specs.size(); ++i) {
-            buffers.push_back(MakeBuffer(factory, names[i], specs[i]));
+    const auto make = [&](const std::vector<BufferSetup>& setups, bool isInput, auto& buffers, auto& pointers) {
+        const auto names = BufferNames(kind, isInput, setups.size());
+        for (std::size_t i = 0; i < setups.size(); ++i) {
+            buffers.push_back(MakeBuffer(factory, names[i], setups[i]));
             pointers.push_back(buffers.back().Get());
         }
     };
@@ -269,10 +269,10 @@ const std::vector<ScenarioCase>& Scenarios()
         Case(MonoToMux, "Direct", Planes(4, {Pcm24In32(1), 300}), {{Pcm24In32(4), 300}}),
         Case(MonoToMux, "Packed", Planes(8, {Pcm24In24(1), 300}), {{Pcm24In24(8), 300}}),
         Case(MonoToMux, "StagedInputs", Planes(4, {Pcm16(1), 300}), {{Pcm24In32(4), 300}}),
-        Case(MonoToMux, "StagedFloat", Planes(4, {Pcm24In32(1), 300}, BufferSpec{Float32(1), 300}),
+        Case(MonoToMux, "StagedFloat", Planes(4, {Pcm24In32(1), 300}, BufferSetup{Float32(1), 300}),
              {{Pcm24In32(4), 300}}),
         Case(MonoToMux, "Faded", Planes(4, {Pcm16(1), 300, true, true}), {{Pcm16(4), 300}}),
-        Case(MonoToMux, "LastFaded", Planes(4, {Pcm24In32(1), 300}, BufferSpec{Pcm24In32(1), 300, false, true}),
+        Case(MonoToMux, "LastFaded", Planes(4, {Pcm24In32(1), 300}, BufferSetup{Pcm24In32(1), 300, false, true}),
              {{Pcm24In32(4), 300}}),
         Case(MonoToMux, "StagedAndFaded", Planes(4, {Pcm24In32(1), 300, true}), {{Pcm16(4), 300}},
              {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
@@ -283,11 +283,11 @@ const std::vector<ScenarioCase>& Scenarios()
              {.status = ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, .volumeCount = 4}),
         Case(MonoToMux, "IntoStereo", Planes(2, {Pcm24In32(1), 300}), {{Pcm24In32(2), 300}},
              {.status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED}),
-        Case(MonoToMux, "OfUnequalLengths", Planes(4, {Pcm16(1), 300}, BufferSpec{Pcm16(1), 299}), {{Pcm16(4), 300}},
+        Case(MonoToMux, "OfUnequalLengths", Planes(4, {Pcm16(1), 300}, BufferSetup{Pcm16(1), 299}), {{Pcm16(4), 300}},
              {.status = ZT_E_BUFFER_SIZE_MISMATCH}),
         Case(MonoToMux, "ThatDoesNotFit", Planes(4, {Pcm16(1), 300}), {{Pcm16(4), 299}},
              {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
-        Case(MonoToMux, "ScratchBufferTooSmall", Planes(4, {Pcm24In32(1), 10}, BufferSpec{Pcm24In32(1), 48001}),
+        Case(MonoToMux, "ScratchBufferTooSmall", Planes(4, {Pcm24In32(1), 10}, BufferSetup{Pcm24In32(1), 48001}),
              {{Pcm24In32(4), 10}}, {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL, .leaksReference = true}),
         Case(MonoToMux, "OfAWrongWidth", Planes(4, {Pcm16(1), 10}), {{Pcm16(8), 10}},
              {.status = ZT_E_BUFFER_FORMAT_MISMATCH}),
@@ -317,14 +317,14 @@ const std::vector<ScenarioCase>& Scenarios()
         Case(MuxToMono, "Scaled", {{Pcm24In32(4), 301}}, Planes(4, {Pcm24In32(1), 301}), {.volumeCount = 4}),
         Case(MuxToMono, "ScaledWithoutAKernel", {{Pcm16(4), 300}}, Planes(4, {Pcm16(1), 300}),
              {.status = ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, .volumeCount = 4}),
-        Case(MuxToMono, "OfUnequalLengths", {{Pcm16(4), 10}}, Planes(4, {Pcm16(1), 300}, BufferSpec{Pcm16(1), 299}),
+        Case(MuxToMono, "OfUnequalLengths", {{Pcm16(4), 10}}, Planes(4, {Pcm16(1), 300}, BufferSetup{Pcm16(1), 299}),
              {.status = ZT_E_BUFFER_SIZE_MISMATCH}),
         Case(MuxToMono, "ThatDoesNotFit", {{Pcm16(4), 300}}, Planes(4, {Pcm16(1), 299}),
              {.status = ZT_E_DESTINATION_BUFFER_TOO_SMALL}),
         Case(MuxToMono, "OfAWrongWidth", {{Pcm16(4), 10}}, Planes(8, {Pcm16(1), 10}),
              {.status = ZT_E_INVALID_PARAMETER}),
         Case(MuxToMono, "IntoAnOutputOfOtherChannels", {{Pcm16(4), 10}},
-             Planes(4, {Pcm16(1), 10}, BufferSpec{Pcm16(2), 10}), {.status = ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED}),
+             Planes(4, {Pcm16(1), 10}, BufferSetup{Pcm16(2), 10}), {.status = ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED}),
         Case(MuxToMono, "Relabeled", {{Pcm20In32(4), 10}}, Planes(4, {Pcm20In32(1), 10})),
         Case(MuxToStereo, "Direct", {{Pcm24In32(4), 300}}, Planes(2, {Pcm24In32(2), 300})),
         Case(MuxToStereo, "Staged", {{Pcm16(4), 300}}, Planes(2, {Pcm24In32(2), 300})),

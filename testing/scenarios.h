@@ -44,7 +44,7 @@ bool IsSignaled(const Scenario& scenario);
 std::vector<std::vector<std::byte>> OutputBytes(const Scenario& scenario);
 
 /// One buffer of a scenario.
-struct BufferSpec {
+struct BufferSetup {
     SZtaWaveFormatInfo format;
     std::size_t frames;
     bool fadeIn = false;
@@ -64,8 +64,8 @@ struct ScenarioOptions {
 
 /// One path through an operation.
 struct ScenarioCase : ScenarioOptions {
-    ScenarioCase(OperationKind kind, const std::string& path, std::vector<BufferSpec> inputs,
-                 std::vector<BufferSpec> outputs, const ScenarioOptions& options = {});
+    ScenarioCase(OperationKind kind, const std::string& path, std::vector<BufferSetup> inputs,
+                 std::vector<BufferSetup> outputs, const ScenarioOptions& options = {});
 
     /// Creates new buffers with the same content each time.
     Scenario Make(const BufferFactory& factory = MakeAudioBuffer) const;
@@ -73,8 +73,8 @@ struct ScenarioCase : ScenarioOptions {
     OperationKind kind;
     std::string operation; ///< its name
     std::string name;      ///< the operation's name and the path
-    std::vector<BufferSpec> inputs;
-    std::vector<BufferSpec> outputs;
+    std::vector<BufferSetup> inputs;
+    std::vector<BufferSetup> outputs;
     bool returnsSignalsStatus; ///< the result is that of the last signal, not of the worker
     std::string throwsOn;      ///< the host call whose failure the operation reports by CZtSmartPointerException, or ""
 };

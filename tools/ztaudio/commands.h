@@ -117,7 +117,7 @@ struct BatchOptions {
 
     Command command; ///< without input and output
     std::vector<std::filesystem::path> in;
-    std::string pattern; ///< of the outputs: {} stands for the name of the input without its extension
+    std::string pattern; ///< of the outputs: {} is replaced by the name of the input without its extension
     unsigned jobs = 0;   ///< files in parallel, 0 for one per processor
 };
 

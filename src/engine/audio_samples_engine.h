@@ -402,7 +402,8 @@ private:
                                      unsigned long ulCount, IZtAudioSamples* pMux, SZtAudioMonoVolumeInfo* psVolumes,
                                      unsigned long ulVolumeCount, int (CZtaAudioSamplesEngine::*pfnProcess)());
     ZTA_INTERNAL int CheckInterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
-                                     unsigned long ulCount, IZtAudioSamples* pMux, int iStatus);
+                                     unsigned long ulCount, IZtAudioSamples* pMux,
+                                     const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount);
     ZTA_INTERNAL int CheckInterleaveInput(unsigned long ulChannelsPerBuffer, IZtAudioSamples* pBuffer);
     template <class Kernel, class Convert>
     ZTA_INTERNAL int ProcessInterleave(Kernel& rKernel, Convert pfnConvert, unsigned long ulChannelsPerBuffer);

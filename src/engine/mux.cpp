@@ -23,17 +23,17 @@ bool IsSupportedBufferCount(unsigned long ulCount, unsigned long ulMin, unsigned
            std::find(std::begin(kBufferCounts), std::end(kBufferCounts), ulCount) != std::end(kBufferCounts);
 }
 
-/// Returns the error code of the volume arguments, or `iStatus`, the status so far, if they are valid.
+/// Checks the volume arguments. `bCountsAgree` is true if the counts of volumes and buffers fit each other.
 int CheckVolumes(const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount, unsigned long ulBufferCount,
-                 bool bCountsAgree, int iStatus)
+                 bool bCountsAgree)
 {
     if (ulVolumeCount == 0) {
-        return iStatus;
+        return ZT_NOERROR;
     }
     if (psVolumes == nullptr) {
         return ZT_E_INVALID_POINTER;
     }
-    return bCountsAgree && ulBufferCount >= 2 ? iStatus : ZT_E_INVALID_PARAMETER;
+    return bCountsAgree && ulBufferCount >= 2 ? ZT_NOERROR : ZT_E_INVALID_PARAMETER;
 }
 
 /// Signals one buffer of the array in a failure ending if the host returns a pointer to its content. The status of the
@@ -179,13 +179,18 @@ int CZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux(IZtAudioSamples** ppSter
                            &CZtaAudioSamplesEngine::ProcessStereoToMux);
 }
 
-/// The checks of an interleave operation after those of the arguments, whose status is `iStatus`. Success sets the busy
-/// flag.
+/// The checks of an interleave operation after those of the output. Success sets the busy flag.
 inline int CZtaAudioSamplesEngine::CheckInterleave(unsigned long ulChannelsPerBuffer, IZtAudioSamples** ppBuffers,
-                                                   unsigned long ulCount, IZtAudioSamples* pMux, int iStatus)
+                                                   unsigned long ulCount, IZtAudioSamples* pMux,
+                                                   const SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
 {
+    // Half of an odd volume count agrees with the stereo buffers; the volume step rejects the odd one later.
+    int iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount / ulChannelsPerBuffer == ulCount);
     if (iStatus < 0) {
         return iStatus;
+    }
+    if (ppBuffers == nullptr) {
+        return ZT_E_INVALID_POINTER;
     }
     for (unsigned long i = 0; i < ulCount; ++i) {
         iStatus = CheckInterleaveInput(ulChannelsPerBuffer, ppBuffers[i]);
@@ -220,12 +225,7 @@ int CZtaAudioSamplesEngine::BeginInterleave(unsigned long ulChannelsPerBuffer, I
     if (iStatus < 0) {
         return iStatus;
     }
-    if (ppBuffers == nullptr) {
-        iStatus = ZT_E_INVALID_POINTER;
-    }
-    // Half of an odd volume count agrees with the stereo buffers; the volume step rejects the odd one later.
-    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount / ulChannelsPerBuffer == ulCount, iStatus);
-    iStatus = CheckInterleave(ulChannelsPerBuffer, ppBuffers, ulCount, pMux, iStatus);
+    iStatus = CheckInterleave(ulChannelsPerBuffer, ppBuffers, ulCount, pMux, psVolumes, ulVolumeCount);
     if (iStatus < 0) {
         return RejectCall(iStatus, {}, {oMux.Get()}, [&] {
             // Signal every buffer of the array, including those that were not validated.
@@ -374,7 +374,7 @@ int CZtaAudioSamplesEngine::CheckDeinterleave(unsigned long ulChannelsPerBuffer,
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount == ulCount * ulChannelsPerBuffer, iStatus);
+    iStatus = CheckVolumes(psVolumes, ulVolumeCount, ulCount, ulVolumeCount == ulCount * ulChannelsPerBuffer);
     if (iStatus < 0) {
         return iStatus;
     }

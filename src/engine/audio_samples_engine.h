@@ -354,6 +354,11 @@ private:
     /// Sets the format of a scratch buffer and converts the samples into it.
     ZTA_INTERNAL int ConvertToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pScratch, SZtaWaveFormatInfo& rsFormat);
 
+    /// Converts a buffer whose format `rsFormat` is not the kernel's into the scratch buffer, which replaces it as the
+    /// kernel's input.
+    ZTA_INTERNAL int StageIfFormatDiffers(IZtAudioSamples*& rpBuffer, const SZtaWaveFormatInfo& rsFormat,
+                                          IZtAudioSamples* pScratch, SZtaWaveFormatInfo& rsKernelFormat);
+
     /// The operands of a worker between mono and stereo, in the order of the operation's arguments.
     struct SStereoOperands {
         SStereoOperands(IZtAudioSamples* pFirst, IZtAudioSamples* pSecond, IZtAudioSamples* pThird)

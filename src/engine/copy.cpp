@@ -81,6 +81,10 @@ int CZtaAudioSamplesEngine::CopyFaded(IZtAudioSamples* pSource, SZtAudioSamplesD
         return iStatus;
     }
 
+    if (m_pScratch0 == nullptr) {
+        return LogIfFailed(kMissingScratchStatus);
+    }
+    // The status has no effect: hosts observe the copy also after a failure.
     m_pScratch0->SetWaveFormat(&sFaded.sWaveFormat);
     iStatus = LogIfFailed(BufferCopy(pSource, &rsSource, m_pScratch0, &sFaded));
     SetFades(m_pScratch0, rsSource.bFadeIn, rsSource.bFadeOut);

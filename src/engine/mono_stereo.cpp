@@ -1,4 +1,4 @@
-#include "engine/audio_samples_engine.h"
+#include "engine/staging.h"
 
 #include <zta/status.h>
 
@@ -162,24 +162,18 @@ int CZtaAudioSamplesEngine::InterleaveViaScratch(IZtAudioSamples* pLeft, SZtAudi
     if (iStatus < 0) {
         return iStatus;
     }
-    if (!IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {
-        iStatus = ConvertToScratch(pLeft, m_pScratch0, sMonoFormat);
-        if (iStatus < 0) {
-            return iStatus;
-        }
-        pLeft = m_pScratch0;
+    iStatus = StageIfFormatDiffers(pLeft, rsLeft.sWaveFormat, m_pScratch0, sMonoFormat);
+    if (iStatus < 0) {
+        return iStatus;
     }
-    if (!IsSameFormat(rsRight.sWaveFormat, sMonoFormat)) {
-        iStatus = ConvertToScratch(pRight, m_pScratch1, sMonoFormat);
-        if (iStatus < 0) {
-            return iStatus;
-        }
-        pRight = m_pScratch1;
+    iStatus = StageIfFormatDiffers(pRight, rsRight.sWaveFormat, m_pScratch1, sMonoFormat);
+    if (iStatus < 0) {
+        return iStatus;
     }
     if (IsSameFormat(rsStereo.sWaveFormat, sStereoFormat)) {
         return m_oConvertMonoToStereo.ConvertMonoToStereo(pLeft, pRight, pStereo);
     }
-    iStatus = m_pScratch2->SetWaveFormat(&sStereoFormat);
+    iStatus = SetScratchFormat(m_pScratch2, sStereoFormat);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -301,20 +295,17 @@ int CZtaAudioSamplesEngine::DeinterleaveViaScratch(IZtAudioSamples* pStereo, SZt
     if (iStatus < 0) {
         return iStatus;
     }
-    if (!IsSameFormat(rsStereo.sWaveFormat, sStereoFormat)) {
-        iStatus = LogIfFailed(ConvertToScratch(pStereo, m_pScratch0, sStereoFormat));
-        pStereo = m_pScratch0;
-    }
+    iStatus = LogIfFailed(StageIfFormatDiffers(pStereo, rsStereo.sWaveFormat, m_pScratch0, sStereoFormat));
     // The scratch buffers of the outputs get their format even if the input could not be staged.
     IZtAudioSamples* pLeftTarget = pLeft;
     IZtAudioSamples* pRightTarget = pRight;
     if (!IsSameFormat(rsLeft.sWaveFormat, sMonoFormat)) {
         pLeftTarget = m_pScratch1;
-        iStatus = LogFirstFailure(iStatus, m_pScratch1->SetWaveFormat(&sMonoFormat));
+        iStatus = LogFirstFailure(iStatus, SetScratchFormat(m_pScratch1, sMonoFormat));
     }
     if (!IsSameFormat(rsRight.sWaveFormat, sMonoFormat)) {
         pRightTarget = m_pScratch2;
-        iStatus = LogFirstFailure(iStatus, m_pScratch2->SetWaveFormat(&sMonoFormat));
+        iStatus = LogFirstFailure(iStatus, SetScratchFormat(m_pScratch2, sMonoFormat));
     }
     if (iStatus < 0) {
         return iStatus;

@@ -488,12 +488,9 @@ inline int CZtaAudioSamplesEngine::DeinterleaveMux(Kernel& rKernel, Convert pfnC
         return iStatus;
     }
     IZtAudioSamples* pSource = rMux.Get();
-    if (!IsSameFormat(sMux.sWaveFormat, sMuxFormat)) {
-        iStatus = ConvertToScratch(pSource, m_pScratch0, sMuxFormat);
-        if (iStatus < 0) {
-            return iStatus;
-        }
-        pSource = m_pScratch0;
+    iStatus = StageIfFormatDiffers(pSource, sMux.sWaveFormat, m_pScratch0, sMuxFormat);
+    if (iStatus < 0) {
+        return iStatus;
     }
     iStatus = (rKernel.*pfnConvert)(pSource, rsOperands.apBuffers, rsOperands.ulCount, rsOperands.asVolumes,
                                     rsOperands.ulVolumeCount);

@@ -1,4 +1,5 @@
 #include "engine/one_to_one_entry_point.h"
+#include "engine/staging.h"
 
 #include <zta/status.h>
 
@@ -141,9 +142,9 @@ int CZtaAudioSamplesEngine::ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamp
     IZtAudioSamples* const pRightOut = m_pScratch0;
 
     const auto ResampleLeft = [&] {
-        int iStatus = pLeftIn->SetWaveFormat(&rsInputFormat);
-        iStatus = FirstFailure(iStatus, pRightIn->SetWaveFormat(&rsInputFormat));
-        iStatus = FirstFailure(iStatus, pLeftOut->SetWaveFormat(&rsOutputFormat));
+        int iStatus = SetScratchFormat(pLeftIn, rsInputFormat);
+        iStatus = FirstFailure(iStatus, SetScratchFormat(pRightIn, rsInputFormat));
+        iStatus = FirstFailure(iStatus, SetScratchFormat(pLeftOut, rsOutputFormat));
         if (iStatus < 0) {
             return iStatus;
         }
@@ -156,7 +157,7 @@ int CZtaAudioSamplesEngine::ResampleStereo(IZtAudioSamples* pInput, IZtAudioSamp
     };
     int iStatus = ResampleLeft();
     // Hosts observe this request also after a failure.
-    iStatus = FirstFailure(iStatus, pRightOut->SetWaveFormat(&rsOutputFormat));
+    iStatus = FirstFailure(iStatus, SetScratchFormat(pRightOut, rsOutputFormat));
     if (iStatus < 0) {
         return iStatus;
     }

@@ -6,7 +6,17 @@
 
 #include <cstring>
 
-/// Staging: bringing an operand into a scratch buffer before the kernel runs. Byte copies are here as well.
+/// Staging: copying or converting an operand into a scratch buffer before the kernel runs. Also the byte copies.
+
+/// The status of an operation that needs a scratch buffer which the host did not create. A host can keep an engine
+/// whose creation failed, and can report a success without a buffer.
+inline constexpr int kMissingScratchStatus = ZT_E_NOT_INITIALIZED;
+
+/// Sets the format of a scratch buffer, the first step of each use.
+inline int SetScratchFormat(IZtAudioSamples* pScratch, SZtaWaveFormatInfo& rsFormat)
+{
+    return pScratch != nullptr ? pScratch->SetWaveFormat(&rsFormat) : kMissingScratchStatus;
+}
 
 /// The memory of two buffers, for a byte copy. If a host call fails and writes nothing, the field is null or 0.
 struct SByteSpans {
@@ -61,13 +71,24 @@ inline int CopyToScratch(IZtAudioSamples* pIn, IZtAudioSamples* pScratch, SZtAud
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = pScratch->SetWaveFormat(&rsDescription.sWaveFormat);
+    iStatus = SetScratchFormat(pScratch, rsDescription.sWaveFormat);
     if (iStatus < 0) {
         return iStatus;
     }
     // A host may reject a length beyond the capacity. The copy runs all the same: its error code has priority.
     const int iLengthStatus = pScratch->SetLength(ulLength);
     return FirstFailure(ByteCopy(pIn, pScratch), iLengthStatus);
+}
+
+inline int CZtaAudioSamplesEngine::StageIfFormatDiffers(IZtAudioSamples*& rpBuffer, const SZtaWaveFormatInfo& rsFormat,
+                                                        IZtAudioSamples* pScratch, SZtaWaveFormatInfo& rsKernelFormat)
+{
+    if (IsSameFormat(rsFormat, rsKernelFormat)) {
+        return ZT_NOERROR;
+    }
+    const int iStatus = ConvertToScratch(rpBuffer, pScratch, rsKernelFormat);
+    rpBuffer = pScratch;
+    return iStatus;
 }
 
 /// Stages input `ulIndex` of a mux in the kernel's format, and applies the fade that it requests. `rpStaged` receives

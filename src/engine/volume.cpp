@@ -38,6 +38,7 @@ int CZtaAudioSamplesEngine::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples
 int CZtaAudioSamplesEngine::SaveInfoApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutput,
                                                 SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
 {
+    // Before the check, so that a rejected call leaves no buffer saved.
     ReleaseSlot(m_pSavedInput);
     ReleaseSlot(m_pSavedOutput);
     if (ulVolumeCount > kMaxBuffers) {
@@ -77,7 +78,7 @@ int CZtaAudioSamplesEngine::ProcessApplyVolume()
 }
 
 /// The work of the volume operation. Hosts observe that the output gets the polarity and the fade flags of the input
-/// twice, before and after the gain. A fade clears the flags.
+/// twice, before and after the gain. A fade sets the flags once more and clears them in the end.
 inline int CZtaAudioSamplesEngine::ScaleAndFade(const CBufferHolder& rInput, const CBufferHolder& rOutput,
                                                 SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulVolumeCount)
 {

@@ -2,7 +2,9 @@
 
 #include "testing/engine_fixture.h"
 #include "testing/misbehaving_buffer.h"
+#include "testing/scenarios.h"
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -151,6 +153,41 @@ TEST(Pool, MayLackABufferThatASuccessfulRequestDoesNotReturn)
 
         engine.Reset();
         EXPECT_EQ(host.Releases(), ScratchNames(kPoolSize, odd));
+    }
+}
+
+TEST(Pool, WithoutABufferMakesTheOperationsFailThatNeedIt)
+{
+    CallLog log;
+    PoolHost completeHost(log, kPoolSize, PoolHost::Outcome::Success);
+    auto completeEngine = CreateEngine(completeHost);
+    // The three scratch buffers, and those of the first two inputs of a mux.
+    for (const int odd : {0, 1, 2, 3, 4, 5, 6}) {
+        PoolHost host(log, odd, PoolHost::Outcome::SuccessWithout);
+        auto engine = CreateEngine(host);
+        const std::string missing = ScratchName(odd) + ".";
+        int failures = 0;
+        for (const ScenarioCase& test : Scenarios()) {
+            if (test.status < 0) {
+                continue; // can fail before it needs the buffer
+            }
+            SCOPED_TRACE(missing + " " + test.name);
+            log.Clear();
+            EXPECT_EQ(RunAnnounced(test.Make(), *completeEngine), test.status);
+            const Calls calls = log.Calls();
+            const bool isNeeded =
+                std::any_of(calls.begin(), calls.end(), [&](const auto& call) { return call.starts_with(missing); });
+            failures += isNeeded ? 1 : 0;
+
+            const Scenario scenario = test.Make();
+            EXPECT_EQ(RunAnnounced(scenario, *engine), isNeeded ? ZT_E_NOT_INITIALIZED : test.status);
+            for (const auto& output : scenario.outputs) {
+                EXPECT_EQ(output->ErrorCode() == ZT_E_NOT_INITIALIZED, isNeeded);
+                EXPECT_EQ(output->References(), 1);
+            }
+            EXPECT_TRUE(IsSignaled(scenario));
+        }
+        EXPECT_GT(failures, 0) << missing;
     }
 }
 

@@ -19,18 +19,67 @@ constexpr std::uint64_t kFilterLength = 32;
 constexpr std::uint64_t kWorkBufferSamples = 8192;
 constexpr std::uint64_t kHistoryStride = 48;
 constexpr std::size_t kSampleAlignment = 16;
-constexpr std::uint64_t kMaxPrimitiveCount = std::numeric_limits<int>::max();
+constexpr std::uint64_t kMaxSamples = std::numeric_limits<int>::max(); ///< the signal functions count in int
 constexpr float kRollOff = 1.0F;
 constexpr float kKaiserAlpha = 9.0F;
 
-/// Returns null if the memory is not available, or if ippsSet_16s cannot count the samples.
-std::int16_t* AllocateSamples(std::uint64_t ulRows, std::uint64_t ulRowSamples)
+/// The samples before the first output of a channel that starts: half of the filter and one more.
+constexpr std::uint64_t PrimeSamples(std::uint64_t ulFilterLength)
 {
-    if (ulRows > kMaxPrimitiveCount / ulRowSamples) {
+    return ulFilterLength / 2 + 1;
+}
+
+/// Returns null if the memory is not available, or if the samples are too many for the signal functions.
+std::int16_t* AllocateSamples(std::uint64_t ulChannels, std::uint64_t ulChannelSamples)
+{
+    if (ulChannels > kMaxSamples / ulChannelSamples) {
         return nullptr;
     }
-    const std::uint64_t ulSamples = ulRows * ulRowSamples;
+    const std::uint64_t ulSamples = ulChannels * ulChannelSamples;
     return static_cast<std::int16_t*>(std::aligned_alloc(kSampleAlignment, ulSamples * sizeof(std::int16_t)));
+}
+
+/// Creates the work buffer and the histories. Each channel begins after silence. Returns false if memory is missing.
+bool CreateChannels(CPolyphaseResampler& rStream, std::uint64_t ulChannels)
+{
+    rStream.m_ulWorkSamples = kWorkBufferSamples;
+    rStream.m_psWorkBuffer = AllocateSamples(1, kWorkBufferSamples);
+    rStream.m_ulChannels = ulChannels;
+    rStream.m_ulHistoryStride = kHistoryStride;
+    rStream.m_psHistory = AllocateSamples(ulChannels, kHistoryStride);
+    rStream.m_ulPrimeSamples = PrimeSamples(kFilterLength);
+    std::fill(std::begin(rStream.m_aulHistoryCount), std::end(rStream.m_aulHistoryCount), rStream.m_ulPrimeSamples);
+    std::fill(std::begin(rStream.m_adTime), std::end(rStream.m_adTime), static_cast<double>(rStream.m_ulPrimeSamples));
+    ippsSet_16s(0, rStream.m_psHistory, static_cast<int>(ulChannels * kHistoryStride)); // rejects null
+    if (rStream.m_psWorkBuffer == nullptr || rStream.m_psHistory == nullptr) {
+        return false;
+    }
+    // Maps the pages, so that no call of the stream causes a page fault.
+    std::memset(rStream.m_psWorkBuffer, 0, kWorkBufferSamples * sizeof(std::int16_t));
+    return true;
+}
+
+/// Creates the filter for the rates of the stream, with its packed bank. Returns false if there is none for these
+/// rates, or if memory is missing.
+bool CreateFilter(CPolyphaseResampler& rStream)
+{
+    const int iInRate = static_cast<int>(rStream.m_ulInputRate);
+    const int iOutRate = static_cast<int>(rStream.m_ulOutputRate);
+    const int iFilterLength = static_cast<int>(rStream.m_ulFilterLength);
+    int iFilterBytes = 0;
+    int iTapCount = 0;
+    int iPhaseCount = 0;
+    ippsResamplePolyphaseFixedGetSize_16s(iInRate, iOutRate, iFilterLength, &iFilterBytes, &iTapCount, &iPhaseCount,
+                                          rStream.m_eHint);
+    const int iBlockBytes = ZtaAddPackedFilterBankBytes(iFilterBytes, iTapCount, iPhaseCount);
+    rStream.m_pSpec = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(iBlockBytes));
+    // A failed GetSize leaves the size 0, for which ippsMalloc_8u returns null, and Init rejects null.
+    if (ippsResamplePolyphaseFixedInit_16s(iInRate, iOutRate, iFilterLength, rStream.m_fRollOff, rStream.m_fAlpha,
+                                           rStream.m_pSpec, rStream.m_eHint) != ippStsNoErr) {
+        return false;
+    }
+    ZtaPackFilterBank(rStream.m_pSpec, iFilterBytes, iBlockBytes);
+    return true;
 }
 
 /// Returns null for an object of another class. The comparison avoids the dynamic cast for this exact class.
@@ -40,11 +89,34 @@ CPolyphaseResampler* AsResampler(IUnknown* pResampler)
                                                               : dynamic_cast<CPolyphaseResampler*>(pResampler);
 }
 
-/// Primes a channel with its first sample, so that a restart begins without a step.
-void Prime(std::int16_t* psHistory, std::uint64_t& rulCount, double& rdTime, std::uint64_t ulFilterLength,
-           std::int16_t sFirst)
+/// The checks of the kernel. A failure leaves the stream unchanged. A stream without rates is not initialized.
+int CheckKernelArguments(const CPolyphaseResampler* pStream, unsigned long ulInSamples, const void* pIn,
+                         unsigned long ulOutSamples, const void* pOut, unsigned long ulChannel)
 {
-    rulCount = ulFilterLength / 2 + 1;
+    if (pStream == nullptr || pStream->m_ulInputRate == 0) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    const std::uint64_t ulNeeded = pStream->m_ulOutputRate * ulInSamples / pStream->m_ulInputRate + 1;
+    if (ulNeeded > ulOutSamples) {
+        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+    }
+    if (ulChannel >= std::min(pStream->m_ulChannels, CPolyphaseResampler::kMaxChannels)) {
+        return ZT_E_INVALID_PARAMETER;
+    }
+    // A buffer without data must not advance the stream: no pass would consume samples, and the history would overflow.
+    return ulInSamples > 0 && (pIn == nullptr || pOut == nullptr) ? ZT_E_INVALID_POINTER : ZT_NOERROR;
+}
+
+/// Primes a channel with the first sample of its input, so that a restart begins without a step. Without an input it
+/// begins after silence.
+void Prime(std::int16_t* psHistory, std::uint64_t& rulCount, double& rdTime, std::uint64_t ulFilterLength,
+           const void* pIn)
+{
+    std::int16_t sFirst = 0;
+    if (pIn != nullptr) {
+        std::memcpy(&sFirst, pIn, sizeof(sFirst)); // the host's samples may be at an odd address
+    }
+    rulCount = PrimeSamples(ulFilterLength);
     rdTime = static_cast<double>(rulCount);
     ippsSet_16s(sFirst, psHistory, static_cast<int>(rulCount));
 }
@@ -80,9 +152,10 @@ int CZtaResampleAudio::CreateAudioResampler(SZtaWaveFormatInfo* pIn, SZtaWaveFor
     if (pIn->ulBitsPerSample != 16 || pOut->ulBitsPerSample != 16) {
         return ZT_E_INVALID_PARAMETER;
     }
-    return CreateAudioResamplerMono16BitsToMono16Bits(
-        pIn->ulSamplesPerSec, pOut->ulSamplesPerSec,
-        static_cast<unsigned long>(static_cast<long>(static_cast<int>(pOut->ulChannels))), ppResampler);
+    // Signed, so that a count above the largest int becomes one that AllocateSamples rejects.
+    const auto ulChannels = static_cast<unsigned long>(static_cast<int>(pOut->ulChannels));
+    return CreateAudioResamplerMono16BitsToMono16Bits(pIn->ulSamplesPerSec, pOut->ulSamplesPerSec, ulChannels,
+                                                      ppResampler);
 }
 
 int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long ulInRate, unsigned long ulOutRate,
@@ -95,40 +168,10 @@ int CZtaResampleAudio::CreateAudioResamplerMono16BitsToMono16Bits(unsigned long 
     pStream->m_ulInputRate = ulInRate;
     pStream->m_ulOutputRate = ulOutRate;
     pStream->m_ulFilterLength = kFilterLength;
-    pStream->m_ulWorkSamples = kWorkBufferSamples;
-    pStream->m_psWorkBuffer = AllocateSamples(1, kWorkBufferSamples);
-    pStream->m_psHistory = AllocateSamples(ulChannels, kHistoryStride);
-    pStream->m_ulPrimeSamples = kFilterLength / 2 + 1;
-    pStream->m_ulHistoryStride = kHistoryStride;
-    pStream->m_ulChannels = ulChannels;
-    std::fill(std::begin(pStream->m_aulHistoryCount), std::end(pStream->m_aulHistoryCount), pStream->m_ulPrimeSamples);
-    std::fill(std::begin(pStream->m_adTime), std::end(pStream->m_adTime),
-              static_cast<double>(pStream->m_ulPrimeSamples));
-    ippsSet_16s(0, pStream->m_psHistory, static_cast<int>(ulChannels * kHistoryStride));
-    if (pStream->m_psWorkBuffer != nullptr) {
-        // Maps the pages, so that no call of the stream causes a page fault.
-        std::memset(pStream->m_psWorkBuffer, 0, kWorkBufferSamples * sizeof(std::int16_t));
-    }
-
-    int iSize = 0;
-    int iLength = 0;
-    int iHeight = 0;
-    const int iInRate = static_cast<int>(ulInRate);
-    const int iOutRate = static_cast<int>(ulOutRate);
-    const int iFilterLength = static_cast<int>(kFilterLength);
-    ippsResamplePolyphaseFixedGetSize_16s(iInRate, iOutRate, iFilterLength, &iSize, &iLength, &iHeight,
-                                          pStream->m_eHint);
-    const int iBlockBytes = ZtaAddPackedFilterBankBytes(iSize, iLength, iHeight);
-    pStream->m_pSpec = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(iBlockBytes));
-    // The allocations are checked although hosts expect no status for them: a clear status code is better than a crash
-    // in a later call. The primitives reject null, so nothing above has written through it.
-    const bool bAllocated = pStream->m_psWorkBuffer != nullptr && pStream->m_psHistory != nullptr;
-    if (!bAllocated || ippsResamplePolyphaseFixedInit_16s(iInRate, iOutRate, iFilterLength, kRollOff, kKaiserAlpha,
-                                                          pStream->m_pSpec, pStream->m_eHint) != ippStsNoErr) {
+    if (!CreateChannels(*pStream, ulChannels) || !CreateFilter(*pStream)) {
         // Observable by the host: the object stays counted, and nothing of it is released.
         return ZT_E_INCONSISTENCY_DETECTED;
     }
-    ZtaPackFilterBank(pStream->m_pSpec, iSize, iBlockBytes);
     *ppResampler = pStream;
     pStream->AddRef();
     return ZT_NOERROR;
@@ -167,20 +210,9 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
         return ZT_E_INVALID_POINTER;
     }
     CPolyphaseResampler* const pStream = AsResampler(pResampler);
-    if (pStream == nullptr || pStream->m_ulInputRate == 0) { // not a stream, or not initialized
-        return ZT_E_INVALID_PARAMETER;
-    }
-    const std::uint64_t ulNeeded = pStream->m_ulOutputRate * ulInSamples / pStream->m_ulInputRate;
-    if (ulNeeded + 1 > ulOutSamples) {
-        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-    }
-    if (ulChannel >= std::min(pStream->m_ulChannels, CPolyphaseResampler::kMaxChannels)) {
-        return ZT_E_INVALID_PARAMETER;
-    }
-
-    // A buffer without data must not advance the stream: no pass would consume samples, and the history would overflow.
-    if (ulInSamples > 0 && (pIn == nullptr || pOut == nullptr)) {
-        return ZT_E_INVALID_POINTER;
+    const int iStatus = CheckKernelArguments(pStream, ulInSamples, pIn, ulOutSamples, pOut, ulChannel);
+    if (iStatus < 0) {
+        return iStatus;
     }
 
     const auto* psIn = static_cast<const std::int16_t*>(pIn);
@@ -190,11 +222,7 @@ int CZtaResampleAudio::Resample16BitMonoTo16BitMono(unsigned long ulInSamples, v
     std::uint64_t ulCount = pStream->m_aulHistoryCount[ulChannel];
     double dTime = pStream->m_adTime[ulChannel];
     if (eMode == keZtAudioResamplerModeRestart) {
-        std::int16_t sFirst = 0; // silence if there is no first sample
-        if (pIn != nullptr) {
-            std::memcpy(&sFirst, pIn, sizeof(sFirst)); // the host's samples may be at an odd address
-        }
-        Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, sFirst);
+        Prime(psHistory, ulCount, dTime, pStream->m_ulFilterLength, pIn);
     }
     // One pass, with the history count and the time before it; P is m_ulPrimeSamples:
     //

@@ -1,5 +1,10 @@
 /// The filter bank: a long prototype filter, a Kaiser-windowed sinc, from which the taps of each phase are cut. The
-/// order of operations is fixed and none are fused, so every variant builds the same block.
+/// order of operations is fixed and none are fused, so every variant builds the same block:
+///
+///     header | steps | row pointers | taps: phase 0, phase 1, ... | prototype | quantized prototype
+///
+/// Init uses the prototypes only to make the taps. With single-precision taps there is no quantized prototype, and the
+/// prototype begins 8 bytes before the end of the taps.
 #pragma once
 
 #include "signal/filter_spec.h"
@@ -18,7 +23,7 @@ struct SFilterBankLayout {
     std::int64_t llOutRate;         ///< in lowest terms; also the number of phases
     std::int64_t llLength;          ///< the filter length, a multiple of four
     std::int64_t llStride;          ///< taps from one phase to the next
-    std::int64_t llPrototypeLength; ///< of the prototype
+    std::int64_t llPrototypeLength; ///< coefficients of one half of the prototype, with its center
     std::int64_t llTapBytes;
     std::int64_t llStepBytes;       ///< of the step table
     std::int64_t llRowPointerBytes; ///< of the table of row pointers
@@ -28,7 +33,24 @@ struct SFilterBankLayout {
     /// If this is false, all other sizes are below 2^40.
     bool ExceedsSizeLimit() const { return llPrototypeLength > 0x7FFFFFFF; }
     std::int64_t TapTableBytes() const { return llOutRate * llStride * llTapBytes; }
+    /// Of the prototype and, for 16-bit taps, its quantized copy.
+    std::int64_t PrototypeBytes() const
+    {
+        const std::int64_t llCoefficientBytes = HasFloatTaps() ? sizeof(double) : sizeof(double) + sizeof(std::int16_t);
+        return llPrototypeLength * llCoefficientBytes;
+    }
+    std::int64_t BlockBytes(std::int64_t llTapTableBytes) const
+    {
+        const std::int64_t llHeaderBytes = sizeof(IppsResamplingPolyphaseFixed_16s);
+        return llHeaderBytes + llStepBytes + llRowPointerBytes + llTapTableBytes + PrototypeBytes();
+    }
 };
+
+/// The largest block. GetSize and Init count a few bytes differently, so one can accept what the other rejects.
+constexpr std::int64_t kMaxBlockBytes = 0x7FFFFFFE;
+
+/// With single-precision taps, the prototype overlaps the end of the taps by this many bytes.
+constexpr std::int64_t kOverlapBytes = 8;
 
 int GreatestCommonDivisor(int iA, int iB)
 {
@@ -40,8 +62,8 @@ int GreatestCommonDivisor(int iA, int iB)
     return iA;
 }
 
-/// Returns the coefficients of one half of the prototype, in steps of the higher rate. The count is computed in single
-/// precision; the block of a long filter lacks the coefficients that are lost to rounding.
+/// Returns the number of coefficients of one half of the prototype. It is computed in single precision: the block of a
+/// long filter lacks the coefficients that are lost to rounding.
 std::int64_t PrototypeLength(int iInRate, int iOutRate, std::int64_t llLength)
 {
     const double dRatio = static_cast<double>(iOutRate) / iInRate;
@@ -191,6 +213,58 @@ void FillSourceSteps(const SFilterBankLayout& rsLayout, std::int16_t* psSteps)
     }
 }
 
+/// The tables of a block.
+struct SFilterBankTables {
+    std::int16_t* psSteps;
+    std::uint8_t** ppucRows; ///< the taps of each phase
+    std::uint8_t* pucTaps;   ///< of type float or std::int16_t
+    double* pdPrototype;
+};
+
+SFilterBankTables LocateTables(const SFilterBankLayout& rsLayout, IppsResamplingPolyphaseFixed_16s* psFilter)
+{
+    std::uint8_t* const pucSteps = reinterpret_cast<std::uint8_t*>(psFilter + 1);
+    std::uint8_t* const pucRowPointers = pucSteps + rsLayout.llStepBytes;
+    std::uint8_t* const pucTaps = pucRowPointers + rsLayout.llRowPointerBytes;
+    std::uint8_t* const pucPrototype =
+        pucTaps + rsLayout.TapTableBytes() - (rsLayout.HasFloatTaps() ? kOverlapBytes : 0);
+    return {reinterpret_cast<std::int16_t*>(pucSteps), reinterpret_cast<std::uint8_t**>(pucRowPointers), pucTaps,
+            reinterpret_cast<double*>(pucPrototype)};
+}
+
+void DesignPrototype(const SFilterBankLayout& rsLayout, double* pdPrototype, double dRollOff, double dAlpha)
+{
+    const int iInRate = static_cast<int>(rsLayout.llInRate);
+    const int iOutRate = static_cast<int>(rsLayout.llOutRate);
+    const int iHalfLen = static_cast<int>(rsLayout.HalfLength());
+    const int iCoefficients = static_cast<int>(rsLayout.llPrototypeLength);
+    if (iOutRate < iInRate) {
+        ZTA_IPP(ownsKaiserPrototypeDown)(iInRate, iOutRate, iHalfLen, iCoefficients, pdPrototype, dRollOff, dAlpha);
+    } else {
+        ZTA_IPP(ownsKaiserPrototypeUp)(iOutRate, iOutRate, iHalfLen, iCoefficients, pdPrototype, dRollOff, dAlpha);
+    }
+}
+
+void FillFloatTaps(const SFilterBankLayout& rsLayout, const SFilterBankTables& rsTables)
+{
+    const int iCoefficients = static_cast<int>(rsLayout.llPrototypeLength);
+    rsTables.pdPrototype[iCoefficients] = rsTables.pdPrototype[iCoefficients - 1];
+    FillPhases(rsLayout, reinterpret_cast<float*>(rsTables.pucTaps), rsTables.pdPrototype);
+}
+
+/// Quantizes the prototype in units of 2^-14.
+void FillInt16Taps(const SFilterBankLayout& rsLayout, const SFilterBankTables& rsTables)
+{
+    const int iCoefficients = static_cast<int>(rsLayout.llPrototypeLength);
+    std::int16_t* const psQuantized = reinterpret_cast<std::int16_t*>(rsTables.pdPrototype + iCoefficients);
+    ZTA_IPP(ippsMulC_64f_I)(16384.0, rsTables.pdPrototype, iCoefficients);
+    for (int i = 0; i < iCoefficients; ++i) {
+        psQuantized[i] = QuantizeTap(rsTables.pdPrototype[i]);
+    }
+    psQuantized[iCoefficients] = psQuantized[iCoefficients - 1];
+    FillPhases(rsLayout, reinterpret_cast<std::int16_t*>(rsTables.pucTaps), psQuantized);
+}
+
 } // namespace
 
 /// For output rates at or above the input rate: normalizes the gain of phase 0 to 1.
@@ -235,12 +309,10 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedGetSize_16s)(int inRate, 
     }
     // This product has 32 bits. If it wraps, the size is meaningless, and Init, which uses 64 bits, fails.
     const std::int64_t llTaps = static_cast<std::int32_t>(sLayout.llOutRate * sLayout.llStride);
-    const std::int64_t llTables = sLayout.llStepBytes + sLayout.llRowPointerBytes;
-    const std::int64_t llPrototypeLength = sLayout.llPrototypeLength;
-    const std::int64_t llSize = sLayout.HasFloatTaps()
-                                    ? llTables + 4 * llTaps + 8 * llPrototypeLength + 48
-                                    : llTables + 8 * llPrototypeLength + 58 + 2 * (llTaps + llPrototypeLength);
-    if (llSize > 0x7FFFFFFE) {
+    // 16-bit taps: the last quantized coefficient is stored twice, and 8 bytes are spare.
+    const std::int64_t llMoreBytes = sLayout.HasFloatTaps() ? 0 : sizeof(std::int16_t) + 8;
+    const std::int64_t llSize = sLayout.BlockBytes(llTaps * sLayout.llTapBytes) + llMoreBytes;
+    if (llSize > kMaxBlockBytes) {
         return ippStsBadArgErr;
     }
     *pSize = static_cast<int>(llSize);
@@ -266,57 +338,31 @@ extern "C" IppStatus ZTA_IPP(ippsResamplePolyphaseFixedInit_16s)(int inRate, int
     if (sLayout.ExceedsSizeLimit()) {
         return ippStsBadArgErr;
     }
-    const bool bSingle = sLayout.HasFloatTaps();
-    const std::int64_t llCounted =
-        sLayout.llStepBytes + sLayout.llRowPointerBytes + sLayout.TapTableBytes() + 8 * sLayout.llPrototypeLength;
-    if (bSingle ? llCounted + 40 > 0x7FFFFFFE : llCounted + 2 * sLayout.llPrototypeLength > 0x7FFFFFCE) {
+    const bool bFloat = sLayout.HasFloatTaps();
+    if (sLayout.BlockBytes(sLayout.TapTableBytes()) - (bFloat ? kOverlapBytes : 0) > kMaxBlockBytes) {
         return ippStsBadArgErr;
     }
 
-    std::uint8_t* const pucSteps = reinterpret_cast<std::uint8_t*>(pSpec + 1);
-    std::uint8_t* const pucRowPointers = pucSteps + sLayout.llStepBytes;
-    std::uint8_t* const pucRows = pucRowPointers + sLayout.llRowPointerBytes;
-    // With single-precision taps, the first 8 bytes of the prototype overlap the end of the taps.
-    double* const pdPrototype = reinterpret_cast<double*>(pucRows + sLayout.TapTableBytes() - (bSingle ? 8 : 0));
-
-    const int iInRate = static_cast<int>(sLayout.llInRate);
-    const int iOutRate = static_cast<int>(sLayout.llOutRate);
-    const int iHalfLen = static_cast<int>(sLayout.HalfLength());
-    const int iCoefficients = static_cast<int>(sLayout.llPrototypeLength);
-    if (iOutRate < iInRate) {
-        ZTA_IPP(ownsKaiserPrototypeDown)(iInRate, iOutRate, iHalfLen, iCoefficients, pdPrototype, rollf, alpha);
-    } else {
-        ZTA_IPP(ownsKaiserPrototypeUp)(iOutRate, iOutRate, iHalfLen, iCoefficients, pdPrototype, rollf, alpha);
+    const SFilterBankTables sTables = LocateTables(sLayout, pSpec);
+    DesignPrototype(sLayout, sTables.pdPrototype, rollf, alpha);
+    FillSourceSteps(sLayout, sTables.psSteps);
+    for (std::int64_t p = 0; p < sLayout.llOutRate; ++p) {
+        sTables.ppucRows[p] = sTables.pucTaps + p * sLayout.llStride * sLayout.llTapBytes;
     }
-
-    auto** const ppRows = reinterpret_cast<std::uint8_t**>(pucRowPointers);
-    for (std::int64_t p = 0; p < iOutRate; ++p) {
-        ppRows[p] = pucRows + p * sLayout.llStride * sLayout.llTapBytes;
-    }
-    std::int16_t* const psSteps = reinterpret_cast<std::int16_t*>(pucSteps);
-    FillSourceSteps(sLayout, psSteps);
-
-    if (bSingle) {
-        pdPrototype[iCoefficients] = pdPrototype[iCoefficients - 1];
-        FillPhases(sLayout, reinterpret_cast<float*>(pucRows), pdPrototype);
+    if (bFloat) {
+        FillFloatTaps(sLayout, sTables);
     } else {
-        std::int16_t* const psQuantized = reinterpret_cast<std::int16_t*>(pdPrototype + iCoefficients);
-        ZTA_IPP(ippsMulC_64f_I)(16384.0, pdPrototype, iCoefficients);
-        for (int i = 0; i < iCoefficients; ++i) {
-            psQuantized[i] = QuantizeTap(pdPrototype[i]);
-        }
-        psQuantized[iCoefficients] = psQuantized[iCoefficients - 1];
-        FillPhases(sLayout, reinterpret_cast<std::int16_t*>(pucRows), psQuantized);
+        FillInt16Taps(sLayout, sTables);
         pSpec->reserved = 0;
     }
 
-    pSpec->inRate = iInRate;
-    pSpec->outRate = iOutRate;
-    pSpec->tapScale = bSingle ? 1.0f : 0x1p-14f;
-    pSpec->halfLen = iHalfLen;
-    pSpec->tapKind = bSingle ? 1 : 2;
-    pSpec->pStep = psSteps;
-    pSpec->pRows = reinterpret_cast<void**>(ppRows);
+    pSpec->inRate = static_cast<int>(sLayout.llInRate);
+    pSpec->outRate = static_cast<int>(sLayout.llOutRate);
+    pSpec->tapScale = bFloat ? 1.0f : 0x1p-14f;
+    pSpec->halfLen = static_cast<int>(sLayout.HalfLength());
+    pSpec->tapKind = bFloat ? 1 : 2;
+    pSpec->pStep = sTables.psSteps;
+    pSpec->pRows = reinterpret_cast<void**>(sTables.ppucRows);
     pSpec->ulPackedBankKey = 0;
     return ippStsNoErr;
 }

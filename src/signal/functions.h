@@ -32,13 +32,13 @@ struct SZtaPackedFilterBank;
         (std::int16_t val, std::int16_t* pDst, int len), \
         (val, pDst, len))
 
-/// The same, not exported: for the streams, which pack the filter bank once.
+/// The same for functions that are not exported: streams call them, which pack the filter bank once.
 #define ZTA_IPP_INTERNAL_LIST(X, prefix) \
     X(void, ownPackFilterBank_16s, prefix, \
         (const IppsResamplingPolyphaseFixed_16s* pSpec, SZtaPackedFilterBank* pBank), \
         (pSpec, pBank))
 
-/// The functions that only others of the same variant call: the same columns
+/// The functions that only others of the same variant call. The columns are the same.
 #define ZTA_IPP_VARIANT_ONLY_LIST(X, prefix) \
     X(IppStatus, ippsMulC_64f_I, prefix, (double val, double* pSrcDst, int len), (val, pSrcDst, len)) \
     X(double, ippsSinOne, prefix, (double x), (x)) \
@@ -51,7 +51,7 @@ struct SZtaPackedFilterBank;
         (int M, int outRate, int halfLen, int N, double* pPrototype, double rollf, double alpha), \
         (M, outRate, halfLen, N, pPrototype, rollf, alpha))
 
-/// The dot products of the variants up to SSSE3, and of the later ones: the same columns
+/// The dot products. The variants up to SSSE3 and the later ones have different functions. The columns are the same.
 #define ZTA_IPP_DOT_PRODUCT_LIST(X) \
     X(void, ownDotProd16_16s64s_M7, m7, ZTA_IPP_DOT_16S, ) \
     X(void, ownDotProd16_16s64s_M7, n8, ZTA_IPP_DOT_16S, ) \

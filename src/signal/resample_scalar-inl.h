@@ -1,5 +1,5 @@
-/// The scalar path, one output per step: filters with single-precision taps, and very long ones. And the exported dot
-/// products.
+/// The scalar path, one output per step: filters with single-precision taps, and very long ones. The dot products that
+/// it uses are exported.
 #pragma once
 
 #include "signal/fir_accumulators-inl.h"

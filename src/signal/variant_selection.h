@@ -12,23 +12,28 @@ struct SZtaFeatureRule {
     std::uint64_t ui64Implied;
 };
 
-// clang-format off
+// The features that each step of the instruction sets implies, with itself.
+inline constexpr std::uint64_t kUpToSse2 = keZtaFeatureMmx | keZtaFeatureSse | keZtaFeatureSse2;
+inline constexpr std::uint64_t kUpToSse3 = kUpToSse2 | keZtaFeatureSse3;
+inline constexpr std::uint64_t kUpToSsse3 = kUpToSse3 | keZtaFeatureSsse3;
+inline constexpr std::uint64_t kUpToSse41 = kUpToSsse3 | keZtaFeatureSse41;
+inline constexpr std::uint64_t kUpToSse42 = kUpToSse41 | keZtaFeatureSse42;
+inline constexpr std::uint64_t kUpToAvx = kUpToSse42 | keZtaFeatureAvx;
+inline constexpr std::uint64_t kUpToAvx2 = kUpToAvx | keZtaFeatureAvx2;
 
 /// The first rule that matches applies.
 inline constexpr SZtaFeatureRule kFeatureRules[] = {
-    {kAvx512BwDqVlFeatures, 6, 0x73081DF},
-    {kAvx512ErPfFeatures, 5, 0x0F081DF},
-    {keZtaFeatureAvx2,   4, 0x00081DF},
-    {keZtaFeatureAvx,    3, 0x00001DF},
-    {keZtaFeatureSse42,  2, 0x00000DF},
-    {keZtaFeatureSse41,  1, 0x000005F},
-    {keZtaFeatureMovbe,  1, 0x000003F},
-    {keZtaFeatureSsse3,  1, 0x000001F},
-    {keZtaFeatureSse3,   0, 0x000000F},
-    {keZtaFeatureSse2,   0, 0x0000007},
+    {kAvx512BwDqVlFeatures, 6, kUpToAvx2 | kAvx512BwDqVlFeatures},
+    {kAvx512ErPfFeatures, 5, kUpToAvx2 | kAvx512ErPfFeatures},
+    {keZtaFeatureAvx2, 4, kUpToAvx2},
+    {keZtaFeatureAvx, 3, kUpToAvx},
+    {keZtaFeatureSse42, 2, kUpToSse42},
+    {keZtaFeatureSse41, 1, kUpToSse41},
+    {keZtaFeatureMovbe, 1, kUpToSsse3 | keZtaFeatureMovbe},
+    {keZtaFeatureSsse3, 1, kUpToSsse3},
+    {keZtaFeatureSse3, 0, kUpToSse3},
+    {keZtaFeatureSse2, 0, kUpToSse2},
 };
-
-// clang-format on
 
 /// The result of the rules for one mask.
 struct SZtaSelection {
@@ -40,11 +45,13 @@ struct SZtaSelection {
 /// Bits that no feature has. Bit 63 is a command of ippSetCpuFeatures.
 inline constexpr std::uint64_t kUnknownFeatures = 0x7FFFFFE000000000;
 
-/// Features whose registers the operating system must enable.
+/// Features whose registers the operating system must enable. Avx512Ifma and Avx512Fp16 are not checked.
 inline constexpr std::uint64_t kAvxFeatures = keZtaFeatureAvx | keZtaFeatureAvx2;
-inline constexpr std::uint64_t kAvx512Features = 0xC6FF00000;
+inline constexpr std::uint64_t kAvx512Features = kAvx512BwDqVlFeatures | kAvx512ErPfFeatures | keZtaFeatureAvx512Vbmi |
+                                                 keZtaFeatureAvx5124Fmaps | keZtaFeatureAvx5124Vnniw |
+                                                 keZtaFeatureAvx512Vpopcntdq | keZtaFeatureAvx512Bitalg;
 
-/// Applies the rule to a mask that has been checked.
+/// Applies the rules to a mask that has been checked.
 constexpr SZtaSelection ZtaSelectVariant(std::uint64_t ui64Mask) noexcept
 {
     for (const SZtaFeatureRule& rsRule : kFeatureRules) {

@@ -4,10 +4,10 @@
 
 namespace {
 
-template <class Word, class... Bits>
-constexpr bool HasAllBits(Word word, Bits... bits)
+template <class Register, class... Bits>
+constexpr bool HasAllBits(Register value, Bits... bits)
 {
-    return (((word >> bits) & 1) && ...);
+    return (((value >> bits) & 1) && ...);
 }
 
 std::uint64_t ReadXcr0() noexcept
@@ -66,10 +66,10 @@ SZtaCpuidLeaves ZtaReadCpuid() noexcept
     return s;
 }
 
-std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsWords) noexcept
+std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsLeaves) noexcept
 {
     // A leaf that does not exist returns the registers of another leaf.
-    SZtaCpuidLeaves s = rsWords;
+    SZtaCpuidLeaves s = rsLeaves;
     if (s.sLeaf0.ulEax < 7) {
         s.sLeaf7 = {};
     }

@@ -76,7 +76,7 @@ struct SZtaCpuidLeaves {
 SZtaCpuidLeaves ZtaReadCpuid() noexcept;
 
 /// Returns the features as a mask of EZtaCpuFeature. Depends on the argument only.
-std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsWords) noexcept;
+std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsLeaves) noexcept;
 
 /// Reads the registers of one sub-leaf of this CPU. [any thread] [no allocation] [no lock]
 SZtaCpuidLeaf ZtaReadCpuidLeaf(std::uint32_t ulLeaf, std::uint32_t ulSubLeaf) noexcept;

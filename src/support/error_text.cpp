@@ -38,68 +38,68 @@ constexpr SStatusEntry s_asEntries[] = {
 constexpr bool HasAscendingUniqueCodes()
 {
     std::uint64_t ulFree = 0;
-    for (const SStatusEntry& sRow : s_asEntries) {
-        const std::uint64_t ulCodes = std::uint64_t{1} << sRow.uiConnectorBits;
-        if (sRow.uiCode < ulFree || sRow.uiCode % ulCodes != 0) {
+    for (const SStatusEntry& rsEntry : s_asEntries) {
+        const std::uint64_t ulCodes = std::uint64_t{1} << rsEntry.uiConnectorBits;
+        if (rsEntry.uiCode < ulFree || rsEntry.uiCode % ulCodes != 0) {
             return false;
         }
-        ulFree = sRow.uiCode + ulCodes;
+        ulFree = rsEntry.uiCode + ulCodes;
     }
     return true;
 }
 
-static_assert(HasAscendingUniqueCodes(), "the lookup searches ascending rows");
+static_assert(HasAscendingUniqueCodes(), "the lookup requires ascending codes");
 
-/// A range of consecutive codes: those of adjacent entries, or those of one block.
+/// A range of consecutive codes: those of adjacent entries, or those of one entry with connector numbers.
 struct SCodeRange {
     std::uint32_t uiFirst;
     std::uint32_t uiCodeCount;
     std::uint32_t uiConnectorBits;
-    std::uint32_t uiRow;
+    std::uint32_t uiEntry;
 };
 
-constexpr bool StartsRange(std::size_t ulRow)
+constexpr bool StartsRange(std::size_t ulEntry)
 {
-    return ulRow == 0 || s_asEntries[ulRow].uiConnectorBits != 0 || s_asEntries[ulRow - 1].uiConnectorBits != 0 ||
-           s_asEntries[ulRow].uiCode != s_asEntries[ulRow - 1].uiCode + 1;
+    return ulEntry == 0 || s_asEntries[ulEntry].uiConnectorBits != 0 || s_asEntries[ulEntry - 1].uiConnectorBits != 0 ||
+           s_asEntries[ulEntry].uiCode != s_asEntries[ulEntry - 1].uiCode + 1;
 }
 
 constexpr std::size_t CountRanges()
 {
-    std::size_t ulRuns = 0;
-    for (std::size_t ulRow = 0; ulRow < std::size(s_asEntries); ++ulRow) {
-        ulRuns += StartsRange(ulRow) ? 1 : 0;
+    std::size_t ulRanges = 0;
+    for (std::size_t ulEntry = 0; ulEntry < std::size(s_asEntries); ++ulEntry) {
+        ulRanges += StartsRange(ulEntry) ? 1 : 0;
     }
-    return ulRuns;
+    return ulRanges;
 }
 
 constexpr std::array<SCodeRange, CountRanges()> FindRanges()
 {
-    std::array<SCodeRange, CountRanges()> asRuns{};
-    std::size_t ulRuns = 0;
-    for (std::size_t ulRow = 0; ulRow < std::size(s_asEntries); ++ulRow) {
-        const SStatusEntry& sRow = s_asEntries[ulRow];
-        if (StartsRange(ulRow)) {
-            asRuns[ulRuns++] = {sRow.uiCode, 0, sRow.uiConnectorBits, static_cast<std::uint32_t>(ulRow)};
+    std::array<SCodeRange, CountRanges()> asRanges{};
+    std::size_t ulRanges = 0;
+    for (std::size_t ulEntry = 0; ulEntry < std::size(s_asEntries); ++ulEntry) {
+        const SStatusEntry& rsEntry = s_asEntries[ulEntry];
+        if (StartsRange(ulEntry)) {
+            asRanges[ulRanges++] = {rsEntry.uiCode, 0, rsEntry.uiConnectorBits, static_cast<std::uint32_t>(ulEntry)};
         }
-        asRuns[ulRuns - 1].uiCodeCount += std::uint32_t{1} << sRow.uiConnectorBits;
+        asRanges[ulRanges - 1].uiCodeCount += std::uint32_t{1} << rsEntry.uiConnectorBits;
     }
-    return asRuns;
+    return asRanges;
 }
 
 constexpr std::array s_asRanges = FindRanges();
-static_assert(s_asRanges.front().uiFirst == 0, "every code has a run at or below it");
+static_assert(s_asRanges.front().uiFirst == 0, "the lookup requires a range at or below every code");
 
 } // namespace
 
 extern "C" const wchar_t* ztErrorToString(int iCode)
 {
     const std::uint32_t uiCode = static_cast<std::uint32_t>(iCode);
-    const auto LiesBelow = [](std::uint32_t uiSought, const SCodeRange& sRun) { return uiSought < sRun.uiFirst; };
-    const SCodeRange& sRun = *std::prev(std::upper_bound(s_asRanges.begin(), s_asRanges.end(), uiCode, LiesBelow));
-    const std::uint32_t uiPlace = uiCode - sRun.uiFirst;
-    if (uiPlace >= sRun.uiCodeCount) {
+    const auto LiesBelow = [](std::uint32_t uiSought, const SCodeRange& rsRange) { return uiSought < rsRange.uiFirst; };
+    const SCodeRange& rsRange = *std::prev(std::upper_bound(s_asRanges.begin(), s_asRanges.end(), uiCode, LiesBelow));
+    const std::uint32_t uiOffset = uiCode - rsRange.uiFirst;
+    if (uiOffset >= rsRange.uiCodeCount) {
         return L"Unknown error";
     }
-    return &s_awcTexts[s_asEntries[sRun.uiRow + (uiPlace >> sRun.uiConnectorBits)].uiText];
+    return &s_awcTexts[s_asEntries[rsRange.uiEntry + (uiOffset >> rsRange.uiConnectorBits)].uiText];
 }

@@ -72,12 +72,12 @@ using Encoding = std::codecvt<wchar_t, char, std::mbstate_t>;
 
 /// Encodes text as a file of the default locale does and discards the bytes. Fails at the first character that the
 /// locale cannot encode. Does not allocate.
-class EncodingCheck : public std::wstreambuf {
+class EncodingCheck final : public std::wstreambuf {
 protected:
     int_type overflow(int_type iChar) override
     {
         const wchar_t cChar = traits_type::to_char_type(iChar);
-        return EncodingCheck::xsputn(&cChar, 1) == 1 ? iChar : traits_type::eof();
+        return xsputn(&cChar, 1) == 1 ? iChar : traits_type::eof();
     }
 
     std::streamsize xsputn(const wchar_t* pcText, std::streamsize iCount) override

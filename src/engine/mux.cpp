@@ -278,11 +278,10 @@ int CZtaAudioSamplesEngine::ProcessInterleave(Kernel& rKernel, Convert pfnConver
 {
     CScopedEndOperation oOperation(*this);
     SMuxOperands sOperands;
-    int iStatus = LoadMuxOperands(sOperands);
+    const int iLoaded = LoadMuxOperands(sOperands);
     const CBufferHolder oMux(sOperands.pOutput);
-    if (iStatus >= 0) {
-        iStatus = InterleaveMux(rKernel, pfnConvert, ulChannelsPerBuffer, sOperands, oMux);
-    }
+    const int iStatus =
+        iLoaded < 0 ? iLoaded : InterleaveMux(rKernel, pfnConvert, ulChannelsPerBuffer, sOperands, oMux);
     oOperation.End();
     for (unsigned long i = 0; i < sOperands.ulCount; ++i) {
         sOperands.apBuffers[i]->SignalReadCompletion();
@@ -446,11 +445,9 @@ int CZtaAudioSamplesEngine::ProcessDeinterleave(Kernel& rKernel, Convert pfnConv
 {
     CScopedEndOperation oOperation(*this);
     SMuxOperands sOperands;
-    int iStatus = LoadMuxOperands(sOperands);
+    const int iLoaded = LoadMuxOperands(sOperands);
     const CBufferHolder oMux(sOperands.pInput);
-    if (iStatus >= 0) {
-        iStatus = DeinterleaveMux(rKernel, pfnConvert, oMux, sOperands);
-    }
+    const int iStatus = iLoaded < 0 ? iLoaded : DeinterleaveMux(rKernel, pfnConvert, oMux, sOperands);
     oOperation.End();
     oMux->SignalReadCompletion();
     for (unsigned long i = 0; i < sOperands.ulCount; ++i) {

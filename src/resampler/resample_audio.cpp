@@ -186,7 +186,7 @@ int CZtaResampleAudio::ResampleAudio(IZtAudioSamples* pIn, IZtAudioSamples* pOut
     if (iStatus < 0) {
         return iStatus;
     }
-    // In frames of both sides, independent of the rates: a lower output rate also needs the capacity of the input.
+    // In frames, independent of the rates: an output of a lower rate also needs the capacity of the input.
     if (sIn.ulValidFrames > sOut.ulCapacityFrames) {
         return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }

@@ -4,9 +4,15 @@
 
 namespace {
 
-/// The gain from 48000 to 44100 Hz, for sums in units of 2^-14. A product that is not a half is at least 2^-22 away
-/// from one. So a gain that is larger by less than that moves the halves away from 0 and no other product across a
-/// half: the products by the biased gain, rounded to nearest, are those of RoundToInt16 by the exact gain.
+/// Biased rounding. Outputs are rounded to nearest, with halves away from 0, but the processor rounds halves to the
+/// even integer. So the gain is increased by so little that only the halves move across a limit of rounding:
+///
+///     sum * exact gain      2.5 - 2^-22    2.5         2.5 + 2^-22
+///     sum * biased gain     2.4999...      2.5000...   2.5000...
+///     to nearest            2              3           3            as RoundToInt16 by the exact gain
+///
+/// The gain is that from 48000 to 44100 Hz, for sums in units of 2^-14: a product that is not a half is at least 2^-22
+/// away from one, and the bias moves no product of a 32-bit sum by more than 2^-23.
 struct BiasedGain {
     static constexpr double kGain = 0x1p-14 * (147.0 / 160.0);
     static constexpr double kBiasedGain = kGain * (1 + 0x1p-40);

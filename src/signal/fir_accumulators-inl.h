@@ -25,9 +25,9 @@ struct Int32Accumulator {
     FirSimd::VecF64 SumsAsDoubles() const { return FirSimd::ToDoubles(FirSimd::HorizontalSums(avSums)); }
 };
 
-/// Accumulates up to 32767 pairs in 48 bits. The high halves of the pairs are summed separately and cannot exceed 2^30.
-/// The sums of the pairs wrap. Their difference from the high halves is the sum of the low halves, which are not
-/// negative and stay below 32767 * 65536, so the difference is exact.
+/// Accumulates up to 32767 pairs in 48 bits. A pair is 65536 * high + low, with 0 <= low < 65536. The high halves are
+/// summed separately and cannot exceed 2^30; the sum of the pairs wraps. That sum less 65536 * the sum of the high
+/// halves is the sum of the low halves. It is below 32767 * 65536, so the wrapped difference is exact.
 struct Int48Accumulator {
     static constexpr int kMaxPairs = 32767;
 

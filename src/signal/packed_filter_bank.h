@@ -17,9 +17,9 @@
 ///     outputs 8 to 11                   xxxx xxxx   xxxx xxxx xxxx
 ///     outputs 12 to 15                       xxxx   xxxx xxxx xxxx xxxx
 ///
-/// The 32 samples of an output begin in the first block of its quad of outputs, or with the second. The base of a group
-/// is the first sample of its first output, or as many samples before it as this condition requires. A group has fewer
-/// outputs if the last ones do not meet the condition.
+/// Four outputs, a quad, use nine blocks. The 32 samples of each of them begin 0 to 4 samples after the start of these
+/// blocks. The base of a group is the first sample of its first output, or as many samples before it as this condition
+/// requires. A group has fewer outputs if the last ones do not meet the condition.
 ///
 /// A lane of 64 bits multiplies a block by the four taps of one output:
 ///

@@ -26,8 +26,9 @@ public:
     /// From this many periods on, packing the bank for one call costs less than it saves.
     static constexpr long kBreakEvenPeriods = 10;
 
-    /// Produces no groups if the filter does not fit this form. If a period is not a multiple of the outputs of a
-    /// group, more than one period takes longer to pack and less time to use; otherwise iPeriods has no effect.
+    /// Packs the bank, or leaves it without groups if the filter does not fit. A period that is a multiple of the
+    /// outputs of a group is packed once, another one iPeriods times: more periods take longer to pack and less time to
+    /// use.
     static void PackFilterBank(const IppsResamplingPolyphaseFixed_16s& rsFilter, int iPeriods,
                                SZtaPackedFilterBank& rsBank)
     {
@@ -106,24 +107,24 @@ private:
         }
     };
 
-    /// Chooses the base of a group so that as many of the next outputs as possible fit in it. Stores their number and
-    /// their offsets, and as the advance that from the first output to the one after the last.
+    /// Chooses the base of a group so that as many of the next outputs as possible fit in it. Stores their number,
+    /// their offsets from the base and, as lAdvance, the samples from the first output to the one after the last.
     static void PlaceOutputs(const IppsResamplingPolyphaseFixed_16s& rsFilter, OutputPosition sOutput, int iMaxOutputs,
                              Group& rsGroup)
     {
-        // The distances from the base to the first output at which all outputs so far fit.
+        // All outputs so far fit if the first of them begins iMin to iMax samples after the base.
         int iMin = 0;
         int iMax = Bank::kBlockSamples;
         int iOffset = 0;
         int iOutputs = 0;
         for (; iOutputs < iMaxOutputs; ++iOutputs) {
-            const int iFirstBlock = iOutputs / Bank::kQuadOutputs * Bank::kBlockSamples - iOffset;
-            const int iLastBlock = iFirstBlock + Bank::kBlockSamples;
-            if (iFirstBlock > iMax || iLastBlock < iMin) {
+            const int iQuadMin = iOutputs / Bank::kQuadOutputs * Bank::kBlockSamples - iOffset;
+            const int iQuadMax = iQuadMin + Bank::kBlockSamples;
+            if (iQuadMin > iMax || iQuadMax < iMin) {
                 break;
             }
-            iMin = iFirstBlock > iMin ? iFirstBlock : iMin;
-            iMax = iLastBlock < iMax ? iLastBlock : iMax;
+            iMin = iQuadMin > iMin ? iQuadMin : iMin;
+            iMax = iQuadMax < iMax ? iQuadMax : iMax;
             rsGroup.aucOffsets[iOutputs] = static_cast<std::uint8_t>(iOffset);
             iOffset += sOutput.Advance(rsFilter);
         }
@@ -134,7 +135,7 @@ private:
         rsGroup.lAdvance = iOffset;
     }
 
-    /// Returns the sum of the magnitudes of the taps.
+    /// Stores the taps of one output in the blocks of its quad. Returns the sum of their magnitudes.
     static int PackTaps(const std::int16_t* psTaps, Group& rsGroup, int iOutput)
     {
         constexpr int kLastBlock = Bank::kQuadBlocks - 1;
@@ -142,7 +143,7 @@ private:
         const int iQuad = iOutput / Bank::kQuadOutputs;
         const int iHalf = iOutput / Bank::kHalfOutputs;
         const int iFirstBlock = iQuad - iHalf * Bank::kHalfFirstBlock;
-        const int iShift = rsGroup.aucOffsets[iOutput] - iQuad * Bank::kBlockSamples;
+        const int iShift = rsGroup.aucOffsets[iOutput] - iQuad * Bank::kBlockSamples; // in taps, 0 to 4
         const auto Store = [&](int iBlock, std::uint64_t ulTaps) {
             __builtin_memcpy(rsGroup.asTaps[iHalf][iBlock][iOutput % Bank::kHalfOutputs], &ulTaps, sizeof(ulTaps));
         };
@@ -170,7 +171,8 @@ private:
         }
     }
 
-    /// Makes the advances those from base to base. Returns false if they differ too much for kAdvanceBits.
+    /// Changes the advances, which count from output to output, to those from base to base, and packs them. Returns
+    /// false if they differ too much for kAdvanceBits.
     static bool PackAdvances(int iGroups, SZtaPackedFilterBank& rsBank)
     {
         for (int i = 0; i < iGroups; ++i) {
@@ -228,7 +230,7 @@ private:
         while (lCount > 0) {
             if (iFirstOutput == 0 && psBase >= psBegin && lCount >= Bank::kOutputs &&
                 psEnd - psBase >= Bank::kGroupSamples) {
-                do {
+                do { // all samples of the group are readable
                     // The unused lanes of a group are stored, too; the next group overwrites them.
                     PackedSimd::Store(fnRound(PackedSimd::ComputeSums(*psGroup, psBase)), psOutput);
                     Advance(psGroup->lOutputs);

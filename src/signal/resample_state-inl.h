@@ -30,6 +30,7 @@ inline bool HasFloatTaps(const IppsResamplingPolyphaseFixed_16s& rsFilter)
     return (rsFilter.tapKind & 1) != 0;
 }
 
+/// A resample call. The vector and the scalar path advance a copy of it from output to output.
 struct SResampleState {
     const IppsResamplingPolyphaseFixed_16s* psFilter;
     const std::int16_t* psSource; ///< the first sample of the next output

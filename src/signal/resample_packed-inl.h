@@ -38,8 +38,7 @@ public:
             static_cast<const std::int16_t*>(rsFilter.pRows[0])[Bank::kTaps] != 0) {
             return;
         }
-        OutputPosition sNext{0,
-                             static_cast<unsigned int>(rsFilter.inRate) % static_cast<unsigned int>(rsFilter.outRate)};
+        OutputPosition sNext{0, PhaseStep(rsFilter)};
         int iLargest = 0;
         int iGroups = 0;
         const int iPositions = rsFilter.outRate * (rsFilter.outRate % Bank::kOutputs == 0 ? 1 : iPeriods);

@@ -102,13 +102,13 @@ std::int16_t RoundToInt16(double dValue)
 template <typename DotProduct>
 void ResampleScalarWith(SResampleState sState, DotProduct fnDotProduct)
 {
-    const unsigned int uiAhead = static_cast<unsigned int>(sState.psFilter->inRate % sState.psFilter->outRate);
+    const unsigned int uiPhaseStep = PhaseStep(*sState.psFilter);
     for (; sState.lCount > 0; --sState.lCount) {
         const double dSum = fnDotProduct(sState.psSource, sState.psFilter->pRows[sState.uiPhase],
                                          sState.TapCount() + (sState.uiPhase == 0 ? 1 : 0));
         *AtAnyAddress(sState.psOutput++) = RoundToInt16(dSum * sState.dGain);
         sState.psSource += sState.psFilter->pStep[sState.uiPhase];
-        sState.uiPhase = sState.PhaseAhead(uiAhead);
+        sState.uiPhase = sState.PhaseAhead(uiPhaseStep);
     }
 }
 

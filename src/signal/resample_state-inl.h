@@ -25,6 +25,12 @@ inline unsigned int AddModuloRate(unsigned int uiA, unsigned int uiB, unsigned i
     return uiSum >= uiRate ? uiSum - uiRate : uiSum;
 }
 
+/// Returns the distance of an output's phase to that of the next output.
+inline unsigned int PhaseStep(const IppsResamplingPolyphaseFixed_16s& rsFilter)
+{
+    return static_cast<unsigned int>(rsFilter.inRate) % static_cast<unsigned int>(rsFilter.outRate);
+}
+
 inline bool HasFloatTaps(const IppsResamplingPolyphaseFixed_16s& rsFilter)
 {
     return (rsFilter.tapKind & 1) != 0;

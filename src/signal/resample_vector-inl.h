@@ -48,9 +48,9 @@ void ResampleInParallel(SResampleState sState)
     // The distance from the first phase of a group to that of each output.
     unsigned int auiAhead[FirSimd::kParallelOutputs + 1] = {};
     const unsigned int uiRate = static_cast<unsigned int>(sState.psFilter->outRate);
-    const unsigned int uiStep = static_cast<unsigned int>(sState.psFilter->inRate) % uiRate;
+    const unsigned int uiPhaseStep = PhaseStep(*sState.psFilter);
     for (int k = 0; k < FirSimd::kParallelOutputs; ++k) {
-        auiAhead[k + 1] = AddModuloRate(auiAhead[k], uiStep, uiRate);
+        auiAhead[k + 1] = AddModuloRate(auiAhead[k], uiPhaseStep, uiRate);
     }
     while (sState.lCount >= FirSimd::kParallelOutputs) {
         ResampleGroup<Accumulator, iFixedTaps, true>(sState, auiAhead);

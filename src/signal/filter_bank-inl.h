@@ -55,9 +55,9 @@ constexpr std::int64_t kOverlapBytes = 8;
 int GreatestCommonDivisor(int iA, int iB)
 {
     while (iB != 0) {
-        const int iRest = iA % iB;
+        const int iRemainder = iA % iB;
         iA = iB;
-        iB = iRest;
+        iB = iRemainder;
     }
     return iA;
 }

@@ -16,9 +16,11 @@
 
 namespace {
 
-/// Accumulates in 32 bits, for filters whose taps have magnitudes of at most 65535 in total: with samples of up to
+/// Accumulates in 32 bits, for filters whose taps have magnitudes of at most kMaxTapSum in total: with samples of up to
 /// 32768 no partial sum reaches 2^31.
 struct Int32Accumulator {
+    static constexpr int kMaxTapSum = 65535;
+
     FirSimd::IntVector avSums[FirSimd::kParallelOutputs];
 
     void Add(int k, FirSimd::IntVector vPairs) { avSums[k] = FirSimd::Add(avSums[k], vPairs); }

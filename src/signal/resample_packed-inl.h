@@ -6,6 +6,7 @@
 ///                              StorePartial, then whole groups, then StorePartial
 #pragma once
 
+#include "signal/fir_accumulators-inl.h"
 #include "signal/packed_filter_bank.h"
 #include "signal/resample_state-inl.h"
 #include "signal/samples-inl.h"
@@ -44,9 +45,9 @@ public:
         const int iPositions = rsFilter.outRate * (rsFilter.outRate % Bank::kOutputs == 0 ? 1 : iPeriods);
         for (int iPosition = 0; iPosition < iPositions; ++iGroups) {
             Group& rsGroup = rsBank.asGroups[iGroups];
-            const int iRest = iPositions - iPosition;
-            PlaceOutputs(rsFilter, sNext, iRest < Bank::kOutputs ? iRest : Bank::kOutputs, rsGroup);
-            if (rsGroup.lOutputs < Bank::kMinGroupOutputs && rsGroup.lOutputs < iRest) {
+            const int iRemaining = iPositions - iPosition;
+            PlaceOutputs(rsFilter, sNext, iRemaining < Bank::kOutputs ? iRemaining : Bank::kOutputs, rsGroup);
+            if (rsGroup.lOutputs < Bank::kMinGroupOutputs && rsGroup.lOutputs < iRemaining) {
                 return;
             }
             for (int i = 0; i < rsGroup.lOutputs; ++i, ++iPosition) {
@@ -62,8 +63,8 @@ public:
                 ClearTaps(rsGroup, i);
             }
         }
-        // The condition of Int32Accumulator.
-        if (iLargest <= 65535 && PackAdvances(iGroups, rsBank)) {
+        // PackedSimd also accumulates in 32 bits.
+        if (iLargest <= Int32Accumulator::kMaxTapSum && PackAdvances(iGroups, rsBank)) {
             rsBank.lGroups = iGroups;
         }
     }
@@ -235,8 +236,8 @@ private:
                     Advance(psGroup->lOutputs);
                 } while (lCount >= Bank::kOutputs && psEnd - psBase >= Bank::kGroupSamples);
             } else {
-                const int iRest = psGroup->lOutputs - iFirstOutput;
-                const int iOutputs = lCount < iRest ? static_cast<int>(lCount) : iRest;
+                const int iRemaining = psGroup->lOutputs - iFirstOutput;
+                const int iOutputs = lCount < iRemaining ? static_cast<int>(lCount) : iRemaining;
                 CopyGroupSamples(asSamples, psGroup->aucOffsets[iFirstOutput], psBase, psEnd);
                 PackedSimd::StorePartial(fnRound(PackedSimd::ComputeSums(*psGroup, asSamples)), iFirstOutput, iOutputs,
                                          psOutput);

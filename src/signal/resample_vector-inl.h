@@ -86,7 +86,7 @@ bool FitsInt32Accumulator(const IppsResamplingPolyphaseFixed_16s& rsFilter)
     FirSimd::Store(FirSimd::HorizontalSums(sSums.avSums), aiSums);
     const int iOuterTap = static_cast<const std::int16_t*>(rsFilter.pRows[0])[iTaps];
     const int iSlack = iTaps; // FirSimd::Abs returns 32767 for -32768
-    return aiSums[0] + (iOuterTap < 0 ? -iOuterTap : iOuterTap) + iSlack <= 65535;
+    return aiSums[0] + (iOuterTap < 0 ? -iOuterTap : iOuterTap) + iSlack <= Int32Accumulator::kMaxTapSum;
 }
 
 void ResampleVector(const SResampleState& rsState)

@@ -7,23 +7,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN OFF) # inline members of exported classes are exported with them
 
-# Warnings. The policy: every target is compiled with the same warnings; the presets of the developers treat them as
-# errors (ZTA_WERROR), a plain build does not, because a newer compiler can have new ones. A warning that is wrong is
-# disabled here, with the reason, for the smallest set of sources.
-add_library(zta_warnings INTERFACE)
-target_compile_options(zta_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${ZTA_WERROR}>:-Werror>)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # GCC 12 reports the placeholders of its own <avx512fintrin.h> as uninitialized.
-  set(ZTA_FALSE_WARNINGS_AVX512 -Wno-uninitialized -Wno-maybe-uninitialized)
-  # With the sanitizers' checks in between, GCC 12 reports members of its own <regex> as uninitialized.
-  if(ZTA_SANITIZE)
-    target_compile_options(zta_warnings INTERFACE -Wno-maybe-uninitialized)
-  endif()
-endif()
-
 add_library(zta_options INTERFACE)
-target_link_libraries(zta_options INTERFACE zta_warnings)
 # Results are bit-exact: the compiler must not contract products and sums.
 target_compile_options(zta_options INTERFACE
   -ffp-contract=off $<$<COMPILE_LANGUAGE:CXX>:-fno-semantic-interposition>)
@@ -47,6 +31,20 @@ if(ZTA_COVERAGE)
   set(ZTA_COUNTED -O0 -g --coverage -fprofile-update=atomic "-fprofile-exclude-files=/usr/.*")
 endif()
 
+# Warnings. The policy: every target is compiled with the same warnings. The presets for developers treat them as errors
+# (ZTA_WERROR); a plain build does not, because a newer compiler can have new ones. A warning that is wrong is
+# disabled here, with the reason, for the smallest set of sources.
+set(ZTA_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+target_compile_options(zta_options INTERFACE ${ZTA_WARNINGS} $<$<BOOL:${ZTA_WERROR}>:-Werror>)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC 12 reports the placeholders of its own <avx512fintrin.h> as uninitialized.
+  set(ZTA_FALSE_WARNINGS_AVX512 -Wno-uninitialized -Wno-maybe-uninitialized)
+  # With a sanitizer, GCC 12 reports members of its own <regex> as uninitialized.
+  if(ZTA_SANITIZE)
+    target_compile_options(zta_options INTERFACE -Wno-maybe-uninitialized)
+  endif()
+endif()
+
 function(zta_compile_options target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zta_options>)
 endfunction()
@@ -60,4 +58,18 @@ endfunction()
 # For a target with code of the library.
 function(zta_count_coverage target)
   target_compile_options(${target} PRIVATE ${ZTA_COUNTED})
+endfunction()
+
+# Adds to a target a source that includes one header, after the lines PRELUDE if there are any. It compiles only if the
+# header includes everything that it uses. LANGUAGE is cpp (the default) or c. OPTION follows all other options.
+function(zta_compile_header_alone target header)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "PRELUDE;LANGUAGE;OPTION" "")
+  if(NOT arg_LANGUAGE)
+    set(arg_LANGUAGE cpp)
+  endif()
+  string(MAKE_C_IDENTIFIER ${header} name)
+  set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}/${name}.${arg_LANGUAGE})
+  file(CONFIGURE OUTPUT ${source} CONTENT "${arg_PRELUDE}#include \"${header}\"\n" @ONLY)
+  set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${arg_OPTION}")
+  target_sources(${target} PRIVATE ${source})
 endfunction()

@@ -1,5 +1,7 @@
-# Commands for users, developers and CI. Each installs the Debian packages that it lacks, builds what it runs, and runs
-# it. Without apt-get, the missing packages are listed instead.
+# Commands for users, developers and CI: `make help` lists them. Each installs the Debian packages that it lacks, builds
+# what it runs, and runs it. Without apt-get, it lists the missing packages instead.
+#
+# The comment before a target describes it; `make help` prints the first sentence.
 PRESET ?= release
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
@@ -16,22 +18,29 @@ PERFCHECK_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev valgrind
 TIDY_PACKAGES = $(TEST_PACKAGES) clang clang-tidy
 TIDY_LAYERS = $(shell scripts/layers tidy)
 
-# What `make test` needs, or an error with the name of the package.
+# All parts that `make test` needs. With ON, a missing package is an error.
 TEST_PARTS = -DZTA_BUILD_TOOLS=ON -DZTA_BUILD_TESTS=ON -DZTA_BUILD_EXAMPLES=ON
 
-.PHONY: test quick demo install uninstall package plots status-codes docs report report-long abi-update bench \
-	bench-quick bench-build bench-tool perfcheck tidy fuzz check emulate mutate coverage faults soak build build-times clean
+# No target is a file.
+.PHONY: $(shell sed -n 's/^\([a-z-]*\):.*/\1/p' Makefile)
 
-# All tests.
+# Builds everything and runs all tests. This is the default.
 test: build
 	ctest --preset $(PRESET) -j $(JOBS)
 
-# The tests of the layers that differ from the revision BASE (default: the last commit, or the one before it if nothing
-# has changed since), most important first. Builds only the programs of these tests.
+# Lists the commands.
+help:
+	@echo "Commands (variables: PRESET=$(PRESET) JOBS=$(JOBS) PREFIX=$(PREFIX); others where they are named):"
+	@awk '/^# / { text = text substr($$0, 2); next } \
+		/^[a-z-]+:/ && text != "" { sub(/:.*/, "", $$1); sub(/\. .*/, ".", text); printf "  make %-13s%s\n", $$1, text } \
+		{ text = "" }' Makefile
+
+# Runs the tests of the layers that differ from revision BASE. The default is the last commit, or the one before it if
+# nothing has changed since. Builds only the programs of these tests; the most important tests run first.
 quick: configure
 	JOBS=$(JOBS) scripts/quick $(PRESET) $(BASE)
 
-# Converts recordings with the tool, checks the samples, and writes a report and plots to build/demo.
+# Converts recordings with the tool and compares every sample. Writes a report and plots to build/demo.
 demo:
 	scripts/require-packages $(DEMO_PACKAGES)
 	cmake --preset $(PRESET) -DZTA_BUILD_TOOLS=ON
@@ -50,86 +59,88 @@ install:
 uninstall:
 	cmake --build build/install --target uninstall
 
-# Builds the Debian packages in build/packages. CHECK=1 also runs the tests of the packaged build.
+# Builds the Debian packages in build/packages; CHECK=1 also runs their tests.
 package: export DEB_BUILD_OPTIONS = parallel=$(JOBS) $(if $(CHECK),,nocheck)
 package:
 	scripts/require-packages $(DEBIAN_PACKAGES) $(if $(CHECK),$(TEST_PACKAGES))
 	scripts/make-packages
 
-# Writes the plots of docs/resampler.md, and prints the figures that it quotes.
+# Writes the plots of docs/resampler.md and prints the figures that it quotes.
 plots: TARGETS = make_plots
 plots: build
 	build/$(PRESET)/bin/make_plots docs/plots
 
-# Writes the table of all status codes.
+# Writes docs/status-codes.md, the table of all status codes.
 status-codes: TARGETS = make_status_codes
 status-codes: build
 	build/$(PRESET)/bin/make_status_codes > docs/status-codes.md
 
-# Renders the reference of the headers in build/docs/html.
+# Renders the reference of the public headers in build/docs/html.
 docs:
 	scripts/require-packages doxygen
 	scripts/docs
 
-# Runs what yields the figures of docs/report.md and writes them there. The long form adds mutation tests, coverage,
-# fuzzing, soak test and checkers, which take hours; the short form keeps their last figures.
+# Writes the short sections of docs/report.md. Keeps the figures of the long ones.
 report: build
 	JOBS=$(JOBS) scripts/report build/$(PRESET)
 
+# Writes all of docs/report.md, in hours. Runs mutation tests, coverage, fuzz targets, the soak test and the checkers.
 report-long: build
 	JOBS=$(JOBS) scripts/report --long build/$(PRESET)
 
-# Stores the present binary interface as the intended one: see docs/abi.md.
+# Stores the present binary interface as the intended one (docs/abi.md).
 abi-update:
 	scripts/require-packages $(BUILD_PACKAGES) abigail-tools
 	scripts/abi update
 
-# Compares the library with its upper bounds and with other libraries, and writes docs/performance.md. Needs an idle
-# machine for about ten minutes. The quick form only prints. The file tool is measured last, on an hour of sound.
 COMPARE_PEERS = build/bench/bench/peers/compare_peers --json build/bench/results.json \
 	--revision "$$(git describe --always --dirty)"
 
+# Measures the library beside its upper bounds and other libraries. Writes docs/performance.md and its pages. Needs an
+# idle machine for about ten minutes. Measures the file tool last, on an hour of sound.
 bench: bench-build
 	$(COMPARE_PEERS) --seconds 1.5 --document docs/performance.md
 	BENCH_SECONDS=3600 $(MAKE) bench-tool TOOL_DOCUMENT=docs/performance/file-tool.md
 
+# The same in a short form, which prints the results and writes no document.
 bench-quick: bench-build
 	$(COMPARE_PEERS) --seconds 0.2
 
-# The file tool beside sox, ffmpeg and cat. OTHER names another ztaudio to compare with. TOOL_DOCUMENT is the page that
-# the figures are written to, if any.
+# Measures the file tool beside sox, ffmpeg and cat. OTHER names another ztaudio to compare with. TOOL_DOCUMENT is the
+# page that the figures are written to, if any.
 bench-tool:
 	scripts/require-packages $(DEMO_PACKAGES) python3 sox ffmpeg
 	cmake --preset $(PRESET) -DZTA_BUILD_TOOLS=ON
 	cmake --build --preset $(PRESET) -j $(JOBS) --target ztaudio
 	scripts/bench-tool $(if $(TOOL_DOCUMENT),--document $(TOOL_DOCUMENT)) build/$(PRESET)/bin/ztaudio $(OTHER)
 
+# Builds the comparison with other libraries.
 bench-build:
 	scripts/require-packages $(BENCH_PACKAGES)
 	cmake --preset bench
 	cmake --build --preset bench -j $(JOBS) --target compare_peers
 
-# Fails if the library is slower than at the revision BASE.
+# Fails if the library is slower than at revision BASE.
 perfcheck:
 	scripts/require-packages $(PERFCHECK_PACKAGES)
 	scripts/perfcheck "$(BASE)"
 
-# Runs clang-tidy with the compile commands of Clang, because it does not know all options of GCC.
+# Runs clang-tidy. Uses the compile commands of Clang, because it does not know all options of GCC.
 tidy:
 	scripts/require-packages $(TIDY_PACKAGES)
 	cmake --preset clang $(TEST_PARTS)
 	cmake --build --preset clang --target zta_version_values
 	run-clang-tidy -quiet -j $(JOBS) -p build/clang $(patsubst %,'^$(CURDIR)/%/.*\.cpp$$',$(TIDY_LAYERS))
 
-# Runs each fuzz target for SECONDS seconds. Findings are kept in build/fuzz/findings.
-SECONDS ?= 60
+# Runs each fuzz target for SECONDS=60 seconds. Findings are kept in build/fuzz/findings.
+fuzz: SECONDS ?= 60
 fuzz:
 	scripts/require-packages $(TEST_PACKAGES) clang libclang-rt-14-dev
 	cmake --preset fuzz -DZTA_BUILD_TOOLS=ON -DZTA_BUILD_TESTS=ON
 	cmake --build --preset fuzz -j $(JOBS)
 	scripts/fuzz build/fuzz $(SECONDS)
 
-# Runs the sanitizers, Valgrind, clang-tidy and cppcheck, or those named by CHECKERS, and prints one line for each.
+# Runs the sanitizers, Valgrind, clang-tidy and cppcheck, or those in CHECKERS. Prints one line for each.
 check:
 	scripts/require-packages $(TIDY_PACKAGES) valgrind cppcheck
 	JOBS=$(JOBS) scripts/check $(CHECKERS)
@@ -139,35 +150,36 @@ emulate: export ZTA_PACKAGES = $(TEST_PACKAGES) qemu-user
 emulate: build
 	scripts/emulate build/$(PRESET) qemu64 core2duo Nehalem Haswell
 
-# Mutation test: builds SAMPLE mutants, chosen by SEED, and counts those that the tests kill. An interrupted run
+# Mutation test: builds SAMPLE=100 mutants, chosen by SEED=1, and counts those that the tests kill. An interrupted run
 # continues where it stopped.
 mutate:
-	scripts/require-packages $(TEST_PACKAGES) python3
+	scripts/require-packages $(TEST_PACKAGES)
 	scripts/mutate --sample $(or $(SAMPLE),100) --seed $(or $(SEED),1)
 
-# Measures how much of each layer of the library the tests of its behavior cover.
 COVERAGE_PROGRAMS = unit engine differential faults class_table
+
+# Measures the coverage of each layer of the library.
 coverage:
 	scripts/require-packages $(TEST_PACKAGES) gcovr
 	cmake --preset coverage -DZTA_BUILD_TESTS=ON
 	cmake --build --preset coverage -j $(JOBS) --target $(COVERAGE_PROGRAMS:=_tests)
 	scripts/coverage build/coverage $(COVERAGE_PROGRAMS)
 
-# Makes every host call and every allocation fail once; the last line counts them.
+# Makes every host call and every allocation fail once, and counts them.
 faults: TARGETS = faults_tests
 faults: build
 	build/$(PRESET)/tests/faults_tests --gtest_brief=1
 
-# Runs all operations at random on two threads for MINUTES minutes.
+# Runs all operations at random on two threads for MINUTES=10 minutes.
 soak: TARGETS = soak
 soak: build
 	build/$(PRESET)/tests/soak/soak $$(($(or $(MINUTES),10) * 60)) $(or $(SEED),1)
 
-# Prints the slowest objects of the last build, and the sum of all.
+# Prints the slowest objects of the last build and the sum of all.
 build-times:
 	scripts/build-times build/$(PRESET)
 
-.PHONY: configure
+# Configures the build.
 configure:
 	scripts/require-packages $(or $(ZTA_PACKAGES),$(TEST_PACKAGES))
 	cmake --preset $(PRESET) $(TEST_PARTS)
@@ -176,11 +188,12 @@ configure:
 build: configure
 	cmake --build --preset $(PRESET) -j $(JOBS) $(if $(TARGETS),--target $(TARGETS))
 
+# Removes all builds and their results.
 clean:
 	rm -rf build
 
-# The former names of some commands.
-.PHONY: abi-accept error-codes peers
+# The former names of some commands. They are not listed.
+
 abi-accept: abi-update
 error-codes: status-codes
 peers: bench-build

@@ -1,20 +1,14 @@
 #!/bin/sh
 # check_layers_test.sh CHECK_LAYERS: tests that CHECK_LAYERS reports each violation of a rule, and nothing else.
 set -eu
-check=$1
-root=$(mktemp -d)
-trap 'rm -rf "$root"' EXIT
+. "${0%/*}/checker.sh"
 
-# expect FILE INCLUDE VERDICT: checks a tree with this one file and line; VERDICT is "fine", or the message.
+# expect FILE INCLUDE VERDICT: runs the checker on a tree with one file, which has this line.
 expect() {
     rm -rf "${root:?}"/*
     mkdir -p "$root/$(dirname "$1")"
     printf '#pragma once\n%s\n' "$2" > "$root/$1"
-    if said=$("$check" "$root"); then said=fine; fi
-    if [ "$said" != "$3" ]; then
-        echo "$1 with $2: expected \"$3\", got \"$said\"" >&2
-        exit 1
-    fi
+    expect_verdict "$1 with $2" "$3"
 }
 
 expect src/engine/a.cpp '#include "kernels/fade.h"' fine

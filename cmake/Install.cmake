@@ -34,7 +34,7 @@ foreach(name zta-audio-samples-engine zta-host)
   install(FILES ${generated}/${name}.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
 endforeach()
 
-# Documents, whose links work where they are installed, and the examples as a project to copy.
+# The documents for authors of hosts, and the examples as a project to copy.
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(FILES docs/abi.md docs/status-codes.md docs/host-guide.md docs/validator.md
   docs/debugging-a-validation.md

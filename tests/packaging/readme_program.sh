@@ -1,6 +1,7 @@
 #!/bin/sh
-# readme_program.sh MAKE_TONE: runs what README.md shows, with the engine installed in $HOME/zta: builds its program with
-# pkg-config, and with CMake as docs/install.md shows, compares the output, and runs the commands of the tool.
+# readme_program.sh MAKE_TONE: runs the commands of README.md, with the engine installed in $HOME/zta. Builds the program
+# with pkg-config, and with CMake as in docs/install.md, and compares the output. Then builds the C program and runs the
+# commands of the tool.
 set -eu
 make_tone=$1
 
@@ -41,7 +42,13 @@ test "$(wc -l < cmake.sh)" -eq 2
 sh -eux cmake.sh
 build/01-copy "$HOME/zta/lib/libZtaAudioSamplesEngine.so.1" | diff -u expected -
 
-block README.md sh 3 > tool.sh
+cp "$installed/$DOCDIR/examples/07-host-in-c.c" .
+block README.md sh 3 > c_program.sh
+grep -q 'cc -std=c99' c_program.sh
+PREFIX=$HOME/zta sh -eux c_program.sh | tail -n 1 > printed
+echo 'buffers left: 0' | diff -u - printed
+
+block README.md sh 4 > tool.sh
 test "$(grep -c '^ztaudio ' tool.sh)" -eq 3
 PATH=$HOME/zta/bin:$PATH
 export PATH

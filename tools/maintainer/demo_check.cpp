@@ -225,10 +225,10 @@ int Check(int argc, char** argv)
         result.samples.size() != expected.samples.size()) {
         throw std::runtime_error(std::string(argv[2]) + ": unexpected format or length");
     }
-    const auto [is, shouldBe] = std::ranges::mismatch(result.samples, expected.samples);
-    if (is != result.samples.end()) {
-        throw std::runtime_error(std::string(argv[2]) + ": sample " + std::to_string(is - result.samples.begin()) +
-                                 " is " + std::to_string(*is) + ", expected " + std::to_string(*shouldBe));
+    const auto [found, wanted] = std::ranges::mismatch(result.samples, expected.samples);
+    if (found != result.samples.end()) {
+        throw std::runtime_error(std::string(argv[2]) + ": sample " + std::to_string(found - result.samples.begin()) +
+                                 " is " + std::to_string(*found) + ", expected " + std::to_string(*wanted));
     }
     const bool same = result.kind == original.kind && result.samples == original.samples;
     std::printf("%zu %s\n", result.samples.size(), same ? "equal the recording" : "exact");

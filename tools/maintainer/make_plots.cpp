@@ -1,4 +1,4 @@
-/// make_plots FOLDER: draws the pictures of docs/plots from what the module does, and prints figures.
+/// make_plots FOLDER: measures the resampler of the module, draws the pictures of docs/plots and prints the figures.
 #include "tools/common/failure.h"
 #include "tools/common/spectrum_plot.h"
 #include "tools/ztaudio/resample_stream.h"
@@ -19,7 +19,7 @@ constexpr double kFullScale = 32767;
 struct Direction {
     std::uint32_t from;
     std::uint32_t to;
-    std::size_t phases; ///< outputs of a period, after which input and output meet again
+    std::size_t phases; ///< outputs of a period, after which an output coincides with an input again
     std::size_t period; ///< inputs of a period
 
     std::string Text() const { return std::to_string(from) + " to " + std::to_string(to) + " Hz"; }
@@ -31,7 +31,7 @@ struct Direction {
 
 constexpr Direction kDirections[] = {{44100, 48000, 160, 147}, {48000, 44100, 147, 160}};
 
-Samples Resampled(EngineSession& engine, const Direction& direction, const Samples& in)
+Samples Resample(EngineSession& engine, const Direction& direction, const Samples& in)
 {
     Samples out;
     const auto append = [&out](const ResampleStream::Result& result) {
@@ -51,9 +51,10 @@ Samples Resampled(EngineSession& engine, const Direction& direction, const Sampl
     return out;
 }
 
-/// The filter's impulse response at steps of 1/phases of an input frame, around 0. One impulse shows every period-th
-/// step; a train of impulses, each of which meets the outputs one step further on, shows them all.
-std::vector<double> ImpulseResponse(EngineSession& engine, const Direction& direction)
+/// The filter's impulse response at steps of 1/phases of an input frame, around 0. The outputs sample the response to
+/// one impulse at every period-th step. Each impulse of a train is one step later relative to the outputs, so a train
+/// of `period` impulses gives all steps.
+std::vector<double> MeasureImpulseResponse(EngineSession& engine, const Direction& direction)
 {
     constexpr std::size_t kReach = 24; // input frames, more than the filter's half length
     const std::size_t spacing = direction.period + 1;
@@ -61,13 +62,14 @@ std::vector<double> ImpulseResponse(EngineSession& engine, const Direction& dire
     for (std::size_t i = 1; i <= direction.period; ++i) {
         in[i * spacing] = static_cast<std::int16_t>(kFullScale);
     }
-    const Samples out = Resampled(engine, direction, in);
+    const Samples out = Resample(engine, direction, in);
     const auto reach = static_cast<std::ptrdiff_t>(kReach * direction.phases);
     std::vector<double> response(static_cast<std::size_t>(2 * reach + 1));
     for (std::size_t n = 0; n < out.size(); ++n) {
-        const std::size_t place = n * direction.period; // in steps
-        const std::size_t impulse = (place / direction.phases + spacing / 2) / spacing * spacing;
-        const auto step = static_cast<std::ptrdiff_t>(place) - static_cast<std::ptrdiff_t>(impulse * direction.phases);
+        const std::size_t position = n * direction.period; // in steps
+        const std::size_t impulse = (position / direction.phases + spacing / 2) / spacing * spacing;
+        const auto step =
+            static_cast<std::ptrdiff_t>(position) - static_cast<std::ptrdiff_t>(impulse * direction.phases);
         if (impulse != 0 && impulse < in.size() && std::abs(step) <= reach) {
             response[static_cast<std::size_t>(reach + step)] = out[n] / kFullScale;
         }
@@ -76,7 +78,7 @@ std::vector<double> ImpulseResponse(EngineSession& engine, const Direction& dire
 }
 
 /// The gain by frequency, in decibels, up to `last` hertz.
-std::vector<Point> FrequencyResponse(const std::vector<double>& impulse, const Direction& direction, double last)
+std::vector<Point> ComputeFrequencyResponse(const std::vector<double>& impulse, const Direction& direction, double last)
 {
     constexpr std::size_t kLength = 1 << 20;
     const std::vector<double> powers = TransformPowers(impulse, kLength);
@@ -93,8 +95,8 @@ std::vector<Point> FrequencyResponse(const std::vector<double>& impulse, const D
     return points;
 }
 
-/// What the documents quote of a response.
-void TellResponse(const Direction& direction, std::span<const Point> points)
+/// Prints the figures of a response that docs/resampler.md has.
+void PrintResponse(const Direction& direction, std::span<const Point> points)
 {
     double deviation = 0;
     double stop = -200;
@@ -119,8 +121,8 @@ void PlotResponses(EngineSession& engine, const std::filesystem::path& folder)
                   {.first = 0, .last = 22, .step = 2, .label = "frequency in kHz"},
                   {.first = -3, .last = 0.5, .step = 0.5, .label = "gain in dB", .decimals = 1});
     for (const Direction& direction : kDirections) {
-        const auto points = FrequencyResponse(ImpulseResponse(engine, direction), direction, 44000);
-        TellResponse(direction, points);
+        const auto points = ComputeFrequencyResponse(MeasureImpulseResponse(engine, direction), direction, 44000);
+        PrintResponse(direction, points);
         whole.AddCurve(direction.Text(), points);
         close.AddCurve(direction.Text(), points);
     }
@@ -139,17 +141,17 @@ Samples Sine(double hertz, double decibels, double rate, std::size_t frames)
     return samples;
 }
 
-std::vector<double> Values(std::span<const std::int16_t> samples)
+std::vector<double> ToAmplitudes(std::span<const std::int16_t> samples)
 {
     std::vector<double> values(samples.size());
     std::ranges::transform(samples, values.begin(), [](std::int16_t sample) { return sample * 0x1p-15; });
     return values;
 }
 
-Spectrum SpectrumOf(std::span<const std::int16_t> samples, std::size_t segment)
+Spectrum ComputeSpectrum(std::span<const std::int16_t> samples, std::size_t segment)
 {
     Spectrum spectrum(segment);
-    spectrum.Add(Values(samples));
+    spectrum.Add(ToAmplitudes(samples));
     return spectrum;
 }
 
@@ -157,14 +159,14 @@ void PlotTone(EngineSession& engine, const std::filesystem::path& folder, const 
 {
     constexpr double kLevel = -1;
     const Samples in = Sine(hertz, kLevel, direction.from, std::size_t{6} * direction.from);
-    const Samples out = Resampled(engine, direction, in);
+    const Samples out = Resample(engine, direction, in);
     const double rate = direction.to;
     char name[96];
     std::snprintf(name, sizeof name, "%g Hz at %g dBFS, ", hertz, kLevel);
     SvgPlot plot = SpectrumPlot(name + direction.Text(), rate, -160);
-    constexpr std::size_t kEdge = 100; // where the sound begins and ends
-    const Spectrum before = SpectrumOf(std::span(in).subspan(kEdge, in.size() - 2 * kEdge), 1 << 16);
-    const Spectrum after = SpectrumOf(std::span(out).subspan(kEdge, out.size() - 2 * kEdge), 1 << 16);
+    constexpr std::size_t kEdge = 100; // frames at the beginning and the end, which are not measured
+    const Spectrum before = ComputeSpectrum(std::span(in).subspan(kEdge, in.size() - 2 * kEdge), 1 << 16);
+    const Spectrum after = ComputeSpectrum(std::span(out).subspan(kEdge, out.size() - 2 * kEdge), 1 << 16);
     AddSpectrum(plot, "output", after, rate);
     WriteText(folder / direction.File("tone-" + std::to_string(static_cast<int>(hertz))), plot.Text());
     for (const auto& [when, spectrum] : {std::pair("before", &before), {"after", &after}}) {
@@ -175,7 +177,7 @@ void PlotTone(EngineSession& engine, const std::filesystem::path& folder, const 
     }
 }
 
-/// A sine whose frequency rises evenly from 0 to half the rate, as time by frequency.
+/// A sine whose frequency rises linearly from 0 to half the rate, as time by frequency.
 void PlotSweep(EngineSession& engine, const std::filesystem::path& folder, const Direction& direction)
 {
     constexpr double kSeconds = 8;
@@ -189,11 +191,11 @@ void PlotSweep(EngineSession& engine, const std::filesystem::path& folder, const
         const double turns = std::fmod(n * n / 4 / static_cast<double>(frames), 1.0); // half the rate at the end
         in[i] = static_cast<std::int16_t>(std::lround(29204 * std::sin(2 * std::numbers::pi * turns)));
     }
-    const Samples out = Resampled(engine, direction, in);
+    const Samples out = Resample(engine, direction, in);
     std::vector<double> levels(kColumns * kRows);
     for (std::size_t column = 0; column < kColumns; ++column) {
         const std::size_t first = column * (out.size() - kSegment) / (kColumns - 1);
-        const Spectrum spectrum = SpectrumOf(std::span(out).subspan(first, kSegment), kSegment);
+        const Spectrum spectrum = ComputeSpectrum(std::span(out).subspan(first, kSegment), kSegment);
         const std::vector<double> powers = spectrum.Powers();
         const double gain = 2 * spectrum.ToneGain();
         for (std::size_t row = 0; row < kRows; ++row) {

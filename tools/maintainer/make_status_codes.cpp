@@ -1,18 +1,18 @@
-// Prints docs/status-codes.md, the page of all statuses, from the table that the module is built from.
+// Prints docs/status-codes.md, the page of all status codes, from the table that the module is built from.
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
 
 namespace {
 
-constexpr const char* kHead = R"(# Error codes
+constexpr const char* kHead = R"(# Status codes
 
-A status is a signed 32-bit number, below 0 for a failure. `ztErrorToString` answers a code of this page with
-`name: text` and any other with `Unknown error`. `zta/status.h` has a constant for each name; for a block of codes it is
-the first of them. What the library itself returns, and when, is told in [the host's guide](host-guide.md); the other
-codes belong to the media engine around it, and reach the library on a buffer.
+A status code is a signed 32-bit integer, negative for failure. `ztErrorToString` returns `name: text` for a code of this
+page and `Unknown error` for any other. `zta/status.h` has a constant for each name; for a range of codes it is the first
+of them. [The host's guide](host-guide.md) describes the codes that the library returns. The other codes belong to the
+media engine around it; a buffer can carry them as its error code.
 
-This page is printed by `make status-codes` from `include/zta/status_codes.def`.
+`make status-codes` writes this page from `include/zta/status_codes.def`.
 )";
 
 struct Status {
@@ -35,15 +35,15 @@ struct Family {
 };
 
 constexpr Family kFamilies[] = {
-    {0x00000000, "Success", "What a call returns that did its work."},
-    {0x09990001, "Warnings", "`ZT_W_...`: the work was done, with something that the caller may want to know."},
-    {0x09992000, "Notifications", "`ZT_M_...`: something happened that was to be expected."},
-    {0x89998001, "Errors", "`ZT_E_...`: the work was not done, or not all of it."},
-    {0x8F3D0200, "Errors of shared graphics", "`ZT_E_...`: no picture could be shared with a graphics processor."},
-    {0xA306F002, "Statuses of synchronized buffers",
-     "`kZtSynchroStatus...`: what became of a buffer that a device was to play or capture in time."},
+    {0x00000000, "Success", "The operation succeeded."},
+    {0x09990001, "Warnings", "`ZT_W_...`: the operation succeeded; the text describes a limitation."},
+    {0x09992000, "Notifications", "`ZT_M_...`: an expected event."},
+    {0x89998001, "Errors", "`ZT_E_...`: the operation failed, or was not completed."},
+    {0x8F3D0200, "Errors of shared graphics", "`ZT_E_...`: a picture could not be shared with a graphics processor."},
+    {0xA306F002, "Status codes of synchronized buffers",
+     "`kZtSynchroStatus...`: the result of playing or capturing a buffer at a given time."},
     {0xEFAC9200, "Malfunctions of an output",
-     "`kZtkStatus...`: each row is one text for a block of codes, whose low bits are the number of the connector."},
+     "`kZtkStatus...`: each row is one text for a range of codes, whose low bits are the number of the connector."},
 };
 
 } // namespace

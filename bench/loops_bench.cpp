@@ -10,6 +10,7 @@
 // difference.
 //   loops_bench --benchmark_filter='avx512/.*/16KiB'
 
+#include "bench/common/measure.h"
 #include "bench/simd_copy.h"
 #include "kernels/loops/loops.h"
 
@@ -18,7 +19,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <random>
@@ -64,30 +64,16 @@ void FillWithNoise(const Memory& memory)
     memory.Fill([&] { return values(random); });
 }
 
-double ThreadSeconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-double Median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-using Job = std::function<void()>;
+using bench::Job;
 
 double Time(int repetitions, const Job& job)
 {
-    const double start = ThreadSeconds();
+    const double start = bench::ThreadSeconds();
     for (int i = 0; i < repetitions; ++i) {
         job();
         benchmark::ClobberMemory();
     }
-    return (ThreadSeconds() - start) / repetitions;
+    return (bench::ThreadSeconds() - start) / repetitions;
 }
 
 /// Measures the loop and its baselines, interleaved. The counter of each baseline's name is its share.
@@ -105,7 +91,7 @@ void Compare(benchmark::State& state, const Job& loop, const std::vector<std::pa
         }
     }
     for (std::size_t i = 0; i < baselines.size(); ++i) {
-        state.counters[baselines[i].first] = Median(shares[i]);
+        state.counters[baselines[i].first] = bench::Median(shares[i]);
     }
 }
 

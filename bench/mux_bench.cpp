@@ -9,6 +9,7 @@
 // that allocate whole pages have them. A share is the median over many rounds. In each round all columns are
 // interleaved, so that a disturbance affects all of them. Time is the CPU time of the thread.
 
+#include "bench/common/measure.h"
 #include "bench/simd_copy.h"
 #include "kernels/loops/loops.h"
 
@@ -16,7 +17,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <random>
@@ -41,13 +41,6 @@ constexpr Element kElements[] = {
 constexpr std::size_t kPage = 4096;
 constexpr int kRounds = 31;
 constexpr double kBatchSeconds = 100e-6;
-
-double ThreadSeconds()
-{
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
 
 /// Keeps the compiler from dropping or joining copies.
 void Clobber()
@@ -117,12 +110,12 @@ struct Column {
 
 double Batch(const Column& column)
 {
-    const double start = ThreadSeconds();
+    const double start = bench::ThreadSeconds();
     for (std::size_t i = 0; i < column.calls; ++i) {
         column.call();
         Clobber();
     }
-    return (ThreadSeconds() - start) / static_cast<double>(column.calls);
+    return (bench::ThreadSeconds() - start) / static_cast<double>(column.calls);
 }
 
 void Measure(std::vector<Column>& columns)
@@ -134,25 +127,10 @@ void Measure(std::vector<Column>& columns)
     }
     for (int round = 0; round < kRounds; ++round) {
         for (Column& column : columns) {
-            column.call(); // brings its own bytes back to the caches
+            column.call(); // loads its bytes into the caches again
             column.seconds.push_back(Batch(column));
         }
     }
-}
-
-double Median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-/// Returns the median over the rounds of the ratio of two times.
-double Ratio(const std::vector<double>& numerator, const std::vector<double>& denominator)
-{
-    std::vector<double> ratios(numerator.size());
-    std::transform(numerator.begin(), numerator.end(), denominator.begin(), ratios.begin(), std::divides<>());
-    return Median(std::move(ratios));
 }
 
 void MeasureShape(const Element& element, std::size_t planes, std::size_t frames, std::uint64_t features)
@@ -190,18 +168,19 @@ void MeasureShape(const Element& element, std::size_t planes, std::size_t frames
             bound[i] = std::min(bound[i], columns[c].seconds[i]);
         }
     }
-    std::printf("%zu bytes %2zu planes %4zu frames %9.0f ns", element.bytes, planes, frames, 1e9 * Median(bound));
+    std::printf("%zu bytes %2zu planes %4zu frames %9.0f ns", element.bytes, planes, frames,
+                1e9 * bench::Median(bound));
     for (std::size_t c = copies; c < columns.size(); c += 4) {
         std::printf("  %-6s", columns[c].name.substr(0, columns[c].name.find(' ')).c_str());
         for (std::size_t i = c; i < c + 4; ++i) {
-            std::printf(" %5.2f", Ratio(bound, columns[i].seconds));
+            std::printf(" %5.2f", bench::MedianRatio(bound, columns[i].seconds));
         }
     }
     std::printf("\n");
     std::fflush(stdout);
 }
 
-std::vector<std::size_t> IsSelected(int argc, char** argv, int i, std::vector<std::size_t> all)
+std::vector<std::size_t> SelectValues(int argc, char** argv, int i, std::vector<std::size_t> all)
 {
     const std::size_t value = i < argc ? std::strtoul(argv[i], nullptr, 10) : 0;
     return value == 0 ? all : std::vector{value};
@@ -212,9 +191,9 @@ std::vector<std::size_t> IsSelected(int argc, char** argv, int i, std::vector<st
 int main(int argc, char** argv)
 {
     const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
-    const std::vector<std::size_t> bytes = IsSelected(argc, argv, 1, {2, 3, 4, 6, 8});
-    const std::vector<std::size_t> planes = IsSelected(argc, argv, 2, {2, 4, 8, 16, 32, 64});
-    const std::vector<std::size_t> frames = IsSelected(argc, argv, 3, {1024, 4800});
+    const std::vector<std::size_t> bytes = SelectValues(argc, argv, 1, {2, 3, 4, 6, 8});
+    const std::vector<std::size_t> planes = SelectValues(argc, argv, 2, {2, 4, 8, 16, 32, 64});
+    const std::vector<std::size_t> frames = SelectValues(argc, argv, 3, {1024, 4800});
     std::printf("shares of the copy: interleave, deinterleave (random page offsets), interleave, deinterleave (same "
                 "page offset)\n");
     for (const Element& element : kElements) {

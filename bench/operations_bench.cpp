@@ -5,6 +5,7 @@
 // "share" is the time of the baseline divided by that of the operation.
 
 #include "bench/common/direct_calls.h"
+#include "bench/common/measure.h"
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/module.h"
@@ -21,7 +22,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -47,20 +47,13 @@ Ref<ClocklessBuffer> MakeBuffer(const SZtaWaveFormatInfo& format, std::size_t fr
 
 using Buffers = std::vector<Ref<ClocklessBuffer>>;
 
-double ThreadSeconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 double Time(int repetitions, const std::function<void()>& work)
 {
-    const double start = ThreadSeconds();
+    const double start = bench::ThreadSeconds();
     for (int i = 0; i < repetitions; ++i) {
         work();
     }
-    return (ThreadSeconds() - start) / repetitions;
+    return (bench::ThreadSeconds() - start) / repetitions;
 }
 
 /// Measures `work` and `baseline`, interleaved.
@@ -77,8 +70,7 @@ void Compare(benchmark::State& state, const std::function<void()>& work, const s
         state.SetIterationTime(worked);
         shares.push_back(measured / worked);
     }
-    std::nth_element(shares.begin(), shares.begin() + static_cast<std::ptrdiff_t>(shares.size() / 2), shares.end());
-    state.counters["share"] = shares[shares.size() / 2];
+    state.counters["share"] = bench::Median(std::move(shares));
 }
 
 struct Bench {
@@ -284,15 +276,15 @@ void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t 
         });
 }
 
-/// This program's own argument, --loops=NAME: the variant of the sample loops.
+/// Selects the variant of the sample loops that the option of this program names: --loop-variant=NAME.
 void SelectLoops(const Bench& bench, int argc, char** argv)
 {
-    constexpr std::string_view kOption = "--loops=";
+    constexpr std::string_view kOption = "--loop-variant=";
     for (int i = 1; i < argc; ++i) {
         const bool isOption = std::string_view(argv[i]).starts_with(kOption);
         const auto select = bench.module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
         if (!isOption || select(argv[i] + kOption.size()) < 0) {
-            std::fprintf(stderr, "%s: no such option, or no such loops on this processor\n", argv[i]);
+            std::fprintf(stderr, "%s: unknown option, or a variant that this CPU does not support\n", argv[i]);
             std::exit(1);
         }
     }

@@ -65,7 +65,7 @@ void Propagate(IZtAudioSamples& buffer, const SZtAudioSamplesDescription& descri
     buffer.SetFadeOut(description.bFadeOut);
 }
 
-/// The calls before and after the samples of a copy are moved.
+/// The calls before and after the samples are copied.
 template <class Move>
 void CopyWithCalls(IZtAudioSamples& source, IZtAudioSamples& destination, Move move)
 {
@@ -115,7 +115,8 @@ void MakeConversionCalls(IZtAudioSamples& source, IZtAudioSamples& destination)
     });
 }
 
-void MakeInterleaveCalls(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsigned long count, IZtAudioSamples& mux)
+void MakeInterleaveCalls(IZtAudioSamples** inputs, IZtAudioSamples** scratchBuffers, unsigned long count,
+                         IZtAudioSamples& mux)
 {
     Query(mux);
     for (unsigned long i = 0; i < count; ++i) {
@@ -138,15 +139,15 @@ void MakeInterleaveCalls(IZtAudioSamples** inputs, IZtAudioSamples** stages, uns
     for (unsigned long i = 0; i < count; ++i) {
         input = Describe(*inputs[i]);
         const unsigned long length = GetBytes(*inputs[i]).length;
-        stages[i]->SetWaveFormat(&input.sWaveFormat);
-        stages[i]->SetLength(length);
+        scratchBuffers[i]->SetWaveFormat(&input.sWaveFormat);
+        scratchBuffers[i]->SetLength(length);
         GetBytes(*inputs[i]);
-        Capacity(*stages[i]);
-        GetBytes(*stages[i]);
+        Capacity(*scratchBuffers[i]);
+        GetBytes(*scratchBuffers[i]);
     }
     Propagate(mux, input);
     for (unsigned long i = 0; i < count; ++i) {
-        QueryBuffer(*stages[i]);
+        QueryBuffer(*scratchBuffers[i]);
     }
     mux.SetLength(QueryBuffer(mux));
     for (unsigned long i = 0; i < count; ++i) {

@@ -13,7 +13,8 @@ void CopyDirectly(IZtAudioSamples& source, IZtAudioSamples& destination);
 void MakeConversionCalls(IZtAudioSamples& source, IZtAudioSamples& destination);
 
 /// The calls of an interleave operation without gains and fades. It uses one scratch buffer for each input.
-void MakeInterleaveCalls(IZtAudioSamples** inputs, IZtAudioSamples** stages, unsigned long count, IZtAudioSamples& mux);
+void MakeInterleaveCalls(IZtAudioSamples** inputs, IZtAudioSamples** scratchBuffers, unsigned long count,
+                         IZtAudioSamples& mux);
 
 /// The calls of a deinterleave operation without gains and fades.
 void MakeDeinterleaveCalls(IZtAudioSamples& mux, IZtAudioSamples** outputs, unsigned long count);

@@ -98,11 +98,11 @@ int PlainBuffer::SetLength(unsigned long length)
     return ZT_NOERROR;
 }
 
-BufferSet::BufferSet(const BufferLayout& side, std::uint32_t rate) : memory_(side.memory)
+BufferSet::BufferSet(const BufferLayout& layout, std::uint32_t rate) : memory_(layout.memory)
 {
-    const SZtaWaveFormatInfo format = FormatOf(side.sample, side.channelsOfPlane, rate);
-    for (std::byte* plane : side.planes) {
-        buffers_.push_back(std::make_unique<PlainBuffer>(format, plane, side.PlaneBytes(), side.PlaneBytes()));
+    const SZtaWaveFormatInfo format = FormatOf(layout.sample, layout.channelsOfPlane, rate);
+    for (std::byte* plane : layout.planes) {
+        buffers_.push_back(std::make_unique<PlainBuffer>(format, plane, layout.PlaneBytes(), layout.PlaneBytes()));
         pointers_.push_back(buffers_.back().get());
     }
 }
@@ -156,9 +156,9 @@ Engine::Engine(zta::host::Module& module, Placement placement)
 
 Engine::~Engine() = default;
 
-void Engine::Refuse(int status) const
+void Engine::ThrowFailure(int status) const
 {
-    throw std::runtime_error("the engine refused: " + module_.ErrorText(status));
+    throw std::runtime_error("the engine failed: " + module_.ErrorText(status));
 }
 
 } // namespace bench

@@ -57,7 +57,7 @@ private:
 /// buffers themselves instead of by testing/operations.h.
 class BufferSet {
 public:
-    explicit BufferSet(const BufferLayout& side, std::uint32_t rate = 48000);
+    explicit BufferSet(const BufferLayout& layout, std::uint32_t rate = 48000);
 
     IZtAudioSamples* One() const { return buffers_.front().get(); }
     PlainBuffer& First() const { return *buffers_.front(); }
@@ -84,13 +84,13 @@ public:
     void Require(int status) const
     {
         if (status < 0) {
-            Refuse(status);
+            ThrowFailure(status);
         }
     }
 
 private:
     class Pool;
-    [[noreturn]] void Refuse(int status) const;
+    [[noreturn]] void ThrowFailure(int status) const;
 
     zta::host::Module& module_;
     std::unique_ptr<Pool> pool_;

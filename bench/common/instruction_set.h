@@ -1,4 +1,4 @@
-/// The instruction sets that the library has code for, measured side by side.
+/// The instruction sets that the library has code for.
 #pragma once
 
 #include "host/module.h"
@@ -15,7 +15,7 @@ struct InstructionSet {
     std::function<void()> select;
 };
 
-/// The instruction sets that are compared side by side: those of this machine, the widest first.
+/// Returns the instruction sets to compare: those that this machine supports, the widest first.
 std::vector<InstructionSet> SupportedInstructionSets(const zta::host::Module& module);
 
 } // namespace bench

@@ -9,9 +9,9 @@ namespace {
 
 using Set = std::shared_ptr<BufferSet>;
 
-Set MakeSet(const BufferLayout& side)
+Set MakeSet(const BufferLayout& layout)
 {
-    return std::make_shared<BufferSet>(side);
+    return std::make_shared<BufferSet>(layout);
 }
 
 } // namespace
@@ -76,8 +76,8 @@ ResamplerStream::ResamplerStream(const Engine& engine, const Rates& rates, std::
     : engine_(engine), channels_(rates.channels),
       memory_(
           std::make_shared<Memory>(4 * Memory::RequiredBytes(2 * (2 * frames + 2) * channels_, Placement::Staggered))),
-      in_(MakeSide(memory_, Sample::Int16, channels_, 1, frames, Placement::Staggered)),
-      out_(MakeSide(memory_, Sample::Int16, channels_, 1, 2 * frames + 2, Placement::Staggered)),
+      in_(MakeLayout(memory_, Sample::Int16, channels_, 1, frames, Placement::Staggered)),
+      out_(MakeLayout(memory_, Sample::Int16, channels_, 1, 2 * frames + 2, Placement::Staggered)),
       source_(in_, rates.from), target_(out_, rates.to)
 {
     SZtaWaveFormatInfo from = FormatOf(Sample::Int16, channels_, rates.from);

@@ -44,7 +44,7 @@ void PinToProcessor(std::size_t index)
     CPU_ZERO(&set);
     CPU_SET(processor, &set);
     if (sched_setaffinity(0, sizeof set, &set) != 0) {
-        throw std::runtime_error("cannot stay on processor " + std::to_string(processor));
+        throw std::runtime_error("cannot bind the thread to processor " + std::to_string(processor));
     }
 }
 
@@ -64,7 +64,7 @@ Timer TimerOf(Job job)
     };
 }
 
-Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& effort)
+Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& budget)
 {
     std::vector<int> calls;
     for (const Timer& timer : contenders) {
@@ -72,20 +72,20 @@ Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& effor
         timer(1);
         int count = 1;
         double once = timer(count);
-        while (once * count < effort.sliceSeconds / 4) {
+        while (once * count < budget.sliceSeconds / 4) {
             count *= 2;
             once = timer(count);
         }
-        calls.push_back(std::max(1, static_cast<int>(effort.sliceSeconds / std::max(once, 1e-9))));
+        calls.push_back(std::max(1, static_cast<int>(budget.sliceSeconds / std::max(once, 1e-9))));
     }
     Rounds rounds(contenders.size());
     double used = 0;
-    for (std::size_t round = 0; used < effort.seconds || static_cast<int>(round) < effort.minRounds; ++round) {
-        for (std::size_t turn = 0; turn < contenders.size(); ++turn) {
-            const std::size_t who = (round + turn) % contenders.size();
-            const double seconds = contenders[who](calls[who]);
-            rounds[who].push_back(seconds);
-            used += seconds * calls[who];
+    for (std::size_t round = 0; used < budget.seconds || static_cast<int>(round) < budget.minRounds; ++round) {
+        for (std::size_t i = 0; i < contenders.size(); ++i) {
+            const std::size_t contender = (round + i) % contenders.size();
+            const double seconds = contenders[contender](calls[contender]);
+            rounds[contender].push_back(seconds);
+            used += seconds * calls[contender];
         }
     }
     return rounds;

@@ -34,7 +34,7 @@ using Rounds = std::vector<std::vector<double>>;
 
 /// Runs the contenders in alternating slices, each of as many calls as fill it, until the time is used up. Each round
 /// begins with another contender.
-Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& effort);
+Rounds RunInterleaved(std::span<const Timer> contenders, const TimeBudget& budget);
 
 double Median(std::vector<double> values);
 /// Returns the median of first / second over the rounds.

@@ -10,12 +10,13 @@
 
 namespace bench {
 
+/// The samples of `in` in the format of `out`.
 std::vector<std::byte> Converted(const BufferLayout& in, const BufferLayout& out);
 
 /// The samples of `in` in the order of the planes of `out`.
 std::vector<std::byte> Moved(const BufferLayout& in, const BufferLayout& out);
 
-/// 24-in-32 under one ramp for each channel, from `start` towards `end`.
+/// 24-in-32 samples with the same gain ramp on each channel, from `start` towards `end`.
 std::vector<std::byte> Scaled(const BufferLayout& in, double start, double end);
 
 } // namespace bench

@@ -143,7 +143,7 @@ std::byte* Memory::Allocate(std::size_t bytes, Placement placement)
         at = (used_ + kPage - 1) / kPage * kPage;
     }
     if (at + bytes > size_) {
-        throw std::logic_error("the memory of a work is too small");
+        throw std::logic_error("the memory of a workload is too small");
     }
     used_ = at + bytes + (placement == Placement::Staggered ? kStagger : 0);
     return start_ + at;
@@ -154,15 +154,15 @@ std::size_t Memory::RequiredBytes(std::size_t bytes, Placement placement)
     return bytes + kLine + (placement == Placement::Staggered ? kStagger : kPage);
 }
 
-BufferLayout MakeSide(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane,
-                      std::size_t planes, std::size_t frames, Placement placement, std::size_t roomBytes)
+BufferLayout MakeLayout(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane,
+                        std::size_t planes, std::size_t frames, Placement placement, std::size_t minPlaneBytes)
 {
-    BufferLayout side{sample, channelsOfPlane, frames, {}, memory};
+    BufferLayout layout{sample, channelsOfPlane, frames, {}, memory};
     for (std::size_t i = 0; i < planes; ++i) {
-        side.planes.push_back(
-            memory->Allocate(std::max(roomBytes, frames * channelsOfPlane * BytesOf(sample)), placement));
+        layout.planes.push_back(
+            memory->Allocate(std::max(minPlaneBytes, frames * channelsOfPlane * BytesOf(sample)), placement));
     }
-    return side;
+    return layout;
 }
 
 const char* NameOf(Content content)
@@ -171,21 +171,21 @@ const char* NameOf(Content content)
     return kNames[static_cast<std::size_t>(content)];
 }
 
-void Fill(const BufferLayout& side, Content content)
+void Fill(const BufferLayout& layout, Content content)
 {
     Source source(content);
-    const std::size_t bytes = BytesOf(side.sample);
-    for (std::byte* plane : side.planes) {
-        for (std::size_t i = 0; i < side.frames * side.channelsOfPlane; ++i) {
-            StoreSample(side.sample, plane + i * bytes, source.Next(i));
+    const std::size_t bytes = BytesOf(layout.sample);
+    for (std::byte* plane : layout.planes) {
+        for (std::size_t i = 0; i < layout.frames * layout.channelsOfPlane; ++i) {
+            StoreSample(layout.sample, plane + i * bytes, source.Next(i));
         }
     }
 }
 
-void Poison(const BufferLayout& side)
+void Poison(const BufferLayout& layout)
 {
-    for (std::byte* plane : side.planes) {
-        std::memset(plane, 0x5A, side.PlaneBytes());
+    for (std::byte* plane : layout.planes) {
+        std::memset(plane, 0x5A, layout.PlaneBytes());
     }
 }
 

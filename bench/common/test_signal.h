@@ -55,16 +55,16 @@ struct BufferLayout {
     std::uint32_t Channels() const { return channelsOfPlane * static_cast<std::uint32_t>(planes.size()); }
 };
 
-/// `roomBytes` is the minimum capacity of each plane.
-BufferLayout MakeSide(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane,
-                      std::size_t planes, std::size_t frames, Placement placement, std::size_t roomBytes = 0);
+/// Allocates the planes of a layout. `minPlaneBytes` is the minimum capacity of each plane.
+BufferLayout MakeLayout(const std::shared_ptr<Memory>& memory, Sample sample, std::uint32_t channelsOfPlane,
+                        std::size_t planes, std::size_t frames, Placement placement, std::size_t minPlaneBytes = 0);
 
 enum class Content { Noise, Silence, FadeTail, Denormal };
 const char* NameOf(Content content);
 
-void Fill(const BufferLayout& side, Content content);
+void Fill(const BufferLayout& layout, Content content);
 /// Fills the outputs with a pattern that no contender produces, so that missing writes are detected.
-void Poison(const BufferLayout& side);
+void Poison(const BufferLayout& layout);
 
 /// Returns a sample as a number, relative to full scale.
 double ValueAt(Sample sample, const std::byte* at);

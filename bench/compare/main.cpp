@@ -1,7 +1,7 @@
 /// compare_builds: two builds of the library in one process, operation by operation.
 ///   compare_builds LIMIT BASE.so NEW.so   interleaves both, with each instruction set of this CPU, and fails if NEW
 ///                                         needs more than LIMIT times the CPU time of BASE
-///   compare_builds --names                prints the operations, one a line
+///   compare_builds --names                prints the names of the operations, one on each line
 ///   compare_builds --calls LIBRARY.so     for a counter of instructions: each operation a few times, inside
 ///                                         `zta_counted_calls`
 #include "bench/common/instruction_set.h"
@@ -27,7 +27,7 @@ namespace {
 
 using namespace bench;
 
-/// An unlucky memory placement may make either build look slow, so a slow result is repeated.
+/// The placement of memory can slow down either build, so a slow result is measured again.
 constexpr int kAttempts = 4;
 
 struct Pair {
@@ -38,7 +38,7 @@ struct Pair {
 
 Pair Compare(const Operation& operation, const Engine& base, const Engine& now)
 {
-    const Timer timers[] = {TimerOf(operation.jobOf(base)), TimerOf(operation.jobOf(now))};
+    const Timer timers[] = {TimerOf(operation.makeJob(base)), TimerOf(operation.makeJob(now))};
     const Rounds rounds = RunInterleaved(timers, {.seconds = 0.15, .sliceSeconds = 2e-4, .minRounds = 51});
     return {Median(rounds[0]), Median(rounds[1]), MedianRatio(rounds[1], rounds[0])};
 }
@@ -47,7 +47,7 @@ bool IsSlower(const Operation& operation, zta::host::Module& baseModule, zta::ho
 {
     Pair pair{};
     int attempt = 0;
-    do { // with new engines each time, so that no pool keeps an unlucky placement
+    do { // with new engines each time, whose pools have other addresses
         const Engine base(baseModule, Placement::Staggered);
         const Engine now(newModule, Placement::Staggered);
         pair = Compare(operation, base, now);
@@ -83,8 +83,8 @@ void CallAll(const char* path)
     zta::host::Module module(path);
     const Engine engine(module, Placement::Staggered);
     for (const Operation& operation : MakeOperations()) {
-        const Job job = operation.jobOf(engine);
-        job(); // what happens once only is not counted
+        const Job job = operation.makeJob(engine);
+        job(); // excludes work that only the first call does
         zta_counted_calls(&job);
     }
 }

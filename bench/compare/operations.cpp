@@ -10,9 +10,9 @@ BufferLayout NewLayout(Sample sample, std::uint32_t channelsOfPlane, std::size_t
 {
     const std::size_t bytes = frames * channelsOfPlane * BytesOf(sample);
     const auto memory = std::make_shared<Memory>(planes * Memory::RequiredBytes(bytes, Placement::Staggered));
-    const BufferLayout side = MakeSide(memory, sample, channelsOfPlane, planes, frames, Placement::Staggered);
-    Fill(side, Content::Noise);
-    return side;
+    const BufferLayout layout = MakeLayout(memory, sample, channelsOfPlane, planes, frames, Placement::Staggered);
+    Fill(layout, Content::Noise);
+    return layout;
 }
 
 class Operations {
@@ -55,12 +55,12 @@ public:
         });
     }
 
-    std::vector<Operation> Allocate() { return std::move(operations_); }
+    std::vector<Operation> Build() { return std::move(operations_); }
 
 private:
-    void Add(std::string name, std::function<Job(const Engine&)> jobOf)
+    void Add(std::string name, std::function<Job(const Engine&)> makeJob)
     {
-        operations_.push_back({std::move(name), std::move(jobOf)});
+        operations_.push_back({std::move(name), std::move(makeJob)});
     }
 
     std::vector<Operation> operations_;
@@ -95,7 +95,7 @@ std::vector<Operation> MakeOperations()
     operations.AddVolume("gain ramp, 16 channels", 16);
     operations.AddResampling("44100 to 48000, mono", {44100, 48000, 1});
     operations.AddResampling("48000 to 44100, stereo", {48000, 44100, 2});
-    return operations.Allocate();
+    return operations.Build();
 }
 
 } // namespace bench

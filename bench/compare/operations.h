@@ -11,8 +11,8 @@ namespace bench {
 
 struct Operation {
     std::string name;
-    /// The operation by one engine. All jobs of an operation use the same samples.
-    std::function<Job(const Engine& engine)> jobOf;
+    /// Makes the operation's job for one engine. All jobs of an operation use the same samples.
+    std::function<Job(const Engine& engine)> makeJob;
 };
 
 std::vector<Operation> MakeOperations();

@@ -4,11 +4,12 @@
 
 namespace bench {
 
-CountingBufferSet::CountingBufferSet(const BufferLayout& side)
+CountingBufferSet::CountingBufferSet(const BufferLayout& layout)
 {
-    for (std::byte* plane : side.planes) {
-        buffers_.push_back(std::make_unique<CountingBuffer>(CallCounter(), FormatOf(side.sample, side.channelsOfPlane),
-                                                            plane, side.PlaneBytes(), side.PlaneBytes()));
+    for (std::byte* plane : layout.planes) {
+        buffers_.push_back(std::make_unique<CountingBuffer>(CallCounter(),
+                                                            FormatOf(layout.sample, layout.channelsOfPlane), plane,
+                                                            layout.PlaneBytes(), layout.PlaneBytes()));
         pointers_.push_back(buffers_.back().get());
     }
 }

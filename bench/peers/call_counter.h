@@ -41,7 +41,7 @@ using CountingBuffer = zta::host::InstrumentedBuffer<CallCounter, PlainBuffer>;
 /// The planes of a layout as counting buffers.
 class CountingBufferSet {
 public:
-    explicit CountingBufferSet(const BufferLayout& side);
+    explicit CountingBufferSet(const BufferLayout& layout);
 
     IZtAudioSamples* One() const { return pointers_.front(); }
     IZtAudioSamples** Array() { return pointers_.data(); }

@@ -156,8 +156,8 @@ public:
     {
         std::string text =
             Text({"# ", family_, "\n\nWritten by `make bench`. Times are microseconds of a call, medians; ",
-                  "ratios are medians of each round's ratio. [The method](method.md) says how they are ",
-                  "measured.\n\n", Times(), "\n", Shares()});
+                  "ratios are medians of each round's ratio. [The method](method.md) describes the ",
+                  "measurement.\n\n", Times(), "\n", Shares()});
         for (const Role role : roles_) {
             text += Text({"\n![", family_, ", ", RoleText(role), "](", ChartName(family_, role), ")\n"});
         }
@@ -445,8 +445,8 @@ std::string TargetsText(const Report& report, const std::vector<std::string>& or
         }
     }
     std::string text =
-        "# Performance targets\n\nFor maintainers. Written by `make bench`. The page of each family says "
-        "why its targets are missed.\n\n| family |";
+        "# Performance targets\n\nFor maintainers. Written by `make bench`. The page of each family gives "
+        "the reasons for missed targets.\n\n| family |";
     std::string rule = "|---|";
     for (const std::string& set : sets) {
         text += Text({" met", set.empty() ? "" : ", ", set, " |"});

@@ -12,12 +12,12 @@ using namespace bench;
 
 std::vector<WorkloadFactory> AllWorkloads(const Bench& bench)
 {
-    std::vector<WorkloadFactory> rows;
+    std::vector<WorkloadFactory> factories;
     for (const auto add : {AddConversions, AddLoops, AddMuxes, AddGains, AddMultiFormatsAndFades, AddResampling,
                            AddContents, AddCallCost, AddEngines}) {
-        add(rows, bench);
+        add(factories, bench);
     }
-    return rows;
+    return factories;
 }
 
 struct Options {
@@ -30,9 +30,9 @@ struct Options {
     bool list = false;
 };
 
-bool Wanted(const WorkloadFactory& row, const std::vector<std::string>& filters)
+bool IsSelected(const WorkloadFactory& factory, const std::vector<std::string>& filters)
 {
-    const std::string text = row.family + ": " + row.name;
+    const std::string text = factory.family + ": " + factory.name;
     return filters.empty() || std::any_of(filters.begin(), filters.end(), [&](const std::string& filter) {
                return text.find(filter) != std::string::npos;
            });
@@ -46,21 +46,21 @@ int Run(const Options& options)
     Engine spread(module, Placement::Staggered);
     Engine samePage(module, Placement::SamePage);
     const Bench bench{module, spread, samePage, peers};
-    const std::vector<WorkloadFactory> rows = AllWorkloads(bench);
+    const std::vector<WorkloadFactory> factories = AllWorkloads(bench);
     Report report;
     const std::vector<InstructionSet> sets = SupportedInstructionSets(module);
     sets.front().select();
     if (options.list) {
-        for (const WorkloadFactory& row : rows) {
-            std::printf("%s: %s\n", row.family.c_str(), row.name.c_str());
+        for (const WorkloadFactory& factory : factories) {
+            std::printf("%s: %s\n", factory.family.c_str(), factory.name.c_str());
         }
         return 0;
     }
     report.environment = CollectEnvironment(bench, options.revision);
     PrintHead(report.environment);
-    for (const WorkloadFactory& row : rows) {
-        if (Wanted(row, options.filters)) {
-            report.results.push_back(Measure(row, sets, options.seconds));
+    for (const WorkloadFactory& factory : factories) {
+        if (IsSelected(factory, options.filters)) {
+            report.results.push_back(Measure(factory, sets, options.seconds));
             PrintResult(report.results.back());
         }
     }

@@ -16,7 +16,7 @@ using Stream =
 
 struct StreamMaker {
     std::string name;
-    std::function<Stream(const Rates& rates, std::size_t mostFrames)> make;
+    std::function<Stream(const Rates& rates, std::size_t maxFrames)> make;
 };
 
 /// Returns an empty job for what a peer does not support.
@@ -29,7 +29,7 @@ public:
     /// All of `in` into `out`: another sample format, another layout of the same channels, or both.
     virtual Job Convert(const BufferLayout& in, const BufferLayout& out) const;
     /// A constant gain on all samples, in place, with saturation.
-    virtual Job Gain(const BufferLayout& side, double gain) const;
+    virtual Job Gain(const BufferLayout& layout, double gain) const;
     /// The resamplers, at comparable settings.
     virtual std::vector<StreamMaker> Resamplers() const;
 };

@@ -29,19 +29,19 @@ GstAudioFormat FormatFor(Sample sample)
     }
 }
 
-GstAudioInfo InfoOf(const BufferLayout& side)
+GstAudioInfo InfoOf(const BufferLayout& layout)
 {
     GstAudioInfo info;
-    gst_audio_info_set_format(&info, FormatFor(side.sample), 48000, static_cast<int>(side.Channels()), nullptr);
-    if (side.planes.size() > 1) {
+    gst_audio_info_set_format(&info, FormatFor(layout.sample), 48000, static_cast<int>(layout.Channels()), nullptr);
+    if (layout.planes.size() > 1) {
         info.layout = GST_AUDIO_LAYOUT_NON_INTERLEAVED;
     }
     return info;
 }
 
-std::vector<gpointer> Pointers(const BufferLayout& side)
+std::vector<gpointer> Pointers(const BufferLayout& layout)
 {
-    return {side.planes.begin(), side.planes.end()};
+    return {layout.planes.begin(), layout.planes.end()};
 }
 
 StreamMaker Resampler(int quality)
@@ -73,7 +73,7 @@ StreamMaker Resampler(int quality)
 /// The volume element outside a pipeline: its transform function is called directly.
 class VolumeElement {
 public:
-    VolumeElement(const BufferLayout& side, double gain)
+    VolumeElement(const BufferLayout& layout, double gain)
         : element_(gst_element_factory_make("volume", nullptr)), transform_(GST_BASE_TRANSFORM_CAST(element_))
     {
         if (element_ == nullptr) {
@@ -81,15 +81,15 @@ public:
         }
         gst_object_ref_sink(element_);
         g_object_set(element_, "volume", gain, nullptr);
-        GstAudioInfo info = InfoOf(side);
+        GstAudioInfo info = InfoOf(layout);
         GstCaps* caps = gst_audio_info_to_caps(&info);
         const gboolean accepted = Class()->set_caps(transform_, caps, caps);
         gst_caps_unref(caps);
         if (!accepted) {
-            throw std::runtime_error("GStreamer's volume element refuses the format");
+            throw std::runtime_error("GStreamer's volume element rejects the format");
         }
-        buffer_ = gst_buffer_new_wrapped_full(static_cast<GstMemoryFlags>(0), side.planes.front(), side.Bytes(), 0,
-                                              side.Bytes(), nullptr, nullptr);
+        buffer_ = gst_buffer_new_wrapped_full(static_cast<GstMemoryFlags>(0), layout.planes.front(), layout.Bytes(), 0,
+                                              layout.Bytes(), nullptr, nullptr);
         gst_segment_init(&transform_->segment, GST_FORMAT_TIME);
         Class()->before_transform(transform_, buffer_);
     }
@@ -153,9 +153,9 @@ public:
         };
     }
 
-    Job Gain(const BufferLayout& side, double gain) const override
+    Job Gain(const BufferLayout& layout, double gain) const override
     {
-        return [element = std::make_shared<VolumeElement>(side, gain)] { element->Run(); };
+        return [element = std::make_shared<VolumeElement>(layout, gain)] { element->Run(); };
     }
 
     std::vector<StreamMaker> Resamplers() const override { return {Resampler(4), Resampler(8)}; }

@@ -16,10 +16,10 @@ namespace {
 using Context = std::shared_ptr<SwrContext>;
 
 /// Returns the sample format, or AV_SAMPLE_FMT_NONE. 24-in-32 is a 32-bit sample there.
-AVSampleFormat FormatFor(const BufferLayout& side)
+AVSampleFormat FormatFor(const BufferLayout& layout)
 {
     AVSampleFormat format = AV_SAMPLE_FMT_NONE;
-    switch (side.sample) {
+    switch (layout.sample) {
     case Sample::Int16:
         format = AV_SAMPLE_FMT_S16;
         break;
@@ -35,7 +35,7 @@ AVSampleFormat FormatFor(const BufferLayout& side)
     default:
         return format;
     }
-    return side.planes.size() > 1 ? av_get_planar_sample_fmt(format) : format;
+    return layout.planes.size() > 1 ? av_get_planar_sample_fmt(format) : format;
 }
 
 struct End {

@@ -16,12 +16,12 @@ namespace bench {
 namespace {
 
 /// Returns what is wrong with the contender's result, if anything.
-std::optional<std::string> WrongResult(const Workload& work, const Contender& contender)
+std::optional<std::string> WrongResult(const Workload& workload, const Contender& contender)
 {
     if (!contender.check) {
         return std::nullopt;
     }
-    work.prepare();
+    workload.prepare();
     try {
         contender.once();
         return contender.check();
@@ -66,9 +66,9 @@ std::vector<double> Sums(std::vector<double> first, const std::vector<double>& s
 
 /// Measures the library, and baselines that are made of its code, once for each instruction set. Copies of a contender
 /// differ in the set that is selected during their slices; the first set is selected at all other times.
-void AddInstructionSets(Workload& work, std::span<const InstructionSet> sets)
+void AddInstructionSets(Workload& workload, std::span<const InstructionSet> sets)
 {
-    if (work.fixedVariant) {
+    if (workload.fixedVariant) {
         return;
     }
     const auto during = [&](const InstructionSet& set, auto call) {
@@ -82,7 +82,7 @@ void AddInstructionSets(Workload& work, std::span<const InstructionSet> sets)
         };
     };
     std::vector<Contender> contenders;
-    for (const Contender& contender : work.contenders) {
+    for (const Contender& contender : workload.contenders) {
         if (contender.role != Role::Library && contender.role != Role::Baseline) {
             contenders.push_back(contender);
             continue;
@@ -99,7 +99,7 @@ void AddInstructionSets(Workload& work, std::span<const InstructionSet> sets)
             contenders.push_back(std::move(variant));
         }
     }
-    work.contenders = std::move(contenders);
+    workload.contenders = std::move(contenders);
 }
 
 /// Compares one contender of the library with all others, round by round.
@@ -134,18 +134,18 @@ void AddVerdicts(Result& result, const std::vector<Target>& targets, const std::
 
 } // namespace
 
-Result Measure(const WorkloadFactory& row, std::span<const InstructionSet> sets, double seconds)
+Result Measure(const WorkloadFactory& factory, std::span<const InstructionSet> sets, double seconds)
 {
-    Workload work = row.make();
-    AddInstructionSets(work, sets);
-    Result result{row.family, row.name, {}, {}, {}, {}};
+    Workload workload = factory.make();
+    AddInstructionSets(workload, sets);
+    Result result{factory.family, factory.name, {}, {}, {}, {}};
     std::vector<Contender> accepted;
-    for (Contender& contender : work.contenders) {
-        const auto wrong = WrongResult(work, contender);
+    for (Contender& contender : workload.contenders) {
+        const auto wrong = WrongResult(workload, contender);
         if (!wrong) {
             accepted.push_back(std::move(contender));
         } else if (contender.role != Role::Peer && contender.role != Role::Other) {
-            throw std::runtime_error(row.family + ", " + row.name + ", " + contender.name +
+            throw std::runtime_error(factory.family + ", " + factory.name + ", " + contender.name +
                                      ": wrong result: " + *wrong);
         } else {
             result.excluded.push_back(contender.name + ": " + *wrong);
@@ -154,17 +154,17 @@ Result Measure(const WorkloadFactory& row, std::span<const InstructionSet> sets,
     if (accepted.empty()) {
         return result;
     }
-    work.prepare();
+    workload.prepare();
     std::vector<Timer> timers;
     for (const Contender& contender : accepted) {
         timers.push_back(contender.timer);
     }
-    const Rounds rounds = RunInterleaved(timers, {.seconds = seconds, .sliceSeconds = work.sliceSeconds});
+    const Rounds rounds = RunInterleaved(timers, {.seconds = seconds, .sliceSeconds = workload.sliceSeconds});
     for (std::size_t i = 0; i < accepted.size(); ++i) {
         result.contenders.push_back({accepted[i].name, accepted[i].role, Median(rounds[i])});
     }
     for (std::size_t library = 0; library < accepted.size() && accepted[library].role == Role::Library; ++library) {
-        AddVerdicts(result, work.targets, accepted, rounds, library);
+        AddVerdicts(result, workload.targets, accepted, rounds, library);
     }
     return result;
 }

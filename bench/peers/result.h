@@ -40,7 +40,7 @@ struct Result {
 
 /// Checks every contender of a workload, then measures all in interleaved slices: the library once for each instruction
 /// set. Only a peer's result may be wrong, which excludes it.
-Result Measure(const WorkloadFactory& row, std::span<const InstructionSet> sets, double seconds);
+Result Measure(const WorkloadFactory& factory, std::span<const InstructionSet> sets, double seconds);
 
 /// Returns the text of a role in a table's head, such as "of the bound".
 std::string RoleText(Role role);

@@ -12,10 +12,10 @@ namespace bench {
 namespace {
 
 /// Returns the address of one channel's sample in a frame.
-const std::byte* At(const BufferLayout& side, std::size_t frame, std::uint32_t channel)
+const std::byte* At(const BufferLayout& layout, std::size_t frame, std::uint32_t channel)
 {
-    const std::size_t inPlane = frame * side.channelsOfPlane + channel % side.channelsOfPlane;
-    return side.planes[channel / side.channelsOfPlane] + inPlane * BytesOf(side.sample);
+    const std::size_t inPlane = frame * layout.channelsOfPlane + channel % layout.channelsOfPlane;
+    return layout.planes[channel / layout.channelsOfPlane] + inPlane * BytesOf(layout.sample);
 }
 
 std::optional<std::string> Wrong(std::size_t frame, std::uint32_t channel, double expected, double found)
@@ -38,7 +38,7 @@ Contender MakeContender(std::string name, Role role, Job job, Check check)
     return contender;
 }
 
-void AddBounds(Workload& work, const std::vector<Pass>& passes)
+void AddBounds(Workload& workload, const std::vector<Pass>& passes)
 {
     const Check copied = [last = passes.back()]() -> std::optional<std::string> {
         if (std::memcmp(last.to, last.from, last.bytes) != 0) {
@@ -52,7 +52,7 @@ void AddBounds(Workload& work, const std::vector<Pass>& passes)
                 copy(pass.to, pass.from, pass.bytes);
             }
         };
-        work.contenders.push_back(MakeContender(std::move(name), Role::Bound, job, copied));
+        workload.contenders.push_back(MakeContender(std::move(name), Role::Bound, job, copied));
     };
     add("memcpy", CopyByLibrary);
     for (const SimdCopy& wide : AllSimdCopies()) {
@@ -103,8 +103,8 @@ Check EqualTo(const BufferLayout& out, std::function<std::vector<std::byte>()> m
             const std::byte* const wanted = expected.data() + plane * out.PlaneBytes();
             const std::byte* const found = out.planes[plane];
             if (std::memcmp(wanted, found, out.PlaneBytes()) != 0) {
-                const auto place = std::mismatch(wanted, wanted + out.PlaneBytes(), found).first - wanted;
-                return "plane " + std::to_string(plane) + ": byte " + std::to_string(place) + " differs";
+                const auto position = std::mismatch(wanted, wanted + out.PlaneBytes(), found).first - wanted;
+                return "plane " + std::to_string(plane) + ": byte " + std::to_string(position) + " differs";
             }
         }
         return std::nullopt;

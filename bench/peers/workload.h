@@ -35,7 +35,7 @@ struct Contender {
     std::string instructionSet; ///< of the library, as it is selected during the contender's slices
 };
 
-/// The wanted speed of the library, as a multiple of the fastest contender of a role.
+/// The required speed of the library, as a multiple of the fastest contender of a role.
 struct Target {
     Role against;
     double share;
@@ -67,15 +67,15 @@ struct Bench {
 };
 
 // The table of workloads, by family.
-void AddConversions(std::vector<WorkloadFactory>& rows, const Bench& bench);
-void AddLoops(std::vector<WorkloadFactory>& rows, const Bench& bench);
-void AddMuxes(std::vector<WorkloadFactory>& rows, const Bench& bench);
-void AddGains(std::vector<WorkloadFactory>& rows, const Bench& bench);
-void AddMultiFormatsAndFades(std::vector<WorkloadFactory>& rows, const Bench& bench);
-void AddResampling(std::vector<WorkloadFactory>& rows, const Bench& bench);
-void AddCallCost(std::vector<WorkloadFactory>& rows, const Bench& bench);
-void AddContents(std::vector<WorkloadFactory>& rows, const Bench& bench);
-void AddEngines(std::vector<WorkloadFactory>& rows, const Bench& bench);
+void AddConversions(std::vector<WorkloadFactory>& factories, const Bench& bench);
+void AddLoops(std::vector<WorkloadFactory>& factories, const Bench& bench);
+void AddMuxes(std::vector<WorkloadFactory>& factories, const Bench& bench);
+void AddGains(std::vector<WorkloadFactory>& factories, const Bench& bench);
+void AddMultiFormatsAndFades(std::vector<WorkloadFactory>& factories, const Bench& bench);
+void AddResampling(std::vector<WorkloadFactory>& factories, const Bench& bench);
+void AddCallCost(std::vector<WorkloadFactory>& factories, const Bench& bench);
+void AddContents(std::vector<WorkloadFactory>& factories, const Bench& bench);
+void AddEngines(std::vector<WorkloadFactory>& factories, const Bench& bench);
 
 /// Returns a contender whose call is a job.
 Contender MakeContender(std::string name, Role role, Job job, Check check);
@@ -86,7 +86,7 @@ struct Pass {
     const std::byte* from;
     std::size_t bytes;
 };
-void AddBounds(Workload& work, const std::vector<Pass>& passes);
+void AddBounds(Workload& workload, const std::vector<Pass>& passes);
 
 /// Returns the passes of a workload that reads `in` and writes `out` once: the bytes of both, half of them read and
 /// half written, from the memory of one to the memory of the other. Each plane of the one with more planes is a pass.

@@ -11,37 +11,37 @@ namespace {
 Workload MakeOneFrame(const Bench& bench)
 {
     const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(2, Placement::Staggered));
-    const BufferLayout in = MakeSide(memory, Sample::Int16, 1, 1, 1, Placement::Staggered);
-    const BufferLayout out = MakeSide(memory, Sample::Int16, 1, 1, 1, Placement::Staggered);
+    const BufferLayout in = MakeLayout(memory, Sample::Int16, 1, 1, 1, Placement::Staggered);
+    const BufferLayout out = MakeLayout(memory, Sample::Int16, 1, 1, 1, Placement::Staggered);
     const auto source = std::make_shared<BufferSet>(in);
     const auto target = std::make_shared<BufferSet>(out);
     const Check copied = EqualTo(out, [in, out] { return Converted(in, out); });
-    Workload work;
-    work.prepare = [in, out] {
+    Workload workload;
+    workload.prepare = [in, out] {
         Fill(in, Content::Noise);
         Poison(out);
     };
-    work.contenders.push_back(MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out), copied));
-    work.contenders.push_back(MakeContender(
+    workload.contenders.push_back(MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out), copied));
+    workload.contenders.push_back(MakeContender(
         "host calls, busy flag and copy", Role::Baseline,
         [source, target] { CopyDirectly(*source->One(), *target->One()); },
         [&bench, in, out, copied] {
-            CountingBufferSet tallied(in);
+            CountingBufferSet counted(in);
             CountingBufferSet copy(out);
             const auto calls = CompareCalls(
-                tallied, copy, [&] { bench.spread.Require(bench.spread->CopyAudioSamples(tallied.One(), copy.One())); },
-                [&] { CopyDirectly(*tallied.One(), *copy.One()); });
+                counted, copy, [&] { bench.spread.Require(bench.spread->CopyAudioSamples(counted.One(), copy.One())); },
+                [&] { CopyDirectly(*counted.One(), *copy.One()); });
             return calls ? calls : copied();
         }));
-    work.targets = {{Role::Baseline, 1 / 1.25}};
-    return work;
+    workload.targets = {{Role::Baseline, 1 / 1.25}};
+    return workload;
 }
 
 } // namespace
 
-void AddCallCost(std::vector<WorkloadFactory>& rows, const Bench& bench)
+void AddCallCost(std::vector<WorkloadFactory>& factories, const Bench& bench)
 {
-    rows.push_back({"Call overhead", "copy of one frame", [&bench] { return MakeOneFrame(bench); }});
+    factories.push_back({"Call overhead", "copy of one frame", [&bench] { return MakeOneFrame(bench); }});
 }
 
 } // namespace bench

@@ -39,39 +39,40 @@ Check CheckOf(const Operation& operation, const BufferLayout& in, const BufferLa
 Workload MakeContent(const Bench& bench, const Operation& operation, Content content)
 {
     const auto memory = std::make_shared<Memory>(3 * Memory::RequiredBytes(8 * kFrames, Placement::Staggered));
-    const auto side = [&](Sample sample) {
-        return MakeSide(memory, sample, kChannels, 1, kFrames, Placement::Staggered);
+    const auto layout = [&](Sample sample) {
+        return MakeLayout(memory, sample, kChannels, 1, kFrames, Placement::Staggered);
     };
-    const BufferLayout special = side(operation.from);
-    const BufferLayout noise = side(operation.from);
-    const BufferLayout out = side(operation.to);
-    Workload work;
-    work.prepare = [=] {
+    const BufferLayout special = layout(operation.from);
+    const BufferLayout noise = layout(operation.from);
+    const BufferLayout out = layout(operation.to);
+    Workload workload;
+    workload.prepare = [=] {
         Fill(special, content);
         Fill(noise, Content::Noise);
         Poison(out);
     };
     const auto add = [&](Content of, Role role, const BufferLayout& in) {
-        work.contenders.push_back(
+        workload.contenders.push_back(
             MakeContender(NameOf(of), role, JobOn(bench, operation, in, out), CheckOf(operation, in, out)));
     };
     add(content, Role::Library, special);
     add(Content::Noise, Role::Baseline, noise);
-    work.targets = {{Role::Baseline, 0.95}};
-    return work;
+    workload.targets = {{Role::Baseline, 0.95}};
+    return workload;
 }
 
 } // namespace
 
-void AddContents(std::vector<WorkloadFactory>& rows, const Bench& bench)
+void AddContents(std::vector<WorkloadFactory>& factories, const Bench& bench)
 {
     for (const Operation& operation : kOperations) {
         for (const Content content : {Content::Silence, Content::FadeTail, Content::Denormal}) {
             if (content == Content::Denormal && operation.from != Sample::Float) {
                 continue;
             }
-            rows.push_back({"Silence, fade tails and denormals", std::string(operation.name) + ", " + NameOf(content),
-                            [&bench, operation, content] { return MakeContent(bench, operation, content); }});
+            factories.push_back({"Silence, fade tails and denormals",
+                                 std::string(operation.name) + ", " + NameOf(content),
+                                 [&bench, operation, content] { return MakeContent(bench, operation, content); }});
         }
     }
 }

@@ -17,8 +17,8 @@ class EngineWorker {
 public:
     explicit EngineWorker(zta::host::Module& module)
         : engine_(module, Placement::Staggered), memory_(std::make_shared<Memory>(1 << 16)),
-          in_(MakeSide(memory_, Sample::Int16, 2, 1, 1024, Placement::Staggered)),
-          out_(MakeSide(memory_, Sample::Int24In32, 2, 1, 1024, Placement::Staggered)), source_(in_), target_(out_)
+          in_(MakeLayout(memory_, Sample::Int16, 2, 1, 1024, Placement::Staggered)),
+          out_(MakeLayout(memory_, Sample::Int24In32, 2, 1, 1024, Placement::Staggered)), source_(in_), target_(out_)
     {
         Fill(in_, Content::Noise);
         Poison(out_);
@@ -51,26 +51,26 @@ long VoluntarySwitches()
 /// threads, which excludes scheduling. A thread that waits for another shows as a voluntary context switch.
 class EightEngines {
 public:
-    explicit EightEngines(const std::vector<std::shared_ptr<EngineWorker>>& stations) : stations_(stations) {}
+    explicit EightEngines(const std::vector<std::shared_ptr<EngineWorker>>& workers) : workers_(workers) {}
 
     double operator()(int calls)
     {
         std::atomic<std::size_t> ready = 0;
-        std::vector<double> seconds(stations_.size());
+        std::vector<double> seconds(workers_.size());
         std::vector<std::thread> threads;
-        for (std::size_t i = 0; i < stations_.size(); ++i) {
+        for (std::size_t i = 0; i < workers_.size(); ++i) {
             threads.emplace_back([&, i] {
                 PinToProcessor(i);
-                EngineWorker& station = *stations_[i];
-                station.Call();
+                EngineWorker& worker = *workers_[i];
+                worker.Call();
                 ++ready;
-                while (ready != stations_.size()) {
+                while (ready != workers_.size()) {
                     std::this_thread::yield();
                 }
                 const long before = VoluntarySwitches();
                 const double start = ThreadSeconds();
                 for (int call = 0; call < calls; ++call) {
-                    station.Call();
+                    worker.Call();
                 }
                 seconds[i] = ThreadSeconds() - start;
                 waits_ += VoluntarySwitches() - before;
@@ -87,28 +87,28 @@ public:
     long VoluntarySwitchCount() const { return waits_; }
 
 private:
-    std::vector<std::shared_ptr<EngineWorker>> stations_;
+    std::vector<std::shared_ptr<EngineWorker>> workers_;
     std::atomic<long> waits_ = 0;
 };
 
 Workload MakeEngines(const Bench& bench)
 {
-    std::vector<std::shared_ptr<EngineWorker>> stations;
+    std::vector<std::shared_ptr<EngineWorker>> workers;
     for (std::size_t i = 0; i < kEngines; ++i) {
-        stations.push_back(std::make_shared<EngineWorker>(bench.module));
+        workers.push_back(std::make_shared<EngineWorker>(bench.module));
     }
-    const auto eight = std::make_shared<EightEngines>(stations);
-    Workload work;
-    work.sliceSeconds = 4e-3;
-    work.prepare = [] {};
+    const auto eight = std::make_shared<EightEngines>(workers);
+    Workload workload;
+    workload.sliceSeconds = 4e-3;
+    workload.prepare = [] {};
     Contender all;
     all.name = "eight engines";
     all.role = Role::Library;
     all.timer = [eight](int calls) { return (*eight)(calls); };
     all.once = [eight] { (*eight)(20000); };
-    all.check = [stations, eight]() -> std::optional<std::string> {
-        for (const auto& station : stations) {
-            if (const auto wrong = station->Check()) {
+    all.check = [workers, eight]() -> std::optional<std::string> {
+        for (const auto& worker : workers) {
+            if (const auto wrong = worker->Check()) {
                 return wrong;
             }
         }
@@ -117,19 +117,19 @@ Workload MakeEngines(const Bench& bench)
         }
         return std::nullopt;
     };
-    work.contenders.push_back(std::move(all));
-    work.contenders.push_back(MakeContender(
-        "one engine", Role::Baseline, [station = stations.front()] { station->Call(); },
-        [station = stations.front()] { return station->Check(); }));
-    work.targets = {{Role::Baseline, 0.95}};
-    return work;
+    workload.contenders.push_back(std::move(all));
+    workload.contenders.push_back(MakeContender(
+        "one engine", Role::Baseline, [worker = workers.front()] { worker->Call(); },
+        [worker = workers.front()] { return worker->Check(); }));
+    workload.targets = {{Role::Baseline, 0.95}};
+    return workload;
 }
 
 } // namespace
 
-void AddEngines(std::vector<WorkloadFactory>& rows, const Bench& bench)
+void AddEngines(std::vector<WorkloadFactory>& factories, const Bench& bench)
 {
-    rows.push_back(
+    factories.push_back(
         {"Eight engines", "16 to 24-in-32, 1024 stereo frames each", [&bench] { return MakeEngines(bench); }});
 }
 

@@ -25,21 +25,21 @@ Workload MakeRamp(const Bench& bench, std::size_t bytes, std::uint32_t channels)
     constexpr float kStart = 0.5F;
     constexpr float kEnd = 2.5F;
     const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(bytes, Placement::Staggered));
-    const auto side = [&] {
-        return MakeSide(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Staggered);
+    const auto layout = [&] {
+        return MakeLayout(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Staggered);
     };
-    const BufferLayout in = side();
-    const BufferLayout out = side();
-    Workload work;
-    work.prepare = [in, out] {
+    const BufferLayout in = layout();
+    const BufferLayout out = layout();
+    Workload workload;
+    workload.prepare = [in, out] {
         Fill(in, Content::Noise);
         Poison(out);
     };
-    work.contenders.push_back(MakeContender("engine", Role::Library, VolumeJob(bench.spread, in, out, kStart, kEnd),
-                                            EqualTo(out, [in] { return Scaled(in, kStart, kEnd); })));
-    AddBounds(work, OnePass(in, out));
-    work.targets = {{Role::Bound, bytes == kInCache ? 0.6 : 0.9}};
-    return work;
+    workload.contenders.push_back(MakeContender("engine", Role::Library, VolumeJob(bench.spread, in, out, kStart, kEnd),
+                                                EqualTo(out, [in] { return Scaled(in, kStart, kEnd); })));
+    AddBounds(workload, OnePass(in, out));
+    workload.targets = {{Role::Bound, bytes == kInCache ? 0.6 : 0.9}};
+    return workload;
 }
 
 /// No peer has gain ramps by frames, so constant gains are compared: in place, as the peers process.
@@ -47,25 +47,26 @@ Workload MakeConstant(const Bench& bench, std::size_t bytes, std::uint32_t chann
 {
     constexpr float kGain = 1.5F;
     const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(bytes, Placement::Staggered));
-    const BufferLayout side =
-        MakeSide(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Staggered);
-    const BufferLayout before = MakeSide(memory, Sample::Int24In32, channels, 1, side.frames, Placement::Staggered);
-    Workload work;
-    work.prepare = [side, before] {
-        Fill(side, Content::Noise);
+    const BufferLayout layout =
+        MakeLayout(memory, Sample::Int24In32, channels, 1, FramesIn(bytes, channels), Placement::Staggered);
+    const BufferLayout before = MakeLayout(memory, Sample::Int24In32, channels, 1, layout.frames, Placement::Staggered);
+    Workload workload;
+    workload.prepare = [layout, before] {
+        Fill(layout, Content::Noise);
         Fill(before, Content::Noise);
     };
-    work.contenders.push_back(MakeContender("engine", Role::Library, VolumeJob(bench.spread, side, side, kGain, kGain),
-                                            EqualTo(side, [before] { return Scaled(before, kGain, kGain); })));
+    workload.contenders.push_back(MakeContender("engine", Role::Library,
+                                                VolumeJob(bench.spread, layout, layout, kGain, kGain),
+                                                EqualTo(layout, [before] { return Scaled(before, kGain, kGain); })));
     for (const auto& peer : bench.peers) {
-        if (Job job = peer->Gain(side, static_cast<double>(kGain))) {
-            work.contenders.push_back(
+        if (Job job = peer->Gain(layout, static_cast<double>(kGain))) {
+            workload.contenders.push_back(
                 MakeContender(peer->Name(), Role::Peer, std::move(job),
-                              WithinTolerance(before, side, 0x1.01p-23, static_cast<double>(kGain))));
+                              WithinTolerance(before, layout, 0x1.01p-23, static_cast<double>(kGain))));
         }
     }
-    work.targets = {{Role::Peer, 1.0}};
-    return work;
+    workload.targets = {{Role::Peer, 1.0}};
+    return workload;
 }
 
 std::string Channels(std::uint32_t channels)
@@ -75,18 +76,18 @@ std::string Channels(std::uint32_t channels)
 
 } // namespace
 
-void AddGains(std::vector<WorkloadFactory>& rows, const Bench& bench)
+void AddGains(std::vector<WorkloadFactory>& factories, const Bench& bench)
 {
     for (const std::size_t bytes : {kInCache, kInMemory}) {
         for (const std::uint32_t channels : {1U, 2U, 4U, 8U, 16U, 32U, 64U}) {
-            rows.push_back({"Gain ramps", Channels(channels) + ", " + SizeName(bytes),
-                            [&bench, bytes, channels] { return MakeRamp(bench, bytes, channels); }});
+            factories.push_back({"Gain ramps", Channels(channels) + ", " + SizeName(bytes),
+                                 [&bench, bytes, channels] { return MakeRamp(bench, bytes, channels); }});
         }
     }
     for (const std::size_t bytes : {kInCache, kInMemory}) {
         for (const std::uint32_t channels : {2U, 8U}) {
-            rows.push_back({"Constant gain in place", Channels(channels) + ", " + SizeName(bytes),
-                            [&bench, bytes, channels] { return MakeConstant(bench, bytes, channels); }});
+            factories.push_back({"Constant gain in place", Channels(channels) + ", " + SizeName(bytes),
+                                 [&bench, bytes, channels] { return MakeConstant(bench, bytes, channels); }});
         }
     }
 }

@@ -31,14 +31,14 @@ Workload MakeLoop(const LoopEntry& entry, std::size_t bytes)
 {
     const std::size_t frames = bytes / kChannels / std::max(BytesOf(entry.from), BytesOf(entry.to));
     const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(bytes, Placement::Staggered));
-    const BufferLayout in = MakeSide(memory, entry.from, kChannels, 1, frames, Placement::Staggered, bytes);
-    const BufferLayout out = MakeSide(memory, entry.to, kChannels, 1, frames, Placement::Staggered, bytes);
+    const BufferLayout in = MakeLayout(memory, entry.from, kChannels, 1, frames, Placement::Staggered, bytes);
+    const BufferLayout out = MakeLayout(memory, entry.to, kChannels, 1, frames, Placement::Staggered, bytes);
     std::byte* const to = out.planes.front();
     const std::byte* const from = in.planes.front();
     const std::size_t samples = frames * kChannels;
-    Workload work;
-    work.fixedVariant = true;
-    work.prepare = [in, out] {
+    Workload workload;
+    workload.fixedVariant = true;
+    workload.prepare = [in, out] {
         Fill(in, Content::Noise);
         Poison(out);
     };
@@ -60,20 +60,20 @@ Workload MakeLoop(const LoopEntry& entry, std::size_t bytes)
             contenders.back().instructionSet = variant.instructionSet;
         };
         add(
-            work.contenders, "loop", Role::Library,
+            workload.contenders, "loop", Role::Library,
             [loop = loops->*entry.loop, from, to, samples] { loop(from, to, samples); }, converted);
         add(copies, "register copy", Role::Baseline,
             CopyOfSameLines({to, from, samples, BytesOf(entry.from), BytesOf(entry.to)}, variant.registerBytes),
             copied);
     }
-    work.contenders.insert(work.contenders.end(), copies.begin(), copies.end());
-    work.targets = {{Role::Baseline, 0.9}};
-    return work;
+    workload.contenders.insert(workload.contenders.end(), copies.begin(), copies.end());
+    workload.targets = {{Role::Baseline, 0.9}};
+    return workload;
 }
 
 } // namespace
 
-void AddLoops(std::vector<WorkloadFactory>& rows, const Bench& /*bench*/)
+void AddLoops(std::vector<WorkloadFactory>& factories, const Bench& /*bench*/)
 {
     using enum Sample;
     constexpr LoopEntry kEntries[] = {
@@ -92,8 +92,8 @@ void AddLoops(std::vector<WorkloadFactory>& rows, const Bench& /*bench*/)
     };
     for (const LoopEntry& entry : kEntries) {
         for (const Size& size : {Size{16 << 10, "16 KiB"}, Size{512 << 10, "512 KiB"}}) {
-            rows.push_back({"Conversion loops", std::string(entry.name) + ", " + size.name,
-                            [entry, bytes = size.bytes] { return MakeLoop(entry, bytes); }});
+            factories.push_back({"Conversion loops", std::string(entry.name) + ", " + size.name,
+                                 [entry, bytes = size.bytes] { return MakeLoop(entry, bytes); }});
         }
     }
 }

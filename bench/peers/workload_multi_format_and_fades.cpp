@@ -43,20 +43,20 @@ Workload MakeCopy(const Bench& bench, const CopyCase& copyCase, bool fades)
     const std::size_t capacity = PassCapacity(samples * BytesOf(copyCase.from), samples * BytesOf(copyCase.to));
     const auto memory = std::make_shared<Memory>(2 * Memory::RequiredBytes(capacity, Placement::Staggered));
     const BufferLayout in =
-        MakeSide(memory, copyCase.from, copyCase.channels, 1, kFrames, Placement::Staggered, capacity);
+        MakeLayout(memory, copyCase.from, copyCase.channels, 1, kFrames, Placement::Staggered, capacity);
     const BufferLayout out =
-        MakeSide(memory, copyCase.to, copyCase.channels, 1, kFrames, Placement::Staggered, capacity);
-    Workload work;
-    work.prepare = [in, out] {
+        MakeLayout(memory, copyCase.to, copyCase.channels, 1, kFrames, Placement::Staggered, capacity);
+    Workload workload;
+    workload.prepare = [in, out] {
         Fill(in, Content::Noise);
         Poison(out);
     };
-    work.contenders.push_back(
+    workload.contenders.push_back(
         MakeContender("engine", Role::Library, CopyJob(bench.spread, in, out, fades),
                       fades ? ReferenceFadeInOut(in, out) : EqualTo(out, [in, out] { return Converted(in, out); })));
-    AddBounds(work, OnePass(in, out));
-    work.targets = {{Role::Bound, 0.8}};
-    return work;
+    AddBounds(workload, OnePass(in, out));
+    workload.targets = {{Role::Bound, 0.8}};
+    return workload;
 }
 
 std::string NameOf(const CopyCase& copyCase)
@@ -67,7 +67,7 @@ std::string NameOf(const CopyCase& copyCase)
 
 } // namespace
 
-void AddMultiFormatsAndFades(std::vector<WorkloadFactory>& rows, const Bench& bench)
+void AddMultiFormatsAndFades(std::vector<WorkloadFactory>& factories, const Bench& bench)
 {
     using enum Sample;
     constexpr CopyCase kWords[] = {{Multi24, Int24In32, 2}, {Multi24, Int24In32, 16}, {Multi16, Int16, 2}};
@@ -75,12 +75,12 @@ void AddMultiFormatsAndFades(std::vector<WorkloadFactory>& rows, const Bench& be
                                    {Int24In32, Int24In32, 16}, {Int16, Int16, 1},         {Int16, Int16, 2},
                                    {Int16, Int16, 8},          {Int16, Int16, 16},        {Int16, Int24In32, 2}};
     for (const CopyCase& copyCase : kWords) {
-        rows.push_back(
+        factories.push_back(
             {"Multi-format words", NameOf(copyCase), [&bench, copyCase] { return MakeCopy(bench, copyCase, false); }});
     }
     for (const CopyCase& copyCase : kFades) {
-        rows.push_back({"Copies with both fades", NameOf(copyCase),
-                        [&bench, copyCase] { return MakeCopy(bench, copyCase, true); }});
+        factories.push_back({"Copies with both fades", NameOf(copyCase),
+                             [&bench, copyCase] { return MakeCopy(bench, copyCase, true); }});
     }
 }
 

@@ -41,11 +41,11 @@ Setting MakeSetting(const Shape& shape, Placement placement)
     const auto memory = std::make_shared<Memory>(2 * count * Memory::RequiredBytes(bytes / count, placement) +
                                                  Memory::RequiredBytes(bytes, placement));
     const auto planes = [&] {
-        return MakeSide(memory, shape.sample, shape.kind.channelsOfPlane, count, shape.frames, placement);
+        return MakeLayout(memory, shape.sample, shape.kind.channelsOfPlane, count, shape.frames, placement);
     };
     Setting setting;
     setting.planes = planes();
-    setting.mux = MakeSide(memory, shape.sample, shape.channels, 1, shape.frames, placement);
+    setting.mux = MakeLayout(memory, shape.sample, shape.channels, 1, shape.frames, placement);
     setting.stage = planes();
     setting.interleaves = shape.kind.interleaves;
     return setting;
@@ -86,12 +86,12 @@ std::vector<Pass> PassesOf(const Setting& setting)
 }
 
 /// A stereo frame as one sample of twice the size: the peers only support planes of one channel.
-BufferLayout AsWords(const BufferLayout& side, std::uint32_t samplesOfWord)
+BufferLayout AsWords(const BufferLayout& layout, std::uint32_t samplesOfWord)
 {
-    BufferLayout words = side;
-    words.channelsOfPlane = side.channelsOfPlane / samplesOfWord;
+    BufferLayout words = layout;
+    words.channelsOfPlane = layout.channelsOfPlane / samplesOfWord;
     if (samplesOfWord == 2) {
-        words.sample = side.sample == Sample::Int16 ? Sample::Int24In32 : Sample::Word64;
+        words.sample = layout.sample == Sample::Int16 ? Sample::Int24In32 : Sample::Word64;
     }
     return words;
 }
@@ -123,41 +123,41 @@ Contender HostCalls(const Bench& bench, const Setting& setting)
 Workload MakeMux(const Bench& bench, const Shape& shape)
 {
     const Setting setting = MakeSetting(shape, Placement::Staggered);
-    Workload work;
-    work.prepare = PreparationOf(setting);
-    work.contenders.push_back(
+    Workload workload;
+    workload.prepare = PreparationOf(setting);
+    workload.contenders.push_back(
         MakeContender("engine", Role::Library, EngineJob(bench.spread, setting), CheckOf(setting)));
-    AddBounds(work, PassesOf(setting));
-    work.contenders.push_back(HostCalls(bench, setting));
+    AddBounds(workload, PassesOf(setting));
+    workload.contenders.push_back(HostCalls(bench, setting));
     const BufferLayout in = AsWords(setting.In(), shape.kind.channelsOfPlane);
     const BufferLayout out = AsWords(setting.Out(), shape.kind.channelsOfPlane);
     for (const auto& peer : bench.peers) {
         if (Job job = peer->Convert(in, out)) {
-            work.contenders.push_back(MakeContender(peer->Name(), Role::Peer, std::move(job), CheckOf(setting)));
+            workload.contenders.push_back(MakeContender(peer->Name(), Role::Peer, std::move(job), CheckOf(setting)));
         }
     }
-    work.targets = {{Role::Bound, 0.8}};
+    workload.targets = {{Role::Bound, 0.8}};
     if (shape.channels >= 16) {
-        work.targets.push_back({Role::Peer, 2.0});
+        workload.targets.push_back({Role::Peer, 2.0});
     }
-    return work;
+    return workload;
 }
 
 Workload MakeMuxOnOnePage(const Bench& bench, const Shape& shape)
 {
     const Setting together = MakeSetting(shape, Placement::SamePage);
     const Setting apart = MakeSetting(shape, Placement::Staggered);
-    Workload work;
-    work.prepare = [first = PreparationOf(together), second = PreparationOf(apart)] {
+    Workload workload;
+    workload.prepare = [first = PreparationOf(together), second = PreparationOf(apart)] {
         first();
         second();
     };
-    work.contenders.push_back(
+    workload.contenders.push_back(
         MakeContender("at one offset", Role::Library, EngineJob(bench.samePage, together), CheckOf(together)));
-    work.contenders.push_back(
+    workload.contenders.push_back(
         MakeContender("at different offsets", Role::Baseline, EngineJob(bench.spread, apart), CheckOf(apart)));
-    work.targets = {{Role::Baseline, 0.8}};
-    return work;
+    workload.targets = {{Role::Baseline, 0.8}};
+    return workload;
 }
 
 std::string NameOf(const Shape& shape)
@@ -168,7 +168,7 @@ std::string NameOf(const Shape& shape)
 
 } // namespace
 
-void AddMuxes(std::vector<WorkloadFactory>& rows, const Bench& bench)
+void AddMuxes(std::vector<WorkloadFactory>& factories, const Bench& bench)
 {
     std::vector<Shape> shapes;
     for (const Kind& kind : kKinds) {
@@ -181,10 +181,10 @@ void AddMuxes(std::vector<WorkloadFactory>& rows, const Bench& bench)
         }
     }
     for (const Shape& shape : shapes) {
-        rows.push_back({"Mux", NameOf(shape), [&bench, shape] { return MakeMux(bench, shape); }});
+        factories.push_back({"Mux", NameOf(shape), [&bench, shape] { return MakeMux(bench, shape); }});
     }
     for (const Shape& shape : shapes) {
-        rows.push_back(
+        factories.push_back(
             {"Mux, page-aligned", NameOf(shape), [&bench, shape] { return MakeMuxOnOnePage(bench, shape); }});
     }
 }

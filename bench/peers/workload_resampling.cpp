@@ -152,32 +152,32 @@ Workload MakeResampling(const Bench& bench, const Direction& direction, std::uin
 {
     const Rates rates{direction.from, direction.to, channels};
     const auto engine = std::make_shared<ResamplerStream>(bench.spread, rates, frames);
-    Workload work;
-    work.sliceSeconds = kSliceSeconds;
-    work.prepare = [] {};
-    work.contenders.push_back(MakeContender(
+    Workload workload;
+    workload.sliceSeconds = kSliceSeconds;
+    workload.prepare = [] {};
+    workload.contenders.push_back(MakeContender(
         "engine", Role::Library, [engine] { engine->Call(); }, PreservesTone(EngineMaker(bench), rates, frames)));
-    work.contenders.push_back(FilterBaseline(bench, direction, channels * frames));
+    workload.contenders.push_back(FilterBaseline(bench, direction, channels * frames));
     for (const auto& peer : bench.peers) {
         for (const StreamMaker& maker : peer->Resamplers()) {
             const bool suffices =
                 std::all_of(std::begin(kDirections), std::end(kDirections),
-                            [&](const Direction& way) { return QualityOf(maker, way).MeetsTarget(); });
+                            [&](const Direction& each) { return QualityOf(maker, each).MeetsTarget(); });
             const auto out = std::make_shared<std::vector<std::int16_t>>((2 * frames + 16384) * channels);
             const Stream stream = maker.make(rates, frames);
             const auto* const in = reinterpret_cast<const std::int16_t*>(engine->In().planes.front());
             const std::size_t capacity = out->size() / channels;
-            work.contenders.push_back(MakeContender(
+            workload.contenders.push_back(MakeContender(
                 maker.name, suffices ? Role::Peer : Role::Other,
                 [stream, in, frames, out, capacity] { stream(in, frames, out->data(), capacity); },
                 PreservesTone(maker, rates, frames)));
         }
     }
-    work.targets = {{Role::Peer, frames == 160 ? 2.5 : 4.0}};
+    workload.targets = {{Role::Peer, frames == 160 ? 2.5 : 4.0}};
     if (frames != 160) {
-        work.targets.push_back({Role::Baseline, 0.85});
+        workload.targets.push_back({Role::Baseline, 0.85});
     }
-    return work;
+    return workload;
 }
 
 /// The content of the samples must not change the time. The workloads above check the stream.
@@ -185,42 +185,42 @@ Workload MakeContent(const Bench& bench, Content content)
 {
     constexpr Rates kRates{44100, 48000, 2};
     constexpr std::size_t kFrames = 4800;
-    Workload work;
-    work.sliceSeconds = kSliceSeconds;
-    work.prepare = [] {};
+    Workload workload;
+    workload.sliceSeconds = kSliceSeconds;
+    workload.prepare = [] {};
     for (const auto& [of, role] : {std::pair(content, Role::Library), std::pair(Content::Noise, Role::Baseline)}) {
         const auto stream = std::make_shared<ResamplerStream>(bench.spread, kRates, kFrames, of);
-        work.contenders.push_back(MakeContender(NameOf(of), role, [stream] { stream->Call(); }, {}));
+        workload.contenders.push_back(MakeContender(NameOf(of), role, [stream] { stream->Call(); }, {}));
     }
-    work.targets = {{Role::Baseline, 0.95}};
-    return work;
+    workload.targets = {{Role::Baseline, 0.95}};
+    return workload;
 }
 
-struct Build {
+struct Variant {
     const char* prefix;
     const char* name;
     std::size_t registerBytes;
     double share;
 };
 
-constexpr Build kBuilds[] = {{"k0_", "AVX-512", 64, 0.25}, {"l9_", "AVX2", 32, 0.2}};
+constexpr Variant kVariants[] = {{"k0_", "AVX-512", 64, 0.25}, {"l9_", "AVX2", 32, 0.2}};
 
-Workload MakeFilterOnly(const Bench& bench, const Build& build, const Direction& direction)
+Workload MakeFilterOnly(const Bench& bench, const Variant& variant, const Direction& direction)
 {
-    const auto run = std::make_shared<FilterOnly>(bench, build.prefix, direction, kFilterFrames);
-    Workload work;
-    work.prepare = [] {};
-    const Job adds = MultiplyAdds(kFilterFrames * direction.to / direction.from, build.registerBytes);
+    const auto run = std::make_shared<FilterOnly>(bench, variant.prefix, direction, kFilterFrames);
+    Workload workload;
+    workload.prepare = [] {};
+    const Job adds = MultiplyAdds(kFilterFrames * direction.to / direction.from, variant.registerBytes);
     if (!adds) {
-        return work; // not on this CPU
+        return workload; // not on this CPU
     }
-    work.contenders.push_back(MakeContender(
+    workload.contenders.push_back(MakeContender(
         "run", Role::Library, [run] { run->Run(); }, MatchesBaselineVariant(bench, run, direction, kFilterFrames)));
-    work.contenders.push_back(MakeContender("multiply-adds", Role::Baseline, adds, {}));
-    work.fixedVariant = true;
-    work.contenders.front().instructionSet = build.name;
-    work.targets = {{Role::Baseline, build.share}};
-    return work;
+    workload.contenders.push_back(MakeContender("multiply-adds", Role::Baseline, adds, {}));
+    workload.fixedVariant = true;
+    workload.contenders.front().instructionSet = variant.name;
+    workload.targets = {{Role::Baseline, variant.share}};
+    return workload;
 }
 
 std::string Text(const Direction& direction)
@@ -247,12 +247,12 @@ std::vector<Quality> MeasureQualities(const Bench& bench)
     return qualities;
 }
 
-void AddResampling(std::vector<WorkloadFactory>& rows, const Bench& bench)
+void AddResampling(std::vector<WorkloadFactory>& factories, const Bench& bench)
 {
     for (const std::size_t frames : {160U, 1024U, 4800U}) {
         for (const std::uint32_t channels : {1U, 2U}) {
             for (const Direction& direction : kDirections) {
-                rows.push_back(
+                factories.push_back(
                     {"Resampling",
                      Text(direction) + (channels == 1 ? ", mono, " : ", stereo, ") + std::to_string(frames) + " frames",
                      [&bench, direction, channels, frames] {
@@ -261,15 +261,15 @@ void AddResampling(std::vector<WorkloadFactory>& rows, const Bench& bench)
             }
         }
     }
-    for (const Build& build : kBuilds) {
+    for (const Variant& variant : kVariants) {
         for (const Direction& direction : kDirections) {
-            rows.push_back({"Filter kernel", std::string(build.name) + ", " + Text(direction),
-                            [&bench, build, direction] { return MakeFilterOnly(bench, build, direction); }});
+            factories.push_back({"Filter kernel", std::string(variant.name) + ", " + Text(direction),
+                                 [&bench, variant, direction] { return MakeFilterOnly(bench, variant, direction); }});
         }
     }
     for (const Content content : {Content::Silence, Content::FadeTail}) {
-        rows.push_back({"Silence, fade tails and denormals", std::string("resampling, ") + NameOf(content),
-                        [&bench, content] { return MakeContent(bench, content); }});
+        factories.push_back({"Silence, fade tails and denormals", std::string("resampling, ") + NameOf(content),
+                             [&bench, content] { return MakeContent(bench, content); }});
     }
 }
 

@@ -1,6 +1,6 @@
 #!/bin/sh
-# parts_test.sh CMAKE CXX SOURCE: configures the project on systems that lack packages, and reads what the configuration
-# says that it builds. Needs the packages themselves only where it says "built".
+# parts_test.sh CMAKE CXX SOURCE: configures the project on systems that lack packages, and checks the summary of the
+# configuration. Needs a package itself only where the summary contains "built".
 set -eu
 cmake=$1
 cxx=$2
@@ -23,7 +23,7 @@ expect() {
     fi
 }
 
-# What lacks a package is left out, by its name, and the rest is there.
+# A part that lacks a package is not built, and the summary names the package. The other parts are built.
 # shellcheck disable=SC2086 # the options are words
 configure $without
 expect " library, reference host built"
@@ -38,12 +38,12 @@ if grep -q -e ztaudio -e unit_tests -e loops_bench "$work/targets"; then
     exit 1
 fi
 
-# The same folder, once the packages are there.
+# The same folder, after the packages were installed.
 configure -DCMAKE_DISABLE_FIND_PACKAGE_GTest=OFF -DZTA_BUILD_BENCH=OFF
 expect " tests built"
 expect " benchmarks not built: ZTA_BUILD_BENCH is OFF"
 
-# A part that is asked for is an error without its package, with the name.
+# A part that is ON without its package is an error, which names the package.
 if configure -DZTA_BUILD_TOOLS=ON; then
     echo "ZTA_BUILD_TOOLS=ON is accepted without its packages" >&2
     exit 1

@@ -26,13 +26,13 @@ expect() {
     fi
 }
 
-# With nothing there, everything is listed.
+# On an empty system, every package is listed.
 expect 1 "g++ (command c++)" g++ cmake libsndfile1-dev
 expect 1 "cmake (command cmake)" g++ cmake libsndfile1-dev
 expect 1 "libsndfile1-dev (header sndfile.h)" g++ cmake libsndfile1-dev
 expect 1 "Install them with the package manager of this system." cmake
 
-# What is there is not listed: commands, and headers that the compiler finds.
+# Present packages are not listed: their commands exist, or the compiler finds their headers.
 printf '#!/bin/sh\n' > "$path/cmake"
 chmod +x "$path/cmake"
 expect 0 "" cmake
@@ -42,7 +42,7 @@ expect 0 "" cmake g++ libsndfile1-dev libgtest-dev
 printf '#!/bin/sh\nexit 1\n' > "$path/c++" # and one that finds none
 expect 1 "libgtest-dev (header gtest/gtest.h)" cmake g++ libgtest-dev
 
-# Packages that only dpkg knows are left to the build.
+# Without dpkg, packages that have neither command nor header are not checked.
 expect 0 "" gstreamer1.0-plugins-base
 
 # With apt-get, the missing packages are installed, and nothing else.

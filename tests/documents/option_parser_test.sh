@@ -1,6 +1,5 @@
 #!/bin/sh
-# option_parser_test.sh ROOT: at most one source of each program includes the option parser, which takes longer to
-# compile than all else in a source.
+# option_parser_test.sh ROOT: at most one source of each program includes the option parser, which is slow to compile.
 set -eu
 cd "$1"
 

@@ -9,16 +9,16 @@
 
 namespace {
 
-class ChosenLoops : public testing::Environment {
+class LoopSelection : public testing::Environment {
 public:
     void SetUp() override
     {
         if (const char* name = std::getenv("ZTA_TEST_LOOPS")) {
-            ASSERT_EQ(ztSelectSampleLoops(name), 0) << "no such loops, or not for this processor: " << name;
+            ASSERT_EQ(ztSelectSampleLoops(name), 0) << "unknown variant, or not supported by this CPU: " << name;
         }
     }
 };
 
-[[maybe_unused]] const auto* const chosenLoops = testing::AddGlobalTestEnvironment(new ChosenLoops);
+[[maybe_unused]] const auto* const loopSelection = testing::AddGlobalTestEnvironment(new LoopSelection);
 
 } // namespace

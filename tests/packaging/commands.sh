@@ -1,7 +1,7 @@
 #!/bin/sh
-# commands.sh DOCUMENT [FOLDER]: runs every command in the installed DOCUMENT as the text has it: the lines that begin
-# with "$ " in its console blocks, in one shell, in a copy of the installed FOLDER or in an empty folder. If the block
-# shows output after a command, the command must print exactly that. The engine is installed in $HOME/zta.
+# commands.sh DOCUMENT [FOLDER]: runs every command of the installed DOCUMENT: the lines that begin with "$ " in its
+# console blocks. All run in one shell, in a copy of the installed FOLDER or in an empty folder. If a block shows output
+# after a command, the command must print exactly that. The engine is installed in $HOME/zta.
 set -eu
 document=$PREFIX/$DOCDIR/$1
 rm -rf home work script.sh

@@ -1,12 +1,11 @@
 #!/bin/sh
-# examples.sh MAKE_TONE: builds the installed examples against the installed engine, and compares their output with
-# that in their README.md.
+# examples.sh MAKE_TONE: builds the installed examples with the installed engine and compares their output with README.md.
 set -eu
 make_tone=$1
 examples=$PREFIX/$DOCDIR/examples
 module=$PREFIX/$LIBDIR/libZtaAudioSamplesEngine.so.1
 
-# The output in the section of an example: the last block in it.
+# Prints the expected output of an example: the last block of its section.
 expected() {
     awk -v heading="## $1" '
         /^## / { inSection = $0 == heading }
@@ -31,7 +30,7 @@ for source in "$examples"/[0-9]*; do
     esac
     test "$(wc -l < "$source")" -le "$maxLines"
     case $file in
-    00-*) # its section has its commands and their output: commands.sh
+    00-*) # commands.sh compares the output of the commands in its section
         build/"$name" > "$name.printed"
         grep -qxFf "$name.printed" "$examples/README.md"
         ;;

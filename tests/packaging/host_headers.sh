@@ -1,5 +1,5 @@
 #!/bin/sh
-# Each header of the reference host compiles alone from the installation. (tests/contract does that with the others.)
+# Each header of the reference host compiles alone from the installation. (tests/contract compiles the others.)
 set -eu
 (cd "$PREFIX/include" && ls zta/host/*.h) > headers.txt
 test -s headers.txt

@@ -1,5 +1,5 @@
 #!/bin/sh
-# What each component has installed is what its manifest lists.
+# Each component has installed exactly the files of its manifest.
 set -eu
 for component in runtime development tools; do
     sed -e "s|^lib/|$LIBDIR/|" -e "s|@DOCDIR@|$DOCDIR|" -e "s|@VERSION@|$VERSION|" -e "s|@CONFIG@|$CONFIG|" \
@@ -7,10 +7,10 @@ for component in runtime development tools; do
     diff -u "$component.txt" "$STAGE/$component.found"
 done
 
-# Nothing belongs to no component.
+# Each installed file belongs to a component.
 LC_ALL=C sort ./*.txt | diff -u "$STAGE/all.found" -
 
-# Nothing tells where it came from.
+# No installed file contains a path of the build.
 if grep -rIl -e "$STAGE" -e "$BUILD" -e "$SOURCE" "$PREFIX"; then
     echo "these files name the folder that they were built in" >&2
     exit 1

@@ -1,6 +1,6 @@
 #!/bin/sh
-# A project that contains this one as a directory gets the targets, and neither tests, tools nor installation. The lines
-# that the host's guide shows for such a project build the module, too.
+# A project that contains this one as a directory has the targets of the library, but no tests, tools or installation. The
+# lines of the host's guide for such a project build the module, too.
 set -eu
 rm -rf ./*
 "$CMAKE" -S "$(dirname "$0")/sub_directory" -B build -DZTA_SOURCE="$SOURCE" -DCMAKE_CXX_COMPILER="$CXX" > log
@@ -21,7 +21,8 @@ ln -s "$SOURCE" guide/zta
 grep -q MODULE_PATH guide/CMakeLists.txt
 echo 'int main(int, char** argv) { return MODULE_PATH[0] == argv[0][0]; }' > guide/your_host.cpp
 "$CMAKE" -S guide -B guide/build -DCMAKE_CXX_COMPILER="$CXX" > log
-# The commands that the target needs include the link of the module. To run them takes long, and other tests do it.
+# The commands for the target include the link of the module. They are not run here: that takes minutes, and other tests
+# do it.
 case ${CMAKE_GENERATOR:-} in
 Ninja*) set -- -t commands your_host ;;
 *) set -- -n ;;

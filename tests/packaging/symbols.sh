@@ -1,5 +1,5 @@
 #!/bin/sh
-# Debian's symbols file names what the module exports, no more and no less.
+# Debian's symbols file lists exactly the exported names of the module.
 set -eu
 sed -n 's/^ \([^ @]*\)@Base [^ ]*$/\1/p' "$SOURCE/packaging/debian/libztaaudiosamplesengine1.symbols" > names.txt
 diff -u "$SOURCE/cmake/exports.list" names.txt

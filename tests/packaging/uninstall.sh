@@ -1,11 +1,11 @@
 #!/bin/sh
-# Uninstalling removes what was installed, and nothing else: a whole installation, components, and with DESTDIR.
+# Uninstalling removes exactly the installed files: of a whole installation, of components, and with DESTDIR.
 set -eu
 unset DESTDIR
 rm -rf ./*
 mkdir manifests
 
-# install PREFIX [COMPONENT]: the manifest that this writes is moved from the build directory.
+# install PREFIX [COMPONENT]: installs, and moves the manifest out of the build directory.
 install() {
     "$CMAKE" --install "$BUILD" --prefix "$1" ${2:+--component "$2"} > log
     mv "$BUILD"/install_manifest*.txt manifests

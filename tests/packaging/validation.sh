@@ -1,5 +1,6 @@
 #!/bin/sh
-# A project outside adds validations of its targets by the installed package. Its good targets pass, its bad ones fail.
+# A project that uses the installed package adds validations of its targets. The correct targets pass, the wrong ones
+# fail.
 set -eu
 rm -rf build
 "$CMAKE" -S "$(dirname "$0")/validation" -B build -DCMAKE_PREFIX_PATH="$PREFIX" -DCMAKE_CXX_COMPILER="$CXX" \

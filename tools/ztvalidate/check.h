@@ -1,4 +1,4 @@
-/// A check, the ways in which it ends, and what it returns.
+/// A check, its exceptions and its outcome.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A property that breaks no rule and that users of the subject should know.
+/// A property that violates no rule, but that users of the subject should know.
 class CheckWarning : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -56,7 +56,7 @@ inline void Require(bool condition, const std::string& otherwise)
 /// Throws CheckFailure, with both status codes, unless they are equal.
 void RequireStatus(int actual, int expected, const std::string& what);
 
-/// A status code in hexadecimal digits, with its name if it has one.
+/// Returns a status code in hexadecimal digits, with its name if it has one.
 std::string StatusText(int status);
 
 enum class Result { Passed, Warning, Failed, Crashed, Skipped };
@@ -71,7 +71,7 @@ struct Outcome {
     bool hasHung = false; ///< the time limit ended it
 };
 
-/// True of a check that failed or crashed.
+/// Returns true if the check failed or crashed.
 bool IsBad(const Outcome& outcome);
 
 /// Runs a check in this process. A crash or a hang is not caught.

@@ -1,4 +1,4 @@
-/// A buffer of a call: it detects writes outside its samples, and can use the rare freedoms of a host.
+/// A buffer of a call. Detects writes outside its samples, and can behave in unusual ways that the contract permits.
 #pragma once
 
 #include "host/formats.h"
@@ -25,7 +25,7 @@ public:
 
     /// All bytes up to the capacity.
     [[nodiscard]] Bytes Content() const;
-    /// Replaces the beginning.
+    /// Replaces the first bytes.
     void SetContent(const Bytes& bytes);
     [[nodiscard]] bool IsGuardIntact() const;
 

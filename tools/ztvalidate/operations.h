@@ -1,4 +1,4 @@
-/// The engine's operations as data: their usual buffers, their calls, and the rules for every call.
+/// The engine's operations as a table: their typical buffers, their calls, and the rules for each call.
 #pragma once
 
 #include "tools/ztvalidate/guarded_buffer.h"
@@ -120,7 +120,7 @@ private:
 /// A stream between the rates of two formats.
 host::Ref<IUnknown> MakeStream(IZtaAudioSamplesEngine& engine, SZtaWaveFormatInfo from, SZtaWaveFormatInfo to);
 
-/// A gain ramp for each channel, no two alike.
+/// Returns a different gain ramp for each channel.
 std::vector<SZtAudioMonoVolumeInfo> Ramps(std::size_t channels);
 
 std::vector<Check> OperationChecks();

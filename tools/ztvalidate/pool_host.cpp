@@ -37,18 +37,6 @@ PoolBuffer::~PoolBuffer()
     munmap(memory_, size_);
 }
 
-unsigned long PoolBuffer::AddRef()
-{
-    ++references_;
-    return AudioBuffer::AddRef();
-}
-
-unsigned long PoolBuffer::Release()
-{
-    --references_;
-    return AudioBuffer::Release();
-}
-
 int PoolBuffer::GetBufferAndLength(void** data, unsigned long* lengthBytes)
 {
     *data = memory_;

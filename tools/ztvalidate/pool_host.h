@@ -14,23 +14,18 @@ class PoolBuffer : public host::AudioBuffer {
 public:
     PoolBuffer(std::string name, const SZtCreateAudioSamplesDescription& request);
 
-    unsigned long AddRef() override;
-    unsigned long Release() override;
     int GetBufferAndLength(void** data, unsigned long* lengthBytes) override;
     int GetBufferCapacity(unsigned long* capacityBytes) override;
     int GetLengthInSampleFrames(unsigned long* frames) override;
     int SetLength(unsigned long lengthBytes) override;
 
     [[nodiscard]] const std::string& Name() const { return name_; }
-    /// References that are held now.
-    [[nodiscard]] long References() const { return references_; }
 
 protected:
     ~PoolBuffer() override;
 
 private:
     std::string name_;
-    long references_ = 1;
     void* memory_;
     std::size_t size_;
     std::size_t validLength_ = 0;
@@ -50,7 +45,7 @@ public:
     /// Makes request number `n` fail, counted from 1; 0 for none.
     void FailRequest(int n) { failingRequest_ = n; }
 
-    /// How many buffers have been requested.
+    /// The number of requested buffers.
     [[nodiscard]] int CreationCount() const { return static_cast<int>(requests_.size()); }
     [[nodiscard]] const std::vector<SZtCreateAudioSamplesDescription>& CreationRequests() const { return requests_; }
     /// The buffers, without references of their own: alive as long as the engine.

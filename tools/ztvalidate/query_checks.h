@@ -21,7 +21,7 @@ inline void* const kUntouched = reinterpret_cast<void*>(std::uintptr_t{0x5A5A5A5
 void RequireInterfaces(IUnknown& object, std::initializer_list<_GUID> ids, const std::string& what,
                        bool countsReferences);
 
-/// What a failed query does to its output.
+/// The output of a failed query: null, or unspecified.
 enum class RejectedOutput { Cleared, Free };
 
 /// Requires that a query for an unknown interface returns E_NOINTERFACE.

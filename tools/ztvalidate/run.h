@@ -23,7 +23,7 @@ private:
 /// Prints the checks that the options select.
 void ListChecks(const Options& options, const ReportWriter& writer);
 
-/// Runs the checks and writes the reports. Returns true if the subjects are good. Throws UsageFailure if the options
+/// Runs the checks and writes the reports. Returns true if each subject passed. Throws UsageFailure if the options
 /// select no check, or if a subject cannot be read.
 bool RunChecks(const Options& options, const std::string& program, const ReportWriter& writer);
 

@@ -32,7 +32,7 @@ Scheduler::Scheduler(const std::vector<Check>& checks, const Context& context, c
     }
 }
 
-std::chrono::duration<double> Scheduler::Patience() const
+std::chrono::duration<double> Scheduler::SlowThreshold() const
 {
     const std::chrono::duration<double> limit = limits_.time;
     const double average = finishedCount_ == 0 ? 0 : finishedSeconds_ / finishedCount_;
@@ -41,7 +41,7 @@ std::chrono::duration<double> Scheduler::Patience() const
 
 bool Scheduler::IsSlow(const Entry& entry) const
 {
-    return hasHung_ && entry.state == State::Running && Clock::now() - entry.start > Patience();
+    return hasHung_ && entry.state == State::Running && Clock::now() - entry.start > SlowThreshold();
 }
 
 Scheduler::Decision Scheduler::Decide(Entry& entry)

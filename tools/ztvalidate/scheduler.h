@@ -1,4 +1,4 @@
-/// Decides which check runs when.
+/// Selects the next check to run.
 #pragma once
 
 #include "tools/ztvalidate/supervisor.h"
@@ -20,9 +20,9 @@ struct RunLimits {
 
 /// Runs the checks of one subject in child processes.
 ///
-/// A check that hangs costs little. Once one has hung, a check that takes much longer than others no longer counts as
-/// a job, and the next one starts; two such checks of a group at most run at a time. After two checks of a group have
-/// hung, the others of the group are skipped.
+/// A check that hangs delays the others little. After one has hung, a check that runs much longer than others no longer
+/// counts as a job, and the next one starts; at most two such checks of a group run at the same time. After two checks
+/// of a group have hung, the others of the group are skipped.
 class Scheduler {
 public:
     using Clock = std::chrono::steady_clock;
@@ -55,7 +55,7 @@ private:
     void WaitForChecks();
     void Finish(Entry& entry, Outcome outcome);
     [[nodiscard]] bool IsSlow(const Entry& entry) const;
-    [[nodiscard]] std::chrono::duration<double> Patience() const;
+    [[nodiscard]] std::chrono::duration<double> SlowThreshold() const;
 
     std::vector<Entry> entries_;
     Context context_;

@@ -1,4 +1,4 @@
-/// Runs checks beside each other, each under a supervising process of its own.
+/// Runs checks in parallel, each under a supervising process of its own.
 #pragma once
 
 #include "tools/ztvalidate/check.h"

@@ -10,13 +10,6 @@
 
 #include <immintrin.h>
 
-// The intrinsics of GCC 12 use an uninitialized source for their masked forms, and warn about it.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-
 namespace {
 
 class PackedSimd {
@@ -141,5 +134,3 @@ public:
 };
 
 } // namespace
-
-#pragma GCC diagnostic pop

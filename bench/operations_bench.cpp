@@ -276,14 +276,15 @@ void MeasureAgainstHostCalls(benchmark::State& state, Bench& bench, std::size_t 
         });
 }
 
-/// Selects the variant of the sample loops that the option of this program names: --loop-variant=NAME.
+/// Selects the variant of the sample loops that the option of this program names: --loop-variant=NAME, or its former
+/// spelling --loops=NAME.
 void SelectLoops(const Bench& bench, int argc, char** argv)
 {
-    constexpr std::string_view kOption = "--loop-variant=";
     for (int i = 1; i < argc; ++i) {
-        const bool isOption = std::string_view(argv[i]).starts_with(kOption);
+        const std::string_view argument = argv[i];
+        const bool isOption = argument.starts_with("--loop-variant=") || argument.starts_with("--loops=");
         const auto select = bench.module.Symbol<decltype(&ztSelectSampleLoops)>("ztSelectSampleLoops");
-        if (!isOption || select(argv[i] + kOption.size()) < 0) {
+        if (!isOption || select(argv[i] + argument.find('=') + 1) < 0) {
             std::fprintf(stderr, "%s: unknown option, or a variant that this CPU does not support\n", argv[i]);
             std::exit(1);
         }

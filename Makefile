@@ -40,7 +40,7 @@ help:
 quick: configure
 	JOBS=$(JOBS) scripts/quick $(PRESET) $(BASE)
 
-# Converts recordings with the tool and compares every sample. Writes a report and plots to build/demo.
+# Converts recordings with the tool and checks every result. Writes a report and plots to build/demo.
 demo:
 	scripts/require-packages $(DEMO_PACKAGES)
 	cmake --preset $(PRESET) -DZTA_BUILD_TOOLS=ON

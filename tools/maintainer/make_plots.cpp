@@ -1,6 +1,7 @@
 /// make_plots FOLDER: measures the resampler of the module, draws the pictures of docs/plots and prints the figures.
 #include "tools/common/failure.h"
 #include "tools/common/spectrum_plot.h"
+#include "tools/maintainer/sine.h"
 #include "tools/ztaudio/resample_stream.h"
 
 #include <algorithm>
@@ -130,17 +131,6 @@ void PlotResponses(EngineSession& engine, const std::filesystem::path& folder)
     WriteText(folder / "passband.svg", close.Text());
 }
 
-Samples Sine(double hertz, double decibels, double rate, std::size_t frames)
-{
-    Samples samples(frames);
-    const double amplitude = 32768 * std::pow(10.0, decibels / 20);
-    for (std::size_t i = 0; i < frames; ++i) {
-        const double turns = std::fmod(hertz * static_cast<double>(i) / rate, 1.0);
-        samples[i] = static_cast<std::int16_t>(std::lround(amplitude * std::sin(2 * std::numbers::pi * turns)));
-    }
-    return samples;
-}
-
 std::vector<double> ToAmplitudes(std::span<const std::int16_t> samples)
 {
     std::vector<double> values(samples.size());
@@ -158,7 +148,7 @@ Spectrum ComputeSpectrum(std::span<const std::int16_t> samples, std::size_t segm
 void PlotTone(EngineSession& engine, const std::filesystem::path& folder, const Direction& direction, double hertz)
 {
     constexpr double kLevel = -1;
-    const Samples in = Sine(hertz, kLevel, direction.from, std::size_t{6} * direction.from);
+    const Samples in = MakeSine(hertz, kLevel, direction.from, std::size_t{6} * direction.from);
     const Samples out = Resample(engine, direction, in);
     const double rate = direction.to;
     char name[96];

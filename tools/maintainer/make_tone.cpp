@@ -1,11 +1,10 @@
 /// make_tone FILE HERTZ DBFS RATE SECONDS: writes a sine for scripts/demo, as a mono WAV file of 16 bits.
+#include "tools/maintainer/sine.h"
+
 #include <sndfile.h>
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <numbers>
-#include <vector>
 
 namespace {
 
@@ -29,12 +28,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: make_tone FILE HERTZ DBFS RATE SECONDS\n");
         return 2;
     }
-    const double amplitude = 32768 * std::pow(10.0, decibels / 20);
-    std::vector<short> samples(static_cast<std::size_t>(rate * seconds));
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const double turns = std::fmod(hertz * static_cast<double>(i) / rate, 1.0);
-        samples[i] = static_cast<short>(std::lround(amplitude * std::sin(2 * std::numbers::pi * turns)));
-    }
+    const auto samples = MakeSine(hertz, decibels, rate, static_cast<std::size_t>(rate * seconds));
     SF_INFO info{};
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     info.channels = 1;

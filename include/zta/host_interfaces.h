@@ -17,18 +17,18 @@
 inline constexpr _GUID IID_IZtAVContent ZTA_API = {
     0xE7906166, 0x30F4, 0x4F30, {0xAE, 0x1E, 0x2F, 0xCF, 0xAE, 0x96, 0x93, 0x30}};
 
-/// {20B1F28E-A524-4997-A768-F4FF6342363E}
+/// {20B1F28E-A524-4997-A768-F4FF6342363E}, a buffer; not queried by the engine
 inline constexpr _GUID IID_IZtAudioSamples ZTA_API = {
     0x20B1F28E, 0xA524, 0x4997, {0xA7, 0x68, 0xF4, 0xFF, 0x63, 0x42, 0x36, 0x3E}};
 
-/// {1E271296-1E50-40C9-8BB5-FB13F8133B96}
+/// {1E271296-1E50-40C9-8BB5-FB13F8133B96}, the engine object of a host; not queried by the engine
 inline constexpr _GUID IID_IZtQuonEnginePrivate ZTA_API = {
     0x1E271296, 0x1E50, 0x40C9, {0x8B, 0xB5, 0xFB, 0x13, 0xF8, 0x13, 0x3B, 0x96}};
 
 /// Time marks, completion signals and error code of a buffer.
 ///
 /// Before it calls the engine, the host announces one read of each input and one write of each output. The engine
-/// answers each announcement with exactly one completion signal. How a host announces an access is not part of the
+/// signals the completion of each announced access exactly once. How a host announces an access is not part of the
 /// interface.
 class ZTA_API IZtAVContent : public IUnknown {
 public:

@@ -2,7 +2,7 @@
 ///
 /// Only the first function is required. The interfaces leave it to the host how an access is announced, so the other
 /// three do it for the validator; unless all three are exported, completion signals are not checked. All return a
-/// status code.
+/// status code. The validator calls them from one thread at a time.
 #pragma once
 
 #include <zta/export.h>

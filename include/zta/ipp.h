@@ -123,7 +123,8 @@ ZTA_API IppStatus ippsMove_16s(const std::int16_t* pSrc, std::int16_t* pDst, int
 ZTA_API IppStatus ippsResamplePolyphaseFixedGetSize_16s(int inRate, int outRate, int len, int* pSize, int* pLen,
                                                         int* pHeight, IppHintAlgorithm hint) noexcept;
 
-/// Computes a filter bank: a Kaiser-windowed sinc, divided into phases. [any thread] [real-time], but slow
+/// Computes a filter bank: a Kaiser-windowed sinc, divided into phases. The caller owns the memory of the filter, and
+/// may free it when no call uses it. [any thread] [real-time], but slow
 /// inRate, outRate, len, hint  as for ippsResamplePolyphaseFixedGetSize_16s
 /// rollf   cutoff as a fraction of half of the lower rate: above 0.0, at most 1.0
 /// alpha   parameter of the window, at least 1.0
@@ -133,7 +134,7 @@ ZTA_API IppStatus ippsResamplePolyphaseFixedInit_16s(int inRate, int outRate, in
                                                      IppsResamplingPolyphaseFixed_16s* pSpec,
                                                      IppHintAlgorithm hint) noexcept;
 
-/// Resamples contiguous samples. [any thread] [real-time]
+/// Resamples contiguous samples. The filter does not change: several threads may use it. [any thread] [real-time]
 /// pSrc     sample at position 0. The function reads half a filter length before the first and after the last position;
 ///          the caller provides these samples
 /// len      number of input positions that outputs may fall on, from the integer part of *pTime on; at least 1

@@ -17,7 +17,8 @@ enum EZtLogLevel : std::uint32_t {
 
 /// Writes a line to the log of the host. A host defines this function in its executable or in a library with global
 /// symbols. The import is weak: without a definition the library does not log. The library calls it on the thread of
-/// the failing operation, so on a real-time thread it must be real-time safe. It must not throw.
+/// the failing operation, so on a real-time thread it must be real-time safe. It must not throw. The strings are valid
+/// while the module is loaded.
 /// ePackage    keZtLogPackageComponent
 /// iLine       1
 /// eLevel      keZtLogLevelError

@@ -21,7 +21,7 @@ ZTA_API int DllEntryPoint(unsigned int hInst, void* pReason);
 /// Returns 0 if no object of the module is alive and no lock is set, otherwise 1. [any thread] [real-time]
 ZTA_API int DllCanUnloadNow();
 
-/// Creates the class factory of a class. [any thread] [allocates]
+/// Creates the class factory of a class. Throws std::bad_alloc if the allocation fails. [any thread] [allocates]
 /// rclsid  CLSID_ZtaAudioSamplesEngine
 /// riid    IID_IClassFactory or IID_IUnknown
 /// ppv     receives the factory with a reference that the caller owns; unchanged on failure
@@ -57,10 +57,10 @@ ZTA_API int ZtInternalUnregisterAllServers();
 
 } // extern "C"
 
-/// Does nothing. Hosts call it before they start their tracing.
+/// Does nothing. Hosts call it before they start their tracing. [any thread] [real-time]
 ZTA_API void _ztStartWPP();
 
-/// Does nothing. Hosts call it after they stop their tracing.
+/// Does nothing. Hosts call it after they stop their tracing. [any thread] [real-time]
 ZTA_API void _ztStopWPP();
 
 /// The version record of a module. Tools read it from the section ".kelvarvideo" of the file. Texts are padded with

@@ -1,14 +1,15 @@
 /// Selection of the sample loops.
-#pragma once
-
-#include <zta/export.h>
-
+///
 /// The kernels of the copy, volume, stereo and mux operations call sample loops. The loops exist in three variants:
 /// "scalar" runs on every CPU (hosts may also select it by its former name, "plain"), "avx2" requires AVX2 and FMA,
 /// "avx512" requires AVX-512 F, BW, DQ, VL and VBMI. The last two also require that the operating system saves the wide
 /// registers. All variants are bit-exact; they differ in speed only. The module selects the widest supported variant,
 /// once for the process. These functions are for tests, benchmarks, and hosts that need a fixed variant. They do not
 /// affect the signal functions (<zta/ipp.h>).
+#pragma once
+
+#include <zta/export.h>
+
 extern "C" {
 
 /// Returns the name of the selected variant. The string is valid while the module is loaded. [any thread] [real-time],

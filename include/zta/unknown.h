@@ -29,9 +29,10 @@ inline constexpr _GUID IID_IClassFactory ZTA_API = {0x00000001, 0x0000, 0x0000, 
 /// objects on the thread of the operation only.
 class ZTA_API IUnknown {
 public:
-    /// Returns another interface of the object.
+    /// Returns another interface of the object. [any thread] [real-time]
     /// riid    identifier of the interface
-    /// ppv     receives the interface with a reference that the caller owns, or null on failure
+    /// ppv     receives the interface with a reference that the caller owns. On failure, class factories leave it
+    ///         unchanged, and other objects store null
     /// Errors  E_NOINTERFACE  the object lacks this interface
     virtual int QueryInterface(const _GUID& riid, void** ppv) = 0;
 
@@ -53,7 +54,7 @@ public:
     /// pOuterUnknown  null, or the object that aggregates the new one; then `riid` must be IID_IUnknown
     /// riid           identifier of the interface
     /// ppv            receives the interface with a reference that the caller owns
-    /// Errors         E_NOINTERFACE  the class lacks this interface
+    /// Errors         E_NOINTERFACE  the class lacks this interface, or another `riid` with `pOuterUnknown`
     ///                E_OUTOFMEMORY  an allocation failed
     virtual int CreateInstance(IUnknown* pOuterUnknown, const _GUID& riid, void** ppv) = 0;
 

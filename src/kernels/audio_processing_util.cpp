@@ -22,8 +22,8 @@ struct SFormatFamily {
 
 // clang-format off
 
-// 16-bit samples in 32-bit containers are classified as 16-in-16: the frame size does not follow from the property. 20
-// valid bits are classified as 24.
+// 16-bit samples in 32-bit containers are classified as 16-in-16: the frame size does not follow from the property.
+// Samples of 20 valid bits are classified as 24-in-32.
 constexpr SFormatFamily kFormatFamilies[] = {
     {keZtAudioDataTypePcm,         16, 16, 48000, 64, keZtAudioSampleFormat16In16Mono},
     {keZtAudioDataTypePcm,         32, 16, 48000,  2, keZtAudioSampleFormat16In16Mono},
@@ -61,7 +61,8 @@ EZtAudioSampleFormatProperty Classify(const SZtaWaveFormatInfo& rsFormat)
     return keZtAudioSampleFormatInvalid;
 }
 
-// The layouts at 48000 Hz that SuggestFormatSingleBuffer may suggest.
+// IsMono and IsStereo select the layouts at 48000 Hz that SuggestFormatSingleBuffer may suggest.
+
 bool IsMono(EZtAudioSampleFormatProperty eProperty)
 {
     return eProperty == keZtAudioSampleFormat16In16Mono || eProperty == keZtAudioSampleFormat24In32Mono ||

@@ -2,8 +2,11 @@
 
 #include "kernels/sample_format.h"
 
+#include <zta/audio_records.h>
+#include <zta/export.h>
 #include <zta/host_interfaces.h>
 
+#include <cstdint>
 #include <cstring>
 
 /// An entry of a kernel table. The order of entries is observable: searches return the first match.
@@ -13,6 +16,7 @@ struct ZTA_API SZtAProcessingFormatAndFunctionIndex {
     std::int32_t iFunctionIndex; ///< into the class's own array of member functions
 };
 
+/// A kernel table.
 struct ZTA_API SZtAListOfProcessingFormatsAndFunctionIndex {
     std::int32_t iFormatCount;
     SZtAProcessingFormatAndFunctionIndex* psFormats;
@@ -24,7 +28,7 @@ constexpr bool ZtaIsPowerOfTwo(unsigned long ul)
     return ul != 0 && (ul & (ul - 1)) == 0;
 }
 
-/// Ignores container bits beyond whole bytes.
+/// Returns the bytes of a sample frame. Ignores container bits beyond whole bytes.
 constexpr std::uint32_t ZtaBytesPerFrame(const SZtaWaveFormatInfo& rsFormat)
 {
     return rsFormat.ulBitsPerSample / 8 * rsFormat.ulChannels;
@@ -40,7 +44,7 @@ struct ZTA_API SZtAudioBufferInformations {
     SZtAudioSamplesDescription sDescription;
 };
 
-/// What a buffer reports of itself. This is the one place that queries it.
+/// What a buffer reports of itself. The kernel classes query the buffer info through this record only.
 struct SZtaBufferProperties {
     SZtAudioSamplesDescription sDescription{sizeof(SZtAudioSamplesDescription), 0, 0, false, false, {}};
     void* pvBuffer = nullptr;
@@ -51,7 +55,7 @@ struct SZtaBufferProperties {
     /// Queries description, length and capacity, in this order, up to the first failure.
     ZTA_INTERNAL int Query(IZtAudioSamples* pSamples);
 
-    /// Compares what the format, the valid length and the capacity follow from.
+    /// Returns true if both buffers have the same format, valid length and capacity. The address does not matter.
     bool HasSameProperties(const SZtaBufferProperties& rsOther) const
     {
         return std::memcmp(&sDescription.sWaveFormat, &rsOther.sDescription.sWaveFormat, sizeof(SZtaWaveFormatInfo)) ==
@@ -62,8 +66,8 @@ struct SZtaBufferProperties {
 
 /// The base of every kernel class: classifies wave formats and searches the kernel table of the derived class.
 ///
-/// Returns the status codes of host calls unchanged. No function changes the object: several threads may use it. [any
-/// thread] [no allocation] [no lock]
+/// Returns the status codes of host calls unchanged. No function changes the object: several threads may use it.
+/// [any thread] [real-time], except the constructor: the first one of the process executes CPUID
 class ZTA_API CZtaAudioProcessingUtil {
 public:
     /// The derived constructor sets `m_psProcessingFormats` to its own list.
@@ -83,7 +87,7 @@ public:
                               EZtAudioSampleFormatProperty* peFormat, SZtAudioSamplesDescription* psDescription);
     int GetBufferInformations(IZtAudioSamples* pSamples, SZtAudioBufferInformations* psInformations);
 
-    /// Finds the first table entry of a pair.
+    /// Finds the first table entry of a pair and stores its function index.
     /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry; `*piFunctionIndex` is not written
     int ValidateProcessingFormatAndGetFunctionIndex(EZtAudioSampleFormatProperty eInput,
                                                     EZtAudioSampleFormatProperty eOutput,
@@ -91,15 +95,18 @@ public:
                                                     int* piFunctionIndex);
 
     /// Suggests formats near the given ones that a table entry processes: the pair itself, else another input, else
-    /// another output, else both of an entry. Succeeds if both formats can be classified.
+    /// another output, else both of an entry.
+    /// Errors  ZT_E_FORMAT_NOT_SUPPORTED  a format cannot be classified; the suggestions are not written
     int SuggestFormatInOutBuffers(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut,
                                   SZtaWaveFormatInfo* psSuggestedIn, SZtaWaveFormatInfo* psSuggestedOut);
 
     /// The same for a class that processes in place.
-    /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no entry matches; `*psSuggested` is not written
+    /// Errors  ZT_E_FORMAT_NOT_SUPPORTED             the format cannot be classified
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no entry matches; `*psSuggested` is not written
     int SuggestFormatSingleBuffer(SZtaWaveFormatInfo* psFormat, SZtaWaveFormatInfo* psSuggested);
 
-    /// Fails for a format that cannot be classified. Succeeds with false for one that no table entry processes.
+    /// Stores true if a table entry processes the formats, otherwise false.
+    /// Errors  ZT_E_FORMAT_NOT_SUPPORTED  a format cannot be classified; the result is false
     int QueryFormatSupportedInOutBuffers(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported);
     int QueryFormatSupportedSingleBuffer(SZtaWaveFormatInfo* psFormat, bool* pbSupported);
 

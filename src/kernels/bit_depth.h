@@ -6,7 +6,7 @@
 /// Converts between the sample layouts of one channel count and rate: 16-in-16, 24-in-32, 24-in-24 and float.
 ///
 /// Narrowing drops low bits, float to integer truncates towards zero, and nothing saturates. Kernels have no state:
-/// several threads may use one object on different buffers. [any thread] [no allocation] [no lock]
+/// several threads may use one object on different buffers. [any thread] [real-time]
 class ZTA_API CZtaConvertBitDepth : public CZtaAudioProcessingUtil {
 public:
     CZtaConvertBitDepth();
@@ -21,17 +21,17 @@ public:
 
     int QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported);
 
-    // The kernels of the table. ulFrames counts sample frames; buffers may not overlap unless they are the same and
-    // the conversion keeps the sample size. Each returns 0.
+    // The kernels of the table. ulFrames counts sample frames. Input and output may be the same if the conversion keeps
+    // the sample size; other overlaps are not supported. Each kernel returns 0.
 #define ZTA_BIT_DEPTH_ENTRY(in, out, name, loop, samples)                                                              \
     int name(unsigned long ulFrames, void* pvInput, void* pvOutput);
     ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)
 #undef ZTA_BIT_DEPTH_ENTRY
 
     // Conversions of whole frames of ulChannels samples until ulInputBytes are consumed. bLsbAligned selects the
-    // alignment in the 32-bit container; the two directions are then not inverse. Errors  ZT_E_BUFFER_SIZE_MISMATCH the
-    // converted frames differ in size from ulInputBytes or ulOutputBytes; the output
-    //                                    is written nevertheless
+    // alignment in the 32-bit container; the two directions are then not inverse.
+    // Errors  ZT_E_BUFFER_SIZE_MISMATCH  the converted frames differ in size from ulInputBytes or ulOutputBytes; the
+    //                                    output is written nevertheless
 
     /// b0 b1 becomes 0 b0 b0 b1, or b0 b1 0 0 if bLsbAligned.
     int ConvertBitDepth16To32(unsigned long ulChannels, unsigned long ulInputBytes, void* pvInput,

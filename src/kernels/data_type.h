@@ -24,15 +24,16 @@
 ///
 /// A multi-format word (MMF in the names) holds its audio field in bits 27 to 4, as an AES3 subframe does; a 16-bit
 /// sample fills bits 27 to 12. The other bits are dropped. Kernels have no state: several threads may use one object on
-/// different buffers. [any thread] [no allocation]
+/// different buffers. [any thread] [real-time]
 class ZTA_API CZtaConvertDataType : public CZtaAudioProcessingUtil {
 public:
     CZtaConvertDataType();
     ~CZtaConvertDataType() override;
 
-    /// Converts to words of the same size. Input and output have the same layout, frame size and channel count. Does
-    /// not set the valid length of the output, and does not check that the input is multi-format. Errors
-    /// ZT_E_DESTINATION_BUFFER_TOO_SMALL     the capacity of the output is below the valid frames of the input
+    /// Converts the valid frames of the input to PCM samples in containers of the same size. Does not set the valid
+    /// length of the output, and does not check that the input is multi-format.
+    /// Errors  ZT_E_FORMAT_NOT_SUPPORTED             a format that cannot be classified
+    ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the capacity of the output is below the valid frames of the input
     ///         ZT_E_BUFFER_FORMAT_MISMATCH           layouts, frame sizes or channel counts differ
     ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the layout
     ///         any other code                        from the buffers
@@ -40,15 +41,17 @@ public:
 
     int QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported);
 
-    // The kernels of the table, on 32-bit words. Input and output may be the same. Each returns 0.
+    // The kernels of the table, on 32-bit words. ulFrames counts sample frames. Input and output may be the same. Each
+    // kernel returns 0.
 #define ZTA_DATA_TYPE_ENTRY(layout, name, loop, samples)                                                               \
     int name(unsigned long ulFrames, void* pvInput, void* pvOutput);
     ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)
 #undef ZTA_DATA_TYPE_ENTRY
 
     /// Converts 16-bit multi-format words to 16-bit samples. Does not set the valid length of the output, which must
-    /// equal that of the input, in frames. psDescription  of the input Errors         ZT_E_BUFFER_SIZE_MISMATCH  the
-    /// frame counts differ
+    /// equal that of the input, in frames.
+    /// psDescription  of the input
+    /// Errors         ZT_E_BUFFER_SIZE_MISMATCH  the frame counts differ
     ///                any other code             from the buffers
     int ConvertBitDepthFrom16In32MultiFormatTo16In16Pcm(IZtAudioSamples* pInput,
                                                         const SZtAudioSamplesDescription* psDescription,

@@ -22,15 +22,16 @@
 
 /// Fades the start, the end or both ends of a buffer in place, as requested by the flags of its description.
 ///
-/// The fade curve is 1 - (1 - t)^2 over 200 frames. Several threads may use one object on different buffers. [any
-/// thread] [no allocation]
+/// The fade curve is 1 - (1 - t)^2 over 200 frames. Several threads may use one object on different buffers.
+/// [any thread] [real-time]
 class ZTA_API CZtaApplyFade : public CZtaAudioProcessingUtil {
 public:
     CZtaApplyFade();
     ~CZtaApplyFade() override;
 
     /// Fades a buffer. If both flags are set, returns the status of the fade-out.
-    /// Errors  ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the layout, whether or not a flag is set
+    /// Errors  ZT_E_FORMAT_NOT_SUPPORTED             a format that cannot be classified
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the layout, whether or not a flag is set
     ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     a mux buffer of less than 200 frames, which is not changed
     ///         any other code                        from the buffer
     int ApplyFade(IZtAudioSamples* pSamples);
@@ -39,15 +40,16 @@ public:
     int SuggestFormat(SZtaWaveFormatInfo* psFormat, SZtaWaveFormatInfo* psSuggested);
     int QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSupported);
 
-    // The kernels of the table.
+    // The kernels of the table. They fade the first or the last frames of a buffer of ulFrames frames.
 #define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, op, words, shortBuffer)                                                \
     int fadeIn(unsigned long ulFrames, void* pvBuffer);                                                                \
     int fadeOut(unsigned long ulFrames, void* pvBuffer);
     ZTA_FADE_LIST(ZTA_FADE_ENTRY)
 #undef ZTA_FADE_ENTRY
 
-    // The fades of mux kernels over ulFrames frames, with one gain for each frame. If bForward is true, the gains
-    // follow in ascending order of memory, otherwise in descending order.
+    // Fades of mux buffers over ulFrames frames, with one gain for each frame. pulGains and pusGains point to the gain
+    // of the first frame. The gains of the next frames follow in ascending order of memory if bForward is true,
+    // otherwise in descending order. sStep is the distance from one gain to the next.
     void ApplyFade24BitIn32Mux4(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains, bool bForward);
     void ApplyFade24BitIn32Mux8(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains, bool bForward);
     void ApplyFade24BitIn32Mux16(void* pvBuffer, unsigned long ulFrames, const unsigned int* pulGains, bool bForward);

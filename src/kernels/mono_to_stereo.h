@@ -16,8 +16,7 @@
 
 /// Interleaves two mono buffers into one stereo buffer, bit-exact.
 ///
-/// Kernels have no state: several threads may use one object on different buffers. [any thread] [no allocation] [no
-/// lock]
+/// Kernels have no state: several threads may use one object on different buffers. [any thread] [real-time]
 class ZTA_API CZtaConvertMonoToStereo : public CZtaAudioProcessingUtil {
 public:
     CZtaConvertMonoToStereo();
@@ -28,7 +27,7 @@ public:
     ///         ZT_E_BUFFER_FORMAT_MISMATCH           left and right have different layouts or rates
     ///         ZT_E_BUFFER_SIZE_MISMATCH             left and right have different counts of valid frames
     ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the output's capacity is below them
-    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no row for the pair
+    ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the pair
     ///         any other code                        from the buffers
     int ConvertMonoToStereo(IZtAudioSamples* pLeft, IZtAudioSamples* pRight, IZtAudioSamples* pStereo);
 
@@ -36,8 +35,8 @@ public:
                       SZtaWaveFormatInfo* psSuggestedStereo);
     int QueryFormatSupported(SZtaWaveFormatInfo* psMono, SZtaWaveFormatInfo* psStereo, bool* pbSupported);
 
-    // The kernels of the table. A null input reads as silence. An input may lie in the second half of the output; other
-    // overlaps are not supported.
+    // The kernels of the table. ulFrames counts sample frames. A null input reads as silence. An input may lie in the
+    // second half of the output; other overlaps are not supported.
     int ConvertMonoToStereo16(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo);
     int ConvertMonoToStereo24in32(unsigned long ulFrames, void* pvLeft, void* pvRight, void* pvStereo);
 

@@ -29,8 +29,11 @@ constexpr SElementFormat kStereoElements[] = {{keZtAudioSampleFormat24In32Stereo
 /// The differences between the four operations.
 struct SMuxTraits {
     unsigned long ulMaxBuffers; ///< 0 and more than this are ZT_E_INVALID_PARAMETER
-    unsigned long ulChannels; ///< of one buffer. The count of volumes is compared after a division by it, so one volume
-                              ///< more passes. Only the volume step rejects it.
+
+    /// The channels of one buffer. Required behavior: the count of volumes is divided by it and then compared, so one
+    /// volume more passes this check. The volume step may reject it later.
+    unsigned long ulChannels;
+
     const SElementFormat (&rasElements)[3];
     int iUnsupportedStatus;         ///< the status of any other format in the array
     const ZtaMuxKernel* pfnKernels; ///< by function index
@@ -46,7 +49,7 @@ constexpr ZtaMuxKernel kMuxToStereoKernels[] = {ZTA_MUX_TO_STEREO_LIST(ZTA_MUX_K
 constexpr SMuxTraits kMonoToMux = {64, 1, kMonoElements, ZT_E_INPUT_FORMAT_NOT_SUPPORTED, kMonoToMuxKernels};
 constexpr SMuxTraits kStereoToMux = {32, 2, kStereoElements, ZT_E_INPUT_FORMAT_NOT_SUPPORTED, kStereoToMuxKernels};
 constexpr SMuxTraits kMuxToMono = {64, 1, kMonoElements, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kMuxToMonoKernels};
-/// The kernels accept 32 buffers: more are rejected there, and only if there are frames.
+/// Required behavior: the operation accepts 64 buffers. The kernels reject more than 32, but only if there are frames.
 constexpr SMuxTraits kMuxToStereo = {64, 2, kStereoElements, ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED, kMuxToStereoKernels};
 
 static_assert(ZtaPairsAreUnique({ZTA_MONO_TO_MUX_LIST(ZTA_FORMAT_PAIR)}));
@@ -63,7 +66,7 @@ struct SMuxCall {
     unsigned long ulVolumeCount;
 };
 
-/// One operation: the buffer info of all buffers, and the steps that the four have in common.
+/// One call of one of the four operations: the buffer info of all buffers, and the steps that the four share.
 class CMuxOperation {
 public:
     // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject): the steps set each field before they read it
@@ -78,7 +81,8 @@ public:
     int Deinterleave();
 
 private:
-    /// The first buffer of the array. The others may have another container, but not another length.
+    /// Properties of the first buffer of the array. The others may have another container, but must have as many valid
+    /// frames.
     struct SArrayFormat {
         EZtAudioSampleFormatProperty eFormat;
         unsigned long ulBytesPerFrame;
@@ -88,7 +92,7 @@ private:
     int ValidateCounts() const;
     int QueryBuffers();
     int QueryArray();
-    void ClampMaxFrames(unsigned long ulHeldFrames, unsigned long ulFrameBytes, unsigned long ulProcessedFrameBytes);
+    void ClampMaxFrames(unsigned long ulBufferFrames, unsigned long ulFrameBytes, unsigned long ulProcessedFrameBytes);
     int RunKernel(EZtAudioSampleFormatProperty eInput, EZtAudioSampleFormatProperty eOutput);
 
     CZtaAudioProcessingUtil& m_rUtil;
@@ -178,16 +182,16 @@ int CMuxOperation::QueryArray()
     return ZT_NOERROR;
 }
 
-/// Limits the frames to those of a buffer that holds ulHeldFrames frames of ulFrameBytes bytes, of which the kernel
-/// accesses ulProcessedFrameBytes for each frame.
-void CMuxOperation::ClampMaxFrames(unsigned long ulHeldFrames, unsigned long ulFrameBytes,
+/// Clamps the maximum of frames to those in the memory of one buffer: ulBufferFrames frames of ulFrameBytes bytes. The
+/// kernel processes ulProcessedFrameBytes bytes for each frame, which is another number if containers are mixed.
+void CMuxOperation::ClampMaxFrames(unsigned long ulBufferFrames, unsigned long ulFrameBytes,
                                    unsigned long ulProcessedFrameBytes)
 {
     // The sizes are almost always equal: this saves a division.
     if (ulFrameBytes != ulProcessedFrameBytes) {
-        ulHeldFrames = ulHeldFrames * ulFrameBytes / ulProcessedFrameBytes;
+        ulBufferFrames = ulBufferFrames * ulFrameBytes / ulProcessedFrameBytes;
     }
-    m_ulMaxFrames = std::min(m_ulMaxFrames, ulHeldFrames);
+    m_ulMaxFrames = std::min(m_ulMaxFrames, ulBufferFrames);
 }
 
 /// Finds the kernel of a format pair and, unless the buffers are empty, calls it for all frames of the first buffer.

@@ -7,12 +7,12 @@
 /// The four classes between an array of mono or stereo buffers and one mux buffer of the same container.
 ///
 /// Samples are copied unchanged, then scaled if the call has volumes. The settings block of the volumes belongs to the
-/// object: one call at a time. [no allocation except in the constructor] [no lock]
+/// object: one call at a time. [one thread] [real-time], except the constructors: [allocates]
 ///
-/// Their kernels take one data pointer for each buffer of the array. No buffer of the array may overlap the mux: the
-/// order in which frames and channels are moved depends on the processor. Kernels for any count of buffers, which have
-/// a leading underscore and are also behind most of the others, advance each pointer in the array past the processed
-/// data; they accept 2 to 64 mono buffers or 2 to 32 stereo buffers.
+/// A kernel has an array of one data pointer for each buffer. No buffer of the array may overlap the mux: the order in
+/// which frames and channels are copied depends on the variant of the loops. Kernels for any count of buffers, whose
+/// names begin with an underscore and which most table entries call, advance each pointer in the array past the
+/// processed data. They accept 2 to 64 mono buffers or 2 to 32 stereo buffers.
 
 #define ZTA_INTERLEAVE_KERNEL(in, out, name, kernel)                                                                   \
     int name(void** ppvSources, unsigned long ulBufferCount, void* pvMux, unsigned long ulFrames);
@@ -33,8 +33,7 @@ public:
     /// entry, the valid length of the mux must be at least that of the buffers. Without volumes it becomes the buffers'
     /// length. With volumes it is kept, and the whole mux is scaled.
     /// Errors  ZT_E_INVALID_PARAMETER                no buffer or too many, another count of volumes, or a buffer of
-    /// the
-    ///                                               array that cannot be queried
+    ///                                               the array that cannot be queried or classified
     ///         ZT_E_INVALID_POINTER                  a volume count with null volumes
     ///         ZT_E_INPUT_FORMAT_NOT_SUPPORTED       a buffer of the array has a format that the table does not have
     ///         ZT_E_BUFFER_SIZE_MISMATCH             the valid lengths of the array differ
@@ -102,12 +101,10 @@ public:
     /// separately. On entry, the valid lengths of the buffers must be at least that of the mux. Without volumes they
     /// become the mux's length; with volumes they are kept.
     /// Errors  ZT_E_INVALID_PARAMETER                no buffer or too many, another count of volumes, or a buffer of
-    /// the
-    ///                                               array that cannot be queried
+    ///                                               the array that cannot be queried or classified
     ///         ZT_E_INVALID_POINTER                  a volume count with null volumes
     ///         ZT_E_OUTPUT_FORMAT_NOT_SUPPORTED      a buffer of the array has a format that the table does not have;
-    ///         or
-    ///                                               volumes on 16-in-16 buffers, which hold the samples
+    ///                                               or volumes on 16-in-16 buffers, which hold the samples
     ///         ZT_E_BUFFER_SIZE_MISMATCH             the valid lengths of the array differ
     ///         ZT_E_DESTINATION_BUFFER_TOO_SMALL     the buffers are shorter than the mux
     ///         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED  no table entry for the pair; or volumes on 24-in-24 buffers, which

@@ -16,8 +16,7 @@
 
 /// Deinterleaves one stereo buffer into two mono buffers, bit-exact.
 ///
-/// Kernels have no state: several threads may use one object on different buffers. [any thread] [no allocation] [no
-/// lock]
+/// Kernels have no state: several threads may use one object on different buffers. [any thread] [real-time]
 class ZTA_API CZtaConvertStereoToMono : public CZtaAudioProcessingUtil {
 public:
     CZtaConvertStereoToMono();
@@ -37,8 +36,8 @@ public:
                       SZtaWaveFormatInfo* psSuggestedMono);
     int QueryFormatSupported(SZtaWaveFormatInfo* psStereo, SZtaWaveFormatInfo* psMono, bool* pbSupported);
 
-    // The kernels of the table. A null output is dropped; without an input nothing is written. One output may begin at
-    // the input's address; other overlaps are not supported.
+    // The kernels of the table. ulFrames counts sample frames. A null output is dropped; without an input nothing is
+    // written. One output may begin at the input's address; other overlaps are not supported.
     int ConvertStereoToMono16(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);
     int ConvertStereoToMono24in32(unsigned long ulFrames, void* pvStereo, void* pvLeft, void* pvRight);
 

@@ -23,10 +23,11 @@ static_assert(kBlockBytes >= kMaxChannels * 2 * sizeof(std::int32_t));
 constexpr float kUnity = 4096.0f;
 constexpr float kMaxGain = 8.0f;
 
-/// Converts to 32767, the largest multiplier of 16 bits.
+/// The gain that converts to 32767, the maximum multiplier.
 constexpr auto kGainBelowMax = std::bit_cast<float>(0x40FFFF2E);
 
-/// Returns true for the formats that pass the format checks of the operation. 24-in-24 has no table entry nevertheless.
+/// Returns true for the formats that pass the format checks of the operation. 24-in-24 passes them, but has no table
+/// entry.
 bool IsVolumeFormat(EZtAudioSampleFormatProperty eFormat)
 {
     return (eFormat >= keZtAudioSampleFormat24In32Mono && eFormat <= keZtAudioSampleFormat24In32Mux64) ||
@@ -173,8 +174,8 @@ int CZtaApplyVolume::ApplyVolume24bitIn32Mux4_2_1(void* pvInput, void* pvOutput,
                                                   unsigned long ulChannels, unsigned long ulFrames)
 {
     const bool bChannelsFit = ulChannels == 1 || ulChannels == 2 || ulChannels == 4;
-    // Required behavior: the step count has 16 bits, and a count of 0 processes nothing. Mono buffers of less than four
-    // frames and stereo buffers of one frame are never scaled.
+    // Required behavior: the count of groups has 16 bits, and a count of 0 processes nothing. Mono buffers of less than
+    // four frames and stereo buffers of one frame are never scaled.
     const bool bScales = (ulFrames * ulChannels / kGroupLanes & 0xFFFF) != 0;
     return Scale(bChannelsFit, bScales, pvInput, pvOutput, psVolumes, ulChannels, ulFrames);
 }

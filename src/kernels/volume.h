@@ -23,7 +23,8 @@
 ///
 /// Gains have 12 fraction bits. With G the start gain and D the step per frame, both truncated to multiples of 1/4096,
 /// frame n has the gain G + n * D. A step below 1/4096 becomes 0, and no frame has the end gain.
-/// The settings block belongs to the object: one call at a time. [no allocation in a call] [no lock]
+/// The settings block belongs to the object: one call at a time. [one thread] [real-time], except the constructor:
+/// [allocates]
 class ZTA_API CZtaApplyVolume : public CZtaAudioProcessingUtil {
 public:
     CZtaApplyVolume();
@@ -51,18 +52,17 @@ public:
     /// Errors  ZT_E_INVALID_POINTER    null records
     ///         ZT_E_ARRAY_TOO_SMALL    no channels
     ///         ZT_E_INVALID_PARAMETER  a gain outside 0.0 to 8.0 (NaN is accepted); or, after all records have been
-    ///         read, a
-    ///                                 channel count that is not a power of two up to 64
+    ///                                 read, a channel count that is not a power of two up to 64
     ///         E_OUTOFMEMORY           the constructor could not allocate the block
     int SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels, unsigned long ulFrames);
 
-    // The kernels of the table, for the channel counts in their names. If ulFrames is 0, they return 0 and validate no
-    // argument.
+    // The kernels of the table, for the channel counts in their names. ulFrames counts sample frames. If it is 0, they
+    // return 0 and validate no argument.
     // Errors  ZT_E_INVALID_PARAMETER  another channel count
     //         ZT_E_INVALID_POINTER    null samples
     //         any other code          from SetVolumeSettings
 
-    /// Processes steps of four samples. If the number of steps is a multiple of 65536, or 0, no sample is processed.
+    /// If the number of groups of four samples is 0, or a multiple of 65536, no sample is processed.
     int ApplyVolume24bitIn32Mux4_2_1(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,
                                      unsigned long ulChannels, unsigned long ulFrames);
     int ApplyVolume24bitIn32Mux8(void* pvInput, void* pvOutput, SZtAudioMonoVolumeInfo* psVolumes,

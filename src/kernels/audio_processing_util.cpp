@@ -61,6 +61,20 @@ EZtAudioSampleFormatProperty Classify(const SZtaWaveFormatInfo& rsFormat)
     return keZtAudioSampleFormatInvalid;
 }
 
+int ClassifyFormat(const SZtaWaveFormatInfo& rsFormat, EZtAudioSampleFormatProperty& reProperty)
+{
+    reProperty = Classify(rsFormat);
+    return reProperty == keZtAudioSampleFormatInvalid ? ZT_E_FORMAT_NOT_SUPPORTED : ZT_NOERROR;
+}
+
+/// Classifies the input and, if that succeeds, the output.
+int ClassifyFormats(const SZtaWaveFormatInfo& rsIn, const SZtaWaveFormatInfo& rsOut,
+                    EZtAudioSampleFormatProperty& reInput, EZtAudioSampleFormatProperty& reOutput)
+{
+    const int iStatus = ClassifyFormat(rsIn, reInput);
+    return iStatus < 0 ? iStatus : ClassifyFormat(rsOut, reOutput);
+}
+
 // IsMono and IsStereo select the layouts at 48000 Hz that SuggestFormatSingleBuffer may suggest.
 
 bool IsMono(EZtAudioSampleFormatProperty eProperty)
@@ -107,8 +121,7 @@ CZtaAudioProcessingUtil::~CZtaAudioProcessingUtil() = default;
 
 int CZtaAudioProcessingUtil::GetSampleFormat(SZtaWaveFormatInfo* psFormat, EZtAudioSampleFormatProperty* peProperty)
 {
-    *peProperty = Classify(*psFormat);
-    return *peProperty == keZtAudioSampleFormatInvalid ? ZT_E_FORMAT_NOT_SUPPORTED : ZT_NOERROR;
+    return ClassifyFormat(*psFormat, *peProperty);
 }
 
 int CZtaAudioProcessingUtil::GetBufferInformations(IZtAudioSamples* pSamples, void** ppvBuffer,
@@ -163,12 +176,8 @@ int CZtaAudioProcessingUtil::SuggestFormatInOutBuffers(SZtaWaveFormatInfo* psIn,
                                                        SZtaWaveFormatInfo* psSuggestedOut)
 {
     EZtAudioSampleFormatProperty eInput;
-    int iStatus = GetSampleFormat(psIn, &eInput);
-    if (iStatus < 0) {
-        return iStatus;
-    }
     EZtAudioSampleFormatProperty eOutput;
-    iStatus = GetSampleFormat(psOut, &eOutput);
+    int iStatus = ClassifyFormats(*psIn, *psOut, eInput, eOutput);
     if (iStatus < 0) {
         return iStatus;
     }
@@ -242,12 +251,8 @@ int CZtaAudioProcessingUtil::QueryFormatSupportedInOutBuffers(SZtaWaveFormatInfo
     *pbSupported = false;
 
     EZtAudioSampleFormatProperty eInput;
-    int iStatus = GetSampleFormat(psIn, &eInput);
-    if (iStatus < 0) {
-        return iStatus;
-    }
     EZtAudioSampleFormatProperty eOutput;
-    iStatus = GetSampleFormat(psOut, &eOutput);
+    const int iStatus = ClassifyFormats(*psIn, *psOut, eInput, eOutput);
     if (iStatus < 0) {
         return iStatus;
     }

@@ -1,6 +1,6 @@
 #include "kernels/bit_depth.h"
 
-#include "kernels/kernel_call.h"
+#include "kernels/conversion_kernels.h"
 #include "kernels/loops/loops.h"
 
 #include <zta/status.h>
@@ -38,21 +38,12 @@ int CZtaConvertBitDepth::ConvertBitDepth(IZtAudioSamples* pInput, IZtAudioSample
 {
     SZtAudioBufferInformations sInput{};
     SZtAudioBufferInformations sOutput{};
-    int iStatus = ZtaQueryBuffers(*this, {{pInput, sInput}, {pOutput, sOutput}});
+    int iStatus = ZtaQueryConversion(*this, {pInput, sInput}, {pOutput, sOutput});
     if (iStatus < 0) {
         return iStatus;
     }
-    if (sOutput.ulCapacityFrames < sInput.ulValidFrames) {
-        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-    }
-    iStatus = ZtaDispatchKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames,
-                                [&](Function pfnKernel) {
-                                    return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
-                                });
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    return pOutput->SetLength(sInput.ulValidFrames * static_cast<unsigned long>(sOutput.iBytesPerFrame));
+    iStatus = ZtaDispatchConversion(*this, m_oTable, sInput, sOutput);
+    return iStatus < 0 ? iStatus : ZtaSetValidFrames(pOutput, sOutput, sInput.ulValidFrames);
 }
 
 int CZtaConvertBitDepth::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported)
@@ -61,11 +52,7 @@ int CZtaConvertBitDepth::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWave
 }
 
 #define ZTA_BIT_DEPTH_ENTRY(in, out, name, loop, samples)                                                              \
-    int CZtaConvertBitDepth::name(unsigned long ulFrames, void* pvInput, void* pvOutput)                               \
-    {                                                                                                                  \
-        ZtaActiveLoops().pfn##loop(pvInput, pvOutput, ulFrames*(samples));                                             \
-        return ZT_NOERROR;                                                                                             \
-    }
+    ZTA_DEFINE_CONVERSION_KERNEL(CZtaConvertBitDepth, name, loop, samples)
 ZTA_BIT_DEPTH_LIST(ZTA_BIT_DEPTH_ENTRY)
 #undef ZTA_BIT_DEPTH_ENTRY
 

@@ -1,6 +1,6 @@
 #include "kernels/data_type.h"
 
-#include "kernels/kernel_call.h"
+#include "kernels/conversion_kernels.h"
 #include "kernels/loops/loops.h"
 
 #include <zta/status.h>
@@ -18,21 +18,15 @@ int CZtaConvertDataType::ConvertDataType(IZtAudioSamples* pInput, IZtAudioSample
 {
     SZtAudioBufferInformations sInput{};
     SZtAudioBufferInformations sOutput{};
-    int iStatus = ZtaQueryBuffers(*this, {{pInput, sInput}, {pOutput, sOutput}});
+    const int iStatus = ZtaQueryConversion(*this, {pInput, sInput}, {pOutput, sOutput});
     if (iStatus < 0) {
         return iStatus;
-    }
-    if (sOutput.ulCapacityFrames < sInput.ulValidFrames) {
-        return ZT_E_DESTINATION_BUFFER_TOO_SMALL;
     }
     if (sInput.eFormat != sOutput.eFormat || sInput.iBytesPerFrame != sOutput.iBytesPerFrame ||
         sInput.sDescription.sWaveFormat.ulChannels != sOutput.sDescription.sWaveFormat.ulChannels) {
         return ZT_E_BUFFER_FORMAT_MISMATCH;
     }
-    return ZtaDispatchKernel(*this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames,
-                             [&](Function pfnKernel) {
-                                 return (this->*pfnKernel)(sInput.ulValidFrames, sInput.pvBuffer, sOutput.pvBuffer);
-                             });
+    return ZtaDispatchConversion(*this, m_oTable, sInput, sOutput);
 }
 
 int CZtaConvertDataType::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWaveFormatInfo* psOut, bool* pbSupported)
@@ -41,11 +35,7 @@ int CZtaConvertDataType::QueryFormatSupported(SZtaWaveFormatInfo* psIn, SZtaWave
 }
 
 #define ZTA_DATA_TYPE_ENTRY(layout, name, loop, samples)                                                               \
-    int CZtaConvertDataType::name(unsigned long ulFrames, void* pvInput, void* pvOutput)                               \
-    {                                                                                                                  \
-        ZtaActiveLoops().pfn##loop(pvInput, pvOutput, ulFrames*(samples));                                             \
-        return ZT_NOERROR;                                                                                             \
-    }
+    ZTA_DEFINE_CONVERSION_KERNEL(CZtaConvertDataType, name, loop, samples)
 ZTA_DATA_TYPE_LIST(ZTA_DATA_TYPE_ENTRY)
 #undef ZTA_DATA_TYPE_ENTRY
 

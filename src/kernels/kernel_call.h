@@ -1,10 +1,13 @@
+/// The steps of a call that the kernel classes share: query the buffers, call the kernel of a table entry, and set the
+/// valid length.
 #pragma once
 
 #include "kernels/audio_processing_util.h"
 
-#include <initializer_list>
+#include <zta/host_interfaces.h>
+#include <zta/status.h>
 
-/// Helpers of the kernel classes: query the buffers and call the kernel of a table entry.
+#include <initializer_list>
 
 /// A buffer and the record that receives its buffer info. The record must be empty.
 struct SZtaBufferQuery {
@@ -22,7 +25,7 @@ inline int ZtaQueryBuffers(CZtaAudioProcessingUtil& rUtil, std::initializer_list
             return iStatus;
         }
     }
-    return 0;
+    return ZT_NOERROR;
 }
 
 /// Finds the table entry of a format pair and, if there are frames to process, calls `rCall` with its kernel.
@@ -34,4 +37,11 @@ int ZtaDispatchKernel(CZtaAudioProcessingUtil& rUtil, Table& rTable, EZtAudioSam
     const int iStatus =
         rUtil.ValidateProcessingFormatAndGetFunctionIndex(eInput, eOutput, rTable.List(), &iFunctionIndex);
     return iStatus >= 0 && ulFrames > 0 ? rCall(rTable[iFunctionIndex]) : iStatus;
+}
+
+/// Sets the valid length of a buffer in frames. `rsInformations` is its buffer info.
+inline int ZtaSetValidFrames(IZtAudioSamples* pSamples, const SZtAudioBufferInformations& rsInformations,
+                             unsigned long ulFrames)
+{
+    return pSamples->SetLength(ulFrames * static_cast<unsigned long>(rsInformations.iBytesPerFrame));
 }

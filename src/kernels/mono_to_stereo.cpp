@@ -41,10 +41,7 @@ int CZtaConvertMonoToStereo::ConvertMonoToStereo(IZtAudioSamples* pLeft, IZtAudi
     iStatus = ZtaDispatchKernel(*this, m_oTable, sLeft.eFormat, sStereo.eFormat, ulFrames, [&](Function pfnKernel) {
         return (this->*pfnKernel)(ulFrames, sLeft.pvBuffer, sRight.pvBuffer, sStereo.pvBuffer);
     });
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    return pStereo->SetLength(ulFrames * static_cast<unsigned long>(sStereo.iBytesPerFrame));
+    return iStatus < 0 ? iStatus : ZtaSetValidFrames(pStereo, sStereo, ulFrames);
 }
 
 int CZtaConvertMonoToStereo::SuggestFormat(SZtaWaveFormatInfo* psMono, SZtaWaveFormatInfo* psStereo,

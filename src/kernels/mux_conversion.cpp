@@ -226,7 +226,7 @@ int CMuxOperation::Interleave()
     if (m_rsCall.ulVolumeCount != 0) {
         return m_rVolume.ApplyVolume(m_rsCall.pMux, m_rsCall.pMux, m_rsCall.psVolumes, m_rsCall.ulVolumeCount);
     }
-    return m_rsCall.pMux->SetLength(static_cast<unsigned long>(m_sMux.iBytesPerFrame) * m_sFirst.ulValidFrames);
+    return ZtaSetValidFrames(m_rsCall.pMux, m_sMux, m_sFirst.ulValidFrames);
 }
 
 int CMuxOperation::Deinterleave()

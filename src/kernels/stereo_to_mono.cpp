@@ -46,11 +46,8 @@ int CZtaConvertStereoToMono::ConvertStereoToMonoChecked(IZtAudioSamples* pStereo
     if (iStatus < 0) {
         return iStatus;
     }
-    iStatus = pLeft->SetLength(ulFrames * static_cast<unsigned long>(sLeft.iBytesPerFrame));
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    return pRight->SetLength(ulFrames * static_cast<unsigned long>(sRight.iBytesPerFrame));
+    iStatus = ZtaSetValidFrames(pLeft, sLeft, ulFrames);
+    return iStatus < 0 ? iStatus : ZtaSetValidFrames(pRight, sRight, ulFrames);
 }
 
 int CZtaConvertStereoToMono::SuggestFormat(SZtaWaveFormatInfo* psStereo, SZtaWaveFormatInfo* psMono,

@@ -114,10 +114,7 @@ int CZtaApplyVolume::ApplyVolume(IZtAudioSamples* pInput, IZtAudioSamples* pOutp
         *this, m_oTable, sInput.eFormat, sOutput.eFormat, sInput.ulValidFrames, [&](Function pfnKernel) {
             return (this->*pfnKernel)(sInput.pvBuffer, sOutput.pvBuffer, psVolumes, ulChannels, sInput.ulValidFrames);
         });
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    return pOutput->SetLength(static_cast<unsigned long>(sOutput.iBytesPerFrame) * sOutput.ulValidFrames);
+    return iStatus < 0 ? iStatus : ZtaSetValidFrames(pOutput, sOutput, sOutput.ulValidFrames);
 }
 
 int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsigned long ulChannels,

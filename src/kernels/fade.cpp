@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The loop, the word size and the fade curve of each op.
+/// The loop, the element size and the fade curve of each op.
 #define ZTA_FADE_ENTRY(op, bytes, gains)                                                                               \
     struct op {                                                                                                        \
         static constexpr unsigned long kBytes = bytes;                                                                 \
@@ -27,7 +27,7 @@ enum class EShortBufferPolicy {
     Reject, ///< changes nothing and returns an error code
 };
 
-template <EFadeDirection eDirection, class Op, unsigned long ulWords, EShortBufferPolicy ePolicy>
+template <EFadeDirection eDirection, class Op, unsigned long ulElements, EShortBufferPolicy ePolicy>
 int Fade(unsigned long ulFadeFrames, unsigned long ulFrames, void* pvBuffer)
 {
     if (ePolicy == EShortBufferPolicy::Reject && ulFrames < ulFadeFrames) {
@@ -35,11 +35,11 @@ int Fade(unsigned long ulFadeFrames, unsigned long ulFrames, void* pvBuffer)
     }
     const unsigned long ulLength = std::min(ulFadeFrames, ulFrames);
     if constexpr (eDirection == EFadeDirection::In) {
-        (ZtaActiveLoops().*Op::pfnFade)(pvBuffer, ulWords, ulLength, &Op::kGains[0], 1);
+        (ZtaActiveLoops().*Op::pfnFade)(pvBuffer, ulElements, ulLength, &Op::kGains[0], 1);
     } else {
-        const unsigned long ulSkipped = (ulFrames - ulLength) * ulWords * Op::kBytes;
+        const unsigned long ulSkipped = (ulFrames - ulLength) * ulElements * Op::kBytes;
         auto* const pbStart = static_cast<unsigned char*>(pvBuffer) + ulSkipped;
-        (ZtaActiveLoops().*Op::pfnFade)(pbStart, ulWords, ulLength, &Op::kGains[ulFadeFrames - 1], -1);
+        (ZtaActiveLoops().*Op::pfnFade)(pbStart, ulElements, ulLength, &Op::kGains[ulFadeFrames - 1], -1);
     }
     return ZT_NOERROR;
 }
@@ -94,16 +94,16 @@ int CZtaApplyFade::QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSu
     return QueryFormatSupportedSingleBuffer(psFormat, pbSupported);
 }
 
-#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, op, words, shortBuffer)                                                \
+#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, op, elements, shortBuffer)                                             \
     int CZtaApplyFade::fadeIn(unsigned long ulFrames, void* pvBuffer)                                                  \
     {                                                                                                                  \
-        return Fade<EFadeDirection::In, op, words, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,          \
-                                                                                    pvBuffer);                         \
+        return Fade<EFadeDirection::In, op, elements, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,       \
+                                                                                       pvBuffer);                      \
     }                                                                                                                  \
     int CZtaApplyFade::fadeOut(unsigned long ulFrames, void* pvBuffer)                                                 \
     {                                                                                                                  \
-        return Fade<EFadeDirection::Out, op, words, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,         \
-                                                                                     pvBuffer);                        \
+        return Fade<EFadeDirection::Out, op, elements, EShortBufferPolicy::shortBuffer>(m_ulFadeFrames, ulFrames,      \
+                                                                                        pvBuffer);                     \
     }
 ZTA_FADE_LIST(ZTA_FADE_ENTRY)
 #undef ZTA_FADE_ENTRY

@@ -5,7 +5,7 @@
 // clang-format off
 
 /// The kernel table of CZtaApplyFade:
-///   X(layout, fade-in, fade-out, op, words per frame, policy for a buffer shorter than the fade)
+///   X(layout, fade-in, fade-out, op, elements per frame, policy for a buffer shorter than the fade)
 #define ZTA_FADE_LIST(X) \
     X(16In16Mono,   ApplyFadeIn16Mono,         ApplyFadeOut16Mono,         Int16,        1, Fade) \
     X(16In16Stereo, ApplyFadeIn16Stereo,       ApplyFadeOut16Stereo,       StereoInt16,  1, Fade) \
@@ -41,7 +41,7 @@ public:
     int QueryFormatSupported(SZtaWaveFormatInfo* psFormat, bool* pbSupported);
 
     // The kernels of the table. They fade the first or the last frames of a buffer of ulFrames frames.
-#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, op, words, shortBuffer)                                                \
+#define ZTA_FADE_ENTRY(layout, fadeIn, fadeOut, op, elements, shortBuffer)                                             \
     int fadeIn(unsigned long ulFrames, void* pvBuffer);                                                                \
     int fadeOut(unsigned long ulFrames, void* pvBuffer);
     ZTA_FADE_LIST(ZTA_FADE_ENTRY)

@@ -144,10 +144,10 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
     if (m_plVolumeSettings == nullptr) {
         return E_OUTOFMEMORY;
     }
-    const unsigned long ulFramesPerPass = std::max(kGroupLanes / ulChannels, 1UL);
+    const unsigned long ulFramesPerCycle = std::max(kGroupLanes / ulChannels, 1UL);
     const float fFrames = static_cast<float>(ulFrames);
     std::int32_t* plGroup = m_plVolumeSettings;
-    for (unsigned long ulFirst = 0; ulFirst < ulFramesPerPass * ulChannels; ulFirst += kGroupLanes) {
+    for (unsigned long ulFirst = 0; ulFirst < ulFramesPerCycle * ulChannels; ulFirst += kGroupLanes) {
         FloatGroup vStart;
         FloatGroup vEnd;
         IntegerGroup vFrame;
@@ -159,9 +159,9 @@ int CZtaApplyVolume::SetVolumeSettings(SZtAudioMonoVolumeInfo* psVolumes, unsign
         }
         const IntegerGroup vStep = Truncate((vEnd - vStart) / fFrames * kUnity);
         const IntegerGroup vGain = Truncate(vStart * kUnity) + vFrame * vStep;
-        const IntegerGroup vStepOfPass = vStep * static_cast<std::uint32_t>(ulFramesPerPass);
+        const IntegerGroup vCycleStep = vStep * static_cast<std::uint32_t>(ulFramesPerCycle);
         std::memcpy(plGroup, &vGain, sizeof(vGain));
-        std::memcpy(plGroup + kGroupLanes, &vStepOfPass, sizeof(vStepOfPass));
+        std::memcpy(plGroup + kGroupLanes, &vCycleStep, sizeof(vCycleStep));
         plGroup += 2 * kGroupLanes;
     }
     return ZT_NOERROR;

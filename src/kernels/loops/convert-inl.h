@@ -15,9 +15,9 @@ namespace {
 /// Conversions between MSB-aligned formats; only the container changes.
 struct Identity {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return w;
+        return v;
     }
 };
 
@@ -25,9 +25,9 @@ struct Identity {
 template <int... Positions>
 struct ByteShuffle {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return Simd::template ShuffleBytes<Positions...>(w);
+        return Simd::template ShuffleBytes<Positions...>(v);
     }
 };
 
@@ -39,66 +39,67 @@ using ByteSwap24 = ByteShuffle<-1, 3, 2, 1>;   ///< b0 b1 b2 b3 becomes 0 b3 b2 
 /// The upper 16 bits of the audio field, bits 27 to 12 of a multi-format word.
 struct AudioField16 {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return w << 4 & 0xFFFF0000;
+        return v << 4 & 0xFFFF0000;
     }
 };
 
 /// The same bits, LSB-aligned.
 struct AudioField16LsbAligned {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return w >> 12;
+        return v >> 12;
     }
 };
 
 /// The whole audio field, bits 27 to 4 of a multi-format word.
 struct AudioField24 {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return w << 4 & 0xFFFFFF00;
+        return v << 4 & 0xFFFFFF00;
     }
 };
 
 /// s / 32767.
 struct Int16ToFloat {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return Simd::BitCastToUint(Simd::template DivideByFullScale<15, 0>(Simd::ConvertToFloat(w)));
+        return Simd::BitCastToUint(Simd::template DivideByFullScale<15, 0>(Simd::ConvertToFloat(v)));
     }
 };
 
 /// s / (8388607 * 256): full scale of a 24-bit sample gives 1.
 struct Int24ToFloat {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return Simd::BitCastToUint(Simd::template DivideByFullScale<31, 8>(Simd::ConvertToFloat(w)));
+        return Simd::BitCastToUint(Simd::template DivideByFullScale<31, 8>(Simd::ConvertToFloat(v)));
     }
 };
 
 /// The inverse of Int16ToFloat. Values outside 16 bits wrap.
 struct FloatToInt16 {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return Simd::TruncateToInt(Simd::BitCastToFloat(w) * 32767.0f);
+        return Simd::TruncateToInt(Simd::BitCastToFloat(v) * 32767.0f);
     }
 };
 
 /// Not the inverse of Int24ToFloat: 1.0 is just out of range, and the low byte of the product is kept.
 struct FloatToInt32 {
     template <class Simd>
-    static VecU32<Simd> Apply(VecU32<Simd> w)
+    static VecU32<Simd> Apply(VecU32<Simd> v)
     {
-        return Simd::TruncateToInt(Simd::BitCastToFloat(w) * 2147483648.0f);
+        return Simd::TruncateToInt(Simd::BitCastToFloat(v) * 2147483648.0f);
     }
 };
 
+/// The alignment of 16-bit samples in the lanes that the op reads and returns.
 template <class Op>
 constexpr BitAlignment kOperandAlignment = BitAlignment::MsbAligned;
 template <>
@@ -111,6 +112,7 @@ constexpr BitAlignment kResultAlignment<FloatToInt16> = BitAlignment::LsbAligned
 template <>
 constexpr BitAlignment kResultAlignment<AudioField16LsbAligned> = BitAlignment::LsbAligned;
 
+/// Converts all samples one by one.
 template <int InBytes, int OutBytes, class Op>
 void ConvertScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
 {
@@ -121,7 +123,8 @@ void ConvertScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsign
     }
 }
 
-/// Returns the samples before the first one at a multiple of Alignment, a power of two, or 0 if there is none.
+/// Returns the number of samples before the first one whose address is a multiple of Alignment, a power of two, or 0 if
+/// there is no such sample.
 template <int Bytes, unsigned long Alignment>
 unsigned long SamplesUntilAligned(const std::uint8_t* puc)
 {
@@ -181,7 +184,7 @@ unsigned long ConvertBlocks(const std::uint8_t* pucInput, std::uint8_t* pucOutpu
     return i;
 }
 
-/// Requires at least one vector of samples.
+/// Converts all samples by vectors. Requires at least one vector of samples.
 template <class Simd, int InBytes, int OutBytes, class Op, StorePolicy Policy>
 void ConvertSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples)
 {
@@ -218,8 +221,8 @@ void ConvertSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned
     StoreAt(ulLast, vLast);
 }
 
-/// Returns true for buffers that exceed the caches. In place, a cache line is read in any case. Some sample of the
-/// output must begin at a cache line.
+/// Returns true for buffers that exceed the caches, if the output does not overlap the input (otherwise its cache lines
+/// are read in any case) and if a sample of the output begins at a cache line.
 template <int InBytes, int OutBytes>
 bool UsesStreamingStores(const std::uint8_t* pucInput, const std::uint8_t* pucOutput, unsigned long ulSamples)
 {
@@ -244,10 +247,10 @@ void Convert(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexc
     const auto* pucInput = static_cast<const std::uint8_t*>(pvInput);
     auto* pucOutput = static_cast<std::uint8_t*>(pvOutput);
     if constexpr (NativeSimd::kLanes > 1) {
-        // If the output begins inside the input, after its first byte, samples depend on converted ones.
-        const std::uintptr_t ulBehind =
+        // If the output begins inside the input, after its first byte, later samples depend on converted ones.
+        const std::uintptr_t ulOffset =
             reinterpret_cast<std::uintptr_t>(pucOutput) - reinterpret_cast<std::uintptr_t>(pucInput);
-        const bool bOverlapsForward = ulBehind != 0 && ulBehind < ulSamples * InBytes;
+        const bool bOverlapsForward = ulOffset != 0 && ulOffset < ulSamples * InBytes;
         if (ulSamples >= NativeSimd::kLanes && !bOverlapsForward) {
             const bool bIsLarge =
                 ulSamples * OutBytes >= kMinPrefetchedBytes ||

@@ -24,29 +24,29 @@ LaneGroup LoadGroup(const std::int32_t* plLanes)
 
 using SignedLaneGroup = std::int32_t __attribute__((vector_size(16)));
 
-SignedLaneGroup LoadSigned(const std::int32_t* plLanes)
+SignedLaneGroup LoadSignedGroup(const std::int32_t* plLanes)
 {
     return reinterpret_cast<SignedLaneGroup>(LoadGroup(plLanes));
 }
 
-const std::int32_t* GainsOf(const SZtaGainRamp& rsRamp, unsigned long ulGroup)
+const std::int32_t* GroupGains(const SZtaGainRamp& rsRamp, unsigned long ulGroup)
 {
     return rsRamp.plGroups + ulGroup * 2 * kGroupLanes;
 }
 
-const std::int32_t* IncrementsOf(const SZtaGainRamp& rsRamp, unsigned long ulGroup)
+const std::int32_t* GroupIncrements(const SZtaGainRamp& rsRamp, unsigned long ulGroup)
 {
-    return GainsOf(rsRamp, ulGroup) + kGroupLanes;
+    return GroupGains(rsRamp, ulGroup) + kGroupLanes;
 }
 
-/// Returns the gains of a group in cycle ulPass through the groups.
-LaneGroup GainsAt(const SZtaGainRamp& rsRamp, unsigned long ulGroup, unsigned long ulPass)
+/// Returns the gains of a group in cycle ulCycle through the groups.
+LaneGroup ComputeGains(const SZtaGainRamp& rsRamp, unsigned long ulGroup, unsigned long ulCycle)
 {
-    return LoadGroup(GainsOf(rsRamp, ulGroup)) +
-           LoadGroup(IncrementsOf(rsRamp, ulGroup)) * static_cast<std::uint32_t>(ulPass);
+    return LoadGroup(GroupGains(rsRamp, ulGroup)) +
+           LoadGroup(GroupIncrements(rsRamp, ulGroup)) * static_cast<std::uint32_t>(ulCycle);
 }
 
-/// Processes the samples from ulFirst.
+/// Processes the samples from ulFirst to the end, one by one.
 void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulFirst,
                      unsigned long ulSamples, const SZtaGainRamp& rsRamp)
 {
@@ -58,17 +58,17 @@ void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsi
     std::uint32_t aulIncrements[kMaxGroups * kGroupLanes];
     for (unsigned long j = 0; j < ulLanes; ++j) {
         // The cycle of the lane's next sample.
-        const unsigned long ulPass = (ulFirst + ulLanes - 1 - j) / ulLanes;
-        aulGains[j] = GainsAt(rsRamp, j / kGroupLanes, ulPass)[j % kGroupLanes];
-        aulIncrements[j] = static_cast<std::uint32_t>(IncrementsOf(rsRamp, j / kGroupLanes)[j % kGroupLanes]);
+        const unsigned long ulCycle = (ulFirst + ulLanes - 1 - j) / ulLanes;
+        aulGains[j] = ComputeGains(rsRamp, j / kGroupLanes, ulCycle)[j % kGroupLanes];
+        aulIncrements[j] = static_cast<std::uint32_t>(GroupIncrements(rsRamp, j / kGroupLanes)[j % kGroupLanes]);
     }
     for (unsigned long i = ulFirst; i < ulSamples; ++i) {
         const unsigned long j = i & (ulLanes - 1);
         const std::uint32_t ulScaled = Scalar::ApplyGain(Scalar::Load<4>(pucInput + i * 4), aulGains[j]);
-        const std::uint32_t ulLimited =
+        const std::uint32_t ulClamped =
             Scalar::Clamp(ulScaled, static_cast<std::uint32_t>(rsRamp.plClampMax[j % kGroupLanes]),
                           static_cast<std::uint32_t>(rsRamp.plClampMin[j % kGroupLanes]));
-        Scalar::Store<4>(pucOutput + i * 4, ulLimited << 8);
+        Scalar::Store<4>(pucOutput + i * 4, ulClamped << 8);
         aulGains[j] += aulIncrements[j];
     }
 }
@@ -77,21 +77,21 @@ void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsi
 [[maybe_unused]] bool CanClip(const SZtaGainRamp& rsRamp, unsigned long ulSamples)
 {
     constexpr std::uint32_t kUnity = 4096;
-    // Any increment but 0 leaves these bounds after kUnity + 1 cycles.
-    const unsigned long ulLastPass = (ulSamples - 1) / (rsRamp.ulGroups * kGroupLanes);
-    const std::uint32_t ulMoves = ulLastPass > kUnity ? kUnity + 1 : static_cast<std::uint32_t>(ulLastPass);
-    auto vExceed = reinterpret_cast<LaneGroup>((LoadSigned(rsRamp.plClampMax) < 0x7FFFFF) |
-                                               (LoadSigned(rsRamp.plClampMin) > -0x800000));
+    // Any increment but 0 leads outside of 0 to kUnity within kUnity + 1 cycles.
+    const unsigned long ulLastCycle = (ulSamples - 1) / (rsRamp.ulGroups * kGroupLanes);
+    const std::uint32_t ulIncrements = ulLastCycle > kUnity ? kUnity + 1 : static_cast<std::uint32_t>(ulLastCycle);
+    auto vExceed = reinterpret_cast<LaneGroup>((LoadSignedGroup(rsRamp.plClampMax) < 0x7FFFFF) |
+                                               (LoadSignedGroup(rsRamp.plClampMin) > -0x800000));
     for (unsigned long i = 0; i < rsRamp.ulGroups; ++i) {
-        const auto vFirst = LoadGroup(GainsOf(rsRamp, i)) & 0xFFFF;
-        const auto vStep = reinterpret_cast<LaneGroup>((LoadSigned(IncrementsOf(rsRamp, i)) << 16) >> 16);
-        const auto vLast = vFirst + vStep * ulMoves; // negative values are large as unsigned ones
+        const auto vFirst = LoadGroup(GroupGains(rsRamp, i)) & 0xFFFF;
+        const auto vStep = reinterpret_cast<LaneGroup>((LoadSignedGroup(GroupIncrements(rsRamp, i)) << 16) >> 16);
+        const auto vLast = vFirst + vStep * ulIncrements; // negative values are large as unsigned ones
         vExceed |= reinterpret_cast<LaneGroup>((vFirst > kUnity) | (vLast > kUnity));
     }
     return (vExceed[0] | vExceed[1] | vExceed[2] | vExceed[3]) != 0;
 }
 
-/// Returns the first sample of the remainder, which is less than a vector.
+/// Processes whole vectors. Returns the first sample of the remainder, which is less than a vector.
 ///
 /// A step processes several vectors with separate gain vectors. A single gain vector would make each vector wait for
 /// the addition before it. A step holds whole cycles through the groups.
@@ -102,13 +102,13 @@ unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutpu
     constexpr unsigned long kLanes = Groups * kGroupLanes;
     constexpr unsigned long kStep = kLanes > 4 * Simd::kLanes ? kLanes : 4 * Simd::kLanes;
     constexpr unsigned long kVectors = kStep / Simd::kLanes;
-    constexpr unsigned long kPasses = kStep / kLanes;
+    constexpr unsigned long kCycles = kStep / kLanes;
 
     LaneGroup avGroups[kStep / kGroupLanes];
     LaneGroup avSteps[kStep / kGroupLanes];
     for (unsigned long i = 0; i < kStep / kGroupLanes; ++i) {
-        avGroups[i] = GainsAt(rsRamp, i % Groups, i / Groups);
-        avSteps[i] = LoadGroup(IncrementsOf(rsRamp, i % Groups)) * std::uint32_t{kPasses};
+        avGroups[i] = ComputeGains(rsRamp, i % Groups, i / Groups);
+        avSteps[i] = LoadGroup(GroupIncrements(rsRamp, i % Groups)) * std::uint32_t{kCycles};
     }
     typename Simd::GainVector avGains[kVectors];
     typename Simd::GainVector avIncrements[kVectors];
@@ -117,11 +117,11 @@ unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutpu
         avGains[j] = Simd::LoadGains(reinterpret_cast<const std::uint8_t*>(avGroups + j * kGroupsOfVector));
         avIncrements[j] = Simd::LoadGains(reinterpret_cast<const std::uint8_t*>(avSteps + j * kGroupsOfVector));
     }
-    const auto oLimits = Simd::LoadClampRange(rsRamp.plClampMax, rsRamp.plClampMin);
+    const auto oRange = Simd::LoadClampRange(rsRamp.plClampMax, rsRamp.plClampMin);
     const auto ScaleAt = [&](unsigned long i, const typename Simd::GainVector& rvGains) __attribute__((always_inline))
     {
-        const VecU32<Simd> vWords = Simd::template Load<4>(pucInput + i * 4);
-        Simd::template Store<4>(pucOutput + i * 4, Simd::template ApplyGain24<Clamped>(vWords, rvGains, oLimits));
+        const VecU32<Simd> vSamples = Simd::template Load<4>(pucInput + i * 4);
+        Simd::template Store<4>(pucOutput + i * 4, Simd::template ApplyGain24<Clamped>(vSamples, rvGains, oRange));
     };
 
     unsigned long i = 0;
@@ -137,6 +137,7 @@ unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutpu
     return i;
 }
 
+/// Selects the loop with or without clamping.
 template <class Simd, unsigned long Groups>
 unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
                             const SZtaGainRamp& rsRamp)
@@ -145,6 +146,7 @@ unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutpu
                                       : ApplyRampSimd<Simd, Groups, false>(pucInput, pucOutput, ulSamples, rsRamp);
 }
 
+/// Selects the loop for the number of groups. Returns 0 if there is less than a vector, or no vector.
 template <class Simd>
 unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsigned long ulSamples,
                             const SZtaGainRamp& rsRamp)
@@ -168,6 +170,7 @@ unsigned long ApplyRampSimd(const std::uint8_t* pucInput, std::uint8_t* pucOutpu
     return 0;
 }
 
+/// See ZtaApplyGainRamp.
 void ApplyGainRamp(const void* pvInput, void* pvOutput, unsigned long ulSamples, const SZtaGainRamp* psRamp) noexcept
 {
     const auto* pucInput = static_cast<const std::uint8_t*>(pvInput);
@@ -175,9 +178,9 @@ void ApplyGainRamp(const void* pvInput, void* pvOutput, unsigned long ulSamples,
     const unsigned long ulDone = ApplyRampSimd<NativeSimd>(pucInput, pucOutput, ulSamples, *psRamp);
     ApplyRampScalar(pucInput, pucOutput, ulDone, ulSamples, *psRamp);
     if (psRamp->ulGroups > 2) {
-        const unsigned long ulPasses = ulSamples / (psRamp->ulGroups * kGroupLanes);
+        const unsigned long ulCycles = ulSamples / (psRamp->ulGroups * kGroupLanes);
         for (unsigned long i = 0; i < psRamp->ulGroups; ++i) {
-            const LaneGroup vGains = GainsAt(*psRamp, i, ulPasses);
+            const LaneGroup vGains = ComputeGains(*psRamp, i, ulCycles);
             __builtin_memcpy(psRamp->plGroups + i * 2 * kGroupLanes, &vGains, sizeof vGains);
         }
     }

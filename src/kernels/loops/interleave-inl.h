@@ -18,6 +18,12 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
+constexpr unsigned long Min(unsigned long ulFirst, unsigned long ulSecond)
+{
+    return ulFirst < ulSecond ? ulFirst : ulSecond;
+}
+
+/// The mux: its first byte, and the number of elements of a frame.
 template <class Byte>
 struct MuxView {
     Byte* puc;
@@ -57,8 +63,10 @@ void PrefetchMux(const std::uint8_t* pucTile, unsigned long ulFrameBytes)
     }
 }
 
-/// Interleaves the planes from ulPlane in the frames from ulFrom to ulTo, which are whole tiles. With Exact, no byte
-/// after the elements is written; otherwise the following planes must be processed later.
+// In these functions, ulPlane is the first plane to process, ulFrom the first frame, and ulTo the frame after the last.
+
+/// Interleaves Planes planes in frames that are whole tiles. With Exact, no byte after the elements is written;
+/// otherwise the following planes must be processed later.
 template <class Tile, unsigned long Planes, MuxLayout Layout, bool Exact>
 void InterleaveTiles(const void* const* __restrict ppvPlanes, MuxView<std::uint8_t> sMux, unsigned long ulPlane,
                      unsigned long ulFrom, unsigned long ulTo)
@@ -99,6 +107,7 @@ void InterleaveTiles(const void* const* __restrict ppvPlanes, MuxView<std::uint8
     }
 }
 
+/// The inverse of InterleaveTiles.
 template <class Tile, unsigned long Planes, MuxLayout Layout>
 void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict ppvPlanes, unsigned long ulPlane,
                        unsigned long ulFrom, unsigned long ulTo)
@@ -138,8 +147,7 @@ void DeinterleaveTiles(MuxView<const std::uint8_t> sMux, void* const* __restrict
     }
 }
 
-/// Copies single elements by Copy(element in the mux, plane, byte offset in the plane): the planes from ulPlane in the
-/// frames from ulFrom to ulTo.
+/// Copies single elements of all planes from ulPlane on, by Copy(element in the mux, plane, byte offset in the plane).
 template <int Bytes, class Byte, class Plane, class CopyElement>
 void CopyElements(Plane* const* ppvPlanes, MuxView<Byte> sMux, unsigned long ulPlane, unsigned long ulFrom,
                   unsigned long ulTo, CopyElement Copy)
@@ -149,13 +157,13 @@ void CopyElements(Plane* const* ppvPlanes, MuxView<Byte> sMux, unsigned long ulP
     Byte* puc = sMux.puc + (ulFrom * ulPlanes + ulPlane) * Bytes;
     if (ulTo - ulFrom <= kFewFrames) {
         for (unsigned long f = ulFrom; f < ulTo; ++f, puc += ulPlanes * Bytes) {
-            for (unsigned long s = ulPlane; s < ulPlanes; ++s) {
-                Copy(puc + (s - ulPlane) * Bytes, ppvPlanes[s], f * Bytes);
+            for (unsigned long p = ulPlane; p < ulPlanes; ++p) {
+                Copy(puc + (p - ulPlane) * Bytes, ppvPlanes[p], f * Bytes);
             }
         }
     } else {
-        for (unsigned long s = ulPlane; s < ulPlanes; ++s, puc += Bytes) {
-            Plane* pvPlane = ppvPlanes[s];
+        for (unsigned long p = ulPlane; p < ulPlanes; ++p, puc += Bytes) {
+            Plane* pvPlane = ppvPlanes[p];
             for (unsigned long f = ulFrom; f < ulTo; ++f) {
                 Copy(puc + (f - ulFrom) * ulPlanes * Bytes, pvPlane, f * Bytes);
             }
@@ -181,13 +189,13 @@ struct InterleaveJob {
                : InterleaveTiles<Tile, Planes, Layout, false>(ppvPlanes, sMux, ulPlane, ulFrom, ulTo);
     }
 
+    /// Processes all planes from ulPlane on by masked tiles.
     template <class Tile>
     void ProcessEdge(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
-        for (unsigned long s = ulPlane; s < sMux.ulPlanes; s += Tile::kLaneElements) {
-            const unsigned long ulCount =
-                sMux.ulPlanes - s < Tile::kLaneElements ? sMux.ulPlanes - s : Tile::kLaneElements;
-            Tile::InterleaveMasked(ppvPlanes + s, ulCount, sMux.puc + s * Bytes, sMux.ulPlanes * Bytes, ulFrom, ulTo);
+        for (unsigned long p = ulPlane; p < sMux.ulPlanes; p += Tile::kLaneElements) {
+            const unsigned long ulCount = Min(sMux.ulPlanes - p, Tile::kLaneElements);
+            Tile::InterleaveMasked(ppvPlanes + p, ulCount, sMux.puc + p * Bytes, sMux.ulPlanes * Bytes, ulFrom, ulTo);
         }
     }
 
@@ -200,6 +208,7 @@ struct InterleaveJob {
     }
 };
 
+/// The deinterleaving direction.
 template <int Bytes>
 struct DeinterleaveJob {
     /// Cache lines that a tile writes must stay in the first-level cache until they are full. In the worst case all of
@@ -218,10 +227,9 @@ struct DeinterleaveJob {
     template <class Tile>
     void ProcessEdge(unsigned long ulPlane, unsigned long ulFrom, unsigned long ulTo) const
     {
-        for (unsigned long s = ulPlane; s < sMux.ulPlanes; s += Tile::kLaneElements) {
-            const unsigned long ulCount =
-                sMux.ulPlanes - s < Tile::kLaneElements ? sMux.ulPlanes - s : Tile::kLaneElements;
-            Tile::DeinterleaveMasked(sMux.puc + s * Bytes, sMux.ulPlanes * Bytes, ppvPlanes + s, ulCount, ulFrom, ulTo);
+        for (unsigned long p = ulPlane; p < sMux.ulPlanes; p += Tile::kLaneElements) {
+            const unsigned long ulCount = Min(sMux.ulPlanes - p, Tile::kLaneElements);
+            Tile::DeinterleaveMasked(sMux.puc + p * Bytes, sMux.ulPlanes * Bytes, ppvPlanes + p, ulCount, ulFrom, ulTo);
         }
     }
 
@@ -234,12 +242,8 @@ struct DeinterleaveJob {
     }
 };
 
-constexpr unsigned long kChunkBytes = 512; ///< of a plane
-
-constexpr unsigned long Min(unsigned long ulFirst, unsigned long ulSecond)
-{
-    return ulFirst < ulSecond ? ulFirst : ulSecond;
-}
+/// The bytes of a plane that are processed before the next planes; see ProcessFullTiles.
+constexpr unsigned long kChunkBytes = 512;
 
 /// Processes the planes or frames that are in no tile.
 template <class Tile, class Job>

@@ -1,8 +1,8 @@
 /// Interleaves two mono buffers into a stereo buffer, and deinterleaves.
 ///
-/// A stereo buffer is a mux of two planes. The tiles of AVX-512 are used for it from kMinTiledFrames frames on. With
-/// AVX2, the steps below take 0.5 to 0.9 times as long as its tiles of two planes for up to 64 frames, and 0.8 to 1.1
-/// times for 1000 frames; they also accept null buffers.
+/// A stereo buffer is a mux of two planes, and the tiles of AVX-512 process it from kMinTiledFrames frames on. All
+/// other frames are processed in steps of a vector, which also accept null buffers. With AVX2, the steps take 0.5 to
+/// 0.9 times as long as tiles of two planes for up to 64 frames, and 0.8 to 1.1 times for 1000 frames.
 #pragma once
 
 #include "kernels/loops/interleave-inl.h"
@@ -31,22 +31,24 @@ StereoChannel<Byte> ChannelOrDummy(Pointer pvChannel, unsigned long ulSampleByte
     return {static_cast<Byte*>(pvChannel), ulSampleBytes};
 }
 
-/// For fewer frames the steps are faster than tiles.
+/// With fewer frames, the steps are faster than tiles.
 constexpr unsigned long kMinTiledFrames = 128;
 
-template <class Tile>
+/// True if the tiles of the variant are faster than its steps.
+template <class Tiles>
 constexpr bool kPrefersTiles = false;
 template <class Widest, class... Tile>
 constexpr bool kPrefersTiles<TileList<Widest, Tile...>> = Widest::kPrefersTiles;
 
+/// Processes whole tiles and returns the first frame of the remainder, which is at least one step.
 template <int Bytes, class Job, class Widest, class... Tile>
 unsigned long ProcessTiledFrames(const Job& rJob, unsigned long ulFrames, TileList<Widest, Tile...>)
 {
     return ProcessFullTiles<Widest, Bytes>(rJob, 0, ulFrames - NativeSimd::kStereoStepFrames<Bytes>);
 }
 
-/// These return the first frame of the remainder, which is at least one step. They are not inlined, so that calls with
-/// few frames save no registers for them.
+/// Interleaves by tiles. Returns the first frame of the remainder, which is at least one step. Not inlined, so that
+/// calls with few frames save no registers for it.
 template <int Bytes>
 [[gnu::noinline]] unsigned long InterleaveTiledStereo(const void* pvLeft, const void* pvRight, void* pvStereo,
                                                       unsigned long ulFrames)
@@ -56,6 +58,7 @@ template <int Bytes>
     return ProcessTiledFrames<Bytes>(oJob, ulFrames, TilesOf<Bytes>());
 }
 
+/// The inverse.
 template <int Bytes>
 [[gnu::noinline]] unsigned long DeinterleaveTiledStereo(const void* pvStereo, void* pvLeft, void* pvRight,
                                                         unsigned long ulFrames)

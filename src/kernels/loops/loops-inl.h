@@ -1,11 +1,16 @@
 /// All loops of one variant, and their dispatch table.
 ///
+/// The source file of a variant defines ZTA_LOOP_VARIANT (the namespace), NativeSimd (the instruction set) and TilesOf
+/// (the tiles for an element size), and then includes this header.
+///
 /// To add a loop, add an entry to its list in loops.h and, if necessary, an op to the file of its family. To add a
 /// variant, add an entry to ZTA_LOOP_VARIANT_LIST, a source file variant_<name>.cpp, its options in CMakeLists.txt, and
 /// a header simd_<name>-inl.h. Tests and benchmarks find both by the lists.
 ///
 /// No symbol may be shared between the objects of two variants: the linker keeps one copy of an inline function of a
 /// standard header, and that copy may use instructions that the processor does not support.
+#pragma once
+
 #include "kernels/loops/convert-inl.h"
 #include "kernels/loops/fade-inl.h"
 #include "kernels/loops/gain_ramp-inl.h"

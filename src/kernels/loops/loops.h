@@ -9,7 +9,8 @@
 // clang-format off
 
 /// The conversions, in the order of the dispatch table: X(name, input bytes, output bytes, op)
-/// The ops are defined in convert-inl.h. In the names, "24" beside "16" or "32f" is 24-in-32; beside "32" it is 24-in-24.
+/// The ops are defined in convert-inl.h. In the names, "24" beside "16" or "32f" is 24-in-32; beside "32" it is
+/// 24-in-24.
 #define ZTA_CONVERSION_LIST(X) \
     X(16To24,              2, 4, Identity) \
     X(16To32f,             2, 4, Int16ToFloat) \
@@ -27,8 +28,8 @@
     X(MultiFormatTo24,     4, 4, AudioField24) \
     X(MultiFormatTo16In16, 4, 2, AudioField16LsbAligned)
 
-/// The fades: X(op, bytes of a word, fade curve)
-/// The ops are defined in fade-inl.h.
+/// The fades: X(op, bytes of an element, fade curve)
+/// The ops are defined in fade-inl.h. An element is what an op processes at once: a sample, or a 16-bit stereo frame.
 #define ZTA_FADE_LOOP_LIST(X) \
     X(Int16,        2, kFadeCurve16) \
     X(StereoInt16,  4, kFadeCurve16) \
@@ -64,10 +65,10 @@
 /// input and output samples have the same size, the buffers may overlap.
 using ZtaConversion = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples) noexcept;
 
-/// Fades frames of ulWords words in place. The gain of frame n is pGains[n * iStep]; other gains are not read. The
-/// buffer needs no alignment. Gains for StereoInt16 are at most 32767.
+/// Fades frames of ulElements elements in place. The gain of frame n is pGains[n * iStep]; other gains are not read.
+/// The buffer needs no alignment. Gains for StereoInt16 are at most 32767.
 template <class Gain>
-using ZtaFade = void (*)(void* pvBuffer, unsigned long ulWords, unsigned long ulFrames, const Gain* pGains,
+using ZtaFade = void (*)(void* pvBuffer, unsigned long ulElements, unsigned long ulFrames, const Gain* pGains,
                          std::ptrdiff_t iStep) noexcept;
 
 /// Interleaves the samples of two buffers: left, right, left, right. A null input reads as silence. An input may lie in
@@ -95,13 +96,13 @@ struct SZtaGainRamp {
 
 /// Applies a gain ramp: after each sample, the gain of its lane grows by the lane's increment. Results are truncated to
 /// 24 bits. With more than one group, ulSamples is a multiple of the lanes of all groups. With more than two groups the
-/// gains in plGroups are updated; with fewer they are not changed. Input and output may be the same; otherwise they may
+/// gains in plGroups are updated; otherwise they are not changed. Input and output may be the same; otherwise they may
 /// not overlap. Pointers need no alignment, and bytes outside the samples are not accessed.
 using ZtaApplyGainRamp = void (*)(const void* pvInput, void* pvOutput, unsigned long ulSamples,
                                   const SZtaGainRamp* psRamp) noexcept;
 
-/// Interleaves planes. Pointers need no alignment, and bytes outside the elements are not accessed. The mux may not
-/// overlap a plane.
+/// Interleaves planes of ulFrames elements. Pointers need no alignment, and bytes outside the elements are not
+/// accessed. The mux may not overlap a plane.
 using ZtaInterleave = void (*)(const void* const* ppvPlanes, unsigned long ulPlanes, void* pvMux,
                                unsigned long ulFrames) noexcept;
 
@@ -156,8 +157,8 @@ inline constexpr SZtaLoopVariant kLoopVariants[] = {
 /// ZtaMinStreamedBytes it is a lower bound. Accessed with relaxed ordering.
 extern unsigned long g_ulMinStreamedBytes [[gnu::visibility("hidden")]];
 
-/// Returns g_ulMinStreamedBytes, which the first call computes for the caches of this processor.
-/// [any thread] [no allocation] [no lock]
+/// Returns g_ulMinStreamedBytes, which the first call computes for the caches of this processor by CPUID.
+/// [any thread] [real-time]
 unsigned long ZtaMinStreamedBytes() noexcept;
 
 /// Returns the value for a last-level cache of the given size; 0 if the size is unknown.
@@ -171,9 +172,9 @@ const SZtaSampleLoops& ZtaBestLoops(std::uint64_t ui64Features) noexcept;
 const SZtaSampleLoops* ZtaFindLoops(const char* pszName, std::uint64_t ui64Features) noexcept;
 
 /// Returns the active variant: the one set by ZtaSetActiveLoops, or the preferred one of this processor, which the
-/// first call selects. [any thread] [no allocation] [no lock]
+/// first call selects by CPUID. [any thread] [real-time]
 const SZtaSampleLoops& ZtaActiveLoops() noexcept;
 
 /// Sets the active variant by its name; null selects the preferred one. Returns false and changes nothing if the name
-/// is unknown or this processor does not support the variant. [any thread] [no allocation] [no lock]
+/// is unknown or this processor does not support the variant. [any thread] [real-time]
 bool ZtaSetActiveLoops(const char* pszName) noexcept;

@@ -81,7 +81,7 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
     /// Orders streaming stores before later stores.
     static void FenceStreamingStores() { _mm_sfence(); }
 
-    /// Stores consecutive vectors with full-width stores. Streaming stores need an address aligned to 32 bytes.
+    /// Stores consecutive vectors with full-width stores. Streaming stores require an address at a multiple of 32.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false, unsigned long Count>
     static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[Count])
     {

@@ -46,8 +46,8 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
                 rav[i + 1] = UpperHalves<32>(vSamples);
             }
         } else if constexpr (Bytes == 3) {
-            // The 48 bytes of a vector begin at byte 0, 48, 32 or 16 of a cache line; the middle two continue in the
-            // next.
+            // The 48 bytes of the four vectors begin at byte 0, 48, 32 and 16 of a loaded vector; those of the second
+            // and the third continue in the next one.
             const __m512i vFirst = LoadOnce(puc);
             const __m512i vSecond = LoadOnce(puc + 64);
             const __m512i vThird = LoadOnce(puc + 128);
@@ -79,8 +79,7 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
     /// Orders streaming stores before later stores.
     static void FenceStreamingStores() { _mm_sfence(); }
 
-    /// Stores four consecutive vectors with full-width stores. Streaming stores need an address aligned to a cache
-    /// line.
+    /// Stores four consecutive vectors with full-width stores. Streaming stores require an address at a multiple of 64.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned, bool Streamed = false>
     static void StoreBlock(std::uint8_t* puc, const VecU32 (&rav)[4])
     {

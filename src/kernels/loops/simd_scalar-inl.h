@@ -1,8 +1,13 @@
 /// The scalar reference: one sample at a time. It defines the operations that loops use of an instruction set.
 ///
-/// Ops process 32-bit lanes. Samples of 2 or 3 bytes are MSB-aligned in the lane, like 24-in-32; samples of 4 bytes
-/// fill the lane. For some ops, samples of 2 bytes are LSB-aligned: sign-extended by loads, and wrapped by stores.
-/// Loads and stores are unaligned.
+/// Ops process 32-bit lanes, which hold one sample each. Samples of 2 or 3 bytes are MSB-aligned in the lane, like
+/// 24-in-32; samples of 4 bytes fill the lane. For some ops, samples of 2 bytes are LSB-aligned: sign-extended by
+/// loads, and wrapped by stores. Loads and stores are unaligned.
+///
+/// An instruction set with more than one lane has also operations that only the loops over vectors use: LoadBlock and
+/// StoreBlock (consecutive vectors), GainLoader, MulGain16 and MulHigh32 (fades), LoadGains, LoadClampRange and
+/// ApplyGain24 (gain ramps), LoadInterleaved and LoadDeinterleaved (stereo). They are described in simd_avx2-inl.h and
+/// simd_x86-inl.h.
 ///
 /// Each variant compiles the -inl.h files in its own namespace. No name is visible outside its object.
 #pragma once
@@ -42,35 +47,36 @@ struct Scalar {
         }
     }
 
+    /// The inverse of Load. Drops the bits that the container lacks.
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
-    static void Store(std::uint8_t* puc, VecU32 ulWord)
+    static void Store(std::uint8_t* puc, VecU32 ulLane)
     {
         if constexpr (Bytes == 2) {
             const auto usSample =
-                static_cast<std::uint16_t>(Alignment == BitAlignment::MsbAligned ? ulWord >> 16 : ulWord);
+                static_cast<std::uint16_t>(Alignment == BitAlignment::MsbAligned ? ulLane >> 16 : ulLane);
             __builtin_memcpy(puc, &usSample, 2);
         } else if constexpr (Bytes == 3) {
-            puc[0] = static_cast<std::uint8_t>(ulWord >> 8);
-            puc[1] = static_cast<std::uint8_t>(ulWord >> 16);
-            puc[2] = static_cast<std::uint8_t>(ulWord >> 24);
+            puc[0] = static_cast<std::uint8_t>(ulLane >> 8);
+            puc[1] = static_cast<std::uint8_t>(ulLane >> 16);
+            puc[2] = static_cast<std::uint8_t>(ulLane >> 24);
         } else {
-            __builtin_memcpy(puc, &ulWord, 4);
+            __builtin_memcpy(puc, &ulLane, 4);
         }
     }
 
     /// Returns the bytes at the given positions, the lowest first. Position -1 gives a zero.
     template <int First, int Second, int Third, int Fourth>
-    static VecU32 ShuffleBytes(VecU32 ulWord)
+    static VecU32 ShuffleBytes(VecU32 ulLane)
     {
-        return ExtractByte<First>(ulWord) | ExtractByte<Second>(ulWord) << 8 | ExtractByte<Third>(ulWord) << 16 |
-               ExtractByte<Fourth>(ulWord) << 24;
+        return ExtractByte<First>(ulLane) | ExtractByte<Second>(ulLane) << 8 | ExtractByte<Third>(ulLane) << 16 |
+               ExtractByte<Fourth>(ulLane) << 24;
     }
 
-    static VecF32 BitCastToFloat(VecU32 ulWord) { return __builtin_bit_cast(float, ulWord); }
+    static VecF32 BitCastToFloat(VecU32 ulLane) { return __builtin_bit_cast(float, ulLane); }
     static VecU32 BitCastToUint(VecF32 fValue) { return __builtin_bit_cast(VecU32, fValue); }
 
     /// Converts signed integers, rounded to the nearest float.
-    static VecF32 ConvertToFloat(VecU32 ulWord) { return static_cast<float>(static_cast<std::int32_t>(ulWord)); }
+    static VecF32 ConvertToFloat(VecU32 ulLane) { return static_cast<float>(static_cast<std::int32_t>(ulLane)); }
 
     /// Truncates to a signed integer. NaN and values that do not fit in 32 bits give 0x80000000.
     static VecU32 TruncateToInt(VecF32 fValue)
@@ -89,26 +95,26 @@ struct Scalar {
     /// Multiplies a 24-in-32 sample by a gain with 12 fraction bits, the low 16 bits of ulGain. The result is
     /// LSB-aligned and can exceed 24 bits. The upper and the lower half are multiplied separately; the lower product is
     /// truncated.
-    static VecU32 ApplyGain(VecU32 ulWord, VecU32 ulGain)
+    static VecU32 ApplyGain(VecU32 ulLane, VecU32 ulGain)
     {
-        const std::int32_t iSample = static_cast<std::int32_t>(ulWord) >> 4;
+        const std::int32_t iSample = static_cast<std::int32_t>(ulLane) >> 4;
         const auto iGain = static_cast<std::int32_t>(ulGain & 0xFFFF);
         const std::int32_t iLow = (iSample & 0xFFFF) >> 1;
         return static_cast<VecU32>((iSample >> 16) * iGain + (iLow * iGain >> 15));
     }
 
     /// Clamps signed integers, first to the maximum, then to the minimum.
-    static VecU32 Clamp(VecU32 ulWord, VecU32 ulUpper, VecU32 ulLower)
+    static VecU32 Clamp(VecU32 ulLane, VecU32 ulMax, VecU32 ulMin)
     {
         const auto Signed = [](VecU32 ul) { return static_cast<std::int32_t>(ul); };
-        ulWord = Signed(ulWord) < Signed(ulUpper) ? ulWord : ulUpper;
-        return Signed(ulWord) > Signed(ulLower) ? ulWord : ulLower;
+        ulLane = Signed(ulLane) < Signed(ulMax) ? ulLane : ulMax;
+        return Signed(ulLane) > Signed(ulMin) ? ulLane : ulMin;
     }
 
     /// Shifts a signed integer; rounds towards minus infinity.
-    static VecU32 ShiftRightArithmetic(VecU32 ulWord, int iBits)
+    static VecU32 ShiftRightArithmetic(VecU32 ulLane, int iBits)
     {
-        return static_cast<VecU32>(static_cast<std::int32_t>(ulWord) >> iBits);
+        return static_cast<VecU32>(static_cast<std::int32_t>(ulLane) >> iBits);
     }
 
     /// The frames of one step of the stereo loops. 1 means no steps.
@@ -117,12 +123,12 @@ struct Scalar {
 
 private:
     template <int Position>
-    static VecU32 ExtractByte(VecU32 ulWord)
+    static VecU32 ExtractByte(VecU32 ulLane)
     {
         if constexpr (Position < 0) {
             return 0;
         } else {
-            return ulWord >> 8 * Position & 0xFF;
+            return ulLane >> 8 * Position & 0xFF;
         }
     }
 };

@@ -202,6 +202,7 @@ inline void UnpackStages(VectorType* av)
 /// The operations of an instruction set that differ only in the width of its vectors.
 template <class U32, class U16>
 struct X86Arithmetic {
+    /// As Scalar::ShuffleBytes.
     template <int First, int Second, int Third, int Fourth>
     static U32 ShuffleBytes(U32 v)
     {
@@ -224,9 +225,10 @@ struct X86Arithmetic {
         return reinterpret_cast<GainVector>(ShuffleBytes<0, 1, 0, 1>(v));
     }
 
+    /// The clamp range of ApplyGain24, in the scale of its products.
     struct ClampRange {
-        U32 vUpper;
-        U32 vLower;
+        U32 vMax;
+        U32 vMin;
     };
 
     static ClampRange LoadClampRange(const std::int32_t* plClampMax, const std::int32_t* plClampMin)
@@ -248,7 +250,7 @@ struct X86Arithmetic {
         const auto vLow = MulHighUnsigned16(AsIntegers(v & 0x0000FFE0), AsIntegers(vGains));
         auto vScaled = Add32(vHigh, vLow);
         if constexpr (Clamped) {
-            vScaled = MaxSigned32(MinSigned32(vScaled, AsIntegers(rsRange.vUpper)), AsIntegers(rsRange.vLower));
+            vScaled = MaxSigned32(MinSigned32(vScaled, AsIntegers(rsRange.vMax)), AsIntegers(rsRange.vMin));
         }
         return reinterpret_cast<U32>(vScaled) << 4 & 0xFFFFFF00;
     }

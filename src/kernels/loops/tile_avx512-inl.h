@@ -125,8 +125,8 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
             }
         } else if constexpr (Planes == 2 * kLaneElements) {
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                const VectorType v = PermuteUnpacked<Tables::kWideFirst>(av[i], av[i + kLaneElements]);
-                av[i + kLaneElements] = PermuteUnpacked<Tables::kWideSecond>(av[i], av[i + kLaneElements]);
+                const VectorType v = PermuteUnpacked<Tables::kWideFirstFrames>(av[i], av[i + kLaneElements]);
+                av[i + kLaneElements] = PermuteUnpacked<Tables::kWideLastFrames>(av[i], av[i + kLaneElements]);
                 av[i] = v;
             }
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
@@ -167,8 +167,8 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                const VectorType v = PermuteToPacked<Tables::kWideLeft>(av[i], av[i + kLaneElements]);
-                av[i + kLaneElements] = PermuteToPacked<Tables::kWideRight>(av[i], av[i + kLaneElements]);
+                const VectorType v = PermuteToPacked<Tables::kWideFirstPlane>(av[i], av[i + kLaneElements]);
+                av[i + kLaneElements] = PermuteToPacked<Tables::kWideSecondPlane>(av[i], av[i + kLaneElements]);
                 av[i] = v;
             }
         } else {

@@ -35,6 +35,7 @@ struct Avx512TileTables {
         std::uint8_t aucElement[kFrames];
     };
 
+    /// Returns the lane of a slot.
     static constexpr unsigned long Lane(unsigned long i) { return i / kLaneElements; }
 
     /// For a mux of Planes planes, fewer than a lane has elements: a vector of the mux has four lanes of consecutive
@@ -42,13 +43,15 @@ struct Avx512TileTables {
     template <unsigned long Planes>
     static constexpr unsigned long NarrowFrame(unsigned long i)
     {
-        constexpr unsigned long kOfLane = kLaneElements / Planes;
-        return i % kLaneElements / kOfLane * 4 * kOfLane + Lane(i) * kOfLane + i % kOfLane;
+        constexpr unsigned long kLaneFrames = kLaneElements / Planes;
+        return i % kLaneElements / kLaneFrames * 4 * kLaneFrames + Lane(i) * kLaneFrames + i % kLaneFrames;
     }
 
-    /// For a wider mux: a vector of the tile holds half of each of two frames, with the lanes of two planes side by
-    /// side.
+    /// For a tile of twice as many planes as a lane has elements: a vector of the mux has two frames. Even lanes hold
+    /// the first half of their planes, odd lanes the second half.
     static constexpr unsigned long WideFrame(unsigned long i) { return i % kLaneElements * 2 + Lane(i) / 2; }
+
+    // The permutations before interleaving and after deinterleaving.
 
     template <unsigned long Planes>
     static constexpr Permutation kNarrowOrder = [] {
@@ -68,6 +71,7 @@ struct Avx512TileTables {
         return s;
     }();
 
+    /// The elements of planes p and p + kLaneElements, the first and the second source, from ulFirstFrame on.
     static constexpr Permutation WideOrder(unsigned long ulFirstFrame)
     {
         Permutation s{};
@@ -77,11 +81,12 @@ struct Avx512TileTables {
         return s;
     }
 
-    static constexpr Permutation WideOrderInverse(unsigned long ulSide)
+    /// The elements of the plane that was the first source (0) or the second (1) of WideOrder.
+    static constexpr Permutation WideOrderInverse(unsigned long ulPlane)
     {
         Permutation s{};
         for (unsigned long i = 0; i < kFrames; ++i) {
-            if (Lane(i) % 2 == ulSide) {
+            if (Lane(i) % 2 == ulPlane) {
                 s.aucElement[WideFrame(i)] = static_cast<std::uint8_t>(i);
                 s.aucElement[2 * kLaneElements + WideFrame(i)] = static_cast<std::uint8_t>(kFrames + i);
             }
@@ -89,15 +94,16 @@ struct Avx512TileTables {
         return s;
     }
 
-    static constexpr Permutation kWideFirst = WideOrder(0);
-    static constexpr Permutation kWideSecond = WideOrder(2 * kLaneElements);
-    static constexpr Permutation kWideLeft = WideOrderInverse(0);
-    static constexpr Permutation kWideRight = WideOrderInverse(1);
+    static constexpr Permutation kWideFirstFrames = WideOrder(0);
+    static constexpr Permutation kWideLastFrames = WideOrder(2 * kLaneElements);
+    static constexpr Permutation kWideFirstPlane = WideOrderInverse(0);
+    static constexpr Permutation kWideSecondPlane = WideOrderInverse(1);
 
     /// Byte positions in one or two vectors.
     struct alignas(64) Bytes64 {
         std::uint8_t auc[64];
     };
+    /// Slot positions in one or two vectors.
     struct alignas(64) Slots {
         Index a[64 / kSlotBytes];
     };
@@ -133,29 +139,30 @@ struct Avx512TileTables {
         return s;
     }();
 
-    /// Packed elements are contiguous in the whole vector, or at the start of each half, or at the start of each lane.
-    static constexpr unsigned long PackedByte(unsigned long ulSlotByte, unsigned long ulPart)
+    /// Returns the byte position of a slot's byte in packed elements. They are contiguous in the whole vector, or at
+    /// the start of each half, or at the start of each lane: ulGroupBytes is 64, 32 or 16.
+    static constexpr unsigned long PackedByte(unsigned long ulSlotByte, unsigned long ulGroupBytes)
     {
         const unsigned long ulByte = ulSlotByte / kSlotBytes * Bytes + ulSlotByte % kSlotBytes % Bytes;
-        const unsigned long ulBytes = ulPart / kSlotBytes * Bytes;
-        return ulByte / ulBytes * ulPart + ulByte % ulBytes;
+        const unsigned long ulBytes = ulGroupBytes / kSlotBytes * Bytes;
+        return ulByte / ulBytes * ulGroupBytes + ulByte % ulBytes;
     }
 
-    static constexpr Bytes64 MakeUnpackIndices(unsigned long ulPart)
+    static constexpr Bytes64 MakeUnpackIndices(unsigned long ulGroupBytes)
     {
         Bytes64 s{};
         for (unsigned long i = 0; i < 64; ++i) {
-            s.auc[i] = static_cast<std::uint8_t>(PackedByte(i, ulPart));
+            s.auc[i] = static_cast<std::uint8_t>(PackedByte(i, ulGroupBytes));
         }
         return s;
     }
 
-    static constexpr Bytes64 MakePackIndices(unsigned long ulPart)
+    static constexpr Bytes64 MakePackIndices(unsigned long ulGroupBytes)
     {
         Bytes64 s{};
         for (unsigned long i = 0; i < 64; ++i) {
             if (i % kSlotBytes < Bytes) {
-                s.auc[PackedByte(i, ulPart)] = static_cast<std::uint8_t>(i);
+                s.auc[PackedByte(i, ulGroupBytes)] = static_cast<std::uint8_t>(i);
             }
         }
         return s;
@@ -168,6 +175,7 @@ struct Avx512TileTables {
     static constexpr Bytes64 kPackHalves = MakePackIndices(32);
     static constexpr Bytes64 kPackLanes = MakePackIndices(16);
 
+    /// True for permutations of one vector.
     template <const Permutation& rOrder>
     static constexpr bool kUsesOneSource = [] {
         for (const std::uint8_t ucElement : rOrder.aucElement) {

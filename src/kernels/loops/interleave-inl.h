@@ -242,7 +242,7 @@ struct DeinterleaveJob {
     }
 };
 
-/// The bytes of a plane that are processed before the next planes; see ProcessFullTiles.
+/// The bytes of a plane that are processed before the next planes; see ProcessChunks.
 constexpr unsigned long kChunkBytes = 512;
 
 /// Processes the planes or frames that are in no tile.
@@ -259,69 +259,68 @@ void ProcessRemainder(const Job& rJob, unsigned long ulPlane, unsigned long ulFr
     rJob.ProcessScalar(ulPlane, ulFrom, ulTo);
 }
 
-/// Processes the frames from ulFrom in tiles and returns the first frame of the remainder. If the mux has more planes
-/// than a tile, the frames are divided into chunks, and all planes of a chunk are processed before the next chunk. A
-/// chunk is small enough for the mux lines that its tiles share to stay in the first-level cache, and large enough to
-/// spread the lines of the planes over the cache sets.
+/// If the mux has exactly Planes planes, and a tile can have as many, processes whole frames by contiguous tiles and
+/// returns true. Inlined, as ProcessChunks is: for few frames, the calls would take as long as the tiles.
+template <class Tile, unsigned long Planes, class Job>
+[[gnu::always_inline]] inline bool ProcessContiguousTiles(const Job& rJob, unsigned long ulFrom, unsigned long ulTo)
+{
+    if constexpr (Planes >= 2 && Planes <= Min(Tile::kMaxPlanesContiguous, Job::kMaxTilePlanes)) {
+        if (rJob.sMux.ulPlanes == Planes) {
+            rJob.template ProcessTiles<Tile, Planes, MuxLayout::Contiguous>(0, ulFrom, ulTo);
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Processes the frames of any other mux by the widest tiles that fit, and the remaining planes. If the mux has more
+/// planes than a tile, the frames are divided into chunks, and all planes of a chunk are processed before the next
+/// chunk. A chunk is small enough for the mux lines that its tiles share to stay in the first-level cache, and large
+/// enough to spread the lines of the planes over the cache sets.
+template <class Tile, int Bytes, class Job>
+[[gnu::always_inline]] inline void ProcessChunks(const Job& rJob, unsigned long ulFrom, unsigned long ulTo)
+{
+    constexpr bool kAllowsTwoLaneTiles = 2 * Tile::kLaneElements <= Job::kMaxTilePlanes;
+    constexpr unsigned long kChunkFrames = kChunkBytes / Bytes / Tile::kFrames * Tile::kFrames;
+    const unsigned long ulPlanes = rJob.sMux.ulPlanes;
+    const unsigned long ulChunk = ulPlanes <= Min(Tile::kMaxPlanes, Job::kMaxTilePlanes) ? ulTo - ulFrom : kChunkFrames;
+    for (unsigned long f = ulFrom; f < ulTo; f += ulChunk) {
+        const unsigned long ulNext = ulTo - f < ulChunk ? ulTo : f + ulChunk;
+        unsigned long p = 0;
+        if constexpr (Tile::kMaxPlanes == 4 * Tile::kLaneElements) {
+            for (; p + 4 * Tile::kLaneElements <= ulPlanes; p += 4 * Tile::kLaneElements) {
+                rJob.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::WholeVectors>(p, f, ulNext);
+            }
+        }
+        if constexpr (kAllowsTwoLaneTiles) {
+            for (; p + 2 * Tile::kLaneElements <= ulPlanes; p += 2 * Tile::kLaneElements) {
+                rJob.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::HalfVectors>(p, f, ulNext);
+            }
+        }
+        for (; p + Tile::kLaneElements <= ulPlanes; p += Tile::kLaneElements) {
+            rJob.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Lanes>(p, f, ulNext);
+        }
+        ProcessRemainder<Tile>(rJob, p, f, ulNext);
+    }
+}
+
+/// Processes the frames from ulFrom to ulFrames that are whole tiles, and returns the first frame of the remainder.
 template <class Tile, int Bytes, class Job>
 unsigned long ProcessFullTiles(const Job& rJob, unsigned long ulFrom, unsigned long ulFrames)
 {
-    constexpr bool kAllowsTwoLaneTiles = 2 * Tile::kLaneElements <= Job::kMaxTilePlanes;
-    constexpr bool kAllowsFourLaneTiles =
-        Tile::kMaxPlanesContiguous == 4 * Tile::kLaneElements && Tile::kMaxPlanesContiguous <= Job::kMaxTilePlanes;
-    constexpr unsigned long kChunkFrames = kChunkBytes / Bytes / Tile::kFrames * Tile::kFrames;
-    const unsigned long ulPlanes = rJob.sMux.ulPlanes;
+    constexpr unsigned long kLaneElements = Tile::kLaneElements;
     const unsigned long ulLeft = ulFrames - ulFrom;
     if (ulLeft < Tile::kFrames + Tile::kOverrunFrames) {
         return ulFrom;
     }
     const unsigned long ulTo = ulFrom + (ulLeft - Tile::kOverrunFrames) / Tile::kFrames * Tile::kFrames;
-    if (ulPlanes == Tile::kLaneElements) {
-        rJob.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
-        return ulTo;
-    }
-    if constexpr (Tile::kLaneElements >= 4) {
-        if (ulPlanes == Tile::kLaneElements / 2) {
-            rJob.template ProcessTiles<Tile, Tile::kLaneElements / 2, MuxLayout::Contiguous>(0, ulFrom, ulTo);
-            return ulTo;
-        }
-    }
-    if constexpr (Tile::kLaneElements >= 8) {
-        if (ulPlanes == Tile::kLaneElements / 4) {
-            rJob.template ProcessTiles<Tile, Tile::kLaneElements / 4, MuxLayout::Contiguous>(0, ulFrom, ulTo);
-            return ulTo;
-        }
-    }
-    if constexpr (kAllowsTwoLaneTiles) {
-        if (ulPlanes == 2 * Tile::kLaneElements) {
-            rJob.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
-            return ulTo;
-        }
-    }
-    if constexpr (kAllowsFourLaneTiles) {
-        if (ulPlanes == 4 * Tile::kLaneElements) {
-            rJob.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::Contiguous>(0, ulFrom, ulTo);
-            return ulTo;
-        }
-    }
-    const unsigned long ulChunk = ulPlanes <= Min(Tile::kMaxPlanes, Job::kMaxTilePlanes) ? ulTo - ulFrom : kChunkFrames;
-    for (unsigned long f = ulFrom; f < ulTo; f += ulChunk) {
-        const unsigned long ulNext = ulTo - f < ulChunk ? ulTo : f + ulChunk;
-        unsigned long s = 0;
-        if constexpr (Tile::kMaxPlanes == 4 * Tile::kLaneElements) {
-            for (; s + 4 * Tile::kLaneElements <= ulPlanes; s += 4 * Tile::kLaneElements) {
-                rJob.template ProcessTiles<Tile, 4 * Tile::kLaneElements, MuxLayout::WholeVectors>(s, f, ulNext);
-            }
-        }
-        if constexpr (kAllowsTwoLaneTiles) {
-            for (; s + 2 * Tile::kLaneElements <= ulPlanes; s += 2 * Tile::kLaneElements) {
-                rJob.template ProcessTiles<Tile, 2 * Tile::kLaneElements, MuxLayout::HalfVectors>(s, f, ulNext);
-            }
-        }
-        for (; s + Tile::kLaneElements <= ulPlanes; s += Tile::kLaneElements) {
-            rJob.template ProcessTiles<Tile, Tile::kLaneElements, MuxLayout::Lanes>(s, f, ulNext);
-        }
-        ProcessRemainder<Tile>(rJob, s, f, ulNext);
+    const bool bIsDone = ProcessContiguousTiles<Tile, kLaneElements>(rJob, ulFrom, ulTo) ||
+                         ProcessContiguousTiles<Tile, kLaneElements / 2>(rJob, ulFrom, ulTo) ||
+                         ProcessContiguousTiles<Tile, kLaneElements / 4>(rJob, ulFrom, ulTo) ||
+                         ProcessContiguousTiles<Tile, 2 * kLaneElements>(rJob, ulFrom, ulTo) ||
+                         ProcessContiguousTiles<Tile, 4 * kLaneElements>(rJob, ulFrom, ulTo);
+    if (!bIsDone) {
+        ProcessChunks<Tile, Bytes>(rJob, ulFrom, ulTo);
     }
     return ulTo;
 }

@@ -12,12 +12,9 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
+struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16, VecF32x8> {
     static constexpr unsigned long kLanes = 8;
     static constexpr bool kHasMaskedAccess = false;
-    using VecU32 = VecU32x8;
-    using VecU16 = VecU16x16;
-    using VecF32 = float __attribute__((vector_size(32)));
 
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static VecU32 Load(const std::uint8_t* puc)
@@ -106,35 +103,6 @@ struct Avx2 : X86Arithmetic<VecU32x8, VecU16x16> {
                 StoreInOrder<Streamed>(puc + i * 32, reinterpret_cast<__m256i>(rav[i]));
             }
         }
-    }
-
-    static VecF32 BitCastToFloat(VecU32 v) { return reinterpret_cast<VecF32>(v); }
-    static VecU32 BitCastToUint(VecF32 vValues) { return reinterpret_cast<VecU32>(vValues); }
-    static VecF32 ConvertToFloat(VecU32 v) { return _mm256_cvtepi32_ps(reinterpret_cast<__m256i>(v)); }
-    static VecU32 TruncateToInt(VecF32 vValues) { return reinterpret_cast<VecU32>(_mm256_cvttps_epi32(vValues)); }
-
-    /// Multiplies by the reciprocal, a geometric series. Its first two terms are one float. The third is a power of
-    /// two: a saturating integer subtraction from the exponent computes that product and leaves zero unchanged. The
-    /// error before the last rounding is less than half of the minimum distance between a quotient of two floats and a
-    /// rounding boundary, so the result is bit-exact.
-    template <int Power, int Less>
-    static VecF32 DivideByFullScale(VecF32 vValues)
-    {
-        const __m256i vExponent = _mm256_set1_epi32(kCorrectionExponent<Power, Less>);
-        const __m256i vThird = _mm256_subs_epu16(reinterpret_cast<__m256i>(vValues), vExponent);
-        return _mm256_fmadd_ps(vValues, _mm256_set1_ps(kReciprocal<Power, Less>), reinterpret_cast<__m256>(vThird));
-    }
-
-    template <int Power, int Less>
-    static constexpr auto kReciprocal = static_cast<float>((1.0 + 1.0 / (std::int64_t{1} << (Power - Less))) /
-                                                           (std::int64_t{1} << Power));
-    /// The number of halvings, at the position of a float exponent.
-    template <int Power, int Less>
-    static constexpr int kCorrectionExponent = (3 * Power - 2 * Less) << 23;
-
-    static VecU32 ShiftRightArithmetic(VecU32 v, int iBits)
-    {
-        return reinterpret_cast<VecU32>(_mm256_srai_epi32(reinterpret_cast<__m256i>(v), iBits));
     }
 
     /// Loads gains of consecutive frames and repeats each for the ulBytes bytes of its frame, a power of two. bReverse

@@ -13,11 +13,8 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
+struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32, VecF32x16> {
     static constexpr unsigned long kLanes = 16;
-    using VecU32 = VecU32x16;
-    using VecU16 = VecU16x32;
-    using VecF32 = float __attribute__((vector_size(64)));
 
     template <int Bytes, BitAlignment Alignment = BitAlignment::MsbAligned>
     static VecU32 Load(const std::uint8_t* puc)
@@ -110,26 +107,6 @@ struct Avx512 : X86Arithmetic<VecU32x16, VecU16x32> {
     static void StorePartial(std::uint8_t* puc, unsigned long ulBytes, VecU32 v)
     {
         _mm512_mask_storeu_epi8(puc, (std::uint64_t{1} << ulBytes) - 1, reinterpret_cast<__m512i>(v));
-    }
-
-    static VecF32 BitCastToFloat(VecU32 v) { return reinterpret_cast<VecF32>(v); }
-    static VecU32 BitCastToUint(VecF32 vValues) { return reinterpret_cast<VecU32>(vValues); }
-    static VecF32 ConvertToFloat(VecU32 v) { return _mm512_cvtepi32_ps(reinterpret_cast<__m512i>(v)); }
-    static VecU32 TruncateToInt(VecF32 vValues) { return reinterpret_cast<VecU32>(_mm512_cvttps_epi32(vValues)); }
-
-    /// As in Avx2.
-    template <int Power, int Less>
-    static VecF32 DivideByFullScale(VecF32 vValues)
-    {
-        const __m512i vExponent = _mm512_set1_epi32(Avx2::kCorrectionExponent<Power, Less>);
-        const __m512i vThird = _mm512_subs_epu16(reinterpret_cast<__m512i>(vValues), vExponent);
-        return _mm512_fmadd_ps(vValues, _mm512_set1_ps(Avx2::kReciprocal<Power, Less>),
-                               reinterpret_cast<__m512>(vThird));
-    }
-
-    static VecU32 ShiftRightArithmetic(VecU32 v, unsigned iBits)
-    {
-        return reinterpret_cast<VecU32>(_mm512_srai_epi32(reinterpret_cast<__m512i>(v), iBits));
     }
 
     /// Loads gains of consecutive frames and repeats each for the ulBytes bytes of its frame, a power of two. bReverse

@@ -11,6 +11,7 @@ namespace {
 
 using VecU32x8 = std::uint32_t __attribute__((vector_size(32)));
 using VecU16x16 = std::uint16_t __attribute__((vector_size(32)));
+using VecF32x8 = float __attribute__((vector_size(32)));
 
 inline __m256i AsIntegers(VecU32x8 v)
 {
@@ -65,6 +66,26 @@ inline __m256i ShiftRight64(__m256i v, int iBits)
 {
     return _mm256_srli_epi64(v, iBits);
 }
+inline __m256i ShiftRightSigned32(__m256i v, int iBits)
+{
+    return _mm256_srai_epi32(v, iBits);
+}
+inline __m256i SubSaturated16(__m256i v1, __m256i v2)
+{
+    return _mm256_subs_epu16(v1, v2);
+}
+inline __m256 ConvertSigned32ToFloat(__m256i v)
+{
+    return _mm256_cvtepi32_ps(v);
+}
+inline __m256i TruncateToSigned32(__m256 v)
+{
+    return _mm256_cvttps_epi32(v);
+}
+inline __m256 MulAdd(__m256 v, float fFactor, __m256 vAddend)
+{
+    return _mm256_fmadd_ps(v, _mm256_set1_ps(fFactor), vAddend);
+}
 /// The even 32-bit lanes of the first vector and the odd ones of the second.
 inline __m256i BlendEvenOdd32(__m256i vEven, __m256i vOdd)
 {
@@ -96,6 +117,7 @@ inline __m256i UnpackHigh(__m256i v1, __m256i v2)
 #ifdef __AVX512BW__
 using VecU32x16 = std::uint32_t __attribute__((vector_size(64)));
 using VecU16x32 = std::uint16_t __attribute__((vector_size(64)));
+using VecF32x16 = float __attribute__((vector_size(64)));
 
 inline __m512i AsIntegers(VecU32x16 v)
 {
@@ -150,6 +172,26 @@ inline __m512i ShiftRight64(__m512i v, unsigned iBits)
 {
     return _mm512_srli_epi64(v, iBits);
 }
+inline __m512i ShiftRightSigned32(__m512i v, int iBits)
+{
+    return _mm512_srai_epi32(v, static_cast<unsigned>(iBits));
+}
+inline __m512i SubSaturated16(__m512i v1, __m512i v2)
+{
+    return _mm512_subs_epu16(v1, v2);
+}
+inline __m512 ConvertSigned32ToFloat(__m512i v)
+{
+    return _mm512_cvtepi32_ps(v);
+}
+inline __m512i TruncateToSigned32(__m512 v)
+{
+    return _mm512_cvttps_epi32(v);
+}
+inline __m512 MulAdd(__m512 v, float fFactor, __m512 vAddend)
+{
+    return _mm512_fmadd_ps(v, _mm512_set1_ps(fFactor), vAddend);
+}
 inline __m512i BlendEvenOdd32(__m512i vEven, __m512i vOdd)
 {
     return _mm512_mask_blend_epi32(0xAAAA, vEven, vOdd);
@@ -199,10 +241,39 @@ inline void UnpackStages(VectorType* av)
     }
 }
 
-/// The operations of an instruction set that differ only in the width of its vectors.
-template <class U32, class U16>
+/// The operations of an instruction set that differ only in the width of its vectors. Those of Scalar are described
+/// there.
+template <class U32, class U16, class F32>
 struct X86Arithmetic {
-    /// As Scalar::ShuffleBytes.
+    using VecU32 = U32;
+    using VecU16 = U16;
+    using VecF32 = F32;
+
+    static F32 BitCastToFloat(U32 v) { return reinterpret_cast<F32>(v); }
+    static U32 BitCastToUint(F32 vValues) { return reinterpret_cast<U32>(vValues); }
+    static F32 ConvertToFloat(U32 v) { return ConvertSigned32ToFloat(AsIntegers(v)); }
+    static U32 TruncateToInt(F32 vValues) { return reinterpret_cast<U32>(TruncateToSigned32(vValues)); }
+    static U32 ShiftRightArithmetic(U32 v, int iBits)
+    {
+        return reinterpret_cast<U32>(ShiftRightSigned32(AsIntegers(v), iBits));
+    }
+
+    /// Multiplies by the reciprocal, a geometric series. Its first two terms are one float. The third is a power of
+    /// two: a saturating integer subtraction from the exponent computes that product and leaves zero unchanged. The
+    /// error before the last rounding is less than half of the minimum distance between a quotient of two floats and a
+    /// rounding boundary, so the result is bit-exact.
+    template <int Power, int Less>
+    static F32 DivideByFullScale(F32 vValues)
+    {
+        constexpr auto kReciprocal =
+            static_cast<float>((1.0 + 1.0 / (std::int64_t{1} << (Power - Less))) / (std::int64_t{1} << Power));
+        constexpr std::uint32_t kHalvings = 3 * Power - 2 * Less;
+        constexpr int kExponentBit = 23;
+        const U32 vExponent = U32{} + (kHalvings << kExponentBit);
+        const auto vThird = SubSaturated16(AsIntegers(reinterpret_cast<U32>(vValues)), AsIntegers(vExponent));
+        return MulAdd(vValues, kReciprocal, reinterpret_cast<F32>(vThird));
+    }
+
     template <int First, int Second, int Third, int Fourth>
     static U32 ShuffleBytes(U32 v)
     {

@@ -1,4 +1,5 @@
-/// The types that the traversal of interleave-inl.h and the tiles of the variants share.
+/// The types that the traversal of interleave-inl.h and the tiles of the variants share. A tile is a class with the
+/// public members of TileAvx2; with masked tiles also InterleaveMasked and DeinterleaveMasked, as in TileAvx512.
 #pragma once
 
 namespace zta::loops::ZTA_LOOP_VARIANT {

@@ -85,14 +85,8 @@ struct TileAvx2 {
     template <unsigned long Planes, MuxLayout Layout>
     static void Interleave(VectorType* av)
     {
-        if constexpr (Layout == MuxLayout::Lanes) {
-            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
-        } else if constexpr (Planes == 2 * kLaneElements) {
-            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
-            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
-            for (unsigned long i = 0; i < kLaneElements; ++i) {
-                CombineLanes(av[i], av[i + kLaneElements]);
-            }
+        if constexpr (Layout == MuxLayout::Lanes || Planes == 2 * kLaneElements) {
+            Transpose<Planes>(av);
         } else {
             UnpackStages<kSlotBytes, Planes, Planes>(av);
             VectorType avLanes[Planes];
@@ -107,17 +101,12 @@ struct TileAvx2 {
         }
     }
 
+    /// The inverse.
     template <unsigned long Planes, MuxLayout Layout>
     static void Deinterleave(VectorType* av)
     {
-        if constexpr (Layout == MuxLayout::Lanes) {
-            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
-        } else if constexpr (Planes == 2 * kLaneElements) {
-            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
-            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
-            for (unsigned long i = 0; i < kLaneElements; ++i) {
-                CombineLanes(av[i], av[i + kLaneElements]);
-            }
+        if constexpr (Layout == MuxLayout::Lanes || Planes == 2 * kLaneElements) {
+            Transpose<Planes>(av);
         } else {
             VectorType avLanes[Planes];
             for (unsigned long i = 0; i < Planes / 2; ++i) {
@@ -133,6 +122,21 @@ struct TileAvx2 {
     }
 
 private:
+    /// Exchanges planes and frames, in both directions: of as many planes as a lane has elements in each lane, or of
+    /// twice as many in whole vectors.
+    template <unsigned long Planes>
+    static void Transpose(VectorType* av)
+    {
+        for (unsigned long i = 0; i < Planes; i += kLaneElements) {
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + i);
+        }
+        if constexpr (Planes == 2 * kLaneElements) {
+            for (unsigned long i = 0; i < kLaneElements; ++i) {
+                CombineLanes(av[i], av[i + kLaneElements]);
+            }
+        }
+    }
+
     /// Moves the low lanes to the first vector and the high lanes to the second.
     static void CombineLanes(VectorType& rvFirst, VectorType& rvSecond)
     {
@@ -169,6 +173,7 @@ private:
         }
     }
 
+    /// The inverse.
     static VectorType Pack(VectorType v)
     {
         if constexpr (Bytes == 3) {

@@ -1,5 +1,12 @@
 /// Tiles of AVX-512 vectors. A permutation of whole vectors arranges the elements so that unpack stages within the
 /// 128-bit lanes, which are the cheapest shuffles, give vectors of the mux; the inverse deinterleaves.
+///
+/// The planes of a tile decide how, compared with the elements of a lane:
+///
+///   up to as many, contiguous  narrow: a lane of the mux has one or more frames
+///   as many                    lanes: a lane has the part of a frame that belongs to the tile
+///   twice as many              wide: a vector has two frames, or their parts
+///   four times as many         whole vectors: a vector has one frame, or its part
 #pragma once
 
 #include "kernels/loops/simd_x86-inl.h"
@@ -103,26 +110,11 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
     static void Interleave(VectorType* av)
     {
         if constexpr (Layout == MuxLayout::Lanes) {
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack<Tables::kUnpackContiguous>(av[i]);
-            }
+            PermuteBytes<Tables::kUnpackContiguous, Planes>(av);
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack<Tables::kPackLanes>(av[i]);
-            }
+            PermuteBytes<Tables::kPackLanes, Planes>(av);
         } else if constexpr (Planes == 4 * kLaneElements) {
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack<Tables::kUnpackContiguous>(av[i]);
-            }
-            for (unsigned long i = 0; i < kLaneElements; ++i) {
-                TransposeLanes(av + i);
-            }
-            for (unsigned long i = 0; i < Planes; i += kLaneElements) {
-                UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + i);
-            }
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack<Tables::kPackContiguous>(av[i]);
-            }
+            TransposeVectors(av);
         } else if constexpr (Planes == 2 * kLaneElements) {
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 const VectorType v = PermuteUnpacked<Tables::kWideFirstFrames>(av[i], av[i + kLaneElements]);
@@ -131,38 +123,35 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
             }
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] =
-                    Pack < (Layout == MuxLayout::Contiguous) ? Tables::kPackContiguous : Tables::kPackHalves > (av[i]);
+            if constexpr (Layout == MuxLayout::Contiguous) {
+                PermuteBytes<Tables::kPackContiguous, Planes>(av);
+            } else {
+                PermuteBytes<Tables::kPackHalves, Planes>(av);
             }
         } else {
             for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = PermuteUnpacked<Tables::template kNarrowOrder<Planes>>(av[i], av[i]);
             }
             UnpackStages<kSlotBytes, Planes, Planes>(av);
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack<Tables::kPackContiguous>(av[i]);
-            }
+            PermuteBytes<Tables::kPackContiguous, Planes>(av);
         }
     }
 
+    /// The inverse.
     template <unsigned long Planes, MuxLayout Layout>
     static void Deinterleave(VectorType* av)
     {
         if constexpr (Layout == MuxLayout::Lanes) {
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack<Tables::kUnpackLanes>(av[i]);
-            }
+            PermuteBytes<Tables::kUnpackLanes, Planes>(av);
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Pack<Tables::kPackContiguous>(av[i]);
-            }
+            PermuteBytes<Tables::kPackContiguous, Planes>(av);
         } else if constexpr (Planes == 4 * kLaneElements) {
-            Interleave<Planes, Layout>(av); // the same transposition
+            TransposeVectors(av);
         } else if constexpr (Planes == 2 * kLaneElements) {
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack < Layout == MuxLayout::Contiguous ? Tables::kUnpackContiguous
-                                                                 : Tables::kUnpackHalves > (av[i]);
+            if constexpr (Layout == MuxLayout::Contiguous) {
+                PermuteBytes<Tables::kUnpackContiguous, Planes>(av);
+            } else {
+                PermuteBytes<Tables::kUnpackHalves, Planes>(av);
             }
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + kLaneElements);
@@ -172,9 +161,7 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
                 av[i] = v;
             }
         } else {
-            for (unsigned long i = 0; i < Planes; ++i) {
-                av[i] = Unpack<Tables::kUnpackContiguous>(av[i]);
-            }
+            PermuteBytes<Tables::kUnpackContiguous, Planes>(av);
             UnpackStages<kSlotBytes, Planes, kLaneElements>(av);
             for (unsigned long i = 0; i < Planes; ++i) {
                 av[i] = PermuteToPacked<Tables::template kNarrowInverse<Planes>>(av[i], av[i]);
@@ -194,12 +181,12 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 const void* pvPlane = ppvPlanes[i < ulCount ? i : 0];
                 const auto* puc = static_cast<const std::uint8_t*>(pvPlane) + f * Bytes;
-                av[i] = Unpack<Tables::kUnpackContiguous>(_mm512_maskz_loadu_epi8(ullVectorMask, puc));
+                av[i] = PermuteBytes<Tables::kUnpackContiguous>(_mm512_maskz_loadu_epi8(ullVectorMask, puc));
             }
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             std::uint8_t aucLanes[kLaneElements * 64];
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                _mm512_storeu_si512(aucLanes + i * 64, Pack<Tables::kPackLanes>(av[i]));
+                _mm512_storeu_si512(aucLanes + i * 64, PermuteBytes<Tables::kPackLanes>(av[i]));
             }
             for (unsigned long i = 0; i < ulFrames; ++i) {
                 const auto* pvLane =
@@ -222,14 +209,14 @@ struct TileAvx512 : Avx512TileTables<Bytes> {
             }
             VectorType av[kLaneElements];
             for (unsigned long i = 0; i < kLaneElements; ++i) {
-                av[i] = Unpack<Tables::kUnpackLanes>(_mm512_loadu_si512(aucLanes + i * 64));
+                av[i] = PermuteBytes<Tables::kUnpackLanes>(_mm512_loadu_si512(aucLanes + i * 64));
             }
             UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av);
             const __mmask64 ullVectorMask = ByteMask(ulFrames * Bytes);
             for (unsigned long i = 0; i < kLaneElements; ++i) {
                 if (i < ulCount) {
                     _mm512_mask_storeu_epi8(static_cast<std::uint8_t*>(ppvPlanes[i]) + f * Bytes, ullVectorMask,
-                                            Pack<Tables::kPackContiguous>(av[i]));
+                                            PermuteBytes<Tables::kPackContiguous>(av[i]));
                 }
             }
         }
@@ -240,6 +227,7 @@ private:
 
     static constexpr __mmask16 kPackedMask = 0x0FFF;
 
+    /// Permutes elements of one or two vectors, and unpacks them to slots.
     template <const Permutation& rOrder>
     static VectorType PermuteUnpacked(VectorType vFirst, VectorType vSecond)
     {
@@ -251,6 +239,7 @@ private:
         }
     }
 
+    /// Permutes slots of one or two vectors, and packs them.
     template <const Permutation& rOrder>
     static VectorType PermuteToPacked(VectorType vFirst, VectorType vSecond)
     {
@@ -261,14 +250,36 @@ private:
         }
     }
 
-    template <const Bytes64& rBytes>
-    static VectorType Pack(VectorType v)
+    /// Unpacks or packs the elements of a vector. Elements that are slots already do not change.
+    template <const Bytes64& rPositions>
+    static VectorType PermuteBytes(VectorType v)
     {
         if constexpr (kIsPacked) {
-            return _mm512_permutexvar_epi8(_mm512_load_si512(&rBytes), v);
+            return _mm512_permutexvar_epi8(_mm512_load_si512(&rPositions), v);
         } else {
             return v;
         }
+    }
+
+    template <const Bytes64& rPositions, unsigned long Count>
+    static void PermuteBytes(VectorType* av)
+    {
+        for (unsigned long i = 0; i < Count; ++i) {
+            av[i] = PermuteBytes<rPositions>(av[i]);
+        }
+    }
+
+    /// Exchanges planes and frames of as many vectors as a vector has elements, in both directions.
+    static void TransposeVectors(VectorType* av)
+    {
+        PermuteBytes<Tables::kUnpackContiguous, kFrames>(av);
+        for (unsigned long i = 0; i < kLaneElements; ++i) {
+            TransposeLanes(av + i);
+        }
+        for (unsigned long i = 0; i < kFrames; i += kLaneElements) {
+            UnpackStages<kSlotBytes, kLaneElements, kLaneElements>(av + i);
+        }
+        PermuteBytes<Tables::kPackContiguous, kFrames>(av);
     }
 
     /// Transposes the 128-bit lanes of vectors 0, kLaneElements, 2 * kLaneElements and 3 * kLaneElements.
@@ -282,12 +293,6 @@ private:
         av[kLaneElements] = _mm512_shuffle_i64x2(vLow01, vLow23, 0b11011101);
         av[2 * kLaneElements] = _mm512_shuffle_i64x2(vHigh01, vHigh23, 0b10001000);
         av[3 * kLaneElements] = _mm512_shuffle_i64x2(vHigh01, vHigh23, 0b11011101);
-    }
-
-    template <const Bytes64& rBytes>
-    static VectorType Unpack(VectorType v)
-    {
-        return Pack<rBytes>(v);
     }
 
     template <const Permutation& rOrder>

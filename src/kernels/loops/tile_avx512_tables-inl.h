@@ -38,8 +38,8 @@ struct Avx512TileTables {
     /// Returns the lane of a slot.
     static constexpr unsigned long Lane(unsigned long i) { return i / kLaneElements; }
 
-    /// For a mux of Planes planes, fewer than a lane has elements: a vector of the mux has four lanes of consecutive
-    /// frames.
+    /// For a mux of Planes planes, at most as many as a lane has elements: a vector of the mux has four lanes of
+    /// consecutive frames.
     template <unsigned long Planes>
     static constexpr unsigned long NarrowFrame(unsigned long i)
     {

@@ -15,8 +15,7 @@ namespace zta::host {
 /// A buffer of audio samples that owns its memory.
 ///
 /// An access: the host announces it (AnnounceRead on an input, AnnounceWrite on an output) and calls the engine; the
-/// engine answers each announcement with one completion signal. A consumer on another thread waits for the signal with
-/// WaitForCompletion.
+/// engine signals its completion once. A consumer on another thread waits for the signal with WaitForCompletion.
 ///
 /// Units are bytes unless the name says otherwise. New memory is zero and aligned to 64 bytes; the valid length is 0.
 ///

@@ -4,8 +4,12 @@
 #include "audio_buffer.h"
 #include "ref.h"
 
+#include <zta/audio_records.h>
+
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <utility>
 
 namespace zta::host {
@@ -32,11 +36,34 @@ enum class BufferOperation {
     SetLength,
 };
 
-/// The number of operations.
-inline constexpr std::size_t kBufferOperationCount = 18;
+/// The names of the operations, by the value of their enumerator.
+inline constexpr const char* kBufferOperationNames[] = {
+    "QueryInterface",
+    "AddRef",
+    "Release",
+    "MarkWriteStartTime",
+    "MarkWriteStopTime",
+    "SignalReadCompletion",
+    "SignalWriteCompletion",
+    "SetErrorCode",
+    "GetErrorCode",
+    "SetPolarity",
+    "SetWaveFormat",
+    "GetAudioSamplesDescription",
+    "GetBufferAndLength",
+    "GetBufferCapacity",
+    "GetLengthInSampleFrames",
+    "SetFadeIn",
+    "SetFadeOut",
+    "SetLength",
+};
 
-/// One call, with the arguments that a policy can read or change. The pointers are those of the caller; the ones that
-/// the operation does not have are null.
+/// The number of operations.
+inline constexpr std::size_t kBufferOperationCount = std::size(kBufferOperationNames);
+static_assert(kBufferOperationCount == static_cast<std::size_t>(BufferOperation::SetLength) + 1);
+
+/// One call, with the arguments that a policy can read or change. The pointers are those of the caller and valid during
+/// the call; those that the operation lacks are null.
 struct BufferCall {
     BufferOperation operation;                         ///< the operation
     unsigned long value = 0;                           ///< argument of a setter

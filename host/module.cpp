@@ -3,8 +3,10 @@
 #include <zta/error_text.h>
 #include <zta/status.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 
 #include <dlfcn.h>
 
@@ -126,10 +128,9 @@ void Module::Check(int status, const char* what) const
 Ref<IZtaAudioSamplesEngine> Module::CreateEngine(IZtQuonEnginePrivate& host)
 {
     const auto getClassObject = Symbol<decltype(&DllGetClassObject)>("DllGetClassObject");
-    Ref<IClassFactory> classFactory;
     void* object = nullptr;
     Check(getClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &object), "DllGetClassObject");
-    classFactory = Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(object));
+    const auto classFactory = Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(object));
 
     object = nullptr;
     Check(classFactory->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &object), "CreateInstance");

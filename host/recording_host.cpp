@@ -67,28 +67,6 @@ RecordingBuffer::RecordingBuffer(CallLog& log, std::string name, const SZtaWaveF
 
 namespace {
 
-/// The names of the operations that are logged. AddRef and Release are not.
-constexpr const char* kOperationNames[kBufferOperationCount] = {
-    "QueryInterface",
-    "",
-    "",
-    "MarkWriteStartTime",
-    "MarkWriteStopTime",
-    "SignalReadCompletion",
-    "SignalWriteCompletion",
-    "SetErrorCode",
-    "GetErrorCode",
-    "SetPolarity",
-    "SetWaveFormat",
-    "GetAudioSamplesDescription",
-    "GetBufferAndLength",
-    "GetBufferCapacity",
-    "GetLengthInSampleFrames",
-    "SetFadeIn",
-    "SetFadeOut",
-    "SetLength",
-};
-
 /// The argument of a setter in parentheses, or "".
 std::string ArgumentText(const BufferCall& call)
 {
@@ -112,7 +90,8 @@ std::string ArgumentText(const BufferCall& call)
 
 int CallRecorder::Enter(const BufferCall& call)
 {
-    return log_->Enter(name_ + "." + kOperationNames[static_cast<std::size_t>(call.operation)] + ArgumentText(call));
+    return log_->Enter(name_ + "." + kBufferOperationNames[static_cast<std::size_t>(call.operation)] +
+                       ArgumentText(call));
 }
 
 template class InstrumentedBuffer<CallRecorder>;

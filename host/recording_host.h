@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zta::host {
@@ -38,7 +39,7 @@ public:
     void FailCallsTo(const std::string& entry, int status = kInjectedFailure);
     /// Removes all injected failures.
     void ClearFaults();
-    /// Returns true if a call has failed since the last FailCall.
+    /// Returns true if a call has failed since the last FailCall or FailCallsTo.
     [[nodiscard]] bool HasFailed() const { return failed_; }
 
     /// Runs inside each call, after it was logged.
@@ -91,7 +92,8 @@ protected:
 };
 
 /// A host engine that creates recording buffers. The scratch buffers are named "scratch0" to "scratch2", "fade0",
-/// "convert0", "fade1" ... in the order of their creation.
+/// "convert0", "fade1" ... in the order of their creation. The object is not reference-counted: it must outlive the
+/// creation of the engine.
 class RecordingHost : public IZtQuonEnginePrivate {
 public:
     /// All buffers use this log, which must outlive the host.

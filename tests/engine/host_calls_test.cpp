@@ -38,23 +38,14 @@ const std::vector<Operation> kOperations = {
     {'R', {"Resampl"}},
 };
 
-/// The calls in the order of their slots.
-const std::vector<std::string> kCalls = {"QueryInterface",
-                                         "MarkWriteStartTime",
-                                         "MarkWriteStopTime",
-                                         "SignalReadCompletion",
-                                         "SignalWriteCompletion",
-                                         "SetErrorCode",
-                                         "GetErrorCode",
-                                         "SetPolarity",
-                                         "SetWaveFormat",
-                                         "GetAudioSamplesDescription",
-                                         "GetBufferAndLength",
-                                         "GetBufferCapacity",
-                                         "GetLengthInSampleFrames",
-                                         "SetFadeIn",
-                                         "SetFadeOut",
-                                         "SetLength"};
+/// The calls in the order of their slots. AddRef and Release are not logged.
+const std::vector<std::string> kCalls = [] {
+    std::vector<std::string> calls(std::begin(zta::host::kBufferOperationNames),
+                                   std::end(zta::host::kBufferOperationNames));
+    std::erase(calls, "AddRef");
+    std::erase(calls, "Release");
+    return calls;
+}();
 
 enum Role { kInput, kOutput, kPool, kRoles };
 

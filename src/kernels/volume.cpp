@@ -16,8 +16,8 @@ namespace {
 
 constexpr unsigned long kBlockBytes = 1024;
 constexpr unsigned long kBlockAlignment = 16;
-constexpr unsigned long kGroupLanes = 4;
-constexpr unsigned long kMaxChannels = 64;
+constexpr unsigned long kGroupLanes = SZtaGainRamp::kGroupLanes;
+constexpr unsigned long kMaxChannels = SZtaGainRamp::kMaxGroups * kGroupLanes;
 static_assert(kBlockBytes >= kMaxChannels * 2 * sizeof(std::int32_t));
 
 constexpr float kUnity = 4096.0f;

@@ -9,8 +9,7 @@
 namespace zta::loops::ZTA_LOOP_VARIANT {
 namespace {
 
-constexpr unsigned long kGroupLanes = 4;
-constexpr unsigned long kMaxGroups = 16;
+constexpr unsigned long kGroupLanes = SZtaGainRamp::kGroupLanes;
 
 /// The four lanes of a group. Sums and products wrap; gains multiply by their low 16 bits.
 using LaneGroup = std::uint32_t __attribute__((vector_size(16)));
@@ -54,8 +53,8 @@ void ApplyRampScalar(const std::uint8_t* pucInput, std::uint8_t* pucOutput, unsi
         return;
     }
     const unsigned long ulLanes = rsRamp.ulGroups * kGroupLanes;
-    std::uint32_t aulGains[kMaxGroups * kGroupLanes];
-    std::uint32_t aulIncrements[kMaxGroups * kGroupLanes];
+    std::uint32_t aulGains[SZtaGainRamp::kMaxGroups * kGroupLanes];
+    std::uint32_t aulIncrements[SZtaGainRamp::kMaxGroups * kGroupLanes];
     for (unsigned long j = 0; j < ulLanes; ++j) {
         // The cycle of the lane's next sample.
         const unsigned long ulCycle = (ulFirst + ulLanes - 1 - j) / ulLanes;

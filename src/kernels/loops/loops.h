@@ -86,10 +86,13 @@ using ZtaDeinterleaveStereo = void (*)(const void* pvStereo, void* pvLeft, void*
 /// A gain ramp over interleaved 24-in-32 samples. Four consecutive samples correspond to the four lanes of a group; the
 /// next four to the next group, and so on in cycles.
 struct SZtaGainRamp {
+    static constexpr unsigned long kGroupLanes = 4;
+    static constexpr unsigned long kMaxGroups = 16;
+
     /// For each group four gains, then four increments, with 12 fraction bits. The low 16 bits of a gain are the
     /// multiplier; they stay between 0 and 32767 for all samples.
     std::int32_t* plGroups;
-    unsigned long ulGroups;         ///< 1, 2, 4, 8 or 16
+    unsigned long ulGroups;         ///< a power of two up to kMaxGroups
     const std::int32_t* plClampMax; ///< for the four lanes of a group, as 24-bit values
     const std::int32_t* plClampMin;
 };
@@ -154,7 +157,8 @@ inline constexpr SZtaLoopVariant kLoopVariants[] = {
 };
 
 /// The bytes of input and output together from which conversions use streaming stores. Before the first call of
-/// ZtaMinStreamedBytes it is a lower bound. Accessed with relaxed ordering.
+/// ZtaMinStreamedBytes it is a lower bound. Accessed with relaxed ordering; not std::atomic, whose functions are inline
+/// and must not occur in a variant.
 extern unsigned long g_ulMinStreamedBytes [[gnu::visibility("hidden")]];
 
 /// Returns g_ulMinStreamedBytes, which the first call computes for the caches of this processor by CPUID.

@@ -113,8 +113,9 @@ int SZtaBufferProperties::Query(IZtAudioSamples* pSamples)
 
 CZtaAudioProcessingUtil::CZtaAudioProcessingUtil()
 {
-    // Detects the CPU features now, outside the real-time path: CPUID is slow in a virtual machine.
+    // Detects the CPU features and the cache now, outside the real-time path: CPUID is slow in a virtual machine.
     ZtaActiveLoops();
+    ZtaMinStreamedBytes();
 }
 
 CZtaAudioProcessingUtil::~CZtaAudioProcessingUtil() = default;

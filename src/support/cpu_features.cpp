@@ -10,12 +10,12 @@ constexpr bool HasAllBits(Register value, Bits... bits)
     return (((value >> bits) & 1) && ...);
 }
 
-std::uint64_t ReadXcr0() noexcept
+/// Returns the lower half: it has the bits of all register states that a feature needs.
+std::uint32_t ReadXcr0() noexcept
 {
     std::uint32_t ulLow = 0;
-    std::uint32_t ulHigh = 0;
-    __asm__ volatile("xgetbv" : "=a"(ulLow), "=d"(ulHigh) : "c"(0));
-    return (std::uint64_t{ulHigh} << 32) | ulLow;
+    __asm__ volatile("xgetbv" : "=a"(ulLow) : "c"(0) : "rdx");
+    return ulLow;
 }
 
 /// Returns the bytes of the cache of the highest level in the sub-leaves of one leaf, 0 if there is none.

@@ -72,13 +72,13 @@ struct SZtaCpuidLeaves {
     std::uint64_t ui64Xcr0;      ///< the register states that the operating system saves; 0 if it cannot be read
 };
 
-/// Reads the registers of this CPU. [any thread] [no allocation] [no lock]
+/// Reads the registers of this CPU. [any thread] [no allocation, no lock; slow in a virtual machine]
 SZtaCpuidLeaves ZtaReadCpuid() noexcept;
 
 /// Returns the features as a mask of EZtaCpuFeature. Depends on the argument only.
 std::uint64_t ZtaDetectCpuFeatures(const SZtaCpuidLeaves& rsLeaves) noexcept;
 
-/// Reads the registers of one sub-leaf of this CPU. [any thread] [no allocation] [no lock]
+/// Reads the registers of one sub-leaf of this CPU. [any thread] [no allocation, no lock; slow in a virtual machine]
 SZtaCpuidLeaf ZtaReadCpuidLeaf(std::uint32_t ulLeaf, std::uint32_t ulSubLeaf) noexcept;
 
 using ZtaCpuidReader = SZtaCpuidLeaf (*)(std::uint32_t ulLeaf, std::uint32_t ulSubLeaf) noexcept;

@@ -38,8 +38,8 @@ constexpr bool IsToleratedErrorCode(int iCode)
     }
 }
 
-/// Returns the status, and logs it if it is a failure. To be called as soon as the status is known: the host sees the
-/// log line before the host calls that follow.
+/// Returns the status, and logs it if it is a failure. To be called as soon as the status is known: the host
+/// observes the log line before the host calls that follow.
 inline int LogIfFailed(int iStatus)
 {
     if (iStatus < 0) {
@@ -62,7 +62,7 @@ template <class Interface>
 }
 
 /// Holds a reference for the time of a call. Its operations are not virtual, and it uses TZtSmartPtr only where a host
-/// sees the difference: a holder that is used while empty raises the same exception.
+/// observes the difference: a holder that is used while empty raises the same exception.
 template <class Interface>
 class TReferenceHolder {
 public:

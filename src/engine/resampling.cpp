@@ -109,7 +109,7 @@ int CZtaAudioSamplesEngine::ProcessResampling()
 inline int CZtaAudioSamplesEngine::ResampleOperand(const CBufferHolder& rInput, const CBufferHolder& rOutput,
                                                    EZtAudioResamplerMode eMode, IUnknown* pResampler)
 {
-    // The statuses of these requests are dropped: hosts receive the status of the format check. The format of a failed
+    // The status of each of these requests is dropped: hosts receive the status of the format check. The format of a failed
     // request is empty and cannot be classified.
     SZtAudioSamplesDescription sInput = kEmptyDescription;
     SZtAudioSamplesDescription sOutput = kEmptyDescription;

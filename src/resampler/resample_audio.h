@@ -7,7 +7,7 @@
 
 /// Resamples 16-bit mono buffers between 44100 and 48000 Hz, one channel of a stream at a time.
 ///
-/// All state lies in the stream object, so one object serves any number of streams. [no allocation per buffer]
+/// All state lies in the stream object, so one object serves any number of streams. [real-time, except the creation of streams]
 class ZTA_API CZtaResampleAudio : public CZtaAudioProcessingUtil {
 public:
     CZtaResampleAudio();

@@ -7,28 +7,34 @@
 
 namespace zta::test {
 
-host::Ref<IZtaAudioSamplesEngine> CreateEngine(IZtQuonEnginePrivate& hostEngine, int* status)
+host::Ref<IClassFactory> ModuleClassFactory()
 {
-    host::Ref<IClassFactory> classFactory;
-    void* pv = nullptr;
-    if (DllGetClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &pv) < 0) {
+    void* factory = nullptr;
+    if (DllGetClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &factory) < 0) {
         throw std::runtime_error("the module has no class factory");
     }
-    classFactory = host::Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(pv));
-    pv = nullptr;
-    if (classFactory->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &pv) < 0) {
+    return host::Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(factory));
+}
+
+host::Ref<IZtaAudioSamplesEngineFactory> CreateEngineFactory()
+{
+    void* factory = nullptr;
+    if (ModuleClassFactory()->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &factory) < 0) {
         throw std::runtime_error("the class factory makes no engine factory");
     }
-    const auto factory =
-        host::Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(pv));
-    IZtaAudioSamplesEngine* engine = nullptr;
-    const int result = factory->CreateAudioSamplesEngine(&hostEngine, 0, &engine);
+    return host::Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(factory));
+}
+
+host::Ref<IZtaAudioSamplesEngine> CreateEngine(IZtQuonEnginePrivate& hostEngine, int* status)
+{
+    host::Ref<IZtaAudioSamplesEngine> engine;
+    const int result = CreateEngineFactory()->CreateAudioSamplesEngine(&hostEngine, 0, engine.Put());
     if (status != nullptr) {
         *status = result;
     } else if (result < 0) {
         throw std::runtime_error("the engine could not be created");
     }
-    return host::Ref<IZtaAudioSamplesEngine>::Adopt(engine);
+    return engine;
 }
 
 } // namespace zta::test

@@ -10,6 +10,12 @@ using host::kInjectedFailure;
 using host::RecordingBuffer;
 using host::RecordingHost;
 
+/// The class factory of the module. Throws std::runtime_error if there is none.
+host::Ref<IClassFactory> ModuleClassFactory();
+
+/// A new engine factory of the module. Throws std::runtime_error if it cannot be created.
+host::Ref<IZtaAudioSamplesEngineFactory> CreateEngineFactory();
+
 /// Creates an engine through the module's exports, on any host.
 host::Ref<IZtaAudioSamplesEngine> CreateEngine(IZtQuonEnginePrivate& host, int* status = nullptr);
 

@@ -197,9 +197,8 @@ TEST(EngineThreads, StreamsOnManyThreadsDoNotDisturbEachOther)
         auto engine = CreateEngine(*hostEngine);
         SZtaWaveFormatInfo from = host::Pcm16(2, 44100);
         SZtaWaveFormatInfo to = host::Pcm16(2, 48000);
-        IUnknown* made = nullptr;
-        EXPECT_EQ(engine->CreateAudioResampler(&from, &to, &made), 0);
-        const auto stream = host::Ref<IUnknown>::Adopt(made);
+        host::Ref<IUnknown> stream;
+        EXPECT_EQ(engine->CreateAudioResampler(&from, &to, stream.Put()), 0);
         auto input = host::AudioBuffer::Create(from, kFrames * 4);
         auto output = host::AudioBuffer::Create(to, kFrames * 5);
         input->SetValidLength(kFrames * 4);

@@ -22,7 +22,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
+#include <cstdint>
+#include <cstdio>
+#include <string>
 #include <vector>
 
 // Asserts the offset of each field in its list, or offset and size: ZTA_FIELDS_AT(Class, (0, first), (4, second)).
@@ -314,27 +316,23 @@ TEST(Layout, StreamHasItsBaseAfterTheUnknown)
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(static_cast<CZtUnknown*>(stream)), 0x10000U + 8);
 }
 
-TEST(Layout, IdentifiersHaveTheirBytes)
+TEST(Layout, IdentifiersHaveTheirPublishedValues)
 {
-    // The 16 bytes of each identifier in memory order.
-    const auto expect = [](const _GUID& id, std::initializer_list<unsigned char> bytes) {
-        ASSERT_EQ(bytes.size(), sizeof(id));
-        EXPECT_EQ(std::memcmp(&id, bytes.begin(), sizeof(id)), 0) << std::hex << id.Data1;
+    const auto text = [](const _GUID& guid) {
+        char buffer[64];
+        const std::uint8_t* last = guid.Data4;
+        std::snprintf(buffer, sizeof(buffer), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", guid.Data1,
+                      guid.Data2, guid.Data3, last[0], last[1], last[2], last[3], last[4], last[5], last[6], last[7]);
+        return std::string(buffer);
     };
-    expect(IID_IUnknown, {0, 0, 0, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46});
-    expect(IID_IClassFactory, {1, 0, 0, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46});
-    expect(IID_IZtAVContent,
-           {0x66, 0x61, 0x90, 0xE7, 0xF4, 0x30, 0x30, 0x4F, 0xAE, 0x1E, 0x2F, 0xCF, 0xAE, 0x96, 0x93, 0x30});
-    expect(IID_IZtAudioSamples,
-           {0x8E, 0xF2, 0xB1, 0x20, 0x24, 0xA5, 0x97, 0x49, 0xA7, 0x68, 0xF4, 0xFF, 0x63, 0x42, 0x36, 0x3E});
-    expect(IID_IZtQuonEnginePrivate,
-           {0x96, 0x12, 0x27, 0x1E, 0x50, 0x1E, 0xC9, 0x40, 0x8B, 0xB5, 0xFB, 0x13, 0xF8, 0x13, 0x3B, 0x96});
-    expect(CLSID_ZtaAudioSamplesEngine,
-           {0x97, 0x00, 0xF2, 0x45, 0x19, 0xF5, 0xCF, 0x4D, 0x80, 0xD8, 0xCC, 0x0D, 0x06, 0xCB, 0xF2, 0x59});
-    expect(IID_IZtaAudioSamplesEngine,
-           {0x45, 0x4C, 0x3A, 0x1E, 0xAD, 0xA1, 0x85, 0x43, 0xA6, 0x50, 0x1C, 0x3D, 0xB4, 0x28, 0xF3, 0xCB});
-    expect(IID_IZtaAudioSamplesEngineFactory,
-           {0xA8, 0xF6, 0x93, 0x85, 0x42, 0x40, 0xB9, 0x42, 0x86, 0xD0, 0x71, 0x60, 0xA7, 0x5F, 0x5F, 0x87});
+    EXPECT_EQ(text(IID_IZtAVContent), "E7906166-30F4-4F30-AE1E-2FCFAE969330");
+    EXPECT_EQ(text(IID_IZtAudioSamples), "20B1F28E-A524-4997-A768-F4FF6342363E");
+    EXPECT_EQ(text(IID_IZtQuonEnginePrivate), "1E271296-1E50-40C9-8BB5-FB13F8133B96");
+    EXPECT_EQ(text(CLSID_ZtaAudioSamplesEngine), "45F20097-F519-4DCF-80D8-CC0D06CBF259");
+    EXPECT_EQ(text(IID_IZtaAudioSamplesEngine), "1E3A4C45-A1AD-4385-A650-1C3DB428F3CB");
+    EXPECT_EQ(text(IID_IZtaAudioSamplesEngineFactory), "8593F6A8-4042-42B9-86D0-7160A75F5F87");
+    EXPECT_EQ(text(IID_IUnknown), "00000000-0000-0000-C000-000000000046");
+    EXPECT_EQ(text(IID_IClassFactory), "00000001-0000-0000-C000-000000000046");
 }
 
 } // namespace

@@ -8,13 +8,6 @@
 namespace zta::test {
 namespace {
 
-host::Ref<IClassFactory> ModuleClassFactory()
-{
-    void* pv = nullptr;
-    EXPECT_EQ(DllGetClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &pv), 0);
-    return host::Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(pv));
-}
-
 TEST(EngineCreation, RequestsThePoolFromTheHostInOrderWithOneRecord)
 {
     CallLog callLog;
@@ -80,11 +73,8 @@ TEST(EngineCreation, IgnoresTheReservedArgument)
 {
     CallLog callLog;
     RecordingHost host(callLog);
-    void* pv = nullptr;
-    ASSERT_EQ(ModuleClassFactory()->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &pv), 0);
-    auto factory = host::Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(pv));
     IZtaAudioSamplesEngine* engine = nullptr;
-    EXPECT_EQ(factory->CreateAudioSamplesEngine(&host, ~0UL, &engine), 0);
+    EXPECT_EQ(CreateEngineFactory()->CreateAudioSamplesEngine(&host, ~0UL, &engine), 0);
     ASSERT_NE(engine, nullptr);
     EXPECT_EQ(engine->AddRef(), 2U) << "the engine starts with the caller's one reference";
     EXPECT_EQ(engine->Release(), 1U);
@@ -202,25 +192,6 @@ TEST(ClassTable, HasTheOneClassOfTheModule)
     EXPECT_EQ(g_aoTemplates[0].m_pfnCreateInstance, &CZtaAudioSamplesEngineFactory::CreateInstance);
     EXPECT_EQ(g_aoTemplates[0].m_pfnInitClass, nullptr);
     EXPECT_EQ(g_aoTemplates[0].m_pfnRegister, nullptr);
-}
-
-TEST(Identifiers, HaveTheirPublishedValues)
-{
-    const auto text = [](const _GUID& guid) {
-        char buffer[64];
-        const std::uint8_t* last = guid.Data4;
-        std::snprintf(buffer, sizeof(buffer), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", guid.Data1,
-                      guid.Data2, guid.Data3, last[0], last[1], last[2], last[3], last[4], last[5], last[6], last[7]);
-        return std::string(buffer);
-    };
-    EXPECT_EQ(text(IID_IZtAVContent), "E7906166-30F4-4F30-AE1E-2FCFAE969330");
-    EXPECT_EQ(text(IID_IZtAudioSamples), "20B1F28E-A524-4997-A768-F4FF6342363E");
-    EXPECT_EQ(text(IID_IZtQuonEnginePrivate), "1E271296-1E50-40C9-8BB5-FB13F8133B96");
-    EXPECT_EQ(text(CLSID_ZtaAudioSamplesEngine), "45F20097-F519-4DCF-80D8-CC0D06CBF259");
-    EXPECT_EQ(text(IID_IZtaAudioSamplesEngine), "1E3A4C45-A1AD-4385-A650-1C3DB428F3CB");
-    EXPECT_EQ(text(IID_IZtaAudioSamplesEngineFactory), "8593F6A8-4042-42B9-86D0-7160A75F5F87");
-    EXPECT_EQ(text(IID_IUnknown), "00000000-0000-0000-C000-000000000046");
-    EXPECT_EQ(text(IID_IClassFactory), "00000001-0000-0000-C000-000000000046");
 }
 
 } // namespace

@@ -156,13 +156,6 @@ TEST_F(AllocationFaults, OfAnObjectThatIsMadeButUselessLeaveNothing)
     EXPECT_EQ(injections, 4);
 }
 
-host::Ref<IClassFactory> ModuleClassFactory()
-{
-    void* pv = nullptr;
-    EXPECT_EQ(DllGetClassObject(CLSID_ZtaAudioSamplesEngine, IID_IClassFactory, &pv), 0);
-    return host::Ref<IClassFactory>::Adopt(static_cast<IClassFactory*>(pv));
-}
-
 TEST_F(AllocationFaults, OfAnObjectOfTheClassAreReported)
 {
     const auto factory = ModuleClassFactory();
@@ -189,10 +182,7 @@ TEST_F(AllocationFaults, OfAnObjectOfTheClassAreReported)
 TEST_F(AllocationFaults, OfAnEngineAndItsPoolAreReportedAndLeaveNothing)
 {
     const auto hostEngine = host::HostEngine::Create();
-    void* pv = nullptr;
-    ASSERT_EQ(ModuleClassFactory()->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &pv), 0);
-    const auto factory =
-        host::Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(pv));
+    const auto factory = CreateEngineFactory();
     const int objects = g_i32Objects;
     const long buffers = host::AudioBuffer::LiveCount();
     IZtaAudioSamplesEngine* engine = nullptr;
@@ -225,22 +215,18 @@ TEST_F(AllocationFaults, OfAnEngineAndItsPoolAreReportedAndLeaveNothing)
 TEST_F(AllocationFaults, OfAVolumeBlockAreReportedByTheOperationThatNeedsIt)
 {
     const auto hostEngine = host::HostEngine::Create();
-    void* pv = nullptr;
-    ASSERT_EQ(ModuleClassFactory()->CreateInstance(nullptr, IID_IZtaAudioSamplesEngineFactory, &pv), 0);
-    const auto factory =
-        host::Ref<IZtaAudioSamplesEngineFactory>::Adopt(static_cast<IZtaAudioSamplesEngineFactory*>(pv));
+    const auto factory = CreateEngineFactory();
     constexpr int kFirstBlock = 2;
     constexpr int kBlocks = 5;
     std::vector<std::string> affected;
     for (int n = kFirstBlock; n < kFirstBlock + kBlocks; ++n) {
-        IZtaAudioSamplesEngine* made = nullptr;
+        host::Ref<IZtaAudioSamplesEngine> engine;
         {
             FailingAllocator failing(n, false);
-            ASSERT_EQ(factory->CreateAudioSamplesEngine(hostEngine.Get(), 0, &made), 0);
+            ASSERT_EQ(factory->CreateAudioSamplesEngine(hostEngine.Get(), 0, engine.Put()), 0);
             ASSERT_TRUE(FailingAllocator::Stop());
         }
         ++allocationFailuresInjected;
-        const auto engine = host::Ref<IZtaAudioSamplesEngine>::Adopt(made);
         for (const ScenarioCase& test : Scenarios()) {
             if (test.leaksReference) {
                 continue;
@@ -274,9 +260,8 @@ TEST_F(AllocationFaults, OfAStreamAreReportedAndTheNextStreamIsExact)
     SZtaWaveFormatInfo from = host::Pcm16(2, 44100);
     SZtaWaveFormatInfo to = host::Pcm16(2, 48000);
     const auto resampled = [&] {
-        IUnknown* made = nullptr;
-        EXPECT_EQ(engine->CreateAudioResampler(&from, &to, &made), 0);
-        const auto stream = host::Ref<IUnknown>::Adopt(made);
+        host::Ref<IUnknown> stream;
+        EXPECT_EQ(engine->CreateAudioResampler(&from, &to, stream.Put()), 0);
         const auto input = host::AudioBuffer::Create(from, 4000);
         const auto output = host::AudioBuffer::Create(to, 4800);
         for (std::size_t i = 0; i < input->Capacity(); ++i) {

@@ -26,11 +26,9 @@ public:
     {
         SZtaWaveFormatInfo from = host::Pcm16(2, 44100);
         SZtaWaveFormatInfo to = host::Pcm16(2, 48000);
-        IUnknown* made = nullptr;
-        if (engine.CreateAudioResampler(&from, &to, &made) < 0) {
+        if (engine.CreateAudioResampler(&from, &to, stream_.Put()) < 0) {
             throw std::runtime_error("no stream");
         }
-        stream_ = host::Ref<IUnknown>::Adopt(made);
         input_ = host::AudioBuffer::Create(from, kMaxFrames * sizeof(Frame));
         output_ = host::AudioBuffer::Create(to, (kMaxFrames * 2 + 64) * sizeof(Frame));
     }

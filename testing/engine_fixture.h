@@ -92,7 +92,7 @@ protected:
     }
 
     /// After every operation: the busy flag is clear, no operand is saved, and no reference is left.
-    void ExpectAtRest(std::initializer_list<const RecordingBuffer*> buffers)
+    void ExpectAtRest(const std::vector<RecordingBuffer*>& buffers)
     {
         EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 0U);
         EXPECT_FALSE(SZtLayoutProbe::HoldsOperands(Object()));
@@ -102,6 +102,21 @@ protected:
         for (const RecordingBuffer* buffer : host_.Buffers()) {
             EXPECT_EQ(buffer->References(), 1) << buffer->Name();
         }
+    }
+
+    /// A byte copy that does not fit keeps the reference of its query.
+    static void ReleaseKeptReferences(RecordingBuffer& buffer)
+    {
+        while (buffer.References() > 1) {
+            buffer.Release();
+        }
+    }
+
+    host::Ref<IUnknown> MakeStream(SZtaWaveFormatInfo from, SZtaWaveFormatInfo to)
+    {
+        host::Ref<IUnknown> stream;
+        EXPECT_EQ(engine_->CreateAudioResampler(&from, &to, stream.Put()), 0);
+        return stream;
     }
 
     /// Runs `action` inside each host call `call` until the hook of the call log is replaced or cleared.

@@ -80,6 +80,12 @@ struct ScenarioCase : ScenarioOptions {
 };
 
 /// For GoogleTest.
+inline void PrintTo(OperationKind kind, std::ostream* out)
+{
+    *out << OperationName(kind);
+}
+
+/// For GoogleTest.
 inline void PrintTo(const ScenarioCase& test, std::ostream* out)
 {
     *out << test.name;

@@ -1,42 +1,30 @@
 // Which calls the engine makes on a host's buffers, over every path of every operation, against the table of the host's
 // guide.
 
-#include "testing/recording_host.h"
-#include "testing/scenarios.h"
+#include "testing/scenario_fixture.h"
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <map>
 #include <regex>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
+namespace zta::test {
 namespace {
 
-using zta::host::AudioBuffer;
-using zta::host::Ref;
-using zta::test::RecordingBuffer;
-using zta::test::Scenario;
+/// The letters of the table, in the order of its cells. Both interleave operations have one, and both deinterleave
+/// operations.
+constexpr std::string_view kLetters = "CDJSAPVR";
 
-/// The columns of the table, by the beginning of a scenario's name.
-struct Operation {
-    char letter;
-    std::vector<std::string> names;
-};
-
-const std::vector<Operation> kOperations = {
-    {'C', {"Copy"}},
-    {'D', {"Duplicate"}},
-    {'J', {"MonoToStereo"}},
-    {'S', {"StereoToMono"}},
-    {'A', {"MonoToMux", "StereoToMux"}},
-    {'P', {"MuxToMono", "MuxToStereo"}},
-    {'V', {"Volume"}},
-    {'R', {"Resampl"}},
-};
+constexpr char LetterOf(OperationKind kind)
+{
+    constexpr std::string_view kOfKinds = "CDJSAAPPVR";
+    return kOfKinds[static_cast<std::size_t>(kind)];
+}
 
 /// The calls in the order of their slots. AddRef and Release are not logged.
 const std::vector<std::string> kCalls = [] {
@@ -49,76 +37,49 @@ const std::vector<std::string> kCalls = [] {
 
 enum Role { kInput, kOutput, kPool, kRoles };
 
-char LetterOf(const std::string& scenario)
-{
-    for (const Operation& operation : kOperations) {
-        for (const std::string& name : operation.names) {
-            if (scenario.rfind(name, 0) == 0) {
-                return operation.letter;
+class HostCalls : public ScenarioTest {
+protected:
+    /// For each call the letters of the operations that make it, by the role of the buffer.
+    std::map<std::string, std::array<std::set<char>, kRoles>> RecordCalls()
+    {
+        std::map<std::string, std::array<std::set<char>, kRoles>> calls;
+        for (const ScenarioCase& test : Scenarios()) {
+            const Scenario scenario = MakeScenario(test);
+            EXPECT_EQ(RunAnnounced(scenario, *engine_), test.status) << test.name;
+            const auto RoleOf = [&](const std::string& buffer) {
+                const auto IsNamed = [&](const auto& other) { return Recording(other).Name() == buffer; };
+                return std::ranges::any_of(scenario.inputs, IsNamed)    ? kInput
+                       : std::ranges::any_of(scenario.outputs, IsNamed) ? kOutput
+                                                                        : kPool;
+            };
+            for (const std::string& entry : callLog_.Calls()) {
+                const auto dot = entry.find('.');
+                const std::string call = entry.substr(dot + 1, entry.find('(') - dot - 1);
+                calls[call][RoleOf(entry.substr(0, dot))].insert(LetterOf(test.kind));
+            }
+            for (RecordingBuffer* buffer : BuffersOf(scenario)) {
+                ReleaseKeptReferences(*buffer);
+            }
+            for (RecordingBuffer* buffer : host_.Buffers()) {
+                ReleaseKeptReferences(*buffer);
             }
         }
+        return calls;
     }
-    ADD_FAILURE() << scenario << " is a path of no operation";
-    return '?';
-}
+};
 
-void ReleaseKeptReferences(RecordingBuffer& buffer)
-{
-    while (buffer.References() > 1) {
-        buffer.Release();
-    }
-}
-
-/// For each call the letters of the operations that make it, by the role of the buffer.
-std::map<std::string, std::array<std::set<char>, kRoles>> RecordedCalls()
-{
-    std::map<std::string, std::array<std::set<char>, kRoles>> calls;
-    for (const auto& test : zta::test::Scenarios()) {
-        zta::test::CallLog callLog;
-        zta::test::RecordingHost host(callLog);
-        const auto engine = zta::test::CreateEngine(host);
-        const Scenario scenario =
-            test.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-                return RecordingBuffer::Create(callLog, name, format, bytes);
-            });
-        std::map<std::string, Role> roles;
-        for (const auto& input : scenario.inputs) {
-            roles[static_cast<const RecordingBuffer&>(*input).Name()] = kInput;
-        }
-        for (const auto& output : scenario.outputs) {
-            roles[static_cast<const RecordingBuffer&>(*output).Name()] = kOutput;
-        }
-        callLog.Clear();
-        EXPECT_EQ(zta::test::RunAnnounced(scenario, *engine), test.status) << test.name;
-        for (const std::string& entry : callLog.Calls()) {
-            const auto dot = entry.find('.');
-            const std::string call = entry.substr(dot + 1, entry.find('(') - dot - 1);
-            const auto role = roles.find(entry.substr(0, dot));
-            calls[call][role == roles.end() ? kPool : role->second].insert(LetterOf(test.name));
-        }
-        // A byte copy that does not fit keeps a reference of its output.
-        for (const auto& output : scenario.outputs) {
-            ReleaseKeptReferences(static_cast<RecordingBuffer&>(*output));
-        }
-        for (RecordingBuffer* buffer : host.Buffers()) {
-            ReleaseKeptReferences(*buffer);
-        }
-    }
-    return calls;
-}
-
-std::string Cell(const std::set<char>& letters)
+std::string Cell(const std::set<char>& operations)
 {
     std::string cell;
-    for (const Operation& operation : kOperations) {
-        cell += letters.count(operation.letter) != 0 ? operation.letter : '.';
+    for (const char letter : kLetters) {
+        cell += operations.contains(letter) ? letter : '.';
     }
     return "`" + cell + "`";
 }
 
-TEST(HostCalls, AreThoseOfTheGuidesTable)
+TEST_F(HostCalls, AreThoseOfTheGuidesTable)
 {
-    const auto calls = RecordedCalls();
+    const auto calls = RecordCalls();
     std::vector<std::string> expected;
     for (const std::string& call : kCalls) {
         const auto found = calls.find(call);
@@ -142,3 +103,4 @@ TEST(HostCalls, AreThoseOfTheGuidesTable)
 }
 
 } // namespace
+} // namespace zta::test

@@ -31,12 +31,13 @@ protected:
 };
 
 /// The tests of both operations, on mono and on stereo buffers.
-class MuxDeinterleave : public MuxDeinterleaveTest, public ::testing::WithParamInterface<MuxOperation> {
+class MuxDeinterleave : public MuxDeinterleaveTest, public ::testing::WithParamInterface<OperationKind> {
 protected:
     MuxDeinterleave() : MuxDeinterleaveTest(GetParam()) {}
 };
 
-INSTANTIATE_TEST_SUITE_P(Operations, MuxDeinterleave, ::testing::Values(kMuxToMono, kMuxToStereo),
+INSTANTIATE_TEST_SUITE_P(Operations, MuxDeinterleave,
+                         ::testing::Values(OperationKind::MuxToMono, OperationKind::MuxToStereo),
                          ::testing::PrintToStringParamName());
 
 // ---- The order of host calls on success ----

@@ -91,44 +91,6 @@ protected:
         return buffer.Length() / host::BytesPerFrame(buffer.Description().sWaveFormat);
     }
 
-    int CallInterleave(unsigned long channelsPerBuffer)
-    {
-        for (IZtAudioSamples* buffer : pointers_) {
-            if (buffer != nullptr) {
-                static_cast<RecordingBuffer*>(buffer)->AnnounceRead();
-            }
-        }
-        mux_->AnnounceWrite();
-        callLog_.Clear();
-        return InterleaveUnannounced(channelsPerBuffer);
-    }
-
-    int InterleaveUnannounced(unsigned long channelsPerBuffer)
-    {
-        const auto operation = channelsPerBuffer == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToMux
-                                                      : &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMux;
-        return (engine_.Get()->*operation)(call_.array, call_.count, call_.mux, call_.volumes, call_.volumeCount);
-    }
-
-    int CallDeinterleave(unsigned long channelsPerBuffer)
-    {
-        for (IZtAudioSamples* buffer : pointers_) {
-            if (buffer != nullptr) {
-                static_cast<RecordingBuffer*>(buffer)->AnnounceWrite();
-            }
-        }
-        mux_->AnnounceRead();
-        callLog_.Clear();
-        return DeinterleaveUnannounced(channelsPerBuffer);
-    }
-
-    int DeinterleaveUnannounced(unsigned long channelsPerBuffer)
-    {
-        const auto operation = channelsPerBuffer == 1 ? &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToMono
-                                                      : &IZtaAudioSamplesEngine::CopyAudioSamplesMuxToStereo;
-        return (engine_.Get()->*operation)(call_.mux, call_.array, call_.count, call_.volumes, call_.volumeCount);
-    }
-
     /// Every access was signaled exactly once, and the engine is at rest.
     void ExpectSettled()
     {

@@ -61,7 +61,7 @@ protected:
 };
 
 /// The tests of both operations, on mono and on stereo buffers.
-class MuxInterleave : public MuxInterleaveTest, public ::testing::WithParamInterface<MuxOperation> {
+class MuxInterleave : public MuxInterleaveTest, public ::testing::WithParamInterface<OperationKind> {
 protected:
     MuxInterleave() : MuxInterleaveTest(GetParam()) {}
 
@@ -76,7 +76,8 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Operations, MuxInterleave, ::testing::Values(kMonoToMux, kStereoToMux),
+INSTANTIATE_TEST_SUITE_P(Operations, MuxInterleave,
+                         ::testing::Values(OperationKind::MonoToMux, OperationKind::StereoToMux),
                          ::testing::PrintToStringParamName());
 
 // ---- The order of host calls on success ----
@@ -418,7 +419,7 @@ TEST_P(MuxInterleave, WithAVolumeOutOfRangeLeavesTheInterleavedSamples)
 
 class MonoToMux : public MuxInterleaveTest {
 protected:
-    MonoToMux() : MuxInterleaveTest(kMonoToMux) {}
+    MonoToMux() : MuxInterleaveTest(OperationKind::MonoToMux) {}
 };
 
 TEST_F(MonoToMux, OfTwoBuffersIntoStereoPassesTheEntryPointAndHasNoKernel)
@@ -453,7 +454,7 @@ TEST_F(MonoToMux, WithNineVolumesForEightBuffersIsRejectedByTheEntryPoint)
 
 class StereoToMux : public MuxInterleaveTest {
 protected:
-    StereoToMux() : MuxInterleaveTest(kStereoToMux) {}
+    StereoToMux() : MuxInterleaveTest(OperationKind::StereoToMux) {}
 };
 
 TEST_F(StereoToMux, UsesTheDescriptionOfTheInputBeforeOneThatCannotBeDescribedToTheWorker)

@@ -1,6 +1,6 @@
 // How the mux operations pass their operands from the entry point to the worker.
 
-#include "testing/mux_fixture.h"
+#include "tests/engine/mux_fixture.h"
 
 namespace zta::test {
 namespace {

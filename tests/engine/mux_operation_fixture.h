@@ -1,42 +1,27 @@
 /// Fixture for tests that all mux operations share: one interface for both directions, of mono and of stereo buffers.
 #pragma once
 
-#include "testing/mux_fixture.h"
+#include "testing/scenarios.h"
+#include "tests/engine/mux_fixture.h"
 
 #include <algorithm>
-#include <ostream>
 #include <string>
 #include <vector>
 
 namespace zta::test {
 
-/// One of the four mux operations.
-struct MuxOperation {
-    const char* name;
-    bool interleaves;
-    unsigned long channelsPerBuffer;
-};
-
-inline constexpr MuxOperation kMonoToMux = {"MonoToMux", true, 1};
-inline constexpr MuxOperation kStereoToMux = {"StereoToMux", true, 2};
-inline constexpr MuxOperation kMuxToMono = {"MuxToMono", false, 1};
-inline constexpr MuxOperation kMuxToStereo = {"MuxToStereo", false, 2};
-
-/// For GoogleTest.
-inline void PrintTo(const MuxOperation& operation, std::ostream* out)
-{
-    *out << operation.name;
-}
-
 /// The array holds the inputs and the mux is the output of an interleave operation; a deinterleave operation has them
 /// the other way round. "The outputs" below are the buffers of the array, or the mux.
 class MuxOperationTest : public MuxTest {
 protected:
-    explicit MuxOperationTest(const MuxOperation& operation) : operation_(operation) {}
+    explicit MuxOperationTest(OperationKind kind) : kind_(kind) {}
 
-    [[nodiscard]] bool Interleaves() const { return operation_.interleaves; }
-    [[nodiscard]] unsigned long ChannelsPerBuffer() const { return operation_.channelsPerBuffer; }
-    [[nodiscard]] std::uint32_t Channels() const { return static_cast<std::uint32_t>(ChannelsPerBuffer()); }
+    [[nodiscard]] bool Interleaves() const { return IsInterleave(kind_); }
+    [[nodiscard]] std::uint32_t Channels() const
+    {
+        return kind_ == OperationKind::MonoToMux || kind_ == OperationKind::MuxToMono ? 1 : 2;
+    }
+    [[nodiscard]] unsigned long ChannelsPerBuffer() const { return Channels(); }
 
     /// As many buffers as four channels need.
     [[nodiscard]] std::size_t Four() const { return 4 / ChannelsPerBuffer(); }
@@ -46,27 +31,29 @@ protected:
     /// Announces all accesses, clears the call log and calls the operation. Clears the hook of the log afterwards.
     int Run()
     {
-        const int status = Interleaves() ? CallInterleave(ChannelsPerBuffer()) : CallDeinterleave(ChannelsPerBuffer());
+        for (RecordingBuffer* buffer : ArrayBuffers()) {
+            if (IsPassed(*buffer)) {
+                Announce(*buffer, Interleaves());
+            }
+        }
+        Announce(*mux_, !Interleaves());
+        callLog_.Clear();
+        const int status = RunUnannounced();
         callLog_.hook = nullptr;
         return status;
     }
 
     int RunUnannounced()
     {
-        return Interleaves() ? InterleaveUnannounced(ChannelsPerBuffer())
-                             : DeinterleaveUnannounced(ChannelsPerBuffer());
-    }
-
-    /// As Run, within a host call of another operation.
-    int RunNested()
-    {
-        for (RecordingBuffer* input : Inputs()) {
-            input->AnnounceRead();
+        using Engine = IZtaAudioSamplesEngine;
+        const auto& [array, count, mux, volumes, volumeCount] = call_;
+        if (Interleaves()) {
+            const auto call =
+                Channels() == 1 ? &Engine::CopyAudioSamplesMonoToMux : &Engine::CopyAudioSamplesStereoToMux;
+            return (engine_.Get()->*call)(array, count, mux, volumes, volumeCount);
         }
-        for (RecordingBuffer* output : Outputs()) {
-            output->AnnounceWrite();
-        }
-        return RunUnannounced();
+        const auto call = Channels() == 1 ? &Engine::CopyAudioSamplesMuxToMono : &Engine::CopyAudioSamplesMuxToStereo;
+        return (engine_.Get()->*call)(mux, array, count, volumes, volumeCount);
     }
 
     [[nodiscard]] std::vector<RecordingBuffer*> Inputs() const { return Interleaves() ? ArrayBuffers() : Mux(); }
@@ -75,22 +62,6 @@ protected:
     [[nodiscard]] std::string InputName() const { return Interleaves() ? "b0" : "mux"; }
     [[nodiscard]] std::string OutputName() const { return Interleaves() ? "mux" : "b0"; }
     [[nodiscard]] std::string LastOutputName() const { return Interleaves() ? "mux" : Name("b", Four() - 1); }
-
-    /// Replaces the outputs in the arguments of the operation and returns the previous ones.
-    std::vector<host::Ref<RecordingBuffer>> ReplaceOutputs(std::size_t frames)
-    {
-        std::vector<host::Ref<RecordingBuffer>> previous;
-        if (Interleaves()) {
-            previous.push_back(mux_);
-            ReplaceMux(Pcm24In32(4), frames, frames);
-        } else {
-            previous = array_;
-            for (std::size_t i = 0; i < array_.size(); ++i) {
-                ReplaceBuffer(i, Pcm24In32(Channels()), frames);
-            }
-        }
-        return previous;
-    }
 
     /// All memory of the outputs, one after the other.
     [[nodiscard]] Words OutputSamples() const
@@ -238,6 +209,15 @@ protected:
     }
 
 private:
+    static void Announce(RecordingBuffer& buffer, bool isInput)
+    {
+        if (isInput) {
+            buffer.AnnounceRead();
+        } else {
+            buffer.AnnounceWrite();
+        }
+    }
+
     [[nodiscard]] std::vector<RecordingBuffer*> Mux() const { return {mux_.Get()}; }
 
     [[nodiscard]] std::vector<RecordingBuffer*> ArrayBuffers() const
@@ -255,7 +235,7 @@ private:
         return std::find(pointers_.begin(), pointers_.end(), &buffer) != pointers_.end();
     }
 
-    const MuxOperation operation_;
+    const OperationKind kind_;
 };
 
 } // namespace zta::test

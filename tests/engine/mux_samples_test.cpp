@@ -21,7 +21,7 @@ constexpr Container kContainers[] = {
 
 struct Case {
     Container container;
-    MuxOperation operation;
+    OperationKind operation;
     std::uint32_t width;
 
     [[nodiscard]] SZtaWaveFormatInfo Format(std::uint32_t channels) const
@@ -32,14 +32,15 @@ struct Case {
 
 void PrintTo(const Case& value, std::ostream* out)
 {
-    *out << value.operation.name << value.width << "_" << value.container.name;
+    *out << OperationName(value.operation) << value.width << "_" << value.container.name;
 }
 
 std::vector<Case> Cases()
 {
     std::vector<Case> cases;
     for (const Container& container : kContainers) {
-        for (const MuxOperation& operation : {kMonoToMux, kStereoToMux, kMuxToMono, kMuxToStereo}) {
+        for (const OperationKind operation : {OperationKind::MonoToMux, OperationKind::StereoToMux,
+                                              OperationKind::MuxToMono, OperationKind::MuxToStereo}) {
             for (const std::uint32_t width : {4U, 8U, 16U, 32U, 64U}) {
                 cases.push_back({container, operation, width});
             }

@@ -9,15 +9,9 @@
 namespace zta::test {
 namespace {
 
-class Mux : public MuxOperationTest, public ::testing::WithParamInterface<MuxOperation> {
+class Mux : public MuxOperationTest, public ::testing::WithParamInterface<OperationKind> {
 protected:
     Mux() : MuxOperationTest(GetParam()) {}
-
-    /// A host call while the worker runs.
-    [[nodiscard]] std::string CallDuringWork() const
-    {
-        return Interleaves() ? "mux.SetLength(16)" : "b0.SetPolarity(0)";
-    }
 
     /// The status of a mux with another number of channels than the buffers of the array.
     [[nodiscard]] int WidthStatus() const
@@ -26,7 +20,9 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Operations, Mux, ::testing::Values(kMonoToMux, kStereoToMux, kMuxToMono, kMuxToStereo),
+INSTANTIATE_TEST_SUITE_P(Operations, Mux,
+                         ::testing::Values(OperationKind::MonoToMux, OperationKind::StereoToMux,
+                                           OperationKind::MuxToMono, OperationKind::MuxToStereo),
                          ::testing::PrintToStringParamName());
 
 TEST_P(Mux, ConvertsBetween16And24BitsByTheUpperBits)
@@ -100,17 +96,6 @@ TEST_P(Mux, WithoutAVolumeCountDoesNotReadTheVolumes)
     UseVolumes({{0, 9.0F, -1.0F}});
     call_.volumeCount = 0;
     EXPECT_EQ(Run(), 0);
-}
-
-TEST_P(Mux, AcceptsLateAndDroppedInputsAndPositiveCodes)
-{
-    for (const unsigned int code : {0xA306F002U, 0xA306F003U, 0xA306F004U, 0xA306F00CU, 0xA306F00DU, 0xE306F000U, 7U}) {
-        BuildFour(1);
-        Inputs().back()->host::AudioBuffer::SetErrorCode(static_cast<int>(code));
-        EXPECT_EQ(Run(), 0) << std::hex << code;
-        ExpectRecorded(0);
-        ExpectSettled();
-    }
 }
 
 TEST_P(Mux, OfAMuxThatCannotBeDescribedIsAnInvalidParameter)
@@ -235,102 +220,13 @@ TEST_P(Mux, DoesNotUndoTheRelabelingOfARejectedCall)
     }
 }
 
-// ---- The busy flag ----
-
-TEST_P(Mux, WhileTheEngineIsBusyFailsAndLeavesTheBusyFlag)
+TEST_P(Mux, OnABusyEngineSignalsAllBuffers)
 {
     BuildFour(1);
     SZtLayoutProbe::SetBusy(Object(), 1);
     EXPECT_EQ(Run(), ZT_E_MODULE_BUSY);
     EXPECT_EQ(callLog_.Calls(), AllChecks(Four()) + Ending(ZT_E_MODULE_BUSY));
-    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
-    ExpectNotStarted(ZT_E_MODULE_BUSY);
     SZtLayoutProbe::SetBusy(Object(), 0);
-    ExpectSettled();
-}
-
-TEST_P(Mux, OfAnInputWhoseCodeIsModuleBusyLeavesTheBusyFlag)
-{
-    BuildFour(1);
-    Inputs().front()->host::AudioBuffer::SetErrorCode(ZT_E_MODULE_BUSY);
-    SZtLayoutProbe::SetBusy(Object(), 1);
-    EXPECT_EQ(Run(), ZT_E_MODULE_BUSY);
-    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U) << "the failure ending depends on the value of the code only";
-    SZtLayoutProbe::SetBusy(Object(), 0);
-}
-
-TEST_P(Mux, FromInsideAHostCallOfAnotherIsBusy)
-{
-    for (const bool sharesOutputs : {true, false}) {
-        BuildFour(1);
-        std::vector<host::Ref<RecordingBuffer>> previous;
-        int inner = 0;
-        OnCall(CallDuringWork(), [&] {
-            if (!sharesOutputs) {
-                previous = ReplaceOutputs(1);
-            }
-            inner = RunNested();
-            EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
-        });
-        EXPECT_EQ(Run(), 0);
-        EXPECT_EQ(inner, ZT_E_MODULE_BUSY);
-        ExpectRecorded(ZT_E_MODULE_BUSY);
-        for (const auto& output : previous) {
-            EXPECT_EQ(output->ErrorCode(), 0);
-            EXPECT_EQ(output->WriteCount(), 0);
-            ExpectAtRest({output.Get()});
-        }
-        ExpectSettled();
-    }
-}
-
-TEST_P(Mux, CanBeStartedFromInsideTheSignalsOfAnother)
-{
-    for (const std::string& signal :
-         {InputName() + ".SignalReadCompletion", LastOutputName() + ".SignalWriteCompletion"}) {
-        BuildFour(2);
-        std::vector<host::Ref<RecordingBuffer>> previous;
-        int inner = -1;
-        OnCall(signal, [&] {
-            if (inner == -1) {
-                inner = 0;
-                previous = ReplaceOutputs(2);
-                inner = RunNested();
-            }
-        });
-        ExpectRun(0);
-        EXPECT_EQ(inner, 0);
-        const std::vector<RecordingBuffer*> next = Outputs();
-        for (std::size_t i = 0; i < next.size(); ++i) {
-            EXPECT_EQ(next[i]->WriteStopMarks(), 1);
-            EXPECT_EQ(AllSamplesOf(*next[i]), AllSamplesOf(*previous[i]));
-            EXPECT_EQ(previous[i]->WriteCount(), 0);
-            ExpectAtRest({previous[i].Get()});
-        }
-    }
-}
-
-TEST_P(Mux, HoldsTheBuffersWhileItWorksAndTheMuxUntilItHasEnded)
-{
-    BuildFour(1);
-    bool reached = false;
-    bool held = true;
-    callLog_.hook = [&](const std::string& entry) {
-        if (entry == CallDuringWork()) {
-            reached = true;
-            EXPECT_GE(array_[0]->References(), Interleaves() ? 2 : 3) << "the saved one, an output's entry point's";
-            EXPECT_GE(mux_->References(), 4) << "the entry point's, the saved one and the worker's";
-            EXPECT_TRUE(SZtLayoutProbe::HoldsOperands(Object()));
-            EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
-        }
-        if (entry == InputName() + ".SignalReadCompletion") {
-            held = SZtLayoutProbe::HoldsOperands(Object()) || SZtLayoutProbe::Busy(Object()) != 0;
-            EXPECT_GE(mux_->References(), 3) << "the entry point's and the worker's";
-        }
-    };
-    EXPECT_EQ(Run(), 0);
-    EXPECT_TRUE(reached);
-    EXPECT_FALSE(held) << "the busy flag is clear and the operands are released before the first signal";
 }
 
 // ---- Lengths ----

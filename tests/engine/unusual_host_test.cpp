@@ -1,10 +1,9 @@
 // Hosts that use a freedom of their interfaces that few hosts use, or break the contract of a buffer.
 
 #include "component/exceptions.h"
-#include "testing/engine_fixture.h"
 #include "testing/log_recorder.h"
 #include "testing/misbehaving_buffer.h"
-#include "testing/scenarios.h"
+#include "testing/scenario_fixture.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -35,7 +34,7 @@ std::string ExceptionText(Call call)
     return "none";
 }
 
-class UnusualHost : public EngineTest {
+class UnusualHost : public ScenarioTest {
 protected:
     host::Ref<MisbehavingBuffer> MakeUnusual(const std::string& name, const SZtaWaveFormatInfo& format,
                                              std::size_t frames)
@@ -45,47 +44,14 @@ protected:
         return buffer;
     }
 
-    /// A byte copy that does not fit keeps the reference of its query.
-    static void ReleaseKeptReferences(RecordingBuffer& buffer)
+    /// The names of a scenario's buffers.
+    std::vector<std::string> Names(const ScenarioCase& test)
     {
-        while (buffer.References() > 1) {
-            buffer.Release();
-        }
-    }
-
-    /// Builds a scenario of buffers after `configure` has changed each, by its name.
-    Scenario MakeScenario(const ScenarioCase& test,
-                          const std::function<void(const std::string& name, MisbehavingBuffer& buffer)>& configure)
-    {
-        Scenario scenario = test.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-            auto buffer = MisbehavingBuffer::Create(callLog_, name, format, bytes);
-            configure(name, *buffer);
-            return buffer;
-        });
-        callLog_.Clear();
-        return scenario;
-    }
-
-    void ExpectScenarioAtRest(const Scenario& scenario)
-    {
-        for (const auto* buffers : {&scenario.inputs, &scenario.outputs}) {
-            for (const auto& buffer : *buffers) {
-                ExpectAtRest({static_cast<RecordingBuffer*>(buffer.Get())});
-            }
-        }
+        std::vector<std::string> names;
+        MakeScenario(test, [&](const RecordingBuffer& buffer) { names.push_back(buffer.Name()); });
+        return names;
     }
 };
-
-/// The names of a scenario's buffers.
-std::vector<std::string> Names(const ScenarioCase& test)
-{
-    std::vector<std::string> names;
-    test.Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-        names.push_back(name);
-        return host::AudioBuffer::Create(format, bytes);
-    });
-    return names;
-}
 
 // ---- A query that succeeds without a pointer ----
 
@@ -98,8 +64,8 @@ TEST_F(UnusualHost, ReceivesOneExceptionForAQueryWithoutAPointerFromEveryOperati
         }
         for (const std::string& empty : Names(test)) {
             SCOPED_TRACE(test.name + ", " + empty);
-            const Scenario scenario = MakeScenario(
-                test, [&](const std::string& name, MisbehavingBuffer& buffer) { buffer.hasNoContent = name == empty; });
+            const Scenario scenario = MakeScenario<MisbehavingBuffer>(
+                test, [&](MisbehavingBuffer& buffer) { buffer.hasNoContent = buffer.Name() == empty; });
             EXPECT_EQ(ExceptionText([&] { RunAnnounced(scenario, *engine_); }), kEmptyPointerText);
             ++raised;
             ExpectScenarioAtRest(scenario);
@@ -118,7 +84,7 @@ TEST_F(UnusualHost, ReceivesTheSizeOfTheRecordWithEveryRequestForADescription)
         }
         SCOPED_TRACE(test.name);
         int requests = 0;
-        const Scenario scenario = MakeScenario(test, [&](const std::string& /*name*/, MisbehavingBuffer& buffer) {
+        const Scenario scenario = MakeScenario<MisbehavingBuffer>(test, [&](MisbehavingBuffer& buffer) {
             buffer.returnedSize = 7;
             buffer.onDescription = [&](std::uint32_t size) {
                 EXPECT_EQ(size, 40U);
@@ -240,7 +206,7 @@ TEST_F(UnusualHost, MayReturnPositiveStatusesFromEveryCall)
         }
         SCOPED_TRACE(test.name);
         const Scenario scenario =
-            MakeScenario(test, [](const std::string&, MisbehavingBuffer& buffer) { buffer.successStatus = 2; });
+            MakeScenario<MisbehavingBuffer>(test, [](MisbehavingBuffer& buffer) { buffer.successStatus = 2; });
         // A duplicate returns the status of its last signal. The other operations return that of SetLength on an
         // output of the caller, unless a byte copy or a deinterleave kernel ignores it or a fade follows.
         const int status = RunAnnounced(scenario, *engine_);
@@ -270,7 +236,7 @@ TEST_F(UnusualHost, MayReturnAnyStatusFromMarksSignalsAndPolarity)
             for (const char* call : {"MarkWriteStartTime", "MarkWriteStopTime", "SignalReadCompletion",
                                      "SignalWriteCompletion", "GetErrorCode", "SetPolarity"}) {
                 SCOPED_TRACE(test.name + ", " + buffer + "." + call);
-                const Scenario scenario = MakeScenario(test, [](const std::string&, MisbehavingBuffer&) {});
+                const Scenario scenario = MakeScenario(test);
                 callLog_.FailCallsTo(buffer + "." + call);
                 const int status = RunAnnounced(scenario, *engine_);
                 const bool hasFailed = callLog_.HasFailed();
@@ -296,16 +262,19 @@ TEST_F(UnusualHost, ReceivesItsReferenceBackFromAQueryThatFailsWithAPointer)
         }
         for (const std::string& failing : Names(test)) {
             SCOPED_TRACE(test.name + ", " + failing);
-            const Scenario scenario = MakeScenario(test, [&](const std::string& name, MisbehavingBuffer& buffer) {
-                buffer.queryStatus = name == failing ? E_NOINTERFACE : 0;
+            const Scenario scenario = MakeScenario<MisbehavingBuffer>(test, [&](MisbehavingBuffer& buffer) {
+                buffer.queryStatus = buffer.Name() == failing ? E_NOINTERFACE : 0;
             });
             int status = 0;
             const std::string text = ExceptionText([&] { status = RunAnnounced(scenario, *engine_); });
             if (test.throwsOn == failing + ".QueryInterface") {
                 EXPECT_EQ(text, kEmptyPointerText);
             } else {
+                // The query's code is that of an input outside of an array, and of the right output.
+                const bool isOutput = failing == Recording(scenario.outputs[0]).Name();
+                const bool isOfArray = failing.starts_with("plane");
                 EXPECT_EQ(text, "none");
-                EXPECT_TRUE(status == E_NOINTERFACE || status == ZT_E_INVALID_PARAMETER) << status;
+                EXPECT_EQ(status, isOutput || isOfArray ? ZT_E_INVALID_PARAMETER : E_NOINTERFACE);
             }
             ExpectScenarioAtRest(scenario);
         }
@@ -345,7 +314,7 @@ TEST_F(UnusualHost, FindsTheBusyFlagOfAnyFailedCallIfASignalOfTheFailureThrows)
     for (const ScenarioCase& test : Scenarios()) {
         for (const auto& [code, busy] : {std::pair{ZT_E_FAIL, 0U}, {ZT_E_MODULE_BUSY, 1U}}) {
             SCOPED_TRACE(test.name);
-            const Scenario scenario = MakeScenario(test, [](const std::string&, MisbehavingBuffer&) {});
+            const Scenario scenario = MakeScenario(test);
             scenario.inputs.front()->AudioBuffer::SetErrorCode(code);
             SZtLayoutProbe::SetBusy(Object(), 1);
             callLog_.hook = [](const std::string& entry) {
@@ -523,6 +492,40 @@ TEST_F(UnusualHost, ReceivesEachSignalFromAMuxWorkerWithoutAllItsBuffers)
     }
 }
 
+// The entry point rejects such a count.
+TEST_F(UnusualHost, ReceivesItsSignalsFromADeinterleaveWorkerWithTooManyVolumes)
+{
+    auto mux = Make("mux", Pcm16(2), 10);
+    auto left = Make("left", Pcm16(1), 10);
+    auto right = Make("right", Pcm16(1), 10);
+    IZtAudioSamples* outputs[] = {left.Get(), right.Get()};
+    std::vector<SZtAudioMonoVolumeInfo> volumes(65);
+    ASSERT_EQ(Object().SaveInfoMux(mux.Get(), nullptr, outputs, 2, volumes.data(), volumes.size()), 0);
+    callLog_.Clear();
+    EXPECT_EQ(Object().ProcessMuxToMono(), ZT_E_ARRAY_TOO_SMALL);
+    EXPECT_EQ(callLog_.Calls(),
+              (Calls{"mux.SignalReadCompletion", ErrorCall("left", ZT_E_ARRAY_TOO_SMALL), "left.MarkWriteStopTime",
+                     "left.SignalWriteCompletion", ErrorCall("right", ZT_E_ARRAY_TOO_SMALL), "right.MarkWriteStopTime",
+                     "right.SignalWriteCompletion"}));
+    ExpectAtRest({mux.Get(), left.Get(), right.Get()});
+}
+
+TEST_F(UnusualHost, KeepsItsFormatWithoutABufferOrWithAnotherFormat)
+{
+    SZtAudioSamplesDescription description = {};
+    description.sWaveFormat = Pcm20In32(1);
+    EXPECT_EQ(Object().Convert32BitAudioSampleFrom20To24(nullptr, &description), 0);
+    EXPECT_EQ(description.sWaveFormat.ulValidBitsPerSample, 20U);
+    auto buffer = Make("buffer", Pcm20In32(1), 10);
+    for (const auto& [container, valid] : {std::pair{24U, 20U}, {32U, 19U}, {32U, 24U}}) {
+        description.sWaveFormat.ulBitsPerSample = container;
+        description.sWaveFormat.ulValidBitsPerSample = valid;
+        EXPECT_EQ(Object().Convert32BitAudioSampleFrom20To24(buffer.Get(), &description), 0);
+        EXPECT_EQ(description.sWaveFormat.ulValidBitsPerSample, valid);
+    }
+    EXPECT_TRUE(callLog_.Calls().empty());
+}
+
 TEST_F(UnusualHost, ReceivesNoMoreThan64BuffersAndVolumesFromGetInfo)
 {
     auto plane = Make("plane", Pcm16(1), 10);
@@ -653,12 +656,8 @@ TEST_F(UnusualHost, FindsNothingWrittenBehindTheSmallerScratchBufferOfStereoResa
         auto input = Make("input", Pcm16(2, 48000), 96001);
         std::fill_n(input->Data(), input->Length(), std::byte(0x55));
         auto output = Make("output", Pcm16(2, 44100), 0, 100000);
-        SZtaWaveFormatInfo inputFormat = Pcm16(2, 48000);
-        SZtaWaveFormatInfo outputFormat = Pcm16(2, 44100);
-        IUnknown* stream = nullptr;
-        ASSERT_EQ(engine->CreateAudioResampler(&inputFormat, &outputFormat, &stream), 0);
-        const auto resampler = host::Ref<IUnknown>::Adopt(stream);
-        EXPECT_EQ(engine->ProcessAudioResampler(input.Get(), output.Get(), kRestart, resampler.Get()),
+        const auto stream = MakeStream(Pcm16(2, 48000), Pcm16(2, 44100));
+        EXPECT_EQ(engine->ProcessAudioResampler(input.Get(), output.Get(), kRestart, stream.Get()),
                   ZT_E_DESTINATION_BUFFER_TOO_SMALL);
         EXPECT_TRUE(host.IsIntact(static_cast<std::size_t>(1 - big)));
         ExpectAtRest({input.Get(), output.Get()});

@@ -144,9 +144,13 @@ TEST_F(Volume, ChecksItsVolumesAfterTheAddressOfTheInputAndBeforeItsContent)
     EXPECT_EQ(Run(), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(callLog_.Calls(), Checks(1) + OutputEnding(ZT_E_INVALID_PARAMETER))
         << "the input has not been queried: no read signal";
-    callLog_.Clear();
-    EXPECT_EQ(engine_->ApplyVolume(input_.Get(), output_.Get(), nullptr, 1), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(callLog_.Calls(), Checks(1) + OutputEnding(ZT_E_INVALID_PARAMETER));
+    SZtAudioMonoVolumeInfo volume = {0, 1.0F, 1.0F};
+    for (const auto& [volumes, count] :
+         {std::pair{static_cast<SZtAudioMonoVolumeInfo*>(nullptr), 1UL}, {&volume, 0UL}}) {
+        callLog_.Clear();
+        EXPECT_EQ(engine_->ApplyVolume(input_.Get(), output_.Get(), volumes, count), ZT_E_INVALID_PARAMETER);
+        EXPECT_EQ(callLog_.Calls(), Checks(1) + OutputEnding(ZT_E_INVALID_PARAMETER));
+    }
     ExpectBothAtRest();
 }
 

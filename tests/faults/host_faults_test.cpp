@@ -1,6 +1,5 @@
-#include "testing/engine_fixture.h"
 #include "testing/misbehaving_buffer.h"
-#include "testing/scenarios.h"
+#include "testing/scenario_fixture.h"
 #include "tests/faults/injections.h"
 
 #include <cstdio>
@@ -13,28 +12,14 @@ using Bytes = std::vector<std::byte>;
 /// The exception of a host call.
 struct HostException {};
 
-RecordingBuffer& Recording(const host::Ref<host::AudioBuffer>& buffer)
-{
-    return static_cast<RecordingBuffer&>(*buffer);
-}
-
-class HostFaults : public EngineTest, public ::testing::WithParamInterface<ScenarioCase> {
+class HostFaults : public ScenarioTest, public ::testing::WithParamInterface<ScenarioCase> {
 protected:
-    Scenario MakeScenario()
-    {
-        return GetParam().Make([this](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-            return RecordingBuffer::Create(callLog_, name, format, bytes);
-        });
-    }
-
     /// A byte copy that does not fit keeps the reference of its query. Finds these queries in the call log
     /// and releases their references.
     void ReleaseKeptReferences(const Scenario& scenario)
     {
-        std::vector<RecordingBuffer*> buffers = host_.Buffers();
-        for (const auto& output : scenario.outputs) {
-            buffers.push_back(&Recording(output));
-        }
+        std::vector<RecordingBuffer*> buffers = BuffersOf(scenario);
+        buffers.insert(buffers.end(), host_.Buffers().begin(), host_.Buffers().end());
         const Calls& calls = callLog_.Calls();
         for (RecordingBuffer* buffer : buffers) {
             const std::string query = buffer->Name() + ".QueryInterface";
@@ -51,7 +36,7 @@ protected:
     /// Makes the operation without a fault. Returns its outputs.
     std::vector<Bytes> RunWithoutFault()
     {
-        const Scenario scenario = MakeScenario();
+        const Scenario scenario = MakeScenario(GetParam());
         EXPECT_EQ(RunAnnounced(scenario, *engine_), GetParam().status);
         auto bytes = OutputBytes(scenario);
         ReleaseKeptReferences(scenario);
@@ -79,19 +64,14 @@ protected:
     void ExpectRecovery(const Scenario& scenario, const std::vector<Bytes>& expected)
     {
         ReleaseKeptReferences(scenario);
-        for (const auto* buffers : {&scenario.inputs, &scenario.outputs}) {
-            for (const auto& buffer : *buffers) {
-                ExpectAtRest({&Recording(buffer)});
-            }
-        }
+        ExpectScenarioAtRest(scenario);
         EXPECT_EQ(RunWithoutFault(), expected);
     }
 
     void Inject(int n, bool persistent, const std::vector<Bytes>& expected)
     {
         const ScenarioCase& test = GetParam();
-        Scenario scenario = MakeScenario();
-        callLog_.Clear();
+        const Scenario scenario = MakeScenario(test);
         callLog_.FailCall(n, persistent);
         int status = 0;
         bool thrown = false;
@@ -134,13 +114,8 @@ protected:
             }
         };
         std::vector<MisbehavingBuffer*> buffers;
-        Scenario scenario =
-            GetParam().Make([&](const std::string& name, const SZtaWaveFormatInfo& format, std::size_t bytes) {
-                auto buffer = MisbehavingBuffer::Create(callLog_, name, format, bytes);
-                buffers.push_back(buffer.Get());
-                return buffer;
-            });
-        callLog_.Clear();
+        const Scenario scenario =
+            MakeScenario<MisbehavingBuffer>(GetParam(), [&](MisbehavingBuffer& buffer) { buffers.push_back(&buffer); });
         if (atReferences) {
             for (MisbehavingBuffer* buffer : buffers) {
                 buffer->onCall = [&](host::BufferOperation operation) {

@@ -1,0 +1,273 @@
+// What all operations have in common: the error codes of inputs, the busy flag and the references. One path of each.
+
+#include "testing/scenario_fixture.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zta::test {
+namespace {
+
+using Contents = std::vector<std::vector<std::byte>>;
+
+/// Codes that are not failures.
+constexpr int kToleratedCodes[] = {kZtSynchroStatusPlayedLate,
+                                   kZtSynchroStatusCancelledLate,
+                                   kZtSynchroStatusRepeatedFrame,
+                                   kZtSynchroStatusInvalidBufferTime,
+                                   kZtSynchroStatusDeviceNotReady,
+                                   kZtSynchroStatusCancelled,
+                                   5};
+
+/// The neighbors of the tolerated codes, and codes of the engine.
+constexpr int kOtherCodes[] = {kZtSynchroStatusPlayedLate - 1,
+                               kZtSynchroStatusRepeatedFrame + 1,
+                               kZtSynchroStatusInvalidBufferTime - 1,
+                               kZtSynchroStatusDeviceNotReady + 1,
+                               kZtSynchroStatusCancelled - 1,
+                               kZtSynchroStatusCancelled + 1,
+                               ZT_E_MODULE_BUSY,
+                               ZT_E_INVALID_PARAMETER};
+
+class Operations : public ScenarioTest, public ::testing::WithParamInterface<ScenarioCase> {
+protected:
+    /// The first run is on good buffers.
+    void SetUp() override
+    {
+        ScenarioTest::SetUp();
+        const Scenario scenario = Make();
+        EXPECT_EQ(RunAnnounced(scenario, *engine_), 0);
+        outputs_ = OutputBytes(scenario);
+        calls_ = callLog_.Calls();
+    }
+
+    Scenario Make() { return MakeScenario(GetParam()); }
+
+    [[nodiscard]] Calls::const_iterator FirstCall(const std::string& part) const
+    {
+        return std::ranges::find_if(calls_,
+                                    [&](const std::string& call) { return call.find(part) != std::string::npos; });
+    }
+
+    /// A host call while the worker processes samples.
+    [[nodiscard]] std::string CallDuringWork() const
+    {
+        return *std::find_if(calls_.rbegin(), calls_.rend(), [](const std::string& call) {
+            return call.find(".SetLength") != std::string::npos || call.find(".GetBuffer") != std::string::npos;
+        });
+    }
+
+    /// Runs the operation, and `action` inside the first host call `call`.
+    int RunWithin(const Scenario& scenario, const std::string& call, const std::function<void()>& action)
+    {
+        bool isReached = false;
+        OnCall(call, [&] {
+            if (!std::exchange(isReached, true)) {
+                action();
+            }
+        });
+        const int status = RunAnnounced(scenario, *engine_);
+        callLog_.hook = nullptr;
+        EXPECT_TRUE(isReached) << call;
+        return status;
+    }
+
+    /// The operation has run as on good buffers.
+    void ExpectProcessed(const Scenario& scenario, int status)
+    {
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(OutputBytes(scenario), outputs_);
+        EXPECT_EQ(callLog_.Calls(), calls_);
+        ExpectSettled(scenario);
+    }
+
+    /// The operation has recorded the code on each output and left its samples.
+    void ExpectFailed(const Scenario& scenario, int code, const Contents& before)
+    {
+        EXPECT_EQ(OutputBytes(scenario), before);
+        for (const auto& output : scenario.outputs) {
+            EXPECT_EQ(output->ErrorCode(), code);
+        }
+        ExpectSettled(scenario);
+    }
+
+    /// The entry point has done the same, without a mark.
+    void ExpectRejected(const Scenario& scenario, int code, const Contents& before)
+    {
+        ExpectFailed(scenario, code, before);
+        for (const auto& output : scenario.outputs) {
+            EXPECT_EQ(output->WriteStartMarks() + output->WriteStopMarks(), 0);
+        }
+    }
+
+    Contents outputs_;
+    Calls calls_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, Operations, ::testing::ValuesIn(FirstPaths()), OperationOfPath());
+
+TEST(FirstPathsOfOperations, CoverAllTen)
+{
+    EXPECT_EQ(FirstPaths().size(), 10U);
+}
+
+// ---- Error codes of inputs ----
+
+TEST_P(Operations, IgnoreToleratedAndPositiveCodesOfEachInput)
+{
+    for (const int code : kToleratedCodes) {
+        for (std::size_t i = 0; i < GetParam().inputs.size(); ++i) {
+            SCOPED_TRACE(ErrorCall("input " + std::to_string(i), code));
+            const Scenario scenario = Make();
+            scenario.inputs[i]->AudioBuffer::SetErrorCode(code);
+            const int status = RunAnnounced(scenario, *engine_);
+            ExpectProcessed(scenario, status);
+            EXPECT_EQ(scenario.inputs[i]->ErrorCode(), code) << "the code stays on the input";
+        }
+    }
+}
+
+TEST_P(Operations, FailWithAnyOtherCodeOfEachInputAndClearTheBusyFlag)
+{
+    for (const int code : kOtherCodes) {
+        for (std::size_t i = 0; i < GetParam().inputs.size(); ++i) {
+            SCOPED_TRACE(ErrorCall("input " + std::to_string(i), code));
+            const Scenario scenario = Make();
+            scenario.inputs[i]->AudioBuffer::SetErrorCode(code);
+            const Contents before = OutputBytes(scenario);
+            SZtLayoutProbe::SetBusy(Object(), 1);
+            EXPECT_EQ(RunAnnounced(scenario, *engine_), code);
+            if (GetParam().kind == OperationKind::MonoToStereo && i == 0) {
+                scenario.inputs[1]->AudioBuffer::SignalReadCompletion(); // not reached: it has no signal yet
+            }
+            EXPECT_EQ(SZtLayoutProbe::Busy(Object()), code == ZT_E_MODULE_BUSY ? 1U : 0U)
+                << "the failure ending depends on the value of the code only";
+            SZtLayoutProbe::SetBusy(Object(), 0);
+            ExpectRejected(scenario, code, before);
+        }
+    }
+}
+
+// Copy and duplicate read the code once more; the other operations do not use one that is recorded so late.
+TEST_P(Operations, UseALateCodeInTheWorkerOfCopyAndDuplicate)
+{
+    const bool isCopy = GetParam().kind == OperationKind::Copy;
+    const bool isUsed = isCopy || GetParam().kind == OperationKind::Duplicate;
+    const auto RunWithLateCode = [&](const Scenario& scenario, int code) {
+        return RunWithin(scenario, *FirstCall(".MarkWriteStartTime"), [&] {
+            for (const auto& input : scenario.inputs) {
+                input->AudioBuffer::SetErrorCode(code);
+            }
+        });
+    };
+    for (const int code : kToleratedCodes) {
+        SCOPED_TRACE(ErrorCall("late", code));
+        const Scenario scenario = Make();
+        const int status = RunWithLateCode(scenario, code);
+        ExpectProcessed(scenario, status);
+    }
+    for (const int code : kOtherCodes) {
+        SCOPED_TRACE(ErrorCall("late", code));
+        const Scenario scenario = Make();
+        const Contents before = OutputBytes(scenario);
+        const int status = RunWithLateCode(scenario, code);
+        if (isUsed) {
+            EXPECT_EQ(status, isCopy ? code : 0) << "a duplicate returns the status of its last signal";
+            ExpectFailed(scenario, code, before);
+        } else {
+            ExpectProcessed(scenario, status);
+        }
+    }
+}
+
+// ---- The busy flag ----
+
+TEST_P(Operations, OnABusyEngineFailAfterTheirChecksAndLeaveTheBusyFlag)
+{
+    const Scenario scenario = Make();
+    const Contents before = OutputBytes(scenario);
+    SZtLayoutProbe::SetBusy(Object(), 1);
+    EXPECT_EQ(RunAnnounced(scenario, *engine_), ZT_E_MODULE_BUSY);
+    EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
+    SZtLayoutProbe::SetBusy(Object(), 0);
+    ExpectRejected(scenario, ZT_E_MODULE_BUSY, before);
+    const auto [checked, rejected] = std::ranges::mismatch(calls_, callLog_.Calls());
+    EXPECT_EQ(checked, FirstCall(".MarkWriteStartTime")) << "all checks";
+    const Scenario next = Make();
+    const int status = RunAnnounced(next, *engine_);
+    ExpectProcessed(next, status);
+}
+
+TEST_P(Operations, FromInsideAHostCallOfAnotherAreBusy)
+{
+    for (const bool sharesBuffers : {true, false}) {
+        SCOPED_TRACE(sharesBuffers);
+        const Scenario scenario = Make();
+        const Scenario other = Make();
+        const Contents before = OutputBytes(other);
+        const Scenario& nested = sharesBuffers ? scenario : other;
+        int status = 0;
+        EXPECT_EQ(RunWithin(scenario, CallDuringWork(),
+                            [&] {
+                                status = RunAnnounced(nested, *engine_);
+                                EXPECT_EQ(SZtLayoutProbe::Busy(Object()), 1U);
+                            }),
+                  0);
+        EXPECT_EQ(status, ZT_E_MODULE_BUSY);
+        ExpectFailed(nested, ZT_E_MODULE_BUSY, sharesBuffers ? outputs_ : before);
+        ExpectFailed(scenario, sharesBuffers ? ZT_E_MODULE_BUSY : 0, outputs_);
+    }
+}
+
+TEST_P(Operations, CanBeStartedFromInsideAnySignalOfAnother)
+{
+    for (const std::string& call : calls_) {
+        if (call.find(".Signal") == std::string::npos) {
+            continue;
+        }
+        SCOPED_TRACE(call);
+        const Scenario scenario = Make();
+        const Scenario next = Make();
+        int status = -1;
+        EXPECT_EQ(RunWithin(scenario, call, [&] { status = RunAnnounced(next, *engine_); }), 0);
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(callLog_.Calls().size(), 2 * calls_.size());
+        ExpectFailed(scenario, 0, outputs_);
+        ExpectFailed(next, 0, outputs_);
+    }
+}
+
+// ---- References ----
+
+TEST_P(Operations, HoldTheirOperandsWhileTheyWorkAndTheBuffersUntilTheyHaveEnded)
+{
+    const Scenario scenario = Make();
+    // The creator's reference, the saved one, and those of the entry point and of the worker. An entry point of a mux
+    // operation keeps none on the inputs of an array, and a worker none on the array.
+    const auto ExpectHeld = [&](bool saved) {
+        for (const RecordingBuffer* buffer : BuffersOf(scenario)) {
+            const bool isOfArray = buffer->Name().starts_with("plane");
+            const long held = !isOfArray ? 4 : IsInterleave(GetParam().kind) ? 2 : 3;
+            EXPECT_GE(buffer->References(), saved ? held : held - 1) << buffer->Name();
+        }
+        EXPECT_EQ(SZtLayoutProbe::HoldsOperands(Object()), saved);
+        EXPECT_EQ(SZtLayoutProbe::Busy(Object()), saved ? 1U : 0U);
+    };
+    int observed = 0;
+    callLog_.hook = [&](const std::string& call) {
+        if (call == CallDuringWork() || call == *FirstCall(".Signal")) {
+            ++observed;
+            SCOPED_TRACE(call);
+            ExpectHeld(call == CallDuringWork());
+        }
+    };
+    const int status = RunAnnounced(scenario, *engine_);
+    callLog_.hook = nullptr;
+    ExpectProcessed(scenario, status);
+    EXPECT_EQ(observed, 2);
+}
+
+} // namespace
+} // namespace zta::test

@@ -5,13 +5,14 @@
 #include "host/formats.h"
 #include "host/host_engine.h"
 #include "host/module.h"
+#include "testing/operations.h"
 
 #include <zta/status.h>
 #include <zta/unknown.h>
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -28,6 +29,8 @@ using zta::host::AudioBuffer;
 using zta::host::HostEngine;
 using zta::host::Module;
 using zta::host::Ref;
+using zta::test::OperationCall;
+using Kind = zta::test::OperationKind;
 
 #ifdef ZTA_INSTRUMENTED
 constexpr int kRounds = 30;
@@ -68,9 +71,7 @@ private:
     std::size_t next_ = 0;
 };
 
-constexpr std::size_t kFrames = 64;
-
-Ref<AudioBuffer> Filled(const SZtaWaveFormatInfo& format, std::size_t frames = kFrames)
+Ref<AudioBuffer> Filled(const SZtaWaveFormatInfo& format, std::size_t frames)
 {
     const std::size_t bytes = frames * zta::host::BytesPerFrame(format);
     auto buffer = AudioBuffer::Create(format, bytes);
@@ -81,125 +82,75 @@ Ref<AudioBuffer> Filled(const SZtaWaveFormatInfo& format, std::size_t frames = k
     return buffer;
 }
 
-/// Calls every operation on small data, with the announcements of a host. Each must succeed.
-class Session {
-public:
-    explicit Session(IZtaAudioSamplesEngine& engine) : engine_(engine) {}
-
-    template <class Operation, class... Arguments>
-    void Run(const std::vector<Ref<AudioBuffer>>& inputs, const std::vector<Ref<AudioBuffer>>& outputs,
-             Operation operation, Arguments... arguments)
-    {
-        for (const auto& input : inputs) {
-            input->AnnounceRead();
-        }
-        for (const auto& output : outputs) {
-            output->AnnounceWrite();
-        }
-        ASSERT_EQ((engine_.*operation)(arguments...), ZT_NOERROR);
-        for (const auto* buffers : {&inputs, &outputs}) {
-            for (const auto& buffer : *buffers) {
-                ASSERT_EQ(buffer->ReadCount() + buffer->WriteCount() + buffer->PairingViolations(), 0);
-            }
-        }
-    }
-
-    void Copy(const SZtaWaveFormatInfo& from, const SZtaWaveFormatInfo& to, bool fade = false)
-    {
-        const auto source = Filled(from);
-        const auto destination = Filled(to);
-        source->SetFades(fade, fade);
-        Run({source}, {destination}, &IZtaAudioSamplesEngine::CopyAudioSamples, source.Get(), destination.Get());
-    }
-
-    void Duplicate()
-    {
-        const auto source = Filled(zta::host::Pcm16(2));
-        const auto destination = Filled(zta::host::Pcm16(2));
-        Run({source}, {destination}, &IZtaAudioSamplesEngine::DuplicateAudioSamples, source.Get(), 8UL,
-            destination.Get(), 16UL, 32UL);
-    }
-
-    void JoinAndSplitStereo()
-    {
-        const auto left = Filled(zta::host::Pcm24In32(1));
-        const auto right = Filled(zta::host::Pcm24In32(1));
-        const auto stereo = Filled(zta::host::Pcm24In32(2));
-        Run({left, right}, {stereo}, &IZtaAudioSamplesEngine::CopyAudioSamplesMonoToStereo, left.Get(), right.Get(),
-            stereo.Get());
-        Run({stereo}, {left, right}, &IZtaAudioSamplesEngine::CopyAudioSamplesStereoToMono, stereo.Get(), left.Get(),
-            right.Get());
-    }
-
-    void JoinAndSplitMux(std::uint32_t channels)
-    {
-        const auto mux = Filled(zta::host::Pcm24In32(channels));
-        std::vector<SZtAudioMonoVolumeInfo> volumes(channels, SZtAudioMonoVolumeInfo{0, 1.0F, 0.5F});
-        for (const std::uint32_t channelsPerBuffer : {1U, 2U}) {
-            std::vector<Ref<AudioBuffer>> buffers;
-            std::vector<IZtAudioSamples*> pointers;
-            for (std::uint32_t i = 0; i < channels / channelsPerBuffer; ++i) {
-                buffers.push_back(Filled(zta::host::Pcm24In32(channelsPerBuffer)));
-                pointers.push_back(buffers.back().Get());
-            }
-            using Engine = IZtaAudioSamplesEngine;
-            const auto interleave =
-                channelsPerBuffer == 1 ? &Engine::CopyAudioSamplesMonoToMux : &Engine::CopyAudioSamplesStereoToMux;
-            const auto deinterleave =
-                channelsPerBuffer == 1 ? &Engine::CopyAudioSamplesMuxToMono : &Engine::CopyAudioSamplesMuxToStereo;
-            const unsigned long count = pointers.size();
-            const unsigned long volumeCount = volumes.size();
-            Run(buffers, {mux}, interleave, pointers.data(), count, mux.Get(), volumes.data(), volumeCount);
-            Run({mux}, buffers, deinterleave, mux.Get(), pointers.data(), count, volumes.data(), volumeCount);
-        }
-    }
-
-    void Volume()
-    {
-        const auto buffer = Filled(zta::host::Pcm24In32(2));
-        std::array<SZtAudioMonoVolumeInfo, 2> volumes{{{0, 0.0F, 1.0F}, {1, 2.0F, 0.5F}}};
-        Run({buffer}, {buffer}, &IZtaAudioSamplesEngine::ApplyVolume, buffer.Get(), buffer.Get(), volumes.data(), 2UL);
-    }
-
-    /// Two buffers of one stream; the stream is left to the caller.
-    void Resample(std::uint32_t channels, std::uint32_t from, std::uint32_t to, Ref<IUnknown>& stream)
-    {
-        auto fromFormat = zta::host::Pcm16(channels, from);
-        auto toFormat = zta::host::Pcm16(channels, to);
-        ASSERT_EQ(engine_.CreateAudioResampler(&fromFormat, &toFormat, stream.Put()), ZT_NOERROR);
-        for (const auto mode : {keZtAudioResamplerModeRestart, keZtAudioResamplerModeContinue}) {
-            const auto input = Filled(fromFormat, 441);
-            const auto output = Filled(toFormat, 600);
-            Run({input}, {output}, &IZtaAudioSamplesEngine::ProcessAudioResampler, input.Get(), output.Get(), mode,
-                stream.Get());
-            ASSERT_GE(output->Length(), 389 * zta::host::BytesPerFrame(toFormat));
-        }
-    }
-
-private:
-    IZtaAudioSamplesEngine& engine_;
+/// The buffers of an operation on its inputs, or on its outputs.
+struct Operands {
+    SZtaWaveFormatInfo format;
+    std::size_t frames = 64;
+    bool fades = false;
 };
+
+/// Makes a call on new buffers, with the announcements of a host. It must succeed.
+void Run(IZtaAudioSamplesEngine& engine, OperationCall call, const Operands& in, const Operands& out)
+{
+    const std::uint32_t channels = std::max(in.format.ulChannels, out.format.ulChannels);
+    const auto counts = zta::test::CountBuffers(call.kind, channels);
+    std::vector<Ref<AudioBuffer>> buffers;
+    for (std::uint32_t i = 0; i < counts.inputs; ++i) {
+        buffers.push_back(Filled(in.format, in.frames));
+        buffers.back()->SetFades(in.fades, in.fades);
+        buffers.back()->AnnounceRead();
+        call.inputs.push_back(buffers.back().Get());
+    }
+    for (std::uint32_t i = 0; i < counts.outputs; ++i) {
+        buffers.push_back(Filled(out.format, out.frames));
+        buffers.back()->AnnounceWrite();
+        call.outputs.push_back(buffers.back().Get());
+    }
+    ASSERT_EQ(call.Run(engine), ZT_NOERROR);
+    for (const auto& buffer : buffers) {
+        ASSERT_EQ(buffer->ReadCount() + buffer->WriteCount() + buffer->PairingViolations(), 0);
+    }
+    if (call.kind == Kind::Resample) {
+        ASSERT_GE(buffers.back()->Length(), 389 * zta::host::BytesPerFrame(out.format));
+    }
+}
+
+/// Two buffers of one stream; the stream is left to the caller.
+void Resample(IZtaAudioSamplesEngine& engine, SZtaWaveFormatInfo from, SZtaWaveFormatInfo to, Ref<IUnknown>& stream)
+{
+    ASSERT_EQ(engine.CreateAudioResampler(&from, &to, stream.Put()), ZT_NOERROR);
+    for (const auto mode : {keZtAudioResamplerModeRestart, keZtAudioResamplerModeContinue}) {
+        Run(engine, {.kind = Kind::Resample, .mode = mode, .stream = stream.Get()}, {from, 441}, {to, 600});
+    }
+}
 
 void UseEveryOperation(IZtaAudioSamplesEngine& engine, Ref<IUnknown>& stream)
 {
     using namespace zta::host;
-    Session session(engine);
-    session.Copy(Pcm16(2), Pcm16(2));
-    session.Copy(Pcm16(2), Pcm24In32(2), true);
-    session.Copy(Float32(1), Pcm24In32(1));
-    session.Copy(Pcm24In24(8), Pcm24In32(8));
-    session.Copy(Multi24(2), Pcm24In32(2));
-    session.Duplicate();
-    session.JoinAndSplitStereo();
-    session.JoinAndSplitMux(4);
-    session.JoinAndSplitMux(16);
-    session.Volume();
-    session.Resample(1, 44100, 48000, stream);
-    session.Resample(2, 48000, 44100, stream);
+    Run(engine, {Kind::Copy}, {Pcm16(2)}, {Pcm16(2)});
+    Run(engine, {Kind::Copy}, {.format = Pcm16(2), .fades = true}, {Pcm24In32(2)});
+    Run(engine, {Kind::Copy}, {Float32(1)}, {Pcm24In32(1)});
+    Run(engine, {Kind::Copy}, {Pcm24In24(8)}, {Pcm24In32(8)});
+    Run(engine, {Kind::Copy}, {Multi24(2)}, {Pcm24In32(2)});
+    Run(engine, {.kind = Kind::Duplicate, .sourceOffset = 8, .destinationOffset = 16, .length = 32}, {Pcm16(2)},
+        {Pcm16(2)});
+    Run(engine, {Kind::MonoToStereo}, {Pcm24In32(1)}, {Pcm24In32(2)});
+    Run(engine, {Kind::StereoToMono}, {Pcm24In32(2)}, {Pcm24In32(1)});
+    for (const std::uint32_t channels : {4U, 16U}) {
+        const std::vector<SZtAudioMonoVolumeInfo> volumes(channels, {0, 1.0F, 0.5F});
+        const Operands mux = {Pcm24In32(channels)};
+        Run(engine, {.kind = Kind::MonoToMux, .volumes = volumes}, {Pcm24In32(1)}, mux);
+        Run(engine, {.kind = Kind::MuxToMono, .volumes = volumes}, mux, {Pcm24In32(1)});
+        Run(engine, {.kind = Kind::StereoToMux, .volumes = volumes}, {Pcm24In32(2)}, mux);
+        Run(engine, {.kind = Kind::MuxToStereo, .volumes = volumes}, mux, {Pcm24In32(2)});
+    }
+    Run(engine, {.kind = Kind::Volume, .volumes = {{0, 0.0F, 1.0F}, {1, 2.0F, 0.5F}}}, {Pcm24In32(2)}, {Pcm24In32(2)});
+    Resample(engine, Pcm16(1, 44100), Pcm16(1, 48000), stream);
+    Resample(engine, Pcm16(2, 48000), Pcm16(2, 44100), stream);
 
     // A failure, to cover the log.
-    const auto source = Filled(Pcm16(1));
-    const auto stereo = Filled(Pcm16(2));
+    const auto source = Filled(Pcm16(1), 64);
+    const auto stereo = Filled(Pcm16(2), 64);
     EXPECT_EQ(engine.CopyAudioSamples(source.Get(), stereo.Get()), ZT_E_AUDIO_CHANNEL_SELECT_COUNT_MISMATCH);
 }
 

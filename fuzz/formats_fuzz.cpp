@@ -10,7 +10,7 @@
 #include "kernels/stereo_to_mono.h"
 #include "kernels/volume.h"
 #include "resampler/resample_audio.h"
-#include "testing/models/format_model.h"
+#include "testing/models/operation_models.h"
 
 #include <zta/status.h>
 
@@ -26,6 +26,7 @@ struct SZtLayoutProbe {
 
 namespace {
 
+using models::AreEqual;
 using models::Property;
 using zta::fuzz::FuzzInput;
 
@@ -37,11 +38,6 @@ struct Suggestion {
     SZtaWaveFormatInfo in = kUntouched;
     SZtaWaveFormatInfo out = kUntouched;
 };
-
-bool AreEqual(const SZtaWaveFormatInfo& first, const SZtaWaveFormatInfo& second)
-{
-    return std::memcmp(&first, &second, sizeof(first)) == 0;
-}
 
 /// Mostly valid fields, sometimes random bits.
 SZtaWaveFormatInfo MakeFormat(FuzzInput& choices)

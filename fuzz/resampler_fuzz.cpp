@@ -5,11 +5,10 @@
 #include "host/audio_buffer.h"
 #include "host/formats.h"
 #include "host/host_engine.h"
-#include "testing/models/resampler_model.h"
+#include "testing/filter_spec.h"
 #include "testing/noise.h"
 #include "testing/recording_host.h"
 
-#include <zta/ipp.h>
 #include <zta/status.h>
 
 #include <vector>
@@ -22,38 +21,24 @@ using zta::host::Ref;
 using zta::test::Noise;
 using Samples = std::vector<std::int16_t>;
 
-/// The filter of every stream.
-class Filter {
-public:
-    Filter(int from, int to)
-    {
-        int size = 0;
-        int length = 0;
-        int height = 0;
-        ippsResamplePolyphaseFixedGetSize_16s(from, to, 32, &size, &length, &height, ippAlgHintFast);
-        block_ = reinterpret_cast<IppsResamplingPolyphaseFixed_16s*>(ippsMalloc_8u(size));
-        ippsResamplePolyphaseFixedInit_16s(from, to, 32, 1.0F, 9.0F, block_, ippAlgHintFast);
-    }
-    Filter(const Filter&) = delete;
-    Filter& operator=(const Filter&) = delete;
-    ~Filter() { ippsFree(block_); }
+/// The filter of every stream between two rates. Each variant makes the same one.
+zta::test::FilterBlock MakeFilter(int from, int to)
+{
+    return zta::test::MakeFilter(zta::test::kSignalVariants[0], {from, to, 32, models::TapKind::Int16});
+}
 
-    /// One channel of a segment, after the first value or the silence that primes the history.
-    [[nodiscard]] Samples Run(const Samples& stretch, std::int16_t before) const
-    {
-        constexpr int kBefore = 17;
-        const int len = static_cast<int>(stretch.size()) - kBefore;
-        if (len < 1) {
-            return {};
-        }
-        Samples source(kBefore, before);
-        source.insert(source.end(), stretch.begin(), stretch.end());
-        return models::Run(source.data(), len, 1.0F, kBefore, block_, false).samples;
+/// One channel of a segment, after the first value or the silence that primes the history.
+Samples Resampled(const zta::test::FilterBlock& filter, const Samples& segment, std::int16_t before)
+{
+    constexpr int kBefore = 17;
+    const int len = static_cast<int>(segment.size()) - kBefore;
+    if (len < 1) {
+        return {};
     }
-
-private:
-    IppsResamplingPolyphaseFixed_16s* block_;
-};
+    Samples source(kBefore, before);
+    source.insert(source.end(), segment.begin(), segment.end());
+    return models::Run(source.data(), len, 1.0F, kBefore, filter.Get(), false).samples;
+}
 
 class Stream {
 public:
@@ -143,12 +128,12 @@ private:
 
     void Compare() const
     {
-        static const Filter up(44100, 48000);
-        static const Filter down(48000, 44100);
+        static const auto up = MakeFilter(44100, 48000);
+        static const auto down = MakeFilter(48000, 44100);
         for (std::size_t channel = 0; channel < channels_; ++channel) {
-            const Samples stretch = Channel(segment_, channel);
-            const std::int16_t before = primed_ && !stretch.empty() ? stretch.front() : std::int16_t{0};
-            ZTA_FUZZ_CHECK(Channel(found_, channel) == (up_ ? up : down).Run(stretch, before));
+            const Samples segment = Channel(segment_, channel);
+            const std::int16_t before = primed_ && !segment.empty() ? segment.front() : std::int16_t{0};
+            ZTA_FUZZ_CHECK(Channel(found_, channel) == Resampled(up_ ? up : down, segment, before));
         }
     }
 

@@ -183,28 +183,5 @@ TEST_F(Duplicate, ReturnsTheStatusOfTheWriteSignal)
     EXPECT_EQ(Run(), ZT_E_FAIL);
 }
 
-TEST_F(Duplicate, SavesItsOperandsAlsoIfABufferIsNull)
-{
-    auto source = Make("source", Pcm16(1), 1);
-    EXPECT_EQ(Object().SaveInfoDuplicate(source.Get(), 1, nullptr, 2, 3), ZT_E_INVALID_PARAMETER);
-    IZtAudioSamples* input = nullptr;
-    IZtAudioSamples* output = source.Get();
-    unsigned long inputOffset = 0;
-    unsigned long outputOffset = 0;
-    unsigned long length = 0;
-    EXPECT_EQ(Object().GetInfoDuplicate(&input, &inputOffset, &output, &outputOffset, &length), 0);
-    EXPECT_EQ(input, source.Get());
-    EXPECT_EQ(output, nullptr);
-    EXPECT_EQ(inputOffset, 1U);
-    EXPECT_EQ(outputOffset, 2U);
-    EXPECT_EQ(length, 3U);
-    EXPECT_EQ(source->References(), 2);
-
-    EXPECT_EQ(Object().SaveInfoDuplicate(source.Get(), 0, source.Get(), 0, 0), 0);
-    EXPECT_EQ(source->References(), 3) << "the old operands are released first";
-    EXPECT_EQ(Object().ReleaseAllSavedInfo(), 0);
-    ExpectAtRest({source.Get()});
-}
-
 } // namespace
 } // namespace zta::test

@@ -430,24 +430,11 @@ TEST_F(MonoToMux, OfTwoBuffersIntoStereoPassesTheEntryPointAndHasNoKernel)
                   WorkerEnd(2, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED));
 }
 
-TEST_F(MonoToMux, OfEightBuffersIntoFourChannelsIsAFormatMismatch)
-{
-    Build(Pcm24In32(1), 8, Pcm24In32(4), 1);
-    ExpectRejected(ZT_E_BUFFER_FORMAT_MISMATCH, AllChecks(8));
-}
-
 TEST_F(MonoToMux, WhoseInputCannotBeDescribedToTheWorkerReturnsTheHostsCode)
 {
     BuildFour(1);
     OnCall("convert1.GetBufferAndLength", [this] { callLog_.FailCall(1); });
     ExpectRun(kInjectedFailure, Failed(4, Copied(0, 4) + Copied(1, 4) + Described(2), kInjectedFailure));
-}
-
-TEST_F(MonoToMux, WithNineVolumesForEightBuffersIsRejectedByTheEntryPoint)
-{
-    Build(Pcm24In32(1), 8, Pcm24In32(8), 1);
-    UseVolumes(9);
-    ExpectRejected(ZT_E_INVALID_PARAMETER, BeforeVolumes());
 }
 
 // ---- Stereo buffers ----

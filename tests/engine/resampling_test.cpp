@@ -48,6 +48,20 @@ Samples16 Piece(const Samples16& samples, std::size_t at, std::size_t count)
     return {first, first + static_cast<std::ptrdiff_t>(count)};
 }
 
+SZtaWaveFormatInfo Format(std::uint32_t channels, EZtAudioDataType type, std::uint32_t rate, std::uint32_t bits)
+{
+    return host::MakeFormat(channels, type, rate, bits, bits);
+}
+
+constexpr auto kPcm = keZtAudioDataTypePcm;
+constexpr auto kFloat = keZtAudioDataTypeFloat;
+
+/// The memory for the history of one channel.
+Samples16 History(const CPolyphaseResampler& state, std::size_t channel = 0)
+{
+    return {state.m_psHistory + 48 * channel, state.m_psHistory + 48 * (channel + 1)};
+}
+
 CPolyphaseResampler& State(const host::Ref<IUnknown>& stream)
 {
     return dynamic_cast<CPolyphaseResampler&>(*stream);
@@ -57,11 +71,7 @@ class Resampling : public OneToOneTest {
 protected:
     host::Ref<IUnknown> Stream(std::uint32_t channels, const Rates& rates = kUp)
     {
-        SZtaWaveFormatInfo in = Pcm16(channels, rates.from);
-        SZtaWaveFormatInfo out = Pcm16(channels, rates.to);
-        IUnknown* stream = nullptr;
-        EXPECT_EQ(engine_->CreateAudioResampler(&in, &out, &stream), 0);
-        return host::Ref<IUnknown>::Adopt(stream);
+        return MakeStream(Pcm16(channels, rates.from), Pcm16(channels, rates.to));
     }
 
     int Call(IZtAudioSamples* input, IZtAudioSamples* output) override
@@ -152,19 +162,14 @@ TEST_F(Resampling, CreationChecksChannelsThenWidthThenTypeThenRates)
         EXPECT_EQ(stream, nullptr);
         return status;
     };
-    const auto other = [](std::uint32_t channels, EZtAudioDataType type, std::uint32_t rate, std::uint32_t bits) {
-        return host::MakeFormat(channels, type, rate, bits, bits);
-    };
-    constexpr auto kPcm = keZtAudioDataTypePcm;
-    constexpr auto kFloat = keZtAudioDataTypeFloat;
     EXPECT_EQ(create(Pcm16(1, 44100), Pcm16(2, 48000)), ZT_E_INVALID_AUDIO_CHANNEL_TYPE);
     EXPECT_EQ(create(Pcm16(0, 44100), Pcm16(0, 48000)), ZT_E_INVALID_AUDIO_CHANNEL_TYPE);
     EXPECT_EQ(create(Pcm16(3, 44100), Pcm16(3, 48000)), ZT_E_INVALID_AUDIO_CHANNEL_TYPE);
-    EXPECT_EQ(create(other(3, kFloat, 32000, 24), Pcm16(3, 48000)), ZT_E_INVALID_AUDIO_CHANNEL_TYPE);
-    EXPECT_EQ(create(other(1, kFloat, 32000, 24), Pcm16(1, 48000)), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE);
-    EXPECT_EQ(create(Pcm16(1, 44100), other(1, kPcm, 48000, 24)), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE);
-    EXPECT_EQ(create(other(1, kFloat, 32000, 16), Pcm16(1, 48000)), ZT_E_INVALID_AUDIO_DATA_TYPE);
-    EXPECT_EQ(create(Pcm16(1, 44100), other(1, kFloat, 48000, 16)), ZT_E_INVALID_AUDIO_DATA_TYPE);
+    EXPECT_EQ(create(Format(3, kFloat, 32000, 24), Pcm16(3, 48000)), ZT_E_INVALID_AUDIO_CHANNEL_TYPE);
+    EXPECT_EQ(create(Format(1, kFloat, 32000, 24), Pcm16(1, 48000)), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE);
+    EXPECT_EQ(create(Pcm16(1, 44100), Format(1, kPcm, 48000, 24)), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE);
+    EXPECT_EQ(create(Format(1, kFloat, 32000, 16), Pcm16(1, 48000)), ZT_E_INVALID_AUDIO_DATA_TYPE);
+    EXPECT_EQ(create(Pcm16(1, 44100), Format(1, kFloat, 48000, 16)), ZT_E_INVALID_AUDIO_DATA_TYPE);
     EXPECT_EQ(create(Pcm16(1, 48000), Pcm16(1, 48000)), ZT_E_INVALID_AUDIO_SAMPLING_RATE);
     EXPECT_EQ(create(Pcm16(1, 44100), Pcm16(1, 44100)), ZT_E_INVALID_AUDIO_SAMPLING_RATE);
     EXPECT_EQ(create(Pcm16(1, 32000), Pcm16(1, 48000)), ZT_E_INVALID_AUDIO_SAMPLING_RATE);
@@ -172,11 +177,7 @@ TEST_F(Resampling, CreationChecksChannelsThenWidthThenTypeThenRates)
 
 TEST_F(Resampling, CreationIgnoresTheValidBits)
 {
-    SZtaWaveFormatInfo in = host::MakeFormat(1, keZtAudioDataTypePcm, 44100, 16, 12);
-    SZtaWaveFormatInfo out = Pcm16(1, 48000);
-    IUnknown* stream = nullptr;
-    ASSERT_EQ(engine_->CreateAudioResampler(&in, &out, &stream), 0);
-    stream->Release();
+    EXPECT_TRUE(MakeStream(host::MakeFormat(1, kPcm, 44100, 16, 12), Pcm16(1, 48000)));
 }
 
 TEST_F(Resampling, QueryingAStreamResetsItsCount)
@@ -379,14 +380,15 @@ TEST_F(Resampling, OfARestartWithoutCapacityKeepsTheStream)
 {
     auto stream = Stream(1);
     Resample(Noise(500, 10), kRestart, stream);
-    const auto count = State(stream).m_aulHistoryCount[0];
-    const double time = State(stream).m_adTime[0];
-    const Samples16 history(State(stream).m_psHistory, State(stream).m_psHistory + 48);
+    const CPolyphaseResampler& state = State(stream);
+    const auto count = state.m_aulHistoryCount[0];
+    const double time = state.m_adTime[0];
+    const Samples16 history = History(state);
     Build(1, kUp, 500, 500);
     EXPECT_EQ(Run(stream), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(State(stream).m_aulHistoryCount[0], count);
-    EXPECT_EQ(State(stream).m_adTime[0], time);
-    EXPECT_EQ(Samples16(State(stream).m_psHistory, State(stream).m_psHistory + 48), history);
+    EXPECT_EQ(state.m_aulHistoryCount[0], count);
+    EXPECT_EQ(state.m_adTime[0], time);
+    EXPECT_EQ(History(state), history);
 }
 
 TEST_F(Resampling, OfStereoAcceptsTheCapacityOfTheScratchBuffersAndNoFrameMore)
@@ -413,17 +415,14 @@ TEST_F(Resampling, ChecksChannelsThenRatesThenWidthThenType)
         EXPECT_EQ(callLog_.Calls(), Checks() + Ending(status));
         return status;
     };
-    const auto other = [](std::uint32_t channels, EZtAudioDataType type, std::uint32_t rate, std::uint32_t bits) {
-        return host::MakeFormat(channels, type, rate, bits, bits);
-    };
     EXPECT_EQ(run(Pcm16(3, 44100), Pcm16(3, 48000)), ZT_E_INVALID_AUDIO_CHANNEL_TYPE);
     EXPECT_EQ(run(Pcm16(1, 44100), Pcm16(2, 48000)), ZT_E_INVALID_AUDIO_CHANNEL_TYPE);
-    EXPECT_EQ(run(other(1, keZtAudioDataTypeFloat, 32000, 24), Pcm16(1)), ZT_E_INVALID_AUDIO_SAMPLING_RATE);
+    EXPECT_EQ(run(Format(1, kFloat, 32000, 24), Pcm16(1)), ZT_E_INVALID_AUDIO_SAMPLING_RATE);
     EXPECT_EQ(run(Pcm16(1), Pcm16(1)), ZT_E_INVALID_AUDIO_SAMPLING_RATE);
-    EXPECT_EQ(run(other(1, keZtAudioDataTypeFloat, 44100, 24), Pcm16(1)), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE);
-    EXPECT_EQ(run(Pcm16(1, 44100), other(1, keZtAudioDataTypePcm, 48000, 32)), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE);
-    EXPECT_EQ(run(other(1, keZtAudioDataTypeFloat, 44100, 16), Pcm16(1)), ZT_E_INVALID_AUDIO_DATA_TYPE);
-    EXPECT_EQ(run(Pcm16(1, 44100), other(1, keZtAudioDataTypeOpaque, 48000, 16)), ZT_E_INVALID_AUDIO_DATA_TYPE);
+    EXPECT_EQ(run(Format(1, kFloat, 44100, 24), Pcm16(1)), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE);
+    EXPECT_EQ(run(Pcm16(1, 44100), Format(1, kPcm, 48000, 32)), ZT_E_INCOMPATIBLE_BITS_PER_SAMPLE);
+    EXPECT_EQ(run(Format(1, kFloat, 44100, 16), Pcm16(1)), ZT_E_INVALID_AUDIO_DATA_TYPE);
+    EXPECT_EQ(run(Pcm16(1, 44100), Format(1, keZtAudioDataTypeOpaque, 48000, 16)), ZT_E_INVALID_AUDIO_DATA_TYPE);
 }
 
 TEST_F(Resampling, IgnoresItsFailuresBeforeTheFormats)
@@ -520,9 +519,9 @@ protected:
 
     host::Ref<IUnknown> Make(const Rates& rates = kUp, unsigned long channels = 1)
     {
-        IUnknown* created = nullptr;
-        EXPECT_EQ(Create(rates.from, rates.to, channels, &created), 0);
-        return host::Ref<IUnknown>::Adopt(created);
+        host::Ref<IUnknown> stream;
+        EXPECT_EQ(Create(rates.from, rates.to, channels, stream.Put()), 0);
+        return stream;
     }
 
     /// Calls the kernel; addresses may be odd. `written` is the capacity, then the number of outputs.
@@ -568,15 +567,16 @@ TEST_F(ResamplerKernel, RejectsFormatsOutsideItsTable)
     FakeAudioSamples output(Pcm16(1), 0, 10);
     EXPECT_EQ(kernel_.ResampleAudio(&input, &output, kRestart, 0, nullptr), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
 
-    bool supported = false;
     SZtaWaveFormatInfo low = Pcm16(1, 44100);
     SZtaWaveFormatInfo high = Pcm16(1, 48000);
-    EXPECT_EQ(kernel_.QueryFormatSupported(&low, &high, &supported), 0);
-    EXPECT_TRUE(supported);
-    EXPECT_EQ(kernel_.QueryFormatSupported(&high, &low, &supported), 0);
-    EXPECT_TRUE(supported);
-    EXPECT_EQ(kernel_.QueryFormatSupported(&high, &high, &supported), 0);
-    EXPECT_FALSE(supported);
+    const auto IsSupported = [&](SZtaWaveFormatInfo& from, SZtaWaveFormatInfo& to) {
+        bool supported = false;
+        EXPECT_EQ(kernel_.QueryFormatSupported(&from, &to, &supported), 0);
+        return supported;
+    };
+    EXPECT_TRUE(IsSupported(low, high));
+    EXPECT_TRUE(IsSupported(high, low));
+    EXPECT_FALSE(IsSupported(high, high));
 
     SZtaWaveFormatInfo in = Pcm16(2, 44100);
     SZtaWaveFormatInfo out = Pcm16(2, 48000);
@@ -602,10 +602,10 @@ TEST_F(ResamplerKernel, KeepsOneStatePerChannel)
     Run(stream, in, kRestart, 0);
     Run(stream, in, kRestart, 1);
     const CPolyphaseResampler& state = State(stream);
-    const Samples16 right(state.m_psHistory + 48, state.m_psHistory + 48 + 34);
+    const Samples16 right = History(state, 1);
     const double time = state.m_adTime[1];
     Run(stream, Piece(in, 0, 300));
-    EXPECT_EQ(Samples16(state.m_psHistory + 48, state.m_psHistory + 48 + 34), right);
+    EXPECT_EQ(History(state, 1), right);
     EXPECT_EQ(state.m_adTime[1], time);
     Samples16 out(2000);
     unsigned long written = out.size();
@@ -854,23 +854,23 @@ TEST_F(ResamplerKernel, PrimesByTheFilterLength)
     EXPECT_EQ(State(stream).m_adTime[0], 21.0);
 }
 
-TEST_F(ResamplerKernel, CreationRejectsChannelCountsWithoutMemory)
+TEST_F(ResamplerKernel, CreationFailsWithoutMemoryForTheChannelsOrAFilterForTheRates)
 {
+    struct Case {
+        unsigned long from;
+        unsigned long to;
+        unsigned long channels;
+    };
+    std::vector<Case> cases = {{0, 48000, 1}, {44100, 0, 1}, {0x80000000U, 48000, 1}, {44100, 0xFFFFFFFFU, 1}};
     for (const unsigned long channels : {1UL << 60, 1UL << 59, ~0UL / 96 + 1, ~0UL, 0xFFFFFFFFUL, 1UL << 27}) {
-        IUnknown* const unchanged = reinterpret_cast<IUnknown*>(0x40);
-        IUnknown* stream = unchanged;
-        EXPECT_EQ(Create(44100, 48000, channels, &stream), ZT_E_INCONSISTENCY_DETECTED) << channels;
-        EXPECT_EQ(stream, unchanged);
+        cases.push_back({44100, 48000, channels});
     }
-}
-
-TEST_F(ResamplerKernel, CreationFailsForRatesWithoutAFilter)
-{
-    for (const Rates& rates : {Rates{0, 48000}, {44100, 0}, {0x80000000U, 48000}, {44100, 0xFFFFFFFFU}}) {
+    for (const auto& [from, to, channels] : cases) {
+        SCOPED_TRACE(std::to_string(from) + ", " + std::to_string(to) + ", " + std::to_string(channels));
         const int objects = g_i32Objects;
         IUnknown* const unchanged = reinterpret_cast<IUnknown*>(0x40);
         IUnknown* stream = unchanged;
-        EXPECT_EQ(Create(rates.from, rates.to, 1, &stream), ZT_E_INCONSISTENCY_DETECTED);
+        EXPECT_EQ(Create(from, to, channels, &stream), ZT_E_INCONSISTENCY_DETECTED);
         EXPECT_EQ(stream, unchanged);
         EXPECT_EQ(g_i32Objects, objects + 1) << "the object stays counted";
     }
@@ -879,9 +879,8 @@ TEST_F(ResamplerKernel, CreationFailsForRatesWithoutAFilter)
 TEST_F(ResamplerKernel, CreationUsesTheLower32BitsOfRatesForTheFilter)
 {
     constexpr unsigned long kHighBit = 1UL << 32;
-    IUnknown* created = nullptr;
-    ASSERT_EQ(Create(kHighBit + 44100, kHighBit + 48000, 1, &created), 0);
-    const auto stream = host::Ref<IUnknown>::Adopt(created);
+    host::Ref<IUnknown> stream;
+    ASSERT_EQ(Create(kHighBit + 44100, kHighBit + 48000, 1, stream.Put()), 0);
     EXPECT_EQ(State(stream).m_ulInputRate, kHighBit + 44100);
     EXPECT_EQ(State(stream).m_ulOutputRate, kHighBit + 48000);
     EXPECT_EQ(State(stream).m_pSpec->inRate, 147);
@@ -893,9 +892,8 @@ TEST_F(ResamplerKernel, CreationUsesTheChannelsOfTheOutput)
     SZtaWaveFormatInfo in = Pcm16(2, 44100);
     for (const std::uint32_t channels : {0U, 1U, 16U, 17U, 1000U}) {
         SZtaWaveFormatInfo out = Pcm16(channels, 48000);
-        IUnknown* created = nullptr;
-        ASSERT_EQ(kernel_.CreateAudioResampler(&in, &out, &created), 0);
-        const auto stream = host::Ref<IUnknown>::Adopt(created);
+        host::Ref<IUnknown> stream;
+        ASSERT_EQ(kernel_.CreateAudioResampler(&in, &out, stream.Put()), 0);
         EXPECT_EQ(State(stream).m_ulChannels, channels);
         const std::int16_t* const history = State(stream).m_psHistory;
         EXPECT_TRUE(std::all_of(history, history + 48 * channels, [](std::int16_t sample) { return sample == 0; }));

@@ -16,11 +16,11 @@
 
 namespace {
 
-using zta::host::AudioBuffer;
 using zta::host::BufferOperation;
 using zta::host::Ref;
 using zta::test::ClocklessBuffer;
 using zta::test::MakeClockless;
+using zta::test::RunRealtimeSafe;
 using zta::test::Scenario;
 using zta::test::ScenarioCase;
 
@@ -33,8 +33,7 @@ TEST_P(OperationsRealtime, NeitherAllocateNorLockNorEnterTheKernel)
     }
     const Scenario scenario = GetParam().Make(zta::test::MakeClocklessBuffer);
     zta::test::Announce(scenario);
-    int status = 1;
-    zta::test::ExpectRealtimeSafe([&] { status = scenario.call.Run(*engine_); });
+    const int status = RunRealtimeSafe([&] { return scenario.call.Run(*engine_); });
     EXPECT_EQ(status, GetParam().status) << module_.ErrorText(status);
 }
 
@@ -46,25 +45,27 @@ using UnusualBuffer = zta::host::InstrumentedBuffer<zta::test::Misbehavior, Cloc
 
 class UnusualHostRealtime : public zta::test::RealtimeEngine {
 protected:
-    static void Announce(AudioBuffer& input, AudioBuffer& output)
+    static Ref<UnusualBuffer> Make(const SZtaWaveFormatInfo& format)
     {
-        input.AnnounceRead();
-        output.AnnounceWrite();
+        return MakeClockless<UnusualBuffer>(format, 64);
     }
+
+    /// Two buffers of which one, the source or the destination, has no address.
+    struct Pair {
+        explicit Pair(bool isSource) { (isSource ? source : destination)->hasNoAddress = true; }
+
+        Ref<UnusualBuffer> source = Make(zta::host::Pcm16(1));
+        Ref<UnusualBuffer> destination = Make(zta::host::Pcm16(1));
+    };
 };
 
 TEST_F(UnusualHostRealtime, CopiesFromAndIntoBuffersWithoutAnAddress)
 {
-    for (const bool source : {true, false}) {
-        const auto in = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
-        const auto out = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
-        (source ? in : out)->hasNoAddress = true;
-        Announce(*in, *out);
-        int status = 1;
-        zta::test::ExpectRealtimeSafe([&] { status = engine_->CopyAudioSamples(in.Get(), out.Get()); });
-        EXPECT_EQ(status, source ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-        if (!source) {
-            out->Release(); // which a byte copy that does not fit keeps
+    for (const bool isSource : {true, false}) {
+        const Pair buffers(isSource);
+        EXPECT_EQ(Copy(*buffers.source, *buffers.destination), isSource ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL);
+        if (!isSource) {
+            buffers.destination->Release(); // which a byte copy that does not fit keeps
         }
     }
 }
@@ -72,44 +73,45 @@ TEST_F(UnusualHostRealtime, CopiesFromAndIntoBuffersWithoutAnAddress)
 TEST_F(UnusualHostRealtime, DuplicatesFromAndIntoBuffersWithoutAnAddress)
 {
     for (const unsigned long length : {0UL, 10UL}) {
-        for (const bool source : {true, false}) {
-            const auto in = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
-            const auto out = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
-            (source ? in : out)->hasNoAddress = true;
-            Announce(*in, *out);
-            zta::test::ExpectRealtimeSafe([&] { engine_->DuplicateAudioSamples(in.Get(), 0, out.Get(), 0, length); });
-            const int tooSmall = source ? ZT_E_SOURCE_BUFFER_TOO_SMALL : ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-            EXPECT_EQ(out->ErrorCode(), length == 0 ? 0 : tooSmall);
+        for (const bool isSource : {true, false}) {
+            const Pair buffers(isSource);
+            IZtAudioSamples* const source = buffers.source.Get();
+            IZtAudioSamples* const destination = buffers.destination.Get();
+            buffers.source->AnnounceRead();
+            buffers.destination->AnnounceWrite();
+            RunRealtimeSafe([&] { return engine_->DuplicateAudioSamples(source, 0, destination, 0, length); });
+            const int tooSmall = isSource ? ZT_E_SOURCE_BUFFER_TOO_SMALL : ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+            EXPECT_EQ(buffers.destination->ErrorCode(), length == 0 ? 0 : tooSmall);
         }
     }
 }
 
 TEST_F(UnusualHostRealtime, DeinterleavesNextToAScratchBufferIntoAnOutputThatReportsTooLittle)
 {
-    const auto stereo = MakeClockless<UnusualBuffer>(zta::host::Pcm24In32(2), 64);
-    const auto left = MakeClockless<UnusualBuffer>(zta::host::Float32(1), 64);
-    const auto right = MakeClockless<UnusualBuffer>(zta::host::Pcm24In32(1), 64);
+    const auto stereo = Make(zta::host::Pcm24In32(2));
+    const auto left = Make(zta::host::Float32(1));
+    const auto right = Make(zta::host::Pcm24In32(1));
     right->reportedCapacity = right->Capacity() - 4;
-    Announce(*stereo, *left);
+    stereo->AnnounceRead();
+    left->AnnounceWrite();
     right->AnnounceWrite();
-    int status = 1;
-    zta::test::ExpectRealtimeSafe(
-        [&] { status = engine_->CopyAudioSamplesStereoToMono(stereo.Get(), left.Get(), right.Get()); });
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(
+        RunRealtimeSafe([&] { return engine_->CopyAudioSamplesStereoToMono(stereo.Get(), left.Get(), right.Get()); }),
+        0);
 }
 
 TEST_F(UnusualHostRealtime, ReturnsAStatusAboveZero)
 {
-    const auto left = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
-    const auto right = MakeClockless<UnusualBuffer>(zta::host::Pcm16(1), 64);
-    const auto stereo = MakeClockless<UnusualBuffer>(zta::host::Pcm16(2), 64);
+    const auto left = Make(zta::host::Pcm16(1));
+    const auto right = Make(zta::host::Pcm16(1));
+    const auto stereo = Make(zta::host::Pcm16(2));
     stereo->lengthStatus = 2;
-    Announce(*left, *stereo);
+    left->AnnounceRead();
     right->AnnounceRead();
-    int status = 1;
-    zta::test::ExpectRealtimeSafe(
-        [&] { status = engine_->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get()); });
-    EXPECT_EQ(status, 2);
+    stereo->AnnounceWrite();
+    EXPECT_EQ(
+        RunRealtimeSafe([&] { return engine_->CopyAudioSamplesMonoToStereo(left.Get(), right.Get(), stereo.Get()); }),
+        2);
 }
 
 struct Breach {

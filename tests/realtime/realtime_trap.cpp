@@ -1,4 +1,4 @@
-#include "testing/realtime_trap.h"
+#include "tests/realtime/realtime_trap.h"
 
 #include "testing/allocator/replaced_allocator.h"
 

@@ -1,6 +1,6 @@
 // Tests of the real-time trap itself.
 
-#include "testing/realtime_trap.h"
+#include "tests/realtime/realtime_trap.h"
 
 #include <gtest/gtest.h>
 
@@ -38,9 +38,11 @@ protected:
     }
 };
 
-/// Returns the first forbidden call of `action`, and the number of them.
+/// The first forbidden call, and the number of them.
+using Violations = std::pair<std::string, int>;
+
 template <class Action>
-std::pair<std::string, int> Caught(Action action)
+Violations Caught(Action action)
 {
     RealtimeTrap trap;
     action();
@@ -56,14 +58,14 @@ TEST_F(Watch, SeesNothingInPureArithmetic)
                       sum = sum + i;
                   }
               }),
-              std::make_pair(std::string(), 0));
+              Violations("", 0));
 }
 
 TEST_F(Watch, CatchesMalloc)
 {
     void* memory = nullptr;
-    EXPECT_EQ(Caught([&memory] { Keep(memory = std::malloc(10)); }), std::make_pair(std::string("malloc"), 1));
-    EXPECT_EQ(Caught([&memory] { std::free(memory); }), std::make_pair(std::string("free"), 1));
+    EXPECT_EQ(Caught([&memory] { Keep(memory = std::malloc(10)); }), Violations("malloc", 1));
+    EXPECT_EQ(Caught([&memory] { std::free(memory); }), Violations("free", 1));
 }
 
 TEST_F(Watch, CatchesTheAllocatorsOtherEntries)
@@ -81,23 +83,22 @@ TEST_F(Watch, CatchesTheAllocatorsOtherEntries)
 TEST_F(Watch, CatchesNewAndDelete)
 {
     int* number = nullptr;
-    EXPECT_EQ(Caught([&number] { Keep(number = new int(1)); }), std::make_pair(std::string("malloc"), 1));
-    EXPECT_EQ(Caught([&number] { delete number; }), std::make_pair(std::string("free"), 1));
+    EXPECT_EQ(Caught([&number] { Keep(number = new int(1)); }), Violations("malloc", 1));
+    EXPECT_EQ(Caught([&number] { delete number; }), Violations("free", 1));
 }
 
 TEST_F(Watch, CatchesAMutex)
 {
     std::mutex mutex;
-    EXPECT_EQ(Caught([&mutex] { const std::lock_guard lock(mutex); }),
-              std::make_pair(std::string("pthread_mutex_lock"), 2));
+    EXPECT_EQ(Caught([&mutex] { const std::lock_guard lock(mutex); }), Violations("pthread_mutex_lock", 2));
 }
 
 TEST_F(Watch, CatchesFiles)
 {
-    EXPECT_EQ(Caught([] { ASSERT_EQ(write(-1, "", 0), -1); }), std::make_pair(std::string("write"), 1));
+    EXPECT_EQ(Caught([] { ASSERT_EQ(write(-1, "", 0), -1); }), Violations("write", 1));
     char byte = 0;
-    EXPECT_EQ(Caught([&byte] { ASSERT_EQ(read(-1, &byte, 1), -1); }), std::make_pair(std::string("read"), 1));
-    EXPECT_EQ(Caught([] { ASSERT_EQ(open("/nowhere/at/all", O_RDONLY), -1); }), std::make_pair(std::string("open"), 1));
+    EXPECT_EQ(Caught([&byte] { ASSERT_EQ(read(-1, &byte, 1), -1); }), Violations("read", 1));
+    EXPECT_EQ(Caught([] { ASSERT_EQ(open("/nowhere/at/all", O_RDONLY), -1); }), Violations("open", 1));
     EXPECT_EQ(Caught([] { ASSERT_EQ(std::fopen("/nowhere/at/all", "r"), nullptr); }).first, "fopen");
 }
 
@@ -107,12 +108,11 @@ TEST_F(Watch, CatchesWaits)
     std::mutex mutex;
     std::unique_lock lock(mutex);
     std::condition_variable condition;
-    EXPECT_EQ(Caught([&] { condition.wait_for(lock, microseconds(1)); }),
-              std::make_pair(std::string("pthread_cond_clockwait"), 1));
+    EXPECT_EQ(Caught([&] { condition.wait_for(lock, microseconds(1)); }), Violations("pthread_cond_clockwait", 1));
     sem_t semaphore;
     ASSERT_EQ(sem_init(&semaphore, 0, 1), 0);
-    EXPECT_EQ(Caught([&] { EXPECT_EQ(sem_wait(&semaphore), 0); }), std::make_pair(std::string("sem_wait"), 1));
-    EXPECT_EQ(Caught([&] { EXPECT_EQ(sem_post(&semaphore), 0); }), std::make_pair(std::string("sem_post"), 1));
+    EXPECT_EQ(Caught([&] { EXPECT_EQ(sem_wait(&semaphore), 0); }), Violations("sem_wait", 1));
+    EXPECT_EQ(Caught([&] { EXPECT_EQ(sem_post(&semaphore), 0); }), Violations("sem_post", 1));
     EXPECT_EQ(sem_destroy(&semaphore), 0);
     EXPECT_EQ(Caught([] { std::thread([] {}).join(); }).first, "malloc") << "and pthread_create after it";
 }
@@ -120,12 +120,11 @@ TEST_F(Watch, CatchesWaits)
 TEST_F(Watch, CatchesSleep)
 {
     const timespec moment = {0, 1};
-    EXPECT_EQ(Caught([&] { nanosleep(&moment, nullptr); }), std::make_pair(std::string("nanosleep"), 1));
-    EXPECT_EQ(Caught([&] { clock_nanosleep(CLOCK_MONOTONIC, 0, &moment, nullptr); }),
-              std::make_pair(std::string("clock_nanosleep"), 1));
+    EXPECT_EQ(Caught([&] { nanosleep(&moment, nullptr); }), Violations("nanosleep", 1));
+    EXPECT_EQ(Caught([&] { clock_nanosleep(CLOCK_MONOTONIC, 0, &moment, nullptr); }), Violations("clock_nanosleep", 1));
     EXPECT_EQ(Caught([] { usleep(1); }).first, "usleep");
     EXPECT_EQ(Caught([] { sleep(0); }).first, "sleep");
-    EXPECT_EQ(Caught([] { std::this_thread::yield(); }), std::make_pair(std::string("sched_yield"), 1));
+    EXPECT_EQ(Caught([] { std::this_thread::yield(); }), Violations("sched_yield", 1));
 }
 
 TEST_F(Watch, NamesTheFirstAndCountsAll)
@@ -137,7 +136,7 @@ TEST_F(Watch, NamesTheFirstAndCountsAll)
                   const std::lock_guard lock(mutex);
                   std::free(memory);
               }),
-              std::make_pair(std::string("malloc"), 4));
+              Violations("malloc", 4));
 }
 
 TEST_F(Watch, EndsWithItsScope)

@@ -1,6 +1,8 @@
 // The samples of the mux operations against a reference model: every width, container, direction and a set of lengths.
 
+#include "testing/models/conversion_models.h"
 #include "testing/models/gain_model.h"
+#include "testing/models/interleave_model.h"
 #include "tests/engine/mux_operation_fixture.h"
 
 #include <random>
@@ -74,43 +76,41 @@ protected:
         UseVolumes(volumes);
     }
 
-    /// The model of both directions: the samples of each output without volumes.
-    [[nodiscard]] std::vector<Words> ExpectedOutputs(std::size_t frames) const
+    /// The valid bytes of a buffer.
+    static models::Bytes BytesOf(const host::AudioBuffer& buffer)
     {
-        const std::size_t channels = ChannelsPerBuffer();
-        const std::size_t width = GetParam().width;
-        const Words mux = SamplesOf(*mux_, frames * width);
-        std::vector<Words> planes;
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(buffer.Data());
+        return {bytes, bytes + buffer.Length()};
+    }
+
+    /// The bytes of each output without volumes.
+    [[nodiscard]] std::vector<models::Bytes> ExpectedOutputs(std::size_t frames) const
+    {
+        if (!Interleaves()) {
+            return models::Deinterleaved(BytesOf(*mux_), GetParam().Format(GetParam().width), array_.size(), frames);
+        }
+        std::vector<models::Bytes> planes;
         for (const auto& buffer : array_) {
-            planes.push_back(SamplesOf(*buffer, frames * channels));
+            planes.push_back(BytesOf(*buffer));
         }
-        std::vector<Words> outputs(Interleaves() ? 1 : planes.size());
-        for (std::size_t frame = 0; frame < frames; ++frame) {
-            for (std::size_t channel = 0; channel < width; ++channel) {
-                if (Interleaves()) {
-                    outputs[0].push_back(planes[channel / channels][frame * channels + channel % channels]);
-                } else {
-                    outputs[channel / channels].push_back(mux[frame * width + RepeatedChannel(frames, frame, channel)]);
-                }
-            }
-        }
-        return outputs;
+        return {models::Interleaved(planes, host::BytesPerFrame(GetParam().Format(Channels())), frames)};
     }
 
     /// Applies one ramp for each channel. Less than one step of four samples stays as it is.
-    static void Scale(Words& samples, const Volumes& volumes)
+    static void Scale(models::Bytes& bytes, const Volumes& volumes)
     {
         const std::size_t channels = volumes.size();
-        for (std::size_t i = 0; samples.size() >= 4 && i < samples.size(); ++i) {
-            const auto gain = models::RampGain(volumes[i % channels], i / channels, samples.size() / channels);
-            samples[i] = models::Scaled(samples[i], gain);
+        const std::size_t samples = bytes.size() / 4;
+        for (std::size_t i = 0; samples >= 4 && i < samples; ++i) {
+            const auto gain = models::RampGain(volumes[i % channels], i / channels, samples / channels);
+            models::SetWord(&bytes[4 * i], models::Scaled(models::Word(&bytes[4 * i]), gain));
         }
     }
 
     /// Runs the operation and compares the samples of all buffers with the model, with volumes unless it fails.
     void ExpectSamples(std::size_t frames, int status = 0)
     {
-        std::vector<Words> expected = ExpectedOutputs(frames);
+        std::vector<models::Bytes> expected = ExpectedOutputs(frames);
         std::vector<Words> inputs;
         for (const RecordingBuffer* input : Inputs()) {
             inputs.push_back(AllSamplesOf(*input));
@@ -124,7 +124,7 @@ protected:
                 const auto first = volumes_.begin() + static_cast<std::ptrdiff_t>(i * channels);
                 Scale(expected[i], {first, first + static_cast<std::ptrdiff_t>(channels)});
             }
-            EXPECT_EQ(SamplesOf(*outputs[i], expected[i].size()), expected[i]);
+            EXPECT_EQ(BytesOf(*outputs[i]), expected[i]);
             EXPECT_EQ(FramesOf(*outputs[i]), frames);
             EXPECT_EQ(outputs[i]->ErrorCode(), status);
         }
@@ -135,17 +135,6 @@ protected:
     }
 
     std::mt19937 random_{42};
-
-private:
-    /// The channel of the mux that an output receives. The last of three remaining frames of 16 mono channels repeats
-    /// four channels.
-    [[nodiscard]] std::size_t RepeatedChannel(std::size_t frames, std::size_t frame, std::size_t channel) const
-    {
-        const bool isThird = frames % 4 == 3 && frame + 1 == frames;
-        const bool repeats = isThird && GetParam().width == 16 && ChannelsPerBuffer() == 1 &&
-                             GetParam().container.hasVolumes && channel >= 12;
-        return repeats ? channel - 4 : channel;
-    }
 };
 
 TEST_P(MuxSamples, AreInterleavedOrDeinterleavedExactly)

@@ -8,14 +8,18 @@
 namespace zta::test {
 namespace {
 
-TEST(EngineCreation, RequestsThePoolFromTheHostInOrderWithOneRecord)
-{
-    CallLog callLog;
-    RecordingHost host(callLog);
-    auto engine = CreateEngine(host);
+class EngineCreation : public ::testing::Test {
+protected:
+    CallLog callLog_;
+    RecordingHost host_{callLog_};
+};
 
-    ASSERT_EQ(host.CreationCount(), 131);
-    for (const SZtCreateAudioSamplesDescription& record : host.CreationRequests()) {
+TEST_F(EngineCreation, RequestsThePoolFromTheHostInOrderWithOneRecord)
+{
+    auto engine = CreateEngine(host_);
+
+    ASSERT_EQ(host_.CreationCount(), 131);
+    for (const SZtCreateAudioSamplesDescription& record : host_.CreationRequests()) {
         EXPECT_EQ(record.ulSize, 56U);
         EXPECT_EQ(record.ui64BufferSize, 192000U);
         EXPECT_EQ(record.ePolarity, 0U);
@@ -25,17 +29,15 @@ TEST(EngineCreation, RequestsThePoolFromTheHostInOrderWithOneRecord)
         const SZtaWaveFormatInfo expected = {24, 2, keZtAudioDataTypePcm, 48000, 32, 32};
         EXPECT_EQ(std::memcmp(&record.sWaveFormat, &expected, sizeof(expected)), 0);
     }
-    EXPECT_TRUE(SZtLayoutProbe::PoolIs(static_cast<CZtaAudioSamplesEngine&>(*engine), host.Buffers()))
+    EXPECT_TRUE(SZtLayoutProbe::PoolIs(static_cast<CZtaAudioSamplesEngine&>(*engine), host_.Buffers()))
         << "three scratch buffers, then alternately one for a fade and one for a conversion";
 }
 
-TEST(EngineCreation, ReleasesThePoolWithTheLastReference)
+TEST_F(EngineCreation, ReleasesThePoolWithTheLastReference)
 {
     const int objectsBefore = g_i32Objects;
     const long buffersBefore = host::AudioBuffer::LiveCount();
-    CallLog callLog;
-    RecordingHost host(callLog);
-    auto engine = CreateEngine(host);
+    auto engine = CreateEngine(host_);
     EXPECT_EQ(host::AudioBuffer::LiveCount(), buffersBefore + 131);
     EXPECT_EQ(g_i32Objects, objectsBefore + 1);
 
@@ -45,14 +47,13 @@ TEST(EngineCreation, ReleasesThePoolWithTheLastReference)
     EXPECT_EQ(g_i32Objects, objectsBefore);
 }
 
-TEST(EngineCreation, FailingAtAnyRequestStillReturnsAnEngineWithTheBuffersCreatedSoFar)
+TEST_F(EngineCreation, FailingAtAnyRequestStillReturnsAnEngineWithTheBuffersCreatedSoFar)
 {
     const int objectsBefore = g_i32Objects;
     const long buffersBefore = host::AudioBuffer::LiveCount();
     for (int n = 1; n <= 131; ++n) {
         SCOPED_TRACE(n);
-        CallLog callLog;
-        RecordingHost host(callLog);
+        RecordingHost host(callLog_);
         host.FailRequest(n);
         int status = 0;
         auto engine = CreateEngine(host, &status);
@@ -69,19 +70,17 @@ TEST(EngineCreation, FailingAtAnyRequestStillReturnsAnEngineWithTheBuffersCreate
     }
 }
 
-TEST(EngineCreation, IgnoresTheReservedArgument)
+TEST_F(EngineCreation, IgnoresTheReservedArgument)
 {
-    CallLog callLog;
-    RecordingHost host(callLog);
     IZtaAudioSamplesEngine* engine = nullptr;
-    EXPECT_EQ(CreateEngineFactory()->CreateAudioSamplesEngine(&host, ~0UL, &engine), 0);
+    EXPECT_EQ(CreateEngineFactory()->CreateAudioSamplesEngine(&host_, ~0UL, &engine), 0);
     ASSERT_NE(engine, nullptr);
     EXPECT_EQ(engine->AddRef(), 2U) << "the engine starts with the caller's one reference";
     EXPECT_EQ(engine->Release(), 1U);
     EXPECT_EQ(engine->Release(), 0U);
 }
 
-TEST(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
+TEST_F(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
 {
     class CountingHost : public RecordingHost {
     public:
@@ -95,23 +94,19 @@ TEST(EngineCreation, KeepsNoReferenceOnTheHostAndNeverCallsItAgain)
         }
         unsigned long calls = 0;
     };
-    CallLog callLog;
-    CountingHost host(callLog);
+    CountingHost host(callLog_);
     auto engine = CreateEngine(host);
-    auto source = RecordingBuffer::Create(callLog, "source", host::Pcm16(1), 64);
-    auto destination = RecordingBuffer::Create(callLog, "destination", host::Pcm24In32(1), 128);
+    auto source = RecordingBuffer::Create(callLog_, "source", host::Pcm16(1), 64);
+    auto destination = RecordingBuffer::Create(callLog_, "destination", host::Pcm24In32(1), 128);
     EXPECT_EQ(engine->CopyAudioSamples(source.Get(), destination.Get()), 0);
     engine.Reset();
     EXPECT_EQ(host.calls, 0U);
     EXPECT_EQ(host.CreationCount(), 131);
 }
 
-TEST(EngineQuery, ReturnsItsInterfaceAndIUnknownOnly)
+TEST_F(EngineCreation, MakesAnEngineWithItsInterfaceAndIUnknownOnly)
 {
-    CallLog callLog;
-    RecordingHost host(callLog);
-    auto engine = CreateEngine(host);
-
+    auto engine = CreateEngine(host_);
     const _GUID copy = IID_IZtaAudioSamplesEngine; // the same identifier at another address
     void* pv = nullptr;
     ASSERT_EQ(engine->QueryInterface(copy, &pv), 0);

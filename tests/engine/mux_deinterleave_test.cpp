@@ -66,14 +66,12 @@ TEST_P(MuxDeinterleave, ReadsTheMuxItselfAndSetsTheLengthsOrScalesEachOutput)
 
 TEST_P(MuxDeinterleave, ConvertsFourChannelsToTheOutputContainerInTheScratchBuffer)
 {
-    struct Case {
-        SZtaWaveFormatInfo (*mux)(std::uint32_t, std::uint32_t);
-        SZtaWaveFormatInfo (*output)(std::uint32_t, std::uint32_t);
-    };
-    for (const Case& test : {Case{&Pcm24In32, &Pcm16}, Case{&Pcm16, &Pcm24In32}, Case{&Pcm24In32, &Pcm24In24},
-                             Case{&Pcm24In24, &Pcm24In32}}) {
-        const SZtaWaveFormatInfo format = test.output(Channels(), host::kDefaultRate);
-        Build(format, Four(), test.mux(4, host::kDefaultRate), 3);
+    const std::uint32_t n = Channels();
+    for (const auto& [mux, format] : {std::pair{Pcm24In32(4), Pcm16(n)},
+                                      {Pcm16(4), Pcm24In32(n)},
+                                      {Pcm24In32(4), Pcm24In24(n)},
+                                      {Pcm24In24(4), Pcm24In32(n)}}) {
+        Build(format, Four(), mux, 3);
         ExpectRun(0, Entry(Four()) + WorkerStart() +
                          ConvertToScratch("mux", "scratch0", 12 * (format.ulBitsPerSample / 8)) +
                          Deinterleaved("scratch0", Lengths(3 * host::BytesPerFrame(format))));
@@ -237,15 +235,16 @@ TEST_P(MuxDeinterleave, IntoAnOutputThatCannotBeRelabeledReturnsTheHostsCode)
 TEST_P(MuxDeinterleave, ThroughTheScratchBufferAcceptsItsCapacityAndNoFrameMore)
 {
     struct Case {
-        SZtaWaveFormatInfo (*mux)(std::uint32_t, std::uint32_t);
-        SZtaWaveFormatInfo (*output)(std::uint32_t, std::uint32_t);
-        std::size_t frames;
+        SZtaWaveFormatInfo mux;
+        SZtaWaveFormatInfo output;
+        std::size_t most;
     };
-    for (const Case& test :
-         {Case{&Pcm24In32, &Pcm16, 24000}, Case{&Pcm16, &Pcm24In32, 12000}, Case{&Pcm24In32, &Pcm24In24, 16000}}) {
-        for (const std::size_t frames : {test.frames, test.frames + 1}) {
-            const int status = frames == test.frames ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL;
-            Build(test.output(Channels(), host::kDefaultRate), Four(), test.mux(4, host::kDefaultRate), frames);
+    const std::uint32_t n = Channels();
+    for (const auto& [mux, output, most] : {Case{Pcm24In32(4), Pcm16(n), 24000}, Case{Pcm16(4), Pcm24In32(n), 12000},
+                                            Case{Pcm24In32(4), Pcm24In24(n), 16000}}) {
+        for (const std::size_t frames : {most, most + 1}) {
+            const int status = frames == most ? 0 : ZT_E_DESTINATION_BUFFER_TOO_SMALL;
+            Build(output, Four(), mux, frames);
             EXPECT_EQ(Run(), status) << frames;
             ExpectRecorded(status);
             ExpectSettled();

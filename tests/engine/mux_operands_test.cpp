@@ -211,22 +211,15 @@ TEST_F(MuxOperands, BeyondSixtyFourVolumesAreCountedButNotKept)
     EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 63).fStartVolume, 1.0F);
 }
 
-TEST_F(MuxOperands, KeepTheirCountAndTheirRecordsWhenReleased)
-{
-    UseVolumes({{1, 1.0F, 2.0F}});
-    EXPECT_EQ(Save(4, 1), 0);
-    EXPECT_EQ(Object().ReleaseAllSavedInfo(), 0);
-    EXPECT_EQ(SZtLayoutProbe::SavedBufferCount(Object()), 4U);
-    EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 0).fEndVolume, 2.0F);
-    ExpectSettled();
-}
-
-TEST_F(MuxOperands, AreCopiedFromTheCallersVolumes)
+TEST_F(MuxOperands, AreCopiesOfTheVolumesThatStayWithTheCountWhenReleased)
 {
     UseVolumes({{1, 1.0F, 2.0F}});
     EXPECT_EQ(Save(4, 1), 0);
     volumes_[0].fEndVolume = 5.0F;
+    EXPECT_EQ(Object().ReleaseAllSavedInfo(), 0);
+    EXPECT_EQ(SZtLayoutProbe::SavedBufferCount(Object()), 4U);
     EXPECT_EQ(SZtLayoutProbe::SavedVolume(Object(), 0).fEndVolume, 2.0F);
+    ExpectSettled();
 }
 
 } // namespace

@@ -22,6 +22,8 @@ constexpr auto kRestart = static_cast<EZtAudioResamplerMode>(2);
 
 constexpr const char* kEmptyPointerText = "TZtSmartPtr::operator-> -> Internal pointer is NULL!";
 
+const std::vector<std::int16_t> kThreeSamples = {1, 2, 3};
+
 /// Returns the text of the smart pointer's exception that a call throws, or "none".
 template <class Call>
 std::string ExceptionText(Call call)
@@ -115,11 +117,11 @@ TEST_F(UnusualHost, KeepsItsSamplesInACopyWithoutAnAddress)
         source->SetValidLength(test.frames * 2);
         source->hasNoAddress = !test.source;
         auto destination = MakeUnusual("destination", Pcm16(1), 10);
-        Fill<std::int16_t>(*destination, {1, 2, 3});
+        Fill(*destination, kThreeSamples);
         destination->hasNoAddress = !test.destination;
         callLog_.Clear();
         EXPECT_EQ(engine_->CopyAudioSamples(source.Get(), destination.Get()), test.status);
-        EXPECT_EQ(Samples<std::int16_t>(*destination, 3), (std::vector<std::int16_t>{1, 2, 3}));
+        EXPECT_EQ(Samples<std::int16_t>(*destination, 3), kThreeSamples);
         EXPECT_EQ(callLog_.Count(ErrorCall("destination", kTooSmall)), test.status < 0 ? 2 : 0)
             << "by the byte copy and by the worker";
         EXPECT_EQ(destination->References(), test.status < 0 ? 2 : 1) << "the reference of the byte copy stays";
@@ -149,7 +151,7 @@ TEST_F(UnusualHost, HasTheOffsetsOfADuplicateCheckedBeforeItsAddresses)
         auto source = MakeUnusual("source", Pcm16(1), 10);
         source->hasNoAddress = !test.source;
         auto destination = MakeUnusual("destination", Pcm16(1), 10);
-        Fill<std::int16_t>(*destination, {1, 2, 3});
+        Fill(*destination, kThreeSamples);
         destination->hasNoAddress = !test.destination;
         source->AnnounceRead();
         destination->AnnounceWrite();
@@ -157,7 +159,7 @@ TEST_F(UnusualHost, HasTheOffsetsOfADuplicateCheckedBeforeItsAddresses)
                                                  test.destinationOffset, test.length),
                   0);
         EXPECT_EQ(destination->ErrorCode(), test.code);
-        EXPECT_EQ(Samples<std::int16_t>(*destination, 3), (std::vector<std::int16_t>{1, 2, 3}));
+        EXPECT_EQ(Samples<std::int16_t>(*destination, 3), kThreeSamples);
         ExpectAtRest({source.Get(), destination.Get()});
     }
 }

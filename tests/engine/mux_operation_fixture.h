@@ -60,7 +60,6 @@ protected:
     [[nodiscard]] std::vector<RecordingBuffer*> Outputs() const { return Interleaves() ? Mux() : ArrayBuffers(); }
 
     [[nodiscard]] std::string InputName() const { return Interleaves() ? "b0" : "mux"; }
-    [[nodiscard]] std::string OutputName() const { return Interleaves() ? "mux" : "b0"; }
     [[nodiscard]] std::string LastOutputName() const { return Interleaves() ? "mux" : Name("b", Four() - 1); }
 
     /// All memory of the outputs, one after the other.

@@ -364,22 +364,6 @@ TEST_P(Mux, WhoseBuffersCannotBeDescribedToTheWorkerReturnsTheHostsCode)
     }
 }
 
-TEST_P(Mux, IgnoresTheResultsOfMarksFlagsAndSignals)
-{
-    for (const std::string& call :
-         {OutputName() + ".MarkWriteStartTime", OutputName() + ".SetPolarity(0)", OutputName() + ".SetFadeIn(0)",
-          OutputName() + ".SetFadeOut(0)", InputName() + ".SignalReadCompletion", OutputName() + ".MarkWriteStopTime",
-          OutputName() + ".SignalWriteCompletion"}) {
-        BuildFour(3);
-        callLog_.FailCallsTo(call);
-        EXPECT_EQ(Run(), 0) << call;
-        EXPECT_TRUE(callLog_.HasFailed()) << call;
-        callLog_.ClearFaults();
-        ExpectRecorded(0);
-        ExpectAtRest({mux_.Get(), array_[0].Get()});
-    }
-}
-
 // ---- The log ----
 
 TEST_P(Mux, LogsAFormatWithoutASuggestionAndNoFailureOfItsEntryPoint)

@@ -86,7 +86,7 @@ TEST(Pool, IsReleasedBeforeTheOperandsThatADirectCallHasSaved)
     std::vector<std::string> releases;
     std::vector<host::Ref<MisbehavingBuffer>> operands;
     for (const char* name : {"input", "output", "operand0", "operand1", "operand2"}) {
-        operands.push_back(MisbehavingBuffer::Create(log, name, host::Pcm16(1), 20));
+        operands.push_back(MisbehavingBuffer::Create(log, name, host::Pcm16(1), 20U));
         operands.back()->onReleased = [&, name] {
             EXPECT_EQ(host.Releases().size(), static_cast<std::size_t>(kPoolSize)) << name;
             releases.emplace_back(name);

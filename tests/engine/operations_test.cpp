@@ -33,7 +33,7 @@ constexpr int kOtherCodes[] = {kZtSynchroStatusPlayedLate - 1,
 
 class Operations : public ScenarioTest, public ::testing::WithParamInterface<ScenarioCase> {
 protected:
-    /// The first run is on good buffers.
+    /// Runs the operation on good buffers. Each test compares with that run.
     void SetUp() override
     {
         ScenarioTest::SetUp();
@@ -74,7 +74,7 @@ protected:
         return status;
     }
 
-    /// The operation has run as on good buffers.
+    /// The operation has made the same calls as on good buffers, and its outputs are the same.
     void ExpectProcessed(const Scenario& scenario, int status)
     {
         EXPECT_EQ(status, 0);
@@ -83,20 +83,20 @@ protected:
         ExpectSettled(scenario);
     }
 
-    /// The operation has recorded the code on each output and left its samples.
-    void ExpectFailed(const Scenario& scenario, int code, const Contents& before)
+    /// The operation has ended with these outputs, and with this error code on each.
+    void ExpectEnded(const Scenario& scenario, int code, const Contents& outputs)
     {
-        EXPECT_EQ(OutputBytes(scenario), before);
+        EXPECT_EQ(OutputBytes(scenario), outputs);
         for (const auto& output : scenario.outputs) {
             EXPECT_EQ(output->ErrorCode(), code);
         }
         ExpectSettled(scenario);
     }
 
-    /// The entry point has done the same, without a mark.
+    /// The entry point has recorded the code on each output, without a mark, and left its samples.
     void ExpectRejected(const Scenario& scenario, int code, const Contents& before)
     {
-        ExpectFailed(scenario, code, before);
+        ExpectEnded(scenario, code, before);
         for (const auto& output : scenario.outputs) {
             EXPECT_EQ(output->WriteStartMarks() + output->WriteStopMarks(), 0);
         }
@@ -175,7 +175,7 @@ TEST_P(Operations, UseALateCodeInTheWorkerOfCopyAndDuplicate)
         const int status = RunWithLateCode(scenario, code);
         if (isUsed) {
             EXPECT_EQ(status, isCopy ? code : 0) << "a duplicate returns the status of its last signal";
-            ExpectFailed(scenario, code, before);
+            ExpectEnded(scenario, code, before);
         } else {
             ExpectProcessed(scenario, status);
         }
@@ -216,8 +216,8 @@ TEST_P(Operations, FromInsideAHostCallOfAnotherAreBusy)
                             }),
                   0);
         EXPECT_EQ(status, ZT_E_MODULE_BUSY);
-        ExpectFailed(nested, ZT_E_MODULE_BUSY, sharesBuffers ? outputs_ : before);
-        ExpectFailed(scenario, sharesBuffers ? ZT_E_MODULE_BUSY : 0, outputs_);
+        ExpectEnded(nested, ZT_E_MODULE_BUSY, sharesBuffers ? outputs_ : before);
+        ExpectEnded(scenario, sharesBuffers ? ZT_E_MODULE_BUSY : 0, outputs_);
     }
 }
 
@@ -234,8 +234,8 @@ TEST_P(Operations, CanBeStartedFromInsideAnySignalOfAnother)
         EXPECT_EQ(RunWithin(scenario, call, [&] { status = RunAnnounced(next, *engine_); }), 0);
         EXPECT_EQ(status, 0);
         EXPECT_EQ(callLog_.Calls().size(), 2 * calls_.size());
-        ExpectFailed(scenario, 0, outputs_);
-        ExpectFailed(next, 0, outputs_);
+        ExpectEnded(scenario, 0, outputs_);
+        ExpectEnded(next, 0, outputs_);
     }
 }
 

@@ -1,4 +1,4 @@
-// CopyAudioSamples. What it has in common with other operations is in one_to_one_test.cpp.
+// CopyAudioSamples. What it has in common with other operations is in operations_test.cpp and one_to_one_test.cpp.
 
 #include "testing/log_recorder.h"
 #include "tests/engine/one_to_one_fixture.h"

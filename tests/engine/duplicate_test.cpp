@@ -1,4 +1,4 @@
-// DuplicateAudioSamples. What it has in common with other operations is in one_to_one_test.cpp.
+// DuplicateAudioSamples. What it has in common with other operations is in operations_test.cpp and one_to_one_test.cpp.
 
 #include "tests/engine/one_to_one_fixture.h"
 

@@ -1,4 +1,5 @@
-// What CopyAudioSamples, DuplicateAudioSamples, ApplyVolume and ProcessAudioResampler have in common: the entry point.
+// What CopyAudioSamples, DuplicateAudioSamples, ApplyVolume and ProcessAudioResampler have in common: the checks of the
+// entry point.
 
 #include "testing/scenario_fixture.h"
 #include "tests/engine/one_to_one_fixture.h"

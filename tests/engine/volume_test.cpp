@@ -1,4 +1,4 @@
-// ApplyVolume. What it has in common with other operations is in one_to_one_test.cpp.
+// ApplyVolume. What it has in common with other operations is in operations_test.cpp and one_to_one_test.cpp.
 
 #include "testing/log_recorder.h"
 #include "testing/models/gain_model.h"

@@ -85,6 +85,16 @@ std::vector<Symbol> Symbols(const std::string& options)
     return symbols;
 }
 
+/// Each weak symbol of those that nm lists with these options matches the pattern.
+void ExpectWeakSymbols(const std::string& options, const std::regex& pattern)
+{
+    for (const Symbol& symbol : Symbols(options)) {
+        if (std::strchr("WwVv", symbol.type) != nullptr) {
+            EXPECT_TRUE(std::regex_match(symbol.name, pattern)) << symbol.name;
+        }
+    }
+}
+
 std::set<std::string> ExportedNames()
 {
     std::set<std::string> names;
@@ -215,32 +225,13 @@ TEST(ModuleFile, ImportsTheLoggerWeakly)
 TEST(ModuleFile, ExportsTheNamesForDlsymUnmangled)
 {
     const auto names = ExportedNames();
-    for (const char* name : {"DllEntryPoint",
-                             "DllCanUnloadNow",
-                             "DllGetClassObject",
-                             "DllRegisterServer",
-                             "DllUnregisterServer",
-                             "ZtInternalGetClassObject",
-                             "ZtInternalRegisterServer",
-                             "ZtInternalUnregisterServer",
-                             "ZtInternalRegisterAllServers",
-                             "ZtInternalUnregisterAllServers",
-                             "ZtGetInterface",
-                             "ztErrorToString",
-                             "g_achVersionInfo",
-                             "g_hInst",
-                             "g_i32Objects",
-                             "g_aoTemplates",
-                             "g_iTemplates",
-                             "g_asFormatOfProperty",
-                             "IID_IUnknown",
-                             "IID_IClassFactory",
-                             "IID_IZtAVContent",
-                             "IID_IZtAudioSamples",
-                             "IID_IZtQuonEnginePrivate",
-                             "IID_IZtaAudioSamplesEngine",
-                             "IID_IZtaAudioSamplesEngineFactory",
-                             "CLSID_ZtaAudioSamplesEngine"}) {
+    for (const std::string& name :
+         Words("DllEntryPoint DllCanUnloadNow DllGetClassObject DllRegisterServer DllUnregisterServer "
+               "ZtInternalGetClassObject ZtInternalRegisterServer ZtInternalUnregisterServer "
+               "ZtInternalRegisterAllServers ZtInternalUnregisterAllServers ZtGetInterface ztErrorToString "
+               "g_achVersionInfo g_hInst g_i32Objects g_aoTemplates g_iTemplates g_asFormatOfProperty "
+               "IID_IUnknown IID_IClassFactory IID_IZtAVContent IID_IZtAudioSamples IID_IZtQuonEnginePrivate "
+               "IID_IZtaAudioSamplesEngine IID_IZtaAudioSamplesEngineFactory CLSID_ZtaAudioSamplesEngine")) {
         EXPECT_TRUE(names.count(name)) << name;
     }
 }
@@ -298,22 +289,14 @@ TEST(ModuleFile, ExportsWeakSymbolsForHeaderDefinitionsOnly)
     const std::regex expected("_ZT[VSI].*|(IID|CLSID)_.*|_ZNK?11TZtSmartPtrI.*|"
                               "_Z(N|ThnN?[0-9]+_N)(22CZtaAudioSamplesEngine|29CZtaAudioSamplesEngineFactory)"
                               "(14QueryInterfaceERK5_GUIDPPv|6AddRefEv|7ReleaseEv)");
-    for (const Symbol& symbol : Symbols("--dynamic --defined-only")) {
-        if (std::strchr("WwVv", symbol.type) != nullptr) {
-            EXPECT_TRUE(std::regex_match(symbol.name, expected)) << symbol.name;
-        }
-    }
+    ExpectWeakSymbols("--dynamic --defined-only", expected);
 }
 
 TEST(ModuleFile, ImportsOptionalSymbolsWeakly)
 {
     SKIP_IF_INSTRUMENTED();
     const std::regex expected("_Z8ZtLogger.*|_ITM_.*|__gmon_start__|__cxa_finalize@.*|__cxa_pure_virtual@.*");
-    for (const Symbol& symbol : Symbols("--dynamic --undefined-only")) {
-        if (std::strchr("wv", symbol.type) != nullptr) {
-            EXPECT_TRUE(std::regex_match(symbol.name, expected)) << symbol.name;
-        }
-    }
+    ExpectWeakSymbols("--dynamic --undefined-only", expected);
 }
 
 /// The slots of a vtable: for each base with a vtable the offset, the type information and the operations.

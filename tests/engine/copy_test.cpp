@@ -205,17 +205,6 @@ TEST_F(Copy, Recognizes16In32MultiFormat)
 
 // ---- Failures of the entry point, in the order of its checks ----
 
-TEST_F(Copy, WhoseRelabelingFailsReturnsTheHostsCode)
-{
-    for (const char* entry : {"input.SetWaveFormat", "output.SetWaveFormat"}) {
-        Build(Pcm20In32(1), Pcm20In32(1), 1);
-        callLog_.FailCallsTo(entry);
-        EXPECT_EQ(Run(), kInjectedFailure) << entry;
-        callLog_.ClearFaults();
-        ExpectSignaledOnce();
-    }
-}
-
 TEST_F(Copy, BetweenChannelCountsIsRejected)
 {
     Build(Pcm20In32(1), Pcm16(2), 1);

@@ -200,22 +200,6 @@ TEST_P(MonoStereo, RejectsOtherChannelCountsBeforeOpaqueData)
     expect(Pcm16(1), Pcm16(1), Opaque(2), ZT_E_UNSUPPORTED_AUDIO_DATA_TYPE);
 }
 
-TEST_P(MonoStereo, RelabelsTwentyBitsOnAllThree)
-{
-    Build(Pcm20In32(1), Pcm20In32(2), 1);
-    EXPECT_EQ(Run(), 0);
-    for (const auto& buffer : {left_, right_, stereo_}) {
-        EXPECT_EQ(buffer->Description().sWaveFormat.ulValidBitsPerSample, 24U);
-        EXPECT_EQ(callLog_.Count(buffer->Name() + ".SetWaveFormat"), 1);
-    }
-    for (const char* call : {"left.SetWaveFormat", "right.SetWaveFormat", "stereo.SetWaveFormat"}) {
-        Build(Pcm20In32(1), Pcm20In32(2), 1);
-        callLog_.FailCallsTo(call);
-        EXPECT_EQ(Run(), kInjectedFailure) << call;
-        callLog_.ClearFaults();
-    }
-}
-
 TEST_P(MonoStereo, LogsEverySignalThatFails)
 {
     Build(Pcm16(1), Pcm16(2), 2);

@@ -332,16 +332,6 @@ TEST_P(MuxInterleave, OfAnInputThatCannotBeDescribedToTheEntryPointContinues)
 
 // ---- Relabeling ----
 
-TEST_P(MuxInterleave, OfAnInputThatCannotBeRelabeledContinues)
-{
-    Build(Pcm20In32(Channels()), Four(), Pcm24In32(4), 1);
-    callLog_.FailCallsTo("b0.SetWaveFormat");
-    EXPECT_EQ(Run(), 0) << "the kernels read 20 bits as 24";
-    EXPECT_EQ(array_[0]->Description().sWaveFormat.ulValidBitsPerSample, 20U);
-    EXPECT_EQ(array_[1]->Description().sWaveFormat.ulValidBitsPerSample, 24U);
-    ExpectSettled();
-}
-
 TEST_P(MuxInterleave, RelabelsAnInputOfTheWrongKindOnlyAmongMonoBuffers)
 {
     BuildFour(1);

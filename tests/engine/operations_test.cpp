@@ -1,4 +1,4 @@
-// What all operations have in common: the error codes of inputs, the busy flag and the references. One path of each.
+// What all operations have in common: the error codes of inputs, the busy flag, the references and the relabeling.
 
 #include "testing/scenario_fixture.h"
 
@@ -267,6 +267,48 @@ TEST_P(Operations, HoldTheirOperandsWhileTheyWorkAndTheBuffersUntilTheyHaveEnded
     callLog_.hook = nullptr;
     ExpectProcessed(scenario, status);
     EXPECT_EQ(observed, 2);
+}
+
+// ---- Relabeling ----
+
+std::uint32_t ValidBits(const host::AudioBuffer& buffer)
+{
+    return buffer.Description().sWaveFormat.ulValidBitsPerSample;
+}
+
+class Relabeling : public ScenarioTest {};
+
+TEST_F(Relabeling, OfTwentyBitsChangesEachBufferOnceAndReportsAFailure)
+{
+    int paths = 0;
+    for (const ScenarioCase& test : Scenarios()) {
+        if (!test.name.ends_with("Relabeled")) {
+            continue;
+        }
+        SCOPED_TRACE(test.name);
+        ++paths;
+        const Scenario scenario = MakeScenario(test);
+        EXPECT_EQ(RunAnnounced(scenario, *engine_), 0);
+        for (const RecordingBuffer* buffer : BuffersOf(scenario)) {
+            EXPECT_EQ(ValidBits(*buffer), 24U) << buffer->Name();
+            EXPECT_EQ(callLog_.Count(buffer->Name() + ".SetWaveFormat"), 1) << buffer->Name();
+        }
+        ExpectSettled(scenario);
+        for (const RecordingBuffer* failing : BuffersOf(scenario)) {
+            SCOPED_TRACE(failing->Name());
+            const Scenario other = MakeScenario(test);
+            callLog_.FailCallsTo(failing->Name() + ".SetWaveFormat");
+            // An input of an array may keep its format: the kernels read 20 bits as 24.
+            const bool isIgnored = IsInterleave(test.kind) && failing->Name() != "mux";
+            EXPECT_EQ(RunAnnounced(other, *engine_), isIgnored ? 0 : kInjectedFailure);
+            callLog_.ClearFaults();
+            for (const RecordingBuffer* buffer : BuffersOf(other)) {
+                EXPECT_TRUE(!isIgnored || ValidBits(*buffer) == (buffer->Name() == failing->Name() ? 20 : 24));
+            }
+            ExpectSettled(other);
+        }
+    }
+    EXPECT_EQ(paths, 8);
 }
 
 } // namespace

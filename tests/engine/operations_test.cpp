@@ -239,6 +239,49 @@ TEST_P(Operations, CanBeStartedFromInsideAnySignalOfAnother)
     }
 }
 
+// ---- Failures in the worker ----
+
+bool IsOfEnding(const std::string& call)
+{
+    return std::ranges::any_of(std::vector<std::string>{".SetErrorCode", ".Signal", ".MarkWriteStop"},
+                               [&](const std::string& part) { return call.find(part) != std::string::npos; });
+}
+
+class WorkersThatEnd : public Operations {};
+
+/// Not the others: hosts observe further calls, in Volume for the fade flags, in StereoToMux for the rest of the array.
+std::vector<ScenarioCase> PathsThatEnd()
+{
+    std::vector<ScenarioCase> paths = FirstPaths();
+    std::erase_if(paths, [](const ScenarioCase& path) {
+        return path.kind == OperationKind::Volume || path.kind == OperationKind::StereoToMux;
+    });
+    return paths;
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, WorkersThatEnd, ::testing::ValuesIn(PathsThatEnd()), OperationOfPath());
+
+TEST_P(WorkersThatEnd, EndAtARequestForADescriptionThatFails)
+{
+    int failed = 0;
+    for (auto call = FirstCall(".MarkWriteStart"); call != calls_.end(); ++call) {
+        if (call->find(".GetAudioSamplesDescription") == std::string::npos) {
+            continue;
+        }
+        SCOPED_TRACE(*call);
+        const Scenario scenario = Make();
+        const auto upToFailure = call - calls_.begin() + 1;
+        callLog_.FailCall(static_cast<int>(upToFailure));
+        RunAnnounced(scenario, *engine_);
+        callLog_.ClearFaults();
+        const Calls made = callLog_.Calls();
+        EXPECT_TRUE(std::all_of(made.begin() + upToFailure, made.end(), IsOfEnding)) << ::testing::PrintToString(made);
+        ExpectSettled(scenario);
+        ++failed;
+    }
+    EXPECT_GE(failed, 2);
+}
+
 // ---- References ----
 
 TEST_P(Operations, HoldTheirOperandsWhileTheyWorkAndTheBuffersUntilTheyHaveEnded)

@@ -5,6 +5,8 @@
 
 #include <iterator>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -29,6 +31,21 @@ SZtaCpuidLeaves WithAvx2()
     leaves.sLeaf7.ulEbx = Bit(3) | Bit(5) | Bit(8);
     leaves.ui64Xcr0 = 7;
     return leaves;
+}
+
+TEST(CpuFeatureDetection, ReadsTheLeavesOfThisCpu)
+{
+    const SZtaCpuidLeaves leaves = ZtaReadCpuid();
+    for (const auto& [leaf, read] : {std::pair{0U, leaves.sLeaf0},
+                                     {7U, leaves.sLeaf7},
+                                     {0x80000000U, leaves.sLeaf80000000},
+                                     {0x80000001U, leaves.sLeaf80000001}}) {
+        const SZtaCpuidLeaf expected = ZtaReadCpuidLeaf(leaf, 0);
+        EXPECT_EQ(std::tie(read.ulEax, read.ulEcx, read.ulEdx),
+                  std::tie(expected.ulEax, expected.ulEcx, expected.ulEdx))
+            << std::hex << leaf;
+    }
+    EXPECT_EQ(leaves.sLeaf1.ulEcx, ZtaReadCpuidLeaf(1, 0).ulEcx); // other registers depend on the core
 }
 
 TEST(CpuFeatureDetection, ReadsEachFeatureFromItsBit)

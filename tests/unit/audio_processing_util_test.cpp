@@ -1,16 +1,11 @@
 #include "kernels/audio_processing_util.h"
 
-#include "testing/fake_audio_samples.h"
-
-#include <zta/status.h>
-
-#include <gtest/gtest.h>
+#include "tests/unit/kernel_test.h"
 
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <ostream>
-#include <vector>
 
 // In the namespace of the type, where GoogleTest finds them.
 static bool operator==(const SZtaWaveFormatInfo& a, const SZtaWaveFormatInfo& b)
@@ -25,10 +20,8 @@ static std::ostream& operator<<(std::ostream& out, const SZtaWaveFormatInfo& for
                << format.ulBitsPerSample << "}";
 }
 
+namespace zta::test {
 namespace {
-
-using Calls = std::vector<std::string>;
-using QueryStatus = int FakeAudioSamples::*;
 
 constexpr int kHostFailure = static_cast<int>(0x80001234);
 
@@ -41,6 +34,14 @@ constexpr SZtaWaveFormatInfo kUntouched{1, 2, keZtAudioDataTypeOpaque, 3, 4, 5};
 SZtaWaveFormatInfo FormatOf(std::uint32_t property)
 {
     return g_asFormatOfProperty[property];
+}
+
+/// A format with the same property that is not the one of the table of formats.
+SZtaWaveFormatInfo Modified(std::uint32_t property)
+{
+    SZtaWaveFormatInfo format = FormatOf(property);
+    format.ulSize = 99;
+    return format;
 }
 
 struct Entry {
@@ -109,12 +110,12 @@ BufferInfo InOneRecord(FakeAudioSamples& samples)
             record.iBytesPerFrame, record.eFormat,  record.sDescription};
 }
 
-class BufferInfoQuery : public ::testing::TestWithParam<BufferInfo (*)(FakeAudioSamples&)> {
+class BufferInfoQuery : public testing::TestWithParam<BufferInfo (*)(FakeAudioSamples&)> {
 protected:
     BufferInfo Query(FakeAudioSamples& samples) { return GetParam()(samples); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Both, BufferInfoQuery, ::testing::Values(InSeparateOutputs, InOneRecord),
+INSTANTIATE_TEST_SUITE_P(Both, BufferInfoQuery, testing::Values(InSeparateOutputs, InOneRecord),
                          [](const auto& function) {
                              return function.param == InSeparateOutputs ? "SeparateOutputs" : "OneRecord";
                          });
@@ -137,61 +138,41 @@ TEST_P(BufferInfoQuery, ReturnsLengthsFormatAndDescription)
     EXPECT_FALSE(info.description.bFadeIn);
     EXPECT_TRUE(info.description.bFadeOut);
     EXPECT_EQ(info.description.sWaveFormat, samples.format);
+
+    EXPECT_EQ(samples.calls, kQueryCalls);
+    EXPECT_EQ(samples.descriptionSizes, kDescriptionSize) << "the size that the caller wrote";
 }
 
-TEST_P(BufferInfoQuery, PassesTheCallersRecordSize)
+TEST_P(BufferInfoQuery, CountsTheWholeFramesOfTheContainer)
 {
-    FakeAudioSamples samples(WaveFormat(1, 16, 16, 48000, 1), 1, 1);
-    Query(samples);
-    EXPECT_EQ(samples.descriptionSizes, std::vector<std::uint32_t>{40});
-}
-
-TEST_P(BufferInfoQuery, CallsTheHostThreeTimesInOrder)
-{
-    FakeAudioSamples samples(WaveFormat(1, 16, 16, 48000, 1), 1, 1);
-    Query(samples);
-    EXPECT_EQ(samples.calls,
-              (std::vector<std::string>{"GetAudioSamplesDescription", "GetBufferAndLength", "GetBufferCapacity"}));
-}
-
-TEST_P(BufferInfoQuery, CountsWholeFramesOnly)
-{
-    FakeAudioSamples samples(WaveFormat(1, 24, 24, 48000, 2), 0, 0);
-    samples.length = 6 * 7 + 5;
-    samples.capacity = 6 * 9 + 1;
-    const BufferInfo info = Query(samples);
-    EXPECT_EQ(info.bytesPerFrame, 6);
-    EXPECT_EQ(info.validFrames, 7u);
-    EXPECT_EQ(info.capacityFrames, 9u);
-}
-
-TEST_P(BufferInfoQuery, DividesBitsByEightBeforeItMultiplies)
-{
-    FakeAudioSamples samples(WaveFormat(1, 20, 16, 48000, 6), 0, 0);
-    samples.length = 120;
-    const BufferInfo info = Query(samples);
-    EXPECT_EQ(info.bytesPerFrame, 12); // not 20 * 6 / 8
-    EXPECT_EQ(info.validFrames, 10u);
-}
-
-TEST_P(BufferInfoQuery, ComputesTheFrameSizeFromTheContainerNotFromTheProperty)
-{
-    FakeAudioSamples samples(WaveFormat(3, 32, 16, 48000, 2), 10, 20);
-    const BufferInfo info = Query(samples);
-    EXPECT_EQ(info.property, keZtAudioSampleFormat16In16Stereo);
-    EXPECT_EQ(info.bytesPerFrame, 8);
-    EXPECT_EQ(info.validFrames, 10u);
-    EXPECT_EQ(info.capacityFrames, 20u);
-}
-
-TEST_P(BufferInfoQuery, CountsFramesBeyond32Bits)
-{
-    FakeAudioSamples samples(WaveFormat(1, 16, 16, 48000, 1), 0, 0);
-    samples.length = 0x2'0000'0006;
-    samples.capacity = 0x4'0000'0008;
-    const BufferInfo info = Query(samples);
-    EXPECT_EQ(info.validFrames, 0x1'0000'0003u);
-    EXPECT_EQ(info.capacityFrames, 0x2'0000'0004u);
+    const struct {
+        SZtaWaveFormatInfo format;
+        unsigned long length;
+        unsigned long capacity;
+        int bytesPerFrame;
+        unsigned long validFrames;
+        unsigned long capacityFrames;
+        EZtAudioSampleFormatProperty property;
+    } cases[] = {
+        {WaveFormat(1, 24, 24, 48000, 2), 6 * 7 + 5, 6 * 9 + 1, 6, 7, 9, keZtAudioSampleFormat24In24Stereo},
+        // Bits are divided by eight before the multiplication: not 20 * 6 / 8.
+        {WaveFormat(1, 20, 16, 48000, 6), 120, 0, 12, 10, 0, keZtAudioSampleFormatInvalid},
+        // The property is that of 16-in-16.
+        {WaveFormat(3, 32, 16, 48000, 2), 80, 160, 8, 10, 20, keZtAudioSampleFormat16In16Stereo},
+        {WaveFormat(1, 16, 16, 48000, 1), 0x2'0000'0006, 0x4'0000'0008, 2, 0x1'0000'0003, 0x2'0000'0004,
+         keZtAudioSampleFormat16In16Mono},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        FakeAudioSamples samples(c.format, 0, 0);
+        samples.length = c.length;
+        samples.capacity = c.capacity;
+        const BufferInfo info = Query(samples);
+        EXPECT_EQ(info.bytesPerFrame, c.bytesPerFrame);
+        EXPECT_EQ(info.validFrames, c.validFrames);
+        EXPECT_EQ(info.capacityFrames, c.capacityFrames);
+        EXPECT_EQ(info.property, c.property);
+    }
 }
 
 TEST_P(BufferInfoQuery, IsCompleteIfTheFormatCannotBeClassified)
@@ -209,16 +190,13 @@ TEST_P(BufferInfoQuery, IsCompleteIfTheFormatCannotBeClassified)
 
 TEST_P(BufferInfoQuery, EndsAtTheFirstFailedCall)
 {
-    const Calls calls = {"GetAudioSamplesDescription", "GetBufferAndLength", "GetBufferCapacity"};
-    const QueryStatus statuses[] = {&FakeAudioSamples::descriptionStatus, &FakeAudioSamples::bufferStatus,
-                                    &FakeAudioSamples::capacityStatus};
     for (int failed = 0; failed < 3; ++failed) {
         FakeAudioSamples samples(WaveFormat(1, 16, 16, 48000, 1), 1, 2);
-        samples.*statuses[failed] = kHostFailure;
+        samples.*kQueryStatuses[failed] = kHostFailure;
         const BufferInfo info = Query(samples);
         const BufferInfo untouched;
         EXPECT_EQ(info.status, kHostFailure);
-        EXPECT_EQ(samples.calls, Calls(calls.begin(), calls.begin() + failed + 1));
+        EXPECT_EQ(samples.calls, Calls(kQueryCalls.begin(), kQueryCalls.begin() + failed + 1));
         EXPECT_EQ(info.bytesPerFrame, failed > 0 ? 2 : untouched.bytesPerFrame);
         EXPECT_EQ(info.description.sWaveFormat, failed > 0 ? samples.format : kUntouched);
         EXPECT_EQ(info.buffer, failed > 1 ? samples.data.data() : untouched.buffer);
@@ -240,26 +218,19 @@ TEST_P(BufferInfoQuery, ContinuesAfterPositiveStatuses)
 
 // --- Validation ------------------------------------------------------------------------------------------------------
 
-TEST(Validation, ReturnsTheFunctionIndexOfTheFirstEntryOfThePair)
+TEST(Validation, ReturnsTheFunctionIndexOfTheFirstEntryOfThePairAndWritesNoOther)
 {
     Kernel kernel({{1, 8, 70}, {1, 9, 71}, {2, 9, 72}, {1, 9, 73}});
-    int index = -1;
-    EXPECT_EQ(kernel.Validate(1, 9, &index), 0);
-    EXPECT_EQ(index, 71);
-    EXPECT_EQ(kernel.Validate(2, 9, &index), 0);
-    EXPECT_EQ(index, 72);
-    EXPECT_EQ(kernel.Validate(1, 8, &index), 0);
-    EXPECT_EQ(index, 70);
-}
-
-TEST(Validation, DoesNotWriteTheIndexIfNoEntryHasThePair)
-{
-    Kernel kernel({{1, 8, 70}, {2, 9, 71}});
-    int index = -5;
-    EXPECT_EQ(kernel.Validate(1, 9, &index), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(kernel.Validate(8, 1, &index), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(kernel.Validate(0, 0, &index), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_EQ(index, -5);
+    const struct {
+        std::uint32_t input;
+        std::uint32_t output;
+        int index; ///< -5 if no entry has the pair
+    } cases[] = {{1, 9, 71}, {2, 9, 72}, {1, 8, 70}, {2, 8, -5}, {8, 1, -5}, {0, 0, -5}};
+    for (const auto& c : cases) {
+        int index = -5;
+        EXPECT_EQ(kernel.Validate(c.input, c.output, &index), c.index == -5 ? ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED : 0);
+        EXPECT_EQ(index, c.index) << c.input << " to " << c.output;
+    }
 }
 
 TEST(Validation, ReadsNoEntryBeyondTheCount)
@@ -288,211 +259,147 @@ TEST(Validation, UsesTheListOfItsArgument)
 
 // --- Queries ---------------------------------------------------------------------------------------------------------
 
-struct Support {
-    int status;
-    bool supported;
-
-    bool operator==(const Support&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Support& support)
+/// Expects the same answer for each value that the output had before.
+void ExpectSupport(const std::vector<Entry>& entries, SZtaWaveFormatInfo input, SZtaWaveFormatInfo output,
+                   bool isSupported, int status = 0)
 {
-    return out << "status " << std::hex << support.status << (support.supported ? " supported" : " not supported");
+    for (bool supported : {false, true}) {
+        EXPECT_EQ(Kernel(entries).QueryFormatSupportedInOutBuffers(&input, &output, &supported), status);
+        EXPECT_EQ(supported, isSupported) << input << " to " << output;
+    }
 }
 
-Support Query(Kernel& kernel, SZtaWaveFormatInfo input, SZtaWaveFormatInfo output, bool before)
+void ExpectSupport(const std::vector<Entry>& entries, SZtaWaveFormatInfo format, bool isSupported, int status = 0)
 {
-    const int status = kernel.QueryFormatSupportedInOutBuffers(&input, &output, &before);
-    return {status, before};
-}
-
-Support Query(Kernel& kernel, SZtaWaveFormatInfo format, bool before)
-{
-    const int status = kernel.QueryFormatSupportedSingleBuffer(&format, &before);
-    return {status, before};
+    for (bool supported : {false, true}) {
+        EXPECT_EQ(Kernel(entries).QueryFormatSupportedSingleBuffer(&format, &supported), status);
+        EXPECT_EQ(supported, isSupported) << format;
+    }
 }
 
 TEST(Query, IsTrueForPairsOfTheTableOnly)
 {
-    Kernel kernel({{1, 8, 0}, {2, 9, 1}});
-    for (const bool before : {false, true}) {
-        EXPECT_EQ(Query(kernel, FormatOf(2), FormatOf(9), before), (Support{0, true}));
-        EXPECT_EQ(Query(kernel, FormatOf(9), FormatOf(2), before), (Support{0, false}));
-        EXPECT_EQ(Query(kernel, FormatOf(15), FormatOf(9), before), (Support{0, false}));
-    }
-}
-
-TEST(Query, RejectsAPairThatCannotBeClassified)
-{
-    Kernel kernel({{1, 8, 0}});
-    for (const bool before : {false, true}) {
-        EXPECT_EQ(Query(kernel, kUnknown, FormatOf(8), before), (Support{ZT_E_FORMAT_NOT_SUPPORTED, false}));
-        EXPECT_EQ(Query(kernel, FormatOf(1), kUnknown, before), (Support{ZT_E_FORMAT_NOT_SUPPORTED, false}));
-        EXPECT_EQ(Query(kernel, kUnknown, kUnknown, before), (Support{ZT_E_FORMAT_NOT_SUPPORTED, false}));
-    }
+    const std::vector<Entry> entries = {{1, 8, 0}, {2, 9, 1}};
+    ExpectSupport(entries, FormatOf(2), FormatOf(9), true);
+    ExpectSupport(entries, FormatOf(9), FormatOf(2), false);
+    ExpectSupport(entries, FormatOf(15), FormatOf(9), false);
+    ExpectSupport(entries, kUnknown, FormatOf(8), false, ZT_E_FORMAT_NOT_SUPPORTED);
+    ExpectSupport(entries, FormatOf(1), kUnknown, false, ZT_E_FORMAT_NOT_SUPPORTED);
+    ExpectSupport(entries, kUnknown, kUnknown, false, ZT_E_FORMAT_NOT_SUPPORTED);
+    ExpectSupport({}, FormatOf(1), FormatOf(8), false);
 }
 
 TEST(Query, UsesASingleFormatForInputAndOutput)
 {
-    Kernel kernel({{1, 1, 0}, {2, 9, 1}, {9, 2, 2}});
-    for (const bool before : {false, true}) {
-        EXPECT_EQ(Query(kernel, FormatOf(1), before), (Support{0, true}));
-        EXPECT_EQ(Query(kernel, FormatOf(2), before), (Support{0, false}));
-        EXPECT_EQ(Query(kernel, FormatOf(9), before), (Support{0, false}));
-        EXPECT_EQ(Query(kernel, kUnknown, before), (Support{ZT_E_FORMAT_NOT_SUPPORTED, false}));
+    const std::vector<Entry> entries = {{1, 1, 0}, {2, 9, 1}, {9, 2, 2}};
+    ExpectSupport(entries, FormatOf(1), true);
+    ExpectSupport(entries, FormatOf(2), false);
+    ExpectSupport(entries, FormatOf(9), false);
+    ExpectSupport(entries, kUnknown, false, ZT_E_FORMAT_NOT_SUPPORTED);
+    ExpectSupport({}, FormatOf(1), false);
+}
+
+// --- Suggestions -----------------------------------------------------------------------------------------------------
+
+TEST(PairSuggestion, KeepsTheOutputThenTheInputThenUsesAnEntryOfTheTable)
+{
+    const SZtaWaveFormatInfo mono16In32 = WaveFormat(1, 32, 16, 48000, 1);
+    const SZtaWaveFormatInfo mono20In32 = WaveFormat(1, 32, 20, 48000, 1);
+    const std::vector<Entry> three = {{2, 9, 0}, {1, 8, 1}, {20, 16, 2}};
+    const struct {
+        const char* name;
+        std::vector<Entry> entries;
+        SZtaWaveFormatInfo input;
+        SZtaWaveFormatInfo output;
+        SZtaWaveFormatInfo suggestedInput;
+        SZtaWaveFormatInfo suggestedOutput;
+        int status = 0;
+    } cases[] = {
+        {"a pair of the table", {{2, 9, 0}, {1, 8, 1}}, mono16In32, mono20In32, mono16In32, mono20In32},
+        // Entries with the input 1 are before and after it.
+        {"the first entry with the output",
+         {{1, 8, 0}, {2, 9, 1}, {17, 9, 2}, {1, 17, 3}},
+         Modified(1),
+         Modified(9),
+         FormatOf(2),
+         Modified(9)},
+        {"the first entry with the input",
+         {{2, 9, 0}, {1, 8, 1}, {1, 17, 2}},
+         Modified(1),
+         Modified(26),
+         Modified(1),
+         FormatOf(8)},
+        {"the last entry", three, FormatOf(3), FormatOf(26), FormatOf(20), FormatOf(16)},
+        {"the last entry", three, FormatOf(14), FormatOf(26), FormatOf(20), FormatOf(16)},
+        {"the last entry", three, FormatOf(17), FormatOf(26), FormatOf(20), FormatOf(16)},
+        {"the last entry", three, FormatOf(18), FormatOf(26), FormatOf(20), FormatOf(16)},
+        {"the last entry", three, FormatOf(26), FormatOf(26), FormatOf(20), FormatOf(16)},
+        {"the last entry", three, WaveFormat(1, 32, 24, 96000, 2), FormatOf(26), FormatOf(20), FormatOf(16)},
+        {"the first entry for stereo at 44100", three, FormatOf(19), FormatOf(26), FormatOf(2), FormatOf(9)},
+        {"the last entry for an output of stereo at 44100", three, FormatOf(26), FormatOf(19), FormatOf(20),
+         FormatOf(16)},
+        {"the output for stereo at 44100",
+         {{2, 9, 0}, {19, 2, 1}, {20, 16, 2}},
+         FormatOf(19),
+         FormatOf(16),
+         FormatOf(20),
+         FormatOf(16)},
+        {"the input for stereo at 44100",
+         {{2, 9, 0}, {19, 2, 1}, {20, 16, 2}},
+         FormatOf(19),
+         FormatOf(26),
+         FormatOf(19),
+         FormatOf(2)},
+        {"one entry as the first", {{2, 9, 0}}, FormatOf(19), FormatOf(26), FormatOf(2), FormatOf(9)},
+        {"one entry as the last", {{2, 9, 0}}, FormatOf(18), FormatOf(26), FormatOf(2), FormatOf(9)},
+        {"an unknown input", {{2, 9, 0}}, kUnknown, FormatOf(9), kUntouched, kUntouched, ZT_E_FORMAT_NOT_SUPPORTED},
+        {"an unknown output", {{2, 9, 0}}, FormatOf(2), kUnknown, kUntouched, kUntouched, ZT_E_FORMAT_NOT_SUPPORTED},
+        {"two unknown formats", {{2, 9, 0}}, kUnknown, kUnknown, kUntouched, kUntouched, ZT_E_FORMAT_NOT_SUPPORTED},
+        {"an empty table", {}, FormatOf(2), FormatOf(9), kUntouched, kUntouched, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED},
+        {"an empty table", {}, FormatOf(19), FormatOf(9), kUntouched, kUntouched, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED},
+    };
+    for (auto c : cases) {
+        SCOPED_TRACE(testing::Message() << c.name << ": " << c.input << " to " << c.output);
+        SZtaWaveFormatInfo input = kUntouched;
+        SZtaWaveFormatInfo output = kUntouched;
+        EXPECT_EQ(Kernel(c.entries).SuggestFormatInOutBuffers(&c.input, &c.output, &input, &output), c.status);
+        EXPECT_EQ(input, c.suggestedInput);
+        EXPECT_EQ(output, c.suggestedOutput);
     }
 }
 
-TEST(Query, SupportsNothingOnAnEmptyTable)
+void ExpectSingleSuggestion(const std::vector<Entry>& entries, SZtaWaveFormatInfo format,
+                            const SZtaWaveFormatInfo& suggested, int status = 0)
 {
-    Kernel kernel({});
-    EXPECT_EQ(Query(kernel, FormatOf(1), FormatOf(8), true), (Support{0, false}));
-    EXPECT_EQ(Query(kernel, FormatOf(1), true), (Support{0, false}));
+    SZtaWaveFormatInfo result = kUntouched;
+    EXPECT_EQ(Kernel(entries).SuggestFormatSingleBuffer(&format, &result), status) << format;
+    EXPECT_EQ(result, suggested) << format;
 }
 
-// --- Suggestions for a pair ------------------------------------------------------------------------------------------
-
-struct Pair {
-    int status;
-    SZtaWaveFormatInfo input;
-    SZtaWaveFormatInfo output;
-
-    bool operator==(const Pair&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Pair& pair)
+void ExpectNoSingleSuggestion(const std::vector<Entry>& entries, const SZtaWaveFormatInfo& format,
+                              int status = ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED)
 {
-    return out << "status " << std::hex << pair.status << std::dec << " input " << pair.input << " output "
-               << pair.output;
+    ExpectSingleSuggestion(entries, format, kUntouched, status);
 }
 
-Pair Suggest(Kernel& kernel, SZtaWaveFormatInfo input, SZtaWaveFormatInfo output)
+TEST(SingleSuggestion, KeepsAFormatOfTheTable)
 {
-    Pair pair{1, kUntouched, kUntouched};
-    pair.status = kernel.SuggestFormatInOutBuffers(&input, &output, &pair.input, &pair.output);
-    return pair;
+    const SZtaWaveFormatInfo format = WaveFormat(1, 32, 20, 48000, 2);
+    ExpectSingleSuggestion({{1, 1, 0}, {9, 9, 1}, {2, 2, 2}}, format, format);
 }
 
-/// Returns a format with the same property that is not the one of the table of formats.
-SZtaWaveFormatInfo Modified(SZtaWaveFormatInfo format)
+TEST(SingleSuggestion, SearchesBackwardsForMonoIfGivenMonoAndForStereoOtherwise)
 {
-    format.ulSize = 99;
-    return format;
-}
-
-TEST(PairSuggestion, CopiesAPairThatIsProcessed)
-{
-    Kernel kernel({{2, 9, 0}, {1, 8, 1}});
-    const SZtaWaveFormatInfo input = WaveFormat(1, 32, 16, 48000, 1);
-    const SZtaWaveFormatInfo output = WaveFormat(1, 32, 20, 48000, 1);
-    EXPECT_EQ(Suggest(kernel, input, output), (Pair{0, input, output}));
-}
-
-TEST(PairSuggestion, PrefersToKeepTheOutput)
-{
-    Kernel kernel({{1, 8, 0}, {2, 9, 1}, {17, 9, 2}, {1, 17, 3}});
-    // Entries with the input 1 are before and after it; the first entry with the output is used.
-    EXPECT_EQ(Suggest(kernel, Modified(FormatOf(1)), Modified(FormatOf(9))),
-              (Pair{0, FormatOf(2), Modified(FormatOf(9))}));
-}
-
-TEST(PairSuggestion, KeepsTheInputIfNoEntryHasTheOutput)
-{
-    Kernel kernel({{2, 9, 0}, {1, 8, 1}, {1, 17, 2}});
-    EXPECT_EQ(Suggest(kernel, Modified(FormatOf(1)), Modified(FormatOf(26))),
-              (Pair{0, Modified(FormatOf(1)), FormatOf(8)}));
-}
-
-TEST(PairSuggestion, FallsBackToTheLastEntry)
-{
-    Kernel kernel({{2, 9, 0}, {1, 8, 1}, {20, 16, 2}});
-    for (const std::uint32_t input : {3u, 14u, 17u, 18u, 26u}) {
-        EXPECT_EQ(Suggest(kernel, FormatOf(input), FormatOf(26)), (Pair{0, FormatOf(20), FormatOf(16)})) << input;
+    for (const std::uint32_t property : {16u, 20u}) {
+        ExpectSingleSuggestion({{1, 1, 0}, {8, 8, 1}, {2, 2, 2}, {5, 5, 3}}, FormatOf(property), FormatOf(8));
     }
-    EXPECT_EQ(Suggest(kernel, WaveFormat(1, 32, 24, 96000, 2), FormatOf(26)), (Pair{0, FormatOf(20), FormatOf(16)}));
-}
-
-TEST(PairSuggestion, FallsBackToTheFirstEntryForStereoAt44100)
-{
-    Kernel kernel({{2, 9, 0}, {1, 8, 1}, {20, 16, 2}});
-    EXPECT_EQ(Suggest(kernel, FormatOf(19), FormatOf(26)), (Pair{0, FormatOf(2), FormatOf(9)}));
-    EXPECT_EQ(Suggest(kernel, FormatOf(26), FormatOf(19)), (Pair{0, FormatOf(20), FormatOf(16)}))
-        << "the output's property has no effect";
-}
-
-TEST(PairSuggestion, SearchesForStereoAt44100LikeForOtherFormats)
-{
-    Kernel kernel({{2, 9, 0}, {19, 2, 1}, {20, 16, 2}});
-    EXPECT_EQ(Suggest(kernel, FormatOf(19), FormatOf(16)), (Pair{0, FormatOf(20), FormatOf(16)}));
-    EXPECT_EQ(Suggest(kernel, FormatOf(19), FormatOf(26)), (Pair{0, FormatOf(19), FormatOf(2)}));
-}
-
-TEST(PairSuggestion, UsesASingleEntryAsFirstAndLast)
-{
-    Kernel kernel({{2, 9, 0}});
-    EXPECT_EQ(Suggest(kernel, FormatOf(19), FormatOf(26)), (Pair{0, FormatOf(2), FormatOf(9)}));
-    EXPECT_EQ(Suggest(kernel, FormatOf(18), FormatOf(26)), (Pair{0, FormatOf(2), FormatOf(9)}));
-}
-
-TEST(PairSuggestion, DoesNotWriteItsOutputsIfAFormatCannotBeClassified)
-{
-    Kernel kernel({{2, 9, 0}});
-    const Pair rejected{ZT_E_FORMAT_NOT_SUPPORTED, kUntouched, kUntouched};
-    EXPECT_EQ(Suggest(kernel, kUnknown, FormatOf(9)), rejected);
-    EXPECT_EQ(Suggest(kernel, FormatOf(2), kUnknown), rejected);
-    EXPECT_EQ(Suggest(kernel, kUnknown, kUnknown), rejected);
-}
-
-TEST(PairSuggestion, FailsWithAnEmptyTable)
-{
-    Kernel kernel({});
-    const Pair rejected{ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, kUntouched, kUntouched};
-    EXPECT_EQ(Suggest(kernel, FormatOf(2), FormatOf(9)), rejected);
-    EXPECT_EQ(Suggest(kernel, FormatOf(19), FormatOf(9)), rejected);
-}
-
-// --- Suggestions for one buffer --------------------------------------------------------------------------------------
-
-struct Single {
-    int status;
-    SZtaWaveFormatInfo format;
-
-    bool operator==(const Single&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Single& single)
-{
-    return out << "status " << std::hex << single.status << std::dec << " format " << single.format;
-}
-
-Single Suggest(Kernel& kernel, SZtaWaveFormatInfo format)
-{
-    Single single{1, kUntouched};
-    single.status = kernel.SuggestFormatSingleBuffer(&format, &single.format);
-    return single;
-}
-
-const Single kNoSuggestion{ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED, kUntouched};
-
-TEST(SingleSuggestion, CopiesAFormatThatIsProcessed)
-{
-    Kernel kernel({{1, 1, 0}, {9, 9, 1}, {2, 2, 2}});
-    EXPECT_EQ(Suggest(kernel, WaveFormat(1, 32, 20, 48000, 2)), (Single{0, WaveFormat(1, 32, 20, 48000, 2)}));
-}
-
-TEST(SingleSuggestion, SearchesBackwardsForMonoIfGivenMono)
-{
-    Kernel kernel({{1, 1, 0}, {8, 8, 1}, {2, 2, 2}, {5, 5, 3}});
-    EXPECT_EQ(Suggest(kernel, FormatOf(16)), (Single{0, FormatOf(8)}));
-    EXPECT_EQ(Suggest(kernel, FormatOf(20)), (Single{0, FormatOf(8)}));
-}
-
-TEST(SingleSuggestion, SearchesBackwardsForStereoOtherwise)
-{
-    Kernel kernel({{2, 2, 0}, {9, 9, 1}, {1, 1, 2}, {5, 5, 3}});
     for (const std::uint32_t property : {3u, 7u, 14u, 15u, 17u, 18u, 19u, 21u, 26u}) {
-        EXPECT_EQ(Suggest(kernel, FormatOf(property)), (Single{0, FormatOf(9)})) << property;
+        ExpectSingleSuggestion({{2, 2, 0}, {9, 9, 1}, {1, 1, 2}, {5, 5, 3}}, FormatOf(property), FormatOf(9));
     }
+    ExpectSingleSuggestion({{2, 2, 0}, {5, 5, 1}}, FormatOf(3), FormatOf(2));
+    // Mono at 44100 is not treated as mono.
+    ExpectNoSingleSuggestion({{1, 1, 0}, {8, 8, 1}}, FormatOf(18));
+    ExpectSingleSuggestion({{2, 2, 0}, {8, 8, 1}}, FormatOf(18), FormatOf(2));
 }
 
 TEST(SingleSuggestion, FindsFourMonoAndFourStereoFormats)
@@ -501,49 +408,24 @@ TEST(SingleSuggestion, FindsFourMonoAndFourStereoFormats)
         const bool mono = held == 1 || held == 8 || held == 16 || held == 20;
         const bool stereo = held == 2 || held == 9 || held == 17 || held == 21;
         // The entry has different properties for input and output, so every given property is searched for.
-        Kernel kernel({{held, 0, 0}});
+        const std::vector<Entry> entries = {{held, 0, 0}};
         for (std::uint32_t given = 1; given < 27; ++given) {
+            SCOPED_TRACE(held);
             const bool givenMono = given == 1 || given == 8 || given == 16 || given == 20;
             const bool hit = givenMono ? mono : stereo;
-            SZtaWaveFormatInfo format = FormatOf(given);
-            EXPECT_EQ(Suggest(kernel, format), hit ? (Single{0, FormatOf(held)}) : kNoSuggestion)
-                << "given " << given << ", held " << held;
+            ExpectSingleSuggestion(entries, FormatOf(given), hit ? FormatOf(held) : kUntouched,
+                                   hit ? 0 : ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
         }
     }
 }
 
-TEST(SingleSuggestion, ComparesInputsOnly)
+TEST(SingleSuggestion, DoesNotWriteItsOutputIfItFindsNothing)
 {
-    Kernel kernel({{5, 2, 0}, {5, 1, 1}});
-    EXPECT_EQ(Suggest(kernel, FormatOf(2)), kNoSuggestion);
-    EXPECT_EQ(Suggest(kernel, FormatOf(1)), kNoSuggestion);
-}
-
-TEST(SingleSuggestion, FindsTheFirstEntry)
-{
-    Kernel kernel({{2, 2, 0}, {5, 5, 1}});
-    EXPECT_EQ(Suggest(kernel, FormatOf(3)), (Single{0, FormatOf(2)}));
-}
-
-TEST(SingleSuggestion, DoesNotTreatMonoAt44100AsMono)
-{
-    Kernel monoOnly({{1, 1, 0}, {8, 8, 1}});
-    EXPECT_EQ(Suggest(monoOnly, FormatOf(18)), kNoSuggestion);
-    Kernel both({{2, 2, 0}, {8, 8, 1}});
-    EXPECT_EQ(Suggest(both, FormatOf(18)), (Single{0, FormatOf(2)}));
-}
-
-TEST(SingleSuggestion, FailsWithAnEmptyTable)
-{
-    Kernel kernel({});
-    EXPECT_EQ(Suggest(kernel, FormatOf(1)), kNoSuggestion);
-    EXPECT_EQ(Suggest(kernel, FormatOf(2)), kNoSuggestion);
-}
-
-TEST(SingleSuggestion, DoesNotWriteItsOutputIfTheFormatCannotBeClassified)
-{
-    Kernel kernel({{2, 2, 0}});
-    EXPECT_EQ(Suggest(kernel, kUnknown), (Single{ZT_E_FORMAT_NOT_SUPPORTED, kUntouched}));
+    for (const std::uint32_t property : {1u, 2u}) {
+        ExpectNoSingleSuggestion({{5, 2, 0}, {5, 1, 1}}, FormatOf(property)); // only inputs are compared
+        ExpectNoSingleSuggestion({}, FormatOf(property));
+    }
+    ExpectNoSingleSuggestion({{2, 2, 0}}, kUnknown, ZT_E_FORMAT_NOT_SUPPORTED);
 }
 
 // --- Decibels --------------------------------------------------------------------------------------------------------
@@ -578,3 +460,4 @@ TEST(ConvertToDBFS, ReturnsNaNOrInfinityForInvalidRatios)
 }
 
 } // namespace
+} // namespace zta::test

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "kernels/mux_conversion.h"
+#include "testing/models/interleave_model.h"
 #include "tests/unit/kernel_test.h"
 
 #include <cstddef>
 #include <vector>
 
 namespace zta::test {
+
+using models::Interleaved;
 
 struct MuxCase {
     int input;
@@ -121,19 +124,5 @@ inline const std::vector<MuxCase> kAnyCountCases = {
 
 #undef ZTA_INTERLEAVES
 #undef ZTA_DEINTERLEAVES
-
-/// Reference model of all mux operations: frame by frame, one element of each plane.
-inline Bytes Interleaved(const std::vector<Bytes>& planes, std::size_t elementBytes, std::size_t frames)
-{
-    Bytes mux;
-    mux.reserve(planes.size() * elementBytes * frames);
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        for (const Bytes& plane : planes) {
-            const auto element = plane.begin() + static_cast<std::ptrdiff_t>(frame * elementBytes);
-            mux.insert(mux.end(), element, element + static_cast<std::ptrdiff_t>(elementBytes));
-        }
-    }
-    return mux;
-}
 
 } // namespace zta::test

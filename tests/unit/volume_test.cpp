@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <numeric>
 #include <random>
 
 /// Access to the settings of the last call.
@@ -125,40 +126,24 @@ using VolumeSettings = ApplyVolume;
 
 TEST_F(VolumeKernels, GiveEveryFrameItsGainAndWriteNothingElse)
 {
+    std::vector<std::size_t> counts(301);
+    std::iota(counts.begin(), counts.end(), 0);
+    counts.insert(counts.end(), {4096, 8191, 40000});
     for (const Case& c : kCases) {
-        for (std::size_t frames = 0; frames <= 300; ++frames) {
+        for (const std::size_t frames : counts) {
             Records records = RandomRecords(c.channels);
             Words input = RandomWords(frames * c.channels);
-            Words expected =
-                SkipsBuffer(c.channels, frames) ? Words(input.size(), kPoisonWord) : Expected(input, records);
+            const bool skips = SkipsBuffer(c.channels, frames);
+            Words expected = skips ? Words(input.size(), kPoisonWord) : Expected(input, records);
             expected.resize(expected.size() + 9, kPoisonWord);
             Words output(expected.size(), kPoisonWord);
             ASSERT_EQ((volume_.*c.kernel)(input.data(), output.data(), records.data(), c.channels, frames), 0);
             ASSERT_EQ(output, expected) << c.channels << " channels, " << frames << " frames";
-        }
-    }
-}
 
-TEST_F(VolumeKernels, WorkInPlace)
-{
-    for (const Case& c : kCases) {
-        for (std::size_t frames = 4; frames <= 100; ++frames) {
-            Records records = RandomRecords(c.channels);
-            Words samples = RandomWords(frames * c.channels);
-            const Words expected = Expected(samples, records);
-            ASSERT_EQ((volume_.*c.kernel)(samples.data(), samples.data(), records.data(), c.channels, frames), 0);
-            ASSERT_EQ(samples, expected) << c.channels << " channels, " << frames << " frames";
-        }
-    }
-}
-
-TEST_F(VolumeKernels, KeepTheChannelsOfManyFramesSeparate)
-{
-    for (const Case& c : kCases) {
-        for (std::size_t frames : {4096ul, 8191ul, 40000ul}) {
-            const Records records = RandomRecords(c.channels);
-            const Words input = RandomWords(frames * c.channels);
-            ASSERT_EQ(Result(input, records), Expected(input, records)) << c.channels << " channels";
+            expected.resize(input.size());
+            expected = skips ? input : expected;
+            ASSERT_EQ((volume_.*c.kernel)(input.data(), input.data(), records.data(), c.channels, frames), 0);
+            ASSERT_EQ(input, expected) << c.channels << " channels, " << frames << " frames in place";
         }
     }
 }
@@ -198,60 +183,66 @@ TEST_F(VolumeKernels, SilenceAllWordsAtAGainOfZero)
     }
 }
 
-TEST_F(VolumeKernels, ReachJustBelowEightWithoutSaturation)
+TEST_F(VolumeKernels, HaveTheirKnownResultsAndSaturateAtBothEnds)
 {
+    const struct {
+        std::uint32_t word;
+        float gain;
+        std::uint32_t result;
+    } known[] = {
+        {0x01000000, 8.0f, 0x07FFF000}, // just below eight
+        {0x7FFFFF00, 8.0f, 0x7FFFFF00},
+        {0x80000000, 8.0f, 0x80000000},
+        {0x10004000, 8.0f, 0x7FFFFF00},
+        {0xF0000000, 8.0f, 0x80010000},
+        // The largest products in range, and the first out of range.
+        {0x3FFFFF00, 2.0f, 0x7FFFFE00},
+        {0x3FFFFFFF, 2.0f, 0x7FFFFF00},
+        {0x40000000, 2.0f, 0x7FFFFF00},
+        {0x40000040, 2.0f, 0x7FFFFF00},
+        {0xC0000000, 2.0f, 0x80000000},
+        {0xBFFFFFFF, 2.0f, 0x80000000},
+    };
     for (const Case& c : kCases) {
-        const Words input(4 * c.channels, 0x01000000);
-        EXPECT_EQ(Result(input, Flat(c.channels, 8.0f)), Words(input.size(), 0x07FFF000));
-    }
-}
-
-TEST_F(VolumeKernels, SaturateAtBothEnds)
-{
-    for (const Case& c : kCases) {
-        Words input;
-        Words expected;
-        for (unsigned long i = 0; i < c.channels; ++i) {
-            input.insert(input.end(), {0x7FFFFF00, 0x80000000, 0x10004000, 0xF0000000});
-            expected.insert(expected.end(), {0x7FFFFF00, 0x80000000, 0x7FFFFF00, 0x80010000});
+        for (const auto& k : known) {
+            EXPECT_EQ(Result(Words(4 * c.channels, k.word), Flat(c.channels, k.gain)), Words(4 * c.channels, k.result))
+                << c.channels << " channels, " << std::hex << k.word;
         }
-        EXPECT_EQ(Result(input, Flat(c.channels, 8.0f)), expected) << c.channels << " channels";
     }
-    // The largest products in range, and the first out of range.
-    for (std::uint32_t word : {0x3FFFFFFFu, 0x40000000u, 0xC0000000u, 0xBFFFFFFFu, 0x3FFFFF00u, 0x40000040u}) {
-        const std::uint32_t result = Result(Words(4, word), Flat(4, 2.0f)).front();
-        EXPECT_EQ(result, models::Scaled(word, 8192));
-        EXPECT_EQ(result >> 31, word >> 31);
+}
+
+TEST_F(VolumeKernels, HaveTheKnownMultipliersOfARamp)
+{
+    const struct {
+        float start;
+        float end;
+        std::size_t frames;
+        std::size_t frame;
+        std::int64_t multiplier;
+    } known[] = {
+        // No frame has the end gain.
+        {1.0f, 0.0f, 1024, 0, 4096},
+        {1.0f, 0.0f, 1024, 1, 4092},
+        {1.0f, 0.0f, 1024, 1023, 4},
+        // A step of one fraction bit, and a smaller one, which is rounded to zero.
+        {0.0f, 1.0f, 4096, 4095, 4095},
+        {0.0f, 1.0f, 8192, 8191, 0},
+        // The difference rounds down in single precision; the exact one would give a step of 5917.
+        {0.6771f, 7.9f, 5, 0, 2773},
+        {0.6771f, 7.9f, 5, 4, 2773 + 4 * 5916},
+        // Frames behind the last whole step.
+        {1.0f, 2.0f, 5, 4, 4096 + 4 * 819},
+        {2.0f, 1.0f, 5, 4, 8192 - 4 * 819},
+    };
+    for (const Case& c : kCases) {
+        for (const auto& k : known) {
+            const Words input = RandomWords(k.frames * c.channels);
+            const Words output = Result(input, Records(c.channels, {0, k.start, k.end}));
+            for (std::size_t i = k.frame * c.channels; i < (k.frame + 1) * c.channels; ++i) {
+                EXPECT_EQ(output[i], models::Scaled(input[i], k.multiplier)) << c.channels << " channels, " << k.frame;
+            }
+        }
     }
-    EXPECT_EQ(Result(Words(4, 0x40000000), Flat(4, 2.0f)).front(), 0x7FFFFF00u);
-    EXPECT_EQ(Result(Words(4, 0xC0000000), Flat(4, 2.0f)).front(), 0x80000000u);
-}
-
-TEST_F(VolumeKernels, RoundAStepBelowOneFractionBitToZero)
-{
-    const Words input = RandomWords(8192);
-    EXPECT_EQ(Result(input, {{0, 0.0f, 1.0f}}), Words(8192));
-    // In shorter buffers the step is one fraction bit.
-    const Words shorter(input.begin(), input.begin() + 4096);
-    EXPECT_EQ(Result(shorter, {{0, 0.0f, 1.0f}}).back(), models::Scaled(shorter.back(), 4095));
-}
-
-TEST_F(VolumeKernels, ReachTheEndGainInNoFrame)
-{
-    Words input(1024, 0x40000000);
-    const Words output = Result(input, {{0, 1.0f, 0.0f}});
-    EXPECT_EQ(output.front(), 0x40000000u);
-    EXPECT_EQ(output[1], models::Scaled(0x40000000, 4092));
-    EXPECT_EQ(output.back(), models::Scaled(0x40000000, 4));
-    EXPECT_EQ(output.back(), 0x40000000u / 1024);
-}
-
-TEST_F(VolumeKernels, ComputeStepsInSinglePrecision)
-{
-    // 7.9 - 0.6771 rounds down in single precision; the exact difference would give a step of 5917.
-    const Words output = Result(Words(4 * 5, 0x10000000), Records(4, {0, 0.6771f, 7.9f}));
-    EXPECT_EQ(output[0], models::Scaled(0x10000000, 2773));
-    EXPECT_EQ(output[16], models::Scaled(0x10000000, 2773 + 4 * 5916));
 }
 
 TEST_F(VolumeKernels, StayWithin16BitMultipliersOnTheSteepestRamps)
@@ -302,17 +293,6 @@ TEST_F(VolumeKernels, ApplyTheGainsOfTheirFramesToTheRemainder)
     const Words output = Result(input, {{0, 1.0f, 2.0f}, {0, 2.0f, 1.0f}});
     EXPECT_EQ(output[8], models::Scaled(0x40000000, 4096 + 4 * 819));
     EXPECT_EQ(output[9], models::Scaled(0x40000000, 8192 - 4 * 819));
-}
-
-TEST_F(VolumeKernels, SkipABufferOfLessThanOneStep)
-{
-    for (std::size_t frames : {1ul, 2ul, 3ul}) {
-        EXPECT_EQ(Result(RandomWords(frames), Flat(1, 1.0f)), Words(frames, kPoisonWord));
-    }
-    EXPECT_EQ(Result(RandomWords(2), Flat(2, 1.0f)), Words(2, kPoisonWord));
-    EXPECT_NE(Result(RandomWords(4), Flat(1, 1.0f)), Words(4, kPoisonWord));
-    EXPECT_NE(Result(RandomWords(4), Flat(2, 1.0f)), Words(4, kPoisonWord));
-    EXPECT_NE(Result(RandomWords(4), Flat(4, 1.0f)), Words(4, kPoisonWord));
 }
 
 TEST_F(VolumeKernels, SkipABufferWhoseStepsAreAMultipleOf65536)
@@ -483,43 +463,25 @@ TEST_F(ApplyVolume, HasItsTableEntriesInOrder)
 
 TEST_F(ApplyVolume, ScalesEachFormatOfItsTableAndSetsTheOutputsLength)
 {
-    for (const Case& c : kCases) {
-        FakeAudioSamples input = RandomSamples(Format24In32(c.channels), 11, 11);
-        FakeAudioSamples output(Format24In32(c.channels), 11, 20);
-        output.length += c.channels; // less than a frame
-        Records records = RandomRecords(c.channels);
-        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), c.channels), 0);
+    for (unsigned long channels : {64ul, 1ul, 16ul, 8ul, 2ul, 32ul, 4ul, 64ul, 64ul}) { // it has no state between calls
+        FakeAudioSamples input = RandomSamples(Format24In32(channels), 11, 11);
+        FakeAudioSamples output(Format24In32(channels), 11, 20);
+        output.length += channels; // less than a frame
+        Records records = RandomRecords(channels);
         Words expected = Expected(WordsOf(input), records);
-        expected.resize(20 * c.channels);
-        EXPECT_EQ(WordsOf(output), expected) << c.channels;
-        EXPECT_EQ(output.lengthsSet, Lengths{11 * 4 * c.channels});
+        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), channels), 0);
+        expected.resize(20 * channels);
+        EXPECT_EQ(WordsOf(output), expected) << channels;
+        EXPECT_EQ(output.lengthsSet, Lengths{11 * 4 * channels});
         EXPECT_EQ(input.calls, kQueryCalls);
         EXPECT_EQ(output.calls, kQueryAndLengthCalls);
         EXPECT_EQ(input.descriptionSizes, kDescriptionSize);
         EXPECT_EQ(output.descriptionSizes, kDescriptionSize);
-    }
-}
 
-TEST_F(ApplyVolume, WorksInPlace)
-{
-    for (const Case& c : kCases) {
-        FakeAudioSamples samples = RandomSamples(Format24In32(c.channels), 50, 50);
-        Records records = RandomRecords(c.channels);
-        const Words expected = Expected(WordsOf(samples), records);
-        EXPECT_EQ(volume_.ApplyVolume(&samples, &samples, records.data(), c.channels), 0);
-        EXPECT_EQ(WordsOf(samples), expected);
-        EXPECT_EQ(samples.lengthsSet, Lengths{200 * c.channels});
-    }
-}
-
-TEST_F(ApplyVolume, KeepsNoStateBetweenCalls)
-{
-    for (unsigned long channels : {64ul, 1ul, 16ul, 8ul, 2ul, 32ul, 4ul, 64ul, 64ul}) {
-        FakeAudioSamples input = RandomSamples(Format24In32(channels), 12, 12);
-        FakeAudioSamples output(Format24In32(channels), 12, 12);
-        Records records = RandomRecords(channels);
-        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), channels), 0);
-        EXPECT_EQ(WordsOf(output), Expected(WordsOf(input), records));
+        EXPECT_EQ(volume_.ApplyVolume(&input, &input, records.data(), channels), 0);
+        expected.resize(11 * channels);
+        EXPECT_EQ(WordsOf(input), expected) << channels << " in place";
+        EXPECT_EQ(input.lengthsSet, Lengths{11 * 4 * channels});
     }
 }
 
@@ -552,42 +514,36 @@ TEST_F(ApplyVolume, RejectsOtherFormatsTheOutputsFirst)
     }
 }
 
-TEST_F(ApplyVolume, RejectsBuffersThatDifferFormatsBeforeLengths)
+TEST_F(ApplyVolume, ValidatesFormatsThenLengthsThenTheCountOfRecordsThenTheTable)
 {
-    FakeAudioSamples input = RandomSamples(Format24In32(2), 6, 8);
-    FakeAudioSamples mono = RandomSamples(Format24In32(1), 7, 8);
-    FakeAudioSamples shorter = RandomSamples(Format24In32(2), 5, 8);
-    FakeAudioSamples longer = RandomSamples(Format24In32(2), 7, 8);
-    Records records = Flat(2, 1.0f);
-    EXPECT_EQ(volume_.ApplyVolume(&input, &mono, records.data(), 2), ZT_E_BUFFER_FORMAT_MISMATCH);
-    // Lengths before the channel count of the records.
-    EXPECT_EQ(volume_.ApplyVolume(&input, &shorter, records.data(), 1), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(volume_.ApplyVolume(&input, &longer, records.data(), 1), ZT_E_BUFFER_SIZE_MISMATCH);
-    for (const FakeAudioSamples* output : {&mono, &shorter, &longer}) {
-        EXPECT_TRUE(output->lengthsSet.empty());
-    }
-}
-
-TEST_F(ApplyVolume, RejectsAnotherCountOfRecords)
-{
-    FakeAudioSamples input = RandomSamples(Format24In32(2), 6, 6);
-    FakeAudioSamples output(Format24In32(2), 6, 6);
-    Records records = Flat(4, 1.0f);
-    EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 1), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 4), ZT_E_INVALID_PARAMETER);
-    EXPECT_TRUE(output.lengthsSet.empty());
-}
-
-TEST_F(ApplyVolume, HasNoTableEntryFor24In24)
-{
-    for (std::uint32_t channels : {1u, 2u}) {
-        FakeAudioSamples input = RandomSamples(WaveFormat(1, 24, 24, 48000, channels), 6, 6);
-        FakeAudioSamples output(WaveFormat(1, 24, 24, 48000, channels), 6, 6);
-        FakeAudioSamples wider = RandomSamples(Format24In32(channels), 6, 6);
-        Records records = Flat(2, 1.0f);
-        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), channels), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 3 - channels), ZT_E_INVALID_PARAMETER);
-        EXPECT_EQ(volume_.ApplyVolume(&input, &wider, records.data(), channels), ZT_E_BUFFER_FORMAT_MISMATCH);
+    const auto Format24In24 = [](std::uint32_t channels) { return WaveFormat(1, 24, 24, 48000, channels); };
+    const struct {
+        SZtaWaveFormatInfo input;
+        SZtaWaveFormatInfo output;
+        unsigned long outputFrames; ///< the input has six
+        unsigned long records;
+        int status;
+    } cases[] = {
+        {Format24In32(2), Format24In32(1), 7, 1, ZT_E_BUFFER_FORMAT_MISMATCH},
+        {Format24In32(2), Format24In32(1), 7, 2, ZT_E_BUFFER_FORMAT_MISMATCH},
+        {Format24In32(2), Format24In32(2), 5, 1, ZT_E_DESTINATION_BUFFER_TOO_SMALL},
+        {Format24In32(2), Format24In32(2), 7, 1, ZT_E_BUFFER_SIZE_MISMATCH},
+        {Format24In32(2), Format24In32(2), 6, 1, ZT_E_INVALID_PARAMETER},
+        {Format24In32(2), Format24In32(2), 6, 4, ZT_E_INVALID_PARAMETER},
+        {Format24In24(1), Format24In24(1), 6, 1, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED},
+        {Format24In24(2), Format24In24(2), 6, 2, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED},
+        {Format24In24(1), Format24In24(1), 6, 2, ZT_E_INVALID_PARAMETER},
+        {Format24In24(2), Format24In24(2), 6, 1, ZT_E_INVALID_PARAMETER},
+        {Format24In24(1), Format24In32(1), 6, 1, ZT_E_BUFFER_FORMAT_MISMATCH},
+        {Format24In24(2), Format24In32(2), 6, 2, ZT_E_BUFFER_FORMAT_MISMATCH},
+    };
+    for (const auto& c : cases) {
+        FakeAudioSamples input = RandomSamples(c.input, 6, 8);
+        FakeAudioSamples output = RandomSamples(c.output, c.outputFrames, 8);
+        const Bytes before = output.data;
+        Records records = Flat(4, 1.0f);
+        EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), c.records), c.status) << &c - cases;
+        EXPECT_EQ(output.data, before);
         EXPECT_TRUE(output.lengthsSet.empty());
     }
 }

@@ -1,12 +1,13 @@
-// The conversion loops of every variant that this CPU supports, compared with the reference models.
+// The conversion loops of every variant that this CPU supports, compared with the reference models. Each is tested
+// twice: with the size from which it uses streaming stores on this CPU, and with a size of 1.
 
 #include "testing/guarded_buffer.h"
 #include "testing/models/conversion_models.h"
 #include "testing/random_seed.h"
 #include "tests/differential/loop_test.h"
 
-#include <iostream>
 #include <limits>
+#include <numeric>
 
 namespace zta::test {
 namespace {
@@ -26,6 +27,8 @@ constexpr Conversion kConversions[] = {
 };
 
 constexpr std::size_t kMaxSamples = 300;
+/// More samples than a loop needs to use a streaming store, and every remainder.
+constexpr std::size_t kMaxStreamedSamples = 1028;
 
 /// Edge cases of conversions that read four bytes.
 Bytes EdgeCases()
@@ -84,6 +87,17 @@ protected:
     {
         random_.seed(RandomSeed());
         LoopTest::SetUp();
+        if (streams_) {
+            SetMinStreamedBytes(1);
+            EXPECT_EQ(ZtaMinStreamedBytes(), 1U);
+        }
+    }
+
+    void TearDown() override { SetMinStreamedBytes(detected_); }
+
+    static void SetMinStreamedBytes(unsigned long bytes)
+    {
+        __atomic_store_n(&g_ulMinStreamedBytes, bytes, __ATOMIC_RELAXED);
     }
 
     Bytes RandomSamples(std::size_t count)
@@ -134,43 +148,46 @@ protected:
                       << at % conversion_.out << ": expected " << int{expected[at]} << ", got " << int{result[at]};
     }
 
-    const Conversion& conversion_ = kConversions[CaseIndex()];
+    const Conversion& conversion_ = kConversions[CaseIndex() % std::size(kConversions)];
+    const bool streams_ = CaseIndex() >= std::size(kConversions);
+    const std::size_t maxSamples_ = streams_ ? kMaxStreamedSamples : kMaxSamples;
     const ZtaConversion loop_ = loops_.*conversion_.loop;
+    const unsigned long detected_ = ZtaMinStreamedBytes();
 };
 
 class ConversionLoopOfOneSize : public ConversionLoop {};
 
+/// The tests with the size from which the loops stream on this CPU.
+class VeryLargeConversion : public ConversionLoop {};
+class VeryLargeConversionOfOneSize : public ConversionLoop {};
+
 TEST_P(ConversionLoop, EqualsTheModelAtEveryLengthAndAlignmentAndWritesNothingElse)
 {
-    constexpr std::size_t kZone = 128;
-    const Bytes samples = RandomSamples(kMaxSamples);
+    const Bytes samples = RandomSamples(maxSamples_);
     const Bytes expected = Expected(samples);
     Bytes input(samples.size() + 64);
-    Bytes output(expected.size() + 64 + 2 * kZone);
     const auto Check = [&](std::size_t count, std::size_t inputOffset, std::size_t outputOffset) {
         std::copy_n(samples.begin(), count * conversion_.in, input.begin() + static_cast<std::ptrdiff_t>(inputOffset));
-        std::fill(output.begin(), output.end(), kPoison);
-        loop_(input.data() + inputOffset, output.data() + kZone + outputOffset, count);
-        const auto first = output.begin() + static_cast<std::ptrdiff_t>(kZone + outputOffset);
-        const auto last = first + static_cast<std::ptrdiff_t>(count * conversion_.out);
-        ASSERT_TRUE(std::equal(first, last, expected.begin())) << count << " " << inputOffset << " " << outputOffset;
-        ASSERT_TRUE(std::all_of(output.begin(), first, IsPoison)) << count << " " << inputOffset << " " << outputOffset;
-        ASSERT_TRUE(std::all_of(last, output.end(), IsPoison)) << count << " " << inputOffset << " " << outputOffset;
+        PoisonedBuffer output(count * conversion_.out, outputOffset);
+        loop_(input.data() + inputOffset, output.Data(), count);
+        const auto end = expected.begin() + static_cast<std::ptrdiff_t>(count * conversion_.out);
+        ASSERT_TRUE(output.Holds({expected.begin(), end})) << count << " " << inputOffset << " " << outputOffset;
     };
-    for (std::size_t count = 0; count <= kMaxSamples; ++count) {
+    for (std::size_t count = 0; count <= maxSamples_; ++count) {
         for (std::size_t k = 0; k < 4; ++k) {
             ASSERT_NO_FATAL_FAILURE(Check(count, random_() % 64, random_() % 64));
         }
     }
-    for (std::size_t count : {std::size_t{1}, std::size_t{9}, std::size_t{75}, kMaxSamples}) {
+    for (std::size_t count : {std::size_t{1}, std::size_t{9}, std::size_t{75}, maxSamples_}) {
         for (std::size_t offset = 0; offset < 64; ++offset) {
             ASSERT_NO_FATAL_FAILURE(Check(count, offset, random_() % 64));
             ASSERT_NO_FATAL_FAILURE(Check(count, random_() % 64, offset));
+            ASSERT_NO_FATAL_FAILURE(Check(count, offset, offset));
         }
     }
 }
 
-TEST_P(ConversionLoop, EqualsTheModelInVeryLargeBuffersAndWritesNothingElse)
+TEST_P(VeryLargeConversion, EqualsTheModelAndWritesNothingElse)
 {
     const Bytes samples = RandomSamples(kPeriod);
     const Bytes expected = Expected(samples);
@@ -196,11 +213,11 @@ TEST_P(ConversionLoop, EqualsTheModelInVeryLargeBuffersAndWritesNothingElse)
 
 TEST_P(ConversionLoop, ReadsAndWritesNothingOutsideItsSamples)
 {
-    const Bytes samples = RandomSamples(kMaxSamples);
+    const Bytes samples = RandomSamples(maxSamples_);
     const Bytes expected = Expected(samples);
     const GuardedBuffer input(samples.size());
     const GuardedBuffer output(expected.size());
-    for (std::size_t count = 0; count <= kMaxSamples; ++count) {
+    for (std::size_t count = 0; count <= maxSamples_; ++count) {
         const std::size_t inputBytes = count * conversion_.in;
         const std::size_t outputBytes = count * conversion_.out;
         for (bool inputAtEnd : {false, true}) {
@@ -217,9 +234,9 @@ TEST_P(ConversionLoop, ReadsAndWritesNothingOutsideItsSamples)
 
 TEST_P(ConversionLoop, ConvertsASampleAloneAsAtEveryIndexOfABuffer)
 {
-    const Bytes samples = RandomSamples(3 * kMaxSamples);
+    const Bytes samples = RandomSamples(3 * maxSamples_);
     const Bytes all = Result(samples);
-    for (std::size_t first = 0; first < 2 * kMaxSamples; ++first) {
+    for (std::size_t first = 0; first < 2 * maxSamples_; ++first) {
         const auto at = samples.begin() + static_cast<std::ptrdiff_t>(first * conversion_.in);
         for (const std::size_t count : {std::size_t{1}, 5 + first % 90}) {
             const Bytes part = Result(Bytes(at, at + static_cast<std::ptrdiff_t>(count * conversion_.in)));
@@ -231,10 +248,10 @@ TEST_P(ConversionLoop, ConvertsASampleAloneAsAtEveryIndexOfABuffer)
 
 TEST_P(ConversionLoop, DoesNotChangeItsInput)
 {
-    const Bytes samples = RandomSamples(kMaxSamples);
+    const Bytes samples = RandomSamples(maxSamples_);
     Bytes input = samples;
-    Bytes output(kMaxSamples * conversion_.out);
-    loop_(input.data(), output.data(), kMaxSamples);
+    Bytes output(maxSamples_ * conversion_.out);
+    loop_(input.data(), output.data(), maxSamples_);
     EXPECT_EQ(input, samples);
 }
 
@@ -276,15 +293,23 @@ TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereBuffersOverlap)
         loop_(memory.data() + kMaxShift, memory.data() + kMaxShift + shift, count);
         ASSERT_EQ(memory, expected) << "output " << shift << " bytes behind the input, " << count << " samples";
     }
-    for (std::size_t count = 0; count <= kMaxSamples; ++count) {
+    for (std::size_t count = 0; count <= maxSamples_; ++count) {
         Bytes memory = RandomSamples(count);
         const Bytes expected = Expected(memory);
         loop_(memory.data(), memory.data(), count);
         ASSERT_EQ(memory, expected) << count << " samples in place";
     }
+    const Bytes samples = RandomSamples(maxSamples_);
+    const Bytes expected = Expected(samples);
+    for (const std::size_t before : {4U, 32U, 64U, 1000U, 1024U, 4000U}) {
+        Bytes memory(before + samples.size());
+        std::copy(samples.begin(), samples.end(), memory.begin() + static_cast<std::ptrdiff_t>(before));
+        loop_(&memory[before], memory.data(), maxSamples_);
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), memory.begin())) << before << " bytes before";
+    }
 }
 
-TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereVeryLargeBuffersOverlap)
+TEST_P(VeryLargeConversionOfOneSize, WorksInPlaceAndWhereBuffersOverlap)
 {
     constexpr std::size_t kCount = kVeryLargeBytes / 4 + 77;
     const Bytes samples = RandomSamples(kPeriod);
@@ -298,52 +323,29 @@ TEST_P(ConversionLoopOfOneSize, WorksInPlaceAndWhereVeryLargeBuffersOverlap)
     }
 }
 
-std::vector<std::size_t> ConversionsOfOneSize()
+/// The indexes of the conversions between samples of one size, then those of their streamed cases.
+std::vector<std::size_t> CasesOfOneSize(std::size_t end)
 {
-    std::vector<std::size_t> indexes;
-    for (std::size_t i = 0; i < std::size(kConversions); ++i) {
-        if (kConversions[i].in == kConversions[i].out) {
-            indexes.push_back(i);
-        }
-    }
+    std::vector<std::size_t> indexes(end);
+    std::iota(indexes.begin(), indexes.end(), std::size_t{0});
+    std::erase_if(indexes, [](std::size_t i) {
+        const Conversion& conversion = kConversions[i % std::size(kConversions)];
+        return conversion.in != conversion.out;
+    });
     return indexes;
 }
 
-const auto kName = VariantAnd([](std::size_t i) { return kConversions[i].name; });
+constexpr std::size_t kCount = std::size(kConversions);
+const auto kVariants = testing::Range(std::size_t{0}, std::size(kLoopVariants));
+const auto kName = VariantAnd(
+    [](std::size_t i) { return std::string(kConversions[i % kCount].name) + (i < kCount ? "" : "_Streamed"); });
 
-INSTANTIATE_TEST_SUITE_P(All, ConversionLoop, AllVariants(std::size(kConversions)), kName);
+INSTANTIATE_TEST_SUITE_P(All, ConversionLoop, AllVariants(2 * kCount), kName);
 INSTANTIATE_TEST_SUITE_P(All, ConversionLoopOfOneSize,
-                         testing::Combine(testing::Range(std::size_t{0}, std::size(kLoopVariants)),
-                                          testing::ValuesIn(ConversionsOfOneSize())),
-                         kName);
-
-/// Quotients do not depend on the exponent, so one octave of each sign covers all values.
-TEST(ConversionLoops, RoundTheQuotientOfEveryMantissaToTheNearestFloat)
-{
-    constexpr std::uint32_t kMantissas = 1u << 23;
-    constexpr std::uint32_t kChunk = 1u << 16;
-    const std::uint64_t features = ZtaDetectCpuFeatures(ZtaReadCpuid());
-    std::vector<std::int32_t> words(kChunk);
-    std::vector<float> quotients(kChunk);
-    for (const SZtaLoopVariant& variant : kLoopVariants) {
-        if (!variant.IsSupported(features)) {
-            std::cout << "skipped " << variant.psLoops->pszName << "\n";
-            continue;
-        }
-        for (std::uint32_t first = 0; first < 2 * kMantissas; first += kChunk) {
-            for (std::uint32_t i = 0; i < kChunk; ++i) {
-                const std::uint32_t mantissa = kMantissas + (first + i) % kMantissas;
-                const auto word = static_cast<std::int32_t>(mantissa << 7);
-                words[i] = first < kMantissas ? word : -word;
-            }
-            variant.psLoops->pfn24To32f(words.data(), quotients.data(), kChunk);
-            for (std::uint32_t i = 0; i < kChunk; ++i) {
-                ASSERT_EQ(quotients[i], models::Quotient(static_cast<float>(words[i]), 2147483392.0))
-                    << variant.psLoops->pszName << " " << words[i];
-            }
-        }
-    }
-}
+                         testing::Combine(kVariants, testing::ValuesIn(CasesOfOneSize(2 * kCount))), kName);
+INSTANTIATE_TEST_SUITE_P(All, VeryLargeConversion, AllVariants(kCount), kName);
+INSTANTIATE_TEST_SUITE_P(All, VeryLargeConversionOfOneSize,
+                         testing::Combine(kVariants, testing::ValuesIn(CasesOfOneSize(kCount))), kName);
 
 } // namespace
 } // namespace zta::test

@@ -24,6 +24,35 @@ inline bool IsPoison(std::uint8_t byte)
     return byte == kPoison;
 }
 
+/// A buffer between guard bytes, at any alignment.
+class PoisonedBuffer {
+public:
+    PoisonedBuffer(std::size_t size, std::size_t offset)
+        : memory_(size + 2 * kZone + offset, kPoison), at_(kZone + offset)
+    {
+    }
+
+    std::uint8_t* Data() { return memory_.data() + at_; }
+
+    /// Returns true if the buffer begins with these bytes and all other bytes are poison.
+    bool Holds(const Bytes& bytes) const
+    {
+        for (std::size_t i = 0; i < memory_.size(); ++i) {
+            const bool isInside = i >= at_ && i - at_ < bytes.size();
+            if (memory_[i] != (isInside ? bytes[i - at_] : kPoison)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    static constexpr std::size_t kZone = 128;
+
+    Bytes memory_;
+    std::size_t at_;
+};
+
 /// The parameters are the index of a variant and that of a case. Variants that this CPU does not support are skipped.
 class LoopTest : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
 protected:

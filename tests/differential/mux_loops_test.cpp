@@ -1,6 +1,7 @@
 // The loops that interleave and deinterleave, of every variant that this CPU supports, compared with a reference model.
 
 #include "testing/guarded_buffer.h"
+#include "testing/models/interleave_model.h"
 #include "testing/random_seed.h"
 #include "tests/differential/loop_test.h"
 
@@ -76,26 +77,12 @@ protected:
         mux_ = std::make_unique<PlacedBuffer>(kMaxPlanes * planeBytes);
     }
 
-    /// Reference model: the offset of each byte of the planes in the mux.
-    Bytes Muxed(std::size_t count, std::size_t frames) const
-    {
-        Bytes mux(count * frames * element_.bytes);
-        std::size_t at = 0;
-        for (std::size_t frame = 0; frame < frames; ++frame) {
-            for (std::size_t s = 0; s < count; ++s) {
-                for (std::size_t byte = 0; byte < element_.bytes; ++byte) {
-                    mux[at++] = samples_[s][frame * element_.bytes + byte];
-                }
-            }
-        }
-        return mux;
-    }
-
     void Check(std::size_t count, std::size_t frames, Position position)
     {
         SCOPED_TRACE(std::to_string(count) + " planes, " + std::to_string(frames) + " frames, position " +
                      std::to_string(static_cast<int>(position)));
-        const Bytes mux = Muxed(count, frames);
+        const std::vector<Bytes> used(samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(count));
+        const Bytes mux = models::Interleaved(used, element_.bytes, frames);
         void* pointers[kMaxPlanes];
         for (std::size_t s = 0; s < count; ++s) {
             planes_[s]->Put(position, frames * element_.bytes, random_);

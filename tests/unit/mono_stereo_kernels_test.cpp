@@ -1,6 +1,7 @@
 #include "kernels/mono_to_stereo.h"
 #include "kernels/stereo_to_mono.h"
 #include "testing/guarded_buffer.h"
+#include "testing/models/interleave_model.h"
 #include "tests/unit/kernel_test.h"
 
 #include <gtest/gtest.h>
@@ -41,32 +42,18 @@ const Case& k16 = kCases[0];
 const Case& k24In32 = kCases[2];
 const Case& k24In24 = kCases[3];
 
-/// Returns the offset of byte k of a sample of one channel in the stereo buffer.
-std::size_t StereoOffset(std::size_t sample, std::size_t channel, std::size_t k, std::size_t bytes)
-{
-    return (2 * sample + channel) * bytes + k;
-}
-
 /// An empty channel reads as silence.
 Bytes Interleaved(const Bytes& left, const Bytes& right, std::size_t frames, std::size_t bytes)
 {
-    Bytes stereo(frames * 2 * bytes);
-    for (std::size_t i = 0; i < frames; ++i) {
-        for (std::size_t k = 0; k < bytes; ++k) {
-            stereo[StereoOffset(i, 0, k, bytes)] = left.empty() ? std::uint8_t{0} : left[i * bytes + k];
-            stereo[StereoOffset(i, 1, k, bytes)] = right.empty() ? std::uint8_t{0} : right[i * bytes + k];
-        }
-    }
-    return stereo;
+    const Bytes silence(frames * bytes);
+    return models::Interleaved({left.empty() ? silence : left, right.empty() ? silence : right}, bytes, frames);
 }
 
 Bytes ChannelOf(const Bytes& stereo, std::size_t channel, std::size_t frames, std::size_t bytes)
 {
     Bytes mono(frames * bytes);
-    for (std::size_t i = 0; i < frames; ++i) {
-        for (std::size_t k = 0; k < bytes; ++k) {
-            mono[i * bytes + k] = stereo[StereoOffset(i, channel, k, bytes)];
-        }
+    for (std::size_t i = 0; i < mono.size(); ++i) {
+        mono[i] = stereo[(2 * (i / bytes) + channel) * bytes + i % bytes];
     }
     return mono;
 }
@@ -78,8 +65,7 @@ protected:
 };
 
 using MonoStereoTables = MonoStereoTest;
-using MonoToStereoKernels = MonoStereoTest;
-using StereoToMonoKernels = MonoStereoTest;
+using MonoStereoKernels = MonoStereoTest;
 using ConvertMonoToStereo = MonoStereoTest;
 using ConvertStereoToMono = MonoStereoTest;
 using MonoStereoOperations = MonoStereoTest;
@@ -99,102 +85,41 @@ TEST_F(MonoStereoTables, SuggestTheOtherFormatOfATableEntry)
     SZtaWaveFormatInfo stereo24 = k24In32.StereoFormat();
     SZtaWaveFormatInfo in{};
     SZtaWaveFormatInfo out{};
-    EXPECT_EQ(interleaver_.SuggestFormat(&mono16, &stereo24, &in, &out), 0); // keeps the output
-    EXPECT_EQ(in.ulBitsPerSample, 32u);
-    EXPECT_EQ(in.ulChannels, 1u);
-    EXPECT_EQ(out.ulBitsPerSample, 32u);
-    EXPECT_EQ(out.ulChannels, 2u);
+    const auto expectSuggested = [&](std::uint32_t bits, std::uint32_t inChannels, std::uint32_t outChannels) {
+        EXPECT_EQ(in.ulBitsPerSample, bits);
+        EXPECT_EQ(in.ulChannels, inChannels);
+        EXPECT_EQ(out.ulBitsPerSample, bits);
+        EXPECT_EQ(out.ulChannels, outChannels);
+    };
+    EXPECT_EQ(interleaver_.SuggestFormat(&mono16, &stereo24, &in, &out), 0);
+    expectSuggested(32, 1, 2); // keeps the output
     EXPECT_EQ(deinterleaver_.SuggestFormat(&stereo24, &mono16, &in, &out), 0);
-    EXPECT_EQ(in.ulBitsPerSample, 16u);
-    EXPECT_EQ(in.ulChannels, 2u);
-    EXPECT_EQ(out.ulBitsPerSample, 16u);
-    EXPECT_EQ(out.ulChannels, 1u);
+    expectSuggested(16, 2, 1);
 }
 
-// --- The kernels that interleave -------------------------------------------------------------------------------------
+// --- The kernels -----------------------------------------------------------------------------------------------------
 
-TEST_F(MonoToStereoKernels, InterleaveAnyCountOfFramesAndWriteNothingElse)
+TEST_F(MonoStereoKernels, MoveAnyCountOfFramesAndWriteNothingElse)
 {
     for (const Case& c : kCases) {
         for (std::size_t frames = c.bytes == 3 ? 1 : 0; frames <= 300; ++frames) {
+            SCOPED_TRACE(testing::Message() << c.mono << ": " << frames);
             Bytes left = RandomBytes(frames * c.bytes + 1);
             Bytes right = RandomBytes(frames * c.bytes + 1);
             Bytes stereo((frames + 9) * 2 * c.bytes, kPoison);
             ASSERT_EQ((interleaver_.*c.interleave)(frames, left.data(), right.data(), stereo.data()), 0);
-            ASSERT_EQ(stereo, PadWithPoison(Interleaved(left, right, frames, c.bytes), stereo.size()))
-                << c.mono << ": " << frames;
-        }
-    }
-}
+            ASSERT_EQ(stereo, PadWithPoison(Interleaved(left, right, frames, c.bytes), stereo.size()));
 
-TEST_F(MonoToStereoKernels, ReadANullInputAsSilence)
-{
-    for (const Case& c : kCases) {
-        for (std::size_t frames : {std::size_t{1}, std::size_t{7}, std::size_t{100}}) {
-            Bytes mono = RandomBytes(frames * c.bytes);
-            Bytes stereo(frames * 2 * c.bytes, kPoison);
-            EXPECT_EQ((interleaver_.*c.interleave)(frames, mono.data(), nullptr, stereo.data()), 0);
-            EXPECT_EQ(stereo, Interleaved(mono, {}, frames, c.bytes));
-            EXPECT_EQ((interleaver_.*c.interleave)(frames, nullptr, mono.data(), stereo.data()), 0);
-            EXPECT_EQ(stereo, Interleaved({}, mono, frames, c.bytes));
-            EXPECT_EQ((interleaver_.*c.interleave)(frames, nullptr, nullptr, stereo.data()), 0);
-            EXPECT_EQ(stereo, Bytes(stereo.size()));
-        }
-    }
-}
-
-TEST_F(MonoToStereoKernels, KeepTheByteOrderOf24In24)
-{
-    Bytes left = {1, 2, 3};
-    Bytes stereo(6, kPoison);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(1, left.data(), nullptr, stereo.data()), 0);
-    EXPECT_EQ(stereo, (Bytes{1, 2, 3, 0, 0, 0}));
-}
-
-TEST_F(MonoToStereoKernels, DoNothingWithoutFramesExceptFor24In24)
-{
-    Bytes mono(8);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo16(0, mono.data(), mono.data(), nullptr), 0);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in32(0, mono.data(), mono.data(), nullptr), 0);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(0, mono.data(), mono.data(), nullptr), ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(2, mono.data(), mono.data(), nullptr), ZT_E_INVALID_POINTER);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(2, nullptr, nullptr, nullptr), ZT_E_INVALID_POINTER);
-}
-
-// --- The kernels that deinterleave -----------------------------------------------------------------------------------
-
-TEST_F(StereoToMonoKernels, DeinterleaveAnyCountOfFramesAndWriteNothingElse)
-{
-    for (const Case& c : kCases) {
-        for (std::size_t frames = c.bytes == 3 ? 1 : 0; frames <= 300; ++frames) {
-            Bytes stereo = RandomBytes(frames * 2 * c.bytes + 1);
-            Bytes left((frames + 17) * c.bytes, kPoison);
-            Bytes right((frames + 17) * c.bytes, kPoison);
+            left.assign((frames + 17) * c.bytes, kPoison);
+            right = left;
             ASSERT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), left.data(), right.data()), 0);
-            ASSERT_EQ(left, PadWithPoison(ChannelOf(stereo, 0, frames, c.bytes), left.size()))
-                << c.mono << ": " << frames;
-            ASSERT_EQ(right, PadWithPoison(ChannelOf(stereo, 1, frames, c.bytes), right.size()))
-                << c.mono << ": " << frames;
+            ASSERT_EQ(left, PadWithPoison(ChannelOf(stereo, 0, frames, c.bytes), left.size()));
+            ASSERT_EQ(right, PadWithPoison(ChannelOf(stereo, 1, frames, c.bytes), right.size()));
         }
     }
 }
 
-TEST_F(StereoToMonoKernels, DropANullOutput)
-{
-    for (const Case& c : {k16, k24In32}) {
-        for (std::size_t frames : {std::size_t{1}, std::size_t{7}, std::size_t{100}}) {
-            Bytes stereo = RandomBytes(frames * 2 * c.bytes);
-            Bytes mono(frames * c.bytes, kPoison);
-            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), nullptr, mono.data()), 0);
-            EXPECT_EQ(mono, ChannelOf(stereo, 1, frames, c.bytes));
-            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), mono.data(), nullptr), 0);
-            EXPECT_EQ(mono, ChannelOf(stereo, 0, frames, c.bytes));
-            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, stereo.data(), nullptr, nullptr), 0);
-        }
-    }
-}
-
-TEST_F(StereoToMonoKernels, ReadNothingWithoutAnOutput)
+TEST_F(MonoStereoKernels, ReadNothingWithoutAnOutput)
 {
     const GuardedBuffer buffer(1);
     for (const Case& c : {k16, k24In32}) {
@@ -204,63 +129,31 @@ TEST_F(StereoToMonoKernels, ReadNothingWithoutAnOutput)
     }
 }
 
-TEST_F(StereoToMonoKernels, DeinterleaveIntoTheirOwnMemory)
+TEST_F(MonoStereoKernels, DoNothingWithoutFramesExceptFor24In24)
 {
     for (const Case& c : kCases) {
-        for (std::size_t frames = 1; frames <= 400; ++frames) {
-            for (const std::size_t shared : {0U, 1U}) {
-                const Bytes stereo = RandomBytes(frames * 2 * c.bytes);
-                Bytes memory = stereo;
-                Bytes other(frames * c.bytes);
-                void* outputs[] = {other.data(), other.data()};
-                outputs[shared] = memory.data();
-                ASSERT_EQ((deinterleaver_.*c.deinterleave)(frames, memory.data(), outputs[0], outputs[1]), 0);
-                memory.resize(frames * c.bytes);
-                ASSERT_EQ(memory, ChannelOf(stereo, shared, frames, c.bytes)) << c.mono << ": " << frames;
-                ASSERT_EQ(other, ChannelOf(stereo, 1 - shared, frames, c.bytes)) << c.mono << ": " << frames;
-            }
+        const int status = c.bytes == 3 ? ZT_E_INVALID_PARAMETER : 0;
+        Bytes stereo(8, kPoison);
+        Bytes left(8, kPoison);
+        Bytes right(8, kPoison);
+        EXPECT_EQ((interleaver_.*c.interleave)(0, left.data(), right.data(), nullptr), status);
+        EXPECT_EQ((interleaver_.*c.interleave)(0, left.data(), right.data(), stereo.data()), status);
+        EXPECT_EQ((deinterleaver_.*c.deinterleave)(0, stereo.data(), left.data(), right.data()), status);
+        for (const Bytes& bytes : {stereo, left, right}) {
+            EXPECT_EQ(bytes, Bytes(8, kPoison));
         }
     }
 }
 
-TEST_F(StereoToMonoKernels, WriteNothingWithoutAnInputExceptIn24In24)
+TEST_F(MonoStereoKernels, Of24In24ValidateFramesThenOutputs)
 {
-    for (const Case& c : kCases) {
-        for (unsigned long frames : {1ul, 31ul, 64ul}) {
-            Bytes left((frames + 1) * c.bytes, kPoison);
-            Bytes right = left;
-            EXPECT_EQ((deinterleaver_.*c.deinterleave)(frames, nullptr, left.data(), right.data()), 0);
-            const std::uint8_t written = c.bytes == 3 ? std::uint8_t{0} : kPoison;
-            EXPECT_EQ(left, PadWithPoison(Bytes(frames * c.bytes, written), left.size()));
-            EXPECT_EQ(right, left);
-        }
-    }
-}
-
-TEST_F(StereoToMonoKernels, DoNothingWithoutFramesExceptFor24In24)
-{
-    Bytes stereo(8, 1);
-    Bytes left(8, kPoison);
-    Bytes right(8, kPoison);
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono16(0, stereo.data(), left.data(), right.data()), 0);
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in32(0, stereo.data(), left.data(), right.data()), 0);
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(0, stereo.data(), left.data(), right.data()),
-              ZT_E_INVALID_PARAMETER);
-    EXPECT_EQ(left, Bytes(8, kPoison));
-    EXPECT_EQ(right, Bytes(8, kPoison));
-}
-
-TEST_F(StereoToMonoKernels, Of24In24ValidateFramesThenOutputs)
-{
+    Bytes mono(6);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(2, mono.data(), mono.data(), nullptr), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(interleaver_.ConvertMonoToStereo24in24(2, nullptr, nullptr, nullptr), ZT_E_INVALID_POINTER);
     EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(0, nullptr, nullptr, nullptr), ZT_E_INVALID_PARAMETER);
     EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, nullptr, nullptr, nullptr), ZT_E_INVALID_POINTER);
     Bytes stereo = {1, 2, 3, 4, 5, 6};
     EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, stereo.data(), nullptr, nullptr), ZT_E_INVALID_POINTER);
-    Bytes mono(3); // one missing output is not reported
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, stereo.data(), mono.data(), nullptr), 0);
-    EXPECT_EQ(mono, (Bytes{1, 2, 3}));
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, stereo.data(), nullptr, mono.data()), 0);
-    EXPECT_EQ(mono, (Bytes{4, 5, 6}));
 }
 
 // --- The operation that interleaves ----------------------------------------------------------------------------------
@@ -408,13 +301,19 @@ TEST_F(ConvertStereoToMono, ReturnsTheFailureOfAKernelWithoutSettingLengths)
 TEST_F(ConvertMonoToStereo, ReadsAnInputWithoutAPointerAsSilence)
 {
     for (const Case& c : kCases) {
-        for (const bool leftIsNull : {true, false}) {
-            FakeAudioSamples left = RandomSamples(c.MonoFormat(), 11, 11);
-            FakeAudioSamples right = RandomSamples(c.MonoFormat(), 11, 11);
-            FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 11, 11);
-            (leftIsNull ? left : right).data = Bytes();
-            EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), 0) << c.mono;
-            EXPECT_EQ(stereo.data, Interleaved(left.data, right.data, 11, c.bytes)) << c.mono;
+        for (const unsigned long frames : {1UL, 7UL, 11UL, 100UL}) {
+            for (const auto& [leftIsNull, rightIsNull] : {std::pair{true, false}, {false, true}, {true, true}}) {
+                const auto input = [&](bool isNull) {
+                    FakeAudioSamples samples = RandomSamples(c.MonoFormat(), frames, frames);
+                    samples.data = isNull ? Bytes() : samples.data;
+                    return samples;
+                };
+                FakeAudioSamples left = input(leftIsNull);
+                FakeAudioSamples right = input(rightIsNull);
+                FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), frames, frames);
+                EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), 0) << c.mono;
+                EXPECT_EQ(stereo.data, Interleaved(left.data, right.data, frames, c.bytes)) << c.mono;
+            }
         }
     }
 }
@@ -422,13 +321,16 @@ TEST_F(ConvertMonoToStereo, ReadsAnInputWithoutAPointerAsSilence)
 TEST_F(ConvertStereoToMono, DropsAnOutputWithoutAPointer)
 {
     for (const Case& c : kCases) {
-        for (const std::size_t dropped : {0U, 1U}) {
-            FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 11, 11);
-            FakeAudioSamples outputs[] = {RandomSamples(c.MonoFormat(), 11, 11), RandomSamples(c.MonoFormat(), 11, 11)};
-            outputs[dropped].data = Bytes();
-            EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &outputs[0], &outputs[1]), 0) << c.stereo;
-            EXPECT_EQ(outputs[1 - dropped].data, ChannelOf(stereo.data, 1 - dropped, 11, c.bytes)) << c.stereo;
-            EXPECT_EQ(outputs[dropped].lengthsSet, Lengths{11 * c.bytes}) << c.stereo;
+        for (const unsigned long frames : {1UL, 7UL, 11UL, 100UL}) {
+            for (const std::size_t dropped : {0U, 1U}) {
+                FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), frames, frames);
+                FakeAudioSamples outputs[] = {FakeAudioSamples(c.MonoFormat(), frames, frames),
+                                              FakeAudioSamples(c.MonoFormat(), frames, frames)};
+                outputs[dropped].data = Bytes();
+                EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &outputs[0], &outputs[1]), 0) << c.stereo;
+                EXPECT_EQ(outputs[1 - dropped].data, ChannelOf(stereo.data, 1 - dropped, frames, c.bytes)) << c.stereo;
+                EXPECT_EQ(outputs[dropped].lengthsSet, Lengths{frames * c.bytes}) << c.stereo;
+            }
         }
     }
 }
@@ -436,17 +338,19 @@ TEST_F(ConvertStereoToMono, DropsAnOutputWithoutAPointer)
 TEST_F(ConvertStereoToMono, WritesSilenceWithoutAnInputPointerOnlyIn24In24)
 {
     for (const Case& c : kCases) {
-        FakeAudioSamples stereo(c.StereoFormat(), 11, 11);
-        stereo.data = Bytes();
-        FakeAudioSamples left = RandomSamples(c.MonoFormat(), 11, 11);
-        FakeAudioSamples right = RandomSamples(c.MonoFormat(), 11, 11);
-        const Bytes leftBefore = left.data;
-        const Bytes rightBefore = right.data;
-        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), 0) << c.stereo;
-        EXPECT_EQ(left.data, c.bytes == 3 ? Bytes(33) : leftBefore) << c.stereo;
-        EXPECT_EQ(right.data, c.bytes == 3 ? Bytes(33) : rightBefore) << c.stereo;
-        for (const FakeAudioSamples* output : {&left, &right}) {
-            EXPECT_EQ(output->lengthsSet, Lengths{11 * c.bytes}) << c.stereo;
+        for (const unsigned long frames : {1UL, 11UL, 31UL, 64UL}) {
+            FakeAudioSamples stereo(c.StereoFormat(), frames, frames);
+            stereo.data = Bytes();
+            FakeAudioSamples outputs[] = {RandomSamples(c.MonoFormat(), frames, frames + 1),
+                                          RandomSamples(c.MonoFormat(), frames, frames + 1)};
+            const Bytes before[] = {outputs[0].data, outputs[1].data};
+            EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &outputs[0], &outputs[1]), 0) << c.stereo;
+            for (const std::size_t i : {0U, 1U}) {
+                Bytes expected = before[i];
+                std::fill_n(expected.begin(), c.bytes == 3 ? 3 * frames : 0, std::uint8_t{0});
+                EXPECT_EQ(outputs[i].data, expected) << c.stereo;
+                EXPECT_EQ(outputs[i].lengthsSet, Lengths{frames * c.bytes}) << c.stereo;
+            }
         }
     }
 }

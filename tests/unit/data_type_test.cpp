@@ -83,56 +83,49 @@ TEST_F(ConvertDataType, ConvertsTheSamplesOfEachKernelAndNoMore)
 
 TEST_F(ConvertDataType, DropsTheBitsOutsideTheAudioField)
 {
-    const auto Convert = [&](Kernel kernel, std::uint32_t word) {
+    const struct {
+        std::uint32_t word;
+        std::uint32_t in24In32;
+        std::uint32_t in16In32;
+        std::uint16_t in16In16;
+    } cases[] = {{0xF123456A, 0x12345600, 0x12340000, 0x1234}, {0x08000000, 0x80000000, 0x80000000, 0x8000}};
+    for (const auto& c : cases) {
+        Bytes word(4);
+        models::SetWord(word.data(), c.word);
         std::uint32_t output = 0;
-        EXPECT_EQ((converter_.*kernel)(1, &word, &output), 0);
-        return output;
-    };
-    EXPECT_EQ(Convert(&K::ConvertDataTypeMMFToPCM24In32bitMono, 0xF123456A), 0x12345600u);
-    EXPECT_EQ(Convert(&K::ConvertDataTypeMMFToPCM16bitMono, 0xF123456A), 0x12340000u);
-    EXPECT_EQ(Convert(&K::ConvertDataTypeMMFToPCM24In32bitMono, 0x08000000), 0x80000000u);
-    EXPECT_EQ(Convert(&K::ConvertDataTypeMMFToPCM16bitMono, 0x08000000), 0x80000000u);
+        EXPECT_EQ(converter_.ConvertDataTypeMMFToPCM24In32bitMono(1, word.data(), &output), 0);
+        EXPECT_EQ(output, c.in24In32);
+        EXPECT_EQ(converter_.ConvertDataTypeMMFToPCM16bitMono(1, word.data(), &output), 0);
+        EXPECT_EQ(output, c.in16In32);
+        models::ConvertMultiFormatTo16In16(word.data(), word.data());
+        EXPECT_EQ(word[0] + 256 * word[1], c.in16In16) << "the model of the tests below";
+    }
 }
 
 TEST_F(ConvertDataType, ConvertsEveryMultiFormatLayoutAndSetsNoLength)
 {
     const struct {
-        std::uint32_t valid;
-        std::uint32_t channels;
+        SZtaWaveFormatInfo input;
+        SZtaWaveFormatInfo output;
         Model model;
-    } layouts[] = {{16, 1, models::ConvertMultiFormatTo16}, {16, 2, models::ConvertMultiFormatTo16},
-                   {24, 1, models::ConvertMultiFormatTo24}, {24, 2, models::ConvertMultiFormatTo24},
-                   {24, 4, models::ConvertMultiFormatTo24}, {24, 8, models::ConvertMultiFormatTo24},
-                   {24, 16, models::ConvertMultiFormatTo24}};
+    } layouts[] = {{MultiFormat(16, 1), Pcm(16, 1), models::ConvertMultiFormatTo16},
+                   {MultiFormat(16, 2), Pcm(16, 2), models::ConvertMultiFormatTo16},
+                   {MultiFormat(24, 1), Pcm(24, 1), models::ConvertMultiFormatTo24},
+                   {MultiFormat(24, 2), Pcm(24, 2), models::ConvertMultiFormatTo24},
+                   {MultiFormat(24, 4), Pcm(24, 4), models::ConvertMultiFormatTo24},
+                   {MultiFormat(24, 8), Pcm(24, 8), models::ConvertMultiFormatTo24},
+                   {MultiFormat(24, 16), Pcm(24, 16), models::ConvertMultiFormatTo24},
+                   {Pcm(24, 2), MultiFormat(24, 2), models::ConvertMultiFormatTo24}}; // not a multi-format input
     for (const auto& layout : layouts) {
-        FakeAudioSamples input = RandomSamples(MultiFormat(layout.valid, layout.channels), 11, 12);
-        FakeAudioSamples output(Pcm(layout.valid, layout.channels), 2, 11);
+        FakeAudioSamples input = RandomSamples(layout.input, 11, 12);
+        FakeAudioSamples output(layout.output, 2, 11);
         const unsigned long lengthBefore = output.length;
         EXPECT_EQ(converter_.ConvertDataType(&input, &output), 0);
-        EXPECT_EQ(output.data, Expected(layout.model, input.data, 11ul * layout.channels));
+        EXPECT_EQ(output.data, Expected(layout.model, input.data, 11ul * layout.input.ulChannels));
         EXPECT_EQ(output.length, lengthBefore);
         EXPECT_TRUE(output.lengthsSet.empty());
         EXPECT_EQ(input.descriptionSizes, kDescriptionSize);
         EXPECT_EQ(output.descriptionSizes, kDescriptionSize);
-    }
-}
-
-TEST_F(ConvertDataType, AcceptsAnInputThatIsNotMultiFormat)
-{
-    FakeAudioSamples input = RandomSamples(Pcm(24, 2), 3, 3);
-    FakeAudioSamples output(MultiFormat(24, 2), 0, 3);
-    EXPECT_EQ(converter_.ConvertDataType(&input, &output), 0);
-    EXPECT_EQ(output.data, Expected(models::ConvertMultiFormatTo24, input.data, 6));
-}
-
-TEST_F(ConvertDataType, AcceptsFourToSixteenChannelsOf16BitsIn16In16Only)
-{
-    for (std::uint32_t channels : {4u, 8u, 16u}) {
-        FakeAudioSamples input(MultiFormat(16, channels), 0, 1);
-        FakeAudioSamples output(MultiFormat(16, channels), 0, 1);
-        EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_FORMAT_NOT_SUPPORTED);
-        input.format = output.format = WaveFormat(1, 16, 16, 48000, channels);
-        EXPECT_EQ(converter_.ConvertDataType(&input, &output), 0);
     }
 }
 
@@ -147,40 +140,43 @@ TEST_F(ConvertDataType, RejectsAnOutputOneFrameTooSmallBeforeFormats)
     EXPECT_EQ(output.data, Bytes(output.data.size()));
 }
 
-TEST_F(ConvertDataType, RejectsBuffersThatDiffer)
+TEST_F(ConvertDataType, RejectsBuffersThatDifferThenPropertiesWithoutATableEntry)
 {
-    const auto Convert = [&](const SZtaWaveFormatInfo& in, const SZtaWaveFormatInfo& out) {
-        FakeAudioSamples input(in, 1, 1);
-        FakeAudioSamples output(out, 0, 1);
+    const SZtaWaveFormatInfo mono44100 = WaveFormat(1, 32, 24, 44100, 1);
+    const struct {
+        const char* name;
+        SZtaWaveFormatInfo input;
+        SZtaWaveFormatInfo output;
+    } different[] = {
+        {"properties", MultiFormat(24, 1), MultiFormat(16, 1)},
+        {"frame sizes", MultiFormat(16, 1), WaveFormat(1, 16, 16, 48000, 1)},
+        {"channel counts with properties", MultiFormat(24, 4), MultiFormat(24, 8)},
+        // All other channel counts share one property, which has no table entry.
+        {"channel counts of one property", MultiFormat(24, 3), Pcm(24, 5)},
+        // Times four bytes, the count is four, modulo 2^32.
+        {"channel counts with equal frame sizes", mono44100, WaveFormat(1, 32, 24, 44100, 0x40000001)},
+    };
+    for (const auto& c : different) {
+        FakeAudioSamples input(c.input, 1, 1);
+        FakeAudioSamples output(c.input, 0, 2);
+        output.format = c.output;
+        EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_BUFFER_FORMAT_MISMATCH) << c.name;
+    }
+    const auto Convert = [this](const SZtaWaveFormatInfo& format, unsigned long frames) {
+        FakeAudioSamples input(format, frames, 1);
+        FakeAudioSamples output(format, 0, 1);
         return converter_.ConvertDataType(&input, &output);
     };
-    EXPECT_EQ(Convert(MultiFormat(24, 1), MultiFormat(16, 1)), ZT_E_BUFFER_FORMAT_MISMATCH);              // properties
-    EXPECT_EQ(Convert(MultiFormat(16, 1), WaveFormat(1, 16, 16, 48000, 1)), ZT_E_BUFFER_FORMAT_MISMATCH); // frame sizes
-    EXPECT_EQ(Convert(MultiFormat(24, 4), MultiFormat(24, 8)),
-              ZT_E_BUFFER_FORMAT_MISMATCH); // channel counts with properties
-    // All other channel counts share one property: rejected for the counts before the missing table entry.
-    EXPECT_EQ(Convert(MultiFormat(24, 3), Pcm(24, 5)), ZT_E_BUFFER_FORMAT_MISMATCH);
-}
-
-TEST_F(ConvertDataType, RejectsDifferentChannelCountsWithEqualPropertiesAndFrameSizes)
-{
-    FakeAudioSamples input(WaveFormat(1, 32, 24, 44100, 1), 1, 1);
-    FakeAudioSamples output(WaveFormat(1, 32, 24, 44100, 1), 0, 1);
-    EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    output.format.ulChannels = 0x40000001; // times four bytes is four, modulo 2^32
-    EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_BUFFER_FORMAT_MISMATCH);
-}
-
-TEST_F(ConvertDataType, HasNoTableEntryForOtherProperties)
-{
     for (const SZtaWaveFormatInfo& format :
          {WaveFormat(1, 16, 16, 48000, 32), WaveFormat(1, 16, 16, 48000, 64), MultiFormat(24, 32), MultiFormat(24, 64),
-          MultiFormat(24, 3), WaveFormat(2, 32, 32, 48000, 1), WaveFormat(2, 32, 32, 48000, 2),
+          MultiFormat(24, 3), WaveFormat(2, 32, 32, 48000, 1), WaveFormat(2, 32, 32, 48000, 2), mono44100,
           WaveFormat(1, 16, 16, 44100, 1), WaveFormat(1, 16, 16, 44100, 2), WaveFormat(1, 24, 24, 48000, 1),
           WaveFormat(1, 24, 24, 48000, 64)}) {
-        FakeAudioSamples input(format, 1, 1);
-        FakeAudioSamples output(format, 0, 1);
-        EXPECT_EQ(converter_.ConvertDataType(&input, &output), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+        EXPECT_EQ(Convert(format, 1), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
+    }
+    for (std::uint32_t channels : {4u, 8u, 16u}) { // of 16 bits, in 16-in-16 only
+        EXPECT_EQ(Convert(MultiFormat(16, channels), 0), ZT_E_FORMAT_NOT_SUPPORTED);
+        EXPECT_EQ(Convert(WaveFormat(1, 16, 16, 48000, channels), 0), 0);
     }
 }
 
@@ -203,15 +199,6 @@ struct Narrowing {
     SZtAudioSamplesDescription description{};
 };
 
-TEST(ConvertMultiFormatTo16In16, ReturnsTheUpper16BitsOfTheAudioField)
-{
-    Narrowing narrowing(1, 2);
-    models::SetWord(&narrowing.input.data[0], 0xF123456A);
-    models::SetWord(&narrowing.input.data[4], 0x08000000);
-    EXPECT_EQ(narrowing.Run(), 0);
-    EXPECT_EQ(narrowing.output.data, (Bytes{0x34, 0x12, 0x00, 0x80}));
-}
-
 TEST(ConvertMultiFormatTo16In16, ConvertsInPlace)
 {
     for (unsigned long samples = 0; samples < 500; ++samples) {
@@ -232,23 +219,19 @@ TEST(ConvertMultiFormatTo16In16, ConvertsInPlace)
 TEST(ConvertMultiFormatTo16In16, ConvertsAllChannelsOfTheDescriptionAndSetsNoLength)
 {
     for (std::uint32_t channels : {1u, 2u, 7u}) {
-        Narrowing narrowing(channels);
-        EXPECT_EQ(narrowing.Run(), 0);
-        EXPECT_EQ(narrowing.output.data,
-                  Expected(models::ConvertMultiFormatTo16In16, narrowing.input.data, 5ul * channels, 2));
-        EXPECT_TRUE(narrowing.output.lengthsSet.empty());
-        const Calls calls = {"GetBufferAndLength", "GetLengthInSampleFrames"};
-        EXPECT_EQ(narrowing.input.calls, calls);
-        EXPECT_EQ(narrowing.output.calls, calls);
+        for (const unsigned long frames : {0ul, 5ul}) {
+            Narrowing narrowing(channels);
+            narrowing.input.lengthInFrames = narrowing.output.lengthInFrames = frames;
+            EXPECT_EQ(narrowing.Run(), 0);
+            Bytes expected = Expected(models::ConvertMultiFormatTo16In16, narrowing.input.data, frames * channels, 2);
+            expected.resize(narrowing.output.data.size());
+            EXPECT_EQ(narrowing.output.data, expected);
+            EXPECT_TRUE(narrowing.output.lengthsSet.empty());
+            const Calls calls = {"GetBufferAndLength", "GetLengthInSampleFrames"};
+            EXPECT_EQ(narrowing.input.calls, calls);
+            EXPECT_EQ(narrowing.output.calls, calls);
+        }
     }
-}
-
-TEST(ConvertMultiFormatTo16In16, ConvertsNothingOfEmptyBuffers)
-{
-    Narrowing narrowing(2);
-    narrowing.input.lengthInFrames = narrowing.output.lengthInFrames = 0;
-    EXPECT_EQ(narrowing.Run(), 0);
-    EXPECT_EQ(narrowing.output.data, Bytes(narrowing.output.data.size()));
 }
 
 TEST(ConvertMultiFormatTo16In16, RejectsDifferentFrameCounts)
@@ -261,40 +244,21 @@ TEST(ConvertMultiFormatTo16In16, RejectsDifferentFrameCounts)
     }
 }
 
-TEST(ConvertMultiFormatTo16In16, ReturnsTheStatusOfTheFirstFailedQuery)
+TEST(ConvertMultiFormatTo16In16, ReturnsTheStatusOfTheFirstFailedQueryOrOfTheLastOne)
 {
-    int expected = -11;
-    for (int FakeAudioSamples::*call : {&FakeAudioSamples::framesStatus, &FakeAudioSamples::bufferStatus}) {
-        for (bool ofInput : {false, true}) {
-            Narrowing narrowing(2);
-            (ofInput ? narrowing.input : narrowing.output).*call = --expected;
-            EXPECT_EQ(narrowing.Run(), expected);
-            EXPECT_EQ(narrowing.output.data, Bytes(narrowing.output.data.size()));
-        }
+    Narrowing all(2);
+    int* const statuses[] = {&all.input.bufferStatus, &all.output.bufferStatus, &all.input.framesStatus,
+                             &all.output.framesStatus};
+    for (const int status : {-1, -2, -3, -4}) {
+        *statuses[-status - 1] = status;
     }
-    Narrowing narrowing(2);
-    narrowing.input.bufferStatus = -1;
-    narrowing.output.bufferStatus = -2;
-    narrowing.input.framesStatus = -3;
-    narrowing.output.framesStatus = -4;
-    EXPECT_EQ(narrowing.Run(), -1);
-    narrowing.input.bufferStatus = 0;
-    EXPECT_EQ(narrowing.Run(), -2);
-    narrowing.output.bufferStatus = 0;
-    EXPECT_EQ(narrowing.Run(), -3);
-    narrowing.input.framesStatus = 0;
-    EXPECT_EQ(narrowing.Run(), -4);
-}
-
-TEST(ConvertMultiFormatTo16In16, EndsWithTheStatusOfTheOutputsFrameCount)
-{
-    Narrowing narrowing(2);
-    narrowing.input.bufferStatus = 7;
-    narrowing.output.bufferStatus = 8;
-    narrowing.input.framesStatus = 9;
-    narrowing.output.framesStatus = 10;
-    EXPECT_EQ(narrowing.Run(), 10);
-    EXPECT_EQ(narrowing.output.data, Expected(models::ConvertMultiFormatTo16In16, narrowing.input.data, 10, 2));
+    for (const int status : {-1, -2, -3, -4}) {
+        EXPECT_EQ(all.Run(), status);
+        EXPECT_EQ(all.output.data, Bytes(all.output.data.size()));
+        *statuses[-status - 1] = 10 - status; // a success
+    }
+    EXPECT_EQ(all.Run(), 14);
+    EXPECT_EQ(all.output.data, Expected(models::ConvertMultiFormatTo16In16, all.input.data, 10, 2));
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 
 #include <cpuid.h>
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <numeric>
@@ -89,24 +90,16 @@ TEST(FeatureRules, IgnoreOtherFeaturesAndKeepThemInTheMask)
     }
 }
 
-TEST(FeatureRules, SelectTheVariantsInTheirOrderForCompleteMasks)
+TEST(FeatureRules, SelectTheVariantsInTheirOrder)
 {
     ASSERT_EQ(std::size(kCompleteMasks), std::size(kSignalVariants));
     for (unsigned index = 0; index < std::size(kCompleteMasks); ++index) {
         EXPECT_EQ(Select(kCompleteMasks[index]), (Selection{index, kCompleteMasks[index], 0}));
     }
-}
-
-TEST(FeatureRules, SelectTheLaterVariantForBothAvx512Groups)
-{
-    EXPECT_EQ(Select(0x7F081DF).index, 6u);
-    EXPECT_EQ(Select(0x7F081DF).status, 0);
-}
-
-TEST(FeatureRules, SelectAvx2ForPartOfAnAvx512Group)
-{
-    EXPECT_EQ(Select(0x63081DF), (Selection{4, 0x63081DF, 0}));
-    EXPECT_EQ(Select(0x7081DF), (Selection{4, 0x7081DF, 0}));
+    EXPECT_EQ(Select(0x7F081DF), (Selection{6, 0x7F081DF, 0})) << "the later of both AVX-512 groups";
+    for (const unsigned long mask : {0x63081DFul, 0x7081DFul}) {
+        EXPECT_EQ(Select(mask), (Selection{4, mask, 0})) << "AVX2 for a part of an AVX-512 group";
+    }
 }
 
 TEST(FeatureRules, SelectAvxForAvx2WithoutFma)
@@ -141,19 +134,34 @@ Check CheckMask(std::uint64_t mask, std::uint64_t detected)
     return {mask, status};
 }
 
-TEST(FeatureCheck, AcceptsFeaturesOfTheCpu)
+TEST(FeatureCheck, HasTheKnownResults)
 {
-    EXPECT_EQ(CheckMask(0, 0), (Check{0, 0}));
-    EXPECT_EQ(CheckMask(0x1F, 0xFF), (Check{0x1F, 0}));
-    EXPECT_EQ(CheckMask(0x2073081FF, 0x2073083FF), (Check{0x2073081FF, 0}));
-}
-
-TEST(FeatureCheck, RemovesAvxWithoutOperatingSystemSupport)
-{
-    EXPECT_EQ(CheckMask(0x81FF, 0x81FF), (Check{0xFF, 49}));
-    EXPECT_EQ(CheckMask(0x1FF, 0x1FF), (Check{0xFF, 49}));
-    EXPECT_EQ(CheckMask(0x80FF, 0x80FF), (Check{0xFF, 49}));
-    EXPECT_EQ(CheckMask(0x81FF, 0x83FF), (Check{0x81FF, 0}));
+    const struct {
+        std::uint64_t mask;
+        std::uint64_t detected;
+        std::uint64_t checked;
+        int status;
+    } cases[] = {
+        {0, 0, 0, 0},
+        {0x1F, 0xFF, 0x1F, 0},
+        {0x2073081FF, 0x2073083FF, 0x2073081FF, 0},
+        // AVX is removed if the operating system does not support it.
+        {0x81FF, 0x81FF, 0xFF, 49},
+        {0x1FF, 0x1FF, 0xFF, 49},
+        {0x80FF, 0x80FF, 0xFF, 49},
+        {0x81FF, 0x83FF, 0x81FF, 0},
+        // Features that the CPU lacks are kept, with a warning.
+        {0x1F, 0xF, 0x1F, 49},
+        {0x81DF, 0x2DF, 0x81DF, 49},
+        {0x1000, 0xFFF, 0x1000, 49},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(CheckMask(c.mask, c.detected), (Check{c.checked, c.status})) << std::hex << c.mask;
+    }
+    // The operating system does not save the wide registers: SSE4.2 is selected.
+    const Check check = CheckMask(0x81DF, 0x81DF);
+    EXPECT_EQ(check.status, ippStsFeatureNotSupported);
+    EXPECT_EQ(Select(check.mask), (Selection{2, 0xDF, 0}));
 }
 
 TEST(FeatureCheck, RemovesEachAvx512FeatureWithoutOperatingSystemSupport)
@@ -171,13 +179,6 @@ TEST(FeatureCheck, RemovesEachAvx512FeatureWithoutOperatingSystemSupport)
     EXPECT_EQ(CheckMask(group | 0xFF, group | 0xFF), (Check{0xFF, 49}));
 }
 
-TEST(FeatureCheck, WarnsAboutFeaturesThatTheCpuLacksAndKeepsThem)
-{
-    EXPECT_EQ(CheckMask(0x1F, 0xF), (Check{0x1F, 49}));
-    EXPECT_EQ(CheckMask(0x81DF, 0x2DF), (Check{0x81DF, 49}));
-    EXPECT_EQ(CheckMask(0x1000, 0xFFF), (Check{0x1000, 49}));
-}
-
 TEST(FeatureCheck, WarnsAboutUnknownFeaturesUnlessTheCpuLacksOne)
 {
     for (int bit = 37; bit <= 62; ++bit) {
@@ -186,14 +187,6 @@ TEST(FeatureCheck, WarnsAboutUnknownFeaturesUnlessTheCpuLacksOne)
         EXPECT_EQ(CheckMask(unknown, 0), (Check{unknown, 49})) << bit;
         EXPECT_EQ(CheckMask(unknown | 0x100, unknown | 0x100), (Check{unknown, 49})) << bit;
     }
-}
-
-// The operating system does not save the wide registers.
-TEST(FeatureCheck, SelectsSse42ForAvx2WithoutOperatingSystemSupport)
-{
-    std::uint64_t mask = 0x81DF;
-    EXPECT_EQ(ZtaCheckFeatures(mask, 0x81DF), ippStsFeatureNotSupported);
-    EXPECT_EQ(Select(mask), (Selection{2, 0xDF, 0}));
 }
 
 TEST(Vendor, IsIntelOnlyIfAllThreeRegistersMatch)
@@ -223,21 +216,18 @@ TEST(Vendor, IsReadFromThisCpu)
 
 TEST(CpuFeatures, AreThoseOfTheCpu)
 {
-    unsigned long mask = 0;
-    unsigned words[4] = {};
-    EXPECT_EQ(ippGetCpuFeatures(&mask, words), ippStsNoErr);
-    EXPECT_EQ(mask, DetectedFeatures());
     unsigned expected[4] = {};
     ASSERT_TRUE(__get_cpuid(1, &expected[0], &expected[1], &expected[2], &expected[3]));
-    EXPECT_EQ(words[0], expected[0]);
-    EXPECT_EQ(words[1] & 0xFFFFFF, expected[1] & 0xFFFFFF); // the highest byte is the number of the core
-    EXPECT_EQ(words[2], expected[2]);
-    EXPECT_EQ(words[3], expected[3]);
-
-    mask = 0;
-    EXPECT_EQ(ippGetCpuFeatures(&mask, nullptr), ippStsNoErr);
-    EXPECT_EQ(mask, DetectedFeatures());
-    mask = 0;
+    unsigned words[4] = {};
+    for (unsigned* const leaf1 : {words, static_cast<unsigned*>(nullptr)}) {
+        unsigned long mask = 0;
+        EXPECT_EQ(ippGetCpuFeatures(&mask, leaf1), ippStsNoErr);
+        EXPECT_EQ(mask, DetectedFeatures());
+    }
+    words[1] &= 0xFFFFFF; // the highest byte is the number of the core
+    expected[1] &= 0xFFFFFF;
+    EXPECT_TRUE(std::equal(std::begin(words), std::end(words), std::begin(expected)));
+    unsigned long mask = 0;
     EXPECT_EQ(ownGetMaskFeatures(&mask), 1);
     EXPECT_EQ(mask, DetectedFeatures());
 }
@@ -280,18 +270,21 @@ TEST(SetCpuFeatures, ReturnsTheStatusOfTheCheckBeforeThatOfTheSelection)
         GTEST_SKIP() << "this CPU has no SSSE3";
     }
     InFreshProcess([] {
-        EXPECT_EQ(ippSetCpuFeatures(0x1F), 0);
-        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x1Fu);
-        EXPECT_EQ(ippSetCpuFeatures(0x10), 51);
-        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x1Fu);
-        EXPECT_EQ(ippSetCpuFeatures(0), 36);
-        EXPECT_EQ(ippGetEnabledCpuFeatures(), 1u);
-        EXPECT_EQ(ippSetCpuFeatures(2), 36);
-        EXPECT_EQ(ippGetEnabledCpuFeatures(), 3u);
-        EXPECT_EQ(ippSetCpuFeatures(0x101F), 49); // bit 12 has no meaning and is never detected
-        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x101Fu);
-        EXPECT_EQ(ippSetCpuFeatures(0x1010), 49); // the warning of the check takes precedence
-        EXPECT_EQ(ippGetEnabledCpuFeatures(), 0x101Fu);
+        const struct {
+            unsigned long mask;
+            int status;
+            unsigned long enabled;
+        } cases[] = {{0x1F, 0, 0x1F},
+                     {0x10, 51, 0x1F},
+                     {0, 36, 1},
+                     {2, 36, 3},
+                     // Bit 12 has no meaning and is never detected: the warning of the check takes precedence.
+                     {0x101F, 49, 0x101F},
+                     {0x1010, 49, 0x101F}};
+        for (const auto& c : cases) {
+            EXPECT_EQ(ippSetCpuFeatures(c.mask), c.status) << std::hex << c.mask;
+            EXPECT_EQ(ippGetEnabledCpuFeatures(), c.enabled) << std::hex << c.mask;
+        }
         unsigned index = 99;
         EXPECT_EQ(ownSetCpuFeaturesAndIdx(0x7, &index), 0);
         EXPECT_EQ(index, 0u);

@@ -90,13 +90,7 @@ public:
         const bool saves_at_once = dice_.Below(2) == 0;
         Model model(saves_at_once);
         ReplaceFile(model);
-        bool is_rejected = false;
-        try {
-            model.Load();
-        } catch (const std::out_of_range&) {
-            is_rejected = true;
-        }
-        if (is_rejected) {
+        if (!IsLoaded(model)) {
             EXPECT_THROW(CZtIniFile(name_, saves_at_once), std::out_of_range);
             EXPECT_EQ(ReadTextFile(name_), Narrow(*model.disk));
             return;
@@ -120,18 +114,13 @@ private:
         WriteTextFile(name_, Narrow(*model.disk));
     }
 
-    void Reload(CZtIniFile& file, Model& model)
+    /// Loads the model's file. Returns false if the model rejects it.
+    static bool IsLoaded(Model& model)
     {
-        bool is_rejected = false;
         try {
-            model.Load();
+            return model.Load();
         } catch (const std::out_of_range&) {
-            is_rejected = true;
-        }
-        if (is_rejected) {
-            EXPECT_THROW(file.Load(), std::out_of_range);
-        } else {
-            EXPECT_TRUE(file.Load());
+            return false;
         }
     }
 
@@ -198,7 +187,11 @@ private:
             if (dice_.Below(2) == 0) {
                 ReplaceFile(model);
             }
-            Reload(file, model);
+            if (IsLoaded(model)) {
+                EXPECT_TRUE(file.Load());
+            } else {
+                EXPECT_THROW(file.Load(), std::out_of_range);
+            }
             break;
         }
     }

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -39,50 +40,30 @@ Classified Classify(SZtaWaveFormatInfo format)
     return {status, property};
 }
 
-Classified Classify(std::uint32_t type, std::uint32_t container, std::uint32_t valid, std::uint32_t rate,
-                    std::uint32_t channels)
+Classified Model(const SZtaWaveFormatInfo& format)
 {
-    return Classify(WaveFormat(type, container, valid, rate, channels));
-}
-
-Classified Model(std::uint32_t type, std::uint32_t container, std::uint32_t valid, std::uint32_t rate,
-                 std::uint32_t channels)
-{
-    const auto property = models::Property(type, container, valid, rate, channels);
+    const auto property = models::Property(format);
     return property ? Accepted(*property) : kRejected;
 }
 
 TEST(SampleFormat, NumbersThePropertiesFrom0To26)
 {
+    constexpr EZtAudioSampleFormatProperty kProperties[] = {
+        keZtAudioSampleFormatInvalid,       keZtAudioSampleFormat16In16Mono,      keZtAudioSampleFormat16In16Stereo,
+        keZtAudioSampleFormat16In16Mux4,    keZtAudioSampleFormat16In16Mux8,      keZtAudioSampleFormat16In16Mux16,
+        keZtAudioSampleFormat16In16Mux32,   keZtAudioSampleFormat16In16Mux64,     keZtAudioSampleFormat24In32Mono,
+        keZtAudioSampleFormat24In32Stereo,  keZtAudioSampleFormat24In32Mux4,      keZtAudioSampleFormat24In32Mux8,
+        keZtAudioSampleFormat24In32Mux16,   keZtAudioSampleFormat24In32Mux32,     keZtAudioSampleFormat24In32Mux64,
+        keZtAudioSampleFormat24In32Other,   keZtAudioSampleFormatFloat32Mono,     keZtAudioSampleFormatFloat32Stereo,
+        keZtAudioSampleFormat16In16Mono44k, keZtAudioSampleFormat16In16Stereo44k, keZtAudioSampleFormat24In24Mono,
+        keZtAudioSampleFormat24In24Stereo,  keZtAudioSampleFormat24In24Mux4,      keZtAudioSampleFormat24In24Mux8,
+        keZtAudioSampleFormat24In24Mux16,   keZtAudioSampleFormat24In24Mux32,     keZtAudioSampleFormat24In24Mux64};
     EXPECT_EQ(kSampleFormatCount, 27);
     EXPECT_EQ(sizeof(EZtAudioSampleFormatProperty), 4u);
-    EXPECT_EQ(keZtAudioSampleFormatInvalid, 0u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Mono, 1u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Stereo, 2u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Mux4, 3u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Mux8, 4u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Mux16, 5u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Mux32, 6u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Mux64, 7u);
-    EXPECT_EQ(keZtAudioSampleFormat24In32Mono, 8u);
-    EXPECT_EQ(keZtAudioSampleFormat24In32Stereo, 9u);
-    EXPECT_EQ(keZtAudioSampleFormat24In32Mux4, 10u);
-    EXPECT_EQ(keZtAudioSampleFormat24In32Mux8, 11u);
-    EXPECT_EQ(keZtAudioSampleFormat24In32Mux16, 12u);
-    EXPECT_EQ(keZtAudioSampleFormat24In32Mux32, 13u);
-    EXPECT_EQ(keZtAudioSampleFormat24In32Mux64, 14u);
-    EXPECT_EQ(keZtAudioSampleFormat24In32Other, 15u);
-    EXPECT_EQ(keZtAudioSampleFormatFloat32Mono, 16u);
-    EXPECT_EQ(keZtAudioSampleFormatFloat32Stereo, 17u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Mono44k, 18u);
-    EXPECT_EQ(keZtAudioSampleFormat16In16Stereo44k, 19u);
-    EXPECT_EQ(keZtAudioSampleFormat24In24Mono, 20u);
-    EXPECT_EQ(keZtAudioSampleFormat24In24Stereo, 21u);
-    EXPECT_EQ(keZtAudioSampleFormat24In24Mux4, 22u);
-    EXPECT_EQ(keZtAudioSampleFormat24In24Mux8, 23u);
-    EXPECT_EQ(keZtAudioSampleFormat24In24Mux16, 24u);
-    EXPECT_EQ(keZtAudioSampleFormat24In24Mux32, 25u);
-    EXPECT_EQ(keZtAudioSampleFormat24In24Mux64, 26u);
+    ASSERT_EQ(std::size(kProperties), 27u);
+    for (std::uint32_t i = 0; i < 27; ++i) {
+        EXPECT_EQ(kProperties[i], i);
+    }
 }
 
 TEST(SampleFormat, HasOneCompleteFormatForEachProperty)
@@ -118,8 +99,8 @@ TEST(SampleFormat, ClassifiesEveryCombinationLikeTheModel)
             for (const std::uint32_t valid : {0u, 8u, 16u, 20u, 24u, 32u}) {
                 for (const std::uint32_t rate : {0u, 44100u, 48000u, 96000u}) {
                     for (std::uint32_t channels = 0; channels <= 65; ++channels) {
-                        ASSERT_EQ(Classify(type, container, valid, rate, channels),
-                                  Model(type, container, valid, rate, channels))
+                        const SZtaWaveFormatInfo format = WaveFormat(type, container, valid, rate, channels);
+                        ASSERT_EQ(Classify(format), Model(format))
                             << "type " << type << " container " << container << " valid " << valid << " rate " << rate
                             << " channels " << channels;
                     }
@@ -132,9 +113,9 @@ TEST(SampleFormat, ClassifiesEveryCombinationLikeTheModel)
 TEST(SampleFormat, RejectsChannelCountsFarBeyondTheTable)
 {
     for (const std::uint32_t channels : {128u, 256u, 0x10001u, 0x80000000u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(Classify(1, 16, 16, 48000, channels), kRejected) << channels;
-        EXPECT_EQ(Classify(1, 24, 24, 48000, channels), kRejected) << channels;
-        EXPECT_EQ(Classify(1, 32, 24, 48000, channels), Accepted(15)) << channels;
+        EXPECT_EQ(Classify(WaveFormat(1, 16, 16, 48000, channels)), kRejected) << channels;
+        EXPECT_EQ(Classify(WaveFormat(1, 24, 24, 48000, channels)), kRejected) << channels;
+        EXPECT_EQ(Classify(WaveFormat(1, 32, 24, 48000, channels)), Accepted(15)) << channels;
     }
 }
 
@@ -153,48 +134,42 @@ TEST(SampleFormat, DoesNotReadTheRecordSizeNorWriteTheRecord)
 TEST(SampleFormat, HasRequiredResultsThatLookWrong)
 {
     const struct {
-        std::uint32_t type;
-        std::uint32_t container;
-        std::uint32_t valid;
-        std::uint32_t rate;
-        std::uint32_t channels;
+        SZtaWaveFormatInfo format;
         std::uint32_t property; ///< 0 if the format is rejected
     } cases[] = {
         // PCM and multi-format words of 16-in-32, mono and stereo, are 16-in-16.
-        {1, 32, 16, 48000, 1, 1},
-        {1, 32, 16, 48000, 2, 2},
-        {1, 32, 16, 48000, 4, 0},
-        {1, 32, 16, 44100, 1, 0},
-        {1, 32, 16, 44100, 2, 0},
-        {3, 32, 16, 48000, 1, 1},
-        {3, 32, 16, 48000, 2, 2},
-        {3, 32, 16, 48000, 4, 0},
-        {3, 16, 16, 48000, 2, 0},
+        {WaveFormat(1, 32, 16, 48000, 1), 1},
+        {WaveFormat(1, 32, 16, 48000, 2), 2},
+        {WaveFormat(1, 32, 16, 48000, 4), 0},
+        {WaveFormat(1, 32, 16, 44100, 1), 0},
+        {WaveFormat(1, 32, 16, 44100, 2), 0},
+        {WaveFormat(3, 32, 16, 48000, 1), 1},
+        {WaveFormat(3, 32, 16, 48000, 2), 2},
+        {WaveFormat(3, 32, 16, 48000, 4), 0},
+        {WaveFormat(3, 16, 16, 48000, 2), 0},
         // Multi-format words of 24-in-32 are PCM.
-        {3, 32, 24, 48000, 1, 8},
-        {3, 32, 24, 48000, 64, 14},
-        {3, 32, 24, 48000, 3, 15},
+        {WaveFormat(3, 32, 24, 48000, 1), 8},
+        {WaveFormat(3, 32, 24, 48000, 64), 14},
+        {WaveFormat(3, 32, 24, 48000, 3), 15},
         // 20 valid bits are 24 for mono and stereo at 48000 Hz only.
-        {1, 32, 20, 48000, 1, 8},
-        {1, 32, 20, 48000, 2, 9},
-        {1, 32, 20, 48000, 4, 0},
-        {1, 32, 20, 44100, 2, 0},
-        {3, 32, 20, 48000, 2, 0},
+        {WaveFormat(1, 32, 20, 48000, 1), 8},
+        {WaveFormat(1, 32, 20, 48000, 2), 9},
+        {WaveFormat(1, 32, 20, 48000, 4), 0},
+        {WaveFormat(1, 32, 20, 44100, 2), 0},
+        {WaveFormat(3, 32, 20, 48000, 2), 0},
         // Any other container of 32 bits with 24 valid bits is "other".
-        {2, 32, 24, 44100, 6, 15},
-        {2, 32, 24, 48000, 2, 15},
-        {9, 32, 24, 48000, 2, 15},
-        {9, 16, 24, 48000, 2, 0},
-        {4, 32, 24, 48000, 1, 15},
-        {1, 32, 24, 96000, 2, 15},
+        {WaveFormat(2, 32, 24, 44100, 6), 15},
+        {WaveFormat(2, 32, 24, 48000, 2), 15},
+        {WaveFormat(9, 32, 24, 48000, 2), 15},
+        {WaveFormat(9, 16, 24, 48000, 2), 0},
+        {WaveFormat(4, 32, 24, 48000, 1), 15},
+        {WaveFormat(1, 32, 24, 96000, 2), 15},
         // 24-in-24 exists at 48000 Hz only.
-        {1, 24, 24, 44100, 1, 0},
-        {1, 24, 24, 44100, 2, 0},
+        {WaveFormat(1, 24, 24, 44100, 1), 0},
+        {WaveFormat(1, 24, 24, 44100, 2), 0},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(Classify(c.type, c.container, c.valid, c.rate, c.channels),
-                  c.property != 0 ? Accepted(c.property) : kRejected)
-            << &c - cases;
+        EXPECT_EQ(Classify(c.format), c.property != 0 ? Accepted(c.property) : kRejected) << &c - cases;
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "kernels/audio_processing_util.h"
 #include "testing/fake_audio_samples.h"
+#include "testing/models/format_model.h"
 
 #include <zta/status.h>
 
@@ -64,24 +65,11 @@ inline Bytes PadWithPoison(Bytes bytes, std::size_t size)
     return bytes;
 }
 
-/// A wave format of each property from 1 to 26. Independent of the library's table.
+/// A wave format of each property from 1 to 26.
 inline SZtaWaveFormatInfo FormatOfProperty(int property)
 {
-    constexpr std::uint32_t kChannels[] = {1, 2, 4, 8, 16, 32, 64};
-    if (property >= 20) {
-        return WaveFormat(1, 24, 24, 48000, kChannels[property - 20]);
-    }
-    if (property >= 18) {
-        return WaveFormat(1, 16, 16, 44100, kChannels[property - 18]);
-    }
-    if (property >= 16) {
-        return WaveFormat(2, 32, 32, 48000, kChannels[property - 16]);
-    }
-    if (property == 15) {
-        return WaveFormat(1, 32, 24, 96000, 2);
-    }
-    return property >= 8 ? WaveFormat(1, 32, 24, 48000, kChannels[property - 8])
-                         : WaveFormat(1, 16, 16, 48000, kChannels[property - 1]);
+    return property == 15 ? WaveFormat(1, 32, 24, 96000, 2)
+                          : models::FormatOfProperty(static_cast<std::uint32_t>(property));
 }
 
 /// Expects one table entry for each case, in their order. `input` and `output` are the members with the properties.

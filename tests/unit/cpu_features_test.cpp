@@ -92,44 +92,48 @@ TEST(CpuFeatureDetection, ReadsEachFeatureFromItsBit)
     }
 }
 
+/// The features of the leaves without the bits `bits` of a register.
+std::uint64_t FeaturesWithout(SZtaCpuidLeaves leaves, SZtaCpuidLeaf SZtaCpuidLeaves::*leaf,
+                              std::uint32_t SZtaCpuidLeaf::*reg, std::uint32_t bits)
+{
+    leaves.*leaf.*reg &= ~bits;
+    return ZtaDetectCpuFeatures(leaves);
+}
+
+std::uint64_t FeaturesWithXcr0(SZtaCpuidLeaves leaves, std::uint64_t xcr0)
+{
+    leaves.ui64Xcr0 = xcr0;
+    return ZtaDetectCpuFeatures(leaves);
+}
+
 TEST(CpuFeatureDetection, RequiresFmaAndBothBitManipulationSetsForAvx2)
 {
     EXPECT_TRUE(ZtaDetectCpuFeatures(WithAvx2()) & 0x8000);
     for (int bit : {3, 5, 8}) {
-        SZtaCpuidLeaves leaves = WithAvx2();
-        leaves.sLeaf7.ulEbx &= ~Bit(bit);
-        EXPECT_FALSE(ZtaDetectCpuFeatures(leaves) & 0x8000) << bit;
+        EXPECT_FALSE(FeaturesWithout(WithAvx2(), &SZtaCpuidLeaves::sLeaf7, &SZtaCpuidLeaf::ulEbx, Bit(bit)) & 0x8000)
+            << bit;
     }
-    SZtaCpuidLeaves leaves = WithAvx2();
-    leaves.sLeaf1.ulEcx &= ~Bit(12);
-    EXPECT_FALSE(ZtaDetectCpuFeatures(leaves) & 0x8000);
+    EXPECT_FALSE(FeaturesWithout(WithAvx2(), &SZtaCpuidLeaves::sLeaf1, &SZtaCpuidLeaf::ulEcx, Bit(12)) & 0x8000);
 }
 
 TEST(CpuFeatureDetection, EnablesWideRegistersOnlyIfTheOperatingSystemSupportsThem)
 {
     EXPECT_TRUE(ZtaDetectCpuFeatures(WithAvx2()) & 0x200);
     for (std::uint64_t xcr0 : {0u, 1u, 2u, 3u, 4u, 5u}) {
-        SZtaCpuidLeaves leaves = WithAvx2();
-        leaves.ui64Xcr0 = xcr0;
-        EXPECT_FALSE(ZtaDetectCpuFeatures(leaves) & 0x200) << xcr0;
+        EXPECT_FALSE(FeaturesWithXcr0(WithAvx2(), xcr0) & 0x200) << xcr0;
     }
     for (int bit : {27, 28}) {
-        SZtaCpuidLeaves leaves = WithAvx2();
-        leaves.sLeaf1.ulEcx &= ~Bit(bit);
-        EXPECT_FALSE(ZtaDetectCpuFeatures(leaves) & 0x200) << bit;
+        EXPECT_FALSE(FeaturesWithout(WithAvx2(), &SZtaCpuidLeaves::sLeaf1, &SZtaCpuidLeaf::ulEcx, Bit(bit)) & 0x200)
+            << bit;
     }
 
     SZtaCpuidLeaves leaves = Bare();
+    EXPECT_EQ(FeaturesWithXcr0(leaves, 0xE0), 0u);
     leaves.sLeaf1.ulEcx = Bit(27);
-    leaves.ui64Xcr0 = 0xE0;
-    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0x200000000u);
+    EXPECT_EQ(FeaturesWithXcr0(leaves, 0xE0), 0x200000000u);
     for (std::uint64_t xcr0 : {0x60u, 0xA0u, 0xC0u}) {
-        leaves.ui64Xcr0 = xcr0;
-        EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0u) << xcr0;
+        EXPECT_EQ(FeaturesWithXcr0(leaves, xcr0), 0u) << xcr0;
     }
-    leaves.ui64Xcr0 = 0xE0;
-    leaves.sLeaf1.ulEcx = 0;
-    EXPECT_EQ(ZtaDetectCpuFeatures(leaves), 0u);
 }
 
 TEST(CpuFeatureDetection, RecognizesOneCpuByFamilyAndModel)
@@ -164,39 +168,38 @@ TEST(CpuFeatureDetection, AgreesWithTheCompilersRuntime)
 
 TEST(LoopVariants, AreSelectedByTheirFeaturesInOrder)
 {
-    EXPECT_STREQ(ZtaBestLoops(0).pszName, "scalar");
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(Bare())).pszName, "scalar");
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(WithAvx2())).pszName, "avx2");
-    SZtaCpuidLeaves leaves = WithAvx2();
-    leaves.ui64Xcr0 = 3; // an operating system that does not save the wide registers
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(leaves)).pszName, "scalar");
-    leaves = WithAvx2();
-    leaves.sLeaf1.ulEcx &= ~Bit(12); // AVX2 without FMA
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(leaves)).pszName, "scalar");
-}
-
-TEST(LoopVariants, RequireAllAvx512FeaturesAndOperatingSystemSupport)
-{
-    SZtaCpuidLeaves leaves = WithAvx2();
-    leaves.sLeaf7.ulEbx |= Bit(16) | Bit(17) | Bit(30) | Bit(31);
-    leaves.sLeaf7.ulEcx |= Bit(1);
-    leaves.ui64Xcr0 = 0xE7;
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(leaves)).pszName, "avx512");
-    for (const int bit : {16, 17, 30, 31}) {
-        SZtaCpuidLeaves less = leaves;
-        less.sLeaf7.ulEbx &= ~Bit(bit);
-        EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(less)).pszName, "avx2") << bit;
+    constexpr auto leaf1 = &SZtaCpuidLeaves::sLeaf1;
+    constexpr auto leaf7 = &SZtaCpuidLeaves::sLeaf7;
+    constexpr auto ebx = &SZtaCpuidLeaf::ulEbx;
+    constexpr auto ecx = &SZtaCpuidLeaf::ulEcx;
+    SZtaCpuidLeaves avx512 = WithAvx2();
+    avx512.sLeaf7.ulEbx |= Bit(16) | Bit(17) | Bit(30) | Bit(31);
+    avx512.sLeaf7.ulEcx |= Bit(1);
+    avx512.ui64Xcr0 = 0xE7;
+    const struct {
+        const char* name;
+        std::uint64_t features;
+        const char* variant;
+    } cases[] = {
+        {"no leaves", 0, "scalar"},
+        {"no feature", ZtaDetectCpuFeatures(Bare()), "scalar"},
+        {"AVX2", ZtaDetectCpuFeatures(WithAvx2()), "avx2"},
+        {"AVX2 without wide registers", FeaturesWithXcr0(WithAvx2(), 3), "scalar"},
+        {"AVX2 without FMA", FeaturesWithout(WithAvx2(), leaf1, ecx, Bit(12)), "scalar"},
+        {"AVX-512", ZtaDetectCpuFeatures(avx512), "avx512"},
+        {"AVX-512 without F", FeaturesWithout(avx512, leaf7, ebx, Bit(16)), "avx2"},
+        {"AVX-512 without DQ", FeaturesWithout(avx512, leaf7, ebx, Bit(17)), "avx2"},
+        {"AVX-512 without BW", FeaturesWithout(avx512, leaf7, ebx, Bit(30)), "avx2"},
+        {"AVX-512 without VL", FeaturesWithout(avx512, leaf7, ebx, Bit(31)), "avx2"},
+        {"AVX-512 without VBMI", FeaturesWithout(avx512, leaf7, ecx, Bit(1)), "avx2"},
+        {"AVX-512 without mask registers", FeaturesWithXcr0(avx512, 0xC7), "avx2"},
+        {"AVX-512 without upper halves", FeaturesWithXcr0(avx512, 0xA7), "avx2"},
+        {"AVX-512 without upper registers", FeaturesWithXcr0(avx512, 0x67), "avx2"},
+        {"AVX-512 without FMA", FeaturesWithout(avx512, leaf1, ecx, Bit(12)), "scalar"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_STREQ(ZtaBestLoops(c.features).pszName, c.variant) << c.name;
     }
-    SZtaCpuidLeaves withoutVbmi = leaves;
-    withoutVbmi.sLeaf7.ulEcx &= ~Bit(1);
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(withoutVbmi)).pszName, "avx2");
-    for (const int bit : {5, 6, 7}) {
-        SZtaCpuidLeaves less = leaves;
-        less.ui64Xcr0 &= ~std::uint64_t{Bit(bit)};
-        EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(less)).pszName, "avx2") << bit;
-    }
-    leaves.sLeaf1.ulEcx &= ~Bit(12); // without FMA
-    EXPECT_STREQ(ZtaBestLoops(ZtaDetectCpuFeatures(leaves)).pszName, "scalar");
 }
 
 TEST(LoopVariants, AreFoundByNameIfTheCpuSupportsThem)

@@ -25,6 +25,7 @@ namespace {
 
 constexpr const wchar_t* kModule = L"/opt/media/libZtaAudioSamplesEngine.so";
 constexpr const char* kLine = " {45F20097-F519-4DCF-80D8CC0D06CBF259}=/opt/media/libZtaAudioSamplesEngine.so\n";
+const std::string kRegisteredFile = std::string(" [CLSID]\n") + kLine;
 constexpr const char* kRegistered = "- - Register KelvarVideo AudioSamples Engine\n";
 constexpr const char* kUnregistered = "- - Unregister KelvarVideo AudioSamples Engine\n";
 constexpr const char* kNoVariable = "ZtInternalGetIniFilePath: Environement variable ORBUTILS not found.\n";
@@ -74,25 +75,19 @@ protected:
     std::string file_ = directory_.File("CLSIDs");
 };
 
-TEST_F(Registration, WritesItsLineBelowTheSection)
+TEST_F(Registration, WritesItsLineBelowTheSectionAndRemovesItUnderEachName)
 {
-    Expect(Run(Register), 0, kRegistered);
-    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
-}
-
-TEST_F(Registration, RemovesItsLineAndKeepsTheSection)
-{
-    Write(std::string(" [CLSID]\n") + kLine);
-    Expect(Run(DllUnregisterServer), 0, kUnregistered);
-    EXPECT_EQ(Read(), " [CLSID]\n");
-}
-
-TEST_F(Registration, HasInternalNamesForBothFunctions)
-{
-    Expect(Run([] { return ZtInternalRegisterAllServers(kModule); }), 0, kRegistered);
-    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
-    Expect(Run(ZtInternalUnregisterAllServers), 0, kUnregistered);
-    EXPECT_EQ(Read(), " [CLSID]\n");
+    for (const auto& function :
+         {std::function<int()>(Register), {[] { return ZtInternalRegisterAllServers(kModule); }}}) {
+        std::filesystem::remove(file_);
+        Expect(Run(function), 0, kRegistered);
+        EXPECT_EQ(Read(), kRegisteredFile);
+    }
+    for (const auto& function : {DllUnregisterServer, ZtInternalUnregisterAllServers}) {
+        Write(kRegisteredFile);
+        Expect(Run(function), 0, kUnregistered);
+        EXPECT_EQ(Read(), " [CLSID]\n") << "the section is kept";
+    }
 }
 
 TEST_F(Registration, KeepsOtherLines)
@@ -113,11 +108,11 @@ TEST_F(Registration, TwiceKeepsOneLine)
 {
     Expect(Run(Register), 0, kRegistered);
     Expect(Run(Register), 0, kRegistered);
-    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+    EXPECT_EQ(Read(), kRegisteredFile);
     Expect(Run([] { return DllRegisterServer(L"/elsewhere.so"); }), 0, kRegistered);
     EXPECT_EQ(Read(), " [CLSID]\n {45F20097-F519-4DCF-80D8CC0D06CBF259}=/elsewhere.so\n");
     Expect(Run([] { return Register() + Register(); }), 0, std::string(kRegistered) + kRegistered);
-    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+    EXPECT_EQ(Read(), kRegisteredFile);
 }
 
 TEST_F(Registration, KeepsACommentedOutClassCommentedOut)
@@ -143,11 +138,11 @@ TEST_F(Registration, UnregisteringWithoutAFileSucceeds)
 TEST_F(Registration, ReportsAMissingVariableOnceAndFails)
 {
     // The message consists of bytes, so the stream drops the wide progress line.
-    const int fail = static_cast<int>(0x80004005);
-    Expect(RunWithout(Register), fail, kNoVariable);
-    Expect(RunWithout(DllUnregisterServer), fail, kNoVariable);
-    Expect(RunWithout([] { return ZtInternalRegisterServer(kForeign, L"name", kModule); }), fail, kNoVariable);
-    Expect(RunWithout([] { return ZtInternalUnregisterServer(kForeign); }), fail, kNoVariable);
+    for (int (*function)() : {+[] { return Register(); }, +[] { return DllUnregisterServer(); },
+                              +[] { return ZtInternalRegisterServer(kForeign, L"name", kModule); },
+                              +[] { return ZtInternalUnregisterServer(kForeign); }}) {
+        Expect(RunWithout(function), static_cast<int>(0x80004005), kNoVariable);
+    }
 }
 
 TEST_F(Registration, PrintsItsProgressForAnyStatus)
@@ -228,7 +223,7 @@ TEST_F(Registration, KeepsAllLinesForAPathThatTheLocaleCannotExpress)
     Expect(Run(register_accented), 0, kRegistered);
     EXPECT_EQ(Read(), "");
     Expect(Run(Register), 0, kRegistered);
-    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+    EXPECT_EQ(Read(), kRegisteredFile);
 }
 
 TEST_F(Registration, KeepsAllLinesOfAFileThatTheLocaleCannotRead)
@@ -250,34 +245,27 @@ TEST_F(Registration, RegistersASingleClass)
     EXPECT_EQ(Read(), " [CLSID]\n {01020304-0506-0708-090A0B0C0D0E0F10}=/opt/other.so\n");
     Expect(Run(Register), 0, kRegistered);
     Expect(Run([] { return ZtInternalUnregisterServer(kForeign); }), 0, "");
-    EXPECT_EQ(Read(), std::string(" [CLSID]\n") + kLine);
+    EXPECT_EQ(Read(), kRegisteredFile);
 }
 
-TEST_F(Registration, RejectsANullPathWithALogicError)
+/// Returns 77 if the registration throws the exception.
+template <class Exception>
+int RegisterAndCatch(const wchar_t* path)
+{
+    try {
+        return DllRegisterServer(path);
+    } catch (const Exception&) {
+        return 77;
+    }
+}
+
+TEST_F(Registration, PropagatesTheExceptionsOfANullPathAndOfAMalformedFile)
 {
     Write("[CLSID]\n");
-    const ChildResult result = Run([] {
-        try {
-            return DllRegisterServer(nullptr);
-        } catch (const std::logic_error&) {
-            return 77;
-        }
-    });
-    Expect(result, 77, "");
+    Expect(Run([] { return RegisterAndCatch<std::logic_error>(nullptr); }), 77, "");
     EXPECT_EQ(Read(), "[CLSID]\n");
-}
-
-TEST_F(Registration, PropagatesTheExceptionOfAMalformedFile)
-{
     Write("[CLSID\n");
-    const ChildResult result = Run([] {
-        try {
-            return Register();
-        } catch (const std::out_of_range&) {
-            return 77;
-        }
-    });
-    Expect(result, 77, "");
+    Expect(Run([] { return RegisterAndCatch<std::out_of_range>(kModule); }), 77, "");
     EXPECT_EQ(Read(), "[CLSID\n");
 }
 

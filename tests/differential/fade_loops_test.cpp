@@ -1,28 +1,17 @@
 // The fade loops of every variant that this CPU supports, compared with reference models in wide integers.
 
-#include "kernels/loops/loops.h"
 #include "testing/guarded_buffer.h"
+#include "testing/models/gain_model.h"
+#include "tests/differential/loop_test.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstring>
-#include <iterator>
-#include <random>
-#include <string>
-#include <vector>
 
+namespace zta::test {
 namespace {
 
 constexpr unsigned long kWordCounts[] = {1, 2, 3, 4, 5, 6, 8, 12, 16, 32, 64, 65};
 constexpr std::ptrdiff_t kSteps[] = {1, -1, 0, 2, -3};
 constexpr unsigned long kMaxFrames = 130;
-
-std::int64_t Floor(std::int64_t value, std::int64_t divisor)
-{
-    const std::int64_t quotient = value / divisor;
-    return value % divisor < 0 ? quotient - 1 : quotient;
-}
 
 // Reference models of one sample. Results wrap to the size of the sample.
 
@@ -31,7 +20,8 @@ struct Int16Model {
 
     static std::uint16_t Apply(std::uint16_t word, std::uint16_t gain)
     {
-        return static_cast<std::uint16_t>(Floor(static_cast<std::int16_t>(word) * std::int64_t{gain}, 32768));
+        return static_cast<std::uint16_t>(
+            models::FloorDivide(static_cast<std::int16_t>(word) * std::int64_t{gain}, 32768));
     }
 };
 
@@ -53,7 +43,7 @@ struct Int24In32Model {
     static std::uint32_t Apply(std::uint32_t word, std::uint32_t gain)
     {
         const std::int64_t product = std::int64_t{static_cast<std::int32_t>(word)} * static_cast<std::int32_t>(gain);
-        return static_cast<std::uint32_t>(2 * Floor(product, std::int64_t{1} << 32));
+        return static_cast<std::uint32_t>(2 * models::FloorDivide(product, std::int64_t{1} << 32));
     }
 };
 
@@ -62,9 +52,9 @@ struct MuxInt24In32Model {
 
     static std::uint32_t Apply(std::uint32_t word, std::uint32_t gain)
     {
-        const auto high = static_cast<std::uint32_t>(Floor(static_cast<std::int32_t>(word), 65536));
+        const auto high = static_cast<std::uint32_t>(models::FloorDivide(static_cast<std::int32_t>(word), 65536));
         const auto low = static_cast<std::int32_t>(word % 65536 / 2 * gain);
-        return 2 * (high * gain + static_cast<std::uint32_t>(Floor(low, 32768)));
+        return 2 * (high * gain + static_cast<std::uint32_t>(models::FloorDivide(low, 32768)));
     }
 };
 
@@ -92,14 +82,12 @@ public:
     void AtEveryAlignment()
     {
         constexpr std::size_t kZone = 64;
-        constexpr std::uint8_t kPoison = 0xA5;
         for (const unsigned long words : {1UL, 2UL, 4UL, 8UL, 16UL}) {
             for (std::size_t offset = kZone; offset < kZone + 64; ++offset) {
                 const unsigned long frames = 30 + random_() % 100;
                 const std::size_t end = offset + words * frames * sizeof(Word);
                 std::fill(buffer_.Begin(), buffer_.Begin() + end + kZone, kPoison);
                 ASSERT_NO_FATAL_FAILURE(Check(buffer_.Begin() + offset, words, frames, offset % 2 == 0 ? 1 : -1, true));
-                const auto IsPoison = [](std::uint8_t byte) { return byte == kPoison; };
                 ASSERT_TRUE(std::all_of(buffer_.Begin(), buffer_.Begin() + offset, IsPoison));
                 ASSERT_TRUE(std::all_of(buffer_.Begin() + end, buffer_.Begin() + end + kZone, IsPoison));
             }
@@ -162,32 +150,35 @@ private:
     GuardedBuffer gains_{3 * kMaxFrames * sizeof(Gain)};
 };
 
-class FadeLoop : public testing::TestWithParam<std::size_t> {
-protected:
-    void SetUp() override
-    {
-        if (!variant_.IsSupported(ZtaDetectCpuFeatures(ZtaReadCpuid()))) {
-            GTEST_SKIP() << "not supported by this CPU: " << variant_.psLoops->pszName;
-        }
-    }
-
-    const SZtaLoopVariant& variant_ = kLoopVariants[GetParam()];
+struct Op {
+    const char* name;
+    void (*atEveryLength)(const SZtaSampleLoops& loops);
+    void (*atEveryAlignment)(const SZtaSampleLoops& loops);
 };
 
-// The tests of one op.
 #define ZTA_TEST_ENTRY(op, bytes, gains)                                                                               \
-    TEST_P(FadeLoop, op##EqualsTheModelAtEveryLengthAndReadsNoOtherGain)                                               \
-    {                                                                                                                  \
-        Fade<op##Model, decltype(gains)::value_type>(variant_.psLoops->pfnFade##op).AtEveryLength();                   \
-    }                                                                                                                  \
-    TEST_P(FadeLoop, op##EqualsTheModelAtEveryAlignmentAndWritesNothingElse)                                           \
-    {                                                                                                                  \
-        Fade<op##Model, decltype(gains)::value_type>(variant_.psLoops->pfnFade##op).AtEveryAlignment();                \
-    }
-ZTA_FADE_LOOP_LIST(ZTA_TEST_ENTRY)
+    {#op,                                                                                                              \
+     [](const SZtaSampleLoops& l) { Fade<op##Model, decltype(gains)::value_type>(l.pfnFade##op).AtEveryLength(); },    \
+     [](const SZtaSampleLoops& l) {                                                                                    \
+         Fade<op##Model, decltype(gains)::value_type>(l.pfnFade##op).AtEveryAlignment();                               \
+     }},
+constexpr Op kOps[] = {ZTA_FADE_LOOP_LIST(ZTA_TEST_ENTRY)};
 #undef ZTA_TEST_ENTRY
 
-INSTANTIATE_TEST_SUITE_P(All, FadeLoop, testing::Range(std::size_t{0}, std::size(kLoopVariants)),
-                         [](const auto& param) { return std::string(kLoopVariants[param.param].psLoops->pszName); });
+class FadeLoop : public LoopTest {};
+
+TEST_P(FadeLoop, EqualsTheModelAtEveryLengthAndReadsNoOtherGain)
+{
+    kOps[CaseIndex()].atEveryLength(loops_);
+}
+
+TEST_P(FadeLoop, EqualsTheModelAtEveryAlignmentAndWritesNothingElse)
+{
+    kOps[CaseIndex()].atEveryAlignment(loops_);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FadeLoop, AllVariants(std::size(kOps)),
+                         VariantAnd([](std::size_t i) { return kOps[i].name; }));
 
 } // namespace
+} // namespace zta::test

@@ -1,5 +1,5 @@
 // The variants of the filter bank and of the resampling function, compared with the reference model and with each other
-// on random filters and signals, directly and through the public functions.
+// on random filters and signals.
 
 #include "testing/filter_spec.h"
 #include "testing/random_seed.h"
@@ -146,39 +146,6 @@ TEST(FilterVariants, ReturnTheSameOutputs)
             }
         }
     }
-}
-
-TEST(FilterVariants, AreReachedThroughThePublicFunctions)
-{
-    std::mt19937 random = Random();
-    const std::vector<std::int16_t> source = RandomSignal(random, 1200);
-    for (const SignalVariant& variant : SupportedSignalVariants()) {
-        const std::uint64_t kWithoutCheck = std::uint64_t{1} << 63;
-        ippSetCpuFeatures(kWithoutCheck | variant.features);
-        for (const auto& [in, out] : {std::pair{44100, 48000}, std::pair{48000, 44100}}) {
-            for (const TapKind kind : {TapKind::Int16, TapKind::Floats}) {
-                int size = 0;
-                int length = 0;
-                int height = 0;
-                ASSERT_EQ(ippsResamplePolyphaseFixedGetSize_16s(in, out, 32, &size, &length, &height, HintOf(kind)),
-                          ippStsNoErr);
-                const FilterBlock filter(static_cast<std::size_t>(size));
-                ASSERT_EQ(ippsResamplePolyphaseFixedInit_16s(in, out, 32, 1.0f, 9.0f, filter.Get(), HintOf(kind)),
-                          ippStsNoErr);
-                for (const int len : {1, 700}) {
-                    const Output output =
-                        RunBy(&ippsResamplePolyphaseFixed_16s, source, len, 1.0f, 17.25, filter, 2000);
-                    const Output direct =
-                        RunBy(variant.ippsResamplePolyphaseFixed_16s, source, len, 1.0f, 17.25, filter, 2000);
-                    EXPECT_EQ(output.samples, direct.samples);
-                    EXPECT_EQ(output.time, direct.time);
-                    EXPECT_EQ(output.samples.size(),
-                              models::Run(source.data(), len, 1.0f, 17.25, filter.Get(), false).samples.size());
-                }
-            }
-        }
-    }
-    ippInit();
 }
 
 } // namespace

@@ -86,41 +86,43 @@ TEST(HostRef, DetachesAndPutsWithoutLosingAReference)
     EXPECT_EQ(new_object.references, 1U);
 }
 
-TEST(HostFormats, CountTheBytesOfAFrame)
+TEST(HostFormats, HaveTheFieldsThatTheEngineComparesAFrameSizeAndAReadableName)
 {
     using namespace zta::host;
-    EXPECT_EQ(BytesPerFrame(Pcm16(1)), 2U);
-    EXPECT_EQ(BytesPerFrame(Pcm24In24(2)), 6U);
-    EXPECT_EQ(BytesPerFrame(Pcm24In32(64)), 256U);
-    EXPECT_EQ(BytesPerFrame(Float32(2)), 8U);
-    EXPECT_EQ(BytesPerFrame(Multi16(16)), 64U);
-    EXPECT_EQ(BytesPerFrame(SZtaWaveFormatInfo{}), 0U);
-}
-
-TEST(HostFormats, HaveTheFieldsThatTheEngineCompares)
-{
-    const auto expect = [](const SZtaWaveFormatInfo& format, const SZtaWaveFormatInfo& fields) {
-        EXPECT_EQ(std::memcmp(&format, &fields, 24), 0);
+    constexpr auto kPcm = keZtAudioDataTypePcm;
+    constexpr auto kOther = static_cast<EZtAudioDataType>(9);
+    const struct {
+        SZtaWaveFormatInfo format;
+        SZtaWaveFormatInfo fields;
+        std::size_t frameBytes;
+        const char* name;
+    } cases[] = {
+        {Pcm16(1), {24, 1, kPcm, 48000, 16, 16}, 2, "16-in-16 mono, 48000 Hz"},
+        {Pcm16(2, 44100), {24, 2, kPcm, 44100, 16, 16}, 4, "16-in-16 stereo, 44100 Hz"},
+        {Pcm20In32(1), {24, 1, kPcm, 48000, 32, 20}, 4, "20-in-32 mono, 48000 Hz"},
+        {Pcm24In32(1), {24, 1, kPcm, 48000, 32, 24}, 4, "24-in-32 mono, 48000 Hz"},
+        {Pcm24In32(64), {24, 64, kPcm, 48000, 32, 24}, 256, "24-in-32 64 channels, 48000 Hz"},
+        {Pcm24In24(2), {24, 2, kPcm, 48000, 24, 24}, 6, "24-in-24 stereo, 48000 Hz"},
+        {Float32(2), {24, 2, keZtAudioDataTypeFloat, 48000, 32, 32}, 8, "float 32 stereo, 48000 Hz"},
+        {Float32(8), {24, 8, keZtAudioDataTypeFloat, 48000, 32, 32}, 32, "float 32 8 channels, 48000 Hz"},
+        {Multi16(1), {24, 1, keZtAudioDataTypeMultiFormat, 48000, 32, 16}, 4, "multi-format 16-in-32 mono, 48000 Hz"},
+        {Multi24(4),
+         {24, 4, keZtAudioDataTypeMultiFormat, 48000, 32, 24},
+         16,
+         "multi-format 24-in-32 4 channels, 48000 Hz"},
+        {Opaque(1), {24, 1, keZtAudioDataTypeOpaque, 48000, 32, 32}, 4, "opaque 32-in-32 mono, 48000 Hz"},
+        {Opaque(2, 32, 20, 96000),
+         {24, 2, keZtAudioDataTypeOpaque, 96000, 32, 20},
+         8,
+         "opaque 20-in-32 stereo, 96000 Hz"},
+        {{24, 1, kOther, 8000, 8, 8}, {24, 1, kOther, 8000, 8, 8}, 1, "type 9 8-in-8 mono, 8000 Hz"},
     };
-    expect(zta::host::Pcm16(2, 44100), {24, 2, keZtAudioDataTypePcm, 44100, 16, 16});
-    expect(zta::host::Pcm20In32(1), {24, 1, keZtAudioDataTypePcm, 48000, 32, 20});
-    expect(zta::host::Pcm24In32(1), {24, 1, keZtAudioDataTypePcm, 48000, 32, 24});
-    expect(zta::host::Pcm24In24(8), {24, 8, keZtAudioDataTypePcm, 48000, 24, 24});
-    expect(zta::host::Float32(2), {24, 2, keZtAudioDataTypeFloat, 48000, 32, 32});
-    expect(zta::host::Multi16(4), {24, 4, keZtAudioDataTypeMultiFormat, 48000, 32, 16});
-    expect(zta::host::Multi24(4), {24, 4, keZtAudioDataTypeMultiFormat, 48000, 32, 24});
-    expect(zta::host::Opaque(2, 32, 20, 96000), {24, 2, keZtAudioDataTypeOpaque, 96000, 32, 20});
-}
-
-TEST(HostFormats, HaveReadableNames)
-{
-    EXPECT_EQ(zta::host::FormatName(zta::host::Pcm16(1)), "16-in-16 mono, 48000 Hz");
-    EXPECT_EQ(zta::host::FormatName(zta::host::Pcm24In32(2, 44100)), "24-in-32 stereo, 44100 Hz");
-    EXPECT_EQ(zta::host::FormatName(zta::host::Float32(8)), "float 32 8 channels, 48000 Hz");
-    EXPECT_EQ(zta::host::FormatName(zta::host::Multi16(1)), "multi-format 16-in-32 mono, 48000 Hz");
-    EXPECT_EQ(zta::host::FormatName(zta::host::Opaque(1)), "opaque 32-in-32 mono, 48000 Hz");
-    EXPECT_EQ(zta::host::FormatName({24, 1, static_cast<EZtAudioDataType>(9), 8000, 8, 8}),
-              "type 9 8-in-8 mono, 8000 Hz");
+    for (const auto& c : cases) {
+        EXPECT_EQ(std::memcmp(&c.format, &c.fields, 24), 0) << c.name;
+        EXPECT_EQ(BytesPerFrame(c.format), c.frameBytes) << c.name;
+        EXPECT_EQ(FormatName(c.format), c.name);
+    }
+    EXPECT_EQ(BytesPerFrame(SZtaWaveFormatInfo{}), 0U);
 }
 
 class HostAudioBuffer : public testing::Test {

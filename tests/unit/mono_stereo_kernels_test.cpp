@@ -170,45 +170,6 @@ TEST_F(ConvertMonoToStereo, InterleavesEachPairOfItsTableAndSetsTheOutputsLength
     }
 }
 
-TEST_F(ConvertMonoToStereo, RejectsInputsThatDifferBeforeTheOutput)
-{
-    FakeAudioSamples left = RandomSamples(kCases[0].MonoFormat(), 4, 4);
-    FakeAudioSamples slower = RandomSamples(kCases[1].MonoFormat(), 5, 5);
-    FakeAudioSamples longer = RandomSamples(kCases[0].MonoFormat(), 5, 5);
-    FakeAudioSamples stereo(k16.StereoFormat(), 0, 2);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &slower, &stereo),
-              ZT_E_BUFFER_FORMAT_MISMATCH); // the lengths differ, too
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &longer, &stereo), ZT_E_BUFFER_SIZE_MISMATCH);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&longer, &left, &stereo), ZT_E_BUFFER_SIZE_MISMATCH);
-    EXPECT_TRUE(stereo.calls.empty());
-}
-
-TEST_F(ConvertMonoToStereo, ValidatesTheCapacityBeforeThePair)
-{
-    FakeAudioSamples left = RandomSamples(k16.MonoFormat(), 4, 4);
-    FakeAudioSamples right = RandomSamples(k16.MonoFormat(), 4, 4);
-    FakeAudioSamples tooSmall(k16.StereoFormat(), 0, 3);
-    FakeAudioSamples tooSmallAndOther(k24In32.StereoFormat(), 0, 3);
-    FakeAudioSamples other(k24In32.StereoFormat(), 0, 4);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &tooSmall), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &tooSmallAndOther), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &other), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    for (const FakeAudioSamples* stereo : {&tooSmall, &tooSmallAndOther, &other}) {
-        EXPECT_EQ(stereo->data, Bytes(stereo->data.size()));
-        EXPECT_TRUE(stereo->lengthsSet.empty());
-    }
-}
-
-TEST_F(ConvertMonoToStereo, ReturnsTheFailureOfAKernelWithoutSettingTheLength)
-{
-    FakeAudioSamples left = RandomSamples(k24In24.MonoFormat(), 4, 4);
-    FakeAudioSamples right = RandomSamples(k24In24.MonoFormat(), 4, 4);
-    FakeAudioSamples stereo(k24In24.StereoFormat(), 0, 4);
-    stereo.data = Bytes(); // the host's buffer has no memory
-    EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), ZT_E_INVALID_POINTER);
-    EXPECT_TRUE(stereo.lengthsSet.empty());
-}
-
 // --- The operation that deinterleaves --------------------------------------------------------------------------------
 
 TEST_F(ConvertStereoToMono, DeinterleavesEachPairOfItsTableAndSetsTheOutputsLengths)
@@ -243,15 +204,6 @@ TEST_F(ConvertStereoToMono, SetsTheRightLengthOnlyIfSettingTheLeftOneSucceeds)
     }
 }
 
-TEST_F(ConvertStereoToMono, RejectsOutputsThatDifferBeforeCapacities)
-{
-    FakeAudioSamples stereo = RandomSamples(k16.StereoFormat(), 4, 4);
-    FakeAudioSamples left(kCases[0].MonoFormat(), 0, 1);
-    FakeAudioSamples right(kCases[1].MonoFormat(), 0, 1);
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), ZT_E_BUFFER_FORMAT_MISMATCH);
-    EXPECT_EQ(right.calls, kQueryCalls);
-}
-
 TEST_F(ConvertStereoToMono, RejectsCapacitiesOnlyIfBothAreTooSmall)
 {
     for (const Case& c : kCases) {
@@ -273,29 +225,6 @@ TEST_F(ConvertStereoToMono, RejectsCapacitiesOnlyIfBothAreTooSmall)
         EXPECT_TRUE(smaller.lengthsSet.empty());
         EXPECT_TRUE(small.lengthsSet.empty());
     }
-}
-
-TEST_F(ConvertStereoToMono, ValidatesTheCapacitiesBeforeThePair)
-{
-    FakeAudioSamples stereo = RandomSamples(k16.StereoFormat(), 4, 4);
-    FakeAudioSamples left(k24In32.MonoFormat(), 0, 3);
-    FakeAudioSamples right(k24In32.MonoFormat(), 0, 3);
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), ZT_E_DESTINATION_BUFFER_TOO_SMALL);
-    left.capacity = 16;
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED);
-    EXPECT_TRUE(left.lengthsSet.empty());
-}
-
-TEST_F(ConvertStereoToMono, ReturnsTheFailureOfAKernelWithoutSettingLengths)
-{
-    FakeAudioSamples stereo = RandomSamples(k24In24.StereoFormat(), 4, 4);
-    FakeAudioSamples left(k24In24.MonoFormat(), 0, 4);
-    FakeAudioSamples right(k24In24.MonoFormat(), 0, 4);
-    left.data = Bytes();
-    right.data = Bytes();
-    EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), ZT_E_INVALID_POINTER);
-    EXPECT_TRUE(left.lengthsSet.empty());
-    EXPECT_TRUE(right.lengthsSet.empty());
 }
 
 TEST_F(ConvertMonoToStereo, ReadsAnInputWithoutAPointerAsSilence)
@@ -381,6 +310,74 @@ TEST_F(MonoStereoOperations, SupportSeveralThreadsOnOneObject)
     }
     for (const bool right : isRight) {
         EXPECT_TRUE(right);
+    }
+}
+
+/// Buffers of mono and stereo samples that the operations reject.
+TEST_F(MonoStereoOperations, ValidateTheMonoBuffersThenTheCapacityThenThePair)
+{
+    const SZtaWaveFormatInfo mono = k16.MonoFormat();
+    const SZtaWaveFormatInfo mono44100 = kCases[1].MonoFormat();
+    const SZtaWaveFormatInfo stereo = k16.StereoFormat();
+    struct Buffer {
+        SZtaWaveFormatInfo format;
+        unsigned long frames; ///< valid ones of an input, the capacity of an output
+        bool isNull = false;
+    };
+    const struct {
+        bool interleaves;
+        Buffer left;
+        Buffer right;
+        Buffer stereo;
+        int status;
+    } cases[] = {
+        // The lengths differ, too.
+        {true, {mono, 4}, {mono44100, 5}, {stereo, 2}, ZT_E_BUFFER_FORMAT_MISMATCH},
+        {true, {mono, 4}, {mono, 5}, {stereo, 2}, ZT_E_BUFFER_SIZE_MISMATCH},
+        {true, {mono, 5}, {mono, 4}, {stereo, 2}, ZT_E_BUFFER_SIZE_MISMATCH},
+        {true, {mono, 4}, {mono, 4}, {stereo, 3}, ZT_E_DESTINATION_BUFFER_TOO_SMALL},
+        {true, {mono, 4}, {mono, 4}, {k24In32.StereoFormat(), 3}, ZT_E_DESTINATION_BUFFER_TOO_SMALL},
+        {true, {mono, 4}, {mono, 4}, {k24In32.StereoFormat(), 4}, ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED},
+        {false, {mono, 1}, {mono44100, 1}, {stereo, 4}, ZT_E_BUFFER_FORMAT_MISMATCH},
+        {false, {k24In32.MonoFormat(), 3}, {k24In32.MonoFormat(), 3}, {stereo, 4}, ZT_E_DESTINATION_BUFFER_TOO_SMALL},
+        {false,
+         {k24In32.MonoFormat(), 4},
+         {k24In32.MonoFormat(), 3},
+         {stereo, 4},
+         ZT_E_PROCESSING_FORMAT_NOT_SUPPORTED},
+        // The kernels of 24-in-24 fail without an output.
+        {true,
+         {k24In24.MonoFormat(), 4},
+         {k24In24.MonoFormat(), 4},
+         {k24In24.StereoFormat(), 4, true},
+         ZT_E_INVALID_POINTER},
+        {false,
+         {k24In24.MonoFormat(), 4, true},
+         {k24In24.MonoFormat(), 4, true},
+         {k24In24.StereoFormat(), 4},
+         ZT_E_INVALID_POINTER},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        std::vector<FakeAudioSamples> buffers;
+        for (const Buffer* buffer : {&c.left, &c.right, &c.stereo}) {
+            const bool isInput = c.interleaves == (buffer != &c.stereo);
+            buffers.push_back(RandomSamples(buffer->format, isInput ? buffer->frames : 0, buffer->frames));
+            if (buffer->isNull) {
+                buffers.back().data = Bytes();
+            }
+        }
+        const std::vector<FakeAudioSamples> before = buffers;
+        EXPECT_EQ(c.interleaves ? interleaver_.ConvertMonoToStereo(&buffers[0], &buffers[1], &buffers[2])
+                                : deinterleaver_.ConvertStereoToMono(&buffers[2], &buffers[0], &buffers[1]),
+                  c.status);
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(buffers[i].data, before[i].data);
+            EXPECT_TRUE(buffers[i].lengthsSet.empty());
+        }
+        // Inputs that differ are rejected before the output is queried.
+        const bool differ = c.interleaves && c.stereo.frames == 2;
+        EXPECT_EQ(buffers[2].calls, differ ? Calls() : kQueryCalls);
     }
 }
 

@@ -43,34 +43,25 @@ std::vector<SignalVariant> VariantsAndDispatch()
 
 INSTANTIATE_TEST_SUITE_P(Variants, Primitives, testing::ValuesIn(VariantsAndDispatch()), SignalVariantName());
 
-TEST_P(Primitives, RejectNullBeforeTheCount)
-{
-    const SignalVariant& variant = GetParam();
-    std::int16_t sample = 7;
-    for (const int len : {1, 0, -1, std::numeric_limits<int>::min()}) {
-        EXPECT_EQ(variant.ippsSet_16s(1, nullptr, len), ippStsNullPtrErr);
-        EXPECT_EQ(variant.ippsMove_16s(nullptr, &sample, len), ippStsNullPtrErr);
-        EXPECT_EQ(variant.ippsMove_16s(&sample, nullptr, len), ippStsNullPtrErr);
-        EXPECT_EQ(variant.ippsZero_64f(nullptr, len), ippStsNullPtrErr);
-        for (const double factor : {0.0, 1.0, 2.0}) {
-            EXPECT_EQ(variant.ippsMulC_64f_I(factor, nullptr, len), ippStsNullPtrErr);
-        }
-    }
-    EXPECT_EQ(sample, 7);
-}
-
-TEST_P(Primitives, RejectCountsBelowOneAndWriteNothing)
+TEST_P(Primitives, RejectNullThenCountsBelowOneAndWriteNothing)
 {
     const SignalVariant& variant = GetParam();
     const std::int16_t source = 1;
     std::int16_t sample = 7;
     double value = 3.0;
-    for (const int len : {0, -1, std::numeric_limits<int>::min()}) {
-        EXPECT_EQ(variant.ippsSet_16s(1, &sample, len), ippStsSizeErr);
-        EXPECT_EQ(variant.ippsMove_16s(&source, &sample, len), ippStsSizeErr);
-        EXPECT_EQ(variant.ippsZero_64f(&value, len), ippStsSizeErr);
-        for (const double factor : {0.0, 1.0, 2.0}) {
-            EXPECT_EQ(variant.ippsMulC_64f_I(factor, &value, len), ippStsSizeErr);
+    for (const int len : {1, 0, -1, std::numeric_limits<int>::min()}) {
+        const auto expect = [&](int status, std::int16_t* samples, double* values) {
+            EXPECT_EQ(variant.ippsSet_16s(1, samples, len), status);
+            EXPECT_EQ(variant.ippsMove_16s(&source, samples, len), status);
+            EXPECT_EQ(variant.ippsZero_64f(values, len), status);
+            for (const double factor : {0.0, 1.0, 2.0}) {
+                EXPECT_EQ(variant.ippsMulC_64f_I(factor, values, len), status);
+            }
+        };
+        expect(ippStsNullPtrErr, nullptr, nullptr);
+        EXPECT_EQ(variant.ippsMove_16s(nullptr, &sample, len), ippStsNullPtrErr);
+        if (len < 1) {
+            expect(ippStsSizeErr, &sample, &value);
         }
     }
     EXPECT_EQ(sample, 7);
@@ -232,7 +223,7 @@ TEST_P(Primitives, MulCByZeroLeavesNoNaN)
     }
 }
 
-TEST_P(Primitives, MallocAlignsEveryLengthTo64)
+TEST_P(Primitives, MallocAlignsEveryLengthTo64AndStoresTheStartBelowTheBlock)
 {
     const SignalVariant& variant = GetParam();
     std::vector<unsigned char*> blocks;
@@ -240,6 +231,9 @@ TEST_P(Primitives, MallocAlignsEveryLengthTo64)
         unsigned char* const block = variant.ippsMalloc_8u(len);
         ASSERT_NE(block, nullptr);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 64, 0u);
+        std::uintptr_t start = 0;
+        std::memcpy(&start, block - sizeof(start), sizeof(start));
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block), (start + 71) & ~std::uintptr_t{63});
         std::memset(block, len & 0xFF, static_cast<std::size_t>(len));
         blocks.push_back(block);
     }
@@ -248,18 +242,7 @@ TEST_P(Primitives, MallocAlignsEveryLengthTo64)
         EXPECT_EQ(std::count(block, block + len, len & 0xFF), len);
         variant.ippsFree(block);
     }
-}
-
-TEST_P(Primitives, MallocStoresTheStartBelowTheBlock)
-{
-    for (int len = 1; len <= 200; ++len) {
-        unsigned char* const block = GetParam().ippsMalloc_8u(len);
-        ASSERT_NE(block, nullptr);
-        std::uintptr_t start = 0;
-        std::memcpy(&start, block - sizeof(start), sizeof(start));
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block), (start + 71) & ~std::uintptr_t{63});
-        GetParam().ippsFree(block);
-    }
+    variant.ippsFree(nullptr); // does nothing
 }
 
 TEST_P(Primitives, MallocRejectsInvalidLengths)
@@ -272,11 +255,6 @@ TEST_P(Primitives, MallocRejectsInvalidLengths)
     unsigned char* const largest = variant.ippsMalloc_8u(highest - 72);
     ASSERT_NE(largest, nullptr) << "not rejected for its length";
     variant.ippsFree(largest);
-}
-
-TEST_P(Primitives, FreeOfNullDoesNothing)
-{
-    GetParam().ippsFree(nullptr);
 }
 
 TEST(Malloc, AllocatesLikeTheTypedFunction)

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <random>
 
 namespace zta::test {
@@ -39,23 +40,15 @@ protected:
         return {status, samples, time};
     }
 
-    /// Expects the samples of the reference model.
+    /// Expects the samples and the time of the reference model.
     void ExpectModel(const std::int16_t* source, int len, double time, const FilterBlock& filter,
                      float norm = 1.0f) const
     {
-        EXPECT_EQ(Run(source, len, time, filter.Get(), norm).samples,
-                  models::Run(source, len, norm, time, filter.Get(), false).samples)
-            << "len " << len << ", time " << time << ", norm " << norm;
-    }
-
-    /// Returns the output of a filter of one phase for a single sample at its center.
-    template <class Tap>
-    std::int16_t RunOne(const OnePhaseFilter<Tap>& filter, std::int16_t sample, float norm) const
-    {
-        const std::int16_t source[5] = {0, 0, sample, 0, 0};
-        const Output output = Run(source, 1, 2.0, filter.Get(), norm, 4);
-        EXPECT_EQ(output.samples.size(), 1u);
-        return output.samples.at(0);
+        SCOPED_TRACE(testing::Message() << "len " << len << ", time " << time << ", norm " << norm);
+        const Output output = Run(source, len, time, filter.Get(), norm);
+        const models::ResampleResult model = models::Run(source, len, norm, time, filter.Get(), false);
+        EXPECT_EQ(output.samples, model.samples);
+        EXPECT_EQ(output.time, model.time);
     }
 };
 
@@ -120,27 +113,23 @@ TEST_P(ResampleFunction, HasTheKnownCountAndTime)
     const Output output = Run(source.data(), 1007, 17.0, filter.Get());
     EXPECT_EQ(output.samples.size(), 1097u);
     EXPECT_DOUBLE_EQ(output.time, 1024.86875);
-    EXPECT_EQ(output.time, models::Run(source.data(), 1007, 1.0f, 17.0, filter.Get(), false).time);
+    ExpectModel(source.data(), 1007, 17.0, filter);
 }
 
 TEST_P(ResampleFunction, SaturatesAFullScaleConstantAtALowerRate)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kDown);
+    bool exceedsFullScale = false;
+    for (int p = 0; p < 147; ++p) {
+        const auto* phaseTaps = filter.PhaseTaps<std::int16_t>(p);
+        const int sum = std::accumulate(phaseTaps, phaseTaps + (p == 0 ? 33 : 32), 0);
+        exceedsFullScale = exceedsFullScale || sum * 147 > 16384 * 160;
+    }
+    EXPECT_TRUE(exceedsFullScale);
     for (const int level : {32767, -32768}) {
         const std::vector<std::int16_t> source(2000, static_cast<std::int16_t>(level));
+        ExpectModel(source.data(), 1900, 17.0, filter);
         const Output output = Run(source.data(), 1900, 17.0, filter.Get());
-        bool saturated = false;
-        const models::ResampleResult model = models::Run(source.data(), 1900, 1.0f, 17.0, filter.Get(), false);
-        EXPECT_EQ(output.samples, model.samples);
-        for (int p = 0; p < 147; ++p) {
-            const auto* phaseTaps = filter.PhaseTaps<std::int16_t>(p);
-            int sum = 0;
-            for (int i = 0; i < (p == 0 ? 33 : 32); ++i) {
-                sum += phaseTaps[i];
-            }
-            saturated = saturated || sum * 147 > 16384 * 160;
-        }
-        EXPECT_TRUE(saturated);
         EXPECT_NE(std::find(output.samples.begin(), output.samples.end(), level), output.samples.end());
     }
 }
@@ -148,31 +137,39 @@ TEST_P(ResampleFunction, SaturatesAFullScaleConstantAtALowerRate)
 TEST_P(ResampleFunction, RoundsHalvesAwayFromZeroAndSaturates)
 {
     const OnePhaseFilter<std::int16_t> one({0, 0, 1, 0, 0}, 1.0f);
-    EXPECT_EQ(RunOne(one, 4, -0.1f), 0);
-    EXPECT_EQ(RunOne(one, 1, 0.5f), 1);
-    EXPECT_EQ(RunOne(one, -1, 0.5f), -1);
-    EXPECT_EQ(RunOne(one, 3, 0.5f), 2);
-    EXPECT_EQ(RunOne(one, -3, 0.5f), -2);
-    EXPECT_EQ(RunOne(one, 5, 0.25f), 1);
-    EXPECT_EQ(RunOne(one, -5, 0.25f), -1);
-    EXPECT_EQ(RunOne(one, -7, 0.25f), -2);
-    EXPECT_EQ(RunOne(one, 32767, 1.0f), 32767);
-    EXPECT_EQ(RunOne(one, -32768, 1.0f), -32768);
-    EXPECT_EQ(RunOne(one, 32767, 100.0f), 32767);
-    EXPECT_EQ(RunOne(one, 32767, -100.0f), -32768);
-    EXPECT_EQ(RunOne(one, -32768, 1e30f), -32768);
-    EXPECT_EQ(RunOne(one, -32768, -1e30f), 32767);
-    // 163837 and -163842 are fifths of 32767.4 and -32768.4.
-    const OnePhaseFilter<std::int16_t> fifths({1, 0, 5, 0, 1}, 1.0f);
-    const std::int16_t high[5] = {2, 0, 32767, 0, 0};
-    EXPECT_EQ(Run(high, 1, 2.0, fifths.Get(), 0.2f, 4).samples.at(0), 32767);
-    const std::int16_t low[5] = {-2, 0, -32768, 0, 0};
-    EXPECT_EQ(Run(low, 1, 2.0, fifths.Get(), 0.2f, 4).samples.at(0), -32768);
     const OnePhaseFilter<std::int16_t> two({1, 0, 2, 0, 0}, 1.0f);
-    const std::int16_t odd[5] = {-1, 0, 32767, 0, 0};
-    EXPECT_EQ(Run(odd, 1, 2.0, two.Get(), 0.5f, 4).samples.at(0), 32767); // 32766.5
-    const std::int16_t oddLow[5] = {1, 0, -32768, 0, 0};
-    EXPECT_EQ(Run(oddLow, 1, 2.0, two.Get(), 0.5f, 4).samples.at(0), -32768); // -32767.5
+    const OnePhaseFilter<std::int16_t> five({1, 0, 5, 0, 1}, 1.0f);
+    const struct {
+        const OnePhaseFilter<std::int16_t>& filter;
+        std::int16_t first;
+        std::int16_t center;
+        float norm;
+        std::int16_t output;
+    } cases[] = {
+        {one, 0, 4, -0.1f, 0},
+        {one, 0, 1, 0.5f, 1},
+        {one, 0, -1, 0.5f, -1},
+        {one, 0, 3, 0.5f, 2},
+        {one, 0, -3, 0.5f, -2},
+        {one, 0, 5, 0.25f, 1},
+        {one, 0, -5, 0.25f, -1},
+        {one, 0, -7, 0.25f, -2},
+        {one, 0, 32767, 1.0f, 32767},
+        {one, 0, -32768, 1.0f, -32768},
+        {one, 0, 32767, 100.0f, 32767},
+        {one, 0, 32767, -100.0f, -32768},
+        {one, 0, -32768, 1e30f, -32768},
+        {one, 0, -32768, -1e30f, 32767},
+        {five, 2, 32767, 0.2f, 32767},    // 32767.4
+        {five, -2, -32768, 0.2f, -32768}, // -32768.4
+        {two, -1, 32767, 0.5f, 32767},    // 32766.5
+        {two, 1, -32768, 0.5f, -32768},   // -32767.5
+    };
+    for (const auto& c : cases) {
+        const std::int16_t source[5] = {c.first, 0, c.center, 0, 0};
+        EXPECT_EQ(Run(source, 1, 2.0, c.filter.Get(), c.norm, 4).samples, std::vector<std::int16_t>(1, c.output))
+            << &c - cases;
+    }
 }
 
 TEST_P(ResampleFunction, AppliesTheNormBeforeItRounds)
@@ -206,12 +203,8 @@ TEST_P(ResampleFunction, KeepsPositionsBeyond32Bits)
             const std::vector<std::int16_t> noise = Noise(600, 8);
             std::copy(noise.begin(), noise.end(), source + index - 20);
             for (const int len : {1, 500}) {
-                const Output output = Run(source, len, index + fraction, filter.Get());
-                const models::ResampleResult model =
-                    models::Run(source, len, 1.0f, index + fraction, filter.Get(), false);
-                EXPECT_EQ(output.samples, model.samples);
-                EXPECT_EQ(output.time, model.time);
-                EXPECT_EQ(output.samples,
+                ExpectModel(source, len, index + fraction, filter);
+                EXPECT_EQ(Run(source, len, index + fraction, filter.Get()).samples,
                           Run(noise.data(), len, (index + fraction) - (index - 20), filter.Get()).samples);
             }
         }
@@ -246,14 +239,13 @@ TEST_P(ResampleFunction, AcceptsPositionsBeforeTheOrigin)
 {
     const FilterBlock filter = MakeFilter(GetParam(), kUp);
     const std::vector<std::int16_t> source = Noise(200, 11);
+    const models::ResampleResult model = models::Run(source.data(), 50, 1.0f, 40.0, filter.Get(), false);
     const Output output = Run(source.data() + 60, 50, -20.0, filter.Get());
-    EXPECT_EQ(output.samples, models::Run(source.data(), 50, 1.0f, 40.0, filter.Get(), false).samples);
-    EXPECT_DOUBLE_EQ(output.time, models::Run(source.data(), 50, 1.0f, 40.0, filter.Get(), false).time - 60.0);
+    EXPECT_EQ(output.samples, model.samples);
+    EXPECT_DOUBLE_EQ(output.time, model.time - 60.0);
     // A whole part of 0 includes positions up to one sample before the origin.
-    const Output before = Run(source.data() + 60, 50, -0.5, filter.Get());
-    const models::ResampleResult model = models::Run(source.data(), 51, 1.0f, 59.0 + 81.0 / 160.0, filter.Get(), false);
-    ASSERT_EQ(before.samples.size(), model.samples.size());
-    EXPECT_EQ(before.samples, model.samples);
+    EXPECT_EQ(Run(source.data() + 60, 50, -0.5, filter.Get()).samples,
+              models::Run(source.data(), 51, 1.0f, 59.0 + 81.0 / 160.0, filter.Get(), false).samples);
 }
 
 TEST_P(ResampleFunction, ReadsNothingOutsideItsSamples)
@@ -578,33 +570,29 @@ TEST(DotProduct, IsZeroForNegativeCounts)
     }
 }
 
-TEST(DotProduct, IsExactForManyProductsOfTheLargestMagnitude)
+TEST(DotProduct, IsExactForManyExtremeProducts)
 {
-    const std::vector<std::int16_t> samples(1000003, -32768);
-    for (const int tap : {32767, -32767, 16384, -1}) {
-        const std::vector<std::int16_t> taps(1000003, static_cast<std::int16_t>(tap));
+    // The largest magnitudes, and the smallest negative pairs.
+    const struct {
+        std::int16_t sample;
+        std::int16_t evenTap;
+        std::int16_t oddTap;
+    } cases[] = {
+        {-32768, 32767, 32767}, {-32768, -32767, -32767}, {-32768, 16384, 16384}, {-32768, -1, -1}, {1, -1, 0}};
+    for (const auto& c : cases) {
+        const std::vector<std::int16_t> samples(1000003, c.sample);
+        std::vector<std::int16_t> taps(samples.size(), c.evenTap);
+        for (std::size_t i = 1; i < taps.size(); i += 2) {
+            taps[i] = c.oddTap;
+        }
         for (const auto& sum : WordDotProducts()) {
-            for (const int n : {65504, 65536, 131072, 1000003}) {
+            for (const int n : {65504, 65536, 80000, 100000, 131072, 1000003}) {
                 std::int64_t result = 0;
                 sum.function(samples.data(), taps.data(), &result, n);
-                EXPECT_EQ(result, std::int64_t{-32768} * tap * n) << sum.prefix << " " << n;
+                EXPECT_EQ(result,
+                          c.sample * (std::int64_t{c.evenTap} * ((n + 1) / 2) + std::int64_t{c.oddTap} * (n / 2)))
+                    << sum.prefix << " " << n;
             }
-        }
-    }
-}
-
-TEST(DotProduct, IsExactForManyOfTheSmallestNegativePairs)
-{
-    const std::vector<std::int16_t> samples(100000, 1);
-    std::vector<std::int16_t> taps(100000);
-    for (std::size_t i = 0; i < taps.size(); i += 2) {
-        taps[i] = -1;
-    }
-    for (const auto& sum : WordDotProducts()) {
-        for (const int n : {65536, 80000, 100000}) {
-            std::int64_t result = 0;
-            sum.function(samples.data(), taps.data(), &result, n);
-            EXPECT_EQ(result, -n / 2) << sum.prefix << " " << n;
         }
     }
 }

@@ -236,7 +236,7 @@ TEST_P(ConversionLoop, ConvertsASampleAloneAsAtEveryIndexOfABuffer)
 {
     const Bytes samples = RandomSamples(3 * maxSamples_);
     const Bytes all = Result(samples);
-    for (std::size_t first = 0; first < 2 * maxSamples_; ++first) {
+    for (std::size_t first = 0; first < 2 * kMaxSamples; ++first) {
         const auto at = samples.begin() + static_cast<std::ptrdiff_t>(first * conversion_.in);
         for (const std::size_t count : {std::size_t{1}, 5 + first % 90}) {
             const Bytes part = Result(Bytes(at, at + static_cast<std::ptrdiff_t>(count * conversion_.in)));

@@ -1,18 +1,15 @@
 #include "component/class_factory.h"
-#include "component/guid.h"
-
-#include <zta/status.h>
+#include "tests/unit/component_objects.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <type_traits>
 
+namespace zta::test {
 namespace {
 
 constexpr _GUID kClsid = {0xAAAAAAAA, 0xBBBB, 0xCCCC, {1, 2, 3, 4, 5, 6, 7, 8}};
-constexpr _GUID kIidOfObject = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
-constexpr _GUID kIidOfNothing = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 9}};
 
 /// The behavior of the test's class when it creates an object, and the result.
 struct Script {
@@ -25,31 +22,6 @@ struct Script {
 };
 
 Script g_script;
-
-template <class Base>
-class Object : public Base, public IUnknown {
-public:
-    explicit Object(IUnknown* outer) : Base(L"object", outer) {}
-    ~Object() override { ++g_script.ends; }
-
-    using Base::m_pOuterUnknown;
-    using Base::m_ulRefCount;
-
-    ZTA_DELEGATE_IUNKNOWN()
-
-    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override
-    {
-        count_at_query = m_ulRefCount;
-        if (ZtIsSameGuid(riid, kIidOfObject)) {
-            *ppv = static_cast<IUnknown*>(this);
-            AddRef();
-            return 3; // a success that the factory must return
-        }
-        return Base::NonDelegatingQueryInterface(riid, ppv);
-    }
-
-    unsigned count_at_query = 0;
-};
 
 INonDelegatingUnknown* CreateNothing(IUnknown*, int* phr)
 {
@@ -65,7 +37,7 @@ INonDelegatingUnknown* CreateObject(IUnknown* outer, int* phr)
     g_script.outer = outer;
     g_script.first_status = *phr;
     *phr = g_script.status;
-    g_script.object = new Object<Base>(outer);
+    g_script.object = new Object<Base>([](auto&) { ++g_script.ends; }, L"object", outer);
     return g_script.object;
 }
 
@@ -175,15 +147,6 @@ private:
     IClassFactory* factory_ = nullptr;
 };
 
-class NoOuter : public IUnknown {
-public:
-    int QueryInterface(const _GUID&, void**) override { return E_FAIL; }
-    unsigned long AddRef() override { return ++references; }
-    unsigned long Release() override { return --references; }
-
-    unsigned long references = 100;
-};
-
 TEST_F(ClassFactory, CountsAsAnObjectWhileItLives)
 {
     const CZtFactoryTemplate entry = {L"test class", &kClsid, CreateNothing, nullptr, nullptr};
@@ -230,22 +193,21 @@ TEST_F(ClassFactory, LockServerCountsForTheWholeModule)
     EXPECT_EQ(CZtClassFactory::ms_i32LockedCount, 0);
 }
 
-TEST_F(ClassFactory, ReportsOutOfMemoryForACreatorThatReturnsNull)
+TEST_F(ClassFactory, ReportsTheFailureOrOutOfMemoryForACreatorThatReturnsNull)
 {
     IClassFactory& factory = Factory(CreateNothing);
-    for (const int status : {0, 1}) {
-        g_script.status = status;
-        result_ = &untouched_;
-        EXPECT_EQ(factory.CreateInstance(nullptr, IID_IUnknown, &result_), static_cast<int>(0x8007000E)) << status;
+    const struct {
+        int created;
+        int status;
+    } cases[] = {{0, static_cast<int>(0x8007000E)},
+                 {1, static_cast<int>(0x8007000E)},
+                 {ZT_E_INVALID_POINTER, ZT_E_INVALID_POINTER}};
+    for (const auto& c : cases) {
+        g_script.status = c.created;
+        EXPECT_EQ(factory.CreateInstance(nullptr, IID_IUnknown, &result_), c.status) << c.created;
         EXPECT_EQ(result_, &untouched_);
     }
-    EXPECT_EQ(g_script.calls, 2);
-}
-
-TEST_F(ClassFactory, ReportsTheStatusOfACreatorThatReturnsNull)
-{
-    g_script.status = ZT_E_INVALID_POINTER;
-    EXPECT_EQ(Factory(CreateNothing).CreateInstance(nullptr, IID_IUnknown, &result_), ZT_E_INVALID_POINTER);
+    EXPECT_EQ(g_script.calls, 3);
 }
 
 TEST_F(ClassFactory, PropagatesTheExceptionOfACreator)
@@ -295,7 +257,7 @@ TYPED_TEST(ClassFactoryOn, ReturnsTheRequestedInterface)
 {
     g_script.status = 1; // no failure
     void* result = nullptr;
-    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfObject, &result), 3) << "the query's status";
+    EXPECT_EQ(this->ObjectFactory().CreateInstance(nullptr, kIidOfObject, &result), kObjectFound);
     EXPECT_EQ(g_script.first_status, 0);
     EXPECT_EQ(g_script.outer, nullptr);
     auto* object = dynamic_cast<Object<TypeParam>*>(g_script.object);
@@ -324,7 +286,7 @@ TYPED_TEST(ClassFactoryOn, AFailedQueryKeepsTheReferencesOfTheCreator)
 
 TYPED_TEST(ClassFactoryOn, AggregatesUnderIUnknownOnly)
 {
-    NoOuter outer;
+    Outer outer;
     IClassFactory& factory = this->ObjectFactory();
     EXPECT_EQ(factory.CreateInstance(&outer, kIidOfObject, &this->result_), static_cast<int>(0x80004002));
     EXPECT_EQ(this->result_, &this->untouched_);
@@ -335,6 +297,7 @@ TYPED_TEST(ClassFactoryOn, AggregatesUnderIUnknownOnly)
     EXPECT_EQ(g_script.outer, &outer);
     EXPECT_EQ(this->result_, static_cast<void*>(g_script.object)) << "the non-delegating interface";
     EXPECT_EQ(outer.references, 100U);
+    EXPECT_EQ(outer.queries, 0);
     while (g_script.ends == 0) {
         static_cast<IUnknown*>(this->result_)->Release();
     }
@@ -342,3 +305,4 @@ TYPED_TEST(ClassFactoryOn, AggregatesUnderIUnknownOnly)
 }
 
 } // namespace
+} // namespace zta::test

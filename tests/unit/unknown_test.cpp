@@ -1,7 +1,4 @@
-#include "component/guid.h"
-#include "component/unknown.h"
-
-#include <zta/status.h>
+#include "tests/unit/component_objects.h"
 
 #include <gtest/gtest.h>
 
@@ -9,64 +6,10 @@
 #include <functional>
 #include <thread>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
+namespace zta::test {
 namespace {
-
-constexpr _GUID kIidOfObject = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
-constexpr _GUID kIidOfNothing = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 9}};
-
-/// An object of either base class that records its destruction.
-template <class Base>
-class Object : public Base, public IUnknown {
-public:
-    template <class... Arguments>
-    explicit Object(std::function<void(Object&)> at_end, Arguments... arguments)
-        : Base(arguments...), at_end_(std::move(at_end))
-    {
-    }
-    ~Object() override
-    {
-        if (at_end_) {
-            at_end_(*this);
-        }
-    }
-
-    using Base::m_pOuterUnknown;
-    using Base::m_ulRefCount;
-
-    ZTA_DELEGATE_IUNKNOWN()
-
-    int NonDelegatingQueryInterface(const _GUID& riid, void** ppv) override
-    {
-        if (ZtIsSameGuid(riid, kIidOfObject)) {
-            *ppv = static_cast<IUnknown*>(this);
-            AddRef();
-            return ZT_NOERROR;
-        }
-        return Base::NonDelegatingQueryInterface(riid, ppv);
-    }
-
-private:
-    std::function<void(Object&)> at_end_;
-};
-
-/// An outer object that counts the delegated calls.
-class Outer : public IUnknown {
-public:
-    int QueryInterface(const _GUID&, void** ppv) override
-    {
-        ++queries;
-        *ppv = this;
-        return 5;
-    }
-    unsigned long AddRef() override { return ++references; }
-    unsigned long Release() override { return --references; }
-
-    int queries = 0;
-    unsigned long references = 100;
-};
 
 template <class Base>
 class Unknown : public testing::Test {
@@ -203,7 +146,7 @@ TYPED_TEST(Unknown, ADerivedClassAddsItsInterfaces)
 {
     auto* object = this->MakeOwned();
     void* result = nullptr;
-    EXPECT_EQ(object->QueryInterface(kIidOfObject, &result), 0);
+    EXPECT_EQ(object->QueryInterface(kIidOfObject, &result), kObjectFound);
     EXPECT_EQ(result, static_cast<IUnknown*>(object));
     EXPECT_EQ(object->m_ulRefCount, 2U);
     EXPECT_EQ(object->AddRef(), 3U);
@@ -229,7 +172,7 @@ TYPED_TEST(Unknown, AnAggregatedObjectDelegatesToItsOuterObject)
     EXPECT_EQ(outer.queries, 1);
     EXPECT_EQ(object->m_ulRefCount, count) << "untouched";
 
-    EXPECT_EQ(object->NonDelegatingQueryInterface(kIidOfObject, &result), 0);
+    EXPECT_EQ(object->NonDelegatingQueryInterface(kIidOfObject, &result), kObjectFound);
     EXPECT_EQ(result, delegating);
     EXPECT_EQ(outer.references, 101U) << "an interface of the aggregate counts on the outer object";
     EXPECT_EQ(object->NonDelegatingQueryInterface(IID_IUnknown, &result), 0);
@@ -311,3 +254,4 @@ TYPED_TEST(Unknown, TheLastOfManyThreadsDeletesItOnce)
 }
 
 } // namespace
+} // namespace zta::test

@@ -132,15 +132,11 @@ TEST(Module, TracingCallsDoNothing)
     EXPECT_EQ(DllCanUnloadNow(), 0);
 }
 
-TEST(GuidText, HasThreeHyphensAndUppercaseDigits)
+TEST(GuidText, HasThreeHyphensAndUppercaseDigitsPaddedWithZeros)
 {
     EXPECT_EQ(ztGuidToString(CLSID_ZtaAudioSamplesEngine), L"{45F20097-F519-4DCF-80D8CC0D06CBF259}");
     EXPECT_EQ(ztGuidToString({0xFFFFFFFF, 0xFFFF, 0xFFFF, {255, 255, 255, 255, 255, 255, 255, 255}}),
               L"{FFFFFFFF-FFFF-FFFF-FFFFFFFFFFFFFFFF}");
-}
-
-TEST(GuidText, PadsWithZerosOnTheLeft)
-{
     EXPECT_EQ(ztGuidToString({}), L"{00000000-0000-0000-0000000000000000}");
     EXPECT_EQ(ztGuidToString({0x1, 0x2A, 0x3, {0, 1, 2, 3, 4, 0xA, 0xB, 0xC}}),
               L"{00000001-002A-0003-00010203040A0B0C}");

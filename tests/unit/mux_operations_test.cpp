@@ -538,27 +538,6 @@ TEST_P(MuxInterleave, ShortensALongerMux)
     }
 }
 
-TEST_P(MuxInterleave, ScalesTheWholeMuxAndKeepsItsLength)
-{
-    for (const MuxCase& kernel : kernels_) {
-        if (kernel.input != 8 && kernel.input != 9) {
-            continue;
-        }
-        const unsigned long channels = kernel.buffers * operation_.channels;
-        Call call(operation_, kernel, 60, 100);
-        for (FakeAudioSamples& buffer : call.buffers) {
-            Fill(buffer.data, 0x10000000);
-        }
-        Fill(call.mux.data, 0x10000000);
-        EXPECT_EQ(call.Run(Volumes(channels, SZtAudioMonoVolumeInfo{0, 0.0f, 1.0f})), 0) << kernel.name;
-        // A step is 4096 / 100 = 40 parts of 4096, and the sample is 4096 times 256.
-        for (std::size_t i = 0; i < 100 * channels; ++i) {
-            ASSERT_EQ(Word(call.mux.data, i), i / channels * 40 * 256 * 256) << kernel.name << " " << i;
-        }
-        EXPECT_EQ(call.mux.lengthsSet, Lengths{400 * channels}) << kernel.name;
-    }
-}
-
 TEST(StereoToMux, RejectsAnOddVolumeAfterTheInterleaving)
 {
     for (const MuxCase& kernel : kStereoToMuxCases) {
@@ -729,23 +708,35 @@ TEST(MuxToMono, UsesTheContainerOfTheFirstOutputAndWritesNothingBehindAnOutput)
     EXPECT_EQ(narrow.lengthsSet, Lengths{48}); // by the frames of the first
 }
 
-TEST_P(MuxDeinterleave, ScalesEachOutputOverItsOwnLength)
+TEST_P(MuxOperation, ScalesWholeOutputsAndKeepsTheirLengths)
 {
     for (const MuxCase& kernel : kernels_) {
-        if (kernel.output != 8 && kernel.output != 9) {
+        if (kernel.PlaneProperty() != 8 && kernel.PlaneProperty() != 9) {
             continue;
         }
-        Call call(operation_, kernel, 80);
-        call.mux.length = 48 * kernel.buffers * kernel.elementBytes;
+        // Outputs of 100 frames, of which the input has 60. A step is 4096 / 100 = 40 parts of 4096.
+        const unsigned long channels = kernel.buffers * operation_.channels;
+        Call call(operation_, kernel, operation_.interleaves ? 60 : 100, 100);
+        for (FakeAudioSamples& buffer : call.buffers) {
+            Fill(buffer.data, 0x10000000); // 4096 times 256
+        }
         Fill(call.mux.data, 0x10000000);
-        const unsigned long channels = operation_.channels;
-        EXPECT_EQ(call.Run(Volumes(kernel.buffers * channels, SZtAudioMonoVolumeInfo{0, 0.0f, 1.0f})), 0)
-            << kernel.name;
-        for (const FakeAudioSamples& buffer : call.buffers) {
-            for (std::size_t i = 0; i < 80 * channels; ++i) { // a step is 4096 / 80 = 51 parts
-                ASSERT_EQ(Word(buffer.data, i), i / channels * 51 * 256 * 256) << kernel.name << " " << i;
+        if (!operation_.interleaves) {
+            call.mux.length = 60 * kernel.buffers * kernel.elementBytes;
+        }
+        EXPECT_EQ(call.Run(Volumes(channels, SZtAudioMonoVolumeInfo{0, 0.0f, 1.0f})), 0) << kernel.name;
+        const auto expectScaled = [&](const FakeAudioSamples& output, unsigned long outputChannels) {
+            for (std::size_t i = 0; i < 100 * outputChannels; ++i) {
+                ASSERT_EQ(Word(output.data, i), i / outputChannels * 40 * 256 * 256) << kernel.name << " " << i;
             }
-            EXPECT_EQ(buffer.lengthsSet, Lengths{80 * kernel.elementBytes}) << kernel.name;
+            EXPECT_EQ(output.lengthsSet, Lengths{400 * outputChannels}) << kernel.name;
+        };
+        if (operation_.interleaves) {
+            expectScaled(call.mux, channels);
+            continue;
+        }
+        for (const FakeAudioSamples& buffer : call.buffers) {
+            expectScaled(buffer, operation_.channels);
         }
     }
 }

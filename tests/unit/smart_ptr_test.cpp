@@ -98,12 +98,14 @@ protected:
 using Objects = testing::Types<CountedSamples, CountedContent>;
 TYPED_TEST_SUITE(SmartPtr, Objects);
 
-TYPED_TEST(SmartPtr, StartsEmpty)
+TYPED_TEST(SmartPtr, StartsEmptyAndThrowsOnUse)
 {
     typename TestFixture::Pointer pointer;
     EXPECT_TRUE(!pointer);
     EXPECT_TRUE(pointer == nullptr);
     EXPECT_EQ(static_cast<typename TestFixture::Interface*>(pointer), nullptr) << "no exception";
+    this->ExpectMisuse("TZtSmartPtr::operator* -> Internal pointer is NULL!", [&] { static_cast<void>(*pointer); });
+    this->ExpectMisuse("TZtSmartPtr::operator-> -> Internal pointer is NULL!", [&] { pointer->MarkWriteStopTime(); });
 }
 
 TYPED_TEST(SmartPtr, HoldsOneReference)
@@ -156,7 +158,7 @@ TYPED_TEST(SmartPtr, AssigningNullReleases)
     EXPECT_TRUE(!pointer);
 }
 
-TYPED_TEST(SmartPtr, IsFilledAsAnOutputArgument)
+TYPED_TEST(SmartPtr, IsFilledAsAnOutputArgumentOnlyWhileEmpty)
 {
     TypeParam object;
     {
@@ -165,26 +167,12 @@ TYPED_TEST(SmartPtr, IsFilledAsAnOutputArgument)
         *&pointer = &object;
         EXPECT_TRUE(pointer == &object);
         EXPECT_EQ(object.references, 1U) << "the reference that came with it";
+        this->ExpectMisuse("TZtSmartPtr::operator& -> Internal pointer will be overriden!",
+                           [&] { static_cast<void>(&pointer); });
+        EXPECT_EQ(object.references, 1U);
+        EXPECT_TRUE(pointer == &object);
     }
     EXPECT_EQ(object.references, 0U);
-}
-
-TYPED_TEST(SmartPtr, ThrowsOnUseWhileEmpty)
-{
-    typename TestFixture::Pointer pointer;
-    this->ExpectMisuse("TZtSmartPtr::operator* -> Internal pointer is NULL!", [&] { static_cast<void>(*pointer); });
-    this->ExpectMisuse("TZtSmartPtr::operator-> -> Internal pointer is NULL!", [&] { pointer->MarkWriteStopTime(); });
-}
-
-TYPED_TEST(SmartPtr, ThrowsIfItsAddressIsTakenWhileFull)
-{
-    TypeParam object;
-    typename TestFixture::Pointer pointer;
-    pointer = &object;
-    this->ExpectMisuse("TZtSmartPtr::operator& -> Internal pointer will be overriden!",
-                       [&] { static_cast<void>(&pointer); });
-    EXPECT_EQ(object.references, 1U);
-    EXPECT_TRUE(pointer == &object);
 }
 
 class ThrowsOnRelease : public Counted<IUnknown> {
@@ -206,17 +194,7 @@ TEST(SmartPtrDeathTest, AnExceptionThatEscapesReleaseEndsTheProcess)
         "");
 }
 
-TEST(SmartPtrException, IsAKindOfTheBaseException)
-{
-    try {
-        throw CZtSmartPointerException("text");
-    } catch (const CZtBaseException& error) {
-        EXPECT_EQ(error.GetMessage(), "text");
-        EXPECT_NE(dynamic_cast<const CZtSmartPointerException*>(&error), nullptr);
-    }
-}
-
-TEST(SmartPtrException, IsCopiedAndAssigned)
+TEST(SmartPtrException, IsABaseExceptionAndIsCopiedAndAssigned)
 {
     const CZtSmartPointerException original("text");
     CZtSmartPointerException copy(original);
@@ -226,7 +204,12 @@ TEST(SmartPtrException, IsCopiedAndAssigned)
     CZtBaseException base(original);
     base = CZtBaseException("base");
     EXPECT_EQ(base.GetMessage(), "base");
-    EXPECT_EQ(original.GetMessage(), "text");
+    try {
+        throw original;
+    } catch (const CZtBaseException& error) {
+        EXPECT_EQ(error.GetMessage(), "text");
+        EXPECT_NE(dynamic_cast<const CZtSmartPointerException*>(&error), nullptr);
+    }
 }
 
 } // namespace

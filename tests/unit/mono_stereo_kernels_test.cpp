@@ -156,9 +156,9 @@ TEST_F(MonoStereoKernels, Of24In24ValidateFramesThenOutputs)
     EXPECT_EQ(deinterleaver_.ConvertStereoToMono24in24(1, stereo.data(), nullptr, nullptr), ZT_E_INVALID_POINTER);
 }
 
-// --- The operation that interleaves ----------------------------------------------------------------------------------
+// --- The operations --------------------------------------------------------------------------------------------------
 
-TEST_F(ConvertMonoToStereo, InterleavesEachPairOfItsTableAndSetsTheOutputsLength)
+TEST_F(MonoStereoOperations, MoveEachPairOfTheirTableAndSetTheOutputsLengths)
 {
     for (const Case& c : kCases) {
         FakeAudioSamples left = RandomSamples(c.MonoFormat(), 11, 12);
@@ -167,22 +167,13 @@ TEST_F(ConvertMonoToStereo, InterleavesEachPairOfItsTableAndSetsTheOutputsLength
         EXPECT_EQ(interleaver_.ConvertMonoToStereo(&left, &right, &stereo), 0);
         EXPECT_EQ(stereo.data, Interleaved(left.data, right.data, 11, c.bytes)) << c.mono;
         EXPECT_EQ(stereo.lengthsSet, Lengths{11 * 2 * c.bytes});
-    }
-}
 
-// --- The operation that deinterleaves --------------------------------------------------------------------------------
-
-TEST_F(ConvertStereoToMono, DeinterleavesEachPairOfItsTableAndSetsTheOutputsLengths)
-{
-    for (const Case& c : kCases) {
-        FakeAudioSamples stereo = RandomSamples(c.StereoFormat(), 11, 12);
-        FakeAudioSamples left(c.MonoFormat(), 2, 11);
-        FakeAudioSamples right(c.MonoFormat(), 0, 11);
-        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &left, &right), 0);
-        EXPECT_EQ(left.data, ChannelOf(stereo.data, 0, 11, c.bytes)) << c.mono;
-        EXPECT_EQ(right.data, ChannelOf(stereo.data, 1, 11, c.bytes)) << c.mono;
-        EXPECT_EQ(left.lengthsSet, Lengths{11 * c.bytes});
-        EXPECT_EQ(right.lengthsSet, Lengths{11 * c.bytes});
+        FakeAudioSamples outputs[] = {FakeAudioSamples(c.MonoFormat(), 2, 11), FakeAudioSamples(c.MonoFormat(), 0, 11)};
+        EXPECT_EQ(deinterleaver_.ConvertStereoToMono(&stereo, &outputs[0], &outputs[1]), 0);
+        for (const std::size_t i : {0U, 1U}) {
+            EXPECT_EQ(outputs[i].data, ChannelOf(stereo.data, i, 11, c.bytes)) << c.mono;
+            EXPECT_EQ(outputs[i].lengthsSet, Lengths{11 * c.bytes});
+        }
     }
 }
 

@@ -24,6 +24,21 @@ struct Output {
     double time;
 };
 
+/// A copy at an odd address.
+template <class T>
+class OddCopy {
+public:
+    explicit OddCopy(const std::vector<T>& values) : bytes_(values.size() * sizeof(T) + 1)
+    {
+        std::memcpy(bytes_.data() + 1, values.data(), bytes_.size() - 1);
+    }
+
+    const T* Get() const { return reinterpret_cast<const T*>(bytes_.data() + 1); }
+
+private:
+    std::vector<std::uint8_t> bytes_;
+};
+
 class ResampleFunction : public testing::TestWithParam<SignalVariant> {
 protected:
     Output Run(const std::int16_t* source, int len, double time, const IppsResamplingPolyphaseFixed_16s* filter,
@@ -303,13 +318,11 @@ TEST_P(ResampleFunction, AcceptsSamplesAtOddAddresses)
             }
             const std::vector<std::int16_t> source = Noise(static_cast<std::size_t>(2 * half + len + 2), 20);
             const Output expected = Run(source.data(), len, half, filter.Get());
-            std::vector<std::uint8_t> bytes(2 * source.size() + 1);
-            std::memcpy(bytes.data() + 1, source.data(), 2 * source.size());
             std::vector<std::uint8_t> output(2 * expected.samples.size() + 2, 0x5A);
             double time = half;
             int count = 0;
-            ASSERT_EQ(GetParam().ippsResamplePolyphaseFixed_16s(reinterpret_cast<const std::int16_t*>(bytes.data() + 1),
-                                                                len, reinterpret_cast<std::int16_t*>(output.data() + 1),
+            ASSERT_EQ(GetParam().ippsResamplePolyphaseFixed_16s(OddCopy(source).Get(), len,
+                                                                reinterpret_cast<std::int16_t*>(output.data() + 1),
                                                                 1.0f, &time, &count, filter.Get()),
                       ippStsNoErr);
             ASSERT_EQ(static_cast<std::size_t>(count), expected.samples.size());
@@ -499,10 +512,12 @@ std::vector<std::int16_t> RandomTaps(std::size_t count, unsigned seed)
     return taps;
 }
 
-TEST(DotProduct, IsExactForEveryCount)
+TEST(DotProduct, IsExactForEveryCountAlsoAtOddAddresses)
 {
     const std::vector<std::int16_t> samples = Noise(300, 16);
     const std::vector<std::int16_t> taps = RandomTaps(300, 17);
+    const OddCopy oddSamples(samples);
+    const OddCopy oddTaps(taps);
     for (const auto& sum : WordDotProducts()) {
         std::int64_t expected = 0;
         for (int n = 0; n <= 300; ++n) {
@@ -512,44 +527,12 @@ TEST(DotProduct, IsExactForEveryCount)
             std::int64_t result = -1;
             sum.function(end - n, taps.data(), &result, n);
             EXPECT_EQ(result, expected) << sum.prefix << " " << n;
+            result = -1;
+            sum.function(oddSamples.Get(), oddTaps.Get(), &result, n);
+            EXPECT_EQ(result, expected) << sum.prefix << " " << n << " at odd addresses";
             if (n < 300) {
                 expected += samples[static_cast<std::size_t>(n)] * taps[static_cast<std::size_t>(n)];
             }
-        }
-    }
-}
-
-TEST(DotProduct, AcceptsSamplesAtOddAddresses)
-{
-    const std::vector<std::int16_t> samples = Noise(300, 21);
-    const std::vector<std::int16_t> taps = RandomTaps(300, 22);
-    std::vector<std::uint8_t> oddSamples(601);
-    std::vector<std::uint8_t> oddTaps(601);
-    std::memcpy(oddSamples.data() + 1, samples.data(), 600);
-    std::memcpy(oddTaps.data() + 1, taps.data(), 600);
-    const auto* const at = reinterpret_cast<const std::int16_t*>(oddSamples.data() + 1);
-    for (const auto& sum : WordDotProducts()) {
-        for (const int n : {1, 2, 3, 4, 7, 32, 33, 127, 300}) {
-            std::int64_t expected = 0;
-            std::int64_t result = -1;
-            sum.function(samples.data(), taps.data(), &expected, n);
-            sum.function(at, reinterpret_cast<const std::int16_t*>(oddTaps.data() + 1), &result, n);
-            EXPECT_EQ(result, expected) << sum.prefix << " " << n;
-        }
-    }
-    std::vector<float> floats(300);
-    for (std::size_t i = 0; i < floats.size(); ++i) {
-        floats[i] = 0.7f + 0.01f * static_cast<float>(i);
-    }
-    std::vector<std::uint8_t> oddFloats(floats.size() * sizeof(float) + 1);
-    std::memcpy(oddFloats.data() + 1, floats.data(), floats.size() * sizeof(float));
-    for (const auto& sum : FloatDotProducts()) {
-        for (int n = 0; n <= 13; ++n) {
-            double expected = 0.0;
-            double result = -1.0;
-            sum.function(samples.data(), floats.data(), n, &expected);
-            sum.function(at, reinterpret_cast<const float*>(oddFloats.data() + 1), n, &result);
-            EXPECT_EQ(result, expected) << sum.prefix << " " << n;
         }
     }
 }
@@ -604,6 +587,8 @@ TEST(DotProduct, OfSinglePrecisionComputesItsRemainderInDouble)
     for (const std::int16_t value : Noise(40, 19)) {
         taps.push_back(static_cast<float>(value) / 77777.0f);
     }
+    const OddCopy oddSamples(samples);
+    const OddCopy oddTaps(taps);
     for (const auto& sum : FloatDotProducts()) {
         for (int n = 0; n <= 40; ++n) {
             long double expected = 0.0;
@@ -615,6 +600,9 @@ TEST(DotProduct, OfSinglePrecisionComputesItsRemainderInDouble)
             double result = -1.0;
             sum.function(samples.data(), taps.data(), n, &result);
             EXPECT_NEAR(result, static_cast<double>(expected), 1e-10) << sum.prefix << " " << n;
+            double odd = -1.0;
+            sum.function(oddSamples.Get(), oddTaps.Get(), n, &odd);
+            EXPECT_EQ(odd, result) << sum.prefix << " " << n << " at odd addresses";
         }
     }
 }

@@ -7,6 +7,7 @@
 
 #include <map>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -44,10 +45,12 @@ protected:
     }
 };
 
-TEST_F(LastLevelCache, IsReadFromLeaf4)
+TEST_F(LastLevelCache, IsReadFromLeaf4IfTheCpuHasIt)
 {
     AddCaches(4, Cache(kUnified, 3, 12, 49152));
     EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 36 * kMiB);
+    g_fakeLeaves[{0, 0}].ulEax = 3;
+    EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 0U);
 }
 
 TEST_F(LastLevelCache, IsReadFromLeaf8000001DIfLeaf4DescribesNone)
@@ -64,39 +67,30 @@ TEST_F(LastLevelCache, IsReadFromLeaf8000001DIfLeaf4DescribesNone)
     EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 0U);
 }
 
-TEST_F(LastLevelCache, IsUnknownIfTheCpuHasNoLeaf4)
-{
-    AddCaches(4, Cache(kUnified, 3, 12, 49152));
-    g_fakeLeaves[{0, 0}].ulEax = 3;
-    EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 0U);
-}
-
 TEST_F(LastLevelCache, IsTheOneOfTheHighestLevel)
 {
-    g_fakeLeaves[{4, 0}] = Cache(kUnified, 3, 16, 8192);
-    g_fakeLeaves[{4, 1}] = Cache(kUnified, 2, 16, 16384);
-    EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 8 * kMiB);
-    g_fakeLeaves[{4, 0}] = Cache(kData, 1, 8, 64);
-    g_fakeLeaves[{4, 1}] = Cache(kUnified, 2, 16, 4096);
-    EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 4 * kMiB);
-    g_fakeLeaves[{4, 2}] = Cache(kInstructions, 3, 16, 8192);
-    EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 4 * kMiB);
-}
-
-TEST_F(LastLevelCache, CountsWaysPartitionsLineBytesAndSets)
-{
-    g_fakeLeaves[{4, 0}] = {kUnified | 3U << 5, 9U << 22 | 2U << 12 | 127U, 999, 0};
-    EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 10U * 3 * 128 * 1000);
-    g_fakeLeaves[{4, 0}] = {kUnified | 3U << 5, 0xFFFFFFFF, 0xFF, 0};
-    EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), std::uint64_t{1} << 40);
-}
-
-TEST_F(LastLevelCache, IsFoundIfTheSubLeavesDoNotEnd)
-{
-    for (std::uint32_t i = 0; i < 100; ++i) {
-        g_fakeLeaves[{4, i}] = Cache(kUnified, 3, 16, 8192);
+    const struct {
+        const char* name;
+        std::vector<SZtaCpuidLeaf> caches;
+        std::uint64_t size;
+    } cases[] = {
+        {"a smaller one of a higher level", {Cache(kUnified, 3, 16, 8192), Cache(kUnified, 2, 16, 16384)}, 8 * kMiB},
+        {"data", {Cache(kData, 1, 8, 64), Cache(kUnified, 2, 16, 4096)}, 4 * kMiB},
+        {"instructions",
+         {Cache(kData, 1, 8, 64), Cache(kUnified, 2, 16, 4096), Cache(kInstructions, 3, 16, 8192)},
+         4 * kMiB},
+        {"sub-leaves without an end", std::vector<SZtaCpuidLeaf>(100, Cache(kUnified, 3, 16, 8192)), 8 * kMiB},
+        // Ways, partitions, bytes of a line and sets.
+        {"a product", {{kUnified | 3U << 5, 9U << 22 | 2U << 12 | 127U, 999, 0}}, 10U * 3 * 128 * 1000},
+        {"a product of 40 bits", {{kUnified | 3U << 5, 0xFFFFFFFF, 0xFF, 0}}, std::uint64_t{1} << 40},
+    };
+    for (const auto& c : cases) {
+        SetUp();
+        for (std::uint32_t i = 0; i < c.caches.size(); ++i) {
+            g_fakeLeaves[{4, i}] = c.caches[i];
+        }
+        EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), c.size) << c.name;
     }
-    EXPECT_EQ(ZtaDetectLastLevelCache(ReadFakeLeaf), 8 * kMiB);
 }
 
 TEST(StreamingThreshold, IsTheLastLevelCacheWithinLimits)
@@ -107,11 +101,7 @@ TEST(StreamingThreshold, IsTheLastLevelCacheWithinLimits)
     EXPECT_EQ(ZtaComputeMinStreamedBytes(96 * kMiB), 64 * kMiB);
     EXPECT_EQ(ZtaComputeMinStreamedBytes(480 * kMiB), 64 * kMiB);
     EXPECT_EQ(ZtaComputeMinStreamedBytes(256 * kKiB), 1 * kMiB);
-}
-
-TEST(StreamingThreshold, IsTheUpperLimitIfTheCacheIsUnknown)
-{
-    EXPECT_EQ(ZtaComputeMinStreamedBytes(0), 64 * kMiB);
+    EXPECT_EQ(ZtaComputeMinStreamedBytes(0), 64 * kMiB) << "the cache is unknown";
 }
 
 TEST(StreamingThreshold, FollowsTheCacheOfThisCpu)

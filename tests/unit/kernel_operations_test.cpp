@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <type_traits>
 
 namespace zta::test {
 namespace {
@@ -85,14 +86,20 @@ Operation Fade(const std::string& format, int property)
 }
 
 /// Runs an operation on an array of buffers and the mux behind them.
-template <class Function>
-int RunMux(Buffers& buffers, Function function)
+template <class Class, auto Function>
+int RunMux(Buffers& buffers)
 {
     std::vector<IZtAudioSamples*> array;
     for (std::size_t i = 0; i + 1 < buffers.size(); ++i) {
         array.push_back(&buffers[i]);
     }
-    return function(array.data(), array.size(), &buffers.back());
+    IZtAudioSamples* const mux = &buffers.back();
+    if constexpr (std::is_invocable_v<decltype(Function), Class, IZtAudioSamples*, IZtAudioSamples**, unsigned long,
+                                      SZtAudioMonoVolumeInfo*, unsigned long>) {
+        return (Class().*Function)(mux, array.data(), array.size(), nullptr, 0);
+    } else {
+        return (Class().*Function)(array.data(), array.size(), mux, nullptr, 0);
+    }
 }
 
 const Operation kOperations[] = {
@@ -112,36 +119,20 @@ const Operation kOperations[] = {
      true},
     {"ConvertMonoToMux",
      {Hidden(Input(8)), Hidden(Input(8)), Hidden(Input(8)), Hidden(Input(8)), Output(10)},
-     [](Buffers& b) {
-         return RunMux(b, [](auto array, auto count, auto mux) {
-             return CZtaConvertMonoToMux().ConvertMonoToMux(array, count, mux, nullptr, 0);
-         });
-     },
+     RunMux<CZtaConvertMonoToMux, &CZtaConvertMonoToMux::ConvertMonoToMux>,
      true},
     {"ConvertStereoToMux",
      {Hidden(Input(9)), Hidden(Input(9)), Output(10)},
-     [](Buffers& b) {
-         return RunMux(b, [](auto array, auto count, auto mux) {
-             return CZtaConvertStereoToMux().ConvertStereoToMux(array, count, mux, nullptr, 0);
-         });
-     },
+     RunMux<CZtaConvertStereoToMux, &CZtaConvertStereoToMux::ConvertStereoToMux>,
      true},
     {"ConvertMuxToMono",
      {Hidden(Output(8)), Hidden(Output(8)), Hidden(Output(8)), Hidden(Output(8)), Input(10)},
-     [](Buffers& b) {
-         return RunMux(b, [](auto array, auto count, auto mux) {
-             return CZtaConvertMuxToMono().ConvertMuxToMono(mux, array, count, nullptr, 0);
-         });
-     },
+     RunMux<CZtaConvertMuxToMono, &CZtaConvertMuxToMono::ConvertMuxToMono>,
      true,
      true},
     {"ConvertMuxToStereo",
      {Hidden(Output(9)), Hidden(Output(9)), Input(10)},
-     [](Buffers& b) {
-         return RunMux(b, [](auto array, auto count, auto mux) {
-             return CZtaConvertMuxToStereo().ConvertMuxToStereo(mux, array, count, nullptr, 0);
-         });
-     },
+     RunMux<CZtaConvertMuxToStereo, &CZtaConvertMuxToStereo::ConvertMuxToStereo>,
      true,
      true},
     MonoToStereo("16In16", 1, 2),

@@ -406,20 +406,16 @@ TEST_F(VolumeSettings, AcceptGainsFromZeroToEight)
 
 TEST_F(VolumeSettings, ReplaceEightInTheCallersRecords)
 {
-    Records records = {{7, 8.0f, 1.0f}, {8, 1.0f, 8.0f}, {9, 8.0f, 8.0f}, {10, 7.5f, std::nextafter(8.0f, 0.0f)}};
-    EXPECT_EQ(volume_.SetVolumeSettings(records.data(), 4, 10), 0);
+    const float below = std::nextafter(8.0f, 0.0f);
     const float replaced = models::LargestGainBelow8(8.0f);
     EXPECT_EQ(replaced, 7.99989986419677734375f);
-    EXPECT_EQ(records[0].fStartVolume, replaced);
-    EXPECT_EQ(records[0].fEndVolume, 1.0f);
-    EXPECT_EQ(records[1].fStartVolume, 1.0f);
-    EXPECT_EQ(records[1].fEndVolume, replaced);
-    EXPECT_EQ(records[2].fStartVolume, replaced);
-    EXPECT_EQ(records[2].fEndVolume, replaced);
-    EXPECT_EQ(records[3].fStartVolume, 7.5f);
-    EXPECT_EQ(records[3].fEndVolume, std::nextafter(8.0f, 0.0f));
-    for (std::uint32_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(records[i].ulChannelRef, 7 + i);
+    Records records = {{7, 8.0f, 1.0f}, {8, 1.0f, 8.0f}, {9, 8.0f, 8.0f}, {10, 7.5f, below}};
+    const Records expected = {{7, replaced, 1.0f}, {8, 1.0f, replaced}, {9, replaced, replaced}, {10, 7.5f, below}};
+    EXPECT_EQ(volume_.SetVolumeSettings(records.data(), 4, 10), 0);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(records[i].ulChannelRef, expected[i].ulChannelRef) << i;
+        EXPECT_EQ(records[i].fStartVolume, expected[i].fStartVolume) << i;
+        EXPECT_EQ(records[i].fEndVolume, expected[i].fEndVolume) << i;
     }
 }
 
@@ -559,39 +555,34 @@ TEST_F(ApplyVolume, ReturnsTheFailuresOfAKernelWithoutSettingTheLength)
     EXPECT_EQ(records[0].fStartVolume, models::LargestGainBelow8(8.0f));
     EXPECT_EQ(WordsOf(output), Words(12));
     EXPECT_TRUE(output.lengthsSet.empty());
-}
 
-TEST_F(ApplyVolume, RejectsASuccessfulQueryWithoutAPointer)
-{
-    for (const bool inputIsNull : {true, false}) {
-        FakeAudioSamples input(WaveFormat(1, 32, 24, 48000, 8), 5, 5);
-        FakeAudioSamples output = input;
-        (inputIsNull ? input : output).data.clear();
-        (inputIsNull ? input : output).data.shrink_to_fit();
-        SZtAudioMonoVolumeInfo volumes[8] = {};
-        EXPECT_EQ(CZtaApplyVolume().ApplyVolume(&input, &output, volumes, 8), ZT_E_INVALID_POINTER);
-        EXPECT_TRUE(output.lengthsSet.empty());
+    for (const unsigned long channels : {2ul, 8ul}) { // a successful query without a pointer
+        for (const bool inputIsNull : {true, false}) {
+            FakeAudioSamples first(Format24In32(channels), 5, 5);
+            FakeAudioSamples second = first;
+            (inputIsNull ? first : second).data = Bytes();
+            Records flat = Flat(channels, 0.0f);
+            EXPECT_EQ(volume_.ApplyVolume(&first, &second, flat.data(), channels), ZT_E_INVALID_POINTER);
+            EXPECT_TRUE(second.lengthsSet.empty());
+        }
     }
 }
 
-TEST_F(ApplyVolume, ReadsNoRecordsWithoutFrames)
+TEST_F(ApplyVolume, SetsTheLengthEvenIfNoFrameIsScaled)
 {
-    FakeAudioSamples input = RandomSamples(Format24In32(2), 0, 6);
+    FakeAudioSamples empty = RandomSamples(Format24In32(2), 0, 6);
     FakeAudioSamples output(Format24In32(2), 0, 6);
     output.length = 7;
-    EXPECT_EQ(volume_.ApplyVolume(&input, &output, nullptr, 2), 0);
+    EXPECT_EQ(volume_.ApplyVolume(&empty, &output, nullptr, 2), 0); // reads no records
     EXPECT_EQ(output.lengthsSet, Lengths{0});
     EXPECT_EQ(WordsOf(output), Words(12));
-}
 
-TEST_F(ApplyVolume, SetsTheLengthEvenIfTheKernelSkipsTheFrames)
-{
-    FakeAudioSamples input = RandomSamples(Format24In32(1), 3, 3);
-    FakeAudioSamples output(Format24In32(1), 3, 3);
+    FakeAudioSamples three = RandomSamples(Format24In32(1), 3, 3); // too few for the kernel
+    FakeAudioSamples skipped(Format24In32(1), 3, 3);
     Records records = Flat(1, 1.0f);
-    EXPECT_EQ(volume_.ApplyVolume(&input, &output, records.data(), 1), 0);
-    EXPECT_EQ(WordsOf(output), Words(3));
-    EXPECT_EQ(output.lengthsSet, Lengths{12});
+    EXPECT_EQ(volume_.ApplyVolume(&three, &skipped, records.data(), 1), 0);
+    EXPECT_EQ(skipped.lengthsSet, Lengths{12});
+    EXPECT_EQ(WordsOf(skipped), Words(3));
 }
 
 TEST_F(VolumeSettings, OfNoFramesHaveStepsOutOfRange)

@@ -8,8 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstring>
 #include <random>
 #include <vector>
 

@@ -426,6 +426,21 @@ TEST_F(Files, OfLossyContainersAreWrittenAndRead)
     }
 }
 
+TEST_F(Files, Of24BitsAreReadInEitherByteOrderAndInBlocks)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_24, 2, 9000); // whole blocks of the last one
+    for (const int format :
+         {SF_FORMAT_WAV | SF_ENDIAN_BIG, SF_FORMAT_AIFF | SF_ENDIAN_LITTLE, SF_FORMAT_CAF | SF_ENDIAN_LITTLE,
+          SF_FORMAT_CAF | SF_ENDIAN_BIG, SF_FORMAT_AU | SF_ENDIAN_LITTLE, SF_FORMAT_AU | SF_ENDIAN_BIG,
+          SF_FORMAT_PAF | SF_ENDIAN_FILE}) {
+        SCOPED_TRACE(format);
+        Sound written = sound;
+        written.format = format | SF_FORMAT_PCM_24;
+        Run({"convert", Write("in", written), File("out.wav")});
+        ExpectSame(ReadSound(File("out.wav")), sound);
+    }
+}
+
 TEST_F(Files, OfAuAndCafAreExact)
 {
     for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {

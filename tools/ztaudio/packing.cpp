@@ -1,6 +1,35 @@
 #include "tools/ztaudio/packing.h"
 
+#include <algorithm>
 #include <cstring>
+
+namespace {
+
+template <std::endian Order>
+void Unpack(const std::byte* packed, std::span<std::int32_t> samples)
+{
+    const auto unpack = [](const std::byte* from, std::size_t bytes) {
+        std::uint32_t word = 0;
+        std::memcpy(&word, from, bytes);
+        return static_cast<std::int32_t>(Order == std::endian::little ? word << 8 : __builtin_bswap32(word) & ~0xFFU);
+    };
+    // Each load has the first byte of the next sample too, which is not used; the last one must not read it.
+    const std::size_t last = samples.size() - 1;
+    for (std::size_t i = 0; i < last; ++i) {
+        samples[i] = unpack(packed + i * kPackedBytes, sizeof(std::uint32_t));
+    }
+    samples[last] = unpack(packed + last * kPackedBytes, kPackedBytes);
+}
+
+template <std::size_t SampleBytes>
+void Swap(std::span<std::byte> samples)
+{
+    for (std::size_t i = 0; i < samples.size(); i += SampleBytes) {
+        std::reverse(samples.data() + i, samples.data() + i + SampleBytes);
+    }
+}
+
+} // namespace
 
 void Pack24Bits(std::span<const std::int32_t> samples, std::byte* packed)
 {
@@ -20,5 +49,28 @@ void Pack24Bits(std::span<const std::int32_t> samples, std::byte* packed)
         const std::uint32_t last = bits(i);
         std::memcpy(packed, &last, kPackedBytes);
         packed += kPackedBytes;
+    }
+}
+
+void Unpack24Bits(const std::byte* packed, std::endian order, std::span<std::int32_t> samples)
+{
+    if (samples.empty()) {
+        return;
+    }
+    if (order == std::endian::little) {
+        Unpack<std::endian::little>(packed, samples);
+    } else {
+        Unpack<std::endian::big>(packed, samples);
+    }
+}
+
+void SwapBytes(std::span<std::byte> samples, std::size_t sampleBytes)
+{
+    if (sampleBytes == 2) {
+        Swap<2>(samples);
+    } else if (sampleBytes == 3) {
+        Swap<3>(samples);
+    } else {
+        Swap<4>(samples);
     }
 }

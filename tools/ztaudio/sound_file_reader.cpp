@@ -2,6 +2,7 @@
 
 #include "tools/common/failure.h"
 #include "tools/common/output_file.h"
+#include "tools/ztaudio/packing.h"
 #include "tools/ztaudio/standard_error_mute.h"
 
 #include <algorithm>
@@ -78,6 +79,16 @@ constexpr TagEntry kTags[] = {
     {SF_STR_COMMENT, "comment"},   {SF_STR_LICENSE, "license"}, {SF_STR_COPYRIGHT, "copyright"},
     {SF_STR_SOFTWARE, "software"},
 };
+
+/// Returns whether the file, as libsndfile opened it, holds 24-bit samples of three bytes. Other containers compress
+/// them or arrange them in blocks.
+bool HoldsPackedSamples(int format)
+{
+    constexpr int kContainers[] = {SF_FORMAT_WAV,  SF_FORMAT_WAVEX, SF_FORMAT_W64, SF_FORMAT_RF64,
+                                   SF_FORMAT_AIFF, SF_FORMAT_AU,    SF_FORMAT_CAF, SF_FORMAT_RAW};
+    return (format & SF_FORMAT_SUBMASK) == SF_FORMAT_PCM_24 &&
+           std::ranges::find(kContainers, format & SF_FORMAT_TYPEMASK) != std::end(kContainers);
+}
 
 } // namespace
 
@@ -307,6 +318,10 @@ void SoundFileReader::RequireOpened()
         isLengthKnown_ = false;
     }
     isLengthKnown_ = isLengthKnown_ && !(isPipe_ && stream_);
+    if (HoldsPackedSamples(info_.format)) {
+        const bool isSwapped = sf_command(sound_.get(), SFC_RAW_DATA_NEEDS_ENDSWAP, nullptr, 0) == SF_TRUE;
+        packedOrder_ = isSwapped ? std::endian::big : std::endian::little;
+    }
     format_ = entry->format;
     loss_ = clearLowByte_ ? std::string_view() : entry->loss;
     clearLowByte_ = clearLowByte_ || subtype == SF_FORMAT_PCM_32 || subtype == SF_FORMAT_ALAC_32;
@@ -387,7 +402,8 @@ sf_count_t SoundFileReader::Read(void* samples, sf_count_t frames)
             break;
         case SampleFormat::Pcm24In32:
         case SampleFormat::Pcm24In24:
-            read = sf_readf_int(sound_.get(), static_cast<int*>(samples), frames);
+            read = packedOrder_ ? ReadPacked(static_cast<std::int32_t*>(samples), frames)
+                                : sf_readf_int(sound_.get(), static_cast<int*>(samples), frames);
             break;
         case SampleFormat::Float32:
             read = sf_readf_float(sound_.get(), static_cast<float*>(samples), frames);
@@ -404,6 +420,17 @@ sf_count_t SoundFileReader::Read(void* samples, sf_count_t frames)
         FinishRead();
     }
     return read;
+}
+
+// libsndfile converts each byte for itself; here it reads the bytes as they are.
+sf_count_t SoundFileReader::ReadPacked(std::int32_t* samples, sf_count_t frames)
+{
+    const std::size_t frameBytes = kPackedBytes * Channels();
+    packed_.resize(static_cast<std::size_t>(frames) * frameBytes);
+    const sf_count_t bytes = sf_read_raw(sound_.get(), packed_.data(), static_cast<sf_count_t>(packed_.size()));
+    const std::size_t read = static_cast<std::size_t>(bytes) / frameBytes;
+    Unpack24Bits(packed_.data(), *packedOrder_, {samples, read * Channels()});
+    return static_cast<sf_count_t>(read);
 }
 
 void SoundFileReader::FinishRead()

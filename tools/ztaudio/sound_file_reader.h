@@ -8,8 +8,11 @@
 
 #include <sndfile.h>
 
+#include <bit>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -89,6 +92,7 @@ private:
     void OpenVirtual();
     void RequireOpened();
     void RequireNamedFormat() const;
+    sf_count_t ReadPacked(std::int32_t* samples, sf_count_t frames);
     void FinishRead();
 
     std::filesystem::path path_;
@@ -104,6 +108,8 @@ private:
     SampleFormat format_{};
     std::string_view loss_;
     bool clearLowByte_ = false;
+    std::optional<std::endian> packedOrder_; ///< byte order of samples of three bytes, which are read as they are
+    std::vector<std::byte> packed_;
     sf_count_t framesRead_ = 0;
     std::string endNote_;
 };

@@ -250,47 +250,41 @@ void SoundFileWriter::WritePending()
         pending_.clear();
         return;
     }
-    const void* samples = pending_.data();
-    const std::size_t count = pending_.size() / BytesOf(format_);
     const auto frames = static_cast<sf_count_t>(pending_.size() / (samplesPerFrame_ * BytesOf(format_)));
-    sf_count_t written = 0;
-    switch (format_) {
-    case SampleFormat::Pcm16:
-        written = sf_writef_short(sound_.get(), static_cast<const short*>(samples), frames);
-        break;
-    case SampleFormat::Pcm24In32:
-        if (isPacked_) {
-            packed_.resize(kPackedBytes * count);
-            Pack24Bits({static_cast<const std::int32_t*>(samples), count}, packed_.data());
-            written = WritePacked(packed_);
-        } else {
-            written = sf_writef_int(sound_.get(), static_cast<const int*>(samples), frames);
-        }
-        break;
-    case SampleFormat::Pcm24In24: {
-        if (isPacked_) {
-            written = WritePacked(pending_);
-            break;
-        }
-        const auto* bytes = static_cast<const unsigned char*>(samples);
-        unpacked_.resize(count);
-        for (int& sample : unpacked_) {
-            sample = static_cast<int>(static_cast<unsigned>(bytes[0]) << 8 | static_cast<unsigned>(bytes[1]) << 16 |
-                                      static_cast<unsigned>(bytes[2]) << 24);
-            bytes += 3;
-        }
-        written = sf_writef_int(sound_.get(), unpacked_.data(), frames);
-        break;
-    }
-    case SampleFormat::Float32:
-        written = sf_writef_float(sound_.get(), static_cast<const float*>(samples), frames);
-        break;
-    }
+    const sf_count_t written = WriteFrames(pending_.data(), frames);
     target_->RequireWritten();
     if (written != frames) {
         throw Failure(path_.string() + ": cannot write: " + sf_strerror(sound_.get()));
     }
     pending_.clear();
+}
+
+sf_count_t SoundFileWriter::WriteFrames(const std::byte* samples, sf_count_t frames)
+{
+    const std::size_t count = static_cast<std::size_t>(frames) * samplesPerFrame_;
+    switch (format_) {
+    case SampleFormat::Pcm16:
+        return sf_writef_short(sound_.get(), reinterpret_cast<const short*>(samples), frames);
+    case SampleFormat::Pcm24In32: {
+        const auto* const wide = reinterpret_cast<const std::int32_t*>(samples);
+        if (!isPacked_) {
+            return sf_writef_int(sound_.get(), wide, frames);
+        }
+        packed_.resize(kPackedBytes * count);
+        Pack24Bits({wide, count}, packed_.data());
+        return WritePacked(packed_);
+    }
+    case SampleFormat::Pcm24In24:
+        if (isPacked_) {
+            return WritePacked({samples, kPackedBytes * count});
+        }
+        wide_.resize(count);
+        Unpack24Bits(samples, std::endian::little, wide_);
+        return sf_writef_int(sound_.get(), wide_.data(), frames);
+    case SampleFormat::Float32:
+        break;
+    }
+    return sf_writef_float(sound_.get(), reinterpret_cast<const float*>(samples), frames);
 }
 
 // libsndfile converts each byte for itself; here it writes the bytes as they are.

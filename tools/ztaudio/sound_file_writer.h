@@ -9,6 +9,7 @@
 #include <sndfile.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -61,6 +62,7 @@ public:
 private:
     void Close();
     void WritePending();
+    sf_count_t WriteFrames(const std::byte* samples, sf_count_t frames);
     sf_count_t WritePacked(std::span<const std::byte> bytes);
     void RequireCapacity(sf_count_t frames) const;
     void OpenLibrary(int format, std::uint32_t rate);
@@ -74,7 +76,7 @@ private:
     std::vector<std::byte> pending_;
     bool isPacked_ = false; ///< the container holds the bytes of 24-in-24
     std::vector<std::byte> packed_;
-    std::vector<int> unpacked_;
+    std::vector<std::int32_t> wide_;
     std::unique_ptr<OutputTarget> target_;
     std::unique_ptr<StreamEncoder> encoder_; ///< if libsndfile does not write the samples
     SoundHandle sound_;

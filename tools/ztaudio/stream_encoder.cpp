@@ -1,6 +1,7 @@
 #include "tools/ztaudio/stream_encoder.h"
 
-#include <algorithm>
+#include "tools/ztaudio/packing.h"
+
 #include <string>
 #include <vector>
 
@@ -23,38 +24,43 @@ std::size_t FileBytes(SampleFormat format)
     return format == SampleFormat::Pcm24In32 ? 3 : BytesOf(format);
 }
 
-/// Writes the samples as the container holds them.
+/// How a stream holds the samples.
+struct Layout {
+    std::size_t sampleBytes;
+    bool isBigEndian = false;
+    bool isPadded = false; ///< to an even number of bytes
+};
+
 class Encoder : public StreamEncoder {
 public:
-    Encoder(OutputTarget& target, SampleFormat format, std::size_t sampleBytes, bool isBigEndian, bool isPadded,
-            const std::string& header)
-        : target_(target), format_(format), sampleBytes_(sampleBytes), isBigEndian_(isBigEndian), isPadded_(isPadded)
+    Encoder(OutputTarget& target, SampleFormat format, const Layout& layout, const std::string& header)
+        : target_(target), layout_(layout), isPacked_(layout.sampleBytes < BytesOf(format))
     {
         target_.Write(header.data(), static_cast<std::int64_t>(header.size()));
     }
 
     void Write(std::span<const std::byte> samples) override
     {
-        const std::size_t containerBytes = BytesOf(format_);
-        const std::size_t skipped = containerBytes - sampleBytes_;
-        if (skipped == 0 && !isBigEndian_) {
+        if (!isPacked_ && !layout_.isBigEndian) {
             WriteBytes(samples);
             return;
         }
-        bytes_.clear();
-        for (std::size_t at = 0; at < samples.size(); at += containerBytes) {
-            const auto sample = samples.subspan(at + skipped, sampleBytes_);
-            bytes_.insert(bytes_.end(), sample.begin(), sample.end());
-            if (isBigEndian_) {
-                std::reverse(bytes_.end() - static_cast<std::ptrdiff_t>(sampleBytes_), bytes_.end());
-            }
+        if (isPacked_) {
+            const std::size_t count = samples.size() / sizeof(std::int32_t);
+            bytes_.resize(count * kPackedBytes);
+            Pack24Bits({reinterpret_cast<const std::int32_t*>(samples.data()), count}, bytes_.data());
+        } else {
+            bytes_.assign(samples.begin(), samples.end());
+        }
+        if (layout_.isBigEndian) {
+            SwapBytes(bytes_, layout_.sampleBytes);
         }
         WriteBytes(bytes_);
     }
 
     void Finish() override
     {
-        if (isPadded_ && written_ % 2 != 0) {
+        if (layout_.isPadded && written_ % 2 != 0) {
             WriteBytes(std::vector<std::byte>(1));
         }
     }
@@ -67,10 +73,8 @@ private:
     }
 
     OutputTarget& target_;
-    SampleFormat format_;
-    std::size_t sampleBytes_;
-    bool isBigEndian_;
-    bool isPadded_;
+    Layout layout_;
+    bool isPacked_; ///< the stream holds 24-in-32 without the low byte
     std::uint64_t written_ = 0;
     std::vector<std::byte> bytes_;
 };
@@ -79,7 +83,7 @@ private:
 
 std::unique_ptr<StreamEncoder> MakeRawEncoder(OutputTarget& target, SampleFormat format)
 {
-    return std::make_unique<Encoder>(target, format, BytesOf(format), false, false, "");
+    return std::make_unique<Encoder>(target, format, Layout{BytesOf(format)}, "");
 }
 
 std::unique_ptr<StreamEncoder> MakeWavEncoder(OutputTarget& target, SampleFormat format, std::uint32_t channels,
@@ -100,7 +104,7 @@ std::unique_ptr<StreamEncoder> MakeWavEncoder(OutputTarget& target, SampleFormat
     const std::uint64_t sound = static_cast<std::uint64_t>(frames) * frameBytes;
     const std::uint64_t riff = body.size() + 8 + sound + sound % 2;
     const bool isOpen = frames == 0 || riff >= kOpenSize;
-    return std::make_unique<Encoder>(target, format, sampleBytes, false, !isOpen,
+    return std::make_unique<Encoder>(target, format, Layout{sampleBytes, false, !isOpen},
                                      "RIFF" + little(isOpen ? kOpenSize : riff, 4) + body + "data" +
                                          little(isOpen ? kOpenSize : sound, 4));
 }
@@ -113,7 +117,7 @@ std::unique_ptr<StreamEncoder> MakeAuEncoder(OutputTarget& target, SampleFormat 
     const std::uint64_t encoding = format == SampleFormat::Float32 ? 6 : sampleBytes == 2 ? 3 : 4;
     const std::uint64_t sound = static_cast<std::uint64_t>(frames) * sampleBytes * channels;
     const bool isOpen = frames == 0 || sound >= kOpenSize;
-    return std::make_unique<Encoder>(target, format, sampleBytes, true, false,
+    return std::make_unique<Encoder>(target, format, Layout{sampleBytes, true},
                                      ".snd" + big(kAuHeaderBytes) + big(isOpen ? kOpenSize : sound) + big(encoding) +
                                          big(rate) + big(channels) + std::string(kAuHeaderBytes - 24, '\0'));
 }

@@ -1,6 +1,9 @@
 // Standard input and output, raw samples, and headers that do not contain the length.
 #include "tests/tools/command_test.h"
 
+#include <bit>
+#include <cmath>
+
 namespace {
 
 class Pipes : public CommandTest {
@@ -408,21 +411,61 @@ TEST_F(Salvage, DecodesTheBlocksThatAreThere)
 
 class Files : public CommandTest {};
 
-TEST_F(Files, OfLossyContainersAreWrittenAndRead)
+/// A mono or stereo sound of tones, another one in each channel.
+Sound Tones(int subtype, int channels)
 {
     std::vector<float> values;
-    for (int i = 0; i < 48000; ++i) {
-        values.push_back(0.4F * static_cast<float>(i % 100 < 50 ? 1 : -1));
+    for (int frame = 0; frame < 48000; ++frame) {
+        for (int channel = 0; channel < channels; ++channel) {
+            values.push_back(0.4F * std::sin(static_cast<float>(frame % 4800) * (channel == 0 ? 0x1p-4F : 0x1p-3F)));
+        }
     }
-    const std::string in = Write("in.wav", Floats(values));
-    for (const std::string extension : {"ogg", "opus", "mp3"}) {
-        SCOPED_TRACE(extension);
-        Run({"convert", in, File("out." + extension)});
-        Run({"convert", File("out." + extension), File("back.wav")});
-        const Sound back = ReadSound(File("back.wav"));
-        EXPECT_EQ(back.Subtype(), SF_FORMAT_FLOAT);
-        EXPECT_EQ(back.rate, 48000);
-        EXPECT_EQ(back.Frames(), 48000);
+    return Converted(Floats(values, channels), subtype == SF_FORMAT_PCM_16   ? "16"
+                                               : subtype == SF_FORMAT_PCM_24 ? "24in32"
+                                                                             : "float");
+}
+
+/// The power of the difference of two sounds of floats as a part of the first one's.
+double RelativeError(const Sound& expected, const Sound& actual)
+{
+    double power = 0;
+    double error = 0;
+    for (std::size_t i = 0; i < expected.samples.size(); ++i) {
+        const auto value = static_cast<double>(std::bit_cast<float>(expected.samples[i]));
+        const double difference = static_cast<double>(std::bit_cast<float>(actual.samples[i])) - value;
+        power += value * value;
+        error += difference * difference;
+    }
+    return error / power;
+}
+
+TEST_F(Files, OfLossyContainersHaveTheSoundOfEveryFormat)
+{
+    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
+        for (const int channels : {1, 2}) {
+            const Sound sound = Tones(subtype, channels);
+            const std::string in = Write("in.wav", sound);
+            for (const std::string extension : {"ogg", "opus", "mp3"}) {
+                SCOPED_TRACE(extension + " of " + std::to_string(channels) + ", subtype " + std::to_string(subtype));
+                Run({"convert", in, File("out." + extension)});
+                Run({"convert", File("out." + extension), File("back.wav")});
+                const Sound back = ReadSound(File("back.wav"));
+                EXPECT_EQ(back.Subtype(), SF_FORMAT_FLOAT);
+                EXPECT_EQ(back.rate, 48000);
+                ASSERT_EQ(back.Frames(), 48000);
+                EXPECT_LT(RelativeError(Converted(sound, "float"), back), 0.01);
+            }
+        }
+    }
+}
+
+TEST_F(Files, OfMp3DependOnTheirInputOnly)
+{
+    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
+        const std::string in = Write("in.wav", Tones(subtype, 2));
+        Run({"convert", in, File("first.mp3")});
+        Run({"convert", in, File("second.mp3")});
+        EXPECT_TRUE(ReadTextFile(File("first.mp3")) == ReadTextFile(File("second.mp3"))) << subtype;
     }
 }
 

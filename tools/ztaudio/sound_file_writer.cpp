@@ -191,6 +191,7 @@ void SoundFileWriter::OpenLibrary(int format, std::uint32_t rate)
                       ": " + LibraryError());
     }
     isPacked_ = IsLittleEndian(format) && (format & SF_FORMAT_SUBMASK) == SF_FORMAT_PCM_24;
+    isMpeg_ = (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
     // The chunk of peaks has the time of writing: without it, equal input gives equal files.
     sf_command(sound_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
@@ -263,8 +264,16 @@ sf_count_t SoundFileWriter::WriteFrames(const std::byte* samples, sf_count_t fra
 {
     const std::size_t count = static_cast<std::size_t>(frames) * samplesPerFrame_;
     switch (format_) {
-    case SampleFormat::Pcm16:
-        return sf_writef_short(sound_.get(), reinterpret_cast<const short*>(samples), frames);
+    case SampleFormat::Pcm16: {
+        const auto* const narrow = reinterpret_cast<const short*>(samples);
+        if (!isMpeg_) {
+            return sf_writef_short(sound_.get(), narrow, frames);
+        }
+        // libsndfile 1.2.0 encodes 16-bit stereo samples to MP3 from memory that it has not initialized.
+        wide_.resize(count);
+        std::transform(narrow, narrow + count, wide_.begin(), [](short sample) { return sample * 65536; });
+        return sf_writef_int(sound_.get(), wide_.data(), frames);
+    }
     case SampleFormat::Pcm24In32: {
         const auto* const wide = reinterpret_cast<const std::int32_t*>(samples);
         if (!isPacked_) {

@@ -75,6 +75,7 @@ private:
     std::string emptyFailure_; ///< the message if no frames are written; empty if that is no failure
     std::vector<std::byte> pending_;
     bool isPacked_ = false; ///< the container holds the bytes of 24-in-24
+    bool isMpeg_ = false;
     std::vector<std::byte> packed_;
     std::vector<std::int32_t> wide_;
     std::unique_ptr<OutputTarget> target_;

@@ -44,20 +44,60 @@ TEST_F(BadInput, RejectsAFileWithoutSound)
     }
 }
 
+struct LengthCase {
+    int format;
+    int maxChannels = 2;
+    long terminatorBytes = 0; ///< after the samples
+};
+
+// The containers whose header contains the length, and FLAC, which shows it when it is read.
+const std::vector<LengthCase> kContainersWithLength = {
+    {SF_FORMAT_WAV | SF_FORMAT_PCM_16},
+    {SF_FORMAT_WAVEX | SF_FORMAT_PCM_24},
+    {SF_FORMAT_RF64 | SF_FORMAT_PCM_16},
+    {SF_FORMAT_W64 | SF_FORMAT_PCM_16},
+    {SF_FORMAT_AU | SF_FORMAT_PCM_16},
+    {SF_FORMAT_AIFF | SF_FORMAT_PCM_16},
+    {SF_FORMAT_CAF | SF_FORMAT_PCM_16},
+    {SF_FORMAT_SVX | SF_FORMAT_PCM_16, 1},
+    {SF_FORMAT_AVR | SF_FORMAT_PCM_16},
+    {SF_FORMAT_AVR | SF_FORMAT_PCM_U8},
+    {SF_FORMAT_MAT4 | SF_FORMAT_PCM_16},
+    {SF_FORMAT_MAT4 | SF_ENDIAN_BIG | SF_FORMAT_PCM_32},
+    {SF_FORMAT_MAT4 | SF_FORMAT_DOUBLE},
+    {SF_FORMAT_MAT5 | SF_FORMAT_PCM_16},
+    {SF_FORMAT_MAT5 | SF_ENDIAN_BIG | SF_FORMAT_FLOAT},
+    {SF_FORMAT_MPC2K | SF_FORMAT_PCM_16},
+    {SF_FORMAT_NIST | SF_FORMAT_PCM_16},
+    {SF_FORMAT_NIST | SF_FORMAT_ULAW},
+    {SF_FORMAT_VOC | SF_FORMAT_PCM_16, 2, 1},
+    {SF_FORMAT_WVE | SF_FORMAT_ALAW, 1},
+};
+
 TEST_F(BadInput, RejectsATruncatedFileOfEveryContainer)
 {
-    const std::vector<std::pair<std::string, int>> containers = {
-        {"wav", SF_FORMAT_WAV},   {"rf64", SF_FORMAT_RF64}, {"w64", SF_FORMAT_W64},         {"au", SF_FORMAT_AU},
-        {"aiff", SF_FORMAT_AIFF}, {"flac", SF_FORMAT_FLAC}, {"wavex.wav", SF_FORMAT_WAVEX}, {"caf", SF_FORMAT_CAF}};
-    for (const auto& [extension, type] : containers) {
-        SCOPED_TRACE(extension);
-        Sound sound = Noise(SF_FORMAT_PCM_16, 2, 20000);
-        sound.format = type | SF_FORMAT_PCM_16;
-        const std::string path = File("short." + extension);
-        WriteSound(path, sound);
-        Truncate(path, 40001);
-        EXPECT_NE(Fails({"convert", path, out_}).find("truncated"), std::string::npos);
+    const std::string path = File("short");
+    for (const auto& [format, maxChannels, terminatorBytes] : kContainersWithLength) {
+        for (int channels = 1; channels <= maxChannels; ++channels) {
+            SCOPED_TRACE(::testing::Message() << std::hex << "format " << format << ", channels " << channels);
+            Sound sound = Noise(SF_FORMAT_PCM_24, channels, 4000, 8000);
+            sound.format = format;
+            WriteSound(path, sound);
+            EXPECT_EQ(RunTool({"convert", path, out_, "-q"}).errors, "");
+            Truncate(path, 2001 + static_cast<std::uintmax_t>(terminatorBytes));
+            EXPECT_EQ(Fails({"convert", path, out_}),
+                      "ztaudio: " + path +
+                          ": truncated: 2001 bytes of samples are missing that its header promises (--salvage reads "
+                          "the others)\n");
+            ASSERT_EQ(RunTool({"convert", path, out_, "-q", "--salvage"}).exitCode, 0);
+            const long frames = ReadSound(out_).Frames();
+            EXPECT_GE(frames, 4000 - 2002);
+            EXPECT_LT(frames, 4000);
+        }
     }
+    WriteSound(path, {SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 2, 48000, Noise(SF_FORMAT_PCM_16, 2, 20000).samples});
+    Truncate(path, 40001);
+    EXPECT_NE(Fails({"convert", path, out_}).find("truncated"), std::string::npos);
 }
 
 TEST_F(BadInput, RejectsATruncatedFileOfEveryLossyCodec)
@@ -101,7 +141,7 @@ TEST_F(BadInput, RejectsAWavThatLacksOneByte)
     EXPECT_EQ(
         Fails({"convert", in_, out_}),
         "ztaudio: " + in_ +
-            ": truncated: 1 bytes of samples are missing that its header promises (--salvage reads the others)\n");
+            ": truncated: 1 byte of samples is missing that its header promises (--salvage reads the others)\n");
 }
 
 TEST_F(BadInput, RejectsAnOutputFolderThatCannotBeWritten)

@@ -71,9 +71,7 @@ void Show(const std::filesystem::path& path)
         Line("note", std::string(sound.Loss()));
     }
     if (sound.Length().isTruncated) {
-        const std::uint64_t missing = sound.Length().missingBytes;
-        Line("truncated", missing == 0 ? "the last part of the sound is missing"
-                                       : std::to_string(missing) + " bytes of samples are missing");
+        Line("truncated", DescribeMissing(sound.Length()));
     }
     for (const Tag& tag : sound.Tags()) {
         Line(tag.name, tag.text);

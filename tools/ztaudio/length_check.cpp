@@ -1,10 +1,11 @@
 #include "tools/ztaudio/length_check.h"
 
+#include "tools/ztaudio/declared_end.h"
+#include "tools/ztaudio/header_numbers.h"
 #include "tools/ztaudio/stream_header.h"
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,42 +34,6 @@ constexpr Layout kAiff = {"SSND", 12, 4, 4, true, false, 2};
 constexpr Layout kIff = {"BODY", 12, 4, 4, true, false, 2};
 constexpr Layout kCaf = {"data", 8, 4, 8, true, false, 1};
 constexpr Layout kWave64 = {"data", 40, 16, 8, false, true, 8};
-
-class File {
-public:
-    explicit File(const std::filesystem::path& path) : file_(path, std::ios::binary)
-    {
-        std::error_code error;
-        const std::uintmax_t length = std::filesystem::file_size(path, error);
-        length_ = error ? 0 : length;
-    }
-
-    std::uint64_t Length() const { return length_; }
-
-    /// Returns `count` bytes from `at` on, fewer at the end of the file.
-    std::string Read(std::uint64_t at, std::size_t count)
-    {
-        std::string bytes(count, '\0');
-        file_.clear();
-        file_.seekg(static_cast<std::streamoff>(at));
-        file_.read(bytes.data(), static_cast<std::streamsize>(count));
-        bytes.resize(static_cast<std::size_t>(file_.gcount()));
-        return bytes;
-    }
-
-private:
-    std::ifstream file_;
-    std::uint64_t length_;
-};
-
-std::uint64_t Number(std::string_view bytes, bool isBigEndian)
-{
-    std::uint64_t number = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        number = number << 8 | static_cast<unsigned char>(bytes[isBigEndian ? i : bytes.size() - 1 - i]);
-    }
-    return number;
-}
 
 /// Checks `size` bytes that begin at `begin` in a file of `length` bytes.
 LengthCheck CheckSize(std::uint64_t length, std::uint64_t begin, std::uint64_t size)
@@ -99,7 +64,7 @@ const Layout* FindLayout(const std::string& head)
     return nullptr;
 }
 
-LengthCheck CheckChunks(File& file, const Layout& layout)
+LengthCheck CheckChunks(HeaderFile& file, const Layout& layout)
 {
     const std::size_t headerBytes = layout.idBytes + layout.sizeBytes;
     std::optional<std::uint64_t> longSize; // of RF64, whose data chunk refers to it
@@ -109,9 +74,9 @@ LengthCheck CheckChunks(File& file, const Layout& layout)
             return {};
         }
         const std::uint64_t begin = at + headerBytes;
-        std::uint64_t size = Number(std::string_view(header).substr(layout.idBytes), layout.isBigEndian);
+        std::uint64_t size = (layout.isBigEndian ? BigEndian : LittleEndian)(header, layout.idBytes, layout.sizeBytes);
         if (header.starts_with("ds64")) {
-            longSize = Number(file.Read(begin + 8, 8), false);
+            longSize = LittleEndian(file.Read(begin + 8, 8), 0, 8);
         }
         if (header.starts_with(layout.samples)) {
             if (size == kOpen32 && longSize && *longSize != 0) {
@@ -137,21 +102,20 @@ LengthCheck CheckChunks(File& file, const Layout& layout)
     }
 }
 
-LengthCheck CheckAu(const File& file, const std::string& head)
+LengthCheck CheckAu(const HeaderFile& file, const std::string& head)
 {
-    const std::uint64_t size = Number(head.substr(8, 4), true);
-    return size == kOpen32 ? LengthCheck{.isOpenEnded = true}
-                           : CheckSize(file.Length(), Number(head.substr(4, 4), true), size);
+    const std::uint64_t size = BigEndian(head, 8, 4);
+    return size == kOpen32 ? LengthCheck{.isOpenEnded = true} : CheckSize(file.Length(), BigEndian(head, 4, 4), size);
 }
 
-LengthCheck CheckOgg(File& file)
+LengthCheck CheckOgg(HeaderFile& file)
 {
     const std::uint64_t begin = file.Length() - std::min<std::uint64_t>(file.Length(), 2 * kMaxOggPageBytes);
     return CheckLastOggPage(file.Read(begin, 2 * kMaxOggPageBytes), begin, file.Length());
 }
 
 // The first frame may have a header that counts the bytes of all.
-LengthCheck CheckMpeg(File& file)
+LengthCheck CheckMpeg(HeaderFile& file)
 {
     constexpr std::size_t kTagHeaderBytes = 10;
     std::uint64_t at = 0;
@@ -171,18 +135,18 @@ LengthCheck CheckMpeg(File& file)
     }
     constexpr std::uint64_t kHasFrames = 1;
     constexpr std::uint64_t kHasBytes = 2;
-    const std::uint64_t flags = Number(frame.substr(header + 4, 4), true);
+    const std::uint64_t flags = BigEndian(frame, header + 4, 4);
     if ((flags & kHasFrames) == 0 || (flags & kHasBytes) == 0) {
         return {.isEstimate = (flags & kHasFrames) == 0};
     }
-    return CheckSize(file.Length(), at, Number(frame.substr(header + 12, 4), true));
+    return CheckSize(file.Length(), at, BigEndian(frame, header + 12, 4));
 }
 
 } // namespace
 
 LengthCheck CheckLength(const std::filesystem::path& path)
 {
-    File file(path);
+    HeaderFile file(path);
     const std::string head = file.Read(0, 40);
     if (const Layout* const layout = FindLayout(head)) {
         return CheckChunks(file, *layout);
@@ -193,7 +157,19 @@ LengthCheck CheckLength(const std::filesystem::path& path)
     if (head.starts_with("OggS")) {
         return CheckOgg(file);
     }
-    return IsMpeg(head) ? CheckMpeg(file) : LengthCheck{};
+    return IsMpeg(head) ? CheckMpeg(file) : CheckSize(file.Length(), 0, FindDeclaredEnd(file));
+}
+
+std::string DescribeMissing(const LengthCheck& length)
+{
+    switch (length.missingBytes) {
+    case 0:
+        return "the last part of the sound is missing";
+    case 1:
+        return "1 byte of samples is missing";
+    default:
+        return std::to_string(length.missingBytes) + " bytes of samples are missing";
+    }
 }
 
 LengthCheck CheckLastOggPage(const std::string& tail, std::uint64_t begin, std::uint64_t length)

@@ -12,9 +12,12 @@ struct LengthCheck {
     bool isEstimate = false;        ///< the header has no length, and a decoder only estimates one
 };
 
-/// Checks WAV, RF64, W64, AIFF, 8SVX, CAF, AU, Ogg and MPEG files. Finds nothing in other containers: a FLAC file shows
-/// that it is truncated when it is read, and the others do not contain their length or libsndfile hides it.
+/// Checks WAV, RF64, W64, AIFF, 8SVX, CAF, AU, Ogg and MPEG files, and those of FindDeclaredEnd. Finds nothing in other
+/// containers: a FLAC file shows that it is truncated when it is read, and the others do not contain their length.
 LengthCheck CheckLength(const std::filesystem::path& path);
+
+/// Describes what a truncated file lacks.
+std::string DescribeMissing(const LengthCheck& length);
 
 inline constexpr std::size_t kMaxOggPageBytes = 65307;
 

@@ -385,9 +385,7 @@ void SoundFileReader::RequireWhole() const
         return;
     }
     const std::string missing =
-        length_.missingBytes == 0
-            ? "the last part of the sound is missing"
-            : std::to_string(length_.missingBytes) + " bytes of samples are missing that its header promises";
+        DescribeMissing(length_) + (length_.missingBytes == 0 ? "" : " that its header promises");
     throw Failure(path_.string() + ": truncated: " + missing + " (--salvage reads the others)");
 }
 

@@ -1,5 +1,7 @@
 #include "tools/ztaudio/stream_header.h"
 
+#include "tools/ztaudio/header_numbers.h"
+
 #include <sndfile.h>
 
 #include <algorithm>
@@ -15,36 +17,14 @@ constexpr std::size_t kMaxHeaderBytes = 1 << 20;
 constexpr std::size_t kMaxFormatBytes = 4096;
 constexpr std::uint32_t kMaxRate = 10000000;
 
-std::uint64_t Little64(const std::string& bytes, std::size_t at)
-{
-    std::uint64_t value = 0;
-    for (std::size_t i = 8; i-- > 0;) {
-        value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-    }
-    return value;
-}
-
 std::uint32_t Little(const std::string& bytes, std::size_t at, std::size_t count)
 {
-    std::uint32_t value = 0;
-    for (std::size_t i = count; i-- > 0;) {
-        value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-    }
-    return value;
+    return static_cast<std::uint32_t>(LittleEndian(bytes, at, count));
 }
 
 std::uint32_t Big(const std::string& bytes, std::size_t at)
 {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-    }
-    return value;
-}
-
-std::uint64_t Big64(const std::string& bytes, std::size_t at)
-{
-    return std::uint64_t{Big(bytes, at)} << 32 | Big(bytes, at + 4);
+    return static_cast<std::uint32_t>(BigEndian(bytes, at, 4));
 }
 
 int WavSubtype(std::uint32_t tag, std::uint32_t bits)
@@ -129,7 +109,7 @@ std::optional<StreamFormat> ParseWav(ByteStream& stream)
         }
         if (header.starts_with("ds64")) {
             if (const std::string sizes = stream.Peek(at, 16); sizes.size() == 16) {
-                longSize = Little64(sizes, 8);
+                longSize = LittleEndian(sizes, 8, 8);
             }
         }
         if (header.starts_with("fmt ")) {
@@ -207,7 +187,7 @@ std::optional<StreamFormat> ParseCafFormat(const std::string& chunk)
     if (channels == 0 || frameBytes % channels != 0 || frameBytes / channels != (Big(chunk, 28) + 7) / 8) {
         return std::nullopt; // compressed, or with padding
     }
-    const auto rate = std::bit_cast<double>(Big64(chunk, 0));
+    const auto rate = std::bit_cast<double>(BigEndian(chunk, 0, 8));
     StreamFormat format;
     format.format =
         SF_FORMAT_RAW | subtype | ((Big(chunk, 12) & kIsLittleEndian) != 0 ? SF_ENDIAN_LITTLE : SF_ENDIAN_BIG);
@@ -227,7 +207,7 @@ std::optional<StreamFormat> ParseCaf(ByteStream& stream)
         if (header.size() < 12) {
             return std::nullopt;
         }
-        const std::uint64_t size = Big64(header, 4);
+        const std::uint64_t size = BigEndian(header, 4, 8);
         at += 12;
         if (header.starts_with("data")) {
             if (format) {

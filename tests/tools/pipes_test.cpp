@@ -154,6 +154,49 @@ TEST_F(Pipes, CanHaveNames)
     EXPECT_EQ(guarded.errors, "ztaudio: --guard reads the input twice, so it needs a file (see ztaudio --help)\n");
 }
 
+TEST_F(Pipes, CanHaveNamesAsOutputs)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 50000);
+    Write("in.wav", sound);
+    Succeeds("mkfifo pipe pipe.flac left right");
+    Succeeds("cat pipe > out.wav & $Z convert in.wav pipe; wait");
+    ExpectSame(ReadSound(File("out.wav")), sound);
+    Succeeds("cat pipe.flac > out.flac & $Z convert in.wav pipe.flac --no-clobber --overload fail; wait");
+    ExpectSame(ReadSound(File("out.flac")), sound);
+    Succeeds("cat left > left.wav & cat right > right.wav & ln -s left 1; ln -s right 2; "
+             "$Z split in.wav -o '{}'; $Z stereo left.wav right.wav out.wav; wait");
+    ExpectSame(ReadSound(File("out.wav")), sound);
+    EXPECT_TRUE(std::filesystem::is_fifo(File("pipe"))) << "it was replaced by a file";
+
+    const RunResult left = Shell("head -c 10 < pipe > head & $Z convert in.wav pipe");
+    EXPECT_EQ(left.exitCode, 1);
+    EXPECT_EQ(left.errors, "");
+    // As soon as the tool handles SIGTERM.
+    const RunResult interrupted = Shell("$Z convert in.wav pipe & until grep -q 'SigCgt.*[4-7c-f]...$' "
+                                        "/proc/$!/status; do sleep 0.01; done; kill -TERM $!; wait $!");
+    EXPECT_EQ(interrupted.exitCode, 128 + 15);
+    EXPECT_TRUE(interrupted.errors.starts_with("ztaudio: interrupted\n"))
+        << interrupted.errors; // the shell adds a line
+}
+
+TEST_F(Pipes, CarryEveryContainerWithItsLength)
+{
+    const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 50000);
+    Write("in.wav", sound);
+    for (const std::string container : {"wav", "w64", "rf64", "aiff", "flac", "au", "caf"}) {
+        SCOPED_TRACE(container);
+        Succeeds("$Z convert in.wav - --output-format " + container + " | cat > streamed");
+        Succeeds("$Z convert streamed out.wav");
+        ExpectSame(ReadSound(File("out.wav")), sound);
+        if (container != "flac") { // whose length the header lacks
+            ExpectSame(ReadSound(File("streamed")), sound);
+        }
+    }
+    const RunResult run = Shell("$Z convert in.wav - --output-format w64 > streamed", kWithoutTemporaryFiles);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.errors, "ztaudio: standard output: cannot write a temporary file: No such file or directory\n");
+}
+
 TEST_F(Pipes, FailIfTheyAreClosed)
 {
     Write("in.wav", Noise(SF_FORMAT_PCM_16, 1, 100));

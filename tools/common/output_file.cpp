@@ -13,10 +13,13 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
+
+constexpr int kReaderPollMilliseconds = 50;
 
 Failure CannotWrite(const std::filesystem::path& target, int error)
 {
@@ -85,11 +88,6 @@ std::filesystem::path LinkUnnamedFile(int file, const std::filesystem::path& fol
             return {};
         }
     }
-}
-
-Failure CannotSpool(int error)
-{
-    return Failure("standard output: cannot write a temporary file: " + std::generic_category().message(error));
 }
 
 // The access rights that the file would have got if it had been opened under its own name.
@@ -266,22 +264,52 @@ bool OutputFile::Exchange() const noexcept
     return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_EXCHANGE) == 0;
 }
 
-std::int64_t StandardOutput::Write(const void* data, std::int64_t bytes) noexcept
+bool IsStream(const std::filesystem::path& out)
+{
+    std::error_code error;
+    return out == "-" || std::filesystem::is_fifo(out, error);
+}
+
+StreamOutput::StreamOutput(const std::filesystem::path& out)
+    : name_(out == "-" ? "standard output" : out.string()), file_(STDOUT_FILENO)
+{
+    if (out == "-") {
+        return;
+    }
+    // Without O_NONBLOCK, no signal ends the wait for a reader.
+    while ((file_ = open(out.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) < 0) {
+        CheckInterruption();
+        if (errno != ENXIO && errno != EINTR) {
+            throw CannotWrite(name_, errno);
+        }
+        poll(nullptr, 0, kReaderPollMilliseconds);
+    }
+    fcntl(file_, F_SETFL, O_WRONLY);
+}
+
+StreamOutput::~StreamOutput()
+{
+    if (file_ != STDOUT_FILENO) {
+        close(file_);
+    }
+}
+
+std::int64_t StreamOutput::Write(const void* data, std::int64_t bytes) noexcept
 {
     const std::int64_t gone = std::clamp(written_ - position_, std::int64_t{0}, bytes);
     const auto* from = static_cast<const std::byte*>(data);
-    const std::int64_t done = gone + WriteAll(STDOUT_FILENO, from + gone, bytes - gone, error_);
+    const std::int64_t done = gone + WriteAll(file_, from + gone, bytes - gone, error_);
     position_ += done;
     written_ = std::max(written_, position_);
     return done;
 }
 
-std::int64_t StandardOutput::Read(void* /*data*/, std::int64_t /*bytes*/) noexcept
+std::int64_t StreamOutput::Read(void* /*data*/, std::int64_t /*bytes*/) noexcept
 {
     return 0;
 }
 
-std::int64_t StandardOutput::Seek(std::int64_t offset, int whence) noexcept
+std::int64_t StreamOutput::Seek(std::int64_t offset, int whence) noexcept
 {
     const std::int64_t target = whence == SEEK_SET   ? offset
                                 : whence == SEEK_CUR ? position_ + offset
@@ -293,42 +321,47 @@ std::int64_t StandardOutput::Seek(std::int64_t offset, int whence) noexcept
     return position_;
 }
 
-void StandardOutput::RequireWritten() const
+void StreamOutput::RequireWritten() const
 {
     if (error_ == EPIPE) {
         throw BrokenPipe();
     }
     if (error_ != 0) {
-        throw CannotWrite("standard output", error_);
+        throw CannotWrite(name_, error_);
     }
 }
 
-SpooledOutput::SpooledOutput() : DescriptorTarget(OpenTemporaryFile())
+SpooledOutput::SpooledOutput(const std::filesystem::path& out) : DescriptorTarget(OpenTemporaryFile()), stream_(out)
 {
     if (file_ < 0) {
-        throw CannotSpool(errno);
+        throw CannotSpool("write", errno);
     }
 }
 
 void SpooledOutput::RequireWritten() const
 {
     if (error_ != 0) {
-        throw CannotSpool(error_);
+        throw CannotSpool("write", error_);
     }
 }
 
 void SpooledOutput::Publish()
 {
-    StandardOutput out;
     std::vector<std::byte> block(65536);
     lseek(file_, 0, SEEK_SET);
     ssize_t count = 0;
     while ((count = read(file_, block.data(), block.size())) > 0) {
         CheckInterruption();
-        out.Write(block.data(), count);
-        out.RequireWritten();
+        stream_.Write(block.data(), count);
+        stream_.RequireWritten();
     }
     if (count < 0) {
-        throw Failure("standard output: cannot read a temporary file: " + std::generic_category().message(errno));
+        throw CannotSpool("read", errno);
     }
+}
+
+Failure SpooledOutput::CannotSpool(const std::string& what, int error) const
+{
+    return Failure(stream_.Name() + ": cannot " + what +
+                   " a temporary file: " + std::generic_category().message(error));
 }

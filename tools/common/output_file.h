@@ -1,8 +1,11 @@
 /// Output that is complete or not there, and output to a pipe.
 #pragma once
 
+#include "tools/common/failure.h"
+
 #include <cstdint>
 #include <filesystem>
+#include <string>
 
 /// Throws Failure if both names lead to one file. "-", a pipe, is no file.
 void RequireOtherFile(const std::filesystem::path& in, const std::filesystem::path& out);
@@ -90,10 +93,21 @@ private:
     bool created_ = false; ///< published where there was no file
 };
 
-/// Standard output, which may be a pipe. An encoder that returns to its header at the end finds that it is gone: such
-/// writes have no effect.
-class StandardOutput : public OutputTarget {
+/// Returns whether an output of this name is a stream: standard output, "-", or a named pipe.
+bool IsStream(const std::filesystem::path& out);
+
+/// Standard output or a named pipe. An encoder that returns to its header at the end finds that it is gone: such writes
+/// have no effect.
+class StreamOutput : public OutputTarget {
 public:
+    /// Opens a named pipe when it has a reader, unless `out` is "-". Throws Failure if that is not possible,
+    /// Interrupted if a signal ends the program before.
+    explicit StreamOutput(const std::filesystem::path& out);
+    ~StreamOutput() override;
+
+    /// What messages call the stream.
+    const std::string& Name() const { return name_; }
+
     std::int64_t Write(const void* data, std::int64_t bytes) noexcept override;
     std::int64_t Read(void* data, std::int64_t bytes) noexcept override;
     std::int64_t Seek(std::int64_t offset, int whence) noexcept override;
@@ -105,21 +119,28 @@ public:
     void Keep() noexcept override {}
 
 private:
+    std::string name_;
+    int file_;
     std::int64_t position_ = 0;
     std::int64_t written_ = 0;
     int error_ = 0;
 };
 
-/// Standard output that gets its bytes at the end, or none if there is a failure before. Until then they are in a
-/// temporary file.
+/// A stream that gets its bytes at the end, or none if there is a failure before. Until then they are in a temporary
+/// file.
 class SpooledOutput : public DescriptorTarget {
 public:
-    /// Throws Failure if there can be no temporary file.
-    SpooledOutput();
+    /// Opens the stream too. Throws Failure if there can be no temporary file.
+    explicit SpooledOutput(const std::filesystem::path& out);
 
     void RequireWritten() const override;
     void Close() override { RequireWritten(); }
-    /// Writes to standard output. Throws BrokenPipe if the reader has gone, Interrupted if a signal ends the program.
+    /// Writes to the stream. Throws BrokenPipe if the reader has gone, Interrupted if a signal ends the program.
     void Publish() override;
     void Keep() noexcept override {}
+
+private:
+    Failure CannotSpool(const std::string& what, int error) const;
+
+    StreamOutput stream_;
 };

@@ -18,34 +18,38 @@ constexpr std::uint64_t kLimit32 = 0xFFFFFFFF - 0x100000;
 // Each call of libsndfile is a call of the system.
 constexpr std::size_t kBatchBytes = 65536;
 
+constexpr unsigned kNeedsFrames = 1;  // the container cannot hold an empty sound
+constexpr unsigned kNeedsSeeking = 2; // readers require sizes in its header, which the encoder writes at the end
+
 struct Container {
     std::string_view extension;
     std::string_view name;
     std::uint64_t limit; ///< bytes of samples
     int format;
-    bool canBeEmpty = true;
+    unsigned needs = 0; ///< kNeeds...
 };
 
 constexpr Container kContainers[] = {
     {".wav", "WAV", kLimit32, SF_FORMAT_WAV},
-    {".w64", "W64", kNoLimit, SF_FORMAT_W64},
-    {".rf64", "RF64", kNoLimit, SF_FORMAT_RF64},
-    {".aiff", "AIFF", kLimit32, SF_FORMAT_AIFF},
-    {".aif", "AIFF", kLimit32, SF_FORMAT_AIFF},
-    {".flac", "FLAC", kNoLimit, SF_FORMAT_FLAC, false},
+    {".w64", "W64", kNoLimit, SF_FORMAT_W64, kNeedsSeeking},
+    {".rf64", "RF64", kNoLimit, SF_FORMAT_RF64, kNeedsSeeking},
+    {".aiff", "AIFF", kLimit32, SF_FORMAT_AIFF, kNeedsSeeking},
+    {".aif", "AIFF", kLimit32, SF_FORMAT_AIFF, kNeedsSeeking},
+    {".flac", "FLAC", kNoLimit, SF_FORMAT_FLAC, kNeedsFrames},
     {".au", "AU", kLimit32, SF_FORMAT_AU},
-    {".caf", "CAF", kNoLimit, SF_FORMAT_CAF},
+    {".caf", "CAF", kNoLimit, SF_FORMAT_CAF, kNeedsSeeking},
     {".ogg", "Ogg", kNoLimit, SF_FORMAT_OGG | SF_FORMAT_VORBIS},
-    {".opus", "Opus", kNoLimit, SF_FORMAT_OGG | SF_FORMAT_OPUS, false},
-    {".mp3", "MP3", kNoLimit, SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, false},
+    {".opus", "Opus", kNoLimit, SF_FORMAT_OGG | SF_FORMAT_OPUS, kNeedsFrames},
+    {".mp3", "MP3", kNoLimit, SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, kNeedsFrames},
     {".raw", "raw", kNoLimit, SF_FORMAT_RAW},
 };
 
 const Container& ContainerOf(const std::filesystem::path& path, const OutputOptions& options)
 {
-    std::string extension = !options.format.empty() ? "." + options.format
-                            : path == "-"           ? ".wav"
-                                                    : path.extension().string();
+    std::string extension = options.format.empty() ? path.extension().string() : "." + options.format;
+    if (extension.empty() && IsStream(path)) {
+        extension = ".wav";
+    }
     std::ranges::transform(extension, extension.begin(), [](unsigned char letter) { return std::tolower(letter); });
     const auto* container = std::ranges::find(kContainers, extension, &Container::extension);
     if (container == std::end(kContainers)) {
@@ -133,14 +137,13 @@ void RequireContainer(const std::filesystem::path& path, const OutputOptions& op
 SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const OutputOptions& options, SampleFormat format,
                                  std::uint32_t channels, std::uint32_t rate, sf_count_t expectedFrames,
                                  bool extensibleWav)
-    : path_(path), format_(format), samplesPerFrame_(channels), limit_(ContainerOf(path, options).limit)
+    : format_(format), samplesPerFrame_(channels)
 {
     const Container& container = ContainerOf(path, options);
-    const bool isPipe = path == "-";
-    if (isPipe) {
-        path_ = "standard output";
-        limit_ = kNoLimit;
-    }
+    const bool isStream = IsStream(path);
+    path_ = path == "-" ? "standard output" : path;
+    const bool isSpooled = isStream && (options.isSpooled || (container.needs & kNeedsSeeking) != 0);
+    limit_ = isStream && (container.needs & kNeedsSeeking) == 0 ? kNoLimit : container.limit;
     const bool isExtensible = (extensibleWav || channels > 2) && container.format == SF_FORMAT_WAV;
     const bool isLossy = (container.format & SF_FORMAT_SUBMASK) != 0;
     SF_INFO info{};
@@ -152,23 +155,23 @@ SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, const Output
                       zta::host::FormatName(WaveFormat(format, channels, rate)) + ": " + SuggestOutput(info));
     }
     RequireCapacity(expectedFrames);
-    if (!container.canBeEmpty) {
+    if ((container.needs & kNeedsFrames) != 0) {
         emptyFailure_ =
             path_.string() + ": " + std::string(container.name) + " cannot hold a sound without sample frames";
     }
-    if (isPipe && options.isSpooled) {
-        target_ = std::make_unique<SpooledOutput>();
-    } else if (isPipe) {
-        target_ = std::make_unique<StandardOutput>();
+    if (isSpooled) {
+        target_ = std::make_unique<SpooledOutput>(path);
+    } else if (isStream) {
+        target_ = std::make_unique<StreamOutput>(path);
     } else {
         target_ =
             std::make_unique<OutputFile>(path, options.noClobber ? ExistingOutput::Refuse : ExistingOutput::Replace);
     }
     if (container.format == SF_FORMAT_RAW) {
         encoder_ = MakeRawEncoder(*target_, format);
-    } else if (isPipe && container.format == SF_FORMAT_WAV) {
+    } else if (isStream && container.format == SF_FORMAT_WAV) {
         encoder_ = MakeWavEncoder(*target_, format, channels, rate, expectedFrames);
-    } else if (isPipe && container.format == SF_FORMAT_AU) {
+    } else if (isStream && container.format == SF_FORMAT_AU) {
         encoder_ = MakeAuEncoder(*target_, format, channels, rate, expectedFrames);
     } else {
         OpenLibrary(info.format, rate);

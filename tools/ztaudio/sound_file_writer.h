@@ -19,7 +19,7 @@
 struct OutputOptions {
     std::string format;     ///< the extension of a container or "raw"; empty for that of the file's name
     bool noClobber = false; ///< do not replace an existing file
-    bool isSpooled = false; ///< standard output gets nothing before the sound is complete
+    bool isSpooled = false; ///< a stream gets nothing before the sound is complete
 };
 
 /// The extensions of the containers, for help texts.
@@ -33,8 +33,8 @@ void RequireContainer(const std::filesystem::path& path, const OutputOptions& op
 
 class SoundFileWriter {
 public:
-    /// Begins a file of the container that the options or the extension select, or writes to standard output if the
-    /// path is "-". Throws Failure if the container does not hold such samples or cannot hold `expectedFrames` of them,
+    /// Begins a file of the container that the options or the extension select, or writes to a stream; see
+    /// IsStream. Throws Failure if the container does not hold such samples or cannot hold `expectedFrames` of them,
     /// or if the file cannot be made.
     ///
     /// expectedFrames  0 if not known
@@ -70,7 +70,7 @@ private:
     std::filesystem::path path_;
     SampleFormat format_;
     std::size_t samplesPerFrame_;
-    std::uint64_t limit_;
+    std::uint64_t limit_ = 0; ///< bytes of samples
     sf_count_t framesTaken_ = 0;
     std::string emptyFailure_; ///< the message if no frames are written; empty if that is no failure
     std::vector<std::byte> pending_;

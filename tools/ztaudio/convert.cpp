@@ -7,6 +7,7 @@
 #include "tools/ztaudio/float_gain.h"
 #include "tools/ztaudio/guard.h"
 #include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/ramp_length.h"
 #include "tools/ztaudio/resampled_source.h"
 #include "tools/ztaudio/run_report.h"
 #include "tools/ztaudio/sound_file_reader.h"
@@ -22,7 +23,7 @@ std::unique_ptr<FloatGain> MakeGain(SoundFileReader& in, const ConvertOptions& o
     if (options.gains.empty() && factor == 1.0) {
         return nullptr;
     }
-    const sf_count_t frames = in.IsLengthKnown() ? in.Frames() : kUnknownFrames;
+    const sf_count_t frames = FindRampFrames(in, options.files.input, options.gains);
     return std::make_unique<FloatGain>(in, Gains(options.gains, in.Channels(), frames), factor);
 }
 

@@ -83,6 +83,14 @@ bool IsGain(const std::string& text)
     return ParseOption(text).has_value();
 }
 
+bool HasRamp(const std::vector<std::string>& gains)
+{
+    return std::ranges::any_of(gains, [](const std::string& text) {
+        const GainOption option = ParseOption(text).value();
+        return option.start != option.end;
+    });
+}
+
 void NoteScaledFormat(SampleFormat format, const Context& context)
 {
     if (format != SampleFormat::Pcm24In32) {
@@ -110,7 +118,8 @@ Gains::Gains(const std::vector<std::string>& gains, std::uint32_t channels, sf_c
             silent_.push_back(text);
         }
         if (option.start != option.end && frames == kUnknownFrames) {
-            throw Failure("--gain " + text + ": a ramp needs the length of the sound, which is not known here");
+            throw Failure("--gain " + text +
+                          ": a ramp needs the length of the sound, which is not known before the end of a pipe");
         }
     }
 }

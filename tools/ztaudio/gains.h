@@ -25,6 +25,9 @@ inline constexpr sf_count_t kUnknownFrames = -1;
 /// Returns whether the text is a gain, "[CH=]START[:END]".
 bool IsGain(const std::string& text);
 
+/// Returns whether any of the gains is a ramp.
+bool HasRamp(const std::vector<std::string>& gains);
+
 /// Notes that an output to which gains are applied is 24-in-32, if the input has another format.
 void NoteScaledFormat(SampleFormat format, const Context& context);
 

@@ -3,11 +3,14 @@
 #include "tools/common/failure.h"
 #include "tools/common/output_file.h"
 #include "tools/ztaudio/adaptation.h"
+#include "tools/ztaudio/gains.h"
+#include "tools/ztaudio/ramp_length.h"
 
 #include <algorithm>
 
 InputSet::InputSet(const std::vector<std::filesystem::path>& paths, const std::filesystem::path& output,
                    OverloadPolicy overload, const InputOptions& options)
+    : options_(options)
 {
     for (const auto& path : paths) {
         Input& input = inputs_.emplace_back();
@@ -31,11 +34,6 @@ std::uint32_t InputSet::Channels() const
     return channels;
 }
 
-bool InputSet::IsLengthKnown() const
-{
-    return std::ranges::all_of(inputs_, [](const Input& input) { return input.sound->IsLengthKnown(); });
-}
-
 sf_count_t InputSet::Frames() const
 {
     sf_count_t frames = 0;
@@ -46,6 +44,19 @@ sf_count_t InputSet::Frames() const
         frames = std::max(frames, input.sound->Frames());
     }
     return frames;
+}
+
+sf_count_t InputSet::FindRampFrames(const std::vector<std::string>& gains) const
+{
+    sf_count_t longest = 0;
+    for (const Input& input : inputs_) {
+        const sf_count_t frames = ::FindRampFrames(*input.sound, options_, gains);
+        if (frames == kUnknownFrames) {
+            return kUnknownFrames;
+        }
+        longest = std::max(longest, frames);
+    }
+    return longest;
 }
 
 SampleFormat InputSet::CommonFormat() const

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 class InputSet {
@@ -25,7 +26,9 @@ public:
 
     /// The length of the longest, 0 if one is not known.
     sf_count_t Frames() const;
-    bool IsLengthKnown() const;
+
+    /// The length over which gain ramps run; see ramp_length.h.
+    sf_count_t FindRampFrames(const std::vector<std::string>& gains) const;
 
     /// The sample format of all files, or 24-in-32 if they differ or have floats, which are not interleaved.
     SampleFormat CommonFormat() const;
@@ -51,5 +54,6 @@ private:
         std::unique_ptr<BlockConverter> feed;
     };
 
+    InputOptions options_;
     std::vector<Input> inputs_;
 };

@@ -139,7 +139,7 @@ SampleFormat OutputFormat(const MuxOptions& options, const InputSet& inputs)
 /// The gains of the options, lowered if --guard requires it; none if there is nothing to apply.
 Gains MakeGains(const MuxOptions& options, const InputSet& inputs)
 {
-    const sf_count_t frames = inputs.IsLengthKnown() ? inputs.Frames() : kUnknownFrames;
+    const sf_count_t frames = inputs.FindRampFrames(options.gains);
     Gains gains(options.gains, inputs.Channels(), frames);
     if (!options.guard) {
         return gains;

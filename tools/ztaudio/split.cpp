@@ -9,6 +9,7 @@
 #include "tools/ztaudio/guard.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/ramp_length.h"
 #include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/sound_file_writer.h"
 
@@ -115,7 +116,7 @@ void Split(const SplitOptions& options, const Context& context)
         RequireOtherFile(options.in, NumberedPath(options.pattern, i + 1));
     }
     const SampleFormat to = options.gains.empty() ? in.Format() : SampleFormat::Pcm24In32;
-    Gains gains(options.gains, in.Channels(), in.IsLengthKnown() ? in.Frames() : kUnknownFrames);
+    Gains gains(options.gains, in.Channels(), FindRampFrames(in, options.files.input, options.gains));
     if (options.guard && gains.HasAny()) { // without gains, samples are copied
         LowerGains(in.Path().string(), {options.in}, options.files.input, gains);
     }

@@ -7,6 +7,7 @@
 #include "tools/ztaudio/guard.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
+#include "tools/ztaudio/ramp_length.h"
 #include "tools/ztaudio/run_report.h"
 #include "tools/ztaudio/sound_file_reader.h"
 #include "tools/ztaudio/sound_file_writer.h"
@@ -26,7 +27,7 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
     RequireOtherFile(options.in, options.out);
     const SampleFormat to =
         options.format.empty() ? SampleFormat::Pcm24In32 : ParseSampleFormat(options.format).value();
-    Gains gains(options.gains, in.Channels(), in.IsLengthKnown() ? in.Frames() : kUnknownFrames);
+    Gains gains(options.gains, in.Channels(), FindRampFrames(in, options.files.input, options.gains));
     RunReport report(options.json);
     if (options.guard) {
         report.SetGuard(LowerGains(name, {options.in}, options.files.input, gains));

@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::int64_t kMaxBlockFrames = 192000;
 constexpr unsigned kMaxJobs = 256;
+constexpr unsigned kMaxRate = 768000;
 
 constexpr const char* kGainHelp =
     "A gain is a factor from 0 to 8, or decibels like -6dB. START:END is a ramp over the whole length, from the first\n"
@@ -23,12 +24,24 @@ constexpr const char* kGainHelp =
     "at 24 bits, and lower bits are dropped. Channels are numbered from 1. The last of several gains for a channel\n"
     "applies.";
 
+constexpr const char* kRegistryHelp =
+    "Hosts find the module through the CLSIDs file of the folder that the environment variable\n"
+    "ORBUTILS names.\n"
+    "\n"
+    "Example:\n"
+    "  ztaudio ";
+
 std::optional<OverloadPolicy> ParseOverloadPolicy(const std::string& name)
 {
     static const std::map<std::string, OverloadPolicy> policies = {
         {"clip", OverloadPolicy::Clip}, {"wrap", OverloadPolicy::Wrap}, {"fail", OverloadPolicy::Fail}};
     const auto policy = policies.find(name);
     return policy == policies.end() ? std::nullopt : std::optional(policy->second);
+}
+
+std::string OutputHelp()
+{
+    return "file to write, or - for standard output, its container by the extension: " + OutputExtensions();
 }
 
 /// The commands with one input and one output, which can be run for several inputs.
@@ -47,31 +60,41 @@ public:
 private:
     /// Adds a command whose options are parsed into a struct of type Options, which becomes the result.
     template <typename Options>
-    CLI::App& Add(const char* name, const char* description, const char* footer,
-                  void (Parser::*define)(CLI::App&, Options&));
+    CLI::App& Add(const char* name, void (Parser::*define)(CLI::App&, Options&));
 
     /// The same under an old name, which the help does not list.
     template <typename Options>
     void AddAlias(const char* name, void (Parser::*define)(CLI::App&, Options&))
     {
-        Add(name, "", "", define).group("");
+        Add(name, define).group("");
     }
 
     void AddOutput(CLI::App& command, std::filesystem::path& out, const char* name = "OUT");
-    void AddInputAndOutput(CLI::App& command, const char* input);
+    void AddInputAndOutput(CLI::App& command);
 
     /// The command for the input and the output, or for the inputs, of the command line.
     template <typename Options>
     Command WithFiles(Options options) const;
 
+    // Each of the following adds options that several commands have.
     CLI::Option& AddGains(CLI::App& command, std::vector<std::string>& gains);
     void AddBlock(CLI::App& command, std::int64_t& block);
-    void AddOverload(CLI::App& command, OverloadPolicy& overload);
-    void AddGuard(CLI::App& command, bool& guard);
+    void AddFullScale(CLI::App& command, OverloadPolicy& overload, bool& guard);
     void AddFiles(CLI::App& command, FileOptions& files);
     void AddJson(CLI::App& command, bool& json);
     void AddPipes(CLI::App& command, FileOptions& files);
     void AddInputFormat(CLI::App& command, InputOptions& input);
+    CLI::Option& AddRate(CLI::App& command, std::uint32_t& rate, const char* help);
+    CLI::Option& AddFormat(CLI::App& command, std::string& format, const char* help);
+
+    /// The options that the commands with one input and one output share, if these change samples.
+    template <typename Options>
+    void AddProcessing(CLI::App& command, Options& options)
+    {
+        AddFullScale(command, options.overload, options.guard);
+        AddPipes(command, options.files);
+        AddJson(command, options.json);
+    }
 
     void DefineInfo(CLI::App& command, InfoOptions& options);
     void DefineConvert(CLI::App& command, ConvertOptions& options);
@@ -116,106 +139,19 @@ Parser::Parser()
                 "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav\n"
                 "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
                 "  ztaudio convert --help");
-    Add("info", "Show the format of sound files and how the engine processes them",
-        "Examples:\n"
-        "  ztaudio info\n"
-        "  ztaudio info speech.wav\n"
-        "  ztaudio info /usr/share/sounds/alsa/*.wav",
-        &Parser::DefineInfo);
-    Add("convert", "Copy a sound file, converting its sample format",
-        "Conversions neither round nor dither. Samples beyond full scale are counted. An existing OUT is replaced\n"
-        "when the new file is complete, and is unchanged if anything fails. A pipe of WAV, AU, CAF, FLAC, Ogg, MPEG\n"
-        "or raw samples is read in constant memory; other containers are copied to a temporary file first.\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio convert speech.wav speech.flac\n"
-        "  ztaudio convert mix.wav mix-float.wav --format float\n"
-        "  ffmpeg -i film.mkv -f wav - | ztaudio convert - film.flac --format 24\n"
-        "  ztaudio convert hot.ogg disc.wav --format 16 --rate 44100 --guard\n"
-        "  ztaudio convert *.aiff -o 'flac/{}.flac' --jobs 4\n"
-        "  ztaudio convert take.aiff clip.wav --format 16 --fade-in --fade-out",
-        &Parser::DefineConvert);
-    Add("trim", "Copy a range of sample frames to a new file",
-        "A time is in seconds, 1.5, with minutes or hours, 0:01.500 or 1:02:03, or a count of sample frames,\n"
-        "72000s. A time between two sample frames is rounded to the nearer one. Samples are copied unchanged. Texts\n"
-        "like the title are copied; what refers to times in the old file is not.\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio trim speech.wav clip.wav --from 0.25 --to 1.5\n"
-        "  ztaudio trim take.wav tail.wav --from 1:30\n"
-        "  ztaudio trim take.wav second.wav --from 48000s --to 96000s",
-        &Parser::DefineTrim);
+    Add("info", &Parser::DefineInfo);
+    Add("convert", &Parser::DefineConvert);
+    Add("trim", &Parser::DefineTrim);
     AddAlias("cut", &Parser::DefineTrim);
-    Add("stereo", "Interleave two mono files into one stereo file",
-        "The output has the sample format of the inputs, 24in32 if they differ or are floating point. A\n"
-        "shorter input is continued with silence.\n"
-        "\n"
-        "Example:\n"
-        "  ztaudio stereo left.wav right.wav both.wav",
-        &Parser::DefineStereo);
-    static const std::string volumeHelp = std::string(kGainHelp) +
-                                          "\n"
-                                          "\n"
-                                          "Examples:\n"
-                                          "  ztaudio volume speech.wav softer.wav --gain -6dB\n"
-                                          "  ztaudio volume speech.wav fading.wav --gain 1:0 --format 16\n"
-                                          "  ztaudio volume stereo.wav panned.wav --gain 1=1:0 --gain 2=0:1";
-    Add("volume", "Apply gains and gain ramps to a sound file", volumeHelp.c_str(), &Parser::DefineVolume);
-    static const std::string muxHelp =
-        "Shorter inputs are continued with silence. With gains the default format is 24in32.\n" +
-        std::string(kGainHelp) +
-        "\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav\n"
-        "  ztaudio mux front.wav rear.wav -o four.wav --gain 3=-6dB --gain 4=-6dB\n"
-        "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav --gain 1=0:1 --gain 2=1:0";
-    Add("mux", "Interleave mono and stereo files into one multichannel file", muxHelp.c_str(), &Parser::DefineMux);
-    static const std::string splitHelp =
-        "Channels and pairs are numbered from 1. The outputs have the sample format of the input, 24in32\n"
-        "if there are gains. They get their names when all are complete; if anything fails, none does.\n" +
-        std::string(kGainHelp) +
-        "\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio split eight.wav -o channel-{}.wav\n"
-        "  ztaudio split eight.wav -o pair-%02d.flac --stereo --gain -6dB";
-    Add("split", "Deinterleave a multichannel file into mono or stereo files", splitHelp.c_str(), &Parser::DefineSplit);
-    Add("resample", "Convert the sample rate of a file between 44100 and 48000 Hz",
-        "The output has 16 bits and the duration of the input, to the nearest sample frame. Its first frame is at\n"
-        "the time of the input's first; outside the sound the filter reads its first sample, and silence.\n"
-        "Files of other sample formats are converted to 16 bits first.\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
-        "  ztaudio resample disc.flac video.wav --rate 48000",
-        &Parser::DefineResample);
-    Add("analyze", "Measure a sound file: level, peaks, loudness, and the quality of a test tone",
-        "All sample frames count. The level is that of the mean square; 0 dBFS is the square of full scale, and a\n"
-        "full-scale sine has -3.01. The true peak is that of the signal at 16 times the rate. Loudness is that of EBU\n"
-        "R128. A tone is the sine that fits best, if one component dominates; its own level is 0 dBFS for a\n"
-        "full-scale sine. It is not steady if it explains less than half of the sound. THD+N is the residual of the\n"
-        "fit; signal to noise excludes harmonics up to the tenth. Neither includes the DC offset, and neither is\n"
-        "better than the quantization noise of the sample format, the limit of the measurement.\n"
-        "\n"
-        "Examples:\n"
-        "  ztaudio analyze tone.wav\n"
-        "  ztaudio analyze copy.wav --reference original.wav\n"
-        "  ztaudio analyze tone.wav --plot tone.svg --axis log --json\n"
-        "  ztaudio analyze song.flac --spectrogram song.svg --waveform wave.svg",
-        &Parser::DefineAnalyze);
+    Add("stereo", &Parser::DefineStereo);
+    Add("volume", &Parser::DefineVolume);
+    Add("mux", &Parser::DefineMux);
+    Add("split", &Parser::DefineSplit);
+    Add("resample", &Parser::DefineResample);
+    Add("analyze", &Parser::DefineAnalyze);
     AddAlias("analyse", &Parser::DefineAnalyze);
-    static constexpr const char* kRegistry =
-        "Hosts find the module through the CLSIDs file of the folder that the environment variable\n"
-        "ORBUTILS names.\n"
-        "\n"
-        "Example:\n"
-        "  ztaudio ";
-    static const std::string registerHelp = std::string(kRegistry) + "register /usr/local/share/kelvarvideo";
-    Add("register", "Record the module in a folder's CLSIDs file", registerHelp.c_str(), &Parser::DefineRegister);
-    static const std::string unregisterHelp = std::string(kRegistry) + "unregister /usr/local/share/kelvarvideo";
-    Add("unregister", "Remove the module from a folder's CLSIDs file", unregisterHelp.c_str(),
-        &Parser::DefineUnregister);
+    Add("register", &Parser::DefineRegister);
+    Add("unregister", &Parser::DefineUnregister);
 }
 
 CommandLine Parser::Parse(int argc, const char* const* argv)
@@ -239,13 +175,11 @@ CommandLine Parser::Parse(int argc, const char* const* argv)
 }
 
 template <typename Options>
-CLI::App& Parser::Add(const char* name, const char* description, const char* footer,
-                      void (Parser::*define)(CLI::App&, Options&))
+CLI::App& Parser::Add(const char* name, void (Parser::*define)(CLI::App&, Options&))
 {
     const auto options = std::make_shared<Options>();
-    CLI::App& command = *app_.add_subcommand(name, description);
+    CLI::App& command = *app_.add_subcommand(name);
     (this->*define)(command, *options);
-    command.footer(footer);
     command.callback([this, options] {
         if constexpr (HasOneInputAndOutput<Options>) {
             line_.command = WithFiles(*options);
@@ -259,19 +193,14 @@ CLI::App& Parser::Add(const char* name, const char* description, const char* foo
 
 void Parser::AddOutput(CLI::App& command, std::filesystem::path& out, const char* name)
 {
-    command
-        .add_option(name, out,
-                    "file to write, or - for standard output, its container by the extension: " + OutputExtensions())
-        ->required();
+    command.add_option(name, out, OutputHelp())->required();
 }
 
-void Parser::AddInputAndOutput(CLI::App& command, const char* input)
+void Parser::AddInputAndOutput(CLI::App& command)
 {
-    command.add_option("IN", inputs_, std::string(input) + "; several with -o")->required();
+    command.add_option("IN", inputs_, "file to read, or - for standard input; several with -o")->required();
     // Only for the help: the list of inputs takes every name.
-    command.add_option("OUT", output_,
-                       "file to write, or - for standard output, its container by the extension: " +
-                           OutputExtensions());
+    command.add_option("OUT", output_, OutputHelp());
     command
         .add_option("-o,--output", pattern_,
                     "write this file instead of OUT; {} is replaced by the name of the input without its extension")
@@ -320,7 +249,7 @@ void Parser::AddBlock(CLI::App& command, std::int64_t& block)
         ->check(CLI::Range(std::int64_t{1}, kMaxBlockFrames));
 }
 
-void Parser::AddOverload(CLI::App& command, OverloadPolicy& overload)
+void Parser::AddFullScale(CLI::App& command, OverloadPolicy& overload, bool& guard)
 {
     command
         .add_option_function<std::string>(
@@ -330,10 +259,6 @@ void Parser::AddOverload(CLI::App& command, OverloadPolicy& overload)
         ->check([](const std::string& name) -> std::string {
             return ParseOverloadPolicy(name) ? "" : name + " is no policy: clip, wrap or fail";
         });
-}
-
-void Parser::AddGuard(CLI::App& command, bool& guard)
-{
     command.add_flag("--guard", guard, "lower the level so that no sample passes full scale; reads the input twice");
 }
 
@@ -376,36 +301,68 @@ void Parser::AddInputFormat(CLI::App& command, InputOptions& input)
         });
 }
 
+CLI::Option& Parser::AddRate(CLI::App& command, std::uint32_t& rate, const char* help)
+{
+    return *command.add_option("--rate", rate, help)->check(CLI::Range(1U, kMaxRate))->type_name("HZ");
+}
+
+CLI::Option& Parser::AddFormat(CLI::App& command, std::string& format, const char* help)
+{
+    return *command.add_option("--format", format, help)->check(CLI::IsMember(SampleFormatNames()));
+}
+
 void Parser::DefineInfo(CLI::App& command, InfoOptions& options)
 {
+    command.description("Show the format of sound files and how the engine processes them");
+    command.footer("Examples:\n"
+                   "  ztaudio info\n"
+                   "  ztaudio info speech.wav\n"
+                   "  ztaudio info /usr/share/sounds/alsa/*.wav");
     command.add_option("FILE", options.files, "files to show; without any, the variant of the sample loops");
     AddJson(command, options.json);
 }
 
 void Parser::DefineConvert(CLI::App& command, ConvertOptions& options)
 {
-    AddInputAndOutput(command, "file to read, or - for standard input");
-    command.add_option("--format", options.format, "sample format of the output (default: that of the input)")
-        ->check(CLI::IsMember(SampleFormatNames()));
+    command.description("Copy a sound file, converting its sample format");
+    command.footer(
+        "Conversions neither round nor dither. Samples beyond full scale are counted. An existing OUT is replaced\n"
+        "when the new file is complete, and is unchanged if anything fails. A pipe of WAV, AU, CAF, FLAC, Ogg, MPEG\n"
+        "or raw samples is read in constant memory; other containers are copied to a temporary file first.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio convert speech.wav speech.flac\n"
+        "  ztaudio convert mix.wav mix-float.wav --format float\n"
+        "  ffmpeg -i film.mkv -f wav - | ztaudio convert - film.flac --format 24\n"
+        "  ztaudio convert hot.ogg disc.wav --format 16 --rate 44100 --guard\n"
+        "  ztaudio convert *.aiff -o 'flac/{}.flac' --jobs 4\n"
+        "  ztaudio convert take.aiff clip.wav --format 16 --fade-in --fade-out");
+    AddInputAndOutput(command);
+    AddFormat(command, options.format, "sample format of the output (default: that of the input)");
     command.add_flag("--fade-in", options.fadeIn, "fade in over the first 200 sample frames");
     command.add_flag("--fade-out", options.fadeOut, "fade out over the last 200 sample frames");
     AddBlock(command, options.block);
-    command.add_option("--rate", options.rate, "rate of the output: 44100 or 48000 (default: that of the input)")
-        ->check(CLI::Range(1U, 768000U))
-        ->type_name("HZ");
+    AddRate(command, options.rate, "rate of the output: 44100 or 48000 (default: that of the input)");
     AddGains(command, options.gains);
-    AddOverload(command, options.overload);
-    AddGuard(command, options.guard);
-    AddPipes(command, options.files);
-    AddJson(command, options.json);
+    AddProcessing(command, options);
 }
 
 void Parser::DefineTrim(CLI::App& command, TrimOptions& options)
 {
+    command.description("Copy a range of sample frames to a new file");
+    command.footer(
+        "A time is in seconds, 1.5, with minutes or hours, 0:01.500 or 1:02:03, or a count of sample frames,\n"
+        "72000s. A time between two sample frames is rounded to the nearer one. Samples are copied unchanged. Texts\n"
+        "like the title are copied; what refers to times in the old file is not.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio trim speech.wav clip.wav --from 0.25 --to 1.5\n"
+        "  ztaudio trim take.wav tail.wav --from 1:30\n"
+        "  ztaudio trim take.wav second.wav --from 48000s --to 96000s");
     const auto check = [](const std::string& text) -> std::string {
         return IsPosition(text) ? "" : text + " is no time: 1.5, 0:01.500 or, in sample frames, 72000s";
     };
-    AddInputAndOutput(command, "file to read, or - for standard input");
+    AddInputAndOutput(command);
     command.add_option("--from", options.from, "first sample frame to copy")
         ->type_name("T")
         ->capture_default_str()
@@ -418,41 +375,66 @@ void Parser::DefineTrim(CLI::App& command, TrimOptions& options)
 
 void Parser::DefineStereo(CLI::App& command, StereoOptions& options)
 {
+    command.description("Interleave two mono files into one stereo file");
+    command.footer("The output has the sample format of the inputs, 24in32 if they differ or are floating point. A\n"
+                   "shorter input is continued with silence.\n"
+                   "\n"
+                   "Example:\n"
+                   "  ztaudio stereo left.wav right.wav both.wav");
     command.add_option("LEFT", options.left, "mono file of the left channel")->required();
     command.add_option("RIGHT", options.right, "mono file of the right channel")->required();
     AddOutput(command, options.out);
-    AddOverload(command, options.overload);
-    AddGuard(command, options.guard);
+    AddFullScale(command, options.overload, options.guard);
     AddFiles(command, options.files);
 }
 
 void Parser::DefineVolume(CLI::App& command, VolumeOptions& options)
 {
-    AddInputAndOutput(command, "file to read, or - for standard input");
+    command.description("Apply gains and gain ramps to a sound file");
+    command.footer(std::string(kGainHelp) + "\n"
+                                            "\n"
+                                            "Examples:\n"
+                                            "  ztaudio volume speech.wav softer.wav --gain -6dB\n"
+                                            "  ztaudio volume speech.wav fading.wav --gain 1:0 --format 16\n"
+                                            "  ztaudio volume stereo.wav panned.wav --gain 1=1:0 --gain 2=0:1");
+    AddInputAndOutput(command);
     AddGains(command, options.gains).required();
-    command.add_option("--format", options.format, "sample format of the output (default: 24in32)")
-        ->check(CLI::IsMember(SampleFormatNames()));
-    AddOverload(command, options.overload);
-    AddGuard(command, options.guard);
-    AddPipes(command, options.files);
-    AddJson(command, options.json);
+    AddFormat(command, options.format, "sample format of the output (default: 24in32)");
+    AddProcessing(command, options);
 }
 
 void Parser::DefineMux(CLI::App& command, MuxOptions& options)
 {
+    command.description("Interleave mono and stereo files into one multichannel file");
+    command.footer("Shorter inputs are continued with silence. With gains the default format is 24in32.\n" +
+                   std::string(kGainHelp) +
+                   "\n"
+                   "\n"
+                   "Examples:\n"
+                   "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav\n"
+                   "  ztaudio mux front.wav rear.wav -o four.wav --gain 3=-6dB --gain 4=-6dB\n"
+                   "  ztaudio mux a.wav b.wav c.wav d.wav -o four.wav --gain 1=0:1 --gain 2=1:0");
     command.add_option("IN", options.in, "files in the order of their channels, 2 to 64 in all")->required();
     AddOutput(command, options.out, "-o,--output");
     AddGains(command, options.gains);
     command
         .add_option("--format", options.format, "sample format of the output (default: that of the inputs, or 24in32)")
         ->check(CLI::IsMember({"16", "24in32", "24in24", "24"}));
-    AddOverload(command, options.overload);
-    AddGuard(command, options.guard);
+    AddFullScale(command, options.overload, options.guard);
     AddFiles(command, options.files);
 }
 
 void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
 {
+    command.description("Deinterleave a multichannel file into mono or stereo files");
+    command.footer("Channels and pairs are numbered from 1. The outputs have the sample format of the input, 24in32\n"
+                   "if there are gains. They get their names when all are complete; if anything fails, none does.\n" +
+                   std::string(kGainHelp) +
+                   "\n"
+                   "\n"
+                   "Examples:\n"
+                   "  ztaudio split eight.wav -o channel-{}.wav\n"
+                   "  ztaudio split eight.wav -o pair-%02d.flac --stereo --gain -6dB");
     command.add_option("IN", options.in, "file to read, of 2 to 64 channels")->required();
     command
         .add_option("-o,--output", options.pattern,
@@ -464,27 +446,43 @@ void Parser::DefineSplit(CLI::App& command, SplitOptions& options)
         });
     command.add_flag("--stereo", options.stereo, "stereo files of channels 1 and 2, 3 and 4, and so on");
     AddGains(command, options.gains);
-    AddOverload(command, options.overload);
-    AddGuard(command, options.guard);
+    AddFullScale(command, options.overload, options.guard);
     AddFiles(command, options.files);
 }
 
 void Parser::DefineResample(CLI::App& command, ResampleOptions& options)
 {
-    AddInputAndOutput(command, "file to read, or - for standard input");
-    command.add_option("--rate", options.rate, "rate of the output: 44100 or 48000")
-        ->required()
-        ->check(CLI::Range(1U, 768000U))
-        ->type_name("HZ");
+    command.description("Convert the sample rate of a file between 44100 and 48000 Hz");
+    command.footer(
+        "The output has 16 bits and the duration of the input, to the nearest sample frame. Its first frame is at\n"
+        "the time of the input's first; outside the sound the filter reads its first sample, and silence.\n"
+        "Files of other sample formats are converted to 16 bits first.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio resample speech.wav speech-44.wav --rate 44100\n"
+        "  ztaudio resample disc.flac video.wav --rate 48000");
+    AddInputAndOutput(command);
+    AddRate(command, options.rate, "rate of the output: 44100 or 48000").required();
     AddBlock(command, options.block);
-    AddOverload(command, options.overload);
-    AddGuard(command, options.guard);
-    AddPipes(command, options.files);
-    AddJson(command, options.json);
+    AddProcessing(command, options);
 }
 
 void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)
 {
+    command.description("Measure a sound file: level, peaks, loudness, and the quality of a test tone");
+    command.footer(
+        "All sample frames count. The level is that of the mean square; 0 dBFS is the square of full scale, and a\n"
+        "full-scale sine has -3.01. The true peak is that of the signal at 16 times the rate. Loudness is that of EBU\n"
+        "R128. A tone is the sine that fits best, if one component dominates; its own level is 0 dBFS for a\n"
+        "full-scale sine. It is not steady if it explains less than half of the sound. THD+N is the residual of the\n"
+        "fit; signal to noise excludes harmonics up to the tenth. Neither includes the DC offset, and neither is\n"
+        "better than the quantization noise of the sample format, the limit of the measurement.\n"
+        "\n"
+        "Examples:\n"
+        "  ztaudio analyze tone.wav\n"
+        "  ztaudio analyze copy.wav --reference original.wav\n"
+        "  ztaudio analyze tone.wav --plot tone.svg --axis log --json\n"
+        "  ztaudio analyze song.flac --spectrogram song.svg --waveform wave.svg");
     command.add_option("IN", options.in, "file to measure, or - for standard input")->required();
     AddInputFormat(command, options.input);
     command.add_flag("--salvage", options.input.salvage, "read a truncated file as far as possible");
@@ -502,11 +500,15 @@ void Parser::DefineAnalyze(CLI::App& command, AnalyzeOptions& options)
 
 void Parser::DefineRegister(CLI::App& command, RegisterOptions& options)
 {
+    command.description("Record the module in a folder's CLSIDs file");
+    command.footer(std::string(kRegistryHelp) + "register /usr/local/share/kelvarvideo");
     command.add_option("DIR", options.folder, "folder of the CLSIDs file")->required();
 }
 
 void Parser::DefineUnregister(CLI::App& command, UnregisterOptions& options)
 {
+    command.description("Remove the module from a folder's CLSIDs file");
+    command.footer(std::string(kRegistryHelp) + "unregister /usr/local/share/kelvarvideo");
     command.add_option("DIR", options.folder, "folder of the CLSIDs file")->required();
 }
 

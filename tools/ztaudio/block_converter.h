@@ -4,9 +4,11 @@
 #include "tools/ztaudio/block_reader.h"
 #include "tools/ztaudio/channel_values.h"
 #include "tools/ztaudio/conversion.h"
+#include "tools/ztaudio/gains.h"
 #include "tools/ztaudio/padded_buffer.h"
 
 #include <span>
+#include <vector>
 
 class BlockConverter {
 public:
@@ -31,6 +33,19 @@ public:
     ///        the gain can be multiplied by it; such gains are replaced. So the gain can bring them below full scale.
     const std::byte* Convert(sf_count_t first, sf_count_t frames, std::span<int> gains);
 
+    /// Converts the current block like that, in spans of frames over which no gain changes. Calls
+    /// step(samples, frames, gains) for each.
+    template <typename Step>
+    void ConvertSpans(Gains& gains, Step step)
+    {
+        gains.ForConstantGains(totalFrames_ - block_.frames, block_.frames,
+                               [&](sf_count_t first, sf_count_t frames, std::span<const int> current) {
+                                   gains_.assign(current.begin(), current.end());
+                                   const std::byte* const samples = Convert(first, frames, gains_);
+                                   step(samples, frames, std::span<const int>(gains_));
+                               });
+    }
+
 private:
     const std::byte* Samples(sf_count_t first) const;
     const std::byte* ScaleDown(const float* samples, sf_count_t frames, std::span<int> gains);
@@ -48,4 +63,5 @@ private:
     ChannelValues<std::int32_t> highest_; ///< that pass not full scale
     ChannelValues<std::int32_t> lowest_;
     std::vector<float> scaled_;
+    std::vector<int> gains_; ///< of the current span, as Convert leaves them
 };

@@ -138,18 +138,14 @@ void Split(const SplitOptions& options, const Context& context)
     NoteAdaptation(in, in.Path().string(), context);
 
     Progress progress(context, in.Path().filename().string(), in.Frames(), in.Rate());
-    std::vector<int> values;
     while (feed.Next() != 0) {
         CheckInterruption();
-        gains.ForConstantGains(feed.TotalFrames() - feed.BlockFrames(), feed.BlockFrames(),
-                               [&](sf_count_t first, sf_count_t span, std::span<const int> current) {
-                                   values.assign(current.begin(), current.end());
-                                   const std::byte* const samples = feed.Convert(first, span, values);
-                                   mux.Run(samples, span, values);
-                                   for (std::size_t i = 0; i < count; ++i) {
-                                       outputs[i]->Write(mux.Plane(i), span);
-                                   }
-                               });
+        feed.ConvertSpans(gains, [&](const std::byte* samples, sf_count_t frames, std::span<const int> values) {
+            mux.Run(samples, frames, values);
+            for (std::size_t i = 0; i < count; ++i) {
+                outputs[i]->Write(mux.Plane(i), frames);
+            }
+        });
         progress.Advance(feed.BlockFrames());
     }
     CheckInterruption();

@@ -48,20 +48,16 @@ void ChangeVolume(const VolumeOptions& options, const Context& context)
     NoteAdaptation(in, name, context);
 
     Progress progress(context, options.out.filename().string(), in.Frames(), in.Rate());
-    std::vector<int> values;
     while (feed.Next() != 0) {
         CheckInterruption();
-        gains.ForConstantGains(feed.TotalFrames() - feed.BlockFrames(), feed.BlockFrames(),
-                               [&](sf_count_t first, sf_count_t span, std::span<const int> current) {
-                                   values.assign(current.begin(), current.end());
-                                   const std::byte* samples = feed.Convert(first, span, values);
-                                   samples = stage.Run(samples, span, values);
-                                   if (to != SampleFormat::Pcm24In32) {
-                                       samples = conversion.Run({.samples = samples, .frames = span});
-                                   }
-                                   report.Measure(samples, static_cast<std::size_t>(span) * in.Channels(), to);
-                                   out.Write(samples, span);
-                               });
+        feed.ConvertSpans(gains, [&](const std::byte* samples, sf_count_t frames, std::span<const int> values) {
+            samples = stage.Run(samples, frames, values);
+            if (to != SampleFormat::Pcm24In32) {
+                samples = conversion.Run({.samples = samples, .frames = frames});
+            }
+            report.Measure(samples, static_cast<std::size_t>(frames) * in.Channels(), to);
+            out.Write(samples, frames);
+        });
         progress.Advance(feed.BlockFrames());
     }
     CheckInterruption();

@@ -46,6 +46,7 @@ TEST_F(JsonReport, IsValidForNamesOfEveryEncoding)
     for (const auto& [name, printed] : names) {
         const std::string in = Write(name, Noise(SF_FORMAT_PCM_16, 1, 10));
         EXPECT_EQ(Printed({"info", "--json", in})[0]["file"], File(printed));
+        EXPECT_EQ(Printed({"analyze", "--json", in})["file"], File(printed));
     }
 }
 

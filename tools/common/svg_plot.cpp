@@ -1,11 +1,10 @@
 #include "tools/common/svg_plot.h"
 
+#include "tools/common/format_text.h"
 #include "tools/common/output_file.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 
 namespace {
 
@@ -25,17 +24,6 @@ constexpr const char* kColors[] = {"#1f5fa8", "#d1495b", "#2e8b57", "#8a5fb0",
 constexpr const char* kShades[] = {"#e6eef7", "#cbdff1", "#a6cbe8", "#78b0dc", "#4d94cc",
                                    "#2f77b7", "#1b5b9c", "#0f427b", "#082c57", "#031a36"};
 constexpr double kShadeDecibels = 10;
-
-[[gnu::format(printf, 1, 2)]] std::string Print(const char* format, ...)
-{
-    char text[512];
-    std::va_list arguments;
-    va_start(arguments, format);
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has just run
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    return text;
-}
 
 std::string Escaped(std::string_view text)
 {
@@ -65,7 +53,7 @@ Ticks LinearTicks(const Axis& axis)
     const auto last = std::lround(std::floor(axis.last / axis.step + 1e-9));
     for (auto n = first; n <= last; ++n) {
         const double value = static_cast<double>(n) * axis.step;
-        ticks.emplace_back(value, Print("%.*f", axis.decimals, value));
+        ticks.emplace_back(value, FormatText("%.*f", axis.decimals, value));
     }
     return ticks;
 }
@@ -78,7 +66,7 @@ Ticks LogarithmicTicks(const Axis& axis)
         for (const double factor : {1, 2, 5}) {
             const double value = factor * decade;
             if (value >= axis.first * (1 - 1e-9) && value <= axis.last * (1 + 1e-9)) {
-                ticks.emplace_back(value, Print("%g", value));
+                ticks.emplace_back(value, FormatText("%g", value));
             }
         }
         decade *= 10;
@@ -141,13 +129,13 @@ std::string SvgPlot::Color(std::size_t index) const
         return kColors[index];
     }
     // Hues a golden angle apart are as different as possible, for any number of them.
-    return Print("hsl(%d 60%% 42%%)", static_cast<int>(std::fmod(137.508 * static_cast<double>(index), 360)));
+    return FormatText("hsl(%d 60%% 42%%)", static_cast<int>(std::fmod(137.508 * static_cast<double>(index), 360)));
 }
 
 void SvgPlot::AddCurve(std::string_view name, std::span<const Point> points)
 {
-    curves_ += Print("<path stroke=\"%s\" fill=\"none\" stroke-width=\"1.2\" stroke-linejoin=\"round\" d=\"",
-                     Color(names_.size()).c_str());
+    curves_ += FormatText("<path stroke=\"%s\" fill=\"none\" stroke-width=\"1.2\" stroke-linejoin=\"round\" d=\"",
+                          Color(names_.size()).c_str());
     names_.emplace_back(name);
     char move = 'M';
     for (std::size_t i = 0; i < points.size();) {
@@ -156,7 +144,7 @@ void SvgPlot::AddCurve(std::string_view name, std::span<const Point> points)
         for (; i < points.size() && std::floor(X(points[i].x) / kColumn) <= column; ++i) {
             y = std::min(y, Y(points[i].y));
         }
-        curves_ += Print("%c%g %.1f", move, column * kColumn, y);
+        curves_ += FormatText("%c%g %.1f", move, column * kColumn, y);
         move = 'L';
     }
     curves_ += "\"/>\n";
@@ -167,15 +155,15 @@ void SvgPlot::AddBands(std::string_view name, std::span<const Band> bands)
     const std::string color = Color(names_.size());
     names_.emplace_back(name);
     // The outline gives a band without height the thickness of a line.
-    curves_ += Print("<path fill=\"%s\" stroke=\"%s\" stroke-width=\"0.7\" stroke-linejoin=\"round\" d=\"",
-                     color.c_str(), color.c_str());
+    curves_ += FormatText("<path fill=\"%s\" stroke=\"%s\" stroke-width=\"0.7\" stroke-linejoin=\"round\" d=\"",
+                          color.c_str(), color.c_str());
     char move = 'M';
     for (const Band& band : bands) {
-        curves_ += Print("%c%.1f %.1f", move, X(band.x), Y(band.high));
+        curves_ += FormatText("%c%.1f %.1f", move, X(band.x), Y(band.high));
         move = 'L';
     }
     for (std::size_t i = bands.size(); i-- > 0;) {
-        curves_ += Print("L%.1f %.1f", X(bands[i].x), Y(bands[i].low));
+        curves_ += FormatText("L%.1f %.1f", X(bands[i].x), Y(bands[i].low));
     }
     curves_ += bands.empty() ? "\"/>\n" : "z\"/>\n";
 }
@@ -199,20 +187,21 @@ void SvgPlot::AddMap(std::span<const double> levels, std::size_t columns)
                 ++end;
             }
             if (darkness >= 0) {
-                paths[static_cast<std::size_t>(darkness)] += Print("M%zu %zuh%zu", first, row, end - first);
+                paths[static_cast<std::size_t>(darkness)] += FormatText("M%zu %zuh%zu", first, row, end - first);
             }
             first = end;
         }
     }
-    map_ += Print("<g transform=\"translate(%g %g) scale(%.5f %.5f) translate(0 .5)\" stroke-width=\"1.05\">\n", kLeft,
-                  kBottom, width, -height);
+    map_ += FormatText("<g transform=\"translate(%g %g) scale(%.5f %.5f) translate(0 .5)\" stroke-width=\"1.05\">\n",
+                       kLeft, kBottom, width, -height);
     for (std::size_t i = 0; i < paths.size(); ++i) {
-        map_ += Print("<path stroke=\"%s\" d=\"", kShades[i]) + paths[i] + "\"/>\n";
+        map_ += FormatText("<path stroke=\"%s\" d=\"", kShades[i]) + paths[i] + "\"/>\n";
         const double level = kShadeDecibels * (static_cast<double>(i) - static_cast<double>(std::size(kShades)));
         const double x = kLeft + 70 * static_cast<double>(i);
-        mapLegend_ += Print("<rect x=\"%g\" y=\"34\" width=\"16\" height=\"14\" fill=\"%s\"/><text x=\"%g\" y=\"46\">"
-                            "&gt; %.0f</text>\n",
-                            x, kShades[i], x + 20, level);
+        mapLegend_ +=
+            FormatText("<rect x=\"%g\" y=\"34\" width=\"16\" height=\"14\" fill=\"%s\"/><text x=\"%g\" y=\"46\">"
+                       "&gt; %.0f</text>\n",
+                       x, kShades[i], x + 20, level);
     }
     map_ += "</g>\n";
 }
@@ -222,19 +211,20 @@ std::string SvgPlot::Grid() const
     std::string grid = "<path stroke=\"#ddd\" d=\"";
     std::string numbers;
     for (const auto& [value, text] : TicksOf(x_)) {
-        grid += Print("M%.1f %gV%g", X(value), kTop, kBottom);
-        numbers += Print("<text x=\"%.1f\" y=\"%g\" text-anchor=\"middle\">%s</text>\n", X(value), kBottom + 17,
-                         Escaped(text).c_str());
+        grid += FormatText("M%.1f %gV%g", X(value), kTop, kBottom);
+        numbers += FormatText("<text x=\"%.1f\" y=\"%g\" text-anchor=\"middle\">%s</text>\n", X(value), kBottom + 17,
+                              Escaped(text).c_str());
     }
     for (const auto& [value, text] : TicksOf(y_)) {
-        grid += Print("M%g %.1fH%g", kLeft, Y(value), kRight);
-        numbers += Print("<text x=\"%g\" y=\"%.1f\" text-anchor=\"end\">%s</text>\n", kLeft - 7, Y(value) + 4,
-                         Escaped(text).c_str());
+        grid += FormatText("M%g %.1fH%g", kLeft, Y(value), kRight);
+        numbers += FormatText("<text x=\"%g\" y=\"%.1f\" text-anchor=\"end\">%s</text>\n", kLeft - 7, Y(value) + 4,
+                              Escaped(text).c_str());
     }
     return grid + "\"/>\n" + numbers +
-           Print("<text x=\"%g\" y=\"%g\" text-anchor=\"middle\">", (kLeft + kRight) / 2, kBottom + 40) +
+           FormatText("<text x=\"%g\" y=\"%g\" text-anchor=\"middle\">", (kLeft + kRight) / 2, kBottom + 40) +
            Escaped(x_.label) + "</text>\n" +
-           Print("<text transform=\"translate(18 %g) rotate(-90)\" text-anchor=\"middle\">", (kTop + kBottom) / 2) +
+           FormatText("<text transform=\"translate(18 %g) rotate(-90)\" text-anchor=\"middle\">",
+                      (kTop + kBottom) / 2) +
            Escaped(y_.label) + "</text>\n";
 }
 
@@ -256,8 +246,8 @@ std::string SvgPlot::Legend(double& height) const
         const double x = kLeft + width * static_cast<double>(i % perRow);
         const std::size_t row = i / perRow;
         const double y = kLegendTop + 8 + kLegendRow * static_cast<double>(row) - height;
-        legend += Print("<path stroke=\"%s\" stroke-width=\"3\" d=\"M%g %gh18\"/><text x=\"%g\" y=\"%g\">",
-                        Color(i).c_str(), x, y, x + 24, y + 4) +
+        legend += FormatText("<path stroke=\"%s\" stroke-width=\"3\" d=\"M%g %gh18\"/><text x=\"%g\" y=\"%g\">",
+                             Color(i).c_str(), x, y, x + 24, y + 4) +
                   Escaped(names_[i]) + "</text>\n";
     }
     return legend;
@@ -269,17 +259,17 @@ std::string SvgPlot::Text() const
     const std::string legend = Legend(above);
     const double top = 0.0 - above;
     const double height = kHeight + above;
-    return Print("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 %g %g %g\" width=\"%g\" height=\"%g\" "
-                 "font-family=\"sans-serif\" font-size=\"12\">\n<rect y=\"%g\" width=\"%g\" height=\"%g\" "
-                 "fill=\"#fff\"/>\n",
-                 top, kWidth, height, kWidth, height, top, kWidth, height) +
-           Print("<text x=\"%g\" y=\"%g\" font-size=\"15\">", kLeft, top + 22) + Escaped(title_) + "</text>\n" +
+    return FormatText("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 %g %g %g\" width=\"%g\" height=\"%g\" "
+                      "font-family=\"sans-serif\" font-size=\"12\">\n<rect y=\"%g\" width=\"%g\" height=\"%g\" "
+                      "fill=\"#fff\"/>\n",
+                      top, kWidth, height, kWidth, height, top, kWidth, height) +
+           FormatText("<text x=\"%g\" y=\"%g\" font-size=\"15\">", kLeft, top + 22) + Escaped(title_) + "</text>\n" +
            Grid() + map_ +
-           Print("<clipPath id=\"plot\"><path d=\"M%g %gH%gV%gH%gz\"/></clipPath>\n<g clip-path=\"url(#plot)\">\n",
-                 kLeft, kTop, kRight, kBottom, kLeft) +
+           FormatText("<clipPath id=\"plot\"><path d=\"M%g %gH%gV%gH%gz\"/></clipPath>\n<g clip-path=\"url(#plot)\">\n",
+                      kLeft, kTop, kRight, kBottom, kLeft) +
            curves_ + "</g>\n" +
-           Print("<rect x=\"%g\" y=\"%g\" width=\"%g\" height=\"%g\" fill=\"none\" stroke=\"#555\"/>\n", kLeft, kTop,
-                 kRight - kLeft, kBottom - kTop) +
+           FormatText("<rect x=\"%g\" y=\"%g\" width=\"%g\" height=\"%g\" fill=\"none\" stroke=\"#555\"/>\n", kLeft,
+                      kTop, kRight - kLeft, kBottom - kTop) +
            legend + "</svg>\n";
 }
 

@@ -1,23 +1,10 @@
 #include "tools/ztaudio/analyze_report.h"
 
+#include "tools/common/format_text.h"
 #include "tools/common/spectrum.h"
-
-#include <cmath>
-#include <cstdarg>
-#include <cstdio>
+#include "tools/ztaudio/json_text.h"
 
 namespace {
-
-[[gnu::format(printf, 1, 2)]] std::string Print(const char* format, ...)
-{
-    char text[256];
-    std::va_list arguments;
-    va_start(arguments, format);
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has just run
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    return text;
-}
 
 double LevelOf(const LevelMeter& meter)
 {
@@ -46,9 +33,10 @@ std::string ToneText(const ToneMeasurement& tone)
     const ToneFigures figures(tone);
     const char* noiseLimit = tone.noise < tone.limit ? " (limit of the sample format)" : "";
     const char* restLimit = tone.rest < tone.limit ? " (limit)" : "";
-    return Print("    tone      %.3f Hz at %.2f dBFS%s, signal to noise %.2f dB%s, THD+N %.2f dB%s, noise %.2f dBFS\n",
-                 tone.frequency, figures.level, tone.IsSteady() ? "" : ", not steady", figures.signalToNoise,
-                 noiseLimit, figures.distortion, restLimit, figures.noise);
+    return FormatText(
+        "    tone      %.3f Hz at %.2f dBFS%s, signal to noise %.2f dB%s, THD+N %.2f dB%s, noise %.2f dBFS\n",
+        tone.frequency, figures.level, tone.IsSteady() ? "" : ", not steady", figures.signalToNoise, noiseLimit,
+        figures.distortion, restLimit, figures.noise);
 }
 
 std::string LoudnessText(const Loudness& loudness)
@@ -57,50 +45,22 @@ std::string LoudnessText(const Loudness& loudness)
         return "";
     }
     std::string text = "  loudness    ";
-    text += loudness.integrated ? Print("%.1f LUFS", *loudness.integrated) : "below -70 LUFS";
+    text += loudness.integrated ? FormatText("%.1f LUFS", *loudness.integrated) : "below -70 LUFS";
     if (loudness.range) {
-        text += Print(", range %.1f LU", *loudness.range);
+        text += FormatText(", range %.1f LU", *loudness.range);
     }
-    return text + Print(", loudest 400 ms %.1f LUFS\n", *loudness.maxMomentary);
-}
-
-std::string JsonNumber(double value, int decimals)
-{
-    return std::isfinite(value) ? Print("%.*f", decimals, value) : "null";
-}
-
-std::string JsonNumber(const std::optional<double>& value, int decimals)
-{
-    return value ? JsonNumber(*value, decimals) : "null";
-}
-
-const char* JsonBool(bool value)
-{
-    return value ? "true" : "false";
-}
-
-std::string JsonString(const std::string& text)
-{
-    std::string result = "\"";
-    for (const char letter : text) {
-        if (static_cast<unsigned char>(letter) < 0x20) {
-            result += Print("\\u%04x", static_cast<unsigned>(letter));
-        } else {
-            result += letter == '"' || letter == '\\' ? "\\" : "";
-            result += letter;
-        }
-    }
-    return result + '"';
+    return text + FormatText(", loudest 400 ms %.1f LUFS\n", *loudness.maxMomentary);
 }
 
 std::string JsonTone(const ToneMeasurement& tone)
 {
     const ToneFigures figures(tone);
-    return "{\"frequency_hz\": " + JsonNumber(tone.frequency, 4) + ", \"level_dbfs\": " + JsonNumber(figures.level, 3) +
-           ", \"signal_to_noise_db\": " + JsonNumber(figures.signalToNoise, 3) +
-           ", \"thd_n_db\": " + JsonNumber(figures.distortion, 3) +
-           ", \"noise_dbfs\": " + JsonNumber(figures.noise, 3) +
-           ", \"limit_db\": " + JsonNumber(PowerDecibels(tone.power / tone.limit), 3) +
+    return "{\"frequency_hz\": " + JsonDecimal(tone.frequency, 4) +
+           ", \"level_dbfs\": " + JsonDecimal(figures.level, 3) +
+           ", \"signal_to_noise_db\": " + JsonDecimal(figures.signalToNoise, 3) +
+           ", \"thd_n_db\": " + JsonDecimal(figures.distortion, 3) +
+           ", \"noise_dbfs\": " + JsonDecimal(figures.noise, 3) +
+           ", \"limit_db\": " + JsonDecimal(PowerDecibels(tone.power / tone.limit), 3) +
            ", \"at_limit\": " + JsonBool(tone.noise < tone.limit) + ", \"steady\": " + JsonBool(tone.IsSteady()) + "}";
 }
 
@@ -109,17 +69,19 @@ std::string JsonTone(const ToneMeasurement& tone)
 std::string ReportText(const AnalysisReport& report)
 {
     const Measurement& measurement = report.measurement;
-    std::string text = report.file.string() + Print(": %llu sample frames at %u Hz\n",
-                                                    static_cast<unsigned long long>(measurement.frames), report.rate);
+    std::string text =
+        report.file.string() +
+        FormatText(": %llu sample frames at %u Hz\n", static_cast<unsigned long long>(measurement.frames), report.rate);
     for (std::size_t c = 0; c < measurement.channels.size(); ++c) {
         const ChannelMeasurement& channel = measurement.channels[c];
-        text += Print("  channel %-3zu level %.2f dBFS, peak %.2f dBFS, true peak %.2f dBFS, DC offset %.6f\n", c + 1,
-                      LevelOf(channel.level), PeakOf(channel.level), AmplitudeDecibels(channel.truePeak),
-                      channel.level.Mean());
+        text += FormatText("  channel %-3zu level %.2f dBFS, peak %.2f dBFS, true peak %.2f dBFS, DC offset %.6f\n",
+                           c + 1, LevelOf(channel.level), PeakOf(channel.level), AmplitudeDecibels(channel.truePeak),
+                           channel.level.Mean());
         text += channel.tone ? ToneText(*channel.tone) : "    tone      none\n";
         if (report.differences) {
             const LevelMeter& difference = (*report.differences)[c];
-            text += Print("    difference level %.2f dBFS, peak %.2f dBFS\n", LevelOf(difference), PeakOf(difference));
+            text +=
+                FormatText("    difference level %.2f dBFS, peak %.2f dBFS\n", LevelOf(difference), PeakOf(difference));
         }
     }
     return text + LoudnessText(measurement.loudness);
@@ -133,21 +95,21 @@ std::string ReportJson(const AnalysisReport& report)
     const char* comma = "";
     for (std::size_t c = 0; c < measurement.channels.size(); ++c) {
         const ChannelMeasurement& channel = measurement.channels[c];
-        text += std::string(comma) + "\n  {\"level_dbfs\": " + JsonNumber(LevelOf(channel.level), 3) +
-                ", \"peak_dbfs\": " + JsonNumber(PeakOf(channel.level), 3) +
-                ", \"true_peak_dbfs\": " + JsonNumber(AmplitudeDecibels(channel.truePeak), 3) +
-                ", \"dc_offset\": " + JsonNumber(channel.level.Mean(), 9) +
+        text += std::string(comma) + "\n  {\"level_dbfs\": " + JsonDecimal(LevelOf(channel.level), 3) +
+                ", \"peak_dbfs\": " + JsonDecimal(PeakOf(channel.level), 3) +
+                ", \"true_peak_dbfs\": " + JsonDecimal(AmplitudeDecibels(channel.truePeak), 3) +
+                ", \"dc_offset\": " + JsonDecimal(channel.level.Mean(), 9) +
                 ", \"tone\": " + (channel.tone ? JsonTone(*channel.tone) : "null");
         if (report.differences) {
             const LevelMeter& difference = (*report.differences)[c];
-            text += ", \"difference\": {\"level_dbfs\": " + JsonNumber(LevelOf(difference), 3) +
-                    ", \"peak_dbfs\": " + JsonNumber(PeakOf(difference), 3) + "}";
+            text += ", \"difference\": {\"level_dbfs\": " + JsonDecimal(LevelOf(difference), 3) +
+                    ", \"peak_dbfs\": " + JsonDecimal(PeakOf(difference), 3) + "}";
         }
         text += "}";
         comma = ",";
     }
     const Loudness& loudness = measurement.loudness;
-    return text + "\n], \"loudness\": {\"integrated_lufs\": " + JsonNumber(loudness.integrated, 2) +
-           ", \"range_lu\": " + JsonNumber(loudness.range, 2) +
-           ", \"max_momentary_lufs\": " + JsonNumber(loudness.maxMomentary, 2) + "}}\n";
+    return text + "\n], \"loudness\": {\"integrated_lufs\": " + JsonDecimal(loudness.integrated, 2) +
+           ", \"range_lu\": " + JsonDecimal(loudness.range, 2) +
+           ", \"max_momentary_lufs\": " + JsonDecimal(loudness.maxMomentary, 2) + "}}\n";
 }

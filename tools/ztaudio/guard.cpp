@@ -1,29 +1,18 @@
 #include "tools/ztaudio/guard.h"
 
 #include "tools/common/failure.h"
+#include "tools/common/format_text.h"
 #include "tools/common/signal_handling.h"
 #include "tools/ztaudio/context.h"
 #include "tools/ztaudio/padded_buffer.h"
+#include "tools/ztaudio/sample_value.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <span>
 #include <vector>
 
 namespace {
-
-double SampleAt(const std::byte* samples, std::size_t i, SampleFormat format)
-{
-    switch (format) {
-    case SampleFormat::Pcm16:
-        return reinterpret_cast<const std::int16_t*>(samples)[i] * 0x1p-15;
-    case SampleFormat::Float32:
-        return static_cast<double>(reinterpret_cast<const float*>(samples)[i]);
-    default: // no file is read as 24-in-24
-        return reinterpret_cast<const std::int32_t*>(samples)[i] * 0x1p-31;
-    }
-}
 
 /// The largest magnitude that the gains from `firstGain` on make of the samples, full scale being 1.
 double FindScaledPeak(SampleSource& in, Gains& gains, std::size_t firstGain)
@@ -92,9 +81,7 @@ double LowerForGuard(const std::string& name, double peak)
     }
     // Rounded down, so that the rounding of a product does not pass full scale.
     const float factor = std::nextafter(static_cast<float>(1.0 / peak), 0.0F);
-    char text[64];
-    std::snprintf(text, sizeof text, ": level lowered by %.2f dB", -20.0 * std::log10(static_cast<double>(factor)));
-    PrintError(name + text);
+    PrintError(name + FormatText(": level lowered by %.2f dB", -20.0 * std::log10(static_cast<double>(factor))));
     return static_cast<double>(factor);
 }
 

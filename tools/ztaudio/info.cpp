@@ -1,11 +1,12 @@
 #include "host/formats.h"
 #include "host/module.h"
 #include "tools/common/failure.h"
+#include "tools/common/format_text.h"
 #include "tools/ztaudio/commands.h"
 #include "tools/ztaudio/engine_session.h"
+#include "tools/ztaudio/json_text.h"
 #include "tools/ztaudio/padded_buffer.h"
 #include "tools/ztaudio/progress.h"
-#include "tools/ztaudio/run_report.h"
 #include "tools/ztaudio/sound_file_reader.h"
 
 #include <zta/sample_loops.h>
@@ -36,10 +37,8 @@ std::string LengthText(const SoundFileReader& sound)
         return "not known before the end of the sound";
     }
     const double seconds = static_cast<double>(sound.Frames()) / sound.Rate();
-    char text[96];
-    std::snprintf(text, sizeof text, "%lld sample frames, %.3f s (%s)", static_cast<long long>(sound.Frames()), seconds,
-                  TimeText(seconds).c_str());
-    return text;
+    return FormatText("%lld sample frames, %.3f s (%s)", static_cast<long long>(sound.Frames()), seconds,
+                      TimeText(seconds).c_str());
 }
 
 /// The commands that accept the file.
@@ -97,7 +96,7 @@ std::string InfoJson(const std::filesystem::path& path)
            ",\n \"channels\": " + number(sound.Channels()) + ", \"rate\": " + number(sound.Rate()) +
            ", \"frames\": " + (sound.IsLengthKnown() ? number(sound.Frames()) : "null") +
            ", \"format\": " + JsonString(std::string(NameOf(sound.Format()))) +
-           ",\n \"truncated\": " + (length.isTruncated ? "true" : "false") +
+           ",\n \"truncated\": " + JsonBool(length.isTruncated) +
            ", \"missing_bytes\": " + number(length.missingBytes) + ", \"commands\": [" + commands + "], \"tags\": {" +
            tags + "}}";
 }

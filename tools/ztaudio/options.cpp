@@ -31,14 +31,6 @@ constexpr const char* kRegistryHelp =
     "Example:\n"
     "  ztaudio ";
 
-std::optional<OverloadPolicy> ParseOverloadPolicy(const std::string& name)
-{
-    static const std::map<std::string, OverloadPolicy> policies = {
-        {"clip", OverloadPolicy::Clip}, {"wrap", OverloadPolicy::Wrap}, {"fail", OverloadPolicy::Fail}};
-    const auto policy = policies.find(name);
-    return policy == policies.end() ? std::nullopt : std::optional(policy->second);
-}
-
 std::string OutputHelp()
 {
     return "file to write, or - for standard output, its container by the extension: " + OutputExtensions();

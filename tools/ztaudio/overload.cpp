@@ -4,10 +4,13 @@
 #include "tools/ztaudio/context.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 
 namespace {
+
+constexpr std::array<std::string_view, 3> kPolicyNames = {"clip", "wrap", "fail"}; // in the order of the values
 
 constexpr float kLargestBelowFullScale = 0x1.fffffep-1F;
 
@@ -50,6 +53,18 @@ std::int64_t CountWrapped(std::span<const float> samples, SampleFormat to)
 }
 
 } // namespace
+
+std::string_view NameOf(OverloadPolicy policy)
+{
+    return kPolicyNames.at(static_cast<std::size_t>(policy));
+}
+
+std::optional<OverloadPolicy> ParseOverloadPolicy(std::string_view name)
+{
+    const auto* const found = std::ranges::find(kPolicyNames, name);
+    return found == kPolicyNames.end() ? std::nullopt
+                                       : std::optional(static_cast<OverloadPolicy>(found - kPolicyNames.begin()));
+}
 
 void OverloadCounter::Add(std::int64_t samples)
 {

@@ -5,14 +5,20 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 enum class OverloadPolicy {
     Clip, ///< limit the sample to full scale
     Wrap, ///< leave the sample to the engine, whose conversions wrap
     Fail, ///< end the command
 };
+
+/// Returns the name that `--overload` accepts.
+std::string_view NameOf(OverloadPolicy policy);
+std::optional<OverloadPolicy> ParseOverloadPolicy(std::string_view name);
 
 /// Counts the samples of one input that pass full scale. Full scale is 1.0, which becomes the largest sample of an
 /// integer format and is not counted; nor is -32768 / 32767, which becomes the lowest 16-bit sample. A sample that is

@@ -1,5 +1,7 @@
 #include "tools/ztaudio/progress.h"
 
+#include "tools/common/format_text.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -36,13 +38,8 @@ int TerminalWidth()
 std::string TimeText(double seconds)
 {
     const auto whole = static_cast<long>(seconds);
-    char text[32];
-    if (whole >= 3600) {
-        std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60);
-    } else {
-        std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
-    }
-    return text;
+    return whole >= 3600 ? FormatText("%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60)
+                         : FormatText("%ld:%02ld", whole / 60, whole % 60);
 }
 
 Progress::Progress(const Context& context, std::string label, std::int64_t total, std::uint32_t rate)
@@ -137,16 +134,15 @@ void ProgressLine::Draw()
     const double speed = SoundSeconds() / std::max(Elapsed(), 1e-6);
     const int width = TerminalWidth();
     const std::string count = std::to_string(endedCount_) + "/" + std::to_string(slots_.size()) + " files";
-    char text[256];
+    std::string text = count;
     if (width < kFullWidth) {
-        std::snprintf(text, sizeof text, "%s %3.0f%% %.0fx real time", count.c_str(), part * 100, speed);
+        text += FormatText(" %3.0f%% %.0fx real time", part * 100, speed);
     } else {
         const int bar = std::clamp(width - kNumbersWidth - static_cast<int>(count.size()), 0, kBarWidth);
-        std::snprintf(text, sizeof text, "%s [%s] %3.0f%% %7.0fx real time, %s left", count.c_str(),
-                      BarText(part, bar).c_str(), part * 100, speed,
-                      TimeText(part > 0 ? Elapsed() * (1 - part) / part : 0).c_str());
+        text += FormatText(" [%s] %3.0f%% %7.0fx real time, %s left", BarText(part, bar).c_str(), part * 100, speed,
+                           TimeText(part > 0 ? Elapsed() * (1 - part) / part : 0).c_str());
     }
-    std::fprintf(stderr, "\r%.*s\033[K", width, text);
+    std::fprintf(stderr, "\r%.*s\033[K", width, text.c_str());
 }
 
 void ProgressLine::Advance(std::size_t index)
@@ -167,15 +163,13 @@ void ProgressLine::Finish()
 {
     Erase();
     if (visible_) {
-        char text[128];
         const double sound = SoundSeconds();
-        const int length = std::snprintf(text, sizeof text, "%zu files: %s of sound in %.1f s", slots_.size(),
-                                         TimeText(sound).c_str(), Elapsed());
+        std::string text =
+            FormatText("%zu files: %s of sound in %.1f s", slots_.size(), TimeText(sound).c_str(), Elapsed());
         if (TerminalWidth() >= kFullWidth) {
-            std::snprintf(text + length, sizeof text - static_cast<std::size_t>(length), ", %.0f times real time",
-                          sound / std::max(Elapsed(), 1e-6));
+            text += FormatText(", %.0f times real time", sound / std::max(Elapsed(), 1e-6));
         }
-        std::fprintf(stderr, "%s\n", text);
+        std::fprintf(stderr, "%s\n", text.c_str());
     }
     visible_ = false;
 }

@@ -10,12 +10,6 @@
 #include <span>
 #include <string>
 
-/// Returns the text as a JSON string.
-std::string JsonString(const std::string& text);
-
-/// Returns the number in JSON, null if it is not finite.
-std::string JsonDecimal(double value, int decimals);
-
 /// Throws UsageFailure if both the report and the sound would go to standard output.
 void RequireOutputForReport(bool isWanted, const std::filesystem::path& out);
 

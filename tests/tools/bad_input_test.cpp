@@ -40,6 +40,7 @@ TEST_F(BadInput, RejectsAFileWithoutSound)
     for (const std::string& content : {std::string(), std::string("RIFF"), std::string(5000, 'x')}) {
         WriteTextFile(text, content);
         EXPECT_NE(Fails({"convert", text, out_}).find("cannot read this as a sound file"), std::string::npos);
+        EXPECT_EQ(Fails({"convert", text, out_}).ends_with(": the file is empty\n"), content.empty());
         Fails({"info", text});
     }
 }
@@ -138,10 +139,9 @@ TEST_F(BadInput, RejectsAFileOfAnotherFormatThanInputFormat)
 TEST_F(BadInput, RejectsAWavThatLacksOneByte)
 {
     Truncate(in_, 1);
-    EXPECT_EQ(
-        Fails({"convert", in_, out_}),
-        "ztaudio: " + in_ +
-            ": truncated: 1 byte of samples is missing that its header promises (--salvage reads the others)\n");
+    EXPECT_EQ(Fails({"convert", in_, out_}),
+              "ztaudio: " + in_ +
+                  ": truncated: 1 byte of samples is missing that its header promises (--salvage reads the others)\n");
 }
 
 TEST_F(BadInput, RejectsAnOutputFolderThatCannotBeWritten)
@@ -282,6 +282,14 @@ TEST_F(BadInput, RejectsAWrongCommandLine)
     for (const auto& line : lines) {
         SCOPED_TRACE(::testing::PrintToString(line));
         EXPECT_TRUE(Fails(line, 2).ends_with(" (see ztaudio --help)\n"));
+    }
+}
+
+TEST_F(BadInput, NamesAWordThatIsNoCommand)
+{
+    for (const std::vector<std::string>& line :
+         {std::vector<std::string>{"convrt", in_, out_, "-q"}, {"-q", "convrt"}}) {
+        EXPECT_EQ(Fails(line, 2), "ztaudio: convrt is no command (see ztaudio --help)\n");
     }
 }
 

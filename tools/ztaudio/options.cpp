@@ -155,6 +155,11 @@ CommandLine Parser::Parse(int argc, const char* const* argv)
         app_.exit(request, text, text);
         line_.command = PrintText{text.str()};
         return line_;
+    } catch (const CLI::ExtrasError& error) {
+        if (!hasCommand_ && app_.get_subcommands().empty()) {
+            throw UsageFailure(app_.remaining().front() + " is no command");
+        }
+        throw UsageFailure(error.what());
     } catch (const CLI::ParseError& error) {
         throw UsageFailure(error.what());
     }

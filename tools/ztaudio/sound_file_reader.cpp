@@ -301,7 +301,10 @@ void SoundFileReader::RequireOpened()
 {
     if (!sound_) {
         RequireWhole();
-        throw Failure(path_.string() + ": cannot read this as a sound file: " + sf_strerror(nullptr));
+        std::error_code error;
+        const bool isEmpty = std::filesystem::is_regular_file(path_, error) && std::filesystem::is_empty(path_, error);
+        throw Failure(path_.string() +
+                      ": cannot read this as a sound file: " + (isEmpty ? "the file is empty" : sf_strerror(nullptr)));
     }
     const int subtype = info_.format & SF_FORMAT_SUBMASK;
     const auto* entry = std::ranges::find(kSubtypes, subtype, &SubtypeEntry::subtype);

@@ -41,6 +41,58 @@ SampleFormat OutputFormat(const ConvertOptions& options, const SoundFileReader& 
     return options.format.empty() ? in.Format() : ParseSampleFormat(options.format).value();
 }
 
+std::uint32_t OutputRate(const ConvertOptions& options, const SoundFileReader& in)
+{
+    return options.rate == 0 ? in.Rate() : options.rate;
+}
+
+bool NeedsResampling(const ConvertOptions& options, const SoundFileReader& in)
+{
+    return OutputRate(options, in) != in.Rate() || options.mustResample;
+}
+
+/// Throws Failure if the sound cannot be converted in the way of the options.
+void RequireConvertible(const ConvertOptions& options, const SoundFileReader& in)
+{
+    in.RequireWhole();
+    RequireChannels(in, in.Path().string());
+    RequireOtherFile(options.in, options.out);
+    if (NeedsResampling(options, in)) {
+        RequireResamplable(in, in.Path().string(), OutputRate(options, in));
+    }
+    if (!options.gains.empty() && in.Format() != SampleFormat::Float32) {
+        throw Failure(in.Path().string() + ": has integer samples: use ztaudio volume to apply a gain to them");
+    }
+}
+
+/// The file, behind which there can be gains for floats and the resampler.
+class SourceChain {
+public:
+    SourceChain(EngineSession& engine, SoundFileReader& in, const ConvertOptions& options, double factor,
+                OverloadCounter& overloads)
+        : in_(in), gain_(MakeGain(in, options, factor))
+    {
+        if (NeedsResampling(options, in)) {
+            SampleSource& scaled = gain_ ? static_cast<SampleSource&>(*gain_) : in;
+            resampled_ =
+                std::make_unique<ResampledSource>(engine, scaled, OutputRate(options, in), options.block, overloads);
+        }
+    }
+
+    SampleSource& Last()
+    {
+        return resampled_ ? static_cast<SampleSource&>(*resampled_) : gain_ ? static_cast<SampleSource&>(*gain_) : in_;
+    }
+
+    /// The resampler; null if there is none.
+    ResampledSource* Resampled() { return resampled_.get(); }
+
+private:
+    SoundFileReader& in_;
+    std::unique_ptr<FloatGain> gain_;
+    std::unique_ptr<ResampledSource> resampled_;
+};
+
 void Convert(const ConvertOptions& options, const Context& context)
 {
     RequireOutputForReport(options.json, options.out);
@@ -48,33 +100,19 @@ void Convert(const ConvertOptions& options, const Context& context)
         RequireFileForGuard(options.in);
     }
     SoundFileReader in(options.in, options.files.input);
-    in.RequireWhole();
-    RequireChannels(in, in.Path().string());
-    RequireOtherFile(options.in, options.out);
+    RequireConvertible(options, in);
     const SampleFormat to = OutputFormat(options, in);
-    const std::uint32_t rate = options.rate == 0 ? in.Rate() : options.rate;
-    const bool resamples = rate != in.Rate() || options.mustResample;
-    if (resamples) {
-        RequireResamplable(in, in.Path().string(), rate);
-    }
-    const bool isFloat = in.Format() == SampleFormat::Float32;
-    if (!options.gains.empty() && !isFloat) {
-        throw Failure(in.Path().string() + ": has integer samples: use ztaudio volume to apply a gain to them");
-    }
-    const bool becomesInteger = isFloat && (resamples || to != SampleFormat::Float32);
+    const std::uint32_t rate = OutputRate(options, in);
+    const bool resamples = NeedsResampling(options, in);
+    const bool becomesInteger = in.Format() == SampleFormat::Float32 && (resamples || to != SampleFormat::Float32);
     const double factor = options.guard && becomesInteger ? GuardFactor(options, in) : 1.0;
 
     RunReport report(options.json);
     report.SetGuard(factor);
     OverloadCounter overloads(in.Path().string(), options.overload);
     EngineSession engine(context);
-    const auto gain = MakeGain(in, options, factor);
-    SampleSource& scaled = gain ? static_cast<SampleSource&>(*gain) : in;
-    std::unique_ptr<ResampledSource> resampled;
-    if (resamples) {
-        resampled = std::make_unique<ResampledSource>(engine, scaled, rate, options.block, overloads);
-    }
-    SampleSource& source = resampled ? static_cast<SampleSource&>(*resampled) : scaled;
+    SourceChain sources(engine, in, options, factor, overloads);
+    SampleSource& source = sources.Last();
     const bool hasFades = options.fadeIn || options.fadeOut;
     const bool isComplete = resamples && to == SampleFormat::Pcm16 && !hasFades; // after resampling
     BlockReader blocks(source, options.block, options.fadeIn, options.fadeOut);
@@ -91,7 +129,7 @@ void Convert(const ConvertOptions& options, const Context& context)
     }
 
     Progress progress(context, options.out.filename().string(), source.Frames(), rate);
-    for (Block block; isComplete ? resampled->Next(block) : blocks.Next(block);) {
+    for (Block block; isComplete ? sources.Resampled()->Next(block) : blocks.Next(block);) {
         CheckInterruption();
         const std::byte* const samples = isComplete ? block.samples : conversion.Run(block);
         report.Measure(samples, static_cast<std::size_t>(block.frames) * in.Channels(), to);

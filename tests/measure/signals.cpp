@@ -50,6 +50,13 @@ void AddSine(Samples& samples, double frequency, double amplitude, double phase)
     }
 }
 
+Samples MakeSine(std::size_t frames, double frequency, double amplitude, double phase)
+{
+    Samples samples(frames);
+    AddSine(samples, frequency, amplitude, phase);
+    return samples;
+}
+
 Samples NoiseOfPower(std::size_t frames, double meanSquare, unsigned seed)
 {
     std::mt19937 random(seed);

@@ -12,6 +12,9 @@ using Samples = std::vector<double>;
 /// Adds amplitude * sin(2 pi frequency n + phase), frequency being in cycles per frame.
 void AddSine(Samples& samples, double frequency, double amplitude, double phase = 0);
 
+/// `frames` frames of that.
+Samples MakeSine(std::size_t frames, double frequency, double amplitude, double phase = 0);
+
 /// Normally distributed noise with the given mean square; exactly, not on average.
 Samples NoiseOfPower(std::size_t frames, double meanSquare, unsigned seed = 1);
 

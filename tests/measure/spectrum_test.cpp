@@ -60,8 +60,7 @@ TEST(Spectrum, ShowsTheEndOfTheSound)
 
 TEST(Spectrum, HasSideLobesBelow170Decibels)
 {
-    Samples samples(16384);
-    AddSine(samples, 100.3 / 1024, 1);
+    Samples samples = MakeSine(16384, 100.3 / 1024, 1);
     Spectrum spectrum(1024);
     spectrum.Add(samples);
     const std::vector<double> powers = spectrum.Powers();
@@ -75,8 +74,7 @@ TEST(Spectrum, HasSideLobesBelow170Decibels)
 
 TEST(Spectrum, FindsAToneAndItsNoise)
 {
-    Samples samples(200000);
-    AddSine(samples, 0.0712345, 0.5);
+    Samples samples = MakeSine(200000, 0.0712345, 0.5);
     AddSine(samples, 3 * 0.0712345, 0.0005);
     AddAt(samples, 0, NoiseOfPower(samples.size(), 0.125e-8));
     Spectrum spectrum(16384);

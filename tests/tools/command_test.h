@@ -45,6 +45,13 @@ protected:
         EXPECT_EQ(last_.output, "");
     }
 
+    /// Runs the tool like that. Returns the sound that it writes to out.wav.
+    Sound Output(std::vector<std::string> arguments, const std::vector<std::string>& more = {})
+    {
+        Run(std::move(arguments), more);
+        return last_.exitCode == 0 ? ReadSound(File("out.wav")) : Sound{};
+    }
+
     /// The names and bytes of all files in the folder.
     std::map<std::string, std::string> Content() const
     {

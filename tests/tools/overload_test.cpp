@@ -15,8 +15,7 @@ class Overload : public CommandTest {
 protected:
     Sound Converts(const Sound& sound, const std::vector<std::string>& options)
     {
-        Run({"convert", Write("in.wav", sound), File("out.wav")}, options);
-        return last_.exitCode == 0 ? ReadSound(File("out.wav")) : Sound{};
+        return Output({"convert", Write("in.wav", sound), File("out.wav")}, options);
     }
 
     const Sound hot_ = Floats({1.0F, -1.0F, 1.5F, -1.5F, 0.5F, kNan, kInfinity, -kInfinity, 0x1.000002p0F});

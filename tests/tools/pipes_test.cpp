@@ -25,6 +25,13 @@ protected:
         EXPECT_EQ(run.errors, "") << line;
     }
 
+    /// Runs a line of the shell, which must write the sound to out.wav.
+    void ExpectGives(const std::string& line, const Sound& expected, const RunOptions& options = {})
+    {
+        Succeeds(line, options);
+        ExpectSame(ReadSound(File("out.wav")), expected);
+    }
+
     /// Runs a line of the shell, in which $Z prints notes too. Returns what it prints on standard error.
     std::string Notes(const std::string& line)
     {
@@ -50,8 +57,8 @@ TEST_F(Pipes, CarryEveryFormatAndWidth)
                 SCOPED_TRACE(container + " " + std::to_string(channels));
                 const Sound sound = Noise(subtype, channels, 5001, 44100);
                 Write("in.wav", sound);
-                Succeeds("cat in.wav | $Z convert - - --output-format " + container + " | $Z convert - out.wav");
-                ExpectSame(ReadSound(File("out.wav")), sound);
+                ExpectGives("cat in.wav | $Z convert - - --output-format " + container + " | $Z convert - out.wav",
+                            sound);
                 Succeeds("$Z convert in.wav - --output-format " + container + " | cat > piped." + container);
                 ExpectSame(ReadSound(File("piped." + container)), sound);
             }
@@ -99,8 +106,7 @@ TEST_F(Pipes, CarryCompressedSoundWithoutATemporaryFile)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 50001);
     Write("in.wav", sound);
-    Succeeds("$Z convert in.wav - --output-format flac | cat | $Z convert - out.wav", kWithoutTemporaryFiles);
-    ExpectSame(ReadSound(File("out.wav")), sound);
+    ExpectGives("$Z convert in.wav - --output-format flac | cat | $Z convert - out.wav", sound, kWithoutTemporaryFiles);
     for (const std::string container : {"flac", "ogg", "opus", "mp3"}) {
         SCOPED_TRACE(container);
         Succeeds("$Z convert in.wav in." + container + "; $Z convert in." + container + " file.wav");
@@ -116,9 +122,9 @@ TEST_F(Pipes, CarryOtherContainersThroughATemporaryFile)
     Write("in.wav", sound);
     for (const std::string container : {"aiff", "w64"}) {
         SCOPED_TRACE(container);
-        Succeeds("mkdir -p temporary; $Z convert in.wav in." + container + "; cat in." + container +
-                 " | TMPDIR=temporary $Z convert - out.wav");
-        ExpectSame(ReadSound(File("out.wav")), sound);
+        ExpectGives("mkdir -p temporary; $Z convert in.wav in." + container + "; cat in." + container +
+                        " | TMPDIR=temporary $Z convert - out.wav",
+                    sound);
         EXPECT_TRUE(std::filesystem::is_empty(File("temporary")));
         const RunResult run = Shell("cat in." + container + " | $Z convert - out.wav", kWithoutTemporaryFiles);
         EXPECT_EQ(run.exitCode, 1);
@@ -142,10 +148,9 @@ TEST_F(Pipes, CanHaveNames)
 {
     const Sound sound = Noise(SF_FORMAT_PCM_16, 1, 100000);
     Write("in.wav", sound);
-    Succeeds("cat in.wav | $Z convert /dev/stdin out.wav");
-    ExpectSame(ReadSound(File("out.wav")), sound);
-    Succeeds("mkfifo left right; cat in.wav > left & cat in.wav > right & $Z stereo left right out.wav; wait");
-    ExpectSame(ReadSound(File("out.wav")), Interleaved({sound, sound}));
+    ExpectGives("cat in.wav | $Z convert /dev/stdin out.wav", sound);
+    ExpectGives("mkfifo left right; cat in.wav > left & cat in.wav > right & $Z stereo left right out.wav; wait",
+                Interleaved({sound, sound}));
     Succeeds("cat in.wav > left & $Z analyze left > pipe.txt; $Z analyze in.wav > file.txt");
     EXPECT_EQ(ReadTextFile(File("pipe.txt")).substr(File("left").size()),
               ReadTextFile(File("file.txt")).substr(File("in.wav").size()));
@@ -159,13 +164,12 @@ TEST_F(Pipes, CanHaveNamesAsOutputs)
     const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 50000);
     Write("in.wav", sound);
     Succeeds("mkfifo pipe pipe.flac left right");
-    Succeeds("cat pipe > out.wav & $Z convert in.wav pipe; wait");
-    ExpectSame(ReadSound(File("out.wav")), sound);
+    ExpectGives("cat pipe > out.wav & $Z convert in.wav pipe; wait", sound);
     Succeeds("cat pipe.flac > out.flac & $Z convert in.wav pipe.flac --no-clobber --overload fail; wait");
     ExpectSame(ReadSound(File("out.flac")), sound);
-    Succeeds("cat left > left.wav & cat right > right.wav & ln -s left 1; ln -s right 2; "
-             "$Z split in.wav -o '{}'; $Z stereo left.wav right.wav out.wav; wait");
-    ExpectSame(ReadSound(File("out.wav")), sound);
+    ExpectGives("cat left > left.wav & cat right > right.wav & ln -s left 1; ln -s right 2; "
+                "$Z split in.wav -o '{}'; $Z stereo left.wav right.wav out.wav; wait",
+                sound);
     EXPECT_TRUE(std::filesystem::is_fifo(File("pipe"))) << "it was replaced by a file";
 
     const RunResult left = Shell("head -c 10 < pipe > head & $Z convert in.wav pipe");
@@ -186,8 +190,7 @@ TEST_F(Pipes, CarryEveryContainerWithItsLength)
     for (const std::string container : {"wav", "w64", "rf64", "aiff", "flac", "au", "caf"}) {
         SCOPED_TRACE(container);
         Succeeds("$Z convert in.wav - --output-format " + container + " | cat > streamed");
-        Succeeds("$Z convert streamed out.wav");
-        ExpectSame(ReadSound(File("out.wav")), sound);
+        ExpectGives("$Z convert streamed out.wav", sound);
         if (container != "flac") { // whose length the header lacks
             ExpectSame(ReadSound(File("streamed")), sound);
         }
@@ -208,8 +211,7 @@ TEST_F(Pipes, FailIfTheyAreClosed)
         EXPECT_EQ(output.exitCode, 1);
         EXPECT_EQ(output.errors, "ztaudio: standard output: cannot write: Bad file descriptor\n");
     }
-    Succeeds("$Z convert in.wav out.wav <&- >&-");
-    ExpectSame(ReadSound(File("out.wav")), ReadSound(File("in.wav")));
+    ExpectGives("$Z convert in.wav out.wav <&- >&-", ReadSound(File("in.wav")));
 }
 
 TEST_F(Pipes, CarryRawSamples)
@@ -328,8 +330,7 @@ TEST_F(Pipes, HaveTrailingChunksThatAreNoSamples)
     const Sound sound = Noise(SF_FORMAT_PCM_16, 2, 1000);
     Write("in.wav", sound);
     WriteTextFile(File("in.wav"), ReadTextFile(File("in.wav")) + std::string("LIST\x04\0\0\0INFO", 12));
-    Succeeds("cat in.wav | $Z convert - out.wav");
-    ExpectSame(ReadSound(File("out.wav")), sound);
+    ExpectGives("cat in.wav | $Z convert - out.wav", sound);
 }
 
 class OpenLength : public Pipes {};
@@ -340,8 +341,7 @@ TEST_F(OpenLength, MeansUntilTheEndOfTheFile)
     for (const std::uint32_t size : {0U, 0xFFFFFFFFU}) {
         Write("in.wav", sound);
         SetDataSize("in.wav", size);
-        Run({"convert", File("in.wav"), File("out.wav")});
-        ExpectSame(ReadSound(File("out.wav")), sound);
+        ExpectSame(Output({"convert", File("in.wav"), File("out.wav")}), sound);
         EXPECT_EQ(last_.errors, "ztaudio: note: " + File("in.wav") +
                                     ": the header does not contain the length, so the file is read to its end\n");
     }
@@ -405,8 +405,7 @@ TEST_F(OpenLength, IsNotThatOfATruncatedFile)
     const RunResult rejected = RunTool({"convert", File("in.wav"), File("out.wav")});
     EXPECT_EQ(rejected.exitCode, 1);
     EXPECT_NE(rejected.errors.find(": truncated: "), std::string::npos) << rejected.errors;
-    Run({"convert", File("in.wav"), File("out.wav"), "--salvage"});
-    ExpectSame(ReadSound(File("out.wav")), sound);
+    ExpectSame(Output({"convert", File("in.wav"), File("out.wav"), "--salvage"}), sound);
     EXPECT_EQ(last_.errors, "ztaudio: note: " + File("in.wav") + ": truncated: the samples that are there are read\n");
 }
 
@@ -566,8 +565,7 @@ TEST_F(Files, Of24BitsAreReadInEitherByteOrderAndInBlocks)
         SCOPED_TRACE(format);
         Sound written = sound;
         written.format = format | SF_FORMAT_PCM_24;
-        Run({"convert", Write("in", written), File("out.wav")});
-        ExpectSame(ReadSound(File("out.wav")), sound);
+        ExpectSame(Output({"convert", Write("in", written), File("out.wav")}), sound);
     }
 }
 

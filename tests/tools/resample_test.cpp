@@ -19,9 +19,9 @@ class Resample : public CommandTest {
 protected:
     Sound Resampled(const Sound& sound, const std::vector<std::string>& options = {})
     {
-        Run({"resample", Write("in.wav", sound), File("out.wav"), "--rate", std::to_string(Other(sound.rate))},
+        return Output(
+            {"resample", Write("in.wav", sound), File("out.wav"), "--rate", std::to_string(Other(sound.rate))},
             options);
-        return last_.exitCode == 0 ? ReadSound(File("out.wav")) : Sound{};
     }
 };
 

@@ -13,8 +13,7 @@ class Volume : public CommandTest {
 protected:
     Sound Changed(const Sound& sound, const std::vector<std::string>& options)
     {
-        Run({"volume", Write("in.wav", sound), File("out.wav")}, options);
-        return last_.exitCode == 0 ? ReadSound(File("out.wav")) : Sound{};
+        return Output({"volume", Write("in.wav", sound), File("out.wav")}, options);
     }
 };
 
@@ -140,8 +139,7 @@ TEST_F(Stereo, InterleavesMonoFilesOfEveryFormatAndLength)
             SCOPED_TRACE(frames);
             const Sound both = Noise(subtype, 2, frames);
             const auto in = Write({Channels(both, 0, 1), Channels(both, 1, 1)});
-            Run({"stereo", in[0], in[1], File("out.wav")});
-            ExpectSame(ReadSound(File("out.wav")), both);
+            ExpectSame(Output({"stereo", in[0], in[1], File("out.wav")}), both);
             EXPECT_EQ(last_.errors, "");
         }
     }
@@ -153,8 +151,8 @@ TEST_F(Stereo, ConvertsDifferentFormatsAndFloatsTo24Bits)
         const Sound left = Noise(subtype, 1, 5001);
         const Sound right = Noise(SF_FORMAT_FLOAT, 1, 5001);
         const auto in = Write({left, right});
-        Run({"stereo", in[0], in[1], File("out.wav")});
-        ExpectSame(ReadSound(File("out.wav")), Interleaved({Converted(left, "24in32"), Converted(right, "24in32")}));
+        ExpectSame(Output({"stereo", in[0], in[1], File("out.wav")}),
+                   Interleaved({Converted(left, "24in32"), Converted(right, "24in32")}));
     }
 }
 
@@ -163,8 +161,7 @@ TEST_F(Stereo, ContinuesTheShorterInputWithSilence)
     const Sound left = Noise(SF_FORMAT_PCM_16, 1, 4096);
     const Sound right = Noise(SF_FORMAT_PCM_16, 1, 9999);
     const auto in = Write({left, right});
-    Run({"stereo", in[0], in[1], File("out.wav")});
-    ExpectSame(ReadSound(File("out.wav")), Interleaved({left, right}));
+    ExpectSame(Output({"stereo", in[0], in[1], File("out.wav")}), Interleaved({left, right}));
     EXPECT_EQ(last_.errors, "ztaudio: note: " + in[0] +
                                 ": continued with 5903 sample frames of silence to the length of the longest input\n");
 }

@@ -110,6 +110,13 @@ BufferInfo InOneRecord(FakeAudioSamples& samples)
             record.iBytesPerFrame, record.eFormat,  record.sDescription};
 }
 
+TEST(BytesPerFrame, CountsTheWholeBytesOfTheContainer)
+{
+    for (unsigned bits = 0; bits <= 64; ++bits) {
+        EXPECT_EQ(ZtaBytesPerFrame(WaveFormat(1, bits, 16, 48000, 3)), bits / 8 * 3) << bits;
+    }
+}
+
 class BufferInfoQuery : public testing::TestWithParam<BufferInfo (*)(FakeAudioSamples&)> {
 protected:
     BufferInfo Query(FakeAudioSamples& samples) { return GetParam()(samples); }

@@ -102,6 +102,16 @@ TEST(FeatureRules, SelectTheVariantsInTheirOrder)
     }
 }
 
+// The features of a variant, and for wide registers the support by the operating system (bits 9 and 33).
+TEST(SignalVariants, RequireTheirFeatures)
+{
+    constexpr std::uint64_t kRequired[] = {0x4, 0x10, 0x80, 0x300, 0x8200, 0x200F08200, 0x207308200};
+    ASSERT_EQ(std::size(kRequired), std::size(kSignalVariants));
+    for (std::size_t i = 0; i < std::size(kRequired); ++i) {
+        EXPECT_EQ(kSignalVariants[i].features, kRequired[i]) << kSignalVariants[i].prefix;
+    }
+}
+
 TEST(FeatureRules, SelectAvxForAvx2WithoutFma)
 {
     SZtaCpuidLeaves leaves{};

@@ -2,14 +2,7 @@
 # layers_list_test.sh ROOT: checks that all users of scripts/layers.list agree with it: docs/architecture.md, clang-tidy
 # and the folders of the tree.
 set -eu
-cd "$1"
-failed=0
-fail() {
-    echo "$1" >&2
-    failed=1
-}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+. "${0%/*}/consistency.sh"
 
 scripts/layers --table > "$work/table"
 sed -n '/^<!-- layers: begin/,/^<!-- layers: end/p' docs/architecture.md | sed '1d;$d' > "$work/document"

@@ -2,12 +2,7 @@
 # packages_test.sh ROOT: the Debian packages that cmake/Parts.cmake names are those of the Makefile, of docs/install.md
 # and of packaging/debian/control.
 set -eu
-cd "$1"
-failed=0
-fail() {
-    echo "$1" >&2
-    failed=1
-}
+. "${0%/*}/consistency.sh"
 
 # Prints the packages that a part of the build needs, by the names in CMakeLists.txt and cmake/Parts.cmake.
 packages_of() {

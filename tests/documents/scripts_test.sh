@@ -1,14 +1,7 @@
 #!/bin/sh
 # scripts_test.sh ROOT: checks that each script explains itself with --help, and that `make help` lists each command.
 set -eu
-cd "$1"
-failed=0
-fail() {
-    echo "$1" >&2
-    failed=1
-}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+. "${0%/*}/consistency.sh"
 
 scripts=0
 for script in scripts/*; do

@@ -1,5 +1,6 @@
 // The runtime dispatch of the signal functions, and the functions that query and change the selection.
 
+#include "signal/variant_list.h"
 #include "signal/variant_selection.h"
 #include "testing/signal_spies.h"
 #include "testing/signal_variants.h"

@@ -30,6 +30,9 @@ inline constexpr _GUID IID_IZtaAudioSamplesEngineFactory ZTA_API = {
 /// records belong to the caller and are not used after the call. A failure is returned, and recorded on each output
 /// with SetErrorCode. Samples that were written before a failure stay.
 ///
+/// An operation that needs a scratch buffer which the host did not create fails with ZT_E_NOT_INITIALIZED. Which
+/// operations need one depends on the formats and on the requested fades.
+///
 /// Buffers with 20 valid bits in 32 get the format 24 in 32 during the checks, also if the call then fails. ApplyVolume
 /// and ProcessAudioResampler do not change formats.
 class ZTA_API IZtaAudioSamplesEngine : public IUnknown {

@@ -1,4 +1,4 @@
-// What all operations have in common: the error codes of inputs, the busy flag, the references and the relabeling.
+// What all operations have in common: error codes of inputs, the busy flag, failed requests, references, relabeling.
 
 #include "testing/scenario_fixture.h"
 
@@ -261,6 +261,15 @@ std::vector<ScenarioCase> PathsThatEnd()
 
 INSTANTIATE_TEST_SUITE_P(Each, WorkersThatEnd, ::testing::ValuesIn(PathsThatEnd()), OperationOfPath());
 
+/// The status by which an operation hides that of some requests: in kernels, for the buffers of an array; in the worker
+/// of the resampler, for all.
+int HidingStatus(OperationKind kind)
+{
+    return IsInterleave(kind) || IsDeinterleave(kind) ? ZT_E_INVALID_PARAMETER
+           : kind == OperationKind::Resample          ? ZT_E_FORMAT_NOT_SUPPORTED
+                                                      : kInjectedFailure;
+}
+
 TEST_P(WorkersThatEnd, EndAtARequestForADescriptionThatFails)
 {
     int failed = 0;
@@ -274,6 +283,10 @@ TEST_P(WorkersThatEnd, EndAtARequestForADescriptionThatFails)
         callLog_.FailCall(static_cast<int>(upToFailure));
         RunAnnounced(scenario, *engine_);
         callLog_.ClearFaults();
+        for (const auto& output : scenario.outputs) {
+            const int code = output->ErrorCode();
+            EXPECT_TRUE(code == kInjectedFailure || code == HidingStatus(GetParam().kind)) << code;
+        }
         const Calls made = callLog_.Calls();
         EXPECT_TRUE(std::all_of(made.begin() + upToFailure, made.end(), IsOfEnding)) << ::testing::PrintToString(made);
         ExpectSettled(scenario);

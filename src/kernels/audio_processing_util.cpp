@@ -104,11 +104,7 @@ int SZtaBufferProperties::Query(IZtAudioSamples* pSamples)
     }
     iSuccessfulCalls = 2;
     iStatus = pSamples->GetBufferCapacity(&ulCapacity);
-    if (iStatus < 0) {
-        return iStatus;
-    }
-    iSuccessfulCalls = 3;
-    return ZT_NOERROR;
+    return iStatus < 0 ? iStatus : ZT_NOERROR;
 }
 
 CZtaAudioProcessingUtil::CZtaAudioProcessingUtil()

@@ -50,7 +50,7 @@ struct SZtaBufferProperties {
     void* pvBuffer = nullptr;
     unsigned long ulLength = 0;   ///< bytes
     unsigned long ulCapacity = 0; ///< bytes
-    int iSuccessfulCalls = 0;     ///< of the three host calls; the fields of the others are not valid
+    int iSuccessfulCalls = 0;     ///< of the first two host calls; the fields of a failed call are not valid
 
     /// Queries description, length and capacity, in this order, up to the first failure.
     ZTA_INTERNAL int Query(IZtAudioSamples* pSamples);

@@ -179,14 +179,14 @@ void PrintOpenFailure(const std::string& sFileName)
     std::mbstate_t sState{};
     for (std::size_t i = 0; i < sFileName.size();) {
         wchar_t wc = L'?';
-        std::size_t ulBytes = std::mbrtowc(&wc, &sFileName[i], sFileName.size() - i, &sState);
-        if (ulBytes > sFileName.size() - i) {
+        const std::size_t ulBytes = std::mbrtowc(&wc, &sFileName[i], sFileName.size() - i, &sState);
+        const bool bIsKnown = ulBytes <= sFileName.size() - i;
+        if (!bIsKnown) {
             wc = L'?';
-            ulBytes = 1;
             sState = std::mbstate_t{};
         }
         std::fputwc(wc, stdout);
-        i += std::max<std::size_t>(ulBytes, 1);
+        i += bIsKnown && ulBytes > 0 ? ulBytes : 1; // the result is 0 for a null character
     }
     std::fputws(L" for writing\n", stdout);
 }

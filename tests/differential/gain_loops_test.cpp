@@ -4,6 +4,8 @@
 #include "testing/models/gain_model.h"
 #include "tests/differential/loop_test.h"
 
+#include <utility>
+
 namespace zta::test {
 namespace {
 
@@ -149,8 +151,8 @@ TEST_P(GainLoop, EqualsTheModelForEdgeCasesAndManyRandomSamplesAtAllGains)
 
 TEST_P(GainLoop, ClampsEachLaneToItsOwnLimits)
 {
-    const std::int32_t upper[] = {100, 200, 300, 400};
-    const std::int32_t lower[] = {-1000, -2000, -3000, -4000};
+    const std::int32_t ownUpper[] = {100, 200, 300, 400};
+    const std::int32_t ownLower[] = {-1000, -2000, -3000, -4000};
     Words words(3 * groups_ * 4);
     for (std::size_t i = 0; i < words.size(); ++i) {
         words[i] = i / 4 % 2 == 0 ? 0x7FFFFF00 : 0x80000000;
@@ -158,16 +160,19 @@ TEST_P(GainLoop, ClampsEachLaneToItsOwnLimits)
     if (groups_ == 1) {
         words.insert(words.end(), {0x7FFFFF00, 0x80000000, 0x7FFFFF00});
     }
-    Settings settings(groups_);
-    for (std::size_t lane = 0; lane < settings.Lanes(); ++lane) {
-        settings.Gain(lane) = 4096;
-    }
-    Words output(words.size());
-    const SZtaGainRamp ramp = {settings.values.data(), groups_, upper, lower};
-    loops_.pfnApplyGainRamp(words.data(), output.data(), words.size(), &ramp);
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::int32_t limit = words[i] == 0x80000000 ? lower[i % 4] : upper[i % 4];
-        EXPECT_EQ(static_cast<std::int32_t>(output[i]), limit * 256) << i;
+    for (const auto& [upper, lower] :
+         {std::pair{ownUpper, ownLower}, std::pair{ownUpper, kLower}, std::pair{kUpper, ownLower}}) {
+        Settings settings(groups_);
+        for (std::size_t lane = 0; lane < settings.Lanes(); ++lane) {
+            settings.Gain(lane) = 4096;
+        }
+        Words output(words.size());
+        const SZtaGainRamp ramp = {settings.values.data(), groups_, upper, lower};
+        loops_.pfnApplyGainRamp(words.data(), output.data(), words.size(), &ramp);
+        for (std::size_t i = 0; i < words.size(); ++i) {
+            const std::int32_t limit = words[i] == 0x80000000 ? lower[i % 4] : upper[i % 4];
+            EXPECT_EQ(static_cast<std::int32_t>(output[i]), limit * 256) << i << ", " << upper[0] << ", " << lower[0];
+        }
     }
 }
 

@@ -73,21 +73,31 @@ public:
         : in_(in), gain_(MakeGain(in, options, factor))
     {
         if (NeedsResampling(options, in)) {
-            SampleSource& scaled = gain_ ? static_cast<SampleSource&>(*gain_) : in;
             resampled_ =
-                std::make_unique<ResampledSource>(engine, scaled, OutputRate(options, in), options.block, overloads);
+                std::make_unique<ResampledSource>(engine, Scaled(), OutputRate(options, in), options.block, overloads);
         }
     }
 
     SampleSource& Last()
     {
-        return resampled_ ? static_cast<SampleSource&>(*resampled_) : gain_ ? static_cast<SampleSource&>(*gain_) : in_;
+        if (resampled_) {
+            return *resampled_;
+        }
+        return Scaled();
     }
 
     /// The resampler; null if there is none.
     ResampledSource* Resampled() { return resampled_.get(); }
 
 private:
+    SampleSource& Scaled()
+    {
+        if (gain_) {
+            return *gain_;
+        }
+        return in_;
+    }
+
     SoundFileReader& in_;
     std::unique_ptr<FloatGain> gain_;
     std::unique_ptr<ResampledSource> resampled_;
